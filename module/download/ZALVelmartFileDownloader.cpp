@@ -1,0 +1,253 @@
+// The singleton, the choice of route, and the folder.
+
+#include "download/ZALVelmartFileDownloader.h"
+
+#include "dialogs/ZALVelmartDownloadLocationDlg.h"
+#include "download/ZALVelmartFileDownloadCompleteNotification.h"
+#include "events/ZALVelmartIntegrationDebug.h"
+#include "events/ZALVelmartIntegrationEventPublisher.h"
+#include "host/frame.h"
+#include "host/settings.h"
+#include "host/system.h"
+
+#include <cstdlib>
+
+VL_DEFINE_META_CLASS(ZALVelmartFileDownloader, ZALCommand)
+
+bool ZALVelmartFileDownloader::TemplateSupportEnabled = false;
+
+namespace {
+
+/// The member `key` of `map` as a text. Fails when it is missing or no string.
+HRESULT GetStringMember(const ZALOmxAny& map, const ZALOmxKeyString& key, ZALUnicodeString& text)
+{
+    ZALOmxAny value;
+    if (FAILED(map.MapGetValue(key, value)))
+        return E_FAIL;
+    return value.GetString(text);
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------------
+// Life
+
+ZALVelmartFileDownloader::ZALVelmartFileDownloader() : ZALCommand("ZALVelmartFileDownloader", ZALCommandModeUndefined)
+{
+}
+
+ZALVelmartFileDownloader::~ZALVelmartFileDownloader()
+{
+    HttpRequest.reset();
+    if (DataHandler)
+        DataHandler->Release();
+    // The dialog belongs to the host and is left alone.
+    ProgressDlg = nullptr;
+    if (FullDownload)
+        FullDownload->Release();
+}
+
+ZALVelmartFileDownloader* ZALVelmartFileDownloader::GetInstance()
+{
+    static ZALVelmartFileDownloader* const instance = [] {
+        auto* created = new ZALVelmartFileDownloader;
+        std::atexit([] { GetInstance()->Release(); });
+        return created;
+    }();
+    return instance;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Choice of the route
+
+HRESULT ZALVelmartFileDownloader::StartDownload(const ZALOmxAny& request)
+{
+    DownloadRequest = request;
+
+    ZALOmxAny attributes;
+    ZALOmxAny catalog;
+    ZALUnicodeString behaviour;
+    const bool openInSource = SUCCEEDED(DownloadRequest.MapGetValue("attributes", attributes)) &&
+                              SUCCEEDED(attributes.MapGetValue("catalog", catalog)) &&
+                              SUCCEEDED(GetStringMember(catalog, "configOpeningBehaviour", behaviour)) &&
+                              behaviour == "openInSource";
+    if (!openInSource) {
+        if (ZALVelmartIntegrationEventPublisher::HasJSMessageListeners())
+            return StartDownloadFromTolva(DownloadRequest);
+        return StartDefaultDownload(DownloadRequest);
+    }
+
+    ZALUnicodeString sourceUrl;
+    if (FAILED(GetStringMember(attributes, "sourceUrl", sourceUrl))) {
+        VL_TRACE("ZALVelmartFileDownloader::StartDownload - OpenInSource - ERROR - unable to retrieve infos");
+        return E_FAIL;
+    }
+
+    VL_TRACE("ZALVelmartFileDownloader::StartDownload - OpenInSource with sourceUrl: " << sourceUrl);
+    ZALUnicodeString scheme;
+    const int colon = sourceUrl.SearchSubString(":");
+    if (colon > 0)
+        scheme = sourceUrl.GetSubString(0, colon);
+    // Identical, on purpose: a scheme in capitals is refused.
+    if (scheme.Compare("file") != ZALTextsIdentical) {
+        VL_TRACE("ZALVelmartFileDownloader::StartDownload - OpenInSource - ERROR - bad file url");
+        return E_FAIL;
+    }
+
+    const ZALUnicodeString path = ConvertFileURLToPath(sourceUrl);
+    VL_TRACE("ZALVelmartFileDownloader::StartDownload - OpenInSource path: " << path);
+
+    ZALListValZALUnicodeString files;
+    files.Append(path);
+    ZALVelmartFileDownloadCompleteNotification notification(
+        files, ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded);
+    DispatchCallbacks(this, &notification);
+    return S_OK;
+}
+
+HRESULT ZALVelmartFileDownloader::SetTemplatesURLs(const ZALOmxAny& urls)
+{
+    TemplatesURLs = urls;
+    return S_OK;
+}
+
+HRESULT ZALVelmartFileDownloader::StartDefaultDownload(const ZALOmxAny& request)
+{
+    static const bool supportSettled = [] {
+        // Whether a variable exists counts, not its value.
+        ZALUnicodeString value;
+        TemplateSupportEnabled = SUCCEEDED(ZALGetEnv("ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT", value)) ||
+                                 SUCCEEDED(ZALGetEnv("ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT_SWATCH_ONLY", value));
+        return true;
+    }();
+    static_cast<void>(supportSettled);
+
+    if (TemplateSupportEnabled) {
+        ZALUnicodeString folder;
+        GetValidDestinationFolderInSettings(folder);
+        if (folder.GetLengthInChar() > 0)
+            return StartDownloadAndApplyTemplates(request, folder);
+        ZALVelmartDownloadLocationDlg* dialog = ZALVelmartDownloadLocationDlg::Create();
+        AddCallback(dialog, ZALVelmartDownloadLocationDlg::OKNotif::ClassName(),
+                    &ZALVelmartFileDownloader::OnDownloadLocationForTemplateDlgOK, nullptr);
+        AddCallback(dialog, ZALVelmartDownloadLocationDlg::CANCELNotif::ClassName(),
+                    &ZALVelmartFileDownloader::OnDownloadLocationDlgCANCEL, nullptr);
+        return S_OK;
+    }
+
+    ZALUnicodeString url;
+    if (FAILED(GetDownloadURL(request, url)))
+        return E_FAIL;
+    return StartDefaultDownloadURL(url);
+}
+
+HRESULT ZALVelmartFileDownloader::StartDownloadFromTolva(const ZALOmxAny&)
+{
+    return E_FAIL;
+}
+
+HRESULT ZALVelmartFileDownloader::StartDownloadAndApplyTemplates(const ZALOmxAny&, const ZALUnicodeString&)
+{
+    return E_FAIL;
+}
+
+HRESULT GetDownloadURL(const ZALOmxAny& request, ZALUnicodeString& url)
+{
+    ZALOmxAny attributes;
+    ZALOmxAny downloadUrls;
+    if (SUCCEEDED(request.MapGetValue("attributes", attributes)) &&
+        SUCCEEDED(attributes.MapGetValue("downloadUrls", downloadUrls)) &&
+        SUCCEEDED(GetStringMember(downloadUrls, "ZALOR_RAW", url)))
+        return S_OK;
+    if (SUCCEEDED(GetStringMember(request, "downloadUrl", url)))
+        return S_OK;
+    return GetStringMember(request, "download", url);
+}
+
+ZALUnicodeString ConvertFileURLToPath(const ZALUnicodeString& url)
+{
+    char16_t path[4096] = {};
+    std::uint32_t size = 4096;
+    PathCreateFromUrlW(url.CastToUTF16Ptr(), path, &size, 0);
+    return path;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Choice of the folder
+
+HRESULT ZALVelmartFileDownloader::GetValidDestinationFolderInSettings(ZALUnicodeString& folder)
+{
+    ZALIVelmartIntegrationSettingAtt* settings = nullptr;
+    if (FAILED(CreateZALIVelmartIntegrationSettingAtt(&settings)) || !settings)
+        return S_FALSE;
+
+    bool doNotRemind = false;
+    ZALUnicodeString location;
+    settings->GetDoNotRemindDownloadLocation(doNotRemind);
+    settings->GetDownloadLocation(location);
+    settings->Release();
+
+    ZALFileStatus status;
+    if (location.GetLengthInChar() > 0 && doNotRemind && SUCCEEDED(ZALFileStat(location, status)) &&
+        (status.Mode & ZALFileTypeMask) == ZALFileTypeDirectory) {
+        folder = location;
+        return S_OK;
+    }
+    return S_FALSE;
+}
+
+void ZALVelmartFileDownloader::DisplayDestinationFolderChooserDlg()
+{
+    ZALVelmartDownloadLocationDlg* dialog = ZALVelmartDownloadLocationDlg::Create();
+    AddCallback(dialog, ZALVelmartDownloadLocationDlg::OKNotif::ClassName(),
+                &ZALVelmartFileDownloader::OnDownloadLocationDlgOK, nullptr);
+    AddCallback(dialog, ZALVelmartDownloadLocationDlg::CANCELNotif::ClassName(),
+                &ZALVelmartFileDownloader::OnDownloadLocationDlgCANCEL, nullptr);
+}
+
+void ZALVelmartFileDownloader::OnDownloadLocationDlgOK(ZALBaseUnknown*, ZALNotification*, void*)
+{
+    ZALIVelmartIntegrationSettingAtt* settings = nullptr;
+    if (FAILED(CreateZALIVelmartIntegrationSettingAtt(&settings)) || !settings) {
+        ZALVelmartFileDownloadCompleteNotification notification(
+            ZALVelmartFileDownloadCompleteNotification::DownloadFailed);
+        DispatchCallbacks(this, &notification);
+        return;
+    }
+
+    // Whatever the dialog has stored is used, valid or not.
+    ZALUnicodeString folder;
+    settings->GetDownloadLocation(folder);
+    settings->Release();
+
+    if (ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame())
+        frame->SetBusyCursor();
+
+    FinishExtraction(DownloadedFilePath, folder);
+}
+
+void ZALVelmartFileDownloader::OnDownloadLocationDlgCANCEL(ZALBaseUnknown*, ZALNotification*, void*)
+{
+    ZALVelmartFileDownloadCompleteNotification notification(
+        ZALVelmartFileDownloadCompleteNotification::DownloadCanceled);
+    DispatchCallbacks(this, &notification);
+}
+
+void ZALVelmartFileDownloader::OnDownloadLocationForTemplateDlgOK(ZALBaseUnknown*, ZALNotification*, void*)
+{
+    ZALIVelmartIntegrationSettingAtt* settings = nullptr;
+    ZALUnicodeString folder;
+    if (SUCCEEDED(CreateZALIVelmartIntegrationSettingAtt(&settings)) && settings) {
+        settings->GetDownloadLocation(folder);
+        settings->Release();
+    }
+
+    if (folder.GetLengthInChar() == 0) {
+        ZALVelmartFileDownloadCompleteNotification notification(
+            ZALVelmartFileDownloadCompleteNotification::DownloadFailed);
+        DispatchCallbacks(this, &notification);
+        return;
+    }
+
+    StartDownloadAndApplyTemplates(DownloadRequest, folder);
+}

@@ -1,0 +1,76 @@
+// The one object through which every download of the module passes.
+#pragma once
+
+#include "download/ZALVelmartDownloadDataHandler.h"
+#include "events/MetaClassOperations.h"
+#include "host/dialog_engine.h"
+#include "host/json.h"
+
+#include <memory>
+
+class ZALVelmartDownloadProgressDlg;
+
+/// Takes the description of a catalogue item, gets its files by one of four routes and tells the end in one
+/// ZALVelmartFileDownloadCompleteNotification, dispatched on itself, possibly inside StartDownload. Whoever
+/// starts a download subscribes first. Used on the user-interface thread.
+///
+/// Sources: dispatch and folder logic in ZALVelmartFileDownloader.cpp, the transfer in
+/// ZALVelmartFileDownloaderTransfer.cpp, the archive in ZALVelmartFileDownloaderExtraction.cpp.
+class ZALVelmartFileDownloader : public ZALCommand {
+    VL_DECLARE_META_CLASS
+public:
+    ~ZALVelmartFileDownloader() override;
+
+    /// The one instance, made at the first call and released at module unload; null only if its creation
+    /// failed. No reference is added.
+    static ZALVelmartFileDownloader* GetInstance();
+    /// Starts the download of the item `request`. S_OK: the route has started or ended, and the outcome comes
+    /// as the notification. E_FAIL: no route could start, and no notification comes.
+    HRESULT StartDownload(const ZALOmxAny& request);
+    /// Keeps the template addresses that the page announced. Always S_OK.
+    HRESULT SetTemplatesURLs(const ZALOmxAny& urls);
+
+private:
+    friend class ZALVelmartFileDownloaderProbe;
+
+    ZALVelmartFileDownloader();
+
+    HRESULT StartDefaultDownload(const ZALOmxAny& request);
+    HRESULT StartDefaultDownloadURL(const ZALUnicodeString& url);
+    HRESULT StartDownloadFromTolva(const ZALOmxAny& request);
+    HRESULT StartDownloadAndApplyTemplates(const ZALOmxAny& request, const ZALUnicodeString& folder);
+
+    /// S_OK when `folder` was delivered, otherwise S_FALSE, and `folder` is left alone.
+    HRESULT GetValidDestinationFolderInSettings(ZALUnicodeString& folder);
+    void DisplayDestinationFolderChooserDlg();
+    void OnDownloadLocationDlgOK(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+    void OnDownloadLocationDlgCANCEL(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+    void OnDownloadLocationForTemplateDlgOK(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+
+    void OnDownloadRequestComplete(const ZALUnicodeString& path);
+    void NotifyProgress(std::int32_t percent);
+    void OnCancelDownloadProgressDlg(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+
+    void FinishExtraction(const ZALUnicodeString& archive, const ZALUnicodeString& folder);
+    HRESULT CheckForExtractConflicts(const ZALUnicodeString& archive, const ZALUnicodeString& folder,
+                                     bool& hasConflicts, bool& refused);
+
+    /// Whether downloads are rebuilt on the user's templates: settled at the first default download of the
+    /// process.
+    static bool TemplateSupportEnabled;
+
+    ZALOmxAny DownloadRequest;                            ///< last argument of StartDownload
+    std::unique_ptr<ZALCefHttpRequest> HttpRequest;       ///< running request; the busy marker of the plain route
+    ZALVelmartDownloadDataHandler* DataHandler = nullptr; ///< its handler, one reference
+    ZALUnicodeString DownloadedFilePath;                  ///< kept for the location dialog
+    ZALVelmartDownloadProgressDlg* ProgressDlg = nullptr; ///< belongs to the host; null when none is shown
+    ZALBaseUnknown* FullDownload = nullptr;               ///< the last multi-file download, one reference
+    ZALOmxAny TemplatesURLs;
+};
+
+/// The address of the item's file: `attributes.downloadUrls.ZALOR_RAW`, else `downloadUrl`, else `download`,
+/// each only when it is a string. E_FAIL, and `url` left as it was, when there is none.
+HRESULT GetDownloadURL(const ZALOmxAny& request, ZALUnicodeString& url);
+
+/// Local path of a `file` URL, empty when it has none. The path has less than 4096 characters.
+ZALUnicodeString ConvertFileURLToPath(const ZALUnicodeString& url);

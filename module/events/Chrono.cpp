@@ -1,0 +1,37 @@
+#include "events/ZALVelmartIntegrationDebug.h"
+
+#include <chrono>
+
+namespace ZALVelmartIntegrationDebug::Chrono {
+
+namespace {
+
+std::int64_t ChronoStart = 0; // nanoseconds of the monotonic clock
+
+std::int64_t Now()
+{
+    using namespace std::chrono;
+    return duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+} // namespace
+
+void Start()
+{
+    ChronoStart = Now();
+}
+
+std::uint64_t GetElapsed()
+{
+    return static_cast<std::uint64_t>((Now() - ChronoStart) / 1000000);
+}
+
+ZALUnicodeString GetElapsedAsString()
+{
+    ZALUnicodeString text;
+    text.BuildFromNum(GetElapsed(), "%I64u");
+    text += " ms";
+    return text;
+}
+
+} // namespace ZALVelmartIntegrationDebug::Chrono

@@ -1,0 +1,49 @@
+// The meta-class operations that every class of the module has: mechanical, and the same for all.
+#pragma once
+
+#include "host/object_model.h"
+
+/// Declares the operations inside a class.
+#define VL_DECLARE_META_CLASS                                                                                          \
+public:                                                                                                                \
+    static ZALClassId ClassId();                                                                                       \
+    static const char* ClassName();                                                                                    \
+    static ZALMetaClass* MetaObject();                                                                                 \
+    /** Always null: the class is not made this way. */                                                                \
+    static ZALBaseUnknown* CreateItself();                                                                             \
+    ZALMetaClass* GetMetaObject() const override;                                                                      \
+    const char* IsA() const override;                                                                                  \
+    int IsAKindOf(const char* className) const override;
+
+/// Defines them. The record is made at first need and shared by all of them.
+#define VL_DEFINE_META_CLASS(Class, Base)                                                                              \
+    ZALClassId Class::ClassId()                                                                                        \
+    {                                                                                                                  \
+        return MetaObject()->GetClassId();                                                                             \
+    }                                                                                                                  \
+    const char* Class::ClassName()                                                                                     \
+    {                                                                                                                  \
+        return #Class;                                                                                                 \
+    }                                                                                                                  \
+    ZALMetaClass* Class::MetaObject()                                                                                  \
+    {                                                                                                                  \
+        static ZALMetaClass* const record = fct_RetrieveMetaObject(#Class, ZALMetaImplementation, Base::MetaObject(),  \
+                                                                   "ZALNull", "ZALVelmartIntegration");                \
+        return record;                                                                                                 \
+    }                                                                                                                  \
+    ZALBaseUnknown* Class::CreateItself()                                                                              \
+    {                                                                                                                  \
+        return nullptr;                                                                                                \
+    }                                                                                                                  \
+    ZALMetaClass* Class::GetMetaObject() const                                                                         \
+    {                                                                                                                  \
+        return MetaObject();                                                                                           \
+    }                                                                                                                  \
+    const char* Class::IsA() const                                                                                     \
+    {                                                                                                                  \
+        return ClassName();                                                                                            \
+    }                                                                                                                  \
+    int Class::IsAKindOf(const char* className) const                                                                  \
+    {                                                                                                                  \
+        return MetaObject()->IsAKindOf(className);                                                                     \
+    }

@@ -1,0 +1,50 @@
+// Everything that the module registers when it is loaded. The order of the definitions in this file is the
+// order in which the host sees them, and it is required; no other file has load-time initialisers.
+
+#include "events/ZALVelmartIntegrationDebug.h"
+#include "events/ZALVelmartIntegrationEventPublisher.h"
+#include "events/ZALVelmartIntegrationEventSubscriber.h"
+#include "panel/TIEZALIMeridiaAccessDialogAddin.h"
+#include "panel/ZALVelmartMeridiaAccessAddin.h"
+
+namespace {
+
+ZALBaseUnknown* CreateAddin()
+{
+    return new ZALVelmartMeridiaAccessAddin;
+}
+
+ZALBaseUnknown* CreateEventPublisher()
+{
+    ZALBaseUnknown* publisher = ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance();
+    publisher->AddRef();
+    return publisher;
+}
+
+ZALBaseUnknown* CreateEventSubscriber()
+{
+    ZALBaseUnknown* subscriber = ZALVelmartIntegrationEventSubscriber::GetUniqueSubscriber();
+    subscriber->AddRef();
+    return subscriber;
+}
+
+// 1. The addin of the panel.
+const ZALFillDictionary AddinEntry("ZALVelmartMeridiaAccessAddin", "ZALIMeridiaAccessDialogAddin",
+                                   CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin, 1);
+const int AddinCreation = ZALFillDictionary::RegisterFunctionCreation("ZALVelmartMeridiaAccessAddin", CreateAddin);
+ZALMetaClass* const AddinRecord = ZALVelmartMeridiaAccessAddin::MetaObject();
+
+} // namespace
+
+// 2. The trace object.
+ZALTrace ZALVelmartIntegrationDebug::Traces("ZALVelmartIntegration", "ZALVelmartIntegration traces", 0, "STDERR", 1024);
+
+namespace {
+
+// 3. The event singletons.
+const int PublisherCreation =
+    ZALFillDictionary::RegisterFunctionCreation("ZALVelmartIntegrationEventPublisher", CreateEventPublisher);
+const int SubscriberCreation =
+    ZALFillDictionary::RegisterFunctionCreation("ZALVelmartIntegrationEventSubscriber", CreateEventSubscriber);
+
+} // namespace

@@ -1,0 +1,32 @@
+// Diagnostics of the module: its one trace object and a stopwatch.
+#pragma once
+
+#include "host/text.h"
+
+namespace ZALVelmartIntegrationDebug {
+
+/// The module's trace object, there while the module is loaded. Write through VL_TRACE.
+extern ZALTrace Traces;
+
+/// One stopwatch for the process, used on the user-interface thread.
+namespace Chrono {
+/// Starts or restarts the stopwatch.
+void Start();
+/// Milliseconds since Start, rounded toward zero. Without a Start, the monotonic clock's own value.
+std::uint64_t GetElapsed();
+/// GetElapsed followed by " ms".
+ZALUnicodeString GetElapsedAsString();
+} // namespace Chrono
+
+} // namespace ZALVelmartIntegrationDebug
+
+/// Writes one trace line; `pieces` are joined by <<. While the trace is off this tests the activation, and
+/// builds nothing.
+#define VL_TRACE(pieces)                                                                                               \
+    do {                                                                                                               \
+        if (ZALVelmartIntegrationDebug::Traces.Activation && *ZALVelmartIntegrationDebug::Traces.Activation) {         \
+            ZALOmxTextStream vlTraceText;                                                                              \
+            vlTraceText << pieces << "\n";                                                                             \
+            ZALVelmartIntegrationDebug::Traces.TraPut(vlTraceText.ToString().ConvertToChar().CastToCharPtr());         \
+        }                                                                                                              \
+    } while (false)

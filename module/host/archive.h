@@ -1,0 +1,46 @@
+// Archives of the host. All operations run on the user-interface thread and block.
+//
+// Reading takes: stored and deflated entries, Zip64, names in UTF-8 or CP437, entries with a data
+// descriptor. An entry that is encrypted, damaged or larger than the limits fails by itself.
+#pragma once
+
+#include "text.h"
+
+#include <memory>
+
+/// Modes of ZALSysZipFile::OpenZip.
+inline constexpr unsigned int ZALZipRead = 3;
+
+/// Flags of ZALSysZipFile::ExtractFile: replace what stands there (1), keep the relative path (16).
+inline constexpr unsigned int ZALZipExtractReplace = 17;
+
+/// Most entries that an archive may hold, and most bytes that one extracted entry and all of them may have.
+inline constexpr unsigned int ZALZipMaximumEntries = 1'000'000;
+inline constexpr std::uint64_t ZALZipMaximumEntrySize = std::uint64_t{16} << 30;
+inline constexpr std::uint64_t ZALZipMaximumTotalSize = std::uint64_t{64} << 30;
+
+/// One zip file.
+class ZALSysZipFile {
+public:
+    ZALSysZipFile();
+    ZALSysZipFile(const ZALSysZipFile&) = delete;
+    ZALSysZipFile& operator=(const ZALSysZipFile&) = delete;
+    /// Closes the archive when it is open.
+    ~ZALSysZipFile();
+
+    /// Opens `path`. Mode 3 reads, and fails on a file that is no archive or holds too many entries.
+    HRESULT OpenZip(const ZALUnicodeString& path, unsigned int mode);
+    /// Gives the names of all entries in archive order, their sizes in bytes and their count. The caller
+    /// frees both arrays with delete[]; they are null for an empty archive.
+    HRESULT BrowseZip(ZALUnicodeString*& names, std::uint64_t*& sizes, unsigned int& count);
+    /// Writes `entry`, named as BrowseZip gave it, below `folder` under its relative path and replaces what
+    /// stands there. An entry that ends in a separator makes a directory. Fails, and leaves nothing behind,
+    /// for an entry that would land outside `folder` (absolute, "..", through a link), that is encrypted
+    /// or damaged, or that passes a limit.
+    HRESULT ExtractFile(const ZALUnicodeString& folder, const ZALUnicodeString& entry, unsigned int flags);
+    /// Fails when no archive is open.
+    HRESULT Close();
+
+private:
+    std::unique_ptr<class ZALZipReader> reader_;
+};

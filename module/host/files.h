@@ -1,0 +1,43 @@
+// Files of the host. All operations run on the user-interface thread and block.
+//
+// `\` and `/` both separate the components of a path. Writing to, deleting or renaming a path with a ".."
+// component is refused.
+#pragma once
+
+#include "text.h"
+
+/// An open file; 0 is none.
+using ZALFileHandle = std::uint32_t;
+
+/// Mode bits of a file.
+inline constexpr std::uint32_t ZALFileTypeMask = 0xF000;
+inline constexpr std::uint32_t ZALFileTypeDirectory = 0x4000;
+inline constexpr std::uint32_t ZALFileTypeRegular = 0x8000;
+
+/// What ZALFileStat tells.
+struct ZALFileStatus {
+    std::uint32_t Mode = 0;    ///< type and permission bits
+    std::uint64_t Size = 0;    ///< bytes
+    std::int64_t Modified = 0; ///< seconds since 1970-01-01 UTC
+};
+
+/// Opens `path`; mode "rb" reads an existing file, "wb" replaces or creates one. On failure `handle` is 0.
+HRESULT ZALFOpen(const ZALUnicodeString& path, const char* mode, ZALFileHandle& handle);
+/// Reads up to `size` bytes; `count` is what was read, less than `size` only at the end of the file.
+HRESULT ZALFRead(ZALFileHandle handle, void* buffer, std::uint32_t size, std::uint32_t& count);
+/// Writes `size` bytes; `count` is what was written, also on failure.
+HRESULT ZALFWrite(ZALFileHandle handle, const void* bytes, std::uint32_t size, std::uint32_t& count);
+/// Size of the open file in bytes. Fails for one of 4 GiB or more.
+HRESULT ZALFSize(ZALFileHandle handle, std::uint32_t& size);
+/// Closes the file. Fails for a handle that is not open.
+HRESULT ZALFClose(ZALFileHandle handle);
+
+/// Status of what `path` names, links followed. Fails when nothing is there.
+HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status);
+
+/// Appends `name` to `folder` as a path below it, with one separator between them.
+void ZALMakePath(ZALUnicodeString& folder, const ZALUnicodeString& name);
+/// Splits `path` at its last separator; without one `folder` is empty.
+void ZALSplitPath(const ZALUnicodeString& path, ZALUnicodeString& folder, ZALUnicodeString& name);
+/// Extension of the file name in `path`, without its dot; empty when there is none.
+ZALUnicodeString GetFileExtensionName(const ZALUnicodeString& path);

@@ -1,0 +1,53 @@
+// The application frame of the host: main window, workshop, layout, editor. All of it is used on the
+// user-interface thread; the objects belong to the host, and no reference is added.
+#pragma once
+
+#include "dialogs.h"
+
+/// The frame of the application. A session without windows has none.
+class ZALApplicationFrame : public ZALEventSubscriber {
+public:
+    ZALApplicationFrame();
+    ~ZALApplicationFrame() override;
+    /// The frame, or null.
+    static ZALApplicationFrame* GetFrame();
+    /// Window that is the parent of messages; may be null.
+    virtual ZALDialog* GetMainWindow() = 0;
+    /// Window of documents, the parent of the module's dialogs; may be null.
+    virtual ZALDialog* GetApplicationDocument() = 0;
+    /// Name of the current workshop, such as "PRDWorkshop"; empty for none.
+    virtual ZALString GetCurrentWorkshop() = 0;
+    /// Shows the wait cursor until the next event of the user.
+    virtual void SetBusyCursor() = 0;
+};
+
+/// The editor of a document window.
+class ZALFrmEditor : public ZALEventSubscriber {
+public:
+    ZALFrmEditor();
+    ~ZALFrmEditor() override;
+    /// The active editor, or null without an open document.
+    static ZALFrmEditor* GetCurrentEditor();
+};
+
+/// The layout of windows, the publisher of ZALWorkbenchChanged.
+class ZALFrmLayout : public ZALEventSubscriber {
+public:
+    ZALFrmLayout();
+    ~ZALFrmLayout() override;
+    /// The layout, or null.
+    static ZALFrmLayout* GetCurrentLayout();
+};
+
+/// Dispatched on the layout after the workbench has changed.
+class ZALWorkbenchChanged : public ZALNotification {
+public:
+    ZALWorkbenchChanged();
+    ~ZALWorkbenchChanged() override;
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};

@@ -1,0 +1,68 @@
+// The browser panel of the host, called the Meridia panel, and what modules add to it. All of it is used on
+// the user-interface thread.
+#pragma once
+
+#include "text.h"
+
+/// The panel.
+class ZALIMeridiaAccessDialog : public ZALBaseUnknown {
+public:
+    ZALIMeridiaAccessDialog();
+    ~ZALIMeridiaAccessDialog() override;
+    /// Runs `script` in the page. Fails without a page; errors inside the script are not reported.
+    virtual HRESULT ExecuteScript(const ZALUnicodeString& script) = 0;
+    /// Points the panel at `url`.
+    virtual HRESULT LoadUrl(const ZALUnicodeString& url) = 0;
+    /// The panel's addin of the class `className`, with a reference added.
+    virtual HRESULT GetAddin(const ZALString& className, ZALBaseUnknown** addin) = 0;
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};
+
+/// What a module adds to the panel. The host makes it by its class name and calls, in order: SetAccessDialog
+/// once, then OnPageUrl for each page and OnJSMessage for each message of the page.
+class ZALIMeridiaAccessDialogAddin : public ZALBaseUnknown {
+public:
+    ZALIMeridiaAccessDialogAddin();
+    ~ZALIMeridiaAccessDialogAddin() override;
+    /// `dialog` is the panel; it may be null.
+    virtual HRESULT SetAccessDialog(ZALIMeridiaAccessDialog* dialog) = 0;
+    virtual HRESULT OnPageUrl(const ZALUnicodeString& url) = 0;
+    /// `message` is a JSON text.
+    virtual HRESULT OnJSMessage(const ZALUnicodeString& message) = 0;
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};
+
+/// A JSON text between components of the host.
+class ZALDlgHtmlViewJavaScriptNotification : public ZALNotification {
+public:
+    /// Copies `length` bytes of `data`.
+    ZALDlgHtmlViewJavaScriptNotification(const ZALString& name, const char* data, std::size_t length);
+    ~ZALDlgHtmlViewJavaScriptNotification() override;
+    const ZALString& GetName() const { return name_; }
+    /// Bytes of the text, not zero-terminated; they belong to the notification.
+    const char* GetData() const { return data_.GetData(); }
+    std::size_t GetDataLength() const { return data_.GetByteLength(); }
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+
+private:
+    ZALString name_;
+    ZALOmxUTF8String data_;
+};

@@ -1,0 +1,164 @@
+// Texts of the host: UTF-16 strings of the interfaces, narrow strings, lists, UTF-8 texts, text streams.
+// Values without a thread of their own; an object is used by one thread at a time.
+#pragma once
+
+#include "object_model.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Answers of ZALUnicodeString::Compare.
+inline constexpr int ZALTextsDiffer = 0;    ///< different texts
+inline constexpr int ZALTextsMatch = 1;     ///< texts that differ only in letter case
+inline constexpr int ZALTextsIdentical = 2; ///< identical texts
+
+/// Modes of ZALUnicodeString::SearchSubString.
+inline constexpr int ZALSearchBackward = 0;
+inline constexpr int ZALSearchForward = 1;
+
+/// Ends of a text, for Strip.
+inline constexpr int ZALStripLeading = 1;
+inline constexpr int ZALStripTrailing = 2;
+inline constexpr int ZALStripBoth = 3;
+
+/// A narrow string for names and catalog keys, in UTF-8.
+class ZALString {
+public:
+    ZALString() = default;
+    ZALString(const char* text);
+    /// Zero-terminated; valid until the string changes or ends.
+    const char* CastToCharPtr() const { return text_.c_str(); }
+    int GetLengthInChar() const { return static_cast<int>(text_.size()); }
+    friend bool operator==(const ZALString& left, const ZALString& right) { return left.text_ == right.text_; }
+
+private:
+    std::string text_;
+};
+
+/// A UTF-8 text with a length; may hold zero bytes.
+class ZALOmxUTF8String {
+public:
+    ZALOmxUTF8String() = default;
+    ZALOmxUTF8String(const char* text);
+    ZALOmxUTF8String(const char* bytes, std::size_t length);
+    /// Not zero-terminated as far as callers are concerned.
+    const char* GetData() const { return bytes_.data(); }
+    std::size_t GetByteLength() const { return bytes_.size(); }
+    friend bool operator==(const ZALOmxUTF8String& left, const ZALOmxUTF8String& right)
+    {
+        return left.bytes_ == right.bytes_;
+    }
+
+private:
+    std::string bytes_;
+};
+
+/// The string of all interfaces. Positions and lengths count UTF-16 code units from 0.
+class ZALUnicodeString {
+public:
+    ZALUnicodeString() = default;
+    /// Zero-terminated text in the host's narrow encoding, which is UTF-8 where the system's is. Bytes that
+    /// are no UTF-8 are taken as ISO 8859-1, one character each.
+    ZALUnicodeString(const char* text);
+    ZALUnicodeString(const ZALString& text);
+    ZALUnicodeString(const char16_t* text);
+    ZALUnicodeString(const char16_t* text, std::size_t length);
+    explicit ZALUnicodeString(const ZALOmxUTF8String& text);
+
+    int GetLengthInChar() const { return static_cast<int>(text_.size()); }
+    /// Zero-terminated code units; valid until the string changes or ends.
+    const char16_t* CastToUTF16Ptr() const { return text_.c_str(); }
+    char16_t operator[](int position) const { return text_[static_cast<std::size_t>(position)]; }
+
+    /// One of the three answers above. Letter case is compared by Unicode simple folding of one code unit.
+    int Compare(const ZALUnicodeString& other) const;
+    /// Position of `fragment` or -1. Mode ZALSearchForward looks for the first one at or behind `start`,
+    /// ZALSearchBackward for the last one at or before it. Letter case counts.
+    int SearchSubString(const ZALUnicodeString& fragment, int start = 0, int mode = ZALSearchForward) const;
+    /// `length` units from `start`, cut off at the end of the text.
+    ZALUnicodeString GetSubString(int start, int length) const;
+    /// Replaces each `old` by `replacement`.
+    void ReplaceAll(char16_t old, char16_t replacement);
+    /// Takes `unit` away at the ends named by `where`.
+    void Strip(int where, char16_t unit);
+    void Append(const ZALUnicodeString& tail) { text_ += tail.text_; }
+    ZALUnicodeString& operator+=(const ZALUnicodeString& tail)
+    {
+        text_ += tail.text_;
+        return *this;
+    }
+    friend ZALUnicodeString operator+(ZALUnicodeString left, const ZALUnicodeString& right)
+    {
+        left.text_ += right.text_;
+        return left;
+    }
+
+    /// Takes `length` bytes of UTF-8. Returns 0, or -1 for bytes that are none; the text is then empty.
+    int BuildFromUTF8(const char* bytes, std::size_t length);
+    /// Decimal text of `number` in the form `format`: "%u" or "%I64u".
+    void BuildFromNum(std::uint64_t number, const char* format);
+    /// The text as UTF-8; a surrogate without its partner becomes U+FFFD.
+    ZALOmxUTF8String ConvertToUTF8() const;
+    /// The text in the host's narrow encoding.
+    ZALString ConvertToChar() const;
+
+    friend bool operator==(const ZALUnicodeString& left, const ZALUnicodeString& right)
+    {
+        return left.text_ == right.text_;
+    }
+    /// Order by code units.
+    friend bool operator<(const ZALUnicodeString& left, const ZALUnicodeString& right)
+    {
+        return left.text_ < right.text_;
+    }
+
+private:
+    std::u16string text_;
+};
+
+/// A list of strings, counted from 1. An index outside 1 to Size() is the caller's error.
+class ZALListValZALUnicodeString {
+public:
+    int Size() const { return static_cast<int>(items_.size()); }
+    ZALUnicodeString& operator[](int index) { return items_[static_cast<std::size_t>(index - 1)]; }
+    const ZALUnicodeString& operator[](int index) const { return items_[static_cast<std::size_t>(index - 1)]; }
+    void Append(const ZALUnicodeString& item) { items_.push_back(item); }
+    void RemoveAll() { items_.clear(); }
+    void Swap(int first, int second) { std::swap((*this)[first], (*this)[second]); }
+
+private:
+    std::vector<ZALUnicodeString> items_;
+};
+
+/// Splits a text step by step.
+class ZALToken {
+public:
+    explicit ZALToken(const ZALUnicodeString& text) : text_(text) {}
+    /// What stands before the next character of `separators`; runs of separators count as one. Empty at the
+    /// end.
+    ZALUnicodeString GetNextToken(const ZALUnicodeString& separators);
+
+private:
+    ZALUnicodeString text_;
+    int position_ = 0;
+};
+
+/// Collects a text from pieces.
+class ZALOmxTextStream {
+public:
+    ZALOmxTextStream& operator<<(const char* text);
+    ZALOmxTextStream& operator<<(const ZALString& text);
+    ZALOmxTextStream& operator<<(const ZALUnicodeString& text);
+    ZALOmxTextStream& operator<<(const ZALOmxUTF8String& text);
+    ZALOmxTextStream& operator<<(std::int32_t number);
+    ZALOmxTextStream& operator<<(std::uint32_t number);
+    ZALOmxTextStream& operator<<(std::int64_t number);
+    ZALOmxTextStream& operator<<(std::uint64_t number);
+    ZALUnicodeString ToString() const;
+    ZALOmxUTF8String ToUTF8String() const;
+
+private:
+    std::string bytes_;
+};

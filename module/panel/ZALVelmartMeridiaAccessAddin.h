@@ -1,0 +1,67 @@
+// The module's side of the browser panel: takes the page's messages and starts everything else.
+#pragma once
+
+#include "events/MetaClassOperations.h"
+#include "host/json.h"
+#include "host/panel.h"
+
+class ZALVelmartFileDownloader;
+
+/// What a message of the page asks for.
+enum PanelAction : std::int32_t {
+    ActionDownload = 1,
+    ActionOpen = 2,
+    ActionInsert = 3,
+    ActionReplace = 4,
+};
+
+/// Whether the page's programming interface can be used.
+enum OpApiStatus : std::int32_t {
+    OpApiUnset = 0, ///< no page has reported yet
+    OpApiReady = 1, ///< the page has reported that it is ready
+    OpApiOver = 2,  ///< the page has left, or the panel shows another page
+};
+
+/// The addin of the panel. The host makes it by name and reaches it through ZALIMeridiaAccessDialogAddin. Used on
+/// the user-interface thread.
+class ZALVelmartMeridiaAccessAddin : public ZALEventSubscriber {
+    VL_DECLARE_META_CLASS
+public:
+    /// Dispatched by the addin on itself when the status has changed; GetOpApiStatus tells the new one.
+    class OpApiStatusChangeNotif : public ZALNotification {
+        VL_DECLARE_META_CLASS
+    public:
+        OpApiStatusChangeNotif() : ZALNotification(0) {}
+    };
+
+    ZALVelmartMeridiaAccessAddin();
+    ~ZALVelmartMeridiaAccessAddin() override;
+
+    /// Keeps `dialog`, weakly; null leaves the panel of before. Always S_OK.
+    HRESULT SetAccessDialog(ZALIMeridiaAccessDialog* dialog);
+    /// Judges the page in the panel. Always S_OK.
+    HRESULT OnPageUrl(const ZALUnicodeString& url);
+    /// Does what the page's JSON message says. E_FAIL for a message that is none of the six.
+    HRESULT OnJSMessage(const ZALUnicodeString& message);
+
+    OpApiStatus GetOpApiStatus() const { return _OpApiStatus; }
+    /// The address for uploads that the page announced. E_FAIL when there is none.
+    HRESULT GetSearchByUploadUrl(ZALUnicodeString& url) const;
+
+private:
+    HRESULT StartDownloadOf(const ZALOmxAny& content);
+    HRESULT StartCommandWith(const ZALOmxAny& content);
+    void ChangeOpApiStatus(OpApiStatus status);
+    void ChangeFindSimilarHeaderAvailability(bool available);
+    void NotifyErrorMessage(const ZALString& key);
+    void ShowErrorText(const ZALUnicodeString& text);
+    void OnWorkbenchChanged(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+    void OnFileDownloadComplete(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+
+    ZALCallback _WorkbenchCallback = 0;
+    ZALVelmartFileDownloader* _Downloader = nullptr; ///< the singleton, fetched at first need; not owned
+    PanelAction _Action = {};                        ///< what the last message asked for; read when a download ends
+    ZALBaseUnknown_WR _AccessDialog;
+    OpApiStatus _OpApiStatus = OpApiUnset;
+    ZALUnicodeString _SearchByUploadUrl;
+};

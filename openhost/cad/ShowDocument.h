@@ -1,0 +1,17 @@
+// A document in words: tree, properties, link table.
+#pragma once
+
+#include <filesystem>
+#include <ostream>
+
+namespace openhost {
+
+/// Writes the tree, the properties and the link table of the document `path` to `output`. The tree follows the
+/// links to files beside the document; a file that is missing, damaged or part of itself is named as such in
+/// its line. Throws CompoundFileError when `path` itself is no document.
+void ShowDocument(const std::filesystem::path& path, std::ostream& output);
+
+/// Most lines of a tree, since a few files that name each other twice unfold into any number of them.
+inline constexpr int MaximumTreeLines = 10'000;
+
+} // namespace openhost

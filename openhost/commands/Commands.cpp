@@ -1,0 +1,127 @@
+#include "openhost/commands/Commands.h"
+
+#include "openhost/journal/Journal.h"
+
+#include "host/dialog_engine.h"
+
+#include <map>
+#include <memory>
+#include <utility>
+
+namespace openhost {
+
+namespace {
+
+// Available where the command may be started from the menus: in the global mode.
+class SessionHeader : public ZALCommandHeader {
+public:
+    explicit SessionHeader(std::string name) : name_(std::move(name)) {}
+
+    int IsAvailable() const override { return (modes_ & ZALHeaderInGlobalMode) ? 1 : 0; }
+    void SetAvailability(int mask, int state) override
+    {
+        modes_ = state ? modes_ | mask : modes_ & ~mask;
+        journal::Write("command",
+                       {{"header", name_}, {"mask", mask}, {"state", state}, {"available", IsAvailable() == 1}});
+    }
+    bool IsAvailableIn(int mask) const { return (modes_ & mask) == mask; }
+
+private:
+    std::string name_;
+    int modes_ = 0;
+};
+
+class SessionApplication : public ZALInteractiveApplication {
+public:
+    void UpdateDisplay() override { ++updates; }
+
+    int updates = 0;
+};
+
+class SessionRecorder : public ZALRecord {
+public:
+    SessionRecorder(bool capture, bool replay) : capture_(capture), replay_(replay) {}
+
+    bool IsCapture() const override { return capture_; }
+    bool IsReplay() const override { return replay_; }
+
+private:
+    bool capture_;
+    bool replay_;
+};
+
+struct Session {
+    std::map<std::string, std::unique_ptr<SessionHeader>> headers;
+    std::unique_ptr<SessionApplication> application;
+    std::unique_ptr<SessionRecorder> recorder;
+
+    explicit Session(const CommandOptions& options)
+    {
+        if (options.findSimilarHeader)
+            headers.emplace(FindSimilarHeader, std::make_unique<SessionHeader>(FindSimilarHeader));
+        if (options.application)
+            application = std::make_unique<SessionApplication>();
+        if (options.recorder)
+            recorder = std::make_unique<SessionRecorder>(options.capture, options.replay);
+    }
+};
+
+// Never destroyed: objects of a module may ask for their header after the statics of this library.
+Session& Current()
+{
+    static auto& session = *new Session(CommandOptions{});
+    return session;
+}
+
+} // namespace
+
+void ConfigureCommands(const CommandOptions& options)
+{
+    Current() = Session(options);
+}
+
+void ResetCommands()
+{
+    ConfigureCommands({});
+}
+
+void AddCommandHeader(const std::string& name)
+{
+    auto& headers = Current().headers;
+    if (!headers.contains(name))
+        headers.emplace(name, std::make_unique<SessionHeader>(name));
+}
+
+bool IsHeaderAvailable(const std::string& name, int mask)
+{
+    const auto& headers = Current().headers;
+    const auto header = headers.find(name);
+    return header != headers.end() && header->second->IsAvailableIn(mask);
+}
+
+int DisplayUpdateCount()
+{
+    return Current().application ? Current().application->updates : 0;
+}
+
+} // namespace openhost
+
+// ---------------------------------------------------------------------------------------------
+// The host view
+
+ZALCommandHeader* ZALCommandHeader::GetHeaderFromList(const ZALString& name, int)
+{
+    const auto& headers = openhost::Current().headers;
+    const auto header = headers.find(name.CastToCharPtr());
+    return header != headers.end() ? header->second.get() : nullptr;
+}
+
+ZALApplication* ZALApplication::MainApplication()
+{
+    return openhost::Current().application.get();
+}
+
+ZALRecord* ZALRecord::GetMain()
+{
+    return openhost::Current().recorder.get();
+}

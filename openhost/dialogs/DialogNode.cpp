@@ -1,0 +1,112 @@
+#include "openhost/dialogs/DialogNode.h"
+
+#include "openhost/dialogs/DialogSurface.h"
+#include "openhost/journal/Journal.h"
+
+#include <algorithm>
+
+namespace {
+
+// Never destroyed: objects of other libraries may end after the statics of this one.
+std::vector<ZALDialog*>& AllDialogs()
+{
+    static auto& dialogs = *new std::vector<ZALDialog*>;
+    return dialogs;
+}
+
+} // namespace
+
+ZALDialogNode& ZALDialogNode::Of(const ZALDialog& dialog)
+{
+    return *dialog.node_;
+}
+
+ZALDialogNode* ZALDialogNode::Make(ZALDialog& owner, ZALDialog* parent, const ZALString& name, unsigned int style)
+{
+    auto* node = new ZALDialogNode;
+    node->owner = &owner;
+    node->parent = parent;
+    node->name = name;
+    node->style = style;
+    if (parent) {
+        Of(*parent).children.push_back(&owner);
+        node->ended = Of(*parent).ended;
+    }
+    AllDialogs().push_back(&owner);
+    return node;
+}
+
+bool ZALDialogNode::TakesInput() const
+{
+    for (const ZALDialogNode* node = this; node; node = node->parent ? &Of(*node->parent) : nullptr) {
+        if (!node->sensitive || node->ended)
+            return false;
+        if (node->IsWindow())
+            return true;
+    }
+    return true;
+}
+
+void ZALDialogNode::End()
+{
+    if (ended)
+        return;
+    ended = true;
+    for (ZALDialog* child : children)
+        Of(*child).End();
+    visible = false;
+    openhost::DialogSurface::Current().Ended(*owner);
+    if (kind == Kind::Window && wasShown)
+        openhost::journal::Write("window", {{"name", Name()}, {"style", style}, {"action", "ended"}});
+}
+
+void ZALDialogNode::Leave()
+{
+    if (parent) {
+        ZALDialogNode& above = Of(*parent);
+        std::erase(above.children, owner);
+        std::erase(above.attached, owner);
+        parent = nullptr;
+    }
+    attached.clear();
+    while (!children.empty()) {
+        ZALDialogNode& child = Of(*children.back());
+        children.pop_back();
+        child.parent = nullptr;
+        child.EndAndRelease();
+    }
+    std::erase(AllDialogs(), owner);
+}
+
+void ZALDialogNode::EndAndRelease()
+{
+    End();
+    if (std::exchange(hostHolds, false))
+        owner->Release();
+}
+
+namespace openhost {
+
+std::vector<ZALDialog*> LiveDialogs()
+{
+    std::vector<ZALDialog*> live;
+    std::copy_if(AllDialogs().begin(), AllDialogs().end(), std::back_inserter(live),
+                 [](const ZALDialog* dialog) { return !ZALDialogNode::Of(*dialog).ended; });
+    return live;
+}
+
+void EndAllDialogs()
+{
+    for (;;) {
+        const auto& all = AllDialogs();
+        const auto held = std::find_if(all.begin(), all.end(), [](const ZALDialog* dialog) {
+            const ZALDialogNode& node = ZALDialogNode::Of(*dialog);
+            return !node.parent && node.hostHolds;
+        });
+        if (held == all.end())
+            return;
+        ZALDialogNode::Of(**held).EndAndRelease();
+    }
+}
+
+} // namespace openhost

@@ -1,0 +1,57 @@
+// The host's state of one control, and the tree of all of them.
+#pragma once
+
+#include "host/dialogs.h"
+
+#include <string>
+#include <vector>
+
+/// What a surface shows of a control. Belongs to its ZALDialog and ends with it.
+struct ZALDialogNode {
+    enum class Kind { Window, Question, Frame, Label, Progress, Other };
+
+    ZALDialog* owner = nullptr;
+    ZALDialog* parent = nullptr; ///< null for a window without one, and once the parent has gone
+    std::vector<ZALDialog*> children; ///< in the order of their making
+    Kind kind = Kind::Other;
+    ZALString name;
+    unsigned int style = ZALDlgNoStyle;
+    bool visible = true;     ///< windows begin hidden
+    bool sensitive = true;   ///< of the control by itself
+    bool titleIsSet = false; ///< otherwise the title comes from the resource files
+    ZALUnicodeString title;
+    std::vector<ZALDialog*> attached; ///< children that fill the control
+    bool hasRectangle = false;
+    int x = 0, y = 0, height = 0, width = 0; ///< pixels
+    int minimum = 0, maximum = 100, position = 0; ///< of a progress bar
+    bool ended = false; ///< gone for the user; the object stays as long as somebody holds it
+
+    static ZALDialogNode& Of(const ZALDialog& dialog);
+
+    bool IsWindow() const { return kind == Kind::Window || kind == Kind::Question; }
+    /// Whether the user can act on the control: it, and all that it stands in up to its window, is sensitive.
+    bool TakesInput() const;
+    std::string Name() const { return name.CastToCharPtr(); }
+
+    /// Life of the node, for ZALDialog alone.
+    static ZALDialogNode* Make(ZALDialog& owner, ZALDialog* parent, const ZALString& name, unsigned int style);
+    /// Ends the control and what it holds for the user: the surface forgets them, children first.
+    void End();
+    /// Takes the node out of the tree. The children lose the host's reference.
+    void Leave();
+    /// Ends the control and drops the host's reference on it, which may delete it.
+    void EndAndRelease();
+
+    bool destructionRequested = false;
+    bool hostHolds = true; ///< whether the reference of `new` is still the host's
+    bool wasShown = false;
+};
+
+namespace openhost {
+
+/// Every control that has not ended, in the order of their making.
+std::vector<ZALDialog*> LiveDialogs();
+/// Ends all controls at once, at the end of a session. Not to be called from a callback of one of them.
+void EndAllDialogs();
+
+} // namespace openhost

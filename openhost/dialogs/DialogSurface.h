@@ -1,0 +1,35 @@
+// Port of what shows dialogs to the user and asks him.
+#pragma once
+
+#include "host/dialogs.h"
+
+#include <memory>
+
+namespace openhost {
+
+/// Backends: ScriptedSurface, and the desktop's. All of it is used on the user-interface thread. What is to be
+/// shown of a control stands in its ZALDialogNode.
+class DialogSurface {
+public:
+    virtual ~DialogSurface();
+
+    /// The surface in use. There is always one; a process begins with a ScriptedSurface.
+    static DialogSurface& Current();
+    /// Replaces the surface in use. Returns the one of before. The new one is not told of what is shown already.
+    static std::unique_ptr<DialogSurface> Install(std::unique_ptr<DialogSurface> surface);
+
+    /// A window or a control has become visible.
+    virtual void Shown(ZALDialog& dialog) = 0;
+    /// A window or a control has become invisible.
+    virtual void Hidden(ZALDialog& dialog) = 0;
+    /// The title, sensitivity, place or value of a control is another one.
+    virtual void Changed(ZALDialog& dialog) = 0;
+    /// The control ends; told once for each, children first. The object may be in its destructor: only its node
+    /// may be looked at, and no reference may be added.
+    virtual void Ended(ZALDialog& dialog) = 0;
+    /// Shows `question`, runs the event loop until the user has answered or the question has ended, and returns
+    /// one of the answers of ZALDlgNotify::DisplayBlocked. Questions nest.
+    virtual int Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title) = 0;
+};
+
+} // namespace openhost

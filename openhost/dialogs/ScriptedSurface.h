@@ -1,0 +1,78 @@
+// A surface without a display: answers given beforehand, every control can be read and pushed.
+#pragma once
+
+#include "openhost/dialogs/DialogSurface.h"
+
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace openhost {
+
+/// What has become of a push.
+enum class PushResult {
+    Done,
+    NoDialog,    ///< no visible window has the name
+    NoControl,   ///< the window has no such control, or it cannot be pushed
+    Insensitive, ///< the window or the control takes no input at present
+};
+
+/// A sentence part for reports, such as "takes no input".
+const char* ToText(PushResult result);
+
+/// Backend of DialogSurface for tests and session files.
+class ScriptedSurface : public DialogSurface {
+public:
+    /// A question that has been asked.
+    struct Question {
+        std::string name;
+        unsigned int style;
+        std::string title;
+        std::string text;
+        std::string parent; ///< name of the parent; empty for none
+        int answer;         ///< -1 as long as there is none
+    };
+    /// What has happened to a window.
+    struct WindowEvent {
+        enum class Action { Shown, Hidden, Ended };
+        std::string name;
+        unsigned int style;
+        Action action;
+    };
+
+    /// Queues `answer` for a question named `dialog`; the answers of one name are used in their order. A question
+    /// without one is closed.
+    void Answer(const std::string& dialog, int answer);
+    /// Acts as the user on the visible window `dialog`, the newest of that name. The control "CLOSE" is its close
+    /// box. Callbacks run before the call returns, and may end the window.
+    PushResult Push(const std::string& dialog, const std::string& control);
+
+    /// The newest live control or window named `name`, or null. No reference is added.
+    ZALDialog* Find(const std::string& name) const;
+    /// The control `control` in the newest live window named `dialog`, or null. No reference is added.
+    ZALDialog* Find(const std::string& dialog, const std::string& control) const;
+    /// In the order in which they were asked.
+    const std::vector<Question>& Questions() const { return questions_; }
+    /// In the order in which they happened. Questions do not count as windows here.
+    const std::vector<WindowEvent>& WindowEvents() const { return windowEvents_; }
+    /// Answers that no question has used so far.
+    std::size_t UnusedAnswers() const;
+
+    void Shown(ZALDialog& dialog) override;
+    void Hidden(ZALDialog& dialog) override;
+    void Changed(ZALDialog& dialog) override;
+    void Ended(ZALDialog& dialog) override;
+    /// The answer comes from the event loop, behind what is pending there when the question is asked.
+    int Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title) override;
+
+private:
+    void Record(const ZALDialog& dialog, WindowEvent::Action action);
+    int TakeAnswer(const std::string& dialog);
+
+    std::map<std::string, std::deque<int>> answers_;
+    std::vector<Question> questions_;
+    std::vector<WindowEvent> windowEvents_;
+};
+
+} // namespace openhost

@@ -1,0 +1,32 @@
+#include "openhost/dialogs/DialogNode.h"
+#include "openhost/dialogs/DialogSurface.h"
+#include "openhost/journal/Journal.h"
+#include "openhost/text/Utf.h"
+
+ZALDlgNotify::ZALDlgNotify(ZALDialog* parent, const ZALString& name, unsigned int style)
+    : ZALDlgDialog(parent, name, style)
+{
+    ZALDialogNode::Of(*this).kind = ZALDialogNode::Kind::Question;
+}
+
+ZALDlgNotify::~ZALDlgNotify() = default;
+
+int ZALDlgNotify::DisplayBlocked(const ZALUnicodeString& text, const ZALUnicodeString& title)
+{
+    ZALDialogNode& node = ZALDialogNode::Of(*this);
+    if (node.ended)
+        return ZALDlgAnswerClosed;
+
+    // Events that run meanwhile may end the question.
+    AddRef();
+    node.visible = true;
+    const int answer = openhost::DialogSurface::Current().Ask(*this, text, title);
+    node.visible = false;
+    openhost::journal::Write("dialog", {{"name", node.Name()},
+                                        {"style", node.style},
+                                        {"title", openhost::ToUtf8(title)},
+                                        {"text", openhost::ToUtf8(text)},
+                                        {"answer", answer}});
+    Release();
+    return answer;
+}

@@ -1,0 +1,166 @@
+#include "Paths.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <unordered_map>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/// The open files. A number is given once, so that a handle kept too long never meets the file of another one.
+class OpenFiles {
+public:
+    /// Takes `descriptor` over.
+    ZALFileHandle Add(int descriptor)
+    {
+        do
+            ++last_;
+        while (last_ == 0 || descriptors_.count(last_) != 0);
+        descriptors_.emplace(last_, descriptor);
+        return last_;
+    }
+
+    /// The descriptor of `handle`, or -1.
+    int Find(ZALFileHandle handle) const
+    {
+        const auto found = descriptors_.find(handle);
+        return found == descriptors_.end() ? -1 : found->second;
+    }
+
+    void Remove(ZALFileHandle handle) { descriptors_.erase(handle); }
+
+private:
+    std::unordered_map<ZALFileHandle, int> descriptors_;
+    ZALFileHandle last_ = 0;
+};
+
+OpenFiles& Files()
+{
+    static OpenFiles files;
+    return files;
+}
+
+/// Repeats a call that a signal interrupted.
+template <class Call>
+auto Retry(Call call)
+{
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
+
+bool IsRegularFile(int descriptor)
+{
+    struct stat status;
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+// One call of the system takes no more than this, which is below its own limit on every platform.
+constexpr std::size_t LargestTransfer = std::size_t{1} << 30;
+
+} // namespace
+
+HRESULT ZALFOpen(const ZALUnicodeString& path, const char* mode, ZALFileHandle& handle)
+{
+    handle = 0;
+    const std::string_view access = mode ? mode : "";
+    const bool isWriting = access == "wb";
+    if (!isWriting && access != "rb")
+        return E_FAIL;
+    if (isWriting && openhost::HasParentComponent(path))
+        return E_FAIL;
+
+    // Without blocking, because a path may name a pipe that nobody else ever opens.
+    const int flags = (isWriting ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    const std::string file = openhost::SystemPath(path);
+    const int descriptor = Retry([&] { return open(file.c_str(), flags, 0666); });
+    if (descriptor < 0)
+        return E_FAIL;
+
+    if (!IsRegularFile(descriptor)) {
+        close(descriptor);
+        return E_FAIL;
+    }
+    handle = Files().Add(descriptor);
+    return S_OK;
+}
+
+HRESULT ZALFRead(ZALFileHandle handle, void* buffer, std::uint32_t size, std::uint32_t& count)
+{
+    count = 0;
+    const int descriptor = Files().Find(handle);
+    if (descriptor < 0 || (!buffer && size > 0))
+        return E_FAIL;
+
+    char* const bytes = static_cast<char*>(buffer);
+    while (count < size) {
+        const std::size_t wanted = std::min<std::size_t>(size - count, LargestTransfer);
+        const ssize_t done = Retry([&] { return read(descriptor, bytes + count, wanted); });
+        if (done < 0)
+            return E_FAIL;
+        if (done == 0)
+            break;
+        count += static_cast<std::uint32_t>(done);
+    }
+    return S_OK;
+}
+
+HRESULT ZALFWrite(ZALFileHandle handle, const void* bytes, std::uint32_t size, std::uint32_t& count)
+{
+    count = 0;
+    const int descriptor = Files().Find(handle);
+    if (descriptor < 0 || (!bytes && size > 0))
+        return E_FAIL;
+
+    const char* const source = static_cast<const char*>(bytes);
+    while (count < size) {
+        const std::size_t wanted = std::min<std::size_t>(size - count, LargestTransfer);
+        const ssize_t done = Retry([&] { return write(descriptor, source + count, wanted); });
+        if (done <= 0)
+            return E_FAIL;
+        count += static_cast<std::uint32_t>(done);
+    }
+    return S_OK;
+}
+
+HRESULT ZALFSize(ZALFileHandle handle, std::uint32_t& size)
+{
+    const int descriptor = Files().Find(handle);
+    struct stat status;
+    if (descriptor < 0 || fstat(descriptor, &status) != 0)
+        return E_FAIL;
+    if (status.st_size > std::int64_t{UINT32_MAX})
+        return E_FAIL;
+
+    size = static_cast<std::uint32_t>(status.st_size);
+    return S_OK;
+}
+
+HRESULT ZALFClose(ZALFileHandle handle)
+{
+    const int descriptor = Files().Find(handle);
+    if (descriptor < 0)
+        return E_FAIL;
+
+    Files().Remove(handle);
+    // The descriptor is gone even when an interruption or a late write error is reported.
+    return close(descriptor) == 0 || errno == EINTR ? S_OK : E_FAIL;
+}
+
+HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status)
+{
+    struct stat found;
+    if (stat(openhost::SystemPath(path).c_str(), &found) != 0)
+        return E_FAIL;
+
+    static_assert(S_IFMT == ZALFileTypeMask && S_IFDIR == ZALFileTypeDirectory && S_IFREG == ZALFileTypeRegular);
+    status.Mode = found.st_mode;
+    status.Size = static_cast<std::uint64_t>(found.st_size);
+    status.Modified = found.st_mtime;
+    return S_OK;
+}

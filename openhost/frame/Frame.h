@@ -1,0 +1,28 @@
+// The application frame of a session.
+#pragma once
+
+#include <string>
+
+namespace openhost {
+
+/// What the frame consists of.
+struct FrameOptions {
+    bool exists = true;
+    std::string workshop = "PRDWorkshop"; ///< empty for none
+    bool applicationDocument = true;
+    bool mainWindow = true;
+    bool editor = false; ///< there is one as soon as a document is open
+    bool layout = true;  ///< stands by itself: a session may have a layout without a frame
+};
+
+/// Replaces the frame, the editor and the layout. Windows of the frame before end with all that they hold, and
+/// subscriptions on it are gone. A process begins with none of them.
+void ConfigureFrame(const FrameOptions& options);
+/// Ends the frame, the editor and the layout.
+void ResetFrame();
+/// Switches to the workshop `name`, and dispatches ZALWorkbenchChanged on the layout when there is one.
+void ChangeWorkshop(const std::string& name);
+/// Times that the wait cursor has been asked for since the frame was configured.
+int BusyCursorCount();
+
+} // namespace openhost

@@ -1,0 +1,87 @@
+#include "openhost/geometry/ShapeGeometry.h"
+
+#include <BRepBndLib.hxx>
+#include <BRepCheck_Analyzer.hxx>
+#include <BRepGProp.hxx>
+#include <BinTools.hxx>
+#include <Bnd_Box.hxx>
+#include <GProp_GProps.hxx>
+#include <Standard_Failure.hxx>
+#include <TopExp.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
+#include <TopoDS_Shape.hxx>
+
+#include <sstream>
+
+namespace openhost {
+
+namespace {
+
+std::uint32_t Count(const TopoDS_Shape& shape, TopAbs_ShapeEnum kind)
+{
+    TopTools_IndexedMapOfShape found;
+    TopExp::MapShapes(shape, kind, found);
+    return static_cast<std::uint32_t>(found.Extent());
+}
+
+} // namespace
+
+GeometryFacts MeasureShape(const TopoDS_Shape& shape)
+{
+    GeometryFacts facts;
+    facts.solids = Count(shape, TopAbs_SOLID);
+    facts.faces = Count(shape, TopAbs_FACE);
+    GProp_GProps properties;
+    BRepGProp::VolumeProperties(shape, properties);
+    facts.volume = properties.Mass();
+    BRepGProp::SurfaceProperties(shape, properties);
+    facts.area = properties.Mass();
+    Bnd_Box box;
+    BRepBndLib::AddOptimal(shape, box, Standard_False, Standard_False);
+    if (!box.IsVoid())
+        box.Get(facts.lowest[0], facts.lowest[1], facts.lowest[2], facts.highest[0], facts.highest[1],
+                facts.highest[2]);
+    return facts;
+}
+
+DocumentGeometry EncodeShape(const TopoDS_Shape& shape)
+{
+    if (shape.IsNull())
+        throw GeometryError("a null shape has no geometry");
+    try
+    {
+        if (!BRepCheck_Analyzer(shape).IsValid())
+            throw GeometryError("the shape is not valid");
+        DocumentGeometry geometry;
+        geometry.facts = MeasureShape(shape);
+        if (geometry.facts.solids == 0)
+            throw GeometryError("the shape has no solid");
+        std::ostringstream stream;
+        BinTools::Write(shape, stream, Standard_False, Standard_False, BinTools_FormatVersion_CURRENT);
+        geometry.boundary = std::move(stream).str();
+        return geometry;
+    }
+    catch (const Standard_Failure& failure)
+    {
+        throw GeometryError(failure.GetMessageString());
+    }
+}
+
+TopoDS_Shape DecodeShape(const DocumentGeometry& geometry)
+{
+    TopoDS_Shape shape;
+    try
+    {
+        std::istringstream stream(geometry.boundary);
+        BinTools::Read(shape, stream);
+    }
+    catch (const Standard_Failure& failure)
+    {
+        throw GeometryError(failure.GetMessageString());
+    }
+    if (shape.IsNull())
+        throw GeometryError("the bytes hold no shape");
+    return shape;
+}
+
+} // namespace openhost

@@ -1,0 +1,23 @@
+// Shapes of Open CASCADE as the geometry of documents.
+#pragma once
+
+#include "openhost/documents/CadDocument.h"
+
+class TopoDS_Shape;
+
+namespace openhost {
+
+/// Says why a shape cannot be written or bytes are no shape.
+class GeometryError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Volume, area, bounding box and counts of `shape`. The box lies on the faces, without a margin.
+GeometryFacts MeasureShape(const TopoDS_Shape& shape);
+/// The geometry of a document with `shape`, which must be valid and hold a solid.
+DocumentGeometry EncodeShape(const TopoDS_Shape& shape);
+/// The shape in `geometry`. Throws for bytes that hold none.
+TopoDS_Shape DecodeShape(const DocumentGeometry& geometry);
+
+} // namespace openhost

@@ -1,0 +1,3 @@
+#include "host/http.h"
+
+ZALCefHttpDataHandler::~ZALCefHttpDataHandler() = default;

@@ -1,0 +1,225 @@
+#include "host/http.h"
+
+#include "openhost/http/HttpTransport.h"
+#include "openhost/journal/Journal.h"
+
+#include <optional>
+#include <set>
+#include <string>
+
+namespace {
+
+std::string ToUTF8(const ZALUnicodeString& text)
+{
+    const ZALOmxUTF8String bytes = text.ConvertToUTF8();
+    return {bytes.GetData(), bytes.GetByteLength()};
+}
+
+// Bytes of the network as text: UTF-8, else ISO 8859-1.
+ZALUnicodeString FromBytes(const std::string& bytes)
+{
+    ZALUnicodeString text;
+    if (text.BuildFromUTF8(bytes.data(), bytes.size()) == 0)
+        return text;
+    std::u16string units;
+    for (const char byte : bytes)
+        units.push_back(static_cast<unsigned char>(byte));
+    return {units.data(), units.size()};
+}
+
+const char* NameOf(int status)
+{
+    switch (status)
+    {
+    case ZALHttpStatusFinished:
+        return "finished";
+    case ZALHttpStatusFailed:
+        return "failed";
+    case ZALHttpStatusCancelled:
+        return "cancelled";
+    default:
+        return "refused";
+    }
+}
+
+int StatusOf(openhost::TransferEnd end)
+{
+    switch (end)
+    {
+    case openhost::TransferEnd::Finished:
+        return ZALHttpStatusFinished;
+    case openhost::TransferEnd::Failed:
+        return ZALHttpStatusFailed;
+    case openhost::TransferEnd::Cancelled:
+        break;
+    }
+    return ZALHttpStatusCancelled;
+}
+
+} // namespace
+
+/// Fills the parts of a request that the view keeps to the host.
+struct ZALCefHttpRequestAccess {
+    static ZALCefHttpResponse Response(int code)
+    {
+        ZALCefHttpResponse response;
+        response.code_ = code;
+        response.state_ = code >= 200 && code <= 299 ? ZALHttpResponseSucceeded : ZALHttpResponseRefused;
+        return response;
+    }
+};
+
+// ---------------------------------------------------------------------------------------------
+// The exchange: what of a request goes on when the request object is gone
+
+struct ZALHttpExchange final : openhost::HttpTransferListener, std::enable_shared_from_this<ZALHttpExchange> {
+    /// Exchanges whose OnComplete has not run; they live until then, whoever lets go of them. Never destroyed, as
+    /// handlers of a module must not end after the module.
+    static std::set<std::shared_ptr<ZALHttpExchange>>& Running()
+    {
+        static auto& running = *new std::set<std::shared_ptr<ZALHttpExchange>>;
+        return running;
+    }
+
+    void Cancel()
+    {
+        if (status != ZALHttpStatusRunning)
+            return;
+        status = ZALHttpStatusCancelled;
+        transfer->Cancel();
+    }
+
+    void OnHead(int code, const openhost::HttpHeaders& fields) override
+    {
+        if (status != ZALHttpStatusRunning)
+            return;
+        response = ZALCefHttpRequestAccess::Response(code);
+        ZALCefHttpHeaderMap map;
+        for (const auto& [name, value] : fields)
+            map.AddValue(FromBytes(name), FromBytes(value));
+        handler->OnHeaders(request, map);
+    }
+
+    void OnBytes(const char* bytes, std::size_t size) override
+    {
+        if (status != ZALHttpStatusRunning)
+            return;
+        received += size;
+        handler->OnData(request, bytes, size);
+    }
+
+    void OnProgress(std::uint64_t current, std::uint64_t total) override
+    {
+        if (status == ZALHttpStatusRunning)
+            handler->OnProgress(request, current, total);
+    }
+
+    void OnEnd(openhost::TransferEnd end, const std::string& error) override
+    {
+        if (status == ZALHttpStatusRunning)
+            status = StatusOf(end);
+        transfer.reset();
+        JournalEnd(error);
+
+        const auto self = Running().extract(shared_from_this());
+        ZALCefHttpDataHandler* completed = std::exchange(handler, nullptr);
+        completed->OnComplete(request);
+        completed->Release();
+    }
+
+    void JournalEnd(const std::string& error) const
+    {
+        if (!openhost::journal::IsOpen())
+            return;
+        nlohmann::ordered_json fields;
+        fields["url"] = ToUTF8(url);
+        fields["end"] = NameOf(status);
+        fields["status"] = status;
+        fields["code"] = response ? response->GetCode() : 0;
+        fields["bytes"] = received;
+        if (!error.empty())
+            fields["error"] = ToUTF8(FromBytes(error));
+        openhost::journal::Write("transfer", fields);
+    }
+
+    ZALCefHttpRequest* request = nullptr; ///< null once the request object is gone
+    ZALUnicodeString method;
+    ZALUnicodeString url;
+    ZALCefHttpHeaderMap headers;
+    ZALCefHttpDataHandler* handler = nullptr; ///< holds a reference while the transfer runs
+    std::unique_ptr<openhost::HttpTransfer> transfer;
+    int status = ZALHttpStatusUnsent;
+    std::optional<ZALCefHttpResponse> response;
+    std::uint64_t received = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The request
+
+ZALCefHttpRequest::ZALCefHttpRequest(const ZALUnicodeString& method, const ZALUnicodeString& url)
+    : exchange_(std::make_shared<ZALHttpExchange>())
+{
+    exchange_->request = this;
+    exchange_->method = method;
+    exchange_->url = url;
+}
+
+ZALCefHttpRequest::~ZALCefHttpRequest()
+{
+    exchange_->request = nullptr;
+    exchange_->Cancel();
+}
+
+ZALCefHttpHeaderMap& ZALCefHttpRequest::GetHeaderMap()
+{
+    return exchange_->headers;
+}
+
+bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
+{
+    if (!handler || exchange_->status != ZALHttpStatusUnsent)
+        return false;
+
+    openhost::HttpRequestData data;
+    data.method = ToUTF8(exchange_->method);
+    data.url = ToUTF8(exchange_->url);
+    ZALHttpRawHeaderMap headers;
+    exchange_->headers.GetRawMap(headers);
+    for (const auto& [name, value] : headers)
+        data.headers.emplace_back(ToUTF8(name), ToUTF8(value));
+
+    if (openhost::journal::IsOpen())
+    {
+        auto fields = nlohmann::ordered_json::object();
+        for (const auto& [name, value] : data.headers)
+            fields[name] = fields.contains(name) ? fields[name].get<std::string>() + ", " + value : value;
+        openhost::journal::Write("request", {{"method", data.method}, {"url", data.url}, {"headers", fields}});
+    }
+
+    exchange_->transfer = openhost::HttpTransport::Current().Start(data, *exchange_);
+    if (!exchange_->transfer)
+    {
+        exchange_->JournalEnd("the request is malformed or its address is not allowed");
+        return false;
+    }
+    exchange_->status = ZALHttpStatusRunning;
+    exchange_->handler = handler;
+    handler->AddRef();
+    ZALHttpExchange::Running().insert(exchange_);
+    return true;
+}
+
+void ZALCefHttpRequest::Cancel()
+{
+    exchange_->Cancel();
+}
+
+int ZALCefHttpRequest::GetStatus() const
+{
+    return exchange_->status;
+}
+
+const ZALCefHttpResponse* ZALCefHttpRequest::GetResponse() const
+{
+    return exchange_->response ? &*exchange_->response : nullptr;
+}

@@ -1,0 +1,69 @@
+// The class dictionary of the host: classes by name, adapters by class and interface, loaded modules.
+#pragma once
+
+#include "host/object_model.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace openhost {
+
+/// One thing that a module told the host while it was loaded.
+struct Registration {
+    std::string kind; ///< "interface", "class", "creation", "trace"
+    std::string name; ///< name of the class or the trace
+};
+
+/// All of it is used on the user-interface thread.
+class ClassDictionary {
+public:
+    static ClassDictionary& Instance();
+
+    /// Makes an object of `className`; the caller owns one reference. Null when the name is unknown or the
+    /// creation gives nothing.
+    ZALBaseUnknown* Create(const std::string& className) const;
+    /// Whether objects of `className` can be made by name.
+    bool Knows(const std::string& className) const;
+    /// The adapter function of `className` or its nearest base for `interfaceName`, or null.
+    ZALAdapterFunction FindAdapter(const ZALMetaClass* metaClass, std::string_view interfaceName) const;
+    /// What modules registered, in the order in which they did.
+    const std::vector<Registration>& Registrations() const { return registrations_; }
+
+    void AddAdapter(const char* className, const char* interfaceName, ZALAdapterFunction adapter);
+    void AddCreation(const char* className, ZALCreationFunction creation, const char* kind);
+    void Note(const char* kind, const char* name);
+    void RemoveAdapter(const char* className, const char* interfaceName);
+    void RemoveCreation(const char* className);
+
+private:
+    friend class LoadedModule;
+    struct Adapter {
+        std::string className;
+        std::string interfaceName;
+        ZALAdapterFunction create;
+    };
+    struct Creation {
+        std::string className;
+        ZALCreationFunction create;
+    };
+    std::vector<Adapter> adapters_;
+    std::vector<Creation> creations_;
+    std::vector<Registration> registrations_;
+};
+
+/// A module's shared library, loaded as long as the object lives. Its entries leave the dictionary at the end.
+class LoadedModule {
+public:
+    /// Loads `library`. Throws std::runtime_error with the loader's message when that fails.
+    explicit LoadedModule(const std::filesystem::path& library);
+    LoadedModule(const LoadedModule&) = delete;
+    LoadedModule& operator=(const LoadedModule&) = delete;
+    ~LoadedModule();
+
+private:
+    void* handle_;
+};
+
+} // namespace openhost

@@ -1,0 +1,23 @@
+#include "JsonBuilder.h"
+#include "JsonValues.h"
+#include "Utf.h"
+
+void ZALOmxJson::ActivateConsistentDoubleUnstream()
+{
+    // Nothing depends on it here: the parser never reads a number by the locale or turns a double into an integer.
+}
+
+HRESULT ZALOmxJson::parse(const ZALOmxUTF8String& text, ZALOmxAny& value)
+{
+    const std::string_view bytes = openhost::View(text);
+    // The library takes a zero byte for the end of the text, and would not look at what stands behind it.
+    if (bytes.find('\0') != std::string_view::npos)
+        return E_FAIL;
+
+    openhost::JsonBuilder builder;
+    if (!nlohmann::ordered_json::sax_parse(bytes, &builder))
+        return E_FAIL;
+
+    value = ZALOmxAnyAccess::Wrap(builder.TakeResult());
+    return S_OK;
+}

@@ -1,0 +1,112 @@
+#include "LetterCase.h"
+#include "Utf.h"
+
+#include <algorithm>
+
+ZALUnicodeString::ZALUnicodeString(const char* text)
+{
+    if (text)
+        text_ = openhost::DecodeUtf8Lossy(text);
+}
+
+ZALUnicodeString::ZALUnicodeString(const ZALString& text) : text_(openhost::DecodeUtf8Lossy(text.CastToCharPtr())) {}
+
+ZALUnicodeString::ZALUnicodeString(const char16_t* text)
+{
+    if (text)
+        text_ = text;
+}
+
+ZALUnicodeString::ZALUnicodeString(const char16_t* text, std::size_t length)
+{
+    if (text)
+        text_.assign(text, length);
+}
+
+ZALUnicodeString::ZALUnicodeString(const ZALOmxUTF8String& text) : text_(openhost::DecodeUtf8Lossy(openhost::View(text)))
+{
+}
+
+int ZALUnicodeString::Compare(const ZALUnicodeString& other) const
+{
+    if (text_ == other.text_)
+        return ZALTextsIdentical;
+
+    // Folding keeps the number of units, so texts of different lengths cannot match.
+    const auto sameLetter = [](char16_t left, char16_t right) {
+        return left == right || openhost::FoldCase(left) == openhost::FoldCase(right);
+    };
+    return std::equal(text_.begin(), text_.end(), other.text_.begin(), other.text_.end(), sameLetter) ? ZALTextsMatch
+                                                                                                      : ZALTextsDiffer;
+}
+
+int ZALUnicodeString::SearchSubString(const ZALUnicodeString& fragment, int start, int mode) const
+{
+    if (mode == ZALSearchBackward && start < 0)
+        return -1;
+
+    const auto from = static_cast<std::size_t>(std::max(start, 0));
+    const std::size_t found =
+        mode == ZALSearchBackward ? text_.rfind(fragment.text_, from) : text_.find(fragment.text_, from);
+    return found == std::u16string::npos ? -1 : static_cast<int>(found);
+}
+
+ZALUnicodeString ZALUnicodeString::GetSubString(int start, int length) const
+{
+    if (start < 0 || length <= 0 || start >= GetLengthInChar())
+        return {};
+
+    ZALUnicodeString part;
+    part.text_ = text_.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(length));
+    return part;
+}
+
+void ZALUnicodeString::ReplaceAll(char16_t old, char16_t replacement)
+{
+    std::replace(text_.begin(), text_.end(), old, replacement);
+}
+
+void ZALUnicodeString::Strip(int where, char16_t unit)
+{
+    if (where & ZALStripTrailing)
+        text_.erase(text_.find_last_not_of(unit) + 1);
+    if (where & ZALStripLeading)
+        text_.erase(0, std::min(text_.find_first_not_of(unit), text_.size()));
+}
+
+int ZALUnicodeString::BuildFromUTF8(const char* bytes, std::size_t length)
+{
+    text_.clear();
+    if (!bytes)
+        return length == 0 ? 0 : -1;
+
+    std::optional<std::u16string> text = openhost::DecodeUtf8({bytes, length});
+    if (!text)
+        return -1;
+
+    text_ = std::move(*text);
+    return 0;
+}
+
+void ZALUnicodeString::BuildFromNum(std::uint64_t number, const char* format)
+{
+    // "%u" reads 32 bits, as in every formatted output.
+    const std::string_view form = format ? format : "";
+    std::string digits;
+    if (form == "%u")
+        digits = std::to_string(static_cast<std::uint32_t>(number));
+    else if (form == "%I64u")
+        digits = std::to_string(number);
+    text_.assign(digits.begin(), digits.end());
+}
+
+ZALOmxUTF8String ZALUnicodeString::ConvertToUTF8() const
+{
+    const std::string bytes = openhost::EncodeUtf8(text_);
+    return ZALOmxUTF8String(bytes.data(), bytes.size());
+}
+
+ZALString ZALUnicodeString::ConvertToChar() const
+{
+    return ZALString(openhost::EncodeUtf8(text_).c_str());
+}
