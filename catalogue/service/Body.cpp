@@ -11,42 +11,42 @@ namespace catalogue {
 
 namespace {
 
-    class TextBody : public Body {
-    public:
-        explicit TextBody(std::string text) : text_(std::move(text)) {}
+class TextBody : public Body {
+public:
+    explicit TextBody(std::string text) : text_(std::move(text)) {}
 
-        std::uint64_t Size() const override { return text_.size(); }
+    std::uint64_t Size() const override { return text_.size(); }
 
-        std::size_t Read(std::uint64_t offset, char* buffer, std::size_t size) override
-        {
-            if (offset >= text_.size())
-                return 0;
-            return text_.copy(buffer, size, static_cast<std::size_t>(offset));
-        }
+    std::size_t Read(std::uint64_t offset, char* buffer, std::size_t size) override
+    {
+        if (offset >= text_.size())
+            return 0;
+        return text_.copy(buffer, size, static_cast<std::size_t>(offset));
+    }
 
-    private:
-        std::string text_;
-    };
+private:
+    std::string text_;
+};
 
-    class FileBody : public Body {
-    public:
-        FileBody(int descriptor, std::uint64_t size) : descriptor_(descriptor), size_(size) {}
-        FileBody(const FileBody&) = delete;
-        FileBody& operator=(const FileBody&) = delete;
-        ~FileBody() override { ::close(descriptor_); }
+class FileBody : public Body {
+public:
+    FileBody(int descriptor, std::uint64_t size) : descriptor_(descriptor), size_(size) {}
+    FileBody(const FileBody&) = delete;
+    FileBody& operator=(const FileBody&) = delete;
+    ~FileBody() override { ::close(descriptor_); }
 
-        std::uint64_t Size() const override { return size_; }
+    std::uint64_t Size() const override { return size_; }
 
-        std::size_t Read(std::uint64_t offset, char* buffer, std::size_t size) override
-        {
-            const ssize_t count = ::pread(descriptor_, buffer, size, static_cast<off_t>(offset));
-            return count > 0 ? static_cast<std::size_t>(count) : 0;
-        }
+    std::size_t Read(std::uint64_t offset, char* buffer, std::size_t size) override
+    {
+        const ssize_t count = ::pread(descriptor_, buffer, size, static_cast<off_t>(offset));
+        return count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
 
-    private:
-        int descriptor_;
-        std::uint64_t size_;
-    };
+private:
+    int descriptor_;
+    std::uint64_t size_;
+};
 
 } // namespace
 

@@ -16,62 +16,64 @@ namespace catalogue {
 
 namespace {
 
-    using Json = nlohmann::ordered_json;
+using Json = nlohmann::ordered_json;
 
-    constexpr const char* Host = "127.0.0.1";
-    constexpr std::size_t Threads = 16;
-    constexpr std::uint64_t MaximumItemSize = 1 << 20;
-    /// Seconds without a byte taken after which a reply is given up; long enough for a client in a debugger.
-    constexpr time_t WriteTimeout = 60;
-    constexpr time_t KeepAliveTimeout = 1;
+constexpr const char* Host = "127.0.0.1";
+constexpr std::size_t Threads = 16;
+constexpr std::uint64_t MaximumItemSize = 1 << 20;
+/// Seconds without a byte taken after which a reply is given up; long enough for a client in a debugger.
+constexpr time_t WriteTimeout = 60;
+constexpr time_t KeepAliveTimeout = 1;
 
-    /// Whether `host`, the value of a Host header, names this machine's loopback, with any port.
-    bool IsLoopbackHost(const std::string& host)
-    {
-        for (const std::string name : {"127.0.0.1", "localhost", "[::1]"}) {
-            if (host.compare(0, name.size(), name) != 0)
-                continue;
-            const std::string rest = host.substr(name.size());
-            if (rest.empty())
-                return true;
-            return rest.size() > 1 && rest[0] == ':' && rest.find_first_not_of("0123456789", 1) == std::string::npos;
-        }
-        return false;
+/// Whether `host`, the value of a Host header, names this machine's loopback, with any port.
+bool IsLoopbackHost(const std::string& host)
+{
+    for (const std::string name : {"127.0.0.1", "localhost", "[::1]"}) {
+        if (host.compare(0, name.size(), name) != 0)
+            continue;
+        const std::string rest = host.substr(name.size());
+        if (rest.empty())
+            return true;
+        return rest.size() > 1 && rest[0] == ':' && rest.find_first_not_of("0123456789", 1) == std::string::npos;
     }
+    return false;
+}
 
-    /// Whether `name` is the plain name of a visible file.
-    bool IsPlainName(const std::string& name)
-    {
-        return !name.empty() && name[0] != '.' && name.find_first_of(std::string("/\\\0", 3)) == std::string::npos;
-    }
+/// Whether `name` is the plain name of a visible file.
+bool IsPlainName(const std::string& name)
+{
+    return !name.empty() && name[0] != '.' && name.find_first_of(std::string("/\\\0", 3)) == std::string::npos;
+}
 
-    bool IsArchive(const std::filesystem::path& name) { return name.extension() == ".zip"; }
+bool IsArchive(const std::filesystem::path& name)
+{
+    return name.extension() == ".zip";
+}
 
-    void ReplaceAll(std::string& text, const std::string& old, const std::string& replacement)
-    {
-        for (std::size_t at = text.find(old); at != std::string::npos; at = text.find(old, at + replacement.size()))
-            text.replace(at, old.size(), replacement);
-    }
+void ReplaceAll(std::string& text, const std::string& old, const std::string& replacement)
+{
+    for (std::size_t at = text.find(old); at != std::string::npos; at = text.find(old, at + replacement.size()))
+        text.replace(at, old.size(), replacement);
+}
 
-    std::string EscapeHtml(std::string text)
-    {
-        ReplaceAll(text, "&", "&amp;");
-        ReplaceAll(text, "<", "&lt;");
-        ReplaceAll(text, "\"", "&quot;");
-        return text;
-    }
+std::string EscapeHtml(std::string text)
+{
+    ReplaceAll(text, "&", "&amp;");
+    ReplaceAll(text, "<", "&lt;");
+    ReplaceAll(text, "\"", "&quot;");
+    return text;
+}
 
-    /// Names of the visible files in `folder`, in order.
-    std::set<std::string> ListFiles(const std::filesystem::path& folder)
-    {
-        std::set<std::string> names;
-        std::error_code error;
-        for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-             entry.increment(error))
-            if (IsPlainName(entry->path().filename().string()))
-                names.insert(entry->path().filename().string());
-        return names;
-    }
+/// Names of the visible files in `folder`, in order.
+std::set<std::string> ListFiles(const std::filesystem::path& folder)
+{
+    std::set<std::string> names;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        if (IsPlainName(entry->path().filename().string()))
+            names.insert(entry->path().filename().string());
+    return names;
+}
 
 } // namespace
 
@@ -195,8 +197,9 @@ void CatalogueService::Implementation::Stop()
 
 void CatalogueService::Implementation::AnswerIndex(httplib::Response& response) const
 {
-    std::string page = "<!DOCTYPE html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n<title>Velmart catalogue</title>\n"
-                       "<h1>Velmart catalogue</h1>\n<h2><a href=\"/items\">Items</a></h2>\n<ul>\n";
+    std::string page =
+        "<!DOCTYPE html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n<title>Velmart catalogue</title>\n"
+        "<h1>Velmart catalogue</h1>\n<h2><a href=\"/items\">Items</a></h2>\n<ul>\n";
     for (const std::string& name : ListFiles(root_ / "items")) {
         const std::string id = EscapeHtml(std::filesystem::path(name).stem().string());
         page += "<li><a href=\"/items/" + id + "\">" + id + "</a></li>\n";
@@ -271,12 +274,24 @@ CatalogueService::CatalogueService(const std::filesystem::path& root, Log log)
 
 CatalogueService::~CatalogueService() = default;
 
-void CatalogueService::Start(int port) { implementation_->Start(port); }
+void CatalogueService::Start(int port)
+{
+    implementation_->Start(port);
+}
 
-void CatalogueService::Stop() { implementation_->Stop(); }
+void CatalogueService::Stop()
+{
+    implementation_->Stop();
+}
 
-int CatalogueService::GetPort() const { return implementation_->GetPort(); }
+int CatalogueService::GetPort() const
+{
+    return implementation_->GetPort();
+}
 
-std::string CatalogueService::GetAddress() const { return implementation_->GetAddress(); }
+std::string CatalogueService::GetAddress() const
+{
+    return implementation_->GetAddress();
+}
 
 } // namespace catalogue

@@ -15,10 +15,10 @@ namespace catalogue {
 
 /// What an archive is made of. Equal descriptions give equal archives.
 struct ArchiveDescription {
-    std::uint64_t entries = 0;     ///< `entries`: documents in all, from 0 to 1,000,000
-    std::uint64_t products = 0;    ///< `products`: how many of them are product documents
-    std::uint64_t size = 256;      ///< `size`: bytes of each other document
-    bool deflated = true;          ///< `method=stored|deflated`
+    std::uint64_t entries = 0;  ///< `entries`: documents in all, from 0 to 1,000,000
+    std::uint64_t products = 0; ///< `products`: how many of them are product documents
+    std::uint64_t size = 256;   ///< `size`: bytes of each other document
+    bool deflated = true;       ///< `method=stored|deflated`
 
     /// Takes its parameters out of `parameters`. Throws ParameterError.
     static ArchiveDescription Take(QueryParameters& parameters);

@@ -11,169 +11,169 @@ namespace catalogue {
 
 namespace {
 
-    constexpr std::size_t LargestPiece = std::size_t{256} << 10;
+constexpr std::size_t LargestPiece = std::size_t{256} << 10;
 
-    std::string PercentEncode(const std::string& text)
-    {
-        static const char* const digits = "0123456789ABCDEF";
-        std::string encoded;
-        for (const char character : text) {
-            const auto byte = static_cast<unsigned char>(character);
-            if (std::isalnum(byte) || std::string("-._~").find(character) != std::string::npos)
-                encoded += character;
-            else
-                encoded += {'%', digits[byte >> 4], digits[byte & 15]};
-        }
-        return encoded;
+std::string PercentEncode(const std::string& text)
+{
+    static const char* const digits = "0123456789ABCDEF";
+    std::string encoded;
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (std::isalnum(byte) || std::string("-._~").find(character) != std::string::npos)
+            encoded += character;
+        else
+            encoded += {'%', digits[byte >> 4], digits[byte & 15]};
     }
+    return encoded;
+}
 
-    std::string Quote(const std::string& text)
-    {
-        std::string quoted = "\"";
-        for (const char character : text) {
-            if (character == '"' || character == '\\')
-                quoted += '\\';
-            quoted += character;
-        }
-        return quoted + '"';
+std::string Quote(const std::string& text)
+{
+    std::string quoted = "\"";
+    for (const char character : text) {
+        if (character == '"' || character == '\\')
+            quoted += '\\';
+        quoted += character;
     }
+    return quoted + '"';
+}
 
-    /// The header's value, or an empty text for none.
-    std::string BuildDisposition(const ReplyOptions& options, const Download& download)
-    {
-        const std::string name = options.fileName.value_or(download.fileName);
-        switch (options.disposition) {
-        case Disposition::Usual:
-            return download.attached || options.fileName ? "attachment; filename=" + Quote(name) : "";
-        case Disposition::Attachment:
-            return "attachment; filename=" + Quote(name);
-        case Disposition::Inline:
-            return "inline; filename=" + Quote(name);
-        case Disposition::None:
-            return "";
-        case Disposition::Unquoted:
-            return "attachment; filename=" + name;
-        case Disposition::Late:
-            return "attachment; size=" + std::to_string(download.body->Size()) + "; filename=" + Quote(name);
-        case Disposition::Extended:
-            return "attachment; filename*=UTF-8''" + PercentEncode(name);
-        case Disposition::Custom:
-            return name;
-        }
+/// The header's value, or an empty text for none.
+std::string BuildDisposition(const ReplyOptions& options, const Download& download)
+{
+    const std::string name = options.fileName.value_or(download.fileName);
+    switch (options.disposition) {
+    case Disposition::Usual:
+        return download.attached || options.fileName ? "attachment; filename=" + Quote(name) : "";
+    case Disposition::Attachment:
+        return "attachment; filename=" + Quote(name);
+    case Disposition::Inline:
+        return "inline; filename=" + Quote(name);
+    case Disposition::None:
         return "";
+    case Disposition::Unquoted:
+        return "attachment; filename=" + name;
+    case Disposition::Late:
+        return "attachment; size=" + std::to_string(download.body->Size()) + "; filename=" + Quote(name);
+    case Disposition::Extended:
+        return "attachment; filename*=UTF-8''" + PercentEncode(name);
+    case Disposition::Custom:
+        return name;
     }
+    return "";
+}
 
-    std::string BuildErrorText(int code, const std::string& reason)
-    {
-        return nlohmann::ordered_json{{"error", reason}, {"code", code}}.dump(
-            -1, ' ', false, nlohmann::json::error_handler_t::replace);
+std::string BuildErrorText(int code, const std::string& reason)
+{
+    return nlohmann::ordered_json{{"error", reason}, {"code", code}}.dump(-1, ' ', false,
+                                                                          nlohmann::json::error_handler_t::replace);
+}
+
+/// Puts the body that the options ask for in the place of the file.
+void ReplaceContent(const ReplyOptions& options, Download& download)
+{
+    switch (options.content) {
+    case Content::File:
+        return;
+    case Content::Json:
+        download.body = Body::FromText(BuildErrorText(options.code, "as the request asked"));
+        download.contentType = "application/json";
+        break;
+    case Content::Text:
+        download.body = Body::FromText("Error " + std::to_string(options.code) + ", as the request asked.\n");
+        download.contentType = "text/plain";
+        break;
+    case Content::Empty:
+        download.body = Body::FromText("");
+        break;
     }
+    if (options.content != Content::Empty)
+        download.attached = false;
+}
 
-    /// Puts the body that the options ask for in the place of the file.
-    void ReplaceContent(const ReplyOptions& options, Download& download)
-    {
-        switch (options.content) {
-        case Content::File:
-            return;
-        case Content::Json:
-            download.body = Body::FromText(BuildErrorText(options.code, "as the request asked"));
-            download.contentType = "application/json";
-            break;
-        case Content::Text:
-            download.body = Body::FromText("Error " + std::to_string(options.code) + ", as the request asked.\n");
-            download.contentType = "text/plain";
-            break;
-        case Content::Empty:
-            download.body = Body::FromText("");
-            break;
+bool WriteRedirect(const ReplyOptions& options, const httplib::Request& request, httplib::Response& response)
+{
+    std::string target = options.redirectTarget;
+    if (options.redirects > 0) {
+        target = request.target.substr(0, request.target.find('?'));
+        char separator = '?';
+        for (const auto& [name, value] : request.params) {
+            const std::string next = name == "redirect" ? std::to_string(options.redirects - 1) : value;
+            target += separator + PercentEncode(name) + '=' + PercentEncode(next);
+            separator = '&';
         }
-        if (options.content != Content::Empty)
-            download.attached = false;
+    }
+    if (target.empty())
+        return false;
+    response.status = options.redirectCode;
+    response.set_header("Location", target);
+    return true;
+}
+
+/// Sends a body piece by piece with the pauses and the end that the options ask for.
+class PieceSender {
+public:
+    PieceSender(const ReplyOptions& options, std::shared_ptr<Body> body, StopSignal& stop)
+        : body_(std::move(body)), framing_(options.framing), cut_(options.cut), pieceSize_(options.pieceSize),
+          pause_(options.pause), stop_(stop)
+    {
     }
 
-    bool WriteRedirect(const ReplyOptions& options, const httplib::Request& request, httplib::Response& response)
+    /// Sends one piece from `offset`, with at most `most` bytes. False ends the connection.
+    bool Send(std::uint64_t offset, std::uint64_t most, httplib::DataSink& sink)
     {
-        std::string target = options.redirectTarget;
-        if (options.redirects > 0) {
-            target = request.target.substr(0, request.target.find('?'));
-            char separator = '?';
-            for (const auto& [name, value] : request.params) {
-                const std::string next = name == "redirect" ? std::to_string(options.redirects - 1) : value;
-                target += separator + PercentEncode(name) + '=' + PercentEncode(next);
-                separator = '&';
-            }
-        }
-        if (target.empty())
+        if (pieceSize_ > 0 && sent_ > 0 && sent_ % pieceSize_ == 0 && stop_.WaitFor(pause_))
             return false;
-        response.status = options.redirectCode;
-        response.set_header("Location", target);
+
+        std::uint64_t size = std::min<std::uint64_t>(most, LargestPiece);
+        if (pieceSize_ > 0)
+            size = std::min(size, pieceSize_ - sent_ % pieceSize_);
+        if (cut_)
+            size = std::min(size, *cut_ - std::min(*cut_, sent_));
+        if (cut_ && size == 0)
+            return false;
+
+        buffer_.resize(static_cast<std::size_t>(size));
+        const std::size_t count = body_->Read(offset, buffer_.data(), buffer_.size());
+        if (count == 0)
+            return Finish(sink);
+        sent_ += count;
+        return sink.write(buffer_.data(), count);
+    }
+
+private:
+    /// At the end of the bytes, which comes here only for a body whose length is not announced, and for
+    /// a file that has become shorter.
+    bool Finish(httplib::DataSink& sink) const
+    {
+        if (framing_ != Framing::Chunked)
+            return false;
+        sink.done();
         return true;
     }
 
-    /// Sends a body piece by piece with the pauses and the end that the options ask for.
-    class PieceSender {
-    public:
-        PieceSender(const ReplyOptions& options, std::shared_ptr<Body> body, StopSignal& stop)
-            : body_(std::move(body)), framing_(options.framing), cut_(options.cut), pieceSize_(options.pieceSize),
-              pause_(options.pause), stop_(stop)
-        {
-        }
+    std::shared_ptr<Body> body_;
+    Framing framing_;
+    std::optional<std::uint64_t> cut_;
+    std::uint64_t pieceSize_;
+    std::chrono::milliseconds pause_;
+    StopSignal& stop_;
+    std::uint64_t sent_ = 0;
+    std::vector<char> buffer_;
+};
 
-        /// Sends one piece from `offset`, with at most `most` bytes. False ends the connection.
-        bool Send(std::uint64_t offset, std::uint64_t most, httplib::DataSink& sink)
-        {
-            if (pieceSize_ > 0 && sent_ > 0 && sent_ % pieceSize_ == 0 && stop_.WaitFor(pause_))
-                return false;
-
-            std::uint64_t size = std::min<std::uint64_t>(most, LargestPiece);
-            if (pieceSize_ > 0)
-                size = std::min(size, pieceSize_ - sent_ % pieceSize_);
-            if (cut_)
-                size = std::min(size, *cut_ - std::min(*cut_, sent_));
-            if (cut_ && size == 0)
-                return false;
-
-            buffer_.resize(static_cast<std::size_t>(size));
-            const std::size_t count = body_->Read(offset, buffer_.data(), buffer_.size());
-            if (count == 0)
-                return Finish(sink);
-            sent_ += count;
-            return sink.write(buffer_.data(), count);
-        }
-
-    private:
-        /// At the end of the bytes, which comes here only for a body whose length is not announced, and for
-        /// a file that has become shorter.
-        bool Finish(httplib::DataSink& sink) const
-        {
-            if (framing_ != Framing::Chunked)
-                return false;
-            sink.done();
-            return true;
-        }
-
-        std::shared_ptr<Body> body_;
-        Framing framing_;
-        std::optional<std::uint64_t> cut_;
-        std::uint64_t pieceSize_;
-        std::chrono::milliseconds pause_;
-        StopSignal& stop_;
-        std::uint64_t sent_ = 0;
-        std::vector<char> buffer_;
-    };
-
-    /// Whether the ranges that the request asks for can be served: none, or one that begins inside the body.
-    bool RangeIsServable(const httplib::Request& request, std::uint64_t size)
-    {
-        if (request.ranges.empty())
-            return true;
-        if (request.ranges.size() > 1)
-            return false;
-        const auto [first, last] = request.ranges.front();
-        if (first < 0)
-            return last > 0 && static_cast<std::uint64_t>(last) <= size;
-        return static_cast<std::uint64_t>(first) < size && (last < 0 || static_cast<std::uint64_t>(last) < size);
-    }
+/// Whether the ranges that the request asks for can be served: none, or one that begins inside the body.
+bool RangeIsServable(const httplib::Request& request, std::uint64_t size)
+{
+    if (request.ranges.empty())
+        return true;
+    if (request.ranges.size() > 1)
+        return false;
+    const auto [first, last] = request.ranges.front();
+    if (first < 0)
+        return last > 0 && static_cast<std::uint64_t>(last) <= size;
+    return static_cast<std::uint64_t>(first) < size && (last < 0 || static_cast<std::uint64_t>(last) < size);
+}
 
 } // namespace
 
@@ -209,11 +209,10 @@ void WriteReply(const ReplyOptions& options, Download download, const httplib::R
         if (size == 0)
             response.set_header("Content-Type", type);
         else
-            response.set_content_provider(
-                static_cast<std::size_t>(size), type,
-                [sender](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-                    return sender->Send(offset, length, sink);
-                });
+            response.set_content_provider(static_cast<std::size_t>(size), type,
+                                          [sender](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+                                              return sender->Send(offset, length, sink);
+                                          });
         return;
     }
 

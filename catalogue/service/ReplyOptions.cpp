@@ -9,67 +9,67 @@ namespace catalogue {
 
 namespace {
 
-    constexpr std::uint64_t MaximumBytes = std::uint64_t{1} << 40;
-    constexpr std::uint64_t MaximumPause = 600'000;
-    constexpr std::uint64_t MaximumRedirects = 100;
-    constexpr std::uint64_t PiecesPerSecond = 20;
+constexpr std::uint64_t MaximumBytes = std::uint64_t{1} << 40;
+constexpr std::uint64_t MaximumPause = 600'000;
+constexpr std::uint64_t MaximumRedirects = 100;
+constexpr std::uint64_t PiecesPerSecond = 20;
 
-    template <class Value>
-    Value ParseChoice(const std::string& name, const std::string& value, const std::map<std::string, Value>& choices)
-    {
-        const auto found = choices.find(value);
-        if (found != choices.end())
-            return found->second;
-        std::string list;
-        for (const auto& [word, unused] : choices)
-            list += (list.empty() ? "" : ", ") + word;
-        throw ParameterError("'" + name + "' must be one of: " + list);
-    }
+template <class Value>
+Value ParseChoice(const std::string& name, const std::string& value, const std::map<std::string, Value>& choices)
+{
+    const auto found = choices.find(value);
+    if (found != choices.end())
+        return found->second;
+    std::string list;
+    for (const auto& [word, unused] : choices)
+        list += (list.empty() ? "" : ", ") + word;
+    throw ParameterError("'" + name + "' must be one of: " + list);
+}
 
-    /// A value that becomes a header line must not be able to end it.
-    std::string ParseHeaderText(const std::string& name, const std::string& value)
-    {
-        const auto isControl = [](char character) {
-            return (static_cast<unsigned char>(character) < 0x20 && character != '\t') || character == 0x7F;
-        };
-        if (std::any_of(value.begin(), value.end(), isControl))
-            throw ParameterError("'" + name + "' must not hold control characters");
-        return value;
-    }
+/// A value that becomes a header line must not be able to end it.
+std::string ParseHeaderText(const std::string& name, const std::string& value)
+{
+    const auto isControl = [](char character) {
+        return (static_cast<unsigned char>(character) < 0x20 && character != '\t') || character == 0x7F;
+    };
+    if (std::any_of(value.begin(), value.end(), isControl))
+        throw ParameterError("'" + name + "' must not hold control characters");
+    return value;
+}
 
-    void ParseRedirect(const std::string& value, ReplyOptions& options)
-    {
-        const bool number = !value.empty() && std::all_of(value.begin(), value.end(), [](char character) {
-            return character >= '0' && character <= '9';
-        });
-        if (number)
-            options.redirects = static_cast<unsigned int>(ParseNumber("redirect", value, 0, MaximumRedirects));
-        else if (value.empty())
-            throw ParameterError("'redirect' must be a number of hops or an address");
-        else
-            options.redirectTarget = ParseHeaderText("redirect", value);
-    }
+void ParseRedirect(const std::string& value, ReplyOptions& options)
+{
+    const bool number = !value.empty() && std::all_of(value.begin(), value.end(), [](char character) {
+        return character >= '0' && character <= '9';
+    });
+    if (number)
+        options.redirects = static_cast<unsigned int>(ParseNumber("redirect", value, 0, MaximumRedirects));
+    else if (value.empty())
+        throw ParameterError("'redirect' must be a number of hops or an address");
+    else
+        options.redirectTarget = ParseHeaderText("redirect", value);
+}
 
-    void CheckTogether(const std::map<std::string, std::string>& given, const ReplyOptions& options)
-    {
-        const auto has = [&given](const char* name) { return given.contains(name); };
-        if (has("length") && has("chunked"))
-            throw ParameterError("'length' and 'chunked' exclude each other");
-        if (has("slow") && (has("piece") || has("pause")))
-            throw ParameterError("'slow' and 'piece' exclude each other");
-        if (has("piece") != has("pause"))
-            throw ParameterError("'piece' and 'pause' belong together");
-        if (has("empty") && has("body"))
-            throw ParameterError("'empty' and 'body' exclude each other");
-        if (options.disposition == Disposition::Custom && !has("filename"))
-            throw ParameterError("'disposition=custom' needs 'filename'");
+void CheckTogether(const std::map<std::string, std::string>& given, const ReplyOptions& options)
+{
+    const auto has = [&given](const char* name) { return given.contains(name); };
+    if (has("length") && has("chunked"))
+        throw ParameterError("'length' and 'chunked' exclude each other");
+    if (has("slow") && (has("piece") || has("pause")))
+        throw ParameterError("'slow' and 'piece' exclude each other");
+    if (has("piece") != has("pause"))
+        throw ParameterError("'piece' and 'pause' belong together");
+    if (has("empty") && has("body"))
+        throw ParameterError("'empty' and 'body' exclude each other");
+    if (options.disposition == Disposition::Custom && !has("filename"))
+        throw ParameterError("'disposition=custom' needs 'filename'");
 
-        const bool redirectCode = options.code >= 300 && options.code < 400;
-        if (has("code") && redirectCode != has("redirect"))
-            throw ParameterError("'redirect' takes a code from 300 to 399, and only it does");
-        if (options.code > 200 && options.code < 300)
-            throw ParameterError("'code' must be 200 or from 300 to 599");
-    }
+    const bool redirectCode = options.code >= 300 && options.code < 400;
+    if (has("code") && redirectCode != has("redirect"))
+        throw ParameterError("'redirect' takes a code from 300 to 399, and only it does");
+    if (options.code > 200 && options.code < 300)
+        throw ParameterError("'code' must be 200 or from 300 to 599");
+}
 
 } // namespace
 
@@ -111,9 +111,7 @@ ReplyOptions ReplyOptions::Parse(const QueryParameters& parameters)
         {"filename", [&](const std::string& value) { options.fileName = ParseHeaderText("filename", value); }},
         {"type", [&](const std::string& value) { options.contentType = ParseHeaderText("type", value); }},
         {"code",
-         [&](const std::string& value) {
-             options.code = static_cast<int>(ParseNumber("code", value, 200, 599));
-         }},
+         [&](const std::string& value) { options.code = static_cast<int>(ParseNumber("code", value, 200, 599)); }},
         {"body",
          [&](const std::string& value) {
              options.content = ParseChoice<Content>(

@@ -41,7 +41,7 @@ enum class Content {
 
 /// How the end of the body is told.
 enum class Framing {
-    Announced,  ///< Content-Length
+    Announced, ///< Content-Length
     Chunked,
     UntilClose, ///< by the end of the connection
 };

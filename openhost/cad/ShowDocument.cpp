@@ -77,8 +77,10 @@ private:
         const Loaded& target = Load(fileName);
         if (!target.problem.empty())
             output_ << "  (" << target.problem << ")";
-        output_ << "\n";
-        PrintChildren(target.document, fileName, indent);
+        const bool tooDeep = above_.size() == MaximumTreeDepth && !target.document.children.empty();
+        output_ << (tooDeep ? "  …\n" : "\n");
+        if (!tooDeep)
+            PrintChildren(target.document, fileName, indent);
     }
 
     std::filesystem::path folder_;

@@ -1,6 +1,7 @@
 // A document in words: tree, properties, link table.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <ostream>
 
@@ -11,7 +12,9 @@ namespace openhost {
 /// its line. Throws CompoundFileError when `path` itself is no document.
 void ShowDocument(const std::filesystem::path& path, std::ostream& output);
 
-/// Most lines of a tree, since a few files that name each other twice unfold into any number of them.
+/// Most lines and levels of a tree, since a few files that name each other twice unfold into any number of
+/// lines.
 inline constexpr int MaximumTreeLines = 10'000;
+inline constexpr std::size_t MaximumTreeDepth = 100;
 
 } // namespace openhost

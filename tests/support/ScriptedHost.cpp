@@ -1,4 +1,4 @@
-#include "tests/support/HostFixture.h"
+#include "tests/support/ScriptedHost.h"
 
 #include "host/text.h"
 #include "openhost/files/PathVariables.h"
@@ -22,7 +22,7 @@ Backend* InstallNew()
 
 } // namespace
 
-HostFixture::HostFixture()
+ScriptedHost::ScriptedHost()
     : loop_(InstallNew<EventLoop, ManualEventLoop>()), transport_(InstallNew<HttpTransport, ScriptedTransport>()),
       surface_(InstallNew<DialogSurface, ScriptedSurface>()),
       documents_(InstallNew<DocumentKernel, ScriptedDocumentKernel>())
@@ -44,7 +44,7 @@ HostFixture::HostFixture()
     });
 }
 
-HostFixture::~HostFixture()
+ScriptedHost::~ScriptedHost()
 {
     Loop().RunUntilIdle();
     ObserveDispatches({});
@@ -56,17 +56,17 @@ HostFixture::~HostFixture()
     UnsetPathVariable(InstallationVariable);
 }
 
-bool HostFixture::Traced(std::string_view text) const
+bool ScriptedHost::Traced(std::string_view text) const
 {
     return std::ranges::find(traces_, std::string(text) + "\n") != traces_.end();
 }
 
-int HostFixture::CountOf(std::string_view notification) const
+int ScriptedHost::CountOf(std::string_view notification) const
 {
     return static_cast<int>(std::ranges::count(notifications_, notification));
 }
 
-void HostFixture::SetSettings(const std::filesystem::path& location, bool doNotRemind)
+void ScriptedHost::SetSettings(const std::filesystem::path& location, bool doNotRemind)
 {
     SettingsStore::Current().SetValues({doNotRemind, ZALUnicodeString(location.c_str())});
 }

@@ -1,0 +1,168 @@
+#include "ServiceTest.h"
+
+#include <nlohmann/json.hpp>
+
+#include <thread>
+
+#include <sys/stat.h>
+
+namespace catalogue::testing {
+
+using Json = nlohmann::ordered_json;
+
+class CatalogueServiceTest : public ServiceTest {};
+
+TEST_F(CatalogueServiceTest, ARootThatIsNoFolderIsRefused)
+{
+    EXPECT_THROW(CatalogueService(root_ / "missing"), std::runtime_error);
+    EXPECT_THROW(CatalogueService(root_ / "index.json"), std::runtime_error);
+}
+
+TEST_F(CatalogueServiceTest, APortInUseIsRefused)
+{
+    CatalogueService second(root_);
+    EXPECT_THROW(second.Start(service_->GetPort()), std::runtime_error);
+}
+
+TEST_F(CatalogueServiceTest, PortZeroTakesAPortOfItsOwn)
+{
+    CatalogueService second(root_);
+    EXPECT_EQ(second.GetPort(), 0);
+    second.Start(0);
+    EXPECT_GT(second.GetPort(), 0);
+    EXPECT_NE(second.GetPort(), service_->GetPort());
+    EXPECT_EQ(second.GetAddress(), "http://127.0.0.1:" + std::to_string(second.GetPort()));
+}
+
+TEST_F(CatalogueServiceTest, StoppingTwiceAndBeforeTheStartIsHarmless)
+{
+    CatalogueService idle(root_);
+    idle.Stop();
+    service_->Stop();
+    service_->Stop();
+    EXPECT_FALSE(Get("/"));
+}
+
+TEST_F(CatalogueServiceTest, AHostHeaderOfAnotherNameIsRefused)
+{
+    for (const char* host : {"velmart.example", "127.0.0.1.example", "localhost.example:80", "localhost:", "127.0.0.2",
+                             "127.0.0.1:80x", "", "[::1]x"}) {
+        const std::string reply =
+            Exchange("GET /items HTTP/1.1\r\nHost: " + std::string(host) + "\r\nConnection: close\r\n\r\n");
+        EXPECT_EQ(reply.substr(0, 12), "HTTP/1.1 403") << host;
+    }
+}
+
+TEST_F(CatalogueServiceTest, ARequestWithoutAHostHeaderIsRefused)
+{
+    EXPECT_EQ(Exchange("GET /items HTTP/1.0\r\n\r\n").substr(0, 12), "HTTP/1.1 403");
+}
+
+TEST_F(CatalogueServiceTest, EveryLoopbackNameIsServed)
+{
+    for (const char* host : {"127.0.0.1", "127.0.0.1:1", "localhost", "localhost:8080", "[::1]:8080"}) {
+        const std::string reply =
+            Exchange("GET /items HTTP/1.1\r\nHost: " + std::string(host) + "\r\nConnection: close\r\n\r\n");
+        EXPECT_EQ(reply.substr(0, 12), "HTTP/1.1 200") << host;
+    }
+}
+
+TEST_F(CatalogueServiceTest, GarbageInPlaceOfARequestIsAnsweredWithAnError)
+{
+    EXPECT_EQ(Exchange("\x01\x02 nonsense\r\n\r\n").substr(0, 12), "HTTP/1.1 400");
+    EXPECT_EQ(GetCode("/items"), 200);
+}
+
+TEST_F(CatalogueServiceTest, APathOutsideTheFoldersIsNotFound)
+{
+    WriteFile("files/.hidden", "hidden");
+    WriteFile("secret", "secret");
+    WriteFile("secret.json", "{}");
+    for (const char* path : {"/files/../secret", "/files/..%2fsecret", "/files/%2e%2e/secret", "/files/..%5csecret",
+                             "/files/..", "/files/.hidden", "/files/", "/files/%00", "/files/nut.ZALPart%00.zip",
+                             "/files//nut.ZALPart", "/items/..%2fsecret", "/items/..", "/items/"})
+        EXPECT_EQ(GetCode(path), 404) << path;
+}
+
+TEST_F(CatalogueServiceTest, ALinkAFolderAndAPipeAreNoFiles)
+{
+    WriteFile("secret", "secret");
+    std::filesystem::create_symlink(root_ / "secret", root_ / "files" / "link.zip");
+    std::filesystem::create_directory(root_ / "files" / "folder.zip");
+    ASSERT_EQ(::mkfifo((root_ / "files" / "pipe.zip").c_str(), 0600), 0);
+    for (const char* path : {"/files/link.zip", "/files/folder.zip", "/files/pipe.zip"})
+        EXPECT_EQ(GetCode(path), 404) << path;
+}
+
+TEST_F(CatalogueServiceTest, ErrorsAreJsonWithTheirCode)
+{
+    const httplib::Result reply = Get("/nothing");
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->get_header_value("Content-Type"), "application/json");
+    EXPECT_EQ(Json::parse(reply->body).at("code"), 404);
+}
+
+TEST_F(CatalogueServiceTest, TheRequestOfAnItemHoldsTheAddressOfTheService)
+{
+    const httplib::Result reply = Get("/items/bolt");
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->get_header_value("Content-Type"), "application/json");
+    const Json item = Json::parse(reply->body);
+    EXPECT_EQ(item.at("attributes").at("downloadUrls").at("ZALOR_RAW"), service_->GetAddress() + "/files/bolt.zip");
+    EXPECT_EQ(item.at("attributes").at("sourceUrl"), "file://" + (root_ / "files").string() + "/a");
+    EXPECT_EQ(item.at("sizes").dump(), "[1,2.5,null]");
+    EXPECT_EQ(item.begin().key(), "id");
+}
+
+TEST_F(CatalogueServiceTest, TheIndexHoldsTheAddressOfTheService)
+{
+    const httplib::Result reply = Get("/items");
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(Json::parse(reply->body).at("items").at(0).at("request"), service_->GetAddress() + "/items/bolt");
+}
+
+TEST_F(CatalogueServiceTest, ADamagedOrOverlongItemIsAnErrorOfTheService)
+{
+    WriteFile("items/damaged.json", "{\"id\":");
+    WriteFile("items/long.json", "\"" + std::string(2 << 20, 'x') + "\"");
+    EXPECT_EQ(GetCode("/items/damaged"), 500);
+    EXPECT_EQ(GetCode("/items/long"), 500);
+    EXPECT_EQ(GetCode("/items/missing"), 404);
+}
+
+TEST_F(CatalogueServiceTest, ThePageListsItemsAndFilesWithTheirNamesEscaped)
+{
+    WriteFile("files/<b>&\".zip", "x");
+    const httplib::Result reply = Get("/");
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->get_header_value("Content-Type"), "text/html; charset=utf-8");
+    EXPECT_NE(reply->body.find("href=\"/items/bolt\""), std::string::npos);
+    EXPECT_NE(reply->body.find("href=\"/files/nut.ZALPart\""), std::string::npos);
+    EXPECT_NE(reply->body.find("&lt;b>&amp;&quot;.zip"), std::string::npos);
+    EXPECT_EQ(reply->body.find("<b>"), std::string::npos);
+}
+
+TEST_F(CatalogueServiceTest, OneLineIsLoggedForEachRequest)
+{
+    Get("/files/nut.ZALPart?code=404");
+    Get("/nothing");
+    service_->Stop();
+    EXPECT_EQ(log_, (std::vector<std::string>{"GET /files/nut.ZALPart?code=404 404", "GET /nothing 404"}));
+}
+
+TEST_F(CatalogueServiceTest, ManyRequestsAtOnceAreAllServed)
+{
+    WriteFile("files/large.zip", std::string(3'000'000, 'z'));
+    std::vector<std::size_t> sizes(12);
+    std::vector<std::thread> threads;
+    for (std::size_t& size : sizes)
+        threads.emplace_back([this, &size] {
+            const httplib::Result reply = httplib::Client("127.0.0.1", service_->GetPort()).Get("/files/large.zip");
+            size = reply ? reply->body.size() : 0;
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(sizes, std::vector<std::size_t>(12, 3'000'000));
+}
+
+} // namespace catalogue::testing

@@ -1,0 +1,81 @@
+// A running service on a folder of its own, and a client of it.
+#pragma once
+
+#include "catalogue/service/CatalogueService.h"
+
+#include <gtest/gtest.h>
+#include <httplib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <stdexcept>
+#include <stdlib.h>
+#include <string>
+#include <vector>
+
+namespace catalogue::testing {
+
+class ServiceTest : public ::testing::Test {
+protected:
+    ServiceTest() : root_(MakeFolder())
+    {
+        WriteFile("index.json", R"({"items": [{"id": "bolt", "request": "${BASE}/items/bolt"}]})");
+        WriteFile("items/bolt.json", R"({
+            "id": 7,
+            "attributes": {"downloadUrls": {"ZALOR_RAW": "${BASE}/files/bolt.zip"}, "sourceUrl": "file://${FILES}/a"},
+            "sizes": [1, 2.5, null]})");
+        WriteFile("files/bolt.zip", "archive bytes");
+        WriteFile("files/nut.ZALPart", "0123456789");
+        service_ = std::make_unique<CatalogueService>(root_, [this](const std::string& line) {
+            const std::lock_guard lock(mutex_);
+            log_.push_back(line);
+        });
+        service_->Start();
+        client_ = std::make_unique<httplib::Client>("127.0.0.1", service_->GetPort());
+    }
+
+    ~ServiceTest() override
+    {
+        client_.reset();
+        service_.reset();
+        std::filesystem::remove_all(root_);
+    }
+
+    static std::filesystem::path MakeFolder()
+    {
+        std::string name = (std::filesystem::temp_directory_path() / "service-test-XXXXXX").string();
+        if (!::mkdtemp(name.data()))
+            throw std::runtime_error("no temporary folder");
+        return name;
+    }
+
+    void WriteFile(const std::string& name, const std::string& bytes)
+    {
+        std::filesystem::create_directories((root_ / name).parent_path());
+        std::ofstream(root_ / name, std::ios::binary) << bytes;
+    }
+
+    httplib::Result Get(const std::string& path, const httplib::Headers& headers = {})
+    {
+        return client_->Get(path.c_str(), headers);
+    }
+
+    /// The code of the reply, or -1 when there is no whole one.
+    int GetCode(const std::string& path)
+    {
+        const httplib::Result reply = Get(path);
+        return reply ? reply->status : -1;
+    }
+
+    /// Every byte that the service sends back before it ends the connection.
+    std::string Exchange(const std::string& bytes);
+
+    std::filesystem::path root_;
+    std::unique_ptr<CatalogueService> service_;
+    std::unique_ptr<httplib::Client> client_;
+    std::mutex mutex_;
+    std::vector<std::string> log_;
+};
+
+} // namespace catalogue::testing

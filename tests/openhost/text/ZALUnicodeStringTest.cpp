@@ -1,0 +1,287 @@
+#include "openhost/text/Utf.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+
+using openhost::ToUtf8;
+using openhost::View;
+
+namespace {
+
+// ---------------------------------------------------------------------------------------------
+// Making
+
+TEST(ZALUnicodeString, IsEmptyWithoutAText)
+{
+    EXPECT_EQ(ZALUnicodeString().GetLengthInChar(), 0);
+    EXPECT_EQ(ZALUnicodeString(static_cast<const char*>(nullptr)), ZALUnicodeString());
+    EXPECT_EQ(ZALUnicodeString(static_cast<const char16_t*>(nullptr)), ZALUnicodeString());
+    EXPECT_EQ(ZALUnicodeString(static_cast<const char16_t*>(nullptr), 0), ZALUnicodeString());
+    EXPECT_EQ(ZALUnicodeString().CastToUTF16Ptr()[0], u'\0');
+}
+
+TEST(ZALUnicodeString, ReadsANarrowTextAsUtf8)
+{
+    EXPECT_EQ(ZALUnicodeString("\xC3\xA4\xE2\x82\xAC"), ZALUnicodeString(u"\u00E4\u20AC"));
+    EXPECT_EQ(ZALUnicodeString(ZALString("\xC3\xA4")), ZALUnicodeString(u"\u00E4"));
+}
+
+TEST(ZALUnicodeString, ReadsOtherBytesOfANarrowTextAsLatin1)
+{
+    EXPECT_EQ(ZALUnicodeString("Gr\xF6\xDF"
+                               "e"),
+              ZALUnicodeString(u"Gr\u00F6\u00DFe"));
+}
+
+TEST(ZALUnicodeString, CountsCodeUnits)
+{
+    const ZALUnicodeString text(u"a\U0001F600");
+    EXPECT_EQ(text.GetLengthInChar(), 3);
+    EXPECT_EQ(text[0], u'a');
+    EXPECT_EQ(text[1], 0xD83D);
+    EXPECT_EQ(text[2], 0xDE00);
+}
+
+TEST(ZALUnicodeString, TakesALengthInsteadOfAZeroAtTheEnd)
+{
+    const ZALUnicodeString text(u"a\0bc", 3);
+    EXPECT_EQ(text.GetLengthInChar(), 3);
+    EXPECT_EQ(text[2], u'b');
+}
+
+TEST(ZALUnicodeString, TakesAUtf8TextWithItsZeroBytes)
+{
+    EXPECT_EQ(View(ZALUnicodeString(ZALOmxUTF8String("\xC3\xA4\0b", 4))), std::u16string_view(u"\u00E4\0b", 3));
+}
+
+TEST(ZALUnicodeString, BuildsFromUtf8)
+{
+    ZALUnicodeString text("before");
+    EXPECT_EQ(text.BuildFromUTF8("\xC3\xA4\0b", 4), 0);
+    EXPECT_EQ(View(text), std::u16string_view(u"\u00E4\0b", 3));
+    EXPECT_EQ(text.BuildFromUTF8("", 0), 0);
+    EXPECT_EQ(text, ZALUnicodeString());
+}
+
+TEST(ZALUnicodeString, IsEmptyAfterBuildingFromBytesThatAreNoUtf8)
+{
+    ZALUnicodeString text("before");
+    EXPECT_EQ(text.BuildFromUTF8("abc\xE4", 4), -1);
+    EXPECT_EQ(text, ZALUnicodeString());
+}
+
+TEST(ZALUnicodeString, BuildsFromNumbersInBothForms)
+{
+    ZALUnicodeString text("before");
+    text.BuildFromNum(0, "%u");
+    EXPECT_EQ(text, ZALUnicodeString("0"));
+    text.BuildFromNum(4294967295U, "%u");
+    EXPECT_EQ(text, ZALUnicodeString("4294967295"));
+    text.BuildFromNum(18446744073709551615U, "%I64u");
+    EXPECT_EQ(text, ZALUnicodeString("18446744073709551615"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Comparing
+
+TEST(ZALUnicodeString, ComparesIdenticalMatchingAndDifferentTexts)
+{
+    EXPECT_EQ(ZALUnicodeString("ZALPart").Compare("ZALPart"), ZALTextsIdentical);
+    EXPECT_EQ(ZALUnicodeString("ZALPart").Compare("zalpart"), ZALTextsMatch);
+    EXPECT_EQ(ZALUnicodeString("ZALPart").Compare("ZALPar"), ZALTextsDiffer);
+    EXPECT_EQ(ZALUnicodeString("ZALPart").Compare("ZALPartX"), ZALTextsDiffer);
+    EXPECT_EQ(ZALUnicodeString("a").Compare("b"), ZALTextsDiffer);
+    EXPECT_EQ(ZALUnicodeString().Compare(ZALUnicodeString()), ZALTextsIdentical);
+    EXPECT_EQ(ZALUnicodeString().Compare("a"), ZALTextsDiffer);
+}
+
+TEST(ZALUnicodeString, ComparesNoPunctuationThatIsABitAwayFromLetters)
+{
+    EXPECT_EQ(ZALUnicodeString("@[`{").Compare("`{@["), ZALTextsDiffer);
+}
+
+TEST(ZALUnicodeString, MatchesLetterCaseOfOtherScriptsInAnyLocale)
+{
+    ASSERT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
+    EXPECT_EQ(ZALUnicodeString(u"\u00C4\u0141").Compare(u"\u00E4\u0142"), ZALTextsMatch);
+    EXPECT_EQ(ZALUnicodeString(u"\u03A3\u0391").Compare(u"\u03C3\u03B1"), ZALTextsMatch);
+    EXPECT_EQ(ZALUnicodeString(u"\u0416\u0401").Compare(u"\u0436\u0451"), ZALTextsMatch);
+    EXPECT_EQ(ZALUnicodeString(u"\u00C4").Compare(u"\u00D6"), ZALTextsDiffer);
+}
+
+TEST(ZALUnicodeString, MatchesTheFinalSigmaAndTheOrdinaryOne)
+{
+    EXPECT_EQ(ZALUnicodeString(u"\u03C2").Compare(u"\u03C3"), ZALTextsMatch);
+}
+
+TEST(ZALUnicodeString, KeepsTheTurkishLettersApartFromTheLatinOnes)
+{
+    EXPECT_EQ(ZALUnicodeString(u"\u0131").Compare("I"), ZALTextsDiffer);
+    EXPECT_EQ(ZALUnicodeString(u"\u0130").Compare("i"), ZALTextsDiffer);
+}
+
+TEST(ZALUnicodeString, FoldsNoLetterIntoSeveralUnits)
+{
+    EXPECT_EQ(ZALUnicodeString(u"stra\u00DFe").Compare("strasse"), ZALTextsDiffer);
+    // Capital and small letter of a script outside the first plane: two units each, which do not fold.
+    EXPECT_EQ(ZALUnicodeString(u"\U00010400").Compare(u"\U00010428"), ZALTextsDiffer);
+}
+
+TEST(ZALUnicodeString, IsOrderedByCodeUnits)
+{
+    EXPECT_TRUE(ZALUnicodeString("Z") < ZALUnicodeString("a"));
+    EXPECT_TRUE(ZALUnicodeString("a") < ZALUnicodeString("ab"));
+    EXPECT_TRUE(ZALUnicodeString(u"\U00010000") < ZALUnicodeString(u"\uE000"));
+    EXPECT_FALSE(ZALUnicodeString("a") < ZALUnicodeString("a"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Searching and cutting
+
+TEST(ZALUnicodeString, SearchesForwardFromThePositionOn)
+{
+    const ZALUnicodeString text("abcabc");
+    EXPECT_EQ(text.SearchSubString("bc"), 1);
+    EXPECT_EQ(text.SearchSubString("bc", 1), 1);
+    EXPECT_EQ(text.SearchSubString("bc", 2), 4);
+    EXPECT_EQ(text.SearchSubString("bc", 5), -1);
+    EXPECT_EQ(text.SearchSubString("bc", 99), -1);
+    EXPECT_EQ(text.SearchSubString("bc", -5), 1);
+}
+
+TEST(ZALUnicodeString, SearchesBackwardFromThePositionOn)
+{
+    const ZALUnicodeString text("abcabc");
+    EXPECT_EQ(text.SearchSubString("abc", 99, ZALSearchBackward), 3);
+    EXPECT_EQ(text.SearchSubString("abc", 3, ZALSearchBackward), 3);
+    EXPECT_EQ(text.SearchSubString("abc", 2, ZALSearchBackward), 0);
+    EXPECT_EQ(text.SearchSubString("bc", 0, ZALSearchBackward), -1);
+    EXPECT_EQ(text.SearchSubString("abc", -1, ZALSearchBackward), -1);
+}
+
+TEST(ZALUnicodeString, SearchesWithLetterCase)
+{
+    EXPECT_EQ(ZALUnicodeString("abc").SearchSubString("B"), -1);
+}
+
+TEST(ZALUnicodeString, FindsNothingLongerThanItself)
+{
+    EXPECT_EQ(ZALUnicodeString("abc").SearchSubString("abcd"), -1);
+    EXPECT_EQ(ZALUnicodeString().SearchSubString("a", 5, ZALSearchBackward), -1);
+}
+
+TEST(ZALUnicodeString, CutsASubStringOffAtItsEnd)
+{
+    const ZALUnicodeString text("abcdef");
+    EXPECT_EQ(text.GetSubString(2, 3), ZALUnicodeString("cde"));
+    EXPECT_EQ(text.GetSubString(4, 99), ZALUnicodeString("ef"));
+    EXPECT_EQ(text.GetSubString(6, 1), ZALUnicodeString());
+    EXPECT_EQ(text.GetSubString(99, 1), ZALUnicodeString());
+    EXPECT_EQ(text.GetSubString(0, 0), ZALUnicodeString());
+}
+
+TEST(ZALUnicodeString, HasNoSubStringAtANegativePlaceOrOfANegativeLength)
+{
+    EXPECT_EQ(ZALUnicodeString("abc").GetSubString(-1, 2), ZALUnicodeString());
+    EXPECT_EQ(ZALUnicodeString("abc").GetSubString(1, -1), ZALUnicodeString());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Changing
+
+TEST(ZALUnicodeString, ReplacesEachUnit)
+{
+    ZALUnicodeString text("/a//b/");
+    text.ReplaceAll(u'/', u'\\');
+    EXPECT_EQ(text, ZALUnicodeString("\\a\\\\b\\"));
+}
+
+TEST(ZALUnicodeString, StripsTheNamedEndsOnly)
+{
+    const auto strip = [](const char* content, int where) {
+        ZALUnicodeString text(content);
+        text.Strip(where, u'"');
+        return ToUtf8(text);
+    };
+    EXPECT_EQ(strip("\"\"a\"b\"\"", ZALStripLeading), "a\"b\"\"");
+    EXPECT_EQ(strip("\"\"a\"b\"\"", ZALStripTrailing), "\"\"a\"b");
+    EXPECT_EQ(strip("\"\"a\"b\"\"", ZALStripBoth), "a\"b");
+    EXPECT_EQ(strip("ab", ZALStripBoth), "ab");
+    EXPECT_EQ(strip("\"\"", ZALStripLeading), "");
+    EXPECT_EQ(strip("\"\"", ZALStripTrailing), "");
+    EXPECT_EQ(strip("\"\"", ZALStripBoth), "");
+    EXPECT_EQ(strip("", ZALStripBoth), "");
+}
+
+TEST(ZALUnicodeString, AppendsAlsoItself)
+{
+    ZALUnicodeString text("ab");
+    text.Append("c");
+    text += "d";
+    text += text;
+    EXPECT_EQ(text + "!", ZALUnicodeString("abcdabcd!"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Going out
+
+TEST(ZALUnicodeString, ConvertsToUtf8WithItsZeroCharacters)
+{
+    EXPECT_EQ(ZALUnicodeString(u"\u20AC\0\U0001F600", 4).ConvertToUTF8(),
+              ZALOmxUTF8String("\xE2\x82\xAC\0\xF0\x9F\x98\x80", 8));
+}
+
+TEST(ZALUnicodeString, ConvertsALoneSurrogateToTheReplacementCharacter)
+{
+    const char16_t lone = 0xD800;
+    EXPECT_EQ(ZALUnicodeString(&lone, 1).ConvertToUTF8(), ZALOmxUTF8String("\xEF\xBF\xBD"));
+}
+
+TEST(ZALUnicodeString, ConvertsToTheNarrowEncoding)
+{
+    EXPECT_EQ(ZALUnicodeString(u"\u00E4b").ConvertToChar(), ZALString("\xC3\xA4"
+                                                                      "b"));
+}
+
+TEST(ZALString, IsEmptyWithoutAText)
+{
+    EXPECT_EQ(ZALString(nullptr), ZALString());
+    EXPECT_STREQ(ZALString().CastToCharPtr(), "");
+    EXPECT_EQ(ZALString("abc").GetLengthInChar(), 3);
+    EXPECT_FALSE(ZALString("abc") == ZALString("ABC"));
+}
+
+TEST(ZALOmxUTF8String, HoldsZeroBytes)
+{
+    const ZALOmxUTF8String text("a\0b", 3);
+    EXPECT_EQ(View(text), std::string_view("a\0b", 3));
+    EXPECT_FALSE(text == ZALOmxUTF8String("a"));
+    EXPECT_EQ(ZALOmxUTF8String(nullptr), ZALOmxUTF8String());
+    EXPECT_EQ(ZALOmxUTF8String(nullptr, 0), ZALOmxUTF8String());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Lists
+
+TEST(ZALListValZALUnicodeString, CountsFromOne)
+{
+    ZALListValZALUnicodeString list;
+    EXPECT_EQ(list.Size(), 0);
+    list.Append("a");
+    list.Append("b");
+    list.Append("c");
+    list[2] += "!";
+    list.Swap(1, 3);
+
+    const ZALListValZALUnicodeString copy = list;
+    list.RemoveAll();
+
+    EXPECT_EQ(list.Size(), 0);
+    ASSERT_EQ(copy.Size(), 3);
+    EXPECT_EQ(copy[1], ZALUnicodeString("c"));
+    EXPECT_EQ(copy[2], ZALUnicodeString("b!"));
+    EXPECT_EQ(copy[3], ZALUnicodeString("a"));
+}
+
+} // namespace
