@@ -1,11 +1,6 @@
 #include "catalogue/items/Fasteners.h"
 
-#include "catalogue/items/Sketch.h"
-
-#include <BRepAlgoAPI_Common.hxx>
-#include <BRepAlgoAPI_Cut.hxx>
-#include <BRepAlgoAPI_Fuse.hxx>
-#include <TopoDS_Shape.hxx>
+#include "catalogue/items/Solid.h"
 
 #include <cmath>
 #include <numbers>
@@ -26,11 +21,7 @@ Outline Hexagon(double widthAcrossFlats)
 {
     Outline outline;
     for (int i = 0; i < 6; ++i)
-    {
-        const double angle = Pi / 3 * i;
-        const double radius = widthAcrossFlats / std::sqrt(3.0);
-        outline.push_back({radius * std::cos(angle), radius * std::sin(angle)});
-    }
+        outline.push_back({OnCircle(widthAcrossFlats / std::sqrt(3.0), Pi / 3 * i)});
     return outline;
 }
 
@@ -40,13 +31,13 @@ TopoDS_Shape ChamferedHexagon(double widthAcrossFlats, double height, bool both)
     const double inner = ChamferCircle * widthAcrossFlats / 2;
     const double outer = widthAcrossFlats / std::sqrt(3.0) + 1;
     const double drop = (outer - inner) * ChamferSlope;
-    Outline profile{{0, 0}};
+    std::vector<Point> profile{{0, 0}};
     if (both)
         profile.insert(profile.end(), {{inner, 0}, {outer, drop}});
     else
         profile.push_back({outer, 0});
     profile.insert(profile.end(), {{outer, height - drop}, {inner, height}, {0, height}});
-    return BRepAlgoAPI_Common(Extrude(Hexagon(widthAcrossFlats), height), Revolve(profile)).Shape();
+    return Common(Extrude(Hexagon(widthAcrossFlats), height), Revolve(Polygon(profile)));
 }
 
 /// What one chamfer takes away: the integral of its depth over the hexagon outside its inner circle.
@@ -77,14 +68,14 @@ TopoDS_Shape MakeBolt(const BoltDimensions& bolt)
 {
     const double radius = bolt.diameter / 2;
     const double chamfer = BoltFlank * bolt.pitch;
-    const TopoDS_Shape shank = Revolve({{0, -bolt.headHeight / 2},
-                                        {radius, -bolt.headHeight / 2},
-                                        {radius, bolt.length - chamfer},
-                                        {radius - chamfer, bolt.length},
-                                        {0, bolt.length}});
+    const TopoDS_Shape shank = Revolve(Polygon({{0, -bolt.headHeight / 2},
+                                                {radius, -bolt.headHeight / 2},
+                                                {radius, bolt.length - chamfer},
+                                                {radius - chamfer, bolt.length},
+                                                {0, bolt.length}}));
     const TopoDS_Shape head =
         Turned(ChamferedHexagon(bolt.widthAcrossFlats, bolt.headHeight, false), {1, 0, 0}, Pi);
-    return BRepAlgoAPI_Fuse(head, shank).Shape();
+    return Fuse(head, shank);
 }
 
 double BoltVolume(const BoltDimensions& bolt)
@@ -100,13 +91,13 @@ TopoDS_Shape MakeNut(const NutDimensions& nut)
     const double outer = nut.diameter / 2;
     const double core = outer - NutFlank * nut.pitch;
     const double sink = outer - core;
-    const TopoDS_Shape bore = Revolve({{0, 0},
-                                       {outer, 0},
-                                       {core, sink},
-                                       {core, nut.height - sink},
-                                       {outer, nut.height},
-                                       {0, nut.height}});
-    return BRepAlgoAPI_Cut(ChamferedHexagon(nut.widthAcrossFlats, nut.height, true), bore).Shape();
+    const TopoDS_Shape bore = Revolve(Polygon({{0, 0},
+                                               {outer, 0},
+                                               {core, sink},
+                                               {core, nut.height - sink},
+                                               {outer, nut.height},
+                                               {0, nut.height}}));
+    return Cut(ChamferedHexagon(nut.widthAcrossFlats, nut.height, true), bore);
 }
 
 double NutVolume(const NutDimensions& nut)
@@ -122,7 +113,7 @@ TopoDS_Shape MakeWasher(const WasherDimensions& washer)
 {
     const double inner = washer.innerDiameter / 2;
     const double outer = washer.outerDiameter / 2;
-    return Revolve({{inner, 0}, {outer, 0}, {outer, washer.thickness}, {inner, washer.thickness}});
+    return Revolve(Polygon({{inner, 0}, {outer, 0}, {outer, washer.thickness}, {inner, washer.thickness}}));
 }
 
 double WasherVolume(const WasherDimensions& washer)

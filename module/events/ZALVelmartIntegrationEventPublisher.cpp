@@ -24,7 +24,7 @@ bool ZALVelmartIntegrationEventPublisher::HasJSMessageListeners()
 {
     std::vector<ZALBaseUnknown*> subscribers;
     ZALSysGetSubscribers(GetPrtOnUniqueInstance(), ZALDlgHtmlViewJavaScriptNotification::ClassName(), subscribers);
-    return subscribers.size() > 0;
+    return !subscribers.empty();
 }
 
 HRESULT ZALVelmartIntegrationEventPublisher::SendJSMessage(const ZALOmxUTF8String& message)

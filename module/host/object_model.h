@@ -89,7 +89,7 @@ public:
 
     /// Heap operators of the host, so that an object may be deleted by another module than its creator's.
     static void* operator new(std::size_t size);
-    static void operator delete(void* memory, std::size_t size) noexcept;
+    static void operator delete(void* memory) noexcept;
 
     /// Adds a reference. Returns the new count.
     virtual unsigned int AddRef();

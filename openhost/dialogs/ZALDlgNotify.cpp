@@ -1,7 +1,10 @@
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/dialogs/DialogSurface.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/loop/EventLoop.h"
 #include "openhost/text/Utf.h"
+
+#include <memory>
 
 ZALDlgNotify::ZALDlgNotify(ZALDialog* parent, const ZALString& name, unsigned int style)
     : ZALDlgDialog(parent, name, style)
@@ -17,8 +20,9 @@ int ZALDlgNotify::DisplayBlocked(const ZALUnicodeString& text, const ZALUnicodeS
     if (node.ended)
         return ZALDlgAnswerClosed;
 
-    // Events that run meanwhile may end the question.
+    // Events that run meanwhile may end the question. Its caller uses it once more behind this call.
     AddRef();
+    std::shared_ptr<ZALDlgNotify> guard(this, [](ZALDlgNotify* question) { question->Release(); });
     node.visible = true;
     const int answer = openhost::DialogSurface::Current().Ask(*this, text, title);
     node.visible = false;
@@ -27,6 +31,7 @@ int ZALDlgNotify::DisplayBlocked(const ZALUnicodeString& text, const ZALUnicodeS
                                         {"title", openhost::ToUtf8(title)},
                                         {"text", openhost::ToUtf8(text)},
                                         {"answer", answer}});
-    Release();
+    if (node.ended)
+        openhost::EventLoop::Current().Post([guard] {});
     return answer;
 }

@@ -1,14 +1,10 @@
 #include "openhost/documents/CadDocument.h"
 
 #include "openhost/documents/DocumentStream.h"
+#include "openhost/documents/ReplaceFile.h"
 
 #include <cmath>
-#include <cstdio>
 #include <unordered_set>
-
-#include <stdlib.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace openhost {
 
@@ -265,18 +261,13 @@ std::string BuildDocument(const CadDocument& document)
 void WriteDocument(const CadDocument& document, const std::filesystem::path& path)
 {
     const std::string bytes = BuildDocument(document);
-    std::string temporary = path.string() + ".XXXXXX";
-    const int descriptor = mkstemp(temporary.data());
-    std::FILE* file = descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
-    bool written = file && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    written = written && std::fflush(file) == 0 && fchmod(descriptor, 0644) == 0;
-    if (file)
-        written = std::fclose(file) == 0 && written;
-    if (!written || std::rename(temporary.c_str(), path.c_str()) != 0)
+    try
     {
-        if (descriptor >= 0)
-            unlink(temporary.c_str());
-        throw CompoundFileError(path.string() + ": cannot be written");
+        ReplaceFile(path, bytes);
+    }
+    catch (const std::runtime_error& error)
+    {
+        throw CompoundFileError(error.what());
     }
 }
 

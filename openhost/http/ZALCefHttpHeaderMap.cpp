@@ -1,5 +1,7 @@
 #include "host/http.h"
 
+#include "openhost/text/Utf.h"
+
 #include <algorithm>
 
 namespace {
@@ -12,11 +14,7 @@ char16_t Lower(char16_t unit)
 
 bool ZALHeaderNameLess::operator()(const ZALUnicodeString& left, const ZALUnicodeString& right) const
 {
-    const char16_t* first = left.CastToUTF16Ptr();
-    const char16_t* second = right.CastToUTF16Ptr();
-    return std::lexicographical_compare(first, first + left.GetLengthInChar(), second,
-                                        second + right.GetLengthInChar(),
-                                        [](char16_t a, char16_t b) { return Lower(a) < Lower(b); });
+    return std::ranges::lexicographical_compare(openhost::View(left), openhost::View(right), {}, Lower, Lower);
 }
 
 void ZALCefHttpHeaderMap::AddValue(const ZALUnicodeString& name, const ZALUnicodeString& value)

@@ -2,30 +2,13 @@
 
 #include "openhost/http/HttpTransport.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/text/Utf.h"
 
 #include <optional>
 #include <set>
 #include <string>
 
 namespace {
-
-std::string ToUTF8(const ZALUnicodeString& text)
-{
-    const ZALOmxUTF8String bytes = text.ConvertToUTF8();
-    return {bytes.GetData(), bytes.GetByteLength()};
-}
-
-// Bytes of the network as text: UTF-8, else ISO 8859-1.
-ZALUnicodeString FromBytes(const std::string& bytes)
-{
-    ZALUnicodeString text;
-    if (text.BuildFromUTF8(bytes.data(), bytes.size()) == 0)
-        return text;
-    std::u16string units;
-    for (const char byte : bytes)
-        units.push_back(static_cast<unsigned char>(byte));
-    return {units.data(), units.size()};
-}
 
 const char* NameOf(int status)
 {
@@ -96,7 +79,7 @@ struct ZALHttpExchange final : openhost::HttpTransferListener, std::enable_share
         response = ZALCefHttpRequestAccess::Response(code);
         ZALCefHttpHeaderMap map;
         for (const auto& [name, value] : fields)
-            map.AddValue(FromBytes(name), FromBytes(value));
+            map.AddValue(openhost::FromUtf8(name), openhost::FromUtf8(value));
         handler->OnHeaders(request, map);
     }
 
@@ -132,13 +115,13 @@ struct ZALHttpExchange final : openhost::HttpTransferListener, std::enable_share
         if (!openhost::journal::IsOpen())
             return;
         nlohmann::ordered_json fields;
-        fields["url"] = ToUTF8(url);
+        fields["url"] = openhost::ToUtf8(url);
         fields["end"] = NameOf(status);
         fields["status"] = status;
         fields["code"] = response ? response->GetCode() : 0;
         fields["bytes"] = received;
         if (!error.empty())
-            fields["error"] = ToUTF8(FromBytes(error));
+            fields["error"] = openhost::ToUtf8(openhost::FromUtf8(error));
         openhost::journal::Write("transfer", fields);
     }
 
@@ -181,12 +164,12 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
         return false;
 
     openhost::HttpRequestData data;
-    data.method = ToUTF8(exchange_->method);
-    data.url = ToUTF8(exchange_->url);
+    data.method = openhost::ToUtf8(exchange_->method);
+    data.url = openhost::ToUtf8(exchange_->url);
     ZALHttpRawHeaderMap headers;
     exchange_->headers.GetRawMap(headers);
     for (const auto& [name, value] : headers)
-        data.headers.emplace_back(ToUTF8(name), ToUTF8(value));
+        data.headers.emplace_back(openhost::ToUtf8(name), openhost::ToUtf8(value));
 
     if (openhost::journal::IsOpen())
     {

@@ -17,9 +17,9 @@ void* ZALBaseUnknown::operator new(std::size_t size)
     return ::operator new(size);
 }
 
-void ZALBaseUnknown::operator delete(void* memory, std::size_t size) noexcept
+void ZALBaseUnknown::operator delete(void* memory) noexcept
 {
-    ::operator delete(memory, size);
+    ::operator delete(memory);
 }
 
 unsigned int ZALBaseUnknown::AddRef()

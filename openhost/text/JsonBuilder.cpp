@@ -64,14 +64,18 @@ void JsonBuilder::MergeDuplicates(std::vector<Member>& members)
 {
     std::vector<std::size_t> order(members.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
-    std::stable_sort(order.begin(), order.end(), [&](std::size_t left, std::size_t right) {
-        return members[left].first < members[right].first;
+    std::sort(order.begin(), order.end(), [&](std::size_t left, std::size_t right) {
+        const int difference = members[left].first.compare(members[right].first);
+        return difference < 0 || (difference == 0 && left < right);
     });
+    const auto haveOneKey = [&](std::size_t left, std::size_t right) { return members[left].first == members[right].first; };
+    if (std::adjacent_find(order.begin(), order.end(), haveOneKey) == order.end())
+        return;
 
     std::vector<bool> superseded(members.size());
     for (std::size_t begin = 0, end = 0; begin < order.size(); begin = end) {
         Member& first = members[order[begin]];
-        for (end = begin + 1; end < order.size() && members[order[end]].first == first.first; ++end)
+        for (end = begin + 1; end < order.size() && haveOneKey(order[begin], order[end]); ++end)
             superseded[order[end]] = true;
         if (end - begin > 1)
             first.second = std::move(members[order[end - 1]].second);

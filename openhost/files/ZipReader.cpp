@@ -1,0 +1,251 @@
+#include "ZipReader.h"
+
+#include "ZipSource.h"
+
+#include <isa-l/crc.h>
+#include <isa-l/igzip_lib.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <vector>
+
+namespace openhost {
+
+namespace {
+
+// The end record, which every archive has.
+constexpr std::uint64_t SmallestArchive = 22;
+
+// What is read to find the directory: the end record with the longest comment, and the records of Zip64.
+constexpr std::uint64_t ReadingBesideDirectory = std::uint64_t{256} << 10;
+
+constexpr std::size_t InputSize = std::size_t{128} << 10;
+
+constexpr std::uint64_t NoLimit = ~std::uint64_t{0};
+
+struct CloseArchive {
+    void operator()(zip_t* archive) const { zip_discard(archive); }
+};
+struct CloseEntry {
+    void operator()(zip_file_t* entry) const { zip_fclose(entry); }
+};
+
+[[noreturn]] void Fail(const char* reason)
+{
+    throw std::runtime_error(reason);
+}
+
+std::uint8_t* Bytes(char* bytes)
+{
+    return reinterpret_cast<std::uint8_t*>(bytes);
+}
+
+} // namespace
+
+class ZipReader::Implementation {
+public:
+    Implementation(const std::string& path, const ZipLimits& limits);
+
+    zip_stat_t Status(std::size_t entry) const;
+    void Start(std::size_t entry);
+    Piece Next();
+
+    std::size_t Count() const { return count_; }
+    zip_t* Archive() const { return archive_.get(); }
+
+private:
+    std::size_t ReadPacked(char* bytes, std::size_t size);
+    void Inflate();
+    void Copy();
+
+    ZipLimits limits_;
+    ZipSource source_;
+    std::unique_ptr<zip_t, CloseArchive> archive_;
+    std::size_t count_ = 0;
+    std::uint64_t total_ = 0; ///< bytes of all entries that were begun
+
+    // The entry in hand.
+    zip_stat_t status_{};
+    std::unique_ptr<zip_file_t, CloseEntry> packed_;
+    inflate_state inflation_{};
+    std::vector<char> input_ = std::vector<char>(InputSize);
+    std::vector<char> output_ = std::vector<char>(PieceSize);
+    std::size_t filled_ = 0;    ///< bytes of the output that hold something
+    bool isComplete_ = false;   ///< whether the packed data has come to its end
+    std::uint64_t unpacked_ = 0;
+    std::uint32_t checksum_ = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The archive
+
+ZipReader::Implementation::Implementation(const std::string& path, const ZipLimits& limits)
+    : limits_(limits), source_(path)
+{
+    zip_error_t error;
+    zip_error_init(&error);
+    zip_source_t* const source = zip_source_function_create(&ZipSource::Serve, &source_, &error);
+    if (!source)
+        throw std::bad_alloc();
+
+    source_.LimitReading(limits_.directorySize + ReadingBesideDirectory);
+    archive_.reset(zip_open_from_source(source, ZIP_RDONLY, &error));
+    if (!archive_) {
+        zip_source_free(source);
+        const std::string reason = zip_error_strerror(&error);
+        zip_error_fini(&error);
+        throw std::runtime_error("cannot open " + path + ": " + reason);
+    }
+    source_.LimitReading(NoLimit);
+
+    // libzip takes an empty file for an archive without entries.
+    zip_stat_t status;
+    if (zip_source_stat(source, &status) != 0 || status.size < SmallestArchive)
+        Fail("no archive");
+    count_ = static_cast<std::size_t>(zip_get_num_entries(archive_.get(), 0));
+    if (count_ > limits_.entries)
+        Fail("too many entries");
+    isal_inflate_init(&inflation_);
+}
+
+zip_stat_t ZipReader::Implementation::Status(std::size_t entry) const
+{
+    zip_stat_t status;
+    constexpr zip_uint64_t wanted =
+        ZIP_STAT_SIZE | ZIP_STAT_COMP_SIZE | ZIP_STAT_CRC | ZIP_STAT_COMP_METHOD | ZIP_STAT_ENCRYPTION_METHOD;
+    if (zip_stat_index(archive_.get(), entry, 0, &status) != 0 || (status.valid & wanted) != wanted)
+        Fail("damaged directory entry");
+    return status;
+}
+
+// ---------------------------------------------------------------------------------------------
+// An entry
+
+void ZipReader::Implementation::Start(std::size_t entry)
+{
+    status_ = Status(entry);
+    if (status_.encryption_method != ZIP_EM_NONE)
+        Fail("encrypted");
+    if (status_.comp_method != ZIP_CM_STORE && status_.comp_method != ZIP_CM_DEFLATE)
+        Fail("unknown compression method");
+
+    zip_uint8_t system = 0;
+    zip_uint32_t attributes = 0;
+    if (zip_file_get_external_attributes(archive_.get(), entry, 0, &system, &attributes) != 0)
+        Fail("damaged directory entry");
+    const mode_t type = (attributes >> 16) & S_IFMT;
+    if (type != 0 && type != S_IFREG && type != S_IFDIR)
+        Fail("neither a file nor a folder");
+
+    if (status_.size > limits_.entrySize)
+        Fail("larger than an entry may be");
+    if (status_.size > limits_.totalSize - total_)
+        Fail("larger than all entries together may be");
+    total_ += status_.size;
+
+    packed_.reset(zip_fopen_index(archive_.get(), entry, ZIP_FL_COMPRESSED));
+    if (!packed_)
+        Fail("damaged local header");
+    isal_inflate_reset(&inflation_);
+    inflation_.avail_in = 0;
+    isComplete_ = false;
+    unpacked_ = 0;
+    checksum_ = 0;
+}
+
+ZipReader::Piece ZipReader::Implementation::Next()
+{
+    filled_ = 0;
+    if (status_.comp_method == ZIP_CM_DEFLATE)
+        Inflate();
+    else
+        Copy();
+
+    unpacked_ += filled_;
+    checksum_ = crc32_gzip_refl(checksum_, Bytes(output_.data()), filled_);
+    if (unpacked_ > status_.size || (isComplete_ && unpacked_ != status_.size))
+        Fail("another size than announced");
+    if (isComplete_ && checksum_ != status_.crc)
+        Fail("wrong checksum");
+    return {{output_.data(), filled_}, isComplete_};
+}
+
+void ZipReader::Implementation::Inflate()
+{
+    while (!isComplete_ && filled_ < output_.size()) {
+        if (inflation_.avail_in == 0) {
+            inflation_.next_in = Bytes(input_.data());
+            inflation_.avail_in = static_cast<std::uint32_t>(ReadPacked(input_.data(), input_.size()));
+        }
+        const std::uint32_t waiting = inflation_.avail_in;
+        const std::size_t room = output_.size() - filled_;
+        inflation_.next_out = Bytes(output_.data() + filled_);
+        inflation_.avail_out = static_cast<std::uint32_t>(room);
+        if (isal_inflate(&inflation_) != ISAL_DECOMP_OK)
+            Fail("damaged data");
+
+        filled_ = output_.size() - inflation_.avail_out;
+        isComplete_ = inflation_.block_state == ISAL_BLOCK_FINISH;
+        if (!isComplete_ && inflation_.avail_in == waiting && inflation_.avail_out == room)
+            Fail("data cut short");
+    }
+}
+
+void ZipReader::Implementation::Copy()
+{
+    filled_ = ReadPacked(output_.data(), output_.size());
+    isComplete_ = filled_ < output_.size();
+}
+
+/// Reads up to `size` bytes, fewer only at the end of the packed data.
+std::size_t ZipReader::Implementation::ReadPacked(char* bytes, std::size_t size)
+{
+    std::size_t done = 0;
+    while (done < size) {
+        const zip_int64_t count = zip_fread(packed_.get(), bytes + done, size - done);
+        if (count < 0)
+            Fail("data cut short");
+        if (count == 0)
+            break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
+}
+
+// ---------------------------------------------------------------------------------------------
+
+ZipReader::ZipReader(const std::string& path, const ZipLimits& limits)
+    : implementation_(std::make_unique<Implementation>(path, limits))
+{
+}
+
+ZipReader::~ZipReader() = default;
+
+std::size_t ZipReader::Count() const
+{
+    return implementation_->Count();
+}
+
+std::string_view ZipReader::Name(std::size_t entry) const
+{
+    const char* const name = zip_get_name(implementation_->Archive(), entry, ZIP_FL_ENC_GUESS);
+    return name ? std::string_view(name) : std::string_view();
+}
+
+std::uint64_t ZipReader::Size(std::size_t entry) const
+{
+    return implementation_->Status(entry).size;
+}
+
+void ZipReader::Start(std::size_t entry)
+{
+    implementation_->Start(entry);
+}
+
+ZipReader::Piece ZipReader::Next()
+{
+    return implementation_->Next();
+}
+
+} // namespace openhost

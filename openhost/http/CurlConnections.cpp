@@ -1,0 +1,48 @@
+#include "openhost/http/CurlConnections.h"
+
+#include <algorithm>
+
+namespace openhost {
+
+namespace {
+constexpr std::size_t maximumIdle = 4;
+}
+
+CurlConnections::CurlConnections(CurlTransport::Options options) : options_(std::move(options))
+{
+    static const CURLcode initialized = curl_global_init(CURL_GLOBAL_DEFAULT);
+    static_cast<void>(initialized);
+}
+
+CurlConnections::~CurlConnections()
+{
+    for (CURLM* multi : idle_)
+        curl_multi_cleanup(multi);
+}
+
+bool CurlConnections::Allows(const HttpAddress& address) const
+{
+    return address.scheme == "https" || address.IsLoopback() ||
+           std::ranges::find(options_.allowedHttpHosts, address.host) != options_.allowedHttpHosts.end();
+}
+
+CURLM* CurlConnections::Take()
+{
+    if (idle_.empty())
+        return curl_multi_init();
+    CURLM* multi = idle_.back();
+    idle_.pop_back();
+    return multi;
+}
+
+void CurlConnections::GiveBack(CURLM* multi)
+{
+    curl_multi_setopt(multi, CURLMOPT_SOCKETFUNCTION, nullptr);
+    curl_multi_setopt(multi, CURLMOPT_TIMERFUNCTION, nullptr);
+    if (idle_.size() < maximumIdle)
+        idle_.push_back(multi);
+    else
+        curl_multi_cleanup(multi);
+}
+
+} // namespace openhost
