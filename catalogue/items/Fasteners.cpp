@@ -73,8 +73,7 @@ TopoDS_Shape MakeBolt(const BoltDimensions& bolt)
                                                 {radius, bolt.length - chamfer},
                                                 {radius - chamfer, bolt.length},
                                                 {0, bolt.length}}));
-    const TopoDS_Shape head =
-        Turned(ChamferedHexagon(bolt.widthAcrossFlats, bolt.headHeight, false), {1, 0, 0}, Pi);
+    const TopoDS_Shape head = Turned(ChamferedHexagon(bolt.widthAcrossFlats, bolt.headHeight, false), {1, 0, 0}, Pi);
     return Fuse(head, shank);
 }
 
@@ -91,12 +90,8 @@ TopoDS_Shape MakeNut(const NutDimensions& nut)
     const double outer = nut.diameter / 2;
     const double core = outer - NutFlank * nut.pitch;
     const double sink = outer - core;
-    const TopoDS_Shape bore = Revolve(Polygon({{0, 0},
-                                               {outer, 0},
-                                               {core, sink},
-                                               {core, nut.height - sink},
-                                               {outer, nut.height},
-                                               {0, nut.height}}));
+    const TopoDS_Shape bore = Revolve(
+        Polygon({{0, 0}, {outer, 0}, {core, sink}, {core, nut.height - sink}, {outer, nut.height}, {0, nut.height}}));
     return Cut(ChamferedHexagon(nut.widthAcrossFlats, nut.height, true), bore);
 }
 

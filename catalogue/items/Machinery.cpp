@@ -61,8 +61,7 @@ Outline ShaftSection(const ShaftDimensions& shaft)
     double z = 0;
     std::vector<Point> points{{0, 0}, {shaft.diameters[0] / 2 - shaft.chamfer, 0}};
     points.push_back({shaft.diameters[0] / 2, shaft.chamfer});
-    for (int i = 0; i < 5; ++i)
-    {
+    for (int i = 0; i < 5; ++i) {
         if (i > 0)
             points.push_back({shaft.diameters[i] / 2, z});
         z += shaft.lengths[i];
@@ -105,8 +104,7 @@ Outline GearOutline(const GearDimensions& gear)
     const auto flankRadius = [&](double part) { return start + (tip - start) * part; };
 
     Outline outline;
-    for (int tooth = 0; tooth < gear.teeth; ++tooth)
-    {
+    for (int tooth = 0; tooth < gear.teeth; ++tooth) {
         const double middle = 2 * Pi * tooth / gear.teeth;
         const auto flank = [&](double part, int side) {
             const double radius = flankRadius(part);
@@ -141,8 +139,7 @@ Outline BoreWithKeyway(const GearDimensions& gear)
 TopoDS_Shape MakeBearing(const BearingDimensions& bearing)
 {
     std::vector<TopoDS_Shape> solids{Revolve(InnerRing(bearing)), Revolve(OuterRing(bearing))};
-    for (int i = 0; i < bearing.balls; ++i)
-    {
+    for (int i = 0; i < bearing.balls; ++i) {
         const Point at = OnCircle(PitchRadius(bearing), 2 * Pi * i / bearing.balls);
         solids.push_back(Sphere({at.x, at.y, bearing.width / 2}, bearing.ballDiameter / 2));
     }

@@ -7,12 +7,12 @@ namespace catalogue {
 
 /// Deep-groove ball bearing, ISO 15. Lies on z = 0; rings and balls are solids of their own.
 struct BearingDimensions {
-    double bore;               ///< d
-    double outerDiameter;      ///< D
-    double width;              ///< B
-    double cornerRadius;       ///< r
-    double innerRingShoulder;  ///< outer diameter of the inner ring
-    double outerRingShoulder;  ///< inner diameter of the outer ring
+    double bore;              ///< d
+    double outerDiameter;     ///< D
+    double width;             ///< B
+    double cornerRadius;      ///< r
+    double innerRingShoulder; ///< outer diameter of the inner ring
+    double outerRingShoulder; ///< inner diameter of the outer ring
     double ballDiameter;
     int balls;
 };
@@ -34,8 +34,8 @@ struct GearDimensions {
     int teeth;
     double faceWidth;
     double bore;
-    double keyWidth;   ///< b
-    double keyDepth;   ///< t2, above the bore
+    double keyWidth; ///< b
+    double keyDepth; ///< t2, above the bore
 };
 
 TopoDS_Shape MakeBearing(const BearingDimensions& bearing);

@@ -7,11 +7,26 @@ namespace catalogue {
 
 namespace {
 
-Point operator+(Point a, Point b) { return {a.x + b.x, a.y + b.y}; }
-Point operator-(Point a, Point b) { return {a.x - b.x, a.y - b.y}; }
-Point operator*(double factor, Point a) { return {factor * a.x, factor * a.y}; }
-double Length(Point a) { return std::hypot(a.x, a.y); }
-double Cross(Point a, Point b) { return a.x * b.y - a.y * b.x; }
+Point operator+(Point a, Point b)
+{
+    return {a.x + b.x, a.y + b.y};
+}
+Point operator-(Point a, Point b)
+{
+    return {a.x - b.x, a.y - b.y};
+}
+Point operator*(double factor, Point a)
+{
+    return {factor * a.x, factor * a.y};
+}
+double Length(Point a)
+{
+    return std::hypot(a.x, a.y);
+}
+double Cross(Point a, Point b)
+{
+    return a.x * b.y - a.y * b.x;
+}
 
 constexpr int ChordsInArc = 2000;
 
@@ -39,8 +54,7 @@ void Flatten(Point from, Point via, Point to, std::vector<Point>& points)
 std::vector<Point> Flatten(const Outline& outline)
 {
     std::vector<Point> points;
-    for (std::size_t i = 0; i < outline.size(); ++i)
-    {
+    for (std::size_t i = 0; i < outline.size(); ++i) {
         if (outline[i].via)
             Flatten(outline[i].at, *outline[i].via, outline[(i + 1) % outline.size()].at, points);
         else
@@ -63,11 +77,9 @@ Outline RoundedPolygon(const std::vector<RoundedCorner>& corners)
 {
     Outline outline;
     const std::size_t count = corners.size();
-    for (std::size_t i = 0; i < count; ++i)
-    {
+    for (std::size_t i = 0; i < count; ++i) {
         const Point here{corners[i].x, corners[i].y};
-        if (corners[i].radius == 0)
-        {
+        if (corners[i].radius == 0) {
             outline.push_back({here});
             continue;
         }
@@ -103,8 +115,7 @@ double RingVolume(const Outline& outline)
 {
     const std::vector<Point> points = Flatten(outline);
     double sixfold = 0;
-    for (std::size_t i = 0; i < points.size(); ++i)
-    {
+    for (std::size_t i = 0; i < points.size(); ++i) {
         const Point& a = points[i];
         const Point& b = points[(i + 1) % points.size()];
         sixfold += (a.x + b.x) * Cross(a, b);

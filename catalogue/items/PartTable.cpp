@@ -76,7 +76,7 @@ PartRow Row(std::string id, std::string title, std::string category, std::string
             std::vector<Dimension> dimensions, const std::string& partNumber, std::string material,
             const TopoDS_Shape& shape, double volume, Delivery delivery = Delivery::Archive)
 {
-    Item item{std::move(id),         std::move(title), std::move(category),      std::move(description),
+    Item item{std::move(id),         std::move(title), std::move(category),     std::move(description),
               std::move(dimensions), delivery,         partNumber + ".ZALPart", {}};
     return {std::move(item), partNumber, std::move(material), shape, volume};
 }
@@ -117,7 +117,7 @@ void AddMachinery(std::vector<PartRow>& rows)
                         {"D", bearing.outerDiameter},
                         {"B", bearing.width},
                         {"r", bearing.cornerRadius},
-                        {"balls", bearing.balls}},
+                        {"balls", double(bearing.balls)}},
                        "ISO15_6204", "Steel 100Cr6", MakeBearing(bearing), BearingVolume(bearing)));
 
     const ShaftDimensions shaft{{16, 20, 26, 20, 16}, {30, 14, 60, 14, 36}, 1, 5, 3, 25, 5};
@@ -127,12 +127,11 @@ void AddMachinery(std::vector<PartRow>& rows)
                        "SHAFT_20x154", "Steel C45", MakeShaft(shaft), ShaftVolume(shaft)));
 
     const GearDimensions gears[] = {{2, 18, 20, 12, 4, 1.8}, {2, 36, 18, 16, 5, 2.3}};
-    for (const GearDimensions& gear : gears)
-    {
+    for (const GearDimensions& gear : gears) {
         const std::string teeth = std::to_string(gear.teeth);
         rows.push_back(Row("spur-gear-m2-z" + teeth, "Spur gear module 2, " + teeth + " teeth", "Gears",
                            "Involute teeth, pressure angle 20 degrees, bore with keyway",
-                           {{"m", gear.module}, {"z", gear.teeth}, {"b", gear.faceWidth}, {"d", gear.bore}},
+                           {{"m", gear.module}, {"z", double(gear.teeth)}, {"b", gear.faceWidth}, {"d", gear.bore}},
                            "GEAR_M2_Z" + teeth, "Steel 16MnCr5", MakeGear(gear), GearVolume(gear)));
     }
 }
@@ -143,10 +142,10 @@ void AddMachinery(std::vector<PartRow>& rows)
 void AddStructures(std::vector<PartRow>& rows)
 {
     const BracketDimensions bracket{40, 4, 38, 4, 6, 5, 6.6};
-    rows.push_back(Row("angle-bracket-40", "Angle bracket 40", "Brackets", "For profiles 40x40, two holes for M6",
-                       {{"leg", bracket.leg}, {"t", bracket.thickness}, {"b", bracket.width}, {"d", bracket.holeDiameter}},
-                       "BRACKET_40", "Steel S235", MakeBracket(bracket), BracketVolume(bracket),
-                       Delivery::OpenInSource));
+    rows.push_back(
+        Row("angle-bracket-40", "Angle bracket 40", "Brackets", "For profiles 40x40, two holes for M6",
+            {{"leg", bracket.leg}, {"t", bracket.thickness}, {"b", bracket.width}, {"d", bracket.holeDiameter}},
+            "BRACKET_40", "Steel S235", MakeBracket(bracket), BracketVolume(bracket), Delivery::OpenInSource));
 
     const ProfileDimensions profile{40, 400, 4, 8.2, ProfileLip, 20, 7.5, 9, 12.5, 6.8};
     rows.push_back(Row("profile-40x40-400", "Aluminium profile 40x40, 400 long", "Profiles", "Four T slots of width 8",

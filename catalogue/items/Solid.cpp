@@ -43,8 +43,7 @@ Vector FromPoint(const gp_Pnt& point)
 TopoDS_Face Face(const Outline& outline, const std::function<gp_Pnt(const Point&)>& place)
 {
     BRepBuilderAPI_MakeWire wire;
-    for (std::size_t i = 0; i < outline.size(); ++i)
-    {
+    for (std::size_t i = 0; i < outline.size(); ++i) {
         const gp_Pnt from = place(outline[i].at);
         const gp_Pnt to = place(outline[(i + 1) % outline.size()].at);
         if (outline[i].via)
@@ -137,8 +136,7 @@ TopoDS_Shape Filleted(const TopoDS_Shape& shape, double radius,
     TopTools_IndexedMapOfShape edges;
     TopExp::MapShapes(shape, TopAbs_EDGE, edges);
     BRepFilletAPI_MakeFillet fillet(shape);
-    for (int i = 1; i <= edges.Extent(); ++i)
-    {
+    for (int i = 1; i <= edges.Extent(); ++i) {
         const TopoDS_Edge edge = TopoDS::Edge(edges(i));
         const gp_Pnt end = BRep_Tool::Pnt(TopExp::FirstVertex(edge));
         const gp_Pnt otherEnd = BRep_Tool::Pnt(TopExp::LastVertex(edge));

@@ -48,8 +48,7 @@ Outline ProfileSection(const ProfileDimensions& profile)
 {
     const double half = profile.side / 2;
     std::vector<RoundedCorner> corners;
-    for (int turn = 0; turn < 4; ++turn)
-    {
+    for (int turn = 0; turn < 4; ++turn) {
         // One side, from its slot to the corner behind it, as distance from the axis and along the side.
         const double side[][3] = {{half, -profile.slotWidth / 2, 0},
                                   {half - profile.lip, -profile.slotWidth / 2, 0},
@@ -113,9 +112,8 @@ TopoDS_Shape MakeSlotNut(const SlotNutDimensions& nut)
     const double neck = nut.neckWidth / 2;
     const double body = nut.bodyWidth / 2;
     const double length = nut.length / 2;
-    const TopoDS_Shape shape = Fuse(
-        Box({-neck, -length, nut.bodyFrom - nut.neckHeight}, {neck, length, nut.bodyFrom}),
-        Box({-body, -length, nut.bodyFrom}, {body, length, nut.bodyFrom + nut.bodyHeight}));
+    const TopoDS_Shape shape = Fuse(Box({-neck, -length, nut.bodyFrom - nut.neckHeight}, {neck, length, nut.bodyFrom}),
+                                    Box({-body, -length, nut.bodyFrom}, {body, length, nut.bodyFrom + nut.bodyHeight}));
     return Cut(shape, Cylinder({0, 0, -1}, nut.coreDiameter / 2, nut.bodyFrom + nut.bodyHeight + 2));
 }
 

@@ -11,7 +11,7 @@ struct BracketDimensions {
     double leg;
     double thickness;
     double width;
-    double innerRadius;  ///< of the fillet between the legs
+    double innerRadius; ///< of the fillet between the legs
     double outerRadius;
     double cornerRadius; ///< of the legs' ends
     double holeDiameter;
@@ -48,11 +48,11 @@ struct HousingDimensions {
     double length;
     double width;
     double baseHeight;
-    double baseRadius;   ///< of the base's corners
+    double baseRadius; ///< of the base's corners
     double axisHeight;
     double bodyRadius;
     double bodyWidth;
-    double footFillet;   ///< between body and base
+    double footFillet; ///< between body and base
     double seatDiameter;
     double seatDepth;
     double passDiameter; ///< of the bore behind the seat

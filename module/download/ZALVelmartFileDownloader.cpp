@@ -70,7 +70,7 @@ HRESULT ZALVelmartFileDownloader::StartDownload(const ZALOmxAny& request)
     const bool openInSource = SUCCEEDED(DownloadRequest.MapGetValue("attributes", attributes)) &&
                               SUCCEEDED(attributes.MapGetValue("catalog", catalog)) &&
                               SUCCEEDED(GetStringMember(catalog, "configOpeningBehaviour", behaviour)) &&
-                              behaviour == "openInSource";
+                              behaviour.Compare("openInSource") != ZALTextsDiffer;
     if (!openInSource) {
         if (ZALVelmartIntegrationEventPublisher::HasJSMessageListeners())
             return StartDownloadFromTolva(DownloadRequest);

@@ -14,8 +14,10 @@ inline constexpr unsigned int ZALZipRead = 3;
 /// Flags of ZALSysZipFile::ExtractFile: replace what stands there (1), keep the relative path (16).
 inline constexpr unsigned int ZALZipExtractReplace = 17;
 
-/// Most entries that an archive may hold, and most bytes that one extracted entry and all of them may have.
-inline constexpr unsigned int ZALZipMaximumEntries = 1'000'000;
+/// Most entries of an archive, and most bytes of its directory, of one extracted entry, and of all entries that
+/// are extracted while it is open.
+inline constexpr std::uint64_t ZALZipMaximumEntries = 500'000;
+inline constexpr std::uint64_t ZALZipMaximumDirectorySize = std::uint64_t{64} << 20;
 inline constexpr std::uint64_t ZALZipMaximumEntrySize = std::uint64_t{16} << 30;
 inline constexpr std::uint64_t ZALZipMaximumTotalSize = std::uint64_t{64} << 30;
 
@@ -28,15 +30,19 @@ public:
     /// Closes the archive when it is open.
     ~ZALSysZipFile();
 
-    /// Opens `path`. Mode 3 reads, and fails on a file that is no archive or holds too many entries.
+    /// Opens `path`. Mode 3 reads, and fails on a file that is no archive, whose directory is damaged, or that
+    /// passes a limit. Another mode, and an archive already open, is a failure.
     HRESULT OpenZip(const ZALUnicodeString& path, unsigned int mode);
-    /// Gives the names of all entries in archive order, their sizes in bytes and their count. The caller
-    /// frees both arrays with delete[]; they are null for an empty archive.
+    /// Gives the names of all entries in archive order, their sizes in bytes as announced, and their count. The
+    /// caller frees both arrays with delete[]; they are null for an empty archive and on failure.
     HRESULT BrowseZip(ZALUnicodeString*& names, std::uint64_t*& sizes, unsigned int& count);
-    /// Writes `entry`, named as BrowseZip gave it, below `folder` under its relative path and replaces what
-    /// stands there. An entry that ends in a separator makes a directory. Fails, and leaves nothing behind,
-    /// for an entry that would land outside `folder` (absolute, "..", through a link), that is encrypted
-    /// or damaged, or that passes a limit.
+    /// Writes `entry`, named as BrowseZip gave it, below `folder` under its relative path and replaces the file
+    /// that stands there; folders on the way are made, `folder` itself must exist. An entry that ends in a
+    /// separator makes a directory. Of entries with the same name the last one counts.
+    ///
+    /// Fails, and leaves everything as it was, for an entry that would land outside `folder` (absolute, with a
+    /// drive letter, "..", through a link), that is itself a link, is encrypted or damaged, or passes a limit,
+    /// and where something else than a file stands in its place. `flags` is ZALZipExtractReplace.
     HRESULT ExtractFile(const ZALUnicodeString& folder, const ZALUnicodeString& entry, unsigned int flags);
     /// Fails when no archive is open.
     HRESULT Close();

@@ -21,7 +21,8 @@ struct ZALFileStatus {
     std::int64_t Modified = 0; ///< seconds since 1970-01-01 UTC
 };
 
-/// Opens `path`; mode "rb" reads an existing file, "wb" replaces or creates one. On failure `handle` is 0.
+/// Opens the regular file `path`; mode "rb" reads an existing one, "wb" replaces or creates one. Fails for any
+/// other mode. On failure `handle` is 0.
 HRESULT ZALFOpen(const ZALUnicodeString& path, const char* mode, ZALFileHandle& handle);
 /// Reads up to `size` bytes; `count` is what was read, less than `size` only at the end of the file.
 HRESULT ZALFRead(ZALFileHandle handle, void* buffer, std::uint32_t size, std::uint32_t& count);
@@ -35,9 +36,10 @@ HRESULT ZALFClose(ZALFileHandle handle);
 /// Status of what `path` names, links followed. Fails when nothing is there.
 HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status);
 
-/// Appends `name` to `folder` as a path below it, with one separator between them.
+/// Appends `name` to `folder` as a path below it, with one separator between them. An empty `name` changes nothing.
 void ZALMakePath(ZALUnicodeString& folder, const ZALUnicodeString& name);
-/// Splits `path` at its last separator; without one `folder` is empty.
+/// Splits `path` at its last separator; without one `folder` is empty. The root as a folder keeps its separator.
 void ZALSplitPath(const ZALUnicodeString& path, ZALUnicodeString& folder, ZALUnicodeString& name);
-/// Extension of the file name in `path`, without its dot; empty when there is none.
+/// Extension of the file name in `path`, without its dot; empty when there is none. A dot at the start of the name
+/// begins no extension.
 ZALUnicodeString GetFileExtensionName(const ZALUnicodeString& path);

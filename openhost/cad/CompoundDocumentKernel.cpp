@@ -3,19 +3,15 @@
 #include "host/files.h"
 #include "openhost/cad/PointedSymbols.h"
 #include "openhost/documents/LinkTable.h"
+#include "openhost/files/Paths.h"
+#include "openhost/text/Utf.h"
 
-#include <filesystem>
 #include <optional>
+#include <set>
 
 namespace openhost {
 
 namespace {
-
-std::string Narrow(const ZALUnicodeString& text)
-{
-    const ZALOmxUTF8String bytes = text.ConvertToUTF8();
-    return {bytes.GetData(), bytes.GetByteLength()};
-}
 
 class CompoundDocumentStorage : public ZALStorage {
 public:
@@ -33,7 +29,7 @@ public:
             return E_INVALIDARG;
         if (!storage_)
             return E_FAIL;
-        auto found = storage_->FindStorage(Narrow(name));
+        auto found = storage_->FindStorage(ToUtf8(name));
         if (!found)
             return E_FAIL;
         *storage = new CompoundDocumentStorage(std::move(*found), folder_);
@@ -52,15 +48,14 @@ public:
     {
         if (!storage_)
             return nullptr;
-        try
-        {
+        try {
             std::vector<ZALUnicodeString> paths;
+            std::set<ZALUnicodeString> given; // links of different folders may resolve to one file
             for (const std::string& link : ReadLinkTable(*storage_))
-                paths.push_back(Resolve(link));
+                if (ZALUnicodeString path = Resolve(link); given.insert(path).second)
+                    paths.push_back(std::move(path));
             return new PointedSymbols(std::move(paths), S_OK);
-        }
-        catch (const CompoundFileError&)
-        {
+        } catch (const CompoundFileError&) {
             return nullptr;
         }
     }
@@ -68,8 +63,7 @@ public:
 private:
     ZALUnicodeString Resolve(const std::string& link) const
     {
-        ZALUnicodeString stored;
-        stored.BuildFromUTF8(link.data(), link.size());
+        const ZALUnicodeString stored = FromUtf8(link);
         ZALUnicodeString storedFolder;
         ZALUnicodeString name;
         ZALSplitPath(stored, storedFolder, name);
@@ -88,20 +82,13 @@ private:
 
 HRESULT CompoundDocumentKernel::OpenRoot(const ZALUnicodeString& path, ZALStorage** storage)
 {
-    std::string systemPath = Narrow(path);
-    for (char& unit : systemPath)
-        if (unit == '\\')
-            unit = '/';
     ZALUnicodeString folder;
     ZALUnicodeString name;
     ZALSplitPath(path, folder, name);
-    try
-    {
-        *storage = new CompoundDocumentStorage(CompoundStorage::OpenFile(systemPath), folder);
+    try {
+        *storage = new CompoundDocumentStorage(CompoundStorage::OpenFile(SystemPath(path)), folder);
         return S_OK;
-    }
-    catch (const CompoundFileError&)
-    {
+    } catch (const CompoundFileError&) {
         return E_FAIL;
     }
 }

@@ -1,6 +1,7 @@
 #include "openhost/cad/ScriptedDocumentKernel.h"
 
 #include "openhost/cad/PointedSymbols.h"
+#include "openhost/text/Utf.h"
 
 #include <algorithm>
 #include <utility>
@@ -15,12 +16,6 @@ std::string WithSlashes(std::string path)
 {
     std::replace(path.begin(), path.end(), '\\', '/');
     return path;
-}
-
-std::string Narrow(const ZALUnicodeString& text)
-{
-    const ZALOmxUTF8String bytes = text.ConvertToUTF8();
-    return {bytes.GetData(), bytes.GetByteLength()};
 }
 
 std::string FileName(const std::string& path)
@@ -52,10 +47,10 @@ public:
     HRESULT OpenStorage(const ZALUnicodeString& name, int, ZALStorage** storage) override
     {
         *storage = nullptr;
-        Count.Note("OpenStorage " + Narrow(name));
-        if (Narrow(name) != ZALDocumentStorage || Document.fault == DocumentFault::StorageMissing)
+        Count.Note("OpenStorage " + ToUtf8(name));
+        if (ToUtf8(name) != ZALDocumentStorage || Document.fault == DocumentFault::StorageMissing)
             return E_FAIL;
-        *storage = new ScriptedStorage(Narrow(name), Document, Count.GetRecord());
+        *storage = new ScriptedStorage(ToUtf8(name), Document, Count.GetRecord());
         return S_OK;
     }
 
@@ -125,7 +120,7 @@ const ScriptedDocument* ScriptedDocumentKernel::Find(const std::string& path) co
 
 HRESULT ScriptedDocumentKernel::OpenRoot(const ZALUnicodeString& path, ZALStorage** storage)
 {
-    const std::string systemPath = WithSlashes(Narrow(path));
+    const std::string systemPath = WithSlashes(ToUtf8(path));
     record_->calls.push_back("OpenRootStg " + FileName(systemPath));
     const ScriptedDocument* document = Find(systemPath);
     if (!document || document->fault == DocumentFault::RootFails)

@@ -12,12 +12,12 @@ namespace openhost {
 /// What is wrong with a scripted document.
 enum class DocumentFault {
     None,
-    RootFails,        ///< the root storage cannot be opened
-    RootIsNull,       ///< opening it succeeds and gives null
-    StorageMissing,   ///< there is no storage ZALOR1
-    ManagerMissing,   ///< no link manager is made
-    SymbolsMissing,   ///< the link manager lacks ZALIPointedSymbols
-    QueryFails,       ///< the query appends the pointed documents and fails
+    RootFails,      ///< the root storage cannot be opened
+    RootIsNull,     ///< opening it succeeds and gives null
+    StorageMissing, ///< there is no storage ZALOR1
+    ManagerMissing, ///< no link manager is made
+    SymbolsMissing, ///< the link manager lacks ZALIPointedSymbols
+    QueryFails,     ///< the query appends the pointed documents and fails
 };
 
 /// A document of a test.

@@ -20,8 +20,7 @@ public:
     void PrintChildren(const CadDocument& document, const std::string& fileName, const std::string& indent)
     {
         above_.push_back(fileName);
-        for (std::size_t i = 0; i < document.children.size() && lines_ < MaximumTreeLines; ++i)
-        {
+        for (std::size_t i = 0; i < document.children.size() && lines_ < MaximumTreeLines; ++i) {
             const bool last = i + 1 == document.children.size();
             const ChildInstance& child = document.children[i];
             const std::string& link = document.links[child.link];
@@ -52,14 +51,11 @@ private:
         if (known != loaded_.end())
             return known->second;
         Loaded& loaded = loaded_[fileName];
-        try
-        {
+        try {
             loaded.document = ReadDocument(folder_ / fileName);
             if (loaded.document.geometry)
                 loaded.document.geometry->boundary.clear();
-        }
-        catch (const CompoundFileError& error)
-        {
+        } catch (const CompoundFileError& error) {
             std::error_code failure;
             loaded.problem = std::filesystem::exists(folder_ / fileName, failure) ? error.what() : "missing";
         }
@@ -69,8 +65,7 @@ private:
     void PrintTarget(const std::string& link, const std::string& indent)
     {
         const std::string fileName = link.substr(link.find_last_of("/\\") + 1);
-        if (std::find(above_.begin(), above_.end(), fileName) != above_.end())
-        {
+        if (std::find(above_.begin(), above_.end(), fileName) != above_.end()) {
             output_ << "  (part of itself)\n";
             return;
         }

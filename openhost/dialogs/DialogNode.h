@@ -11,7 +11,7 @@ struct ZALDialogNode {
     enum class Kind { Window, Question, Frame, Label, Progress, Other };
 
     ZALDialog* owner = nullptr;
-    ZALDialog* parent = nullptr; ///< null for a window without one, and once the parent has gone
+    ZALDialog* parent = nullptr;      ///< null for a window without one, and once the parent has gone
     std::vector<ZALDialog*> children; ///< in the order of their making
     Kind kind = Kind::Other;
     ZALString name;
@@ -22,9 +22,9 @@ struct ZALDialogNode {
     ZALUnicodeString title;
     std::vector<ZALDialog*> attached; ///< children that fill the control
     bool hasRectangle = false;
-    int x = 0, y = 0, height = 0, width = 0; ///< pixels
+    int x = 0, y = 0, height = 0, width = 0;      ///< pixels
     int minimum = 0, maximum = 100, position = 0; ///< of a progress bar
-    bool ended = false; ///< gone for the user; the object stays as long as somebody holds it
+    bool ended = false;                           ///< gone for the user; the object stays as long as somebody holds it
 
     static ZALDialogNode& Of(const ZALDialog& dialog);
 
@@ -39,10 +39,9 @@ struct ZALDialogNode {
     void End();
     /// Takes the node out of the tree. The children lose the host's reference.
     void Leave();
-    /// Ends the control and drops the host's reference on it, which may delete it.
+    /// Ends the control and drops the host's reference on it, which may delete it. Does nothing the second time.
     void EndAndRelease();
 
-    bool destructionRequested = false;
     bool hostHolds = true; ///< whether the reference of `new` is still the host's
     bool wasShown = false;
 };

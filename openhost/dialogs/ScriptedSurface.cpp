@@ -48,10 +48,14 @@ void UseCloseBox(ZALDialog& window)
 const char* ToText(PushResult result)
 {
     switch (result) {
-    case PushResult::Done: return "done";
-    case PushResult::NoDialog: return "no such dialog is shown";
-    case PushResult::NoControl: return "the dialog has no such control";
-    case PushResult::Insensitive: return "the control takes no input";
+    case PushResult::Done:
+        return "done";
+    case PushResult::NoDialog:
+        return "no such dialog is shown";
+    case PushResult::NoControl:
+        return "the dialog has no such control";
+    case PushResult::Insensitive:
+        return "the control takes no input";
     }
     return "";
 }
@@ -63,8 +67,7 @@ void ScriptedSurface::Answer(const std::string& dialog, int answer)
 
 PushResult ScriptedSurface::Push(const std::string& dialog, const std::string& control)
 {
-    ZALDialog* window =
-        FindNewest(dialog, [](const ZALDialogNode& node) { return node.IsWindow() && node.visible; });
+    ZALDialog* window = FindNewest(dialog, [](const ZALDialogNode& node) { return node.IsWindow() && node.visible; });
     if (!window)
         return PushResult::NoDialog;
     if (control != "CLOSE")
@@ -121,8 +124,8 @@ int ScriptedSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, c
     const std::string name = question.GetName().CastToCharPtr();
     const ZALDialog* parent = question.GetFather();
     const std::size_t index = questions_.size();
-    questions_.push_back({name, question.GetStyle(), ToUtf8(title), ToUtf8(text),
-                          parent ? parent->GetName().CastToCharPtr() : "", -1});
+    questions_.push_back(
+        {name, question.GetStyle(), ToUtf8(title), ToUtf8(text), parent ? parent->GetName().CastToCharPtr() : "", -1});
 
     // Shared, since the loop may be left before the call has run.
     struct State {

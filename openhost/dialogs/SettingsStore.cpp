@@ -1,11 +1,11 @@
 #include "openhost/dialogs/SettingsStore.h"
 
+#include "openhost/dialogs/BoundedFile.h"
 #include "openhost/files/AtomicFile.h"
 #include "openhost/text/Utf.h"
 
 #include <nlohmann/json.hpp>
 
-#include <fstream>
 #include <stdexcept>
 
 namespace openhost {
@@ -27,22 +27,9 @@ constexpr const char* Administrator = "administrator";
 // An empty object for an absent file.
 Json ReadDocument(const std::filesystem::path& path)
 {
-    const std::filesystem::file_status status = std::filesystem::status(path);
-    if (!std::filesystem::exists(status))
+    if (!std::filesystem::exists(path))
         return Json::object();
-    if (!std::filesystem::is_regular_file(status))
-        throw std::runtime_error("it is no regular file");
-
-    std::ifstream file(path, std::ios::binary);
-    std::string bytes(MaximumFileSize + 1, '\0');
-    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (!file.eof() && !file.good())
-        throw std::runtime_error("it cannot be read");
-    if (file.gcount() > static_cast<std::streamsize>(MaximumFileSize))
-        throw std::runtime_error("it is larger than " + std::to_string(MaximumFileSize) + " bytes");
-    bytes.resize(static_cast<std::size_t>(file.gcount()));
-
-    Json document = Json::parse(bytes, [](int depth, Json::parse_event_t, Json&) {
+    Json document = Json::parse(ReadBounded(path, MaximumFileSize), [](int depth, Json::parse_event_t, Json&) {
         if (depth > MaximumNesting)
             throw std::runtime_error("it is nested too deeply");
         return true;

@@ -1,5 +1,6 @@
 #include "openhost/dialogs/TextFile.h"
 
+#include "openhost/dialogs/BoundedFile.h"
 #include "openhost/files/Paths.h"
 #include "openhost/text/Utf.h"
 
@@ -7,7 +8,7 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
+#include <stdexcept>
 
 namespace openhost {
 
@@ -72,11 +73,20 @@ std::optional<std::string> TakeQuoted(std::string_view& rest)
             if (rest.empty())
                 return std::nullopt;
             switch (rest.front()) {
-            case 'n': character = '\n'; break;
-            case 't': character = '\t'; break;
-            case '"': character = '"'; break;
-            case '\\': character = '\\'; break;
-            default: return std::nullopt;
+            case 'n':
+                character = '\n';
+                break;
+            case 't':
+                character = '\t';
+                break;
+            case '"':
+                character = '"';
+                break;
+            case '\\':
+                character = '\\';
+                break;
+            default:
+                return std::nullopt;
             }
             rest.remove_prefix(1);
         }
@@ -108,23 +118,6 @@ std::optional<Line> ParseLine(std::string_view rest)
     if (text.BuildFromUTF8(bytes->data(), bytes->size()) != 0)
         return std::nullopt;
     return Line{std::move(key), text};
-}
-
-// ---------------------------------------------------------------------------------------------
-// Files
-
-// Empty for a file that is absent, no regular file, or too large.
-std::string ReadBounded(const std::filesystem::path& path)
-{
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error))
-        return {};
-    std::ifstream file(path, std::ios::binary);
-    std::string bytes(MaximumTextFileSize + 1, '\0');
-    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    const auto count = static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0));
-    bytes.resize(count <= MaximumTextFileSize ? count : 0);
-    return bytes;
 }
 
 } // namespace
@@ -171,9 +164,13 @@ std::optional<ZALUnicodeString> FindText(TextKind kind, const std::string& name,
     const std::string file = name + (isCatalog ? ".ZALNls" : ".ZALRsc");
 
     const auto findIn = [&](const std::filesystem::path& path) -> std::optional<ZALUnicodeString> {
-        const auto texts = ParseTexts(ReadBounded(path));
-        const auto text = texts.find(key);
-        return text != texts.end() ? std::optional(text->second) : std::nullopt;
+        try {
+            const auto texts = ParseTexts(ReadBounded(path, MaximumTextFileSize));
+            const auto text = texts.find(key);
+            return text != texts.end() ? std::optional(text->second) : std::nullopt;
+        } catch (const std::runtime_error&) {
+            return std::nullopt;
+        }
     };
     const std::string language = Language();
     if (language != DefaultLanguage && IsPlainName(language))

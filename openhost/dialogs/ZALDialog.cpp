@@ -122,8 +122,6 @@ void ZALDialog::Attach4Sides(ZALDialog* child)
 
 void ZALDialog::RequestDelayedDestruction()
 {
-    if (std::exchange(node_->destructionRequested, true))
-        return;
     openhost::EventLoop::Current().Post([reference = ZALBaseUnknown_WR(this)] {
         auto* dialog = static_cast<ZALDialog*>(reference.GetComponent());
         if (!dialog)

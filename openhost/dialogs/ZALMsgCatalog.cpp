@@ -22,7 +22,6 @@ ZALUnicodeString ZALMsgCatalog::BuildMessage(const ZALString& catalog, const ZAL
         message += text.GetSubString(copied, position - copied);
         message += parameters[number - 1];
         copied = position + 3;
-        position += 2;
     }
     message += text.GetSubString(copied, text.GetLengthInChar() - copied);
     return message;

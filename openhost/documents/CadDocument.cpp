@@ -1,9 +1,10 @@
 #include "openhost/documents/CadDocument.h"
 
 #include "openhost/documents/DocumentStream.h"
-#include "openhost/documents/ReplaceFile.h"
+#include "openhost/files/AtomicFile.h"
 
 #include <cmath>
+#include <system_error>
 #include <unordered_set>
 
 namespace openhost {
@@ -27,13 +28,12 @@ constexpr double RotationTolerance = 1e-6;
 /// Whether the first three columns are a rotation; a reflection is none.
 bool IsRigid(const Placement& p)
 {
-    const double determinant = p[0] * (p[5] * p[10] - p[6] * p[9]) - p[1] * (p[4] * p[10] - p[6] * p[8]) +
-                               p[2] * (p[4] * p[9] - p[5] * p[8]);
+    const double determinant =
+        p[0] * (p[5] * p[10] - p[6] * p[9]) - p[1] * (p[4] * p[10] - p[6] * p[8]) + p[2] * (p[4] * p[9] - p[5] * p[8]);
     if (!(determinant > 0))
         return false;
     for (std::size_t i = 0; i < 3; ++i)
-        for (std::size_t j = 0; j < 3; ++j)
-        {
+        for (std::size_t j = 0; j < 3; ++j) {
             double product = 0;
             for (std::size_t k = 0; k < 3; ++k)
                 product += p[4 * i + k] * p[4 * j + k];
@@ -50,8 +50,7 @@ void Check(const CadDocument& document)
     if (document.kind == DocumentKind::Product && document.geometry)
         throw DocumentStreamError("a product has geometry of its own");
     std::unordered_set<std::string_view> names;
-    for (const ChildInstance& child : document.children)
-    {
+    for (const ChildInstance& child : document.children) {
         if (child.name.empty())
             throw DocumentStreamError("a child has no name");
         if (!names.insert(child.name).second)
@@ -78,8 +77,7 @@ std::string EncodeProperties(const CadDocument& document)
     writer.PutText(document.nomenclature);
     writer.PutText(document.description);
     writer.PutNumber(static_cast<std::uint32_t>(document.properties.size()));
-    for (const DocumentProperty& property : document.properties)
-    {
+    for (const DocumentProperty& property : document.properties) {
         writer.PutText(property.name);
         writer.PutText(property.value);
     }
@@ -95,8 +93,7 @@ void DecodeProperties(std::string_view stream, CadDocument& document)
     document.partNumber = reader.TakeText();
     document.nomenclature = reader.TakeText();
     document.description = reader.TakeText();
-    for (std::uint32_t count = reader.TakeCount(2 * sizeof(std::uint32_t)); count > 0; --count)
-    {
+    for (std::uint32_t count = reader.TakeCount(2 * sizeof(std::uint32_t)); count > 0; --count) {
         DocumentProperty property;
         property.name = reader.TakeText();
         property.value = reader.TakeText();
@@ -112,8 +109,7 @@ std::string EncodeChildren(const CadDocument& document)
 {
     StreamWriter writer;
     writer.PutNumber(static_cast<std::uint32_t>(document.children.size()));
-    for (const ChildInstance& child : document.children)
-    {
+    for (const ChildInstance& child : document.children) {
         writer.PutText(child.name);
         writer.PutNumber(child.link);
         for (const double number : child.placement)
@@ -126,8 +122,7 @@ void DecodeChildren(std::string_view stream, CadDocument& document)
 {
     StreamReader reader(stream, ChildrenForm.mark, ChildrenForm.version);
     constexpr std::size_t smallest = 2 * sizeof(std::uint32_t) + 12 * sizeof(double);
-    for (std::uint32_t count = reader.TakeCount(smallest); count > 0; --count)
-    {
+    for (std::uint32_t count = reader.TakeCount(smallest); count > 0; --count) {
         ChildInstance child;
         child.name = reader.TakeText();
         child.link = reader.TakeNumber();
@@ -193,8 +188,7 @@ CadDocument Decode(const CompoundStorage& root)
     document.links = ReadLinkTable(*storage);
 
     const StreamForm* form = &PropertiesForm;
-    try
-    {
+    try {
         const auto properties = ReadStream(*storage, PropertiesForm);
         if (!properties)
             throw DocumentStreamError("missing");
@@ -207,18 +201,13 @@ CadDocument Decode(const CompoundStorage& root)
         form = &GeometryForm;
         if (const auto geometry = ReadStream(*storage, GeometryForm))
             document.geometry = DecodeGeometry(*geometry);
-    }
-    catch (const DocumentStreamError& error)
-    {
+    } catch (const DocumentStreamError& error) {
         throw CompoundFileError(root.GetFileName() + ": stream " + form->name + ": " + error.what());
     }
 
-    try
-    {
+    try {
         Check(document);
-    }
-    catch (const DocumentStreamError& error)
-    {
+    } catch (const DocumentStreamError& error) {
         throw CompoundFileError(root.GetFileName() + ": " + error.what());
     }
     return document;
@@ -238,8 +227,7 @@ CadDocument ParseDocument(std::string_view bytes, const std::string& name)
 
 std::string BuildDocument(const CadDocument& document)
 {
-    try
-    {
+    try {
         Check(document);
         CompoundContents storage;
         storage.streams.emplace_back(LinkTableStreamName, EncodeLinkTable(document.links));
@@ -251,9 +239,7 @@ std::string BuildDocument(const CadDocument& document)
         CompoundContents root;
         root.storages.emplace_back(DocumentStorageName, std::move(storage));
         return BuildCompoundFile(root);
-    }
-    catch (const DocumentStreamError& error)
-    {
+    } catch (const DocumentStreamError& error) {
         throw CompoundFileError("document " + document.partNumber + ": " + error.what());
     }
 }
@@ -261,12 +247,9 @@ std::string BuildDocument(const CadDocument& document)
 void WriteDocument(const CadDocument& document, const std::filesystem::path& path)
 {
     const std::string bytes = BuildDocument(document);
-    try
-    {
-        ReplaceFile(path, bytes);
-    }
-    catch (const std::runtime_error& error)
-    {
+    try {
+        WriteFileAtomically(path, bytes);
+    } catch (const std::system_error& error) {
         throw CompoundFileError(error.what());
     }
 }

@@ -48,7 +48,7 @@ struct GeometryFacts {
     std::uint32_t faces = 0;
     double volume = 0;
     double area = 0;
-    std::array<double, 3> lowest{};  ///< corners of the bounding box
+    std::array<double, 3> lowest{}; ///< corners of the bounding box
     std::array<double, 3> highest{};
     bool operator==(const GeometryFacts&) const = default;
 };

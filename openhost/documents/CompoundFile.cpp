@@ -1,5 +1,6 @@
 #include "openhost/documents/CompoundFile.h"
 
+#include <gsf/gsf-infile-impl.h>
 #include <gsf/gsf.h>
 
 #include <array>
@@ -61,8 +62,7 @@ public:
     {
         const std::uint32_t entriesInSector = (1U << shift_) / DirectoryEntrySize;
         std::uint32_t sector = ReadNumber(48);
-        for (std::uint32_t entries = 0; sector <= LastRegularSector; sector = SectorAfter(sector))
-        {
+        for (std::uint32_t entries = 0; sector <= LastRegularSector; sector = SectorAfter(sector)) {
             entries += entriesInSector;
             if (entries > CompoundStorage::MaximumEntries)
                 throw CompoundFileError(name_ + ": damaged compound file: too many directory entries");
@@ -132,6 +132,18 @@ struct CompoundStorage::Opened {
     std::unique_ptr<GsfInfile, Unreference> storage;
     std::string fileName;
     std::uint64_t fileSize;
+
+    /// Null when there is none. Asks the class of the object, since gsf_infile_child_by_name prints what it finds
+    /// wrong in a file instead of telling its caller.
+    Input FindChild(const std::string& name) const
+    {
+        GError* error = nullptr;
+        const auto* operations = G_TYPE_INSTANCE_GET_CLASS(storage.get(), GSF_INFILE_TYPE, GsfInfileClass);
+        Input child(operations->child_by_name(storage.get(), name.c_str(), &error));
+        if (error)
+            throw CompoundFileError(fileName + ": " + name + ": " + TakeMessage(error));
+        return child;
+    }
 };
 
 CompoundStorage::CompoundStorage(std::shared_ptr<Opened> opened) : opened_(std::move(opened)) {}
@@ -178,7 +190,7 @@ CompoundStorage CompoundStorage::Open(void* source, std::string name)
 
 std::optional<CompoundStorage> CompoundStorage::FindStorage(const std::string& name) const
 {
-    Input child(gsf_infile_child_by_name(opened_->storage.get(), name.c_str()));
+    Input child = opened_->FindChild(name);
     if (!child || !GSF_IS_INFILE(child.get()) || gsf_infile_num_children(GSF_INFILE(child.get())) < 0)
         return std::nullopt;
     GsfInfile* storage = GSF_INFILE(child.release());
@@ -187,7 +199,7 @@ std::optional<CompoundStorage> CompoundStorage::FindStorage(const std::string& n
 
 std::optional<std::string> CompoundStorage::ReadStream(const std::string& name, std::uint64_t maximumSize) const
 {
-    Input stream(gsf_infile_child_by_name(opened_->storage.get(), name.c_str()));
+    Input stream = opened_->FindChild(name);
     if (!stream || (GSF_IS_INFILE(stream.get()) && gsf_infile_num_children(GSF_INFILE(stream.get())) >= 0))
         return std::nullopt;
 
@@ -221,15 +233,13 @@ void Fill(GsfOutfile* storage, const CompoundContents& contents)
         if (!written || !closed)
             throw CompoundFileError("compound file: " + name + " cannot be written");
     };
-    for (const auto& [name, bytes] : contents.streams)
-    {
+    for (const auto& [name, bytes] : contents.streams) {
         GsfOutput* stream = gsf_outfile_new_child(storage, name.c_str(), FALSE);
         const bool written =
             stream && gsf_output_write(stream, bytes.size(), reinterpret_cast<const guint8*>(bytes.data()));
         finish(stream, written, name);
     }
-    for (const auto& [name, inner] : contents.storages)
-    {
+    for (const auto& [name, inner] : contents.storages) {
         GsfOutput* child = gsf_outfile_new_child(storage, name.c_str(), TRUE);
         if (child)
             Fill(GSF_OUTFILE(child), inner);

@@ -1,6 +1,6 @@
 #include "openhost/documents/DocumentStream.h"
 
-#include <libdeflate.h>
+#include <isa-l/crc.h>
 
 #include <bit>
 #include <cmath>
@@ -29,18 +29,16 @@ std::uint64_t Decode(std::string_view bytes)
 
 std::uint32_t Checksum(std::string_view bytes)
 {
-    return libdeflate_crc32(0, bytes.data(), bytes.size());
+    return crc32_gzip_refl(0, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
 }
 
 /// Whether `text` is UTF-8 in shortest form, without surrogates and without control characters but line feed
 /// and tab.
 bool IsPlainText(std::string_view text)
 {
-    for (std::size_t i = 0; i < text.size();)
-    {
+    for (std::size_t i = 0; i < text.size();) {
         const auto lead = static_cast<unsigned char>(text[i++]);
-        if (lead < 0x80)
-        {
+        if (lead < 0x80) {
             if ((lead < 0x20 && lead != '\n' && lead != '\t') || lead == 0x7F)
                 return false;
             continue;
@@ -49,8 +47,7 @@ bool IsPlainText(std::string_view text)
         std::uint32_t code = lead & (0x3FU >> following);
         if (lead < 0xC2 || lead > 0xF4)
             return false;
-        for (int k = 0; k < following; ++k, ++i)
-        {
+        for (int k = 0; k < following; ++k, ++i) {
             if (i == text.size() || (static_cast<unsigned char>(text[i]) & 0xC0) != 0x80)
                 return false;
             code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3F);

@@ -15,8 +15,7 @@ constexpr std::uint64_t MaximumSize = 16 << 20;
 void CheckLinks(const LinkTable& links)
 {
     std::unordered_set<std::string_view> names;
-    for (const std::string& link : links)
-    {
+    for (const std::string& link : links) {
         if (link.empty())
             throw DocumentStreamError("a link has no file name");
         if (!names.insert(link).second)
@@ -31,12 +30,9 @@ LinkTable ReadLinkTable(const CompoundStorage& document)
     const auto stream = document.ReadStream(LinkTableStreamName, MaximumSize);
     if (!stream)
         throw CompoundFileError(document.GetFileName() + ": no link table");
-    try
-    {
+    try {
         return DecodeLinkTable(*stream);
-    }
-    catch (const DocumentStreamError& error)
-    {
+    } catch (const DocumentStreamError& error) {
         throw CompoundFileError(document.GetFileName() + ": link table: " + error.what());
     }
 }

@@ -22,12 +22,14 @@ bool IsLetter(char character)
 /// Whether `text` starts with `word`, which is in small letters; letter case does not count.
 bool StartsWith(std::string_view text, std::string_view word)
 {
-    return text.size() >= word.size() && std::equal(word.begin(), word.end(), text.begin(), [](char left, char right) {
-               return left == LowerCase(right);
-           });
+    return text.size() >= word.size() && std::equal(word.begin(), word.end(), text.begin(),
+                                                    [](char left, char right) { return left == LowerCase(right); });
 }
 
-bool IsSeparator(char character) { return Separators.find(character) != std::string_view::npos; }
+bool IsSeparator(char character)
+{
+    return Separators.find(character) != std::string_view::npos;
+}
 
 /// The value of a hexadecimal digit, or -1.
 int DigitValue(char character)

@@ -8,7 +8,10 @@
 namespace openhost {
 
 /// Whether `unit` separates the components of a path.
-constexpr bool IsSeparator(char16_t unit) { return unit == u'/' || unit == u'\\'; }
+constexpr bool IsSeparator(char16_t unit)
+{
+    return unit == u'/' || unit == u'\\';
+}
 
 /// `path` for a call of the system: UTF-8, separated by "/". Empty, which every such call refuses, for a path
 /// that holds a zero character.

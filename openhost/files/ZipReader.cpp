@@ -63,7 +63,7 @@ private:
     ZipSource source_;
     std::unique_ptr<zip_t, CloseArchive> archive_;
     std::size_t count_ = 0;
-    std::uint64_t total_ = 0; ///< bytes of all entries that were begun
+    std::uint64_t total_ = 0; ///< bytes of all entries that were read to their end
 
     // The entry in hand.
     zip_stat_t status_{};
@@ -83,6 +83,10 @@ private:
 ZipReader::Implementation::Implementation(const std::string& path, const ZipLimits& limits)
     : limits_(limits), source_(path)
 {
+    // libzip takes an empty file for an archive without entries.
+    if (source_.Size() < SmallestArchive)
+        Fail("no archive");
+
     zip_error_t error;
     zip_error_init(&error);
     zip_source_t* const source = zip_source_function_create(&ZipSource::Serve, &source_, &error);
@@ -99,10 +103,6 @@ ZipReader::Implementation::Implementation(const std::string& path, const ZipLimi
     }
     source_.LimitReading(NoLimit);
 
-    // libzip takes an empty file for an archive without entries.
-    zip_stat_t status;
-    if (zip_source_stat(source, &status) != 0 || status.size < SmallestArchive)
-        Fail("no archive");
     count_ = static_cast<std::size_t>(zip_get_num_entries(archive_.get(), 0));
     if (count_ > limits_.entries)
         Fail("too many entries");
@@ -142,7 +142,6 @@ void ZipReader::Implementation::Start(std::size_t entry)
         Fail("larger than an entry may be");
     if (status_.size > limits_.totalSize - total_)
         Fail("larger than all entries together may be");
-    total_ += status_.size;
 
     packed_.reset(zip_fopen_index(archive_.get(), entry, ZIP_FL_COMPRESSED));
     if (!packed_)
@@ -168,6 +167,8 @@ ZipReader::Piece ZipReader::Implementation::Next()
         Fail("another size than announced");
     if (isComplete_ && checksum_ != status_.crc)
         Fail("wrong checksum");
+    if (isComplete_)
+        total_ += unpacked_;
     return {{output_.data(), filled_}, isComplete_};
 }
 

@@ -20,6 +20,7 @@ public:
     ZipSource(const ZipSource&) = delete;
     ZipSource& operator=(const ZipSource&) = delete;
 
+    std::uint64_t Size() const { return size_; }
     /// Fails every read from now on once `bytes` more have been handed out.
     void LimitReading(std::uint64_t bytes) { allowance_ = bytes; }
 

@@ -48,8 +48,7 @@ DocumentGeometry EncodeShape(const TopoDS_Shape& shape)
 {
     if (shape.IsNull())
         throw GeometryError("a null shape has no geometry");
-    try
-    {
+    try {
         if (!BRepCheck_Analyzer(shape).IsValid())
             throw GeometryError("the shape is not valid");
         DocumentGeometry geometry;
@@ -60,9 +59,7 @@ DocumentGeometry EncodeShape(const TopoDS_Shape& shape)
         BinTools::Write(shape, stream, Standard_False, Standard_False, BinTools_FormatVersion_CURRENT);
         geometry.boundary = std::move(stream).str();
         return geometry;
-    }
-    catch (const Standard_Failure& failure)
-    {
+    } catch (const Standard_Failure& failure) {
         throw GeometryError(failure.GetMessageString());
     }
 }
@@ -70,13 +67,10 @@ DocumentGeometry EncodeShape(const TopoDS_Shape& shape)
 TopoDS_Shape DecodeShape(const DocumentGeometry& geometry)
 {
     TopoDS_Shape shape;
-    try
-    {
+    try {
         std::istringstream stream(geometry.boundary);
         BinTools::Read(shape, stream);
-    }
-    catch (const Standard_Failure& failure)
-    {
+    } catch (const Standard_Failure& failure) {
         throw GeometryError(failure.GetMessageString());
     }
     if (shape.IsNull())

@@ -87,7 +87,7 @@ bool CurlTransfer::StartHop()
     headSize_ = 0;
     headEnded_ = false;
     location_.clear();
-    encoded_ = false;
+    decoded_ = false;
     received_ = 0;
     total_ = 0;
 
@@ -100,6 +100,8 @@ bool CurlTransfer::SetOptions()
     const auto& options = connections_->GetOptions();
     curl_easy_setopt(easy_, CURLOPT_ERRORBUFFER, errorText_.data());
     curl_easy_setopt(easy_, CURLOPT_NOPROGRESS, 1L);
+    // A name that is still looked up does not hold up the end of its transfer.
+    curl_easy_setopt(easy_, CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(easy_, CURLOPT_BUFFERSIZE, receiveBufferSize);
     curl_easy_setopt(easy_, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(options.connectTimeout.count()));
     curl_easy_setopt(easy_, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
@@ -325,7 +327,7 @@ bool CurlTransfer::OnHeadEnd()
         if (IsSameHttpName(name, "Location") && IsRedirect(code))
             location_ = value;
         if (IsSameHttpName(name, "Content-Encoding") && !IsSameHttpName(value, "identity"))
-            encoded_ = true;
+            decoded_ = !HasHeader(request_.headers, "Accept-Encoding");
     }
     if (!location_.empty())
         return true;
@@ -343,7 +345,7 @@ bool CurlTransfer::OnBody(const char* bytes, std::size_t size)
 {
     if (!IsListening() || !headEnded_)
         return false;
-    if (received_ == 0 && !encoded_)
+    if (received_ == 0 && !decoded_)
     {
         curl_off_t announced = 0;
         curl_easy_getinfo(easy_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);

@@ -85,7 +85,7 @@ private:
     std::size_t headSize_ = 0;
     bool headEnded_ = false; ///< the head of the final reply of this hop is complete
     std::string location_;   ///< where the reply of this hop redirects to
-    bool encoded_ = false;
+    bool decoded_ = false;   ///< bytes come out of a decoder, their number is not announced
     std::uint64_t received_ = 0;
     std::uint64_t total_ = 0;
 };

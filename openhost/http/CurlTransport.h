@@ -19,8 +19,8 @@ namespace openhost {
 class CurlTransport final : public HttpTransport {
 public:
     struct Options {
-        std::string caFile;                        ///< certificates to trust, PEM; empty trusts the system's
-        std::vector<std::string> allowedHttpHosts; ///< further hosts to which plain http goes, in lower case
+        std::string caFile{};                        ///< certificates to trust, PEM; empty trusts the system's
+        std::vector<std::string> allowedHttpHosts{}; ///< further hosts to which plain http goes, in lower case
         std::chrono::milliseconds connectTimeout{15'000};
         std::chrono::milliseconds silenceTimeout{30'000}; ///< between two signs of life of the other side
         int maximumRedirects = 10;

@@ -16,8 +16,8 @@ public:
     /// A whole reply.
     struct Reply {
         std::optional<int> code = 200; ///< without a code no head comes
-        HttpHeaders headers;
-        std::vector<std::string> chunks;
+        HttpHeaders headers{};
+        std::vector<std::string> chunks{};
         std::uint64_t total = 0; ///< as reported behind each chunk
         TransferEnd end = TransferEnd::Finished;
     };

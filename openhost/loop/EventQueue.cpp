@@ -4,6 +4,11 @@ namespace openhost {
 
 EventQueue::~EventQueue()
 {
+    Clear();
+}
+
+void EventQueue::Clear()
+{
     // What calls hold may come back here while it ends: everything is emptied before it is destroyed.
     order_.clear();
     while (!events_.empty() || !timers_.empty() || !watches_.empty())

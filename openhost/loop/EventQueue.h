@@ -23,9 +23,10 @@ public:
     EventQueue() = default;
     EventQueue(const EventQueue&) = delete;
     EventQueue& operator=(const EventQueue&) = delete;
-    /// Drops what is left without calling it.
     ~EventQueue();
 
+    /// Drops what is left without calling it.
+    void Clear();
     void Post(EventLoop::Call call);
     /// Numbers of timers are unique in the process, so that one of another loop is unknown here.
     EventLoop::Timer AddTimer(Time due, EventLoop::Call call);

@@ -10,6 +10,8 @@ namespace openhost {
 /// clock does not move during a run.
 class ManualEventLoop final : public EventLoop {
 public:
+    ~ManualEventLoop() override { queue_.Clear(); }
+
     /// Moves the clock by `time`. Timers that come due fire one after the other, each at its own time, with the
     /// calls they post run before the next; calls already posted run first.
     void Advance(std::chrono::milliseconds time);

@@ -52,6 +52,7 @@ UvEventLoop::UvEventLoop() : uv_(std::make_unique<Uv>())
 
 UvEventLoop::~UvEventLoop()
 {
+    queue_.Clear();
     for (auto& [descriptor, poll] : uv_->polls)
         Uv::Close(std::move(poll));
     uv_close(reinterpret_cast<uv_handle_t*>(&uv_->wake), nullptr);

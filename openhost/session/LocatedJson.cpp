@@ -1,8 +1,8 @@
 #include "openhost/session/LocatedJson.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <unordered_set>
 
 namespace openhost {
 
@@ -59,9 +59,9 @@ public:
 
     bool key(string_t& name) override
     {
-        auto& members = open_.back()->members;
-        if (std::any_of(members.begin(), members.end(), [&](const auto& member) { return member.first == name; }))
+        if (!open_.back().names.insert(name).second)
             throw LocatedError(line_, "the key \"" + name + "\" stands here twice");
+        auto& members = open_.back().value->members;
         members.emplace_back(std::move(name), LocatedJson{});
         members.back().second.line = line_;
         return true;
@@ -69,11 +69,12 @@ public:
 
     bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception& error) override
     {
-        // The library begins with its own name and the position.
-        const std::string text = error.what();
-        const std::size_t column = text.find("column ");
-        const std::size_t reason = column == std::string::npos ? column : text.find(": ", column);
-        throw LocatedError(line_, reason == std::string::npos ? text : text.substr(reason + 2));
+        // The library begins with the number of the error and, for most, with the position.
+        std::string text = error.what();
+        text.erase(0, text.find("] ") + 2);
+        if (const std::size_t column = text.find("column "); column != std::string::npos)
+            text.erase(0, text.find(": ", column) + 2);
+        throw LocatedError(line_, text);
     }
 
 private:
@@ -87,7 +88,7 @@ private:
     {
         if (open_.size() == LocatedJson::MaximumDepth)
             throw LocatedError(line_, "lists and maps are nested too deeply");
-        open_.push_back(&Place(std::move(kind)));
+        open_.push_back({&Place(std::move(kind)), {}});
         return true;
     }
 
@@ -103,10 +104,10 @@ private:
         LocatedJson* place = &root_;
         if (open_.empty()) {
             place->line = line_;
-        } else if (open_.back()->value.is_object()) {
-            place = &open_.back()->members.back().second;
+        } else if (open_.back().value->value.is_object()) {
+            place = &open_.back().value->members.back().second;
         } else {
-            place = &open_.back()->items.emplace_back();
+            place = &open_.back().value->items.emplace_back();
             place->line = line_;
         }
         place->value = std::move(value);
@@ -115,8 +116,12 @@ private:
 
     LocatedJson& root_;
     const int& line_;
-    // Values stay where they are while they are open: only the innermost one grows.
-    std::vector<LocatedJson*> open_;
+    /// A list or a map whose end has not come. It stays where it is: only the innermost one grows.
+    struct OpenValue {
+        LocatedJson* value;
+        std::unordered_set<std::string> names;
+    };
+    std::vector<OpenValue> open_;
 };
 
 } // namespace
@@ -126,8 +131,7 @@ LocatedJson LocatedJson::Parse(std::string_view text)
     LocatedJson root;
     int line = 1;
     Builder builder(root, line);
-    Json::sax_parse(CountingIterator(text.data(), &line), CountingIterator(text.data() + text.size(), &line),
-                    &builder);
+    Json::sax_parse(CountingIterator(text.data(), &line), CountingIterator(text.data() + text.size(), &line), &builder);
     return root;
 }
 

@@ -68,7 +68,9 @@ void JsonBuilder::MergeDuplicates(std::vector<Member>& members)
         const int difference = members[left].first.compare(members[right].first);
         return difference < 0 || (difference == 0 && left < right);
     });
-    const auto haveOneKey = [&](std::size_t left, std::size_t right) { return members[left].first == members[right].first; };
+    const auto haveOneKey = [&](std::size_t left, std::size_t right) {
+        return members[left].first == members[right].first;
+    };
     if (std::adjacent_find(order.begin(), order.end(), haveOneKey) == order.end())
         return;
 

@@ -23,7 +23,8 @@ ZALUnicodeString::ZALUnicodeString(const char16_t* text, std::size_t length)
         text_.assign(text, length);
 }
 
-ZALUnicodeString::ZALUnicodeString(const ZALOmxUTF8String& text) : text_(openhost::DecodeUtf8Lossy(openhost::View(text)))
+ZALUnicodeString::ZALUnicodeString(const ZALOmxUTF8String& text)
+    : text_(openhost::DecodeUtf8Lossy(openhost::View(text)))
 {
 }
 

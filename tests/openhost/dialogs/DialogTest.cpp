@@ -322,10 +322,9 @@ TEST_F(Dialog, WritesWindowsToTheJournal)
     window->SetVisibility(ZALDlgHide);
     window->RequestDelayedDestruction();
     Loop().RunUntilIdle();
-    EXPECT_THAT(Events("window"),
-                ElementsAre(R"({"event":"window","name":"Window","style":279040,"action":"shown"})",
-                            R"({"event":"window","name":"Window","style":279040,"action":"hidden"})",
-                            R"({"event":"window","name":"Window","style":279040,"action":"ended"})"));
+    EXPECT_THAT(Events("window"), ElementsAre(R"({"event":"window","name":"Window","style":279040,"action":"shown"})",
+                                              R"({"event":"window","name":"Window","style":279040,"action":"hidden"})",
+                                              R"({"event":"window","name":"Window","style":279040,"action":"ended"})"));
 }
 
 TEST_F(Dialog, WritesProgressToTheJournalUnderItsWindow)

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
-using namespace openhost;
+using openhost::DecodeUtf8;
+using openhost::DecodeUtf8Lossy;
+using openhost::EncodeUtf8;
+using openhost::IsUtf8;
 using namespace std::string_view_literals;
 
 namespace {

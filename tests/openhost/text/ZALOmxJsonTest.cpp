@@ -98,8 +98,8 @@ TEST(ZALOmxJson, RefusesANumberBeyondTheRangeOfADouble)
 
 TEST(ZALOmxJson, RefusesBytesThatAreNoUtf8)
 {
-    ExpectRefused({"\"\xE4\"", "\"\xC0\xAF\"", "\"\xED\xA0\x80\"", "\"\xF4\x90\x80\x80\"", "{\"\xFF\":1}",
-                   "\"\xC3\"", "\xFF\xFE\"\0a\0\"\0"sv});
+    ExpectRefused({"\"\xE4\"", "\"\xC0\xAF\"", "\"\xED\xA0\x80\"", "\"\xF4\x90\x80\x80\"", "{\"\xFF\":1}", "\"\xC3\"",
+                   "\xFF\xFE\"\0a\0\"\0"sv});
 }
 
 TEST(ZALOmxJson, RefusesASurrogateWithoutItsPartner)
@@ -234,7 +234,8 @@ TEST(ZALOmxAny, ReadsIntegers)
 
 TEST(ZALOmxAny, FailsToReadAnotherTypeAndLeavesTheOutputAlone)
 {
-    for (const char* content : {"null", "true", "1", "1.0", "9223372036854775808", "1e300", "\"1\"", "[1]", "{\"b\":1}"}) {
+    for (const char* content :
+         {"null", "true", "1", "1.0", "9223372036854775808", "1e300", "\"1\"", "[1]", "{\"b\":1}"}) {
         SCOPED_TRACE(content);
         const ZALOmxAny value = Parsed(content);
         const int kind = value.GetKind() & ZALOmxKindMask;

@@ -21,8 +21,7 @@ TEST(ZALOmxTextStream, WritesTheExtremesOfEachNumber)
     ZALOmxTextStream stream;
     stream << std::numeric_limits<std::int32_t>::min() << " " << std::numeric_limits<std::uint32_t>::max() << " "
            << std::numeric_limits<std::int64_t>::min() << " " << std::numeric_limits<std::uint64_t>::max();
-    EXPECT_EQ(stream.ToString(),
-              ZALUnicodeString("-2147483648 4294967295 -9223372036854775808 18446744073709551615"));
+    EXPECT_EQ(stream.ToString(), ZALUnicodeString("-2147483648 4294967295 -9223372036854775808 18446744073709551615"));
 }
 
 TEST(ZALOmxTextStream, TakesNothingFromANullPointer)

@@ -177,6 +177,7 @@ TEST(ZALUnicodeString, CutsASubStringOffAtItsEnd)
     EXPECT_EQ(text.GetSubString(2, 3), ZALUnicodeString("cde"));
     EXPECT_EQ(text.GetSubString(4, 99), ZALUnicodeString("ef"));
     EXPECT_EQ(text.GetSubString(6, 1), ZALUnicodeString());
+    EXPECT_EQ(text.GetSubString(7, 1), ZALUnicodeString());
     EXPECT_EQ(text.GetSubString(99, 1), ZALUnicodeString());
     EXPECT_EQ(text.GetSubString(0, 0), ZALUnicodeString());
 }

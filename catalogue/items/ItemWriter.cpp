@@ -1,0 +1,196 @@
+#include "catalogue/items/ItemWriter.h"
+
+#include "catalogue/items/Placements.h"
+#include "openhost/files/AtomicFile.h"
+
+#include <nlohmann/json.hpp>
+#include <zip.h>
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+namespace catalogue {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr const char* CatalogueName = "Velmart standard parts";
+
+/// Time of every entry of an archive, in the form of the zip format: 2024-01-01, 00:00.
+constexpr zip_uint16_t EntryDate = (2024 - 1980) << 9 | 1 << 5 | 1;
+
+struct Entry {
+    std::string name;
+    std::string bytes;
+};
+
+void WriteArchive(const std::filesystem::path& path, const std::vector<Entry>& entries)
+{
+    const auto fail = [&](const char* reason) { throw std::runtime_error(path.string() + ": " + reason); };
+    int code = 0;
+    zip_t* archive = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code);
+    if (!archive)
+        fail("cannot be created");
+    bool added = true;
+    for (const Entry& entry : entries) {
+        zip_source_t* source = zip_source_buffer(archive, entry.bytes.data(), entry.bytes.size(), 0);
+        const zip_int64_t index = zip_file_add(archive, entry.name.c_str(), source, ZIP_FL_ENC_UTF_8);
+        if (index < 0)
+            zip_source_free(source);
+        added = added && index >= 0 &&
+                zip_file_set_dostime(archive, static_cast<zip_uint64_t>(index), 0, EntryDate, 0) == 0;
+    }
+    if (!added || zip_close(archive) != 0) {
+        zip_discard(archive);
+        fail("cannot be written");
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Files of an item
+
+std::string Readme(const Item& item)
+{
+    std::string text = item.title + "\n\n" + item.description + ".\n\n";
+    for (const Dimension& dimension : item.dimensions)
+        text += "  " + dimension.name + " = " + Json(dimension.value).dump() + "\n";
+    return text + "\nLengths in millimetres.\n";
+}
+
+std::string Metadata(const Item& item)
+{
+    return "key,value\nid," + item.id + "\nname,\"" + item.title + "\"\ncategory," + item.category + "\nroot," +
+           item.root + "\n";
+}
+
+constexpr const char* Licence = "The documents of this archive may be used, changed and passed on without limit.\n";
+
+std::string ServedName(const Item& item)
+{
+    return item.delivery == Delivery::Archive ? item.id + ".zip" : item.root;
+}
+
+void WriteFiles(const Catalogue& catalogue, const Item& item, const std::filesystem::path& folder)
+{
+    if (item.delivery != Delivery::Archive) {
+        openhost::WriteDocument(catalogue.documents.at(item.root), folder / item.root);
+        return;
+    }
+    std::vector<Entry> entries{{"readme.txt", Readme(item)}};
+    for (const std::string& name : item.documents)
+        entries.push_back({name, openhost::BuildDocument(catalogue.documents.at(name))});
+    entries.push_back({"licence.txt", Licence});
+    entries.push_back({"kr_metadata.csv", Metadata(item)});
+    WriteArchive(folder / ServedName(item), entries);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Request and index
+
+Json DimensionsOf(const Item& item)
+{
+    Json dimensions = Json::object();
+    for (const Dimension& dimension : item.dimensions)
+        dimensions[dimension.name] = dimension.value;
+    return dimensions;
+}
+
+Json Request(const Item& item)
+{
+    const std::string address = "${BASE}/files/" + ServedName(item);
+    Json catalog{{"name", CatalogueName}};
+    Json attributes;
+    if (item.delivery == Delivery::OpenInSource)
+        catalog["configOpeningBehaviour"] = "openInSource";
+    attributes["catalog"] = catalog;
+    attributes["name"] = item.title;
+    attributes["fileName"] = item.root.substr(0, item.root.rfind('.'));
+    attributes["category"] = item.category;
+    attributes["description"] = item.description;
+    attributes["dimensions"] = DimensionsOf(item);
+    attributes["downloadUrls"] = {{"ZALOR_RAW", address}};
+    if (item.delivery == Delivery::OpenInSource)
+        attributes["sourceUrl"] = "file://${FILES}/" + ServedName(item);
+    return {{"id", item.id}, {"attributes", attributes}, {"downloadUrl", address}};
+}
+
+/// Volume and box of a document with everything under it.
+struct Extent {
+    double volume = 0;
+    std::array<double, 3> lowest{};
+    std::array<double, 3> highest{};
+    bool empty = true;
+
+    void Take(const std::array<double, 3>& point)
+    {
+        for (std::size_t i = 0; i < 3; ++i) {
+            lowest[i] = empty ? point[i] : std::min(lowest[i], point[i]);
+            highest[i] = empty ? point[i] : std::max(highest[i], point[i]);
+        }
+        empty = false;
+    }
+};
+
+void Gather(const Catalogue& catalogue, const std::string& name, const openhost::Placement& placement, Extent& extent)
+{
+    const openhost::CadDocument& document = catalogue.documents.at(name);
+    if (document.geometry) {
+        const openhost::GeometryFacts& facts = document.geometry->facts;
+        extent.volume += facts.volume;
+        for (int corner = 0; corner < 8; ++corner)
+            extent.Take(Transformed(placement, {corner & 1 ? facts.highest[0] : facts.lowest[0],
+                                                corner & 2 ? facts.highest[1] : facts.lowest[1],
+                                                corner & 4 ? facts.highest[2] : facts.lowest[2]}));
+    }
+    for (const openhost::ChildInstance& child : document.children)
+        Gather(catalogue, document.links[child.link], Within(placement, child.placement), extent);
+}
+
+/// Rounded, so that the last digits of the kernel's arithmetic do not show.
+double Rounded(double value)
+{
+    return std::round(value * 1000) / 1000 + 0.0;
+}
+
+Json IndexEntry(const Catalogue& catalogue, const Item& item)
+{
+    Extent extent;
+    Gather(catalogue, item.root, openhost::IdentityPlacement, extent);
+    Json lowest = Json::array();
+    Json highest = Json::array();
+    for (std::size_t i = 0; i < 3; ++i) {
+        lowest.push_back(Rounded(extent.lowest[i]));
+        highest.push_back(Rounded(extent.highest[i]));
+    }
+    const bool product = catalogue.documents.at(item.root).kind == openhost::DocumentKind::Product;
+    return {{"id", item.id},
+            {"title", item.title},
+            {"category", item.category},
+            {"description", item.description},
+            {"kind", product ? "assembly" : "part"},
+            {"file", ServedName(item)},
+            {"root", item.root},
+            {"documents", item.documents},
+            {"dimensions", DimensionsOf(item)},
+            {"volume", Rounded(extent.volume)},
+            {"boundingBox", {{"lowest", lowest}, {"highest", highest}}}};
+}
+
+} // namespace
+
+void WriteCatalogue(const Catalogue& catalogue, const std::filesystem::path& folder)
+{
+    std::filesystem::create_directories(folder / "files");
+    std::filesystem::create_directories(folder / "items");
+    Json index = Json::array();
+    for (const Item& item : catalogue.items) {
+        WriteFiles(catalogue, item, folder / "files");
+        openhost::WriteFileAtomically(folder / "items" / (item.id + ".json"), Request(item).dump(2) + "\n");
+        index.push_back(IndexEntry(catalogue, item));
+    }
+    openhost::WriteFileAtomically(folder / "index.json", index.dump(2) + "\n");
+}
+
+} // namespace catalogue

@@ -1,0 +1,22 @@
+// Writes the catalogue to the disk, as the service serves it.
+#pragma once
+
+#include "catalogue/items/Item.h"
+
+#include <filesystem>
+
+namespace catalogue {
+
+/// Fills `folder`, which is made when it is missing:
+///
+///   files/<id>.zip         documents and side files of an item
+///   files/<name>.ZALPart   the document of an item that is delivered as it is
+///   items/<id>.json        the download request that the page sends for the item
+///   index.json             all items with sizes, volumes and boxes
+///
+/// In the requests "${BASE}" stands for the address of the service and "${FILES}" for the
+/// absolute path of the folder `files`, both without a separator at the end. Equal catalogues give equal bytes. Throws
+/// std::runtime_error when something cannot be written.
+void WriteCatalogue(const Catalogue& catalogue, const std::filesystem::path& folder);
+
+} // namespace catalogue

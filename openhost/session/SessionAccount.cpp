@@ -1,0 +1,213 @@
+#include "openhost/session/SessionAccount.h"
+
+#include "openhost/cad/ShowDocument.h"
+#include "openhost/documents/CadDocument.h"
+#include "openhost/files/Md5.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <set>
+#include <sstream>
+
+namespace openhost {
+
+namespace {
+
+constexpr int SubjectWidth = 14;
+const std::string ProductExtension = ".ZALProduct";
+
+std::string Text(const nlohmann::ordered_json& event, const char* key)
+{
+    const auto member = event.find(key);
+    return member != event.end() && member->is_string() ? member->get<std::string>() : std::string();
+}
+
+/// `text` with its further lines indented below the first one.
+std::string Indented(const std::string& text)
+{
+    std::string result;
+    for (const char unit : text) {
+        result += unit;
+        if (unit == '\n')
+            result.append(SubjectWidth, ' ');
+    }
+    return result;
+}
+
+/// 1234567 as "1,234,567".
+std::string Grouped(std::uintmax_t number)
+{
+    std::string digits = std::to_string(number);
+    for (std::size_t position = digits.size(); position > 3;) {
+        position -= 3;
+        digits.insert(position, ",");
+    }
+    return digits;
+}
+
+} // namespace
+
+void SessionAccount::Receive(const nlohmann::ordered_json& event)
+{
+    static const std::map<std::string, Teller> tellers = {
+        {"message", &SessionAccount::TellMessage},
+        {"url", &SessionAccount::TellUrl},
+        {"request", &SessionAccount::TellRequest},
+        {"progress", &SessionAccount::TellProgress},
+        {"transfer", &SessionAccount::TellTransfer},
+        {"dialog", &SessionAccount::TellDialog},
+        {"extracted", &SessionAccount::KeepExtracted},
+        {"refused", &SessionAccount::TellRefused},
+        {"result", &SessionAccount::TellResult},
+        {"notification", &SessionAccount::TellNotification},
+        {"end", &SessionAccount::TellEnd},
+    };
+    const auto teller = tellers.find(Text(event, "event"));
+    if (teller == tellers.end())
+        return;
+    if (teller->second != &SessionAccount::TellProgress)
+        EndProgress();
+    (this->*teller->second)(event);
+}
+
+void SessionAccount::Finish()
+{
+    EndProgress();
+    TellFiles();
+    TellTrees();
+}
+
+std::ostream& SessionAccount::Line(const std::string& subject)
+{
+    return output_ << std::left << std::setw(SubjectWidth) << subject;
+}
+
+void SessionAccount::TellMessage(const nlohmann::ordered_json& event)
+{
+    const std::string text = Text(event, "text");
+    const nlohmann::ordered_json message = nlohmann::ordered_json::parse(text, nullptr, false);
+    if (message.is_discarded() || !message.is_object()) {
+        Line("Message") << text << "\n";
+        return;
+    }
+    Line("Message") << Text(message, "event") << "\n";
+    if (const auto content = message.find("content"); content != message.end())
+        Line("") << Indented(content->dump(2)) << "\n";
+}
+
+void SessionAccount::TellUrl(const nlohmann::ordered_json& event)
+{
+    Line("Page") << Text(event, "url") << "\n";
+}
+
+void SessionAccount::TellRequest(const nlohmann::ordered_json& event)
+{
+    Line("Request") << Text(event, "method") << " " << Text(event, "url") << "\n";
+    for (const auto& [name, value] : event.at("headers").items())
+        Line("") << name << ": " << (value.is_string() ? value.get<std::string>() : value.dump()) << "\n";
+}
+
+void SessionAccount::TellProgress(const nlohmann::ordered_json& event)
+{
+    if (!progressOpen_)
+        Line("Progress");
+    progressOpen_ = true;
+    output_ << event.at("position").dump() << " % ";
+}
+
+void SessionAccount::TellTransfer(const nlohmann::ordered_json& event)
+{
+    Line("Transfer") << Text(event, "end") << ", HTTP code " << event.value("code", 0) << ", "
+                     << Grouped(event.value("bytes", std::uint64_t{0})) << " bytes";
+    if (const std::string error = Text(event, "error"); !error.empty())
+        output_ << " (" << error << ")";
+    output_ << "\n";
+}
+
+void SessionAccount::TellDialog(const nlohmann::ordered_json& event)
+{
+    Line("Dialog") << Text(event, "name");
+    if (const std::string title = Text(event, "title"); !title.empty())
+        output_ << ", \"" << title << "\"";
+    output_ << ", answer " << event.value("answer", 0) << "\n";
+    Line("") << Indented(Text(event, "text")) << "\n";
+}
+
+void SessionAccount::TellRefused(const nlohmann::ordered_json& event)
+{
+    Line("Refused") << Text(event, "entry") << " (" << Text(event, "reason") << ")\n";
+}
+
+void SessionAccount::TellResult(const nlohmann::ordered_json& event)
+{
+    Line("Result") << Text(event, "operation") << " " << Text(event, "code") << "\n";
+}
+
+void SessionAccount::TellNotification(const nlohmann::ordered_json& event)
+{
+    Line("Notification") << Text(event, "class") << "\n";
+}
+
+void SessionAccount::TellEnd(const nlohmann::ordered_json& event)
+{
+    if (event.value("status", 0) == 0)
+        Line("End") << "every step is done\n";
+    else
+        Line("End") << "step " << event.value("step", 0) << " has failed: " << Text(event, "reason") << "\n";
+}
+
+void SessionAccount::KeepExtracted(const nlohmann::ordered_json& event)
+{
+    const std::filesystem::path file = Text(event, "path");
+    if (std::ranges::find(files_, file) == files_.end())
+        files_.push_back(file);
+}
+
+void SessionAccount::EndProgress()
+{
+    if (progressOpen_)
+        output_ << "\n";
+    progressOpen_ = false;
+}
+
+void SessionAccount::TellFiles()
+{
+    if (files_.empty())
+        return;
+    output_ << "\nFiles in " << files_.front().parent_path().string() << "\n";
+    for (const std::filesystem::path& file : files_) {
+        std::error_code error;
+        const std::uintmax_t size = std::filesystem::file_size(file, error);
+        if (error) {
+            output_ << "  " << file.filename().string() << " is gone\n";
+            continue;
+        }
+        output_ << std::right << std::setw(12) << Grouped(size) << " bytes  " << Md5OfFile(file) << "  "
+                << std::filesystem::relative(file, files_.front().parent_path()).string() << "\n";
+    }
+}
+
+void SessionAccount::TellTrees()
+{
+    std::set<std::string> children;
+    std::vector<std::filesystem::path> products;
+    for (const std::filesystem::path& file : files_) {
+        if (file.extension() != ProductExtension)
+            continue;
+        try {
+            for (const std::string& link : ReadDocument(file).links)
+                children.insert(link);
+            products.push_back(file);
+        } catch (const CompoundFileError& error) {
+            output_ << "\n" << error.what() << "\n";
+        }
+    }
+    for (const std::filesystem::path& product : products) {
+        if (children.contains(product.filename().string()))
+            continue;
+        output_ << "\n";
+        ShowDocument(product, output_);
+    }
+}
+
+} // namespace openhost

@@ -1,0 +1,324 @@
+#include "openhost/session/SessionPlayer.h"
+
+#include "openhost/cad/CompoundDocumentKernel.h"
+#include "openhost/commands/Commands.h"
+#include "openhost/dialogs/DialogNode.h"
+#include "openhost/dialogs/SettingsStore.h"
+#include "openhost/documents/CadDocument.h"
+#include "openhost/files/PathVariables.h"
+#include "openhost/files/TemporaryFolder.h"
+#include "openhost/frame/Frame.h"
+#include "openhost/http/CurlTransport.h"
+#include "openhost/journal/Journal.h"
+#include "openhost/loop/UvEventLoop.h"
+#include "openhost/objects/ClassDictionary.h"
+#include "openhost/objects/Dispatch.h"
+#include "openhost/objects/Traces.h"
+#include "openhost/session/EnvironmentChanges.h"
+#include "openhost/session/Expand.h"
+#include "openhost/session/RecordingPanel.h"
+#include "openhost/text/Utf.h"
+
+#include <array>
+#include <cstdio>
+#include <optional>
+#include <utility>
+
+namespace openhost {
+
+namespace {
+
+constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";
+constexpr const char* IdleEvent = "idle";
+
+struct ReleaseObject {
+    void operator()(ZALBaseUnknown* object) const { object->Release(); }
+};
+
+template <class T>
+using Owned = std::unique_ptr<T, ReleaseObject>;
+
+std::string CodeName(HRESULT code)
+{
+    if (code == S_OK)
+        return "S_OK";
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), "0x%08X", static_cast<unsigned int>(code));
+    return text.data();
+}
+
+std::filesystem::path Resolve(const Session& session, const std::string& path)
+{
+    return (session.folder / path).lexically_normal();
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------------
+// The host of one session
+
+/// Everything that a session changes in the process, for as long as it is played.
+class SessionPlayer::Host {
+public:
+    explicit Host(bool traces) : traces_(traces)
+    {
+        RedirectTraces([](std::string_view name, std::string_view text) {
+            while (text.ends_with('\n'))
+                text.remove_suffix(1);
+            journal::Write("trace", {{"name", name}, {"text", ToUtf8(FromUtf8(text))}});
+        });
+        if (traces_)
+            SwitchTraces(true);
+        observer_ = ObserveDispatches([](ZALBaseUnknown* publisher, const ZALNotification& notification) {
+            journal::Write("notification", {{"class", notification.IsA()}, {"publisher", publisher->IsA()}});
+        });
+        loop_ = EventLoop::Install(std::make_unique<UvEventLoop>());
+        transport_ = HttpTransport::Install(std::make_unique<CurlTransport>());
+        kernel_ = DocumentKernel::Install(std::make_unique<CompoundDocumentKernel>());
+        auto surface = std::make_unique<ScriptedSurface>();
+        surface_ = surface.get();
+        surfaceBefore_ = DialogSurface::Install(std::move(surface));
+        SettingsStore::Current().Reset();
+        ConfigureCommands({});
+    }
+
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    ~Host()
+    {
+        addin_.reset();
+        implementation_.reset();
+        panel_.reset();
+        EndAllDialogs();
+        ResetFrame();
+        // What is posted may hold the last references on objects of the module, and post further calls.
+        RunPosted();
+        RunPosted();
+        module_.reset();
+
+        ResetCommands();
+        SettingsStore::Current().Reset();
+        DialogSurface::Install(std::move(surfaceBefore_));
+        DocumentKernel::Install(std::move(kernel_));
+        HttpTransport::Install(std::move(transport_));
+        EventLoop::Install(std::move(loop_));
+        ObserveDispatches(std::move(observer_));
+        if (traces_)
+            SwitchTraces(false);
+        RedirectTraces({});
+        for (const std::string& name : variables_)
+            UnsetPathVariable(name);
+    }
+
+    void SetVariable(const std::string& name, const std::filesystem::path& value)
+    {
+        SetPathVariable(name, value);
+        variables_.push_back(name);
+    }
+
+    /// The folder of temporary files of a session that names none.
+    void MakeTemporaryFolder()
+    {
+        temporary_.emplace();
+        SetVariable(TemporaryFolderVariable, temporary_->Path());
+    }
+
+    EnvironmentChanges& Environment() { return environment_; }
+    ScriptedSurface& Surface() { return *surface_; }
+    ZALIMeridiaAccessDialogAddin& Addin() { return *addin_; }
+    ZALIMeridiaAccessDialog* Panel() { return panel_.get(); }
+
+    void LoadAddin(const std::filesystem::path& module)
+    {
+        module_.emplace(module);
+        implementation_.reset(ClassDictionary::Instance().Create(AddinClass));
+        if (!implementation_)
+            throw std::runtime_error(std::string("the module makes no ") + AddinClass);
+        ZALBaseUnknown* found = nullptr;
+        if (FAILED(implementation_->QueryInterface(ZALIMeridiaAccessDialogAddin::ClassName(), &found)))
+            throw std::runtime_error(std::string(AddinClass) + " does not offer " +
+                                     ZALIMeridiaAccessDialogAddin::ClassName());
+        addin_.reset(static_cast<ZALIMeridiaAccessDialogAddin*>(found));
+        panel_.reset(new RecordingPanel);
+        panel_->SetAddin(implementation_.get());
+    }
+
+private:
+    static void RunPosted()
+    {
+        bool done = false;
+        EventLoop::Current().Post([&done] { done = true; });
+        EventLoop::Current().RunUntil([&done] { return done; });
+    }
+
+    bool traces_;
+    EnvironmentChanges environment_;
+    std::optional<TemporaryFolder> temporary_;
+    std::vector<std::string> variables_;
+    DispatchObserver observer_;
+    std::unique_ptr<EventLoop> loop_;
+    std::unique_ptr<HttpTransport> transport_;
+    std::unique_ptr<DocumentKernel> kernel_;
+    std::unique_ptr<DialogSurface> surfaceBefore_;
+    ScriptedSurface* surface_ = nullptr; ///< the one that is installed
+    std::optional<LoadedModule> module_;
+    Owned<ZALBaseUnknown> implementation_;
+    Owned<ZALIMeridiaAccessDialogAddin> addin_;
+    Owned<RecordingPanel> panel_;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The play
+
+SessionPlayer::SessionPlayer(const Session& session, Places places, JournalWriter& journal)
+    : session_(session), places_(std::move(places)), journal_(journal)
+{
+}
+
+SessionPlayer::~SessionPlayer() = default;
+
+int SessionPlayer::Play()
+{
+    const journal::Sink before = journal::Redirect([this](const nlohmann::ordered_json& event) { Receive(event); });
+    nlohmann::ordered_json end = {{"status", Done}};
+    const auto fail = [&](const std::string& reason) {
+        end["status"] = Failed;
+        if (step_ > 0)
+            end["step"] = step_;
+        end["reason"] = reason;
+    };
+    try {
+        SetUp();
+        RunSteps();
+    } catch (const std::exception& error) {
+        fail(error.what());
+    } catch (...) {
+        fail("the module threw an exception of an unknown type");
+    }
+    if (host_ && host_->Surface().UnusedAnswers() > 0)
+        end["unusedAnswers"] = host_->Surface().UnusedAnswers();
+    host_.reset();
+    journal::Write("end", end);
+    journal::Redirect(before);
+    return journal_.IsComplete() ? end["status"].get<int>() : Failed;
+}
+
+void SessionPlayer::SetUp()
+{
+    host_ = std::make_unique<Host>(session_.traces);
+
+    if (!session_.variables.contains(TemporaryFolderVariable))
+        host_->MakeTemporaryFolder();
+    for (const auto& [name, value] : session_.variables)
+        host_->SetVariable(name, Resolve(session_, ExpandPlaceholders(value)));
+    if (GetPathVariable(InstallationVariable).empty())
+        host_->SetVariable(InstallationVariable, places_.installation);
+    for (const auto& [name, value] : session_.environment)
+        host_->Environment().Set(name, value ? std::optional(ExpandPlaceholders(*value)) : std::nullopt);
+
+    SetUpSettings();
+
+    for (const std::string& document : session_.documents) {
+        const std::filesystem::path path = Resolve(session_, ExpandPlaceholders(document));
+        ReadDocument(path);
+        journal::Write("document", {{"path", path.string()}, {"active", &document == &session_.documents.back()}});
+    }
+    ConfigureFrame({.exists = session_.frame,
+                    .workshop = ExpandPlaceholders(session_.workshop),
+                    .editor = !session_.documents.empty()});
+
+    host_->LoadAddin(places_.module);
+    JournalResult("SetAccessDialog", Addin().SetAccessDialog(host_->Panel()));
+}
+
+void SessionPlayer::SetUpSettings()
+{
+    SettingsStore& store = SettingsStore::Current();
+    if (session_.settingsFile)
+        store.Load(Resolve(session_, ExpandPlaceholders(*session_.settingsFile)));
+    if (!session_.settings)
+        return;
+    store.SetValues({session_.settings->doNotRemindDownloadLocation,
+                     FromUtf8(ExpandPlaceholders(session_.settings->downloadLocation))});
+    for (const auto& [name, lock] : session_.settings->locks)
+        store.SetLock(name, lock);
+}
+
+void SessionPlayer::RunSteps()
+{
+    for (const std::unique_ptr<SessionStep>& step : session_.steps) {
+        ++step_;
+        if (step->Acts()) {
+            written_.clear();
+            waitedFor_.clear();
+        }
+        journal::Write("step", {{"number", step_}, {"key", step->Key()}});
+        step->Run(*this);
+    }
+}
+
+void SessionPlayer::Receive(const nlohmann::ordered_json& event)
+{
+    ++written_[event["event"].get<std::string>()];
+    journal_.Write(event);
+}
+
+// ---------------------------------------------------------------------------------------------
+// For steps
+
+ZALIMeridiaAccessDialogAddin& SessionPlayer::Addin()
+{
+    return host_->Addin();
+}
+
+ScriptedSurface& SessionPlayer::Surface()
+{
+    return host_->Surface();
+}
+
+std::string SessionPlayer::FindPlaceholder(const std::string& name) const
+{
+    const auto given = session_.given.find(name);
+    return given != session_.given.end() ? given->second : GetPathVariable(name).string();
+}
+
+std::string SessionPlayer::ExpandPlaceholders(const std::string& text) const
+{
+    return Expand(text, [this](const std::string& name) { return FindPlaceholder(name); });
+}
+
+nlohmann::ordered_json SessionPlayer::ExpandPlaceholders(const nlohmann::ordered_json& value) const
+{
+    return Expand(value, [this](const std::string& name) { return FindPlaceholder(name); });
+}
+
+void SessionPlayer::JournalResult(const std::string& operation, HRESULT code)
+{
+    journal::Write("result", {{"operation", operation}, {"code", CodeName(code)}});
+}
+
+void SessionPlayer::Wait(const std::string& event, std::chrono::milliseconds limit)
+{
+    EventLoop& loop = EventLoop::Current();
+    const auto timedOut = [&](const std::string& what) {
+        return StepFailure(what + " within " + std::to_string(limit.count()) + " ms");
+    };
+    if (event == IdleEvent) {
+        if (loop.RunUntilIdle(limit) == RunEnd::TimedOut)
+            throw timedOut("the host has not become idle");
+        return;
+    }
+
+    switch (loop.RunUntil([&] { return written_[event] > waitedFor_[event]; }, limit)) {
+    case RunEnd::Done:
+        ++waitedFor_[event];
+        return;
+    case RunEnd::Idle:
+        throw StepFailure("no event \"" + event + "\" has come, and nothing is left that could bring it");
+    case RunEnd::TimedOut:
+        throw timedOut("no event \"" + event + "\" has come");
+    }
+}
+
+} // namespace openhost

@@ -1,0 +1,74 @@
+// Plays a session: sets up the host, loads the module, does the steps.
+#pragma once
+
+#include "openhost/dialogs/ScriptedSurface.h"
+#include "openhost/session/JournalWriter.h"
+#include "openhost/session/Session.h"
+
+#include "host/panel.h"
+
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace openhost {
+
+/// Plays one session with the backends of a real run: system event loop, network, files, documents; dialogs are
+/// answered by the session. The process is left as it was, apart from what the module keeps for its own life.
+class SessionPlayer {
+public:
+    /// Exit statuses of a play.
+    static constexpr int Done = 0;
+    static constexpr int Failed = 1;
+
+    /// Where a session finds what it does not bring along.
+    struct Places {
+        std::filesystem::path module;       ///< the module's shared library
+        std::filesystem::path installation; ///< root of the installation, when neither session nor environment say
+    };
+
+    /// `session` and `journal` outlive the player.
+    SessionPlayer(const Session& session, Places places, JournalWriter& journal);
+    SessionPlayer(const SessionPlayer&) = delete;
+    SessionPlayer& operator=(const SessionPlayer&) = delete;
+    ~SessionPlayer();
+
+    /// Plays the session once. The last line of the journal tells the status, and the reason of a failure.
+    int Play();
+
+    // For steps
+
+    /// The module's addin of the panel.
+    ZALIMeridiaAccessDialogAddin& Addin();
+    ScriptedSurface& Surface();
+    /// Texts of the session with their placeholders replaced.
+    std::string ExpandPlaceholders(const std::string& text) const;
+    nlohmann::ordered_json ExpandPlaceholders(const nlohmann::ordered_json& value) const;
+    /// Writes the event "result".
+    void JournalResult(const std::string& operation, HRESULT code);
+    /// Runs the loop until `event` has been written since the last step that acts, or for "idle" until nothing is
+    /// left to happen. One event ends one wait. Throws StepFailure after `limit`, and as soon as the event cannot
+    /// come any more.
+    void Wait(const std::string& event, std::chrono::milliseconds limit);
+
+private:
+    class Host;
+
+    void SetUp();
+    void SetUpSettings();
+    void Receive(const nlohmann::ordered_json& event);
+    void RunSteps();
+    std::string FindPlaceholder(const std::string& name) const;
+
+    const Session& session_;
+    Places places_;
+    JournalWriter& journal_;
+    std::unique_ptr<Host> host_;
+    std::size_t step_ = 0;                         ///< number of the step in progress; 0 before the first
+    std::map<std::string, std::size_t> written_;   ///< events by name since the last step that acts
+    std::map<std::string, std::size_t> waitedFor_; ///< of those, the ones that have ended a wait
+};
+
+} // namespace openhost

@@ -1,0 +1,210 @@
+#include "openhost/session/SessionSteps.h"
+
+#include "openhost/session/LocatedRead.h"
+#include "openhost/session/SessionPlayer.h"
+#include "openhost/text/Utf.h"
+
+#include <cmath>
+#include <map>
+#include <optional>
+
+namespace openhost {
+
+namespace {
+
+constexpr double LongestWait = 86'400;
+constexpr double UsualWait = 60;
+constexpr std::int64_t LargestButton = 1'000;
+
+/// {"message": MAP or TEXT}
+class MessageStep : public SessionStep {
+public:
+    static constexpr const char* Name = "message";
+
+    explicit MessageStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) {
+                                            if (!value.value.is_object() && !value.value.is_string())
+                                                throw LocatedError(value.line,
+                                                                   "\"message\" must be a map or a text, not " +
+                                                                       std::string(value.KindName()));
+                                            message_ = value.ToJson();
+                                        }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        const nlohmann::ordered_json message = player.ExpandPlaceholders(message_);
+        const std::string text = message.is_string() ? message.get<std::string>() : message.dump();
+        player.JournalResult("OnJSMessage", player.Addin().OnJSMessage(FromUtf8(text)));
+    }
+
+private:
+    nlohmann::ordered_json message_;
+};
+
+/// {"url": TEXT}
+class UrlStep : public SessionStep {
+public:
+    static constexpr const char* Name = "url";
+
+    explicit UrlStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { url_ = ReadText(value, Name); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        player.JournalResult("OnPageUrl", player.Addin().OnPageUrl(FromUtf8(player.ExpandPlaceholders(url_))));
+    }
+
+private:
+    std::string url_;
+};
+
+/// {"answer": {"dialog": NAME, "button": N}}
+class AnswerStep : public SessionStep {
+public:
+    static constexpr const char* Name = "answer";
+
+    explicit AnswerStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { ReadAnswer(value); }}});
+    }
+
+    bool Acts() const override { return false; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        player.Surface().Answer(player.ExpandPlaceholders(dialog_), button_);
+    }
+
+private:
+    void ReadAnswer(const LocatedJson& value)
+    {
+        ReadMembers(value, "\"answer\"",
+                    {{"dialog", [this](const LocatedJson& member) { dialog_ = ReadName(member, "dialog"); }},
+                     {"button", [this](const LocatedJson& member) {
+                          button_ = static_cast<int>(ReadInteger(member, "button", 0, LargestButton));
+                      }}});
+        RequireMember(value, "\"answer\"", "dialog");
+        RequireMember(value, "\"answer\"", "button");
+    }
+
+    std::string dialog_;
+    int button_ = 0;
+};
+
+/// {"push": {"dialog": NAME, "control": NAME, "text": TEXT, "state": N}}
+class PushStep : public SessionStep {
+public:
+    static constexpr const char* Name = "push";
+
+    explicit PushStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { ReadPush(value); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        const std::string dialog = player.ExpandPlaceholders(dialog_);
+        const std::string control = player.ExpandPlaceholders(control_);
+        const std::string target = "\"" + control + "\" of \"" + dialog + "\"";
+        if (text_)
+            throw StepFailure(target + " takes no text");
+        if (state_)
+            throw StepFailure(target + " has no state");
+        const PushResult result = player.Surface().Push(dialog, control);
+        if (result != PushResult::Done)
+            throw StepFailure(target + " cannot be pushed: " + ToText(result));
+    }
+
+private:
+    void ReadPush(const LocatedJson& value)
+    {
+        ReadMembers(value, "\"push\"",
+                    {{"dialog", [this](const LocatedJson& member) { dialog_ = ReadName(member, "dialog"); }},
+                     {"control", [this](const LocatedJson& member) { control_ = ReadName(member, "control"); }},
+                     {"text", [this](const LocatedJson& member) { text_ = ReadText(member, "text"); }},
+                     {"state", [this](const LocatedJson& member) {
+                          state_ = static_cast<int>(ReadInteger(member, "state", 0, 1));
+                      }}});
+        RequireMember(value, "\"push\"", "dialog");
+        RequireMember(value, "\"push\"", "control");
+    }
+
+    std::string dialog_;
+    std::string control_;
+    std::optional<std::string> text_;
+    std::optional<int> state_;
+};
+
+/// {"wait": "idle" or EVENT, "seconds": N}
+class WaitStep : public SessionStep {
+public:
+    static constexpr const char* Name = "wait";
+
+    explicit WaitStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step",
+                    {{Name, [this](const LocatedJson& value) { event_ = ReadName(value, Name); }},
+                     {"seconds",
+                      [this](const LocatedJson& value) { seconds_ = ReadNumber(value, "seconds", 0, LongestWait); }}});
+    }
+
+    bool Acts() const override { return false; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        player.Wait(player.ExpandPlaceholders(event_),
+                    std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(seconds_ * 1000))));
+    }
+
+private:
+    std::string event_;
+    double seconds_ = UsualWait;
+};
+
+template <class Step>
+std::unique_ptr<SessionStep> Make(const LocatedJson& description)
+{
+    return std::make_unique<Step>(description);
+}
+
+using StepMaker = std::unique_ptr<SessionStep> (*)(const LocatedJson&);
+
+const std::map<std::string, StepMaker> StepMakers = {
+    {MessageStep::Name, Make<MessageStep>}, {UrlStep::Name, Make<UrlStep>},   {AnswerStep::Name, Make<AnswerStep>},
+    {PushStep::Name, Make<PushStep>},       {WaitStep::Name, Make<WaitStep>},
+};
+
+} // namespace
+
+std::unique_ptr<SessionStep> ReadStep(const LocatedJson& description)
+{
+    if (!description.value.is_object())
+        throw LocatedError(description.line, std::string("a step must be a map, not ") + description.KindName());
+
+    const std::string* found = nullptr;
+    for (const auto& [key, member] : description.members) {
+        if (!StepMakers.contains(key))
+            continue;
+        if (found)
+            throw LocatedError(member.line, "a step has one key: \"" + *found + "\" or \"" + key + "\"");
+        found = &key;
+    }
+    if (found)
+        return StepMakers.at(*found)(description);
+    if (description.members.empty())
+        throw LocatedError(description.line, "a step must not be empty");
+    const auto& [key, member] = description.members.front();
+    throw LocatedError(member.line, "unknown step \"" + key + "\"");
+}
+
+} // namespace openhost

@@ -1,0 +1,146 @@
+// openhost: plays sessions and shows documents.
+
+#include "openhost/cad/ShowDocument.h"
+#include "openhost/session/JournalWriter.h"
+#include "openhost/session/SessionFile.h"
+#include "openhost/session/SessionPlayer.h"
+
+#include <cstdlib>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int Done = 0;
+constexpr int Failed = 1;
+constexpr int BadUse = 2;
+
+constexpr const char* Usage =
+    R"(Usage: openhost play SESSION.json [--journal FILE] [--set NAME=VALUE]... [--module FILE]
+       openhost show FILE
+       openhost --help
+
+play   plays a session without a display. Exit status: 0 every step done; 1 a step failed,
+       the last line of the journal says which; 2 the file is no valid session.
+         --journal FILE    write the journal to FILE, not to standard output
+         --set NAME=VALUE  value of the placeholder ${NAME} in the session
+         --module FILE     the module's shared library; by default that of the environment
+                           variable OPENHOST_MODULE, then ../lib/ZALVelmartIntegration.so
+                           and ../lib/libZALVelmartIntegration.so beside this program
+show   prints the tree, the properties and the link table of a document. Exit status: 0, or 1
+       when the file is no document.
+)";
+
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct PlayArguments {
+    std::string session;
+    std::optional<std::string> journal;
+    std::optional<std::string> module;
+    openhost::Placeholders placeholders;
+};
+
+PlayArguments ParsePlay(const std::vector<std::string>& words)
+{
+    PlayArguments arguments;
+    const auto next = [&](std::size_t& index) -> const std::string& {
+        if (index + 1 == words.size())
+            throw UsageError(words[index] + " needs a value");
+        return words[++index];
+    };
+    for (std::size_t index = 0; index < words.size(); ++index) {
+        const std::string& word = words[index];
+        if (word == "--journal") {
+            arguments.journal = next(index);
+        } else if (word == "--module") {
+            arguments.module = next(index);
+        } else if (word == "--set") {
+            const std::string& pair = next(index);
+            const std::size_t sign = pair.find('=');
+            if (sign == std::string::npos || sign == 0)
+                throw UsageError("--set needs NAME=VALUE");
+            arguments.placeholders[pair.substr(0, sign)] = pair.substr(sign + 1);
+        } else if (word.starts_with("--")) {
+            throw UsageError("unknown option " + word);
+        } else if (arguments.session.empty()) {
+            arguments.session = word;
+        } else {
+            throw UsageError("one session file can be played");
+        }
+    }
+    if (arguments.session.empty())
+        throw UsageError("play needs a session file");
+    return arguments;
+}
+
+/// Folder above that of this program, in which `lib` and `installation` lie.
+std::filesystem::path FindPrefix()
+{
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
+}
+
+std::filesystem::path FindModule(const std::optional<std::string>& given)
+{
+    if (given)
+        return std::filesystem::absolute(*given);
+    if (const char* named = std::getenv("OPENHOST_MODULE"); named && *named)
+        return std::filesystem::absolute(named);
+    const std::filesystem::path folder = FindPrefix() / "lib";
+    for (const char* name : {"ZALVelmartIntegration.so", "libZALVelmartIntegration.so"})
+        if (std::filesystem::exists(folder / name))
+            return folder / name;
+    return folder / "ZALVelmartIntegration.so";
+}
+
+int Play(const PlayArguments& arguments)
+{
+    openhost::Session session;
+    try {
+        session = openhost::ReadSessionFile(arguments.session, arguments.placeholders);
+    } catch (const openhost::LocatedError& error) {
+        std::cerr << arguments.session << ":" << error.Line() << ": " << error.what() << "\n";
+        return BadUse;
+    }
+    auto journal = arguments.journal ? openhost::JournalWriter(*arguments.journal) : openhost::JournalWriter(std::cout);
+    openhost::SessionPlayer player(session, {FindModule(arguments.module), FindPrefix() / "installation"}, journal);
+    return player.Play();
+}
+
+int Run(const std::vector<std::string>& words)
+{
+    if (words.empty())
+        throw UsageError("a command is needed");
+    const std::vector<std::string> rest(words.begin() + 1, words.end());
+    if (words[0] == "--help") {
+        std::cout << Usage;
+        return Done;
+    }
+    if (words[0] == "play")
+        return Play(ParsePlay(rest));
+    if (words[0] == "show" && rest.size() == 1) {
+        openhost::ShowDocument(rest[0], std::cout);
+        return Done;
+    }
+    throw UsageError(words[0] == "show" ? "show needs one document" : "unknown command " + words[0]);
+}
+
+} // namespace
+
+int main(int count, char** values)
+{
+    try {
+        return Run({values + 1, values + count});
+    } catch (const UsageError& error) {
+        std::cerr << "openhost: " << error.what() << "; openhost --help tells how it is used\n";
+        return BadUse;
+    } catch (const std::exception& error) {
+        std::cerr << "openhost: " << error.what() << "\n";
+        return Failed;
+    }
+}

@@ -1,0 +1,278 @@
+// The two windows that show a running transfer.
+
+#include "tests/support/HostFixture.h"
+#include "tests/support/Listener.h"
+
+#include "dialogs/ZALVelmartDownloadProgressDlg.h"
+#include "dialogs/ZALVelmartFindSimilarUploadProgressDlg.h"
+#include "host/frame.h"
+#include "openhost/dialogs/DialogNode.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+namespace openhost::testing {
+
+namespace {
+
+/// What the two dialogs have in common, and what tells them apart.
+struct DownloadProgress {
+    using Dialog = ZALVelmartDownloadProgressDlg;
+    static constexpr const char* Name = "ZALVelmartDownloadProgressDlg";
+    static constexpr const char* Cancel = "ZALVelmartDownloadProgressDlg::CANCELNotif";
+    static constexpr const char* Content = "VLProgressBar";
+    static constexpr ZALDialogNode::Kind Kind = ZALDialogNode::Kind::Progress;
+};
+struct UploadProgress {
+    using Dialog = ZALVelmartFindSimilarUploadProgressDlg;
+    static constexpr const char* Name = "ZALVelmartFindSimilarUploadProgressDlg";
+    static constexpr const char* Cancel = "ZALVelmartFindSimilarUploadProgressDlg::CANCELNotif";
+    static constexpr const char* Content = "VLProgressLabel";
+    static constexpr ZALDialogNode::Kind Kind = ZALDialogNode::Kind::Label;
+};
+
+template <class Traits>
+class ProgressDialog : public HostFixture {
+protected:
+    std::size_t Shown()
+    {
+        std::size_t count = 0;
+        for (const ScriptedSurface::WindowEvent& event : Surface().WindowEvents())
+            count += event.action == ScriptedSurface::WindowEvent::Action::Shown;
+        return count;
+    }
+};
+
+using Both = ::testing::Types<DownloadProgress, UploadProgress>;
+TYPED_TEST_SUITE(ProgressDialog, Both);
+
+TYPED_TEST(ProgressDialog, IsShownOnTheApplicationDocument)
+{
+    const auto* dialog = TypeParam::Dialog::Create();
+    ASSERT_TRUE(dialog);
+    EXPECT_STREQ(dialog->GetName().CastToCharPtr(), TypeParam::Name);
+    EXPECT_EQ(dialog->GetStyle(), 0x44200U);
+    EXPECT_EQ(dialog->GetFather(), ZALApplicationFrame::GetFrame()->GetApplicationDocument());
+    EXPECT_TRUE(ZALDialogNode::Of(*dialog).visible);
+    EXPECT_TRUE(ZALDialogNode::Of(*dialog).TakesInput());
+    EXPECT_EQ(this->Shown(), 1U);
+}
+
+TYPED_TEST(ProgressDialog, HoldsOneFrameWithItsContentAttachedOnAllSides)
+{
+    auto* dialog = TypeParam::Dialog::Create();
+    ASSERT_TRUE(dialog);
+    const ZALDialogNode& window = ZALDialogNode::Of(*dialog);
+    ASSERT_EQ(window.children.size(), 1U);
+    EXPECT_EQ(window.attached, window.children);
+
+    const ZALDialogNode& frame = ZALDialogNode::Of(*window.children[0]);
+    EXPECT_EQ(frame.Name(), "VLDownloadProgressMainFrm");
+    EXPECT_EQ(frame.style, 0x80000U);
+    EXPECT_EQ(frame.kind, ZALDialogNode::Kind::Frame);
+    ASSERT_EQ(frame.children.size(), 1U);
+    EXPECT_EQ(frame.attached, frame.children);
+
+    const ZALDialogNode& content = ZALDialogNode::Of(*frame.children[0]);
+    EXPECT_EQ(content.Name(), TypeParam::Content);
+    EXPECT_EQ(content.style, 0U);
+    EXPECT_EQ(content.kind, TypeParam::Kind);
+    EXPECT_TRUE(content.children.empty());
+}
+
+TYPED_TEST(ProgressDialog, IsCompleteWhenItIsShown)
+{
+    class Watch : public ScriptedSurface {
+    public:
+        void Shown(ZALDialog& dialog) override
+        {
+            attachedWhenShown = !ZALDialogNode::Of(*ZALDialogNode::Of(dialog).children.at(0)).attached.empty();
+        }
+        bool attachedWhenShown = false;
+    };
+    auto watch = std::make_unique<Watch>();
+    const Watch* installed = watch.get();
+    const auto before = DialogSurface::Install(std::move(watch));
+    TypeParam::Dialog::Create();
+    EXPECT_TRUE(installed->attachedWhenShown);
+    EndAllDialogs();
+    DialogSurface::Install(std::make_unique<ScriptedSurface>());
+    ResetFrame();
+}
+
+TYPED_TEST(ProgressDialog, IsNotMadeWithoutAFrame)
+{
+    ResetFrame();
+    EXPECT_EQ(TypeParam::Dialog::Create(), nullptr);
+    EXPECT_TRUE(LiveDialogs().empty());
+}
+
+TYPED_TEST(ProgressDialog, IsNotMadeWithoutAnApplicationDocument)
+{
+    ConfigureFrame({.applicationDocument = false});
+    EXPECT_EQ(TypeParam::Dialog::Create(), nullptr);
+    EXPECT_EQ(this->Shown(), 0U);
+}
+
+TYPED_TEST(ProgressDialog, TellsEachClosingAndStays)
+{
+    auto* dialog = TypeParam::Dialog::Create();
+    Listener listener([&](ZALBaseUnknown* publisher, ZALNotification* notification, void*) {
+        EXPECT_EQ(publisher, dialog);
+        EXPECT_STREQ(notification->IsA(), TypeParam::Cancel);
+        EXPECT_EQ(notification->GetAutomaticDelete(), 0);
+    });
+    listener.Subscribe(dialog, TypeParam::Cancel);
+    for (int closing = 1; closing <= 3; ++closing) {
+        EXPECT_EQ(this->Surface().Push(TypeParam::Name, "CLOSE"), PushResult::Done);
+        this->Loop().RunUntilIdle();
+        EXPECT_EQ(listener.Calls(), closing);
+        EXPECT_TRUE(ZALDialogNode::Of(*dialog).visible);
+    }
+}
+
+TYPED_TEST(ProgressDialog, ClosingWithoutASubscriberDoesNothing)
+{
+    auto* dialog = TypeParam::Dialog::Create();
+    EXPECT_EQ(this->Surface().Push(TypeParam::Name, "CLOSE"), PushResult::Done);
+    this->Loop().RunUntilIdle();
+    EXPECT_TRUE(ZALDialogNode::Of(*dialog).visible);
+    EXPECT_EQ(this->CountOf(TypeParam::Cancel), 1);
+}
+
+TYPED_TEST(ProgressDialog, TheSubscriberMayEndItInsideTheClosing)
+{
+    auto* dialog = TypeParam::Dialog::Create();
+    const ZALBaseUnknown_WR reference(dialog);
+    Listener listener([&](ZALBaseUnknown*, ZALNotification*, void*) {
+        dialog->RequestDelayedDestruction();
+        this->Loop().RunUntilIdle();
+    });
+    listener.Subscribe(dialog, TypeParam::Cancel);
+    this->Surface().Push(TypeParam::Name, "CLOSE");
+    EXPECT_EQ(reference.GetComponent(), nullptr);
+}
+
+TYPED_TEST(ProgressDialog, EndsAfterTheEventInWhichItsOwnerAsks)
+{
+    auto* dialog = TypeParam::Dialog::Create();
+    const ZALBaseUnknown_WR reference(dialog);
+    dialog->RequestDelayedDestruction();
+    dialog->RequestDelayedDestruction();
+    EXPECT_TRUE(ZALDialogNode::Of(*dialog).visible);
+    this->Loop().RunUntilIdle();
+    EXPECT_EQ(reference.GetComponent(), nullptr);
+    EXPECT_EQ(this->Surface().Push(TypeParam::Name, "CLOSE"), PushResult::NoDialog);
+}
+
+TYPED_TEST(ProgressDialog, TakesNoClosingWhileItIsInsensitive)
+{
+    auto* dialog = TypeParam::Dialog::Create();
+    dialog->SetSensitivity(16);
+    EXPECT_EQ(this->Surface().Push(TypeParam::Name, "CLOSE"), PushResult::Insensitive);
+    EXPECT_EQ(this->CountOf(TypeParam::Cancel), 0);
+}
+
+TYPED_TEST(ProgressDialog, LooksForItsTextsUnderItsOwnNameFirst)
+{
+    const auto* dialog = TypeParam::Dialog::Create();
+    EXPECT_STREQ(dialog->GetResourceFilename(0).CastToCharPtr(), TypeParam::Name);
+    EXPECT_STREQ(dialog->GetResourceFilename(-1).CastToCharPtr(), TypeParam::Name);
+    for (int index = 1; index < 4; ++index)
+        EXPECT_EQ(dialog->GetResourceFilename(index), dialog->ZALDlgDialog::GetResourceFilename(index - 1)) << index;
+}
+
+TYPED_TEST(ProgressDialog, HasTheTextsOfItsResourceFile)
+{
+    const std::filesystem::path folder = this->Folder() / "installation" / "resources" / "dialogs";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / (std::string(TypeParam::Name) + ".ZALRsc"))
+        << "Title = \"Running\";\n" << TypeParam::Content << ".Title = \"Content\";\n";
+    const auto* dialog = TypeParam::Dialog::Create();
+    EXPECT_EQ(dialog->GetTitle(), ZALUnicodeString("Running"));
+    EXPECT_EQ(this->Surface().Find(TypeParam::Name, TypeParam::Content)->GetTitle(), ZALUnicodeString("Content"));
+}
+
+TYPED_TEST(ProgressDialog, TwoOfThemTellTheirOwnClosing)
+{
+    auto* first = TypeParam::Dialog::Create();
+    auto* second = TypeParam::Dialog::Create();
+    Listener ofFirst;
+    Listener ofSecond;
+    ofFirst.Subscribe(first, TypeParam::Cancel);
+    ofSecond.Subscribe(second, TypeParam::Cancel);
+    this->Surface().Push(TypeParam::Name, "CLOSE"); // the newest one
+    EXPECT_EQ(ofFirst.Calls(), 0);
+    EXPECT_EQ(ofSecond.Calls(), 1);
+}
+
+// ---------------------------------------------------------------------------------------------
+// The bar
+
+class ProgressBar : public HostFixture {
+protected:
+    const ZALDialogNode& Bar()
+    {
+        return ZALDialogNode::Of(*Surface().Find("ZALVelmartDownloadProgressDlg", "VLProgressBar"));
+    }
+};
+
+TEST_F(ProgressBar, RunsFromZeroToAHundredAndStartsAtZero)
+{
+    ZALVelmartDownloadProgressDlg::Create();
+    EXPECT_EQ(Bar().minimum, 0);
+    EXPECT_EQ(Bar().maximum, 100);
+    EXPECT_EQ(Bar().position, 0);
+}
+
+TEST_F(ProgressBar, IsFifteenHighAndTwoHundredWide)
+{
+    ZALVelmartDownloadProgressDlg::Create();
+    EXPECT_TRUE(Bar().hasRectangle);
+    EXPECT_EQ(Bar().x, 0);
+    EXPECT_EQ(Bar().y, 0);
+    EXPECT_EQ(Bar().height, 15);
+    EXPECT_EQ(Bar().width, 200);
+}
+
+TEST_F(ProgressBar, MovesAndRepaintsWithEachUpdate)
+{
+    auto* dialog = ZALVelmartDownloadProgressDlg::Create();
+    int updates = 0;
+    for (const int percent : {0, 11, 50, 50, 100, 20}) {
+        dialog->UpdateProgress(percent);
+        EXPECT_EQ(Bar().position, percent);
+        EXPECT_EQ(DisplayUpdateCount(), ++updates);
+    }
+}
+
+TEST_F(ProgressBar, StaysInItsRange)
+{
+    auto* dialog = ZALVelmartDownloadProgressDlg::Create();
+    dialog->UpdateProgress(-1);
+    EXPECT_EQ(Bar().position, 0);
+    dialog->UpdateProgress(INT32_MAX);
+    EXPECT_EQ(Bar().position, 100);
+    EXPECT_EQ(DisplayUpdateCount(), 2);
+}
+
+TEST_F(ProgressBar, MovesWithoutAnApplicationToRepaint)
+{
+    ConfigureCommands({.application = false});
+    auto* dialog = ZALVelmartDownloadProgressDlg::Create();
+    dialog->UpdateProgress(30);
+    EXPECT_EQ(Bar().position, 30);
+}
+
+TEST_F(ProgressBar, TheLabelOfTheUploadHasNone)
+{
+    ZALVelmartFindSimilarUploadProgressDlg::Create();
+    EXPECT_EQ(Surface().Find("ZALVelmartFindSimilarUploadProgressDlg", "VLProgressBar"), nullptr);
+    EXPECT_EQ(DisplayUpdateCount(), 0);
+}
+
+} // namespace
+
+} // namespace openhost::testing

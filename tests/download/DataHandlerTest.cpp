@@ -1,0 +1,538 @@
+#include "download/ZALVelmartDownloadDataHandler.h"
+#include "tests/download/DownloadFixture.h"
+
+#include <gmock/gmock.h>
+
+#include <limits>
+
+namespace openhost::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr std::size_t BufferSize = 1048576;
+
+/// Keeps what a handler tells its owner.
+class Owner : public ZALBaseUnknown {
+public:
+    void OnComplete(const ZALUnicodeString& path) { Completed.push_back(ToUtf8(path)); }
+    void OnProgress(std::int32_t percent) { Percents.push_back(percent); }
+
+    std::vector<std::string> Completed;
+    std::vector<int> Percents;
+};
+
+constexpr auto CompleteMethod = static_cast<ZALVelmartDownloadDataHandler::CompleteMethod>(&Owner::OnComplete);
+constexpr auto ProgressMethod = static_cast<ZALVelmartDownloadDataHandler::ProgressMethod>(&Owner::OnProgress);
+
+/// A handler with a running transfer.
+class DataHandler : public HostFixture {
+protected:
+    DataHandler() : handler_(new ZALVelmartDownloadDataHandler(TheOwner, CompleteMethod))
+    {
+        handler_->SetProgressCallback(ProgressMethod);
+        if (!request_.Send(handler_))
+            throw std::runtime_error("the transfer does not start");
+    }
+    ~DataHandler() override
+    {
+        handler_->Release();
+        EndOwner();
+    }
+
+    void EndOwner()
+    {
+        if (Owner* ending = std::exchange(TheOwner, nullptr))
+            ending->Release();
+    }
+
+    ScriptedTransport::Script& Script() { return Transport().Last(); }
+    ZALVelmartDownloadDataHandler& Handler() { return *handler_; }
+    std::filesystem::path ZipFile() const { return Temp() / "VelmartDownloadedQ7Files.zip"; }
+    /// Name of the file that a transfer with these headers leaves, or "" for none.
+    std::string FileNameFor(const HttpHeaders& headers, int code = 200)
+    {
+        Script().Head(code, headers);
+        Script().Bytes("x");
+        Script().End();
+        const std::vector<std::string> files = FilesBelow(Temp());
+        return files.empty() ? "" : files.front();
+    }
+
+    Owner* TheOwner = new Owner;
+
+private:
+    ZALVelmartDownloadDataHandler* handler_;
+    ZALCefHttpRequest request_{"GET", "https://velmart.example/item"};
+};
+
+// ---------------------------------------------------------------------------------------------
+// The name in "content-disposition"
+
+struct DispositionCase {
+    const char* name;
+    const char* value;
+    const char* fileName; ///< null when the header gives none
+};
+
+class Disposition : public DataHandler, public ::testing::WithParamInterface<DispositionCase> {};
+
+TEST_P(Disposition, NamesTheTemporaryFile)
+{
+    const std::string name =
+        FileNameFor({{"content-type", "application/octet-stream"}, {"content-disposition", GetParam().value}});
+
+    EXPECT_EQ(name, GetParam().fileName ? GetParam().fileName : "VelmartDownloadedQ7Files");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Values, Disposition,
+    ::testing::Values(
+        DispositionCase{"Plain", "attachment; filename=part.zip", "part.zip"},
+        DispositionCase{"QuotedWithFurtherParameters", "attachment; filename=\"a.zip\"; size=3", "a.zip"},
+        DispositionCase{"BehindOtherParameters", "attachment; size=3; filename=a.zip", "a.zip"},
+        DispositionCase{"WithBlanksInside", "attachment; filename=\"a b.zip\"", "a b.zip"},
+        DispositionCase{"WithManyQuotes", "attachment; filename=\"\"a.zip\"\"", "a.zip"},
+        DispositionCase{"WithOneQuote", "attachment; filename=\"a.zip", "a.zip"},
+        DispositionCase{"BeyondAscii", "attachment; filename=\"\xC3\xA9crou.zip\"", "\xC3\xA9crou.zip"},
+        DispositionCase{"WithoutBlanks", "attachment;filename=a.zip", "a.zip"},
+        DispositionCase{"WithBlanksAround", "  attachment  ;   filename=a.zip   ", "a.zip"},
+        DispositionCase{"InCapitals", "ATTACHMENT; filename=a.zip", "a.zip"},
+        DispositionCase{"FirstOfTwo", "attachment; filename=a.zip; filename=b.zip", "a.zip"},
+        DispositionCase{"BehindTheExtendedForm", "attachment; filename*=UTF-8''b.zip; filename=a.zip", "a.zip"},
+        DispositionCase{"CutAtASemicolonInQuotes", "attachment; filename=\"a;b.zip\"", "a"},
+        DispositionCase{"NotWhenInline", "inline; filename=a.zip", nullptr},
+        DispositionCase{"NotWithoutType", "filename=a.zip", nullptr},
+        DispositionCase{"NotFromTheExtendedForm", "attachment; filename*=UTF-8''a.zip", nullptr},
+        DispositionCase{"NotInsideAToken", "attachment; xfilename=a.zip", nullptr},
+        DispositionCase{"NotBehindAnotherWord", "attachment; x filename=a.zip", nullptr},
+        DispositionCase{"NotWithBlanksBeforeTheSign", "attachment; filename =a.zip", nullptr},
+        DispositionCase{"NotBehindABlankToken", "attachment; ; filename=a.zip", nullptr},
+        DispositionCase{"NotWhenEmpty", "attachment; filename=", nullptr},
+        DispositionCase{"NotWhenOnlyQuotes", "attachment; filename=\"\"", nullptr},
+        DispositionCase{"NotWithoutParameters", "attachment", nullptr},
+        DispositionCase{"NotFromAnEmptyValue", "", nullptr},
+        DispositionCase{"NotFromSemicolons", ";;;", nullptr}),
+    [](const auto& parameter) { return parameter.param.name; });
+
+TEST_F(DataHandler, HeaderNamesMatchWithoutRegardToLetterCase)
+{
+    EXPECT_EQ(
+        FileNameFor({{"CONTENT-TYPE", "application/octet-stream"}, {"Content-Disposition", "attachment; filename=a"}}),
+        "a");
+}
+
+TEST_F(DataHandler, OnlyTheFirstDispositionCounts)
+{
+    EXPECT_EQ(FileNameFor({{"content-type", "application/octet-stream"},
+                           {"content-disposition", "inline"},
+                           {"content-disposition", "attachment; filename=a.zip"}}),
+              "VelmartDownloadedQ7Files");
+}
+
+TEST_F(DataHandler, OnlyTheFirstContentTypeCounts)
+{
+    EXPECT_EQ(FileNameFor({{"content-type", "application/zip"},
+                           {"content-type", "application/octet-stream"},
+                           {"content-disposition", "attachment; filename=a.zip"}}),
+              "VelmartDownloadedQ7Files.zip");
+}
+
+TEST_F(DataHandler, HeadersWithOtherNamesAreIgnored)
+{
+    EXPECT_EQ(FileNameFor({{"content-types", "application/octet-stream"},
+                           {"x-content-disposition", "attachment; filename=a.zip"}}),
+              "VelmartDownloadedQ7Files.zip");
+}
+
+// ---------------------------------------------------------------------------------------------
+// The name by content type and state
+
+struct NameCase {
+    const char* name;
+    const char* contentType; ///< null for none
+    int code;
+    const char* disposition; ///< null for none
+    const char* fileName;
+};
+
+class TemporaryName : public DataHandler, public ::testing::WithParamInterface<NameCase> {};
+
+TEST_P(TemporaryName, FollowsFromTheReply)
+{
+    HttpHeaders headers;
+    if (GetParam().contentType)
+        headers.emplace_back("content-type", GetParam().contentType);
+    if (GetParam().disposition)
+        headers.emplace_back("content-disposition", GetParam().disposition);
+
+    EXPECT_EQ(FileNameFor(headers, GetParam().code), GetParam().fileName);
+    EXPECT_THAT(TheOwner->Completed, ElementsAre(Temp().string() + "/" + GetParam().fileName));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Replies, TemporaryName,
+    ::testing::Values(
+        NameCase{"WithoutHeaders", nullptr, 200, nullptr, "VelmartDownloadedQ7Files.zip"},
+        NameCase{"Zip", "application/zip", 200, nullptr, "VelmartDownloadedQ7Files.zip"},
+        NameCase{"ZipWithDisposition", "application/zip", 200, "attachment; filename=part.zip",
+                 "VelmartDownloadedQ7Files.zip"},
+        NameCase{"ZipRefused", "application/zip", 500, nullptr, "VelmartDownloadedQ7Files.zip"},
+        NameCase{"JsonThatEndedWell", "application/json", 200, nullptr, "VelmartDownloadedQ7Files.zip"},
+        NameCase{"JsonRefused", "application/json", 500, nullptr, "VelmartDownloadedQ7FilesError.json"},
+        NameCase{"JsonRefusedWithDisposition", "application/json", 404, "attachment; filename=part.zip",
+                 "VelmartDownloadedQ7FilesError.json"},
+        NameCase{"JsonWithParameters", "application/json; charset=utf-8", 500, nullptr, "VelmartDownloadedQ7Files.zip"},
+        NameCase{"JsonInCapitals", "application/JSON", 500, nullptr, "VelmartDownloadedQ7Files.zip"},
+        NameCase{"Bytes", "application/octet-stream", 200, nullptr, "VelmartDownloadedQ7Files"},
+        NameCase{"BytesWithDisposition", "application/octet-stream", 200, "attachment; filename=part.zip", "part.zip"},
+        NameCase{"BytesRefused", "application/octet-stream", 404, "attachment; filename=part.zip", "part.zip"},
+        NameCase{"BytesWithParameters", "application/octet-stream; x=1", 200, "attachment; filename=part.zip",
+                 "VelmartDownloadedQ7Files.zip"},
+        NameCase{"BytesInCapitals", "Application/Octet-Stream", 200, "attachment; filename=part.zip",
+                 "VelmartDownloadedQ7Files.zip"},
+        NameCase{"EmptyType", "", 500, nullptr, "VelmartDownloadedQ7Files.zip"}),
+    [](const auto& parameter) { return parameter.param.name; });
+
+TEST_F(DataHandler, ErrorNameNeedsAResponse)
+{
+    ZALCefHttpHeaderMap headers;
+    headers.AddValue("content-type", "application/json");
+    Handler().OnHeaders(nullptr, headers);
+    Handler().OnData(nullptr, "x", 1);
+    Script().End();
+
+    EXPECT_THAT(FilesBelow(Temp()), ElementsAre("VelmartDownloadedQ7Files.zip"));
+}
+
+TEST_F(DataHandler, NameIsChosenAtTheFirstChunk)
+{
+    Script().Bytes("first ");
+    Script().Head(200, {{"content-type", "application/octet-stream"}, {"content-disposition", "attachment; filename=a"}});
+    Script().Bytes("second");
+    Script().End();
+
+    EXPECT_THAT(FilesBelow(Temp()), ElementsAre("VelmartDownloadedQ7Files.zip"));
+    EXPECT_EQ(ReadFile(ZipFile()), "first second");
+}
+
+// ---------------------------------------------------------------------------------------------
+// Names from a hostile server
+
+class HostileName : public DataHandler, public ::testing::WithParamInterface<std::string> {};
+
+TEST_P(HostileName, WritesNothingOutsideTheTemporaryFolder)
+{
+    WriteFile(Folder() / "victim", "untouched");
+    Script().Head(200, {{"content-type", "application/octet-stream"},
+                        {"content-disposition", "attachment; filename=" + GetParam()}});
+    Script().Bytes("evil");
+    Script().End();
+
+    EXPECT_THAT(FilesBelow(Folder()), ElementsAre("victim"));
+    EXPECT_EQ(ReadFile(Folder() / "victim"), "untouched");
+    EXPECT_EQ(TheOwner->Completed.size(), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, HostileName,
+                         ::testing::Values("..", ".", "../victim", "..\\victim", "a/../../victim", "a\\..\\..\\victim",
+                                           "/etc/victim", "\\\\elsewhere\\victim", "missing/evil.zip", "missing\\evil.zip",
+                                           std::string("evil.zip\0/../victim", 19), std::string("\0", 1),
+                                           std::string(5000, 'a')));
+
+TEST_F(DataHandler, NameWithASeparatorStaysBelowTheTemporaryFolder)
+{
+    create_directory(Temp() / "sub");
+
+    EXPECT_EQ(FileNameFor({{"content-type", "application/octet-stream"},
+                           {"content-disposition", "attachment; filename=sub\\a.zip"}}),
+              "sub/a.zip");
+}
+
+TEST_F(DataHandler, NameOfAFolderLeavesTheFolder)
+{
+    create_directory(Temp() / "taken");
+    Script().Head(200, {{"content-type", "application/octet-stream"},
+                        {"content-disposition", "attachment; filename=taken"}});
+    Script().Bytes("x");
+    Script().End();
+
+    EXPECT_TRUE(is_directory(Temp() / "taken"));
+    EXPECT_THAT(TheOwner->Completed, ElementsAre((Temp() / "taken").string()));
+}
+
+TEST_F(DataHandler, LongestNameIsTaken)
+{
+    const std::string name(255, 'a');
+    EXPECT_EQ(FileNameFor({{"content-type", "application/octet-stream"},
+                           {"content-disposition", "attachment; filename=" + name}}),
+              name);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Data
+
+TEST_F(DataHandler, BodyOfOneBufferIsWrittenAtOnce)
+{
+    const std::string body(BufferSize, 'b');
+    Script().Head(200);
+
+    Script().Bytes(body);
+    EXPECT_EQ(file_size(ZipFile()), BufferSize);
+
+    Script().End();
+    EXPECT_EQ(ReadFile(ZipFile()), body);
+}
+
+TEST_F(DataHandler, BodyOfOneByteLessWaitsForTheEnd)
+{
+    const std::string body(BufferSize - 1, 'b');
+    Script().Head(200);
+
+    Script().Bytes(body);
+    EXPECT_EQ(file_size(ZipFile()), 0U);
+
+    Script().End();
+    EXPECT_EQ(ReadFile(ZipFile()), body);
+}
+
+TEST_F(DataHandler, BufferIsWrittenWholeWhenAChunkPassesItsSize)
+{
+    Script().Head(200);
+
+    Script().Bytes(std::string(BufferSize - 1, 'b'));
+    Script().Bytes("cd");
+    EXPECT_EQ(file_size(ZipFile()), BufferSize + 1);
+
+    Script().Bytes("e");
+    EXPECT_EQ(file_size(ZipFile()), BufferSize + 1);
+
+    Script().End();
+    EXPECT_EQ(ReadFile(ZipFile()), std::string(BufferSize - 1, 'b') + "cde");
+}
+
+TEST_F(DataHandler, ChunksOfAllSizesKeepTheirOrder)
+{
+    std::string body;
+    Script().Head(200);
+    for (std::size_t size : {std::size_t{1}, 3 * BufferSize, std::size_t{17}, BufferSize, BufferSize / 2,
+                             BufferSize / 2, std::size_t{2}}) {
+        const std::string chunk(size, static_cast<char>('a' + body.size() % 26));
+        body += chunk;
+        Script().Bytes(chunk);
+    }
+    Script().End();
+
+    EXPECT_TRUE(ReadFile(ZipFile()) == body);
+}
+
+TEST_F(DataHandler, BytesWithZerosArriveAsTheyAre)
+{
+    const std::string body("\0a\0\xFF\n\r", 6);
+    Script().Bytes(body);
+    Script().End();
+
+    EXPECT_EQ(ReadFile(ZipFile()), body);
+}
+
+TEST_F(DataHandler, NoBytesOpenNoFile)
+{
+    Handler().OnData(nullptr, "x", 0);
+    Handler().OnData(nullptr, nullptr, 1);
+
+    EXPECT_THAT(FilesBelow(Temp()), IsEmpty());
+}
+
+TEST_F(DataHandler, ExistingFileIsReplaced)
+{
+    WriteFile(ZipFile(), "a longer text from the download before");
+    Script().Bytes("new");
+    Script().End();
+
+    EXPECT_EQ(ReadFile(ZipFile()), "new");
+}
+
+TEST_F(DataHandler, ExistingFileStaysWhenNoDataComes)
+{
+    WriteFile(ZipFile(), "before");
+    Script().Head(200);
+    Script().End();
+
+    EXPECT_EQ(ReadFile(ZipFile()), "before");
+}
+
+TEST_F(DataHandler, FileThatCannotBeOpenedIsTriedAgainAtTheNextChunk)
+{
+    remove(Temp());
+    Script().Bytes("first ");
+    create_directory(Temp());
+    Script().Bytes("second");
+    Script().End();
+
+    EXPECT_EQ(ReadFile(ZipFile()), "first second");
+}
+
+TEST_F(DataHandler, BytesWithoutAFileStayInMemoryBeyondTheBuffer)
+{
+    remove(Temp());
+    Script().Bytes(std::string(BufferSize, 'a'));
+    Script().Bytes(std::string(BufferSize, 'b'));
+    create_directory(Temp());
+
+    Script().Bytes("c");
+    EXPECT_EQ(file_size(ZipFile()), 2 * BufferSize + 1);
+
+    Script().End();
+    EXPECT_TRUE(ReadFile(ZipFile()) == std::string(BufferSize, 'a') + std::string(BufferSize, 'b') + "c");
+}
+
+TEST_F(DataHandler, PathIsPassedOnThoughItsFileWasNeverOpened)
+{
+    remove(Temp());
+    Script().Bytes("lost");
+    Script().End();
+
+    EXPECT_THAT(TheOwner->Completed, ElementsAre(ZipFile().string()));
+    EXPECT_FALSE(exists(Temp()));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Progress
+
+struct ProgressCase {
+    const char* name;
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> steps; ///< current and total
+    std::vector<int> reported;
+};
+
+class Progress : public DataHandler, public ::testing::WithParamInterface<ProgressCase> {};
+
+TEST_P(Progress, IsReportedInStepsOfMoreThanTen)
+{
+    for (const auto& [current, total] : GetParam().steps)
+        Script().Progress(current, total);
+
+    EXPECT_EQ(TheOwner->Percents, GetParam().reported);
+}
+
+constexpr std::uint64_t Largest = std::numeric_limits<std::uint64_t>::max();
+
+INSTANTIATE_TEST_SUITE_P(
+    Transfers, Progress,
+    ::testing::Values(ProgressCase{"WithoutTotal", {{0, 0}, {50, 0}, {Largest, 0}}, {}},
+                      ProgressCase{"Five", {{5, 100}}, {}}, ProgressCase{"Ten", {{10, 100}}, {}},
+                      ProgressCase{"TenAndAFraction", {{109, 1000}}, {}}, ProgressCase{"Eleven", {{11, 100}}, {11}},
+                      ProgressCase{"ElevenThenTwentyOneThenTwentyTwo", {{11, 100}, {21, 100}, {22, 100}}, {11, 22}},
+                      ProgressCase{"HundredTooNearToNinetyFive", {{95, 100}, {100, 100}}, {95}},
+                      ProgressCase{"AllAtOnce", {{100, 100}}, {100}},
+                      ProgressCase{"TheSameTwice", {{50, 100}, {50, 100}}, {50}},
+                      ProgressCase{"Backwards", {{50, 100}, {20, 100}, {55, 100}, {61, 100}}, {50, 61}},
+                      ProgressCase{"BeyondTheTotal", {{250, 100}}, {250}},
+                      ProgressCase{"TotalThatIsTakenBack", {{50, 100}, {60, 0}, {61, 100}}, {50, 61}},
+                      ProgressCase{"LargestNumbers", {{Largest, Largest}}, {100}},
+                      ProgressCase{"OverflowingPercentage",
+                                   {{Largest, 1}, {Largest, 1}, {1, 1}},
+                                   {std::numeric_limits<int>::max()}}),
+    [](const auto& parameter) { return parameter.param.name; });
+
+TEST_F(DataHandler, ProgressCountsThoughNobodyIsCalled)
+{
+    Handler().SetProgressCallback(nullptr);
+    Script().Progress(50, 100);
+    Handler().SetProgressCallback(ProgressMethod);
+    Script().Progress(55, 100);
+    EXPECT_THAT(TheOwner->Percents, IsEmpty());
+
+    Script().Progress(61, 100);
+    EXPECT_THAT(TheOwner->Percents, ElementsAre(61));
+}
+
+TEST_F(DataHandler, ProgressWithoutOwnerReachesNobody)
+{
+    EndOwner();
+    Script().Progress(50, 100);
+    EXPECT_TRUE(Script().IsRunning());
+}
+
+// ---------------------------------------------------------------------------------------------
+// The end
+
+TEST_F(DataHandler, EndWithoutDataGivesAnEmptyPath)
+{
+    Script().Head(200);
+    Script().End();
+
+    EXPECT_THAT(TheOwner->Completed, ElementsAre(""));
+    EXPECT_THAT(FilesBelow(Temp()), IsEmpty());
+}
+
+TEST_F(DataHandler, FileIsClosedBeforeTheOwnerIsCalled)
+{
+    class Reader : public ZALBaseUnknown {
+    public:
+        void OnComplete(const ZALUnicodeString& path) { Content = ReadFile(ToUtf8(path)); }
+        std::string Content;
+    };
+    Reader reader;
+    auto* handler = new ZALVelmartDownloadDataHandler(
+        &reader, static_cast<ZALVelmartDownloadDataHandler::CompleteMethod>(&Reader::OnComplete));
+    handler->OnData(nullptr, "whole", 5);
+    handler->OnComplete(nullptr);
+    handler->Release();
+
+    EXPECT_EQ(reader.Content, "whole");
+}
+
+TEST_F(DataHandler, FailedTransferKeepsWhatHasArrived)
+{
+    Script().Bytes("half");
+    Script().End(TransferEnd::Failed);
+
+    EXPECT_EQ(ReadFile(ZipFile()), "half");
+    EXPECT_EQ(TheOwner->Completed.size(), 1U);
+}
+
+TEST_F(DataHandler, FileIsFinishedThoughTheOwnerIsGone)
+{
+    Script().Bytes("first ");
+    EndOwner();
+    Script().Bytes("second");
+    Script().Progress(50, 100);
+    Script().End();
+
+    EXPECT_EQ(ReadFile(ZipFile()), "first second");
+}
+
+TEST_F(DataHandler, OwnerIsNotKeptAlive)
+{
+    const ZALBaseUnknown_WR reference(TheOwner);
+    EndOwner();
+    EXPECT_EQ(reference.GetComponent(), nullptr);
+}
+
+TEST_F(DataHandler, WithoutCompleteCallbackOnlyTheFileIsFinished)
+{
+    auto* handler = new ZALVelmartDownloadDataHandler(TheOwner, nullptr);
+    handler->OnData(nullptr, "x", 1);
+    handler->OnComplete(nullptr);
+    handler->Release();
+
+    EXPECT_EQ(ReadFile(ZipFile()), "x");
+    EXPECT_THAT(TheOwner->Completed, IsEmpty());
+}
+
+TEST_F(DataHandler, WithoutOwnerOnlyTheFileIsFinished)
+{
+    auto* handler = new ZALVelmartDownloadDataHandler(nullptr, CompleteMethod);
+    handler->SetProgressCallback(ProgressMethod);
+    handler->OnProgress(nullptr, 50, 100);
+    handler->OnData(nullptr, "x", 1);
+    handler->OnComplete(nullptr);
+    handler->Release();
+
+    EXPECT_EQ(ReadFile(ZipFile()), "x");
+}
+
+} // namespace
+} // namespace openhost::testing

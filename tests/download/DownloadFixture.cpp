@@ -1,0 +1,118 @@
+#include "tests/download/DownloadFixture.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <ostream>
+#include <stdexcept>
+
+namespace openhost::testing {
+
+ZALOmxAny Json(const std::string& text)
+{
+    ZALOmxAny value;
+    if (FAILED(ZALOmxJson().parse(ZALOmxUTF8String(text.data(), text.size()), value)))
+        throw std::invalid_argument("no JSON: " + text);
+    return value;
+}
+
+std::vector<std::string> Texts(const ZALListValZALUnicodeString& list)
+{
+    std::vector<std::string> texts;
+    for (int index = 1; index <= list.Size(); ++index)
+        texts.push_back(ToUtf8(list[index]));
+    return texts;
+}
+
+ZALListValZALUnicodeString ListOf(const std::vector<std::string>& texts)
+{
+    ZALListValZALUnicodeString list;
+    for (const std::string& text : texts)
+        list.Append(FromUtf8(text));
+    return list;
+}
+
+std::string ReadFile(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void WriteFile(const std::filesystem::path& path, std::string_view content)
+{
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream file(path, std::ios::binary);
+    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    if (!file.flush())
+        throw std::runtime_error("cannot write " + path.string());
+}
+
+std::vector<std::string> FilesBelow(const std::filesystem::path& folder)
+{
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+        if (!entry.is_directory())
+            files.push_back(entry.path().lexically_relative(folder).string());
+    std::ranges::sort(files);
+    return files;
+}
+
+void PrintTo(const Completion& completion, std::ostream* stream)
+{
+    *stream << "status " << completion.status << ", environment \"" << completion.environment << "\", error \""
+            << completion.error << "\", files:";
+    for (const std::string& file : completion.files)
+        *stream << ' ' << file;
+    *stream << ", " << completion.warnings.size() << " warnings";
+}
+
+CompletionReceiver::CompletionReceiver(ZALBaseUnknown* publisher)
+{
+    AddCallback(publisher, Notification::ClassName(), &CompletionReceiver::OnComplete, nullptr);
+}
+
+void CompletionReceiver::OnComplete(ZALBaseUnknown*, ZALNotification* notification, void*)
+{
+    const auto& complete = dynamic_cast<const Notification&>(*notification);
+    Received.push_back({complete.GetStatus(), Texts(complete.GetDownloadedFilesPathes()),
+                        ToUtf8(complete.GetDocEnvId()), ToUtf8(complete.GetErrorMessageNLS()),
+                        Texts(complete.GetWarningsMessageNLS())});
+    if (OnReceipt)
+        OnReceipt();
+}
+
+DownloadFixture::DownloadFixture()
+{
+    // The first default download of the process settles the template support; from here on the tests do.
+    Probe.StartDefaultDownload({});
+    Probe.SetTemplateSupport(false);
+}
+
+DownloadFixture::~DownloadFixture()
+{
+    Probe.SetTemplateSupport(false);
+}
+
+ScriptedTransport::Script& DownloadFixture::StartTransfer()
+{
+    if (FAILED(Probe.StartDefaultDownloadURL(Url)))
+        throw std::runtime_error("the transfer does not start");
+    return Transport().Last();
+}
+
+void DownloadFixture::Transfer(const std::string& body, int code, const HttpHeaders& headers)
+{
+    ScriptedTransport::Script& script = StartTransfer();
+    script.Head(code, headers);
+    if (!body.empty())
+        script.Bytes(body);
+    script.End();
+}
+
+ZALUnicodeString DownloadFixture::Archive(const ZipBytes& archive) const
+{
+    archive.Write(TemporaryFile());
+    return TemporaryFile().c_str();
+}
+
+} // namespace openhost::testing

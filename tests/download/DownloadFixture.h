@@ -1,0 +1,92 @@
+// What tests of the download engine share.
+#pragma once
+
+#include "download/ZALVelmartFileDownloadCompleteNotification.h"
+#include "openhost/text/Utf.h"
+#include "tests/download/ZALVelmartFileDownloaderProbe.h"
+#include "tests/support/HostFixture.h"
+#include "tests/support/ZipBytes.h"
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace openhost::testing {
+
+using Notification = ZALVelmartFileDownloadCompleteNotification;
+
+/// A value from its JSON text.
+ZALOmxAny Json(const std::string& text);
+std::vector<std::string> Texts(const ZALListValZALUnicodeString& list);
+ZALListValZALUnicodeString ListOf(const std::vector<std::string>& texts);
+std::string ReadFile(const std::filesystem::path& path);
+void WriteFile(const std::filesystem::path& path, std::string_view content);
+/// Paths of all files below `folder`, relative to it and sorted; folders are left out.
+std::vector<std::string> FilesBelow(const std::filesystem::path& folder);
+
+/// What a receiver was told.
+struct Completion {
+    Notification::Status status;
+    std::vector<std::string> files;
+    std::string environment;
+    std::string error;
+    std::vector<std::string> warnings;
+
+    friend bool operator==(const Completion&, const Completion&) = default;
+};
+
+/// For the messages of failed comparisons.
+void PrintTo(const Completion& completion, std::ostream* stream);
+
+/// A completion as failures and cancels have it: a status and nothing else.
+inline Completion Bare(Notification::Status status)
+{
+    return {status, {}, "", "", {}};
+}
+/// The completion of an extraction.
+inline Completion WithFiles(Notification::Status status, const std::vector<std::string>& files)
+{
+    return {status, files, "File", "", {}};
+}
+
+/// Subscribes to completions and keeps them.
+class CompletionReceiver : public ZALEventSubscriber {
+public:
+    explicit CompletionReceiver(ZALBaseUnknown* publisher);
+    void OnComplete(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+
+    std::vector<Completion> Received;
+    std::function<void()> OnReceipt; ///< called behind each completion
+};
+
+/// A downloader of its own with a receiver, on the plain route unless a test says otherwise.
+class DownloadFixture : public HostFixture {
+protected:
+    static constexpr const char* Url = "https://velmart.example/item.zip";
+    static constexpr const char* ProgressWindow = "ZALVelmartDownloadProgressDlg";
+
+    DownloadFixture();
+    ~DownloadFixture() override;
+
+    ZALVelmartFileDownloader& Downloader() { return Probe.Downloader(); }
+    HRESULT Start(const std::string& request) { return Downloader().StartDownload(Json(request)); }
+    /// Starts a transfer of Url.
+    ScriptedTransport::Script& StartTransfer();
+    /// Runs a whole transfer of Url that ends well.
+    void Transfer(const std::string& body, int code = 200, const HttpHeaders& headers = {});
+
+    /// The temporary file of a reply without headers.
+    std::filesystem::path TemporaryFile() const { return Temp() / "VelmartDownloadedQ7Files.zip"; }
+    /// Writes the archive as a transfer would have left it, and gives its path.
+    ZALUnicodeString Archive(const ZipBytes& archive) const;
+    ZALUnicodeString PartsFolder() const { return ZALUnicodeString(Parts().c_str()); }
+    /// The full path that the module makes of an archive entry, given with "\".
+    std::string InParts(const std::string& entry) const { return Parts().string() + "/" + entry; }
+
+    ZALVelmartFileDownloaderProbe Probe;
+    CompletionReceiver Receiver{&Probe.Downloader()};
+};
+
+} // namespace openhost::testing

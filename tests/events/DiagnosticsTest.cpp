@@ -1,0 +1,153 @@
+// The trace object and the stopwatch.
+
+#include "tests/support/HostFixture.h"
+
+#include "events/ZALVelmartIntegrationDebug.h"
+#include "openhost/objects/Traces.h"
+#include "openhost/text/Utf.h"
+
+#include <chrono>
+#include <regex>
+
+namespace openhost::testing {
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+class Trace : public HostFixture {
+protected:
+    /// A piece of a trace text that counts how often it is asked for.
+    const char* Piece()
+    {
+        ++pieces;
+        return "piece";
+    }
+    int pieces = 0;
+};
+
+TEST_F(Trace, WritesTheJoinedPiecesAndALineEnd)
+{
+    VL_TRACE("Class::Function number " << 7 << " of " << ZALUnicodeString("\xC3\xA4") << ZALString("!"));
+    EXPECT_EQ(Traces(), Texts{"Class::Function number 7 of \xC3\xA4!\n"});
+}
+
+TEST_F(Trace, BuildsNothingWhileItIsOff)
+{
+    SwitchTraces("ZALVelmartIntegration", false);
+    VL_TRACE("text " << Piece());
+    EXPECT_EQ(pieces, 0);
+    EXPECT_TRUE(Traces().empty());
+    SwitchTraces("ZALVelmartIntegration", true);
+    VL_TRACE("text " << Piece());
+    EXPECT_EQ(pieces, 1);
+    EXPECT_EQ(Traces(), Texts{"text piece\n"});
+}
+
+TEST_F(Trace, BuildsNothingWithoutAnActivation)
+{
+    const int* activation = std::exchange(ZALVelmartIntegrationDebug::Traces.Activation, nullptr);
+    VL_TRACE("text " << Piece());
+    ZALVelmartIntegrationDebug::Traces.Activation = activation;
+    EXPECT_EQ(pieces, 0);
+    EXPECT_TRUE(Traces().empty());
+}
+
+TEST_F(Trace, AnyActivationButZeroCounts)
+{
+    const int negative = -1;
+    const int* activation = std::exchange(ZALVelmartIntegrationDebug::Traces.Activation, &negative);
+    VL_TRACE("text");
+    ZALVelmartIntegrationDebug::Traces.Activation = activation;
+    EXPECT_EQ(Traces(), Texts{"text\n"});
+}
+
+TEST_F(Trace, AnswersToItsName)
+{
+    SwitchTraces("ZALVelmartIntegration traces", false);
+    VL_TRACE("one");
+    RedirectTraces([this](std::string_view name, std::string_view) {
+        EXPECT_EQ(name, "ZALVelmartIntegration");
+        ++pieces;
+    });
+    VL_TRACE("two");
+    EXPECT_EQ(pieces, 1);
+    EXPECT_EQ(Traces(), Texts{"one\n"});
+}
+
+TEST_F(Trace, GoesToStandardErrorAtOnce)
+{
+    RedirectTraces({});
+    ::testing::internal::CaptureStderr();
+    VL_TRACE("to the screen");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "to the screen\n");
+}
+
+TEST_F(Trace, WritesTextsLongerThanItsLineBuffer)
+{
+    const std::string text(100000, 'x');
+    VL_TRACE(text.c_str());
+    EXPECT_EQ(Traces(), Texts{text + "\n"});
+}
+
+// ---------------------------------------------------------------------------------------------
+// The stopwatch
+
+using Clock = std::chrono::steady_clock;
+namespace Chrono = ZALVelmartIntegrationDebug::Chrono;
+
+std::int64_t WholeMilliseconds(Clock::duration duration)
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(duration).count();
+}
+
+void SpinFor(Clock::duration duration)
+{
+    for (const Clock::time_point end = Clock::now() + duration; Clock::now() < end;)
+        ;
+}
+
+TEST(Stopwatch, RoundsTowardZero)
+{
+    using namespace std::chrono_literals;
+    // A run counts when the true value is certain: the calls of the clock around it give the same one.
+    for (int certain = 0; certain < 3;) {
+        const Clock::time_point beforeStart = Clock::now();
+        Chrono::Start();
+        const Clock::time_point afterStart = Clock::now();
+        SpinFor(1900us);
+        const Clock::time_point beforeRead = Clock::now();
+        const std::uint64_t elapsed = Chrono::GetElapsed();
+        const Clock::time_point afterRead = Clock::now();
+        const std::int64_t least = WholeMilliseconds(beforeRead - afterStart);
+        const std::int64_t most = WholeMilliseconds(afterRead - beforeStart);
+        ASSERT_GE(static_cast<std::int64_t>(elapsed), least);
+        ASSERT_LE(static_cast<std::int64_t>(elapsed), most);
+        certain += most == 1;
+    }
+}
+
+TEST(Stopwatch, RestartsWithASecondStart)
+{
+    Chrono::Start();
+    SpinFor(std::chrono::milliseconds(30));
+    EXPECT_GE(Chrono::GetElapsed(), 30U);
+    const Clock::time_point restarted = Clock::now();
+    Chrono::Start();
+    const std::uint64_t elapsed = Chrono::GetElapsed();
+    EXPECT_LE(static_cast<std::int64_t>(elapsed), WholeMilliseconds(Clock::now() - restarted));
+}
+
+TEST(Stopwatch, TellsTheMillisecondsAsAText)
+{
+    const Clock::time_point started = Clock::now();
+    Chrono::Start();
+    const std::string text = ToUtf8(Chrono::GetElapsedAsString());
+    std::smatch match;
+    ASSERT_TRUE(std::regex_match(text, match, std::regex("(0|[1-9][0-9]*) ms"))) << text;
+    EXPECT_LE(std::stoll(match[1]), WholeMilliseconds(Clock::now() - started));
+}
+
+} // namespace
+
+} // namespace openhost::testing

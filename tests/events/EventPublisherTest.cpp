@@ -1,0 +1,223 @@
+// Messages to another component of the host.
+
+#include "tests/support/HostFixture.h"
+#include "tests/support/Listener.h"
+
+#include "events/ZALVelmartIntegrationEventPublisher.h"
+#include "events/ZALVelmartIntegrationEventSubscriber.h"
+#include "host/panel.h"
+#include "openhost/objects/ClassDictionary.h"
+
+#include <nlohmann/json.hpp>
+
+namespace openhost::testing {
+
+namespace {
+
+using Publisher = ZALVelmartIntegrationEventPublisher;
+
+constexpr const char* MessageClass = "ZALDlgHtmlViewJavaScriptNotification";
+
+/// The other component: keeps what it is told.
+class EventPublisher : public HostFixture {
+protected:
+    EventPublisher()
+        : component_([this](ZALBaseUnknown* publisher, ZALNotification* notification, void*) {
+              EXPECT_EQ(publisher, Publisher::GetPrtOnUniqueInstance());
+              const auto* message = ZALSysDynamicCast<ZALDlgHtmlViewJavaScriptNotification>(notification);
+              ASSERT_TRUE(message);
+              EXPECT_EQ(message->GetName().GetLengthInChar(), 0);
+              EXPECT_EQ(message->GetAutomaticDelete(), 0);
+              messages_.emplace_back(message->GetData(), message->GetDataLength());
+          })
+    {
+    }
+    void Listen() { component_.Subscribe(Publisher::GetPrtOnUniqueInstance(), MessageClass); }
+    const std::vector<std::string>& Messages() const { return messages_; }
+
+private:
+    std::vector<std::string> messages_;
+    Listener component_;
+};
+
+ZALListValZALUnicodeString Paths(const std::vector<std::string>& items)
+{
+    ZALListValZALUnicodeString list;
+    for (const std::string& item : items)
+        list.Append(item.c_str());
+    return list;
+}
+
+using Texts = std::vector<std::string>;
+
+// ---------------------------------------------------------------------------------------------
+// The instance and its listeners
+
+TEST_F(EventPublisher, IsOne)
+{
+    Publisher* publisher = Publisher::GetPrtOnUniqueInstance();
+    ASSERT_TRUE(publisher);
+    const unsigned int references = ReferencesOf(publisher);
+    EXPECT_EQ(Publisher::GetPrtOnUniqueInstance(), publisher);
+    EXPECT_EQ(ReferencesOf(publisher), references);
+}
+
+TEST_F(EventPublisher, IsGivenByNameWithAReferenceEachTime)
+{
+    Publisher* publisher = Publisher::GetPrtOnUniqueInstance();
+    const unsigned int references = ReferencesOf(publisher);
+    ZALBaseUnknown* first = ClassDictionary::Instance().Create("ZALVelmartIntegrationEventPublisher");
+    ZALBaseUnknown* second = ClassDictionary::Instance().Create("ZALVelmartIntegrationEventPublisher");
+    EXPECT_EQ(first, publisher);
+    EXPECT_EQ(second, publisher);
+    EXPECT_EQ(ReferencesOf(publisher), references + 2);
+    first->Release();
+    second->Release();
+}
+
+TEST_F(EventPublisher, KnowsWhetherSomebodyListens)
+{
+    EXPECT_FALSE(Publisher::HasJSMessageListeners());
+    {
+        Listener listener;
+        const ZALCallback callback = listener.Subscribe(Publisher::GetPrtOnUniqueInstance(), MessageClass);
+        EXPECT_TRUE(Publisher::HasJSMessageListeners());
+        listener.RemoveCallback(Publisher::GetPrtOnUniqueInstance(), callback);
+        EXPECT_FALSE(Publisher::HasJSMessageListeners());
+        listener.Subscribe(Publisher::GetPrtOnUniqueInstance(), MessageClass);
+        EXPECT_TRUE(Publisher::HasJSMessageListeners());
+    }
+    EXPECT_FALSE(Publisher::HasJSMessageListeners());
+}
+
+TEST_F(EventPublisher, AListenerUnderAnotherClassNameDoesNotCount)
+{
+    Listener listener;
+    listener.Subscribe(Publisher::GetPrtOnUniqueInstance(), "ZALNotification");
+    listener.Subscribe(Publisher::GetPrtOnUniqueInstance(), "zaldlghtmlviewjavascriptnotification");
+    EXPECT_FALSE(Publisher::HasJSMessageListeners());
+}
+
+TEST_F(EventPublisher, AListenerOfTheSubscriberDoesNotCount)
+{
+    Listener listener;
+    listener.Subscribe(ZALVelmartIntegrationEventSubscriber::GetUniqueSubscriber(), MessageClass);
+    EXPECT_FALSE(Publisher::HasJSMessageListeners());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Sending
+
+TEST_F(EventPublisher, DeliversBeforeTheCallReturns)
+{
+    Listen();
+    EXPECT_EQ(Publisher::SendJSMessage("{\"a\":1}"), S_OK);
+    EXPECT_EQ(Messages(), Texts{"{\"a\":1}"});
+}
+
+TEST_F(EventPublisher, DeliversByLengthWithZeroBytesInside)
+{
+    Listen();
+    EXPECT_EQ(Publisher::SendJSMessage(ZALOmxUTF8String("a\0b", 3)), S_OK);
+    EXPECT_EQ(Messages(), Texts{std::string("a\0b", 3)});
+}
+
+TEST_F(EventPublisher, DeliversAnEmptyMessage)
+{
+    Listen();
+    EXPECT_EQ(Publisher::SendJSMessage(ZALOmxUTF8String()), S_OK);
+    EXPECT_EQ(Messages(), Texts{""});
+}
+
+TEST_F(EventPublisher, LosesAMessageWithoutAListener)
+{
+    EXPECT_EQ(Publisher::SendJSMessage("{}"), S_OK);
+    Listen();
+    EXPECT_TRUE(Messages().empty());
+}
+
+TEST_F(EventPublisher, AnAnswerComesInsideTheCall)
+{
+    std::string answer;
+    auto* subscriber = ZALVelmartIntegrationEventSubscriber::GetUniqueSubscriber();
+    subscriber->SetMessageFunction([&](const ZALOmxUTF8String& text) {
+        answer.assign(text.GetData(), text.GetByteLength());
+        if (answer == "again?")
+            Publisher::SendJSMessage("second");
+    });
+    Listener component([&](ZALBaseUnknown*, ZALNotification* notification, void*) {
+        const auto* message = ZALSysDynamicCast<ZALDlgHtmlViewJavaScriptNotification>(notification);
+        const std::string text(message->GetData(), message->GetDataLength());
+        const std::string reply = text == "first" ? "again?" : "done";
+        ZALDlgHtmlViewJavaScriptNotification notificationOfReply("", reply.data(), reply.size());
+        DispatchCallbacks(subscriber, &notificationOfReply);
+    });
+    component.Subscribe(Publisher::GetPrtOnUniqueInstance(), MessageClass);
+    Publisher::SendJSMessage("first");
+    EXPECT_EQ(answer, "done");
+    EXPECT_EQ(component.Calls(), 2);
+    subscriber->SetMessageFunction({});
+}
+
+// ---------------------------------------------------------------------------------------------
+// The end of a transaction
+
+TEST_F(EventPublisher, TellsTheEndOfATransactionWithItsPathsInOrder)
+{
+    Listen();
+    EXPECT_EQ(Publisher::SendEndTransactionEvent(Paths({"/c", "/a", "/b"}), "UT5"), S_OK);
+    EXPECT_EQ(Messages(), Texts{R"({"method":"EndTransaction","params":{"filePathes":["/c","/a","/b"]}})"});
+}
+
+TEST_F(EventPublisher, TellsTheEndOfATransactionOfOnePath)
+{
+    Listen();
+    EXPECT_EQ(Publisher::SendEndTransactionEvent(Paths({"/a"}), "UT5"), S_OK);
+    EXPECT_EQ(Messages(), Texts{R"({"method":"EndTransaction","params":{"filePathes":["/a"]}})"});
+}
+
+TEST_F(EventPublisher, TheEndOfATransactionWithoutAListenerIsWellAllTheSame)
+{
+    EXPECT_EQ(Publisher::SendEndTransactionEvent(Paths({"/a"}), "UT5"), S_OK);
+}
+
+TEST_F(EventPublisher, NoOtherDocumentEnvironmentIsAnnounced)
+{
+    Listen();
+    for (const char* environment : {"File", "", "ut5", "Ut5", "UT5 ", " UT5", "UT", "UT55"}) {
+        EXPECT_EQ(Publisher::SendEndTransactionEvent(Paths({"/a", "/b"}), environment), E_FAIL) << environment;
+        EXPECT_EQ(Publisher::SendEndTransactionEvent({}, environment), E_FAIL) << environment;
+    }
+    EXPECT_TRUE(Messages().empty());
+    EXPECT_EQ(CountOf(MessageClass), 0);
+}
+
+TEST_F(EventPublisher, AnEmptyListIsNotAnnounced)
+{
+    Listen();
+    EXPECT_EQ(Publisher::SendEndTransactionEvent({}, "UT5"), E_FAIL);
+    EXPECT_EQ(CountOf(MessageClass), 0);
+}
+
+TEST_F(EventPublisher, PathsArriveAsEscapedUtf8)
+{
+    Listen();
+    Publisher::SendEndTransactionEvent(Paths({"C:\\parts\\\"M8\".ZALPart", "/\xC3\xBC/\xF0\x9F\x94\xA9"}), "UT5");
+    EXPECT_EQ(Messages(), Texts{"{\"method\":\"EndTransaction\",\"params\":{\"filePathes\":["
+                                "\"C:\\\\parts\\\\\\\"M8\\\".ZALPart\",\"/\xC3\xBC/\xF0\x9F\x94\xA9\"]}}"});
+}
+
+TEST_F(EventPublisher, TheEndOfATransactionIsReadableJson)
+{
+    Listen();
+    std::vector<std::string> paths(1000, "/parts/bolt\x01.ZALPart");
+    Publisher::SendEndTransactionEvent(Paths(paths), "UT5");
+    ASSERT_EQ(Messages().size(), 1U);
+    const auto json = nlohmann::ordered_json::parse(Messages()[0]);
+    EXPECT_EQ(json["params"]["filePathes"], nlohmann::ordered_json(paths));
+    EXPECT_FALSE(json.contains("id"));
+}
+
+} // namespace
+
+} // namespace openhost::testing

@@ -1,0 +1,304 @@
+// The document services of the host, over both kernels.
+
+#include "openhost/cad/CompoundDocumentKernel.h"
+#include "openhost/cad/ScriptedDocumentKernel.h"
+#include "openhost/documents/CadDocument.h"
+#include "openhost/files/TemporaryFolder.h"
+#include "openhost/text/Utf.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace openhost::testing {
+
+namespace {
+
+/// The document services with `Kernel` behind them.
+template <class Kernel>
+class Services : public ::testing::Test {
+protected:
+    Services()
+    {
+        auto kernel = std::make_unique<Kernel>();
+        kernel_ = kernel.get();
+        before_ = DocumentKernel::Install(std::move(kernel));
+    }
+    ~Services() override { DocumentKernel::Install(std::move(before_)); }
+
+    static ZALStorage* OpenRoot(const std::string& path)
+    {
+        ZALStorage* storage = nullptr;
+        const HRESULT result = ZALStorage::OpenRootStg(path.c_str(), 0, &storage, ZALStorageRead);
+        EXPECT_EQ(result, storage ? S_OK : E_FAIL) << path;
+        return storage;
+    }
+
+    static ZALStorage* OpenDocumentStorage(ZALStorage* root)
+    {
+        ZALStorage* storage = nullptr;
+        const HRESULT result = root->OpenStorage(ZALDocumentStorage, 0, &storage);
+        EXPECT_EQ(result, storage ? S_OK : E_FAIL);
+        return storage;
+    }
+
+    /// The link manager of the document `path` once its storages are closed and released.
+    static ZALBaseUnknown* CreateManager(const std::string& path)
+    {
+        ZALStorage* root = OpenRoot(path);
+        ZALStorage* storage = OpenDocumentStorage(root);
+        ZALBaseUnknown* manager = ZALDocumentProperty::CreateDocLinkManager(storage, nullptr);
+        EXPECT_EQ(storage->Close(0), S_OK);
+        EXPECT_EQ(root->Close(0), S_OK);
+        storage->Release();
+        root->Release();
+        return manager;
+    }
+
+    static std::vector<std::string> PointedDocuments(ZALBaseUnknown* manager, HRESULT expected = S_OK)
+    {
+        ZALIPointedSymbols_var symbols(manager);
+        EXPECT_TRUE(symbols);
+        ZALListValZALUnicodeString paths;
+        EXPECT_EQ(symbols->GetPointedDocuments(paths), expected);
+        std::vector<std::string> texts;
+        for (int i = 1; i <= paths.Size(); ++i)
+            texts.push_back(ToUtf8(paths[i]));
+        return texts;
+    }
+
+    Kernel* kernel_;
+    std::unique_ptr<DocumentKernel> before_;
+};
+
+class CompoundDocuments : public Services<CompoundDocumentKernel> {
+protected:
+    std::string Path(const std::string& name) const { return (folder_.Path() / name).string(); }
+
+    std::string WriteProduct(const std::string& name, const LinkTable& links)
+    {
+        CadDocument product;
+        product.kind = DocumentKind::Product;
+        product.links = links;
+        WriteDocument(product, Path(name));
+        return Path(name);
+    }
+
+    void WriteText(const std::string& name, const std::string& text) { std::ofstream(Path(name)) << text; }
+
+    TemporaryFolder folder_;
+};
+
+using ScriptedDocuments = Services<ScriptedDocumentKernel>;
+
+} // namespace
+
+TEST(DocumentKernel, ProcessBeginsWithCompoundFiles)
+{
+    EXPECT_TRUE(dynamic_cast<CompoundDocumentKernel*>(&DocumentKernel::Current()));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Compound files
+
+TEST_F(CompoundDocuments, LinkBesideTheDocumentIsGivenWithItsFolder)
+{
+    WriteText("Bolt.ZALPart", "any content");
+    const std::string path = WriteProduct("Joint.ZALProduct", {"Bolt.ZALPart", "Missing.ZALPart"});
+    ZALBaseUnknown* manager = CreateManager(path);
+    ASSERT_TRUE(manager);
+    EXPECT_EQ(PointedDocuments(manager), (std::vector<std::string>{Path("Bolt.ZALPart"), "Missing.ZALPart"}));
+    EXPECT_EQ(manager->Release(), 0U);
+}
+
+TEST_F(CompoundDocuments, LinkWithAFolderIsLookedForBesideTheDocumentByItsNameAlone)
+{
+    WriteText("Bolt.ZALPart", "any content");
+    const std::string path =
+        WriteProduct("Joint.ZALProduct", {"../../secret/Bolt.ZALPart", "D:\\parts\\Nut.ZALPart", "/parts/Pin.ZALPart"});
+    ZALBaseUnknown* manager = CreateManager(path);
+    EXPECT_EQ(PointedDocuments(manager),
+              (std::vector<std::string>{Path("Bolt.ZALPart"), "D:\\parts\\Nut.ZALPart", "/parts/Pin.ZALPart"}));
+    manager->Release();
+}
+
+TEST_F(CompoundDocuments, PathMayBeSeparatedByBackslashes)
+{
+    WriteProduct("Größe.ZALProduct", {"Ünit.ZALProduct"});
+    WriteText("Ünit.ZALProduct", "any content");
+    ZALBaseUnknown* manager = CreateManager(folder_.Path().string() + "\\Größe.ZALProduct");
+    ASSERT_TRUE(manager);
+    EXPECT_EQ(PointedDocuments(manager), std::vector<std::string>{Path("Ünit.ZALProduct")});
+    manager->Release();
+}
+
+TEST_F(CompoundDocuments, TwoLinksToOneFileBesideTheDocumentAreGivenOnce)
+{
+    WriteText("Bolt.ZALPart", "any content");
+    const std::string path = WriteProduct("Joint.ZALProduct", {"a/Bolt.ZALPart", "b/Bolt.ZALPart"});
+    ZALBaseUnknown* manager = CreateManager(path);
+    EXPECT_EQ(PointedDocuments(manager), std::vector<std::string>{Path("Bolt.ZALPart")});
+    manager->Release();
+}
+
+TEST_F(CompoundDocuments, ProductWithoutLinksPointsToNothing)
+{
+    ZALBaseUnknown* manager = CreateManager(WriteProduct("Empty.ZALProduct", {}));
+    ASSERT_TRUE(manager);
+    EXPECT_TRUE(PointedDocuments(manager).empty());
+    manager->Release();
+}
+
+TEST_F(CompoundDocuments, QueryAppendsToAListThatHasEntries)
+{
+    ZALBaseUnknown* manager = CreateManager(WriteProduct("Joint.ZALProduct", {"Bolt.ZALPart"}));
+    ZALListValZALUnicodeString paths;
+    paths.Append("first");
+    EXPECT_EQ(ZALIPointedSymbols_var(manager)->GetPointedDocuments(paths), S_OK);
+    EXPECT_EQ(paths.Size(), 2);
+    manager->Release();
+}
+
+TEST_F(CompoundDocuments, FilesThatAreNoDocumentsCannotBeOpened)
+{
+    WriteText("text.ZALProduct", "no document");
+    WriteText("empty.ZALProduct", "");
+    EXPECT_FALSE(OpenRoot(Path("text.ZALProduct")));
+    EXPECT_FALSE(OpenRoot(Path("empty.ZALProduct")));
+    EXPECT_FALSE(OpenRoot(Path("missing.ZALProduct")));
+    EXPECT_FALSE(OpenRoot(folder_.Path().string()));
+    EXPECT_FALSE(OpenRoot(""));
+}
+
+TEST_F(CompoundDocuments, CompoundFileOfAnotherProgramHasNoDocumentStorage)
+{
+    CompoundContents root;
+    root.streams = {{"WordDocument", "letter"}};
+    WriteText("letter.ZALProduct", BuildCompoundFile(root));
+    ZALStorage* storage = OpenRoot(Path("letter.ZALProduct"));
+    ASSERT_TRUE(storage);
+    EXPECT_FALSE(OpenDocumentStorage(storage));
+    EXPECT_FALSE(ZALDocumentProperty::CreateDocLinkManager(storage, nullptr));
+    storage->Close(0);
+    storage->Release();
+}
+
+TEST_F(CompoundDocuments, DamagedLinkTableGivesNoManager)
+{
+    CompoundContents root;
+    root.storages = {{ZALDocumentStorage, {{{"Links", "ZLNK and what is no link table"}}, {}}}};
+    WriteText("damaged.ZALProduct", BuildCompoundFile(root));
+    EXPECT_FALSE(CreateManager(Path("damaged.ZALProduct")));
+}
+
+TEST_F(CompoundDocuments, ClosedStorageOpensAndGivesNothing)
+{
+    ZALStorage* root = OpenRoot(WriteProduct("Joint.ZALProduct", {"Bolt.ZALPart"}));
+    ZALStorage* storage = OpenDocumentStorage(root);
+    EXPECT_EQ(root->Close(0), S_OK);
+    EXPECT_EQ(root->Close(0), E_FAIL);
+    EXPECT_FALSE(OpenDocumentStorage(root));
+
+    ZALBaseUnknown* manager = ZALDocumentProperty::CreateDocLinkManager(storage, nullptr);
+    EXPECT_TRUE(manager) << "a storage inside outlives the one around it";
+    manager->Release();
+    EXPECT_EQ(storage->Close(0), S_OK);
+    EXPECT_FALSE(ZALDocumentProperty::CreateDocLinkManager(storage, nullptr));
+    storage->Release();
+    root->Release();
+}
+
+TEST_F(CompoundDocuments, OnlyReadingIsOffered)
+{
+    const std::string path = WriteProduct("Joint.ZALProduct", {});
+    ZALStorage* storage = nullptr;
+    EXPECT_EQ(ZALStorage::OpenRootStg(path.c_str(), 1, &storage, ZALStorageRead), E_INVALIDARG);
+    EXPECT_EQ(ZALStorage::OpenRootStg(path.c_str(), 0, &storage, 2), E_INVALIDARG);
+    EXPECT_EQ(ZALStorage::OpenRootStg(path.c_str(), 0, nullptr, ZALStorageRead), E_INVALIDARG);
+    EXPECT_EQ(storage, nullptr);
+
+    storage = OpenRoot(path);
+    ZALStorage* inner = nullptr;
+    EXPECT_EQ(storage->OpenStorage(ZALDocumentStorage, 1, &inner), E_INVALIDARG);
+    EXPECT_EQ(storage->OpenStorage(ZALDocumentStorage, 0, nullptr), E_INVALIDARG);
+    EXPECT_EQ(inner, nullptr);
+    storage->Release();
+}
+
+TEST_F(CompoundDocuments, NullStorageGivesNoManager)
+{
+    EXPECT_FALSE(ZALDocumentProperty::CreateDocLinkManager(nullptr, nullptr));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Scripted documents
+
+TEST_F(ScriptedDocuments, DocumentIsFoundByItsPathOrByItsName)
+{
+    kernel_->SetDocument("/parts/A.ZALProduct", {{"B.ZALProduct"}});
+    kernel_->SetDocument("C.ZALProduct", {{"D.ZALProduct", "E.ZALPart"}});
+    for (const auto& [path, count] :
+         {std::pair("\\parts\\A.ZALProduct", 1U), std::pair("/any/folder/C.ZALProduct", 2U)}) {
+        ZALBaseUnknown* manager = CreateManager(path);
+        EXPECT_EQ(PointedDocuments(manager).size(), count);
+        manager->Release();
+    }
+    EXPECT_FALSE(OpenRoot("/other/A.ZALProduct"));
+    EXPECT_EQ(kernel_->LivingObjects(), 0);
+}
+
+TEST_F(ScriptedDocuments, EachFaultStandsWhereItSays)
+{
+    kernel_->SetDocument("root", {{}, DocumentFault::RootFails});
+    EXPECT_FALSE(OpenRoot("root"));
+
+    kernel_->SetDocument("null", {{}, DocumentFault::RootIsNull});
+    ZALStorage* storage = nullptr;
+    EXPECT_EQ(ZALStorage::OpenRootStg("null", 0, &storage, ZALStorageRead), S_OK);
+    EXPECT_EQ(storage, nullptr);
+
+    kernel_->SetDocument("storage", {{}, DocumentFault::StorageMissing});
+    storage = OpenRoot("storage");
+    EXPECT_FALSE(OpenDocumentStorage(storage));
+    storage->Release();
+
+    kernel_->SetDocument("manager", {{}, DocumentFault::ManagerMissing});
+    EXPECT_FALSE(CreateManager("manager"));
+
+    kernel_->SetDocument("symbols", {{}, DocumentFault::SymbolsMissing});
+    ZALBaseUnknown* manager = CreateManager("symbols");
+    ASSERT_TRUE(manager);
+    EXPECT_FALSE(ZALIPointedSymbols_var(manager));
+    manager->Release();
+
+    kernel_->SetDocument("query", {{"A.ZALProduct"}, DocumentFault::QueryFails});
+    manager = CreateManager("query");
+    EXPECT_EQ(PointedDocuments(manager, E_FAIL), std::vector<std::string>{"A.ZALProduct"});
+    manager->Release();
+}
+
+TEST_F(ScriptedDocuments, CallsAndObjectsAreCounted)
+{
+    kernel_->SetDocument("A.ZALProduct", {});
+    ZALBaseUnknown* manager = CreateManager("/folder/A.ZALProduct");
+    EXPECT_EQ(kernel_->LivingObjects(), 1);
+    PointedDocuments(manager);
+    manager->Release();
+    EXPECT_EQ(kernel_->LivingObjects(), 0);
+    EXPECT_EQ(kernel_->Calls(),
+              (std::vector<std::string>{"OpenRootStg A.ZALProduct", "OpenStorage ZALOR1", "CreateDocLinkManager",
+                                        "Close ZALOR1", "Close A.ZALProduct", "GetPointedDocuments"}));
+}
+
+TEST_F(ScriptedDocuments, StorageOfAnotherKernelGivesNoManager)
+{
+    kernel_->SetDocument("A.ZALProduct", {});
+    ZALStorage* storage = OpenRoot("A.ZALProduct");
+    auto scripted = DocumentKernel::Install(std::make_unique<CompoundDocumentKernel>());
+    EXPECT_FALSE(ZALDocumentProperty::CreateDocLinkManager(storage, nullptr));
+    DocumentKernel::Install(std::move(scripted));
+    storage->Release();
+}
+
+} // namespace openhost::testing

@@ -1,0 +1,135 @@
+#include "openhost/cad/ShowDocument.h"
+
+#include "openhost/documents/CadDocument.h"
+#include "openhost/files/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+namespace openhost::testing {
+
+namespace {
+
+std::string Level(int number)
+{
+    std::string name = std::to_string(number);
+    name.insert(name.begin(), 'L');
+    return name;
+}
+
+class Show : public ::testing::Test {
+protected:
+    void Product(const std::string& name, const std::vector<std::string>& children)
+    {
+        CadDocument document;
+        document.kind = DocumentKind::Product;
+        document.partNumber = name;
+        for (const std::string& child : children) {
+            auto link = std::find(document.links.begin(), document.links.end(), child);
+            if (link == document.links.end())
+                link = document.links.insert(link, child);
+            const auto index = static_cast<std::uint32_t>(link - document.links.begin());
+            document.children.push_back(
+                {"i" + std::to_string(document.children.size() + 1), index, {1, 0, 0, 1.5, 0, 1, 0, 0, 0, 0, 1, -2}});
+        }
+        WriteDocument(document, folder_.Path() / (name + ".ZALProduct"));
+    }
+
+    void Part(const std::string& name)
+    {
+        CadDocument document;
+        document.partNumber = name;
+        document.nomenclature = "A bolt";
+        document.properties = {{"Material", "Steel"}};
+        document.geometry = DocumentGeometry{{1, 6, 1000, 600, {0, 0, 0}, {10, 20, 5}}, "bytes"};
+        WriteDocument(document, folder_.Path() / (name + ".ZALPart"));
+    }
+
+    std::string Shown(const std::string& fileName) const
+    {
+        std::ostringstream output;
+        ShowDocument(folder_.Path() / fileName, output);
+        return output.str();
+    }
+
+    TemporaryFolder folder_;
+};
+
+} // namespace
+
+TEST_F(Show, PartShowsPropertiesAndGeometry)
+{
+    Part("Bolt");
+    EXPECT_EQ(Shown("Bolt.ZALPart"), "Part Bolt  [Bolt.ZALPart]\n"
+                                     "Properties\n"
+                                     "  Nomenclature      A bolt\n"
+                                     "  Material          Steel\n"
+                                     "Geometry\n"
+                                     "  1 solid, 6 faces, volume 1000.0 mm³, area 600.0 mm²\n"
+                                     "  box 10.0 × 20.0 × 5.0 mm\n"
+                                     "Links\n"
+                                     "  none\n");
+}
+
+TEST_F(Show, ProductShowsItsTreeThroughAllLevels)
+{
+    Part("Bolt");
+    Product("Inner", {"Bolt.ZALPart", "Bolt.ZALPart"});
+    Product("Outer", {"Inner.ZALProduct", "Bolt.ZALPart"});
+    EXPECT_EQ(Shown("Outer.ZALProduct"), "Product Outer  [Outer.ZALProduct]\n"
+                                         "├─ 1  [Inner.ZALProduct]  at (1.5, 0, -2)\n"
+                                         "│  ├─ 1  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
+                                         "│  └─ 2  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
+                                         "└─ 2  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
+                                         "Properties\n"
+                                         "Links\n"
+                                         "  1  Inner.ZALProduct\n"
+                                         "  2  Bolt.ZALPart\n");
+}
+
+TEST_F(Show, MissingAndDamagedChildrenAreNamedInTheirLine)
+{
+    std::ofstream(folder_.Path() / "Damaged.ZALPart") << "no document";
+    Product("Outer", {"Missing.ZALPart", "Damaged.ZALPart"});
+    const std::string shown = Shown("Outer.ZALProduct");
+    EXPECT_NE(shown.find("[Missing.ZALPart]  at (1.5, 0, -2)  (missing)\n"), std::string::npos) << shown;
+    EXPECT_NE(shown.find("Damaged.ZALPart: no compound file)\n"), std::string::npos) << shown;
+}
+
+TEST_F(Show, ProductThatHoldsItselfIsShownOnce)
+{
+    Product("A", {"B.ZALProduct"});
+    Product("B", {"A.ZALProduct"});
+    const std::string shown = Shown("A.ZALProduct");
+    EXPECT_NE(shown.find("[A.ZALProduct]  at (1.5, 0, -2)  (part of itself)\n"), std::string::npos) << shown;
+}
+
+TEST_F(Show, TreeThatUnfoldsWithoutEndIsCutOff)
+{
+    for (int level = 0; level < 40; ++level) {
+        const std::string below = Level(level + 1) + ".ZALProduct";
+        Product(Level(level), {below, below});
+    }
+    const std::string shown = Shown("L0.ZALProduct");
+    EXPECT_NE(shown.find("… and more"), std::string::npos);
+    EXPECT_LT(std::count(shown.begin(), shown.end(), '\n'), MaximumTreeLines + 10);
+}
+
+TEST_F(Show, TreeThatIsTooDeepIsCutOff)
+{
+    for (int level = 0; level < 130; ++level)
+        Product(Level(level), {Level(level + 1) + ".ZALProduct"});
+    const std::string shown = Shown("L0.ZALProduct");
+    EXPECT_NE(shown.find("[L100.ZALProduct]  at (1.5, 0, -2)  …\n"), std::string::npos);
+    EXPECT_EQ(shown.find("[L101.ZALProduct]"), std::string::npos);
+}
+
+TEST_F(Show, WhatIsNoDocumentIsRefused)
+{
+    EXPECT_THROW(Shown("missing.ZALPart"), CompoundFileError);
+}
+
+} // namespace openhost::testing

@@ -1,0 +1,100 @@
+// The texts that the project installs.
+
+#include "TextFixture.h"
+
+#include <map>
+
+namespace openhost {
+namespace {
+
+class InstallationTexts : public TextFixture, public ::testing::WithParamInterface<const char*> {
+protected:
+    InstallationTexts()
+    {
+        SetPathVariable(InstallationVariable, std::string(VELMART_SOURCE_DIR) + "/installation");
+        SetLanguage(GetParam());
+    }
+
+    static std::string FolderOf(const std::string& kind, const std::string& language)
+    {
+        const std::string folder = std::string(VELMART_SOURCE_DIR) + "/installation/resources/" + kind;
+        return language == "English" ? folder : folder + "/" + language;
+    }
+};
+
+TEST_P(InstallationTexts, HaveAMessageForEachKeyOfTheModule)
+{
+    const std::map<std::string, std::vector<std::string>> keys = {
+        {"ZALVelmartMeridiaAccessAddinActionCmd",
+         {"DownloadFailed", "DownloadCanceled", "InvalidContextForInsertReplace", "InsertFailed", "ReplaceFailed",
+          "PartNumberConflict", "ReplaceAllPopUp.Title", "ReplaceAllPopUp.Message"}},
+        {"ZALVelmartFileDownloader",
+         {"OverwriteNotifyTitle", "OverwriteNotifyMessage", "OverwriteNotifyRemaining", "DownloadCanceled",
+          "DownloadFailed"}},
+        {"ZALVelmartDownloadLocationDlg", {"NotADirectoryNotifyTitle", "NotADirectoryNotifyMessage"}}};
+    const ZALUnicodeString parameter = "BOLT-12";
+    for (const auto& [catalog, names] : keys)
+        for (const std::string& name : names) {
+            const std::string message =
+                ToUtf8(ZALMsgCatalog::BuildMessage(catalog.c_str(), name.c_str(), &parameter, 1, "(none)"));
+            EXPECT_NE(message, "(none)") << catalog << " " << name;
+            EXPECT_FALSE(message.empty()) << catalog << " " << name;
+            const bool takesParameter = name == "PartNumberConflict" || name == "OverwriteNotifyRemaining";
+            EXPECT_EQ(message.find("BOLT-12") != std::string::npos, takesParameter) << catalog << " " << name;
+            EXPECT_EQ(message.find("/P"), std::string::npos) << catalog << " " << name;
+        }
+}
+
+TEST_P(InstallationTexts, TitleTheProgressDialogs)
+{
+    for (const char* name : {"ZALVelmartDownloadProgressDlg", "ZALVelmartFindSimilarUploadProgressDlg"})
+        EXPECT_GT((new ZALDlgDialog(nullptr, name, 0))->GetTitle().GetLengthInChar(), 0) << name;
+    auto* upload = new ZALDlgDialog(nullptr, "ZALVelmartFindSimilarUploadProgressDlg", 0);
+    EXPECT_GT((new ZALDlgLabel(upload, "VLProgressLabel", 0))->GetTitle().GetLengthInChar(), 0);
+}
+
+TEST_P(InstallationTexts, HaveTheSameKeysInEachLanguageAndNoMalformedLine)
+{
+    for (const char* kind : {"msgcatalog", "dialogs"}) {
+        int files = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(FolderOf(kind, "English"))) {
+            if (!entry.is_regular_file())
+                continue;
+            ++files;
+            std::vector<std::vector<std::string>> keys;
+            for (const std::string language : {"English", GetParam()}) {
+                std::ifstream file(FolderOf(kind, language) + "/" + entry.path().filename().string());
+                std::string bytes;
+                std::size_t texts = 0;
+                for (std::string line; std::getline(file, line); bytes += line + "\n")
+                    texts += !line.empty() && !line.starts_with("//");
+                keys.emplace_back();
+                for (const auto& [key, text] : ParseTexts(bytes))
+                    keys.back().push_back(key);
+                EXPECT_EQ(keys.back().size(), texts) << language << " " << entry.path();
+            }
+            EXPECT_EQ(keys[0], keys[1]) << entry.path();
+        }
+        EXPECT_GT(files, 0) << kind;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Languages, InstallationTexts, ::testing::Values("English", "German"));
+
+TEST(InstallationTextsInEnglish, KeepTheWordingOfTheModuleInItsOverwriteQuestion)
+{
+    SetPathVariable(InstallationVariable, std::string(VELMART_SOURCE_DIR) + "/installation");
+    SetLanguage("English");
+    const ZALUnicodeString count = "1";
+    const auto message = [&](const char* key) {
+        return ToUtf8(ZALMsgCatalog::BuildMessage("ZALVelmartFileDownloader", key, &count, 1, ""));
+    };
+    EXPECT_EQ(message("OverwriteNotifyTitle"), "Overwrite confirmation");
+    EXPECT_EQ(message("OverwriteNotifyMessage"), "Do you want to overwrite listed files ?");
+    EXPECT_EQ(message("OverwriteNotifyRemaining"), "and 1 other files not listed here");
+    SetLanguage("");
+    UnsetPathVariable(InstallationVariable);
+}
+
+} // namespace
+} // namespace openhost

@@ -1,0 +1,116 @@
+// An addin in a scripted host.
+#pragma once
+
+#include "tests/support/HostFixture.h"
+#include "tests/support/Listener.h"
+
+#include "download/ZALVelmartFileDownloadCompleteNotification.h"
+#include "download/ZALVelmartFileDownloader.h"
+#include "openhost/journal/Journal.h"
+#include "openhost/text/Utf.h"
+#include "panel/ZALVelmartMeridiaAccessAddin.h"
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+/// Reads what the downloader keeps to itself.
+class ZALVelmartFileDownloaderProbe {
+public:
+    static const ZALOmxAny& Templates() { return ZALVelmartFileDownloader::GetInstance()->TemplatesURLs; }
+};
+
+namespace openhost::testing {
+
+using Complete = ZALVelmartFileDownloadCompleteNotification;
+
+inline constexpr const char* CompleteClass = "ZALVelmartFileDownloadCompleteNotification";
+inline constexpr const char* StatusClass = "ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif";
+
+/// A message of the page with the content `content`, a JSON text.
+inline std::string Message(const std::string& event, const std::string& content = "{}")
+{
+    return R"({"event":")" + event + R"(","content":)" + content + "}";
+}
+
+/// A request that the downloader answers at once with the local file `path`, without a transfer.
+inline std::string LocalFile(const std::string& path)
+{
+    return R"({"attributes":{"catalog":{"configOpeningBehaviour":"openInSource"},"sourceUrl":"file://)" + path +
+           R"("}})";
+}
+
+/// A request whose transfer runs until the test ends it.
+inline constexpr const char* RemoteFile = R"({"downloadUrl":"http://127.0.0.1/item.zip"})";
+
+inline ZALListValZALUnicodeString List(const std::vector<std::string>& items)
+{
+    ZALListValZALUnicodeString list;
+    for (const std::string& item : items)
+        list.Append(item.c_str());
+    return list;
+}
+
+class PanelFixture : public HostFixture {
+protected:
+    PanelFixture() : addin_(new ZALVelmartMeridiaAccessAddin)
+    {
+        journal::Redirect([this](const nlohmann::ordered_json& line) {
+            if (line["event"] == "command")
+                headerCalls_.push_back(line["mask"].dump() + "=" + line["state"].dump());
+        });
+    }
+    ~PanelFixture() override
+    {
+        ReleaseAddin();
+        // The downloader lives longer than the test: no transfer may stay with it.
+        for (std::size_t number = 0; number < Transport().Count(); ++number)
+            Transport().At(number).End(TransferEnd::Failed);
+        journal::Redirect({});
+    }
+
+    ZALVelmartMeridiaAccessAddin& Addin() { return *addin_; }
+    void ReleaseAddin()
+    {
+        if (addin_)
+            std::exchange(addin_, nullptr)->Release();
+    }
+    HRESULT Send(const std::string& message) { return addin_->OnJSMessage(message.c_str()); }
+
+    ZALVelmartFileDownloader& Downloader() { return *ZALVelmartFileDownloader::GetInstance(); }
+    /// How often the addin is subscribed to the end of a download.
+    std::size_t Waiting() { return SubscribersOf(&Downloader(), CompleteClass).size(); }
+    void EndDownload(Complete notification) { DispatchCallbacks(&Downloader(), &notification); }
+
+    std::string UploadUrl()
+    {
+        ZALUnicodeString url;
+        Addin().GetSearchByUploadUrl(url);
+        return ToUtf8(url);
+    }
+    bool FindSimilarIsAvailable() { return IsHeaderAvailable(FindSimilarHeader, 1 | 8 | 16); }
+    /// Calls of SetAvailability, as "mask=state".
+    std::vector<std::string>& HeaderCalls() { return headerCalls_; }
+
+    std::vector<std::string> QuestionTexts()
+    {
+        std::vector<std::string> texts;
+        for (const ScriptedSurface::Question& question : Surface().Questions())
+            texts.push_back(question.text);
+        return texts;
+    }
+    /// Installs a message catalog of the addin with `lines`.
+    void InstallCatalog(const std::string& lines)
+    {
+        const std::filesystem::path folder = Folder() / "installation" / "resources" / "msgcatalog";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / "ZALVelmartMeridiaAccessAddinActionCmd.ZALNls") << lines;
+    }
+
+private:
+    ZALVelmartMeridiaAccessAddin* addin_;
+    std::vector<std::string> headerCalls_;
+};
+
+} // namespace openhost::testing
