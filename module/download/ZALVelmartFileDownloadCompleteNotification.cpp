@@ -46,7 +46,7 @@ Notification& Notification::operator=(const ZALVelmartFileDownloadCompleteNotifi
 
 Notification::~ZALVelmartFileDownloadCompleteNotification() = default;
 
-ZALUnicodeString Notification::GetConcatenatedWarningsMessageNLS() const
+ZALUnicodeString Notification::GetConcatenedWarningsMessageNLS() const
 {
     ZALUnicodeString text;
     for (int index = 1; index <= _Warnings.Size(); ++index) {

@@ -38,7 +38,7 @@ public:
     /// Remarks for the user, one per entry.
     const ZALListValZALUnicodeString& GetWarningsMessageNLS() const { return _Warnings; }
     /// The warnings in their order, a line feed between two of them.
-    ZALUnicodeString GetConcatenatedWarningsMessageNLS() const;
+    ZALUnicodeString GetConcatenedWarningsMessageNLS() const;
 
 private:
     ZALListValZALUnicodeString _DownloadedFiles;

@@ -24,9 +24,9 @@ ZALVelmartIntegrationEventSubscriber* ZALVelmartIntegrationEventSubscriber::GetU
     return instance;
 }
 
-void ZALVelmartIntegrationEventSubscriber::SetMessageFunction(std::function<void(const ZALOmxUTF8String&)> function)
+void ZALVelmartIntegrationEventSubscriber::SetMessageFunction(MessageFunction function)
 {
-    _MessageFunction = std::move(function);
+    _MessageFunction = std::make_shared<MessageFunction>(std::move(function));
 }
 
 void ZALVelmartIntegrationEventSubscriber::OnMessage(ZALBaseUnknown*, ZALNotification* notification, void*)
@@ -36,7 +36,8 @@ void ZALVelmartIntegrationEventSubscriber::OnMessage(ZALBaseUnknown*, ZALNotific
         return;
 
     const ZALOmxUTF8String text(message->GetData(), message->GetDataLength());
-    // A copy, because the function may replace itself.
-    if (const auto function = _MessageFunction)
-        function(text);
+    // Held during the call, because the function may replace itself.
+    const std::shared_ptr<MessageFunction> function = _MessageFunction;
+    if (function && *function)
+        (*function)(text);
 }

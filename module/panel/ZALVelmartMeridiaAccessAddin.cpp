@@ -192,7 +192,7 @@ void ZALVelmartMeridiaAccessAddin::OnFileDownloadComplete(ZALBaseUnknown*, ZALNo
         // A plain download ends in silence; its warnings are not shown, on purpose.
         if (_Action != ActionOpen)
             return;
-        ShowErrorText(complete->GetConcatenatedWarningsMessageNLS());
+        ShowErrorText(complete->GetConcatenedWarningsMessageNLS());
         OpenDownloadedDocument(paths, complete->GetDocEnvId());
         return;
     }

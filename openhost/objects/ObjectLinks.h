@@ -29,6 +29,8 @@ struct ZALObjectLinks {
     static ZALObjectLinks* Find(const ZALBaseUnknown* object);
     /// Ends every link of `object`.
     static void Drop(ZALBaseUnknown* object);
+    /// Empties the weak references on `object`.
+    static void EmptyWeakReferences(ZALBaseUnknown* object);
     /// A share of the cell of `object`; null for null.
     static ZALWeakCell* ShareCell(ZALBaseUnknown* object);
     static void ReleaseCell(ZALWeakCell* cell);

@@ -30,8 +30,11 @@ unsigned int ZALBaseUnknown::AddRef()
 unsigned int ZALBaseUnknown::Release()
 {
     const unsigned int left = --references_;
-    if (left == 0)
+    if (left == 0) {
+        // Before the destructors: a reference that one of them takes must not end the object again.
+        ZALObjectLinks::EmptyWeakReferences(this);
         delete this;
+    }
     return left;
 }
 
@@ -116,12 +119,18 @@ void ZALObjectLinks::Drop(ZALBaseUnknown* object)
     for (ZALBaseUnknown* implementation : links.implementations)
         if (ZALObjectLinks* other = Find(implementation))
             std::erase_if(other->adapters, [&](const Adapter& linked) { return linked.adapter == object; });
-    if (links.cell) {
-        links.cell->object = nullptr;
-        ReleaseCell(links.cell);
-    }
+    EmptyWeakReferences(object);
     delete object->links_;
     object->links_ = nullptr;
+}
+
+void ZALObjectLinks::EmptyWeakReferences(ZALBaseUnknown* object)
+{
+    ZALObjectLinks* links = Find(object);
+    if (!links || !links->cell)
+        return;
+    links->cell->object = nullptr;
+    ReleaseCell(std::exchange(links->cell, nullptr));
 }
 
 ZALWeakCell* ZALObjectLinks::ShareCell(ZALBaseUnknown* object)

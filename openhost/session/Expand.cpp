@@ -26,14 +26,14 @@ std::string Expand(const std::string& text, const std::function<std::string(cons
     }
 }
 
-nlohmann::ordered_json Expand(nlohmann::ordered_json value,
-                              const std::function<std::string(const std::string& name)>& find)
+nlohmann::ordered_json ExpandAll(nlohmann::ordered_json value,
+                                 const std::function<std::string(const std::string& name)>& find)
 {
     if (value.is_string())
         return Expand(value.get_ref<const std::string&>(), find);
     if (value.is_structured())
         for (auto& member : value)
-            member = Expand(std::move(member), find);
+            member = ExpandAll(std::move(member), find);
     return value;
 }
 

@@ -13,7 +13,7 @@ namespace openhost {
 std::string Expand(const std::string& text, const std::function<std::string(const std::string& name)>& find);
 
 /// `value` with the placeholders in all of its texts replaced; names of members stay as they are.
-nlohmann::ordered_json Expand(nlohmann::ordered_json value,
-                              const std::function<std::string(const std::string& name)>& find);
+nlohmann::ordered_json ExpandAll(nlohmann::ordered_json value,
+                                 const std::function<std::string(const std::string& name)>& find);
 
 } // namespace openhost

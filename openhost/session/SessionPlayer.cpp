@@ -290,7 +290,7 @@ std::string SessionPlayer::ExpandPlaceholders(const std::string& text) const
 
 nlohmann::ordered_json SessionPlayer::ExpandPlaceholders(const nlohmann::ordered_json& value) const
 {
-    return Expand(value, [this](const std::string& name) { return FindPlaceholder(name); });
+    return ExpandAll(value, [this](const std::string& name) { return FindPlaceholder(name); });
 }
 
 void SessionPlayer::JournalResult(const std::string& operation, HRESULT code)

@@ -54,8 +54,8 @@ TEST_F(ConflictCheck, ThirtyOneConflictsShowThirtyNamesAndCountTheOther)
 {
     EXPECT_EQ(Check(Existing(31)), S_OK);
 
-    EXPECT_EQ(Asked().text, "Do you want to overwrite listed files ?\n\n" + Listed(30) +
-                                "\nand 1 other files not listed here");
+    EXPECT_EQ(Asked().text,
+              "Do you want to overwrite listed files ?\n\n" + Listed(30) + "\nand 1 other files not listed here");
 }
 
 TEST_F(ConflictCheck, ThirtyConflictsShowNoRemainder)
@@ -73,8 +73,8 @@ TEST_F(ConflictCheck, OneConflictIsNamedAlone)
 TEST_F(ConflictCheck, ManyConflictsCountAllThatAreLeftOut)
 {
     EXPECT_EQ(Check(Existing(1030)), S_OK);
-    EXPECT_EQ(Asked().text, "Do you want to overwrite listed files ?\n\n" + Listed(30) +
-                                "\nand 1000 other files not listed here");
+    EXPECT_EQ(Asked().text,
+              "Do you want to overwrite listed files ?\n\n" + Listed(30) + "\nand 1000 other files not listed here");
 }
 
 TEST_F(ConflictCheck, QuestionHasItsTitleNameAndStyle)
@@ -308,17 +308,16 @@ TEST_P(ArchiveEntry, IsIgnoredWhenItIsASideFile)
     EXPECT_EQ(IsIgnoredArchiveEntry(GetParam().entry), GetParam().ignored);
 }
 
-INSTANTIATE_TEST_SUITE_P(Names, ArchiveEntry,
-                         ::testing::Values(EntryCase{"a.txt", true}, EntryCase{".txt", true},
-                                           EntryCase{"sub/a.txt", true}, EntryCase{"sub\\a.txt", true},
-                                           EntryCase{"readme.TXT", true}, EntryCase{"readme.Txt", true},
-                                           EntryCase{"kr_metadata.csv", true}, EntryCase{"KR_METADATA.CSV", true},
-                                           EntryCase{"sub/kr_metadata.csv", false},
-                                           EntryCase{"sub\\kr_metadata.csv", false},
-                                           EntryCase{"./kr_metadata.csv", false}, EntryCase{"kr_metadata.csv/", false},
-                                           EntryCase{"kr_metadata.csv.bak", false}, EntryCase{"a.txt/", false},
-                                           EntryCase{"a.txt2", false}, EntryCase{"atxt", false}, EntryCase{"txt", false},
-                                           EntryCase{"a", false}, EntryCase{"", false}, EntryCase{"a.ZALPart", false}));
+INSTANTIATE_TEST_SUITE_P(
+    Names, ArchiveEntry,
+    ::testing::Values(EntryCase{"a.txt", true}, EntryCase{".txt", true}, EntryCase{"sub/a.txt", true},
+                      EntryCase{"sub\\a.txt", true}, EntryCase{"readme.TXT", true}, EntryCase{"readme.Txt", true},
+                      EntryCase{"kr_metadata.csv", true}, EntryCase{"KR_METADATA.CSV", true},
+                      EntryCase{"sub/kr_metadata.csv", false}, EntryCase{"sub\\kr_metadata.csv", false},
+                      EntryCase{"./kr_metadata.csv", false}, EntryCase{"kr_metadata.csv/", false},
+                      EntryCase{"kr_metadata.csv.bak", false}, EntryCase{"a.txt/", false}, EntryCase{"a.txt2", false},
+                      EntryCase{"atxt", false}, EntryCase{"txt", false}, EntryCase{"a", false}, EntryCase{"", false},
+                      EntryCase{"a.ZALPart", false}));
 
 } // namespace
 } // namespace openhost::testing

@@ -88,32 +88,32 @@ TEST_P(Disposition, NamesTheTemporaryFile)
 
 INSTANTIATE_TEST_SUITE_P(
     Values, Disposition,
-    ::testing::Values(
-        DispositionCase{"Plain", "attachment; filename=part.zip", "part.zip"},
-        DispositionCase{"QuotedWithFurtherParameters", "attachment; filename=\"a.zip\"; size=3", "a.zip"},
-        DispositionCase{"BehindOtherParameters", "attachment; size=3; filename=a.zip", "a.zip"},
-        DispositionCase{"WithBlanksInside", "attachment; filename=\"a b.zip\"", "a b.zip"},
-        DispositionCase{"WithManyQuotes", "attachment; filename=\"\"a.zip\"\"", "a.zip"},
-        DispositionCase{"WithOneQuote", "attachment; filename=\"a.zip", "a.zip"},
-        DispositionCase{"BeyondAscii", "attachment; filename=\"\xC3\xA9crou.zip\"", "\xC3\xA9crou.zip"},
-        DispositionCase{"WithoutBlanks", "attachment;filename=a.zip", "a.zip"},
-        DispositionCase{"WithBlanksAround", "  attachment  ;   filename=a.zip   ", "a.zip"},
-        DispositionCase{"InCapitals", "ATTACHMENT; filename=a.zip", "a.zip"},
-        DispositionCase{"FirstOfTwo", "attachment; filename=a.zip; filename=b.zip", "a.zip"},
-        DispositionCase{"BehindTheExtendedForm", "attachment; filename*=UTF-8''b.zip; filename=a.zip", "a.zip"},
-        DispositionCase{"CutAtASemicolonInQuotes", "attachment; filename=\"a;b.zip\"", "a"},
-        DispositionCase{"NotWhenInline", "inline; filename=a.zip", nullptr},
-        DispositionCase{"NotWithoutType", "filename=a.zip", nullptr},
-        DispositionCase{"NotFromTheExtendedForm", "attachment; filename*=UTF-8''a.zip", nullptr},
-        DispositionCase{"NotInsideAToken", "attachment; xfilename=a.zip", nullptr},
-        DispositionCase{"NotBehindAnotherWord", "attachment; x filename=a.zip", nullptr},
-        DispositionCase{"NotWithBlanksBeforeTheSign", "attachment; filename =a.zip", nullptr},
-        DispositionCase{"NotBehindABlankToken", "attachment; ; filename=a.zip", nullptr},
-        DispositionCase{"NotWhenEmpty", "attachment; filename=", nullptr},
-        DispositionCase{"NotWhenOnlyQuotes", "attachment; filename=\"\"", nullptr},
-        DispositionCase{"NotWithoutParameters", "attachment", nullptr},
-        DispositionCase{"NotFromAnEmptyValue", "", nullptr},
-        DispositionCase{"NotFromSemicolons", ";;;", nullptr}),
+    ::testing::Values(DispositionCase{"Plain", "attachment; filename=part.zip", "part.zip"},
+                      DispositionCase{"QuotedWithFurtherParameters", "attachment; filename=\"a.zip\"; size=3", "a.zip"},
+                      DispositionCase{"BehindOtherParameters", "attachment; size=3; filename=a.zip", "a.zip"},
+                      DispositionCase{"WithBlanksInside", "attachment; filename=\"a b.zip\"", "a b.zip"},
+                      DispositionCase{"WithManyQuotes", "attachment; filename=\"\"a.zip\"\"", "a.zip"},
+                      DispositionCase{"WithOneQuote", "attachment; filename=\"a.zip", "a.zip"},
+                      DispositionCase{"BeyondAscii", "attachment; filename=\"écrou.zip\"", "écrou.zip"},
+                      DispositionCase{"WithoutBlanks", "attachment;filename=a.zip", "a.zip"},
+                      DispositionCase{"WithBlanksAround", "  attachment  ;   filename=a.zip   ", "a.zip"},
+                      DispositionCase{"InCapitals", "ATTACHMENT; filename=a.zip", "a.zip"},
+                      DispositionCase{"FirstOfTwo", "attachment; filename=a.zip; filename=b.zip", "a.zip"},
+                      DispositionCase{"BehindTheExtendedForm", "attachment; filename*=UTF-8''b.zip; filename=a.zip",
+                                      "a.zip"},
+                      DispositionCase{"CutAtASemicolonInQuotes", "attachment; filename=\"a;b.zip\"", "a"},
+                      DispositionCase{"NotWhenInline", "inline; filename=a.zip", nullptr},
+                      DispositionCase{"NotWithoutType", "filename=a.zip", nullptr},
+                      DispositionCase{"NotFromTheExtendedForm", "attachment; filename*=UTF-8''a.zip", nullptr},
+                      DispositionCase{"NotInsideAToken", "attachment; xfilename=a.zip", nullptr},
+                      DispositionCase{"NotBehindAnotherWord", "attachment; x filename=a.zip", nullptr},
+                      DispositionCase{"NotWithBlanksBeforeTheSign", "attachment; filename =a.zip", nullptr},
+                      DispositionCase{"NotBehindABlankToken", "attachment; ; filename=a.zip", nullptr},
+                      DispositionCase{"NotWhenEmpty", "attachment; filename=", nullptr},
+                      DispositionCase{"NotWhenOnlyQuotes", "attachment; filename=\"\"", nullptr},
+                      DispositionCase{"NotWithoutParameters", "attachment", nullptr},
+                      DispositionCase{"NotFromAnEmptyValue", "", nullptr},
+                      DispositionCase{"NotFromSemicolons", ";;;", nullptr}),
     [](const auto& parameter) { return parameter.param.name; });
 
 TEST_F(DataHandler, HeaderNamesMatchWithoutRegardToLetterCase)
@@ -209,7 +209,8 @@ TEST_F(DataHandler, ErrorNameNeedsAResponse)
 TEST_F(DataHandler, NameIsChosenAtTheFirstChunk)
 {
     Script().Bytes("first ");
-    Script().Head(200, {{"content-type", "application/octet-stream"}, {"content-disposition", "attachment; filename=a"}});
+    Script().Head(200,
+                  {{"content-type", "application/octet-stream"}, {"content-disposition", "attachment; filename=a"}});
     Script().Bytes("second");
     Script().End();
 
@@ -237,9 +238,9 @@ TEST_P(HostileName, WritesNothingOutsideTheTemporaryFolder)
 
 INSTANTIATE_TEST_SUITE_P(Names, HostileName,
                          ::testing::Values("..", ".", "../victim", "..\\victim", "a/../../victim", "a\\..\\..\\victim",
-                                           "/etc/victim", "\\\\elsewhere\\victim", "missing/evil.zip", "missing\\evil.zip",
-                                           std::string("evil.zip\0/../victim", 19), std::string("\0", 1),
-                                           std::string(5000, 'a')));
+                                           "/etc/victim", "\\\\elsewhere\\victim", "missing/evil.zip",
+                                           "missing\\evil.zip", std::string("evil.zip\0/../victim", 19),
+                                           std::string("\0", 1), std::string(5000, 'a')));
 
 TEST_F(DataHandler, NameWithASeparatorStaysBelowTheTemporaryFolder)
 {
@@ -253,8 +254,8 @@ TEST_F(DataHandler, NameWithASeparatorStaysBelowTheTemporaryFolder)
 TEST_F(DataHandler, NameOfAFolderLeavesTheFolder)
 {
     create_directory(Temp() / "taken");
-    Script().Head(200, {{"content-type", "application/octet-stream"},
-                        {"content-disposition", "attachment; filename=taken"}});
+    Script().Head(
+        200, {{"content-type", "application/octet-stream"}, {"content-disposition", "attachment; filename=taken"}});
     Script().Bytes("x");
     Script().End();
 
@@ -420,20 +421,18 @@ constexpr std::uint64_t Largest = std::numeric_limits<std::uint64_t>::max();
 
 INSTANTIATE_TEST_SUITE_P(
     Transfers, Progress,
-    ::testing::Values(ProgressCase{"WithoutTotal", {{0, 0}, {50, 0}, {Largest, 0}}, {}},
-                      ProgressCase{"Five", {{5, 100}}, {}}, ProgressCase{"Ten", {{10, 100}}, {}},
-                      ProgressCase{"TenAndAFraction", {{109, 1000}}, {}}, ProgressCase{"Eleven", {{11, 100}}, {11}},
-                      ProgressCase{"ElevenThenTwentyOneThenTwentyTwo", {{11, 100}, {21, 100}, {22, 100}}, {11, 22}},
-                      ProgressCase{"HundredTooNearToNinetyFive", {{95, 100}, {100, 100}}, {95}},
-                      ProgressCase{"AllAtOnce", {{100, 100}}, {100}},
-                      ProgressCase{"TheSameTwice", {{50, 100}, {50, 100}}, {50}},
-                      ProgressCase{"Backwards", {{50, 100}, {20, 100}, {55, 100}, {61, 100}}, {50, 61}},
-                      ProgressCase{"BeyondTheTotal", {{250, 100}}, {250}},
-                      ProgressCase{"TotalThatIsTakenBack", {{50, 100}, {60, 0}, {61, 100}}, {50, 61}},
-                      ProgressCase{"LargestNumbers", {{Largest, Largest}}, {100}},
-                      ProgressCase{"OverflowingPercentage",
-                                   {{Largest, 1}, {Largest, 1}, {1, 1}},
-                                   {std::numeric_limits<int>::max()}}),
+    ::testing::Values(
+        ProgressCase{"WithoutTotal", {{0, 0}, {50, 0}, {Largest, 0}}, {}}, ProgressCase{"Five", {{5, 100}}, {}},
+        ProgressCase{"Ten", {{10, 100}}, {}}, ProgressCase{"TenAndAFraction", {{109, 1000}}, {}},
+        ProgressCase{"Eleven", {{11, 100}}, {11}},
+        ProgressCase{"ElevenThenTwentyOneThenTwentyTwo", {{11, 100}, {21, 100}, {22, 100}}, {11, 22}},
+        ProgressCase{"HundredTooNearToNinetyFive", {{95, 100}, {100, 100}}, {95}},
+        ProgressCase{"AllAtOnce", {{100, 100}}, {100}}, ProgressCase{"TheSameTwice", {{50, 100}, {50, 100}}, {50}},
+        ProgressCase{"Backwards", {{50, 100}, {20, 100}, {55, 100}, {61, 100}}, {50, 61}},
+        ProgressCase{"BeyondTheTotal", {{250, 100}}, {250}},
+        ProgressCase{"TotalThatIsTakenBack", {{50, 100}, {60, 0}, {61, 100}}, {50, 61}},
+        ProgressCase{"LargestNumbers", {{Largest, Largest}}, {100}},
+        ProgressCase{"OverflowingPercentage", {{Largest, 1}, {Largest, 1}, {1, 1}}, {std::numeric_limits<int>::max()}}),
     [](const auto& parameter) { return parameter.param.name; });
 
 TEST_F(DataHandler, ProgressCountsThoughNobodyIsCalled)

@@ -105,8 +105,7 @@ TEST_F(DownloadDispatch, FileUrlSucceedsThoughNoFileIsThere)
 TEST_F(DownloadDispatch, FileUrlIsDecoded)
 {
     EXPECT_EQ(Start(OpenInSource("file:///srv/a%20b/%C3%A9crou.ZALPart")), S_OK);
-    EXPECT_THAT(Receiver.Received,
-                ElementsAre(WithFiles(Notification::DownloadSucceeded, {"/srv/a b/écrou.ZALPart"})));
+    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {"/srv/a b/écrou.ZALPart"})));
 }
 
 TEST_F(DownloadDispatch, FileUrlWithoutLocalPathStillSucceedsWithAnEmptyPath)

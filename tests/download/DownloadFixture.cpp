@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
 
 namespace openhost::testing {
@@ -34,8 +34,9 @@ ZALListValZALUnicodeString ListOf(const std::vector<std::string>& texts)
 
 std::string ReadFile(const std::filesystem::path& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream content;
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    return std::move(content).str();
 }
 
 void WriteFile(const std::filesystem::path& path, std::string_view content)

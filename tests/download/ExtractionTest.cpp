@@ -113,8 +113,7 @@ TEST_P(HostileEntry, WritesNothingOutsideTheFolder)
     Extract(ZipBytes().Add(GetParam(), "evil").Add("good", "1"));
 
     EXPECT_EQ(ReadFile(Folder() / "victim"), "untouched");
-    EXPECT_THAT(FilesBelow(Folder()),
-                ElementsAre("parts/good", "temp/VelmartDownloadedQ7Files.zip", "victim"));
+    EXPECT_THAT(FilesBelow(Folder()), ElementsAre("parts/good", "temp/VelmartDownloadedQ7Files.zip", "victim"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Names, HostileEntry,
@@ -304,8 +303,8 @@ TEST_F(Extraction, RootProductInTheFirstPlaceStaysThere)
 TEST_F(Extraction, ListWithoutProductKeepsArchiveOrder)
 {
     Finish(ZipBytes().Add("z.ZALPart").Add("a.ZALPart"));
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded,
-                                                         {InParts("z.ZALPart"), InParts("a.ZALPart")})));
+    EXPECT_THAT(Receiver.Received,
+                ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("z.ZALPart"), InParts("a.ZALPart")})));
 }
 
 TEST_F(Extraction, SecondOfTwoUnreferencedProductsMovesToTheFront)
@@ -324,10 +323,9 @@ TEST_F(Extraction, FirstProductMovesToTheFrontWhenTwoHaveTheSameName)
 {
     Finish(ZipBytes().Add("x.ZALPart").Add("one/A.ZALProduct").Add("two/A.ZALProduct"));
 
-    EXPECT_THAT(Receiver.Received,
-                ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("one\\A.ZALProduct"),
-                                                                        InParts("x.ZALPart"),
-                                                                        InParts("two\\A.ZALProduct")})));
+    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded,
+                                                         {InParts("one\\A.ZALProduct"), InParts("x.ZALPart"),
+                                                          InParts("two\\A.ZALProduct")})));
 }
 
 } // namespace

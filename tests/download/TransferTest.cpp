@@ -17,10 +17,7 @@ constexpr auto Pause = std::chrono::milliseconds(2000);
 class DownloadTransfer : public DownloadFixture {
 protected:
     static std::string Body() { return ZipBytes().Add("a.ZALPart", "part").Bytes(); }
-    ZALDlgProgress* Bar()
-    {
-        return dynamic_cast<ZALDlgProgress*>(Surface().Find(ProgressWindow, "VLProgressBar"));
-    }
+    ZALDlgProgress* Bar() { return dynamic_cast<ZALDlgProgress*>(Surface().Find(ProgressWindow, "VLProgressBar")); }
     std::chrono::steady_clock::duration TimeOfStart()
     {
         const auto begin = std::chrono::steady_clock::now();
@@ -89,11 +86,10 @@ TEST_F(DownloadTransfer, ShowsTheProgressDialog)
 {
     StartTransfer();
 
-    EXPECT_THAT(Surface().WindowEvents(),
-                ElementsAre(AllOf(Field(&ScriptedSurface::WindowEvent::name, ProgressWindow),
-                                  Field(&ScriptedSurface::WindowEvent::style, 0x44200U),
-                                  Field(&ScriptedSurface::WindowEvent::action,
-                                        ScriptedSurface::WindowEvent::Action::Shown))));
+    EXPECT_THAT(Surface().WindowEvents(), ElementsAre(AllOf(Field(&ScriptedSurface::WindowEvent::name, ProgressWindow),
+                                                            Field(&ScriptedSurface::WindowEvent::style, 0x44200U),
+                                                            Field(&ScriptedSurface::WindowEvent::action,
+                                                                  ScriptedSurface::WindowEvent::Action::Shown))));
     EXPECT_EQ(Probe.ProgressDlg(), Surface().Find(ProgressWindow));
 }
 

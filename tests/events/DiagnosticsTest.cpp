@@ -115,7 +115,7 @@ TEST(Stopwatch, RoundsTowardZero)
         const Clock::time_point beforeStart = Clock::now();
         Chrono::Start();
         const Clock::time_point afterStart = Clock::now();
-        SpinFor(1900us);
+        SpinFor(1600us);
         const Clock::time_point beforeRead = Clock::now();
         const std::uint64_t elapsed = Chrono::GetElapsed();
         const Clock::time_point afterRead = Clock::now();

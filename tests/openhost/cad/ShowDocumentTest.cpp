@@ -33,7 +33,7 @@ protected:
                 link = document.links.insert(link, child);
             const auto index = static_cast<std::uint32_t>(link - document.links.begin());
             document.children.push_back(
-                {"i" + std::to_string(document.children.size() + 1), index, {1, 0, 0, 1.5, 0, 1, 0, 0, 0, 0, 1, -2}});
+                {std::to_string(document.children.size() + 1), index, {1, 0, 0, 1.5, 0, 1, 0, 0, 0, 0, 1, -2}});
         }
         WriteDocument(document, folder_.Path() / (name + ".ZALProduct"));
     }

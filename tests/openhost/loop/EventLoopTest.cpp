@@ -407,7 +407,7 @@ TYPED_TEST(AnyEventLoop, SurvivesThatWhatItDropsComesBackToIt)
         }
     };
     const auto timer = this->loop->CallAfter(0ms, [] { FAIL() << "a timer of a loop that has ended"; });
-    this->loop->Post([back = std::make_shared<ComesBack>(this->loop.get(), timer)] {});
+    this->loop->Post([back = std::shared_ptr<ComesBack>(new ComesBack{this->loop.get(), timer})] {});
     this->loop.reset();
 }
 

@@ -39,7 +39,7 @@ TEST(Expand, APlaceholderWithoutAnEndIsAnError)
 TEST(Expand, AllTextsOfAValueAreReplacedAndNoNames)
 {
     const auto value = nlohmann::ordered_json::parse(R"({"${K}": ["${A}", 1, {"b": "${B}"}], "n": null})");
-    EXPECT_EQ(Expand(value, Shout).dump(), R"({"${K}":["<A>",1,{"b":"<B>"}],"n":null})");
+    EXPECT_EQ(ExpandAll(value, Shout).dump(), R"({"${K}":["<A>",1,{"b":"<B>"}],"n":null})");
 }
 
 } // namespace openhost

@@ -18,7 +18,8 @@ std::string ErrorOf(std::string_view text)
 
 TEST(LocatedJson, ValuesKnowTheirLines)
 {
-    const LocatedJson root = LocatedJson::Parse("\n{ \"a\": 1\n,\"b\": [\n1\n,\n2,3\n, \"x\",\ntrue\n],\n\"c\":\n{}}\n");
+    const LocatedJson root =
+        LocatedJson::Parse("\n{ \"a\": 1\n,\"b\": [\n1\n,\n2,3\n, \"x\",\ntrue\n],\n\"c\":\n{}}\n");
     EXPECT_EQ(root.line, 2);
     EXPECT_EQ(root.Find("a")->line, 2);
     const LocatedJson& list = *root.Find("b");

@@ -1,0 +1,142 @@
+#include "tests/journeys/JourneyFixture.h"
+
+#include "openhost/cad/CompoundDocumentKernel.h"
+#include "openhost/commands/Commands.h"
+#include "openhost/dialogs/SettingsStore.h"
+#include "openhost/files/PathVariables.h"
+#include "openhost/frame/Frame.h"
+#include "openhost/http/CurlTransport.h"
+#include "openhost/loop/UvEventLoop.h"
+#include "openhost/text/Utf.h"
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace openhost::testing {
+
+namespace {
+
+constexpr std::chrono::minutes Patience{1};
+
+std::string Replaced(std::string text, const std::string& placeholder, const std::string& value)
+{
+    for (std::size_t at = text.find(placeholder); at != std::string::npos; at = text.find(placeholder, at + value.size()))
+        text.replace(at, placeholder.size(), value);
+    return text;
+}
+
+} // namespace
+
+CompletionListener::CompletionListener()
+{
+    AddCallback(ZALVelmartFileDownloader::GetInstance(), ZALVelmartFileDownloadCompleteNotification::ClassName(),
+                &CompletionListener::OnComplete, nullptr);
+}
+
+void CompletionListener::OnComplete(ZALBaseUnknown*, ZALNotification* notification, void*)
+{
+    const auto& complete = *ZALSysDynamicCast<ZALVelmartFileDownloadCompleteNotification>(notification);
+    Completion completion{complete.GetStatus(), {}, ToUtf8(complete.GetDocEnvId())};
+    for (int index = 1; index <= complete.GetDownloadedFilesPathes().Size(); ++index)
+        completion.files.push_back(Replaced(ToUtf8(complete.GetDownloadedFilesPathes()[index]), "\\", "/"));
+    completions_.push_back(completion);
+}
+
+JourneyFixture::JourneyFixture() : service_(VELMART_ITEMS_DIR)
+{
+    std::filesystem::create_directory(Temp());
+    std::filesystem::create_directory(Parts());
+    SetPathVariable(TemporaryFolderVariable, Temp());
+    SetPathVariable(InstallationVariable, VELMART_SOURCE_DIR "/installation");
+
+    EventLoop::Install(std::make_unique<UvEventLoop>());
+    HttpTransport::Install(std::make_unique<CurlTransport>());
+    DocumentKernel::Install(std::make_unique<CompoundDocumentKernel>());
+    auto surface = std::make_unique<ScriptedSurface>();
+    surface_ = surface.get();
+    DialogSurface::Install(std::move(surface));
+    ConfigureFrame({});
+    ConfigureCommands({});
+    SettingsStore::Current().Reset();
+    SettingsStore::Current().SetValues({true, FromUtf8(Parts().string())});
+
+    service_.Start();
+    listener_ = new CompletionListener;
+    addin_ = new ZALVelmartMeridiaAccessAddin;
+}
+
+JourneyFixture::~JourneyFixture()
+{
+    addin_->Release();
+    listener_->Release();
+    EventLoop::Current().RunUntilIdle(Patience);
+    service_.Stop();
+    ResetFrame();
+    ResetCommands();
+    UnsetPathVariable(TemporaryFolderVariable);
+    UnsetPathVariable(InstallationVariable);
+}
+
+nlohmann::json JourneyFixture::RequestOf(const std::string& id) const
+{
+    const std::string text = ReadFile(std::filesystem::path(VELMART_ITEMS_DIR) / "items" / (id + ".json"));
+    return nlohmann::json::parse(
+        Replaced(Replaced(text, "${BASE}", Base()), "${FILES}",
+                 (std::filesystem::path(VELMART_ITEMS_DIR) / "files").string()));
+}
+
+nlohmann::json JourneyFixture::RequestFor(const std::string& address)
+{
+    return {{"id", 1}, {"attributes", {{"downloadUrls", {{"ZALOR_RAW", address}}}}}};
+}
+
+HRESULT JourneyFixture::Send(const std::string& event, const nlohmann::json& content)
+{
+    const nlohmann::json message = {{"event", event}, {"content", content}};
+    return addin_->OnJSMessage(FromUtf8(message.dump()));
+}
+
+void JourneyFixture::RunUntilIdle()
+{
+    ASSERT_EQ(EventLoop::Current().RunUntilIdle(Patience), RunEnd::Idle);
+}
+
+void JourneyFixture::RunUntil(const std::function<bool()>& done)
+{
+    ASSERT_EQ(EventLoop::Current().RunUntil(done, Patience), RunEnd::Done);
+}
+
+std::optional<CompletionListener::Completion> JourneyFixture::Download(const nlohmann::json& content)
+{
+    const std::size_t before = listener_->Completions().size();
+    EXPECT_EQ(Send("velmart_download", content), S_OK);
+    RunUntilIdle();
+    if (listener_->Completions().size() != before + 1) {
+        ADD_FAILURE() << listener_->Completions().size() - before << " completions of one download";
+        return std::nullopt;
+    }
+    return listener_->Completions().back();
+}
+
+std::vector<std::string> JourneyFixture::FilesInParts() const
+{
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(Parts()))
+        if (entry.is_regular_file())
+            files.push_back(std::filesystem::relative(entry.path(), Parts()).string());
+    std::ranges::sort(files);
+    return files;
+}
+
+std::string ReadFile(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        throw std::runtime_error("cannot read " + path.string());
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace openhost::testing

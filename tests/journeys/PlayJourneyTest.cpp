@@ -1,0 +1,217 @@
+// Whole sessions as a user plays them: the program openhost, the shared library of the module, the catalogue.
+
+#include "catalogue/service/CatalogueService.h"
+#include "openhost/files/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+using ::testing::HasSubstr;
+using nlohmann::json;
+
+namespace {
+
+std::string ReadText(const std::filesystem::path& path)
+{
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace
+
+class PlayJourney : public ::testing::Test {
+protected:
+    PlayJourney() : service_(VELMART_ITEMS_DIR)
+    {
+        service_.Start();
+        std::filesystem::create_directory(Parts());
+    }
+
+    struct Play {
+        int status;
+        std::vector<json> journal;
+        std::string output;
+        std::string error;
+    };
+
+    std::filesystem::path Parts() const { return folder_.Path() / "parts"; }
+
+    /// Plays `session`, a JSON text, with the address of the catalogue as ${BASE} and the user's folder as ${PARTS}.
+    Play PlaySession(const std::string& session, const std::string& options = "")
+    {
+        const std::filesystem::path file = folder_.Path() / "session.json";
+        const std::filesystem::path journal = folder_.Path() / "journal";
+        std::ofstream(file) << session;
+        const std::string command = std::string(VELMART_BINARY_DIR) + "/bin/openhost play '" + file.string() +
+                                    "' --journal '" + journal.string() + "' --set BASE=" + service_.GetAddress() +
+                                    " --set PARTS='" + Parts().string() + "' " + options + " >'" +
+                                    (folder_.Path() / "out").string() + "' 2>'" + (folder_.Path() / "err").string() + "'";
+        const int status = std::system(command.c_str());
+        Play play{WEXITSTATUS(status), {}, ReadText(folder_.Path() / "out"), ReadText(folder_.Path() / "err")};
+        std::ifstream lines(journal);
+        for (std::string line; std::getline(lines, line);)
+            play.journal.push_back(json::parse(line));
+        return play;
+    }
+
+    static std::vector<json> Events(const Play& play, const std::string& name)
+    {
+        std::vector<json> events;
+        std::ranges::copy_if(play.journal, std::back_inserter(events),
+                             [&](const json& event) { return event["event"] == name; });
+        return events;
+    }
+
+    std::string Request(const std::string& id) const
+    {
+        return ReadText(std::filesystem::path(VELMART_ITEMS_DIR) / "items" / (id + ".json"));
+    }
+
+    std::string DownloadSession(const std::string& content, const std::string& more = "") const
+    {
+        return R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true}, "traces": true,
+            "variables": {"FILES": "/none"},
+            "steps": [{"message": {"event": "velmart_ready", "content": {}}},
+                      {"message": {"event": "velmart_download", "content": )" +
+               content + R"(}}, {"wait": "idle", "seconds": 60})" + more + "]}";
+    }
+
+private:
+    openhost::TemporaryFolder folder_;
+    catalogue::CatalogueService service_;
+};
+
+TEST_F(PlayJourney, TheMainSessionBringsTheFilesAndTellsEachStep)
+{
+    const Play play = PlaySession(DownloadSession(Request("bearing-unit-20")));
+    ASSERT_EQ(play.status, 0) << play.error;
+
+    std::vector<std::string> order;
+    for (const json& event : play.journal)
+        if (order.empty() || order.back() != event["event"])
+            order.push_back(event["event"]);
+    const auto position = [&](const std::string& name) { return std::ranges::find(order, name) - order.begin(); };
+    EXPECT_LT(position("request"), position("transfer"));
+    EXPECT_LT(position("transfer"), position("extracted"));
+    EXPECT_EQ(order.back(), "end");
+
+    const std::vector<json> requests = Events(play, "request");
+    ASSERT_EQ(requests.size(), 1u);
+    EXPECT_EQ(requests[0]["method"], "GET");
+    EXPECT_EQ(requests[0]["headers"]["Accept"], "*/*");
+
+    const std::vector<json> transfers = Events(play, "transfer");
+    ASSERT_EQ(transfers.size(), 1u);
+    EXPECT_EQ(transfers[0]["bytes"],
+              std::filesystem::file_size(std::filesystem::path(VELMART_ITEMS_DIR) / "files" / "bearing-unit-20.zip"));
+
+    const std::vector<json> extracted = Events(play, "extracted");
+    ASSERT_FALSE(extracted.empty());
+    for (const json& file : extracted)
+        EXPECT_TRUE(std::filesystem::is_regular_file(file["path"].get<std::string>())) << file;
+
+    const std::vector<json> notifications = Events(play, "notification");
+    EXPECT_TRUE(std::ranges::any_of(notifications, [](const json& notification) {
+        return notification["class"] == "ZALVelmartFileDownloadCompleteNotification";
+    }));
+    for (const json& result : Events(play, "result"))
+        EXPECT_EQ(result["code"], "S_OK") << result;
+    EXPECT_TRUE(std::ranges::any_of(Events(play, "trace"), [](const json& trace) {
+        return trace["text"] == "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_download";
+    }));
+    EXPECT_TRUE(std::ranges::any_of(Events(play, "window"), [](const json& window) {
+        return window["name"] == "ZALVelmartDownloadProgressDlg" && window["action"] == "shown";
+    }));
+}
+
+TEST_F(PlayJourney, TheAccountTellsTheMessageTheFilesAndTheTree)
+{
+    const Play play = PlaySession(DownloadSession(Request("bolted-joint-m8")), "--account");
+    ASSERT_EQ(play.status, 0) << play.error;
+    EXPECT_THAT(play.output, HasSubstr("velmart_download"));
+    EXPECT_THAT(play.output, HasSubstr("GET http://127.0.0.1:"));
+    EXPECT_THAT(play.output, HasSubstr(" bytes  "));
+    for (const auto& file : std::filesystem::directory_iterator(Parts()))
+        EXPECT_THAT(play.output, HasSubstr(file.path().filename().string()));
+}
+
+TEST_F(PlayJourney, TwoSessionsOfOneKindGiveTheSameEvents)
+{
+    const auto names = [](const Play& play) {
+        std::vector<std::string> events;
+        for (const json& event : play.journal)
+            if (event["event"] != "progress")
+                events.push_back(event["event"]);
+        return events;
+    };
+    const Play first = PlaySession(DownloadSession(Request("bolted-joint-m8")));
+    std::filesystem::remove_all(Parts());
+    std::filesystem::create_directory(Parts());
+    const Play second = PlaySession(DownloadSession(Request("bolted-joint-m8")));
+    EXPECT_EQ(names(first), names(second));
+}
+
+TEST_F(PlayJourney, AFailedDownloadIsToldAndTheSessionGoesOn)
+{
+    const Play play = PlaySession(DownloadSession(R"({"download": "${BASE}/files/none.zip"})",
+                                                  R"(, {"message": {"event": "velmart_over", "content": null}})"));
+    EXPECT_EQ(play.status, 0) << play.error;
+    const std::vector<json> dialogs = Events(play, "dialog");
+    ASSERT_EQ(dialogs.size(), 1u);
+    EXPECT_EQ(dialogs[0]["name"], "FileDownloadErrorNotify");
+    EXPECT_EQ(dialogs[0]["style"], 16384);
+    EXPECT_EQ(dialogs[0]["answer"], 0);
+}
+
+TEST_F(PlayJourney, AnInsertOutsideTheProductWorkshopIsRefused)
+{
+    const Play play = PlaySession(R"({"workshop": "PartWorkshop", "steps": [
+        {"message": {"event": "velmart_insert", "content": {"download": "${BASE}/files/bolted-joint-m8.zip"}}}]})");
+    EXPECT_EQ(play.status, 0) << play.error;
+    ASSERT_EQ(Events(play, "dialog").size(), 1u);
+    EXPECT_EQ(Events(play, "dialog")[0]["name"], "FileOpenInsertReplaceErrorNotify");
+    EXPECT_EQ(Events(play, "result").back()["code"], "0x80004005");
+    EXPECT_TRUE(Events(play, "request").empty());
+}
+
+TEST_F(PlayJourney, AWaitForWhatCannotComeFailsTheSession)
+{
+    const Play play = PlaySession(R"({"steps": [{"message": {"event": "velmart_over", "content": 0}},
+                                                {"wait": "transfer", "seconds": 5}]})");
+    EXPECT_EQ(play.status, 1);
+    EXPECT_EQ(play.journal.back()["event"], "end");
+    EXPECT_EQ(play.journal.back()["step"], 2);
+}
+
+TEST_F(PlayJourney, ABadSessionIsRefusedWithItsLine)
+{
+    const Play play = PlaySession("{\n\"steps\": [\n{\"messages\": {}}]}");
+    EXPECT_EQ(play.status, 2);
+    EXPECT_THAT(play.error, HasSubstr(":3:"));
+    EXPECT_TRUE(play.journal.empty());
+}
+
+TEST_F(PlayJourney, ShowPrintsTheTreeOfADownloadedAssembly)
+{
+    ASSERT_EQ(PlaySession(DownloadSession(Request("bolted-joint-m8"))).status, 0);
+    std::filesystem::path product;
+    for (const auto& file : std::filesystem::directory_iterator(Parts()))
+        if (file.path().extension() == ".ZALProduct")
+            product = file.path();
+    ASSERT_FALSE(product.empty());
+    const std::filesystem::path output = Parts() / "shown";
+    const std::string command =
+        std::string(VELMART_BINARY_DIR) + "/bin/openhost show '" + product.string() + "' >'" + output.string() + "'";
+    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 0);
+    EXPECT_THAT(ReadText(output), HasSubstr(product.filename().string()));
+    EXPECT_THAT(ReadText(output), HasSubstr(".ZALPart"));
+}

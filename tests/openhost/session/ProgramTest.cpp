@@ -1,0 +1,124 @@
+#include "openhost/documents/CadDocument.h"
+#include "openhost/files/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include <sys/wait.h>
+
+namespace openhost {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+/// Runs the program openhost.
+class ProgramTest : public ::testing::Test {
+protected:
+    /// Runs it with `arguments`, words of a shell, and returns its exit status.
+    int Run(const std::string& arguments)
+    {
+        const std::string files = " >" + (folder_.Path() / "out").string() + " 2>" + (folder_.Path() / "err").string();
+        const int status = std::system(
+            ("cd " + folder_.Path().string() + " && " VELMART_BINARY_DIR "/bin/openhost " + arguments + files).c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    std::string Read(const std::string& name) const
+    {
+        std::ifstream file(folder_.Path() / name, std::ios::binary);
+        std::stringstream content;
+        content << file.rdbuf();
+        return content.str();
+    }
+
+    void Write(const std::string& name, const std::string& content) const
+    {
+        std::ofstream(folder_.Path() / name, std::ios::binary) << content;
+    }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(ProgramTest, HelpTellsTheCommands)
+{
+    EXPECT_EQ(Run("--help"), 0);
+    EXPECT_THAT(Read("out"), HasSubstr("openhost play SESSION.json"));
+    EXPECT_THAT(Read("out"), HasSubstr("openhost show FILE"));
+}
+
+TEST_F(ProgramTest, WrongUseIsExplained)
+{
+    for (const char* arguments : {"", "other", "play", "play a b", "play --journal", "play a --set", "play a --set =x",
+                                  "play a --set x", "play a --other", "show", "show a b"}) {
+        EXPECT_EQ(Run(arguments), 2) << arguments;
+        EXPECT_THAT(Read("err"), StartsWith("openhost: ")) << arguments;
+    }
+}
+
+TEST_F(ProgramTest, AFileThatIsNoSessionIsStatus2WithLineAndReason)
+{
+    Write("session.json", "{\n\"steps\": [],\n\"other\": 1}");
+    EXPECT_EQ(Run("play session.json --journal journal"), 2);
+    EXPECT_EQ(Read("err"), "session.json:3: a session has the unknown key \"other\"\n");
+    EXPECT_EQ(Read("out"), "");
+    EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "journal"));
+}
+
+TEST_F(ProgramTest, AMissingSessionIsStatus2)
+{
+    EXPECT_EQ(Run("play missing.json"), 2);
+    EXPECT_THAT(Read("err"), StartsWith("missing.json:1: "));
+}
+
+TEST_F(ProgramTest, APlayedSessionIsStatus0AndItsJournalOnStandardOutput)
+{
+    Write("session.json", R"({"steps": [{"message": {"event": "velmart_over", "content": "${TEXT}"}}]})");
+    EXPECT_EQ(Run("play session.json --set TEXT=a=b"), 0) << Read("err");
+    EXPECT_THAT(Read("out"), EndsWith("{\"event\":\"end\",\"status\":0}\n"));
+}
+
+TEST_F(ProgramTest, AFailedStepIsStatus1AndTheJournalInItsFile)
+{
+    Write("session.json", R"({"steps": [{"wait": "idle"}, {"wait": "transfer"}]})");
+    EXPECT_EQ(Run("play session.json --journal journal"), 1);
+    EXPECT_EQ(Read("out"), "");
+    EXPECT_THAT(Read("journal"), HasSubstr("{\"event\":\"end\",\"status\":1,\"step\":2,\"reason\":"));
+}
+
+TEST_F(ProgramTest, AnotherModuleCanBeNamed)
+{
+    Write("session.json", R"({"steps": []})");
+    EXPECT_EQ(Run("play session.json --module missing.so"), 1);
+    EXPECT_THAT(Read("out"), HasSubstr("missing.so"));
+
+    ::setenv("OPENHOST_MODULE", "elsewhere.so", 1);
+    EXPECT_EQ(Run("play session.json"), 1);
+    EXPECT_THAT(Read("out"), HasSubstr("elsewhere.so"));
+    EXPECT_EQ(Run("play session.json --module " VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so"), 0);
+    ::unsetenv("OPENHOST_MODULE");
+}
+
+TEST_F(ProgramTest, ShowPrintsADocument)
+{
+    CadDocument document;
+    document.kind = DocumentKind::Product;
+    document.partNumber = "P-100";
+    WriteDocument(document, folder_.Path() / "a.ZALProduct");
+    EXPECT_EQ(Run("show a.ZALProduct"), 0) << Read("err");
+    EXPECT_THAT(Read("out"), HasSubstr("P-100"));
+}
+
+TEST_F(ProgramTest, ShowOfWhatIsNoDocumentIsStatus1)
+{
+    Write("text", "text");
+    EXPECT_EQ(Run("show text"), 1);
+    EXPECT_EQ(Run("show missing"), 1);
+    EXPECT_THAT(Read("err"), HasSubstr("missing"));
+}
+
+} // namespace openhost

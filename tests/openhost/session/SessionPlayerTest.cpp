@@ -1,0 +1,466 @@
+#include "openhost/session/SessionPlayer.h"
+
+#include "catalogue/service/CatalogueService.h"
+#include "openhost/dialogs/SettingsStore.h"
+#include "openhost/documents/CadDocument.h"
+#include "openhost/files/PathVariables.h"
+#include "openhost/files/TemporaryFolder.h"
+#include "openhost/journal/Journal.h"
+#include "openhost/session/SessionFile.h"
+
+#include "host/frame.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+#include <sstream>
+
+#include <stdlib.h>
+
+namespace openhost {
+
+using Json = nlohmann::ordered_json;
+using ::testing::Contains;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+/// Calls a function for each line that is written to a stream.
+class LineObserver : public std::stringbuf {
+public:
+    explicit LineObserver(std::function<void()> observe) : observe_(std::move(observe)) {}
+    int sync() override
+    {
+        observe_();
+        return std::stringbuf::sync();
+    }
+
+private:
+    std::function<void()> observe_;
+};
+
+/// Plays sessions with the real module, against a real service.
+class SessionPlayerTest : public ::testing::Test {
+protected:
+    SessionPlayerTest() : service_(service_folder_.Path())
+    {
+        service_.Start();
+        std::filesystem::create_directory(Downloads());
+    }
+
+    std::filesystem::path Downloads() const { return folder_.Path() / "downloads"; }
+
+    /// Plays the session `text`. "${BASE}" is the address of the service, "${DOWNLOADS}" an empty folder.
+    int Play(const std::string& text)
+    {
+        const Session session =
+            ParseSession(text, folder_.Path(), {{"BASE", service_.GetAddress()}, {"DOWNLOADS", Downloads().string()}});
+        LineObserver lines([this] { observe_(); });
+        std::ostream output(&lines);
+        JournalWriter writer(output);
+        const int status = SessionPlayer(session, {module_, folder_.Path() / "installation"}, writer).Play();
+
+        events_.clear();
+        std::istringstream journal(lines.str());
+        for (std::string line; std::getline(journal, line);)
+            events_.push_back(Json::parse(line));
+        return status;
+    }
+
+    /// Plays `steps` with the folder of downloads settled.
+    int PlaySteps(const std::string& steps)
+    {
+        return Play(R"({"settings": {"DownloadLocation": "${DOWNLOADS}", "DoNotRemindDownloadLocation": true},
+                        "steps": [)" +
+                    steps + "]}");
+    }
+
+    /// A step that downloads what `path` of the service gives.
+    static std::string Download(const std::string& path)
+    {
+        return R"({"message": {"event": "velmart_download", "content": {"downloadUrl": "${BASE})" + path + "\"}}}";
+    }
+
+    /// The events named `name`.
+    std::vector<Json> EventsOf(const std::string& name) const
+    {
+        std::vector<Json> found;
+        std::copy_if(events_.begin(), events_.end(), std::back_inserter(found),
+                     [&](const Json& event) { return event.at("event") == name; });
+        return found;
+    }
+
+    std::string Reason() const { return events_.back().value("reason", ""); }
+
+    TemporaryFolder service_folder_;
+    TemporaryFolder folder_;
+    catalogue::CatalogueService service_;
+    std::filesystem::path module_ = VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so";
+    std::function<void()> observe_ = [] {};
+    std::vector<Json> events_;
+};
+
+TEST_F(SessionPlayerTest, ASessionWithoutStepsIsDone)
+{
+    EXPECT_EQ(PlaySteps(""), SessionPlayer::Done);
+    EXPECT_EQ(events_.back(), Json::parse(R"({"event": "end", "status": 0})"));
+}
+
+TEST_F(SessionPlayerTest, AModuleThatCannotBeLoadedFailsBeforeAnyStep)
+{
+    module_ = folder_.Path() / "missing.so";
+    EXPECT_EQ(PlaySteps(R"({"wait": "idle"})"), SessionPlayer::Failed);
+    EXPECT_THAT(Reason(), HasSubstr("missing.so"));
+    EXPECT_FALSE(events_.back().contains("step"));
+    EXPECT_TRUE(EventsOf("step").empty());
+}
+
+TEST_F(SessionPlayerTest, AFileThatIsNoModuleFails)
+{
+    module_ = folder_.Path() / "text.so";
+    std::ofstream(module_) << "text";
+    EXPECT_EQ(PlaySteps(""), SessionPlayer::Failed);
+}
+
+TEST_F(SessionPlayerTest, ADownloadBringsItsFilesAndItsNotification)
+{
+    EXPECT_EQ(PlaySteps(Download("/archive?entries=5&products=3") + R"(, {"wait": "notification"})"),
+              SessionPlayer::Done);
+    for (const char* name : {"part-000001.ZALPart", "part-000002.ZALPart", "product-000001.ZALProduct"})
+        EXPECT_TRUE(std::filesystem::exists(Downloads() / name)) << name;
+    EXPECT_EQ(EventsOf("request").size(), 1U);
+    EXPECT_EQ(EventsOf("transfer").at(0).at("status"), 2);
+    EXPECT_EQ(EventsOf("extracted").size(), 5U);
+    EXPECT_EQ(EventsOf("notification").at(0).at("class"), "ZALVelmartFileDownloadCompleteNotification");
+}
+
+TEST_F(SessionPlayerTest, StepsAreNumberedAndNamed)
+{
+    EXPECT_EQ(PlaySteps(R"({"wait": "idle"}, {"message": "x"})"), SessionPlayer::Done);
+    EXPECT_EQ(EventsOf("step"), (std::vector<Json>{{{"event", "step"}, {"number", 1}, {"key", "wait"}},
+                                                   {{"event", "step"}, {"number", 2}, {"key", "message"}}}));
+}
+
+TEST_F(SessionPlayerTest, WhatTheModuleAnswersIsRecordedAndFailsNoStep)
+{
+    EXPECT_EQ(PlaySteps(R"({"message": "no JSON"}, {"message": {"event": "velmart_over", "content": 0}})"),
+              SessionPlayer::Done);
+    EXPECT_EQ(EventsOf("result").at(1), Json::parse(R"({"event": "result", "operation": "OnJSMessage",
+                                                        "code": "0x80004005"})"));
+    EXPECT_EQ(EventsOf("result").at(2).at("code"), "S_OK");
+}
+
+TEST_F(SessionPlayerTest, APageAddressReachesTheModule)
+{
+    EXPECT_EQ(PlaySteps(R"({"url": "https://elsewhere.example/"})"), SessionPlayer::Done);
+    EXPECT_EQ(EventsOf("result").back().at("operation"), "OnPageUrl");
+    EXPECT_EQ(EventsOf("result").back().at("code"), "S_OK");
+}
+
+TEST_F(SessionPlayerTest, PlaceholdersInAMessageCannotBreakItsJson)
+{
+    const Session session = ParseSession(R"({"steps": [{"message": {"event": "velmart_over", "content": "${TEXT}"}}]})",
+                                         folder_.Path(), {{"TEXT", "\"}, broken {"}});
+    std::ostringstream output;
+    JournalWriter writer(output);
+    EXPECT_EQ(SessionPlayer(session, {module_, ""}, writer).Play(), SessionPlayer::Done);
+    EXPECT_THAT(output.str(), HasSubstr(R"("OnJSMessage","code":"S_OK")"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Waiting
+
+TEST_F(SessionPlayerTest, AWaitFindsAnEventOfTheStepBefore)
+{
+    EXPECT_EQ(PlaySteps(R"({"message": {"event": "velmart_ready", "content": {}}}, {"wait": "notification"})"),
+              SessionPlayer::Done);
+}
+
+TEST_F(SessionPlayerTest, OneEventEndsOneWait)
+{
+    EXPECT_EQ(PlaySteps(R"({"message": {"event": "velmart_ready", "content": {}}},
+                           {"wait": "notification"}, {"wait": "notification"})"),
+              SessionPlayer::Failed);
+    EXPECT_EQ(events_.back().at("step"), 3);
+}
+
+TEST_F(SessionPlayerTest, AStepThatActsForgetsTheEventsOfBefore)
+{
+    EXPECT_EQ(PlaySteps(R"({"message": {"event": "velmart_ready", "content": {}}}, {"message": "x"},
+                           {"wait": "notification"})"),
+              SessionPlayer::Failed);
+}
+
+TEST_F(SessionPlayerTest, AnAnswerForgetsNoEvents)
+{
+    EXPECT_EQ(PlaySteps(R"({"message": {"event": "velmart_ready", "content": {}}},
+                           {"answer": {"dialog": "d", "button": 1}}, {"wait": "notification"})"),
+              SessionPlayer::Done);
+}
+
+TEST_F(SessionPlayerTest, AWaitForWhatCannotComeFailsAtOnce)
+{
+    EXPECT_EQ(PlaySteps(R"({"wait": "transfer", "seconds": 86400})"), SessionPlayer::Failed);
+    EXPECT_EQ(events_.back(), Json::parse(R"({"event": "end", "status": 1, "step": 1, "reason":
+        "no event \"transfer\" has come, and nothing is left that could bring it"})"));
+}
+
+TEST_F(SessionPlayerTest, AWaitEndsAtItsLimitAlsoWhileATransferRuns)
+{
+    EXPECT_EQ(PlaySteps(Download("/archive?entries=100&piece=1&pause=600000") +
+                        R"(, {"wait": "notification", "seconds": 0.05})"),
+              SessionPlayer::Failed);
+    EXPECT_EQ(events_.back().at("step"), 2);
+    EXPECT_EQ(Reason(), "no event \"notification\" has come within 50 ms");
+}
+
+TEST_F(SessionPlayerTest, AWaitForIdleEndsAtItsLimit)
+{
+    EXPECT_EQ(
+        PlaySteps(Download("/archive?entries=100&piece=1&pause=600000") + R"(, {"wait": "idle", "seconds": 0.05})"),
+        SessionPlayer::Failed);
+    EXPECT_EQ(Reason(), "the host has not become idle within 50 ms");
+}
+
+// ---------------------------------------------------------------------------------------------
+// Dialogs
+
+TEST_F(SessionPlayerTest, APushOnTheCloseBoxCancelsADownload)
+{
+    EXPECT_EQ(PlaySteps(Download("/archive?entries=100&piece=1&pause=600000") + R"(, {"wait": "window"},
+                        {"push": {"dialog": "ZALVelmartDownloadProgressDlg", "control": "CLOSE"}},
+                        {"wait": "dialog"})"),
+              SessionPlayer::Done);
+    EXPECT_EQ(EventsOf("transfer").at(0).at("status"), 4);
+    EXPECT_EQ(EventsOf("dialog").at(0).at("name"), "FileDownloadErrorNotify");
+}
+
+TEST_F(SessionPlayerTest, APushOnADialogThatIsNotThereFails)
+{
+    EXPECT_EQ(PlaySteps(R"({"push": {"dialog": "None", "control": "OK"}})"), SessionPlayer::Failed);
+    EXPECT_EQ(Reason(), "\"OK\" of \"None\" cannot be pushed: no such dialog is shown");
+}
+
+TEST_F(SessionPlayerTest, AControlWithoutTextOrStateRefusesThem)
+{
+    EXPECT_EQ(PlaySteps(R"({"push": {"dialog": "None", "control": "C", "text": "x"}})"), SessionPlayer::Failed);
+    EXPECT_EQ(Reason(), "\"C\" of \"None\" takes no text");
+    EXPECT_EQ(PlaySteps(R"({"push": {"dialog": "None", "control": "C", "state": 1}})"), SessionPlayer::Failed);
+    EXPECT_EQ(Reason(), "\"C\" of \"None\" has no state");
+}
+
+TEST_F(SessionPlayerTest, AQuestionTakesItsAnswersInOrderAndIsClosedWithoutOne)
+{
+    std::ofstream(Downloads() / "part-000001.ZALPart") << "old";
+    const std::string download = Download("/archive?entries=1") + R"(, {"wait": "notification"})";
+    EXPECT_EQ(PlaySteps(R"({"answer": {"dialog": "OverwriteNotify", "button": 3}}, )" + download + ", " + download),
+              SessionPlayer::Done);
+    ASSERT_EQ(EventsOf("dialog").size(), 2U);
+    EXPECT_EQ(EventsOf("dialog").at(0).at("name"), "OverwriteNotify");
+    EXPECT_EQ(EventsOf("dialog").at(0).at("answer"), 3);
+    EXPECT_EQ(EventsOf("dialog").at(1).at("answer"), 0);
+    EXPECT_FALSE(events_.back().contains("unusedAnswers"));
+}
+
+TEST_F(SessionPlayerTest, AnswersThatNoDialogUsedAreCounted)
+{
+    EXPECT_EQ(PlaySteps(R"({"answer": {"dialog": "OverwriteNotify", "button": 3}})"), SessionPlayer::Done);
+    EXPECT_EQ(events_.back().at("unusedAnswers"), 1);
+}
+
+TEST_F(SessionPlayerTest, AFailedReplyIsToldToTheUser)
+{
+    EXPECT_EQ(PlaySteps(Download("/archive?entries=1&cut=10") + R"(, {"wait": "dialog"})"), SessionPlayer::Done);
+    EXPECT_EQ(EventsOf("transfer").at(0).at("status"), 3);
+    EXPECT_EQ(EventsOf("dialog").at(0).at("name"), "FileDownloadErrorNotify");
+}
+
+// ---------------------------------------------------------------------------------------------
+// What a session settles
+
+TEST_F(SessionPlayerTest, TheEnvironmentIsChangedForTheSessionOnly)
+{
+    ::setenv("OPENHOST_TEST_GONE", "before", 1);
+    ::unsetenv("OPENHOST_TEST_SET");
+    std::string during;
+    observe_ = [&] {
+        const char* set = ::getenv("OPENHOST_TEST_SET");
+        during = std::string(set ? set : "none") + (::getenv("OPENHOST_TEST_GONE") ? " there" : " gone");
+    };
+    std::string inStep;
+    EXPECT_EQ(Play(R"({"environment": {"OPENHOST_TEST_SET": "at ${BASE}", "OPENHOST_TEST_GONE": null},
+                       "steps": [{"push": {"dialog": "stop here", "control": "OK"}}]})"),
+              SessionPlayer::Failed);
+    // The last line is written when everything is as before.
+    EXPECT_EQ(during, "none there");
+    observe_ = [&] {
+        if (const char* set = ::getenv("OPENHOST_TEST_SET"))
+            inStep = set;
+        if (::getenv("OPENHOST_TEST_GONE") == nullptr)
+            inStep += " gone";
+    };
+    Play(R"({"environment": {"OPENHOST_TEST_SET": "at ${BASE}", "OPENHOST_TEST_GONE": null}, "steps": []})");
+    EXPECT_EQ(inStep, "at " + service_.GetAddress() + " gone");
+    EXPECT_STREQ(::getenv("OPENHOST_TEST_GONE"), "before");
+    EXPECT_EQ(::getenv("OPENHOST_TEST_SET"), nullptr);
+}
+
+TEST_F(SessionPlayerTest, PathVariablesCountFromTheFolderOfTheSession)
+{
+    std::filesystem::create_directory(folder_.Path() / "temporary");
+    EXPECT_EQ(Play(R"({"variables": {"ZALTemp": "temporary"},
+                       "settings": {"DownloadLocation": "${ZALTemp}", "DoNotRemindDownloadLocation": true},
+                       "steps": [)" +
+                   Download("/archive?entries=1") + R"(, {"wait": "notification"}]})"),
+              SessionPlayer::Done);
+    EXPECT_TRUE(std::filesystem::exists(folder_.Path() / "temporary" / "VelmartDownloadedQ7Files.zip"));
+    EXPECT_TRUE(std::filesystem::exists(folder_.Path() / "temporary" / "part-000001.ZALPart"));
+}
+
+TEST_F(SessionPlayerTest, TemporaryFilesAndInstallationHaveAPlaceByDefault)
+{
+    std::filesystem::path temporary;
+    std::filesystem::path installation;
+    observe_ = [&] {
+        if (!temporary.empty())
+            return;
+        temporary = GetPathVariable(TemporaryFolderVariable);
+        installation = GetPathVariable(InstallationVariable);
+        EXPECT_TRUE(std::filesystem::is_directory(temporary));
+    };
+    ::unsetenv(InstallationVariable);
+    EXPECT_EQ(PlaySteps(""), SessionPlayer::Done);
+    EXPECT_FALSE(temporary.empty());
+    EXPECT_FALSE(std::filesystem::exists(temporary));
+    EXPECT_EQ(installation, folder_.Path() / "installation");
+    EXPECT_EQ(GetPathVariable(InstallationVariable), "");
+}
+
+TEST_F(SessionPlayerTest, SettingsAndLocksHoldForTheSession)
+{
+    bool locked = false;
+    std::string folder;
+    observe_ = [&] {
+        locked = locked || SettingsStore::Current().IsLocked(SettingsStore::DownloadLocation);
+        folder += SettingsStore::Current().Values().downloadLocation == Downloads().c_str() ? "d" : "-";
+    };
+    EXPECT_EQ(Play(R"({"settings": {"DownloadLocation": "${DOWNLOADS}", "locks": {"DownloadLocation": "R"}},
+                       "steps": []})"),
+              SessionPlayer::Done);
+    EXPECT_TRUE(locked);
+    EXPECT_EQ(folder.front(), 'd');
+    EXPECT_EQ(folder.back(), '-');
+    EXPECT_FALSE(SettingsStore::Current().IsLocked(SettingsStore::DownloadLocation));
+}
+
+TEST_F(SessionPlayerTest, SettingsComeFromAFile)
+{
+    std::ofstream(folder_.Path() / "settings.json")
+        << Json{{"DownloadLocation", Downloads().string()}, {"DoNotRemindDownloadLocation", true}};
+    EXPECT_EQ(Play(R"({"settingsFile": "settings.json", "steps": [)" + Download("/archive?entries=1") +
+                   R"(, {"wait": "notification"}]})"),
+              SessionPlayer::Done);
+    EXPECT_TRUE(std::filesystem::exists(Downloads() / "part-000001.ZALPart"));
+}
+
+TEST_F(SessionPlayerTest, ADamagedFileOfSettingsFailsTheSession)
+{
+    std::ofstream(folder_.Path() / "settings.json") << "{";
+    EXPECT_EQ(Play(R"({"settingsFile": "settings.json", "steps": []})"), SessionPlayer::Failed);
+    EXPECT_THAT(Reason(), HasSubstr("settings.json"));
+}
+
+TEST_F(SessionPlayerTest, WithoutAFrameADownloadHasNoWindow)
+{
+    EXPECT_EQ(Play(R"({"frame": false,
+                       "settings": {"DownloadLocation": "${DOWNLOADS}", "DoNotRemindDownloadLocation": true},
+                       "steps": [)" +
+                   Download("/archive?entries=1") + R"(, {"wait": "notification"}]})"),
+              SessionPlayer::Done);
+    EXPECT_TRUE(EventsOf("window").empty());
+}
+
+TEST_F(SessionPlayerTest, TheWorkshopIsTheFramesAndTheFrameEnds)
+{
+    std::string workshop;
+    observe_ = [&] {
+        if (ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame())
+            workshop = frame->GetCurrentWorkshop().CastToCharPtr();
+    };
+    EXPECT_EQ(Play(R"({"workshop": "PartWorkshop", "steps": []})"), SessionPlayer::Done);
+    EXPECT_EQ(workshop, "PartWorkshop");
+    EXPECT_EQ(ZALApplicationFrame::GetFrame(), nullptr);
+}
+
+TEST_F(SessionPlayerTest, OpenDocumentsGiveAnEditorAndTheLastIsActive)
+{
+    bool editor = false;
+    observe_ = [&] { editor = editor || ZALFrmEditor::GetCurrentEditor(); };
+    EXPECT_EQ(PlaySteps(""), SessionPlayer::Done);
+    EXPECT_FALSE(editor);
+
+    for (const char* name : {"a.ZALProduct", "b.ZALProduct"}) {
+        CadDocument document;
+        document.kind = DocumentKind::Product;
+        document.partNumber = name;
+        WriteDocument(document, folder_.Path() / name);
+    }
+    EXPECT_EQ(Play(R"({"documents": ["a.ZALProduct", "b.ZALProduct"], "steps": []})"), SessionPlayer::Done);
+    EXPECT_TRUE(editor);
+    ASSERT_EQ(EventsOf("document").size(), 2U);
+    EXPECT_EQ(EventsOf("document").at(0).at("path"), (folder_.Path() / "a.ZALProduct").string());
+    EXPECT_EQ(EventsOf("document").at(0).at("active"), false);
+    EXPECT_EQ(EventsOf("document").at(1).at("active"), true);
+}
+
+TEST_F(SessionPlayerTest, ADocumentThatIsMissingOrNoneFailsTheSession)
+{
+    std::ofstream(folder_.Path() / "text.ZALPart") << "text";
+    EXPECT_EQ(Play(R"({"documents": ["missing.ZALPart"], "steps": []})"), SessionPlayer::Failed);
+    EXPECT_THAT(Reason(), HasSubstr("missing.ZALPart"));
+    EXPECT_EQ(Play(R"({"documents": ["text.ZALPart"], "steps": []})"), SessionPlayer::Failed);
+    EXPECT_THAT(Reason(), HasSubstr("text.ZALPart"));
+}
+
+TEST_F(SessionPlayerTest, TracesComeWhenTheSessionAsksForThem)
+{
+    const std::string steps = R"("steps": [{"message": {"event": "velmart_over", "content": 0}}]})";
+    EXPECT_EQ(Play("{" + steps), SessionPlayer::Done);
+    EXPECT_TRUE(EventsOf("trace").empty());
+    EXPECT_EQ(Play("{\"traces\": true, " + steps), SessionPlayer::Done);
+    EXPECT_THAT(EventsOf("trace"),
+                Contains(Json{{"event", "trace"},
+                              {"name", "ZALVelmartIntegration"},
+                              {"text", "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_over"}}));
+    EXPECT_EQ(Play("{" + steps), SessionPlayer::Done);
+    EXPECT_TRUE(EventsOf("trace").empty());
+}
+
+TEST_F(SessionPlayerTest, ASecondSessionOfTheProcessKnowsNothingOfTheFirst)
+{
+    EXPECT_EQ(PlaySteps(Download("/archive?entries=100&piece=1&pause=600000")), SessionPlayer::Done);
+    // The module takes one download at a time.
+    EXPECT_EQ(PlaySteps(Download("/archive?entries=1") + R"(, {"wait": "notification"})"), SessionPlayer::Done);
+    EXPECT_TRUE(std::filesystem::exists(Downloads() / "part-000001.ZALPart"));
+}
+
+TEST_F(SessionPlayerTest, AJournalThatCannotBeWrittenFailsTheSession)
+{
+    const Session session = ParseSession("{\"steps\": []}", folder_.Path());
+    JournalWriter writer(std::filesystem::path("/dev/full"));
+    EXPECT_EQ(SessionPlayer(session, {module_, ""}, writer).Play(), SessionPlayer::Failed);
+}
+
+TEST_F(SessionPlayerTest, TheJournalGoesBackToWhereItWent)
+{
+    int lines = 0;
+    journal::Redirect([&](const Json&) { ++lines; });
+    EXPECT_EQ(PlaySteps(""), SessionPlayer::Done);
+    journal::Write("after");
+    journal::Redirect({});
+    EXPECT_EQ(lines, 1);
+}
+
+} // namespace openhost
