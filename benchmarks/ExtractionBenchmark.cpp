@@ -210,7 +210,6 @@ Result Run(const std::vector<std::string>& command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
 
-    sync(); // what earlier turns left to be written is not on this one's account
     const auto begin = std::chrono::steady_clock::now();
     pid_t process = 0;
     int status = 0;

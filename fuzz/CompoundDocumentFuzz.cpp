@@ -35,7 +35,7 @@ std::string DocumentWith(const char* name, std::string_view mark, std::string_vi
     product.links = {"A.ZALPart", "B.ZALProduct"};
     const CompoundStorage sound = *CompoundStorage::OpenBytes(BuildDocument(product), "sound").FindStorage("ZALOR1");
 
-    CompoundContents storage;
+    CompoundContents storage{DocumentStorageName, {}, {}};
     for (const char* stream : {"Links", "Properties", "Children"})
         if (std::string_view(stream) != name)
             storage.streams.emplace_back(stream, *sound.ReadStream(stream, 1 << 20));
@@ -43,7 +43,7 @@ std::string DocumentWith(const char* name, std::string_view mark, std::string_vi
     writer.PutBytes(payload);
     storage.streams.emplace_back(name, writer.Finish(mark, 1));
     CompoundContents root;
-    root.storages.emplace_back(DocumentStorageName, std::move(storage));
+    root.storages.push_back(std::move(storage));
     return BuildCompoundFile(root);
 }
 

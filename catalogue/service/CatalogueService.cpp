@@ -1,6 +1,7 @@
 #include "catalogue/service/CatalogueService.h"
 
 #include "catalogue/service/GeneratedArchive.h"
+#include "catalogue/service/PercentEncode.h"
 #include "catalogue/service/Reply.h"
 
 #include <nlohmann/json.hpp>
@@ -201,12 +202,12 @@ void CatalogueService::Implementation::AnswerIndex(httplib::Response& response) 
         "<!DOCTYPE html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n<title>Velmart catalogue</title>\n"
         "<h1>Velmart catalogue</h1>\n<h2><a href=\"/items\">Items</a></h2>\n<ul>\n";
     for (const std::string& name : ListFiles(root_ / "items")) {
-        const std::string id = EscapeHtml(std::filesystem::path(name).stem().string());
-        page += "<li><a href=\"/items/" + id + "\">" + id + "</a></li>\n";
+        const std::string id = std::filesystem::path(name).stem().string();
+        page += "<li><a href=\"/items/" + PercentEncode(id) + "\">" + EscapeHtml(id) + "</a></li>\n";
     }
     page += "</ul>\n<h2>Files</h2>\n<ul>\n";
     for (const std::string& name : ListFiles(root_ / "files"))
-        page += "<li><a href=\"/files/" + EscapeHtml(name) + "\">" + EscapeHtml(name) + "</a></li>\n";
+        page += "<li><a href=\"/files/" + PercentEncode(name) + "\">" + EscapeHtml(name) + "</a></li>\n";
     page += "</ul>\n</html>\n";
     response.set_content(page, "text/html; charset=utf-8");
 }
@@ -216,7 +217,7 @@ void CatalogueService::Implementation::FillIn(Json& value) const
     if (value.is_string()) {
         auto& text = value.get_ref<std::string&>();
         ReplaceAll(text, "${BASE}", GetAddress());
-        ReplaceAll(text, "${FILES}", (root_ / "files").string());
+        ReplaceAll(text, "${FILES}", PercentEncode((root_ / "files").string(), "/"));
     }
     if (value.is_structured())
         for (Json& member : value)

@@ -13,7 +13,7 @@ namespace catalogue {
 ///   - items/ID.json: the request of the item ID, as the catalogue page sends it;
 ///   - files/NAME: what GET /files/NAME sends.
 /// In the texts of the JSON files "${BASE}" stands for the address of the service, and "${FILES}" for the
-/// absolute path of the folder of files.
+/// absolute path of the folder of files, percent-encoded for a file URL.
 ///
 /// Start, Stop and the destructor belong to one thread; requests are served on others. Only requests whose
 /// Host header names this machine's loopback are answered, so that no page of another site can reach the

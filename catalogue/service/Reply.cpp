@@ -1,9 +1,10 @@
 #include "catalogue/service/Reply.h"
 
+#include "catalogue/service/PercentEncode.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cctype>
 #include <utility>
 #include <vector>
 
@@ -12,20 +13,6 @@ namespace catalogue {
 namespace {
 
 constexpr std::size_t LargestPiece = std::size_t{256} << 10;
-
-std::string PercentEncode(const std::string& text)
-{
-    static const char* const digits = "0123456789ABCDEF";
-    std::string encoded;
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (std::isalnum(byte) || std::string("-._~").find(character) != std::string::npos)
-            encoded += character;
-        else
-            encoded += {'%', digits[byte >> 4], digits[byte & 15]};
-    }
-    return encoded;
-}
 
 std::string Quote(const std::string& text)
 {

@@ -4,6 +4,8 @@
 
 #include "text.h"
 
+#include <vector>
+
 /// Extensions of documents.
 inline constexpr const char* ZALPartExtension = "ZALPart";
 inline constexpr const char* ZALProductExtension = "ZALProduct";
@@ -53,3 +55,222 @@ public:
 };
 
 using ZALIPointedSymbols_var = ZALInterfaceHandle<ZALIPointedSymbols>;
+
+// ---------------------------------------------------------------------------------------------
+// Product structure
+//
+// A product stands in the session as an instance below its father and refers to a reference product, which is what its
+// document holds. Objects offer the interfaces below by query.
+
+/// A product: an instance, or the root of a document.
+class ZALIProduct : public ZALBaseUnknown {
+public:
+    ZALIProduct();
+    ~ZALIProduct() override;
+    /// The product that an instance refers to, with a reference added; of a root itself. Null when its document is
+    /// missing.
+    virtual ZALIProduct* GetReferenceProduct() = 0;
+    /// The product that this one stands in, with a reference added; null for a root.
+    virtual ZALIProduct* GetFatherProduct() = 0;
+    virtual HRESULT GetPartNumber(ZALUnicodeString& partNumber) = 0;
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};
+
+using ZALIProduct_var = ZALInterfaceHandle<ZALIProduct>;
+
+/// Offered by products whose data may be absent.
+class ZALIPrdGhost : public ZALBaseUnknown {
+public:
+    ZALIPrdGhost();
+    ~ZALIPrdGhost() override;
+    /// Whether the product's data is there.
+    virtual bool IsLoaded() = 0;
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};
+
+/// Whether `product` is that of a part document.
+bool ZALPrdIsAProductFromZALPart(ZALIProduct* product);
+
+/// The way through the product structure to a picked object, from the root to the leaf.
+class ZALPathElement : public ZALBaseUnknown {
+public:
+    ZALPathElement();
+    ~ZALPathElement() override;
+    /// Begins a walk from the leaf towards the root.
+    void InitToLeafElement();
+    /// The next object of the walk, the leaf first; null behind the root. No reference is added.
+    ZALBaseUnknown* GetNextFatherObject();
+    /// The host's operation: appends `object` as the new leaf and adds a reference to it.
+    void AddChildElement(ZALBaseUnknown* object);
+
+private:
+    std::vector<ZALBaseUnknown*> objects_;
+    std::size_t next_ = 0; ///< objects that the walk has still to give
+};
+
+// ---------------------------------------------------------------------------------------------
+// Automation
+
+/// A zero-terminated text of the automation interfaces.
+using ZALBSTR = char16_t*;
+/// A boolean of the automation interfaces: ZALVariantTrue or ZALVariantFalse.
+using ZALVariantBool = std::int16_t;
+inline constexpr ZALVariantBool ZALVariantTrue = -1;
+inline constexpr ZALVariantBool ZALVariantFalse = 0;
+
+/// `text` as a text of the automation interfaces, which the caller frees with ZALFreeString.
+ZALBSTR ConvertToBSTR(const ZALUnicodeString& text);
+void ZALFreeString(ZALBSTR text);
+
+/// An array of texts.
+struct ZALVariant {
+    struct ZALVariantArray* array = nullptr;
+};
+
+/// Makes `variant` an array of copies of `texts`, which the caller frees with FreeVariantSafeArray.
+HRESULT BuildSafeArrayVariant(const ZALListValZALUnicodeString& texts, ZALVariant& variant);
+void FreeVariantSafeArray(ZALVariant& variant);
+
+/// A document in the session.
+class ZALIADocument : public ZALBaseUnknown {
+public:
+    ZALIADocument();
+    ~ZALIADocument() override;
+};
+
+/// The documents of the session.
+class ZALIADocuments : public ZALBaseUnknown {
+public:
+    ZALIADocuments();
+    ~ZALIADocuments() override;
+    /// Opens the file `path` in a window of its own and makes it the active document; one that is open already becomes
+    /// active. `document` carries a reference; null on failure.
+    virtual HRESULT Open(const ZALBSTR path, ZALIADocument** document) = 0;
+};
+
+/// The application as automation sees it; offered by the frame.
+class ZALIAApplication : public ZALBaseUnknown {
+public:
+    ZALIAApplication();
+    ~ZALIAApplication() override;
+    /// The documents, with a reference added; may give null.
+    virtual HRESULT GetDocuments(ZALIADocuments** documents) = 0;
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};
+
+/// A product as automation sees it.
+class ZALIAProduct : public ZALBaseUnknown {
+public:
+    ZALIAProduct();
+    ~ZALIAProduct() override;
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};
+
+/// The components of a product as automation sees them.
+class ZALIAProducts : public ZALBaseUnknown {
+public:
+    ZALIAProducts();
+    ~ZALIAProducts() override;
+    /// Adds one component for each file of the array `files`. `method` "*" takes any kind of document. Nothing is added
+    /// on failure.
+    virtual HRESULT AddComponentsFromFiles(const ZALVariant& files, const ZALBSTR method) = 0;
+    /// Puts the document `file` in the place of `component`, and of all other instances of its document below this
+    /// product when `allInstances` is true; positions stay. `replacement` carries a reference. Nothing changes on
+    /// failure.
+    virtual HRESULT ReplaceComponent(ZALIAProduct* component, const ZALBSTR file, ZALVariantBool allInstances,
+                                     ZALIAProduct** replacement) = 0;
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Documents in the session and part numbers
+
+/// A document that the session has loaded.
+class ZALDocument : public ZALBaseUnknown {
+public:
+    ZALDocument();
+    ~ZALDocument() override;
+};
+
+/// Services on the documents of the session.
+class ZALDocumentServices {
+public:
+    /// The document of `path` among those loaded, with a reference added. Fails, and gives null, when it is not loaded.
+    static HRESULT GetDocumentInSession(const ZALUnicodeString& path, ZALDocument** document);
+};
+
+/// The root product of `document`; a null handle when it has none.
+ZALIProduct_var PrdGiveDocRootProduct(ZALDocument* document);
+
+/// A name that is in use.
+class ZALNameServerEntry : public ZALBaseUnknown {
+public:
+    ZALNameServerEntry();
+    ~ZALNameServerEntry() override;
+    virtual HRESULT GetName(ZALUnicodeString& name) = 0;
+};
+
+/// A list of entries, counted from 1.
+class ZALNameServerEntries : public ZALBaseUnknown {
+public:
+    ZALNameServerEntries();
+    ~ZALNameServerEntries() override;
+    virtual int GetCount() = 0;
+    /// The entry `index`, with a reference added; may be null.
+    virtual ZALNameServerEntry* GetItem(int index) = 0;
+};
+
+/// Knows the part numbers that are in use around a product.
+class ZALNameServer : public ZALBaseUnknown {
+public:
+    ZALNameServer();
+    ~ZALNameServer() override;
+    /// The entries, with a reference added; may be null.
+    virtual ZALNameServerEntries* GetEntries() = 0;
+};
+
+/// Offered by products.
+class ZALINameServerAccess : public ZALBaseUnknown {
+public:
+    ZALINameServerAccess();
+    ~ZALINameServerAccess() override;
+    /// The name server of the product, with a reference added; may be null.
+    virtual ZALNameServer* GetNameServer() = 0;
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};

@@ -4,6 +4,8 @@
 
 #include "text.h"
 
+#include <cstddef>
+
 /// Command modes.
 inline constexpr int ZALCommandModeUndefined = 3; ///< lives beside the running command, takes no focus
 
@@ -26,6 +28,162 @@ private:
     ZALString name_;
     int mode_;
 };
+
+// ---------------------------------------------------------------------------------------------
+// State commands
+//
+// Life of a state command, in order:
+//   1. `new`; the host owns it from then on, and nobody else keeps a pointer to it.
+//   2. From the event loop the engine calls BuildCommandGraph once and enters the initial state.
+//   3. In a state the user and the code give values to its agents. After each value, and when a state is entered, the
+//      transitions from it are tried in the order in which they were added: the first whose condition holds runs its
+//      action, and its target state is entered. A value that is given while no transition can be taken, such as inside
+//      an action or before the agent's state is entered, is kept and counts then.
+//   4. The command ends at the null state or the cancel state, or when the host ends it by itself; the engine
+//      releases it between two events.
+
+class ZALPathElement;
+class ZALStateCommand;
+
+/// An input of a state command.
+class ZALDialogAgent : public ZALBaseUnknown {
+public:
+    /// `behavior` is a mask, 0 for none; `mode` 3 lets the engine decide when input is taken.
+    ZALDialogAgent(const ZALString& name, int behavior = 0, int mode = 3);
+    ~ZALDialogAgent() override;
+    const ZALString& GetName() const { return name_; }
+    void SetBehavior(int behavior) { behavior_ = behavior; }
+    int GetBehavior() const { return behavior_; }
+    /// Gives the agent its value by code, without the user. `notification` is null, `option` 0.
+    void Accept(ZALNotification* notification, int option);
+    /// Forgets the value, so that it can be given anew.
+    virtual void InitializeAcquisition();
+    /// Whether the agent has a value.
+    bool IsOutputSet() const { return outputSet_; }
+
+private:
+    friend class ZALStateCommand;
+    friend class ZALPathElementAgent;
+    ZALString name_;
+    int behavior_;
+    bool outputSet_ = false;
+    ZALStateCommand* command_ = nullptr; ///< the command in whose states the agent stands
+};
+
+/// The behaviour of an agent that takes one element from the tree or the view, highlighted while the pointer is over
+/// it.
+inline constexpr int ZALAgentTakesOneElement = 0x821000;
+
+class ZALDialogFilter;
+
+/// An input that is an element of the session, picked by the user.
+class ZALPathElementAgent : public ZALDialogAgent {
+public:
+    ZALPathElementAgent(const ZALString& name, const char* elementType = nullptr, int behavior = 0);
+    ~ZALPathElementAgent() override;
+    /// Takes elements only that offer the interface `elementType`.
+    void SetElementType(ZALClassId elementType);
+    /// Takes elements only that `filter` accepts. The filter belongs to the command that made it.
+    void SetFilter(ZALDialogFilter* filter) { filter_ = filter; }
+    /// The path of the picked element, or null. Belongs to the agent, which keeps it until another value or its own
+    /// end.
+    ZALPathElement* GetValue() const { return value_; }
+    /// The object under the pointer while a filter is asked, otherwise the leaf of the value, or null. No reference
+    /// is added.
+    ZALBaseUnknown* GetElementValue() const;
+    /// The host's operation: offers `path`; takes it, and answers true, when type and filter let it through.
+    bool Offer(ZALPathElement* path);
+    /// Forgets that there is a value; the path itself stays until the next one.
+    void InitializeAcquisition() override;
+
+private:
+    const char* elementType_;
+    ZALDialogFilter* filter_ = nullptr;
+    ZALPathElement* value_ = nullptr;
+    ZALPathElement* offered_ = nullptr;
+};
+
+/// A state of a command. Belongs to its command.
+class ZALDialogState {
+public:
+    const ZALString& GetName() const { return name_; }
+    /// Key of the prompt in the command's resource file.
+    void SetResourceID(const ZALString& id) { resourceId_ = id; }
+    const ZALString& GetResourceID() const { return resourceId_; }
+    /// Lets `agent` take input while the state is active. It stays its owner's.
+    void AddDialogAgent(ZALDialogAgent* agent);
+
+private:
+    friend class ZALStateCommand;
+    ZALDialogState(ZALStateCommand* command, const ZALString& name) : command_(command), name_(name) {}
+    ZALStateCommand* command_;
+    ZALString name_;
+    ZALString resourceId_;
+    std::vector<ZALDialogAgent*> agents_;
+};
+
+/// The form of an action: true lets the transition go on to its target.
+using ZALActionMethod = bool (ZALBaseUnknown::*)(void* data);
+/// The form of a filter: true accepts the element of `agent`.
+using ZALFilterMethod = bool (ZALBaseUnknown::*)(ZALDialogAgent* agent, void* data);
+
+class ZALDialogCondition;
+class ZALDialogAction;
+
+/// A command with states.
+class ZALStateCommand : public ZALCommand {
+public:
+    /// Hands the command to the engine. `behavior` and `mode` are 0.
+    ZALStateCommand(const ZALString& name, int behavior = 0, int mode = 0);
+    ~ZALStateCommand() override;
+
+    /// Builds states and transitions; called once by the engine.
+    virtual void BuildCommandGraph() = 0;
+    /// The host activates and cancels the command.
+    virtual HRESULT Activate(ZALBaseUnknown* publisher, ZALNotification* notification);
+    virtual HRESULT Cancel(ZALBaseUnknown* publisher, ZALNotification* notification);
+    /// Names of the resource files and classes of the command, most special first; empty at the end of the list.
+    virtual ZALString GetResourceFilename(int level) const;
+    virtual ZALString GetResourceClass(int level) const;
+    virtual int IsOtherResourceFile(int level) const;
+
+    // For BuildCommandGraph. What these give belongs to the command.
+
+    ZALDialogState* GetInitialState(const ZALString& name);
+    ZALDialogState* AddDialogState(const ZALString& name);
+    ZALDialogState* GetCancelState();
+    /// A null `to` ends the command; a null `action` does nothing.
+    void AddTransition(ZALDialogState* from, ZALDialogState* to, ZALDialogCondition* condition,
+                       ZALDialogAction* action);
+    /// Holds when `agent` has a value.
+    ZALDialogCondition* IsOutputSetCondition(ZALDialogAgent* agent);
+    ZALDialogFilter* Filter(ZALFilterMethod method, void* data);
+    ZALDialogAction* Action(ZALActionMethod method, ZALActionMethod undo, ZALActionMethod redo, void* data);
+    template <class Command>
+    ZALDialogFilter* Filter(bool (Command::*method)(ZALDialogAgent*, void*), void* data)
+    {
+        return Filter(static_cast<ZALFilterMethod>(method), data);
+    }
+    template <class Command>
+    ZALDialogAction* Action(bool (Command::*method)(void*), std::nullptr_t, std::nullptr_t, void* data)
+    {
+        return Action(static_cast<ZALActionMethod>(method), nullptr, nullptr, data);
+    }
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+
+private:
+    friend struct ZALStateCommandRun;
+    struct ZALStateCommandRun* run_; ///< the engine's state of the command
+};
+
+// ---------------------------------------------------------------------------------------------
+// Headers, application, recorder
 
 /// Masks of ZALCommandHeader::SetAvailability.
 inline constexpr int ZALHeaderInGlobalMode = 1;

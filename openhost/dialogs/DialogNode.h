@@ -33,7 +33,8 @@ struct ZALDialogNode {
     bool TakesInput() const;
     std::string Name() const { return name.CastToCharPtr(); }
 
-    /// Life of the node, for ZALDialog alone.
+    // Life of the node, for ZALDialog and for owners of windows.
+
     static ZALDialogNode* Make(ZALDialog& owner, ZALDialog* parent, const ZALString& name, unsigned int style);
     /// Ends the control and what it holds for the user: the surface forgets them, children first.
     void End();

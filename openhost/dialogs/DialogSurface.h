@@ -1,4 +1,4 @@
-// Port of what shows dialogs to the user and asks him.
+// Port of what shows dialogs and questions to the user.
 #pragma once
 
 #include "host/dialogs.h"

@@ -229,7 +229,7 @@ std::string BuildDocument(const CadDocument& document)
 {
     try {
         Check(document);
-        CompoundContents storage;
+        CompoundContents storage{DocumentStorageName, {}, {}};
         storage.streams.emplace_back(LinkTableStreamName, EncodeLinkTable(document.links));
         AddStream(storage, PropertiesForm, EncodeProperties(document));
         if (document.kind == DocumentKind::Product)
@@ -237,7 +237,7 @@ std::string BuildDocument(const CadDocument& document)
         if (document.geometry)
             AddStream(storage, GeometryForm, EncodeGeometry(*document.geometry));
         CompoundContents root;
-        root.storages.emplace_back(DocumentStorageName, std::move(storage));
+        root.storages.push_back(std::move(storage));
         return BuildCompoundFile(root);
     } catch (const DocumentStreamError& error) {
         throw CompoundFileError("document " + document.partNumber + ": " + error.what());

@@ -239,11 +239,11 @@ void Fill(GsfOutfile* storage, const CompoundContents& contents)
             stream && gsf_output_write(stream, bytes.size(), reinterpret_cast<const guint8*>(bytes.data()));
         finish(stream, written, name);
     }
-    for (const auto& [name, inner] : contents.storages) {
-        GsfOutput* child = gsf_outfile_new_child(storage, name.c_str(), TRUE);
+    for (const CompoundContents& inner : contents.storages) {
+        GsfOutput* child = gsf_outfile_new_child(storage, inner.name.c_str(), TRUE);
         if (child)
             Fill(GSF_OUTFILE(child), inner);
-        finish(child, true, name);
+        finish(child, true, inner.name);
     }
 }
 

@@ -50,8 +50,9 @@ private:
 
 /// What a storage of a file to be written holds.
 struct CompoundContents {
+    std::string name;                                         ///< of the storage; the root has none
     std::vector<std::pair<std::string, std::string>> streams; ///< name and bytes
-    std::vector<std::pair<std::string, CompoundContents>> storages;
+    std::vector<CompoundContents> storages;
 };
 
 /// The compound file with the root storage `root`. Equal contents give equal bytes.

@@ -1,9 +1,9 @@
 #include "openhost/objects/ClassDictionary.h"
 
 #include <algorithm>
-#include <cstring>
 #include <dlfcn.h>
 #include <link.h>
+#include <set>
 #include <stdexcept>
 
 namespace openhost {
@@ -78,12 +78,22 @@ LoadedModule::~LoadedModule()
     // A creation function has no object that takes it out; it is recognised by the library its code lies in.
     const link_map* opened = nullptr;
     dlinfo(handle_, RTLD_DI_LINKMAP, &opened);
-    std::erase_if(ClassDictionary::Instance().creations_, [&](const ClassDictionary::Creation& creation) {
+    const std::string library = opened ? opened->l_name : "";
+    std::set<ZALCreationFunction> ending;
+    for (const ClassDictionary::Creation& creation : ClassDictionary::Instance().creations_) {
         Dl_info information{};
-        return opened && dladdr(reinterpret_cast<const void*>(creation.create), &information) &&
-               std::strcmp(information.dli_fname, opened->l_name) == 0;
-    });
+        if (dladdr(reinterpret_cast<const void*>(creation.create), &information) && library == information.dli_fname)
+            ending.insert(creation.create);
+    }
     dlclose(handle_);
+
+    // Somebody else may have loaded it too.
+    if (void* still = dlopen(library.c_str(), RTLD_NOW | RTLD_NOLOAD)) {
+        dlclose(still);
+        return;
+    }
+    std::erase_if(ClassDictionary::Instance().creations_,
+                  [&](const ClassDictionary::Creation& creation) { return ending.contains(creation.create); });
 }
 
 } // namespace openhost

@@ -53,7 +53,8 @@ private:
     std::vector<Registration> registrations_;
 };
 
-/// A module's shared library, loaded as long as the object lives. Its entries leave the dictionary at the end.
+/// A module's shared library, loaded as long as an object for it lives. Its entries leave the dictionary with the
+/// last one; by then nothing of the module may be in use: no object, no window, no transfer, no posted call.
 class LoadedModule {
 public:
     /// Loads `library`. Throws std::runtime_error with the loader's message when that fails.

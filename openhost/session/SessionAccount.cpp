@@ -153,7 +153,9 @@ void SessionAccount::TellEnd(const nlohmann::ordered_json& event)
     if (event.value("status", 0) == 0)
         Line("End") << "every step is done\n";
     else
-        Line("End") << "step " << event.value("step", 0) << " has failed: " << Text(event, "reason") << "\n";
+        Line("End") << (event.contains("step") ? "step " + event["step"].dump() + " has failed: "
+                                               : "the session cannot begin: ")
+                    << Text(event, "reason") << "\n";
 }
 
 void SessionAccount::KeepExtracted(const nlohmann::ordered_json& event)

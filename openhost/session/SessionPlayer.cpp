@@ -9,7 +9,6 @@
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/frame/Frame.h"
 #include "openhost/http/CurlTransport.h"
-#include "openhost/journal/Journal.h"
 #include "openhost/loop/UvEventLoop.h"
 #include "openhost/objects/ClassDictionary.h"
 #include "openhost/objects/Dispatch.h"
@@ -171,8 +170,8 @@ private:
 // ---------------------------------------------------------------------------------------------
 // The play
 
-SessionPlayer::SessionPlayer(const Session& session, Places places, JournalWriter& journal)
-    : session_(session), places_(std::move(places)), journal_(journal)
+SessionPlayer::SessionPlayer(const Session& session, Places places, journal::Sink journal)
+    : session_(session), places_(std::move(places)), journal_(std::move(journal))
 {
 }
 
@@ -201,7 +200,7 @@ int SessionPlayer::Play()
     host_.reset();
     journal::Write("end", end);
     journal::Redirect(before);
-    return journal_.IsComplete() ? end["status"].get<int>() : Failed;
+    return end["status"].get<int>();
 }
 
 void SessionPlayer::SetUp()
@@ -261,7 +260,7 @@ void SessionPlayer::RunSteps()
 void SessionPlayer::Receive(const nlohmann::ordered_json& event)
 {
     ++written_[event["event"].get<std::string>()];
-    journal_.Write(event);
+    journal_(event);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "openhost/dialogs/ScriptedSurface.h"
-#include "openhost/session/JournalWriter.h"
+#include "openhost/journal/Journal.h"
 #include "openhost/session/Session.h"
 
 #include "host/panel.h"
@@ -29,13 +29,13 @@ public:
         std::filesystem::path installation; ///< root of the installation, when neither session nor environment say
     };
 
-    /// `session` and `journal` outlive the player.
-    SessionPlayer(const Session& session, Places places, JournalWriter& journal);
+    /// `session` outlives the player. `journal` receives each event.
+    SessionPlayer(const Session& session, Places places, journal::Sink journal);
     SessionPlayer(const SessionPlayer&) = delete;
     SessionPlayer& operator=(const SessionPlayer&) = delete;
     ~SessionPlayer();
 
-    /// Plays the session once. The last line of the journal tells the status, and the reason of a failure.
+    /// Plays the session once. The last event of the journal tells the status, and the reason of a failure.
     int Play();
 
     // For steps
@@ -64,7 +64,7 @@ private:
 
     const Session& session_;
     Places places_;
-    JournalWriter& journal_;
+    journal::Sink journal_;
     std::unique_ptr<Host> host_;
     std::size_t step_ = 0;                         ///< number of the step in progress; 0 before the first
     std::map<std::string, std::size_t> written_;   ///< events by name since the last step that acts

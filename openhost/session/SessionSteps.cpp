@@ -1,5 +1,6 @@
 #include "openhost/session/SessionSteps.h"
 
+#include "openhost/journal/Journal.h"
 #include "openhost/session/LocatedRead.h"
 #include "openhost/session/SessionPlayer.h"
 #include "openhost/text/Utf.h"
@@ -38,6 +39,7 @@ public:
     {
         const nlohmann::ordered_json message = player.ExpandPlaceholders(message_);
         const std::string text = message.is_string() ? message.get<std::string>() : message.dump();
+        journal::Write("message", {{"text", text}});
         player.JournalResult("OnJSMessage", player.Addin().OnJSMessage(FromUtf8(text)));
     }
 
@@ -59,7 +61,9 @@ public:
 
     void Run(SessionPlayer& player) const override
     {
-        player.JournalResult("OnPageUrl", player.Addin().OnPageUrl(FromUtf8(player.ExpandPlaceholders(url_))));
+        const std::string url = player.ExpandPlaceholders(url_);
+        journal::Write("url", {{"url", url}});
+        player.JournalResult("OnPageUrl", player.Addin().OnPageUrl(FromUtf8(url)));
     }
 
 private:

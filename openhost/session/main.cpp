@@ -2,6 +2,7 @@
 
 #include "openhost/cad/ShowDocument.h"
 #include "openhost/session/JournalWriter.h"
+#include "openhost/session/SessionAccount.h"
 #include "openhost/session/SessionFile.h"
 #include "openhost/session/SessionPlayer.h"
 
@@ -19,13 +20,16 @@ constexpr int Failed = 1;
 constexpr int BadUse = 2;
 
 constexpr const char* Usage =
-    R"(Usage: openhost play SESSION.json [--journal FILE] [--set NAME=VALUE]... [--module FILE]
+    R"(Usage: openhost play SESSION.json [--journal FILE] [--account] [--set NAME=VALUE]...
+                     [--module FILE]
        openhost show FILE
        openhost --help
 
 play   plays a session without a display. Exit status: 0 every step done; 1 a step failed,
        the last line of the journal says which; 2 the file is no valid session.
          --journal FILE    write the journal to FILE, not to standard output
+         --account         tell on standard output what happens, for a reader; the journal
+                           is written only when --journal names its file
          --set NAME=VALUE  value of the placeholder ${NAME} in the session
          --module FILE     the module's shared library; by default that of the environment
                            variable OPENHOST_MODULE, then ../lib/ZALVelmartIntegration.so
@@ -42,6 +46,7 @@ public:
 struct PlayArguments {
     std::string session;
     std::optional<std::string> journal;
+    bool account = false;
     std::optional<std::string> module;
     openhost::Placeholders placeholders;
 };
@@ -58,6 +63,8 @@ PlayArguments ParsePlay(const std::vector<std::string>& words)
         const std::string& word = words[index];
         if (word == "--journal") {
             arguments.journal = next(index);
+        } else if (word == "--account") {
+            arguments.account = true;
         } else if (word == "--module") {
             arguments.module = next(index);
         } else if (word == "--set") {
@@ -107,9 +114,28 @@ int Play(const PlayArguments& arguments)
         std::cerr << arguments.session << ":" << error.Line() << ": " << error.what() << "\n";
         return BadUse;
     }
-    auto journal = arguments.journal ? openhost::JournalWriter(*arguments.journal) : openhost::JournalWriter(std::cout);
-    openhost::SessionPlayer player(session, {FindModule(arguments.module), FindPrefix() / "installation"}, journal);
-    return player.Play();
+    std::optional<openhost::JournalWriter> journal;
+    if (arguments.journal)
+        journal.emplace(*arguments.journal);
+    else if (!arguments.account)
+        journal.emplace(std::cout);
+    std::optional<openhost::SessionAccount> account;
+    if (arguments.account)
+        account.emplace(std::cout);
+
+    const auto receive = [&](const nlohmann::ordered_json& event) {
+        if (journal)
+            journal->Write(event);
+        if (account)
+            account->Receive(event);
+    };
+    openhost::SessionPlayer player(session, {FindModule(arguments.module), FindPrefix() / "installation"}, receive);
+    const int status = player.Play();
+    if (account)
+        account->Finish();
+    if (journal && !journal->IsComplete())
+        throw std::runtime_error("the journal could not be written");
+    return status;
 }
 
 int Run(const std::vector<std::string>& words)

@@ -152,6 +152,8 @@ struct AnswerCase {
     const char* name;
     int answer;
     bool refused;
+
+    friend std::ostream& operator<<(std::ostream& stream, const AnswerCase& button) { return stream << button.name; }
 };
 
 class Answer : public ConflictCheck, public ::testing::WithParamInterface<AnswerCase> {};
@@ -170,8 +172,7 @@ TEST_P(Answer, DecidesWhetherTheUserRefuses)
 INSTANTIATE_TEST_SUITE_P(Buttons, Answer,
                          ::testing::Values(AnswerCase{"Closed", 0, false}, AnswerCase{"One", 1, false},
                                            AnswerCase{"Two", 2, false}, AnswerCase{"Yes", 3, false},
-                                           AnswerCase{"No", 4, true}, AnswerCase{"Unknown", 5, false}),
-                         [](const auto& parameter) { return parameter.param.name; });
+                                           AnswerCase{"No", 4, true}, AnswerCase{"Unknown", 5, false}));
 
 // ---------------------------------------------------------------------------------------------
 // What conflicts
@@ -292,14 +293,12 @@ TEST_F(FailedCheck, OfAnArchiveWithoutEntries)
 // Side files
 
 struct EntryCase {
+    const char* name;
     const char* entry;
     bool ignored;
-};
 
-void PrintTo(const EntryCase& entry, std::ostream* stream)
-{
-    *stream << '"' << entry.entry << '"';
-}
+    friend std::ostream& operator<<(std::ostream& stream, const EntryCase& entry) { return stream << entry.name; }
+};
 
 class ArchiveEntry : public ::testing::TestWithParam<EntryCase> {};
 
@@ -310,14 +309,19 @@ TEST_P(ArchiveEntry, IsIgnoredWhenItIsASideFile)
 
 INSTANTIATE_TEST_SUITE_P(
     Names, ArchiveEntry,
-    ::testing::Values(EntryCase{"a.txt", true}, EntryCase{".txt", true}, EntryCase{"sub/a.txt", true},
-                      EntryCase{"sub\\a.txt", true}, EntryCase{"readme.TXT", true}, EntryCase{"readme.Txt", true},
-                      EntryCase{"kr_metadata.csv", true}, EntryCase{"KR_METADATA.CSV", true},
-                      EntryCase{"sub/kr_metadata.csv", false}, EntryCase{"sub\\kr_metadata.csv", false},
-                      EntryCase{"./kr_metadata.csv", false}, EntryCase{"kr_metadata.csv/", false},
-                      EntryCase{"kr_metadata.csv.bak", false}, EntryCase{"a.txt/", false}, EntryCase{"a.txt2", false},
-                      EntryCase{"atxt", false}, EntryCase{"txt", false}, EntryCase{"a", false}, EntryCase{"", false},
-                      EntryCase{"a.ZALPart", false}));
+    ::testing::Values(
+        EntryCase{"Text", "a.txt", true}, EntryCase{"SuffixAlone", ".txt", true},
+        EntryCase{"TextInAFolder", "sub/a.txt", true}, EntryCase{"TextBehindABackslash", "sub\\a.txt", true},
+        EntryCase{"TextInCapitals", "readme.TXT", true}, EntryCase{"TextWithACapital", "readme.Txt", true},
+        EntryCase{"Metadata", "kr_metadata.csv", true}, EntryCase{"MetadataInCapitals", "KR_METADATA.CSV", true},
+        EntryCase{"MetadataInAFolder", "sub/kr_metadata.csv", false},
+        EntryCase{"MetadataBehindABackslash", "sub\\kr_metadata.csv", false},
+        EntryCase{"MetadataInTheFolderItself", "./kr_metadata.csv", false},
+        EntryCase{"FolderNamedLikeMetadata", "kr_metadata.csv/", false},
+        EntryCase{"MetadataWithASuffix", "kr_metadata.csv.bak", false},
+        EntryCase{"FolderNamedLikeText", "a.txt/", false}, EntryCase{"LongerSuffix", "a.txt2", false},
+        EntryCase{"SuffixWithoutDot", "atxt", false}, EntryCase{"ThreeCharacters", "txt", false},
+        EntryCase{"OneCharacter", "a", false}, EntryCase{"Nothing", "", false}, EntryCase{"Part", "a.ZALPart", false}));
 
 } // namespace
 } // namespace openhost::testing

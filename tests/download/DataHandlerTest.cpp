@@ -74,6 +74,11 @@ struct DispositionCase {
     const char* name;
     const char* value;
     const char* fileName; ///< null when the header gives none
+
+    friend std::ostream& operator<<(std::ostream& stream, const DispositionCase& disposition)
+    {
+        return stream << disposition.name;
+    }
 };
 
 class Disposition : public DataHandler, public ::testing::WithParamInterface<DispositionCase> {};
@@ -113,8 +118,7 @@ INSTANTIATE_TEST_SUITE_P(
                       DispositionCase{"NotWhenOnlyQuotes", "attachment; filename=\"\"", nullptr},
                       DispositionCase{"NotWithoutParameters", "attachment", nullptr},
                       DispositionCase{"NotFromAnEmptyValue", "", nullptr},
-                      DispositionCase{"NotFromSemicolons", ";;;", nullptr}),
-    [](const auto& parameter) { return parameter.param.name; });
+                      DispositionCase{"NotFromSemicolons", ";;;", nullptr}));
 
 TEST_F(DataHandler, HeaderNamesMatchWithoutRegardToLetterCase)
 {
@@ -155,6 +159,8 @@ struct NameCase {
     int code;
     const char* disposition; ///< null for none
     const char* fileName;
+
+    friend std::ostream& operator<<(std::ostream& stream, const NameCase& reply) { return stream << reply.name; }
 };
 
 class TemporaryName : public DataHandler, public ::testing::WithParamInterface<NameCase> {};
@@ -192,8 +198,7 @@ INSTANTIATE_TEST_SUITE_P(
                  "VelmartDownloadedQ7Files.zip"},
         NameCase{"BytesInCapitals", "Application/Octet-Stream", 200, "attachment; filename=part.zip",
                  "VelmartDownloadedQ7Files.zip"},
-        NameCase{"EmptyType", "", 500, nullptr, "VelmartDownloadedQ7Files.zip"}),
-    [](const auto& parameter) { return parameter.param.name; });
+        NameCase{"EmptyType", "", 500, nullptr, "VelmartDownloadedQ7Files.zip"}));
 
 TEST_F(DataHandler, ErrorNameNeedsAResponse)
 {
@@ -221,13 +226,13 @@ TEST_F(DataHandler, NameIsChosenAtTheFirstChunk)
 // ---------------------------------------------------------------------------------------------
 // Names from a hostile server
 
-class HostileName : public DataHandler, public ::testing::WithParamInterface<std::string> {};
+class HostileName : public DataHandler, public ::testing::WithParamInterface<NamedText> {};
 
 TEST_P(HostileName, WritesNothingOutsideTheTemporaryFolder)
 {
     WriteFile(Folder() / "victim", "untouched");
     Script().Head(200, {{"content-type", "application/octet-stream"},
-                        {"content-disposition", "attachment; filename=" + GetParam()}});
+                        {"content-disposition", "attachment; filename=" + GetParam().text}});
     Script().Bytes("evil");
     Script().End();
 
@@ -236,11 +241,17 @@ TEST_P(HostileName, WritesNothingOutsideTheTemporaryFolder)
     EXPECT_EQ(TheOwner->Completed.size(), 1U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Names, HostileName,
-                         ::testing::Values("..", ".", "../victim", "..\\victim", "a/../../victim", "a\\..\\..\\victim",
-                                           "/etc/victim", "\\\\elsewhere\\victim", "missing/evil.zip",
-                                           "missing\\evil.zip", std::string("evil.zip\0/../victim", 19),
-                                           std::string("\0", 1), std::string(5000, 'a')));
+INSTANTIATE_TEST_SUITE_P(
+    Names, HostileName,
+    ::testing::Values(NamedText{"Parent", ".."}, NamedText{"Folder", "."}, NamedText{"BesideTheFolder", "../victim"},
+                      NamedText{"BesideTheFolderWithBackslash", "..\\victim"},
+                      NamedText{"OverAnotherFolder", "a/../../victim"},
+                      NamedText{"OverAnotherFolderWithBackslash", "a\\..\\..\\victim"},
+                      NamedText{"Absolute", "/etc/victim"}, NamedText{"OfAnotherMachine", "\\\\elsewhere\\victim"},
+                      NamedText{"InAMissingFolder", "missing/evil.zip"},
+                      NamedText{"InAMissingFolderWithBackslash", "missing\\evil.zip"},
+                      NamedText{"WithAZeroInside", std::string("evil.zip\0/../victim", 19)},
+                      NamedText{"ZeroAlone", std::string("\0", 1)}, NamedText{"VeryLong", std::string(5000, 'a')}));
 
 TEST_F(DataHandler, NameWithASeparatorStaysBelowTheTemporaryFolder)
 {
@@ -405,6 +416,11 @@ struct ProgressCase {
     const char* name;
     std::vector<std::pair<std::uint64_t, std::uint64_t>> steps; ///< current and total
     std::vector<int> reported;
+
+    friend std::ostream& operator<<(std::ostream& stream, const ProgressCase& progress)
+    {
+        return stream << progress.name;
+    }
 };
 
 class Progress : public DataHandler, public ::testing::WithParamInterface<ProgressCase> {};
@@ -421,19 +437,20 @@ constexpr std::uint64_t Largest = std::numeric_limits<std::uint64_t>::max();
 
 INSTANTIATE_TEST_SUITE_P(
     Transfers, Progress,
-    ::testing::Values(
-        ProgressCase{"WithoutTotal", {{0, 0}, {50, 0}, {Largest, 0}}, {}}, ProgressCase{"Five", {{5, 100}}, {}},
-        ProgressCase{"Ten", {{10, 100}}, {}}, ProgressCase{"TenAndAFraction", {{109, 1000}}, {}},
-        ProgressCase{"Eleven", {{11, 100}}, {11}},
-        ProgressCase{"ElevenThenTwentyOneThenTwentyTwo", {{11, 100}, {21, 100}, {22, 100}}, {11, 22}},
-        ProgressCase{"HundredTooNearToNinetyFive", {{95, 100}, {100, 100}}, {95}},
-        ProgressCase{"AllAtOnce", {{100, 100}}, {100}}, ProgressCase{"TheSameTwice", {{50, 100}, {50, 100}}, {50}},
-        ProgressCase{"Backwards", {{50, 100}, {20, 100}, {55, 100}, {61, 100}}, {50, 61}},
-        ProgressCase{"BeyondTheTotal", {{250, 100}}, {250}},
-        ProgressCase{"TotalThatIsTakenBack", {{50, 100}, {60, 0}, {61, 100}}, {50, 61}},
-        ProgressCase{"LargestNumbers", {{Largest, Largest}}, {100}},
-        ProgressCase{"OverflowingPercentage", {{Largest, 1}, {Largest, 1}, {1, 1}}, {std::numeric_limits<int>::max()}}),
-    [](const auto& parameter) { return parameter.param.name; });
+    ::testing::Values(ProgressCase{"WithoutTotal", {{0, 0}, {50, 0}, {Largest, 0}}, {}},
+                      ProgressCase{"Five", {{5, 100}}, {}}, ProgressCase{"Ten", {{10, 100}}, {}},
+                      ProgressCase{"TenAndAFraction", {{109, 1000}}, {}}, ProgressCase{"Eleven", {{11, 100}}, {11}},
+                      ProgressCase{"ElevenThenTwentyOneThenTwentyTwo", {{11, 100}, {21, 100}, {22, 100}}, {11, 22}},
+                      ProgressCase{"HundredTooNearToNinetyFive", {{95, 100}, {100, 100}}, {95}},
+                      ProgressCase{"AllAtOnce", {{100, 100}}, {100}},
+                      ProgressCase{"TheSameTwice", {{50, 100}, {50, 100}}, {50}},
+                      ProgressCase{"Backwards", {{50, 100}, {20, 100}, {55, 100}, {61, 100}}, {50, 61}},
+                      ProgressCase{"BeyondTheTotal", {{250, 100}}, {250}},
+                      ProgressCase{"TotalThatIsTakenBack", {{50, 100}, {60, 0}, {61, 100}}, {50, 61}},
+                      ProgressCase{"LargestNumbers", {{Largest, Largest}}, {100}},
+                      ProgressCase{"OverflowingPercentage",
+                                   {{Largest, 1}, {Largest, 1}, {1, 1}},
+                                   {std::numeric_limits<int>::max()}}));
 
 TEST_F(DataHandler, ProgressCountsThoughNobodyIsCalled)
 {
@@ -470,8 +487,16 @@ TEST_F(DataHandler, FileIsClosedBeforeTheOwnerIsCalled)
 {
     class Reader : public ZALBaseUnknown {
     public:
-        void OnComplete(const ZALUnicodeString& path) { Content = ReadFile(ToUtf8(path)); }
+        void OnComplete(const ZALUnicodeString& path)
+        {
+            Content = ReadFile(ToUtf8(path));
+            for (const auto& descriptor : std::filesystem::directory_iterator("/proc/self/fd")) {
+                std::error_code gone;
+                IsOpen = IsOpen || read_symlink(descriptor.path(), gone) == ToUtf8(path);
+            }
+        }
         std::string Content;
+        bool IsOpen = false;
     };
     Reader reader;
     auto* handler = new ZALVelmartDownloadDataHandler(
@@ -481,6 +506,7 @@ TEST_F(DataHandler, FileIsClosedBeforeTheOwnerIsCalled)
     handler->Release();
 
     EXPECT_EQ(reader.Content, "whole");
+    EXPECT_FALSE(reader.IsOpen);
 }
 
 TEST_F(DataHandler, FailedTransferKeepsWhatHasArrived)

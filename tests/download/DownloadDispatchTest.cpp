@@ -74,22 +74,25 @@ TEST_F(DownloadDispatch, EmptySourceUrlHasNoScheme)
     EXPECT_EQ(Traces().back(), BadUrl);
 }
 
-class RefusedScheme : public DownloadDispatch, public ::testing::WithParamInterface<const char*> {};
+class RefusedScheme : public DownloadDispatch, public ::testing::WithParamInterface<NamedText> {};
 
 TEST_P(RefusedScheme, FailsWithoutNotificationOrRequest)
 {
-    EXPECT_EQ(Start(OpenInSource(GetParam())), E_FAIL);
+    EXPECT_EQ(Start(OpenInSource(GetParam().text)), E_FAIL);
 
     EXPECT_THAT(Requested(), IsEmpty());
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(Traces(), ElementsAre("ZALVelmartFileDownloader::StartDownload - OpenInSource with sourceUrl: " +
-                                          std::string(GetParam()) + "\n",
+                                          GetParam().text + "\n",
                                       BadUrl));
 }
 
 INSTANTIATE_TEST_SUITE_P(Schemes, RefusedScheme,
-                         ::testing::Values("FILE:///c:/a", "File:///c:/a", " file:///c:/a", "files:///c:/a",
-                                           "https://velmart.example/a"));
+                         ::testing::Values(NamedText{"FileInCapitals", "FILE:///c:/a"},
+                                           NamedText{"FileWithACapital", "File:///c:/a"},
+                                           NamedText{"FileBehindABlank", " file:///c:/a"},
+                                           NamedText{"Files", "files:///c:/a"},
+                                           NamedText{"Https", "https://velmart.example/a"}));
 
 TEST_F(DownloadDispatch, FileUrlSucceedsThoughNoFileIsThere)
 {
@@ -216,33 +219,40 @@ TEST_F(DownloadDispatch, ReceiverMayStartTheNextDownloadInsideTheNotification)
 // ---------------------------------------------------------------------------------------------
 // Requests that fall through to the normal routes
 
-class OtherBehaviour : public DownloadDispatch, public ::testing::WithParamInterface<const char*> {};
+class OtherBehaviour : public DownloadDispatch, public ::testing::WithParamInterface<NamedText> {};
 
 TEST_P(OtherBehaviour, FallsThroughToThePlainRouteThoughASourceUrlIsThere)
 {
-    EXPECT_EQ(Start(OpenInSource("file:///c:/a", GetParam())), S_OK);
+    EXPECT_EQ(Start(OpenInSource("file:///c:/a", GetParam().text)), S_OK);
 
     EXPECT_THAT(Requested(), ElementsAre(Url));
     EXPECT_THAT(Receiver.Received, IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Values, OtherBehaviour,
-                         ::testing::Values("\"openInSourceX\"", "\"openInSourc\"", "\"\"", "\" openInSource\"", "null",
-                                           "true", "1", "[\"openInSource\"]", "{\"openInSource\": 1}"));
+INSTANTIATE_TEST_SUITE_P(
+    Values, OtherBehaviour,
+    ::testing::Values(NamedText{"LongerText", R"("openInSourceX")"}, NamedText{"ShorterText", R"("openInSourc")"},
+                      NamedText{"EmptyText", R"("")"}, NamedText{"TextBehindABlank", R"(" openInSource")"},
+                      NamedText{"Null", "null"}, NamedText{"Boolean", "true"}, NamedText{"Number", "1"},
+                      NamedText{"List", R"(["openInSource"])"}, NamedText{"Map", R"({"openInSource": 1})"}));
 
-class NoCatalog : public DownloadDispatch, public ::testing::WithParamInterface<const char*> {};
+class NoCatalog : public DownloadDispatch, public ::testing::WithParamInterface<NamedText> {};
 
 TEST_P(NoCatalog, TakesThePlainRoute)
 {
-    EXPECT_EQ(Start(std::string(R"({"downloadUrl": "https://velmart.example/item.zip")") + GetParam() + "}"), S_OK);
+    EXPECT_EQ(Start(std::string(R"({"downloadUrl": "https://velmart.example/item.zip")") + GetParam().text + "}"),
+              S_OK);
     EXPECT_THAT(Requested(), ElementsAre(Url));
 }
 
 INSTANTIATE_TEST_SUITE_P(Requests, NoCatalog,
-                         ::testing::Values("", R"(, "attributes": null)", R"(, "attributes": "catalog")",
-                                           R"(, "attributes": {})", R"(, "attributes": {"catalog": null})",
-                                           R"(, "attributes": {"catalog": "openInSource"})",
-                                           R"(, "attributes": {"catalog": {}})"));
+                         ::testing::Values(NamedText{"NoAttributes", ""},
+                                           NamedText{"NullAttributes", R"(, "attributes": null)"},
+                                           NamedText{"TextAttributes", R"(, "attributes": "catalog")"},
+                                           NamedText{"EmptyAttributes", R"(, "attributes": {})"},
+                                           NamedText{"NullCatalog", R"(, "attributes": {"catalog": null})"},
+                                           NamedText{"TextCatalog", R"(, "attributes": {"catalog": "openInSource"})"},
+                                           NamedText{"EmptyCatalog", R"(, "attributes": {"catalog": {}})"}));
 
 TEST_F(DownloadDispatch, RequestThatIsNoMapFails)
 {
@@ -365,6 +375,8 @@ struct AddressCase {
     const char* name;
     const char* request;
     const char* url; ///< null when there is none
+
+    friend std::ostream& operator<<(std::ostream& stream, const AddressCase& address) { return stream << address.name; }
 };
 
 class DownloadAddress : public ::testing::TestWithParam<AddressCase> {};
@@ -400,8 +412,7 @@ INSTANTIATE_TEST_SUITE_P(
         AddressCase{"DownloadAlone", R"({"download": "d"})", "d"},
         AddressCase{"DownloadOfAnotherType", R"({"download": {"url": "d"}})", nullptr},
         AddressCase{"AddressesInsideAttributes", R"({"attributes": {"downloadUrl": "u", "download": "d"}})", nullptr},
-        AddressCase{"NoMap", R"(["downloadUrl"])", nullptr}),
-    [](const auto& parameter) { return parameter.param.name; });
+        AddressCase{"NoMap", R"(["downloadUrl"])", nullptr}));
 
 // ---------------------------------------------------------------------------------------------
 // Template support, settled once in the life of a process

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <ostream>
 #include <sstream>
 #include <stdexcept>
 

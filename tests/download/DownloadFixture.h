@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +26,14 @@ std::string ReadFile(const std::filesystem::path& path);
 void WriteFile(const std::filesystem::path& path, std::string_view content);
 /// Paths of all files below `folder`, relative to it and sorted; folders are left out.
 std::vector<std::string> FilesBelow(const std::filesystem::path& folder);
+
+/// A text of a table of cases. Tests are listed by what their parameter prints.
+struct NamedText {
+    const char* name;
+    std::string text;
+
+    friend std::ostream& operator<<(std::ostream& stream, const NamedText& named) { return stream << named.name; }
+};
 
 /// What a receiver was told.
 struct Completion {

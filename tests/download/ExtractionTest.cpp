@@ -104,21 +104,26 @@ TEST_F(Extraction, EncryptedFileIsListedThoughItCannotBeRead)
     EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
 }
 
-class HostileEntry : public Extraction, public ::testing::WithParamInterface<const char*> {};
+class HostileEntry : public Extraction, public ::testing::WithParamInterface<NamedText> {};
 
 TEST_P(HostileEntry, WritesNothingOutsideTheFolder)
 {
     WriteFile(Folder() / "victim", "untouched");
 
-    Extract(ZipBytes().Add(GetParam(), "evil").Add("good", "1"));
+    Extract(ZipBytes().Add(GetParam().text, "evil").Add("good", "1"));
 
     EXPECT_EQ(ReadFile(Folder() / "victim"), "untouched");
     EXPECT_THAT(FilesBelow(Folder()), ElementsAre("parts/good", "temp/VelmartDownloadedQ7Files.zip", "victim"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Names, HostileEntry,
-                         ::testing::Values("../victim", "..\\victim", "sub/../../victim", "sub\\..\\..\\victim",
-                                           "/victim", "\\victim", "..", "../new"));
+                         ::testing::Values(NamedText{"BesideTheFolder", "../victim"},
+                                           NamedText{"NewBesideTheFolder", "../new"},
+                                           NamedText{"BesideTheFolderWithBackslash", "..\\victim"},
+                                           NamedText{"OverAnotherFolder", "sub/../../victim"},
+                                           NamedText{"OverAnotherFolderWithBackslash", "sub\\..\\..\\victim"},
+                                           NamedText{"Absolute", "/victim"},
+                                           NamedText{"AbsoluteWithBackslash", "\\victim"}, NamedText{"Parent", ".."}));
 
 TEST_F(Extraction, LinkOutOfTheFolderIsNotFollowed)
 {

@@ -190,6 +190,8 @@ struct FaultCase {
     std::vector<std::string> names;
     Found root; ///< among the faulty product and a leaf that it points to
     std::vector<std::string> calls;
+
+    friend std::ostream& operator<<(std::ostream& stream, const FaultCase& faulty) { return stream << faulty.name; }
 };
 
 class FaultyProduct : public RootProduct, public ::testing::WithParamInterface<FaultCase> {};
@@ -249,8 +251,7 @@ INSTANTIATE_TEST_SUITE_P(
                                 {"B.ZALProduct"},
                                 {S_OK, 2},
                                 {Opened, "OpenStorage ZALOR1", "CreateDocLinkManager", "Close ZALOR1", Closed,
-                                 "GetPointedDocuments"}}),
-    [](const auto& parameter) { return parameter.param.name; });
+                                 "GetPointedDocuments"}}));
 
 TEST_F(RootProduct, NamesOfAFailedQueryAreNotUsed)
 {

@@ -284,6 +284,7 @@ TEST_F(DownloadTransfer, FailedTransferEndsAsFailed)
 
 TEST_F(DownloadTransfer, EndWithoutRequestCountsAsFailed)
 {
+    WriteFile(TemporaryFile(), Body());
     Probe.OnDownloadRequestComplete(TemporaryFile().c_str());
     EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
 }

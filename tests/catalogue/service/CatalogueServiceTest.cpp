@@ -114,6 +114,18 @@ TEST_F(CatalogueServiceTest, TheRequestOfAnItemHoldsTheAddressOfTheService)
     EXPECT_EQ(item.begin().key(), "id");
 }
 
+TEST_F(CatalogueServiceTest, ThePathInAFileUrlIsEncoded)
+{
+    const std::filesystem::path folder = root_ / "ä 100%";
+    std::filesystem::create_directories(folder / "items");
+    std::ofstream(folder / "items" / "a.json") << R"("file://${FILES}/a")";
+    CatalogueService service(folder);
+    service.Start();
+    const httplib::Result reply = httplib::Client("127.0.0.1", service.GetPort()).Get("/items/a");
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(Json::parse(reply->body), "file://" + root_.string() + "/%C3%A4%20100%25/files/a");
+}
+
 TEST_F(CatalogueServiceTest, TheIndexHoldsTheAddressOfTheService)
 {
     const httplib::Result reply = Get("/items");
@@ -138,7 +150,7 @@ TEST_F(CatalogueServiceTest, ThePageListsItemsAndFilesWithTheirNamesEscaped)
     EXPECT_EQ(reply->get_header_value("Content-Type"), "text/html; charset=utf-8");
     EXPECT_NE(reply->body.find("href=\"/items/bolt\""), std::string::npos);
     EXPECT_NE(reply->body.find("href=\"/files/nut.ZALPart\""), std::string::npos);
-    EXPECT_NE(reply->body.find("&lt;b>&amp;&quot;.zip"), std::string::npos);
+    EXPECT_NE(reply->body.find("<a href=\"/files/%3Cb%3E%26%22.zip\">&lt;b>&amp;&quot;.zip</a>"), std::string::npos);
     EXPECT_EQ(reply->body.find("<b>"), std::string::npos);
 }
 

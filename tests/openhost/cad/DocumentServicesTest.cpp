@@ -187,7 +187,7 @@ TEST_F(CompoundDocuments, CompoundFileOfAnotherProgramHasNoDocumentStorage)
 TEST_F(CompoundDocuments, DamagedLinkTableGivesNoManager)
 {
     CompoundContents root;
-    root.storages = {{ZALDocumentStorage, {{{"Links", "ZLNK and what is no link table"}}, {}}}};
+    root.storages = {{ZALDocumentStorage, {{"Links", "ZLNK and what is no link table"}}, {}}};
     WriteText("damaged.ZALProduct", BuildCompoundFile(root));
     EXPECT_FALSE(CreateManager(Path("damaged.ZALProduct")));
 }

@@ -90,7 +90,7 @@ TEST_F(TextFiles, AreInTheLanguageThatWasSet)
     EXPECT_EQ(Find("Catalog", "Key"), "Deutsch");
     EXPECT_EQ(Find("Catalog", "OnlyEnglish"), "left in English");
     EXPECT_EQ(Find("Catalog", "Absent"), "(none)");
-    SetLanguage("Klingon");
+    SetLanguage("Unknown");
     EXPECT_EQ(Find("Catalog", "Key"), "English");
     SetLanguage("");
     EXPECT_EQ(Find("Catalog", "Key"), "English");

@@ -129,9 +129,8 @@ TEST(CadDocument, WhatNoReaderTakesIsNotWritten)
 TEST(CadDocument, ScaledShearedAndMirroredPlacementsAreRefused)
 {
     for (const Placement& placement :
-         {Placement{2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}, //
-          Placement{1, 0.5, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}, Placement{-1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0},
-          Placement{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}}) {
+         {Placement{2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}, Placement{1, 0.5, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0},
+          Placement{-1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}, Placement{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}}) {
         CadDocument document = SomeProduct();
         document.children[0].placement = placement;
         EXPECT_EQ(BuildRefusal(document), "document JOINT: child Bolt.1 has no rigid placement");
@@ -144,8 +143,8 @@ TEST(CadDocument, UnknownStreamsAndStoragesArePassedOver)
     streams.insert(streams.begin(), {"Cameras", "of a later version"});
     CompoundContents root;
     root.streams.push_back({"Preview", "picture"});
-    root.storages.push_back({"History", {}});
-    root.storages.push_back({DocumentStorageName, {streams, {{"Features", {{{"Pad.1", "x"}}, {}}}}}});
+    root.storages.push_back({"History", {}, {}});
+    root.storages.push_back({DocumentStorageName, streams, {{"Features", {{"Pad.1", "x"}}, {}}}});
     EXPECT_EQ(ParseDocument(BuildCompoundFile(root), "part"), SomePart());
 }
 
@@ -233,15 +232,15 @@ TEST(HostileDocument, FewerLinksThanAnnouncedOrMoreAreRefused)
 
 TEST(HostileDocument, TextThatClaimsToBeLongerThanTheStreamIsRefused)
 {
-    for (const auto& [length, reason] :
-         {std::pair(0xFFFFFFFFU, "a text is too long"), //
-          std::pair(65537U, "a text is too long"), std::pair(65536U, "the stream is cut short")})
-        EXPECT_EQ(Refusal(WithStream(SomeProduct(), "Links",
-                                     [&](std::string& stream) {
-                                         Put(stream, HeadSize + 4, length);
-                                         RepairHead(stream);
-                                     })),
-                  std::string("hostile: link table: ") + reason);
+    const auto refusalWithLength = [](std::uint32_t length) {
+        return Refusal(WithStream(SomeProduct(), "Links", [length](std::string& stream) {
+            Put(stream, HeadSize + 4, length);
+            RepairHead(stream);
+        }));
+    };
+    EXPECT_EQ(refusalWithLength(0xFFFFFFFF), "hostile: link table: a text is too long");
+    EXPECT_EQ(refusalWithLength(65537), "hostile: link table: a text is too long");
+    EXPECT_EQ(refusalWithLength(65536), "hostile: link table: the stream is cut short");
 }
 
 TEST(HostileDocument, LinkNamesThatAreNoTextAreRefused)

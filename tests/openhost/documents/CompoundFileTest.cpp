@@ -90,7 +90,7 @@ TEST(CompoundFile, StreamsAndStoragesComeBack)
 {
     CompoundContents root;
     root.streams = {{"Empty", ""}, {"Small", "abc"}, {"Large", std::string(70'000, 'x')}};
-    root.storages = {{"Inner", {{{"Small", "inner"}}, {{"Deep", {{{"d", "deep"}}, {}}}}}}};
+    root.storages = {{"Inner", {{"Small", "inner"}}, {{"Deep", {{"d", "deep"}}, {}}}}};
     const CompoundStorage file = CompoundStorage::OpenBytes(BuildCompoundFile(root), "file");
     EXPECT_EQ(file.ReadStream("Empty", 100), "");
     EXPECT_EQ(file.ReadStream("Small", 100), "abc");
@@ -103,7 +103,7 @@ TEST(CompoundFile, StreamIsNoStorageAndStorageNoStream)
 {
     CompoundContents root;
     root.streams = {{"Stream", "abc"}};
-    root.storages = {{"Storage", {}}};
+    root.storages = {{"Storage", {}, {}}};
     const CompoundStorage file = CompoundStorage::OpenBytes(BuildCompoundFile(root), "file");
     EXPECT_FALSE(file.FindStorage("Stream"));
     EXPECT_FALSE(file.ReadStream("Storage", 100));
@@ -115,7 +115,7 @@ TEST(CompoundFile, StreamIsNoStorageAndStorageNoStream)
 TEST(CompoundFile, InnerStorageOutlivesItsFileObject)
 {
     CompoundContents root;
-    root.storages = {{"Inner", {{{"Small", "inner"}}, {}}}};
+    root.storages = {{"Inner", {{"Small", "inner"}}, {}}};
     const auto inner = CompoundStorage::OpenBytes(BuildCompoundFile(root), "file").FindStorage("Inner");
     EXPECT_EQ(inner->ReadStream("Small", 100), "inner");
 }

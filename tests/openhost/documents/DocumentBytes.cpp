@@ -36,7 +36,7 @@ CadDocument SomeProduct()
 std::string FileWithStreams(const std::vector<std::pair<std::string, std::string>>& streams)
 {
     CompoundContents root;
-    root.storages.push_back({DocumentStorageName, {streams, {}}});
+    root.storages.push_back({DocumentStorageName, streams, {}});
     return BuildCompoundFile(root);
 }
 

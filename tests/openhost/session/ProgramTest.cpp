@@ -90,6 +90,26 @@ TEST_F(ProgramTest, AFailedStepIsStatus1AndTheJournalInItsFile)
     EXPECT_THAT(Read("journal"), HasSubstr("{\"event\":\"end\",\"status\":1,\"step\":2,\"reason\":"));
 }
 
+TEST_F(ProgramTest, AJournalThatCannotBeWrittenIsStatus1)
+{
+    Write("session.json", R"({"steps": []})");
+    EXPECT_EQ(Run("play session.json --journal missing/journal"), 1);
+    EXPECT_EQ(Run("play session.json --journal /dev/full"), 1);
+    EXPECT_EQ(Read("err"), "openhost: the journal could not be written\n");
+}
+
+TEST_F(ProgramTest, AnAccountTakesThePlaceOfTheJournalOnStandardOutput)
+{
+    Write("session.json", R"({"steps": [{"message": {"event": "velmart_over", "content": 7}}]})");
+    EXPECT_EQ(Run("play session.json --account --journal journal"), 0);
+    EXPECT_THAT(Read("out"), HasSubstr("Message       velmart_over\n"));
+    EXPECT_THAT(Read("out"), EndsWith("every step is done\n"));
+    EXPECT_THAT(Read("journal"), EndsWith("{\"event\":\"end\",\"status\":0}\n"));
+
+    EXPECT_EQ(Run("play session.json --account --module missing.so"), 1);
+    EXPECT_THAT(Read("out"), HasSubstr("the session cannot begin: "));
+}
+
 TEST_F(ProgramTest, AnotherModuleCanBeNamed)
 {
     Write("session.json", R"({"steps": []})");

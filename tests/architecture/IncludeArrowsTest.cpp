@@ -1,0 +1,178 @@
+// Who may know whom, by what the source files include.
+
+#include "tests/architecture/SourceTree.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <functional>
+#include <map>
+
+namespace openhost::testing {
+
+namespace {
+
+using ::testing::AssertionFailure;
+using ::testing::AssertionResult;
+using ::testing::AssertionSuccess;
+
+bool StandsIn(const std::string& path, const std::string& folder)
+{
+    return path.starts_with(folder + "/");
+}
+
+/// Whether `allowed` holds for each include below `folder`.
+AssertionResult Each(const std::string& folder, const std::function<bool(const Include&)>& allowed)
+{
+    AssertionResult failure = AssertionFailure();
+    bool failed = false;
+    for (const Include& include : IncludesBelow(folder))
+        if (!allowed(include)) {
+            failure << "\n  " << include;
+            failed = true;
+        }
+    return failed ? failure : AssertionSuccess();
+}
+
+TEST(Includes, OfTheModuleAreTheStandardLibraryTheHostViewAndItself)
+{
+    EXPECT_TRUE(Each("module", [](const Include& include) {
+        return include.isOurs ? StandsIn(include.target, "module")
+                              : IsStandardHeader(include.target) || include.target == "VelmartBuildValues.h";
+    }));
+}
+
+TEST(Includes, OfTheHostViewAreTheStandardLibraryAndItself)
+{
+    EXPECT_TRUE(Each("module/host", [](const Include& include) {
+        return include.isOurs ? StandsIn(include.target, "module/host") : IsStandardHeader(include.target);
+    }));
+}
+
+TEST(Includes, OfOpenhostHaveTheHostViewOfTheModuleAlone)
+{
+    EXPECT_TRUE(Each("openhost", [](const Include& include) {
+        return !include.isOurs ||
+               StandsIn(include.target, "openhost") || StandsIn(include.target, "module/host");
+    }));
+}
+
+TEST(Includes, OfTheCatalogueHaveTheDocumentFormatsOfOpenhostAlone)
+{
+    // AtomicFile writes a whole file or none, which the formats build on.
+    EXPECT_TRUE(Each("catalogue", [](const Include& include) {
+        return !include.isOurs || StandsIn(include.target, "catalogue") ||
+               StandsIn(include.target, "openhost/documents") || StandsIn(include.target, "openhost/geometry") ||
+               include.target == "openhost/files/AtomicFile.h";
+    }));
+}
+
+TEST(Includes, OfProductionCodeHaveNoTests)
+{
+    for (const char* folder : {"module", "openhost", "catalogue"})
+        EXPECT_TRUE(Each(folder, [](const Include& include) {
+            return !StandsIn(include.target, "tests") && !include.target.starts_with("gtest/") &&
+                   !include.target.starts_with("gmock/");
+        }));
+}
+
+TEST(Includes, OfOpenhostRunOneWayBetweenItsFolders)
+{
+    std::map<std::string, std::set<std::string>> builds;
+    for (const Include& include : IncludesBelow("openhost"))
+        if (include.isOurs && StandsIn(include.target, "openhost") && FolderOf(include.file) != FolderOf(include.target))
+            builds[FolderOf(include.file)].insert(FolderOf(include.target));
+
+    std::set<std::string> done;
+    std::vector<std::string> road;
+    const std::function<void(const std::string&)> visit = [&](const std::string& folder) {
+        const auto before = std::find(road.begin(), road.end(), folder);
+        if (before != road.end()) {
+            std::string circle;
+            for (auto step = before; step != road.end(); ++step)
+                circle += *step + " -> ";
+            ADD_FAILURE() << circle << folder;
+            return;
+        }
+        if (!done.insert(folder).second)
+            return;
+        road.push_back(folder);
+        for (const std::string& base : builds[folder])
+            visit(base);
+        road.pop_back();
+    };
+    const std::map<std::string, std::set<std::string>> all = builds;
+    for (const auto& [folder, bases] : all)
+        visit(folder);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Other people's types
+
+struct Library {
+    const char* name;
+    std::function<bool(const std::string& header)> owns;
+    std::set<std::string> folders; ///< whose headers may show it
+};
+
+const std::vector<Library>& Libraries()
+{
+    const auto beginsWith = [](const char* start) {
+        return [start](const std::string& header) { return header.starts_with(start); };
+    };
+    static const std::vector<Library> libraries = {
+        {"libcurl", beginsWith("curl/"), {"openhost/http"}},
+        {"libuv", beginsWith("uv.h"), {"openhost/loop"}},
+        {"libzip", beginsWith("zip.h"), {"openhost/files"}},
+        {"libdeflate", beginsWith("libdeflate.h"), {"openhost/files", "openhost/documents"}},
+        {"ISA-L", beginsWith("isa-l/"), {"openhost/files", "openhost/documents"}},
+        {"libgsf", beginsWith("gsf/"), {"openhost/documents"}},
+        {"OpenSSL", beginsWith("openssl/"), {"openhost/files"}},
+        {"cpp-httplib", beginsWith("httplib.h"), {"catalogue/service"}},
+        {"Open CASCADE", [](const std::string& header) { return header.ends_with(".hxx"); },
+         {"openhost/geometry", "catalogue/items"}},
+        {"Qt",
+         [](const std::string& header) {
+             return header.starts_with("Qt") || (header.size() > 1 && header[0] == 'Q' && std::isupper(header[1]));
+         },
+         {"openhost/desktop"}},
+    };
+    return libraries;
+}
+
+TEST(Includes, OfOtherLibrariesShowInTheHeadersOfTheirOwnFolderOnly)
+{
+    for (const char* folder : {"module", "openhost", "catalogue"})
+        EXPECT_TRUE(Each(folder, [](const Include& include) {
+            for (const Library& library : Libraries())
+                if (!include.isOurs && include.isHeader && library.owns(include.target) &&
+                    !library.folders.contains(FolderOf(include.file)))
+                    return false;
+            return true;
+        }));
+}
+
+TEST(Includes, OfOtherLibrariesAreKnownHere)
+{
+    // Of the system: its files, sockets, threads and loader. A library that is new to the project gets a line
+    // above, and with it its own folder.
+    const std::set<std::string> system = {"arpa/inet.h",  "dlfcn.h",    "fcntl.h",      "link.h",
+                                          "netinet/in.h", "poll.h",     "pthread.h",    "signal.h",
+                                          "stdlib.h",     "sys/file.h", "sys/socket.h", "sys/stat.h",
+                                          "sys/types.h",  "sys/wait.h", "time.h",       "unistd.h"};
+    for (const char* folder : {"openhost", "catalogue"})
+        EXPECT_TRUE(Each(folder, [&](const Include& include) {
+            if (include.isOurs || IsStandardHeader(include.target) || system.contains(include.target) ||
+                include.target == "nlohmann/json.hpp")
+                return true;
+            for (const Library& library : Libraries())
+                if (library.owns(include.target))
+                    return true;
+            return false;
+        }));
+}
+
+} // namespace
+
+} // namespace openhost::testing

@@ -1,0 +1,154 @@
+// What the built plug-in shows, and what it needs.
+
+#include "tests/architecture/SourceTree.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <regex>
+#include <stdexcept>
+
+namespace openhost::testing {
+
+namespace {
+
+const std::string Plugin = VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so";
+const std::string Runtime = VELMART_BINARY_DIR "/lib/libopenhost.so";
+
+std::vector<std::string> LinesOf(const std::string& command)
+{
+    std::FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe)
+        throw std::runtime_error("cannot run " + command);
+    std::string text;
+    char buffer[4096];
+    for (std::size_t count; (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        text.append(buffer, count);
+    if (pclose(pipe) != 0)
+        throw std::runtime_error("failed: " + command);
+    std::vector<std::string> lines;
+    for (std::size_t start = 0, end; (end = text.find('\n', start)) != std::string::npos; start = end + 1)
+        lines.push_back(text.substr(start, end - start));
+    return lines;
+}
+
+/// Names of the dynamic symbols that `library` defines (`which` "--defined-only") or needs ("--undefined-only"),
+/// demangled.
+std::vector<std::string> Symbols(const std::string& library, const std::string& which)
+{
+    static const std::regex line("^[0-9a-f ]* [A-Za-z] (.*)$");
+    std::vector<std::string> names;
+    for (const std::string& text : LinesOf("'" VELMART_NM "' -DC " + which + " '" + library + "'")) {
+        std::smatch match;
+        if (std::regex_match(text, match, line))
+            names.push_back(match[1]);
+    }
+    return names;
+}
+
+/// What a symbol belongs to: the function, or the class or namespace that stands first in its name.
+std::string OwnerOf(const std::string& symbol)
+{
+    static const std::regex owner("^(?:typeinfo for |typeinfo name for |vtable for )?([A-Za-z_][A-Za-z0-9_]*)");
+    std::smatch match;
+    return std::regex_search(symbol, match, owner) ? match[1].str() : symbol;
+}
+
+bool IsOfTheCompiler(const std::string& symbol)
+{
+    static const std::regex compiler("^(_ITM_|__gmon_start__|__asan_|__ubsan_|__sanitizer_|__lsan_|__sancov_).*");
+    return std::regex_match(symbol, compiler);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Shown
+
+TEST(PluginSymbols, ShowTheEntryPointsAndTheClassesForOtherModulesAndNothingElse)
+{
+    const std::set<std::string> expected = {"CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin",
+                                            "ZALVelmartFileDownloader",
+                                            "ZALVelmartFileDownloadCompleteNotification",
+                                            "ZALVelmartIntegrationEventPublisher",
+                                            "ZALVelmartIntegrationDebug"};
+    std::set<std::string> shown;
+    for (const std::string& symbol : Symbols(Plugin, "--defined-only"))
+        shown.insert(OwnerOf(symbol));
+    EXPECT_EQ(shown, expected);
+}
+
+class ShownOperation : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(ShownOperation, IsThereForOtherModules)
+{
+    const std::vector<std::string> symbols = Symbols(Plugin, "--defined-only");
+    EXPECT_TRUE(std::ranges::find(symbols, GetParam()) != symbols.end()) << GetParam();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Operations, ShownOperation,
+    ::testing::Values("CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin",
+                      "ZALVelmartFileDownloader::GetInstance()",
+                      "ZALVelmartFileDownloader::StartDownload(ZALOmxAny const&)",
+                      "ZALVelmartFileDownloader::SetTemplatesURLs(ZALOmxAny const&)",
+                      "ZALVelmartFileDownloader::CreateItself()", "ZALVelmartFileDownloader::ClassName()",
+                      "typeinfo for ZALVelmartFileDownloader", "vtable for ZALVelmartFileDownloader",
+                      "ZALVelmartFileDownloadCompleteNotification::ClassName()",
+                      "ZALVelmartFileDownloadCompleteNotification::MetaObject()",
+                      "ZALVelmartFileDownloadCompleteNotification::GetConcatenedWarningsMessageNLS() const",
+                      "typeinfo for ZALVelmartFileDownloadCompleteNotification",
+                      "vtable for ZALVelmartFileDownloadCompleteNotification",
+                      "ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance()",
+                      "ZALVelmartIntegrationEventPublisher::HasJSMessageListeners()",
+                      "ZALVelmartIntegrationEventPublisher::SendJSMessage(ZALOmxUTF8String const&)",
+                      "typeinfo for ZALVelmartIntegrationEventPublisher", "ZALVelmartIntegrationDebug::Traces",
+                      "ZALVelmartIntegrationDebug::Chrono::Start()", "ZALVelmartIntegrationDebug::Chrono::GetElapsed()",
+                      "ZALVelmartIntegrationDebug::Chrono::GetElapsedAsString()"));
+
+// ---------------------------------------------------------------------------------------------
+// Needed
+
+TEST(PluginSymbols, NeedTheHostViewAndTheLanguagesRuntimeOnly)
+{
+    const std::set<std::string> hostView = WordsIn("module/host");
+    for (const std::string& symbol : Symbols(Plugin, "--undefined-only")) {
+        const bool isVersioned = symbol.find('@') != std::string::npos; // as those of the C and C++ libraries are
+        EXPECT_TRUE(isVersioned || IsOfTheCompiler(symbol) || hostView.contains(OwnerOf(symbol))) << symbol;
+    }
+}
+
+TEST(PluginSymbols, ThatAreNeededOfTheHostAreAllThere)
+{
+    const std::vector<std::string> defined = Symbols(Runtime, "--defined-only");
+    const std::set<std::string> offered(defined.begin(), defined.end());
+    int ofTheHost = 0;
+    for (const std::string& symbol : Symbols(Plugin, "--undefined-only")) {
+        if (symbol.find('@') != std::string::npos || IsOfTheCompiler(symbol))
+            continue;
+        ++ofTheHost;
+        EXPECT_TRUE(offered.contains(symbol)) << symbol;
+    }
+    EXPECT_GT(ofTheHost, 50);
+}
+
+TEST(PluginLibraries, AreTheLanguagesRuntimeOnly)
+{
+    static const std::regex needed(R"(.*\(NEEDED\).*\[([^\]]*)\].*)");
+    const std::set<std::string> allowed = {"libstdc++", "libm", "libgcc_s", "libc", "ld-linux-x86-64",
+                                           // in a build with sanitizers
+                                           "libasan", "libubsan", "liblsan"};
+    int count = 0;
+    for (const std::string& line : LinesOf("'" VELMART_READELF "' -d '" + Plugin + "'")) {
+        std::smatch match;
+        if (!std::regex_match(line, match, needed))
+            continue;
+        ++count;
+        const std::string library = match[1];
+        EXPECT_TRUE(allowed.contains(library.substr(0, library.find(".so")))) << library;
+    }
+    EXPECT_GT(count, 0);
+}
+
+} // namespace
+
+} // namespace openhost::testing

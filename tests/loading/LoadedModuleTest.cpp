@@ -1,0 +1,285 @@
+// The plug-in as a host meets it: opened by its file, and known by names only.
+
+#include "tests/support/HostFixture.h"
+#include "tests/support/Listener.h"
+
+#include "host/frame.h"
+#include "host/panel.h"
+#include "openhost/objects/ClassDictionary.h"
+#include "openhost/objects/Traces.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+
+namespace openhost::testing {
+
+namespace {
+
+const std::string Plugin = VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so";
+
+constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";
+constexpr const char* AddinInterface = "ZALIMeridiaAccessDialogAddin";
+constexpr const char* PublisherClass = "ZALVelmartIntegrationEventPublisher";
+constexpr const char* SubscriberClass = "ZALVelmartIntegrationEventSubscriber";
+constexpr const char* MessageClass = "ZALDlgHtmlViewJavaScriptNotification";
+constexpr const char* StatusClass = "ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif";
+
+struct ReleaseObject {
+    void operator()(ZALBaseUnknown* object) const { object->Release(); }
+};
+using Object = std::unique_ptr<ZALBaseUnknown, ReleaseObject>;
+using Addin = std::unique_ptr<ZALIMeridiaAccessDialogAddin, ReleaseObject>;
+
+class PluginFile : public HostFixture {
+protected:
+    void Load() { module_ = std::make_unique<LoadedModule>(Plugin); }
+    void Unload() { module_.reset(); }
+
+    static ClassDictionary& Dictionary() { return ClassDictionary::Instance(); }
+    static Object Create(const char* className) { return Object(Dictionary().Create(className)); }
+    static Addin CreateAddin()
+    {
+        const Object object = Create(AddinClass);
+        ZALBaseUnknown* found = nullptr;
+        if (object)
+            object->QueryInterface(AddinInterface, &found);
+        return Addin(static_cast<ZALIMeridiaAccessDialogAddin*>(found));
+    }
+    /// A function of the loaded plug-in by its mangled name.
+    template <class Function>
+    static Function* Find(const char* name)
+    {
+        void* library = dlopen(Plugin.c_str(), RTLD_NOW | RTLD_NOLOAD);
+        if (!library)
+            throw std::runtime_error("the plug-in is not loaded");
+        dlclose(library);
+        return reinterpret_cast<Function*>(dlsym(library, name));
+    }
+
+private:
+    std::unique_ptr<LoadedModule> module_;
+};
+
+TEST_F(PluginFile, RegistersInTheRequiredOrder)
+{
+    const std::size_t before = Dictionary().Registrations().size();
+    Load();
+    std::vector<std::string> noted;
+    for (std::size_t index = before; index < Dictionary().Registrations().size(); ++index)
+        noted.push_back(Dictionary().Registrations()[index].kind + " " + Dictionary().Registrations()[index].name);
+    EXPECT_EQ(noted, (std::vector<std::string>{
+                         "interface ZALVelmartMeridiaAccessAddin", "creation ZALVelmartMeridiaAccessAddin",
+                         "trace ZALVelmartIntegration", "creation ZALVelmartIntegrationEventPublisher",
+                         "creation ZALVelmartIntegrationEventSubscriber"}));
+}
+
+TEST_F(PluginFile, IsKnownByItsNamesWhileItIsLoaded)
+{
+    for (const char* name : {AddinClass, PublisherClass, SubscriberClass})
+        EXPECT_FALSE(Dictionary().Knows(name)) << name;
+    Load();
+    for (const char* name : {AddinClass, PublisherClass, SubscriberClass})
+        EXPECT_TRUE(Dictionary().Knows(name)) << name;
+    Unload();
+    for (const char* name : {AddinClass, PublisherClass, SubscriberClass}) {
+        EXPECT_FALSE(Dictionary().Knows(name)) << name;
+        EXPECT_EQ(Dictionary().Create(name), nullptr);
+    }
+}
+
+TEST_F(PluginFile, LoadsNothingIntoTheSessionByItself)
+{
+    Load();
+    EXPECT_TRUE(Notifications().empty());
+    EXPECT_TRUE(Traces().empty());
+    EXPECT_TRUE(SubscribersOf(ZALFrmLayout::GetCurrentLayout(), ZALWorkbenchChanged::ClassName()).empty());
+}
+
+TEST_F(PluginFile, StaysKnownUntilTheLastOfItsLoadsEnds)
+{
+    Load();
+    {
+        const LoadedModule again(Plugin);
+    }
+    EXPECT_TRUE(Dictionary().Knows(AddinClass));
+    EXPECT_TRUE(CreateAddin());
+    EXPECT_TRUE(Create(PublisherClass));
+}
+
+TEST_F(PluginFile, ThatIsMissingOrNoLibraryIsRefusedWithAReason)
+{
+    const auto reasonFor = [](const std::filesystem::path& file) -> std::string {
+        try {
+            const LoadedModule refused(file);
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return "";
+    };
+    EXPECT_NE(reasonFor(Folder() / "missing.so").find("missing.so"), std::string::npos);
+    std::ofstream(Folder() / "text.so") << "no library";
+    EXPECT_NE(reasonFor(Folder() / "text.so").find("text.so"), std::string::npos);
+}
+
+// ---------------------------------------------------------------------------------------------
+// The addin
+
+TEST_F(PluginFile, GivesAnAddinThatTakesMessages)
+{
+    Load();
+    const Addin addin = CreateAddin();
+    ASSERT_TRUE(addin);
+    EXPECT_EQ(addin->SetAccessDialog(nullptr), S_OK);
+    EXPECT_EQ(addin->OnJSMessage(R"({"event":"velmart_ready","content":{}})"), S_OK);
+    EXPECT_EQ(CountOf(StatusClass), 1);
+    EXPECT_TRUE(IsHeaderAvailable(FindSimilarHeader, 1 | 8 | 16));
+    EXPECT_TRUE(Traced("ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Ready"));
+    EXPECT_STREQ(addin->GetImpl(0)->IsA(), AddinClass);
+    EXPECT_STREQ(addin->GetImpl(0)->GetMetaObject()->GetModule(), "ZALVelmartIntegration");
+    EXPECT_STREQ(addin->GetMetaObject()->GetName(), AddinInterface);
+    EXPECT_EQ(addin->GetMetaObject()->GetKind(), 7);
+}
+
+TEST_F(PluginFile, ReadsTheFurtherMarkOfAPageOnceALoad)
+{
+    const auto statusChangesFor = [this](const char* url) {
+        const Addin addin = CreateAddin();
+        const int before = CountOf(StatusClass);
+        EXPECT_EQ(addin->OnPageUrl(url), S_OK);
+        return CountOf(StatusClass) - before; // one when the page counts as elsewhere
+    };
+    setenv("ZAL_MERIDIADIALOG_VLURL_CHECK", "first.test", 1);
+    Load();
+    EXPECT_EQ(statusChangesFor("https://first.test/"), 0);
+    EXPECT_EQ(statusChangesFor("https://second.test/"), 1);
+
+    setenv("ZAL_MERIDIADIALOG_VLURL_CHECK", "second.test", 1);
+    EXPECT_EQ(statusChangesFor("https://second.test/"), 1);
+    EXPECT_EQ(statusChangesFor("https://first.test/"), 0);
+
+    Unload();
+    Load();
+    EXPECT_EQ(statusChangesFor("https://second.test/"), 0);
+    EXPECT_EQ(statusChangesFor("https://first.test/"), 1);
+
+    setenv("ZAL_MERIDIADIALOG_VLURL_CHECK", "", 1);
+    Unload();
+    Load();
+    EXPECT_EQ(statusChangesFor("https://second.test/"), 1);
+    EXPECT_EQ(statusChangesFor("https://velmart.example/"), 0);
+    unsetenv("ZAL_MERIDIADIALOG_VLURL_CHECK");
+}
+
+TEST_F(PluginFile, KeepsADownloadGoingWhenTheAddinEnds)
+{
+    Load();
+    {
+        const Addin addin = CreateAddin();
+        EXPECT_EQ(addin->OnJSMessage(
+                      R"({"event":"velmart_open","content":{"downloadUrl":"http://127.0.0.1/item.zip"}})"),
+                  S_OK);
+        ASSERT_EQ(Transport().Count(), 1U);
+        EXPECT_TRUE(Transport().Last().IsRunning());
+    }
+    Loop().RunUntilIdle();
+    EXPECT_TRUE(Transport().Last().IsRunning());
+    Transport().Last().End(TransferEnd::Failed);
+    EXPECT_EQ(CountOf("ZALVelmartFileDownloadCompleteNotification"), 1);
+    Loop().RunUntilIdle();
+    Unload();
+}
+
+// ---------------------------------------------------------------------------------------------
+// The event singletons
+
+TEST_F(PluginFile, GivesOneInstanceOfEachEventSingleton)
+{
+    Load();
+    for (const char* name : {PublisherClass, SubscriberClass}) {
+        const Object first = Create(name);
+        ASSERT_TRUE(first);
+        EXPECT_STREQ(first->IsA(), name);
+        EXPECT_EQ(first->IsAKindOf("ZALEventSubscriber"), 1);
+        const unsigned int references = ReferencesOf(first.get());
+        const Object second = Create(name);
+        EXPECT_EQ(first, second);
+        EXPECT_EQ(ReferencesOf(first.get()), references + 1);
+    }
+    EXPECT_NE(Create(PublisherClass), Create(SubscriberClass));
+}
+
+TEST_F(PluginFile, TheSubscriberListensToItselfFromItsCreationOn)
+{
+    Load();
+    const Object subscriber = Create(SubscriberClass);
+    EXPECT_EQ(SubscribersOf(subscriber.get(), MessageClass), std::vector<ZALBaseUnknown*>{subscriber.get()});
+    ZALDlgHtmlViewJavaScriptNotification notification("", "{}", 2);
+    DispatchCallbacks(subscriber.get(), &notification); // nobody has asked for it
+}
+
+TEST_F(PluginFile, ReleasesItsSingletonsWhenItIsUnloaded)
+{
+    Load();
+    const ZALBaseUnknown_WR publisher(Create(PublisherClass).get());
+    const ZALBaseUnknown_WR subscriber(Create(SubscriberClass).get());
+    EXPECT_TRUE(Object(publisher.GetComponent()));
+    Unload();
+    EXPECT_EQ(publisher.GetComponent(), nullptr);
+    EXPECT_EQ(subscriber.GetComponent(), nullptr);
+}
+
+TEST_F(PluginFile, StartsAfreshWhenItIsLoadedAgain)
+{
+    Load();
+    Listener component;
+    component.Subscribe(Create(PublisherClass).get(), MessageClass);
+    EXPECT_TRUE(Find<bool()>("_ZN35ZALVelmartIntegrationEventPublisher21HasJSMessageListenersEv")());
+    Unload();
+    Load();
+    EXPECT_FALSE(Find<bool()>("_ZN35ZALVelmartIntegrationEventPublisher21HasJSMessageListenersEv")());
+    EXPECT_EQ(component.Calls(), 0);
+    EXPECT_STREQ(Create(PublisherClass)->GetMetaObject()->GetName(), PublisherClass);
+    EXPECT_TRUE(CreateAddin());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Diagnostics
+
+TEST_F(PluginFile, ItsStopwatchTellsTheClockBeforeItsFirstStart)
+{
+    Load();
+    const auto milliseconds = [] {
+        const auto now = std::chrono::steady_clock::now().time_since_epoch();
+        return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+    };
+    const auto elapsed = Find<std::uint64_t()>("_ZN26ZALVelmartIntegrationDebug6Chrono10GetElapsedEv");
+    const auto start = Find<void()>("_ZN26ZALVelmartIntegrationDebug6Chrono5StartEv");
+    ASSERT_TRUE(elapsed && start);
+    const std::uint64_t least = milliseconds();
+    const std::uint64_t told = elapsed();
+    EXPECT_GE(told, least);
+    EXPECT_LE(told, milliseconds());
+    start();
+    EXPECT_LT(elapsed(), told);
+}
+
+TEST_F(PluginFile, ItsTracesAreSwitchedByTheirNameAlsoBeforeItIsLoaded)
+{
+    SwitchTraces(false);
+    Load();
+    CreateAddin()->OnJSMessage(R"({"event":"velmart_over","content":0})");
+    EXPECT_TRUE(Traces().empty());
+    Unload();
+    SwitchTraces("ZALVelmartIntegration", true);
+    Load();
+    CreateAddin()->OnJSMessage(R"({"event":"velmart_over","content":0})");
+    EXPECT_TRUE(Traced("ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_over"));
+}
+
+} // namespace
+
+} // namespace openhost::testing
