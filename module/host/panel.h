@@ -4,6 +4,9 @@
 
 #include "text.h"
 
+class ZALDialog;
+class ZALDlgToolsOptionsFrame;
+
 /// The panel.
 class ZALIMeridiaAccessDialog : public ZALBaseUnknown {
 public:
@@ -35,6 +38,32 @@ public:
     virtual HRESULT OnPageUrl(const ZALUnicodeString& url) = 0;
     /// `message` is a JSON text.
     virtual HRESULT OnJSMessage(const ZALUnicodeString& message) = 0;
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};
+
+/// What a module adds to the options of the panel: a page. The host makes it by its class name and calls CreateFrame
+/// once for each time that the options open, Refresh whenever the page is to show the settings anew, and the others as
+/// the user wants. Results tell how the settings took it; S_OK where there is nothing to do.
+class ZALIMeridiaAccessSettingsUIAddin : public ZALBaseUnknown {
+public:
+    ZALIMeridiaAccessSettingsUIAddin();
+    ~ZALIMeridiaAccessSettingsUIAddin() override;
+    /// Shows the settings in the page, as long as it is there.
+    virtual HRESULT Refresh() = 0;
+    /// Back to the administrator's values.
+    virtual HRESULT Reset() = 0;
+    /// Back to the values kept last, which are then kept anew.
+    virtual HRESULT Restore() = 0;
+    /// Makes the settings lasting.
+    virtual HRESULT Save() = 0;
+    /// Makes the page in `parent`. It belongs to the host; its controls hold no values before Refresh.
+    virtual ZALDlgToolsOptionsFrame* CreateFrame(ZALDialog* parent) = 0;
 
     static ZALClassId ClassId();
     static const char* ClassName();

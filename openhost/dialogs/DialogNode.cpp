@@ -56,7 +56,7 @@ void ZALDialogNode::End()
         Of(*child).End();
     visible = false;
     openhost::DialogSurface::Current().Ended(*owner);
-    if (kind == Kind::Window && wasShown)
+    if (IsLastingWindow() && wasShown)
         openhost::journal::Write("window", {{"name", Name()}, {"style", style}, {"action", "ended"}});
 }
 
@@ -66,9 +66,12 @@ void ZALDialogNode::Leave()
         ZALDialogNode& above = Of(*parent);
         std::erase(above.children, owner);
         std::erase(above.attached, owner);
+        for (AttachmentLine& line : above.lines)
+            std::erase(line.controls, owner);
         parent = nullptr;
     }
     attached.clear();
+    lines.clear();
     while (!children.empty()) {
         ZALDialogNode& child = Of(*children.back());
         children.pop_back();

@@ -3,12 +3,36 @@
 
 #include "host/dialogs.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 /// What a surface shows of a control. Belongs to its ZALDialog and ends with it.
 struct ZALDialogNode {
-    enum class Kind { Window, Question, Frame, Label, Progress, Other };
+    enum class Kind {
+        Window,
+        Question,
+        FileBox,
+        Frame,
+        Label,
+        Progress,
+        Editor,
+        PushButton,
+        CheckButton,
+        Lock,
+        Other
+    };
+    /// A line on which children stand.
+    struct AttachmentLine {
+        bool vertical;
+        int line;
+        int type;
+        std::vector<ZALDialog*> controls;
+    };
+    /// A place in the grid of the parent.
+    struct GridPlace {
+        int row, column, rowSpan, columnSpan, justification;
+    };
 
     ZALDialog* owner = nullptr;
     ZALDialog* parent = nullptr;      ///< null for a window without one, and once the parent has gone
@@ -21,14 +45,24 @@ struct ZALDialogNode {
     bool titleIsSet = false; ///< otherwise the title comes from the resource files
     ZALUnicodeString title;
     std::vector<ZALDialog*> attached; ///< children that fill the control
+    std::vector<AttachmentLine> lines; ///< of the children, in the order in which they were said
+    std::optional<GridPlace> place;
     bool hasRectangle = false;
     int x = 0, y = 0, height = 0, width = 0;      ///< pixels
     int minimum = 0, maximum = 100, position = 0; ///< of a progress bar
+    ZALUnicodeString text;                        ///< of an editor; of a file box, what is chosen
+    ZALUnicodeString startFolder;                 ///< of a file box
+    int visibleTextWidth = 0;                     ///< of an editor, in characters; 0 when nothing was said
+    int state = ZALDlgUnchecked;                  ///< of a check button
+    bool locked = false;                          ///< of a lock
     bool ended = false;                           ///< gone for the user; the object stays as long as somebody holds it
 
     static ZALDialogNode& Of(const ZALDialog& dialog);
 
-    bool IsWindow() const { return kind == Kind::Window || kind == Kind::Question; }
+    /// A window that is shown and hidden; a question is asked instead.
+    bool IsLastingWindow() const { return kind == Kind::Window || kind == Kind::FileBox; }
+    bool IsWindow() const { return IsLastingWindow() || kind == Kind::Question; }
+    bool HasOKAndCancel() const { return IsLastingWindow() && (style & ZALDlgOKAndCancelButtons); }
     /// Whether the user can act on the control: it, and all that it stands in up to its window, is sensitive.
     bool TakesInput() const;
     std::string Name() const { return name.CastToCharPtr(); }

@@ -30,6 +30,8 @@ public:
     /// Shows `question`, runs the event loop until the user has answered or the question has ended, and returns
     /// one of the answers of ZALDlgNotify::DisplayBlocked. Questions nest.
     virtual int Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title) = 0;
+    /// Whether it can show file boxes.
+    virtual bool OffersFileBoxes() const { return true; }
 };
 
 } // namespace openhost

@@ -16,8 +16,21 @@ constexpr int MaximumResourceFiles = 32;
 
 void WriteWindow(const ZALDialogNode& node, const char* action)
 {
-    if (node.kind == ZALDialogNode::Kind::Window)
+    if (node.IsLastingWindow())
         openhost::journal::Write("window", {{"name", node.Name()}, {"style", node.style}, {"action", action}});
+}
+
+void SetAttachment(ZALDialog& owner, bool vertical, int line, int type, std::initializer_list<ZALDialog*> controls)
+{
+    ZALDialogNode& node = ZALDialogNode::Of(owner);
+    ZALDialogNode::AttachmentLine attachment{vertical, line, type, controls};
+    std::erase_if(attachment.controls, [&](ZALDialog* control) { return !control || control->GetFather() != &owner; });
+    std::erase_if(node.lines, [&](const ZALDialogNode::AttachmentLine& before) {
+        return before.vertical == vertical && before.line == line;
+    });
+    node.lines.push_back(std::move(attachment));
+    if (!node.ended)
+        openhost::DialogSurface::Current().Changed(owner);
 }
 
 } // namespace
@@ -116,6 +129,23 @@ void ZALDialog::Attach4Sides(ZALDialog* child)
     if (std::find(node_->attached.begin(), node_->attached.end(), child) != node_->attached.end())
         return;
     node_->attached.push_back(child);
+    if (!node_->ended)
+        openhost::DialogSurface::Current().Changed(*this);
+}
+
+void ZALDialog::SetVerticalAttachment(int line, int type, std::initializer_list<ZALDialog*> controls)
+{
+    SetAttachment(*this, true, line, type, controls);
+}
+
+void ZALDialog::SetHorizontalAttachment(int line, int type, std::initializer_list<ZALDialog*> controls)
+{
+    SetAttachment(*this, false, line, type, controls);
+}
+
+void ZALDialog::SetGridConstraints(int row, int column, int rowSpan, int columnSpan, int justification)
+{
+    node_->place = {row, column, rowSpan, columnSpan, justification};
     if (!node_->ended)
         openhost::DialogSurface::Current().Changed(*this);
 }

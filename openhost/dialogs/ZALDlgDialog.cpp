@@ -3,6 +3,8 @@
 
 OPENHOST_META_CLASS(ZALDlgDialog, ZALDialog)
 OPENHOST_META_CLASS(ZALDlgWindCloseNotification, ZALNotification)
+OPENHOST_META_CLASS(ZALDlgOKNotification, ZALNotification)
+OPENHOST_META_CLASS(ZALDlgCancelNotification, ZALNotification)
 
 ZALDlgDialog::ZALDlgDialog(ZALDialog* parent, const ZALString& name, unsigned int style)
     : ZALDialog(parent, name, style)
@@ -17,3 +19,11 @@ ZALDlgDialog::~ZALDlgDialog() = default;
 ZALDlgWindCloseNotification::ZALDlgWindCloseNotification() = default;
 
 ZALDlgWindCloseNotification::~ZALDlgWindCloseNotification() = default;
+
+ZALDlgOKNotification::ZALDlgOKNotification() = default;
+
+ZALDlgOKNotification::~ZALDlgOKNotification() = default;
+
+ZALDlgCancelNotification::ZALDlgCancelNotification() = default;
+
+ZALDlgCancelNotification::~ZALDlgCancelNotification() = default;

@@ -4,6 +4,7 @@
 
 OPENHOST_META_CLASS(ZALIMeridiaAccessDialog, ZALBaseUnknown)
 OPENHOST_META_CLASS(ZALIMeridiaAccessDialogAddin, ZALBaseUnknown)
+OPENHOST_META_CLASS(ZALIMeridiaAccessSettingsUIAddin, ZALBaseUnknown)
 OPENHOST_META_CLASS(ZALDlgHtmlViewJavaScriptNotification, ZALNotification)
 
 ZALIMeridiaAccessDialog::ZALIMeridiaAccessDialog() = default;
@@ -13,6 +14,10 @@ ZALIMeridiaAccessDialog::~ZALIMeridiaAccessDialog() = default;
 ZALIMeridiaAccessDialogAddin::ZALIMeridiaAccessDialogAddin() = default;
 
 ZALIMeridiaAccessDialogAddin::~ZALIMeridiaAccessDialogAddin() = default;
+
+ZALIMeridiaAccessSettingsUIAddin::ZALIMeridiaAccessSettingsUIAddin() = default;
+
+ZALIMeridiaAccessSettingsUIAddin::~ZALIMeridiaAccessSettingsUIAddin() = default;
 
 ZALDlgHtmlViewJavaScriptNotification::ZALDlgHtmlViewJavaScriptNotification(const ZALString& name, const char* data,
                                                                            std::size_t length)

@@ -22,14 +22,12 @@ bool IsRedirect(long code)
 
 bool IsLoopbackAddress(const sockaddr& address)
 {
-    if (address.sa_family == AF_INET)
-    {
+    if (address.sa_family == AF_INET) {
         sockaddr_in version4{};
         std::memcpy(&version4, &address, sizeof version4);
         return ntohl(version4.sin_addr.s_addr) >> 24 == 127;
     }
-    if (address.sa_family == AF_INET6)
-    {
+    if (address.sa_family == AF_INET6) {
         sockaddr_in6 version6{};
         std::memcpy(&version6, &address, sizeof version6);
         return IN6_IS_ADDR_LOOPBACK(&version6.sin6_addr);
@@ -115,8 +113,7 @@ bool CurlTransfer::SetOptions()
         curl_easy_setopt(easy_, CURLOPT_CAINFO, options.caFile.c_str());
     if (!HasHeader(request_.headers, "Accept-Encoding"))
         curl_easy_setopt(easy_, CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
-    if (address_.IsLoopback())
-    {
+    if (address_.IsLoopback()) {
         curl_easy_setopt(easy_, CURLOPT_PROXY, "");
         curl_easy_setopt(easy_, CURLOPT_OPENSOCKETFUNCTION, OpenCallback);
         curl_easy_setopt(easy_, CURLOPT_OPENSOCKETDATA, this);
@@ -131,8 +128,7 @@ void CurlTransfer::SetBody()
 {
     if (request_.method == "HEAD")
         curl_easy_setopt(easy_, CURLOPT_NOBODY, 1L);
-    if (!request_.body.empty() || request_.method == "POST" || request_.method == "PUT")
-    {
+    if (!request_.body.empty() || request_.method == "POST" || request_.method == "PUT") {
         curl_easy_setopt(easy_, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body.size()));
         curl_easy_setopt(easy_, CURLOPT_POSTFIELDS, request_.body.data());
     }
@@ -168,8 +164,7 @@ int CurlTransfer::SocketCallback(CURL*, curl_socket_t socket, int what, void* se
 
 void CurlTransfer::Watch(curl_socket_t socket, int events)
 {
-    if (events == 0)
-    {
+    if (events == 0) {
         sockets_.erase(socket);
         EventLoop::Current().Unwatch(socket);
         return;
@@ -202,8 +197,7 @@ void CurlTransfer::SetTimer(long milliseconds)
 
 void CurlTransfer::OnSocket(curl_socket_t socket, bool readable, bool writable)
 {
-    if (driving_)
-    {
+    if (driving_) {
         // A call of the listener runs the loop: the descriptor would be ready over and over until it returns.
         sockets_[socket].aside = true;
         EventLoop::Current().Unwatch(socket);
@@ -228,8 +222,7 @@ void CurlTransfer::OnSilence()
     // While a call of the listener runs the loop, it is not the other side that keeps silent.
     if (driving_)
         lastSign_ = now;
-    if (now - lastSign_ >= limit)
-    {
+    if (now - lastSign_ >= limit) {
         End(TransferEnd::Failed, "nothing was received for " + std::to_string(limit.count()) + " ms");
         return;
     }
@@ -252,21 +245,17 @@ void CurlTransfer::Drive(curl_socket_t socket, int events)
     if (events != 0)
         lastSign_ = std::chrono::steady_clock::now();
 
-    if (!listener_)
-    {
+    if (!listener_) {
         Close();
         return;
     }
-    if (cancelled_)
-    {
+    if (cancelled_) {
         End(TransferEnd::Cancelled, {});
         return;
     }
     int left = 0;
-    while (const CURLMsg* message = curl_multi_info_read(multi_, &left))
-    {
-        if (message->msg == CURLMSG_DONE)
-        {
+    while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+        if (message->msg == CURLMSG_DONE) {
             OnHopEnd(message->data.result);
             return;
         }
@@ -295,16 +284,14 @@ bool CurlTransfer::OnHeaderLine(std::string_view line)
         return false;
     if (headEnded_) // a trailer of a chunked body
         return true;
-    if (line.starts_with("HTTP/"))
-    {
+    if (line.starts_with("HTTP/")) {
         headers_.clear();
         return true;
     }
     const auto text = Trimmed(line);
     if (text.empty())
         return OnHeadEnd();
-    if (line.front() == ' ' || line.front() == '\t')
-    {
+    if (line.front() == ' ' || line.front() == '\t') {
         if (!headers_.empty())
             headers_.back().second.append(" ").append(text);
         return true;
@@ -322,8 +309,7 @@ bool CurlTransfer::OnHeadEnd()
     if (code < 200)
         return true;
     headEnded_ = true;
-    for (const auto& [name, value] : headers_)
-    {
+    for (const auto& [name, value] : headers_) {
         if (IsSameHttpName(name, "Location") && IsRedirect(code))
             location_ = value;
         if (IsSameHttpName(name, "Content-Encoding") && !IsSameHttpName(value, "identity"))
@@ -345,8 +331,7 @@ bool CurlTransfer::OnBody(const char* bytes, std::size_t size)
 {
     if (!IsListening() || !headEnded_)
         return false;
-    if (received_ == 0 && !decoded_)
-    {
+    if (received_ == 0 && !decoded_) {
         curl_off_t announced = 0;
         curl_easy_getinfo(easy_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
         total_ = announced > 0 ? static_cast<std::uint64_t>(announced) : 0;
@@ -377,13 +362,11 @@ void CurlTransfer::OnHopEnd(CURLcode result)
 void CurlTransfer::FollowRedirect()
 {
     const auto next = ResolveHttpAddress(address_, location_);
-    if (!next || next->scheme != address_.scheme || !connections_->Allows(*next))
-    {
+    if (!next || next->scheme != address_.scheme || !connections_->Allows(*next)) {
         End(TransferEnd::Failed, "a redirect leads to an address that is not allowed: " + location_);
         return;
     }
-    if (redirects_ == connections_->GetOptions().maximumRedirects)
-    {
+    if (redirects_ == connections_->GetOptions().maximumRedirects) {
         End(TransferEnd::Failed, "more than " + std::to_string(redirects_) + " redirects");
         return;
     }
@@ -391,11 +374,11 @@ void CurlTransfer::FollowRedirect()
 
     long code = 0;
     curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &code);
-    if ((code == 303 && request_.method != "HEAD") || ((code == 301 || code == 302) && request_.method == "POST"))
-    {
+    if ((code == 303 && request_.method != "HEAD") || ((code == 301 || code == 302) && request_.method == "POST")) {
         request_.method = "GET";
         request_.body.clear();
-        std::erase_if(request_.headers, [](const auto& header) { return IsSameHttpName(header.first, "Content-Type"); });
+        std::erase_if(request_.headers,
+                      [](const auto& header) { return IsSameHttpName(header.first, "Content-Type"); });
     }
     if (!next->HasOriginOf(address_))
         std::erase_if(request_.headers, [](const auto& header) {
@@ -443,8 +426,7 @@ void CurlTransfer::End(TransferEnd end, const std::string& error)
 
 void CurlTransfer::EndHop()
 {
-    if (easy_)
-    {
+    if (easy_) {
         curl_multi_remove_handle(multi_, easy_);
         curl_easy_cleanup(std::exchange(easy_, nullptr));
     }

@@ -78,8 +78,8 @@ private:
     EventLoop::Timer timer_ = 0;
     EventLoop::Timer silenceTimer_ = 0;
     std::chrono::steady_clock::time_point lastSign_;
-    bool driving_ = false;   ///< libcurl is on the stack and cannot be entered
-    bool timerDue_ = false;  ///< the timer fired meanwhile
+    bool driving_ = false;  ///< libcurl is on the stack and cannot be entered
+    bool timerDue_ = false; ///< the timer fired meanwhile
 
     HttpHeaders headers_;
     std::size_t headSize_ = 0;

@@ -13,8 +13,8 @@ CurlTransport::CurlTransport(Options options) : connections_(std::make_shared<Cu
 std::unique_ptr<HttpTransfer> CurlTransport::Start(const HttpRequestData& request, HttpTransferListener& listener)
 {
     const bool wellFormed = IsHttpToken(request.method) && std::ranges::all_of(request.headers, [](const auto& header) {
-        return IsHttpToken(header.first) && IsHttpValue(header.second);
-    });
+                                return IsHttpToken(header.first) && IsHttpValue(header.second);
+                            });
     const auto address = ParseHttpAddress(request.url);
     if (!wellFormed || !address || !connections_->Allows(*address))
         return nullptr;

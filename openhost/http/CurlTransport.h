@@ -14,7 +14,8 @@ namespace openhost {
 ///   Another origin is not told the headers Authorization and Cookie.
 /// - The transport offers gzip and deflate unless the request has an Accept-Encoding of its own. Bytes are then
 ///   delivered decoded, headers as they came, and the total of OnProgress is 0 for an encoded body, whose decoded
-///   length nobody announces.
+///   length nobody announces. The announced length is that of the encoded bytes; whether their coding ends with them
+///   is not looked at.
 /// - The head of a reply is limited to 256 KiB.
 class CurlTransport final : public HttpTransport {
 public:

@@ -82,8 +82,7 @@ void ScriptedTransport::Script::Play(std::shared_ptr<const Reply> reply, std::si
             script->Head(*reply->code, reply->headers);
         const std::size_t chunk = step - 1;
         auto now = received;
-        if (step > 0 && chunk < reply->chunks.size())
-        {
+        if (step > 0 && chunk < reply->chunks.size()) {
             now += reply->chunks[chunk].size();
             script->Bytes(reply->chunks[chunk]);
             script->Progress(now, reply->total);
@@ -111,8 +110,7 @@ void ScriptedTransport::RefuseNext(int count)
 std::unique_ptr<HttpTransfer> ScriptedTransport::Start(const HttpRequestData& request, HttpTransferListener& listener)
 {
     requests_.push_back(request);
-    if (refusals_ > 0)
-    {
+    if (refusals_ > 0) {
         --refusals_;
         return nullptr;
     }

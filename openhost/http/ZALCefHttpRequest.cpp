@@ -12,8 +12,7 @@ namespace {
 
 const char* NameOf(int status)
 {
-    switch (status)
-    {
+    switch (status) {
     case ZALHttpStatusFinished:
         return "finished";
     case ZALHttpStatusFailed:
@@ -27,8 +26,7 @@ const char* NameOf(int status)
 
 int StatusOf(openhost::TransferEnd end)
 {
-    switch (end)
-    {
+    switch (end) {
     case openhost::TransferEnd::Finished:
         return ZALHttpStatusFinished;
     case openhost::TransferEnd::Failed:
@@ -171,8 +169,7 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
     for (const auto& [name, value] : headers)
         data.headers.emplace_back(openhost::ToUtf8(name), openhost::ToUtf8(value));
 
-    if (openhost::journal::IsOpen())
-    {
+    if (openhost::journal::IsOpen()) {
         auto fields = nlohmann::ordered_json::object();
         for (const auto& [name, value] : data.headers)
             fields[name] = fields.contains(name) ? fields[name].get<std::string>() + ", " + value : value;
@@ -180,8 +177,7 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
     }
 
     exchange_->transfer = openhost::HttpTransport::Current().Start(data, *exchange_);
-    if (!exchange_->transfer)
-    {
+    if (!exchange_->transfer) {
         exchange_->JournalEnd("the request is malformed or its address is not allowed");
         return false;
     }

@@ -11,8 +11,7 @@ void EventQueue::Clear()
 {
     // What calls hold may come back here while it ends: everything is emptied before it is destroyed.
     order_.clear();
-    while (!events_.empty() || !timers_.empty() || !watches_.empty())
-    {
+    while (!events_.empty() || !timers_.empty() || !watches_.empty()) {
         const auto events = std::exchange(events_, {});
         const auto timers = std::exchange(timers_, {});
         const auto watches = std::exchange(watches_, {});
@@ -55,8 +54,7 @@ void EventQueue::RemoveWatch(int descriptor)
 
 void EventQueue::QueueTimers(Time now)
 {
-    while (!order_.empty() && order_.begin()->first <= now)
-    {
+    while (!order_.empty() && order_.begin()->first <= now) {
         events_.emplace_back(TimerEvent{order_.begin()->second});
         order_.erase(order_.begin());
     }
@@ -84,13 +82,11 @@ bool EventQueue::RunOne()
     events_.pop_front();
     ++taken_;
 
-    if (const auto* call = std::get_if<EventLoop::Call>(&event))
-    {
+    if (const auto* call = std::get_if<EventLoop::Call>(&event)) {
         (*call)();
         return true;
     }
-    if (const auto* due = std::get_if<TimerEvent>(&event))
-    {
+    if (const auto* due = std::get_if<TimerEvent>(&event)) {
         const auto timer = timers_.extract(due->timer);
         if (timer.empty())
             return false;

@@ -11,8 +11,7 @@ void ManualEventLoop::Advance(std::chrono::milliseconds time)
 {
     const auto target = now_ + time;
     RunUntilIdle();
-    for (auto due = queue_.NextTimer(); due && *due <= target; due = queue_.NextTimer())
-    {
+    for (auto due = queue_.NextTimer(); due && *due <= target; due = queue_.NextTimer()) {
         now_ = std::max(now_, *due);
         queue_.QueueTimers(now_);
         RunUntilIdle();
@@ -37,8 +36,7 @@ void ManualEventLoop::CancelTimer(Timer timer)
 
 void ManualEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
 {
-    if (!read && !write)
-    {
+    if (!read && !write) {
         Unwatch(descriptor);
         return;
     }
@@ -56,8 +54,7 @@ RunEnd ManualEventLoop::RunUntil(const std::function<bool()>& done, std::optiona
 {
     if (done())
         return RunEnd::Done;
-    while (true)
-    {
+    while (true) {
         if (!queue_.HasEvents())
             QueueReadyDescriptors();
         if (!queue_.HasEvents())
@@ -74,8 +71,7 @@ void ManualEventLoop::QueueReadyDescriptors()
         descriptors.push_back({descriptor, events, 0});
     if (descriptors.empty() || poll(descriptors.data(), descriptors.size(), 0) <= 0)
         return;
-    for (const pollfd& entry : descriptors)
-    {
+    for (const pollfd& entry : descriptors) {
         // An error is for the owner to meet: the descriptor then counts as ready for what was asked.
         const bool error = (entry.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0;
         const bool readable = (entry.events & POLLIN) != 0 && (error || (entry.revents & POLLIN) != 0);

@@ -77,8 +77,7 @@ void UvEventLoop::CancelTimer(Timer timer)
 
 void UvEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
 {
-    if (!read && !write)
-    {
+    if (!read && !write) {
         Unwatch(descriptor);
         return;
     }
@@ -86,14 +85,12 @@ void UvEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
     queue_.SetWatch(descriptor, std::move(ready));
 
     auto& poll = uv_->polls[descriptor];
-    if (!poll)
-    {
+    if (!poll) {
         poll = std::make_unique<Uv::Poll>();
         poll->handle.data = poll.get();
         poll->queue = &queue_;
         poll->descriptor = descriptor;
-        if (uv_poll_init(&uv_->loop, &poll->handle, descriptor) != 0)
-        {
+        if (uv_poll_init(&uv_->loop, &poll->handle, descriptor) != 0) {
             uv_->polls.erase(descriptor);
             queue_.QueueReady(descriptor, read, write);
             return;
@@ -106,8 +103,7 @@ void UvEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
 void UvEventLoop::Unwatch(int descriptor)
 {
     const auto found = uv_->polls.find(descriptor);
-    if (found != uv_->polls.end())
-    {
+    if (found != uv_->polls.end()) {
         Uv::Close(std::move(found->second));
         uv_->polls.erase(found);
     }
@@ -121,10 +117,8 @@ RunEnd UvEventLoop::RunUntil(const std::function<bool()>& done, std::optional<st
         end = Now() + *limit;
     if (done())
         return RunEnd::Done;
-    while (true)
-    {
-        if (queue_.Taken() >= batchEnd_)
-        {
+    while (true) {
+        if (queue_.Taken() >= batchEnd_) {
             Collect(end);
             batchEnd_ = queue_.Queued();
         }
@@ -145,11 +139,11 @@ void UvEventLoop::Collect(std::optional<EventQueue::Time> limit)
     auto end = queue_.NextTimer();
     if (limit && (!end || *limit < *end))
         end = limit;
-    if (wait && end)
-    {
+    if (wait && end) {
         const auto delay = std::chrono::ceil<std::chrono::milliseconds>(std::max(*end - Now(), EventQueue::Time{0}));
         uv_update_time(&uv_->loop);
-        uv_timer_start(&uv_->wake, [](uv_timer_t*) {}, static_cast<std::uint64_t>(delay.count()), 0);
+        uv_timer_start(
+            &uv_->wake, [](uv_timer_t*) {}, static_cast<std::uint64_t>(delay.count()), 0);
     }
     uv_run(&uv_->loop, wait ? UV_RUN_ONCE : UV_RUN_NOWAIT);
     uv_timer_stop(&uv_->wake);

@@ -53,8 +53,7 @@ TEST(Includes, OfTheHostViewAreTheStandardLibraryAndItself)
 TEST(Includes, OfOpenhostHaveTheHostViewOfTheModuleAlone)
 {
     EXPECT_TRUE(Each("openhost", [](const Include& include) {
-        return !include.isOurs ||
-               StandsIn(include.target, "openhost") || StandsIn(include.target, "module/host");
+        return !include.isOurs || StandsIn(include.target, "openhost") || StandsIn(include.target, "module/host");
     }));
 }
 
@@ -81,7 +80,8 @@ TEST(Includes, OfOpenhostRunOneWayBetweenItsFolders)
 {
     std::map<std::string, std::set<std::string>> builds;
     for (const Include& include : IncludesBelow("openhost"))
-        if (include.isOurs && StandsIn(include.target, "openhost") && FolderOf(include.file) != FolderOf(include.target))
+        if (include.isOurs && StandsIn(include.target, "openhost") &&
+            FolderOf(include.file) != FolderOf(include.target))
             builds[FolderOf(include.file)].insert(FolderOf(include.target));
 
     std::set<std::string> done;
@@ -130,7 +130,8 @@ const std::vector<Library>& Libraries()
         {"libgsf", beginsWith("gsf/"), {"openhost/documents"}},
         {"OpenSSL", beginsWith("openssl/"), {"openhost/files"}},
         {"cpp-httplib", beginsWith("httplib.h"), {"catalogue/service"}},
-        {"Open CASCADE", [](const std::string& header) { return header.ends_with(".hxx"); },
+        {"Open CASCADE",
+         [](const std::string& header) { return header.ends_with(".hxx"); },
          {"openhost/geometry", "catalogue/items"}},
         {"Qt",
          [](const std::string& header) {

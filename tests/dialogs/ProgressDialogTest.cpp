@@ -189,7 +189,8 @@ TYPED_TEST(ProgressDialog, HasTheTextsOfItsResourceFile)
     const std::filesystem::path folder = this->Folder() / "installation" / "resources" / "dialogs";
     std::filesystem::create_directories(folder);
     std::ofstream(folder / (std::string(TypeParam::Name) + ".ZALRsc"))
-        << "Title = \"Running\";\n" << TypeParam::Content << ".Title = \"Content\";\n";
+        << "Title = \"Running\";\n"
+        << TypeParam::Content << ".Title = \"Content\";\n";
     const auto* dialog = TypeParam::Dialog::Create();
     EXPECT_EQ(dialog->GetTitle(), ZALUnicodeString("Running"));
     EXPECT_EQ(this->Surface().Find(TypeParam::Name, TypeParam::Content)->GetTitle(), ZALUnicodeString("Content"));

@@ -82,7 +82,8 @@ INSTANTIATE_TEST_SUITE_P(
     Classes, ModuleClassRecord,
     ::testing::Values(
         Describe<ZALVelmartMeridiaAccessAddin>("ZALVelmartMeridiaAccessAddin", "ZALEventSubscriber", true),
-        Describe<ZALVelmartIntegrationEventPublisher>("ZALVelmartIntegrationEventPublisher", "ZALEventSubscriber", true),
+        Describe<ZALVelmartIntegrationEventPublisher>("ZALVelmartIntegrationEventPublisher", "ZALEventSubscriber",
+                                                      true),
         Describe<ZALVelmartIntegrationEventSubscriber>("ZALVelmartIntegrationEventSubscriber", "ZALEventSubscriber",
                                                        true),
         Describe<ZALVelmartFileDownloader>("ZALVelmartFileDownloader", "ZALCommand"),

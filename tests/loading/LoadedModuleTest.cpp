@@ -71,10 +71,10 @@ TEST_F(PluginFile, RegistersInTheRequiredOrder)
     std::vector<std::string> noted;
     for (std::size_t index = before; index < Dictionary().Registrations().size(); ++index)
         noted.push_back(Dictionary().Registrations()[index].kind + " " + Dictionary().Registrations()[index].name);
-    EXPECT_EQ(noted, (std::vector<std::string>{
-                         "interface ZALVelmartMeridiaAccessAddin", "creation ZALVelmartMeridiaAccessAddin",
-                         "trace ZALVelmartIntegration", "creation ZALVelmartIntegrationEventPublisher",
-                         "creation ZALVelmartIntegrationEventSubscriber"}));
+    EXPECT_EQ(noted, (std::vector<std::string>{"interface ZALVelmartMeridiaAccessAddin",
+                                               "creation ZALVelmartMeridiaAccessAddin", "trace ZALVelmartIntegration",
+                                               "creation ZALVelmartIntegrationEventPublisher",
+                                               "creation ZALVelmartIntegrationEventSubscriber"}));
 }
 
 TEST_F(PluginFile, IsKnownByItsNamesWhileItIsLoaded)
@@ -179,9 +179,9 @@ TEST_F(PluginFile, KeepsADownloadGoingWhenTheAddinEnds)
     Load();
     {
         const Addin addin = CreateAddin();
-        EXPECT_EQ(addin->OnJSMessage(
-                      R"({"event":"velmart_open","content":{"downloadUrl":"http://127.0.0.1/item.zip"}})"),
-                  S_OK);
+        EXPECT_EQ(
+            addin->OnJSMessage(R"({"event":"velmart_open","content":{"downloadUrl":"http://127.0.0.1/item.zip"}})"),
+            S_OK);
         ASSERT_EQ(Transport().Count(), 1U);
         EXPECT_TRUE(Transport().Last().IsRunning());
     }

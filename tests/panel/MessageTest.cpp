@@ -30,19 +30,18 @@ TEST_P(NoMessage, FailsWithoutATraceOrAChange)
     ExpectUntouched();
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, NoMessage,
-                         ::testing::Values("", " ", "velmart_ready", "{", "{}}", "null", "3", "\"velmart_ready\"", "[]",
-                                           R"([{"event":"velmart_ready","content":{}}])",
-                                           R"({"event":"velmart_ready","content":{}} x)",
-                                           R"({"event":"velmart_ready","content":{},})",
-                                           R"({'event':'velmart_ready','content':{}})",
-                                           R"({"event":"velmart_ready","content":1e999})",
-                                           R"({"event":"velmart_ready","content":NaN})"));
+INSTANTIATE_TEST_SUITE_P(
+    Texts, NoMessage,
+    ::testing::Values("", " ", "velmart_ready", "{", "{}}", "null", "3", "\"velmart_ready\"", "[]",
+                      R"([{"event":"velmart_ready","content":{}}])", R"({"event":"velmart_ready","content":{}} x)",
+                      R"({"event":"velmart_ready","content":{},})", R"({'event':'velmart_ready','content':{}})",
+                      R"({"event":"velmart_ready","content":1e999})", R"({"event":"velmart_ready","content":NaN})"));
 
 INSTANTIATE_TEST_SUITE_P(EventIsNoText, NoMessage,
                          ::testing::Values(R"({"content":{}})", R"({"event":1,"content":{}})",
                                            R"({"event":1.5,"content":{}})", R"({"event":null,"content":{}})",
-                                           R"({"event":true,"content":{}})", R"({"event":["velmart_ready"],"content":{}})",
+                                           R"({"event":true,"content":{}})",
+                                           R"({"event":["velmart_ready"],"content":{}})",
                                            R"({"event":{"velmart_ready":1},"content":{}})",
                                            R"({"Event":"velmart_ready","content":{}})"));
 
@@ -56,13 +55,13 @@ TEST_P(UnknownEvent, FailsAndChangesNothing)
 
 INSTANTIATE_TEST_SUITE_P(Names, UnknownEvent,
                          ::testing::Values("", "VELMART_READY", "Velmart_open", "velmart_ready ", " velmart_over",
-                                           "velmart_read", "velmart_openn", "velmart_", "ready", "velmart_open\\u0000"));
+                                           "velmart_read", "velmart_openn", "velmart_", "ready",
+                                           "velmart_open\\u0000"));
 
 TEST_F(PanelMessage, TracesTheNameOfAnUnknownEvent)
 {
     Send(Message("VELMART_READY"));
-    EXPECT_EQ(Traces(),
-              std::vector<std::string>{"ZALVelmartMeridiaAccessAddin::OnJSMessage Event: VELMART_READY\n"});
+    EXPECT_EQ(Traces(), std::vector<std::string>{"ZALVelmartMeridiaAccessAddin::OnJSMessage Event: VELMART_READY\n"});
 }
 
 class EventWithoutContent : public PanelMessage, public ::testing::WithParamInterface<const char*> {};
@@ -71,8 +70,7 @@ TEST_P(EventWithoutContent, IsTracedAndFailsAndChangesNothing)
 {
     const std::string event = GetParam();
     EXPECT_EQ(Send(R"({"event":")" + event + R"("})"), E_FAIL);
-    EXPECT_EQ(Traces(),
-              std::vector<std::string>{"ZALVelmartMeridiaAccessAddin::OnJSMessage Event: " + event + "\n"});
+    EXPECT_EQ(Traces(), std::vector<std::string>{"ZALVelmartMeridiaAccessAddin::OnJSMessage Event: " + event + "\n"});
     ExpectUntouched();
 }
 

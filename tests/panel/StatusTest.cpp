@@ -97,8 +97,8 @@ TEST_F(PanelStatus, EachChangeIsToldAndNoRepetitionIs)
         const char* event;
         OpApiStatus status;
         int told;
-    } steps[] = {{"velmart_over", OpApiOver, 1},   {"velmart_over", OpApiOver, 1},   {"velmart_ready", OpApiReady, 2},
-                 {"velmart_ready", OpApiReady, 2}, {"velmart_over", OpApiOver, 3},   {"velmart_ready", OpApiReady, 4}};
+    } steps[] = {{"velmart_over", OpApiOver, 1},   {"velmart_over", OpApiOver, 1}, {"velmart_ready", OpApiReady, 2},
+                 {"velmart_ready", OpApiReady, 2}, {"velmart_over", OpApiOver, 3}, {"velmart_ready", OpApiReady, 4}};
     for (const auto& step : steps) {
         EXPECT_EQ(Send(Message(step.event)), S_OK);
         EXPECT_EQ(Addin().GetOpApiStatus(), step.status);
@@ -137,14 +137,13 @@ TEST_F(PanelStatus, TracesEachStep)
     Send(Message("velmart_ready"));
     Send(Message("velmart_ready"));
     Send(Message("velmart_over"));
-    EXPECT_EQ(Traces(),
-              (Texts{"ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_ready\n",
-                     "ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Ready\n",
-                     "ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to Available\n",
-                     "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_ready\n",
-                     "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_over\n",
-                     "ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Over\n",
-                     "ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to NotAvailable\n"}));
+    EXPECT_EQ(Traces(), (Texts{"ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_ready\n",
+                               "ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Ready\n",
+                               "ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to Available\n",
+                               "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_ready\n",
+                               "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_over\n",
+                               "ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Over\n",
+                               "ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to NotAvailable\n"}));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -214,8 +213,8 @@ TEST_F(PanelStatus, APageElsewhereIsToldOnce)
 
 TEST_F(PanelStatus, APageOfTheCatalogueLeavesTheStatusAlone)
 {
-    for (const char* url : {"https://velmart.example/search?q=bolt", "http://velmart.example", "https://eu1-parts.example/",
-                            "https://elsewhere.example/?from=velmart.example"}) {
+    for (const char* url : {"https://velmart.example/search?q=bolt", "http://velmart.example",
+                            "https://eu1-parts.example/", "https://elsewhere.example/?from=velmart.example"}) {
         EXPECT_EQ(Addin().OnPageUrl(url), S_OK);
         EXPECT_EQ(Addin().GetOpApiStatus(), OpApiUnset) << url;
     }

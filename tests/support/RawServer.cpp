@@ -90,12 +90,10 @@ public:
         sigemptyset(&pipe);
         sigaddset(&pipe, SIGPIPE);
         pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
-        while (true)
-        {
+        while (true) {
             const int connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
             const std::lock_guard lock(mutex_);
-            if (connection < 0 || ended_)
-            {
+            if (connection < 0 || ended_) {
                 if (connection >= 0)
                     close(connection);
                 return;
@@ -154,8 +152,7 @@ public:
     }
     bool Write(std::string_view bytes)
     {
-        while (!failed_ && !bytes.empty())
-        {
+        while (!failed_ && !bytes.empty()) {
             const auto size = tls_ ? SSL_write(tls_.get(), bytes.data(), static_cast<int>(bytes.size()))
                                    : send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
             failed_ = size <= 0;
@@ -181,7 +178,8 @@ private:
 std::size_t BodyLength(const std::string& head)
 {
     std::string lower = head;
-    std::ranges::transform(lower, lower.begin(), [](unsigned char letter) { return static_cast<char>(tolower(letter)); });
+    std::ranges::transform(lower, lower.begin(),
+                           [](unsigned char letter) { return static_cast<char>(tolower(letter)); });
     constexpr std::string_view name = "\r\ncontent-length:";
     const auto found = lower.find(name);
     return found == std::string::npos ? 0 : std::stoul(lower.substr(found + name.size()));
@@ -199,8 +197,7 @@ public:
     {
         std::size_t end = 0;
         while ((end = input_.find("\r\n\r\n")) == std::string::npos ||
-               input_.size() < end + 4 + BodyLength(input_.substr(0, end)))
-        {
+               input_.size() < end + 4 + BodyLength(input_.substr(0, end))) {
             const auto bytes = stream_.Read();
             if (bytes.empty())
                 return {};
@@ -240,8 +237,7 @@ public:
 
     void AwaitClosed() override
     {
-        while (!stream_.Read().empty())
-        {
+        while (!stream_.Read().empty()) {
         }
     }
 

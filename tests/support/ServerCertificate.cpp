@@ -50,10 +50,10 @@ ServerCertificate::ServerCertificate()
     X509_gmtime_adj(X509_getm_notAfter(record.get()), day);
     X509_set_pubkey(record.get(), pair.get());
     X509_NAME* name = X509_get_subject_name(record.get());
-    X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("localhost"), -1, -1, 0);
+    X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("localhost"), -1, -1,
+                               0);
     X509_set_issuer_name(record.get(), name);
-    const Extension names(
-        X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, "IP:127.0.0.1,DNS:localhost"));
+    const Extension names(X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, "IP:127.0.0.1,DNS:localhost"));
     Require(names && X509_add_ext(record.get(), names.get(), -1) == 1);
     Require(X509_sign(record.get(), pair.get(), EVP_sha256()) != 0);
 

@@ -87,8 +87,7 @@ TEST_F(CurlTransportLife, CancelBetweenTwoPiecesOfTheBodyEndsAsCancelled)
 
 TEST_F(CurlTransportLife, CancelInsideACallEndsAsCancelledWithoutFurtherData)
 {
-    for (const char call : {'h', 'd', 'p'})
-    {
+    for (const char call : {'h', 'd', 'p'}) {
         RawServer server(RawServer::Once(Reply(std::string(1'000'000, 'a'))));
         Fetch fetch(server.Url());
         auto& hook = call == 'h' ? fetch->onHeaders : call == 'd' ? fetch->onData : fetch->onProgress;
@@ -127,6 +126,28 @@ TEST_F(CurlTransportLife, CancelBetweenTheLastByteAndTheCompletionEndsAsCancelle
     EXPECT_EQ(ZALHttpStatusCancelled, fetch->status);
 }
 
+TEST_F(CurlTransportLife, ATransferThatHasJustEndedStillEndsAsCancelledWhenItIsCancelled)
+{
+    struct Listener final : HttpTransferListener {
+        void OnHead(int, const HttpHeaders&) override {}
+        void OnBytes(const char*, std::size_t) override {}
+        void OnProgress(std::uint64_t, std::uint64_t) override
+        {
+            EventLoop::Current().Post([this] { transfer->Cancel(); });
+        }
+        void OnEnd(TransferEnd end, const std::string&) override { ends.push_back(end); }
+        std::unique_ptr<HttpTransfer> transfer;
+        std::vector<TransferEnd> ends;
+    };
+    RawServer server(RawServer::Once(Reply("abc")));
+    Listener listener;
+    listener.transfer =
+        HttpTransport::Current().Start({.method = "GET", .url = server.Url(), .headers = {}, .body = {}}, listener);
+    ASSERT_TRUE(listener.transfer);
+    Loop().RunUntilIdle(60s);
+    EXPECT_EQ(std::vector{TransferEnd::Cancelled}, listener.ends);
+}
+
 // ---------------------------------------------------------------------------------------------
 // Destroying the request
 
@@ -154,8 +175,7 @@ TEST_F(CurlTransportLife, ARequestDestroyedBeforeTheLoopRunsStillCompletesWithou
 
 TEST_F(CurlTransportLife, ARequestMayBeDestroyedInsideEachCall)
 {
-    for (const char call : {'h', 'd', 'p'})
-    {
+    for (const char call : {'h', 'd', 'p'}) {
         RawServer server(RawServer::Once(Reply(std::string(1'000'000, 'a'))));
         Fetch fetch(server.Url());
         auto& hook = call == 'h' ? fetch->onHeaders : call == 'd' ? fetch->onData : fetch->onProgress;
@@ -175,8 +195,7 @@ TEST_F(CurlTransportLife, ARequestMayBeDestroyedInsideOnCompleteHoweverTheTransf
     RawServer cut(RawServer::Once("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nabc"));
     const std::vector<std::pair<std::string, int>> cases = {
         {whole.Url(), ZALHttpStatusFinished}, {cut.Url(), ZALHttpStatusFailed}, {"", ZALHttpStatusCancelled}};
-    for (const auto& [url, status] : cases)
-    {
+    for (const auto& [url, status] : cases) {
         Fetch fetch(url.empty() ? whole.Url() : url);
         fetch->onComplete = [&](ZALCefHttpRequest*) { fetch.DestroyRequest(); };
         ASSERT_TRUE(fetch.Send());
@@ -271,14 +290,12 @@ TEST_F(CurlTransportLife, ManyTransfersRunAtOnceAndEndEachForItself)
 {
     RawServer server(RawServer::Answering([](const std::string& request) { return Reply(PathOf(request)); }));
     std::vector<std::unique_ptr<Fetch>> fetches;
-    for (int number = 0; number < 30; ++number)
-    {
+    for (int number = 0; number < 30; ++number) {
         fetches.push_back(std::make_unique<Fetch>(server.Url("/" + std::to_string(number))));
         ASSERT_TRUE(fetches.back()->Send());
     }
     EXPECT_EQ(RunEnd::Idle, Loop().RunUntilIdle(60s));
-    for (int number = 0; number < 30; ++number)
-    {
+    for (int number = 0; number < 30; ++number) {
         Fetch& fetch = *fetches[static_cast<std::size_t>(number)];
         ExpectOver(fetch);
         EXPECT_EQ("/" + std::to_string(number), fetch->body);
@@ -287,8 +304,7 @@ TEST_F(CurlTransportLife, ManyTransfersRunAtOnceAndEndEachForItself)
 
 TEST_F(CurlTransportLife, ARunInsideACallLetsOtherTransfersGoOnAndItsOwnWait)
 {
-    for (const char call : {'h', 'd', 'p', 'c'})
-    {
+    for (const char call : {'h', 'd', 'p', 'c'}) {
         RawServer slow(SendInTwo);
         RawServer fast(RawServer::Answering([](const std::string&) { return Reply(std::string(2'000'000, 'a')); }));
         Fetch first(slow.Url());
@@ -301,8 +317,7 @@ TEST_F(CurlTransportLife, ARunInsideACallLetsOtherTransfersGoOnAndItsOwnWait)
         hook = [&](ZALCefHttpRequest*) {
             ++depth;
             EXPECT_EQ(1, depth);
-            if (!second->IsComplete())
-            {
+            if (!second->IsComplete()) {
                 const std::string before = first->calls;
                 EXPECT_TRUE(second.Send());
                 slow.Tell();
@@ -331,13 +346,36 @@ TEST_F(CurlTransportLife, ARunInsideACallDoesNotTakeBytesOfTheCallersOwnTransfer
     int runs = 0;
     fetch->onData = [&](ZALCefHttpRequest*) {
         ++runs;
-        if (runs == 3)
-        {
+        if (runs == 3) {
             EXPECT_EQ(RunEnd::TimedOut, Loop().RunUntilIdle(50ms));
         }
     };
     RunWhole(fetch);
     EXPECT_EQ(3'000'000U, fetch->body.size());
+    EXPECT_EQ(ZALHttpStatusFinished, fetch->status);
+}
+
+TEST_F(CurlTransportLife, BytesThatCameDuringARunInsideACallAndThoseAfterItArriveInTheirOrder)
+{
+    RawServer server([](RawServer::Connection& connection) {
+        connection.ReadRequest();
+        connection.Send("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nabc");
+        connection.AwaitTold();
+        connection.Send("def");
+        connection.AwaitTold();
+        connection.Send("ghi");
+    });
+    Fetch fetch(server.Url());
+    fetch->onData = [&](ZALCefHttpRequest*) {
+        if (fetch->body == "abc") {
+            server.Tell();
+            Loop().RunUntilIdle(50ms);
+        }
+        if (fetch->body == "abcdef")
+            Loop().CallAfter(20ms, [&] { server.Tell(); });
+    };
+    RunWhole(fetch);
+    EXPECT_EQ("abcdefghi", fetch->body);
     EXPECT_EQ(ZALHttpStatusFinished, fetch->status);
 }
 

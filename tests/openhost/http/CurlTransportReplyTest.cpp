@@ -13,9 +13,9 @@ using ::testing::StartsWith;
 
 namespace {
 // "hello hello hello hello hello hello"
-constexpr unsigned char gzipBytes[] = {0x1f, 0x8b, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x03, 0xcb, 0x48,
-                                       0xcd, 0xc9, 0xc9, 0x57, 0xc8, 0xc0, 0x47, 0x02, 0x00, 0x57, 0x37, 0x62,
-                                       0x85, 0x23, 0x00, 0x00, 0x00};
+constexpr unsigned char gzipBytes[] = {0x1f, 0x8b, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x03,
+                                       0xcb, 0x48, 0xcd, 0xc9, 0xc9, 0x57, 0xc8, 0xc0, 0x47, 0x02,
+                                       0x00, 0x57, 0x37, 0x62, 0x85, 0x23, 0x00, 0x00, 0x00};
 const std::string gzipBody(reinterpret_cast<const char*>(gzipBytes), sizeof gzipBytes);
 const std::string plainBody = "hello hello hello hello hello hello";
 
@@ -73,8 +73,8 @@ TEST_F(CurlTransportReply, ACode204HasHeadersAndNoData)
 
 TEST_F(CurlTransportReply, AnErrorCodeDeliversItsBodyAndARefusedResponse)
 {
-    for (const std::string status : {"404 Not Found", "500 Internal Server Error", "401 Unauthorized", "304 Not Modified"})
-    {
+    for (const std::string status :
+         {"404 Not Found", "500 Internal Server Error", "401 Unauthorized", "304 Not Modified"}) {
         const std::string body = status.starts_with("304") ? "" : R"({"error":1})";
         RawServer server(RawServer::Once(Reply(body, "Content-Type: application/json\r\n", status)));
         Fetch fetch(server.Url());
@@ -201,8 +201,7 @@ TEST_F(CurlTransportReply, AnEndlessHeadFailsWithinBounds)
         connection.ReadRequest();
         connection.Send("HTTP/1.1 200 OK\r\n");
         const std::string line = "X-Mark: " + std::string(1000, 'a') + "\r\n";
-        while (connection.Send(line))
-        {
+        while (connection.Send(line)) {
         }
     });
     Fetch fetch(server.Url());
@@ -273,10 +272,8 @@ TEST_F(CurlTransportReply, ABodyInAnUnknownEncodingFails)
 
 TEST_F(CurlTransportReply, ABodyShorterThanItsLengthFails)
 {
-    for (const std::size_t sent : {0U, 1U, 999U})
-    {
-        RawServer server(
-            RawServer::Once("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n" + std::string(sent, 'a')));
+    for (const std::size_t sent : {0U, 1U, 999U}) {
+        RawServer server(RawServer::Once("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n" + std::string(sent, 'a')));
         Fetch fetch(server.Url());
         RunWhole(fetch);
         EXPECT_EQ(ZALHttpStatusFailed, fetch->status) << sent;
@@ -288,8 +285,7 @@ TEST_F(CurlTransportReply, ABodyShorterThanItsLengthFails)
 
 TEST_F(CurlTransportReply, AChunkedBodyWithoutItsEndFails)
 {
-    for (const std::string body : {"", "5\r\nabc", "3\r\nabc\r\n", "3\r\nabc\r\n0\r\n", "zz\r\nabc\r\n0\r\n\r\n"})
-    {
+    for (const std::string body : {"", "5\r\nabc", "3\r\nabc\r\n", "3\r\nabc\r\n0\r\n", "zz\r\nabc\r\n0\r\n\r\n"}) {
         RawServer server(RawServer::Once("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + body));
         Fetch fetch(server.Url());
         RunWhole(fetch);
@@ -299,8 +295,8 @@ TEST_F(CurlTransportReply, AChunkedBodyWithoutItsEndFails)
 
 TEST_F(CurlTransportReply, AConnectionThatIsClosedInsideTheHeadFailsWithoutHeaders)
 {
-    for (const std::string head : {"", "HTTP/1.1 200 OK\r\n", "HTTP/1.1 200 OK\r\nContent-Le", "HTTP/1.1 100 Continue\r\n\r\n"})
-    {
+    for (const std::string head :
+         {"", "HTTP/1.1 200 OK\r\n", "HTTP/1.1 200 OK\r\nContent-Le", "HTTP/1.1 100 Continue\r\n\r\n"}) {
         RawServer server(RawServer::Once(head));
         Fetch fetch(server.Url());
         RunWhole(fetch);
@@ -312,8 +308,7 @@ TEST_F(CurlTransportReply, AConnectionThatIsClosedInsideTheHeadFailsWithoutHeade
 
 TEST_F(CurlTransportReply, AReplyThatIsNoHttpFails)
 {
-    for (const std::string reply : {"SSH-2.0-server\r\n", "\r\n\r\n", "<html></html>", "HTTP/1.1 abc\r\n\r\n"})
-    {
+    for (const std::string reply : {"SSH-2.0-server\r\n", "\r\n\r\n", "<html></html>", "HTTP/1.1 abc\r\n\r\n"}) {
         RawServer server(RawServer::Once(reply));
         Fetch fetch(server.Url());
         RunWhole(fetch);
@@ -394,8 +389,7 @@ TEST_F(CurlTransportReply, ASlowBodyThatKeepsComingOutlastsTheLimitOfSilence)
     RawServer server([](RawServer::Connection& connection) {
         connection.ReadRequest();
         connection.Send("HTTP/1.1 200 OK\r\nContent-Length: 8\r\n\r\n");
-        for (const char byte : std::string("abcdefgh"))
-        {
+        for (const char byte : std::string("abcdefgh")) {
             connection.Pause(160ms);
             connection.Send({&byte, 1});
         }
@@ -417,8 +411,7 @@ TEST_F(CurlTransportReply, HttpsWithATrustedCertificateIsLikeHttp)
     std::ofstream(file) << certificate.certificate;
     Use({.caFile = file});
     RawServer server(RawServer::Once(Reply("abc")), &certificate);
-    for (const std::string host : {"127.0.0.1", "localhost"})
-    {
+    for (const std::string host : {"127.0.0.1", "localhost"}) {
         Fetch fetch(server.Url("/", host));
         RunWhole(fetch);
         EXPECT_EQ("hdpc", fetch->Shape());

@@ -80,8 +80,7 @@ protected:
     /// Runs until the transfer is complete.
     static void Complete(Fetch& fetch)
     {
-        ASSERT_EQ(RunEnd::Done,
-                  Loop().RunUntil([&] { return fetch->IsComplete(); }, std::chrono::seconds(60)));
+        ASSERT_EQ(RunEnd::Done, Loop().RunUntil([&] { return fetch->IsComplete(); }, std::chrono::seconds(60)));
     }
     static void RunWhole(Fetch& fetch)
     {

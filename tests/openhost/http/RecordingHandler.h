@@ -69,8 +69,7 @@ public:
         recording_.calls += 'c';
         ++recording_.completions;
         recording_.status = request ? request->GetStatus() : -2;
-        if (const auto* response = request ? request->GetResponse() : nullptr)
-        {
+        if (const auto* response = request ? request->GetResponse() : nullptr) {
             recording_.state = response->GetState();
             recording_.code = response->GetCode();
         }

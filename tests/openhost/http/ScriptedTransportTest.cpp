@@ -121,8 +121,7 @@ TEST_F(ScriptedTransportTest, AnAnswerMayHaveNoHead)
 TEST_F(ScriptedTransportTest, ACancelInsideEachCallOfAnAnswerEndsIt)
 {
     Transport().Answer("http://any.example/", {.chunks = {"ab", "cd"}});
-    for (const char call : {'h', 'd', 'p'})
-    {
+    for (const char call : {'h', 'd', 'p'}) {
         Fetch fetch("http://any.example/");
         auto& hook = call == 'h' ? fetch->onHeaders : call == 'd' ? fetch->onData : fetch->onProgress;
         hook = [](ZALCefHttpRequest* request) { request->Cancel(); };

@@ -243,8 +243,7 @@ TYPED_TEST(AnyEventLoop, CallsWhenADescriptorCanBeReadUntilItIsRead)
     this->loop->Watch(sockets.Own(), true, false, [&](bool readable, bool writable) {
         EXPECT_TRUE(readable);
         EXPECT_FALSE(writable);
-        if (++calls == 2)
-        {
+        if (++calls == 2) {
             text = sockets.Take();
             this->loop->Unwatch(sockets.Own());
         }
@@ -326,6 +325,23 @@ TYPED_TEST(AnyEventLoop, AReadyCallMayEndAnotherWatchThatIsReadyToo)
     second.SendFromOther("!");
     EXPECT_EQ(RunEnd::Idle, this->loop->RunUntilIdle(10s));
     EXPECT_EQ("a", this->order);
+}
+
+TYPED_TEST(AnyEventLoop, AWatchThatReplacesAReadyOneIsNotCalledForWhatTheOldOneSaw)
+{
+    SocketPair first;
+    SocketPair second;
+    const auto takeFromBoth = [&](bool, bool) {
+        this->order += static_cast<char>('a' + first.Take().size() + second.Take().size());
+        this->loop->Watch(first.Own(), true, false, [&](bool, bool) { this->order += 'x'; });
+        this->loop->Watch(second.Own(), true, false, [&](bool, bool) { this->order += 'x'; });
+    };
+    this->loop->Watch(first.Own(), true, false, takeFromBoth);
+    this->loop->Watch(second.Own(), true, false, takeFromBoth);
+    first.SendFromOther("!");
+    second.SendFromOther("!");
+    this->loop->RunUntilIdle(std::chrono::milliseconds(20));
+    EXPECT_EQ("c", this->order);
 }
 
 TYPED_TEST(AnyEventLoop, AReadyCallMayReplaceItself)

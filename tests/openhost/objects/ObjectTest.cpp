@@ -133,14 +133,15 @@ TEST(ClassRecord, IsMadeOnceAndCopiesItsTexts)
 {
     std::string name = "ObjectTestRecord";
     std::string module = "somewhere";
-    ZALMetaClass* record =
-        fct_RetrieveMetaObject(name.c_str(), ZALMetaImplementation, ObjectTestBase::MetaObject(), "ZALNull", module.c_str());
+    ZALMetaClass* record = fct_RetrieveMetaObject(name.c_str(), ZALMetaImplementation, ObjectTestBase::MetaObject(),
+                                                  "ZALNull", module.c_str());
     name.assign(name.size(), 'x');
     module.assign(module.size(), 'x');
     EXPECT_STREQ(record->GetName(), "ObjectTestRecord");
     EXPECT_STREQ(record->GetModule(), "somewhere");
     EXPECT_EQ(record->GetBase(), ObjectTestBase::MetaObject());
-    EXPECT_EQ(fct_RetrieveMetaObject("ObjectTestRecord", ZALMetaImplementation, nullptr, "ZALNull", "elsewhere"), record);
+    EXPECT_EQ(fct_RetrieveMetaObject("ObjectTestRecord", ZALMetaImplementation, nullptr, "ZALNull", "elsewhere"),
+              record);
     EXPECT_STREQ(record->GetModule(), "somewhere");
 }
 
@@ -458,7 +459,8 @@ TEST(Dictionary, NotesRegistrationsInTheirOrder)
     std::string noted;
     for (std::size_t index = before; index < dictionary.Registrations().size(); ++index)
         noted += dictionary.Registrations()[index].kind + " " + dictionary.Registrations()[index].name + "; ";
-    EXPECT_EQ(noted, "interface ObjectTestBase; class ObjectTestMade; creation ObjectTestCreated; trace ObjectTestTrace; ");
+    EXPECT_EQ(noted,
+              "interface ObjectTestBase; class ObjectTestMade; creation ObjectTestCreated; trace ObjectTestTrace; ");
     dictionary.RemoveCreation("ObjectTestCreated");
 }
 

@@ -508,12 +508,11 @@ TEST(Dispatch, IsObservedBeforeItsSubscribersAndWithoutThem)
     Listener publisher;
     std::string order;
     Listener listener([&](ZALBaseUnknown*, ZALNotification*, void*) { order += "s"; });
-    const DispatchObserver before =
-        ObserveDispatches([&](ZALBaseUnknown* from, const ZALNotification& notification) {
-            EXPECT_EQ(from, &publisher);
-            EXPECT_STREQ(notification.IsA(), Plain);
-            order += "o";
-        });
+    const DispatchObserver before = ObserveDispatches([&](ZALBaseUnknown* from, const ZALNotification& notification) {
+        EXPECT_EQ(from, &publisher);
+        EXPECT_STREQ(notification.IsA(), Plain);
+        order += "o";
+    });
     Dispatch(&publisher);
     listener.Subscribe(&publisher, Plain);
     Dispatch(&publisher);

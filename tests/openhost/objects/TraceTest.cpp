@@ -112,9 +112,8 @@ TEST_F(TraceObject, WritesToARedirectionWithItsName)
 {
     ZALTrace trace("TraceTestRedirected", "", 0, "STDERR", 16);
     std::string received;
-    RedirectTraces([&](std::string_view name, std::string_view text) {
-        received += std::string(name) + ":" + std::string(text);
-    });
+    RedirectTraces(
+        [&](std::string_view name, std::string_view text) { received += std::string(name) + ":" + std::string(text); });
     trace.TraPut("one\n");
     trace.TraPut("");
     trace.TraPut("two, longer than the line buffer\n");
