@@ -153,7 +153,8 @@ void MakeArchive(const fs::path& path, unsigned int count, std::uint64_t size)
     if (!archive)
         throw std::runtime_error("cannot write " + unfinished);
     for (unsigned int number = 0; number < count; ++number) {
-        const std::string name = "assembly" + std::to_string(number / 100) + "/part" + std::to_string(number) + ".ZALPart";
+        const std::string name =
+            "assembly" + std::to_string(number / 100) + "/part" + std::to_string(number) + ".ZALPart";
         zip_source_t* const source = zip_source_function(archive, &Entry::Serve, new Entry{Content(number), size});
         if (!source || zip_file_add(archive, name.c_str(), source, ZIP_FL_ENC_UTF_8) < 0)
             throw std::runtime_error("cannot add " + name);
@@ -272,8 +273,8 @@ try {
     const fs::path work = argc > 2 ? fs::path(argv[2]) : temporary.Path();
     fs::create_directories(work);
 
-    std::future<void> large = std::async(
-        std::launch::async, [&] { MakeArchive(work / "one-entry.zip", 1, std::uint64_t{1} << 30); });
+    std::future<void> large =
+        std::async(std::launch::async, [&] { MakeArchive(work / "one-entry.zip", 1, std::uint64_t{1} << 30); });
     MakeArchive(work / "16-entries.zip", 16, std::uint64_t{64} << 20);
     MakeArchive(work / "10000-entries.zip", 10'000, 2000);
     MakeArchive(work / "100000-entries.zip", 100'000, 2000);

@@ -5,7 +5,7 @@
 #include "host/dialogs.h"
 
 /// The location dialog. It stores the user's folder in the settings, then reports OK or cancel by a
-/// notification on itself.
+/// notification on itself, and asks for its own end.
 class ZALVelmartDownloadLocationDlg : public ZALDlgDialog {
     VL_DECLARE_META_CLASS
 public:
@@ -19,8 +19,33 @@ public:
         VL_DECLARE_META_CLASS
     };
 
-    /// Makes and shows the dialog. Null when it cannot be shown; no notification comes then.
+    /// Makes the dialog on the frame's application document and shows it. Null, and no notification comes, when either
+    /// is missing.
     static ZALVelmartDownloadLocationDlg* Create();
+    /// Whether `text` names a directory.
+    static bool IsDirectory(const ZALUnicodeString& text);
+    /// The same; tells the user on `parent` when it does not.
+    static bool IsValidDirectory(ZALDialog* parent, const ZALUnicodeString& text);
 
     ~ZALVelmartDownloadLocationDlg() override;
+
+    /// Ends the folder chooser as well.
+    void RequestDelayedDestruction() override;
+    ZALString GetResourceFilename(int index) const override;
+
+private:
+    explicit ZALVelmartDownloadLocationDlg(ZALDialog* parent);
+    void Build();
+    void BuildControls();
+
+    void OnOK(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+    void OnCancel(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+    void OnModify(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+    void OnBrowse(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+    void OnDirectoryChooserOK(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+    void OnDirectoryChooserCancel(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+
+    ZALDlgFileBox* directoryChooser = nullptr; // one reference held
+    ZALDlgEditor* locationEditor = nullptr;
+    ZALDlgCheckButton* doNotRemindCheck = nullptr;
 };

@@ -1,6 +1,7 @@
 // Everything that the module registers when it is loaded. The order of the definitions in this file is the
 // order in which the host sees them, and it is required; no other file has load-time initialisers.
 
+#include "dialogs/ZALVelmartMeridiaAccessSettingsUIAddin.h"
 #include "events/ZALVelmartIntegrationDebug.h"
 #include "events/ZALVelmartIntegrationEventPublisher.h"
 #include "events/ZALVelmartIntegrationEventSubscriber.h"
@@ -12,6 +13,11 @@ namespace {
 ZALBaseUnknown* CreateAddin()
 {
     return new ZALVelmartMeridiaAccessAddin;
+}
+
+ZALBaseUnknown* CreateSettingsAddin()
+{
+    return CreateBOAZALIMeridiaAccessSettingsUIAddinZALVelmartMeridiaAccessSettingsUIAddin(nullptr);
 }
 
 ZALBaseUnknown* CreateEventPublisher()
@@ -34,14 +40,22 @@ const ZALFillDictionary AddinEntry("ZALVelmartMeridiaAccessAddin", "ZALIMeridiaA
 const int AddinCreation = ZALFillDictionary::RegisterFunctionCreation("ZALVelmartMeridiaAccessAddin", CreateAddin);
 ZALMetaClass* const AddinRecord = ZALVelmartMeridiaAccessAddin::MetaObject();
 
+// 2. The addin of the panel's settings.
+const ZALFillDictionary
+    SettingsAddinEntry("ZALVelmartMeridiaAccessSettingsUIAddin", "ZALIMeridiaAccessSettingsUIAddin",
+                       CreateBOAZALIMeridiaAccessSettingsUIAddinZALVelmartMeridiaAccessSettingsUIAddin, 1);
+const int SettingsAddinCreation =
+    ZALFillDictionary::RegisterFunctionCreation("ZALVelmartMeridiaAccessSettingsUIAddin", CreateSettingsAddin);
+ZALMetaClass* const SettingsAddinRecord = ZALVelmartMeridiaAccessSettingsUIAddin::MetaObject();
+
 } // namespace
 
-// 2. The trace object.
+// 3. The trace object.
 ZALTrace ZALVelmartIntegrationDebug::Traces("ZALVelmartIntegration", "ZALVelmartIntegration traces", 0, "STDERR", 1024);
 
 namespace {
 
-// 3. The event singletons.
+// 4. The event singletons.
 const int PublisherCreation =
     ZALFillDictionary::RegisterFunctionCreation("ZALVelmartIntegrationEventPublisher", CreateEventPublisher);
 const int SubscriberCreation =

@@ -9,19 +9,7 @@
 
 /// What a surface shows of a control. Belongs to its ZALDialog and ends with it.
 struct ZALDialogNode {
-    enum class Kind {
-        Window,
-        Question,
-        FileBox,
-        Frame,
-        Label,
-        Progress,
-        Editor,
-        PushButton,
-        CheckButton,
-        Lock,
-        Other
-    };
+    enum class Kind { Window, Question, FileBox, Frame, Label, Progress, Editor, PushButton, CheckButton, Lock, Other };
     /// A line on which children stand.
     struct AttachmentLine {
         bool vertical;
@@ -44,7 +32,7 @@ struct ZALDialogNode {
     bool sensitive = true;   ///< of the control by itself
     bool titleIsSet = false; ///< otherwise the title comes from the resource files
     ZALUnicodeString title;
-    std::vector<ZALDialog*> attached; ///< children that fill the control
+    std::vector<ZALDialog*> attached;  ///< children that fill the control
     std::vector<AttachmentLine> lines; ///< of the children, in the order in which they were said
     std::optional<GridPlace> place;
     bool hasRectangle = false;

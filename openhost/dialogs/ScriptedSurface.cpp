@@ -1,9 +1,12 @@
 #include "openhost/dialogs/ScriptedSurface.h"
 
 #include "openhost/dialogs/DialogNode.h"
+#include "openhost/dialogs/UserActions.h"
 #include "openhost/loop/EventLoop.h"
 #include "openhost/text/Utf.h"
 
+#include <algorithm>
+#include <initializer_list>
 #include <memory>
 
 namespace openhost {
@@ -37,10 +40,33 @@ ZALDialog* FindNewest(const std::string& name, Condition condition)
     return nullptr;
 }
 
-void UseCloseBox(ZALDialog& window)
+ZALDialog* FindShown(const std::string& window)
 {
-    ZALDlgWindCloseNotification notification;
-    DispatchCallbacks(&window, &notification);
+    return FindNewest(window, [](const ZALDialogNode& node) { return node.IsWindow() && node.visible; });
+}
+
+bool IsOneOf(const std::string& name, std::initializer_list<const char*> names)
+{
+    return std::ranges::find(names, name) != names.end();
+}
+
+PushResult PushPartOf(ZALDialog& window, const std::string& part)
+{
+    const ZALDialogNode& node = ZALDialogNode::Of(window);
+    if (part != "CLOSE" && !node.HasOKAndCancel())
+        return PushResult::NoControl;
+    // A file box offers OK only with a choice.
+    const bool lacksChoice = node.kind == ZALDialogNode::Kind::FileBox && node.text.GetLengthInChar() == 0;
+    if (!node.TakesInput() || (part == "OK" && lacksChoice))
+        return PushResult::Insensitive;
+
+    if (part == "CLOSE")
+        UseCloseBox(window);
+    else if (part == "OK")
+        PushOK(window);
+    else
+        PushCancel(window);
+    return PushResult::Done;
 }
 
 } // namespace
@@ -54,6 +80,10 @@ const char* ToText(PushResult result)
         return "no such dialog is shown";
     case PushResult::NoControl:
         return "the dialog has no such control";
+    case PushResult::NoText:
+        return "the control takes no text";
+    case PushResult::NoState:
+        return "the control has no state";
     case PushResult::Insensitive:
         return "the control takes no input";
     }
@@ -67,18 +97,63 @@ void ScriptedSurface::Answer(const std::string& dialog, int answer)
 
 PushResult ScriptedSurface::Push(const std::string& dialog, const std::string& control)
 {
-    ZALDialog* window = FindNewest(dialog, [](const ZALDialogNode& node) { return node.IsWindow() && node.visible; });
+    ZALDialog* window = FindShown(dialog);
     if (!window)
         return PushResult::NoDialog;
-    if (control != "CLOSE")
-        return PushResult::NoControl;
-    if (!ZALDialogNode::Of(*window).TakesInput())
-        return PushResult::Insensitive;
+    if (IsOneOf(control, {"CLOSE", "OK", "CANCEL"}))
+        return PushPartOf(*window, control);
 
-    // The window outlives its callbacks, even when one of them runs the loop until it has ended.
-    window->AddRef();
-    UseCloseBox(*window);
-    window->Release();
+    ZALDialog* target = FindBelow(*window, control);
+    using Kind = ZALDialogNode::Kind;
+    const Kind kind = target ? ZALDialogNode::Of(*target).kind : Kind::Other;
+    if (kind != Kind::PushButton && kind != Kind::CheckButton)
+        return PushResult::NoControl;
+    const ZALDialogNode& node = ZALDialogNode::Of(*target);
+    if (!node.TakesInput())
+        return PushResult::Insensitive;
+    if (kind == Kind::PushButton)
+        Activate(*target);
+    else
+        Check(*target, node.state == ZALDlgChecked ? ZALDlgUnchecked : ZALDlgChecked);
+    return PushResult::Done;
+}
+
+PushResult ScriptedSurface::EnterText(const std::string& dialog, const std::string& control,
+                                      const ZALUnicodeString& text)
+{
+    ZALDialog* window = FindShown(dialog);
+    if (!window)
+        return PushResult::NoDialog;
+    const bool isChoice = ZALDialogNode::Of(*window).kind == ZALDialogNode::Kind::FileBox && control == "FOLDER";
+    ZALDialog* target = isChoice ? window : FindBelow(*window, control);
+    if (!target)
+        return PushResult::NoControl;
+    const ZALDialogNode& node = ZALDialogNode::Of(*target);
+    if (!isChoice && node.kind != ZALDialogNode::Kind::Editor)
+        return PushResult::NoText;
+    if (!node.TakesInput())
+        return PushResult::Insensitive;
+    if (isChoice)
+        ChooseFolder(*target, text);
+    else
+        openhost::EnterText(*target, text);
+    return PushResult::Done;
+}
+
+PushResult ScriptedSurface::SetState(const std::string& dialog, const std::string& control, int state)
+{
+    ZALDialog* window = FindShown(dialog);
+    if (!window)
+        return PushResult::NoDialog;
+    ZALDialog* target = FindBelow(*window, control);
+    if (!target)
+        return PushResult::NoControl;
+    const ZALDialogNode& node = ZALDialogNode::Of(*target);
+    if (node.kind != ZALDialogNode::Kind::CheckButton || (state != ZALDlgChecked && state != ZALDlgUnchecked))
+        return PushResult::NoState;
+    if (!node.TakesInput())
+        return PushResult::Insensitive;
+    Check(*target, state);
     return PushResult::Done;
 }
 
@@ -151,7 +226,7 @@ int ScriptedSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, c
 void ScriptedSurface::Record(const ZALDialog& dialog, WindowEvent::Action action)
 {
     const ZALDialogNode& node = ZALDialogNode::Of(dialog);
-    if (node.kind == ZALDialogNode::Kind::Window)
+    if (node.IsLastingWindow())
         windowEvents_.push_back({node.Name(), node.style, action});
 }
 

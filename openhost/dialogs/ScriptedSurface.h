@@ -15,6 +15,8 @@ enum class PushResult {
     Done,
     NoDialog,    ///< no visible window has the name
     NoControl,   ///< the window has no such control, or it cannot be pushed
+    NoText,      ///< the control takes no text
+    NoState,     ///< the control has no state
     Insensitive, ///< the window or the control takes no input at present
 };
 
@@ -45,8 +47,15 @@ public:
     /// without one is closed.
     void Answer(const std::string& dialog, int answer);
     /// Acts as the user on the visible window `dialog`, the newest of that name. The control "CLOSE" is its close
-    /// box. Callbacks run before the call returns, and may end the window.
+    /// box, "OK" and "CANCEL" are the buttons of a window that has them; otherwise a push button is pushed, and the
+    /// state of a check button changes. Callbacks run before the call returns, and may end the window.
     PushResult Push(const std::string& dialog, const std::string& control);
+    /// Replaces the text of an editor in the same way. The control "FOLDER" of a file box is its choice.
+    PushResult EnterText(const std::string& dialog, const std::string& control, const ZALUnicodeString& text);
+    /// Brings a check button to `state`, ZALDlgChecked or ZALDlgUnchecked, in the same way.
+    PushResult SetState(const std::string& dialog, const std::string& control, int state);
+    /// Whether the module gets the file boxes that it asks for (true at first).
+    void OfferFileBoxes(bool offer) { offersFileBoxes_ = offer; }
 
     /// The newest live control or window named `name`, or null. No reference is added.
     ZALDialog* Find(const std::string& name) const;
@@ -65,6 +74,7 @@ public:
     void Ended(ZALDialog& dialog) override;
     /// The answer comes from the event loop, behind what is pending there when the question is asked.
     int Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title) override;
+    bool OffersFileBoxes() const override { return offersFileBoxes_; }
 
 private:
     void Record(const ZALDialog& dialog, WindowEvent::Action action);
@@ -73,6 +83,7 @@ private:
     std::map<std::string, std::deque<int>> answers_;
     std::vector<Question> questions_;
     std::vector<WindowEvent> windowEvents_;
+    bool offersFileBoxes_ = true;
 };
 
 } // namespace openhost

@@ -6,41 +6,12 @@
 #include "openhost/text/Utf.h"
 
 #include <exception>
-#include <string_view>
-#include <unordered_map>
-#include <vector>
+#include <memory>
+#include <optional>
+#include <string>
 
-/// An archive with the names of its entries as the host's texts.
-class ZALZipReader {
-public:
-    explicit ZALZipReader(const std::string& path) : archive(path) {}
-
-    ZALUnicodeString Name(std::size_t entry) const { return openhost::FromUtf8(archive.Name(entry)); }
-
-    /// The last entry of the name; Count() when there is none.
-    std::size_t Find(const ZALUnicodeString& name)
-    {
-        if (entries_.empty())
-            ReadNames();
-        const auto found = entries_.find(openhost::View(name));
-        return found == entries_.end() ? archive.Count() : found->second;
-    }
-
-    openhost::ZipReader archive;
-
-private:
-    void ReadNames()
-    {
-        names_.resize(archive.Count());
-        entries_.reserve(archive.Count());
-        for (std::size_t entry = 0; entry < archive.Count(); ++entry) {
-            names_[entry] = Name(entry);
-            entries_[openhost::View(names_[entry])] = entry;
-        }
-    }
-
-    std::vector<ZALUnicodeString> names_;
-    std::unordered_map<std::u16string_view, std::size_t> entries_;
+class ZALZipReader : public openhost::ZipReader {
+    using ZipReader::ZipReader;
 };
 
 ZALSysZipFile::ZALSysZipFile() = default;
@@ -66,15 +37,15 @@ try {
     if (!reader_)
         return E_FAIL;
 
-    const std::size_t entries = reader_->archive.Count();
+    const std::size_t entries = reader_->Count();
     if (entries == 0)
         return S_OK;
 
     std::unique_ptr<ZALUnicodeString[]> allNames(new ZALUnicodeString[entries]);
     std::unique_ptr<std::uint64_t[]> allSizes(new std::uint64_t[entries]);
     for (std::size_t entry = 0; entry < entries; ++entry) {
-        allNames[entry] = reader_->Name(entry);
-        allSizes[entry] = reader_->archive.Size(entry);
+        allNames[entry] = openhost::FromUtf8(reader_->Name(entry));
+        allSizes[entry] = reader_->Size(entry);
     }
     names = allNames.release();
     sizes = allSizes.release();
@@ -90,14 +61,14 @@ try {
         return E_INVALIDARG;
     if (!reader_ || openhost::HasParentComponent(folder))
         return E_FAIL;
-    const std::size_t number = reader_->Find(entry);
-    if (number == reader_->archive.Count())
+    const std::string name = openhost::ToUtf8(entry);
+    const std::optional<std::size_t> found = reader_->Find(name);
+    if (!found)
         return E_FAIL;
 
-    const std::string path = openhost::SystemPath(entry);
-    openhost::ExtractZipEntry(reader_->archive, number, openhost::SystemPath(folder), path);
+    openhost::ExtractZipEntry(*reader_, *found, openhost::SystemPath(folder), name);
 
-    if (openhost::journal::IsOpen() && !path.ends_with('/')) {
+    if (openhost::journal::IsOpen() && !name.ends_with('/') && !name.ends_with('\\')) {
         ZALUnicodeString file = folder;
         ZALMakePath(file, entry);
         openhost::journal::Write("extracted", {{"path", openhost::SystemPath(file)}});

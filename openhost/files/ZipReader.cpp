@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <unordered_map>
 #include <vector>
 
 namespace openhost {
@@ -52,7 +53,8 @@ public:
     Piece Next();
 
     std::size_t Count() const { return count_; }
-    zip_t* Archive() const { return archive_.get(); }
+    std::string_view Name(std::size_t entry) const;
+    std::optional<std::size_t> Find(std::string_view name);
 
 private:
     std::size_t ReadPacked(char* bytes, std::size_t size);
@@ -63,7 +65,8 @@ private:
     ZipSource source_;
     std::unique_ptr<zip_t, CloseArchive> archive_;
     std::size_t count_ = 0;
-    std::uint64_t total_ = 0; ///< bytes of all entries that were read to their end
+    std::unordered_map<std::string_view, std::size_t> entries_; ///< by name; empty until one is looked for
+    std::uint64_t total_ = 0;                                   ///< bytes of all entries that were read to their end
 
     // The entry in hand.
     zip_stat_t status_{};
@@ -71,8 +74,8 @@ private:
     inflate_state inflation_{};
     std::vector<char> input_ = std::vector<char>(InputSize);
     std::vector<char> output_ = std::vector<char>(PieceSize);
-    std::size_t filled_ = 0;    ///< bytes of the output that hold something
-    bool isComplete_ = false;   ///< whether the packed data has come to its end
+    std::size_t filled_ = 0;  ///< bytes of the output that hold something
+    bool isComplete_ = false; ///< whether the packed data has come to its end
     std::uint64_t unpacked_ = 0;
     std::uint32_t checksum_ = 0;
 };
@@ -117,6 +120,26 @@ zip_stat_t ZipReader::Implementation::Status(std::size_t entry) const
     if (zip_stat_index(archive_.get(), entry, 0, &status) != 0 || (status.valid & wanted) != wanted)
         Fail("damaged directory entry");
     return status;
+}
+
+std::string_view ZipReader::Implementation::Name(std::size_t entry) const
+{
+    // libzip keeps the name as long as the archive is open.
+    const char* const name = zip_get_name(archive_.get(), entry, ZIP_FL_ENC_GUESS);
+    return name ? std::string_view(name) : std::string_view();
+}
+
+std::optional<std::size_t> ZipReader::Implementation::Find(std::string_view name)
+{
+    if (entries_.empty()) {
+        entries_.reserve(count_);
+        for (std::size_t entry = 0; entry < count_; ++entry)
+            entries_[Name(entry)] = entry;
+    }
+    const auto found = entries_.find(name);
+    if (found == entries_.end())
+        return std::nullopt;
+    return found->second;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -230,13 +253,17 @@ std::size_t ZipReader::Count() const
 
 std::string_view ZipReader::Name(std::size_t entry) const
 {
-    const char* const name = zip_get_name(implementation_->Archive(), entry, ZIP_FL_ENC_GUESS);
-    return name ? std::string_view(name) : std::string_view();
+    return implementation_->Name(entry);
 }
 
 std::uint64_t ZipReader::Size(std::size_t entry) const
 {
     return implementation_->Status(entry).size;
+}
+
+std::optional<std::size_t> ZipReader::Find(std::string_view name)
+{
+    return implementation_->Find(name);
 }
 
 void ZipReader::Start(std::size_t entry)

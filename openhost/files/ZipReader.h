@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -37,10 +38,12 @@ public:
     ~ZipReader();
 
     std::size_t Count() const;
-    /// In UTF-8 as far as the archive tells the truth; a name of CP437 is translated.
+    /// In UTF-8 as far as the archive tells the truth; a name in CP437 is translated.
     std::string_view Name(std::size_t entry) const;
     /// Bytes of the content, as announced.
     std::uint64_t Size(std::size_t entry) const;
+    /// The last entry of the name.
+    std::optional<std::size_t> Find(std::string_view name);
 
     /// Begins with the content of `entry`. Throws std::runtime_error for one that is no file or folder, is
     /// encrypted, packed by another method than deflate, or passes a limit.

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <iterator>
 #include <unordered_set>
+#include <utility>
 
 namespace openhost {
 
@@ -62,8 +63,8 @@ public:
         if (!open_.back().names.insert(name).second)
             throw LocatedError(line_, "the key \"" + name + "\" stands here twice");
         auto& members = open_.back().value->members;
-        members.emplace_back(std::move(name), LocatedJson{});
-        members.back().second.line = line_;
+        members.push_back({std::move(name), LocatedJson{}});
+        members.back().value.line = line_;
         return true;
     }
 
@@ -105,7 +106,7 @@ private:
         if (open_.empty()) {
             place->line = line_;
         } else if (open_.back().value->value.is_object()) {
-            place = &open_.back().value->members.back().second;
+            place = &open_.back().value->members.back().value;
         } else {
             place = &open_.back().value->items.emplace_back();
             place->line = line_;

@@ -6,7 +6,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace openhost {
@@ -20,6 +19,8 @@ public:
 private:
     int line_;
 };
+
+struct LocatedMember;
 
 /// A value of a JSON text.
 struct LocatedJson {
@@ -37,10 +38,16 @@ struct LocatedJson {
     /// What kind of value it is, for messages: "a text", "a list" and so on.
     const char* KindName() const;
 
-    int line = 1;                 ///< where the value begins; for a member, where its name stands
-    nlohmann::ordered_json value; ///< of lists and maps, only which of them it is
-    std::vector<std::pair<std::string, LocatedJson>> members;
-    std::vector<LocatedJson> items;
+    int line = 1;                       ///< where the value begins; for a member, where its name stands
+    nlohmann::ordered_json value;       ///< of lists and maps, only which of them it is
+    std::vector<LocatedMember> members; ///< of a map, in the order of the text
+    std::vector<LocatedJson> items;     ///< of a list
+};
+
+/// A member of a map.
+struct LocatedMember {
+    std::string name;
+    LocatedJson value;
 };
 
 } // namespace openhost

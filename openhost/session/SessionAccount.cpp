@@ -52,6 +52,8 @@ void SessionAccount::Receive(const nlohmann::ordered_json& event)
     static const std::map<std::string, Teller> tellers = {
         {"message", &SessionAccount::TellMessage},
         {"url", &SessionAccount::TellUrl},
+        {"push", &SessionAccount::TellPush},
+        {"options", &SessionAccount::TellOptions},
         {"request", &SessionAccount::TellRequest},
         {"progress", &SessionAccount::TellProgress},
         {"transfer", &SessionAccount::TellTransfer},
@@ -98,6 +100,21 @@ void SessionAccount::TellMessage(const nlohmann::ordered_json& event)
 void SessionAccount::TellUrl(const nlohmann::ordered_json& event)
 {
     Line("Page") << Text(event, "url") << "\n";
+}
+
+void SessionAccount::TellPush(const nlohmann::ordered_json& event)
+{
+    Line("User") << Text(event, "control") << " of " << Text(event, "dialog");
+    if (event.contains("text"))
+        output_ << ": \"" << Text(event, "text") << "\"";
+    else if (event.contains("state"))
+        output_ << (event["state"] == true ? ": checked" : ": not checked");
+    output_ << "\n";
+}
+
+void SessionAccount::TellOptions(const nlohmann::ordered_json& event)
+{
+    Line("Options") << Text(event, "operation") << "\n";
 }
 
 void SessionAccount::TellRequest(const nlohmann::ordered_json& event)

@@ -28,6 +28,8 @@ private:
     std::ostream& Line(const std::string& subject);
     void TellMessage(const nlohmann::ordered_json& event);
     void TellUrl(const nlohmann::ordered_json& event);
+    void TellPush(const nlohmann::ordered_json& event);
+    void TellOptions(const nlohmann::ordered_json& event);
     void TellRequest(const nlohmann::ordered_json& event);
     void TellProgress(const nlohmann::ordered_json& event);
     void TellTransfer(const nlohmann::ordered_json& event);

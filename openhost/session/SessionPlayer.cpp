@@ -86,6 +86,7 @@ public:
 
     ~Host()
     {
+        options_ = {};
         addin_.reset();
         implementation_.reset();
         panel_.reset();
@@ -125,6 +126,7 @@ public:
 
     EnvironmentChanges& Environment() { return environment_; }
     ScriptedSurface& Surface() { return *surface_; }
+    OptionsPage& Options() { return options_; }
     ZALIMeridiaAccessDialogAddin& Addin() { return *addin_; }
     ZALIMeridiaAccessDialog* Panel() { return panel_.get(); }
 
@@ -165,6 +167,7 @@ private:
     Owned<ZALBaseUnknown> implementation_;
     Owned<ZALIMeridiaAccessDialogAddin> addin_;
     Owned<RecordingPanel> panel_;
+    OptionsPage options_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -242,6 +245,7 @@ void SessionPlayer::SetUpSettings()
                      FromUtf8(ExpandPlaceholders(session_.settings->downloadLocation))});
     for (const auto& [name, lock] : session_.settings->locks)
         store.SetLock(name, lock);
+    store.Keep();
 }
 
 void SessionPlayer::RunSteps()
@@ -274,6 +278,11 @@ ZALIMeridiaAccessDialogAddin& SessionPlayer::Addin()
 ScriptedSurface& SessionPlayer::Surface()
 {
     return host_->Surface();
+}
+
+OptionsPage& SessionPlayer::Options()
+{
+    return host_->Options();
 }
 
 std::string SessionPlayer::FindPlaceholder(const std::string& name) const

@@ -3,6 +3,7 @@
 
 #include "openhost/dialogs/ScriptedSurface.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/session/OptionsPage.h"
 #include "openhost/session/Session.h"
 
 #include "host/panel.h"
@@ -43,6 +44,7 @@ public:
     /// The module's addin of the panel.
     ZALIMeridiaAccessDialogAddin& Addin();
     ScriptedSurface& Surface();
+    OptionsPage& Options();
     /// Texts of the session with their placeholders replaced.
     std::string ExpandPlaceholders(const std::string& text) const;
     nlohmann::ordered_json ExpandPlaceholders(const nlohmann::ordered_json& value) const;

@@ -103,7 +103,7 @@ private:
     int button_ = 0;
 };
 
-/// {"push": {"dialog": NAME, "control": NAME, "text": TEXT, "state": N}}
+/// {"push": {"dialog": NAME, "control": NAME, "text": TEXT or "state": STATE}}
 class PushStep : public SessionStep {
 public:
     static constexpr const char* Name = "push";
@@ -119,34 +119,96 @@ public:
     {
         const std::string dialog = player.ExpandPlaceholders(dialog_);
         const std::string control = player.ExpandPlaceholders(control_);
-        const std::string target = "\"" + control + "\" of \"" + dialog + "\"";
-        if (text_)
-            throw StepFailure(target + " takes no text");
-        if (state_)
-            throw StepFailure(target + " has no state");
-        const PushResult result = player.Surface().Push(dialog, control);
+        nlohmann::ordered_json event = {{"dialog", dialog}, {"control", control}};
+        PushResult result = PushResult::Done;
+        if (text_) {
+            const std::string text = player.ExpandPlaceholders(*text_);
+            event["text"] = text;
+            journal::Write("push", event);
+            result = player.Surface().EnterText(dialog, control, FromUtf8(text));
+        } else if (state_) {
+            event["state"] = *state_ == ZALDlgChecked;
+            journal::Write("push", event);
+            result = player.Surface().SetState(dialog, control, *state_);
+        } else {
+            journal::Write("push", event);
+            result = player.Surface().Push(dialog, control);
+        }
         if (result != PushResult::Done)
-            throw StepFailure(target + " cannot be pushed: " + ToText(result));
+            throw StepFailure("\"" + control + "\" of \"" + dialog + "\" cannot be pushed: " + ToText(result));
     }
 
 private:
+    static int ReadState(const LocatedJson& value)
+    {
+        if (value.value.is_boolean())
+            return value.value.get<bool>() ? ZALDlgChecked : ZALDlgUnchecked;
+        for (const int state : {ZALDlgChecked, ZALDlgUnchecked})
+            if (value.value == state)
+                return state;
+        throw LocatedError(value.line, "\"state\" must be true or 262144, or false or 524288");
+    }
+
     void ReadPush(const LocatedJson& value)
     {
         ReadMembers(value, "\"push\"",
                     {{"dialog", [this](const LocatedJson& member) { dialog_ = ReadName(member, "dialog"); }},
                      {"control", [this](const LocatedJson& member) { control_ = ReadName(member, "control"); }},
                      {"text", [this](const LocatedJson& member) { text_ = ReadText(member, "text"); }},
-                     {"state", [this](const LocatedJson& member) {
-                          state_ = static_cast<int>(ReadInteger(member, "state", 0, 1));
-                      }}});
+                     {"state", [this](const LocatedJson& member) { state_ = ReadState(member); }}});
         RequireMember(value, "\"push\"", "dialog");
         RequireMember(value, "\"push\"", "control");
+        if (text_ && state_)
+            throw LocatedError(value.line, "\"push\" has either \"text\" or \"state\"");
     }
 
     std::string dialog_;
     std::string control_;
     std::optional<std::string> text_;
     std::optional<int> state_;
+};
+
+/// {"options": OPERATION}
+class OptionsStep : public SessionStep {
+public:
+    static constexpr const char* Name = "options";
+
+    explicit OptionsStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step",
+                    {{Name, [this](const LocatedJson& value) {
+                          operation_ = ReadName(value, Name);
+                          if (operation_ != "open" && !Operations.contains(operation_))
+                              throw LocatedError(value.line, "unknown operation \"" + operation_ + "\" of \"options\"");
+                      }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        journal::Write("options", {{"operation", operation_}});
+        if (operation_ == "open") {
+            player.JournalResult("CreateFrame", player.Options().Open() ? S_OK : E_FAIL);
+            return;
+        }
+        const auto& [name, operation] = Operations.at(operation_);
+        player.JournalResult(name, (player.Options().Addin().*operation)());
+    }
+
+private:
+    struct Operation {
+        const char* name; ///< as results call it
+        HRESULT (ZALIMeridiaAccessSettingsUIAddin::*run)();
+    };
+    inline static const std::map<std::string, Operation> Operations = {
+        {"refresh", {"Refresh", &ZALIMeridiaAccessSettingsUIAddin::Refresh}},
+        {"save", {"Save", &ZALIMeridiaAccessSettingsUIAddin::Save}},
+        {"reset", {"Reset", &ZALIMeridiaAccessSettingsUIAddin::Reset}},
+        {"restore", {"Restore", &ZALIMeridiaAccessSettingsUIAddin::Restore}},
+    };
+
+    std::string operation_;
 };
 
 /// {"wait": "idle" or EVENT, "seconds": N}
@@ -184,8 +246,9 @@ std::unique_ptr<SessionStep> Make(const LocatedJson& description)
 using StepMaker = std::unique_ptr<SessionStep> (*)(const LocatedJson&);
 
 const std::map<std::string, StepMaker> StepMakers = {
-    {MessageStep::Name, Make<MessageStep>}, {UrlStep::Name, Make<UrlStep>},   {AnswerStep::Name, Make<AnswerStep>},
-    {PushStep::Name, Make<PushStep>},       {WaitStep::Name, Make<WaitStep>},
+    {MessageStep::Name, Make<MessageStep>}, {UrlStep::Name, Make<UrlStep>},
+    {AnswerStep::Name, Make<AnswerStep>},   {PushStep::Name, Make<PushStep>},
+    {OptionsStep::Name, Make<OptionsStep>}, {WaitStep::Name, Make<WaitStep>},
 };
 
 } // namespace

@@ -61,7 +61,8 @@ bool IsOfTheRuntime(const std::string& symbol)
 {
     if (symbol.find('@') != std::string::npos) // a version, as the symbols of both libraries have
         return true;
-    static const std::regex compiler("^(_ITM_|__gmon_start__|__asan_|__ubsan_|__sanitizer_|__lsan_|__sancov_).*");
+    static const std::regex compiler("^(_ITM_|__gmon_start__|__asan_|__ubsan_|__sanitizer_|__lsan_|__sancov_|operator "
+                                     "new|operator delete|__cxa_).*");
     if (std::regex_match(symbol, compiler))
         return true;
     // Sanitizers put themselves in front of functions of the C library, which then have no version.
@@ -74,9 +75,13 @@ bool IsOfTheRuntime(const std::string& symbol)
 
 TEST(PluginSymbols, ShowTheEntryPointsAndTheClassesForOtherModulesAndNothingElse)
 {
-    const std::set<std::string> expected = {"CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin",
-                                            "ZALVelmartFileDownloader", "ZALVelmartFileDownloadCompleteNotification",
-                                            "ZALVelmartIntegrationEventPublisher", "ZALVelmartIntegrationDebug"};
+    const std::set<std::string> expected = {
+        "CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin",
+        "CreateBOAZALIMeridiaAccessSettingsUIAddinZALVelmartMeridiaAccessSettingsUIAddin",
+        "ZALVelmartFileDownloader",
+        "ZALVelmartFileDownloadCompleteNotification",
+        "ZALVelmartIntegrationEventPublisher",
+        "ZALVelmartIntegrationDebug"};
     std::set<std::string> shown;
     for (const std::string& symbol : Symbols(Plugin, "--defined-only"))
         shown.insert(OwnerOf(symbol));
@@ -94,6 +99,7 @@ TEST_P(ShownOperation, IsThereForOtherModules)
 INSTANTIATE_TEST_SUITE_P(
     Operations, ShownOperation,
     ::testing::Values("CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin",
+                      "CreateBOAZALIMeridiaAccessSettingsUIAddinZALVelmartMeridiaAccessSettingsUIAddin",
                       "ZALVelmartFileDownloader::GetInstance()",
                       "ZALVelmartFileDownloader::StartDownload(ZALOmxAny const&)",
                       "ZALVelmartFileDownloader::SetTemplatesURLs(ZALOmxAny const&)",

@@ -297,7 +297,7 @@ struct EntryCase {
     const char* entry;
     bool ignored;
 
-    friend std::ostream& operator<<(std::ostream& stream, const EntryCase& entry) { return stream << entry.name; }
+    friend std::ostream& operator<<(std::ostream& stream, const EntryCase& named) { return stream << named.name; }
 };
 
 class ArchiveEntry : public ::testing::TestWithParam<EntryCase> {};

@@ -71,10 +71,12 @@ TEST_F(PluginFile, RegistersInTheRequiredOrder)
     std::vector<std::string> noted;
     for (std::size_t index = before; index < Dictionary().Registrations().size(); ++index)
         noted.push_back(Dictionary().Registrations()[index].kind + " " + Dictionary().Registrations()[index].name);
-    EXPECT_EQ(noted, (std::vector<std::string>{"interface ZALVelmartMeridiaAccessAddin",
-                                               "creation ZALVelmartMeridiaAccessAddin", "trace ZALVelmartIntegration",
-                                               "creation ZALVelmartIntegrationEventPublisher",
-                                               "creation ZALVelmartIntegrationEventSubscriber"}));
+    EXPECT_EQ(noted,
+              (std::vector<std::string>{
+                  "interface ZALVelmartMeridiaAccessAddin", "creation ZALVelmartMeridiaAccessAddin",
+                  "interface ZALVelmartMeridiaAccessSettingsUIAddin", "creation ZALVelmartMeridiaAccessSettingsUIAddin",
+                  "trace ZALVelmartIntegration", "creation ZALVelmartIntegrationEventPublisher",
+                  "creation ZALVelmartIntegrationEventSubscriber"}));
 }
 
 TEST_F(PluginFile, IsKnownByItsNamesWhileItIsLoaded)

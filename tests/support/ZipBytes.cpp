@@ -176,7 +176,9 @@ std::string ZipBytes::Bytes() const
     std::string file;
     std::string directory;
     for (const Entry& entry : entries_) {
-        const std::string packed = entry.packed ? *entry.packed : entry.deflated ? Deflate(entry.content) : entry.content;
+        const std::string packed = entry.packed     ? *entry.packed
+                                   : entry.deflated ? Deflate(entry.content)
+                                                    : entry.content;
         const std::uint16_t method = entry.method.value_or(entry.deflated ? 8 : 0);
         const std::uint32_t checksum =
             libdeflate_crc32(0, entry.content.data(), entry.content.size()) ^ (entry.wrongChecksum ? 1U : 0U);

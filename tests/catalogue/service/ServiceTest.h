@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
@@ -33,6 +34,8 @@ protected:
         });
         service_->Start();
         client_ = std::make_unique<httplib::Client>("127.0.0.1", service_->GetPort());
+        // A large archive takes its time on a busy machine.
+        client_->set_read_timeout(std::chrono::minutes(2));
     }
 
     ~ServiceTest() override

@@ -223,10 +223,11 @@ TEST_P(WayOut, IsRefused)
 }
 
 INSTANTIATE_TEST_SUITE_P(All, WayOut,
-                         ::testing::Values("../a", "..", "../", "..\\a", "sub/../../a", "sub\\..\\..\\a", "sub/..\\../a",
-                                           "sub/../a", "./../a", "a/..", "../outside/a", "../outside/", "<absolute>/a",
-                                           "<absolute>/new/", "/", "//a", "\\a", "\\\\server\\share\\a", "/../a", "C:\\a",
-                                           "c:a", "C:/a", "C:", "z:\\..\\a", "\\\\?\\C:\\a", "", "."));
+                         ::testing::Values("../a", "..", "../", "..\\a", "sub/../../a", "sub\\..\\..\\a",
+                                           "sub/..\\../a", "sub/../a", "./../a", "a/..", "../outside/a", "../outside/",
+                                           "<absolute>/a", "<absolute>/new/", "/", "//a", "\\a", "\\\\server\\share\\a",
+                                           "/../a", "C:\\a", "c:a", "C:/a", "C:", "z:\\..\\a", "\\\\?\\C:\\a", "",
+                                           "."));
 
 TEST_F(ArchiveExtraction, NamesWithDotsThatAreNoComponentsAreFine)
 {
@@ -275,7 +276,8 @@ TEST_F(ArchiveExtraction, RefusesToWriteThroughALinkOrToReplaceIt)
     std::filesystem::create_symlink(Outside() / "mine", Folder() / "file");
     std::filesystem::create_symlink(Outside() / "new", Folder() / "dangling");
     const std::string content = LongContent(4'000'000);
-    ASSERT_EQ(Open(ZipBytes().Add("file", "1").Add("dangling", "1").Add("file", content).Add("dangling", content)), S_OK);
+    ASSERT_EQ(Open(ZipBytes().Add("file", "1").Add("dangling", "1").Add("file", content).Add("dangling", content)),
+              S_OK);
     for (const std::string& name : Browse())
         EXPECT_TRUE(FAILED(Extract(name))) << name;
     EXPECT_EQ(Content(Outside() / "mine"), "mine");

@@ -49,7 +49,8 @@ TEST_F(ArchiveReading, OpenFailsOnAnEmptyFile)
 
 TEST_F(ArchiveReading, OpenFailsOnAnErrorPageOfAServer)
 {
-    EXPECT_TRUE(FAILED(OpenBytes("<html><body>404 Not Found, and some more text than an end record has</body></html>")));
+    EXPECT_TRUE(
+        FAILED(OpenBytes("<html><body>404 Not Found, and some more text than an end record has</body></html>")));
 }
 
 TEST_F(ArchiveReading, OpenFailsOnAnArchiveCutInItsDirectory)
@@ -159,8 +160,14 @@ TEST_F(ArchiveReading, ReadsANameInUTF8)
 
 TEST_F(ArchiveReading, ReadsANameInCP437)
 {
-    EXPECT_EQ(ExtractOnly(ZipBytes().Add("Gr\x94\xE1" "e.ZALPart", "1").NamedInCP437()), S_OK);
-    EXPECT_EQ(Listing(Folder()), std::set<std::string>{"Gr\xC3\xB6\xC3\x9F" "e.ZALPart"});
+    EXPECT_EQ(ExtractOnly(ZipBytes()
+                              .Add("Gr\x94\xE1"
+                                   "e.ZALPart",
+                                   "1")
+                              .NamedInCP437()),
+              S_OK);
+    EXPECT_EQ(Listing(Folder()), std::set<std::string>{"Gr\xC3\xB6\xC3\x9F"
+                                                       "e.ZALPart"});
 }
 
 TEST_F(ArchiveReading, FailsToOpenWithANameThatIsNoUTF8AndSaysItIs)

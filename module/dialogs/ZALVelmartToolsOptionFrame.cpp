@@ -1,0 +1,145 @@
+#include "dialogs/ZALVelmartToolsOptionFrame.h"
+
+#include "dialogs/ZALVelmartDownloadLocationDlg.h"
+
+// ---------------------------------------------------------------------------------------------
+// Creation and end
+
+ZALVelmartToolsOptionFrame::ZALVelmartToolsOptionFrame(ZALDialog* parent,
+                                                       ZALIVelmartIntegrationSettingAtt* integrationSettings)
+    : ZALDlgToolsOptionsFrame(parent, "VelmartTOFrame", "", ZALDlgToolsOptionsGrid), settings(integrationSettings)
+{
+    if (settings)
+        settings->AddRef();
+}
+
+ZALVelmartToolsOptionFrame::~ZALVelmartToolsOptionFrame()
+{
+    locationEditor = nullptr;
+    doNotRemindCheck = nullptr;
+    if (directoryChooser)
+        directoryChooser->Release();
+    if (settings)
+        settings->Release();
+}
+
+void ZALVelmartToolsOptionFrame::Build()
+{
+    ZALDialog* content = GetContentParent();
+    if (!settings || !content)
+        return;
+
+    auto* locationFrame = new ZALDlgFrame(content, "VLDownloadLocationFrm", ZALDlgGridFrameWithoutTitle);
+    locationFrame->SetGridConstraints(0, 1, 1, 1, ZALDlgGridFill);
+
+    auto* label = new ZALDlgLabel(locationFrame, "VLDownloadLocationLabel", ZALDlgNoStyle);
+    label->SetGridConstraints(0, 0, 1, 1, ZALDlgGridCenter);
+    locationEditor = new ZALDlgEditor(locationFrame, "VLDownloadLocationEditor", ZALDlgNoStyle);
+    locationEditor->SetGridConstraints(0, 1, 1, 1, ZALDlgGridCenter);
+    locationEditor->SetVisibleTextWidth(23);
+    auto* button = new ZALDlgPushButton(locationFrame, "VLDownloadLocationButton", ZALDlgNoStyle);
+    button->SetGridConstraints(0, 2, 1, 1, ZALDlgGridCenter);
+
+    ZALSettingInfo locationInfo;
+    settings->GetDownloadLocationInfo(locationInfo);
+    auto* locationLock = new ZALDlgLock(content, "DirLocationLock", locationInfo);
+    locationLock->SetGridConstraints(0, 0, 1, 1, ZALDlgGridCenter);
+    locationLock->AddAssociatedDialog(locationFrame);
+
+    doNotRemindCheck = new ZALDlgCheckButton(content, "VLDoNotRemindDownloadLocationCheckButton", ZALDlgNoStyle);
+    doNotRemindCheck->SetGridConstraints(1, 1, 1, 1, ZALDlgGridFill);
+
+    ZALSettingInfo doNotRemindInfo;
+    settings->GetDoNotRemindDownloadLocationInfo(doNotRemindInfo);
+    auto* doNotRemindLock = new ZALDlgLock(content, "DoNotRemindLock", doNotRemindInfo);
+    doNotRemindLock->SetGridConstraints(1, 0, 1, 1, ZALDlgGridCenter);
+    doNotRemindLock->AddAssociatedDialog(doNotRemindCheck);
+
+    AddCallback(locationEditor, ZALDlgEditorModifyNotification::ClassName(),
+                &ZALVelmartToolsOptionFrame::OnEditorModify, nullptr);
+    AddCallback(button, ZALDlgPushActivateNotification::ClassName(), &ZALVelmartToolsOptionFrame::OnBrowse, nullptr);
+    AddCallback(doNotRemindCheck, ZALDlgCheckModifyNotification::ClassName(),
+                &ZALVelmartToolsOptionFrame::OnCheckModify, nullptr);
+}
+
+ZALString ZALVelmartToolsOptionFrame::GetResourceFilename(int index) const
+{
+    return index > 0 ? ZALDlgToolsOptionsFrame::GetResourceFilename(index - 1) : "ZALVelmartToolsOptionFrame";
+}
+
+// ---------------------------------------------------------------------------------------------
+// Values
+
+void ZALVelmartToolsOptionFrame::Refresh()
+{
+    if (!settings || !doNotRemindCheck || !locationEditor)
+        return;
+
+    bool doNotRemind = false;
+    settings->GetDoNotRemindDownloadLocation(doNotRemind);
+    doNotRemindCheck->SetState(doNotRemind ? ZALDlgChecked : ZALDlgUnchecked);
+
+    ZALUnicodeString location;
+    settings->GetDownloadLocation(location);
+    locationEditor->SetText(location);
+}
+
+// Each change is judged at once, and each wrong text is told: nothing delays or groups them. This is meant.
+void ZALVelmartToolsOptionFrame::OnEditorModify(ZALBaseUnknown*, ZALNotification*, void*)
+{
+    if (!settings || !locationEditor)
+        return;
+    const ZALUnicodeString text = locationEditor->GetText();
+    if (ZALVelmartDownloadLocationDlg::IsValidDirectory(this, text))
+        settings->SetDownloadLocation(text);
+}
+
+void ZALVelmartToolsOptionFrame::OnCheckModify(ZALBaseUnknown*, ZALNotification*, void*)
+{
+    if (settings && doNotRemindCheck)
+        settings->SetDoNotRemindDownloadLocation(doNotRemindCheck->GetState() == ZALDlgChecked);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Choice of the folder
+
+void ZALVelmartToolsOptionFrame::OnBrowse(ZALBaseUnknown*, ZALNotification*, void*)
+{
+    if (!directoryChooser) {
+        if (FAILED(ZALFileMenuMethods::CreateCurrentDocEnvDialogBox(this, "ZALVelmartDownloadDirectoryChooserDlg",
+                                                                    ZALDlgFolderChooser, directoryChooser, nullptr)) ||
+            !directoryChooser)
+            return;
+        AddCallback(directoryChooser, ZALDlgOKNotification::ClassName(),
+                    &ZALVelmartToolsOptionFrame::OnDirectoryChooserOK, nullptr);
+        AddCallback(directoryChooser, ZALDlgCancelNotification::ClassName(),
+                    &ZALVelmartToolsOptionFrame::OnDirectoryChooserCancel, nullptr);
+        directoryChooser->SetTitle("");
+    }
+
+    if (locationEditor) {
+        const ZALUnicodeString text = locationEditor->GetText();
+        if (ZALVelmartDownloadLocationDlg::IsDirectory(text))
+            directoryChooser->SetStartFolder(text);
+    }
+
+    directoryChooser->SetVisibility(ZALDlgShow);
+}
+
+void ZALVelmartToolsOptionFrame::OnDirectoryChooserOK(ZALBaseUnknown*, ZALNotification*, void*)
+{
+    if (!directoryChooser)
+        return;
+    const ZALUnicodeString folder = directoryChooser->GetChosenFolder();
+    directoryChooser->SetVisibility(ZALDlgHide);
+    if (locationEditor)
+        locationEditor->SetText(folder);
+    if (settings)
+        settings->SetDownloadLocation(folder);
+}
+
+void ZALVelmartToolsOptionFrame::OnDirectoryChooserCancel(ZALBaseUnknown*, ZALNotification*, void*)
+{
+    if (directoryChooser)
+        directoryChooser->SetVisibility(ZALDlgHide);
+}

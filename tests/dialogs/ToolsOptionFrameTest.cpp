@@ -1,0 +1,453 @@
+// The page of the settings in the host's options, and the addin through which the host has it.
+
+#include "tests/dialogs/DialogTestFixture.h"
+
+#include "dialogs/ZALVelmartMeridiaAccessSettingsUIAddin.h"
+#include "dialogs/ZALVelmartToolsOptionFrame.h"
+#include "openhost/objects/ClassDictionary.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <ostream>
+
+namespace openhost::testing {
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr const char* Options = "Options";
+constexpr const char* Page = "VelmartTOFrame";
+constexpr const char* LocationFrame = "VLDownloadLocationFrm";
+constexpr const char* AddinClass = "ZALVelmartMeridiaAccessSettingsUIAddin";
+constexpr const char* AddinInterface = "ZALIMeridiaAccessSettingsUIAddin";
+
+struct ReleaseObject {
+    void operator()(ZALBaseUnknown* object) const { object->Release(); }
+};
+using Addin = std::unique_ptr<ZALIMeridiaAccessSettingsUIAddin, ReleaseObject>;
+
+/// A window of the host in which the page stands.
+class ToolsOptionFrame : public SettingsDialogFixture {
+protected:
+    ToolsOptionFrame() : Parent(new ZALDlgDialog(nullptr, Options, ZALDlgOKCancelWindow))
+    {
+        Parent->SetVisibility(ZALDlgShow);
+    }
+
+    static Addin MakeAddin()
+    {
+        ZALBaseUnknown* object = ClassDictionary::Instance().Create(AddinClass);
+        ZALBaseUnknown* found = nullptr;
+        if (object) {
+            object->QueryInterface(AddinInterface, &found);
+            object->Release();
+        }
+        return Addin(static_cast<ZALIMeridiaAccessSettingsUIAddin*>(found));
+    }
+    /// An addin whose page stands in the window and shows the settings.
+    Addin OpenPage()
+    {
+        Addin addin = MakeAddin();
+        addin->CreateFrame(Parent);
+        addin->Refresh();
+        return addin;
+    }
+
+    PushResult Push(const std::string& control) { return Surface().Push(Options, control); }
+    PushResult Enter(const std::filesystem::path& path) { return Surface().EnterText(Options, Editor, Text(path)); }
+    PushResult Check(int state) { return Surface().SetState(Options, CheckButton, state); }
+
+    ZALDlgDialog* const Parent;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The page
+
+TEST_F(ToolsOptionFrame, HoldsItsControlsInTheirOrder)
+{
+    const Addin addin = MakeAddin();
+    ZALDlgToolsOptionsFrame* page = addin->CreateFrame(Parent);
+    ASSERT_TRUE(page);
+    EXPECT_EQ(page->GetFather(), Parent);
+    EXPECT_EQ(page->GetName(), Page);
+    ASSERT_TRUE(page->GetContentParent());
+    EXPECT_THAT(NamesOf(Node(page->GetContentParent()).children),
+                ElementsAre(LocationFrame, "DirLocationLock", CheckButton, "DoNotRemindLock"));
+    EXPECT_THAT(ChildrenOf(LocationFrame), ElementsAre("VLDownloadLocationLabel", Editor, Button));
+
+    EXPECT_EQ(NodeOf(LocationFrame).style, 0x80001U);
+    const std::vector<std::pair<const char*, Kind>> kinds = {
+        {LocationFrame, Kind::Frame},   {"VLDownloadLocationLabel", Kind::Label}, {Editor, Kind::Editor},
+        {Button, Kind::PushButton},     {"DirLocationLock", Kind::Lock},          {CheckButton, Kind::CheckButton},
+        {"DoNotRemindLock", Kind::Lock}};
+    for (const auto& [name, kind] : kinds)
+        EXPECT_EQ(NodeOf(name).kind, kind) << name;
+    EXPECT_EQ(NodeOf(Editor).visibleTextWidth, 23);
+}
+
+TEST_F(ToolsOptionFrame, PutsItsControlsIntoTheGrid)
+{
+    MakeAddin()->CreateFrame(Parent);
+    const std::vector<std::tuple<const char*, int, int, int>> places = {
+        {LocationFrame, 0, 1, 14},     {"VLDownloadLocationLabel", 0, 0, 122}, {Editor, 0, 1, 122},
+        {Button, 0, 2, 122},           {"DirLocationLock", 0, 0, 122},         {CheckButton, 1, 1, 14},
+        {"DoNotRemindLock", 1, 0, 122}};
+    for (const auto& [name, row, column, justification] : places) {
+        const auto& place = NodeOf(name).place;
+        ASSERT_TRUE(place) << name;
+        EXPECT_EQ(place->row, row) << name;
+        EXPECT_EQ(place->column, column) << name;
+        EXPECT_EQ(place->rowSpan, 1) << name;
+        EXPECT_EQ(place->columnSpan, 1) << name;
+        EXPECT_EQ(place->justification, justification) << name;
+    }
+}
+
+TEST_F(ToolsOptionFrame, HoldsNoValuesBeforeTheHostRefreshesIt)
+{
+    const Addin addin = MakeAddin();
+    addin->CreateFrame(Parent);
+    EXPECT_EQ(TextOf(Editor), "");
+    EXPECT_EQ(NodeOf(CheckButton).state, 0x80000);
+    EXPECT_EQ(addin->Refresh(), S_OK);
+    EXPECT_EQ(TextOf(Editor), Parts().string());
+    EXPECT_EQ(NodeOf(CheckButton).state, 0x40000);
+    SetSettings(Other(), false);
+    EXPECT_EQ(TextOf(Editor), Parts().string());
+    EXPECT_EQ(addin->Refresh(), S_OK);
+    EXPECT_EQ(TextOf(Editor), Other().string());
+    EXPECT_EQ(NodeOf(CheckButton).state, 0x80000);
+}
+
+TEST_F(ToolsOptionFrame, JudgesNothingThatARefreshBrings)
+{
+    const Addin addin = OpenPage();
+    SetSettings(Folder() / "missing", false);
+    addin->Refresh();
+    EXPECT_EQ(TextOf(Editor), (Folder() / "missing").string());
+    EXPECT_THAT(Surface().Questions(), IsEmpty());
+}
+
+TEST_F(ToolsOptionFrame, TakesItsTextsFromItsOwnFileFirst)
+{
+    const ZALDlgToolsOptionsFrame* page = MakeAddin()->CreateFrame(Parent);
+    EXPECT_EQ(page->GetResourceFilename(-1), "ZALVelmartToolsOptionFrame");
+    EXPECT_EQ(page->GetResourceFilename(0), "ZALVelmartToolsOptionFrame");
+    EXPECT_EQ(page->GetResourceFilename(1), page->ZALDlgToolsOptionsFrame::GetResourceFilename(0));
+    EXPECT_EQ(Surface().Find(Editor)->GetResourceFilename(0), "ZALVelmartToolsOptionFrame");
+}
+
+class LockedToolsOptionFrame : public ToolsOptionFrame, public ::testing::WithParamInterface<char> {};
+
+TEST_P(LockedToolsOptionFrame, ShowsTheLockOfEachSetting)
+{
+    const bool locked = GetParam() == 'R' || GetParam() == 'r';
+    Store().SetLock("DownloadLocation", GetParam());
+    const Addin first = OpenPage();
+    EXPECT_EQ(NodeOf("DirLocationLock").locked, locked);
+    EXPECT_FALSE(NodeOf("DoNotRemindLock").locked);
+    EXPECT_EQ(TakesInput(Editor), !locked);
+    EXPECT_EQ(TakesInput(Button), !locked);
+    EXPECT_TRUE(TakesInput(CheckButton));
+
+    Store().SetLock("DownloadLocation", '-');
+    Store().SetLock("DoNotRemindDownloadLocation", GetParam());
+    const Addin second = OpenPage();
+    EXPECT_FALSE(NodeOf("DirLocationLock").locked);
+    EXPECT_EQ(NodeOf("DoNotRemindLock").locked, locked);
+    EXPECT_TRUE(TakesInput(Editor));
+    EXPECT_EQ(TakesInput(CheckButton), !locked);
+}
+
+INSTANTIATE_TEST_SUITE_P(LockCharacters, LockedToolsOptionFrame, ::testing::Values('R', 'r', '-', 'L'),
+                         [](const auto& info) { return "Character" + std::to_string(static_cast<int>(info.param)); });
+
+TEST_F(ToolsOptionFrame, StaysEmptyWithoutSettings)
+{
+    auto* page = new ZALVelmartToolsOptionFrame(Parent, nullptr);
+    page->Build();
+    page->Refresh();
+    EXPECT_THAT(Node(page->GetContentParent()).children, IsEmpty());
+}
+
+TEST_F(ToolsOptionFrame, StaysEmptyWithoutAContentParent)
+{
+    const Addin addin = MakeAddin();
+    const ZALDlgToolsOptionsFrame* page = addin->CreateFrame(nullptr);
+    ASSERT_TRUE(page);
+    EXPECT_EQ(page->GetContentParent(), nullptr);
+    EXPECT_THAT(Node(page).children, IsEmpty());
+    EXPECT_EQ(addin->Refresh(), S_OK);
+}
+
+TEST_F(ToolsOptionFrame, HoldsTheSettingsForItsLife)
+{
+    ZALIVelmartIntegrationSettingAtt* settings = nullptr;
+    ASSERT_EQ(CreateZALIVelmartIntegrationSettingAtt(&settings), S_OK);
+    auto* page = new ZALVelmartToolsOptionFrame(Parent, settings);
+    page->Build();
+    EXPECT_EQ(ReferencesOf(settings), 2U);
+    Surface().Push(Options, Button);
+    ZALBaseUnknown_WR chooser(Surface().Find(Chooser));
+    page->RequestDelayedDestruction();
+    Loop().RunUntilIdle();
+    EXPECT_EQ(ReferencesOf(settings), 1U);
+    EXPECT_EQ(chooser.GetComponent(), nullptr);
+    settings->Release();
+}
+
+// ---------------------------------------------------------------------------------------------
+// The user's changes
+
+TEST_F(ToolsOptionFrame, StoresAFolderAtOnceAndSavesNothing)
+{
+    const Addin addin = OpenPage();
+    EXPECT_EQ(Enter(Other()), PushResult::Done);
+    EXPECT_EQ(StoredLocation(), Other().string());
+    EXPECT_EQ(Saves(), 0);
+    EXPECT_THAT(Surface().Questions(), IsEmpty());
+}
+
+TEST_F(ToolsOptionFrame, TellsEachWrongTextAnewAndStoresNone)
+{
+    const Addin addin = OpenPage();
+    std::size_t told = 0;
+    for (const std::filesystem::path& wrong : {Folder() / "missing", File(), std::filesystem::path()}) {
+        Surface().Answer("NotADirectoryNotify", ZALDlgAnswerOK);
+        EXPECT_EQ(Enter(wrong), PushResult::Done);
+        ASSERT_EQ(Surface().Questions().size(), ++told) << wrong;
+        const ScriptedSurface::Question& question = Surface().Questions().back();
+        EXPECT_EQ(question.name, "NotADirectoryNotify");
+        EXPECT_EQ(question.style, 0x10000200U);
+        EXPECT_EQ(question.parent, Page);
+        EXPECT_EQ(question.title, "Invalid folder");
+        EXPECT_EQ(question.text, "Chosen folder is not a valid folder.\nPlease select a valid folder");
+        EXPECT_EQ(StoredLocation(), Parts().string());
+        EXPECT_EQ(TextOf(Editor), wrong.string());
+    }
+    Loop().RunUntilIdle();
+    EXPECT_EQ(Surface().Find("NotADirectoryNotify"), nullptr);
+}
+
+TEST_F(ToolsOptionFrame, StoresTheFlagAtOnce)
+{
+    const Addin addin = OpenPage();
+    EXPECT_EQ(Check(0x80000), PushResult::Done);
+    EXPECT_FALSE(StoredFlag());
+    EXPECT_EQ(Check(0x40000), PushResult::Done);
+    EXPECT_TRUE(StoredFlag());
+    EXPECT_EQ(Saves(), 0);
+}
+
+TEST_F(ToolsOptionFrame, OpensAFolderChooserWithoutATitle)
+{
+    const Addin addin = OpenPage();
+    EXPECT_EQ(Push(Button), PushResult::Done);
+    ASSERT_TRUE(IsChooserShown());
+    const ZALDialogNode& chooser = NodeOf(Chooser);
+    EXPECT_EQ(chooser.style, 0x12000200U);
+    EXPECT_EQ(chooser.parent, Surface().Find(Page));
+    EXPECT_TRUE(chooser.titleIsSet);
+    EXPECT_EQ(ToUtf8(chooser.owner->GetTitle()), "");
+    EXPECT_EQ(ToUtf8(chooser.startFolder), Parts().string());
+}
+
+TEST_F(ToolsOptionFrame, StoresTheChosenFolderAsWell)
+{
+    const Addin addin = OpenPage();
+    Push(Button);
+    EXPECT_EQ(ChooseFolder(Other()), PushResult::Done);
+    EXPECT_FALSE(IsChooserShown());
+    EXPECT_EQ(TextOf(Editor), Other().string());
+    EXPECT_EQ(StoredLocation(), Other().string());
+    EXPECT_EQ(Saves(), 0);
+}
+
+TEST_F(ToolsOptionFrame, UsesOneChooserThatACancelOnlyHides)
+{
+    const Addin addin = OpenPage();
+    Push(Button);
+    const ZALDialog* chooser = Surface().Find(Chooser);
+    Surface().EnterText(Chooser, "FOLDER", Text(Other()));
+    EXPECT_EQ(Surface().Push(Chooser, "CANCEL"), PushResult::Done);
+    EXPECT_FALSE(IsChooserShown());
+    EXPECT_EQ(StoredLocation(), Parts().string());
+    EXPECT_EQ(TextOf(Editor), Parts().string());
+    Push(Button);
+    EXPECT_EQ(Surface().Find(Chooser), chooser);
+    EXPECT_TRUE(IsChooserShown());
+}
+
+TEST_F(ToolsOptionFrame, IgnoresAWrongTextWhenItBrowses)
+{
+    SetSettings(File(), true);
+    const Addin addin = OpenPage();
+    EXPECT_EQ(Push(Button), PushResult::Done);
+    EXPECT_TRUE(IsChooserShown());
+    EXPECT_EQ(ToUtf8(NodeOf(Chooser).startFolder), "");
+    EXPECT_THAT(Surface().Questions(), IsEmpty());
+}
+
+TEST_F(ToolsOptionFrame, GoesOnWithoutAChooser)
+{
+    const Addin addin = OpenPage();
+    Surface().OfferFileBoxes(false);
+    EXPECT_EQ(Push(Button), PushResult::Done);
+    EXPECT_EQ(Surface().Find(Chooser), nullptr);
+}
+
+TEST_F(ToolsOptionFrame, SurvivesItsEndWhileItsMessageIsShown)
+{
+    const Addin addin = OpenPage();
+    Parent->RequestDelayedDestruction();
+    EXPECT_EQ(Enter(File()), PushResult::Done);
+    Loop().RunUntilIdle();
+    EXPECT_EQ(Surface().Find(Page), nullptr);
+    EXPECT_EQ(StoredLocation(), Parts().string());
+}
+
+// ---------------------------------------------------------------------------------------------
+// The addin
+
+using SettingsAddin = ToolsOptionFrame;
+
+TEST_F(SettingsAddin, IsMadeByItsNameAndOffersItsInterface)
+{
+    ZALBaseUnknown* object = ClassDictionary::Instance().Create(AddinClass);
+    ASSERT_TRUE(object);
+    EXPECT_STREQ(object->IsA(), AddinClass);
+    EXPECT_STREQ(object->GetMetaObject()->GetBase()->GetName(), AddinInterface);
+    EXPECT_STREQ(object->GetMetaObject()->GetModule(), "ZALVelmartIntegration");
+    EXPECT_EQ(object->GetMetaObject()->GetKind(), 1);
+    ZALBaseUnknown* found = nullptr;
+    EXPECT_EQ(object->QueryInterface(AddinInterface, &found), S_OK);
+    EXPECT_EQ(found, object) << "the object is its own adapter";
+    EXPECT_EQ(object->Release(), 1U);
+    found->Release();
+}
+
+TEST_F(SettingsAddin, IsItsOwnAdapter)
+{
+    constexpr auto adapt = CreateBOAZALIMeridiaAccessSettingsUIAddinZALVelmartMeridiaAccessSettingsUIAddin;
+    EXPECT_EQ(
+        ClassDictionary::Instance().FindAdapter(ZALVelmartMeridiaAccessSettingsUIAddin::MetaObject(), AddinInterface),
+        adapt);
+    ZALBaseUnknown* made = adapt(nullptr);
+    ASSERT_TRUE(made);
+    EXPECT_EQ(ReferencesOf(made), 1U);
+    EXPECT_EQ(adapt(made), made);
+    EXPECT_EQ(ReferencesOf(made), 2U);
+    made->Release();
+    made->Release();
+    EXPECT_EQ(adapt(Parent), nullptr);
+    EXPECT_EQ(ZALVelmartMeridiaAccessSettingsUIAddin::CreateItself(), nullptr);
+}
+
+TEST_F(SettingsAddin, ResetsToTheAdministratorsValues)
+{
+    Store().SetAdministratorValues({false, Text(Other())});
+    const Addin addin = OpenPage();
+    EXPECT_EQ(addin->Reset(), S_OK);
+    EXPECT_EQ(StoredLocation(), Other().string());
+    EXPECT_FALSE(StoredFlag());
+    EXPECT_EQ(TextOf(Editor), Parts().string()) << "the page waits for its refresh";
+    EXPECT_EQ(Saves(), 0);
+}
+
+TEST_F(SettingsAddin, RestoresTheValuesThatWereKept)
+{
+    Store().Keep();
+    const Addin addin = OpenPage();
+    Enter(Other());
+    Check(0x80000);
+    EXPECT_EQ(addin->Restore(), S_OK);
+    EXPECT_EQ(StoredLocation(), Parts().string());
+    EXPECT_TRUE(StoredFlag());
+    EXPECT_EQ(Saves(), 0);
+}
+
+TEST_F(SettingsAddin, KeepsWhatARestoreHasBrought)
+{
+    Store().Keep();
+    const Addin addin = MakeAddin();
+    SetSettings(Other(), true);
+    Store().SetLock("DownloadLocation", 'R');
+    addin->Restore(); // the locked folder stays, and is kept from now on
+    Store().SetLock("DownloadLocation", '-');
+    SetSettings(File(), true);
+    addin->Restore();
+    EXPECT_EQ(StoredLocation(), Other().string());
+}
+
+TEST_F(SettingsAddin, SavesAndTellsWhenThatFails)
+{
+    const std::filesystem::path file = Folder() / "settings.json";
+    Store().Load(file);
+    SetSettings(Other(), true);
+    const Addin addin = MakeAddin();
+    EXPECT_EQ(addin->Save(), S_OK);
+    EXPECT_EQ(Saves(), 1);
+    EXPECT_TRUE(std::filesystem::exists(file));
+    std::ofstream(file) << "damaged";
+    EXPECT_EQ(addin->Save(), E_FAIL);
+    EXPECT_EQ(Saves(), 1);
+}
+
+TEST_F(SettingsAddin, DoesNothingWithoutSettings)
+{
+    Store().SetAvailable(false);
+    const Addin addin = MakeAddin();
+    ASSERT_TRUE(addin);
+    Store().SetAvailable(true);
+    Store().SetAdministratorValues({false, Text(Other())});
+    EXPECT_EQ(addin->Reset(), S_OK);
+    EXPECT_EQ(addin->Restore(), S_OK);
+    EXPECT_EQ(addin->Save(), S_OK);
+    ZALDlgToolsOptionsFrame* page = addin->CreateFrame(Parent);
+    ASSERT_TRUE(page);
+    EXPECT_THAT(Node(page->GetContentParent()).children, IsEmpty());
+    EXPECT_EQ(addin->Refresh(), S_OK);
+    EXPECT_EQ(StoredLocation(), Parts().string());
+    EXPECT_EQ(Saves(), 0);
+}
+
+TEST_F(SettingsAddin, RefreshesNothingWithoutAPage)
+{
+    const Addin addin = MakeAddin();
+    EXPECT_EQ(addin->Refresh(), S_OK);
+    addin->CreateFrame(Parent);
+    Parent->RequestDelayedDestruction();
+    Loop().RunUntilIdle();
+    EXPECT_EQ(Surface().Find(Page), nullptr) << "the addin does not hold it";
+    EXPECT_EQ(addin->Refresh(), S_OK);
+}
+
+TEST_F(SettingsAddin, RefreshesThePageThatItMadeLast)
+{
+    const Addin addin = MakeAddin();
+    const ZALDlgToolsOptionsFrame* first = addin->CreateFrame(Parent);
+    const ZALDlgToolsOptionsFrame* second = addin->CreateFrame(Parent);
+    ASSERT_NE(first, second);
+    addin->Refresh();
+    const auto textIn = [this](const ZALDialog* page) {
+        const ZALDialog* location =
+            Node(static_cast<const ZALDlgToolsOptionsFrame*>(page)->GetContentParent()).children[0];
+        return ToUtf8(Node(Node(location).children[1]).text);
+    };
+    EXPECT_EQ(textIn(first), "");
+    EXPECT_EQ(textIn(second), Parts().string());
+}
+
+TEST_F(SettingsAddin, MayEndBeforeItsPage)
+{
+    OpenPage().reset();
+    EXPECT_EQ(Enter(Other()), PushResult::Done);
+    EXPECT_EQ(StoredLocation(), Other().string());
+}
+
+} // namespace
+
+} // namespace openhost::testing
