@@ -218,7 +218,7 @@ TEST_P(LockedDownloadLocationDialog, GreysTheWholeFrameOfTheFolder)
 }
 
 INSTANTIATE_TEST_SUITE_P(LockCharacters, LockedDownloadLocationDialog, ::testing::Values('R', 'r', '-', 'L', 'W', ' '),
-                         [](const auto& info) { return "Character" + std::to_string(static_cast<int>(info.param)); });
+                         [](const auto& test) { return "Character" + std::to_string(static_cast<int>(test.param)); });
 
 // ---------------------------------------------------------------------------------------------
 // Recorded sessions
@@ -259,7 +259,7 @@ INSTANTIATE_TEST_SUITE_P(
                       RecordedCase{"NoRecorder", {}, false, "/recorded", ""},
                       RecordedCase{"FolderSet", {.recorder = true, .capture = true}, true, "/recorded", nullptr},
                       RecordedCase{"VariableNotDefined", {.recorder = true, .capture = true}, false, nullptr, ""}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& test) { return test.param.name; });
 
 TEST_F(DownloadLocationDialog, KeepsALockedEmptyFolderThoughARecordingProposesOne)
 {
@@ -391,7 +391,7 @@ TEST_F(DownloadLocationDialog, LeavesNothingWhenTheHostEndsItWithItsChooser)
     ZALBaseUnknown_WR dialog(Open());
     Push(Button);
     ZALBaseUnknown_WR chooser(Surface().Find(Chooser));
-    EndAllDialogs();
+    ResetFrame();
     EXPECT_EQ(dialog.GetComponent(), nullptr);
     EXPECT_EQ(chooser.GetComponent(), nullptr);
     EXPECT_EQ(CountOf(CancelNotif), 0);
@@ -447,7 +447,7 @@ INSTANTIATE_TEST_SUITE_P(Changes, ChangedDownloadLocationDialog,
                          ::testing::Values(ChangeCase{"Nothing", false, false, 0},
                                            ChangeCase{"TheFolder", true, false, 1},
                                            ChangeCase{"TheFlag", false, true, 1}, ChangeCase{"Both", true, true, 1}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& test) { return test.param.name; });
 
 TEST_F(DownloadLocationDialog, StoresAFlagThatTheUserSets)
 {
@@ -568,7 +568,7 @@ TEST_P(InvalidDownloadLocation, KeepsTheDialogOpenAndChangesNothing)
 INSTANTIATE_TEST_SUITE_P(Texts, InvalidDownloadLocation,
                          ::testing::Values(InvalidCase{"Empty", nullptr}, InvalidCase{"Missing", "missing"},
                                            InvalidCase{"AFile", "file"}, InvalidCase{"BelowAFile", "file/below"}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& test) { return test.param.name; });
 
 TEST_F(DownloadLocationDialog, EndsTheMessageThatIsAnsweredWithOKAlone)
 {
@@ -644,7 +644,7 @@ TEST_P(CancelledDownloadLocationDialog, TakesAWrongTextWithoutAWord)
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, CancelledDownloadLocationDialog, ::testing::Values("CANCEL", "CLOSE"),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& test) { return test.param; });
 
 } // namespace
 

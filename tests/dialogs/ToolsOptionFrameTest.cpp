@@ -163,7 +163,7 @@ TEST_P(LockedToolsOptionFrame, ShowsTheLockOfEachSetting)
 }
 
 INSTANTIATE_TEST_SUITE_P(LockCharacters, LockedToolsOptionFrame, ::testing::Values('R', 'r', '-', 'L'),
-                         [](const auto& info) { return "Character" + std::to_string(static_cast<int>(info.param)); });
+                         [](const auto& test) { return "Character" + std::to_string(static_cast<int>(test.param)); });
 
 TEST_F(ToolsOptionFrame, StaysEmptyWithoutSettings)
 {

@@ -98,7 +98,8 @@ TEST_F(DownloadJourney, ARefusedOverwriteWritesNothing)
     EXPECT_EQ(Send("velmart_download", RequestOf("bolted-joint-m8")), S_OK);
     RunUntilIdle();
 
-    EXPECT_EQ(Listener().Completions().size(), before) << "the folder is asked for anew";
+    EXPECT_EQ(Listener().Completions().size(), before);
+    EXPECT_NE(Surface().Find("ZALVelmartDownloadLocationDlg"), nullptr) << "the folder is asked for anew";
     for (const std::string& file : files)
         EXPECT_EQ(std::filesystem::file_size(Parts() / file), 1u) << file;
     ASSERT_EQ(Surface().Questions().size(), 1u);

@@ -53,6 +53,17 @@ TEST_P(InstallationTexts, TitleTheProgressDialogs)
     EXPECT_GT((new ZALDlgLabel(upload, "VLProgressLabel", 0))->GetTitle().GetLengthInChar(), 0);
 }
 
+TEST_P(InstallationTexts, NameTheControlsOfTheDialogsWithSettings)
+{
+    EXPECT_GT((new ZALDlgDialog(nullptr, "ZALVelmartDownloadLocationDlg", 0))->GetTitle().GetLengthInChar(), 0);
+    for (const char* name : {"ZALVelmartDownloadLocationDlg", "ZALVelmartToolsOptionFrame"}) {
+        auto* parent = new ZALDlgDialog(nullptr, name, 0);
+        for (const char* control :
+             {"VLDownloadLocationLabel", "VLDownloadLocationButton", "VLDoNotRemindDownloadLocationCheckButton"})
+            EXPECT_GT((new ZALDlgLabel(parent, control, 0))->GetTitle().GetLengthInChar(), 0) << name << control;
+    }
+}
+
 TEST_P(InstallationTexts, HaveTheSameKeysInEachLanguageAndNoMalformedLine)
 {
     for (const char* kind : {"msgcatalog", "dialogs"}) {

@@ -129,12 +129,30 @@ TEST(SessionFile, PushesAreChecked)
     EXPECT_EQ(StepError("{\"push\": {\"control\": \"c\"}}"), "2: \"push\" needs the key \"dialog\"");
     EXPECT_EQ(StepError("{\"push\": {\"dialog\": \"d\", \"control\": \"c\", \"text\": 1}}"),
               "2: \"text\" must be a text, not a number");
-    EXPECT_EQ(StepError("{\"push\": {\"dialog\": \"d\", \"control\": \"c\", \"state\": \"on\"}}"),
-              "2: \"state\" must be a whole number from 0 to 1, not a text");
+    for (const char* state : {"\"on\"", "1", "0", "262145", "null", "{}", "524288.5"})
+        EXPECT_EQ(
+            StepError(std::string("{\"push\": {\"dialog\": \"d\", \"control\": \"c\", \"state\": ") + state + "}}"),
+            "2: \"state\" must be true or 262144, or false or 524288")
+            << state;
+    for (const char* state : {"true", "false", "262144", "524288"})
+        EXPECT_EQ(
+            StepError(std::string("{\"push\": {\"dialog\": \"d\", \"control\": \"c\", \"state\": ") + state + "}}"),
+            "no error")
+            << state;
     EXPECT_EQ(StepError("{\"push\": {\"dialog\": \"d\", \"control\": \"c\", \"button\": 1}}"),
               "2: \"push\" has the unknown key \"button\"");
-    EXPECT_EQ(StepError("{\"push\": {\"dialog\": \"d\", \"control\": \"c\", \"text\": \"\", \"state\": 1}}"),
-              "no error");
+    EXPECT_EQ(StepError("{\"push\": {\"dialog\": \"d\", \"control\": \"c\", \"text\": \"\", \"state\": true}}"),
+              "2: \"push\" has either \"text\" or \"state\"");
+}
+
+TEST(SessionFile, OptionsAreChecked)
+{
+    for (const char* operation : {"open", "refresh", "save", "reset", "restore"})
+        EXPECT_EQ(StepError(std::string("{\"options\": \"") + operation + "\"}"), "no error") << operation;
+    EXPECT_EQ(StepError("{\"options\": \"close\"}"), "2: unknown operation \"close\" of \"options\"");
+    EXPECT_EQ(StepError("{\"options\": \"\"}"), "2: \"options\" must not be empty");
+    EXPECT_EQ(StepError("{\"options\": true}"), "2: \"options\" must be a text, not true or false");
+    EXPECT_EQ(StepError("{\"options\": \"open\", \"dialog\": \"d\"}"), "2: the step has the unknown key \"dialog\"");
 }
 
 TEST(SessionFile, WaitsAreChecked)

@@ -224,12 +224,134 @@ TEST_F(SessionPlayerTest, APushOnADialogThatIsNotThereFails)
     EXPECT_EQ(Reason(), "\"OK\" of \"None\" cannot be pushed: no such dialog is shown");
 }
 
-TEST_F(SessionPlayerTest, AControlWithoutTextOrStateRefusesThem)
+TEST_F(SessionPlayerTest, AControlThatCannotDoWhatIsAskedFailsTheStep)
 {
-    EXPECT_EQ(PlaySteps(R"({"push": {"dialog": "None", "control": "C", "text": "x"}})"), SessionPlayer::Failed);
-    EXPECT_EQ(Reason(), "\"C\" of \"None\" takes no text");
-    EXPECT_EQ(PlaySteps(R"({"push": {"dialog": "None", "control": "C", "state": 1}})"), SessionPlayer::Failed);
-    EXPECT_EQ(Reason(), "\"C\" of \"None\" has no state");
+    const std::pair<const char*, const char*> cases[] = {
+        {R"("control": "None")", "the dialog has no such control"},
+        {R"("control": "OK")", "the dialog has no such control"},
+        {R"("control": "VLDownloadLocationLabel")", "the dialog has no such control"},
+        {R"("control": "None", "text": "x")", "the dialog has no such control"},
+        {R"("control": "None", "state": true)", "the dialog has no such control"},
+        {R"("control": "VLDownloadLocationButton", "text": "x")", "the control takes no text"},
+        {R"("control": "VLDownloadLocationEditor", "state": true)", "the control has no state"},
+        {R"("control": "VLDoNotRemindDownloadLocationCheckButton", "state": true)", "the control takes no input"}};
+    for (const auto& [push, reason] : cases) {
+        EXPECT_EQ(Play(R"({"settings": {"locks": {"DoNotRemindDownloadLocation": "R"}}, "steps": [{"options": "open"},
+                           {"push": {"dialog": "Options", )" +
+                       std::string(push) + "}}]}"),
+                  SessionPlayer::Failed);
+        EXPECT_NE(Reason().find(reason), std::string::npos) << Reason();
+    }
+}
+
+TEST_F(SessionPlayerTest, TheLocationDialogIsFilledInAndTheDownloadGoesOn)
+{
+    EXPECT_EQ(Play(R"({"steps": [)" + Download("/archive?entries=1") + R"(, {"wait": "transfer"},
+        {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "VLDownloadLocationEditor",
+                  "text": "${DOWNLOADS}"}},
+        {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "VLDoNotRemindDownloadLocationCheckButton",
+                  "state": true}},
+        {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "OK"}}, {"wait": "settings"},
+        {"wait": "extracted"}, {"wait": "idle"}]})"),
+              SessionPlayer::Done)
+        << Reason();
+    EXPECT_TRUE(std::filesystem::exists(Downloads() / "part-000001.ZALPart"));
+    const std::vector<Json> pushes = EventsOf("push");
+    ASSERT_EQ(pushes.size(), 3U);
+    EXPECT_EQ(pushes[0]["text"], Downloads().string());
+    EXPECT_EQ(pushes[1].dump(), R"({"event":"push","dialog":"ZALVelmartDownloadLocationDlg",)"
+                                R"("control":"VLDoNotRemindDownloadLocationCheckButton","state":true})");
+    EXPECT_EQ(pushes[2].dump(), R"({"event":"push","dialog":"ZALVelmartDownloadLocationDlg","control":"OK"})");
+}
+
+TEST_F(SessionPlayerTest, TheFolderIsChosenByTheChooser)
+{
+    EXPECT_EQ(Play(R"({"steps": [)" + Download("/archive?entries=1") + R"(, {"wait": "transfer"},
+        {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "VLDownloadLocationButton"}},
+        {"push": {"dialog": "ZALVelmartDownloadDirectoryChooserDlg", "control": "FOLDER", "text": "${DOWNLOADS}"}},
+        {"push": {"dialog": "ZALVelmartDownloadDirectoryChooserDlg", "control": "OK"}},
+        {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "OK"}}, {"wait": "idle"}]})"),
+              SessionPlayer::Done)
+        << Reason();
+    EXPECT_TRUE(std::filesystem::exists(Downloads() / "part-000001.ZALPart"));
+}
+
+TEST_F(SessionPlayerTest, ALocationDialogThatIsLeftOpenGoesWithTheSession)
+{
+    EXPECT_EQ(Play(R"({"steps": [)" + Download("/archive?entries=1") + R"(, {"wait": "transfer"},
+        {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "VLDownloadLocationButton"}}]})"),
+              SessionPlayer::Done)
+        << Reason();
+    EXPECT_TRUE(EventsOf("extracted").empty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// The page of settings
+
+TEST_F(SessionPlayerTest, ThePageOfSettingsEditsSavesAndGoesBack)
+{
+    const std::filesystem::path file = folder_.Path() / "settings.json";
+    std::ofstream(file) << Json{{"DownloadLocation", "/before"}, {"administrator", {{"DownloadLocation", "/admin"}}}};
+    EXPECT_EQ(Play(R"({"settingsFile": ")" + file.string() + R"(", "steps": [{"options": "open"},
+        {"options": "refresh"},
+        {"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "text": "${DOWNLOADS}"}},
+        {"push": {"dialog": "Options", "control": "VLDoNotRemindDownloadLocationCheckButton", "state": 262144}},
+        {"options": "save"}]})"),
+              SessionPlayer::Done)
+        << Reason();
+    const auto read = [&] { return Json::parse(std::ifstream(file)); };
+    EXPECT_EQ(read()["DownloadLocation"], Downloads().string());
+    EXPECT_EQ(read()["DoNotRemindDownloadLocation"], true);
+    std::vector<std::string> results;
+    for (const Json& result : EventsOf("result"))
+        results.push_back(result["operation"].get<std::string>() + " " + result["code"].get<std::string>());
+    EXPECT_EQ(results,
+              (std::vector<std::string>{"SetAccessDialog S_OK", "CreateFrame S_OK", "Refresh S_OK", "Save S_OK"}));
+    EXPECT_EQ(EventsOf("options").size(), 3U);
+
+    for (const auto& [operation, expected] :
+         {std::pair("restore", Downloads().string()), std::pair("reset", std::string("/admin"))}) {
+        EXPECT_EQ(Play(R"({"settingsFile": ")" + file.string() + R"(", "steps": [{"options": "open"},
+            {"options": "refresh"},
+            {"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "text": "${ZALTemp}"}},
+            {"options": ")" +
+                       operation + R"("}, {"options": "save"}]})"),
+                  SessionPlayer::Done)
+            << Reason();
+        EXPECT_EQ(read()["DownloadLocation"], expected) << operation;
+    }
+}
+
+TEST_F(SessionPlayerTest, ARestoreGoesBackToTheSettingsOfTheSession)
+{
+    EXPECT_EQ(Play(R"({"settings": {"DownloadLocation": "${DOWNLOADS}", "DoNotRemindDownloadLocation": true},
+        "steps": [{"options": "open"},
+        {"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "text": "${ZALTemp}"}},
+        {"options": "restore"}, )" +
+                   Download("/archive?entries=1") + R"(, {"wait": "extracted"}]})"),
+              SessionPlayer::Done)
+        << Reason();
+    EXPECT_TRUE(std::filesystem::exists(Downloads() / "part-000001.ZALPart"));
+}
+
+TEST_F(SessionPlayerTest, ThePageOfSettingsIsOpenedOnceAndBeforeItsOperations)
+{
+    EXPECT_EQ(PlaySteps(R"({"options": "refresh"})"), SessionPlayer::Failed);
+    EXPECT_EQ(Reason(), "the options are not open");
+    EXPECT_EQ(PlaySteps(R"({"options": "open"}, {"options": "open"})"), SessionPlayer::Failed);
+    EXPECT_EQ(Reason(), "the options are open already");
+}
+
+TEST_F(SessionPlayerTest, ASaveThatFailsIsAResultAndFailsNoStep)
+{
+    const std::filesystem::path file = folder_.Path() / "settings.json";
+    std::ofstream(file) << "{}";
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+    EXPECT_EQ(Play(R"({"settingsFile": ")" + file.string() + R"(", "steps": [{"options": "open"},
+                      {"options": "save"}]})"),
+              SessionPlayer::Done);
+    EXPECT_EQ(EventsOf("result").back()["code"], "0x80004005");
+    EXPECT_EQ(EventsOf("settings").at(0)["action"], "failed");
 }
 
 TEST_F(SessionPlayerTest, AQuestionTakesItsAnswersInOrderAndIsClosedWithoutOne)

@@ -1,0 +1,202 @@
+// The folder question of a download, asked and answered by the dialog.
+
+#include "tests/download/DownloadFixture.h"
+
+#include "openhost/dialogs/DialogNode.h"
+#include "openhost/dialogs/SettingsStore.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+namespace openhost::testing {
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr const char* Dialog = "ZALVelmartDownloadLocationDlg";
+constexpr const char* Editor = "VLDownloadLocationEditor";
+constexpr const char* CheckButton = "VLDoNotRemindDownloadLocationCheckButton";
+
+class LocationDialogOfADownload : public DownloadFixture {
+protected:
+    /// A whole transfer of an archive with the one file "a.ZALPart".
+    void Download() { Transfer(ZipBytes().Add("a.ZALPart", "part").Bytes()); }
+
+    bool IsOpen() { return Surface().Find(Dialog) != nullptr; }
+    PushResult Push(const std::string& control) { return Surface().Push(Dialog, control); }
+    PushResult Enter(const std::filesystem::path& path)
+    {
+        return Surface().EnterText(Dialog, Editor, FromUtf8(path.string()));
+    }
+    std::ptrdiff_t TimesShown()
+    {
+        return std::ranges::count_if(Surface().WindowEvents(), [](const ScriptedSurface::WindowEvent& event) {
+            return event.name == Dialog && event.action == ScriptedSurface::WindowEvent::Action::Shown;
+        });
+    }
+};
+
+TEST_F(LocationDialogOfADownload, StaysAwayWithAValidFolder)
+{
+    Download();
+    EXPECT_EQ(Receiver.Received.size(), 1U);
+    EXPECT_EQ(TimesShown(), 0);
+}
+
+TEST_F(LocationDialogOfADownload, ComesBehindTheTransferAndLeadsToTheExtraction)
+{
+    SetSettings({}, false);
+    StartTransfer();
+    EXPECT_FALSE(IsOpen());
+    Transport().Last().Head(200, {});
+    Transport().Last().Bytes(ZipBytes().Add("a.ZALPart", "part").Bytes());
+    Transport().Last().End();
+    ASSERT_TRUE(IsOpen());
+    EXPECT_THAT(Receiver.Received, IsEmpty());
+
+    Enter(Parts());
+    EXPECT_EQ(Surface().SetState(Dialog, CheckButton, ZALDlgChecked), PushResult::Done);
+    EXPECT_EQ(Push("OK"), PushResult::Done);
+    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
+    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "part");
+    Loop().RunUntilIdle();
+    EXPECT_FALSE(IsOpen());
+
+    Download();
+    EXPECT_EQ(TimesShown(), 1) << "the user does not want to be reminded";
+}
+
+TEST_F(LocationDialogOfADownload, ComesEachTimeWithoutTheFlag)
+{
+    SetSettings(Parts(), false);
+    for (int time = 1; time <= 2; ++time) {
+        Download();
+        EXPECT_EQ(TimesShown(), time);
+        Surface().Answer("OverwriteNotify", ZALDlgAnswerYes);
+        EXPECT_EQ(Push("OK"), PushResult::Done);
+        EXPECT_EQ(Receiver.Received.size(), static_cast<std::size_t>(time));
+        Loop().RunUntilIdle();
+    }
+}
+
+TEST_F(LocationDialogOfADownload, ComesForAFolderThatIsGone)
+{
+    SetSettings(Folder() / "gone", true);
+    Download();
+    ASSERT_TRUE(IsOpen());
+    EXPECT_EQ(ToUtf8(ZALDialogNode::Of(*Surface().Find(Dialog, Editor)).text), (Folder() / "gone").string());
+}
+
+TEST_F(LocationDialogOfADownload, StaysOpenForAFolderThatIsNotValid)
+{
+    SetSettings({}, false);
+    Download();
+    for (const std::filesystem::path& wrong : {std::filesystem::path(), Folder() / "missing", TemporaryFile()}) {
+        Enter(wrong);
+        Surface().Answer("NotADirectoryNotify", ZALDlgAnswerOK);
+        EXPECT_EQ(Push("OK"), PushResult::Done);
+        Loop().RunUntilIdle();
+        EXPECT_TRUE(IsOpen()) << wrong;
+        EXPECT_THAT(Receiver.Received, IsEmpty()) << wrong;
+    }
+    EXPECT_TRUE(exists(TemporaryFile()));
+    Enter(Parts());
+    Push("OK");
+    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
+    EXPECT_EQ(TimesShown(), 1);
+}
+
+TEST_F(LocationDialogOfADownload, EndsTheDownloadWhenItIsGivenUp)
+{
+    for (const char* way : {"CANCEL", "CLOSE"}) {
+        Receiver.Received.clear();
+        SetSettings({}, false);
+        Download();
+        EXPECT_EQ(Push(way), PushResult::Done);
+        EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadCanceled))) << way;
+        EXPECT_TRUE(exists(TemporaryFile()));
+        EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
+        Loop().RunUntilIdle();
+        EXPECT_FALSE(IsOpen());
+    }
+}
+
+TEST_F(LocationDialogOfADownload, ComesAgainAsOftenAsTheUserRefusesToOverwrite)
+{
+    WriteFile(Parts() / "a.ZALPart", "old");
+    for (const int answer : {ZALDlgAnswerNo, ZALDlgAnswerNo})
+        Surface().Answer("OverwriteNotify", answer);
+    Download(); // the valid folder of the settings is refused first
+    EXPECT_EQ(TimesShown(), 1);
+    EXPECT_EQ(Push("OK"), PushResult::Done);
+    Loop().RunUntilIdle();
+    EXPECT_EQ(TimesShown(), 2);
+    ASSERT_TRUE(IsOpen());
+    EXPECT_THAT(Receiver.Received, IsEmpty());
+    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "old");
+
+    std::filesystem::create_directory(Folder() / "other");
+    Enter(Folder() / "other");
+    EXPECT_EQ(Push("OK"), PushResult::Done);
+    EXPECT_EQ(Receiver.Received.size(), 1U);
+    EXPECT_EQ(ReadFile(Folder() / "other" / "a.ZALPart"), "part");
+    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "old");
+    Loop().RunUntilIdle();
+    EXPECT_FALSE(IsOpen());
+}
+
+TEST_F(LocationDialogOfADownload, StandsAsItIsWhileTheOverwriteQuestionOfItsOKIsAsked)
+{
+    SetSettings(Parts(), false);
+    WriteFile(Parts() / "a.ZALPart", "old");
+    Download();
+    bool openInQuestion = false;
+    Loop().Post([&] { openInQuestion = IsOpen() && Surface().Questions().size() == 1; });
+    Surface().Answer("OverwriteNotify", ZALDlgAnswerYes);
+    Push("OK");
+    EXPECT_TRUE(openInQuestion);
+    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "part");
+}
+
+TEST_F(LocationDialogOfADownload, LeadsToAFailureWhenTheSettingsAreGone)
+{
+    SetSettings({}, false);
+    Download();
+    Enter(Parts());
+    SettingsStore::Current().SetAvailable(false);
+    EXPECT_EQ(Push("OK"), PushResult::Done);
+    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
+    EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
+}
+
+TEST_F(LocationDialogOfADownload, ThatTheHostEndsSendsNothing)
+{
+    SetSettings({}, false);
+    Download();
+    ResetFrame();
+    Loop().RunUntilIdle();
+    EXPECT_FALSE(IsOpen());
+    EXPECT_THAT(Receiver.Received, IsEmpty());
+    ConfigureFrame({});
+    SetSettings(Parts(), true);
+    Download();
+    EXPECT_EQ(Receiver.Received.size(), 1U);
+}
+
+TEST_F(LocationDialogOfADownload, OfTheTemplateRouteComesBeforeTheTransfer)
+{
+    SetSettings({}, false);
+    Probe.SetTemplateSupport(true);
+    EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
+    EXPECT_TRUE(IsOpen());
+    EXPECT_EQ(Transport().Count(), 0U);
+    EXPECT_EQ(Push("CANCEL"), PushResult::Done);
+    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadCanceled)));
+}
+
+} // namespace
+
+} // namespace openhost::testing
