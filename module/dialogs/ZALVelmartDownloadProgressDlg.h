@@ -26,7 +26,7 @@ private:
     explicit ZALVelmartDownloadProgressDlg(ZALDialog* parent);
     void OnClose(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
 
-    ZALUnicodeString idleText; // keeps the layout; nothing reads or writes it
-    void* idlePointer = nullptr;
+    [[maybe_unused]] ZALUnicodeString idleText; // keeps the layout; nothing reads or writes it
+    [[maybe_unused]] void* idlePointer = nullptr;
     ZALDlgProgress* progressBar = nullptr;
 };

@@ -25,6 +25,6 @@ private:
     explicit ZALVelmartFindSimilarUploadProgressDlg(ZALDialog* parent);
     void OnClose(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
 
-    ZALUnicodeString idleText; // keeps the layout; nothing reads or writes it
+    [[maybe_unused]] ZALUnicodeString idleText; // keeps the layout; nothing reads or writes it
     ZALDlgLabel* progressLabel = nullptr;
 };

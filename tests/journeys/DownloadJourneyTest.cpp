@@ -221,8 +221,8 @@ const ReplyCase ReplyCases[] = {
     {"WrongTypeIsLookedAtAsAnArchive", "/files/bolted-joint-m8.zip?type=text/html", Succeeded, Zip},
     {"OctetStreamWithName", "/files/bolted-joint-m8.zip?type=application/octet-stream&disposition=attachment",
      Succeeded, "bolted-joint-m8.zip"},
-    {"OctetStreamUnquoted", "/files/bolted-joint-m8.zip?type=application/octet-stream&disposition=unquoted",
-     Succeeded, "bolted-joint-m8.zip"},
+    {"OctetStreamUnquoted", "/files/bolted-joint-m8.zip?type=application/octet-stream&disposition=unquoted", Succeeded,
+     "bolted-joint-m8.zip"},
     {"OctetStreamNameBehindAnotherParameter",
      "/files/bolted-joint-m8.zip?type=application/octet-stream&disposition=late", Succeeded, "bolted-joint-m8.zip"},
     {"OctetStreamInline", "/files/bolted-joint-m8.zip?type=application/octet-stream&disposition=inline", Succeeded,
@@ -251,8 +251,8 @@ TEST_P(ReplyJourney, EndsAsItMust)
     std::vector<std::string> temporary;
     for (const auto& entry : std::filesystem::directory_iterator(Temp()))
         temporary.push_back(entry.path().filename());
-    EXPECT_EQ(temporary, reply.temporaryFile ? std::vector<std::string>{reply.temporaryFile}
-                                             : std::vector<std::string>{});
+    EXPECT_EQ(temporary,
+              reply.temporaryFile ? std::vector<std::string>{reply.temporaryFile} : std::vector<std::string>{});
 
     if (reply.status == Succeeded) {
         EXPECT_EQ(FilesInParts().size(), completion->files.size());

@@ -23,7 +23,8 @@ constexpr std::chrono::minutes Patience{1};
 
 std::string Replaced(std::string text, const std::string& placeholder, const std::string& value)
 {
-    for (std::size_t at = text.find(placeholder); at != std::string::npos; at = text.find(placeholder, at + value.size()))
+    for (std::size_t at = text.find(placeholder); at != std::string::npos;
+         at = text.find(placeholder, at + value.size()))
         text.replace(at, placeholder.size(), value);
     return text;
 }
@@ -83,9 +84,8 @@ JourneyFixture::~JourneyFixture()
 nlohmann::json JourneyFixture::RequestOf(const std::string& id) const
 {
     const std::string text = ReadFile(std::filesystem::path(VELMART_ITEMS_DIR) / "items" / (id + ".json"));
-    return nlohmann::json::parse(
-        Replaced(Replaced(text, "${BASE}", Base()), "${FILES}",
-                 (std::filesystem::path(VELMART_ITEMS_DIR) / "files").string()));
+    return nlohmann::json::parse(Replaced(Replaced(text, "${BASE}", Base()), "${FILES}",
+                                          (std::filesystem::path(VELMART_ITEMS_DIR) / "files").string()));
 }
 
 nlohmann::json JourneyFixture::RequestFor(const std::string& address)

@@ -15,8 +15,8 @@
 #include <sys/wait.h>
 #include <vector>
 
-using ::testing::HasSubstr;
 using nlohmann::json;
+using ::testing::HasSubstr;
 
 namespace {
 
@@ -51,10 +51,10 @@ protected:
         const std::filesystem::path file = folder_.Path() / "session.json";
         const std::filesystem::path journal = folder_.Path() / "journal";
         std::ofstream(file) << session;
-        const std::string command = std::string(VELMART_BINARY_DIR) + "/bin/openhost play '" + file.string() +
-                                    "' --journal '" + journal.string() + "' --set BASE=" + service_.GetAddress() +
-                                    " --set PARTS='" + Parts().string() + "' " + options + " >'" +
-                                    (folder_.Path() / "out").string() + "' 2>'" + (folder_.Path() / "err").string() + "'";
+        const std::string command =
+            std::string(VELMART_BINARY_DIR) + "/bin/openhost play '" + file.string() + "' --journal '" +
+            journal.string() + "' --set BASE=" + service_.GetAddress() + " --set PARTS='" + Parts().string() + "' " +
+            options + " >'" + (folder_.Path() / "out").string() + "' 2>'" + (folder_.Path() / "err").string() + "'";
         const int status = std::system(command.c_str());
         Play play{WEXITSTATUS(status), {}, ReadText(folder_.Path() / "out"), ReadText(folder_.Path() / "err")};
         std::ifstream lines(journal);
