@@ -1,14 +1,14 @@
 // A message of the page, from the panel to the request that it leads to.
 
+#include "fuzz/RenewedHost.h"
 #include "openhost/text/Utf.h"
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
-#include "tests/support/ScriptedHost.h"
 
 #include <cstdlib>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
-    openhost::testing::ScriptedHost host;
+    openhost::testing::ScriptedHost& host = openhost::testing::RenewedHost();
     static auto* addin = new ZALVelmartMeridiaAccessAddin;
 
     const ZALUnicodeString message = openhost::FromUtf8({reinterpret_cast<const char*>(bytes), size});

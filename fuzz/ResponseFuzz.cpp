@@ -2,8 +2,8 @@
 // folder of temporary files.
 
 #include "download/ZALVelmartDownloadDataHandler.h"
+#include "fuzz/RenewedHost.h"
 #include "openhost/text/Utf.h"
-#include "tests/support/ScriptedHost.h"
 
 #include <cstdlib>
 #include <string_view>
@@ -21,7 +21,7 @@ public:
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
-    openhost::testing::ScriptedHost host;
+    openhost::testing::ScriptedHost& host = openhost::testing::RenewedHost();
 
     std::string_view reply(reinterpret_cast<const char*>(bytes), size);
     ZALCefHttpHeaderMap headers;
@@ -46,5 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     namespace fs = std::filesystem;
     if (std::distance(fs::directory_iterator(host.Folder()), {}) != 2 || !fs::is_empty(host.Parts()))
         std::abort();
+    for (const fs::directory_entry& entry : fs::directory_iterator(host.Temp()))
+        fs::remove_all(entry.path());
     return 0;
 }

@@ -223,7 +223,7 @@ void ZALVelmartFileDownloader::OnDownloadLocationDlgOK(ZALBaseUnknown*, ZALNotif
     if (ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame())
         frame->SetBusyCursor();
 
-    FinishExtraction(DownloadedFilePath, folder);
+    FinishExtraction(ZALUnicodeString(DownloadedFilePath), folder);
 }
 
 void ZALVelmartFileDownloader::OnDownloadLocationDlgCANCEL(ZALBaseUnknown*, ZALNotification*, void*)

@@ -51,8 +51,8 @@ private:
     void NotifyProgress(std::int32_t percent);
     void OnCancelDownloadProgressDlg(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
 
-    /// `archive` by value: another transfer may end and change DownloadedFilePath while the overwrite question is up.
-    void FinishExtraction(ZALUnicodeString archive, const ZALUnicodeString& folder);
+    /// `archive` is the caller's own: DownloadedFilePath may change while the overwrite question is up.
+    void FinishExtraction(const ZALUnicodeString& archive, const ZALUnicodeString& folder);
     HRESULT CheckForExtractConflicts(const ZALUnicodeString& archive, const ZALUnicodeString& folder,
                                      bool& hasConflicts, bool& refused);
 

@@ -58,7 +58,7 @@ bool IsProduct(const ZALUnicodeString& path)
 
 } // namespace
 
-void ZALVelmartFileDownloader::FinishExtraction(ZALUnicodeString archive, const ZALUnicodeString& folder)
+void ZALVelmartFileDownloader::FinishExtraction(const ZALUnicodeString& archive, const ZALUnicodeString& folder)
 {
     bool hasConflicts = false;
     bool refused = false;

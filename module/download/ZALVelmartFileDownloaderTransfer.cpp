@@ -82,7 +82,7 @@ void ZALVelmartFileDownloader::OnDownloadRequestComplete(const ZALUnicodeString&
     if (folder.GetLengthInChar() == 0)
         DisplayDestinationFolderChooserDlg();
     else
-        FinishExtraction(DownloadedFilePath, folder);
+        FinishExtraction(ZALUnicodeString(DownloadedFilePath), folder);
 }
 
 void ZALVelmartFileDownloader::NotifyProgress(std::int32_t percent)

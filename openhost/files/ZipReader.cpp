@@ -115,8 +115,7 @@ ZipReader::Implementation::Implementation(const std::string& path, const ZipLimi
 zip_stat_t ZipReader::Implementation::Status(std::size_t entry) const
 {
     zip_stat_t status;
-    constexpr zip_uint64_t wanted =
-        ZIP_STAT_SIZE | ZIP_STAT_COMP_SIZE | ZIP_STAT_CRC | ZIP_STAT_COMP_METHOD | ZIP_STAT_ENCRYPTION_METHOD;
+    constexpr zip_uint64_t wanted = ZIP_STAT_SIZE | ZIP_STAT_CRC | ZIP_STAT_COMP_METHOD;
     if (zip_stat_index(archive_.get(), entry, 0, &status) != 0 || (status.valid & wanted) != wanted)
         Fail("damaged directory entry");
     return status;
@@ -148,8 +147,6 @@ std::optional<std::size_t> ZipReader::Implementation::Find(std::string_view name
 void ZipReader::Implementation::Start(std::size_t entry)
 {
     status_ = Status(entry);
-    if (status_.encryption_method != ZIP_EM_NONE)
-        Fail("encrypted");
     if (status_.comp_method != ZIP_CM_STORE && status_.comp_method != ZIP_CM_DEFLATE)
         Fail("unknown compression method");
 
@@ -166,9 +163,10 @@ void ZipReader::Implementation::Start(std::size_t entry)
     if (status_.size > limits_.totalSize - total_)
         Fail("larger than all entries together may be");
 
+    // Without a password an encrypted entry fails here.
     packed_.reset(zip_fopen_index(archive_.get(), entry, ZIP_FL_COMPRESSED));
     if (!packed_)
-        Fail("damaged local header");
+        Fail(zip_strerror(archive_.get()));
     isal_inflate_reset(&inflation_);
     inflation_.avail_in = 0;
     isComplete_ = false;

@@ -144,6 +144,30 @@ TEST_F(PlayJourney, TheAccountTellsTheMessageTheFilesAndTheTree)
         EXPECT_THAT(play.output, HasSubstr(file.path().filename().string()));
 }
 
+TEST_F(PlayJourney, AUserChoosesTheFolderAndThenChangesHisSettings)
+{
+    const Play play = PlaySession(R"({"variables": {"FILES": "/none"},
+        "steps": [{"message": {"event": "velmart_download", "content": )" +
+                                      Request("bolted-joint-m8") + R"(}}, {"wait": "transfer"},
+        {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "VLDownloadLocationEditor",
+                  "text": "${PARTS}"}},
+        {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "OK"}},
+        {"wait": "extracted"}, {"wait": "idle"},
+        {"options": "open"}, {"options": "refresh"},
+        {"push": {"dialog": "Options", "control": "VLDoNotRemindDownloadLocationCheckButton", "state": true}},
+        {"options": "save"}]})",
+                                  "--account");
+    ASSERT_EQ(play.status, 0) << play.error;
+    EXPECT_THAT(play.output,
+                HasSubstr("VLDownloadLocationEditor of ZALVelmartDownloadLocationDlg: \"" + Parts().string() + "\""));
+    EXPECT_THAT(play.output, HasSubstr("OK of ZALVelmartDownloadLocationDlg\n"));
+    EXPECT_THAT(play.output, HasSubstr("VLDoNotRemindDownloadLocationCheckButton of Options: checked"));
+    EXPECT_THAT(play.output, HasSubstr("CreateFrame S_OK"));
+    EXPECT_THAT(play.output, HasSubstr("Save S_OK"));
+    EXPECT_FALSE(std::filesystem::is_empty(Parts()));
+    EXPECT_EQ(Events(play, "settings").size(), 2u) << "the folder by the dialog, the flag by the page";
+}
+
 TEST_F(PlayJourney, TwoSessionsOfOneKindGiveTheSameEvents)
 {
     const auto names = [](const Play& play) {

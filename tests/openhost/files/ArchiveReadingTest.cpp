@@ -1,8 +1,11 @@
+#include "openhost/files/ZipReader.h"
 #include "tests/openhost/files/ArchiveFixture.h"
 
 #include <zip.h>
 
 #include <sys/stat.h>
+
+#include <stdexcept>
 
 namespace openhost::testing {
 namespace {
@@ -291,6 +294,7 @@ TEST_F(ArchiveReading, FailsForOtherFlags)
 struct Damage {
     const char* name;
     ZipBytes archive;
+    friend void PrintTo(const Damage& damage, std::ostream* stream) { *stream << damage.name; }
 };
 
 class DamagedEntry : public ArchiveFixture, public ::testing::WithParamInterface<Damage> {};
@@ -349,6 +353,14 @@ INSTANTIATE_TEST_SUITE_P(
         Damage{"OffsetBehindTheFile", ZipBytes().Add("a", "text").WithOffset(1'000'000)},
         Damage{"OffsetOfNoHeader", ZipBytes().Add("a", "text").WithOffset(3)}),
     [](const auto& parameters) { return std::string(parameters.param.name); });
+
+TEST_F(ArchiveReading, AnEntryIsUnpackedNoFurtherThanItsAnnouncedSize)
+{
+    ZipBytes().Add("bomb", LongContent(4'000'000)).Deflated().AnnouncingSize(100).Write(ArchivePath());
+    ZipReader archive(ArchivePath());
+    archive.Start(0);
+    EXPECT_THROW(archive.Next(), std::runtime_error);
+}
 
 TEST_F(ArchiveReading, ArchivesWithAnyByteChangedNeitherCrashNorWriteOtherContent)
 {
