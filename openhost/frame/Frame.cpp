@@ -1,6 +1,7 @@
 #include "openhost/frame/Frame.h"
 
 #include "openhost/dialogs/DialogNode.h"
+#include "openhost/objects/MetaClassOperations.h"
 
 #include "host/frame.h"
 
@@ -51,6 +52,13 @@ public:
     ZALString GetCurrentWorkshop() override { return workshop.c_str(); }
     void SetBusyCursor() override { ++busyCursors; }
 
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+
     std::string workshop;
     int busyCursors = 0;
 
@@ -58,6 +66,8 @@ private:
     FrameWindow mainWindow_;
     FrameWindow applicationDocument_;
 };
+
+OPENHOST_META_CLASS(SessionFrame, ZALEventSubscriber)
 
 struct Session {
     Owned<SessionFrame> frame;
@@ -90,6 +100,16 @@ void ResetFrame()
 {
     // Taken out first: what ends here may ask for the frame.
     const Session ending = std::exchange(Current(), Session{});
+}
+
+void SetEditor(bool exists)
+{
+    Session& session = Current();
+    if (exists == (session.editor != nullptr))
+        return;
+    const Owned<ZALFrmEditor> ending = std::exchange(session.editor, nullptr);
+    if (exists)
+        session.editor.reset(new ZALFrmEditor);
 }
 
 void ChangeWorkshop(const std::string& name)
