@@ -2,6 +2,7 @@
 
 #include "openhost/cad/CompoundDocumentKernel.h"
 #include "openhost/commands/Commands.h"
+#include "openhost/commands/DialogEngine.h"
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/dialogs/SettingsStore.h"
 #include "openhost/documents/CadDocument.h"
@@ -86,6 +87,7 @@ public:
 
     ~Host()
     {
+        DialogEngine::Current().EndAll();
         addin_.reset();
         implementation_.reset();
         panel_.reset();
