@@ -37,6 +37,8 @@ FrameWindow MakeWindow(ZALDialog* parent, const char* name)
     return FrameWindow(window);
 }
 
+} // namespace
+
 class SessionFrame : public ZALApplicationFrame {
 public:
     explicit SessionFrame(const FrameOptions& options) : workshop(options.workshop)
@@ -68,6 +70,8 @@ private:
 };
 
 OPENHOST_META_CLASS(SessionFrame, ZALEventSubscriber)
+
+namespace {
 
 struct Session {
     Owned<SessionFrame> frame;
