@@ -176,6 +176,8 @@ public:
     int IsAKindOf(const char* className) const override;
 };
 
+using ZALIAApplication_var = ZALInterfaceHandle<ZALIAApplication>;
+
 /// A product as automation sees it.
 class ZALIAProduct : public ZALBaseUnknown {
 public:
@@ -195,12 +197,12 @@ class ZALIAProducts : public ZALBaseUnknown {
 public:
     ZALIAProducts();
     ~ZALIAProducts() override;
-    /// Adds one component for each file of the array `files`. `method` "*" takes any kind of document. Nothing is added
-    /// on failure.
+    /// Adds one component for each file of the array `files`, at the origin. `method` "*" takes any kind of document.
+    /// Nothing is added on failure.
     virtual HRESULT AddComponentsFromFiles(const ZALVariant& files, const ZALBSTR method) = 0;
-    /// Puts the document `file` in the place of `component`, and of all other instances of its document below this
-    /// product when `allInstances` is true; positions stay. `replacement` carries a reference. Nothing changes on
-    /// failure.
+    /// Puts the document `file` in the place of `component`, and of each other of these components that refers to the
+    /// same document when `allInstances` is true; positions and the order stay. `replacement` carries a reference.
+    /// Nothing changes on failure.
     virtual HRESULT ReplaceComponent(ZALIAProduct* component, const ZALBSTR file, ZALVariantBool allInstances,
                                      ZALIAProduct** replacement) = 0;
 
@@ -250,7 +252,8 @@ public:
     virtual ZALNameServerEntry* GetItem(int index) = 0;
 };
 
-/// Knows the part numbers that are in use around a product.
+/// Knows the part numbers that clash around a product: one entry for each that two or more documents in the tree of
+/// the product have.
 class ZALNameServer : public ZALBaseUnknown {
 public:
     ZALNameServer();
@@ -274,3 +277,5 @@ public:
     const char* IsA() const override;
     int IsAKindOf(const char* className) const override;
 };
+
+using ZALINameServerAccess_var = ZALInterfaceHandle<ZALINameServerAccess>;
