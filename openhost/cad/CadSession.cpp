@@ -59,8 +59,7 @@ std::string LinkTo(const std::filesystem::path& folder, const std::filesystem::p
 /// The name of a component before its number.
 std::string NameStem(const LoadedDocument& reference)
 {
-    std::string stem =
-        reference.PartNumber().empty() ? reference.Path().stem().string() : reference.PartNumber();
+    std::string stem = reference.PartNumber().empty() ? reference.Path().stem().string() : reference.PartNumber();
     if (stem.size() > MaximumNameSize) {
         stem.resize(MaximumNameSize);
         while (!IsUtf8(stem))
@@ -441,16 +440,16 @@ void CadSession::AddComponents(SessionProduct& father, const std::vector<std::fi
         throw;
     }
     for (LoadedDocument* reference : references) {
-        document->children_.push_back(new SessionProduct(*document, reference, TakeName(*document, *reference),
-                                                         IdentityPlacement, false));
+        document->children_.push_back(
+            new SessionProduct(*document, reference, TakeName(*document, *reference), IdentityPlacement, false));
         Refer(*document, *reference);
     }
     if (!references.empty())
         SetChanged(*document);
 }
 
-void CadSession::ReplaceComponent(SessionProduct& father, SessionProduct& component,
-                                  const std::filesystem::path& file, bool allInstances)
+void CadSession::ReplaceComponent(SessionProduct& father, SessionProduct& component, const std::filesystem::path& file,
+                                  bool allInstances)
 {
     LoadedDocument* document = father.reference_;
     if (!document || component.isRoot_ || component.owner_ != document)
@@ -530,7 +529,7 @@ ZALPathElement* CadSession::FindPath(const std::string& names) const
     // Names may hold "/" themselves, so that each component that fits is tried.
     std::vector<SessionProduct*> way;
     const std::function<bool(SessionProduct&, std::string_view)> walk = [&](SessionProduct& product,
-                                                                           std::string_view rest) {
+                                                                            std::string_view rest) {
         if (!rest.starts_with(product.name_))
             return false;
         rest.remove_prefix(product.name_.size());

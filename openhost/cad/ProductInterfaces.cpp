@@ -207,8 +207,7 @@ public:
         CadSession* session = SessionInUse();
         if (!path || !session)
             return E_FAIL;
-        return Guard("Open",
-                     [&] { *document = new DocumentInterface(session->Open(PathOf(FromBSTR(path)))); });
+        return Guard("Open", [&] { *document = new DocumentInterface(session->Open(PathOf(FromBSTR(path)))); });
     }
 };
 

@@ -22,8 +22,8 @@ namespace openhost::testing {
 
 namespace {
 
-using ::testing::HasSubstr;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 struct ReleaseObject {
@@ -132,8 +132,8 @@ TEST_F(CadSessionTest, OpeningReadsEachDocumentOnce)
 {
     Part("bolt.ZALPart");
     Product("pair.ZALProduct", {"a=bolt.ZALPart", "b=bolt.ZALPart"});
-    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"p=pair.ZALProduct", "q=pair.ZALProduct",
-                                                                    "r=bolt.ZALPart"}));
+    LoadedDocument& top =
+        Session().Open(Product("top.ZALProduct", {"p=pair.ZALProduct", "q=pair.ZALProduct", "r=bolt.ZALPart"}));
     EXPECT_EQ(Session().LoadedDocuments(), 3U);
     EXPECT_THAT(Children(top), ElementsAre("p=pair.ZALProduct@10", "q=pair.ZALProduct@20", "r=bolt.ZALPart@30"));
     EXPECT_EQ(top.Children()[0]->Reference(), top.Children()[1]->Reference());
@@ -306,8 +306,8 @@ TEST_F(CadSessionTest, AFileThatALinkWouldNotLeadToIsRefused)
 TEST_F(CadSessionTest, OneComponentIsReplacedInItsPlace)
 {
     Part("bolt.ZALPart", "BOLT");
-    LoadedDocument& top = Session().Open(
-        Product("top.ZALProduct", {"BOLT.1=bolt.ZALPart", "mine=bolt.ZALPart", "BOLT.3=bolt.ZALPart"}));
+    LoadedDocument& top =
+        Session().Open(Product("top.ZALProduct", {"BOLT.1=bolt.ZALPart", "mine=bolt.ZALPart", "BOLT.3=bolt.ZALPart"}));
     Session().ReplaceComponent(*top.Root(), *top.Children()[0], Part("nut.ZALPart", "NUT"), false);
     EXPECT_THAT(Children(top), ElementsAre("NUT.1=nut.ZALPart@10", "mine=bolt.ZALPart@20", "BOLT.3=bolt.ZALPart@30"));
     EXPECT_TRUE(top.IsDirty());
@@ -317,8 +317,8 @@ TEST_F(CadSessionTest, AllComponentsOfTheReferenceAreReplacedInTheirPlaces)
 {
     Part("bolt.ZALPart", "BOLT");
     Part("pin.ZALPart", "PIN");
-    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"BOLT.1=bolt.ZALPart", "PIN.1=pin.ZALPart",
-                                                                    "mine=bolt.ZALPart", "BOLT.3=bolt.ZALPart"}));
+    LoadedDocument& top = Session().Open(Product(
+        "top.ZALProduct", {"BOLT.1=bolt.ZALPart", "PIN.1=pin.ZALPart", "mine=bolt.ZALPart", "BOLT.3=bolt.ZALPart"}));
     Session().ReplaceComponent(*top.Root(), *top.Children()[3], Part("nut.ZALPart", "NUT"), true);
     EXPECT_THAT(Children(top), ElementsAre("NUT.1=nut.ZALPart@10", "PIN.1=pin.ZALPart@20", "mine=nut.ZALPart@30",
                                            "NUT.2=nut.ZALPart@40"));
@@ -403,7 +403,8 @@ TEST_F(CadSessionTest, SaveAsKeepsGeometryLinksAndWhoRefersToIt)
     EXPECT_EQ(ReadDocument(File("other/screw.ZALPart")).geometry->boundary, "geometry of bolt.ZALPart");
     EXPECT_TRUE(top.IsDirty());
     Session().Save(top);
-    EXPECT_THAT(ReadDocument(top.Path()).links, ElementsAre(std::filesystem::canonical(File("other/screw.ZALPart")).string()));
+    EXPECT_THAT(ReadDocument(top.Path()).links,
+                ElementsAre(std::filesystem::canonical(File("other/screw.ZALPart")).string()));
     Session().SaveAs(top, File("other/top.ZALProduct"));
     EXPECT_THAT(ReadDocument(File("other/top.ZALProduct")).links, ElementsAre("screw.ZALPart"));
     EXPECT_EQ(Session().Find(File("top.ZALProduct")), nullptr);
