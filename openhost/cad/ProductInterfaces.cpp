@@ -74,6 +74,7 @@ public:
     using ProductFacet::ProductFacet;
 };
 
+/// Offered by parts and missing products as well: who wants to replace one asks it first. Nothing can be added to them.
 class ComponentsInterface : public ProductFacet<ZALIAProducts> {
 public:
     using ProductFacet::ProductFacet;
@@ -110,7 +111,7 @@ private:
     {
         const LoadedDocument* document = Product().Reference();
         if (!document || !document->Session())
-            throw CadSessionError("the product is not in the session any more");
+            throw CadSessionError("the document of the product is not loaded");
         return *document->Session();
     }
 };
@@ -165,17 +166,10 @@ ZALBaseUnknown* Offer(ZALBaseUnknown* product)
     return new Facet(static_cast<SessionProduct&>(*product));
 }
 
-/// Products have components, parts and missing ones have none.
-ZALBaseUnknown* OfferComponents(ZALBaseUnknown* product)
-{
-    const LoadedDocument* document = static_cast<const SessionProduct*>(product)->Reference();
-    return document && document->Kind() == DocumentKind::Product ? Offer<ComponentsInterface>(product) : nullptr;
-}
-
 const ZALFillDictionary Products("SessionProduct", "ZALIProduct", Offer<ProductInterface>, 0);
 const ZALFillDictionary Ghosts("SessionProduct", "ZALIPrdGhost", Offer<GhostInterface>, 0);
 const ZALFillDictionary ComponentsAsOne("SessionProduct", "ZALIAProduct", Offer<ComponentInterface>, 0);
-const ZALFillDictionary Components("SessionProduct", "ZALIAProducts", OfferComponents, 0);
+const ZALFillDictionary Components("SessionProduct", "ZALIAProducts", Offer<ComponentsInterface>, 0);
 const ZALFillDictionary NameServers("SessionProduct", "ZALINameServerAccess", Offer<NameServerInterface>, 0);
 
 // ---------------------------------------------------------------------------------------------

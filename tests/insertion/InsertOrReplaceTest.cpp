@@ -240,8 +240,8 @@ TEST_F(InsertOrReplace, OnlyTheAnswerFourReplacesOneInstance)
         Cad().calls.clear();
         Surface().Answer("ReplaceAllPopUp", answer);
         Replace();
-        EXPECT_EQ(Changes(), Texts{"Replace Selected in Father: /p/bolt.ZALPart, " +
-                                   std::string(answer == 4 ? "one" : "all")})
+        EXPECT_EQ(Changes(),
+                  Texts{"Replace Selected in Father: /p/bolt.ZALPart, " + std::string(answer == 4 ? "one" : "all")})
             << answer;
     }
 }

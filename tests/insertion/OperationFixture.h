@@ -59,7 +59,10 @@ protected:
     }
 
     ScriptedCad& Cad() { return cad_; }
-    Owned<ScriptedProduct> MakeProduct(const std::string& name) { return Owned<ScriptedProduct>(new ScriptedProduct(cad_, name)); }
+    Owned<ScriptedProduct> MakeProduct(const std::string& name)
+    {
+        return Owned<ScriptedProduct>(new ScriptedProduct(cad_, name));
+    }
 
     /// Installs the command's message catalog with `lines`.
     void InstallCatalog(const std::string& lines)

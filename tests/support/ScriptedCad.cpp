@@ -214,10 +214,7 @@ public:
             root->AddRef();
         return root;
     }
-    bool IsOfPart(ZALIProduct& product) override
-    {
-        return static_cast<ScriptedProduct*>(product.GetImpl(0))->isOfPart;
-    }
+    bool IsOfPart(ZALIProduct& product) override { return static_cast<ScriptedProduct*>(product.GetImpl(0))->isOfPart; }
 
 private:
     ScriptedCad& cad_;

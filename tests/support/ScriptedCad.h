@@ -21,11 +21,11 @@ public:
 
     // Interfaces
 
-    bool offersProduct = true;     ///< ZALIProduct
-    bool offersGhost = false;      ///< ZALIPrdGhost
-    bool offersComponent = true;   ///< ZALIAProduct
-    bool offersComponents = true;  ///< ZALIAProducts
-    bool offersNameServer = true;  ///< ZALINameServerAccess
+    bool offersProduct = true;    ///< ZALIProduct
+    bool offersGhost = false;     ///< ZALIPrdGhost
+    bool offersComponent = true;  ///< ZALIAProduct
+    bool offersComponents = true; ///< ZALIAProducts
+    bool offersNameServer = true; ///< ZALINameServerAccess
 
     // Results. The products stay the test's.
 
