@@ -6,7 +6,6 @@
 #include "host/cad.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace openhost {
 
@@ -20,7 +19,8 @@ DialogEngine& DialogEngine::Current()
 Pick DialogEngine::Offer(ZALPathElement* path, const std::string& element)
 {
     Pick pick;
-    const auto newest = std::ranges::find_if(std::views::reverse(runs_), &ZALStateCommandRun::WaitsForElement);
+    const auto newest = std::find_if(runs_.rbegin(), runs_.rend(),
+                                     [](const ZALStateCommandRun* run) { return run->WaitsForElement(); });
     if (newest == runs_.rend()) {
         pick.reason = "no command waits for an element";
         journal::Write("selection", {{"element", element}, {"accepted", false}, {"reason", pick.reason}});
@@ -52,8 +52,8 @@ void DialogEngine::EndAll()
 {
     // By a list of its own: a command may start and end others while it is cancelled.
     const std::vector<RunningCommand> ending = Commands();
-    for (const RunningCommand& running : std::views::reverse(ending))
-        EndCommand(running.command);
+    for (auto running = ending.rbegin(); running != ending.rend(); ++running)
+        EndCommand(running->command);
 }
 
 std::vector<RunningCommand> DialogEngine::Commands() const

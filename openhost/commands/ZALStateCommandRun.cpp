@@ -44,13 +44,13 @@ public:
     Inside& operator=(const Inside&) = delete;
     ~Inside()
     {
-        ZALStateCommand* command = run_.command;
+        ZALStateCommand* held = run_.command;
         if (--run_.inside_ == 0 && run_.ended_) {
             const auto release = [](ZALStateCommand* ended) { ended->Release(); };
             openhost::EventLoop::Current().Post(
-                [ended = std::shared_ptr<ZALStateCommand>(command, release)]() mutable { ended.reset(); });
+                [ended = std::shared_ptr<ZALStateCommand>(held, release)]() mutable { ended.reset(); });
         }
-        command->Release();
+        held->Release();
     }
 
 private:
@@ -209,7 +209,7 @@ std::string ZALStateCommandRun::Take(ZALPathElement* path)
 
     const Inside inside(*this);
     std::vector<HeldAgent> agents = ElementAgents();
-    std::ranges::stable_partition(agents, [](const HeldAgent& agent) { return !agent->IsOutputSet(); });
+    std::stable_partition(agents.begin(), agents.end(), [](const HeldAgent& agent) { return !agent->IsOutputSet(); });
     std::string refusal;
     for (const HeldAgent& agent : agents) {
         std::string reason = Ask(*agent, leaf);
