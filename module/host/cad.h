@@ -157,7 +157,7 @@ public:
     ~ZALIADocuments() override;
     /// Opens the file `path` in a window of its own and makes it the active document; one that is open already becomes
     /// active. `document` carries a reference; null on failure.
-    virtual HRESULT Open(const ZALBSTR path, ZALIADocument** document) = 0;
+    virtual HRESULT Open(ZALBSTR path, ZALIADocument** document) = 0;
 };
 
 /// The application as automation sees it; offered by the frame.
@@ -175,6 +175,8 @@ public:
     const char* IsA() const override;
     int IsAKindOf(const char* className) const override;
 };
+
+using ZALIAApplication_var = ZALInterfaceHandle<ZALIAApplication>;
 
 /// A product as automation sees it.
 class ZALIAProduct : public ZALBaseUnknown {
@@ -195,13 +197,13 @@ class ZALIAProducts : public ZALBaseUnknown {
 public:
     ZALIAProducts();
     ~ZALIAProducts() override;
-    /// Adds one component for each file of the array `files`. `method` "*" takes any kind of document. Nothing is added
-    /// on failure.
-    virtual HRESULT AddComponentsFromFiles(const ZALVariant& files, const ZALBSTR method) = 0;
-    /// Puts the document `file` in the place of `component`, and of all other instances of its document below this
-    /// product when `allInstances` is true; positions stay. `replacement` carries a reference. Nothing changes on
-    /// failure.
-    virtual HRESULT ReplaceComponent(ZALIAProduct* component, const ZALBSTR file, ZALVariantBool allInstances,
+    /// Adds one component for each file of the array `files`, at the origin. `method` "*" takes any kind of document.
+    /// Nothing is added on failure.
+    virtual HRESULT AddComponentsFromFiles(const ZALVariant& files, ZALBSTR method) = 0;
+    /// Puts the document `file` in the place of `component`, and of each other of these components that refers to the
+    /// same document when `allInstances` is true; positions and the order stay. `replacement` carries a reference.
+    /// Nothing changes on failure.
+    virtual HRESULT ReplaceComponent(ZALIAProduct* component, ZALBSTR file, ZALVariantBool allInstances,
                                      ZALIAProduct** replacement) = 0;
 
     static ZALClassId ClassId();
@@ -250,7 +252,8 @@ public:
     virtual ZALNameServerEntry* GetItem(int index) = 0;
 };
 
-/// Knows the part numbers that are in use around a product.
+/// Knows the part numbers that clash around a product: one entry for each that two or more documents in the tree of
+/// the product have.
 class ZALNameServer : public ZALBaseUnknown {
 public:
     ZALNameServer();
@@ -274,3 +277,5 @@ public:
     const char* IsA() const override;
     int IsAKindOf(const char* className) const override;
 };
+
+using ZALINameServerAccess_var = ZALInterfaceHandle<ZALINameServerAccess>;

@@ -5,6 +5,8 @@
 #include "text.h"
 
 #include <cstddef>
+#include <memory>
+#include <vector>
 
 /// Command modes.
 inline constexpr int ZALCommandModeUndefined = 3; ///< lives beside the running command, takes no focus
@@ -16,6 +18,9 @@ public:
     ~ZALCommand() override;
     const ZALString& GetName() const { return name_; }
     int GetMode() const { return mode_; }
+    /// The host makes the command the current one, or takes that back. Both arguments may be null. S_OK.
+    virtual HRESULT Activate(ZALBaseUnknown* publisher, ZALNotification* notification);
+    virtual HRESULT Cancel(ZALBaseUnknown* publisher, ZALNotification* notification);
 
     static ZALClassId ClassId();
     static const char* ClassName();
@@ -34,13 +39,15 @@ private:
 //
 // Life of a state command, in order:
 //   1. `new`; the host owns it from then on, and nobody else keeps a pointer to it.
-//   2. From the event loop the engine calls BuildCommandGraph once and enters the initial state.
+//   2. From the event loop the engine calls BuildCommandGraph once, then Activate, and enters the initial state. A
+//      command without one is cancelled.
 //   3. In a state the user and the code give values to its agents. After each value, and when a state is entered, the
 //      transitions from it are tried in the order in which they were added: the first whose condition holds runs its
 //      action, and its target state is entered. A value that is given while no transition can be taken, such as inside
-//      an action or before the agent's state is entered, is kept and counts then.
-//   4. The command ends at the null state or the cancel state, or when the host ends it by itself; the engine
-//      releases it between two events.
+//      an action or before the agent's state is entered, is kept and counts then. Values stay until
+//      InitializeAcquisition forgets them.
+//   4. The command ends at the null state or the cancel state, or when the host ends it by itself; all but the null
+//      state call Cancel. The engine releases it between two events.
 
 class ZALPathElement;
 class ZALStateCommand;
@@ -54,20 +61,22 @@ public:
     const ZALString& GetName() const { return name_; }
     void SetBehavior(int behavior) { behavior_ = behavior; }
     int GetBehavior() const { return behavior_; }
+    int GetMode() const { return mode_; }
     /// Gives the agent its value by code, without the user. `notification` is null, `option` 0.
     void Accept(ZALNotification* notification, int option);
     /// Forgets the value, so that it can be given anew.
-    virtual void InitializeAcquisition();
+    void InitializeAcquisition() { outputSet_ = false; }
     /// Whether the agent has a value.
     bool IsOutputSet() const { return outputSet_; }
 
 private:
-    friend class ZALStateCommand;
-    friend class ZALPathElementAgent;
+    friend class ZALDialogState;
+    friend struct ZALStateCommandRun;
     ZALString name_;
     int behavior_;
+    int mode_;
     bool outputSet_ = false;
-    ZALStateCommand* command_ = nullptr; ///< the command in whose states the agent stands
+    ZALBaseUnknown_WR command_; ///< the command in whose states the agent stands
 };
 
 /// The behaviour of an agent that takes one element from the tree or the view, highlighted while the pointer is over
@@ -79,50 +88,48 @@ class ZALDialogFilter;
 /// An input that is an element of the session, picked by the user.
 class ZALPathElementAgent : public ZALDialogAgent {
 public:
-    ZALPathElementAgent(const ZALString& name, const char* elementType = nullptr, int behavior = 0);
+    ZALPathElementAgent(const ZALString& name, ZALClassId elementType = nullptr, int behavior = 0);
     ~ZALPathElementAgent() override;
-    /// Takes elements only that offer the interface `elementType`.
-    void SetElementType(ZALClassId elementType);
-    /// Takes elements only that `filter` accepts. The filter belongs to the command that made it.
+    /// Takes elements only that offer the interface `elementType`; null takes any.
+    void SetElementType(ZALClassId elementType) { elementType_ = elementType; }
+    /// Takes elements only that `filter` accepts; null takes any. The filter belongs to the command that made it.
     void SetFilter(ZALDialogFilter* filter) { filter_ = filter; }
     /// The path of the picked element, or null. Belongs to the agent, which keeps it until another value or its own
-    /// end.
+    /// end, also behind InitializeAcquisition.
     ZALPathElement* GetValue() const { return value_; }
     /// The object under the pointer while a filter is asked, otherwise the leaf of the value, or null. No reference
     /// is added.
-    ZALBaseUnknown* GetElementValue() const;
-    /// The host's operation: offers `path`; takes it, and answers true, when type and filter let it through.
-    bool Offer(ZALPathElement* path);
-    /// Forgets that there is a value; the path itself stays until the next one.
-    void InitializeAcquisition() override;
+    ZALBaseUnknown* GetElementValue() const { return offered_ ? offered_ : leaf_; }
 
 private:
-    const char* elementType_;
+    friend struct ZALStateCommandRun;
+    ZALString elementType_;
     ZALDialogFilter* filter_ = nullptr;
     ZALPathElement* value_ = nullptr;
-    ZALPathElement* offered_ = nullptr;
+    ZALBaseUnknown* leaf_ = nullptr; ///< of the value, which holds it
+    ZALBaseUnknown* offered_ = nullptr;
 };
 
 /// A state of a command. Belongs to its command.
 class ZALDialogState {
 public:
     const ZALString& GetName() const { return name_; }
-    /// Key of the prompt in the command's resource file.
+    /// Key of the prompt in the command's resource file; without one the state has no prompt.
     void SetResourceID(const ZALString& id) { resourceId_ = id; }
     const ZALString& GetResourceID() const { return resourceId_; }
     /// Lets `agent` take input while the state is active. It stays its owner's.
     void AddDialogAgent(ZALDialogAgent* agent);
 
 private:
-    friend class ZALStateCommand;
+    friend struct ZALStateCommandRun;
     ZALDialogState(ZALStateCommand* command, const ZALString& name) : command_(command), name_(name) {}
     ZALStateCommand* command_;
     ZALString name_;
     ZALString resourceId_;
-    std::vector<ZALDialogAgent*> agents_;
+    std::vector<ZALBaseUnknown_WR> agents_; ///< in the order in which they were added
 };
 
-/// The form of an action: true lets the transition go on to its target.
+/// The form of an action: true lets the transition go on to its target, false stays.
 using ZALActionMethod = bool (ZALBaseUnknown::*)(void* data);
 /// The form of a filter: true accepts the element of `agent`.
 using ZALFilterMethod = bool (ZALBaseUnknown::*)(ZALDialogAgent* agent, void* data);
@@ -137,22 +144,23 @@ public:
     ZALStateCommand(const ZALString& name, int behavior = 0, int mode = 0);
     ~ZALStateCommand() override;
 
+    /// Name of the resource file at `level`, 0 for that of the most special class; empty at the end of the list. A
+    /// prompt is the text that the first file with the state's key has.
+    virtual ZALString GetResourceFilename(int level) const;
+    /// Name of the class whose resources stand in the file of `level`; empty at the end of the list.
+    virtual ZALString GetResourceClass(int level) const;
+    /// 1 when the file of `level` is another class's too: keys in it begin with the resource class and a dot.
+    virtual int IsOtherResourceFile(int level) const;
     /// Builds states and transitions; called once by the engine.
     virtual void BuildCommandGraph() = 0;
-    /// The host activates and cancels the command.
-    virtual HRESULT Activate(ZALBaseUnknown* publisher, ZALNotification* notification);
-    virtual HRESULT Cancel(ZALBaseUnknown* publisher, ZALNotification* notification);
-    /// Names of the resource files and classes of the command, most special first; empty at the end of the list.
-    virtual ZALString GetResourceFilename(int level) const;
-    virtual ZALString GetResourceClass(int level) const;
-    virtual int IsOtherResourceFile(int level) const;
 
     // For BuildCommandGraph. What these give belongs to the command.
 
+    /// The initial state, made at the first call with `name`.
     ZALDialogState* GetInitialState(const ZALString& name);
     ZALDialogState* AddDialogState(const ZALString& name);
     ZALDialogState* GetCancelState();
-    /// A null `to` ends the command; a null `action` does nothing.
+    /// A null `to` ends the command; a null `action` does nothing. Without `from` or `condition` nothing is added.
     void AddTransition(ZALDialogState* from, ZALDialogState* to, ZALDialogCondition* condition,
                        ZALDialogAction* action);
     /// Holds when `agent` has a value.
@@ -167,7 +175,7 @@ public:
     template <class Command>
     ZALDialogAction* Action(bool (Command::*method)(void*), std::nullptr_t, std::nullptr_t, void* data)
     {
-        return Action(static_cast<ZALActionMethod>(method), nullptr, nullptr, data);
+        return Action(static_cast<ZALActionMethod>(method), ZALActionMethod(), ZALActionMethod(), data);
     }
 
     static ZALClassId ClassId();
@@ -179,7 +187,7 @@ public:
 
 private:
     friend struct ZALStateCommandRun;
-    struct ZALStateCommandRun* run_; ///< the engine's state of the command
+    std::unique_ptr<struct ZALStateCommandRun> run_; ///< the engine's state of the command
 };
 
 // ---------------------------------------------------------------------------------------------

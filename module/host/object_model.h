@@ -275,7 +275,8 @@ public:
 
 /// Calls the subscribers of `publisher` for the class of `notification`, in the order of subscription, and
 /// returns when all have run. Subscribers may remove and add callbacks and destroy any object meanwhile:
-/// what is removed is not called any more, what is added is called from the next dispatch on.
+/// what is removed is not called any more, what is added is called from the next dispatch on. A subscriber that is
+/// released inside its own callback ends when that returns.
 void DispatchCallbacks(ZALBaseUnknown* publisher, ZALNotification* notification);
 
 /// Fills `subscribers` with those of `publisher` under exactly `notificationClass`. No references are added.

@@ -1,8 +1,20 @@
 #include "insertion/DocumentInsertion.h"
 
+#include "events/ZALVelmartIntegrationEventPublisher.h"
+#include "host/cad.h"
 #include "host/frame.h"
 
+#include <memory>
+
 namespace {
+
+struct ReleaseObject {
+    void operator()(ZALBaseUnknown* object) const { object->Release(); }
+};
+
+/// Releases what a query or a creator gave.
+template <class T>
+using Owned = std::unique_ptr<T, ReleaseObject>;
 
 const char* const MessageCatalog = "ZALVelmartMeridiaAccessAddinActionCmd";
 
@@ -28,20 +40,81 @@ HRESULT CheckInsertReplaceContext(std::int32_t action)
     return E_FAIL;
 }
 
-HRESULT StartInsertReplaceCommand(std::int32_t, const ZALOmxAny&)
-{
-    return E_FAIL;
-}
-
-HRESULT OpenDownloadedDocument(const ZALListValZALUnicodeString& paths, const ZALUnicodeString&)
+HRESULT OpenDownloadedDocument(const ZALListValZALUnicodeString& paths, const ZALUnicodeString& docEnvId)
 {
     if (paths.Size() == 0)
         return E_FAIL;
 
-    if (ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame())
-        frame->SetBusyCursor();
+    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
+    if (!frame)
+        return E_FAIL;
+    frame->SetBusyCursor();
 
-    return E_FAIL;
+    const ZALIAApplication_var application(frame);
+    if (!application)
+        return E_FAIL;
+
+    ZALIADocuments* collection = nullptr;
+    application->GetDocuments(&collection);
+    const Owned<ZALIADocuments> documents(collection);
+    if (!documents)
+        return E_FAIL;
+
+    ZALBSTR path = ConvertToBSTR(paths[1]);
+    frame->SetBusyCursor();
+
+    ZALIADocument* opened = nullptr;
+    const HRESULT result = documents->Open(path, &opened);
+    const Owned<ZALIADocument> document(opened);
+    ZALFreeString(path);
+
+    // Also for a document that was not opened, which is meant.
+    ZALVelmartIntegrationEventPublisher::SendEndTransactionEvent(paths, docEnvId);
+
+    return result;
+}
+
+HRESULT CheckPartNumberConflict(ZALBaseUnknown* target, const ZALUnicodeString& path)
+{
+    ZALDocument* found = nullptr;
+    const HRESULT result = ZALDocumentServices::GetDocumentInSession(path, &found);
+    const Owned<ZALDocument> document(found);
+    if (FAILED(result) || !document)
+        return E_FAIL;
+
+    const ZALIProduct_var root = PrdGiveDocRootProduct(document.get());
+    if (!root)
+        return E_FAIL;
+
+    ZALUnicodeString partNumber;
+    root->GetPartNumber(partNumber);
+
+    const ZALINameServerAccess_var access(target);
+    if (!access)
+        return E_FAIL;
+
+    const Owned<ZALNameServer> nameServer(access->GetNameServer());
+    if (!nameServer)
+        return E_FAIL;
+
+    const Owned<ZALNameServerEntries> entries(nameServer->GetEntries());
+    if (!entries)
+        return S_FALSE;
+
+    for (int index = 1; index <= entries->GetCount(); ++index) {
+        const Owned<ZALNameServerEntry> entry(entries->GetItem(index));
+        if (!entry)
+            continue;
+        ZALUnicodeString name;
+        entry->GetName(name);
+        if (partNumber.Compare(name) != ZALTextsIdentical)
+            continue;
+
+        ShowCommandErrorText(ZALMsgCatalog::BuildMessage(MessageCatalog, "PartNumberConflict", &partNumber, 1,
+                                                         "Part Number conflict detected"));
+        break;
+    }
+    return S_OK;
 }
 
 void NotifyCommandError(const ZALString& key)

@@ -7,12 +7,14 @@
 /// is not the one of products. S_OK for every other `action`.
 HRESULT CheckInsertReplaceContext(std::int32_t action);
 
-/// Starts the command that takes the user's target and then the files of `request`. The command belongs to the
-/// host. E_FAIL when it could not be started.
-HRESULT StartInsertReplaceCommand(std::int32_t action, const ZALOmxAny& request);
-
-/// Opens the first of `paths` in the session. E_FAIL for an empty list and without a collection of documents.
+/// Opens the first of `paths` in the session and tells the other component that all of them were put to use, in the
+/// document environment `docEnvId`, whatever has become of the opening. The result of the host's open; E_FAIL, and
+/// nothing told, for an empty list and without a collection of documents.
 HRESULT OpenDownloadedDocument(const ZALListValZALUnicodeString& paths, const ZALUnicodeString& docEnvId);
+
+/// Warns of the first part number in use around `target` that is identical to that of the document `path`. Undoes
+/// nothing. S_OK; 1 when the host gives no list of names; E_FAIL when there is nothing to compare.
+HRESULT CheckPartNumberConflict(ZALBaseUnknown* target, const ZALUnicodeString& path);
 
 /// Shows the text of `key` in the command's message catalog.
 void NotifyCommandError(const ZALString& key);

@@ -8,6 +8,7 @@
 #include "host/frame.h"
 #include "host/system.h"
 #include "insertion/DocumentInsertion.h"
+#include "insertion/ZALVelmartMeridiaAccessAddinActionCmd.h"
 
 VL_DEFINE_META_CLASS(ZALVelmartMeridiaAccessAddin, ZALEventSubscriber)
 VL_DEFINE_META_CLASS(ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif, ZALNotification)
@@ -169,7 +170,9 @@ HRESULT ZALVelmartMeridiaAccessAddin::StartCommandWith(const ZALOmxAny& content)
     if (FAILED(result))
         return result;
 
-    return StartInsertReplaceCommand(_Action, content);
+    // The host's from here on.
+    new ZALVelmartMeridiaAccessAddinActionCmd(_Action, content);
+    return S_OK;
 }
 
 void ZALVelmartMeridiaAccessAddin::OnFileDownloadComplete(ZALBaseUnknown*, ZALNotification* notification, void*)

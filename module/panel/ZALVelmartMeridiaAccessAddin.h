@@ -4,16 +4,9 @@
 #include "events/MetaClassOperations.h"
 #include "host/json.h"
 #include "host/panel.h"
+#include "panel/PanelAction.h"
 
 class ZALVelmartFileDownloader;
-
-/// What a message of the page asks for.
-enum PanelAction : std::int32_t {
-    ActionDownload = 1,
-    ActionOpen = 2,
-    ActionInsert = 3,
-    ActionReplace = 4,
-};
 
 /// Whether the page's programming interface can be used.
 enum OpApiStatus : std::int32_t {

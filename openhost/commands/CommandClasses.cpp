@@ -8,6 +8,16 @@ ZALCommand::ZALCommand(const ZALString& name, int mode) : name_(name), mode_(mod
 
 ZALCommand::~ZALCommand() = default;
 
+HRESULT ZALCommand::Activate(ZALBaseUnknown*, ZALNotification*)
+{
+    return S_OK;
+}
+
+HRESULT ZALCommand::Cancel(ZALBaseUnknown*, ZALNotification*)
+{
+    return S_OK;
+}
+
 ZALCommandHeader::~ZALCommandHeader() = default;
 
 ZALApplication::~ZALApplication() = default;

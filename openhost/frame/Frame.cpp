@@ -1,6 +1,7 @@
 #include "openhost/frame/Frame.h"
 
 #include "openhost/dialogs/DialogNode.h"
+#include "openhost/objects/MetaClassOperations.h"
 
 #include "host/frame.h"
 
@@ -36,6 +37,8 @@ FrameWindow MakeWindow(ZALDialog* parent, const char* name)
     return FrameWindow(window);
 }
 
+} // namespace
+
 class SessionFrame : public ZALApplicationFrame {
 public:
     explicit SessionFrame(const FrameOptions& options) : workshop(options.workshop)
@@ -51,6 +54,13 @@ public:
     ZALString GetCurrentWorkshop() override { return workshop.c_str(); }
     void SetBusyCursor() override { ++busyCursors; }
 
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+
     std::string workshop;
     int busyCursors = 0;
 
@@ -58,6 +68,10 @@ private:
     FrameWindow mainWindow_;
     FrameWindow applicationDocument_;
 };
+
+OPENHOST_META_CLASS(SessionFrame, ZALEventSubscriber)
+
+namespace {
 
 struct Session {
     Owned<SessionFrame> frame;
@@ -90,6 +104,16 @@ void ResetFrame()
 {
     // Taken out first: what ends here may ask for the frame.
     const Session ending = std::exchange(Current(), Session{});
+}
+
+void SetEditor(bool exists)
+{
+    Session& session = Current();
+    if (exists == (session.editor != nullptr))
+        return;
+    const Owned<ZALFrmEditor> ending = std::exchange(session.editor, nullptr);
+    if (exists)
+        session.editor.reset(new ZALFrmEditor);
 }
 
 void ChangeWorkshop(const std::string& name)

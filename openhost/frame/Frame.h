@@ -5,6 +5,9 @@
 
 namespace openhost {
 
+/// Name of the class of frames, under which the class dictionary knows what they offer.
+inline constexpr const char* FrameClass = "SessionFrame";
+
 /// What the frame consists of.
 struct FrameOptions {
     bool exists = true;
@@ -20,6 +23,8 @@ struct FrameOptions {
 void ConfigureFrame(const FrameOptions& options);
 /// Ends the frame, the editor and the layout.
 void ResetFrame();
+/// Lets the session have an editor, or none, as documents open and close. The frame need not be configured.
+void SetEditor(bool exists);
 /// Switches to the workshop `name`, and dispatches ZALWorkbenchChanged on the layout when there is one.
 void ChangeWorkshop(const std::string& name);
 /// Times that the wait cursor has been asked for since the frame was configured.

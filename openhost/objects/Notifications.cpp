@@ -58,6 +58,29 @@ void EndWhere(ZALBaseUnknown* publisher, Condition condition)
             End(callback);
 }
 
+// Keeps a subscriber while its callback runs, so that it ends behind its own code. One that is deleted meanwhile, or
+// whose destructor is running already, is left alone.
+class KeptSubscriber {
+public:
+    explicit KeptSubscriber(ZALBaseUnknown* subscriber)
+    {
+        if (subscriber->AddRef() > 1)
+            kept_ = subscriber;
+    }
+    KeptSubscriber(const KeptSubscriber&) = delete;
+    KeptSubscriber& operator=(const KeptSubscriber&) = delete;
+    ~KeptSubscriber()
+    {
+        if (ZALBaseUnknown* subscriber = kept_.GetComponent()) {
+            subscriber->Release();
+            subscriber->Release();
+        }
+    }
+
+private:
+    ZALBaseUnknown_WR kept_;
+};
+
 } // namespace
 
 namespace openhost {
@@ -133,6 +156,7 @@ void DispatchCallbacks(ZALBaseUnknown* publisher, ZALNotification* notification)
             if (found == Subscriptions().end() || found->second.notificationClass != notificationClass)
                 continue;
             const Subscription subscription = found->second;
+            const KeptSubscriber kept(subscription.subscriber);
             (subscription.subscriber->*subscription.method)(publisher, notification, subscription.data);
         }
     }

@@ -2,9 +2,9 @@
 
 #include "openhost/cad/CompoundDocumentKernel.h"
 #include "openhost/commands/Commands.h"
+#include "openhost/commands/DialogEngine.h"
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/dialogs/SettingsStore.h"
-#include "openhost/documents/CadDocument.h"
 #include "openhost/files/PathVariables.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/frame/Frame.h"
@@ -77,6 +77,9 @@ public:
         auto surface = std::make_unique<ScriptedSurface>();
         surface_ = surface.get();
         surfaceBefore_ = DialogSurface::Install(std::move(surface));
+        auto cad = std::make_unique<CadSession>();
+        cad_ = cad.get();
+        cadBefore_ = CadServices::Install(std::move(cad));
         SettingsStore::Current().Reset();
         ConfigureCommands({});
     }
@@ -87,10 +90,12 @@ public:
     ~Host()
     {
         options_ = {};
+        DialogEngine::Current().EndAll();
         addin_.reset();
         implementation_.reset();
         panel_.reset();
         EndAllDialogs();
+        CadServices::Install(std::move(cadBefore_));
         ResetFrame();
         // What is posted may hold the last references on objects of the module, and post further calls.
         RunPosted();
@@ -127,6 +132,7 @@ public:
     EnvironmentChanges& Environment() { return environment_; }
     ScriptedSurface& Surface() { return *surface_; }
     OptionsPage& Options() { return options_; }
+    CadSession& Cad() { return *cad_; }
     ZALIMeridiaAccessDialogAddin& Addin() { return *addin_; }
     ZALIMeridiaAccessDialog* Panel() { return panel_.get(); }
 
@@ -145,7 +151,6 @@ public:
         panel_->SetAddin(implementation_.get());
     }
 
-private:
     static void RunPosted()
     {
         bool done = false;
@@ -153,6 +158,7 @@ private:
         EventLoop::Current().RunUntil([&done] { return done; });
     }
 
+private:
     bool traces_;
     EnvironmentChanges environment_;
     std::optional<TemporaryFolder> temporary_;
@@ -163,6 +169,8 @@ private:
     std::unique_ptr<DocumentKernel> kernel_;
     std::unique_ptr<DialogSurface> surfaceBefore_;
     ScriptedSurface* surface_ = nullptr; ///< the one that is installed
+    std::unique_ptr<CadServices> cadBefore_;
+    CadSession* cad_ = nullptr; ///< the one that is installed
     std::optional<LoadedModule> module_;
     Owned<ZALBaseUnknown> implementation_;
     Owned<ZALIMeridiaAccessDialogAddin> addin_;
@@ -221,14 +229,9 @@ void SessionPlayer::SetUp()
 
     SetUpSettings();
 
-    for (const std::string& document : session_.documents) {
-        const std::filesystem::path path = Resolve(session_, ExpandPlaceholders(document));
-        ReadDocument(path);
-        journal::Write("document", {{"path", path.string()}, {"active", &document == &session_.documents.back()}});
-    }
-    ConfigureFrame({.exists = session_.frame,
-                    .workshop = ExpandPlaceholders(session_.workshop),
-                    .editor = !session_.documents.empty()});
+    ConfigureFrame({.exists = session_.frame, .workshop = ExpandPlaceholders(session_.workshop)});
+    for (const std::string& document : session_.documents)
+        Cad().Open(PathOf(document));
 
     host_->LoadAddin(places_.module);
     JournalResult("SetAccessDialog", Addin().SetAccessDialog(host_->Panel()));
@@ -283,6 +286,29 @@ ScriptedSurface& SessionPlayer::Surface()
 OptionsPage& SessionPlayer::Options()
 {
     return host_->Options();
+}
+
+CadSession& SessionPlayer::Cad()
+{
+    return host_->Cad();
+}
+
+std::filesystem::path SessionPlayer::PathOf(const std::string& path) const
+{
+    return Resolve(session_, ExpandPlaceholders(path));
+}
+
+LoadedDocument& SessionPlayer::Document(const std::string& path)
+{
+    const std::filesystem::path file = PathOf(path);
+    if (LoadedDocument* document = Cad().Find(file))
+        return *document;
+    throw StepFailure(file.string() + ": the session has no such document");
+}
+
+void SessionPlayer::RunPosted()
+{
+    Host::RunPosted();
 }
 
 std::string SessionPlayer::FindPlaceholder(const std::string& name) const

@@ -1,6 +1,7 @@
 // Plays a session: sets up the host, loads the module, does the steps.
 #pragma once
 
+#include "openhost/cad/CadSession.h"
 #include "openhost/dialogs/ScriptedSurface.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/session/OptionsPage.h"
@@ -45,6 +46,14 @@ public:
     ZALIMeridiaAccessDialogAddin& Addin();
     ScriptedSurface& Surface();
     OptionsPage& Options();
+    /// The documents of the session.
+    CadSession& Cad();
+    /// The document that the path `path` of the session names. Throws StepFailure when it is not loaded.
+    LoadedDocument& Document(const std::string& path);
+    /// The absolute path of `path`, which counts from the folder of the session.
+    std::filesystem::path PathOf(const std::string& path) const;
+    /// Runs what is posted to the loop at this time.
+    void RunPosted();
     /// Texts of the session with their placeholders replaced.
     std::string ExpandPlaceholders(const std::string& text) const;
     nlohmann::ordered_json ExpandPlaceholders(const nlohmann::ordered_json& value) const;

@@ -1,5 +1,8 @@
 #include "openhost/session/SessionSteps.h"
 
+#include "openhost/cad/SessionTree.h"
+#include "openhost/commands/DialogEngine.h"
+#include "openhost/frame/Frame.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/session/LocatedRead.h"
 #include "openhost/session/SessionPlayer.h"
@@ -211,6 +214,132 @@ private:
     std::string operation_;
 };
 
+/// {"select": "Root/Child.2"}
+class SelectStep : public SessionStep {
+public:
+    static constexpr const char* Name = "select";
+
+    explicit SelectStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { names_ = ReadName(value, Name); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        // A command that has just been started enters its first state from the loop.
+        player.RunPosted();
+        const std::string names = player.ExpandPlaceholders(names_);
+        ZALPathElement* path = player.Cad().FindPath(names);
+        if (!path)
+            throw StepFailure("the active document has no \"" + names + "\"");
+        const Pick pick = DialogEngine::Current().Offer(path, names);
+        path->Release();
+        if (pick.command.empty())
+            throw StepFailure("no command waits for an element");
+    }
+
+private:
+    std::string names_;
+};
+
+/// {"workshop": NAME}
+class WorkshopStep : public SessionStep {
+public:
+    static constexpr const char* Name = "workshop";
+
+    explicit WorkshopStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { name_ = ReadText(value, Name); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override { ChangeWorkshop(player.ExpandPlaceholders(name_)); }
+
+private:
+    std::string name_;
+};
+
+/// {"close": DOCUMENT, "discard": true or false}
+class CloseStep : public SessionStep {
+public:
+    static constexpr const char* Name = "close";
+
+    explicit CloseStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step",
+                    {{Name, [this](const LocatedJson& value) { document_ = ReadName(value, Name); }},
+                     {"discard", [this](const LocatedJson& value) { discard_ = ReadBoolean(value, "discard"); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        LoadedDocument& document = player.Document(document_);
+        if (document.IsDirty() && !discard_)
+            throw StepFailure(document.Path().string() + ": the document has changes that are not saved");
+        player.Cad().Close(document);
+    }
+
+private:
+    std::string document_;
+    bool discard_ = false;
+};
+
+/// {"save": DOCUMENT, "as": PATH}
+class SaveStep : public SessionStep {
+public:
+    static constexpr const char* Name = "save";
+
+    explicit SaveStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step",
+                    {{Name, [this](const LocatedJson& value) { document_ = ReadName(value, Name); }},
+                     {"as", [this](const LocatedJson& value) { as_ = ReadName(value, "as"); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        LoadedDocument& document = player.Document(document_);
+        if (as_)
+            player.Cad().SaveAs(document, player.PathOf(*as_));
+        else
+            player.Cad().Save(document);
+    }
+
+private:
+    std::string document_;
+    std::optional<std::string> as_;
+};
+
+/// {"tree": DOCUMENT}
+class TreeStep : public SessionStep {
+public:
+    static constexpr const char* Name = "tree";
+
+    explicit TreeStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step",
+                    {{Name, [this](const LocatedJson& value) { document_ = ReadName(value, Name); }}});
+    }
+
+    bool Acts() const override { return false; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        const LoadedDocument& document = player.Document(document_);
+        journal::Write("tree", {{"path", document.Path().string()}, {"root", DescribeTree(document)}});
+    }
+
+private:
+    std::string document_;
+};
+
 /// {"wait": "idle" or EVENT, "seconds": N}
 class WaitStep : public SessionStep {
 public:
@@ -246,9 +375,12 @@ std::unique_ptr<SessionStep> Make(const LocatedJson& description)
 using StepMaker = std::unique_ptr<SessionStep> (*)(const LocatedJson&);
 
 const std::map<std::string, StepMaker> StepMakers = {
-    {MessageStep::Name, Make<MessageStep>}, {UrlStep::Name, Make<UrlStep>},
-    {AnswerStep::Name, Make<AnswerStep>},   {PushStep::Name, Make<PushStep>},
-    {OptionsStep::Name, Make<OptionsStep>}, {WaitStep::Name, Make<WaitStep>},
+    {MessageStep::Name, Make<MessageStep>},   {UrlStep::Name, Make<UrlStep>},
+    {AnswerStep::Name, Make<AnswerStep>},     {PushStep::Name, Make<PushStep>},
+    {OptionsStep::Name, Make<OptionsStep>},   {SelectStep::Name, Make<SelectStep>},
+    {WorkshopStep::Name, Make<WorkshopStep>}, {CloseStep::Name, Make<CloseStep>},
+    {SaveStep::Name, Make<SaveStep>},         {TreeStep::Name, Make<TreeStep>},
+    {WaitStep::Name, Make<WaitStep>},
 };
 
 } // namespace

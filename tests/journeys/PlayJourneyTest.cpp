@@ -1,6 +1,7 @@
 // Whole sessions as a user plays them: the program openhost, the shared library of the module, the catalogue.
 
 #include "catalogue/service/CatalogueService.h"
+#include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -238,4 +239,136 @@ TEST_F(PlayJourney, ShowPrintsTheTreeOfADownloadedAssembly)
     EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 0);
     EXPECT_THAT(ReadText(output), HasSubstr(product.filename().string()));
     EXPECT_THAT(ReadText(output), HasSubstr(".ZALPart"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Items in the session
+
+/// A product of the user, "frame", beside the files of the items: three instances of a part and one of another.
+class InsertionJourney : public PlayJourney {
+protected:
+    InsertionJourney()
+    {
+        for (const char* name : {"plate", "post"}) {
+            openhost::CadDocument part;
+            part.partNumber = name;
+            WriteDocument(part, Parts() / (std::string(name) + ".ZALPart"));
+        }
+        openhost::CadDocument frame;
+        frame.kind = openhost::DocumentKind::Product;
+        frame.partNumber = "frame";
+        frame.links = {"plate.ZALPart", "post.ZALPart"};
+        for (const char* name : {"plate.1", "plate.2", "post.1", "plate.3"}) {
+            openhost::Placement placement = openhost::IdentityPlacement;
+            placement[3] = 100.0 * static_cast<double>(frame.children.size());
+            frame.children.push_back({name, name[1] == 'o' ? 1u : 0u, placement});
+        }
+        WriteDocument(frame, Frame());
+    }
+
+    std::filesystem::path Frame() const { return Parts() / "frame.ZALProduct"; }
+
+    /// Sends `event` for an item, picks `target`, and saves the product.
+    Play PlayRequest(const std::string& event, const std::string& target, const std::string& before = "")
+    {
+        return PlaySession(
+            R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true},
+                "variables": {"FILES": "/none"}, "documents": ["${PARTS}/frame.ZALProduct"],
+                "steps": [)" +
+            before + R"({"message": {"event": ")" + event + R"(", "content": )" + Request("bolted-joint-m8") +
+            R"(}}, {"select": ")" + target + R"("}, {"wait": "idle"}, {"tree": "${PARTS}/frame.ZALProduct"},
+                {"save": "${PARTS}/frame.ZALProduct"}]})");
+    }
+
+    /// Names, files and shifts along x of the children of the saved product.
+    std::vector<std::string> SavedChildren() const
+    {
+        const openhost::CadDocument saved = openhost::ReadDocument(Frame());
+        std::vector<std::string> children;
+        for (const openhost::ChildInstance& child : saved.children)
+            children.push_back(child.name + "=" + saved.links[child.link] + "@" +
+                               std::to_string(static_cast<int>(child.placement[3])));
+        return children;
+    }
+
+    /// Part number and file name of the item's root product.
+    static std::pair<std::string, std::string> RootOf(const Play& play)
+    {
+        for (const json& event : Events(play, "extracted")) {
+            const std::filesystem::path file = event["path"].get<std::string>();
+            if (file.extension() == ".ZALProduct")
+                return {openhost::ReadDocument(file).partNumber, file.filename().string()};
+        }
+        return {};
+    }
+};
+
+TEST_F(InsertionJourney, OpenOpensTheRootOfTheItem)
+{
+    const Play play = PlaySession(
+        R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true},
+            "variables": {"FILES": "/none"},
+            "steps": [{"message": {"event": "velmart_open", "content": )" +
+        Request("bolted-joint-m8") + R"(}}, {"wait": "idle"}]})");
+    ASSERT_EQ(play.status, 0) << play.error;
+    const std::vector<json> documents = Events(play, "document");
+    ASSERT_EQ(documents.size(), 1u);
+    EXPECT_EQ(documents[0]["action"], "opened");
+    EXPECT_EQ(documents[0]["path"], std::filesystem::canonical(Parts() / RootOf(play).second).string());
+}
+
+TEST_F(InsertionJourney, InsertAddsTheItemBelowTheSelectedProduct)
+{
+    const Play play = PlayRequest("velmart_insert", "frame");
+    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    const auto [partNumber, file] = RootOf(play);
+    EXPECT_EQ(SavedChildren(), (std::vector<std::string>{"plate.1=plate.ZALPart@0", "plate.2=plate.ZALPart@100",
+                                                         "post.1=post.ZALPart@200", "plate.3=plate.ZALPart@300",
+                                                         partNumber + ".1=" + file + "@0"}));
+    ASSERT_EQ(Events(play, "tree").size(), 1u);
+    EXPECT_EQ(Events(play, "tree")[0]["root"]["children"].size(), 5u);
+    EXPECT_TRUE(Events(play, "dialog").empty());
+}
+
+TEST_F(InsertionJourney, NothingIsFetchedBeforeTheTargetIsPickedAndARefusedPickWaitsOn)
+{
+    const Play play = PlaySession(
+        R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true},
+            "variables": {"FILES": "/none"}, "documents": ["${PARTS}/frame.ZALProduct"],
+            "steps": [{"message": {"event": "velmart_insert", "content": )" +
+        Request("bolted-joint-m8") + R"(}}, {"wait": "idle"}, {"select": "frame/post.1"}, {"wait": "idle"}]})");
+    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    EXPECT_TRUE(Events(play, "request").empty());
+    ASSERT_EQ(Events(play, "selection").size(), 1u);
+    EXPECT_EQ(Events(play, "selection")[0]["accepted"], false);
+}
+
+TEST_F(InsertionJourney, ReplaceReplacesOneComponentOrAllByTheAnswer)
+{
+    const Play one =
+        PlayRequest("velmart_replace", "frame/plate.2", R"({"answer": {"dialog": "ReplaceAllPopUp", "button": 4}},)");
+    ASSERT_EQ(one.status, 0) << one.error << one.journal.back();
+    const auto [partNumber, file] = RootOf(one);
+    EXPECT_EQ(SavedChildren(), (std::vector<std::string>{"plate.1=plate.ZALPart@0", partNumber + ".1=" + file + "@100",
+                                                         "post.1=post.ZALPart@200", "plate.3=plate.ZALPart@300"}));
+
+    const Play all = PlayRequest("velmart_replace", "frame/plate.1",
+                                 R"({"answer": {"dialog": "OverwriteNotify", "button": 3}},
+                                    {"answer": {"dialog": "ReplaceAllPopUp", "button": 3}},)");
+    ASSERT_EQ(all.status, 0) << all.error << all.journal.back();
+    EXPECT_EQ(SavedChildren(),
+              (std::vector<std::string>{partNumber + ".2=" + file + "@0", partNumber + ".1=" + file + "@100",
+                                        "post.1=post.ZALPart@200", partNumber + ".3=" + file + "@300"}));
+}
+
+TEST_F(InsertionJourney, APathThatIsNotThereAndADocumentThatIsNotLoadedFailTheirSteps)
+{
+    for (const char* step :
+         {R"({"select": "frame/none"})", R"({"select": "frame"})", R"({"tree": "none.ZALPart"})",
+          R"({"save": "${PARTS}/post.ZALPart", "as": "${PARTS}/post.txt"})", R"({"close": "${PARTS}/post.ZALPart"})"}) {
+        const Play play =
+            PlaySession(R"({"documents": ["${PARTS}/frame.ZALProduct"], "steps": [)" + std::string(step) + "]}");
+        EXPECT_EQ(play.status, 1) << step;
+        EXPECT_EQ(play.journal.back()["step"], 1) << step;
+    }
 }

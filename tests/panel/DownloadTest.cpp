@@ -267,14 +267,39 @@ TEST_F(PanelDownload, InsertAndReplaceInTheWrongPlaceAreRefusedByTheCommandsMess
     EXPECT_EQ(Surface().Questions().size(), 2U);
 }
 
-TEST_F(PanelDownload, InsertAndReplaceInTheRightPlaceAskNothingAndDoNotSubscribeTheAddin)
+TEST_F(PanelDownload, InsertAndReplaceInTheRightPlaceStartACommandAndDoNotSubscribeTheAddin)
 {
     ConfigureFrame({.editor = true});
     for (const char* event : {"velmart_insert", "velmart_replace"}) {
-        Send(Message(event, RemoteFile));
+        EXPECT_EQ(Send(Message(event, RemoteFile)), S_OK);
+        const std::vector<RunningCommand> commands = DialogEngine::Current().Commands();
+        ASSERT_EQ(commands.size(), 1U);
+        EXPECT_EQ(commands[0].name, "ZALVelmartMeridiaAccessAddinActionCmd");
+        EXPECT_EQ(commands[0].state, ""); // it begins from the loop
+        Loop().RunUntilIdle();
+        EXPECT_EQ(DialogEngine::Current().Commands().at(0).state, "InitialState");
         EXPECT_TRUE(Surface().Questions().empty());
+        EXPECT_TRUE(Transport().Requests().empty());
         EXPECT_EQ(Waiting(), 0U);
+        DialogEngine::Current().EndAll();
+        Loop().RunUntilIdle();
     }
+}
+
+TEST_F(PanelDownload, InsertAndReplaceInTheWrongPlaceStartNoCommand)
+{
+    for (const char* event : {"velmart_insert", "velmart_replace"})
+        Send(Message(event, RemoteFile));
+    EXPECT_TRUE(DialogEngine::Current().Commands().empty());
+}
+
+TEST_F(PanelDownload, ACommandOutlivesTheAddin)
+{
+    ConfigureFrame({.editor = true});
+    EXPECT_EQ(Send(Message("velmart_insert", RemoteFile)), S_OK);
+    ReleaseAddin();
+    Loop().RunUntilIdle();
+    EXPECT_EQ(DialogEngine::Current().Commands().at(0).state, "InitialState");
 }
 
 // ---------------------------------------------------------------------------------------------

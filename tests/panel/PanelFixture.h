@@ -6,6 +6,7 @@
 
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
+#include "openhost/commands/DialogEngine.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/text/Utf.h"
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
@@ -57,7 +58,7 @@ protected:
     PanelFixture() : addin_(new ZALVelmartMeridiaAccessAddin)
     {
         journal::Redirect([this](const nlohmann::ordered_json& line) {
-            if (line["event"] == "command")
+            if (line.contains("header"))
                 headerCalls_.push_back(line["mask"].dump() + "=" + line["state"].dump());
         });
     }

@@ -129,7 +129,7 @@ TEST_F(PanelWorkbench, EndingGreysFindSimilarAndThenUnsubscribes)
     HeaderCalls().clear();
     std::vector<std::size_t> subscriptions;
     journal::Redirect([&](const nlohmann::ordered_json& line) {
-        if (line["event"] == "command")
+        if (line.contains("header"))
             subscriptions.push_back(LayoutSubscriptions());
     });
     const int told = CountOf(StatusClass);

@@ -1,6 +1,7 @@
 #include "tests/support/ScriptedHost.h"
 
 #include "host/text.h"
+#include "openhost/commands/DialogEngine.h"
 #include "openhost/files/PathVariables.h"
 #include "openhost/objects/Dispatch.h"
 #include "openhost/objects/Traces.h"
@@ -46,6 +47,7 @@ ScriptedHost::ScriptedHost()
 
 ScriptedHost::~ScriptedHost()
 {
+    DialogEngine::Current().EndAll();
     Loop().RunUntilIdle();
     ObserveDispatches({});
     RedirectTraces({});

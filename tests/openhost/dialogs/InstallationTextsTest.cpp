@@ -26,8 +26,9 @@ TEST_P(InstallationTexts, HaveAMessageForEachKeyOfTheModule)
 {
     const std::map<std::string, std::vector<std::string>> keys = {
         {"ZALVelmartMeridiaAccessAddinActionCmd",
-         {"DownloadFailed", "DownloadCanceled", "InvalidContextForInsertReplace", "InsertFailed", "ReplaceFailed",
-          "PartNumberConflict", "ReplaceAllPopUp.Title", "ReplaceAllPopUp.Message"}},
+         {"InitialStateInsert", "InitialStateReplace", "DownloadFailed", "DownloadCanceled",
+          "InvalidContextForInsertReplace", "InsertFailed", "ReplaceFailed", "PartNumberConflict",
+          "ReplaceAllPopUp.Title", "ReplaceAllPopUp.Message"}},
         {"ZALVelmartFileDownloader",
          {"OverwriteNotifyTitle", "OverwriteNotifyMessage", "OverwriteNotifyRemaining", "DownloadCanceled",
           "DownloadFailed"}},

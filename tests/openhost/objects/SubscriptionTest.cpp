@@ -324,6 +324,55 @@ TEST(Dispatch, ASubscriberMayEndItself)
     EXPECT_EQ(SubscribersOf(&publisher, Plain).size(), 1U);
 }
 
+TEST(Dispatch, ASubscriberThatIsReleasedLivesToTheEndOfItsCallback)
+{
+    Listener publisher;
+    bool ended = false;
+    struct Watched : Listener {
+        Watched(Reaction reaction, bool& flag) : Listener(std::move(reaction)), ended(flag) {}
+        ~Watched() override { ended = true; }
+        bool& ended;
+    };
+    Watched* mortal = nullptr;
+    mortal = new Watched(
+        [&](ZALBaseUnknown*, ZALNotification*, void*) {
+            mortal->Release();
+            EXPECT_FALSE(ended);
+        },
+        ended);
+    mortal->Subscribe(&publisher, Plain);
+    Dispatch(&publisher);
+    EXPECT_TRUE(ended);
+}
+
+TEST(Dispatch, ASubscriberMayBeDeletedInsideItsCallback)
+{
+    Listener publisher;
+    std::unique_ptr<Listener> mortal;
+    mortal = std::make_unique<Listener>([&](ZALBaseUnknown*, ZALNotification*, void*) { mortal.reset(); });
+    mortal->Subscribe(&publisher, Plain);
+    Dispatch(&publisher);
+    EXPECT_TRUE(SubscribersOf(&publisher, Plain).empty());
+}
+
+TEST(Dispatch, ADestructorMayDispatchToItsOwnObject)
+{
+    struct Dying : Listener {
+        explicit Dying(int& count) : ends(count) {}
+        ~Dying() override
+        {
+            ++ends;
+            Dispatch(this);
+        }
+        int& ends;
+    };
+    int ends = 0;
+    auto* dying = new Dying(ends);
+    dying->Subscribe(dying, Plain);
+    dying->Release();
+    EXPECT_EQ(ends, 1);
+}
+
 TEST(Dispatch, ASubscriberMayEndTheNextOne)
 {
     Listener publisher;

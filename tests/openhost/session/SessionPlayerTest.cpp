@@ -504,8 +504,8 @@ TEST_F(SessionPlayerTest, OpenDocumentsGiveAnEditorAndTheLastIsActive)
     EXPECT_TRUE(editor);
     ASSERT_EQ(EventsOf("document").size(), 2U);
     EXPECT_EQ(EventsOf("document").at(0).at("path"), (folder_.Path() / "a.ZALProduct").string());
-    EXPECT_EQ(EventsOf("document").at(0).at("active"), false);
-    EXPECT_EQ(EventsOf("document").at(1).at("active"), true);
+    EXPECT_EQ(EventsOf("document").at(0).at("action"), "opened");
+    EXPECT_EQ(EventsOf("document").at(1).at("path"), (folder_.Path() / "b.ZALProduct").string());
 }
 
 TEST_F(SessionPlayerTest, ADocumentThatIsMissingOrNoneFailsTheSession)

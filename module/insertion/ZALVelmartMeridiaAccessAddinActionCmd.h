@@ -1,0 +1,51 @@
+// Inserts an item under a product that the user selects, or replaces a selected component by it.
+#pragma once
+
+#include "host/cad.h"
+#include "host/dialog_engine.h"
+#include "host/json.h"
+#include "panel/PanelAction.h"
+
+class ZALVelmartFileDownloader;
+
+/// Takes the user's target first, and only then downloads the item; inserts or replaces when the files are there.
+/// Belongs to the host's dialog engine from its construction on, which runs it and releases it. Ended by the host while
+/// a download runs, it leaves the download alone, and the files are not inserted.
+///
+/// Sources: the graph and the download in ZALVelmartMeridiaAccessAddinActionCmd.cpp, what is done to the session in
+/// ZALVelmartMeridiaAccessAddinActionCmdOperation.cpp.
+class ZALVelmartMeridiaAccessAddinActionCmd : public ZALStateCommand {
+public:
+    /// `action` is ActionInsert or ActionReplace, `content` the request for the downloader.
+    ZALVelmartMeridiaAccessAddinActionCmd(const PanelAction& action, const ZALOmxAny& content);
+    ~ZALVelmartMeridiaAccessAddinActionCmd() override;
+
+    HRESULT Activate(ZALBaseUnknown* publisher, ZALNotification* notification) override;
+    HRESULT Cancel(ZALBaseUnknown* publisher, ZALNotification* notification) override;
+    ZALString GetResourceFilename(int level) const override;
+    ZALString GetResourceClass(int level) const override;
+    int IsOtherResourceFile(int level) const override;
+    void BuildCommandGraph() override;
+
+private:
+    friend class ZALVelmartMeridiaAccessAddinActionCmdProbe;
+
+    bool CheckSelection(ZALDialogAgent* agent, void* data);
+    bool StartDownloadAction(void* data);
+    bool InsertOrReplaceAction(void* data);
+    void OnFileDownloadCompleteCB(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+
+    struct ReleaseAgent {
+        void operator()(ZALDialogAgent* agent) const { agent->Release(); }
+    };
+
+    ZALVelmartFileDownloader* _Downloader = nullptr; ///< the singleton, fetched at the first download; not owned
+    ZALOmxAny _Content;
+    std::unique_ptr<ZALPathElementAgent, ReleaseAgent> _SelectionAgent;
+    std::unique_ptr<ZALDialogAgent, ReleaseAgent> _CancelAgent; ///< valued when the command is to give up
+    std::unique_ptr<ZALDialogAgent, ReleaseAgent> _ActionAgent; ///< valued when the files are there
+    ZALPathElement* _TargetPath = nullptr;                      ///< belongs to the selection agent
+    ZALListValZALUnicodeString _DownloadedFiles;
+    PanelAction _Action;
+    ZALUnicodeString _DocEnvId = "File"; ///< replaced by that of the notification
+};

@@ -1,0 +1,557 @@
+#include "openhost/cad/CadSession.h"
+
+#include "openhost/documents/DocumentStream.h"
+#include "openhost/files/Paths.h"
+#include "openhost/frame/Frame.h"
+#include "openhost/journal/Journal.h"
+#include "openhost/text/Utf.h"
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+
+namespace openhost {
+
+namespace {
+
+/// Longest beginning of a part number in the name of a component, in bytes.
+constexpr std::size_t MaximumNameSize = 1000;
+
+/// The one path of a file, however it is written; links are followed as far as they exist.
+std::filesystem::path Canonical(const std::filesystem::path& path)
+{
+    if (path.empty())
+        throw CadSessionError("an empty path names no document");
+    std::error_code error;
+    std::filesystem::path canonical = std::filesystem::weakly_canonical(std::filesystem::absolute(path), error);
+    return error ? std::filesystem::absolute(path).lexically_normal() : canonical;
+}
+
+bool Exists(const std::filesystem::path& path)
+{
+    std::error_code error;
+    return std::filesystem::exists(path, error);
+}
+
+/// Where the link `link` of a document in `folder` leads.
+std::filesystem::path Resolve(const std::filesystem::path& folder, const std::string& link)
+{
+    std::string stored = link;
+    std::ranges::replace(stored, '\\', '/');
+    const std::filesystem::path beside = folder / std::filesystem::path(stored).filename();
+    return Canonical(Exists(beside) ? beside : folder / stored);
+}
+
+/// The link of a document in `folder` to `target`. Refuses one that would lead elsewhere.
+std::string LinkTo(const std::filesystem::path& folder, const std::filesystem::path& target)
+{
+    const std::string link = (target.parent_path() == folder ? target.filename() : target).string();
+    if (target.parent_path() != folder && Exists(folder / target.filename()))
+        throw CadSessionError(link + ": another file of that name stands beside the product");
+    try {
+        EncodeLinkTable({link});
+    } catch (const DocumentStreamError& error) {
+        throw CadSessionError("no link can lead to the file: " + std::string(error.what()));
+    }
+    return link;
+}
+
+/// The name of a component before its number.
+std::string NameStem(const LoadedDocument& reference)
+{
+    std::string stem = reference.PartNumber().empty() ? reference.Path().stem().string() : reference.PartNumber();
+    if (stem.size() > MaximumNameSize) {
+        stem.resize(MaximumNameSize);
+        while (!IsUtf8(stem))
+            stem.pop_back();
+    }
+    return stem;
+}
+
+/// Whether `name` is `stem`, a point and a number.
+bool IsNumbered(const std::string& name, const std::string& stem)
+{
+    const std::size_t point = stem.size();
+    return name.size() > point + 1 && name.starts_with(stem) && name[point] == '.' &&
+           name.find_first_not_of("0123456789", point + 1) == std::string::npos;
+}
+
+void Tell(const LoadedDocument& document, const char* action)
+{
+    journal::Write("document", {{"path", document.Path().string()}, {"action", action}});
+}
+
+const char* ExtensionOf(DocumentKind kind)
+{
+    return kind == DocumentKind::Product ? ".ZALProduct" : ".ZALPart";
+}
+
+} // namespace
+
+CadSession::CadSession() = default;
+
+CadSession::~CadSession()
+{
+    for (const auto& [path, document] : documents_)
+        DetachChildren(*document);
+    while (!documents_.empty())
+        Remove(*documents_.begin()->second);
+    if (!windows_.empty())
+        SetEditor(false);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Documents
+
+LoadedDocument& CadSession::Open(const std::filesystem::path& path)
+{
+    LoadedDocument& document = Load(path);
+    if (document.open_) {
+        if (Active() != &document) {
+            std::erase(windows_, &document);
+            windows_.push_back(&document);
+            Tell(document, "activated");
+        }
+        return document;
+    }
+    document.open_ = true;
+    windows_.push_back(&document);
+    SetEditor(true);
+    Tell(document, "opened");
+    return document;
+}
+
+LoadedDocument* CadSession::Find(const std::filesystem::path& path) const
+{
+    if (path.empty())
+        return nullptr;
+    const auto found = documents_.find(Canonical(path).string());
+    return found != documents_.end() ? found->second : nullptr;
+}
+
+void CadSession::Close(LoadedDocument& document)
+{
+    if (!document.open_)
+        throw CadSessionError(document.path_.string() + ": the document has no window");
+    const bool wasActive = Active() == &document;
+    document.open_ = false;
+    std::erase(windows_, &document);
+    SetEditor(!windows_.empty());
+    Tell(document, "closed");
+    if (wasActive && Active())
+        Tell(*Active(), "activated");
+    UnloadUnused(document);
+}
+
+void CadSession::Save(LoadedDocument& document)
+{
+    if (!document.dirty_)
+        return;
+    Write(document, document.path_);
+    document.dirty_ = false;
+    Tell(document, "saved");
+}
+
+void CadSession::SaveAs(LoadedDocument& document, const std::filesystem::path& path)
+{
+    const std::filesystem::path file = Canonical(path);
+    if (file == document.path_)
+        return Save(document);
+    if (file.extension() != ExtensionOf(document.Kind()))
+        throw CadSessionError(file.string() + ": the document needs the extension " + ExtensionOf(document.Kind()));
+    if (documents_.contains(file.string()))
+        throw CadSessionError(file.string() + ": another document of the session has this file");
+
+    Write(document, file);
+    documents_.erase(document.path_.string());
+    document.path_ = file;
+    documents_[file.string()] = &document;
+    document.dirty_ = false;
+    Tell(document, "saved");
+    for (const auto& [father, count] : document.fathers_)
+        SetChanged(*father);
+}
+
+void CadSession::Write(const LoadedDocument& document, const std::filesystem::path& path)
+{
+    CadDocument contents = document.contents_;
+    if (document.Kind() == DocumentKind::Part)
+        contents.geometry = ReadDocument(document.path_).geometry;
+
+    std::unordered_map<std::string, std::uint32_t> positions;
+    const auto positionOf = [&](const std::string& link) {
+        const auto [known, isNew] = positions.try_emplace(link, static_cast<std::uint32_t>(contents.links.size()));
+        if (isNew)
+            contents.links.push_back(link);
+        return known->second;
+    };
+    std::unordered_map<const LoadedDocument*, std::uint32_t> references;
+    contents.children.reserve(document.children_.size());
+    for (const SessionProduct* child : document.children_) {
+        std::uint32_t link = 0;
+        if (!child->reference_)
+            link = positionOf(child->link_);
+        else if (const auto known = references.find(child->reference_); known != references.end())
+            link = known->second;
+        else
+            link = references[child->reference_] = positionOf(LinkTo(path.parent_path(), child->reference_->path_));
+        contents.children.push_back({child->name_, link, child->placement_});
+    }
+    for (const std::string& link : document.looseLinks_)
+        positionOf(link);
+    WriteDocument(contents, path);
+}
+
+void CadSession::SetChanged(LoadedDocument& document)
+{
+    document.dirty_ = true;
+    Tell(document, "changed");
+}
+
+// ---------------------------------------------------------------------------------------------
+// Loading
+
+LoadedDocument& CadSession::Load(const std::filesystem::path& path)
+{
+    const std::filesystem::path file = Canonical(path);
+    if (LoadedDocument* known = Find(file))
+        return *known;
+
+    std::vector<LoadedDocument*> fresh;
+    try {
+        fresh.push_back(&Enter(file, ReadDocument(file)));
+        for (std::size_t index = 0; index < fresh.size(); ++index)
+            LoadChildren(*fresh[index], fresh);
+        RefuseCycles(*fresh.front());
+        return *fresh.front();
+    } catch (...) {
+        for (LoadedDocument* document : fresh)
+            DetachChildren(*document);
+        for (LoadedDocument* document : fresh)
+            Remove(*document);
+        throw;
+    }
+}
+
+LoadedDocument& CadSession::Enter(const std::filesystem::path& path, CadDocument contents)
+{
+    if (documents_.size() >= MaximumDocuments)
+        throw CadSessionError(path.string() + ": the session has too many documents");
+    contents.geometry.reset();
+    auto* document = new LoadedDocument(*this, path, std::move(contents));
+    documents_[path.string()] = document;
+    auto& namesakes = byPartNumber_[document->PartNumber()];
+    namesakes.insert(document);
+    if (namesakes.size() > 1)
+        shared_.insert(document->PartNumber());
+    return *document;
+}
+
+void CadSession::LoadChildren(LoadedDocument& document, std::vector<LoadedDocument*>& fresh)
+{
+    const LinkTable links = std::exchange(document.contents_.links, {});
+    const std::vector<ChildInstance> children = std::exchange(document.contents_.children, {});
+    struct Target {
+        LoadedDocument* document = nullptr;
+        std::string problem;
+        bool used = false;
+    };
+    std::vector<Target> targets(links.size());
+    for (const ChildInstance& child : children)
+        targets[child.link].used = true;
+
+    for (std::size_t index = 0; index < links.size(); ++index) {
+        if (!targets[index].used) {
+            document.looseLinks_.push_back(links[index]);
+            continue;
+        }
+        const std::filesystem::path file = Resolve(document.path_.parent_path(), links[index]);
+        targets[index].document = Find(file);
+        if (targets[index].document)
+            continue;
+        try {
+            CadDocument contents = ReadDocument(file);
+            targets[index].document = &Enter(file, std::move(contents));
+            fresh.push_back(targets[index].document);
+        } catch (const CompoundFileError& error) {
+            targets[index].problem = Exists(file) ? error.what() : "missing";
+        }
+    }
+
+    document.children_.reserve(children.size());
+    for (const ChildInstance& child : children) {
+        const Target& target = targets[child.link];
+        auto* product = new SessionProduct(document, target.document, child.name, child.placement, false);
+        document.children_.push_back(product);
+        document.childNames_.insert(child.name);
+        if (target.document) {
+            Refer(document, *target.document);
+            continue;
+        }
+        product->link_ = links[child.link];
+        product->problem_ = target.problem;
+    }
+}
+
+void CadSession::RefuseCycles(LoadedDocument& root)
+{
+    // A walk in depth: documents that are on the way, and documents that are done.
+    struct Step {
+        LoadedDocument* document;
+        std::unordered_map<LoadedDocument*, std::size_t>::const_iterator next;
+    };
+    std::set<const LoadedDocument*> entered{&root};
+    std::set<const LoadedDocument*> onTheWay{&root};
+    std::vector<Step> way{{&root, root.references_.begin()}};
+    while (!way.empty()) {
+        Step& step = way.back();
+        if (step.next == step.document->references_.end()) {
+            onTheWay.erase(step.document);
+            way.pop_back();
+            continue;
+        }
+        LoadedDocument* reference = step.next->first;
+        ++step.next;
+        if (onTheWay.contains(reference))
+            throw CadSessionError(reference->path_.string() + ": the document is a part of itself");
+        if (entered.insert(reference).second) {
+            onTheWay.insert(reference);
+            way.push_back({reference, reference->references_.begin()});
+        }
+    }
+}
+
+void CadSession::Refer(LoadedDocument& father, LoadedDocument& reference)
+{
+    ++father.references_[&reference];
+    ++reference.fathers_[&father];
+}
+
+void CadSession::EndReference(LoadedDocument& father, LoadedDocument& reference)
+{
+    if (--father.references_[&reference] == 0)
+        father.references_.erase(&reference);
+    if (--reference.fathers_[&father] == 0)
+        reference.fathers_.erase(&father);
+}
+
+void CadSession::UnloadUnused(LoadedDocument& document)
+{
+    std::vector<LoadedDocument*> waiting{&document};
+    while (!waiting.empty()) {
+        LoadedDocument* unused = waiting.back();
+        waiting.pop_back();
+        if (unused->open_ || !unused->fathers_.empty())
+            continue;
+        for (const auto& [reference, count] : unused->references_)
+            waiting.push_back(reference);
+        DetachChildren(*unused);
+        Remove(*unused);
+    }
+}
+
+void CadSession::DetachChildren(LoadedDocument& document)
+{
+    for (SessionProduct* child : document.children_) {
+        if (child->reference_)
+            EndReference(document, *child->reference_);
+        child->owner_ = nullptr;
+        child->reference_ = nullptr;
+        child->Release();
+    }
+    document.children_.clear();
+}
+
+void CadSession::Remove(LoadedDocument& document)
+{
+    auto& namesakes = byPartNumber_[document.PartNumber()];
+    namesakes.erase(&document);
+    if (namesakes.size() < 2)
+        shared_.erase(document.PartNumber());
+    if (namesakes.empty())
+        byPartNumber_.erase(document.PartNumber());
+    documents_.erase(document.path_.string());
+    document.session_ = nullptr;
+    SessionProduct* root = std::exchange(document.root_, nullptr);
+    root->owner_ = nullptr;
+    root->reference_ = nullptr;
+    root->Release();
+    document.Release();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Components
+
+LoadedDocument& CadSession::LoadComponent(const LoadedDocument& father, const std::filesystem::path& path)
+{
+    LoadedDocument& document = Load(path);
+    try {
+        LinkTo(father.path_.parent_path(), document.path_);
+        if (Reaches(document, father))
+            throw CadSessionError(father.path_.string() + ": the product would be a part of itself");
+    } catch (const CadSessionError&) {
+        UnloadUnused(document);
+        throw;
+    }
+    return document;
+}
+
+bool CadSession::Reaches(const LoadedDocument& from, const LoadedDocument& to)
+{
+    std::set<const LoadedDocument*> seen{&from};
+    std::vector<const LoadedDocument*> waiting{&from};
+    while (!waiting.empty()) {
+        const LoadedDocument* document = waiting.back();
+        waiting.pop_back();
+        if (document == &to)
+            return true;
+        for (const auto& [reference, count] : document->references_)
+            if (seen.insert(reference).second)
+                waiting.push_back(reference);
+    }
+    return false;
+}
+
+std::string CadSession::TakeName(LoadedDocument& father, const LoadedDocument& reference)
+{
+    const std::string stem = NameStem(reference);
+    unsigned int& number = father.nextNumber_.try_emplace(stem, 1).first->second;
+    std::string name;
+    do
+        name = stem + "." + std::to_string(number++);
+    while (!father.childNames_.insert(name).second);
+    return name;
+}
+
+void CadSession::AddComponents(SessionProduct& father, const std::vector<std::filesystem::path>& files)
+{
+    LoadedDocument* document = father.reference_;
+    if (!document || document->Kind() != DocumentKind::Product)
+        throw CadSessionError(father.name_ + ": components can be added to a product only");
+
+    std::vector<LoadedDocument*> references;
+    try {
+        for (const std::filesystem::path& file : files)
+            references.push_back(&LoadComponent(*document, file));
+    } catch (...) {
+        const std::set<LoadedDocument*> loaded(references.begin(), references.end());
+        for (LoadedDocument* reference : loaded)
+            UnloadUnused(*reference);
+        throw;
+    }
+    for (LoadedDocument* reference : references) {
+        document->children_.push_back(
+            new SessionProduct(*document, reference, TakeName(*document, *reference), IdentityPlacement, false));
+        Refer(*document, *reference);
+    }
+    if (!references.empty())
+        SetChanged(*document);
+}
+
+void CadSession::ReplaceComponent(SessionProduct& father, SessionProduct& component, const std::filesystem::path& file,
+                                  bool allInstances)
+{
+    LoadedDocument* document = father.reference_;
+    if (!document || component.isRoot_ || component.owner_ != document)
+        throw CadSessionError(component.name_ + ": the product is no component of " + father.name_);
+    LoadedDocument& reference = LoadComponent(*document, file);
+
+    LoadedDocument* replaced = component.reference_;
+    const std::string link = component.link_;
+    const auto isReplaced = [&](const SessionProduct* child) {
+        return child->reference_ == replaced && child->link_ == link;
+    };
+    if (!allInstances)
+        Replace(component, reference);
+    else
+        for (SessionProduct* child : document->children_)
+            if (isReplaced(child))
+                Replace(*child, reference);
+    if (replaced)
+        UnloadUnused(*replaced);
+    SetChanged(*document);
+}
+
+void CadSession::Replace(SessionProduct& component, LoadedDocument& reference)
+{
+    LoadedDocument& father = *component.owner_;
+    LoadedDocument* replaced = component.reference_;
+    Refer(father, reference);
+    if (replaced && replaced != &reference && IsNumbered(component.name_, NameStem(*replaced))) {
+        father.childNames_.erase(component.name_);
+        component.name_ = TakeName(father, reference);
+    }
+    component.reference_ = &reference;
+    component.link_.clear();
+    component.problem_.clear();
+    if (replaced)
+        EndReference(father, *replaced);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Names
+
+std::set<const LoadedDocument*> CadSession::RootsOf(const LoadedDocument& document)
+{
+    std::set<const LoadedDocument*> roots;
+    std::set<const LoadedDocument*> seen{&document};
+    std::vector<const LoadedDocument*> waiting{&document};
+    while (!waiting.empty()) {
+        const LoadedDocument* below = waiting.back();
+        waiting.pop_back();
+        if (below->open_ || below->fathers_.empty())
+            roots.insert(below);
+        for (const auto& [father, count] : below->fathers_)
+            if (seen.insert(father).second)
+                waiting.push_back(father);
+    }
+    return roots;
+}
+
+std::vector<std::string> CadSession::DisputedPartNumbers(LoadedDocument& document) const
+{
+    const std::set<const LoadedDocument*> trees = RootsOf(document);
+    const auto standsInThem = [&](const LoadedDocument* namesake) {
+        const std::set<const LoadedDocument*> roots = RootsOf(*namesake);
+        return std::ranges::any_of(roots, [&](const LoadedDocument* root) { return trees.contains(root); });
+    };
+    std::vector<std::string> disputed;
+    for (const std::string& partNumber : shared_)
+        if (std::ranges::count_if(byPartNumber_.at(partNumber), standsInThem) > 1)
+            disputed.push_back(partNumber);
+    return disputed;
+}
+
+ZALPathElement* CadSession::FindPath(const std::string& names) const
+{
+    if (!Active())
+        return nullptr;
+    // Names may hold "/" themselves, so that each component that fits is tried.
+    std::vector<SessionProduct*> way;
+    const std::function<bool(SessionProduct&, std::string_view)> walk = [&](SessionProduct& product,
+                                                                            std::string_view rest) {
+        if (!rest.starts_with(product.name_))
+            return false;
+        rest.remove_prefix(product.name_.size());
+        if (!rest.empty() && rest.front() != '/')
+            return false;
+        way.push_back(&product);
+        if (rest.empty())
+            return true;
+        rest.remove_prefix(1);
+        if (product.reference_)
+            for (SessionProduct* child : product.reference_->children_)
+                if (walk(*child, rest))
+                    return true;
+        way.pop_back();
+        return false;
+    };
+    if (!walk(*Active()->root_, names))
+        return nullptr;
+    auto* path = new ZALPathElement;
+    for (SessionProduct* product : way)
+        path->AddChildElement(product);
+    return path;
+}
+
+} // namespace openhost

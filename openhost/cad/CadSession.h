@@ -1,0 +1,99 @@
+// The documents and products of a session.
+#pragma once
+
+#include "openhost/cad/CadServices.h"
+#include "openhost/cad/LoadedDocument.h"
+
+#include <filesystem>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace openhost {
+
+/// Why the session refuses an operation.
+class CadSessionError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The CAD session of a run. An instance stands in the document of its father, so that a sub-product that is used
+/// twice is changed in both places. Each document is loaded once, however often it is referred to, and stays loaded as
+/// long as it has a window or another document refers to it.
+///
+/// Links are looked up beside the document first, then as they are written. A child whose document is missing or
+/// damaged is kept as such. Operations that fail throw CadSessionError or CompoundFileError and change nothing.
+/// What happens is written to the journal as events "document".
+class CadSession : public CadServices {
+public:
+    /// Most documents that a session loads.
+    static constexpr std::size_t MaximumDocuments = 100'000;
+
+    CadSession();
+    CadSession(const CadSession&) = delete;
+    CadSession& operator=(const CadSession&) = delete;
+    /// Unsaved changes are lost.
+    ~CadSession() override;
+
+    /// Opens the document `path` in a window and makes it the active one; one that has a window becomes active.
+    LoadedDocument& Open(const std::filesystem::path& path);
+    /// The loaded document of the file `path`, or null.
+    LoadedDocument* Find(const std::filesystem::path& path) const;
+    /// The document of the active window, or null.
+    LoadedDocument* Active() const { return windows_.empty() ? nullptr : windows_.back(); }
+    std::size_t LoadedDocuments() const { return documents_.size(); }
+    /// Closes the window of `document`; the one that was active before it becomes active. Changes are lost unless
+    /// another document still refers to it.
+    void Close(LoadedDocument& document);
+    /// Writes `document` to its file. Nothing is written when the file is up to date.
+    void Save(LoadedDocument& document);
+    /// Writes `document` to the file `path`, which is its file from then on. Documents that refer to it are changed.
+    void SaveAs(LoadedDocument& document, const std::filesystem::path& path);
+
+    /// Adds one component for each of `files` to the product that `father` refers to. Their names are the part number,
+    /// a point and the lowest number from 1 that has not been given yet; they stand at the origin.
+    void AddComponents(SessionProduct& father, const std::vector<std::filesystem::path>& files);
+    /// Puts the document `file` in the place of `component`, which stands in the product that `father` refers to, and
+    /// with `allInstances` in that of each component of that product with the same reference. Position and place in the
+    /// list stay. So does a name, unless it is one that AddComponents has given.
+    void ReplaceComponent(SessionProduct& father, SessionProduct& component, const std::filesystem::path& file,
+                          bool allInstances);
+
+    /// The part numbers that two or more documents have in the tree or trees that `document` stands in.
+    std::vector<std::string> DisputedPartNumbers(LoadedDocument& document) const;
+    /// The way through the tree of the active document that `names` tells: the part number of the root, then the names
+    /// of components, with "/" between them. With a reference for the caller; null when there is no such way.
+    ZALPathElement* FindPath(const std::string& names) const;
+
+    ZALIAApplication* GetApplication() override;
+    ZALDocument* FindDocument(const ZALUnicodeString& path) override;
+    ZALBaseUnknown* GetRootProduct(ZALDocument& document) override;
+    bool IsOfPart(ZALIProduct& product) override;
+
+private:
+    LoadedDocument& Load(const std::filesystem::path& path);
+    LoadedDocument& Enter(const std::filesystem::path& path, CadDocument contents);
+    LoadedDocument& LoadComponent(const LoadedDocument& father, const std::filesystem::path& path);
+    void LoadChildren(LoadedDocument& document, std::vector<LoadedDocument*>& fresh);
+    static void RefuseCycles(LoadedDocument& root);
+    static void Refer(LoadedDocument& father, LoadedDocument& reference);
+    static void EndReference(LoadedDocument& father, LoadedDocument& reference);
+    static void DetachChildren(LoadedDocument& document);
+    void UnloadUnused(LoadedDocument& document);
+    void Remove(LoadedDocument& document);
+    static void SetChanged(LoadedDocument& document);
+    static void Write(const LoadedDocument& document, const std::filesystem::path& path);
+    static void Replace(SessionProduct& component, LoadedDocument& reference);
+    static bool Reaches(const LoadedDocument& from, const LoadedDocument& to); ///< also true for the same document
+    static std::string TakeName(LoadedDocument& father, const LoadedDocument& reference);
+    static std::set<const LoadedDocument*> RootsOf(const LoadedDocument& document);
+
+    std::unordered_map<std::string, LoadedDocument*> documents_; ///< by path; each with a reference of the session
+    std::vector<LoadedDocument*> windows_;                       ///< the active one last
+    std::unordered_map<std::string, std::set<LoadedDocument*>> byPartNumber_;
+    std::set<std::string> shared_; ///< part numbers that two or more documents have
+};
+
+} // namespace openhost

@@ -1,0 +1,249 @@
+// What the products of the session offer by query.
+
+#include "openhost/cad/Automation.h"
+#include "openhost/cad/CadSession.h"
+#include "openhost/files/Paths.h"
+#include "openhost/journal/Journal.h"
+#include "openhost/text/Utf.h"
+
+namespace openhost {
+
+namespace {
+
+/// An interface of a product. Holds the product.
+template <class Interface>
+class ProductFacet : public Interface {
+public:
+    explicit ProductFacet(SessionProduct& product) : product_(product) { product_.AddRef(); }
+    ~ProductFacet() override { product_.Release(); }
+    ZALBaseUnknown* GetImpl(int) override { return &product_; }
+
+protected:
+    SessionProduct& Product() const { return product_; }
+
+private:
+    SessionProduct& product_;
+};
+
+/// Runs `operation`, which may throw; E_FAIL, and a line in the journal, when it does.
+template <class Operation>
+HRESULT Guard(const char* name, Operation operation)
+{
+    try {
+        operation();
+        return S_OK;
+    } catch (const std::exception& error) {
+        journal::Write("document", {{"action", "refused"}, {"operation", name}, {"reason", error.what()}});
+        return E_FAIL;
+    }
+}
+
+std::filesystem::path PathOf(const ZALUnicodeString& path)
+{
+    return SystemPath(path);
+}
+
+class ProductInterface : public ProductFacet<ZALIProduct> {
+public:
+    using ProductFacet::ProductFacet;
+
+    ZALIProduct* GetReferenceProduct() override { return RootOf(Product().Reference()); }
+    ZALIProduct* GetFatherProduct() override { return Product().IsRoot() ? nullptr : RootOf(Product().Owner()); }
+    HRESULT GetPartNumber(ZALUnicodeString& partNumber) override
+    {
+        const LoadedDocument* reference = Product().Reference();
+        partNumber = reference ? FromUtf8(reference->PartNumber()) : ZALUnicodeString();
+        return reference ? S_OK : E_FAIL;
+    }
+
+private:
+    static ZALIProduct* RootOf(const LoadedDocument* document)
+    {
+        return document && document->Root() ? new ProductInterface(*document->Root()) : nullptr;
+    }
+};
+
+class GhostInterface : public ProductFacet<ZALIPrdGhost> {
+public:
+    using ProductFacet::ProductFacet;
+    bool IsLoaded() override { return Product().Reference() != nullptr; }
+};
+
+class ComponentInterface : public ProductFacet<ZALIAProduct> {
+public:
+    using ProductFacet::ProductFacet;
+};
+
+/// Offered by parts and missing products as well: who wants to replace one asks it first. Nothing can be added to them.
+class ComponentsInterface : public ProductFacet<ZALIAProducts> {
+public:
+    using ProductFacet::ProductFacet;
+
+    HRESULT AddComponentsFromFiles(const ZALVariant& files, ZALBSTR method) override
+    {
+        if (!files.array || FromBSTR(method).Compare("*") != ZALTextsIdentical)
+            return E_INVALIDARG;
+        std::vector<std::filesystem::path> paths;
+        for (const ZALUnicodeString& file : TextsOf(files))
+            paths.push_back(PathOf(file));
+        return Guard("AddComponentsFromFiles", [&] { Session().AddComponents(Product(), paths); });
+    }
+
+    HRESULT ReplaceComponent(ZALIAProduct* component, ZALBSTR file, ZALVariantBool allInstances,
+                             ZALIAProduct** replacement) override
+    {
+        if (!replacement)
+            return E_INVALIDARG;
+        *replacement = nullptr;
+        auto* replaced = component ? dynamic_cast<SessionProduct*>(component->GetImpl(0)) : nullptr;
+        if (!replaced || !file)
+            return E_INVALIDARG;
+        const HRESULT result = Guard("ReplaceComponent", [&] {
+            Session().ReplaceComponent(Product(), *replaced, PathOf(FromBSTR(file)), allInstances != ZALVariantFalse);
+        });
+        if (SUCCEEDED(result))
+            *replacement = new ComponentInterface(*replaced);
+        return result;
+    }
+
+private:
+    CadSession& Session() const
+    {
+        const LoadedDocument* document = Product().Reference();
+        if (!document || !document->Session())
+            throw CadSessionError("the document of the product is not loaded");
+        return *document->Session();
+    }
+};
+
+class UsedName : public ZALNameServerEntry {
+public:
+    explicit UsedName(const std::string& name) : name_(FromUtf8(name)) {}
+    HRESULT GetName(ZALUnicodeString& name) override
+    {
+        name = name_;
+        return S_OK;
+    }
+
+private:
+    ZALUnicodeString name_;
+};
+
+class UsedNames : public ZALNameServerEntries {
+public:
+    explicit UsedNames(std::vector<std::string> names) : names_(std::move(names)) {}
+    int GetCount() override { return static_cast<int>(names_.size()); }
+    ZALNameServerEntry* GetItem(int index) override
+    {
+        return index >= 1 && index <= GetCount() ? new UsedName(names_[static_cast<std::size_t>(index - 1)]) : nullptr;
+    }
+
+private:
+    std::vector<std::string> names_;
+};
+
+class NameServer : public ProductFacet<ZALNameServer> {
+public:
+    using ProductFacet::ProductFacet;
+    ZALNameServerEntries* GetEntries() override
+    {
+        LoadedDocument* document = Product().Owner();
+        if (!document || !document->Session())
+            return nullptr;
+        return new UsedNames(document->Session()->DisputedPartNumbers(*document));
+    }
+};
+
+class NameServerInterface : public ProductFacet<ZALINameServerAccess> {
+public:
+    using ProductFacet::ProductFacet;
+    ZALNameServer* GetNameServer() override { return new NameServer(Product()); }
+};
+
+template <class Facet>
+ZALBaseUnknown* Offer(ZALBaseUnknown* product)
+{
+    return new Facet(static_cast<SessionProduct&>(*product));
+}
+
+const ZALFillDictionary Products("SessionProduct", "ZALIProduct", Offer<ProductInterface>, 0);
+const ZALFillDictionary Ghosts("SessionProduct", "ZALIPrdGhost", Offer<GhostInterface>, 0);
+const ZALFillDictionary ComponentsAsOne("SessionProduct", "ZALIAProduct", Offer<ComponentInterface>, 0);
+const ZALFillDictionary Components("SessionProduct", "ZALIAProducts", Offer<ComponentsInterface>, 0);
+const ZALFillDictionary NameServers("SessionProduct", "ZALINameServerAccess", Offer<NameServerInterface>, 0);
+
+// ---------------------------------------------------------------------------------------------
+// The application
+
+class DocumentInterface : public ZALIADocument {
+public:
+    explicit DocumentInterface(LoadedDocument& document) : document_(document) { document_.AddRef(); }
+    ~DocumentInterface() override { document_.Release(); }
+    ZALBaseUnknown* GetImpl(int) override { return &document_; }
+
+private:
+    LoadedDocument& document_;
+};
+
+/// The session in use, whichever it is when a call comes.
+CadSession* SessionInUse()
+{
+    return dynamic_cast<CadSession*>(CadServices::Current());
+}
+
+class DocumentsInterface : public ZALIADocuments {
+public:
+    HRESULT Open(ZALBSTR path, ZALIADocument** document) override
+    {
+        if (!document)
+            return E_INVALIDARG;
+        *document = nullptr;
+        CadSession* session = SessionInUse();
+        if (!path || !session)
+            return E_FAIL;
+        return Guard("Open", [&] { *document = new DocumentInterface(session->Open(PathOf(FromBSTR(path)))); });
+    }
+};
+
+class ApplicationInterface : public ZALIAApplication {
+public:
+    HRESULT GetDocuments(ZALIADocuments** documents) override
+    {
+        if (!documents)
+            return E_INVALIDARG;
+        *documents = SessionInUse() ? new DocumentsInterface : nullptr;
+        return *documents ? S_OK : E_FAIL;
+    }
+};
+
+} // namespace
+
+ZALIAApplication* CadSession::GetApplication()
+{
+    return new ApplicationInterface;
+}
+
+ZALDocument* CadSession::FindDocument(const ZALUnicodeString& path)
+{
+    LoadedDocument* document = Find(PathOf(path));
+    if (document)
+        document->AddRef();
+    return document;
+}
+
+ZALBaseUnknown* CadSession::GetRootProduct(ZALDocument& document)
+{
+    const auto* loaded = dynamic_cast<LoadedDocument*>(&document);
+    SessionProduct* root = loaded ? loaded->Root() : nullptr;
+    if (root)
+        root->AddRef();
+    return root;
+}
+
+bool CadSession::IsOfPart(ZALIProduct& product)
+{
+    const auto* own = dynamic_cast<SessionProduct*>(product.GetImpl(0));
+    return own && own->Reference() && own->Reference()->Kind() == DocumentKind::Part;
+}
+
+} // namespace openhost

@@ -1,0 +1,27 @@
+#include "host/cad.h"
+
+ZALPathElement::ZALPathElement() = default;
+
+ZALPathElement::~ZALPathElement()
+{
+    for (ZALBaseUnknown* object : objects_)
+        object->Release();
+}
+
+void ZALPathElement::InitToLeafElement()
+{
+    next_ = objects_.size();
+}
+
+ZALBaseUnknown* ZALPathElement::GetNextFatherObject()
+{
+    return next_ > 0 ? objects_[--next_] : nullptr;
+}
+
+void ZALPathElement::AddChildElement(ZALBaseUnknown* object)
+{
+    if (!object)
+        return;
+    object->AddRef();
+    objects_.push_back(object);
+}

@@ -1,0 +1,68 @@
+#include "openhost/commands/DialogEngine.h"
+
+#include "openhost/commands/ZALStateCommandRun.h"
+#include "openhost/journal/Journal.h"
+
+#include "host/cad.h"
+
+#include <algorithm>
+
+namespace openhost {
+
+DialogEngine& DialogEngine::Current()
+{
+    // Never destroyed: commands of a module may end after the statics of this library.
+    static auto& engine = *new DialogEngine;
+    return engine;
+}
+
+Pick DialogEngine::Offer(ZALPathElement* path, const std::string& element)
+{
+    Pick pick;
+    const auto newest = std::find_if(runs_.rbegin(), runs_.rend(),
+                                     [](const ZALStateCommandRun* run) { return run->WaitsForElement(); });
+    if (newest == runs_.rend()) {
+        pick.reason = "no command waits for an element";
+        journal::Write("selection", {{"element", element}, {"accepted", false}, {"reason", pick.reason}});
+        return pick;
+    }
+
+    // The command lives until its transitions have been tried: they end it by a posted call at the earliest.
+    ZALStateCommandRun& run = **newest;
+    pick.command = run.Name();
+    pick.reason = run.Take(path);
+    pick.accepted = pick.reason.empty();
+    nlohmann::ordered_json event = {{"element", element}, {"accepted", pick.accepted}, {"command", pick.command}};
+    if (!pick.accepted)
+        event["reason"] = pick.reason;
+    journal::Write("selection", event);
+    if (pick.accepted)
+        run.TryTransitions();
+    return pick;
+}
+
+void DialogEngine::EndCommand(ZALStateCommand* command)
+{
+    const auto found = std::ranges::find(runs_, command, &ZALStateCommandRun::command);
+    if (found != runs_.end())
+        (*found)->EndByHost();
+}
+
+void DialogEngine::EndAll()
+{
+    // By a list of its own: a command may start and end others while it is cancelled.
+    const std::vector<RunningCommand> ending = Commands();
+    for (auto running = ending.rbegin(); running != ending.rend(); ++running)
+        EndCommand(running->command);
+}
+
+std::vector<RunningCommand> DialogEngine::Commands() const
+{
+    std::vector<RunningCommand> commands;
+    for (const ZALStateCommandRun* run : runs_)
+        commands.push_back(
+            {run->command, run->Name(), run->active ? run->active->GetName().CastToCharPtr() : std::string()});
+    return commands;
+}
+
+} // namespace openhost

@@ -1,0 +1,266 @@
+#include "openhost/commands/ZALStateCommandRun.h"
+
+#include "openhost/commands/DialogEngine.h"
+#include "openhost/journal/Journal.h"
+#include "openhost/loop/EventLoop.h"
+#include "openhost/text/Utf.h"
+
+#include "host/cad.h"
+#include "host/dialogs.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+/// Transitions that one value may cause. A graph that needs more runs in a circle.
+constexpr int MostTransitions = 1000;
+
+/// Levels of resource files. A list that is longer has no end.
+constexpr int MostLevels = 32;
+
+} // namespace
+
+bool ZALDialogCondition::Holds() const
+{
+    ZALBaseUnknown* agent = agent_.GetComponent();
+    if (!agent)
+        return false;
+    const bool holds = static_cast<ZALDialogAgent*>(agent)->IsOutputSet();
+    agent->Release();
+    return holds;
+}
+
+/// Lasts while code of the command may run: holds the command, and lets an ended one be released behind the last of
+/// them.
+class ZALStateCommandRun::Inside {
+public:
+    explicit Inside(ZALStateCommandRun& run) : run_(run)
+    {
+        ++run_.inside_;
+        run_.command->AddRef();
+    }
+    Inside(const Inside&) = delete;
+    Inside& operator=(const Inside&) = delete;
+    ~Inside()
+    {
+        ZALStateCommand* held = run_.command;
+        if (--run_.inside_ == 0 && run_.ended_) {
+            const auto release = [](ZALStateCommand* ended) { ended->Release(); };
+            openhost::EventLoop::Current().Post(
+                [ended = std::shared_ptr<ZALStateCommand>(held, release)]() mutable { ended.reset(); });
+        }
+        held->Release();
+    }
+
+private:
+    ZALStateCommandRun& run_;
+};
+
+ZALStateCommandRun::ZALStateCommandRun(ZALStateCommand* owner) : command(owner)
+{
+    static std::uint64_t last = 0;
+    number_ = ++last;
+    openhost::DialogEngine::Current().runs_.push_back(this);
+    openhost::EventLoop::Current().Post([number = number_] {
+        const auto& runs = openhost::DialogEngine::Current().runs_;
+        const auto found = std::ranges::find(runs, number, &ZALStateCommandRun::number_);
+        if (found != runs.end())
+            (*found)->Begin();
+    });
+}
+
+ZALStateCommandRun::~ZALStateCommandRun()
+{
+    LeaveEngine();
+}
+
+void ZALStateCommandRun::LeaveEngine()
+{
+    std::erase(openhost::DialogEngine::Current().runs_, this);
+}
+
+ZALDialogState* ZALStateCommandRun::AddState(const ZALString& name)
+{
+    return states.emplace_back(new ZALDialogState(command, name)).get();
+}
+
+// ---------------------------------------------------------------------------------------------
+// The run
+
+void ZALStateCommandRun::Begin()
+{
+    const Inside inside(*this);
+    openhost::journal::Write("command", {{"command", Name()}, {"action", "begun"}});
+
+    command->BuildCommandGraph();
+    if (ended_)
+        return;
+
+    activated_ = true;
+    command->Activate(nullptr, nullptr);
+    if (ended_)
+        return;
+
+    Enter(initial ? initial : command->GetCancelState());
+    TakeTransitions();
+}
+
+void ZALStateCommandRun::ValueGiven(ZALStateCommand& command)
+{
+    command.run_->TryTransitions();
+}
+
+void ZALStateCommandRun::TryTransitions()
+{
+    if (inside_ > 0 || !active)
+        return;
+    const Inside inside(*this);
+    TakeTransitions();
+}
+
+void ZALStateCommandRun::TakeTransitions()
+{
+    for (int taken = 0; active; ++taken) {
+        const auto next = std::ranges::find_if(transitions, [this](const Transition& transition) {
+            return transition.from == active && transition.condition->Holds();
+        });
+        if (next == transitions.end())
+            return;
+        if (taken == MostTransitions) {
+            End("cancelled", true);
+            return;
+        }
+
+        // A copy: an action may add transitions.
+        const Transition transition = *next;
+        if (transition.action && !transition.action->Run())
+            return;
+        if (active)
+            Enter(transition.to);
+    }
+}
+
+void ZALStateCommandRun::Enter(ZALDialogState* state)
+{
+    if (!state) {
+        End("done", false);
+        return;
+    }
+    if (state == cancel) {
+        End("cancelled", true);
+        return;
+    }
+
+    active = state;
+    openhost::journal::Write("command",
+                             {{"command", Name()}, {"action", "entered"}, {"state", state->GetName().CastToCharPtr()}});
+    if (state->GetResourceID().GetLengthInChar() > 0 && openhost::journal::IsOpen())
+        Prompt();
+}
+
+void ZALStateCommandRun::Prompt() const
+{
+    const std::string key = active->GetResourceID().CastToCharPtr();
+    ZALUnicodeString text;
+    for (int level = 0; level < MostLevels && text.GetLengthInChar() == 0; ++level) {
+        const ZALString file = command->GetResourceFilename(level);
+        if (file.GetLengthInChar() == 0)
+            break;
+        const std::string prefix = command->IsOtherResourceFile(level)
+                                       ? std::string(command->GetResourceClass(level).CastToCharPtr()) + "."
+                                       : "";
+        text = ZALMsgCatalog::BuildMessage(file, (prefix + key).c_str(), nullptr, 0, {});
+    }
+    openhost::journal::Write("prompt", {{"command", Name()},
+                                        {"state", active->GetName().CastToCharPtr()},
+                                        {"text", text.GetLengthInChar() > 0 ? openhost::ToUtf8(text) : key}});
+}
+
+// ---------------------------------------------------------------------------------------------
+// Picks
+
+bool ZALStateCommandRun::WaitsForElement() const
+{
+    return inside_ == 0 && active && !ElementAgents().empty();
+}
+
+std::vector<ZALStateCommandRun::HeldAgent> ZALStateCommandRun::ElementAgents() const
+{
+    std::vector<HeldAgent> agents;
+    for (const ZALBaseUnknown_WR& reference : active->agents_) {
+        ZALBaseUnknown* agent = reference.GetComponent();
+        if (auto* elementAgent = dynamic_cast<ZALPathElementAgent*>(agent))
+            agents.emplace_back(elementAgent);
+        else if (agent)
+            agent->Release();
+    }
+    return agents;
+}
+
+std::string ZALStateCommandRun::Take(ZALPathElement* path)
+{
+    if (!path)
+        return "there is no element";
+    path->InitToLeafElement();
+    ZALBaseUnknown* leaf = path->GetNextFatherObject();
+    if (!leaf)
+        return "there is no element";
+
+    const Inside inside(*this);
+    std::vector<HeldAgent> agents = ElementAgents();
+    std::stable_partition(agents.begin(), agents.end(), [](const HeldAgent& agent) { return !agent->IsOutputSet(); });
+    std::string refusal;
+    for (const HeldAgent& agent : agents) {
+        std::string reason = Ask(*agent, leaf);
+        if (!active)
+            return "the command has ended";
+        if (reason.empty()) {
+            path->AddRef();
+            if (agent->value_)
+                agent->value_->Release();
+            agent->value_ = path;
+            agent->leaf_ = leaf;
+            agent->outputSet_ = true;
+            return {};
+        }
+        if (refusal.empty())
+            refusal = std::move(reason);
+    }
+    return refusal;
+}
+
+std::string ZALStateCommandRun::Ask(ZALPathElementAgent& agent, ZALBaseUnknown* leaf)
+{
+    if (agent.elementType_.GetLengthInChar() > 0) {
+        ZALBaseUnknown* offered = nullptr;
+        if (FAILED(leaf->QueryInterface(agent.elementType_.CastToCharPtr(), &offered)))
+            return std::string("the element does not offer ") + agent.elementType_.CastToCharPtr();
+        offered->Release();
+    }
+    if (!agent.filter_)
+        return {};
+    agent.offered_ = leaf;
+    const bool accepted = agent.filter_->Accepts(&agent);
+    agent.offered_ = nullptr;
+    return accepted ? "" : "the command does not accept the element";
+}
+
+// ---------------------------------------------------------------------------------------------
+// The end
+
+void ZALStateCommandRun::EndByHost()
+{
+    const Inside inside(*this);
+    End("ended", activated_);
+}
+
+void ZALStateCommandRun::End(const char* how, bool cancels)
+{
+    ended_ = true;
+    active = nullptr;
+    LeaveEngine();
+    openhost::journal::Write("command", {{"command", Name()}, {"action", how}});
+    if (cancels)
+        command->Cancel(nullptr, nullptr);
+}

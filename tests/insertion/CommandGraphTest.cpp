@@ -1,0 +1,538 @@
+// The command of insert and replace: its selection, its download and its ends.
+
+#include "tests/insertion/OperationFixture.h"
+
+#include "download/ZALVelmartFileDownloadCompleteNotification.h"
+#include "download/ZALVelmartFileDownloader.h"
+#include "insertion/ZALVelmartMeridiaAccessAddinActionCmd.h"
+#include "openhost/commands/DialogEngine.h"
+#include "openhost/text/Utf.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace openhost::testing {
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Complete = ZALVelmartFileDownloadCompleteNotification;
+using Command = ZALVelmartMeridiaAccessAddinActionCmd;
+
+constexpr const char* CommandName = "ZALVelmartMeridiaAccessAddinActionCmd";
+constexpr const char* DefaultText = "Transaction has failed";
+/// Runs until the test ends it.
+constexpr const char* RemoteFile = R"({"downloadUrl":"http://127.0.0.1/item.zip"})";
+/// Is there at once.
+constexpr const char* LocalFile =
+    R"({"attributes":{"catalog":{"configOpeningBehaviour":"openInSource"},"sourceUrl":"file:///parts/bolt.ZALPart"}})";
+/// Cannot be downloaded.
+constexpr const char* NoFile = "{}";
+
+// Without another component that takes downloads over.
+class CommandGraph : public HostFixture {
+protected:
+    CommandGraph()
+        : root_(new ScriptedProduct(cad_, "Root")), child_(new ScriptedProduct(cad_, "Child")),
+          document_(new ScriptedProduct(cad_, "Document"))
+    {
+        root_->reference = root_.get();
+        child_->father = root_.get();
+        child_->reference = document_.get();
+        ConfigureFrame({.applicationDocument = false, .editor = true});
+        journal::Redirect([this](const nlohmann::ordered_json& event) {
+            if (event["event"] == "prompt" || (event["event"] == "command" && event.contains("action")))
+                journal_.push_back(event.value("action", "prompt") + " " + event.value("state", "") +
+                                   event.value("text", ""));
+        });
+    }
+    ~CommandGraph() override
+    {
+        Engine().EndAll();
+        // The downloader lives longer than the test: no transfer may stay with it.
+        for (std::size_t number = 0; number < Transport().Count(); ++number)
+            Transport().At(number).End(TransferEnd::Failed);
+        Loop().RunUntilIdle();
+        EXPECT_EQ(Waiting(), 0U);
+        EXPECT_EQ(cad_.livingObjects, 0);
+        journal::Redirect({});
+    }
+
+    static DialogEngine& Engine() { return DialogEngine::Current(); }
+    static ZALVelmartFileDownloader& Downloader() { return *ZALVelmartFileDownloader::GetInstance(); }
+    /// How many commands wait for the end of a download.
+    static std::size_t Waiting() { return SubscribersOf(&Downloader(), Complete::ClassName()).size(); }
+    static void EndDownload(Complete notification) { DispatchCallbacks(&Downloader(), &notification); }
+    static Complete Files(const Texts& paths, Complete::Status status = Complete::DownloadSucceeded)
+    {
+        return Complete(List(paths), status);
+    }
+
+    Command* Start(PanelAction action, const char* request = RemoteFile)
+    {
+        ZALOmxAny content;
+        EXPECT_EQ(ZALOmxJson().parse(request, content), S_OK);
+        auto* command = new Command(action, content);
+        Loop().RunUntilIdle();
+        return command;
+    }
+    Pick Select(ScriptedProduct& product)
+    {
+        const Owned<ZALPathElement> path(PathTo(product));
+        return Engine().Offer(path.get());
+    }
+    /// A command whose download is under way, of `action` on the child.
+    Command* Begin(PanelAction action)
+    {
+        Command* command = Start(action);
+        EXPECT_TRUE(Select(Child()).accepted);
+        EXPECT_EQ(State(), "DownloadState");
+        EXPECT_EQ(Waiting(), 1U);
+        return command;
+    }
+    /// The state of the newest command, "(none)" when all have ended.
+    static std::string State()
+    {
+        const std::vector<RunningCommand> commands = Engine().Commands();
+        return commands.empty() ? "(none)" : commands.back().state;
+    }
+    /// All commands have ended, and nobody waits for a download any more.
+    void ExpectEnd()
+    {
+        EXPECT_EQ(State(), "(none)");
+        Loop().RunUntilIdle();
+        EXPECT_EQ(Waiting(), 0U);
+    }
+
+    ScriptedCad& Cad() { return cad_; }
+    ScriptedProduct& Root() { return *root_; }
+    ScriptedProduct& Child() { return *child_; }
+    const Texts& Journal() const { return journal_; }
+    Texts QuestionTexts()
+    {
+        Texts texts;
+        for (const ScriptedSurface::Question& question : Surface().Questions())
+            texts.push_back(question.text);
+        return texts;
+    }
+    /// Installs the command's message catalog with `lines`.
+    void InstallCatalog(const std::string& lines)
+    {
+        const std::filesystem::path folder = Folder() / "installation" / "resources" / "msgcatalog";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / (std::string(CommandName) + ".ZALNls")) << lines;
+    }
+
+private:
+    ScriptedCad cad_;
+    Owned<ScriptedProduct> root_;
+    Owned<ScriptedProduct> child_;
+    Owned<ScriptedProduct> document_;
+    Texts journal_;
+};
+
+class EitherCommand : public CommandGraph, public ::testing::WithParamInterface<PanelAction> {
+protected:
+    /// What the operation has done with the file of a good download.
+    Texts Done() const
+    {
+        return {GetParam() == ActionInsert ? "Add to Child: /parts/bolt.ZALPart, method *"
+                                           : "Replace Child in Root: /parts/bolt.ZALPart, all"};
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Actions, EitherCommand, ::testing::Values(ActionInsert, ActionReplace),
+                         [](const auto& action) { return action.param == ActionInsert ? "Insert" : "Replace"; });
+
+// ---------------------------------------------------------------------------------------------
+// Begin
+
+TEST_P(EitherCommand, HasItsNameItsModeAndItsResources)
+{
+    const Command* command = Start(GetParam());
+    EXPECT_STREQ(command->GetName().CastToCharPtr(), CommandName);
+    EXPECT_EQ(command->GetMode(), 0);
+    EXPECT_STREQ(command->GetResourceFilename(0).CastToCharPtr(), CommandName);
+    EXPECT_STREQ(command->GetResourceFilename(-1).CastToCharPtr(), CommandName);
+    EXPECT_STREQ(command->GetResourceFilename(1).CastToCharPtr(), "");
+    EXPECT_STREQ(command->GetResourceClass(0).CastToCharPtr(), CommandName);
+    EXPECT_STREQ(command->GetResourceClass(1).CastToCharPtr(), "");
+    EXPECT_EQ(command->IsOtherResourceFile(0), 0);
+    EXPECT_EQ(command->IsOtherResourceFile(1), 0);
+}
+
+TEST_P(EitherCommand, IsActivatedAndCancelledWithoutAnAdditionOfItsOwn)
+{
+    Command* command = Start(GetParam());
+    EXPECT_EQ(command->Activate(nullptr, nullptr), S_OK);
+    EXPECT_EQ(command->Cancel(nullptr, nullptr), S_OK);
+    EXPECT_EQ(State(), "InitialState");
+}
+
+TEST_P(EitherCommand, AsksForATargetWithItsOwnPrompt)
+{
+    InstallCatalog("InitialStateInsert = \"Where to?\";\nInitialStateReplace = \"Which one?\";\n");
+    Start(GetParam());
+    EXPECT_THAT(Journal(), ElementsAre("begun ", "entered InitialState",
+                                       GetParam() == ActionInsert ? "prompt InitialStateWhere to?"
+                                                                  : "prompt InitialStateWhich one?"));
+}
+
+TEST_P(EitherCommand, RequestsNothingBeforeTheUserHasSelectedATarget)
+{
+    Start(GetParam());
+    EXPECT_EQ(State(), "InitialState");
+    EXPECT_TRUE(Transport().Requests().empty());
+    EXPECT_EQ(Waiting(), 0U);
+
+    EXPECT_TRUE(Select(Child()).accepted);
+    ASSERT_EQ(Transport().Requests().size(), 1U);
+    EXPECT_EQ(Transport().Requests()[0].url, "http://127.0.0.1/item.zip");
+    EXPECT_EQ(State(), "DownloadState");
+    EXPECT_EQ(Waiting(), 1U);
+    EXPECT_TRUE(Cad().calls.empty());
+}
+
+TEST_P(EitherCommand, KeepsACopyOfTheRequest)
+{
+    {
+        ZALOmxAny content;
+        ASSERT_EQ(ZALOmxJson().parse(RemoteFile, content), S_OK);
+        PanelAction action = GetParam();
+        new Command(action, content);
+        action = ActionOpen;
+        content = ZALOmxAny();
+    }
+    Loop().RunUntilIdle();
+    EXPECT_TRUE(Select(Child()).accepted);
+    EXPECT_EQ(Transport().Requests().size(), 1U);
+}
+
+// ---------------------------------------------------------------------------------------------
+// The selection
+
+TEST_F(CommandGraph, AnInsertTakesTheRootOfADocument)
+{
+    Start(ActionInsert);
+    EXPECT_TRUE(Select(Root()).accepted);
+}
+
+TEST_F(CommandGraph, AnInsertRefusesTheProductOfAPart)
+{
+    Start(ActionInsert);
+    Child().isOfPart = true;
+    EXPECT_FALSE(Select(Child()).accepted);
+}
+
+TEST_F(CommandGraph, AnInsertRefusesAProductWithoutAReference)
+{
+    Start(ActionInsert);
+    Child().reference = nullptr;
+    EXPECT_FALSE(Select(Child()).accepted);
+}
+
+TEST_F(CommandGraph, AReplaceRefusesTheRootOfADocument)
+{
+    Start(ActionReplace);
+    EXPECT_FALSE(Select(Root()).accepted);
+}
+
+TEST_F(CommandGraph, AReplaceTakesAComponentThatIsAPart)
+{
+    Start(ActionReplace);
+    Child().isOfPart = true;
+    EXPECT_TRUE(Select(Child()).accepted);
+}
+
+TEST_F(CommandGraph, AReplaceTakesAComponentWithoutAReference)
+{
+    Start(ActionReplace);
+    Child().reference = nullptr;
+    EXPECT_TRUE(Select(Child()).accepted);
+}
+
+TEST_P(EitherCommand, RefusesAProductWhoseDataIsAbsent)
+{
+    Start(GetParam());
+    Child().offersGhost = true;
+    Child().loaded = false;
+    EXPECT_FALSE(Select(Child()).accepted);
+    Child().loaded = true;
+    EXPECT_TRUE(Select(Child()).accepted);
+}
+
+TEST_P(EitherCommand, IsOfferedProductsOnly)
+{
+    Start(GetParam());
+    Child().offersProduct = false;
+    EXPECT_EQ(Select(Child()).reason, "the element does not offer ZALIProduct");
+}
+
+TEST_P(EitherCommand, StaysWhenASelectionIsRefusedAndTakesTheNext)
+{
+    Start(GetParam());
+    Child().offersGhost = true;
+    Child().loaded = false;
+    const Pick refused = Select(Child());
+    EXPECT_FALSE(refused.accepted);
+    EXPECT_EQ(refused.command, CommandName);
+    EXPECT_EQ(refused.reason, "the command does not accept the element");
+    EXPECT_EQ(State(), "InitialState");
+    EXPECT_TRUE(Transport().Requests().empty());
+    EXPECT_TRUE(Surface().Questions().empty());
+
+    Child().offersGhost = false;
+    EXPECT_TRUE(Select(Child()).accepted);
+    EXPECT_EQ(State(), "DownloadState");
+}
+
+TEST_P(EitherCommand, TakesNoFurtherSelectionWhileItDownloads)
+{
+    Begin(GetParam());
+    EXPECT_EQ(Select(Child()).reason, "no command waits for an element");
+    EXPECT_EQ(Transport().Requests().size(), 1U);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Good ends
+
+TEST_P(EitherCommand, GoesStraightOnWhenTheDownloadEndsInsideItsStart)
+{
+    Start(GetParam(), LocalFile);
+    EXPECT_TRUE(Select(Child()).accepted);
+    EXPECT_EQ(Cad().calls, Done());
+    EXPECT_THAT(Journal().back(), "done ");
+    EXPECT_EQ(Journal().at(Journal().size() - 2), "entered DownloadState");
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, GoesOnWhenTheDownloadEndsLater)
+{
+    Begin(GetParam());
+    EndDownload(Files({"/parts/bolt.ZALPart", "/parts/nut.ZALPart"}));
+    EXPECT_EQ(Cad().calls, Done());
+    EXPECT_TRUE(Surface().Questions().empty());
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, IsReleasedBetweenEvents)
+{
+    Begin(GetParam());
+    EndDownload(Files({"/parts/bolt.ZALPart"}));
+    EXPECT_EQ(Waiting(), 1U); // it is there to the end of the event
+    Loop().RunUntilIdle();
+    EXPECT_EQ(Waiting(), 0U);
+}
+
+TEST_P(EitherCommand, TakesAnUnheardOfStatusWithFilesForSuccess)
+{
+    Begin(GetParam());
+    EndDownload(Files({"/parts/bolt.ZALPart"}, static_cast<Complete::Status>(7)));
+    EXPECT_EQ(Cad().calls, Done());
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, DoesNotShowTheWarningsOfTheDownload)
+{
+    Begin(GetParam());
+    EndDownload(Complete(List({"/parts/bolt.ZALPart"}), Complete::DownloadSucceeded, List({"remark"})));
+    EXPECT_TRUE(Surface().Questions().empty());
+    EXPECT_EQ(Cad().calls, Done());
+}
+
+TEST_P(EitherCommand, PassesTheEnvironmentOfTheNotificationOn)
+{
+    Begin(GetParam());
+    std::string message;
+    Listener component([&](ZALBaseUnknown*, ZALNotification* notification, void*) {
+        const auto* sent = ZALSysDynamicCast<ZALDlgHtmlViewJavaScriptNotification>(notification);
+        ASSERT_TRUE(sent);
+        message.assign(sent->GetData(), sent->GetDataLength());
+    });
+    component.Subscribe(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance(),
+                        ZALDlgHtmlViewJavaScriptNotification::ClassName());
+    EndDownload(Complete(List({"/parts/bolt.ZALPart"}), "UT5", Complete::DownloadSucceeded));
+    EXPECT_EQ(message, R"({"method":"EndTransaction","params":{"filePathes":["/parts/bolt.ZALPart"]}})");
+}
+
+TEST_P(EitherCommand, IsSubscribedOnceToTheOneDownloader)
+{
+    Command* command = Begin(GetParam());
+    EXPECT_THAT(SubscribersOf(ZALVelmartFileDownloader::GetInstance(), Complete::ClassName()), ElementsAre(command));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Bad ends
+
+TEST_P(EitherCommand, IsGivenUpWhenTheDownloadCannotStart)
+{
+    InstallCatalog("DownloadFailed = \"Gone wrong\";\n");
+    Start(GetParam(), NoFile);
+    EXPECT_TRUE(Select(Child()).accepted);
+    EXPECT_THAT(QuestionTexts(), ElementsAre("Gone wrong"));
+    EXPECT_EQ(Surface().Questions()[0].name, "FileOpenInsertReplaceErrorNotify");
+    EXPECT_THAT(Journal().back(), "cancelled ");
+    EXPECT_THAT(Cad().calls, IsEmpty());
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, SaysSoWhenTheDownloadIsCancelled)
+{
+    InstallCatalog("DownloadCanceled = \"Given up\";\nDownloadFailed = \"Gone wrong\";\n");
+    Begin(GetParam());
+    EndDownload(Files({"/parts/bolt.ZALPart"}, Complete::DownloadCanceled));
+    EXPECT_THAT(QuestionTexts(), ElementsAre("Given up"));
+    EXPECT_THAT(Journal().back(), "cancelled ");
+    EXPECT_THAT(Cad().calls, IsEmpty());
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, ShowsTheErrorTextOfAFailedDownload)
+{
+    InstallCatalog("DownloadFailed = \"Gone wrong\";\n");
+    Begin(GetParam());
+    EndDownload(Complete(Complete::DownloadFailed, "x"));
+    EXPECT_THAT(QuestionTexts(), ElementsAre("x"));
+    EXPECT_THAT(Journal().back(), "cancelled ");
+    EXPECT_THAT(Cad().calls, IsEmpty());
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, ShowsItsOwnTextWhenAFailedDownloadHasNone)
+{
+    Begin(GetParam());
+    EndDownload(Files({"/parts/bolt.ZALPart"}, Complete::DownloadFailed));
+    EXPECT_THAT(QuestionTexts(), ElementsAre(DefaultText));
+    EXPECT_THAT(Cad().calls, IsEmpty());
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, TakesSuccessWithoutAFileForAFailure)
+{
+    Begin(GetParam());
+    EndDownload(Complete(Complete::DownloadSucceeded));
+    EXPECT_THAT(QuestionTexts(), ElementsAre(DefaultText));
+    EXPECT_THAT(Journal().back(), "cancelled ");
+    EXPECT_THAT(Cad().calls, IsEmpty());
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, TakesNoOtherNotificationForTheEndOfADownload)
+{
+    class Stranger : public ZALNotification {
+    public:
+        const char* IsA() const override { return Complete::ClassName(); }
+    };
+    Begin(GetParam());
+    Stranger stranger;
+    DispatchCallbacks(&Downloader(), &stranger);
+    EXPECT_EQ(State(), "DownloadState");
+    EXPECT_TRUE(Surface().Questions().empty());
+    EXPECT_EQ(Waiting(), 1U);
+}
+
+TEST_P(EitherCommand, EndsWhenItsTransferFails)
+{
+    Begin(GetParam());
+    Transport().Last().End(TransferEnd::Failed);
+    Loop().RunUntilIdle();
+    EXPECT_THAT(QuestionTexts(), ElementsAre(DefaultText));
+    ExpectEnd();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Ends by the host
+
+TEST_P(EitherCommand, LeavesTheTransferAloneWhenTheHostEndsIt)
+{
+    Command* command = Begin(GetParam());
+    Engine().EndCommand(command);
+    ExpectEnd();
+    EXPECT_TRUE(Transport().Last().IsRunning());
+
+    EndDownload(Files({"/parts/bolt.ZALPart"}));
+    EXPECT_THAT(Cad().calls, IsEmpty());
+    EXPECT_TRUE(Surface().Questions().empty());
+}
+
+TEST_P(EitherCommand, InsertsNothingWhenTheFilesArriveBetweenItsEndAndItsRelease)
+{
+    Command* command = Begin(GetParam());
+    Engine().EndCommand(command);
+    EndDownload(Files({"/parts/bolt.ZALPart"}));
+    EXPECT_THAT(Cad().calls, IsEmpty());
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, MayBeEndedWhileItsMessageIsUp)
+{
+    Begin(GetParam());
+    Loop().Post([] { Engine().EndAll(); });
+    EndDownload(Complete(Complete::DownloadFailed, "gone"));
+    EXPECT_THAT(QuestionTexts(), ElementsAre("gone"));
+    EXPECT_THAT(Journal().back(), "ended ");
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, MayBeEndedWhileTheMessageOfItsStartIsUp)
+{
+    Start(GetParam(), NoFile);
+    Loop().Post([] { Engine().EndAll(); });
+    Select(Child());
+    EXPECT_THAT(QuestionTexts(), ElementsAre(DefaultText));
+    EXPECT_THAT(Journal().back(), "ended ");
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, MayBeEndedBeforeItBegins)
+{
+    new Command(GetParam(), ZALOmxAny());
+    Engine().EndAll();
+    ExpectEnd();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Several commands
+
+TEST_P(EitherCommand, RunsTwiceInARow)
+{
+    for (int run = 1; run <= 2; ++run) {
+        Start(GetParam(), LocalFile);
+        EXPECT_TRUE(Select(Child()).accepted);
+        EXPECT_EQ(Cad().calls, Done());
+        Cad().calls.clear();
+        ExpectEnd();
+    }
+}
+
+TEST_P(EitherCommand, DoesNotDisturbTheDownloadOfTheOneBefore)
+{
+    Begin(GetParam());
+    Start(GetParam());
+    EXPECT_TRUE(Select(Child()).accepted); // the downloader is busy
+    EXPECT_THAT(QuestionTexts(), ElementsAre(DefaultText));
+    Loop().RunUntilIdle();
+    EXPECT_EQ(Engine().Commands().size(), 1U);
+    EXPECT_EQ(Waiting(), 1U);
+
+    EndDownload(Files({"/parts/bolt.ZALPart"}));
+    EXPECT_EQ(Cad().calls, Done());
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, DoesNotHearOfDownloadsBeforeItsSelection)
+{
+    Start(GetParam());
+    EndDownload(Files({"/parts/bolt.ZALPart"}));
+    EXPECT_EQ(State(), "InitialState");
+    EXPECT_THAT(Cad().calls, IsEmpty());
+}
+
+} // namespace
+
+} // namespace openhost::testing

@@ -1,0 +1,350 @@
+// What insert and replace do to the session, and what the user and the other component are told.
+
+#include "tests/insertion/OperationFixture.h"
+#include "tests/insertion/ZALVelmartMeridiaAccessAddinActionCmdProbe.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace openhost::testing {
+
+namespace {
+
+constexpr const char* DefaultText = "Transaction has failed";
+constexpr const char* Bolt = "/p/bolt.ZALPart";
+
+/// A selected component "Selected" in a product "Father"; the downloaded file is in the session after the operation.
+class InsertOrReplace : public OperationFixture {
+protected:
+    InsertOrReplace() : father_(MakeProduct("Father")), selected_(MakeProduct("Selected")), root_(MakeProduct("Root"))
+    {
+        selected_->father = father_.get();
+        root_->partNumber = "BOLT-12";
+        Cad().loaded[Bolt] = root_.get();
+    }
+
+    void Run(PanelAction action, const Texts& files = {Bolt}, const std::string& environment = "UT5")
+    {
+        ZALVelmartMeridiaAccessAddinActionCmdProbe command(action);
+        const Owned<ZALPathElement> path(PathTo(*selected_));
+        EXPECT_TRUE(command.InsertOrReplace(path.get(), List(files), environment.c_str()));
+    }
+    void Insert(const Texts& files = {Bolt}, const std::string& environment = "UT5")
+    {
+        Run(ActionInsert, files, environment);
+    }
+    void Replace(const Texts& files = {Bolt}, const std::string& environment = "UT5")
+    {
+        Run(ActionReplace, files, environment);
+    }
+    /// Calls that change the session.
+    Texts Changes()
+    {
+        Texts changes;
+        std::ranges::copy_if(Cad().calls, std::back_inserter(changes),
+                             [](const std::string& call) { return !call.starts_with("Get"); });
+        return changes;
+    }
+
+    ScriptedProduct& Father() { return *father_; }
+    ScriptedProduct& Selected() { return *selected_; }
+
+private:
+    Owned<ScriptedProduct> father_;
+    Owned<ScriptedProduct> selected_;
+    Owned<ScriptedProduct> root_;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Both
+
+class EitherAction : public InsertOrReplace, public ::testing::WithParamInterface<PanelAction> {};
+
+TEST_P(EitherAction, DoesNothingWithoutATarget)
+{
+    ZALVelmartMeridiaAccessAddinActionCmdProbe command(GetParam());
+    EXPECT_TRUE(command.InsertOrReplace(nullptr, List({Bolt}), "UT5"));
+    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_TRUE(Messages().empty());
+}
+
+TEST_P(EitherAction, DoesNothingForAnEmptyPath)
+{
+    ZALVelmartMeridiaAccessAddinActionCmdProbe command(GetParam());
+    const Owned<ZALPathElement> path(new ZALPathElement);
+    EXPECT_TRUE(command.InsertOrReplace(path.get(), List({Bolt}), "UT5"));
+    EXPECT_EQ(BusyCursorCount(), 0);
+}
+
+TEST_P(EitherAction, IsSilentWhenTheSelectedObjectHasNoComponents)
+{
+    Selected().offersComponents = false;
+    Run(GetParam());
+    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_TRUE(Cad().calls.empty());
+    EXPECT_TRUE(Surface().Questions().empty());
+    EXPECT_TRUE(Messages().empty());
+}
+
+TEST_P(EitherAction, DoesNothingWithoutFiles)
+{
+    Run(GetParam(), {});
+    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_TRUE(Cad().calls.empty());
+    EXPECT_TRUE(Messages().empty());
+}
+
+TEST_P(EitherAction, ShowsTheWaitCursorOnce)
+{
+    Run(GetParam());
+    EXPECT_EQ(BusyCursorCount(), 1);
+}
+
+TEST_P(EitherAction, TellsTheFirstFileAlone)
+{
+    Run(GetParam(), {Bolt, "/p/nut.ZALPart"});
+    EXPECT_EQ(Messages(), Texts{EndTransaction({Bolt})});
+    EXPECT_EQ(Changes().size(), 1U);
+    EXPECT_EQ(TextsAtMessage(), 0);
+}
+
+TEST_P(EitherAction, TellsNothingInAnotherEnvironment)
+{
+    Run(GetParam(), {Bolt}, "File");
+    EXPECT_EQ(Changes().size(), 1U);
+    EXPECT_TRUE(Messages().empty());
+}
+
+TEST_P(EitherAction, CountsEveryResultThatIsNotNegativeAsDone)
+{
+    Selected().addResult = S_FALSE;
+    Father().replaceResult = S_FALSE;
+    Run(GetParam());
+    EXPECT_EQ(Messages().size(), 1U);
+    EXPECT_EQ(std::ranges::count(QuestionTexts(), DefaultText), 0);
+}
+
+TEST_P(EitherAction, StandsAndIsToldAfterAClash)
+{
+    Selected().names = {"BOLT-12"};
+    Father().names = {"BOLT-12"};
+    Run(GetParam());
+    EXPECT_EQ(QuestionTexts().back(), "Part Number conflict detected");
+    EXPECT_EQ(Messages(), Texts{EndTransaction({Bolt})});
+    EXPECT_EQ(QuestionsBeforeMessage(), Surface().Questions().size());
+    EXPECT_NE(Surface().Questions().back().answer, -1);
+}
+
+TEST_P(EitherAction, IsToldWhenTheCheckCannotBeMade)
+{
+    Cad().loaded.clear();
+    Run(GetParam());
+    EXPECT_EQ(Messages().size(), 1U);
+    EXPECT_FALSE(std::ranges::count(QuestionTexts(), "Part Number conflict detected"));
+}
+
+TEST_P(EitherAction, WorksWithoutAFrame)
+{
+    ResetFrame();
+    Run(GetParam());
+    EXPECT_EQ(Changes().size(), 1U);
+    EXPECT_TRUE(Surface().Questions().empty());
+    EXPECT_EQ(Messages().size(), 1U);
+}
+
+TEST_P(EitherAction, LeavesNoDialogBehind)
+{
+    const std::size_t before = LiveDialogs().size();
+    Selected().addResult = E_FAIL;
+    Father().replaceResult = E_FAIL;
+    Run(GetParam());
+    Loop().RunUntilIdle();
+    EXPECT_EQ(LiveDialogs().size(), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(Actions, EitherAction, ::testing::Values(ActionInsert, ActionReplace));
+
+TEST_F(InsertOrReplace, AnotherActionChangesNothing)
+{
+    Run(ActionOpen);
+    EXPECT_TRUE(Changes().empty());
+    EXPECT_TRUE(Messages().empty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Insert
+
+TEST_F(InsertOrReplace, InsertAddsTheFileToTheSelectedProduct)
+{
+    Insert({Bolt, "/p/nut.ZALPart"});
+    EXPECT_EQ(Cad().calls, (Texts{"Add to Selected: /p/bolt.ZALPart, method *", "GetEntries of Selected"}));
+    EXPECT_TRUE(Surface().Questions().empty());
+}
+
+TEST_F(InsertOrReplace, ARefusedInsertIsToldToTheUserAlone)
+{
+    InstallCatalog("InsertFailed = \"No insert\";\nReplaceFailed = \"No replace\";\n");
+    Selected().addResult = E_FAIL;
+    Selected().names = {"BOLT-12"};
+    Insert();
+    EXPECT_EQ(QuestionTexts(), Texts{"No insert"});
+    EXPECT_EQ(Surface().Questions()[0].name, "FileOpenInsertReplaceErrorNotify");
+    EXPECT_EQ(Surface().Questions()[0].style, 16384U);
+    EXPECT_EQ(Cad().calls.size(), 1U);
+    EXPECT_TRUE(Messages().empty());
+}
+
+TEST_F(InsertOrReplace, ARefusedInsertHasADefaultText)
+{
+    Selected().addResult = E_INVALIDARG;
+    Insert();
+    EXPECT_EQ(QuestionTexts(), Texts{DefaultText});
+}
+
+TEST_F(InsertOrReplace, InsertNeedsNoProductInterfaceAndNoFather)
+{
+    Selected().offersProduct = false;
+    Selected().father = nullptr;
+    Insert();
+    EXPECT_EQ(Changes().size(), 1U);
+    EXPECT_EQ(Messages().size(), 1U);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Replace
+
+TEST_F(InsertOrReplace, ReplaceAsksAsRequired)
+{
+    InstallCatalog("ReplaceAllPopUp.Title = \"Replace\";\nReplaceAllPopUp.Message = \"All?\";\n");
+    Replace();
+    ASSERT_EQ(Surface().Questions().size(), 1U);
+    const ScriptedSurface::Question& question = Surface().Questions()[0];
+    EXPECT_EQ(question.name, "ReplaceAllPopUp");
+    EXPECT_EQ(question.style, 0x2800200U);
+    EXPECT_EQ(question.parent, "ApplicationDocument");
+    EXPECT_EQ(question.title, "Replace");
+    EXPECT_EQ(question.text, "All?");
+}
+
+TEST_F(InsertOrReplace, TheQuestionHasEmptyDefaults)
+{
+    Replace();
+    ASSERT_EQ(Surface().Questions().size(), 1U);
+    EXPECT_EQ(Surface().Questions()[0].title, "");
+    EXPECT_EQ(Surface().Questions()[0].text, "");
+}
+
+TEST_F(InsertOrReplace, OnlyTheAnswerFourReplacesOneInstance)
+{
+    for (const int answer : {0, 1, 2, 3, 4, 5, -1, -4}) {
+        Cad().calls.clear();
+        Surface().Answer("ReplaceAllPopUp", answer);
+        Replace();
+        EXPECT_EQ(Changes(),
+                  Texts{"Replace Selected in Father: /p/bolt.ZALPart, " + std::string(answer == 4 ? "one" : "all")})
+            << answer;
+    }
+}
+
+TEST_F(InsertOrReplace, ClosingTheQuestionReplacesAllInstances)
+{
+    Replace();
+    EXPECT_EQ(Changes(), Texts{"Replace Selected in Father: /p/bolt.ZALPart, all"});
+}
+
+TEST_F(InsertOrReplace, NothingIsAskedWithoutAnApplicationDocument)
+{
+    ConfigureFrame({.applicationDocument = false});
+    Surface().Answer("ReplaceAllPopUp", 4);
+    Replace();
+    EXPECT_TRUE(Surface().Questions().empty());
+    EXPECT_EQ(Changes(), Texts{"Replace Selected in Father: /p/bolt.ZALPart, all"});
+}
+
+TEST_F(InsertOrReplace, TheQuestionComesBeforeTheReplace)
+{
+    bool asked = false;
+    Loop().Post([&] {
+        asked = !Surface().Questions().empty();
+        EXPECT_TRUE(Cad().calls.empty());
+        EXPECT_EQ(LivingTexts(), 0);
+    });
+    Replace();
+    EXPECT_TRUE(asked);
+}
+
+TEST_F(InsertOrReplace, TheFrameMayEndWhileTheQuestionIsUp)
+{
+    Loop().Post([] { ResetFrame(); });
+    Replace();
+    EXPECT_EQ(Changes().size(), 1U);
+    Loop().RunUntilIdle();
+}
+
+TEST_F(InsertOrReplace, PartNumbersAreLookedUpAroundTheFather)
+{
+    Replace();
+    EXPECT_EQ(Cad().calls.back(), "GetEntries of Father");
+}
+
+TEST_F(InsertOrReplace, ReplaceIsSilentForAnObjectThatIsNoProduct)
+{
+    Selected().offersProduct = false;
+    Replace();
+    EXPECT_EQ(BusyCursorCount(), 1);
+    EXPECT_TRUE(Cad().calls.empty());
+    EXPECT_TRUE(Surface().Questions().empty());
+    EXPECT_TRUE(Messages().empty());
+}
+
+TEST_F(InsertOrReplace, ReplaceFailsWithoutComponentsOfTheFatherAndAsksNothing)
+{
+    InstallCatalog("ReplaceFailed = \"No replace\";\n");
+    Father().offersComponents = false;
+    Replace();
+    Selected().father = nullptr;
+    Replace();
+    EXPECT_EQ(QuestionTexts(), (Texts{"No replace", "No replace"}));
+    EXPECT_TRUE(Cad().calls.empty());
+    EXPECT_TRUE(Messages().empty());
+}
+
+TEST_F(InsertOrReplace, ARefusedReplaceIsToldToTheUserAlone)
+{
+    InstallCatalog("InsertFailed = \"No insert\";\nReplaceFailed = \"No replace\";\n");
+    Father().replaceResult = E_FAIL;
+    Father().names = {"BOLT-12"};
+    Replace();
+    EXPECT_EQ(QuestionTexts(), (Texts{"", "No replace"}));
+    EXPECT_EQ(Surface().Questions()[1].name, "FileOpenInsertReplaceErrorNotify");
+    EXPECT_EQ(Cad().calls.size(), 1U);
+    EXPECT_TRUE(Messages().empty());
+}
+
+TEST_F(InsertOrReplace, AComponentThatComesWithAFailureIsReleased)
+{
+    Father().replaceResult = E_FAIL;
+    Father().givesReplacement = true;
+    Replace();
+    EXPECT_TRUE(Messages().empty());
+}
+
+TEST_F(InsertOrReplace, AReplaceThatGivesNoComponentIsDoneAllTheSame)
+{
+    Father().givesReplacement = false;
+    Replace();
+    EXPECT_EQ(Messages().size(), 1U);
+}
+
+TEST_F(InsertOrReplace, TheHostDecidesOnAProductThatIsNoComponent)
+{
+    Selected().offersComponent = false;
+    Father().replaceResult = E_FAIL;
+    Replace();
+    EXPECT_EQ(Changes(), Texts{"Replace nothing in Father: /p/bolt.ZALPart, all"});
+    EXPECT_EQ(QuestionTexts().back(), DefaultText);
+}
+
+} // namespace
+
+} // namespace openhost::testing

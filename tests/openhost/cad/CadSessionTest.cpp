@@ -1,0 +1,590 @@
+// Documents and products of a session.
+
+#include "openhost/cad/CadSession.h"
+
+#include "host/frame.h"
+#include "openhost/cad/Automation.h"
+#include "openhost/cad/SessionTree.h"
+#include "openhost/files/TemporaryFolder.h"
+#include "openhost/frame/Frame.h"
+#include "openhost/journal/Journal.h"
+#include "openhost/text/Utf.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+#include <memory>
+
+namespace openhost::testing {
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+struct ReleaseObject {
+    void operator()(ZALBaseUnknown* object) const { object->Release(); }
+};
+
+template <class T>
+using Owned = std::unique_ptr<T, ReleaseObject>;
+
+template <class T>
+Owned<T> Query(ZALBaseUnknown* object)
+{
+    ZALBaseUnknown* found = nullptr;
+    object->QueryInterface(T::ClassName(), &found);
+    return Owned<T>(static_cast<T*>(found));
+}
+
+class CadSessionTest : public ::testing::Test {
+protected:
+    CadSessionTest()
+    {
+        ConfigureFrame({});
+        auto session = std::make_unique<CadSession>();
+        session_ = session.get();
+        CadServices::Install(std::move(session));
+        journal::Redirect([this](const nlohmann::ordered_json& event) {
+            if (event["event"] == "document")
+                events_.push_back(event["action"]);
+        });
+    }
+    ~CadSessionTest() override
+    {
+        CadServices::Install(nullptr);
+        ResetFrame();
+        journal::Redirect({});
+        EXPECT_EQ(LivingTexts(), 0);
+        EXPECT_EQ(LivingArrays(), 0);
+    }
+
+    std::filesystem::path File(const std::string& name) const { return folder_.Path() / name; }
+
+    /// Writes a product; each child is NAME=FILE and stands ten millimetres further along x.
+    std::filesystem::path Product(const std::string& name, const std::vector<std::string>& children,
+                                  const std::string& partNumber = {})
+    {
+        CadDocument document;
+        document.kind = DocumentKind::Product;
+        document.partNumber = partNumber.empty() ? File(name).stem().string() : partNumber;
+        for (const std::string& child : children) {
+            const std::size_t sign = child.find('=');
+            const std::string file = child.substr(sign + 1);
+            auto link = std::ranges::find(document.links, file);
+            if (link == document.links.end())
+                link = document.links.insert(link, file);
+            Placement placement = IdentityPlacement;
+            placement[3] = 10.0 * static_cast<double>(document.children.size() + 1);
+            document.children.push_back(
+                {child.substr(0, sign), static_cast<std::uint32_t>(link - document.links.begin()), placement});
+        }
+        WriteDocument(document, File(name));
+        return File(name);
+    }
+    std::filesystem::path Part(const std::string& name, const std::string& partNumber = {})
+    {
+        CadDocument document;
+        document.partNumber = partNumber.empty() ? File(name).stem().string() : partNumber;
+        document.geometry = DocumentGeometry{{1, 6, 1, 6, {}, {}}, "geometry of " + name};
+        WriteDocument(document, File(name));
+        return File(name);
+    }
+
+    CadSession& Session() { return *session_; }
+    /// Names, files and positions along x of the children in the session.
+    static std::vector<std::string> Children(const LoadedDocument& document)
+    {
+        std::vector<std::string> texts;
+        for (const SessionProduct* child : document.Children())
+            texts.push_back(child->Name() + "=" +
+                            (child->Reference() ? child->Reference()->Path().filename().string() : child->Problem()) +
+                            "@" + std::to_string(static_cast<int>(child->GetPlacement()[3])));
+        return texts;
+    }
+    std::vector<std::string>& Events() { return events_; }
+    void EndSession() { CadServices::Install(nullptr); }
+
+    static std::string Reason(const std::function<void()>& operation)
+    {
+        try {
+            operation();
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+        return "";
+    }
+
+private:
+    TemporaryFolder folder_;
+    CadSession* session_;
+    std::vector<std::string> events_;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Opening
+
+TEST_F(CadSessionTest, OpeningReadsEachDocumentOnce)
+{
+    Part("bolt.ZALPart");
+    Product("pair.ZALProduct", {"a=bolt.ZALPart", "b=bolt.ZALPart"});
+    LoadedDocument& top =
+        Session().Open(Product("top.ZALProduct", {"p=pair.ZALProduct", "q=pair.ZALProduct", "r=bolt.ZALPart"}));
+    EXPECT_EQ(Session().LoadedDocuments(), 3U);
+    EXPECT_THAT(Children(top), ElementsAre("p=pair.ZALProduct@10", "q=pair.ZALProduct@20", "r=bolt.ZALPart@30"));
+    EXPECT_EQ(top.Children()[0]->Reference(), top.Children()[1]->Reference());
+    EXPECT_EQ(Session().Active(), &top);
+    EXPECT_FALSE(top.IsDirty());
+    EXPECT_FALSE(Session().Find(File("bolt.ZALPart"))->IsOpen());
+}
+
+TEST_F(CadSessionTest, AnEditorIsThereAsLongAsADocumentIsOpen)
+{
+    EXPECT_EQ(ZALFrmEditor::GetCurrentEditor(), nullptr);
+    LoadedDocument& first = Session().Open(Part("a.ZALPart"));
+    LoadedDocument& second = Session().Open(Part("b.ZALPart"));
+    EXPECT_NE(ZALFrmEditor::GetCurrentEditor(), nullptr);
+    Session().Close(second);
+    EXPECT_EQ(Session().Active(), &first);
+    EXPECT_NE(ZALFrmEditor::GetCurrentEditor(), nullptr);
+    Session().Close(first);
+    EXPECT_EQ(ZALFrmEditor::GetCurrentEditor(), nullptr);
+    EXPECT_EQ(Session().LoadedDocuments(), 0U);
+    EXPECT_THAT(Events(), ElementsAre("opened", "opened", "closed", "activated", "closed"));
+}
+
+TEST_F(CadSessionTest, ADocumentThatIsOpenBecomesActive)
+{
+    LoadedDocument& first = Session().Open(Part("a.ZALPart"));
+    Session().Open(Part("b.ZALPart"));
+    EXPECT_EQ(&Session().Open(File("x/../a.ZALPart")), &first);
+    EXPECT_EQ(Session().Active(), &first);
+}
+
+TEST_F(CadSessionTest, LinksLeadBesideTheDocumentFirst)
+{
+    std::filesystem::create_directory(File("other"));
+    Part("other/bolt.ZALPart");
+    Part("other/nut.ZALPart");
+    Part("bolt.ZALPart");
+    LoadedDocument& top = Session().Open(
+        Product("top.ZALProduct", {"a=other/bolt.ZALPart", "b=other/nut.ZALPart", "c=C:\\parts\\bolt.ZALPart"}));
+    EXPECT_EQ(top.Children()[0]->Reference()->Path(), std::filesystem::canonical(File("bolt.ZALPart")));
+    EXPECT_EQ(top.Children()[1]->Reference()->Path(), std::filesystem::canonical(File("other/nut.ZALPart")));
+    EXPECT_EQ(top.Children()[2]->Reference(), top.Children()[0]->Reference());
+}
+
+TEST_F(CadSessionTest, AMissingOrDamagedChildCostsNothingElse)
+{
+    Part("bolt.ZALPart");
+    std::ofstream(File("text.ZALPart")) << "text";
+    LoadedDocument& top =
+        Session().Open(Product("top.ZALProduct", {"a=gone.ZALPart", "b=bolt.ZALPart", "c=text.ZALPart"}));
+    ASSERT_EQ(top.Children().size(), 3U);
+    EXPECT_EQ(top.Children()[0]->Problem(), "missing");
+    EXPECT_EQ(top.Children()[0]->Link(), "gone.ZALPart");
+    EXPECT_TRUE(top.Children()[1]->Reference());
+    EXPECT_THAT(top.Children()[2]->Problem(), HasSubstr("text.ZALPart"));
+    EXPECT_FALSE(Query<ZALIPrdGhost>(top.Children()[0])->IsLoaded());
+    EXPECT_TRUE(Query<ZALIPrdGhost>(top.Children()[1])->IsLoaded());
+    EXPECT_TRUE(Query<ZALIAProducts>(top.Children()[0]));
+    EXPECT_EQ(Query<ZALIProduct>(top.Children()[0])->GetReferenceProduct(), nullptr);
+    ZALUnicodeString partNumber;
+    EXPECT_EQ(Query<ZALIProduct>(top.Children()[0])->GetPartNumber(partNumber), E_FAIL);
+}
+
+TEST_F(CadSessionTest, ACycleIsRefusedAndNothingStaysLoaded)
+{
+    Part("bolt.ZALPart");
+    Product("a.ZALProduct", {"x=bolt.ZALPart", "b=b.ZALProduct"});
+    Product("b.ZALProduct", {"a=a.ZALProduct"});
+    const auto top = Product("top.ZALProduct", {"b=b.ZALProduct"});
+    EXPECT_THAT(Reason([&] { Session().Open(top); }), HasSubstr("part of itself"));
+    EXPECT_THAT(Reason([&] { Session().Open(Product("self.ZALProduct", {"s=self.ZALProduct"})); }),
+                HasSubstr("part of itself"));
+    EXPECT_EQ(Session().LoadedDocuments(), 0U);
+    EXPECT_EQ(Session().Active(), nullptr);
+    EXPECT_THAT(Events(), IsEmpty());
+}
+
+TEST_F(CadSessionTest, AFailedOpenLeavesTheSessionAsItWas)
+{
+    Part("bolt.ZALPart");
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"a=bolt.ZALPart"}));
+    Product("cycle.ZALProduct", {"t=bolt.ZALPart", "c=cycle.ZALProduct"});
+    EXPECT_NE(Reason([&] { Session().Open(File("cycle.ZALProduct")); }), "");
+    EXPECT_THAT(Reason([&] { Session().Open(File("none.ZALPart")); }), HasSubstr("none.ZALPart"));
+    EXPECT_NE(Reason([&] { Session().Open(""); }), "");
+    EXPECT_EQ(Session().LoadedDocuments(), 2U);
+    EXPECT_EQ(Session().Active(), &top);
+}
+
+TEST_F(CadSessionTest, TruncatedDocumentsAreRefused)
+{
+    const auto bolt = Part("bolt.ZALPart");
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {}));
+    for (const std::uintmax_t size : {std::uintmax_t{0}, std::uintmax_t{100}, std::filesystem::file_size(bolt) / 2}) {
+        Part("bolt.ZALPart");
+        std::filesystem::resize_file(bolt, size);
+        EXPECT_THAT(Reason([&] { Session().AddComponents(*top.Root(), {bolt}); }), HasSubstr("bolt.ZALPart"));
+    }
+    EXPECT_THAT(Children(top), IsEmpty());
+    EXPECT_FALSE(top.IsDirty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Adding
+
+TEST_F(CadSessionTest, AddedComponentsHaveNamesOfTheirOwnAndStandAtTheOrigin)
+{
+    Part("bolt.ZALPart", "BOLT");
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"BOLT.2=bolt.ZALPart"}));
+    Session().AddComponents(*top.Root(), {File("bolt.ZALPart"), File("bolt.ZALPart")});
+    Session().AddComponents(*top.Root(), {Part("nut.ZALPart", "NUT")});
+    EXPECT_THAT(Children(top), ElementsAre("BOLT.2=bolt.ZALPart@10", "BOLT.1=bolt.ZALPart@0", "BOLT.3=bolt.ZALPart@0",
+                                           "NUT.1=nut.ZALPart@0"));
+    EXPECT_TRUE(top.IsDirty());
+    EXPECT_THAT(Events(), ElementsAre("opened", "changed", "changed"));
+}
+
+TEST_F(CadSessionTest, ComponentsAreAddedWhereAnInstanceRefersTo)
+{
+    Part("bolt.ZALPart");
+    Product("sub.ZALProduct", {});
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"s=sub.ZALProduct", "t=sub.ZALProduct"}));
+    Session().AddComponents(*top.Children()[1], {File("bolt.ZALPart")});
+    EXPECT_FALSE(top.IsDirty());
+    LoadedDocument& sub = *Session().Find(File("sub.ZALProduct"));
+    EXPECT_TRUE(sub.IsDirty());
+    EXPECT_EQ(sub.Children().size(), 1U);
+}
+
+TEST_F(CadSessionTest, NothingIsAddedWhenOneFileIsRefused)
+{
+    const auto bolt = Part("bolt.ZALPart");
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {}));
+    EXPECT_NE(Reason([&] { Session().AddComponents(*top.Root(), {bolt, File("none.ZALPart")}); }), "");
+    EXPECT_THAT(Children(top), IsEmpty());
+    EXPECT_EQ(Session().LoadedDocuments(), 1U);
+    EXPECT_FALSE(top.IsDirty());
+}
+
+TEST_F(CadSessionTest, AProductIsNotAddedToItselfOrBelow)
+{
+    Product("sub.ZALProduct", {});
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"s=sub.ZALProduct"}));
+    EXPECT_THAT(Reason([&] { Session().AddComponents(*top.Root(), {top.Path()}); }), HasSubstr("part of itself"));
+    EXPECT_THAT(Reason([&] { Session().AddComponents(*top.Children()[0], {top.Path()}); }),
+                HasSubstr("part of itself"));
+    EXPECT_EQ(Session().LoadedDocuments(), 2U);
+}
+
+TEST_F(CadSessionTest, NothingIsAddedToAPart)
+{
+    LoadedDocument& part = Session().Open(Part("a.ZALPart"));
+    EXPECT_NE(Reason([&] { Session().AddComponents(*part.Root(), {Part("b.ZALPart")}); }), "");
+    EXPECT_TRUE(Query<ZALIAProducts>(part.Root()));
+}
+
+TEST_F(CadSessionTest, AFileThatALinkWouldNotLeadToIsRefused)
+{
+    std::filesystem::create_directory(File("other"));
+    Part("bolt.ZALPart");
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {}));
+    EXPECT_THAT(Reason([&] { Session().AddComponents(*top.Root(), {Part("other/bolt.ZALPart")}); }),
+                HasSubstr("another file of that name"));
+    EXPECT_EQ(Session().LoadedDocuments(), 1U);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Replacing
+
+TEST_F(CadSessionTest, OneComponentIsReplacedInItsPlace)
+{
+    Part("bolt.ZALPart", "BOLT");
+    LoadedDocument& top =
+        Session().Open(Product("top.ZALProduct", {"BOLT.1=bolt.ZALPart", "mine=bolt.ZALPart", "BOLT.3=bolt.ZALPart"}));
+    Session().ReplaceComponent(*top.Root(), *top.Children()[0], Part("nut.ZALPart", "NUT"), false);
+    EXPECT_THAT(Children(top), ElementsAre("NUT.1=nut.ZALPart@10", "mine=bolt.ZALPart@20", "BOLT.3=bolt.ZALPart@30"));
+    EXPECT_TRUE(top.IsDirty());
+}
+
+TEST_F(CadSessionTest, AllComponentsOfTheReferenceAreReplacedInTheirPlaces)
+{
+    Part("bolt.ZALPart", "BOLT");
+    Part("pin.ZALPart", "PIN");
+    LoadedDocument& top = Session().Open(Product(
+        "top.ZALProduct", {"BOLT.1=bolt.ZALPart", "PIN.1=pin.ZALPart", "mine=bolt.ZALPart", "BOLT.3=bolt.ZALPart"}));
+    Session().ReplaceComponent(*top.Root(), *top.Children()[3], Part("nut.ZALPart", "NUT"), true);
+    EXPECT_THAT(Children(top), ElementsAre("NUT.1=nut.ZALPart@10", "PIN.1=pin.ZALPart@20", "mine=nut.ZALPart@30",
+                                           "NUT.2=nut.ZALPart@40"));
+    EXPECT_EQ(Session().Find(File("bolt.ZALPart")), nullptr);
+}
+
+TEST_F(CadSessionTest, OtherFathersKeepTheirComponents)
+{
+    Part("bolt.ZALPart", "BOLT");
+    Product("sub.ZALProduct", {"BOLT.1=bolt.ZALPart"});
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"s=sub.ZALProduct", "BOLT.1=bolt.ZALPart"}));
+    Session().ReplaceComponent(*top.Root(), *top.Children()[1], Part("nut.ZALPart", "NUT"), true);
+    EXPECT_THAT(Children(*Session().Find(File("sub.ZALProduct"))), ElementsAre("BOLT.1=bolt.ZALPart@10"));
+}
+
+TEST_F(CadSessionTest, AMissingComponentCanBeReplaced)
+{
+    LoadedDocument& top =
+        Session().Open(Product("top.ZALProduct", {"a=gone.ZALPart", "b=lost.ZALPart", "c=gone.ZALPart"}));
+    Session().ReplaceComponent(*top.Root(), *top.Children()[0], Part("nut.ZALPart"), true);
+    EXPECT_THAT(Children(top), ElementsAre("a=nut.ZALPart@10", "b=missing@20", "c=nut.ZALPart@30"));
+}
+
+TEST_F(CadSessionTest, OnlyAComponentOfTheProductIsReplaced)
+{
+    Part("bolt.ZALPart");
+    Product("sub.ZALProduct", {"b=bolt.ZALPart"});
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"s=sub.ZALProduct"}));
+    SessionProduct& below = *top.Children()[0]->Reference()->Children()[0];
+    const auto nut = Part("nut.ZALPart");
+    EXPECT_NE(Reason([&] { Session().ReplaceComponent(*top.Root(), below, nut, false); }), "");
+    EXPECT_NE(Reason([&] { Session().ReplaceComponent(*top.Root(), *top.Root(), nut, true); }), "");
+    EXPECT_NE(Reason([&] { Session().ReplaceComponent(*top.Root(), *top.Children()[0], top.Path(), true); }), "");
+    EXPECT_FALSE(top.IsDirty());
+}
+
+TEST_F(CadSessionTest, AComponentReplacedByItsOwnFileStaysWhatItIs)
+{
+    Part("bolt.ZALPart", "BOLT");
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"BOLT.7=bolt.ZALPart"}));
+    Session().ReplaceComponent(*top.Root(), *top.Children()[0], File("bolt.ZALPart"), true);
+    EXPECT_THAT(Children(top), ElementsAre("BOLT.7=bolt.ZALPart@10"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Saving and closing
+
+TEST_F(CadSessionTest, ASavedProductReadsBackAsItStands)
+{
+    Part("bolt.ZALPart", "BOLT");
+    Part("pin.ZALPart", "PIN");
+    LoadedDocument& top =
+        Session().Open(Product("top.ZALProduct", {"BOLT.1=bolt.ZALPart", "g=gone.ZALPart", "PIN.1=pin.ZALPart"}));
+    Session().AddComponents(*top.Root(), {Part("nut.ZALPart", "NUT")});
+    Session().ReplaceComponent(*top.Root(), *top.Children()[0], File("pin.ZALPart"), false);
+    Session().Save(top);
+    EXPECT_FALSE(top.IsDirty());
+
+    const CadDocument saved = ReadDocument(top.Path());
+    EXPECT_EQ(saved.partNumber, "top");
+    EXPECT_THAT(saved.links, ElementsAre("pin.ZALPart", "gone.ZALPart", "nut.ZALPart"));
+    ASSERT_EQ(saved.children.size(), 4U);
+    EXPECT_EQ(saved.children[0].name, "PIN.2");
+    EXPECT_EQ(saved.children[0].placement[3], 10);
+    EXPECT_EQ(saved.children[3].placement, IdentityPlacement);
+}
+
+TEST_F(CadSessionTest, AnUnchangedDocumentIsNotWritten)
+{
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {}));
+    std::filesystem::remove(top.Path());
+    Session().Save(top);
+    EXPECT_FALSE(std::filesystem::exists(top.Path()));
+}
+
+TEST_F(CadSessionTest, SaveAsKeepsGeometryLinksAndWhoRefersToIt)
+{
+    std::filesystem::create_directory(File("other"));
+    LoadedDocument& top = Session().Open((Part("bolt.ZALPart"), Product("top.ZALProduct", {"b=bolt.ZALPart"})));
+    LoadedDocument& bolt = *top.Children()[0]->Reference();
+    Session().SaveAs(bolt, File("other/screw.ZALPart"));
+    EXPECT_EQ(ReadDocument(File("other/screw.ZALPart")).geometry->boundary, "geometry of bolt.ZALPart");
+    EXPECT_TRUE(top.IsDirty());
+    Session().Save(top);
+    EXPECT_THAT(ReadDocument(top.Path()).links,
+                ElementsAre(std::filesystem::canonical(File("other/screw.ZALPart")).string()));
+    Session().SaveAs(top, File("other/top.ZALProduct"));
+    EXPECT_THAT(ReadDocument(File("other/top.ZALProduct")).links, ElementsAre("screw.ZALPart"));
+    EXPECT_EQ(Session().Find(File("top.ZALProduct")), nullptr);
+}
+
+TEST_F(CadSessionTest, SaveAsRefusesAnotherKindAndAFileInUse)
+{
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {}));
+    Session().Open(Product("b.ZALProduct", {}));
+    EXPECT_NE(Reason([&] { Session().SaveAs(top, File("top.ZALPart")); }), "");
+    EXPECT_NE(Reason([&] { Session().SaveAs(top, File("b.ZALProduct")); }), "");
+    EXPECT_NE(Reason([&] { Session().SaveAs(top, File("none/top.ZALProduct")); }), "");
+    EXPECT_EQ(Session().Find(File("top.ZALProduct")), &top);
+}
+
+TEST_F(CadSessionTest, LinksThatNoChildUsesAreKept)
+{
+    CadDocument document;
+    document.kind = DocumentKind::Product;
+    document.links = {"drawing.ZALPart"};
+    WriteDocument(document, File("top.ZALProduct"));
+    LoadedDocument& top = Session().Open(File("top.ZALProduct"));
+    Session().AddComponents(*top.Root(), {Part("bolt.ZALPart")});
+    Session().Save(top);
+    EXPECT_THAT(ReadDocument(top.Path()).links, ElementsAre("bolt.ZALPart", "drawing.ZALPart"));
+}
+
+TEST_F(CadSessionTest, AClosedDocumentStaysWhileAnotherRefersToIt)
+{
+    LoadedDocument& bolt = Session().Open(Part("bolt.ZALPart"));
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"b=bolt.ZALPart"}));
+    Session().Close(bolt);
+    EXPECT_EQ(Session().Find(File("bolt.ZALPart")), &bolt);
+    Session().Close(top);
+    EXPECT_EQ(Session().LoadedDocuments(), 0U);
+}
+
+TEST_F(CadSessionTest, WhatIsKeptBeyondTheSessionKnowsNothingAnyMore)
+{
+    Part("bolt.ZALPart");
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"b=bolt.ZALPart"}));
+    const Owned<ZALIProduct> child = Query<ZALIProduct>(top.Children()[0]);
+    const Owned<ZALIAProducts> components = Query<ZALIAProducts>(top.Root());
+    const Owned<ZALINameServerAccess> access = Query<ZALINameServerAccess>(top.Root());
+    EndSession();
+    EXPECT_EQ(child->GetFatherProduct(), nullptr);
+    EXPECT_EQ(child->GetReferenceProduct(), nullptr);
+    EXPECT_EQ(Owned<ZALNameServer>(access->GetNameServer())->GetEntries(), nullptr);
+    ZALVariant files;
+    BuildSafeArrayVariant({}, files);
+    ZALBSTR method = ConvertToBSTR("*");
+    EXPECT_EQ(components->AddComponentsFromFiles(files, method), E_FAIL);
+    ZALFreeString(method);
+    FreeVariantSafeArray(files);
+}
+
+// ---------------------------------------------------------------------------------------------
+// The host view
+
+TEST_F(CadSessionTest, ProductsKnowTheirFatherAndReference)
+{
+    Part("bolt.ZALPart", "BOLT");
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"b=bolt.ZALPart"}));
+    const Owned<ZALIProduct> root = Query<ZALIProduct>(top.Root());
+    const Owned<ZALIProduct> child = Query<ZALIProduct>(top.Children()[0]);
+    EXPECT_EQ(root->GetFatherProduct(), nullptr);
+    EXPECT_EQ(Owned<ZALIProduct>(root->GetReferenceProduct())->GetImpl(0), top.Root());
+    EXPECT_EQ(Owned<ZALIProduct>(child->GetFatherProduct())->GetImpl(0), top.Root());
+    EXPECT_EQ(Owned<ZALIProduct>(child->GetReferenceProduct())->GetImpl(0),
+              Session().Find(File("bolt.ZALPart"))->Root());
+    EXPECT_TRUE(ZALPrdIsAProductFromZALPart(child.get()));
+    EXPECT_FALSE(ZALPrdIsAProductFromZALPart(root.get()));
+    ZALUnicodeString partNumber;
+    EXPECT_EQ(child->GetPartNumber(partNumber), S_OK);
+    EXPECT_EQ(ToUtf8(partNumber), "BOLT");
+}
+
+TEST_F(CadSessionTest, TheFrameOpensDocuments)
+{
+    const auto file = Part("bolt.ZALPart");
+    ZALIAApplication_var application(ZALApplicationFrame::GetFrame());
+    ASSERT_TRUE(application);
+    ZALIADocuments* collection = nullptr;
+    ASSERT_EQ(application->GetDocuments(&collection), S_OK);
+    const Owned<ZALIADocuments> documents(collection);
+    ZALIADocument* opened = nullptr;
+    ZALBSTR path = ConvertToBSTR(FromUtf8(file.string()));
+    EXPECT_EQ(documents->Open(path, &opened), S_OK);
+    ASSERT_TRUE(opened);
+    opened->Release();
+    ZALFreeString(path);
+    path = ConvertToBSTR("/none.ZALPart");
+    EXPECT_EQ(documents->Open(path, &opened), E_FAIL);
+    EXPECT_EQ(opened, nullptr);
+    ZALFreeString(path);
+    EXPECT_THAT(Events(), ElementsAre("opened", "refused"));
+}
+
+TEST_F(CadSessionTest, LoadedDocumentsAreFoundByTheirPath)
+{
+    Part("bolt.ZALPart");
+    Session().Open(Product("top.ZALProduct", {"b=bolt.ZALPart"}));
+    ZALDocument* document = nullptr;
+    ASSERT_EQ(ZALDocumentServices::GetDocumentInSession(FromUtf8(File("bolt.ZALPart").string()), &document), S_OK);
+    EXPECT_TRUE(PrdGiveDocRootProduct(document));
+    document->Release();
+    EXPECT_EQ(ZALDocumentServices::GetDocumentInSession("/none", &document), E_FAIL);
+    EXPECT_EQ(document, nullptr);
+    EXPECT_EQ(ZALDocumentServices::GetDocumentInSession("", &document), E_FAIL);
+    EXPECT_FALSE(PrdGiveDocRootProduct(nullptr));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Part numbers and paths
+
+TEST_F(CadSessionTest, APartNumberIsDisputedWhenTwoDocumentsOfATreeHaveIt)
+{
+    Part("bolt.ZALPart", "BOLT");
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"a=bolt.ZALPart", "b=bolt.ZALPart"}));
+    EXPECT_THAT(Session().DisputedPartNumbers(top), IsEmpty());
+    Session().AddComponents(*top.Root(), {Part("copy.ZALPart", "bolt")});
+    EXPECT_THAT(Session().DisputedPartNumbers(top), IsEmpty());
+    Session().AddComponents(*top.Root(), {Part("screw.ZALPart", "BOLT")});
+    EXPECT_THAT(Session().DisputedPartNumbers(top), ElementsAre("BOLT"));
+    EXPECT_THAT(Session().DisputedPartNumbers(*Session().Find(File("bolt.ZALPart"))), ElementsAre("BOLT"));
+    Session().ReplaceComponent(*top.Root(), *top.Children()[0], File("screw.ZALPart"), true);
+    EXPECT_THAT(Session().DisputedPartNumbers(top), IsEmpty());
+}
+
+TEST_F(CadSessionTest, ADocumentOfAnotherTreeDisputesNothing)
+{
+    Session().Open(Part("bolt.ZALPart", "BOLT"));
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"a=screw.ZALPart"}));
+    Session().AddComponents(*top.Root(), {Part("screw.ZALPart", "BOLT")});
+    EXPECT_THAT(Session().DisputedPartNumbers(top), IsEmpty());
+}
+
+TEST_F(CadSessionTest, APathIsFoundByItsNames)
+{
+    Part("bolt.ZALPart");
+    Product("sub.ZALProduct", {"B/1=bolt.ZALPart", "B=bolt.ZALPart"});
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"s=sub.ZALProduct", "s.2=sub.ZALProduct"}, "TOP"));
+    const Owned<ZALPathElement> path(Session().FindPath("TOP/s.2/B/1"));
+    ASSERT_TRUE(path);
+    path->InitToLeafElement();
+    EXPECT_EQ(path->GetNextFatherObject(), top.Children()[0]->Reference()->Children()[0]);
+    EXPECT_EQ(path->GetNextFatherObject(), top.Children()[1]);
+    EXPECT_EQ(path->GetNextFatherObject(), top.Root());
+    EXPECT_EQ(path->GetNextFatherObject(), nullptr);
+    for (const char* none : {"", "TO", "TOP/", "TOP/x", "TOP/s/B/2", "s", "TOP/s/B/1/", "TOPs"})
+        EXPECT_EQ(Session().FindPath(none), nullptr) << none;
+    EXPECT_TRUE(Owned<ZALPathElement>(Session().FindPath("TOP")));
+}
+
+TEST_F(CadSessionTest, TheTreeIsToldWithPositionsAndProblems)
+{
+    Part("bolt.ZALPart", "BOLT");
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"a=bolt.ZALPart", "b=gone.ZALPart"}));
+    const nlohmann::ordered_json tree = DescribeTree(top);
+    EXPECT_EQ(tree["name"], "top");
+    ASSERT_EQ(tree["children"].size(), 2U);
+    EXPECT_EQ(tree["children"][0]["partNumber"], "BOLT");
+    EXPECT_EQ(tree["children"][0]["at"], nlohmann::ordered_json({10.0, 0.0, 0.0}));
+    EXPECT_EQ(tree["children"][1]["problem"], "missing");
+}
+
+TEST_F(CadSessionTest, ATreeThatUnfoldsWithoutEndIsCutOff)
+{
+    Part("L0.ZALPart");
+    std::string below = "L0.ZALPart";
+    for (int level = 1; level <= 30; ++level) {
+        const std::string name = "L" + std::to_string(level) + ".ZALProduct";
+        Product(name, {"a=" + below, "b=" + below});
+        below = name;
+    }
+    LoadedDocument& top = Session().Open(File(below));
+    EXPECT_EQ(Session().LoadedDocuments(), 31U);
+    EXPECT_THAT(DescribeTree(top).dump(), HasSubstr("\"more\":true"));
+}
+
+} // namespace
+
+} // namespace openhost::testing

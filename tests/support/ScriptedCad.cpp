@@ -1,0 +1,246 @@
+#include "tests/support/ScriptedCad.h"
+
+#include "openhost/cad/Automation.h"
+#include "openhost/objects/MetaClassOperations.h"
+#include "openhost/text/Utf.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace openhost::testing {
+
+OPENHOST_META_CLASS(ScriptedProduct, ZALBaseUnknown)
+
+ScriptedProduct::ScriptedProduct(ScriptedCad& cad, std::string name) : cad_(cad), name_(std::move(name)) {}
+
+ScriptedProduct::~ScriptedProduct() = default;
+
+namespace {
+
+/// An object of the services, counted.
+template <class Interface>
+class Counted : public Interface {
+public:
+    explicit Counted(ScriptedCad& cad) : cad_(cad) { ++cad_.livingObjects; }
+    ~Counted() override { --cad_.livingObjects; }
+
+protected:
+    ScriptedCad& Cad() const { return cad_; }
+
+private:
+    ScriptedCad& cad_;
+};
+
+/// An interface of a product, which it holds.
+template <class Interface>
+class Facet : public Counted<Interface> {
+public:
+    explicit Facet(ScriptedProduct& product) : Counted<Interface>(product.Cad()), product_(product)
+    {
+        product_.AddRef();
+    }
+    ~Facet() override { product_.Release(); }
+    ZALBaseUnknown* GetImpl(int) override { return &product_; }
+
+protected:
+    ScriptedProduct& Product() const { return product_; }
+
+private:
+    ScriptedProduct& product_;
+};
+
+class Product : public Facet<ZALIProduct> {
+public:
+    using Facet::Facet;
+    ZALIProduct* GetReferenceProduct() override { return Give(Facet::Product().reference); }
+    ZALIProduct* GetFatherProduct() override { return Give(Facet::Product().father); }
+    HRESULT GetPartNumber(ZALUnicodeString& partNumber) override
+    {
+        partNumber = FromUtf8(Facet::Product().partNumber);
+        return S_OK;
+    }
+
+private:
+    static ZALIProduct* Give(ScriptedProduct* product) { return product ? new class Product(*product) : nullptr; }
+};
+
+class Ghost : public Facet<ZALIPrdGhost> {
+public:
+    using Facet::Facet;
+    bool IsLoaded() override { return Product().loaded; }
+};
+
+class Component : public Facet<ZALIAProduct> {
+public:
+    using Facet::Facet;
+};
+
+class Components : public Facet<ZALIAProducts> {
+public:
+    using Facet::Facet;
+
+    HRESULT AddComponentsFromFiles(const ZALVariant& files, ZALBSTR method) override
+    {
+        std::string call = "Add to " + Product().Name() + ":";
+        for (const ZALUnicodeString& file : TextsOf(files))
+            call += " " + ToUtf8(file);
+        Cad().calls.push_back(call + ", method " + ToUtf8(FromBSTR(method)));
+        return Product().addResult;
+    }
+
+    HRESULT ReplaceComponent(ZALIAProduct* component, ZALBSTR file, ZALVariantBool allInstances,
+                             ZALIAProduct** replacement) override
+    {
+        auto* replaced = component ? static_cast<ScriptedProduct*>(component->GetImpl(0)) : nullptr;
+        const std::string which = allInstances == ZALVariantTrue    ? "all"
+                                  : allInstances == ZALVariantFalse ? "one"
+                                                                    : std::to_string(allInstances);
+        Cad().calls.push_back("Replace " + (replaced ? replaced->Name() : "nothing") + " in " + Product().Name() +
+                              ": " + ToUtf8(FromBSTR(file)) + ", " + which);
+        *replacement = replaced && Product().givesReplacement ? new Component(*replaced) : nullptr;
+        return Product().replaceResult;
+    }
+};
+
+class Entry : public Counted<ZALNameServerEntry> {
+public:
+    Entry(ScriptedCad& cad, const std::string& name) : Counted(cad), name_(FromUtf8(name)) {}
+    HRESULT GetName(ZALUnicodeString& name) override
+    {
+        name = name_;
+        return S_OK;
+    }
+
+private:
+    ZALUnicodeString name_;
+};
+
+class Entries : public Facet<ZALNameServerEntries> {
+public:
+    using Facet::Facet;
+    int GetCount() override { return static_cast<int>(Product().names.size()); }
+    ZALNameServerEntry* GetItem(int index) override
+    {
+        Cad().calls.push_back("GetItem " + std::to_string(index));
+        const std::optional<std::string>& name = Product().names.at(static_cast<std::size_t>(index - 1));
+        return name ? new Entry(Cad(), *name) : nullptr;
+    }
+};
+
+class Server : public Facet<ZALNameServer> {
+public:
+    using Facet::Facet;
+    ZALNameServerEntries* GetEntries() override
+    {
+        Cad().calls.push_back("GetEntries of " + Product().Name());
+        return Product().hasEntries ? new Entries(Product()) : nullptr;
+    }
+};
+
+class ServerAccess : public Facet<ZALINameServerAccess> {
+public:
+    using Facet::Facet;
+    ZALNameServer* GetNameServer() override { return Product().hasNameServer ? new Server(Product()) : nullptr; }
+};
+
+template <class Interface, bool ScriptedProduct::*offered>
+ZALBaseUnknown* Offer(ZALBaseUnknown* object)
+{
+    auto& product = static_cast<ScriptedProduct&>(*object);
+    return product.*offered ? new Interface(product) : nullptr;
+}
+
+const ZALFillDictionary Products("ScriptedProduct", "ZALIProduct", Offer<Product, &ScriptedProduct::offersProduct>, 0);
+const ZALFillDictionary Ghosts("ScriptedProduct", "ZALIPrdGhost", Offer<Ghost, &ScriptedProduct::offersGhost>, 0);
+const ZALFillDictionary OneComponent("ScriptedProduct", "ZALIAProduct",
+                                     Offer<Component, &ScriptedProduct::offersComponent>, 0);
+const ZALFillDictionary AllComponents("ScriptedProduct", "ZALIAProducts",
+                                      Offer<Components, &ScriptedProduct::offersComponents>, 0);
+const ZALFillDictionary NameServers("ScriptedProduct", "ZALINameServerAccess",
+                                    Offer<ServerAccess, &ScriptedProduct::offersNameServer>, 0);
+
+// ---------------------------------------------------------------------------------------------
+// Application and documents
+
+class Document : public Counted<ZALDocument> {
+public:
+    Document(ScriptedCad& cad, ScriptedProduct* root) : Counted(cad), root_(root) {}
+    ScriptedProduct* Root() const { return root_; }
+
+private:
+    ScriptedProduct* root_;
+};
+
+class OpenedDocument : public Counted<ZALIADocument> {
+public:
+    using Counted::Counted;
+};
+
+class OpenDocuments : public Counted<ZALIADocuments> {
+public:
+    using Counted::Counted;
+    HRESULT Open(ZALBSTR path, ZALIADocument** document) override
+    {
+        Cad().calls.push_back("Open " + ToUtf8(FromBSTR(path)));
+        *document = Cad().givesDocument ? new OpenedDocument(Cad()) : nullptr;
+        return Cad().openResult;
+    }
+};
+
+class Application : public Counted<ZALIAApplication> {
+public:
+    using Counted::Counted;
+    HRESULT GetDocuments(ZALIADocuments** documents) override
+    {
+        *documents = Cad().hasDocuments ? new OpenDocuments(Cad()) : nullptr;
+        return S_OK;
+    }
+};
+
+class Services : public CadServices {
+public:
+    explicit Services(ScriptedCad& cad) : cad_(cad) {}
+
+    ZALIAApplication* GetApplication() override { return cad_.offersApplication ? new Application(cad_) : nullptr; }
+    ZALDocument* FindDocument(const ZALUnicodeString& path) override
+    {
+        const auto found = cad_.loaded.find(ToUtf8(path));
+        return found != cad_.loaded.end() ? new Document(cad_, found->second) : nullptr;
+    }
+    ZALBaseUnknown* GetRootProduct(ZALDocument& document) override
+    {
+        ScriptedProduct* root = static_cast<Document&>(document).Root();
+        if (root)
+            root->AddRef();
+        return root;
+    }
+    bool IsOfPart(ZALIProduct& product) override { return static_cast<ScriptedProduct*>(product.GetImpl(0))->isOfPart; }
+
+private:
+    ScriptedCad& cad_;
+};
+
+} // namespace
+
+ScriptedCad::ScriptedCad()
+{
+    CadServices::Install(std::make_unique<Services>(*this));
+}
+
+ScriptedCad::~ScriptedCad()
+{
+    CadServices::Install(nullptr);
+}
+
+ZALPathElement* PathTo(ScriptedProduct& leaf)
+{
+    std::vector<ScriptedProduct*> way;
+    for (ScriptedProduct* product = &leaf; product; product = product->father)
+        way.push_back(product);
+    auto* path = new ZALPathElement;
+    for (auto product = way.rbegin(); product != way.rend(); ++product)
+        path->AddChildElement(*product);
+    return path;
+}
+
+} // namespace openhost::testing

@@ -1,0 +1,84 @@
+// CAD services whose objects, interfaces and results a test sets.
+#pragma once
+
+#include "openhost/cad/CadServices.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace openhost::testing {
+
+class ScriptedCad;
+
+/// A product that offers what the test lets it offer. The test holds one reference; set members at will.
+class ScriptedProduct : public ZALBaseUnknown {
+public:
+    ScriptedProduct(ScriptedCad& cad, std::string name);
+    ~ScriptedProduct() override;
+
+    // Interfaces
+
+    bool offersProduct = true;    ///< ZALIProduct
+    bool offersGhost = false;     ///< ZALIPrdGhost
+    bool offersComponent = true;  ///< ZALIAProduct
+    bool offersComponents = true; ///< ZALIAProducts
+    bool offersNameServer = true; ///< ZALINameServerAccess
+
+    // Results. The products stay the test's.
+
+    ScriptedProduct* father = nullptr;
+    ScriptedProduct* reference = nullptr;
+    std::string partNumber;
+    bool loaded = true;
+    bool isOfPart = false;
+    HRESULT addResult = S_OK;
+    HRESULT replaceResult = S_OK;
+    bool givesReplacement = true;
+    bool hasNameServer = true;
+    bool hasEntries = true;
+    std::vector<std::optional<std::string>> names; ///< of the entries; nothing stands for a null entry
+
+    const std::string& Name() const { return name_; }
+    ScriptedCad& Cad() const { return cad_; }
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+
+private:
+    ScriptedCad& cad_;
+    std::string name_;
+};
+
+/// Services without a session. They outlive every object that they gave.
+class ScriptedCad {
+public:
+    /// Lets the host use these services; with the end of the object it has none.
+    ScriptedCad();
+    ScriptedCad(const ScriptedCad&) = delete;
+    ScriptedCad& operator=(const ScriptedCad&) = delete;
+    ~ScriptedCad();
+
+    bool offersApplication = true;
+    bool hasDocuments = true;
+    HRESULT openResult = S_OK;
+    bool givesDocument = true;
+    std::map<std::string, ScriptedProduct*> loaded; ///< root product by path of the documents in the session, or null
+
+    /// The calls of automation and the reads of names in order, such as "Open /a.ZALPart",
+    /// "Add to NAME: /a.ZALPart, method *", "Replace NAME in NAME: /a.ZALPart, all" and "GetEntries of NAME".
+    std::vector<std::string> calls;
+    /// Objects that were given and not released.
+    int livingObjects = 0;
+};
+
+/// The path to `leaf`, with the fathers in front of it. The caller owns one reference.
+ZALPathElement* PathTo(ScriptedProduct& leaf);
+
+} // namespace openhost::testing
