@@ -2,6 +2,9 @@
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
+# One cache of compiled files serves every copy of the tree.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
+
 # install_packages FILE...: installs what is missing of the packages named in the files.
 install_packages() {
     local missing=()

@@ -432,7 +432,7 @@ TEST_F(SettingsAddin, RefreshesThePageThatItMadeLast)
     const ZALDlgToolsOptionsFrame* second = addin->CreateFrame(Parent);
     ASSERT_NE(first, second);
     addin->Refresh();
-    const auto textIn = [this](const ZALDialog* page) {
+    const auto textIn = [](const ZALDialog* page) {
         const ZALDialog* location =
             Node(static_cast<const ZALDlgToolsOptionsFrame*>(page)->GetContentParent()).children[0];
         return ToUtf8(Node(Node(location).children[1]).text);

@@ -213,7 +213,8 @@ TEST_F(ArchiveReading, ExtractsAnEmptyEntryOfEitherMethod)
 
 TEST_F(ArchiveReading, ExtractsEntriesAroundTheSizeOfThePieces)
 {
-    for (const std::size_t size : {(1U << 20) - 1, 1U << 20, (1U << 20) + 1, 3U << 20, 5'000'000U}) {
+    constexpr std::size_t piece = ZipReader::PieceSize;
+    for (const std::size_t size : {piece - 1, piece, piece + 1, 3 * piece, std::size_t{5'000'000}}) {
         const std::string content = LongContent(size);
         ExpectContent(ZipBytes().Add("stored-" + std::to_string(size), content), content);
         ExpectContent(ZipBytes().Add("deflated-" + std::to_string(size), content).Deflated(), content);
