@@ -147,9 +147,11 @@ TEST_F(DownloadJourney, AnArchiveOfManyProductsHasItsRootFirst)
     ASSERT_EQ(completion->files.size(), 600u);
     const std::string root = NameOf(completion->files.front());
     EXPECT_EQ(std::filesystem::path(root).extension(), ".ZALProduct");
-    for (const std::string& file : completion->files)
-        if (std::filesystem::path(file).extension() == ".ZALProduct")
+    for (const std::string& file : completion->files) {
+        if (std::filesystem::path(file).extension() == ".ZALProduct") {
             EXPECT_THAT(ReadDocument(file).links, Not(Contains(root))) << file;
+        }
+    }
 }
 
 TEST_F(DownloadJourney, ClosingTheProgressWindowCancelsASlowTransfer)
