@@ -25,6 +25,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <spawn.h>
@@ -231,17 +232,13 @@ double Median(std::vector<double> values)
 /// Prints the medians of `name`. Returns that of ours in seconds.
 double Compare(const std::string& name, const fs::path& archive, const fs::path& work, int turns)
 {
-    // What was extracted stays until all turns are over, because file systems take their time to make files where
-    // many have just been removed. The large ones are few files and much space.
-    const bool isLarge = fs::file_size(archive) > (std::uintmax_t{256} << 20);
-    const fs::path extracted = work / "extracted";
-    int runs = 0;
     const auto run = [&](const std::function<std::vector<std::string>(const std::string&)>& command) {
-        const fs::path folder = extracted / std::to_string(++runs);
-        fs::create_directories(folder);
+        const fs::path folder = work / "extracted";
+        fs::create_directory(folder);
         const Result result = Run(command(folder.string()));
-        if (isLarge)
-            fs::remove_all(folder);
+        // ext4 searches long for the place of a new file where many have been removed in the last five seconds.
+        if (fs::remove_all(folder) > 1000)
+            std::this_thread::sleep_for(std::chrono::seconds(6));
         return result;
     };
 
@@ -261,8 +258,6 @@ double Compare(const std::string& name, const fs::path& archive, const fs::path&
                         }).seconds);
         ratios.push_back(ours.back() / std::min(bsdtar.back(), unzip.back()));
     }
-    fs::remove_all(extracted);
-
     std::printf("%s %.3f s\n%s_bsdtar %.3f s\n%s_unzip %.3f s\n%s_ratio %.3f of_the_faster\n%s_memory %.1f MiB\n",
                 name.c_str(), Median(ours), name.c_str(), Median(bsdtar), name.c_str(), Median(unzip), name.c_str(),
                 Median(ratios), name.c_str(), memory);
