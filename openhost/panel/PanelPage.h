@@ -1,0 +1,40 @@
+// What the browser panel shows.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace openhost {
+
+/// The page in the panel: a recorded one, or one in a real browser. Texts are UTF-8. Used on the user-interface thread.
+class PanelPage {
+public:
+    /// Where a page reports what happens in it, always from the event loop, never from inside an operation.
+    struct Listener {
+        std::function<void(const std::string& url)> urlChanged;      ///< once a page has loaded
+        std::function<void(const std::string& message)> messageSent; ///< by an injected script, to the host
+        std::function<void()> closed;                                ///< the user has closed the panel
+    };
+
+    virtual ~PanelPage() = default;
+    /// Begins to load `url`. False for an address that cannot be shown.
+    virtual bool LoadUrl(const std::string& url) = 0;
+    /// Runs `script` in the page. False when no page has loaded.
+    virtual bool ExecuteScript(const std::string& script) = 0;
+};
+
+/// Opens pages for the panel.
+class PanelPages {
+public:
+    virtual ~PanelPages() = default;
+    /// The page of a panel that opens. Its destruction closes it, without a report.
+    virtual std::unique_ptr<PanelPage> Open(PanelPage::Listener listener) = 0;
+
+    /// Null in a host without a panel.
+    static PanelPages* Current();
+    /// Replaces the current pages and returns the ones before. Null removes them.
+    static std::unique_ptr<PanelPages> Install(std::unique_ptr<PanelPages> pages);
+};
+
+} // namespace openhost
