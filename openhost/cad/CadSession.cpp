@@ -472,6 +472,14 @@ void CadSession::ReplaceComponent(SessionProduct& father, SessionProduct& compon
     SetChanged(*document);
 }
 
+void CadSession::MoveComponent(SessionProduct& component, const Placement& placement)
+{
+    if (component.isRoot_ || !component.owner_)
+        throw CadSessionError(component.name_ + ": the product is no component");
+    component.placement_ = placement;
+    SetChanged(*component.owner_);
+}
+
 void CadSession::Replace(SessionProduct& component, LoadedDocument& reference)
 {
     LoadedDocument& father = *component.owner_;

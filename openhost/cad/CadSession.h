@@ -60,6 +60,8 @@ public:
     /// list stay. So does a name, unless it is one that AddComponents has given.
     void ReplaceComponent(SessionProduct& father, SessionProduct& component, const std::filesystem::path& file,
                           bool allInstances);
+    /// Gives `component`, no root, another place in its father. `placement` is rigid.
+    void MoveComponent(SessionProduct& component, const Placement& placement);
 
     /// The part numbers that two or more documents have in the tree or trees that `document` stands in.
     std::vector<std::string> DisputedPartNumbers(LoadedDocument& document) const;

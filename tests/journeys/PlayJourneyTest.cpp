@@ -361,14 +361,56 @@ TEST_F(InsertionJourney, ReplaceReplacesOneComponentOrAllByTheAnswer)
                                         "post.1=post.ZALPart@200", partNumber + ".3=" + file + "@300"}));
 }
 
+TEST_F(InsertionJourney, AMoveTurnsAComponentAboutItsOriginAndIsSaved)
+{
+    const Play play = PlaySession(
+        R"({"documents": ["${PARTS}/frame.ZALProduct"],
+            "steps": [{"move": "frame/post.1", "at": [1, 2.5, -3], "axis": [0, 0, 2], "angle": 90},
+                      {"move": "frame/plate.2", "at": [7, 8, 9]},
+                      {"save": "${PARTS}/frame.ZALProduct"}]})");
+    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    const openhost::CadDocument saved = openhost::ReadDocument(Frame());
+    const openhost::Placement turned{0, -1, 0, 1, 1, 0, 0, 2.5, 0, 0, 1, -3};
+    for (std::size_t i = 0; i < turned.size(); ++i)
+        EXPECT_NEAR(saved.children[2].placement[i], turned[i], 1e-12) << i;
+    EXPECT_EQ(saved.children[1].placement, (openhost::Placement{1, 0, 0, 7, 0, 1, 0, 8, 0, 0, 1, 9}));
+    EXPECT_EQ(saved.children[0].placement, openhost::IdentityPlacement);
+}
+
 TEST_F(InsertionJourney, APathThatIsNotThereAndADocumentThatIsNotLoadedFailTheirSteps)
 {
     for (const char* step :
          {R"({"select": "frame/none"})", R"({"select": "frame"})", R"({"tree": "none.ZALPart"})",
+          R"({"move": "frame/none", "at": [0, 0, 0]})", R"({"move": "frame", "at": [0, 0, 0]})",
           R"({"save": "${PARTS}/post.ZALPart", "as": "${PARTS}/post.txt"})", R"({"close": "${PARTS}/post.ZALPart"})"}) {
         const Play play =
             PlaySession(R"({"documents": ["${PARTS}/frame.ZALProduct"], "steps": [)" + std::string(step) + "]}");
         EXPECT_EQ(play.status, 1) << step;
         EXPECT_EQ(play.journal.back()["step"], 1) << step;
     }
+}
+
+// ---------------------------------------------------------------------------------------------
+// The session of examples/: an item opened, another inserted, moved and replaced, all instances of a component replaced
+
+TEST_F(PlayJourney, TheExampleChangesAProductAndSavesIt)
+{
+    const Play play = PlaySession(ReadText(VELMART_SOURCE_DIR "/examples/change-product.json"));
+    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    EXPECT_FALSE(play.journal.back().contains("unusedAnswers"));
+    for (const json& selection : Events(play, "selection"))
+        EXPECT_EQ(selection["accepted"], true) << selection;
+
+    const openhost::CadDocument saved = openhost::ReadDocument(Parts() / "BEARING_UNIT_20.ZALProduct");
+    std::vector<std::string> names;
+    for (const openhost::ChildInstance& child : saved.children)
+        names.push_back(child.name);
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"HOUSING_47.1", "ISO15_6204.1", "SHAFT_20x154.1", "ISO4014_M6x30.1",
+                                        "ISO4014_M6x30.2", "ISO4014_M6x30.3", "ISO4014_M6x30.4", "GEAR_M2_Z36.1"}));
+    EXPECT_EQ(saved.links, (std::vector<std::string>{"HOUSING_47.ZALPart", "ISO15_6204.ZALPart", "SHAFT_20x154.ZALPart",
+                                                     "ISO4014_M6x30.ZALPart", "GEAR_M2_Z36.ZALPart"}));
+    const openhost::Placement onTheShaft{1, 0, 0, 0, 0, 0, 1, 91, 0, -1, 0, 50};
+    for (std::size_t i = 0; i < onTheShaft.size(); ++i)
+        EXPECT_NEAR(saved.children[7].placement[i], onTheShaft[i], 1e-12) << i;
 }
