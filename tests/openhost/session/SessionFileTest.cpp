@@ -169,7 +169,7 @@ TEST(SessionFile, WaitsAreChecked)
 TEST(SessionFile, MovesAreChecked)
 {
     const auto error = [](const std::string& members) { return StepError("{\"move\": \"a/b\"" + members + "}"); };
-    EXPECT_EQ(error(""), "2: the step lacks \"at\"");
+    EXPECT_EQ(error(""), "2: the step needs the key \"at\"");
     EXPECT_EQ(error(",\n\"at\": [1, 2]"), "3: \"at\" must be a list of three numbers");
     EXPECT_EQ(error(", \"at\": {}"), "2: \"at\" must be a list of three numbers");
     EXPECT_EQ(error(", \"at\": [1, 2, \"3\"]"), "2: \"at\" must be a number from -1e+06 to 1e+06, not a text");
