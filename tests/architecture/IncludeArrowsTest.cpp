@@ -128,6 +128,7 @@ const std::vector<Library>& Libraries()
         {"libdeflate", beginsWith("libdeflate.h"), {"openhost/files", "openhost/documents"}},
         {"ISA-L", beginsWith("isa-l/"), {"openhost/files", "openhost/documents"}},
         {"libgsf", beginsWith("gsf/"), {"openhost/documents"}},
+        {"libpng", beginsWith("png.h"), {"openhost/picture"}},
         {"OpenSSL", beginsWith("openssl/"), {"openhost/files"}},
         {"cpp-httplib", beginsWith("httplib.h"), {"catalogue/service"}},
         {"Open CASCADE",
