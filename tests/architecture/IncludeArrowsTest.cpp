@@ -57,13 +57,13 @@ TEST(Includes, OfOpenhostHaveTheHostViewOfTheModuleAlone)
     }));
 }
 
-TEST(Includes, OfTheCatalogueHaveTheDocumentFormatsOfOpenhostAlone)
+TEST(Includes, OfTheCatalogueHaveTheDocumentFormatsAndPicturesOfOpenhostAlone)
 {
     // AtomicFile writes a whole file or none, which the formats build on.
     EXPECT_TRUE(Each("catalogue", [](const Include& include) {
         return !include.isOurs || StandsIn(include.target, "catalogue") ||
                StandsIn(include.target, "openhost/documents") || StandsIn(include.target, "openhost/geometry") ||
-               include.target == "openhost/files/AtomicFile.h";
+               StandsIn(include.target, "openhost/picture") || include.target == "openhost/files/AtomicFile.h";
     }));
 }
 
