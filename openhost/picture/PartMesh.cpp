@@ -1,12 +1,11 @@
 #include "openhost/picture/PartMesh.h"
 
-#include <BRepAdaptor_Curve2d.hxx>
 #include <BRepAdaptor_Surface.hxx>
 #include <BRepBndLib.hxx>
 #include <BRepMesh_IncrementalMesh.hxx>
-#include <BRepTools.hxx>
 #include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
+#include <Geom2d_Curve.hxx>
 #include <Poly_PolygonOnTriangulation.hxx>
 #include <Poly_Triangulation.hxx>
 #include <TopExp.hxx>
@@ -78,12 +77,11 @@ void AddFace(const TopoDS_Face& face, PartMesh& mesh)
     }
 
     const BRepAdaptor_Surface surface(face, Standard_False);
-    const bool reversed = face.Orientation() == TopAbs_REVERSED;
     for (int i = 1; i <= count; ++i) {
         std::optional<gp_Vec> normal;
         if (triangulation->HasUVNodes())
             normal = NormalAt(surface, triangulation->UVNode(i));
-        gp_XYZ direction = around[static_cast<std::size_t>(i - 1)].Multiplied(reversed ? -1 : 1);
+        gp_XYZ direction = around[static_cast<std::size_t>(i - 1)];
         const double length = direction.Modulus();
         direction = length > 0 ? direction / length : gp_XYZ(0, 0, 1);
         mesh.normals.push_back(normal ? ToVector(normal->XYZ())
@@ -94,9 +92,12 @@ void AddFace(const TopoDS_Face& face, PartMesh& mesh)
 /// The normal of `face` in the middle of `edge`.
 std::optional<gp_Vec> NormalBeside(const TopoDS_Edge& edge, const TopoDS_Face& face)
 {
-    const BRepAdaptor_Curve2d curve(edge, face);
-    return NormalAt(BRepAdaptor_Surface(face, Standard_False),
-                    curve.Value((curve.FirstParameter() + curve.LastParameter()) / 2));
+    double first = 0;
+    double last = 0;
+    const Handle(Geom2d_Curve) curve = BRep_Tool::CurveOnSurface(edge, face, first, last);
+    if (curve.IsNull())
+        return std::nullopt;
+    return NormalAt(BRepAdaptor_Surface(face, Standard_False), curve->Value((first + last) / 2));
 }
 
 bool IsCrease(const TopoDS_Edge& edge, const TopTools_ListOfShape& faces)
@@ -125,8 +126,9 @@ void AddLine(const TopoDS_Edge& edge, const TopoDS_Face& face, PartMesh& mesh)
     if (polygon.IsNull())
         return;
     std::vector<Vector3> line;
-    for (int i = 1; i <= polygon->NbNodes(); ++i)
+    for (int i = 1; i <= polygon->NbNodes(); ++i) {
         line.push_back(ToVector(triangulation->Node(polygon->Node(i)).Transformed(location.Transformation()).XYZ()));
+    }
     mesh.lines.push_back(std::move(line));
 }
 
@@ -134,7 +136,6 @@ void AddLine(const TopoDS_Edge& edge, const TopoDS_Face& face, PartMesh& mesh)
 
 PartMesh MeshPart(const TopoDS_Shape& shape, double deflection)
 {
-    BRepTools::Clean(shape); // of triangles that came with it
     BRepMesh_IncrementalMesh(shape, deflection, Standard_False, AngularDeflection, Standard_False);
 
     PartMesh mesh;

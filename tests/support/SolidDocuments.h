@@ -5,9 +5,15 @@
 #include "openhost/geometry/ShapeGeometry.h"
 
 #include <BRepPrimAPI_MakeBox.hxx>
+#include <BRep_Builder.hxx>
+#include <BinTools.hxx>
+#include <Poly_Triangulation.hxx>
+#include <TopoDS_Compound.hxx>
+#include <TopoDS_Face.hxx>
 #include <gp_Pnt.hxx>
 
 #include <algorithm>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -32,6 +38,32 @@ public:
         CadDocument document;
         document.partNumber = partNumber;
         document.geometry = EncodeShape(shape);
+        WriteDocument(document, Path(fileName));
+    }
+
+    /// A part with a box and a face that has no surface but triangles, with nodes that are none: what EncodeShape does
+    /// not write, but a file can hold.
+    void DamagedTriangles(const std::string& fileName) const
+    {
+        TColgp_Array1OfPnt nodes(1, 3);
+        nodes(1) = gp_Pnt(0, 0, 0);
+        nodes(2) = gp_Pnt(10, 0, 0);
+        nodes(3) = gp_Pnt(0, 0, 10);
+        Poly_Array1OfTriangle triangles(1, 2);
+        triangles(1) = Poly_Triangle(1, 2, 3);
+        triangles(2) = Poly_Triangle(1, 2, 123456789);
+        BRep_Builder builder;
+        TopoDS_Face face;
+        builder.MakeFace(face, new Poly_Triangulation(nodes, triangles));
+        TopoDS_Compound compound;
+        builder.MakeCompound(compound);
+        builder.Add(compound, face);
+        builder.Add(compound, BRepPrimAPI_MakeBox(1, 1, 1).Shape());
+        std::ostringstream boundary;
+        BinTools::Write(compound, boundary);
+        CadDocument document;
+        document.partNumber = "DAMAGED";
+        document.geometry = DocumentGeometry{{1, 7, 1, 1, {0, 0, 0}, {1, 1, 1}}, boundary.str()};
         WriteDocument(document, Path(fileName));
     }
 

@@ -298,6 +298,12 @@ TEST_F(StepExport, DamagedGeometryIsRefused)
     ExpectRefused<GeometryError>("p.ZALPart", "p.ZALPart: the geometry is damaged");
 }
 
+TEST_F(StepExport, FaceWithoutASurfaceIsRefused)
+{
+    documents_.DamagedTriangles("damaged.ZALPart");
+    ExpectRefused<GeometryError>("damaged.ZALPart", "damaged.ZALPart: the geometry is damaged: a face has no surface");
+}
+
 TEST_F(StepExport, CycleIsRefused)
 {
     documents_.Product("a.ZALProduct", "A", {{"1", "b.ZALProduct"}});

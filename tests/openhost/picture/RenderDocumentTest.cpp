@@ -323,6 +323,12 @@ TEST_F(Render, DamagedDocumentsAndCyclesAreRefused)
     EXPECT_THROW(Draw("L0.ZALProduct"), std::runtime_error);
 }
 
+TEST_F(Render, FaceWithoutASurfaceIsRefused)
+{
+    documents_.DamagedTriangles("damaged.ZALPart");
+    EXPECT_THROW(Draw("damaged.ZALPart"), GeometryError);
+}
+
 TEST_F(Render, FileIsWrittenWholeOrNotAtAll)
 {
     documents_.Box("a.ZALPart", "A", {0, 0, 0}, {10, 20, 5});
