@@ -36,10 +36,7 @@ bool Exists(const std::filesystem::path& path)
 /// Where the link `link` of a document in `folder` leads.
 std::filesystem::path Resolve(const std::filesystem::path& folder, const std::string& link)
 {
-    std::string stored = link;
-    std::ranges::replace(stored, '\\', '/');
-    const std::filesystem::path beside = folder / std::filesystem::path(stored).filename();
-    return Canonical(Exists(beside) ? beside : folder / stored);
+    return Canonical(ResolveLink(folder, link));
 }
 
 /// The link of a document in `folder` to `target`. Refuses one that would lead elsewhere.
