@@ -123,9 +123,12 @@ LoadedDocument& CadSession::Open(const std::filesystem::path& path)
 
 LoadedDocument* CadSession::Find(const std::filesystem::path& path) const
 {
-    if (path.empty())
-        return nullptr;
-    const auto found = documents_.find(Canonical(path).string());
+    return path.empty() ? nullptr : FindCanonical(Canonical(path));
+}
+
+LoadedDocument* CadSession::FindCanonical(const std::filesystem::path& path) const
+{
+    const auto found = documents_.find(path.string());
     return found != documents_.end() ? found->second : nullptr;
 }
 
@@ -214,7 +217,7 @@ void CadSession::SetChanged(LoadedDocument& document)
 LoadedDocument& CadSession::Load(const std::filesystem::path& path)
 {
     const std::filesystem::path file = Canonical(path);
-    if (LoadedDocument* known = Find(file))
+    if (LoadedDocument* known = FindCanonical(file))
         return *known;
 
     std::vector<LoadedDocument*> fresh;
@@ -266,7 +269,7 @@ void CadSession::LoadChildren(LoadedDocument& document, std::vector<LoadedDocume
             continue;
         }
         const std::filesystem::path file = Resolve(document.path_.parent_path(), links[index]);
-        targets[index].document = Find(file);
+        targets[index].document = FindCanonical(file);
         if (targets[index].document)
             continue;
         try {

@@ -73,6 +73,7 @@ public:
     bool IsOfPart(ZALIProduct& product) override;
 
 private:
+    LoadedDocument* FindCanonical(const std::filesystem::path& path) const;
     LoadedDocument& Load(const std::filesystem::path& path);
     LoadedDocument& Enter(const std::filesystem::path& path, CadDocument contents);
     LoadedDocument& LoadComponent(const LoadedDocument& father, const std::filesystem::path& path);
