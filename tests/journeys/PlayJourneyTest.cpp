@@ -391,6 +391,33 @@ TEST_F(InsertionJourney, APathThatIsNotThereAndADocumentThatIsNotLoadedFailTheir
     }
 }
 
+TEST_F(InsertionJourney, AnInsertedItemIsSavedUnderAnotherNameAndTheFirstFileStays)
+{
+    const openhost::CadDocument before = openhost::ReadDocument(Frame());
+    const Play play = PlaySession(
+        R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true},
+            "variables": {"FILES": "/none"}, "documents": ["${PARTS}/frame.ZALProduct"],
+            "steps": [{"message": {"event": "velmart_insert", "content": )" +
+            Request("bolted-joint-m8") + R"(}}, {"select": "frame"}, {"wait": "idle"},
+                {"save": "${PARTS}/frame.ZALProduct", "as": "${PARTS}/second.ZALProduct"},
+                {"tree": "${PARTS}/second.ZALProduct"}, {"close": "${PARTS}/second.ZALProduct"}]})",
+        "--account");
+    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    EXPECT_EQ(openhost::ReadDocument(Frame()), before);
+    const openhost::CadDocument saved = openhost::ReadDocument(Parts() / "second.ZALProduct");
+    ASSERT_EQ(saved.children.size(), before.children.size() + 1);
+    EXPECT_EQ(saved.links[saved.children.back().link], RootOf(play).second);
+
+    std::vector<std::string> actions;
+    for (const json& document : Events(play, "document"))
+        actions.push_back(document["action"]);
+    EXPECT_EQ(actions, (std::vector<std::string>{"opened", "changed", "saved", "closed"}));
+    EXPECT_THAT(play.output, HasSubstr("Selection     frame, accepted\n"));
+    EXPECT_THAT(play.output, HasSubstr("Prompt        "));
+    EXPECT_THAT(play.output, HasSubstr("              ├─ plate.1  [plate.ZALPart]  at (0, 0, 0)\n"));
+    EXPECT_THAT(play.output, HasSubstr("Tree          frame  [second.ZALProduct]\n"));
+}
+
 // ---------------------------------------------------------------------------------------------
 // The session of examples/: an item opened, another inserted, moved and replaced, all instances of a component replaced
 
