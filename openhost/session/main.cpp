@@ -1,6 +1,7 @@
-// openhost: plays sessions and shows documents.
+// openhost: plays sessions, shows documents, and turns light representations into STL.
 
 #include "openhost/cad/ShowDocument.h"
+#include "openhost/lvr/WriteStl.h"
 #include "openhost/session/JournalWriter.h"
 #include "openhost/session/SessionAccount.h"
 #include "openhost/session/SessionFile.h"
@@ -23,6 +24,7 @@ constexpr const char* Usage =
     R"(Usage: openhost play SESSION.json [--journal FILE] [--account] [--set NAME=VALUE]...
                      [--module FILE]
        openhost show FILE
+       openhost stl FILE.lvr OUT.stl
        openhost --help
 
 play   plays a session without a display. Exit status: 0 every step done; 1 a step failed,
@@ -36,6 +38,8 @@ play   plays a session without a display. Exit status: 0 every step done; 1 a st
                            and ../lib/libZALVelmartIntegration.so beside this program
 show   prints the tree, the properties and the link table of a document. Exit status: 0, or 1
        when the file is no document.
+stl    writes the triangles of a light representation as binary STL, in millimetres. Exit
+       status: 0, or 1 when the file is none or the other cannot be written.
 )";
 
 class UsageError : public std::runtime_error {
@@ -153,6 +157,12 @@ int Run(const std::vector<std::string>& words)
         openhost::ShowDocument(rest[0], std::cout);
         return Done;
     }
+    if (words[0] == "stl" && rest.size() == 2) {
+        openhost::WriteStl(rest[1], openhost::ReadLvr(rest[0]));
+        return Done;
+    }
+    if (words[0] == "stl")
+        throw UsageError("stl needs a light representation and the file to write");
     throw UsageError(words[0] == "show" ? "show needs one document" : "unknown command " + words[0]);
 }
 

@@ -1,5 +1,6 @@
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
+#include "openhost/lvr/LvrMesh.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -49,14 +50,37 @@ TEST_F(ProgramTest, HelpTellsTheCommands)
     EXPECT_EQ(Run("--help"), 0);
     EXPECT_THAT(Read("out"), HasSubstr("openhost play SESSION.json"));
     EXPECT_THAT(Read("out"), HasSubstr("openhost show FILE"));
+    EXPECT_THAT(Read("out"), HasSubstr("openhost stl FILE.lvr OUT.stl"));
 }
 
 TEST_F(ProgramTest, WrongUseIsExplained)
 {
-    for (const char* arguments : {"", "other", "play", "play a b", "play --journal", "play a --set", "play a --set =x",
-                                  "play a --set x", "play a --other", "show", "show a b"}) {
+    for (const char* arguments :
+         {"", "other", "play", "play a b", "play --journal", "play a --set", "play a --set =x", "play a --set x",
+          "play a --other", "show", "show a b", "stl", "stl a", "stl a b c"}) {
         EXPECT_EQ(Run(arguments), 2) << arguments;
         EXPECT_THAT(Read("err"), StartsWith("openhost: ")) << arguments;
+    }
+}
+
+TEST_F(ProgramTest, ALightRepresentationBecomesAnStlFile)
+{
+    LvrMesh mesh;
+    mesh.positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
+    mesh.normals = {{0, 0, 1}, {0, 0, 1}, {0, 0, 1}};
+    mesh.triangles = {{0, 1, 2}};
+    WriteLvr(folder_.Path() / "shape.lvr", mesh);
+    EXPECT_EQ(Run("stl shape.lvr shape.stl"), 0) << Read("err");
+    EXPECT_EQ(Read("shape.stl").size(), 80U + 4 + 50);
+}
+
+TEST_F(ProgramTest, WhatIsNoLightRepresentationIsStatus1AndWritesNothing)
+{
+    Write("shape.lvr", "nothing of the kind");
+    for (const char* arguments : {"stl shape.lvr shape.stl", "stl missing.lvr shape.stl"}) {
+        EXPECT_EQ(Run(arguments), 1) << arguments;
+        EXPECT_THAT(Read("err"), HasSubstr(".lvr: ")) << arguments;
+        EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "shape.stl")) << arguments;
     }
 }
 
