@@ -12,7 +12,8 @@ namespace catalogue {
 ///   files/<id>.zip         documents and side files of an item
 ///   files/<name>.ZALPart   the document of an item that is delivered as it is
 ///   items/<id>.json        the download request that the page sends for the item
-///   index.json             all items with sizes, volumes and boxes
+///   shapes/<id>.lvr        the light representation of an item
+///   index.json             all items with sizes, volumes, boxes, and their shapes as queries of the search
 ///
 /// In the requests "${BASE}" stands for the address of the service and "${FILES}" for the
 /// absolute path of the folder `files`, both without a separator at the end. Equal catalogues give equal bytes. Throws

@@ -9,7 +9,7 @@
 namespace catalogue {
 
 /// A service on a folder that holds
-///   - index.json: what GET /items answers;
+///   - index.json: what GET /items answers; the items with a member "shape" can be found by shape;
 ///   - items/ID.json: the request of the item ID, as the catalogue page sends it;
 ///   - files/NAME: what GET /files/NAME sends.
 /// In the texts of the JSON files "${BASE}" stands for the address of the service, and "${FILES}" for the
