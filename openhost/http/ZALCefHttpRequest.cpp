@@ -39,8 +39,10 @@ int StatusOf(openhost::TransferEnd end)
 
 } // namespace
 
-/// Fills the parts of a request that the view keeps to the host.
+/// Reaches the parts of a request that the view keeps to the host.
 struct ZALCefHttpRequestAccess {
+    static std::string TakeContents(ZALCefHttpBody& body) { return std::move(body.contents_); }
+
     static ZALCefHttpResponse Response(int code)
     {
         ZALCefHttpResponse response;
@@ -127,6 +129,7 @@ struct ZALHttpExchange final : openhost::HttpTransferListener, std::enable_share
     ZALUnicodeString method;
     ZALUnicodeString url;
     ZALCefHttpHeaderMap headers;
+    ZALCefHttpBody body;
     ZALCefHttpDataHandler* handler = nullptr; ///< holds a reference while the transfer runs
     std::unique_ptr<openhost::HttpTransfer> transfer;
     int status = ZALHttpStatusUnsent;
@@ -156,6 +159,11 @@ ZALCefHttpHeaderMap& ZALCefHttpRequest::GetHeaderMap()
     return exchange_->headers;
 }
 
+ZALCefHttpBody& ZALCefHttpRequest::GetBody()
+{
+    return exchange_->body;
+}
+
 bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
 {
     if (!handler || exchange_->status != ZALHttpStatusUnsent)
@@ -168,6 +176,8 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
     exchange_->headers.GetRawMap(headers);
     for (const auto& [name, value] : headers)
         data.headers.emplace_back(openhost::ToUtf8(name), openhost::ToUtf8(value));
+
+    data.body = ZALCefHttpRequestAccess::TakeContents(exchange_->body);
 
     if (openhost::journal::IsOpen()) {
         auto fields = nlohmann::ordered_json::object();

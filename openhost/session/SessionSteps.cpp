@@ -42,8 +42,7 @@ public:
     {
         const nlohmann::ordered_json message = player.ExpandPlaceholders(message_);
         const std::string text = message.is_string() ? message.get<std::string>() : message.dump();
-        journal::Write("message", {{"text", text}});
-        player.JournalResult("OnJSMessage", player.Addin().OnJSMessage(FromUtf8(text)));
+        player.Page().ReportMessage(text);
     }
 
 private:
@@ -62,12 +61,7 @@ public:
 
     bool Acts() const override { return true; }
 
-    void Run(SessionPlayer& player) const override
-    {
-        const std::string url = player.ExpandPlaceholders(url_);
-        journal::Write("url", {{"url", url}});
-        player.JournalResult("OnPageUrl", player.Addin().OnPageUrl(FromUtf8(url)));
-    }
+    void Run(SessionPlayer& player) const override { player.Page().ReportUrl(player.ExpandPlaceholders(url_)); }
 
 private:
     std::string url_;
@@ -192,11 +186,11 @@ public:
     {
         journal::Write("options", {{"operation", operation_}});
         if (operation_ == "open") {
-            player.JournalResult("CreateFrame", player.Options().Open() ? S_OK : E_FAIL);
+            journal::WriteResult("CreateFrame", player.Options().Open() ? S_OK : E_FAIL);
             return;
         }
         const auto& [name, operation] = Operations.at(operation_);
-        player.JournalResult(name, (player.Options().Addin().*operation)());
+        journal::WriteResult(name, (player.Options().Addin().*operation)());
     }
 
 private:

@@ -59,6 +59,7 @@ public:
         partNumber = FromUtf8(Facet::Product().partNumber);
         return S_OK;
     }
+    bool IsReferenceProduct() override { return Facet::Product().isReference; }
 
 private:
     static ZALIProduct* Give(ScriptedProduct* product) { return product ? new class Product(*product) : nullptr; }

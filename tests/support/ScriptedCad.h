@@ -32,6 +32,7 @@ public:
     ScriptedProduct* father = nullptr;
     ScriptedProduct* reference = nullptr;
     std::string partNumber;
+    bool isReference = false;
     bool loaded = true;
     bool isOfPart = false;
     HRESULT addResult = S_OK;
