@@ -1,6 +1,7 @@
 // openhost: plays sessions, shows documents, and turns light representations into STL.
 
 #include "openhost/cad/ShowDocument.h"
+#include "openhost/geometry/TessellatingLvrWriter.h"
 #include "openhost/lvr/WriteStl.h"
 #include "openhost/session/JournalWriter.h"
 #include "openhost/session/SessionAccount.h"
@@ -9,6 +10,7 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -133,6 +135,7 @@ int Play(const PlayArguments& arguments)
         if (account)
             account->Receive(event);
     };
+    openhost::LvrWriter::Install(std::make_unique<openhost::TessellatingLvrWriter>());
     openhost::SessionPlayer player(session, {FindModule(arguments.module), FindPrefix() / "installation"}, receive);
     const int status = player.Play();
     if (account)
