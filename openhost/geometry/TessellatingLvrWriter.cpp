@@ -2,6 +2,7 @@
 
 #include "openhost/cad/ProductRep.h"
 #include "openhost/files/Paths.h"
+#include "openhost/geometry/RunApart.h"
 #include "openhost/geometry/ShapeGeometry.h"
 #include "openhost/geometry/Tessellation.h"
 #include "openhost/journal/Journal.h"
@@ -9,8 +10,11 @@
 
 #include <TopoDS_Shape.hxx>
 
+#include <algorithm>
 #include <map>
 #include <stdexcept>
+#include <string_view>
+#include <vector>
 
 namespace openhost {
 
@@ -24,8 +28,8 @@ void Tell(const std::string& reason)
     journal::Write("document", {{"action", "refused"}, {"operation", "ZALWriteLvr"}, {"reason", reason}});
 }
 
-/// The triangles of the part in `file`; none when it has no geometry that can be shown.
-LvrMesh TessellatePart(const std::filesystem::path& file)
+/// The triangles of the part in `file`; none, and a line in `reasons`, when it has no geometry that can be shown.
+LvrMesh TessellatePart(const std::filesystem::path& file, std::vector<std::string>& reasons)
 {
     try {
         const CadDocument document = ReadDocument(file);
@@ -33,24 +37,40 @@ LvrMesh TessellatePart(const std::filesystem::path& file)
             throw GeometryError("the document has no geometry");
         return TessellateShape(DecodeShape(*document.geometry));
     } catch (const CompoundFileError& error) {
-        Tell(error.what());
+        reasons.push_back(error.what());
     } catch (const GeometryError& error) {
-        Tell(file.string() + ": " + error.what());
+        reasons.push_back(file.string() + ": " + error.what());
     }
     return {};
 }
 
-LvrMesh TessellateParts(const std::vector<ShownPart>& parts)
+/// The light file of `parts`, behind a line for each part that is left out and an empty line.
+std::string TessellateParts(const std::vector<ShownPart>& parts)
 {
+    std::vector<std::string> reasons;
     std::map<std::filesystem::path, LvrMesh> meshes;
     LvrMesh whole;
     for (const ShownPart& part : parts) {
         const auto [entry, isNew] = meshes.try_emplace(part.file);
         if (isNew)
-            entry->second = TessellatePart(part.file);
+            entry->second = TessellatePart(part.file, reasons);
         AddPlaced(whole, entry->second, part.placement);
     }
-    return whole;
+    std::string answer;
+    for (std::string& reason : reasons) {
+        std::ranges::replace(reason, '\n', ' ');
+        answer += reason + "\n";
+    }
+    return answer + "\n" + (whole.triangles.empty() ? "" : EncodeLvr(whole));
+}
+
+/// Takes the first line from `text`.
+std::string TakeLine(std::string_view& text)
+{
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    std::string line(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+    return line;
 }
 
 } // namespace
@@ -64,7 +84,11 @@ int TessellatingLvrWriter::Write(const ZALRep& representation, const std::string
         const ZALUnicodeString file = FromUtf8(path);
         if (HasParentComponent(file))
             throw std::runtime_error(path + ": the path leads upwards");
-        WriteLvr(SystemPath(file), TessellateParts(product->Parts()));
+        const std::string answer = RunApart([product] { return TessellateParts(product->Parts()); });
+        std::string_view rest = answer;
+        for (std::string reason = TakeLine(rest); !reason.empty(); reason = TakeLine(rest))
+            Tell(reason);
+        WriteLvr(SystemPath(file), ReadLvrBytes(rest));
         return Written;
     } catch (const std::exception& error) {
         Tell(error.what());

@@ -138,6 +138,22 @@ TEST_F(TessellatingLvrWriterTest, DamagedGeometryIsLeftOut)
     EXPECT_THAT(reasons_, ElementsAre(HasSubstr("damaged.ZALPart")));
 }
 
+TEST_F(TessellatingLvrWriterTest, DamageOfAnyKindEndsInAResult)
+{
+    CadDocument sound;
+    sound.geometry = EncodeShape(BRepPrimAPI_MakeBox(gp_Pnt(0, 0, 0), gp_Pnt(1, 1, 1)).Shape());
+    const std::size_t size = sound.geometry->boundary.size();
+    for (std::size_t at = size / 8; at < size; at += size / 8) {
+        CadDocument damaged = sound;
+        damaged.geometry->boundary.replace(at, 4, "\xff\xff\xff\x7f");
+        WriteDocument(damaged, File("damaged" + std::to_string(at) + ".ZALPart"));
+        SessionProduct& part = *session_->Open(File("damaged" + std::to_string(at) + ".ZALPart")).Root();
+        std::filesystem::remove(Target());
+        const bool written = Write(part) == 0;
+        EXPECT_EQ(written, std::filesystem::exists(Target())) << at;
+    }
+}
+
 TEST_F(TessellatingLvrWriterTest, WithoutAnyTrianglesNothingIsWritten)
 {
     std::ofstream(Target()) << "old";
