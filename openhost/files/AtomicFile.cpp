@@ -45,6 +45,10 @@ public:
                 Fail();
             content.remove_prefix(static_cast<std::size_t>(done));
         }
+    }
+
+    void Synchronize()
+    {
         if (fsync(descriptor_) != 0)
             Fail();
     }
@@ -77,17 +81,29 @@ void SynchronizeFolder(const std::filesystem::path& folder)
     close(descriptor);
 }
 
-} // namespace
-
-void WriteFileAtomically(const std::filesystem::path& file, std::string_view content)
+/// What `file` leads to, when it is there.
+std::filesystem::path TargetOf(const std::filesystem::path& file)
 {
     std::error_code isMissing;
     std::filesystem::path target = std::filesystem::canonical(file, isMissing);
-    if (isMissing)
-        target = file;
+    return isMissing ? file : target;
+}
 
+} // namespace
+
+void ReplaceFile(const std::filesystem::path& file, std::string_view content)
+{
+    Replacement replacement(TargetOf(file));
+    replacement.Write(content);
+    replacement.TakePlace();
+}
+
+void WriteFileAtomically(const std::filesystem::path& file, std::string_view content)
+{
+    const std::filesystem::path target = TargetOf(file);
     Replacement replacement(target);
     replacement.Write(content);
+    replacement.Synchronize();
     replacement.TakePlace();
     SynchronizeFolder(target.parent_path());
 }

@@ -159,7 +159,7 @@ LvrMesh ReadLvrBytes(std::string_view bytes)
 
 void WriteLvr(const std::filesystem::path& path, const LvrMesh& mesh)
 {
-    WriteFileAtomically(path, EncodeLvr(mesh));
+    ReplaceFile(path, EncodeLvr(mesh));
 }
 
 LvrMesh ReadLvr(const std::filesystem::path& path)

@@ -51,7 +51,7 @@ void WriteStl(const std::filesystem::path& path, const LvrMesh& mesh)
             Append(bytes, mesh.positions[corner]);
         bytes.append(2, '\0');
     }
-    WriteFileAtomically(path, bytes);
+    ReplaceFile(path, bytes);
 }
 
 } // namespace openhost
