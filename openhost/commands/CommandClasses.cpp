@@ -1,4 +1,4 @@
-#include "openhost/journal/Journal.h"
+#include "openhost/commands/StartedCommands.h"
 #include "openhost/loop/EventLoop.h"
 #include "openhost/objects/MetaClassOperations.h"
 
@@ -19,8 +19,7 @@ void ZALCommand::RequestDelayedDestruction()
         auto* command = static_cast<ZALCommand*>(reference.GetComponent());
         if (!command)
             return;
-        openhost::journal::Write("command", {{"command", command->GetName().CastToCharPtr()}, {"action", "ended"}});
-        command->Release();
+        openhost::EndCommand(*command);
         command->Release();
     });
 }

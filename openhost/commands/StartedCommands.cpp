@@ -1,6 +1,7 @@
 #include "openhost/commands/StartedCommands.h"
 
 #include "openhost/journal/Journal.h"
+#include "openhost/loop/EventLoop.h"
 #include "openhost/objects/ClassDictionary.h"
 
 #include "host/dialog_engine.h"
@@ -12,10 +13,32 @@ namespace openhost {
 
 namespace {
 
-std::vector<ZALBaseUnknown_WR>& Started()
+struct Session {
+    std::vector<ZALBaseUnknown_WR> started;
+    int starting = 0;                       ///< commands that are being made
+    std::vector<ZALBaseUnknown_WR> endings; ///< asked for meanwhile
+};
+
+Session& Current()
 {
-    static std::vector<ZALBaseUnknown_WR> commands;
-    return commands;
+    static Session session;
+    return session;
+}
+
+ZALBaseUnknown* Make(const std::string& className)
+{
+    Session& session = Current();
+    ++session.starting;
+    ZALBaseUnknown* made = ClassDictionary::Instance().Create(className);
+    if (--session.starting == 0)
+        for (const ZALBaseUnknown_WR& reference : std::exchange(session.endings, {}))
+            EventLoop::Current().Post([reference] {
+                if (ZALBaseUnknown* command = reference.GetComponent()) {
+                    EndCommand(static_cast<ZALCommand&>(*command));
+                    command->Release();
+                }
+            });
+    return made;
 }
 
 } // namespace
@@ -29,18 +52,28 @@ StartResult StartCommand(const std::string& className)
         return StartResult::Unknown;
 
     journal::Write("command", {{"command", className}, {"action", "begun"}});
-    ZALBaseUnknown* made = ClassDictionary::Instance().Create(className);
+    ZALBaseUnknown* made = Make(className);
     auto* command = ZALSysDynamicCast<ZALCommand>(made);
     if (command)
-        Started().emplace_back(command);
+        Current().started.emplace_back(command);
     else if (made)
         made->Release();
     return command ? StartResult::Started : StartResult::Unknown;
 }
 
+void EndCommand(ZALCommand& command)
+{
+    if (Current().starting > 0) {
+        Current().endings.emplace_back(&command);
+        return;
+    }
+    journal::Write("command", {{"command", command.GetName().CastToCharPtr()}, {"action", "ended"}});
+    command.Release();
+}
+
 void EndStartedCommands()
 {
-    for (const ZALBaseUnknown_WR& reference : std::exchange(Started(), {}))
+    for (const ZALBaseUnknown_WR& reference : std::exchange(Current().started, {}))
         if (ZALBaseUnknown* command = reference.GetComponent()) {
             static_cast<ZALCommand*>(command)->RequestDelayedDestruction();
             command->Release();

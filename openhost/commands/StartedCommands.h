@@ -3,6 +3,8 @@
 
 #include <string>
 
+class ZALCommand;
+
 namespace openhost {
 
 /// Why a command was not started.
@@ -15,6 +17,9 @@ enum class StartResult {
 /// Starts a command by the name of its class, as menus and tool bars do. The session owns it until it has asked for its
 /// end. A class without a header can be started at any time.
 StartResult StartCommand(const std::string& className);
+/// Drops the host's reference on `command`, which has asked for that; while a command is being made, when that is done:
+/// it may be this one, whose constructor runs the loop. To be called between events.
+void EndCommand(ZALCommand& command);
 /// Asks every command that was started, and still lives, to end. The loop has to run for that.
 void EndStartedCommands();
 

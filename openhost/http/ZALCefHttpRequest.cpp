@@ -1,9 +1,11 @@
 #include "host/http.h"
 
+#include "openhost/http/HttpAddress.h"
 #include "openhost/http/HttpTransport.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/text/Utf.h"
 
+#include <algorithm>
 #include <optional>
 #include <set>
 #include <string>
@@ -186,7 +188,12 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
         openhost::journal::Write("request", {{"method", data.method}, {"url", data.url}, {"headers", fields}});
     }
 
-    exchange_->transfer = openhost::HttpTransport::Current().Start(data, *exchange_);
+    const bool isWhole = std::ranges::all_of(data.headers, [&](const auto& header) {
+        return !openhost::IsSameHttpName(header.first, "Content-Length") ||
+               header.second == std::to_string(data.body.size());
+    });
+    if (isWhole)
+        exchange_->transfer = openhost::HttpTransport::Current().Start(data, *exchange_);
     if (!exchange_->transfer) {
         exchange_->JournalEnd("the request is malformed or its address is not allowed");
         return false;

@@ -2,11 +2,15 @@
 
 #include "openhost/cad/SessionTree.h"
 #include "openhost/commands/DialogEngine.h"
+#include "openhost/commands/StartedCommands.h"
 #include "openhost/frame/Frame.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/panel/Panel.h"
 #include "openhost/session/LocatedRead.h"
 #include "openhost/session/SessionPlayer.h"
 #include "openhost/text/Utf.h"
+
+#include "host/frame.h"
 
 #include <cmath>
 #include <map>
@@ -238,6 +242,92 @@ private:
     std::string names_;
 };
 
+/// {"highlight": "Root/Child.2"}
+class HighlightStep : public SessionStep {
+public:
+    static constexpr const char* Name = "highlight";
+
+    explicit HighlightStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { names_ = ReadName(value, Name); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        const std::string names = player.ExpandPlaceholders(names_);
+        ZALPathElement* path = player.Cad().FindPath(names);
+        if (!path)
+            throw StepFailure("the active document has no \"" + names + "\"");
+        ZALCSO& objects = *ZALFrmEditor::GetCurrentEditor()->GetCSO();
+        objects.Empty();
+        objects.AddElement(path);
+        path->Release();
+        journal::Write("highlight", {{"element", names}});
+    }
+
+private:
+    std::string names_;
+};
+
+/// {"command": NAME}
+class CommandStep : public SessionStep {
+public:
+    static constexpr const char* Name = "command";
+
+    explicit CommandStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { name_ = ReadName(value, Name); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        const std::string name = player.ExpandPlaceholders(name_);
+        switch (StartCommand(name)) {
+        case StartResult::Started:
+            return;
+        case StartResult::Unknown:
+            throw StepFailure("there is no command \"" + name + "\"");
+        case StartResult::Greyed:
+            throw StepFailure("the command \"" + name + "\" is not available");
+        }
+    }
+
+private:
+    std::string name_;
+};
+
+/// {"panel": "open" or "close"}
+class PanelStep : public SessionStep {
+public:
+    static constexpr const char* Name = "panel";
+
+    explicit PanelStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) {
+                                            action_ = ReadName(value, Name);
+                                            if (action_ != "open" && action_ != "close")
+                                                throw LocatedError(value.line, "\"panel\" is \"open\" or \"close\"");
+                                        }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        if (action_ == "open")
+            Panel::Open();
+        else
+            player.Page().ReportClosed();
+    }
+
+private:
+    std::string action_;
+};
+
 /// {"workshop": NAME}
 class WorkshopStep : public SessionStep {
 public:
@@ -374,7 +464,8 @@ const std::map<std::string, StepMaker> StepMakers = {
     {OptionsStep::Name, Make<OptionsStep>},   {SelectStep::Name, Make<SelectStep>},
     {WorkshopStep::Name, Make<WorkshopStep>}, {CloseStep::Name, Make<CloseStep>},
     {SaveStep::Name, Make<SaveStep>},         {TreeStep::Name, Make<TreeStep>},
-    {WaitStep::Name, Make<WaitStep>},
+    {WaitStep::Name, Make<WaitStep>},         {HighlightStep::Name, Make<HighlightStep>},
+    {CommandStep::Name, Make<CommandStep>},   {PanelStep::Name, Make<PanelStep>},
 };
 
 } // namespace
