@@ -141,7 +141,8 @@ TEST_F(Written, WritingAgainGivesTheSameBytes)
     const openhost::TemporaryFolder other;
     WriteCatalogue(Small(), other.Path());
     WriteCatalogue(Small(), other.Path());
-    for (const char* name : {"index.json", "items/pair.json", "files/pair.zip", "files/PART.ZALPart", "shapes/pair.lvr"})
+    for (const char* name :
+         {"index.json", "items/pair.json", "files/pair.zip", "files/PART.ZALPart", "shapes/pair.lvr"})
         EXPECT_EQ(ReadWhole(other.Path() / name), ReadWhole(Folder() / name)) << name;
 }
 
