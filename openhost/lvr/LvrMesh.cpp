@@ -47,7 +47,8 @@ template <class Element>
 std::vector<Element> Take(std::string_view& rest, std::size_t count)
 {
     std::vector<Element> elements(count);
-    std::memcpy(elements.data(), rest.data(), count * sizeof(Element));
+    if (count > 0)
+        std::memcpy(elements.data(), rest.data(), count * sizeof(Element));
     rest.remove_prefix(count * sizeof(Element));
     return elements;
 }

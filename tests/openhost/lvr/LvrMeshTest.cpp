@@ -112,6 +112,12 @@ TEST(LightRepresentation, CountsThatDoNotFitTheSizeAreRefusedWithoutMemoryForThe
     EXPECT_NE(Refusal(With(With(bytes, 12, 5U), 16, 4U)), "");
 }
 
+TEST(LightRepresentation, AFileOfNothingIsRefused)
+{
+    const std::string bytes = EncodeLvr(Corner()).substr(0, HeaderSize);
+    EXPECT_THAT(Refusal(With(With(bytes, 12, 0U), 16, 0U)), HasSubstr("no triangles"));
+}
+
 TEST(LightRepresentation, NumbersThatAreNoneOrOutOfRangeAreRefused)
 {
     const std::string bytes = EncodeLvr(Corner());
