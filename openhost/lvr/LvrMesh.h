@@ -56,7 +56,7 @@ void AddPlaced(LvrMesh& mesh, const LvrMesh& part, const std::array<double, 12>&
 
 /// The bytes of `mesh`. Throws LvrError for one that CheckLvrMesh refuses.
 std::string EncodeLvr(const LvrMesh& mesh);
-/// The mesh in `bytes`. Throws LvrError for anything that EncodeLvr would not have written, and takes no more memory
+/// The mesh in `bytes`. Throws LvrError for bytes that hold none as EncodeLvr writes it, and takes no more memory
 /// than `bytes` is long.
 LvrMesh ReadLvrBytes(std::string_view bytes);
 
