@@ -1,6 +1,8 @@
 #include "catalogue/items/ItemWriter.h"
 
+#include "catalogue/items/ItemMesh.h"
 #include "catalogue/items/Placements.h"
+#include "catalogue/shapes/ShapeToken.h"
 #include "openhost/files/AtomicFile.h"
 #include "openhost/geometry/DocumentTree.h"
 #include "openhost/picture/RenderDocument.h"
@@ -184,7 +186,7 @@ double Rounded(double value)
     return std::round(value * 1000) / 1000 + 0.0;
 }
 
-Json IndexEntry(const Catalogue& catalogue, const Item& item)
+Json IndexEntry(const Catalogue& catalogue, const Item& item, const openhost::LvrMesh& mesh)
 {
     Extent extent;
     Gather(catalogue, item.root, openhost::IdentityPlacement, extent);
@@ -206,7 +208,8 @@ Json IndexEntry(const Catalogue& catalogue, const Item& item)
             {"documents", item.documents},
             {"dimensions", DimensionsOf(item)},
             {"volume", Rounded(extent.volume)},
-            {"boundingBox", {{"lowest", lowest}, {"highest", highest}}}};
+            {"boundingBox", {{"lowest", lowest}, {"highest", highest}}},
+            {"shape", EncodeShapeToken(DescribeShape(mesh))}};
 }
 
 } // namespace
@@ -216,12 +219,15 @@ void WriteCatalogue(const Catalogue& catalogue, const std::filesystem::path& fol
     std::filesystem::create_directories(folder / "files");
     std::filesystem::create_directories(folder / "items");
     std::filesystem::create_directories(folder / "pictures");
+    std::filesystem::create_directories(folder / "shapes");
     Json index = Json::array();
     for (const Item& item : catalogue.items) {
         WriteFiles(catalogue, item, folder / "files");
         WritePicture(catalogue, item, folder / "pictures");
         openhost::WriteFileAtomically(folder / "items" / (item.id + ".json"), Request(item).dump(2) + "\n");
-        index.push_back(IndexEntry(catalogue, item));
+        const openhost::LvrMesh mesh = TessellateItem(catalogue, item);
+        openhost::WriteLvr(folder / "shapes" / (item.id + ".lvr"), mesh);
+        index.push_back(IndexEntry(catalogue, item, mesh));
     }
     openhost::WriteFileAtomically(folder / "index.json", index.dump(2) + "\n");
 }

@@ -13,7 +13,9 @@ namespace catalogue {
 ///   files/<name>.ZALPart   the document of an item that is delivered as it is
 ///   items/<id>.json        the download request that the page sends for the item
 ///   pictures/<id>.png      a picture of the item, 320 x 240
-///   index.json             all items with sizes, volumes, boxes, and the paths under which pictures are served
+///   shapes/<id>.lvr        the light representation of an item
+///   index.json             all items with sizes, volumes, boxes, the paths under which pictures are served, and their
+///                          shapes as queries of the search
 ///
 /// In the requests "${BASE}" stands for the address of the service and "${FILES}" for the
 /// absolute path of the folder `files`, both without a separator at the end. Equal catalogues give equal bytes. Throws

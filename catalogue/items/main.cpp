@@ -11,7 +11,7 @@ int main(int argc, char** argv)
 {
     if (argc != 2 || argv[1][0] == '-') {
         std::cerr << "usage: velmart-items OUTDIR\n"
-                     "Writes files/, items/ and index.json of the catalogue into OUTDIR.\n";
+                     "Writes files/, items/, shapes/ and index.json of the catalogue into OUTDIR.\n";
         return 2;
     }
     try {

@@ -3,10 +3,13 @@
 #include "catalogue/service/GeneratedArchive.h"
 #include "catalogue/service/PercentEncode.h"
 #include "catalogue/service/Reply.h"
+#include "catalogue/service/ShapeSearch.h"
+#include "catalogue/service/UploadedShape.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <thread>
 #include <vector>
@@ -22,6 +25,9 @@ using Json = nlohmann::ordered_json;
 constexpr const char* Host = "127.0.0.1";
 constexpr std::size_t Threads = 16;
 constexpr std::uint64_t MaximumItemSize = 1 << 20;
+/// Most bytes of the body of a request: an upload with the headers of its form.
+constexpr std::size_t MaximumRequestSize = MaximumUploadSize + (64 << 10);
+constexpr const char* UploadPath = "/upload";
 /// Seconds without a byte taken after which a reply is given up; long enough for a client in a debugger.
 constexpr time_t WriteTimeout = 60;
 constexpr time_t KeepAliveTimeout = 1;
@@ -76,6 +82,34 @@ std::set<std::string> ListFiles(const std::filesystem::path& folder)
     return names;
 }
 
+/// Why the body of `request` is not read, with the code that tells it; nothing when it is. The library keeps the whole
+/// body in memory and bounds only one whose length is announced.
+std::optional<std::pair<int, std::string>> RefuseBody(const httplib::Request& request)
+{
+    if (request.method == "GET" || request.method == "HEAD")
+        return std::nullopt;
+    if (request.method != "POST" || request.path != UploadPath)
+        return {{404, "nothing answers " + request.method + " " + request.path}};
+    if (request.has_header("Transfer-Encoding") || !request.has_header("Content-Length"))
+        return {{411, "an upload must announce its length"}};
+    if (request.has_header("Content-Encoding"))
+        return {{415, "an upload must not be encoded"}};
+    return std::nullopt;
+}
+
+/// What the code of an error says about `request` that the library has refused.
+std::string DescribeError(const httplib::Request& request, int code)
+{
+    switch (code) {
+    case 400:
+        return "the request cannot be understood";
+    case 413:
+        return "the upload is larger than " + std::to_string(MaximumUploadSize) + " bytes";
+    default:
+        return "nothing answers " + request.method + " " + request.path;
+    }
+}
+
 } // namespace
 
 class CatalogueService::Implementation {
@@ -95,12 +129,15 @@ private:
     void AnswerPicture(const httplib::Request& request, httplib::Response& response);
     void AnswerFile(const httplib::Request& request, httplib::Response& response);
     void AnswerArchive(const httplib::Request& request, httplib::Response& response);
+    void AnswerUpload(const httplib::Request& request, httplib::Response& response);
+    void AnswerSearch(const httplib::Request& request, httplib::Response& response) const;
     void FillIn(Json& value) const;
 
     std::filesystem::path root_;
     httplib::Server server_;
     StopSignal stop_;
     ArchiveCache archives_;
+    std::unique_ptr<ShapeSearch> shapes_;
     std::thread thread_;
     int port_ = 0;
 };
@@ -110,6 +147,7 @@ CatalogueService::Implementation::Implementation(const std::filesystem::path& ro
 {
     if (!std::filesystem::is_directory(root_))
         throw std::runtime_error("no folder: " + root.string());
+    shapes_ = std::make_unique<ShapeSearch>(root_ / "index.json");
 
     server_.set_address_family(AF_INET);
     // The library's own choice would let a second service take the same port unnoticed.
@@ -120,6 +158,7 @@ CatalogueService::Implementation::Implementation(const std::filesystem::path& ro
     server_.set_tcp_nodelay(true);
     server_.set_write_timeout(WriteTimeout);
     server_.set_keep_alive_timeout(KeepAliveTimeout);
+    server_.set_payload_max_length(MaximumRequestSize);
     server_.new_task_queue = [] { return new httplib::ThreadPool(Threads); };
     if (log)
         server_.set_logger([log](const httplib::Request& request, const httplib::Response& response) {
@@ -133,10 +172,15 @@ void CatalogueService::Implementation::AddRoutes()
     using HandlerResponse = httplib::Server::HandlerResponse;
 
     server_.set_pre_routing_handler([](const httplib::Request& request, httplib::Response& response) {
-        if (IsLoopbackHost(request.get_header_value("Host")))
-            return HandlerResponse::Unhandled;
-        WriteError(response, 403, "the Host header must name the loopback of this machine");
-        return HandlerResponse::Handled;
+        if (!IsLoopbackHost(request.get_header_value("Host"))) {
+            WriteError(response, 403, "the Host header must name the loopback of this machine");
+            return HandlerResponse::Handled;
+        }
+        if (const auto refusal = RefuseBody(request)) {
+            WriteError(response, refusal->first, refusal->second);
+            return HandlerResponse::Handled;
+        }
+        return HandlerResponse::Unhandled;
     });
     server_.set_exception_handler([](const httplib::Request&, httplib::Response& response, std::exception_ptr error) {
         try {
@@ -151,7 +195,7 @@ void CatalogueService::Implementation::AddRoutes()
                                                                   httplib::Response& response) {
         if (!response.body.empty() || response.content_provider_ || response.has_header("Content-Type"))
             return HandlerResponse::Unhandled;
-        WriteError(response, response.status, "nothing answers " + request.method + " " + request.path);
+        WriteError(response, response.status, DescribeError(request, response.status));
         return HandlerResponse::Handled;
     };
     server_.set_error_handler(describeError);
@@ -175,6 +219,12 @@ void CatalogueService::Implementation::AddRoutes()
     });
     server_.Get("/archive", [this](const httplib::Request& request, httplib::Response& response) {
         AnswerArchive(request, response);
+    });
+    server_.Post(UploadPath, [this](const httplib::Request& request, httplib::Response& response) {
+        AnswerUpload(request, response);
+    });
+    server_.Get("/search", [this](const httplib::Request& request, httplib::Response& response) {
+        AnswerSearch(request, response);
     });
 }
 
@@ -284,6 +334,35 @@ void CatalogueService::Implementation::AnswerArchive(const httplib::Request& req
     download.fileName = description.GetFileName();
     download.contentType = "application/zip";
     WriteReply(options, std::move(download), request, response, stop_);
+}
+
+void CatalogueService::Implementation::AnswerUpload(const httplib::Request& request, httplib::Response& response)
+{
+    if (request.files.count("file") != 1)
+        return WriteError(response, 400, "the upload must be a form with one field \"file\"");
+    try {
+        const std::string query = shapes_->Accept(request.files.find("file")->second.content);
+        response.set_content(Json{{"data", {{"query", query}}}}.dump() + "\n", "application/json");
+    } catch (const UploadError& error) {
+        WriteError(response, 400, error.what());
+    } catch (const openhost::LvrError& error) {
+        WriteError(response, 400, error.what());
+    } catch (const ShapeError& error) {
+        WriteError(response, 400, error.what());
+    }
+}
+
+void CatalogueService::Implementation::AnswerSearch(const httplib::Request& request, httplib::Response& response) const
+{
+    if (request.get_param_value_count("query") != 1)
+        return WriteError(response, 400, "a search needs one parameter \"query\"");
+    try {
+        Json results = shapes_->Search(request.get_param_value("query"));
+        FillIn(results);
+        response.set_content(results.dump(2) + "\n", "application/json");
+    } catch (const ShapeError& error) {
+        WriteError(response, 400, error.what());
+    }
 }
 
 CatalogueService::CatalogueService(const std::filesystem::path& root, Log log)

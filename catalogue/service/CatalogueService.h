@@ -9,7 +9,7 @@
 namespace catalogue {
 
 /// A service on a folder that holds
-///   - index.json: what GET /items answers;
+///   - index.json: what GET /items answers; the items with a member "shape" can be found by shape;
 ///   - items/ID.json: the request of the item ID, as the catalogue page sends it;
 ///   - pictures/ID.png: what GET /items/ID/picture sends;
 ///   - files/NAME: what GET /files/NAME sends.

@@ -33,6 +33,9 @@ Serves a folder of catalogue items over HTTP on 127.0.0.1 until SIGTERM or SIGIN
                       products=N     how many of them are products, in a tree
                       size=N         bytes of each part (256)
                       method=M       deflated (default) or stored
+  POST /upload      takes a form with a field "file", a zip archive of at most 10 MiB with one
+                    file *.lvr; answers {"data": {"query": QUERY}}
+  GET /search       all items by their likeness to the shape of query=QUERY
 
 Parameters of /files/NAME and /archive choose the form of the reply:
   disposition=F      attachment, inline, none, unquoted, late (behind another parameter),

@@ -241,7 +241,6 @@ LoadedDocument& CadSession::Enter(const std::filesystem::path& path, CadDocument
 {
     if (documents_.size() >= MaximumDocuments)
         throw CadSessionError(path.string() + ": the session has too many documents");
-    contents.geometry.reset();
     auto* document = new LoadedDocument(*this, path, std::move(contents));
     documents_[path.string()] = document;
     auto& namesakes = byPartNumber_[document->PartNumber()];

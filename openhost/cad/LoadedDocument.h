@@ -27,6 +27,8 @@ public:
     const std::filesystem::path& Path() const { return path_; }
     DocumentKind Kind() const { return contents_.kind; }
     const std::string& PartNumber() const { return contents_.partNumber; }
+    /// Whether the file holds geometry.
+    bool HasGeometry() const { return hasGeometry_; }
     /// Whether the document differs from its file.
     bool IsDirty() const { return dirty_; }
     /// Whether the document has a window of its own; otherwise others that refer to it hold it.
@@ -40,6 +42,7 @@ private:
     friend class CadSession;
     CadSession* session_;
     std::filesystem::path path_;
+    bool hasGeometry_;
     CadDocument contents_; ///< without children, links and geometry, which stand below or in the file
     bool dirty_ = false;
     bool open_ = false;

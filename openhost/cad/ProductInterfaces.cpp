@@ -55,12 +55,30 @@ public:
         partNumber = reference ? FromUtf8(reference->PartNumber()) : ZALUnicodeString();
         return reference ? S_OK : E_FAIL;
     }
+    bool IsReferenceProduct() override { return Product().IsRoot(); }
 
 private:
     static ZALIProduct* RootOf(const LoadedDocument* document)
     {
         return document && document->Root() ? new ProductInterface(*document->Root()) : nullptr;
     }
+};
+
+/// The name of a product for the user is its part number.
+class AliasInterface : public ProductFacet<ZALIAlias> {
+public:
+    using ProductFacet::ProductFacet;
+    ZALUnicodeString GetAlias() override
+    {
+        const LoadedDocument* reference = Product().Reference();
+        return reference ? FromUtf8(reference->PartNumber()) : ZALUnicodeString();
+    }
+};
+
+class DisplayInterface : public ProductFacet<ZALI3DGeoVisu> {
+public:
+    using ProductFacet::ProductFacet;
+    ZALRep* GiveRep() override { return Product().GiveRep(); }
 };
 
 class GhostInterface : public ProductFacet<ZALIPrdGhost> {
@@ -166,6 +184,14 @@ ZALBaseUnknown* Offer(ZALBaseUnknown* product)
     return new Facet(static_cast<SessionProduct&>(*product));
 }
 
+/// Names are those of reference products: an instance has none of its own.
+ZALBaseUnknown* OfferAlias(ZALBaseUnknown* product)
+{
+    return static_cast<SessionProduct*>(product)->IsRoot() ? Offer<AliasInterface>(product) : nullptr;
+}
+
+const ZALFillDictionary Aliases("SessionProduct", "ZALIAlias", OfferAlias, 0);
+const ZALFillDictionary Displays("SessionProduct", "ZALI3DGeoVisu", Offer<DisplayInterface>, 0);
 const ZALFillDictionary Products("SessionProduct", "ZALIProduct", Offer<ProductInterface>, 0);
 const ZALFillDictionary Ghosts("SessionProduct", "ZALIPrdGhost", Offer<GhostInterface>, 0);
 const ZALFillDictionary ComponentsAsOne("SessionProduct", "ZALIAProduct", Offer<ComponentInterface>, 0);

@@ -1,5 +1,6 @@
 #include "openhost/cad/SessionProduct.h"
 
+#include "openhost/cad/ProductRep.h"
 #include "openhost/objects/MetaClassOperations.h"
 
 #include <utility>
@@ -14,6 +15,21 @@ SessionProduct::SessionProduct(LoadedDocument& owner, LoadedDocument* reference,
 {
 }
 
-SessionProduct::~SessionProduct() = default;
+SessionProduct::~SessionProduct()
+{
+    if (rep_)
+        rep_->Release();
+}
+
+ZALRep* SessionProduct::GiveRep()
+{
+    std::vector<ShownPart> parts = FindShownParts(*this);
+    if (rep_ && rep_->Parts() == parts)
+        return rep_;
+    if (rep_)
+        rep_->Release();
+    rep_ = parts.empty() ? nullptr : new ProductRep(std::move(parts));
+    return rep_;
+}
 
 } // namespace openhost

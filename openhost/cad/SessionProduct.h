@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/cad.h"
+#include "host/visualization.h"
 #include "openhost/documents/CadDocument.h"
 
 #include <string>
@@ -9,6 +10,7 @@
 namespace openhost {
 
 class LoadedDocument;
+class ProductRep;
 
 /// What all interfaces of a product stand on; a query gives them. Changed by CadSession alone. One that is kept
 /// beyond its document has no owner and no reference any more.
@@ -30,6 +32,8 @@ public:
     /// Of an instance without reference: the link as its document has it, and what is wrong with it.
     const std::string& Link() const { return link_; }
     const std::string& Problem() const { return problem_; }
+    /// What the display shows of the product, or null. The same one until the product or something below it changes.
+    ZALRep* GiveRep();
 
     static ZALClassId ClassId();
     static const char* ClassName();
@@ -47,6 +51,7 @@ private:
     bool isRoot_;
     std::string link_;
     std::string problem_;
+    ProductRep* rep_ = nullptr; ///< the one given last, with a reference
 };
 
 } // namespace openhost

@@ -44,7 +44,13 @@ public:
         if (exists && fchmod(descriptor_, existing.st_mode & 07777) != 0)
             Fail();
 
-        if (!WriteAll(descriptor_, content) || fsync(descriptor_) != 0)
+        if (!WriteAll(descriptor_, content))
+            Fail();
+    }
+
+    void Synchronize()
+    {
+        if (fsync(descriptor_) != 0)
             Fail();
     }
 
@@ -76,17 +82,29 @@ void SynchronizeFolder(const std::filesystem::path& folder)
     close(descriptor);
 }
 
-} // namespace
-
-void WriteFileAtomically(const std::filesystem::path& file, std::string_view content)
+/// What `file` leads to, when it is there.
+std::filesystem::path TargetOf(const std::filesystem::path& file)
 {
     std::error_code isMissing;
     std::filesystem::path target = std::filesystem::canonical(file, isMissing);
-    if (isMissing)
-        target = file;
+    return isMissing ? file : target;
+}
 
+} // namespace
+
+void ReplaceFile(const std::filesystem::path& file, std::string_view content)
+{
+    Replacement replacement(TargetOf(file));
+    replacement.Write(content);
+    replacement.TakePlace();
+}
+
+void WriteFileAtomically(const std::filesystem::path& file, std::string_view content)
+{
+    const std::filesystem::path target = TargetOf(file);
     Replacement replacement(target);
     replacement.Write(content);
+    replacement.Synchronize();
     replacement.TakePlace();
     SynchronizeFolder(target.parent_path());
 }

@@ -17,6 +17,7 @@
 #include <TopoDS_Face.hxx>
 #include <TopoDS_Shape.hxx>
 
+#include <iostream>
 #include <sstream>
 
 namespace openhost {
@@ -29,6 +30,19 @@ std::uint32_t Count(const TopoDS_Shape& shape, TopAbs_ShapeEnum kind)
     TopExp::MapShapes(shape, kind, found);
     return static_cast<std::uint32_t>(found.Extent());
 }
+
+/// The kernel tells what is wrong with bytes on standard output, where a journal may go.
+class SilentOutput {
+public:
+    SilentOutput() : before_(std::cout.rdbuf(told_.rdbuf())) {}
+    SilentOutput(const SilentOutput&) = delete;
+    SilentOutput& operator=(const SilentOutput&) = delete;
+    ~SilentOutput() { std::cout.rdbuf(before_); }
+
+private:
+    std::ostringstream told_;
+    std::streambuf* before_;
+};
 
 } // namespace
 
@@ -73,6 +87,7 @@ DocumentGeometry EncodeShape(const TopoDS_Shape& shape)
 TopoDS_Shape DecodeShape(const DocumentGeometry& geometry)
 {
     TopoDS_Shape shape;
+    const SilentOutput silence;
     try {
         std::istringstream stream(geometry.boundary);
         BinTools::Read(shape, stream);

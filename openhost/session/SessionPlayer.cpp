@@ -3,6 +3,7 @@
 #include "openhost/cad/CompoundDocumentKernel.h"
 #include "openhost/commands/Commands.h"
 #include "openhost/commands/DialogEngine.h"
+#include "openhost/commands/StartedCommands.h"
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/dialogs/SettingsStore.h"
 #include "openhost/files/PathVariables.h"
@@ -13,9 +14,10 @@
 #include "openhost/objects/ClassDictionary.h"
 #include "openhost/objects/Dispatch.h"
 #include "openhost/objects/Traces.h"
+#include "openhost/panel/Panel.h"
+#include "openhost/panel/RecordedPage.h"
 #include "openhost/session/EnvironmentChanges.h"
 #include "openhost/session/Expand.h"
-#include "openhost/session/RecordingPanel.h"
 #include "openhost/text/Utf.h"
 
 #include <array>
@@ -29,22 +31,6 @@ namespace {
 
 constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";
 constexpr const char* IdleEvent = "idle";
-
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-
-template <class T>
-using Owned = std::unique_ptr<T, ReleaseObject>;
-
-std::string CodeName(HRESULT code)
-{
-    if (code == S_OK)
-        return "S_OK";
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "0x%08X", static_cast<unsigned int>(code));
-    return text.data();
-}
 
 std::filesystem::path Resolve(const Session& session, const std::string& path)
 {
@@ -80,6 +66,7 @@ public:
         auto cad = std::make_unique<CadSession>();
         cad_ = cad.get();
         cadBefore_ = CadServices::Install(std::move(cad));
+        pages_ = PanelPages::Install(std::make_unique<RecordedPages>());
         SettingsStore::Current().Reset();
         ConfigureCommands({});
     }
@@ -91,9 +78,8 @@ public:
     {
         options_ = {};
         DialogEngine::Current().EndAll();
-        addin_.reset();
-        implementation_.reset();
-        panel_.reset();
+        EndStartedCommands();
+        Panel::End();
         EndAllDialogs();
         CadServices::Install(std::move(cadBefore_));
         ResetFrame();
@@ -104,6 +90,7 @@ public:
 
         ResetCommands();
         SettingsStore::Current().Reset();
+        PanelPages::Install(std::move(pages_));
         DialogSurface::Install(std::move(surfaceBefore_));
         DocumentKernel::Install(std::move(kernel_));
         HttpTransport::Install(std::move(transport_));
@@ -133,22 +120,12 @@ public:
     ScriptedSurface& Surface() { return *surface_; }
     OptionsPage& Options() { return options_; }
     CadSession& Cad() { return *cad_; }
-    ZALIMeridiaAccessDialogAddin& Addin() { return *addin_; }
-    ZALIMeridiaAccessDialog* Panel() { return panel_.get(); }
 
-    void LoadAddin(const std::filesystem::path& module)
+    void LoadModule(const std::filesystem::path& module)
     {
         module_.emplace(module);
-        implementation_.reset(ClassDictionary::Instance().Create(AddinClass));
-        if (!implementation_)
+        if (!ClassDictionary::Instance().Knows(AddinClass))
             throw std::runtime_error(std::string("the module makes no ") + AddinClass);
-        ZALBaseUnknown* found = nullptr;
-        if (FAILED(implementation_->QueryInterface(ZALIMeridiaAccessDialogAddin::ClassName(), &found)))
-            throw std::runtime_error(std::string(AddinClass) + " does not offer " +
-                                     ZALIMeridiaAccessDialogAddin::ClassName());
-        addin_.reset(static_cast<ZALIMeridiaAccessDialogAddin*>(found));
-        panel_.reset(new RecordingPanel);
-        panel_->SetAddin(implementation_.get());
     }
 
     static void RunPosted()
@@ -171,10 +148,8 @@ private:
     ScriptedSurface* surface_ = nullptr; ///< the one that is installed
     std::unique_ptr<CadServices> cadBefore_;
     CadSession* cad_ = nullptr; ///< the one that is installed
+    std::unique_ptr<PanelPages> pages_;
     std::optional<LoadedModule> module_;
-    Owned<ZALBaseUnknown> implementation_;
-    Owned<ZALIMeridiaAccessDialogAddin> addin_;
-    Owned<RecordingPanel> panel_;
     OptionsPage options_;
 };
 
@@ -233,8 +208,8 @@ void SessionPlayer::SetUp()
     for (const std::string& document : session_.documents)
         Cad().Open(PathOf(document));
 
-    host_->LoadAddin(places_.module);
-    JournalResult("SetAccessDialog", Addin().SetAccessDialog(host_->Panel()));
+    host_->LoadModule(places_.module);
+    Panel::Open();
 }
 
 void SessionPlayer::SetUpSettings()
@@ -273,9 +248,11 @@ void SessionPlayer::Receive(const nlohmann::ordered_json& event)
 // ---------------------------------------------------------------------------------------------
 // For steps
 
-ZALIMeridiaAccessDialogAddin& SessionPlayer::Addin()
+RecordedPage& SessionPlayer::Page()
 {
-    return host_->Addin();
+    if (!Panel::Current() || !RecordedPage::Current())
+        throw StepFailure("the panel is closed");
+    return *RecordedPage::Current();
 }
 
 ScriptedSurface& SessionPlayer::Surface()
@@ -325,11 +302,6 @@ std::string SessionPlayer::ExpandPlaceholders(const std::string& text) const
 nlohmann::ordered_json SessionPlayer::ExpandPlaceholders(const nlohmann::ordered_json& value) const
 {
     return ExpandAll(value, [this](const std::string& name) { return FindPlaceholder(name); });
-}
-
-void SessionPlayer::JournalResult(const std::string& operation, HRESULT code)
-{
-    journal::Write("result", {{"operation", operation}, {"code", CodeName(code)}});
 }
 
 void SessionPlayer::Wait(const std::string& event, std::chrono::milliseconds limit)

@@ -4,10 +4,9 @@
 #include "openhost/cad/CadSession.h"
 #include "openhost/dialogs/ScriptedSurface.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/panel/RecordedPage.h"
 #include "openhost/session/OptionsPage.h"
 #include "openhost/session/Session.h"
-
-#include "host/panel.h"
 
 #include <chrono>
 #include <filesystem>
@@ -42,8 +41,8 @@ public:
 
     // For steps
 
-    /// The module's addin of the panel.
-    ZALIMeridiaAccessDialogAddin& Addin();
+    /// The page in the panel. Throws StepFailure when the panel is closed.
+    RecordedPage& Page();
     ScriptedSurface& Surface();
     OptionsPage& Options();
     /// The documents of the session.
@@ -57,8 +56,6 @@ public:
     /// Texts of the session with their placeholders replaced.
     std::string ExpandPlaceholders(const std::string& text) const;
     nlohmann::ordered_json ExpandPlaceholders(const nlohmann::ordered_json& value) const;
-    /// Writes the event "result".
-    void JournalResult(const std::string& operation, HRESULT code);
     /// Runs the loop until `event` has been written since the last step that acts, or for "idle" until nothing is
     /// left to happen. One event ends one wait. Throws StepFailure after `limit`, and as soon as the event cannot
     /// come any more.

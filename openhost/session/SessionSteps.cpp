@@ -2,11 +2,15 @@
 
 #include "openhost/cad/SessionTree.h"
 #include "openhost/commands/DialogEngine.h"
+#include "openhost/commands/StartedCommands.h"
 #include "openhost/frame/Frame.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/panel/Panel.h"
 #include "openhost/session/LocatedRead.h"
 #include "openhost/session/SessionPlayer.h"
 #include "openhost/text/Utf.h"
+
+#include "host/frame.h"
 
 #include <array>
 #include <cmath>
@@ -63,8 +67,7 @@ public:
     {
         const nlohmann::ordered_json message = player.ExpandPlaceholders(message_);
         const std::string text = message.is_string() ? message.get<std::string>() : message.dump();
-        journal::Write("message", {{"text", text}});
-        player.JournalResult("OnJSMessage", player.Addin().OnJSMessage(FromUtf8(text)));
+        player.Page().ReportMessage(text);
     }
 
 private:
@@ -83,12 +86,7 @@ public:
 
     bool Acts() const override { return true; }
 
-    void Run(SessionPlayer& player) const override
-    {
-        const std::string url = player.ExpandPlaceholders(url_);
-        journal::Write("url", {{"url", url}});
-        player.JournalResult("OnPageUrl", player.Addin().OnPageUrl(FromUtf8(url)));
-    }
+    void Run(SessionPlayer& player) const override { player.Page().ReportUrl(player.ExpandPlaceholders(url_)); }
 
 private:
     std::string url_;
@@ -213,11 +211,11 @@ public:
     {
         journal::Write("options", {{"operation", operation_}});
         if (operation_ == "open") {
-            player.JournalResult("CreateFrame", player.Options().Open() ? S_OK : E_FAIL);
+            journal::WriteResult("CreateFrame", player.Options().Open() ? S_OK : E_FAIL);
             return;
         }
         const auto& [name, operation] = Operations.at(operation_);
-        player.JournalResult(name, (player.Options().Addin().*operation)());
+        journal::WriteResult(name, (player.Options().Addin().*operation)());
     }
 
 private:
@@ -338,6 +336,89 @@ private:
     Vector at_{};
     Vector axis_{0, 0, 1};
     double angle_ = 0; ///< in radians
+};
+
+/// {"highlight": "Root/Child.2"}
+class HighlightStep : public SessionStep {
+public:
+    static constexpr const char* Name = "highlight";
+
+    explicit HighlightStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { names_ = ReadName(value, Name); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        const std::string names = player.ExpandPlaceholders(names_);
+        const TreePath path(player, names);
+        ZALCSO& objects = *ZALFrmEditor::GetCurrentEditor()->GetCSO();
+        objects.Empty();
+        objects.AddElement(path.Get());
+        journal::Write("highlight", {{"element", names}});
+    }
+
+private:
+    std::string names_;
+};
+
+/// {"command": NAME}
+class CommandStep : public SessionStep {
+public:
+    static constexpr const char* Name = "command";
+
+    explicit CommandStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { name_ = ReadName(value, Name); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        const std::string name = player.ExpandPlaceholders(name_);
+        switch (StartCommand(name)) {
+        case StartResult::Started:
+            return;
+        case StartResult::Unknown:
+            throw StepFailure("there is no command \"" + name + "\"");
+        case StartResult::Greyed:
+            throw StepFailure("the command \"" + name + "\" is not available");
+        }
+    }
+
+private:
+    std::string name_;
+};
+
+/// {"panel": "open" or "close"}
+class PanelStep : public SessionStep {
+public:
+    static constexpr const char* Name = "panel";
+
+    explicit PanelStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) {
+                                            action_ = ReadName(value, Name);
+                                            if (action_ != "open" && action_ != "close")
+                                                throw LocatedError(value.line, "\"panel\" is \"open\" or \"close\"");
+                                        }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        if (action_ == "open")
+            Panel::Open();
+        else
+            player.Page().ReportClosed();
+    }
+
+private:
+    std::string action_;
 };
 
 /// {"workshop": NAME}
@@ -471,12 +552,14 @@ std::unique_ptr<SessionStep> Make(const LocatedJson& description)
 using StepMaker = std::unique_ptr<SessionStep> (*)(const LocatedJson&);
 
 const std::map<std::string, StepMaker> StepMakers = {
-    {MessageStep::Name, Make<MessageStep>},   {UrlStep::Name, Make<UrlStep>},
-    {AnswerStep::Name, Make<AnswerStep>},     {PushStep::Name, Make<PushStep>},
-    {OptionsStep::Name, Make<OptionsStep>},   {SelectStep::Name, Make<SelectStep>},
-    {WorkshopStep::Name, Make<WorkshopStep>}, {CloseStep::Name, Make<CloseStep>},
-    {SaveStep::Name, Make<SaveStep>},         {TreeStep::Name, Make<TreeStep>},
-    {WaitStep::Name, Make<WaitStep>},         {MoveStep::Name, Make<MoveStep>},
+    {MessageStep::Name, Make<MessageStep>},     {UrlStep::Name, Make<UrlStep>},
+    {AnswerStep::Name, Make<AnswerStep>},       {PushStep::Name, Make<PushStep>},
+    {OptionsStep::Name, Make<OptionsStep>},     {SelectStep::Name, Make<SelectStep>},
+    {WorkshopStep::Name, Make<WorkshopStep>},   {CloseStep::Name, Make<CloseStep>},
+    {SaveStep::Name, Make<SaveStep>},           {TreeStep::Name, Make<TreeStep>},
+    {WaitStep::Name, Make<WaitStep>},           {MoveStep::Name, Make<MoveStep>},
+    {HighlightStep::Name, Make<HighlightStep>}, {CommandStep::Name, Make<CommandStep>},
+    {PanelStep::Name, Make<PanelStep>},
 };
 
 } // namespace

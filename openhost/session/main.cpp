@@ -1,7 +1,9 @@
-// openhost: plays sessions; shows, exports and draws documents.
+// openhost: plays sessions; shows, exports and draws documents; turns light representations into STL.
 
 #include "openhost/cad/ShowDocument.h"
 #include "openhost/exchange/StepExport.h"
+#include "openhost/geometry/TessellatingLvrWriter.h"
+#include "openhost/lvr/WriteStl.h"
 #include "openhost/picture/RenderDocument.h"
 #include "openhost/session/JournalWriter.h"
 #include "openhost/session/SessionAccount.h"
@@ -10,6 +12,7 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -27,6 +30,7 @@ constexpr const char* Usage =
        openhost show FILE
        openhost export FILE OUT.step
        openhost picture FILE OUT.png [--size WIDTHxHEIGHT]
+       openhost stl FILE.lvr OUT.stl
        openhost --help
 
 play   plays a session without a display. Exit status: 0 every step done; 1 a step failed,
@@ -46,6 +50,8 @@ picture draws a document with everything under it into OUT.png.
        Both tell on standard error which documents are missing and leave them out. Exit status:
        0, or 1 when a document is damaged or part of itself, or the file cannot be written,
        which is then as it was.
+stl    writes the triangles of a light representation as binary STL, in millimetres. Exit
+       status: 0, or 1 when the file is none or the other cannot be written.
 )";
 
 class UsageError : public std::runtime_error {
@@ -139,6 +145,7 @@ int Play(const PlayArguments& arguments)
         if (account)
             account->Receive(event);
     };
+    openhost::LvrWriter::Install(std::make_unique<openhost::TessellatingLvrWriter>());
     openhost::SessionPlayer player(session, {FindModule(arguments.module), FindPrefix() / "installation"}, receive);
     const int status = player.Play();
     if (account)
@@ -207,6 +214,12 @@ int Run(const std::vector<std::string>& words)
         openhost::DrawDocument(arguments.files[0], arguments.files[1], arguments.size, Warn);
         return Done;
     }
+    if (words[0] == "stl" && rest.size() == 2) {
+        openhost::WriteStl(rest[1], openhost::ReadLvr(rest[0]));
+        return Done;
+    }
+    if (words[0] == "stl")
+        throw UsageError("stl needs a light representation and the file to write");
     throw UsageError(words[0] == "show" ? "show needs one document" : "unknown command " + words[0]);
 }
 

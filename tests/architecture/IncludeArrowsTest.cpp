@@ -59,11 +59,12 @@ TEST(Includes, OfOpenhostHaveTheHostViewOfTheModuleAlone)
 
 TEST(Includes, OfTheCatalogueHaveTheDocumentFormatsAndPicturesOfOpenhostAlone)
 {
-    // AtomicFile writes a whole file or none, which the formats build on.
+    // AtomicFile writes a whole file or none, which the formats build on. The light representation is a format too.
     EXPECT_TRUE(Each("catalogue", [](const Include& include) {
         return !include.isOurs || StandsIn(include.target, "catalogue") ||
                StandsIn(include.target, "openhost/documents") || StandsIn(include.target, "openhost/geometry") ||
-               StandsIn(include.target, "openhost/picture") || include.target == "openhost/files/AtomicFile.h";
+               StandsIn(include.target, "openhost/picture") || include.target == "openhost/files/AtomicFile.h" ||
+               include.target == "openhost/lvr/LvrMesh.h";
     }));
 }
 
@@ -157,12 +158,12 @@ TEST(Includes, OfOtherLibrariesShowInTheHeadersOfTheirOwnFolderOnly)
 
 TEST(Includes, OfOtherLibrariesAreKnownHere)
 {
-    // Of the system: its files, sockets, threads and loader. A library that is new to the project gets a line
-    // above, and with it its own folder.
-    const std::set<std::string> system = {"arpa/inet.h",  "dlfcn.h",    "fcntl.h",      "link.h",
-                                          "netinet/in.h", "poll.h",     "pthread.h",    "signal.h",
-                                          "stdlib.h",     "sys/file.h", "sys/socket.h", "sys/stat.h",
-                                          "sys/types.h",  "sys/wait.h", "time.h",       "unistd.h"};
+    // Of the system: its files, sockets, threads, processes and loader. A library that is new to the project gets a
+    // line above, and with it its own folder.
+    const std::set<std::string> system = {"arpa/inet.h",    "dlfcn.h",      "fcntl.h",    "link.h",      "netinet/in.h",
+                                          "poll.h",         "pthread.h",    "signal.h",   "stdlib.h",    "sys/file.h",
+                                          "sys/resource.h", "sys/socket.h", "sys/stat.h", "sys/types.h", "sys/wait.h",
+                                          "time.h",         "unistd.h"};
     for (const char* folder : {"openhost", "catalogue"})
         EXPECT_TRUE(Each(folder, [&](const Include& include) {
             if (include.isOurs || IsStandardHeader(include.target) || system.contains(include.target) ||

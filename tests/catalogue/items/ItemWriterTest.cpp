@@ -1,9 +1,11 @@
 #include "catalogue/items/ItemWriter.h"
 
+#include "catalogue/items/Solid.h"
+#include "catalogue/shapes/ShapeToken.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/geometry/ShapeGeometry.h"
+#include "openhost/lvr/LvrMesh.h"
 
-#include <BRepPrimAPI_MakeBox.hxx>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <zip.h>
@@ -28,7 +30,7 @@ Catalogue Small()
 {
     openhost::CadDocument part;
     part.partNumber = "PART";
-    part.geometry = openhost::EncodeShape(BRepPrimAPI_MakeBox(10, 20, 5).Shape());
+    part.geometry = openhost::EncodeShape(Box({0, 0, 0}, {10, 20, 5}));
     openhost::CadDocument product;
     product.kind = openhost::DocumentKind::Product;
     product.links = {"PART.ZALPart"};
@@ -151,8 +153,8 @@ TEST_F(Written, WritingAgainGivesTheSameBytes)
     const openhost::TemporaryFolder other;
     WriteCatalogue(Small(), other.Path());
     WriteCatalogue(Small(), other.Path());
-    for (const char* name :
-         {"index.json", "items/pair.json", "files/pair.zip", "pictures/pair.png", "files/PART.ZALPart"})
+    for (const char* name : {"index.json", "items/pair.json", "files/pair.zip", "pictures/pair.png",
+                             "files/PART.ZALPart", "shapes/pair.lvr"})
         EXPECT_EQ(ReadWhole(other.Path() / name), ReadWhole(Folder() / name)) << name;
 }
 
@@ -172,6 +174,25 @@ TEST(ItemWriter, FolderThatCannotBeMadeIsAnError)
     const openhost::TemporaryFolder folder;
     std::ofstream(folder.Path() / "file") << "in the way";
     EXPECT_THROW(WriteCatalogue(Small(), folder.Path() / "file"), std::runtime_error);
+}
+
+TEST_F(Written, LightRepresentationHoldsEachPartInItsPlace)
+{
+    const openhost::LvrMesh raw = openhost::ReadLvr(Folder() / "shapes" / "raw.lvr");
+    const openhost::LvrMesh pair = openhost::ReadLvr(Folder() / "shapes" / "pair.lvr");
+    EXPECT_EQ(openhost::BoxOf(raw), (openhost::LvrBox{{0, 0, 0}, {10, 20, 5}}));
+    EXPECT_EQ(openhost::BoxOf(pair), (openhost::LvrBox{{-20, 0, 0}, {10, 110, 5}}));
+    EXPECT_EQ(pair.triangles.size(), 2 * raw.triangles.size());
+}
+
+TEST_F(Written, IndexHoldsTheShapeOfEachItem)
+{
+    for (const Json& item : Json::parse(ReadWhole(Folder() / "index.json"))) {
+        const ShapeDescriptor shape = DecodeShapeToken(item.at("shape").get<std::string>());
+        const openhost::LvrMesh mesh =
+            openhost::ReadLvr(Folder() / "shapes" / (item.at("id").get<std::string>() + ".lvr"));
+        EXPECT_LT(ShapeDistance(shape, DescribeShape(mesh)), 1e-3) << item.at("id");
+    }
 }
 
 } // namespace catalogue::testing

@@ -4,6 +4,7 @@
 
 #include "host/frame.h"
 #include "openhost/cad/Automation.h"
+#include "openhost/cad/ProductRep.h"
 #include "openhost/cad/SessionTree.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/frame/Frame.h"
@@ -685,6 +686,112 @@ TEST_F(CadSessionTest, ATreeWithLongNamesIsCutOffEarlier)
     const std::string tree = DescribeTree(Session().Open(Product("top.ZALProduct", components))).dump();
     EXPECT_THAT(tree.size(), ::testing::AllOf(::testing::Gt(1U << 20), ::testing::Lt(20U << 20)));
     EXPECT_TRUE(tree.find("\"more\":true") != std::string::npos);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Names and display
+
+TEST_F(CadSessionTest, TheAliasOfAProductIsItsPartNumber)
+{
+    Part("bolt.ZALPart", "BOLT");
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"b=bolt.ZALPart"}, "TOP"));
+    EXPECT_EQ(ToUtf8(Query<ZALIAlias>(top.Root())->GetAlias()), "TOP");
+    EXPECT_EQ(ToUtf8(Query<ZALIAlias>(top.Children()[0]->Reference()->Root())->GetAlias()), "BOLT");
+    EXPECT_EQ(Query<ZALIAlias>(top.Children()[0]), nullptr) << "an instance has the alias of its reference product";
+}
+
+TEST_F(CadSessionTest, ADocumentWithoutPartNumberHasAnEmptyAlias)
+{
+    CadDocument nameless;
+    WriteDocument(nameless, File("nameless.ZALPart"));
+    const Owned<ZALIAlias> alias = Query<ZALIAlias>(Session().Open(File("nameless.ZALPart")).Root());
+    EXPECT_EQ(ToUtf8(alias->GetAlias()), "");
+    EndSession();
+    EXPECT_EQ(ToUtf8(alias->GetAlias()), "") << "nor has one that the session has let go of";
+}
+
+std::vector<ShownPart> ShownBy(ZALBaseUnknown* product)
+{
+    ZALRep* rep = Query<ZALI3DGeoVisu>(product)->GiveRep();
+    return rep ? dynamic_cast<ProductRep&>(*rep).Parts() : std::vector<ShownPart>{};
+}
+
+Placement ShiftedBy(double x)
+{
+    Placement placement = IdentityPlacement;
+    placement[3] = x;
+    return placement;
+}
+
+TEST_F(CadSessionTest, TheDisplayShowsEachPartInItsPlace)
+{
+    const std::filesystem::path bolt = Part("bolt.ZALPart");
+    const std::filesystem::path nut = Part("nut.ZALPart");
+    Product("sub.ZALProduct", {"a=bolt.ZALPart", "b=nut.ZALPart"});
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"n=nut.ZALPart", "s=sub.ZALProduct"}));
+    EXPECT_THAT(ShownBy(top.Root()), ElementsAre(ShownPart{nut, ShiftedBy(10)}, ShownPart{bolt, ShiftedBy(30)},
+                                                 ShownPart{nut, ShiftedBy(40)}));
+    EXPECT_THAT(ShownBy(top.Children()[1]), ElementsAre(ShownPart{bolt, ShiftedBy(10)}, ShownPart{nut, ShiftedBy(20)}))
+        << "in the place of the sub-product itself";
+    EXPECT_THAT(ShownBy(top.Children()[0]), ElementsAre(ShownPart{nut, IdentityPlacement}));
+}
+
+TEST_F(CadSessionTest, TurnedProductsTurnWhatStandsInThem)
+{
+    const std::filesystem::path bolt = Part("bolt.ZALPart");
+    Product("sub.ZALProduct", {"a=bolt.ZALPart"});
+    CadDocument top;
+    top.kind = DocumentKind::Product;
+    top.links = {"sub.ZALProduct"};
+    top.children = {{"s", 0, {0, -1, 0, 5, 1, 0, 0, 6, 0, 0, 1, 7}}}; // a quarter turn about z
+    WriteDocument(top, File("top.ZALProduct"));
+    EXPECT_THAT(ShownBy(Session().Open(File("top.ZALProduct")).Root()),
+                ElementsAre(ShownPart{bolt, {0, -1, 0, 5, 1, 0, 0, 16, 0, 0, 1, 7}}));
+}
+
+TEST_F(CadSessionTest, TheDisplayShowsNothingOfWhatIsMissingOrHasNoGeometry)
+{
+    const std::filesystem::path bolt = Part("bolt.ZALPart");
+    CadDocument bare;
+    WriteDocument(bare, File("bare.ZALPart"));
+    LoadedDocument& top =
+        Session().Open(Product("top.ZALProduct", {"g=gone.ZALPart", "b=bare.ZALPart", "c=bolt.ZALPart"}));
+    EXPECT_THAT(ShownBy(top.Root()), ElementsAre(ShownPart{bolt, ShiftedBy(30)}));
+    EXPECT_EQ(Query<ZALI3DGeoVisu>(top.Children()[0])->GiveRep(), nullptr);
+    EXPECT_EQ(Query<ZALI3DGeoVisu>(top.Children()[1])->GiveRep(), nullptr);
+    EXPECT_EQ(Query<ZALI3DGeoVisu>(Session().Open(Product("empty.ZALProduct", {})).Root())->GiveRep(), nullptr);
+}
+
+TEST_F(CadSessionTest, ARepresentationStaysUntilTheProductChanges)
+{
+    Part("bolt.ZALPart");
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {"b=bolt.ZALPart"}));
+    const Owned<ZALI3DGeoVisu> display = Query<ZALI3DGeoVisu>(top.Root());
+    ZALRep* rep = display->GiveRep();
+    EXPECT_EQ(Query<ZALI3DGeoVisu>(top.Root())->GiveRep(), rep);
+    Session().AddComponents(*top.Root(), {Part("nut.ZALPart")});
+    EXPECT_EQ(ShownBy(top.Root()).size(), 2U);
+    EndSession();
+    EXPECT_EQ(display->GiveRep(), nullptr);
+}
+
+TEST_F(CadSessionTest, ATreeThatUnfoldsWithoutEndIsNotShown)
+{
+    for (const bool geometry : {true, false}) {
+        const std::string prefix = geometry ? "G" : "E";
+        CadDocument leaf;
+        if (geometry)
+            leaf.geometry = DocumentGeometry{{1, 6, 1, 6, {}, {}}, "geometry"};
+        WriteDocument(leaf, File(prefix + "0.ZALPart"));
+        std::string below = prefix + "0.ZALPart";
+        for (int level = 1; level <= 60; ++level) {
+            const std::string name = prefix + std::to_string(level) + ".ZALProduct";
+            Product(name, {"a=" + below, "b=" + below});
+            below = name;
+        }
+        EXPECT_THAT(ShownBy(Session().Open(File(below)).Root()), IsEmpty());
+        EXPECT_EQ(ShownBy(Session().Open(File(prefix + "9.ZALProduct")).Root()).size(), geometry ? 512U : 0U);
+    }
 }
 
 } // namespace

@@ -65,6 +65,23 @@ TEST_F(AtomicFile, FollowsALink)
     EXPECT_EQ(Content("target"), "new");
 }
 
+TEST_F(AtomicFile, ReplacingWithoutWaitingForTheDiskIsTheSameToReaders)
+{
+    std::ofstream(Path("a")) << "old";
+    std::filesystem::permissions(Path("a"), std::filesystem::perms(0640));
+    std::filesystem::create_symlink("a", Path("link"));
+    std::ifstream reader(Path("a"));
+    openhost::ReplaceFile(Path("link"), "new");
+    std::string content;
+    reader >> content;
+    EXPECT_EQ(content, "old");
+    EXPECT_EQ(Content("a"), "new");
+    EXPECT_EQ(std::filesystem::status(Path("a")).permissions(), std::filesystem::perms(0640));
+    EXPECT_TRUE(std::filesystem::is_symlink(Path("link")));
+    EXPECT_THROW(openhost::ReplaceFile(Path("missing") / "a", "new"), std::system_error);
+    EXPECT_EQ(CountEntries(), 2U);
+}
+
 TEST_F(AtomicFile, NamesTheFileThatItCannotWrite)
 {
     try {

@@ -10,6 +10,7 @@
 #include <TopoDS_Shape.hxx>
 #include <gp_Pnt.hxx>
 
+#include <iostream>
 #include <numbers>
 
 namespace openhost::testing {
@@ -70,6 +71,14 @@ TEST(ShapeGeometry, BytesThatAreNoShapeAreRefused)
 {
     for (const char* bytes : {"", "no shape", "\nOpen CASCADE Topology V4 (c)\n"})
         EXPECT_THROW(DecodeShape({{}, bytes}), GeometryError) << bytes;
+}
+
+TEST(ShapeGeometry, WhatTheKernelSaysAboutBytesStaysOffStandardOutput)
+{
+    ::testing::internal::CaptureStdout();
+    EXPECT_THROW(DecodeShape({{}, "no shape"}), GeometryError);
+    std::cout << "still there" << std::flush;
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "still there");
 }
 
 TEST(ShapeGeometry, BytesThatAreCutShortAreRefused)

@@ -1,5 +1,6 @@
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
+#include "openhost/lvr/LvrMesh.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -51,6 +52,7 @@ TEST_F(ProgramTest, HelpTellsTheCommands)
     EXPECT_THAT(Read("out"), HasSubstr("openhost show FILE"));
     EXPECT_THAT(Read("out"), HasSubstr("openhost export FILE OUT.step"));
     EXPECT_THAT(Read("out"), HasSubstr("openhost picture FILE OUT.png [--size WIDTHxHEIGHT]"));
+    EXPECT_THAT(Read("out"), HasSubstr("openhost stl FILE.lvr OUT.stl"));
 }
 
 TEST_F(ProgramTest, WrongUseIsExplained)
@@ -75,9 +77,33 @@ TEST_F(ProgramTest, WrongUseIsExplained)
                                   "picture a b --size",
                                   "picture a b --size 0x5",
                                   "picture a b --size 9000x5",
-                                  "picture a b --other"}) {
+                                  "picture a b --other",
+                                  "stl",
+                                  "stl a",
+                                  "stl a b c"}) {
         EXPECT_EQ(Run(arguments), 2) << arguments;
         EXPECT_THAT(Read("err"), StartsWith("openhost: ")) << arguments;
+    }
+}
+
+TEST_F(ProgramTest, ALightRepresentationBecomesAnStlFile)
+{
+    LvrMesh mesh;
+    mesh.positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
+    mesh.normals = {{0, 0, 1}, {0, 0, 1}, {0, 0, 1}};
+    mesh.triangles = {{0, 1, 2}};
+    WriteLvr(folder_.Path() / "shape.lvr", mesh);
+    EXPECT_EQ(Run("stl shape.lvr shape.stl"), 0) << Read("err");
+    EXPECT_EQ(Read("shape.stl").size(), 80U + 4 + 50);
+}
+
+TEST_F(ProgramTest, WhatIsNoLightRepresentationIsStatus1AndWritesNothing)
+{
+    Write("shape.lvr", "nothing of the kind");
+    for (const char* arguments : {"stl shape.lvr shape.stl", "stl missing.lvr shape.stl"}) {
+        EXPECT_EQ(Run(arguments), 1) << arguments;
+        EXPECT_THAT(Read("err"), HasSubstr(".lvr: ")) << arguments;
+        EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "shape.stl")) << arguments;
     }
 }
 

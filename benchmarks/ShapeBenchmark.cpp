@@ -1,0 +1,132 @@
+// Light files and the search by shape. Argument: a part document with the shape that is written.
+
+#include "catalogue/shapes/ShapeIndex.h"
+#include "openhost/cad/CadSession.h"
+#include "openhost/files/TemporaryFolder.h"
+#include "openhost/frame/Frame.h"
+#include "openhost/geometry/ShapeGeometry.h"
+#include "openhost/geometry/TessellatingLvrWriter.h"
+#include "openhost/geometry/Tessellation.h"
+
+#include <BRepBndLib.hxx>
+#include <BRepMesh_IncrementalMesh.hxx>
+#include <BRepTools.hxx>
+#include <Bnd_Box.hxx>
+#include <StlAPI_Writer.hxx>
+#include <TopoDS_Shape.hxx>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <random>
+
+namespace {
+
+using namespace openhost;
+
+constexpr int Turns = 7;
+
+double Milliseconds(const std::function<void()>& work)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
+}
+
+double Median(std::vector<double> values)
+{
+    std::ranges::sort(values);
+    return values[values.size() / 2];
+}
+
+void Require(bool condition)
+{
+    if (!condition)
+        std::exit(EXIT_FAILURE);
+}
+
+/// The part from its document to a file, as the host writes it and as the kernel's own STL writer (binary) does, with
+/// the same tolerances.
+void WriteShape(const char* part)
+{
+    const TemporaryFolder folder;
+    ConfigureFrame({});
+    auto session = std::make_unique<CadSession>();
+    LoadedDocument& document = session->Open(part);
+    CadServices::Install(std::move(session));
+    LvrWriter::Install(std::make_unique<TessellatingLvrWriter>());
+    const std::string light = folder.Path() / "shape.lvr";
+    const std::string stl = folder.Path() / "shape.stl";
+
+    std::vector<double> ours;
+    std::vector<double> inMemory;
+    std::vector<double> theirs;
+    for (int turn = 0; turn < Turns; ++turn) {
+        ours.push_back(Milliseconds([&] {
+            Require(ZALWriteLvr(document.Root()->GiveRep(), light.c_str(), ZALLvrWholeDisplay, nullptr, 0,
+                                ZALLvrInOneFile) == 0);
+        }));
+        const auto read = [part] { return DecodeShape(*ReadDocument(part).geometry); };
+        inMemory.push_back(Milliseconds([&] { WriteLvr(light, TessellateShape(read())); }));
+        theirs.push_back(Milliseconds([&] {
+            const TopoDS_Shape shape = read();
+            const TessellationTolerance tolerance;
+            Bnd_Box box;
+            BRepBndLib::Add(shape, box, Standard_False);
+            BRepTools::Clean(shape);
+            BRepMesh_IncrementalMesh(shape, tolerance.chord * std::sqrt(box.SquareExtent()), Standard_False,
+                                     tolerance.angle);
+            StlAPI_Writer writer;
+            writer.ASCIIMode() = Standard_False;
+            Require(writer.Write(shape, stl.c_str()));
+        }));
+    }
+    CadServices::Install(nullptr);
+    std::printf("write_lvr %.3f ms\n", Median(ours));
+    std::printf("write_lvr_in_process %.3f ms\n", Median(inMemory));
+    std::printf("write_stl %.3f ms\n", Median(theirs));
+}
+
+catalogue::ShapeDescriptor Random(std::mt19937& random)
+{
+    std::uniform_real_distribution<float> part(0, 0.2F);
+    catalogue::ShapeDescriptor descriptor;
+    for (catalogue::ShapeDescriptor::Histogram* histogram : {&descriptor.turning, &descriptor.facing})
+        for (float& value : *histogram)
+            value = part(random);
+    descriptor.size = 1 + 100 * part(random);
+    descriptor.fullness = part(random);
+    descriptor.breadth = part(random);
+    descriptor.height = part(random);
+    return descriptor;
+}
+
+void Search()
+{
+    constexpr int shapes = 10'000;
+    std::mt19937 random(1);
+    catalogue::ShapeIndex index;
+    for (int shape = 0; shape < shapes; ++shape)
+        index.Add(Random(random));
+    std::vector<double> times;
+    for (int turn = 0; turn < 21; ++turn) {
+        const catalogue::ShapeDescriptor wanted = Random(random);
+        times.push_back(Milliseconds([&] { Require(index.Rank(wanted).size() == shapes); }));
+    }
+    std::printf("shape_search_%d %.3f ms\n", shapes, Median(times));
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 2)
+        return EXIT_FAILURE;
+    WriteShape(argv[1]);
+    Search();
+    return EXIT_SUCCESS;
+}

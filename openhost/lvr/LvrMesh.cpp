@@ -1,0 +1,186 @@
+#include "openhost/lvr/LvrMesh.h"
+
+#include "openhost/files/AtomicFile.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+
+namespace openhost {
+
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "arrays are copied to and from the file as they stand");
+static_assert(sizeof(LvrMesh::Vector) == 12 && sizeof(LvrMesh::Triangle) == 12);
+
+/// How far the square of a normal's length may be from 1; what rounding to single precision leaves is far below.
+constexpr float NormalTolerance = 1e-3F;
+
+struct Header {
+    std::array<char, 4> mark;
+    std::uint32_t version;
+    std::uint32_t unit;
+    std::uint32_t vertices;
+    std::uint32_t triangles;
+    LvrBox box;
+};
+static_assert(sizeof(Header) == 44);
+
+constexpr std::array<char, 4> Mark = {'Z', 'L', 'V', 'R'};
+constexpr std::uint32_t Version = 1;
+constexpr std::uint32_t Millimetres = 1;
+
+std::uint64_t SizeOf(std::uint64_t vertices, std::uint64_t triangles)
+{
+    return sizeof(Header) + 2 * sizeof(LvrMesh::Vector) * vertices + sizeof(LvrMesh::Triangle) * triangles;
+}
+
+template <class Element>
+void Append(std::string& bytes, const std::vector<Element>& elements)
+{
+    bytes.append(reinterpret_cast<const char*>(elements.data()), elements.size() * sizeof(Element));
+}
+
+template <class Element>
+std::vector<Element> Take(std::string_view& rest, std::size_t count)
+{
+    std::vector<Element> elements(count);
+    if (count > 0)
+        std::memcpy(elements.data(), rest.data(), count * sizeof(Element));
+    rest.remove_prefix(count * sizeof(Element));
+    return elements;
+}
+
+} // namespace
+
+void CheckLvrMesh(const LvrMesh& mesh)
+{
+    if (mesh.triangles.empty())
+        throw LvrError("the representation has no triangles");
+    if (mesh.positions.size() > MaximumLvrVertices || mesh.triangles.size() > MaximumLvrTriangles)
+        throw LvrError("the representation is too large");
+    if (mesh.normals.size() != mesh.positions.size())
+        throw LvrError("the representation has another number of normals than of positions");
+
+    for (const LvrMesh::Vector& position : mesh.positions)
+        for (const float coordinate : position)
+            if (!(std::abs(coordinate) <= MaximumLvrCoordinate))
+                throw LvrError("a position of the representation is out of range");
+    for (const LvrMesh::Vector& normal : mesh.normals) {
+        const float square = normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2];
+        if (!(std::abs(square - 1) <= NormalTolerance))
+            throw LvrError("a normal of the representation has not the length 1");
+    }
+    for (const LvrMesh::Triangle& triangle : mesh.triangles)
+        for (const std::uint32_t corner : triangle)
+            if (corner >= mesh.positions.size())
+                throw LvrError("a triangle of the representation has a corner that is not there");
+}
+
+LvrBox BoxOf(const LvrMesh& mesh)
+{
+    LvrBox box{mesh.positions.front(), mesh.positions.front()};
+    for (const LvrMesh::Vector& position : mesh.positions)
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            box.lowest[axis] = std::min(box.lowest[axis], position[axis]);
+            box.highest[axis] = std::max(box.highest[axis], position[axis]);
+        }
+    return box;
+}
+
+void AddPlaced(LvrMesh& mesh, const LvrMesh& part, const std::array<double, 12>& placement)
+{
+    const std::size_t first = mesh.positions.size();
+    if (first + part.positions.size() > MaximumLvrVertices ||
+        mesh.triangles.size() + part.triangles.size() > MaximumLvrTriangles)
+        throw LvrError("the representation is too large");
+    const auto place = [&](const LvrMesh::Vector& vector, double shifted) {
+        LvrMesh::Vector placed{};
+        for (std::size_t row = 0; row < 3; ++row)
+            placed[row] = static_cast<float>(placement[4 * row] * vector[0] + placement[4 * row + 1] * vector[1] +
+                                             placement[4 * row + 2] * vector[2] + placement[4 * row + 3] * shifted);
+        return placed;
+    };
+    for (const LvrMesh::Vector& position : part.positions)
+        mesh.positions.push_back(place(position, 1));
+    for (const LvrMesh::Vector& normal : part.normals)
+        mesh.normals.push_back(place(normal, 0));
+    for (LvrMesh::Triangle triangle : part.triangles) {
+        for (std::uint32_t& corner : triangle)
+            corner += static_cast<std::uint32_t>(first);
+        mesh.triangles.push_back(triangle);
+    }
+}
+
+std::string EncodeLvr(const LvrMesh& mesh)
+{
+    CheckLvrMesh(mesh);
+    const Header header{Mark,
+                        Version,
+                        Millimetres,
+                        static_cast<std::uint32_t>(mesh.positions.size()),
+                        static_cast<std::uint32_t>(mesh.triangles.size()),
+                        BoxOf(mesh)};
+    std::string bytes;
+    bytes.reserve(SizeOf(mesh.positions.size(), mesh.triangles.size()));
+    bytes.append(reinterpret_cast<const char*>(&header), sizeof(header));
+    Append(bytes, mesh.positions);
+    Append(bytes, mesh.normals);
+    Append(bytes, mesh.triangles);
+    return bytes;
+}
+
+LvrMesh ReadLvrBytes(std::string_view bytes)
+{
+    Header header;
+    if (bytes.size() < sizeof(header))
+        throw LvrError("the file is too short for a light representation");
+    std::memcpy(&header, bytes.data(), sizeof(header));
+    if (header.mark != Mark)
+        throw LvrError("the file is no light representation");
+    if (header.version != Version)
+        throw LvrError("the light representation has the unknown version " + std::to_string(header.version));
+    if (header.unit != Millimetres)
+        throw LvrError("the light representation has the unknown unit " + std::to_string(header.unit));
+    if (bytes.size() != SizeOf(header.vertices, header.triangles))
+        throw LvrError("the light representation has not the size of its counts");
+
+    bytes.remove_prefix(sizeof(header));
+    LvrMesh mesh;
+    mesh.positions = Take<LvrMesh::Vector>(bytes, header.vertices);
+    mesh.normals = Take<LvrMesh::Vector>(bytes, header.vertices);
+    mesh.triangles = Take<LvrMesh::Triangle>(bytes, header.triangles);
+    CheckLvrMesh(mesh);
+    if (BoxOf(mesh) != header.box)
+        throw LvrError("the bounding box of the light representation is not that of its positions");
+    return mesh;
+}
+
+void WriteLvr(const std::filesystem::path& path, const LvrMesh& mesh)
+{
+    ReplaceFile(path, EncodeLvr(mesh));
+}
+
+LvrMesh ReadLvr(const std::filesystem::path& path)
+{
+    const auto fail = [&](const std::string& reason) { throw LvrError(path.string() + ": " + reason); };
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error))
+        fail("it is no regular file");
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    if (error || size > SizeOf(MaximumLvrVertices, MaximumLvrTriangles))
+        fail("the representation is too large");
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    std::ifstream file(path, std::ios::binary);
+    if (!file.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
+        fail("it cannot be read");
+    try {
+        return ReadLvrBytes(bytes);
+    } catch (const LvrError& problem) {
+        throw LvrError(path.string() + ": " + problem.what());
+    }
+}
+
+} // namespace openhost
