@@ -1,5 +1,5 @@
-// The other side of the fetch: FileServer FILE prints its port and answers every request with the file, until its
-// standard input ends.
+// The other side of fetches and uploads: FileServer FILE prints its port and answers every request with the file, until
+// its standard input ends.
 
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -28,6 +28,18 @@ bool ReadRequest(int connection)
         if (size <= 0)
             return false;
         head.append(bytes.data(), static_cast<std::size_t>(size));
+    }
+
+    const std::size_t length = head.find("Content-Length: ");
+    if (length == std::string::npos)
+        return true;
+    static std::array<char, 1 << 20> body;
+    std::size_t left = std::stoull(head.substr(length + 16)) - (head.size() - head.find("\r\n\r\n") - 4);
+    while (left > 0) {
+        const ssize_t size = recv(connection, body.data(), body.size(), 0);
+        if (size <= 0)
+            return false;
+        left -= static_cast<std::size_t>(size);
     }
     return true;
 }

@@ -5,11 +5,13 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # One cache of compiled files serves every copy of the tree.
 export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
 
-# install_packages FILE...: installs what is missing of the packages named in the files.
+# install_packages FILE...: installs what is missing of the packages named in the files. A package with the name of a
+# command behind it is missing only when the command is.
 install_packages() {
     local missing=()
-    local package
-    while read -r package; do
+    local package command
+    while read -r package command; do
+        [ -n "$command" ] && command -v "$command" >/dev/null && continue
         dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
     done < <(grep -hv '^#' "$@")
     [ ${#missing[@]} -eq 0 ] && return 0
@@ -19,6 +21,12 @@ install_packages() {
     "${as_root[@]}" apt-get update -qq
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# install_node_modules FOLDER: installs what the folder's package-lock.json names, unless it is there.
+install_node_modules() {
+    [ "$1/node_modules/.package-lock.json" -nt "$1/package-lock.json" ] && return 0
+    (cd "$1" && npm ci --no-audit --no-fund --loglevel=error >/dev/null)
 }
 
 # build FOLDER [CMAKE OPTION...]: configures and builds below build/, quietly unless something fails.

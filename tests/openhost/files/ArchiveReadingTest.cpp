@@ -72,7 +72,7 @@ TEST_F(ArchiveReading, OpenFailsOnACountThatTheDirectoryCannotHold)
 TEST_F(ArchiveReading, OpenFailsForOtherModes)
 {
     ZipBytes().AddMany(1).Write(ArchivePath());
-    for (unsigned int mode : {0U, 1U, 2U, 4U})
+    for (unsigned int mode : {1U, 2U, 4U})
         EXPECT_TRUE(FAILED(zip_.OpenZip(Text(ArchivePath()), mode))) << mode;
     EXPECT_TRUE(std::filesystem::exists(ArchivePath()));
 }

@@ -67,7 +67,7 @@ TEST_F(Files, OpensNoPipeAndDoesNotWaitForOne)
 TEST_F(Files, RefusesOtherModesAndTouchesNothing)
 {
     Put("a", "content");
-    for (const char* mode : {"", "r", "w", "rb+", "r+b", "wb+", "w+b", "ab", "a", "RB", "wbx", " rb"}) {
+    for (const char* mode : {"", "w", "rb+", "r+b", "wb+", "w+b", "ab", "a", "RB", "wbx", " rb"}) {
         ExpectRefused(Path("a"), mode);
         ExpectRefused(Path("new"), mode);
     }
@@ -346,6 +346,51 @@ TEST_F(Files, HasNoStatusWhereNothingIs)
     ZALUnicodeString path = Path("a");
     path += ZALUnicodeString(u"\0", 1);
     EXPECT_EQ(ZALFileStat(path, status), E_FAIL);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Reading as text, deleting
+
+TEST_F(Files, OpensForReadingByTheShortModeToo)
+{
+    Put("file", "a\r\nb");
+    ZALFileHandle handle = 0;
+    ASSERT_EQ(ZALFOpen(Path("file"), "r", handle), S_OK);
+    char bytes[8];
+    std::uint32_t count = 0;
+    EXPECT_EQ(ZALFRead(handle, bytes, sizeof bytes, count), S_OK);
+    EXPECT_EQ(std::string(bytes, count), "a\r\nb");
+    EXPECT_EQ(ZALFWrite(handle, bytes, 1, count), E_FAIL);
+    EXPECT_EQ(ZALFClose(handle), S_OK);
+    ExpectRefused(Path("missing"), "r");
+}
+
+TEST_F(Files, DeletesAFile)
+{
+    Put("file", "x");
+    EXPECT_EQ(ZALDeleteFile(Path("file")), S_OK);
+    EXPECT_FALSE(Exists("file"));
+    EXPECT_EQ(ZALDeleteFile(Path("file")), E_FAIL);
+}
+
+TEST_F(Files, DeletesALinkAndNotItsTarget)
+{
+    Put("file", "x");
+    std::filesystem::create_symlink(folder_.Path() / "file", folder_.Path() / "link");
+    EXPECT_EQ(ZALDeleteFile(Path("link")), S_OK);
+    EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(folder_.Path() / "link")));
+    EXPECT_TRUE(Exists("file"));
+}
+
+TEST_F(Files, DeletesNoFolderAndNothingByAWayUp)
+{
+    std::filesystem::create_directory(folder_.Path() / "folder");
+    Put("file", "x");
+    EXPECT_EQ(ZALDeleteFile(Path("folder")), E_FAIL);
+    EXPECT_EQ(ZALDeleteFile(Path("folder/../file")), E_FAIL);
+    EXPECT_EQ(ZALDeleteFile(""), E_FAIL);
+    EXPECT_TRUE(Exists("folder"));
+    EXPECT_TRUE(Exists("file"));
 }
 
 } // namespace

@@ -214,4 +214,48 @@ TEST(TemporaryFolder, StandsInTheNamedFolderOfTheSystem)
     EXPECT_EQ(openhost::TemporaryFolder().Path().parent_path(), parent.Path());
 }
 
+// ---------------------------------------------------------------------------------------------
+// Files below the folder of a path variable
+
+class FileOfAVariable : public testing::Test {
+protected:
+    FileOfAVariable()
+    {
+        openhost::SetPathVariable("Root", folder_.Path());
+        std::filesystem::create_directories(folder_.Path() / "sub");
+        std::ofstream(folder_.Path() / "sub" / "a.js") << "x";
+    }
+    ~FileOfAVariable() override { openhost::UnsetPathVariable("Root"); }
+
+    static HRESULT Find(const char* relativePath, ZALUnicodeString& path, const char* name = "Root")
+    {
+        path = "before";
+        return ZALGetFilePathFromOfficialVariable(relativePath, name, path);
+    }
+    openhost::TemporaryFolder folder_;
+};
+
+TEST_F(FileOfAVariable, IsFoundWithEitherSeparator)
+{
+    ZALUnicodeString path;
+    for (const char* relativePath : {"sub\\a.js", "sub/a.js", "\\sub/a.js"}) {
+        EXPECT_EQ(Find(relativePath, path), S_OK) << relativePath;
+        ZALFileStatus status;
+        EXPECT_EQ(ZALFileStat(path, status), S_OK);
+        EXPECT_EQ(status.Size, 1U);
+    }
+}
+
+TEST_F(FileOfAVariable, IsNotFoundWhereNothingStandsOrByAWayUp)
+{
+    ZALUnicodeString path;
+    for (const char* relativePath : {"missing", "sub/missing", "sub/../sub/a.js", ".."}) {
+        EXPECT_EQ(Find(relativePath, path), E_FAIL) << relativePath;
+        EXPECT_EQ(path, ZALUnicodeString());
+    }
+    EXPECT_EQ(Find("sub/a.js", path, "Unknown"), E_FAIL);
+    EXPECT_EQ(Find("sub/a.js", path, nullptr), E_FAIL);
+    EXPECT_EQ(path, ZALUnicodeString());
+}
+
 } // namespace

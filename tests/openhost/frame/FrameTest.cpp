@@ -166,5 +166,51 @@ TEST_F(Frame, NotificationHasItsClass)
     EXPECT_EQ(notification.IsAKindOf("ZALNotification"), 1);
 }
 
+TEST_F(Frame, HasACurrentSetOfObjectsInItsEditor)
+{
+    ConfigureFrame({.editor = true});
+    ZALCSO* objects = ZALFrmEditor::GetCurrentEditor()->GetCSO();
+    ASSERT_NE(objects, nullptr);
+    objects->InitElementList();
+    EXPECT_EQ(objects->NextElement(), nullptr);
+
+    auto* first = new ZALEventSubscriber;
+    auto* second = new ZALEventSubscriber;
+    objects->AddElement(first);
+    objects->AddElement(nullptr);
+    objects->AddElement(second);
+    for (int times = 0; times < 2; ++times) {
+        objects->InitElementList();
+        EXPECT_EQ(objects->NextElement(), first);
+        EXPECT_EQ(objects->NextElement(), second);
+        EXPECT_EQ(objects->NextElement(), nullptr);
+        EXPECT_EQ(objects->NextElement(), nullptr);
+    }
+    EXPECT_EQ(first->Release(), 1U);
+
+    first->AddRef();
+    SetEditor(true); // another document
+    objects->InitElementList();
+    EXPECT_EQ(objects->NextElement(), nullptr);
+    EXPECT_EQ(first->Release(), 0U);
+    second->Release();
+}
+
+TEST_F(Frame, LetsGoOfTheCurrentSetOfObjectsAtItsEnd)
+{
+    ConfigureFrame({.editor = true});
+    auto* element = new ZALEventSubscriber;
+    ZALFrmEditor::GetCurrentEditor()->GetCSO()->AddElement(element);
+    ResetFrame();
+    EXPECT_EQ(element->Release(), 0U);
+}
+
+TEST_F(Frame, MayLackTheCurrentSetOfObjects)
+{
+    ConfigureFrame({.editor = true, .objectSet = false});
+    EXPECT_EQ(ZALFrmEditor::GetCurrentEditor()->GetCSO(), nullptr);
+    SetEditor(true);
+}
+
 } // namespace
 } // namespace openhost

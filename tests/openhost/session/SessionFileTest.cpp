@@ -149,6 +149,12 @@ TEST(SessionFile, OptionsAreChecked)
 {
     for (const char* operation : {"open", "refresh", "save", "reset", "restore"})
         EXPECT_EQ(StepError(std::string("{\"options\": \"") + operation + "\"}"), "no error") << operation;
+    for (const char* action : {"open", "close"})
+        EXPECT_EQ(StepError(std::string("{\"panel\": \"") + action + "\"}"), "no error") << action;
+    EXPECT_EQ(StepError("{\"panel\": \"hide\"}"), "2: \"panel\" is \"open\" or \"close\"");
+    for (const char* step : {"highlight", "command", "panel"})
+        EXPECT_EQ(StepError(std::string("{\"") + step + "\": \"\"}"),
+                  std::string("2: \"") + step + "\" must not be empty");
     EXPECT_EQ(StepError("{\"options\": \"close\"}"), "2: unknown operation \"close\" of \"options\"");
     EXPECT_EQ(StepError("{\"options\": \"\"}"), "2: \"options\" must not be empty");
     EXPECT_EQ(StepError("{\"options\": true}"), "2: \"options\" must be a text, not true or false");

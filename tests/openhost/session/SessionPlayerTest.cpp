@@ -576,4 +576,81 @@ TEST_F(SessionPlayerTest, TheJournalGoesBackToWhereItWent)
     EXPECT_EQ(lines, 1);
 }
 
+// ---------------------------------------------------------------------------------------------
+// Panel and commands
+
+TEST_F(SessionPlayerTest, ThePanelIsOpenAtTheStartAndCanBeClosedAndOpened)
+{
+    EXPECT_EQ(PlaySteps(R"({"panel": "close"}, {"panel": "open"}, {"panel": "open"},
+                           {"message": {"event": "velmart_over", "content": {}}})"),
+              SessionPlayer::Done);
+    std::vector<std::string> actions;
+    for (const Json& event : EventsOf("panel"))
+        actions.push_back(event["action"]);
+    EXPECT_EQ(actions, (std::vector<std::string>{"opened", "closed", "opened", "closed"}));
+    EXPECT_EQ(EventsOf("result").size(), 3U); // SetAccessDialog twice, OnJSMessage
+    EXPECT_THAT(EventsOf("notification"),
+                Contains(Json::parse(R"({"event": "notification", "class": "ZALDlgWindCloseNotification",
+                                         "publisher": "PanelEvents"})")));
+}
+
+TEST_F(SessionPlayerTest, AMessageAndAPageAndACloseNeedAPanel)
+{
+    for (const char* step : {R"({"message": "{}"})", R"({"url": "http://a/"})", R"({"panel": "close"})"}) {
+        EXPECT_EQ(PlaySteps(std::string(R"({"panel": "close"}, )") + step), SessionPlayer::Failed);
+        EXPECT_EQ(Reason(), "the panel is closed") << step;
+    }
+}
+
+TEST_F(SessionPlayerTest, APageOfTheCatalogueGetsTheScriptOfTheInstallation)
+{
+    const std::filesystem::path webapp = folder_.Path() / "installation" / "webapps" / "ZALVelmartIntegrationJS";
+    std::filesystem::create_directories(webapp);
+    std::ofstream(webapp / "OpApiHandlers.js") << "connect('%USAGE_CONTEXT%');";
+    EXPECT_EQ(PlaySteps(R"({"url": "https://velmart.example/"})"), SessionPlayer::Done);
+    ASSERT_EQ(EventsOf("script").size(), 1U);
+    EXPECT_EQ(EventsOf("script")[0]["text"], "connect('SidePanel');");
+}
+
+TEST_F(SessionPlayerTest, ACommandIsStartedAsAUserDoes)
+{
+    EXPECT_EQ(PlaySteps(R"({"command": "Unknown"})"), SessionPlayer::Failed);
+    EXPECT_EQ(Reason(), "there is no command \"Unknown\"");
+
+    EXPECT_EQ(PlaySteps(R"({"command": "ZALVelmartFindSimilarCmd"})"), SessionPlayer::Failed);
+    EXPECT_EQ(Reason(), "the command \"ZALVelmartFindSimilarCmd\" is not available");
+
+    EXPECT_EQ(PlaySteps(R"({"message": {"event": "velmart_ready", "content": {}}},
+                           {"command": "ZALVelmartFindSimilarCmd"}, {"wait": "dialog"}, {"wait": "idle"})"),
+              SessionPlayer::Done);
+    ASSERT_EQ(EventsOf("dialog").size(), 1U); // nothing is selected
+    EXPECT_EQ(EventsOf("dialog")[0]["name"], "FileDownloadErrorNotify");
+    std::vector<std::string> actions;
+    for (const Json& event : EventsOf("command"))
+        if (event.contains("action"))
+            actions.push_back(event["action"]);
+    EXPECT_EQ(actions, (std::vector<std::string>{"begun", "ended"}));
+}
+
+TEST_F(SessionPlayerTest, AHighlightedElementIsWhatACommandWorksOn)
+{
+    CadDocument part;
+    part.partNumber = "BOLT";
+    WriteDocument(part, folder_.Path() / "bolt.ZALPart");
+    const std::string session = R"({"documents": ["bolt.ZALPart"], "traces": true, "steps": [
+        {"message": {"event": "velmart_ready", "content": {"searchByUploadUrl": "${BASE}/upload"}}},
+        {"highlight": "NAME"}, {"command": "ZALVelmartFindSimilarCmd"}, {"wait": "idle"}]})";
+    const auto playWith = [&](const std::string& name) {
+        std::string text = session;
+        return Play(text.replace(text.find("NAME"), 4, name));
+    };
+    EXPECT_EQ(playWith("BOLT"), SessionPlayer::Done);
+    EXPECT_EQ(EventsOf("highlight").at(0)["element"], "BOLT");
+    ASSERT_GE(EventsOf("dialog").size(), 1U);
+    EXPECT_EQ(EventsOf("dialog")[0]["name"], "UploadWarningPopup"); // it has its selection
+
+    EXPECT_EQ(playWith("NUT"), SessionPlayer::Failed);
+    EXPECT_EQ(Reason(), "the active document has no \"NUT\"");
+}
+
 } // namespace openhost

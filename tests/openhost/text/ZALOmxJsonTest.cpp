@@ -330,4 +330,18 @@ TEST(ZALOmxAny, SharesTheContentOfCopies)
     EXPECT_EQ(TextOf(item).size(), 10'000'000U);
 }
 
+TEST(ZALOmxAny, BecomesATextWhateverItIs)
+{
+    for (const auto& [json, text] : std::vector<std::pair<std::string, std::string>>{{"\"a\\u20ac\"", "a\u20AC"},
+                                                                                     {"\"\"", ""},
+                                                                                     {"12", "12"},
+                                                                                     {"-1.5", "-1.5"},
+                                                                                     {"true", "true"},
+                                                                                     {"null", "null"},
+                                                                                     {"[1, \"a\"]", "[1,\"a\"]"},
+                                                                                     {"{\"k\": {}}", "{\"k\":{}}"}})
+        EXPECT_EQ(openhost::ToUtf8(Parsed(json).ConvertToUnicodeString()), text);
+    EXPECT_EQ(openhost::ToUtf8(ZALOmxAny().ConvertToUnicodeString()), "null");
+}
+
 } // namespace

@@ -285,4 +285,69 @@ TEST(ZALListValZALUnicodeString, CountsFromOne)
     EXPECT_EQ(copy[3], ZALUnicodeString("a"));
 }
 
+// ---------------------------------------------------------------------------------------------
+// Parts of texts, characters, code pages
+
+TEST(ZALUnicodeString, ReplacesEachPartFromLeftToRight)
+{
+    const auto replaced = [](ZALUnicodeString text, const ZALUnicodeString& old, const ZALUnicodeString& by) {
+        const int count = text.ReplaceSubString(old, by);
+        return std::to_string(count) + " " + ToUtf8(text);
+    };
+    EXPECT_EQ(replaced("", "a", "b"), "0 ");
+    EXPECT_EQ(replaced("abc", "", "x"), "0 abc");
+    EXPECT_EQ(replaced("abc", "x", "y"), "0 abc");
+    EXPECT_EQ(replaced("abcabc", "bc", ""), "2 aa");
+    EXPECT_EQ(replaced("aaaa", "aa", "a"), "2 aa");
+    EXPECT_EQ(replaced("aa", "a", "aa"), "2 aaaa");
+    EXPECT_EQ(replaced("aA", "a", "b"), "1 bA");
+    ZALUnicodeString itself = "ab";
+    itself.ReplaceSubString(itself, itself);
+    EXPECT_EQ(ToUtf8(itself), "ab");
+}
+
+TEST(ZALUnicodeString, WritesItsUtf8IntoABuffer)
+{
+    for (const ZALUnicodeString& text : {ZALUnicodeString(), ZALUnicodeString(u"a\u00E4\u20AC\U0001F600"),
+                                         ZALUnicodeString(u"\xD800", 1), ZALUnicodeString(u"a\0b", 3)}) {
+        std::string buffer(4 * static_cast<std::size_t>(text.GetLengthInChar()) + 1, 'x');
+        std::size_t length = 99;
+        text.ConvertToUTF8(buffer.data(), length);
+        EXPECT_EQ(buffer.substr(0, length), ToUtf8(text));
+        EXPECT_EQ(buffer[length], '\0');
+    }
+}
+
+TEST(ZALUnicodeChar, IsALetterOrADigitOfAnyScript)
+{
+    for (const char16_t unit : {u'0', u'9', u'A', u'z', u'\u00E4', u'\u0416', u'\u05D0', u'\u4E2D', u'\uAC00'})
+        EXPECT_TRUE(ZALUnicodeChar(unit).IsAlnum()) << static_cast<int>(unit);
+    for (const char16_t unit :
+         {u'\0', u' ', u'_', u'-', u'@', u'[', u'`', u'{', u'\x7F', u'\u00A0', u'\u00D7', u'\u20AC', u'\u2028'})
+        EXPECT_FALSE(ZALUnicodeChar(unit).IsAlnum()) << static_cast<int>(unit);
+    for (int unit = 0xD800; unit <= 0xDFFF; ++unit)
+        EXPECT_FALSE(ZALUnicodeChar(static_cast<char16_t>(unit)).IsAlnum()) << unit;
+}
+
+TEST(ZALUnicodeChar, HasTheLowerEightBitsAsItsNarrowValue)
+{
+    EXPECT_EQ(static_cast<char>(ZALUnicodeChar(u'a')), 'a');
+    EXPECT_EQ(static_cast<char>(ZALUnicodeChar(u'\u20AC')), '\xAC');
+    EXPECT_EQ(ZALUnicodeChar(u'a'), ZALUnicodeChar(u'a'));
+    EXPECT_FALSE(ZALUnicodeChar(u'a') == ZALUnicodeChar(u'A'));
+    ZALUnicodeString text = "x";
+    text.Append(ZALUnicodeChar(u'\u20AC'));
+    EXPECT_EQ(ToUtf8(text), "x\u20AC");
+}
+
+TEST(ZALCodePage, KnowsUtf8)
+{
+    EXPECT_TRUE(ZALCodePage::IsUTF8(nullptr, 0));
+    EXPECT_TRUE(ZALCodePage::IsUTF8("abc", 3));
+    EXPECT_TRUE(ZALCodePage::IsUTF8("\xE2\x82\xAC", 3));
+    EXPECT_FALSE(ZALCodePage::IsUTF8("\xE2\x82\xAC", 2));
+    EXPECT_FALSE(ZALCodePage::IsUTF8("\xE4", 1));
+    EXPECT_FALSE(ZALCodePage::IsUTF8(nullptr, 1));
+}
+
 } // namespace

@@ -1,0 +1,139 @@
+// Requests with a body.
+#include "tests/openhost/http/HttpFixture.h"
+
+#include <gmock/gmock.h>
+
+using namespace openhost;
+using namespace openhost::testing;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace {
+
+class CurlTransportPost : public HttpFixture {
+protected:
+    static std::string BodyOf(const std::string& request) { return request.substr(request.find("\r\n\r\n") + 4); }
+    static Fetch& WithBody(Fetch& fetch, const std::string& body)
+    {
+        fetch.Request().GetBody().SetContents(body.data(), body.size());
+        return fetch;
+    }
+};
+
+TEST_F(CurlTransportPost, SendsTheBodyAsItIs)
+{
+    std::string large(10 << 20, '\0');
+    for (std::size_t index = 0; index < large.size(); ++index)
+        large[index] = static_cast<char>(index * 7 >> 4);
+    for (const std::string& body : {std::string(), std::string("a\0\r\n\xFF", 5), large}) {
+        RawServer server(RawServer::Answering([](const std::string&) { return Reply("taken"); }));
+        Fetch fetch(server.Url(), "POST");
+        WithBody(fetch, body).With("Content-Type", "application/x-test");
+        RunWhole(fetch);
+        EXPECT_EQ("taken", fetch->body);
+        ASSERT_EQ(1U, server.Requests().size());
+        EXPECT_TRUE(BodyOf(server.Requests()[0]) == body) << body.size();
+        EXPECT_THAT(server.Requests()[0].substr(0, 300), HasSubstr("Content-Type: application/x-test\r\n"));
+    }
+}
+
+TEST_F(CurlTransportPost, SendsTheLengthThatTheHeadersSayOnce)
+{
+    RawServer server(RawServer::Answering([](const std::string&) { return Reply(""); }));
+    Fetch fetch(server.Url(), "POST");
+    WithBody(fetch, "12345").With("Content-Length", "5");
+    RunWhole(fetch);
+    const std::string request = server.Requests().at(0);
+    const std::size_t first = request.find("Content-Length: 5\r\n");
+    ASSERT_NE(first, std::string::npos);
+    EXPECT_EQ(request.find("Content-Length", first + 1), std::string::npos);
+    EXPECT_THAT(request, Not(HasSubstr("Transfer-Encoding")));
+    EXPECT_EQ(BodyOf(request), "12345");
+}
+
+TEST_F(CurlTransportPost, RefusesALengthThatIsNotThatOfTheBody)
+{
+    RawServer server(RawServer::Answering([](const std::string&) { return Reply(""); }));
+    for (const char* length : {"4", "6", "05", "", "5 ", "five"}) {
+        Fetch fetch(server.Url(), "POST");
+        WithBody(fetch, "12345").With("content-length", length);
+        EXPECT_FALSE(fetch.Send()) << length;
+        EXPECT_EQ(Journalled("transfer")["end"], "refused");
+    }
+    EXPECT_EQ(server.Connections(), 0);
+}
+
+TEST_F(CurlTransportPost, KeepsTheLastBodyThatItIsGiven)
+{
+    RawServer server(RawServer::Answering([](const std::string&) { return Reply(""); }));
+    Fetch fetch(server.Url(), "POST");
+    WithBody(fetch, "first");
+    WithBody(fetch, "second");
+    RunWhole(fetch);
+    EXPECT_EQ(BodyOf(server.Requests().at(0)), "second");
+}
+
+TEST_F(CurlTransportPost, ANullBodyIsAnEmptyOne)
+{
+    RawServer server(RawServer::Answering([](const std::string&) { return Reply(""); }));
+    Fetch fetch(server.Url(), "POST");
+    WithBody(fetch, "first");
+    fetch.Request().GetBody().SetContents(nullptr, 7);
+    RunWhole(fetch);
+    EXPECT_EQ(BodyOf(server.Requests().at(0)), "");
+}
+
+TEST_F(CurlTransportPost, BecomesAGetWithoutABodyWhereTheReplyIsElsewhere)
+{
+    RawServer server(RawServer::Answering([](const std::string& request) {
+        return PathOf(request) == "/end" ? Reply("end") : Reply("", "Location: /end\r\n", "303 See Other");
+    }));
+    Fetch fetch(server.Url("/start"), "POST");
+    WithBody(fetch, "12345").With("Content-Length", "5").With("Content-Type", "text/plain");
+    RunWhole(fetch);
+    EXPECT_EQ("end", fetch->body);
+    const std::string second = server.Requests().at(1);
+    EXPECT_THAT(second, ::testing::StartsWith("GET /end "));
+    EXPECT_THAT(second, Not(HasSubstr("Content-")));
+    EXPECT_EQ(BodyOf(second), "");
+}
+
+TEST_F(CurlTransportPost, IsRepeatedWhereTheAddressHasMoved)
+{
+    RawServer server(RawServer::Answering([](const std::string& request) {
+        return PathOf(request) == "/end" ? Reply("end") : Reply("", "Location: /end\r\n", "307 Temporary Redirect");
+    }));
+    Fetch fetch(server.Url("/start"), "POST");
+    WithBody(fetch, "12345").With("Content-Length", "5");
+    RunWhole(fetch);
+    EXPECT_THAT(server.Requests().at(1), ::testing::StartsWith("POST /end "));
+    EXPECT_EQ(BodyOf(server.Requests().at(1)), "12345");
+}
+
+TEST_F(CurlTransportPost, CanBeCancelledWhileTheOtherSideTakesNothing)
+{
+    RawServer server([](RawServer::Connection& connection) { connection.AwaitTold(); });
+    Fetch fetch(server.Url(), "POST");
+    WithBody(fetch, std::string(64 << 20, 'x'));
+    ASSERT_TRUE(fetch.Send());
+    Loop().RunUntil([&] { return server.Connections() > 0; }, std::chrono::seconds(10));
+    fetch.Request().Cancel();
+    Complete(fetch);
+    EXPECT_EQ(fetch.Request().GetStatus(), ZALHttpStatusCancelled);
+    ExpectOver(fetch);
+}
+
+TEST_F(CurlTransportPost, TakesAReplyThatComesBeforeTheBodyWasRead)
+{
+    RawServer server([](RawServer::Connection& connection) {
+        connection.Send(Reply("too large", "Connection: close\r\n", "413 Content Too Large"));
+        connection.AwaitClosed();
+    });
+    Fetch fetch(server.Url(), "POST");
+    WithBody(fetch, std::string(8 << 20, 'x'));
+    RunWhole(fetch);
+    EXPECT_EQ(fetch.Request().GetStatus(), ZALHttpStatusFinished);
+    EXPECT_EQ("too large", fetch->body);
+}
+
+} // namespace
