@@ -225,11 +225,22 @@ QVariant QtPanelPage::Evaluate(const QString& script)
 
 void QtPanelPage::Await(const QString& script, const std::string& what, const std::function<void()>& attempt)
 {
+    AwaitHere(
+        [&] {
+            if (Evaluate(script).toBool())
+                return true;
+            attempt();
+            return false;
+        },
+        what);
+}
+
+void QtPanelPage::AwaitHere(const std::function<bool()>& done, const std::string& what)
+{
     const auto start = std::chrono::steady_clock::now();
-    while (!Evaluate(script).toBool()) {
+    while (!done()) {
         if (std::chrono::steady_clock::now() - start > UserLimit)
             throw std::runtime_error(what);
-        attempt();
         bool passed = false;
         EventLoop::Current().CallAfter(PollInterval, [&passed] { passed = true; });
         RunUntil([&passed] { return passed; }, what);
@@ -362,13 +373,19 @@ bool QtPanelPage::Shows(const std::string& selector)
 
 void QtPanelPage::SavePicture(const std::filesystem::path& file)
 {
-    // The second frame from now on has all that is there now.
+    // What the browser has drawn reaches the window some frames later. A mark that has come and gone there tells that
+    // everything before it is in the picture.
+    const QColor color(Qt::magenta);
+    const auto isMarked = [&] { return grab(QRect(0, 0, 1, 1)).toImage().pixelColor(0, 0) == color; };
     Evaluate(R"(
-        globalThis.user = {done: false};
-        const picture = globalThis.user;
-        requestAnimationFrame(() => requestAnimationFrame(() => { picture.done = true; }));
+        globalThis.mark = document.createElement("div");
+        mark.style.cssText = "position: fixed; left: 0; top: 0; width: 4px; height: 4px; z-index: 2147483647; " +
+            "background: #ff00ff; forced-color-adjust: none";
+        document.documentElement.append(mark);
     )");
-    Await("!globalThis.user || globalThis.user.done", "the page does not draw");
+    AwaitHere(isMarked, "the page does not draw");
+    Evaluate("globalThis.mark?.remove()");
+    AwaitHere([&] { return !isMarked(); }, "the page does not draw");
     if (!grab().save(QString::fromStdString(file.string()), "PNG"))
         throw std::runtime_error(file.string() + ": the picture cannot be written");
 }

@@ -54,6 +54,8 @@ private:
     /// Evaluates `script` again and again until it gives true, with an attempt at it each time before the next.
     void Await(
         const QString& script, const std::string& what, const std::function<void()>& attempt = [] {});
+    /// Asks `done` again and again, with the loop running between.
+    void AwaitHere(const std::function<bool()>& done, const std::string& what);
     /// Runs the loop until `done`. Throws std::runtime_error when that takes too long.
     void RunUntil(const std::function<bool()>& done, const std::string& what);
     QWidget& Target();
