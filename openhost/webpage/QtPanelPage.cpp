@@ -28,6 +28,7 @@ using namespace std::chrono_literals;
 constexpr auto LoadLimit = 60s;
 /// A busy machine may take long for a click.
 constexpr auto UserLimit = 60s;
+constexpr int MostMoves = 100;
 constexpr auto PollInterval = 15ms;
 
 /// Where the pointer rests while keys are used.
@@ -285,14 +286,14 @@ void QtPanelPage::MovePointer(QPointF place)
     });
 }
 
-void QtPanelPage::Click(const std::string& selector)
+QPointF QtPanelPage::PlaceOf(const std::string& selector)
 {
     const QVariantList place = Evaluate(WithElement(selector, R"(
         if (problem)
             return [problem];
         if (element.matches(":disabled"))
             return ["finds an element that is disabled"];
-        element.scrollIntoView({block: "center", inline: "center", behavior: "instant"});
+        element.scrollIntoViewIfNeeded();
         const box = element.getClientRects()[0];
         const x = box.left + box.width / 2, y = box.top + box.height / 2;
         const hit = document.elementFromPoint(x, y);
@@ -304,9 +305,20 @@ void QtPanelPage::Click(const std::string& selector)
     if (place.size() != 2)
         throw std::runtime_error("\"" + selector + "\" " +
                                  (place.empty() ? "cannot be clicked" : place[0].toString().toStdString()));
+    return {place[0].toDouble(), place[1].toDouble()};
+}
 
-    const QPointF middle(place[0].toDouble(), place[1].toDouble());
-    MovePointer(middle);
+void QtPanelPage::Click(const std::string& selector)
+{
+    // What loads meanwhile may move the element.
+    QPointF middle = PlaceOf(selector);
+    QPointF before;
+    for (int move = 0; before != middle; middle = PlaceOf(selector)) {
+        if (++move > MostMoves)
+            throw std::runtime_error("\"" + selector + "\" does not come to rest");
+        before = middle;
+        MovePointer(middle);
+    }
     Evaluate(R"(
         globalThis.user = {done: false};
         addEventListener("click", () => { globalThis.user.done = true; }, {capture: true, once: true});

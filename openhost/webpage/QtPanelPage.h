@@ -59,6 +59,8 @@ private:
     /// Runs the loop until `done`. Throws std::runtime_error when that takes too long.
     void RunUntil(const std::function<bool()>& done, const std::string& what);
     QWidget& Target();
+    /// The middle of the element, scrolled into view. Throws std::runtime_error when it cannot be clicked.
+    QPointF PlaceOf(const std::string& selector);
     void SendPointer(QEvent::Type type, QPointF place, Qt::MouseButton button, Qt::MouseButtons buttons);
     /// Moves the pointer until the page notices. A page that has just loaded drops input, so this goes before any
     /// other.

@@ -76,8 +76,8 @@
         // The module speaks to the page's own object of that name, which lives in the other world.
         globalThis.OpApi = Object.freeze({
             sendMessage(name, message) {
-                if (name === "search")
-                    tell(SearchEvent, {query: String(message.query)});
+                if (name === "search" && typeof message?.query === "string")
+                    tell(SearchEvent, {query: message.query});
             },
         });
     };

@@ -170,16 +170,16 @@ TEST_F(QtPanelPageTest, ANavigationEndsTheWorldOfInjectedScripts)
 
 TEST_F(QtPanelPageTest, AScriptDoesNotRunInADocumentThatTheHostDoesNotKnowYet)
 {
-    std::promise<void> go;
+    Gate gate;
     server_.AddPage("/slow", "<!DOCTYPE html><title>Slow</title><p id=slow>slow</p><img src=/picture>");
-    server_.Routes().Get("/picture", [&go](const httplib::Request&, httplib::Response&) { go.get_future().wait(); });
+    server_.Routes().Get("/picture", [wait = gate.Wait()](const httplib::Request&, httplib::Response&) { wait(); });
     server_.Start();
     LoadPath("/plain");
     ASSERT_TRUE(page_->LoadUrl(server_.Url("/slow")));
     ASSERT_TRUE(UntilShown("#slow"));
     ASSERT_EQ(1U, reports_.urls.size());
     EXPECT_TRUE(page_->ExecuteScript("hostPanel.sendMessage(document.title);"));
-    go.set_value();
+    gate.Open();
     ASSERT_TRUE(Until([&] { return reports_.urls.size() == 2; }));
     EXPECT_EQ("here", Ask("'here'"));
     EXPECT_THAT(reports_.messages, ElementsAre("here"));
