@@ -2,12 +2,15 @@
 
 #include "catalogue/items/Placements.h"
 #include "openhost/files/AtomicFile.h"
+#include "openhost/geometry/DocumentTree.h"
+#include "openhost/picture/RenderDocument.h"
 
 #include <nlohmann/json.hpp>
 #include <zip.h>
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <stdexcept>
 
 namespace catalogue {
@@ -84,6 +87,33 @@ void WriteFiles(const Catalogue& catalogue, const Item& item, const std::filesys
     entries.push_back({"licence.txt", Licence});
     entries.push_back({"kr_metadata.csv", Metadata(item)});
     WriteArchive(folder / ServedName(item), entries);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Picture
+
+constexpr openhost::PictureSize PictureSize{320, 240};
+
+/// The documents of the catalogue by their file names.
+class CatalogueSource : public openhost::DocumentSource {
+public:
+    explicit CatalogueSource(const Documents& documents) : documents_(documents) {}
+    std::optional<std::string> Find(const std::string&, const std::string& link) override
+    {
+        return documents_.contains(link) ? std::optional(link) : std::nullopt;
+    }
+    openhost::CadDocument Read(const std::string& key) override { return documents_.at(key); }
+
+private:
+    const Documents& documents_;
+};
+
+void WritePicture(const Catalogue& catalogue, const Item& item, const std::filesystem::path& folder)
+{
+    CatalogueSource source(catalogue.documents);
+    const auto refuse = [](const std::string& line) { throw std::runtime_error(line); };
+    const openhost::Picture picture = openhost::RenderDocument(source, item.root, PictureSize, refuse);
+    openhost::WriteFileAtomically(folder / (item.id + ".png"), openhost::EncodePng(picture));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -170,6 +200,7 @@ Json IndexEntry(const Catalogue& catalogue, const Item& item)
             {"category", item.category},
             {"description", item.description},
             {"kind", product ? "assembly" : "part"},
+            {"picture", "/items/" + item.id + "/picture"},
             {"file", ServedName(item)},
             {"root", item.root},
             {"documents", item.documents},
@@ -184,9 +215,11 @@ void WriteCatalogue(const Catalogue& catalogue, const std::filesystem::path& fol
 {
     std::filesystem::create_directories(folder / "files");
     std::filesystem::create_directories(folder / "items");
+    std::filesystem::create_directories(folder / "pictures");
     Json index = Json::array();
     for (const Item& item : catalogue.items) {
         WriteFiles(catalogue, item, folder / "files");
+        WritePicture(catalogue, item, folder / "pictures");
         openhost::WriteFileAtomically(folder / "items" / (item.id + ".json"), Request(item).dump(2) + "\n");
         index.push_back(IndexEntry(catalogue, item));
     }

@@ -12,11 +12,12 @@ namespace catalogue {
 ///   files/<id>.zip         documents and side files of an item
 ///   files/<name>.ZALPart   the document of an item that is delivered as it is
 ///   items/<id>.json        the download request that the page sends for the item
-///   index.json             all items with sizes, volumes and boxes
+///   pictures/<id>.png      a picture of the item, 320 x 240
+///   index.json             all items with sizes, volumes, boxes, and the paths under which pictures are served
 ///
 /// In the requests "${BASE}" stands for the address of the service and "${FILES}" for the
 /// absolute path of the folder `files`, both without a separator at the end. Equal catalogues give equal bytes. Throws
-/// std::runtime_error when something cannot be written.
+/// std::runtime_error when a document is missing or cannot be drawn, or something cannot be written.
 void WriteCatalogue(const Catalogue& catalogue, const std::filesystem::path& folder);
 
 } // namespace catalogue

@@ -83,6 +83,7 @@ private:
     void AddRoutes();
     void AnswerPage(const std::string& name, httplib::Response& response) const;
     void AnswerJson(const std::filesystem::path& path, httplib::Response& response) const;
+    void AnswerPicture(const httplib::Request& request, httplib::Response& response);
     void AnswerFile(const httplib::Request& request, httplib::Response& response);
     void AnswerArchive(const httplib::Request& request, httplib::Response& response);
     void FillIn(Json& value) const;
@@ -162,6 +163,9 @@ void CatalogueService::Implementation::AddRoutes()
         else
             WriteError(response, 404, "no such item");
     });
+    server_.Get("/items/([^/]+)/picture", [this](const httplib::Request& request, httplib::Response& response) {
+        AnswerPicture(request, response);
+    });
     server_.Get("/files/([^/]+)", [this](const httplib::Request& request, httplib::Response& response) {
         AnswerFile(request, response);
     });
@@ -237,6 +241,20 @@ void CatalogueService::Implementation::AnswerJson(const std::filesystem::path& p
         return WriteError(response, 500, "the description of the item is no JSON");
     FillIn(description);
     response.set_content(description.dump(2) + "\n", "application/json");
+}
+
+void CatalogueService::Implementation::AnswerPicture(const httplib::Request& request, httplib::Response& response)
+{
+    const ReplyOptions options = ReplyOptions::Parse(request.params);
+    const std::string id = request.matches[1];
+    Download download;
+    if (IsPlainName(id))
+        download.body = Body::FromFile(root_ / "pictures" / (id + ".png"));
+    if (!download.body)
+        return WriteError(response, 404, "no such picture");
+    download.fileName = id + ".png";
+    download.contentType = "image/png";
+    WriteReply(options, std::move(download), request, response, stop_);
 }
 
 void CatalogueService::Implementation::AnswerFile(const httplib::Request& request, httplib::Response& response)

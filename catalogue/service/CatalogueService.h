@@ -11,6 +11,7 @@ namespace catalogue {
 /// A service on a folder that holds
 ///   - index.json: what GET /items answers;
 ///   - items/ID.json: the request of the item ID, as the catalogue page sends it;
+///   - pictures/ID.png: what GET /items/ID/picture sends;
 ///   - files/NAME: what GET /files/NAME sends;
 ///   - page/NAME: the files of the catalogue's page, whose index.html GET / and GET /categories send.
 /// In the texts of the JSON files "${BASE}" stands for the address of the service, and "${FILES}" for the

@@ -19,15 +19,16 @@ constexpr const char* Usage =
 Serves a folder of catalogue items over HTTP on 127.0.0.1 until SIGTERM or SIGINT.
 
   --port N     port to listen on; 0 takes a free one
-  --root DIR   folder with index.json, items/ID.json, files/NAME and page/NAME
+  --root DIR   folder with index.json, items/ID.json, pictures/ID.png, files/NAME, page/NAME
   --verbose    one line on standard error for each request
   --help       this text
 
-  GET /             the catalogue's page, also as /categories
-  GET /items        the index
-  GET /items/ID     the request of an item, as the catalogue page sends it
-  GET /files/NAME   the download of a file
-  GET /archive      an archive of generated documents:
+  GET /                  the catalogue's page, also as /categories
+  GET /items             the index
+  GET /items/ID          the request of an item, as the catalogue page sends it
+  GET /items/ID/picture  the picture of an item
+  GET /files/NAME        the download of a file
+  GET /archive           an archive of generated documents:
                       entries=N      documents in all, at most 1,000,000
                       products=N     how many of them are products, in a tree
                       size=N         bytes of each part (256)

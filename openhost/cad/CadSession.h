@@ -60,11 +60,14 @@ public:
     /// list stay. So does a name, unless it is one that AddComponents has given.
     void ReplaceComponent(SessionProduct& father, SessionProduct& component, const std::filesystem::path& file,
                           bool allInstances);
+    /// Gives `component`, no root, another place in its father. `placement` is rigid.
+    void MoveComponent(SessionProduct& component, const Placement& placement);
 
     /// The part numbers that two or more documents have in the tree or trees that `document` stands in.
     std::vector<std::string> DisputedPartNumbers(LoadedDocument& document) const;
     /// The way through the tree of the active document that `names` tells: the part number of the root, then the names
-    /// of components, with "/" between them. With a reference for the caller; null when there is no such way.
+    /// of components, with "/" between them. With a reference for the caller; null when there is no such way, or one of
+    /// more than 1,000 products.
     ZALPathElement* FindPath(const std::string& names) const;
 
     ZALIAApplication* GetApplication() override;
@@ -73,6 +76,7 @@ public:
     bool IsOfPart(ZALIProduct& product) override;
 
 private:
+    LoadedDocument* FindCanonical(const std::filesystem::path& path) const;
     LoadedDocument& Load(const std::filesystem::path& path);
     LoadedDocument& Enter(const std::filesystem::path& path, CadDocument contents);
     LoadedDocument& LoadComponent(const LoadedDocument& father, const std::filesystem::path& path);

@@ -39,9 +39,11 @@ std::string TakeMessage(GError* error)
 }
 
 // ---------------------------------------------------------------------------------------------
-// The length of the directory, which libgsf walks by recursion with no limit of its own
+// What libgsf does not look at itself: it walks the directory by recursion with no limit of its own, and loses what
+// the root names as its siblings.
 
 constexpr std::uint32_t DirectoryEntrySize = 128;
+constexpr std::uint32_t NoEntry = 0xFFFFFFFF;
 constexpr std::uint32_t LastRegularSector = 0xFFFFFFFA;
 constexpr std::uint32_t SectorsInHeader = 109;
 
@@ -58,10 +60,13 @@ public:
             throw CompoundFileError(name_ + ": damaged compound file: sector size");
     }
 
-    void CheckDirectoryLength()
+    void CheckDirectory()
     {
         const std::uint32_t entriesInSector = (1U << shift_) / DirectoryEntrySize;
         std::uint32_t sector = ReadNumber(48);
+        if (sector <= LastRegularSector &&
+            (ReadNumber(OffsetOf(sector) + 68) != NoEntry || ReadNumber(OffsetOf(sector) + 72) != NoEntry))
+            throw CompoundFileError(name_ + ": damaged compound file: the root has siblings");
         for (std::uint32_t entries = 0; sector <= LastRegularSector; sector = SectorAfter(sector)) {
             entries += entriesInSector;
             if (entries > CompoundStorage::MaximumEntries)
@@ -178,7 +183,7 @@ CompoundStorage CompoundStorage::OpenBytes(std::string_view bytes, std::string n
 CompoundStorage CompoundStorage::Open(void* source, std::string name)
 {
     auto* input = static_cast<GsfInput*>(source);
-    SectorTable(input, name).CheckDirectoryLength();
+    SectorTable(input, name).CheckDirectory();
 
     GError* error = nullptr;
     GsfInfile* storage = gsf_infile_msole_new(input, &error);

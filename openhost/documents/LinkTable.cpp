@@ -2,6 +2,8 @@
 
 #include "openhost/documents/DocumentStream.h"
 
+#include <algorithm>
+#include <system_error>
 #include <unordered_set>
 
 namespace openhost {
@@ -35,6 +37,15 @@ LinkTable ReadLinkTable(const CompoundStorage& document)
     } catch (const DocumentStreamError& error) {
         throw CompoundFileError(document.GetFileName() + ": link table: " + error.what());
     }
+}
+
+std::filesystem::path ResolveLink(const std::filesystem::path& folder, const std::string& link)
+{
+    std::string stored = link;
+    std::ranges::replace(stored, '\\', '/');
+    const std::filesystem::path beside = folder / std::filesystem::path(stored).filename();
+    std::error_code error;
+    return std::filesystem::exists(beside, error) ? beside : folder / stored;
 }
 
 std::string EncodeLinkTable(const LinkTable& links)

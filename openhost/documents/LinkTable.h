@@ -4,6 +4,7 @@
 
 #include "openhost/documents/CompoundFile.h"
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,10 @@ using LinkTable = std::vector<std::string>;
 
 /// The link table in the storage `document`. Throws CompoundFileError when there is none or it is damaged.
 LinkTable ReadLinkTable(const CompoundStorage& document);
+
+/// The file that `link` of a document in `folder` leads to: the one of that name beside the document, otherwise the
+/// link as it is written. Both separators count.
+std::filesystem::path ResolveLink(const std::filesystem::path& folder, const std::string& link);
 
 /// The stream of the link table. Throws DocumentStreamError for a name that is empty, doubled or no text.
 std::string EncodeLinkTable(const LinkTable& links);

@@ -1,5 +1,7 @@
 #include "AtomicFile.h"
 
+#include "Descriptor.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <string>
@@ -34,18 +36,15 @@ public:
     void Write(std::string_view content)
     {
         struct stat existing;
-        if (stat(target_.c_str(), &existing) == 0 && fchmod(descriptor_, existing.st_mode & 07777) != 0)
+        const bool exists = stat(target_.c_str(), &existing) == 0;
+        if (exists && (existing.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) {
+            errno = EACCES; // a rename would replace what its owner has made read-only
+            Fail();
+        }
+        if (exists && fchmod(descriptor_, existing.st_mode & 07777) != 0)
             Fail();
 
-        while (!content.empty()) {
-            const ssize_t done = write(descriptor_, content.data(), content.size());
-            if (done < 0 && errno == EINTR)
-                continue;
-            if (done < 0)
-                Fail();
-            content.remove_prefix(static_cast<std::size_t>(done));
-        }
-        if (fsync(descriptor_) != 0)
+        if (!WriteAll(descriptor_, content) || fsync(descriptor_) != 0)
             Fail();
     }
 

@@ -1,3 +1,4 @@
+#include "Descriptor.h"
 #include "Paths.h"
 
 #include <algorithm>
@@ -62,9 +63,6 @@ bool IsRegularFile(int descriptor)
 
 // One call of the system takes no more than this, which is below its own limit on every platform.
 constexpr std::size_t LargestTransfer = std::size_t{1} << 30;
-// A large block is written in pieces: for a large piece the page cache looks for a large stretch of memory, which is
-// seldom warm. 1 GiB in blocks of 1 MiB to ext4 takes twice the processor time of pieces of 32 KiB.
-constexpr std::size_t LargestWrite = 32 * 1024;
 
 } // namespace
 
@@ -122,7 +120,7 @@ HRESULT ZALFWrite(ZALFileHandle handle, const void* bytes, std::uint32_t size, s
 
     const char* const source = static_cast<const char*>(bytes);
     while (count < size) {
-        const std::size_t wanted = std::min<std::size_t>(size - count, LargestWrite);
+        const std::size_t wanted = std::min<std::size_t>(size - count, openhost::LargestWrite);
         const ssize_t done = Retry([&] { return write(descriptor, source + count, wanted); });
         if (done <= 0)
             return E_FAIL;

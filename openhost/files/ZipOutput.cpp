@@ -24,18 +24,6 @@ constexpr std::size_t LongestPath = 4095;
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-void WriteAll(int file, std::string_view content)
-{
-    while (!content.empty()) {
-        const ssize_t done = write(file, content.data(), content.size());
-        if (done < 0 && errno == EINTR)
-            continue;
-        if (done < 0)
-            Fail("cannot write");
-        content.remove_prefix(static_cast<std::size_t>(done));
-    }
-}
-
 bool IsDriveLetter(std::string_view component)
 {
     const char letter = static_cast<char>(component[0] | 0x20);
@@ -106,7 +94,8 @@ bool ZipOutput::Create(std::string_view content)
         Fail("cannot create");
 
     try {
-        WriteAll(file.Number(), content);
+        if (!WriteAll(file.Number(), content))
+            Fail("cannot write");
     } catch (...) {
         unlinkat(Here(), name, 0);
         throw;
@@ -119,7 +108,8 @@ void ZipOutput::Write(std::string_view content)
 {
     if (!temporary_)
         OpenTemporary();
-    WriteAll(temporary_.Number(), content);
+    if (!WriteAll(temporary_.Number(), content))
+        Fail("cannot write");
 }
 
 void ZipOutput::Replace()

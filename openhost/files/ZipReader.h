@@ -28,8 +28,7 @@ public:
         std::string_view bytes;
         bool isLast;
     };
-    /// Most bytes of a piece. A content of just this size may come in two, the last one empty. Writing in larger
-    /// pieces takes several times as long, where the system keeps them in pages of their size.
+    /// Most bytes of a piece. A content of just this size may come in two, the last one empty.
     static constexpr std::size_t PieceSize = std::size_t{128} << 10;
 
     /// Throws std::runtime_error for a file that cannot be read, is no archive or passes a limit.

@@ -3,12 +3,18 @@
 #include <BRepBndLib.hxx>
 #include <BRepCheck_Analyzer.hxx>
 #include <BRepGProp.hxx>
+#include <BRepTools.hxx>
+#include <BRep_Tool.hxx>
 #include <BinTools.hxx>
 #include <Bnd_Box.hxx>
 #include <GProp_GProps.hxx>
 #include <Standard_Failure.hxx>
 #include <TopExp.hxx>
+#include <TopExp_Explorer.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
+#include <TopoDS.hxx>
+#include <TopoDS_Edge.hxx>
+#include <TopoDS_Face.hxx>
 #include <TopoDS_Shape.hxx>
 
 #include <sstream>
@@ -75,6 +81,14 @@ TopoDS_Shape DecodeShape(const DocumentGeometry& geometry)
     }
     if (shape.IsNull())
         throw GeometryError("the bytes hold no shape");
+    // The kernel's algorithms follow the surfaces and curves of what they are given unchecked.
+    for (TopExp_Explorer faces(shape, TopAbs_FACE); faces.More(); faces.Next())
+        if (!BRep_Tool::IsGeometric(TopoDS::Face(faces.Current())))
+            throw GeometryError("a face has no surface");
+    for (TopExp_Explorer edges(shape, TopAbs_EDGE); edges.More(); edges.Next())
+        if (!BRep_Tool::IsGeometric(TopoDS::Edge(edges.Current())))
+            throw GeometryError("an edge has no curve");
+    BRepTools::Clean(shape); // of triangles, which could be any
     return shape;
 }
 

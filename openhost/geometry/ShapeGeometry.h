@@ -17,7 +17,8 @@ public:
 GeometryFacts MeasureShape(const TopoDS_Shape& shape);
 /// The geometry of a document with `shape`, which must be valid and hold a solid.
 DocumentGeometry EncodeShape(const TopoDS_Shape& shape);
-/// The shape in `geometry`. Throws for bytes that hold none.
+/// The shape in `geometry`, without triangles. Throws for bytes that hold none, or one with a face or an edge without
+/// form.
 TopoDS_Shape DecodeShape(const DocumentGeometry& geometry);
 
 } // namespace openhost

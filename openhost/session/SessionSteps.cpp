@@ -8,8 +8,10 @@
 #include "openhost/session/SessionPlayer.h"
 #include "openhost/text/Utf.h"
 
+#include <array>
 #include <cmath>
 #include <map>
+#include <numbers>
 #include <optional>
 
 namespace openhost {
@@ -19,6 +21,25 @@ namespace {
 constexpr double LongestWait = 86'400;
 constexpr double UsualWait = 60;
 constexpr std::int64_t LargestButton = 1'000;
+constexpr double LongestCoordinate = 1e6; // 1 km in millimetres
+constexpr double FullTurn = 360;
+
+/// A way through the tree of the active document, released at its end.
+class TreePath {
+public:
+    TreePath(SessionPlayer& player, const std::string& names) : path_(player.Cad().FindPath(names))
+    {
+        if (!path_)
+            throw StepFailure("the active document has no \"" + names + "\"");
+    }
+    TreePath(const TreePath&) = delete;
+    TreePath& operator=(const TreePath&) = delete;
+    ~TreePath() { path_->Release(); }
+    ZALPathElement* Get() const { return path_; }
+
+private:
+    ZALPathElement* path_;
+};
 
 /// {"message": MAP or TEXT}
 class MessageStep : public SessionStep {
@@ -231,17 +252,92 @@ public:
         // A command that has just been started enters its first state from the loop.
         player.RunPosted();
         const std::string names = player.ExpandPlaceholders(names_);
-        ZALPathElement* path = player.Cad().FindPath(names);
-        if (!path)
-            throw StepFailure("the active document has no \"" + names + "\"");
-        const Pick pick = DialogEngine::Current().Offer(path, names);
-        path->Release();
+        const TreePath path(player, names);
+        const Pick pick = DialogEngine::Current().Offer(path.Get(), names);
         if (pick.command.empty())
             throw StepFailure("no command waits for an element");
     }
 
 private:
     std::string names_;
+};
+
+/// {"move": "Root/Child.2", "at": [X, Y, Z], "axis": [X, Y, Z], "angle": DEGREES}
+class MoveStep : public SessionStep {
+public:
+    static constexpr const char* Name = "move";
+
+    explicit MoveStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step",
+                    {{Name, [this](const LocatedJson& value) { names_ = ReadName(value, Name); }},
+                     {"at", [this](const LocatedJson& value) { at_ = ReadVector(value, "at"); }},
+                     {"axis", [this](const LocatedJson& value) { axis_ = ReadAxis(value); }},
+                     {"angle", [this](const LocatedJson& value) {
+                          angle_ = ReadNumber(value, "angle", -FullTurn, FullTurn) * std::numbers::pi / 180;
+                      }}});
+        RequireMember(step, "the step", "at");
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        const std::string names = player.ExpandPlaceholders(names_);
+        const TreePath path(player, names);
+        path.Get()->InitToLeafElement();
+        auto* component = dynamic_cast<SessionProduct*>(path.Get()->GetNextFatherObject());
+        if (!component || component->IsRoot())
+            throw StepFailure("\"" + names + "\" is no component");
+        player.Cad().MoveComponent(*component, ToPlacement());
+    }
+
+private:
+    using Vector = std::array<double, 3>;
+
+    static Vector ReadVector(const LocatedJson& value, const std::string& name)
+    {
+        if (!value.value.is_array() || value.items.size() != 3)
+            throw LocatedError(value.line, "\"" + name + "\" must be a list of three numbers");
+        Vector vector{};
+        for (std::size_t i = 0; i < vector.size(); ++i)
+            vector[i] = ReadNumber(value.items[i], name, -LongestCoordinate, LongestCoordinate);
+        return vector;
+    }
+
+    /// As a unit vector.
+    static Vector ReadAxis(const LocatedJson& value)
+    {
+        Vector axis = ReadVector(value, "axis");
+        const double length = std::hypot(axis[0], axis[1], axis[2]);
+        if (length < 1e-6)
+            throw LocatedError(value.line, "\"axis\" must have a direction");
+        for (double& coordinate : axis)
+            coordinate /= length;
+        return axis;
+    }
+
+    /// The turn about the axis by Rodrigues' formula, then the shift.
+    Placement ToPlacement() const
+    {
+        const double sine = std::sin(angle_);
+        const double cosine = std::cos(angle_);
+        const auto& [x, y, z] = axis_;
+        const std::array<Vector, 3> cross{{{0, -z, y}, {z, 0, -x}, {-y, x, 0}}};
+        Placement placement{};
+        for (std::size_t row = 0; row < 3; ++row) {
+            for (std::size_t column = 0; column < 3; ++column)
+                placement[4 * row + column] = (row == column ? cosine : 0) + sine * cross[row][column] +
+                                              (1 - cosine) * axis_[row] * axis_[column];
+            placement[4 * row + 3] = at_[row];
+        }
+        return placement;
+    }
+
+    std::string names_;
+    Vector at_{};
+    Vector axis_{0, 0, 1};
+    double angle_ = 0; ///< in radians
 };
 
 /// {"workshop": NAME}
@@ -380,7 +476,7 @@ const std::map<std::string, StepMaker> StepMakers = {
     {OptionsStep::Name, Make<OptionsStep>},   {SelectStep::Name, Make<SelectStep>},
     {WorkshopStep::Name, Make<WorkshopStep>}, {CloseStep::Name, Make<CloseStep>},
     {SaveStep::Name, Make<SaveStep>},         {TreeStep::Name, Make<TreeStep>},
-    {WaitStep::Name, Make<WaitStep>},
+    {WaitStep::Name, Make<WaitStep>},         {MoveStep::Name, Make<MoveStep>},
 };
 
 } // namespace

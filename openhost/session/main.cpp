@@ -1,6 +1,8 @@
-// openhost: plays sessions and shows documents.
+// openhost: plays sessions; shows, exports and draws documents.
 
 #include "openhost/cad/ShowDocument.h"
+#include "openhost/exchange/StepExport.h"
+#include "openhost/picture/RenderDocument.h"
 #include "openhost/session/JournalWriter.h"
 #include "openhost/session/SessionAccount.h"
 #include "openhost/session/SessionFile.h"
@@ -23,6 +25,8 @@ constexpr const char* Usage =
     R"(Usage: openhost play SESSION.json [--journal FILE] [--account] [--set NAME=VALUE]...
                      [--module FILE]
        openhost show FILE
+       openhost export FILE OUT.step
+       openhost picture FILE OUT.png [--size WIDTHxHEIGHT]
        openhost --help
 
 play   plays a session without a display. Exit status: 0 every step done; 1 a step failed,
@@ -36,6 +40,12 @@ play   plays a session without a display. Exit status: 0 every step done; 1 a st
                            and ../lib/libZALVelmartIntegration.so beside this program
 show   prints the tree, the properties and the link table of a document. Exit status: 0, or 1
        when the file is no document.
+export writes a document with everything under it to OUT.step as STEP.
+picture draws a document with everything under it into OUT.png.
+         --size WIDTHxHEIGHT  in pixels, each from 1 to 8192; 800x600 by default
+       Both tell on standard error which documents are missing and leave them out. Exit status:
+       0, or 1 when a document is damaged or part of itself, or the file cannot be written,
+       which is then as it was.
 )";
 
 class UsageError : public std::runtime_error {
@@ -138,6 +148,39 @@ int Play(const PlayArguments& arguments)
     return status;
 }
 
+void Warn(const std::string& line)
+{
+    std::cerr << "openhost: " << line << "\n";
+}
+
+struct PictureArguments {
+    std::vector<std::string> files; ///< the document and the output
+    openhost::PictureSize size;
+};
+
+PictureArguments ParsePicture(const std::vector<std::string>& words)
+{
+    PictureArguments arguments;
+    for (std::size_t index = 0; index < words.size(); ++index) {
+        if (words[index] != "--size") {
+            if (words[index].starts_with("--"))
+                throw UsageError("unknown option " + words[index]);
+            arguments.files.push_back(words[index]);
+            continue;
+        }
+        if (++index == words.size())
+            throw UsageError("--size needs a value");
+        try {
+            arguments.size = openhost::PictureSize::Parse(words[index]);
+        } catch (const openhost::PictureError& error) {
+            throw UsageError(error.what());
+        }
+    }
+    if (arguments.files.size() != 2)
+        throw UsageError("picture needs a document and a file to write");
+    return arguments;
+}
+
 int Run(const std::vector<std::string>& words)
 {
     if (words.empty())
@@ -151,6 +194,17 @@ int Run(const std::vector<std::string>& words)
         return Play(ParsePlay(rest));
     if (words[0] == "show" && rest.size() == 1) {
         openhost::ShowDocument(rest[0], std::cout);
+        return Done;
+    }
+    if (words[0] == "export") {
+        if (rest.size() != 2)
+            throw UsageError("export needs a document and a file to write");
+        openhost::ExportStep(rest[0], rest[1], Warn);
+        return Done;
+    }
+    if (words[0] == "picture") {
+        const PictureArguments arguments = ParsePicture(rest);
+        openhost::DrawDocument(arguments.files[0], arguments.files[1], arguments.size, Warn);
         return Done;
     }
     throw UsageError(words[0] == "show" ? "show needs one document" : "unknown command " + words[0]);

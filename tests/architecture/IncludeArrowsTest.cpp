@@ -57,13 +57,13 @@ TEST(Includes, OfOpenhostHaveTheHostViewOfTheModuleAlone)
     }));
 }
 
-TEST(Includes, OfTheCatalogueHaveTheDocumentFormatsOfOpenhostAlone)
+TEST(Includes, OfTheCatalogueHaveTheDocumentFormatsAndPicturesOfOpenhostAlone)
 {
     // AtomicFile writes a whole file or none, which the formats build on.
     EXPECT_TRUE(Each("catalogue", [](const Include& include) {
         return !include.isOurs || StandsIn(include.target, "catalogue") ||
                StandsIn(include.target, "openhost/documents") || StandsIn(include.target, "openhost/geometry") ||
-               include.target == "openhost/files/AtomicFile.h";
+               StandsIn(include.target, "openhost/picture") || include.target == "openhost/files/AtomicFile.h";
     }));
 }
 
@@ -128,6 +128,7 @@ const std::vector<Library>& Libraries()
         {"libdeflate", beginsWith("libdeflate.h"), {"openhost/files", "openhost/documents"}},
         {"ISA-L", beginsWith("isa-l/"), {"openhost/files", "openhost/documents"}},
         {"libgsf", beginsWith("gsf/"), {"openhost/documents"}},
+        {"libpng", beginsWith("png.h"), {"openhost/picture"}},
         {"OpenSSL", beginsWith("openssl/"), {"openhost/files"}},
         {"cpp-httplib", beginsWith("httplib.h"), {"catalogue/service"}},
         {"Open CASCADE",

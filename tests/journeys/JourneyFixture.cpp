@@ -6,6 +6,7 @@
 #include "openhost/files/PathVariables.h"
 #include "openhost/frame/Frame.h"
 #include "openhost/http/CurlTransport.h"
+#include "openhost/http/ScriptedTransport.h"
 #include "openhost/loop/UvEventLoop.h"
 #include "openhost/text/Utf.h"
 
@@ -74,6 +75,7 @@ JourneyFixture::~JourneyFixture()
     addin_->Release();
     listener_->Release();
     EventLoop::Current().RunUntilIdle(Patience);
+    HttpTransport::Install(std::make_unique<ScriptedTransport>()); // ends connections that the service would wait for
     service_.Stop();
     ResetFrame();
     ResetCommands();

@@ -3,6 +3,7 @@
 #include "catalogue/service/CatalogueService.h"
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
+#include "tests/support/StepFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -361,14 +362,107 @@ TEST_F(InsertionJourney, ReplaceReplacesOneComponentOrAllByTheAnswer)
                                         "post.1=post.ZALPart@200", partNumber + ".3=" + file + "@300"}));
 }
 
+TEST_F(InsertionJourney, AMoveTurnsAComponentAboutItsOriginAndIsSaved)
+{
+    const Play play = PlaySession(
+        R"({"documents": ["${PARTS}/frame.ZALProduct"],
+            "steps": [{"move": "frame/post.1", "at": [1, 2.5, -3], "axis": [0, 0, 2], "angle": 90},
+                      {"move": "frame/plate.2", "at": [7, 8, 9]},
+                      {"save": "${PARTS}/frame.ZALProduct"}]})");
+    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    const openhost::CadDocument saved = openhost::ReadDocument(Frame());
+    const openhost::Placement turned{0, -1, 0, 1, 1, 0, 0, 2.5, 0, 0, 1, -3};
+    for (std::size_t i = 0; i < turned.size(); ++i)
+        EXPECT_NEAR(saved.children[2].placement[i], turned[i], 1e-12) << i;
+    EXPECT_EQ(saved.children[1].placement, (openhost::Placement{1, 0, 0, 7, 0, 1, 0, 8, 0, 0, 1, 9}));
+    EXPECT_EQ(saved.children[0].placement, openhost::IdentityPlacement);
+}
+
 TEST_F(InsertionJourney, APathThatIsNotThereAndADocumentThatIsNotLoadedFailTheirSteps)
 {
     for (const char* step :
          {R"({"select": "frame/none"})", R"({"select": "frame"})", R"({"tree": "none.ZALPart"})",
+          R"({"move": "frame/none", "at": [0, 0, 0]})", R"({"move": "frame", "at": [0, 0, 0]})",
           R"({"save": "${PARTS}/post.ZALPart", "as": "${PARTS}/post.txt"})", R"({"close": "${PARTS}/post.ZALPart"})"}) {
         const Play play =
             PlaySession(R"({"documents": ["${PARTS}/frame.ZALProduct"], "steps": [)" + std::string(step) + "]}");
         EXPECT_EQ(play.status, 1) << step;
         EXPECT_EQ(play.journal.back()["step"], 1) << step;
     }
+}
+
+TEST_F(InsertionJourney, AnInsertedItemIsSavedUnderAnotherNameAndTheFirstFileStays)
+{
+    const openhost::CadDocument before = openhost::ReadDocument(Frame());
+    const Play play = PlaySession(
+        R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true},
+            "variables": {"FILES": "/none"}, "documents": ["${PARTS}/frame.ZALProduct"],
+            "steps": [{"message": {"event": "velmart_insert", "content": )" +
+            Request("bolted-joint-m8") + R"(}}, {"select": "frame"}, {"wait": "idle"},
+                {"save": "${PARTS}/frame.ZALProduct", "as": "${PARTS}/second.ZALProduct"},
+                {"tree": "${PARTS}/second.ZALProduct"}, {"close": "${PARTS}/second.ZALProduct"}]})",
+        "--account");
+    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    EXPECT_EQ(openhost::ReadDocument(Frame()), before);
+    const openhost::CadDocument saved = openhost::ReadDocument(Parts() / "second.ZALProduct");
+    ASSERT_EQ(saved.children.size(), before.children.size() + 1);
+    EXPECT_EQ(saved.links[saved.children.back().link], RootOf(play).second);
+
+    std::vector<std::string> actions;
+    for (const json& document : Events(play, "document"))
+        actions.push_back(document["action"]);
+    EXPECT_EQ(actions, (std::vector<std::string>{"opened", "changed", "saved", "closed"}));
+    EXPECT_THAT(play.output, HasSubstr("Selection     frame, accepted\n"));
+    EXPECT_THAT(play.output, HasSubstr("Prompt        "));
+    EXPECT_THAT(play.output, HasSubstr("              ├─ plate.1  [plate.ZALPart]  at (0, 0, 0)\n"));
+    EXPECT_THAT(play.output, HasSubstr("Tree          frame  [second.ZALProduct]\n"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// The session of examples/: an item opened, another inserted, moved and replaced, all instances of a component replaced
+
+TEST_F(PlayJourney, TheExampleChangesAProductAndSavesIt)
+{
+    const Play play = PlaySession(ReadText(VELMART_SOURCE_DIR "/examples/change-product.json"));
+    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    EXPECT_FALSE(play.journal.back().contains("unusedAnswers"));
+    for (const json& selection : Events(play, "selection"))
+        EXPECT_EQ(selection["accepted"], true) << selection;
+
+    const openhost::CadDocument saved = openhost::ReadDocument(Parts() / "BEARING_UNIT_20.ZALProduct");
+    std::vector<std::string> names;
+    for (const openhost::ChildInstance& child : saved.children)
+        names.push_back(child.name);
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"HOUSING_47.1", "ISO15_6204.1", "SHAFT_20x154.1", "ISO4014_M6x30.1",
+                                        "ISO4014_M6x30.2", "ISO4014_M6x30.3", "ISO4014_M6x30.4", "GEAR_M2_Z36.1"}));
+    EXPECT_EQ(saved.links, (std::vector<std::string>{"HOUSING_47.ZALPart", "ISO15_6204.ZALPart", "SHAFT_20x154.ZALPart",
+                                                     "ISO4014_M6x30.ZALPart", "GEAR_M2_Z36.ZALPart"}));
+    const openhost::Placement onTheShaft{1, 0, 0, 0, 0, 0, 1, 91, 0, -1, 0, 50};
+    for (std::size_t i = 0; i < onTheShaft.size(); ++i)
+        EXPECT_NEAR(saved.children[7].placement[i], onTheShaft[i], 1e-12) << i;
+
+    // What another system reads in the exported product.
+    const std::filesystem::path step = Parts() / "product.step";
+    const std::string command = std::string(VELMART_BINARY_DIR) + "/bin/openhost export '" +
+                                (Parts() / "BEARING_UNIT_20.ZALProduct").string() + "' '" + step.string() + "'";
+    ASSERT_EQ(WEXITSTATUS(std::system(command.c_str())), 0);
+    const openhost::testing::StepFile read(step);
+    EXPECT_EQ(read.root, "BEARING_UNIT_20");
+    EXPECT_EQ(read.products, 6u);
+    std::size_t solids = 0;
+    double volume = 0;
+    for (std::size_t i = 0; i < saved.children.size(); ++i) {
+        SCOPED_TRACE(names[i]);
+        const openhost::GeometryFacts facts =
+            openhost::ReadDocument(Parts() / saved.links[saved.children[i].link]).geometry.value().facts;
+        solids += facts.solids;
+        volume += facts.volume;
+        const openhost::testing::StepInstance& instance = read.Find(names[i]);
+        EXPECT_NEAR(instance.volume, facts.volume, 1e-5 * facts.volume);
+        for (std::size_t number = 0; number < instance.placement.size(); ++number)
+            EXPECT_NEAR(instance.placement[number], saved.children[i].placement[number], 1e-7) << number;
+    }
+    EXPECT_EQ(read.solids, solids);
+    EXPECT_NEAR(read.volume, volume, 1e-5 * volume);
 }

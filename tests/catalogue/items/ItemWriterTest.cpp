@@ -1,7 +1,9 @@
 #include "catalogue/items/ItemWriter.h"
 
 #include "openhost/files/TemporaryFolder.h"
+#include "openhost/geometry/ShapeGeometry.h"
 
+#include <BRepPrimAPI_MakeBox.hxx>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <zip.h>
@@ -21,12 +23,12 @@ std::string ReadWhole(const std::filesystem::path& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// A catalogue of one item of each delivery, without the solid kernel.
+/// A catalogue of one item of each delivery.
 Catalogue Small()
 {
     openhost::CadDocument part;
     part.partNumber = "PART";
-    part.geometry = openhost::DocumentGeometry{{1, 6, 1000, 700, {0, 0, 0}, {10, 20, 5}}, "bytes"};
+    part.geometry = openhost::EncodeShape(BRepPrimAPI_MakeBox(10, 20, 5).Shape());
     openhost::CadDocument product;
     product.kind = openhost::DocumentKind::Product;
     product.links = {"PART.ZALPart"};
@@ -132,13 +134,37 @@ TEST_F(Written, IndexListsEveryItemWithVolumeAndBoxOfAllItsInstances)
     EXPECT_EQ(index[2]["documents"], (Json{"PART.ZALPart", "PAIR.ZALProduct"}));
 }
 
+TEST_F(Written, EachItemHasItsPictureAndTheIndexNamesIt)
+{
+    const Json index = Json::parse(ReadWhole(Folder() / "index.json"));
+    for (const Json& item : index) {
+        const std::string id = item["id"];
+        EXPECT_EQ(item["picture"], "/items/" + id + "/picture");
+        const std::string png = ReadWhole(Folder() / "pictures" / (id + ".png"));
+        EXPECT_EQ(png.substr(0, 24), std::string("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\1\x40\0\0\0\xF0", 24)) << id;
+    }
+    EXPECT_NE(ReadWhole(Folder() / "pictures" / "pair.png"), ReadWhole(Folder() / "pictures" / "raw.png"));
+}
+
 TEST_F(Written, WritingAgainGivesTheSameBytes)
 {
     const openhost::TemporaryFolder other;
     WriteCatalogue(Small(), other.Path());
     WriteCatalogue(Small(), other.Path());
-    for (const char* name : {"index.json", "items/pair.json", "files/pair.zip", "files/PART.ZALPart"})
+    for (const char* name :
+         {"index.json", "items/pair.json", "files/pair.zip", "pictures/pair.png", "files/PART.ZALPart"})
         EXPECT_EQ(ReadWhole(other.Path() / name), ReadWhole(Folder() / name)) << name;
+}
+
+TEST(ItemWriter, DocumentThatIsMissingOrCannotBeDrawnIsAnError)
+{
+    const openhost::TemporaryFolder folder;
+    Catalogue catalogue = Small();
+    catalogue.documents.at("PAIR.ZALProduct").links = {"GONE.ZALPart"};
+    EXPECT_THROW(WriteCatalogue(catalogue, folder.Path()), std::runtime_error);
+    catalogue = Small();
+    catalogue.documents.at("PART.ZALPart").geometry->boundary = "no shape";
+    EXPECT_THROW(WriteCatalogue(catalogue, folder.Path()), std::runtime_error);
 }
 
 TEST(ItemWriter, FolderThatCannotBeMadeIsAnError)

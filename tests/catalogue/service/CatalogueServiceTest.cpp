@@ -115,6 +115,22 @@ TEST_F(CatalogueServiceTest, TheRequestOfAnItemHoldsTheAddressOfTheService)
     EXPECT_EQ(item.begin().key(), "id");
 }
 
+TEST_F(CatalogueServiceTest, ThePictureOfAnItemIsAnImage)
+{
+    std::filesystem::create_directories(root_ / "pictures");
+    WriteFile("pictures/bolt.png", "picture of a bolt");
+    WriteFile("secret.png", "secret");
+    const httplib::Result reply = Get("/items/bolt/picture");
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->status, 200);
+    EXPECT_EQ(reply->get_header_value("Content-Type"), "image/png");
+    EXPECT_FALSE(reply->has_header("Content-Disposition"));
+    EXPECT_EQ(reply->body, "picture of a bolt");
+    for (const char* path : {"/items/nut/picture", "/items/..%2fsecret/picture", "/items/../picture",
+                             "/items/bolt/picture/", "/items/bolt/other", "/items//picture"})
+        EXPECT_EQ(GetCode(path), 404) << path;
+}
+
 TEST_F(CatalogueServiceTest, ThePathInAFileUrlIsEncoded)
 {
     const std::filesystem::path folder = root_ / "ä 100%";

@@ -178,6 +178,18 @@ TEST(CompoundFile, DirectoryInACircleIsRefused)
     EXPECT_EQ(OpenRefusal(FileWithDirectory(entries, true)), "file: damaged compound file: too many directory entries");
 }
 
+TEST(CompoundFile, RootWithSiblingsIsRefused)
+{
+    for (const std::size_t link : {68, 72}) {
+        std::string root = DirectoryEntry("Root Entry", 5, Free, Free);
+        root.replace(link, 4, Number(1, 4));
+        const std::string others = DirectoryEntry("A", 1, Free, Free) + DirectoryEntry("B", 2, Free, Free) +
+                                   DirectoryEntry("C", 2, Free, Free);
+        EXPECT_EQ(OpenRefusal(FileWithDirectory(root + others)), "file: damaged compound file: the root has siblings")
+            << link;
+    }
+}
+
 TEST(CompoundFile, EntriesThatNameEachOtherInACircleAreReadOnce)
 {
     const std::string entries = DirectoryEntry("Root Entry", 5, Free, 1) + DirectoryEntry("A", 1, 2, 3) +

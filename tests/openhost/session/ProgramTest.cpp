@@ -49,12 +49,33 @@ TEST_F(ProgramTest, HelpTellsTheCommands)
     EXPECT_EQ(Run("--help"), 0);
     EXPECT_THAT(Read("out"), HasSubstr("openhost play SESSION.json"));
     EXPECT_THAT(Read("out"), HasSubstr("openhost show FILE"));
+    EXPECT_THAT(Read("out"), HasSubstr("openhost export FILE OUT.step"));
+    EXPECT_THAT(Read("out"), HasSubstr("openhost picture FILE OUT.png [--size WIDTHxHEIGHT]"));
 }
 
 TEST_F(ProgramTest, WrongUseIsExplained)
 {
-    for (const char* arguments : {"", "other", "play", "play a b", "play --journal", "play a --set", "play a --set =x",
-                                  "play a --set x", "play a --other", "show", "show a b"}) {
+    for (const char* arguments : {"",
+                                  "other",
+                                  "play",
+                                  "play a b",
+                                  "play --journal",
+                                  "play a --set",
+                                  "play a --set =x",
+                                  "play a --set x",
+                                  "play a --other",
+                                  "show",
+                                  "show a b",
+                                  "export",
+                                  "export a",
+                                  "export a b c",
+                                  "picture",
+                                  "picture a",
+                                  "picture a b c",
+                                  "picture a b --size",
+                                  "picture a b --size 0x5",
+                                  "picture a b --size 9000x5",
+                                  "picture a b --other"}) {
         EXPECT_EQ(Run(arguments), 2) << arguments;
         EXPECT_THAT(Read("err"), StartsWith("openhost: ")) << arguments;
     }
@@ -131,6 +152,37 @@ TEST_F(ProgramTest, ShowPrintsADocument)
     WriteDocument(document, folder_.Path() / "a.ZALProduct");
     EXPECT_EQ(Run("show a.ZALProduct"), 0) << Read("err");
     EXPECT_THAT(Read("out"), HasSubstr("P-100"));
+}
+
+TEST_F(ProgramTest, ExportAndPictureWriteTheirFilesAndWarnOfWhatIsMissing)
+{
+    CadDocument document;
+    document.kind = DocumentKind::Product;
+    document.partNumber = "P-100";
+    document.links = {"gone.ZALPart"};
+    document.children = {{"gone.1", 0, IdentityPlacement}};
+    WriteDocument(document, folder_.Path() / "a.ZALProduct");
+
+    EXPECT_EQ(Run("export a.ZALProduct a.step"), 0) << Read("err");
+    EXPECT_THAT(Read("err"), HasSubstr("a.ZALProduct: gone.ZALPart is missing; 1 instance is left out\n"));
+    EXPECT_EQ(Read("out"), "");
+    EXPECT_THAT(Read("a.step"), HasSubstr("'P-100'"));
+
+    EXPECT_EQ(Run("picture --size 30x20 a.ZALProduct a.png"), 0) << Read("err");
+    EXPECT_THAT(Read("err"), HasSubstr("a.ZALProduct: gone.ZALPart is missing; 1 instance is left out\n"));
+    EXPECT_EQ(Read("out"), "");
+    EXPECT_EQ(Read("a.png").substr(0, 24), std::string("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\0\x1E\0\0\0\x14", 24));
+}
+
+TEST_F(ProgramTest, ExportAndPictureOfWhatIsNoDocumentAreStatus1AndLeaveNoFile)
+{
+    Write("text", "text");
+    for (const char* command : {"export", "picture"})
+        for (const char* document : {"text", "missing"}) {
+            EXPECT_EQ(Run(std::string(command) + " " + document + " made"), 1);
+            EXPECT_THAT(Read("err"), HasSubstr(document));
+            EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "made"));
+        }
 }
 
 TEST_F(ProgramTest, ShowOfWhatIsNoDocumentIsStatus1)

@@ -166,6 +166,19 @@ TEST(SessionFile, WaitsAreChecked)
     EXPECT_EQ(StepError("{\"wait\": \"idle\", \"seconds\": 0.25}"), "no error");
 }
 
+TEST(SessionFile, MovesAreChecked)
+{
+    const auto error = [](const std::string& members) { return StepError("{\"move\": \"a/b\"" + members + "}"); };
+    EXPECT_EQ(error(""), "2: the step needs the key \"at\"");
+    EXPECT_EQ(error(",\n\"at\": [1, 2]"), "3: \"at\" must be a list of three numbers");
+    EXPECT_EQ(error(", \"at\": {}"), "2: \"at\" must be a list of three numbers");
+    EXPECT_EQ(error(", \"at\": [1, 2, \"3\"]"), "2: \"at\" must be a number from -1e+06 to 1e+06, not a text");
+    EXPECT_EQ(error(", \"at\": [1, 2, 1e300]"), "2: \"at\" must be a number from -1e+06 to 1e+06");
+    EXPECT_EQ(error(", \"at\": [1, 2, 3], \"axis\": [0, 0, 0]"), "2: \"axis\" must have a direction");
+    EXPECT_EQ(error(", \"at\": [1, 2, 3], \"angle\": 361"), "2: \"angle\" must be a number from -360 to 360");
+    EXPECT_EQ(error(", \"at\": [1, 2, 3], \"axis\": [0, 0, 1], \"angle\": -360"), "no error");
+}
+
 TEST(SessionFile, APlaceholderWithoutAValueIsRefused)
 {
     EXPECT_EQ(StepError("{\"message\": {\"event\": \"a\",\n\"content\": [\"x${BASE}\"]}}"),

@@ -1,0 +1,138 @@
+#include "openhost/exchange/StepExport.h"
+
+#include "openhost/geometry/DocumentTree.h"
+
+#include <APIHeaderSection_MakeHeader.hxx>
+#include <BRep_Builder.hxx>
+#include <Interface_Static.hxx>
+#include <STEPCAFControl_Controller.hxx>
+#include <STEPCAFControl_Writer.hxx>
+#include <Standard_Failure.hxx>
+#include <StepData_Protocol.hxx>
+#include <StepData_StepModel.hxx>
+#include <StepData_StepWriter.hxx>
+#include <TCollection_HAsciiString.hxx>
+#include <TDataStd_Name.hxx>
+#include <TDocStd_Document.hxx>
+#include <TopoDS_Compound.hxx>
+#include <XCAFDoc_DocumentTool.hxx>
+#include <XCAFDoc_ShapeTool.hxx>
+#include <XSControl_WorkSession.hxx>
+#include <gp_Trsf.hxx>
+
+#include <cstdint>
+#include <cstdio>
+#include <sstream>
+#include <vector>
+
+namespace openhost {
+
+namespace {
+
+void SetName(const TDF_Label& label, const std::string& name)
+{
+    TDataStd_Name::Set(label, TCollection_ExtendedString(name.c_str(), Standard_True));
+}
+
+TopLoc_Location LocationOf(const Placement& p)
+{
+    gp_Trsf transformation;
+    transformation.SetValues(p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7], p[8], p[9], p[10], p[11]);
+    return TopLoc_Location(transformation);
+}
+
+/// The shape of a part as one of its own: without a location, which would make it an instance of another shape.
+TopoDS_Shape Standalone(const TopoDS_Shape& shape)
+{
+    if (!shape.IsNull() && shape.Location().IsIdentity())
+        return shape;
+    TopoDS_Compound compound;
+    BRep_Builder builder;
+    builder.MakeCompound(compound);
+    if (!shape.IsNull())
+        builder.Add(compound, shape);
+    return compound;
+}
+
+void FillDocument(const Handle(TDocStd_Document) & document, const DocumentTree& tree)
+{
+    const Handle(XCAFDoc_ShapeTool) shapes = XCAFDoc_DocumentTool::ShapeTool(document->Main());
+    std::vector<TDF_Label> labels;
+    for (const TreeDocument& entry : tree) {
+        const TDF_Label label = entry.kind == DocumentKind::Product
+                                    ? shapes->NewShape()
+                                    : shapes->AddShape(Standalone(entry.shape), Standard_False);
+        SetName(label, entry.name);
+        for (const TreeDocument::Instance& instance : entry.instances)
+            SetName(shapes->AddComponent(label, labels[instance.document], LocationOf(instance.placement)),
+                    instance.name);
+        labels.push_back(label);
+    }
+    shapes->UpdateAssemblies();
+}
+
+/// `text`, a STEP file with names in UTF-8, with each character beyond ASCII in the form of the format.
+std::string EncodeNames(const std::string& text)
+{
+    std::string encoded;
+    encoded.reserve(text.size());
+    for (std::size_t i = 0; i < text.size();) {
+        const auto lead = static_cast<unsigned char>(text[i++]);
+        if (lead < 0x80) {
+            encoded += static_cast<char>(lead);
+            continue;
+        }
+        const int following = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
+        std::uint32_t code = lead & (0x3FU >> following);
+        for (int k = 0; k < following && i < text.size(); ++k)
+            code = code << 6 | (static_cast<unsigned char>(text[i++]) & 0x3F);
+        char form[24];
+        std::snprintf(form, sizeof(form), code > 0xFFFF ? "\\X4\\%08X\\X0\\" : "\\X2\\%04X\\X0\\", code);
+        encoded += form;
+    }
+    return encoded;
+}
+
+std::string Print(STEPCAFControl_Writer& writer, const std::string& fileName)
+{
+    const Handle(StepData_StepModel) model = writer.ChangeWriter().Model();
+    APIHeaderSection_MakeHeader header(model);
+    header.SetName(new TCollection_HAsciiString(fileName.c_str()));
+    header.SetOriginatingSystem(new TCollection_HAsciiString("openhost"));
+    header.Apply(model);
+
+    StepData_StepWriter printer(model);
+    printer.SendModel(Handle(StepData_Protocol)::DownCast(writer.ChangeWriter().WS()->Protocol()));
+    std::ostringstream text;
+    if (!printer.Print(text))
+        throw ExchangeError("the STEP file cannot be put together");
+    return EncodeNames(std::move(text).str());
+}
+
+} // namespace
+
+void ExportStep(const std::filesystem::path& document, const std::filesystem::path& output,
+                const std::function<void(const std::string& line)>& warn)
+{
+    const DocumentTree tree = ReadDocumentTree(document, warn);
+    std::string text;
+    try {
+        STEPCAFControl_Controller::Init();
+        Interface_Static::SetCVal("write.step.schema", "AP214IS");
+        Interface_Static::SetCVal("write.step.unit", "MM");
+        const Handle(TDocStd_Document) model = new TDocStd_Document("BinXCAF");
+        FillDocument(model, tree);
+        STEPCAFControl_Writer writer;
+        writer.SetColorMode(Standard_False);
+        writer.SetLayerMode(Standard_False);
+        writer.SetPropsMode(Standard_False);
+        if (!writer.Transfer(model))
+            throw ExchangeError(document.string() + ": the document has no form in STEP");
+        text = Print(writer, output.filename().string());
+    } catch (const Standard_Failure& failure) {
+        throw ExchangeError(document.string() + ": " + failure.GetMessageString());
+    }
+    WriteMadeOf(tree, output, text);
+}
+
+} // namespace openhost

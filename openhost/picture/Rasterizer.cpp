@@ -1,0 +1,328 @@
+#include "openhost/picture/Rasterizer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace openhost {
+
+namespace {
+
+/// Samples of a pixel in each direction: in a picture of up to so many pixels, and in a larger one.
+constexpr int FineSamples = 4;
+constexpr int CoarseSamples = 2;
+constexpr int MaximumFinePixels = 2048 * 2048;
+/// Most samples in memory at a time, 8 bytes each.
+constexpr std::size_t MaximumSamples = 16 << 20;
+/// Width of a line in pixels; more in a picture whose smaller side is above this many pixels for each.
+constexpr double LineWidth = 1.1;
+constexpr double PixelsForEachLineWidth = 700;
+/// How far a line lies before the faces that meet in it, in widths of the line, so that they do not swallow it.
+constexpr double LineLift = 1.5;
+/// Rise of the depth towards the viewer, by the way across the picture, from which a border is an outline.
+constexpr double OutlineSlope = 7;
+
+constexpr Vector3 Light{-0.203, 0.355, 0.912}; ///< in view coordinates, over the viewer's left shoulder
+constexpr double Ambient = 0.47;
+constexpr double Diffuse = 0.62;
+constexpr double Gloss = 0.10;
+constexpr Color LineColor{44, 50, 60};
+constexpr double LineStrength = 0.82;
+
+constexpr float Nothing = -std::numeric_limits<float>::infinity();
+
+struct Sample {
+    float depth = Nothing; ///< larger is nearer
+    bool line = false;
+    Color color = BackgroundColor;
+};
+
+struct Vertex {
+    double x;
+    double y;
+    double z;
+    Vector3 normal;
+};
+
+std::uint8_t ToByte(double value)
+{
+    return static_cast<std::uint8_t>(std::clamp(value, 0.0, 255.0) + 0.5);
+}
+
+double Dot(const Vector3& a, const Vector3& b)
+{
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+Vector3 Turn(const std::array<double, 12>& placement, const Vector3& v)
+{
+    const auto& p = placement;
+    return {p[0] * v[0] + p[1] * v[1] + p[2] * v[2], p[4] * v[0] + p[5] * v[1] + p[6] * v[2],
+            p[8] * v[0] + p[9] * v[1] + p[10] * v[2]};
+}
+
+/// The colour of a surface with the normal `normal`, of any length and side.
+Color Shade(const Color& color, Vector3 normal)
+{
+    const double length = std::sqrt(Dot(normal, normal));
+    if (length > 0)
+        for (double& number : normal)
+            number /= normal[2] < 0 ? -length : length;
+    const double cosine = std::max(0.0, Dot(normal, Light));
+    // Half way between the light and the viewer, who is at z.
+    constexpr double halfLength = 1.955;
+    const double near = std::max(0.0, (Dot(normal, Light) + normal[2]) / halfLength);
+    const double fourth = near * near * near * near;
+    const double gloss = Gloss * fourth * fourth * fourth * fourth * fourth * fourth;
+    Color shaded;
+    for (std::size_t i = 0; i < 3; ++i)
+        shaded[i] = ToByte(color[i] * (Ambient + Diffuse * cosine) + 255 * gloss);
+    return shaded;
+}
+
+Color Darkened(const Color& color)
+{
+    Color dark;
+    for (std::size_t i = 0; i < 3; ++i)
+        dark[i] = ToByte(LineColor[i] * LineStrength + color[i] * (1 - LineStrength));
+    return dark;
+}
+
+/// Some rows of samples. Sample coordinates: x to the right, y down, of the whole picture.
+class Band {
+public:
+    Band(const Viewport& viewport, PictureSize size, double lineWidth)
+        : samplesOfAPixel_(size.width * size.height <= MaximumFinePixels ? FineSamples : CoarseSamples),
+          sampleSize_(viewport.pixel / samplesOfAPixel_), left_(viewport.middleX - size.width * viewport.pixel / 2),
+          top_(viewport.middleY + size.height * viewport.pixel / 2), width_(size.width * samplesOfAPixel_),
+          halfLine_(lineWidth * samplesOfAPixel_ / 2)
+    {
+    }
+
+    /// Begins with `count` rows of pixels from `row`, and as many more of samples as their outlines depend on.
+    void Begin(int row, int count)
+    {
+        first_ = row * samplesOfAPixel_ - Reach();
+        rows_ = count * samplesOfAPixel_ + 2 * Reach();
+        band_.assign(static_cast<std::size_t>(width_) * static_cast<std::size_t>(rows_), {});
+    }
+
+    /// Rows of pixels that are drawn at a time.
+    int RowsAtATime() const { return std::max(1, static_cast<int>(MaximumSamples) / (width_ * samplesOfAPixel_)); }
+
+    bool Touches(const PlacedMesh& placed) const
+    {
+        return (top_ - placed.highest) / sampleSize_ - halfLine_ <= first_ + rows_ &&
+               (top_ - placed.lowest) / sampleSize_ + halfLine_ >= first_;
+    }
+
+    void DrawTriangles(const PlacedMesh& placed)
+    {
+        vertices_.clear();
+        for (std::size_t i = 0; i < placed.mesh->points.size(); ++i)
+            vertices_.push_back(Project(placed, placed.mesh->points[i], placed.mesh->normals[i]));
+        for (const PartMesh::Triangle& triangle : placed.mesh->triangles)
+            Draw(vertices_[triangle.corners[0]], vertices_[triangle.corners[1]], vertices_[triangle.corners[2]],
+                 placed.color);
+    }
+
+    void DrawLines(const PlacedMesh& placed)
+    {
+        for (const std::vector<Vector3>& line : placed.mesh->lines)
+            for (std::size_t i = 1; i < line.size(); ++i)
+                Draw(Project(placed, line[i - 1], {}), Project(placed, line[i], {}));
+    }
+
+    /// Marks the samples beside which a surface ends before the background or one that is farther away.
+    void DrawOutlines()
+    {
+        const int reach = Reach();
+        const int slant = static_cast<int>(std::lround(reach * 0.7));
+        const std::array<std::array<int, 2>, 8> around{{{reach, 0},
+                                                        {-reach, 0},
+                                                        {0, reach},
+                                                        {0, -reach},
+                                                        {slant, slant},
+                                                        {-slant, slant},
+                                                        {slant, -slant},
+                                                        {-slant, -slant}}};
+        const auto jump = static_cast<float>(OutlineSlope * reach * sampleSize_);
+        for (int y = first_; y < first_ + rows_; ++y)
+            for (int x = 0; x < width_; ++x) {
+                Sample& sample = At(x, y);
+                if (sample.depth == Nothing || sample.line)
+                    continue;
+                sample.line = std::ranges::any_of(around, [&](const std::array<int, 2>& step) {
+                    const int besideX = x + step[0];
+                    const int besideY = y + step[1];
+                    return besideX >= 0 && besideX < width_ && besideY >= first_ && besideY < first_ + rows_ &&
+                           At(besideX, besideY).depth < sample.depth - jump;
+                });
+            }
+    }
+
+    /// The pixel in column `x` and row `y` of the picture.
+    Color Resolve(int x, int y) const
+    {
+        const int side = samplesOfAPixel_;
+        std::array<int, 3> sum{};
+        for (int row = y * side; row < (y + 1) * side; ++row)
+            for (int column = x * side; column < (x + 1) * side; ++column) {
+                const Sample& sample = At(column, row);
+                const Color color = sample.line ? Darkened(sample.color) : sample.color;
+                for (std::size_t i = 0; i < 3; ++i)
+                    sum[i] += color[i];
+            }
+        Color mean;
+        for (std::size_t i = 0; i < 3; ++i)
+            mean[i] = static_cast<std::uint8_t>((sum[i] + side * side / 2) / (side * side));
+        return mean;
+    }
+
+private:
+    /// How far, in samples, an outline reaches into the surface that it ends.
+    int Reach() const { return static_cast<int>(std::lround(halfLine_)); }
+
+    Sample& At(int x, int y)
+    {
+        return band_[static_cast<std::size_t>(y - first_) * static_cast<std::size_t>(width_) +
+                     static_cast<std::size_t>(x)];
+    }
+    const Sample& At(int x, int y) const { return const_cast<Band*>(this)->At(x, y); }
+
+    Vertex Project(const PlacedMesh& placed, const Vector3& point, const Vector3& normal) const
+    {
+        const Vector3 seen = TransformPoint(placed.toView, point);
+        // The middle of a sample has whole coordinates.
+        return {(seen[0] - left_) / sampleSize_ - 0.5, (top_ - seen[1]) / sampleSize_ - 0.5, seen[2],
+                Turn(placed.toView, normal)};
+    }
+
+    void Draw(const Vertex& a, const Vertex& b, const Vertex& c, const Color& color)
+    {
+        const double area = (b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y);
+        if (area == 0)
+            return;
+        const int fromY = std::max(first_, static_cast<int>(std::ceil(std::min({a.y, b.y, c.y}))));
+        const int toY = std::min(first_ + rows_ - 1, static_cast<int>(std::floor(std::max({a.y, b.y, c.y}))));
+        for (int y = fromY; y <= toY; ++y) {
+            double left = std::numeric_limits<double>::infinity();
+            double right = -left;
+            for (const auto& [from, to] : {std::pair(&a, &b), std::pair(&b, &c), std::pair(&c, &a)})
+                Cross(*from, *to, y, left, right);
+            const int fromX = std::max(0, static_cast<int>(std::ceil(std::max(left, -1.0))));
+            const int toX = static_cast<int>(std::floor(std::min<double>(right, width_ - 1)));
+            for (int x = fromX; x <= toX; ++x) {
+                const double partB = ((x - a.x) * (c.y - a.y) - (c.x - a.x) * (y - a.y)) / area;
+                const double partC = ((b.x - a.x) * (y - a.y) - (x - a.x) * (b.y - a.y)) / area;
+                const double partA = 1 - partB - partC;
+                const auto depth = static_cast<float>(partA * a.z + partB * b.z + partC * c.z);
+                Sample& sample = At(x, y);
+                if (depth <= sample.depth)
+                    continue;
+                Vector3 normal;
+                for (std::size_t i = 0; i < 3; ++i)
+                    normal[i] = partA * a.normal[i] + partB * b.normal[i] + partC * c.normal[i];
+                sample.depth = depth;
+                sample.color = Shade(color, normal);
+            }
+        }
+    }
+
+    /// Widens the piece from `left` to `right` of row `y` to where the edge from `a` to `b` crosses the row: the same
+    /// place for both triangles at the edge, so that no gap is between them.
+    static void Cross(const Vertex& a, const Vertex& b, int y, double& left, double& right)
+    {
+        const Vertex& upper = a.y < b.y ? a : b;
+        const Vertex& lower = a.y < b.y ? b : a;
+        if (y < upper.y || y > lower.y || upper.y == lower.y)
+            return;
+        const double x = upper.x + (y - upper.y) / (lower.y - upper.y) * (lower.x - upper.x);
+        left = std::min(left, x);
+        right = std::max(right, x);
+    }
+
+    /// Draws a line, after all triangles: along its longer direction step by step, across it in its width.
+    void Draw(Vertex a, Vertex b)
+    {
+        const bool steep = std::abs(b.y - a.y) > std::abs(b.x - a.x);
+        if (steep) {
+            std::swap(a.x, a.y);
+            std::swap(b.x, b.y);
+        }
+        if (a.x > b.x)
+            std::swap(a, b);
+        const double length = b.x - a.x;
+        const double rise = length > 0 ? (b.y - a.y) / length : 0;
+        const double slope = length > 0 ? (b.z - a.z) / length : 0;
+        const double half = halfLine_ * std::sqrt(1 + rise * rise);
+        const double lift = LineLift * 2 * halfLine_ * sampleSize_;
+        const std::array<int, 2> alongRange =
+            steep ? std::array{first_, first_ + rows_ - 1} : std::array{0, width_ - 1};
+        const std::array<int, 2> acrossRange =
+            steep ? std::array{0, width_ - 1} : std::array{first_, first_ + rows_ - 1};
+
+        const int from = std::max(alongRange[0], static_cast<int>(std::ceil(a.x - halfLine_ / 2)));
+        const int to = std::min(alongRange[1], static_cast<int>(std::floor(b.x + halfLine_ / 2)));
+        for (int along = from; along <= to; ++along) {
+            const double way = std::clamp(along - a.x, 0.0, length);
+            const double middle = a.y + rise * way;
+            const auto depth = static_cast<float>(a.z + slope * way + lift);
+            const int low = std::max(acrossRange[0], static_cast<int>(std::ceil(middle - half)));
+            const int high = std::min(acrossRange[1], static_cast<int>(std::floor(middle + half)));
+            for (int across = low; across <= high; ++across) {
+                Sample& sample = steep ? At(across, along) : At(along, across);
+                if (depth >= sample.depth)
+                    sample.line = true;
+            }
+        }
+    }
+
+    int samplesOfAPixel_; ///< in each direction
+    double sampleSize_;
+    double left_;
+    double top_;
+    int width_;
+    double halfLine_; ///< in samples
+    int first_ = 0;
+    int rows_ = 0;
+    std::vector<Sample> band_;
+    std::vector<Vertex> vertices_;
+};
+
+} // namespace
+
+Vector3 TransformPoint(const std::array<double, 12>& placement, const Vector3& point)
+{
+    Vector3 moved = Turn(placement, point);
+    for (std::size_t i = 0; i < 3; ++i)
+        moved[i] += placement[4 * i + 3];
+    return moved;
+}
+
+Picture Rasterize(const std::vector<PlacedMesh>& meshes, const Viewport& viewport, PictureSize size)
+{
+    Picture picture{size, {}};
+    picture.pixels.reserve(static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height));
+    const double lineWidth = LineWidth * std::max(1.0, std::min(size.width, size.height) / PixelsForEachLineWidth);
+    Band band(viewport, size, lineWidth);
+    const int rows = band.RowsAtATime();
+    for (int first = 0; first < size.height; first += rows) {
+        const int count = std::min(rows, size.height - first);
+        band.Begin(first, count);
+        for (const PlacedMesh& placed : meshes)
+            if (band.Touches(placed))
+                band.DrawTriangles(placed);
+        for (const PlacedMesh& placed : meshes)
+            if (band.Touches(placed))
+                band.DrawLines(placed);
+        band.DrawOutlines();
+        for (int y = first; y < first + count; ++y)
+            for (int x = 0; x < size.width; ++x)
+                picture.pixels.push_back(band.Resolve(x, y));
+    }
+    return picture;
+}
+
+} // namespace openhost
