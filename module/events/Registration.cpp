@@ -5,6 +5,7 @@
 #include "events/ZALVelmartIntegrationDebug.h"
 #include "events/ZALVelmartIntegrationEventPublisher.h"
 #include "events/ZALVelmartIntegrationEventSubscriber.h"
+#include "findsimilar/ZALVelmartFindSimilarCmd.h"
 #include "panel/TIEZALIMeridiaAccessDialogAddin.h"
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
 
@@ -48,14 +49,17 @@ const int SettingsAddinCreation =
     ZALFillDictionary::RegisterFunctionCreation("ZALVelmartMeridiaAccessSettingsUIAddin", CreateSettingsAddin);
 ZALMetaClass* const SettingsAddinRecord = ZALVelmartMeridiaAccessSettingsUIAddin::MetaObject();
 
+// 3. Find Similar.
+const ZALFillDictionary FindSimilarEntry("ZALVelmartFindSimilarCmd", fctCreateZALVelmartFindSimilarCmd);
+
 } // namespace
 
-// 3. The trace object.
+// 4. The trace object.
 ZALTrace ZALVelmartIntegrationDebug::Traces("ZALVelmartIntegration", "ZALVelmartIntegration traces", 0, "STDERR", 1024);
 
 namespace {
 
-// 4. The event singletons.
+// 5. The event singletons.
 const int PublisherCreation =
     ZALFillDictionary::RegisterFunctionCreation("ZALVelmartIntegrationEventPublisher", CreateEventPublisher);
 const int SubscriberCreation =

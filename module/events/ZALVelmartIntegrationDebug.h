@@ -20,11 +20,14 @@ ZALUnicodeString GetElapsedAsString();
 
 } // namespace ZALVelmartIntegrationDebug
 
+/// Whether the trace is on.
+#define VL_TRACE_IS_ON (ZALVelmartIntegrationDebug::Traces.Activation && *ZALVelmartIntegrationDebug::Traces.Activation)
+
 /// Writes one trace line; `pieces` are joined by <<. While the trace is off this tests the activation, and
 /// builds nothing.
 #define VL_TRACE(pieces)                                                                                               \
     do {                                                                                                               \
-        if (ZALVelmartIntegrationDebug::Traces.Activation && *ZALVelmartIntegrationDebug::Traces.Activation) {         \
+        if (VL_TRACE_IS_ON) {                                                                                          \
             ZALOmxTextStream vlTraceText;                                                                              \
             vlTraceText << pieces << "\n";                                                                             \
             ZALVelmartIntegrationDebug::Traces.TraPut(vlTraceText.ToString().ConvertToChar().CastToCharPtr());         \

@@ -73,6 +73,8 @@ public:
     /// The product that this one stands in, with a reference added; null for a root.
     virtual ZALIProduct* GetFatherProduct() = 0;
     virtual HRESULT GetPartNumber(ZALUnicodeString& partNumber) = 0;
+    /// Whether it is a reference product itself, as a root is, and not an instance of one.
+    virtual bool IsReferenceProduct() = 0;
 
     static ZALClassId ClassId();
     static const char* ClassName();
@@ -83,6 +85,24 @@ public:
 };
 
 using ZALIProduct_var = ZALInterfaceHandle<ZALIProduct>;
+
+/// Offered by objects that have a name for the user, as reference products have.
+class ZALIAlias : public ZALBaseUnknown {
+public:
+    ZALIAlias();
+    ~ZALIAlias() override;
+    /// The name; may be empty.
+    virtual ZALUnicodeString GetAlias() = 0;
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};
+
+using ZALIAlias_var = ZALInterfaceHandle<ZALIAlias>;
 
 /// Offered by products whose data may be absent.
 class ZALIPrdGhost : public ZALBaseUnknown {
@@ -112,8 +132,17 @@ public:
     void InitToLeafElement();
     /// The next object of the walk, the leaf first; null behind the root. No reference is added.
     ZALBaseUnknown* GetNextFatherObject();
+    /// The same, under the name that sets of elements use.
+    ZALBaseUnknown* NextFatherElement() { return GetNextFatherObject(); }
     /// The host's operation: appends `object` as the new leaf and adds a reference to it.
     void AddChildElement(ZALBaseUnknown* object);
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
 
 private:
     std::vector<ZALBaseUnknown*> objects_;

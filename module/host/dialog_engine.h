@@ -8,16 +8,22 @@
 #include <memory>
 #include <vector>
 
-/// Command modes.
-inline constexpr int ZALCommandModeUndefined = 3; ///< lives beside the running command, takes no focus
+/// How a command stands beside others.
+enum ZALCommandMode : int {
+    ZALCommandModeUndefined = 3, ///< lives beside the running command, takes no focus
+};
 
-/// A command. Its owner releases it.
+/// A command. One that the host has started by name belongs to the host and ends by RequestDelayedDestruction, at the
+/// latest with the session; any other is released by its owner.
 class ZALCommand : public ZALEventSubscriber {
 public:
-    ZALCommand(const ZALString& name, int mode);
+    ZALCommand(const ZALString& name, ZALCommandMode mode);
     ~ZALCommand() override;
     const ZALString& GetName() const { return name_; }
-    int GetMode() const { return mode_; }
+    ZALCommandMode GetMode() const { return mode_; }
+    /// Asks the host to drop the reference of `new` between two events, never inside the call; also from inside the
+    /// constructor. Asking again does nothing. Commands with states end by their graph instead.
+    virtual void RequestDelayedDestruction();
     /// The host makes the command the current one, or takes that back. Both arguments may be null. S_OK.
     virtual HRESULT Activate(ZALBaseUnknown* publisher, ZALNotification* notification);
     virtual HRESULT Cancel(ZALBaseUnknown* publisher, ZALNotification* notification);
@@ -31,7 +37,8 @@ public:
 
 private:
     ZALString name_;
-    int mode_;
+    ZALCommandMode mode_;
+    bool endRequested_ = false;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -210,12 +217,22 @@ public:
     virtual void SetAvailability(int mask, int state) = 0;
 };
 
+/// The form of a time-out: the client and the data that it was added with.
+using ZALTimeOutFunction = void (*)(ZALBaseUnknown* client, void* data);
+
 /// The application.
 class ZALApplication {
 public:
     virtual ~ZALApplication();
     /// The running application, or null.
     static ZALApplication* MainApplication();
+    /// Calls `function` once, from the event loop, when `milliseconds` have passed. Ends with `client` or the
+    /// application; no reference is added. Without a client or a function nothing is added.
+    virtual void AddTimeOut(unsigned int milliseconds, ZALBaseUnknown* client, void* data,
+                            ZALTimeOutFunction function) = 0;
+    /// Ends the time-outs that were added with these four and have not been called; there may be none.
+    virtual void RemoveTimeOut(unsigned int milliseconds, ZALBaseUnknown* client, void* data,
+                               ZALTimeOutFunction function) = 0;
 };
 
 /// An application with a display.

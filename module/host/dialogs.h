@@ -35,6 +35,7 @@ inline constexpr unsigned int ZALDlgOKAndCancelButtons = 0x2000000;
 /// Styles of ZALDlgNotify.
 inline constexpr unsigned int ZALDlgNotifyError = 16384;             ///< a message with OK
 inline constexpr unsigned int ZALDlgNotifyYesNo = 0x2800200;         ///< a modal question with Yes and No
+inline constexpr unsigned int ZALDlgNotifyWarningYesNo = 0x8800200;  ///< a modal warning with Yes and No
 inline constexpr unsigned int ZALDlgNotifyInvalidInput = 0x10000200; ///< a modal message with OK
 
 /// Answers of ZALDlgNotify::DisplayBlocked.

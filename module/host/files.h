@@ -21,7 +21,7 @@ struct ZALFileStatus {
     std::int64_t Modified = 0; ///< seconds since 1970-01-01 UTC
 };
 
-/// Opens the regular file `path`; mode "rb" reads an existing one, "wb" replaces or creates one. Fails for any
+/// Opens the regular file `path`; mode "rb" or "r" reads an existing one, "wb" replaces or creates one. Fails for any
 /// other mode. On failure `handle` is 0.
 HRESULT ZALFOpen(const ZALUnicodeString& path, const char* mode, ZALFileHandle& handle);
 /// Reads up to `size` bytes; `count` is what was read, less than `size` only at the end of the file.
@@ -35,6 +35,9 @@ HRESULT ZALFClose(ZALFileHandle handle);
 
 /// Status of what `path` names, links followed. Fails when nothing is there.
 HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status);
+
+/// Deletes the file `path`, of a link the link. Fails for a folder and where nothing is there.
+HRESULT ZALDeleteFile(const ZALUnicodeString& path);
 
 /// Appends `name` to `folder` as a path below it, with one separator between them. An empty `name` changes nothing.
 void ZALMakePath(ZALUnicodeString& folder, const ZALUnicodeString& name);

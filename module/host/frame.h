@@ -4,6 +4,8 @@
 
 #include "dialogs.h"
 
+#include <vector>
+
 /// The frame of the application. A session without windows has none.
 class ZALApplicationFrame : public ZALEventSubscriber {
 public:
@@ -21,6 +23,25 @@ public:
     virtual void SetBusyCursor() = 0;
 };
 
+/// The current set of objects: what the user has highlighted in the tree or the view before he starts a command.
+class ZALCSO : public ZALBaseUnknown {
+public:
+    ZALCSO();
+    ~ZALCSO() override;
+    /// Begins a walk through the elements, in the order in which they were added.
+    void InitElementList();
+    /// The next element of the walk, a ZALPathElement where it stands for an object of the session; null behind the
+    /// last one. No reference is added.
+    ZALBaseUnknown* NextElement();
+    /// The host's operations: appends `element` with a reference to it; takes all elements out.
+    void AddElement(ZALBaseUnknown* element);
+    void Empty();
+
+private:
+    std::vector<ZALBaseUnknown*> elements_;
+    std::size_t next_ = 0; ///< of the walk
+};
+
 /// The editor of a document window.
 class ZALFrmEditor : public ZALEventSubscriber {
 public:
@@ -28,6 +49,8 @@ public:
     ~ZALFrmEditor() override;
     /// The active editor, or null without an open document.
     static ZALFrmEditor* GetCurrentEditor();
+    /// The current set of objects; may be null.
+    virtual ZALCSO* GetCSO() = 0;
 };
 
 /// The layout of windows, the publisher of ZALWorkbenchChanged.

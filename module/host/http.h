@@ -14,6 +14,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <string>
 
 /// Values of ZALCefHttpRequest::GetStatus.
 inline constexpr int ZALHttpStatusUnsent = 0;
@@ -43,6 +44,17 @@ public:
 
 private:
     ZALHttpRawHeaderMap headers_;
+};
+
+/// The body of a request.
+class ZALCefHttpBody {
+public:
+    /// Replaces the body by a copy of `length` bytes.
+    void SetContents(const void* bytes, std::size_t length);
+
+private:
+    friend struct ZALCefHttpRequestAccess;
+    std::string contents_;
 };
 
 /// What is known of a reply.
@@ -96,9 +108,12 @@ public:
 
     /// Headers of the request, to be filled before Send.
     ZALCefHttpHeaderMap& GetHeaderMap();
+    /// Body of the request, to be filled before Send, which takes it over. Sent by any method; a "Content-Length" among
+    /// the headers must be its length.
+    ZALCefHttpBody& GetBody();
     /// Starts the transfer and returns at once; takes a reference on `handler` until OnComplete has run.
     /// False, and no call of the handler, for a URL that is malformed or of a scheme or address that the host
-    /// does not allow, and for a request that was sent before.
+    /// does not allow, for a length that is not that of the body, and for a request that was sent before.
     bool Send(ZALCefHttpDataHandler* handler);
     /// Ends a running transfer: the status is 4, and OnComplete follows from the event loop. Without a
     /// running transfer nothing happens.

@@ -33,6 +33,8 @@ public:
     HRESULT GetString(ZALOmxUTF8String& value) const;
     HRESULT GetString(ZALUnicodeString& value) const;
     HRESULT GetInteger(std::int64_t& value) const;
+    /// Any value as a text: a string as it stands, another value as JSON writes it.
+    ZALUnicodeString ConvertToUnicodeString() const;
 
     /// The member `key` of a map. Fails for a missing key and for a value that is no map.
     HRESULT MapGetValue(const ZALOmxKeyString& key, ZALOmxAny& value) const;

@@ -14,9 +14,10 @@ public:
     ~ZALIMeridiaAccessDialog() override;
     /// Runs `script` in the page. Fails without a page; errors inside the script are not reported.
     virtual HRESULT ExecuteScript(const ZALUnicodeString& script) = 0;
-    /// Points the panel at `url`.
+    /// Points the panel at `url`. Fails for an address that cannot be shown.
     virtual HRESULT LoadUrl(const ZALUnicodeString& url) = 0;
-    /// The panel's addin of the class `className`, with a reference added.
+    /// The panel's addin of the class `className`, with a reference added. Fails, with a null `addin`, when the panel
+    /// has none.
     virtual HRESULT GetAddin(const ZALString& className, ZALBaseUnknown** addin) = 0;
 
     static ZALClassId ClassId();
@@ -25,6 +26,21 @@ public:
     ZALMetaClass* GetMetaObject() const override;
     const char* IsA() const override;
     int IsAKindOf(const char* className) const override;
+};
+
+using ZALIMeridiaAccessDialog_var = ZALInterfaceHandle<ZALIMeridiaAccessDialog>;
+
+/// Services on the panel of the session. When the user closes the panel, ZALDlgWindCloseNotification is dispatched on
+/// the event publisher, and then the panel ends with its addins.
+class ZALMeridiaAccessServices {
+public:
+    /// The open panel; a null handle when there is none.
+    static ZALIMeridiaAccessDialog_var GetCurrentMeridiaAccessDialog();
+    /// The open panel, opened first when there is none; a null handle when the host cannot open one.
+    static ZALIMeridiaAccessDialog_var GetOrCreateMeridiaAccessDialog();
+    /// What publishes the events of the panel's window. It is there whether or not a panel is open, until the process
+    /// ends; no reference is added.
+    static ZALBaseUnknown* GetMeridiaDialogEventPublisher();
 };
 
 /// What a module adds to the panel. The host makes it by its class name and calls, in order: SetAccessDialog

@@ -10,6 +10,11 @@ HRESULT ZALGetEnv(const char* name, ZALUnicodeString& value);
 /// installation). Empty for an unknown name.
 ZALUnicodeString ZALGetOfficialVariable(const char* name);
 
+/// The path of `relativePath` below the folder that the path variable `name` names. Fails, with an empty `path`, for a
+/// variable without a value, a `relativePath` with a ".." component, and where nothing stands.
+HRESULT ZALGetFilePathFromOfficialVariable(const ZALUnicodeString& relativePath, const char* name,
+                                           ZALUnicodeString& path);
+
 /// Blocks the caller for `milliseconds`.
 void ZALSleep(unsigned int milliseconds);
 

@@ -55,6 +55,28 @@ private:
     std::string bytes_;
 };
 
+/// One character of a text: a UTF-16 code unit.
+class ZALUnicodeChar {
+public:
+    ZALUnicodeChar(char16_t unit) : unit_(unit) {}
+    /// Whether it is a letter or a digit of any script. Half a surrogate pair is neither.
+    bool IsAlnum() const;
+    /// The narrow value: the lower 8 bits of the code unit.
+    explicit operator char() const { return static_cast<char>(unit_ & 0xFF); }
+    friend bool operator==(const ZALUnicodeChar&, const ZALUnicodeChar&) = default;
+
+private:
+    friend class ZALUnicodeString;
+    char16_t unit_;
+};
+
+/// Judges bytes of texts.
+class ZALCodePage {
+public:
+    /// Whether `bytes` are well-formed UTF-8, as plain ASCII is too.
+    static bool IsUTF8(const char* bytes, std::size_t length);
+};
+
 /// The string of all interfaces. Positions and lengths count UTF-16 code units from 0.
 class ZALUnicodeString {
 public:
@@ -81,9 +103,13 @@ public:
     ZALUnicodeString GetSubString(int start, int length) const;
     /// Replaces each `old` by `replacement`.
     void ReplaceAll(char16_t old, char16_t replacement);
+    /// Replaces each `old` by `replacement`, from left to right and not inside what was put in. Returns how often; 0
+    /// for an empty `old`.
+    int ReplaceSubString(const ZALUnicodeString& old, const ZALUnicodeString& replacement);
     /// Takes `unit` away at the ends named by `where`.
     void Strip(int where, char16_t unit);
     void Append(const ZALUnicodeString& tail) { text_ += tail.text_; }
+    void Append(ZALUnicodeChar character) { text_ += character.unit_; }
     ZALUnicodeString& operator+=(const ZALUnicodeString& tail)
     {
         text_ += tail.text_;
@@ -101,6 +127,9 @@ public:
     void BuildFromNum(std::uint64_t number, const char* format);
     /// The text as UTF-8; a surrogate without its partner becomes U+FFFD.
     ZALOmxUTF8String ConvertToUTF8() const;
+    /// The same into `buffer`, which has room for four bytes a unit and one more. `length` is the number of bytes
+    /// without the closing zero.
+    void ConvertToUTF8(char* buffer, std::size_t& length) const;
     /// The text in the host's narrow encoding.
     ZALString ConvertToChar() const;
 

@@ -1,12 +1,10 @@
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
 
-#include "VelmartBuildValues.h"
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
 #include "events/ZALVelmartIntegrationDebug.h"
 #include "host/dialog_engine.h"
 #include "host/frame.h"
-#include "host/system.h"
 #include "insertion/DocumentInsertion.h"
 #include "insertion/ZALVelmartMeridiaAccessAddinActionCmd.h"
 
@@ -48,27 +46,6 @@ HRESULT ZALVelmartMeridiaAccessAddin::SetAccessDialog(ZALIMeridiaAccessDialog* d
                                              &ZALVelmartMeridiaAccessAddin::OnWorkbenchChanged, nullptr);
     }
 
-    return S_OK;
-}
-
-HRESULT ZALVelmartMeridiaAccessAddin::OnPageUrl(const ZALUnicodeString& url)
-{
-    static const ZALUnicodeString checkFragment = [] {
-        ZALUnicodeString value;
-        ZALGetEnv("ZAL_MERIDIADIALOG_VLURL_CHECK", value);
-        return value;
-    }();
-
-    const bool recognised =
-        url.SearchSubString(VelmartOtherHostsFragment, 0, ZALSearchForward) >= 0 ||
-        url.SearchSubString(VelmartProductionHost, 0, ZALSearchForward) >= 0 ||
-        (checkFragment.GetLengthInChar() > 0 && url.SearchSubString(checkFragment, 0, ZALSearchForward) >= 0);
-    if (!recognised) {
-        ChangeOpApiStatus(OpApiOver);
-        ChangeFindSimilarHeaderAvailability(false);
-    }
-
-    // A recognised address leaves the status alone: only the page's own message makes it ready.
     return S_OK;
 }
 

@@ -32,7 +32,8 @@ public:
 
     /// Keeps `dialog`, weakly; null leaves the panel of before. Always S_OK.
     HRESULT SetAccessDialog(ZALIMeridiaAccessDialog* dialog);
-    /// Judges the page in the panel. Always S_OK.
+    /// Judges the page in the panel: injects the handlers script into one of the catalogue; any other one means that
+    /// the catalogue has been left. Always S_OK.
     HRESULT OnPageUrl(const ZALUnicodeString& url);
     /// Does what the page's JSON message says. E_FAIL for a message that is none of the six.
     HRESULT OnJSMessage(const ZALUnicodeString& message);
@@ -40,8 +41,12 @@ public:
     OpApiStatus GetOpApiStatus() const { return _OpApiStatus; }
     /// The address for uploads that the page announced. E_FAIL when there is none.
     HRESULT GetSearchByUploadUrl(ZALUnicodeString& url) const;
+    /// Lets a page that is ready search for `query`; otherwise points the panel at `url`, which has a query part
+    /// already, with the search added. E_FAIL without a panel, or what running the script has given.
+    HRESULT SearchByUpload(const ZALUnicodeString& url, const ZALUnicodeString& query);
 
 private:
+    ZALIMeridiaAccessDialog_var GetPanel() const;
     HRESULT StartDownloadOf(const ZALOmxAny& content);
     HRESULT StartCommandWith(const ZALOmxAny& content);
     void ChangeOpApiStatus(OpApiStatus status);

@@ -55,6 +55,7 @@ public:
         partNumber = reference ? FromUtf8(reference->PartNumber()) : ZALUnicodeString();
         return reference ? S_OK : E_FAIL;
     }
+    bool IsReferenceProduct() override { return Product().IsRoot(); }
 
 private:
     static ZALIProduct* RootOf(const LoadedDocument* document)

@@ -1,12 +1,28 @@
+#include "openhost/commands/StartedCommands.h"
+#include "openhost/loop/EventLoop.h"
 #include "openhost/objects/MetaClassOperations.h"
 
 #include "host/dialog_engine.h"
 
 OPENHOST_META_CLASS(ZALCommand, ZALEventSubscriber)
 
-ZALCommand::ZALCommand(const ZALString& name, int mode) : name_(name), mode_(mode) {}
+ZALCommand::ZALCommand(const ZALString& name, ZALCommandMode mode) : name_(name), mode_(mode) {}
 
 ZALCommand::~ZALCommand() = default;
+
+void ZALCommand::RequestDelayedDestruction()
+{
+    if (endRequested_)
+        return;
+    endRequested_ = true;
+    openhost::EventLoop::Current().Post([reference = ZALBaseUnknown_WR(this)] {
+        auto* command = static_cast<ZALCommand*>(reference.GetComponent());
+        if (!command)
+            return;
+        openhost::EndCommand(*command);
+        command->Release();
+    });
+}
 
 HRESULT ZALCommand::Activate(ZALBaseUnknown*, ZALNotification*)
 {

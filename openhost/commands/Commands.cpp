@@ -1,12 +1,16 @@
 #include "openhost/commands/Commands.h"
 
 #include "openhost/journal/Journal.h"
+#include "openhost/loop/EventLoop.h"
 
 #include "host/dialog_engine.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <utility>
+#include <vector>
 
 namespace openhost {
 
@@ -33,9 +37,67 @@ private:
 
 class SessionApplication : public ZALInteractiveApplication {
 public:
+    SessionApplication() = default;
+    SessionApplication(const SessionApplication&) = delete;
+    SessionApplication& operator=(const SessionApplication&) = delete;
+    ~SessionApplication() override
+    {
+        for (const TimeOut& timeOut : timeOuts_)
+            EventLoop::Current().CancelTimer(timeOut.timer);
+    }
+
     void UpdateDisplay() override { ++updates; }
 
+    void AddTimeOut(unsigned int milliseconds, ZALBaseUnknown* client, void* data, ZALTimeOutFunction function) override
+    {
+        if (!client || !function)
+            return;
+        const std::uint64_t number = ++lastNumber_;
+        const EventLoop::Timer timer =
+            EventLoop::Current().CallAfter(std::chrono::milliseconds(milliseconds), [this, number] { Fire(number); });
+        timeOuts_.push_back({number, timer, milliseconds, client, ZALBaseUnknown_WR(client), data, function});
+    }
+
+    void RemoveTimeOut(unsigned int milliseconds, ZALBaseUnknown* client, void* data,
+                       ZALTimeOutFunction function) override
+    {
+        std::erase_if(timeOuts_, [&](const TimeOut& timeOut) {
+            const bool isMeant = timeOut.milliseconds == milliseconds && timeOut.client == client &&
+                                 timeOut.data == data && timeOut.function == function;
+            if (isMeant)
+                EventLoop::Current().CancelTimer(timeOut.timer);
+            return isMeant;
+        });
+    }
+
     int updates = 0;
+
+private:
+    struct TimeOut {
+        std::uint64_t number;
+        EventLoop::Timer timer;
+        unsigned int milliseconds;
+        const ZALBaseUnknown* client; ///< compared only: a client that ends removes its time-outs by this
+        ZALBaseUnknown_WR reference;
+        void* data;
+        ZALTimeOutFunction function;
+    };
+
+    void Fire(std::uint64_t number)
+    {
+        const auto found = std::ranges::find(timeOuts_, number, &TimeOut::number);
+        if (found == timeOuts_.end())
+            return;
+        const TimeOut timeOut = *found;
+        timeOuts_.erase(found);
+        if (ZALBaseUnknown* client = timeOut.reference.GetComponent()) {
+            timeOut.function(client, timeOut.data);
+            client->Release();
+        }
+    }
+
+    std::vector<TimeOut> timeOuts_;
+    std::uint64_t lastNumber_ = 0;
 };
 
 class SessionRecorder : public ZALRecord {

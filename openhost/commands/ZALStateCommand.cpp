@@ -4,7 +4,7 @@
 OPENHOST_META_CLASS(ZALStateCommand, ZALCommand)
 
 ZALStateCommand::ZALStateCommand(const ZALString& name, int, int mode)
-    : ZALCommand(name, mode), run_(std::make_unique<ZALStateCommandRun>(this))
+    : ZALCommand(name, static_cast<ZALCommandMode>(mode)), run_(std::make_unique<ZALStateCommandRun>(this))
 {
 }
 

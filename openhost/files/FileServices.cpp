@@ -71,7 +71,7 @@ HRESULT ZALFOpen(const ZALUnicodeString& path, const char* mode, ZALFileHandle& 
     handle = 0;
     const std::string_view access = mode ? mode : "";
     const bool isWriting = access == "wb";
-    if (!isWriting && access != "rb")
+    if (!isWriting && access != "rb" && access != "r")
         return E_FAIL;
     if (isWriting && openhost::HasParentComponent(path))
         return E_FAIL;
@@ -164,4 +164,11 @@ HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status)
     status.Size = static_cast<std::uint64_t>(found.st_size);
     status.Modified = found.st_mtime;
     return S_OK;
+}
+
+HRESULT ZALDeleteFile(const ZALUnicodeString& path)
+{
+    if (openhost::HasParentComponent(path))
+        return E_FAIL;
+    return unlink(openhost::SystemPath(path).c_str()) == 0 ? S_OK : E_FAIL;
 }

@@ -1,5 +1,6 @@
 #include "PathVariables.h"
 
+#include "Paths.h"
 #include "TemporaryFolder.h"
 
 #include "host/system.h"
@@ -60,4 +61,19 @@ ZALUnicodeString ZALGetOfficialVariable(const char* name)
     } catch (const std::system_error&) {
         return {};
     }
+}
+
+HRESULT ZALGetFilePathFromOfficialVariable(const ZALUnicodeString& relativePath, const char* name,
+                                           ZALUnicodeString& path)
+{
+    path = {};
+    ZALUnicodeString found = ZALGetOfficialVariable(name);
+    if (found.GetLengthInChar() == 0 || openhost::HasParentComponent(relativePath))
+        return E_FAIL;
+    ZALMakePath(found, relativePath);
+    ZALFileStatus status;
+    if (FAILED(ZALFileStat(found, status)))
+        return E_FAIL;
+    path = found;
+    return S_OK;
 }

@@ -2,10 +2,12 @@
 
 #include "Paths.h"
 #include "ZipExtraction.h"
+#include "ZipWriter.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/text/Utf.h"
 
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,15 +16,25 @@ class ZALZipReader : public openhost::ZipReader {
     using ZipReader::ZipReader;
 };
 
+class ZALZipWriter : public openhost::ZipWriter {
+    using ZipWriter::ZipWriter;
+};
+
 ZALSysZipFile::ZALSysZipFile() = default;
 ZALSysZipFile::~ZALSysZipFile() = default;
 
 HRESULT ZALSysZipFile::OpenZip(const ZALUnicodeString& path, unsigned int mode)
 try {
-    if (mode != ZALZipRead)
+    if (mode != ZALZipRead && mode != ZALZipWrite)
         return E_INVALIDARG;
-    if (reader_)
+    if (reader_ || writer_)
         return E_FAIL;
+    if (mode == ZALZipWrite) {
+        if (openhost::HasParentComponent(path))
+            return E_FAIL;
+        writer_ = std::make_unique<ZALZipWriter>(openhost::SystemPath(path));
+        return S_OK;
+    }
     reader_ = std::make_unique<ZALZipReader>(openhost::SystemPath(path));
     return S_OK;
 } catch (const std::exception&) {
@@ -80,10 +92,35 @@ try {
     return E_FAIL;
 }
 
+HRESULT ZALSysZipFile::AddFile(const ZALUnicodeString& file, int compress, int relative, const ZALUnicodeString& base,
+                               int options)
+try {
+    if ((compress != 0 && compress != 1) || (relative != 0 && relative != 1) || options != 0)
+        return E_INVALIDARG;
+    if (!writer_ || openhost::HasParentComponent(file) || openhost::HasParentComponent(base))
+        return E_FAIL;
+
+    const std::filesystem::path path = openhost::SystemPath(file);
+    const std::filesystem::path below = path.lexically_normal().lexically_relative(
+        std::filesystem::path(openhost::SystemPath(base)).lexically_normal());
+    if (below.empty() || below.begin()->string() == "..")
+        return E_FAIL;
+    writer_->Add(path.string(), relative == 1 ? below.string() : path.filename().string(), compress == 1);
+    return S_OK;
+} catch (const std::exception&) {
+    return E_FAIL;
+}
+
 HRESULT ZALSysZipFile::Close()
-{
+try {
+    if (const std::unique_ptr<ZALZipWriter> writer = std::move(writer_)) {
+        writer->Finish();
+        return S_OK;
+    }
     if (!reader_)
         return E_FAIL;
     reader_.reset();
     return S_OK;
+} catch (const std::exception&) {
+    return E_FAIL;
 }

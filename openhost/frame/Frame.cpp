@@ -73,6 +73,15 @@ OPENHOST_META_CLASS(SessionFrame, ZALEventSubscriber)
 
 namespace {
 
+class SessionEditor : public ZALFrmEditor {
+public:
+    explicit SessionEditor(bool objectSet) : objectSet_(objectSet ? new ZALCSO : nullptr) {}
+    ZALCSO* GetCSO() override { return objectSet_.get(); }
+
+private:
+    Owned<ZALCSO> objectSet_;
+};
+
 struct Session {
     Owned<SessionFrame> frame;
     Owned<ZALFrmEditor> editor;
@@ -95,7 +104,7 @@ void ConfigureFrame(const FrameOptions& options)
     if (options.exists)
         session.frame.reset(new SessionFrame(options));
     if (options.editor)
-        session.editor.reset(new ZALFrmEditor);
+        session.editor.reset(new SessionEditor(options.objectSet));
     if (options.layout)
         session.layout.reset(new ZALFrmLayout);
 }
@@ -109,11 +118,14 @@ void ResetFrame()
 void SetEditor(bool exists)
 {
     Session& session = Current();
-    if (exists == (session.editor != nullptr))
+    if (exists && session.editor) {
+        if (ZALCSO* objectSet = session.editor->GetCSO())
+            objectSet->Empty();
         return;
+    }
     const Owned<ZALFrmEditor> ending = std::exchange(session.editor, nullptr);
     if (exists)
-        session.editor.reset(new ZALFrmEditor);
+        session.editor.reset(new SessionEditor(true));
 }
 
 void ChangeWorkshop(const std::string& name)

@@ -14,8 +14,9 @@ struct FrameOptions {
     std::string workshop = "PRDWorkshop"; ///< empty for none
     bool applicationDocument = true;
     bool mainWindow = true;
-    bool editor = false; ///< there is one as soon as a document is open
-    bool layout = true;  ///< stands by itself: a session may have a layout without a frame
+    bool editor = false;   ///< there is one as soon as a document is open
+    bool objectSet = true; ///< the editor has a current set of objects
+    bool layout = true;    ///< stands by itself: a session may have a layout without a frame
 };
 
 /// Replaces the frame, the editor and the layout. Windows of the frame before end with all that they hold, and
@@ -23,7 +24,8 @@ struct FrameOptions {
 void ConfigureFrame(const FrameOptions& options);
 /// Ends the frame, the editor and the layout.
 void ResetFrame();
-/// Lets the session have an editor, or none, as documents open and close. The frame need not be configured.
+/// Lets the session have an editor, or none, as documents open and close. Its current set of objects is empty then. The
+/// frame need not be configured.
 void SetEditor(bool exists);
 /// Switches to the workshop `name`, and dispatches ZALWorkbenchChanged on the layout when there is one.
 void ChangeWorkshop(const std::string& name);

@@ -377,8 +377,9 @@ void CurlTransfer::FollowRedirect()
     if ((code == 303 && request_.method != "HEAD") || ((code == 301 || code == 302) && request_.method == "POST")) {
         request_.method = "GET";
         request_.body.clear();
-        std::erase_if(request_.headers,
-                      [](const auto& header) { return IsSameHttpName(header.first, "Content-Type"); });
+        std::erase_if(request_.headers, [](const auto& header) {
+            return IsSameHttpName(header.first, "Content-Type") || IsSameHttpName(header.first, "Content-Length");
+        });
     }
     if (!next->HasOriginOf(address_))
         std::erase_if(request_.headers, [](const auto& header) {

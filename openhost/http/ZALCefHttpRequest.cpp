@@ -1,9 +1,11 @@
 #include "host/http.h"
 
+#include "openhost/http/HttpAddress.h"
 #include "openhost/http/HttpTransport.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/text/Utf.h"
 
+#include <algorithm>
 #include <optional>
 #include <set>
 #include <string>
@@ -39,8 +41,10 @@ int StatusOf(openhost::TransferEnd end)
 
 } // namespace
 
-/// Fills the parts of a request that the view keeps to the host.
+/// Reaches the parts of a request that the view keeps to the host.
 struct ZALCefHttpRequestAccess {
+    static std::string TakeContents(ZALCefHttpBody& body) { return std::move(body.contents_); }
+
     static ZALCefHttpResponse Response(int code)
     {
         ZALCefHttpResponse response;
@@ -127,6 +131,7 @@ struct ZALHttpExchange final : openhost::HttpTransferListener, std::enable_share
     ZALUnicodeString method;
     ZALUnicodeString url;
     ZALCefHttpHeaderMap headers;
+    ZALCefHttpBody body;
     ZALCefHttpDataHandler* handler = nullptr; ///< holds a reference while the transfer runs
     std::unique_ptr<openhost::HttpTransfer> transfer;
     int status = ZALHttpStatusUnsent;
@@ -156,6 +161,11 @@ ZALCefHttpHeaderMap& ZALCefHttpRequest::GetHeaderMap()
     return exchange_->headers;
 }
 
+ZALCefHttpBody& ZALCefHttpRequest::GetBody()
+{
+    return exchange_->body;
+}
+
 bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
 {
     if (!handler || exchange_->status != ZALHttpStatusUnsent)
@@ -169,6 +179,8 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
     for (const auto& [name, value] : headers)
         data.headers.emplace_back(openhost::ToUtf8(name), openhost::ToUtf8(value));
 
+    data.body = ZALCefHttpRequestAccess::TakeContents(exchange_->body);
+
     if (openhost::journal::IsOpen()) {
         auto fields = nlohmann::ordered_json::object();
         for (const auto& [name, value] : data.headers)
@@ -176,7 +188,12 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
         openhost::journal::Write("request", {{"method", data.method}, {"url", data.url}, {"headers", fields}});
     }
 
-    exchange_->transfer = openhost::HttpTransport::Current().Start(data, *exchange_);
+    const bool isWhole = std::ranges::all_of(data.headers, [&](const auto& header) {
+        return !openhost::IsSameHttpName(header.first, "Content-Length") ||
+               header.second == std::to_string(data.body.size());
+    });
+    if (isWhole)
+        exchange_->transfer = openhost::HttpTransport::Current().Start(data, *exchange_);
     if (!exchange_->transfer) {
         exchange_->JournalEnd("the request is malformed or its address is not allowed");
         return false;

@@ -1,5 +1,7 @@
 #include "openhost/journal/Journal.h"
 
+#include <array>
+#include <cstdio>
 #include <utility>
 
 namespace openhost::journal {
@@ -32,6 +34,14 @@ void Write(const std::string& event, const nlohmann::ordered_json& fields)
     for (const auto& [key, value] : fields.items())
         line[key] = value;
     sink(line);
+}
+
+void WriteResult(const std::string& operation, std::int32_t code)
+{
+    std::array<char, 16> text{"S_OK"};
+    if (code != 0)
+        std::snprintf(text.data(), text.size(), "0x%08X", static_cast<unsigned int>(code));
+    Write("result", {{"operation", operation}, {"code", text.data()}});
 }
 
 } // namespace openhost::journal

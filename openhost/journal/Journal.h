@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -17,5 +18,8 @@ Sink Redirect(Sink sink);
 bool IsOpen();
 /// Writes an event with the members of `fields` behind its name.
 void Write(const std::string& event, const nlohmann::ordered_json& fields = nlohmann::ordered_json::object());
+/// Writes the event "result": `operation` of the module has returned `code`, which is "S_OK" or eight hexadecimal
+/// digits.
+void WriteResult(const std::string& operation, std::int32_t code);
 
 } // namespace openhost::journal

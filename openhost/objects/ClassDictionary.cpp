@@ -28,6 +28,15 @@ bool ClassDictionary::Knows(const std::string& className) const
     return std::ranges::any_of(creations_, [&](const Creation& creation) { return creation.className == className; });
 }
 
+std::vector<std::string> ClassDictionary::ClassesOffering(std::string_view interfaceName) const
+{
+    std::vector<std::string> classes;
+    for (const Adapter& adapter : adapters_)
+        if (adapter.interfaceName == interfaceName && Knows(adapter.className))
+            classes.push_back(adapter.className);
+    return classes;
+}
+
 ZALAdapterFunction ClassDictionary::FindAdapter(const ZALMetaClass* metaClass, std::string_view interfaceName) const
 {
     for (; metaClass; metaClass = metaClass->GetBase())

@@ -26,6 +26,8 @@ public:
     ZALBaseUnknown* Create(const std::string& className) const;
     /// Whether objects of `className` can be made by name.
     bool Knows(const std::string& className) const;
+    /// The classes that can be made by name and have an adapter for `interfaceName`, in the order of registration.
+    std::vector<std::string> ClassesOffering(std::string_view interfaceName) const;
     /// The adapter function of `className` or its nearest base for `interfaceName`, or null.
     ZALAdapterFunction FindAdapter(const ZALMetaClass* metaClass, std::string_view interfaceName) const;
     /// What modules registered, in the order in which they did.

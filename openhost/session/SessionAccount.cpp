@@ -81,6 +81,9 @@ void SessionAccount::Receive(const nlohmann::ordered_json& event)
         {"progress", &SessionAccount::TellProgress},
         {"transfer", &SessionAccount::TellTransfer},
         {"dialog", &SessionAccount::TellDialog},
+        {"panel", &SessionAccount::TellPanel},
+        {"script", &SessionAccount::TellScript},
+        {"load", &SessionAccount::TellLoad},
         {"extracted", &SessionAccount::KeepExtracted},
         {"refused", &SessionAccount::TellRefused},
         {"document", &SessionAccount::TellDocument},
@@ -127,6 +130,23 @@ void SessionAccount::TellMessage(const nlohmann::ordered_json& event)
 void SessionAccount::TellUrl(const nlohmann::ordered_json& event)
 {
     Line("Page") << Text(event, "url") << "\n";
+}
+
+void SessionAccount::TellPanel(const nlohmann::ordered_json& event)
+{
+    Line("Panel") << Text(event, "action") << "\n";
+}
+
+void SessionAccount::TellScript(const nlohmann::ordered_json& event)
+{
+    const std::string text = Text(event, "text");
+    const std::string first = text.substr(0, text.find('\n'));
+    Line("Script") << first << (first.size() < text.size() ? " ..." : "") << "\n";
+}
+
+void SessionAccount::TellLoad(const nlohmann::ordered_json& event)
+{
+    Line("Load") << Text(event, "url") << "\n";
 }
 
 void SessionAccount::TellPush(const nlohmann::ordered_json& event)

@@ -28,6 +28,9 @@ private:
     std::ostream& Line(const std::string& subject);
     void TellMessage(const nlohmann::ordered_json& event);
     void TellUrl(const nlohmann::ordered_json& event);
+    void TellPanel(const nlohmann::ordered_json& event);
+    void TellScript(const nlohmann::ordered_json& event);
+    void TellLoad(const nlohmann::ordered_json& event);
     void TellPush(const nlohmann::ordered_json& event);
     void TellOptions(const nlohmann::ordered_json& event);
     void TellRequest(const nlohmann::ordered_json& event);

@@ -3,6 +3,7 @@
 #include "openhost/cad/CompoundDocumentKernel.h"
 #include "openhost/commands/Commands.h"
 #include "openhost/commands/DialogEngine.h"
+#include "openhost/commands/StartedCommands.h"
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/dialogs/SettingsStore.h"
 #include "openhost/files/PathVariables.h"
@@ -13,9 +14,10 @@
 #include "openhost/objects/ClassDictionary.h"
 #include "openhost/objects/Dispatch.h"
 #include "openhost/objects/Traces.h"
+#include "openhost/panel/Panel.h"
+#include "openhost/panel/RecordedPage.h"
 #include "openhost/session/EnvironmentChanges.h"
 #include "openhost/session/Expand.h"
-#include "openhost/session/RecordingPanel.h"
 #include "openhost/text/Utf.h"
 
 #include <array>
@@ -29,22 +31,7 @@ namespace {
 
 constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";
 constexpr const char* IdleEvent = "idle";
-
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-
-template <class T>
-using Owned = std::unique_ptr<T, ReleaseObject>;
-
-std::string CodeName(HRESULT code)
-{
-    if (code == S_OK)
-        return "S_OK";
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "0x%08X", static_cast<unsigned int>(code));
-    return text.data();
-}
+constexpr std::chrono::milliseconds ElementInterval(20);
 
 std::filesystem::path Resolve(const Session& session, const std::string& path)
 {
@@ -59,7 +46,7 @@ std::filesystem::path Resolve(const Session& session, const std::string& path)
 /// Everything that a session changes in the process, for as long as it is played.
 class SessionPlayer::Host {
 public:
-    explicit Host(bool traces) : traces_(traces)
+    Host(bool traces, Desktop* desktop) : traces_(traces)
     {
         RedirectTraces([](std::string_view name, std::string_view text) {
             while (text.ends_with('\n'))
@@ -71,7 +58,7 @@ public:
         observer_ = ObserveDispatches([](ZALBaseUnknown* publisher, const ZALNotification& notification) {
             journal::Write("notification", {{"class", notification.IsA()}, {"publisher", publisher->IsA()}});
         });
-        loop_ = EventLoop::Install(std::make_unique<UvEventLoop>());
+        loop_ = EventLoop::Install(desktop ? desktop->MakeLoop() : std::make_unique<UvEventLoop>());
         transport_ = HttpTransport::Install(std::make_unique<CurlTransport>());
         kernel_ = DocumentKernel::Install(std::make_unique<CompoundDocumentKernel>());
         auto surface = std::make_unique<ScriptedSurface>();
@@ -80,6 +67,7 @@ public:
         auto cad = std::make_unique<CadSession>();
         cad_ = cad.get();
         cadBefore_ = CadServices::Install(std::move(cad));
+        pages_ = PanelPages::Install(desktop ? desktop->MakePages() : std::make_unique<RecordedPages>());
         SettingsStore::Current().Reset();
         ConfigureCommands({});
     }
@@ -91,9 +79,8 @@ public:
     {
         options_ = {};
         DialogEngine::Current().EndAll();
-        addin_.reset();
-        implementation_.reset();
-        panel_.reset();
+        EndStartedCommands();
+        Panel::End();
         EndAllDialogs();
         CadServices::Install(std::move(cadBefore_));
         ResetFrame();
@@ -104,6 +91,7 @@ public:
 
         ResetCommands();
         SettingsStore::Current().Reset();
+        PanelPages::Install(std::move(pages_));
         DialogSurface::Install(std::move(surfaceBefore_));
         DocumentKernel::Install(std::move(kernel_));
         HttpTransport::Install(std::move(transport_));
@@ -133,22 +121,12 @@ public:
     ScriptedSurface& Surface() { return *surface_; }
     OptionsPage& Options() { return options_; }
     CadSession& Cad() { return *cad_; }
-    ZALIMeridiaAccessDialogAddin& Addin() { return *addin_; }
-    ZALIMeridiaAccessDialog* Panel() { return panel_.get(); }
 
-    void LoadAddin(const std::filesystem::path& module)
+    void LoadModule(const std::filesystem::path& module)
     {
         module_.emplace(module);
-        implementation_.reset(ClassDictionary::Instance().Create(AddinClass));
-        if (!implementation_)
+        if (!ClassDictionary::Instance().Knows(AddinClass))
             throw std::runtime_error(std::string("the module makes no ") + AddinClass);
-        ZALBaseUnknown* found = nullptr;
-        if (FAILED(implementation_->QueryInterface(ZALIMeridiaAccessDialogAddin::ClassName(), &found)))
-            throw std::runtime_error(std::string(AddinClass) + " does not offer " +
-                                     ZALIMeridiaAccessDialogAddin::ClassName());
-        addin_.reset(static_cast<ZALIMeridiaAccessDialogAddin*>(found));
-        panel_.reset(new RecordingPanel);
-        panel_->SetAddin(implementation_.get());
     }
 
     static void RunPosted()
@@ -171,10 +149,8 @@ private:
     ScriptedSurface* surface_ = nullptr; ///< the one that is installed
     std::unique_ptr<CadServices> cadBefore_;
     CadSession* cad_ = nullptr; ///< the one that is installed
+    std::unique_ptr<PanelPages> pages_;
     std::optional<LoadedModule> module_;
-    Owned<ZALBaseUnknown> implementation_;
-    Owned<ZALIMeridiaAccessDialogAddin> addin_;
-    Owned<RecordingPanel> panel_;
     OptionsPage options_;
 };
 
@@ -201,6 +177,8 @@ int SessionPlayer::Play()
     try {
         SetUp();
         RunSteps();
+        if (places_.desktop && places_.desktop->HasDisplay())
+            StayOpen();
     } catch (const std::exception& error) {
         fail(error.what());
     } catch (...) {
@@ -216,7 +194,7 @@ int SessionPlayer::Play()
 
 void SessionPlayer::SetUp()
 {
-    host_ = std::make_unique<Host>(session_.traces);
+    host_ = std::make_unique<Host>(session_.traces, places_.desktop);
 
     if (!session_.variables.contains(TemporaryFolderVariable))
         host_->MakeTemporaryFolder();
@@ -233,8 +211,8 @@ void SessionPlayer::SetUp()
     for (const std::string& document : session_.documents)
         Cad().Open(PathOf(document));
 
-    host_->LoadAddin(places_.module);
-    JournalResult("SetAccessDialog", Addin().SetAccessDialog(host_->Panel()));
+    host_->LoadModule(places_.module);
+    Panel::Open();
 }
 
 void SessionPlayer::SetUpSettings()
@@ -273,9 +251,11 @@ void SessionPlayer::Receive(const nlohmann::ordered_json& event)
 // ---------------------------------------------------------------------------------------------
 // For steps
 
-ZALIMeridiaAccessDialogAddin& SessionPlayer::Addin()
+RecordedPage& SessionPlayer::Page()
 {
-    return host_->Addin();
+    if (!Panel::Current() || !RecordedPage::Current())
+        throw StepFailure(Panel::Current() ? "the panel shows a page of a browser" : "the panel is closed");
+    return *RecordedPage::Current();
 }
 
 ScriptedSurface& SessionPlayer::Surface()
@@ -327,11 +307,6 @@ nlohmann::ordered_json SessionPlayer::ExpandPlaceholders(const nlohmann::ordered
     return ExpandAll(value, [this](const std::string& name) { return FindPlaceholder(name); });
 }
 
-void SessionPlayer::JournalResult(const std::string& operation, HRESULT code)
-{
-    journal::Write("result", {{"operation", operation}, {"code", CodeName(code)}});
-}
-
 void SessionPlayer::Wait(const std::string& event, std::chrono::milliseconds limit)
 {
     EventLoop& loop = EventLoop::Current();
@@ -344,7 +319,11 @@ void SessionPlayer::Wait(const std::string& event, std::chrono::milliseconds lim
         return;
     }
 
-    switch (loop.RunUntil([&] { return written_[event] > waitedFor_[event]; }, limit)) {
+    // What a page might bring has no end: with one, only the limit ends the wait.
+    const EventLoop::Timer alive = places_.desktop && Panel::Current() ? loop.CallAfter(limit, [] {}) : 0;
+    const RunEnd end = loop.RunUntil([&] { return written_[event] > waitedFor_[event]; }, limit);
+    loop.CancelTimer(alive);
+    switch (end) {
     case RunEnd::Done:
         ++waitedFor_[event];
         return;
@@ -353,6 +332,35 @@ void SessionPlayer::Wait(const std::string& event, std::chrono::milliseconds lim
     case RunEnd::TimedOut:
         throw timedOut("no event \"" + event + "\" has come");
     }
+}
+
+void SessionPlayer::WaitForElement(const std::string& selector, std::chrono::milliseconds limit)
+{
+    EventLoop& loop = EventLoop::Current();
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!User().Shows(selector)) {
+        if (std::chrono::steady_clock::now() >= end)
+            throw StepFailure("the page has not shown \"" + selector + "\" within " + std::to_string(limit.count()) +
+                              " ms");
+        bool passed = false;
+        loop.CallAfter(ElementInterval, [&passed] { passed = true; });
+        loop.RunUntil([&passed] { return passed; });
+    }
+}
+
+void SessionPlayer::StayOpen()
+{
+    std::function<void()> stay = [&stay] { EventLoop::Current().CallAfter(std::chrono::hours(1), stay); };
+    stay();
+    EventLoop::Current().RunUntil([] { return !Panel::Current(); });
+}
+
+PageUser& SessionPlayer::User()
+{
+    PageUser* user = PanelPages::Current()->User();
+    if (!user)
+        throw StepFailure("the panel shows no page of a browser");
+    return *user;
 }
 
 } // namespace openhost

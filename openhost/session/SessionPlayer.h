@@ -4,10 +4,11 @@
 #include "openhost/cad/CadSession.h"
 #include "openhost/dialogs/ScriptedSurface.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/panel/Desktop.h"
+#include "openhost/panel/PageUser.h"
+#include "openhost/panel/RecordedPage.h"
 #include "openhost/session/OptionsPage.h"
 #include "openhost/session/Session.h"
-
-#include "host/panel.h"
 
 #include <chrono>
 #include <filesystem>
@@ -29,6 +30,7 @@ public:
     struct Places {
         std::filesystem::path module;       ///< the module's shared library
         std::filesystem::path installation; ///< root of the installation, when neither session nor environment say
+        Desktop* desktop = nullptr;         ///< has the loop and the page; null for a host without windows
     };
 
     /// `session` outlives the player. `journal` receives each event.
@@ -42,8 +44,10 @@ public:
 
     // For steps
 
-    /// The module's addin of the panel.
-    ZALIMeridiaAccessDialogAddin& Addin();
+    /// The page in the panel. Throws StepFailure when the panel is closed.
+    RecordedPage& Page();
+    /// A user of the page in the panel. Throws StepFailure when the panel is closed, or shows no real page.
+    PageUser& User();
     ScriptedSurface& Surface();
     OptionsPage& Options();
     /// The documents of the session.
@@ -57,12 +61,12 @@ public:
     /// Texts of the session with their placeholders replaced.
     std::string ExpandPlaceholders(const std::string& text) const;
     nlohmann::ordered_json ExpandPlaceholders(const nlohmann::ordered_json& value) const;
-    /// Writes the event "result".
-    void JournalResult(const std::string& operation, HRESULT code);
     /// Runs the loop until `event` has been written since the last step that acts, or for "idle" until nothing is
     /// left to happen. One event ends one wait. Throws StepFailure after `limit`, and as soon as the event cannot
     /// come any more.
     void Wait(const std::string& event, std::chrono::milliseconds limit);
+    /// Runs the loop until the page shows what `selector` names. Throws StepFailure after `limit`.
+    void WaitForElement(const std::string& selector, std::chrono::milliseconds limit);
 
 private:
     class Host;
@@ -71,6 +75,8 @@ private:
     void SetUpSettings();
     void Receive(const nlohmann::ordered_json& event);
     void RunSteps();
+    /// Leaves the host to the user until the panel is closed.
+    void StayOpen();
     std::string FindPlaceholder(const std::string& name) const;
 
     const Session& session_;

@@ -2,11 +2,16 @@
 
 #include "openhost/cad/SessionTree.h"
 #include "openhost/commands/DialogEngine.h"
+#include "openhost/commands/StartedCommands.h"
 #include "openhost/frame/Frame.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/panel/PageUser.h"
+#include "openhost/panel/Panel.h"
 #include "openhost/session/LocatedRead.h"
 #include "openhost/session/SessionPlayer.h"
 #include "openhost/text/Utf.h"
+
+#include "host/frame.h"
 
 #include <array>
 #include <cmath>
@@ -63,8 +68,7 @@ public:
     {
         const nlohmann::ordered_json message = player.ExpandPlaceholders(message_);
         const std::string text = message.is_string() ? message.get<std::string>() : message.dump();
-        journal::Write("message", {{"text", text}});
-        player.JournalResult("OnJSMessage", player.Addin().OnJSMessage(FromUtf8(text)));
+        player.Page().ReportMessage(text);
     }
 
 private:
@@ -83,12 +87,7 @@ public:
 
     bool Acts() const override { return true; }
 
-    void Run(SessionPlayer& player) const override
-    {
-        const std::string url = player.ExpandPlaceholders(url_);
-        journal::Write("url", {{"url", url}});
-        player.JournalResult("OnPageUrl", player.Addin().OnPageUrl(FromUtf8(url)));
-    }
+    void Run(SessionPlayer& player) const override { player.Page().ReportUrl(player.ExpandPlaceholders(url_)); }
 
 private:
     std::string url_;
@@ -213,11 +212,11 @@ public:
     {
         journal::Write("options", {{"operation", operation_}});
         if (operation_ == "open") {
-            player.JournalResult("CreateFrame", player.Options().Open() ? S_OK : E_FAIL);
+            journal::WriteResult("CreateFrame", player.Options().Open() ? S_OK : E_FAIL);
             return;
         }
         const auto& [name, operation] = Operations.at(operation_);
-        player.JournalResult(name, (player.Options().Addin().*operation)());
+        journal::WriteResult(name, (player.Options().Addin().*operation)());
     }
 
 private:
@@ -340,6 +339,183 @@ private:
     double angle_ = 0; ///< in radians
 };
 
+/// {"highlight": "Root/Child.2"}
+class HighlightStep : public SessionStep {
+public:
+    static constexpr const char* Name = "highlight";
+
+    explicit HighlightStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { names_ = ReadName(value, Name); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        const std::string names = player.ExpandPlaceholders(names_);
+        ZALPathElement* path = player.Cad().FindPath(names);
+        if (!path)
+            throw StepFailure("the active document has no \"" + names + "\"");
+        ZALCSO& objects = *ZALFrmEditor::GetCurrentEditor()->GetCSO();
+        objects.Empty();
+        objects.AddElement(path);
+        path->Release();
+        journal::Write("highlight", {{"element", names}});
+    }
+
+private:
+    std::string names_;
+};
+
+/// {"command": NAME}
+class CommandStep : public SessionStep {
+public:
+    static constexpr const char* Name = "command";
+
+    explicit CommandStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { name_ = ReadName(value, Name); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        const std::string name = player.ExpandPlaceholders(name_);
+        switch (StartCommand(name)) {
+        case StartResult::Started:
+            return;
+        case StartResult::Unknown:
+            throw StepFailure("there is no command \"" + name + "\"");
+        case StartResult::Greyed:
+            throw StepFailure("the command \"" + name + "\" is not available");
+        }
+    }
+
+private:
+    std::string name_;
+};
+
+/// {"panel": "open" or "close"}
+class PanelStep : public SessionStep {
+public:
+    static constexpr const char* Name = "panel";
+
+    explicit PanelStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) {
+                                            action_ = ReadName(value, Name);
+                                            if (action_ != "open" && action_ != "close")
+                                                throw LocatedError(value.line, "\"panel\" is \"open\" or \"close\"");
+                                        }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        if (action_ == "open")
+            Panel::Open();
+        else
+            player.Page().ReportClosed();
+    }
+
+private:
+    std::string action_;
+};
+
+/// {"page": ADDRESS or {"click": SELECTOR} or {"enter": {"selector": SELECTOR, "text": TEXT}} or {"press": KEY}}
+class PageStep : public SessionStep {
+public:
+    static constexpr const char* Name = "page";
+
+    explicit PageStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { ReadPage(value); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        const std::string target = player.ExpandPlaceholders(target_);
+        const std::string text = player.ExpandPlaceholders(text_);
+        nlohmann::ordered_json event = {{"action", action_}, {"target", target}};
+        if (action_ == "enter")
+            event["text"] = text;
+        journal::Write("page", event);
+        if (action_ == "load") {
+            if (!Panel::Current() || FAILED(Panel::Current()->LoadUrl(FromUtf8(target))))
+                throw StepFailure("the panel does not show " + target);
+        } else if (action_ == "click") {
+            player.User().Click(target);
+        } else if (action_ == "press") {
+            player.User().Press(target);
+        } else {
+            player.User().Enter(target, text);
+        }
+    }
+
+private:
+    void ReadPage(const LocatedJson& value)
+    {
+        if (!value.value.is_object()) {
+            action_ = "load";
+            target_ = ReadName(value, Name);
+            return;
+        }
+        const auto take = [this](const LocatedJson& member, const char* action) {
+            if (!action_.empty())
+                throw LocatedError(member.line, "\"page\" has one action");
+            action_ = action;
+        };
+        ReadMembers(value, "\"page\"",
+                    {{"click",
+                      [&](const LocatedJson& member) {
+                          take(member, "click");
+                          target_ = ReadName(member, "click");
+                      }},
+                     {"press",
+                      [&](const LocatedJson& member) {
+                          take(member, "press");
+                          target_ = ReadName(member, "press");
+                      }},
+                     {"enter", [&](const LocatedJson& member) {
+                          take(member, "enter");
+                          ReadMembers(member, "\"enter\"",
+                                      {{"selector", [this](const LocatedJson& part) { target_ = ReadName(part, "selector"); }},
+                                       {"text", [this](const LocatedJson& part) { text_ = ReadText(part, "text"); }}});
+                          RequireMember(member, "\"enter\"", "selector");
+                          RequireMember(member, "\"enter\"", "text");
+                      }}});
+        if (action_.empty())
+            throw LocatedError(value.line, "\"page\" must not be empty");
+    }
+
+    std::string action_;
+    std::string target_; ///< an address, a selector, or a key
+    std::string text_;
+};
+
+/// {"screenshot": PATH}
+class ScreenshotStep : public SessionStep {
+public:
+    static constexpr const char* Name = "screenshot";
+
+    explicit ScreenshotStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { path_ = ReadName(value, Name); }}});
+    }
+
+    bool Acts() const override { return false; }
+
+    void Run(SessionPlayer& player) const override { player.User().SavePicture(player.PathOf(path_)); }
+
+private:
+    std::string path_;
+};
+
 /// {"workshop": NAME}
 class WorkshopStep : public SessionStep {
 public:
@@ -436,7 +612,7 @@ private:
     std::string document_;
 };
 
-/// {"wait": "idle" or EVENT, "seconds": N}
+/// {"wait": "idle" or EVENT or {"page": SELECTOR}, "seconds": N}
 class WaitStep : public SessionStep {
 public:
     static constexpr const char* Name = "wait";
@@ -444,7 +620,7 @@ public:
     explicit WaitStep(const LocatedJson& step) : SessionStep(Name)
     {
         ReadMembers(step, "the step",
-                    {{Name, [this](const LocatedJson& value) { event_ = ReadName(value, Name); }},
+                    {{Name, [this](const LocatedJson& value) { ReadCondition(value); }},
                      {"seconds",
                       [this](const LocatedJson& value) { seconds_ = ReadNumber(value, "seconds", 0, LongestWait); }}});
     }
@@ -453,11 +629,26 @@ public:
 
     void Run(SessionPlayer& player) const override
     {
-        player.Wait(player.ExpandPlaceholders(event_),
-                    std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(seconds_ * 1000))));
+        const std::chrono::milliseconds limit(static_cast<std::int64_t>(std::ceil(seconds_ * 1000)));
+        if (selector_)
+            player.WaitForElement(player.ExpandPlaceholders(*selector_), limit);
+        else
+            player.Wait(player.ExpandPlaceholders(event_), limit);
     }
 
 private:
+    void ReadCondition(const LocatedJson& value)
+    {
+        if (!value.value.is_object()) {
+            event_ = ReadName(value, Name);
+            return;
+        }
+        ReadMembers(value, "\"wait\"",
+                    {{"page", [this](const LocatedJson& member) { selector_ = ReadName(member, "page"); }}});
+        RequireMember(value, "\"wait\"", "page");
+    }
+
+    std::optional<std::string> selector_;
     std::string event_;
     double seconds_ = UsualWait;
 };
@@ -476,7 +667,10 @@ const std::map<std::string, StepMaker> StepMakers = {
     {OptionsStep::Name, Make<OptionsStep>},   {SelectStep::Name, Make<SelectStep>},
     {WorkshopStep::Name, Make<WorkshopStep>}, {CloseStep::Name, Make<CloseStep>},
     {SaveStep::Name, Make<SaveStep>},         {TreeStep::Name, Make<TreeStep>},
-    {WaitStep::Name, Make<WaitStep>},         {MoveStep::Name, Make<MoveStep>},
+    {WaitStep::Name, Make<WaitStep>},         {HighlightStep::Name, Make<HighlightStep>},
+    {CommandStep::Name, Make<CommandStep>},   {PanelStep::Name, Make<PanelStep>},
+    {PageStep::Name, Make<PageStep>},         {ScreenshotStep::Name, Make<ScreenshotStep>},
+        {MoveStep::Name, Make<MoveStep>},
 };
 
 } // namespace

@@ -34,4 +34,12 @@ char16_t FoldCase(char16_t unit)
     return folded <= 0xFFFF ? static_cast<char16_t>(folded) : unit;
 }
 
+bool IsLetterOrDigit(char16_t unit)
+{
+    if (unit < 0x80)
+        return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
+    const locale_t locale = UnicodeLocale();
+    return locale && iswalnum_l(unit, locale);
+}
+
 } // namespace openhost

@@ -1,4 +1,4 @@
-// Letter case of UTF-16 code units, by Unicode and not by the locale of the process.
+// Letters among UTF-16 code units, by Unicode and not by the locale of the process.
 #pragma once
 
 namespace openhost {
@@ -6,5 +6,8 @@ namespace openhost {
 /// Simple case folding of one unit: two units that differ only in letter case fold to the same one.
 /// Surrogates fold to themselves.
 char16_t FoldCase(char16_t unit);
+
+/// Whether `unit` is a letter or a digit of any script. Surrogates are neither.
+bool IsLetterOrDigit(char16_t unit);
 
 } // namespace openhost

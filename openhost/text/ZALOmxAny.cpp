@@ -61,6 +61,13 @@ HRESULT ZALOmxAny::GetInteger(std::int64_t& value) const
     return S_OK;
 }
 
+ZALUnicodeString ZALOmxAny::ConvertToUnicodeString() const
+{
+    const ordered_json& value = ZALOmxAnyAccess::Unwrap(*this);
+    const auto* text = value.get_ptr<const std::string*>();
+    return openhost::FromUtf8(text ? *text : openhost::ToJsonText(value));
+}
+
 HRESULT ZALOmxAny::MapGetValue(const ZALOmxKeyString& key, ZALOmxAny& value) const
 {
     const auto* members = ZALOmxAnyAccess::Unwrap(*this).get_ptr<const ordered_json::object_t*>();

@@ -3,6 +3,16 @@
 
 #include <algorithm>
 
+bool ZALUnicodeChar::IsAlnum() const
+{
+    return openhost::IsLetterOrDigit(unit_);
+}
+
+bool ZALCodePage::IsUTF8(const char* bytes, std::size_t length)
+{
+    return length == 0 || (bytes && openhost::IsUtf8({bytes, length}));
+}
+
 ZALUnicodeString::ZALUnicodeString(const char* text)
 {
     if (text)
@@ -67,6 +77,22 @@ void ZALUnicodeString::ReplaceAll(char16_t old, char16_t replacement)
     std::replace(text_.begin(), text_.end(), old, replacement);
 }
 
+int ZALUnicodeString::ReplaceSubString(const ZALUnicodeString& old, const ZALUnicodeString& replacement)
+{
+    if (old.text_.empty())
+        return 0;
+    std::u16string replaced;
+    int count = 0;
+    std::size_t start = 0;
+    for (std::size_t found; (found = text_.find(old.text_, start)) != std::u16string::npos; ++count) {
+        replaced.append(text_, start, found - start).append(replacement.text_);
+        start = found + old.text_.size();
+    }
+    replaced.append(text_, start);
+    text_ = std::move(replaced);
+    return count;
+}
+
 void ZALUnicodeString::Strip(int where, char16_t unit)
 {
     if (where & ZALStripTrailing)
@@ -105,6 +131,13 @@ ZALOmxUTF8String ZALUnicodeString::ConvertToUTF8() const
 {
     const std::string bytes = openhost::EncodeUtf8(text_);
     return ZALOmxUTF8String(bytes.data(), bytes.size());
+}
+
+void ZALUnicodeString::ConvertToUTF8(char* buffer, std::size_t& length) const
+{
+    const std::string bytes = openhost::EncodeUtf8(text_);
+    std::copy_n(bytes.c_str(), bytes.size() + 1, buffer);
+    length = bytes.size();
 }
 
 ZALString ZALUnicodeString::ConvertToChar() const

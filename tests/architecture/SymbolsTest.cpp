@@ -78,7 +78,10 @@ TEST(PluginSymbols, ShowTheEntryPointsAndTheClassesForOtherModulesAndNothingElse
     const std::set<std::string> expected = {
         "CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin",
         "CreateBOAZALIMeridiaAccessSettingsUIAddinZALVelmartMeridiaAccessSettingsUIAddin",
+        "fctCreateZALVelmartFindSimilarCmd",
         "ZALVelmartFileDownloader",
+        "ZALVliHttpUtils",
+        "ZALVelmartIntegrationUtilities",
         "ZALVelmartFileDownloadCompleteNotification",
         "ZALVelmartIntegrationEventPublisher",
         "ZALVelmartIntegrationDebug"};
@@ -98,24 +101,44 @@ TEST_P(ShownOperation, IsThereForOtherModules)
 
 INSTANTIATE_TEST_SUITE_P(
     Operations, ShownOperation,
-    ::testing::Values("CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin",
-                      "CreateBOAZALIMeridiaAccessSettingsUIAddinZALVelmartMeridiaAccessSettingsUIAddin",
-                      "ZALVelmartFileDownloader::GetInstance()",
-                      "ZALVelmartFileDownloader::StartDownload(ZALOmxAny const&)",
-                      "ZALVelmartFileDownloader::SetTemplatesURLs(ZALOmxAny const&)",
-                      "ZALVelmartFileDownloader::CreateItself()", "ZALVelmartFileDownloader::ClassName()",
-                      "typeinfo for ZALVelmartFileDownloader", "vtable for ZALVelmartFileDownloader",
-                      "ZALVelmartFileDownloadCompleteNotification::ClassName()",
-                      "ZALVelmartFileDownloadCompleteNotification::MetaObject()",
-                      "ZALVelmartFileDownloadCompleteNotification::GetConcatenedWarningsMessageNLS() const",
-                      "typeinfo for ZALVelmartFileDownloadCompleteNotification",
-                      "vtable for ZALVelmartFileDownloadCompleteNotification",
-                      "ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance()",
-                      "ZALVelmartIntegrationEventPublisher::HasJSMessageListeners()",
-                      "ZALVelmartIntegrationEventPublisher::SendJSMessage(ZALOmxUTF8String const&)",
-                      "typeinfo for ZALVelmartIntegrationEventPublisher", "ZALVelmartIntegrationDebug::Traces",
-                      "ZALVelmartIntegrationDebug::Chrono::Start()", "ZALVelmartIntegrationDebug::Chrono::GetElapsed()",
-                      "ZALVelmartIntegrationDebug::Chrono::GetElapsedAsString()"));
+    ::testing::Values(
+        "CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin",
+        "CreateBOAZALIMeridiaAccessSettingsUIAddinZALVelmartMeridiaAccessSettingsUIAddin",
+        "fctCreateZALVelmartFindSimilarCmd", "ZALVliHttpUtils::EncodeURLParam(ZALUnicodeString const&)",
+        "ZALVliHttpUtils::SendRequest(ZALCefHttpRequest*, std::function<void (std::vector<char, "
+        "std::allocator<char> > const&)> const&)",
+        "ZALVliHttpUtils::SendRequest(ZALCefHttpRequest*, ZALBaseUnknown*, void "
+        "(ZALBaseUnknown::*)(std::vector<char, std::allocator<char> > const&))",
+        "ZALVliHttpUtils::FormData::FormData()",
+        "ZALVliHttpUtils::FormData::FormData(ZALVliHttpUtils::FormData const&)",
+        "ZALVliHttpUtils::FormData::FormData(ZALVliHttpUtils::FormData&&)",
+        "ZALVliHttpUtils::FormData::operator=(ZALVliHttpUtils::FormData const&)",
+        "ZALVliHttpUtils::FormData::operator=(ZALVliHttpUtils::FormData&&)", "ZALVliHttpUtils::FormData::~FormData()",
+        "ZALVliHttpUtils::FormData::AddParam(ZALUnicodeString const&, ZALUnicodeString const&)",
+        "ZALVliHttpUtils::FormData::AddBinaryFile(ZALUnicodeString const&, ZALUnicodeString const&, "
+        "ZALUnicodeString const&)",
+        "ZALVliHttpUtils::FormData::AddZipFile(ZALUnicodeString const&, ZALUnicodeString const&, "
+        "ZALUnicodeString const&)",
+        "ZALVliHttpUtils::FormData::GenContent(std::__cxx11::basic_string<char, std::char_traits<char>, "
+        "std::allocator<char> >&) const",
+        "ZALVliHttpUtils::FormData::GetContentTypeHeaderValue()",
+        "ZALVelmartIntegrationUtilities::GetJSScript(ZALUnicodeString const&, ZALUnicodeString&)",
+        "ZALVelmartIntegrationUtilities::GetOpiAPIHandlersScript(ZALVelmartIntegrationUtilities::Context, "
+        "ZALUnicodeString&)",
+        "ZALVelmartFileDownloader::GetInstance()", "ZALVelmartFileDownloader::StartDownload(ZALOmxAny const&)",
+        "ZALVelmartFileDownloader::SetTemplatesURLs(ZALOmxAny const&)", "ZALVelmartFileDownloader::CreateItself()",
+        "ZALVelmartFileDownloader::ClassName()", "typeinfo for ZALVelmartFileDownloader",
+        "vtable for ZALVelmartFileDownloader", "ZALVelmartFileDownloadCompleteNotification::ClassName()",
+        "ZALVelmartFileDownloadCompleteNotification::MetaObject()",
+        "ZALVelmartFileDownloadCompleteNotification::GetConcatenedWarningsMessageNLS() const",
+        "typeinfo for ZALVelmartFileDownloadCompleteNotification",
+        "vtable for ZALVelmartFileDownloadCompleteNotification",
+        "ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance()",
+        "ZALVelmartIntegrationEventPublisher::HasJSMessageListeners()",
+        "ZALVelmartIntegrationEventPublisher::SendJSMessage(ZALOmxUTF8String const&)",
+        "typeinfo for ZALVelmartIntegrationEventPublisher", "ZALVelmartIntegrationDebug::Traces",
+        "ZALVelmartIntegrationDebug::Chrono::Start()", "ZALVelmartIntegrationDebug::Chrono::GetElapsed()",
+        "ZALVelmartIntegrationDebug::Chrono::GetElapsedAsString()"));
 
 // ---------------------------------------------------------------------------------------------
 // Needed

@@ -23,6 +23,7 @@ const std::string Plugin = VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so";
 
 constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";
 constexpr const char* AddinInterface = "ZALIMeridiaAccessDialogAddin";
+constexpr const char* CommandClass = "ZALVelmartFindSimilarCmd";
 constexpr const char* PublisherClass = "ZALVelmartIntegrationEventPublisher";
 constexpr const char* SubscriberClass = "ZALVelmartIntegrationEventSubscriber";
 constexpr const char* MessageClass = "ZALDlgHtmlViewJavaScriptNotification";
@@ -75,19 +76,19 @@ TEST_F(PluginFile, RegistersInTheRequiredOrder)
               (std::vector<std::string>{
                   "interface ZALVelmartMeridiaAccessAddin", "creation ZALVelmartMeridiaAccessAddin",
                   "interface ZALVelmartMeridiaAccessSettingsUIAddin", "creation ZALVelmartMeridiaAccessSettingsUIAddin",
-                  "trace ZALVelmartIntegration", "creation ZALVelmartIntegrationEventPublisher",
-                  "creation ZALVelmartIntegrationEventSubscriber"}));
+                  "class ZALVelmartFindSimilarCmd", "trace ZALVelmartIntegration",
+                  "creation ZALVelmartIntegrationEventPublisher", "creation ZALVelmartIntegrationEventSubscriber"}));
 }
 
 TEST_F(PluginFile, IsKnownByItsNamesWhileItIsLoaded)
 {
-    for (const char* name : {AddinClass, PublisherClass, SubscriberClass})
+    for (const char* name : {AddinClass, CommandClass, PublisherClass, SubscriberClass})
         EXPECT_FALSE(Dictionary().Knows(name)) << name;
     Load();
-    for (const char* name : {AddinClass, PublisherClass, SubscriberClass})
+    for (const char* name : {AddinClass, CommandClass, PublisherClass, SubscriberClass})
         EXPECT_TRUE(Dictionary().Knows(name)) << name;
     Unload();
-    for (const char* name : {AddinClass, PublisherClass, SubscriberClass}) {
+    for (const char* name : {AddinClass, CommandClass, PublisherClass, SubscriberClass}) {
         EXPECT_FALSE(Dictionary().Knows(name)) << name;
         EXPECT_EQ(Dictionary().Create(name), nullptr);
     }

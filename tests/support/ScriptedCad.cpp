@@ -1,19 +1,27 @@
 #include "tests/support/ScriptedCad.h"
 
 #include "openhost/cad/Automation.h"
+#include "openhost/cad/LvrWriter.h"
 #include "openhost/objects/MetaClassOperations.h"
 #include "openhost/text/Utf.h"
 
 #include <algorithm>
+#include <fstream>
 #include <utility>
 
 namespace openhost::testing {
 
 OPENHOST_META_CLASS(ScriptedProduct, ZALBaseUnknown)
 
-ScriptedProduct::ScriptedProduct(ScriptedCad& cad, std::string name) : cad_(cad), name_(std::move(name)) {}
+ScriptedProduct::ScriptedProduct(ScriptedCad& cad, std::string name)
+    : cad_(cad), name_(std::move(name)), representation_(new ZALRep)
+{
+}
 
-ScriptedProduct::~ScriptedProduct() = default;
+ScriptedProduct::~ScriptedProduct()
+{
+    representation_->Release();
+}
 
 namespace {
 
@@ -59,6 +67,7 @@ public:
         partNumber = FromUtf8(Facet::Product().partNumber);
         return S_OK;
     }
+    bool IsReferenceProduct() override { return Facet::Product().isReference; }
 
 private:
     static ZALIProduct* Give(ScriptedProduct* product) { return product ? new class Product(*product) : nullptr; }
@@ -143,6 +152,18 @@ public:
     ZALNameServer* GetNameServer() override { return Product().hasNameServer ? new Server(Product()) : nullptr; }
 };
 
+class Alias : public Facet<ZALIAlias> {
+public:
+    using Facet::Facet;
+    ZALUnicodeString GetAlias() override { return FromUtf8(Product().alias); }
+};
+
+class Display : public Facet<ZALI3DGeoVisu> {
+public:
+    using Facet::Facet;
+    ZALRep* GiveRep() override { return Product().hasRepresentation ? &Product().Representation() : nullptr; }
+};
+
 template <class Interface, bool ScriptedProduct::*offered>
 ZALBaseUnknown* Offer(ZALBaseUnknown* object)
 {
@@ -158,6 +179,25 @@ const ZALFillDictionary AllComponents("ScriptedProduct", "ZALIAProducts",
                                       Offer<Components, &ScriptedProduct::offersComponents>, 0);
 const ZALFillDictionary NameServers("ScriptedProduct", "ZALINameServerAccess",
                                     Offer<ServerAccess, &ScriptedProduct::offersNameServer>, 0);
+
+const ZALFillDictionary Aliases("ScriptedProduct", "ZALIAlias", Offer<Alias, &ScriptedProduct::offersAlias>, 0);
+const ZALFillDictionary Displays("ScriptedProduct", "ZALI3DGeoVisu", Offer<Display, &ScriptedProduct::offersDisplay>,
+                                 0);
+
+class LightFiles : public LvrWriter {
+public:
+    explicit LightFiles(ScriptedCad& cad) : cad_(cad) {}
+    int Write(const ZALRep&, const std::string& path) override
+    {
+        cad_.calls.push_back("Write light file " + path);
+        if (cad_.lightFileResult == 0)
+            std::ofstream(path, std::ios::binary) << cad_.lightFileContent;
+        return cad_.lightFileResult;
+    }
+
+private:
+    ScriptedCad& cad_;
+};
 
 // ---------------------------------------------------------------------------------------------
 // Application and documents
@@ -225,10 +265,12 @@ private:
 ScriptedCad::ScriptedCad()
 {
     CadServices::Install(std::make_unique<Services>(*this));
+    LvrWriter::Install(std::make_unique<LightFiles>(*this));
 }
 
 ScriptedCad::~ScriptedCad()
 {
+    LvrWriter::Install(nullptr);
     CadServices::Install(nullptr);
 }
 

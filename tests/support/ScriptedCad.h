@@ -3,6 +3,8 @@
 
 #include "openhost/cad/CadServices.h"
 
+#include "host/visualization.h"
+
 #include <map>
 #include <memory>
 #include <optional>
@@ -26,12 +28,15 @@ public:
     bool offersComponent = true;  ///< ZALIAProduct
     bool offersComponents = true; ///< ZALIAProducts
     bool offersNameServer = true; ///< ZALINameServerAccess
+    bool offersAlias = false;     ///< ZALIAlias
+    bool offersDisplay = true;    ///< ZALI3DGeoVisu
 
     // Results. The products stay the test's.
 
     ScriptedProduct* father = nullptr;
     ScriptedProduct* reference = nullptr;
     std::string partNumber;
+    bool isReference = false;
     bool loaded = true;
     bool isOfPart = false;
     HRESULT addResult = S_OK;
@@ -39,9 +44,12 @@ public:
     bool givesReplacement = true;
     bool hasNameServer = true;
     bool hasEntries = true;
+    std::string alias;
+    bool hasRepresentation = true;
     std::vector<std::optional<std::string>> names; ///< of the entries; nothing stands for a null entry
 
     const std::string& Name() const { return name_; }
+    ZALRep& Representation() const { return *representation_; }
     ScriptedCad& Cad() const { return cad_; }
 
     static ZALClassId ClassId();
@@ -54,6 +62,7 @@ public:
 private:
     ScriptedCad& cad_;
     std::string name_;
+    ZALRep* representation_;
 };
 
 /// Services without a session. They outlive every object that they gave.
@@ -69,10 +78,13 @@ public:
     bool hasDocuments = true;
     HRESULT openResult = S_OK;
     bool givesDocument = true;
+    int lightFileResult = 0; ///< of writing a light file; otherwise than 0 nothing is written
+    std::string lightFileContent = "light";
     std::map<std::string, ScriptedProduct*> loaded; ///< root product by path of the documents in the session, or null
 
     /// The calls of automation and the reads of names in order, such as "Open /a.ZALPart",
-    /// "Add to NAME: /a.ZALPart, method *", "Replace NAME in NAME: /a.ZALPart, all" and "GetEntries of NAME".
+    /// "Add to NAME: /a.ZALPart, method *", "Replace NAME in NAME: /a.ZALPart, all", "GetEntries of NAME" and
+    /// "Write light file /a.lvr".
     std::vector<std::string> calls;
     /// Objects that were given and not released.
     int livingObjects = 0;

@@ -2,6 +2,7 @@
 
 #include "host/text.h"
 #include "openhost/commands/DialogEngine.h"
+#include "openhost/commands/StartedCommands.h"
 #include "openhost/files/PathVariables.h"
 #include "openhost/objects/Dispatch.h"
 #include "openhost/objects/Traces.h"
@@ -33,6 +34,7 @@ ScriptedHost::ScriptedHost()
     SetPathVariable(TemporaryFolderVariable, Temp());
     SetPathVariable(InstallationVariable, Folder() / "installation");
 
+    PanelPages::Install(std::make_unique<RecordedPages>());
     ConfigureFrame({});
     ConfigureCommands({});
     SettingsStore::Current().Reset();
@@ -48,6 +50,8 @@ ScriptedHost::ScriptedHost()
 ScriptedHost::~ScriptedHost()
 {
     DialogEngine::Current().EndAll();
+    EndStartedCommands();
+    Panel::End();
     Loop().RunUntilIdle();
     ObserveDispatches({});
     RedirectTraces({});

@@ -9,6 +9,8 @@
 #include "openhost/frame/Frame.h"
 #include "openhost/http/ScriptedTransport.h"
 #include "openhost/loop/ManualEventLoop.h"
+#include "openhost/panel/Panel.h"
+#include "openhost/panel/RecordedPage.h"
 
 #include <filesystem>
 #include <string>
@@ -18,8 +20,9 @@
 namespace openhost::testing {
 
 /// Files of a test stand below Folder(): "temp" is ZALTemp, "parts" the user's folder, which the settings name and
-/// which exists. A frame with all its parts and the product workshop is there, but no document; the application
-/// and the Find Similar header are there, a recorder is not. Texts have their defaults: no catalog is installed.
+/// which exists. A panel shows recorded pages, and is closed at first. A frame with all its parts and the product
+/// workshop is there, but no document; the application and the Find Similar header are there, a recorder is not. Texts
+/// have their defaults: no catalog is installed.
 class ScriptedHost {
 public:
     ScriptedHost();

@@ -32,6 +32,10 @@ TEST_P(InstallationTexts, HaveAMessageForEachKeyOfTheModule)
         {"ZALVelmartFileDownloader",
          {"OverwriteNotifyTitle", "OverwriteNotifyMessage", "OverwriteNotifyRemaining", "DownloadCanceled",
           "DownloadFailed"}},
+        {"ZALVelmartFindSimilarCmd",
+         {"FindSimilarAlreadyRunning", "UnableToRetrieveSelection", "UploadWarningTitle", "UploadWarningMessage",
+          "CommandHasBeenCancelled", "SaveAsLVRFailure", "LVRFileisTooBig", "UnableToRetrieveVLAddin",
+          "LVRUploadFailure", "SearchResultFailure", "UnableToRetrieveMeridiaAccessDialog"}},
         {"ZALVelmartDownloadLocationDlg", {"NotADirectoryNotifyTitle", "NotADirectoryNotifyMessage"}}};
     const ZALUnicodeString parameter = "BOLT-12";
     for (const auto& [catalog, names] : keys)

@@ -1,0 +1,266 @@
+#include "findsimilar/ZALVelmartFindSimilarCmd.h"
+
+#include "VelmartBuildValues.h"
+#include "dialogs/ZALVelmartFindSimilarUploadProgressDlg.h"
+#include "events/ZALVelmartIntegrationDebug.h"
+#include "host/cad.h"
+#include "host/files.h"
+#include "host/frame.h"
+#include "host/system.h"
+
+#include <new>
+
+namespace {
+
+const char* const MessageCatalog = "ZALVelmartFindSimilarCmd";
+
+/// Most bytes of an upload.
+constexpr std::uint32_t MaximumUploadSize = 10485760;
+
+} // namespace
+
+ZALVelmartFindSimilarCmd* ZALVelmartFindSimilarCmd::runningInstance = nullptr;
+
+ZALBaseUnknown* fctCreateZALVelmartFindSimilarCmd()
+try {
+    return new ZALVelmartFindSimilarCmd;
+} catch (const std::bad_alloc&) {
+    return nullptr;
+}
+
+// ---------------------------------------------------------------------------------------------
+// The start
+
+ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFindSimilarCmd", ZALCommandModeUndefined)
+{
+    static const bool noUploadWarning = [] {
+        ZALUnicodeString value;
+        return SUCCEEDED(ZALGetEnv("ZAL_VELMART_FINDSIMILAR_NO_UPLOAD_WARNING", value));
+    }();
+
+    if (runningInstance) {
+        FailWith("FindSimilarAlreadyRunning");
+        return;
+    }
+    runningInstance = this;
+
+    // Held, because the selection may change while the user is asked.
+    const ZALInterfaceHandle<ZALBaseUnknown> selected(GetSelectedObject());
+    ZALBaseUnknown* const object = selected.operator->();
+    if (!object) {
+        FailWith("UnableToRetrieveSelection");
+        return;
+    }
+
+    if (!noUploadWarning && !IsUploadWanted()) {
+        FailWith("CommandHasBeenCancelled");
+        return;
+    }
+
+    FindPartName(object);
+
+    if (FAILED(SaveAsTempLVR(object, tempFilePath))) {
+        FailWith("SaveAsLVRFailure");
+        return;
+    }
+
+    ZALFileHandle handle = 0;
+    std::uint32_t size = 0;
+    const bool hasSize = SUCCEEDED(ZALFOpen(tempFilePath, "r", handle)) && SUCCEEDED(ZALFSize(handle, size));
+    ZALFClose(handle);
+    if (!hasSize || size == 0) {
+        FailWith("SaveAsLVRFailure");
+        return;
+    }
+    if (size > MaximumUploadSize) {
+        FailWith("LVRFileisTooBig");
+        return;
+    }
+
+    BuildVelmartURL();
+
+    // Without a panel the command stays as it is until the session ends, and the next one meets it. That is meant.
+    const ZALIMeridiaAccessDialog_var panel = ZALMeridiaAccessServices::GetOrCreateMeridiaAccessDialog();
+    if (!panel)
+        return;
+
+    const Addin addin = GetAddinOf(panel);
+    if (!addin) {
+        FailWith("UnableToRetrieveVLAddin");
+        return;
+    }
+
+    AddCallback(ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher(), ZALDlgWindCloseNotification::ClassName(),
+                &ZALVelmartFindSimilarCmd::OnPanelClosed, nullptr);
+    AddCallback(addin.operator->(), ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif::ClassName(),
+                &ZALVelmartFindSimilarCmd::OnOpApiStatusChange, nullptr);
+
+    if (addin->GetOpApiStatus() == OpApiReady) {
+        ZALUnicodeString uploadURL;
+        addin->GetSearchByUploadUrl(uploadURL);
+        if (FAILED(UploadFileInVelmart(tempFilePath, uploadURL, partName)))
+            RequestDelayedDestruction();
+    } else {
+        panel->LoadUrl(velmartURL);
+    }
+}
+
+ZALBaseUnknown* ZALVelmartFindSimilarCmd::GetSelectedObject() const
+{
+    ZALFrmEditor* editor = ZALFrmEditor::GetCurrentEditor();
+    ZALCSO* objects = editor ? editor->GetCSO() : nullptr;
+    if (!objects)
+        return nullptr;
+
+    // Of several objects the first one counts.
+    objects->InitElementList();
+    auto* path = ZALSysDynamicCast<ZALPathElement>(objects->NextElement());
+    if (!path)
+        return nullptr;
+
+    path->InitToLeafElement();
+    return path->NextFatherElement();
+}
+
+bool ZALVelmartFindSimilarCmd::IsUploadWanted() const
+{
+    const ZALUnicodeString title =
+        ZALMsgCatalog::BuildMessage(MessageCatalog, "UploadWarningTitle", nullptr, 0, ZALUnicodeString());
+    const ZALUnicodeString message =
+        ZALMsgCatalog::BuildMessage(MessageCatalog, "UploadWarningMessage", nullptr, 0, ZALUnicodeString());
+
+    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
+    ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr;
+    if (!parent)
+        return true;
+
+    auto* dialog = new ZALDlgNotify(parent, "UploadWarningPopup", ZALDlgNotifyWarningYesNo);
+    const int answer = dialog->DisplayBlocked(message, title);
+    dialog->RequestDelayedDestruction();
+
+    return answer != ZALDlgAnswerNo;
+}
+
+void ZALVelmartFindSimilarCmd::FindPartName(ZALBaseUnknown* object)
+{
+    ZALIProduct_var product(object);
+    ZALIAlias_var alias(object);
+    if (product) {
+        if (!product->IsReferenceProduct()) {
+            ZALIProduct* reference = product->GetReferenceProduct();
+            product = ZALIProduct_var(reference);
+            if (reference)
+                reference->Release();
+        }
+        alias = ZALIAlias_var(product.operator->());
+    }
+
+    if (alias)
+        partName = alias->GetAlias();
+    if (partName.GetLengthInChar() == 0)
+        partName = "PartLVR";
+}
+
+void ZALVelmartFindSimilarCmd::BuildVelmartURL()
+{
+    ZALGetEnv("VL_Test_Url", velmartURL);
+    if (velmartURL.GetLengthInChar() == 0)
+        velmartURL = VelmartServiceUrl;
+
+    if (velmartURL[velmartURL.GetLengthInChar() - 1] != u'/')
+        velmartURL.Append("/");
+    velmartURL.Append("categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true");
+    if (ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog())
+        velmartURL.Append("&addinmode=zalorq7");
+
+    VL_TRACE("ZALVelmartFindSimilarCmd::UsedVelmartURL : " << velmartURL);
+}
+
+ZALVelmartFindSimilarCmd::Addin ZALVelmartFindSimilarCmd::GetAddinOf(const ZALIMeridiaAccessDialog_var& panel)
+{
+    ZALBaseUnknown* found = nullptr;
+    if (!panel || FAILED(panel->GetAddin("ZALVelmartMeridiaAccessAddin", &found)))
+        return {};
+
+    Addin addin(ZALSysDynamicCast<ZALVelmartMeridiaAccessAddin>(found));
+    found->Release();
+    return addin;
+}
+
+// ---------------------------------------------------------------------------------------------
+// What the panel tells
+
+void ZALVelmartFindSimilarCmd::OnOpApiStatusChange(ZALBaseUnknown*, ZALNotification*, void*)
+{
+    const Addin addin = GetAddinOf(ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog());
+    if (addin && addin->GetOpApiStatus() == OpApiReady) {
+        ZALUnicodeString uploadURL;
+        addin->GetSearchByUploadUrl(uploadURL);
+        if (FAILED(UploadFileInVelmart(tempFilePath, uploadURL, partName)))
+            RequestDelayedDestruction();
+    }
+}
+
+void ZALVelmartFindSimilarCmd::OnPanelClosed(ZALBaseUnknown*, ZALNotification*, void*)
+{
+    if (uploadRequest)
+        uploadRequest->Cancel();
+
+    RequestDelayedDestruction();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Messages to the user
+
+void ZALVelmartFindSimilarCmd::FailWith(const ZALString& key)
+{
+    NotifyErrorMessage(key);
+    RequestDelayedDestruction();
+}
+
+void ZALVelmartFindSimilarCmd::NotifyErrorMessage(const ZALString& key)
+{
+    VL_TRACE("ZALVelmartFindSimilarCmd::NotifyErrorMessage :" << key);
+
+    const ZALUnicodeString text =
+        ZALMsgCatalog::BuildMessage(MessageCatalog, key, nullptr, 0, "Transaction has failed");
+    if (text.GetLengthInChar() == 0)
+        return;
+
+    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
+    auto* dialog =
+        new ZALDlgNotify(frame ? frame->GetMainWindow() : nullptr, "FileDownloadErrorNotify", ZALDlgNotifyError);
+
+    dialog->DisplayBlocked(text, ZALUnicodeString());
+
+    dialog->RequestDelayedDestruction();
+}
+
+// ---------------------------------------------------------------------------------------------
+// The end
+
+void ZALVelmartFindSimilarCmd::RequestDelayedDestruction()
+{
+    VL_TRACE("ZALVelmartFindSimilarCmd::RequestDelayedDestruction");
+
+    ZALCommand::RequestDelayedDestruction();
+}
+
+ZALVelmartFindSimilarCmd::~ZALVelmartFindSimilarCmd()
+{
+    // Without a comparison, as its declaration says.
+    runningInstance = nullptr;
+
+    if (uploadRequest) {
+        uploadRequest->Release();
+        uploadRequest = nullptr;
+    }
+
+    if (const Addin addin = GetAddinOf(ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog()))
+        RemoveSubscriberCallbacks(addin.operator->());
+    RemoveSubscriberCallbacks(ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher());
+
+    RemoveProgressTimeOut();
+
+    EndProgressDialog();
+}

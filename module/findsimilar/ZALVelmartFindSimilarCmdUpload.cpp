@@ -1,0 +1,174 @@
+// The upload, and the search that its reply asks for.
+
+#include "dialogs/ZALVelmartFindSimilarUploadProgressDlg.h"
+#include "events/ZALVelmartIntegrationDebug.h"
+#include "findsimilar/ZALVelmartFindSimilarCmd.h"
+#include "host/json.h"
+#include "web/FormData.h"
+#include "web/ZALVliHttpUtils.h"
+
+#include <new>
+#include <string>
+#include <string_view>
+
+namespace {
+
+/// An upload that lasts longer shows its progress. In milliseconds.
+constexpr unsigned int ProgressDelay = 1000;
+
+/// `partName` as the name of a file.
+ZALUnicodeString UploadNameOf(const ZALUnicodeString& partName)
+{
+    std::string bytes(4 * static_cast<std::size_t>(partName.GetLengthInChar()) + 1, '\0');
+    std::size_t length = 0;
+    partName.ConvertToUTF8(bytes.data(), length);
+    bytes.resize(length);
+
+    for (char& byte : bytes)
+        if (std::string_view("\\/:?\"<>|").find(byte) != std::string_view::npos)
+            byte = ' ';
+    bytes += ".zip";
+
+    // Read in the host's narrow encoding, not as UTF-8. That is meant.
+    return ZALUnicodeString(bytes.c_str());
+}
+
+/// Null when there is no memory for it.
+ZALCefHttpRequest* NewPost(const ZALUnicodeString& url)
+try {
+    return new ZALCefHttpRequest("POST", url);
+} catch (const std::bad_alloc&) {
+    return nullptr;
+}
+
+} // namespace
+
+HRESULT ZALVelmartFindSimilarCmd::UploadFileInVelmart(const ZALUnicodeString& filePath,
+                                                      const ZALUnicodeString& uploadURL, const ZALUnicodeString& name)
+{
+    if (filePath.GetLengthInChar() == 0 || uploadURL.GetLengthInChar() == 0)
+        return E_INVALIDARG;
+
+    if (uploadRequest) {
+        NotifyErrorMessage("FindSimilarAlreadyRunning");
+        return E_FAIL;
+    }
+
+    ZALVliHttpUtils::FormData form;
+    form.AddZipFile("file", filePath, UploadNameOf(name));
+
+    std::string body;
+    if (FAILED(form.GenContent(body))) {
+        NotifyErrorMessage("LVRUploadFailure");
+        return E_FAIL;
+    }
+
+    uploadRequest = NewPost(uploadURL);
+    if (!uploadRequest)
+        return E_FAIL;
+
+    ZALUnicodeString size;
+    size.BuildFromNum(body.size(), "%I64u");
+    ZALCefHttpHeaderMap& headers = uploadRequest->GetHeaderMap();
+    headers.AddValue("Accept", "application/json, text/javascript, */*; q=0.01");
+    headers.AddValue("X-Requested-With", "XMLHttpRequest");
+    headers.AddValue("Content-Length", size);
+    headers.AddValue("Content-Type", ZALVliHttpUtils::FormData::GetContentTypeHeaderValue());
+
+    uploadRequest->GetBody().SetContents(body.data(), body.size());
+
+    if (VL_TRACE_IS_ON) {
+        VL_TRACE("ZALVelmartFindSimilarCmd::UploadFileInVelmart, Post : " << filePath << " on " << uploadURL);
+        VL_TRACE("ZALVelmartFindSimilarCmd::UploadFileInVelmart, PostSize : " << size);
+        ZALVelmartIntegrationDebug::Chrono::Start();
+    }
+
+    const HRESULT sent = ZALVliHttpUtils::SendRequest(uploadRequest, this,
+                                                      static_cast<void (ZALBaseUnknown::*)(const std::vector<char>&)>(
+                                                          &ZALVelmartFindSimilarCmd::OnUploadRequestComplete));
+    if (FAILED(sent)) {
+        NotifyErrorMessage("LVRUploadFailure");
+        uploadRequest->Release();
+        uploadRequest = nullptr;
+        EndProgressDialog();
+        return E_FAIL;
+    }
+
+    if (ZALApplication* application = ZALApplication::MainApplication())
+        application->AddTimeOut(ProgressDelay, this, nullptr, &ZALVelmartFindSimilarCmd::ShowUploadProgress);
+    return S_OK;
+}
+
+void ZALVelmartFindSimilarCmd::ShowUploadProgress(ZALBaseUnknown* client, void*)
+{
+    if (auto* command = ZALSysDynamicCast<ZALCommand>(client))
+        static_cast<ZALVelmartFindSimilarCmd*>(command)->progressDialog =
+            ZALVelmartFindSimilarUploadProgressDlg::Create();
+}
+
+void ZALVelmartFindSimilarCmd::RemoveProgressTimeOut()
+{
+    if (ZALApplication* application = ZALApplication::MainApplication())
+        application->RemoveTimeOut(ProgressDelay, this, nullptr, &ZALVelmartFindSimilarCmd::ShowUploadProgress);
+}
+
+void ZALVelmartFindSimilarCmd::EndProgressDialog()
+{
+    if (progressDialog)
+        progressDialog->RequestDelayedDestruction();
+    progressDialog = nullptr;
+}
+
+// ---------------------------------------------------------------------------------------------
+// The reply
+
+void ZALVelmartFindSimilarCmd::OnUploadRequestComplete(const std::vector<char>& reply)
+{
+    if (uploadRequest)
+        uploadRequest->Release();
+    uploadRequest = nullptr;
+
+    RemoveProgressTimeOut();
+
+    EndProgressDialog();
+
+    SearchFor(reply);
+
+    RequestDelayedDestruction();
+}
+
+void ZALVelmartFindSimilarCmd::SearchFor(const std::vector<char>& reply)
+{
+    const ZALOmxUTF8String text(reply.data(), reply.size());
+
+    VL_TRACE("ZALVelmartFindSimilarCmd::OnUploadRequestComplete in "
+             << ZALVelmartIntegrationDebug::Chrono::GetElapsedAsString());
+    VL_TRACE("ZALVelmartFindSimilarCmd::OnUploadRequestComplete response : " << text);
+
+    // The HTTP status does not count: what is no answer of the service does not parse or lacks the keys.
+    ZALOmxAny parsed;
+    if (FAILED(ZALOmxJson().parse(text, parsed))) {
+        NotifyErrorMessage("LVRUploadFailure");
+        return;
+    }
+
+    ZALOmxAny data;
+    ZALOmxAny queryValue;
+    if (FAILED(parsed.MapGetValue("data", data)) || FAILED(data.MapGetValue("query", queryValue))) {
+        NotifyErrorMessage("LVRUploadFailure");
+        return;
+    }
+
+    const ZALUnicodeString query = queryValue.ConvertToUnicodeString();
+
+    const ZALIMeridiaAccessDialog_var panel = ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog();
+    if (!panel) {
+        NotifyErrorMessage("UnableToRetrieveMeridiaAccessDialog");
+        return;
+    }
+
+    // A panel without the addin is no case for a message. That is meant.
+    const Addin addin = GetAddinOf(panel);
+    if (addin && FAILED(addin->SearchByUpload(velmartURL, query)))
+        NotifyErrorMessage("SearchResultFailure");
+}

@@ -1,0 +1,21 @@
+// Scripts of the installation for the page in the panel.
+#pragma once
+
+#include "host/text.h"
+
+namespace ZALVelmartIntegrationUtilities {
+
+/// The place in which the page is used.
+enum Context : std::int32_t {
+    SidePanel = 0,
+    DocChooser = 1,
+};
+
+/// Reads the file `relativePath` of the installation: UTF-8, or the host's narrow encoding for other bytes. E_FAIL for
+/// a file that is missing, cannot be read or is empty.
+HRESULT GetJSScript(const ZALUnicodeString& relativePath, ZALUnicodeString& script);
+/// The script that connects the page's programming interface to the host, made for `context`. Its file is read once;
+/// E_FAIL as long as that has not succeeded.
+HRESULT GetOpiAPIHandlersScript(Context context, ZALUnicodeString& script);
+
+} // namespace ZALVelmartIntegrationUtilities

@@ -1,0 +1,65 @@
+// What the addin does to the page in the panel.
+
+#include "VelmartBuildValues.h"
+#include "host/system.h"
+#include "panel/ZALVelmartIntegrationUtilities.h"
+#include "panel/ZALVelmartMeridiaAccessAddin.h"
+#include "web/ZALVliHttpUtils.h"
+
+ZALIMeridiaAccessDialog_var ZALVelmartMeridiaAccessAddin::GetPanel() const
+{
+    ZALBaseUnknown* component = _AccessDialog.GetComponent();
+    ZALIMeridiaAccessDialog_var panel(component);
+    if (component)
+        component->Release();
+    return panel;
+}
+
+HRESULT ZALVelmartMeridiaAccessAddin::OnPageUrl(const ZALUnicodeString& url)
+{
+    static const ZALUnicodeString checkFragment = [] {
+        ZALUnicodeString value;
+        ZALGetEnv("ZAL_MERIDIADIALOG_VLURL_CHECK", value);
+        return value;
+    }();
+
+    const bool recognised =
+        url.SearchSubString(VelmartOtherHostsFragment, 0, ZALSearchForward) >= 0 ||
+        url.SearchSubString(VelmartProductionHost, 0, ZALSearchForward) >= 0 ||
+        (checkFragment.GetLengthInChar() >= 1 && url.SearchSubString(checkFragment, 0, ZALSearchForward) >= 0);
+
+    if (!recognised) {
+        ChangeOpApiStatus(OpApiOver);
+        ChangeFindSimilarHeaderAvailability(false);
+        return S_OK;
+    }
+
+    // A recognised address leaves the status alone: only the page's own message makes it ready.
+    const ZALIMeridiaAccessDialog_var panel = GetPanel();
+    if (!panel)
+        return S_OK;
+
+    ZALUnicodeString script;
+    if (SUCCEEDED(
+            ZALVelmartIntegrationUtilities::GetOpiAPIHandlersScript(ZALVelmartIntegrationUtilities::SidePanel, script)))
+        panel->ExecuteScript(script);
+
+    return S_OK;
+}
+
+HRESULT ZALVelmartMeridiaAccessAddin::SearchByUpload(const ZALUnicodeString& url, const ZALUnicodeString& query)
+{
+    const ZALIMeridiaAccessDialog_var panel = GetPanel();
+    if (!panel)
+        return E_FAIL;
+
+    // The query goes into the script as it stands, without escaping. That is meant.
+    if (_OpApiStatus == OpApiReady)
+        return panel->ExecuteScript(ZALUnicodeString("OpApi.sendMessage('search', {query: '") + query + "'});");
+
+    ZALUnicodeString address = url;
+    address.Append("&extq=");
+    address.Append(ZALVliHttpUtils::EncodeURLParam(query));
+    panel->LoadUrl(address);
+    return S_OK;
+}

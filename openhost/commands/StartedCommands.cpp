@@ -1,0 +1,83 @@
+#include "openhost/commands/StartedCommands.h"
+
+#include "openhost/journal/Journal.h"
+#include "openhost/loop/EventLoop.h"
+#include "openhost/objects/ClassDictionary.h"
+
+#include "host/dialog_engine.h"
+
+#include <utility>
+#include <vector>
+
+namespace openhost {
+
+namespace {
+
+struct Session {
+    std::vector<ZALBaseUnknown_WR> started;
+    int starting = 0;                       ///< commands that are being made
+    std::vector<ZALBaseUnknown_WR> endings; ///< asked for meanwhile
+};
+
+Session& Current()
+{
+    static Session session;
+    return session;
+}
+
+ZALBaseUnknown* Make(const std::string& className)
+{
+    Session& session = Current();
+    ++session.starting;
+    ZALBaseUnknown* made = ClassDictionary::Instance().Create(className);
+    if (--session.starting == 0)
+        for (const ZALBaseUnknown_WR& reference : std::exchange(session.endings, {}))
+            EventLoop::Current().Post([reference] {
+                if (ZALBaseUnknown* command = reference.GetComponent()) {
+                    EndCommand(static_cast<ZALCommand&>(*command));
+                    command->Release();
+                }
+            });
+    return made;
+}
+
+} // namespace
+
+StartResult StartCommand(const std::string& className)
+{
+    const ZALCommandHeader* header = ZALCommandHeader::GetHeaderFromList((className + "Header").c_str(), 0);
+    if (header && header->IsAvailable() != 1)
+        return StartResult::Greyed;
+    if (!ClassDictionary::Instance().Knows(className))
+        return StartResult::Unknown;
+
+    journal::Write("command", {{"command", className}, {"action", "begun"}});
+    ZALBaseUnknown* made = Make(className);
+    auto* command = ZALSysDynamicCast<ZALCommand>(made);
+    if (command)
+        Current().started.emplace_back(command);
+    else if (made)
+        made->Release();
+    return command ? StartResult::Started : StartResult::Unknown;
+}
+
+void EndCommand(ZALCommand& command)
+{
+    if (Current().starting > 0) {
+        Current().endings.emplace_back(&command);
+        return;
+    }
+    journal::Write("command", {{"command", command.GetName().CastToCharPtr()}, {"action", "ended"}});
+    command.Release();
+}
+
+void EndStartedCommands()
+{
+    for (const ZALBaseUnknown_WR& reference : std::exchange(Current().started, {}))
+        if (ZALBaseUnknown* command = reference.GetComponent()) {
+            static_cast<ZALCommand*>(command)->RequestDelayedDestruction();
+            command->Release();
+        }
+}
+
+} // namespace openhost

@@ -1,0 +1,202 @@
+#include "openhost/panel/Panel.h"
+
+#include "openhost/journal/Journal.h"
+#include "openhost/loop/EventLoop.h"
+#include "openhost/objects/ClassDictionary.h"
+#include "openhost/objects/MetaClassOperations.h"
+#include "openhost/text/Utf.h"
+
+#include "host/dialogs.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace openhost {
+
+/// Publishes the events of the panel's window, whichever panel is open.
+class PanelEvents : public ZALBaseUnknown {
+public:
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};
+
+OPENHOST_META_CLASS(PanelEvents, ZALBaseUnknown)
+
+namespace {
+
+Panel* current = nullptr; ///< with a reference of the session
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------------
+// The one panel of the session
+
+Panel* Panel::Current()
+{
+    return current;
+}
+
+Panel* Panel::Open()
+{
+    if (current)
+        return current;
+    Owned<Panel> panel(new Panel);
+    if (!panel->OpenPage())
+        return nullptr;
+    current = panel.release();
+    journal::Write("panel", {{"action", "opened"}});
+    current->MakeAddins();
+    return current;
+}
+
+void Panel::Close()
+{
+    if (!current)
+        return;
+    ZALDlgWindCloseNotification notification;
+    DispatchCallbacks(ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher(), &notification);
+    End();
+}
+
+void Panel::End()
+{
+    const Owned<Panel> ending(std::exchange(current, nullptr));
+    if (!ending)
+        return;
+    ending->Leave();
+    journal::Write("panel", {{"action", "closed"}});
+}
+
+void Panel::Leave()
+{
+    // The page may be reporting, and an addin may be in one of its operations: both end between two events.
+    auto leaving = std::make_shared<std::pair<std::unique_ptr<PanelPage>, std::vector<Addin>>>(std::move(page_),
+                                                                                               std::move(addins_));
+    EventLoop::Current().Post([leaving]() mutable { leaving.reset(); });
+}
+
+Panel::~Panel() = default;
+
+// ---------------------------------------------------------------------------------------------
+// The page
+
+bool Panel::OpenPage()
+{
+    PanelPages* pages = PanelPages::Current();
+    if (!pages)
+        return false;
+    static std::uint64_t last = 0;
+    number_ = ++last;
+    // By the number, because a page may outlive its panel by an event.
+    const auto isOpen = [number = number_] { return current && current->number_ == number; };
+    page_ = pages->Open({
+        .urlChanged =
+            [this, isOpen](const std::string& url) {
+                if (isOpen())
+                    Tell("url", &ZALIMeridiaAccessDialogAddin::OnPageUrl, url);
+            },
+        .messageSent =
+            [this, isOpen](const std::string& message) {
+                if (isOpen())
+                    Tell("message", &ZALIMeridiaAccessDialogAddin::OnJSMessage, message);
+            },
+        .closed =
+            [isOpen] {
+                if (isOpen())
+                    Close();
+            },
+    });
+    return page_ != nullptr;
+}
+
+HRESULT Panel::ExecuteScript(const ZALUnicodeString& script)
+{
+    return page_ && page_->ExecuteScript(ToUtf8(script)) ? S_OK : E_FAIL;
+}
+
+HRESULT Panel::LoadUrl(const ZALUnicodeString& url)
+{
+    return page_ && page_->LoadUrl(ToUtf8(url)) ? S_OK : E_FAIL;
+}
+
+// ---------------------------------------------------------------------------------------------
+// The addins
+
+void Panel::MakeAddins()
+{
+    for (const std::string& className :
+         ClassDictionary::Instance().ClassesOffering(ZALIMeridiaAccessDialogAddin::ClassName()))
+        MakeAddin(className);
+}
+
+void Panel::MakeAddin(const std::string& className)
+{
+    if (std::ranges::find(addins_, className, &Addin::className) != addins_.end())
+        return;
+    Addin addin{className, Owned<ZALBaseUnknown>(ClassDictionary::Instance().Create(className)), nullptr};
+    ZALBaseUnknown* found = nullptr;
+    if (!addin.implementation ||
+        FAILED(addin.implementation->QueryInterface(ZALIMeridiaAccessDialogAddin::ClassName(), &found)))
+        return;
+    addin.interface.reset(static_cast<ZALIMeridiaAccessDialogAddin*>(found));
+    ZALIMeridiaAccessDialogAddin& interface = *addin.interface;
+    addins_.push_back(std::move(addin));
+    journal::WriteResult("SetAccessDialog", interface.SetAccessDialog(this));
+}
+
+HRESULT Panel::GetAddin(const ZALString& className, ZALBaseUnknown** addin)
+{
+    if (!addin)
+        return E_INVALIDARG;
+    *addin = nullptr;
+    if (!page_)
+        return E_FAIL;
+    MakeAddins();
+    const auto found = std::ranges::find(addins_, std::string(className.CastToCharPtr()), &Addin::className);
+    if (found == addins_.end())
+        return E_FAIL;
+    *addin = found->implementation.get();
+    (*addin)->AddRef();
+    return S_OK;
+}
+
+void Panel::Tell(const char* name, AddinOperation operation, const std::string& text)
+{
+    const bool isUrl = operation == &ZALIMeridiaAccessDialogAddin::OnPageUrl;
+    journal::Write(name, {{isUrl ? "url" : "text", text}});
+    MakeAddins();
+    std::vector<Owned<ZALIMeridiaAccessDialogAddin>> told;
+    for (const Addin& addin : addins_) {
+        addin.interface->AddRef();
+        told.emplace_back(addin.interface.get());
+    }
+    const ZALUnicodeString argument = FromUtf8(text);
+    for (const auto& addin : told)
+        journal::WriteResult(isUrl ? "OnPageUrl" : "OnJSMessage", (addin.get()->*operation)(argument));
+}
+
+} // namespace openhost
+
+// ---------------------------------------------------------------------------------------------
+// The host view
+
+ZALIMeridiaAccessDialog_var ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog()
+{
+    return ZALIMeridiaAccessDialog_var(openhost::Panel::Current());
+}
+
+ZALIMeridiaAccessDialog_var ZALMeridiaAccessServices::GetOrCreateMeridiaAccessDialog()
+{
+    return ZALIMeridiaAccessDialog_var(openhost::Panel::Open());
+}
+
+ZALBaseUnknown* ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher()
+{
+    // Never destroyed: subscribers of a module may end after the statics of this library.
+    static auto& events = *new openhost::PanelEvents;
+    return &events;
+}

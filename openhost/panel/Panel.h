@@ -1,0 +1,62 @@
+// The browser panel of the session.
+#pragma once
+
+#include "openhost/panel/PanelPage.h"
+
+#include "host/panel.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace openhost {
+
+/// The panel as modules see it. What it shows is a page of PanelPages. Each class of the dictionary that offers
+/// ZALIMeridiaAccessDialogAddin has one addin in it, made when the panel opens; for one that is registered later, when
+/// it is asked for. What the page reports goes to all of them, in the order of their making, and into the journal.
+///
+/// The panel ends with its addins when the user closes it; who still holds the object finds it without a page.
+class Panel : public ZALIMeridiaAccessDialog {
+public:
+    /// The open panel, or null. No reference is added.
+    static Panel* Current();
+    /// The open panel, opened when there is none; null when the host has no pages. No reference is added.
+    static Panel* Open();
+    /// Closes it as the user does: ZALDlgWindCloseNotification on the event publisher, then the end.
+    static void Close();
+    /// Ends the panel without telling anybody, at the end of a session.
+    static void End();
+
+    ~Panel() override;
+
+    HRESULT ExecuteScript(const ZALUnicodeString& script) override;
+    HRESULT LoadUrl(const ZALUnicodeString& url) override;
+    HRESULT GetAddin(const ZALString& className, ZALBaseUnknown** addin) override;
+
+private:
+    struct ReleaseObject {
+        void operator()(ZALBaseUnknown* object) const { object->Release(); }
+    };
+    template <class T>
+    using Owned = std::unique_ptr<T, ReleaseObject>;
+
+    struct Addin {
+        std::string className;
+        Owned<ZALBaseUnknown> implementation;
+        Owned<ZALIMeridiaAccessDialogAddin> interface;
+    };
+    using AddinOperation = HRESULT (ZALIMeridiaAccessDialogAddin::*)(const ZALUnicodeString& text);
+
+    Panel() = default;
+    bool OpenPage();
+    void MakeAddins();
+    void MakeAddin(const std::string& className);
+    void Tell(const char* name, AddinOperation operation, const std::string& text);
+    void Leave();
+
+    std::uint64_t number_ = 0;
+    std::unique_ptr<PanelPage> page_; ///< null once the panel is closed
+    std::vector<Addin> addins_;
+};
+
+} // namespace openhost

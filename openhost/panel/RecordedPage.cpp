@@ -1,0 +1,52 @@
+#include "openhost/panel/RecordedPage.h"
+
+#include "openhost/journal/Journal.h"
+
+#include <utility>
+
+namespace openhost {
+
+namespace {
+RecordedPage* current = nullptr;
+}
+
+RecordedPage::RecordedPage(Listener listener) : listener_(std::move(listener))
+{
+    current = this;
+}
+
+RecordedPage::~RecordedPage()
+{
+    if (current == this)
+        current = nullptr;
+}
+
+RecordedPage* RecordedPage::Current()
+{
+    return current;
+}
+
+bool RecordedPage::LoadUrl(const std::string& url)
+{
+    if (!takesUrls)
+        return false;
+    urls_.push_back(url);
+    journal::Write("load", {{"url", url}});
+    return true;
+}
+
+bool RecordedPage::ExecuteScript(const std::string& script)
+{
+    if (!takesScripts)
+        return false;
+    scripts_.push_back(script);
+    journal::Write("script", {{"text", script}});
+    return true;
+}
+
+std::unique_ptr<PanelPage> RecordedPages::Open(PanelPage::Listener listener)
+{
+    return std::make_unique<RecordedPage>(std::move(listener));
+}
+
+} // namespace openhost

@@ -1,0 +1,50 @@
+// Pages that nobody looks at.
+#pragma once
+
+#include "openhost/panel/PanelPage.h"
+
+#include <string>
+#include <vector>
+
+namespace openhost {
+
+/// A page without a browser. Writes what is asked of it into the journal: "script" for a script to run, "load" for an
+/// address to show. What a page reports is said by its user.
+class RecordedPage final : public PanelPage {
+public:
+    explicit RecordedPage(Listener listener);
+    RecordedPage(const RecordedPage&) = delete;
+    RecordedPage& operator=(const RecordedPage&) = delete;
+    ~RecordedPage() override;
+
+    /// The page made last, or null once it is gone.
+    static RecordedPage* Current();
+
+    bool LoadUrl(const std::string& url) override;
+    bool ExecuteScript(const std::string& script) override;
+
+    bool takesScripts = true; ///< otherwise no page has loaded
+    bool takesUrls = true;
+    /// What was taken, in order.
+    const std::vector<std::string>& Scripts() const { return scripts_; }
+    const std::vector<std::string>& Urls() const { return urls_; }
+
+    // Reports. To be made as from the event loop; the page may be gone when they return.
+
+    void ReportUrl(const std::string& url) { Listener(listener_).urlChanged(url); }
+    void ReportMessage(const std::string& message) { Listener(listener_).messageSent(message); }
+    void ReportClosed() { Listener(listener_).closed(); }
+
+private:
+    Listener listener_;
+    std::vector<std::string> scripts_;
+    std::vector<std::string> urls_;
+};
+
+/// Opens recorded pages.
+class RecordedPages final : public PanelPages {
+public:
+    std::unique_ptr<PanelPage> Open(PanelPage::Listener listener) override;
+};
+
+} // namespace openhost

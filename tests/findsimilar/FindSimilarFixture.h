@@ -1,0 +1,145 @@
+// The command on a scripted session with a selected product.
+#pragma once
+
+#include "tests/support/HostFixture.h"
+#include "tests/support/Listener.h"
+#include "tests/support/ScriptedCad.h"
+
+#include "findsimilar/ZALVelmartFindSimilarCmd.h"
+#include "host/archive.h"
+#include "host/frame.h"
+#include "openhost/commands/StartedCommands.h"
+#include "openhost/objects/ClassDictionary.h"
+#include "openhost/text/Utf.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <vector>
+
+/// Reads what the command keeps to itself.
+class ZALVelmartFindSimilarCmdProbe {
+public:
+    static ZALVelmartFindSimilarCmd* Running() { return ZALVelmartFindSimilarCmd::runningInstance; }
+    static std::string PartName() { return openhost::ToUtf8(Running()->partName); }
+    static std::string VelmartURL() { return openhost::ToUtf8(Running()->velmartURL); }
+    static std::string TempFilePath() { return openhost::ToUtf8(Running()->tempFilePath); }
+    static bool IsUploading() { return Running()->uploadRequest != nullptr; }
+};
+
+namespace openhost::testing {
+
+using Command = ZALVelmartFindSimilarCmdProbe;
+using Texts = std::vector<std::string>;
+
+inline constexpr const char* CommandClass = "ZALVelmartFindSimilarCmd";
+inline constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";
+inline constexpr const char* UploadUrl = "http://127.0.0.1/upload";
+inline constexpr const char* ProgressDialog = "ZALVelmartFindSimilarUploadProgressDlg";
+
+/// The product "Leaf" of the product "Root" is selected; it has a display. The panel is closed.
+class FindSimilarFixture : public HostFixture {
+protected:
+    FindSimilarFixture()
+    {
+        ConfigureFrame({.editor = true});
+        // Started from a menu that does not follow the page.
+        ConfigureCommands({.findSimilarHeader = false});
+        leaf_->father = root_;
+        Select(*leaf_);
+        unsetenv("VL_Test_Url");
+    }
+    ~FindSimilarFixture() override
+    {
+        unsetenv("VL_Test_Url");
+        EndStartedCommands();
+        Panel::End();
+        Loop().RunUntilIdle();
+        EXPECT_EQ(Command::Running(), nullptr);
+        ResetFrame();
+        leaf_->Release();
+        root_->Release();
+        EXPECT_EQ(cad_.livingObjects, 0);
+    }
+
+    void Select(ScriptedProduct& product)
+    {
+        ZALCSO& objects = *ZALFrmEditor::GetCurrentEditor()->GetCSO();
+        objects.Empty();
+        ZALPathElement* path = PathTo(product);
+        objects.AddElement(path);
+        path->Release();
+    }
+    /// Opens the panel, whose page reports that it takes uploads at `uploadUrl`.
+    void OpenReadyPanel(const std::string& uploadUrl = UploadUrl)
+    {
+        Panel::Open();
+        ReportReady(uploadUrl);
+    }
+    static void ReportReady(const std::string& uploadUrl = UploadUrl)
+    {
+        Page().ReportMessage(R"({"event":"velmart_ready","content":{"searchByUploadUrl":")" + uploadUrl + R"("}})");
+    }
+    static void ReportOver() { Page().ReportMessage(R"({"event":"velmart_over","content":{}})"); }
+    static RecordedPage& Page() { return *RecordedPage::Current(); }
+
+    static void Start() { ASSERT_EQ(StartCommand(CommandClass), StartResult::Started); }
+    /// Starts a command whose upload is under way.
+    void StartUpload()
+    {
+        OpenReadyPanel();
+        Start();
+        ASSERT_TRUE(Command::Running());
+        ASSERT_TRUE(Command::IsUploading());
+    }
+    /// Ends the transfer with `reply`.
+    void Reply(const std::string& reply, int code = 200)
+    {
+        Transport().Last().Head(code);
+        Transport().Last().Bytes(reply);
+        Transport().Last().End();
+        Loop().RunUntilIdle();
+    }
+    bool HasEnded()
+    {
+        Loop().RunUntilIdle();
+        return !Command::Running();
+    }
+
+    /// The keys of the error messages so far.
+    Texts Errors() const
+    {
+        const std::string start = "ZALVelmartFindSimilarCmd::NotifyErrorMessage :";
+        Texts keys;
+        for (const std::string& trace : Traces())
+            if (trace.starts_with(start))
+                keys.push_back(trace.substr(start.size(), trace.size() - start.size() - 1));
+        return keys;
+    }
+    std::size_t Asked(const std::string& dialog)
+    {
+        return static_cast<std::size_t>(
+            std::ranges::count(Surface().Questions(), dialog, &ScriptedSurface::Question::name));
+    }
+    bool HasProgressDialog() { return Surface().Find(ProgressDialog) != nullptr; }
+    void InstallCatalog(const std::string& lines)
+    {
+        const std::filesystem::path folder = Folder() / "installation" / "resources" / "msgcatalog";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / "ZALVelmartFindSimilarCmd.ZALNls") << lines;
+    }
+    std::filesystem::path Zip() const { return Temp() / "VLUploadedLVRFile.zip"; }
+    std::filesystem::path LightFile() const { return Temp() / "VLUploadedLVRFile.lvr"; }
+    static std::string Read(const std::filesystem::path& file)
+    {
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    ScriptedCad cad_;
+    ScriptedProduct* root_ = new ScriptedProduct(cad_, "Root");
+    ScriptedProduct* leaf_ = new ScriptedProduct(cad_, "Leaf");
+};
+
+} // namespace openhost::testing

@@ -1,0 +1,520 @@
+// The start of the command: selection, warning, name, file and panel.
+
+#include "tests/findsimilar/FindSimilarFixture.h"
+
+namespace openhost::testing {
+
+namespace {
+
+class FindSimilarStart : public FindSimilarFixture {};
+
+// ---------------------------------------------------------------------------------------------
+// One at a time
+
+TEST_F(FindSimilarStart, ThatMeetsARunningOneIsRefusedAndForgetsIt)
+{
+    StartUpload();
+    const std::size_t requests = Transport().Count();
+
+    Start();
+    EXPECT_EQ(Errors(), Texts{"FindSimilarAlreadyRunning"});
+    EXPECT_TRUE(Command::Running());
+    Loop().RunUntilIdle();
+    EXPECT_EQ(Command::Running(), nullptr);
+    EXPECT_EQ(Transport().Count(), requests);
+    EXPECT_TRUE(Transport().Last().IsRunning());
+
+    Start();
+    EXPECT_EQ(Errors().size(), 1U);
+    EXPECT_EQ(Transport().Count(), requests + 1);
+    EXPECT_TRUE(Transport().At(0).IsRunning());
+    EXPECT_TRUE(Transport().At(1).IsRunning());
+}
+
+TEST_F(FindSimilarStart, ThatIsRefusedDoesNotAskForTheSelection)
+{
+    StartUpload();
+    const std::size_t calls = cad_.calls.size();
+    Start();
+    EXPECT_EQ(cad_.calls.size(), calls);
+    EXPECT_EQ(Asked("UploadWarningPopup"), 1U);
+}
+
+// ---------------------------------------------------------------------------------------------
+// The selection
+
+TEST_F(FindSimilarStart, WithoutASelectionFails)
+{
+    OpenReadyPanel();
+    ZALCSO& objects = *ZALFrmEditor::GetCurrentEditor()->GetCSO();
+    objects.Empty();
+    Start();
+    EXPECT_EQ(Errors(), Texts{"UnableToRetrieveSelection"});
+    EXPECT_TRUE(HasEnded());
+
+    objects.AddElement(leaf_); // no path to it
+    Start();
+    EXPECT_EQ(Errors().size(), 2U);
+    EXPECT_TRUE(HasEnded());
+
+    objects.Empty();
+    auto* empty = new ZALPathElement;
+    objects.AddElement(empty);
+    empty->Release();
+    Start();
+    EXPECT_EQ(Errors().size(), 3U);
+    EXPECT_TRUE(HasEnded());
+
+    EXPECT_EQ(Asked("UploadWarningPopup"), 0U);
+    EXPECT_TRUE(Transport().Requests().empty());
+}
+
+TEST_F(FindSimilarStart, WithoutAnEditorOrItsSetOfObjectsFails)
+{
+    OpenReadyPanel();
+    ConfigureFrame({.editor = false});
+    Start();
+    EXPECT_EQ(Errors(), Texts{"UnableToRetrieveSelection"});
+    EXPECT_TRUE(HasEnded());
+
+    ConfigureFrame({.editor = true, .objectSet = false});
+    Start();
+    EXPECT_EQ(Errors().size(), 2U);
+    EXPECT_TRUE(HasEnded());
+}
+
+TEST_F(FindSimilarStart, TakesTheFirstOfSeveralObjects)
+{
+    leaf_->offersAlias = root_->offersAlias = true;
+    leaf_->alias = "First";
+    leaf_->isReference = root_->isReference = true;
+    root_->alias = "Second";
+    ZALPathElement* second = PathTo(*root_);
+    ZALFrmEditor::GetCurrentEditor()->GetCSO()->AddElement(second);
+    second->Release();
+    StartUpload();
+    EXPECT_EQ(Command::PartName(), "First");
+    EXPECT_TRUE(Errors().empty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// The warning
+
+TEST_F(FindSimilarStart, WarnsBeforeTheUpload)
+{
+    InstallCatalog("UploadWarningTitle = \"T\";\nUploadWarningMessage = \"M\";\n");
+    StartUpload();
+    ASSERT_EQ(Surface().Questions().size(), 1U);
+    const ScriptedSurface::Question& question = Surface().Questions().front();
+    EXPECT_EQ(question.name, "UploadWarningPopup");
+    EXPECT_EQ(question.style, 0x8800200U);
+    EXPECT_EQ(question.title, "T");
+    EXPECT_EQ(question.text, "M");
+    EXPECT_EQ(question.parent, "ApplicationDocument");
+    Loop().RunUntilIdle();
+    EXPECT_EQ(Surface().Find("UploadWarningPopup"), nullptr);
+}
+
+TEST_F(FindSimilarStart, WarnsWithEmptyTextsWhenTheCatalogHasNone)
+{
+    StartUpload();
+    EXPECT_EQ(Surface().Questions().front().title, "");
+    EXPECT_EQ(Surface().Questions().front().text, "");
+}
+
+TEST_F(FindSimilarStart, EndsWithAMessageWhenTheUserDeclines)
+{
+    OpenReadyPanel();
+    Surface().Answer("UploadWarningPopup", 4);
+    Start();
+    EXPECT_EQ(Errors(), Texts{"CommandHasBeenCancelled"});
+    EXPECT_TRUE(HasEnded());
+    EXPECT_TRUE(cad_.calls.empty());
+    EXPECT_TRUE(Transport().Requests().empty());
+}
+
+TEST_F(FindSimilarStart, GoesOnAtAnyOtherAnswer)
+{
+    OpenReadyPanel();
+    for (const int answer : {0, 1, 2, 3, 5}) {
+        Surface().Answer("UploadWarningPopup", answer);
+        Start();
+        EXPECT_TRUE(Command::IsUploading()) << answer;
+        Reply(R"({"data":{"query":"q"}})");
+    }
+    EXPECT_TRUE(Errors().empty());
+}
+
+TEST_F(FindSimilarStart, DoesNotWarnWithoutAnApplicationDocument)
+{
+    ConfigureFrame({.applicationDocument = false, .editor = true});
+    Select(*leaf_);
+    StartUpload();
+    EXPECT_TRUE(Surface().Questions().empty());
+}
+
+TEST_F(FindSimilarStart, DoesNotWarnWithoutAFrame)
+{
+    ConfigureFrame({.exists = false, .editor = true});
+    Select(*leaf_);
+    StartUpload();
+    EXPECT_TRUE(Surface().Questions().empty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// The name
+
+TEST_F(FindSimilarStart, NamesTheUploadByTheAliasOfTheReferenceProduct)
+{
+    leaf_->reference = root_;
+    leaf_->offersAlias = root_->offersAlias = true;
+    leaf_->alias = "Leaf.1";
+    root_->alias = "Bolt";
+    StartUpload();
+    EXPECT_EQ(Command::PartName(), "Bolt");
+}
+
+TEST_F(FindSimilarStart, NamesTheUploadByTheAliasOfASelectedReferenceProduct)
+{
+    leaf_->isReference = true;
+    leaf_->reference = root_;
+    leaf_->offersAlias = root_->offersAlias = true;
+    leaf_->alias = "Self";
+    root_->alias = "Bolt";
+    StartUpload();
+    EXPECT_EQ(Command::PartName(), "Self");
+}
+
+TEST_F(FindSimilarStart, NamesTheUploadByTheAliasOfAnObjectThatIsNoProduct)
+{
+    leaf_->offersProduct = false;
+    leaf_->offersAlias = true;
+    leaf_->alias = "Pad";
+    StartUpload();
+    EXPECT_EQ(Command::PartName(), "Pad");
+}
+
+TEST_F(FindSimilarStart, NamesTheUploadPartLVRWithoutAnAlias)
+{
+    StartUpload(); // an instance whose reference product is missing
+    EXPECT_EQ(Command::PartName(), "PartLVR");
+    Reply("");
+
+    leaf_->reference = root_; // which offers none
+    leaf_->offersAlias = true;
+    leaf_->alias = "Leaf.1";
+    Start();
+    EXPECT_EQ(Command::PartName(), "PartLVR");
+    Reply("");
+
+    root_->offersAlias = true; // but has no text
+    Start();
+    EXPECT_EQ(Command::PartName(), "PartLVR");
+}
+
+// ---------------------------------------------------------------------------------------------
+// The file
+
+TEST_F(FindSimilarStart, FailsForAnObjectWithoutADisplay)
+{
+    OpenReadyPanel();
+    leaf_->offersDisplay = false;
+    Start();
+    EXPECT_EQ(Errors(), Texts{"SaveAsLVRFailure"});
+    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : E_FAIL : "));
+    EXPECT_TRUE(HasEnded());
+    EXPECT_FALSE(std::filesystem::exists(Zip()));
+}
+
+TEST_F(FindSimilarStart, FailsForADisplayWithoutARepresentation)
+{
+    OpenReadyPanel();
+    leaf_->hasRepresentation = false;
+    Start();
+    EXPECT_EQ(Errors(), Texts{"SaveAsLVRFailure"});
+    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : E_FAIL : "));
+    EXPECT_TRUE(cad_.calls.empty());
+}
+
+TEST_F(FindSimilarStart, FailsWhenTheLightFileCannotBeWrittenAndLeavesWhatStandsThere)
+{
+    OpenReadyPanel();
+    std::ofstream(LightFile()) << "of before";
+    for (const int result : {1, -1}) {
+        cad_.lightFileResult = result;
+        Start();
+        EXPECT_EQ(Errors().back(), "SaveAsLVRFailure");
+        EXPECT_TRUE(HasEnded());
+    }
+    EXPECT_EQ(Errors().size(), 2U);
+    EXPECT_EQ(Read(LightFile()), "of before");
+    EXPECT_FALSE(std::filesystem::exists(Zip()));
+}
+
+TEST_F(FindSimilarStart, LeavesTheZipFileAndNoLightFile)
+{
+    StartUpload();
+    EXPECT_EQ(cad_.calls, Texts{"Write light file " + LightFile().string()});
+    EXPECT_TRUE(std::filesystem::exists(Zip()));
+    EXPECT_FALSE(std::filesystem::exists(LightFile()));
+    EXPECT_EQ(Command::TempFilePath(), Zip().string());
+    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : S_OK : " + Zip().string()));
+    Reply(R"({"data":{"query":"q"}})");
+    EXPECT_TRUE(std::filesystem::exists(Zip()));
+}
+
+TEST_F(FindSimilarStart, ZipsTheLightFileUnderItsNameAlone)
+{
+    cad_.lightFileContent = std::string(100'000, 'x');
+    StartUpload();
+    EXPECT_LT(std::filesystem::file_size(Zip()), 10'000U);
+    ZALSysZipFile zip;
+    ASSERT_EQ(zip.OpenZip(FromUtf8(Zip().string()), ZALZipRead), S_OK);
+    ASSERT_EQ(zip.ExtractFile(FromUtf8(Parts().string()), "VLUploadedLVRFile.lvr", ZALZipExtractReplace), S_OK);
+    EXPECT_EQ(Read(Parts() / "VLUploadedLVRFile.lvr"), cad_.lightFileContent);
+}
+
+TEST_F(FindSimilarStart, ReplacesTheZipFileOfAnEarlierRun)
+{
+    std::ofstream(Zip()) << "of before";
+    StartUpload();
+    const std::string bytes = Read(Zip());
+    EXPECT_TRUE(bytes.starts_with("PK"));
+    Reply("");
+    cad_.lightFileContent = "other";
+    Start();
+    EXPECT_NE(Read(Zip()), bytes);
+}
+
+TEST_F(FindSimilarStart, FailsWhenTheZipFileCannotBeWrittenThoughItsResultsAreNotLookedAt)
+{
+    OpenReadyPanel();
+    std::filesystem::create_directory(Zip());
+    Start();
+    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : S_OK : " + Zip().string()));
+    EXPECT_EQ(Errors(), Texts{"SaveAsLVRFailure"});
+    EXPECT_TRUE(HasEnded());
+}
+
+/// Lets the light file have a size with which the zip file has just `size` bytes.
+void FillZip(ScriptedCad& cad, const std::filesystem::path& folder, std::uintmax_t size)
+{
+    std::uint32_t state = 1;
+    std::string noise(size, '\0');
+    for (char& byte : noise) {
+        state ^= state << 13;
+        state ^= state >> 17;
+        state ^= state << 5;
+        byte = static_cast<char>(state);
+    }
+    std::uintmax_t length = size - 5'000;
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        cad.lightFileContent = noise.substr(0, length);
+        std::ofstream(folder / "VLUploadedLVRFile.lvr", std::ios::binary) << cad.lightFileContent;
+        const ZALUnicodeString zipPath = FromUtf8((folder / "probe.zip").string());
+        ZALSysZipFile zip;
+        zip.OpenZip(zipPath, ZALZipWrite);
+        zip.AddFile(FromUtf8((folder / "VLUploadedLVRFile.lvr").string()), 1, 1, FromUtf8(folder.string()), 0);
+        zip.Close();
+        const std::uintmax_t now = std::filesystem::file_size(folder / "probe.zip");
+        if (now == size)
+            return;
+        length += size - now;
+    }
+    FAIL() << "no light file gives a zip file of " << size << " bytes";
+}
+
+TEST_F(FindSimilarStart, TakesAnUploadOfTenMebibytes)
+{
+    FillZip(cad_, Parts(), 10485760);
+    StartUpload();
+    EXPECT_EQ(std::filesystem::file_size(Zip()), 10485760U);
+}
+
+TEST_F(FindSimilarStart, RefusesAnUploadOfOneByteMoreAndLeavesTheFile)
+{
+    OpenReadyPanel();
+    FillZip(cad_, Parts(), 10485761);
+    Start();
+    EXPECT_EQ(Errors(), Texts{"LVRFileisTooBig"});
+    EXPECT_TRUE(HasEnded());
+    EXPECT_EQ(std::filesystem::file_size(Zip()), 10485761U);
+}
+
+// ---------------------------------------------------------------------------------------------
+// The panel
+
+constexpr const char* Page1 = "categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true";
+
+TEST_F(FindSimilarStart, OpensThePanelAndPointsItAtTheCatalogue)
+{
+    Start();
+    ASSERT_TRUE(Panel::Current());
+    EXPECT_EQ(Page().Urls(), Texts{std::string("https://velmart.example/") + Page1});
+    EXPECT_TRUE(Traced(std::string("ZALVelmartFindSimilarCmd::UsedVelmartURL : https://velmart.example/") + Page1));
+    EXPECT_TRUE(Transport().Requests().empty());
+    EXPECT_TRUE(Errors().empty());
+    EXPECT_FALSE(HasEnded());
+}
+
+TEST_F(FindSimilarStart, TellsThePageOfAPanelThatWasOpen)
+{
+    Panel::Open();
+    Start();
+    EXPECT_EQ(Page().Urls(), Texts{std::string("https://velmart.example/") + Page1 + "&addinmode=zalorq7"});
+}
+
+TEST_F(FindSimilarStart, TakesTheAddressOfTheServiceFromTheEnvironment)
+{
+    for (const char* address : {"http://127.0.0.1:8080/app", "http://127.0.0.1:8080/app/"}) {
+        setenv("VL_Test_Url", address, 1);
+        Start();
+        EXPECT_EQ(Page().Urls(), Texts{std::string("http://127.0.0.1:8080/app/") + Page1});
+        Panel::Close();
+        EXPECT_TRUE(HasEnded());
+    }
+    setenv("VL_Test_Url", "", 1);
+    Start();
+    EXPECT_EQ(Command::VelmartURL(), std::string("https://velmart.example/") + Page1);
+}
+
+TEST_F(FindSimilarStart, StaysIdleWithoutAPanelAndIsMetByTheNext)
+{
+    const std::unique_ptr<PanelPages> pages = PanelPages::Install(nullptr);
+    Start();
+    EXPECT_FALSE(HasEnded());
+    EXPECT_TRUE(Errors().empty());
+
+    Start();
+    EXPECT_EQ(Errors(), Texts{"FindSimilarAlreadyRunning"});
+    EXPECT_TRUE(HasEnded()); // as far as it is known
+
+    Start();
+    EXPECT_EQ(Errors().size(), 1U);
+    EXPECT_FALSE(HasEnded());
+}
+
+TEST_F(FindSimilarStart, FailsInAPanelWithoutTheAddin)
+{
+    ClassDictionary::Instance().RemoveCreation(AddinClass);
+    Start();
+    EXPECT_EQ(Errors(), Texts{"UnableToRetrieveVLAddin"});
+    EXPECT_TRUE(HasEnded());
+    EXPECT_TRUE(Page().Urls().empty());
+    ClassDictionary::Instance().AddCreation(
+        AddinClass, []() -> ZALBaseUnknown* { return new ZALVelmartMeridiaAccessAddin; }, "creation");
+}
+
+TEST_F(FindSimilarStart, UploadsAtOnceWhenThePageIsReady)
+{
+    StartUpload();
+    EXPECT_TRUE(Page().Urls().empty());
+    EXPECT_EQ(Transport().Requests().at(0).url, UploadUrl);
+}
+
+TEST_F(FindSimilarStart, EndsInSilenceWhenThePageTakesNoUploads)
+{
+    OpenReadyPanel("");
+    Start();
+    EXPECT_TRUE(HasEnded());
+    EXPECT_TRUE(Errors().empty());
+    EXPECT_TRUE(Transport().Requests().empty());
+}
+
+TEST_F(FindSimilarStart, WaitsForThePageAndThenUploads)
+{
+    Start();
+    Page().ReportUrl("https://velmart.example/");
+    EXPECT_TRUE(Transport().Requests().empty());
+    ReportReady();
+    ASSERT_EQ(Transport().Count(), 1U);
+    EXPECT_TRUE(Command::IsUploading());
+}
+
+TEST_F(FindSimilarStart, EndsInSilenceWhenThePageComesWithoutAnUploadAddress)
+{
+    Start();
+    ReportReady("");
+    EXPECT_TRUE(HasEnded());
+    EXPECT_TRUE(Errors().empty());
+}
+
+TEST_F(FindSimilarStart, GoesOnWaitingWhenAnotherPageComes)
+{
+    Start();
+    ReportOver();
+    EXPECT_FALSE(HasEnded());
+    ReportReady();
+    EXPECT_TRUE(Command::IsUploading());
+}
+
+TEST_F(FindSimilarStart, EndsWithItsUploadWhenThePageIsReadyOnceMore)
+{
+    StartUpload();
+    ReportOver();
+    EXPECT_TRUE(Errors().empty());
+    ReportReady();
+    EXPECT_EQ(Errors(), Texts{"FindSimilarAlreadyRunning"});
+    EXPECT_TRUE(HasEnded());
+    EXPECT_FALSE(Transport().At(0).IsRunning());
+    EXPECT_EQ(Transport().Count(), 1U);
+    EXPECT_EQ(Errors().size(), 1U);
+}
+
+TEST_F(FindSimilarStart, EndsInSilenceWhenThePanelIsClosedBeforeThePageIsReady)
+{
+    Start();
+    Panel::Close();
+    EXPECT_TRUE(HasEnded());
+    EXPECT_TRUE(Errors().empty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Messages
+
+TEST_F(FindSimilarStart, ShowsAnErrorOnTheMainWindow)
+{
+    InstallCatalog("UnableToRetrieveSelection = \"Select something.\";\n");
+    ZALFrmEditor::GetCurrentEditor()->GetCSO()->Empty();
+    Start();
+    ASSERT_EQ(Surface().Questions().size(), 1U);
+    const ScriptedSurface::Question& question = Surface().Questions().front();
+    EXPECT_EQ(question.name, "FileDownloadErrorNotify");
+    EXPECT_EQ(question.style, 0x4000U);
+    EXPECT_EQ(question.title, "");
+    EXPECT_EQ(question.text, "Select something.");
+    EXPECT_EQ(question.parent, "MainWindow");
+    Loop().RunUntilIdle();
+    EXPECT_EQ(Surface().Find("FileDownloadErrorNotify"), nullptr);
+}
+
+TEST_F(FindSimilarStart, ShowsAnErrorWithoutAFrameAndWithoutACatalog)
+{
+    ResetFrame();
+    Start();
+    ASSERT_EQ(Surface().Questions().size(), 1U);
+    EXPECT_EQ(Surface().Questions().front().text, "Transaction has failed");
+    EXPECT_EQ(Surface().Questions().front().parent, "");
+}
+
+TEST_F(FindSimilarStart, ShowsNoEmptyError)
+{
+    InstallCatalog("UnableToRetrieveSelection = \"\";\n");
+    ZALFrmEditor::GetCurrentEditor()->GetCSO()->Empty();
+    Start();
+    EXPECT_EQ(Errors(), Texts{"UnableToRetrieveSelection"});
+    EXPECT_TRUE(Surface().Questions().empty());
+    EXPECT_TRUE(HasEnded());
+}
+
+TEST_F(FindSimilarStart, TracesItsEndOnceForEachTimeThatItIsAskedFor)
+{
+    ZALFrmEditor::GetCurrentEditor()->GetCSO()->Empty();
+    Start();
+    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::RequestDelayedDestruction"));
+    EXPECT_TRUE(HasEnded());
+}
+
+} // namespace
+
+} // namespace openhost::testing

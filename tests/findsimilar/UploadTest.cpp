@@ -1,0 +1,375 @@
+// The upload, its reply, and the search.
+
+#include "tests/findsimilar/FindSimilarFixture.h"
+
+#include <chrono>
+
+namespace openhost::testing {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+class FindSimilarUpload : public FindSimilarFixture {
+protected:
+    /// The value of a header of the request sent last.
+    std::string Header(const std::string& name)
+    {
+        std::string values;
+        for (const auto& [key, value] : Transport().Requests().back().headers)
+            if (key == name)
+                values += value;
+        return values;
+    }
+    std::string UploadedName()
+    {
+        const std::string& body = Transport().Requests().back().body;
+        const std::size_t start = body.find("filename=\"") + 10;
+        return body.substr(start, body.find("\"\r\n", start) - start);
+    }
+};
+
+const std::string Query = R"({"data":{"query":"q1"}})";
+const std::string Script = "OpApi.sendMessage('search', {query: 'q1'});";
+
+// ---------------------------------------------------------------------------------------------
+// The request
+
+TEST_F(FindSimilarUpload, PostsTheZipFileAsAForm)
+{
+    StartUpload();
+    const HttpRequestData& request = Transport().Requests().at(0);
+    const std::string body = "------WebKitFormBoundaryA9TZlwqNn7lCilAD\r\n"
+                             "Content-Disposition: form-data; name=\"file\"; filename=\"PartLVR.zip\"\r\n"
+                             "Content-Type: application/x-zip-compressed\r\n\r\n" +
+                             Read(Zip()) + "\r\n------WebKitFormBoundaryA9TZlwqNn7lCilAD--\r\n";
+    EXPECT_EQ(request.method, "POST");
+    EXPECT_EQ(request.url, UploadUrl);
+    EXPECT_EQ(request.body, body);
+    EXPECT_EQ(request.headers.size(), 4U);
+    EXPECT_EQ(Header("Accept"), "application/json, text/javascript, */*; q=0.01");
+    EXPECT_EQ(Header("X-Requested-With"), "XMLHttpRequest");
+    EXPECT_EQ(Header("Content-Length"), std::to_string(body.size()));
+    EXPECT_EQ(Header("Content-Type"), "multipart/form-data; boundary=----WebKitFormBoundaryA9TZlwqNn7lCilAD");
+}
+
+TEST_F(FindSimilarUpload, BlanksWhatNoFileNameHolds)
+{
+    leaf_->isReference = leaf_->offersAlias = true;
+    leaf_->alias = R"(a\b/c:d?e"f<g>h|i*j.k)";
+    StartUpload();
+    EXPECT_EQ(UploadedName(), "a b c d e f g h i*j.k.zip");
+}
+
+TEST_F(FindSimilarUpload, KeepsLettersOfAnyScriptInTheName)
+{
+    leaf_->isReference = leaf_->offersAlias = true;
+    leaf_->alias = "Bügel \u4E2D \U0001F529";
+    StartUpload();
+    EXPECT_EQ(UploadedName(), "Bügel \u4E2D \U0001F529.zip");
+}
+
+TEST_F(FindSimilarUpload, TracesWhatItPostsAndTheTimeItTook)
+{
+    StartUpload();
+    const std::string size = Header("Content-Length");
+    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::UploadFileInVelmart, Post : " + Zip().string() + " on " + UploadUrl));
+    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::UploadFileInVelmart, PostSize : " + size));
+    Reply(Query);
+    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::OnUploadRequestComplete response : " + Query));
+    const auto in = std::ranges::find_if(Traces(), [](const std::string& trace) {
+        return trace.starts_with("ZALVelmartFindSimilarCmd::OnUploadRequestComplete in ");
+    });
+    ASSERT_NE(in, Traces().end());
+    EXPECT_TRUE(in->ends_with(" ms\n"));
+    EXPECT_LT(std::stoull(in->substr(std::string("ZALVelmartFindSimilarCmd::OnUploadRequestComplete in ").size())),
+              60'000U);
+}
+
+TEST_F(FindSimilarUpload, FailsWhenItsFileHasGone)
+{
+    Start();
+    std::filesystem::remove(Zip());
+    ReportReady();
+    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_TRUE(HasEnded());
+    EXPECT_TRUE(Transport().Requests().empty());
+}
+
+TEST_F(FindSimilarUpload, FailsWhenItsFileIsEmpty)
+{
+    Start();
+    std::ofstream(Zip(), std::ios::trunc).flush();
+    ReportReady();
+    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_TRUE(HasEnded());
+}
+
+TEST_F(FindSimilarUpload, FailsWhenTheHostRefusesToSend)
+{
+    OpenReadyPanel();
+    Transport().RefuseNext();
+    Start();
+    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_TRUE(HasEnded());
+    Loop().Advance(2s);
+    EXPECT_FALSE(HasProgressDialog());
+    EXPECT_EQ(Errors().size(), 1U);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Its progress
+
+TEST_F(FindSimilarUpload, ShowsItsProgressBehindASecond)
+{
+    StartUpload();
+    Loop().Advance(999ms);
+    EXPECT_FALSE(HasProgressDialog());
+    Loop().Advance(1ms);
+    EXPECT_TRUE(HasProgressDialog());
+    Loop().Advance(10s);
+    EXPECT_EQ(Surface().WindowEvents().size(), 1U);
+    Reply(Query);
+    EXPECT_FALSE(HasProgressDialog());
+}
+
+TEST_F(FindSimilarUpload, ShowsNoProgressForAQuickReply)
+{
+    StartUpload();
+    Loop().Advance(999ms);
+    Reply(Query);
+    Loop().Advance(10s);
+    EXPECT_TRUE(Surface().WindowEvents().empty());
+}
+
+TEST_F(FindSimilarUpload, ShowsNoProgressWithoutAFrame)
+{
+    StartUpload();
+    ConfigureFrame({.exists = false});
+    Loop().Advance(2s);
+    EXPECT_FALSE(HasProgressDialog());
+    Reply(Query);
+    EXPECT_TRUE(Errors().empty());
+}
+
+TEST_F(FindSimilarUpload, RunsWithoutAnApplication)
+{
+    ConfigureCommands({.findSimilarHeader = false, .application = false});
+    StartUpload();
+    Loop().Advance(2s);
+    EXPECT_FALSE(HasProgressDialog());
+    Reply(Query);
+    EXPECT_EQ(Page().Scripts(), Texts{Script});
+}
+
+TEST_F(FindSimilarUpload, GoesOnWhenTheUserClosesTheProgress)
+{
+    StartUpload();
+    Loop().Advance(1s);
+    for (int times = 0; times < 2; ++times) {
+        EXPECT_EQ(Surface().Push(ProgressDialog, "CLOSE"), PushResult::Done);
+        EXPECT_FALSE(HasEnded());
+        EXPECT_TRUE(HasProgressDialog());
+    }
+    EXPECT_EQ(CountOf("ZALVelmartFindSimilarUploadProgressDlg::CANCELNotif"), 2);
+    EXPECT_TRUE(Transport().Last().IsRunning());
+}
+
+// ---------------------------------------------------------------------------------------------
+// The reply
+
+TEST_F(FindSimilarUpload, LetsAReadyPageSearchForTheQuery)
+{
+    StartUpload();
+    Reply(Query);
+    EXPECT_EQ(Page().Scripts(), Texts{Script});
+    EXPECT_TRUE(Page().Urls().empty());
+    EXPECT_TRUE(Errors().empty());
+    EXPECT_TRUE(HasEnded());
+}
+
+TEST_F(FindSimilarUpload, BringsThePanelToTheSearchWhenThePageHasGone)
+{
+    StartUpload();
+    ReportOver();
+    Reply(R"({"data":{"query":"a b&ü"}})");
+    EXPECT_TRUE(Page().Scripts().empty());
+    EXPECT_EQ(Page().Urls(), Texts{"https://velmart.example/categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true"
+                                   "&addinmode=zalorq7&extq=a%20b%26ü"});
+    EXPECT_TRUE(HasEnded());
+}
+
+class BadReply : public FindSimilarUpload, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(BadReply, IsAFailedUpload)
+{
+    StartUpload();
+    Reply(GetParam());
+    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_TRUE(Page().Scripts().empty());
+    EXPECT_TRUE(Page().Urls().empty());
+    EXPECT_TRUE(HasEnded());
+}
+
+INSTANTIATE_TEST_SUITE_P(Replies, BadReply,
+                         ::testing::Values("", "nonsense", "<html>500</html>", "{\"data\":{\"query\":\"q\"}", "[]", "7",
+                                           "null", "{}", R"({"data":7})", R"({"data":null})", R"({"data":[]})",
+                                           R"({"data":{}})", R"({"query":"q"})", R"({"Data":{"query":"q"}})",
+                                           R"({"data":{"Query":"q"}})", "{\"data\":{\"query\":\"\xFF\"}}"));
+
+TEST_F(FindSimilarUpload, DoesNotLookAtTheStatusOfTheReply)
+{
+    StartUpload();
+    Reply(Query, 500);
+    EXPECT_EQ(Page().Scripts(), Texts{Script});
+    EXPECT_TRUE(Errors().empty());
+}
+
+TEST_F(FindSimilarUpload, IgnoresOtherMembersOfTheReply)
+{
+    StartUpload();
+    Reply(R"({"status":"ok","data":{"hits":3,"query":"q1","more":{}},"z":[1]})");
+    EXPECT_EQ(Page().Scripts(), Texts{Script});
+}
+
+TEST_F(FindSimilarUpload, FailsWhenTheTransferFails)
+{
+    StartUpload();
+    Transport().Last().End(TransferEnd::Failed);
+    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_TRUE(HasEnded());
+}
+
+TEST_F(FindSimilarUpload, PassesAQueryOnAsItComes)
+{
+    const struct {
+        const char* value;
+        const char* text;
+    } queries[] = {{"12", "12"},
+                   {"1.5", "1.5"},
+                   {"true", "true"},
+                   {"null", "null"},
+                   {"[1,2]", "[1,2]"},
+                   {"\"\"", ""},
+                   {"\"a'b\"", "a'b"},
+                   {R"({"k":"v"})", R"({"k":"v"})"},
+                   {R"("\u20ac")", "\u20AC"}};
+    OpenReadyPanel();
+    Texts expected;
+    for (const auto& [value, text] : queries) {
+        Start();
+        Reply(std::string(R"({"data":{"query":)") + value + "}}");
+        expected.push_back(std::string("OpApi.sendMessage('search', {query: '") + text + "'});");
+    }
+    EXPECT_EQ(Page().Scripts(), expected);
+    EXPECT_TRUE(Errors().empty());
+}
+
+TEST_F(FindSimilarUpload, TellsThatTheSearchCannotBeDelivered)
+{
+    StartUpload();
+    Page().takesScripts = false;
+    Reply(Query);
+    EXPECT_EQ(Errors(), Texts{"SearchResultFailure"});
+    EXPECT_TRUE(HasEnded());
+}
+
+TEST_F(FindSimilarUpload, TellsNothingWhenThePanelRefusesTheSearchPage)
+{
+    StartUpload();
+    ReportOver();
+    Page().takesUrls = false;
+    Reply(Query);
+    EXPECT_TRUE(Errors().empty());
+    EXPECT_TRUE(HasEnded());
+}
+
+TEST_F(FindSimilarUpload, TellsThatThePanelHasGone)
+{
+    StartUpload();
+    Panel::End(); // without a word to the command
+    Reply(Query);
+    EXPECT_EQ(Errors(), Texts{"UnableToRetrieveMeridiaAccessDialog"});
+    EXPECT_TRUE(HasEnded());
+}
+
+TEST_F(FindSimilarUpload, EndsInSilenceInAPanelWithoutTheAddin)
+{
+    StartUpload();
+    Panel::End();
+    ClassDictionary::Instance().RemoveCreation(AddinClass);
+    Panel::Open();
+    Reply(Query);
+    ClassDictionary::Instance().AddCreation(
+        AddinClass, []() -> ZALBaseUnknown* { return new ZALVelmartMeridiaAccessAddin; }, "creation");
+    EXPECT_TRUE(Errors().empty());
+    EXPECT_TRUE(HasEnded());
+    EXPECT_TRUE(Page().Scripts().empty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// The end
+
+TEST_F(FindSimilarUpload, IsCancelledWhenTheUserClosesThePanel)
+{
+    StartUpload();
+    Loop().Advance(1s);
+    Panel::Close();
+    EXPECT_TRUE(Transport().Last().IsCancelled());
+    EXPECT_TRUE(HasEnded());
+    EXPECT_FALSE(HasProgressDialog());
+    // The end of the transfer comes before that of the command, which finds an empty reply.
+    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+}
+
+TEST_F(FindSimilarUpload, DropsTheReplyOfACommandThatHasGone)
+{
+    StartUpload();
+    Loop().Advance(1s);
+    EndStartedCommands();
+    EXPECT_TRUE(HasEnded());
+    EXPECT_FALSE(HasProgressDialog());
+    EXPECT_FALSE(Transport().Last().IsRunning());
+    EXPECT_TRUE(Errors().empty());
+}
+
+TEST_F(FindSimilarUpload, LeavesNoSubscriptionAndNoTimeOutBehind)
+{
+    StartUpload();
+    ZALBaseUnknown* publisher = ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher();
+    EXPECT_EQ(SubscribersOf(publisher, "ZALDlgWindCloseNotification").size(), 1U);
+    EndStartedCommands();
+    EXPECT_TRUE(HasEnded());
+    EXPECT_TRUE(SubscribersOf(publisher, "ZALDlgWindCloseNotification").empty());
+    Loop().Advance(10s);
+    EXPECT_TRUE(Surface().WindowEvents().empty());
+}
+
+TEST_F(FindSimilarUpload, SurvivesAPanelThatIsClosedWhileAnErrorIsShown)
+{
+    OpenReadyPanel();
+    Transport().RefuseNext();
+    // The error is shown inside the constructor, and runs the loop.
+    Loop().Post([] { Panel::Close(); });
+    Surface().Answer("UploadWarningPopup", 3);
+    ConfigureFrame({.exists = false, .editor = true}); // no warning, which would run the loop first
+    Select(*leaf_);
+    Start();
+    EXPECT_FALSE(Panel::Current());
+    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_TRUE(HasEnded());
+}
+
+TEST_F(FindSimilarUpload, CanBeFollowedByAnother)
+{
+    StartUpload();
+    Reply(Query);
+    Start();
+    Reply(Query);
+    EXPECT_EQ(Page().Scripts(), (Texts{Script, Script}));
+    EXPECT_TRUE(Errors().empty());
+}
+
+} // namespace
+
+} // namespace openhost::testing
