@@ -483,9 +483,10 @@ private:
                       }},
                      {"enter", [&](const LocatedJson& member) {
                           take(member, "enter");
-                          ReadMembers(member, "\"enter\"",
-                                      {{"selector", [this](const LocatedJson& part) { target_ = ReadName(part, "selector"); }},
-                                       {"text", [this](const LocatedJson& part) { text_ = ReadText(part, "text"); }}});
+                          ReadMembers(
+                              member, "\"enter\"",
+                              {{"selector", [this](const LocatedJson& part) { target_ = ReadName(part, "selector"); }},
+                               {"text", [this](const LocatedJson& part) { text_ = ReadText(part, "text"); }}});
                           RequireMember(member, "\"enter\"", "selector");
                           RequireMember(member, "\"enter\"", "text");
                       }}});
@@ -670,7 +671,7 @@ const std::map<std::string, StepMaker> StepMakers = {
     {WaitStep::Name, Make<WaitStep>},         {HighlightStep::Name, Make<HighlightStep>},
     {CommandStep::Name, Make<CommandStep>},   {PanelStep::Name, Make<PanelStep>},
     {PageStep::Name, Make<PageStep>},         {ScreenshotStep::Name, Make<ScreenshotStep>},
-        {MoveStep::Name, Make<MoveStep>},
+    {MoveStep::Name, Make<MoveStep>},
 };
 
 } // namespace
