@@ -573,8 +573,8 @@ TEST_F(CataloguePage, AByteOfTheAddressThatIsNoUtf8IsACharacter)
         response.set_content("[]", "application/json");
     });
     OpenPage("/categories?connect&extq=%E4");
-    EXPECT_EQ("\u00e4", asked.get_future().get());
     ASSERT_TRUE(UntilShown(".count"));
+    EXPECT_EQ("\u00e4", asked.get_future().get());
     EXPECT_EQ("The catalogue has no similar shape.", TextOf(".count"));
 }
 
