@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <set>
 #include <thread>
@@ -28,6 +29,7 @@ constexpr std::uint64_t MaximumItemSize = 1 << 20;
 /// Most bytes of the body of a request: an upload with the headers of its form.
 constexpr std::size_t MaximumRequestSize = MaximumUploadSize + (64 << 10);
 constexpr const char* UploadPath = "/upload";
+constexpr std::uint64_t MaximumPageSize = 4 << 20;
 /// Seconds without a byte taken after which a reply is given up; long enough for a client in a debugger.
 constexpr time_t WriteTimeout = 60;
 constexpr time_t KeepAliveTimeout = 1;
@@ -63,24 +65,14 @@ void ReplaceAll(std::string& text, const std::string& old, const std::string& re
         text.replace(at, old.size(), replacement);
 }
 
-std::string EscapeHtml(std::string text)
-{
-    ReplaceAll(text, "&", "&amp;");
-    ReplaceAll(text, "<", "&lt;");
-    ReplaceAll(text, "\"", "&quot;");
-    return text;
-}
-
-/// Names of the visible files in `folder`, in order.
-std::set<std::string> ListFiles(const std::filesystem::path& folder)
-{
-    std::set<std::string> names;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
-        if (IsPlainName(entry->path().filename().string()))
-            names.insert(entry->path().filename().string());
-    return names;
-}
+/// The types of the files of the page, by extension.
+const std::map<std::string, const char*> PageTypes = {{".html", "text/html; charset=utf-8"},
+                                                      {".css", "text/css; charset=utf-8"},
+                                                      {".js", "text/javascript; charset=utf-8"},
+                                                      {".svg", "image/svg+xml"}};
+/// The page has its own files and the service, and nothing else: no script or style within, nothing of other hosts.
+constexpr const char* PagePolicy = "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; "
+                                   "connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 
 /// Why the body of `request` is not read, with the code that tells it; nothing when it is. The library keeps the whole
 /// body in memory and bounds only one whose length is announced.
@@ -124,7 +116,7 @@ public:
 
 private:
     void AddRoutes();
-    void AnswerIndex(httplib::Response& response) const;
+    void AnswerPage(const std::string& name, httplib::Response& response) const;
     void AnswerJson(const std::filesystem::path& path, httplib::Response& response) const;
     void AnswerPicture(const httplib::Request& request, httplib::Response& response);
     void AnswerFile(const httplib::Request& request, httplib::Response& response);
@@ -200,7 +192,12 @@ void CatalogueService::Implementation::AddRoutes()
     };
     server_.set_error_handler(describeError);
 
-    server_.Get("/", [this](const httplib::Request&, httplib::Response& response) { AnswerIndex(response); });
+    for (const char* path : {"/", "/categories"})
+        server_.Get(
+            path, [this](const httplib::Request&, httplib::Response& response) { AnswerPage("index.html", response); });
+    server_.Get("/page/([^/]+)", [this](const httplib::Request& request, httplib::Response& response) {
+        AnswerPage(request.matches[1], response);
+    });
     server_.Get("/items", [this](const httplib::Request&, httplib::Response& response) {
         AnswerJson(root_ / "index.json", response);
     });
@@ -250,20 +247,22 @@ void CatalogueService::Implementation::Stop()
     thread_.join();
 }
 
-void CatalogueService::Implementation::AnswerIndex(httplib::Response& response) const
+void CatalogueService::Implementation::AnswerPage(const std::string& name, httplib::Response& response) const
 {
-    std::string page =
-        "<!DOCTYPE html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n<title>Velmart catalogue</title>\n"
-        "<h1>Velmart catalogue</h1>\n<h2><a href=\"/items\">Items</a></h2>\n<ul>\n";
-    for (const std::string& name : ListFiles(root_ / "items")) {
-        const std::string id = std::filesystem::path(name).stem().string();
-        page += "<li><a href=\"/items/" + PercentEncode(id) + "\">" + EscapeHtml(id) + "</a></li>\n";
-    }
-    page += "</ul>\n<h2>Files</h2>\n<ul>\n";
-    for (const std::string& name : ListFiles(root_ / "files"))
-        page += "<li><a href=\"/files/" + PercentEncode(name) + "\">" + EscapeHtml(name) + "</a></li>\n";
-    page += "</ul>\n</html>\n";
-    response.set_content(page, "text/html; charset=utf-8");
+    const auto type = PageTypes.find(std::filesystem::path(name).extension().string());
+    std::shared_ptr<Body> body;
+    if (IsPlainName(name) && type != PageTypes.end())
+        body = Body::FromFile(root_ / "page" / name);
+    if (!body || body->Size() > MaximumPageSize)
+        return WriteError(response, 404, "no such page");
+
+    std::string text(static_cast<std::size_t>(body->Size()), '\0');
+    text.resize(body->Read(0, text.data(), text.size()));
+    response.set_header("Content-Security-Policy", PagePolicy);
+    response.set_header("X-Content-Type-Options", "nosniff");
+    response.set_header("Referrer-Policy", "no-referrer");
+    response.set_header("Cache-Control", "no-cache");
+    response.set_content(std::move(text), type->second);
 }
 
 void CatalogueService::Implementation::FillIn(Json& value) const

@@ -19,11 +19,11 @@ constexpr const char* Usage =
 Serves a folder of catalogue items over HTTP on 127.0.0.1 until SIGTERM or SIGINT.
 
   --port N     port to listen on; 0 takes a free one
-  --root DIR   folder with index.json, items/ID.json, pictures/ID.png and files/NAME
+  --root DIR   folder with index.json, items/ID.json, pictures/ID.png, files/NAME, page/NAME
   --verbose    one line on standard error for each request
   --help       this text
 
-  GET /                  list of items and files, as a page
+  GET /                  the catalogue's page, also as /categories
   GET /items             the index
   GET /items/ID          the request of an item, as the catalogue page sends it
   GET /items/ID/picture  the picture of an item

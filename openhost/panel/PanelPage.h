@@ -7,6 +7,8 @@
 
 namespace openhost {
 
+class PageUser;
+
 /// The page in the panel: a recorded one, or one in a real browser. Texts are UTF-8. Used on the user-interface thread.
 class PanelPage {
 public:
@@ -30,6 +32,8 @@ public:
     virtual ~PanelPages() = default;
     /// The page of a panel that opens. Its destruction closes it, without a report.
     virtual std::unique_ptr<PanelPage> Open(PanelPage::Listener listener) = 0;
+    /// A user of the page that was opened last; null when it is closed, or pages are not those of a real browser.
+    virtual PageUser* User() { return nullptr; }
 
     /// Null in a host without a panel.
     static PanelPages* Current();

@@ -31,6 +31,7 @@ namespace {
 
 constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";
 constexpr const char* IdleEvent = "idle";
+constexpr std::chrono::milliseconds ElementInterval(20);
 
 std::filesystem::path Resolve(const Session& session, const std::string& path)
 {
@@ -45,7 +46,7 @@ std::filesystem::path Resolve(const Session& session, const std::string& path)
 /// Everything that a session changes in the process, for as long as it is played.
 class SessionPlayer::Host {
 public:
-    explicit Host(bool traces) : traces_(traces)
+    Host(bool traces, Desktop* desktop) : traces_(traces)
     {
         RedirectTraces([](std::string_view name, std::string_view text) {
             while (text.ends_with('\n'))
@@ -57,7 +58,7 @@ public:
         observer_ = ObserveDispatches([](ZALBaseUnknown* publisher, const ZALNotification& notification) {
             journal::Write("notification", {{"class", notification.IsA()}, {"publisher", publisher->IsA()}});
         });
-        loop_ = EventLoop::Install(std::make_unique<UvEventLoop>());
+        loop_ = EventLoop::Install(desktop ? desktop->MakeLoop() : std::make_unique<UvEventLoop>());
         transport_ = HttpTransport::Install(std::make_unique<CurlTransport>());
         kernel_ = DocumentKernel::Install(std::make_unique<CompoundDocumentKernel>());
         auto surface = std::make_unique<ScriptedSurface>();
@@ -66,7 +67,7 @@ public:
         auto cad = std::make_unique<CadSession>();
         cad_ = cad.get();
         cadBefore_ = CadServices::Install(std::move(cad));
-        pages_ = PanelPages::Install(std::make_unique<RecordedPages>());
+        pages_ = PanelPages::Install(desktop ? desktop->MakePages() : std::make_unique<RecordedPages>());
         SettingsStore::Current().Reset();
         ConfigureCommands({});
     }
@@ -176,6 +177,8 @@ int SessionPlayer::Play()
     try {
         SetUp();
         RunSteps();
+        if (places_.desktop && places_.desktop->HasDisplay())
+            StayOpen();
     } catch (const std::exception& error) {
         fail(error.what());
     } catch (...) {
@@ -191,7 +194,7 @@ int SessionPlayer::Play()
 
 void SessionPlayer::SetUp()
 {
-    host_ = std::make_unique<Host>(session_.traces);
+    host_ = std::make_unique<Host>(session_.traces, places_.desktop);
 
     if (!session_.variables.contains(TemporaryFolderVariable))
         host_->MakeTemporaryFolder();
@@ -251,7 +254,7 @@ void SessionPlayer::Receive(const nlohmann::ordered_json& event)
 RecordedPage& SessionPlayer::Page()
 {
     if (!Panel::Current() || !RecordedPage::Current())
-        throw StepFailure("the panel is closed");
+        throw StepFailure(Panel::Current() ? "the panel shows a page of a browser" : "the panel is closed");
     return *RecordedPage::Current();
 }
 
@@ -316,7 +319,11 @@ void SessionPlayer::Wait(const std::string& event, std::chrono::milliseconds lim
         return;
     }
 
-    switch (loop.RunUntil([&] { return written_[event] > waitedFor_[event]; }, limit)) {
+    // What a page might bring has no end: with one, only the limit ends the wait.
+    const EventLoop::Timer alive = places_.desktop && Panel::Current() ? loop.CallAfter(limit, [] {}) : 0;
+    const RunEnd end = loop.RunUntil([&] { return written_[event] > waitedFor_[event]; }, limit);
+    loop.CancelTimer(alive);
+    switch (end) {
     case RunEnd::Done:
         ++waitedFor_[event];
         return;
@@ -325,6 +332,35 @@ void SessionPlayer::Wait(const std::string& event, std::chrono::milliseconds lim
     case RunEnd::TimedOut:
         throw timedOut("no event \"" + event + "\" has come");
     }
+}
+
+void SessionPlayer::WaitForElement(const std::string& selector, std::chrono::milliseconds limit)
+{
+    EventLoop& loop = EventLoop::Current();
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!User().Shows(selector)) {
+        if (std::chrono::steady_clock::now() >= end)
+            throw StepFailure("the page has not shown \"" + selector + "\" within " + std::to_string(limit.count()) +
+                              " ms");
+        bool passed = false;
+        loop.CallAfter(ElementInterval, [&passed] { passed = true; });
+        loop.RunUntil([&passed] { return passed; });
+    }
+}
+
+void SessionPlayer::StayOpen()
+{
+    std::function<void()> stay = [&stay] { EventLoop::Current().CallAfter(std::chrono::hours(1), stay); };
+    stay();
+    EventLoop::Current().RunUntil([] { return !Panel::Current(); });
+}
+
+PageUser& SessionPlayer::User()
+{
+    PageUser* user = PanelPages::Current()->User();
+    if (!user)
+        throw StepFailure("the panel shows no page of a browser");
+    return *user;
 }
 
 } // namespace openhost

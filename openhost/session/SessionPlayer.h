@@ -4,6 +4,8 @@
 #include "openhost/cad/CadSession.h"
 #include "openhost/dialogs/ScriptedSurface.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/panel/Desktop.h"
+#include "openhost/panel/PageUser.h"
 #include "openhost/panel/RecordedPage.h"
 #include "openhost/session/OptionsPage.h"
 #include "openhost/session/Session.h"
@@ -28,6 +30,7 @@ public:
     struct Places {
         std::filesystem::path module;       ///< the module's shared library
         std::filesystem::path installation; ///< root of the installation, when neither session nor environment say
+        Desktop* desktop = nullptr;         ///< has the loop and the page; null for a host without windows
     };
 
     /// `session` outlives the player. `journal` receives each event.
@@ -43,6 +46,8 @@ public:
 
     /// The page in the panel. Throws StepFailure when the panel is closed.
     RecordedPage& Page();
+    /// A user of the page in the panel. Throws StepFailure when the panel is closed, or shows no real page.
+    PageUser& User();
     ScriptedSurface& Surface();
     OptionsPage& Options();
     /// The documents of the session.
@@ -60,6 +65,8 @@ public:
     /// left to happen. One event ends one wait. Throws StepFailure after `limit`, and as soon as the event cannot
     /// come any more.
     void Wait(const std::string& event, std::chrono::milliseconds limit);
+    /// Runs the loop until the page shows what `selector` names. Throws StepFailure after `limit`.
+    void WaitForElement(const std::string& selector, std::chrono::milliseconds limit);
 
 private:
     class Host;
@@ -68,6 +75,8 @@ private:
     void SetUpSettings();
     void Receive(const nlohmann::ordered_json& event);
     void RunSteps();
+    /// Leaves the host to the user until the panel is closed.
+    void StayOpen();
     std::string FindPlaceholder(const std::string& name) const;
 
     const Session& session_;

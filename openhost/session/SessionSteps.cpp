@@ -5,6 +5,7 @@
 #include "openhost/commands/StartedCommands.h"
 #include "openhost/frame/Frame.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/panel/PageUser.h"
 #include "openhost/panel/Panel.h"
 #include "openhost/session/LocatedRead.h"
 #include "openhost/session/SessionPlayer.h"
@@ -421,6 +422,98 @@ private:
     std::string action_;
 };
 
+/// {"page": ADDRESS or {"click": SELECTOR} or {"enter": {"selector": SELECTOR, "text": TEXT}} or {"press": KEY}}
+class PageStep : public SessionStep {
+public:
+    static constexpr const char* Name = "page";
+
+    explicit PageStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { ReadPage(value); }}});
+    }
+
+    bool Acts() const override { return true; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        const std::string target = player.ExpandPlaceholders(target_);
+        const std::string text = player.ExpandPlaceholders(text_);
+        nlohmann::ordered_json event = {{"action", action_}, {"target", target}};
+        if (action_ == "enter")
+            event["text"] = text;
+        journal::Write("page", event);
+        if (action_ == "load") {
+            if (!Panel::Current() || FAILED(Panel::Current()->LoadUrl(FromUtf8(target))))
+                throw StepFailure("the panel does not show " + target);
+        } else if (action_ == "click") {
+            player.User().Click(target);
+        } else if (action_ == "press") {
+            player.User().Press(target);
+        } else {
+            player.User().Enter(target, text);
+        }
+    }
+
+private:
+    void ReadPage(const LocatedJson& value)
+    {
+        if (!value.value.is_object()) {
+            action_ = "load";
+            target_ = ReadName(value, Name);
+            return;
+        }
+        const auto take = [this](const LocatedJson& member, const char* action) {
+            if (!action_.empty())
+                throw LocatedError(member.line, "\"page\" has one action");
+            action_ = action;
+        };
+        ReadMembers(value, "\"page\"",
+                    {{"click",
+                      [&](const LocatedJson& member) {
+                          take(member, "click");
+                          target_ = ReadName(member, "click");
+                      }},
+                     {"press",
+                      [&](const LocatedJson& member) {
+                          take(member, "press");
+                          target_ = ReadName(member, "press");
+                      }},
+                     {"enter", [&](const LocatedJson& member) {
+                          take(member, "enter");
+                          ReadMembers(
+                              member, "\"enter\"",
+                              {{"selector", [this](const LocatedJson& part) { target_ = ReadName(part, "selector"); }},
+                               {"text", [this](const LocatedJson& part) { text_ = ReadText(part, "text"); }}});
+                          RequireMember(member, "\"enter\"", "selector");
+                          RequireMember(member, "\"enter\"", "text");
+                      }}});
+        if (action_.empty())
+            throw LocatedError(value.line, "\"page\" must not be empty");
+    }
+
+    std::string action_;
+    std::string target_; ///< an address, a selector, or a key
+    std::string text_;
+};
+
+/// {"screenshot": PATH}
+class ScreenshotStep : public SessionStep {
+public:
+    static constexpr const char* Name = "screenshot";
+
+    explicit ScreenshotStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) { path_ = ReadName(value, Name); }}});
+    }
+
+    bool Acts() const override { return false; }
+
+    void Run(SessionPlayer& player) const override { player.User().SavePicture(player.PathOf(path_)); }
+
+private:
+    std::string path_;
+};
+
 /// {"workshop": NAME}
 class WorkshopStep : public SessionStep {
 public:
@@ -517,7 +610,7 @@ private:
     std::string document_;
 };
 
-/// {"wait": "idle" or EVENT, "seconds": N}
+/// {"wait": "idle" or EVENT or {"page": SELECTOR}, "seconds": N}
 class WaitStep : public SessionStep {
 public:
     static constexpr const char* Name = "wait";
@@ -525,7 +618,7 @@ public:
     explicit WaitStep(const LocatedJson& step) : SessionStep(Name)
     {
         ReadMembers(step, "the step",
-                    {{Name, [this](const LocatedJson& value) { event_ = ReadName(value, Name); }},
+                    {{Name, [this](const LocatedJson& value) { ReadCondition(value); }},
                      {"seconds",
                       [this](const LocatedJson& value) { seconds_ = ReadNumber(value, "seconds", 0, LongestWait); }}});
     }
@@ -534,11 +627,26 @@ public:
 
     void Run(SessionPlayer& player) const override
     {
-        player.Wait(player.ExpandPlaceholders(event_),
-                    std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(seconds_ * 1000))));
+        const std::chrono::milliseconds limit(static_cast<std::int64_t>(std::ceil(seconds_ * 1000)));
+        if (selector_)
+            player.WaitForElement(player.ExpandPlaceholders(*selector_), limit);
+        else
+            player.Wait(player.ExpandPlaceholders(event_), limit);
     }
 
 private:
+    void ReadCondition(const LocatedJson& value)
+    {
+        if (!value.value.is_object()) {
+            event_ = ReadName(value, Name);
+            return;
+        }
+        ReadMembers(value, "\"wait\"",
+                    {{"page", [this](const LocatedJson& member) { selector_ = ReadName(member, "page"); }}});
+        RequireMember(value, "\"wait\"", "page");
+    }
+
+    std::optional<std::string> selector_;
     std::string event_;
     double seconds_ = UsualWait;
 };
@@ -552,14 +660,23 @@ std::unique_ptr<SessionStep> Make(const LocatedJson& description)
 using StepMaker = std::unique_ptr<SessionStep> (*)(const LocatedJson&);
 
 const std::map<std::string, StepMaker> StepMakers = {
-    {MessageStep::Name, Make<MessageStep>},     {UrlStep::Name, Make<UrlStep>},
-    {AnswerStep::Name, Make<AnswerStep>},       {PushStep::Name, Make<PushStep>},
-    {OptionsStep::Name, Make<OptionsStep>},     {SelectStep::Name, Make<SelectStep>},
-    {WorkshopStep::Name, Make<WorkshopStep>},   {CloseStep::Name, Make<CloseStep>},
-    {SaveStep::Name, Make<SaveStep>},           {TreeStep::Name, Make<TreeStep>},
-    {WaitStep::Name, Make<WaitStep>},           {MoveStep::Name, Make<MoveStep>},
-    {HighlightStep::Name, Make<HighlightStep>}, {CommandStep::Name, Make<CommandStep>},
+    {MessageStep::Name, Make<MessageStep>},
+    {UrlStep::Name, Make<UrlStep>},
+    {AnswerStep::Name, Make<AnswerStep>},
+    {PushStep::Name, Make<PushStep>},
+    {OptionsStep::Name, Make<OptionsStep>},
+    {SelectStep::Name, Make<SelectStep>},
+    {WorkshopStep::Name, Make<WorkshopStep>},
+    {CloseStep::Name, Make<CloseStep>},
+    {SaveStep::Name, Make<SaveStep>},
+    {TreeStep::Name, Make<TreeStep>},
+    {WaitStep::Name, Make<WaitStep>},
+    {MoveStep::Name, Make<MoveStep>},
+    {HighlightStep::Name, Make<HighlightStep>},
+    {CommandStep::Name, Make<CommandStep>},
     {PanelStep::Name, Make<PanelStep>},
+    {PageStep::Name, Make<PageStep>},
+    {ScreenshotStep::Name, Make<ScreenshotStep>},
 };
 
 } // namespace

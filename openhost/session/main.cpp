@@ -10,6 +10,8 @@
 #include "openhost/session/SessionFile.h"
 #include "openhost/session/SessionPlayer.h"
 
+#include <dlfcn.h>
+
 #include <cstdlib>
 #include <iostream>
 #include <memory>
@@ -26,7 +28,7 @@ constexpr int BadUse = 2;
 
 constexpr const char* Usage =
     R"(Usage: openhost play SESSION.json [--journal FILE] [--account] [--set NAME=VALUE]...
-                     [--module FILE]
+                     [--module FILE] [--panel]
        openhost show FILE
        openhost export FILE OUT.step
        openhost picture FILE OUT.png [--size WIDTHxHEIGHT]
@@ -39,6 +41,8 @@ play   plays a session without a display. Exit status: 0 every step done; 1 a st
          --account         tell on standard output what happens, for a reader; the journal
                            is written only when --journal names its file
          --set NAME=VALUE  value of the placeholder ${NAME} in the session
+         --panel           show the page of the panel in a real browser, in a window when there
+                           is a display; the window then stays open until the user closes it
          --module FILE     the module's shared library; by default that of the environment
                            variable OPENHOST_MODULE, then ../lib/ZALVelmartIntegration.so
                            and ../lib/libZALVelmartIntegration.so beside this program
@@ -63,6 +67,7 @@ struct PlayArguments {
     std::string session;
     std::optional<std::string> journal;
     bool account = false;
+    bool panel = false;
     std::optional<std::string> module;
     openhost::Placeholders placeholders;
 };
@@ -81,6 +86,8 @@ PlayArguments ParsePlay(const std::vector<std::string>& words)
             arguments.journal = next(index);
         } else if (word == "--account") {
             arguments.account = true;
+        } else if (word == "--panel") {
+            arguments.panel = true;
         } else if (word == "--module") {
             arguments.module = next(index);
         } else if (word == "--set") {
@@ -121,6 +128,23 @@ std::filesystem::path FindModule(const std::optional<std::string>& given)
     return folder / "ZALVelmartIntegration.so";
 }
 
+/// The desktop of the library beside the program, which alone knows of windows and browser.
+std::unique_ptr<openhost::Desktop> MakeDesktop()
+{
+    const std::string file = (FindPrefix() / "lib" / "libopenhost_webpage.so").string();
+    void* library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!library)
+        throw std::runtime_error(std::string("there is no panel: ") + dlerror());
+    const auto make = reinterpret_cast<openhost::MakeDesktopFunction>(dlsym(library, openhost::MakeDesktopName));
+    if (!make)
+        throw std::runtime_error(file + ": no " + openhost::MakeDesktopName);
+    std::string reason;
+    std::unique_ptr<openhost::Desktop> desktop(make(reason));
+    if (!desktop)
+        throw std::runtime_error("there is no panel: " + reason);
+    return desktop;
+}
+
 int Play(const PlayArguments& arguments)
 {
     openhost::Session session;
@@ -146,7 +170,9 @@ int Play(const PlayArguments& arguments)
             account->Receive(event);
     };
     openhost::LvrWriter::Install(std::make_unique<openhost::TessellatingLvrWriter>());
-    openhost::SessionPlayer player(session, {FindModule(arguments.module), FindPrefix() / "installation"}, receive);
+    const std::unique_ptr<openhost::Desktop> desktop = arguments.panel ? MakeDesktop() : nullptr;
+    openhost::SessionPlayer player(
+        session, {FindModule(arguments.module), FindPrefix() / "installation", desktop.get()}, receive);
     const int status = player.Play();
     if (account)
         account->Finish();

@@ -159,16 +159,43 @@ TEST_F(CatalogueServiceTest, ADamagedOrOverlongItemIsAnErrorOfTheService)
     EXPECT_EQ(GetCode("/items/missing"), 404);
 }
 
-TEST_F(CatalogueServiceTest, ThePageListsItemsAndFilesWithTheirNamesEscaped)
+TEST_F(CatalogueServiceTest, ThePageStandsAtTheRootAndAtTheAddressThatTheModuleOpens)
 {
-    WriteFile("files/<b>&\".zip", "x");
-    const httplib::Result reply = Get("/");
+    WriteFile("page/index.html", "<!DOCTYPE html>");
+    for (const char* path : {"/", "/categories", "/categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true"}) {
+        const httplib::Result reply = Get(path);
+        ASSERT_TRUE(reply);
+        EXPECT_EQ(reply->status, 200) << path;
+        EXPECT_EQ(reply->get_header_value("Content-Type"), "text/html; charset=utf-8");
+        EXPECT_EQ(reply->body, "<!DOCTYPE html>");
+    }
+}
+
+TEST_F(CatalogueServiceTest, FilesOfThePageHaveTheirTypeAndTheRulesOfThePage)
+{
+    WriteFile("page/catalogue.js", "script");
+    WriteFile("page/catalogue.css", "style");
+    WriteFile("page/part.svg", "picture");
+    EXPECT_EQ(Get("/page/catalogue.css")->get_header_value("Content-Type"), "text/css; charset=utf-8");
+    EXPECT_EQ(Get("/page/part.svg")->get_header_value("Content-Type"), "image/svg+xml");
+    const httplib::Result reply = Get("/page/catalogue.js");
     ASSERT_TRUE(reply);
-    EXPECT_EQ(reply->get_header_value("Content-Type"), "text/html; charset=utf-8");
-    EXPECT_NE(reply->body.find("href=\"/items/bolt\""), std::string::npos);
-    EXPECT_NE(reply->body.find("href=\"/files/nut.ZALPart\""), std::string::npos);
-    EXPECT_NE(reply->body.find("<a href=\"/files/%3Cb%3E%26%22.zip\">&lt;b>&amp;&quot;.zip</a>"), std::string::npos);
-    EXPECT_EQ(reply->body.find("<b>"), std::string::npos);
+    EXPECT_EQ(reply->body, "script");
+    EXPECT_EQ(reply->get_header_value("Content-Type"), "text/javascript; charset=utf-8");
+    EXPECT_EQ(reply->get_header_value("X-Content-Type-Options"), "nosniff");
+    const std::string policy = reply->get_header_value("Content-Security-Policy");
+    EXPECT_NE(policy.find("default-src 'none'"), std::string::npos) << policy;
+    EXPECT_NE(policy.find("script-src 'self';"), std::string::npos) << policy;
+    EXPECT_EQ(policy.find("unsafe"), std::string::npos) << policy;
+}
+
+TEST_F(CatalogueServiceTest, WhatIsNoFileOfThePageIsNotFound)
+{
+    WriteFile("page/notes.txt", "x");
+    WriteFile("page/.hidden.js", "x");
+    for (const char* path : {"/", "/page/index.html", "/page/notes.txt", "/page/.hidden.js", "/page/..%2Findex.json",
+                             "/page/%2e%2e", "/page/"})
+        EXPECT_EQ(GetCode(path), 404) << path;
 }
 
 TEST_F(CatalogueServiceTest, OneLineIsLoggedForEachRequest)

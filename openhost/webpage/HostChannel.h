@@ -1,0 +1,29 @@
+// Where messages of injected scripts arrive.
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+#include <functional>
+
+namespace openhost {
+
+/// The object `hostPanel` of the channel, which pages reach from the world of injected scripts alone.
+class HostChannel : public QObject {
+    Q_OBJECT
+
+public:
+    using Receive = std::function<void(const QString& document, const QString& text)>;
+
+    explicit HostChannel(Receive receive) : receive_(std::move(receive)) {}
+
+    /// Takes a message of `document`. One that is too long is dropped.
+    Q_INVOKABLE void sendMessage(const QString& document, const QString& text);
+
+private:
+    static constexpr qsizetype LongestMessage = 4 << 20; ///< UTF-16 units
+
+    Receive receive_;
+};
+
+} // namespace openhost

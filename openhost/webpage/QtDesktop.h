@@ -1,0 +1,28 @@
+// The desktop over Qt.
+#pragma once
+
+#include "openhost/panel/Desktop.h"
+
+class QApplication;
+
+namespace openhost {
+
+/// Owns the application of Qt. Without a display it works offscreen, where nobody sees the windows. The browser's
+/// sandbox is off for the superuser, under whom it does not start.
+class QtDesktop final : public Desktop {
+public:
+    /// Throws std::logic_error when the process has an application of Qt already.
+    QtDesktop();
+    QtDesktop(const QtDesktop&) = delete;
+    QtDesktop& operator=(const QtDesktop&) = delete;
+    ~QtDesktop() override;
+
+    bool HasDisplay() const override;
+    std::unique_ptr<EventLoop> MakeLoop() override;
+    std::unique_ptr<PanelPages> MakePages() override;
+
+private:
+    std::unique_ptr<QApplication> application_;
+};
+
+} // namespace openhost

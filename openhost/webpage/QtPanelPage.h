@@ -1,0 +1,79 @@
+// One page of the panel in a window.
+#pragma once
+
+#include "openhost/loop/EventLoop.h"
+#include "openhost/panel/PageUser.h"
+#include "openhost/panel/PanelPage.h"
+
+#include <QEvent>
+#include <QPointF>
+#include <QVariant>
+#include <QWebEngineLoadingInfo>
+#include <QWidget>
+
+class QWebEngineProfile;
+class QWebEngineView;
+
+namespace openhost {
+
+class BrowserPage;
+class HostChannel;
+
+/// A window with the browser's view of one page. Injected scripts and the channel live in a world of their own, which
+/// begins anew with each document.
+class QtPanelPage final : public QWidget, public PanelPage, public PageUser {
+public:
+    /// `profile` outlives the page.
+    QtPanelPage(QWebEngineProfile& profile, Listener listener);
+    ~QtPanelPage() override;
+
+    bool LoadUrl(const std::string& url) override;
+    bool ExecuteScript(const std::string& script) override;
+
+    void Click(const std::string& selector) override;
+    void Enter(const std::string& selector, const std::string& text) override;
+    void Press(const std::string& key) override;
+    bool Shows(const std::string& selector) override;
+    void SavePicture(const std::filesystem::path& file) override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void OnLoading(const QWebEngineLoadingInfo& info);
+    void ReportDocument();
+    void ReportFailure();
+    void OnMessage(const QString& document, const QString& text);
+    /// Calls the listener from the loop, unless the page has been destroyed by then.
+    void Report(std::function<void(const Listener&)> call);
+    void BeginWork();
+    void EndWork();
+
+    /// Runs `script` in a world that neither the page nor injected scripts see, and waits for its value.
+    QVariant Evaluate(const QString& script);
+    /// Evaluates `script` again and again until it gives true, with an attempt at it each time before the next.
+    void Await(
+        const QString& script, const std::string& what, const std::function<void()>& attempt = [] {});
+    /// Asks `done` again and again, with the loop running between.
+    void AwaitHere(const std::function<bool()>& done, const std::string& what);
+    /// Runs the loop until `done`. Throws std::runtime_error when that takes too long.
+    void RunUntil(const std::function<bool()>& done, const std::string& what);
+    QWidget& Target();
+    /// The middle of the element, scrolled into view. Throws std::runtime_error when it cannot be clicked.
+    QPointF PlaceOf(const std::string& selector);
+    void SendPointer(QEvent::Type type, QPointF place, Qt::MouseButton button, Qt::MouseButtons buttons);
+    /// Moves the pointer until the page notices. A page that has just loaded drops input, so this goes before any
+    /// other.
+    void MovePointer(QPointF place);
+    void SendKey(int key, Qt::KeyboardModifiers modifiers, const QString& text);
+
+    std::shared_ptr<const Listener> listener_; ///< reports hold it weakly
+    std::unique_ptr<HostChannel> channel_;
+    std::unique_ptr<BrowserPage> page_;
+    QWebEngineView* view_ = nullptr;
+    QString document_;             ///< the document told to the listener last; empty for none
+    int loads_ = 0;                ///< loads begun; an answer about an earlier one is out of date
+    EventLoop::Timer working_ = 0; ///< time limit of the load in progress, which keeps the loop from being idle
+};
+
+} // namespace openhost
