@@ -108,6 +108,8 @@ public:
     int ReplaceSubString(const ZALUnicodeString& old, const ZALUnicodeString& replacement);
     /// Takes `unit` away at the ends named by `where`.
     void Strip(int where, char16_t unit);
+    /// Replaces each letter by its small form, by Unicode simple mapping of one code unit.
+    void ToLower();
     void Append(const ZALUnicodeString& tail) { text_ += tail.text_; }
     void Append(ZALUnicodeChar character) { text_ += character.unit_; }
     ZALUnicodeString& operator+=(const ZALUnicodeString& tail)

@@ -81,10 +81,12 @@ void SessionAccount::Receive(const nlohmann::ordered_json& event)
         {"progress", &SessionAccount::TellProgress},
         {"transfer", &SessionAccount::TellTransfer},
         {"dialog", &SessionAccount::TellDialog},
+        {"bridge", &SessionAccount::TellBridge},
         {"panel", &SessionAccount::TellPanel},
         {"script", &SessionAccount::TellScript},
         {"load", &SessionAccount::TellLoad},
         {"extracted", &SessionAccount::KeepExtracted},
+        {"moved", &SessionAccount::KeepMoved},
         {"refused", &SessionAccount::TellRefused},
         {"document", &SessionAccount::TellDocument},
         {"tree", &SessionAccount::TellTree},
@@ -255,6 +257,12 @@ void SessionAccount::TellNotification(const nlohmann::ordered_json& event)
     Line("Notification") << Text(event, "class") << "\n";
 }
 
+void SessionAccount::TellBridge(const nlohmann::ordered_json& event)
+{
+    Line("Bridge") << "the module " << (Text(event, "direction") == "sent" ? "sends " : "receives ")
+                   << Text(event, "text") << "\n";
+}
+
 void SessionAccount::TellEnd(const nlohmann::ordered_json& event)
 {
     if (event.value("status", 0) == 0)
@@ -267,7 +275,17 @@ void SessionAccount::TellEnd(const nlohmann::ordered_json& event)
 
 void SessionAccount::KeepExtracted(const nlohmann::ordered_json& event)
 {
-    const std::filesystem::path file = Text(event, "path");
+    Keep(Text(event, "path"));
+}
+
+void SessionAccount::KeepMoved(const nlohmann::ordered_json& event)
+{
+    std::erase(files_, std::filesystem::path(Text(event, "from")));
+    Keep(Text(event, "to"));
+}
+
+void SessionAccount::Keep(const std::filesystem::path& file)
+{
     if (std::ranges::find(files_, file) == files_.end())
         files_.push_back(file);
 }

@@ -33,6 +33,22 @@ constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";
 constexpr const char* IdleEvent = "idle";
 constexpr std::chrono::milliseconds ElementInterval(20);
 
+struct ReleaseObject {
+    void operator()(ZALBaseUnknown* object) const { object->Release(); }
+};
+
+/// Writes the event "bridge" for a message between the module and another component.
+void JournalBridge(const ZALBaseUnknown& publisher, const ZALNotification& notification)
+{
+    const auto* message = dynamic_cast<const ZALDlgHtmlViewJavaScriptNotification*>(&notification);
+    if (!message)
+        return;
+    const std::string_view end = publisher.IsA();
+    if (end == BridgeListener::PublisherClass || end == BridgeListener::SubscriberClass)
+        journal::Write("bridge", {{"direction", end == BridgeListener::PublisherClass ? "sent" : "received"},
+                                  {"text", std::string(message->GetData(), message->GetDataLength())}});
+}
+
 std::filesystem::path Resolve(const Session& session, const std::string& path)
 {
     return (session.folder / path).lexically_normal();
@@ -57,6 +73,7 @@ public:
             SwitchTraces(true);
         observer_ = ObserveDispatches([](ZALBaseUnknown* publisher, const ZALNotification& notification) {
             journal::Write("notification", {{"class", notification.IsA()}, {"publisher", publisher->IsA()}});
+            JournalBridge(*publisher, notification);
         });
         loop_ = EventLoop::Install(desktop ? desktop->MakeLoop() : std::make_unique<UvEventLoop>());
         transport_ = HttpTransport::Install(std::make_unique<CurlTransport>());
@@ -77,6 +94,7 @@ public:
 
     ~Host()
     {
+        listener_.reset();
         options_ = {};
         DialogEngine::Current().EndAll();
         EndStartedCommands();
@@ -121,6 +139,8 @@ public:
     ScriptedSurface& Surface() { return *surface_; }
     OptionsPage& Options() { return options_; }
     CadSession& Cad() { return *cad_; }
+    /// The component on the bridge, or null.
+    std::unique_ptr<BridgeListener, ReleaseObject>& Listener() { return listener_; }
 
     void LoadModule(const std::filesystem::path& module)
     {
@@ -152,6 +172,7 @@ private:
     std::unique_ptr<PanelPages> pages_;
     std::optional<LoadedModule> module_;
     OptionsPage options_;
+    std::unique_ptr<BridgeListener, ReleaseObject> listener_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -186,6 +207,8 @@ int SessionPlayer::Play()
     }
     if (host_ && host_->Surface().UnusedAnswers() > 0)
         end["unusedAnswers"] = host_->Surface().UnusedAnswers();
+    if (host_ && host_->Listener() && host_->Listener()->UnusedReplies() > 0)
+        end["unusedReplies"] = host_->Listener()->UnusedReplies();
     host_.reset();
     journal::Write("end", end);
     journal::Redirect(before);
@@ -266,6 +289,17 @@ ScriptedSurface& SessionPlayer::Surface()
 OptionsPage& SessionPlayer::Options()
 {
     return host_->Options();
+}
+
+void SessionPlayer::SetListener(std::vector<BridgeListener::Reply> replies)
+{
+    RemoveListener();
+    host_->Listener().reset(new BridgeListener(std::move(replies)));
+}
+
+void SessionPlayer::RemoveListener()
+{
+    host_->Listener().reset();
 }
 
 CadSession& SessionPlayer::Cad()

@@ -7,6 +7,7 @@
 #include "openhost/panel/Desktop.h"
 #include "openhost/panel/PageUser.h"
 #include "openhost/panel/RecordedPage.h"
+#include "openhost/session/BridgeListener.h"
 #include "openhost/session/OptionsPage.h"
 #include "openhost/session/Session.h"
 
@@ -15,6 +16,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace openhost {
 
@@ -50,6 +52,10 @@ public:
     PageUser& User();
     ScriptedSurface& Surface();
     OptionsPage& Options();
+    /// Puts a component on the module's bridge, in place of the one before. Throws std::runtime_error when the module
+    /// has no bridge.
+    void SetListener(std::vector<BridgeListener::Reply> replies);
+    void RemoveListener();
     /// The documents of the session.
     CadSession& Cad();
     /// The document that the path `path` of the session names. Throws StepFailure when it is not loaded.

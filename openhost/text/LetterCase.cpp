@@ -42,4 +42,17 @@ bool IsLetterOrDigit(char16_t unit)
     return locale && iswalnum_l(unit, locale);
 }
 
+char16_t ToSmallLetter(char16_t unit)
+{
+    if (unit < 0x80)
+        return FoldCase(unit);
+
+    const locale_t locale = UnicodeLocale();
+    if (!locale)
+        return unit;
+
+    const std::wint_t small = towlower_l(unit, locale);
+    return small <= 0xFFFF ? static_cast<char16_t>(small) : unit;
+}
+
 } // namespace openhost

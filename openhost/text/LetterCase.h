@@ -9,5 +9,7 @@ char16_t FoldCase(char16_t unit);
 
 /// Whether `unit` is a letter or a digit of any script. Surrogates are neither.
 bool IsLetterOrDigit(char16_t unit);
+/// The small form of a letter; any other unit itself.
+char16_t ToSmallLetter(char16_t unit);
 
 } // namespace openhost

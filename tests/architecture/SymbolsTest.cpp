@@ -84,6 +84,7 @@ TEST(PluginSymbols, ShowTheEntryPointsAndTheClassesForOtherModulesAndNothingElse
         "ZALVelmartIntegrationUtilities",
         "ZALVelmartFileDownloadCompleteNotification",
         "ZALVelmartIntegrationEventPublisher",
+        "ZALVelmartIntegrationUtilities",
         "ZALVelmartIntegrationDebug"};
     std::set<std::string> shown;
     for (const std::string& symbol : Symbols(Plugin, "--defined-only"))
@@ -138,7 +139,8 @@ INSTANTIATE_TEST_SUITE_P(
         "ZALVelmartIntegrationEventPublisher::SendJSMessage(ZALOmxUTF8String const&)",
         "typeinfo for ZALVelmartIntegrationEventPublisher", "ZALVelmartIntegrationDebug::Traces",
         "ZALVelmartIntegrationDebug::Chrono::Start()", "ZALVelmartIntegrationDebug::Chrono::GetElapsed()",
-        "ZALVelmartIntegrationDebug::Chrono::GetElapsedAsString()"));
+        "ZALVelmartIntegrationDebug::Chrono::GetElapsedAsString()",
+        "ZALVelmartIntegrationUtilities::GetFileStreamMD5Hash(ZALUnicodeString const&)"));
 
 // ---------------------------------------------------------------------------------------------
 // Needed
