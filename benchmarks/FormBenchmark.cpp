@@ -79,6 +79,7 @@ int Upload(const char* file, const char* url)
     openhost::EventLoop::Install(std::make_unique<openhost::UvEventLoop>());
     openhost::HttpTransport::Install(std::make_unique<openhost::CurlTransport>());
 
+    const Clock::time_point begin = Clock::now();
     auto* request = new ZALCefHttpRequest("POST", url);
     {
         std::string body;
@@ -92,10 +93,12 @@ int Upload(const char* file, const char* url)
     openhost::EventLoop::Current().RunUntil([&] { return done; });
     const int status = request->GetStatus();
     request->Release();
-    if (status == ZALHttpStatusFinished)
-        return EXIT_SUCCESS;
-    std::fprintf(stderr, "the transfer ended with status %d\n", status);
-    return EXIT_FAILURE;
+    if (status != ZALHttpStatusFinished) {
+        std::fprintf(stderr, "the transfer ended with status %d\n", status);
+        return EXIT_FAILURE;
+    }
+    std::printf("upload %.3f ms\n", MillisecondsSince(begin));
+    return EXIT_SUCCESS;
 }
 
 } // namespace

@@ -17,7 +17,7 @@ using Clock = std::chrono::steady_clock;
 /// Notes when a transfer is started; the transfer never moves.
 class StampingTransport : public openhost::HttpTransport {
 public:
-    std::unique_ptr<openhost::HttpTransfer> Start(const openhost::HttpRequestData&,
+    std::unique_ptr<openhost::HttpTransfer> Start(openhost::HttpRequestData,
                                                   openhost::HttpTransferListener& listener) override
     {
         Started = Clock::now();

@@ -14,6 +14,7 @@ constexpr std::size_t maximumHeadSize = 256 * 1024;
 constexpr std::uint64_t maximumRedirectBody = 64 * 1024;
 /// The largest that libcurl takes; one read of a socket empties a well filled receive window.
 constexpr long receiveBufferSize = 512 * 1024;
+constexpr long sendBufferSize = 256 * 1024;
 
 bool IsRedirect(long code)
 {
@@ -129,6 +130,7 @@ void CurlTransfer::SetBody()
     if (request_.method == "HEAD")
         curl_easy_setopt(easy_, CURLOPT_NOBODY, 1L);
     if (!request_.body.empty() || request_.method == "POST" || request_.method == "PUT") {
+        curl_easy_setopt(easy_, CURLOPT_UPLOAD_BUFFERSIZE, sendBufferSize);
         curl_easy_setopt(easy_, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body.size()));
         curl_easy_setopt(easy_, CURLOPT_POSTFIELDS, request_.body.data());
     }

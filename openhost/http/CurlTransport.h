@@ -30,7 +30,7 @@ public:
     CurlTransport();
     explicit CurlTransport(Options options);
 
-    std::unique_ptr<HttpTransfer> Start(const HttpRequestData& request, HttpTransferListener& listener) override;
+    std::unique_ptr<HttpTransfer> Start(HttpRequestData request, HttpTransferListener& listener) override;
 
 private:
     std::shared_ptr<class CurlConnections> connections_;

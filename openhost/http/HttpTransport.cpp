@@ -7,7 +7,7 @@ namespace openhost {
 namespace {
 class RefusingTransport final : public HttpTransport {
 public:
-    std::unique_ptr<HttpTransfer> Start(const HttpRequestData&, HttpTransferListener&) override { return nullptr; }
+    std::unique_ptr<HttpTransfer> Start(HttpRequestData, HttpTransferListener&) override { return nullptr; }
 };
 
 std::unique_ptr<HttpTransport>& Holder()

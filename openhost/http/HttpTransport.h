@@ -62,7 +62,7 @@ public:
 
     /// Starts a transfer and returns at once; null when `request` is malformed or not allowed. `listener`
     /// outlives the transfer; the transfer may outlive the transport.
-    virtual std::unique_ptr<HttpTransfer> Start(const HttpRequestData& request, HttpTransferListener& listener) = 0;
+    virtual std::unique_ptr<HttpTransfer> Start(HttpRequestData request, HttpTransferListener& listener) = 0;
 };
 
 } // namespace openhost

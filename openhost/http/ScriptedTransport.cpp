@@ -107,7 +107,7 @@ void ScriptedTransport::RefuseNext(int count)
     refusals_ = count;
 }
 
-std::unique_ptr<HttpTransfer> ScriptedTransport::Start(const HttpRequestData& request, HttpTransferListener& listener)
+std::unique_ptr<HttpTransfer> ScriptedTransport::Start(HttpRequestData request, HttpTransferListener& listener)
 {
     requests_.push_back(request);
     if (refusals_ > 0) {
@@ -116,10 +116,10 @@ std::unique_ptr<HttpTransfer> ScriptedTransport::Start(const HttpRequestData& re
     }
     auto script = std::make_shared<Script>();
     script->self_ = script;
-    script->request_ = request;
+    script->request_ = std::move(request);
     script->listener_ = &listener;
     scripts_.push_back(script);
-    if (const auto reply = replies_.find(request.url); reply != replies_.end())
+    if (const auto reply = replies_.find(script->request_.url); reply != replies_.end())
         script->Play(reply->second, 0, 0);
     return std::make_unique<Script::Handle>(std::move(script));
 }

@@ -65,7 +65,7 @@ public:
     /// The transfer started last. Throws std::out_of_range when there is none.
     Script& Last() { return *scripts_.at(scripts_.size() - 1); }
 
-    std::unique_ptr<HttpTransfer> Start(const HttpRequestData& request, HttpTransferListener& listener) override;
+    std::unique_ptr<HttpTransfer> Start(HttpRequestData request, HttpTransferListener& listener) override;
 
 private:
     std::map<std::string, std::shared_ptr<const Reply>> replies_;

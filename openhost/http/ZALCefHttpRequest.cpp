@@ -193,7 +193,7 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
                header.second == std::to_string(data.body.size());
     });
     if (isWhole)
-        exchange_->transfer = openhost::HttpTransport::Current().Start(data, *exchange_);
+        exchange_->transfer = openhost::HttpTransport::Current().Start(std::move(data), *exchange_);
     if (!exchange_->transfer) {
         exchange_->JournalEnd("the request is malformed or its address is not allowed");
         return false;

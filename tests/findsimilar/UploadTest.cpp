@@ -2,6 +2,9 @@
 
 #include "tests/findsimilar/FindSimilarFixture.h"
 
+#include "events/ZALVelmartIntegrationDebug.h"
+#include "openhost/objects/Traces.h"
+
 #include <chrono>
 
 namespace openhost::testing {
@@ -84,6 +87,20 @@ TEST_F(FindSimilarUpload, TracesWhatItPostsAndTheTimeItTook)
     EXPECT_TRUE(in->ends_with(" ms\n"));
     EXPECT_LT(std::stoull(in->substr(std::string("ZALVelmartFindSimilarCmd::OnUploadRequestComplete in ").size())),
               60'000U);
+}
+
+TEST_F(FindSimilarUpload, MeasuresNoTimeWhileTheTraceIsOff)
+{
+    SwitchTraces(false);
+    ZALVelmartIntegrationDebug::Chrono::Start();
+    while (ZALVelmartIntegrationDebug::Chrono::GetElapsed() < 100) {
+    }
+    const std::size_t before = Traces().size();
+    StartUpload();
+    Reply(Query);
+    EXPECT_GE(ZALVelmartIntegrationDebug::Chrono::GetElapsed(), 100U);
+    EXPECT_EQ(Traces().size(), before);
+    EXPECT_EQ(Page().Scripts(), Texts{Script});
 }
 
 TEST_F(FindSimilarUpload, FailsWhenItsFileHasGone)

@@ -153,6 +153,16 @@ TEST_F(ProgramTest, AnAccountTakesThePlaceOfTheJournalOnStandardOutput)
     EXPECT_THAT(Read("out"), EndsWith("every step is done\n"));
     EXPECT_THAT(Read("journal"), EndsWith("{\"event\":\"end\",\"status\":0}\n"));
 
+    std::filesystem::create_directories(folder_.Path() / "installation" / "webapps" / "ZALVelmartIntegrationJS");
+    Write("installation/webapps/ZALVelmartIntegrationJS/OpApiHandlers.js", "first line\nsecond line\n");
+    Write("panel.json", R"({"variables": {"ZALInstallPath": "installation"},
+                            "steps": [{"url": "https://velmart.example/"}, {"panel": "close"}]})");
+    EXPECT_EQ(Run("play panel.json --account"), 0);
+    EXPECT_THAT(Read("out"), HasSubstr("Panel         opened\n"));
+    EXPECT_THAT(Read("out"), HasSubstr("Page          https://velmart.example/\n"));
+    EXPECT_THAT(Read("out"), HasSubstr("Script        first line ...\n"));
+    EXPECT_THAT(Read("out"), HasSubstr("Panel         closed\n"));
+
     EXPECT_EQ(Run("play session.json --account --module missing.so"), 1);
     EXPECT_THAT(Read("out"), HasSubstr("the session cannot begin: "));
 }
