@@ -1,6 +1,7 @@
 // Whole sessions as a user plays them: the program openhost, the shared library of the module, the catalogue.
 
 #include "catalogue/service/CatalogueService.h"
+#include "catalogue/service/ShapeSearch.h"
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "tests/support/StepFile.h"
@@ -497,4 +498,22 @@ TEST_F(PlayJourney, TheExampleOfTheBridgeOpensAnItemThatAnotherComponentHandsOve
     EXPECT_THAT(play.output, HasSubstr("Bridge        the module sends {\"method\":\"downloadQ7FilesFromTolva\""));
     EXPECT_THAT(play.output, HasSubstr("the module receives {\"method\":\"downloadFilesFromVL\""));
     EXPECT_THAT(play.output, HasSubstr("Washer.ZALPart\n"));
+}
+
+TEST_F(PlayJourney, TheExampleFindsSimilarShapes)
+{
+    const Play play = PlaySession(ReadText(VELMART_SOURCE_DIR "/examples/find-similar.json"));
+    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    EXPECT_FALSE(play.journal.back().contains("unusedAnswers"));
+    ASSERT_EQ(Events(play, "script").size(), 1u);
+
+    // The bolt that was selected is an item of the catalogue: its own shape is nearer than any other one.
+    const std::string script = Events(play, "script")[0]["text"];
+    const std::string head = "OpApi.sendMessage('search', {query: '";
+    ASSERT_THAT(script, ::testing::AllOf(::testing::StartsWith(head), ::testing::EndsWith("'});")));
+    const std::string query = script.substr(head.size(), script.size() - head.size() - 4);
+    const auto found = catalogue::ShapeSearch(std::filesystem::path(VELMART_ITEMS_DIR) / "index.json").Search(query);
+    EXPECT_EQ(found.at(0)["id"], "hexagon-bolt-m8x40");
+    EXPECT_NEAR(found.at(0)["score"], 1, 0.01);
+    EXPECT_LT(found.at(1)["score"], found.at(0)["score"]);
 }
