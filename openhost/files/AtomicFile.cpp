@@ -2,10 +2,11 @@
 
 #include "Descriptor.h"
 
+#include <atomic>
 #include <cerrno>
-#include <cstdlib>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -18,11 +19,17 @@ namespace {
 /// What becomes `target` once it is complete, and is gone again otherwise.
 class Replacement {
 public:
-    explicit Replacement(const std::filesystem::path& target) : target_(target), name_(target.string() + ".XXXXXX")
+    explicit Replacement(const std::filesystem::path& target) : target_(target)
     {
-        descriptor_ = mkostemp(name_.data(), O_CLOEXEC);
+        static std::atomic<unsigned int> number = 0;
+        std::string name;
+        do {
+            name = target_.string() + '.' + std::to_string(getpid()) + '-' + std::to_string(++number);
+            descriptor_ = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+        } while (descriptor_ < 0 && errno == EEXIST);
         if (descriptor_ < 0)
             Fail();
+        name_ = std::move(name);
     }
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <fstream>
 #include <system_error>
 
@@ -28,11 +30,13 @@ protected:
     const openhost::TemporaryFolder folder_;
 };
 
-TEST_F(AtomicFile, CreatesAPrivateFile)
+TEST_F(AtomicFile, CreatesAFileWithThePermissionsThatTheUserGivesToNewOnes)
 {
+    const mode_t before = umask(027);
     openhost::WriteFileAtomically(Path("a"), std::string_view("a\0b", 3));
+    umask(before);
     EXPECT_EQ(Content("a"), std::string("a\0b", 3));
-    EXPECT_EQ(std::filesystem::status(Path("a")).permissions(), std::filesystem::perms(0600));
+    EXPECT_EQ(std::filesystem::status(Path("a")).permissions(), std::filesystem::perms(0640));
     EXPECT_EQ(CountEntries(), 1U);
 }
 
