@@ -36,6 +36,12 @@ HRESULT ZALFClose(ZALFileHandle handle);
 /// Status of what `path` names, links followed. Fails when nothing is there.
 HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status);
 
+/// Deletes the file `path`, of a link the link. Fails for a folder and where nothing is there.
+HRESULT ZALDeleteFile(const ZALUnicodeString& path);
+/// Gives the file `from`, of a link the link, the path `to`, also on another volume. Fails, and leaves everything as it
+/// was, for a folder and where something stands at `to`.
+HRESULT ZALRenameFile(const ZALUnicodeString& from, const ZALUnicodeString& to);
+
 /// Appends `name` to `folder` as a path below it, with one separator between them. An empty `name` changes nothing.
 void ZALMakePath(ZALUnicodeString& folder, const ZALUnicodeString& name);
 /// Splits `path` at its last separator; without one `folder` is empty. The root as a folder keeps its separator.

@@ -83,6 +83,8 @@ public:
     void ReplaceAll(char16_t old, char16_t replacement);
     /// Takes `unit` away at the ends named by `where`.
     void Strip(int where, char16_t unit);
+    /// Replaces each letter by its small form, by Unicode simple mapping of one code unit.
+    void ToLower();
     void Append(const ZALUnicodeString& tail) { text_ += tail.text_; }
     ZALUnicodeString& operator+=(const ZALUnicodeString& tail)
     {

@@ -1,5 +1,8 @@
 #include "Descriptor.h"
+#include "FileMove.h"
 #include "Paths.h"
+
+#include "openhost/journal/Journal.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -163,5 +166,30 @@ HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status)
     status.Mode = found.st_mode;
     status.Size = static_cast<std::uint64_t>(found.st_size);
     status.Modified = found.st_mtime;
+    return S_OK;
+}
+
+HRESULT ZALDeleteFile(const ZALUnicodeString& path)
+{
+    if (openhost::HasParentComponent(path))
+        return E_FAIL;
+    return unlink(openhost::SystemPath(path).c_str()) == 0 ? S_OK : E_FAIL;
+}
+
+HRESULT ZALRenameFile(const ZALUnicodeString& from, const ZALUnicodeString& to)
+{
+    if (openhost::HasParentComponent(from) || openhost::HasParentComponent(to))
+        return E_FAIL;
+    const std::string source = openhost::SystemPath(from);
+    const std::string target = openhost::SystemPath(to);
+
+    struct stat found;
+    if (lstat(source.c_str(), &found) != 0 || S_ISDIR(found.st_mode))
+        return E_FAIL;
+    if (lstat(target.c_str(), &found) == 0)
+        return E_FAIL;
+    if (rename(source.c_str(), target.c_str()) != 0 && !(errno == EXDEV && openhost::MoveToOtherVolume(source, target)))
+        return E_FAIL;
+    openhost::journal::Write("moved", {{"from", source}, {"to", target}});
     return S_OK;
 }

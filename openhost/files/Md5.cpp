@@ -1,13 +1,16 @@
 #include "Md5.h"
 
+#include "openhost/text/Utf.h"
+
+#include "host/hash.h"
+#include "host/text.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
 #include <system_error>
 #include <vector>
-
-#include <openssl/evp.h>
 
 namespace openhost {
 
@@ -20,15 +23,13 @@ constexpr std::size_t PieceSize = 256 * 1024;
     throw std::system_error(errno, std::generic_category(), "cannot read " + file.string());
 }
 
-std::string ToHexadecimal(const unsigned char* bytes, unsigned int size)
+std::string ToHexadecimal(const unsigned char* bytes, std::uint32_t size)
 {
-    constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (unsigned int position = 0; position < size; ++position) {
-        text += digits[bytes[position] >> 4];
-        text += digits[bytes[position] & 15];
-    }
-    return text;
+    std::string digits(2 * std::size_t{size}, '0');
+    ZALOmx::BytesToHex(bytes, static_cast<int>(size), digits.data(), static_cast<int>(digits.size()), 0);
+    ZALUnicodeString text(digits.c_str());
+    text.ToLower();
+    return ToUtf8(text);
 }
 
 } // namespace
@@ -39,19 +40,19 @@ std::string Md5OfFile(const std::filesystem::path& file)
     if (!stream)
         FailReading(file);
 
-    const std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
-    if (!context || EVP_DigestInit_ex(context.get(), EVP_md5(), nullptr) != 1)
+    KRYSysHashContext context;
+    if (FAILED(KRYSysHash_Init(KRYSysHashMD5, context)))
         throw std::runtime_error("MD5 is not available on this system");
 
     std::vector<unsigned char> piece(PieceSize);
     while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), stream.get()))
-        EVP_DigestUpdate(context.get(), piece.data(), count);
+        KRYSysHash_Update(context, piece.data(), static_cast<std::uint32_t>(count));
     if (std::ferror(stream.get()))
         FailReading(file);
 
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int size = 0;
-    EVP_DigestFinal_ex(context.get(), digest, &size);
+    unsigned char digest[KRYSysHashMaximumLength];
+    std::uint32_t size = 0;
+    KRYSysHash_Final(context, digest, size);
     return ToHexadecimal(digest, size);
 }
 

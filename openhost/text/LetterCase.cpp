@@ -34,4 +34,17 @@ char16_t FoldCase(char16_t unit)
     return folded <= 0xFFFF ? static_cast<char16_t>(folded) : unit;
 }
 
+char16_t ToSmallLetter(char16_t unit)
+{
+    if (unit < 0x80)
+        return FoldCase(unit);
+
+    const locale_t locale = UnicodeLocale();
+    if (!locale)
+        return unit;
+
+    const std::wint_t small = towlower_l(unit, locale);
+    return small <= 0xFFFF ? static_cast<char16_t>(small) : unit;
+}
+
 } // namespace openhost

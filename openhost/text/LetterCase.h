@@ -7,4 +7,7 @@ namespace openhost {
 /// Surrogates fold to themselves.
 char16_t FoldCase(char16_t unit);
 
+/// The small form of a letter; any other unit itself.
+char16_t ToSmallLetter(char16_t unit);
+
 } // namespace openhost

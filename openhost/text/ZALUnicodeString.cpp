@@ -75,6 +75,11 @@ void ZALUnicodeString::Strip(int where, char16_t unit)
         text_.erase(0, std::min(text_.find_first_not_of(unit), text_.size()));
 }
 
+void ZALUnicodeString::ToLower()
+{
+    std::transform(text_.begin(), text_.end(), text_.begin(), openhost::ToSmallLetter);
+}
+
 int ZALUnicodeString::BuildFromUTF8(const char* bytes, std::size_t length)
 {
     text_.clear();

@@ -5,6 +5,7 @@
 #include "dialogs/ZALVelmartDownloadLocationDlg.h"
 #include "dialogs/ZALVelmartDownloadProgressDlg.h"
 #include "dialogs/ZALVelmartFindSimilarUploadProgressDlg.h"
+#include "download/ZALVLIFullDownload.h"
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
 #include "events/ZALVelmartIntegrationEventPublisher.h"
@@ -100,7 +101,8 @@ INSTANTIATE_TEST_SUITE_P(
                                                              "ZALNotification"),
         Describe<ZALVelmartDownloadProgressDlg>("ZALVelmartDownloadProgressDlg", "ZALDlgDialog"),
         Describe<ZALVelmartFindSimilarUploadProgressDlg>("ZALVelmartFindSimilarUploadProgressDlg", "ZALDlgDialog"),
-        Describe<ZALVelmartDownloadLocationDlg>("ZALVelmartDownloadLocationDlg", "ZALDlgDialog")));
+        Describe<ZALVelmartDownloadLocationDlg>("ZALVelmartDownloadLocationDlg", "ZALDlgDialog"),
+        Describe<ZALVLIFullDownload>("ZALVLIFullDownload", "ZALBaseUnknown")));
 
 TEST(ModuleObject, TellsItsClass)
 {
