@@ -141,11 +141,6 @@ HRESULT ZALVelmartFileDownloader::StartDefaultDownload(const ZALOmxAny& request)
     return StartDefaultDownloadURL(url);
 }
 
-HRESULT ZALVelmartFileDownloader::StartDownloadFromTolva(const ZALOmxAny&)
-{
-    return E_FAIL;
-}
-
 HRESULT ZALVelmartFileDownloader::StartDownloadAndApplyTemplates(const ZALOmxAny&, const ZALUnicodeString&)
 {
     return E_FAIL;

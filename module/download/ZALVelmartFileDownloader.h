@@ -1,6 +1,7 @@
 // The one object through which every download of the module passes.
 #pragma once
 
+#include "download/ZALVLIFullDownload.h"
 #include "download/ZALVelmartDownloadDataHandler.h"
 #include "events/MetaClassOperations.h"
 #include "host/dialog_engine.h"
@@ -15,7 +16,8 @@ class ZALVelmartDownloadProgressDlg;
 /// starts a download subscribes first. Used on the user-interface thread.
 ///
 /// Sources: dispatch and folder logic in ZALVelmartFileDownloader.cpp, the transfer in
-/// ZALVelmartFileDownloaderTransfer.cpp, the archive in ZALVelmartFileDownloaderExtraction.cpp.
+/// ZALVelmartFileDownloaderTransfer.cpp, the archive in ZALVelmartFileDownloaderExtraction.cpp, the messages with
+/// another component in ZALVelmartFileDownloaderBridge.cpp.
 class ZALVelmartFileDownloader : public ZALCommand {
     VL_DECLARE_META_CLASS
 public:
@@ -56,6 +58,17 @@ private:
     HRESULT CheckForExtractConflicts(const ZALUnicodeString& archive, const ZALUnicodeString& folder,
                                      bool& hasConflicts, bool& refused);
 
+    /// Dispatches the notification of a failure, with `text` for the user.
+    void NotifyDownloadError(const ZALUnicodeString& text);
+    /// Receives all messages of the bridge.
+    void OnVliSubscriberEventCB(const ZALOmxUTF8String& message);
+    void OnErrorReply(const ZALOmxAny& error);
+    void OnSuccessReply(const ZALOmxAny& result);
+    void OnDownloadRequest(const ZALOmxAny& request, std::int64_t id);
+    /// Replies to the request `id` of the listener.
+    void SendDownloadFilesReply(std::int64_t id, ZALVLIFullDownload::Status status,
+                                const std::vector<ZALVLIFullDownload::DownloadResult>& results);
+
     /// Whether downloads are rebuilt on the user's templates: settled at the first default download of the
     /// process.
     static bool TemplateSupportEnabled;
@@ -65,7 +78,7 @@ private:
     ZALVelmartDownloadDataHandler* DataHandler = nullptr; ///< its handler, one reference
     ZALUnicodeString DownloadedFilePath;                  ///< kept for the location dialog
     ZALVelmartDownloadProgressDlg* ProgressDlg = nullptr; ///< belongs to the host; null when none is shown
-    ZALBaseUnknown* FullDownload = nullptr;               ///< the last multi-file download, one reference
+    ZALVLIFullDownload* FullDownload = nullptr;           ///< the last multi-file download, one reference
     ZALOmxAny TemplatesURLs;
 };
 
