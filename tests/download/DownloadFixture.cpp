@@ -1,5 +1,7 @@
 #include "tests/download/DownloadFixture.h"
 
+#include "events/ZALVelmartIntegrationEventSubscriber.h"
+
 #include <algorithm>
 #include <fstream>
 #include <sstream>
@@ -91,6 +93,8 @@ DownloadFixture::DownloadFixture()
 DownloadFixture::~DownloadFixture()
 {
     Probe.SetTemplateSupport(false);
+    // A function that a test has brought about holds the downloader, which ends here.
+    ZALVelmartIntegrationEventSubscriber::GetUniqueSubscriber()->SetMessageFunction({});
 }
 
 ScriptedTransport::Script& DownloadFixture::StartTransfer()
