@@ -50,18 +50,13 @@ std::string Grouped(std::uintmax_t number)
 void SessionAccount::Receive(const nlohmann::ordered_json& event)
 {
     static const std::map<std::string, Teller> tellers = {
-        {"message", &SessionAccount::TellMessage},
-        {"url", &SessionAccount::TellUrl},
-        {"push", &SessionAccount::TellPush},
-        {"options", &SessionAccount::TellOptions},
-        {"request", &SessionAccount::TellRequest},
-        {"progress", &SessionAccount::TellProgress},
-        {"transfer", &SessionAccount::TellTransfer},
-        {"dialog", &SessionAccount::TellDialog},
-        {"extracted", &SessionAccount::KeepExtracted},
-        {"refused", &SessionAccount::TellRefused},
-        {"result", &SessionAccount::TellResult},
-        {"notification", &SessionAccount::TellNotification},
+        {"message", &SessionAccount::TellMessage},   {"url", &SessionAccount::TellUrl},
+        {"push", &SessionAccount::TellPush},         {"options", &SessionAccount::TellOptions},
+        {"request", &SessionAccount::TellRequest},   {"progress", &SessionAccount::TellProgress},
+        {"transfer", &SessionAccount::TellTransfer}, {"dialog", &SessionAccount::TellDialog},
+        {"bridge", &SessionAccount::TellBridge},     {"extracted", &SessionAccount::KeepExtracted},
+        {"moved", &SessionAccount::KeepMoved},       {"refused", &SessionAccount::TellRefused},
+        {"result", &SessionAccount::TellResult},     {"notification", &SessionAccount::TellNotification},
         {"end", &SessionAccount::TellEnd},
     };
     const auto teller = tellers.find(Text(event, "event"));
@@ -165,6 +160,12 @@ void SessionAccount::TellNotification(const nlohmann::ordered_json& event)
     Line("Notification") << Text(event, "class") << "\n";
 }
 
+void SessionAccount::TellBridge(const nlohmann::ordered_json& event)
+{
+    Line("Bridge") << "the module " << (Text(event, "direction") == "sent" ? "sends " : "receives ")
+                   << Text(event, "text") << "\n";
+}
+
 void SessionAccount::TellEnd(const nlohmann::ordered_json& event)
 {
     if (event.value("status", 0) == 0)
@@ -177,7 +178,17 @@ void SessionAccount::TellEnd(const nlohmann::ordered_json& event)
 
 void SessionAccount::KeepExtracted(const nlohmann::ordered_json& event)
 {
-    const std::filesystem::path file = Text(event, "path");
+    Keep(Text(event, "path"));
+}
+
+void SessionAccount::KeepMoved(const nlohmann::ordered_json& event)
+{
+    std::erase(files_, std::filesystem::path(Text(event, "from")));
+    Keep(Text(event, "to"));
+}
+
+void SessionAccount::Keep(const std::filesystem::path& file)
+{
     if (std::ranges::find(files_, file) == files_.end())
         files_.push_back(file);
 }

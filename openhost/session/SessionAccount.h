@@ -37,8 +37,11 @@ private:
     void TellRefused(const nlohmann::ordered_json& event);
     void TellResult(const nlohmann::ordered_json& event);
     void TellNotification(const nlohmann::ordered_json& event);
+    void TellBridge(const nlohmann::ordered_json& event);
     void TellEnd(const nlohmann::ordered_json& event);
     void KeepExtracted(const nlohmann::ordered_json& event);
+    void KeepMoved(const nlohmann::ordered_json& event);
+    void Keep(const std::filesystem::path& file);
     void EndProgress();
     void TellFiles();
     void TellTrees();

@@ -46,6 +46,18 @@ std::string CodeName(HRESULT code)
     return text.data();
 }
 
+/// Writes the event "bridge" for a message between the module and another component.
+void JournalBridge(const ZALBaseUnknown& publisher, const ZALNotification& notification)
+{
+    const auto* message = dynamic_cast<const ZALDlgHtmlViewJavaScriptNotification*>(&notification);
+    if (!message)
+        return;
+    const std::string_view end = publisher.IsA();
+    if (end == BridgeListener::PublisherClass || end == BridgeListener::SubscriberClass)
+        journal::Write("bridge", {{"direction", end == BridgeListener::PublisherClass ? "sent" : "received"},
+                                  {"text", std::string(message->GetData(), message->GetDataLength())}});
+}
+
 std::filesystem::path Resolve(const Session& session, const std::string& path)
 {
     return (session.folder / path).lexically_normal();
@@ -70,6 +82,7 @@ public:
             SwitchTraces(true);
         observer_ = ObserveDispatches([](ZALBaseUnknown* publisher, const ZALNotification& notification) {
             journal::Write("notification", {{"class", notification.IsA()}, {"publisher", publisher->IsA()}});
+            JournalBridge(*publisher, notification);
         });
         loop_ = EventLoop::Install(std::make_unique<UvEventLoop>());
         transport_ = HttpTransport::Install(std::make_unique<CurlTransport>());
@@ -89,6 +102,7 @@ public:
 
     ~Host()
     {
+        listener_.reset();
         options_ = {};
         DialogEngine::Current().EndAll();
         addin_.reset();
@@ -135,6 +149,8 @@ public:
     CadSession& Cad() { return *cad_; }
     ZALIMeridiaAccessDialogAddin& Addin() { return *addin_; }
     ZALIMeridiaAccessDialog* Panel() { return panel_.get(); }
+    /// The component on the bridge, or null.
+    Owned<BridgeListener>& Listener() { return listener_; }
 
     void LoadAddin(const std::filesystem::path& module)
     {
@@ -176,6 +192,7 @@ private:
     Owned<ZALIMeridiaAccessDialogAddin> addin_;
     Owned<RecordingPanel> panel_;
     OptionsPage options_;
+    Owned<BridgeListener> listener_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -208,6 +225,8 @@ int SessionPlayer::Play()
     }
     if (host_ && host_->Surface().UnusedAnswers() > 0)
         end["unusedAnswers"] = host_->Surface().UnusedAnswers();
+    if (host_ && host_->Listener() && host_->Listener()->UnusedReplies() > 0)
+        end["unusedReplies"] = host_->Listener()->UnusedReplies();
     host_.reset();
     journal::Write("end", end);
     journal::Redirect(before);
@@ -286,6 +305,17 @@ ScriptedSurface& SessionPlayer::Surface()
 OptionsPage& SessionPlayer::Options()
 {
     return host_->Options();
+}
+
+void SessionPlayer::SetListener(std::vector<BridgeListener::Reply> replies)
+{
+    RemoveListener();
+    host_->Listener().reset(new BridgeListener(std::move(replies)));
+}
+
+void SessionPlayer::RemoveListener()
+{
+    host_->Listener().reset();
 }
 
 CadSession& SessionPlayer::Cad()

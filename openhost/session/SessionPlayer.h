@@ -4,6 +4,7 @@
 #include "openhost/cad/CadSession.h"
 #include "openhost/dialogs/ScriptedSurface.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/session/BridgeListener.h"
 #include "openhost/session/OptionsPage.h"
 #include "openhost/session/Session.h"
 
@@ -14,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace openhost {
 
@@ -46,6 +48,10 @@ public:
     ZALIMeridiaAccessDialogAddin& Addin();
     ScriptedSurface& Surface();
     OptionsPage& Options();
+    /// Puts a component on the module's bridge, in place of the one before. Throws std::runtime_error when the module
+    /// has no bridge.
+    void SetListener(std::vector<BridgeListener::Reply> replies);
+    void RemoveListener();
     /// The documents of the session.
     CadSession& Cad();
     /// The document that the path `path` of the session names. Throws StepFailure when it is not loaded.

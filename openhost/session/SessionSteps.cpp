@@ -41,6 +41,19 @@ private:
     ZALPathElement* path_;
 };
 
+/// A message: a map, or a text that stands for itself.
+nlohmann::ordered_json ReadMessage(const LocatedJson& value, const std::string& name)
+{
+    if (!value.value.is_object() && !value.value.is_string())
+        throw LocatedError(value.line, "\"" + name + "\" must be a map or a text, not " + value.KindName());
+    return value.ToJson();
+}
+
+std::string TextOf(const nlohmann::ordered_json& message)
+{
+    return message.is_string() ? message.get<std::string>() : message.dump();
+}
+
 /// {"message": MAP or TEXT}
 class MessageStep : public SessionStep {
 public:
@@ -48,21 +61,15 @@ public:
 
     explicit MessageStep(const LocatedJson& step) : SessionStep(Name)
     {
-        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) {
-                                            if (!value.value.is_object() && !value.value.is_string())
-                                                throw LocatedError(value.line,
-                                                                   "\"message\" must be a map or a text, not " +
-                                                                       std::string(value.KindName()));
-                                            message_ = value.ToJson();
-                                        }}});
+        ReadMembers(step, "the step",
+                    {{Name, [this](const LocatedJson& value) { message_ = ReadMessage(value, Name); }}});
     }
 
     bool Acts() const override { return true; }
 
     void Run(SessionPlayer& player) const override
     {
-        const nlohmann::ordered_json message = player.ExpandPlaceholders(message_);
-        const std::string text = message.is_string() ? message.get<std::string>() : message.dump();
+        const std::string text = TextOf(player.ExpandPlaceholders(message_));
         journal::Write("message", {{"text", text}});
         player.JournalResult("OnJSMessage", player.Addin().OnJSMessage(FromUtf8(text)));
     }
@@ -125,6 +132,76 @@ private:
 
     std::string dialog_;
     int button_ = 0;
+};
+
+/// {"listener": {"replies": [{"to": METHOD, "send": MESSAGE or LIST, "later": true or false}, ...]} or null}
+class ListenerStep : public SessionStep {
+public:
+    static constexpr const char* Name = "listener";
+
+    explicit ListenerStep(const LocatedJson& step) : SessionStep(Name)
+    {
+        ReadMembers(step, "the step", {{Name, [this](const LocatedJson& value) {
+                                            if (value.value.is_null())
+                                                return;
+                                            ReadMembers(value, "\"listener\"",
+                                                        {{"replies", [this](const LocatedJson& replies) {
+                                                              listens_ = true;
+                                                              ReadReplies(replies);
+                                                          }}});
+                                            RequireMember(value, "\"listener\"", "replies");
+                                        }}});
+    }
+
+    bool Acts() const override { return false; }
+
+    void Run(SessionPlayer& player) const override
+    {
+        if (!listens_) {
+            player.RemoveListener();
+            return;
+        }
+        std::vector<BridgeListener::Reply> replies;
+        for (const Reply& reply : replies_) {
+            BridgeListener::Reply& expanded = replies.emplace_back();
+            expanded.to = player.ExpandPlaceholders(reply.to);
+            for (const nlohmann::ordered_json& message : reply.messages)
+                expanded.messages.push_back(TextOf(player.ExpandPlaceholders(message)));
+            expanded.later = reply.later;
+        }
+        player.SetListener(std::move(replies));
+    }
+
+private:
+    struct Reply {
+        std::string to;
+        std::vector<nlohmann::ordered_json> messages;
+        bool later = false;
+    };
+
+    void ReadReplies(const LocatedJson& value)
+    {
+        if (!value.value.is_array())
+            throw LocatedError(value.line, std::string("\"replies\" must be a list, not ") + value.KindName());
+        for (const LocatedJson& item : value.items) {
+            Reply& reply = replies_.emplace_back();
+            ReadMembers(item, "a reply",
+                        {{"to", [&](const LocatedJson& member) { reply.to = ReadName(member, "to"); }},
+                         {"send",
+                          [&](const LocatedJson& member) {
+                              if (!member.value.is_array())
+                                  reply.messages.push_back(ReadMessage(member, "send"));
+                              for (const LocatedJson& message : member.items)
+                                  reply.messages.push_back(ReadMessage(message, "send"));
+                          }},
+                         {"later", [&](const LocatedJson& member) { reply.later = ReadBoolean(member, "later"); }}});
+            RequireMember(item, "a reply", "to");
+            RequireMember(item, "a reply", "send");
+        }
+    }
+
+    bool listens_ = false;
+    std::vector<Reply> replies_;
 };
 
 /// {"push": {"dialog": NAME, "control": NAME, "text": TEXT or "state": STATE}}
@@ -477,6 +554,7 @@ const std::map<std::string, StepMaker> StepMakers = {
     {WorkshopStep::Name, Make<WorkshopStep>}, {CloseStep::Name, Make<CloseStep>},
     {SaveStep::Name, Make<SaveStep>},         {TreeStep::Name, Make<TreeStep>},
     {WaitStep::Name, Make<WaitStep>},         {MoveStep::Name, Make<MoveStep>},
+    {ListenerStep::Name, Make<ListenerStep>},
 };
 
 } // namespace

@@ -123,6 +123,31 @@ TEST(SessionFile, AnswersAreChecked)
               "2: \"answer\" has the unknown key \"text\"");
 }
 
+TEST(SessionFile, ListenersAreChecked)
+{
+    const auto error = [](const std::string& replies) {
+        return StepError("{\"listener\": {\"replies\": " + replies + "}}");
+    };
+    EXPECT_EQ(StepError("{\"listener\": null}"), "no error");
+    EXPECT_EQ(StepError("{\"listener\": true}"), "2: \"listener\" must be a map, not true or false");
+    EXPECT_EQ(StepError("{\"listener\": {}}"), "2: \"listener\" needs the key \"replies\"");
+    EXPECT_EQ(StepError("{\"listener\": {\"replies\": [], \"to\": \"a\"}}"),
+              "2: \"listener\" has the unknown key \"to\"");
+    EXPECT_EQ(error("{}"), "2: \"replies\" must be a list, not a map");
+    EXPECT_EQ(error("[]"), "no error");
+    EXPECT_EQ(error("[\n\"a\"]"), "3: a reply must be a map, not a text");
+    EXPECT_EQ(error("[{\"to\": \"a\"}]"), "2: a reply needs the key \"send\"");
+    EXPECT_EQ(error("[{\"send\": {}}]"), "2: a reply needs the key \"to\"");
+    EXPECT_EQ(error("[{\"to\": \"\", \"send\": {}}]"), "2: \"to\" must not be empty");
+    EXPECT_EQ(error("[{\"to\": \"a\", \"send\": 5}]"), "2: \"send\" must be a map or a text, not a number");
+    EXPECT_EQ(error("[{\"to\": \"a\", \"send\": [{},\n[]]}]"), "3: \"send\" must be a map or a text, not a list");
+    EXPECT_EQ(error("[{\"to\": \"a\", \"send\": \"\", \"later\": 1}]"),
+              "2: \"later\" must be true or false, not a number");
+    EXPECT_EQ(error("[{\"to\": \"a\", \"send\": [], \"id\": 1}]"), "2: a reply has the unknown key \"id\"");
+    EXPECT_EQ(error("[{\"to\": \"a\", \"send\": [{}, \"x\"], \"later\": true}]"), "no error");
+    EXPECT_EQ(error("[{\"to\": \"a\", \"send\": [{\"b\": \"${NONE}\"}]}]"), "2: the placeholder \"NONE\" has no value");
+}
+
 TEST(SessionFile, PushesAreChecked)
 {
     EXPECT_EQ(StepError("{\"push\": {\"dialog\": \"d\"}}"), "2: \"push\" needs the key \"control\"");
