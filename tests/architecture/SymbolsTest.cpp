@@ -81,6 +81,7 @@ TEST(PluginSymbols, ShowTheEntryPointsAndTheClassesForOtherModulesAndNothingElse
         "ZALVelmartFileDownloader",
         "ZALVelmartFileDownloadCompleteNotification",
         "ZALVelmartIntegrationEventPublisher",
+        "ZALVelmartIntegrationUtilities",
         "ZALVelmartIntegrationDebug"};
     std::set<std::string> shown;
     for (const std::string& symbol : Symbols(Plugin, "--defined-only"))
@@ -115,7 +116,8 @@ INSTANTIATE_TEST_SUITE_P(
                       "ZALVelmartIntegrationEventPublisher::SendJSMessage(ZALOmxUTF8String const&)",
                       "typeinfo for ZALVelmartIntegrationEventPublisher", "ZALVelmartIntegrationDebug::Traces",
                       "ZALVelmartIntegrationDebug::Chrono::Start()", "ZALVelmartIntegrationDebug::Chrono::GetElapsed()",
-                      "ZALVelmartIntegrationDebug::Chrono::GetElapsedAsString()"));
+                      "ZALVelmartIntegrationDebug::Chrono::GetElapsedAsString()",
+                      "ZALVelmartIntegrationUtilities::GetFileStreamMD5Hash(ZALUnicodeString const&)"));
 
 // ---------------------------------------------------------------------------------------------
 // Needed

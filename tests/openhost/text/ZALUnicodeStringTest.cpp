@@ -55,6 +55,19 @@ TEST(ZALUnicodeString, TakesAUtf8TextWithItsZeroBytes)
     EXPECT_EQ(View(ZALUnicodeString(ZALOmxUTF8String("\xC3\xA4\0b", 4))), std::u16string_view(u"\u00E4\0b", 3));
 }
 
+TEST(ZALUnicodeString, TurnsIntoSmallLetters)
+{
+    const auto small = [](const char16_t* units) {
+        ZALUnicodeString text(units);
+        text.ToLower();
+        return text;
+    };
+    EXPECT_EQ(small(u""), ZALUnicodeString());
+    EXPECT_EQ(small(u"@AMZ[`az{09"), ZALUnicodeString(u"@amz[`az{09"));
+    EXPECT_EQ(small(u"\u00C4\u00DF\u0416\u03A3\u03C2"), ZALUnicodeString(u"\u00E4\u00DF\u0436\u03C3\u03C2"));
+    EXPECT_EQ(small(u"\U00010400"), ZALUnicodeString(u"\U00010400")) << "one unit at a time";
+}
+
 TEST(ZALUnicodeString, BuildsFromUtf8)
 {
     ZALUnicodeString text("before");

@@ -1,0 +1,102 @@
+// The MD5 of files, with the host's own services.
+
+#include "events/FileHash.h"
+#include "openhost/files/TemporaryFolder.h"
+#include "openhost/text/Utf.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+class FileHash : public ::testing::Test {
+protected:
+    std::filesystem::path File() const { return folder_.Path() / "a b'\xC3\xA9"; }
+    void Put(const std::string& content) const { std::ofstream(File(), std::ios::binary) << content; }
+    std::string Hash() const
+    {
+        return openhost::ToUtf8(ZALVelmartIntegrationUtilities::GetFileStreamMD5Hash(File().c_str()));
+    }
+    std::string HashOf(const std::string& content) const
+    {
+        Put(content);
+        return Hash();
+    }
+    /// What the program md5sum says.
+    std::string Md5sum() const
+    {
+        std::FILE* pipe = popen(("md5sum <\"" + File().string() + "\"").c_str(), "r");
+        char digits[33] = {};
+        if (!pipe || std::fread(digits, 1, 32, pipe) != 32)
+            throw std::runtime_error("md5sum says nothing");
+        pclose(pipe);
+        return digits;
+    }
+
+    const openhost::TemporaryFolder folder_;
+};
+
+TEST_F(FileHash, IsTheSumOfTheStandard)
+{
+    EXPECT_EQ(HashOf("a"), "0cc175b9c0f1b6a831c399e269772661");
+    EXPECT_EQ(HashOf("message digest"), "f96b697d7cb7938d525a2f31aaf161d0");
+    EXPECT_EQ(HashOf(std::string(1'000'000, 'a')), "7707d6ae4e027c70eea2a935c2296f21");
+}
+
+TEST_F(FileHash, IsWhatMd5sumSaysForSizesAroundTheBuffers)
+{
+    std::string content;
+    for (std::uint32_t value = 1; content.size() < 100'000; value = value * 1664525 + 1013904223)
+        content += static_cast<char>(value >> 24);
+    for (const std::size_t size : {1, 2, 55, 56, 63, 64, 65, 16383, 16384, 16385, 32767, 32768, 32769, 65536, 99999}) {
+        const std::string hash = HashOf(content.substr(0, size));
+        EXPECT_EQ(hash, Md5sum()) << size;
+        EXPECT_EQ(hash.find_first_not_of("0123456789abcdef"), std::string::npos) << hash;
+    }
+}
+
+TEST_F(FileHash, IsWhatMd5sumSaysForAFileOfManyBuffers)
+{
+    Put("start");
+    std::filesystem::resize_file(File(), (64 << 20) + 1);
+    EXPECT_EQ(Hash(), Md5sum());
+}
+
+TEST_F(FileHash, OfAnEmptyFileIsEmpty)
+{
+    EXPECT_EQ(HashOf(""), "");
+}
+
+TEST_F(FileHash, OfWhatIsNoFileIsEmpty)
+{
+    using ZALVelmartIntegrationUtilities::GetFileStreamMD5Hash;
+    EXPECT_EQ(Hash(), "") << "missing";
+    EXPECT_EQ(GetFileStreamMD5Hash(""), "");
+    EXPECT_EQ(GetFileStreamMD5Hash(folder_.Path().c_str()), "");
+    std::filesystem::create_symlink(folder_.Path() / "nowhere", File());
+    EXPECT_EQ(Hash(), "");
+}
+
+TEST_F(FileHash, OfAFileOf4GiBIsEmpty)
+{
+    Put("");
+    std::filesystem::resize_file(File(), std::uintmax_t{1} << 32);
+    EXPECT_EQ(Hash(), "");
+}
+
+TEST_F(FileHash, LeavesTheFileAlone)
+{
+    Put("content");
+    std::filesystem::permissions(File(), std::filesystem::perms::owner_read);
+    const auto time = std::filesystem::last_write_time(File());
+    EXPECT_EQ(Hash(), "9a0364b9e99bb480dd25e1f0284c8555");
+    EXPECT_EQ(std::filesystem::last_write_time(File()), time);
+    EXPECT_EQ(std::filesystem::file_size(File()), 7u);
+}
+
+} // namespace
