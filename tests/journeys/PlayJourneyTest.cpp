@@ -414,3 +414,35 @@ TEST_F(PlayJourney, TheExampleChangesAProductAndSavesIt)
     for (std::size_t i = 0; i < onTheShaft.size(); ++i)
         EXPECT_NEAR(saved.children[7].placement[i], onTheShaft[i], 1e-12) << i;
 }
+
+// ---------------------------------------------------------------------------------------------
+// The session of examples/ with a component on the bridge: an item that it takes over, one that it leaves
+
+TEST_F(PlayJourney, TheExampleOfTheBridgeOpensAnItemThatAnotherComponentHandsOver)
+{
+    const Play play = PlaySession(ReadText(VELMART_SOURCE_DIR "/examples/bridge.json"), "--account");
+    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    EXPECT_FALSE(play.journal.back().contains("unusedReplies"));
+    EXPECT_TRUE(Events(play, "dialog").empty());
+
+    std::vector<std::string> talk;
+    for (const json& event : Events(play, "bridge")) {
+        const json message = json::parse(event["text"].get<std::string>());
+        talk.push_back(event["direction"].get<std::string>() + " " + message.value("method", "reply"));
+    }
+    EXPECT_EQ(talk, (std::vector<std::string>{"sent downloadQ7FilesFromTolva", "received downloadFilesFromVL",
+                                              "sent reply", "received reply", "sent EndTransaction",
+                                              "sent downloadQ7FilesFromTolva", "received reply"}));
+    const json transaction = json::parse(Events(play, "bridge")[4]["text"].get<std::string>());
+    EXPECT_EQ(transaction["params"]["filePathes"],
+              (json{(Parts() / "BOLTED_JOINT_M8.ZALProduct").string(), (Parts() / "Washer.ZALPart").string()}));
+
+    const std::vector<json> documents = Events(play, "document");
+    ASSERT_EQ(documents.size(), 2u);
+    EXPECT_EQ(documents[0]["path"], std::filesystem::canonical(Parts() / "BOLTED_JOINT_M8.ZALProduct").string());
+    EXPECT_EQ(documents[1]["action"], "opened");
+    EXPECT_EQ(Events(play, "moved").size(), 1u);
+    EXPECT_THAT(play.output, HasSubstr("Bridge        the module sends {\"method\":\"downloadQ7FilesFromTolva\""));
+    EXPECT_THAT(play.output, HasSubstr("the module receives {\"method\":\"downloadFilesFromVL\""));
+    EXPECT_THAT(play.output, HasSubstr("Washer.ZALPart\n"));
+}

@@ -1,0 +1,265 @@
+// Downloads that another component of the host takes over, with its messages over the real bridge.
+
+#include "events/ZALVelmartIntegrationEventPublisher.h"
+#include "events/ZALVelmartIntegrationEventSubscriber.h"
+#include "host/panel.h"
+#include "openhost/documents/CadDocument.h"
+#include "openhost/files/Md5.h"
+#include "tests/journeys/JourneyFixture.h"
+#include "tests/support/Listener.h"
+
+#include <gmock/gmock.h>
+
+#include <functional>
+
+using namespace openhost;
+using namespace openhost::testing;
+using Notification = ZALVelmartFileDownloadCompleteNotification;
+using nlohmann::json;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+/// A component that takes messages and answers as a test says.
+class BridgeJourney : public JourneyFixture {
+protected:
+    BridgeJourney()
+    {
+        component_.Subscribe(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance(),
+                             ZALDlgHtmlViewJavaScriptNotification::ClassName());
+    }
+
+    static void SendText(const std::string& text)
+    {
+        ZALDlgHtmlViewJavaScriptNotification message("", text.data(), text.size());
+        DispatchCallbacks(ZALVelmartIntegrationEventSubscriber::GetUniqueSubscriber(), &message);
+    }
+    static void Send(const json& message) { SendText(message.dump()); }
+    /// Asks for the files of `urls` below the user's folder.
+    void AskFor(const json& urls, int id = 7) const
+    {
+        Send({{"method", "downloadFilesFromVL"},
+              {"id", id},
+              {"params", {{"downloadUrls", urls}, {"downloadDestPath", Parts().string()}}}});
+    }
+    /// Ends the download with `paths`.
+    static void Deliver(const json& paths) { Send({{"id", 1}, {"result", {{"downloadedQ7FilesPathes", paths}}}}); }
+    static void Leave() { Send({{"id", 1}, {"error", {{"code", -1697450280}, {"message", "yours"}}}}); }
+
+    std::string FileUrl(const std::string& name) const { return Base() + "/files/" + name; }
+    static std::string Original(const std::string& name)
+    {
+        return ReadFile(std::filesystem::path(VELMART_ITEMS_DIR) / "files" / name);
+    }
+
+    std::function<void(const json& request)> OnRequest; ///< a message with a method
+    std::function<void(const json& reply)> OnReply;     ///< a reply to the component's request
+    std::vector<std::string> Messages;                  ///< all of them
+
+private:
+    openhost::testing::Listener component_{[this](ZALBaseUnknown*, ZALNotification* notification, void*) {
+        const auto* text = ZALSysDynamicCast<ZALDlgHtmlViewJavaScriptNotification>(notification);
+        Messages.emplace_back(text->GetData(), text->GetDataLength());
+        const json message = json::parse(Messages.back());
+        const auto& react = message.contains("method") ? OnRequest : OnReply;
+        if (react)
+            react(message);
+    }};
+};
+
+TEST_F(BridgeJourney, TheComponentHasTheModuleFetchTheItemAndHandsItsFilesOver)
+{
+    OnRequest = [this](const json& request) {
+        EXPECT_EQ(request["params"]["id"], "bearing-unit-20");
+        EXPECT_EQ(request["params"]["fileName"], "BEARING_UNIT_20");
+        AskFor({{"Item", request["params"]["downloadUrls"]["ZALOR_RAW"]}});
+    };
+    OnReply = [](const json& reply) {
+        EXPECT_EQ(reply["id"], 7);
+        Deliver(reply["result"]["downloadedFilesPathes"]["Item"]);
+    };
+    const auto completion = Download(RequestOf("bearing-unit-20"));
+    ASSERT_TRUE(completion);
+    EXPECT_EQ(completion->status, Notification::DownloadSucceeded);
+    EXPECT_EQ(completion->docEnvId, "UT5");
+
+    ASSERT_FALSE(completion->files.empty());
+    const std::filesystem::path root = completion->files.front();
+    EXPECT_EQ(root.extension(), ".ZALProduct");
+    for (const std::string& file : completion->files)
+        EXPECT_THAT(ReadDocument(file).links, ::testing::Not(::testing::Contains(root.filename().string())));
+    EXPECT_EQ(completion->files.size(), FilesInParts().size());
+    EXPECT_THAT(Messages, SizeIs(2));
+    EXPECT_THAT(Surface().Questions(), IsEmpty());
+    EXPECT_EQ(Surface().Find("ZALVelmartDownloadProgressDlg"), nullptr);
+}
+
+TEST_F(BridgeJourney, ArchivesAndRawFilesComeInTheOrderOfTheirKeys)
+{
+    json paths;
+    OnRequest = [this](const json&) {
+        // A text, because a map would sort the keys.
+        SendText(R"({"method": "downloadFilesFromVL", "id": 2, "params": {"downloadUrls": {
+                     "Washer": ")" +
+                 FileUrl("ISO7089_M10.ZALPart") + R"(", "Bolt": ")" + FileUrl("hexagon-bolt-m8x40.zip") +
+                 R"(", "Bracket": ")" + FileUrl("BRACKET_40.ZALPart") + R"("}, "downloadDestPath": ")" +
+                 Parts().string() + R"("}})");
+    };
+    OnReply = [&](const json&) {
+        const auto reply = nlohmann::ordered_json::parse(Messages.back());
+        std::vector<std::string> keys;
+        for (const auto& [key, files] : reply["result"]["downloadedFilesPathes"].items()) {
+            keys.push_back(key);
+            for (const auto& file : files)
+                paths.push_back(file.get<std::string>());
+        }
+        EXPECT_THAT(keys, ElementsAre("Washer", "Bolt", "Bracket"));
+        Deliver(paths);
+    };
+    const auto completion = Download(RequestOf("washer-m8"));
+    ASSERT_TRUE(completion);
+    EXPECT_EQ(completion->status, Notification::DownloadSucceeded);
+    EXPECT_EQ(completion->files, paths.get<std::vector<std::string>>());
+    EXPECT_EQ(ReadFile(Parts() / "Washer.ZALPart"), Original("ISO7089_M10.ZALPart"));
+    EXPECT_EQ(ReadFile(Parts() / "Bracket.ZALPart"), Original("BRACKET_40.ZALPart"));
+    for (const std::string& file : completion->files)
+        EXPECT_NO_THROW(ReadDocument(file)) << file;
+    EXPECT_THAT(FilesInParts(), SizeIs(completion->files.size()));
+}
+
+TEST_F(BridgeJourney, TheComponentAnswersInsideTheCall)
+{
+    OnRequest = [](const json&) { Deliver({"/srv/a.ZALProduct", "/srv/b.ZALPart"}); };
+    const std::size_t before = Listener().Completions().size();
+    EXPECT_EQ(JourneyFixture::Send("velmart_download", RequestOf("bearing-unit-20")), S_OK);
+
+    ASSERT_EQ(Listener().Completions().size(), before + 1) << "before the message returns";
+    EXPECT_THAT(Listener().Completions().back().files, ElementsAre("/srv/a.ZALProduct", "/srv/b.ZALPart"));
+    EXPECT_THAT(FilesInParts(), IsEmpty());
+}
+
+TEST_F(BridgeJourney, TheComponentLeavesTheItemToTheModule)
+{
+    OnRequest = [](const json&) { Leave(); };
+    const auto completion = Download(RequestOf("bolted-joint-m8"));
+    ASSERT_TRUE(completion);
+    EXPECT_EQ(completion->status, Notification::DownloadSucceeded);
+    EXPECT_EQ(completion->docEnvId, "File");
+    EXPECT_EQ(std::filesystem::path(completion->files.front()).extension(), ".ZALProduct");
+    EXPECT_EQ(completion->files.size(), FilesInParts().size());
+    EXPECT_THAT(Messages, SizeIs(1));
+}
+
+TEST_F(BridgeJourney, TheComponentFetchesInVainAndThenLeavesTheItemToTheModule)
+{
+    OnRequest = [this](const json&) { AskFor({{"A", FileUrl("bolted-joint-m8.zip?cut=100")}}); };
+    OnReply = [](const json& reply) {
+        EXPECT_EQ(reply["error"]["code"], -20);
+        EXPECT_EQ(reply["error"]["message"], "Download Failed") << "of the message catalog";
+        Leave();
+    };
+    const auto completion = Download(RequestOf("bolted-joint-m8"));
+    ASSERT_TRUE(completion);
+    EXPECT_EQ(completion->status, Notification::DownloadSucceeded);
+    EXPECT_EQ(completion->docEnvId, "File");
+    EXPECT_THAT(Messages, SizeIs(2));
+}
+
+TEST_F(BridgeJourney, TheSecondAnswerFindsNoReceiver)
+{
+    OnRequest = [](const json&) {
+        Send({{"id", 1}, {"error", {{"code", 5}, {"message", "no access"}}}});
+        Send({{"id", 1}, {"error", {{"code", 5}, {"message", "no access"}}}});
+    };
+    EXPECT_EQ(JourneyFixture::Send("velmart_download", RequestOf("bolted-joint-m8")), S_OK);
+    RunUntilIdle();
+
+    EXPECT_THAT(Listener().Completions(), SizeIs(2));
+    ASSERT_THAT(Surface().Questions(), SizeIs(1)) << "the user is told once";
+    EXPECT_EQ(Surface().Questions()[0].text, "no access");
+}
+
+TEST_F(BridgeJourney, NonsenseEndsTheDownloadAndTheNextOneRuns)
+{
+    OnRequest = [](const json&) { SendText("\xFF nonsense {"); };
+    const auto failed = Download(RequestOf("bolted-joint-m8"));
+    ASSERT_TRUE(failed);
+    EXPECT_EQ(failed->status, Notification::DownloadFailed);
+    EXPECT_THAT(failed->files, IsEmpty());
+    ASSERT_THAT(Surface().Questions(), SizeIs(1));
+    EXPECT_EQ(Surface().Questions()[0].name, "FileDownloadErrorNotify");
+    EXPECT_THAT(FilesInParts(), IsEmpty());
+
+    OnRequest = [](const json&) { Leave(); };
+    const auto completion = Download(RequestOf("bolted-joint-m8"));
+    ASSERT_TRUE(completion);
+    EXPECT_EQ(completion->status, Notification::DownloadSucceeded);
+}
+
+TEST_F(BridgeJourney, TheSecondRequestForFilesGivesTheFirstUp)
+{
+    OnRequest = [this](const json&) {
+        AskFor({{"Slow", FileUrl("BRACKET_40.ZALPart?piece=100&pause=1000")}}, 1);
+        AskFor({{"Fast", FileUrl("BRACKET_40.ZALPart")}}, 2);
+    };
+    OnReply = [](const json& reply) {
+        EXPECT_EQ(reply["id"], 2);
+        Deliver(reply["result"]["downloadedFilesPathes"]["Fast"]);
+    };
+    const auto completion = Download(RequestOf("washer-m8"));
+    ASSERT_TRUE(completion);
+    EXPECT_THAT(completion->files, ElementsAre((Parts() / "Fast.ZALPart").string()));
+    EXPECT_THAT(FilesInParts(), ElementsAre("Fast.ZALPart"));
+    EXPECT_EQ(ReadFile(Parts() / "Fast.ZALPart"), Original("BRACKET_40.ZALPart"));
+}
+
+TEST_F(BridgeJourney, TheUserCannotCancelWhatTheComponentAskedFor)
+{
+    OnRequest = [this](const json&) { AskFor({{"A", FileUrl("BRACKET_40.ZALPart?piece=1000&pause=5")}}); };
+    OnReply = [](const json& reply) { Deliver(reply["result"]["downloadedFilesPathes"]["A"]); };
+    EXPECT_EQ(JourneyFixture::Send("velmart_download", RequestOf("washer-m8")), S_OK);
+    EXPECT_EQ(Surface().Push("ZALVelmartDownloadProgressDlg", "CLOSE"), PushResult::Insensitive);
+    RunUntilIdle();
+
+    ASSERT_THAT(Listener().Completions(), SizeIs(1));
+    EXPECT_EQ(Listener().Completions()[0].status, Notification::DownloadSucceeded);
+}
+
+TEST_F(BridgeJourney, ManyFilesComeOneAfterTheOther)
+{
+    constexpr int Count = 40;
+    OnRequest = [this](const json&) {
+        json urls;
+        for (int index = 0; index < Count; ++index)
+            urls["part-" + std::to_string(index)] = FileUrl("ISO7089_M8.ZALPart");
+        AskFor(urls);
+    };
+    OnReply = [](const json& reply) {
+        json paths;
+        for (const json& files : reply["result"]["downloadedFilesPathes"])
+            paths.push_back(files[0]);
+        Deliver(paths);
+    };
+    const auto completion = Download(RequestOf("washer-m8"));
+    ASSERT_TRUE(completion);
+    EXPECT_THAT(completion->files, SizeIs(Count));
+    const std::string sum = Md5OfFile(std::filesystem::path(VELMART_ITEMS_DIR) / "files" / "ISO7089_M8.ZALPart");
+    for (const std::string& file : completion->files)
+        EXPECT_EQ(Md5OfFile(file), sum) << file;
+}
+
+TEST_F(BridgeJourney, ACatalogueThatIsDownIsToldToTheComponent)
+{
+    const std::string url = FileUrl("BRACKET_40.ZALPart");
+    const json request = RequestOf("washer-m8");
+    StopCatalogue();
+    OnRequest = [&](const json&) { AskFor({{"A", url}}); };
+    OnReply = [](const json& reply) {
+        EXPECT_EQ(reply["error"]["code"], -20);
+        Send({{"id", 1}, {"error", {{"code", 1}}}});
+    };
+    const auto completion = Download(request);
+    ASSERT_TRUE(completion);
+    EXPECT_EQ(completion->status, Notification::DownloadFailed);
+    EXPECT_THAT(Surface().Questions(), SizeIs(1));
+}
