@@ -248,6 +248,17 @@ TEST_F(PluginFile, StartsAfreshWhenItIsLoadedAgain)
     EXPECT_TRUE(CreateAddin());
 }
 
+TEST_F(PluginFile, HashesAFileForOtherModules)
+{
+    Load();
+    const auto hash = Find<ZALUnicodeString(const ZALUnicodeString&)>(
+        "_ZN30ZALVelmartIntegrationUtilities20GetFileStreamMD5HashERK16ZALUnicodeString");
+    ASSERT_TRUE(hash);
+    std::ofstream(Folder() / "file") << "abc";
+    EXPECT_EQ(hash((Folder() / "file").c_str()), ZALUnicodeString("900150983cd24fb0d6963f7d28e17f72"));
+    EXPECT_EQ(hash((Folder() / "missing").c_str()), ZALUnicodeString());
+}
+
 // ---------------------------------------------------------------------------------------------
 // Diagnostics
 

@@ -18,13 +18,8 @@ class BridgeListenerTest : public ::testing::Test {
 protected:
     BridgeListenerTest() : service_(folder_.Path()) { service_.Start(); }
 
-    /// Plays the steps of a component with `replies`, then of a download, then of `more`.
-    int PlayReplies(const std::string& replies, const std::string& more = "")
+    int Play(const std::string& steps)
     {
-        const std::string steps = R"({"listener": {"replies": [)" + replies + R"(]}},
-               {"message": {"event": "velmart_download", "content": {"id": 5, "downloadUrl": "${BASE}/archive?entries=1"}}},
-               {"wait": "idle"})" +
-                                  more;
         const Session session = ParseSession(
             R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true}, "steps": [)" +
                 steps + "]}",
@@ -33,6 +28,13 @@ protected:
         return SessionPlayer(session, {VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so", folder_.Path()},
                              [this](const Json& event) { events_.push_back(event); })
             .Play();
+    }
+    /// Plays the steps of a component with `replies`, then of a download to its end, then of `more`.
+    int PlayReplies(const std::string& replies, const std::string& more = "")
+    {
+        return Play(R"({"listener": {"replies": [)" + replies +
+                    R"(]}}, {"message": {"event": "velmart_download", "content": {"id": 5}}}, {"wait": "idle"})" +
+                    more);
     }
 
     std::vector<Json> EventsOf(const std::string& name) const
@@ -166,6 +168,17 @@ TEST_F(BridgeListenerTest, AWaitForAMessageEndsWithIt)
                                    {"wait": "bridge"})"),
               SessionPlayer::Failed);
     EXPECT_EQ(events_.back().at("step"), 6);
+}
+
+TEST_F(BridgeListenerTest, ASessionMayEndInsideATransferThatTheComponentAskedFor)
+{
+    EXPECT_EQ(Play(R"({"listener": {"replies": [{"to": "downloadQ7FilesFromTolva", "send": {
+                           "method": "downloadFilesFromVL", "id": 2, "params": {"downloadUrls": {
+                           "A": "${BASE}/archive?entries=1&piece=10&pause=1000"}, "downloadDestPath": "${PARTS}"}}}]}},
+                      {"message": {"event": "velmart_download", "content": {"id": 5}}}, {"wait": "request"})"),
+              SessionPlayer::Done);
+    EXPECT_EQ(Messages().size(), 2U) << "nobody is told";
+    EXPECT_EQ(events_.back().at("event"), "end");
 }
 
 } // namespace openhost
