@@ -338,7 +338,7 @@ void CadSession::UnloadUnused(LoadedDocument& document)
     while (!waiting.empty()) {
         LoadedDocument* unused = waiting.back();
         waiting.pop_back();
-        if (unused->open_ || !unused->fathers_.empty())
+        if (unused->open_ || unused->opens_ > 0 || unused->locks_ > 0 || !unused->fathers_.empty())
             continue;
         for (const auto& [reference, count] : unused->references_)
             waiting.push_back(reference);
@@ -379,13 +379,18 @@ void CadSession::Remove(LoadedDocument& document)
 // ---------------------------------------------------------------------------------------------
 // Components
 
+void CadSession::CheckComponent(const LoadedDocument& father, const LoadedDocument& reference)
+{
+    LinkTo(father.path_.parent_path(), reference.path_);
+    if (Reaches(reference, father))
+        throw CadSessionError(father.path_.string() + ": the product would be a part of itself");
+}
+
 LoadedDocument& CadSession::LoadComponent(const LoadedDocument& father, const std::filesystem::path& path)
 {
     LoadedDocument& document = Load(path);
     try {
-        LinkTo(father.path_.parent_path(), document.path_);
-        if (Reaches(document, father))
-            throw CadSessionError(father.path_.string() + ": the product would be a part of itself");
+        CheckComponent(father, document);
     } catch (const CadSessionError&) {
         UnloadUnused(document);
         throw;
@@ -420,29 +425,50 @@ std::string CadSession::TakeName(LoadedDocument& father, const LoadedDocument& r
     return name;
 }
 
+LoadedDocument& CadSession::ProductOf(const SessionProduct& father)
+{
+    if (!father.reference_ || father.reference_->Kind() != DocumentKind::Product)
+        throw CadSessionError(father.name_ + ": components can be added to a product only");
+    return *father.reference_;
+}
+
+SessionProduct& CadSession::Append(LoadedDocument& father, LoadedDocument& reference)
+{
+    father.children_.push_back(
+        new SessionProduct(father, &reference, TakeName(father, reference), IdentityPlacement, false));
+    Refer(father, reference);
+    return *father.children_.back();
+}
+
+SessionProduct& CadSession::AddComponent(SessionProduct& father, LoadedDocument& reference)
+{
+    LoadedDocument& document = ProductOf(father);
+    if (reference.session_ != this)
+        throw CadSessionError(reference.path_.string() + ": the document is not loaded");
+    CheckComponent(document, reference);
+
+    SessionProduct& component = Append(document, reference);
+    SetChanged(document);
+    return component;
+}
+
 void CadSession::AddComponents(SessionProduct& father, const std::vector<std::filesystem::path>& files)
 {
-    LoadedDocument* document = father.reference_;
-    if (!document || document->Kind() != DocumentKind::Product)
-        throw CadSessionError(father.name_ + ": components can be added to a product only");
-
+    LoadedDocument& document = ProductOf(father);
     std::vector<LoadedDocument*> references;
     try {
         for (const std::filesystem::path& file : files)
-            references.push_back(&LoadComponent(*document, file));
+            references.push_back(&LoadComponent(document, file));
     } catch (...) {
         const std::set<LoadedDocument*> loaded(references.begin(), references.end());
         for (LoadedDocument* reference : loaded)
             UnloadUnused(*reference);
         throw;
     }
-    for (LoadedDocument* reference : references) {
-        document->children_.push_back(
-            new SessionProduct(*document, reference, TakeName(*document, *reference), IdentityPlacement, false));
-        Refer(*document, *reference);
-    }
+    for (LoadedDocument* reference : references)
+        Append(document, *reference);
     if (!references.empty())
-        SetChanged(*document);
+        SetChanged(document);
 }
 
 void CadSession::ReplaceComponent(SessionProduct& father, SessionProduct& component, const std::filesystem::path& file,

@@ -21,7 +21,7 @@ public:
 
 /// The CAD session of a run. An instance stands in the document of its father, so that a sub-product that is used
 /// twice is changed in both places. Each document is loaded once, however often it is referred to, and stays loaded as
-/// long as it has a window or another document refers to it.
+/// long as it has a window, a program has opened or locked it, or another document refers to it.
 ///
 /// Links are looked up beside the document first, then as they are written. A child whose document is missing or
 /// damaged is kept as such. Operations that fail throw CadSessionError or CompoundFileError and change nothing.
@@ -55,6 +55,8 @@ public:
     /// Adds one component for each of `files` to the product that `father` refers to. Their names are the part number,
     /// a point and the lowest number from 1 that has not been given yet; they stand at the origin.
     void AddComponents(SessionProduct& father, const std::vector<std::filesystem::path>& files);
+    /// Adds one component that refers to `reference`, a document of this session, in the same way. Gives it.
+    SessionProduct& AddComponent(SessionProduct& father, LoadedDocument& reference);
     /// Puts the document `file` in the place of `component`, which stands in the product that `father` refers to, and
     /// with `allInstances` in that of each component of that product with the same reference. Position and place in the
     /// list stay. So does a name, unless it is one that AddComponents has given.
@@ -73,10 +75,20 @@ public:
     ZALDocument* FindDocument(const ZALUnicodeString& path) override;
     ZALBaseUnknown* GetRootProduct(ZALDocument& document) override;
     bool IsOfPart(ZALIProduct& product) override;
+    HRESULT OpenDocument(const ZALUnicodeString& path, ZALDocument*& document, int mode) override;
+    HRESULT SaveDocumentAs(ZALDocument& document, const ZALUnicodeString& path, const ZALUnicodeString& format,
+                           int mode) override;
+    HRESULT SaveDocumentAsNew(ZALDocument& document, const ZALUnicodeString& path, int mode) override;
+    HRESULT RemoveDocument(ZALDocument& document, int mode) override;
+    ZALDocument* DocumentOf(ZALBaseUnknown& object) override;
 
 private:
+    friend class LoadedDocument;
     LoadedDocument& Load(const std::filesystem::path& path);
     LoadedDocument& Enter(const std::filesystem::path& path, CadDocument contents);
+    static void CheckComponent(const LoadedDocument& father, const LoadedDocument& reference);
+    static LoadedDocument& ProductOf(const SessionProduct& father);
+    static SessionProduct& Append(LoadedDocument& father, LoadedDocument& reference);
     LoadedDocument& LoadComponent(const LoadedDocument& father, const std::filesystem::path& path);
     void LoadChildren(LoadedDocument& document, std::vector<LoadedDocument*>& fresh);
     static void RefuseCycles(LoadedDocument& root);

@@ -1,5 +1,8 @@
 #include "openhost/cad/LoadedDocument.h"
 
+#include "openhost/cad/CadSession.h"
+#include "openhost/text/Utf.h"
+
 #include <utility>
 
 namespace openhost {
@@ -11,5 +14,26 @@ LoadedDocument::LoadedDocument(CadSession& session, std::filesystem::path path, 
 }
 
 LoadedDocument::~LoadedDocument() = default;
+
+HRESULT LoadedDocument::AddRefForLock()
+{
+    ++locks_;
+    return S_OK;
+}
+
+HRESULT LoadedDocument::ReleaseForLock(int)
+{
+    if (locks_ == 0)
+        return E_FAIL;
+    --locks_;
+    if (session_)
+        session_->UnloadUnused(*this);
+    return S_OK;
+}
+
+ZALUnicodeString LoadedDocument::StorageName()
+{
+    return FromUtf8(path_.string());
+}
 
 } // namespace openhost

@@ -29,12 +29,16 @@ public:
     const std::string& PartNumber() const { return contents_.partNumber; }
     /// Whether the document differs from its file.
     bool IsDirty() const { return dirty_; }
-    /// Whether the document has a window of its own; otherwise others that refer to it hold it.
+    /// Whether the document has a window of its own; otherwise programs or others that refer to it hold it.
     bool IsOpen() const { return open_; }
     /// Null once the session has let go of the document.
     SessionProduct* Root() const { return root_; }
     /// In the order of the file.
     const std::vector<SessionProduct*>& Children() const { return children_; }
+
+    HRESULT AddRefForLock() override;
+    HRESULT ReleaseForLock(int mode) override;
+    ZALUnicodeString StorageName() override;
 
 private:
     friend class CadSession;
@@ -43,6 +47,8 @@ private:
     CadDocument contents_; ///< without children, links and geometry, which stand below or in the file
     bool dirty_ = false;
     bool open_ = false;
+    unsigned int opens_ = 0; ///< by programs, that none of them has ended
+    unsigned int locks_ = 0;
     SessionProduct* root_ = nullptr;
     std::vector<SessionProduct*> children_;
     std::vector<std::string> looseLinks_;                         ///< links of the file that no child uses

@@ -3,6 +3,7 @@
 #include "host/cad.h"
 
 OPENHOST_META_CLASS(ZALIProduct, ZALBaseUnknown)
+OPENHOST_META_CLASS(ZALIMovable, ZALBaseUnknown)
 OPENHOST_META_CLASS(ZALIPrdGhost, ZALBaseUnknown)
 OPENHOST_META_CLASS(ZALIAApplication, ZALBaseUnknown)
 OPENHOST_META_CLASS(ZALIAProduct, ZALBaseUnknown)
@@ -11,6 +12,9 @@ OPENHOST_META_CLASS(ZALINameServerAccess, ZALBaseUnknown)
 
 ZALIProduct::ZALIProduct() = default;
 ZALIProduct::~ZALIProduct() = default;
+
+ZALIMovable::ZALIMovable() = default;
+ZALIMovable::~ZALIMovable() = default;
 
 ZALIPrdGhost::ZALIPrdGhost() = default;
 ZALIPrdGhost::~ZALIPrdGhost() = default;

@@ -2,8 +2,8 @@
 
 #include "openhost/cad/Automation.h"
 #include "openhost/cad/CadSession.h"
+#include "openhost/cad/Guard.h"
 #include "openhost/files/Paths.h"
-#include "openhost/journal/Journal.h"
 #include "openhost/text/Utf.h"
 
 namespace openhost {
@@ -25,19 +25,6 @@ private:
     SessionProduct& product_;
 };
 
-/// Runs `operation`, which may throw; E_FAIL, and a line in the journal, when it does.
-template <class Operation>
-HRESULT Guard(const char* name, Operation operation)
-{
-    try {
-        operation();
-        return S_OK;
-    } catch (const std::exception& error) {
-        journal::Write("document", {{"action", "refused"}, {"operation", name}, {"reason", error.what()}});
-        return E_FAIL;
-    }
-}
-
 std::filesystem::path PathOf(const ZALUnicodeString& path)
 {
     return SystemPath(path);
@@ -55,6 +42,20 @@ public:
         partNumber = reference ? FromUtf8(reference->PartNumber()) : ZALUnicodeString();
         return reference ? S_OK : E_FAIL;
     }
+    HRESULT GetChildren(const char* interfaceName, ZALListValZALBaseUnknown_var& children) override
+    {
+        const LoadedDocument* reference = Product().Reference();
+        if (!reference || reference->Kind() != DocumentKind::Product)
+            return E_FAIL;
+        for (SessionProduct* child : reference->Children()) {
+            ZALBaseUnknown* found = nullptr;
+            if (SUCCEEDED(child->QueryInterface(interfaceName, &found)))
+                children.Append(ZALBaseUnknown_var::Take(found));
+        }
+        return S_OK;
+    }
+    /// Geometry stays in the file: no shape is loaded.
+    ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString&, int, int, int) override { return nullptr; }
 
 private:
     static ZALIProduct* RootOf(const LoadedDocument* document)
@@ -87,6 +88,19 @@ public:
         for (const ZALUnicodeString& file : TextsOf(files))
             paths.push_back(PathOf(file));
         return Guard("AddComponentsFromFiles", [&] { Session().AddComponents(Product(), paths); });
+    }
+
+    HRESULT AddComponent(ZALIAProduct* reference, ZALIAProduct** instance) override
+    {
+        if (!instance)
+            return E_INVALIDARG;
+        *instance = nullptr;
+        auto* added = reference ? dynamic_cast<SessionProduct*>(reference->GetImpl(0)) : nullptr;
+        if (!added || !added->Reference())
+            return E_INVALIDARG;
+        return Guard("AddComponent", [&] {
+            *instance = new ComponentInterface(Session().AddComponent(Product(), *added->Reference()));
+        });
     }
 
     HRESULT ReplaceComponent(ZALIAProduct* component, ZALBSTR file, ZALVariantBool allInstances,

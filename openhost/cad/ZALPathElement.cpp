@@ -1,4 +1,8 @@
+#include "openhost/objects/MetaClassOperations.h"
+
 #include "host/cad.h"
+
+OPENHOST_META_CLASS(ZALPathElement, ZALBaseUnknown)
 
 ZALPathElement::ZALPathElement() = default;
 
