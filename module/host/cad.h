@@ -269,6 +269,8 @@ public:
     int IsAKindOf(const char* className) const override;
 };
 
+using ZALIAProducts_var = ZALInterfaceHandle<ZALIAProducts>;
+
 // ---------------------------------------------------------------------------------------------
 // Documents in the session and part numbers
 

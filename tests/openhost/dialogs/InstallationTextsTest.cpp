@@ -31,7 +31,7 @@ TEST_P(InstallationTexts, HaveAMessageForEachKeyOfTheModule)
           "ReplaceAllPopUp.Title", "ReplaceAllPopUp.Message"}},
         {"ZALVelmartFileDownloader",
          {"OverwriteNotifyTitle", "OverwriteNotifyMessage", "OverwriteNotifyRemaining", "DownloadCanceled",
-          "DownloadFailed"}},
+          "DownloadFailed", "WarnFileSameNameReused", "WarnNoTemplateMultiProduct"}},
         {"ZALVelmartDownloadLocationDlg", {"NotADirectoryNotifyTitle", "NotADirectoryNotifyMessage"}}};
     const ZALUnicodeString parameter = "BOLT-12";
     for (const auto& [catalog, names] : keys)
