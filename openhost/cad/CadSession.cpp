@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 #include <utility>
 
 namespace openhost {
@@ -16,6 +17,9 @@ namespace {
 
 /// Longest beginning of a part number in the name of a component, in bytes.
 constexpr std::size_t MaximumNameSize = 1000;
+
+/// Most products on the way to an element.
+constexpr std::size_t MaximumDepth = 1000;
 
 /// The one path of a file, however it is written; links are followed as far as they exist.
 std::filesystem::path Canonical(const std::filesystem::path& path)
@@ -43,8 +47,8 @@ std::filesystem::path Resolve(const std::filesystem::path& folder, const std::st
 std::string LinkTo(const std::filesystem::path& folder, const std::filesystem::path& target)
 {
     const std::string link = (target.parent_path() == folder ? target.filename() : target).string();
-    if (target.parent_path() != folder && Exists(folder / target.filename()))
-        throw CadSessionError(link + ": another file of that name stands beside the product");
+    if (Resolve(folder, link) != target)
+        throw CadSessionError(link + ": a link of the product would lead to another file of that name");
     try {
         EncodeLinkTable({link});
     } catch (const DocumentStreamError& error) {
@@ -120,9 +124,12 @@ LoadedDocument& CadSession::Open(const std::filesystem::path& path)
 
 LoadedDocument* CadSession::Find(const std::filesystem::path& path) const
 {
-    if (path.empty())
-        return nullptr;
-    const auto found = documents_.find(Canonical(path).string());
+    return path.empty() ? nullptr : FindCanonical(Canonical(path));
+}
+
+LoadedDocument* CadSession::FindCanonical(const std::filesystem::path& path) const
+{
+    const auto found = documents_.find(path.string());
     return found != documents_.end() ? found->second : nullptr;
 }
 
@@ -211,7 +218,7 @@ void CadSession::SetChanged(LoadedDocument& document)
 LoadedDocument& CadSession::Load(const std::filesystem::path& path)
 {
     const std::filesystem::path file = Canonical(path);
-    if (LoadedDocument* known = Find(file))
+    if (LoadedDocument* known = FindCanonical(file))
         return *known;
 
     std::vector<LoadedDocument*> fresh;
@@ -263,7 +270,7 @@ void CadSession::LoadChildren(LoadedDocument& document, std::vector<LoadedDocume
             continue;
         }
         const std::filesystem::path file = Resolve(document.path_.parent_path(), links[index]);
-        targets[index].document = Find(file);
+        targets[index].document = FindCanonical(file);
         if (targets[index].document)
             continue;
         try {
@@ -340,10 +347,14 @@ void CadSession::UnloadUnused(LoadedDocument& document)
         waiting.pop_back();
         if (unused->open_ || unused->opens_ > 0 || unused->locks_ > 0 || !unused->fathers_.empty())
             continue;
+        std::vector<LoadedDocument*> references;
         for (const auto& [reference, count] : unused->references_)
-            waiting.push_back(reference);
+            references.push_back(reference);
         DetachChildren(*unused);
         Remove(*unused);
+        // Each comes up once, after the last one that referred to it.
+        std::ranges::copy_if(references, std::back_inserter(waiting),
+                             [](const LoadedDocument* reference) { return reference->fathers_.empty(); });
     }
 }
 
@@ -460,9 +471,13 @@ void CadSession::AddComponents(SessionProduct& father, const std::vector<std::fi
         for (const std::filesystem::path& file : files)
             references.push_back(&LoadComponent(document, file));
     } catch (...) {
-        const std::set<LoadedDocument*> loaded(references.begin(), references.end());
-        for (LoadedDocument* reference : loaded)
-            UnloadUnused(*reference);
+        // One may have held another, which has gone with it.
+        std::set<std::filesystem::path> loaded;
+        for (const LoadedDocument* reference : references)
+            loaded.insert(reference->path_);
+        for (const std::filesystem::path& path : loaded)
+            if (LoadedDocument* reference = FindCanonical(path))
+                UnloadUnused(*reference);
         throw;
     }
     for (LoadedDocument* reference : references)
@@ -541,14 +556,35 @@ std::set<const LoadedDocument*> CadSession::RootsOf(const LoadedDocument& docume
 
 std::vector<std::string> CadSession::DisputedPartNumbers(LoadedDocument& document) const
 {
+    // From the namesakes up to the roots, then down again by the same ways from the roots of `document`.
+    std::unordered_map<const LoadedDocument*, std::vector<const LoadedDocument*>> below;
+    std::vector<const LoadedDocument*> waiting;
+    for (const std::string& partNumber : shared_)
+        std::ranges::copy(byPartNumber_.at(partNumber), std::back_inserter(waiting));
+    std::set<const LoadedDocument*> seen(waiting.begin(), waiting.end());
+    while (!waiting.empty()) {
+        const LoadedDocument* child = waiting.back();
+        waiting.pop_back();
+        for (const auto& [father, count] : child->fathers_) {
+            below[father].push_back(child);
+            if (seen.insert(father).second)
+                waiting.push_back(father);
+        }
+    }
     const std::set<const LoadedDocument*> trees = RootsOf(document);
-    const auto standsInThem = [&](const LoadedDocument* namesake) {
-        const std::set<const LoadedDocument*> roots = RootsOf(*namesake);
-        return std::ranges::any_of(roots, [&](const LoadedDocument* root) { return trees.contains(root); });
-    };
+    std::set<const LoadedDocument*> inThem;
+    waiting.assign(trees.begin(), trees.end());
+    while (!waiting.empty()) {
+        const LoadedDocument* father = waiting.back();
+        waiting.pop_back();
+        if (inThem.insert(father).second)
+            std::ranges::copy(below[father], std::back_inserter(waiting));
+    }
+
     std::vector<std::string> disputed;
     for (const std::string& partNumber : shared_)
-        if (std::ranges::count_if(byPartNumber_.at(partNumber), standsInThem) > 1)
+        if (std::ranges::count_if(byPartNumber_.at(partNumber),
+                                  [&](const LoadedDocument* namesake) { return inThem.contains(namesake); }) > 1)
             disputed.push_back(partNumber);
     return disputed;
 }
@@ -557,11 +593,12 @@ ZALPathElement* CadSession::FindPath(const std::string& names) const
 {
     if (!Active())
         return nullptr;
-    // Names may hold "/" themselves, so that each component that fits is tried.
+    // Names may hold "/" themselves, so that each component that fits is tried, and what leads nowhere only once.
     std::vector<SessionProduct*> way;
+    std::set<std::pair<const LoadedDocument*, std::size_t>> deadEnds;
     const std::function<bool(SessionProduct&, std::string_view)> walk = [&](SessionProduct& product,
                                                                             std::string_view rest) {
-        if (!rest.starts_with(product.name_))
+        if (!rest.starts_with(product.name_) || way.size() == MaximumDepth)
             return false;
         rest.remove_prefix(product.name_.size());
         if (!rest.empty() && rest.front() != '/')
@@ -570,7 +607,7 @@ ZALPathElement* CadSession::FindPath(const std::string& names) const
         if (rest.empty())
             return true;
         rest.remove_prefix(1);
-        if (product.reference_)
+        if (product.reference_ && deadEnds.emplace(product.reference_, rest.size()).second)
             for (SessionProduct* child : product.reference_->children_)
                 if (walk(*child, rest))
                     return true;

@@ -68,7 +68,8 @@ public:
     /// The part numbers that two or more documents have in the tree or trees that `document` stands in.
     std::vector<std::string> DisputedPartNumbers(LoadedDocument& document) const;
     /// The way through the tree of the active document that `names` tells: the part number of the root, then the names
-    /// of components, with "/" between them. With a reference for the caller; null when there is no such way.
+    /// of components, with "/" between them. With a reference for the caller; null when there is no such way, or one of
+    /// more than 1,000 products.
     ZALPathElement* FindPath(const std::string& names) const;
 
     ZALIAApplication* GetApplication() override;
@@ -84,6 +85,7 @@ public:
 
 private:
     friend class LoadedDocument;
+    LoadedDocument* FindCanonical(const std::filesystem::path& path) const;
     LoadedDocument& Load(const std::filesystem::path& path);
     LoadedDocument& Enter(const std::filesystem::path& path, CadDocument contents);
     static void CheckComponent(const LoadedDocument& father, const LoadedDocument& reference);

@@ -84,16 +84,6 @@ void PutLock(Json& locks, const char* name, char lock)
         locks[name] = std::string(1, lock);
 }
 
-// A rename would replace a file that its owner has made read-only.
-void RefuseReadOnly(const std::filesystem::path& path)
-{
-    using std::filesystem::perms;
-    const std::filesystem::file_status status = std::filesystem::status(path);
-    const perms anyWrite = perms::owner_write | perms::group_write | perms::others_write;
-    if (std::filesystem::exists(status) && (status.permissions() & anyWrite) == perms::none)
-        throw std::runtime_error("it may only be read");
-}
-
 [[noreturn]] void Fail(const std::filesystem::path& file, const std::string& what, const std::exception& reason)
 {
     throw std::runtime_error("the settings file " + file.string() + " cannot be " + what + ": " + reason.what());
@@ -156,7 +146,6 @@ void SettingsStore::Save() const
             document.erase(Locks);
         else
             document[Locks] = locks;
-        RefuseReadOnly(file_);
         WriteFileAtomically(file_, document.dump(2) + "\n");
     } catch (const std::exception& reason) {
         Fail(file_, "saved", reason);

@@ -36,7 +36,12 @@ public:
     void Write(std::string_view content)
     {
         struct stat existing;
-        if (stat(target_.c_str(), &existing) == 0 && fchmod(descriptor_, existing.st_mode & 07777) != 0)
+        const bool exists = stat(target_.c_str(), &existing) == 0;
+        if (exists && (existing.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) {
+            errno = EACCES; // a rename would replace what its owner has made read-only
+            Fail();
+        }
+        if (exists && fchmod(descriptor_, existing.st_mode & 07777) != 0)
             Fail();
 
         if (!WriteAll(descriptor_, content) || fsync(descriptor_) != 0)

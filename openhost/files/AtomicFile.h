@@ -7,7 +7,8 @@
 namespace openhost {
 
 /// Replaces or creates `file` with `content`. Written beside it first, brought to the disk, then renamed; the
-/// permissions of an existing file stay, a new one is for this user only. A link is followed.
+/// permissions of an existing file stay, a new one is for this user only. A link is followed. Refuses a file that
+/// nobody may write.
 /// Throws std::system_error naming the file, which is then as it was.
 void WriteFileAtomically(const std::filesystem::path& file, std::string_view content);
 

@@ -34,6 +34,29 @@ std::string Indented(const std::string& text)
     return result;
 }
 
+/// The text member `key` of `event` without line ends and tabs, which names from documents may hold.
+std::string InOneLine(const nlohmann::ordered_json& event, const char* key)
+{
+    std::string text = Text(event, key);
+    std::ranges::replace_if(
+        text, [](char unit) { return unit == '\n' || unit == '\t'; }, ' ');
+    return text;
+}
+
+/// What a line of a tree tells of `product` behind its name.
+std::string Description(const nlohmann::ordered_json& product)
+{
+    std::ostringstream text;
+    if (product.contains("problem"))
+        text << "  [" << InOneLine(product, "link") << "]  (" << InOneLine(product, "problem") << ")";
+    else
+        text << "  [" << std::filesystem::path(InOneLine(product, "file")).filename().string() << "]";
+    if (const auto at = product.find("at"); at != product.end())
+        text << "  at (" << at->at(0).get<double>() << ", " << at->at(1).get<double>() << ", "
+             << at->at(2).get<double>() << ")";
+    return text.str();
+}
+
 /// 1234567 as "1,234,567".
 std::string Grouped(std::uintmax_t number)
 {
@@ -56,6 +79,8 @@ void SessionAccount::Receive(const nlohmann::ordered_json& event)
         {"transfer", &SessionAccount::TellTransfer}, {"dialog", &SessionAccount::TellDialog},
         {"bridge", &SessionAccount::TellBridge},     {"extracted", &SessionAccount::KeepExtracted},
         {"moved", &SessionAccount::KeepMoved},       {"refused", &SessionAccount::TellRefused},
+        {"document", &SessionAccount::TellDocument}, {"tree", &SessionAccount::TellTree},
+        {"prompt", &SessionAccount::TellPrompt},     {"selection", &SessionAccount::TellSelection},
         {"result", &SessionAccount::TellResult},     {"notification", &SessionAccount::TellNotification},
         {"end", &SessionAccount::TellEnd},
     };
@@ -148,6 +173,49 @@ void SessionAccount::TellDialog(const nlohmann::ordered_json& event)
 void SessionAccount::TellRefused(const nlohmann::ordered_json& event)
 {
     Line("Refused") << Text(event, "entry") << " (" << Text(event, "reason") << ")\n";
+}
+
+void SessionAccount::TellDocument(const nlohmann::ordered_json& event)
+{
+    const std::string action = Text(event, "action");
+    if (action == "refused")
+        Line("Document") << "refused, " << Text(event, "operation") << ": " << InOneLine(event, "reason") << "\n";
+    else
+        Line("Document") << action << " " << InOneLine(event, "path") << "\n";
+}
+
+void SessionAccount::TellTree(const nlohmann::ordered_json& event)
+{
+    const nlohmann::ordered_json& root = event.at("root");
+    Line("Tree") << InOneLine(root, "name") << Description(root) << "\n";
+    TellChildren(root, "");
+}
+
+void SessionAccount::TellChildren(const nlohmann::ordered_json& product, const std::string& indent)
+{
+    const bool more = product.value("more", false);
+    if (const auto children = product.find("children"); children != product.end())
+        for (const nlohmann::ordered_json& child : *children) {
+            const bool last = !more && &child == &children->back();
+            Line("") << indent << (last ? "└─ " : "├─ ") << InOneLine(child, "name") << Description(child) << "\n";
+            TellChildren(child, indent + (last ? "   " : "│  "));
+        }
+    if (more)
+        Line("") << indent << "└─ … and more\n";
+}
+
+void SessionAccount::TellPrompt(const nlohmann::ordered_json& event)
+{
+    Line("Prompt") << InOneLine(event, "text") << " (" << Text(event, "command") << ")\n";
+}
+
+void SessionAccount::TellSelection(const nlohmann::ordered_json& event)
+{
+    Line("Selection") << InOneLine(event, "element");
+    if (event.value("accepted", false))
+        output_ << ", accepted\n";
+    else
+        output_ << ", refused (" << InOneLine(event, "reason") << ")\n";
 }
 
 void SessionAccount::TellResult(const nlohmann::ordered_json& event)

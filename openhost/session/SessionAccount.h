@@ -35,6 +35,11 @@ private:
     void TellTransfer(const nlohmann::ordered_json& event);
     void TellDialog(const nlohmann::ordered_json& event);
     void TellRefused(const nlohmann::ordered_json& event);
+    void TellDocument(const nlohmann::ordered_json& event);
+    void TellTree(const nlohmann::ordered_json& event);
+    void TellChildren(const nlohmann::ordered_json& product, const std::string& indent);
+    void TellPrompt(const nlohmann::ordered_json& event);
+    void TellSelection(const nlohmann::ordered_json& event);
     void TellResult(const nlohmann::ordered_json& event);
     void TellNotification(const nlohmann::ordered_json& event);
     void TellBridge(const nlohmann::ordered_json& event);

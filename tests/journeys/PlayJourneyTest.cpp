@@ -3,6 +3,7 @@
 #include "catalogue/service/CatalogueService.h"
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
+#include "tests/support/StepFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -413,6 +414,30 @@ TEST_F(PlayJourney, TheExampleChangesAProductAndSavesIt)
     const openhost::Placement onTheShaft{1, 0, 0, 0, 0, 0, 1, 91, 0, -1, 0, 50};
     for (std::size_t i = 0; i < onTheShaft.size(); ++i)
         EXPECT_NEAR(saved.children[7].placement[i], onTheShaft[i], 1e-12) << i;
+
+    // What another system reads in the exported product.
+    const std::filesystem::path step = Parts() / "product.step";
+    const std::string command = std::string(VELMART_BINARY_DIR) + "/bin/openhost export '" +
+                                (Parts() / "BEARING_UNIT_20.ZALProduct").string() + "' '" + step.string() + "'";
+    ASSERT_EQ(WEXITSTATUS(std::system(command.c_str())), 0);
+    const openhost::testing::StepFile read(step);
+    EXPECT_EQ(read.root, "BEARING_UNIT_20");
+    EXPECT_EQ(read.products, 6u);
+    std::size_t solids = 0;
+    double volume = 0;
+    for (std::size_t i = 0; i < saved.children.size(); ++i) {
+        SCOPED_TRACE(names[i]);
+        const openhost::GeometryFacts facts =
+            openhost::ReadDocument(Parts() / saved.links[saved.children[i].link]).geometry.value().facts;
+        solids += facts.solids;
+        volume += facts.volume;
+        const openhost::testing::StepInstance& instance = read.Find(names[i]);
+        EXPECT_NEAR(instance.volume, facts.volume, 1e-5 * facts.volume);
+        for (std::size_t number = 0; number < instance.placement.size(); ++number)
+            EXPECT_NEAR(instance.placement[number], saved.children[i].placement[number], 1e-7) << number;
+    }
+    EXPECT_EQ(read.solids, solids);
+    EXPECT_NEAR(read.volume, volume, 1e-5 * volume);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -273,6 +273,21 @@ TEST_F(CadSessionTest, NothingIsAddedWhenOneFileIsRefused)
     EXPECT_FALSE(top.IsDirty());
 }
 
+TEST_F(CadSessionTest, WhatARefusedListHasLoadedGoesOnce)
+{
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {}));
+    Part("bolt.ZALPart");
+    for (const char* sub : {"a.ZALProduct", "z.ZALProduct"}) {
+        Product(sub, {"bolt=bolt.ZALPart"});
+        EXPECT_NE(Reason([&] {
+                      Session().AddComponents(*top.Root(), {File(sub), File("bolt.ZALPart"), File("none.ZALPart")});
+                  }),
+                  "");
+        EXPECT_EQ(Session().LoadedDocuments(), 1U);
+    }
+    EXPECT_FALSE(top.IsDirty());
+}
+
 TEST_F(CadSessionTest, AProductIsNotAddedToItselfOrBelow)
 {
     Product("sub.ZALProduct", {});
@@ -298,6 +313,27 @@ TEST_F(CadSessionTest, AFileThatALinkWouldNotLeadToIsRefused)
     EXPECT_THAT(Reason([&] { Session().AddComponents(*top.Root(), {Part("other/bolt.ZALPart")}); }),
                 HasSubstr("another file of that name"));
     EXPECT_EQ(Session().LoadedDocuments(), 1U);
+}
+
+TEST_F(CadSessionTest, AFileWhoseNameReadsAsAFolderAndAFileIsRefused)
+{
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {}));
+    EXPECT_THAT(Reason([&] { Session().AddComponents(*top.Root(), {Part("parts\\bolt.ZALPart", "bolt")}); }),
+                HasSubstr("another file"));
+    EXPECT_THAT(Children(top), IsEmpty());
+    EXPECT_EQ(Session().LoadedDocuments(), 1U);
+}
+
+TEST_F(CadSessionTest, ALinkBesideTheProductThatLeadsToTheFileIsFollowed)
+{
+    std::filesystem::create_directory(File("other"));
+    const auto bolt = Part("other/bolt.ZALPart");
+    std::filesystem::create_symlink("other/bolt.ZALPart", File("bolt.ZALPart"));
+    LoadedDocument& top = Session().Open(Product("top.ZALProduct", {}));
+    Session().AddComponents(*top.Root(), {bolt});
+    Session().Save(top);
+    Session().Close(top);
+    EXPECT_THAT(Children(Session().Open(File("top.ZALProduct"))), ElementsAre("bolt.1=bolt.ZALPart@0"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -442,6 +478,24 @@ TEST_F(CadSessionTest, AClosedDocumentStaysWhileAnotherRefersToIt)
     EXPECT_EQ(Session().LoadedDocuments(), 0U);
 }
 
+TEST_F(CadSessionTest, WhatSeveralHaveReferredToGoesOnceWithTheLast)
+{
+    Part("bolt.ZALPart");
+    std::vector<std::string> components{"bolt=bolt.ZALPart"};
+    for (int number = 0; number < 20; ++number) {
+        const std::string sub = "sub" + std::to_string(number) + ".ZALProduct";
+        Product(sub, {"bolt=bolt.ZALPart"});
+        components.push_back(sub + "=" + sub);
+    }
+    Product("top.ZALProduct", components);
+    for (int turn = 0; turn < 10; ++turn) {
+        LoadedDocument& top = Session().Open(File("top.ZALProduct"));
+        EXPECT_EQ(Session().LoadedDocuments(), 22U);
+        Session().Close(top);
+        EXPECT_EQ(Session().LoadedDocuments(), 0U);
+    }
+}
+
 TEST_F(CadSessionTest, WhatIsKeptBeyondTheSessionKnowsNothingAnyMore)
 {
     Part("bolt.ZALPart");
@@ -534,6 +588,20 @@ TEST_F(CadSessionTest, APartNumberIsDisputedWhenTwoDocumentsOfATreeHaveIt)
     EXPECT_THAT(Session().DisputedPartNumbers(top), IsEmpty());
 }
 
+TEST_F(CadSessionTest, APartNumberIsDisputedAcrossLevelsAndByTheRootItself)
+{
+    Part("bolt.ZALPart", "BOLT");
+    Product("inner.ZALProduct", {"b=bolt.ZALPart"});
+    Product("outer.ZALProduct", {"i=inner.ZALProduct"}, "OUTER");
+    Part("outer.ZALPart", "OUTER");
+    Part("screw.ZALPart", "BOLT");
+    LoadedDocument& top =
+        Session().Open(Product("top.ZALProduct", {"o=outer.ZALProduct", "s=screw.ZALPart", "p=outer.ZALPart"}, "TOP"));
+    EXPECT_THAT(Session().DisputedPartNumbers(top), ElementsAre("BOLT", "OUTER"));
+    Session().Open(Product("alone.ZALProduct", {"o=outer.ZALProduct"}, "OUTER"));
+    EXPECT_THAT(Session().DisputedPartNumbers(*Session().Active()), ElementsAre("OUTER"));
+}
+
 TEST_F(CadSessionTest, ADocumentOfAnotherTreeDisputesNothing)
 {
     Session().Open(Part("bolt.ZALPart", "BOLT"));
@@ -557,6 +625,22 @@ TEST_F(CadSessionTest, APathIsFoundByItsNames)
     for (const char* none : {"", "TO", "TOP/", "TOP/x", "TOP/s/B/2", "s", "TOP/s/B/1/", "TOPs"})
         EXPECT_EQ(Session().FindPath(none), nullptr) << none;
     EXPECT_TRUE(Owned<ZALPathElement>(Session().FindPath("TOP")));
+}
+
+TEST_F(CadSessionTest, NamesThatFitInManyWaysAreTriedOnce)
+{
+    Part("L0.ZALPart");
+    std::string below = "L0.ZALPart";
+    std::string names = "top";
+    for (int level = 1; level <= 60; ++level) {
+        const std::string name = level == 60 ? "top.ZALProduct" : "L" + std::to_string(level) + ".ZALProduct";
+        Product(name, {"a=" + below, "a/a=" + below});
+        below = name;
+        names += "/a/a";
+    }
+    Session().Open(File("top.ZALProduct"));
+    EXPECT_TRUE(Owned<ZALPathElement>(Session().FindPath(names)));
+    EXPECT_EQ(Session().FindPath(names.substr(0, names.size() - 20) + "/b"), nullptr);
 }
 
 TEST_F(CadSessionTest, TheTreeIsToldWithPositionsAndProblems)
@@ -583,6 +667,21 @@ TEST_F(CadSessionTest, ATreeThatUnfoldsWithoutEndIsCutOff)
     LoadedDocument& top = Session().Open(File(below));
     EXPECT_EQ(Session().LoadedDocuments(), 31U);
     EXPECT_THAT(DescribeTree(top).dump(), HasSubstr("\"more\":true"));
+}
+
+TEST_F(CadSessionTest, ATreeWithLongNamesIsCutOffEarlier)
+{
+    Part("bolt.ZALPart");
+    std::vector<std::string> components;
+    for (int number = 0; number < 100; ++number)
+        components.push_back(std::to_string(number) + std::string(60'000, 'n') + "=bolt.ZALPart");
+    Product("sub.ZALProduct", components);
+    components.clear();
+    for (int number = 0; number < 100; ++number)
+        components.push_back(std::to_string(number) + "=sub.ZALProduct");
+    const std::string tree = DescribeTree(Session().Open(Product("top.ZALProduct", components))).dump();
+    EXPECT_THAT(tree.size(), ::testing::AllOf(::testing::Gt(1U << 20), ::testing::Lt(20U << 20)));
+    EXPECT_TRUE(tree.find("\"more\":true") != std::string::npos);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/text/Utf.h"
+#include "tests/openhost/files/FileSizeLimit.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,6 +10,8 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+
+#include <sys/stat.h>
 
 namespace openhost {
 namespace {
@@ -288,6 +291,19 @@ TEST_F(Settings, OfADamagedFileAreReportedAndNeverOverwritten)
     }
 }
 
+TEST_F(Settings, OfAFileThatIsCutOffAnywhereAreReportedAndStay)
+{
+    const std::string whole = R"({"DownloadLocation": "/parts", "DoNotRemindDownloadLocation": true, "locks": {}})";
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        Write(whole.substr(0, size));
+        EXPECT_THAT(LoadError(), HasSubstr("settings.json cannot be loaded")) << size;
+        EXPECT_THROW(Store().Save(), std::runtime_error) << size;
+        EXPECT_EQ(Read(), whole.substr(0, size));
+    }
+    Write(whole);
+    EXPECT_EQ(LoadError(), "");
+}
+
 TEST_F(Settings, AreThereAgainAfterADamagedFileWasRepaired)
 {
     Write("{");
@@ -311,6 +327,46 @@ TEST_F(Settings, CannotBeLoadedFromAFolder)
     std::filesystem::create_directory(file);
     EXPECT_THAT(LoadError(), HasSubstr("no regular file"));
     EXPECT_THROW(Store().Save(), std::runtime_error);
+}
+
+TEST_F(Settings, AreLoadedFromNoPipeNoDeviceAndNoCircleOfLinks)
+{
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    EXPECT_THAT(LoadError(), HasSubstr("no regular file"));
+    for (const char* target : {"/dev/zero", "settings.json"}) {
+        std::filesystem::remove(file);
+        std::filesystem::create_symlink(target, file);
+        EXPECT_THAT(LoadError(), HasSubstr("settings.json cannot be loaded")) << target;
+        EXPECT_THROW(Store().Save(), std::runtime_error) << target;
+    }
+}
+
+TEST_F(Settings, AreNotSavedWhereAFolderHasTakenThePlaceOfTheFile)
+{
+    Write(R"({"DownloadLocation": "/old"})");
+    Store().Load(file);
+    std::filesystem::remove(file);
+    std::filesystem::create_directory(file);
+    EXPECT_EQ(Object().SaveSettings(0), E_FAIL);
+    EXPECT_TRUE(std::filesystem::is_directory(file));
+    std::filesystem::remove(file);
+    EXPECT_EQ(Object().SaveSettings(0), S_OK);
+    EXPECT_THAT(Read(), HasSubstr("/old"));
+}
+
+TEST_F(Settings, OfTheFileStayWhenTheDiskIsFull)
+{
+    Write(R"({"DownloadLocation": "/old"})");
+    const std::string before = Read();
+    Store().Load(file);
+    Object().SetDownloadLocation(FromUtf8("/" + std::string(2000, 'n')));
+    {
+        const testing::FileSizeLimit limit(1000);
+        EXPECT_EQ(Object().SaveSettings(0), E_FAIL);
+    }
+    EXPECT_EQ(Read(), before);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
+    EXPECT_EQ(Object().SaveSettings(0), S_OK);
 }
 
 TEST_F(Settings, AreNotSavedToAReadOnlyFile)

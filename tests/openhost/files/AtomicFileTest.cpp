@@ -84,6 +84,20 @@ TEST_F(AtomicFile, LeavesNothingBehindWhereAFolderStands)
     EXPECT_EQ(CountEntries(), 1U);
 }
 
+TEST_F(AtomicFile, KeepsAFileThatMayOnlyBeRead)
+{
+    std::ofstream(Path("a")) << "old";
+    std::filesystem::permissions(Path("a"), std::filesystem::perms(0444));
+    try {
+        openhost::WriteFileAtomically(Path("a"), "new");
+        FAIL() << "written";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code(), std::errc::permission_denied);
+    }
+    EXPECT_EQ(Content("a"), "old");
+    EXPECT_EQ(CountEntries(), 1U);
+}
+
 TEST_F(AtomicFile, KeepsTheOldFileWhenTheDeviceIsFull)
 {
     std::ofstream(Path("a")) << "old";

@@ -465,6 +465,33 @@ TEST_F(SessionPlayerTest, ADamagedFileOfSettingsFailsTheSession)
     EXPECT_THAT(Reason(), HasSubstr("settings.json"));
 }
 
+TEST_F(SessionPlayerTest, AFolderInThePlaceOfTheSettingsFailsTheSessionAndStays)
+{
+    std::filesystem::create_directory(folder_.Path() / "settings.json");
+    EXPECT_EQ(Play(R"({"settingsFile": "settings.json", "steps": []})"), SessionPlayer::Failed);
+    EXPECT_THAT(Reason(), HasSubstr("settings.json"));
+    EXPECT_TRUE(std::filesystem::is_directory(folder_.Path() / "settings.json"));
+}
+
+TEST_F(SessionPlayerTest, ASaveThatCannotBeWrittenFailsItsStepAndLosesNothing)
+{
+    CadDocument document;
+    document.kind = DocumentKind::Product;
+    document.partNumber = "top";
+    const std::filesystem::path top = folder_.Path() / "top.ZALProduct";
+    WriteDocument(document, top);
+    std::ofstream(folder_.Path() / "file") << "a file";
+    for (const char* place : {"file/new.ZALProduct", "none/new.ZALProduct", "new.ZALPart", "downloads"}) {
+        EXPECT_EQ(Play(R"({"documents": ["top.ZALProduct"],
+                           "steps": [{"save": "top.ZALProduct", "as": ")" +
+                       std::string(place) + "\"}]}"),
+                  SessionPlayer::Failed);
+        EXPECT_THAT(Reason(), HasSubstr(place));
+        EXPECT_EQ(events_.back()["step"], 1);
+        EXPECT_EQ(ReadDocument(top), document);
+    }
+}
+
 TEST_F(SessionPlayerTest, WithoutAFrameADownloadHasNoWindow)
 {
     EXPECT_EQ(Play(R"({"frame": false,
