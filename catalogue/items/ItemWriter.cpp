@@ -175,7 +175,7 @@ void Gather(const Catalogue& catalogue, const std::string& name, const openhost:
                                                 corner & 4 ? facts.highest[2] : facts.lowest[2]}));
     }
     for (const openhost::ChildInstance& child : document.children)
-        Gather(catalogue, document.links[child.link], Within(placement, child.placement), extent);
+        Gather(catalogue, document.links[child.link], openhost::Within(placement, child.placement), extent);
 }
 
 /// Rounded, so that the last digits of the kernel's arithmetic do not show.

@@ -118,8 +118,8 @@ void ShowDocument(const std::filesystem::path& path, std::ostream& output)
     output << "Properties\n";
     ShowProperty(output, "Nomenclature", document.nomenclature);
     ShowProperty(output, "Description", document.description);
-    for (const DocumentProperty& property : document.properties)
-        ShowProperty(output, property.name, property.value);
+    for (const UserParameter& parameter : document.parameters)
+        ShowProperty(output, parameter.name, ParameterText(parameter));
     if (document.geometry)
         ShowGeometry(output, document.geometry->facts);
 

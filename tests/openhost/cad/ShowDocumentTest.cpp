@@ -43,7 +43,7 @@ protected:
         CadDocument document;
         document.partNumber = name;
         document.nomenclature = "A bolt";
-        document.properties = {{"Material", "Steel"}};
+        document.parameters = {{"Material", "Steel"}};
         document.geometry = DocumentGeometry{{1, 6, 1000, 600, {0, 0, 0}, {10, 20, 5}}, "bytes"};
         WriteDocument(document, folder_.Path() / (name + ".ZALPart"));
     }
