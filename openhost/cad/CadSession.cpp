@@ -334,14 +334,14 @@ void CadSession::EndReference(LoadedDocument& father, LoadedDocument& reference)
 
 void CadSession::UnloadUnused(LoadedDocument& document)
 {
-    std::vector<LoadedDocument*> waiting{&document};
+    // Each once, however many of those that go refer to it.
+    std::set<LoadedDocument*> waiting{&document};
     while (!waiting.empty()) {
-        LoadedDocument* unused = waiting.back();
-        waiting.pop_back();
+        LoadedDocument* unused = waiting.extract(waiting.begin()).value();
         if (unused->open_ || unused->opens_ > 0 || unused->locks_ > 0 || !unused->fathers_.empty())
             continue;
         for (const auto& [reference, count] : unused->references_)
-            waiting.push_back(reference);
+            waiting.insert(reference);
         DetachChildren(*unused);
         Remove(*unused);
     }

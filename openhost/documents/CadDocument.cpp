@@ -25,24 +25,6 @@ constexpr StreamForm GeometryForm{"Geometry", "ZGEO", 1, std::uint64_t{1} << 30}
 /// How far the product of a rotation with its transpose may be from one.
 constexpr double RotationTolerance = 1e-6;
 
-/// Whether the first three columns are a rotation; a reflection is none.
-bool IsRigid(const Placement& p)
-{
-    const double determinant =
-        p[0] * (p[5] * p[10] - p[6] * p[9]) - p[1] * (p[4] * p[10] - p[6] * p[8]) + p[2] * (p[4] * p[9] - p[5] * p[8]);
-    if (!(determinant > 0))
-        return false;
-    for (std::size_t i = 0; i < 3; ++i)
-        for (std::size_t j = 0; j < 3; ++j) {
-            double product = 0;
-            for (std::size_t k = 0; k < 3; ++k)
-                product += p[4 * i + k] * p[4 * j + k];
-            if (!(std::abs(product - (i == j ? 1 : 0)) <= RotationTolerance))
-                return false;
-        }
-    return true;
-}
-
 void Check(const CadDocument& document)
 {
     if (document.kind == DocumentKind::Part && !document.children.empty())
@@ -214,6 +196,23 @@ CadDocument Decode(const CompoundStorage& root)
 }
 
 } // namespace
+
+bool IsRigid(const Placement& p)
+{
+    const double determinant =
+        p[0] * (p[5] * p[10] - p[6] * p[9]) - p[1] * (p[4] * p[10] - p[6] * p[8]) + p[2] * (p[4] * p[9] - p[5] * p[8]);
+    if (!(determinant > 0) || !std::isfinite(p[3] + p[7] + p[11]))
+        return false;
+    for (std::size_t i = 0; i < 3; ++i)
+        for (std::size_t j = 0; j < 3; ++j) {
+            double product = 0;
+            for (std::size_t k = 0; k < 3; ++k)
+                product += p[4 * i + k] * p[4 * j + k];
+            if (!(std::abs(product - (i == j ? 1 : 0)) <= RotationTolerance))
+                return false;
+        }
+    return true;
+}
 
 CadDocument ReadDocument(const std::filesystem::path& path)
 {

@@ -34,6 +34,9 @@ using Placement = std::array<double, 12>;
 
 inline constexpr Placement IdentityPlacement{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
 
+/// Whether the first three columns of `placement` are a rotation, and all numbers are finite; a reflection is none.
+bool IsRigid(const Placement& placement);
+
 /// An instance of another document in a product.
 struct ChildInstance {
     std::string name;       ///< unlike the names of the other children
