@@ -3,6 +3,7 @@
 #include "openhost/cad/Automation.h"
 #include "openhost/cad/CadSession.h"
 #include "openhost/cad/Guard.h"
+#include "openhost/cad/SessionOccurrence.h"
 #include "openhost/files/Paths.h"
 #include "openhost/text/Utf.h"
 
@@ -10,24 +11,47 @@ namespace openhost {
 
 namespace {
 
-/// An interface of a product. Holds the product.
-template <class Interface>
+/// An interface of a product or an occurrence. Holds it.
+template <class Interface, class Object = SessionProduct>
 class ProductFacet : public Interface {
 public:
-    explicit ProductFacet(SessionProduct& product) : product_(product) { product_.AddRef(); }
+    explicit ProductFacet(Object& product) : product_(product) { product_.AddRef(); }
     ~ProductFacet() override { product_.Release(); }
     ZALBaseUnknown* GetImpl(int) override { return &product_; }
 
 protected:
-    SessionProduct& Product() const { return product_; }
+    Object& Product() const { return product_; }
 
 private:
-    SessionProduct& product_;
+    Object& product_;
 };
 
 std::filesystem::path PathOf(const ZALUnicodeString& path)
 {
     return SystemPath(path);
+}
+
+ZALIProduct* RootOf(const LoadedDocument* document);
+
+HRESULT PartNumberOf(const SessionProduct& product, ZALUnicodeString& partNumber)
+{
+    const LoadedDocument* reference = product.Reference();
+    partNumber = reference ? FromUtf8(reference->PartNumber()) : ZALUnicodeString();
+    return reference ? S_OK : E_FAIL;
+}
+
+HRESULT AppendInstances(ZALBaseUnknown& product, const char* interfaceName, ZALListValZALBaseUnknown_var& children)
+{
+    std::vector<ZALBaseUnknown_var> instances;
+    const HRESULT result = Guard("GetChildren", [&] { instances = InstancesBelow(product); });
+    if (FAILED(result))
+        return result;
+    for (const ZALBaseUnknown_var& instance : instances) {
+        ZALBaseUnknown* found = nullptr;
+        if (SUCCEEDED(instance->QueryInterface(interfaceName, &found)))
+            children.Append(ZALBaseUnknown_var::Take(found));
+    }
+    return S_OK;
 }
 
 class ProductInterface : public ProductFacet<ZALIProduct> {
@@ -36,31 +60,55 @@ public:
 
     ZALIProduct* GetReferenceProduct() override { return RootOf(Product().Reference()); }
     ZALIProduct* GetFatherProduct() override { return Product().IsRoot() ? nullptr : RootOf(Product().Owner()); }
-    HRESULT GetPartNumber(ZALUnicodeString& partNumber) override
-    {
-        const LoadedDocument* reference = Product().Reference();
-        partNumber = reference ? FromUtf8(reference->PartNumber()) : ZALUnicodeString();
-        return reference ? S_OK : E_FAIL;
-    }
+    HRESULT GetPartNumber(ZALUnicodeString& partNumber) override { return PartNumberOf(Product(), partNumber); }
     HRESULT GetChildren(const char* interfaceName, ZALListValZALBaseUnknown_var& children) override
     {
-        const LoadedDocument* reference = Product().Reference();
-        if (!reference || reference->Kind() != DocumentKind::Product)
-            return E_FAIL;
-        for (SessionProduct* child : reference->Children()) {
-            ZALBaseUnknown* found = nullptr;
-            if (SUCCEEDED(child->QueryInterface(interfaceName, &found)))
-                children.Append(ZALBaseUnknown_var::Take(found));
-        }
-        return S_OK;
+        return AppendInstances(Product(), interfaceName, children);
     }
     /// Geometry stays in the file: no shape is loaded.
     ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString&, int, int, int) override { return nullptr; }
+};
 
-private:
-    static ZALIProduct* RootOf(const LoadedDocument* document)
+ZALIProduct* RootOf(const LoadedDocument* document)
+{
+    return document && document->Root() ? new ProductInterface(*document->Root()) : nullptr;
+}
+
+class OccurrenceInterface : public ProductFacet<ZALIProduct, SessionOccurrence> {
+public:
+    using ProductFacet::ProductFacet;
+
+    ZALIProduct* GetReferenceProduct() override { return RootOf(Product().Leaf().Reference()); }
+    ZALIProduct* GetFatherProduct() override
     {
-        return document && document->Root() ? new ProductInterface(*document->Root()) : nullptr;
+        ProductWay way = Product().Way();
+        way.pop_back();
+        const auto father = ZALInterfaceHandle<SessionOccurrence>::Take(new SessionOccurrence(std::move(way)));
+        return new OccurrenceInterface(*father.Get());
+    }
+    HRESULT GetPartNumber(ZALUnicodeString& partNumber) override { return PartNumberOf(Product().Leaf(), partNumber); }
+    HRESULT GetChildren(const char* interfaceName, ZALListValZALBaseUnknown_var& children) override
+    {
+        return AppendInstances(Product(), interfaceName, children);
+    }
+    /// As for the instance itself.
+    ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString&, int, int, int) override { return nullptr; }
+};
+
+/// Serves products and occurrences alike.
+class MovableInterface : public ProductFacet<ZALIMovable, ZALBaseUnknown> {
+public:
+    using ProductFacet::ProductFacet;
+
+    HRESULT GetPosition(ZALMathTransformation& position, ZALIMovable* reference, int, int) override
+    {
+        return Guard("GetPosition",
+                     [&] { position = PositionIn(Product(), reference ? reference->GetImpl(0) : nullptr); });
+    }
+    HRESULT SetPosition(const ZALMathTransformation& position, ZALIMovable* reference, int, int) override
+    {
+        return Guard("SetPosition",
+                     [&] { SetPositionIn(Product(), reference ? reference->GetImpl(0) : nullptr, position); });
     }
 };
 
@@ -174,12 +222,17 @@ public:
     ZALNameServer* GetNameServer() override { return new NameServer(Product()); }
 };
 
-template <class Facet>
+template <class Facet, class Object = SessionProduct>
 ZALBaseUnknown* Offer(ZALBaseUnknown* product)
 {
-    return new Facet(static_cast<SessionProduct&>(*product));
+    return new Facet(static_cast<Object&>(*product));
 }
 
+const ZALFillDictionary Occurrences("SessionOccurrence", "ZALIProduct", Offer<OccurrenceInterface, SessionOccurrence>,
+                                    0);
+const ZALFillDictionary MovableOccurrences("SessionOccurrence", "ZALIMovable", Offer<MovableInterface, ZALBaseUnknown>,
+                                           0);
+const ZALFillDictionary Movables("SessionProduct", "ZALIMovable", Offer<MovableInterface, ZALBaseUnknown>, 0);
 const ZALFillDictionary Products("SessionProduct", "ZALIProduct", Offer<ProductInterface>, 0);
 const ZALFillDictionary Ghosts("SessionProduct", "ZALIPrdGhost", Offer<GhostInterface>, 0);
 const ZALFillDictionary ComponentsAsOne("SessionProduct", "ZALIAProduct", Offer<ComponentInterface>, 0);

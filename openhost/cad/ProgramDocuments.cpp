@@ -2,6 +2,7 @@
 
 #include "openhost/cad/CadSession.h"
 #include "openhost/cad/Guard.h"
+#include "openhost/cad/SessionOccurrence.h"
 #include "openhost/files/Paths.h"
 
 namespace openhost {
@@ -63,7 +64,9 @@ HRESULT CadSession::RemoveDocument(ZALDocument& document, int)
 
 ZALDocument* CadSession::DocumentOf(ZALBaseUnknown& object)
 {
-    const auto* product = dynamic_cast<SessionProduct*>(object.GetImpl(0));
+    ZALBaseUnknown* implementation = object.GetImpl(0);
+    const auto* occurrence = dynamic_cast<SessionOccurrence*>(implementation);
+    const auto* product = occurrence ? &occurrence->Leaf() : dynamic_cast<SessionProduct*>(implementation);
     return product ? product->Reference() : nullptr;
 }
 

@@ -16,7 +16,7 @@ bool IsRigid(const Placement& p)
 {
     const double determinant =
         p[0] * (p[5] * p[10] - p[6] * p[9]) - p[1] * (p[4] * p[10] - p[6] * p[8]) + p[2] * (p[4] * p[9] - p[5] * p[8]);
-    if (!(determinant > 0))
+    if (!(determinant > 0) || !std::isfinite(p[3] + p[7] + p[11]))
         return false;
     for (std::size_t i = 0; i < 3; ++i)
         for (std::size_t j = 0; j < 3; ++j) {
