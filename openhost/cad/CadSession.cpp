@@ -1,5 +1,6 @@
 #include "openhost/cad/CadSession.h"
 
+#include "openhost/cad/FeatureContainer.h"
 #include "openhost/documents/DocumentStream.h"
 #include "openhost/files/Paths.h"
 #include "openhost/frame/Frame.h"
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
+#include <random>
 #include <utility>
 
 namespace openhost {
@@ -87,6 +89,17 @@ const char* ExtensionOf(DocumentKind kind)
     return kind == DocumentKind::Product ? ".ZALProduct" : ".ZALPart";
 }
 
+/// 128 random bits in hexadecimal digits.
+std::string MakeIdentity()
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::random_device random;
+    std::string identity;
+    while (identity.size() < 32)
+        identity += digits[random() % digits.size()];
+    return identity;
+}
+
 } // namespace
 
 CadSession::CadSession() = default;
@@ -133,6 +146,12 @@ LoadedDocument* CadSession::FindCanonical(const std::filesystem::path& path) con
     return found != documents_.end() ? found->second : nullptr;
 }
 
+std::size_t CadSession::HeldDocuments() const
+{
+    return static_cast<std::size_t>(std::ranges::count_if(
+        documents_, [](const auto& entry) { return entry.second->opens_ > 0 || entry.second->locks_ > 0; }));
+}
+
 void CadSession::Close(LoadedDocument& document)
 {
     if (!document.open_)
@@ -176,11 +195,42 @@ void CadSession::SaveAs(LoadedDocument& document, const std::filesystem::path& p
         SetChanged(*father);
 }
 
-void CadSession::Write(const LoadedDocument& document, const std::filesystem::path& path)
+void CadSession::SaveAsNew(LoadedDocument& document, const std::filesystem::path& path)
+{
+    const std::string identity = std::exchange(document.contents_.identity, MakeIdentity());
+    const bool wasDirty = std::exchange(document.dirty_, true);
+    try {
+        SaveAs(document, path);
+    } catch (...) {
+        document.contents_.identity = identity;
+        document.dirty_ = wasDirty;
+        throw;
+    }
+}
+
+std::vector<PartFeature*> CadSession::ToolsOf(LoadedDocument& document)
+{
+    const PartFeature* part = document.Features()->Part();
+    return part ? part->Children() : std::vector<PartFeature*>();
+}
+
+void CadSession::Write(LoadedDocument& document, const std::filesystem::path& path)
 {
     CadDocument contents = document.contents_;
-    if (document.Kind() == DocumentKind::Part)
-        contents.geometry = ReadDocument(document.path_).geometry;
+    const std::vector<PartFeature*> tools = ToolsOf(document);
+    std::vector<PartFeature*> results; // of each tool, null for one without content
+    std::vector<PartTool> written;
+    for (PartFeature* tool : tools) {
+        results.push_back(tool->Child() ? tool->Child()->Child() : nullptr);
+        written.push_back({tool->Name(), {}});
+        if (results.back())
+            written.back().geometry = *results.back()->Geometry();
+    }
+    if (!written.empty()) {
+        contents.geometry = std::move(written.front().geometry);
+        written.erase(written.begin());
+        contents.features.otherTools = std::move(written);
+    }
 
     std::unordered_map<std::string, std::uint32_t> positions;
     const auto positionOf = [&](const std::string& link) {
@@ -204,6 +254,19 @@ void CadSession::Write(const LoadedDocument& document, const std::filesystem::pa
     for (const std::string& link : document.looseLinks_)
         positionOf(link);
     WriteDocument(contents, path);
+    for (std::size_t tool = 0; tool < results.size(); ++tool)
+        if (results[tool])
+            results[tool]->SetStored(tool);
+}
+
+void CadSession::Change(LoadedDocument& document, const std::function<void(CadDocument& contents)>& change)
+{
+    LeavePartNumber(document);
+    change(document.contents_);
+    EnterPartNumber(document);
+    document.root_->name_ = document.PartNumber();
+    if (!document.dirty_)
+        SetChanged(document);
 }
 
 void CadSession::SetChanged(LoadedDocument& document)
@@ -241,14 +304,28 @@ LoadedDocument& CadSession::Enter(const std::filesystem::path& path, CadDocument
 {
     if (documents_.size() >= MaximumDocuments)
         throw CadSessionError(path.string() + ": the session has too many documents");
-    contents.geometry.reset();
     auto* document = new LoadedDocument(*this, path, std::move(contents));
     documents_[path.string()] = document;
-    auto& namesakes = byPartNumber_[document->PartNumber()];
-    namesakes.insert(document);
-    if (namesakes.size() > 1)
-        shared_.insert(document->PartNumber());
+    EnterPartNumber(*document);
     return *document;
+}
+
+void CadSession::EnterPartNumber(LoadedDocument& document)
+{
+    auto& namesakes = byPartNumber_[document.PartNumber()];
+    namesakes.insert(&document);
+    if (namesakes.size() > 1)
+        shared_.insert(document.PartNumber());
+}
+
+void CadSession::LeavePartNumber(LoadedDocument& document)
+{
+    auto& namesakes = byPartNumber_[document.PartNumber()];
+    namesakes.erase(&document);
+    if (namesakes.size() < 2)
+        shared_.erase(document.PartNumber());
+    if (namesakes.empty())
+        byPartNumber_.erase(document.PartNumber());
 }
 
 void CadSession::LoadChildren(LoadedDocument& document, std::vector<LoadedDocument*>& fresh)
@@ -372,12 +449,8 @@ void CadSession::DetachChildren(LoadedDocument& document)
 
 void CadSession::Remove(LoadedDocument& document)
 {
-    auto& namesakes = byPartNumber_[document.PartNumber()];
-    namesakes.erase(&document);
-    if (namesakes.size() < 2)
-        shared_.erase(document.PartNumber());
-    if (namesakes.empty())
-        byPartNumber_.erase(document.PartNumber());
+    LeavePartNumber(document);
+    document.EndFeatures();
     documents_.erase(document.path_.string());
     document.session_ = nullptr;
     SessionProduct* root = std::exchange(document.root_, nullptr);

@@ -5,6 +5,7 @@
 #include "openhost/cad/LoadedDocument.h"
 
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -12,6 +13,8 @@
 #include <vector>
 
 namespace openhost {
+
+class PartFeature;
 
 /// Why the session refuses an operation.
 class CadSessionError : public std::runtime_error {
@@ -44,6 +47,8 @@ public:
     /// The document of the active window, or null.
     LoadedDocument* Active() const { return windows_.empty() ? nullptr : windows_.back(); }
     std::size_t LoadedDocuments() const { return documents_.size(); }
+    /// Documents that a program has opened or locked and not let go.
+    std::size_t HeldDocuments() const;
     /// Closes the window of `document`; the one that was active before it becomes active. Changes are lost unless
     /// another document still refers to it.
     void Close(LoadedDocument& document);
@@ -51,6 +56,12 @@ public:
     void Save(LoadedDocument& document);
     /// Writes `document` to the file `path`, which is its file from then on. Documents that refer to it are changed.
     void SaveAs(LoadedDocument& document, const std::filesystem::path& path);
+
+    /// The same with an identity of its own: no later version of what the document was.
+    void SaveAsNew(LoadedDocument& document, const std::filesystem::path& path);
+    /// Lets `change` change the contents of `document`: properties, parameters, cameras, axis systems and the working
+    /// tool, all such that they can be written.
+    void Change(LoadedDocument& document, const std::function<void(CadDocument& contents)>& change);
 
     /// Adds one component for each of `files` to the product that `father` refers to. Their names are the part number,
     /// a point and the lowest number from 1 that has not been given yet; they stand at the origin.
@@ -100,7 +111,10 @@ private:
     void UnloadUnused(LoadedDocument& document);
     void Remove(LoadedDocument& document);
     static void SetChanged(LoadedDocument& document);
-    static void Write(const LoadedDocument& document, const std::filesystem::path& path);
+    static void Write(LoadedDocument& document, const std::filesystem::path& path);
+    static std::vector<PartFeature*> ToolsOf(LoadedDocument& document);
+    void EnterPartNumber(LoadedDocument& document);
+    void LeavePartNumber(LoadedDocument& document);
     static void Replace(SessionProduct& component, LoadedDocument& reference);
     static bool Reaches(const LoadedDocument& from, const LoadedDocument& to); ///< also true for the same document
     static std::string TakeName(LoadedDocument& father, const LoadedDocument& reference);

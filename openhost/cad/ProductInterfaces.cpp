@@ -2,6 +2,8 @@
 
 #include "openhost/cad/Automation.h"
 #include "openhost/cad/CadSession.h"
+#include "openhost/cad/Facet.h"
+#include "openhost/cad/FeatureContainer.h"
 #include "openhost/cad/Guard.h"
 #include "openhost/cad/SessionOccurrence.h"
 #include "openhost/files/Paths.h"
@@ -11,19 +13,14 @@ namespace openhost {
 
 namespace {
 
-/// An interface of a product or an occurrence. Holds it.
+/// An interface of a product or an occurrence.
 template <class Interface, class Object = SessionProduct>
-class ProductFacet : public Interface {
+class ProductFacet : public Facet<Interface, Object> {
 public:
-    explicit ProductFacet(Object& product) : product_(product) { product_.AddRef(); }
-    ~ProductFacet() override { product_.Release(); }
-    ZALBaseUnknown* GetImpl(int) override { return &product_; }
+    using Facet<Interface, Object>::Facet;
 
 protected:
-    Object& Product() const { return product_; }
-
-private:
-    Object& product_;
+    Object& Product() const { return this->Target(); }
 };
 
 std::filesystem::path PathOf(const ZALUnicodeString& path)
@@ -38,6 +35,19 @@ HRESULT PartNumberOf(const SessionProduct& product, ZALUnicodeString& partNumber
     const LoadedDocument* reference = product.Reference();
     partNumber = reference ? FromUtf8(reference->PartNumber()) : ZALUnicodeString();
     return reference ? S_OK : E_FAIL;
+}
+
+/// The representation `name` of the shape of `product`, with a reference for the caller. Documents load with those that
+/// refer to them, so that there is nothing to load here.
+ZALBaseUnknown* PartOf(const SessionProduct& product, const ZALUnicodeString& name)
+{
+    LoadedDocument* reference = product.Reference();
+    FeatureContainer* features = reference ? reference->Features() : nullptr;
+    PartFeature* part = features ? features->Part() : nullptr;
+    if (!part || name.Compare("Default") != ZALTextsIdentical)
+        return nullptr;
+    part->AddRef();
+    return part;
 }
 
 HRESULT AppendInstances(ZALBaseUnknown& product, const char* interfaceName, ZALListValZALBaseUnknown_var& children)
@@ -65,8 +75,10 @@ public:
     {
         return AppendInstances(Product(), interfaceName, children);
     }
-    /// Geometry stays in the file: no shape is loaded.
-    ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString&, int, int, int) override { return nullptr; }
+    ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString& name, int, int, int) override
+    {
+        return PartOf(Product(), name);
+    }
 };
 
 ZALIProduct* RootOf(const LoadedDocument* document)
@@ -91,8 +103,10 @@ public:
     {
         return AppendInstances(Product(), interfaceName, children);
     }
-    /// As for the instance itself.
-    ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString&, int, int, int) override { return nullptr; }
+    ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString& name, int, int, int) override
+    {
+        return PartOf(Product().Leaf(), name);
+    }
 };
 
 /// Serves products and occurrences alike.

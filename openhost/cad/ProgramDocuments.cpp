@@ -1,6 +1,7 @@
 // The documents that programs open without a window.
 
 #include "openhost/cad/CadSession.h"
+#include "openhost/cad/FeatureContainer.h"
 #include "openhost/cad/Guard.h"
 #include "openhost/cad/SessionOccurrence.h"
 #include "openhost/files/Paths.h"
@@ -47,7 +48,7 @@ HRESULT CadSession::SaveDocumentAs(ZALDocument& document, const ZALUnicodeString
 
 HRESULT CadSession::SaveDocumentAsNew(ZALDocument& document, const ZALUnicodeString& path, int)
 {
-    return Guard("SaveAsNew", [&] { SaveAs(LoadedIn(*this, document), std::filesystem::path(SystemPath(path))); });
+    return Guard("SaveAsNew", [&] { SaveAsNew(LoadedIn(*this, document), std::filesystem::path(SystemPath(path))); });
 }
 
 HRESULT CadSession::RemoveDocument(ZALDocument& document, int)
@@ -65,6 +66,10 @@ HRESULT CadSession::RemoveDocument(ZALDocument& document, int)
 ZALDocument* CadSession::DocumentOf(ZALBaseUnknown& object)
 {
     ZALBaseUnknown* implementation = object.GetImpl(0);
+    if (const auto* feature = dynamic_cast<PartFeature*>(implementation))
+        return feature->Container() ? feature->Container()->Document() : nullptr;
+    if (const auto* container = dynamic_cast<FeatureContainer*>(implementation))
+        return container->Document();
     const auto* occurrence = dynamic_cast<SessionOccurrence*>(implementation);
     const auto* product = occurrence ? &occurrence->Leaf() : dynamic_cast<SessionProduct*>(implementation);
     return product ? product->Reference() : nullptr;

@@ -2,6 +2,7 @@
 
 #include "openhost/cad/ShowDocument.h"
 #include "openhost/exchange/StepExport.h"
+#include "openhost/geometry/OpenCascadeKernel.h"
 #include "openhost/picture/RenderDocument.h"
 #include "openhost/session/JournalWriter.h"
 #include "openhost/session/SessionAccount.h"
@@ -10,6 +11,7 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -139,6 +141,7 @@ int Play(const PlayArguments& arguments)
         if (account)
             account->Receive(event);
     };
+    openhost::SolidKernel::Install(std::make_unique<openhost::OpenCascadeKernel>());
     openhost::SessionPlayer player(session, {FindModule(arguments.module), FindPrefix() / "installation"}, receive);
     const int status = player.Play();
     if (account)

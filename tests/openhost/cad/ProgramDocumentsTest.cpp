@@ -301,7 +301,44 @@ TEST_F(ProgramDocuments, TakeTheFileOfTheirSaveAndLeaveTheOldOne)
     Close(second);
     EXPECT_EQ(Bytes("t.ZALPart"), before);
     EXPECT_EQ(ReadDocument(File("one.ZALPart")), ReadDocument(File("t.ZALPart")));
-    EXPECT_EQ(ReadDocument(File("two.ZALPart")), ReadDocument(File("t.ZALPart")));
+    CadDocument two = ReadDocument(File("two.ZALPart"));
+    EXPECT_EQ(two.identity.size(), 32U) << "a document of its own";
+    two.identity.clear();
+    EXPECT_EQ(two, ReadDocument(File("t.ZALPart")));
+}
+
+TEST_F(ProgramDocuments, GetAnotherIdentityAsNewOnesOnly)
+{
+    CadDocument template_;
+    template_.identity = "template";
+    WriteDocument(template_, File("t.ZALPart"));
+    ZALDocument* document = Open("t.ZALPart");
+    EXPECT_EQ(ZALDocumentServices::SaveAs(document, Path("one.ZALPart"), "", 1), S_OK);
+    EXPECT_EQ(ReadDocument(File("one.ZALPart")).identity, "template");
+    EXPECT_EQ(ZALDocumentServices::SaveAsNew(document, Path("missing/two.ZALPart"), 0), E_FAIL);
+    EXPECT_EQ(ZALDocumentServices::SaveAs(document, Path("three.ZALPart"), "", 1), S_OK);
+    EXPECT_EQ(ReadDocument(File("three.ZALPart")).identity, "template") << "a save that failed changes nothing";
+    EXPECT_EQ(ZALDocumentServices::SaveAsNew(document, Path("three.ZALPart"), 0), S_OK);
+    const std::string third = ReadDocument(File("three.ZALPart")).identity;
+    EXPECT_NE(third, "template");
+    EXPECT_EQ(ZALDocumentServices::SaveAsNew(document, Path("four.ZALPart"), 0), S_OK);
+    EXPECT_NE(ReadDocument(File("four.ZALPart")).identity, third);
+    Close(document);
+}
+
+TEST_F(ProgramDocuments, AreCountedAsLongAsOneHoldsThem)
+{
+    Part("a.ZALPart");
+    Part("b.ZALPart");
+    EXPECT_EQ(Session().HeldDocuments(), 0U);
+    ZALDocument* first = Open("a.ZALPart");
+    ZALDocument* second = Open("b.ZALPart");
+    EXPECT_EQ(Session().HeldDocuments(), 2U);
+    Close(first);
+    EXPECT_EQ(ZALDocumentServices::Remove(second, 1), S_OK);
+    EXPECT_EQ(Session().HeldDocuments(), 1U) << "it is locked still";
+    EXPECT_EQ(second->ReleaseForLock(0), S_OK);
+    EXPECT_EQ(Session().HeldDocuments(), 0U);
 }
 
 TEST_F(ProgramDocuments, KeepTheirFileWhenASaveIsRefused)
