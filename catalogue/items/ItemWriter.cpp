@@ -213,9 +213,11 @@ Json IndexEntry(const Catalogue& catalogue, const Item& item)
 
 void WriteCatalogue(const Catalogue& catalogue, const std::filesystem::path& folder)
 {
-    std::filesystem::create_directories(folder / "files");
+    std::filesystem::create_directories(folder / "files" / "templates");
     std::filesystem::create_directories(folder / "items");
     std::filesystem::create_directories(folder / "pictures");
+    for (const auto& [name, document] : catalogue.templates)
+        openhost::WriteDocument(document, folder / "files" / "templates" / name);
     Json index = Json::array();
     for (const Item& item : catalogue.items) {
         WriteFiles(catalogue, item, folder / "files");

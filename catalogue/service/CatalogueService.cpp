@@ -71,7 +71,7 @@ std::set<std::string> ListFiles(const std::filesystem::path& folder)
     std::set<std::string> names;
     std::error_code error;
     for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
-        if (IsPlainName(entry->path().filename().string()))
+        if (IsPlainName(entry->path().filename().string()) && !entry->is_directory(error))
             names.insert(entry->path().filename().string());
     return names;
 }
@@ -170,7 +170,7 @@ void CatalogueService::Implementation::AddRoutes()
     server_.Get("/items/([^/]+)/picture", [this](const httplib::Request& request, httplib::Response& response) {
         AnswerPicture(request, response);
     });
-    server_.Get("/files/([^/]+)", [this](const httplib::Request& request, httplib::Response& response) {
+    server_.Get("/files/(templates/)?([^/]+)", [this](const httplib::Request& request, httplib::Response& response) {
         AnswerFile(request, response);
     });
     server_.Get("/archive", [this](const httplib::Request& request, httplib::Response& response) {
@@ -212,6 +212,9 @@ void CatalogueService::Implementation::AnswerIndex(httplib::Response& response) 
     page += "</ul>\n<h2>Files</h2>\n<ul>\n";
     for (const std::string& name : ListFiles(root_ / "files"))
         page += "<li><a href=\"/files/" + PercentEncode(name) + "\">" + EscapeHtml(name) + "</a></li>\n";
+    page += "</ul>\n<h2>Templates</h2>\n<ul>\n";
+    for (const std::string& name : ListFiles(root_ / "files" / "templates"))
+        page += "<li><a href=\"/files/templates/" + PercentEncode(name) + "\">" + EscapeHtml(name) + "</a></li>\n";
     page += "</ul>\n</html>\n";
     response.set_content(page, "text/html; charset=utf-8");
 }
@@ -262,10 +265,11 @@ void CatalogueService::Implementation::AnswerPicture(const httplib::Request& req
 void CatalogueService::Implementation::AnswerFile(const httplib::Request& request, httplib::Response& response)
 {
     const ReplyOptions options = ReplyOptions::Parse(request.params);
-    const std::string name = request.matches[1];
+    const std::string folder = request.matches[1];
+    const std::string name = request.matches[2];
     Download download;
     if (IsPlainName(name))
-        download.body = Body::FromFile(root_ / "files" / name);
+        download.body = Body::FromFile(root_ / "files" / folder / name);
     if (!download.body)
         return WriteError(response, 404, "no such file");
     download.fileName = name;

@@ -40,8 +40,8 @@ play   plays a session without a display. Exit status: 0 every step done; 1 a st
          --module FILE     the module's shared library; by default that of the environment
                            variable OPENHOST_MODULE, then ../lib/ZALVelmartIntegration.so
                            and ../lib/libZALVelmartIntegration.so beside this program
-show   prints the tree, the properties and the link table of a document. Exit status: 0, or 1
-       when the file is no document.
+show   prints the tree, the properties, parameters, features and cameras, and the link table of
+       a document. Exit status: 0, or 1 when the file is no document.
 export writes a document with everything under it to OUT.step as STEP.
 picture draws a document with everything under it into OUT.png.
          --size WIDTHxHEIGHT  in pixels, each from 1 to 8192; 800x600 by default
