@@ -79,9 +79,12 @@ TEST_F(CatalogueServiceTest, APathOutsideTheFoldersIsNotFound)
     WriteFile("files/.hidden", "hidden");
     WriteFile("secret", "secret");
     WriteFile("secret.json", "{}");
-    for (const char* path : {"/files/../secret", "/files/..%2fsecret", "/files/%2e%2e/secret", "/files/..%5csecret",
-                             "/files/..", "/files/.hidden", "/files/", "/files/%00", "/files/nut.ZALPart%00.zip",
-                             "/files//nut.ZALPart", "/items/..%2fsecret", "/items/..", "/items/"})
+    std::filesystem::create_directory(root_ / "files" / "templates");
+    for (const char* path :
+         {"/files/../secret", "/files/..%2fsecret", "/files/%2e%2e/secret", "/files/..%5csecret", "/files/..",
+          "/files/.hidden", "/files/", "/files/%00", "/files/nut.ZALPart%00.zip", "/files//nut.ZALPart",
+          "/files/templates", "/files/templates/", "/files/templates/..", "/files/templates/nut.ZALPart",
+          "/files/templates/..%2fnut.ZALPart", "/items/..%2fsecret", "/items/..", "/items/"})
         EXPECT_EQ(GetCode(path), 404) << path;
 }
 
@@ -169,6 +172,21 @@ TEST_F(CatalogueServiceTest, ThePageListsItemsAndFilesWithTheirNamesEscaped)
     EXPECT_NE(reply->body.find("href=\"/files/nut.ZALPart\""), std::string::npos);
     EXPECT_NE(reply->body.find("<a href=\"/files/%3Cb%3E%26%22.zip\">&lt;b>&amp;&quot;.zip</a>"), std::string::npos);
     EXPECT_EQ(reply->body.find("<b>"), std::string::npos);
+}
+
+TEST_F(CatalogueServiceTest, TemplatesAreServedAndListed)
+{
+    std::filesystem::create_directory(root_ / "files" / "templates");
+    WriteFile("files/templates/Part & co.ZALPart", "template");
+    httplib::Result reply = Get("/files/templates/Part%20%26%20co.ZALPart");
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->status, 200);
+    EXPECT_EQ(reply->body, "template");
+    reply = Get("/");
+    ASSERT_TRUE(reply);
+    EXPECT_NE(reply->body.find("<a href=\"/files/templates/Part%20%26%20co.ZALPart\">Part &amp; co.ZALPart</a>"),
+              std::string::npos);
+    EXPECT_EQ(reply->body.find("href=\"/files/templates\""), std::string::npos) << "a folder is no file";
 }
 
 TEST_F(CatalogueServiceTest, OneLineIsLoggedForEachRequest)
