@@ -107,7 +107,7 @@ TEST(CadDocument, WhatNoReaderTakesIsNotWritten)
 
     document = SomeProduct();
     document.children[0].placement[3] = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_EQ(BuildRefusal(document), "document JOINT: a number is not finite");
+    EXPECT_EQ(BuildRefusal(document), "document JOINT: child Bolt.1 has no rigid placement");
 
     document = SomeProduct();
     document.geometry = SomePart().geometry;
