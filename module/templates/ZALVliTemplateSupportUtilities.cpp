@@ -9,8 +9,17 @@ namespace ZALVliTemplateSupportUtilities {
 
 namespace {
 
-ZALUnicodeString StoredPartTemplatePath;
-ZALUnicodeString StoredProductTemplatePath;
+/// The templates that are at hand, for the life of the process.
+struct TemplatePathes {
+    ZALUnicodeString StoredPartTemplatePath;
+    ZALUnicodeString StoredProductTemplatePath;
+};
+
+TemplatePathes& Stored()
+{
+    static TemplatePathes pathes;
+    return pathes;
+}
 
 /// The member `key` of `map`, when it is a string.
 bool GetText(const ZALOmxAny& map, const ZALOmxKeyString& key, ZALUnicodeString& text)
@@ -53,15 +62,15 @@ HRESULT GetTemplatesURL(const ZALOmxAny& urls, ZALUnicodeString& partURL, ZALUni
 
 HRESULT StoreTemplatePathes(const ZALUnicodeString& partPath, const ZALUnicodeString& productPath)
 {
-    StoredPartTemplatePath = partPath;
-    StoredProductTemplatePath = productPath;
+    Stored().StoredPartTemplatePath = partPath;
+    Stored().StoredProductTemplatePath = productPath;
     return S_OK;
 }
 
 HRESULT GetStoredTemplatePathes(ZALUnicodeString& partPath, ZALUnicodeString& productPath)
 {
-    partPath = PathIfItExists(StoredPartTemplatePath);
-    productPath = PathIfItExists(StoredProductTemplatePath);
+    partPath = PathIfItExists(Stored().StoredPartTemplatePath);
+    productPath = PathIfItExists(Stored().StoredProductTemplatePath);
     return S_OK;
 }
 
