@@ -343,6 +343,23 @@ TEST_F(Features, CanBeCopiedAgainFromWhereTheyWerePasted)
     EXPECT_NE(ReadDocument(File("Second.ZALPart")).identity, "template");
 }
 
+TEST_F(Features, OfEachToolAreThoseOfTheFileOnceItIsSaved)
+{
+    ZALDocument* source = Open("Source.ZALPart");
+    ZALDocument* target = Open("Template.ZALPart");
+    Copy(source, Tools(source), target, ZALBaseUnknown_var(Part(target)));
+    Close(source);
+    EXPECT_EQ(ZALDocumentServices::SaveAs(target, Path("First.ZALPart"), "", 1), S_OK);
+    ZALDocument* second = Open("Template.ZALPart");
+    EXPECT_EQ(Copy(target, Only(Tools(target)[3]), second, Part(second)->GetMainTool()).Size(), 1);
+    EXPECT_EQ(ZALDocumentServices::SaveAs(target, Path("Again.ZALPart"), "", 1), S_OK);
+    EXPECT_EQ(ZALDocumentServices::SaveAs(second, Path("Second.ZALPart"), "", 1), S_OK);
+    Close(target);
+    Close(second);
+    EXPECT_NEAR(ReadDocument(File("Second.ZALPart")).geometry->facts.volume, 6, 1e-9) << "the washer";
+    EXPECT_EQ(ReadDocument(File("Again.ZALPart")), ReadDocument(File("First.ZALPart")));
+}
+
 TEST_F(Features, ArePastedIntoNewToolsOfAPart)
 {
     ZALDocument* source = Open("Source.ZALPart");
