@@ -30,15 +30,17 @@ void ReadTwice(std::string_view bytes)
 /// `payload` as the stream `name` of a document, behind a head that fits it.
 std::string DocumentWith(const char* name, std::string_view mark, std::string_view payload)
 {
-    CadDocument product;
-    product.kind = DocumentKind::Product;
-    product.links = {"A.ZALPart", "B.ZALProduct"};
-    const CompoundStorage sound = *CompoundStorage::OpenBytes(BuildDocument(product), "sound").FindStorage("ZALOR1");
+    const std::string_view stream(name);
+    CadDocument document;
+    if (stream != "Geometry" && stream != "Features")
+        document.kind = DocumentKind::Product;
+    document.links = {"A.ZALPart", "B.ZALProduct"};
+    const CompoundStorage sound = *CompoundStorage::OpenBytes(BuildDocument(document), "sound").FindStorage("ZALOR1");
 
     CompoundContents storage{DocumentStorageName, {}, {}};
-    for (const char* stream : {"Links", "Properties", "Children"})
-        if (std::string_view(stream) != name)
-            storage.streams.emplace_back(stream, *sound.ReadStream(stream, 1 << 20));
+    for (const char* other : {"Links", "Properties", "Children"})
+        if (auto bytes = other != stream ? sound.ReadStream(other, 1 << 20) : std::nullopt)
+            storage.streams.emplace_back(other, std::move(*bytes));
     StreamWriter writer;
     writer.PutBytes(payload);
     storage.streams.emplace_back(name, writer.Finish(mark, 1));
@@ -62,6 +64,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         ReadTwice(DocumentWith("Children", "ZCHD", bytes.substr(1)));
     else if (bytes.starts_with("G"))
         ReadTwice(DocumentWith("Geometry", "ZGEO", bytes.substr(1)));
+    else if (bytes.starts_with("A"))
+        ReadTwice(DocumentWith("Parameters", "ZPAR", bytes.substr(1)));
+    else if (bytes.starts_with("V"))
+        ReadTwice(DocumentWith("Cameras", "ZCAM", bytes.substr(1)));
+    else if (bytes.starts_with("F"))
+        ReadTwice(DocumentWith("Features", "ZFEA", bytes.substr(1)));
     else
         ReadTwice(bytes);
     return 0;

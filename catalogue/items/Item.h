@@ -37,10 +37,11 @@ struct Item {
 /// Documents by file name.
 using Documents = std::map<std::string, openhost::CadDocument>;
 
-/// Every item with every document that they name.
+/// Every item with every document that they name, and the templates to rebuild them on.
 struct Catalogue {
     std::vector<Item> items;
     Documents documents;
+    Documents templates;
 };
 
 } // namespace catalogue

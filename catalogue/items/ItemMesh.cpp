@@ -1,6 +1,5 @@
 #include "catalogue/items/ItemMesh.h"
 
-#include "catalogue/items/Placements.h"
 #include "openhost/geometry/ShapeGeometry.h"
 
 #include <TopoDS_Shape.hxx>
@@ -30,7 +29,7 @@ private:
         if (document.geometry)
             openhost::AddPlaced(whole_, PartMesh(name, *document.geometry), placement);
         for (const openhost::ChildInstance& child : document.children)
-            Add(document.links[child.link], Within(placement, child.placement));
+            Add(document.links[child.link], openhost::Within(placement, child.placement));
     }
 
     const openhost::LvrMesh& PartMesh(const std::string& name, const openhost::DocumentGeometry& geometry)

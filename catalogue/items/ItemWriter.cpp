@@ -177,7 +177,7 @@ void Gather(const Catalogue& catalogue, const std::string& name, const openhost:
                                                 corner & 4 ? facts.highest[2] : facts.lowest[2]}));
     }
     for (const openhost::ChildInstance& child : document.children)
-        Gather(catalogue, document.links[child.link], Within(placement, child.placement), extent);
+        Gather(catalogue, document.links[child.link], openhost::Within(placement, child.placement), extent);
 }
 
 /// Rounded, so that the last digits of the kernel's arithmetic do not show.
@@ -216,10 +216,12 @@ Json IndexEntry(const Catalogue& catalogue, const Item& item, const openhost::Lv
 
 void WriteCatalogue(const Catalogue& catalogue, const std::filesystem::path& folder)
 {
-    std::filesystem::create_directories(folder / "files");
+    std::filesystem::create_directories(folder / "files" / "templates");
     std::filesystem::create_directories(folder / "items");
     std::filesystem::create_directories(folder / "pictures");
     std::filesystem::create_directories(folder / "shapes");
+    for (const auto& [name, document] : catalogue.templates)
+        openhost::WriteDocument(document, folder / "files" / "templates" / name);
     Json index = Json::array();
     for (const Item& item : catalogue.items) {
         WriteFiles(catalogue, item, folder / "files");

@@ -11,6 +11,7 @@ namespace catalogue {
 ///
 ///   files/<id>.zip         documents and side files of an item
 ///   files/<name>.ZALPart   the document of an item that is delivered as it is
+///   files/templates/<name> the templates
 ///   items/<id>.json        the download request that the page sends for the item
 ///   pictures/<id>.png      a picture of the item, 320 x 240
 ///   shapes/<id>.lvr        the light representation of an item

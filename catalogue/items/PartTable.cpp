@@ -174,7 +174,7 @@ void AddPart(Catalogue& catalogue, const PartRow& row)
     document.partNumber = row.partNumber;
     document.nomenclature = row.item.title;
     document.description = row.item.description;
-    document.properties = {{"Material", row.material}, {"Category", row.item.category}};
+    document.parameters = {{"Material", row.material}, {"Category", row.item.category}};
     document.geometry = openhost::EncodeShape(row.shape);
 
     const double volume = document.geometry->facts.volume;

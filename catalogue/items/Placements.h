@@ -1,7 +1,7 @@
 // Placements of instances in a product.
 #pragma once
 
-#include "openhost/documents/CadDocument.h"
+#include "openhost/documents/Placement.h"
 
 #include <array>
 
@@ -18,8 +18,6 @@ inline constexpr Axes Upright{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
 
 /// The placement with its origin at (x, y, z) and its axes along `axes`.
 openhost::Placement At(double x, double y, double z, const Axes& axes = Upright);
-/// The placement of something placed by `inner` in a thing that is placed by `outer`.
-openhost::Placement Within(const openhost::Placement& outer, const openhost::Placement& inner);
 /// The point of the product at which `point` of a thing placed by `placement` lies.
 std::array<double, 3> Transformed(const openhost::Placement& placement, const std::array<double, 3>& point);
 

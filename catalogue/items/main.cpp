@@ -3,6 +3,7 @@
 #include "catalogue/items/AssemblyTable.h"
 #include "catalogue/items/ItemWriter.h"
 #include "catalogue/items/PartTable.h"
+#include "catalogue/items/TemplateTable.h"
 
 #include <exception>
 #include <iostream>
@@ -18,6 +19,7 @@ int main(int argc, char** argv)
         catalogue::Catalogue catalogue;
         catalogue::AddParts(catalogue);
         catalogue::AddAssemblies(catalogue);
+        catalogue::AddTemplates(catalogue);
         catalogue::WriteCatalogue(catalogue, argv[1]);
         std::cout << catalogue.items.size() << " items in " << argv[1] << "\n";
         return 0;

@@ -211,7 +211,7 @@ void CatalogueService::Implementation::AddRoutes()
     server_.Get("/items/([^/]+)/picture", [this](const httplib::Request& request, httplib::Response& response) {
         AnswerPicture(request, response);
     });
-    server_.Get("/files/([^/]+)", [this](const httplib::Request& request, httplib::Response& response) {
+    server_.Get("/files/(templates/)?([^/]+)", [this](const httplib::Request& request, httplib::Response& response) {
         AnswerFile(request, response);
     });
     server_.Get("/archive", [this](const httplib::Request& request, httplib::Response& response) {
@@ -311,10 +311,11 @@ void CatalogueService::Implementation::AnswerPicture(const httplib::Request& req
 void CatalogueService::Implementation::AnswerFile(const httplib::Request& request, httplib::Response& response)
 {
     const ReplyOptions options = ReplyOptions::Parse(request.params);
-    const std::string name = request.matches[1];
+    const std::string folder = request.matches[1];
+    const std::string name = request.matches[2];
     Download download;
     if (IsPlainName(name))
-        download.body = Body::FromFile(root_ / "files" / name);
+        download.body = Body::FromFile(root_ / "files" / folder / name);
     if (!download.body)
         return WriteError(response, 404, "no such file");
     download.fileName = name;

@@ -141,11 +141,6 @@ HRESULT ZALVelmartFileDownloader::StartDefaultDownload(const ZALOmxAny& request)
     return StartDefaultDownloadURL(url);
 }
 
-HRESULT ZALVelmartFileDownloader::StartDownloadAndApplyTemplates(const ZALOmxAny&, const ZALUnicodeString&)
-{
-    return E_FAIL;
-}
-
 HRESULT GetDownloadURL(const ZALOmxAny& request, ZALUnicodeString& url)
 {
     ZALOmxAny attributes;
@@ -226,23 +221,4 @@ void ZALVelmartFileDownloader::OnDownloadLocationDlgCANCEL(ZALBaseUnknown*, ZALN
     ZALVelmartFileDownloadCompleteNotification notification(
         ZALVelmartFileDownloadCompleteNotification::DownloadCanceled);
     DispatchCallbacks(this, &notification);
-}
-
-void ZALVelmartFileDownloader::OnDownloadLocationForTemplateDlgOK(ZALBaseUnknown*, ZALNotification*, void*)
-{
-    ZALIVelmartIntegrationSettingAtt* settings = nullptr;
-    ZALUnicodeString folder;
-    if (SUCCEEDED(CreateZALIVelmartIntegrationSettingAtt(&settings)) && settings) {
-        settings->GetDownloadLocation(folder);
-        settings->Release();
-    }
-
-    if (folder.GetLengthInChar() == 0) {
-        ZALVelmartFileDownloadCompleteNotification notification(
-            ZALVelmartFileDownloadCompleteNotification::DownloadFailed);
-        DispatchCallbacks(this, &notification);
-        return;
-    }
-
-    StartDownloadAndApplyTemplates(DownloadRequest, folder);
 }

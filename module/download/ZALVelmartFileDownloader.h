@@ -17,7 +17,7 @@ class ZALVelmartDownloadProgressDlg;
 ///
 /// Sources: dispatch and folder logic in ZALVelmartFileDownloader.cpp, the transfer in
 /// ZALVelmartFileDownloaderTransfer.cpp, the archive in ZALVelmartFileDownloaderExtraction.cpp, the messages with
-/// another component in ZALVelmartFileDownloaderBridge.cpp.
+/// another component in ZALVelmartFileDownloaderBridge.cpp, the templates in ZALVelmartFileDownloaderTemplates.cpp.
 class ZALVelmartFileDownloader : public ZALCommand {
     VL_DECLARE_META_CLASS
 public:
@@ -40,6 +40,8 @@ private:
     HRESULT StartDefaultDownload(const ZALOmxAny& request);
     HRESULT StartDefaultDownloadURL(const ZALUnicodeString& url);
     HRESULT StartDownloadFromTolva(const ZALOmxAny& request);
+    /// `folder` is not empty. E_FAIL, and no notification, for a request without an address. A failed transfer may bring
+    /// two notifications.
     HRESULT StartDownloadAndApplyTemplates(const ZALOmxAny& request, const ZALUnicodeString& folder);
 
     /// S_OK when `folder` was delivered, otherwise S_FALSE, and `folder` is left alone.

@@ -75,6 +75,14 @@ public:
     virtual HRESULT GetPartNumber(ZALUnicodeString& partNumber) = 0;
     /// Whether it is a reference product itself, as a root is, and not an instance of one.
     virtual bool IsReferenceProduct() = 0;
+    /// Appends the instances below this product, at all levels, as objects that offer `interfaceName`: each before what
+    /// stands below it, in the order of their fathers' lists. One in a sub-product that is used twice comes twice, each
+    /// with its own position. Fails, and appends nothing, when the product can have none, as a part.
+    virtual HRESULT GetChildren(const char* interfaceName, ZALListValZALBaseUnknown_var& children) = 0;
+    /// The representation `name` of the product's shape, with a reference added: for "Default" the part feature of the
+    /// part document that the product refers to. Null when there is none. `index` is 0 for the one in use; `deep` 1
+    /// looks in the reference product as well; `load` 1 loads its document when it is not loaded.
+    virtual ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString& name, int index, int deep, int load) = 0;
 
     static ZALClassId ClassId();
     static const char* ClassName();
@@ -102,7 +110,39 @@ public:
     int IsAKindOf(const char* className) const override;
 };
 
+/// A rigid placement: the columns of `Rotation` are the axes of what is placed, `Shift` its origin in millimetres, both
+/// in the system of what it is placed in. The identity at first.
+struct ZALMathTransformation {
+    double Rotation[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}; ///< by row, then column
+    double Shift[3] = {0, 0, 0};
+
+    friend bool operator==(const ZALMathTransformation&, const ZALMathTransformation&) = default;
+};
+
+/// Offered by what has a position, such as products.
+class ZALIMovable : public ZALBaseUnknown {
+public:
+    ZALIMovable();
+    ~ZALIMovable() override;
+    /// Gives the position in the system of `reference`, which may be any other object of the same tree; null stands for
+    /// the tree's root. `context` is 0 and `absolute` 1: positions on the way to the common father count. Fails, and
+    /// leaves `position` alone, when the two stand in no common tree.
+    virtual HRESULT GetPosition(ZALMathTransformation& position, ZALIMovable* reference, int context, int absolute) = 0;
+    /// Moves the object to `position` in the system of `reference`; the arguments are as above. Fails, and moves
+    /// nothing, for a root and for a `position` that is not rigid.
+    virtual HRESULT SetPosition(const ZALMathTransformation& position, ZALIMovable* reference, int context,
+                                int absolute) = 0;
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+};
+
 using ZALIAlias_var = ZALInterfaceHandle<ZALIAlias>;
+using ZALIMovable_var = ZALInterfaceHandle<ZALIMovable>;
 
 /// Offered by products whose data may be absent.
 class ZALIPrdGhost : public ZALBaseUnknown {
@@ -123,7 +163,7 @@ public:
 /// Whether `product` is that of a part document.
 bool ZALPrdIsAProductFromZALPart(ZALIProduct* product);
 
-/// The way through the product structure to a picked object, from the root to the leaf.
+/// The way through the structure to an object, from the root to the leaf.
 class ZALPathElement : public ZALBaseUnknown {
 public:
     ZALPathElement();
@@ -148,6 +188,8 @@ private:
     std::vector<ZALBaseUnknown*> objects_;
     std::size_t next_ = 0; ///< objects that the walk has still to give
 };
+
+using ZALPathElement_var = ZALInterfaceHandle<ZALPathElement>;
 
 // ---------------------------------------------------------------------------------------------
 // Automation
@@ -221,6 +263,8 @@ public:
     int IsAKindOf(const char* className) const override;
 };
 
+using ZALIAProduct_var = ZALInterfaceHandle<ZALIAProduct>;
+
 /// The components of a product as automation sees them.
 class ZALIAProducts : public ZALBaseUnknown {
 public:
@@ -229,6 +273,9 @@ public:
     /// Adds one component for each file of the array `files`, at the origin. `method` "*" takes any kind of document.
     /// Nothing is added on failure.
     virtual HRESULT AddComponentsFromFiles(const ZALVariant& files, ZALBSTR method) = 0;
+    /// Adds one component that refers to the product `reference` of a document in the session, at the origin.
+    /// `instance` carries a reference. Nothing is added, and `instance` is null, on failure.
+    virtual HRESULT AddComponent(ZALIAProduct* reference, ZALIAProduct** instance) = 0;
     /// Puts the document `file` in the place of `component`, and of each other of these components that refers to the
     /// same document when `allInstances` is true; positions and the order stay. `replacement` carries a reference.
     /// Nothing changes on failure.
@@ -243,24 +290,54 @@ public:
     int IsAKindOf(const char* className) const override;
 };
 
+using ZALIAProducts_var = ZALInterfaceHandle<ZALIAProducts>;
+
 // ---------------------------------------------------------------------------------------------
 // Documents in the session and part numbers
 
-/// A document that the session has loaded.
+/// A document that the session has loaded. Its content is reached by queries: ZALInit (part_features.h),
+/// ZALIPersistentCamera (part_features.h).
 class ZALDocument : public ZALBaseUnknown {
 public:
     ZALDocument();
     ~ZALDocument() override;
+    /// Keeps the document loaded, whatever else ends its use. Locks are counted.
+    virtual HRESULT AddRefForLock() = 0;
+    /// Drops one lock. `mode` is 0. Fails when there is none.
+    virtual HRESULT ReleaseForLock(int mode) = 0;
+    /// Full path of the document's file.
+    virtual ZALUnicodeString StorageName() = 0;
 };
 
-/// Services on the documents of the session.
+/// Services on the documents of the session. The life of one that a program opens, in order:
+///   1. Open, then AddRefForLock.
+///   2. It is read and changed in memory; SaveAs or SaveAsNew write it.
+///   3. ReleaseForLock, then Remove.
 class ZALDocumentServices {
 public:
+    /// Gives the document of `path` without a window; one that is loaded already is given as it is. The session holds
+    /// it until Remove; no reference is added. `mode` is 0. Fails, with a null `document`, for a file that is none.
+    static HRESULT Open(const ZALUnicodeString& path, ZALDocument*& document, int mode);
+    /// Writes `document` to the file `path`, which is its file from then on; the file of before stays as it is. The
+    /// document keeps its identity: a later version of what it was. `format` is empty for the document's own; `mode` 1
+    /// writes this document alone, not those that it refers to. Fails, and the document keeps its file, when `path`
+    /// cannot be written or is the file of another document of the session.
+    static HRESULT SaveAs(ZALDocument* document, const ZALUnicodeString& path, const ZALUnicodeString& format,
+                          int mode);
+    /// The same as a new document: it gets an identity of its own, so that nothing takes it for a version of what it
+    /// was made from. `mode` is 0.
+    static HRESULT SaveAsNew(ZALDocument* document, const ZALUnicodeString& path, int mode);
+    /// Ends one Open. What is not saved is lost with the last one, unless a window, a lock or another document still
+    /// holds the document. `mode` is 1: nobody is asked. Fails for a document that no program has opened.
+    static HRESULT Remove(ZALDocument* document, int mode);
+    /// The document that `object`, such as a feature or a product, stands in; of an instance that of its reference. No
+    /// reference is added. Null when there is none.
+    static ZALDocument* GetDocumentOf(ZALBaseUnknown* object);
     /// The document of `path` among those loaded, with a reference added. Fails, and gives null, when it is not loaded.
     static HRESULT GetDocumentInSession(const ZALUnicodeString& path, ZALDocument** document);
 };
 
-/// The root product of `document`; a null handle when it has none.
+/// The root product of `document`; a null handle when it has none, and for a null document.
 ZALIProduct_var PrdGiveDocRootProduct(ZALDocument* document);
 
 /// A name that is in use.

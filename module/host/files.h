@@ -49,3 +49,6 @@ void ZALSplitPath(const ZALUnicodeString& path, ZALUnicodeString& folder, ZALUni
 /// Extension of the file name in `path`, without its dot; empty when there is none. A dot at the start of the name
 /// begins no extension.
 ZALUnicodeString GetFileExtensionName(const ZALUnicodeString& path);
+
+/// Makes the folder `path` in a folder that exists. Fails when something of that name is there.
+HRESULT ZALCreateDirectory(const ZALUnicodeString& path);

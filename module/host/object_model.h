@@ -154,6 +154,11 @@ public:
         if (object && SUCCEEDED(object->QueryInterface(T::ClassName(), &found)))
             interface_ = static_cast<T*>(found);
     }
+    /// Queries the object of another handle.
+    template <class Other>
+    explicit ZALInterfaceHandle(const ZALInterfaceHandle<Other>& other) : ZALInterfaceHandle(other.Get())
+    {
+    }
     ZALInterfaceHandle(const ZALInterfaceHandle& other) : interface_(other.interface_)
     {
         if (interface_)
@@ -170,12 +175,45 @@ public:
         if (interface_)
             interface_->Release();
     }
+    /// A handle that takes over the caller's reference on `object`; null for null.
+    static ZALInterfaceHandle Take(T* object)
+    {
+        ZALInterfaceHandle handle;
+        handle.interface_ = object;
+        return handle;
+    }
+    /// The interface, or null. No reference is added.
+    T* Get() const { return interface_; }
     T* operator->() const { return interface_; }
     explicit operator bool() const { return interface_ != nullptr; }
+    /// Whether both are of one object, whichever adapters they hold; two null handles are equal.
+    friend bool operator==(const ZALInterfaceHandle& left, const ZALInterfaceHandle& right)
+    {
+        return left.Object() == right.Object();
+    }
 
 private:
+    ZALBaseUnknown* Object() const { return interface_ ? interface_->GetImpl(0) : nullptr; }
     T* interface_ = nullptr;
 };
+
+using ZALBaseUnknown_var = ZALInterfaceHandle<ZALBaseUnknown>;
+
+/// A list of handles, counted from 1; may hold null ones. An index outside 1 to Size() is the caller's error.
+template <class T>
+class ZALHandleList {
+public:
+    int Size() const { return static_cast<int>(items_.size()); }
+    const ZALInterfaceHandle<T>& operator[](int index) const { return items_[static_cast<std::size_t>(index - 1)]; }
+    void Append(const ZALInterfaceHandle<T>& item) { items_.push_back(item); }
+    /// Takes away each handle that equals `item`.
+    void RemoveValue(const ZALInterfaceHandle<T>& item) { std::erase(items_, item); }
+
+private:
+    std::vector<ZALInterfaceHandle<T>> items_;
+};
+
+using ZALListValZALBaseUnknown_var = ZALHandleList<ZALBaseUnknown>;
 
 // ---------------------------------------------------------------------------------------------
 // Class dictionary

@@ -46,6 +46,8 @@ public:
     /// Not zero-terminated as far as callers are concerned.
     const char* GetData() const { return bytes_.data(); }
     std::size_t GetByteLength() const { return bytes_.size(); }
+    /// Whether this is exactly `text`, which is zero-terminated.
+    bool Test(const char* text) const { return bytes_ == text; }
     friend bool operator==(const ZALOmxUTF8String& left, const ZALOmxUTF8String& right)
     {
         return left.bytes_ == right.bytes_;
@@ -125,8 +127,13 @@ public:
 
     /// Takes `length` bytes of UTF-8. Returns 0, or -1 for bytes that are none; the text is then empty.
     int BuildFromUTF8(const char* bytes, std::size_t length);
-    /// Decimal text of `number` in the form `format`: "%u" or "%I64u".
+    /// Decimal text of `number` in the form `format`: "%u", "%I64u", or "%02d", which has two digits at least.
     void BuildFromNum(std::uint64_t number, const char* format);
+    /// Takes `count` code units.
+    HRESULT BuildFromUCChar(const char16_t* units, int count);
+    /// Copies the code units to `units`, which has room for GetLengthInChar() of them, and their number to `count`.
+    /// Fails for a text that is not kept in units of 16 bits; a host may keep one in its narrow encoding.
+    HRESULT ConvertToUCChar(char16_t* units, int& count) const;
     /// The text as UTF-8; a surrogate without its partner becomes U+FFFD.
     ZALOmxUTF8String ConvertToUTF8() const;
     /// The same into `buffer`, which has room for four bytes a unit and one more. `length` is the number of bytes
@@ -156,6 +163,10 @@ public:
     ZALUnicodeString& operator[](int index) { return items_[static_cast<std::size_t>(index - 1)]; }
     const ZALUnicodeString& operator[](int index) const { return items_[static_cast<std::size_t>(index - 1)]; }
     void Append(const ZALUnicodeString& item) { items_.push_back(item); }
+    /// Puts `item` at position `index`, from 1 to Size() + 1, before what stands there.
+    void InsertAt(int index, const ZALUnicodeString& item) { items_.insert(items_.begin() + (index - 1), item); }
+    /// Position of the first item at or behind `start` that is identical to `item`; 0 when there is none.
+    int Locate(const ZALUnicodeString& item, int start = 1) const;
     void RemoveAll() { items_.clear(); }
     void Swap(int first, int second) { std::swap((*this)[first], (*this)[second]); }
 

@@ -50,6 +50,38 @@ HRESULT ZALDocumentServices::GetDocumentInSession(const ZALUnicodeString& path, 
     return *document ? S_OK : E_FAIL;
 }
 
+HRESULT ZALDocumentServices::Open(const ZALUnicodeString& path, ZALDocument*& document, int mode)
+{
+    document = nullptr;
+    openhost::CadServices* services = openhost::CadServices::Current();
+    return services ? services->OpenDocument(path, document, mode) : E_FAIL;
+}
+
+HRESULT ZALDocumentServices::SaveAs(ZALDocument* document, const ZALUnicodeString& path, const ZALUnicodeString& format,
+                                    int mode)
+{
+    openhost::CadServices* services = openhost::CadServices::Current();
+    return document && services ? services->SaveDocumentAs(*document, path, format, mode) : E_FAIL;
+}
+
+HRESULT ZALDocumentServices::SaveAsNew(ZALDocument* document, const ZALUnicodeString& path, int mode)
+{
+    openhost::CadServices* services = openhost::CadServices::Current();
+    return document && services ? services->SaveDocumentAsNew(*document, path, mode) : E_FAIL;
+}
+
+HRESULT ZALDocumentServices::Remove(ZALDocument* document, int mode)
+{
+    openhost::CadServices* services = openhost::CadServices::Current();
+    return document && services ? services->RemoveDocument(*document, mode) : E_FAIL;
+}
+
+ZALDocument* ZALDocumentServices::GetDocumentOf(ZALBaseUnknown* object)
+{
+    openhost::CadServices* services = openhost::CadServices::Current();
+    return object && services ? services->DocumentOf(*object) : nullptr;
+}
+
 ZALIProduct_var PrdGiveDocRootProduct(ZALDocument* document)
 {
     openhost::CadServices* services = openhost::CadServices::Current();

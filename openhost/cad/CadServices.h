@@ -26,6 +26,15 @@ public:
     virtual ZALBaseUnknown* GetRootProduct(ZALDocument& document) = 0;
     /// Whether `product` is that of a part document.
     virtual bool IsOfPart(ZALIProduct& product) = 0;
+
+    // The operations of ZALDocumentServices on documents that programs open. No argument is null.
+
+    virtual HRESULT OpenDocument(const ZALUnicodeString& path, ZALDocument*& document, int mode) = 0;
+    virtual HRESULT SaveDocumentAs(ZALDocument& document, const ZALUnicodeString& path, const ZALUnicodeString& format,
+                                   int mode) = 0;
+    virtual HRESULT SaveDocumentAsNew(ZALDocument& document, const ZALUnicodeString& path, int mode) = 0;
+    virtual HRESULT RemoveDocument(ZALDocument& document, int mode) = 0;
+    virtual ZALDocument* DocumentOf(ZALBaseUnknown& object) = 0;
 };
 
 } // namespace openhost

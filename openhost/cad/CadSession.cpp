@@ -1,5 +1,6 @@
 #include "openhost/cad/CadSession.h"
 
+#include "openhost/cad/FeatureContainer.h"
 #include "openhost/documents/DocumentStream.h"
 #include "openhost/files/Paths.h"
 #include "openhost/frame/Frame.h"
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
+#include <random>
 #include <utility>
 
 namespace openhost {
@@ -87,6 +89,17 @@ const char* ExtensionOf(DocumentKind kind)
     return kind == DocumentKind::Product ? ".ZALProduct" : ".ZALPart";
 }
 
+/// 128 random bits in hexadecimal digits.
+std::string MakeIdentity()
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::random_device random;
+    std::string identity;
+    while (identity.size() < 32)
+        identity += digits[random() % digits.size()];
+    return identity;
+}
+
 } // namespace
 
 CadSession::CadSession() = default;
@@ -133,6 +146,12 @@ LoadedDocument* CadSession::FindCanonical(const std::filesystem::path& path) con
     return found != documents_.end() ? found->second : nullptr;
 }
 
+std::size_t CadSession::HeldDocuments() const
+{
+    return static_cast<std::size_t>(std::ranges::count_if(
+        documents_, [](const auto& entry) { return entry.second->opens_ > 0 || entry.second->locks_ > 0; }));
+}
+
 void CadSession::Close(LoadedDocument& document)
 {
     if (!document.open_)
@@ -176,11 +195,42 @@ void CadSession::SaveAs(LoadedDocument& document, const std::filesystem::path& p
         SetChanged(*father);
 }
 
-void CadSession::Write(const LoadedDocument& document, const std::filesystem::path& path)
+void CadSession::SaveAsNew(LoadedDocument& document, const std::filesystem::path& path)
+{
+    const std::string identity = std::exchange(document.contents_.identity, MakeIdentity());
+    const bool wasDirty = std::exchange(document.dirty_, true);
+    try {
+        SaveAs(document, path);
+    } catch (...) {
+        document.contents_.identity = identity;
+        document.dirty_ = wasDirty;
+        throw;
+    }
+}
+
+std::vector<PartFeature*> CadSession::ToolsOf(LoadedDocument& document)
+{
+    const PartFeature* part = document.Features()->Part();
+    return part ? part->Children() : std::vector<PartFeature*>();
+}
+
+void CadSession::Write(LoadedDocument& document, const std::filesystem::path& path)
 {
     CadDocument contents = document.contents_;
-    if (document.Kind() == DocumentKind::Part)
-        contents.geometry = ReadDocument(document.path_).geometry;
+    const std::vector<PartFeature*> tools = ToolsOf(document);
+    std::vector<PartFeature*> results; // of each tool, null for one without content
+    std::vector<PartTool> written;
+    for (PartFeature* tool : tools) {
+        results.push_back(tool->Child() ? tool->Child()->Child() : nullptr);
+        written.push_back({tool->Name(), {}});
+        if (results.back())
+            written.back().geometry = *results.back()->Geometry();
+    }
+    if (!written.empty()) {
+        contents.geometry = std::move(written.front().geometry);
+        written.erase(written.begin());
+        contents.features.otherTools = std::move(written);
+    }
 
     std::unordered_map<std::string, std::uint32_t> positions;
     const auto positionOf = [&](const std::string& link) {
@@ -204,6 +254,19 @@ void CadSession::Write(const LoadedDocument& document, const std::filesystem::pa
     for (const std::string& link : document.looseLinks_)
         positionOf(link);
     WriteDocument(contents, path);
+    for (std::size_t tool = 0; tool < results.size(); ++tool)
+        if (results[tool])
+            results[tool]->SetStored(tool);
+}
+
+void CadSession::Change(LoadedDocument& document, const std::function<void(CadDocument& contents)>& change)
+{
+    LeavePartNumber(document);
+    change(document.contents_);
+    EnterPartNumber(document);
+    document.root_->name_ = document.PartNumber();
+    if (!document.dirty_)
+        SetChanged(document);
 }
 
 void CadSession::SetChanged(LoadedDocument& document)
@@ -243,11 +306,26 @@ LoadedDocument& CadSession::Enter(const std::filesystem::path& path, CadDocument
         throw CadSessionError(path.string() + ": the session has too many documents");
     auto* document = new LoadedDocument(*this, path, std::move(contents));
     documents_[path.string()] = document;
-    auto& namesakes = byPartNumber_[document->PartNumber()];
-    namesakes.insert(document);
-    if (namesakes.size() > 1)
-        shared_.insert(document->PartNumber());
+    EnterPartNumber(*document);
     return *document;
+}
+
+void CadSession::EnterPartNumber(LoadedDocument& document)
+{
+    auto& namesakes = byPartNumber_[document.PartNumber()];
+    namesakes.insert(&document);
+    if (namesakes.size() > 1)
+        shared_.insert(document.PartNumber());
+}
+
+void CadSession::LeavePartNumber(LoadedDocument& document)
+{
+    auto& namesakes = byPartNumber_[document.PartNumber()];
+    namesakes.erase(&document);
+    if (namesakes.size() < 2)
+        shared_.erase(document.PartNumber());
+    if (namesakes.empty())
+        byPartNumber_.erase(document.PartNumber());
 }
 
 void CadSession::LoadChildren(LoadedDocument& document, std::vector<LoadedDocument*>& fresh)
@@ -344,7 +422,7 @@ void CadSession::UnloadUnused(LoadedDocument& document)
     while (!waiting.empty()) {
         LoadedDocument* unused = waiting.back();
         waiting.pop_back();
-        if (unused->open_ || !unused->fathers_.empty())
+        if (unused->open_ || unused->opens_ > 0 || unused->locks_ > 0 || !unused->fathers_.empty())
             continue;
         std::vector<LoadedDocument*> references;
         for (const auto& [reference, count] : unused->references_)
@@ -371,12 +449,8 @@ void CadSession::DetachChildren(LoadedDocument& document)
 
 void CadSession::Remove(LoadedDocument& document)
 {
-    auto& namesakes = byPartNumber_[document.PartNumber()];
-    namesakes.erase(&document);
-    if (namesakes.size() < 2)
-        shared_.erase(document.PartNumber());
-    if (namesakes.empty())
-        byPartNumber_.erase(document.PartNumber());
+    LeavePartNumber(document);
+    document.EndFeatures();
     documents_.erase(document.path_.string());
     document.session_ = nullptr;
     SessionProduct* root = std::exchange(document.root_, nullptr);
@@ -389,13 +463,18 @@ void CadSession::Remove(LoadedDocument& document)
 // ---------------------------------------------------------------------------------------------
 // Components
 
+void CadSession::CheckComponent(const LoadedDocument& father, const LoadedDocument& reference)
+{
+    LinkTo(father.path_.parent_path(), reference.path_);
+    if (Reaches(reference, father))
+        throw CadSessionError(father.path_.string() + ": the product would be a part of itself");
+}
+
 LoadedDocument& CadSession::LoadComponent(const LoadedDocument& father, const std::filesystem::path& path)
 {
     LoadedDocument& document = Load(path);
     try {
-        LinkTo(father.path_.parent_path(), document.path_);
-        if (Reaches(document, father))
-            throw CadSessionError(father.path_.string() + ": the product would be a part of itself");
+        CheckComponent(father, document);
     } catch (const CadSessionError&) {
         UnloadUnused(document);
         throw;
@@ -430,16 +509,40 @@ std::string CadSession::TakeName(LoadedDocument& father, const LoadedDocument& r
     return name;
 }
 
+LoadedDocument& CadSession::ProductOf(const SessionProduct& father)
+{
+    if (!father.reference_ || father.reference_->Kind() != DocumentKind::Product)
+        throw CadSessionError(father.name_ + ": components can be added to a product only");
+    return *father.reference_;
+}
+
+SessionProduct& CadSession::Append(LoadedDocument& father, LoadedDocument& reference)
+{
+    father.children_.push_back(
+        new SessionProduct(father, &reference, TakeName(father, reference), IdentityPlacement, false));
+    Refer(father, reference);
+    return *father.children_.back();
+}
+
+SessionProduct& CadSession::AddComponent(SessionProduct& father, LoadedDocument& reference)
+{
+    LoadedDocument& document = ProductOf(father);
+    if (reference.session_ != this)
+        throw CadSessionError(reference.path_.string() + ": the document is not loaded");
+    CheckComponent(document, reference);
+
+    SessionProduct& component = Append(document, reference);
+    SetChanged(document);
+    return component;
+}
+
 void CadSession::AddComponents(SessionProduct& father, const std::vector<std::filesystem::path>& files)
 {
-    LoadedDocument* document = father.reference_;
-    if (!document || document->Kind() != DocumentKind::Product)
-        throw CadSessionError(father.name_ + ": components can be added to a product only");
-
+    LoadedDocument& document = ProductOf(father);
     std::vector<LoadedDocument*> references;
     try {
         for (const std::filesystem::path& file : files)
-            references.push_back(&LoadComponent(*document, file));
+            references.push_back(&LoadComponent(document, file));
     } catch (...) {
         // One may have held another, which has gone with it.
         std::set<std::filesystem::path> loaded;
@@ -450,13 +553,10 @@ void CadSession::AddComponents(SessionProduct& father, const std::vector<std::fi
                 UnloadUnused(*reference);
         throw;
     }
-    for (LoadedDocument* reference : references) {
-        document->children_.push_back(
-            new SessionProduct(*document, reference, TakeName(*document, *reference), IdentityPlacement, false));
-        Refer(*document, *reference);
-    }
+    for (LoadedDocument* reference : references)
+        Append(document, *reference);
     if (!references.empty())
-        SetChanged(*document);
+        SetChanged(document);
 }
 
 void CadSession::ReplaceComponent(SessionProduct& father, SessionProduct& component, const std::filesystem::path& file,

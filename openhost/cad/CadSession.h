@@ -5,6 +5,7 @@
 #include "openhost/cad/LoadedDocument.h"
 
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -12,6 +13,8 @@
 #include <vector>
 
 namespace openhost {
+
+class PartFeature;
 
 /// Why the session refuses an operation.
 class CadSessionError : public std::runtime_error {
@@ -21,7 +24,7 @@ public:
 
 /// The CAD session of a run. An instance stands in the document of its father, so that a sub-product that is used
 /// twice is changed in both places. Each document is loaded once, however often it is referred to, and stays loaded as
-/// long as it has a window or another document refers to it.
+/// long as it has a window, a program has opened or locked it, or another document refers to it.
 ///
 /// Links are looked up beside the document first, then as they are written. A child whose document is missing or
 /// damaged is kept as such. Operations that fail throw CadSessionError or CompoundFileError and change nothing.
@@ -44,6 +47,8 @@ public:
     /// The document of the active window, or null.
     LoadedDocument* Active() const { return windows_.empty() ? nullptr : windows_.back(); }
     std::size_t LoadedDocuments() const { return documents_.size(); }
+    /// Documents that a program has opened or locked and not let go.
+    std::size_t HeldDocuments() const;
     /// Closes the window of `document`; the one that was active before it becomes active. Changes are lost unless
     /// another document still refers to it.
     void Close(LoadedDocument& document);
@@ -52,9 +57,17 @@ public:
     /// Writes `document` to the file `path`, which is its file from then on. Documents that refer to it are changed.
     void SaveAs(LoadedDocument& document, const std::filesystem::path& path);
 
+    /// The same with an identity of its own: no later version of what the document was.
+    void SaveAsNew(LoadedDocument& document, const std::filesystem::path& path);
+    /// Lets `change` change the contents of `document`: properties, parameters, cameras, axis systems and the working
+    /// tool, all such that they can be written.
+    void Change(LoadedDocument& document, const std::function<void(CadDocument& contents)>& change);
+
     /// Adds one component for each of `files` to the product that `father` refers to. Their names are the part number,
     /// a point and the lowest number from 1 that has not been given yet; they stand at the origin.
     void AddComponents(SessionProduct& father, const std::vector<std::filesystem::path>& files);
+    /// Adds one component that refers to `reference`, a document of this session, in the same way. Gives it.
+    SessionProduct& AddComponent(SessionProduct& father, LoadedDocument& reference);
     /// Puts the document `file` in the place of `component`, which stands in the product that `father` refers to, and
     /// with `allInstances` in that of each component of that product with the same reference. Position and place in the
     /// list stay. So does a name, unless it is one that AddComponents has given.
@@ -74,11 +87,21 @@ public:
     ZALDocument* FindDocument(const ZALUnicodeString& path) override;
     ZALBaseUnknown* GetRootProduct(ZALDocument& document) override;
     bool IsOfPart(ZALIProduct& product) override;
+    HRESULT OpenDocument(const ZALUnicodeString& path, ZALDocument*& document, int mode) override;
+    HRESULT SaveDocumentAs(ZALDocument& document, const ZALUnicodeString& path, const ZALUnicodeString& format,
+                           int mode) override;
+    HRESULT SaveDocumentAsNew(ZALDocument& document, const ZALUnicodeString& path, int mode) override;
+    HRESULT RemoveDocument(ZALDocument& document, int mode) override;
+    ZALDocument* DocumentOf(ZALBaseUnknown& object) override;
 
 private:
+    friend class LoadedDocument;
     LoadedDocument* FindCanonical(const std::filesystem::path& path) const;
     LoadedDocument& Load(const std::filesystem::path& path);
     LoadedDocument& Enter(const std::filesystem::path& path, CadDocument contents);
+    static void CheckComponent(const LoadedDocument& father, const LoadedDocument& reference);
+    static LoadedDocument& ProductOf(const SessionProduct& father);
+    static SessionProduct& Append(LoadedDocument& father, LoadedDocument& reference);
     LoadedDocument& LoadComponent(const LoadedDocument& father, const std::filesystem::path& path);
     void LoadChildren(LoadedDocument& document, std::vector<LoadedDocument*>& fresh);
     static void RefuseCycles(LoadedDocument& root);
@@ -88,7 +111,10 @@ private:
     void UnloadUnused(LoadedDocument& document);
     void Remove(LoadedDocument& document);
     static void SetChanged(LoadedDocument& document);
-    static void Write(const LoadedDocument& document, const std::filesystem::path& path);
+    static void Write(LoadedDocument& document, const std::filesystem::path& path);
+    static std::vector<PartFeature*> ToolsOf(LoadedDocument& document);
+    void EnterPartNumber(LoadedDocument& document);
+    void LeavePartNumber(LoadedDocument& document);
     static void Replace(SessionProduct& component, LoadedDocument& reference);
     static bool Reaches(const LoadedDocument& from, const LoadedDocument& to); ///< also true for the same document
     static std::string TakeName(LoadedDocument& father, const LoadedDocument& reference);

@@ -15,8 +15,9 @@
 namespace openhost {
 
 class CadSession;
+class FeatureContainer;
 
-/// Changed by CadSession alone. Geometry stays in the file.
+/// Changed by CadSession alone. Geometry stays in the file until somebody asks a feature for it.
 class LoadedDocument : public ZALDocument {
 public:
     LoadedDocument(CadSession& session, std::filesystem::path path, CadDocument contents);
@@ -27,25 +28,45 @@ public:
     const std::filesystem::path& Path() const { return path_; }
     DocumentKind Kind() const { return contents_.kind; }
     const std::string& PartNumber() const { return contents_.partNumber; }
-    /// Whether the file holds geometry.
-    bool HasGeometry() const { return hasGeometry_; }
+    /// Whether the file holds geometry of the main tool.
+    bool HasGeometry() const { return stored_.front(); }
+    /// Everything but what stands in children, links and features.
+    const CadDocument& Contents() const { return contents_; }
+    /// The root container; null once the session has let go of the document.
+    FeatureContainer* Features();
     /// Whether the document differs from its file.
     bool IsDirty() const { return dirty_; }
-    /// Whether the document has a window of its own; otherwise others that refer to it hold it.
+    /// Whether the document has a window of its own; otherwise programs or others that refer to it hold it.
     bool IsOpen() const { return open_; }
     /// Null once the session has let go of the document.
     SessionProduct* Root() const { return root_; }
     /// In the order of the file.
     const std::vector<SessionProduct*>& Children() const { return children_; }
 
+    HRESULT AddRefForLock() override;
+    HRESULT ReleaseForLock(int mode) override;
+    ZALUnicodeString StorageName() override;
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+
 private:
     friend class CadSession;
+    void EndFeatures();
+
     CadSession* session_;
     std::filesystem::path path_;
-    bool hasGeometry_;
-    CadDocument contents_; ///< without children, links and geometry, which stand below or in the file
+    std::vector<bool> stored_;             ///< which tools have geometry in the file, the main tool first
+    CadDocument contents_;                 ///< without children, links and geometry, which stand below or in the file
+    FeatureContainer* features_ = nullptr; ///< made when somebody asks for it
     bool dirty_ = false;
     bool open_ = false;
+    unsigned int opens_ = 0; ///< by programs, that none of them has ended
+    unsigned int locks_ = 0;
     SessionProduct* root_ = nullptr;
     std::vector<SessionProduct*> children_;
     std::vector<std::string> looseLinks_;                         ///< links of the file that no child uses

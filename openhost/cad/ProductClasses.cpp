@@ -4,6 +4,7 @@
 
 OPENHOST_META_CLASS(ZALIProduct, ZALBaseUnknown)
 OPENHOST_META_CLASS(ZALIAlias, ZALBaseUnknown)
+OPENHOST_META_CLASS(ZALIMovable, ZALBaseUnknown)
 OPENHOST_META_CLASS(ZALIPrdGhost, ZALBaseUnknown)
 OPENHOST_META_CLASS(ZALIAApplication, ZALBaseUnknown)
 OPENHOST_META_CLASS(ZALIAProduct, ZALBaseUnknown)
@@ -15,6 +16,8 @@ ZALIProduct::~ZALIProduct() = default;
 
 ZALIAlias::ZALIAlias() = default;
 ZALIAlias::~ZALIAlias() = default;
+ZALIMovable::ZALIMovable() = default;
+ZALIMovable::~ZALIMovable() = default;
 
 ZALIPrdGhost::ZALIPrdGhost() = default;
 ZALIPrdGhost::~ZALIPrdGhost() = default;

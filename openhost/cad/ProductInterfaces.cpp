@@ -2,45 +2,66 @@
 
 #include "openhost/cad/Automation.h"
 #include "openhost/cad/CadSession.h"
+#include "openhost/cad/Facet.h"
+#include "openhost/cad/FeatureContainer.h"
+#include "openhost/cad/Guard.h"
+#include "openhost/cad/SessionOccurrence.h"
 #include "openhost/files/Paths.h"
-#include "openhost/journal/Journal.h"
 #include "openhost/text/Utf.h"
 
 namespace openhost {
 
 namespace {
 
-/// An interface of a product. Holds the product.
-template <class Interface>
-class ProductFacet : public Interface {
+/// An interface of a product or an occurrence.
+template <class Interface, class Object = SessionProduct>
+class ProductFacet : public Facet<Interface, Object> {
 public:
-    explicit ProductFacet(SessionProduct& product) : product_(product) { product_.AddRef(); }
-    ~ProductFacet() override { product_.Release(); }
-    ZALBaseUnknown* GetImpl(int) override { return &product_; }
+    using Facet<Interface, Object>::Facet;
 
 protected:
-    SessionProduct& Product() const { return product_; }
-
-private:
-    SessionProduct& product_;
+    Object& Product() const { return this->Target(); }
 };
-
-/// Runs `operation`, which may throw; E_FAIL, and a line in the journal, when it does.
-template <class Operation>
-HRESULT Guard(const char* name, Operation operation)
-{
-    try {
-        operation();
-        return S_OK;
-    } catch (const std::exception& error) {
-        journal::Write("document", {{"action", "refused"}, {"operation", name}, {"reason", error.what()}});
-        return E_FAIL;
-    }
-}
 
 std::filesystem::path PathOf(const ZALUnicodeString& path)
 {
     return SystemPath(path);
+}
+
+ZALIProduct* RootOf(const LoadedDocument* document);
+
+HRESULT PartNumberOf(const SessionProduct& product, ZALUnicodeString& partNumber)
+{
+    const LoadedDocument* reference = product.Reference();
+    partNumber = reference ? FromUtf8(reference->PartNumber()) : ZALUnicodeString();
+    return reference ? S_OK : E_FAIL;
+}
+
+/// The representation `name` of the shape of `product`, with a reference for the caller. Documents load with those that
+/// refer to them, so that there is nothing to load here.
+ZALBaseUnknown* PartOf(const SessionProduct& product, const ZALUnicodeString& name)
+{
+    LoadedDocument* reference = product.Reference();
+    FeatureContainer* features = reference ? reference->Features() : nullptr;
+    PartFeature* part = features ? features->Part() : nullptr;
+    if (!part || name.Compare("Default") != ZALTextsIdentical)
+        return nullptr;
+    part->AddRef();
+    return part;
+}
+
+HRESULT AppendInstances(ZALBaseUnknown& product, const char* interfaceName, ZALListValZALBaseUnknown_var& children)
+{
+    std::vector<ZALBaseUnknown_var> instances;
+    const HRESULT result = Guard("GetChildren", [&] { instances = InstancesBelow(product); });
+    if (FAILED(result))
+        return result;
+    for (const ZALBaseUnknown_var& instance : instances) {
+        ZALBaseUnknown* found = nullptr;
+        if (SUCCEEDED(instance->QueryInterface(interfaceName, &found)))
+            children.Append(ZALBaseUnknown_var::Take(found));
+    }
+    return S_OK;
 }
 
 class ProductInterface : public ProductFacet<ZALIProduct> {
@@ -49,18 +70,61 @@ public:
 
     ZALIProduct* GetReferenceProduct() override { return RootOf(Product().Reference()); }
     ZALIProduct* GetFatherProduct() override { return Product().IsRoot() ? nullptr : RootOf(Product().Owner()); }
-    HRESULT GetPartNumber(ZALUnicodeString& partNumber) override
+    HRESULT GetPartNumber(ZALUnicodeString& partNumber) override { return PartNumberOf(Product(), partNumber); }
+    HRESULT GetChildren(const char* interfaceName, ZALListValZALBaseUnknown_var& children) override
     {
-        const LoadedDocument* reference = Product().Reference();
-        partNumber = reference ? FromUtf8(reference->PartNumber()) : ZALUnicodeString();
-        return reference ? S_OK : E_FAIL;
+        return AppendInstances(Product(), interfaceName, children);
     }
     bool IsReferenceProduct() override { return Product().IsRoot(); }
-
-private:
-    static ZALIProduct* RootOf(const LoadedDocument* document)
+    ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString& name, int, int, int) override
     {
-        return document && document->Root() ? new ProductInterface(*document->Root()) : nullptr;
+        return PartOf(Product(), name);
+    }
+};
+
+ZALIProduct* RootOf(const LoadedDocument* document)
+{
+    return document && document->Root() ? new ProductInterface(*document->Root()) : nullptr;
+}
+
+class OccurrenceInterface : public ProductFacet<ZALIProduct, SessionOccurrence> {
+public:
+    using ProductFacet::ProductFacet;
+
+    ZALIProduct* GetReferenceProduct() override { return RootOf(Product().Leaf().Reference()); }
+    ZALIProduct* GetFatherProduct() override
+    {
+        ProductWay way = Product().Way();
+        way.pop_back();
+        const auto father = ZALInterfaceHandle<SessionOccurrence>::Take(new SessionOccurrence(std::move(way)));
+        return new OccurrenceInterface(*father.Get());
+    }
+    HRESULT GetPartNumber(ZALUnicodeString& partNumber) override { return PartNumberOf(Product().Leaf(), partNumber); }
+    bool IsReferenceProduct() override { return false; }
+    HRESULT GetChildren(const char* interfaceName, ZALListValZALBaseUnknown_var& children) override
+    {
+        return AppendInstances(Product(), interfaceName, children);
+    }
+    ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString& name, int, int, int) override
+    {
+        return PartOf(Product().Leaf(), name);
+    }
+};
+
+/// Serves products and occurrences alike.
+class MovableInterface : public ProductFacet<ZALIMovable, ZALBaseUnknown> {
+public:
+    using ProductFacet::ProductFacet;
+
+    HRESULT GetPosition(ZALMathTransformation& position, ZALIMovable* reference, int, int) override
+    {
+        return Guard("GetPosition",
+                     [&] { position = PositionIn(Product(), reference ? reference->GetImpl(0) : nullptr); });
+    }
+    HRESULT SetPosition(const ZALMathTransformation& position, ZALIMovable* reference, int, int) override
+    {
+        return Guard("SetPosition",
+                     [&] { SetPositionIn(Product(), reference ? reference->GetImpl(0) : nullptr, position); });
     }
 };
 
@@ -105,6 +169,19 @@ public:
         for (const ZALUnicodeString& file : TextsOf(files))
             paths.push_back(PathOf(file));
         return Guard("AddComponentsFromFiles", [&] { Session().AddComponents(Product(), paths); });
+    }
+
+    HRESULT AddComponent(ZALIAProduct* reference, ZALIAProduct** instance) override
+    {
+        if (!instance)
+            return E_INVALIDARG;
+        *instance = nullptr;
+        auto* added = reference ? dynamic_cast<SessionProduct*>(reference->GetImpl(0)) : nullptr;
+        if (!added || !added->Reference())
+            return E_INVALIDARG;
+        return Guard("AddComponent", [&] {
+            *instance = new ComponentInterface(Session().AddComponent(Product(), *added->Reference()));
+        });
     }
 
     HRESULT ReplaceComponent(ZALIAProduct* component, ZALBSTR file, ZALVariantBool allInstances,
@@ -178,10 +255,10 @@ public:
     ZALNameServer* GetNameServer() override { return new NameServer(Product()); }
 };
 
-template <class Facet>
+template <class Facet, class Object = SessionProduct>
 ZALBaseUnknown* Offer(ZALBaseUnknown* product)
 {
-    return new Facet(static_cast<SessionProduct&>(*product));
+    return new Facet(static_cast<Object&>(*product));
 }
 
 /// Names are those of reference products: an instance has none of its own.
@@ -192,6 +269,11 @@ ZALBaseUnknown* OfferAlias(ZALBaseUnknown* product)
 
 const ZALFillDictionary Aliases("SessionProduct", "ZALIAlias", OfferAlias, 0);
 const ZALFillDictionary Displays("SessionProduct", "ZALI3DGeoVisu", Offer<DisplayInterface>, 0);
+const ZALFillDictionary Occurrences("SessionOccurrence", "ZALIProduct", Offer<OccurrenceInterface, SessionOccurrence>,
+                                    0);
+const ZALFillDictionary MovableOccurrences("SessionOccurrence", "ZALIMovable", Offer<MovableInterface, ZALBaseUnknown>,
+                                           0);
+const ZALFillDictionary Movables("SessionProduct", "ZALIMovable", Offer<MovableInterface, ZALBaseUnknown>, 0);
 const ZALFillDictionary Products("SessionProduct", "ZALIProduct", Offer<ProductInterface>, 0);
 const ZALFillDictionary Ghosts("SessionProduct", "ZALIPrdGhost", Offer<GhostInterface>, 0);
 const ZALFillDictionary ComponentsAsOne("SessionProduct", "ZALIAProduct", Offer<ComponentInterface>, 0);

@@ -3,6 +3,7 @@
 #include "openhost/documents/CadDocument.h"
 
 #include <algorithm>
+#include <array>
 #include <iomanip>
 #include <map>
 #include <sstream>
@@ -85,10 +86,38 @@ private:
     int lines_ = 0;
 };
 
+void ShowValue(std::ostream& output, const std::string& name, const std::string& value)
+{
+    output << "  " << std::left << std::setw(17) << name << " " << value << "\n";
+}
+
 void ShowProperty(std::ostream& output, const std::string& name, const std::string& value)
 {
     if (!value.empty())
-        output << "  " << std::left << std::setw(18) << name << value << "\n";
+        ShowValue(output, name, value);
+}
+
+std::string Vector(const std::array<double, 3>& vector)
+{
+    std::ostringstream text;
+    text << "(" << vector[0] << ", " << vector[1] << ", " << vector[2] << ")";
+    return text.str();
+}
+
+void ShowFeatures(std::ostream& output, const CadDocument& document)
+{
+    const PartFeatures& features = document.features;
+    output << "Features\n";
+    for (std::size_t tool = 0; tool <= features.otherTools.size(); ++tool) {
+        const auto& geometry = tool == 0 ? document.geometry : features.otherTools[tool - 1].geometry;
+        std::string state = geometry ? "tool" : "empty tool";
+        if (tool == features.workingTool)
+            state += ", worked in";
+        ShowValue(output, tool == 0 ? features.mainTool : features.otherTools[tool - 1].name, state);
+    }
+    for (const AxisSystem& system : features.axisSystems)
+        ShowValue(output, system.name,
+                  "axis system at " + Vector({system.placement[3], system.placement[7], system.placement[11]}));
 }
 
 void ShowGeometry(std::ostream& output, const GeometryFacts& facts)
@@ -118,8 +147,17 @@ void ShowDocument(const std::filesystem::path& path, std::ostream& output)
     output << "Properties\n";
     ShowProperty(output, "Nomenclature", document.nomenclature);
     ShowProperty(output, "Description", document.description);
-    for (const DocumentProperty& property : document.properties)
-        ShowProperty(output, property.name, property.value);
+    ShowProperty(output, "Identity", document.identity);
+    if (!document.parameters.empty())
+        output << "Parameters\n";
+    for (const UserParameter& parameter : document.parameters)
+        ShowValue(output, parameter.name, ParameterText(parameter));
+    if (document.features != PartFeatures())
+        ShowFeatures(output, document);
+    if (!document.cameras.empty())
+        output << "Cameras\n";
+    for (const DocumentCamera& camera : document.cameras)
+        ShowValue(output, camera.name, "at " + Vector(camera.eye) + " towards " + Vector(camera.sight));
     if (document.geometry)
         ShowGeometry(output, document.geometry->facts);
 

@@ -1,4 +1,4 @@
-// A document in words: tree, properties, link table.
+// A document in words: tree, properties, parameters, features, cameras, link table.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,8 @@
 
 namespace openhost {
 
-/// Writes the tree, the properties and the link table of the document `path` to `output`. The tree follows the
+/// Writes the tree, the properties, parameters, features and cameras, and the link table of the document `path` to
+/// `output`. The tree follows the
 /// links to files beside the document; a file that is missing, damaged or part of itself is named as such in
 /// its line. Throws CompoundFileError when `path` itself is no document.
 void ShowDocument(const std::filesystem::path& path, std::ostream& output);

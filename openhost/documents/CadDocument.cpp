@@ -3,6 +3,8 @@
 #include "openhost/documents/DocumentStream.h"
 #include "openhost/files/AtomicFile.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <system_error>
 #include <unordered_set>
@@ -19,28 +21,74 @@ struct StreamForm {
 };
 
 constexpr StreamForm PropertiesForm{"Properties", "ZPRP", 1, 16 << 20};
+constexpr StreamForm IdentityForm{"Identity", "ZIDN", 1, 1 << 10};
+constexpr StreamForm ParametersForm{"Parameters", "ZPAR", 1, 16 << 20};
+constexpr StreamForm CamerasForm{"Cameras", "ZCAM", 1, 16 << 20};
+constexpr StreamForm FeaturesForm{"Features", "ZFEA", 1, 16 << 20};
 constexpr StreamForm ChildrenForm{"Children", "ZCHD", 1, 256 << 20};
 constexpr StreamForm GeometryForm{"Geometry", "ZGEO", 1, std::uint64_t{1} << 30};
 
-/// How far the product of a rotation with its transpose may be from one.
-constexpr double RotationTolerance = 1e-6;
+/// Smallest sine of the angle between the directions of a camera.
+constexpr double SmallestSine = 1e-6;
 
-/// Whether the first three columns are a rotation; a reflection is none.
-bool IsRigid(const Placement& p)
+constexpr std::string_view Units[] = {"mm", "cm", "m", "in"};
+
+using Direction = std::array<double, 3>;
+
+double LengthOf(const Direction& d)
 {
-    const double determinant =
-        p[0] * (p[5] * p[10] - p[6] * p[9]) - p[1] * (p[4] * p[10] - p[6] * p[8]) + p[2] * (p[4] * p[9] - p[5] * p[8]);
-    if (!(determinant > 0))
-        return false;
-    for (std::size_t i = 0; i < 3; ++i)
-        for (std::size_t j = 0; j < 3; ++j) {
-            double product = 0;
-            for (std::size_t k = 0; k < 3; ++k)
-                product += p[4 * i + k] * p[4 * j + k];
-            if (!(std::abs(product - (i == j ? 1 : 0)) <= RotationTolerance))
-                return false;
-        }
-    return true;
+    return std::hypot(d[0], d[1], d[2]);
+}
+
+Direction Cross(const Direction& a, const Direction& b)
+{
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
+void CheckFeatures(const CadDocument& document)
+{
+    if (document.kind == DocumentKind::Product) {
+        if (document.features != PartFeatures())
+            throw DocumentStreamError("a product has features of a part");
+        return;
+    }
+    const PartFeatures& features = document.features;
+    if (features.otherTools.size() > MaximumOtherTools)
+        throw DocumentStreamError("the part has too many tools");
+    if (features.workingTool > features.otherTools.size())
+        throw DocumentStreamError("the part has no tool to work in");
+    if (features.mainTool.empty() ||
+        std::ranges::any_of(features.otherTools, [](const PartTool& tool) { return tool.name.empty(); }))
+        throw DocumentStreamError("a tool has no name");
+    for (const AxisSystem& system : features.axisSystems) {
+        if (system.name.empty())
+            throw DocumentStreamError("an axis system has no name");
+        if (!IsRigid(system.placement))
+            throw DocumentStreamError("axis system " + system.name + " has no rigid placement");
+    }
+}
+
+void CheckParameters(const CadDocument& document)
+{
+    for (const UserParameter& parameter : document.parameters) {
+        if (parameter.name.empty())
+            throw DocumentStreamError("a parameter has no name");
+        const auto* length = std::get_if<ParameterLength>(&parameter.value);
+        if (length && std::ranges::find(Units, length->unit) == std::end(Units))
+            throw DocumentStreamError("parameter " + parameter.name + " has an unknown unit");
+    }
+}
+
+void CheckCameras(const CadDocument& document)
+{
+    for (const DocumentCamera& camera : document.cameras) {
+        if (camera.name.empty())
+            throw DocumentStreamError("a camera has no name");
+        const double lengths = LengthOf(camera.sight) * LengthOf(camera.up);
+        if (!(lengths > 0) || !(LengthOf(Cross(camera.sight, camera.up)) > SmallestSine * lengths) ||
+            !(camera.scale > 0))
+            throw DocumentStreamError("camera " + camera.name + " shows nothing");
+    }
 }
 
 void Check(const CadDocument& document)
@@ -60,14 +108,14 @@ void Check(const CadDocument& document)
         if (!IsRigid(child.placement))
             throw DocumentStreamError("child " + child.name + " has no rigid placement");
     }
-    names.clear();
-    for (const DocumentProperty& property : document.properties)
-        if (property.name.empty() || !names.insert(property.name).second)
-            throw DocumentStreamError("a property has no name of its own");
+    CheckFeatures(document);
+    CheckParameters(document);
+    CheckCameras(document);
 }
 
 // ---------------------------------------------------------------------------------------------
-// Properties: kind, part number, nomenclature, description, count, name and value of each
+// Properties: kind, part number, nomenclature, description, count, name and value of each text parameter. Parameters
+// of all types have a stream of their own, so that the count is 0 in what is written today.
 
 std::string EncodeProperties(const CadDocument& document)
 {
@@ -76,11 +124,7 @@ std::string EncodeProperties(const CadDocument& document)
     writer.PutText(document.partNumber);
     writer.PutText(document.nomenclature);
     writer.PutText(document.description);
-    writer.PutNumber(static_cast<std::uint32_t>(document.properties.size()));
-    for (const DocumentProperty& property : document.properties) {
-        writer.PutText(property.name);
-        writer.PutText(property.value);
-    }
+    writer.PutNumber(0);
     return writer.Finish(PropertiesForm.mark, PropertiesForm.version);
 }
 
@@ -94,12 +138,178 @@ void DecodeProperties(std::string_view stream, CadDocument& document)
     document.nomenclature = reader.TakeText();
     document.description = reader.TakeText();
     for (std::uint32_t count = reader.TakeCount(2 * sizeof(std::uint32_t)); count > 0; --count) {
-        DocumentProperty property;
-        property.name = reader.TakeText();
-        property.value = reader.TakeText();
-        document.properties.push_back(std::move(property));
+        UserParameter parameter;
+        parameter.name = reader.TakeText();
+        parameter.value = reader.TakeText();
+        document.parameters.push_back(std::move(parameter));
     }
     reader.ExpectEnd();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Identity: a text
+
+std::string EncodeIdentity(const CadDocument& document)
+{
+    StreamWriter writer;
+    writer.PutText(document.identity);
+    return writer.Finish(IdentityForm.mark, IdentityForm.version);
+}
+
+void DecodeIdentity(std::string_view stream, CadDocument& document)
+{
+    StreamReader reader(stream, IdentityForm.mark, IdentityForm.version);
+    document.identity = reader.TakeText();
+    reader.ExpectEnd();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Parameters: count; name, type and value of each
+
+enum ParameterType : std::uint32_t { TextType = 1, LengthType = 2, IntegerType = 3, BooleanType = 4 };
+
+struct ParameterValueWriter {
+    StreamWriter& writer;
+
+    void operator()(const std::string& text) const
+    {
+        writer.PutNumber(TextType);
+        writer.PutText(text);
+    }
+    void operator()(const ParameterLength& length) const
+    {
+        writer.PutNumber(LengthType);
+        writer.PutReal(length.value);
+        writer.PutText(length.unit);
+    }
+    void operator()(std::int32_t integer) const
+    {
+        writer.PutNumber(IntegerType);
+        writer.PutNumber(static_cast<std::uint32_t>(integer));
+    }
+    void operator()(bool boolean) const
+    {
+        writer.PutNumber(BooleanType);
+        writer.PutNumber(boolean ? 1 : 0);
+    }
+};
+
+std::string EncodeParameters(const CadDocument& document)
+{
+    StreamWriter writer;
+    writer.PutNumber(static_cast<std::uint32_t>(document.parameters.size()));
+    for (const UserParameter& parameter : document.parameters) {
+        writer.PutText(parameter.name);
+        std::visit(ParameterValueWriter{writer}, parameter.value);
+    }
+    return writer.Finish(ParametersForm.mark, ParametersForm.version);
+}
+
+void DecodeParameters(std::string_view stream, CadDocument& document)
+{
+    StreamReader reader(stream, ParametersForm.mark, ParametersForm.version);
+    for (std::uint32_t count = reader.TakeCount(3 * sizeof(std::uint32_t)); count > 0; --count) {
+        UserParameter parameter;
+        parameter.name = reader.TakeText();
+        switch (reader.TakeNumber()) {
+        case TextType:
+            parameter.value = reader.TakeText();
+            break;
+        case LengthType: {
+            ParameterLength length;
+            length.value = reader.TakeReal();
+            length.unit = reader.TakeText();
+            parameter.value = std::move(length);
+            break;
+        }
+        case IntegerType:
+            parameter.value = static_cast<std::int32_t>(reader.TakeNumber());
+            break;
+        case BooleanType: {
+            const std::uint32_t boolean = reader.TakeNumber();
+            if (boolean > 1)
+                throw DocumentStreamError("a boolean is neither true nor false");
+            parameter.value = boolean == 1;
+            break;
+        }
+        default:
+            throw DocumentStreamError("parameter " + parameter.name + " has an unknown type");
+        }
+        document.parameters.push_back(std::move(parameter));
+    }
+    reader.ExpectEnd();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Cameras: count; name, eye, sight, up and scale of each
+
+std::string EncodeCameras(const CadDocument& document)
+{
+    StreamWriter writer;
+    writer.PutNumber(static_cast<std::uint32_t>(document.cameras.size()));
+    for (const DocumentCamera& camera : document.cameras) {
+        writer.PutText(camera.name);
+        for (const auto* vector : {&camera.eye, &camera.sight, &camera.up})
+            for (const double number : *vector)
+                writer.PutReal(number);
+        writer.PutReal(camera.scale);
+    }
+    return writer.Finish(CamerasForm.mark, CamerasForm.version);
+}
+
+void DecodeCameras(std::string_view stream, CadDocument& document)
+{
+    StreamReader reader(stream, CamerasForm.mark, CamerasForm.version);
+    for (std::uint32_t count = reader.TakeCount(sizeof(std::uint32_t) + 10 * sizeof(double)); count > 0; --count) {
+        DocumentCamera camera;
+        camera.name = reader.TakeText();
+        for (auto* vector : {&camera.eye, &camera.sight, &camera.up})
+            for (double& number : *vector)
+                number = reader.TakeReal();
+        camera.scale = reader.TakeReal();
+        document.cameras.push_back(std::move(camera));
+    }
+    reader.ExpectEnd();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Features: name of the main tool, the tool to work in; count of other tools, name of each; count of axis systems,
+// name and placement of each. The geometry of the tools stands in streams of its own.
+
+std::string EncodeFeatures(const PartFeatures& features)
+{
+    StreamWriter writer;
+    writer.PutText(features.mainTool);
+    writer.PutNumber(features.workingTool);
+    writer.PutNumber(static_cast<std::uint32_t>(features.otherTools.size()));
+    for (const PartTool& tool : features.otherTools)
+        writer.PutText(tool.name);
+    writer.PutNumber(static_cast<std::uint32_t>(features.axisSystems.size()));
+    for (const AxisSystem& system : features.axisSystems) {
+        writer.PutText(system.name);
+        for (const double number : system.placement)
+            writer.PutReal(number);
+    }
+    return writer.Finish(FeaturesForm.mark, FeaturesForm.version);
+}
+
+PartFeatures DecodeFeatures(std::string_view stream)
+{
+    StreamReader reader(stream, FeaturesForm.mark, FeaturesForm.version);
+    PartFeatures features;
+    features.mainTool = reader.TakeText();
+    features.workingTool = reader.TakeNumber();
+    for (std::uint32_t count = reader.TakeCount(sizeof(std::uint32_t)); count > 0; --count)
+        features.otherTools.push_back({reader.TakeText(), {}});
+    for (std::uint32_t count = reader.TakeCount(sizeof(std::uint32_t) + 12 * sizeof(double)); count > 0; --count) {
+        AxisSystem system;
+        system.name = reader.TakeText();
+        for (double& number : system.placement)
+            number = reader.TakeReal();
+        features.axisSystems.push_back(std::move(system));
+    }
+    reader.ExpectEnd();
+    return features;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -167,53 +377,106 @@ DocumentGeometry DecodeGeometry(std::string_view stream)
 
 // ---------------------------------------------------------------------------------------------
 
-void AddStream(CompoundContents& storage, const StreamForm& form, std::string bytes)
+/// Name of the stream with the geometry of the tool `tool`: 0 the main tool, then the others.
+std::string GeometryStream(std::size_t tool)
 {
-    if (bytes.size() > form.maximumSize)
-        throw DocumentStreamError(std::string("stream ") + form.name + " is too long");
-    storage.streams.emplace_back(form.name, std::move(bytes));
+    return tool == 0 ? GeometryForm.name : GeometryForm.name + std::to_string(tool);
 }
 
-std::optional<std::string> ReadStream(const CompoundStorage& storage, const StreamForm& form)
+void AddStream(CompoundContents& storage, const StreamForm& form, std::string bytes, std::string name = {})
 {
-    return storage.ReadStream(form.name, form.maximumSize);
+    if (name.empty())
+        name = form.name;
+    if (bytes.size() > form.maximumSize)
+        throw DocumentStreamError("stream " + name + " is too long");
+    storage.streams.emplace_back(std::move(name), std::move(bytes));
+}
+
+CompoundStorage StorageOf(const CompoundStorage& root)
+{
+    auto storage = root.FindStorage(DocumentStorageName);
+    if (!storage)
+        throw CompoundFileError(root.GetFileName() + ": no storage " + DocumentStorageName);
+    return std::move(*storage);
+}
+
+/// Hands the stream `name` to `decode` when there is one. Errors name the stream.
+template <class Decoder>
+bool DecodeStream(const CompoundStorage& storage, const StreamForm& form, const std::string& name, Decoder decode)
+{
+    const auto stream = storage.ReadStream(name, form.maximumSize);
+    if (!stream)
+        return false;
+    try {
+        decode(*stream);
+    } catch (const DocumentStreamError& error) {
+        throw CompoundFileError(storage.GetFileName() + ": stream " + name + ": " + error.what());
+    }
+    return true;
 }
 
 CadDocument Decode(const CompoundStorage& root)
 {
-    const auto storage = root.FindStorage(DocumentStorageName);
-    if (!storage)
-        throw CompoundFileError(root.GetFileName() + ": no storage " + DocumentStorageName);
+    const CompoundStorage storage = StorageOf(root);
     CadDocument document;
-    document.links = ReadLinkTable(*storage);
+    document.links = ReadLinkTable(storage);
 
-    const StreamForm* form = &PropertiesForm;
-    try {
-        const auto properties = ReadStream(*storage, PropertiesForm);
-        if (!properties)
-            throw DocumentStreamError("missing");
-        DecodeProperties(*properties, document);
+    const auto decode = [&](const StreamForm& form, void (*decoder)(std::string_view, CadDocument&)) {
+        return DecodeStream(storage, form, form.name, [&](std::string_view stream) { decoder(stream, document); });
+    };
+    if (!decode(PropertiesForm, DecodeProperties))
+        throw CompoundFileError(root.GetFileName() + ": stream " + PropertiesForm.name + ": missing");
+    decode(IdentityForm, DecodeIdentity);
+    decode(ParametersForm, DecodeParameters);
+    decode(CamerasForm, DecodeCameras);
+    decode(ChildrenForm, DecodeChildren);
+    DecodeStream(storage, FeaturesForm, FeaturesForm.name,
+                 [&](std::string_view stream) { document.features = DecodeFeatures(stream); });
+    const auto check = [&] {
+        try {
+            Check(document);
+        } catch (const DocumentStreamError& error) {
+            throw CompoundFileError(root.GetFileName() + ": " + error.what());
+        }
+    };
+    check(); // also how many tools there are, before the geometry of each is looked for
 
-        form = &ChildrenForm;
-        if (const auto children = ReadStream(*storage, ChildrenForm))
-            DecodeChildren(*children, document);
-
-        form = &GeometryForm;
-        if (const auto geometry = ReadStream(*storage, GeometryForm))
-            document.geometry = DecodeGeometry(*geometry);
-    } catch (const DocumentStreamError& error) {
-        throw CompoundFileError(root.GetFileName() + ": stream " + form->name + ": " + error.what());
-    }
-
-    try {
-        Check(document);
-    } catch (const DocumentStreamError& error) {
-        throw CompoundFileError(root.GetFileName() + ": " + error.what());
-    }
+    const auto decodeGeometry = [&](std::size_t tool, std::optional<DocumentGeometry>& geometry) {
+        DecodeStream(storage, GeometryForm, GeometryStream(tool),
+                     [&](std::string_view stream) { geometry = DecodeGeometry(stream); });
+    };
+    decodeGeometry(0, document.geometry);
+    for (std::size_t other = 0; other < document.features.otherTools.size(); ++other)
+        decodeGeometry(other + 1, document.features.otherTools[other].geometry);
+    check();
     return document;
 }
 
 } // namespace
+
+std::string ParameterText(const UserParameter& parameter)
+{
+    if (const auto* text = std::get_if<std::string>(&parameter.value))
+        return *text;
+    if (const auto* boolean = std::get_if<bool>(&parameter.value))
+        return *boolean ? "true" : "false";
+    if (const auto* integer = std::get_if<std::int32_t>(&parameter.value))
+        return std::to_string(*integer);
+    const auto& length = std::get<ParameterLength>(parameter.value);
+    std::array<char, 32> digits{};
+    const auto end = std::to_chars(digits.begin(), digits.end(), length.value).ptr;
+    return std::string(digits.begin(), end) + " " + length.unit;
+}
+
+bool IsDocumentText(std::string_view text)
+{
+    try {
+        StreamWriter().PutText(text);
+        return true;
+    } catch (const DocumentStreamError&) {
+        return false;
+    }
+}
 
 CadDocument ReadDocument(const std::filesystem::path& path)
 {
@@ -225,6 +488,15 @@ CadDocument ParseDocument(std::string_view bytes, const std::string& name)
     return Decode(CompoundStorage::OpenBytes(bytes, name));
 }
 
+std::optional<DocumentGeometry> ReadToolGeometry(const std::filesystem::path& path, std::size_t tool)
+{
+    const CompoundStorage storage = StorageOf(CompoundStorage::OpenFile(path));
+    std::optional<DocumentGeometry> geometry;
+    DecodeStream(storage, GeometryForm, GeometryStream(tool),
+                 [&](std::string_view stream) { geometry = DecodeGeometry(stream); });
+    return geometry;
+}
+
 std::string BuildDocument(const CadDocument& document)
 {
     try {
@@ -232,10 +504,21 @@ std::string BuildDocument(const CadDocument& document)
         CompoundContents storage{DocumentStorageName, {}, {}};
         storage.streams.emplace_back(LinkTableStreamName, EncodeLinkTable(document.links));
         AddStream(storage, PropertiesForm, EncodeProperties(document));
+        if (!document.identity.empty())
+            AddStream(storage, IdentityForm, EncodeIdentity(document));
+        if (!document.parameters.empty())
+            AddStream(storage, ParametersForm, EncodeParameters(document));
+        if (!document.cameras.empty())
+            AddStream(storage, CamerasForm, EncodeCameras(document));
+        if (document.features != PartFeatures())
+            AddStream(storage, FeaturesForm, EncodeFeatures(document.features));
         if (document.kind == DocumentKind::Product)
             AddStream(storage, ChildrenForm, EncodeChildren(document));
         if (document.geometry)
             AddStream(storage, GeometryForm, EncodeGeometry(*document.geometry));
+        for (std::size_t other = 0; other < document.features.otherTools.size(); ++other)
+            if (const auto& geometry = document.features.otherTools[other].geometry)
+                AddStream(storage, GeometryForm, EncodeGeometry(*geometry), GeometryStream(other + 1));
         CompoundContents root;
         root.storages.push_back(std::move(storage));
         return BuildCompoundFile(root);

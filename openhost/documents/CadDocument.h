@@ -6,6 +6,7 @@
 
 #include "openhost/documents/CompoundFile.h"
 #include "openhost/documents/LinkTable.h"
+#include "openhost/documents/Placement.h"
 
 #include <array>
 #include <cstdint>
@@ -13,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 namespace openhost {
@@ -22,17 +24,29 @@ enum class DocumentKind : std::uint32_t {
     Product = 2,
 };
 
-/// A text property of the user.
-struct DocumentProperty {
-    std::string name;
-    std::string value;
-    bool operator==(const DocumentProperty&) const = default;
+/// A length in the unit in which the user reads it: "mm", "cm", "m" or "in".
+struct ParameterLength {
+    double value = 0;
+    std::string unit = "mm";
+    bool operator==(const ParameterLength&) const = default;
 };
 
-/// A placement: three rows of four numbers, a rotation and in the last column a shift in millimetres.
-using Placement = std::array<double, 12>;
+/// A parameter of the user. Names need not be unique.
+struct UserParameter {
+    std::string name;
+    std::variant<std::string, ParameterLength, std::int32_t, bool> value;
+    bool operator==(const UserParameter&) const = default;
+};
 
-inline constexpr Placement IdentityPlacement{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
+/// How the user looks at a document. Millimetres.
+struct DocumentCamera {
+    std::string name;
+    std::array<double, 3> eye{};             ///< where it stands
+    std::array<double, 3> sight{-1, -1, -1}; ///< where it looks; not zero
+    std::array<double, 3> up{0, 0, 1};       ///< what is up in the picture; not along `sight`
+    double scale = 1;                        ///< millimetres that half the height of the picture shows; above zero
+    bool operator==(const DocumentCamera&) const = default;
+};
 
 /// An instance of another document in a product.
 struct ChildInstance {
@@ -60,17 +74,51 @@ struct DocumentGeometry {
     bool operator==(const DocumentGeometry&) const = default;
 };
 
+/// A coordinate system among the features of a part.
+struct AxisSystem {
+    std::string name;
+    Placement placement = IdentityPlacement;
+    bool operator==(const AxisSystem&) const = default;
+};
+
+/// A tool of a part beside its main tool.
+struct PartTool {
+    std::string name;
+    std::optional<DocumentGeometry> geometry; ///< its result; a tool without content has none
+    bool operator==(const PartTool&) const = default;
+};
+
+/// What stands in the part of a part document beside the shape of its main tool.
+struct PartFeatures {
+    std::string mainTool = "PartBody"; ///< name of the main tool
+    std::vector<PartTool> otherTools;
+    std::uint32_t workingTool = 0; ///< the one that the user works in: 0 the main tool, then the others
+    std::vector<AxisSystem> axisSystems;
+    bool operator==(const PartFeatures&) const = default;
+};
+
 struct CadDocument {
     DocumentKind kind = DocumentKind::Part;
     std::string partNumber;
     std::string nomenclature;
     std::string description;
-    std::vector<DocumentProperty> properties;
+    std::string identity; ///< the same in all versions of a document; empty in one that has none yet
+    std::vector<UserParameter> parameters;
+    std::vector<DocumentCamera> cameras;
     LinkTable links;
     std::vector<ChildInstance> children;      ///< of a product; a part has none
-    std::optional<DocumentGeometry> geometry; ///< of a part; a product has none
+    std::optional<DocumentGeometry> geometry; ///< of a part: the result of its main tool; a product has none
+    PartFeatures features;                    ///< of a part
     bool operator==(const CadDocument&) const = default;
 };
+
+/// Most tools that a part has beside its main tool: each of them takes an entry of the compound file.
+inline constexpr std::size_t MaximumOtherTools = 500;
+
+/// The value of `parameter` as the user reads it; of a text the text itself.
+std::string ParameterText(const UserParameter& parameter);
+/// Whether `text` can stand in a document.
+bool IsDocumentText(std::string_view text);
 
 /// All of them throw CompoundFileError, which names the file and the reason.
 
@@ -78,6 +126,8 @@ struct CadDocument {
 CadDocument ReadDocument(const std::filesystem::path& path);
 /// Reads the document whose compound file is `bytes`; errors call it `name`.
 CadDocument ParseDocument(std::string_view bytes, const std::string& name);
+/// The geometry of the tool `tool` in the file `path`, without anything else: 0 the main tool, then the others.
+std::optional<DocumentGeometry> ReadToolGeometry(const std::filesystem::path& path, std::size_t tool);
 /// The compound file of `document`; equal documents give equal bytes. Refuses what ReadDocument would refuse.
 std::string BuildDocument(const CadDocument& document);
 /// Writes `document` to the file `path`, which keeps its old content on failure.

@@ -156,6 +156,13 @@ HRESULT ZALFClose(ZALFileHandle handle)
     return close(descriptor) == 0 || errno == EINTR ? S_OK : E_FAIL;
 }
 
+HRESULT ZALCreateDirectory(const ZALUnicodeString& path)
+{
+    if (openhost::HasParentComponent(path))
+        return E_FAIL;
+    return mkdir(openhost::SystemPath(path).c_str(), 0777) == 0 ? S_OK : E_FAIL;
+}
+
 HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status)
 {
     struct stat found;

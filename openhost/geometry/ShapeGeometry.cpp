@@ -64,21 +64,30 @@ GeometryFacts MeasureShape(const TopoDS_Shape& shape)
     return facts;
 }
 
+GeometryFacts MeasureSolids(const TopoDS_Shape& shape)
+{
+    if (!BRepCheck_Analyzer(shape).IsValid())
+        throw GeometryError("the shape is not valid");
+    GeometryFacts facts = MeasureShape(shape);
+    if (facts.solids == 0)
+        throw GeometryError("the shape has no solid");
+    return facts;
+}
+
+std::string EncodeBoundary(const TopoDS_Shape& shape)
+{
+    std::ostringstream stream;
+    BinTools::Write(shape, stream, Standard_False, Standard_False, BinTools_FormatVersion_CURRENT);
+    return std::move(stream).str();
+}
+
 DocumentGeometry EncodeShape(const TopoDS_Shape& shape)
 {
     if (shape.IsNull())
         throw GeometryError("a null shape has no geometry");
     try {
-        if (!BRepCheck_Analyzer(shape).IsValid())
-            throw GeometryError("the shape is not valid");
-        DocumentGeometry geometry;
-        geometry.facts = MeasureShape(shape);
-        if (geometry.facts.solids == 0)
-            throw GeometryError("the shape has no solid");
-        std::ostringstream stream;
-        BinTools::Write(shape, stream, Standard_False, Standard_False, BinTools_FormatVersion_CURRENT);
-        geometry.boundary = std::move(stream).str();
-        return geometry;
+        GeometryFacts facts = MeasureSolids(shape);
+        return {facts, EncodeBoundary(shape)};
     } catch (const Standard_Failure& failure) {
         throw GeometryError(failure.GetMessageString());
     }

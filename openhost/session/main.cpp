@@ -2,6 +2,7 @@
 
 #include "openhost/cad/ShowDocument.h"
 #include "openhost/exchange/StepExport.h"
+#include "openhost/geometry/OpenCascadeKernel.h"
 #include "openhost/geometry/TessellatingLvrWriter.h"
 #include "openhost/lvr/WriteStl.h"
 #include "openhost/picture/RenderDocument.h"
@@ -46,8 +47,8 @@ play   plays a session without a display. Exit status: 0 every step done; 1 a st
          --module FILE     the module's shared library; by default that of the environment
                            variable OPENHOST_MODULE, then ../lib/ZALVelmartIntegration.so
                            and ../lib/libZALVelmartIntegration.so beside this program
-show   prints the tree, the properties and the link table of a document. Exit status: 0, or 1
-       when the file is no document.
+show   prints the tree, the properties, parameters, features and cameras, and the link table of
+       a document. Exit status: 0, or 1 when the file is no document.
 export writes a document with everything under it to OUT.step as STEP.
 picture draws a document with everything under it into OUT.png.
          --size WIDTHxHEIGHT  in pixels, each from 1 to 8192; 800x600 by default
@@ -169,6 +170,7 @@ int Play(const PlayArguments& arguments)
         if (account)
             account->Receive(event);
     };
+    openhost::SolidKernel::Install(std::make_unique<openhost::OpenCascadeKernel>());
     openhost::LvrWriter::Install(std::make_unique<openhost::TessellatingLvrWriter>());
     const std::unique_ptr<openhost::Desktop> desktop = arguments.panel ? MakeDesktop() : nullptr;
     openhost::SessionPlayer player(

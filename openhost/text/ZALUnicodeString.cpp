@@ -129,7 +129,32 @@ void ZALUnicodeString::BuildFromNum(std::uint64_t number, const char* format)
         digits = std::to_string(static_cast<std::uint32_t>(number));
     else if (form == "%I64u")
         digits = std::to_string(number);
+    else if (form == "%02d") {
+        digits = std::to_string(static_cast<std::int32_t>(number));
+        if (digits.size() < 2)
+            digits.insert(0, 1, '0');
+    }
     text_.assign(digits.begin(), digits.end());
+}
+
+HRESULT ZALUnicodeString::BuildFromUCChar(const char16_t* units, int count)
+{
+    if (count < 0 || (!units && count > 0))
+        return E_INVALIDARG;
+    if (count == 0)
+        text_.clear();
+    else
+        text_.assign(units, static_cast<std::size_t>(count));
+    return S_OK;
+}
+
+HRESULT ZALUnicodeString::ConvertToUCChar(char16_t* units, int& count) const
+{
+    if (!units)
+        return E_INVALIDARG;
+    text_.copy(units, text_.size());
+    count = GetLengthInChar();
+    return S_OK;
 }
 
 ZALOmxUTF8String ZALUnicodeString::ConvertToUTF8() const
@@ -148,4 +173,15 @@ void ZALUnicodeString::ConvertToUTF8(char* buffer, std::size_t& length) const
 ZALString ZALUnicodeString::ConvertToChar() const
 {
     return ZALString(openhost::EncodeUtf8(text_).c_str());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Lists
+
+int ZALListValZALUnicodeString::Locate(const ZALUnicodeString& item, int start) const
+{
+    for (int index = start; index <= Size(); ++index)
+        if ((*this)[index] == item)
+            return index;
+    return 0;
 }

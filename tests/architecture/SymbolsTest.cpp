@@ -85,7 +85,8 @@ TEST(PluginSymbols, ShowTheEntryPointsAndTheClassesForOtherModulesAndNothingElse
         "ZALVelmartFileDownloadCompleteNotification",
         "ZALVelmartIntegrationEventPublisher",
         "ZALVelmartIntegrationUtilities",
-        "ZALVelmartIntegrationDebug"};
+        "ZALVelmartIntegrationDebug",
+        "ZALVliTemplateSupportUtilities"};
     std::set<std::string> shown;
     for (const std::string& symbol : Symbols(Plugin, "--defined-only"))
         shown.insert(OwnerOf(symbol));
@@ -140,7 +141,20 @@ INSTANTIATE_TEST_SUITE_P(
         "typeinfo for ZALVelmartIntegrationEventPublisher", "ZALVelmartIntegrationDebug::Traces",
         "ZALVelmartIntegrationDebug::Chrono::Start()", "ZALVelmartIntegrationDebug::Chrono::GetElapsed()",
         "ZALVelmartIntegrationDebug::Chrono::GetElapsedAsString()",
-        "ZALVelmartIntegrationUtilities::GetFileStreamMD5Hash(ZALUnicodeString const&)"));
+        "ZALVelmartIntegrationUtilities::GetFileStreamMD5Hash(ZALUnicodeString const&)",
+        "ZALVliTemplateSupportUtilities::StoreTemplatePathes(ZALUnicodeString const&, ZALUnicodeString const&)",
+        "ZALVliTemplateSupportUtilities::GetStoredTemplatePathes(ZALUnicodeString&, ZALUnicodeString&)",
+        "ZALVliTemplateSupportUtilities::SanitizeQ7FileName(ZALUnicodeString const&)",
+        "ZALVliTemplateSupportUtilities::GetTemplatesURL(ZALOmxAny const&, ZALUnicodeString&, "
+        "ZALUnicodeString&, ZALVliTemplateSupportUtilities::PreferredSaveMethod&)",
+        "ZALVliTemplateSupportUtilities::CheckIfQ7FileExists(ZALUnicodeString const&, ZALUnicodeString "
+        "const&, unsigned char&, ZALUnicodeString&)",
+        "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::ZALVliApplyTemplatesOpe()",
+        "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::Run()",
+        "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::AddPrdPropertyToReport("
+        "ZALUnicodeString const&, ZALUnicodeString const&)",
+        "vtable for ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe",
+        "typeinfo for ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe"));
 
 // ---------------------------------------------------------------------------------------------
 // Needed

@@ -68,6 +68,8 @@ public:
         return S_OK;
     }
     bool IsReferenceProduct() override { return Facet::Product().isReference; }
+    HRESULT GetChildren(const char*, ZALListValZALBaseUnknown_var&) override { return E_FAIL; }
+    ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString&, int, int, int) override { return nullptr; }
 
 private:
     static ZALIProduct* Give(ScriptedProduct* product) { return product ? new class Product(*product) : nullptr; }
@@ -95,6 +97,13 @@ public:
             call += " " + ToUtf8(file);
         Cad().calls.push_back(call + ", method " + ToUtf8(FromBSTR(method)));
         return Product().addResult;
+    }
+
+    HRESULT AddComponent(ZALIAProduct*, ZALIAProduct** instance) override
+    {
+        Cad().calls.push_back("Add to " + Product().Name());
+        *instance = nullptr;
+        return E_FAIL;
     }
 
     HRESULT ReplaceComponent(ZALIAProduct* component, ZALBSTR file, ZALVariantBool allInstances,
@@ -206,6 +215,9 @@ class Document : public Counted<ZALDocument> {
 public:
     Document(ScriptedCad& cad, ScriptedProduct* root) : Counted(cad), root_(root) {}
     ScriptedProduct* Root() const { return root_; }
+    HRESULT AddRefForLock() override { return E_FAIL; }
+    HRESULT ReleaseForLock(int) override { return E_FAIL; }
+    ZALUnicodeString StorageName() override { return {}; }
 
 private:
     ScriptedProduct* root_;
@@ -255,6 +267,16 @@ public:
         return root;
     }
     bool IsOfPart(ZALIProduct& product) override { return static_cast<ScriptedProduct*>(product.GetImpl(0))->isOfPart; }
+
+    // Nothing here opens documents for itself.
+    HRESULT OpenDocument(const ZALUnicodeString&, ZALDocument*&, int) override { return E_FAIL; }
+    HRESULT SaveDocumentAs(ZALDocument&, const ZALUnicodeString&, const ZALUnicodeString&, int) override
+    {
+        return E_FAIL;
+    }
+    HRESULT SaveDocumentAsNew(ZALDocument&, const ZALUnicodeString&, int) override { return E_FAIL; }
+    HRESULT RemoveDocument(ZALDocument&, int) override { return E_FAIL; }
+    ZALDocument* DocumentOf(ZALBaseUnknown&) override { return nullptr; }
 
 private:
     ScriptedCad& cad_;

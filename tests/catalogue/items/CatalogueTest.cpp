@@ -68,7 +68,7 @@ void EachPart(const std::string& name, const openhost::Placement& placement, con
     if (document.geometry)
         visit(name, placement);
     for (const openhost::ChildInstance& child : document.children)
-        EachPart(document.links[child.link], Within(placement, child.placement), visit);
+        EachPart(document.links[child.link], openhost::Within(placement, child.placement), visit);
 }
 
 int CountParts(const std::string& root, const std::string& part)

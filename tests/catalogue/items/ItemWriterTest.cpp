@@ -1,6 +1,7 @@
 #include "catalogue/items/ItemWriter.h"
 
 #include "catalogue/items/Solid.h"
+#include "catalogue/items/TemplateTable.h"
 #include "catalogue/shapes/ShapeToken.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/geometry/ShapeGeometry.h"
@@ -38,6 +39,7 @@ Catalogue Small()
                         {"PART.2", 0, {0, -1, 0, 0, 1, 0, 0, 100, 0, 0, 1, 0}}};
 
     Catalogue catalogue;
+    AddTemplates(catalogue);
     catalogue.documents = {{"PART.ZALPart", part}, {"PAIR.ZALProduct", product}};
     catalogue.items = {
         {"raw", "A part", "Parts", "As it is", {{"l", 10}}, Delivery::Raw, "PART.ZALPart", {"PART.ZALPart"}},
@@ -80,6 +82,22 @@ TEST_F(Written, ArchiveHoldsDocumentsInOrderBetweenSideFiles)
     EXPECT_EQ(EntryNames(archive), (std::vector<std::string>{"readme.txt", "PART.ZALPart", "PAIR.ZALProduct",
                                                              "licence.txt", "kr_metadata.csv"}));
     zip_discard(archive);
+}
+
+TEST_F(Written, TemplatesAreDocumentsWithRoomForAnItem)
+{
+    const openhost::CadDocument part = openhost::ReadDocument(Folder() / "files" / "templates" / PartTemplateName);
+    EXPECT_EQ(part.kind, openhost::DocumentKind::Part);
+    EXPECT_FALSE(part.geometry);
+    EXPECT_EQ(part.parameters.at(0).name, "Title");
+    EXPECT_EQ(part.cameras.size(), 1U);
+    EXPECT_EQ(part.features.axisSystems.size(), 1U);
+    const openhost::CadDocument product =
+        openhost::ReadDocument(Folder() / "files" / "templates" / ProductTemplateName);
+    EXPECT_EQ(product.kind, openhost::DocumentKind::Product);
+    EXPECT_TRUE(product.children.empty());
+    EXPECT_NE(product.description, "");
+    EXPECT_EQ(product.cameras.size(), 1U);
 }
 
 TEST_F(Written, DocumentInTheArchiveIsTheDocument)

@@ -79,9 +79,12 @@ TEST_F(CatalogueServiceTest, APathOutsideTheFoldersIsNotFound)
     WriteFile("files/.hidden", "hidden");
     WriteFile("secret", "secret");
     WriteFile("secret.json", "{}");
-    for (const char* path : {"/files/../secret", "/files/..%2fsecret", "/files/%2e%2e/secret", "/files/..%5csecret",
-                             "/files/..", "/files/.hidden", "/files/", "/files/%00", "/files/nut.ZALPart%00.zip",
-                             "/files//nut.ZALPart", "/items/..%2fsecret", "/items/..", "/items/"})
+    std::filesystem::create_directory(root_ / "files" / "templates");
+    for (const char* path :
+         {"/files/../secret", "/files/..%2fsecret", "/files/%2e%2e/secret", "/files/..%5csecret", "/files/..",
+          "/files/.hidden", "/files/", "/files/%00", "/files/nut.ZALPart%00.zip", "/files//nut.ZALPart",
+          "/files/templates", "/files/templates/", "/files/templates/..", "/files/templates/nut.ZALPart",
+          "/files/templates/..%2fnut.ZALPart", "/items/..%2fsecret", "/items/..", "/items/"})
         EXPECT_EQ(GetCode(path), 404) << path;
 }
 
@@ -196,6 +199,16 @@ TEST_F(CatalogueServiceTest, WhatIsNoFileOfThePageIsNotFound)
     for (const char* path : {"/", "/page/index.html", "/page/notes.txt", "/page/.hidden.js", "/page/..%2Findex.json",
                              "/page/%2e%2e", "/page/"})
         EXPECT_EQ(GetCode(path), 404) << path;
+}
+
+TEST_F(CatalogueServiceTest, TemplatesAreServed)
+{
+    std::filesystem::create_directory(root_ / "files" / "templates");
+    WriteFile("files/templates/Part & co.ZALPart", "template");
+    httplib::Result reply = Get("/files/templates/Part%20%26%20co.ZALPart");
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->status, 200);
+    EXPECT_EQ(reply->body, "template");
 }
 
 TEST_F(CatalogueServiceTest, OneLineIsLoggedForEachRequest)

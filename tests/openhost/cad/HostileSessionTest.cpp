@@ -48,6 +48,7 @@ protected:
     {
         CadDocument part;
         part.partNumber = partNumber;
+        part.geometry = DocumentGeometry{{1, 6, 1, 6, {}, {}}, "geometry of " + name};
         return Write(name, BuildDocument(part));
     }
     static CadDocument ProductOf(const LinkTable& links)

@@ -43,7 +43,8 @@ protected:
         CadDocument document;
         document.partNumber = name;
         document.nomenclature = "A bolt";
-        document.properties = {{"Material", "Steel"}};
+        document.parameters = {
+            {"Material", "Steel"}, {"Length of the shank", ParameterLength{12.5, "mm"}}, {"Note", ""}};
         document.geometry = DocumentGeometry{{1, 6, 1000, 600, {0, 0, 0}, {10, 20, 5}}, "bytes"};
         WriteDocument(document, folder_.Path() / (name + ".ZALPart"));
     }
@@ -66,12 +67,38 @@ TEST_F(Show, PartShowsPropertiesAndGeometry)
     EXPECT_EQ(Shown("Bolt.ZALPart"), "Part Bolt  [Bolt.ZALPart]\n"
                                      "Properties\n"
                                      "  Nomenclature      A bolt\n"
+                                     "Parameters\n"
                                      "  Material          Steel\n"
+                                     "  Length of the shank 12.5 mm\n"
+                                     "  Note              \n"
                                      "Geometry\n"
                                      "  1 solid, 6 faces, volume 1000.0 mm³, area 600.0 mm²\n"
                                      "  box 10.0 × 20.0 × 5.0 mm\n"
                                      "Links\n"
                                      "  none\n");
+}
+
+TEST_F(Show, TemplateShowsIdentityFeaturesAndCameras)
+{
+    CadDocument document;
+    document.partNumber = "T";
+    document.identity = "5f1c";
+    document.cameras = {{"Side", {100, 0, 2.5}, {-1, 0, 0}, {0, 0, 1}, 50}};
+    document.features.otherTools = {{"Rib", DocumentGeometry{{1, 6, 1, 6, {}, {}}, "bytes"}}};
+    document.features.workingTool = 1;
+    document.features.axisSystems = {{"Origin", {1, 0, 0, 1.5, 0, 1, 0, 0, 0, 0, 1, -2}}};
+    WriteDocument(document, folder_.Path() / "T.ZALPart");
+    EXPECT_EQ(Shown("T.ZALPart"), "Part T  [T.ZALPart]\n"
+                                  "Properties\n"
+                                  "  Identity          5f1c\n"
+                                  "Features\n"
+                                  "  PartBody          empty tool\n"
+                                  "  Rib               tool, worked in\n"
+                                  "  Origin            axis system at (1.5, 0, -2)\n"
+                                  "Cameras\n"
+                                  "  Side              at (100, 0, 2.5) towards (-1, 0, 0)\n"
+                                  "Links\n"
+                                  "  none\n");
 }
 
 TEST_F(Show, ProductShowsItsTreeThroughAllLevels)

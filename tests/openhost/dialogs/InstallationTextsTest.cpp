@@ -31,7 +31,7 @@ TEST_P(InstallationTexts, HaveAMessageForEachKeyOfTheModule)
           "ReplaceAllPopUp.Title", "ReplaceAllPopUp.Message"}},
         {"ZALVelmartFileDownloader",
          {"OverwriteNotifyTitle", "OverwriteNotifyMessage", "OverwriteNotifyRemaining", "DownloadCanceled",
-          "DownloadFailed"}},
+          "DownloadFailed", "WarnFileSameNameReused", "WarnNoTemplateMultiProduct"}},
         {"ZALVelmartFindSimilarCmd",
          {"FindSimilarAlreadyRunning", "UnableToRetrieveSelection", "UploadWarningTitle", "UploadWarningMessage",
           "CommandHasBeenCancelled", "SaveAsLVRFailure", "LVRFileisTooBig", "UnableToRetrieveVLAddin",

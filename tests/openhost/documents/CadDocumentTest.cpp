@@ -107,7 +107,7 @@ TEST(CadDocument, WhatNoReaderTakesIsNotWritten)
 
     document = SomeProduct();
     document.children[0].placement[3] = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_EQ(BuildRefusal(document), "document JOINT: a number is not finite");
+    EXPECT_EQ(BuildRefusal(document), "document JOINT: child Bolt.1 has no rigid placement");
 
     document = SomeProduct();
     document.geometry = SomePart().geometry;
@@ -118,12 +118,83 @@ TEST(CadDocument, WhatNoReaderTakesIsNotWritten)
     EXPECT_EQ(BuildRefusal(document), "document BOLT_M8: a part has children");
 
     document = SomePart();
-    document.properties[1].name = "Material";
-    EXPECT_EQ(BuildRefusal(document), "document BOLT_M8: a property has no name of its own");
+    document.parameters[1].name = "";
+    EXPECT_EQ(BuildRefusal(document), "document BOLT_M8: a parameter has no name");
 
     document = SomePart();
     document.nomenclature = "\xC3\x28";
     EXPECT_EQ(BuildRefusal(document), "document BOLT_M8: a text is no plain UTF-8");
+}
+
+TEST(CadDocument, FeaturesAndCamerasThatMeanNothingAreNotWritten)
+{
+    CadDocument document = SomePart();
+    document.features.workingTool = 3;
+    EXPECT_EQ(BuildRefusal(document), "document BOLT_M8: the part has no tool to work in");
+
+    document = SomePart();
+    document.features.otherTools[1].name.clear();
+    EXPECT_EQ(BuildRefusal(document), "document BOLT_M8: a tool has no name");
+
+    document = SomePart();
+    document.features.otherTools.assign(MaximumOtherTools + 1, {"T", {}});
+    EXPECT_EQ(BuildRefusal(document), "document BOLT_M8: the part has too many tools");
+
+    document = SomePart();
+    document.features.axisSystems[0].placement[0] = 2;
+    EXPECT_EQ(BuildRefusal(document), "document BOLT_M8: axis system Head has no rigid placement");
+
+    for (const auto& change :
+         {+[](DocumentCamera& camera) {
+              camera.up = {2, 0, 0};
+          },
+          +[](DocumentCamera& camera) { camera.sight = {}; }, +[](DocumentCamera& camera) { camera.scale = 0; }}) {
+        document = SomePart();
+        change(document.cameras[0]);
+        EXPECT_EQ(BuildRefusal(document), "document BOLT_M8: camera Side shows nothing");
+    }
+}
+
+TEST(CadDocument, MostToolsThatAPartMayHaveComeBack)
+{
+    CadDocument document = SomePart();
+    document.features.otherTools.assign(MaximumOtherTools, document.features.otherTools[0]);
+    EXPECT_EQ(ParseDocument(BuildDocument(document), "part"), document);
+}
+
+TEST(CadDocument, GeometryOfEachToolIsReadAlone)
+{
+    const TemporaryFolder folder;
+    const auto path = folder.Path() / "Bolt.ZALPart";
+    WriteDocument(SomePart(), path);
+    EXPECT_EQ(ReadToolGeometry(path, 0), SomePart().geometry);
+    EXPECT_EQ(ReadToolGeometry(path, 1), SomePart().features.otherTools[0].geometry);
+    EXPECT_EQ(ReadToolGeometry(path, 2), std::nullopt);
+    EXPECT_THROW(ReadToolGeometry(folder.Path() / "missing.ZALPart", 0), CompoundFileError);
+}
+
+TEST(CadDocument, TextPropertiesOfEarlierDocumentsAreParametersOfTypeText)
+{
+    const std::string bytes = WithStream(CadDocument(), "Properties", [](std::string& stream) {
+        StreamWriter writer;
+        writer.PutNumber(1);
+        for (int i = 0; i < 3; ++i)
+            writer.PutText("text");
+        writer.PutNumber(1);
+        writer.PutText("Material");
+        writer.PutText("Steel");
+        stream = writer.Finish("ZPRP", 1);
+    });
+    EXPECT_EQ(ParseDocument(bytes, "part").parameters, (std::vector<UserParameter>{{"Material", "Steel"}}));
+}
+
+TEST(CadDocument, ParametersAreToldAsTheUserReadsThem)
+{
+    std::vector<std::string> texts;
+    for (const UserParameter& parameter : SomePart().parameters)
+        texts.push_back(ParameterText(parameter));
+    EXPECT_EQ(texts, (std::vector<std::string>{"Steel 8.8", "", "-12.5 in", "-3", "true", "Steel 10.9"}));
+    EXPECT_EQ(ParameterText({"l", ParameterLength{1234.56789, "mm"}}), "1234.56789 mm");
 }
 
 TEST(CadDocument, ScaledShearedAndMirroredPlacementsAreRefused)
@@ -140,11 +211,11 @@ TEST(CadDocument, ScaledShearedAndMirroredPlacementsAreRefused)
 TEST(CadDocument, UnknownStreamsAndStoragesArePassedOver)
 {
     auto streams = StreamsOf(SomePart());
-    streams.insert(streams.begin(), {"Cameras", "of a later version"});
+    streams.insert(streams.begin(), {"Lights", "of a later version"});
     CompoundContents root;
     root.streams.push_back({"Preview", "picture"});
     root.storages.push_back({"History", {}, {}});
-    root.storages.push_back({DocumentStorageName, streams, {{"Features", {{"Pad.1", "x"}}, {}}}});
+    root.storages.push_back({DocumentStorageName, streams, {{"Sketches", {{"Pad.1", "x"}}, {}}}});
     EXPECT_EQ(ParseDocument(BuildCompoundFile(root), "part"), SomePart());
 }
 
@@ -198,12 +269,82 @@ TEST(HostileDocument, UnknownKindIsRefused)
 
 TEST(HostileDocument, PartThatCallsItselfAProductIsRefusedForItsGeometry)
 {
-    EXPECT_EQ(Refusal(WithStream(SomePart(), "Properties",
+    CadDocument part = SomePart();
+    part.features = {};
+    EXPECT_EQ(Refusal(WithStream(part, "Properties",
                                  [](std::string& stream) {
                                      Put(stream, HeadSize, 2);
                                      RepairHead(stream);
                                  })),
               "hostile: a product has geometry of its own");
+}
+
+TEST(HostileDocument, ProductWithFeaturesOfAPartIsRefused)
+{
+    CadDocument product = SomeProduct();
+    product.features.axisSystems = {{"Head", IdentityPlacement}};
+    EXPECT_EQ(BuildRefusal(product), "document JOINT: a product has features of a part");
+    auto streams = StreamsOf(SomeProduct());
+    for (const auto& [name, bytes] : StreamsOf(SomePart()))
+        if (name == "Features")
+            streams.emplace_back(name, bytes);
+    EXPECT_EQ(Refusal(FileWithStreams(streams)), "hostile: a product has features of a part");
+}
+
+TEST(HostileDocument, MillionsOfParametersCamerasToolsOrAxisSystemsInAFewBytesAreRefused)
+{
+    // The counts stand behind nothing, nothing, "Bolt" with its length and a number, and two more tools with names.
+    const std::size_t tools = HeadSize + 4 + 4 + 4;
+    const std::size_t systems = tools + 4 + 4 + 6 + 4 + 8;
+    for (const auto& [stream, offset] : {std::pair("Parameters", HeadSize), std::pair("Cameras", HeadSize),
+                                         std::pair("Features", tools), std::pair("Features", systems)})
+        for (const std::uint32_t count : {5'000'000U, 0xFFFFFFFFU})
+            EXPECT_EQ(Refusal(WithStream(SomePart(), stream,
+                                         [&](std::string& bytes) {
+                                             Put(bytes, offset, count);
+                                             RepairHead(bytes);
+                                         })),
+                      std::string("hostile: stream ") + stream + ": a count is larger than the stream");
+}
+
+TEST(HostileDocument, ParameterOfAnUnknownTypeUnitOrValueIsRefused)
+{
+    const auto refusalWith = [](const std::function<void(StreamWriter&)>& putValue) {
+        return Refusal(WithStream(SomePart(), "Parameters", [&](std::string& stream) {
+            StreamWriter writer;
+            writer.PutNumber(1);
+            writer.PutText("p");
+            putValue(writer);
+            stream = writer.Finish("ZPAR", 1);
+        }));
+    };
+    EXPECT_EQ(refusalWith([](StreamWriter& w) {
+                  w.PutNumber(3);
+                  w.PutNumber(7);
+              }),
+              "");
+    EXPECT_EQ(refusalWith([](StreamWriter& w) {
+                  w.PutNumber(5);
+                  w.PutNumber(0);
+              }),
+              "hostile: stream Parameters: parameter p has an unknown type");
+    EXPECT_EQ(refusalWith([](StreamWriter& w) {
+                  w.PutNumber(4);
+                  w.PutNumber(2);
+              }),
+              "hostile: stream Parameters: a boolean is neither true nor false");
+    EXPECT_EQ(refusalWith([](StreamWriter& w) {
+                  w.PutNumber(2);
+                  w.PutReal(1);
+                  w.PutText("ell");
+              }),
+              "hostile: parameter p has an unknown unit");
+    EXPECT_EQ(refusalWith([](StreamWriter& w) {
+                  w.PutNumber(3);
+                  w.PutNumber(7);
+                  w.PutNumber(7);
+              }),
+              "hostile: stream Parameters: something stands behind the end of the stream");
 }
 
 TEST(HostileDocument, MillionsOfLinksOrChildrenInAFewBytesAreRefused)

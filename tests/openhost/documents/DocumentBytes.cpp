@@ -11,12 +11,20 @@ CadDocument SomePart()
     part.partNumber = "BOLT_M8";
     part.nomenclature = "Schraube Größe 8 mm – 螺栓";
     part.description = "two\nlines";
-    part.properties = {{"Material", "Steel 8.8"}, {"Empty", ""}};
+    part.identity = "5f1c";
+    part.parameters = {
+        {"Material", "Steel 8.8"}, {"Empty", ""}, {"l", ParameterLength{-12.5, "in"}}, {"n", -3}, {"hardened", true},
+        {"Material", "Steel 10.9"}};
+    part.cameras = {{"Side", {100, 0, 0}, {-1, 0, 0}, {0, 0, 1}, 50}, {"Iso", {1, 2, 3}, {-1, -1, -1}, {0, 0, 1}, 2.5}};
     part.links = {"Sketch.ZALPart"};
     DocumentGeometry geometry;
     geometry.facts = {1, 14, 2773.2, 1500.5, {-7.5, -6.5, -5.3}, {7.5, 6.5, 40}};
     geometry.boundary = std::string("boundary\0of\xFF bytes", 18);
     part.geometry = geometry;
+    part.features.mainTool = "Bolt";
+    part.features.otherTools = {{"Thread", DocumentGeometry{{1, 3, 7, 8, {}, {1, 1, 1}}, "thread"}}, {"Sketches", {}}};
+    part.features.workingTool = 1;
+    part.features.axisSystems = {{"Head", {0, -1, 0, 10, 1, 0, 0, 20, 0, 0, 1, 30.25}}};
     return part;
 }
 
@@ -45,7 +53,8 @@ std::vector<std::pair<std::string, std::string>> StreamsOf(const CadDocument& do
     const auto storage =
         CompoundStorage::OpenBytes(BuildDocument(document), "document").FindStorage(DocumentStorageName).value();
     std::vector<std::pair<std::string, std::string>> streams;
-    for (const char* name : {"Links", "Properties", "Children", "Geometry"})
+    for (const char* name :
+         {"Links", "Properties", "Identity", "Parameters", "Cameras", "Features", "Children", "Geometry", "Geometry1"})
         if (auto stream = storage.ReadStream(name, 1 << 20))
             streams.emplace_back(name, std::move(*stream));
     return streams;

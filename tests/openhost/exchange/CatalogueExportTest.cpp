@@ -29,7 +29,7 @@ struct Comparison {
         for (const ChildInstance& child : document.children) {
             const std::string& link = document.links[child.link];
             const std::string childPath = path + (path.empty() ? "" : "/") + child.name;
-            const Placement childPlacement = catalogue::Within(placement, child.placement);
+            const Placement childPlacement = Within(placement, child.placement);
             const StepInstance& instance = file.Find(childPath);
             EXPECT_EQ(instance.product, documents.at(link).partNumber) << childPath;
             for (std::size_t i = 0; i < 12; ++i)

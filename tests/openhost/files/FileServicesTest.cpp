@@ -393,4 +393,26 @@ TEST_F(Files, DeletesNoFolderAndNothingByAWayUp)
     EXPECT_TRUE(Exists("file"));
 }
 
+// ---------------------------------------------------------------------------------------------
+// Folders
+
+TEST_F(Files, MakesAFolderInOneThatExists)
+{
+    EXPECT_EQ(ZALCreateDirectory(Path("new")), S_OK);
+    EXPECT_TRUE(std::filesystem::is_directory(folder_.Path() / "new"));
+    EXPECT_EQ(ZALCreateDirectory(Path("new\\below")), S_OK);
+    EXPECT_TRUE(std::filesystem::is_directory(folder_.Path() / "new" / "below"));
+}
+
+TEST_F(Files, MakesNoFolderWhereItCannotStand)
+{
+    Put("file", "content");
+    for (const char* name : {"file", "missing/new", "file/new", "x/../new"})
+        EXPECT_EQ(ZALCreateDirectory(Path(name)), E_FAIL) << name;
+    EXPECT_EQ(ZALCreateDirectory(ZALUnicodeString(folder_.Path().c_str())), E_FAIL) << "it is there";
+    EXPECT_EQ(ZALCreateDirectory({}), E_FAIL);
+    EXPECT_EQ(Content("file"), "content");
+    EXPECT_FALSE(Exists("new"));
+}
+
 } // namespace

@@ -350,6 +350,53 @@ TEST(InterfaceHandle, IsNullForNothingAndForAnObjectWithoutTheInterface)
     EXPECT_FALSE(Handle(&object));
 }
 
+TEST(InterfaceHandle, TakesAReferenceOver)
+{
+    bool ended = false;
+    auto* object = new ObjectTestBase;
+    object->inDestructor = [&] { ended = true; };
+    {
+        const auto handle = ZALBaseUnknown_var::Take(object);
+        EXPECT_EQ(handle.Get(), object);
+        EXPECT_EQ(ReferencesOf(object), 1U);
+    }
+    EXPECT_TRUE(ended);
+    EXPECT_FALSE(ZALBaseUnknown_var::Take(nullptr));
+}
+
+TEST(InterfaceHandle, EqualsEachOneOfTheSameObject)
+{
+    const ZALFillDictionary entry("ObjectTestBase", "ObjectTestInterface", Adapt, 1);
+    ObjectTestBase object;
+    ObjectTestBase other;
+    const Handle handle(&object);
+    EXPECT_TRUE(ZALBaseUnknown_var(handle) == ZALBaseUnknown_var(&object)) << "an adapter and its object";
+    EXPECT_FALSE(ZALBaseUnknown_var(&object) == ZALBaseUnknown_var(&other));
+    EXPECT_FALSE(ZALBaseUnknown_var(&object) == ZALBaseUnknown_var());
+    EXPECT_TRUE(ZALBaseUnknown_var() == ZALBaseUnknown_var());
+}
+
+TEST(HandleList, TakesAwayEachHandleOfAnObject)
+{
+    const ZALFillDictionary entry("ObjectTestBase", "ObjectTestInterface", Adapt, 1);
+    ObjectTestBase first;
+    ObjectTestBase second;
+    {
+        ZALListValZALBaseUnknown_var list;
+        for (ObjectTestBase* object : {&first, &second, &first})
+            list.Append(ZALBaseUnknown_var(object));
+        list.Append(ZALBaseUnknown_var());
+        EXPECT_EQ(ReferencesOf(&first), 3U);
+        list.RemoveValue(ZALBaseUnknown_var(Handle(&first)));
+        ASSERT_EQ(list.Size(), 2);
+        EXPECT_EQ(list[1].Get(), &second);
+        EXPECT_FALSE(list[2]);
+        list.RemoveValue(ZALBaseUnknown_var());
+        EXPECT_EQ(list.Size(), 1);
+    }
+    EXPECT_EQ(ReferencesOf(&second), 1U);
+}
+
 // ---------------------------------------------------------------------------------------------
 // The link table
 

@@ -98,6 +98,42 @@ TEST(ZALUnicodeString, BuildsFromNumbersInBothForms)
 // ---------------------------------------------------------------------------------------------
 // Comparing
 
+TEST(ZALUnicodeString, BuildsFromNumbersOfTwoDigitsAtLeast)
+{
+    ZALUnicodeString text;
+    for (const auto& [number, expected] :
+         {std::pair{0, "00"}, {7, "07"}, {10, "10"}, {120, "120"}, {2147483647, "2147483647"}}) {
+        text.BuildFromNum(static_cast<std::uint64_t>(number), "%02d");
+        EXPECT_EQ(ToUtf8(text), expected);
+    }
+}
+
+TEST(ZALUnicodeString, GivesAndTakesItsCodeUnits)
+{
+    const ZALUnicodeString text(u"a\0\U0001F529", 4);
+    char16_t units[4] = {};
+    int count = 0;
+    EXPECT_EQ(text.ConvertToUCChar(units, count), S_OK);
+    EXPECT_EQ(count, 4);
+    ZALUnicodeString built = "before";
+    EXPECT_EQ(built.BuildFromUCChar(units, count), S_OK);
+    EXPECT_EQ(built, text);
+    EXPECT_EQ(built.BuildFromUCChar(nullptr, 0), S_OK);
+    EXPECT_EQ(built.GetLengthInChar(), 0);
+    EXPECT_EQ(ZALUnicodeString().ConvertToUCChar(units, count), S_OK);
+    EXPECT_EQ(count, 0);
+}
+
+TEST(ZALUnicodeString, GivesAndTakesNoCodeUnitsWithoutAPlaceForThem)
+{
+    int count = 7;
+    EXPECT_EQ(ZALUnicodeString("a").ConvertToUCChar(nullptr, count), E_INVALIDARG);
+    ZALUnicodeString text = "before";
+    EXPECT_EQ(text.BuildFromUCChar(nullptr, 1), E_INVALIDARG);
+    EXPECT_EQ(text.BuildFromUCChar(u"a", -1), E_INVALIDARG);
+    EXPECT_EQ(ToUtf8(text), "before");
+}
+
 TEST(ZALUnicodeString, ComparesIdenticalMatchingAndDifferentTexts)
 {
     EXPECT_EQ(ZALUnicodeString("ZALPart").Compare("ZALPart"), ZALTextsIdentical);
@@ -275,6 +311,15 @@ TEST(ZALOmxUTF8String, HoldsZeroBytes)
     EXPECT_EQ(ZALOmxUTF8String(nullptr, 0), ZALOmxUTF8String());
 }
 
+TEST(ZALOmxUTF8String, IsTestedForExactlyOneText)
+{
+    const ZALOmxUTF8String text("Part");
+    EXPECT_TRUE(text.Test("Part"));
+    for (const char* other : {"", "part", "Par", "Parts"})
+        EXPECT_FALSE(text.Test(other)) << other;
+    EXPECT_FALSE(ZALOmxUTF8String("Part\0", 5).Test("Part"));
+}
+
 // ---------------------------------------------------------------------------------------------
 // Lists
 
@@ -361,6 +406,29 @@ TEST(ZALCodePage, KnowsUtf8)
     EXPECT_FALSE(ZALCodePage::IsUTF8("\xE2\x82\xAC", 2));
     EXPECT_FALSE(ZALCodePage::IsUTF8("\xE4", 1));
     EXPECT_FALSE(ZALCodePage::IsUTF8(nullptr, 1));
+}
+
+TEST(ZALListValZALUnicodeString, TakesItemsAtAnyPosition)
+{
+    ZALListValZALUnicodeString list;
+    for (const auto& [index, item] : {std::pair{1, "b"}, {1, "a"}, {3, "d"}, {3, "c"}})
+        list.InsertAt(index, item);
+    ASSERT_EQ(list.Size(), 4);
+    for (int index = 1; index <= 4; ++index)
+        EXPECT_EQ(ToUtf8(list[index]), std::string(1, static_cast<char>('a' + index - 1)));
+}
+
+TEST(ZALListValZALUnicodeString, LocatesIdenticalItemsOnly)
+{
+    ZALListValZALUnicodeString list;
+    EXPECT_EQ(list.Locate("a"), 0);
+    for (const char* item : {"A", "a", "b", "a"})
+        list.Append(item);
+    EXPECT_EQ(list.Locate("a"), 2);
+    EXPECT_EQ(list.Locate("a", 2), 2);
+    EXPECT_EQ(list.Locate("a", 3), 4);
+    EXPECT_EQ(list.Locate("a", 5), 0);
+    EXPECT_EQ(list.Locate("c"), 0);
 }
 
 } // namespace

@@ -1,0 +1,83 @@
+#include "openhost/cad/PartFeature.h"
+
+#include "openhost/cad/CadSession.h"
+#include "openhost/cad/FeatureContainer.h"
+#include "openhost/cad/SolidKernel.h"
+#include "openhost/objects/MetaClassOperations.h"
+
+#include <utility>
+
+namespace openhost {
+
+OPENHOST_META_CLASS(PartFeature, ZALBaseUnknown)
+
+PartFeature::PartFeature(FeatureKind kind, std::string name) : kind_(kind), name_(std::move(name)) {}
+
+PartFeature::~PartFeature()
+{
+    for (PartFeature* child : children_) {
+        child->father_ = nullptr;
+        child->Release();
+    }
+}
+
+FeatureContainer* PartFeature::Container() const
+{
+    const PartFeature* root = this;
+    while (root->father_)
+        root = root->father_;
+    return root->container_;
+}
+
+void PartFeature::Append(PartFeature* child)
+{
+    child->father_ = this;
+    children_.push_back(child);
+}
+
+void PartFeature::CollectResults(std::vector<PartFeature*>& results)
+{
+    if (kind_ == FeatureKind::Result)
+        results.push_back(this);
+    for (PartFeature* child : children_)
+        child->CollectResults(results);
+}
+
+std::shared_ptr<const DocumentGeometry> PartFeature::Geometry() const
+{
+    if (geometry_)
+        return geometry_;
+    const FeatureContainer* container = Container();
+    const LoadedDocument* document = container ? container->Document() : nullptr;
+    if (!document)
+        throw CadSessionError(name_ + ": the document of the result is not loaded");
+    std::optional<DocumentGeometry> stored = ReadToolGeometry(document->Path(), storedTool_);
+    if (!stored)
+        throw CadSessionError(document->Path().string() + ": the geometry of " + name_ + " is gone");
+    return std::make_shared<const DocumentGeometry>(std::move(*stored));
+}
+
+void PartFeature::SetGeometry(std::shared_ptr<const DocumentGeometry> geometry)
+{
+    geometry_ = std::move(geometry);
+}
+
+void PartFeature::SetStored(std::size_t tool)
+{
+    geometry_.reset();
+    storedTool_ = tool;
+}
+
+void PartFeature::Update()
+{
+    std::vector<PartFeature*> results;
+    CollectResults(results);
+    for (PartFeature* result : results) {
+        const std::shared_ptr<const DocumentGeometry> geometry = result->Geometry();
+        GeometryFacts facts = SolidKernel::Current().Measure(*geometry);
+        if (facts != geometry->facts)
+            result->SetGeometry(std::make_shared<const DocumentGeometry>(DocumentGeometry{facts, geometry->boundary}));
+    }
+}
+
+} // namespace openhost

@@ -1,0 +1,70 @@
+// The features of a part in the session: the part, its tools, the shape feature of a tool, the result of that.
+#pragma once
+
+#include "host/part_features.h"
+#include "openhost/documents/CadDocument.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace openhost {
+
+class FeatureContainer;
+
+enum class FeatureKind {
+    Part,   ///< holds tools, the main tool first
+    Tool,   ///< holds a shape, or nothing
+    Shape,  ///< holds a result
+    Result, ///< carries the solids
+};
+
+/// What all interfaces of a feature stand on; a query gives them. One that is kept beyond its container has no father
+/// and no container any more. Throws CadSessionError, CompoundFileError or SolidKernelError.
+class PartFeature : public ZALBaseUnknown {
+public:
+    PartFeature(FeatureKind kind, std::string name);
+    ~PartFeature() override;
+
+    FeatureKind Kind() const { return kind_; }
+    const std::string& Name() const { return name_; }
+    PartFeature* Father() const { return father_; }
+    const std::vector<PartFeature*>& Children() const { return children_; }
+    /// The first of them, or null.
+    PartFeature* Child() const { return children_.empty() ? nullptr : children_.front(); }
+    /// The container that the feature stands in, or null.
+    FeatureContainer* Container() const;
+    /// Takes over the caller's reference on `child`.
+    void Append(PartFeature* child);
+    /// The results in this feature, itself included, in the order of the part.
+    void CollectResults(std::vector<PartFeature*>& results);
+
+    /// Of a result: its solids, read from the file of its document as long as nothing has changed them.
+    std::shared_ptr<const DocumentGeometry> Geometry() const;
+    void SetGeometry(std::shared_ptr<const DocumentGeometry> geometry);
+    /// The solids of the result are those of the tool `tool` in the file of the document.
+    void SetStored(std::size_t tool);
+
+    /// Measures the results in this feature anew. Throws for one that is not valid.
+    void Update();
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+
+private:
+    friend class FeatureContainer;
+    FeatureKind kind_;
+    std::string name_;
+    PartFeature* father_ = nullptr;
+    FeatureContainer* container_ = nullptr; ///< of a feature without father
+    std::vector<PartFeature*> children_;    ///< each with a reference
+    std::shared_ptr<const DocumentGeometry> geometry_;
+    std::size_t storedTool_ = 0;
+};
+
+} // namespace openhost

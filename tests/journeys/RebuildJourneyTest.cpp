@@ -1,0 +1,253 @@
+// Items rebuilt on the user's templates: the program openhost, the shared library of the module, the catalogue, and
+// what another program reads of the result.
+
+#include "catalogue/service/CatalogueService.h"
+#include "openhost/documents/CadDocument.h"
+#include "openhost/files/TemporaryFolder.h"
+#include "tests/support/StepFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+namespace openhost::testing {
+
+namespace {
+
+using nlohmann::json;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class RebuildJourney : public ::testing::Test {
+protected:
+    RebuildJourney() : service_(VELMART_ITEMS_DIR)
+    {
+        service_.Start();
+        std::filesystem::create_directory(Parts());
+        std::filesystem::create_directory(Plain());
+    }
+
+    /// Where rebuilt documents come, and where they come without templates.
+    std::filesystem::path Parts() const { return folder_.Path() / "parts"; }
+    std::filesystem::path Plain() const { return folder_.Path() / "plain"; }
+
+    json Templates() const
+    {
+        return {{"zalpartTemplate", service_.GetAddress() + "/files/templates/PartTemplate.ZALPart"},
+                {"zalproductTemplate", service_.GetAddress() + "/files/templates/ProductTemplate.ZALProduct"},
+                {"preferredSaveMethod", "save as"}};
+    }
+
+    int Run(const std::string& arguments) const
+    {
+        const int status = std::system((std::string(VELMART_BINARY_DIR) + "/bin/openhost " + arguments).c_str());
+        return WEXITSTATUS(status);
+    }
+
+    /// Plays the session `file` into `parts` and reads its journal.
+    void PlayFile(const std::filesystem::path& file, const std::filesystem::path& parts)
+    {
+        const std::filesystem::path journal = folder_.Path() / "journal";
+        ASSERT_EQ(Run("play '" + file.string() + "' --journal '" + journal.string() +
+                      "' --set BASE=" + service_.GetAddress() + " --set PARTS='" + parts.string() + "'"),
+                  0);
+        events_.clear();
+        std::ifstream lines(journal);
+        for (std::string line; std::getline(lines, line);)
+            events_.push_back(json::parse(line));
+    }
+
+    /// Downloads the item `id` into `parts` under `fileName`; on templates when `ready` names some.
+    void Download(const std::string& id, const std::string& fileName, const std::filesystem::path& parts,
+                  const json& ready)
+    {
+        const json request = {{"id", id},
+                              {"attributes",
+                               {{"fileName", fileName},
+                                {"downloadUrls", {{"ZALOR_RAW", service_.GetAddress() + "/files/" + id + ".zip"}}}}}};
+        json session = {{"settings", {{"DownloadLocation", parts.string()}, {"DoNotRemindDownloadLocation", true}}},
+                        {"steps",
+                         {{{"message", {{"event", "velmart_ready"}, {"content", ready}}}},
+                          {{"message", {{"event", "velmart_download"}, {"content", request}}}},
+                          {{"wait", "idle"}, {"seconds", 60}}}}};
+        if (!ready.empty())
+            session["environment"]["ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT"] = "1";
+        const std::filesystem::path file = folder_.Path() / "session.json";
+        std::ofstream(file) << session.dump(1);
+        PlayFile(file, parts);
+    }
+
+    StepFile Export(const std::filesystem::path& document)
+    {
+        const std::filesystem::path step = folder_.Path() / "out.step";
+        EXPECT_EQ(Run("export '" + document.string() + "' '" + step.string() + "'"), 0);
+        return StepFile(step);
+    }
+
+    std::vector<json> Events(const std::string& name) const
+    {
+        std::vector<json> events;
+        std::ranges::copy_if(events_, std::back_inserter(events),
+                             [&](const json& event) { return event["event"] == name; });
+        return events;
+    }
+    std::size_t Requests(const std::string& ending) const
+    {
+        const std::vector<json> requests = Events("request");
+        return static_cast<std::size_t>(std::ranges::count_if(
+            requests, [&](const json& request) { return request["url"].get<std::string>().ends_with(ending); }));
+    }
+    /// How often programs have opened documents, less the times that they closed them.
+    int LeftOpen() const
+    {
+        int open = 0;
+        for (const json& event : Events("document"))
+            if (event.contains("hidden"))
+                open += event["action"] == "opened" ? 1 : event["action"] == "closed" ? -1 : 0;
+        return open;
+    }
+    static std::vector<std::string> Names(const std::filesystem::path& folder)
+    {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder))
+            names.push_back(entry.path().filename().string());
+        std::ranges::sort(names);
+        return names;
+    }
+    static std::filesystem::path ServedTemplate(const std::string& name)
+    {
+        return std::filesystem::path(VELMART_ITEMS_DIR) / "files" / "templates" / name;
+    }
+
+private:
+    TemporaryFolder folder_;
+    catalogue::CatalogueService service_;
+    std::vector<json> events_;
+};
+
+void ExpectEqualGeometry(const StepFile& rebuilt, const StepFile& source)
+{
+    EXPECT_EQ(rebuilt.solids, source.solids);
+    EXPECT_GT(source.solids, 0U);
+    EXPECT_NEAR(rebuilt.volume, source.volume, 1e-9 * source.volume);
+    EXPECT_EQ(rebuilt.root, source.root);
+    EXPECT_EQ(rebuilt.products, source.products);
+    ASSERT_EQ(rebuilt.instances.size(), source.instances.size());
+    for (const StepInstance& expected : source.instances) {
+        const StepInstance& instance = rebuilt.Find(expected.path);
+        EXPECT_EQ(instance.product, expected.product) << expected.path;
+        EXPECT_NEAR(instance.volume, expected.volume, 1e-9 * expected.volume) << expected.path;
+        for (std::size_t i = 0; i < 12; ++i)
+            EXPECT_NEAR(instance.placement[i], expected.placement[i], 1e-9) << expected.path << " " << i;
+    }
+}
+
+} // namespace
+
+TEST_F(RebuildJourney, APartHasTheSolidOfItsSourceAndTheRestOfTheTemplate)
+{
+    Download("hexagon-bolt-m6x30", "My bolt", Plain(), json::object());
+    Download("hexagon-bolt-m6x30", "My bolt", Parts(), Templates());
+    ASSERT_THAT(Names(Parts()), ElementsAre("My bolt.ZALPart"));
+    EXPECT_EQ(LeftOpen(), 0);
+
+    ExpectEqualGeometry(Export(Parts() / "My bolt.ZALPart"), Export(Plain() / "ISO4014_M6x30.ZALPart"));
+
+    const CadDocument rebuilt = ReadDocument(Parts() / "My bolt.ZALPart");
+    const CadDocument source = ReadDocument(Plain() / "ISO4014_M6x30.ZALPart");
+    const CadDocument used = ReadDocument(ServedTemplate("PartTemplate.ZALPart"));
+    ASSERT_TRUE(rebuilt.geometry);
+    EXPECT_EQ(rebuilt.geometry->facts.faces, source.geometry->facts.faces);
+    EXPECT_NEAR(rebuilt.geometry->facts.volume, source.geometry->facts.volume, 1e-9 * source.geometry->facts.volume);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        EXPECT_NEAR(rebuilt.geometry->facts.lowest[axis], source.geometry->facts.lowest[axis], 1e-9);
+        EXPECT_NEAR(rebuilt.geometry->facts.highest[axis], source.geometry->facts.highest[axis], 1e-9);
+    }
+    EXPECT_EQ(rebuilt.partNumber, source.partNumber);
+    EXPECT_EQ(rebuilt.nomenclature, source.nomenclature);
+    EXPECT_EQ(rebuilt.description, source.description);
+    EXPECT_EQ(rebuilt.identity, used.identity);
+    EXPECT_EQ(rebuilt.features, used.features);
+    EXPECT_EQ(rebuilt.cameras, used.cameras);
+    std::vector<UserParameter> parameters = used.parameters;
+    std::ranges::copy(source.parameters, std::back_inserter(parameters));
+    EXPECT_EQ(rebuilt.parameters, parameters);
+}
+
+TEST_F(RebuildJourney, AnAssemblyKeepsItsInstancesAndSharesRepeatedParts)
+{
+    Download("bolted-joint-m8", "My joint", Plain(), json::object());
+    Download("bolted-joint-m8", "My joint", Parts(), Templates());
+    ASSERT_THAT(Names(Parts()), ElementsAre("My joint.ZALProduct", "My joint_01.ZALPart", "My joint_02.ZALPart",
+                                            "My joint_03.ZALPart"));
+    EXPECT_EQ(LeftOpen(), 0);
+
+    const StepFile source = Export(Plain() / "BOLTED_JOINT_M8.ZALProduct");
+    ASSERT_EQ(source.instances.size(), 4U);
+    ASSERT_EQ(source.products, 4U) << "the washer stands in it twice";
+    ExpectEqualGeometry(Export(Parts() / "My joint.ZALProduct"), source);
+
+    const CadDocument product = ReadDocument(Parts() / "My joint.ZALProduct");
+    const CadDocument used = ReadDocument(ServedTemplate("ProductTemplate.ZALProduct"));
+    EXPECT_EQ(product.links, (LinkTable{"My joint_01.ZALPart", "My joint_02.ZALPart", "My joint_03.ZALPart"}));
+    EXPECT_EQ(product.partNumber, "BOLTED_JOINT_M8");
+    EXPECT_EQ(product.cameras, used.cameras);
+    EXPECT_EQ(product.parameters, used.parameters) << "the source has none";
+    EXPECT_EQ(ReadDocument(Parts() / "My joint_02.ZALPart").partNumber, "ISO7089_M8");
+}
+
+TEST_F(RebuildJourney, TheExampleRebuildsAPartAndAnAssemblyAndOpensBoth)
+{
+    PlayFile(VELMART_SOURCE_DIR "/examples/rebuild-on-templates.json", Parts());
+    EXPECT_EQ(Requests("/PartTemplate.ZALPart"), 1U) << "templates are fetched once";
+    EXPECT_EQ(Requests("/ProductTemplate.ZALProduct"), 1U);
+    EXPECT_EQ(LeftOpen(), 0);
+    const std::vector<json> trees = Events("tree");
+    ASSERT_EQ(trees.size(), 2U);
+    EXPECT_EQ(trees[0]["root"]["partNumber"], "ISO4014_M6x30");
+    ASSERT_EQ(trees[1]["root"]["children"].size(), 4U);
+    EXPECT_EQ(trees[1]["root"]["children"][1]["file"], trees[1]["root"]["children"][2]["file"]);
+}
+
+TEST_F(RebuildJourney, SeveralProductsComeAsTheyAre)
+{
+    Download("bearing-unit-20", "My unit", Plain(), json::object());
+    Download("bearing-unit-20", "My unit", Parts(), Templates());
+    EXPECT_EQ(Names(Parts()), Names(Plain()));
+    EXPECT_THAT(Events("document"), IsEmpty());
+    ExpectEqualGeometry(Export(Parts() / "BEARING_UNIT_20.ZALProduct"), Export(Plain() / "BEARING_UNIT_20.ZALProduct"));
+}
+
+TEST_F(RebuildJourney, ATemplateThatHasAShapeAlreadyIsRefusedAndLeavesNothingOpen)
+{
+    json ready = Templates();
+    std::string& address = ready["zalpartTemplate"].get_ref<std::string&>();
+    address.replace(address.find("templates/"), std::string::npos, "ISO7089_M6.ZALPart");
+    Download("hexagon-bolt-m6x30", "My bolt", Parts(), ready);
+    EXPECT_THAT(Names(Parts()), IsEmpty());
+    EXPECT_EQ(Events("dialog").size(), 1U);
+    EXPECT_EQ(LeftOpen(), 0);
+}
+
+TEST_F(RebuildJourney, ATemplateThatIsNoDocumentIsRefusedAndLeavesNothingOpen)
+{
+    json ready = Templates();
+    ready["zalpartTemplate"] = ready["zalpartTemplate"].get<std::string>() + "?empty=1";
+    Download("hexagon-bolt-m6x30", "My bolt", Parts(), ready);
+    EXPECT_EQ(Requests("?empty=1"), 1U);
+    EXPECT_THAT(Names(Parts()), IsEmpty());
+    EXPECT_EQ(Events("dialog").size(), 1U);
+    EXPECT_EQ(LeftOpen(), 0);
+}
+
+} // namespace openhost::testing

@@ -1,0 +1,679 @@
+#include "tests/support/ScriptedTemplates.h"
+
+#include "host/parameters.h"
+#include "host/part_features.h"
+#include "openhost/objects/MetaClassOperations.h"
+#include "openhost/text/Utf.h"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <utility>
+
+namespace openhost::testing {
+
+OPENHOST_META_CLASS(ScriptedObject, ZALBaseUnknown)
+OPENHOST_META_CLASS(ScriptedSessionDocument, ZALBaseUnknown)
+
+ScriptedObject::ScriptedObject(ScriptedTemplates& session, ScriptedSessionDocument* home, std::string title,
+                               std::set<std::string> interfaces)
+    : name(std::move(title)), offers(std::move(interfaces)), document(home), session_(session)
+{
+}
+
+ScriptedObject::~ScriptedObject() = default;
+
+ScriptedSessionDocument::ScriptedSessionDocument(ScriptedTemplates& session, std::filesystem::path file,
+                                                 std::string title)
+    : name(std::move(title)), path(std::move(file)), session_(session)
+{
+}
+
+ScriptedSessionDocument::~ScriptedSessionDocument() = default;
+
+HRESULT ScriptedSessionDocument::AddRefForLock()
+{
+    session_.calls.push_back("Lock " + name);
+    ++locks;
+    return S_OK;
+}
+
+HRESULT ScriptedSessionDocument::ReleaseForLock(int mode)
+{
+    session_.calls.push_back("Unlock " + name + " " + std::to_string(mode));
+    --locks;
+    return S_OK;
+}
+
+ZALUnicodeString ScriptedSessionDocument::StorageName()
+{
+    return FromUtf8(path.string());
+}
+
+namespace {
+
+/// An interface of an object, which it holds.
+template <class Interface, class Object = ScriptedObject>
+class Facet : public Interface {
+public:
+    explicit Facet(Object& object) : object_(object)
+    {
+        object_.AddRef();
+        ++object_.Session().facets;
+    }
+    ~Facet() override
+    {
+        --object_.Session().facets;
+        object_.Release();
+    }
+    ZALBaseUnknown* GetImpl(int) override { return &object_; }
+
+protected:
+    Object& Self() const { return object_; }
+    void Note(const std::string& call) const { object_.Session().calls.push_back(call); }
+
+private:
+    Object& object_;
+};
+
+ZALBaseUnknown_var HandleOf(ZALBaseUnknown* object)
+{
+    return ZALBaseUnknown_var(object);
+}
+
+std::string NameOf(ZALBaseUnknown* object)
+{
+    auto* scripted = object ? dynamic_cast<ScriptedObject*>(object->GetImpl(0)) : nullptr;
+    return scripted ? scripted->name : "nothing";
+}
+
+template <class List>
+std::string NamesOf(const List& list)
+{
+    std::string names;
+    for (int index = 1; index <= list.Size(); ++index)
+        names += (index > 1 ? " " : "") + NameOf(list[index].Get());
+    return names.empty() ? "nothing" : names;
+}
+
+std::string FormatOf(const ZALFormat_var& format)
+{
+    return format ? format->GetName().CastToCharPtr() : "no format";
+}
+
+std::string Numbers(int first, int second)
+{
+    return ", " + std::to_string(first) + ", " + std::to_string(second);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Features and containers
+
+class PartContainer : public Facet<ZALIPrtContainer> {
+public:
+    using Facet::Facet;
+    ZALBaseUnknown_var GetPart() override { return HandleOf(Self().part); }
+};
+
+class Part : public Facet<ZALIPrtPart> {
+public:
+    using Facet::Facet;
+    ZALBaseUnknown_var GetMainTool() override { return HandleOf(Self().mainTool); }
+    HRESULT GetTools(ZALListValZALBaseUnknown_var& tools) override
+    {
+        for (ScriptedObject* tool : Self().tools)
+            tools.Append(HandleOf(tool));
+        return S_OK;
+    }
+};
+
+class Tool : public Facet<ZALIMechanicalTool> {
+public:
+    using Facet::Facet;
+    ZALBaseUnknown_var GetShapeFeature() override { return HandleOf(Self().shape); }
+};
+
+class Body : public Facet<ZALIShapeFeatureBody> {
+public:
+    using Facet::Facet;
+    ZALBaseUnknown_var GetResult() override { return HandleOf(Self().result); }
+};
+
+/// An error that says when it is flushed.
+class NotedError : public ZALError {
+public:
+    NotedError(ScriptedTemplates& session, const std::string& text) : ZALError(text.c_str()), session_(session) {}
+    void Flush() override { session_.calls.push_back(std::string("Flush ") + GetText().CastToCharPtr()); }
+
+private:
+    ScriptedTemplates& session_;
+};
+
+class Feature : public Facet<ZALISpecObject> {
+public:
+    using Facet::Facet;
+    ZALBaseUnknown_var GetFeatContainer() override { return HandleOf(Self().features); }
+    void Update() override
+    {
+        Note("Update " + Self().name);
+        if (Self().updateError)
+            throw NotedError(Self().Session(), *Self().updateError);
+    }
+};
+
+class Way : public Facet<ZALIPathAccess> {
+public:
+    using Facet::Facet;
+    ZALPathElement_var GetPathElement() override
+    {
+        auto path = ZALPathElement_var::Take(new ZALPathElement);
+        path->AddChildElement(&Self());
+        return path;
+    }
+};
+
+class Management : public Facet<ZALIPrtManagement> {
+public:
+    using Facet::Facet;
+    HRESULT SetWorkingFeature(const ZALBaseUnknown_var& feature) override
+    {
+        Note("Work " + Self().name + ": " + NameOf(feature.Get()));
+        return S_OK;
+    }
+};
+
+class CopyContainer : public Facet<ZALICutAndPastable> {
+public:
+    using Facet::Facet;
+
+    HRESULT CollectBoundary(ZALListValZALBaseUnknown_var& boundary, const ZALListValZALBaseUnknown_var* objects,
+                            const ZALFormat_var& format) override
+    {
+        Note("Collect " + Self().name + ": " + (objects ? NamesOf(*objects) : "all") + ", " + FormatOf(format) +
+             (boundary.Size() == 0 ? "" : ", not empty"));
+        if (!objects) {
+            for (ScriptedObject* object : Self().contents)
+                boundary.Append(HandleOf(object));
+            return S_OK;
+        }
+        for (int index = 1; index <= objects->Size(); ++index)
+            boundary.Append(
+                HandleOf(&Self().Session().AddObject(nullptr, "boundary(" + NameOf((*objects)[index].Get()) + ")")));
+        return S_OK;
+    }
+
+    ZALBaseUnknown_var Extract(const ZALListValZALBaseUnknown_var& boundary, const ZALFormat_var& format) override
+    {
+        Note("Extract " + Self().name + ": " + NamesOf(boundary) + ", " + FormatOf(format));
+        return HandleOf(Self().extracted);
+    }
+
+    HRESULT FindFormats(ZALHandleList<ZALFormat>& formats) override
+    {
+        for (const std::optional<std::string>& format : Self().formats)
+            formats.Append(format ? ZALFormat_var::Take(new ZALFormat(format->c_str())) : ZALFormat_var());
+        return S_OK;
+    }
+
+    ZALListValZALBaseUnknown_var Paste(const ZALListValZALBaseUnknown_var& objects,
+                                       const ZALHandleList<ZALPathElement>& targets,
+                                       const ZALFormat_var& format) override
+    {
+        std::string leaves;
+        for (int index = 1; index <= targets.Size(); ++index) {
+            targets[index]->InitToLeafElement();
+            leaves += " below " + NameOf(targets[index]->GetNextFatherObject());
+        }
+        Note("Paste " + Self().name + ": " + NamesOf(objects) + leaves + ", " + FormatOf(format));
+        return objects;
+    }
+};
+
+// ---------------------------------------------------------------------------------------------
+// Properties and parameters
+
+class ParameterType : public Facet<ZALICkeType> {
+public:
+    using Facet::Facet;
+    bool IsText() override { return Self().isText; }
+};
+
+class ParameterValue : public Facet<ZALICkeInst> {
+public:
+    using Facet::Facet;
+    ZALUnicodeString GetText() override { return FromUtf8(*Self().value); }
+};
+
+class Parameter : public Facet<ZALICkeParm> {
+public:
+    using Facet::Facet;
+    ZALUnicodeString GetName() override { return FromUtf8(Self().name); }
+    ZALICkeType_var GetType() override
+    {
+        return Self().hasType ? ZALICkeType_var::Take(new ParameterType(Self())) : ZALICkeType_var();
+    }
+    ZALICkeInst_var GetValue() override
+    {
+        return Self().value ? ZALICkeInst_var::Take(new ParameterValue(Self())) : ZALICkeInst_var();
+    }
+};
+
+class Factory : public Facet<ZALICkeParmFactory> {
+public:
+    using Facet::Facet;
+    ZALICkeParm_var CreateString(const ZALUnicodeString& name, const ZALUnicodeString& value) override
+    {
+        Note("Create " + ToUtf8(name) + " = " + ToUtf8(value) + " in " + Self().name);
+        ScriptedObject& created = Self().Session().AddObject(Self().document, ToUtf8(name), {"ZALICkeParm"});
+        created.value = ToUtf8(value);
+        return ZALICkeParm_var(&created);
+    }
+};
+
+class Publisher : public Facet<ZALIParmPublisher> {
+public:
+    using Facet::Facet;
+    HRESULT GetDirectChildren(const char* className, ZALListValZALBaseUnknown_var& children) override
+    {
+        Note("Children " + Self().name + ": " + className);
+        for (ScriptedObject* parameter : Self().parameters)
+            children.Append(HandleOf(parameter));
+        return S_OK;
+    }
+    HRESULT Append(const ZALBaseUnknown_var& child) override
+    {
+        Note("Append " + Self().name + ": " + NameOf(child.Get()));
+        Self().parameters.push_back(static_cast<ScriptedObject*>(child->GetImpl(0)));
+        return S_OK;
+    }
+};
+
+class Properties : public Facet<ZALIPrdProperties> {
+public:
+    using Facet::Facet;
+    HRESULT GetPartNumber(ZALUnicodeString& value) override { return Read(0, value); }
+    HRESULT SetPartNumber(const ZALUnicodeString& value) override { return Write(0, value); }
+    HRESULT GetNomenclature(ZALUnicodeString& value) override { return Read(1, value); }
+    HRESULT SetNomenclature(const ZALUnicodeString& value) override { return Write(1, value); }
+    HRESULT GetDescription(ZALUnicodeString& value) override { return Read(2, value); }
+    HRESULT SetDescription(const ZALUnicodeString& value) override { return Write(2, value); }
+
+    ZALIParmPublisher_var GetUserProperties(int creation) override
+    {
+        Note("Publisher " + Self().name + " " + std::to_string(creation));
+        if (!Self().publisher && creation == ZALPublisherCreate)
+            Self().publisher = Self().newPublisher;
+        return ZALIParmPublisher_var(Self().publisher);
+    }
+
+private:
+    HRESULT Read(std::size_t text, ZALUnicodeString& value)
+    {
+        Note("Read " + Self().name + " " + std::to_string(text));
+        value = FromUtf8(Self().texts[text]);
+        return S_OK;
+    }
+    HRESULT Write(std::size_t text, const ZALUnicodeString& value)
+    {
+        Note("Write " + Self().name + " " + std::to_string(text) + " = " + ToUtf8(value));
+        Self().texts[text] = ToUtf8(value);
+        return Self().writeResults[text];
+    }
+};
+
+// ---------------------------------------------------------------------------------------------
+// Products
+
+class Product : public Facet<ZALIProduct> {
+public:
+    using Facet::Facet;
+    ZALIProduct* GetReferenceProduct() override { return Self().reference ? new Product(*Self().reference) : nullptr; }
+    ZALIProduct* GetFatherProduct() override { return nullptr; }
+    bool IsReferenceProduct() override { return !Self().reference; }
+    HRESULT GetPartNumber(ZALUnicodeString& partNumber) override
+    {
+        partNumber = FromUtf8(Self().texts[0]);
+        return S_OK;
+    }
+    HRESULT GetChildren(const char* interfaceName, ZALListValZALBaseUnknown_var& children) override
+    {
+        Note("Children " + Self().name + ": " + interfaceName);
+        if (!Self().children)
+            return E_FAIL;
+        for (ScriptedObject* child : *Self().children)
+            children.Append(HandleOf(child));
+        return S_OK;
+    }
+    ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString& name, int index, int deep, int load) override
+    {
+        Note("Shape " + Self().name + ": " + ToUtf8(name) + ", " + std::to_string(index) + Numbers(deep, load));
+        if (Self().representation)
+            Self().representation->AddRef();
+        return Self().representation;
+    }
+};
+
+class Movable : public Facet<ZALIMovable> {
+public:
+    using Facet::Facet;
+    HRESULT GetPosition(ZALMathTransformation& position, ZALIMovable* reference, int context, int absolute) override
+    {
+        Note("Where " + Self().name + " in " + NameOf(reference) + Numbers(context, absolute));
+        position = Self().position;
+        return S_OK;
+    }
+    HRESULT SetPosition(const ZALMathTransformation& position, ZALIMovable* reference, int context,
+                        int absolute) override
+    {
+        std::ostringstream shift;
+        shift << position.Shift[0];
+        Note("Place " + Self().name + " in " + NameOf(reference) + " at " + shift.str() + Numbers(context, absolute));
+        Self().position = position;
+        return Self().moveResult;
+    }
+};
+
+class Component : public Facet<ZALIAProduct> {
+public:
+    using Facet::Facet;
+};
+
+class Components : public Facet<ZALIAProducts> {
+public:
+    using Facet::Facet;
+    HRESULT AddComponentsFromFiles(const ZALVariant&, ZALBSTR) override { return E_FAIL; }
+    HRESULT AddComponent(ZALIAProduct* reference, ZALIAProduct** instance) override
+    {
+        const std::string added = NameOf(reference);
+        Note("Add " + Self().name + ": " + added);
+        *instance = nullptr;
+        if (!Self().givesInstance)
+            return Self().addResult;
+        const std::string name = added + "." + std::to_string(Self().instances.size() + 1);
+        Self().instances.push_back(&Self().Session().AddObject(Self().document, name, Self().instanceOffers));
+        *instance = new Component(*Self().instances.back());
+        return Self().addResult;
+    }
+    HRESULT ReplaceComponent(ZALIAProduct*, ZALBSTR, ZALVariantBool, ZALIAProduct**) override { return E_FAIL; }
+};
+
+template <class Interface>
+ZALBaseUnknown* Offer(ZALBaseUnknown* object)
+{
+    auto& scripted = static_cast<ScriptedObject&>(*object);
+    return scripted.offers.contains(Interface::ClassName()) ? new Interface(scripted) : nullptr;
+}
+
+const ZALFillDictionary Entries[] = {
+    {"ScriptedObject", "ZALIPrtContainer", Offer<PartContainer>, 0},
+    {"ScriptedObject", "ZALIPrtPart", Offer<Part>, 0},
+    {"ScriptedObject", "ZALIMechanicalTool", Offer<Tool>, 0},
+    {"ScriptedObject", "ZALIShapeFeatureBody", Offer<Body>, 0},
+    {"ScriptedObject", "ZALISpecObject", Offer<Feature>, 0},
+    {"ScriptedObject", "ZALIPathAccess", Offer<Way>, 0},
+    {"ScriptedObject", "ZALIPrtManagement", Offer<Management>, 0},
+    {"ScriptedObject", "ZALICutAndPastable", Offer<CopyContainer>, 0},
+    {"ScriptedObject", "ZALICkeParm", Offer<Parameter>, 0},
+    {"ScriptedObject", "ZALICkeParmFactory", Offer<Factory>, 0},
+    {"ScriptedObject", "ZALIParmPublisher", Offer<Publisher>, 0},
+    {"ScriptedObject", "ZALIPrdProperties", Offer<Properties>, 0},
+    {"ScriptedObject", "ZALIProduct", Offer<Product>, 0},
+    {"ScriptedObject", "ZALIMovable", Offer<Movable>, 0},
+    {"ScriptedObject", "ZALIAProduct", Offer<Component>, 0},
+    {"ScriptedObject", "ZALIAProducts", Offer<Components>, 0},
+};
+
+// ---------------------------------------------------------------------------------------------
+// Documents
+
+class Init : public Facet<ZALInit, ScriptedSessionDocument> {
+public:
+    using Facet::Facet;
+    ZALBaseUnknown_var GetRootContainer(const char* interfaceName) override
+    {
+        Note("Container " + Self().name + ": " + interfaceName);
+        return HandleOf(Self().container);
+    }
+};
+
+class Cameras : public Facet<ZALCameraStore, ScriptedSessionDocument> {
+public:
+    using Facet::Facet;
+    HRESULT TakeCameras(ZALCameraStore& other) override
+    {
+        Note("Cameras " + Self().name + ": " + dynamic_cast<Cameras&>(other).Self().name);
+        return S_OK;
+    }
+};
+
+class CameraAccess : public Facet<ZALIPersistentCamera, ScriptedSessionDocument> {
+public:
+    using Facet::Facet;
+    ZALCameraStore_var GetCameraStore() override
+    {
+        return Self().hasStore ? ZALCameraStore_var::Take(new Cameras(Self())) : ZALCameraStore_var();
+    }
+};
+
+template <class Interface, bool ScriptedSessionDocument::*offered>
+ZALBaseUnknown* OfferOfDocument(ZALBaseUnknown* object)
+{
+    auto& document = static_cast<ScriptedSessionDocument&>(*object);
+    return document.*offered ? new Interface(document) : nullptr;
+}
+
+const ZALFillDictionary Inits("ScriptedSessionDocument", "ZALInit",
+                              OfferOfDocument<Init, &ScriptedSessionDocument::offersInit>, 0);
+const ZALFillDictionary CameraAccesses("ScriptedSessionDocument", "ZALIPersistentCamera",
+                                       OfferOfDocument<CameraAccess, &ScriptedSessionDocument::offersCameras>, 0);
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------------
+// The session
+
+class ScriptedTemplates::Services : public CadServices {
+public:
+    explicit Services(ScriptedTemplates& session) : session_(session) {}
+
+    ZALIAApplication* GetApplication() override { return nullptr; }
+    ZALDocument* FindDocument(const ZALUnicodeString&) override { return nullptr; }
+    ZALBaseUnknown* GetRootProduct(ZALDocument& document) override
+    {
+        ScriptedObject* root = static_cast<ScriptedSessionDocument&>(document).root;
+        if (root)
+            root->AddRef();
+        return root;
+    }
+    bool IsOfPart(ZALIProduct&) override { return false; }
+
+    HRESULT OpenDocument(const ZALUnicodeString& path, ZALDocument*& document, int mode) override
+    {
+        session_.calls.push_back("Open " + session_.Label(ToUtf8(path)) + ", " + std::to_string(mode));
+        const auto found =
+            std::ranges::find(session_.documents_, std::filesystem::path(ToUtf8(path)), &ScriptedSessionDocument::path);
+        if (found == session_.documents_.end())
+            return E_FAIL;
+        if (SUCCEEDED((*found)->openResult) && (*found)->isGiven) {
+            ++(*found)->opens;
+            document = *found;
+        }
+        return (*found)->openResult;
+    }
+    HRESULT SaveDocumentAs(ZALDocument& document, const ZALUnicodeString& path, const ZALUnicodeString& format,
+                           int mode) override
+    {
+        return Save("SaveAs", document, path, ", \"" + ToUtf8(format) + "\", " + std::to_string(mode));
+    }
+    HRESULT SaveDocumentAsNew(ZALDocument& document, const ZALUnicodeString& path, int mode) override
+    {
+        return Save("SaveAsNew", document, path, ", " + std::to_string(mode));
+    }
+    HRESULT RemoveDocument(ZALDocument& document, int mode) override
+    {
+        auto& removed = static_cast<ScriptedSessionDocument&>(document);
+        session_.calls.push_back("Remove " + removed.name + " " + std::to_string(mode));
+        --removed.opens;
+        return S_OK;
+    }
+    ZALDocument* DocumentOf(ZALBaseUnknown& object) override
+    {
+        return static_cast<ScriptedObject*>(object.GetImpl(0))->document;
+    }
+
+private:
+    HRESULT Save(const std::string& operation, ZALDocument& document, const ZALUnicodeString& path,
+                 const std::string& arguments)
+    {
+        auto& saved = static_cast<ScriptedSessionDocument&>(document);
+        const std::filesystem::path file = ToUtf8(path);
+        session_.calls.push_back(operation + " " + saved.name + " to " + session_.Label(file) + arguments);
+        if (saved.leavesFile)
+            std::ofstream(file) << saved.name;
+        if (SUCCEEDED(saved.saveResult))
+            saved.path = file;
+        return saved.saveResult;
+    }
+
+    ScriptedTemplates& session_;
+};
+
+ScriptedTemplates::ScriptedTemplates(std::filesystem::path folder) : folder_(std::move(folder))
+{
+    CadServices::Install(std::make_unique<Services>(*this));
+}
+
+ScriptedTemplates::~ScriptedTemplates()
+{
+    CadServices::Install(nullptr);
+    for (ScriptedSessionDocument* document : documents_)
+        document->Release();
+    for (ScriptedObject* object : objects_)
+        object->Release();
+}
+
+ScriptedSessionDocument& ScriptedTemplates::AddDocument(const std::filesystem::path& path, const std::string& name)
+{
+    documents_.push_back(new ScriptedSessionDocument(*this, path, name));
+    return *documents_.back();
+}
+
+ScriptedObject& ScriptedTemplates::AddObject(ScriptedSessionDocument* document, const std::string& name,
+                                             std::set<std::string> offers)
+{
+    objects_.push_back(new ScriptedObject(*this, document, name, std::move(offers)));
+    return *objects_.back();
+}
+
+ScriptedSessionDocument& ScriptedTemplates::AddProduct(const std::filesystem::path& path, const std::string& name)
+{
+    ScriptedSessionDocument& document = AddDocument(path, name);
+    document.features = &AddObject(&document, name + ".features", {"ZALICutAndPastable", "ZALICkeParmFactory"});
+    document.features->formats = {"ZALPrtResultWithOutLink"};
+    document.root = &AddObject(
+        &document, name + ".root",
+        {"ZALIProduct", "ZALIPrdProperties", "ZALISpecObject", "ZALIAProduct", "ZALIAProducts", "ZALIMovable"});
+    document.root->features = document.features;
+    document.root->publisher = &AddObject(&document, name + ".publisher", {"ZALIParmPublisher"});
+    document.root->children.emplace();
+    return document;
+}
+
+ScriptedSessionDocument& ScriptedTemplates::AddPart(const std::filesystem::path& path, const std::string& name)
+{
+    ScriptedSessionDocument& document = AddProduct(path, name);
+    document.root->children.reset();
+    document.container = &AddObject(&document, name + ".container", {"ZALIPrtContainer"});
+    document.part =
+        &AddObject(&document, name + ".part", {"ZALIPrtPart", "ZALISpecObject", "ZALIPathAccess", "ZALIPrtManagement"});
+    document.container->part = document.part;
+    document.mainTool = &AddTool(document, name + ".main");
+    document.part->mainTool = document.mainTool;
+    return document;
+}
+
+ScriptedSessionDocument& ScriptedTemplates::AddSolidPart(const std::filesystem::path& path, const std::string& name)
+{
+    ScriptedSessionDocument& document = AddPart(path, name);
+    document.mainTool->shape = &AddObject(&document, name + ".shape", {"ZALIShapeFeatureBody"});
+    document.mainTool->shape->result = &AddObject(&document, name + ".result", {"ZALISpecObject"});
+    document.mainTool->shape->result->features = document.features;
+    document.features->extracted = &AddObject(nullptr, name + ".extracted", {"ZALICutAndPastable"});
+    document.features->extracted->contents = {&AddObject(nullptr, name + ".copy")};
+    return document;
+}
+
+ScriptedObject& ScriptedTemplates::AddTool(ScriptedSessionDocument& part, const std::string& name)
+{
+    ScriptedObject& tool = AddObject(&part, name, {"ZALIMechanicalTool", "ZALISpecObject", "ZALIPathAccess"});
+    tool.features = part.features;
+    part.part->tools.push_back(&tool);
+    return tool;
+}
+
+ScriptedObject& ScriptedTemplates::AddChild(ScriptedSessionDocument& product, ScriptedSessionDocument& part,
+                                            const std::string& name, double x)
+{
+    ScriptedObject& child = AddObject(&product, name, {"ZALIProduct", "ZALIMovable"});
+    child.reference = part.root;
+    child.representation = part.part;
+    child.position.Shift[0] = x;
+    product.root->children->push_back(&child);
+    return child;
+}
+
+ScriptedObject& ScriptedTemplates::AddParameter(ScriptedSessionDocument& document, const std::string& name,
+                                                const std::string& value)
+{
+    ScriptedObject& parameter = AddObject(&document, name, {"ZALICkeParm"});
+    parameter.value = value;
+    document.root->publisher->parameters.push_back(&parameter);
+    return parameter;
+}
+
+int ScriptedTemplates::OpenDocuments() const
+{
+    int count = 0;
+    for (const ScriptedSessionDocument* document : documents_)
+        count += document->opens;
+    return count;
+}
+
+int ScriptedTemplates::Locks() const
+{
+    int count = 0;
+    for (const ScriptedSessionDocument* document : documents_)
+        count += document->locks;
+    return count;
+}
+
+int ScriptedTemplates::LivingObjects() const
+{
+    const auto beyondOwn = [](ZALBaseUnknown* object) {
+        object->AddRef();
+        return static_cast<int>(object->Release()) - 1;
+    };
+    int count = facets;
+    for (ScriptedSessionDocument* document : documents_)
+        count += beyondOwn(document);
+    for (ScriptedObject* object : objects_)
+        count += beyondOwn(object);
+    return count;
+}
+
+std::vector<std::string> ScriptedTemplates::CallsOf(const std::set<std::string>& words) const
+{
+    std::vector<std::string> found;
+    for (const std::string& call : calls)
+        if (words.contains(call.substr(0, call.find(' '))))
+            found.push_back(call);
+    return found;
+}
+
+std::string ScriptedTemplates::Label(const std::filesystem::path& path) const
+{
+    const std::string below = path.lexically_relative(folder_).string();
+    return below.starts_with("..") ? path.string() : below;
+}
+
+} // namespace openhost::testing

@@ -1,0 +1,176 @@
+// Documents in a session whose content, interfaces and results a test sets.
+#pragma once
+
+#include "openhost/cad/CadServices.h"
+
+#include <array>
+#include <deque>
+#include <filesystem>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace openhost::testing {
+
+class ScriptedTemplates;
+class ScriptedSessionDocument;
+
+/// A feature, a product, a parameter or another object of a document. It offers the interfaces that are named in
+/// `offers`, with the members below as their answers; set them at will. Objects belong to the session.
+class ScriptedObject : public ZALBaseUnknown {
+public:
+    ScriptedObject(ScriptedTemplates& session, ScriptedSessionDocument* document, std::string name,
+                   std::set<std::string> offers);
+    ~ScriptedObject() override;
+
+    const std::string name;
+    std::set<std::string> offers;
+    ScriptedSessionDocument* document; ///< null when GetDocumentOf gives none
+
+    // Features and containers
+
+    ScriptedObject* part = nullptr;                  ///< ZALIPrtContainer
+    ScriptedObject* mainTool = nullptr;              ///< ZALIPrtPart
+    std::vector<ScriptedObject*> tools;              ///< ZALIPrtPart
+    ScriptedObject* shape = nullptr;                 ///< ZALIMechanicalTool
+    ScriptedObject* result = nullptr;                ///< ZALIShapeFeatureBody
+    ScriptedObject* features = nullptr;              ///< ZALISpecObject: the container
+    std::optional<std::string> updateError;          ///< ZALISpecObject: thrown
+    std::vector<std::optional<std::string>> formats; ///< ZALICutAndPastable; nothing stands for a null one
+    ScriptedObject* extracted = nullptr;             ///< ZALICutAndPastable
+    std::vector<ScriptedObject*> contents;           ///< ZALICutAndPastable: all that it holds
+
+    // Properties and parameters
+
+    std::array<std::string, 3> texts;        ///< ZALIPrdProperties: part number, nomenclature, description
+    std::array<HRESULT, 3> writeResults{};   ///< ZALIPrdProperties
+    ScriptedObject* publisher = nullptr;     ///< ZALIPrdProperties
+    ScriptedObject* newPublisher = nullptr;  ///< ZALIPrdProperties: what is made when there is none
+    std::vector<ScriptedObject*> parameters; ///< ZALIParmPublisher
+    bool hasType = true;                     ///< ZALICkeParm
+    bool isText = true;                      ///< ZALICkeParm
+    std::optional<std::string> value;        ///< ZALICkeParm
+
+    // Products
+
+    ScriptedObject* reference = nullptr;                  ///< ZALIProduct
+    ScriptedObject* representation = nullptr;             ///< ZALIProduct
+    std::optional<std::vector<ScriptedObject*>> children; ///< ZALIProduct; a null one stands for a null handle
+    ZALMathTransformation position;                       ///< ZALIMovable
+    HRESULT addResult = S_OK;                             ///< ZALIAProducts
+    bool givesInstance = true;                            ///< ZALIAProducts
+    std::set<std::string> instanceOffers{"ZALIAProduct", "ZALIMovable"}; ///< ZALIAProducts: of new instances
+    std::vector<ScriptedObject*> instances;                              ///< those that were added
+    HRESULT moveResult = S_OK;                                           ///< ZALIMovable
+
+    ScriptedTemplates& Session() const { return session_; }
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+
+private:
+    ScriptedTemplates& session_;
+};
+
+/// A document that can be opened. It belongs to the session.
+class ScriptedSessionDocument : public ZALDocument {
+public:
+    ScriptedSessionDocument(ScriptedTemplates& session, std::filesystem::path path, std::string name);
+    ~ScriptedSessionDocument() override;
+
+    const std::string name;
+    std::filesystem::path path; ///< a save changes it
+    bool offersInit = true;     ///< ZALInit
+    bool offersCameras = true;  ///< ZALIPersistentCamera
+    bool hasStore = true;       ///< ZALIPersistentCamera
+    HRESULT openResult = S_OK;
+    bool isGiven = true; ///< otherwise Open gives null
+    HRESULT saveResult = S_OK;
+    bool leavesFile = true; ///< whether a save writes the file, however it ends
+    ScriptedObject* container = nullptr;
+    ScriptedObject* root = nullptr; ///< root product
+
+    // Of documents that AddPart has made.
+    ScriptedObject* part = nullptr;
+    ScriptedObject* mainTool = nullptr;
+    ScriptedObject* features = nullptr; ///< container of the features
+
+    int opens = 0; ///< that are not ended
+    int locks = 0;
+
+    HRESULT AddRefForLock() override;
+    HRESULT ReleaseForLock(int mode) override;
+    ZALUnicodeString StorageName() override;
+    ScriptedTemplates& Session() const { return session_; }
+
+    static ZALClassId ClassId();
+    static const char* ClassName();
+    static ZALMetaClass* MetaObject();
+    ZALMetaClass* GetMetaObject() const override;
+    const char* IsA() const override;
+    int IsAKindOf(const char* className) const override;
+
+private:
+    ScriptedTemplates& session_;
+};
+
+/// A session without documents but those of the test. It outlives every object that it gave.
+class ScriptedTemplates {
+public:
+    /// Lets the host use this session; with the end of the object it has none. Calls name files below `folder` by what
+    /// follows it.
+    explicit ScriptedTemplates(std::filesystem::path folder);
+    ScriptedTemplates(const ScriptedTemplates&) = delete;
+    ScriptedTemplates& operator=(const ScriptedTemplates&) = delete;
+    ~ScriptedTemplates();
+
+    /// A document that Open gives for `path`. Several may have one path: the first that has not been saved elsewhere is
+    /// given. Without content.
+    ScriptedSessionDocument& AddDocument(const std::filesystem::path& path, const std::string& name);
+    /// A part as templates are: a part "NAME.part" whose main tool "NAME.main" is empty, a container "NAME.features", a
+    /// root product "NAME.root" with the parameters of a publisher "NAME.publisher". All interfaces are there.
+    ScriptedSessionDocument& AddPart(const std::filesystem::path& path, const std::string& name);
+    /// A part with a shape "NAME.shape" in the main tool, and its result "NAME.result".
+    ScriptedSessionDocument& AddSolidPart(const std::filesystem::path& path, const std::string& name);
+    /// A product without children: its root product "NAME.root" with a publisher.
+    ScriptedSessionDocument& AddProduct(const std::filesystem::path& path, const std::string& name);
+    /// An instance of `part` in the list of `product`, shifted to (x, 0, 0).
+    ScriptedObject& AddChild(ScriptedSessionDocument& product, ScriptedSessionDocument& part, const std::string& name,
+                             double x);
+    /// A tool of `part` beside its main tool.
+    ScriptedObject& AddTool(ScriptedSessionDocument& part, const std::string& name);
+    /// A text parameter of the root product of `document`.
+    ScriptedObject& AddParameter(ScriptedSessionDocument& document, const std::string& name, const std::string& value);
+    ScriptedObject& AddObject(ScriptedSessionDocument* document, const std::string& name,
+                              std::set<std::string> offers = {});
+
+    /// Opens that are not ended, and locks that are not released.
+    int OpenDocuments() const;
+    int Locks() const;
+    /// References on documents and objects beyond the session's own, and objects that were given and not released.
+    int LivingObjects() const;
+
+    /// The calls in order. Each begins with a word for the operation and the name of its object; the tests show them
+    /// all.
+    std::vector<std::string> calls;
+    /// Those that begin with one of `words`.
+    std::vector<std::string> CallsOf(const std::set<std::string>& words) const;
+
+    /// `path` as the calls name it.
+    std::string Label(const std::filesystem::path& path) const;
+
+    int facets = 0; ///< objects that were given and not released; counted by the interfaces
+
+private:
+    class Services;
+    std::filesystem::path folder_;
+    std::deque<ScriptedSessionDocument*> documents_;
+    std::deque<ScriptedObject*> objects_;
+};
+
+} // namespace openhost::testing

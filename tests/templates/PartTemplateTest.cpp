@@ -1,0 +1,517 @@
+// One part rebuilt on the part template.
+
+#include "tests/templates/TemplateFixture.h"
+
+#include "templates/ApplyPartTemplate.h"
+
+namespace openhost::testing {
+namespace {
+
+using namespace ZALVliTemplateSupportUtilities;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+const std::string Format = "ZALPrtResultWithOutLink";
+
+class PartTemplateRun : public TemplateFixture {
+protected:
+    ~PartTemplateRun() override { CloseDocuments(Held); }
+
+    HRESULT Apply(PreferredSaveMethod method = SaveMethodSaveAs)
+    {
+        return ApplyPartTemplate(Text(templatePath), Text(Source), {}, Text(Destination), method, Document, Held,
+                                 Error);
+    }
+    /// The source is closed, the template is open, locked and held.
+    void ExpectTemplateHeld()
+    {
+        EXPECT_EQ(Document, &part);
+        EXPECT_THAT(Held, ElementsAre(&part));
+        EXPECT_EQ(part.opens, 1);
+        EXPECT_EQ(part.locks, 1);
+        EXPECT_EQ(source.opens, 0);
+        EXPECT_EQ(source.locks, 0);
+    }
+    /// No document was opened, and the output is as it was.
+    void ExpectNothingOpened()
+    {
+        EXPECT_EQ(Document, nullptr);
+        EXPECT_THAT(Held, IsEmpty());
+        EXPECT_THAT(Session.calls, IsEmpty());
+    }
+    Texts PartTraces() const { return TracesFrom("ApplyPartTemplate"); }
+    std::string SourceTrace() const { return "ApplyPartTemplate - isRefPartPath: " + Source.string(); }
+    std::string DestinationTrace() const { return "ApplyPartTemplate - isDestFilePath: " + Destination.string(); }
+    std::string SaveTrace() const { return "ApplyPartTemplate - SaveAs : " + Destination.string(); }
+    Texts Copies() const { return Session.CallsOf({"Collect", "Extract", "Paste", "Work", "Cameras"}); }
+
+    const std::filesystem::path Source = Downloaded("bolt.ZALPart");
+    const std::filesystem::path Destination = Parts() / "result.ZALPart";
+    std::filesystem::path templatePath = PartTemplate();
+    ScriptedSessionDocument& part = Session.AddPart(PartTemplate(), "template");
+    ScriptedSessionDocument& source = Session.AddSolidPart(Source, "source");
+    ZALDocument* Document = nullptr;
+    DocumentList Held;
+    ZALUnicodeString Error = "untouched";
+};
+
+TEST_F(PartTemplateRun, CopiesTheResultIntoTheTemplateAndSavesIt)
+{
+    EXPECT_EQ(Apply(), S_OK);
+    ExpectTemplateHeld();
+    EXPECT_THAT(Session.calls,
+                ElementsAre("Open temp/VelmartTemplates/PartTemplate.ZALPart, 0", "Lock template",
+                            "Open temp/bolt.ZALPart, 0", "Lock source", "Container template: ZALIPrtContainer",
+                            "Container source: ZALIPrtContainer", "Collect source.features: source.result, " + Format,
+                            "Extract source.features: boundary(source.result), " + Format,
+                            "Collect source.extracted: all, " + Format,
+                            "Paste template.features: source.copy below template.main, " + Format,
+                            "Work template.part: template.main", "Cameras template: source", "Update template.part",
+                            "Read source.root 0", "Read source.root 1", "Read source.root 2", "Publisher source.root 0",
+                            "Children source.publisher: ZALICkeParm", "Write template.root 0 = ",
+                            "Write template.root 1 = ", "Write template.root 2 = ", "Publisher template.root 1",
+                            "Children template.publisher: ZALICkeParm",
+                            "SaveAs template to parts/result.ZALPart, \"\", 1", "Unlock source 0", "Remove source 1"));
+    EXPECT_THAT(PartTraces(), ElementsAre(SourceTrace(), DestinationTrace(), SaveTrace()));
+    EXPECT_TRUE(exists(Source)) << "it is left to others";
+    EXPECT_EQ(Error, "untouched");
+}
+
+TEST_F(PartTemplateRun, IsSavedAsNewForNewFrom)
+{
+    EXPECT_EQ(Apply(SaveMethodNewFrom), S_OK);
+    EXPECT_THAT(Session.CallsOf({"SaveAs", "SaveAsNew"}), ElementsAre("SaveAsNew template to parts/result.ZALPart, 0"));
+    EXPECT_EQ(PartTraces().back(), "ApplyPartTemplate - SaveAsNew : " + Destination.string());
+}
+
+TEST_F(PartTemplateRun, IsSavedAsForAnyOtherMethod)
+{
+    EXPECT_EQ(Apply(static_cast<PreferredSaveMethod>(7)), S_OK);
+    EXPECT_THAT(Session.CallsOf({"SaveAs", "SaveAsNew"}),
+                ElementsAre("SaveAs template to parts/result.ZALPart, \"\", 1"));
+}
+
+TEST_F(PartTemplateRun, LeavesAResultThatIsThereAlone)
+{
+    Write(Destination, "old");
+    EXPECT_EQ(Apply(), S_FALSE);
+    ExpectNothingOpened();
+    EXPECT_EQ(Read(Destination), "old");
+    EXPECT_TRUE(exists(Source));
+    EXPECT_THAT(PartTraces(), ElementsAre(SourceTrace(), DestinationTrace(),
+                                          "ApplyPartTemplate - file already exists in target, we do not overwrite"));
+}
+
+TEST_F(PartTemplateRun, LeavesAResultAloneWithoutATemplateAsWell)
+{
+    Write(Destination, "old");
+    templatePath.clear();
+    EXPECT_EQ(Apply(), S_FALSE);
+    ExpectNothingOpened();
+    EXPECT_TRUE(exists(Source));
+}
+
+TEST_F(PartTemplateRun, MovesTheFileWithoutATemplate)
+{
+    templatePath.clear();
+    EXPECT_EQ(Apply(), S_OK);
+    ExpectNothingOpened();
+    EXPECT_EQ(Read(Destination), "downloaded bolt.ZALPart");
+    EXPECT_FALSE(exists(Source));
+    EXPECT_THAT(PartTraces(), ElementsAre(SourceTrace(), DestinationTrace(),
+                                          "ApplyPartTemplate - No Part Template - we move & rename the file"));
+}
+
+TEST_F(PartTemplateRun, GivesTheFailureOfTheMove)
+{
+    templatePath.clear();
+    std::filesystem::remove(Source);
+    EXPECT_EQ(Apply(), E_FAIL);
+    ExpectNothingOpened();
+    EXPECT_FALSE(exists(Destination));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Documents that cannot be used
+
+TEST_F(PartTemplateRun, FailsWhenTheTemplateCannotBeOpened)
+{
+    part.openResult = E_INVALIDARG;
+    EXPECT_EQ(Apply(), E_FAIL);
+    part.openResult = S_OK;
+    part.isGiven = false;
+    EXPECT_EQ(Apply(), E_FAIL);
+    EXPECT_EQ(Document, nullptr);
+    EXPECT_THAT(Held, IsEmpty());
+    EXPECT_EQ(Session.CallsOf({"Open"}).size(), Session.calls.size());
+    EXPECT_FALSE(exists(Destination));
+}
+
+TEST_F(PartTemplateRun, HoldsTheTemplateWhenTheSourceCannotBeOpened)
+{
+    source.isGiven = false;
+    EXPECT_EQ(Apply(), E_FAIL);
+    ExpectTemplateHeld();
+    EXPECT_THAT(Session.calls, ElementsAre("Open temp/VelmartTemplates/PartTemplate.ZALPart, 0", "Lock template",
+                                           "Open temp/bolt.ZALPart, 0"));
+    EXPECT_FALSE(exists(Destination));
+}
+
+TEST_F(PartTemplateRun, HoldsTheTemplateWhenTheSourceFailsToOpen)
+{
+    source.openResult = E_INVALIDARG;
+    EXPECT_EQ(Apply(), E_FAIL);
+    ExpectTemplateHeld();
+}
+
+/// What a template or a source may lack.
+struct Lack {
+    const char* name;
+    void (*take)(ScriptedSessionDocument& document);
+
+    friend std::ostream& operator<<(std::ostream& stream, const Lack& lack) { return stream << lack.name; }
+};
+
+class UselessTemplate : public PartTemplateRun, public ::testing::WithParamInterface<Lack> {};
+
+TEST_P(UselessTemplate, FailsWithTheSourceClosedAndTheTemplateHeld)
+{
+    GetParam().take(part);
+    EXPECT_EQ(Apply(), E_FAIL);
+    ExpectTemplateHeld();
+    EXPECT_THAT(Session.CallsOf({"SaveAs", "SaveAsNew", "Collect", "Update", "Write"}), IsEmpty());
+    EXPECT_THAT(Session.CallsOf({"Unlock", "Remove"}), ElementsAre("Unlock source 0", "Remove source 1"));
+    EXPECT_FALSE(exists(Destination));
+    EXPECT_TRUE(exists(Source));
+    EXPECT_THAT(PartTraces(), ElementsAre(SourceTrace(), DestinationTrace()));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, UselessTemplate,
+    ::testing::Values(
+        Lack{"NoInit", [](ScriptedSessionDocument& document) { document.offersInit = false; }},
+        Lack{"NoContainer", [](ScriptedSessionDocument& document) { document.container = nullptr; }},
+        Lack{"OtherContainer", [](ScriptedSessionDocument& document) { document.container->offers = {}; }},
+        Lack{"NoPart", [](ScriptedSessionDocument& document) { document.container->part = nullptr; }},
+        Lack{"OtherFeature", [](ScriptedSessionDocument& document) { document.part->offers = {}; }},
+        Lack{"NoMainTool", [](ScriptedSessionDocument& document) { document.part->mainTool = nullptr; }},
+        Lack{"OtherMainTool",
+             [](ScriptedSessionDocument& document) { document.mainTool->offers.erase("ZALIMechanicalTool"); }},
+        Lack{"FilledMainTool",
+             [](ScriptedSessionDocument& document) {
+                 document.mainTool->shape = &document.Session().AddObject(&document, "pad");
+             }}),
+    [](const auto& lack) { return lack.param.name; });
+
+class EmptySource : public PartTemplateRun, public ::testing::WithParamInterface<Lack> {};
+
+TEST_P(EmptySource, SavesTheTemplateWithThePropertiesOnly)
+{
+    GetParam().take(source);
+    for (const char* name : {"tool1", "tool2", "tool3"})
+        Session.AddTool(source, name);
+    source.root->texts[0] = "PN-1";
+    EXPECT_EQ(Apply(), S_OK);
+    ExpectTemplateHeld();
+    EXPECT_THAT(Copies(), IsEmpty());
+    EXPECT_THAT(Session.CallsOf({"Update", "SaveAs"}),
+                ElementsAre("Update template.part", "SaveAs template to parts/result.ZALPart, \"\", 1"));
+    EXPECT_EQ(part.root->texts[0], "PN-1");
+    EXPECT_THAT(PartTraces(), ElementsAre(SourceTrace(), DestinationTrace(),
+                                          "ApplyPartTemplate - There is nothing to copy", SaveTrace()));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, EmptySource,
+    ::testing::Values(
+        Lack{"NoInit", [](ScriptedSessionDocument& document) { document.offersInit = false; }},
+        Lack{"NoContainer", [](ScriptedSessionDocument& document) { document.container = nullptr; }},
+        Lack{"NoPart", [](ScriptedSessionDocument& document) { document.container->part = nullptr; }},
+        Lack{"NoMainTool", [](ScriptedSessionDocument& document) { document.part->mainTool = nullptr; }},
+        Lack{"OtherMainTool",
+             [](ScriptedSessionDocument& document) { document.mainTool->offers.erase("ZALIMechanicalTool"); }},
+        Lack{"EmptyMainTool", [](ScriptedSessionDocument& document) { document.mainTool->shape = nullptr; }},
+        Lack{"OtherShape", [](ScriptedSessionDocument& document) { document.mainTool->shape->offers = {}; }},
+        Lack{"NoResult", [](ScriptedSessionDocument& document) { document.mainTool->shape->result = nullptr; }}),
+    [](const auto& lack) { return lack.param.name; });
+
+// ---------------------------------------------------------------------------------------------
+// The copy
+
+class FailingCopy : public PartTemplateRun, public ::testing::WithParamInterface<Lack> {};
+
+TEST_P(FailingCopy, SavesTheTemplateWithoutTheShape)
+{
+    GetParam().take(source);
+    Session.AddTool(source, "tool");
+    EXPECT_EQ(Apply(), S_OK);
+    ExpectTemplateHeld();
+    EXPECT_THAT(Copies(), IsEmpty());
+    EXPECT_THAT(Session.CallsOf({"Update", "SaveAs"}),
+                ElementsAre("Update template.part", "SaveAs template to parts/result.ZALPart, \"\", 1"));
+    EXPECT_THAT(PartTraces(), ElementsAre(SourceTrace(), DestinationTrace(), "ApplyPartTemplate - CopyPaste has failed",
+                                          SaveTrace()));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, FailingCopy,
+    ::testing::Values(
+        Lack{"ResultIsNoFeature",
+             [](ScriptedSessionDocument& document) { document.mainTool->shape->result->offers = {}; }},
+        Lack{"NoContainer",
+             [](ScriptedSessionDocument& document) { document.mainTool->shape->result->features = nullptr; }},
+        Lack{"ContainerWithoutCopies", [](ScriptedSessionDocument& document) { document.features->offers = {}; }},
+        Lack{"NoFormat", [](ScriptedSessionDocument& document) { document.features->formats = {}; }},
+        Lack{"OtherFormats",
+             [](ScriptedSessionDocument& document) {
+                 document.features->formats = {std::nullopt, "ZALPrtResult", "zalprtresultwithoutlink",
+                                               "ZALPrtResultWithOutLink2"};
+             }}),
+    [](const auto& lack) { return lack.param.name; });
+
+TEST_F(PartTemplateRun, FailsToCopyIntoATargetWithoutAContainer)
+{
+    part.mainTool->features = nullptr;
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(PartTraces(), Contains("ApplyPartTemplate - CopyPaste has failed"));
+    EXPECT_THAT(Copies(), IsEmpty());
+}
+
+TEST_F(PartTemplateRun, FindsTheFormatAmongOthers)
+{
+    source.features->formats = {std::nullopt, "ZALPrt", Format, Format};
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(PartTraces(), Not(Contains("ApplyPartTemplate - CopyPaste has failed")));
+    EXPECT_THAT(Copies(), Contains("Paste template.features: source.copy below template.main, " + Format));
+}
+
+TEST_F(PartTemplateRun, PastesIntoAContainerThatTakesNothingWithoutAFailure)
+{
+    part.features->offers.erase("ZALICutAndPastable");
+    Session.AddTool(source, "tool");
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(Session.CallsOf({"Paste"}), IsEmpty());
+    EXPECT_THAT(Session.CallsOf({"Work", "Cameras"}),
+                ElementsAre("Work template.part: template.main", "Cameras template: source"));
+    EXPECT_THAT(PartTraces(), Not(Contains("ApplyPartTemplate - CopyPaste has failed")));
+}
+
+TEST_F(PartTemplateRun, PastesNothingWhenNothingWasExtracted)
+{
+    source.features->extracted = nullptr;
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(Session.CallsOf({"Collect", "Paste"}),
+                ElementsAre("Collect source.features: source.result, " + Format,
+                            "Paste template.features: nothing below template.main, " + Format));
+}
+
+TEST_F(PartTemplateRun, PastesNothingOfAnExtractedContainerThatGivesNothing)
+{
+    source.features->extracted->offers.clear();
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(Session.CallsOf({"Paste"}),
+                ElementsAre("Paste template.features: nothing below template.main, " + Format));
+}
+
+TEST_F(PartTemplateRun, PastesWithoutATargetWhenThatHasNoPath)
+{
+    part.mainTool->offers.erase("ZALIPathAccess");
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(Session.CallsOf({"Paste"}), ElementsAre("Paste template.features: source.copy, " + Format));
+}
+
+TEST_F(PartTemplateRun, CopiesTheOtherToolsBelowTheSourcesOwnPart)
+{
+    Session.AddTool(source, "tool1");
+    Session.AddTool(source, "tool2");
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(Copies(), ElementsAre("Collect source.features: source.result, " + Format,
+                                      "Extract source.features: boundary(source.result), " + Format,
+                                      "Collect source.extracted: all, " + Format,
+                                      "Paste template.features: source.copy below template.main, " + Format,
+                                      "Collect source.features: tool1 tool2, " + Format,
+                                      "Extract source.features: boundary(tool1) boundary(tool2), " + Format,
+                                      "Collect source.extracted: all, " + Format,
+                                      "Paste template.features: source.copy below source.part, " + Format,
+                                      "Work template.part: template.main", "Cameras template: source"));
+}
+
+TEST_F(PartTemplateRun, TakesTheMainToolOutOfTheOthersWhereverItStands)
+{
+    Session.AddTool(source, "tool1");
+    source.part->tools = {source.part->tools[1], source.mainTool, source.part->tools[1]};
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(Copies(), Contains("Collect source.features: tool1 tool1, " + Format));
+}
+
+TEST_F(PartTemplateRun, KeepsTheOtherThingsOfTheTemplate)
+{
+    Session.AddTool(part, "sketch");
+    part.part->tools.back()->shape = &Session.AddObject(&part, "curve");
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(part.part->tools.size(), 2U);
+    EXPECT_THAT(Session.CallsOf({"SaveAs"}).size(), 1U);
+}
+
+// ---------------------------------------------------------------------------------------------
+// What stands beside the shape
+
+TEST_F(PartTemplateRun, GoesOnWithoutManagement)
+{
+    part.part->offers.erase("ZALIPrtManagement");
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(Session.CallsOf({"Work", "Cameras", "SaveAs"}),
+                ElementsAre("Cameras template: source", "SaveAs template to parts/result.ZALPart, \"\", 1"));
+}
+
+TEST_F(PartTemplateRun, FlushesAnErrorOfTheUpdateAndSaves)
+{
+    part.part->updateError = "a loop of formulas";
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(Session.CallsOf({"Update", "Flush", "SaveAs"}),
+                ElementsAre("Update template.part", "Flush a loop of formulas",
+                            "SaveAs template to parts/result.ZALPart, \"\", 1"));
+}
+
+TEST_F(PartTemplateRun, SavesAPartThatCannotBeUpdated)
+{
+    part.part->offers.erase("ZALISpecObject");
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(Session.CallsOf({"Update"}), IsEmpty());
+    EXPECT_TRUE(exists(Destination));
+}
+
+TEST_F(PartTemplateRun, SavesWithoutTheReportOfAProductThatHasNoProperties)
+{
+    source.root = nullptr;
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(Session.CallsOf({"Write"}), IsEmpty());
+    EXPECT_TRUE(exists(Destination));
+}
+
+TEST_F(PartTemplateRun, ReportsTheGivenProperties)
+{
+    EXPECT_EQ(ApplyPartTemplate(Text(templatePath), Text(Source), {{"customer", "Smith"}}, Text(Destination),
+                                SaveMethodSaveAs, Document, Held, Error),
+              S_OK);
+    EXPECT_THAT(Session.CallsOf({"Create"}), ElementsAre("Create customer = Smith in template.features"));
+}
+
+TEST_F(PartTemplateRun, GivesTheCodeOfTheSave)
+{
+    part.saveResult = E_INVALIDARG;
+    part.leavesFile = false;
+    EXPECT_EQ(Apply(), E_INVALIDARG);
+    ExpectTemplateHeld();
+    EXPECT_FALSE(exists(Destination));
+    EXPECT_EQ(Error, "untouched");
+}
+
+// ---------------------------------------------------------------------------------------------
+// Cameras
+
+TEST_F(PartTemplateRun, TakesTheCamerasOfTheSourceOver)
+{
+    EXPECT_EQ(CopyPersistentCamera(&source, &part), S_OK);
+    EXPECT_THAT(Session.calls, ElementsAre("Cameras template: source"));
+}
+
+TEST_F(PartTemplateRun, TakesNoCamerasOverWhenOneOfTheDocumentsHasNone)
+{
+    for (ScriptedSessionDocument* document : {&source, &part}) {
+        document->hasStore = false;
+        EXPECT_EQ(CopyPersistentCamera(&source, &part), E_FAIL);
+        document->hasStore = true;
+        document->offersCameras = false;
+        EXPECT_EQ(CopyPersistentCamera(&source, &part), E_FAIL);
+        document->offersCameras = true;
+    }
+    EXPECT_EQ(CopyPersistentCamera(nullptr, &part), E_FAIL);
+    EXPECT_EQ(CopyPersistentCamera(&source, nullptr), E_FAIL);
+    EXPECT_THAT(Session.calls, IsEmpty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Documents and files
+
+TEST_F(PartTemplateRun, ClosesDocumentsInTheirOrderAndPassesOverNullOnes)
+{
+    for (ScriptedSessionDocument* document : {&source, &part}) {
+        ++document->opens;
+        ++document->locks;
+    }
+    CloseDocuments({nullptr, &source, nullptr, &part});
+    EXPECT_THAT(Session.calls,
+                ElementsAre("Unlock source 0", "Remove source 1", "Unlock template 0", "Remove template 1"));
+    CloseDocuments({});
+}
+
+class Move : public TemplateFixture {
+protected:
+    Texts MoveTraces() const { return TracesFrom("MoveFile"); }
+    std::string MovedTrace() const { return "MoveFile - from : " + from.string() + " to " + to.string(); }
+
+    std::filesystem::path from = Downloaded("a.stp");
+    std::filesystem::path to = Parts() / "b.stp";
+};
+
+TEST_F(Move, GivesTheFileItsNewPath)
+{
+    EXPECT_EQ(MoveFile(Text(from), Text(to)), S_OK);
+    EXPECT_FALSE(exists(from));
+    EXPECT_EQ(Read(to), "downloaded a.stp");
+    EXPECT_THAT(MoveTraces(), ElementsAre(MovedTrace()));
+}
+
+TEST_F(Move, TakesPathsOutsideASCII)
+{
+    to = Parts() / "Schraube \u00FC \u6F22.stp";
+    EXPECT_EQ(MoveFile(Text(from), Text(to)), S_OK);
+    EXPECT_TRUE(exists(to));
+}
+
+TEST_F(Move, OverwritesNothing)
+{
+    Write(to, "old");
+    EXPECT_EQ(MoveFile(Text(from), Text(to)), S_FALSE);
+    EXPECT_EQ(Read(to), "old");
+    EXPECT_TRUE(exists(from));
+    EXPECT_THAT(MoveTraces(), ElementsAre("MoveFile - file already exists in target, we do not overwrite"));
+}
+
+TEST_F(Move, OverwritesNoFolder)
+{
+    std::filesystem::create_directory(to);
+    EXPECT_EQ(MoveFile(Text(from), Text(to)), S_FALSE);
+    EXPECT_TRUE(exists(from));
+}
+
+TEST_F(Move, MakesNoFolderAndKeepsTheFile)
+{
+    to = Parts() / "missing" / "b.stp";
+    EXPECT_EQ(MoveFile(Text(from), Text(to)), E_FAIL);
+    EXPECT_TRUE(exists(from));
+    EXPECT_THAT(Names(Parts()), IsEmpty());
+    EXPECT_THAT(MoveTraces(),
+                ElementsAre(MovedTrace(), "MoveFile - unable to move " + from.string() + " to " + to.string()));
+}
+
+TEST_F(Move, FailsForAFileThatIsNotThere)
+{
+    std::filesystem::remove(from);
+    EXPECT_EQ(MoveFile(Text(from), Text(to)), E_FAIL);
+    EXPECT_FALSE(exists(to));
+}
+
+TEST_F(Move, FailsWhereTheHostRefuses)
+{
+    to = Parts() / ".." / "b.stp";
+    EXPECT_EQ(MoveFile(Text(from), Text(to)), E_FAIL);
+    EXPECT_TRUE(exists(from));
+    EXPECT_FALSE(exists(Folder() / "b.stp"));
+}
+
+} // namespace
+} // namespace openhost::testing

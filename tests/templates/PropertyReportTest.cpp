@@ -1,0 +1,295 @@
+// What a rebuilt document says about itself.
+
+#include "tests/templates/TemplateFixture.h"
+
+#include <cstdlib>
+
+namespace openhost::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class PropertyReport : public TemplateFixture {
+protected:
+    PropertyReport()
+    {
+        source.root->texts = {"PN-1", "Bolt", "A bolt"};
+        target.root->texts = {"PN-T", "Template", "A template"};
+    }
+
+    HRESULT Report(const PropertyList& properties = {})
+    {
+        return ReportPrdProperties(ZALIProduct_var(source.root), ZALIProduct_var(target.root), properties);
+    }
+    /// Names and values of the parameters of the target, in their order.
+    Texts Parameters() const
+    {
+        Texts parameters;
+        for (const ScriptedObject* parameter : target.root->publisher->parameters)
+            parameters.push_back(parameter->name + "=" + parameter->value.value_or("none"));
+        return parameters;
+    }
+    Texts Reports() const { return TracesFrom("ReportPrdProperties"); }
+
+    ScriptedSessionDocument& source = Session.AddPart("source.ZALPart", "source");
+    ScriptedSessionDocument& target = Session.AddPart("target.ZALPart", "target");
+};
+
+TEST_F(PropertyReport, CarriesTheThreeTextsOverInTheirOrder)
+{
+    EXPECT_EQ(Report(), S_OK);
+    EXPECT_THAT(target.root->texts, ElementsAre("PN-1", "Bolt", "A bolt"));
+    EXPECT_THAT(source.root->texts, ElementsAre("PN-1", "Bolt", "A bolt"));
+    EXPECT_THAT(Session.calls,
+                ElementsAre("Read source.root 0", "Read source.root 1", "Read source.root 2", "Publisher source.root 0",
+                            "Children source.publisher: ZALICkeParm", "Write target.root 0 = PN-1",
+                            "Write target.root 1 = Bolt", "Write target.root 2 = A bolt", "Publisher target.root 1",
+                            "Children target.publisher: ZALICkeParm"));
+    EXPECT_THAT(Reports(), IsEmpty());
+}
+
+TEST_F(PropertyReport, GivesTheResultOfTheThirdText)
+{
+    target.root->writeResults = {E_FAIL, E_FAIL, S_FALSE};
+    Session.AddParameter(source, "finish", "zinc");
+    EXPECT_EQ(Report(), S_FALSE);
+    EXPECT_THAT(Parameters(), ElementsAre("finish=zinc"));
+
+    target.root->writeResults = {S_OK, S_OK, E_INVALIDARG};
+    EXPECT_EQ(Report(), E_INVALIDARG);
+}
+
+TEST_F(PropertyReport, WritesNothingWithoutThePropertiesOfOneProduct)
+{
+    Session.AddParameter(source, "finish", "zinc");
+    for (ScriptedObject* product : {source.root, target.root}) {
+        product->offers.erase("ZALIPrdProperties");
+        EXPECT_EQ(Report({{"a", "b"}}), E_INVALIDARG);
+        product->offers.insert("ZALIPrdProperties");
+    }
+    EXPECT_EQ(ReportPrdProperties(ZALIProduct_var(), ZALIProduct_var(target.root), {}), E_INVALIDARG);
+    EXPECT_EQ(ReportPrdProperties(ZALIProduct_var(source.root), ZALIProduct_var(), {}), E_INVALIDARG);
+    EXPECT_THAT(Session.calls, IsEmpty());
+}
+
+TEST_F(PropertyReport, OfASourceWithoutPublisherHasNoUserParameters)
+{
+    source.root->publisher = nullptr;
+    source.root->newPublisher = target.root->publisher;
+    EXPECT_EQ(Report({{"customer", "Smith"}}), S_OK);
+    EXPECT_EQ(source.root->publisher, nullptr) << "none is made for the source";
+    EXPECT_THAT(Parameters(), ElementsAre("customer=Smith"));
+    EXPECT_THAT(target.root->texts, ElementsAre("PN-1", "Bolt", "A bolt"));
+}
+
+TEST_F(PropertyReport, MakesThePublisherOfATemplateWithoutOne)
+{
+    target.root->newPublisher = std::exchange(target.root->publisher, nullptr);
+    Session.AddParameter(source, "finish", "zinc");
+    EXPECT_EQ(Report(), S_OK);
+    EXPECT_THAT(Parameters(), ElementsAre("finish=zinc"));
+}
+
+TEST_F(PropertyReport, StopsBehindTheTextsWhenNoPublisherCanBeMade)
+{
+    target.root->publisher = nullptr;
+    target.root->writeResults[2] = S_FALSE;
+    Session.AddParameter(source, "finish", "zinc");
+    EXPECT_EQ(Report({{"a", "b"}}), S_FALSE);
+    EXPECT_THAT(target.root->texts, ElementsAre("PN-1", "Bolt", "A bolt"));
+    EXPECT_EQ(Session.calls.back(), "Publisher target.root 1");
+}
+
+TEST_F(PropertyReport, StopsBehindTheTextsWithoutAFactory)
+{
+    Session.AddParameter(source, "finish", "zinc");
+    target.features->offers.erase("ZALICkeParmFactory");
+    EXPECT_EQ(Report({{"a", "b"}}), S_OK);
+    target.root->features = nullptr;
+    EXPECT_EQ(Report({{"a", "b"}}), S_OK);
+    target.root->offers.erase("ZALISpecObject");
+    EXPECT_EQ(Report({{"a", "b"}}), S_OK);
+    EXPECT_THAT(Parameters(), IsEmpty());
+    EXPECT_THAT(target.root->texts, ElementsAre("PN-1", "Bolt", "A bolt"));
+    EXPECT_THAT(Reports(), IsEmpty());
+}
+
+TEST_F(PropertyReport, AddsTheExtraPropertiesBeforeTheUserParameters)
+{
+    Session.AddParameter(source, "finish", "zinc");
+    Session.AddParameter(source, "supplier", "Velmart");
+    EXPECT_EQ(Report({{"customer", "Smith"}, {"order", "7"}}), S_OK);
+    EXPECT_THAT(Parameters(), ElementsAre("customer=Smith", "order=7", "finish=zinc", "supplier=Velmart"));
+    EXPECT_THAT(Session.CallsOf({"Create", "Append"}),
+                ElementsAre("Create customer = Smith in target.features", "Append target.publisher: customer",
+                            "Create order = 7 in target.features", "Append target.publisher: order",
+                            "Create finish = zinc in target.features", "Append target.publisher: finish",
+                            "Create supplier = Velmart in target.features", "Append target.publisher: supplier"));
+    EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - Add Property - name: customer - value: Smith",
+                                       "ReportPrdProperties - Add Property - name: order - value: 7",
+                                       "ReportPrdProperties - Report Property - name: finish - value: zinc",
+                                       "ReportPrdProperties - Report Property - name: supplier - value: Velmart"));
+}
+
+TEST_F(PropertyReport, LetsTheTemplateWinOverTheExtraPropertiesAndTheseOverTheSource)
+{
+    Session.AddParameter(target, "own", "template");
+    Session.AddParameter(source, "own", "source");
+    Session.AddParameter(source, "extra", "source");
+    EXPECT_EQ(Report({{"own", "extra"}, {"extra", "extra"}}), S_OK);
+    EXPECT_THAT(Parameters(), ElementsAre("own=template", "extra=extra"));
+    EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - Property name already exists: own",
+                                       "ReportPrdProperties - Add Property - name: extra - value: extra",
+                                       "ReportPrdProperties - Property name already exists: own",
+                                       "ReportPrdProperties - Property name already exists: extra"));
+}
+
+TEST_F(PropertyReport, DropsTheSecondOfAName)
+{
+    Session.AddParameter(source, "finish", "zinc");
+    Session.AddParameter(source, "finish", "nickel");
+    EXPECT_EQ(Report({{"order", "1"}, {"order", "2"}}), S_OK);
+    EXPECT_THAT(Parameters(), ElementsAre("order=1", "finish=zinc"));
+    EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - Add Property - name: order - value: 1",
+                                       "ReportPrdProperties - Property name already exists: order",
+                                       "ReportPrdProperties - Report Property - name: finish - value: zinc",
+                                       "ReportPrdProperties - Property name already exists: finish"));
+}
+
+TEST_F(PropertyReport, TellsNamesApartByLetterCase)
+{
+    Session.AddParameter(target, "Finish", "template");
+    Session.AddParameter(source, "finish", "zinc");
+    EXPECT_EQ(Report(), S_OK);
+    EXPECT_THAT(Parameters(), ElementsAre("Finish=template", "finish=zinc"));
+}
+
+TEST_F(PropertyReport, SkipsWhatIsNoText)
+{
+    Session.AddParameter(source, "length", "12mm").isText = false;
+    Session.AddParameter(source, "odd", "?").hasType = false;
+    Session.AddParameter(source, "finish", "zinc");
+    EXPECT_EQ(Report(), S_OK);
+    EXPECT_THAT(Parameters(), ElementsAre("finish=zinc"));
+    EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - WARNING : Property type not supported for length",
+                                       "ReportPrdProperties - WARNING : Property type not supported for odd",
+                                       "ReportPrdProperties - Report Property - name: finish - value: zinc"));
+}
+
+TEST_F(PropertyReport, LooksAtTheNameBeforeTheType)
+{
+    Session.AddParameter(target, "length", "1mm");
+    Session.AddParameter(source, "length", "12mm").isText = false;
+    EXPECT_EQ(Report(), S_OK);
+    EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - Property name already exists: length"));
+}
+
+TEST_F(PropertyReport, SkipsWhatHasNoValueAndWhatIsNoParameterInSilence)
+{
+    Session.AddParameter(source, "unset", "").value.reset();
+    Session.AddParameter(source, "strange", "x").offers.clear();
+    Session.AddParameter(target, "strange", "x").offers.clear();
+    Session.AddParameter(source, "empty", "");
+    EXPECT_EQ(Report({{"strange", "extra"}}), S_OK) << "what is no parameter has no name";
+    EXPECT_THAT(Parameters(), ElementsAre("strange=x", "strange=extra", "empty="));
+    EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - Add Property - name: strange - value: extra",
+                                       "ReportPrdProperties - Report Property - name: empty - value: "));
+}
+
+TEST_F(PropertyReport, LeavesNothingBehindAnUnsetParameterOfTheSameName)
+{
+    Session.AddParameter(source, "finish", "").value.reset();
+    Session.AddParameter(source, "finish", "zinc");
+    EXPECT_EQ(Report(), S_OK);
+    EXPECT_THAT(Parameters(), ElementsAre("finish=zinc"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// The variable, read once in the life of a process
+
+constexpr const char* Variable = "ZAL_VELMART_NO_REPORT_USERPROP";
+
+/// What the report of a test's own process works on.
+class ReportOfAProcess : public PropertyReport {
+public:
+    ReportOfAProcess() { unsetenv(Variable); }
+    void TestBody() override {}
+
+    void Report() { PropertyReport::Report(); }
+    void ReportWithoutAFactory()
+    {
+        target.features->offers.erase("ZALICkeParmFactory");
+        Report();
+        target.features->offers.insert("ZALICkeParmFactory");
+    }
+    /// The parameters that the report of four user parameters leads to.
+    Texts Reported()
+    {
+        Session.AddParameter(source, "finish", "zinc");
+        Session.AddParameter(source, "supplier", "Velmart");
+        Session.AddParameter(source, "SUPPLIER", "in capitals");
+        Session.AddParameter(source, "supplier2", "another");
+        PropertyReport::Report({{"customer", "Smith"}});
+        return Parameters();
+    }
+};
+
+/// Ends the process: 0 when the parameters reported behind `steps` are `expected`.
+template <class Steps>
+[[noreturn]] void ExitWithReport(const Texts& expected, Steps steps)
+{
+    bool asExpected = false;
+    {
+        ReportOfAProcess report;
+        steps(report);
+        asExpected = report.Reported() == expected;
+    }
+    std::exit(asExpected ? 0 : 1);
+}
+
+/// Each test runs its steps in a fresh process.
+class PropertyReportVariable : public ::testing::Test {
+protected:
+    PropertyReportVariable() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+
+    const Texts all = {"customer=Smith", "finish=zinc", "supplier=Velmart", "SUPPLIER=in capitals",
+                       "supplier2=another"};
+    const Texts supplierOnly = {"customer=Smith", "supplier=Velmart", "SUPPLIER=in capitals"};
+};
+
+TEST_F(PropertyReportVariable, LeavesTheSupplierAlone)
+{
+    for (const char* value : {"1", "0", ""})
+        EXPECT_EXIT(ExitWithReport(supplierOnly, [&](ReportOfAProcess&) { setenv(Variable, value, 1); }),
+                    ::testing::ExitedWithCode(0), "")
+            << value;
+}
+
+TEST_F(PropertyReportVariable, HasNoEffectWhenItIsNotThere)
+{
+    EXPECT_EXIT(ExitWithReport(all, [](ReportOfAProcess&) {}), ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(PropertyReportVariable, IsNotReadAgainBehindTheFirstReport)
+{
+    EXPECT_EXIT(ExitWithReport(all,
+                               [](ReportOfAProcess& report) {
+                                   report.Report();
+                                   setenv(Variable, "1", 1);
+                               }),
+                ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(PropertyReportVariable, IsNotReadByAReportThatDoesNotNeedIt)
+{
+    EXPECT_EXIT(ExitWithReport(supplierOnly,
+                               [](ReportOfAProcess& report) {
+                                   report.ReportWithoutAFactory();
+                                   setenv(Variable, "1", 1);
+                               }),
+                ::testing::ExitedWithCode(0), "");
+}
+
+} // namespace
+} // namespace openhost::testing

@@ -1,0 +1,86 @@
+// Templates and downloaded documents in a scripted session, and files on disk for them.
+#pragma once
+
+#include "openhost/text/Utf.h"
+#include "templates/ZALVliApplyTemplatesOpe.h"
+#include "tests/support/HostFixture.h"
+#include "tests/support/ScriptedTemplates.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace openhost::testing {
+
+using Texts = std::vector<std::string>;
+
+inline Texts TextsOf(const ZALListValZALUnicodeString& list)
+{
+    Texts texts;
+    for (int index = 1; index <= list.Size(); ++index)
+        texts.push_back(ToUtf8(list[index]));
+    return texts;
+}
+
+inline ZALUnicodeString Text(const std::filesystem::path& path)
+{
+    return FromUtf8(path.string());
+}
+
+/// Downloads stand in Temp(), templates in Temp()/"VelmartTemplates", results in Parts(). No document stays open and no
+/// object alive beyond a test.
+class TemplateFixture : public HostFixture {
+protected:
+    TemplateFixture() { std::filesystem::create_directory(Templates()); }
+    ~TemplateFixture() override
+    {
+        EXPECT_EQ(Session.OpenDocuments(), 0);
+        EXPECT_EQ(Session.Locks(), 0);
+        EXPECT_EQ(Session.LivingObjects(), 0);
+    }
+
+    std::filesystem::path Templates() const { return Temp() / "VelmartTemplates"; }
+    std::filesystem::path PartTemplate() const { return Templates() / "PartTemplate.ZALPart"; }
+    std::filesystem::path ProductTemplate() const { return Templates() / "ProductTemplate.ZALProduct"; }
+
+    static void Write(const std::filesystem::path& path, const std::string& content) { std::ofstream(path) << content; }
+    static std::string Read(const std::filesystem::path& path)
+    {
+        std::ostringstream content;
+        content << std::ifstream(path).rdbuf();
+        return std::move(content).str();
+    }
+    /// Names of what stands in `folder`, sorted.
+    static Texts Names(const std::filesystem::path& folder)
+    {
+        Texts names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder))
+            names.push_back(entry.path().filename().string());
+        std::ranges::sort(names);
+        return names;
+    }
+    /// Traces that begin with `start`, without their line ends.
+    Texts TracesFrom(const std::string& start) const
+    {
+        Texts found;
+        for (const std::string& trace : Traces())
+            if (trace.starts_with(start))
+                found.push_back(trace.substr(0, trace.size() - 1));
+        return found;
+    }
+    /// The file `name` as a download has left it in Temp().
+    std::filesystem::path Downloaded(const std::string& name) const
+    {
+        Write(Temp() / name, "downloaded " + name);
+        return Temp() / name;
+    }
+    std::string InParts(const std::string& name) const { return (Parts() / name).string(); }
+
+    ScriptedTemplates Session{Folder()};
+};
+
+} // namespace openhost::testing
