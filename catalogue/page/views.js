@@ -39,6 +39,9 @@ export function describeSize(item) {
     return item.dimensions.slice(0, 4).map(([name, value]) => `${name} ${number.format(value)}`).join(" · ");
 }
 
+/// In whole percent, cut off: 100 % is the very same shape alone.
+const describeScore = (score) => `${Math.floor(Math.max(0, Math.min(1, score)) * 100)} %`;
+
 export function makeCategories(names, current) {
     return [null, ...names].map((name) =>
         make("li", {}, make("a", {href: addressOfCategory(name), "aria-current": name === current ? "page" : null},
@@ -63,7 +66,7 @@ export function makeResults(shapes) {
         make("li", {}, make("a", {href: addressOfItem(id)}, makePicture(id, ""),
                             make("span", {}, make("span", {class: "title"}, title),
                                  make("span", {class: "detail"}, `Rank ${index + 1}`)),
-                            make("span", {class: "score"}, `${number.format(Math.max(0, Math.min(1, score)) * 100)} %`,
+                            make("span", {class: "score"}, describeScore(score),
                                  make("small", {}, "alike")))));
     return [makeHeading("Similar shapes"),
             make("p", {class: "count"}, `${countOf(shapes.length, "item", "items")}, the likest first`),

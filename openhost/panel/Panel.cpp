@@ -115,12 +115,20 @@ bool Panel::OpenPage()
 
 HRESULT Panel::ExecuteScript(const ZALUnicodeString& script)
 {
-    return page_ && page_->ExecuteScript(ToUtf8(script)) ? S_OK : E_FAIL;
+    const std::string text = ToUtf8(script);
+    if (!page_ || !page_->ExecuteScript(text))
+        return E_FAIL;
+    journal::Write("script", {{"text", text}});
+    return S_OK;
 }
 
 HRESULT Panel::LoadUrl(const ZALUnicodeString& url)
 {
-    return page_ && page_->LoadUrl(ToUtf8(url)) ? S_OK : E_FAIL;
+    const std::string address = ToUtf8(url);
+    if (!page_ || !page_->LoadUrl(address))
+        return E_FAIL;
+    journal::Write("load", {{"url", address}});
+    return S_OK;
 }
 
 // ---------------------------------------------------------------------------------------------

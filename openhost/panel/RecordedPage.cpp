@@ -1,7 +1,5 @@
 #include "openhost/panel/RecordedPage.h"
 
-#include "openhost/journal/Journal.h"
-
 #include <utility>
 
 namespace openhost {
@@ -31,7 +29,6 @@ bool RecordedPage::LoadUrl(const std::string& url)
     if (!takesUrls)
         return false;
     urls_.push_back(url);
-    journal::Write("load", {{"url", url}});
     return true;
 }
 
@@ -40,7 +37,6 @@ bool RecordedPage::ExecuteScript(const std::string& script)
     if (!takesScripts)
         return false;
     scripts_.push_back(script);
-    journal::Write("script", {{"text", script}});
     return true;
 }
 

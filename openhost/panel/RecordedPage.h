@@ -8,8 +8,7 @@
 
 namespace openhost {
 
-/// A page without a browser. Writes what is asked of it into the journal: "script" for a script to run, "load" for an
-/// address to show. What a page reports is said by its user.
+/// A page without a browser, which keeps what is asked of it. What a page reports is said by its user.
 class RecordedPage final : public PanelPage {
 public:
     explicit RecordedPage(Listener listener);

@@ -386,7 +386,22 @@ void SessionPlayer::StayOpen()
 {
     std::function<void()> stay = [&stay] { EventLoop::Current().CallAfter(std::chrono::hours(1), stay); };
     stay();
-    EventLoop::Current().RunUntil([] { return !Panel::Current(); });
+    std::size_t answered = written_["prompt"];
+    while (Panel::Current()) {
+        EventLoop::Current().RunUntil([&] { return !Panel::Current() || written_["prompt"] > answered; });
+        answered = written_["prompt"];
+        if (Panel::Current())
+            PickRoot();
+    }
+}
+
+void SessionPlayer::PickRoot()
+{
+    const std::string names = Cad().Active() ? Cad().Active()->PartNumber() : "";
+    if (ZALPathElement* path = Cad().FindPath(names)) {
+        DialogEngine::Current().Offer(path, names);
+        path->Release();
+    }
 }
 
 PageUser& SessionPlayer::User()

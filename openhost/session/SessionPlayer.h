@@ -81,8 +81,10 @@ private:
     void SetUpSettings();
     void Receive(const nlohmann::ordered_json& event);
     void RunSteps();
-    /// Leaves the host to the user until the panel is closed.
+    /// Leaves the host to the user until the panel is closed. Nobody can pick an element then: a command that asks for
+    /// one is offered the root of the active document.
     void StayOpen();
+    void PickRoot();
     std::string FindPlaceholder(const std::string& name) const;
 
     const Session& session_;

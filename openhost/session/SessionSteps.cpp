@@ -486,12 +486,14 @@ public:
 
     bool Acts() const override { return true; }
 
-    void Run(SessionPlayer& player) const override
+    void Run(SessionPlayer&) const override
     {
         if (action_ == "open")
             Panel::Open();
+        else if (Panel::Current())
+            Panel::Close();
         else
-            player.Page().ReportClosed();
+            throw StepFailure("the panel is closed");
     }
 
 private:

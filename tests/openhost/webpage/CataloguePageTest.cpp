@@ -533,7 +533,7 @@ TEST_F(CataloguePage, TheSessionAsksForAShapeAndTheResultsAreShownInTheirOrder)
     server_.Routes().Get("/search", [&](const httplib::Request& request, httplib::Response& response) {
         asked.set_value(request.get_param_value("query"));
         response.set_content(R"({"items": [{"id": "nut-m8", "title": "Nut M8", "score": 1},
-            {"id": "nut-m6", "title": "Nut M6", "score": 0.8754}, {"id": 7, "score": 1}, {"id": "x", "score": "1"}]})",
+            {"id": "nut-m6", "title": "Nut M6", "score": 0.8799}, {"id": 7, "score": 1}, {"id": "x", "score": "1"}]})",
                              "application/json");
     });
     OpenPage();
@@ -545,7 +545,7 @@ TEST_F(CataloguePage, TheSessionAsksForAShapeAndTheResultsAreShownInTheirOrder)
     EXPECT_EQ("Similar shapes", TextOf("h2"));
     EXPECT_EQ("2 items, the likest first", TextOf(".count"));
     EXPECT_EQ("Nut M8", TextOf("ol.items li:first-child .title"));
-    EXPECT_EQ("87.54 %\nalike", TextOf("ol.items li:last-child .score"));
+    EXPECT_EQ("87 %\nalike", TextOf("ol.items li:last-child .score"));
     User().Click("ol.items li:last-child a");
     ASSERT_TRUE(UntilShown("table"));
     EXPECT_EQ("‹ Similar shapes", TextOf(".back"));
