@@ -93,6 +93,8 @@ QuestionBox::QuestionBox(unsigned int style, const ZALUnicodeString& text, const
         usual->setDefault(true);
         usual->setFocus();
     }
+    // A text field would be higher by itself.
+    resize(minimumSizeHint());
 }
 
 void QuestionBox::reject()

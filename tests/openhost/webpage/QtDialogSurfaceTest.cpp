@@ -19,6 +19,7 @@
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTest>
 #include <QTimer>
 
@@ -224,6 +225,20 @@ TEST_F(QtQuestions, ShowTextsAsTheyStand)
             box.close();
         },
         FromUtf8(hostile), "<b>T</b> [*]");
+}
+
+TEST_F(QtQuestions, WithAShortTextAreSmallAndShowItWhole)
+{
+    Ask(
+        ZALDlgNotifyYesNo,
+        [](QWidget& box) {
+            EXPECT_LT(box.height(), 180);
+            const auto* text = box.findChild<QPlainTextEdit*>("TEXT");
+            EXPECT_FALSE(text->verticalScrollBar()->isVisible());
+            EXPECT_FALSE(text->horizontalScrollBar()->isVisible());
+            box.close();
+        },
+        "Do you want to overwrite listed files ?\n\n/home/jo/parts/part-000001.ZALPart\n");
 }
 
 TEST_F(QtQuestions, WithALongTextFitTheScreenAndScroll)
