@@ -3,6 +3,7 @@
 #include <QAbstractItemView>
 #include <QDialogButtonBox>
 #include <QFileInfo>
+#include <QLineEdit>
 #include <QPushButton>
 
 namespace openhost {
@@ -17,6 +18,13 @@ FolderBox::FolderBox(std::function<void(bool ok)> ended) : ended_(std::move(ende
         buttons->button(QDialogButtonBox::Open)->setObjectName("OK");
         buttons->button(QDialogButtonBox::Cancel)->setObjectName("CANCEL");
     }
+}
+
+void FolderBox::GoTo(const QString& folder)
+{
+    setDirectory(folder);
+    if (auto* name = findChild<QLineEdit*>("fileNameEdit"))
+        name->clear();
 }
 
 QString FolderBox::Folder() const

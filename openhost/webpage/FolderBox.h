@@ -12,7 +12,9 @@ namespace openhost {
 class FolderBox final : public QFileDialog {
 public:
     explicit FolderBox(std::function<void(bool ok)> ended);
-    /// What OK would choose.
+    /// Goes to `folder`, with nothing chosen in it.
+    void GoTo(const QString& folder);
+    /// What OK would choose: the folder that is shown, unless the user has chosen one in it.
     QString Folder() const;
 
 protected:

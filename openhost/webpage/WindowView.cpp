@@ -408,12 +408,17 @@ std::vector<WindowView::Placement> WindowView::PlaceChildren(const ZALDialogNode
 
 void WindowView::UpdateFolder(Control& control)
 {
+    // Where the user went before counts no more the next time.
+    if (!control.Node().visible) {
+        control.shownFolder.reset();
+        return;
+    }
     const ZALUnicodeString& folder = control.Node().text;
     if (control.shownFolder && *control.shownFolder == folder)
         return;
     control.shownFolder = folder;
     if (folder.GetLengthInChar() > 0)
-        static_cast<FolderBox&>(*window_).setDirectory(ToQString(folder));
+        static_cast<FolderBox&>(*window_).GoTo(ToQString(folder));
 }
 
 } // namespace openhost

@@ -816,6 +816,19 @@ TEST_F(QtFolderBox, FollowsANewStartFolder)
     EXPECT_EQ(Dialog().directory().absolutePath().toStdString(), (Folder.Path() / "parts").string());
 }
 
+TEST_F(QtFolderBox, BeginsAnewEachTimeItIsShown)
+{
+    EnterName("parts");
+    Box->SetVisibility(ZALDlgHide);
+    Settle();
+    Box->SetVisibility(ZALDlgShow);
+    Settle();
+    Click(In<QPushButton>("Box", "OK"));
+    Settle();
+    EXPECT_EQ(ToUtf8(Box->GetChosenFolder()), Folder.Path().string());
+    EXPECT_THAT(Told, ElementsAre("ZALDlgOKNotification"));
+}
+
 TEST_F(QtFolderBox, MayEndByOK)
 {
     React(Box, ZALDlgOKNotification::ClassName(), [this] { ZALDialogNode::Of(*Box).EndAndRelease(); });
