@@ -176,22 +176,37 @@ std::size_t ScriptedSurface::UnusedAnswers() const
     return count;
 }
 
+void ScriptedSurface::ShowOn(std::unique_ptr<DialogSurface> display)
+{
+    display_ = std::move(display);
+}
+
 void ScriptedSurface::Shown(ZALDialog& dialog)
 {
     Record(dialog, WindowEvent::Action::Shown);
+    if (display_)
+        display_->Shown(dialog);
 }
 
 void ScriptedSurface::Hidden(ZALDialog& dialog)
 {
     Record(dialog, WindowEvent::Action::Hidden);
+    if (display_)
+        display_->Hidden(dialog);
 }
 
-void ScriptedSurface::Changed(ZALDialog&) {}
+void ScriptedSurface::Changed(ZALDialog& dialog)
+{
+    if (display_)
+        display_->Changed(dialog);
+}
 
 void ScriptedSurface::Ended(ZALDialog& dialog)
 {
     if (ZALDialogNode::Of(dialog).wasShown)
         Record(dialog, WindowEvent::Action::Ended);
+    if (display_)
+        display_->Ended(dialog);
 }
 
 int ScriptedSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title)
@@ -202,6 +217,14 @@ int ScriptedSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, c
     questions_.push_back(
         {name, question.GetStyle(), ToUtf8(title), ToUtf8(text), parent ? parent->GetName().CastToCharPtr() : "", -1});
 
+    const bool isForUser = display_ && userAnswers_ && !HasAnswer(name);
+    const int answer = isForUser ? display_->Ask(question, text, title) : AskScript(question, name);
+    questions_[index].answer = answer;
+    return answer;
+}
+
+int ScriptedSurface::AskScript(ZALDlgNotify& question, const std::string& name)
+{
     // Shared, since the loop may be left before the call has run.
     struct State {
         bool answered = false;
@@ -218,8 +241,6 @@ int ScriptedSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, c
     });
     loop.RunUntil([&] { return state->answered || ZALDialogNode::Of(question).ended; });
     state->withdrawn = !state->answered;
-
-    questions_[index].answer = state->answer;
     return state->answer;
 }
 
@@ -230,13 +251,19 @@ void ScriptedSurface::Record(const ZALDialog& dialog, WindowEvent::Action action
         windowEvents_.push_back({node.Name(), node.style, action});
 }
 
-int ScriptedSurface::TakeAnswer(const std::string& dialog)
+bool ScriptedSurface::HasAnswer(const std::string& dialog) const
 {
     const auto queued = answers_.find(dialog);
-    if (queued == answers_.end() || queued->second.empty())
+    return queued != answers_.end() && !queued->second.empty();
+}
+
+int ScriptedSurface::TakeAnswer(const std::string& dialog)
+{
+    if (!HasAnswer(dialog))
         return ZALDlgAnswerClosed;
-    const int answer = queued->second.front();
-    queued->second.pop_front();
+    std::deque<int>& queued = answers_[dialog];
+    const int answer = queued.front();
+    queued.pop_front();
     return answer;
 }
 

@@ -57,6 +57,11 @@ public:
     /// Whether the module gets the file boxes that it asks for (true at first).
     void OfferFileBoxes(bool offer) { offersFileBoxes_ = offer; }
 
+    /// Shows windows on `display` too, where the user acts on them beside the script.
+    void ShowOn(std::unique_ptr<DialogSurface> display);
+    /// From here on a question without an answer is asked on the display, if there is one, instead of being closed.
+    void LetUserAnswer() { userAnswers_ = true; }
+
     /// The newest live control or window named `name`, or null. No reference is added.
     ZALDialog* Find(const std::string& name) const;
     /// The control `control` in the newest live window named `dialog`, or null. No reference is added.
@@ -72,18 +77,23 @@ public:
     void Hidden(ZALDialog& dialog) override;
     void Changed(ZALDialog& dialog) override;
     void Ended(ZALDialog& dialog) override;
-    /// The answer comes from the event loop, behind what is pending there when the question is asked.
+    /// An answer of the script comes from the event loop, behind what is pending there when the question is asked.
     int Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title) override;
     bool OffersFileBoxes() const override { return offersFileBoxes_; }
 
 private:
     void Record(const ZALDialog& dialog, WindowEvent::Action action);
+    bool HasAnswer(const std::string& dialog) const;
     int TakeAnswer(const std::string& dialog);
+    /// Brings the answer from the loop.
+    int AskScript(ZALDlgNotify& question, const std::string& name);
 
     std::map<std::string, std::deque<int>> answers_;
     std::vector<Question> questions_;
     std::vector<WindowEvent> windowEvents_;
     bool offersFileBoxes_ = true;
+    std::unique_ptr<DialogSurface> display_; ///< null for none
+    bool userAnswers_ = false;
 };
 
 } // namespace openhost

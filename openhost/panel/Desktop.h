@@ -1,6 +1,7 @@
 // The windows of a session.
 #pragma once
 
+#include "openhost/dialogs/DialogSurface.h"
 #include "openhost/loop/EventLoop.h"
 #include "openhost/panel/PanelPage.h"
 
@@ -13,6 +14,8 @@ public:
     /// Whether windows are on a display, where somebody can see them.
     virtual bool HasDisplay() const = 0;
     virtual std::unique_ptr<EventLoop> MakeLoop() = 0;
+    /// Works with the loop of the desktop as the one in use.
+    virtual std::unique_ptr<DialogSurface> MakeDialogs() = 0;
     /// Their pages report through the loop in use.
     virtual std::unique_ptr<PanelPages> MakePages() = 0;
 };

@@ -80,6 +80,8 @@ public:
         kernel_ = DocumentKernel::Install(std::make_unique<CompoundDocumentKernel>());
         auto surface = std::make_unique<ScriptedSurface>();
         surface_ = surface.get();
+        if (desktop && desktop->HasDisplay())
+            surface->ShowOn(desktop->MakeDialogs());
         surfaceBefore_ = DialogSurface::Install(std::move(surface));
         auto cad = std::make_unique<CadSession>();
         cad_ = cad.get();
@@ -386,6 +388,7 @@ void SessionPlayer::StayOpen()
 {
     std::function<void()> stay = [&stay] { EventLoop::Current().CallAfter(std::chrono::hours(1), stay); };
     stay();
+    Surface().LetUserAnswer();
     std::size_t answered = written_["prompt"];
     while (Panel::Current()) {
         EventLoop::Current().RunUntil([&] { return !Panel::Current() || written_["prompt"] > answered; });

@@ -1,5 +1,6 @@
 #include "openhost/webpage/QtDesktop.h"
 
+#include "openhost/webpage/QtDialogSurface.h"
 #include "openhost/webpage/QtEventLoop.h"
 #include "openhost/webpage/QtPanelPages.h"
 
@@ -60,6 +61,11 @@ bool QtDesktop::HasDisplay() const
 std::unique_ptr<EventLoop> QtDesktop::MakeLoop()
 {
     return std::make_unique<QtEventLoop>();
+}
+
+std::unique_ptr<DialogSurface> QtDesktop::MakeDialogs()
+{
+    return std::make_unique<QtDialogSurface>();
 }
 
 std::unique_ptr<PanelPages> QtDesktop::MakePages()

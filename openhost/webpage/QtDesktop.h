@@ -19,6 +19,7 @@ public:
 
     bool HasDisplay() const override;
     std::unique_ptr<EventLoop> MakeLoop() override;
+    std::unique_ptr<DialogSurface> MakeDialogs() override;
     std::unique_ptr<PanelPages> MakePages() override;
 
 private:

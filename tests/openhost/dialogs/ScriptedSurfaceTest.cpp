@@ -256,5 +256,82 @@ TEST_F(Pushes, FindWhatHasHappenedToEachWindow)
     EXPECT_EQ(Surface().WindowEvents()[2].action, Action::Ended);
 }
 
+// ---------------------------------------------------------------------------------------------
+// With a display
+
+/// A display that writes down what it is told. Its user answers No.
+class RecordingDisplay : public DialogSurface {
+public:
+    explicit RecordingDisplay(std::vector<std::string>& told) : told_(told) {}
+    void Shown(ZALDialog& dialog) override { Tell("shown", dialog); }
+    void Hidden(ZALDialog& dialog) override { Tell("hidden", dialog); }
+    void Changed(ZALDialog& dialog) override { Tell("changed", dialog); }
+    void Ended(ZALDialog& dialog) override { Tell("ended", dialog); }
+    int Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title) override
+    {
+        Tell("asked " + ToUtf8(title) + ": " + ToUtf8(text), question);
+        return ZALDlgAnswerNo;
+    }
+
+private:
+    void Tell(const std::string& what, const ZALDialog& dialog)
+    {
+        told_.push_back(ZALDialogNode::Of(dialog).Name() + " " + what);
+    }
+
+    std::vector<std::string>& told_;
+};
+
+class WithDisplay : public DialogFixture {
+protected:
+    WithDisplay() { Surface().ShowOn(std::make_unique<RecordingDisplay>(Told)); }
+    // The display writes as long as there are dialogs.
+    ~WithDisplay() override { EndAllDialogs(); }
+
+    std::vector<std::string> Told;
+};
+
+TEST_F(WithDisplay, AllThatHappensToWindowsIsShown)
+{
+    auto* window = new ZALDlgDialog(nullptr, "Window", 0);
+    window->SetVisibility(ZALDlgShow);
+    window->SetTitle("Title");
+    window->SetVisibility(ZALDlgHide);
+    ZALDialogNode::Of(*window).EndAndRelease();
+    EXPECT_THAT(Told, ElementsAre("Window shown", "Window changed", "Window hidden", "Window ended"));
+    EXPECT_EQ(Surface().WindowEvents().size(), 3U);
+}
+
+TEST_F(WithDisplay, QuestionsWithoutAnAnswerAreClosedAsLongAsTheScriptRuns)
+{
+    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerClosed);
+    Loop().RunUntilIdle();
+    EXPECT_THAT(Told, ElementsAre("OverwriteNotify ended"));
+}
+
+TEST_F(WithDisplay, TheUserAnswersOnceTheScriptLetsHim)
+{
+    Surface().LetUserAnswer();
+    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerNo);
+    EXPECT_THAT(Told, ElementsAre("OverwriteNotify asked title: text"));
+    ASSERT_EQ(Surface().Questions().size(), 1U);
+    EXPECT_EQ(Surface().Questions()[0].answer, ZALDlgAnswerNo);
+}
+
+TEST_F(WithDisplay, AnAnswerOfTheScriptGoesBeforeTheUsers)
+{
+    Surface().LetUserAnswer();
+    Surface().Answer("OverwriteNotify", ZALDlgAnswerYes);
+    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerYes);
+    EXPECT_THAT(Told, IsEmpty());
+    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerNo);
+}
+
+TEST_F(Questions, WithoutADisplayAreClosedAlsoWhenTheUserMayAnswer)
+{
+    Surface().LetUserAnswer();
+    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerClosed);
+}
+
 } // namespace
 } // namespace openhost

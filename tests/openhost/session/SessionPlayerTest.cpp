@@ -1,11 +1,15 @@
 #include "openhost/session/SessionPlayer.h"
 
 #include "catalogue/service/CatalogueService.h"
+#include "openhost/dialogs/DialogNode.h"
 #include "openhost/dialogs/SettingsStore.h"
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/PathVariables.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/loop/UvEventLoop.h"
+#include "openhost/panel/Panel.h"
+#include "openhost/panel/RecordedPage.h"
 #include "openhost/session/SessionFile.h"
 
 #include "host/frame.h"
@@ -23,6 +27,7 @@ namespace openhost {
 
 using Json = nlohmann::ordered_json;
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
 /// Plays sessions with the real module, against a real service.
@@ -46,7 +51,7 @@ protected:
             events_.push_back(event);
             observe_();
         };
-        return SessionPlayer(session, {module_, folder_.Path() / "installation"}, receive).Play();
+        return SessionPlayer(session, {module_, folder_.Path() / "installation", desktop_}, receive).Play();
     }
 
     /// Plays `steps` with the folder of downloads settled.
@@ -78,9 +83,69 @@ protected:
     TemporaryFolder folder_;
     catalogue::CatalogueService service_;
     std::filesystem::path module_ = VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so";
+    Desktop* desktop_ = nullptr;
     std::function<void()> observe_ = [] {};
     std::vector<Json> events_;
 };
+
+/// A desktop that somebody is said to see. Its user answers No.
+class DesktopOnPaper : public Desktop {
+public:
+    bool HasDisplay() const override { return true; }
+    std::unique_ptr<EventLoop> MakeLoop() override { return std::make_unique<UvEventLoop>(); }
+    std::unique_ptr<DialogSurface> MakeDialogs() override { return std::make_unique<Dialogs>(told); }
+    std::unique_ptr<PanelPages> MakePages() override { return std::make_unique<RecordedPages>(); }
+
+    std::vector<std::string> told;
+
+private:
+    class Dialogs : public DialogSurface {
+    public:
+        explicit Dialogs(std::vector<std::string>& told) : told_(told) {}
+        void Shown(ZALDialog& dialog) override { told_.push_back(ZALDialogNode::Of(dialog).Name()); }
+        void Hidden(ZALDialog&) override {}
+        void Changed(ZALDialog&) override {}
+        void Ended(ZALDialog&) override {}
+        int Ask(ZALDlgNotify& question, const ZALUnicodeString&, const ZALUnicodeString&) override
+        {
+            told_.push_back(ZALDialogNode::Of(question).Name());
+            return ZALDlgAnswerNo;
+        }
+
+    private:
+        std::vector<std::string>& told_;
+    };
+};
+
+TEST_F(SessionPlayerTest, WithADisplayWindowsAreShownAndTheUserAnswersBehindTheLastStep)
+{
+    DesktopOnPaper desktop;
+    desktop_ = &desktop;
+    const auto ask = [](const char* name) {
+        auto* question = new ZALDlgNotify(nullptr, name, ZALDlgNotifyYesNo);
+        question->DisplayBlocked("", "");
+        question->RequestDelayedDestruction();
+    };
+    observe_ = [&] {
+        const Json& event = events_.back();
+        if (event.at("event") == "step" && event.at("number") == 2)
+            EventLoop::Current().Post([&] { ask("Early"); });
+        if (event.at("event") == "step" && event.at("number") == 4)
+            EventLoop::Current().Post([&] {
+                ask("Kept");
+                ask("Late");
+                Panel::Close();
+            });
+    };
+    EXPECT_EQ(PlaySteps(R"({"options": "open"}, {"wait": "dialog"}, {"wait": "idle"},
+                           {"answer": {"dialog": "Kept", "button": 3}})"),
+              SessionPlayer::Done);
+    EXPECT_THAT(desktop.told, ElementsAre("Options", "Late"));
+    ASSERT_EQ(EventsOf("dialog").size(), 3U);
+    EXPECT_EQ(EventsOf("dialog")[0].at("answer"), ZALDlgAnswerClosed);
+    EXPECT_EQ(EventsOf("dialog")[1].at("answer"), ZALDlgAnswerYes);
+    EXPECT_EQ(EventsOf("dialog")[2].at("answer"), ZALDlgAnswerNo);
+}
 
 TEST_F(SessionPlayerTest, ASessionWithoutStepsIsDone)
 {
