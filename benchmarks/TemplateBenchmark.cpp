@@ -2,13 +2,14 @@
 // documents. Arguments: number of distinct parts, number of instances, number of turns. Prints medians over the turns,
 // ours and the peer's in turns; a first turn of each is not counted.
 //
-//   template   every part and the product are rebuilt on templates: the templates and the sources are read, the shapes
-//              copied, checked and measured, the results written
-//   peer_xbf   every source part and the source product are read and written under another name as documents of the
-//              kernel (format BinXCAF, a file each)
-//   peer_brep  the same with the parts as bare shapes in the kernel's binary format
+//   template    every part and the product are rebuilt on templates: the templates and the sources are read, the shapes
+//               copied, checked and measured, the results written
+//   peer_xbf    every source part and the source product are read and written under another name as documents of the
+//               kernel (format BinXCAF, a file each)
+//   peer_brep   the same with the parts as bare shapes in the kernel's binary format
+//   peer_solid  as peer_xbf, and the kernel copies, checks and measures each shape in between, as the run does
 //
-// The peer reads no templates. Both sides bring each file that they write to the disk, ours its folder as well.
+// The peer reads no templates. Both sides bring each file that they write to the disk, and the entry of its folder.
 
 #include "openhost/cad/CadSession.h"
 #include "openhost/files/TemporaryFolder.h"
@@ -17,6 +18,7 @@
 
 #include "templates/ZALVliApplyTemplatesOpe.h"
 
+#include <BRepBuilderAPI_Copy.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
 #include <BRepBuilderAPI_MakePolygon.hxx>
 #include <BRepPrimAPI_MakePrism.hxx>
@@ -47,6 +49,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -226,6 +229,21 @@ public:
         CopyProduct(target);
     }
 
+    void RunSolids(const std::filesystem::path& target)
+    {
+        for (int part = 0; part < assembly_.parts; ++part)
+            CopyDocument(target, PartName(part) + ".xbf", [](TDocStd_Document& document) {
+                const Handle(XCAFDoc_ShapeTool) tool = XCAFDoc_DocumentTool::ShapeTool(document.Main());
+                TDF_LabelSequence roots;
+                tool->GetFreeShapes(roots);
+                Require(roots.Length() == 1, "the peer's part is missing");
+                const TopoDS_Shape copy = BRepBuilderAPI_Copy(XCAFDoc_ShapeTool::GetShape(roots.First())).Shape();
+                Require(openhost::MeasureSolids(copy).volume > 0, "the peer's part is empty");
+                tool->SetShape(roots.First(), copy);
+            });
+        CopyProduct(target);
+    }
+
     void RunShapes(const std::filesystem::path& target)
     {
         for (int part = 0; part < assembly_.parts; ++part) {
@@ -269,11 +287,13 @@ private:
         return document;
     }
 
-    static void BringToDisk(const std::filesystem::path& path)
+    static void BringToDisk(const std::filesystem::path& file)
     {
-        const int descriptor = open(path.c_str(), O_RDONLY);
-        Require(descriptor >= 0 && fsync(descriptor) == 0, "the peer's file cannot be brought to the disk");
-        close(descriptor);
+        for (const std::filesystem::path& path : {file, file.parent_path()}) {
+            const int descriptor = open(path.c_str(), O_RDONLY);
+            Require(descriptor >= 0 && fsync(descriptor) == 0, "the peer's file cannot be brought to the disk");
+            close(descriptor);
+        }
     }
 
     void Save(const Handle(TDocStd_Document) & document, const std::filesystem::path& path)
@@ -366,13 +386,11 @@ int main(int argc, char** argv)
             openhost::CadServices::Install(nullptr);
             ours.Check(target.Path());
         }
-        {
+        const std::pair<const char*, void (Peer::*)(const std::filesystem::path&)> peers[] = {
+            {"peer_xbf", &Peer::RunDocuments}, {"peer_brep", &Peer::RunShapes}, {"peer_solid", &Peer::RunSolids}};
+        for (const auto& [name, run] : peers) {
             const openhost::TemporaryFolder target;
-            times.Measure("peer_xbf", [&] { peer.RunDocuments(target.Path()); });
-        }
-        {
-            const openhost::TemporaryFolder target;
-            times.Measure("peer_brep", [&] { peer.RunShapes(target.Path()); });
+            times.Measure(name, [&, run = run] { (peer.*run)(target.Path()); });
         }
         if (turn == 0)
             times.Forget();
