@@ -81,6 +81,8 @@ bool IsNumbered(const std::string& name, const std::string& stem)
 
 void Tell(const LoadedDocument& document, const char* action)
 {
+    if (!journal::IsOpen()) // a product changes once for each instance
+        return;
     journal::Write("document", {{"path", document.Path().string()}, {"action", action}});
 }
 
@@ -463,8 +465,10 @@ void CadSession::Remove(LoadedDocument& document)
 // ---------------------------------------------------------------------------------------------
 // Components
 
-void CadSession::CheckComponent(const LoadedDocument& father, const LoadedDocument& reference)
+void CadSession::CheckComponent(const LoadedDocument& father, LoadedDocument& reference)
 {
+    if (father.references_.contains(&reference))
+        return; // one more instance brings no new link, and no cycle
     LinkTo(father.path_.parent_path(), reference.path_);
     if (Reaches(reference, father))
         throw CadSessionError(father.path_.string() + ": the product would be a part of itself");

@@ -99,7 +99,7 @@ private:
     LoadedDocument* FindCanonical(const std::filesystem::path& path) const;
     LoadedDocument& Load(const std::filesystem::path& path);
     LoadedDocument& Enter(const std::filesystem::path& path, CadDocument contents);
-    static void CheckComponent(const LoadedDocument& father, const LoadedDocument& reference);
+    static void CheckComponent(const LoadedDocument& father, LoadedDocument& reference);
     static LoadedDocument& ProductOf(const SessionProduct& father);
     static SessionProduct& Append(LoadedDocument& father, LoadedDocument& reference);
     LoadedDocument& LoadComponent(const LoadedDocument& father, const std::filesystem::path& path);
