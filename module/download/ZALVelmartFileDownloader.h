@@ -40,8 +40,8 @@ private:
     HRESULT StartDefaultDownload(const ZALOmxAny& request);
     HRESULT StartDefaultDownloadURL(const ZALUnicodeString& url);
     HRESULT StartDownloadFromTolva(const ZALOmxAny& request);
-    /// `folder` is not empty. E_FAIL, and no notification, for a request without an address. A failed transfer may bring
-    /// two notifications.
+    /// `folder` is not empty. E_FAIL, and no notification, for a request without an address. A failed transfer may
+    /// bring two notifications.
     HRESULT StartDownloadAndApplyTemplates(const ZALOmxAny& request, const ZALUnicodeString& folder);
 
     /// S_OK when `folder` was delivered, otherwise S_FALSE, and `folder` is left alone.

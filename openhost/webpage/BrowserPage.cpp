@@ -30,9 +30,11 @@ BrowserPage::BrowserPage(QWebEngineProfile& profile) : QWebEnginePage(&profile)
             [](const QUrl&, QAuthenticator* authenticator, const QString&) { *authenticator = QAuthenticator(); });
 }
 
-bool BrowserPage::acceptNavigationRequest(const QUrl& url, NavigationType, bool isMainFrame)
+bool BrowserPage::acceptNavigationRequest(const QUrl& url, NavigationType type, bool isMainFrame)
 {
-    return IsShowable(url) || (!isMainFrame && url == QUrl("about:blank"));
+    // Where a redirection leads is refused when it is fetched, as everything else: refused here, it leaves the browser
+    // with a request that is gone.
+    return type == NavigationTypeRedirect || IsShowable(url) || (!isMainFrame && url == QUrl("about:blank"));
 }
 
 QStringList BrowserPage::chooseFiles(FileSelectionMode, const QStringList&, const QStringList&)

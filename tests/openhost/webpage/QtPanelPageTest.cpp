@@ -119,18 +119,29 @@ TEST_F(QtPanelPageTest, RefusesAddressesOfOtherSchemesAndPlainHttpBeyondLoopback
 
 TEST_F(QtPanelPageTest, APageCannotLeadToARefusedAddress)
 {
-    server_.Routes().Get("/away", [](const httplib::Request&, httplib::Response& response) {
-        response.set_redirect("http://velmart.example/");
-    });
     server_.AddPage("/ways", "<!DOCTYPE html><p id=stay>stay</p><script>location.href = 'file:///etc/passwd';"
-                             "setTimeout(() => { location.href = 'data:text/html,x'; }, 0);"
-                             "setTimeout(() => { location.href = '/away'; }, 20);</script>"
+                             "setTimeout(() => { location.href = 'data:text/html,x'; }, 0);</script>"
                              "<iframe src='file:///etc/passwd'></iframe>");
     server_.Start();
     LoadPath("/ways");
     ASSERT_EQ("2", Ask("1 + 1"));
     for (const std::string& url : reports_.urls)
         EXPECT_THAT(url, ::testing::AnyOf(server_.Url("/ways"), "about:blank"));
+}
+
+TEST_F(QtPanelPageTest, ARedirectionToARefusedAddressEndsInNobodysPage)
+{
+    server_.Routes().Get("/away", [](const httplib::Request&, httplib::Response& response) {
+        response.set_redirect("http://velmart.example/");
+    });
+    server_.AddPage("/from", "<!DOCTYPE html><script>setTimeout(() => { location.href = '/away'; }, 0);</script>");
+    server_.Start();
+    LoadPath("/away");
+    EXPECT_THAT(reports_.urls, ElementsAre("about:blank"));
+    LoadPath("/from");
+    EXPECT_TRUE(Until([&] { return reports_.urls.size() > 2 || reports_.urls.back() == "about:blank"; }));
+    EXPECT_EQ(reports_.urls.back(), "about:blank");
+    EXPECT_FALSE(page_->ExecuteScript("1"));
 }
 
 // ---------------------------------------------------------------------------------------------
