@@ -99,7 +99,7 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFin
         ZALUnicodeString uploadURL;
         addin->GetSearchByUploadUrl(uploadURL);
         if (FAILED(UploadFileInVelmart(tempFilePath, uploadURL, partName)))
-            RequestDelayedDestruction();
+            ZALVelmartFindSimilarCmd::RequestDelayedDestruction();
     } else {
         panel->LoadUrl(velmartURL);
     }
@@ -197,7 +197,7 @@ void ZALVelmartFindSimilarCmd::OnOpApiStatusChange(ZALBaseUnknown*, ZALNotificat
         ZALUnicodeString uploadURL;
         addin->GetSearchByUploadUrl(uploadURL);
         if (FAILED(UploadFileInVelmart(tempFilePath, uploadURL, partName)))
-            RequestDelayedDestruction();
+            ZALVelmartFindSimilarCmd::RequestDelayedDestruction();
     }
 }
 
@@ -206,7 +206,7 @@ void ZALVelmartFindSimilarCmd::OnPanelClosed(ZALBaseUnknown*, ZALNotification*, 
     if (uploadRequest)
         uploadRequest->Cancel();
 
-    RequestDelayedDestruction();
+    ZALVelmartFindSimilarCmd::RequestDelayedDestruction();
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -215,7 +215,7 @@ void ZALVelmartFindSimilarCmd::OnPanelClosed(ZALBaseUnknown*, ZALNotification*, 
 void ZALVelmartFindSimilarCmd::FailWith(const ZALString& key)
 {
     NotifyErrorMessage(key);
-    RequestDelayedDestruction();
+    ZALVelmartFindSimilarCmd::RequestDelayedDestruction();
 }
 
 void ZALVelmartFindSimilarCmd::NotifyErrorMessage(const ZALString& key)
