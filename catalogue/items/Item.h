@@ -18,7 +18,7 @@ struct Dimension {
 /// How the files of an item reach the user.
 enum class Delivery {
     Archive,      ///< a zip archive with side files
-    Raw,          ///< the document as it is; the item has one
+    Raw,          ///< the same, and beside it the document as it is; the item has one
     OpenInSource, ///< the document as it is, opened where it lies and not downloaded
 };
 

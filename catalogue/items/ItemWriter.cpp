@@ -74,15 +74,15 @@ constexpr const char* Licence = "The documents of this archive may be used, chan
 
 std::string ServedName(const Item& item)
 {
-    return item.delivery == Delivery::Archive ? item.id + ".zip" : item.root;
+    return item.delivery == Delivery::OpenInSource ? item.root : item.id + ".zip";
 }
 
 void WriteFiles(const Catalogue& catalogue, const Item& item, const std::filesystem::path& folder)
 {
-    if (item.delivery != Delivery::Archive) {
+    if (item.delivery != Delivery::Archive)
         openhost::WriteDocument(catalogue.documents.at(item.root), folder / item.root);
+    if (item.delivery == Delivery::OpenInSource)
         return;
-    }
     std::vector<Entry> entries{{"readme.txt", Readme(item)}};
     for (const std::string& name : item.documents)
         entries.push_back({name, openhost::BuildDocument(catalogue.documents.at(name))});

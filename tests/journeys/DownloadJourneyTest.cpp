@@ -37,6 +37,22 @@ TEST_F(DownloadJourney, AnAssemblyStandsInTheUsersFolderWithItsRootFirst)
     EXPECT_THAT(Surface().Questions(), IsEmpty()) << "a plain download ends in silence";
 }
 
+TEST_F(DownloadJourney, EveryItemOfTheCatalogueComes)
+{
+    const nlohmann::json index = nlohmann::json::parse(ReadFile(VELMART_ITEMS_DIR "/index.json"));
+    ASSERT_GE(index.size(), 20u);
+    for (const nlohmann::json& item : index) {
+        SCOPED_TRACE(item["id"]);
+        std::filesystem::remove_all(Parts());
+        std::filesystem::create_directory(Parts());
+        const auto completion = Download(RequestOf(item["id"]));
+        ASSERT_TRUE(completion);
+        EXPECT_EQ(completion->status, Notification::DownloadSucceeded);
+        ASSERT_FALSE(completion->files.empty());
+        EXPECT_EQ(NameOf(completion->files.front()), item["root"]);
+    }
+}
+
 TEST_F(DownloadJourney, EveryDocumentThatTheAssemblyRefersToHasCome)
 {
     const auto completion = Download(RequestOf("bearing-unit-20"));

@@ -145,7 +145,7 @@ TEST_F(Written, IndexListsEveryItemWithVolumeAndBoxOfAllItsInstances)
     const Json index = Json::parse(ReadWhole(Folder() / "index.json"));
     ASSERT_EQ(index.size(), 3U);
     EXPECT_EQ(index[0]["kind"], "part");
-    EXPECT_EQ(index[0]["file"], "PART.ZALPart");
+    EXPECT_EQ(index[0]["file"], "raw.zip");
     EXPECT_EQ(index[2]["kind"], "assembly");
     EXPECT_EQ(index[2]["file"], "pair.zip");
     EXPECT_EQ(index[2]["volume"], 2000.0);
