@@ -260,6 +260,24 @@ TEST_F(PluginFile, HashesAFileForOtherModules)
     EXPECT_EQ(hash((Folder() / "missing").c_str()), ZALUnicodeString());
 }
 
+TEST_F(PluginFile, KeepsNoPathOfATemplateAtFirst)
+{
+    for (int load = 0; load < 2; ++load) {
+        Load();
+        const auto* part = Find<ZALUnicodeString>("_ZN30ZALVliTemplateSupportUtilities22StoredPartTemplatePathE");
+        const auto* product = Find<ZALUnicodeString>("_ZN30ZALVliTemplateSupportUtilities25StoredProductTemplatePathE");
+        const auto store = Find<HRESULT(const ZALUnicodeString&, const ZALUnicodeString&)>(
+            "_ZN30ZALVliTemplateSupportUtilities19StoreTemplatePathesERK16ZALUnicodeStringS2_");
+        ASSERT_TRUE(part && product && store);
+        EXPECT_EQ(*part, ZALUnicodeString());
+        EXPECT_EQ(*product, ZALUnicodeString());
+        store("part", "product");
+        EXPECT_EQ(*part, ZALUnicodeString("part"));
+        EXPECT_EQ(*product, ZALUnicodeString("product"));
+        Unload();
+    }
+}
+
 // ---------------------------------------------------------------------------------------------
 // Diagnostics
 
