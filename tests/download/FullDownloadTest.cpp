@@ -531,6 +531,36 @@ TEST_F(FullDownload, EndsTheDialogBeforeTheFunctionIsCalled)
     EXPECT_EQ(std::ranges::count(actions, Action::Ended), 1);
 }
 
+TEST_F(FullDownload, GoesOnWithoutTheDialogThatEndedWithItsParent)
+{
+    Fetch({{"a", "A"}, {"b", "B"}});
+    ResetFrame();
+    ASSERT_EQ(Surface().Find(ProgressWindow), nullptr);
+
+    Transport().Last().End();
+    Transport().Last().End();
+    Loop().RunUntilIdle();
+
+    EXPECT_THAT(Outcomes, SizeIs(1));
+}
+
+TEST_F(FullDownload, LeavesNoReferenceOnItsDialog)
+{
+    for (const bool ended : {true, false}) {
+        Fetch({{"a", "A"}});
+        const ZALBaseUnknown_WR window(Surface().Find(ProgressWindow));
+        if (ended)
+            Transport().Last().End();
+        else
+            Drop(); // the dialog stays up
+        Loop().RunUntilIdle();
+        EXPECT_EQ(Surface().Find(ProgressWindow) == nullptr, ended);
+        ResetFrame();
+        ConfigureFrame({});
+        EXPECT_EQ(window.GetComponent(), nullptr) << ended;
+    }
+}
+
 TEST_F(FullDownload, RunsWithoutFrameAndWithoutDialog)
 {
     ConfigureFrame({.exists = false});
