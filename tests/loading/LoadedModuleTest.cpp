@@ -229,10 +229,13 @@ TEST_F(PluginFile, ReleasesItsSingletonsWhenItIsUnloaded)
     Load();
     const ZALBaseUnknown_WR publisher(Create(PublisherClass).get());
     const ZALBaseUnknown_WR subscriber(Create(SubscriberClass).get());
-    EXPECT_TRUE(Object(publisher.GetComponent()));
+    const ZALBaseUnknown_WR downloader(Find<ZALBaseUnknown*()>("_ZN24ZALVelmartFileDownloader11GetInstanceEv")());
+    for (const ZALBaseUnknown_WR* singleton : {&publisher, &subscriber, &downloader})
+        EXPECT_TRUE(Object(singleton->GetComponent()));
     Unload();
     EXPECT_EQ(publisher.GetComponent(), nullptr);
     EXPECT_EQ(subscriber.GetComponent(), nullptr);
+    EXPECT_EQ(downloader.GetComponent(), nullptr);
 }
 
 TEST_F(PluginFile, StartsAfreshWhenItIsLoadedAgain)
