@@ -26,6 +26,9 @@ constexpr const char* ReceivedRequest = "ZALVelmartFileDownloader : Received dow
 constexpr const char* ReceivedError = "ZALVelmartFileDownloader : Received downloadQ7FilesFromTolva error response\n";
 constexpr const char* ReceivedSuccess =
     "ZALVelmartFileDownloader : Received downloadQ7FilesFromTolva success response\n";
+constexpr const char* SentFiles = "ZALVelmartFileDownloader : Send downloadFilesFromVL response\n";
+constexpr const char* SentCancel = "ZALVelmartFileDownloader : Send downloadFilesFromVL cancel response\n";
+constexpr const char* SentError = "ZALVelmartFileDownloader : Send downloadFilesFromVL error response\n";
 
 /// A failure with a text for the user.
 Completion FailedWith(const std::string& error)
@@ -262,6 +265,7 @@ TEST_F(Bridge, ReplyInsideTheRequestEndsTheDownloadBeforeItReturns)
 
     EXPECT_EQ(Start("{}"), S_OK);
     EXPECT_TRUE(notified);
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedSuccess));
 }
 
 TEST_F(Bridge, ReceiverMayHandTheNextDownloadOverInsideTheNotification)
@@ -358,8 +362,7 @@ TEST_F(Bridge, FetchesWhatTheComponentAsksForAndRepliesWithThePathsByKey)
     EXPECT_THAT(Traces(),
                 ElementsAre(SentRequest, ReceivedRequest, "Downloaded raw file : " + InParts("Bolt.ZALPart") + "\n",
                             "ZALVelmartFileDownloader::ExtractedFiles :" + InParts("c.ZALPart") + "\n",
-                            "ZALVelmartFileDownloader::ExtractedFiles :" + InParts("d.ZALPart") + "\n",
-                            "ZALVelmartFileDownloader : Send downloadFilesFromVL response\n"));
+                            "ZALVelmartFileDownloader::ExtractedFiles :" + InParts("d.ZALPart") + "\n", SentFiles));
 }
 
 TEST_F(Bridge, ReplyOfAnEmptyItemHasAnEmptyList)
@@ -416,7 +419,7 @@ TEST_P(RequestWithoutUrls, IsAnsweredAsFailed)
     EXPECT_THAT(Messages, ElementsAre(R"({ "error" : {"code": -20, "message" : "Download Failed"}, "id" : 3})"));
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
-    EXPECT_TRUE(Traced("ZALVelmartFileDownloader : Send downloadFilesFromVL error response"));
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedRequest, SentError));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -485,7 +488,7 @@ TEST_F(Bridge, CancelledTransferIsAnsweredAsCancelled)
 
     EXPECT_THAT(Messages, ElementsAre(R"({ "error" : {"code": -10, "message" : "Download Canceled"}, "id" : 7})"));
     EXPECT_THAT(Receiver.Received, IsEmpty());
-    EXPECT_TRUE(Traced("ZALVelmartFileDownloader : Send downloadFilesFromVL cancel response"));
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedRequest, SentCancel));
 }
 
 TEST_F(Bridge, MessagesOfTheCatalogGoInAsTheyStand)
@@ -582,6 +585,20 @@ TEST_F(Bridge, ComponentMayEndTheDownloadInsideAReply)
 
     EXPECT_THAT(Receiver.Received,
                 ElementsAre(Completion{Notification::DownloadSucceeded, {InParts("A.ZALPart")}, "UT5", "", {}}));
+    EXPECT_THAT(Traces(),
+                ElementsAre(SentRequest, ReceivedRequest, "Downloaded raw file : " + InParts("A.ZALPart") + "\n",
+                            SentFiles, ReceivedSuccess));
+}
+
+TEST_F(Bridge, ComponentMayLeaveTheDownloadToTheModuleInsideAReply)
+{
+    HandOver();
+    OnMessage = [](const std::string&) { Send(FallBack); };
+    AskFor("{}");
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedRequest, SentError, ReceivedError,
+                                      "ZALVelmartFileDownloader::DownloadURL: " + std::string(Url) + "\n"));
+    EXPECT_THAT(Requested(), ElementsAre(Url));
+    EXPECT_THAT(Receiver.Received, IsEmpty());
 }
 
 TEST_F(Bridge, ReplyDuringATransferEndsTheDownloadAndTheTransferGoesOn)

@@ -96,9 +96,24 @@ std::string NamesOf(const List& list)
     return names.empty() ? "nothing" : names;
 }
 
+/// A format that knows its place in the list of its container.
+class PlacedFormat : public ZALFormat {
+public:
+    PlacedFormat(const std::string& name, std::size_t place) : ZALFormat(name.c_str()), place_(place) {}
+    std::size_t Place() const { return place_; }
+
+private:
+    std::size_t place_; ///< from 1
+};
+
+/// The name, and the place unless that is the first.
 std::string FormatOf(const ZALFormat_var& format)
 {
-    return format ? format->GetName().CastToCharPtr() : "no format";
+    if (!format)
+        return "no format";
+    const std::string name = format->GetName().CastToCharPtr();
+    const std::size_t place = dynamic_cast<PlacedFormat&>(*format.Get()).Place();
+    return place > 1 ? name + " at " + std::to_string(place) : name;
 }
 
 std::string Numbers(int first, int second)
@@ -210,8 +225,11 @@ public:
 
     HRESULT FindFormats(ZALHandleList<ZALFormat>& formats) override
     {
-        for (const std::optional<std::string>& format : Self().formats)
-            formats.Append(format ? ZALFormat_var::Take(new ZALFormat(format->c_str())) : ZALFormat_var());
+        std::size_t place = 0;
+        for (const std::optional<std::string>& format : Self().formats) {
+            ++place;
+            formats.Append(format ? ZALFormat_var::Take(new PlacedFormat(*format, place)) : ZALFormat_var());
+        }
         return S_OK;
     }
 
@@ -494,10 +512,10 @@ public:
             std::ranges::find(session_.documents_, std::filesystem::path(ToUtf8(path)), &ScriptedSessionDocument::path);
         if (found == session_.documents_.end())
             return E_FAIL;
-        if (SUCCEEDED((*found)->openResult) && (*found)->isGiven) {
+        // Also on failure: the module is not to use it then.
+        document = (*found)->isGiven ? *found : nullptr;
+        if (SUCCEEDED((*found)->openResult) && document)
             ++(*found)->opens;
-            document = *found;
-        }
         return (*found)->openResult;
     }
     HRESULT SaveDocumentAs(ZALDocument& document, const ZALUnicodeString& path, const ZALUnicodeString& format,

@@ -202,6 +202,8 @@ TEST_F(ApplyTemplatesRun, MovesSeveralProductsUnderTheirOwnNamesWithAWarning)
     Warnings.Append("kept");
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("a.ZALProduct", "b.zalproduct", "p.ZALPart"));
+    EXPECT_THAT(Names(Parts()), ElementsAre("a.ZALProduct", "b.zalproduct", "p.ZALPart"));
+    EXPECT_EQ(Read(Parts() / "b.zalproduct"), "downloaded b.zalproduct");
     EXPECT_THAT(TextsOf(Warnings), ElementsAre("kept", "Too many products"));
     EXPECT_THAT(RunTraces(), IsSupersetOf({"ApplyTemplates - WARNING - No Support of template for multiple products",
                                            "ApplyTemplates - No Product Template - we move the files"}));
