@@ -10,7 +10,18 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include <fstream>
+namespace {
+
+/// How often a parser was told to keep integers and floating numbers apart.
+int activations = 0;
+
+} // namespace
+
+// Takes the place of the host's own operation in this program.
+void ZALOmxJson::ActivateConsistentDoubleUnstream()
+{
+    ++activations;
+}
 
 namespace openhost::testing {
 namespace {
@@ -145,6 +156,16 @@ TEST_F(Bridge, MessagesReachTheModuleFromTheFirstRequestOn)
 
     Send("no JSON");
     EXPECT_THAT(Receiver.Received, SizeIs(2)) << "also behind the end of the download";
+}
+
+TEST_F(Bridge, MessageIsParsedWithIntegersKeptApartFromFloatingNumbers)
+{
+    HandOver();
+    for (const char* message : {"no JSON", R"({"id": 1.0})", R"({"method": ""})"}) {
+        activations = 0;
+        Send(message);
+        EXPECT_EQ(activations, 1) << message;
+    }
 }
 
 // ---------------------------------------------------------------------------------------------
