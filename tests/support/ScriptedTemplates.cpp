@@ -33,14 +33,14 @@ ScriptedSessionDocument::~ScriptedSessionDocument() = default;
 
 HRESULT ScriptedSessionDocument::AddRefForLock()
 {
-    session_.calls.push_back("Lock " + name);
+    session_.Call("Lock " + name);
     ++locks;
     return S_OK;
 }
 
 HRESULT ScriptedSessionDocument::ReleaseForLock(int mode)
 {
-    session_.calls.push_back("Unlock " + name + " " + std::to_string(mode));
+    session_.Call("Unlock " + name + " " + std::to_string(mode));
     --locks;
     return S_OK;
 }
@@ -70,7 +70,7 @@ public:
 
 protected:
     Object& Self() const { return object_; }
-    void Note(const std::string& call) const { object_.Session().calls.push_back(call); }
+    void Note(const std::string& call) const { object_.Session().Call(call); }
 
 private:
     Object& object_;
@@ -158,7 +158,7 @@ public:
 class NotedError : public ZALError {
 public:
     NotedError(ScriptedTemplates& session, const std::string& text) : ZALError(text.c_str()), session_(session) {}
-    void Flush() override { session_.calls.push_back(std::string("Flush ") + GetText().CastToCharPtr()); }
+    void Flush() override { session_.Call(std::string("Flush ") + GetText().CastToCharPtr()); }
 
 private:
     ScriptedTemplates& session_;
@@ -507,7 +507,7 @@ public:
 
     HRESULT OpenDocument(const ZALUnicodeString& path, ZALDocument*& document, int mode) override
     {
-        session_.calls.push_back("Open " + session_.Label(ToUtf8(path)) + ", " + std::to_string(mode));
+        session_.Call("Open " + session_.Label(ToUtf8(path)) + ", " + std::to_string(mode));
         const auto found =
             std::ranges::find(session_.documents_, std::filesystem::path(ToUtf8(path)), &ScriptedSessionDocument::path);
         if (found == session_.documents_.end())
@@ -530,7 +530,7 @@ public:
     HRESULT RemoveDocument(ZALDocument& document, int mode) override
     {
         auto& removed = static_cast<ScriptedSessionDocument&>(document);
-        session_.calls.push_back("Remove " + removed.name + " " + std::to_string(mode));
+        session_.Call("Remove " + removed.name + " " + std::to_string(mode));
         --removed.opens;
         return S_OK;
     }
@@ -545,7 +545,7 @@ private:
     {
         auto& saved = static_cast<ScriptedSessionDocument&>(document);
         const std::filesystem::path file = ToUtf8(path);
-        session_.calls.push_back(operation + " " + saved.name + " to " + session_.Label(file) + arguments);
+        session_.Call(operation + " " + saved.name + " to " + session_.Label(file) + arguments);
         if (saved.leavesFile)
             std::ofstream(file) << saved.name;
         if (SUCCEEDED(saved.saveResult))
@@ -677,6 +677,13 @@ int ScriptedTemplates::LivingObjects() const
     for (ScriptedObject* object : objects_)
         count += beyondOwn(object);
     return count;
+}
+
+void ScriptedTemplates::Call(const std::string& call)
+{
+    calls.push_back(call);
+    if (OnCall)
+        OnCall(call);
 }
 
 std::vector<std::string> ScriptedTemplates::CallsOf(const std::set<std::string>& words) const

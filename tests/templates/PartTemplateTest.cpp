@@ -79,6 +79,17 @@ TEST_F(PartTemplateRun, CopiesTheResultIntoTheTemplateAndSavesIt)
     EXPECT_EQ(Error, "untouched");
 }
 
+TEST_F(PartTemplateRun, TracesTheSaveBeforehand)
+{
+    std::string traced;
+    Session.OnCall = [&](const std::string& call) {
+        if (call.starts_with("SaveAs"))
+            traced = PartTraces().back();
+    };
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(traced, SaveTrace());
+}
+
 TEST_F(PartTemplateRun, IsSavedAsNewForNewFrom)
 {
     EXPECT_EQ(Apply(SaveMethodNewFrom), S_OK);

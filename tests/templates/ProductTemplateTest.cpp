@@ -452,6 +452,18 @@ TEST_F(ProductRun, PlacesEachPartInTheTemplateAndSavesIt)
     EXPECT_TRUE(exists(Temp() / "drawing.pdf")) << "it is not moved";
 }
 
+TEST_F(ProductRun, TracesTheSaveBeforehand)
+{
+    Texts traced;
+    Session.OnCall = [&](const std::string& call) {
+        if (call.starts_with("SaveAs"))
+            traced.push_back(RunTraces().back());
+    };
+    AddSource("p");
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(traced, ElementsAre("ApplyTemplates - SaveAs : " + InParts("bolt.ZALProduct")));
+}
+
 TEST_F(ProductRun, IsSavedAsNewForNewFrom)
 {
     Session.AddChild(product, AddSource("p"), "p.1", 1);
