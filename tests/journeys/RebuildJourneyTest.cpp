@@ -4,6 +4,7 @@
 #include "catalogue/service/CatalogueService.h"
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
+#include "tests/journeys/JourneyFixture.h"
 #include "tests/support/StepFile.h"
 
 #include <gmock/gmock.h>
@@ -14,8 +15,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <map>
-#include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <vector>
@@ -137,12 +136,6 @@ protected:
     {
         EXPECT_THAT(Names(Temp()), ElementsAre("VelmartDownloadedQ7Files.zip", "VelmartTemplates"));
         EXPECT_EQ(LeftOpen(), 0);
-    }
-    static std::string Content(const std::filesystem::path& path)
-    {
-        std::ostringstream content;
-        content << std::ifstream(path, std::ios::binary).rdbuf();
-        return std::move(content).str();
     }
     static std::vector<std::string> Names(const std::filesystem::path& folder)
     {
@@ -266,12 +259,12 @@ TEST_F(RebuildJourney, TheUserWhoOpensSeveralProductsIsToldThatTheyComeAsTheyAre
 TEST_F(RebuildJourney, AnItemThatIsThereAlreadyIsNotFetchedAgain)
 {
     Download("hexagon-bolt-m6x30", "My bolt", Parts(), Templates());
-    const std::string rebuilt = Content(Parts() / "My bolt.ZALPart");
+    const std::string rebuilt = ReadFile(Parts() / "My bolt.ZALPart");
     Download("hexagon-bolt-m6x30", "My bolt", Parts(), Templates(), "velmart_open");
     EXPECT_THAT(Events("request"), IsEmpty());
     EXPECT_THAT(Dialogs(), ElementsAre(StartsWith("A file of this name was already in the download folder")));
     EXPECT_THAT(Names(Parts()), ElementsAre("My bolt.ZALPart"));
-    EXPECT_EQ(Content(Parts() / "My bolt.ZALPart"), rebuilt);
+    EXPECT_EQ(ReadFile(Parts() / "My bolt.ZALPart"), rebuilt);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -316,7 +309,7 @@ TEST_F(RebuildJourney, AProductTemplateWithoutAPartTemplateEndsBehindTheFirstPar
     ready.erase("zalpartTemplate");
     Download("bolted-joint-m8", "My joint", Parts(), ready);
     ASSERT_THAT(Names(Parts()), ElementsAre("My joint_01.ZALPart"));
-    EXPECT_EQ(Content(Parts() / "My joint_01.ZALPart"), Content(Plain() / "ISO4014_M8x40.ZALPart"));
+    EXPECT_EQ(ReadFile(Parts() / "My joint_01.ZALPart"), ReadFile(Plain() / "ISO4014_M8x40.ZALPart"));
     EXPECT_THAT(Dialogs(), ElementsAre(DownloadFailed));
     ExpectTidy();
 }
@@ -328,7 +321,7 @@ TEST_F(RebuildJourney, ATemplateThatCannotBeFetchedLeavesTheItemAsItCame)
     ready["zalpartTemplate"] = ready["zalpartTemplate"].get<std::string>() + "?cut=100";
     Download("hexagon-bolt-m6x30", "My bolt", Parts(), ready);
     ASSERT_THAT(Names(Parts()), ElementsAre("My bolt.ZALPart"));
-    EXPECT_EQ(Content(Parts() / "My bolt.ZALPart"), Content(Plain() / "ISO4014_M6x30.ZALPart"));
+    EXPECT_EQ(ReadFile(Parts() / "My bolt.ZALPart"), ReadFile(Plain() / "ISO4014_M6x30.ZALPart"));
     EXPECT_THAT(Dialogs(), ElementsAre(DownloadFailed)) << "the failure is told first, and only that";
     EXPECT_EQ(LeftOpen(), 0);
 }
