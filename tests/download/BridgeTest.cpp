@@ -593,6 +593,22 @@ TEST_F(Bridge, ComponentMayAskAnewInsideAReplyThatComesInsideItsRequest)
     EXPECT_THAT(FilesBelow(Parts()), ElementsAre("B.ZALPart"));
 }
 
+TEST_F(Bridge, RequestInsideAReplyThatComesInsideARequestIsTheOneThatRuns)
+{
+    HandOver();
+    OnMessage = [this](const std::string&) {
+        OnMessage = {};
+        AskFor(R"({"B": "https://velmart.example/b"})", "8");
+    };
+    AskFor("{}", "0");
+    const auto& inner = Transport().Last();
+    EXPECT_TRUE(inner.IsRunning());
+
+    AskFor(R"({"C": "https://velmart.example/c"})", "9");
+    EXPECT_FALSE(inner.IsRunning()) << "it gives way to the next one";
+    EXPECT_TRUE(Transport().Last().IsRunning());
+}
+
 TEST_F(Bridge, ComponentMayEndTheDownloadInsideAReply)
 {
     ServePart("a");

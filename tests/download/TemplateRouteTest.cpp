@@ -444,6 +444,23 @@ TEST_F(TemplateRoute, GoesOnBehindAReceiverThatEndsTheFirstFailureWithAnotherDow
     EXPECT_THAT(Receiver.Received, ElementsAre(Failed(), Failed(), Succeeded({InParts("next.stp")})));
 }
 
+TEST_F(TemplateRoute, DownloadThatAReceiverStartsInsideTheCallIsTheOneThatRuns)
+{
+    Receiver.OnReceipt = [&] {
+        if (Receiver.Received.size() == 1)
+            Start(Request("inner"));
+    };
+    Transport().RefuseNext();
+    EXPECT_EQ(Start(Request("outer")), S_OK);
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed(), Failed()));
+    const ScriptedTransport::Script& inner = Transport().Last();
+    EXPECT_TRUE(inner.IsRunning());
+
+    EXPECT_EQ(Start(Request("next")), S_OK);
+    EXPECT_FALSE(inner.IsRunning()) << "it gives way to the next one";
+    EXPECT_TRUE(Transport().Last().IsRunning());
+}
+
 // ---------------------------------------------------------------------------------------------
 // Runs that fail
 

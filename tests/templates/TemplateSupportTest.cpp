@@ -16,9 +16,9 @@ bool textsAreNarrow = false;
 // Takes the place of the host's own operation in this program.
 HRESULT ZALUnicodeString::ConvertToUCChar(char16_t* units, int& count) const
 {
+    count = GetLengthInChar();
     if (textsAreNarrow)
         return E_FAIL;
-    count = GetLengthInChar();
     std::copy_n(CastToUTF16Ptr(), count, units);
     return S_OK;
 }
