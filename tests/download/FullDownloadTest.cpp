@@ -518,6 +518,34 @@ TEST_F(FullDownload, ComputesTheShareInSinglePrecision)
 
 TEST_F(FullDownload, EndsTheDialogBeforeTheFunctionIsCalled)
 {
+    for (const TransferEnd end : {TransferEnd::Finished, TransferEnd::Failed, TransferEnd::Cancelled}) {
+        bool gone = false;
+        OnOutcome = [&] {
+            Loop().RunUntilIdle();
+            gone = !Surface().Find(ProgressWindow);
+        };
+        Fetch({{"a", "A"}});
+        Transport().Last().End(end);
+        EXPECT_TRUE(gone) << static_cast<int>(end);
+    }
+}
+
+TEST_F(FullDownload, EndsTheDialogOfARunThatIsStartedAnewInVain)
+{
+    Fetch({{"a", "A"}});
+    Transport().RefuseNext();
+    bool failed = false;
+    Download->Start([&](Notification::Status status, const std::vector<ZALVLIFullDownload::DownloadResult>&) {
+        failed = status == Notification::DownloadFailed;
+    });
+    EXPECT_TRUE(failed);
+    Drop();
+    Loop().RunUntilIdle();
+    EXPECT_EQ(Surface().Find(ProgressWindow), nullptr);
+}
+
+TEST_F(FullDownload, GivesADownloadThatItsFunctionStartsADialogOfItsOwn)
+{
     Fetch({{"a", "A"}});
     OnOutcome = [this] { Fetch({{"b", "B"}}); };
     Transport().Last().End();
