@@ -45,8 +45,7 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFin
     runningInstance = this;
 
     // Held, because the selection may change while the user is asked.
-    const ZALInterfaceHandle<ZALBaseUnknown> selected(GetSelectedObject());
-    ZALBaseUnknown* const object = selected.operator->();
+    const ZALBaseUnknown_var object(GetSelectedObject());
     if (!object) {
         FailWith("UnableToRetrieveSelection");
         return;
@@ -57,9 +56,9 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFin
         return;
     }
 
-    FindPartName(object);
+    FindPartName(object.Get());
 
-    if (FAILED(SaveAsTempLVR(object, tempFilePath))) {
+    if (FAILED(SaveAsTempLVR(object.Get(), tempFilePath))) {
         FailWith("SaveAsLVRFailure");
         return;
     }
@@ -92,7 +91,7 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFin
 
     AddCallback(ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher(), ZALDlgWindCloseNotification::ClassName(),
                 &ZALVelmartFindSimilarCmd::OnPanelClosed, nullptr);
-    AddCallback(addin.operator->(), ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif::ClassName(),
+    AddCallback(addin.Get(), ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif::ClassName(),
                 &ZALVelmartFindSimilarCmd::OnOpApiStatusChange, nullptr);
 
     if (addin->GetOpApiStatus() == OpApiReady) {
@@ -146,13 +145,9 @@ void ZALVelmartFindSimilarCmd::FindPartName(ZALBaseUnknown* object)
     ZALIProduct_var product(object);
     ZALIAlias_var alias(object);
     if (product) {
-        if (!product->IsReferenceProduct()) {
-            ZALIProduct* reference = product->GetReferenceProduct();
-            product = ZALIProduct_var(reference);
-            if (reference)
-                reference->Release();
-        }
-        alias = ZALIAlias_var(product.operator->());
+        if (!product->IsReferenceProduct())
+            product = ZALIProduct_var::Take(product->GetReferenceProduct());
+        alias = ZALIAlias_var(product);
     }
 
     if (alias)
@@ -182,9 +177,8 @@ ZALVelmartFindSimilarCmd::Addin ZALVelmartFindSimilarCmd::GetAddinOf(const ZALIM
     if (!panel || FAILED(panel->GetAddin("ZALVelmartMeridiaAccessAddin", &found)))
         return {};
 
-    Addin addin(ZALSysDynamicCast<ZALVelmartMeridiaAccessAddin>(found));
-    found->Release();
-    return addin;
+    const ZALBaseUnknown_var held = ZALBaseUnknown_var::Take(found);
+    return Addin(ZALSysDynamicCast<ZALVelmartMeridiaAccessAddin>(found));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -257,7 +251,7 @@ ZALVelmartFindSimilarCmd::~ZALVelmartFindSimilarCmd()
     }
 
     if (const Addin addin = GetAddinOf(ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog()))
-        RemoveSubscriberCallbacks(addin.operator->());
+        RemoveSubscriberCallbacks(addin.Get());
     RemoveSubscriberCallbacks(ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher());
 
     RemoveProgressTimeOut();

@@ -8,11 +8,7 @@
 
 ZALIMeridiaAccessDialog_var ZALVelmartMeridiaAccessAddin::GetPanel() const
 {
-    ZALBaseUnknown* component = _AccessDialog.GetComponent();
-    ZALIMeridiaAccessDialog_var panel(component);
-    if (component)
-        component->Release();
-    return panel;
+    return ZALIMeridiaAccessDialog_var(ZALBaseUnknown_var::Take(_AccessDialog.GetComponent()));
 }
 
 HRESULT ZALVelmartMeridiaAccessAddin::OnPageUrl(const ZALUnicodeString& url)
