@@ -17,6 +17,44 @@ const char* const MessageCatalog = "ZALVelmartFindSimilarCmd";
 /// Most bytes of an upload.
 constexpr std::uint32_t MaximumUploadSize = 10485760;
 
+/// The object that the user has selected, or null. No reference is added.
+ZALBaseUnknown* GetSelectedObject()
+{
+    ZALFrmEditor* editor = ZALFrmEditor::GetCurrentEditor();
+    ZALCSO* objects = editor ? editor->GetCSO() : nullptr;
+    if (!objects)
+        return nullptr;
+
+    // Of several objects the first one counts.
+    objects->InitElementList();
+    auto* path = ZALSysDynamicCast<ZALPathElement>(objects->NextElement());
+    if (!path)
+        return nullptr;
+
+    path->InitToLeafElement();
+    return path->NextFatherElement();
+}
+
+/// Warns the user of the upload.
+bool IsUploadWanted()
+{
+    const ZALUnicodeString title =
+        ZALMsgCatalog::BuildMessage(MessageCatalog, "UploadWarningTitle", nullptr, 0, ZALUnicodeString());
+    const ZALUnicodeString message =
+        ZALMsgCatalog::BuildMessage(MessageCatalog, "UploadWarningMessage", nullptr, 0, ZALUnicodeString());
+
+    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
+    ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr;
+    if (!parent)
+        return true;
+
+    auto* dialog = new ZALDlgNotify(parent, "UploadWarningPopup", ZALDlgNotifyWarningYesNo);
+    const int answer = dialog->DisplayBlocked(message, title);
+    dialog->RequestDelayedDestruction();
+
+    return answer != ZALDlgAnswerNo;
+}
+
 } // namespace
 
 ZALVelmartFindSimilarCmd* ZALVelmartFindSimilarCmd::runningInstance = nullptr;
@@ -102,42 +140,6 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFin
     } else {
         panel->LoadUrl(velmartURL);
     }
-}
-
-ZALBaseUnknown* ZALVelmartFindSimilarCmd::GetSelectedObject() const
-{
-    ZALFrmEditor* editor = ZALFrmEditor::GetCurrentEditor();
-    ZALCSO* objects = editor ? editor->GetCSO() : nullptr;
-    if (!objects)
-        return nullptr;
-
-    // Of several objects the first one counts.
-    objects->InitElementList();
-    auto* path = ZALSysDynamicCast<ZALPathElement>(objects->NextElement());
-    if (!path)
-        return nullptr;
-
-    path->InitToLeafElement();
-    return path->NextFatherElement();
-}
-
-bool ZALVelmartFindSimilarCmd::IsUploadWanted() const
-{
-    const ZALUnicodeString title =
-        ZALMsgCatalog::BuildMessage(MessageCatalog, "UploadWarningTitle", nullptr, 0, ZALUnicodeString());
-    const ZALUnicodeString message =
-        ZALMsgCatalog::BuildMessage(MessageCatalog, "UploadWarningMessage", nullptr, 0, ZALUnicodeString());
-
-    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr;
-    if (!parent)
-        return true;
-
-    auto* dialog = new ZALDlgNotify(parent, "UploadWarningPopup", ZALDlgNotifyWarningYesNo);
-    const int answer = dialog->DisplayBlocked(message, title);
-    dialog->RequestDelayedDestruction();
-
-    return answer != ZALDlgAnswerNo;
 }
 
 void ZALVelmartFindSimilarCmd::FindPartName(ZALBaseUnknown* object)

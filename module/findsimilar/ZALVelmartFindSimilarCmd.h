@@ -23,8 +23,6 @@ public:
 private:
     friend class ZALVelmartFindSimilarCmdProbe;
 
-    ZALBaseUnknown* GetSelectedObject() const;
-    bool IsUploadWanted() const;
     void FindPartName(ZALBaseUnknown* object);
     void BuildVelmartURL();
     void FailWith(const ZALString& key);
