@@ -153,6 +153,32 @@ TEST_F(FindSimilarSteps, DoNotLookAtTheResultOfTheClosing)
 }
 
 // ---------------------------------------------------------------------------------------------
+// Memory
+
+TEST_F(FindSimilarSteps, BeginNothingWithoutMemoryForTheCommand)
+{
+    ScarceSize = sizeof(ZALVelmartFindSimilarCmd);
+    EXPECT_EQ(fctCreateZALVelmartFindSimilarCmd(), nullptr);
+    EXPECT_EQ(StartCommand(CommandClass), StartResult::Unknown);
+    EXPECT_EQ(Command::Running(), nullptr);
+    ScarceSize = 0;
+    Start();
+    EXPECT_THAT(Errors(), IsEmpty());
+}
+
+TEST_F(FindSimilarSteps, EndInSilenceWithoutMemoryForTheRequest)
+{
+    Start();
+    ScarceSize = sizeof(ZALCefHttpRequest);
+    ReportReady();
+    ScarceSize = 0;
+    EXPECT_THAT(WaitCalls(), IsEmpty());
+    EXPECT_THAT(Errors(), IsEmpty());
+    EXPECT_TRUE(Transport().Requests().empty());
+    EXPECT_TRUE(HasEnded());
+}
+
+// ---------------------------------------------------------------------------------------------
 // Waiting, and the end
 
 TEST_F(FindSimilarSteps, WaitASecondOnceTheUploadHasBeenSent)

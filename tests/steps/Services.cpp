@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <tuple>
 #include <utility>
 
@@ -162,6 +163,13 @@ HRESULT CreateZALIVelmartIntegrationSettingAtt(ZALIVelmartIntegrationSettingAtt*
     *settings = CurrentServices().settings.get();
     (*settings)->AddRef();
     return S_OK;
+}
+
+void* ZALBaseUnknown::operator new(std::size_t size)
+{
+    if (size == openhost::testing::ScarceSize)
+        throw std::bad_alloc();
+    return ::operator new(size);
 }
 
 // ---------------------------------------------------------------------------------------------

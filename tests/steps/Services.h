@@ -66,6 +66,9 @@ struct Services {
     int headerAnswer = 0; ///< of the one command header, whether it is available
 };
 
+/// Objects of this size cannot be made; 0 for none. Objects are made before there are services.
+inline std::size_t ScarceSize = 0;
+
 /// Those of the test that runs.
 Services& CurrentServices();
 
