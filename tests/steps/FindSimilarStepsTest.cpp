@@ -1,5 +1,6 @@
 // The export, the upload and the end of Find Similar, call by call.
 
+#include "openhost/files/PathVariables.h"
 #include "tests/findsimilar/FindSimilarFixture.h"
 #include "tests/steps/Services.h"
 
@@ -66,6 +67,18 @@ TEST_F(FindSimilarSteps, WriteTheLightFileThenZipItThenDeleteIt)
     EXPECT_THAT(ExportCalls(), ElementsAre(Writing(), "zip open " + Zip().string() + " 0",
                                            "zip add " + LightFile().string() + " 1 1 " + Temp().string() + " 0",
                                            "zip close", "delete " + LightFile().string(), Opening("r")));
+}
+
+TEST_F(FindSimilarSteps, NameTheirFilesInTheScriptOfTheTemporaryFolder)
+{
+    const std::string folder = "/B\u00FCgel \u4E2D \U0001F529";
+    SetPathVariable(TemporaryFolderVariable, folder);
+    Start();
+    const std::string light = folder + "/VLUploadedLVRFile.lvr";
+    const std::string zip = folder + "/VLUploadedLVRFile.zip";
+    EXPECT_THAT(ExportCalls(), ElementsAre("write " + light + " 7 no colors 0 16", "zip open " + zip + " 0",
+                                           "zip add " + light + " 1 1 " + folder + " 0", "zip close", "delete " + light,
+                                           "open " + zip + " r"));
 }
 
 TEST_F(FindSimilarSteps, GoOnWhateverZippingAndDeletingGive)
