@@ -66,6 +66,7 @@ TEST_F(PanelWorkbench, ThePanelIsHeldAsComponentAndAsInterfaceDuringACallAlone)
     Send(Message("velmart_ready"));
     EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
     EXPECT_EQ(panel->references, (std::vector<unsigned int>{3, 3}));
+    EXPECT_EQ(Addin().OnPageUrl("https://velmart.example/"), S_OK);
     EXPECT_EQ(panel->Release(), 0U);
 }
 
