@@ -190,6 +190,21 @@ TEST_F(FindSimilarUpload, ShowsNoProgressWithoutAFrame)
     EXPECT_TRUE(Errors().empty());
 }
 
+TEST_F(FindSimilarUpload, GoesOnWhenTheFrameEndsWithTheProgress)
+{
+    StartUpload();
+    Loop().Advance(1s);
+    const ZALBaseUnknown_WR dialog(Surface().Find(ProgressDialog));
+    ResetFrame();
+    EXPECT_FALSE(HasProgressDialog());
+    ZALBaseUnknown* held = dialog.GetComponent();
+    ASSERT_TRUE(held);
+    held->Release();
+    Reply(Query);
+    EXPECT_EQ(dialog.GetComponent(), nullptr);
+    EXPECT_EQ(Page().Scripts(), Texts{Script});
+}
+
 TEST_F(FindSimilarUpload, ShowsProgressForCommandsAlone)
 {
     Command::ShowUploadProgress(nullptr, nullptr);
