@@ -18,6 +18,13 @@ bool IsLocked(const ZALSettingInfo& info)
     return SUCCEEDED(info.GetLock(lock)) && (lock == 'R' || lock == 'r');
 }
 
+bool IsDirectory(const ZALUnicodeString& text)
+{
+    ZALFileStatus status;
+    return text.GetLengthInChar() > 0 && SUCCEEDED(ZALFileStat(text, status)) &&
+           (status.Mode & ZALFileTypeMask) == ZALFileTypeDirectory;
+}
+
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -130,25 +137,9 @@ void ZALVelmartDownloadLocationDlg::OnModify(ZALBaseUnknown*, ZALNotification*, 
 
 void ZALVelmartDownloadLocationDlg::OnBrowse(ZALBaseUnknown*, ZALNotification*, void*)
 {
-    if (!directoryChooser) {
-        if (FAILED(ZALFileMenuMethods::CreateCurrentDocEnvDialogBox(this, "ZALVelmartDownloadDirectoryChooserDlg",
-                                                                    ZALDlgFolderChooser, directoryChooser, nullptr)) ||
-            !directoryChooser)
-            return;
-        AddCallback(directoryChooser, ZALDlgOKNotification::ClassName(),
-                    &ZALVelmartDownloadLocationDlg::OnDirectoryChooserOK, nullptr);
-        AddCallback(directoryChooser, ZALDlgCancelNotification::ClassName(),
-                    &ZALVelmartDownloadLocationDlg::OnDirectoryChooserCancel, nullptr);
-        directoryChooser->SetTitle(GetTitle());
-    }
-
-    if (locationEditor) {
-        const ZALUnicodeString text = locationEditor->GetText();
-        if (IsDirectory(text))
-            directoryChooser->SetStartFolder(text);
-    }
-
-    directoryChooser->SetVisibility(ZALDlgShow);
+    ShowDirectoryChooser(this, directoryChooser, GetTitle(), locationEditor,
+                         static_cast<ZALSubscriberMethod>(&ZALVelmartDownloadLocationDlg::OnDirectoryChooserOK),
+                         static_cast<ZALSubscriberMethod>(&ZALVelmartDownloadLocationDlg::OnDirectoryChooserCancel));
 }
 
 void ZALVelmartDownloadLocationDlg::OnDirectoryChooserOK(ZALBaseUnknown*, ZALNotification*, void*)
@@ -187,7 +178,7 @@ void ZALVelmartDownloadLocationDlg::OnOK(ZALBaseUnknown*, ZALNotification*, void
             written |= SUCCEEDED(settings->SetDoNotRemindDownloadLocation(newDoNotRemind));
         ZALUnicodeString location;
         settings->GetDownloadLocation(location);
-        if (!(location == text))
+        if (location != text)
             written |= SUCCEEDED(settings->SetDownloadLocation(text));
         if (written)
             settings->SaveSettings(0);
@@ -222,13 +213,29 @@ void ZALVelmartDownloadLocationDlg::RequestDelayedDestruction()
 }
 
 // ---------------------------------------------------------------------------------------------
-// Judging a folder
+// Choosing and judging a folder
 
-bool ZALVelmartDownloadLocationDlg::IsDirectory(const ZALUnicodeString& text)
+void ZALVelmartDownloadLocationDlg::ShowDirectoryChooser(ZALDialog* owner, ZALDlgFileBox*& chooser,
+                                                         const ZALUnicodeString& title, const ZALDlgEditor* editor,
+                                                         ZALSubscriberMethod onOK, ZALSubscriberMethod onCancel)
 {
-    ZALFileStatus status;
-    return text.GetLengthInChar() > 0 && SUCCEEDED(ZALFileStat(text, status)) &&
-           (status.Mode & ZALFileTypeMask) == ZALFileTypeDirectory;
+    if (!chooser) {
+        if (FAILED(ZALFileMenuMethods::CreateCurrentDocEnvDialogBox(owner, "ZALVelmartDownloadDirectoryChooserDlg",
+                                                                    ZALDlgFolderChooser, chooser, nullptr)) ||
+            !chooser)
+            return;
+        owner->AddCallback(chooser, ZALDlgOKNotification::ClassName(), onOK, nullptr);
+        owner->AddCallback(chooser, ZALDlgCancelNotification::ClassName(), onCancel, nullptr);
+        chooser->SetTitle(title);
+    }
+
+    if (editor) {
+        const ZALUnicodeString text = editor->GetText();
+        if (IsDirectory(text))
+            chooser->SetStartFolder(text);
+    }
+
+    chooser->SetVisibility(ZALDlgShow);
 }
 
 bool ZALVelmartDownloadLocationDlg::IsValidDirectory(ZALDialog* parent, const ZALUnicodeString& text)

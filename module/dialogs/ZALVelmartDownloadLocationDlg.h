@@ -22,10 +22,13 @@ public:
     /// Makes the dialog on the frame's application document and shows it. Null, and no notification comes, when either
     /// is missing.
     static ZALVelmartDownloadLocationDlg* Create();
-    /// Whether `text` names a directory.
-    static bool IsDirectory(const ZALUnicodeString& text);
-    /// The same; tells the user on `parent` when it does not.
+    /// Whether `text` names a directory; tells the user on `parent` when it does not.
     static bool IsValidDirectory(ZALDialog* parent, const ZALUnicodeString& text);
+    /// What a browse button of `owner` does: shows `chooser`, in the folder that `editor` names if it names one. The
+    /// chooser is made at the first use, with `title`, and its OK and CANCEL go to the two methods of `owner`.
+    static void ShowDirectoryChooser(ZALDialog* owner, ZALDlgFileBox*& chooser, const ZALUnicodeString& title,
+                                     const ZALDlgEditor* editor, ZALSubscriberMethod onOK,
+                                     ZALSubscriberMethod onCancel);
 
     ~ZALVelmartDownloadLocationDlg() override;
 

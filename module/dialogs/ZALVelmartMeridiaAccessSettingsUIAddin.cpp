@@ -17,11 +17,9 @@ ZALVelmartMeridiaAccessSettingsUIAddin::~ZALVelmartMeridiaAccessSettingsUIAddin(
 
 HRESULT ZALVelmartMeridiaAccessSettingsUIAddin::Refresh()
 {
-    ZALBaseUnknown* component = frame.GetComponent();
-    if (auto* page = ZALSysDynamicCast<ZALDlgToolsOptionsFrame>(component))
+    const ZALBaseUnknown_var component = ZALBaseUnknown_var::Take(frame.GetComponent());
+    if (auto* page = ZALSysDynamicCast<ZALDlgToolsOptionsFrame>(component.Get()))
         page->Refresh();
-    if (component)
-        component->Release();
     return S_OK;
 }
 

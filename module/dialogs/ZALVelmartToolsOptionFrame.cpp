@@ -105,25 +105,10 @@ void ZALVelmartToolsOptionFrame::OnCheckModify(ZALBaseUnknown*, ZALNotification*
 
 void ZALVelmartToolsOptionFrame::OnBrowse(ZALBaseUnknown*, ZALNotification*, void*)
 {
-    if (!directoryChooser) {
-        if (FAILED(ZALFileMenuMethods::CreateCurrentDocEnvDialogBox(this, "ZALVelmartDownloadDirectoryChooserDlg",
-                                                                    ZALDlgFolderChooser, directoryChooser, nullptr)) ||
-            !directoryChooser)
-            return;
-        AddCallback(directoryChooser, ZALDlgOKNotification::ClassName(),
-                    &ZALVelmartToolsOptionFrame::OnDirectoryChooserOK, nullptr);
-        AddCallback(directoryChooser, ZALDlgCancelNotification::ClassName(),
-                    &ZALVelmartToolsOptionFrame::OnDirectoryChooserCancel, nullptr);
-        directoryChooser->SetTitle("");
-    }
-
-    if (locationEditor) {
-        const ZALUnicodeString text = locationEditor->GetText();
-        if (ZALVelmartDownloadLocationDlg::IsDirectory(text))
-            directoryChooser->SetStartFolder(text);
-    }
-
-    directoryChooser->SetVisibility(ZALDlgShow);
+    ZALVelmartDownloadLocationDlg::ShowDirectoryChooser(
+        this, directoryChooser, "", locationEditor,
+        static_cast<ZALSubscriberMethod>(&ZALVelmartToolsOptionFrame::OnDirectoryChooserOK),
+        static_cast<ZALSubscriberMethod>(&ZALVelmartToolsOptionFrame::OnDirectoryChooserCancel));
 }
 
 void ZALVelmartToolsOptionFrame::OnDirectoryChooserOK(ZALBaseUnknown*, ZALNotification*, void*)

@@ -17,6 +17,44 @@ const char* const MessageCatalog = "ZALVelmartFindSimilarCmd";
 /// Most bytes of an upload.
 constexpr std::uint32_t MaximumUploadSize = 10485760;
 
+/// The object that the user has selected, or null. No reference is added.
+ZALBaseUnknown* GetSelectedObject()
+{
+    ZALFrmEditor* editor = ZALFrmEditor::GetCurrentEditor();
+    ZALCSO* objects = editor ? editor->GetCSO() : nullptr;
+    if (!objects)
+        return nullptr;
+
+    // Of several objects the first one counts.
+    objects->InitElementList();
+    auto* path = ZALSysDynamicCast<ZALPathElement>(objects->NextElement());
+    if (!path)
+        return nullptr;
+
+    path->InitToLeafElement();
+    return path->NextFatherElement();
+}
+
+/// Warns the user of the upload.
+bool IsUploadWanted()
+{
+    const ZALUnicodeString title =
+        ZALMsgCatalog::BuildMessage(MessageCatalog, "UploadWarningTitle", nullptr, 0, ZALUnicodeString());
+    const ZALUnicodeString message =
+        ZALMsgCatalog::BuildMessage(MessageCatalog, "UploadWarningMessage", nullptr, 0, ZALUnicodeString());
+
+    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
+    ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr;
+    if (!parent)
+        return true;
+
+    auto* dialog = new ZALDlgNotify(parent, "UploadWarningPopup", ZALDlgNotifyWarningYesNo);
+    const int answer = dialog->DisplayBlocked(message, title);
+    dialog->RequestDelayedDestruction();
+
+    return answer != ZALDlgAnswerNo;
+}
+
 } // namespace
 
 ZALVelmartFindSimilarCmd* ZALVelmartFindSimilarCmd::runningInstance = nullptr;
@@ -45,8 +83,7 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFin
     runningInstance = this;
 
     // Held, because the selection may change while the user is asked.
-    const ZALInterfaceHandle<ZALBaseUnknown> selected(GetSelectedObject());
-    ZALBaseUnknown* const object = selected.operator->();
+    const ZALBaseUnknown_var object(GetSelectedObject());
     if (!object) {
         FailWith("UnableToRetrieveSelection");
         return;
@@ -57,9 +94,9 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFin
         return;
     }
 
-    FindPartName(object);
+    FindPartName(object.Get());
 
-    if (FAILED(SaveAsTempLVR(object, tempFilePath))) {
+    if (FAILED(SaveAsTempLVR(object.Get(), tempFilePath))) {
         FailWith("SaveAsLVRFailure");
         return;
     }
@@ -92,7 +129,7 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFin
 
     AddCallback(ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher(), ZALDlgWindCloseNotification::ClassName(),
                 &ZALVelmartFindSimilarCmd::OnPanelClosed, nullptr);
-    AddCallback(addin.operator->(), ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif::ClassName(),
+    AddCallback(addin.Get(), ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif::ClassName(),
                 &ZALVelmartFindSimilarCmd::OnOpApiStatusChange, nullptr);
 
     if (addin->GetOpApiStatus() == OpApiReady) {
@@ -105,54 +142,14 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFin
     }
 }
 
-ZALBaseUnknown* ZALVelmartFindSimilarCmd::GetSelectedObject() const
-{
-    ZALFrmEditor* editor = ZALFrmEditor::GetCurrentEditor();
-    ZALCSO* objects = editor ? editor->GetCSO() : nullptr;
-    if (!objects)
-        return nullptr;
-
-    // Of several objects the first one counts.
-    objects->InitElementList();
-    auto* path = ZALSysDynamicCast<ZALPathElement>(objects->NextElement());
-    if (!path)
-        return nullptr;
-
-    path->InitToLeafElement();
-    return path->NextFatherElement();
-}
-
-bool ZALVelmartFindSimilarCmd::IsUploadWanted() const
-{
-    const ZALUnicodeString title =
-        ZALMsgCatalog::BuildMessage(MessageCatalog, "UploadWarningTitle", nullptr, 0, ZALUnicodeString());
-    const ZALUnicodeString message =
-        ZALMsgCatalog::BuildMessage(MessageCatalog, "UploadWarningMessage", nullptr, 0, ZALUnicodeString());
-
-    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr;
-    if (!parent)
-        return true;
-
-    auto* dialog = new ZALDlgNotify(parent, "UploadWarningPopup", ZALDlgNotifyWarningYesNo);
-    const int answer = dialog->DisplayBlocked(message, title);
-    dialog->RequestDelayedDestruction();
-
-    return answer != ZALDlgAnswerNo;
-}
-
 void ZALVelmartFindSimilarCmd::FindPartName(ZALBaseUnknown* object)
 {
     ZALIProduct_var product(object);
     ZALIAlias_var alias(object);
     if (product) {
-        if (!product->IsReferenceProduct()) {
-            ZALIProduct* reference = product->GetReferenceProduct();
-            product = ZALIProduct_var(reference);
-            if (reference)
-                reference->Release();
-        }
-        alias = ZALIAlias_var(product.operator->());
+        if (!product->IsReferenceProduct())
+            product = ZALIProduct_var::Take(product->GetReferenceProduct());
+        alias = ZALIAlias_var(product);
     }
 
     if (alias)
@@ -182,9 +179,8 @@ ZALVelmartFindSimilarCmd::Addin ZALVelmartFindSimilarCmd::GetAddinOf(const ZALIM
     if (!panel || FAILED(panel->GetAddin("ZALVelmartMeridiaAccessAddin", &found)))
         return {};
 
-    Addin addin(ZALSysDynamicCast<ZALVelmartMeridiaAccessAddin>(found));
-    found->Release();
-    return addin;
+    const ZALBaseUnknown_var held = ZALBaseUnknown_var::Take(found);
+    return Addin(ZALSysDynamicCast<ZALVelmartMeridiaAccessAddin>(found));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -257,7 +253,7 @@ ZALVelmartFindSimilarCmd::~ZALVelmartFindSimilarCmd()
     }
 
     if (const Addin addin = GetAddinOf(ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog()))
-        RemoveSubscriberCallbacks(addin.operator->());
+        RemoveSubscriberCallbacks(addin.Get());
     RemoveSubscriberCallbacks(ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher());
 
     RemoveProgressTimeOut();

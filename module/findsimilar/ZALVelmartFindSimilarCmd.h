@@ -23,8 +23,6 @@ public:
 private:
     friend class ZALVelmartFindSimilarCmdProbe;
 
-    ZALBaseUnknown* GetSelectedObject() const;
-    bool IsUploadWanted() const;
     void FindPartName(ZALBaseUnknown* object);
     void BuildVelmartURL();
     void FailWith(const ZALString& key);
@@ -51,11 +49,11 @@ private:
     /// The addin in `panel`; null when either is missing.
     static Addin GetAddinOf(const ZALIMeridiaAccessDialog_var& panel);
 
-    ZALCefHttpRequest* uploadRequest = nullptr; ///< the upload in flight, with a reference
-    ZALUnicodeString tempFilePath;              ///< of the zip file
-    ZALUnicodeString partName;                  ///< under which it is uploaded
-    ZALUnicodeString velmartURL;                ///< the page to be opened in the panel
-    ZALVelmartFindSimilarUploadProgressDlg* progressDialog = nullptr;
+    ZALCefHttpRequest* uploadRequest = nullptr;                       ///< the upload in flight, with a reference
+    ZALUnicodeString tempFilePath;                                    ///< of the zip file
+    ZALUnicodeString partName;                                        ///< under which it is uploaded
+    ZALUnicodeString velmartURL;                                      ///< the page to be opened in the panel
+    ZALVelmartFindSimilarUploadProgressDlg* progressDialog = nullptr; ///< the host's, with a reference
 
     /// The command that is alive; one that meets another clears it by its own end, without a comparison. That is meant.
     static ZALVelmartFindSimilarCmd* runningInstance;

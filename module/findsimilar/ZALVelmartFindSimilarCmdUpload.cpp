@@ -101,9 +101,15 @@ HRESULT ZALVelmartFindSimilarCmd::UploadFileInVelmart(const ZALUnicodeString& fi
 
 void ZALVelmartFindSimilarCmd::ShowUploadProgress(ZALBaseUnknown* client, void*)
 {
-    if (auto* command = ZALSysDynamicCast<ZALCommand>(client))
-        static_cast<ZALVelmartFindSimilarCmd*>(command)->progressDialog =
-            ZALVelmartFindSimilarUploadProgressDlg::Create();
+    auto* command = ZALSysDynamicCast<ZALCommand>(client);
+    if (!command)
+        return;
+
+    auto* dialog = ZALVelmartFindSimilarUploadProgressDlg::Create();
+    // Held, because the host may end it with its parent before the upload.
+    if (dialog)
+        dialog->AddRef();
+    static_cast<ZALVelmartFindSimilarCmd*>(command)->progressDialog = dialog;
 }
 
 void ZALVelmartFindSimilarCmd::RemoveProgressTimeOut()
@@ -114,8 +120,10 @@ void ZALVelmartFindSimilarCmd::RemoveProgressTimeOut()
 
 void ZALVelmartFindSimilarCmd::EndProgressDialog()
 {
-    if (progressDialog)
-        progressDialog->RequestDelayedDestruction();
+    if (!progressDialog)
+        return;
+    progressDialog->RequestDelayedDestruction();
+    progressDialog->Release();
     progressDialog = nullptr;
 }
 

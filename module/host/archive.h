@@ -33,8 +33,7 @@ public:
 
     /// Opens `path`. Mode 3 reads, and fails on a file that is no archive, whose directory is damaged, or that
     /// passes a limit. Mode 0 begins a new archive; a file that stands there is gone at once. It fails for a path with
-    /// a
-    /// ".." component and where no file can be made. Another mode, and an archive already open, is a failure.
+    /// a ".." component and where no file can be made. Another mode, and an archive already open, is a failure.
     HRESULT OpenZip(const ZALUnicodeString& path, unsigned int mode);
     /// Gives the names of all entries in archive order, their sizes in bytes as announced, and their count. The
     /// caller frees both arrays with delete[]; they are null for an empty archive and on failure.

@@ -3,29 +3,17 @@
 #include "events/ZALVelmartIntegrationEventPublisher.h"
 #include "host/cad.h"
 #include "host/frame.h"
-
-#include <memory>
+#include "panel/PanelAction.h"
 
 namespace {
 
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-
-/// Releases what a query or a creator gave.
-template <class T>
-using Owned = std::unique_ptr<T, ReleaseObject>;
-
 const char* const MessageCatalog = "ZALVelmartMeridiaAccessAddinActionCmd";
-
-constexpr std::int32_t Insert = 3;
-constexpr std::int32_t Replace = 4;
 
 } // namespace
 
 HRESULT CheckInsertReplaceContext(std::int32_t action)
 {
-    if (action != Insert && action != Replace)
+    if (action != ActionInsert && action != ActionReplace)
         return S_OK;
 
     ZALString workshop;
@@ -56,7 +44,7 @@ HRESULT OpenDownloadedDocument(const ZALListValZALUnicodeString& paths, const ZA
 
     ZALIADocuments* collection = nullptr;
     application->GetDocuments(&collection);
-    const Owned<ZALIADocuments> documents(collection);
+    const auto documents = ZALInterfaceHandle<ZALIADocuments>::Take(collection);
     if (!documents)
         return E_FAIL;
 
@@ -65,7 +53,7 @@ HRESULT OpenDownloadedDocument(const ZALListValZALUnicodeString& paths, const ZA
 
     ZALIADocument* opened = nullptr;
     const HRESULT result = documents->Open(path, &opened);
-    const Owned<ZALIADocument> document(opened);
+    const auto document = ZALInterfaceHandle<ZALIADocument>::Take(opened);
     ZALFreeString(path);
 
     // Also for a document that was not opened, which is meant.
@@ -78,11 +66,11 @@ HRESULT CheckPartNumberConflict(ZALBaseUnknown* target, const ZALUnicodeString& 
 {
     ZALDocument* found = nullptr;
     const HRESULT result = ZALDocumentServices::GetDocumentInSession(path, &found);
-    const Owned<ZALDocument> document(found);
+    const auto document = ZALInterfaceHandle<ZALDocument>::Take(found);
     if (FAILED(result) || !document)
         return E_FAIL;
 
-    const ZALIProduct_var root = PrdGiveDocRootProduct(document.get());
+    const ZALIProduct_var root = PrdGiveDocRootProduct(document.Get());
     if (!root)
         return E_FAIL;
 
@@ -93,16 +81,16 @@ HRESULT CheckPartNumberConflict(ZALBaseUnknown* target, const ZALUnicodeString& 
     if (!access)
         return E_FAIL;
 
-    const Owned<ZALNameServer> nameServer(access->GetNameServer());
+    const auto nameServer = ZALInterfaceHandle<ZALNameServer>::Take(access->GetNameServer());
     if (!nameServer)
         return E_FAIL;
 
-    const Owned<ZALNameServerEntries> entries(nameServer->GetEntries());
+    const auto entries = ZALInterfaceHandle<ZALNameServerEntries>::Take(nameServer->GetEntries());
     if (!entries)
         return S_FALSE;
 
     for (int index = 1; index <= entries->GetCount(); ++index) {
-        const Owned<ZALNameServerEntry> entry(entries->GetItem(index));
+        const auto entry = ZALInterfaceHandle<ZALNameServerEntry>::Take(entries->GetItem(index));
         if (!entry)
             continue;
         ZALUnicodeString name;

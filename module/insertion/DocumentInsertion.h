@@ -1,7 +1,7 @@
 // What is done to the CAD session once the files of a download are there.
 #pragma once
 
-#include "host/json.h"
+#include "host/text.h"
 
 /// Whether an insert (3) or replace (4) may start: E_FAIL, after a message to the user, when the current workshop
 /// is not the one of products. S_OK for every other `action`.

@@ -105,21 +105,15 @@ bool ZALVelmartMeridiaAccessAddinActionCmd::CheckSelection(ZALDialogAgent*, void
     const ZALIProduct_var product(element);
 
     if (_Action == ActionInsert && product) {
-        if (ZALPrdIsAProductFromZALPart(product.operator->()))
+        if (ZALPrdIsAProductFromZALPart(product.Get()))
             return false;
-        ZALIProduct* reference = product->GetReferenceProduct();
-        if (!reference)
+        if (!ZALIProduct_var::Take(product->GetReferenceProduct()))
             return false;
-        reference->Release();
     }
 
     // Keeps the root of a document from being replaced.
-    if (_Action == ActionReplace && product) {
-        ZALIProduct* father = product->GetFatherProduct();
-        if (!father)
-            return false;
-        father->Release();
-    }
+    if (_Action == ActionReplace && product && !ZALIProduct_var::Take(product->GetFatherProduct()))
+        return false;
 
     // Without ZALIProduct there is nothing to object to: the element type of the agent has let it through.
     return true;

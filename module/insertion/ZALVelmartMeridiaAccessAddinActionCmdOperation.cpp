@@ -6,31 +6,12 @@
 #include "host/frame.h"
 #include "insertion/DocumentInsertion.h"
 
-#include <memory>
-
 namespace {
 
 const char* const MessageCatalog = "ZALVelmartMeridiaAccessAddinActionCmd";
 
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-
-/// Releases what a query or a creator gave.
-template <class T>
-using Owned = std::unique_ptr<T, ReleaseObject>;
-
-template <class T>
-Owned<T> Query(ZALBaseUnknown* object)
-{
-    ZALBaseUnknown* found = nullptr;
-    if (object)
-        object->QueryInterface(T::ClassName(), &found);
-    return Owned<T>(static_cast<T*>(found));
-}
-
 /// Adds the file `path` below `target`, whose components are `components`.
-HRESULT Insert(ZALBaseUnknown* target, ZALIAProducts& components, const ZALUnicodeString& path)
+HRESULT Insert(ZALBaseUnknown* target, const ZALIAProducts_var& components, const ZALUnicodeString& path)
 {
     ZALListValZALUnicodeString files;
     files.Append(path);
@@ -38,7 +19,7 @@ HRESULT Insert(ZALBaseUnknown* target, ZALIAProducts& components, const ZALUnico
     BuildSafeArrayVariant(files, array);
     ZALBSTR method = ConvertToBSTR("*");
 
-    const HRESULT result = components.AddComponentsFromFiles(array, method);
+    const HRESULT result = components->AddComponentsFromFiles(array, method);
 
     if (FAILED(result))
         NotifyCommandError("InsertFailed");
@@ -70,12 +51,12 @@ ZALVariantBool AskForAllInstances(ZALDialog* parent)
 /// Puts the file `path` in the place of `target`.
 HRESULT Replace(ZALBaseUnknown* target, const ZALUnicodeString& path)
 {
-    const Owned<ZALIProduct> product = Query<ZALIProduct>(target);
+    const ZALIProduct_var product(target);
     if (!product)
         return E_FAIL;
 
-    const Owned<ZALIProduct> father(product->GetFatherProduct());
-    const Owned<ZALIAProducts> components = Query<ZALIAProducts>(father.get());
+    const ZALIProduct_var father = ZALIProduct_var::Take(product->GetFatherProduct());
+    const ZALIAProducts_var components(father);
     if (!components) {
         NotifyCommandError("ReplaceFailed");
         return E_FAIL;
@@ -87,11 +68,11 @@ HRESULT Replace(ZALBaseUnknown* target, const ZALUnicodeString& path)
         allInstances = AskForAllInstances(parent);
 
     ZALBSTR file = ConvertToBSTR(path);
-    const Owned<ZALIAProduct> component = Query<ZALIAProduct>(product.get());
+    const ZALIAProduct_var component(product);
 
     ZALIAProduct* inserted = nullptr;
-    const HRESULT result = components->ReplaceComponent(component.get(), file, allInstances, &inserted);
-    const Owned<ZALIAProduct> replacement(inserted);
+    const HRESULT result = components->ReplaceComponent(component.Get(), file, allInstances, &inserted);
+    const ZALIAProduct_var replacement = ZALIAProduct_var::Take(inserted);
 
     if (FAILED(result))
         NotifyCommandError("ReplaceFailed");
@@ -113,7 +94,7 @@ bool ZALVelmartMeridiaAccessAddinActionCmd::InsertOrReplaceAction(void*)
     _TargetPath->InitToLeafElement();
     ZALBaseUnknown* target = _TargetPath->GetNextFatherObject();
 
-    const Owned<ZALIAProducts> components = Query<ZALIAProducts>(target);
+    const ZALIAProducts_var components(target);
     if (!components)
         return true;
 
@@ -126,7 +107,7 @@ bool ZALVelmartMeridiaAccessAddinActionCmd::InsertOrReplaceAction(void*)
     HRESULT result = E_FAIL;
 
     if (_Action == ActionInsert)
-        result = Insert(target, *components, path);
+        result = Insert(target, components, path);
 
     if (_Action == ActionReplace)
         result = Replace(target, path);

@@ -46,7 +46,6 @@ public:
     HRESULT SearchByUpload(const ZALUnicodeString& url, const ZALUnicodeString& query);
 
 private:
-    ZALIMeridiaAccessDialog_var GetPanel() const;
     HRESULT StartDownloadOf(const ZALOmxAny& content);
     HRESULT StartCommandWith(const ZALOmxAny& content);
     void ChangeOpApiStatus(OpApiStatus status);

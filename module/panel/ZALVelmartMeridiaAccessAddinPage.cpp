@@ -6,15 +6,6 @@
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
 #include "web/ZALVliHttpUtils.h"
 
-ZALIMeridiaAccessDialog_var ZALVelmartMeridiaAccessAddin::GetPanel() const
-{
-    ZALBaseUnknown* component = _AccessDialog.GetComponent();
-    ZALIMeridiaAccessDialog_var panel(component);
-    if (component)
-        component->Release();
-    return panel;
-}
-
 HRESULT ZALVelmartMeridiaAccessAddin::OnPageUrl(const ZALUnicodeString& url)
 {
     static const ZALUnicodeString checkFragment = [] {
@@ -35,7 +26,8 @@ HRESULT ZALVelmartMeridiaAccessAddin::OnPageUrl(const ZALUnicodeString& url)
     }
 
     // A recognised address leaves the status alone: only the page's own message makes it ready.
-    const ZALIMeridiaAccessDialog_var panel = GetPanel();
+    const ZALBaseUnknown_var component = ZALBaseUnknown_var::Take(_AccessDialog.GetComponent());
+    const ZALIMeridiaAccessDialog_var panel(component);
     if (!panel)
         return S_OK;
 
@@ -49,7 +41,8 @@ HRESULT ZALVelmartMeridiaAccessAddin::OnPageUrl(const ZALUnicodeString& url)
 
 HRESULT ZALVelmartMeridiaAccessAddin::SearchByUpload(const ZALUnicodeString& url, const ZALUnicodeString& query)
 {
-    const ZALIMeridiaAccessDialog_var panel = GetPanel();
+    const ZALBaseUnknown_var component = ZALBaseUnknown_var::Take(_AccessDialog.GetComponent());
+    const ZALIMeridiaAccessDialog_var panel(component);
     if (!panel)
         return E_FAIL;
 

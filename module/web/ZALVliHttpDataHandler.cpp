@@ -25,10 +25,8 @@ void ZALVliHttpDataHandler::OnProgress(ZALCefHttpRequest*, std::uint64_t, std::u
 void ZALVliHttpDataHandler::OnComplete(ZALCefHttpRequest*)
 {
     if (targetMethod) {
-        if (ZALBaseUnknown* object = target.GetComponent()) {
-            (object->*targetMethod)(replyBytes);
-            object->Release();
-        }
+        if (const ZALBaseUnknown_var object = ZALBaseUnknown_var::Take(target.GetComponent()))
+            (object.Get()->*targetMethod)(replyBytes);
     } else if (callback) {
         callback(replyBytes);
         callback = nullptr;

@@ -12,7 +12,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace openhost::testing {
@@ -72,9 +75,34 @@ protected:
         return Surface().Push(Chooser, "OK");
     }
 
+    /// What the editor held each time that the chooser was hidden, from WatchTheChooser on.
+    const std::vector<std::string>& TextsAtHiding() const { return textsAtHiding_; }
+    void WatchTheChooser()
+    {
+        Surface().ShowOn(std::make_unique<HidingDisplay>([this](const ZALDialog& dialog) {
+            if (Node(&dialog).Name() == Chooser)
+                textsAtHiding_.push_back(TextOf(Editor));
+        }));
+    }
+
 private:
+    /// A display that tells what is hidden.
+    class HidingDisplay : public DialogSurface {
+    public:
+        explicit HidingDisplay(std::function<void(const ZALDialog&)> hidden) : hidden_(std::move(hidden)) {}
+        void Shown(ZALDialog&) override {}
+        void Hidden(ZALDialog& dialog) override { hidden_(dialog); }
+        void Changed(ZALDialog&) override {}
+        void Ended(ZALDialog&) override {}
+        int Ask(ZALDlgNotify&, const ZALUnicodeString&, const ZALUnicodeString&) override { return ZALDlgAnswerClosed; }
+
+    private:
+        std::function<void(const ZALDialog&)> hidden_;
+    };
+
     journal::Sink sinkBefore_;
     int saves_ = 0;
+    std::vector<std::string> textsAtHiding_;
 };
 
 } // namespace openhost::testing

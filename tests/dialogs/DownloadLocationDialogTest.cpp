@@ -329,6 +329,15 @@ TEST_F(DownloadLocationDialog, TakesTheChosenFolderAndStoresNothingYet)
     EXPECT_TRUE(IsOpen());
 }
 
+TEST_F(DownloadLocationDialog, HidesTheChooserBeforeItTakesTheFolder)
+{
+    WatchTheChooser();
+    Open();
+    Push(Button);
+    ChooseFolder(Other());
+    EXPECT_THAT(TextsAtHiding(), ElementsAre(Parts().string()));
+}
+
 TEST_F(DownloadLocationDialog, KeepsItsTextWhenTheChooserIsCancelled)
 {
     Open();

@@ -245,6 +245,7 @@ TEST_F(ToolsOptionFrame, StoresTheFlagAtOnce)
 TEST_F(ToolsOptionFrame, OpensAFolderChooserWithoutATitle)
 {
     const Addin addin = OpenPage();
+    Surface().Find(Page)->SetTitle("Velmart");
     EXPECT_EQ(Push(Button), PushResult::Done);
     ASSERT_TRUE(IsChooserShown());
     const ZALDialogNode& chooser = NodeOf(Chooser);
@@ -264,6 +265,15 @@ TEST_F(ToolsOptionFrame, StoresTheChosenFolderAsWell)
     EXPECT_EQ(TextOf(Editor), Other().string());
     EXPECT_EQ(StoredLocation(), Other().string());
     EXPECT_EQ(Saves(), 0);
+}
+
+TEST_F(ToolsOptionFrame, HidesTheChooserBeforeItTakesTheFolder)
+{
+    WatchTheChooser();
+    const Addin addin = OpenPage();
+    Push(Button);
+    ChooseFolder(Other());
+    EXPECT_THAT(TextsAtHiding(), ElementsAre(Parts().string()));
 }
 
 TEST_F(ToolsOptionFrame, UsesOneChooserThatACancelOnlyHides)
@@ -418,10 +428,11 @@ TEST_F(SettingsAddin, RefreshesNothingWithoutAPage)
 {
     const Addin addin = MakeAddin();
     EXPECT_EQ(addin->Refresh(), S_OK);
-    addin->CreateFrame(Parent);
+    ZALBaseUnknown_WR page(addin->CreateFrame(Parent));
+    addin->Refresh();
     Parent->RequestDelayedDestruction();
     Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().Find(Page), nullptr) << "the addin does not hold it";
+    EXPECT_EQ(page.GetComponent(), nullptr) << "the addin does not hold it";
     EXPECT_EQ(addin->Refresh(), S_OK);
 }
 

@@ -18,14 +18,21 @@
 #include <string>
 #include <vector>
 
-/// Reads what the command keeps to itself.
+/// Reads, and calls, what the command keeps to itself.
 class ZALVelmartFindSimilarCmdProbe {
 public:
+    static constexpr auto ShowUploadProgress = &ZALVelmartFindSimilarCmd::ShowUploadProgress;
+
     static ZALVelmartFindSimilarCmd* Running() { return ZALVelmartFindSimilarCmd::runningInstance; }
     static std::string PartName() { return openhost::ToUtf8(Running()->partName); }
     static std::string VelmartURL() { return openhost::ToUtf8(Running()->velmartURL); }
     static std::string TempFilePath() { return openhost::ToUtf8(Running()->tempFilePath); }
     static bool IsUploading() { return Running()->uploadRequest != nullptr; }
+    static ZALBaseUnknown* Request() { return Running()->uploadRequest; }
+    static HRESULT Upload(const ZALUnicodeString& filePath, const ZALUnicodeString& uploadURL)
+    {
+        return Running()->UploadFileInVelmart(filePath, uploadURL, "name");
+    }
 };
 
 namespace openhost::testing {

@@ -40,8 +40,51 @@ TEST_F(FindSimilarStart, ThatIsRefusedDoesNotAskForTheSelection)
     EXPECT_EQ(Asked("UploadWarningPopup"), 1U);
 }
 
+TEST_F(FindSimilarStart, ThatMeetsOneWhoseWarningIsUpIsRefusedToo)
+{
+    OpenReadyPanel();
+    Loop().Post([] { Start(); });
+    Start();
+    EXPECT_EQ(Errors(), Texts{"FindSimilarAlreadyRunning"});
+    EXPECT_EQ(Asked("UploadWarningPopup"), 1U);
+    ASSERT_EQ(Transport().Count(), 1U);
+    EXPECT_TRUE(Command::Running());
+    EXPECT_TRUE(HasEnded()) << "as far as it is known";
+    EXPECT_TRUE(Transport().Last().IsRunning());
+    Reply(R"({"data":{"query":"q"}})");
+    EXPECT_EQ(Page().Scripts().size(), 1U);
+}
+
+TEST_F(FindSimilarStart, HasItsNameAndItsModeBesideTheRunningCommand)
+{
+    Start();
+    ASSERT_TRUE(Command::Running());
+    EXPECT_STREQ(Command::Running()->GetName().CastToCharPtr(), CommandClass);
+    EXPECT_EQ(Command::Running()->GetMode(), 3);
+}
+
 // ---------------------------------------------------------------------------------------------
 // The selection
+
+TEST_F(FindSimilarStart, HoldsTheObjectWhileTheUserIsWarned)
+{
+    OpenReadyPanel();
+    auto* part = new ScriptedProduct(cad_, "Part");
+    part->isReference = part->offersAlias = true;
+    part->alias = "Bolt";
+    Select(*part);
+    const ZALBaseUnknown_WR weak(part);
+    part->Release(); // the selection alone holds it
+    Loop().Post([&] {
+        ZALFrmEditor::GetCurrentEditor()->GetCSO()->Empty();
+        ZALBaseUnknown* object = weak.GetComponent();
+        ASSERT_TRUE(object);
+        object->Release();
+    });
+    Start();
+    EXPECT_EQ(Command::PartName(), "Bolt");
+    EXPECT_EQ(weak.GetComponent(), nullptr);
+}
 
 TEST_F(FindSimilarStart, WithoutASelectionFails)
 {
@@ -247,6 +290,7 @@ TEST_F(FindSimilarStart, FailsWhenTheLightFileCannotBeWrittenAndLeavesWhatStands
         EXPECT_TRUE(HasEnded());
     }
     EXPECT_EQ(Errors().size(), 2U);
+    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : E_FAIL : "));
     EXPECT_EQ(Read(LightFile()), "of before");
     EXPECT_FALSE(std::filesystem::exists(Zip()));
 }
@@ -459,6 +503,30 @@ TEST_F(FindSimilarStart, EndsWithItsUploadWhenThePageIsReadyOnceMore)
     EXPECT_FALSE(Transport().At(0).IsRunning());
     EXPECT_EQ(Transport().Count(), 1U);
     EXPECT_EQ(Errors().size(), 1U);
+}
+
+TEST_F(FindSimilarStart, EndsInSilenceWhenTheHostEndsItBeforeThePageIsReady)
+{
+    Start();
+    EndStartedCommands();
+    EXPECT_TRUE(HasEnded());
+    ReportReady();
+    EXPECT_TRUE(Errors().empty());
+    EXPECT_TRUE(Transport().Requests().empty());
+}
+
+TEST_F(FindSimilarStart, HoldsNoAddinBehindItsEnd)
+{
+    StartUpload();
+    ZALBaseUnknown* addin = nullptr;
+    ASSERT_EQ(Panel::Current()->GetAddin(AddinClass, &addin), S_OK);
+    const ZALBaseUnknown_WR weak(addin);
+    addin->Release();
+    Reply(R"({"data":{"query":"q"}})");
+    EXPECT_TRUE(HasEnded());
+    Panel::End();
+    Loop().RunUntilIdle();
+    EXPECT_EQ(weak.GetComponent(), nullptr);
 }
 
 TEST_F(FindSimilarStart, EndsInSilenceWhenThePanelIsClosedBeforeThePageIsReady)

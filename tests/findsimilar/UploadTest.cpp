@@ -3,6 +3,7 @@
 #include "tests/findsimilar/FindSimilarFixture.h"
 
 #include "events/ZALVelmartIntegrationDebug.h"
+#include "openhost/journal/Journal.h"
 #include "openhost/objects/Traces.h"
 
 #include <chrono>
@@ -72,6 +73,23 @@ TEST_F(FindSimilarUpload, KeepsLettersOfAnyScriptInTheName)
     EXPECT_EQ(UploadedName(), "Bügel \u4E2D \U0001F529.zip");
 }
 
+TEST_F(FindSimilarUpload, EndsTheNameAtAZeroCharacter)
+{
+    leaf_->isReference = leaf_->offersAlias = true;
+    leaf_->alias = std::string("Bolt\0M8", 7);
+    StartUpload();
+    EXPECT_EQ(UploadedName(), "Bolt");
+}
+
+TEST_F(FindSimilarUpload, TakesNoEmptyPathOrAddress)
+{
+    Start();
+    EXPECT_EQ(Command::Upload("", UploadUrl), E_INVALIDARG);
+    EXPECT_EQ(Command::Upload("/file.zip", ""), E_INVALIDARG);
+    EXPECT_TRUE(Errors().empty());
+    EXPECT_FALSE(Command::IsUploading());
+}
+
 TEST_F(FindSimilarUpload, TracesWhatItPostsAndTheTimeItTook)
 {
     StartUpload();
@@ -126,6 +144,9 @@ TEST_F(FindSimilarUpload, FailsWhenTheHostRefusesToSend)
 {
     OpenReadyPanel();
     Transport().RefuseNext();
+    ConfigureFrame({.applicationDocument = false, .editor = true}); // no warning, which would run the loop first
+    Select(*leaf_);
+    Loop().Post([] { EXPECT_TRUE(Command::IsUploading()) << "the request goes behind the message"; });
     Start();
     EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
     EXPECT_TRUE(HasEnded());
@@ -167,6 +188,28 @@ TEST_F(FindSimilarUpload, ShowsNoProgressWithoutAFrame)
     EXPECT_FALSE(HasProgressDialog());
     Reply(Query);
     EXPECT_TRUE(Errors().empty());
+}
+
+TEST_F(FindSimilarUpload, GoesOnWhenTheFrameEndsWithTheProgress)
+{
+    StartUpload();
+    Loop().Advance(1s);
+    const ZALBaseUnknown_WR dialog(Surface().Find(ProgressDialog));
+    ResetFrame();
+    EXPECT_FALSE(HasProgressDialog());
+    ZALBaseUnknown* held = dialog.GetComponent();
+    ASSERT_TRUE(held);
+    held->Release();
+    Reply(Query);
+    EXPECT_EQ(dialog.GetComponent(), nullptr);
+    EXPECT_EQ(Page().Scripts(), Texts{Script});
+}
+
+TEST_F(FindSimilarUpload, ShowsProgressForCommandsAlone)
+{
+    Command::ShowUploadProgress(nullptr, nullptr);
+    Command::ShowUploadProgress(leaf_, nullptr);
+    EXPECT_FALSE(HasProgressDialog());
 }
 
 TEST_F(FindSimilarUpload, RunsWithoutAnApplication)
@@ -233,6 +276,41 @@ INSTANTIATE_TEST_SUITE_P(Replies, BadReply,
                                            "null", "{}", R"({"data":7})", R"({"data":null})", R"({"data":[]})",
                                            R"({"data":{}})", R"({"query":"q"})", R"({"Data":{"query":"q"}})",
                                            R"({"data":{"Query":"q"}})", "{\"data\":{\"query\":\"\xFF\"}}"));
+
+TEST_F(FindSimilarUpload, ReadsTheReplyToItsLastByte)
+{
+    StartUpload();
+    Reply(Query + '\0');
+    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+}
+
+TEST_F(FindSimilarUpload, HasLetGoOfItsRequestAndWaitsNoMoreWhenItTellsAFailure)
+{
+    StartUpload();
+    const ZALBaseUnknown_WR request(Command::Request());
+    Loop().Post([&] {
+        EXPECT_FALSE(Command::IsUploading());
+        EXPECT_EQ(request.GetComponent(), nullptr);
+        Loop().Advance(10s);
+    });
+    Reply("nonsense");
+    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_TRUE(Surface().WindowEvents().empty());
+}
+
+TEST_F(FindSimilarUpload, EndsItsProgressBeforeItTellsAFailure)
+{
+    StartUpload();
+    Loop().Advance(1s);
+    Texts ended;
+    const journal::Sink before = journal::Redirect([&](const nlohmann::ordered_json& event) {
+        if (event["event"] == "dialog" || event.value("action", "") == "ended")
+            ended.push_back(event.value("name", "the command"));
+    });
+    Reply("nonsense");
+    journal::Redirect(before);
+    EXPECT_EQ(ended, (Texts{ProgressDialog, "FileDownloadErrorNotify", "the command"}));
+}
 
 TEST_F(FindSimilarUpload, DoesNotLookAtTheStatusOfTheReply)
 {

@@ -1,6 +1,7 @@
 // The command of insert and replace: its selection, its download and its ends.
 
 #include "tests/insertion/OperationFixture.h"
+#include "tests/insertion/ZALVelmartMeridiaAccessAddinActionCmdProbe.h"
 
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
@@ -23,6 +24,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Complete = ZALVelmartFileDownloadCompleteNotification;
 using Command = ZALVelmartMeridiaAccessAddinActionCmd;
+using Probe = ZALVelmartMeridiaAccessAddinActionCmdProbe;
 
 constexpr const char* CommandName = "ZALVelmartMeridiaAccessAddinActionCmd";
 constexpr const char* DefaultText = "Transaction has failed";
@@ -360,10 +362,66 @@ TEST_P(EitherCommand, PassesTheEnvironmentOfTheNotificationOn)
     EXPECT_EQ(message, R"({"method":"EndTransaction","params":{"filePathes":["/parts/bolt.ZALPart"]}})");
 }
 
-TEST_P(EitherCommand, IsSubscribedOnceToTheOneDownloader)
+TEST_P(EitherCommand, IsSubscribedOnceHoweverOftenItStartsADownload)
 {
     Command* command = Begin(GetParam());
+    EXPECT_TRUE(Probe::StartDownloadOf(*command)); // the downloader is busy
     EXPECT_THAT(SubscribersOf(ZALVelmartFileDownloader::GetInstance(), Complete::ClassName()), ElementsAre(command));
+}
+
+TEST_P(EitherCommand, ForgetsTheSelectionWhetherOrNotTheDownloadStarts)
+{
+    for (const char* request : {RemoteFile, NoFile}) {
+        Command* command = Start(GetParam(), request);
+        EXPECT_TRUE(Select(Child()).accepted);
+        EXPECT_FALSE(Probe::SelectionOf(*command).IsOutputSet()) << request;
+        Loop().RunUntilIdle();
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Two ways at once
+
+TEST_P(EitherCommand, IsGivenUpBeforeItsSelection)
+{
+    Probe::CancelOf(*Start(GetParam())).Accept(nullptr, 0);
+    EXPECT_THAT(Journal().back(), "cancelled ");
+    EXPECT_TRUE(Transport().Requests().empty());
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, TakesASelectionBeforeItIsGivenUp)
+{
+    ZALOmxAny content;
+    ASSERT_EQ(ZALOmxJson().parse(RemoteFile, content), S_OK);
+    auto* command = new Command(GetParam(), content);
+    Texts states;
+    journal::Redirect([&](const nlohmann::ordered_json& event) {
+        if (event.value("action", "") != "entered")
+            return;
+        states.push_back(event["state"]);
+        if (states.size() == 1) { // both are kept until the state has been entered
+            Probe::CancelOf(*command).Accept(nullptr, 0);
+            Probe::SelectionOf(*command).Accept(nullptr, 0);
+        }
+    });
+    Loop().RunUntilIdle();
+    EXPECT_THAT(states, ElementsAre("InitialState", "DownloadState"));
+    EXPECT_EQ(Transport().Requests().size(), 1U);
+    ExpectEnd();
+}
+
+TEST_P(EitherCommand, IsGivenUpThoughTheFilesAreThereToo)
+{
+    Command* command = Start(GetParam(), LocalFile);
+    Listener listener([&](ZALBaseUnknown*, ZALNotification*, void*) { Probe::CancelOf(*command).Accept(nullptr, 0); });
+    listener.Subscribe(&Downloader(), Complete::ClassName());
+    EXPECT_TRUE(Select(Child()).accepted);
+    EXPECT_EQ(listener.Calls(), 1);
+    EXPECT_THAT(Journal().back(), "cancelled ");
+    EXPECT_THAT(Cad().calls, IsEmpty());
+    listener.RemoveSubscriberCallbacks(&Downloader());
+    ExpectEnd();
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -46,6 +46,17 @@ protected:
         return changes;
     }
 
+    /// Texts and arrays of automation that are alive while the first message of `action` is up.
+    int TextsAtTheFirstMessage(PanelAction action)
+    {
+        int living = -1;
+        ConfigureFrame({.applicationDocument = false}); // without the question
+        Loop().Post([&] { living = LivingTexts() + LivingArrays(); });
+        Run(action);
+        EXPECT_EQ(Surface().Questions().size(), 1U);
+        return living;
+    }
+
     ScriptedProduct& Father() { return *father_; }
     ScriptedProduct& Selected() { return *selected_; }
 
@@ -133,6 +144,20 @@ TEST_P(EitherAction, StandsAndIsToldAfterAClash)
     EXPECT_EQ(Messages(), Texts{EndTransaction({Bolt})});
     EXPECT_EQ(QuestionsBeforeMessage(), Surface().Questions().size());
     EXPECT_NE(Surface().Questions().back().answer, -1);
+}
+
+TEST_P(EitherAction, FreesItsTextsBeforeTheCheck)
+{
+    Selected().names = {"BOLT-12"};
+    Father().names = {"BOLT-12"};
+    EXPECT_EQ(TextsAtTheFirstMessage(GetParam()), 0);
+}
+
+TEST_P(EitherAction, FreesItsTextsBehindTheMessageOfARefusal)
+{
+    Selected().addResult = E_FAIL;
+    Father().replaceResult = E_FAIL;
+    EXPECT_EQ(TextsAtTheFirstMessage(GetParam()), GetParam() == ActionInsert ? 2 : 1);
 }
 
 TEST_P(EitherAction, IsToldWhenTheCheckCannotBeMade)

@@ -27,11 +27,12 @@ TEST_F(OpenDownloaded, TheFirstFileIsOpenedAndAllAreTold)
     EXPECT_TRUE(Surface().Questions().empty());
 }
 
-TEST_F(OpenDownloaded, ThePathIsFreedBeforeAnybodyIsTold)
+TEST_F(OpenDownloaded, ThePathIsFreedBeforeAnybodyIsToldAndTheObjectsAreReleasedAfterwards)
 {
     OpenDownloadedDocument(List({"/p/a.ZALPart"}), "UT5");
     ASSERT_EQ(Messages().size(), 1U);
     EXPECT_EQ(TextsAtMessage(), 0);
+    EXPECT_EQ(ObjectsAtMessage(), 3); // document, application and collection
 }
 
 TEST_F(OpenDownloaded, OtherEnvironmentsAreNotTold)

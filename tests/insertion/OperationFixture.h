@@ -45,6 +45,7 @@ protected:
               ASSERT_TRUE(message);
               questionsBeforeMessage_ = Surface().Questions().size();
               textsAtMessage_ = LivingTexts() + LivingArrays();
+              objectsAtMessage_ = Cad().livingObjects;
               messages_.emplace_back(message->GetData(), message->GetDataLength());
           })
     {
@@ -84,6 +85,8 @@ protected:
     std::size_t QuestionsBeforeMessage() const { return questionsBeforeMessage_; }
     /// Texts and arrays of automation that were alive then.
     int TextsAtMessage() const { return textsAtMessage_; }
+    /// Objects of the session that were held then.
+    int ObjectsAtMessage() const { return objectsAtMessage_; }
     static std::string EndTransaction(const Texts& paths)
     {
         const nlohmann::ordered_json message = {{"method", "EndTransaction"}, {"params", {{"filePathes", paths}}}};
@@ -95,6 +98,7 @@ private:
     Texts messages_;
     std::size_t questionsBeforeMessage_ = 0;
     int textsAtMessage_ = 0;
+    int objectsAtMessage_ = 0;
     Listener component_;
 };
 

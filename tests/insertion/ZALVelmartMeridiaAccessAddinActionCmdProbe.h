@@ -1,4 +1,4 @@
-// A command whose operation a test runs without its graph.
+// A command whose operations a test runs without its graph, and what a command keeps to itself.
 #pragma once
 
 #include "insertion/ZALVelmartMeridiaAccessAddinActionCmd.h"
@@ -24,6 +24,20 @@ public:
         command_->_DocEnvId = docEnvId;
         return command_->InsertOrReplaceAction(nullptr);
     }
+
+    void BuildGraph() { command_->BuildCommandGraph(); }
+    /// Runs the operation that the graph runs when a target has been selected.
+    bool StartDownload() { return StartDownloadOf(*command_); }
+
+    static bool StartDownloadOf(ZALVelmartMeridiaAccessAddinActionCmd& command)
+    {
+        return command.StartDownloadAction(nullptr);
+    }
+    static ZALDialogAgent& SelectionOf(ZALVelmartMeridiaAccessAddinActionCmd& command)
+    {
+        return *command._SelectionAgent;
+    }
+    static ZALDialogAgent& CancelOf(ZALVelmartMeridiaAccessAddinActionCmd& command) { return *command._CancelAgent; }
 
 private:
     ZALVelmartMeridiaAccessAddinActionCmd* command_;

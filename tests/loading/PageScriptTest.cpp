@@ -161,8 +161,10 @@ TEST_F(PluginInThePanel, TakesPagesOfTheFragmentInTheEnvironmentAsWell)
     Page().ReportUrl(Elsewhere);
     Page().ReportUrl(Catalogue); // the variable widens the check alone
     EXPECT_EQ(Page().Scripts().size(), 2U);
+    Page().ReportUrl("elsewhere");
+    EXPECT_EQ(Page().Scripts().size(), 3U);
     Page().ReportUrl("https://third.example/");
-    EXPECT_EQ(Page().Scripts().size(), 2U);
+    EXPECT_EQ(Page().Scripts().size(), 3U);
 }
 
 TEST_F(PluginInThePanel, ReadsTheFragmentOnce)

@@ -3,6 +3,7 @@
 #include "tests/panel/PanelFixture.h"
 
 #include "openhost/dialogs/DialogNode.h"
+#include "tests/support/ScriptedCad.h"
 
 #include <algorithm>
 
@@ -211,6 +212,19 @@ TEST_F(PanelDownload, WarningsComeBeforeTheOpening)
     EXPECT_EQ(QuestionTexts(), Texts{"one\ntwo\nthree"});
     EXPECT_EQ(opened, 0);
     EXPECT_EQ(BusyCursorCount(), 1);
+}
+
+TEST_F(PanelDownload, TheOpeningIsToldInTheEnvironmentOfTheDownload)
+{
+    ScriptedCad cad;
+    for (const char* environment : {"File", "UT5"}) {
+        Begin("velmart_open");
+        EndDownload(Complete(List({"/parts/a.ZALPart"}), environment, Complete::DownloadSucceeded));
+        Transport().Last().End(TransferEnd::Failed);
+        Loop().RunUntilIdle();
+    }
+    EXPECT_EQ(cad.calls, (Texts{"Open /parts/a.ZALPart", "Open /parts/a.ZALPart"}));
+    EXPECT_EQ(CountOf("ZALDlgHtmlViewJavaScriptNotification"), 1); // the other component knows its own alone
 }
 
 TEST_F(PanelDownload, TheOpeningComesWithoutWarningsToo)

@@ -197,10 +197,14 @@ TEST_F(PanelStatus, WithoutAFindSimilarHeaderNothingIsTracedAndTheStatusStillCha
 TEST_F(PanelStatus, APageElsewhereMeansOver)
 {
     Send(Message("velmart_ready"));
+    const std::size_t traced = Traces().size();
     EXPECT_EQ(Addin().OnPageUrl("https://elsewhere.example/"), S_OK);
     EXPECT_EQ(Addin().GetOpApiStatus(), OpApiOver);
     EXPECT_FALSE(FindSimilarIsAvailable());
     EXPECT_EQ(CountOf(StatusClass), 2);
+    EXPECT_EQ(Texts(Traces().begin() + static_cast<std::ptrdiff_t>(traced), Traces().end()),
+              (Texts{"ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Over\n",
+                     "ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to NotAvailable\n"}));
 }
 
 TEST_F(PanelStatus, APageElsewhereIsToldOnce)
@@ -213,8 +217,9 @@ TEST_F(PanelStatus, APageElsewhereIsToldOnce)
 
 TEST_F(PanelStatus, APageOfTheCatalogueLeavesTheStatusAlone)
 {
-    for (const char* url : {"https://velmart.example/search?q=bolt", "http://velmart.example",
-                            "https://eu1-parts.example/", "https://elsewhere.example/?from=velmart.example"}) {
+    for (const char* url :
+         {"https://velmart.example/search?q=bolt", "http://velmart.example", "https://eu1-parts.example/",
+          "https://elsewhere.example/?from=velmart.example", "velmart.example", "-parts."}) {
         EXPECT_EQ(Addin().OnPageUrl(url), S_OK);
         EXPECT_EQ(Addin().GetOpApiStatus(), OpApiUnset) << url;
     }

@@ -12,8 +12,16 @@ namespace {
 
 class Panel : public ZALIMeridiaAccessDialog {
 public:
-    HRESULT ExecuteScript(const ZALUnicodeString&) override { return S_OK; }
-    HRESULT LoadUrl(const ZALUnicodeString&) override { return S_OK; }
+    HRESULT ExecuteScript(const ZALUnicodeString&) override
+    {
+        references.push_back(ReferencesOf(this));
+        return S_OK;
+    }
+    HRESULT LoadUrl(const ZALUnicodeString&) override
+    {
+        references.push_back(ReferencesOf(this));
+        return S_OK;
+    }
     HRESULT GetAddin(const ZALString&, ZALBaseUnknown**) override { return E_FAIL; }
     ZALBaseUnknown* GetImpl(int level) override
     {
@@ -21,6 +29,7 @@ public:
         return this;
     }
     std::vector<int> levels;
+    std::vector<unsigned int> references; ///< during each call
 };
 
 class PanelWorkbench : public PanelFixture {
@@ -47,6 +56,18 @@ TEST_F(PanelWorkbench, AttachingKeepsTheImplementationOfThePanelWithoutAReferenc
     EXPECT_EQ(ReferencesOf(panel), 1U);
     EXPECT_EQ(panel->Release(), 0U);
     EXPECT_EQ(Addin().SetAccessDialog(nullptr), S_OK);
+}
+
+TEST_F(PanelWorkbench, ThePanelIsHeldAsComponentAndAsInterfaceDuringACallAlone)
+{
+    auto* panel = new Panel;
+    Addin().SetAccessDialog(panel);
+    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
+    Send(Message("velmart_ready"));
+    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
+    EXPECT_EQ(panel->references, (std::vector<unsigned int>{3, 3}));
+    EXPECT_EQ(Addin().OnPageUrl("https://velmart.example/"), S_OK);
+    EXPECT_EQ(panel->Release(), 0U);
 }
 
 TEST_F(PanelWorkbench, AttachingSubscribesOnce)

@@ -187,6 +187,24 @@ TEST_F(SendRequest, CannotSendOneRequestTwice)
 // ---------------------------------------------------------------------------------------------
 // The handler by itself
 
+TEST(ReplyHandler, KeepsItsRoomBehindAnEnd)
+{
+    class Measuring : public ZALBaseUnknown {
+    public:
+        void OnReply(const Reply& reply) { room.push_back(reply.capacity()); }
+        std::vector<std::size_t> room;
+    };
+    const std::unique_ptr<Measuring, ReleaseObject> target(new Measuring);
+    auto* handler = new ZALVliHttpDataHandler(target.get(), static_cast<ReplyMethod>(&Measuring::OnReply));
+    handler->OnData(nullptr, std::string(100'000, 'x').data(), 100'000);
+    handler->OnComplete(nullptr);
+    handler->OnComplete(nullptr);
+    handler->Release();
+    ASSERT_EQ(target->room.size(), 2U);
+    EXPECT_GE(target->room[0], 100'000U);
+    EXPECT_EQ(target->room[1], target->room[0]);
+}
+
 TEST(ReplyHandler, CallsAFunctionOnceThoughTheEndComesTwice)
 {
     std::vector<std::string> replies;

@@ -1,0 +1,242 @@
+// The export, the upload and the end of Find Similar, call by call.
+
+#include "openhost/files/PathVariables.h"
+#include "tests/findsimilar/FindSimilarFixture.h"
+#include "tests/steps/Services.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+namespace openhost::testing {
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+constexpr std::uint32_t Limit = 10485760;
+const std::string NoMoreOfTheAddin = "hear no more of ZALVelmartMeridiaAccessAddin";
+
+class FindSimilarSteps : public FindSimilarFixture {
+protected:
+    FindSimilarSteps()
+    {
+        CurrentServices() = {};
+        Asked().size = 3;
+        Asked().content = "zip";
+        Asked().headerAnswer = 1; // the command may be started
+    }
+    ~FindSimilarSteps() override
+    {
+        EndStartedCommands();
+        Panel::End();
+        Loop().RunUntilIdle();
+        CurrentServices() = {};
+    }
+
+    static Services& Asked() { return CurrentServices(); }
+    /// The calls since the last time whose first word is one of `words`.
+    static Texts Calls(const Texts& words)
+    {
+        Texts calls;
+        for (const std::string& call : std::exchange(Asked().calls, {}))
+            if (std::ranges::count(words, call.substr(0, call.find(' '))))
+                calls.push_back(call);
+        return calls;
+    }
+    static Texts FileCalls() { return Calls({"open", "size", "read", "close"}); }
+    static Texts ExportCalls() { return Calls({"write", "zip", "delete", "open"}); }
+    static Texts WaitCalls() { return Calls({"wait", "hear"}); }
+
+    std::string Opening(const std::string& mode) const { return "open " + Zip().string() + " " + mode; }
+    std::string Writing() const { return "write " + LightFile().string() + " 7 no colors 0 16"; }
+    static std::string NoMoreOfThePanel()
+    {
+        return std::string("hear no more of ") + ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher()->IsA();
+    }
+};
+
+// ---------------------------------------------------------------------------------------------
+// The export
+
+TEST_F(FindSimilarSteps, WriteTheLightFileThenZipItThenDeleteIt)
+{
+    Start();
+    EXPECT_THAT(ExportCalls(), ElementsAre(Writing(), "zip open " + Zip().string() + " 0",
+                                           "zip add " + LightFile().string() + " 1 1 " + Temp().string() + " 0",
+                                           "zip close", "delete " + LightFile().string(), Opening("r")));
+}
+
+TEST_F(FindSimilarSteps, NameTheirFilesInTheScriptOfTheTemporaryFolder)
+{
+    const std::string folder = "/B\u00FCgel \u4E2D \U0001F529";
+    SetPathVariable(TemporaryFolderVariable, folder);
+    Start();
+    const std::string light = folder + "/VLUploadedLVRFile.lvr";
+    const std::string zip = folder + "/VLUploadedLVRFile.zip";
+    EXPECT_THAT(ExportCalls(), ElementsAre("write " + light + " 7 no colors 0 16", "zip open " + zip + " 0",
+                                           "zip add " + light + " 1 1 " + folder + " 0", "zip close", "delete " + light,
+                                           "open " + zip + " r"));
+}
+
+TEST_F(FindSimilarSteps, GoOnWhateverZippingAndDeletingGive)
+{
+    Asked().archiveResult = E_FAIL;
+    Start();
+    EXPECT_EQ(ExportCalls().size(), 6U);
+    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : S_OK : " + Zip().string()));
+    EXPECT_THAT(Errors(), IsEmpty());
+}
+
+TEST_F(FindSimilarSteps, EndWithALightFileThatCannotBeWritten)
+{
+    for (const int result : {1, -1}) {
+        Asked().lightFileResult = result;
+        Start();
+        EXPECT_THAT(ExportCalls(), ElementsAre(Writing()));
+        EXPECT_EQ(Errors().back(), "SaveAsLVRFailure");
+        EXPECT_TRUE(HasEnded());
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// The file
+
+TEST_F(FindSimilarSteps, CheckTheFileAndReadItForTheUpload)
+{
+    Start();
+    EXPECT_THAT(FileCalls(), ElementsAre(Opening("r"), "size 5", "close 5"));
+    EXPECT_THAT(Errors(), IsEmpty());
+    ReportReady();
+    EXPECT_THAT(FileCalls(), ElementsAre(Opening("rb"), "size 5", "read 5 3", "close 5"));
+    EXPECT_TRUE(Command::IsUploading());
+}
+
+TEST_F(FindSimilarSteps, CloseAlsoAFileThatCouldNotBeOpened)
+{
+    Asked().openResult = E_INVALIDARG;
+    Start();
+    EXPECT_THAT(FileCalls(), ElementsAre(Opening("r"), "close 0"));
+    EXPECT_THAT(Errors(), ElementsAre("SaveAsLVRFailure"));
+    EXPECT_TRUE(HasEnded());
+    EXPECT_FALSE(Panel::Current());
+}
+
+TEST_F(FindSimilarSteps, EndWithAFileWhoseSizeIsNotKnown)
+{
+    Asked().sizeResult = E_INVALIDARG;
+    Start();
+    EXPECT_THAT(FileCalls(), ElementsAre(Opening("r"), "size 5", "close 5"));
+    EXPECT_THAT(Errors(), ElementsAre("SaveAsLVRFailure"));
+    EXPECT_TRUE(HasEnded());
+}
+
+TEST_F(FindSimilarSteps, EndWithAnEmptyFile)
+{
+    Asked().size = 0;
+    Start();
+    EXPECT_THAT(FileCalls(), ElementsAre(Opening("r"), "size 5", "close 5"));
+    EXPECT_THAT(Errors(), ElementsAre("SaveAsLVRFailure"));
+    EXPECT_TRUE(HasEnded());
+}
+
+TEST_F(FindSimilarSteps, EndWithAFileAboveTheLimit)
+{
+    for (const std::uint32_t size : {Limit + 1, UINT32_MAX}) {
+        Asked().size = size;
+        Start();
+        EXPECT_EQ(Errors().back(), "LVRFileisTooBig");
+        EXPECT_TRUE(HasEnded());
+    }
+    EXPECT_FALSE(Panel::Current());
+    Asked().size = Limit;
+    Start();
+    EXPECT_EQ(Errors().size(), 2U);
+    EXPECT_TRUE(Panel::Current());
+}
+
+TEST_F(FindSimilarSteps, DoNotLookAtTheResultOfTheClosing)
+{
+    Asked().closeResult = E_FAIL;
+    Start();
+    EXPECT_THAT(Errors(), IsEmpty());
+    EXPECT_FALSE(HasEnded());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Memory
+
+TEST_F(FindSimilarSteps, BeginNothingWithoutMemoryForTheCommand)
+{
+    ScarceSize = sizeof(ZALVelmartFindSimilarCmd);
+    EXPECT_EQ(fctCreateZALVelmartFindSimilarCmd(), nullptr);
+    EXPECT_EQ(StartCommand(CommandClass), StartResult::Unknown);
+    EXPECT_EQ(Command::Running(), nullptr);
+    ScarceSize = 0;
+    Start();
+    EXPECT_THAT(Errors(), IsEmpty());
+}
+
+TEST_F(FindSimilarSteps, EndInSilenceWithoutMemoryForTheRequest)
+{
+    Start();
+    ScarceSize = sizeof(ZALCefHttpRequest);
+    ReportReady();
+    ScarceSize = 0;
+    EXPECT_THAT(WaitCalls(), IsEmpty());
+    EXPECT_THAT(Errors(), IsEmpty());
+    EXPECT_TRUE(Transport().Requests().empty());
+    EXPECT_TRUE(HasEnded());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Waiting, and the end
+
+TEST_F(FindSimilarSteps, WaitASecondOnceTheUploadHasBeenSent)
+{
+    Start();
+    EXPECT_THAT(WaitCalls(), IsEmpty());
+    ReportReady();
+    EXPECT_THAT(WaitCalls(), ElementsAre("wait 1000"));
+}
+
+TEST_F(FindSimilarSteps, DoNotWaitForAnUploadThatWasRefused)
+{
+    Start();
+    Transport().RefuseNext();
+    ReportReady();
+    EXPECT_THAT(WaitCalls(), IsEmpty());
+}
+
+TEST_F(FindSimilarSteps, WaitNoMoreOnceTheReplyIsThere)
+{
+    StartUpload();
+    WaitCalls();
+    Transport().Last().End(); // the command itself ends between two events
+    EXPECT_THAT(WaitCalls(), ElementsAre("wait no more"));
+}
+
+TEST_F(FindSimilarSteps, EndByHearingNoMoreOfAddinAndPanelAndByWaitingNoMore)
+{
+    StartUpload();
+    WaitCalls();
+    EndStartedCommands();
+    EXPECT_TRUE(HasEnded());
+    EXPECT_THAT(WaitCalls(), ElementsAre(NoMoreOfTheAddin, NoMoreOfThePanel(), "wait no more"));
+}
+
+TEST_F(FindSimilarSteps, EndWithoutAPanelByHearingNoMoreOfItsEvents)
+{
+    const std::unique_ptr<PanelPages> pages = PanelPages::Install(nullptr);
+    Start();
+    WaitCalls();
+    EndStartedCommands();
+    EXPECT_TRUE(HasEnded());
+    EXPECT_THAT(WaitCalls(), ElementsAre(NoMoreOfThePanel(), StartsWith("wait no more")));
+}
+
+} // namespace
+
+} // namespace openhost::testing
