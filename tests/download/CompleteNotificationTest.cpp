@@ -18,9 +18,9 @@ Notification WithWarnings(const std::vector<std::string>& warnings)
 
 Completion Fields(const Notification& notification)
 {
-    return {notification.GetStatus(), Texts(notification.GetDownloadedFilesPathes()),
+    return {notification.GetStatus(), TextsOf(notification.GetDownloadedFilesPathes()),
             ToUtf8(notification.GetDocEnvId()), ToUtf8(notification.GetErrorMessageNLS()),
-            Texts(notification.GetWarningsMessageNLS())};
+            TextsOf(notification.GetWarningsMessageNLS())};
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -17,7 +17,7 @@ ZALOmxAny Json(const std::string& text)
     return value;
 }
 
-std::vector<std::string> Texts(const ZALListValZALUnicodeString& list)
+std::vector<std::string> TextsOf(const ZALListValZALUnicodeString& list)
 {
     std::vector<std::string> texts;
     for (int index = 1; index <= list.Size(); ++index)
@@ -76,9 +76,9 @@ CompletionReceiver::CompletionReceiver(ZALBaseUnknown* publisher)
 void CompletionReceiver::OnComplete(ZALBaseUnknown*, ZALNotification* notification, void*)
 {
     const auto& complete = dynamic_cast<const Notification&>(*notification);
-    Received.push_back({complete.GetStatus(), Texts(complete.GetDownloadedFilesPathes()),
+    Received.push_back({complete.GetStatus(), TextsOf(complete.GetDownloadedFilesPathes()),
                         ToUtf8(complete.GetDocEnvId()), ToUtf8(complete.GetErrorMessageNLS()),
-                        Texts(complete.GetWarningsMessageNLS())});
+                        TextsOf(complete.GetWarningsMessageNLS())});
     if (OnReceipt)
         OnReceipt();
 }

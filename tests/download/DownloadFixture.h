@@ -20,7 +20,7 @@ using Notification = ZALVelmartFileDownloadCompleteNotification;
 
 /// A value from its JSON text.
 ZALOmxAny Json(const std::string& text);
-std::vector<std::string> Texts(const ZALListValZALUnicodeString& list);
+std::vector<std::string> TextsOf(const ZALListValZALUnicodeString& list);
 ZALListValZALUnicodeString ListOf(const std::vector<std::string>& texts);
 std::string ReadFile(const std::filesystem::path& path);
 void WriteFile(const std::filesystem::path& path, std::string_view content);

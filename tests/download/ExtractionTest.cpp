@@ -20,7 +20,7 @@ protected:
     {
         ZALListValZALUnicodeString files = ListOf({"from before"});
         EXPECT_EQ(ExtractFiles(Archive(archive), PartsFolder(), files), expected);
-        return Texts(files);
+        return TextsOf(files);
     }
     void Finish(const ZipBytes& archive) { Probe.FinishExtraction(Archive(archive), PartsFolder()); }
 };

@@ -36,7 +36,7 @@ protected:
         ZALListValZALUnicodeString names;
         EXPECT_EQ(GetPointedProducts(FromUtf8(product), names), expected);
         EXPECT_EQ(Documents().LivingObjects(), 0);
-        return Texts(names);
+        return TextsOf(names);
     }
     /// Points `product` to `pointed`.
     void Point(const std::string& product, const std::vector<std::string>& pointed,
@@ -283,7 +283,7 @@ TEST_F(RootProduct, PointedNamesAreAppended)
 
     EXPECT_EQ(GetPointedProducts("/p/A.ZALProduct", names), S_OK);
 
-    EXPECT_THAT(Texts(names), ElementsAre("before", "B.ZALProduct"));
+    EXPECT_THAT(TextsOf(names), ElementsAre("before", "B.ZALProduct"));
 }
 
 TEST_F(RootProduct, MissingDocumentPointsToNothing)

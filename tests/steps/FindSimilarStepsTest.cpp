@@ -6,8 +6,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-
 namespace openhost::testing {
 
 namespace {
@@ -19,11 +17,10 @@ using ::testing::StartsWith;
 constexpr std::uint32_t Limit = 10485760;
 const std::string NoMoreOfTheAddin = "hear no more of ZALVelmartMeridiaAccessAddin";
 
-class FindSimilarSteps : public FindSimilarFixture {
+class FindSimilarSteps : public OnServices<FindSimilarFixture> {
 protected:
     FindSimilarSteps()
     {
-        CurrentServices() = {};
         Asked().size = 3;
         Asked().content = "zip";
         Asked().headerAnswer = 1; // the command may be started
@@ -33,19 +30,8 @@ protected:
         EndStartedCommands();
         Panel::End();
         Loop().RunUntilIdle();
-        CurrentServices() = {};
     }
 
-    static Services& Asked() { return CurrentServices(); }
-    /// The calls since the last time whose first word is one of `words`.
-    static Texts Calls(const Texts& words)
-    {
-        Texts calls;
-        for (const std::string& call : std::exchange(Asked().calls, {}))
-            if (std::ranges::count(words, call.substr(0, call.find(' '))))
-                calls.push_back(call);
-        return calls;
-    }
     static Texts FileCalls() { return Calls({"open", "size", "read", "close"}); }
     static Texts ExportCalls() { return Calls({"write", "zip", "delete", "open"}); }
     static Texts WaitCalls() { return Calls({"wait", "hear"}); }
@@ -83,7 +69,7 @@ TEST_F(FindSimilarSteps, NameTheirFilesInTheScriptOfTheTemporaryFolder)
 
 TEST_F(FindSimilarSteps, GoOnWhateverZippingAndDeletingGive)
 {
-    Asked().archiveResult = E_FAIL;
+    Asked().archiveResult = Asked().archiveCloseResult = E_FAIL;
     Start();
     EXPECT_EQ(ExportCalls().size(), 6U);
     EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : S_OK : " + Zip().string()));

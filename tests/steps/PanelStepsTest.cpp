@@ -112,8 +112,9 @@ const std::string Header = "header ZALVelmartFindSimilarCmdHeader 0";
 TEST_F(PanelSteps, SearchAnAddressForTheOtherHostsAndThenForTheProductionHost)
 {
     EXPECT_EQ(Addin().OnPageUrl("https://elsewhere.example/"), S_OK);
-    EXPECT_THAT(Calls(), ElementsAre("search '-parts.' from 0 in mode 1", "search 'velmart.example' from 0 in mode 1",
-                                     Header)); // and for nothing third, since the environment names none
+    EXPECT_THAT(Calls(),
+                ElementsAre("search '-parts.' from 0 in mode 1", "search 'velmart.example' from 0 in mode 1", Header,
+                            "is available")); // and for nothing third, since the environment names none
 }
 
 TEST_F(PanelSteps, SearchNoFurtherThanTheFirstHit)
@@ -127,7 +128,7 @@ TEST_F(PanelSteps, SearchNoFurtherThanTheFirstHit)
 TEST_F(PanelSteps, ReadNumbersOfMessagesConsistently)
 {
     EXPECT_EQ(Addin().OnJSMessage("{}"), E_FAIL);
-    EXPECT_THAT(Calls(), ElementsAre("consistent numbers"));
+    EXPECT_THAT(Calls(), ElementsAre("consistent numbers", "parse"));
 }
 
 TEST_F(PanelSteps, SetTheHeaderForEveryAnswerThatIsNotTheOneWanted)
@@ -135,12 +136,14 @@ TEST_F(PanelSteps, SetTheHeaderForEveryAnswerThatIsNotTheOneWanted)
     for (const int answer : {0, 2, -1}) {
         Asked().headerAnswer = answer;
         Addin().OnJSMessage(R"({"event":"velmart_ready","content":{}})");
-        EXPECT_THAT(Calls(), ElementsAre("consistent numbers", Header, "set 1 to 1", "set 8 to 1", "set 16 to 1"));
+        EXPECT_THAT(Calls(), ElementsAre("consistent numbers", "parse", Header, "is available", "set 1 to 1",
+                                         "set 8 to 1", "set 16 to 1"));
     }
     for (const int answer : {1, 2, -1}) {
         Asked().headerAnswer = answer;
         Addin().OnJSMessage(R"({"event":"velmart_over","content":{}})");
-        EXPECT_THAT(Calls(), ElementsAre("consistent numbers", Header, "set 1 to 0", "set 8 to 0", "set 16 to 0"));
+        EXPECT_THAT(Calls(), ElementsAre("consistent numbers", "parse", Header, "is available", "set 1 to 0",
+                                         "set 8 to 0", "set 16 to 0"));
     }
 }
 
@@ -148,10 +151,10 @@ TEST_F(PanelSteps, LeaveTheHeaderAloneForTheAnswerThatIsWanted)
 {
     Asked().headerAnswer = 1;
     Addin().OnJSMessage(R"({"event":"velmart_ready","content":{}})");
-    EXPECT_THAT(Calls(), ElementsAre("consistent numbers", Header));
+    EXPECT_THAT(Calls(), ElementsAre("consistent numbers", "parse", Header, "is available"));
     Asked().headerAnswer = 0;
     End();
-    EXPECT_THAT(Calls(), ElementsAre(Header));
+    EXPECT_THAT(Calls(), ElementsAre(Header, "is available"));
 }
 
 } // namespace

@@ -2,12 +2,16 @@
 
 #include "host/archive.h"
 #include "host/dialog_engine.h"
+#include "host/dialogs.h"
+#include "host/frame.h"
+#include "host/hash.h"
 #include "host/json.h"
 #include "host/visualization.h"
 #include "openhost/text/Utf.h"
 
 #include <algorithm>
 #include <cstring>
+#include <dlfcn.h>
 #include <new>
 #include <tuple>
 #include <utility>
@@ -26,9 +30,20 @@ std::string Quote(const ZALUnicodeString& text)
     return "'" + ToUtf8(text) + "'";
 }
 
+/// The host's own operation behind the one that is defined here, by its name in the library.
+template <class Operation>
+Operation* TheHostsOwn(const char* name)
+{
+    return reinterpret_cast<Operation*>(dlsym(RTLD_NEXT, name));
+}
+
 class RecordedHeader : public ZALCommandHeader {
 public:
-    int IsAvailable() const override { return CurrentServices().headerAnswer; }
+    int IsAvailable() const override
+    {
+        Note("is available");
+        return CurrentServices().headerAnswer;
+    }
     void SetAvailability(int mask, int state) override
     {
         Note("set " + std::to_string(mask) + " to " + std::to_string(state));
@@ -62,14 +77,10 @@ Services& CurrentServices()
     return services;
 }
 
-StepsFixture::StepsFixture()
+Texts& Registered()
 {
-    CurrentServices() = {};
-}
-
-StepsFixture::~StepsFixture()
-{
-    CurrentServices() = {};
+    static Texts registered;
+    return registered;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -155,7 +166,9 @@ using openhost::testing::Note;
 using openhost::testing::Quote;
 using openhost::testing::RecordedApplication;
 using openhost::testing::RecordedHeader;
+using openhost::testing::Registered;
 using openhost::testing::Services;
+using openhost::testing::TheHostsOwn;
 
 HRESULT CreateZALIVelmartIntegrationSettingAtt(ZALIVelmartIntegrationSettingAtt** settings)
 {
@@ -178,7 +191,7 @@ void* ZALBaseUnknown::operator new(std::size_t size)
 HRESULT ZALFOpen(const ZALUnicodeString& path, const char* mode, ZALFileHandle& handle)
 {
     Note("open " + ToUtf8(path) + " " + mode);
-    handle = SUCCEEDED(CurrentServices().openResult) ? 5 : 0;
+    handle = SUCCEEDED(CurrentServices().openResult) ? CurrentServices().handle : 0;
     return CurrentServices().openResult;
 }
 
@@ -192,10 +205,13 @@ HRESULT ZALFSize(ZALFileHandle handle, std::uint32_t& size)
 HRESULT ZALFRead(ZALFileHandle handle, void* buffer, std::uint32_t size, std::uint32_t& count)
 {
     Note("read " + std::to_string(handle) + " " + std::to_string(size));
-    const Services& services = CurrentServices();
+    Services& services = CurrentServices();
+    ++services.reads;
     count = std::min(size, static_cast<std::uint32_t>(services.content.size()));
     std::memcpy(buffer, services.content.data(), count);
-    return services.readResult;
+    if (services.reads == services.shortRead)
+        --count;
+    return services.reads == services.failingRead ? E_FAIL : services.readResult;
 }
 
 HRESULT ZALFClose(ZALFileHandle handle)
@@ -216,6 +232,47 @@ HRESULT ZALDeleteFile(const ZALUnicodeString& path)
     return CurrentServices().archiveResult;
 }
 
+ZALUnicodeString ZALDlgServices::GetFileExtensionName(const ZALUnicodeString& path)
+{
+    Note("extension of " + ToUtf8(path));
+    return CurrentServices().extension;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Hashes
+
+HRESULT KRYSysHash_Init(int algorithm, KRYSysHashContext&)
+{
+    Note("init " + std::to_string(algorithm));
+    return CurrentServices().initResult;
+}
+
+HRESULT KRYSysHash_Update(KRYSysHashContext&, const void*, std::uint32_t size)
+{
+    Note("update " + std::to_string(size));
+    return ++CurrentServices().updates == CurrentServices().failingUpdate ? E_FAIL : S_OK;
+}
+
+HRESULT KRYSysHash_Final(KRYSysHashContext&, unsigned char* digest, std::uint32_t& length)
+{
+    Note("final");
+    for (unsigned char position = 0; position < 16; ++position)
+        digest[position] = static_cast<unsigned char>(0xA0 + position);
+    length = CurrentServices().digestLength;
+    return CurrentServices().finalResult;
+}
+
+int ZALOmx::BytesToHex(const void* bytes, int count, char* text, int size, int flags)
+{
+    Note("hex " + std::to_string(count) + " " + std::to_string(size) + " " + std::to_string(flags));
+    const auto* byte = static_cast<const unsigned char*>(bytes);
+    for (int position = 0; position < count; ++position) {
+        text[2 * position] = "0123456789ABCDEF"[byte[position] >> 4];
+        text[2 * position + 1] = "0123456789ABCDEF"[byte[position] & 15];
+    }
+    return CurrentServices().hexResult;
+}
+
 // ---------------------------------------------------------------------------------------------
 // Archives and light files
 
@@ -223,6 +280,25 @@ HRESULT ZALSysZipFile::OpenZip(const ZALUnicodeString& path, unsigned int mode)
 {
     Note("zip open " + ToUtf8(path) + " " + std::to_string(mode));
     return CurrentServices().archiveResult;
+}
+
+HRESULT ZALSysZipFile::BrowseZip(ZALUnicodeString*& names, std::uint64_t*& sizes, unsigned int& count)
+{
+    Note("zip browse");
+    const Services& services = CurrentServices();
+    if (FAILED(services.browseResult))
+        return services.browseResult;
+    count = static_cast<unsigned int>(services.entries.size());
+    names = new ZALUnicodeString[count];
+    sizes = new std::uint64_t[count];
+    std::ranges::transform(services.entries, names, openhost::FromUtf8);
+    return S_OK;
+}
+
+HRESULT ZALSysZipFile::ExtractFile(const ZALUnicodeString& folder, const ZALUnicodeString& entry, unsigned int flags)
+{
+    Note("zip extract " + ToUtf8(folder) + " " + ToUtf8(entry) + " " + std::to_string(flags));
+    return CurrentServices().extractResult;
 }
 
 HRESULT ZALSysZipFile::AddFile(const ZALUnicodeString& file, int compress, int relative, const ZALUnicodeString& base,
@@ -236,7 +312,8 @@ HRESULT ZALSysZipFile::AddFile(const ZALUnicodeString& file, int compress, int r
 HRESULT ZALSysZipFile::Close()
 {
     Note("zip close");
-    return CurrentServices().archiveResult;
+    Services& services = CurrentServices();
+    return ++services.archiveClosings == services.failingArchiveClose ? E_FAIL : services.archiveCloseResult;
 }
 
 int ZALWriteLvr(ZALRep*, const char* path, ZALSettingLvr setting, const ZALLvrColorMap* colors, unsigned char options,
@@ -253,6 +330,20 @@ int ZALWriteLvr(ZALRep*, const char* path, ZALSettingLvr setting, const ZALLvrCo
 void ZALOmxJson::ActivateConsistentDoubleUnstream()
 {
     Note("consistent numbers");
+}
+
+HRESULT ZALOmxJson::parse(const ZALOmxUTF8String& text, ZALOmxAny& value)
+{
+    Note("parse");
+    static auto* const parse = TheHostsOwn<HRESULT(ZALOmxJson*, const ZALOmxUTF8String&, ZALOmxAny&)>(
+        "_ZN10ZALOmxJson5parseERK16ZALOmxUTF8StringR9ZALOmxAny");
+    return parse(this, text, value);
+}
+
+int ZALOmxAny::GetKind() const
+{
+    static auto* const kind = TheHostsOwn<int(const ZALOmxAny*)>("_ZNK9ZALOmxAny7GetKindEv");
+    return kind(this) | CurrentServices().bitsOfTheHost;
 }
 
 /// Forward alone, which is all that the module asks for here.
@@ -276,7 +367,7 @@ ZALCommandHeader* ZALCommandHeader::GetHeaderFromList(const ZALString& name, int
 {
     static RecordedHeader header;
     Note(std::string("header ") + name.CastToCharPtr() + " " + std::to_string(options));
-    return &header;
+    return CurrentServices().hasHeader ? &header : nullptr;
 }
 
 void ZALDialogState::AddDialogAgent(ZALDialogAgent* agent)
@@ -302,4 +393,65 @@ void ZALStateCommand::AddTransition(ZALDialogState* from, ZALDialogState* to, ZA
 void ZALEventSubscriber::RemoveSubscriberCallbacks(ZALBaseUnknown* publisher)
 {
     Note(std::string("hear no more of ") + (publisher ? publisher->IsA() : "nobody"));
+}
+
+void ZALEventSubscriber::RemoveCallback(ZALBaseUnknown* publisher, ZALCallback callback)
+{
+    Note(publisher == ZALFrmLayout::GetCurrentLayout() ? "remove from the layout" : "remove");
+    static auto* const remove = TheHostsOwn<void(ZALEventSubscriber*, ZALBaseUnknown*, ZALCallback)>(
+        "_ZN18ZALEventSubscriber14RemoveCallbackEP14ZALBaseUnknownj");
+    remove(this, publisher, callback);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Registration, which the host takes as well
+
+ZALFillDictionary::ZALFillDictionary(const char* className, const char* interfaceName, ZALAdapterFunction adapter,
+                                     int flag)
+    : className_(className), interfaceName_(interfaceName)
+{
+    // The host has entries for classes of its own.
+    if (std::string(className).starts_with("ZALVelmart"))
+        Registered().push_back(std::string("interface ") + interfaceName + " of " + className + ", " +
+                               std::to_string(flag));
+    static auto* const fill = TheHostsOwn<void(ZALFillDictionary*, const char*, const char*, ZALAdapterFunction, int)>(
+        "_ZN17ZALFillDictionaryC1EPKcS1_PFP14ZALBaseUnknownS3_Ei");
+    fill(this, className, interfaceName, adapter, flag);
+}
+
+ZALFillDictionary::ZALFillDictionary(const char* className, ZALCreationFunction creation)
+    : className_(className), interfaceName_(nullptr)
+{
+    Registered().push_back(std::string("class ") + className);
+    static auto* const fill = TheHostsOwn<void(ZALFillDictionary*, const char*, ZALCreationFunction)>(
+        "_ZN17ZALFillDictionaryC1EPKcPFP14ZALBaseUnknownvE");
+    fill(this, className, creation);
+}
+
+int ZALFillDictionary::RegisterFunctionCreation(const char* className, ZALCreationFunction creation)
+{
+    Registered().push_back(std::string("creation of ") + className);
+    static auto* const enter = TheHostsOwn<int(const char*, ZALCreationFunction)>(
+        "_ZN17ZALFillDictionary24RegisterFunctionCreationEPKcPFP14ZALBaseUnknownvE");
+    return enter(className, creation);
+}
+
+ZALMetaClass* fct_RetrieveMetaObject(const char* className, int kind, ZALMetaClass* base, const char* extended,
+                                     const char* module)
+{
+    if (std::string(module) == "ZALVelmartIntegration")
+        Registered().push_back(std::string("record of ") + className + ", " + std::to_string(kind) + ", " +
+                               base->GetName() + ", " + extended);
+    static auto* const retrieve =
+        TheHostsOwn<decltype(fct_RetrieveMetaObject)>("_Z22fct_RetrieveMetaObjectPKciP12ZALMetaClassS0_S0_");
+    return retrieve(className, kind, base, extended, module);
+}
+
+ZALTrace::ZALTrace(const char* name, const char* description, int mode, const char* output, int size) : name_(name)
+{
+    Registered().push_back(std::string("trace ") + name + ", " + description + ", " + std::to_string(mode) + ", " +
+                           output + ", " + std::to_string(size));
+    static auto* const begin =
+        TheHostsOwn<void(ZALTrace*, const char*, const char*, int, const char*, int)>("_ZN8ZALTraceC1EPKcS1_iS1_i");
+    begin(this, name, description, mode, output, size);
 }

@@ -2,17 +2,18 @@
 // place of the host's own operations in this program.
 #pragma once
 
+#include "host/cad.h"
 #include "host/files.h"
 #include "host/settings.h"
 #include "tests/support/HostFixture.h"
+#include "tests/support/Objects.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace openhost::testing {
-
-using Texts = std::vector<std::string>;
 
 /// The settings object. Values change as they are set, unless that fails.
 class RecordedSettings : public ZALIVelmartIntegrationSettingAtt {
@@ -38,32 +39,51 @@ public:
     HRESULT saveResult = S_OK;
 };
 
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-
 struct Services {
     Texts calls; ///< in order, such as "open /file rb"
 
-    // Files: one is open under the handle 5 once it has been opened.
+    // Files: one is open under the handle once it has been opened.
 
     HRESULT openResult = S_OK; ///< a failure gives the handle 0
+    ZALFileHandle handle = 5;
     HRESULT sizeResult = S_OK;
     std::uint32_t size = 0;
     std::string content; ///< what is read, up to the size that was asked for
     HRESULT readResult = S_OK;
+    std::uint32_t reads = 0;       ///< so far
+    std::uint32_t failingRead = 0; ///< number of the read that fails, from 1
+    std::uint32_t shortRead = 0;   ///< number of the read that gives a byte less
     HRESULT closeResult = S_OK;
     HRESULT statResult = S_OK;
     std::uint32_t mode = ZALFileTypeDirectory;
+    const char* extension = ZALProductExtension; ///< of every path, as the dialogs' services tell it
+
+    // Hashes
+
+    HRESULT initResult = S_OK;
+    std::uint32_t updates = 0; ///< so far
+    std::uint32_t failingUpdate = 0;
+    HRESULT finalResult = S_OK;
+    std::uint32_t digestLength = 16;
+    int hexResult = 32;
 
     // Archives and light files, of which nothing comes about.
 
     int lightFileResult = 0;
-    HRESULT archiveResult = S_OK; ///< of all operations of an archive, and of deleting a file
+    HRESULT archiveResult = S_OK; ///< of opening an archive, of adding to it, and of deleting a file
+    Texts entries;
+    HRESULT browseResult = S_OK;
+    HRESULT extractResult = S_OK;
+    HRESULT archiveCloseResult = S_OK;
+    int archiveClosings = 0;     ///< so far
+    int failingArchiveClose = 0; ///< number of the closing that fails, from 1
+
+    int bitsOfTheHost = 0; ///< in the kind of each value
 
     std::unique_ptr<RecordedSettings, ReleaseObject> settings{new RecordedSettings};
 
-    int headerAnswer = 0; ///< of the one command header, whether it is available
+    bool hasHeader = true; ///< whether there is the one command header
+    int headerAnswer = 0;  ///< whether it is available
 };
 
 /// Objects of this size cannot be made; 0 for none. Objects are made before there are services.
@@ -72,16 +92,30 @@ inline std::size_t ScarceSize = 0;
 /// Those of the test that runs.
 Services& CurrentServices();
 
+/// What has been registered, in its order. There from the first use on, which comes before the tests.
+Texts& Registered();
+
 /// A test on services of its own.
-class StepsFixture : public HostFixture {
+template <class Fixture>
+class OnServices : public Fixture {
 protected:
-    StepsFixture();
-    ~StepsFixture() override;
+    OnServices() { CurrentServices() = {}; }
+    ~OnServices() override { CurrentServices() = {}; }
 
     static Services& Asked() { return CurrentServices(); }
     static RecordedSettings& Settings() { return *CurrentServices().settings; }
     /// The calls since the last time.
     static Texts Calls() { return std::exchange(CurrentServices().calls, {}); }
+    /// Those of them whose first word is one of `words`.
+    static Texts Calls(const Texts& words)
+    {
+        Texts calls = Calls();
+        std::erase_if(
+            calls, [&](const std::string& call) { return !std::ranges::count(words, call.substr(0, call.find(' '))); });
+        return calls;
+    }
 };
+
+using StepsFixture = OnServices<HostFixture>;
 
 } // namespace openhost::testing
