@@ -283,6 +283,16 @@ TEST_F(SessionPlayerTest, APushOnTheCloseBoxCancelsADownload)
     EXPECT_EQ(EventsOf("dialog").at(0).at("name"), "FileDownloadErrorNotify");
 }
 
+TEST_F(SessionPlayerTest, ASessionMayEndByClosingTheProgressWindowOfARunningTransfer)
+{
+    EXPECT_EQ(PlaySteps(Download("/archive?entries=100&piece=1&pause=600000") + R"(, {"wait": "window"},
+                        {"push": {"dialog": "ZALVelmartDownloadProgressDlg", "control": "CLOSE"}})"),
+              SessionPlayer::Done);
+    ASSERT_EQ(EventsOf("transfer").size(), 1U);
+    EXPECT_EQ(EventsOf("transfer")[0].at("status"), 4);
+    EXPECT_EQ(events_.back(), Json::parse(R"({"event": "end", "status": 0})"));
+}
+
 TEST_F(SessionPlayerTest, APushOnADialogThatIsNotThereFails)
 {
     EXPECT_EQ(PlaySteps(R"({"push": {"dialog": "None", "control": "OK"}})"), SessionPlayer::Failed);
