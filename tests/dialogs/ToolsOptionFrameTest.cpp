@@ -1,6 +1,7 @@
 // The page of the settings in the host's options, and the addin through which the host has it.
 
 #include "tests/dialogs/DialogTestFixture.h"
+#include "tests/support/Objects.h"
 
 #include "dialogs/ZALVelmartMeridiaAccessSettingsUIAddin.h"
 #include "dialogs/ZALVelmartToolsOptionFrame.h"
@@ -24,10 +25,7 @@ constexpr const char* LocationFrame = "VLDownloadLocationFrm";
 constexpr const char* AddinClass = "ZALVelmartMeridiaAccessSettingsUIAddin";
 constexpr const char* AddinInterface = "ZALIMeridiaAccessSettingsUIAddin";
 
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-using Addin = std::unique_ptr<ZALIMeridiaAccessSettingsUIAddin, ReleaseObject>;
+using Addin = Owned<ZALIMeridiaAccessSettingsUIAddin>;
 
 /// A window of the host in which the page stands.
 class ToolsOptionFrame : public SettingsDialogFixture {

@@ -3,6 +3,7 @@
 
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
 #include "tests/support/ScriptedCad.h"
 
 #include "findsimilar/ZALVelmartFindSimilarCmd.h"
@@ -38,7 +39,6 @@ public:
 namespace openhost::testing {
 
 using Command = ZALVelmartFindSimilarCmdProbe;
-using Texts = std::vector<std::string>;
 
 inline constexpr const char* CommandClass = "ZALVelmartFindSimilarCmd";
 inline constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";

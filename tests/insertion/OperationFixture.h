@@ -3,6 +3,7 @@
 
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
 #include "tests/support/ScriptedCad.h"
 
 #include "events/ZALVelmartIntegrationEventPublisher.h"
@@ -19,15 +20,6 @@
 #include <vector>
 
 namespace openhost::testing {
-
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-
-template <class T>
-using Owned = std::unique_ptr<T, ReleaseObject>;
-
-using Texts = std::vector<std::string>;
 
 inline ZALListValZALUnicodeString List(const Texts& items)
 {

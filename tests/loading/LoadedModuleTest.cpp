@@ -2,6 +2,7 @@
 
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
 
 #include "host/frame.h"
 #include "host/panel.h"
@@ -29,11 +30,8 @@ constexpr const char* SubscriberClass = "ZALVelmartIntegrationEventSubscriber";
 constexpr const char* MessageClass = "ZALDlgHtmlViewJavaScriptNotification";
 constexpr const char* StatusClass = "ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif";
 
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-using Object = std::unique_ptr<ZALBaseUnknown, ReleaseObject>;
-using Addin = std::unique_ptr<ZALIMeridiaAccessDialogAddin, ReleaseObject>;
+using Object = Owned<ZALBaseUnknown>;
+using Addin = Owned<ZALIMeridiaAccessDialogAddin>;
 
 class PluginFile : public HostFixture {
 protected:

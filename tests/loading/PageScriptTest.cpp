@@ -3,6 +3,7 @@
 
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
 #include "tests/support/ScriptedCad.h"
 
 #include "host/frame.h"
@@ -18,8 +19,6 @@
 namespace openhost::testing {
 
 namespace {
-
-using Texts = std::vector<std::string>;
 
 const std::string Plugin = VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so";
 constexpr const char* CheckVariable = "ZAL_MERIDIADIALOG_VLURL_CHECK";

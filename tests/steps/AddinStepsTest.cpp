@@ -30,7 +30,7 @@ protected:
     }
 
 private:
-    std::unique_ptr<ZALVelmartMeridiaAccessAddin, ReleaseObject> addin_{new ZALVelmartMeridiaAccessAddin};
+    Owned<ZALVelmartMeridiaAccessAddin> addin_{new ZALVelmartMeridiaAccessAddin};
 };
 
 constexpr const char* HeaderAsked = "header ZALVelmartFindSimilarCmdHeader 0";

@@ -104,7 +104,7 @@ protected:
     void End() { addin_.reset(); }
 
 private:
-    std::unique_ptr<ZALVelmartMeridiaAccessAddin, ReleaseObject> addin_{new ZALVelmartMeridiaAccessAddin};
+    Owned<ZALVelmartMeridiaAccessAddin> addin_{new ZALVelmartMeridiaAccessAddin};
 };
 
 const std::string Header = "header ZALVelmartFindSimilarCmdHeader 0";

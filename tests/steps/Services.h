@@ -80,7 +80,7 @@ struct Services {
 
     int bitsOfTheHost = 0; ///< in the kind of each value
 
-    std::unique_ptr<RecordedSettings, ReleaseObject> settings{new RecordedSettings};
+    Owned<RecordedSettings> settings{new RecordedSettings};
 
     bool hasHeader = true; ///< whether there is the one command header
     int headerAnswer = 0;  ///< whether it is available

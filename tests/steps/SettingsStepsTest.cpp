@@ -149,8 +149,7 @@ protected:
     }
     void OpenPage() { addin->CreateFrame(parent_); }
 
-    std::unique_ptr<ZALVelmartMeridiaAccessSettingsUIAddin, ReleaseObject> addin{
-        new ZALVelmartMeridiaAccessSettingsUIAddin};
+    Owned<ZALVelmartMeridiaAccessSettingsUIAddin> addin{new ZALVelmartMeridiaAccessSettingsUIAddin};
 
 private:
     ZALDlgDialog* parent_;

@@ -2,6 +2,7 @@
 
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
 
 #include "web/ZALVliHttpDataHandler.h"
 #include "web/ZALVliHttpUtils.h"
@@ -24,10 +25,6 @@ public:
 
 const auto OnReply = static_cast<ReplyMethod>(&Receiver::OnReply);
 
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-
 class SendRequest : public HostFixture {
 protected:
     SendRequest() : receiver_(new Receiver), request_(new ZALCefHttpRequest("GET", "http://127.0.0.1/")) {}
@@ -44,8 +41,8 @@ protected:
         return [this](const Reply& reply) { replies_.emplace_back(reply.begin(), reply.end()); };
     }
 
-    std::unique_ptr<Receiver, ReleaseObject> receiver_;
-    std::unique_ptr<ZALCefHttpRequest, ReleaseObject> request_;
+    Owned<Receiver> receiver_;
+    Owned<ZALCefHttpRequest> request_;
     std::vector<std::string> replies_;
 };
 
@@ -149,7 +146,7 @@ TEST_F(SendRequest, HoldsTheTargetDuringTheCallAlone)
         void OnReply(const Reply&) { during = ReferencesOf(this); }
         unsigned int during = 0;
     };
-    const std::unique_ptr<Measuring, ReleaseObject> target(new Measuring);
+    const Owned<Measuring> target(new Measuring);
     ZALVliHttpUtils::SendRequest(request_.get(), target.get(), static_cast<ReplyMethod>(&Measuring::OnReply));
     Transport().Last().End();
     EXPECT_EQ(target->during, 2U);
@@ -194,7 +191,7 @@ TEST(ReplyHandler, KeepsItsRoomBehindAnEnd)
         void OnReply(const Reply& reply) { room.push_back(reply.capacity()); }
         std::vector<std::size_t> room;
     };
-    const std::unique_ptr<Measuring, ReleaseObject> target(new Measuring);
+    const Owned<Measuring> target(new Measuring);
     auto* handler = new ZALVliHttpDataHandler(target.get(), static_cast<ReplyMethod>(&Measuring::OnReply));
     handler->OnData(nullptr, std::string(100'000, 'x').data(), 100'000);
     handler->OnComplete(nullptr);
@@ -220,7 +217,7 @@ TEST(ReplyHandler, CallsAFunctionOnceThoughTheEndComesTwice)
 
 TEST(ReplyHandler, BeginsAnewBehindEachEndForAMethod)
 {
-    const std::unique_ptr<Receiver, ReleaseObject> receiver(new Receiver);
+    const Owned<Receiver> receiver(new Receiver);
     auto* handler = new ZALVliHttpDataHandler(receiver.get(), OnReply);
     handler->OnHeaders(nullptr, {});
     handler->OnProgress(nullptr, 1, 2);

@@ -10,6 +10,7 @@
 #include "openhost/frame/Frame.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/text/Utf.h"
+#include "tests/support/Objects.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,13 +27,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-
-template <class T>
-using Owned = std::unique_ptr<T, ReleaseObject>;
 
 template <class T>
 Owned<T> Query(ZALBaseUnknown* object)
