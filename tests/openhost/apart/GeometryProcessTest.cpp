@@ -51,11 +51,14 @@ int OpenProcess(pid_t process)
     return static_cast<int>(syscall(SYS_pidfd_open, process, 0));
 }
 
-/// Waits for the end of any process, also of one that has another father.
+/// Waits for the end of any process, also of one that has another father. One that does not end by itself is killed.
 bool Ends(int processDescriptor)
 {
     pollfd entry{processDescriptor, POLLIN, 0};
-    return poll(&entry, 1, 60'000) == 1;
+    const bool ended = poll(&entry, 1, 20'000) == 1;
+    if (!ended)
+        syscall(SYS_pidfd_send_signal, processDescriptor, SIGKILL, nullptr, 0);
+    return ended;
 }
 
 /// Where a job and a test wait for each other.
