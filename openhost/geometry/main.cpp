@@ -10,7 +10,7 @@
 
 int main()
 {
-    // The memory of a job is kept for the next: fresh pages cost a small shape as much time as its triangles.
+    // The memory of a job is kept for the next: with fresh pages a light file takes six hundredths longer.
     mallopt(M_TRIM_THRESHOLD, 256 << 20);
     mallopt(M_MMAP_THRESHOLD, 64 << 20);
     openhost::AnswerJobs([](char job, std::string boundary) {
