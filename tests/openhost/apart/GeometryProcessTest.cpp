@@ -178,9 +178,12 @@ TEST(GeometryProcess, IsRenewedWhenItIsEndedInsideAJob)
     process.Run(jobs::Echo, "first");
     std::set<pid_t> met;
     std::thread outside([&] {
-        met.insert(place.Await());
-        kill(*met.begin(), SIGKILL);
-        met.insert(place.Await());
+        const pid_t first = place.Await();
+        const int descriptor = OpenProcess(first);
+        kill(first, SIGKILL);
+        EXPECT_TRUE(Ends(descriptor)) << "what it has open at the meeting place is closed then";
+        close(descriptor);
+        met = {first, place.Await()};
         place.Release();
     });
     EXPECT_EQ(process.Run(jobs::Meet, place.Bytes()), "met");
