@@ -2,10 +2,10 @@
 
 #include "catalogue/shapes/ShapeIndex.h"
 #include "openhost/cad/CadSession.h"
+#include "openhost/cad/TessellatingLvrWriter.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/frame/Frame.h"
 #include "openhost/geometry/ShapeGeometry.h"
-#include "openhost/geometry/TessellatingLvrWriter.h"
 #include "openhost/geometry/Tessellation.h"
 
 #include <BRepBndLib.hxx>
@@ -58,7 +58,7 @@ void WriteShape(const char* part)
     auto session = std::make_unique<CadSession>();
     LoadedDocument& document = session->Open(part);
     CadServices::Install(std::move(session));
-    LvrWriter::Install(std::make_unique<TessellatingLvrWriter>());
+    LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(std::make_shared<GeometryProcess>()));
     const std::string light = folder.Path() / "shape.lvr";
     const std::string stl = folder.Path() / "shape.stl";
 

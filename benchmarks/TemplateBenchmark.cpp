@@ -7,18 +7,17 @@
 //   peer_xbf    every source part and the source product are read and written under another name as documents of the
 //               kernel (format BinXCAF, a file each)
 //   peer_brep   the same with the parts as bare shapes in the kernel's binary format
-//   peer_solid  as peer_xbf, and the kernel copies, checks and measures each shape in between, as the run does
+//   peer_solid  as peer_xbf, and the kernel checks and measures each shape in between, as the run does
 //
 // The peer reads no templates. Both sides bring each file that they write to the disk, and the entry of its folder.
 
+#include "openhost/cad/ApartSolidKernel.h"
 #include "openhost/cad/CadSession.h"
 #include "openhost/files/TemporaryFolder.h"
-#include "openhost/geometry/OpenCascadeKernel.h"
 #include "openhost/geometry/ShapeGeometry.h"
 
 #include "templates/ZALVliApplyTemplatesOpe.h"
 
-#include <BRepBuilderAPI_Copy.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
 #include <BRepBuilderAPI_MakePolygon.hxx>
 #include <BRepPrimAPI_MakePrism.hxx>
@@ -237,9 +236,8 @@ public:
                 TDF_LabelSequence roots;
                 tool->GetFreeShapes(roots);
                 Require(roots.Length() == 1, "the peer's part is missing");
-                const TopoDS_Shape copy = BRepBuilderAPI_Copy(XCAFDoc_ShapeTool::GetShape(roots.First())).Shape();
-                Require(openhost::MeasureSolids(copy).volume > 0, "the peer's part is empty");
-                tool->SetShape(roots.First(), copy);
+                Require(openhost::MeasureSolids(XCAFDoc_ShapeTool::GetShape(roots.First())).volume > 0,
+                        "the peer's part is empty");
             });
         CopyProduct(target);
     }
@@ -371,7 +369,8 @@ int main(int argc, char** argv)
     const Assembly assembly{parts, std::max(parts, argc > 2 ? std::atoi(argv[2]) : parts)};
     const int turns = std::max(1, argc > 3 ? std::atoi(argv[3]) : 5);
 
-    openhost::SolidKernel::Install(std::make_unique<openhost::OpenCascadeKernel>());
+    openhost::SolidKernel::Install(
+        std::make_unique<openhost::ApartSolidKernel>(std::make_shared<openhost::GeometryProcess>()));
     Ours ours(assembly);
     Peer peer(assembly);
     Times times;

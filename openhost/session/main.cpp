@@ -1,9 +1,9 @@
 // openhost: plays sessions; shows, exports and draws documents; turns light representations into STL.
 
+#include "openhost/cad/ApartSolidKernel.h"
 #include "openhost/cad/ShowDocument.h"
+#include "openhost/cad/TessellatingLvrWriter.h"
 #include "openhost/exchange/StepExport.h"
-#include "openhost/geometry/OpenCascadeKernel.h"
-#include "openhost/geometry/TessellatingLvrWriter.h"
 #include "openhost/lvr/WriteStl.h"
 #include "openhost/picture/RenderDocument.h"
 #include "openhost/session/JournalWriter.h"
@@ -170,8 +170,9 @@ int Play(const PlayArguments& arguments)
         if (account)
             account->Receive(event);
     };
-    openhost::SolidKernel::Install(std::make_unique<openhost::OpenCascadeKernel>());
-    openhost::LvrWriter::Install(std::make_unique<openhost::TessellatingLvrWriter>());
+    const auto geometry = std::make_shared<openhost::GeometryProcess>();
+    openhost::SolidKernel::Install(std::make_unique<openhost::ApartSolidKernel>(geometry));
+    openhost::LvrWriter::Install(std::make_unique<openhost::TessellatingLvrWriter>(geometry));
     const std::unique_ptr<openhost::Desktop> desktop = arguments.panel ? MakeDesktop() : nullptr;
     openhost::SessionPlayer player(
         session, {FindModule(arguments.module), FindPrefix() / "installation", desktop.get()}, receive);
