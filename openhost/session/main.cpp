@@ -5,6 +5,7 @@
 #include "openhost/geometry/OpenCascadeKernel.h"
 #include "openhost/geometry/TessellatingLvrWriter.h"
 #include "openhost/lvr/WriteStl.h"
+#include "openhost/objects/FreedMemory.h"
 #include "openhost/picture/RenderDocument.h"
 #include "openhost/session/JournalWriter.h"
 #include "openhost/session/SessionAccount.h"
@@ -170,6 +171,7 @@ int Play(const PlayArguments& arguments)
         if (account)
             account->Receive(event);
     };
+    openhost::KeepFreedMemory();
     openhost::SolidKernel::Install(std::make_unique<openhost::OpenCascadeKernel>());
     openhost::LvrWriter::Install(std::make_unique<openhost::TessellatingLvrWriter>());
     const std::unique_ptr<openhost::Desktop> desktop = arguments.panel ? MakeDesktop() : nullptr;
