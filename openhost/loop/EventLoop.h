@@ -16,8 +16,9 @@ enum class RunEnd {
     TimedOut, ///< the limit has passed
 };
 
-/// Port of the event loop. Backends: UvEventLoop, ManualEventLoop. One thread uses it. Calls throw nothing; they may
-/// post, add and end timers and watches, their own included. A loop that ends drops what is left without calling it.
+/// Port of the event loop. Backends: UvEventLoop, QtEventLoop, ManualEventLoop. One thread uses it. Calls throw
+/// nothing; they may post, add and end timers and watches, their own included. A loop that ends drops what is left
+/// without calling it.
 class EventLoop {
 public:
     using Call = std::function<void()>;

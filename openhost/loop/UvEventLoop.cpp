@@ -2,20 +2,13 @@
 
 #include <uv.h>
 
-#include <algorithm>
+#include <map>
 #include <stdexcept>
 #include <string>
 
 namespace openhost {
 
-namespace {
-EventQueue::Time Now()
-{
-    return std::chrono::steady_clock::now().time_since_epoch();
-}
-} // namespace
-
-// libuv only says what has come up. Calls run outside of uv_run, which may not be entered twice: so runs nest.
+// uv_run may not be entered twice: libuv only says what has come up.
 struct UvEventLoop::Uv {
     struct Poll {
         uv_poll_t handle;
@@ -60,30 +53,19 @@ UvEventLoop::~UvEventLoop()
     uv_loop_close(&uv_->loop);
 }
 
-void UvEventLoop::Post(Call call)
+void UvEventLoop::TakeTurn(bool wait, std::optional<std::chrono::milliseconds> longest)
 {
-    queue_.Post(std::move(call));
-}
-
-EventLoop::Timer UvEventLoop::CallAfter(std::chrono::milliseconds delay, Call call)
-{
-    return queue_.AddTimer(Now() + delay, std::move(call));
-}
-
-void UvEventLoop::CancelTimer(Timer timer)
-{
-    queue_.RemoveTimer(timer);
-}
-
-void UvEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
-{
-    if (!read && !write) {
-        Unwatch(descriptor);
-        return;
+    if (wait && longest) {
+        uv_update_time(&uv_->loop);
+        uv_timer_start(
+            &uv_->wake, [](uv_timer_t*) {}, static_cast<std::uint64_t>(longest->count()), 0);
     }
-    const int events = (read ? UV_READABLE : 0) | (write ? UV_WRITABLE : 0);
-    queue_.SetWatch(descriptor, std::move(ready));
+    uv_run(&uv_->loop, wait ? UV_RUN_ONCE : UV_RUN_NOWAIT);
+    uv_timer_stop(&uv_->wake);
+}
 
+void UvEventLoop::StartWatch(int descriptor, bool read, bool write)
+{
     auto& poll = uv_->polls[descriptor];
     if (!poll) {
         poll = std::make_unique<Uv::Poll>();
@@ -96,59 +78,22 @@ void UvEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
             return;
         }
     }
-    poll->events = events;
-    uv_poll_start(&poll->handle, events, Uv::QueueReady);
+    poll->events = (read ? UV_READABLE : 0) | (write ? UV_WRITABLE : 0);
+    uv_poll_start(&poll->handle, poll->events, Uv::QueueReady);
 }
 
-void UvEventLoop::Unwatch(int descriptor)
+void UvEventLoop::EndWatch(int descriptor)
 {
     const auto found = uv_->polls.find(descriptor);
-    if (found != uv_->polls.end()) {
-        Uv::Close(std::move(found->second));
-        uv_->polls.erase(found);
-    }
-    queue_.RemoveWatch(descriptor);
+    if (found == uv_->polls.end())
+        return;
+    Uv::Close(std::move(found->second));
+    uv_->polls.erase(found);
 }
 
-RunEnd UvEventLoop::RunUntil(const std::function<bool()>& done, std::optional<std::chrono::milliseconds> limit)
+bool UvEventLoop::HasWatches() const
 {
-    std::optional<EventQueue::Time> end;
-    if (limit)
-        end = Now() + *limit;
-    if (done())
-        return RunEnd::Done;
-    while (true) {
-        if (queue_.Taken() >= batchEnd_) {
-            Collect(end);
-            batchEnd_ = queue_.Queued();
-        }
-        if (queue_.RunOne() && done())
-            return RunEnd::Done;
-        if (!queue_.HasEvents() && !queue_.HasTimers() && uv_->polls.empty())
-            return RunEnd::Idle;
-        if (end && Now() >= *end)
-            return RunEnd::TimedOut;
-    }
-}
-
-void UvEventLoop::Collect(std::optional<EventQueue::Time> limit)
-{
-    queue_.QueueTimers(Now());
-
-    const bool wait = !queue_.HasEvents() && (queue_.HasTimers() || !uv_->polls.empty());
-    auto end = queue_.NextTimer();
-    if (limit && (!end || *limit < *end))
-        end = limit;
-    if (wait && end) {
-        const auto delay = std::chrono::ceil<std::chrono::milliseconds>(std::max(*end - Now(), EventQueue::Time{0}));
-        uv_update_time(&uv_->loop);
-        uv_timer_start(
-            &uv_->wake, [](uv_timer_t*) {}, static_cast<std::uint64_t>(delay.count()), 0);
-    }
-    uv_run(&uv_->loop, wait ? UV_RUN_ONCE : UV_RUN_NOWAIT);
-    uv_timer_stop(&uv_->wake);
-
-    queue_.QueueTimers(Now());
+    return !uv_->polls.empty();
 }
 
 } // namespace openhost

@@ -7,19 +7,10 @@
 
 #include <fcntl.h>
 
-#include <algorithm>
+#include <map>
 #include <stdexcept>
 
 namespace openhost {
-
-namespace {
-
-EventQueue::Time Now()
-{
-    return std::chrono::steady_clock::now().time_since_epoch();
-}
-
-} // namespace
 
 struct QtEventLoop::Sources {
     struct Notifiers {
@@ -51,28 +42,26 @@ QtEventLoop::~QtEventLoop()
 
 void QtEventLoop::Post(Call call)
 {
-    queue_.Post(std::move(call));
+    WaitingEventLoop::Post(std::move(call));
     // Qt's own handlers post too, while a run waits.
     QAbstractEventDispatcher::instance()->wakeUp();
 }
 
-EventLoop::Timer QtEventLoop::CallAfter(std::chrono::milliseconds delay, Call call)
+void QtEventLoop::TakeTurn(bool wait, std::optional<std::chrono::milliseconds> longest)
 {
-    return queue_.AddTimer(Now() + delay, std::move(call));
+    if (wait && longest)
+        sources_->wake.start(*longest);
+    QCoreApplication::processEvents(wait ? QEventLoop::WaitForMoreEvents : QEventLoop::AllEvents);
+    // An object that its own handler gave up is deleted only where no handler runs.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    sources_->wake.stop();
+
+    for (const auto& [descriptor, ready] : std::exchange(sources_->ready, {}))
+        queue_.QueueReady(descriptor, ready.readable, ready.writable);
 }
 
-void QtEventLoop::CancelTimer(Timer timer)
+void QtEventLoop::StartWatch(int descriptor, bool read, bool write)
 {
-    queue_.RemoveTimer(timer);
-}
-
-void QtEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
-{
-    if (!read && !write) {
-        Unwatch(descriptor);
-        return;
-    }
-    queue_.SetWatch(descriptor, std::move(ready));
     if (fcntl(descriptor, F_GETFD) < 0) {
         queue_.QueueReady(descriptor, read, write);
         return;
@@ -92,57 +81,14 @@ void QtEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
     }
 }
 
-void QtEventLoop::Unwatch(int descriptor)
+void QtEventLoop::EndWatch(int descriptor)
 {
     sources_->notifiers.erase(descriptor);
-    queue_.RemoveWatch(descriptor);
 }
 
-RunEnd QtEventLoop::RunUntil(const std::function<bool()>& done, std::optional<std::chrono::milliseconds> limit)
+bool QtEventLoop::HasWatches() const
 {
-    std::optional<EventQueue::Time> end;
-    if (limit)
-        end = Now() + *limit;
-    if (done())
-        return RunEnd::Done;
-    while (true) {
-        if (queue_.Taken() >= batchEnd_) {
-            Collect(end);
-            batchEnd_ = queue_.Queued();
-            // What Qt has handled may be what is waited for.
-            if (done())
-                return RunEnd::Done;
-        }
-        if (queue_.RunOne() && done())
-            return RunEnd::Done;
-        if (!queue_.HasEvents() && !queue_.HasTimers() && sources_->notifiers.empty())
-            return RunEnd::Idle;
-        if (end && Now() >= *end)
-            return RunEnd::TimedOut;
-    }
-}
-
-void QtEventLoop::Collect(std::optional<EventQueue::Time> limit)
-{
-    queue_.QueueTimers(Now());
-
-    const bool wait = !queue_.HasEvents() && (queue_.HasTimers() || !sources_->notifiers.empty());
-    auto end = queue_.NextTimer();
-    if (limit && (!end || *limit < *end))
-        end = limit;
-    if (wait && end) {
-        constexpr std::chrono::milliseconds Longest = std::chrono::hours(24);
-        const auto delay = std::chrono::ceil<std::chrono::milliseconds>(std::max(*end - Now(), EventQueue::Time{0}));
-        sources_->wake.start(std::min(delay, Longest));
-    }
-    QCoreApplication::processEvents(wait ? QEventLoop::WaitForMoreEvents : QEventLoop::AllEvents);
-    // An object that its own handler gave up is deleted only where no handler runs.
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    sources_->wake.stop();
-
-    for (const auto& [descriptor, ready] : std::exchange(sources_->ready, {}))
-        queue_.QueueReady(descriptor, ready.readable, ready.writable);
-    queue_.QueueTimers(Now());
+    return !sources_->notifiers.empty();
 }
 
 } // namespace openhost

@@ -32,6 +32,13 @@ class SendRequest : public HostFixture {
 protected:
     SendRequest() : receiver_(new Receiver), request_(new ZALCefHttpRequest("GET", "http://127.0.0.1/")) {}
 
+    /// What is still under way ends while its reply has a place.
+    void TearDown() override
+    {
+        request_.reset();
+        Loop().RunUntilIdle();
+    }
+
     ReplyFunction Collecting()
     {
         return [this](const Reply& reply) { replies_.emplace_back(reply.begin(), reply.end()); };

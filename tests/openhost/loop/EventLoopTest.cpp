@@ -4,8 +4,9 @@
 #include <gtest/gtest.h>
 
 using Loops = testing::Types<openhost::ManualEventLoop, openhost::UvEventLoop>;
+using WaitingLoops = testing::Types<openhost::UvEventLoop>;
 
-#include "tests/openhost/loop/AnyEventLoopTests.h"
+#include "tests/openhost/loop/WaitingEventLoopTests.h"
 
 // ---------------------------------------------------------------------------------------------
 // The loop in use

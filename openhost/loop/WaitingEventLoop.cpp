@@ -1,0 +1,89 @@
+#include "openhost/loop/WaitingEventLoop.h"
+
+#include <algorithm>
+
+namespace openhost {
+
+namespace {
+
+EventQueue::Time Now()
+{
+    return std::chrono::steady_clock::now().time_since_epoch();
+}
+
+} // namespace
+
+void WaitingEventLoop::Post(Call call)
+{
+    queue_.Post(std::move(call));
+}
+
+EventLoop::Timer WaitingEventLoop::CallAfter(std::chrono::milliseconds delay, Call call)
+{
+    return queue_.AddTimer(Now() + delay, std::move(call));
+}
+
+void WaitingEventLoop::CancelTimer(Timer timer)
+{
+    queue_.RemoveTimer(timer);
+}
+
+void WaitingEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
+{
+    if (!read && !write) {
+        Unwatch(descriptor);
+        return;
+    }
+    queue_.SetWatch(descriptor, std::move(ready));
+    StartWatch(descriptor, read, write);
+}
+
+void WaitingEventLoop::Unwatch(int descriptor)
+{
+    EndWatch(descriptor);
+    queue_.RemoveWatch(descriptor);
+}
+
+RunEnd WaitingEventLoop::RunUntil(const std::function<bool()>& done, std::optional<std::chrono::milliseconds> limit)
+{
+    std::optional<EventQueue::Time> end;
+    if (limit)
+        end = Now() + *limit;
+    if (done())
+        return RunEnd::Done;
+    while (true) {
+        if (queue_.Taken() >= batchEnd_) {
+            Collect(end);
+            batchEnd_ = queue_.Queued();
+            if (done())
+                return RunEnd::Done;
+        }
+        if (queue_.RunOne() && done())
+            return RunEnd::Done;
+        if (!queue_.HasEvents() && !queue_.HasTimers() && !HasWatches())
+            return RunEnd::Idle;
+        if (end && Now() >= *end)
+            return RunEnd::TimedOut;
+    }
+}
+
+void WaitingEventLoop::Collect(std::optional<EventQueue::Time> limit)
+{
+    constexpr std::chrono::milliseconds LongestWait = std::chrono::hours(24); // backends count in 32 bits
+    queue_.QueueTimers(Now());
+
+    const bool wait = !queue_.HasEvents() && (queue_.HasTimers() || HasWatches());
+    auto end = queue_.NextTimer();
+    if (limit && (!end || *limit < *end))
+        end = limit;
+    std::optional<std::chrono::milliseconds> longest;
+    if (end) {
+        const auto left = std::max(*end - Now(), EventQueue::Time{0});
+        longest = std::min(std::chrono::ceil<std::chrono::milliseconds>(left), LongestWait);
+    }
+    TakeTurn(wait, longest);
+
+    queue_.QueueTimers(Now());
+}
+
+} // namespace openhost
