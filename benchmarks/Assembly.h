@@ -3,7 +3,7 @@
 #pragma once
 
 #include "benchmarks/Measure.h"
-#include "openhost/documents/Placement.h"
+#include "openhost/documents/CadDocument.h"
 
 #include <BinXCAFDrivers.hxx>
 #include <TDF_LabelSequence.hxx>
@@ -17,6 +17,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -49,6 +50,21 @@ struct Assembly {
         return {0, -1, 0, shift, 1, 0, 0, 5, 0, 0, 1, -5};
     }
 };
+
+/// The product as a document of ours; its parts lie beside it.
+inline openhost::CadDocument ProductOf(const Assembly& assembly)
+{
+    openhost::CadDocument product;
+    product.kind = openhost::DocumentKind::Product;
+    product.partNumber = "product";
+    for (int part = 0; part < assembly.parts; ++part)
+        product.links.push_back(PartName(part) + ".ZALPart");
+    for (int instance = 0; instance < assembly.instances; ++instance)
+        product.children.push_back({assembly.InstanceName(instance),
+                                    static_cast<std::uint32_t>(assembly.PartOf(instance)),
+                                    Assembly::PlacementOf(instance)});
+    return product;
+}
 
 /// Documents of the kernel. What goes wrong ends the program.
 class KernelDocuments {

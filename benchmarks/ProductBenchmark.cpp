@@ -42,20 +42,13 @@ TopoDS_Shape SolidOf(int part)
 
 void WriteProduct(const std::filesystem::path& folder, const Assembly& assembly)
 {
-    openhost::CadDocument product;
-    product.kind = openhost::DocumentKind::Product;
-    product.partNumber = "product";
+    const openhost::CadDocument product = ProductOf(assembly);
     for (int part = 0; part < Parts; ++part) {
         openhost::CadDocument document;
         document.partNumber = PartName(part);
         document.geometry = openhost::EncodeShape(SolidOf(part));
-        product.links.push_back(PartName(part) + ".ZALPart");
-        openhost::WriteDocument(document, folder / product.links.back());
+        openhost::WriteDocument(document, folder / product.links[static_cast<std::size_t>(part)]);
     }
-    for (int instance = 0; instance < assembly.instances; ++instance)
-        product.children.push_back({assembly.InstanceName(instance),
-                                    static_cast<std::uint32_t>(assembly.PartOf(instance)),
-                                    Assembly::PlacementOf(instance)});
     openhost::WriteDocument(product, folder / "product.ZALProduct");
 }
 

@@ -81,9 +81,7 @@ class Ours {
 public:
     explicit Ours(const Assembly& assembly) : assembly_(assembly)
     {
-        openhost::CadDocument product;
-        product.kind = openhost::DocumentKind::Product;
-        product.partNumber = "product";
+        const openhost::CadDocument product = ProductOf(assembly);
         sources_.Append(TextOf(folder_.Path() / "product.ZALProduct"));
         for (int part = 0; part < assembly.parts; ++part) {
             openhost::CadDocument document;
@@ -91,14 +89,10 @@ public:
             document.nomenclature = "Part";
             document.parameters = {{"Title", "Part"}, {"supplier", "Velmart"}};
             document.geometry = openhost::EncodeShape(SolidOf(part));
-            product.links.push_back(PartName(part) + ".ZALPart");
-            openhost::WriteDocument(document, folder_.Path() / product.links.back());
-            sources_.Append(TextOf(folder_.Path() / product.links.back()));
+            const std::filesystem::path path = folder_.Path() / product.links[static_cast<std::size_t>(part)];
+            openhost::WriteDocument(document, path);
+            sources_.Append(TextOf(path));
         }
-        for (int instance = 0; instance < assembly.instances; ++instance)
-            product.children.push_back({assembly.InstanceName(instance),
-                                        static_cast<std::uint32_t>(assembly.PartOf(instance)),
-                                        Assembly::PlacementOf(instance)});
         openhost::WriteDocument(product, folder_.Path() / "product.ZALProduct");
 
         const openhost::DocumentCamera camera{"Isometric", {200, 200, 200}, {-1, -1, -1}, {-1, -1, 2}, 100};
