@@ -5,7 +5,7 @@
 
 namespace catalogue {
 
-/// File names of the templates.
+/// File names of the templates, under which the page announces them.
 inline constexpr const char* PartTemplateName = "PartTemplate.ZALPart";
 inline constexpr const char* ProductTemplateName = "ProductTemplate.ZALProduct";
 

@@ -15,6 +15,8 @@ function readDetail(event) {
     }
 }
 
+const addressOf = (path) => new URL(path, location.origin).href;
+
 export const session = {
     connected: false,
     /// Where the page is used: "SidePanel" or "DocChooser".
@@ -26,7 +28,12 @@ export const session = {
             const {context} = readDetail(event);
             this.connected = true;
             this.context = typeof context === "string" ? context : "";
-            this.send("velmart_ready", {searchByUploadUrl: new URL("/upload", location.origin).href});
+            this.send("velmart_ready", {
+                searchByUploadUrl: addressOf("/upload"),
+                zalpartTemplate: addressOf("/files/templates/PartTemplate.ZALPart"),
+                zalproductTemplate: addressOf("/files/templates/ProductTemplate.ZALProduct"),
+                preferredSaveMethod: "save as",
+            });
             changed();
         });
         document.addEventListener(SearchEvent, (event) => {

@@ -10,8 +10,13 @@ VL_DEFINE_META_CLASS(ZALVLIFullDownload, ZALBaseUnknown)
 
 ZALVLIFullDownload::ZALVLIFullDownload(std::vector<DownloadItem> items) : Items(std::move(items)) {}
 
-// The dialog belongs to the host and is left alone.
-ZALVLIFullDownload::~ZALVLIFullDownload() = default;
+ZALVLIFullDownload::~ZALVLIFullDownload()
+{
+    HttpRequest.reset();
+    // The dialog belongs to the host and is not ended here.
+    if (ProgressDlg)
+        ProgressDlg->Release();
+}
 
 void ZALVLIFullDownload::Start(DownloadCompleteCallback callback)
 {
@@ -40,9 +45,12 @@ HRESULT ZALVLIFullDownload::RequestNextFile(const ZALUnicodeString& url)
 
     if (sent && ShowProgress && !ProgressDlg) {
         ProgressDlg = ZALVelmartDownloadProgressDlg::Create();
-        // Nothing here can be cancelled.
-        if (ProgressDlg)
+        if (ProgressDlg) {
+            // Held, because the host may end it with its parent before the transfers.
+            ProgressDlg->AddRef();
+            // Nothing here can be cancelled.
             ProgressDlg->SetSensitivity(ZALDlgInsensitive);
+        }
     }
 
     if (const ZALRecord* recorder = ZALRecord::GetMain();
@@ -122,5 +130,6 @@ void ZALVLIFullDownload::EndProgressDlg()
     if (!ProgressDlg)
         return;
     ProgressDlg->RequestDelayedDestruction();
+    ProgressDlg->Release();
     ProgressDlg = nullptr;
 }

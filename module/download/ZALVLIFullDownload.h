@@ -48,5 +48,5 @@ private:
     std::vector<DownloadResult> Results;
     DownloadCompleteCallback CompleteCallback;
     bool ShowProgress = true;
-    ZALVelmartDownloadProgressDlg* ProgressDlg = nullptr; ///< belongs to the host; null when none is shown
+    ZALVelmartDownloadProgressDlg* ProgressDlg = nullptr; ///< the host's, one reference; null when none is shown
 };

@@ -3,6 +3,7 @@
 #include "download/ZALVelmartFileDownloader.h"
 
 #include "dialogs/ZALVelmartDownloadLocationDlg.h"
+#include "dialogs/ZALVelmartDownloadProgressDlg.h"
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "events/ZALVelmartIntegrationDebug.h"
 #include "events/ZALVelmartIntegrationEventPublisher.h"
@@ -41,8 +42,9 @@ ZALVelmartFileDownloader::~ZALVelmartFileDownloader()
     HttpRequest.reset();
     if (DataHandler)
         DataHandler->Release();
-    // The dialog belongs to the host and is left alone.
-    ProgressDlg = nullptr;
+    // The dialog belongs to the host and is not ended here.
+    if (ProgressDlg)
+        ProgressDlg->Release();
     if (FullDownload)
         FullDownload->Release();
 }

@@ -79,7 +79,7 @@ private:
     std::unique_ptr<ZALCefHttpRequest> HttpRequest;       ///< running request; the busy marker of the plain route
     ZALVelmartDownloadDataHandler* DataHandler = nullptr; ///< its handler, one reference
     ZALUnicodeString DownloadedFilePath;                  ///< kept for the location dialog
-    ZALVelmartDownloadProgressDlg* ProgressDlg = nullptr; ///< belongs to the host; null when none is shown
+    ZALVelmartDownloadProgressDlg* ProgressDlg = nullptr; ///< the host's, one reference; null when none is shown
     ZALVLIFullDownload* FullDownload = nullptr;           ///< the last multi-file download, one reference
     ZALOmxAny TemplatesURLs;
 };

@@ -78,9 +78,7 @@ HRESULT ZALVelmartFileDownloader::StartDownloadAndApplyTemplates(const ZALOmxAny
 
         if (status != ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded) {
             // And on with what there is, so that a second notification follows: this is meant.
-            ZALVelmartFileDownloadCompleteNotification notification(
-                ZALVelmartFileDownloadCompleteNotification::DownloadFailed);
-            DispatchCallbacks(this, &notification);
+            NotifyDownloadError("");
         }
 
         ZALUnicodeString partTemplate = storedPart;
@@ -109,9 +107,7 @@ HRESULT ZALVelmartFileDownloader::StartDownloadAndApplyTemplates(const ZALOmxAny
         operation.DeleteSourcesFiles();
 
         if (FAILED(result)) {
-            ZALVelmartFileDownloadCompleteNotification notification(
-                ZALVelmartFileDownloadCompleteNotification::DownloadFailed, operation.GetErrorMessage());
-            DispatchCallbacks(this, &notification);
+            NotifyDownloadError(operation.GetErrorMessage());
             return;
         }
 
@@ -133,9 +129,7 @@ void ZALVelmartFileDownloader::OnDownloadLocationForTemplateDlgOK(ZALBaseUnknown
     }
 
     if (folder.GetLengthInChar() == 0) {
-        ZALVelmartFileDownloadCompleteNotification notification(
-            ZALVelmartFileDownloadCompleteNotification::DownloadFailed);
-        DispatchCallbacks(this, &notification);
+        NotifyDownloadError("");
         return;
     }
 

@@ -31,6 +31,9 @@ HRESULT ZALVelmartFileDownloader::StartDefaultDownloadURL(const ZALUnicodeString
 
     if (!ProgressDlg) {
         ProgressDlg = ZALVelmartDownloadProgressDlg::Create();
+        // Held, because the host may end it with its parent before the transfer.
+        if (ProgressDlg)
+            ProgressDlg->AddRef();
         AddCallback(ProgressDlg, ZALVelmartDownloadProgressDlg::CANCELNotif::ClassName(),
                     &ZALVelmartFileDownloader::OnCancelDownloadProgressDlg, nullptr);
     }
@@ -56,6 +59,7 @@ void ZALVelmartFileDownloader::OnDownloadRequestComplete(const ZALUnicodeString&
     if (ProgressDlg) {
         RemoveSubscriberCallbacks(ProgressDlg);
         ProgressDlg->RequestDelayedDestruction();
+        ProgressDlg->Release();
         ProgressDlg = nullptr;
     }
 

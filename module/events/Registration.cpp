@@ -1,5 +1,6 @@
-// Everything that the module registers when it is loaded. The order of the definitions in this file is the
-// order in which the host sees them, and it is required; no other file has load-time initialisers.
+// Everything that is made when the module is loaded: what it registers, its trace object, and the values that it keeps.
+// The order of the definitions in this file is the order in which the host sees them, and it is required; no other file
+// has load-time initialisers.
 
 #include "dialogs/ZALVelmartMeridiaAccessSettingsUIAddin.h"
 #include "events/ZALVelmartIntegrationDebug.h"
@@ -8,6 +9,7 @@
 #include "findsimilar/ZALVelmartFindSimilarCmd.h"
 #include "panel/TIEZALIMeridiaAccessDialogAddin.h"
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
+#include "templates/ZALVliTemplateSupportUtilities.h"
 
 namespace {
 
@@ -66,3 +68,7 @@ const int SubscriberCreation =
     ZALFillDictionary::RegisterFunctionCreation("ZALVelmartIntegrationEventSubscriber", CreateEventSubscriber);
 
 } // namespace
+
+// 6. The paths of the templates that are at hand.
+ZALUnicodeString ZALVliTemplateSupportUtilities::StoredPartTemplatePath;
+ZALUnicodeString ZALVliTemplateSupportUtilities::StoredProductTemplatePath;

@@ -6,6 +6,8 @@
 //   2. Controls are made inside it, attached, and the window is shown by SetVisibility(ZALDlgShow).
 //   3. The user's actions arrive as notifications that the control dispatches on itself.
 //   4. RequestDelayedDestruction; the object ends between two events, never inside the call.
+// What has ended, also with its parent, is not shown any more and takes no input; whoever holds a reference on a window
+// may still call it and what it holds.
 #pragma once
 
 #include "text.h"
@@ -322,6 +324,13 @@ public:
     ~ZALDlgNotify() override;
     /// Shows the dialog and runs the event loop until the user has answered; one of the answers above.
     int DisplayBlocked(const ZALUnicodeString& text, const ZALUnicodeString& title);
+};
+
+/// What dialogs tell of the files that they show.
+class ZALDlgServices {
+public:
+    /// Extension of the file name in `path`, without its dot, by the same rule as the function of the file services.
+    static ZALUnicodeString GetFileExtensionName(const ZALUnicodeString& path);
 };
 
 /// Texts for the user, by catalog and key, in the language of the host.

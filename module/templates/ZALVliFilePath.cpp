@@ -1,6 +1,7 @@
 #include "templates/ZALVliFilePath.h"
 
 #include "host/cad.h"
+#include "host/dialogs.h"
 #include "host/files.h"
 
 ZALVliFilePath::ZALVliFilePath(const ZALUnicodeString& path) : Path(path) {}
@@ -24,7 +25,7 @@ void ZALVliFilePath::AppendExtension(const ZALUnicodeString& extension)
 
 ZALUnicodeString ZALVliFilePath::GetExtension() const
 {
-    return GetFileExtensionName(Path);
+    return ZALDlgServices::GetFileExtensionName(Path);
 }
 
 ZALUnicodeString ZALVliFilePath::GetFileName() const

@@ -9,18 +9,6 @@ namespace ZALVliTemplateSupportUtilities {
 
 namespace {
 
-/// The templates that are at hand, for the life of the process.
-struct TemplatePathes {
-    ZALUnicodeString StoredPartTemplatePath;
-    ZALUnicodeString StoredProductTemplatePath;
-};
-
-TemplatePathes& Stored()
-{
-    static TemplatePathes pathes;
-    return pathes;
-}
-
 /// The member `key` of `map`, when it is a string.
 bool GetText(const ZALOmxAny& map, const ZALOmxKeyString& key, ZALUnicodeString& text)
 {
@@ -62,15 +50,15 @@ HRESULT GetTemplatesURL(const ZALOmxAny& urls, ZALUnicodeString& partURL, ZALUni
 
 HRESULT StoreTemplatePathes(const ZALUnicodeString& partPath, const ZALUnicodeString& productPath)
 {
-    Stored().StoredPartTemplatePath = partPath;
-    Stored().StoredProductTemplatePath = productPath;
+    StoredPartTemplatePath = partPath;
+    StoredProductTemplatePath = productPath;
     return S_OK;
 }
 
 HRESULT GetStoredTemplatePathes(ZALUnicodeString& partPath, ZALUnicodeString& productPath)
 {
-    partPath = PathIfItExists(Stored().StoredPartTemplatePath);
-    productPath = PathIfItExists(Stored().StoredProductTemplatePath);
+    partPath = PathIfItExists(StoredPartTemplatePath);
+    productPath = PathIfItExists(StoredProductTemplatePath);
     return S_OK;
 }
 

@@ -18,6 +18,11 @@ enum PreferredSaveMethod : int {
 HRESULT GetTemplatesURL(const ZALOmxAny& urls, ZALUnicodeString& partURL, ZALUnicodeString& productURL,
                         PreferredSaveMethod& method);
 
+/// The full paths of the templates that are at hand, for the life of the process; empty at first. They are defined with
+/// everything else that stands from the load on.
+extern ZALUnicodeString StoredPartTemplatePath;
+extern ZALUnicodeString StoredProductTemplatePath;
+
 /// Keeps the paths of the templates for the rest of the process; an empty one forgets the path held so far. Always
 /// S_OK.
 HRESULT StoreTemplatePathes(const ZALUnicodeString& partPath, const ZALUnicodeString& productPath);

@@ -7,11 +7,15 @@
 
 namespace openhost {
 
-/// Writes the tree, the properties, parameters, features and cameras, and the link table of the document `path` to
-/// `output`. The tree follows the
-/// links to files beside the document; a file that is missing, damaged or part of itself is named as such in
-/// its line. Throws CompoundFileError when `path` itself is no document.
+/// Writes the tree, the properties, parameters, features and cameras, the size of the geometry, and the link table of
+/// the document `path` to `output`; what a document lacks is left out. The tree follows the links to files beside the
+/// document; a file that is missing, damaged or part of itself is named as such in its line. A control character of a
+/// name is shown as a blank. Throws CompoundFileError when `path` itself is no document.
 void ShowDocument(const std::filesystem::path& path, std::ostream& output);
+
+/// Writes the same of two documents in two columns, the same kinds of things beside each other. Throws as above before
+/// anything is written.
+void ShowDocuments(const std::filesystem::path& left, const std::filesystem::path& right, std::ostream& output);
 
 /// Most lines and levels of a tree, since a few files that name each other twice unfold into any number of
 /// lines.

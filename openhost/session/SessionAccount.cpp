@@ -57,6 +57,14 @@ std::string Description(const nlohmann::ordered_json& product)
     return text.str();
 }
 
+/// `path` without links, so that a file that is named in two ways counts once.
+std::filesystem::path Resolved(const std::filesystem::path& path)
+{
+    std::error_code error;
+    const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, error);
+    return error ? path : resolved;
+}
+
 /// 1234567 as "1,234,567".
 std::string Grouped(std::uintmax_t number)
 {
@@ -101,12 +109,21 @@ void SessionAccount::Receive(const nlohmann::ordered_json& event)
         return;
     if (teller->second != &SessionAccount::TellProgress)
         EndProgress();
+    // A program that builds a product changes it many times in a row.
+    if (teller->second == &SessionAccount::TellDocument && event == told_)
+        return;
     (this->*teller->second)(event);
+    told_ = event;
 }
 
 void SessionAccount::Finish()
 {
     EndProgress();
+    // What was fetched for a while only, such as the sources of what has been rebuilt, is no result of the session.
+    std::erase_if(files_, [](const std::filesystem::path& file) {
+        std::error_code error;
+        return !std::filesystem::is_regular_file(file, error);
+    });
     TellFiles();
     TellTrees();
 }
@@ -211,6 +228,8 @@ void SessionAccount::TellDocument(const nlohmann::ordered_json& event)
         Line("Document") << "refused, " << Text(event, "operation") << ": " << InOneLine(event, "reason") << "\n";
     else
         Line("Document") << action << " " << InOneLine(event, "path") << "\n";
+    if (action == "saved")
+        Keep(Text(event, "path"));
 }
 
 void SessionAccount::TellTree(const nlohmann::ordered_json& event)
@@ -280,12 +299,13 @@ void SessionAccount::KeepExtracted(const nlohmann::ordered_json& event)
 
 void SessionAccount::KeepMoved(const nlohmann::ordered_json& event)
 {
-    std::erase(files_, std::filesystem::path(Text(event, "from")));
+    std::erase(files_, Resolved(Text(event, "from")));
     Keep(Text(event, "to"));
 }
 
-void SessionAccount::Keep(const std::filesystem::path& file)
+void SessionAccount::Keep(const std::filesystem::path& path)
 {
+    const std::filesystem::path file = Resolved(path);
     if (std::ranges::find(files_, file) == files_.end())
         files_.push_back(file);
 }
@@ -303,14 +323,9 @@ void SessionAccount::TellFiles()
         return;
     output_ << "\nFiles in " << files_.front().parent_path().string() << "\n";
     for (const std::filesystem::path& file : files_) {
-        std::error_code error;
-        const std::uintmax_t size = std::filesystem::file_size(file, error);
-        if (error) {
-            output_ << "  " << file.filename().string() << " is gone\n";
-            continue;
-        }
-        output_ << std::right << std::setw(12) << Grouped(size) << " bytes  " << Md5OfFile(file) << "  "
-                << std::filesystem::relative(file, files_.front().parent_path()).string() << "\n";
+        output_ << std::right << std::setw(12) << Grouped(std::filesystem::file_size(file)) << " bytes  "
+                << Md5OfFile(file) << "  " << std::filesystem::relative(file, files_.front().parent_path()).string()
+                << "\n";
     }
 }
 

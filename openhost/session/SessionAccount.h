@@ -12,7 +12,8 @@
 namespace openhost {
 
 /// Tells each event that means something to a user in a line or two, as it comes; then the files that the session
-/// has brought, with their size and MD5, and the tree of each product that is not part of another one.
+/// has brought or saved and that are still there, with their size and MD5, and the tree of each product that is not
+/// part of another one.
 class SessionAccount {
 public:
     /// `output` outlives the account.
@@ -55,7 +56,8 @@ private:
     void TellTrees();
 
     std::ostream& output_;
-    bool progressOpen_ = false; ///< the line of a progress bar is being written
+    bool progressOpen_ = false;   ///< the line of a progress bar is being written
+    nlohmann::ordered_json told_; ///< the event that was told last
     std::vector<std::filesystem::path> files_;
 };
 

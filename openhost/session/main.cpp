@@ -31,7 +31,7 @@ constexpr int BadUse = 2;
 constexpr const char* Usage =
     R"(Usage: openhost play SESSION.json [--journal FILE] [--account] [--set NAME=VALUE]...
                      [--module FILE] [--panel]
-       openhost show FILE
+       openhost show FILE [OTHER]
        openhost export FILE OUT.step
        openhost picture FILE OUT.png [--size WIDTHxHEIGHT]
        openhost stl FILE.lvr OUT.stl
@@ -49,7 +49,7 @@ play   plays a session without a display. Exit status: 0 every step done; 1 a st
                            variable OPENHOST_MODULE, then ../lib/ZALVelmartIntegration.so
                            and ../lib/libZALVelmartIntegration.so beside this program
 show   prints the tree, the properties, parameters, features and cameras, and the link table of
-       a document. Exit status: 0, or 1 when the file is no document.
+       a document, or of two side by side. Exit status: 0, or 1 when a file is no document.
 export writes a document with everything under it to OUT.step as STEP.
 picture draws a document with everything under it into OUT.png.
          --size WIDTHxHEIGHT  in pixels, each from 1 to 8192; 800x600 by default
@@ -233,6 +233,10 @@ int Run(const std::vector<std::string>& words)
         openhost::ShowDocument(rest[0], std::cout);
         return Done;
     }
+    if (words[0] == "show" && rest.size() == 2) {
+        openhost::ShowDocuments(rest[0], rest[1], std::cout);
+        return Done;
+    }
     if (words[0] == "export") {
         if (rest.size() != 2)
             throw UsageError("export needs a document and a file to write");
@@ -250,7 +254,7 @@ int Run(const std::vector<std::string>& words)
     }
     if (words[0] == "stl")
         throw UsageError("stl needs a light representation and the file to write");
-    throw UsageError(words[0] == "show" ? "show needs one document" : "unknown command " + words[0]);
+    throw UsageError(words[0] == "show" ? "show needs one document or two" : "unknown command " + words[0]);
 }
 
 } // namespace

@@ -10,7 +10,18 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include <fstream>
+namespace {
+
+/// How often a parser was told to keep integers and floating numbers apart.
+int activations = 0;
+
+} // namespace
+
+// Takes the place of the host's own operation in this program.
+void ZALOmxJson::ActivateConsistentDoubleUnstream()
+{
+    ++activations;
+}
 
 namespace openhost::testing {
 namespace {
@@ -26,6 +37,9 @@ constexpr const char* ReceivedRequest = "ZALVelmartFileDownloader : Received dow
 constexpr const char* ReceivedError = "ZALVelmartFileDownloader : Received downloadQ7FilesFromTolva error response\n";
 constexpr const char* ReceivedSuccess =
     "ZALVelmartFileDownloader : Received downloadQ7FilesFromTolva success response\n";
+constexpr const char* SentFiles = "ZALVelmartFileDownloader : Send downloadFilesFromVL response\n";
+constexpr const char* SentCancel = "ZALVelmartFileDownloader : Send downloadFilesFromVL cancel response\n";
+constexpr const char* SentError = "ZALVelmartFileDownloader : Send downloadFilesFromVL error response\n";
 
 /// A failure with a text for the user.
 Completion FailedWith(const std::string& error)
@@ -142,6 +156,16 @@ TEST_F(Bridge, MessagesReachTheModuleFromTheFirstRequestOn)
 
     Send("no JSON");
     EXPECT_THAT(Receiver.Received, SizeIs(2)) << "also behind the end of the download";
+}
+
+TEST_F(Bridge, MessageIsParsedWithIntegersKeptApartFromFloatingNumbers)
+{
+    HandOver();
+    for (const char* message : {"no JSON", R"({"id": 1.0})", R"({"method": ""})"}) {
+        activations = 0;
+        Send(message);
+        EXPECT_EQ(activations, 1) << message;
+    }
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -262,6 +286,7 @@ TEST_F(Bridge, ReplyInsideTheRequestEndsTheDownloadBeforeItReturns)
 
     EXPECT_EQ(Start("{}"), S_OK);
     EXPECT_TRUE(notified);
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedSuccess));
 }
 
 TEST_F(Bridge, ReceiverMayHandTheNextDownloadOverInsideTheNotification)
@@ -358,8 +383,7 @@ TEST_F(Bridge, FetchesWhatTheComponentAsksForAndRepliesWithThePathsByKey)
     EXPECT_THAT(Traces(),
                 ElementsAre(SentRequest, ReceivedRequest, "Downloaded raw file : " + InParts("Bolt.ZALPart") + "\n",
                             "ZALVelmartFileDownloader::ExtractedFiles :" + InParts("c.ZALPart") + "\n",
-                            "ZALVelmartFileDownloader::ExtractedFiles :" + InParts("d.ZALPart") + "\n",
-                            "ZALVelmartFileDownloader : Send downloadFilesFromVL response\n"));
+                            "ZALVelmartFileDownloader::ExtractedFiles :" + InParts("d.ZALPart") + "\n", SentFiles));
 }
 
 TEST_F(Bridge, ReplyOfAnEmptyItemHasAnEmptyList)
@@ -416,7 +440,7 @@ TEST_P(RequestWithoutUrls, IsAnsweredAsFailed)
     EXPECT_THAT(Messages, ElementsAre(R"({ "error" : {"code": -20, "message" : "Download Failed"}, "id" : 3})"));
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
-    EXPECT_TRUE(Traced("ZALVelmartFileDownloader : Send downloadFilesFromVL error response"));
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedRequest, SentError));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -485,7 +509,7 @@ TEST_F(Bridge, CancelledTransferIsAnsweredAsCancelled)
 
     EXPECT_THAT(Messages, ElementsAre(R"({ "error" : {"code": -10, "message" : "Download Canceled"}, "id" : 7})"));
     EXPECT_THAT(Receiver.Received, IsEmpty());
-    EXPECT_TRUE(Traced("ZALVelmartFileDownloader : Send downloadFilesFromVL cancel response"));
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedRequest, SentCancel));
 }
 
 TEST_F(Bridge, MessagesOfTheCatalogGoInAsTheyStand)
@@ -569,6 +593,22 @@ TEST_F(Bridge, ComponentMayAskAnewInsideAReplyThatComesInsideItsRequest)
     EXPECT_THAT(FilesBelow(Parts()), ElementsAre("B.ZALPart"));
 }
 
+TEST_F(Bridge, RequestInsideAReplyThatComesInsideARequestIsTheOneThatRuns)
+{
+    HandOver();
+    OnMessage = [this](const std::string&) {
+        OnMessage = {};
+        AskFor(R"({"B": "https://velmart.example/b"})", "8");
+    };
+    AskFor("{}", "0");
+    const auto& inner = Transport().Last();
+    EXPECT_TRUE(inner.IsRunning());
+
+    AskFor(R"({"C": "https://velmart.example/c"})", "9");
+    EXPECT_FALSE(inner.IsRunning()) << "it gives way to the next one";
+    EXPECT_TRUE(Transport().Last().IsRunning());
+}
+
 TEST_F(Bridge, ComponentMayEndTheDownloadInsideAReply)
 {
     ServePart("a");
@@ -582,6 +622,20 @@ TEST_F(Bridge, ComponentMayEndTheDownloadInsideAReply)
 
     EXPECT_THAT(Receiver.Received,
                 ElementsAre(Completion{Notification::DownloadSucceeded, {InParts("A.ZALPart")}, "UT5", "", {}}));
+    EXPECT_THAT(Traces(),
+                ElementsAre(SentRequest, ReceivedRequest, "Downloaded raw file : " + InParts("A.ZALPart") + "\n",
+                            SentFiles, ReceivedSuccess));
+}
+
+TEST_F(Bridge, ComponentMayLeaveTheDownloadToTheModuleInsideAReply)
+{
+    HandOver();
+    OnMessage = [](const std::string&) { Send(FallBack); };
+    AskFor("{}");
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedRequest, SentError, ReceivedError,
+                                      "ZALVelmartFileDownloader::DownloadURL: " + std::string(Url) + "\n"));
+    EXPECT_THAT(Requested(), ElementsAre(Url));
+    EXPECT_THAT(Receiver.Received, IsEmpty());
 }
 
 TEST_F(Bridge, ReplyDuringATransferEndsTheDownloadAndTheTransferGoesOn)

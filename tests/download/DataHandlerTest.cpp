@@ -1,5 +1,6 @@
 #include "download/ZALVelmartDownloadDataHandler.h"
 #include "tests/download/DownloadFixture.h"
+#include "tests/support/Listener.h"
 
 #include <gmock/gmock.h>
 
@@ -464,6 +465,15 @@ TEST_F(DataHandler, ProgressCountsThoughNobodyIsCalled)
     EXPECT_THAT(TheOwner->Percents, ElementsAre(61));
 }
 
+TEST_F(DataHandler, CallsLeaveNoReferenceOnTheOwner)
+{
+    Script().Progress(50, 100);
+    EXPECT_EQ(ReferencesOf(TheOwner), 1U);
+    Script().End();
+    EXPECT_EQ(ReferencesOf(TheOwner), 1U);
+    EXPECT_EQ(TheOwner->Percents.size() + TheOwner->Completed.size(), 2U);
+}
+
 TEST_F(DataHandler, ProgressWithoutOwnerReachesNobody)
 {
     EndOwner();
@@ -507,6 +517,16 @@ TEST_F(DataHandler, FileIsClosedBeforeTheOwnerIsCalled)
 
     EXPECT_EQ(reader.Content, "whole");
     EXPECT_FALSE(reader.IsOpen);
+}
+
+TEST_F(DataHandler, EndLeavesNoFileOpen)
+{
+    Handler().OnData(nullptr, "first", 5);
+    Handler().OnComplete(nullptr);
+    Handler().OnData(nullptr, "next", 4); // opens the file anew
+    Handler().OnComplete(nullptr);
+
+    EXPECT_EQ(ReadFile(ZipFile()), "next");
 }
 
 TEST_F(DataHandler, FailedTransferKeepsWhatHasArrived)

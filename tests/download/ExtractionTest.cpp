@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
+
 namespace openhost::testing {
 namespace {
 
@@ -74,6 +76,12 @@ TEST_F(Extraction, FileWhosePlaceAFolderHoldsIsNotListed)
     WriteFile(Parts() / "taken/inside", "x");
     EXPECT_THAT(Extract(ZipBytes().Add("taken", "1").Add("b", "2")), ElementsAre(InParts("b")));
     EXPECT_EQ(ReadFile(Parts() / "taken/inside"), "x");
+}
+
+TEST_F(Extraction, FileWhosePlaceASocketHoldsIsListed)
+{
+    ASSERT_EQ(mknod((Parts() / "taken").c_str(), S_IFSOCK | 0600, 0), 0);
+    EXPECT_THAT(Extract(ZipBytes().Add("taken", "1")), ElementsAre(InParts("taken")));
 }
 
 TEST_F(Extraction, ExistingFilesAreReplaced)

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
+
 namespace openhost::testing {
 namespace {
 
@@ -57,6 +59,13 @@ TEST_F(DestinationFolder, ThatIsAFileIsNotDelivered)
 {
     WriteFile(Folder() / "file", "x");
     SetSettings(Folder() / "file", true);
+    EXPECT_EQ(Delivered(S_FALSE), "untouched");
+}
+
+TEST_F(DestinationFolder, ThatIsASocketIsNotDelivered)
+{
+    ASSERT_EQ(mknod((Folder() / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
+    SetSettings(Folder() / "socket", true);
     EXPECT_EQ(Delivered(S_FALSE), "untouched");
 }
 

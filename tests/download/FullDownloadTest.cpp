@@ -518,6 +518,34 @@ TEST_F(FullDownload, ComputesTheShareInSinglePrecision)
 
 TEST_F(FullDownload, EndsTheDialogBeforeTheFunctionIsCalled)
 {
+    for (const TransferEnd end : {TransferEnd::Finished, TransferEnd::Failed, TransferEnd::Cancelled}) {
+        bool gone = false;
+        OnOutcome = [&] {
+            Loop().RunUntilIdle();
+            gone = !Surface().Find(ProgressWindow);
+        };
+        Fetch({{"a", "A"}});
+        Transport().Last().End(end);
+        EXPECT_TRUE(gone) << static_cast<int>(end);
+    }
+}
+
+TEST_F(FullDownload, EndsTheDialogOfARunThatIsStartedAnewInVain)
+{
+    Fetch({{"a", "A"}});
+    Transport().RefuseNext();
+    bool failed = false;
+    Download->Start([&](Notification::Status status, const std::vector<ZALVLIFullDownload::DownloadResult>&) {
+        failed = status == Notification::DownloadFailed;
+    });
+    EXPECT_TRUE(failed);
+    Drop();
+    Loop().RunUntilIdle();
+    EXPECT_EQ(Surface().Find(ProgressWindow), nullptr);
+}
+
+TEST_F(FullDownload, GivesADownloadThatItsFunctionStartsADialogOfItsOwn)
+{
     Fetch({{"a", "A"}});
     OnOutcome = [this] { Fetch({{"b", "B"}}); };
     Transport().Last().End();
@@ -529,6 +557,36 @@ TEST_F(FullDownload, EndsTheDialogBeforeTheFunctionIsCalled)
         actions.push_back(event.action);
     EXPECT_EQ(std::ranges::count(actions, Action::Shown), 2) << "the next download has a dialog of its own";
     EXPECT_EQ(std::ranges::count(actions, Action::Ended), 1);
+}
+
+TEST_F(FullDownload, GoesOnWithoutTheDialogThatEndedWithItsParent)
+{
+    Fetch({{"a", "A"}, {"b", "B"}});
+    ResetFrame();
+    ASSERT_EQ(Surface().Find(ProgressWindow), nullptr);
+
+    Transport().Last().End();
+    Transport().Last().End();
+    Loop().RunUntilIdle();
+
+    EXPECT_THAT(Outcomes, SizeIs(1));
+}
+
+TEST_F(FullDownload, LeavesNoReferenceOnItsDialog)
+{
+    for (const bool ended : {true, false}) {
+        Fetch({{"a", "A"}});
+        const ZALBaseUnknown_WR window(Surface().Find(ProgressWindow));
+        if (ended)
+            Transport().Last().End();
+        else
+            Drop(); // the dialog stays up
+        Loop().RunUntilIdle();
+        EXPECT_EQ(Surface().Find(ProgressWindow) == nullptr, ended);
+        ResetFrame();
+        ConfigureFrame({});
+        EXPECT_EQ(window.GetComponent(), nullptr) << ended;
+    }
 }
 
 TEST_F(FullDownload, RunsWithoutFrameAndWithoutDialog)

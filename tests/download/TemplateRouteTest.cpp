@@ -155,6 +155,7 @@ TEST_F(TemplateRoute, MovesTheFilesWithoutTemplates)
         << "the root first";
     EXPECT_THAT(Stored(), ElementsAre("", ""));
     EXPECT_THAT(Session.calls, IsEmpty());
+    EXPECT_TRUE(is_directory(Temp() / "VelmartTemplates")) << "also without a template";
 }
 
 TEST_F(TemplateRoute, MovesARawFileUnderTheItemsName)
@@ -367,6 +368,18 @@ TEST_F(TemplateRoute, TellsTwiceThatTheItemCouldNotBeFetched)
     EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
 }
 
+TEST_F(TemplateRoute, KeepsTheStoredTemplatesWhenTheItemCannotBeFetched)
+{
+    AnnounceBoth();
+    ServeTemplates();
+    ServeFile(ItemUrl, "a.stp");
+    EXPECT_EQ(Download("first"), S_OK);
+    ServeEnd(ItemUrl, TransferEnd::Failed);
+    EXPECT_EQ(Download("second"), S_OK);
+    EXPECT_THAT(Stored(), ElementsAre(PartTemplate().string(), ProductTemplate().string()));
+    EXPECT_THAT(FilesBelow(Parts()), ElementsAre("first.stp"));
+}
+
 TEST_F(TemplateRoute, TellsTwiceInsideTheCallThatTheItemCannotBeRequested)
 {
     Transport().RefuseNext();
@@ -431,6 +444,23 @@ TEST_F(TemplateRoute, GoesOnBehindAReceiverThatEndsTheFirstFailureWithAnotherDow
     EXPECT_THAT(Receiver.Received, ElementsAre(Failed(), Failed(), Succeeded({InParts("next.stp")})));
 }
 
+TEST_F(TemplateRoute, DownloadThatAReceiverStartsInsideTheCallIsTheOneThatRuns)
+{
+    Receiver.OnReceipt = [&] {
+        if (Receiver.Received.size() == 1)
+            Start(Request("inner"));
+    };
+    Transport().RefuseNext();
+    EXPECT_EQ(Start(Request("outer")), S_OK);
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed(), Failed()));
+    const ScriptedTransport::Script& inner = Transport().Last();
+    EXPECT_TRUE(inner.IsRunning());
+
+    EXPECT_EQ(Start(Request("next")), S_OK);
+    EXPECT_FALSE(inner.IsRunning()) << "it gives way to the next one";
+    EXPECT_TRUE(Transport().Last().IsRunning());
+}
+
 // ---------------------------------------------------------------------------------------------
 // Runs that fail
 
@@ -448,6 +478,26 @@ TEST_F(TemplateRoute, DeletesTheSourcesOfATemplateThatIsRefusedAndKeepsTheTempla
     EXPECT_TRUE(exists(PartTemplate()));
     EXPECT_THAT(Stored(), ElementsAre(PartTemplate().string(), ProductTemplate().string()));
     EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
+}
+
+TEST_F(TemplateRoute, DeletesTheSourcesBeforeItTellsTheEnd)
+{
+    ServeArchive(ItemUrl, {"p.ZALPart", "a.ZALProduct"});
+    WriteFile(Parts() / "p.ZALPart", "old");
+    bool sourceThere = true;
+    Receiver.OnReceipt = [&] { sourceThere = exists(Temp() / "p.ZALPart"); };
+    EXPECT_EQ(Download(), S_OK);
+    EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({InParts("bolt.ZALProduct"), InParts("p.ZALPart")})));
+    EXPECT_FALSE(sourceThere);
+    EXPECT_EQ(ReadFile(Parts() / "p.ZALPart"), "old");
+
+    Announce(R"({"zalpartTemplate": "https://velmart.example/part-template"})");
+    ServeArchive(ItemUrl, {"p.ZALPart"});
+    ServeFile(PartUrl, "no document.ZALPart");
+    sourceThere = true;
+    EXPECT_EQ(Download("nut"), S_OK);
+    EXPECT_EQ(Receiver.Received.back(), Failed());
+    EXPECT_FALSE(sourceThere);
 }
 
 TEST_F(TemplateRoute, KeepsThePartsThatWereWrittenBeforeAFailure)

@@ -1,3 +1,4 @@
+#include "openhost/dialogs/UserActions.h"
 #include "tests/download/DownloadFixture.h"
 
 #include <gmock/gmock.h>
@@ -226,10 +227,11 @@ TEST_F(DownloadTransfer, CancelDropsTheSubscriptionOnTheDialog)
 TEST_F(DownloadTransfer, CancelledTransferEndsItsDialogAndIsIdle)
 {
     StartTransfer();
+    const ZALBaseUnknown_WR window(Surface().Find(ProgressWindow));
     Surface().Push(ProgressWindow, "CLOSE");
     Loop().RunUntilIdle();
 
-    EXPECT_EQ(Surface().Find(ProgressWindow), nullptr);
+    EXPECT_EQ(window.GetComponent(), nullptr) << "nobody holds it any more";
     EXPECT_EQ(Probe.ProgressDlg(), nullptr);
     EXPECT_EQ(Probe.HttpRequest(), nullptr);
     EXPECT_EQ(Probe.DataHandler(), nullptr);
@@ -254,6 +256,48 @@ TEST_F(DownloadTransfer, CancelAfterTheEndDoesNothing)
     Loop().RunUntilIdle();
 
     EXPECT_EQ(Receiver.Received.size(), 1U);
+}
+
+TEST_F(DownloadTransfer, ClosingTheDialogOfAnEndedTransferLeavesTheNextOneAlone)
+{
+    StartTransfer();
+    ZALDialog* window = Surface().Find(ProgressWindow);
+    Receiver.OnReceipt = [this] {
+        Receiver.OnReceipt = {};
+        StartTransfer();
+    };
+    Transport().Last().Bytes(Body());
+    Transport().Last().End();
+
+    ASSERT_NE(Surface().Find(ProgressWindow), window);
+    UseCloseBox(*window); // it ends between events, and none has passed
+
+    EXPECT_TRUE(Transport().Last().IsRunning());
+}
+
+TEST_F(DownloadTransfer, TheDialogMayEndWithItsParentDuringTheTransfer)
+{
+    auto& script = StartTransfer();
+    ResetFrame();
+    Loop().RunUntilIdle();
+    ASSERT_EQ(Surface().Find(ProgressWindow), nullptr);
+    Probe.OnCancelDownloadProgressDlg(); // takes input away from what is left of it
+    ASSERT_TRUE(script.IsCancelled());
+    Loop().RunUntilIdle();
+    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadCanceled)));
+    EXPECT_EQ(Probe.ProgressDlg(), nullptr);
+}
+
+TEST_F(DownloadTransfer, TheProgressGoesOnWithoutTheDialogThatEndedWithItsParent)
+{
+    auto& script = StartTransfer();
+    ResetFrame();
+    Loop().RunUntilIdle();
+
+    script.Progress(50, 100);
+    script.Bytes(Body());
+    script.End();
+    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
 }
 
 TEST_F(DownloadTransfer, CancelWithoutDialogCancelsTheTransfer)
@@ -431,8 +475,10 @@ TEST_F(DownloadTransfer, EndOfTheDownloaderLeavesItsDialogToTheHost)
     Probe.EndDownloader();
     Loop().RunUntilIdle();
 
-    EXPECT_NE(Surface().Find(ProgressWindow), nullptr);
+    const ZALBaseUnknown_WR window(Surface().Find(ProgressWindow));
     EXPECT_EQ(Surface().Push(ProgressWindow, "CLOSE"), PushResult::Done);
+    ResetFrame();
+    EXPECT_EQ(window.GetComponent(), nullptr) << "nobody else holds it";
 }
 
 } // namespace

@@ -60,10 +60,16 @@ TEST_F(FileHash, IsWhatMd5sumSaysForSizesAroundTheBuffers)
     }
 }
 
-TEST_F(FileHash, IsWhatMd5sumSaysForAFileOfManyBuffers)
+TEST_F(FileHash, IsWhatMd5sumSaysForAFileOf1GiB)
 {
+    constexpr std::uintmax_t size = std::uintmax_t{1} << 30;
     Put("start");
-    std::filesystem::resize_file(File(), (64 << 20) + 1);
+    std::filesystem::resize_file(File(), size);
+    std::fstream file(File(), std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(size / 2) << "middle";
+    file.seekp(size - 3) << "end";
+    ASSERT_TRUE(file.flush());
+    ASSERT_EQ(std::filesystem::file_size(File()), size);
     EXPECT_EQ(Hash(), Md5sum());
 }
 

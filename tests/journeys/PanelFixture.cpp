@@ -49,11 +49,10 @@ void PanelFixture::PutNutIntoFrame() const
 
 std::vector<json> PanelFixture::Play(const json& steps, const std::string& base) const
 {
-    const json session = {
-        {"environment", {{"ZAL_MERIDIADIALOG_VLURL_CHECK", "${BASE}/categories"}, {"VL_Test_Url", "${BASE}"}}},
-        {"settings", {{"DownloadLocation", "${PARTS}"}, {"DoNotRemindDownloadLocation", true}}},
-        {"documents", {std::string("${PARTS}/") + FrameFile}},
-        {"steps", steps}};
+    const json session = {{"environment", environment_},
+                          {"settings", {{"DownloadLocation", "${PARTS}"}, {"DoNotRemindDownloadLocation", true}}},
+                          {"documents", {std::string("${PARTS}/") + FrameFile}},
+                          {"steps", steps}};
     std::ofstream(folder_.Path() / "session.json") << session.dump();
     const std::filesystem::path journal = folder_.Path() / "journal";
     const std::string command = "QT_QPA_PLATFORM=offscreen '" VELMART_BINARY_DIR "/bin/openhost' play --panel '" +

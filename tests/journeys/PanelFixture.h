@@ -31,6 +31,8 @@ protected:
     /// The events of the journal with this name.
     static std::vector<nlohmann::json> Named(const std::vector<nlohmann::json>& journal, const std::string& name);
 
+    /// Environment variables of the sessions.
+    nlohmann::json environment_ = {{"ZAL_MERIDIADIALOG_VLURL_CHECK", "${BASE}/categories"}, {"VL_Test_Url", "${BASE}"}};
     openhost::TemporaryFolder folder_;
     catalogue::CatalogueService service_;
 };

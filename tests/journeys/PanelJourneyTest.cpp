@@ -8,6 +8,7 @@
 #include <fstream>
 
 using nlohmann::json;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
 namespace openhost::testing {
@@ -16,31 +17,81 @@ namespace {
 
 using PanelJourney = PanelFixture;
 
+constexpr const char* TemplateSupport = "ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT";
+
+/// Finds the one item that `words` name, shows it and clicks `button`, until the module has the message.
+json ClickOnItem(const std::string& words, const std::string& button)
+{
+    return {{{"page", "${BASE}/categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true"}},
+            {{"wait", "message"}},
+            {{"page", {{"enter", {{"selector", "#query"}, {"text", words}}}}}},
+            {{"wait", {{"page", ".items li:only-child"}}}},
+            {{"page", {{"click", ".items a"}}}},
+            {{"wait", {{"page", button + ":enabled"}}}},
+            {{"page", {{"click", button}}}},
+            {{"wait", "message"}}};
+}
+
+json Join(json steps, const json& more)
+{
+    steps.insert(steps.end(), more.begin(), more.end());
+    return steps;
+}
+
 TEST_F(PanelJourney, AClickOnInsertPutsTheItemIntoTheProductThatTheUserPicks)
 {
     const std::vector<json> journal =
-        Play({{{"page", "${BASE}/categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true"}},
-              {{"wait", "message"}},
-              {{"page", {{"enter", {{"selector", "#query"}, {"text", "slot nut"}}}}}},
-              {{"wait", {{"page", ".items li:only-child"}}}},
-              {{"page", {{"click", ".items a"}}}},
-              {{"wait", {{"page", "#insert:enabled"}}}},
-              {{"page", {{"click", "#insert"}}}},
-              {{"wait", "message"}},
-              {{"select", "FRAME"}},
-              {{"wait", "transfer"}},
-              {{"wait", "idle"}},
-              {{"screenshot", Picture().string()}},
-              {{"save", "${PARTS}/FRAME.ZALProduct"}}});
+        Play(Join(ClickOnItem("slot nut", "#insert"), {{{"select", "FRAME"}},
+                                                       {{"wait", "transfer"}},
+                                                       {{"wait", "idle"}},
+                                                       {{"screenshot", Picture().string()}},
+                                                       {{"save", "${PARTS}/FRAME.ZALProduct"}}}));
     ASSERT_FALSE(journal.empty());
-    EXPECT_EQ(json({{"event", "end"}, {"status", 0}}), journal.back());
+    ASSERT_EQ(json({{"event", "end"}, {"status", 0}}), journal.back());
     const CadDocument product = ReadDocument(Parts() / "FRAME.ZALProduct");
     ASSERT_EQ(1U, product.children.size());
     EXPECT_EQ("SLOTNUT_8_M6.ZALPart", product.links.at(product.children[0].link));
+    EXPECT_EQ(1U, Named(journal, "request").size()) << "the templates of the page are nothing without the support";
     std::ifstream picture(Picture(), std::ios::binary);
     std::string start(8, '\0');
     picture.read(start.data(), 8);
     EXPECT_EQ("\x89PNG\r\n\x1A\n", start);
+}
+
+TEST_F(PanelJourney, WithTemplateSupportAClickOnOpenOpensTheItemRebuiltOnTheTemplatesOfThePage)
+{
+    environment_[TemplateSupport] = "1";
+    const std::vector<json> journal = Play(
+        Join(ClickOnItem("grip", "#open"), {{{"wait", "idle"}}, {{"tree", "${PARTS}/BOLTED_JOINT_M8.ZALProduct"}}}));
+    ASSERT_FALSE(journal.empty());
+    ASSERT_EQ(json({{"event", "end"}, {"status", 0}}), journal.back());
+    EXPECT_TRUE(Named(journal, "dialog").empty());
+
+    const CadDocument product = ReadDocument(Parts() / "BOLTED_JOINT_M8.ZALProduct");
+    EXPECT_EQ("velmart-product-template", product.identity);
+    EXPECT_EQ((UserParameter{"Title", "Velmart assembly"}), product.parameters.at(0));
+    EXPECT_THAT(product.links,
+                ElementsAre("BOLTED_JOINT_M8_01.ZALPart", "BOLTED_JOINT_M8_02.ZALPart", "BOLTED_JOINT_M8_03.ZALPart"));
+    EXPECT_EQ(4U, product.children.size());
+    const CadDocument washer = ReadDocument(Parts() / "BOLTED_JOINT_M8_02.ZALPart");
+    EXPECT_EQ("velmart-part-template", washer.identity);
+    EXPECT_EQ("ISO7089_M8", washer.partNumber);
+    EXPECT_TRUE(washer.geometry);
+    const std::vector<json> trees = Named(journal, "tree");
+    ASSERT_EQ(1U, trees.size());
+    EXPECT_EQ(4U, trees[0]["root"]["children"].size());
+}
+
+TEST_F(PanelJourney, WithTemplateSupportAClickOnInsertInsertsTheItemRebuilt)
+{
+    environment_[TemplateSupport] = "1";
+    const std::vector<json> journal =
+        Play(Join(ClickOnItem("slot nut", "#insert"),
+                  {{{"select", "FRAME"}}, {{"wait", "idle"}}, {{"save", "${PARTS}/FRAME.ZALProduct"}}}));
+    ASSERT_FALSE(journal.empty());
+    ASSERT_EQ(json({{"event", "end"}, {"status", 0}}), journal.back());
+    EXPECT_THAT(ReadDocument(Parts() / "FRAME.ZALProduct").links, ElementsAre("SLOTNUT_8_M6.ZALPart"));
+    EXPECT_EQ("velmart-part-template", ReadDocument(Parts() / "SLOTNUT_8_M6.ZALPart").identity);
 }
 
 TEST_F(PanelJourney, APageThatIsNotTheCataloguesIsToldToTheModuleAndSendsNothing)

@@ -4,6 +4,7 @@
 #include "catalogue/service/CatalogueService.h"
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
+#include "tests/journeys/JourneyFixture.h"
 #include "tests/support/StepFile.h"
 
 #include <gmock/gmock.h>
@@ -14,8 +15,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <map>
-#include <set>
 #include <string>
 #include <sys/wait.h>
 #include <vector>
@@ -27,6 +26,9 @@ namespace {
 using nlohmann::json;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+constexpr const char* DownloadFailed = "The download has failed.";
 
 class RebuildJourney : public ::testing::Test {
 protected:
@@ -35,11 +37,14 @@ protected:
         service_.Start();
         std::filesystem::create_directory(Parts());
         std::filesystem::create_directory(Plain());
+        std::filesystem::create_directory(Temp());
     }
 
     /// Where rebuilt documents come, and where they come without templates.
     std::filesystem::path Parts() const { return folder_.Path() / "parts"; }
     std::filesystem::path Plain() const { return folder_.Path() / "plain"; }
+    /// Where downloads come first.
+    std::filesystem::path Temp() const { return folder_.Path() / "temp"; }
 
     json Templates() const
     {
@@ -67,18 +72,20 @@ protected:
             events_.push_back(json::parse(line));
     }
 
-    /// Downloads the item `id` into `parts` under `fileName`; on templates when `ready` names some.
+    /// Downloads the item `id` into `parts` under `fileName`, on templates when `ready` names some; `event` may be
+    /// "velmart_open" as well.
     void Download(const std::string& id, const std::string& fileName, const std::filesystem::path& parts,
-                  const json& ready)
+                  const json& ready, const std::string& event = "velmart_download")
     {
         const json request = {{"id", id},
                               {"attributes",
                                {{"fileName", fileName},
                                 {"downloadUrls", {{"ZALOR_RAW", service_.GetAddress() + "/files/" + id + ".zip"}}}}}};
-        json session = {{"settings", {{"DownloadLocation", parts.string()}, {"DoNotRemindDownloadLocation", true}}},
+        json session = {{"variables", {{"ZALTemp", Temp().string()}}},
+                        {"settings", {{"DownloadLocation", parts.string()}, {"DoNotRemindDownloadLocation", true}}},
                         {"steps",
                          {{{"message", {{"event", "velmart_ready"}, {"content", ready}}}},
-                          {{"message", {{"event", "velmart_download"}, {"content", request}}}},
+                          {{"message", {{"event", event}, {"content", request}}}},
                           {{"wait", "idle"}, {"seconds", 60}}}}};
         if (!ready.empty())
             session["environment"]["ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT"] = "1";
@@ -115,6 +122,20 @@ protected:
             if (event.contains("hidden"))
                 open += event["action"] == "opened" ? 1 : event["action"] == "closed" ? -1 : 0;
         return open;
+    }
+    /// Texts of the blocking dialogs.
+    std::vector<std::string> Dialogs() const
+    {
+        std::vector<std::string> texts;
+        for (const json& dialog : Events("dialog"))
+            texts.push_back(dialog["text"]);
+        return texts;
+    }
+    /// Of the download nothing is left but the archive and the templates, and no document is left open.
+    void ExpectTidy() const
+    {
+        EXPECT_THAT(Names(Temp()), ElementsAre("VelmartDownloadedQ7Files.zip", "VelmartTemplates"));
+        EXPECT_EQ(LeftOpen(), 0);
     }
     static std::vector<std::string> Names(const std::filesystem::path& folder)
     {
@@ -159,7 +180,7 @@ TEST_F(RebuildJourney, APartHasTheSolidOfItsSourceAndTheRestOfTheTemplate)
     Download("hexagon-bolt-m6x30", "My bolt", Plain(), json::object());
     Download("hexagon-bolt-m6x30", "My bolt", Parts(), Templates());
     ASSERT_THAT(Names(Parts()), ElementsAre("My bolt.ZALPart"));
-    EXPECT_EQ(LeftOpen(), 0);
+    ExpectTidy();
 
     ExpectEqualGeometry(Export(Parts() / "My bolt.ZALPart"), Export(Plain() / "ISO4014_M6x30.ZALPart"));
 
@@ -190,7 +211,7 @@ TEST_F(RebuildJourney, AnAssemblyKeepsItsInstancesAndSharesRepeatedParts)
     Download("bolted-joint-m8", "My joint", Parts(), Templates());
     ASSERT_THAT(Names(Parts()), ElementsAre("My joint.ZALProduct", "My joint_01.ZALPart", "My joint_02.ZALPart",
                                             "My joint_03.ZALPart"));
-    EXPECT_EQ(LeftOpen(), 0);
+    ExpectTidy();
 
     const StepFile source = Export(Plain() / "BOLTED_JOINT_M8.ZALProduct");
     ASSERT_EQ(source.instances.size(), 4U);
@@ -225,8 +246,29 @@ TEST_F(RebuildJourney, SeveralProductsComeAsTheyAre)
     Download("bearing-unit-20", "My unit", Parts(), Templates());
     EXPECT_EQ(Names(Parts()), Names(Plain()));
     EXPECT_THAT(Events("document"), IsEmpty());
+    ExpectTidy();
     ExpectEqualGeometry(Export(Parts() / "BEARING_UNIT_20.ZALProduct"), Export(Plain() / "BEARING_UNIT_20.ZALProduct"));
 }
+
+TEST_F(RebuildJourney, TheUserWhoOpensSeveralProductsIsToldThatTheyComeAsTheyAre)
+{
+    Download("bearing-unit-20", "My unit", Parts(), Templates(), "velmart_open");
+    EXPECT_THAT(Dialogs(), ElementsAre(StartsWith("The item has more than one product")));
+}
+
+TEST_F(RebuildJourney, AnItemThatIsThereAlreadyIsNotFetchedAgain)
+{
+    Download("hexagon-bolt-m6x30", "My bolt", Parts(), Templates());
+    const std::string rebuilt = ReadFile(Parts() / "My bolt.ZALPart");
+    Download("hexagon-bolt-m6x30", "My bolt", Parts(), Templates(), "velmart_open");
+    EXPECT_THAT(Events("request"), IsEmpty());
+    EXPECT_THAT(Dialogs(), ElementsAre(StartsWith("A file of this name was already in the download folder")));
+    EXPECT_THAT(Names(Parts()), ElementsAre("My bolt.ZALPart"));
+    EXPECT_EQ(ReadFile(Parts() / "My bolt.ZALPart"), rebuilt);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Templates that cannot be used
 
 TEST_F(RebuildJourney, ATemplateThatHasAShapeAlreadyIsRefusedAndLeavesNothingOpen)
 {
@@ -235,8 +277,8 @@ TEST_F(RebuildJourney, ATemplateThatHasAShapeAlreadyIsRefusedAndLeavesNothingOpe
     address.replace(address.find("templates/"), std::string::npos, "ISO7089_M6.ZALPart");
     Download("hexagon-bolt-m6x30", "My bolt", Parts(), ready);
     EXPECT_THAT(Names(Parts()), IsEmpty());
-    EXPECT_EQ(Events("dialog").size(), 1U);
-    EXPECT_EQ(LeftOpen(), 0);
+    EXPECT_THAT(Dialogs(), ElementsAre(DownloadFailed));
+    ExpectTidy();
 }
 
 TEST_F(RebuildJourney, ATemplateThatIsNoDocumentIsRefusedAndLeavesNothingOpen)
@@ -246,7 +288,41 @@ TEST_F(RebuildJourney, ATemplateThatIsNoDocumentIsRefusedAndLeavesNothingOpen)
     Download("hexagon-bolt-m6x30", "My bolt", Parts(), ready);
     EXPECT_EQ(Requests("?empty=1"), 1U);
     EXPECT_THAT(Names(Parts()), IsEmpty());
-    EXPECT_EQ(Events("dialog").size(), 1U);
+    EXPECT_THAT(Dialogs(), ElementsAre(DownloadFailed));
+    ExpectTidy();
+}
+
+TEST_F(RebuildJourney, AProductTemplateThatIsNoDocumentIsRefusedAndLeavesNothingOpen)
+{
+    json ready = Templates();
+    ready["zalproductTemplate"] = ready["zalproductTemplate"].get<std::string>() + "?empty=1";
+    Download("bolted-joint-m8", "My joint", Parts(), ready);
+    EXPECT_THAT(Names(Parts()), IsEmpty());
+    EXPECT_THAT(Dialogs(), ElementsAre(DownloadFailed));
+    ExpectTidy();
+}
+
+TEST_F(RebuildJourney, AProductTemplateWithoutAPartTemplateEndsBehindTheFirstPart)
+{
+    Download("bolted-joint-m8", "My joint", Plain(), json::object());
+    json ready = Templates();
+    ready.erase("zalpartTemplate");
+    Download("bolted-joint-m8", "My joint", Parts(), ready);
+    ASSERT_THAT(Names(Parts()), ElementsAre("My joint_01.ZALPart"));
+    EXPECT_EQ(ReadFile(Parts() / "My joint_01.ZALPart"), ReadFile(Plain() / "ISO4014_M8x40.ZALPart"));
+    EXPECT_THAT(Dialogs(), ElementsAre(DownloadFailed));
+    ExpectTidy();
+}
+
+TEST_F(RebuildJourney, ATemplateThatCannotBeFetchedLeavesTheItemAsItCame)
+{
+    Download("hexagon-bolt-m6x30", "My bolt", Plain(), json::object());
+    json ready = Templates();
+    ready["zalpartTemplate"] = ready["zalpartTemplate"].get<std::string>() + "?cut=100";
+    Download("hexagon-bolt-m6x30", "My bolt", Parts(), ready);
+    ASSERT_THAT(Names(Parts()), ElementsAre("My bolt.ZALPart"));
+    EXPECT_EQ(ReadFile(Parts() / "My bolt.ZALPart"), ReadFile(Plain() / "ISO4014_M6x30.ZALPart"));
+    EXPECT_THAT(Dialogs(), ElementsAre(DownloadFailed)) << "the failure is told first, and only that";
     EXPECT_EQ(LeftOpen(), 0);
 }
 

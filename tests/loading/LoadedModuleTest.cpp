@@ -229,10 +229,13 @@ TEST_F(PluginFile, ReleasesItsSingletonsWhenItIsUnloaded)
     Load();
     const ZALBaseUnknown_WR publisher(Create(PublisherClass).get());
     const ZALBaseUnknown_WR subscriber(Create(SubscriberClass).get());
-    EXPECT_TRUE(Object(publisher.GetComponent()));
+    const ZALBaseUnknown_WR downloader(Find<ZALBaseUnknown*()>("_ZN24ZALVelmartFileDownloader11GetInstanceEv")());
+    for (const ZALBaseUnknown_WR* singleton : {&publisher, &subscriber, &downloader})
+        EXPECT_TRUE(Object(singleton->GetComponent()));
     Unload();
     EXPECT_EQ(publisher.GetComponent(), nullptr);
     EXPECT_EQ(subscriber.GetComponent(), nullptr);
+    EXPECT_EQ(downloader.GetComponent(), nullptr);
 }
 
 TEST_F(PluginFile, StartsAfreshWhenItIsLoadedAgain)
@@ -258,6 +261,24 @@ TEST_F(PluginFile, HashesAFileForOtherModules)
     std::ofstream(Folder() / "file") << "abc";
     EXPECT_EQ(hash((Folder() / "file").c_str()), ZALUnicodeString("900150983cd24fb0d6963f7d28e17f72"));
     EXPECT_EQ(hash((Folder() / "missing").c_str()), ZALUnicodeString());
+}
+
+TEST_F(PluginFile, KeepsNoPathOfATemplateAtFirst)
+{
+    for (int load = 0; load < 2; ++load) {
+        Load();
+        const auto* part = Find<ZALUnicodeString>("_ZN30ZALVliTemplateSupportUtilities22StoredPartTemplatePathE");
+        const auto* product = Find<ZALUnicodeString>("_ZN30ZALVliTemplateSupportUtilities25StoredProductTemplatePathE");
+        const auto store = Find<HRESULT(const ZALUnicodeString&, const ZALUnicodeString&)>(
+            "_ZN30ZALVliTemplateSupportUtilities19StoreTemplatePathesERK16ZALUnicodeStringS2_");
+        ASSERT_TRUE(part && product && store);
+        EXPECT_EQ(*part, ZALUnicodeString());
+        EXPECT_EQ(*product, ZALUnicodeString());
+        store("part", "product");
+        EXPECT_EQ(*part, ZALUnicodeString("part"));
+        EXPECT_EQ(*product, ZALUnicodeString("product"));
+        Unload();
+    }
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -33,14 +33,14 @@ ScriptedSessionDocument::~ScriptedSessionDocument() = default;
 
 HRESULT ScriptedSessionDocument::AddRefForLock()
 {
-    session_.calls.push_back("Lock " + name);
+    session_.Call("Lock " + name);
     ++locks;
     return S_OK;
 }
 
 HRESULT ScriptedSessionDocument::ReleaseForLock(int mode)
 {
-    session_.calls.push_back("Unlock " + name + " " + std::to_string(mode));
+    session_.Call("Unlock " + name + " " + std::to_string(mode));
     --locks;
     return S_OK;
 }
@@ -70,7 +70,7 @@ public:
 
 protected:
     Object& Self() const { return object_; }
-    void Note(const std::string& call) const { object_.Session().calls.push_back(call); }
+    void Note(const std::string& call) const { object_.Session().Call(call); }
 
 private:
     Object& object_;
@@ -96,9 +96,24 @@ std::string NamesOf(const List& list)
     return names.empty() ? "nothing" : names;
 }
 
+/// A format that knows its place in the list of its container.
+class PlacedFormat : public ZALFormat {
+public:
+    PlacedFormat(const std::string& name, std::size_t place) : ZALFormat(name.c_str()), place_(place) {}
+    std::size_t Place() const { return place_; }
+
+private:
+    std::size_t place_; ///< from 1
+};
+
+/// The name, and the place unless that is the first.
 std::string FormatOf(const ZALFormat_var& format)
 {
-    return format ? format->GetName().CastToCharPtr() : "no format";
+    if (!format)
+        return "no format";
+    const std::string name = format->GetName().CastToCharPtr();
+    const std::size_t place = dynamic_cast<PlacedFormat&>(*format.Get()).Place();
+    return place > 1 ? name + " at " + std::to_string(place) : name;
 }
 
 std::string Numbers(int first, int second)
@@ -143,7 +158,7 @@ public:
 class NotedError : public ZALError {
 public:
     NotedError(ScriptedTemplates& session, const std::string& text) : ZALError(text.c_str()), session_(session) {}
-    void Flush() override { session_.calls.push_back(std::string("Flush ") + GetText().CastToCharPtr()); }
+    void Flush() override { session_.Call(std::string("Flush ") + GetText().CastToCharPtr()); }
 
 private:
     ScriptedTemplates& session_;
@@ -210,8 +225,11 @@ public:
 
     HRESULT FindFormats(ZALHandleList<ZALFormat>& formats) override
     {
-        for (const std::optional<std::string>& format : Self().formats)
-            formats.Append(format ? ZALFormat_var::Take(new ZALFormat(format->c_str())) : ZALFormat_var());
+        std::size_t place = 0;
+        for (const std::optional<std::string>& format : Self().formats) {
+            ++place;
+            formats.Append(format ? ZALFormat_var::Take(new PlacedFormat(*format, place)) : ZALFormat_var());
+        }
         return S_OK;
     }
 
@@ -489,15 +507,15 @@ public:
 
     HRESULT OpenDocument(const ZALUnicodeString& path, ZALDocument*& document, int mode) override
     {
-        session_.calls.push_back("Open " + session_.Label(ToUtf8(path)) + ", " + std::to_string(mode));
+        session_.Call("Open " + session_.Label(ToUtf8(path)) + ", " + std::to_string(mode));
         const auto found =
             std::ranges::find(session_.documents_, std::filesystem::path(ToUtf8(path)), &ScriptedSessionDocument::path);
         if (found == session_.documents_.end())
             return E_FAIL;
-        if (SUCCEEDED((*found)->openResult) && (*found)->isGiven) {
+        // Also on failure: the module is not to use it then.
+        document = (*found)->isGiven ? *found : nullptr;
+        if (SUCCEEDED((*found)->openResult) && document)
             ++(*found)->opens;
-            document = *found;
-        }
         return (*found)->openResult;
     }
     HRESULT SaveDocumentAs(ZALDocument& document, const ZALUnicodeString& path, const ZALUnicodeString& format,
@@ -512,7 +530,7 @@ public:
     HRESULT RemoveDocument(ZALDocument& document, int mode) override
     {
         auto& removed = static_cast<ScriptedSessionDocument&>(document);
-        session_.calls.push_back("Remove " + removed.name + " " + std::to_string(mode));
+        session_.Call("Remove " + removed.name + " " + std::to_string(mode));
         --removed.opens;
         return S_OK;
     }
@@ -527,7 +545,7 @@ private:
     {
         auto& saved = static_cast<ScriptedSessionDocument&>(document);
         const std::filesystem::path file = ToUtf8(path);
-        session_.calls.push_back(operation + " " + saved.name + " to " + session_.Label(file) + arguments);
+        session_.Call(operation + " " + saved.name + " to " + session_.Label(file) + arguments);
         if (saved.leavesFile)
             std::ofstream(file) << saved.name;
         if (SUCCEEDED(saved.saveResult))
@@ -659,6 +677,13 @@ int ScriptedTemplates::LivingObjects() const
     for (ScriptedObject* object : objects_)
         count += beyondOwn(object);
     return count;
+}
+
+void ScriptedTemplates::Call(const std::string& call)
+{
+    calls.push_back(call);
+    if (OnCall)
+        OnCall(call);
 }
 
 std::vector<std::string> ScriptedTemplates::CallsOf(const std::set<std::string>& words) const

@@ -6,6 +6,7 @@
 #include <array>
 #include <deque>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
@@ -158,11 +159,15 @@ public:
     /// The calls in order. Each begins with a word for the operation and the name of its object; the tests show them
     /// all.
     std::vector<std::string> calls;
+    std::function<void(const std::string& call)> OnCall; ///< called inside each call
     /// Those that begin with one of `words`.
     std::vector<std::string> CallsOf(const std::set<std::string>& words) const;
 
     /// `path` as the calls name it.
     std::string Label(const std::filesystem::path& path) const;
+
+    /// Notes a call.
+    void Call(const std::string& call);
 
     int facets = 0; ///< objects that were given and not released; counted by the interfaces
 

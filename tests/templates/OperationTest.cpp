@@ -123,5 +123,20 @@ TEST_F(TemplateOperation, LosesTheSourceOfATemplateThatIsRefused)
     EXPECT_THAT(Names(Parts()), IsEmpty());
 }
 
+TEST_F(TemplateOperation, LosesTheFileOfAChildThatGoesByAnotherName)
+{
+    Session.AddProduct(ProductTemplate(), "target");
+    ScriptedSessionDocument& product = Session.AddProduct(Temp() / "a.ZALProduct", "product");
+    Session.AddChild(product, Session.AddSolidPart("/elsewhere/nut.ZALPart", "nut"), "nut.1", 0);
+    operation.SetTemplatesPathes(Text(PartTemplate()), Text(ProductTemplate()));
+    operation.SetDestinationPath(Text(Parts()), "bolt");
+    operation.SetSourceFilesPathes(Files({"a.ZALProduct", "p.ZALPart"}));
+    EXPECT_EQ(operation.Run(), S_OK);
+    EXPECT_TRUE(exists(Temp() / "p.ZALPart"));
+    operation.DeleteSourcesFiles();
+    EXPECT_THAT(Names(Temp()), ElementsAre("VelmartTemplates"));
+    EXPECT_THAT(Names(Parts()), ElementsAre("bolt.ZALProduct"));
+}
+
 } // namespace
 } // namespace openhost::testing

@@ -79,6 +79,17 @@ TEST_F(PartTemplateRun, CopiesTheResultIntoTheTemplateAndSavesIt)
     EXPECT_EQ(Error, "untouched");
 }
 
+TEST_F(PartTemplateRun, TracesTheSaveBeforehand)
+{
+    std::string traced;
+    Session.OnCall = [&](const std::string& call) {
+        if (call.starts_with("SaveAs"))
+            traced = PartTraces().back();
+    };
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(traced, SaveTrace());
+}
+
 TEST_F(PartTemplateRun, IsSavedAsNewForNewFrom)
 {
     EXPECT_EQ(Apply(SaveMethodNewFrom), S_OK);
@@ -147,6 +158,7 @@ TEST_F(PartTemplateRun, FailsWhenTheTemplateCannotBeOpened)
     EXPECT_THAT(Held, IsEmpty());
     EXPECT_EQ(Session.CallsOf({"Open"}).size(), Session.calls.size());
     EXPECT_FALSE(exists(Destination));
+    EXPECT_TRUE(exists(Source));
 }
 
 TEST_F(PartTemplateRun, HoldsTheTemplateWhenTheSourceCannotBeOpened)
@@ -164,6 +176,8 @@ TEST_F(PartTemplateRun, HoldsTheTemplateWhenTheSourceFailsToOpen)
     source.openResult = E_INVALIDARG;
     EXPECT_EQ(Apply(), E_FAIL);
     ExpectTemplateHeld();
+    EXPECT_FALSE(exists(Destination));
+    EXPECT_TRUE(exists(Source));
 }
 
 /// What a template or a source may lack.
@@ -279,12 +293,15 @@ TEST_F(PartTemplateRun, FailsToCopyIntoATargetWithoutAContainer)
     EXPECT_THAT(Copies(), IsEmpty());
 }
 
-TEST_F(PartTemplateRun, FindsTheFormatAmongOthers)
+TEST_F(PartTemplateRun, TakesTheFirstFormatOfTheNameAmongOthers)
 {
     source.features->formats = {std::nullopt, "ZALPrt", Format, Format};
     EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(PartTraces(), Not(Contains("ApplyPartTemplate - CopyPaste has failed")));
-    EXPECT_THAT(Copies(), Contains("Paste template.features: source.copy below template.main, " + Format));
+    EXPECT_THAT(Copies(), ElementsAre("Collect source.features: source.result, " + Format + " at 3",
+                                      "Extract source.features: boundary(source.result), " + Format + " at 3",
+                                      "Collect source.extracted: all, " + Format + " at 3",
+                                      "Paste template.features: source.copy below template.main, " + Format + " at 3",
+                                      "Work template.part: template.main", "Cameras template: source"));
 }
 
 TEST_F(PartTemplateRun, PastesIntoAContainerThatTakesNothingWithoutAFailure)
@@ -352,7 +369,7 @@ TEST_F(PartTemplateRun, KeepsTheOtherThingsOfTheTemplate)
     part.part->tools.back()->shape = &Session.AddObject(&part, "curve");
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_EQ(part.part->tools.size(), 2U);
-    EXPECT_THAT(Session.CallsOf({"SaveAs"}).size(), 1U);
+    EXPECT_EQ(Session.CallsOf({"SaveAs"}).size(), 1U);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -202,6 +202,8 @@ TEST_F(ApplyTemplatesRun, MovesSeveralProductsUnderTheirOwnNamesWithAWarning)
     Warnings.Append("kept");
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("a.ZALProduct", "b.zalproduct", "p.ZALPart"));
+    EXPECT_THAT(Names(Parts()), ElementsAre("a.ZALProduct", "b.zalproduct", "p.ZALPart"));
+    EXPECT_EQ(Read(Parts() / "b.zalproduct"), "downloaded b.zalproduct");
     EXPECT_THAT(TextsOf(Warnings), ElementsAre("kept", "Too many products"));
     EXPECT_THAT(RunTraces(), IsSupersetOf({"ApplyTemplates - WARNING - No Support of template for multiple products",
                                            "ApplyTemplates - No Product Template - we move the files"}));
@@ -448,6 +450,18 @@ TEST_F(ProductRun, PlacesEachPartInTheTemplateAndSavesIt)
             "Remove template of q 1"));
     EXPECT_EQ(RunTraces().back(), "ApplyTemplates - SaveAs : " + InParts("bolt.ZALProduct"));
     EXPECT_TRUE(exists(Temp() / "drawing.pdf")) << "it is not moved";
+}
+
+TEST_F(ProductRun, TracesTheSaveBeforehand)
+{
+    Texts traced;
+    Session.OnCall = [&](const std::string& call) {
+        if (call.starts_with("SaveAs"))
+            traced.push_back(RunTraces().back());
+    };
+    AddSource("p");
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(traced, ElementsAre("ApplyTemplates - SaveAs : " + InParts("bolt.ZALProduct")));
 }
 
 TEST_F(ProductRun, IsSavedAsNewForNewFrom)

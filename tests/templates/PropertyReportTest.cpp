@@ -132,6 +132,19 @@ TEST_F(PropertyReport, AddsTheExtraPropertiesBeforeTheUserParameters)
                                        "ReportPrdProperties - Report Property - name: supplier - value: Velmart"));
 }
 
+TEST_F(PropertyReport, TracesAParameterBeforeItIsAdded)
+{
+    Texts traced;
+    Session.OnCall = [&](const std::string& call) {
+        if (call.starts_with("Append") && !Reports().empty())
+            traced.push_back(Reports().back());
+    };
+    Session.AddParameter(source, "finish", "zinc");
+    EXPECT_EQ(Report({{"customer", "Smith"}}), S_OK);
+    EXPECT_THAT(traced, ElementsAre("ReportPrdProperties - Add Property - name: customer - value: Smith",
+                                    "ReportPrdProperties - Report Property - name: finish - value: zinc"));
+}
+
 TEST_F(PropertyReport, LetsTheTemplateWinOverTheExtraPropertiesAndTheseOverTheSource)
 {
     Session.AddParameter(target, "own", "template");

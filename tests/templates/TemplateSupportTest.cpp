@@ -4,6 +4,25 @@
 
 #include "templates/ZALVliFilePath.h"
 
+#include <algorithm>
+
+namespace {
+
+/// Whether the host keeps its texts in another form than units of 16 bits.
+bool textsAreNarrow = false;
+
+} // namespace
+
+// Takes the place of the host's own operation in this program.
+HRESULT ZALUnicodeString::ConvertToUCChar(char16_t* units, int& count) const
+{
+    count = GetLengthInChar();
+    if (textsAreNarrow)
+        return E_FAIL;
+    std::copy_n(CastToUTF16Ptr(), count, units);
+    return S_OK;
+}
+
 namespace openhost::testing {
 namespace {
 
@@ -178,6 +197,14 @@ TEST_F(SanitizedName, KeepsEveryOtherVisibleCharacter)
 TEST_F(SanitizedName, OfNothingIsEmpty)
 {
     EXPECT_EQ(Sanitized(""), "");
+}
+
+TEST_F(SanitizedName, OfATextThatCannotBeReadIsEmpty)
+{
+    textsAreNarrow = true;
+    EXPECT_EQ(Sanitized("bolt"), "");
+    textsAreNarrow = false;
+    EXPECT_EQ(Sanitized("bolt"), "bolt");
 }
 
 // ---------------------------------------------------------------------------------------------

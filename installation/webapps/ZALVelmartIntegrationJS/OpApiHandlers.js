@@ -25,18 +25,20 @@
             (location.protocol === "https:" || (location.protocol === "http:" && isLoopback));
     };
 
+    // The text before the path is compared as it stands: readers of addresses differ in what they make of an odd one.
+    const isOwnAddress = (text) => typeof text === "string" && text.startsWith(`${location.origin}/`);
+
     // What is wrong with the content of a message, or an empty text.
     const checkReady = (content) => {
         if (!isObject(content))
             return "no map";
-        if (content.searchByUploadUrl === undefined)
-            return "";
-        // What the user uploads goes to the catalogue and to nobody else.
-        try {
-            return new URL(content.searchByUploadUrl).origin === location.origin ? "" : "an upload to another origin";
-        } catch {
-            return "an upload to no address";
-        }
+        // What the user uploads goes to the catalogue and to nobody else, and what is rebuilt on comes from it alone.
+        for (const key of ["searchByUploadUrl", "zalpartTemplate", "zalproductTemplate"])
+            if (content[key] !== undefined && !isOwnAddress(content[key]))
+                return `${key} is no address of the page's origin`;
+        if (content.preferredSaveMethod !== undefined && typeof content.preferredSaveMethod !== "string")
+            return "preferredSaveMethod is no text";
+        return "";
     };
     const checkItem = (content) => (isObject(content) ? "" : "no item");
     const checks = new Map([

@@ -56,6 +56,13 @@ protected:
         return output.str();
     }
 
+    std::string ShownBeside(const std::string& left, const std::string& right) const
+    {
+        std::ostringstream output;
+        ShowDocuments(folder_.Path() / left, folder_.Path() / right, output);
+        return output.str();
+    }
+
     TemporaryFolder folder_;
 };
 
@@ -69,7 +76,7 @@ TEST_F(Show, PartShowsPropertiesAndGeometry)
                                      "  Nomenclature      A bolt\n"
                                      "Parameters\n"
                                      "  Material          Steel\n"
-                                     "  Length of the shank 12.5 mm\n"
+                                     "  Length of the shank  12.5 mm\n"
                                      "  Note              \n"
                                      "Geometry\n"
                                      "  1 solid, 6 faces, volume 1000.0 mm³, area 600.0 mm²\n"
@@ -111,7 +118,6 @@ TEST_F(Show, ProductShowsItsTreeThroughAllLevels)
                                          "│  ├─ 1  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
                                          "│  └─ 2  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
                                          "└─ 2  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
-                                         "Properties\n"
                                          "Links\n"
                                          "  1  Inner.ZALProduct\n"
                                          "  2  Bolt.ZALPart\n");
@@ -152,6 +158,84 @@ TEST_F(Show, TreeThatIsTooDeepIsCutOff)
     const std::string shown = Shown("L0.ZALProduct");
     EXPECT_NE(shown.find("[L100.ZALProduct]  at (1.5, 0, -2)  …\n"), std::string::npos);
     EXPECT_EQ(shown.find("[L101.ZALProduct]"), std::string::npos);
+}
+
+TEST_F(Show, NamesStayInTheirLine)
+{
+    CadDocument document;
+    document.partNumber = "a\nb";
+    document.nomenclature = "c\td";
+    document.parameters = {{"e\nf", "g\th"}};
+    document.cameras = {{"i\nj", {1, 2, 3}, {-1, 0, 0}, {0, 0, 1}, 50}};
+    WriteDocument(document, folder_.Path() / "k\x1B[l.ZALPart");
+    EXPECT_EQ(Shown("k\x1B[l.ZALPart"), "Part a b  [k [l.ZALPart]\n"
+                                        "Properties\n"
+                                        "  Nomenclature      c d\n"
+                                        "Parameters\n"
+                                        "  e f               g h\n"
+                                        "Cameras\n"
+                                        "  i j               at (1, 2, 3) towards (-1, 0, 0)\n"
+                                        "Links\n"
+                                        "  none\n");
+
+    CadDocument product;
+    product.kind = DocumentKind::Product;
+    product.links = {"m\nn.ZALPart"};
+    product.children = {{.name = "o\np"}};
+    WriteDocument(product, folder_.Path() / "q.ZALProduct");
+    EXPECT_EQ(Shown("q.ZALProduct"), "Product   [q.ZALProduct]\n"
+                                     "└─ o p  [m n.ZALPart]  at (0, 0, 0)  (missing)\n"
+                                     "Links\n"
+                                     "  1  m n.ZALPart\n");
+}
+
+TEST_F(Show, TwoDocumentsStandSideBySide)
+{
+    Part("Bolt");
+    Product("Source", {"Bolt.ZALPart", "Bolt.ZALPart"});
+    CadDocument rebuilt = ReadDocument(folder_.Path() / "Source.ZALProduct");
+    rebuilt.parameters = {{"Title", "Größe"}};
+    rebuilt.children.pop_back();
+    WriteDocument(rebuilt, folder_.Path() / "Rebuilt.ZALProduct");
+
+    EXPECT_EQ(ShownBeside("Source.ZALProduct", "Rebuilt.ZALProduct"),
+              "Product Source  [Source.ZALProduct]   │ Product Source  [Rebuilt.ZALProduct]\n"
+              "├─ 1  [Bolt.ZALPart]  at (1.5, 0, -2) │ └─ 1  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
+              "└─ 2  [Bolt.ZALPart]  at (1.5, 0, -2) │\n"
+              "                                      │ Parameters\n"
+              "                                      │   Title             Größe\n"
+              "Links                                 │ Links\n"
+              "  1  Bolt.ZALPart                     │   1  Bolt.ZALPart\n");
+    EXPECT_EQ(ShownBeside("Rebuilt.ZALProduct", "Source.ZALProduct"),
+              "Product Source  [Rebuilt.ZALProduct]  │ Product Source  [Source.ZALProduct]\n"
+              "└─ 1  [Bolt.ZALPart]  at (1.5, 0, -2) │ ├─ 1  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
+              "                                      │ └─ 2  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
+              "Parameters                            │\n"
+              "  Title             Größe             │\n"
+              "Links                                 │ Links\n"
+              "  1  Bolt.ZALPart                     │   1  Bolt.ZALPart\n");
+}
+
+TEST_F(Show, ALongLineLeavesTheColumnsOfTheOthersAlone)
+{
+    CadDocument document;
+    document.description = std::string(5000, 'x');
+    WriteDocument(document, folder_.Path() / "Long.ZALPart");
+    const std::string shown = ShownBeside("Long.ZALPart", "Long.ZALPart");
+    EXPECT_NE(shown.find("\nProperties" + std::string(70, ' ') + " │ Properties\n"), std::string::npos);
+    EXPECT_NE(shown.find("x │   Description       xx"), std::string::npos);
+}
+
+TEST_F(Show, OfTwoDocumentsBothMustBeSome)
+{
+    Part("Bolt");
+    std::ofstream(folder_.Path() / "text.ZALPart") << "no document";
+    std::ostringstream output;
+    EXPECT_THROW(ShowDocuments(folder_.Path() / "Bolt.ZALPart", folder_.Path() / "text.ZALPart", output),
+                 CompoundFileError);
+    EXPECT_THROW(ShowDocuments(folder_.Path() / "missing.ZALPart", folder_.Path() / "Bolt.ZALPart", output),
+                 CompoundFileError);
+    EXPECT_EQ(output.str(), "");
 }
 
 TEST_F(Show, WhatIsNoDocumentIsRefused)

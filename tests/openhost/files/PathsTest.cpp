@@ -1,4 +1,5 @@
 #include "openhost/files/Paths.h"
+#include "host/dialogs.h"
 #include "openhost/text/Utf.h"
 
 #include <gtest/gtest.h>
@@ -160,6 +161,12 @@ TEST(GetFileExtensionName, TakesTheNameOfAHiddenFileForNoExtension)
     EXPECT_EQ(Extension(".hidden"), "");
     EXPECT_EQ(Extension("/a/.hidden"), "");
     EXPECT_EQ(Extension("/a/.hidden.txt"), "txt");
+}
+
+TEST(GetFileExtensionName, IsWhatTheServicesOfTheDialogsGiveToo)
+{
+    for (const char* path : {"bolt.ZALPart", "/a.b\\bolt.tar.gz", "/a.b/bolt", "bolt.", "/a/.hidden", ""})
+        EXPECT_EQ(ToUtf8(ZALDlgServices::GetFileExtensionName(path)), Extension(path)) << path;
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -49,7 +49,7 @@ TEST_F(ProgramTest, HelpTellsTheCommands)
 {
     EXPECT_EQ(Run("--help"), 0);
     EXPECT_THAT(Read("out"), HasSubstr("openhost play SESSION.json"));
-    EXPECT_THAT(Read("out"), HasSubstr("openhost show FILE"));
+    EXPECT_THAT(Read("out"), HasSubstr("openhost show FILE [OTHER]"));
     EXPECT_THAT(Read("out"), HasSubstr("openhost export FILE OUT.step"));
     EXPECT_THAT(Read("out"), HasSubstr("openhost picture FILE OUT.png [--size WIDTHxHEIGHT]"));
     EXPECT_THAT(Read("out"), HasSubstr("openhost stl FILE.lvr OUT.stl"));
@@ -67,7 +67,7 @@ TEST_F(ProgramTest, WrongUseIsExplained)
                                   "play a --set x",
                                   "play a --other",
                                   "show",
-                                  "show a b",
+                                  "show a b c",
                                   "export",
                                   "export a",
                                   "export a b c",

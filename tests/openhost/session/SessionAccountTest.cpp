@@ -1,7 +1,12 @@
 #include "openhost/session/SessionAccount.h"
 
+#include "openhost/documents/CadDocument.h"
+#include "openhost/files/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <sstream>
 
 namespace openhost {
@@ -97,6 +102,91 @@ TEST(SessionAccount, EndsTheLineOfAProgressBarFirst)
                     R"({"event": "document", "path": "/top.ZALProduct", "action": "opened"})"}),
               "Progress      40 % \n"
               "Document      opened /top.ZALProduct\n");
+}
+
+TEST(SessionAccount, TellsManyChangesInARowOnce)
+{
+    const std::string first = R"({"event": "document", "path": "/a.ZALProduct", "action": "changed"})";
+    const std::string second = R"({"event": "document", "path": "/b.ZALProduct", "action": "changed"})";
+    const std::string url = R"({"event": "url", "url": "x"})";
+    EXPECT_EQ(Told({first, first, second, url, second, second, first}), "Document      changed /a.ZALProduct\n"
+                                                                        "Document      changed /b.ZALProduct\n"
+                                                                        "Page          x\n"
+                                                                        "Document      changed /b.ZALProduct\n"
+                                                                        "Document      changed /a.ZALProduct\n");
+}
+
+// ---------------------------------------------------------------------------------------------
+// Files
+
+namespace {
+
+class SessionAccountOfFiles : public ::testing::Test {
+protected:
+    std::filesystem::path Put(const std::string& name) const
+    {
+        std::ofstream(folder_.Path() / name) << "abc";
+        return std::filesystem::canonical(folder_.Path() / name);
+    }
+    static std::string Extracted(const std::filesystem::path& path)
+    {
+        return nlohmann::json{{"event", "extracted"}, {"path", path.string()}}.dump();
+    }
+    static std::string Saved(const std::filesystem::path& path)
+    {
+        return nlohmann::json{{"event", "document"}, {"path", path.string()}, {"action", "saved"}}.dump();
+    }
+    static std::string Moved(const std::filesystem::path& from, const std::filesystem::path& to)
+    {
+        return nlohmann::json{{"event", "moved"}, {"from", from.string()}, {"to", to.string()}}.dump();
+    }
+    std::string Heading() const { return "\nFiles in " + std::filesystem::canonical(folder_.Path()).string() + "\n"; }
+    static std::string Line(const std::string& name)
+    {
+        return "           3 bytes  900150983cd24fb0d6963f7d28e17f72  " + name + "\n";
+    }
+
+    TemporaryFolder folder_;
+};
+
+} // namespace
+
+TEST_F(SessionAccountOfFiles, TellsWhatWasExtractedMovedAndSaved)
+{
+    const std::filesystem::path extracted = Put("a.txt");
+    const std::filesystem::path moved = Put("b.txt");
+    const std::filesystem::path saved = Put("c.txt");
+    EXPECT_EQ(Told({Extracted(extracted), Extracted(folder_.Path() / "before.txt"),
+                    Moved(folder_.Path() / "before.txt", moved), Saved(saved)}),
+              "Document      saved " + saved.string() + "\n" + Heading() + Line("a.txt") + Line("b.txt") +
+                  Line("c.txt"));
+}
+
+TEST_F(SessionAccountOfFiles, AFileCountsOnceUnderWhateverName)
+{
+    const std::filesystem::path file = Put("a.txt");
+    std::filesystem::create_directory_symlink(folder_.Path(), folder_.Path() / "link");
+    EXPECT_EQ(Told({Extracted(file), Extracted(file), Extracted(folder_.Path() / "link" / "a.txt")}),
+              Heading() + Line("a.txt"));
+}
+
+TEST_F(SessionAccountOfFiles, WhatIsNoLongerThereIsNoResult)
+{
+    const std::filesystem::path file = Put("a.txt");
+    std::filesystem::create_directory(folder_.Path() / "folder");
+    EXPECT_EQ(Told({Extracted("/nowhere/source.ZALProduct"), Extracted(folder_.Path() / "folder"), Extracted(file)}),
+              Heading() + Line("a.txt"));
+    EXPECT_EQ(Told({Extracted("/nowhere/source.ZALProduct")}), "");
+}
+
+TEST_F(SessionAccountOfFiles, ShowsTheProductThatWasSaved)
+{
+    CadDocument product;
+    product.kind = DocumentKind::Product;
+    product.partNumber = "TOP";
+    const std::filesystem::path path = std::filesystem::canonical(folder_.Path()) / "top.ZALProduct";
+    WriteDocument(product, path);
+    EXPECT_THAT(Told({Saved(path)}), ::testing::EndsWith("\n\nProduct TOP  [top.ZALProduct]\nLinks\n  none\n"));
 }
 
 } // namespace openhost

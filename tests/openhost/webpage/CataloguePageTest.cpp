@@ -253,14 +253,19 @@ TEST_F(CataloguePage, WithoutASessionTheButtonsAreOffAndTheFileIsALink)
 // ---------------------------------------------------------------------------------------------
 // The session
 
-TEST_F(CataloguePage, ConnectingAnnouncesTheUploadAndSwitchesTheButtonsOn)
+TEST_F(CataloguePage, ConnectingAnnouncesUploadAndTemplatesAndSwitchesTheButtonsOn)
 {
     AnswerItems();
     OpenPage("/categories#/items/bolt-m8");
     ASSERT_TRUE(UntilShown("table"));
     Connect();
     ASSERT_TRUE(UntilSent(1));
-    EXPECT_EQ(json({{"event", "velmart_ready"}, {"content", {{"searchByUploadUrl", server_.Url("/upload")}}}}),
+    EXPECT_EQ(json({{"event", "velmart_ready"},
+                    {"content",
+                     {{"searchByUploadUrl", server_.Url("/upload")},
+                      {"zalpartTemplate", server_.Url("/files/templates/PartTemplate.ZALPart")},
+                      {"zalproductTemplate", server_.Url("/files/templates/ProductTemplate.ZALProduct")},
+                      {"preferredSaveMethod", "save as"}}}}),
               Sent()[0]);
     ASSERT_TRUE(UntilShown("#insert:enabled"));
     EXPECT_EQ("Connected to the session", TextOf("#connection"));
@@ -462,8 +467,6 @@ const tries = [
     '{"event": "toString", "content": {}}', '{"event": ["velmart_over"], "content": {}}',
     '{"event": "velmart_insert", "content": []}', '{"event": "velmart_open", "content": "x"}',
     '{"event": "velmart_ready", "content": null}',
-    '{"event": "velmart_ready", "content": {"searchByUploadUrl": "https://elsewhere.example/upload"}}',
-    '{"event": "velmart_ready", "content": {"searchByUploadUrl": 7}}',
     JSON.stringify({event: "velmart_open", content: {text: "x".repeat(1 << 20)}}),
     '{"event": "velmart_replace", "content": {"id": 7}}',
 ];
@@ -482,9 +485,58 @@ document.addEventListener("velmart:connect", () => {
     const std::string text = TextOf("p");
     EXPECT_EQ("no text of a message,no text of a message,no text of a message,no JSON,no JSON,no message,no message,"
               "no message,no message,no message,no message,an unknown event,an unknown event,an unknown event,"
-              "an unknown event,no item,no item,no map,an upload to another origin,an upload to no address,"
-              "no text of a message,,no text of a message",
+              "an unknown event,no item,no item,no map,no text of a message,,no text of a message",
               text);
+    EXPECT_EQ(1U, Sent().size());
+}
+
+// What the page announces is where the module sends the user's shape and what it fetches to rebuild on.
+TEST_F(CataloguePage, AddressesOfOthersAreRefused)
+{
+    server_.AddPage("/tries", R"(<!DOCTYPE html><p>tries</p><script>
+const own = location.origin;
+const host = location.host;
+const addresses = [
+    "https://elsewhere.example/t", `https://${host}/t`, `http://${host}.elsewhere.example/t`, `http://${host}0/t`,
+    `http://${host}@elsewhere.example/t`, `http://${host}\\@elsewhere.example/t`, `http:\\\\${host}\\t`, ` ${own}/t`,
+    `http://user@${host}/t`, `//${host}/t`, "/t", "t", `blob:${own}/t`, "file:///etc/passwd", "data:text/plain,t",
+    "javascript:1", own, "", 7, null, true, [`${own}/t`], {href: `${own}/t`},
+];
+const keys = ["searchByUploadUrl", "zalpartTemplate", "zalproductTemplate"];
+let outcome;
+document.addEventListener("velmart:outcome", (event) => { outcome = JSON.parse(event.detail); });
+const send = (content) => {
+    const detail = JSON.stringify({event: "velmart_ready", content});
+    document.dispatchEvent(new CustomEvent("velmart:request", {detail}));
+    return outcome.reason;
+};
+document.addEventListener("velmart:connect", () => {
+    const refused = new Map(keys.map((key) => [key, 0]));
+    for (const key of keys)
+        for (const address of addresses) {
+            const others = Object.fromEntries(keys.map((name) => [name, `${own}/t`]));
+            if (send({...others, [key]: address}) === `${key} is no address of the page's origin`)
+                refused.set(key, refused.get(key) + 1);
+        }
+    const methods = [1, null, ["save as"], {}].map((preferredSaveMethod) => send({preferredSaveMethod}));
+    const counts = [...refused].map(([key, count]) => `${key} ${count}`);
+    document.querySelector("p").textContent = [addresses.length, ...counts, ...methods].join();
+    send({preferredSaveMethod: "new from", zalpartTemplate: `${own}/t?name=@elsewhere.example`, other: 7});
+});
+</script>)");
+    server_.Start();
+    Load(server_.Url("/tries"));
+    Connect();
+    ASSERT_TRUE(UntilSent(1));
+    EXPECT_EQ(json({{"event", "velmart_ready"},
+                    {"content",
+                     {{"preferredSaveMethod", "new from"},
+                      {"zalpartTemplate", server_.Url("/t?name=@elsewhere.example")},
+                      {"other", 7}}}}),
+              Sent()[0]);
+    EXPECT_EQ("23,searchByUploadUrl 23,zalpartTemplate 23,zalproductTemplate 23,preferredSaveMethod is no text,"
+              "preferredSaveMethod is no text,preferredSaveMethod is no text,preferredSaveMethod is no text",
+              TextOf("p"));
     EXPECT_EQ(1U, Sent().size());
 }
 
