@@ -5,6 +5,7 @@
 #include "openhost/cad/TessellatingLvrWriter.h"
 #include "openhost/exchange/StepExport.h"
 #include "openhost/lvr/WriteStl.h"
+#include "openhost/objects/FreedMemory.h"
 #include "openhost/picture/RenderDocument.h"
 #include "openhost/session/JournalWriter.h"
 #include "openhost/session/SessionAccount.h"
@@ -176,6 +177,7 @@ int Play(const PlayArguments& arguments)
         if (account)
             account->Receive(event);
     };
+    openhost::KeepFreedMemory();
     const auto geometry = std::make_shared<openhost::GeometryProcess>();
     openhost::SolidKernel::Install(std::make_unique<openhost::ApartSolidKernel>(geometry));
     openhost::LvrWriter::Install(std::make_unique<openhost::TessellatingLvrWriter>(geometry));

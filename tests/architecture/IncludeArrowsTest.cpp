@@ -169,8 +169,8 @@ TEST(Includes, OfOtherLibrariesShowInTheHeadersOfTheirOwnFolderOnly)
 
 TEST(Includes, OfOtherLibrariesAreKnownHere)
 {
-    // Of the system: its files, sockets, threads, processes and loader. A library that is new to the project gets a
-    // line above, and with it its own folder.
+    // Of the system: its files, sockets, threads, processes, memory and loader. A library that is new to the project
+    // gets a line above, and with it its own folder.
     const std::set<std::string> system = {
         "arpa/inet.h",  "dlfcn.h",    "fcntl.h",     "link.h",     "malloc.h",   "netinet/in.h", "poll.h",
         "pthread.h",    "signal.h",   "spawn.h",     "stdlib.h",   "sys/file.h", "sys/prctl.h",  "sys/resource.h",
