@@ -5,6 +5,7 @@
 // Large archives are extracted as they stand. Small entries run through all that follows a download: the check for
 // files that stand there, the extraction, the search for the root product.
 
+#include "benchmarks/Measure.h"
 #include "download/ZALVelmartFileDownloaderExtraction.h"
 #include "host/archive.h"
 #include "host/files.h"
@@ -36,6 +37,8 @@
 extern char** environ;
 
 namespace {
+
+using namespace benchmarks;
 
 namespace fs = std::filesystem;
 
@@ -221,12 +224,6 @@ Result Run(const std::vector<std::string>& command)
         throw std::runtime_error("failed: " + command[0]);
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
     return {elapsed.count(), static_cast<double>(usage.ru_maxrss) / 1024};
-}
-
-double Median(std::vector<double> values)
-{
-    std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
-    return values[values.size() / 2];
 }
 
 /// Prints the medians of `name`. Returns that of ours in seconds.

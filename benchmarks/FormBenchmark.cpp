@@ -1,13 +1,14 @@
 // A file on its way into a form, and its upload: FormBenchmark FILE [URL].
 
+#include "benchmarks/Measure.h"
 #include "host/http.h"
 #include "openhost/http/CurlTransport.h"
 #include "openhost/loop/UvEventLoop.h"
+#include "openhost/objects/FreedMemory.h"
 #include "web/FormData.h"
 #include "web/ZALVliHttpUtils.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -18,19 +19,8 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using namespace benchmarks;
 using ZALVliHttpUtils::FormData;
-
-double MillisecondsSince(Clock::time_point begin)
-{
-    return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
-}
-
-double Median(std::vector<double> values)
-{
-    std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
-    return values[values.size() / 2];
-}
 
 FormData FormOf(const char* file)
 {
@@ -94,7 +84,8 @@ double TimeUpload(const char* file, const char* url)
     return status == ZALHttpStatusFinished ? MillisecondsSince(begin) : -1;
 }
 
-/// The first upload, with what the host sets up once in its life, and the median of those that follow.
+/// The first upload, with what the host sets up once in its life and with memory that is fresh, and the median of those
+/// that follow.
 int Upload(const char* file, const char* url)
 {
     openhost::EventLoop::Install(std::make_unique<openhost::UvEventLoop>());
@@ -117,6 +108,7 @@ int Upload(const char* file, const char* url)
 
 int main(int count, char** arguments)
 {
+    openhost::KeepFreedMemory(); // as the program does that plays sessions
     if (count == 2)
         return MeasureForm(arguments[1]);
     if (count == 3)

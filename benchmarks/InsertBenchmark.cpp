@@ -2,13 +2,13 @@
 // of runs. Prints medians over the runs of the first and of the 1,000th insertion: of a document that is loaded
 // already, and of one that each insertion loads.
 
+#include "benchmarks/Measure.h"
 #include "openhost/cad/CadSession.h"
 #include "openhost/files/TemporaryFolder.h"
 
 #include "host/cad.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -16,6 +16,8 @@
 #include <vector>
 
 namespace {
+
+using namespace benchmarks;
 
 constexpr int Insertions = 1000;
 
@@ -26,37 +28,30 @@ double Insert(ZALIAProducts& components, const ZALUnicodeString& file)
 {
     ZALListValZALUnicodeString list;
     list.Append(file);
-    const auto begin = std::chrono::steady_clock::now();
+    const Clock::time_point begin = Clock::now();
     ZALVariant variant;
     BuildSafeArrayVariant(list, variant);
     const ZALBSTR method = ConvertToBSTR("*");
     const HRESULT result = components.AddComponentsFromFiles(variant, method);
     ZALFreeString(method);
     FreeVariantSafeArray(variant);
-    const std::chrono::duration<double, std::micro> elapsed = std::chrono::steady_clock::now() - begin;
-    if (FAILED(result)) {
-        std::fputs("an insertion has failed\n", stderr);
-        std::exit(EXIT_FAILURE);
-    }
-    return elapsed.count();
+    const double elapsed = MicrosecondsSince(begin);
+    Require(SUCCEEDED(result), "an insertion has failed");
+    return elapsed;
 }
 
-struct Times {
+struct Insertion {
     std::vector<double> first;
     std::vector<double> last;
 
     void Print(const char* name)
     {
-        const auto median = [](std::vector<double>& values) {
-            std::ranges::sort(values);
-            return values[values.size() / 2];
-        };
-        std::printf("insert_%s_first %.3f us\ninsert_%s_last %.3f us\n", name, median(first), name, median(last));
+        std::printf("insert_%s_first %.3f us\ninsert_%s_last %.3f us\n", name, Median(first), name, Median(last));
     }
 };
 
 /// One session: opens `product` and inserts `files` one by one.
-void Run(const std::filesystem::path& product, const Files& files, Times& times)
+void Run(const std::filesystem::path& product, const Files& files, Insertion& times)
 {
     auto owned = std::make_unique<openhost::CadSession>();
     openhost::CadSession& session = *owned;
@@ -101,8 +96,8 @@ int main(int argc, char** argv)
 
     const Files loaded{files.front()};
     const Files others(files.begin() + 1, files.end());
-    Times ofLoaded;
-    Times ofOthers;
+    Insertion ofLoaded;
+    Insertion ofOthers;
     for (int run = 0; run < runs; ++run) {
         Run(path, loaded, ofLoaded);
         Run(path, others, ofOthers);

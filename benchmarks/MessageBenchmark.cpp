@@ -1,10 +1,10 @@
 // One message of the page, from OnJSMessage to the start of the request.
 
+#include "benchmarks/Measure.h"
 #include "openhost/objects/Traces.h"
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
 #include "tests/support/ScriptedHost.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -12,7 +12,7 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using namespace benchmarks;
 
 /// Notes when a transfer is started; the transfer never moves.
 class StampingTransport : public openhost::HttpTransport {
@@ -68,7 +68,6 @@ int main()
     }
     addin->Release();
 
-    std::nth_element(microseconds.begin(), microseconds.begin() + runs / 2, microseconds.end());
-    std::printf("message_to_send %.3f us\n", microseconds[runs / 2]);
+    std::printf("message_to_send %.3f us\n", Median(microseconds));
     return EXIT_SUCCESS;
 }

@@ -2,13 +2,13 @@
 // its own. Prints the median of 101 searches. As many searches in as many files take the square of that: a run over
 // templates searches once a distinct part, and each search looks at the files one by one.
 
+#include "benchmarks/Measure.h"
 #include "openhost/cad/CadSession.h"
 #include "openhost/files/TemporaryFolder.h"
 
 #include "templates/ApplyTemplates.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -17,25 +17,19 @@
 
 namespace {
 
-constexpr int Searches = 101;
+using namespace benchmarks;
 
-void Require(bool condition, const char* what)
-{
-    if (condition)
-        return;
-    std::fprintf(stderr, "%s\n", what);
-    std::exit(EXIT_FAILURE);
-}
+constexpr int Searches = 101;
 
 /// Microseconds of finding the file of `child`, the last of `sources`.
 double Find(const ZALIProduct_var& child, const ZALListValZALUnicodeString& sources)
 {
     ZALUnicodeString path;
-    const auto begin = std::chrono::steady_clock::now();
+    const Clock::time_point begin = Clock::now();
     const HRESULT result = FindDownloadedFile(child, sources, path);
-    const std::chrono::duration<double, std::micro> elapsed = std::chrono::steady_clock::now() - begin;
+    const double elapsed = MicrosecondsSince(begin);
     Require(result == S_OK && path.Compare(sources[sources.Size()]) != ZALTextsDiffer, "the file has not been found");
-    return elapsed.count();
+    return elapsed;
 }
 
 } // namespace
@@ -74,7 +68,6 @@ int main(int argc, char** argv)
             times.push_back(Find(child, sources));
     }
     openhost::CadServices::Install(nullptr);
-    std::ranges::sort(times);
-    std::printf("find_file_%d %.3f us\n", count, times[times.size() / 2]);
+    std::printf("find_file_%d %.3f us\n", count, Median(times));
     return EXIT_SUCCESS;
 }

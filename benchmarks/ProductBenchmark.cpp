@@ -8,35 +8,24 @@
 //   save_all   every part and the product are written as new files
 //   save       the product has been changed; the peer's document is one file and written whole
 
+#include "benchmarks/Assembly.h"
+#include "benchmarks/Measure.h"
 #include "openhost/cad/CadSession.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/geometry/ShapeGeometry.h"
 
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <BRepPrimAPI_MakeCylinder.hxx>
-#include <BinXCAFDrivers.hxx>
-#include <TDF_LabelSequence.hxx>
-#include <TDataStd_Name.hxx>
-#include <TDocStd_Application.hxx>
-#include <TDocStd_Document.hxx>
 #include <TopoDS_Shape.hxx>
-#include <XCAFDoc_DocumentTool.hxx>
-#include <XCAFDoc_ShapeTool.hxx>
-#include <gp_Trsf.hxx>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
-#include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
 namespace {
+
+using namespace benchmarks;
 
 constexpr int Parts = 100;
 
@@ -48,60 +37,23 @@ TopoDS_Shape SolidOf(int part)
     return BRepPrimAPI_MakeCylinder(size / 2, size);
 }
 
-std::string PartName(int part)
-{
-    return "part" + std::to_string(part);
-}
-
-std::string InstanceName(int instance)
-{
-    return PartName(instance % Parts) + "." + std::to_string(instance / Parts + 1);
-}
-
-/// A quarter turn for every second instance, and a place of its own for each.
-openhost::Placement PlacementOf(int instance)
-{
-    const double shift = 20.0 * instance;
-    if (instance % 2 == 0)
-        return {1, 0, 0, shift, 0, 1, 0, 5, 0, 0, 1, -5};
-    return {0, -1, 0, shift, 1, 0, 0, 5, 0, 0, 1, -5};
-}
-
-[[noreturn]] void Fail(const char* what)
-{
-    std::fprintf(stderr, "%s\n", what);
-    std::exit(EXIT_FAILURE);
-}
-
-void Require(bool condition, const char* what)
-{
-    if (!condition)
-        Fail(what);
-}
-
 // ---------------------------------------------------------------------------------------------
 // Ours
 
-void WriteProduct(const std::filesystem::path& folder, int instances)
+void WriteProduct(const std::filesystem::path& folder, const Assembly& assembly)
 {
-    openhost::CadDocument product;
-    product.kind = openhost::DocumentKind::Product;
-    product.partNumber = "product";
+    const openhost::CadDocument product = ProductOf(assembly);
     for (int part = 0; part < Parts; ++part) {
         openhost::CadDocument document;
         document.partNumber = PartName(part);
         document.geometry = openhost::EncodeShape(SolidOf(part));
-        product.links.push_back(PartName(part) + ".ZALPart");
-        openhost::WriteDocument(document, folder / product.links.back());
+        openhost::WriteDocument(document, folder / product.links[static_cast<std::size_t>(part)]);
     }
-    for (int instance = 0; instance < instances; ++instance)
-        product.children.push_back(
-            {InstanceName(instance), static_cast<std::uint32_t>(instance % Parts), PlacementOf(instance)});
     openhost::WriteDocument(product, folder / "product.ZALProduct");
 }
 
 /// Reads names and placements, so that both sides have done the same.
-double Walk(const openhost::LoadedDocument& product, int instances)
+double Walk(const openhost::LoadedDocument& product, const Assembly& assembly)
 {
     double sum = 0;
     std::size_t names = 0;
@@ -110,7 +62,8 @@ double Walk(const openhost::LoadedDocument& product, int instances)
         names += child->Name().size();
         Require(child->Reference() != nullptr, "a part is missing");
     }
-    Require(product.Children().size() == static_cast<std::size_t>(instances) && names > 0, "instances are missing");
+    Require(product.Children().size() == static_cast<std::size_t>(assembly.instances) && names > 0,
+            "instances are missing");
     return sum;
 }
 
@@ -126,115 +79,46 @@ void DecodeAll(const openhost::LoadedDocument& product)
 // ---------------------------------------------------------------------------------------------
 // The peer
 
-class Peer {
-public:
-    Peer() : application_(new TDocStd_Application) { BinXCAFDrivers::DefineFormat(application_); }
-
-    Handle(TDocStd_Document) Make(int instances)
-    {
-        Handle(TDocStd_Document) document;
-        application_->NewDocument("BinXCAF", document);
-        const Handle(XCAFDoc_ShapeTool) tool = XCAFDoc_DocumentTool::ShapeTool(document->Main());
-        std::vector<TDF_Label> parts;
-        for (int part = 0; part < Parts; ++part) {
-            parts.push_back(tool->AddShape(SolidOf(part), Standard_False));
-            TDataStd_Name::Set(parts.back(), PartName(part).c_str());
-        }
-        const TDF_Label product = tool->NewShape();
-        TDataStd_Name::Set(product, "product");
-        for (int instance = 0; instance < instances; ++instance) {
-            const openhost::Placement p = PlacementOf(instance);
-            gp_Trsf placement;
-            placement.SetValues(p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7], p[8], p[9], p[10], p[11]);
-            const TDF_Label label =
-                tool->AddComponent(product, parts[static_cast<std::size_t>(instance % Parts)], placement);
-            TDataStd_Name::Set(label, InstanceName(instance).c_str());
-        }
-        tool->UpdateAssemblies();
-        return document;
+Handle(TDocStd_Document) MakePeer(KernelDocuments& peer, const Assembly& assembly)
+{
+    Handle(TDocStd_Document) document = peer.Make();
+    const Handle(XCAFDoc_ShapeTool) tool = XCAFDoc_DocumentTool::ShapeTool(document->Main());
+    std::vector<TDF_Label> parts;
+    for (int part = 0; part < Parts; ++part) {
+        parts.push_back(tool->AddShape(SolidOf(part), Standard_False));
+        TDataStd_Name::Set(parts.back(), PartName(part).c_str());
     }
+    KernelDocuments::AddProduct(document, assembly, parts);
+    return document;
+}
 
-    void Save(const Handle(TDocStd_Document) & document, const std::filesystem::path& path)
-    {
-        Require(application_->SaveAs(document, path.c_str()) == PCDM_SS_OK, "the peer cannot save");
-        // Brought to the disk, as openhost does.
-        const int descriptor = open(path.c_str(), O_RDONLY);
-        Require(descriptor >= 0 && fsync(descriptor) == 0, "the peer's file cannot be brought to the disk");
-        close(descriptor);
+double WalkPeer(const Handle(TDocStd_Document) & document, const Assembly& assembly)
+{
+    double sum = 0;
+    int names = 0;
+    for (const TDF_Label& component : KernelDocuments::InstancesOf(document, assembly)) {
+        sum += XCAFDoc_ShapeTool::GetLocation(component).Transformation().TranslationPart().X();
+        Handle(TDataStd_Name) name;
+        Require(component.FindAttribute(TDataStd_Name::GetID(), name), "a name of the peer is missing");
+        names += name->Get().Length();
     }
-
-    Handle(TDocStd_Document) Open(const std::filesystem::path& path)
-    {
-        Handle(TDocStd_Document) document;
-        Require(application_->Open(path.c_str(), document) == PCDM_RS_OK, "the peer cannot open");
-        return document;
-    }
-
-    void Close(const Handle(TDocStd_Document) & document) { application_->Close(document); }
-
-    static double Walk(const Handle(TDocStd_Document) & document, int instances)
-    {
-        TDF_LabelSequence roots;
-        XCAFDoc_DocumentTool::ShapeTool(document->Main())->GetFreeShapes(roots);
-        Require(roots.Length() == 1, "the peer's product is missing");
-        TDF_LabelSequence components;
-        XCAFDoc_ShapeTool::GetComponents(roots.First(), components);
-        Require(components.Length() == instances, "the peer's instances are missing");
-        double sum = 0;
-        int names = 0;
-        for (const TDF_Label& component : components) {
-            sum += XCAFDoc_ShapeTool::GetLocation(component).Transformation().TranslationPart().X();
-            Handle(TDataStd_Name) name;
-            Require(component.FindAttribute(TDataStd_Name::GetID(), name), "a name of the peer is missing");
-            names += name->Get().Length();
-        }
-        Require(names > 0, "the peer's names are empty");
-        return sum;
-    }
-
-private:
-    Handle(TDocStd_Application) application_;
-};
-
-// ---------------------------------------------------------------------------------------------
-
-class Times {
-public:
-    void Measure(const std::string& name, const std::function<void()>& work)
-    {
-        const auto begin = std::chrono::steady_clock::now();
-        work();
-        const std::chrono::duration<double, std::milli> elapsed = std::chrono::steady_clock::now() - begin;
-        times_[name].push_back(elapsed.count());
-    }
-
-    void Forget() { times_.clear(); }
-
-    void Print()
-    {
-        for (auto& [name, times] : times_) {
-            std::ranges::sort(times);
-            std::printf("%s %.3f ms\n", name.c_str(), times[times.size() / 2]);
-        }
-    }
-
-private:
-    std::map<std::string, std::vector<double>> times_;
-};
+    Require(names > 0, "the peer's names are empty");
+    return sum;
+}
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const int instances = std::max(Parts, argc > 1 ? std::atoi(argv[1]) : 1000);
+    const Assembly assembly{Parts, std::max(Parts, argc > 1 ? std::atoi(argv[1]) : 1000)};
     const int turns = std::max(1, argc > 2 ? std::atoi(argv[2]) : 5);
     const openhost::TemporaryFolder folder;
     const std::filesystem::path product = folder.Path() / "product.ZALProduct";
     const std::filesystem::path peerFile = folder.Path() / "product.xbf";
 
-    WriteProduct(folder.Path(), instances);
-    Peer peer;
-    const Handle(TDocStd_Document) made = peer.Make(instances);
+    WriteProduct(folder.Path(), assembly);
+    KernelDocuments peer;
+    const Handle(TDocStd_Document) made = MakePeer(peer, assembly);
     peer.Save(made, peerFile);
     peer.Close(made);
 
@@ -244,13 +128,13 @@ int main(int argc, char** argv)
         double theirs = 0;
         {
             openhost::CadSession session;
-            times.Measure("open", [&] { ours = Walk(session.Open(product), instances); });
+            times.Measure("open", [&] { ours = Walk(session.Open(product), assembly); });
         }
         {
             openhost::CadSession session;
             times.Measure("open_all", [&] {
                 openhost::LoadedDocument& opened = session.Open(product);
-                Walk(opened, instances);
+                Walk(opened, assembly);
                 DecodeAll(opened);
             });
 
@@ -270,7 +154,7 @@ int main(int argc, char** argv)
             Handle(TDocStd_Document) opened;
             times.Measure("peer_open", [&] {
                 opened = peer.Open(peerFile);
-                theirs = Peer::Walk(opened, instances);
+                theirs = WalkPeer(opened, assembly);
             });
             const openhost::TemporaryFolder target;
             times.Measure("peer_save", [&] { peer.Save(opened, target.Path() / "product.xbf"); });
@@ -280,6 +164,6 @@ int main(int argc, char** argv)
         if (turn == 0)
             times.Forget();
     }
-    times.Print();
+    times.PrintMedians();
     return EXIT_SUCCESS;
 }

@@ -1,11 +1,12 @@
 // Light files and the search by shape. Argument: a part document with the shape that is written.
 
+#include "benchmarks/Measure.h"
 #include "catalogue/shapes/ShapeIndex.h"
 #include "openhost/cad/CadSession.h"
+#include "openhost/cad/TessellatingLvrWriter.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/frame/Frame.h"
 #include "openhost/geometry/ShapeGeometry.h"
-#include "openhost/geometry/TessellatingLvrWriter.h"
 #include "openhost/geometry/Tessellation.h"
 
 #include <BRepBndLib.hxx>
@@ -15,39 +16,19 @@
 #include <StlAPI_Writer.hxx>
 #include <TopoDS_Shape.hxx>
 
-#include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <memory>
 #include <random>
 
 namespace {
 
+using namespace benchmarks;
+
 using namespace openhost;
 
 constexpr int Turns = 7;
-
-double Milliseconds(const std::function<void()>& work)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
-}
-
-double Median(std::vector<double> values)
-{
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
-
-void Require(bool condition)
-{
-    if (!condition)
-        std::exit(EXIT_FAILURE);
-}
 
 /// The part from its document to a file, as the host writes it and as the kernel's own STL writer (binary) does, with
 /// the same tolerances.
@@ -58,7 +39,7 @@ void WriteShape(const char* part)
     auto session = std::make_unique<CadSession>();
     LoadedDocument& document = session->Open(part);
     CadServices::Install(std::move(session));
-    LvrWriter::Install(std::make_unique<TessellatingLvrWriter>());
+    LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(std::make_shared<GeometryProcess>()));
     const std::string light = folder.Path() / "shape.lvr";
     const std::string stl = folder.Path() / "shape.stl";
 
@@ -68,7 +49,8 @@ void WriteShape(const char* part)
     for (int turn = 0; turn < Turns; ++turn) {
         ours.push_back(Milliseconds([&] {
             Require(ZALWriteLvr(document.Root()->GiveRep(), light.c_str(), ZALLvrWholeDisplay, nullptr, 0,
-                                ZALLvrInOneFile) == 0);
+                                ZALLvrInOneFile) == 0,
+                    "the light file cannot be written");
         }));
         const auto read = [part] { return DecodeShape(*ReadDocument(part).geometry); };
         inMemory.push_back(Milliseconds([&] { WriteLvr(light, TessellateShape(read())); }));
@@ -82,7 +64,7 @@ void WriteShape(const char* part)
                                      tolerance.angle);
             StlAPI_Writer writer;
             writer.ASCIIMode() = Standard_False;
-            Require(writer.Write(shape, stl.c_str()));
+            Require(writer.Write(shape, stl.c_str()), "the peer cannot write");
         }));
     }
     CadServices::Install(nullptr);
@@ -115,7 +97,7 @@ void Search()
     std::vector<double> times;
     for (int turn = 0; turn < 21; ++turn) {
         const catalogue::ShapeDescriptor wanted = Random(random);
-        times.push_back(Milliseconds([&] { Require(index.Rank(wanted).size() == shapes); }));
+        times.push_back(Milliseconds([&] { Require(index.Rank(wanted).size() == shapes, "shapes are missing"); }));
     }
     std::printf("shape_search_%d %.3f ms\n", shapes, Median(times));
 }

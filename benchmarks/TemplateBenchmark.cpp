@@ -7,46 +7,33 @@
 //   peer_xbf    every source part and the source product are read and written under another name as documents of the
 //               kernel (format BinXCAF, a file each)
 //   peer_brep   the same with the parts as bare shapes in the kernel's binary format
-//   peer_solid  as peer_xbf, and the kernel copies, checks and measures each shape in between, as the run does
+//   peer_solid  as peer_xbf, and the kernel checks and measures each shape in between, as the run does
 //
 // The peer reads no templates. Both sides bring each file that they write to the disk, and the entry of its folder.
 
+#include "benchmarks/Assembly.h"
+#include "benchmarks/Measure.h"
+#include "openhost/cad/ApartSolidKernel.h"
 #include "openhost/cad/CadSession.h"
 #include "openhost/files/TemporaryFolder.h"
-#include "openhost/geometry/OpenCascadeKernel.h"
 #include "openhost/geometry/ShapeGeometry.h"
 
 #include "templates/ZALVliApplyTemplatesOpe.h"
 
-#include <BRepBuilderAPI_Copy.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
 #include <BRepBuilderAPI_MakePolygon.hxx>
 #include <BRepPrimAPI_MakePrism.hxx>
 #include <BRepPrimAPI_MakeRevol.hxx>
 #include <BinTools.hxx>
-#include <BinXCAFDrivers.hxx>
-#include <TDF_LabelSequence.hxx>
-#include <TDataStd_Name.hxx>
-#include <TDocStd_Application.hxx>
-#include <TDocStd_Document.hxx>
 #include <TopoDS_Shape.hxx>
-#include <XCAFDoc_DocumentTool.hxx>
-#include <XCAFDoc_ShapeTool.hxx>
 #include <gp_Ax1.hxx>
 #include <gp_Pnt.hxx>
-#include <gp_Trsf.hxx>
 #include <gp_Vec.hxx>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -54,17 +41,7 @@
 
 namespace {
 
-[[noreturn]] void Fail(const char* what)
-{
-    std::fprintf(stderr, "%s\n", what);
-    std::exit(EXIT_FAILURE);
-}
-
-void Require(bool condition, const char* what)
-{
-    if (!condition)
-        Fail(what);
-}
+using namespace benchmarks;
 
 /// Stepped shafts and prisms, each of its own size.
 TopoDS_Shape SolidOf(int part)
@@ -91,30 +68,6 @@ TopoDS_Shape SolidOf(int part)
     return BRepPrimAPI_MakePrism(BRepBuilderAPI_MakeFace(outline.Wire()), gp_Vec(0, 0, size));
 }
 
-std::string PartName(int part)
-{
-    return "part" + std::to_string(part);
-}
-
-/// A quarter turn for every second instance, and a place of its own for each.
-openhost::Placement PlacementOf(int instance)
-{
-    const double shift = 20.0 * instance;
-    if (instance % 2 == 0)
-        return {1, 0, 0, shift, 0, 1, 0, 5, 0, 0, 1, -5};
-    return {0, -1, 0, shift, 1, 0, 0, 5, 0, 0, 1, -5};
-}
-
-struct Assembly {
-    int parts;
-    int instances;
-
-    std::string InstanceName(int instance) const
-    {
-        return PartName(instance % parts) + "." + std::to_string(instance / parts + 1);
-    }
-};
-
 // ---------------------------------------------------------------------------------------------
 // Ours
 
@@ -127,9 +80,7 @@ class Ours {
 public:
     explicit Ours(const Assembly& assembly) : assembly_(assembly)
     {
-        openhost::CadDocument product;
-        product.kind = openhost::DocumentKind::Product;
-        product.partNumber = "product";
+        const openhost::CadDocument product = ProductOf(assembly);
         sources_.Append(TextOf(folder_.Path() / "product.ZALProduct"));
         for (int part = 0; part < assembly.parts; ++part) {
             openhost::CadDocument document;
@@ -137,13 +88,10 @@ public:
             document.nomenclature = "Part";
             document.parameters = {{"Title", "Part"}, {"supplier", "Velmart"}};
             document.geometry = openhost::EncodeShape(SolidOf(part));
-            product.links.push_back(PartName(part) + ".ZALPart");
-            openhost::WriteDocument(document, folder_.Path() / product.links.back());
-            sources_.Append(TextOf(folder_.Path() / product.links.back()));
+            const std::filesystem::path path = folder_.Path() / product.links[static_cast<std::size_t>(part)];
+            openhost::WriteDocument(document, path);
+            sources_.Append(TextOf(path));
         }
-        for (int instance = 0; instance < assembly.instances; ++instance)
-            product.children.push_back({assembly.InstanceName(instance),
-                                        static_cast<std::uint32_t>(instance % assembly.parts), PlacementOf(instance)});
         openhost::WriteDocument(product, folder_.Path() / "product.ZALProduct");
 
         const openhost::DocumentCamera camera{"Isometric", {200, 200, 200}, {-1, -1, -1}, {-1, -1, 2}, 100};
@@ -183,10 +131,10 @@ public:
                     product.children.size() == static_cast<std::size_t>(assembly_.instances),
                 "the result is not whole");
         const int last = assembly_.instances - 1;
-        Require(product.children.back().placement == PlacementOf(last), "an instance stands elsewhere");
+        Require(product.children.back().placement == Assembly::PlacementOf(last), "an instance stands elsewhere");
         const openhost::CadDocument part = openhost::ReadDocument(target / product.links[product.children.back().link]);
         const openhost::CadDocument source =
-            openhost::ReadDocument(folder_.Path() / (PartName(last % assembly_.parts) + ".ZALPart"));
+            openhost::ReadDocument(folder_.Path() / (PartName(assembly_.PartOf(last)) + ".ZALPart"));
         Require(part.partNumber == source.partNumber && part.geometry &&
                     part.geometry->facts.faces == source.geometry->facts.faces &&
                     std::abs(part.geometry->facts.volume / source.geometry->facts.volume - 1) < 1e-9,
@@ -205,21 +153,20 @@ private:
 
 class Peer {
 public:
-    explicit Peer(const Assembly& assembly) : assembly_(assembly), application_(new TDocStd_Application)
+    explicit Peer(const Assembly& assembly) : assembly_(assembly)
     {
-        BinXCAFDrivers::DefineFormat(application_);
         for (int part = 0; part < assembly.parts; ++part) {
             const TopoDS_Shape solid = SolidOf(part);
-            Handle(TDocStd_Document) document = MakeDocument();
+            const Handle(TDocStd_Document) document = documents_.Make();
             const TDF_Label label = XCAFDoc_DocumentTool::ShapeTool(document->Main())->AddShape(solid, Standard_False);
             TDataStd_Name::Set(label, PartName(part).c_str());
-            Save(document, folder_.Path() / (PartName(part) + ".xbf"));
-            application_->Close(document);
+            documents_.Save(document, folder_.Path() / (PartName(part) + ".xbf"));
+            documents_.Close(document);
             WriteShape(solid, folder_.Path() / (PartName(part) + ".brep"));
         }
-        Handle(TDocStd_Document) product = MakeProduct();
-        Save(product, folder_.Path() / "product.xbf");
-        application_->Close(product);
+        const Handle(TDocStd_Document) product = MakeProduct();
+        documents_.Save(product, folder_.Path() / "product.xbf");
+        documents_.Close(product);
     }
 
     void RunDocuments(const std::filesystem::path& target)
@@ -232,14 +179,10 @@ public:
     void RunSolids(const std::filesystem::path& target)
     {
         for (int part = 0; part < assembly_.parts; ++part)
-            CopyDocument(target, PartName(part) + ".xbf", [](TDocStd_Document& document) {
-                const Handle(XCAFDoc_ShapeTool) tool = XCAFDoc_DocumentTool::ShapeTool(document.Main());
-                TDF_LabelSequence roots;
-                tool->GetFreeShapes(roots);
-                Require(roots.Length() == 1, "the peer's part is missing");
-                const TopoDS_Shape copy = BRepBuilderAPI_Copy(XCAFDoc_ShapeTool::GetShape(roots.First())).Shape();
-                Require(openhost::MeasureSolids(copy).volume > 0, "the peer's part is empty");
-                tool->SetShape(roots.First(), copy);
+            CopyDocument(target, PartName(part) + ".xbf", [](const Handle(TDocStd_Document) & document) {
+                const TDF_Label root = KernelDocuments::RootOf(document);
+                Require(openhost::MeasureSolids(XCAFDoc_ShapeTool::GetShape(root)).volume > 0,
+                        "the peer's part is empty");
             });
         CopyProduct(target);
     }
@@ -256,111 +199,46 @@ public:
     }
 
 private:
-    Handle(TDocStd_Document) MakeDocument()
-    {
-        Handle(TDocStd_Document) document;
-        application_->NewDocument("BinXCAF", document);
-        return document;
-    }
-
     /// The structure alone, as our products hold it: the geometry stands in the files of the parts.
     Handle(TDocStd_Document) MakeProduct()
     {
-        Handle(TDocStd_Document) document = MakeDocument();
-        const Handle(XCAFDoc_ShapeTool) tool = XCAFDoc_DocumentTool::ShapeTool(document->Main());
+        Handle(TDocStd_Document) document = documents_.Make();
         std::vector<TDF_Label> parts;
         for (int part = 0; part < assembly_.parts; ++part) {
-            parts.push_back(tool->NewShape());
+            parts.push_back(XCAFDoc_DocumentTool::ShapeTool(document->Main())->NewShape());
             TDataStd_Name::Set(parts.back(), PartName(part).c_str());
         }
-        const TDF_Label product = tool->NewShape();
-        TDataStd_Name::Set(product, "product");
-        for (int instance = 0; instance < assembly_.instances; ++instance) {
-            const openhost::Placement p = PlacementOf(instance);
-            gp_Trsf placement;
-            placement.SetValues(p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7], p[8], p[9], p[10], p[11]);
-            const TDF_Label label =
-                tool->AddComponent(product, parts[static_cast<std::size_t>(instance % assembly_.parts)], placement);
-            TDataStd_Name::Set(label, assembly_.InstanceName(instance).c_str());
-        }
-        tool->UpdateAssemblies();
+        KernelDocuments::AddProduct(document, assembly_, parts);
         return document;
-    }
-
-    static void BringToDisk(const std::filesystem::path& file)
-    {
-        for (const std::filesystem::path& path : {file, file.parent_path()}) {
-            const int descriptor = open(path.c_str(), O_RDONLY);
-            Require(descriptor >= 0 && fsync(descriptor) == 0, "the peer's file cannot be brought to the disk");
-            close(descriptor);
-        }
-    }
-
-    void Save(const Handle(TDocStd_Document) & document, const std::filesystem::path& path)
-    {
-        Require(application_->SaveAs(document, path.c_str()) == PCDM_SS_OK, "the peer cannot save");
-        BringToDisk(path);
     }
 
     static void WriteShape(const TopoDS_Shape& shape, const std::filesystem::path& path)
     {
         Require(BinTools::Write(shape, path.c_str()), "the peer cannot write a shape");
-        BringToDisk(path);
+        KernelDocuments::BringToDisk(path);
     }
 
-    /// Reads the document `name` and writes it into `target`. `check` sees it in between.
-    void CopyDocument(
-        const std::filesystem::path& target, const std::string& name,
-        const std::function<void(TDocStd_Document& document)>& check = [](TDocStd_Document&) {})
+    /// Reads the document `name` and writes it into `target`. `change` sees it in between.
+    void CopyDocument(const std::filesystem::path& target, const std::string& name,
+                      const std::function<void(const Handle(TDocStd_Document) & document)>& change = {})
     {
-        Handle(TDocStd_Document) document;
-        Require(application_->Open((folder_.Path() / name).c_str(), document) == PCDM_RS_OK, "the peer cannot open");
-        check(*document);
-        Save(document, target / name);
-        application_->Close(document);
+        const Handle(TDocStd_Document) document = documents_.Open(folder_.Path() / name);
+        if (change)
+            change(document);
+        documents_.Save(document, target / name);
+        documents_.Close(document);
     }
 
     void CopyProduct(const std::filesystem::path& target)
     {
-        CopyDocument(target, "product.xbf", [&](TDocStd_Document& document) {
-            TDF_LabelSequence roots;
-            XCAFDoc_DocumentTool::ShapeTool(document.Main())->GetFreeShapes(roots);
-            Require(roots.Length() == 1, "the peer's product is missing");
-            TDF_LabelSequence components;
-            XCAFDoc_ShapeTool::GetComponents(roots.First(), components);
-            Require(components.Length() == assembly_.instances, "the peer's instances are missing");
+        CopyDocument(target, "product.xbf", [&](const Handle(TDocStd_Document) & document) {
+            KernelDocuments::InstancesOf(document, assembly_);
         });
     }
 
     Assembly assembly_;
-    Handle(TDocStd_Application) application_;
+    KernelDocuments documents_;
     openhost::TemporaryFolder folder_;
-};
-
-// ---------------------------------------------------------------------------------------------
-
-class Times {
-public:
-    void Measure(const std::string& name, const std::function<void()>& work)
-    {
-        const auto begin = std::chrono::steady_clock::now();
-        work();
-        const std::chrono::duration<double, std::milli> elapsed = std::chrono::steady_clock::now() - begin;
-        times_[name].push_back(elapsed.count());
-    }
-
-    void Forget() { times_.clear(); }
-
-    void Print()
-    {
-        for (auto& [name, times] : times_) {
-            std::ranges::sort(times);
-            std::printf("%s %.3f ms\n", name.c_str(), times[times.size() / 2]);
-        }
-    }
-
-private:
-    std::map<std::string, std::vector<double>> times_;
 };
 
 } // namespace
@@ -371,7 +249,8 @@ int main(int argc, char** argv)
     const Assembly assembly{parts, std::max(parts, argc > 2 ? std::atoi(argv[2]) : parts)};
     const int turns = std::max(1, argc > 3 ? std::atoi(argv[3]) : 5);
 
-    openhost::SolidKernel::Install(std::make_unique<openhost::OpenCascadeKernel>());
+    openhost::SolidKernel::Install(
+        std::make_unique<openhost::ApartSolidKernel>(std::make_shared<openhost::GeometryProcess>()));
     Ours ours(assembly);
     Peer peer(assembly);
     Times times;
@@ -395,7 +274,7 @@ int main(int argc, char** argv)
         if (turn == 0)
             times.Forget();
     }
-    times.Print();
+    times.PrintMedians();
     openhost::SolidKernel::Install(nullptr);
     return EXIT_SUCCESS;
 }

@@ -48,16 +48,25 @@ ZALVariantBool AskForAllInstances(ZALDialog* parent)
     return answer == ZALDlgAnswerNo ? ZALVariantFalse : ZALVariantTrue;
 }
 
+/// What a replacement asks the session for. Held until the end of the transaction has been told.
+struct Replacement {
+    ZALIProduct_var product;
+    ZALIProduct_var father;
+    ZALIAProducts_var components; ///< of the father
+    ZALIAProduct_var replaced;
+    ZALIAProduct_var inserted;
+};
+
 /// Puts the file `path` in the place of `target`.
-HRESULT Replace(ZALBaseUnknown* target, const ZALUnicodeString& path)
+HRESULT Replace(ZALBaseUnknown* target, const ZALUnicodeString& path, Replacement& held)
 {
-    const ZALIProduct_var product(target);
-    if (!product)
+    held.product = ZALIProduct_var(target);
+    if (!held.product)
         return E_FAIL;
 
-    const ZALIProduct_var father = ZALIProduct_var::Take(product->GetFatherProduct());
-    const ZALIAProducts_var components(father);
-    if (!components) {
+    held.father = ZALIProduct_var::Take(held.product->GetFatherProduct());
+    held.components = ZALIAProducts_var(held.father);
+    if (!held.components) {
         NotifyCommandError("ReplaceFailed");
         return E_FAIL;
     }
@@ -68,11 +77,11 @@ HRESULT Replace(ZALBaseUnknown* target, const ZALUnicodeString& path)
         allInstances = AskForAllInstances(parent);
 
     ZALBSTR file = ConvertToBSTR(path);
-    const ZALIAProduct_var component(product);
+    held.replaced = ZALIAProduct_var(held.product);
 
     ZALIAProduct* inserted = nullptr;
-    const HRESULT result = components->ReplaceComponent(component.Get(), file, allInstances, &inserted);
-    const ZALIAProduct_var replacement = ZALIAProduct_var::Take(inserted);
+    const HRESULT result = held.components->ReplaceComponent(held.replaced.Get(), file, allInstances, &inserted);
+    held.inserted = ZALIAProduct_var::Take(inserted);
 
     if (FAILED(result))
         NotifyCommandError("ReplaceFailed");
@@ -80,7 +89,7 @@ HRESULT Replace(ZALBaseUnknown* target, const ZALUnicodeString& path)
     ZALFreeString(file);
 
     if (SUCCEEDED(result))
-        CheckPartNumberConflict(father->GetImpl(0), path);
+        CheckPartNumberConflict(held.father->GetImpl(0), path);
     return result;
 }
 
@@ -109,8 +118,9 @@ bool ZALVelmartMeridiaAccessAddinActionCmd::InsertOrReplaceAction(void*)
     if (_Action == ActionInsert)
         result = Insert(target, components, path);
 
+    Replacement held;
     if (_Action == ActionReplace)
-        result = Replace(target, path);
+        result = Replace(target, path, held);
 
     if (SUCCEEDED(result)) {
         ZALListValZALUnicodeString paths;

@@ -44,6 +44,16 @@ PartFeature* AppendResult(PartFeature& tool, const std::string& name, std::share
     return result;
 }
 
+std::shared_ptr<const DocumentGeometry> CopyGeometry(const PartFeature& result)
+{
+    SolidKernel& kernel = SolidKernel::Current();
+    try {
+        return std::make_shared<const DocumentGeometry>(kernel.Copy(*result.Geometry()));
+    } catch (const SolidKernelError& error) {
+        throw SolidKernelError(result.Name() + ": the geometry cannot be copied: " + error.what());
+    }
+}
+
 } // namespace
 
 FeatureContainer::FeatureContainer(LoadedDocument* document) : document_(document) {}
@@ -124,9 +134,7 @@ std::vector<PartFeature*> FeatureContainer::Paste(const std::vector<PartFeature*
             const bool inNewTool = target->Kind() == FeatureKind::Part;
             if (!inNewTool && (target->Kind() != FeatureKind::Tool || isFull))
                 continue;
-            prepared.push_back(
-                {target, inNewTool, result->Name(),
-                 std::make_shared<const DocumentGeometry>(SolidKernel::Current().Copy(*result->Geometry()))});
+            prepared.push_back({target, inNewTool, result->Name(), CopyGeometry(*result)});
             isFull = true;
             newTools += inNewTool ? 1 : 0;
         }

@@ -1,10 +1,11 @@
 // openhost: plays sessions; shows, exports and draws documents; turns light representations into STL.
 
+#include "openhost/cad/ApartSolidKernel.h"
 #include "openhost/cad/ShowDocument.h"
+#include "openhost/cad/TessellatingLvrWriter.h"
 #include "openhost/exchange/StepExport.h"
-#include "openhost/geometry/OpenCascadeKernel.h"
-#include "openhost/geometry/TessellatingLvrWriter.h"
 #include "openhost/lvr/WriteStl.h"
+#include "openhost/objects/FreedMemory.h"
 #include "openhost/picture/RenderDocument.h"
 #include "openhost/session/JournalWriter.h"
 #include "openhost/session/SessionAccount.h"
@@ -12,13 +13,19 @@
 #include "openhost/session/SessionPlayer.h"
 
 #include <dlfcn.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace {
@@ -170,8 +177,10 @@ int Play(const PlayArguments& arguments)
         if (account)
             account->Receive(event);
     };
-    openhost::SolidKernel::Install(std::make_unique<openhost::OpenCascadeKernel>());
-    openhost::LvrWriter::Install(std::make_unique<openhost::TessellatingLvrWriter>());
+    openhost::KeepFreedMemory();
+    const auto geometry = std::make_shared<openhost::GeometryProcess>();
+    openhost::SolidKernel::Install(std::make_unique<openhost::ApartSolidKernel>(geometry));
+    openhost::LvrWriter::Install(std::make_unique<openhost::TessellatingLvrWriter>(geometry));
     const std::unique_ptr<openhost::Desktop> desktop = arguments.panel ? MakeDesktop() : nullptr;
     openhost::SessionPlayer player(
         session, {FindModule(arguments.module), FindPrefix() / "installation", desktop.get()}, receive);
@@ -216,6 +225,25 @@ PictureArguments ParsePicture(const std::vector<std::string>& words)
     return arguments;
 }
 
+/// Goes on in a copy of this process, whose end is that of this one: the solid kernel may crash on the geometry of
+/// `document`, which is then told like any other failure.
+void GoOnApart(const std::string& document)
+{
+    const pid_t copy = fork();
+    if (copy < 0)
+        throw std::system_error(errno, std::generic_category(), "no process");
+    if (copy == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        return;
+    }
+    int status = 0;
+    while (waitpid(copy, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (WIFEXITED(status))
+        std::exit(WEXITSTATUS(status));
+    throw std::runtime_error(document + ": the solid kernel has crashed");
+}
+
 int Run(const std::vector<std::string>& words)
 {
     if (words.empty())
@@ -238,11 +266,13 @@ int Run(const std::vector<std::string>& words)
     if (words[0] == "export") {
         if (rest.size() != 2)
             throw UsageError("export needs a document and a file to write");
+        GoOnApart(rest[0]);
         openhost::ExportStep(rest[0], rest[1], Warn);
         return Done;
     }
     if (words[0] == "picture") {
         const PictureArguments arguments = ParsePicture(rest);
+        GoOnApart(arguments.files[0]);
         openhost::DrawDocument(arguments.files[0], arguments.files[1], arguments.size, Warn);
         return Done;
     }

@@ -153,6 +153,14 @@ TEST_P(EitherAction, FreesItsTextsBeforeTheCheck)
     EXPECT_EQ(TextsAtTheFirstMessage(GetParam()), 0);
 }
 
+TEST_P(EitherAction, ReleasesItsObjectsOnceTheEndIsTold)
+{
+    Run(GetParam());
+    ASSERT_EQ(Messages().size(), 1U);
+    // The selected object's collection; the product, its father with a collection, the components out and in.
+    EXPECT_EQ(ObjectsAtMessage(), GetParam() == ActionInsert ? 1 : 6);
+}
+
 TEST_P(EitherAction, FreesItsTextsBehindTheMessageOfARefusal)
 {
     Selected().addResult = E_FAIL;

@@ -5,6 +5,7 @@
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "tests/journeys/JourneyFixture.h"
+#include "tests/support/HostileShapes.h"
 #include "tests/support/StepFile.h"
 
 #include <gmock/gmock.h>
@@ -77,10 +78,14 @@ protected:
     void Download(const std::string& id, const std::string& fileName, const std::filesystem::path& parts,
                   const json& ready, const std::string& event = "velmart_download")
     {
-        const json request = {{"id", id},
-                              {"attributes",
-                               {{"fileName", fileName},
-                                {"downloadUrls", {{"ZALOR_RAW", service_.GetAddress() + "/files/" + id + ".zip"}}}}}};
+        DownloadFrom(service_.GetAddress() + "/files/" + id + ".zip", fileName, parts, ready, event);
+    }
+
+    void DownloadFrom(const std::string& address, const std::string& fileName, const std::filesystem::path& parts,
+                      const json& ready, const std::string& event = "velmart_download")
+    {
+        const json request = {{"id", fileName},
+                              {"attributes", {{"fileName", fileName}, {"downloadUrls", {{"ZALOR_RAW", address}}}}}};
         json session = {{"variables", {{"ZALTemp", Temp().string()}}},
                         {"settings", {{"DownloadLocation", parts.string()}, {"DoNotRemindDownloadLocation", true}}},
                         {"steps",
@@ -279,6 +284,30 @@ TEST_F(RebuildJourney, ATemplateThatHasAShapeAlreadyIsRefusedAndLeavesNothingOpe
     EXPECT_THAT(Names(Parts()), IsEmpty());
     EXPECT_THAT(Dialogs(), ElementsAre(DownloadFailed));
     ExpectTidy();
+}
+
+TEST_F(RebuildJourney, GeometryOnWhichTheKernelCrashesIsNotPastedAndTheHostGoesOn)
+{
+    const TemporaryFolder served;
+    CadDocument hostile;
+    hostile.partNumber = "HOSTILE";
+    hostile.geometry = CrashesDecoding();
+    std::filesystem::create_directory(served.Path() / "files");
+    WriteDocument(hostile, served.Path() / "files" / "hostile.ZALPart");
+    catalogue::CatalogueService service(served.Path());
+    service.Start();
+
+    DownloadFrom(service.GetAddress() + "/files/hostile.ZALPart", "My part", Parts(), Templates());
+    std::vector<json> refusals = Events("document");
+    std::erase_if(refusals, [](const json& event) { return event["action"] != "refused"; });
+    ASSERT_EQ(refusals.size(), 1U);
+    EXPECT_EQ(refusals[0]["operation"], "Paste");
+    EXPECT_EQ(refusals[0]["reason"], "PartBody: the geometry cannot be copied: the solid kernel has crashed");
+    EXPECT_EQ(LeftOpen(), 0);
+    ASSERT_THAT(Names(Parts()), ElementsAre("My part.ZALPart"));
+    const CadDocument rebuilt = ReadDocument(Parts() / "My part.ZALPart");
+    EXPECT_EQ(rebuilt.partNumber, "HOSTILE");
+    EXPECT_FALSE(rebuilt.geometry) << "the template is saved without it";
 }
 
 TEST_F(RebuildJourney, ATemplateThatIsNoDocumentIsRefusedAndLeavesNothingOpen)

@@ -2,12 +2,13 @@
 
 #include "host/parameters.h"
 #include "host/part_features.h"
+#include "openhost/cad/ApartSolidKernel.h"
 #include "openhost/cad/CadSession.h"
 #include "openhost/frame/Frame.h"
-#include "openhost/geometry/OpenCascadeKernel.h"
 #include "openhost/geometry/ShapeGeometry.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/text/Utf.h"
+#include "tests/support/HostileShapes.h"
 #include "tests/support/SolidDocuments.h"
 
 #include <BRepPrimAPI_MakeCylinder.hxx>
@@ -55,7 +56,7 @@ protected:
     Features()
     {
         ConfigureFrame({});
-        SolidKernel::Install(std::make_unique<OpenCascadeKernel>());
+        SolidKernel::Install(std::make_unique<ApartSolidKernel>(std::make_shared<GeometryProcess>()));
         auto session = std::make_unique<CadSession>();
         session_ = session.get();
         CadServices::Install(std::move(session));
@@ -478,6 +479,20 @@ TEST_F(Features, AreNotPastedWithoutASolidKernel)
     Close(target);
 }
 
+TEST_F(Features, OnWhichTheKernelCrashesAreNotPastedAndOthersAre)
+{
+    WriteSource([](CadDocument& source) { source.geometry = CrashesDecoding(); });
+    ZALDocument* source = Open("Source.ZALPart");
+    ZALDocument* target = Open("Template.ZALPart");
+    const ZALIPrtPart_var part = Part(target);
+    EXPECT_EQ(Copy(source, Only(Result(Part(source)->GetMainTool())), target, part->GetMainTool()).Size(), 0);
+    EXPECT_THAT(Refusals(), ElementsAre(HasSubstr("crashed")));
+    EXPECT_FALSE(ZALIMechanicalTool_var(part->GetMainTool())->GetShapeFeature());
+    EXPECT_EQ(Copy(source, Only(Result(Tools(source)[2])), target, part->GetMainTool()).Size(), 1);
+    Close(source);
+    Close(target);
+}
+
 // ---------------------------------------------------------------------------------------------
 // Updates, working feature, cameras
 
@@ -506,6 +521,17 @@ TEST_F(Features, ThatAreNoSolidsEndAnUpdateWithAnError)
     text.clear();
     EXPECT_EQ(Update(ZALBaseUnknown_var(PrdGiveDocRootProduct(source)), text), E_FAIL) << "the product as well";
     EXPECT_NE(text, "");
+    EXPECT_EQ(Update(Tools(source)[2], text), S_OK) << "another tool is whole";
+    Close(source);
+}
+
+TEST_F(Features, OnWhichTheKernelCrashesEndAnUpdateWithAnError)
+{
+    WriteSource([](CadDocument& source) { source.geometry = CrashesChecking(); });
+    ZALDocument* source = Open("Source.ZALPart");
+    std::string text;
+    EXPECT_EQ(Update(ZALBaseUnknown_var(Part(source)), text), E_FAIL);
+    EXPECT_EQ(text, "BOLT: the update has failed: the solid kernel has crashed");
     EXPECT_EQ(Update(Tools(source)[2], text), S_OK) << "another tool is whole";
     Close(source);
 }

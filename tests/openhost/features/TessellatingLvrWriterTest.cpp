@@ -1,6 +1,6 @@
 // From a product of the session to its light file.
 
-#include "openhost/geometry/TessellatingLvrWriter.h"
+#include "openhost/cad/TessellatingLvrWriter.h"
 
 #include "openhost/cad/CadSession.h"
 #include "openhost/cad/ProductRep.h"
@@ -9,6 +9,7 @@
 #include "openhost/geometry/ShapeGeometry.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/lvr/LvrMesh.h"
+#include "tests/support/HostileShapes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,6 +25,8 @@ namespace openhost::testing {
 
 namespace {
 
+using namespace std::chrono_literals;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -36,7 +39,7 @@ protected:
         auto session = std::make_unique<CadSession>();
         session_ = session.get();
         CadServices::Install(std::move(session));
-        LvrWriter::Install(std::make_unique<TessellatingLvrWriter>());
+        LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(std::make_shared<GeometryProcess>()));
         journal::Redirect([this](const nlohmann::ordered_json& event) {
             if (event.contains("operation") && event["operation"] == "ZALWriteLvr")
                 reasons_.push_back(event["reason"]);
@@ -136,6 +139,29 @@ TEST_F(TessellatingLvrWriterTest, DamagedGeometryIsLeftOut)
     EXPECT_EQ(Write(OpenProduct({"damaged.ZALPart"})), 0);
     EXPECT_EQ(ReadLvr(Target()).triangles.size(), 24U);
     EXPECT_THAT(reasons_, ElementsAre(HasSubstr("damaged.ZALPart")));
+}
+
+TEST_F(TessellatingLvrWriterTest, APartOnWhichTheKernelCrashesIsLeftOut)
+{
+    CadDocument hostile;
+    hostile.geometry = CrashesDecoding();
+    WriteDocument(hostile, File("hostile.ZALPart"));
+    EXPECT_EQ(Write(OpenProduct({"hostile.ZALPart"})), 0);
+    EXPECT_EQ(ReadLvr(Target()).triangles.size(), 24U);
+    EXPECT_THAT(reasons_, ElementsAre(AllOf(HasSubstr("hostile.ZALPart"), HasSubstr("crashed"))));
+}
+
+TEST_F(TessellatingLvrWriterTest, NoMoreThanOnePartWithoutEndIsWaitedFor)
+{
+    LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(
+        std::make_shared<GeometryProcess>(FindGeometryProgram(), GeometryJobLimits{.time = 500ms})));
+    CadDocument hostile;
+    hostile.geometry = HangsTessellating();
+    WriteDocument(hostile, File("first.ZALPart"));
+    WriteDocument(hostile, File("second.ZALPart"));
+    EXPECT_NE(Write(OpenProduct({"first.ZALPart", "second.ZALPart"})), 0);
+    EXPECT_FALSE(std::filesystem::exists(Target()));
+    EXPECT_THAT(reasons_, ElementsAre(AllOf(HasSubstr("first.ZALPart"), HasSubstr("too long"))));
 }
 
 TEST_F(TessellatingLvrWriterTest, DamageOfAnyKindEndsInAResult)

@@ -1,0 +1,44 @@
+#include "openhost/geometry/RunGeometryJob.h"
+
+#include "openhost/geometry/ShapeGeometry.h"
+#include "openhost/geometry/Tessellation.h"
+
+#include <Standard_Failure.hxx>
+#include <TopoDS_Shape.hxx>
+
+#include <type_traits>
+#include <utility>
+
+namespace openhost {
+
+namespace {
+
+std::string RunOn(const TopoDS_Shape& shape, GeometryJob job)
+{
+    switch (job) {
+    case GeometryJob::Copy:
+        // It has been decoded for this alone, and shares nothing with anything.
+        return EncodeBoundary(shape);
+    case GeometryJob::Measure: {
+        static_assert(std::is_trivially_copyable_v<GeometryFacts>);
+        const GeometryFacts facts = MeasureSolids(shape);
+        return {reinterpret_cast<const char*>(&facts), sizeof(facts)};
+    }
+    case GeometryJob::Tessellate:
+        return EncodeLvr(TessellateShape(shape));
+    }
+    throw GeometryError("the job is unknown");
+}
+
+} // namespace
+
+std::string RunGeometryJob(GeometryJob job, std::string boundary)
+{
+    try {
+        return RunOn(DecodeShape({{}, std::move(boundary)}), job);
+    } catch (const Standard_Failure& failure) {
+        throw GeometryError(failure.GetMessageString());
+    }
+}
+
+} // namespace openhost

@@ -1,0 +1,13 @@
+// What the program of the solid kernel does.
+#pragma once
+
+#include "openhost/apart/GeometryJob.h"
+
+#include <string>
+
+namespace openhost {
+
+/// The result of `job` on the boundary representation `boundary`. Throws GeometryError when there is none.
+std::string RunGeometryJob(GeometryJob job, std::string boundary);
+
+} // namespace openhost

@@ -1,0 +1,52 @@
+// The program on documents that the solid kernel does not survive.
+
+#include "openhost/documents/CadDocument.h"
+#include "openhost/files/TemporaryFolder.h"
+#include "tests/support/HostileShapes.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <sys/wait.h>
+
+namespace openhost::testing {
+
+namespace {
+
+class HostileGeometry : public ::testing::TestWithParam<std::string> {
+protected:
+    HostileGeometry()
+    {
+        CadDocument document;
+        document.geometry = CrashesDecoding();
+        WriteDocument(document, folder_.Path() / "part.ZALPart");
+    }
+
+    TemporaryFolder folder_;
+};
+
+} // namespace
+
+TEST_P(HostileGeometry, EndsTheCommandWithAnErrorAndWithoutAFile)
+{
+    // With a sanitizer a crash is to remain one.
+    const std::string command = "cd '" + folder_.Path().string() +
+                                "' && ASAN_OPTIONS=handle_segv=0:handle_sigbus=0:handle_sigfpe=0 " VELMART_BINARY_DIR
+                                "/bin/openhost " +
+                                GetParam() + " part.ZALPart made >out 2>err";
+    const int status = std::system(command.c_str());
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    std::ifstream file(folder_.Path() / "err");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}),
+              "openhost: part.ZALPart: the solid kernel has crashed\n");
+    EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "made"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, HostileGeometry, ::testing::Values("export", "picture"));
+
+} // namespace openhost::testing
