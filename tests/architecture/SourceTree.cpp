@@ -1,4 +1,5 @@
 #include "tests/architecture/SourceTree.h"
+#include "tests/support/Places.h"
 
 #include <filesystem>
 #include <fstream>
@@ -12,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path Root = VELMART_SOURCE_DIR;
+const fs::path Root = SourceDir();
 
 std::string TextOf(const fs::path& file)
 {

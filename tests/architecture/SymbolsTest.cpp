@@ -1,6 +1,7 @@
 // What the built plug-in shows, and what it needs.
 
 #include "tests/architecture/SourceTree.h"
+#include "tests/support/Places.h"
 
 #include <gtest/gtest.h>
 
@@ -14,8 +15,8 @@ namespace openhost::testing {
 
 namespace {
 
-const std::string Plugin = VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so";
-const std::string Runtime = VELMART_BINARY_DIR "/lib/libopenhost.so";
+const std::string Plugin = BuildDir() + "/lib/ZALVelmartIntegration.so";
+const std::string Runtime = BuildDir() + "/lib/libopenhost.so";
 
 std::vector<std::string> LinesOf(const std::string& command)
 {

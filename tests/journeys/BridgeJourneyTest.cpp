@@ -7,6 +7,7 @@
 #include "openhost/files/Md5.h"
 #include "tests/journeys/JourneyFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Places.h"
 
 #include <gmock/gmock.h>
 
@@ -49,7 +50,7 @@ protected:
     std::string FileUrl(const std::string& name) const { return Base() + "/files/" + name; }
     static std::string Original(const std::string& name)
     {
-        return ReadFile(std::filesystem::path(VELMART_ITEMS_DIR) / "files" / name);
+        return ReadFile(std::filesystem::path(ItemsDir()) / "files" / name);
     }
 
     std::function<void(const json& request)> OnRequest; ///< a message with a method
@@ -243,7 +244,7 @@ TEST_F(BridgeJourney, ManyFilesComeOneAfterTheOther)
     const auto completion = Download(RequestOf("washer-m8"));
     ASSERT_TRUE(completion);
     EXPECT_THAT(completion->files, SizeIs(Count));
-    const std::string sum = Md5OfFile(std::filesystem::path(VELMART_ITEMS_DIR) / "files" / "ISO7089_M8.ZALPart");
+    const std::string sum = Md5OfFile(std::filesystem::path(ItemsDir()) / "files" / "ISO7089_M8.ZALPart");
     for (const std::string& file : completion->files)
         EXPECT_EQ(Md5OfFile(file), sum) << file;
 }

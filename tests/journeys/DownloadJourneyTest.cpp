@@ -3,6 +3,7 @@
 #include "openhost/documents/CadDocument.h"
 #include "openhost/geometry/ShapeGeometry.h"
 #include "tests/journeys/JourneyFixture.h"
+#include "tests/support/Places.h"
 
 #include <TopoDS_Shape.hxx>
 #include <gmock/gmock.h>
@@ -39,7 +40,7 @@ TEST_F(DownloadJourney, AnAssemblyStandsInTheUsersFolderWithItsRootFirst)
 
 TEST_F(DownloadJourney, EveryItemOfTheCatalogueComes)
 {
-    const nlohmann::json index = nlohmann::json::parse(ReadFile(VELMART_ITEMS_DIR "/index.json"));
+    const nlohmann::json index = nlohmann::json::parse(ReadFile(ItemsDir() + "/index.json"));
     ASSERT_GE(index.size(), 20u);
     for (const nlohmann::json& item : index) {
         SCOPED_TRACE(item["id"]);
@@ -99,7 +100,7 @@ TEST_F(DownloadJourney, TheTemporaryArchiveStaysUnderItsName)
 {
     ASSERT_TRUE(Download(RequestOf("bearing-unit-20")));
     EXPECT_EQ(ReadFile(Temp() / "VelmartDownloadedQ7Files.zip"),
-              ReadFile(std::filesystem::path(VELMART_ITEMS_DIR) / "files" / "bearing-unit-20.zip"));
+              ReadFile(std::filesystem::path(ItemsDir()) / "files" / "bearing-unit-20.zip"));
 }
 
 TEST_F(DownloadJourney, ARefusedOverwriteWritesNothing)
@@ -140,7 +141,7 @@ TEST_F(DownloadJourney, AnAcceptedOverwriteReplacesTheFiles)
 TEST_F(DownloadJourney, AnItemInSourceNeedsNoTransfer)
 {
     nlohmann::json item;
-    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::path(VELMART_ITEMS_DIR) / "items")) {
+    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::path(ItemsDir()) / "items")) {
         const nlohmann::json request = RequestOf(entry.path().stem());
         if (request["attributes"].value("/catalog/configOpeningBehaviour"_json_pointer, "") == "openInSource")
             item = request;

@@ -10,6 +10,8 @@
 #include "openhost/loop/UvEventLoop.h"
 #include "openhost/text/Utf.h"
 
+#include "tests/support/Places.h"
+
 #include <algorithm>
 #include <chrono>
 #include <fstream>
@@ -47,12 +49,12 @@ void CompletionListener::OnComplete(ZALBaseUnknown*, ZALNotification* notificati
     completions_.push_back(completion);
 }
 
-JourneyFixture::JourneyFixture() : service_(VELMART_ITEMS_DIR)
+JourneyFixture::JourneyFixture() : service_(ItemsDir())
 {
     std::filesystem::create_directory(Temp());
     std::filesystem::create_directory(Parts());
     SetPathVariable(TemporaryFolderVariable, Temp());
-    SetPathVariable(InstallationVariable, VELMART_SOURCE_DIR "/installation");
+    SetPathVariable(InstallationVariable, SourceDir() + "/installation");
 
     EventLoop::Install(std::make_unique<UvEventLoop>());
     HttpTransport::Install(std::make_unique<CurlTransport>());
@@ -85,9 +87,9 @@ JourneyFixture::~JourneyFixture()
 
 nlohmann::json JourneyFixture::RequestOf(const std::string& id) const
 {
-    const std::string text = ReadFile(std::filesystem::path(VELMART_ITEMS_DIR) / "items" / (id + ".json"));
+    const std::string text = ReadFile(std::filesystem::path(ItemsDir()) / "items" / (id + ".json"));
     return nlohmann::json::parse(Replaced(Replaced(text, "${BASE}", Base()), "${FILES}",
-                                          (std::filesystem::path(VELMART_ITEMS_DIR) / "files").string()));
+                                          (std::filesystem::path(ItemsDir()) / "files").string()));
 }
 
 nlohmann::json JourneyFixture::RequestFor(const std::string& address)

@@ -3,6 +3,8 @@
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/ZipExtraction.h"
 
+#include "tests/support/Places.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -27,7 +29,7 @@ CadDocument EmptyFrame()
 
 } // namespace
 
-PanelFixture::PanelFixture() : service_(VELMART_ITEMS_DIR)
+PanelFixture::PanelFixture() : service_(ItemsDir())
 {
     service_.Start();
     std::filesystem::create_directory(Parts());
@@ -36,7 +38,7 @@ PanelFixture::PanelFixture() : service_(VELMART_ITEMS_DIR)
 
 void PanelFixture::PutNutIntoFrame() const
 {
-    ZipReader archive(VELMART_ITEMS_DIR "/files/slot-nut-m6.zip");
+    ZipReader archive(ItemsDir() + "/files/slot-nut-m6.zip");
     const auto entry = archive.Find(NutFile);
     if (!entry)
         throw std::runtime_error("the catalogue has no slot nut");
@@ -55,7 +57,7 @@ std::vector<json> PanelFixture::Play(const json& steps, const std::string& base)
                           {"steps", steps}};
     std::ofstream(folder_.Path() / "session.json") << session.dump();
     const std::filesystem::path journal = folder_.Path() / "journal";
-    const std::string command = "QT_QPA_PLATFORM=offscreen '" VELMART_BINARY_DIR "/bin/openhost' play --panel '" +
+    const std::string command = "QT_QPA_PLATFORM=offscreen '" + BuildDir() + "/bin/openhost' play --panel '" +
                                 (folder_.Path() / "session.json").string() + "' --journal '" + journal.string() +
                                 "' --set BASE=" + base + " --set PARTS='" + Parts().string() + "'";
     EXPECT_NE(-1, std::system(command.c_str()));

@@ -4,6 +4,7 @@
 #include "catalogue/service/ShapeSearch.h"
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
+#include "tests/support/Places.h"
 #include "tests/support/StepFile.h"
 
 #include <gmock/gmock.h>
@@ -33,7 +34,7 @@ std::string ReadText(const std::filesystem::path& path)
 
 class PlayJourney : public ::testing::Test {
 protected:
-    PlayJourney() : service_(VELMART_ITEMS_DIR)
+    PlayJourney() : service_(ItemsDir())
     {
         service_.Start();
         std::filesystem::create_directory(Parts());
@@ -54,10 +55,10 @@ protected:
         const std::filesystem::path file = folder_.Path() / "session.json";
         const std::filesystem::path journal = folder_.Path() / "journal";
         std::ofstream(file) << session;
-        const std::string command =
-            std::string(VELMART_BINARY_DIR) + "/bin/openhost play '" + file.string() + "' --journal '" +
-            journal.string() + "' --set BASE=" + service_.GetAddress() + " --set PARTS='" + Parts().string() + "' " +
-            options + " >'" + (folder_.Path() / "out").string() + "' 2>'" + (folder_.Path() / "err").string() + "'";
+        const std::string command = BuildDir() + "/bin/openhost play '" + file.string() + "' --journal '" +
+                                    journal.string() + "' --set BASE=" + service_.GetAddress() + " --set PARTS='" +
+                                    Parts().string() + "' " + options + " >'" + (folder_.Path() / "out").string() +
+                                    "' 2>'" + (folder_.Path() / "err").string() + "'";
         const int status = std::system(command.c_str());
         Play play{WEXITSTATUS(status), {}, ReadText(folder_.Path() / "out"), ReadText(folder_.Path() / "err")};
         std::ifstream lines(journal);
@@ -76,7 +77,7 @@ protected:
 
     std::string Request(const std::string& id) const
     {
-        return ReadText(std::filesystem::path(VELMART_ITEMS_DIR) / "items" / (id + ".json"));
+        return ReadText(std::filesystem::path(ItemsDir()) / "items" / (id + ".json"));
     }
 
     std::string DownloadSession(const std::string& content, const std::string& more = "") const
@@ -115,7 +116,7 @@ TEST_F(PlayJourney, TheMainSessionBringsTheFilesAndTellsEachStep)
     const std::vector<json> transfers = Events(play, "transfer");
     ASSERT_EQ(transfers.size(), 1u);
     EXPECT_EQ(transfers[0]["bytes"],
-              std::filesystem::file_size(std::filesystem::path(VELMART_ITEMS_DIR) / "files" / "bearing-unit-20.zip"));
+              std::filesystem::file_size(std::filesystem::path(ItemsDir()) / "files" / "bearing-unit-20.zip"));
 
     const std::vector<json> extracted = Events(play, "extracted");
     ASSERT_FALSE(extracted.empty());
@@ -236,8 +237,7 @@ TEST_F(PlayJourney, ShowPrintsTheTreeOfADownloadedAssembly)
             product = file.path();
     ASSERT_FALSE(product.empty());
     const std::filesystem::path output = Parts() / "shown";
-    const std::string command =
-        std::string(VELMART_BINARY_DIR) + "/bin/openhost show '" + product.string() + "' >'" + output.string() + "'";
+    const std::string command = BuildDir() + "/bin/openhost show '" + product.string() + "' >'" + output.string() + "'";
     EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 0);
     EXPECT_THAT(ReadText(output), HasSubstr(product.filename().string()));
     EXPECT_THAT(ReadText(output), HasSubstr(".ZALPart"));
@@ -424,7 +424,7 @@ TEST_F(InsertionJourney, AnInsertedItemIsSavedUnderAnotherNameAndTheFirstFileSta
 
 TEST_F(PlayJourney, TheExampleChangesAProductAndSavesIt)
 {
-    const Play play = PlaySession(ReadText(VELMART_SOURCE_DIR "/examples/change-product.json"));
+    const Play play = PlaySession(ReadText(SourceDir() + "/examples/change-product.json"));
     ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
     EXPECT_FALSE(play.journal.back().contains("unusedAnswers"));
     for (const json& selection : Events(play, "selection"))
@@ -445,7 +445,7 @@ TEST_F(PlayJourney, TheExampleChangesAProductAndSavesIt)
 
     // What another system reads in the exported product.
     const std::filesystem::path step = Parts() / "product.step";
-    const std::string command = std::string(VELMART_BINARY_DIR) + "/bin/openhost export '" +
+    const std::string command = BuildDir() + "/bin/openhost export '" +
                                 (Parts() / "BEARING_UNIT_20.ZALProduct").string() + "' '" + step.string() + "'";
     ASSERT_EQ(WEXITSTATUS(std::system(command.c_str())), 0);
     const openhost::testing::StepFile read(step);
@@ -473,7 +473,7 @@ TEST_F(PlayJourney, TheExampleChangesAProductAndSavesIt)
 
 TEST_F(PlayJourney, TheExampleOfTheBridgeOpensAnItemThatAnotherComponentHandsOver)
 {
-    const Play play = PlaySession(ReadText(VELMART_SOURCE_DIR "/examples/bridge.json"), "--account");
+    const Play play = PlaySession(ReadText(SourceDir() + "/examples/bridge.json"), "--account");
     ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
     EXPECT_FALSE(play.journal.back().contains("unusedReplies"));
     EXPECT_TRUE(Events(play, "dialog").empty());
@@ -502,7 +502,7 @@ TEST_F(PlayJourney, TheExampleOfTheBridgeOpensAnItemThatAnotherComponentHandsOve
 
 TEST_F(PlayJourney, TheExampleFindsSimilarShapes)
 {
-    const Play play = PlaySession(ReadText(VELMART_SOURCE_DIR "/examples/find-similar.json"));
+    const Play play = PlaySession(ReadText(SourceDir() + "/examples/find-similar.json"));
     ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
     EXPECT_FALSE(play.journal.back().contains("unusedAnswers"));
     ASSERT_EQ(Events(play, "script").size(), 1u);
@@ -512,7 +512,7 @@ TEST_F(PlayJourney, TheExampleFindsSimilarShapes)
     const std::string head = "OpApi.sendMessage('search', {query: '";
     ASSERT_THAT(script, ::testing::AllOf(::testing::StartsWith(head), ::testing::EndsWith("'});")));
     const std::string query = script.substr(head.size(), script.size() - head.size() - 4);
-    const auto found = catalogue::ShapeSearch(std::filesystem::path(VELMART_ITEMS_DIR) / "index.json").Search(query);
+    const auto found = catalogue::ShapeSearch(std::filesystem::path(ItemsDir()) / "index.json").Search(query);
     EXPECT_EQ(found.at(0)["id"], "hexagon-bolt-m8x40");
     EXPECT_NEAR(found.at(0)["score"], 1, 0.01);
     EXPECT_LT(found.at(1)["score"], found.at(0)["score"]);

@@ -6,6 +6,7 @@
 #include "openhost/files/TemporaryFolder.h"
 #include "tests/journeys/JourneyFixture.h"
 #include "tests/support/HostileShapes.h"
+#include "tests/support/Places.h"
 #include "tests/support/StepFile.h"
 
 #include <gmock/gmock.h>
@@ -33,7 +34,7 @@ constexpr const char* DownloadFailed = "The download has failed.";
 
 class RebuildJourney : public ::testing::Test {
 protected:
-    RebuildJourney() : service_(VELMART_ITEMS_DIR)
+    RebuildJourney() : service_(ItemsDir())
     {
         service_.Start();
         std::filesystem::create_directory(Parts());
@@ -56,7 +57,7 @@ protected:
 
     int Run(const std::string& arguments) const
     {
-        const int status = std::system((std::string(VELMART_BINARY_DIR) + "/bin/openhost " + arguments).c_str());
+        const int status = std::system((BuildDir() + "/bin/openhost " + arguments).c_str());
         return WEXITSTATUS(status);
     }
 
@@ -152,7 +153,7 @@ protected:
     }
     static std::filesystem::path ServedTemplate(const std::string& name)
     {
-        return std::filesystem::path(VELMART_ITEMS_DIR) / "files" / "templates" / name;
+        return std::filesystem::path(ItemsDir()) / "files" / "templates" / name;
     }
 
 private:
@@ -234,7 +235,7 @@ TEST_F(RebuildJourney, AnAssemblyKeepsItsInstancesAndSharesRepeatedParts)
 
 TEST_F(RebuildJourney, TheExampleRebuildsAPartAndAnAssemblyAndOpensBoth)
 {
-    PlayFile(VELMART_SOURCE_DIR "/examples/rebuild-on-templates.json", Parts());
+    PlayFile(SourceDir() + "/examples/rebuild-on-templates.json", Parts());
     EXPECT_EQ(Requests("/PartTemplate.ZALPart"), 1U) << "templates are fetched once";
     EXPECT_EQ(Requests("/ProductTemplate.ZALProduct"), 1U);
     EXPECT_EQ(LeftOpen(), 0);

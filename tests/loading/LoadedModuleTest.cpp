@@ -3,6 +3,7 @@
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
 #include "tests/support/Objects.h"
+#include "tests/support/Places.h"
 
 #include "host/frame.h"
 #include "host/panel.h"
@@ -20,7 +21,7 @@ namespace openhost::testing {
 
 namespace {
 
-const std::string Plugin = VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so";
+const std::string Plugin = BuildDir() + "/lib/ZALVelmartIntegration.so";
 
 constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";
 constexpr const char* AddinInterface = "ZALIMeridiaAccessDialogAddin";

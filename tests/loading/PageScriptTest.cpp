@@ -4,6 +4,7 @@
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
 #include "tests/support/Objects.h"
+#include "tests/support/Places.h"
 #include "tests/support/ScriptedCad.h"
 
 #include "host/frame.h"
@@ -20,7 +21,7 @@ namespace openhost::testing {
 
 namespace {
 
-const std::string Plugin = VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so";
+const std::string Plugin = BuildDir() + "/lib/ZALVelmartIntegration.so";
 constexpr const char* CheckVariable = "ZAL_MERIDIADIALOG_VLURL_CHECK";
 constexpr const char* WarningVariable = "ZAL_VELMART_FINDSIMILAR_NO_UPLOAD_WARNING";
 constexpr const char* StatusClass = "ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif";

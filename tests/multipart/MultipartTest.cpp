@@ -1,6 +1,7 @@
 // Bodies of forms as a parser of other people reads them: the judge is a program of its own.
 
 #include "tests/support/HostFixture.h"
+#include "tests/support/Places.h"
 
 #include "openhost/text/Utf.h"
 #include "web/FormData.h"
@@ -30,7 +31,7 @@ protected:
     Json Judge(const std::string& body)
     {
         File("body", body);
-        const std::string command = "'" VELMART_NODE "' '" VELMART_SOURCE_DIR "/tests/multipart/judge.mjs' '" +
+        const std::string command = "'" VELMART_NODE "' '" + SourceDir() + "/tests/multipart/judge.mjs' '" +
                                     (Folder() / "body").string() + "' '" +
                                     ToUtf8(FormData::GetContentTypeHeaderValue()) + "'";
         std::FILE* pipe = popen(command.c_str(), "r");

@@ -6,6 +6,7 @@
 #include "catalogue/shapes/ShapeIndex.h"
 #include "catalogue/shapes/ShapeToken.h"
 #include "tests/catalogue/shapes/TestShapes.h"
+#include "tests/support/Places.h"
 
 #include <gtest/gtest.h>
 
@@ -122,7 +123,7 @@ TEST(Retrieval, EveryCopyFindsItsOriginFirstAsTheTableOfTheDocumentSays)
         table += Neighbours(number);
     }
 
-    std::ifstream file(VELMART_SOURCE_DIR "/docs/shape-search.md");
+    std::ifstream file(SourceDir() + "/docs/shape-search.md");
     const std::string document{std::istreambuf_iterator<char>(file), {}};
     EXPECT_NE(document.find(table), std::string::npos) << "docs/shape-search.md must hold these rows:\n" << table;
 }

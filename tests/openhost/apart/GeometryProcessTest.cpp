@@ -4,6 +4,7 @@
 
 #include "openhost/files/TemporaryFolder.h"
 #include "tests/openhost/apart/TestJobs.h"
+#include "tests/support/Places.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -28,7 +29,7 @@ namespace {
 using ::testing::HasSubstr;
 using namespace std::chrono_literals;
 
-const std::filesystem::path Program = VELMART_BINARY_DIR "/bin/test_geometry_program";
+const std::filesystem::path Program = BuildDir() + "/bin/test_geometry_program";
 
 std::string Failure(GeometryProcess& process, GeometryJob job, std::string_view bytes = {})
 {

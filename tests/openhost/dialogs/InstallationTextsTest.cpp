@@ -2,6 +2,8 @@
 
 #include "TextFixture.h"
 
+#include "tests/support/Places.h"
+
 #include <map>
 
 namespace openhost {
@@ -11,13 +13,13 @@ class InstallationTexts : public TextFixture, public ::testing::WithParamInterfa
 protected:
     InstallationTexts()
     {
-        SetPathVariable(InstallationVariable, std::string(VELMART_SOURCE_DIR) + "/installation");
+        SetPathVariable(InstallationVariable, SourceDir() + "/installation");
         SetLanguage(GetParam());
     }
 
     static std::string FolderOf(const std::string& kind, const std::string& language)
     {
-        const std::string folder = std::string(VELMART_SOURCE_DIR) + "/installation/resources/" + kind;
+        const std::string folder = SourceDir() + "/installation/resources/" + kind;
         return language == "English" ? folder : folder + "/" + language;
     }
 };
@@ -99,7 +101,7 @@ INSTANTIATE_TEST_SUITE_P(Languages, InstallationTexts, ::testing::Values("Englis
 
 TEST(InstallationTextsInEnglish, KeepTheWordingOfTheModuleInItsOverwriteQuestion)
 {
-    SetPathVariable(InstallationVariable, std::string(VELMART_SOURCE_DIR) + "/installation");
+    SetPathVariable(InstallationVariable, SourceDir() + "/installation");
     SetLanguage("English");
     const ZALUnicodeString count = "1";
     const auto message = [&](const char* key) {

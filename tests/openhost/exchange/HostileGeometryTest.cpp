@@ -3,6 +3,7 @@
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "tests/support/HostileShapes.h"
+#include "tests/support/Places.h"
 
 #include <gtest/gtest.h>
 
@@ -35,9 +36,8 @@ TEST_P(HostileGeometry, EndsTheCommandWithAnErrorAndWithoutAFile)
 {
     // With a sanitizer a crash is to remain one.
     const std::string command = "cd '" + folder_.Path().string() +
-                                "' && ASAN_OPTIONS=handle_segv=0:handle_sigbus=0:handle_sigfpe=0 " VELMART_BINARY_DIR
-                                "/bin/openhost " +
-                                GetParam() + " part.ZALPart made >out 2>err";
+                                "' && ASAN_OPTIONS=handle_segv=0:handle_sigbus=0:handle_sigfpe=0 " + BuildDir() +
+                                "/bin/openhost " + GetParam() + " part.ZALPart made >out 2>err";
     const int status = std::system(command.c_str());
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 1);

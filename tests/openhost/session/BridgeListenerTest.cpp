@@ -4,6 +4,8 @@
 #include "catalogue/service/CatalogueService.h"
 #include "openhost/files/TemporaryFolder.h"
 
+#include "tests/support/Places.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -25,7 +27,7 @@ protected:
                 steps + "]}",
             folder_.Path(), {{"BASE", service_.GetAddress()}, {"PARTS", folder_.Path().string()}});
         events_.clear();
-        return SessionPlayer(session, {VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so", folder_.Path()},
+        return SessionPlayer(session, {BuildDir() + "/lib/ZALVelmartIntegration.so", folder_.Path()},
                              [this](const Json& event) { events_.push_back(event); })
             .Play();
     }

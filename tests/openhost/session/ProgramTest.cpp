@@ -2,6 +2,8 @@
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/lvr/LvrMesh.h"
 
+#include "tests/support/Places.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -25,7 +27,7 @@ protected:
     {
         const std::string files = " >" + (folder_.Path() / "out").string() + " 2>" + (folder_.Path() / "err").string();
         const int status = std::system(
-            ("cd " + folder_.Path().string() + " && " VELMART_BINARY_DIR "/bin/openhost " + arguments + files).c_str());
+            ("cd " + folder_.Path().string() + " && " + BuildDir() + "/bin/openhost " + arguments + files).c_str());
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
@@ -176,7 +178,7 @@ TEST_F(ProgramTest, AnotherModuleCanBeNamed)
     ::setenv("OPENHOST_MODULE", "elsewhere.so", 1);
     EXPECT_EQ(Run("play session.json"), 1);
     EXPECT_THAT(Read("out"), HasSubstr("elsewhere.so"));
-    EXPECT_EQ(Run("play session.json --module " VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so"), 0);
+    EXPECT_EQ(Run("play session.json --module " + BuildDir() + "/lib/ZALVelmartIntegration.so"), 0);
     ::unsetenv("OPENHOST_MODULE");
 }
 

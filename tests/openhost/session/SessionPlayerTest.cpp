@@ -14,6 +14,8 @@
 
 #include "host/frame.h"
 
+#include "tests/support/Places.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -82,7 +84,7 @@ protected:
     TemporaryFolder service_folder_;
     TemporaryFolder folder_;
     catalogue::CatalogueService service_;
-    std::filesystem::path module_ = VELMART_BINARY_DIR "/lib/ZALVelmartIntegration.so";
+    std::filesystem::path module_ = BuildDir() + "/lib/ZALVelmartIntegration.so";
     Desktop* desktop_ = nullptr;
     std::function<void()> observe_ = [] {};
     std::vector<Json> events_;

@@ -2,6 +2,7 @@
 #include "catalogue/service/CatalogueService.h"
 #include "tests/openhost/webpage/BrowserFixture.h"
 #include "tests/openhost/webpage/PageServer.h"
+#include "tests/support/Places.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -33,7 +34,7 @@ constexpr const char* Bolt = R"({"id": "bolt-m8", "attributes": {"name": "Bolt M
 
 std::string ReadSource(const std::string& path)
 {
-    std::ifstream file(VELMART_SOURCE_DIR "/" + path, std::ios::binary);
+    std::ifstream file(SourceDir() + "/" + path, std::ios::binary);
     std::stringstream text;
     text << file.rdbuf();
     EXPECT_FALSE(text.str().empty()) << path;
@@ -55,7 +56,7 @@ protected:
     {
         for (const char* path : {"/", "/categories"})
             server_.AddPage(path, ReadSource("catalogue/page/index.html"));
-        server_.Routes().set_mount_point("/page", VELMART_SOURCE_DIR "/catalogue/page");
+        server_.Routes().set_mount_point("/page", SourceDir() + "/catalogue/page");
     }
 
     ~CataloguePage() override { server_.Stop(); }
@@ -675,7 +676,7 @@ TEST_F(CataloguePage, FitsIntoANarrowPanel)
 
 TEST_F(CataloguePage, WorksUnderThePolicyOfTheService)
 {
-    catalogue::CatalogueService service(VELMART_BINARY_DIR "/items");
+    catalogue::CatalogueService service(BuildDir() + "/items");
     service.Start();
     Load(service.GetAddress() + "/categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true&addinmode=zalorq7");
     ASSERT_TRUE(UntilShown(".items li:nth-child(21)"));
