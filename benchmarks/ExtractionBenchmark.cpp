@@ -190,7 +190,7 @@ bool Extract(const char* archive, const char* folder)
         ZALUnicodeString path = folder;
         ZALMakePath(path, name);
         ZALFileStatus status;
-        if (!IsIgnoredArchiveEntry(name) && SUCCEEDED(ZALFileStat(path, status)))
+        if (!IsIgnoredArchiveEntry(name) && SUCCEEDED(ZALFileStat(path, status, 0)))
             return false;
     }
     zip.Close();

@@ -21,7 +21,7 @@ bool IsLocked(const ZALSettingInfo& info)
 bool IsDirectory(const ZALUnicodeString& text)
 {
     ZALFileStatus status;
-    return text.GetLengthInChar() > 0 && SUCCEEDED(ZALFileStat(text, status)) &&
+    return text.GetLengthInChar() > 0 && SUCCEEDED(ZALFileStat(text, status, 0)) &&
            (status.Mode & ZALFileTypeMask) == ZALFileTypeDirectory;
 }
 

@@ -92,7 +92,7 @@ void ZALVLIFullDownload::OnFileDownloaded(const ZALUnicodeString& path)
             target += "." + extension;
         if (target.Compare(path) == ZALTextsDiffer) {
             ZALDeleteFile(target);
-            ZALRenameFile(path, target);
+            ZALRenameFile(path.ConvertToChar(), target.ConvertToChar());
         }
         VL_TRACE("Downloaded raw file : " << target);
         files.Append(target);

@@ -180,7 +180,7 @@ HRESULT ZALVelmartFileDownloader::GetValidDestinationFolderInSettings(ZALUnicode
     settings->Release();
 
     ZALFileStatus status;
-    if (location.GetLengthInChar() > 0 && doNotRemind && SUCCEEDED(ZALFileStat(location, status)) &&
+    if (location.GetLengthInChar() > 0 && doNotRemind && SUCCEEDED(ZALFileStat(location, status, 0)) &&
         (status.Mode & ZALFileTypeMask) == ZALFileTypeDirectory) {
         folder = location;
         return S_OK;

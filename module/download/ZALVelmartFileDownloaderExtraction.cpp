@@ -123,7 +123,7 @@ HRESULT ZALVelmartFileDownloader::CheckForExtractConflicts(const ZALUnicodeStrin
         const ZALUnicodeString path = PathBelow(folder, entry);
         // A directory that is already there counts too.
         ZALFileStatus status;
-        if (SUCCEEDED(ZALFileStat(path, status)))
+        if (SUCCEEDED(ZALFileStat(path, status, 0)))
             conflicts.Append(path);
     }
 
@@ -182,7 +182,7 @@ HRESULT ExtractFiles(const ZALUnicodeString& archive, const ZALUnicodeString& fo
         zip.ExtractFile(folder, entry, ZALZipExtractReplace);
         const ZALUnicodeString path = PathBelow(folder, entry);
         ZALFileStatus status;
-        if (SUCCEEDED(ZALFileStat(path, status)) && (status.Mode & ZALFileTypeMask) == ZALFileTypeDirectory)
+        if (SUCCEEDED(ZALFileStat(path, status, 0)) && (status.Mode & ZALFileTypeMask) == ZALFileTypeDirectory)
             continue;
         // A file that failed to extract is listed too; nothing here checks it again.
         files.Append(path);

@@ -47,7 +47,7 @@ private:
 // Life of a state command, in order:
 //   1. `new`; the host owns it from then on, and nobody else keeps a pointer to it.
 //   2. From the event loop the engine calls BuildCommandGraph once, then Activate, and enters the initial state. A
-//      command without one is cancelled.
+//      command without one, or whose initial state has no agent, is cancelled.
 //   3. In a state the user and the code give values to its agents. After each value, and when a state is entered, the
 //      transitions from it are tried in the order in which they were added: the first whose condition holds runs its
 //      action, and its target state is entered. A value that is given while no transition can be taken, such as inside

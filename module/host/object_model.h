@@ -68,7 +68,8 @@ private:
     int kind_ = 0;
 };
 
-/// The record of `className`: made at the first call, the same one ever after.
+/// The record of `className` in the kind `kind`: made at the first call, the same one ever after. A class and the adapter
+/// of an interface may share a name, each with a record of its own.
 /// `extended` names the class that the record extends, "ZALNull" for none. The texts are copied.
 ZALMetaClass* fct_RetrieveMetaObject(const char* className, int kind, ZALMetaClass* base, const char* extended,
                                      const char* module);
@@ -278,7 +279,7 @@ using ZALCallback = std::uint32_t;
 using ZALSubscriberMethod = void (ZALBaseUnknown::*)(ZALBaseUnknown* publisher, ZALNotification* notification,
                                                      void* data);
 
-/// An object that subscribes to notifications of others.
+/// An object that subscribes to notifications of others. Ending subscriptions needs no memory and does not fail.
 class ZALEventSubscriber : public ZALBaseUnknown {
 public:
     ZALEventSubscriber();

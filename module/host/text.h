@@ -34,6 +34,7 @@ public:
     friend bool operator==(const ZALString& left, const ZALString& right) { return left.text_ == right.text_; }
 
 private:
+    friend class ZALUnicodeString;
     std::string text_;
 };
 
@@ -139,7 +140,7 @@ public:
     /// The same into `buffer`, which has room for four bytes a unit and one more. `length` is the number of bytes
     /// without the closing zero.
     void ConvertToUTF8(char* buffer, std::size_t& length) const;
-    /// The text in the host's narrow encoding.
+    /// The text in the host's narrow encoding. A zero character stays in it, and ends it for those who read up to one.
     ZALString ConvertToChar() const;
 
     friend bool operator==(const ZALUnicodeString& left, const ZALUnicodeString& right)

@@ -51,5 +51,5 @@ bool ZALVliFilePath::Exists() const
     if (Path.GetLengthInChar() == 0)
         return false;
     ZALFileStatus status;
-    return SUCCEEDED(ZALFileStat(Path, status));
+    return SUCCEEDED(ZALFileStat(Path, status, 0));
 }

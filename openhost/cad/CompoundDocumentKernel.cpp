@@ -71,7 +71,7 @@ private:
         ZALUnicodeString beside = folder_;
         ZALMakePath(beside, name);
         ZALFileStatus status;
-        return SUCCEEDED(ZALFileStat(beside, status)) ? beside : stored;
+        return SUCCEEDED(ZALFileStat(beside, status, 0)) ? beside : stored;
     }
 
     std::optional<CompoundStorage> storage_; ///< empty once closed

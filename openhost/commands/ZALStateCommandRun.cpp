@@ -102,7 +102,7 @@ void ZALStateCommandRun::Begin()
     if (ended_)
         return;
 
-    Enter(initial ? initial : command->GetCancelState());
+    Enter(initial && HasAgent(*initial) ? initial : command->GetCancelState());
     TakeTransitions();
 }
 
@@ -183,6 +183,13 @@ void ZALStateCommandRun::Prompt() const
 bool ZALStateCommandRun::WaitsForElement() const
 {
     return inside_ == 0 && active && !ElementAgents().empty();
+}
+
+bool ZALStateCommandRun::HasAgent(const ZALDialogState& state)
+{
+    return std::ranges::any_of(state.agents_, [](const ZALBaseUnknown_WR& agent) {
+        return static_cast<bool>(ZALBaseUnknown_var::Take(agent.GetComponent()));
+    });
 }
 
 std::vector<ZALStateCommandRun::HeldAgent> ZALStateCommandRun::ElementAgents() const

@@ -95,6 +95,7 @@ private:
     void TakeTransitions();
     void Enter(ZALDialogState* state);
     void Prompt() const;
+    static bool HasAgent(const ZALDialogState& state);
     std::vector<HeldAgent> ElementAgents() const;
     static std::string Ask(ZALPathElementAgent& agent, ZALBaseUnknown* leaf);
     void End(const char* how, bool cancels);

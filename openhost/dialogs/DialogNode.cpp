@@ -60,16 +60,21 @@ void ZALDialogNode::End()
         openhost::journal::Write("window", {{"name", Name()}, {"style", style}, {"action", "ended"}});
 }
 
+void ZALDialogNode::LeaveParent()
+{
+    if (!parent)
+        return;
+    ZALDialogNode& above = Of(*parent);
+    std::erase(above.children, owner);
+    std::erase(above.attached, owner);
+    for (AttachmentLine& line : above.lines)
+        std::erase(line.controls, owner);
+    parent = nullptr;
+}
+
 void ZALDialogNode::Leave()
 {
-    if (parent) {
-        ZALDialogNode& above = Of(*parent);
-        std::erase(above.children, owner);
-        std::erase(above.attached, owner);
-        for (AttachmentLine& line : above.lines)
-            std::erase(line.controls, owner);
-        parent = nullptr;
-    }
+    LeaveParent();
     attached.clear();
     lines.clear();
     while (!children.empty()) {
@@ -86,6 +91,13 @@ void ZALDialogNode::EndAndRelease()
     End();
     if (std::exchange(hostHolds, false))
         owner->Release();
+}
+
+void ZALDialogNode::StayWithoutParent()
+{
+    LeaveParent();
+    if (!std::exchange(hostHolds, true))
+        owner->AddRef();
 }
 
 namespace openhost {

@@ -64,9 +64,14 @@ struct ZALDialogNode {
     void Leave();
     /// Ends the control and drops the host's reference on it, which may delete it. Does nothing the second time.
     void EndAndRelease();
+    /// Lets a control that has ended live on without its parent, with the host's reference, until EndAndRelease.
+    void StayWithoutParent();
 
     bool hostHolds = true; ///< whether the reference of `new` is still the host's
     bool wasShown = false;
+
+private:
+    void LeaveParent();
 };
 
 namespace openhost {

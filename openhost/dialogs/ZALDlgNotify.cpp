@@ -1,10 +1,7 @@
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/dialogs/DialogSurface.h"
 #include "openhost/journal/Journal.h"
-#include "openhost/loop/EventLoop.h"
 #include "openhost/text/Utf.h"
-
-#include <memory>
 
 ZALDlgNotify::ZALDlgNotify(ZALDialog* parent, const ZALString& name, unsigned int style)
     : ZALDlgDialog(parent, name, style)
@@ -20,9 +17,9 @@ int ZALDlgNotify::DisplayBlocked(const ZALUnicodeString& text, const ZALUnicodeS
     if (node.ended)
         return ZALDlgAnswerClosed;
 
-    // Events that run meanwhile may end the question. Its caller uses it once more behind this call.
+    // Events that run meanwhile may end the question with its parent.
     AddRef();
-    std::shared_ptr<ZALDlgNotify> guard(this, [](ZALDlgNotify* question) { question->Release(); });
+    const auto held = ZALInterfaceHandle<ZALDlgNotify>::Take(this);
     node.visible = true;
     const int answer = openhost::DialogSurface::Current().Ask(*this, text, title);
     node.visible = false;
@@ -32,6 +29,6 @@ int ZALDlgNotify::DisplayBlocked(const ZALUnicodeString& text, const ZALUnicodeS
                                         {"text", openhost::ToUtf8(text)},
                                         {"answer", answer}});
     if (node.ended)
-        openhost::EventLoop::Current().Post([guard] {});
+        node.StayWithoutParent();
     return answer;
 }

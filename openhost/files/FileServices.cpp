@@ -1,5 +1,4 @@
 #include "Descriptor.h"
-#include "FileMove.h"
 #include "Paths.h"
 
 #include "openhost/journal/Journal.h"
@@ -163,7 +162,7 @@ HRESULT ZALCreateDirectory(const ZALUnicodeString& path)
     return mkdir(openhost::SystemPath(path).c_str(), 0777) == 0 ? S_OK : E_FAIL;
 }
 
-HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status)
+HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status, int)
 {
     struct stat found;
     if (stat(openhost::SystemPath(path).c_str(), &found) != 0)
@@ -183,20 +182,21 @@ HRESULT ZALDeleteFile(const ZALUnicodeString& path)
     return unlink(openhost::SystemPath(path).c_str()) == 0 ? S_OK : E_FAIL;
 }
 
-HRESULT ZALRenameFile(const ZALUnicodeString& from, const ZALUnicodeString& to)
+int ZALRenameFile(const ZALString& from, const ZALString& to)
 {
+    constexpr int refused = -1;
     if (openhost::HasParentComponent(from) || openhost::HasParentComponent(to))
-        return E_FAIL;
+        return refused;
     const std::string source = openhost::SystemPath(from);
     const std::string target = openhost::SystemPath(to);
 
     struct stat found;
     if (lstat(source.c_str(), &found) != 0 || S_ISDIR(found.st_mode))
-        return E_FAIL;
+        return refused;
     if (lstat(target.c_str(), &found) == 0)
-        return E_FAIL;
-    if (rename(source.c_str(), target.c_str()) != 0 && !(errno == EXDEV && openhost::MoveToOtherVolume(source, target)))
-        return E_FAIL;
+        return refused;
+    if (rename(source.c_str(), target.c_str()) != 0)
+        return refused;
     openhost::journal::Write("moved", {{"from", source}, {"to", target}});
-    return S_OK;
+    return 0;
 }

@@ -72,7 +72,7 @@ HRESULT ZALGetFilePathFromOfficialVariable(const ZALUnicodeString& relativePath,
         return E_FAIL;
     ZALMakePath(found, relativePath);
     ZALFileStatus status;
-    if (FAILED(ZALFileStat(found, status)))
+    if (FAILED(ZALFileStat(found, status, 0)))
         return E_FAIL;
     path = found;
     return S_OK;

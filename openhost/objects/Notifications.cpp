@@ -52,9 +52,9 @@ void EndWhere(ZALBaseUnknown* publisher, Condition condition)
     const ZALObjectLinks* links = ZALObjectLinks::Find(publisher);
     if (!links)
         return;
-    const std::vector<ZALCallback> callbacks = links->asPublisher;
-    for (ZALCallback callback : callbacks)
-        if (condition(Subscriptions().at(callback)))
+    // From the back, so that those that end move none that is still to be looked at.
+    for (std::size_t left = links->asPublisher.size(); left > 0; --left)
+        if (const ZALCallback callback = links->asPublisher[left - 1]; condition(Subscriptions().at(callback)))
             End(callback);
 }
 
@@ -87,9 +87,9 @@ namespace openhost {
 
 void DropSubscriptions(ZALObjectLinks& links)
 {
-    for (const std::vector<ZALCallback>& side : {links.asPublisher, links.asSubscriber})
-        for (ZALCallback callback : side)
-            End(callback);
+    for (const std::vector<ZALCallback>* side : {&links.asPublisher, &links.asSubscriber})
+        while (!side->empty())
+            End(side->back());
 }
 
 DispatchObserver ObserveDispatches(DispatchObserver observer)
@@ -115,8 +115,13 @@ ZALCallback ZALEventSubscriber::AddCallback(ZALBaseUnknown* publisher, const cha
     static ZALCallback last = 0;
     const ZALCallback callback = ++last;
     Subscriptions().emplace(callback, Subscription{publisher, this, notificationClass, method, data});
-    ZALObjectLinks::Of(publisher).asPublisher.push_back(callback);
-    ZALObjectLinks::Of(this).asSubscriber.push_back(callback);
+    try {
+        ZALObjectLinks::Of(publisher).asPublisher.push_back(callback);
+        ZALObjectLinks::Of(this).asSubscriber.push_back(callback);
+    } catch (...) {
+        End(callback);
+        throw;
+    }
     return callback;
 }
 

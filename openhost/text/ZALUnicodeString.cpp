@@ -19,7 +19,7 @@ ZALUnicodeString::ZALUnicodeString(const char* text)
         text_ = openhost::DecodeUtf8Lossy(text);
 }
 
-ZALUnicodeString::ZALUnicodeString(const ZALString& text) : text_(openhost::DecodeUtf8Lossy(text.CastToCharPtr())) {}
+ZALUnicodeString::ZALUnicodeString(const ZALString& text) : text_(openhost::DecodeUtf8Lossy(text.text_)) {}
 
 ZALUnicodeString::ZALUnicodeString(const char16_t* text)
 {
@@ -172,7 +172,9 @@ void ZALUnicodeString::ConvertToUTF8(char* buffer, std::size_t& length) const
 
 ZALString ZALUnicodeString::ConvertToChar() const
 {
-    return ZALString(openhost::EncodeUtf8(text_).c_str());
+    ZALString narrow;
+    narrow.text_ = openhost::EncodeUtf8(text_);
+    return narrow;
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -220,7 +220,7 @@ HRESULT ZALFClose(ZALFileHandle handle)
     return CurrentServices().closeResult;
 }
 
-HRESULT ZALFileStat(const ZALUnicodeString&, ZALFileStatus& status)
+HRESULT ZALFileStat(const ZALUnicodeString&, ZALFileStatus& status, int)
 {
     status.Mode = CurrentServices().mode;
     return CurrentServices().statResult;

@@ -129,6 +129,32 @@ TEST_F(Questions, ThatEndWhileTheyAreAskedAreClosedAndUseNoAnswer)
     EXPECT_EQ(Surface().UnusedAnswers(), 1U);
 }
 
+TEST_F(Questions, ThatEndWithTheirParentLiveUntilTheirOwnEnd)
+{
+    auto* parent = new ZALDlgDialog(nullptr, "Document", 0);
+    ZALDlgNotify* question = Question("Question", parent);
+    const ZALBaseUnknown_WR reference(question);
+    parent->RequestDelayedDestruction();
+    question->DisplayBlocked("text", "title");
+    Loop().RunUntilIdle();
+    EXPECT_TRUE(ZALBaseUnknown_var::Take(reference.GetComponent()));
+    EXPECT_EQ(question->GetFather(), nullptr);
+    question->RequestDelayedDestruction();
+    Loop().RunUntilIdle();
+    EXPECT_FALSE(ZALBaseUnknown_var::Take(reference.GetComponent()));
+}
+
+TEST_F(Questions, ThatNobodyEndsAfterTheirParentEndWithTheSession)
+{
+    auto* parent = new ZALDlgDialog(nullptr, "Document", 0);
+    ZALDlgNotify* question = Question("Question", parent);
+    const ZALBaseUnknown_WR reference(question);
+    parent->RequestDelayedDestruction();
+    question->DisplayBlocked("text", "title");
+    EndAllDialogs();
+    EXPECT_FALSE(ZALBaseUnknown_var::Take(reference.GetComponent()));
+}
+
 TEST_F(Questions, ThatHaveEndedAreNotAsked)
 {
     ZALDlgNotify* question = Question("Question");

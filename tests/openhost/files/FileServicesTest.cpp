@@ -300,7 +300,7 @@ TEST_F(Files, TellsTheStatusOfAFile)
     ASSERT_EQ(stat(file.c_str(), &expected), 0);
 
     ZALFileStatus status;
-    EXPECT_EQ(ZALFileStat(Path("a"), status), S_OK);
+    EXPECT_EQ(ZALFileStat(Path("a"), status, 0), S_OK);
     EXPECT_EQ(status.Mode & ZALFileTypeMask, ZALFileTypeRegular);
     EXPECT_EQ(status.Mode & 0777, 0400U);
     EXPECT_EQ(status.Size, 5U);
@@ -312,16 +312,16 @@ TEST_F(Files, TellsTheSizeOfALargeFile)
     Put("a", "");
     std::filesystem::resize_file(folder_.Path() / "a", 0x100000001U);
     ZALFileStatus status;
-    EXPECT_EQ(ZALFileStat(Path("a"), status), S_OK);
+    EXPECT_EQ(ZALFileStat(Path("a"), status, 0), S_OK);
     EXPECT_EQ(status.Size, 0x100000001U);
 }
 
 TEST_F(Files, TellsThatAFolderIsOne)
 {
     ZALFileStatus status;
-    EXPECT_EQ(ZALFileStat(folder_.Path().c_str(), status), S_OK);
+    EXPECT_EQ(ZALFileStat(folder_.Path().c_str(), status, 0), S_OK);
     EXPECT_EQ(status.Mode & ZALFileTypeMask, ZALFileTypeDirectory);
-    EXPECT_EQ(ZALFileStat(Path("\\."), status), S_OK);
+    EXPECT_EQ(ZALFileStat(Path("\\."), status, 0), S_OK);
     EXPECT_EQ(status.Mode & ZALFileTypeMask, ZALFileTypeDirectory);
 }
 
@@ -330,22 +330,22 @@ TEST_F(Files, FollowsLinks)
     std::filesystem::create_directory_symlink(folder_.Path(), folder_.Path() / "link");
     std::filesystem::create_symlink("missing", folder_.Path() / "broken");
     ZALFileStatus status;
-    EXPECT_EQ(ZALFileStat(Path("link"), status), S_OK);
+    EXPECT_EQ(ZALFileStat(Path("link"), status, 0), S_OK);
     EXPECT_EQ(status.Mode & ZALFileTypeMask, ZALFileTypeDirectory);
-    EXPECT_EQ(ZALFileStat(Path("broken"), status), E_FAIL);
+    EXPECT_EQ(ZALFileStat(Path("broken"), status, 0), E_FAIL);
 }
 
 TEST_F(Files, HasNoStatusWhereNothingIs)
 {
     Put("a", "");
     ZALFileStatus status;
-    EXPECT_EQ(ZALFileStat(Path("missing"), status), E_FAIL);
-    EXPECT_EQ(ZALFileStat(Path("a/below"), status), E_FAIL);
-    EXPECT_EQ(ZALFileStat(Path(std::string(5000, 'x')), status), E_FAIL);
-    EXPECT_EQ(ZALFileStat("", status), E_FAIL);
+    EXPECT_EQ(ZALFileStat(Path("missing"), status, 0), E_FAIL);
+    EXPECT_EQ(ZALFileStat(Path("a/below"), status, 0), E_FAIL);
+    EXPECT_EQ(ZALFileStat(Path(std::string(5000, 'x')), status, 0), E_FAIL);
+    EXPECT_EQ(ZALFileStat("", status, 0), E_FAIL);
     ZALUnicodeString path = Path("a");
     path += ZALUnicodeString(u"\0", 1);
-    EXPECT_EQ(ZALFileStat(path, status), E_FAIL);
+    EXPECT_EQ(ZALFileStat(path, status, 0), E_FAIL);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -123,7 +123,7 @@ TEST(ZALGetOfficialVariable, NamesAPrivateFolderForTemporaryFiles)
         const EnvironmentVariable variable("ZALTemp", environment);
         const ZALUnicodeString folder = ZALGetOfficialVariable("ZALTemp");
         ZALFileStatus status;
-        ASSERT_EQ(ZALFileStat(folder, status), S_OK);
+        ASSERT_EQ(ZALFileStat(folder, status, 0), S_OK);
         EXPECT_EQ(status.Mode, ZALFileTypeDirectory | 0700U);
         EXPECT_EQ(ZALGetOfficialVariable("ZALTemp"), folder);
     }
@@ -241,7 +241,7 @@ TEST_F(FileOfAVariable, IsFoundWithEitherSeparator)
     for (const char* relativePath : {"sub\\a.js", "sub/a.js", "\\sub/a.js"}) {
         EXPECT_EQ(Find(relativePath, path), S_OK) << relativePath;
         ZALFileStatus status;
-        EXPECT_EQ(ZALFileStat(path, status), S_OK);
+        EXPECT_EQ(ZALFileStat(path, status, 0), S_OK);
         EXPECT_EQ(status.Size, 1U);
     }
 }
