@@ -1,7 +1,7 @@
 // Asks the user for the folder of downloads.
 #pragma once
 
-#include "events/MetaClassOperations.h"
+#include "objects/MetaClassOperations.h"
 #include "host/dialogs.h"
 
 /// The location dialog. It stores the user's folder in the settings, then reports OK or cancel by a

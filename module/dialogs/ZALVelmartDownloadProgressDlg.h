@@ -1,7 +1,7 @@
 // Shows that a download is running.
 #pragma once
 
-#include "events/MetaClassOperations.h"
+#include "objects/MetaClassOperations.h"
 #include "host/dialogs.h"
 
 /// A window with a bar from 0 to 100 and no button. Its owner ends it with RequestDelayedDestruction.

@@ -1,7 +1,7 @@
 // Shows that the upload of Find Similar is running.
 #pragma once
 
-#include "events/MetaClassOperations.h"
+#include "objects/MetaClassOperations.h"
 #include "host/dialogs.h"
 
 /// A window with a text and no button. Its owner ends it with RequestDelayedDestruction.

@@ -1,7 +1,7 @@
 // The integration's page among the panel's settings.
 #pragma once
 
-#include "events/MetaClassOperations.h"
+#include "objects/MetaClassOperations.h"
 #include "host/panel.h"
 #include "host/settings.h"
 

@@ -1,7 +1,7 @@
 // How a download ended.
 #pragma once
 
-#include "events/MetaClassOperations.h"
+#include "objects/MetaClassOperations.h"
 #include "host/text.h"
 
 /// Dispatched by the downloader on itself, from its own stack, once a download has ended on whatever route.

@@ -3,7 +3,7 @@
 
 #include "download/ZALVLIFullDownload.h"
 #include "download/ZALVelmartDownloadDataHandler.h"
-#include "events/MetaClassOperations.h"
+#include "objects/MetaClassOperations.h"
 #include "host/dialog_engine.h"
 #include "host/json.h"
 

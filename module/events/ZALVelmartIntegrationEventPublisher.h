@@ -1,7 +1,7 @@
 // Sends JSON messages to another component of the host.
 #pragma once
 
-#include "events/MetaClassOperations.h"
+#include "objects/MetaClassOperations.h"
 #include "host/json.h"
 
 /// The channel out of the module. The other component makes this class by name, which gives the one instance,

@@ -1,7 +1,7 @@
 // Receives JSON messages from another component of the host.
 #pragma once
 
-#include "events/MetaClassOperations.h"
+#include "objects/MetaClassOperations.h"
 #include "host/json.h"
 
 #include <functional>

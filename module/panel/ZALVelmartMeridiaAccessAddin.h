@@ -1,7 +1,7 @@
 // The module's side of the browser panel: takes the page's messages and starts everything else.
 #pragma once
 
-#include "events/MetaClassOperations.h"
+#include "objects/MetaClassOperations.h"
 #include "host/json.h"
 #include "host/panel.h"
 #include "panel/PanelAction.h"

@@ -3,6 +3,8 @@
 
 #include "host/object_model.h"
 
+#include <new>
+
 /// Declares the operations inside a class.
 #define VL_DECLARE_META_CLASS                                                                                          \
 public:                                                                                                                \
@@ -15,21 +17,25 @@ public:                                                                         
     const char* IsA() const override;                                                                                  \
     int IsAKindOf(const char* className) const override;
 
-/// Defines them. The record is made at first need and shared by all of them.
+/// Defines them. The record is made at first need and shared by all of them. Without memory for it the class has its
+/// name and nothing else, until the next call.
 #define VL_DEFINE_META_CLASS(Class, Base)                                                                              \
     ZALClassId Class::ClassId()                                                                                        \
     {                                                                                                                  \
-        return MetaObject()->GetClassId();                                                                             \
+        const ZALMetaClass* const record = MetaObject();                                                               \
+        return record ? record->GetClassId() : ClassName();                                                            \
     }                                                                                                                  \
     const char* Class::ClassName()                                                                                     \
     {                                                                                                                  \
         return #Class;                                                                                                 \
     }                                                                                                                  \
     ZALMetaClass* Class::MetaObject()                                                                                  \
-    {                                                                                                                  \
+    try {                                                                                                              \
         static ZALMetaClass* const record = fct_RetrieveMetaObject(#Class, ZALMetaImplementation, Base::MetaObject(),  \
                                                                    "ZALNull", "ZALVelmartIntegration");                \
         return record;                                                                                                 \
+    } catch (const std::bad_alloc&) {                                                                                  \
+        return nullptr;                                                                                                \
     }                                                                                                                  \
     ZALBaseUnknown* Class::CreateItself()                                                                              \
     {                                                                                                                  \
@@ -41,9 +47,11 @@ public:                                                                         
     }                                                                                                                  \
     const char* Class::IsA() const                                                                                     \
     {                                                                                                                  \
-        return ClassName();                                                                                            \
+        const ZALMetaClass* const record = MetaObject();                                                               \
+        return record ? record->GetName() : ClassName();                                                               \
     }                                                                                                                  \
     int Class::IsAKindOf(const char* className) const                                                                  \
     {                                                                                                                  \
-        return MetaObject()->IsAKindOf(className);                                                                     \
+        const ZALMetaClass* const record = MetaObject();                                                               \
+        return record ? record->IsAKindOf(className) : 0;                                                              \
     }
