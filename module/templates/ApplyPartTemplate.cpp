@@ -5,6 +5,8 @@
 #include "host/part_features.h"
 #include "templates/ZALVliFilePath.h"
 
+#include <new>
+
 using namespace ZALVliTemplateSupportUtilities;
 
 namespace {
@@ -132,7 +134,9 @@ HRESULT RebuildPart(ZALDocument* sourceDocument, ZALDocument* templateDocument, 
     }
 
     UpdateSpecObject(ZALBaseUnknown_var(templatePart));
-    ReportPrdProperties(PrdGiveDocRootProduct(sourceDocument), PrdGiveDocRootProduct(templateDocument), properties);
+    const ZALIProduct_var sourceRoot = PrdGiveDocRootProduct(sourceDocument);
+    const ZALIProduct_var templateRoot = PrdGiveDocRootProduct(templateDocument);
+    ReportPrdProperties(sourceRoot, templateRoot, properties);
 
     if (saveMethod == SaveMethodNewFrom) {
         VL_TRACE("ApplyPartTemplate - SaveAsNew : " << isDestFilePath);
@@ -142,25 +146,40 @@ HRESULT RebuildPart(ZALDocument* sourceDocument, ZALDocument* templateDocument, 
     return ZALDocumentServices::SaveAs(templateDocument, isDestFilePath, "", 1);
 }
 
+/// Does `step` as far as there is memory for it.
+template <class Step>
+void DoAsMemoryAllows(Step step) noexcept
+{
+    try {
+        step();
+    } catch (const std::bad_alloc&) {
+        // What comes after the step is done all the same.
+    }
+}
+
 } // namespace
 
 ZALDocument* OpenLocked(const ZALUnicodeString& path, DocumentList& documents)
 {
+    // Its place first, so that no document is open and in no list when memory runs out.
+    documents.push_back(nullptr);
     ZALDocument* document = nullptr;
-    if (FAILED(ZALDocumentServices::Open(path, document, 0)) || !document)
+    if (FAILED(ZALDocumentServices::Open(path, document, 0)) || !document) {
+        documents.pop_back();
         return nullptr;
+    }
+    documents.back() = document;
     document->AddRefForLock();
-    documents.push_back(document);
     return document;
 }
 
-void CloseDocuments(const DocumentList& documents)
+void CloseDocuments(const DocumentList& documents) noexcept
 {
     for (ZALDocument* document : documents) {
         if (!document)
             continue;
-        document->ReleaseForLock(0);
-        ZALDocumentServices::Remove(document, 1);
+        DoAsMemoryAllows([&] { document->ReleaseForLock(0); });
+        DoAsMemoryAllows([&] { ZALDocumentServices::Remove(document, 1); });
     }
 }
 
@@ -185,16 +204,14 @@ HRESULT ApplyPartTemplate(const ZALUnicodeString& isPartTemplatePath, const ZALU
     ZALDocument* templateDocument = OpenLocked(isPartTemplatePath, heldDocuments);
     if (!templateDocument)
         return E_FAIL;
-    // It stays open behind this function: it may have to be placed in a product.
+    // It stays open after this function: it may have to be placed in a product.
     document = templateDocument;
 
-    DocumentList ownDocuments;
-    HRESULT result = E_FAIL;
-    if (ZALDocument* sourceDocument = OpenLocked(isRefPartPath, ownDocuments))
-        result = RebuildPart(sourceDocument, templateDocument, properties, isDestFilePath, saveMethod);
-
-    CloseDocuments(ownDocuments);
-    return result;
+    HeldDocumentList own;
+    ZALDocument* sourceDocument = OpenLocked(isRefPartPath, own.Documents);
+    if (!sourceDocument)
+        return E_FAIL;
+    return RebuildPart(sourceDocument, templateDocument, properties, isDestFilePath, saveMethod);
 }
 
 HRESULT MoveFile(const ZALUnicodeString& from, const ZALUnicodeString& to)

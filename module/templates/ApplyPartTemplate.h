@@ -10,7 +10,16 @@ using DocumentList = std::vector<ZALDocument*>;
 /// Opens `path` and locks the document, which is then the last one of `documents`. Null when it cannot be opened.
 ZALDocument* OpenLocked(const ZALUnicodeString& path, DocumentList& documents);
 /// Unlocks and removes the documents, in their order. Null ones are passed over.
-void CloseDocuments(const DocumentList& documents);
+void CloseDocuments(const DocumentList& documents) noexcept;
+
+/// Documents that must stay open until the end of some work; closed on every way out of it.
+struct HeldDocumentList {
+    HeldDocumentList() = default;
+    HeldDocumentList(const HeldDocumentList&) = delete;
+    HeldDocumentList& operator=(const HeldDocumentList&) = delete;
+    ~HeldDocumentList() { CloseDocuments(Documents); }
+    DocumentList Documents;
+};
 
 /// Builds the result `isDestFilePath` of the part `isRefPartPath`: the template with a copy of the part's shape and its
 /// properties. Without a template the file is moved. S_FALSE, and nothing done, when the result stands there already.

@@ -24,15 +24,6 @@ struct TemplateRun {
     ZALUnicodeString& ErrorMessage;
 };
 
-/// Every document that must stay open until the end of a run; closed on every way out.
-struct HeldDocumentList {
-    HeldDocumentList() = default;
-    HeldDocumentList(const HeldDocumentList&) = delete;
-    HeldDocumentList& operator=(const HeldDocumentList&) = delete;
-    ~HeldDocumentList() { CloseDocuments(Documents); }
-    DocumentList Documents;
-};
-
 // ---------------------------------------------------------------------------------------------
 // One file
 

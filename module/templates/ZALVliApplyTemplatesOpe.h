@@ -9,6 +9,8 @@ namespace ZALVliTemplateSupportUtilities {
 /// Used once, in this order: what to do is set, Run, DeleteSourcesFiles, what became of it is read. The work blocks,
 /// and no file that stands in the destination folder is ever overwritten. Used on the user-interface thread.
 ///
+/// When memory has no room for something that is set, Run refuses to work without it for good.
+///
 /// Sources: the choice of the route, products and moves in ApplyTemplates.cpp, one part in ApplyPartTemplate.cpp, the
 /// properties of both in ReportPrdProperties.cpp.
 class ZALVliApplyTemplatesOpe {
@@ -27,7 +29,8 @@ public:
     /// A text parameter that each rebuilt document gets, unless its template has one of that name.
     void AddPrdPropertyToReport(const ZALUnicodeString& name, const ZALUnicodeString& value);
 
-    /// E_INVALIDARG without sources or a save method; other failures leave what was written until then.
+    /// E_INVALIDARG without sources or a save method, or when one of the values was lost; other failures leave what was
+    /// written until then.
     HRESULT Run();
     /// Deletes the source files that are still there.
     void DeleteSourcesFiles();

@@ -3,6 +3,7 @@
 #include "host/cad.h"
 #include "templates/ZALVliFilePath.h"
 
+#include <new>
 #include <string_view>
 
 namespace ZALVliTemplateSupportUtilities {
@@ -33,7 +34,7 @@ ZALUnicodeString PathIfItExists(const ZALUnicodeString& path)
 
 HRESULT GetTemplatesURL(const ZALOmxAny& urls, ZALUnicodeString& partURL, ZALUnicodeString& productURL,
                         PreferredSaveMethod& method)
-{
+try {
     GetText(urls, "zalpartTemplate", partURL);
     GetText(urls, "zalproductTemplate", productURL);
 
@@ -46,24 +47,37 @@ HRESULT GetTemplatesURL(const ZALOmxAny& urls, ZALUnicodeString& partURL, ZALUni
     else if (text.Compare("new from") > ZALTextsDiffer)
         method = SaveMethodNewFrom;
     return S_OK;
+} catch (const std::bad_alloc&) {
+    // What could not be read counts as absent.
+    method = SaveMethodNone;
+    return S_OK;
 }
 
 HRESULT StoreTemplatePathes(const ZALUnicodeString& partPath, const ZALUnicodeString& productPath)
-{
+try {
     StoredPartTemplatePath = partPath;
     StoredProductTemplatePath = productPath;
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    // Both are fetched again rather than one used with another's companion.
+    StoredPartTemplatePath = ZALUnicodeString();
+    StoredProductTemplatePath = ZALUnicodeString();
     return S_OK;
 }
 
 HRESULT GetStoredTemplatePathes(ZALUnicodeString& partPath, ZALUnicodeString& productPath)
-{
+try {
     partPath = PathIfItExists(StoredPartTemplatePath);
     productPath = PathIfItExists(StoredProductTemplatePath);
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    partPath = ZALUnicodeString();
+    productPath = ZALUnicodeString();
     return S_OK;
 }
 
 ZALUnicodeString SanitizeQ7FileName(const ZALUnicodeString& name)
-{
+try {
     ZALUnicodeString sanitized;
     if (name.GetLengthInChar() == 0)
         return sanitized;
@@ -77,19 +91,21 @@ ZALUnicodeString SanitizeQ7FileName(const ZALUnicodeString& name)
             unit = u'_';
     sanitized.BuildFromUCChar(units.data(), count);
     return sanitized;
+} catch (const std::bad_alloc&) {
+    return ZALUnicodeString();
 }
 
 HRESULT CheckIfQ7FileExists(const ZALUnicodeString& folder, const ZALUnicodeString& fileName, unsigned char& found,
                             ZALUnicodeString& fullPath)
-{
+try {
     found = 0;
     ZALVliFilePath path(folder);
     path.AppendPath(fileName);
 
     if (path.IsPartFile() || path.IsProductFile()) {
         if (path.Exists()) {
-            found = 1;
             fullPath = path.GetPath();
+            found = 1;
         }
         return S_OK;
     }
@@ -100,10 +116,13 @@ HRESULT CheckIfQ7FileExists(const ZALUnicodeString& folder, const ZALUnicodeStri
         candidate.AppendExtension(extension);
         if (!candidate.Exists())
             continue;
-        found = 1;
         fullPath = candidate.GetPath();
+        found = 1;
         return S_OK;
     }
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    // Not found: there is no path to tell.
     return S_OK;
 }
 

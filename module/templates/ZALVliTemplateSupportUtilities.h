@@ -1,5 +1,5 @@
 // What prepares a run over the user's templates: the announcement of the page, the templates that are at hand, names of
-// documents. Used on the user-interface thread.
+// documents. Used on the user-interface thread. What memory has no room for counts as absent.
 #pragma once
 
 #include "host/json.h"
@@ -23,8 +23,8 @@ HRESULT GetTemplatesURL(const ZALOmxAny& urls, ZALUnicodeString& partURL, ZALUni
 extern ZALUnicodeString StoredPartTemplatePath;
 extern ZALUnicodeString StoredProductTemplatePath;
 
-/// Keeps the paths of the templates for the rest of the process; an empty one forgets the path held so far. Always
-/// S_OK.
+/// Keeps the paths of the templates for the rest of the process; an empty one forgets the path held so far. Both are
+/// forgotten without memory. Always S_OK.
 HRESULT StoreTemplatePathes(const ZALUnicodeString& partPath, const ZALUnicodeString& productPath);
 /// Gives the paths that are kept, each empty when its file is gone. Always S_OK.
 HRESULT GetStoredTemplatePathes(ZALUnicodeString& partPath, ZALUnicodeString& productPath);

@@ -26,6 +26,6 @@ void ZALPathElement::AddChildElement(ZALBaseUnknown* object)
 {
     if (!object)
         return;
-    object->AddRef();
     objects_.push_back(object);
+    object->AddRef();
 }

@@ -220,8 +220,9 @@ HRESULT ZALFClose(ZALFileHandle handle)
     return CurrentServices().closeResult;
 }
 
-HRESULT ZALFileStat(const ZALUnicodeString&, ZALFileStatus& status, int)
+HRESULT ZALFileStat(const ZALUnicodeString&, ZALFileStatus& status, int options)
 {
+    CurrentServices().statOptions = options;
     status.Mode = CurrentServices().mode;
     return CurrentServices().statResult;
 }
@@ -230,6 +231,16 @@ HRESULT ZALDeleteFile(const ZALUnicodeString& path)
 {
     Note("delete " + ToUtf8(path));
     return CurrentServices().archiveResult;
+}
+
+int ZALRenameFile(const ZALString& from, const ZALString& to)
+{
+    Note(std::string("rename ") + from.CastToCharPtr() + " to " + to.CastToCharPtr());
+    if (const std::optional<int> result = CurrentServices().renamingResult)
+        return *result;
+    static auto* const rename =
+        TheHostsOwn<int(const ZALString&, const ZALString&)>("_Z13ZALRenameFileRK9ZALStringS1_");
+    return rename(from, to);
 }
 
 ZALUnicodeString ZALDlgServices::GetFileExtensionName(const ZALUnicodeString& path)

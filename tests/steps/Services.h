@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -55,6 +56,8 @@ struct Services {
     std::uint32_t shortRead = 0;   ///< number of the read that gives a byte less
     HRESULT closeResult = S_OK;
     HRESULT statResult = S_OK;
+    int statOptions = -1;              ///< of the last time
+    std::optional<int> renamingResult; ///< without one files are renamed by the host
     std::uint32_t mode = ZALFileTypeDirectory;
     const char* extension = ZALProductExtension; ///< of every path, as the dialogs' services tell it
 

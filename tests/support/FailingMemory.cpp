@@ -1,5 +1,6 @@
 #include "tests/support/FailingMemory.h"
 
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 

@@ -4,6 +4,7 @@
 #include "host/part_features.h"
 #include "openhost/objects/MetaClassOperations.h"
 #include "openhost/text/Utf.h"
+#include "tests/support/Objects.h"
 
 #include <algorithm>
 #include <fstream>
@@ -33,16 +34,14 @@ ScriptedSessionDocument::~ScriptedSessionDocument() = default;
 
 HRESULT ScriptedSessionDocument::AddRefForLock()
 {
-    session_.Call("Lock " + name);
     ++locks;
-    return S_OK;
+    return session_.Call("Lock " + name);
 }
 
 HRESULT ScriptedSessionDocument::ReleaseForLock(int mode)
 {
-    session_.Call("Unlock " + name + " " + std::to_string(mode));
     --locks;
-    return S_OK;
+    return session_.Call("Unlock " + name + " " + std::to_string(mode));
 }
 
 ZALUnicodeString ScriptedSessionDocument::StorageName()
@@ -70,7 +69,7 @@ public:
 
 protected:
     Object& Self() const { return object_; }
-    void Note(const std::string& call) const { object_.Session().Call(call); }
+    HRESULT Note(const std::string& call) const { return object_.Session().Call(call); }
 
 private:
     Object& object_;
@@ -138,7 +137,7 @@ public:
     {
         for (ScriptedObject* tool : Self().tools)
             tools.Append(HandleOf(tool));
-        return S_OK;
+        return Note("Tools " + Self().name);
     }
 };
 
@@ -192,8 +191,7 @@ public:
     using Facet::Facet;
     HRESULT SetWorkingFeature(const ZALBaseUnknown_var& feature) override
     {
-        Note("Work " + Self().name + ": " + NameOf(feature.Get()));
-        return S_OK;
+        return Note("Work " + Self().name + ": " + NameOf(feature.Get()));
     }
 };
 
@@ -204,17 +202,17 @@ public:
     HRESULT CollectBoundary(ZALListValZALBaseUnknown_var& boundary, const ZALListValZALBaseUnknown_var* objects,
                             const ZALFormat_var& format) override
     {
-        Note("Collect " + Self().name + ": " + (objects ? NamesOf(*objects) : "all") + ", " + FormatOf(format) +
-             (boundary.Size() == 0 ? "" : ", not empty"));
+        const HRESULT answer = Note("Collect " + Self().name + ": " + (objects ? NamesOf(*objects) : "all") + ", " +
+                                    FormatOf(format) + (boundary.Size() == 0 ? "" : ", not empty"));
         if (!objects) {
             for (ScriptedObject* object : Self().contents)
                 boundary.Append(HandleOf(object));
-            return S_OK;
+            return answer;
         }
         for (int index = 1; index <= objects->Size(); ++index)
             boundary.Append(
                 HandleOf(&Self().Session().AddObject(nullptr, "boundary(" + NameOf((*objects)[index].Get()) + ")")));
-        return S_OK;
+        return answer;
     }
 
     ZALBaseUnknown_var Extract(const ZALListValZALBaseUnknown_var& boundary, const ZALFormat_var& format) override
@@ -230,7 +228,7 @@ public:
             ++place;
             formats.Append(format ? ZALFormat_var::Take(new PlacedFormat(*format, place)) : ZALFormat_var());
         }
-        return S_OK;
+        return Note("Formats " + Self().name);
     }
 
     ZALListValZALBaseUnknown_var Paste(const ZALListValZALBaseUnknown_var& objects,
@@ -282,6 +280,8 @@ public:
     ZALICkeParm_var CreateString(const ZALUnicodeString& name, const ZALUnicodeString& value) override
     {
         Note("Create " + ToUtf8(name) + " = " + ToUtf8(value) + " in " + Self().name);
+        if (Self().refusedNames.contains(ToUtf8(name)))
+            return ZALICkeParm_var();
         ScriptedObject& created = Self().Session().AddObject(Self().document, ToUtf8(name), {"ZALICkeParm"});
         created.value = ToUtf8(value);
         return ZALICkeParm_var(&created);
@@ -293,16 +293,17 @@ public:
     using Facet::Facet;
     HRESULT GetDirectChildren(const char* className, ZALListValZALBaseUnknown_var& children) override
     {
-        Note("Children " + Self().name + ": " + className);
         for (ScriptedObject* parameter : Self().parameters)
             children.Append(HandleOf(parameter));
-        return S_OK;
+        return Note("Children " + Self().name + ": " + className);
     }
     HRESULT Append(const ZALBaseUnknown_var& child) override
     {
-        Note("Append " + Self().name + ": " + NameOf(child.Get()));
+        const HRESULT answer = Note("Append " + Self().name + ": " + NameOf(child.Get()));
+        if (!child)
+            return E_INVALIDARG;
         Self().parameters.push_back(static_cast<ScriptedObject*>(child->GetImpl(0)));
-        return S_OK;
+        return answer;
     }
 };
 
@@ -327,9 +328,8 @@ public:
 private:
     HRESULT Read(std::size_t text, ZALUnicodeString& value)
     {
-        Note("Read " + Self().name + " " + std::to_string(text));
         value = FromUtf8(Self().texts[text]);
-        return S_OK;
+        return Note("Read " + Self().name + " " + std::to_string(text));
     }
     HRESULT Write(std::size_t text, const ZALUnicodeString& value)
     {
@@ -355,12 +355,12 @@ public:
     }
     HRESULT GetChildren(const char* interfaceName, ZALListValZALBaseUnknown_var& children) override
     {
-        Note("Children " + Self().name + ": " + interfaceName);
+        const HRESULT answer = Note("Children " + Self().name + ": " + interfaceName);
         if (!Self().children)
             return E_FAIL;
         for (ScriptedObject* child : *Self().children)
             children.Append(HandleOf(child));
-        return S_OK;
+        return answer;
     }
     ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString& name, int index, int deep, int load) override
     {
@@ -376,9 +376,8 @@ public:
     using Facet::Facet;
     HRESULT GetPosition(ZALMathTransformation& position, ZALIMovable* reference, int context, int absolute) override
     {
-        Note("Where " + Self().name + " in " + NameOf(reference) + Numbers(context, absolute));
         position = Self().position;
-        return S_OK;
+        return Note("Where " + Self().name + " in " + NameOf(reference) + Numbers(context, absolute));
     }
     HRESULT SetPosition(const ZALMathTransformation& position, ZALIMovable* reference, int context,
                         int absolute) override
@@ -459,8 +458,7 @@ public:
     using Facet::Facet;
     HRESULT TakeCameras(ZALCameraStore& other) override
     {
-        Note("Cameras " + Self().name + ": " + dynamic_cast<Cameras&>(other).Self().name);
-        return S_OK;
+        return Note("Cameras " + Self().name + ": " + dynamic_cast<Cameras&>(other).Self().name);
     }
 };
 
@@ -498,7 +496,9 @@ public:
     ZALDocument* FindDocument(const ZALUnicodeString&) override { return nullptr; }
     ZALBaseUnknown* GetRootProduct(ZALDocument& document) override
     {
-        ScriptedObject* root = static_cast<ScriptedSessionDocument&>(document).root;
+        auto& asked = static_cast<ScriptedSessionDocument&>(document);
+        session_.Call("Root " + asked.name);
+        ScriptedObject* root = asked.root;
         if (root)
             root->AddRef();
         return root;
@@ -530,9 +530,8 @@ public:
     HRESULT RemoveDocument(ZALDocument& document, int mode) override
     {
         auto& removed = static_cast<ScriptedSessionDocument&>(document);
-        session_.Call("Remove " + removed.name + " " + std::to_string(mode));
         --removed.opens;
-        return S_OK;
+        return session_.Call("Remove " + removed.name + " " + std::to_string(mode));
     }
     ZALDocument* DocumentOf(ZALBaseUnknown& object) override
     {
@@ -579,8 +578,10 @@ ScriptedSessionDocument& ScriptedTemplates::AddDocument(const std::filesystem::p
 ScriptedObject& ScriptedTemplates::AddObject(ScriptedSessionDocument* document, const std::string& name,
                                              std::set<std::string> offers)
 {
-    objects_.push_back(new ScriptedObject(*this, document, name, std::move(offers)));
-    return *objects_.back();
+    const Owned<ScriptedObject> object(new ScriptedObject(*this, document, name, std::move(offers)));
+    objects_.push_back(object.get());
+    object->AddRef();
+    return *object;
 }
 
 ScriptedSessionDocument& ScriptedTemplates::AddProduct(const std::filesystem::path& path, const std::string& name)
@@ -679,11 +680,13 @@ int ScriptedTemplates::LivingObjects() const
     return count;
 }
 
-void ScriptedTemplates::Call(const std::string& call)
+HRESULT ScriptedTemplates::Call(const std::string& call)
 {
     calls.push_back(call);
     if (OnCall)
         OnCall(call);
+    const auto answer = answers.find(call.substr(0, call.find(' ')));
+    return answer == answers.end() ? S_OK : answer->second;
 }
 
 std::vector<std::string> ScriptedTemplates::CallsOf(const std::set<std::string>& words) const

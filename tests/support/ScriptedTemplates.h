@@ -7,6 +7,7 @@
 #include <deque>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -52,6 +53,7 @@ public:
     bool hasType = true;                     ///< ZALICkeParm
     bool isText = true;                      ///< ZALICkeParm
     std::optional<std::string> value;        ///< ZALICkeParm
+    std::set<std::string> refusedNames;      ///< ZALICkeParmFactory: of parameters that it does not make
 
     // Products
 
@@ -160,14 +162,17 @@ public:
     /// all.
     std::vector<std::string> calls;
     std::function<void(const std::string& call)> OnCall; ///< called inside each call
+    /// By the word: what operations answer that have no result of their own in the objects. What they give, they give
+    /// all the same.
+    std::map<std::string, HRESULT> answers;
     /// Those that begin with one of `words`.
     std::vector<std::string> CallsOf(const std::set<std::string>& words) const;
 
     /// `path` as the calls name it.
     std::string Label(const std::filesystem::path& path) const;
 
-    /// Notes a call.
-    void Call(const std::string& call);
+    /// Notes a call and gives its answer.
+    HRESULT Call(const std::string& call);
 
     int facets = 0; ///< objects that were given and not released; counted by the interfaces
 

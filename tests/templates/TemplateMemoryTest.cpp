@@ -1,0 +1,324 @@
+// Runs over the templates for which there is not enough memory.
+
+#include "tests/support/FailingMemory.h"
+#include "tests/templates/TemplateFixture.h"
+
+#include "templates/ApplyPartTemplate.h"
+
+namespace openhost::testing {
+namespace {
+
+using namespace ZALVliTemplateSupportUtilities;
+using ::testing::AnyOf;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::IsSubsetOf;
+
+class TemplateMemory : public TemplateFixture {
+protected:
+    ~TemplateMemory() override { StoreTemplatePathes({}, {}); }
+
+    ZALListValZALUnicodeString Files(const Texts& names) const
+    {
+        ZALListValZALUnicodeString files;
+        for (const std::string& name : names)
+            files.Append(Text(Downloaded(name)));
+        return files;
+    }
+    void EmptyParts() const
+    {
+        for (const std::string& name : Names(Parts()))
+            std::filesystem::remove(Parts() / name);
+    }
+};
+
+// ---------------------------------------------------------------------------------------------
+// Announcement, store, names
+
+TEST_F(TemplateMemory, LeavesTheAnnouncementWithoutAMethod)
+{
+    const std::string text = R"({"zalpartTemplate": "https://a.example/part", "zalproductTemplate":
+                                 "https://a.example/product", "preferredSaveMethod": "save as"})";
+    ZALOmxAny urls;
+    ASSERT_EQ(ZALOmxJson().parse(ZALOmxUTF8String(text.data(), text.size()), urls), S_OK);
+    EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
+                  ZALUnicodeString part = "before";
+                  ZALUnicodeString product = "before";
+                  PreferredSaveMethod method = SaveMethodNewFrom;
+                  HRESULT result = E_FAIL;
+                  memory.During([&] { result = GetTemplatesURL(urls, part, product, method); });
+                  EXPECT_EQ(result, S_OK);
+                  EXPECT_EQ(method, memory.HasRunOut() ? SaveMethodNone : SaveMethodSaveAs);
+                  EXPECT_THAT(ToUtf8(part), AnyOf("before", "https://a.example/part"));
+                  EXPECT_THAT(ToUtf8(product), AnyOf("before", "https://a.example/product"));
+              }),
+              0);
+}
+
+TEST_F(TemplateMemory, ForgetsBothTemplatesRatherThanKeepAMixedPair)
+{
+    const std::filesystem::path otherPart = Templates() / "another.ZALPart";
+    const std::filesystem::path otherProduct = Templates() / "another.ZALProduct";
+    // One is no longer than what it replaces and finds room, the other is longer and finds none.
+    const std::filesystem::path longPart = Templates() / (std::string(80, 'a') + ".ZALPart");
+    const std::filesystem::path longProduct = Templates() / (std::string(80, 'b') + ".ZALProduct");
+    for (const std::filesystem::path& path : {otherPart, otherProduct, longPart, longProduct})
+        Write(path, "template");
+    const ZALUnicodeString part = Text(longPart);
+    const ZALUnicodeString product = Text(longProduct);
+    EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
+                  StoreTemplatePathes({}, {});
+                  StoreTemplatePathes(Text(otherPart), Text(otherProduct));
+                  HRESULT result = E_FAIL;
+                  memory.During([&] { result = StoreTemplatePathes(part, product); });
+                  EXPECT_EQ(result, S_OK);
+                  EXPECT_EQ(ToUtf8(StoredPartTemplatePath), memory.HasRunOut() ? "" : longPart.string());
+                  EXPECT_EQ(ToUtf8(StoredProductTemplatePath), memory.HasRunOut() ? "" : longProduct.string());
+              }),
+              1);
+}
+
+TEST_F(TemplateMemory, GivesEmptyTextsForTheStoredTemplates)
+{
+    Write(PartTemplate(), "part");
+    Write(ProductTemplate(), "product");
+    StoreTemplatePathes(Text(PartTemplate()), Text(ProductTemplate()));
+    EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
+                  ZALUnicodeString part = "before";
+                  ZALUnicodeString product = "before";
+                  HRESULT result = E_FAIL;
+                  memory.During([&] { result = GetStoredTemplatePathes(part, product); });
+                  EXPECT_EQ(result, S_OK);
+                  EXPECT_EQ(ToUtf8(part), memory.HasRunOut() ? "" : PartTemplate().string());
+                  EXPECT_EQ(ToUtf8(product), memory.HasRunOut() ? "" : ProductTemplate().string());
+              }),
+              1);
+    EXPECT_EQ(ToUtf8(StoredPartTemplatePath), PartTemplate().string()) << "it stays stored";
+}
+
+TEST_F(TemplateMemory, GivesNoHalfOfAName)
+{
+    const ZALUnicodeString name = "a:name with a colon";
+    EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
+                  ZALUnicodeString sanitized = "before";
+                  memory.During([&] { sanitized = SanitizeQ7FileName(name); });
+                  EXPECT_EQ(ToUtf8(sanitized), memory.HasRunOut() ? "" : "a_name with a colon");
+              }),
+              1);
+}
+
+TEST_F(TemplateMemory, FindsNoDocumentWithoutItsPath)
+{
+    Write(Parts() / "bolt.ZALProduct", "product");
+    const ZALUnicodeString folder = Text(Parts());
+    for (const char* name : {"bolt", "bolt.ZALProduct"}) {
+        const ZALUnicodeString fileName = name;
+        EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
+                      unsigned char found = 7;
+                      ZALUnicodeString path = "before";
+                      HRESULT result = E_FAIL;
+                      memory.During([&] { result = CheckIfQ7FileExists(folder, fileName, found, path); });
+                      EXPECT_EQ(result, S_OK);
+                      EXPECT_EQ(found, memory.HasRunOut() ? 0 : 1);
+                      EXPECT_EQ(ToUtf8(path), memory.HasRunOut() ? "before" : InParts("bolt.ZALProduct"));
+                  }),
+                  1);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// What the operation is told
+
+/// Sets everything that a run needs, one part of it under `memory`.
+struct Telling {
+    const char* name;
+    void (*tell)(ZALVliApplyTemplatesOpe& operation, const ZALUnicodeString& folder,
+                 const ZALListValZALUnicodeString& files);
+
+    friend std::ostream& operator<<(std::ostream& stream, const Telling& telling) { return stream << telling.name; }
+};
+
+const Telling tellings[] = {
+    {"Templates", [](ZALVliApplyTemplatesOpe& operation, const ZALUnicodeString& folder,
+                     const ZALListValZALUnicodeString&) { operation.SetTemplatesPathes(ZALUnicodeString(), folder); }},
+    {"Destination",
+     [](ZALVliApplyTemplatesOpe& operation, const ZALUnicodeString& folder, const ZALListValZALUnicodeString&) {
+         operation.SetDestinationPath(folder, "a name of its own");
+     }},
+    {"Sources", [](ZALVliApplyTemplatesOpe& operation, const ZALUnicodeString&,
+                   const ZALListValZALUnicodeString& files) { operation.SetSourceFilesPathes(files); }},
+    {"Property",
+     [](ZALVliApplyTemplatesOpe& operation, const ZALUnicodeString&, const ZALListValZALUnicodeString&) {
+         operation.AddPrdPropertyToReport("the customer", "Smith and sons");
+     }},
+};
+
+class LostArgument : public TemplateMemory, public ::testing::WithParamInterface<Telling> {};
+
+TEST_P(LostArgument, LetsNoRunWorkWithoutIt)
+{
+    const ZALUnicodeString folder = Text(Parts());
+    EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
+                  EmptyParts();
+                  const ZALListValZALUnicodeString files = Files({"a.stp", "b.ZALPart"});
+                  ZALVliApplyTemplatesOpe operation;
+                  operation.SetSourceFilesPathes(files);
+                  memory.During([&] { GetParam().tell(operation, folder, files); });
+                  const bool isLost = memory.HasRunOut();
+                  for (const Telling& telling : tellings)
+                      if (telling.name != GetParam().name)
+                          telling.tell(operation, folder, files);
+                  operation.SetTemplatesPathes({}, {});
+                  operation.SetPreferredSaveMethod(SaveMethodSaveAs);
+
+                  EXPECT_EQ(operation.Run(), isLost ? E_INVALIDARG : S_OK);
+                  EXPECT_EQ(operation.GetResultFilePathes().Size(), isLost ? 0 : 2);
+                  EXPECT_EQ(Names(Parts()).size(), isLost ? 0U : 2U);
+                  EXPECT_EQ(exists(Temp() / "a.stp"), isLost);
+              }),
+              0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, LostArgument, ::testing::ValuesIn(tellings),
+                         [](const auto& telling) { return telling.param.name; });
+
+TEST_F(TemplateMemory, LeavesTheFileThatCannotBeDeletedAndDeletesTheOthers)
+{
+    EXPECT_GE(WithEachAllocationFailing([&](FailingMemory& memory) {
+                  ZALVliApplyTemplatesOpe operation;
+                  operation.SetSourceFilesPathes(Files({"a.ZALProduct", "p.ZALPart", "q.ZALPart"}));
+                  memory.During([&] { operation.DeleteSourcesFiles(); });
+                  EXPECT_EQ(Names(Temp()).size(), memory.HasRunOut() ? 2U : 1U);
+                  operation.DeleteSourcesFiles();
+                  EXPECT_THAT(Names(Temp()), ElementsAre("VelmartTemplates"));
+              }),
+              3);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Runs
+
+/// A run with its files, and what it leads to.
+struct RunCase {
+    const char* name;
+    Texts files;
+    bool hasProductTemplate;
+    Texts results; ///< in their order
+
+    friend std::ostream& operator<<(std::ostream& stream, const RunCase& run) { return stream << run.name; }
+};
+
+class RunOutOfMemory : public TemplateMemory, public ::testing::WithParamInterface<RunCase> {};
+
+TEST_P(RunOutOfMemory, FailsWithEveryDocumentClosed)
+{
+    const RunCase& run = GetParam();
+    EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
+                  EmptyParts();
+                  ScriptedTemplates session{Folder()};
+                  session.AddProduct(ProductTemplate(), "target");
+                  ScriptedSessionDocument& product = session.AddProduct(Temp() / "a.ZALProduct", "product");
+                  for (const char* name : {"p", "q"}) {
+                      session.AddPart(PartTemplate(), std::string("template of ") + name);
+                      ScriptedSessionDocument& part =
+                          session.AddSolidPart(Temp() / (std::string(name) + ".ZALPart"), name);
+                      session.AddTool(part, "tool");
+                      session.AddParameter(part, "finish", "zinc");
+                      session.AddChild(product, part, std::string(name) + ".1", 1);
+                  }
+                  ZALVliApplyTemplatesOpe operation;
+                  operation.SetTemplatesPathes(Text(PartTemplate()),
+                                               run.hasProductTemplate ? Text(ProductTemplate()) : ZALUnicodeString());
+                  operation.SetDestinationPath(Text(Parts()), "bolt");
+                  operation.SetSourceFilesPathes(Files(run.files));
+                  operation.AddPrdPropertyToReport("customer", "Smith");
+
+                  HRESULT result = S_OK;
+                  memory.During([&] { result = operation.Run(); });
+
+                  if (!memory.HasRunOut())
+                      EXPECT_EQ(result, S_OK);
+                  Texts names;
+                  for (const std::string& path : TextsOf(operation.GetResultFilePathes())) {
+                      EXPECT_TRUE(std::filesystem::exists(path)) << path;
+                      names.push_back(std::filesystem::path(path).filename().string());
+                  }
+                  // What closes documents does without memory.
+                  if (SUCCEEDED(result))
+                      EXPECT_EQ(names, run.results);
+                  else
+                      EXPECT_EQ(result, E_FAIL);
+                  EXPECT_THAT(names, IsSubsetOf(run.results));
+                  EXPECT_THAT(Names(Parts()), IsSubsetOf(run.results));
+                  EXPECT_EQ(session.OpenDocuments(), 0);
+                  EXPECT_EQ(session.Locks(), 0);
+                  EXPECT_EQ(session.LivingObjects(), 0);
+              }),
+              10);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, RunOutOfMemory,
+    ::testing::Values(RunCase{"OnePart", {"p.ZALPart"}, true, {"bolt.ZALPart"}},
+                      RunCase{"OneFile", {"a.stp"}, true, {"bolt.stp"}},
+                      RunCase{"Moves", {"a.ZALProduct", "p.ZALPart"}, false, {"bolt.ZALProduct", "p.ZALPart"}},
+                      RunCase{
+                          "SeveralProducts", {"a.ZALProduct", "b.ZALProduct"}, true, {"a.ZALProduct", "b.ZALProduct"}},
+                      RunCase{"Product",
+                              {"a.ZALProduct", "p.ZALPart", "q.ZALPart"},
+                              true,
+                              {"bolt.ZALProduct", "bolt_01.ZALPart", "bolt_02.ZALPart"}}),
+    [](const auto& run) { return run.param.name; });
+
+TEST_F(TemplateMemory, PassesOnFromTheUpdateOfAPart)
+{
+    ScriptedSessionDocument& part = Session.AddPart(PartTemplate(), "template");
+    Session.AddSolidPart(Temp() / "a.ZALPart", "source");
+    ZALVliApplyTemplatesOpe operation;
+    operation.SetTemplatesPathes(Text(PartTemplate()), {});
+    operation.SetDestinationPath(Text(Parts()), "bolt");
+    operation.SetSourceFilesPathes(Files({"a.ZALPart"}));
+    Session.OnCall = [](const std::string& call) {
+        if (call.starts_with("Update"))
+            throw std::bad_alloc();
+    };
+    EXPECT_EQ(operation.Run(), E_FAIL);
+    EXPECT_THAT(Session.CallsOf({"Flush", "SaveAs"}), IsEmpty());
+    EXPECT_EQ(part.opens, 0);
+    Session.OnCall = nullptr;
+    EXPECT_EQ(operation.Run(), S_OK) << "there is memory again";
+    EXPECT_THAT(TextsOf(operation.GetResultFilePathes()), ElementsAre(InParts("bolt.ZALPart")));
+}
+
+TEST_F(TemplateMemory, IsNotNeededToCloseTheOtherDocuments)
+{
+    ScriptedSessionDocument& first = Session.AddPart("/first.ZALPart", "first");
+    ScriptedSessionDocument& second = Session.AddPart("/second.ZALPart", "second");
+    const DocumentList documents = {&first, &second};
+    for (ZALDocument* document : documents) {
+        static_cast<ScriptedSessionDocument&>(*document).opens = 1;
+        document->AddRefForLock();
+    }
+    Session.calls.clear();
+    Session.OnCall = [](const std::string&) { throw std::bad_alloc(); };
+    CloseDocuments(documents);
+    EXPECT_THAT(Session.calls, ElementsAre("Unlock first 0", "Remove first 1", "Unlock second 0", "Remove second 1"));
+}
+
+TEST_F(TemplateMemory, ClosesADocumentThatCannotBeLocked)
+{
+    Session.AddPart(PartTemplate(), "template");
+    Session.OnCall = [](const std::string& call) {
+        if (call.starts_with("Lock"))
+            throw std::bad_alloc();
+    };
+    {
+        HeldDocumentList held;
+        EXPECT_THROW(OpenLocked(Text(PartTemplate()), held.Documents), std::bad_alloc);
+    }
+    EXPECT_THAT(Session.calls, Contains("Remove template 1"));
+}
+
+} // namespace
+} // namespace openhost::testing
