@@ -87,11 +87,7 @@ ZALIProduct_var PrdGiveDocRootProduct(ZALDocument* document)
     openhost::CadServices* services = openhost::CadServices::Current();
     if (!document || !services)
         return {};
-    ZALBaseUnknown* root = services->GetRootProduct(*document);
-    ZALIProduct_var product(root);
-    if (root)
-        root->Release();
-    return product;
+    return ZALIProduct_var(ZALBaseUnknown_var::Take(services->GetRootProduct(*document)));
 }
 
 bool ZALPrdIsAProductFromZALPart(ZALIProduct* product)

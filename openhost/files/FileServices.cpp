@@ -197,6 +197,7 @@ int ZALRenameFile(const ZALString& from, const ZALString& to)
         return refused;
     if (rename(source.c_str(), target.c_str()) != 0)
         return refused;
-    openhost::journal::Write("moved", {{"from", source}, {"to", target}});
+    if (openhost::journal::IsOpen())
+        openhost::journal::Write("moved", {{"from", source}, {"to", target}});
     return 0;
 }

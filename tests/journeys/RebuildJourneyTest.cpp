@@ -211,6 +211,30 @@ TEST_F(RebuildJourney, APartHasTheSolidOfItsSourceAndTheRestOfTheTemplate)
     EXPECT_EQ(rebuilt.parameters, parameters);
 }
 
+TEST_F(RebuildJourney, APartHasTheCamerasOfItsSource)
+{
+    const TemporaryFolder served;
+    std::filesystem::create_directory(served.Path() / "files");
+    CadDocument source;
+    source.partNumber = "BOX";
+    source.geometry = EncodeShape(BRepPrimAPI_MakeBox(10, 20, 5).Shape());
+    source.cameras = {DocumentCamera{"from the left"}, DocumentCamera{"from above"}};
+    WriteDocument(source, served.Path() / "files" / "box.ZALPart");
+    CadDocument used;
+    used.cameras = {DocumentCamera{"of the template"}};
+    WriteDocument(used, served.Path() / "files" / "template.ZALPart");
+    catalogue::CatalogueService service(served.Path());
+    service.Start();
+
+    DownloadFrom(service.GetAddress() + "/files/box.ZALPart", "My box", Parts(),
+                 {{"zalpartTemplate", service.GetAddress() + "/files/template.ZALPart"}});
+    ASSERT_THAT(Names(Parts()), ElementsAre("My box.ZALPart"));
+    const CadDocument rebuilt = ReadDocument(Parts() / "My box.ZALPart");
+    EXPECT_TRUE(rebuilt.geometry);
+    EXPECT_EQ(rebuilt.cameras, source.cameras);
+    EXPECT_EQ(LeftOpen(), 0);
+}
+
 TEST_F(RebuildJourney, AnAssemblyKeepsItsInstancesAndSharesRepeatedParts)
 {
     Download("bolted-joint-m8", "My joint", Plain(), json::object());

@@ -85,6 +85,45 @@ TEST_F(TemplateOperation, GivesEachDocumentOfARunTheProperties)
                             "ReportPrdProperties - Property name already exists: customer"));
 }
 
+TEST_F(TemplateOperation, KeepsThePropertiesForTheNextRun)
+{
+    operation.SetTemplatesPathes(Text(PartTemplate()), {});
+    operation.SetDestinationPath(Text(Parts()), "bolt");
+    operation.AddPrdPropertyToReport("customer", "Smith");
+    for (const char* name : {"first", "second"}) {
+        std::filesystem::remove(Parts() / "bolt.ZALPart");
+        operation.SetSourceFilesPathes(Files({std::string(name) + ".ZALPart"}));
+        ScriptedSessionDocument& part = Session.AddPart(PartTemplate(), std::string("template of ") + name);
+        Session.AddSolidPart(Temp() / (std::string(name) + ".ZALPart"), name);
+        EXPECT_EQ(operation.Run(), S_OK);
+        ASSERT_EQ(part.root->publisher->parameters.size(), 1U) << name;
+        EXPECT_EQ(part.root->publisher->parameters[0]->value, "Smith");
+    }
+}
+
+TEST_F(TemplateOperation, GivesTheAnswerOfTheRun)
+{
+    operation.SetDestinationPath(Text(Parts()), "bolt");
+    operation.SetSourceFilesPathes(Files({"a.stp"}));
+    Write(Parts() / "bolt.stp", "old");
+    EXPECT_EQ(operation.Run(), S_FALSE);
+    EXPECT_THAT(TextsOf(operation.GetResultFilePathes()), ElementsAre(InParts("bolt.stp")));
+}
+
+TEST_F(TemplateOperation, TakesTheLastOfWhatItIsTold)
+{
+    operation.SetTemplatesPathes("/old/part", "/old/product");
+    operation.SetTemplatesPathes({}, {});
+    operation.SetDestinationPath("/old", "old");
+    operation.SetDestinationPath(Text(Parts()), "bolt");
+    operation.SetSourceFilesPathes(Files({"a.stp", "b.stp"}));
+    operation.SetSourceFilesPathes(Files({"c.ZALPart"}));
+    EXPECT_EQ(operation.Run(), S_OK);
+    EXPECT_THAT(Names(Parts()), ElementsAre("bolt.ZALPart"));
+    operation.DeleteSourcesFiles();
+    EXPECT_TRUE(exists(Temp() / "a.stp"));
+}
+
 TEST_F(TemplateOperation, BeginsEachRunWithoutResultsAndKeepsTheWarnings)
 {
     operation.SetDestinationPath(Text(Parts()), "bolt");

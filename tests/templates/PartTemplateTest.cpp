@@ -61,19 +61,19 @@ TEST_F(PartTemplateRun, CopiesTheResultIntoTheTemplateAndSavesIt)
 {
     EXPECT_EQ(Apply(), S_OK);
     ExpectTemplateHeld();
-    EXPECT_THAT(Session.calls,
-                ElementsAre("Open temp/VelmartTemplates/PartTemplate.ZALPart, 0", "Lock template",
-                            "Open temp/bolt.ZALPart, 0", "Lock source", "Container template: ZALIPrtContainer",
-                            "Container source: ZALIPrtContainer", "Collect source.features: source.result, " + Format,
-                            "Extract source.features: boundary(source.result), " + Format,
-                            "Collect source.extracted: all, " + Format,
-                            "Paste template.features: source.copy below template.main, " + Format,
-                            "Work template.part: template.main", "Cameras template: source", "Update template.part",
-                            "Read source.root 0", "Read source.root 1", "Read source.root 2", "Publisher source.root 0",
-                            "Children source.publisher: ZALICkeParm", "Write template.root 0 = ",
-                            "Write template.root 1 = ", "Write template.root 2 = ", "Publisher template.root 1",
-                            "Children template.publisher: ZALICkeParm",
-                            "SaveAs template to parts/result.ZALPart, \"\", 1", "Unlock source 0", "Remove source 1"));
+    EXPECT_THAT(
+        Session.calls,
+        ElementsAre(
+            "Open temp/VelmartTemplates/PartTemplate.ZALPart, 0", "Lock template", "Open temp/bolt.ZALPart, 0",
+            "Lock source", "Container template: ZALIPrtContainer", "Container source: ZALIPrtContainer",
+            "Tools source.part", "Formats source.features", "Collect source.features: source.result, " + Format,
+            "Extract source.features: boundary(source.result), " + Format, "Collect source.extracted: all, " + Format,
+            "Paste template.features: source.copy below template.main, " + Format, "Work template.part: template.main",
+            "Cameras template: source", "Update template.part", "Root source", "Root template", "Read source.root 0",
+            "Read source.root 1", "Read source.root 2", "Publisher source.root 0",
+            "Children source.publisher: ZALICkeParm", "Write template.root 0 = ", "Write template.root 1 = ",
+            "Write template.root 2 = ", "Publisher template.root 1", "Children template.publisher: ZALICkeParm",
+            "SaveAs template to parts/result.ZALPart, \"\", 1", "Unlock source 0", "Remove source 1"));
     EXPECT_THAT(PartTraces(), ElementsAre(SourceTrace(), DestinationTrace(), SaveTrace()));
     EXPECT_TRUE(exists(Source)) << "it is left to others";
     EXPECT_EQ(Error, "untouched");
@@ -463,6 +463,72 @@ TEST_F(PartTemplateRun, ClosesDocumentsInTheirOrderAndPassesOverNullOnes)
     EXPECT_THAT(Session.calls,
                 ElementsAre("Unlock source 0", "Remove source 1", "Unlock template 0", "Remove template 1"));
     CloseDocuments({});
+}
+
+// ---------------------------------------------------------------------------------------------
+// Answers of the host
+
+TEST_F(PartTemplateRun, TakesEachAnswerThatIsNoFailure)
+{
+    part.openResult = S_FALSE;
+    source.openResult = 7;
+    part.saveResult = S_FALSE;
+    EXPECT_EQ(Apply(), S_FALSE) << "the answer of the save";
+    ExpectTemplateHeld();
+    EXPECT_TRUE(exists(Destination));
+}
+
+TEST_F(PartTemplateRun, GivesTheAnswerOfASaveAsNew)
+{
+    part.saveResult = E_INVALIDARG;
+    part.leavesFile = false;
+    EXPECT_EQ(Apply(SaveMethodNewFrom), E_INVALIDARG);
+    ExpectTemplateHeld();
+}
+
+class UnheardAnswer : public PartTemplateRun, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(UnheardAnswer, ChangesNothing)
+{
+    Session.AddTool(source, "tool");
+    Session.AddParameter(source, "finish", "zinc");
+    Session.AddParameter(part, "own", "template");
+    Session.answers[GetParam()] = E_FAIL;
+    EXPECT_EQ(Apply(), S_OK);
+    const Texts calls = Session.calls;
+
+    // The same once more, with answers that are no failures.
+    Session.answers.clear();
+    CloseDocuments(std::exchange(Held, {}));
+    std::filesystem::remove(Destination);
+    part.path = PartTemplate();
+    part.root->publisher->parameters.pop_back();
+    Session.calls.clear();
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(calls, Session.calls);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, UnheardAnswer,
+                         ::testing::Values("Lock", "Unlock", "Remove", "Tools", "Formats", "Collect", "Work", "Cameras",
+                                           "Read", "Children", "Append"),
+                         [](const auto& word) { return std::string(word.param); });
+
+TEST_F(PartTemplateRun, TakesNoNoticeOfTheAnswerOfTheCameras)
+{
+    Session.answers["Cameras"] = E_FAIL;
+    EXPECT_EQ(CopyPersistentCamera(&source, &part), S_OK);
+}
+
+TEST_F(PartTemplateRun, ClosesTheOtherDocumentsWhenOneCannotBeClosed)
+{
+    for (ScriptedSessionDocument* document : {&source, &part}) {
+        ++document->opens;
+        ++document->locks;
+    }
+    Session.answers = {{"Unlock", E_FAIL}, {"Remove", E_FAIL}};
+    CloseDocuments({&source, &part});
+    EXPECT_THAT(Session.calls,
+                ElementsAre("Unlock source 0", "Remove source 1", "Unlock template 0", "Remove template 1"));
 }
 
 class Move : public TemplateFixture {

@@ -104,12 +104,13 @@ TEST_F(PropertyReport, StopsBehindTheTextsWhenNoPublisherCanBeMade)
 TEST_F(PropertyReport, StopsBehindTheTextsWithoutAFactory)
 {
     Session.AddParameter(source, "finish", "zinc");
+    target.root->writeResults[2] = S_FALSE;
     target.features->offers.erase("ZALICkeParmFactory");
-    EXPECT_EQ(Report({{"a", "b"}}), S_OK);
+    EXPECT_EQ(Report({{"a", "b"}}), S_FALSE);
     target.root->features = nullptr;
-    EXPECT_EQ(Report({{"a", "b"}}), S_OK);
+    EXPECT_EQ(Report({{"a", "b"}}), S_FALSE);
     target.root->offers.erase("ZALISpecObject");
-    EXPECT_EQ(Report({{"a", "b"}}), S_OK);
+    EXPECT_EQ(Report({{"a", "b"}}), S_FALSE);
     EXPECT_THAT(Parameters(), IsEmpty());
     EXPECT_THAT(target.root->texts, ElementsAre("PN-1", "Bolt", "A bolt"));
     EXPECT_THAT(Reports(), IsEmpty());
@@ -208,6 +209,33 @@ TEST_F(PropertyReport, SkipsWhatHasNoValueAndWhatIsNoParameterInSilence)
     EXPECT_THAT(Parameters(), ElementsAre("strange=x", "strange=extra", "empty="));
     EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - Add Property - name: strange - value: extra",
                                        "ReportPrdProperties - Report Property - name: empty - value: "));
+}
+
+TEST_F(PropertyReport, GoesOnWhereAParameterCannotBeMade)
+{
+    Session.AddParameter(source, "finish", "zinc");
+    Session.AddParameter(source, "finish", "nickel");
+    Session.AddParameter(source, "supplier", "Velmart");
+    target.features->refusedNames = {"customer", "finish"};
+    EXPECT_EQ(Report({{"customer", "Smith"}, {"customer", "Jones"}, {"order", "7"}}), S_OK);
+    EXPECT_THAT(Parameters(), ElementsAre("order=7", "supplier=Velmart"));
+    EXPECT_THAT(Session.CallsOf({"Create", "Append"}),
+                ElementsAre("Create customer = Smith in target.features", "Append target.publisher: nothing",
+                            "Create order = 7 in target.features", "Append target.publisher: order",
+                            "Create finish = zinc in target.features", "Append target.publisher: nothing",
+                            "Create supplier = Velmart in target.features", "Append target.publisher: supplier"))
+        << "their names are taken all the same";
+}
+
+TEST_F(PropertyReport, GoesOnWhereTheHostFails)
+{
+    Session.AddParameter(source, "finish", "zinc");
+    Session.AddParameter(source, "finish", "nickel");
+    Session.AddParameter(target, "own", "template");
+    Session.answers = {{"Read", E_FAIL}, {"Children", E_FAIL}, {"Append", E_FAIL}};
+    EXPECT_EQ(Report({{"own", "extra"}, {"order", "7"}, {"order", "8"}}), S_OK);
+    EXPECT_THAT(target.root->texts, ElementsAre("PN-1", "Bolt", "A bolt"));
+    EXPECT_THAT(Parameters(), ElementsAre("own=template", "order=7", "finish=zinc"));
 }
 
 TEST_F(PropertyReport, LeavesNothingBehindAnUnsetParameterOfTheSameName)

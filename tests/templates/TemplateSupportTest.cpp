@@ -8,8 +8,8 @@
 
 namespace {
 
-/// Whether the host keeps its texts in another form than units of 16 bits.
-bool textsAreNarrow = false;
+/// What the host answers when it is asked for the units of 16 bits of a text.
+HRESULT answerToUnits = S_OK;
 
 } // namespace
 
@@ -17,10 +17,8 @@ bool textsAreNarrow = false;
 HRESULT ZALUnicodeString::ConvertToUCChar(char16_t* units, int& count) const
 {
     count = GetLengthInChar();
-    if (textsAreNarrow)
-        return E_FAIL;
     std::copy_n(CastToUTF16Ptr(), count, units);
-    return S_OK;
+    return answerToUnits;
 }
 
 namespace openhost::testing {
@@ -201,9 +199,11 @@ TEST_F(SanitizedName, OfNothingIsEmpty)
 
 TEST_F(SanitizedName, OfATextThatCannotBeReadIsEmpty)
 {
-    textsAreNarrow = true;
+    answerToUnits = E_FAIL;
     EXPECT_EQ(Sanitized("bolt"), "");
-    textsAreNarrow = false;
+    answerToUnits = S_FALSE;
+    EXPECT_EQ(Sanitized("bolt"), "bolt");
+    answerToUnits = S_OK;
     EXPECT_EQ(Sanitized("bolt"), "bolt");
 }
 
