@@ -41,7 +41,6 @@ try {
 } catch (const std::bad_alloc&) {
     // Some of them are neither rebuilt nor deleted.
     SourceFilesPathes.RemoveAll();
-    SaveMethod = ArgumentIsLost;
 }
 
 void ZALVliApplyTemplatesOpe::SetPreferredSaveMethod(PreferredSaveMethod method)

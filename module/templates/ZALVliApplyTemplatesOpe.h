@@ -9,7 +9,7 @@ namespace ZALVliTemplateSupportUtilities {
 /// Used once, in this order: what to do is set, Run, DeleteSourcesFiles, what became of it is read. The work blocks,
 /// and no file that stands in the destination folder is ever overwritten. Used on the user-interface thread.
 ///
-/// When memory has no room for something that is set, Run refuses to work without it for good.
+/// When memory has no room for something that is set, Run refuses to work without it.
 ///
 /// Sources: the choice of the route, products and moves in ApplyTemplates.cpp, one part in ApplyPartTemplate.cpp, the
 /// properties of both in ReportPrdProperties.cpp.

@@ -384,9 +384,9 @@ public:
     {
         std::ostringstream shift;
         shift << position.Shift[0];
-        Note("Place " + Self().name + " in " + NameOf(reference) + " at " + shift.str() + Numbers(context, absolute));
         Self().position = position;
-        return Self().moveResult;
+        return Note("Place " + Self().name + " in " + NameOf(reference) + " at " + shift.str() +
+                    Numbers(context, absolute));
     }
 };
 

@@ -65,7 +65,6 @@ public:
     bool givesInstance = true;                            ///< ZALIAProducts
     std::set<std::string> instanceOffers{"ZALIAProduct", "ZALIMovable"}; ///< ZALIAProducts: of new instances
     std::vector<ScriptedObject*> instances;                              ///< those that were added
-    HRESULT moveResult = S_OK;                                           ///< ZALIMovable
 
     ScriptedTemplates& Session() const { return session_; }
 

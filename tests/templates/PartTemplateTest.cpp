@@ -513,6 +513,13 @@ INSTANTIATE_TEST_SUITE_P(Each, UnheardAnswer,
                                            "Read", "Children", "Append"),
                          [](const auto& word) { return std::string(word.param); });
 
+TEST_F(PartTemplateRun, SavesWithoutCamerasWhereThereAreNone)
+{
+    source.hasStore = false;
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_TRUE(exists(Destination));
+}
+
 TEST_F(PartTemplateRun, TakesNoNoticeOfTheAnswerOfTheCameras)
 {
     Session.answers["Cameras"] = E_FAIL;

@@ -375,7 +375,7 @@ protected:
 TEST_F(PositionedComponent, IsAddedAndPlacedRelativeToTheRoot)
 {
     product.root->addResult = S_FALSE;
-    product.root->moveResult = E_FAIL;
+    Session.answers["Place"] = E_FAIL;
     EXPECT_EQ(Add(), S_FALSE) << "the result of the addition";
     EXPECT_THAT(Session.calls,
                 ElementsAre("Add product.root: part.root", "Place part.root.1 in product.root at 4, 0, 1"));
@@ -632,15 +632,22 @@ TEST_F(ProductRun, TakesNoChildrenFromAListThatIsRefused)
 
 TEST_F(ProductRun, GoesOnWithoutTheReportTheCamerasAndAPosition)
 {
-    Session.answers = {
-        {"Cameras", E_FAIL}, {"Where", E_FAIL}, {"Lock", E_FAIL}, {"Unlock", E_FAIL}, {"Remove", E_FAIL}};
+    Session.answers = {{"Cameras", E_FAIL}, {"Where", E_FAIL},  {"Place", E_FAIL},
+                       {"Lock", E_FAIL},    {"Unlock", E_FAIL}, {"Remove", E_FAIL}};
     target.root->writeResults[2] = E_FAIL;
-    target.root->moveResult = E_FAIL;
     Session.AddChild(product, AddSource("p"), "p.1", 1);
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
     EXPECT_EQ(Places().size(), 1U);
     EXPECT_EQ(Session.CallsOf({"Unlock"}).size(), 4U);
+}
+
+TEST_F(ProductRun, GoesOnWithoutCamerasWhereThereAreNone)
+{
+    AddSource("p");
+    product.hasStore = false;
+    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct"));
 }
 
 TEST_F(ProductRun, AsksForTheRootsAsItOpensTheDocuments)
