@@ -99,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(ApplyTemplatesRun, TracesWhatItIsGiven)
 {
-    Apply(SaveMethodNewFrom);
+    EXPECT_EQ(Apply(SaveMethodNewFrom), E_INVALIDARG) << "without sources";
     EXPECT_THAT(RunTraces(),
                 ElementsAre("ApplyTemplates - isPartTemplatePath: " + partTemplate.string(),
                             "ApplyTemplates - isProductTemplatePath: " + productTemplate.string(),
@@ -726,6 +726,8 @@ TEST_F(ProductRun, FailsAtAChildWithoutAReferenceAndKeepsThePartsUntilThen)
     EXPECT_EQ(Apply(), E_FAIL);
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
     EXPECT_THAT(Session.CallsOf({"SaveAs"}), ElementsAre("SaveAs template of p to parts/bolt_01.ZALPart, \"\", 1"));
+    EXPECT_EQ(Session.CallsOf({"Where"}).back(), "Where q.1 in product.root, 0, 1") << "the position comes first";
+    EXPECT_EQ(Session.CallsOf({"Shape"}).size(), 1U);
 }
 
 TEST_F(ProductRun, FailsWithItsOwnCodeWhenARebuildFails)

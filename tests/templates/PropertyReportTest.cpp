@@ -2,7 +2,9 @@
 
 #include "tests/templates/TemplateFixture.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 
 namespace openhost::testing {
 namespace {
@@ -191,6 +193,15 @@ TEST_F(PropertyReport, SkipsWhatIsNoText)
                                        "ReportPrdProperties - Report Property - name: finish - value: zinc"));
 }
 
+TEST_F(PropertyReport, LooksAtTheTypeBeforeTheValue)
+{
+    ScriptedObject& unset = Session.AddParameter(source, "length", "");
+    unset.isText = false;
+    unset.value.reset();
+    EXPECT_EQ(Report(), S_OK);
+    EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - WARNING : Property type not supported for length"));
+}
+
 TEST_F(PropertyReport, LooksAtTheNameBeforeTheType)
 {
     Session.AddParameter(target, "length", "1mm");
@@ -264,15 +275,21 @@ public:
         Report();
         target.features->offers.insert("ZALICkeParmFactory");
     }
-    /// The parameters that the report of four user parameters leads to.
+    /// The parameters that the report of some user parameters leads to, and the traces of those that do not go over.
     Texts Reported()
     {
+        Session.AddParameter(target, "own", "template");
+        Session.AddParameter(source, "own", "source");
+        Session.AddParameter(source, "length", "12mm").isText = false;
         Session.AddParameter(source, "finish", "zinc");
         Session.AddParameter(source, "supplier", "Velmart");
         Session.AddParameter(source, "SUPPLIER", "in capitals");
         Session.AddParameter(source, "supplier2", "another");
         PropertyReport::Report({{"customer", "Smith"}});
-        return Parameters();
+        Texts reported = Parameters();
+        for (const char* start : {"ReportPrdProperties - Property name", "ReportPrdProperties - WARNING"})
+            std::ranges::copy(TracesFrom(start), std::back_inserter(reported));
+        return reported;
     }
 };
 
@@ -294,9 +311,15 @@ class PropertyReportVariable : public ::testing::Test {
 protected:
     PropertyReportVariable() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
-    const Texts all = {"customer=Smith", "finish=zinc", "supplier=Velmart", "SUPPLIER=in capitals",
-                       "supplier2=another"};
-    const Texts supplierOnly = {"customer=Smith", "supplier=Velmart", "SUPPLIER=in capitals"};
+    const Texts all = {"own=template",
+                       "customer=Smith",
+                       "finish=zinc",
+                       "supplier=Velmart",
+                       "SUPPLIER=in capitals",
+                       "supplier2=another",
+                       "ReportPrdProperties - Property name already exists: own",
+                       "ReportPrdProperties - WARNING : Property type not supported for length"};
+    const Texts supplierOnly = {"own=template", "customer=Smith", "supplier=Velmart", "SUPPLIER=in capitals"};
 };
 
 TEST_F(PropertyReportVariable, LeavesTheSupplierAlone)
