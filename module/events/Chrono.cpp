@@ -1,6 +1,7 @@
 #include "events/ZALVelmartIntegrationDebug.h"
 
 #include <chrono>
+#include <new>
 
 namespace ZALVelmartIntegrationDebug::Chrono {
 
@@ -27,11 +28,13 @@ std::uint64_t GetElapsed()
 }
 
 ZALUnicodeString GetElapsedAsString()
-{
+try {
     ZALUnicodeString text;
     text.BuildFromNum(GetElapsed(), "%I64u");
     text += " ms";
     return text;
+} catch (const std::bad_alloc&) {
+    return {};
 }
 
 } // namespace ZALVelmartIntegrationDebug::Chrono

@@ -27,10 +27,8 @@ struct OpenFile {
 } // namespace
 
 ZALUnicodeString ZALVelmartIntegrationUtilities::GetFileStreamMD5Hash(const ZALUnicodeString& filePath)
-{
-    const std::unique_ptr<char[]> buffer(new (std::nothrow) char[BufferSize]);
-    if (!buffer)
-        return {};
+try {
+    const std::unique_ptr<char[]> buffer(new char[BufferSize]);
 
     if (filePath.GetLengthInChar() == 0)
         return {};
@@ -69,4 +67,6 @@ ZALUnicodeString ZALVelmartIntegrationUtilities::GetFileStreamMD5Hash(const ZALU
         hash.ToLower();
     }
     return hash;
+} catch (const std::bad_alloc&) {
+    return {};
 }

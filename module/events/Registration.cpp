@@ -11,11 +11,17 @@
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
 #include "templates/ZALVliTemplateSupportUtilities.h"
 
+#include <new>
+
 namespace {
 
+// Each of them gives null when memory is out.
+
 ZALBaseUnknown* CreateAddin()
-{
+try {
     return new ZALVelmartMeridiaAccessAddin;
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 ZALBaseUnknown* CreateSettingsAddin()
@@ -26,14 +32,16 @@ ZALBaseUnknown* CreateSettingsAddin()
 ZALBaseUnknown* CreateEventPublisher()
 {
     ZALBaseUnknown* publisher = ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance();
-    publisher->AddRef();
+    if (publisher)
+        publisher->AddRef();
     return publisher;
 }
 
 ZALBaseUnknown* CreateEventSubscriber()
 {
     ZALBaseUnknown* subscriber = ZALVelmartIntegrationEventSubscriber::GetUniqueSubscriber();
-    subscriber->AddRef();
+    if (subscriber)
+        subscriber->AddRef();
     return subscriber;
 }
 

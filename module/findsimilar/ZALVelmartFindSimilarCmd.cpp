@@ -7,6 +7,7 @@
 #include "host/files.h"
 #include "host/frame.h"
 #include "host/system.h"
+#include "objects/Hold.h"
 
 #include <new>
 
@@ -35,6 +36,17 @@ ZALBaseUnknown* GetSelectedObject()
     return path->NextFatherElement();
 }
 
+/// The user's answer to `dialog`, which has ended after that, also when there is no memory to show it.
+int Ask(ZALDlgNotify* dialog, const ZALUnicodeString& message, const ZALUnicodeString& title)
+try {
+    const int answer = dialog->DisplayBlocked(message, title);
+    dialog->RequestDelayedDestruction();
+    return answer;
+} catch (const std::bad_alloc&) {
+    dialog->RequestDelayedDestruction();
+    throw;
+}
+
 /// Warns the user of the upload.
 bool IsUploadWanted()
 {
@@ -48,11 +60,20 @@ bool IsUploadWanted()
     if (!parent)
         return true;
 
-    auto* dialog = new ZALDlgNotify(parent, "UploadWarningPopup", ZALDlgNotifyWarningYesNo);
-    const int answer = dialog->DisplayBlocked(message, title);
-    dialog->RequestDelayedDestruction();
+    return Ask(new ZALDlgNotify(parent, "UploadWarningPopup", ZALDlgNotifyWarningYesNo), message, title) !=
+           ZALDlgAnswerNo;
+}
 
-    return answer != ZALDlgAnswerNo;
+/// The size of the file `path`. Fails when it cannot be told.
+HRESULT GetSizeOf(const ZALUnicodeString& path, std::uint32_t& size)
+{
+    // Closed also when it could not be opened.
+    struct OpenFile {
+        ~OpenFile() { ZALFClose(handle); }
+        ZALFileHandle handle = 0;
+    } file;
+    const HRESULT opened = ZALFOpen(path, "r", file.handle);
+    return SUCCEEDED(opened) ? ZALFSize(file.handle, size) : opened;
 }
 
 } // namespace
@@ -69,7 +90,11 @@ try {
 // ---------------------------------------------------------------------------------------------
 // The start
 
-ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFindSimilarCmd", ZALCommandModeUndefined)
+ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd(ZALCommandMode mode) : ZALCommand("ZALVelmartFindSimilarCmd", mode)
+{
+}
+
+ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALVelmartFindSimilarCmd(ZALCommandModeUndefined)
 {
     static const bool noUploadWarning = [] {
         ZALUnicodeString value;
@@ -83,7 +108,7 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFin
     runningInstance = this;
 
     // Held, because the selection may change while the user is asked.
-    const ZALBaseUnknown_var object(GetSelectedObject());
+    const ZALBaseUnknown_var object = Hold(GetSelectedObject());
     if (!object) {
         FailWith("UnableToRetrieveSelection");
         return;
@@ -101,11 +126,8 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALCommand("ZALVelmartFin
         return;
     }
 
-    ZALFileHandle handle = 0;
     std::uint32_t size = 0;
-    const bool hasSize = SUCCEEDED(ZALFOpen(tempFilePath, "r", handle)) && SUCCEEDED(ZALFSize(handle, size));
-    ZALFClose(handle);
-    if (!hasSize || size == 0) {
+    if (FAILED(GetSizeOf(tempFilePath, size)) || size == 0) {
         FailWith("SaveAsLVRFailure");
         return;
     }
@@ -176,33 +198,38 @@ void ZALVelmartFindSimilarCmd::BuildVelmartURL()
 ZALVelmartFindSimilarCmd::Addin ZALVelmartFindSimilarCmd::GetAddinOf(const ZALIMeridiaAccessDialog_var& panel)
 {
     ZALBaseUnknown* found = nullptr;
-    if (!panel || FAILED(panel->GetAddin("ZALVelmartMeridiaAccessAddin", &found)))
-        return {};
+    if (panel)
+        panel->GetAddin("ZALVelmartMeridiaAccessAddin", &found);
 
     const ZALBaseUnknown_var held = ZALBaseUnknown_var::Take(found);
-    return Addin(ZALSysDynamicCast<ZALVelmartMeridiaAccessAddin>(found));
+    return Hold(ZALSysDynamicCast<ZALVelmartMeridiaAccessAddin>(found));
 }
 
 // ---------------------------------------------------------------------------------------------
 // What the panel tells
 
 void ZALVelmartFindSimilarCmd::OnOpApiStatusChange(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     const Addin addin = GetAddinOf(ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog());
     if (addin && addin->GetOpApiStatus() == OpApiReady) {
         ZALUnicodeString uploadURL;
         addin->GetSearchByUploadUrl(uploadURL);
         if (FAILED(UploadFileInVelmart(tempFilePath, uploadURL, partName)))
-            ZALVelmartFindSimilarCmd::RequestDelayedDestruction();
+            RequestDelayedDestruction();
     }
+} catch (const std::bad_alloc&) {
+    RequestDelayedDestruction();
 }
 
 void ZALVelmartFindSimilarCmd::OnPanelClosed(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     if (uploadRequest)
         uploadRequest->Cancel();
 
-    ZALVelmartFindSimilarCmd::RequestDelayedDestruction();
+    RequestDelayedDestruction();
+} catch (const std::bad_alloc&) {
+    // The end of the command cancels what it could not.
+    RequestDelayedDestruction();
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -215,7 +242,7 @@ void ZALVelmartFindSimilarCmd::FailWith(const ZALString& key)
 }
 
 void ZALVelmartFindSimilarCmd::NotifyErrorMessage(const ZALString& key)
-{
+try {
     VL_TRACE("ZALVelmartFindSimilarCmd::NotifyErrorMessage :" << key);
 
     const ZALUnicodeString text =
@@ -224,22 +251,22 @@ void ZALVelmartFindSimilarCmd::NotifyErrorMessage(const ZALString& key)
         return;
 
     ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    auto* dialog =
-        new ZALDlgNotify(frame ? frame->GetMainWindow() : nullptr, "FileDownloadErrorNotify", ZALDlgNotifyError);
-
-    dialog->DisplayBlocked(text, ZALUnicodeString());
-
-    dialog->RequestDelayedDestruction();
+    Ask(new ZALDlgNotify(frame ? frame->GetMainWindow() : nullptr, "FileDownloadErrorNotify", ZALDlgNotifyError), text,
+        ZALUnicodeString());
+} catch (const std::bad_alloc&) {
+    // Nothing is told.
 }
 
 // ---------------------------------------------------------------------------------------------
 // The end
 
 void ZALVelmartFindSimilarCmd::RequestDelayedDestruction()
-{
+try {
     VL_TRACE("ZALVelmartFindSimilarCmd::RequestDelayedDestruction");
 
     ZALCommand::RequestDelayedDestruction();
+} catch (const std::bad_alloc&) {
+    // The command then ends when it is asked again, at the latest with the session.
 }
 
 ZALVelmartFindSimilarCmd::~ZALVelmartFindSimilarCmd()
@@ -247,16 +274,21 @@ ZALVelmartFindSimilarCmd::~ZALVelmartFindSimilarCmd()
     // Without a comparison, as its declaration says.
     runningInstance = nullptr;
 
-    if (uploadRequest) {
-        uploadRequest->Release();
-        uploadRequest = nullptr;
-    }
+    uploadRequest = {};
 
-    if (const Addin addin = GetAddinOf(ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog()))
-        RemoveSubscriberCallbacks(addin.Get());
+    try {
+        if (const Addin addin = GetAddinOf(ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog()))
+            RemoveSubscriberCallbacks(addin.Get());
+    } catch (const std::bad_alloc&) {
+        // The host drops the callback with the command.
+    }
     RemoveSubscriberCallbacks(ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher());
 
     RemoveProgressTimeOut();
 
-    EndProgressDialog();
+    try {
+        EndProgressDialog();
+    } catch (const std::bad_alloc&) {
+        // The host ends the dialog with its parent.
+    }
 }

@@ -23,6 +23,10 @@ public:
 private:
     friend class ZALVelmartFindSimilarCmdProbe;
 
+    /// The command without its start. The public constructor delegates to it, so that the destructor runs when memory
+    /// is out inside the start.
+    explicit ZALVelmartFindSimilarCmd(ZALCommandMode mode);
+
     void FindPartName(ZALBaseUnknown* object);
     void BuildVelmartURL();
     void FailWith(const ZALString& key);
@@ -33,7 +37,8 @@ private:
     HRESULT SaveAsTempLVR(ZALBaseUnknown* object, ZALUnicodeString& zipPath);
 
     /// Posts `filePath` to `uploadURL` under the name `partName`, and returns. E_INVALIDARG without a message for an
-    /// empty path or address; E_FAIL, told to the user, when it cannot be sent or an upload is under way.
+    /// empty path or address; E_FAIL, told to the user, when it cannot be sent or an upload is under way; E_FAIL
+    /// without a message, and no upload, when memory is out.
     HRESULT UploadFileInVelmart(const ZALUnicodeString& filePath, const ZALUnicodeString& uploadURL,
                                 const ZALUnicodeString& partName);
     void OnUploadRequestComplete(const std::vector<char>& reply);
@@ -49,11 +54,12 @@ private:
     /// The addin in `panel`; null when either is missing.
     static Addin GetAddinOf(const ZALIMeridiaAccessDialog_var& panel);
 
-    ZALCefHttpRequest* uploadRequest = nullptr;                       ///< the upload in flight, with a reference
-    ZALUnicodeString tempFilePath;                                    ///< of the zip file
-    ZALUnicodeString partName;                                        ///< under which it is uploaded
-    ZALUnicodeString velmartURL;                                      ///< the page to be opened in the panel
-    ZALVelmartFindSimilarUploadProgressDlg* progressDialog = nullptr; ///< the host's, with a reference
+    ZALInterfaceHandle<ZALCefHttpRequest> uploadRequest; ///< the upload in flight
+    ZALUnicodeString tempFilePath;                       ///< of the zip file
+    ZALUnicodeString partName;                           ///< under which it is uploaded
+    ZALUnicodeString velmartURL;                         ///< the page to be opened in the panel
+    /// Held, because the host may end it with its parent before the upload.
+    ZALInterfaceHandle<ZALVelmartFindSimilarUploadProgressDlg> progressDialog;
 
     /// The command that is alive; one that meets another clears it by its own end, without a comparison. That is meant.
     static ZALVelmartFindSimilarCmd* runningInstance;

@@ -4,6 +4,7 @@
 #include "events/ZALVelmartIntegrationDebug.h"
 #include "findsimilar/ZALVelmartFindSimilarCmd.h"
 #include "host/json.h"
+#include "objects/Hold.h"
 #include "web/FormData.h"
 #include "web/ZALVliHttpUtils.h"
 
@@ -33,19 +34,11 @@ ZALUnicodeString UploadNameOf(const ZALUnicodeString& partName)
     return ZALUnicodeString(bytes.c_str());
 }
 
-/// Null when there is no memory for it.
-ZALCefHttpRequest* NewPost(const ZALUnicodeString& url)
-try {
-    return new ZALCefHttpRequest("POST", url);
-} catch (const std::bad_alloc&) {
-    return nullptr;
-}
-
 } // namespace
 
 HRESULT ZALVelmartFindSimilarCmd::UploadFileInVelmart(const ZALUnicodeString& filePath,
                                                       const ZALUnicodeString& uploadURL, const ZALUnicodeString& name)
-{
+try {
     if (filePath.GetLengthInChar() == 0 || uploadURL.GetLengthInChar() == 0)
         return E_INVALIDARG;
 
@@ -63,9 +56,7 @@ HRESULT ZALVelmartFindSimilarCmd::UploadFileInVelmart(const ZALUnicodeString& fi
         return E_FAIL;
     }
 
-    uploadRequest = NewPost(uploadURL);
-    if (!uploadRequest)
-        return E_FAIL;
+    uploadRequest = ZALInterfaceHandle<ZALCefHttpRequest>::Take(new ZALCefHttpRequest("POST", uploadURL));
 
     ZALUnicodeString size;
     size.BuildFromNum(body.size(), "%I64u");
@@ -83,13 +74,12 @@ HRESULT ZALVelmartFindSimilarCmd::UploadFileInVelmart(const ZALUnicodeString& fi
         ZALVelmartIntegrationDebug::Chrono::Start();
     }
 
-    const HRESULT sent = ZALVliHttpUtils::SendRequest(uploadRequest, this,
+    const HRESULT sent = ZALVliHttpUtils::SendRequest(uploadRequest.Get(), this,
                                                       static_cast<void (ZALBaseUnknown::*)(const std::vector<char>&)>(
                                                           &ZALVelmartFindSimilarCmd::OnUploadRequestComplete));
     if (FAILED(sent)) {
         NotifyErrorMessage("LVRUploadFailure");
-        uploadRequest->Release();
-        uploadRequest = nullptr;
+        uploadRequest = {};
         EndProgressDialog();
         return E_FAIL;
     }
@@ -97,19 +87,22 @@ HRESULT ZALVelmartFindSimilarCmd::UploadFileInVelmart(const ZALUnicodeString& fi
     if (ZALApplication* application = ZALApplication::MainApplication())
         application->AddTimeOut(ProgressDelay, this, nullptr, &ZALVelmartFindSimilarCmd::ShowUploadProgress);
     return S_OK;
+} catch (const std::bad_alloc&) {
+    // Ends it when it has been sent already.
+    uploadRequest = {};
+    return E_FAIL;
 }
 
 void ZALVelmartFindSimilarCmd::ShowUploadProgress(ZALBaseUnknown* client, void*)
-{
+try {
     auto* command = ZALSysDynamicCast<ZALCommand>(client);
     if (!command)
         return;
 
-    auto* dialog = ZALVelmartFindSimilarUploadProgressDlg::Create();
-    // Held, because the host may end it with its parent before the upload.
-    if (dialog)
-        dialog->AddRef();
-    static_cast<ZALVelmartFindSimilarCmd*>(command)->progressDialog = dialog;
+    static_cast<ZALVelmartFindSimilarCmd*>(command)->progressDialog =
+        Hold(ZALVelmartFindSimilarUploadProgressDlg::Create());
+} catch (const std::bad_alloc&) {
+    // The upload goes on without it.
 }
 
 void ZALVelmartFindSimilarCmd::RemoveProgressTimeOut()
@@ -123,18 +116,15 @@ void ZALVelmartFindSimilarCmd::EndProgressDialog()
     if (!progressDialog)
         return;
     progressDialog->RequestDelayedDestruction();
-    progressDialog->Release();
-    progressDialog = nullptr;
+    progressDialog = {};
 }
 
 // ---------------------------------------------------------------------------------------------
 // The reply
 
 void ZALVelmartFindSimilarCmd::OnUploadRequestComplete(const std::vector<char>& reply)
-{
-    if (uploadRequest)
-        uploadRequest->Release();
-    uploadRequest = nullptr;
+try {
+    uploadRequest = {};
 
     RemoveProgressTimeOut();
 
@@ -142,6 +132,8 @@ void ZALVelmartFindSimilarCmd::OnUploadRequestComplete(const std::vector<char>& 
 
     SearchFor(reply);
 
+    RequestDelayedDestruction();
+} catch (const std::bad_alloc&) {
     RequestDelayedDestruction();
 }
 

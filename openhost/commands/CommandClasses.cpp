@@ -14,7 +14,6 @@ void ZALCommand::RequestDelayedDestruction()
 {
     if (endRequested_)
         return;
-    endRequested_ = true;
     openhost::EventLoop::Current().Post([reference = ZALBaseUnknown_WR(this)] {
         auto* command = static_cast<ZALCommand*>(reference.GetComponent());
         if (!command)
@@ -22,6 +21,8 @@ void ZALCommand::RequestDelayedDestruction()
         openhost::EndCommand(*command);
         command->Release();
     });
+    // Only now: without memory for the call the command can be asked again.
+    endRequested_ = true;
 }
 
 HRESULT ZALCommand::Activate(ZALBaseUnknown*, ZALNotification*)

@@ -89,7 +89,12 @@ HRESULT ZALFOpen(const ZALUnicodeString& path, const char* mode, ZALFileHandle& 
         close(descriptor);
         return E_FAIL;
     }
-    handle = Files().Add(descriptor);
+    try {
+        handle = Files().Add(descriptor);
+    } catch (...) {
+        close(descriptor);
+        throw;
+    }
     return S_OK;
 }
 

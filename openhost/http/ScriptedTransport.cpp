@@ -23,9 +23,9 @@ void ScriptedTransport::Script::Cancel()
 {
     if (!IsRunning())
         return;
-    cancelled_ = true;
     if (!delivering_)
         EndCancelled();
+    cancelled_ = true;
 }
 
 void ScriptedTransport::Script::EndCancelled()
@@ -118,10 +118,12 @@ std::unique_ptr<HttpTransfer> ScriptedTransport::Start(HttpRequestData request, 
     script->self_ = script;
     script->request_ = std::move(request);
     script->listener_ = &listener;
+    // Ends the script again when something after it fails.
+    auto handle = std::make_unique<Script::Handle>(script);
     scripts_.push_back(script);
     if (const auto reply = replies_.find(script->request_.url); reply != replies_.end())
         script->Play(reply->second, 0, 0);
-    return std::make_unique<Script::Handle>(std::move(script));
+    return handle;
 }
 
 } // namespace openhost

@@ -6,6 +6,7 @@
 #include "openhost/text/Utf.h"
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <set>
 #include <string>
@@ -70,8 +71,8 @@ struct ZALHttpExchange final : openhost::HttpTransferListener, std::enable_share
     {
         if (status != ZALHttpStatusRunning)
             return;
-        status = ZALHttpStatusCancelled;
         transfer->Cancel();
+        status = ZALHttpStatusCancelled;
     }
 
     void OnHead(int code, const openhost::HttpHeaders& fields) override
@@ -153,7 +154,11 @@ ZALCefHttpRequest::ZALCefHttpRequest(const ZALUnicodeString& method, const ZALUn
 ZALCefHttpRequest::~ZALCefHttpRequest()
 {
     exchange_->request = nullptr;
-    exchange_->Cancel();
+    try {
+        exchange_->Cancel();
+    } catch (const std::bad_alloc&) {
+        // Without memory to end it the transfer goes on, and its handler hears of its end as of any other.
+    }
 }
 
 ZALCefHttpHeaderMap& ZALCefHttpRequest::GetHeaderMap()
@@ -198,10 +203,11 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
         exchange_->JournalEnd("the request is malformed or its address is not allowed");
         return false;
     }
+    // First: without memory for it the transfer ends with the exchange.
+    ZALHttpExchange::Running().insert(exchange_);
     exchange_->status = ZALHttpStatusRunning;
     exchange_->handler = handler;
     handler->AddRef();
-    ZALHttpExchange::Running().insert(exchange_);
     return true;
 }
 

@@ -24,6 +24,17 @@ bool IsOpen()
     return static_cast<bool>(CurrentSink());
 }
 
+void Write(const std::string& event, std::initializer_list<Field> fields)
+{
+    // The object is made only for those who receive it: its own end may need memory, and then cannot fail.
+    if (!IsOpen())
+        return;
+    nlohmann::ordered_json members = nlohmann::ordered_json::object();
+    for (const auto& [name, value] : fields)
+        members[name] = value;
+    Write(event, members);
+}
+
 void Write(const std::string& event, const nlohmann::ordered_json& fields)
 {
     const Sink& sink = CurrentSink();

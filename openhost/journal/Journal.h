@@ -5,7 +5,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <string>
+#include <utility>
 
 namespace openhost::journal {
 
@@ -16,7 +18,12 @@ using Sink = std::function<void(const nlohmann::ordered_json&)>;
 Sink Redirect(Sink sink);
 /// Whether anybody receives events. Ask before building an event that is costly to build.
 bool IsOpen();
-/// Writes an event with the members of `fields` behind its name.
+/// A member of an event: its name and its value.
+using Field = std::pair<const char*, nlohmann::ordered_json>;
+
+/// Writes an event with the members `fields` behind its name.
+void Write(const std::string& event, std::initializer_list<Field> fields);
+/// The same with the members of an object.
 void Write(const std::string& event, const nlohmann::ordered_json& fields = nlohmann::ordered_json::object());
 /// Writes the event "result": `operation` of the module has returned `code`, which is "S_OK" or eight hexadecimal
 /// digits.

@@ -62,10 +62,10 @@ void EndWhere(ZALBaseUnknown* publisher, Condition condition)
 // whose destructor is running already, is left alone.
 class KeptSubscriber {
 public:
-    explicit KeptSubscriber(ZALBaseUnknown* subscriber)
+    explicit KeptSubscriber(ZALBaseUnknown* subscriber) : kept_(subscriber)
     {
-        if (subscriber->AddRef() > 1)
-            kept_ = subscriber;
+        if (subscriber->AddRef() == 1)
+            kept_ = nullptr;
     }
     KeptSubscriber(const KeptSubscriber&) = delete;
     KeptSubscriber& operator=(const KeptSubscriber&) = delete;

@@ -205,6 +205,12 @@ void ZALSysLinkAdapter(ZALBaseUnknown* implementation, ZALClassId interfaceName,
 {
     if (!implementation || !interfaceName || !adapter)
         return;
-    ZALObjectLinks::Of(implementation).adapters.push_back({interfaceName, adapter});
-    ZALObjectLinks::Of(adapter).implementations.push_back(implementation);
+    ZALObjectLinks& links = ZALObjectLinks::Of(adapter);
+    links.implementations.push_back(implementation);
+    try {
+        ZALObjectLinks::Of(implementation).adapters.push_back({interfaceName, adapter});
+    } catch (...) {
+        links.implementations.pop_back();
+        throw;
+    }
 }

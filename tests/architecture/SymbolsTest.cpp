@@ -3,9 +3,8 @@
 #include "tests/architecture/SourceTree.h"
 #include "tests/support/Places.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <dlfcn.h>
 #include <regex>
@@ -74,88 +73,125 @@ bool IsOfTheRuntime(const std::string& symbol)
 // ---------------------------------------------------------------------------------------------
 // Shown
 
-TEST(PluginSymbols, ShowTheEntryPointsAndTheClassesForOtherModulesAndNothingElse)
-{
-    const std::set<std::string> expected = {
-        "CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin",
-        "CreateBOAZALIMeridiaAccessSettingsUIAddinZALVelmartMeridiaAccessSettingsUIAddin",
-        "fctCreateZALVelmartFindSimilarCmd",
-        "ZALVelmartFileDownloader",
-        "ZALVliHttpUtils",
-        "ZALVelmartIntegrationUtilities",
-        "ZALVelmartFileDownloadCompleteNotification",
-        "ZALVelmartIntegrationEventPublisher",
-        "ZALVelmartIntegrationUtilities",
-        "ZALVelmartIntegrationDebug",
-        "ZALVliTemplateSupportUtilities"};
-    std::set<std::string> shown;
-    for (const std::string& symbol : Symbols(Plugin, "--defined-only"))
-        shown.insert(OwnerOf(symbol));
-    EXPECT_EQ(shown, expected);
-}
+/// Every name that the plug-in shows. A constructor or destructor has several symbols of one name.
+const std::set<std::string> Shown = {
+    "CreateBOAZALIMeridiaAccessSettingsUIAddinZALVelmartMeridiaAccessSettingsUIAddin",
+    "CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin",
+    "ZALVelmartFileDownloadCompleteNotification::ClassId()",
+    "ZALVelmartFileDownloadCompleteNotification::ClassName()",
+    "ZALVelmartFileDownloadCompleteNotification::CreateItself()",
+    "ZALVelmartFileDownloadCompleteNotification::GetConcatenedWarningsMessageNLS() const",
+    "ZALVelmartFileDownloadCompleteNotification::GetMetaObject() const",
+    "ZALVelmartFileDownloadCompleteNotification::IsA() const",
+    "ZALVelmartFileDownloadCompleteNotification::IsAKindOf(char const*) const",
+    "ZALVelmartFileDownloadCompleteNotification::MetaObject()",
+    "ZALVelmartFileDownloadCompleteNotification::ZALVelmartFileDownloadCompleteNotification(ZALListValZALUnicodeString "
+    "const&, ZALUnicodeString const&, ZALVelmartFileDownloadCompleteNotification::Status)",
+    "ZALVelmartFileDownloadCompleteNotification::ZALVelmartFileDownloadCompleteNotification(ZALListValZALUnicodeString "
+    "const&, ZALVelmartFileDownloadCompleteNotification::Status)",
+    "ZALVelmartFileDownloadCompleteNotification::ZALVelmartFileDownloadCompleteNotification(ZALListValZALUnicodeString "
+    "const&, ZALVelmartFileDownloadCompleteNotification::Status, ZALListValZALUnicodeString const&)",
+    "ZALVelmartFileDownloadCompleteNotification::ZALVelmartFileDownloadCompleteNotification("
+    "ZALVelmartFileDownloadCompleteNotification const&)",
+    "ZALVelmartFileDownloadCompleteNotification::ZALVelmartFileDownloadCompleteNotification("
+    "ZALVelmartFileDownloadCompleteNotification::Status)",
+    "ZALVelmartFileDownloadCompleteNotification::ZALVelmartFileDownloadCompleteNotification("
+    "ZALVelmartFileDownloadCompleteNotification::Status, ZALUnicodeString const&)",
+    "ZALVelmartFileDownloadCompleteNotification::operator=(ZALVelmartFileDownloadCompleteNotification const&)",
+    "ZALVelmartFileDownloadCompleteNotification::~ZALVelmartFileDownloadCompleteNotification()",
+    "ZALVelmartFileDownloader::ClassId()",
+    "ZALVelmartFileDownloader::ClassName()",
+    "ZALVelmartFileDownloader::CreateItself()",
+    "ZALVelmartFileDownloader::GetInstance()",
+    "ZALVelmartFileDownloader::GetMetaObject() const",
+    "ZALVelmartFileDownloader::IsA() const",
+    "ZALVelmartFileDownloader::IsAKindOf(char const*) const",
+    "ZALVelmartFileDownloader::MetaObject()",
+    "ZALVelmartFileDownloader::SetTemplatesURLs(ZALOmxAny const&)",
+    "ZALVelmartFileDownloader::StartDownload(ZALOmxAny const&)",
+    "ZALVelmartFileDownloader::~ZALVelmartFileDownloader()",
+    "ZALVelmartIntegrationDebug::Chrono::GetElapsed()",
+    "ZALVelmartIntegrationDebug::Chrono::GetElapsedAsString()",
+    "ZALVelmartIntegrationDebug::Chrono::Start()",
+    "ZALVelmartIntegrationDebug::Traces",
+    "ZALVelmartIntegrationEventPublisher::ClassId()",
+    "ZALVelmartIntegrationEventPublisher::ClassName()",
+    "ZALVelmartIntegrationEventPublisher::CreateItself()",
+    "ZALVelmartIntegrationEventPublisher::GetMetaObject() const",
+    "ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance()",
+    "ZALVelmartIntegrationEventPublisher::HasJSMessageListeners()",
+    "ZALVelmartIntegrationEventPublisher::IsA() const",
+    "ZALVelmartIntegrationEventPublisher::IsAKindOf(char const*) const",
+    "ZALVelmartIntegrationEventPublisher::MetaObject()",
+    "ZALVelmartIntegrationEventPublisher::SendEndTransactionEvent(ZALListValZALUnicodeString const&, ZALUnicodeString "
+    "const&)",
+    "ZALVelmartIntegrationEventPublisher::SendJSMessage(ZALOmxUTF8String const&)",
+    "ZALVelmartIntegrationEventPublisher::~ZALVelmartIntegrationEventPublisher()",
+    "ZALVelmartIntegrationUtilities::GetFileStreamMD5Hash(ZALUnicodeString const&)",
+    "ZALVelmartIntegrationUtilities::GetJSScript(ZALUnicodeString const&, ZALUnicodeString&)",
+    "ZALVelmartIntegrationUtilities::GetOpiAPIHandlersScript(ZALVelmartIntegrationUtilities::Context, "
+    "ZALUnicodeString&)",
+    "ZALVliHttpUtils::EncodeURLParam(ZALUnicodeString const&)",
+    "ZALVliHttpUtils::FormData::AddBinaryFile(ZALUnicodeString const&, ZALUnicodeString const&, ZALUnicodeString "
+    "const&)",
+    "ZALVliHttpUtils::FormData::AddParam(ZALUnicodeString const&, ZALUnicodeString const&)",
+    "ZALVliHttpUtils::FormData::AddZipFile(ZALUnicodeString const&, ZALUnicodeString const&, ZALUnicodeString const&)",
+    "ZALVliHttpUtils::FormData::FormData()",
+    "ZALVliHttpUtils::FormData::FormData(ZALVliHttpUtils::FormData const&)",
+    "ZALVliHttpUtils::FormData::FormData(ZALVliHttpUtils::FormData&&)",
+    "ZALVliHttpUtils::FormData::GenContent(std::__cxx11::basic_string<char, std::char_traits<char>, "
+    "std::allocator<char> >&) const",
+    "ZALVliHttpUtils::FormData::GetContentTypeHeaderValue()",
+    "ZALVliHttpUtils::FormData::operator=(ZALVliHttpUtils::FormData const&)",
+    "ZALVliHttpUtils::FormData::operator=(ZALVliHttpUtils::FormData&&)",
+    "ZALVliHttpUtils::FormData::~FormData()",
+    "ZALVliHttpUtils::SendRequest(ZALCefHttpRequest*, ZALBaseUnknown*, void (ZALBaseUnknown::*)(std::vector<char, "
+    "std::allocator<char> > const&))",
+    "ZALVliHttpUtils::SendRequest(ZALCefHttpRequest*, std::function<void (std::vector<char, std::allocator<char> > "
+    "const&)> const&)",
+    "ZALVliTemplateSupportUtilities::CheckIfQ7FileExists(ZALUnicodeString const&, ZALUnicodeString const&, unsigned "
+    "char&, ZALUnicodeString&)",
+    "ZALVliTemplateSupportUtilities::GetStoredTemplatePathes(ZALUnicodeString&, ZALUnicodeString&)",
+    "ZALVliTemplateSupportUtilities::GetTemplatesURL(ZALOmxAny const&, ZALUnicodeString&, ZALUnicodeString&, "
+    "ZALVliTemplateSupportUtilities::PreferredSaveMethod&)",
+    "ZALVliTemplateSupportUtilities::SanitizeQ7FileName(ZALUnicodeString const&)",
+    "ZALVliTemplateSupportUtilities::StoreTemplatePathes(ZALUnicodeString const&, ZALUnicodeString const&)",
+    "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::AddPrdPropertyToReport(ZALUnicodeString const&, "
+    "ZALUnicodeString const&)",
+    "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::DeleteSourcesFiles()",
+    "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::GetErrorMessage() const",
+    "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::GetResultFilePathes() const",
+    "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::GetWarningMessages() const",
+    "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::Run()",
+    "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::SetDestinationPath(ZALUnicodeString const&, "
+    "ZALUnicodeString const&)",
+    "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::SetPreferredSaveMethod(ZALVliTemplateSupportUtilities::"
+    "PreferredSaveMethod)",
+    "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::SetSourceFilesPathes(ZALListValZALUnicodeString const&)",
+    "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::SetTemplatesPathes(ZALUnicodeString const&, "
+    "ZALUnicodeString const&)",
+    "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::ZALVliApplyTemplatesOpe()",
+    "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::~ZALVliApplyTemplatesOpe()",
+    "fctCreateZALVelmartFindSimilarCmd",
+    "typeinfo for ZALVelmartFileDownloadCompleteNotification",
+    "typeinfo for ZALVelmartFileDownloader",
+    "typeinfo for ZALVelmartIntegrationEventPublisher",
+    "typeinfo for ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe",
+    "typeinfo name for ZALVelmartFileDownloadCompleteNotification",
+    "typeinfo name for ZALVelmartFileDownloader",
+    "typeinfo name for ZALVelmartIntegrationEventPublisher",
+    "typeinfo name for ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe",
+    "vtable for ZALVelmartFileDownloadCompleteNotification",
+    "vtable for ZALVelmartFileDownloader",
+    "vtable for ZALVelmartIntegrationEventPublisher",
+    "vtable for ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe",
+};
 
-class ShownOperation : public ::testing::TestWithParam<const char*> {};
-
-TEST_P(ShownOperation, IsThereForOtherModules)
+TEST(PluginSymbols, ShowWhatOtherModulesUseAndNothingElse)
 {
     const std::vector<std::string> symbols = Symbols(Plugin, "--defined-only");
-    EXPECT_TRUE(std::ranges::find(symbols, GetParam()) != symbols.end()) << GetParam();
+    EXPECT_THAT(std::set<std::string>(symbols.begin(), symbols.end()), ::testing::ContainerEq(Shown));
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Operations, ShownOperation,
-    ::testing::Values(
-        "CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin",
-        "CreateBOAZALIMeridiaAccessSettingsUIAddinZALVelmartMeridiaAccessSettingsUIAddin",
-        "fctCreateZALVelmartFindSimilarCmd", "ZALVliHttpUtils::EncodeURLParam(ZALUnicodeString const&)",
-        "ZALVliHttpUtils::SendRequest(ZALCefHttpRequest*, std::function<void (std::vector<char, "
-        "std::allocator<char> > const&)> const&)",
-        "ZALVliHttpUtils::SendRequest(ZALCefHttpRequest*, ZALBaseUnknown*, void "
-        "(ZALBaseUnknown::*)(std::vector<char, std::allocator<char> > const&))",
-        "ZALVliHttpUtils::FormData::FormData()",
-        "ZALVliHttpUtils::FormData::FormData(ZALVliHttpUtils::FormData const&)",
-        "ZALVliHttpUtils::FormData::FormData(ZALVliHttpUtils::FormData&&)",
-        "ZALVliHttpUtils::FormData::operator=(ZALVliHttpUtils::FormData const&)",
-        "ZALVliHttpUtils::FormData::operator=(ZALVliHttpUtils::FormData&&)", "ZALVliHttpUtils::FormData::~FormData()",
-        "ZALVliHttpUtils::FormData::AddParam(ZALUnicodeString const&, ZALUnicodeString const&)",
-        "ZALVliHttpUtils::FormData::AddBinaryFile(ZALUnicodeString const&, ZALUnicodeString const&, "
-        "ZALUnicodeString const&)",
-        "ZALVliHttpUtils::FormData::AddZipFile(ZALUnicodeString const&, ZALUnicodeString const&, "
-        "ZALUnicodeString const&)",
-        "ZALVliHttpUtils::FormData::GenContent(std::__cxx11::basic_string<char, std::char_traits<char>, "
-        "std::allocator<char> >&) const",
-        "ZALVliHttpUtils::FormData::GetContentTypeHeaderValue()",
-        "ZALVelmartIntegrationUtilities::GetJSScript(ZALUnicodeString const&, ZALUnicodeString&)",
-        "ZALVelmartIntegrationUtilities::GetOpiAPIHandlersScript(ZALVelmartIntegrationUtilities::Context, "
-        "ZALUnicodeString&)",
-        "ZALVelmartFileDownloader::GetInstance()", "ZALVelmartFileDownloader::StartDownload(ZALOmxAny const&)",
-        "ZALVelmartFileDownloader::SetTemplatesURLs(ZALOmxAny const&)", "ZALVelmartFileDownloader::CreateItself()",
-        "ZALVelmartFileDownloader::ClassName()", "typeinfo for ZALVelmartFileDownloader",
-        "vtable for ZALVelmartFileDownloader", "ZALVelmartFileDownloadCompleteNotification::ClassName()",
-        "ZALVelmartFileDownloadCompleteNotification::MetaObject()",
-        "ZALVelmartFileDownloadCompleteNotification::GetConcatenedWarningsMessageNLS() const",
-        "typeinfo for ZALVelmartFileDownloadCompleteNotification",
-        "vtable for ZALVelmartFileDownloadCompleteNotification",
-        "ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance()",
-        "ZALVelmartIntegrationEventPublisher::HasJSMessageListeners()",
-        "ZALVelmartIntegrationEventPublisher::SendJSMessage(ZALOmxUTF8String const&)",
-        "typeinfo for ZALVelmartIntegrationEventPublisher", "ZALVelmartIntegrationDebug::Traces",
-        "ZALVelmartIntegrationDebug::Chrono::Start()", "ZALVelmartIntegrationDebug::Chrono::GetElapsed()",
-        "ZALVelmartIntegrationDebug::Chrono::GetElapsedAsString()",
-        "ZALVelmartIntegrationUtilities::GetFileStreamMD5Hash(ZALUnicodeString const&)",
-        "ZALVliTemplateSupportUtilities::StoreTemplatePathes(ZALUnicodeString const&, ZALUnicodeString const&)",
-        "ZALVliTemplateSupportUtilities::GetStoredTemplatePathes(ZALUnicodeString&, ZALUnicodeString&)",
-        "ZALVliTemplateSupportUtilities::SanitizeQ7FileName(ZALUnicodeString const&)",
-        "ZALVliTemplateSupportUtilities::GetTemplatesURL(ZALOmxAny const&, ZALUnicodeString&, "
-        "ZALUnicodeString&, ZALVliTemplateSupportUtilities::PreferredSaveMethod&)",
-        "ZALVliTemplateSupportUtilities::CheckIfQ7FileExists(ZALUnicodeString const&, ZALUnicodeString "
-        "const&, unsigned char&, ZALUnicodeString&)",
-        "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::ZALVliApplyTemplatesOpe()",
-        "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::Run()",
-        "ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe::AddPrdPropertyToReport("
-        "ZALUnicodeString const&, ZALUnicodeString const&)",
-        "vtable for ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe",
-        "typeinfo for ZALVliTemplateSupportUtilities::ZALVliApplyTemplatesOpe"));
 
 // ---------------------------------------------------------------------------------------------
 // Needed

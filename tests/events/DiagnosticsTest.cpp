@@ -1,5 +1,6 @@
 // The trace object and the stopwatch.
 
+#include "tests/support/FailingMemory.h"
 #include "tests/support/HostFixture.h"
 
 #include "events/ZALVelmartIntegrationDebug.h"
@@ -42,6 +43,53 @@ TEST_F(Trace, BuildsNothingWhileItIsOff)
     VL_TRACE("text " << Piece());
     EXPECT_EQ(pieces, 1);
     EXPECT_EQ(Traces(), Texts{"text piece\n"});
+}
+
+/// VL_TRACE with streams that count themselves.
+namespace counted {
+
+int streams = 0;
+
+class ZALOmxTextStream : public ::ZALOmxTextStream {
+public:
+    ZALOmxTextStream() { ++streams; }
+};
+
+void WriteOne()
+{
+    VL_TRACE("one");
+}
+
+} // namespace counted
+
+TEST_F(Trace, MakesAStreamOnlyWhileItIsOn)
+{
+    SwitchTraces("ZALVelmartIntegration", false);
+    counted::WriteOne();
+    EXPECT_EQ(counted::streams, 0);
+    SwitchTraces("ZALVelmartIntegration", true);
+    counted::WriteOne();
+    EXPECT_EQ(counted::streams, 1);
+    EXPECT_EQ(Traces(), Texts{"one\n"});
+}
+
+TEST_F(Trace, IsLostWithoutMemoryAndTheCallerGoesOn)
+{
+    const std::string text(100, 'x');
+    std::size_t before = 0;
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        before = Traces().size();
+        int steps = 0;
+        memory.During([&] {
+            VL_TRACE("text " << text.c_str() << ZALUnicodeString(text.c_str()));
+            ++steps;
+        });
+        EXPECT_EQ(steps, 1);
+        EXPECT_LE(Traces().size(), before + 1);
+    });
+    EXPECT_GE(failures, 4);
+    EXPECT_EQ(Traces().size(), before + 1) << "with memory again";
+    EXPECT_EQ(Traces().back(), "text " + text + text + "\n");
 }
 
 TEST_F(Trace, BuildsNothingWithoutAnActivation)
@@ -146,6 +194,19 @@ TEST(Stopwatch, TellsTheMillisecondsAsAText)
     std::smatch match;
     ASSERT_TRUE(std::regex_match(text, match, std::regex("(0|[1-9][0-9]*) ms"))) << text;
     EXPECT_LE(std::stoll(match[1]), WholeMilliseconds(Clock::now() - started));
+}
+
+TEST(Stopwatch, TellsNothingWithoutMemory)
+{
+    // The clock's own value, before a first start, is too long for the room inside the string.
+    std::string text;
+    WithEachAllocationFailing([&](FailingMemory& memory) {
+        memory.During([&] {
+            const ZALUnicodeString elapsed = Chrono::GetElapsedAsString();
+            text = elapsed.GetLengthInChar() > 0 ? "told" : "";
+        });
+        EXPECT_EQ(text, memory.HasRunOut() ? "" : "told");
+    });
 }
 
 } // namespace

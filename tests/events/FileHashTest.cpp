@@ -3,6 +3,7 @@
 #include "events/FileHash.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/text/Utf.h"
+#include "tests/support/FailingMemory.h"
 
 #include <gtest/gtest.h>
 
@@ -93,6 +94,25 @@ TEST_F(FileHash, OfAFileOf4GiBIsEmpty)
     Put("");
     std::filesystem::resize_file(File(), std::uintmax_t{1} << 32);
     EXPECT_EQ(Hash(), "");
+}
+
+TEST_F(FileHash, WithoutMemoryIsEmptyAndLeavesNoFileOpen)
+{
+    Put("abc");
+    const ZALUnicodeString path(File().c_str());
+    const auto openFiles = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                             std::filesystem::directory_iterator());
+    };
+    Hash(); // the services of the host are there from here on
+    const auto before = openFiles();
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        ZALUnicodeString hash;
+        memory.During([&] { hash = ZALVelmartIntegrationUtilities::GetFileStreamMD5Hash(path); });
+        EXPECT_EQ(openhost::ToUtf8(hash), memory.HasRunOut() ? "" : "900150983cd24fb0d6963f7d28e17f72");
+        EXPECT_EQ(openFiles(), before);
+    });
+    EXPECT_GT(failures, 2);
 }
 
 TEST_F(FileHash, LeavesTheFileAlone)

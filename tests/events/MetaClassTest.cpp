@@ -1,10 +1,14 @@
 // The class records of the module, as the host and other modules see them.
 
+#include "tests/support/FailingMemory.h"
+#include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
 
 #include "dialogs/ZALVelmartDownloadLocationDlg.h"
 #include "dialogs/ZALVelmartDownloadProgressDlg.h"
 #include "dialogs/ZALVelmartFindSimilarUploadProgressDlg.h"
+#include "dialogs/ZALVelmartMeridiaAccessSettingsUIAddin.h"
 #include "download/ZALVLIFullDownload.h"
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
@@ -13,11 +17,30 @@
 #include "openhost/objects/ClassDictionary.h"
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
 
-#include <gtest/gtest.h>
-
 #include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace openhost::testing {
+
+/// Classes that nobody has used before, one for each operation that is their first use.
+class FirstOfMetaObject : public ZALBaseUnknown {
+    VL_DECLARE_META_CLASS
+};
+class FirstOfIsA : public ZALBaseUnknown {
+    VL_DECLARE_META_CLASS
+};
+class FirstOfIsAKindOf : public ZALBaseUnknown {
+    VL_DECLARE_META_CLASS
+};
+class FirstOfClassId : public ZALBaseUnknown {
+    VL_DECLARE_META_CLASS
+};
+VL_DEFINE_META_CLASS(FirstOfMetaObject, ZALBaseUnknown)
+VL_DEFINE_META_CLASS(FirstOfIsA, ZALBaseUnknown)
+VL_DEFINE_META_CLASS(FirstOfIsAKindOf, ZALBaseUnknown)
+VL_DEFINE_META_CLASS(FirstOfClassId, ZALBaseUnknown)
 
 namespace {
 
@@ -29,6 +52,7 @@ struct ModuleClass {
     ZALClassId (*identity)();
     const char* (*className)();
     ZALBaseUnknown* (*create)();
+    ZALBaseUnknown* (*make)(); ///< an object, with a reference
 
     friend std::ostream& operator<<(std::ostream& stream, const ModuleClass& described)
     {
@@ -37,12 +61,25 @@ struct ModuleClass {
 };
 
 template <class T>
-ModuleClass Describe(const char* name, const char* base, bool madeByName = false)
+ZALBaseUnknown* New()
 {
-    return {name, base, madeByName, &T::MetaObject, &T::ClassId, &T::ClassName, &T::CreateItself};
+    return new T;
 }
 
-class ModuleClassRecord : public ::testing::TestWithParam<ModuleClass> {};
+/// With a reference of the test's.
+ZALBaseUnknown* Keep(ZALBaseUnknown* object)
+{
+    object->AddRef();
+    return object;
+}
+
+template <class T>
+ModuleClass Describe(const char* name, const char* base, ZALBaseUnknown* (*make)(), bool madeByName = false)
+{
+    return {name, base, madeByName, &T::MetaObject, &T::ClassId, &T::ClassName, &T::CreateItself, make};
+}
+
+class ModuleClassRecord : public HostFixture, public ::testing::WithParamInterface<ModuleClass> {};
 
 TEST_P(ModuleClassRecord, HasItsNameItsBaseAndTheModule)
 {
@@ -79,45 +116,131 @@ TEST_P(ModuleClassRecord, IsCreatedByNameOnlyWhereThatIsMeant)
     EXPECT_EQ(ClassDictionary::Instance().Knows(GetParam().name), GetParam().madeByName);
 }
 
+TEST_P(ModuleClassRecord, IsThatOfItsObjects)
+{
+    const ModuleClass& expected = GetParam();
+    const Owned<ZALBaseUnknown> object(expected.make());
+    ASSERT_TRUE(object);
+    EXPECT_EQ(object->GetMetaObject(), expected.record());
+    EXPECT_STREQ(object->IsA(), expected.name);
+    EXPECT_EQ(object->IsAKindOf(expected.name), 1);
+    EXPECT_EQ(object->IsAKindOf(expected.base), 1);
+    EXPECT_EQ(object->IsAKindOf("ZALVelmartNothing"), 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Classes, ModuleClassRecord,
     ::testing::Values(
-        Describe<ZALVelmartMeridiaAccessAddin>("ZALVelmartMeridiaAccessAddin", "ZALEventSubscriber", true),
-        Describe<ZALVelmartIntegrationEventPublisher>("ZALVelmartIntegrationEventPublisher", "ZALEventSubscriber",
-                                                      true),
-        Describe<ZALVelmartIntegrationEventSubscriber>("ZALVelmartIntegrationEventSubscriber", "ZALEventSubscriber",
-                                                       true),
-        Describe<ZALVelmartFileDownloader>("ZALVelmartFileDownloader", "ZALCommand"),
-        Describe<ZALVelmartFileDownloadCompleteNotification>("ZALVelmartFileDownloadCompleteNotification",
-                                                             "ZALNotification"),
+        Describe<ZALVelmartMeridiaAccessAddin>("ZALVelmartMeridiaAccessAddin", "ZALEventSubscriber",
+                                               New<ZALVelmartMeridiaAccessAddin>, true),
+        Describe<ZALVelmartMeridiaAccessSettingsUIAddin>("ZALVelmartMeridiaAccessSettingsUIAddin",
+                                                         "ZALIMeridiaAccessSettingsUIAddin",
+                                                         New<ZALVelmartMeridiaAccessSettingsUIAddin>, true),
+        Describe<ZALVelmartIntegrationEventPublisher>(
+            "ZALVelmartIntegrationEventPublisher", "ZALEventSubscriber",
+            [] { return Keep(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance()); }, true),
+        Describe<ZALVelmartIntegrationEventSubscriber>(
+            "ZALVelmartIntegrationEventSubscriber", "ZALEventSubscriber",
+            [] { return Keep(ZALVelmartIntegrationEventSubscriber::GetUniqueSubscriber()); }, true),
+        Describe<ZALVelmartFileDownloader>("ZALVelmartFileDownloader", "ZALCommand",
+                                           [] { return Keep(ZALVelmartFileDownloader::GetInstance()); }),
+        Describe<ZALVelmartFileDownloadCompleteNotification>(
+            "ZALVelmartFileDownloadCompleteNotification", "ZALNotification",
+            []() -> ZALBaseUnknown* {
+                return new ZALVelmartFileDownloadCompleteNotification(
+                    ZALVelmartFileDownloadCompleteNotification::DownloadFailed);
+            }),
         Describe<ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif>(
-            "ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif", "ZALNotification"),
+            "ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif", "ZALNotification",
+            New<ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif>),
         Describe<ZALVelmartDownloadProgressDlg::CANCELNotif>("ZALVelmartDownloadProgressDlg::CANCELNotif",
-                                                             "ZALNotification"),
+                                                             "ZALNotification",
+                                                             New<ZALVelmartDownloadProgressDlg::CANCELNotif>),
         Describe<ZALVelmartFindSimilarUploadProgressDlg::CANCELNotif>(
-            "ZALVelmartFindSimilarUploadProgressDlg::CANCELNotif", "ZALNotification"),
-        Describe<ZALVelmartDownloadLocationDlg::OKNotif>("ZALVelmartDownloadLocationDlg::OKNotif", "ZALNotification"),
+            "ZALVelmartFindSimilarUploadProgressDlg::CANCELNotif", "ZALNotification",
+            New<ZALVelmartFindSimilarUploadProgressDlg::CANCELNotif>),
+        Describe<ZALVelmartDownloadLocationDlg::OKNotif>("ZALVelmartDownloadLocationDlg::OKNotif", "ZALNotification",
+                                                         New<ZALVelmartDownloadLocationDlg::OKNotif>),
         Describe<ZALVelmartDownloadLocationDlg::CANCELNotif>("ZALVelmartDownloadLocationDlg::CANCELNotif",
-                                                             "ZALNotification"),
-        Describe<ZALVelmartDownloadProgressDlg>("ZALVelmartDownloadProgressDlg", "ZALDlgDialog"),
-        Describe<ZALVelmartFindSimilarUploadProgressDlg>("ZALVelmartFindSimilarUploadProgressDlg", "ZALDlgDialog"),
-        Describe<ZALVelmartDownloadLocationDlg>("ZALVelmartDownloadLocationDlg", "ZALDlgDialog"),
-        Describe<ZALVLIFullDownload>("ZALVLIFullDownload", "ZALBaseUnknown")));
+                                                             "ZALNotification",
+                                                             New<ZALVelmartDownloadLocationDlg::CANCELNotif>),
+        Describe<ZALVelmartDownloadProgressDlg>("ZALVelmartDownloadProgressDlg", "ZALDlgDialog",
+                                                [] { return Keep(ZALVelmartDownloadProgressDlg::Create()); }),
+        Describe<ZALVelmartFindSimilarUploadProgressDlg>("ZALVelmartFindSimilarUploadProgressDlg", "ZALDlgDialog",
+                                                         [] {
+                                                             return Keep(
+                                                                 ZALVelmartFindSimilarUploadProgressDlg::Create());
+                                                         }),
+        Describe<ZALVelmartDownloadLocationDlg>("ZALVelmartDownloadLocationDlg", "ZALDlgDialog",
+                                                [] { return Keep(ZALVelmartDownloadLocationDlg::Create()); }),
+        Describe<ZALVLIFullDownload>("ZALVLIFullDownload", "ZALBaseUnknown", []() -> ZALBaseUnknown* {
+            return new ZALVLIFullDownload(std::vector<ZALVLIFullDownload::DownloadItem>());
+        })));
 
-TEST(ModuleObject, TellsItsClass)
+TEST(ModuleObject, OfTheDownloaderIsACommandOfItsName)
 {
-    ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif notification;
-    EXPECT_STREQ(notification.IsA(), "ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif");
-    EXPECT_EQ(notification.IsAKindOf("ZALNotification"), 1);
-    EXPECT_EQ(notification.IsAKindOf("ZALVelmartMeridiaAccessAddin"), 0);
-    EXPECT_EQ(notification.GetMetaObject(), ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif::MetaObject());
-
     ZALVelmartFileDownloader* downloader = ZALVelmartFileDownloader::GetInstance();
-    EXPECT_STREQ(downloader->IsA(), "ZALVelmartFileDownloader");
-    EXPECT_EQ(downloader->IsAKindOf("ZALEventSubscriber"), 1);
-    EXPECT_EQ(downloader->GetMetaObject()->GetBase(), ZALCommand::MetaObject());
     EXPECT_EQ(downloader->GetMode(), 3);
     EXPECT_EQ(downloader->GetName(), ZALString("ZALVelmartFileDownloader"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Without memory
+
+TEST(ModuleClass, HasNoRecordWithoutMemoryAndMakesItAtTheNextUse)
+{
+    const FirstOfMetaObject object;
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        const ZALMetaClass* record = nullptr;
+        memory.During([&] { record = object.GetMetaObject(); });
+        EXPECT_EQ(record != nullptr, !memory.HasRunOut());
+    });
+    EXPECT_GT(failures, 0);
+}
+
+TEST(ModuleClass, TellsItsNameWithoutMemory)
+{
+    const FirstOfIsA object;
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        std::string_view name;
+        memory.During([&] { name = object.IsA(); });
+        EXPECT_EQ(name, "FirstOfIsA");
+    });
+    EXPECT_GT(failures, 0);
+}
+
+TEST(ModuleClass, IsOfNoKindWithoutMemory)
+{
+    const FirstOfIsAKindOf object;
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        int isOne = -1;
+        memory.During([&] { isOne = object.IsAKindOf("FirstOfIsAKindOf"); });
+        EXPECT_EQ(isOne, memory.HasRunOut() ? 0 : 1);
+    });
+    EXPECT_GT(failures, 0);
+}
+
+TEST(ModuleClass, HasItsIdentityWithoutMemory)
+{
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        std::string_view identity;
+        memory.During([&] { identity = FirstOfClassId::ClassId(); });
+        EXPECT_EQ(identity, "FirstOfClassId");
+    });
+    EXPECT_GT(failures, 0);
+}
+
+TEST(ModuleClass, OfTheAddinIsMadeByNameOnceThereIsMemory)
+{
+    Owned<ZALBaseUnknown> addin;
+    const std::string name = "ZALVelmartMeridiaAccessAddin";
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        memory.During([&] { addin.reset(ClassDictionary::Instance().Create(name)); });
+        EXPECT_EQ(addin != nullptr, !memory.HasRunOut());
+    });
+    EXPECT_GT(failures, 0);
+    ASSERT_TRUE(addin);
+    EXPECT_STREQ(addin->IsA(), "ZALVelmartMeridiaAccessAddin");
 }
 
 } // namespace

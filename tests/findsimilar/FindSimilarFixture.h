@@ -28,8 +28,14 @@ public:
     static std::string PartName() { return openhost::ToUtf8(Running()->partName); }
     static std::string VelmartURL() { return openhost::ToUtf8(Running()->velmartURL); }
     static std::string TempFilePath() { return openhost::ToUtf8(Running()->tempFilePath); }
-    static bool IsUploading() { return Running()->uploadRequest != nullptr; }
-    static ZALBaseUnknown* Request() { return Running()->uploadRequest; }
+    static bool IsUploading() { return static_cast<bool>(Running()->uploadRequest); }
+    static ZALBaseUnknown* Request() { return Running()->uploadRequest.Get(); }
+    static HRESULT Save(ZALBaseUnknown* object, ZALUnicodeString& zipPath)
+    {
+        return Running()->SaveAsTempLVR(object, zipPath);
+    }
+    static void OnStatusChange() { Running()->OnOpApiStatusChange(nullptr, nullptr, nullptr); }
+    static void OnPanelClosed() { Running()->OnPanelClosed(nullptr, nullptr, nullptr); }
     static HRESULT Upload(const ZALUnicodeString& filePath, const ZALUnicodeString& uploadURL)
     {
         return Running()->UploadFileInVelmart(filePath, uploadURL, "name");
@@ -123,6 +129,12 @@ protected:
             if (trace.starts_with(start))
                 keys.push_back(trace.substr(start.size(), trace.size() - start.size() - 1));
         return keys;
+    }
+    /// How often commands have asked for their end.
+    std::size_t EndsAskedFor() const
+    {
+        return static_cast<std::size_t>(
+            std::ranges::count(Traces(), "ZALVelmartFindSimilarCmd::RequestDelayedDestruction\n"));
     }
     std::size_t Asked(const std::string& dialog)
     {

@@ -2,11 +2,29 @@
 
 #include "tests/findsimilar/FindSimilarFixture.h"
 
+#include <ostream>
+
 namespace openhost::testing {
 
 namespace {
 
 class FindSimilarStart : public FindSimilarFixture {};
+
+/// Lets a row of a table act on the fixture.
+class EndFixture : public FindSimilarFixture {
+public:
+    using FindSimilarFixture::cad_;
+    using FindSimilarFixture::leaf_;
+    using FindSimilarFixture::Loop;
+    using FindSimilarFixture::OpenReadyPanel;
+    using FindSimilarFixture::Reply;
+    using FindSimilarFixture::ReportReady;
+    using FindSimilarFixture::Start;
+    using FindSimilarFixture::StartUpload;
+    using FindSimilarFixture::Surface;
+    using FindSimilarFixture::Transport;
+    using FindSimilarFixture::Zip;
+};
 
 // ---------------------------------------------------------------------------------------------
 // One at a time
@@ -228,6 +246,28 @@ TEST_F(FindSimilarStart, NamesTheUploadByTheAliasOfASelectedReferenceProduct)
     EXPECT_EQ(Command::PartName(), "Self");
 }
 
+TEST_F(FindSimilarStart, NamesTheUploadPartLVRWithoutAReferenceProduct)
+{
+    leaf_->offersAlias = true;
+    leaf_->alias = "Leaf.1";
+    StartUpload();
+    EXPECT_EQ(Command::PartName(), "PartLVR");
+}
+
+TEST_F(FindSimilarStart, LooksForNameAndDisplayOnceTheUserHasBeenWarned)
+{
+    OpenReadyPanel();
+    leaf_->isReference = leaf_->offersAlias = true;
+    leaf_->alias = "Before";
+    Loop().Post([this] {
+        EXPECT_TRUE(cad_.calls.empty());
+        leaf_->alias = "After";
+    });
+    Start();
+    EXPECT_EQ(Command::PartName(), "After");
+    EXPECT_EQ(cad_.calls.size(), 1U);
+}
+
 TEST_F(FindSimilarStart, NamesTheUploadByTheAliasOfAnObjectThatIsNoProduct)
 {
     leaf_->offersProduct = false;
@@ -293,6 +333,24 @@ TEST_F(FindSimilarStart, FailsWhenTheLightFileCannotBeWrittenAndLeavesWhatStands
     EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : E_FAIL : "));
     EXPECT_EQ(Read(LightFile()), "of before");
     EXPECT_FALSE(std::filesystem::exists(Zip()));
+}
+
+TEST_F(FindSimilarStart, LeavesThePathAloneWhenTheExportFails)
+{
+    StartUpload();
+    const std::string trace = "ZALVelmartFindSimilarCmd::SaveAsTempLVR : E_FAIL : ";
+    const auto pathAfterFailure = [this] {
+        ZALUnicodeString path = "before";
+        EXPECT_EQ(Command::Save(leaf_, path), E_FAIL);
+        return ToUtf8(path);
+    };
+    cad_.lightFileResult = 1;
+    EXPECT_EQ(pathAfterFailure(), "before");
+    leaf_->hasRepresentation = false;
+    EXPECT_EQ(pathAfterFailure(), "before");
+    leaf_->offersDisplay = false;
+    EXPECT_EQ(pathAfterFailure(), "before");
+    EXPECT_EQ(std::ranges::count(Traces(), trace + "before\n"), 3);
 }
 
 TEST_F(FindSimilarStart, LeavesTheZipFileAndNoLightFile)
@@ -449,6 +507,46 @@ TEST_F(FindSimilarStart, FailsInAPanelWithoutTheAddin)
         AddinClass, []() -> ZALBaseUnknown* { return new ZALVelmartMeridiaAccessAddin; }, "creation");
 }
 
+/// What stands in for the addin under its name: another class, with the same interface.
+class OtherAddin : public ZALIMeridiaAccessDialogAddin {
+public:
+    HRESULT SetAccessDialog(ZALIMeridiaAccessDialog*) override { return S_OK; }
+    HRESULT OnPageUrl(const ZALUnicodeString&) override { return S_OK; }
+    HRESULT OnJSMessage(const ZALUnicodeString&) override { return S_OK; }
+};
+
+TEST_F(FindSimilarStart, FailsInAPanelWhoseAddinIsOfAnotherClass)
+{
+    ClassDictionary& dictionary = ClassDictionary::Instance();
+    dictionary.RemoveCreation(AddinClass);
+    dictionary.AddCreation(
+        AddinClass, []() -> ZALBaseUnknown* { return new OtherAddin; }, "creation");
+    Start();
+    EXPECT_EQ(Errors(), Texts{"UnableToRetrieveVLAddin"});
+    EXPECT_TRUE(HasEnded());
+    ZALBaseUnknown* addin = nullptr;
+    ASSERT_EQ(Panel::Current()->GetAddin(AddinClass, &addin), S_OK);
+    EXPECT_EQ(ReferencesOf(addin), 3U) << "two of the panel, one of this test";
+    addin->Release();
+    EXPECT_TRUE(SubscribersOf(ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher(),
+                              ZALDlgWindCloseNotification::ClassName())
+                    .empty());
+    dictionary.RemoveCreation(AddinClass);
+    dictionary.AddCreation(
+        AddinClass, []() -> ZALBaseUnknown* { return new ZALVelmartMeridiaAccessAddin; }, "creation");
+}
+
+TEST_F(FindSimilarStart, GoesOnWaitingWhenThePanelDoesNotTakeTheAddress)
+{
+    Panel::Open();
+    Page().takesUrls = false;
+    Start();
+    EXPECT_FALSE(HasEnded());
+    EXPECT_TRUE(Errors().empty());
+    ReportReady();
+    EXPECT_TRUE(Command::IsUploading());
+}
+
 TEST_F(FindSimilarStart, UploadsAtOnceWhenThePageIsReady)
 {
     StartUpload();
@@ -503,6 +601,16 @@ TEST_F(FindSimilarStart, EndsWithItsUploadWhenThePageIsReadyOnceMore)
     EXPECT_FALSE(Transport().At(0).IsRunning());
     EXPECT_EQ(Transport().Count(), 1U);
     EXPECT_EQ(Errors().size(), 1U);
+}
+
+TEST_F(FindSimilarStart, EndsInSilenceWithItsUploadWhenThePageTakesNoMoreUploads)
+{
+    StartUpload();
+    ReportReady("");
+    EXPECT_EQ(EndsAskedFor(), 1U);
+    EXPECT_TRUE(HasEnded());
+    EXPECT_TRUE(Errors().empty());
+    EXPECT_FALSE(Transport().Last().IsRunning());
 }
 
 TEST_F(FindSimilarStart, EndsInSilenceWhenTheHostEndsItBeforeThePageIsReady)
@@ -575,13 +683,117 @@ TEST_F(FindSimilarStart, ShowsNoEmptyError)
     EXPECT_TRUE(HasEnded());
 }
 
-TEST_F(FindSimilarStart, TracesItsEndOnceForEachTimeThatItIsAskedFor)
+/// An end of the command, and how often it asks for it.
+struct WayToEnd {
+    const char* name;
+    void (*go)(EndFixture& on);
+    std::size_t ends = 1;
+
+    friend std::ostream& operator<<(std::ostream& stream, const WayToEnd& way) { return stream << way.name; }
+};
+
+class FindSimilarEnd : public EndFixture, public ::testing::WithParamInterface<WayToEnd> {};
+
+TEST_P(FindSimilarEnd, IsAskedForByTheCommandItself)
 {
-    ZALFrmEditor::GetCurrentEditor()->GetCSO()->Empty();
-    Start();
-    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::RequestDelayedDestruction"));
-    EXPECT_TRUE(HasEnded());
+    GetParam().go(*this);
+    Loop().RunUntilIdle();
+    EXPECT_EQ(EndsAskedFor(), GetParam().ends);
+    EXPECT_EQ(Command::Running(), nullptr);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Ways, FindSimilarEnd,
+    ::testing::Values(WayToEnd{"AlreadyRunning",
+                               [](EndFixture& on) {
+                                   on.StartUpload();
+                                   on.Start();
+                               }},
+                      WayToEnd{"NoSelection",
+                               [](EndFixture& on) {
+                                   ZALFrmEditor::GetCurrentEditor()->GetCSO()->Empty();
+                                   on.Start();
+                               }},
+                      WayToEnd{"Declined",
+                               [](EndFixture& on) {
+                                   on.Surface().Answer("UploadWarningPopup", 4);
+                                   on.Start();
+                               }},
+                      WayToEnd{"NoDisplay",
+                               [](EndFixture& on) {
+                                   on.leaf_->offersDisplay = false;
+                                   on.Start();
+                               }},
+                      WayToEnd{"NoZipFile",
+                               [](EndFixture& on) {
+                                   std::filesystem::create_directory(on.Zip());
+                                   on.Start();
+                               }},
+                      WayToEnd{"TooLarge",
+                               [](EndFixture& on) {
+                                   std::string noise(11'000'000, '\0');
+                                   std::uint32_t state = 1;
+                                   for (char& byte : noise)
+                                       byte = static_cast<char>((state = state * 1664525 + 1013904223) >> 24);
+                                   on.cad_.lightFileContent = noise;
+                                   on.Start();
+                               }},
+                      WayToEnd{"NoAddin",
+                               [](EndFixture& on) {
+                                   ClassDictionary::Instance().RemoveCreation(AddinClass);
+                                   on.Start();
+                                   ClassDictionary::Instance().AddCreation(
+                                       AddinClass, []() -> ZALBaseUnknown* { return new ZALVelmartMeridiaAccessAddin; },
+                                       "creation");
+                               }},
+                      WayToEnd{"NoUploadAddress",
+                               [](EndFixture& on) {
+                                   on.OpenReadyPanel("");
+                                   on.Start();
+                               }},
+                      WayToEnd{"NoUploadAddressLater",
+                               [](EndFixture& on) {
+                                   on.Start();
+                                   on.ReportReady("");
+                               }},
+                      WayToEnd{"Refused",
+                               [](EndFixture& on) {
+                                   on.OpenReadyPanel();
+                                   on.Transport().RefuseNext();
+                                   on.Start();
+                               }},
+                      WayToEnd{"ReadyOnceMore",
+                               [](EndFixture& on) {
+                                   on.StartUpload();
+                                   on.ReportReady();
+                                   on.Loop().RunUntilIdle();
+                               }},
+                      WayToEnd{"PanelClosed",
+                               [](EndFixture& on) {
+                                   on.Start();
+                                   Panel::Close();
+                               }},
+                      WayToEnd{"PanelClosedInTheUpload",
+                               [](EndFixture& on) {
+                                   on.StartUpload();
+                                   Panel::Close();
+                               },
+                               2},
+                      WayToEnd{"Answered",
+                               [](EndFixture& on) {
+                                   on.StartUpload();
+                                   on.Reply(R"({"data":{"query":"q"}})");
+                               }},
+                      WayToEnd{"AnsweredBadly",
+                               [](EndFixture& on) {
+                                   on.StartUpload();
+                                   on.Reply("nonsense");
+                               }},
+                      WayToEnd{"AnsweredWithoutAPanel", [](EndFixture& on) {
+                                   on.StartUpload();
+                                   Panel::End();
+                                   on.Reply(R"({"data":{"query":"q"}})");
+                               }}));
 
 } // namespace
 

@@ -107,6 +107,33 @@ TEST_F(FindSimilarUpload, TracesWhatItPostsAndTheTimeItTook)
               60'000U);
 }
 
+TEST_F(FindSimilarUpload, TracesItsStepsInTheirOrder)
+{
+    const auto stepsSince = [this](std::size_t start) {
+        const std::string prefix = "ZALVelmartFindSimilarCmd::";
+        Texts steps;
+        for (std::size_t index = start; index < Traces().size(); ++index) {
+            const std::string& trace = Traces()[index];
+            // Up to the value, after which texts differ from run to run.
+            if (trace.starts_with(prefix))
+                steps.push_back(trace.substr(prefix.size(), trace.find_first_of(":\n", prefix.size()) - prefix.size()));
+        }
+        for (std::string& step : steps)
+            if (step.starts_with("OnUploadRequestComplete in "))
+                step = "OnUploadRequestComplete in";
+        return steps;
+    };
+    OpenReadyPanel();
+    std::size_t start = Traces().size();
+    Start();
+    EXPECT_EQ(stepsSince(start), (Texts{"SaveAsTempLVR ", "UsedVelmartURL ", "UploadFileInVelmart, Post ",
+                                        "UploadFileInVelmart, PostSize "}));
+    start = Traces().size();
+    Reply("nonsense");
+    EXPECT_EQ(stepsSince(start), (Texts{"OnUploadRequestComplete in", "OnUploadRequestComplete response ",
+                                        "NotifyErrorMessage ", "RequestDelayedDestruction"}));
+}
+
 TEST_F(FindSimilarUpload, MeasuresNoTimeWhileTheTraceIsOff)
 {
     SwitchTraces(false);
@@ -276,6 +303,16 @@ INSTANTIATE_TEST_SUITE_P(Replies, BadReply,
                                            "null", "{}", R"({"data":7})", R"({"data":null})", R"({"data":[]})",
                                            R"({"data":{}})", R"({"query":"q"})", R"({"Data":{"query":"q"}})",
                                            R"({"data":{"Query":"q"}})", "{\"data\":{\"query\":\"\xFF\"}}"));
+
+TEST_F(FindSimilarUpload, TakesNoReplyInAnotherEncodingThanUtf8)
+{
+    StartUpload();
+    Reply("{\"data\":{\"query\":\"B\xFCgel\"}}");
+    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    Start();
+    Reply("{\"data\":{\"query\":\"B\xC3\xBCgel\"}}");
+    EXPECT_EQ(Page().Scripts(), Texts{"OpApi.sendMessage('search', {query: 'B\xC3\xBCgel'});"});
+}
 
 TEST_F(FindSimilarUpload, ReadsTheReplyToItsLastByte)
 {

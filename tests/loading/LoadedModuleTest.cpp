@@ -264,18 +264,26 @@ TEST_F(PluginFile, HashesAFileForOtherModules)
 
 TEST_F(PluginFile, KeepsNoPathOfATemplateAtFirst)
 {
+    const ZALUnicodeString part((Folder() / "part").c_str());
+    const ZALUnicodeString product((Folder() / "product").c_str());
+    for (const char* name : {"part", "product"})
+        std::ofstream(Folder() / name) << "template";
     for (int load = 0; load < 2; ++load) {
         Load();
-        const auto* part = Find<ZALUnicodeString>("_ZN30ZALVliTemplateSupportUtilities22StoredPartTemplatePathE");
-        const auto* product = Find<ZALUnicodeString>("_ZN30ZALVliTemplateSupportUtilities25StoredProductTemplatePathE");
+        const auto give = Find<HRESULT(ZALUnicodeString&, ZALUnicodeString&)>(
+            "_ZN30ZALVliTemplateSupportUtilities23GetStoredTemplatePathesER16ZALUnicodeStringS1_");
         const auto store = Find<HRESULT(const ZALUnicodeString&, const ZALUnicodeString&)>(
             "_ZN30ZALVliTemplateSupportUtilities19StoreTemplatePathesERK16ZALUnicodeStringS2_");
-        ASSERT_TRUE(part && product && store);
-        EXPECT_EQ(*part, ZALUnicodeString());
-        EXPECT_EQ(*product, ZALUnicodeString());
-        store("part", "product");
-        EXPECT_EQ(*part, ZALUnicodeString("part"));
-        EXPECT_EQ(*product, ZALUnicodeString("product"));
+        ASSERT_TRUE(give && store);
+        ZALUnicodeString storedPart;
+        ZALUnicodeString storedProduct;
+        EXPECT_EQ(give(storedPart, storedProduct), S_OK);
+        EXPECT_EQ(storedPart, ZALUnicodeString());
+        EXPECT_EQ(storedProduct, ZALUnicodeString());
+        EXPECT_EQ(store(part, product), S_OK);
+        EXPECT_EQ(give(storedPart, storedProduct), S_OK);
+        EXPECT_EQ(storedPart, part);
+        EXPECT_EQ(storedProduct, product);
         Unload();
     }
 }
