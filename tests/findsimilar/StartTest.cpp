@@ -18,6 +18,7 @@ public:
     using FindSimilarFixture::Loop;
     using FindSimilarFixture::OpenReadyPanel;
     using FindSimilarFixture::Reply;
+    using FindSimilarFixture::ReportOver;
     using FindSimilarFixture::ReportReady;
     using FindSimilarFixture::Start;
     using FindSimilarFixture::StartUpload;
@@ -102,6 +103,27 @@ TEST_F(FindSimilarStart, HoldsTheObjectWhileTheUserIsWarned)
     Start();
     EXPECT_EQ(Command::PartName(), "Bolt");
     EXPECT_EQ(weak.GetComponent(), nullptr);
+}
+
+/// An object that does not say that it is one.
+class Unasked : public ScriptedProduct {
+public:
+    using ScriptedProduct::ScriptedProduct;
+    int IsAKindOf(const char* className) const override
+    {
+        return std::string(className) == "ZALBaseUnknown" ? 0 : ScriptedProduct::IsAKindOf(className);
+    }
+};
+
+TEST_F(FindSimilarStart, TakesTheSelectedObjectForWhatItIs)
+{
+    OpenReadyPanel();
+    auto* part = new Unasked(cad_, "Part");
+    Select(*part);
+    Start();
+    EXPECT_TRUE(Errors().empty());
+    EXPECT_EQ(ReferencesOf(part), 2U) << "the selection's and this test's";
+    part->Release();
 }
 
 TEST_F(FindSimilarStart, WithoutASelectionFails)
@@ -606,6 +628,7 @@ TEST_F(FindSimilarStart, EndsWithItsUploadWhenThePageIsReadyOnceMore)
 TEST_F(FindSimilarStart, EndsInSilenceWithItsUploadWhenThePageTakesNoMoreUploads)
 {
     StartUpload();
+    ReportOver();
     ReportReady("");
     EXPECT_EQ(EndsAskedFor(), 1U);
     EXPECT_TRUE(HasEnded());
@@ -765,6 +788,7 @@ INSTANTIATE_TEST_SUITE_P(
                       WayToEnd{"ReadyOnceMore",
                                [](EndFixture& on) {
                                    on.StartUpload();
+                                   on.ReportOver();
                                    on.ReportReady();
                                    on.Loop().RunUntilIdle();
                                }},

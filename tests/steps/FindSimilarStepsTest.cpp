@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <set>
+
 namespace openhost::testing {
 
 namespace {
@@ -27,11 +29,20 @@ protected:
     }
     ~FindSimilarSteps() override
     {
+        Asked().onCall = {};
         EndStartedCommands();
         Panel::End();
         Loop().RunUntilIdle();
     }
 
+    /// Collects calls by their first words as they are made, the ends of windows among them.
+    static std::function<void(const std::string&)> CollectInto(Texts& calls, const Texts& words)
+    {
+        return [&calls, words](const std::string& call) {
+            if (std::ranges::count(words, call.substr(0, call.find(' '))))
+                calls.push_back(call);
+        };
+    }
     static Texts FileCalls() { return Calls({"open", "size", "read", "close"}); }
     static Texts ExportCalls() { return Calls({"write", "zip", "delete", "open"}); }
     static Texts WaitCalls() { return Calls({"wait", "hear"}); }
@@ -178,7 +189,147 @@ TEST_F(FindSimilarSteps, EndInSilenceWithoutMemoryForTheRequest)
 }
 
 // ---------------------------------------------------------------------------------------------
+// The panel
+
+/// A panel that gives what a test lets it give.
+class ScriptedPanel : public ZALIMeridiaAccessDialog {
+public:
+    HRESULT ExecuteScript(const ZALUnicodeString&) override { return S_OK; }
+    HRESULT LoadUrl(const ZALUnicodeString& url) override
+    {
+        urls.push_back(ToUtf8(url));
+        return S_OK;
+    }
+    HRESULT GetAddin(const ZALString& className, ZALBaseUnknown** given) override
+    {
+        names.insert(className.CastToCharPtr());
+        *given = addin;
+        if (addin)
+            addin->AddRef();
+        return result;
+    }
+
+    ZALBaseUnknown* addin = nullptr; ///< the test's
+    HRESULT result = S_OK;
+    std::set<std::string> names; ///< that were asked for
+    Texts urls;
+};
+
+class FindSimilarPanelSteps : public FindSimilarSteps {
+protected:
+    FindSimilarPanelSteps()
+    {
+        panel_->addin = addin_.get();
+        Asked().panel = panel_.get();
+    }
+    ~FindSimilarPanelSteps() override
+    {
+        Asked().onCall = {};
+        EndStartedCommands();
+        Loop().RunUntilIdle();
+        EXPECT_EQ(ReferencesOf(addin_.get()), 1U);
+        EXPECT_EQ(ReferencesOf(panel_.get()), 1U);
+        Asked().panel = nullptr;
+    }
+
+    const Owned<ZALVelmartMeridiaAccessAddin> addin_{new ZALVelmartMeridiaAccessAddin};
+    const Owned<ScriptedPanel> panel_{new ScriptedPanel};
+};
+
+TEST_F(FindSimilarPanelSteps, TakeTheAddinThatIsGivenWhateverTheResult)
+{
+    for (const HRESULT result : {S_OK, S_FALSE, E_FAIL}) {
+        SCOPED_TRACE(result);
+        panel_->result = result;
+        panel_->urls.clear();
+        Start();
+        EXPECT_EQ(panel_->urls.size(), 1U);
+        EXPECT_EQ(SubscribersOf(addin_.get(), "ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif").size(), 1U);
+        EndStartedCommands();
+        EXPECT_TRUE(HasEnded());
+    }
+    EXPECT_THAT(Errors(), IsEmpty());
+    EXPECT_THAT(panel_->names, ElementsAre("ZALVelmartMeridiaAccessAddin"));
+}
+
+TEST_F(FindSimilarPanelSteps, EndWithAPanelThatGivesNoAddinThoughItSaysSo)
+{
+    panel_->addin = nullptr;
+    Start();
+    EXPECT_THAT(Errors(), ElementsAre("UnableToRetrieveVLAddin"));
+    EXPECT_TRUE(HasEnded());
+    EXPECT_THAT(panel_->urls, IsEmpty());
+}
+
+TEST_F(FindSimilarPanelSteps, EndWithAnAddinOfAnotherClass)
+{
+    panel_->addin = panel_.get();
+    Start();
+    EXPECT_THAT(Errors(), ElementsAre("UnableToRetrieveVLAddin"));
+    EXPECT_TRUE(HasEnded());
+}
+
+// ---------------------------------------------------------------------------------------------
+// The request
+
+TEST_F(FindSimilarSteps, FillTheRequestInItsOrderAndSendIt)
+{
+    Start();
+    Calls();
+    ReportReady();
+    EXPECT_THAT(Calls({"open", "field", "body", "send", "wait"}),
+                ElementsAre(Opening("rb"), "field Accept: application/json, text/javascript, */*; q=0.01",
+                            "field X-Requested-With: XMLHttpRequest", StartsWith("field Content-Length: "),
+                            "field Content-Type: multipart/form-data; boundary=----WebKitFormBoundaryA9TZlwqNn7lCilAD",
+                            StartsWith("body of "), "send", "wait 1000"));
+}
+
+// ---------------------------------------------------------------------------------------------
 // Waiting, and the end
+
+TEST_F(FindSimilarSteps, LetGoOfEverythingBeforeTheyReadTheReply)
+{
+    StartUpload();
+    Command::ShowUploadProgress(Command::Running(), nullptr);
+    const ZALBaseUnknown_WR request(Command::Request());
+    Texts calls;
+    Asked().onCall = [&, collect = CollectInto(calls, {"wait", "end", "parse"})](const std::string& call) {
+        if (call == "wait no more") {
+            EXPECT_FALSE(Command::IsUploading());
+            EXPECT_EQ(request.GetComponent(), nullptr);
+        }
+        collect(call);
+    };
+    Transport().Last().End();
+    EXPECT_THAT(calls, ElementsAre("wait no more", "end ZALVelmartFindSimilarUploadProgressDlg", "parse",
+                                   "end FileDownloadErrorNotify"));
+}
+
+TEST_F(FindSimilarSteps, EndInTheirOrder)
+{
+    StartUpload();
+    Command::ShowUploadProgress(Command::Running(), nullptr);
+    Texts calls;
+    Asked().onCall = [&, collect = CollectInto(calls, {"wait", "hear", "end"})](const std::string& call) {
+        if (call == NoMoreOfTheAddin) {
+            EXPECT_EQ(Command::Running(), nullptr);
+            EXPECT_FALSE(Transport().Last().IsRunning());
+        }
+        collect(call);
+    };
+    EndStartedCommands();
+    EXPECT_TRUE(HasEnded());
+    EXPECT_THAT(calls, ElementsAre(NoMoreOfTheAddin, NoMoreOfThePanel(), "wait no more",
+                                   "end ZALVelmartFindSimilarUploadProgressDlg"));
+}
+
+TEST_F(FindSimilarSteps, EndTheWarningOnceItIsAnswered)
+{
+    Texts calls;
+    Asked().onCall = CollectInto(calls, {"end", "write"});
+    Start();
+    EXPECT_THAT(calls, ElementsAre("end UploadWarningPopup", Writing()));
+}
 
 TEST_F(FindSimilarSteps, WaitASecondOnceTheUploadHasBeenSent)
 {

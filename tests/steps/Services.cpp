@@ -5,6 +5,7 @@
 #include "host/dialogs.h"
 #include "host/frame.h"
 #include "host/hash.h"
+#include "host/http.h"
 #include "host/json.h"
 #include "host/visualization.h"
 #include "openhost/text/Utf.h"
@@ -20,8 +21,16 @@ namespace openhost::testing {
 
 namespace {
 
+/// A call that is seen as it is made, and not kept.
+void Show(const std::string& call)
+{
+    if (const auto& onCall = CurrentServices().onCall)
+        onCall(call);
+}
+
 void Note(std::string call)
 {
+    Show(call);
     CurrentServices().calls.push_back(std::move(call));
 }
 
@@ -168,6 +177,7 @@ using openhost::testing::RecordedApplication;
 using openhost::testing::RecordedHeader;
 using openhost::testing::Registered;
 using openhost::testing::Services;
+using openhost::testing::Show;
 using openhost::testing::TheHostsOwn;
 
 HRESULT CreateZALIVelmartIntegrationSettingAtt(ZALIVelmartIntegrationSettingAtt** settings)
@@ -363,6 +373,56 @@ int ZALUnicodeString::SearchSubString(const ZALUnicodeString& fragment, int star
     Note("search " + Quote(fragment) + " from " + std::to_string(start) + " in mode " + std::to_string(mode));
     const std::size_t found = text_.find(fragment.text_, static_cast<std::size_t>(start));
     return found == std::u16string::npos ? -1 : static_cast<int>(found);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Requests, windows and the panel, which the host takes as well
+
+void ZALCefHttpHeaderMap::AddValue(const ZALUnicodeString& name, const ZALUnicodeString& value)
+{
+    Note("field " + ToUtf8(name) + ": " + ToUtf8(value));
+    static auto* const add = TheHostsOwn<void(ZALCefHttpHeaderMap*, const ZALUnicodeString&, const ZALUnicodeString&)>(
+        "_ZN19ZALCefHttpHeaderMap8AddValueERK16ZALUnicodeStringS2_");
+    add(this, name, value);
+}
+
+void ZALCefHttpBody::SetContents(const void* bytes, std::size_t length)
+{
+    Note("body of " + std::to_string(length));
+    static auto* const set =
+        TheHostsOwn<void(ZALCefHttpBody*, const void*, std::size_t)>("_ZN14ZALCefHttpBody11SetContentsEPKvm");
+    set(this, bytes, length);
+}
+
+bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
+{
+    Note("send");
+    static auto* const send = TheHostsOwn<bool(ZALCefHttpRequest*, ZALCefHttpDataHandler*)>(
+        "_ZN17ZALCefHttpRequest4SendEP21ZALCefHttpDataHandler");
+    return send(this, handler);
+}
+
+void ZALDialog::RequestDelayedDestruction()
+{
+    Show(std::string("end ") + GetName().CastToCharPtr());
+    static auto* const end = TheHostsOwn<void(ZALDialog*)>("_ZN9ZALDialog25RequestDelayedDestructionEv");
+    end(this);
+}
+
+ZALIMeridiaAccessDialog_var ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog()
+{
+    static auto* const current =
+        TheHostsOwn<ZALIMeridiaAccessDialog_var()>("_ZN24ZALMeridiaAccessServices29GetCurrentMeridiaAccessDialogEv");
+    ZALIMeridiaAccessDialog* panel = CurrentServices().panel;
+    return panel ? ZALIMeridiaAccessDialog_var(panel) : current();
+}
+
+ZALIMeridiaAccessDialog_var ZALMeridiaAccessServices::GetOrCreateMeridiaAccessDialog()
+{
+    static auto* const open =
+        TheHostsOwn<ZALIMeridiaAccessDialog_var()>("_ZN24ZALMeridiaAccessServices30GetOrCreateMeridiaAccessDialogEv");
+    ZALIMeridiaAccessDialog* panel = CurrentServices().panel;
+    return panel ? ZALIMeridiaAccessDialog_var(panel) : open();
 }
 
 // ---------------------------------------------------------------------------------------------

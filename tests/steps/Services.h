@@ -4,11 +4,13 @@
 
 #include "host/cad.h"
 #include "host/files.h"
+#include "host/panel.h"
 #include "host/settings.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/Objects.h"
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -41,7 +43,8 @@ public:
 };
 
 struct Services {
-    Texts calls; ///< in order, such as "open /file rb"
+    Texts calls;                                         ///< in order, such as "open /file rb"
+    std::function<void(const std::string& call)> onCall; ///< sees each of them as it is made
 
     // Files: one is open under the handle once it has been opened.
 
@@ -84,6 +87,8 @@ struct Services {
     int bitsOfTheHost = 0; ///< in the kind of each value
 
     Owned<RecordedSettings> settings{new RecordedSettings};
+
+    ZALIMeridiaAccessDialog* panel = nullptr; ///< the panel of the session in place of the host's; the test's
 
     bool hasHeader = true; ///< whether there is the one command header
     int headerAnswer = 0;  ///< whether it is available
