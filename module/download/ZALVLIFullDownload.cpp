@@ -5,6 +5,10 @@
 #include "events/ZALVelmartIntegrationDebug.h"
 #include "host/dialog_engine.h"
 #include "host/system.h"
+#include "objects/Hold.h"
+
+#include <new>
+#include <utility>
 
 VL_DEFINE_META_CLASS(ZALVLIFullDownload, ZALBaseUnknown)
 
@@ -12,87 +16,82 @@ ZALVLIFullDownload::ZALVLIFullDownload(std::vector<DownloadItem> items) : Items(
 
 ZALVLIFullDownload::~ZALVLIFullDownload()
 {
-    HttpRequest.reset();
+    HttpRequest = {};
     // The dialog belongs to the host and is not ended here.
-    if (ProgressDlg)
-        ProgressDlg->Release();
+    ProgressDlg = {};
 }
 
 void ZALVLIFullDownload::Start(DownloadCompleteCallback callback)
 {
+    // Held meanwhile, because the function may put another download in this one's place.
+    const auto held = Hold(this);
     CompleteCallback = std::move(callback);
     CurrentIndex = 0;
-
-    if (!Items.empty() && SUCCEEDED(RequestNextFile(Items.front().Url)))
-        return;
-
-    EndProgressDlg();
-    // Held during the call, which may put another download in this one's place.
-    AddRef();
-    CompleteCallback(ZALVelmartFileDownloadCompleteNotification::DownloadFailed, Results);
-    Release();
+    try {
+        if (Items.empty() || FAILED(RequestNextFile(Items.front().Url)))
+            Complete(ZALVelmartFileDownloadCompleteNotification::DownloadFailed);
+    } catch (const std::bad_alloc&) {
+        CompleteWithoutMemory();
+    }
 }
 
 HRESULT ZALVLIFullDownload::RequestNextFile(const ZALUnicodeString& url)
 {
-    HttpRequest = std::make_unique<ZALCefHttpRequest>("GET", url);
+    HttpRequest = ZALInterfaceHandle<ZALCefHttpRequest>::Take(new ZALCefHttpRequest("GET", url));
     HttpRequest->GetHeaderMap().AddValue("Accept", "*/*");
 
-    auto* handler = new ZALVelmartDownloadDataHandler(
-        this, static_cast<ZALVelmartDownloadDataHandler::CompleteMethod>(&ZALVLIFullDownload::OnFileDownloaded));
+    const auto handler = ZALInterfaceHandle<ZALVelmartDownloadDataHandler>::Take(new ZALVelmartDownloadDataHandler(
+        this, static_cast<ZALVelmartDownloadDataHandler::CompleteMethod>(&ZALVLIFullDownload::OnFileDownloaded)));
 
-    const bool sent = HttpRequest->Send(handler);
+    if (!HttpRequest->Send(handler.Get()))
+        return E_FAIL;
 
-    if (sent && ShowProgress && !ProgressDlg) {
-        ProgressDlg = ZALVelmartDownloadProgressDlg::Create();
-        if (ProgressDlg) {
-            // Held, because the host may end it with its parent before the transfers.
-            ProgressDlg->AddRef();
-            // Nothing here can be cancelled.
+    if (ShowProgress && !ProgressDlg) {
+        // Held, because the host may end it with its parent before the transfers.
+        ProgressDlg = Hold(ZALVelmartDownloadProgressDlg::Create());
+        // Nothing here can be cancelled.
+        if (ProgressDlg)
             ProgressDlg->SetSensitivity(ZALDlgInsensitive);
-        }
     }
 
-    if (const ZALRecord* recorder = ZALRecord::GetMain();
-        sent && recorder && (recorder->IsCapture() || recorder->IsReplay()))
+    if (const ZALRecord* recorder = ZALRecord::GetMain(); recorder && (recorder->IsCapture() || recorder->IsReplay()))
         ZALSleep(2000);
 
-    handler->Release();
-    return sent ? S_OK : E_FAIL;
+    return S_OK;
 }
 
 void ZALVLIFullDownload::OnFileDownloaded(const ZALUnicodeString& path)
-{
+try {
     const int status = HttpRequest ? HttpRequest->GetStatus() : ZALHttpStatusFailed;
-    HttpRequest.reset();
+    // A copy, because `path` may end with the request.
+    const ZALUnicodeString file = path;
+    HttpRequest = {};
 
     if (status == ZALHttpStatusFailed) {
-        EndProgressDlg();
-        CompleteCallback(ZALVelmartFileDownloadCompleteNotification::DownloadFailed, Results);
+        Complete(ZALVelmartFileDownloadCompleteNotification::DownloadFailed);
         return;
     }
 
     if (status == ZALHttpStatusCancelled) {
-        EndProgressDlg();
-        CompleteCallback(ZALVelmartFileDownloadCompleteNotification::DownloadCanceled, Results);
+        Complete(ZALVelmartFileDownloadCompleteNotification::DownloadCanceled);
         return;
     }
 
     const DownloadItem& item = Items[static_cast<std::size_t>(CurrentIndex)];
     ZALListValZALUnicodeString files;
 
-    const ZALUnicodeString extension = GetFileExtensionName(path);
+    const ZALUnicodeString extension = GetFileExtensionName(file);
     if (extension.Compare("zip") != ZALTextsDiffer) {
         // Without a question: what stands there is replaced.
-        ExtractFiles(path, item.DestinationFolder, files);
+        ExtractFiles(file, item.DestinationFolder, files);
     } else {
         ZALUnicodeString target = item.DestinationFolder;
         ZALMakePath(target, ZALUnicodeString(item.Key));
         if (extension.GetLengthInChar() > 0)
             target += "." + extension;
-        if (target.Compare(path) == ZALTextsDiffer) {
+        if (target.Compare(file) == ZALTextsDiffer) {
             ZALDeleteFile(target);
-            ZALRenameFile(path.ConvertToChar(), target.ConvertToChar());
+            ZALRenameFile(file.ConvertToChar(), target.ConvertToChar());
         }
         VL_TRACE("Downloaded raw file : " << target);
         files.Append(target);
@@ -103,10 +102,12 @@ void ZALVLIFullDownload::OnFileDownloaded(const ZALUnicodeString& path)
     if (rootIndex > 1 && rootIndex <= files.Size())
         files.Swap(1, rootIndex);
 
-    DownloadResult& result = Results.emplace_back();
+    // A result is whole before it counts.
+    DownloadResult result;
     result.Key = item.Key;
     for (int index = 1; index <= files.Size(); ++index)
         result.Pathes.push_back(files[index]);
+    Results.push_back(std::move(result));
 
     ++CurrentIndex;
 
@@ -121,8 +122,9 @@ void ZALVLIFullDownload::OnFileDownloaded(const ZALUnicodeString& path)
         return;
     }
 
-    EndProgressDlg();
-    CompleteCallback(ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded, Results);
+    Complete(ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded);
+} catch (const std::bad_alloc&) {
+    CompleteWithoutMemory();
 }
 
 void ZALVLIFullDownload::EndProgressDlg()
@@ -130,6 +132,28 @@ void ZALVLIFullDownload::EndProgressDlg()
     if (!ProgressDlg)
         return;
     ProgressDlg->RequestDelayedDestruction();
-    ProgressDlg->Release();
-    ProgressDlg = nullptr;
+    ProgressDlg = {};
+}
+
+void ZALVLIFullDownload::Complete(Status status)
+{
+    EndProgressDlg();
+    CallCompleteCallback(status);
+}
+
+void ZALVLIFullDownload::CompleteWithoutMemory()
+{
+    HttpRequest = {};
+    try {
+        EndProgressDlg();
+    } catch (const std::bad_alloc&) {
+        // It stays until the host ends it with its parent.
+    }
+    CallCompleteCallback(ZALVelmartFileDownloadCompleteNotification::DownloadFailed);
+}
+
+void ZALVLIFullDownload::CallCompleteCallback(Status status)
+{
+    if (const DownloadCompleteCallback callback = std::exchange(CompleteCallback, nullptr))
+        callback(status, Results);
 }

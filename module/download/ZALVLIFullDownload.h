@@ -6,7 +6,6 @@
 #include "host/json.h"
 
 #include <functional>
-#include <memory>
 
 class ZALVelmartDownloadProgressDlg;
 
@@ -33,20 +32,26 @@ public:
     ~ZALVLIFullDownload() override;
 
     /// Begins with the first item. `callback` is called once, when all items are done or one has failed: inside Start
-    /// when there are no items or the first request cannot be sent, and never when a later one cannot be sent. It may
-    /// release the object.
+    /// when there are no items or the first request cannot be sent, and never when a later one cannot be sent. Without
+    /// memory the download has failed. The function may release the object.
     void Start(DownloadCompleteCallback callback);
 
 private:
     HRESULT RequestNextFile(const ZALUnicodeString& url);
     void OnFileDownloaded(const ZALUnicodeString& path);
     void EndProgressDlg();
+    /// Ends the dialog and calls the function.
+    void Complete(Status status);
+    /// The same for a download that memory had no room for, whose transfer is given up.
+    void CompleteWithoutMemory();
+    /// Calls the function, unless it has been called.
+    void CallCompleteCallback(Status status);
 
     std::vector<DownloadItem> Items;
-    std::int32_t CurrentIndex = 0;                  ///< of the running item, from 0
-    std::unique_ptr<ZALCefHttpRequest> HttpRequest; ///< of the running item; null between items
+    std::int32_t CurrentIndex = 0;                     ///< of the running item, from 0
+    ZALInterfaceHandle<ZALCefHttpRequest> HttpRequest; ///< of the running item; null between items
     std::vector<DownloadResult> Results;
-    DownloadCompleteCallback CompleteCallback;
+    DownloadCompleteCallback CompleteCallback; ///< empty once it has been called
     bool ShowProgress = true;
-    ZALVelmartDownloadProgressDlg* ProgressDlg = nullptr; ///< the host's, one reference; null when none is shown
+    ZALInterfaceHandle<ZALVelmartDownloadProgressDlg> ProgressDlg; ///< the host's; null when none is shown
 };

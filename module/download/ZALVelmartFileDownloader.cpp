@@ -45,8 +45,7 @@ ZALVelmartFileDownloader::~ZALVelmartFileDownloader()
     // The dialog belongs to the host and is not ended here.
     if (ProgressDlg)
         ProgressDlg->Release();
-    if (FullDownload)
-        FullDownload->Release();
+    FullDownload = {};
 }
 
 ZALVelmartFileDownloader* ZALVelmartFileDownloader::GetInstance()

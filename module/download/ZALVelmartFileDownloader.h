@@ -3,9 +3,10 @@
 
 #include "download/ZALVLIFullDownload.h"
 #include "download/ZALVelmartDownloadDataHandler.h"
-#include "objects/MetaClassOperations.h"
 #include "host/dialog_engine.h"
 #include "host/json.h"
+#include "objects/MetaClassOperations.h"
+#include "templates/ZALVliTemplateSupportUtilities.h"
 
 #include <memory>
 
@@ -62,6 +63,10 @@ private:
 
     /// Dispatches the notification of a failure, with `text` for the user.
     void NotifyDownloadError(const ZALUnicodeString& text);
+    /// The same for a download that memory had no room for. Throws nothing.
+    void NotifyLackOfMemory();
+    /// The downloader `downloader` while it is there, otherwise null.
+    static ZALInterfaceHandle<ZALVelmartFileDownloader> Held(const ZALBaseUnknown_WR& downloader);
     /// Receives all messages of the bridge.
     void OnVliSubscriberEventCB(const ZALOmxUTF8String& message);
     void OnErrorReply(const ZALOmxAny& error);
@@ -70,6 +75,12 @@ private:
     /// Replies to the request `id` of the listener.
     void SendDownloadFilesReply(std::int64_t id, ZALVLIFullDownload::Status status,
                                 const std::vector<ZALVLIFullDownload::DownloadResult>& results);
+    /// Rebuilds what was fetched for the template route, with what that had settled at its start.
+    void OnTemplateDownloadComplete(ZALVliTemplateSupportUtilities::PreferredSaveMethod method,
+                                    const ZALUnicodeString& rootFileName, const ZALUnicodeString& folder,
+                                    const ZALUnicodeString& storedPart, const ZALUnicodeString& storedProduct,
+                                    ZALVLIFullDownload::Status status,
+                                    const std::vector<ZALVLIFullDownload::DownloadResult>& results);
 
     /// Whether downloads are rebuilt on the user's templates: settled at the first default download of the
     /// process.
@@ -80,7 +91,7 @@ private:
     ZALVelmartDownloadDataHandler* DataHandler = nullptr; ///< its handler, one reference
     ZALUnicodeString DownloadedFilePath;                  ///< kept for the location dialog
     ZALVelmartDownloadProgressDlg* ProgressDlg = nullptr; ///< the host's, one reference; null when none is shown
-    ZALVLIFullDownload* FullDownload = nullptr;           ///< the last multi-file download, one reference
+    ZALInterfaceHandle<ZALVLIFullDownload> FullDownload;  ///< the last multi-file download
     ZALOmxAny TemplatesURLs;
 };
 

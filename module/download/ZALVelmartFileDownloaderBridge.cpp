@@ -14,6 +14,8 @@
 #include "host/dialogs.h"
 #include "host/system.h"
 
+#include <new>
+
 namespace {
 
 const char* const MessageCatalog = "ZALVelmartFileDownloader";
@@ -47,7 +49,7 @@ ZALOmxAny MemberOf(const ZALOmxAny& map, const ZALOmxKeyString& key)
 } // namespace
 
 HRESULT ZALVelmartFileDownloader::StartDownloadFromTolva(const ZALOmxAny& request)
-{
+try {
     ZALOmxTextStream stream;
     ZALOmxJsonWriter writer(stream);
     writer.Object();
@@ -66,13 +68,27 @@ HRESULT ZALVelmartFileDownloader::StartDownloadFromTolva(const ZALOmxAny& reques
     writer.End();
     writer.End();
 
-    // Before the message goes out, because the listener may answer inside the call.
-    ZALVelmartIntegrationEventSubscriber::GetUniqueSubscriber()->SetMessageFunction(
-        [this](const ZALOmxUTF8String& message) { OnVliSubscriberEventCB(message); });
+    ZALVelmartIntegrationEventSubscriber* const subscriber =
+        ZALVelmartIntegrationEventSubscriber::GetUniqueSubscriber();
+    if (!subscriber) {
+        // No answer could arrive.
+        NotifyDownloadError("");
+        return S_OK;
+    }
+
+    // Before the message goes out, because the listener may answer inside the call. The function may outlive this
+    // object.
+    subscriber->SetMessageFunction([downloader = ZALBaseUnknown_WR(this)](const ZALOmxUTF8String& message) {
+        if (const auto held = Held(downloader))
+            held->OnVliSubscriberEventCB(message);
+    });
 
     VL_TRACE("ZALVelmartFileDownloader : Send downloadQ7FilesFromTolva request");
 
-    ZALVelmartIntegrationEventPublisher::SendJSMessage(stream.ToUTF8String());
+    ZALVelmartIntegrationEventPublisher::DeliverMessage(stream.ToUTF8String());
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    NotifyDownloadError("");
     return S_OK;
 }
 
@@ -83,11 +99,24 @@ void ZALVelmartFileDownloader::NotifyDownloadError(const ZALUnicodeString& text)
     DispatchCallbacks(this, &notification);
 }
 
+void ZALVelmartFileDownloader::NotifyLackOfMemory()
+try {
+    NotifyDownloadError("");
+} catch (const std::bad_alloc&) {
+    // Nobody can be told.
+}
+
+ZALInterfaceHandle<ZALVelmartFileDownloader> ZALVelmartFileDownloader::Held(const ZALBaseUnknown_WR& downloader)
+{
+    return ZALInterfaceHandle<ZALVelmartFileDownloader>::Take(
+        static_cast<ZALVelmartFileDownloader*>(downloader.GetComponent()));
+}
+
 // ---------------------------------------------------------------------------------------------
 // Messages of the listener
 
 void ZALVelmartFileDownloader::OnVliSubscriberEventCB(const ZALOmxUTF8String& message)
-{
+try {
     ZALOmxJson json;
     json.ActivateConsistentDoubleUnstream();
     ZALOmxAny value;
@@ -102,7 +131,7 @@ void ZALVelmartFileDownloader::OnVliSubscriberEventCB(const ZALOmxUTF8String& me
     ZALOmxUTF8String method;
     if (SUCCEEDED(MemberOf(value, "method").GetString(method))) {
         if (!(method == "downloadFilesFromVL")) {
-            ZALVelmartIntegrationEventPublisher::SendJSMessage(ErrorReply(UnknownMethodCode, "Method not found", id));
+            ZALVelmartIntegrationEventPublisher::DeliverMessage(ErrorReply(UnknownMethodCode, "Method not found", id));
             return;
         }
         VL_TRACE("ZALVelmartFileDownloader : Received downloadFilesFromVL request");
@@ -131,6 +160,8 @@ void ZALVelmartFileDownloader::OnVliSubscriberEventCB(const ZALOmxUTF8String& me
     }
 
     NotifyDownloadError("");
+} catch (const std::bad_alloc&) {
+    NotifyLackOfMemory();
 }
 
 void ZALVelmartFileDownloader::OnErrorReply(const ZALOmxAny& error)
@@ -182,7 +213,7 @@ void ZALVelmartFileDownloader::OnSuccessReply(const ZALOmxAny& result)
 }
 
 void ZALVelmartFileDownloader::OnDownloadRequest(const ZALOmxAny& request, std::int64_t id)
-{
+try {
     const ZALOmxAny params = MemberOf(request, "params");
     const ZALOmxAny downloadUrls = MemberOf(params, "downloadUrls");
 
@@ -195,26 +226,27 @@ void ZALVelmartFileDownloader::OnDownloadRequest(const ZALOmxAny& request, std::
         ZALVLIFullDownload::DownloadItem item{folder, {}, {}};
         ZALOmxAny url;
         downloadUrls.MapGetAt(index, item.Key, url);
-        url.GetString(item.Url);
+        item.Url = url.ConvertToUnicodeString();
         items.push_back(item);
     }
 
-    auto* download = new ZALVLIFullDownload(std::move(items));
-
     // A transfer of the one before that still runs is given up, and gets no reply.
-    if (FullDownload)
-        FullDownload->Release();
-    FullDownload = download;
+    FullDownload = ZALInterfaceHandle<ZALVLIFullDownload>::Take(new ZALVLIFullDownload(std::move(items)));
 
-    download->Start(
-        [this, id](ZALVLIFullDownload::Status status, const std::vector<ZALVLIFullDownload::DownloadResult>& results) {
-            SendDownloadFilesReply(id, status, results);
+    FullDownload->Start(
+        [downloader = ZALBaseUnknown_WR(this), id](ZALVLIFullDownload::Status status,
+                                                   const std::vector<ZALVLIFullDownload::DownloadResult>& results) {
+            if (const auto held = Held(downloader))
+                held->SendDownloadFilesReply(id, status, results);
         });
+} catch (const std::bad_alloc&) {
+    // The component waits for a reply.
+    SendDownloadFilesReply(id, ZALVelmartFileDownloadCompleteNotification::DownloadFailed, {});
 }
 
 void ZALVelmartFileDownloader::SendDownloadFilesReply(std::int64_t id, ZALVLIFullDownload::Status status,
                                                       const std::vector<ZALVLIFullDownload::DownloadResult>& results)
-{
+try {
     ZALOmxUTF8String reply;
     if (status == ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded) {
         ZALOmxTextStream stream;
@@ -248,5 +280,8 @@ void ZALVelmartFileDownloader::SendDownloadFilesReply(std::int64_t id, ZALVLIFul
                            ZALMsgCatalog::BuildMessage(MessageCatalog, "DownloadFailed", nullptr, 0, "Download Failed"),
                            id);
     }
-    ZALVelmartIntegrationEventPublisher::SendJSMessage(reply);
+    ZALVelmartIntegrationEventPublisher::DeliverMessage(reply);
+} catch (const std::bad_alloc&) {
+    // The component waits in vain, and will not end the download.
+    NotifyLackOfMemory();
 }

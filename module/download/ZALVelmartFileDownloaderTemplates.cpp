@@ -9,11 +9,13 @@
 #include "host/system.h"
 #include "templates/ZALVliApplyTemplatesOpe.h"
 
+#include <new>
+
 using namespace ZALVliTemplateSupportUtilities;
 
 HRESULT ZALVelmartFileDownloader::StartDownloadAndApplyTemplates(const ZALOmxAny& request,
                                                                  const ZALUnicodeString& folder)
-{
+try {
     ZALOmxAny attributes;
     ZALOmxAny fileNameMember;
     ZALUnicodeString fileName;
@@ -65,68 +67,77 @@ HRESULT ZALVelmartFileDownloader::StartDownloadAndApplyTemplates(const ZALOmxAny
     if (storedProduct.GetLengthInChar() == 0 && productURL.GetLengthInChar() > 0)
         items.push_back({templateFolder, productURL, "ProductTemplate"});
 
-    auto* download = new ZALVLIFullDownload(std::move(items));
-    if (FullDownload)
-        FullDownload->Release();
-    FullDownload = download;
+    FullDownload = ZALInterfaceHandle<ZALVLIFullDownload>::Take(new ZALVLIFullDownload(std::move(items)));
 
-    download->Start([this, method, rootFileName, folder, storedPart,
-                     storedProduct](ZALVLIFullDownload::Status status,
-                                    const std::vector<ZALVLIFullDownload::DownloadResult>& results) {
-        // The announced method has no effect on this route: this is meant.
-        static_cast<void>(method);
-
-        if (status != ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded) {
-            // And on with what there is, so that a second notification follows: this is meant.
-            NotifyDownloadError("");
-        }
-
-        ZALUnicodeString partTemplate = storedPart;
-        ZALUnicodeString productTemplate = storedProduct;
-        ZALListValZALUnicodeString sources;
-        for (const ZALVLIFullDownload::DownloadResult& result : results) {
-            if (result.Key.Test("VLFiles"))
-                for (const ZALUnicodeString& path : result.Pathes)
-                    sources.Append(path);
-            else if (result.Key.Test("PartTemplate") && result.Pathes.size() == 1)
-                partTemplate = result.Pathes.front();
-            else if (result.Key.Test("ProductTemplate") && result.Pathes.size() == 1)
-                productTemplate = result.Pathes.front();
-        }
-
-        StoreTemplatePathes(partTemplate, productTemplate);
-
-        if (ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame())
-            frame->SetBusyCursor();
-
-        ZALVliApplyTemplatesOpe operation;
-        operation.SetTemplatesPathes(partTemplate, productTemplate);
-        operation.SetDestinationPath(folder, rootFileName);
-        operation.SetSourceFilesPathes(sources);
-        const HRESULT result = operation.Run();
-        operation.DeleteSourcesFiles();
-
-        if (FAILED(result)) {
-            NotifyDownloadError(operation.GetErrorMessage());
-            return;
-        }
-
-        ZALVelmartFileDownloadCompleteNotification notification(
-            operation.GetResultFilePathes(), ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded,
-            operation.GetWarningMessages());
-        DispatchCallbacks(this, &notification);
+    FullDownload->Start([downloader = ZALBaseUnknown_WR(this), method, rootFileName, folder, storedPart,
+                         storedProduct](ZALVLIFullDownload::Status status,
+                                        const std::vector<ZALVLIFullDownload::DownloadResult>& results) {
+        if (const auto held = Held(downloader))
+            held->OnTemplateDownloadComplete(method, rootFileName, folder, storedPart, storedProduct, status, results);
     });
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    NotifyDownloadError("");
     return S_OK;
 }
 
-void ZALVelmartFileDownloader::OnDownloadLocationForTemplateDlgOK(ZALBaseUnknown*, ZALNotification*, void*)
-{
-    ZALIVelmartIntegrationSettingAtt* settings = nullptr;
-    ZALUnicodeString folder;
-    if (SUCCEEDED(CreateZALIVelmartIntegrationSettingAtt(&settings)) && settings) {
-        settings->GetDownloadLocation(folder);
-        settings->Release();
+// The announced method has no effect on this route: this is meant.
+void ZALVelmartFileDownloader::OnTemplateDownloadComplete(
+    PreferredSaveMethod, const ZALUnicodeString& rootFileName, const ZALUnicodeString& folder,
+    const ZALUnicodeString& storedPart, const ZALUnicodeString& storedProduct, ZALVLIFullDownload::Status status,
+    const std::vector<ZALVLIFullDownload::DownloadResult>& results)
+try {
+    if (status != ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded) {
+        // And on with what there is, so that a second notification follows: this is meant.
+        NotifyDownloadError("");
     }
+
+    ZALUnicodeString partTemplate = storedPart;
+    ZALUnicodeString productTemplate = storedProduct;
+    ZALListValZALUnicodeString sources;
+    for (const ZALVLIFullDownload::DownloadResult& result : results) {
+        if (result.Key.Test("VLFiles"))
+            for (const ZALUnicodeString& path : result.Pathes)
+                sources.Append(path);
+        else if (result.Key.Test("PartTemplate") && result.Pathes.size() == 1)
+            partTemplate = result.Pathes.front();
+        else if (result.Key.Test("ProductTemplate") && result.Pathes.size() == 1)
+            productTemplate = result.Pathes.front();
+    }
+
+    StoreTemplatePathes(partTemplate, productTemplate);
+
+    if (ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame())
+        frame->SetBusyCursor();
+
+    ZALVliApplyTemplatesOpe operation;
+    operation.SetTemplatesPathes(partTemplate, productTemplate);
+    operation.SetDestinationPath(folder, rootFileName);
+    operation.SetSourceFilesPathes(sources);
+    const HRESULT result = operation.Run();
+    operation.DeleteSourcesFiles();
+
+    if (FAILED(result)) {
+        NotifyDownloadError(operation.GetErrorMessage());
+        return;
+    }
+
+    ZALVelmartFileDownloadCompleteNotification notification(
+        operation.GetResultFilePathes(), ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded,
+        operation.GetWarningMessages());
+    DispatchCallbacks(this, &notification);
+} catch (const std::bad_alloc&) {
+    NotifyLackOfMemory();
+}
+
+void ZALVelmartFileDownloader::OnDownloadLocationForTemplateDlgOK(ZALBaseUnknown*, ZALNotification*, void*)
+try {
+    ZALIVelmartIntegrationSettingAtt* created = nullptr;
+    const HRESULT result = CreateZALIVelmartIntegrationSettingAtt(&created);
+    const auto settings = ZALInterfaceHandle<ZALIVelmartIntegrationSettingAtt>::Take(created);
+    ZALUnicodeString folder;
+    if (SUCCEEDED(result) && settings)
+        settings->GetDownloadLocation(folder);
 
     if (folder.GetLengthInChar() == 0) {
         NotifyDownloadError("");
@@ -135,4 +146,6 @@ void ZALVelmartFileDownloader::OnDownloadLocationForTemplateDlgOK(ZALBaseUnknown
 
     // A run that cannot start ends in silence: this is meant.
     StartDownloadAndApplyTemplates(DownloadRequest, folder);
+} catch (const std::bad_alloc&) {
+    NotifyLackOfMemory();
 }

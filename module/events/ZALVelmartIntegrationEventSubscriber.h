@@ -1,11 +1,10 @@
 // Receives JSON messages from another component of the host.
 #pragma once
 
-#include "objects/MetaClassOperations.h"
 #include "host/json.h"
+#include "objects/MetaClassOperations.h"
 
 #include <functional>
-#include <memory>
 
 /// The channel into the module. The other component makes this class by name, which gives the one instance,
 /// and dispatches ZALDlgHtmlViewJavaScriptNotification on it. Used on the user-interface thread.
@@ -16,15 +15,19 @@ public:
 
     using MessageFunction = std::function<void(const ZALOmxUTF8String&)>;
 
-    /// The one instance, made at the first call and released at module unload. No reference is added.
+    /// The one instance, made at the first call and released at module unload; null only if its creation failed. No
+    /// reference is added.
     static ZALVelmartIntegrationEventSubscriber* GetUniqueSubscriber();
     /// Replaces what receives each message; it stays in force until it is replaced. Without one, messages
-    /// are dropped.
+    /// are dropped. A message that memory had no room for comes as an empty text.
     void SetMessageFunction(MessageFunction function);
 
 private:
+    struct RunningFunction;
+
     ZALVelmartIntegrationEventSubscriber();
     void OnMessage(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
 
-    std::shared_ptr<MessageFunction> _MessageFunction;
+    MessageFunction _MessageFunction;    ///< in force; empty while it runs
+    MessageFunction* _Running = nullptr; ///< the function in force while it runs, otherwise null
 };

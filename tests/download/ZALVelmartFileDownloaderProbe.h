@@ -59,7 +59,10 @@ public:
     void SetDownloadedFilePath(const ZALUnicodeString& path) { downloader_->DownloadedFilePath = path; }
     const ZALVelmartDownloadProgressDlg* ProgressDlg() const { return downloader_->ProgressDlg; }
     /// Takes the reference of `download` over.
-    void SetFullDownload(ZALVLIFullDownload* download) { downloader_->FullDownload = download; }
+    void SetFullDownload(ZALVLIFullDownload* download)
+    {
+        downloader_->FullDownload = ZALInterfaceHandle<ZALVLIFullDownload>::Take(download);
+    }
     const ZALOmxAny& TemplatesURLs() const { return downloader_->TemplatesURLs; }
 
 private:
