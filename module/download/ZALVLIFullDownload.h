@@ -37,6 +37,8 @@ public:
     void Start(DownloadCompleteCallback callback);
 
 private:
+    friend class ZALVLIFullDownloadProbe;
+
     HRESULT RequestNextFile(const ZALUnicodeString& url);
     void OnFileDownloaded(const ZALUnicodeString& path);
     void EndProgressDlg();

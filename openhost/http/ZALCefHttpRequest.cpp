@@ -197,9 +197,17 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
         return !openhost::IsSameHttpName(header.first, "Content-Length") ||
                header.second == std::to_string(data.body.size());
     });
-    if (isWhole)
-        exchange_->transfer = openhost::HttpTransport::Current().Start(std::move(data), *exchange_);
+    // First, so that nothing can fail once the transfer runs.
+    ZALHttpExchange::Running().insert(exchange_);
+    try {
+        if (isWhole)
+            exchange_->transfer = openhost::HttpTransport::Current().Start(std::move(data), *exchange_);
+    } catch (...) {
+        ZALHttpExchange::Running().erase(exchange_);
+        throw;
+    }
     if (!exchange_->transfer) {
+        ZALHttpExchange::Running().erase(exchange_);
         exchange_->JournalEnd("the request is malformed or its address is not allowed");
         return false;
     }

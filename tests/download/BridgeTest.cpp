@@ -1,12 +1,17 @@
 // Messages with another component of the host, which takes downloads over.
 
 #include "tests/download/DownloadFixture.h"
+#include "tests/support/FailingMemory.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
 
 #include "events/ZALVelmartIntegrationEventPublisher.h"
 #include "events/ZALVelmartIntegrationEventSubscriber.h"
 #include "host/panel.h"
+#include "objects/Hold.h"
 
+#include <array>
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
@@ -14,13 +19,29 @@ namespace {
 
 /// How often a parser was told to keep integers and floating numbers apart.
 int activations = 0;
+/// The parser that was told so last and has not parsed since.
+const ZALOmxJson* activated = nullptr;
+/// Whether the parser that parsed last had been told so before.
+bool wasActivated = false;
 
 } // namespace
 
-// Takes the place of the host's own operation in this program.
+// Take the place of the host's own operations in this program.
+
 void ZALOmxJson::ActivateConsistentDoubleUnstream()
 {
     ++activations;
+    activated = this;
+}
+
+HRESULT ZALOmxJson::parse(const ZALOmxUTF8String& text, ZALOmxAny& value)
+{
+    wasActivated = activated == this;
+    activated = nullptr;
+    using Operation = HRESULT(ZALOmxJson*, const ZALOmxUTF8String&, ZALOmxAny&);
+    static auto* const parse =
+        reinterpret_cast<Operation*>(dlsym(RTLD_NEXT, "_ZN10ZALOmxJson5parseERK16ZALOmxUTF8StringR9ZALOmxAny"));
+    return parse(this, text, value);
 }
 
 namespace openhost::testing {
@@ -165,6 +186,7 @@ TEST_F(Bridge, MessageIsParsedWithIntegersKeptApartFromFloatingNumbers)
         activations = 0;
         Send(message);
         EXPECT_EQ(activations, 1) << message;
+        EXPECT_TRUE(wasActivated) << message;
     }
 }
 
@@ -455,11 +477,12 @@ INSTANTIATE_TEST_SUITE_P(
         NamedText{"UrlsAsText",
                   R"({"method": "downloadFilesFromVL", "id": 3, "params": {"downloadUrls": "https://a/"}})"}));
 
-TEST_F(Bridge, AddressThatIsNoTextCannotBeSent)
+TEST_F(Bridge, AddressOfAnyTypeIsTakenAsText)
 {
     HandOver();
-    AskFor(R"({"A": 5})");
-    EXPECT_THAT(Requested(), ElementsAre(""));
+    for (const char* address : {"5", "1.5", "true", "null", R"(["a"])", R"({"a":1})", R"("a b")"})
+        AskFor(R"({"A": )" + std::string(address) + "}");
+    EXPECT_THAT(Requested(), ElementsAre("5", "1.5", "true", "null", R"(["a"])", R"({"a":1})", "a b"));
 }
 
 TEST_F(Bridge, FirstAddressThatCannotBeSentIsAnsweredAtOnce)
@@ -673,6 +696,277 @@ TEST_F(Bridge, EndOfTheDownloaderGivesItsTransferUp)
 
     EXPECT_FALSE(Transport().Last().IsRunning());
     EXPECT_THAT(Messages, IsEmpty());
+}
+
+TEST_F(Bridge, EmptyFolderIsTakenAsItStands)
+{
+    std::filesystem::create_directory(Folder() / "current");
+    std::filesystem::current_path(Folder() / "current");
+    ServePart("a");
+    HandOver();
+    Send(R"({"method": "downloadFilesFromVL", "id": 2, "params": {"downloadUrls": {"A": "https://velmart.example/a"},
+             "downloadDestPath": ""}})");
+    Loop().RunUntilIdle();
+    std::filesystem::current_path(Folder());
+
+    ASSERT_THAT(Messages, SizeIs(1));
+    const ordered_json path = ordered_json::parse(Messages[0])["result"]["downloadedFilesPathes"]["A"][0];
+    EXPECT_EQ(std::filesystem::path(path.get<std::string>()).filename(), "A.ZALPart");
+    EXPECT_FALSE(std::filesystem::exists(Temp() / "A.ZALPart"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Traces
+
+TEST_F(Bridge, RequestIsTracedBeforeItGoesOut)
+{
+    OnMessage = [this](const std::string&) { EXPECT_THAT(Traces(), ElementsAre(SentRequest)); };
+    Start("{}");
+    EXPECT_THAT(Messages, SizeIs(1));
+}
+
+TEST_F(Bridge, ReplyIsTracedBeforeItsEndIsTold)
+{
+    HandOver();
+    std::vector<std::string> last;
+    Receiver.OnReceipt = [&] { last.push_back(Traces().back()); };
+    Send(R"({"id": 1, "error": {"code": 5, "message": "broken"}})");
+    Send(R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a"]}})");
+    Send(R"({"id": 1, "error": "no map"})");
+    Send(R"({"id": 1, "result": "no map"})");
+    EXPECT_THAT(last, ElementsAre(ReceivedError, ReceivedSuccess, ReceivedError, ReceivedSuccess));
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedError, ReceivedSuccess, ReceivedError, ReceivedSuccess));
+}
+
+TEST_F(Bridge, MessageThatIsNoReplyIsNotTraced)
+{
+    HandOver();
+    for (const char* message : {R"({"id": 2, "error": {"code": 5}})", R"({"id": 2, "result": {}})", R"({"id": 1})",
+                                "nonsense", R"({"error": {"code": 5}})"})
+        Send(message);
+    EXPECT_THAT(Receiver.Received, SizeIs(5));
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest));
+}
+
+TEST_F(Bridge, AnswerIsTracedBeforeItGoesOut)
+{
+    HandOver();
+    std::vector<std::string> last;
+    OnMessage = [&](const std::string&) { last.push_back(Traces().back()); };
+    for (const TransferEnd end : {TransferEnd::Finished, TransferEnd::Failed, TransferEnd::Cancelled}) {
+        AskFor(R"({"A": "https://velmart.example/a"})");
+        Transport().Last().End(end);
+    }
+    EXPECT_THAT(last, ElementsAre(SentFiles, SentError, SentCancel));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Life
+
+TEST_F(Bridge, RequestReplacesTheEarlierFunctionOfTheMessages)
+{
+    int calls = 0;
+    auto held = std::make_shared<int>();
+    const std::weak_ptr<int> watch = held;
+    ZALVelmartIntegrationEventSubscriber::GetUniqueSubscriber()->SetMessageFunction(
+        [&calls, held](const ZALOmxUTF8String&) { ++calls; });
+    held.reset();
+    HandOver();
+    EXPECT_TRUE(watch.expired());
+    Send("no JSON");
+    EXPECT_EQ(calls, 0);
+    EXPECT_THAT(Receiver.Received, SizeIs(1));
+}
+
+TEST_F(Bridge, MessageAfterTheEndOfTheDownloaderIsDropped)
+{
+    HandOver();
+    const ZALBaseUnknown_WR downloader(&Downloader());
+    Probe.EndDownloader();
+    EXPECT_EQ(downloader.GetComponent(), nullptr) << "the function does not keep it";
+    for (const char* message : {"no JSON", R"({"method": "other", "id": 4})", R"({"method": "downloadFilesFromVL"})"})
+        Send(message);
+    EXPECT_EQ(CountOf("ZALVelmartFileDownloadCompleteNotification"), 0);
+    EXPECT_THAT(Messages, IsEmpty());
+}
+
+TEST_F(Bridge, FilesAfterTheEndOfTheDownloaderAreNotAnswered)
+{
+    HandOver();
+    AskFor(R"({"A": "https://velmart.example/a"})");
+    const auto download = Hold(Probe.FullDownload());
+    Probe.EndDownloader();
+    Transport().Last().End();
+    EXPECT_THAT(Messages, IsEmpty());
+    EXPECT_FALSE(Traced("ZALVelmartFileDownloader : Send downloadFilesFromVL response"));
+}
+
+TEST_F(Bridge, DownloaderMayEndInsideTheNotificationOfAMessage)
+{
+    HandOver();
+    const ZALBaseUnknown_WR downloader(&Downloader());
+    bool isHeld = false;
+    Receiver.OnReceipt = [&] {
+        Probe.EndDownloader();
+        isHeld = static_cast<bool>(Owned<ZALBaseUnknown>(downloader.GetComponent()));
+    };
+    Send("no JSON");
+    EXPECT_TRUE(isHeld);
+    EXPECT_EQ(downloader.GetComponent(), nullptr);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Without memory
+
+/// A component that needs no memory: counts what it is told by the beginning of the text.
+class BridgeWithoutMemory : public Bridge {
+protected:
+    class Counter : public ZALEventSubscriber {
+    public:
+        Counter()
+        {
+            AddCallback(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance(),
+                        ZALDlgHtmlViewJavaScriptNotification::ClassName(), &Counter::OnMessage, nullptr);
+        }
+        std::array<std::string, 2> known; ///< texts, whole
+        std::array<int, 2> told{};        ///< how often each of them came
+        int others = 0;
+
+    private:
+        void OnMessage(ZALBaseUnknown*, ZALNotification* notification, void*)
+        {
+            const auto* message = static_cast<const ZALDlgHtmlViewJavaScriptNotification*>(notification);
+            const std::string_view text(message->GetData(), message->GetDataLength());
+            for (std::size_t index = 0; index < known.size(); ++index)
+                if (text == known[index]) {
+                    ++told[index];
+                    return;
+                }
+            ++others;
+        }
+    };
+
+    BridgeWithoutMemory()
+    {
+        Component.RemoveSubscriberCallbacks(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance());
+        Receiver.RemoveSubscriberCallbacks(&Downloader());
+    }
+    static constexpr const char* FailedReply = R"({ "error" : {"code": -20, "message" : "Download Failed"}, "id" : 7})";
+};
+
+TEST_F(BridgeWithoutMemory, RequestGoesOutWholeOrTheDownloadFails)
+{
+    const ZALOmxAny request = Json(
+        R"({"id": "a long identifier of the item", "attributes": {"a name of some length": "a text of some length"}})");
+    for (const bool isReady : {false, true}) {
+        if (isReady)
+            ZALVelmartIntegrationEventSubscriber::GetUniqueSubscriber();
+        const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+            Counter counter;
+            counter.known[0] =
+                R"({"method":"downloadQ7FilesFromTolva","id":1,"params":)"
+                R"({"a name of some length":"a text of some length","id":"a long identifier of the item"}})";
+            CompletionCounter ends(&Downloader());
+            HRESULT result = E_FAIL;
+            memory.During([&] { result = Probe.StartDownloadFromTolva(request); });
+            EXPECT_EQ(result, S_OK);
+            EXPECT_EQ(counter.told[0], memory.HasRunOut() ? 0 : 1);
+            EXPECT_EQ(counter.others, 0);
+            EXPECT_EQ(ends.Failed, memory.HasRunOut() ? 1 : 0);
+            EXPECT_EQ(ends.Succeeded, 0);
+        });
+        EXPECT_GT(failures, 10);
+    }
+}
+
+TEST_F(BridgeWithoutMemory, EachMessageThatEndsADownloadEndsItOnce)
+{
+    const std::vector<std::pair<const char*, bool>> messages = {
+        {R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a/path/of/some/length", "/b/path/of/some/length"],
+             "docEnvId": "an environment of some length"}})",
+         true},
+        {R"({"id": 1, "result": {"downloadedQ7FilesPathes": []}})", false},
+        {R"({"id": 1, "error": {"code": 5, "message": "a message of some length"}})", false},
+        {R"({"id": 1})", false},
+        {R"({"id": 2})", false},
+        {"nonsense of some length", false}};
+    for (const auto& [text, succeeds] : messages) {
+        SCOPED_TRACE(text);
+        const ZALOmxUTF8String message(text);
+        const int failures = WithEachAllocationFailing([&, isSuccess = succeeds](FailingMemory& memory) {
+            CompletionCounter ends(&Downloader());
+            memory.During([&] { Probe.OnVliSubscriberEventCB(message); });
+            const bool expected = isSuccess && !memory.HasRunOut();
+            EXPECT_EQ(ends.Succeeded, expected ? 1 : 0);
+            EXPECT_EQ(ends.Failed, expected ? 0 : 1);
+            EXPECT_EQ(ends.Files, expected ? 2 : 0);
+        });
+        EXPECT_GT(failures, 3);
+    }
+}
+
+TEST_F(BridgeWithoutMemory, UnknownMethodIsAnsweredWholeOrTheDownloadFails)
+{
+    const ZALOmxUTF8String message(R"({"method": "a method of some length", "id": 7})");
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        Counter counter;
+        counter.known[0] = R"({ "error" : {"code": -32601, "message" : "Method not found"}, "id" : 7})";
+        CompletionCounter ends(&Downloader());
+        memory.During([&] { Probe.OnVliSubscriberEventCB(message); });
+        EXPECT_EQ(counter.told[0], memory.HasRunOut() ? 0 : 1);
+        EXPECT_EQ(counter.others, 0);
+        EXPECT_EQ(ends.Failed, memory.HasRunOut() ? 1 : 0);
+    });
+    EXPECT_GT(failures, 3);
+}
+
+TEST_F(BridgeWithoutMemory, RequestForFilesRunsOrIsAnsweredOrTheDownloadFails)
+{
+    const ZALOmxUTF8String message(
+        R"({"method": "downloadFilesFromVL", "id": 7, "params": {"downloadUrls":
+            {"a key of some length": "https://velmart.example/a"}, "downloadDestPath": "/a/folder/of/some/length"}})");
+    int answered = 0;
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        ZALVelmartFileDownloaderProbe probe;
+        Counter counter;
+        counter.known[0] = FailedReply;
+        CompletionCounter ends(&probe.Downloader());
+        const std::size_t started = Transport().Count();
+        memory.During([&] { probe.OnVliSubscriberEventCB(message); });
+        Loop().RunUntilIdle();
+        EXPECT_EQ(Transport().Count() > started && Transport().Last().IsRunning(), !memory.HasRunOut());
+        EXPECT_EQ(counter.told[0] + ends.Failed, memory.HasRunOut() ? 1 : 0);
+        EXPECT_EQ(counter.others + ends.Succeeded, 0);
+        answered += counter.told[0];
+    });
+    EXPECT_GT(failures, 20);
+    EXPECT_GT(answered, 10);
+}
+
+TEST_F(BridgeWithoutMemory, FilesAreAnsweredOnceOrTheDownloadFails)
+{
+    const std::string answer = R"({"id":7,"result":{"downloadedFilesPathes":{"A":[")" + InParts("A") + R"("]}}})";
+    int failed = 0;
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        ZALVelmartFileDownloaderProbe probe;
+        Counter counter;
+        counter.known = {FailedReply, answer};
+        CompletionCounter ends(&probe.Downloader());
+        const std::string request =
+            R"({"method": "downloadFilesFromVL", "id": 7, "params": {"downloadUrls": {"A": "https://velmart.example/a"},
+                "downloadDestPath": ")" +
+            Parts().string() + "\"}}";
+        probe.OnVliSubscriberEventCB(ZALOmxUTF8String(request.c_str()));
+        memory.During([&] { Transport().Last().End(); });
+        Loop().RunUntilIdle();
+        EXPECT_EQ(counter.told[1], memory.HasRunOut() ? 0 : 1);
+        EXPECT_EQ(counter.told[0] + ends.Failed, memory.HasRunOut() ? 1 : 0);
+        EXPECT_EQ(counter.others + ends.Succeeded, 0);
+        failed += ends.Failed;
+    });
+    EXPECT_GT(failures, 10);
+    EXPECT_GT(failed, 0);
+    EXPECT_LT(failed, failures);
 }
 
 } // namespace

@@ -83,6 +83,19 @@ void CompletionReceiver::OnComplete(ZALBaseUnknown*, ZALNotification* notificati
         OnReceipt();
 }
 
+CompletionCounter::CompletionCounter(ZALBaseUnknown* publisher)
+{
+    AddCallback(publisher, Notification::ClassName(), &CompletionCounter::OnComplete, nullptr);
+}
+
+void CompletionCounter::OnComplete(ZALBaseUnknown*, ZALNotification* notification, void*)
+{
+    const auto& complete = dynamic_cast<const Notification&>(*notification);
+    ++(complete.GetStatus() == Notification::DownloadSucceeded ? Succeeded : Failed);
+    if (complete.GetStatus() == Notification::DownloadSucceeded)
+        Files = complete.GetDownloadedFilesPathes().Size();
+}
+
 DownloadFixture::DownloadFixture()
 {
     // The first default download of the process settles the template support; from here on the tests do.

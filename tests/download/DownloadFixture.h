@@ -70,6 +70,17 @@ public:
     std::function<void()> OnReceipt; ///< called behind each completion
 };
 
+/// Counts completions, and needs no memory for that.
+class CompletionCounter : public ZALEventSubscriber {
+public:
+    explicit CompletionCounter(ZALBaseUnknown* publisher);
+    void OnComplete(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
+
+    int Succeeded = 0;
+    int Failed = 0;
+    int Files = 0; ///< of the last one that succeeded
+};
+
 /// A downloader of its own with a receiver, on the plain route unless a test says otherwise.
 class DownloadFixture : public HostFixture {
 protected:

@@ -1,6 +1,9 @@
 #include "download/ZALVLIFullDownload.h"
+#include "openhost/objects/Traces.h"
 #include "tests/download/DownloadFixture.h"
+#include "tests/support/FailingMemory.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
 
 #include <gmock/gmock.h>
 
@@ -8,9 +11,28 @@
 #include <memory>
 #include <optional>
 
+/// Reaches the inner state of a download.
+class ZALVLIFullDownloadProbe {
+public:
+    static const ZALCefHttpRequest* HttpRequest(const ZALVLIFullDownload& download)
+    {
+        return download.HttpRequest.Get();
+    }
+    /// Takes the reference of `request` over.
+    static void SetHttpRequest(ZALVLIFullDownload& download, ZALCefHttpRequest* request)
+    {
+        download.HttpRequest = ZALInterfaceHandle<ZALCefHttpRequest>::Take(request);
+    }
+    static void OnFileDownloaded(ZALVLIFullDownload& download, const ZALUnicodeString& path)
+    {
+        download.OnFileDownloaded(path);
+    }
+};
+
 namespace openhost::testing {
 namespace {
 
+using DownloadProbe = ZALVLIFullDownloadProbe;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::Field;
@@ -687,6 +709,204 @@ TEST_F(FullDownload, MayBeReleasedInsideItsFunctionInsideTheStart)
     });
     EXPECT_TRUE(released);
     EXPECT_EQ(reference.GetComponent(), nullptr);
+}
+
+TEST_F(FullDownload, IsHeldWhileItsFunctionRunsInsideTheStart)
+{
+    auto* download = new ZALVLIFullDownload({});
+    const ZALBaseUnknown_WR reference(download);
+    bool isHeld = false;
+    download->Start([&](Notification::Status, const std::vector<ZALVLIFullDownload::DownloadResult>&) {
+        download->Release();
+        isHeld = static_cast<bool>(Owned<ZALBaseUnknown>(reference.GetComponent()));
+    });
+    EXPECT_TRUE(isHeld);
+    EXPECT_EQ(reference.GetComponent(), nullptr);
+}
+
+TEST_F(FullDownload, DestroysItsFunctionOnceItWasCalled)
+{
+    const auto captured = std::make_shared<int>();
+    const Owned<ZALVLIFullDownload> download(new ZALVLIFullDownload({{"/folder", "https://velmart.example/a", "A"}}));
+    download->Start([captured](Notification::Status, const std::vector<ZALVLIFullDownload::DownloadResult>&) {});
+    Transport().Last().End();
+    EXPECT_EQ(captured.use_count(), 1);
+}
+
+TEST_F(FullDownload, ReleasesTheRequestBeforeItTakesTheFile)
+{
+    Fetch({{"a", "A"}, {"b", "B"}});
+    EXPECT_NE(DownloadProbe::HttpRequest(*Download), nullptr);
+    std::vector<const ZALCefHttpRequest*> found;
+    RedirectTraces([&](std::string_view, std::string_view) { found.push_back(DownloadProbe::HttpRequest(*Download)); });
+    OnOutcome = [&] { found.push_back(DownloadProbe::HttpRequest(*Download)); };
+    Transport().Last().End();
+    EXPECT_NE(DownloadProbe::HttpRequest(*Download), nullptr) << "of the next item";
+    Transport().Last().End();
+    EXPECT_THAT(found, ElementsAre(nullptr, nullptr, nullptr));
+}
+
+TEST_F(FullDownload, ReleasesTheRequestOfATransferThatFails)
+{
+    for (const TransferEnd end : {TransferEnd::Failed, TransferEnd::Cancelled}) {
+        bool isReleased = false;
+        OnOutcome = [&] { isReleased = !DownloadProbe::HttpRequest(*Download); };
+        Fetch({{"a", "A"}});
+        Transport().Last().End(end);
+        EXPECT_TRUE(isReleased);
+    }
+}
+
+TEST_F(FullDownload, KeepsARequestThatCannotBeSent)
+{
+    Transport().RefuseNext();
+    Fetch({{"a", "A"}});
+    EXPECT_NE(DownloadProbe::HttpRequest(*Download), nullptr);
+}
+
+TEST_F(FullDownload, FailsAtTheEndOfATransferWithoutARequest)
+{
+    Fetch({{"a", "A"}});
+    DownloadProbe::SetHttpRequest(*Download, nullptr);
+    Loop().RunUntilIdle();
+    EXPECT_THAT(Outcomes, ElementsAre(Failed({})));
+
+    DownloadProbe::OnFileDownloaded(*Download, "/any");
+    EXPECT_THAT(Outcomes, SizeIs(1)) << "the end is told once";
+}
+
+TEST_F(FullDownload, TakesThePathBeforeTheRequestEnds)
+{
+    class Request : public ZALCefHttpRequest {
+    public:
+        explicit Request(ZALUnicodeString& path) : ZALCefHttpRequest("GET", "https://velmart.example/a"), path_(path) {}
+        ~Request() override { path_ = "/gone"; }
+
+    private:
+        ZALUnicodeString& path_;
+    };
+    WriteFile(Temp() / "x.ZALPart", "part");
+    Fetch({{"a", "A"}});
+    ZALUnicodeString path((Temp() / "x.ZALPart").c_str());
+    DownloadProbe::SetHttpRequest(*Download, new Request(path));
+    DownloadProbe::OnFileDownloaded(*Download, path);
+    EXPECT_THAT(Outcomes, ElementsAre(Succeeded({{"A", {InParts("A.ZALPart")}}})));
+    EXPECT_EQ(ReadFile(Parts() / "A.ZALPart"), "part");
+}
+
+// ---------------------------------------------------------------------------------------------
+// Without memory
+
+/// A download whose function needs no memory.
+class FullDownloadWithoutMemory : public FullDownload {
+protected:
+    void Prepare(const std::vector<std::string>& keys)
+    {
+        std::vector<ZALVLIFullDownload::DownloadItem> items;
+        for (const std::string& key : keys)
+            items.push_back({PartsFolder(), FromUtf8(Address(key)), ZALOmxKeyString(key.c_str())});
+        calls = 0;
+        results = 0;
+        download.reset(new ZALVLIFullDownload(std::move(items)));
+    }
+    void Begin()
+    {
+        download->Start([this](Notification::Status end, const std::vector<ZALVLIFullDownload::DownloadResult>& done) {
+            ++calls;
+            status = end;
+            results = done.size();
+        });
+    }
+
+    Owned<ZALVLIFullDownload> download;
+    int calls = 0;
+    Notification::Status status{};
+    std::size_t results = 0;
+};
+
+TEST_F(FullDownloadWithoutMemory, FailsOnceInsideTheStart)
+{
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        Prepare({"the first of the items", "the second of the items"});
+        memory.During([&] { Begin(); });
+        const int toldInside = calls;
+        Loop().RunUntilIdle();
+        EXPECT_EQ(toldInside, memory.HasRunOut() ? 1 : 0);
+        EXPECT_EQ(calls, toldInside);
+        if (toldInside == 1) {
+            EXPECT_EQ(status, Notification::DownloadFailed);
+            EXPECT_EQ(Surface().Find(ProgressWindow), nullptr);
+        }
+    });
+    EXPECT_GT(failures, 10);
+    EXPECT_TRUE(Transport().Last().IsRunning());
+}
+
+TEST_F(FullDownloadWithoutMemory, FailsOnceWhenAFileHasCome)
+{
+    int whole = 0;
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        Prepare({"the first of the items", "the second of the items"});
+        Begin();
+        const std::size_t started = Transport().Count();
+        memory.During([&] { Transport().Last().End(); });
+        Loop().RunUntilIdle();
+        EXPECT_EQ(calls, memory.HasRunOut() ? 1 : 0);
+        if (memory.HasRunOut()) {
+            EXPECT_EQ(status, Notification::DownloadFailed);
+            EXPECT_LE(results, 1U);
+            whole += results == 1 ? 1 : 0;
+            EXPECT_EQ(Surface().Find(ProgressWindow), nullptr);
+            EXPECT_TRUE(Transport().Count() == started || !Transport().Last().IsRunning());
+        }
+    });
+    EXPECT_GT(failures, 10);
+    EXPECT_GT(whole, 0);
+    Transport().Last().End();
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(status, Notification::DownloadSucceeded);
+}
+
+TEST_F(FullDownloadWithoutMemory, FailsOnceWhenTheLastFileHasCome)
+{
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        Prepare({"the only one of the items"});
+        Begin();
+        memory.During([&] { Transport().Last().End(); });
+        Loop().RunUntilIdle();
+        EXPECT_EQ(calls, 1);
+        EXPECT_EQ(status, memory.HasRunOut() ? Notification::DownloadFailed : Notification::DownloadSucceeded);
+        EXPECT_EQ(Surface().Find(ProgressWindow), nullptr);
+    });
+    EXPECT_GT(failures, 5);
+    EXPECT_EQ(results, 1U);
+}
+
+TEST_F(FullDownloadWithoutMemory, FailsOnceWhenATransferWasCancelled)
+{
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        Prepare({"the only one of the items"});
+        Begin();
+        memory.During([&] { Transport().Last().End(TransferEnd::Cancelled); });
+        Loop().RunUntilIdle();
+        EXPECT_EQ(calls, 1);
+        EXPECT_EQ(status, memory.HasRunOut() ? Notification::DownloadFailed : Notification::DownloadCanceled);
+        EXPECT_EQ(Surface().Find(ProgressWindow), nullptr);
+    });
+    EXPECT_GT(failures, 0);
+}
+
+TEST_F(FullDownloadWithoutMemory, FunctionWithoutMemoryIsNotCalledAgain)
+{
+    for (const TransferEnd end : {TransferEnd::Finished, TransferEnd::Failed}) {
+        Prepare({"A"});
+        download->Start([this](Notification::Status, const std::vector<ZALVLIFullDownload::DownloadResult>&) {
+            ++calls;
+            throw std::bad_alloc();
+        });
+        EXPECT_NO_THROW(Transport().Last().End(end));
+        EXPECT_EQ(calls, 1);
+    }
 }
 
 } // namespace

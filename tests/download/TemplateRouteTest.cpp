@@ -1,8 +1,11 @@
 // The template route: what is fetched, what is made of it, and what the receivers are told.
 
 #include "tests/download/DownloadFixture.h"
+#include "tests/support/FailingMemory.h"
 #include "tests/support/ScriptedTemplates.h"
 
+#include "objects/Hold.h"
+#include "openhost/objects/Traces.h"
 #include "templates/ZALVliTemplateSupportUtilities.h"
 
 #include <gmock/gmock.h>
@@ -589,6 +592,173 @@ TEST_F(TemplateRoute, DoesNothingWhenTheDownloaderIsGone)
     Probe.EndDownloader();
     EXPECT_FALSE(Transport().Last().IsRunning());
     EXPECT_THAT(Receiver.Received, IsEmpty());
+}
+
+TEST_F(TemplateRoute, GivesNoFilesToADownloaderThatIsGone)
+{
+    EXPECT_EQ(Start(Request("bolt")), S_OK);
+    const auto download = Hold(Probe.FullDownload());
+    Probe.EndDownloader();
+    Transport().Last().End();
+    EXPECT_EQ(CountOf("ZALVelmartFileDownloadCompleteNotification"), 0);
+    EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
+}
+
+TEST_F(TemplateRoute, DownloaderMayEndInsideTheNotification)
+{
+    ServeEnd(ItemUrl, TransferEnd::Failed);
+    Receiver.OnReceipt = [&] {
+        if (Receiver.Received.size() == 1)
+            Probe.EndDownloader();
+    };
+    EXPECT_EQ(Download(), S_OK);
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed(), Failed())) << "it ends after its completion";
+}
+
+TEST_F(TemplateRoute, UsesTheFolderAndTheNamesOfItsOwnStart)
+{
+    WriteFile(Folder() / "stored.ZALPart", "stored");
+    WriteFile(Folder() / "stored.ZALProduct", "stored");
+    WriteFile(Folder() / "later.ZALPart", "later");
+    const std::string part = (Folder() / "stored.ZALPart").string();
+    const std::string product = (Folder() / "stored.ZALProduct").string();
+    ZALVliTemplateSupportUtilities::StoreTemplatePathes(FromUtf8(part), FromUtf8(product));
+    std::filesystem::create_directory(Folder() / "other");
+    EXPECT_EQ(Start(Request("bolt")), S_OK);
+
+    SetSettings(Folder() / "other", true);
+    AnnounceBoth();
+    Probe.SetDownloadRequest(Json(Request("nut")));
+    ZALVliTemplateSupportUtilities::StoreTemplatePathes(FromUtf8((Folder() / "later.ZALPart").string()), {});
+    Transport().Last().Head(
+        200, {{"content-type", "application/octet-stream"}, {"content-disposition", "attachment; filename=\"a.stp\""}});
+    Transport().Last().Bytes("content");
+    Transport().Last().End();
+
+    EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({InParts("bolt.stp")})));
+    EXPECT_THAT(FilesBelow(Folder() / "other"), IsEmpty());
+    EXPECT_THAT(Stored(), ElementsAre(part, product));
+    EXPECT_EQ(Transport().Count(), 1U) << "what was announced later is not fetched";
+}
+
+TEST_F(TemplateRoute, ShowsTheBusyCursorBeforeItRebuilds)
+{
+    const int before = BusyCursorCount();
+    std::vector<int> cursors;
+    RedirectTraces([&](std::string_view, std::string_view text) {
+        if (text.starts_with("ApplyPartTemplate"))
+            cursors.push_back(BusyCursorCount() - before);
+    });
+    ServeFile(ItemUrl, "a.ZALPart", "part");
+    EXPECT_EQ(Download(), S_OK);
+    ASSERT_FALSE(cursors.empty());
+    EXPECT_EQ(cursors.front(), 1);
+}
+
+TEST_F(TemplateRoute, ShowsNoBusyCursorForAFileThatIsThere)
+{
+    WriteFile(Parts() / "bolt.ZALPart", "old");
+    const int before = BusyCursorCount();
+    EXPECT_EQ(Download(), S_OK);
+    EXPECT_EQ(BusyCursorCount(), before);
+}
+
+TEST_F(TemplateRoute, RunsWithoutAFrame)
+{
+    ConfigureFrame({.exists = false});
+    ServeFile(ItemUrl, "a.stp");
+    EXPECT_EQ(Download(), S_OK);
+    EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({InParts("bolt.stp")})));
+}
+
+TEST_F(TemplateRoute, TellsTheFirstFailureBeforeItGoesOn)
+{
+    AnnounceBoth();
+    ServeFile(ItemUrl, "m6.ZALPart", "part");
+    ServeEnd(PartUrl, TransferEnd::Failed);
+    std::vector<bool> there;
+    Receiver.OnReceipt = [&] { there.push_back(exists(Parts() / "bolt.ZALPart")); };
+    const int before = BusyCursorCount();
+    int cursorsAtFirst = -1;
+    RedirectTraces([&](std::string_view, std::string_view) {
+        if (cursorsAtFirst < 0 && !Receiver.Received.empty())
+            cursorsAtFirst = BusyCursorCount() - before;
+    });
+    EXPECT_EQ(Download(), S_OK);
+    EXPECT_THAT(there, ElementsAre(false, true));
+    EXPECT_EQ(cursorsAtFirst, 1);
+}
+
+TEST_F(TemplateRoute, CancelledTransferIsToldAsFailed)
+{
+    EXPECT_EQ(Start(Request("bolt")), S_OK);
+    Transport().Last().End(TransferEnd::Cancelled);
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed(), Failed()));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Without memory
+
+TEST_F(TemplateRoute, StartRunsOrTheDownloadFails)
+{
+    Receiver.RemoveSubscriberCallbacks(&Downloader());
+    const ZALOmxAny request = Json(Request("an item with a name of some length"));
+    for (const bool isAsked : {false, true}) {
+        Probe.SetDownloadRequest(request);
+        const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+            CompletionCounter ends(&Downloader());
+            const std::size_t started = Transport().Count();
+            HRESULT result = S_OK;
+            memory.During([&] {
+                if (isAsked)
+                    Probe.OnDownloadLocationForTemplateDlgOK();
+                else
+                    result = Probe.StartDownloadAndApplyTemplates(request, PartsFolder());
+            });
+            Loop().RunUntilIdle();
+            const bool runs = Transport().Count() > started && Transport().Last().IsRunning();
+            EXPECT_EQ(result, S_OK);
+            EXPECT_NE(runs, ends.Failed > 0);
+            EXPECT_TRUE(runs || memory.HasRunOut());
+            EXPECT_EQ(ends.Succeeded, 0);
+            if (runs)
+                Transport().Last().End(TransferEnd::Failed);
+        });
+        EXPECT_GT(failures, 20);
+    }
+}
+
+TEST_F(TemplateRoute, FileThatIsThereIsToldOrTheDownloadFails)
+{
+    WriteFile(Parts() / "bolt.ZALPart", "old");
+    Receiver.RemoveSubscriberCallbacks(&Downloader());
+    const ZALOmxAny request = Json(R"({"attributes": {"fileName": "bolt"}})");
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        CompletionCounter ends(&Downloader());
+        HRESULT result = E_FAIL;
+        memory.During([&] { result = Probe.StartDownloadAndApplyTemplates(request, PartsFolder()); });
+        EXPECT_TRUE(result == S_OK || memory.HasRunOut());
+        EXPECT_EQ(ends.Succeeded + ends.Failed, result == S_OK ? 1 : 0);
+        EXPECT_TRUE(ends.Succeeded == 1 || memory.HasRunOut());
+    });
+    EXPECT_GT(failures, 10);
+}
+
+TEST_F(TemplateRoute, FetchedFilesAreToldOrTheDownloadFails)
+{
+    Receiver.RemoveSubscriberCallbacks(&Downloader());
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        std::filesystem::remove(Parts() / "bolt");
+        CompletionCounter ends(&Downloader());
+        EXPECT_EQ(Start(Request("bolt")), S_OK);
+        WriteFile(Temp() / "VLFiles", "fetched");
+        memory.During([&] { Transport().Last().End(); });
+        Loop().RunUntilIdle();
+        EXPECT_GE(ends.Succeeded + ends.Failed, 1);
+        EXPECT_TRUE(ends.Succeeded == 0 || (ends.Succeeded == 1 && ends.Failed == 0));
+        EXPECT_TRUE(ends.Succeeded == 1 || memory.HasRunOut());
+    });
+    EXPECT_GT(failures, 20);
 }
 
 } // namespace

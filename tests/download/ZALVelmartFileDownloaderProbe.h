@@ -63,6 +63,13 @@ public:
     {
         downloader_->FullDownload = ZALInterfaceHandle<ZALVLIFullDownload>::Take(download);
     }
+    ZALVLIFullDownload* FullDownload() const { return downloader_->FullDownload.Get(); }
+    HRESULT StartDownloadFromTolva(const ZALOmxAny& request) { return downloader_->StartDownloadFromTolva(request); }
+    void OnVliSubscriberEventCB(const ZALOmxUTF8String& message) { downloader_->OnVliSubscriberEventCB(message); }
+    HRESULT StartDownloadAndApplyTemplates(const ZALOmxAny& request, const ZALUnicodeString& folder)
+    {
+        return downloader_->StartDownloadAndApplyTemplates(request, folder);
+    }
     const ZALOmxAny& TemplatesURLs() const { return downloader_->TemplatesURLs; }
 
 private:

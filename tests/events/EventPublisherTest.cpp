@@ -7,8 +7,13 @@
 #include "events/ZALVelmartIntegrationEventSubscriber.h"
 #include "host/panel.h"
 #include "openhost/objects/ClassDictionary.h"
+#include "tests/support/FailingMemory.h"
 
 #include <nlohmann/json.hpp>
+
+#include <barrier>
+#include <string_view>
+#include <thread>
 
 namespace openhost::testing {
 
@@ -216,6 +221,117 @@ TEST_F(EventPublisher, TheEndOfATransactionIsReadableJson)
     const auto json = nlohmann::ordered_json::parse(Messages()[0]);
     EXPECT_EQ(json["params"]["filePathes"], nlohmann::ordered_json(paths));
     EXPECT_FALSE(json.contains("id"));
+}
+
+TEST_F(EventPublisher, FirstUseByManyThreadsMakesOneInstance)
+{
+    std::vector<Publisher*> found(16);
+    std::barrier start(static_cast<std::ptrdiff_t>(found.size()));
+    {
+        std::vector<std::jthread> threads;
+        for (Publisher*& instance : found)
+            threads.emplace_back([&] {
+                start.arrive_and_wait();
+                instance = Publisher::GetPrtOnUniqueInstance();
+            });
+    }
+    EXPECT_EQ(found, std::vector<Publisher*>(found.size(), Publisher::GetPrtOnUniqueInstance()));
+    EXPECT_TRUE(found.front());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Without memory
+
+/// A listener that needs no memory: counts what it is told by whether it is `expected`.
+class Counter : public ZALEventSubscriber {
+public:
+    explicit Counter(std::string expected) : expected_(std::move(expected))
+    {
+        AddCallback(Publisher::GetPrtOnUniqueInstance(), MessageClass, &Counter::OnMessage, nullptr);
+    }
+    int whole = 0;
+    int other = 0;
+
+private:
+    void OnMessage(ZALBaseUnknown*, ZALNotification* notification, void*)
+    {
+        const auto* message = static_cast<const ZALDlgHtmlViewJavaScriptNotification*>(notification);
+        ++(std::string_view(message->GetData(), message->GetDataLength()) == expected_ ? whole : other);
+    }
+    std::string expected_;
+};
+
+TEST_F(EventPublisher, IsMadeOnceThereIsMemory)
+{
+    Publisher* publisher = nullptr;
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        memory.During([&] { publisher = Publisher::GetPrtOnUniqueInstance(); });
+        EXPECT_EQ(publisher == nullptr, memory.HasRunOut());
+    });
+    EXPECT_GT(failures, 0);
+}
+
+TEST_F(EventPublisher, ThatCannotBeMadeHasNoListenersAndLosesMessages)
+{
+    WithEachAllocationFailing([&](FailingMemory& memory) {
+        bool heard = true;
+        memory.During([&] { heard = Publisher::HasJSMessageListeners(); });
+        EXPECT_FALSE(heard);
+    });
+}
+
+TEST_F(EventPublisher, MessageBeforeItsInstanceCanBeMadeIsLost)
+{
+    const ZALOmxUTF8String message("{}");
+    WithEachAllocationFailing([&](FailingMemory& memory) {
+        HRESULT result = E_FAIL;
+        memory.During([&] { result = Publisher::SendJSMessage(message); });
+        EXPECT_EQ(result, S_OK);
+    });
+}
+
+TEST_F(EventPublisher, KnowsOfNoListenersWithoutMemory)
+{
+    Listen();
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        bool heard = false;
+        memory.During([&] { heard = Publisher::HasJSMessageListeners(); });
+        EXPECT_EQ(heard, !memory.HasRunOut());
+    });
+    EXPECT_GT(failures, 0);
+}
+
+TEST_F(EventPublisher, MessageIsDeliveredWholeOrNotAtAll)
+{
+    const std::string text(100, 'x');
+    const ZALOmxUTF8String message(text.data(), text.size());
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        Counter counter(text);
+        HRESULT result = E_FAIL;
+        memory.During([&] { result = Publisher::SendJSMessage(message); });
+        EXPECT_EQ(result, S_OK);
+        EXPECT_EQ(counter.whole, memory.HasRunOut() ? 0 : 1);
+        EXPECT_EQ(counter.other, 0);
+    });
+    EXPECT_GT(failures, 0);
+}
+
+TEST_F(EventPublisher, EndOfATransactionIsToldWholeOrNotAtAll)
+{
+    const ZALListValZALUnicodeString paths = Paths({"/a/path/of/some/length", "/another/path/of/some/length"});
+    int refused = 0;
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        Counter counter(R"({"method":"EndTransaction","params":{"filePathes":)"
+                        R"(["/a/path/of/some/length","/another/path/of/some/length"]}})");
+        HRESULT result = S_FALSE;
+        memory.During([&] { result = Publisher::SendEndTransactionEvent(paths, "UT5"); });
+        refused += result == E_FAIL ? 1 : 0;
+        EXPECT_TRUE(result == E_FAIL || result == S_OK);
+        EXPECT_EQ(counter.whole, memory.HasRunOut() ? 0 : 1);
+        EXPECT_EQ(counter.other, 0);
+    });
+    EXPECT_GT(refused, 0);
+    EXPECT_LT(refused, failures) << "a message that is lost on its way is none of its failures";
 }
 
 } // namespace

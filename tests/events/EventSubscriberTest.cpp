@@ -6,8 +6,30 @@
 #include "events/ZALVelmartIntegrationEventSubscriber.h"
 #include "host/panel.h"
 #include "openhost/objects/ClassDictionary.h"
+#include "tests/support/FailingMemory.h"
 
+#include <barrier>
+#include <dlfcn.h>
 #include <memory>
+#include <new>
+#include <thread>
+
+namespace {
+
+/// Whether the host takes no subscription.
+bool subscriptionsAreRefused = false;
+
+} // namespace
+
+// Takes the place of the host's own operation in this program.
+ZALCallback ZALEventSubscriber::AddCallback(ZALBaseUnknown* publisher, const char* notificationClass,
+                                            ZALSubscriberMethod method, void* data)
+{
+    using Operation = ZALCallback(ZALEventSubscriber*, ZALBaseUnknown*, const char*, ZALSubscriberMethod, void*);
+    static auto* const add = reinterpret_cast<Operation*>(
+        dlsym(RTLD_NEXT, "_ZN18ZALEventSubscriber11AddCallbackEP14ZALBaseUnknownPKcMS0_FvS1_P15ZALNotificationPvES6_"));
+    return subscriptionsAreRefused ? 0 : add(this, publisher, notificationClass, method, data);
+}
 
 namespace openhost::testing {
 
@@ -156,6 +178,143 @@ TEST_F(EventSubscriber, AMessageMayComeInsideTheReceiptOfAnother)
     });
     Tell("m");
     EXPECT_EQ(messages, (Texts{"m++", "m+", "m"}));
+}
+
+TEST_F(EventSubscriber, FunctionReplacedInsideANestedReceiptEndsWithTheOuterOne)
+{
+    auto held = std::make_shared<int>(1);
+    const std::weak_ptr<int> watch = held;
+    bool isHeld = false;
+    Subscriber::GetUniqueSubscriber()->SetMessageFunction([this, held, &watch, &isHeld](const ZALOmxUTF8String& text) {
+        if (text == "outer") {
+            Tell("inner");
+            isHeld = !watch.expired();
+        } else {
+            Collect();
+        }
+    });
+    held.reset();
+    Tell("outer");
+    EXPECT_TRUE(isHeld);
+    EXPECT_TRUE(watch.expired());
+    Tell("next");
+    EXPECT_EQ(messages, Texts{"next"});
+}
+
+TEST_F(EventSubscriber, FunctionSetInsideAReceiptTakesTheNextMessages)
+{
+    Subscriber::GetUniqueSubscriber()->SetMessageFunction([this](const ZALOmxUTF8String&) {
+        Collect();
+        Tell("inside");
+    });
+    Tell("first");
+    Tell("after");
+    EXPECT_EQ(messages, (Texts{"inside", "after"}));
+}
+
+TEST_F(EventSubscriber, FunctionKeepsItsStateBetweenNestedMessages)
+{
+    std::vector<int> counts;
+    Subscriber::GetUniqueSubscriber()->SetMessageFunction([&counts, count = 0](const ZALOmxUTF8String& text) mutable {
+        counts.push_back(++count);
+        if (text == "outer")
+            Tell("inner");
+    });
+    Tell("outer");
+    Tell("next");
+    EXPECT_EQ(counts, (std::vector<int>{1, 2, 3}));
+}
+
+TEST_F(EventSubscriber, ListensToItselfWithoutClientData)
+{
+    Subscriber* subscriber = Subscriber::GetUniqueSubscriber();
+    subscriber->RemoveCallbacksOn(subscriber, MessageClass, nullptr);
+    EXPECT_TRUE(SubscribersOf(subscriber, MessageClass).empty());
+}
+
+TEST_F(EventSubscriber, FirstUseByManyThreadsMakesOneInstance)
+{
+    std::vector<Subscriber*> found(16);
+    std::barrier start(static_cast<std::ptrdiff_t>(found.size()));
+    {
+        std::vector<std::jthread> threads;
+        for (Subscriber*& instance : found)
+            threads.emplace_back([&] {
+                start.arrive_and_wait();
+                instance = Subscriber::GetUniqueSubscriber();
+            });
+    }
+    EXPECT_EQ(found, std::vector<Subscriber*>(found.size(), Subscriber::GetUniqueSubscriber()));
+    EXPECT_TRUE(found.front());
+}
+
+TEST_F(EventSubscriber, ThatHearsNothingIsNotKept)
+{
+    subscriptionsAreRefused = true;
+    EXPECT_EQ(Subscriber::GetUniqueSubscriber(), nullptr);
+    subscriptionsAreRefused = false;
+    Subscriber* subscriber = Subscriber::GetUniqueSubscriber();
+    ASSERT_TRUE(subscriber);
+    EXPECT_EQ(SubscribersOf(subscriber, MessageClass), std::vector<ZALBaseUnknown*>{subscriber});
+}
+
+// ---------------------------------------------------------------------------------------------
+// Without memory
+
+TEST_F(EventSubscriber, IsMadeOnceThereIsMemory)
+{
+    Subscriber* subscriber = nullptr;
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        memory.During([&] { subscriber = Subscriber::GetUniqueSubscriber(); });
+        EXPECT_EQ(subscriber == nullptr, memory.HasRunOut());
+    });
+    EXPECT_GT(failures, 1);
+    EXPECT_EQ(SubscribersOf(subscriber, MessageClass), std::vector<ZALBaseUnknown*>{subscriber});
+}
+
+TEST_F(EventSubscriber, TakesAFunctionWithoutMemory)
+{
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        int calls = 0;
+        Subscriber::MessageFunction function = [&calls](const ZALOmxUTF8String&) { ++calls; };
+        Subscriber* subscriber = Subscriber::GetUniqueSubscriber();
+        memory.During([&] { subscriber->SetMessageFunction(std::move(function)); });
+        Tell("message");
+        EXPECT_EQ(calls, 1);
+    });
+    EXPECT_EQ(failures, 0);
+}
+
+TEST_F(EventSubscriber, HandsOnAnEmptyTextForAMessageThatIsLost)
+{
+    const std::string text(100, 'x');
+    int whole = 0;
+    int lost = 0;
+    Subscriber::GetUniqueSubscriber()->SetMessageFunction([&](const ZALOmxUTF8String& message) {
+        whole += message.GetByteLength() == text.size() ? 1 : 0;
+        lost += message.GetByteLength() == 0 ? 1 : 0;
+    });
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        ZALDlgHtmlViewJavaScriptNotification notification("any", text.data(), text.size());
+        try {
+            memory.During([&] { DispatchCallbacks(Subscriber::GetUniqueSubscriber(), &notification); });
+        } catch (const std::bad_alloc&) {
+            // The host had no memory for the dispatch.
+        }
+    });
+    EXPECT_GT(failures, 0);
+    EXPECT_EQ(lost, 1);
+    EXPECT_EQ(whole, 1);
+}
+
+TEST_F(EventSubscriber, FunctionWithoutMemoryLeavesNothingToTheHost)
+{
+    Subscriber::GetUniqueSubscriber()->SetMessageFunction(
+        [](const ZALOmxUTF8String&) -> void { throw std::bad_alloc(); });
+    EXPECT_NO_THROW(Tell("one"));
+    Collect();
+    Tell("two");
+    EXPECT_EQ(messages, Texts{"two"});
 }
 
 } // namespace
