@@ -828,12 +828,14 @@ TEST_F(FullDownloadWithoutMemory, FailsOnceInsideTheStart)
 {
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
         Prepare({"the first of the items", "the second of the items"});
+        const std::size_t started = Transport().Count();
         memory.During([&] { Begin(); });
         const int toldInside = calls;
         Loop().RunUntilIdle();
         EXPECT_EQ(toldInside, memory.HasRunOut() ? 1 : 0);
         EXPECT_EQ(calls, toldInside);
         if (toldInside == 1) {
+            EXPECT_TRUE(Transport().Count() == started || !Transport().Last().IsRunning());
             EXPECT_EQ(status, Notification::DownloadFailed);
             EXPECT_EQ(Surface().Find(ProgressWindow), nullptr);
         }
