@@ -1,5 +1,6 @@
 // Messages with another component of the host, which takes downloads over.
 
+#include "openhost/objects/Traces.h"
 #include "tests/download/DownloadFixture.h"
 #include "tests/support/FailingMemory.h"
 #include "tests/support/Listener.h"
@@ -850,6 +851,7 @@ protected:
     {
         Component.RemoveSubscriberCallbacks(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance());
         Receiver.RemoveSubscriberCallbacks(&Downloader());
+        SwitchTraces(false); // the lack of a trace fails nothing
     }
     static constexpr const char* FailedReply = R"({ "error" : {"code": -20, "message" : "Download Failed"}, "id" : 7})";
 };
@@ -922,6 +924,7 @@ TEST_F(BridgeWithoutMemory, UnknownMethodIsAnsweredWholeOrTheDownloadFails)
 
 TEST_F(BridgeWithoutMemory, RequestForFilesRunsOrIsAnsweredOrTheDownloadFails)
 {
+    ConfigureFrame({.exists = false}); // no dialog, whose lack alone fails no download
     const ZALOmxUTF8String message(
         R"({"method": "downloadFilesFromVL", "id": 7, "params": {"downloadUrls":
             {"a key of some length": "https://velmart.example/a"}, "downloadDestPath": "/a/folder/of/some/length"}})");
@@ -945,6 +948,7 @@ TEST_F(BridgeWithoutMemory, RequestForFilesRunsOrIsAnsweredOrTheDownloadFails)
 
 TEST_F(BridgeWithoutMemory, FilesAreAnsweredOnceOrTheDownloadFails)
 {
+    ConfigureFrame({.exists = false}); // no dialog, whose lack alone fails no download
     const std::string answer = R"({"id":7,"result":{"downloadedFilesPathes":{"A":[")" + InParts("A") + R"("]}}})";
     int failed = 0;
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
