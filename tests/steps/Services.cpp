@@ -276,8 +276,8 @@ HRESULT ZALFRead(ZALFileHandle handle, void* buffer, std::uint32_t size, std::ui
 
 HRESULT ZALFWrite(ZALFileHandle handle, const void* bytes, std::uint32_t size, std::uint32_t& count)
 {
-    Note("write " + std::to_string(handle) + " " + std::to_string(size) + " from " +
-         static_cast<const char*>(bytes)[0]);
+    const std::string first(static_cast<const char*>(bytes), std::min(size, 1U));
+    Note("write " + std::to_string(handle) + " " + std::to_string(size) + " from " + first);
     count = size - std::min(size, CurrentServices().unwritten);
     return CurrentServices().writeResult;
 }
