@@ -533,7 +533,7 @@ TEST(DownloadDispatchDeathTest, InstanceEndsWithTheProcess)
     static ZALBaseUnknown_WR instance;
     EXPECT_EXIT(
         {
-            // Called behind what the downloader has asked for later.
+            // Called after what the downloader asks for later.
             std::atexit([] { _exit(instance.GetComponent() ? 1 : ended); });
             instance = ZALVelmartFileDownloader::GetInstance();
             std::exit(0);

@@ -168,7 +168,7 @@ TEST_F(DestinationFolder, DialogOKShowsTheBusyCursorBeforeTheQuestion)
     EXPECT_EQ(BusyCursorCount(), busyCursors + 1);
 }
 
-TEST_F(DestinationFolder, DialogOKKeepsItsFileWhenAnotherDownloadEndsDuringTheQuestion)
+TEST_F(DestinationFolder, DialogOKKeepsItsFileThoughAnotherDownloadEndsMeanwhile)
 {
     const HttpHeaders first{{"content-type", "application/octet-stream"},
                             {"content-disposition", "attachment; filename=first.zip"}};

@@ -120,7 +120,7 @@ TEST_F(TransferSteps, AllStatusesButTwoCountAsFinished)
     }
 }
 
-TEST_F(TransferSteps, RecorderPausesBehindTheDialog)
+TEST_F(TransferSteps, RecorderPausesAfterTheDialog)
 {
     for (const CommandOptions& options :
          {CommandOptions{.recorder = true, .capture = true}, CommandOptions{.recorder = true, .replay = true}}) {
