@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
+#include <utility>
 
 ZALVelmartDownloadDataHandler::ZALVelmartDownloadDataHandler(ZALBaseUnknown* owner, CompleteMethod complete)
     : Owner(owner), CompleteCallback(complete)
@@ -13,7 +15,7 @@ ZALVelmartDownloadDataHandler::ZALVelmartDownloadDataHandler(ZALBaseUnknown* own
 ZALVelmartDownloadDataHandler::~ZALVelmartDownloadDataHandler() = default;
 
 void ZALVelmartDownloadDataHandler::OnHeaders(ZALCefHttpRequest*, const ZALCefHttpHeaderMap& headers)
-{
+try {
     ZALHttpRawHeaderMap map;
     headers.GetRawMap(map);
 
@@ -45,21 +47,34 @@ void ZALVelmartDownloadDataHandler::OnHeaders(ZALCefHttpRequest*, const ZALCefHt
         }
         break;
     }
+} catch (const std::bad_alloc&) {
+    // As a reply without headers: a name in part would be another file's.
+    ContentType = {};
+    FileName = {};
 }
 
 void ZALVelmartDownloadDataHandler::OnData(ZALCefHttpRequest* request, const void* bytes, std::size_t size)
 {
-    if (!bytes || size == 0)
+    if (!bytes || size == 0 || HasGap)
         return;
 
     if (File == 0)
         OpenFile(request);
 
-    if (Buffer.capacity() < BufferSize)
-        Buffer.reserve(BufferSize);
-
     const char* begin = static_cast<const char*>(bytes);
-    Buffer.insert(Buffer.end(), begin, begin + size);
+    try {
+        if (Buffer.capacity() < BufferSize)
+            Buffer.reserve(BufferSize);
+        Buffer.insert(Buffer.end(), begin, begin + size);
+    } catch (const std::bad_alloc&) {
+        if (File != 0) {
+            WriteBuffer();
+            Write(begin, size);
+        } else {
+            HasGap = true;
+        }
+        return;
+    }
 
     // Without a file the bytes stay in memory; the next chunk tries to open it again.
     if (Buffer.size() >= BufferSize && File != 0)
@@ -67,7 +82,7 @@ void ZALVelmartDownloadDataHandler::OnData(ZALCefHttpRequest* request, const voi
 }
 
 void ZALVelmartDownloadDataHandler::OnProgress(ZALCefHttpRequest*, std::uint64_t current, std::uint64_t total)
-{
+try {
     if (total == 0)
         return;
 
@@ -79,31 +94,29 @@ void ZALVelmartDownloadDataHandler::OnProgress(ZALCefHttpRequest*, std::uint64_t
     LastPercent = percent;
     if (!ProgressCallback)
         return;
-    if (ZALBaseUnknown* owner = Owner.GetComponent()) {
-        (owner->*ProgressCallback)(percent);
-        owner->Release();
-    }
+    if (const auto owner = ZALBaseUnknown_var::Take(Owner.GetComponent()))
+        (owner.Get()->*ProgressCallback)(percent);
+} catch (const std::bad_alloc&) {
+    // The next step is reported.
 }
 
 void ZALVelmartDownloadDataHandler::OnComplete(ZALCefHttpRequest*)
-{
-    if (File != 0) {
-        if (!Buffer.empty())
-            WriteBuffer();
-        ZALFClose(File);
-        File = 0;
-    }
+try {
+    if (File != 0)
+        FinishFile();
+    if (HasGap)
+        FilePath = {};
 
     if (!CompleteCallback)
         return;
-    if (ZALBaseUnknown* owner = Owner.GetComponent()) {
-        (owner->*CompleteCallback)(FilePath);
-        owner->Release();
-    }
+    if (const auto owner = ZALBaseUnknown_var::Take(Owner.GetComponent()))
+        (owner.Get()->*CompleteCallback)(FilePath);
+} catch (const std::bad_alloc&) {
+    // The owner looks after itself.
 }
 
 void ZALVelmartDownloadDataHandler::OpenFile(ZALCefHttpRequest* request)
-{
+try {
     ZALUnicodeString name = "VelmartDownloadedQ7Files.zip";
     const ZALCefHttpResponse* response = request ? request->GetResponse() : nullptr;
     if (response && response->GetState() != ZALHttpResponseSucceeded && ContentType == "application/json")
@@ -112,14 +125,33 @@ void ZALVelmartDownloadDataHandler::OpenFile(ZALCefHttpRequest* request)
     if (ContentType == "application/octet-stream")
         name = FileName.GetLengthInChar() > 0 ? FileName : ZALUnicodeString("VelmartDownloadedQ7Files");
 
-    FilePath = ZALGetOfficialVariable("ZALTemp");
-    ZALMakePath(FilePath, name);
+    ZALUnicodeString path = ZALGetOfficialVariable("ZALTemp");
+    ZALMakePath(path, name);
+    FilePath = std::move(path);
     ZALFOpen(FilePath, "wb", File);
+} catch (const std::bad_alloc&) {
+    // As a file that cannot be opened.
+}
+
+void ZALVelmartDownloadDataHandler::FinishFile()
+try {
+    if (!Buffer.empty())
+        WriteBuffer();
+    ZALFClose(std::exchange(File, 0));
+} catch (const std::bad_alloc&) {
+    // The bytes are written, and the handle is not used again.
 }
 
 void ZALVelmartDownloadDataHandler::WriteBuffer()
 {
-    std::uint32_t written = 0;
-    ZALFWrite(File, Buffer.data(), static_cast<std::uint32_t>(Buffer.size()), written);
+    Write(Buffer.data(), Buffer.size());
     Buffer.clear();
+}
+
+void ZALVelmartDownloadDataHandler::Write(const char* bytes, std::size_t size)
+try {
+    std::uint32_t written = 0;
+    ZALFWrite(File, bytes, static_cast<std::uint32_t>(size), written);
+} catch (const std::bad_alloc&) {
+    HasGap = true;
 }

@@ -8,7 +8,8 @@
 /// still finished, and nobody is called.
 class ZALVelmartDownloadDataHandler : public ZALCefHttpDataHandler {
 public:
-    /// Takes the path of the temporary file, which is empty when no data came.
+    /// Takes the path of the temporary file, which is empty when no data came, or when memory had no room for some of
+    /// it and the file would have a gap.
     using CompleteMethod = void (ZALBaseUnknown::*)(const ZALUnicodeString& path);
     /// Takes a percentage.
     using ProgressMethod = void (ZALBaseUnknown::*)(std::int32_t percent);
@@ -30,7 +31,9 @@ public:
 
 private:
     void OpenFile(ZALCefHttpRequest* request);
+    void FinishFile();
     void WriteBuffer();
+    void Write(const char* bytes, std::size_t size);
 
     ZALFileHandle File = 0;
     ZALUnicodeString FilePath;
@@ -41,4 +44,5 @@ private:
     ZALBaseUnknown_WR Owner;
     CompleteMethod CompleteCallback;
     ProgressMethod ProgressCallback = nullptr;
+    bool HasGap = false; ///< whether bytes are lost; nothing is written after them
 };

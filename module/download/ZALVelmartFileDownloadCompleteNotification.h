@@ -1,11 +1,12 @@
 // How a download ended.
 #pragma once
 
-#include "objects/MetaClassOperations.h"
 #include "host/text.h"
+#include "objects/MetaClassOperations.h"
 
 /// Dispatched by the downloader on itself, from its own stack, once a download has ended on whatever route.
-/// Receivers copy what they need: the object ends with the dispatch.
+/// Receivers copy what they need: the object ends with the dispatch. One that memory has no room for tells a failed
+/// download, and nothing else.
 class ZALVelmartFileDownloadCompleteNotification : public ZALNotification {
     VL_DECLARE_META_CLASS
 public:
@@ -41,6 +42,9 @@ public:
     ZALUnicodeString GetConcatenedWarningsMessageNLS() const;
 
 private:
+    template <class Copy>
+    void FillOrFail(Copy copy);
+
     ZALListValZALUnicodeString _DownloadedFiles;
     Status _Status;
     ZALUnicodeString _DocEnvId;

@@ -12,10 +12,13 @@
 #include "host/system.h"
 
 #include <cstdlib>
+#include <new>
 
 VL_DEFINE_META_CLASS(ZALVelmartFileDownloader, ZALCommand)
 
 bool ZALVelmartFileDownloader::TemplateSupportEnabled = false;
+
+using Notification = ZALVelmartFileDownloadCompleteNotification;
 
 namespace {
 
@@ -26,6 +29,15 @@ HRESULT GetStringMember(const ZALOmxAny& map, const ZALOmxKeyString& key, ZALUni
     if (FAILED(map.MapGetValue(key, value)))
         return E_FAIL;
     return value.GetString(text);
+}
+
+/// The settings object, or null.
+ZALInterfaceHandle<ZALIVelmartIntegrationSettingAtt> CreateSettings()
+{
+    ZALIVelmartIntegrationSettingAtt* settings = nullptr;
+    if (FAILED(CreateZALIVelmartIntegrationSettingAtt(&settings)))
+        return {};
+    return ZALInterfaceHandle<ZALIVelmartIntegrationSettingAtt>::Take(settings);
 }
 
 } // namespace
@@ -39,30 +51,30 @@ ZALVelmartFileDownloader::ZALVelmartFileDownloader() : ZALCommand("ZALVelmartFil
 
 ZALVelmartFileDownloader::~ZALVelmartFileDownloader()
 {
-    HttpRequest.reset();
-    if (DataHandler)
-        DataHandler->Release();
+    HttpRequest = {};
+    DataHandler = {};
     // The dialog belongs to the host and is not ended here.
-    if (ProgressDlg)
-        ProgressDlg->Release();
+    ProgressDlg = {};
     FullDownload = {};
 }
 
 ZALVelmartFileDownloader* ZALVelmartFileDownloader::GetInstance()
-{
+try {
     static ZALVelmartFileDownloader* const instance = [] {
         auto* created = new ZALVelmartFileDownloader;
         std::atexit([] { GetInstance()->Release(); });
         return created;
     }();
     return instance;
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 // ---------------------------------------------------------------------------------------------
 // Choice of the route
 
 HRESULT ZALVelmartFileDownloader::StartDownload(const ZALOmxAny& request)
-{
+try {
     DownloadRequest = request;
 
     ZALOmxAny attributes;
@@ -100,15 +112,18 @@ HRESULT ZALVelmartFileDownloader::StartDownload(const ZALOmxAny& request)
 
     ZALListValZALUnicodeString files;
     files.Append(path);
-    ZALVelmartFileDownloadCompleteNotification notification(
-        files, ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded);
+    Notification notification(files, Notification::DownloadSucceeded);
     DispatchCallbacks(this, &notification);
     return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
 }
 
 HRESULT ZALVelmartFileDownloader::SetTemplatesURLs(const ZALOmxAny& urls)
-{
+try {
     TemplatesURLs = urls;
+    return S_OK;
+} catch (const std::bad_alloc&) {
     return S_OK;
 }
 
@@ -128,11 +143,7 @@ HRESULT ZALVelmartFileDownloader::StartDefaultDownload(const ZALOmxAny& request)
         GetValidDestinationFolderInSettings(folder);
         if (folder.GetLengthInChar() > 0)
             return StartDownloadAndApplyTemplates(request, folder);
-        ZALVelmartDownloadLocationDlg* dialog = ZALVelmartDownloadLocationDlg::Create();
-        AddCallback(dialog, ZALVelmartDownloadLocationDlg::OKNotif::ClassName(),
-                    &ZALVelmartFileDownloader::OnDownloadLocationForTemplateDlgOK, nullptr);
-        AddCallback(dialog, ZALVelmartDownloadLocationDlg::CANCELNotif::ClassName(),
-                    &ZALVelmartFileDownloader::OnDownloadLocationDlgCANCEL, nullptr);
+        AskForFolder(&ZALVelmartFileDownloader::OnDownloadLocationForTemplateDlgOK);
         return S_OK;
     }
 
@@ -168,15 +179,14 @@ ZALUnicodeString ConvertFileURLToPath(const ZALUnicodeString& url)
 
 HRESULT ZALVelmartFileDownloader::GetValidDestinationFolderInSettings(ZALUnicodeString& folder)
 {
-    ZALIVelmartIntegrationSettingAtt* settings = nullptr;
-    if (FAILED(CreateZALIVelmartIntegrationSettingAtt(&settings)) || !settings)
+    const auto settings = CreateSettings();
+    if (!settings)
         return S_FALSE;
 
     bool doNotRemind = false;
     ZALUnicodeString location;
     settings->GetDoNotRemindDownloadLocation(doNotRemind);
     settings->GetDownloadLocation(location);
-    settings->Release();
 
     ZALFileStatus status;
     if (location.GetLengthInChar() > 0 && doNotRemind && SUCCEEDED(ZALFileStat(location, status, 0)) &&
@@ -189,37 +199,65 @@ HRESULT ZALVelmartFileDownloader::GetValidDestinationFolderInSettings(ZALUnicode
 
 void ZALVelmartFileDownloader::DisplayDestinationFolderChooserDlg()
 {
-    ZALVelmartDownloadLocationDlg* dialog = ZALVelmartDownloadLocationDlg::Create();
-    AddCallback(dialog, ZALVelmartDownloadLocationDlg::OKNotif::ClassName(),
-                &ZALVelmartFileDownloader::OnDownloadLocationDlgOK, nullptr);
-    AddCallback(dialog, ZALVelmartDownloadLocationDlg::CANCELNotif::ClassName(),
-                &ZALVelmartFileDownloader::OnDownloadLocationDlgCANCEL, nullptr);
+    AskForFolder(&ZALVelmartFileDownloader::OnDownloadLocationDlgOK);
 }
 
-void ZALVelmartFileDownloader::OnDownloadLocationDlgOK(ZALBaseUnknown*, ZALNotification*, void*)
+void ZALVelmartFileDownloader::AskForFolder(void (ZALVelmartFileDownloader::*onOK)(ZALBaseUnknown*, ZALNotification*,
+                                                                                   void*))
 {
-    ZALIVelmartIntegrationSettingAtt* settings = nullptr;
-    if (FAILED(CreateZALIVelmartIntegrationSettingAtt(&settings)) || !settings) {
-        ZALVelmartFileDownloadCompleteNotification notification(
-            ZALVelmartFileDownloadCompleteNotification::DownloadFailed);
-        DispatchCallbacks(this, &notification);
+    ZALVelmartDownloadLocationDlg* dialog = ZALVelmartDownloadLocationDlg::Create();
+    if (!dialog) {
+        // With a place to stand in, memory alone can be what is missing.
+        ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
+        if (frame && frame->GetApplicationDocument())
+            throw std::bad_alloc();
         return;
     }
 
-    // Whatever the dialog has stored is used, valid or not.
+    try {
+        AddCallback(dialog, ZALVelmartDownloadLocationDlg::OKNotif::ClassName(), onOK, nullptr);
+        AddCallback(dialog, ZALVelmartDownloadLocationDlg::CANCELNotif::ClassName(),
+                    &ZALVelmartFileDownloader::OnDownloadLocationDlgCANCEL, nullptr);
+    } catch (const std::bad_alloc&) {
+        // A question whose answer nobody would hear.
+        RemoveSubscriberCallbacks(dialog);
+        dialog->RequestDelayedDestruction();
+        throw;
+    }
+}
+
+void ZALVelmartFileDownloader::OnDownloadLocationDlgOK(ZALBaseUnknown*, ZALNotification*, void*)
+try {
     ZALUnicodeString folder;
-    settings->GetDownloadLocation(folder);
-    settings->Release();
+    {
+        const auto settings = CreateSettings();
+        if (!settings) {
+            EndDownload(Notification(Notification::DownloadFailed));
+            return;
+        }
+        // Whatever the dialog has stored is used, valid or not.
+        settings->GetDownloadLocation(folder);
+    }
 
     if (ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame())
         frame->SetBusyCursor();
 
     FinishExtraction(ZALUnicodeString(DownloadedFilePath), folder);
+} catch (const std::bad_alloc&) {
+    EndDownload(Notification(Notification::DownloadFailed));
 }
 
 void ZALVelmartFileDownloader::OnDownloadLocationDlgCANCEL(ZALBaseUnknown*, ZALNotification*, void*)
 {
-    ZALVelmartFileDownloadCompleteNotification notification(
-        ZALVelmartFileDownloadCompleteNotification::DownloadCanceled);
+    EndDownload(Notification(Notification::DownloadCanceled));
+}
+
+// ---------------------------------------------------------------------------------------------
+// The end
+
+void ZALVelmartFileDownloader::EndDownload(ZALVelmartFileDownloadCompleteNotification&& notification)
+try {
     DispatchCallbacks(this, &notification);
+} catch (const std::bad_alloc&) {
+    // Who has been told is not known here, and nobody is to be told twice.
 }

@@ -8,9 +8,8 @@
 #include "objects/MetaClassOperations.h"
 #include "templates/ZALVliTemplateSupportUtilities.h"
 
-#include <memory>
-
 class ZALVelmartDownloadProgressDlg;
+class ZALVelmartFileDownloadCompleteNotification;
 
 /// Takes the description of a catalogue item, gets its files by one of four routes and tells the end in one
 /// ZALVelmartFileDownloadCompleteNotification, dispatched on itself, possibly inside StartDownload. Whoever
@@ -48,10 +47,16 @@ private:
     /// S_OK when `folder` was delivered, otherwise S_FALSE, and `folder` is left alone.
     HRESULT GetValidDestinationFolderInSettings(ZALUnicodeString& folder);
     void DisplayDestinationFolderChooserDlg();
+    /// Shows the location dialog, whose OK calls `onOK`. Without a place for the dialog nothing comes of it.
+    void AskForFolder(void (ZALVelmartFileDownloader::*onOK)(ZALBaseUnknown*, ZALNotification*, void*));
     void OnDownloadLocationDlgOK(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
     void OnDownloadLocationDlgCANCEL(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
     void OnDownloadLocationForTemplateDlgOK(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
 
+    /// Shows the progress dialog of the running transfer, which goes on without one if need be.
+    void ShowProgressDlg();
+    void ListenToProgressDlg();
+    void EndProgressDlg();
     void OnDownloadRequestComplete(const ZALUnicodeString& path);
     void NotifyProgress(std::int32_t percent);
     void OnCancelDownloadProgressDlg(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
@@ -61,6 +66,8 @@ private:
     HRESULT CheckForExtractConflicts(const ZALUnicodeString& archive, const ZALUnicodeString& folder,
                                      bool& hasConflicts, bool& refused);
 
+    /// Dispatches `notification`, which ends the download. When memory runs out inside, nothing else is told.
+    void EndDownload(ZALVelmartFileDownloadCompleteNotification&& notification);
     /// Dispatches the notification of a failure, with `text` for the user.
     void NotifyDownloadError(const ZALUnicodeString& text);
     /// The same for a download that memory had no room for. Throws nothing.
@@ -86,12 +93,12 @@ private:
     /// process.
     static bool TemplateSupportEnabled;
 
-    ZALOmxAny DownloadRequest;                            ///< last argument of StartDownload
-    std::unique_ptr<ZALCefHttpRequest> HttpRequest;       ///< running request; the busy marker of the plain route
-    ZALVelmartDownloadDataHandler* DataHandler = nullptr; ///< its handler, one reference
-    ZALUnicodeString DownloadedFilePath;                  ///< kept for the location dialog
-    ZALVelmartDownloadProgressDlg* ProgressDlg = nullptr; ///< the host's, one reference; null when none is shown
-    ZALInterfaceHandle<ZALVLIFullDownload> FullDownload;  ///< the last multi-file download
+    ZALOmxAny DownloadRequest;                                     ///< last argument of StartDownload
+    ZALInterfaceHandle<ZALCefHttpRequest> HttpRequest;             ///< running; the busy marker of the plain route
+    ZALInterfaceHandle<ZALVelmartDownloadDataHandler> DataHandler; ///< of that request
+    ZALUnicodeString DownloadedFilePath;                           ///< kept for the location dialog
+    ZALInterfaceHandle<ZALVelmartDownloadProgressDlg> ProgressDlg; ///< the host's; null when none is shown
+    ZALInterfaceHandle<ZALVLIFullDownload> FullDownload;           ///< the last multi-file download
     ZALOmxAny TemplatesURLs;
 };
 

@@ -10,7 +10,10 @@
 #include "host/frame.h"
 
 #include <memory>
+#include <new>
 #include <set>
+
+using Notification = ZALVelmartFileDownloadCompleteNotification;
 
 namespace {
 
@@ -32,6 +35,51 @@ struct ArchiveEntries {
     std::unique_ptr<ZALUnicodeString[]> Names;
     std::unique_ptr<std::uint64_t[]> Sizes;
     unsigned int Count = 0;
+};
+
+/// A storage that was opened, closed and released at the latest with its scope.
+class StorageInUse {
+public:
+    explicit StorageInUse(ZALStorage* storage) : storage_(ZALInterfaceHandle<ZALStorage>::Take(storage)) {}
+    StorageInUse(const StorageInUse&) = delete;
+    StorageInUse& operator=(const StorageInUse&) = delete;
+    ~StorageInUse()
+    {
+        try {
+            Close();
+        } catch (const std::bad_alloc&) {
+            // It is released all the same.
+        }
+    }
+    void Close()
+    {
+        if (const auto closing = std::exchange(storage_, {}))
+            closing->Close(0);
+    }
+    ZALStorage* Get() const { return storage_.Get(); }
+    ZALStorage* operator->() const { return storage_.Get(); }
+
+private:
+    ZALInterfaceHandle<ZALStorage> storage_;
+};
+
+/// Ends a question together with its scope.
+class QuestionEnd {
+public:
+    explicit QuestionEnd(ZALDlgNotify* question) : question_(question) {}
+    QuestionEnd(const QuestionEnd&) = delete;
+    QuestionEnd& operator=(const QuestionEnd&) = delete;
+    ~QuestionEnd()
+    {
+        try {
+            question_->RequestDelayedDestruction();
+        } catch (const std::bad_alloc&) {
+            // It is not shown any more, and ends with its parent.
+        }
+    }
+
+private:
+    ZALDlgNotify* question_;
 };
 
 /// The path of `entry` below `folder`, in the host's notation.
@@ -56,6 +104,37 @@ bool IsProduct(const ZALUnicodeString& path)
     return GetFileExtensionName(path).Compare(ZALProductExtension) != ZALTextsDiffer;
 }
 
+/// Shows the question whether to overwrite `conflicts`, and gives the answer.
+int AskToOverwrite(const ZALListValZALUnicodeString& conflicts)
+{
+    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
+    auto* question =
+        new ZALDlgNotify(frame ? frame->GetApplicationDocument() : nullptr, "OverwriteNotify", ZALDlgNotifyYesNo);
+    const QuestionEnd end(question);
+
+    ZALUnicodeString list;
+    for (int index = 1; index <= conflicts.Size() && index <= ListedConflicts; ++index) {
+        list += conflicts[index];
+        list += "\n";
+    }
+
+    ZALUnicodeString text = ZALMsgCatalog::BuildMessage(MessageCatalog, "OverwriteNotifyMessage", nullptr, 0,
+                                                        "Do you want to overwrite listed files ?");
+    text += "\n\n";
+    text += list;
+    if (conflicts.Size() > ListedConflicts) {
+        ZALUnicodeString remaining;
+        remaining.BuildFromNum(static_cast<std::uint64_t>(conflicts.Size() - ListedConflicts), "%u");
+        text += "\n";
+        text += ZALMsgCatalog::BuildMessage(MessageCatalog, "OverwriteNotifyRemaining", &remaining, 1,
+                                            "and /P1 other files not listed here");
+    }
+    const ZALUnicodeString title =
+        ZALMsgCatalog::BuildMessage(MessageCatalog, "OverwriteNotifyTitle", nullptr, 0, "Overwrite confirmation");
+
+    return question->DisplayBlocked(text, title);
+}
+
 } // namespace
 
 void ZALVelmartFileDownloader::FinishExtraction(const ZALUnicodeString& archive, const ZALUnicodeString& folder)
@@ -63,9 +142,7 @@ void ZALVelmartFileDownloader::FinishExtraction(const ZALUnicodeString& archive,
     bool hasConflicts = false;
     bool refused = false;
     if (FAILED(CheckForExtractConflicts(archive, folder, hasConflicts, refused))) {
-        ZALVelmartFileDownloadCompleteNotification notification(
-            ZALVelmartFileDownloadCompleteNotification::DownloadFailed);
-        DispatchCallbacks(this, &notification);
+        EndDownload(Notification(Notification::DownloadFailed));
         return;
     }
 
@@ -83,10 +160,8 @@ void ZALVelmartFileDownloader::FinishExtraction(const ZALUnicodeString& archive,
     if (rootIndex > 1 && rootIndex <= files.Size())
         files.Swap(1, rootIndex);
 
-    ZALVelmartFileDownloadCompleteNotification notification(
-        files, FAILED(extracted) ? ZALVelmartFileDownloadCompleteNotification::DownloadFailed
-                                 : ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded);
-    DispatchCallbacks(this, &notification);
+    EndDownload(
+        Notification(files, FAILED(extracted) ? Notification::DownloadFailed : Notification::DownloadSucceeded));
 }
 
 bool IsIgnoredArchiveEntry(const ZALUnicodeString& entry)
@@ -103,7 +178,7 @@ bool IsIgnoredArchiveEntry(const ZALUnicodeString& entry)
 HRESULT ZALVelmartFileDownloader::CheckForExtractConflicts(const ZALUnicodeString& archive,
                                                            const ZALUnicodeString& folder, bool& hasConflicts,
                                                            bool& refused)
-{
+try {
     hasConflicts = false;
     refused = false;
     if (archive.GetLengthInChar() == 0 || folder.GetLengthInChar() == 0)
@@ -129,39 +204,14 @@ HRESULT ZALVelmartFileDownloader::CheckForExtractConflicts(const ZALUnicodeStrin
 
     if (conflicts.Size() > 0) {
         hasConflicts = true;
-
-        ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-        auto* question =
-            new ZALDlgNotify(frame ? frame->GetApplicationDocument() : nullptr, "OverwriteNotify", ZALDlgNotifyYesNo);
-
-        ZALUnicodeString list;
-        for (int index = 1; index <= conflicts.Size() && index <= ListedConflicts; ++index) {
-            list += conflicts[index];
-            list += "\n";
-        }
-
-        ZALUnicodeString text = ZALMsgCatalog::BuildMessage(MessageCatalog, "OverwriteNotifyMessage", nullptr, 0,
-                                                            "Do you want to overwrite listed files ?");
-        text += "\n\n";
-        text += list;
-        if (conflicts.Size() > ListedConflicts) {
-            ZALUnicodeString remaining;
-            remaining.BuildFromNum(static_cast<std::uint64_t>(conflicts.Size() - ListedConflicts), "%u");
-            text += "\n";
-            text += ZALMsgCatalog::BuildMessage(MessageCatalog, "OverwriteNotifyRemaining", &remaining, 1,
-                                                "and /P1 other files not listed here");
-        }
-        const ZALUnicodeString title =
-            ZALMsgCatalog::BuildMessage(MessageCatalog, "OverwriteNotifyTitle", nullptr, 0, "Overwrite confirmation");
-
-        const int answer = question->DisplayBlocked(text, title);
-        question->RequestDelayedDestruction();
-        if (answer == ZALDlgAnswerNo)
-            refused = true;
+        refused = AskToOverwrite(conflicts) == ZALDlgAnswerNo;
     }
 
     const HRESULT closed = zip.Close();
     return entries.Count == 0 ? E_FAIL : closed;
+} catch (const std::bad_alloc&) {
+    // Nothing may be overwritten without an answer. The archive is closed with its end.
+    return E_FAIL;
 }
 
 HRESULT ExtractFiles(const ZALUnicodeString& archive, const ZALUnicodeString& folder, ZALListValZALUnicodeString& files)
@@ -250,23 +300,20 @@ HRESULT FindRootProduct(const ZALListValZALUnicodeString& files, int& rootIndex)
 
 HRESULT GetPointedProducts(const ZALUnicodeString& product, ZALListValZALUnicodeString& names)
 {
-    ZALStorage* root = nullptr;
-    if (FAILED(ZALStorage::OpenRootStg(product, 0, &root, 1)) || !root)
+    ZALStorage* rootStorage = nullptr;
+    if (FAILED(ZALStorage::OpenRootStg(product, 0, &rootStorage, ZALStorageRead)) || !rootStorage)
         return E_FAIL;
+    StorageInUse root(rootStorage);
 
-    ZALStorage* storage = nullptr;
-    const HRESULT opened = root->OpenStorage(ZALDocumentStorage, 0, &storage);
-    if (FAILED(opened)) {
-        root->Close(0);
-        root->Release();
+    ZALStorage* subStorage = nullptr;
+    const HRESULT opened = root->OpenStorage(ZALDocumentStorage, 0, &subStorage);
+    if (FAILED(opened))
         return E_FAIL;
-    }
+    StorageInUse storage(subStorage);
 
-    ZALBaseUnknown* manager = ZALDocumentProperty::CreateDocLinkManager(storage, nullptr);
-    storage->Close(0);
-    storage->Release();
-    root->Close(0);
-    root->Release();
+    const auto manager = ZALBaseUnknown_var::Take(ZALDocumentProperty::CreateDocLinkManager(storage.Get(), nullptr));
+    storage.Close();
+    root.Close();
     if (!manager)
         return E_FAIL;
 
@@ -279,6 +326,5 @@ HRESULT GetPointedProducts(const ZALUnicodeString& product, ZALListValZALUnicode
         if (IsProduct(paths[index]))
             names.Append(FileNameOf(paths[index]));
 
-    manager->Release();
     return result;
 }

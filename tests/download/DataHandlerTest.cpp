@@ -1,5 +1,7 @@
 #include "download/ZALVelmartDownloadDataHandler.h"
+#include "openhost/files/PathVariables.h"
 #include "tests/download/DownloadFixture.h"
+#include "tests/support/FailingMemory.h"
 #include "tests/support/Listener.h"
 
 #include <gmock/gmock.h>
@@ -108,6 +110,8 @@ INSTANTIATE_TEST_SUITE_P(
                       DispositionCase{"BehindTheExtendedForm", "attachment; filename*=UTF-8''b.zip; filename=a.zip",
                                       "a.zip"},
                       DispositionCase{"CutAtASemicolonInQuotes", "attachment; filename=\"a;b.zip\"", "a"},
+                      DispositionCase{"NotInCapitals", "attachment; FILENAME=a.zip", nullptr},
+                      DispositionCase{"NotWithACapital", "attachment; Filename=a.zip", nullptr},
                       DispositionCase{"NotWhenInline", "inline; filename=a.zip", nullptr},
                       DispositionCase{"NotWithoutType", "filename=a.zip", nullptr},
                       DispositionCase{"NotFromTheExtendedForm", "attachment; filename*=UTF-8''a.zip", nullptr},
@@ -410,6 +414,123 @@ TEST_F(DataHandler, PathIsPassedOnThoughItsFileWasNeverOpened)
     EXPECT_FALSE(exists(Temp()));
 }
 
+TEST_F(DataHandler, BufferIsReservedOnceAndKeptAcrossWrites)
+{
+    const std::string half(BufferSize / 2, 'b');
+    Script().Bytes("b");
+    for (int time = 0; time < 3; ++time) {
+        EXPECT_EQ(WithEachAllocationFailing([&](FailingMemory& memory) {
+                      memory.During([&] { Handler().OnData(nullptr, half.data(), half.size() - 1); });
+                      Handler().OnData(nullptr, half.data(), half.size()); // the buffer is full, and written
+                      memory.During([&] { Handler().OnData(nullptr, "b", 1); });
+                  }),
+                  0);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Scarce memory
+
+/// Owns no memory of its own while it is called.
+class QuietOwner : public ZALBaseUnknown {
+public:
+    void OnComplete(const ZALUnicodeString& path)
+    {
+        ++Calls;
+        HasPath = path.GetLengthInChar() > 0;
+    }
+    int Calls = 0;
+    bool HasPath = false;
+};
+
+class ScarceData : public HostFixture {
+protected:
+    /// A new handler, whose file does not stand there yet.
+    ZALInterfaceHandle<ZALVelmartDownloadDataHandler> NewHandler()
+    {
+        std::filesystem::remove(ZipFile());
+        TheOwner.Calls = 0;
+        return ZALInterfaceHandle<ZALVelmartDownloadDataHandler>::Take(new ZALVelmartDownloadDataHandler(
+            &TheOwner, static_cast<ZALVelmartDownloadDataHandler::CompleteMethod>(&QuietOwner::OnComplete)));
+    }
+    std::filesystem::path ZipFile() const { return Temp() / "VelmartDownloadedQ7Files.zip"; }
+
+    QuietOwner TheOwner;
+    int gaps_ = 0;
+};
+
+TEST_F(ScarceData, NothingIsLostFromTheMiddleOfAFile)
+{
+    const std::vector<std::string> chunks{"first ", std::string(3 * BufferSize, 'b'), "third ",
+                                          std::string(5 * BufferSize, 'd'), "last"};
+    std::string whole;
+    for (const std::string& chunk : chunks)
+        whole += chunk;
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        const auto handler = NewHandler();
+        for (const std::string& chunk : chunks)
+            memory.During([&] { handler->OnData(nullptr, chunk.data(), chunk.size()); });
+        memory.During([&] { handler->OnComplete(nullptr); });
+        EXPECT_EQ(TheOwner.Calls, 1);
+        EXPECT_TRUE(TheOwner.HasPath);
+        EXPECT_TRUE(ReadFile(ZipFile()) == whole);
+    });
+    EXPECT_GT(failures, 3);
+}
+
+TEST_F(ScarceData, FileWithAGapIsNeitherWrittenOnNorPassedOn)
+{
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        const auto handler = NewHandler();
+        SetPathVariable(TemporaryFolderVariable, Folder() / "missing");
+        handler->OnData(nullptr, "first ", 6);
+        const std::string second(2 * BufferSize, 'b');
+        memory.During([&] { handler->OnData(nullptr, second.data(), second.size()); });
+        SetPathVariable(TemporaryFolderVariable, Temp());
+        handler->OnData(nullptr, "third", 5);
+        handler->OnComplete(nullptr);
+        EXPECT_EQ(TheOwner.Calls, 1);
+        EXPECT_EQ(TheOwner.HasPath, exists(ZipFile()));
+        if (TheOwner.HasPath) {
+            EXPECT_TRUE(ReadFile(ZipFile()) == "first " + second + "third");
+        }
+        gaps_ += TheOwner.HasPath ? 0 : 1;
+    });
+    EXPECT_GT(failures, 0);
+    EXPECT_EQ(gaps_, 1) << "without the second chunk alone";
+}
+
+TEST_F(ScarceData, HeadersThatCannotBeReadLeaveTheFileItsFirstName)
+{
+    ZALCefHttpHeaderMap headers;
+    headers.AddValue("content-type", "application/octet-stream");
+    headers.AddValue("content-disposition", "attachment; filename=\"a longer name.zip\"");
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        const auto handler = NewHandler();
+        std::filesystem::remove(Temp() / "a longer name.zip");
+        memory.During([&] { handler->OnHeaders(nullptr, headers); });
+        handler->OnData(nullptr, "whole", 5);
+        handler->OnComplete(nullptr);
+        EXPECT_THAT(FilesBelow(Temp()),
+                    ElementsAre(memory.HasRunOut() ? "VelmartDownloadedQ7Files.zip" : "a longer name.zip"));
+    });
+    EXPECT_GT(failures, 0);
+}
+
+TEST_F(DataHandler, OwnersThatFailForMemoryReachNobody)
+{
+    WithEachAllocationFailing([&](FailingMemory& memory) {
+        TheOwner->Percents = {};
+        TheOwner->Completed = {};
+        auto* handler = new ZALVelmartDownloadDataHandler(TheOwner, CompleteMethod);
+        handler->SetProgressCallback(ProgressMethod);
+        memory.During([&] { handler->OnProgress(nullptr, 50, 100); });
+        memory.During([&] { handler->OnComplete(nullptr); });
+        handler->Release();
+        EXPECT_EQ(ReferencesOf(TheOwner), 1U);
+    });
+}
+
 // ---------------------------------------------------------------------------------------------
 // Progress
 
@@ -441,6 +562,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(ProgressCase{"WithoutTotal", {{0, 0}, {50, 0}, {Largest, 0}}, {}},
                       ProgressCase{"Five", {{5, 100}}, {}}, ProgressCase{"Ten", {{10, 100}}, {}},
                       ProgressCase{"TenAndAFraction", {{109, 1000}}, {}}, ProgressCase{"Eleven", {{11, 100}}, {11}},
+                      ProgressCase{"FractionsAreCutOff", {{119, 1000}, {219, 1000}, {220, 1000}}, {11, 22}},
+                      ProgressCase{"AlmostAll", {{999, 1000}}, {99}},
                       ProgressCase{"ElevenThenTwentyOneThenTwentyTwo", {{11, 100}, {21, 100}, {22, 100}}, {11, 22}},
                       ProgressCase{"HundredTooNearToNinetyFive", {{95, 100}, {100, 100}}, {95}},
                       ProgressCase{"AllAtOnce", {{100, 100}}, {100}},

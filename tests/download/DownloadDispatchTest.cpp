@@ -7,6 +7,8 @@
 
 #include <cstdlib>
 
+#include <unistd.h>
+
 namespace openhost::testing {
 namespace {
 
@@ -297,8 +299,11 @@ TEST_F(DownloadDispatch, BridgeEndsWithItsListener)
 {
     {
         const Listener listener;
+        EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
+        EXPECT_THAT(Requested(), IsEmpty());
     }
     EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
+    EXPECT_THAT(Requested(), ElementsAre(Url));
 }
 
 TEST_F(DownloadDispatch, TemplateRouteAsksForTheFolderFirst)
@@ -519,6 +524,21 @@ TEST_F(DownloadDispatch, InstanceIsAlwaysTheSameOne)
     EXPECT_EQ(ZALVelmartFileDownloader::GetInstance(), instance);
     EXPECT_EQ(instance->AddRef(), 2U) << "no reference is added";
     instance->Release();
+}
+
+TEST(DownloadDispatchDeathTest, InstanceEndsWithTheProcess)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    constexpr int ended = 12;
+    static ZALBaseUnknown_WR instance;
+    EXPECT_EXIT(
+        {
+            // Called after what the downloader asks for later.
+            std::atexit([] { _exit(instance.GetComponent() ? 1 : ended); });
+            instance = ZALVelmartFileDownloader::GetInstance();
+            std::exit(0);
+        },
+        ExitedWithCode(ended), "");
 }
 
 TEST_F(DownloadDispatch, IsACommandOfModeThree)

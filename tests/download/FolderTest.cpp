@@ -168,6 +168,25 @@ TEST_F(DestinationFolder, DialogOKShowsTheBusyCursorBeforeTheQuestion)
     EXPECT_EQ(BusyCursorCount(), busyCursors + 1);
 }
 
+TEST_F(DestinationFolder, DialogOKKeepsItsFileThoughAnotherDownloadEndsMeanwhile)
+{
+    const HttpHeaders first{{"content-type", "application/octet-stream"},
+                            {"content-disposition", "attachment; filename=first.zip"}};
+    SetSettings(Parts(), false);
+    Transfer(ZipBytes().Add("a.ZALPart", "first").Bytes(), 200, first);
+    WriteFile(Parts() / "a.ZALPart", "old");
+    Loop().Post([this] {
+        SetSettings(Parts(), true);
+        Transfer(ZipBytes().Add("b.ZALPart", "second").Bytes());
+    });
+
+    Probe.OnDownloadLocationDlgOK();
+
+    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("b.ZALPart")}),
+                                               WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
+    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "first");
+}
+
 TEST_F(DestinationFolder, DialogOKWorksWithoutFrame)
 {
     DownloadWithoutFolder();

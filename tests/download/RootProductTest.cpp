@@ -114,6 +114,22 @@ TEST_F(RootProduct, IsTheFirstProductWhenTwoHaveTheSameName)
     EXPECT_THAT(Documents().Calls(), IsEmpty());
 }
 
+TEST_F(RootProduct, NamesThatDifferInLetterCaseAreTwoProducts)
+{
+    Point("a.ZALProduct", {});
+    Point("A.ZALProduct", {"elsewhere.ZALProduct"});
+
+    EXPECT_EQ(Find({"/p/one/a.ZALProduct", "/p/two/A.ZALProduct"}), (Found{S_OK, 2}));
+}
+
+TEST_F(RootProduct, ChildrenAreKnownByTheLetterCaseOfTheirNames)
+{
+    Point("A.ZALProduct", {"b.ZALProduct"});
+    Point("B.ZALProduct", {"elsewhere.ZALProduct"});
+
+    EXPECT_EQ(Find({"/p/A.ZALProduct", "/p/B.ZALProduct"}), (Found{E_FAIL, 2})) << "both are candidates";
+}
+
 TEST_F(RootProduct, IsNeverALeaf)
 {
     Point("leaf.ZALProduct", {"a.ZALPart", "b.ZALPart"});

@@ -358,6 +358,31 @@ TEST_F(DownloadTransfer, FinishedTransferShowsTheBusyCursorAndKeepsThePath)
     EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "part");
 }
 
+TEST_F(DownloadTransfer, ShowsTheBusyCursorBeforeTheExtraction)
+{
+    WriteFile(Parts() / "a.ZALPart", "old");
+    int inQuestion = 0;
+    Loop().Post([&] { inQuestion = BusyCursorCount(); });
+    Transfer(Body());
+    EXPECT_EQ(inQuestion, 1);
+    EXPECT_EQ(BusyCursorCount(), 1);
+}
+
+TEST_F(DownloadTransfer, ShowsTheBusyCursorThoughTheFolderIsAskedFor)
+{
+    SetSettings(Parts(), false);
+    Transfer(Body());
+    EXPECT_EQ(BusyCursorCount(), 1);
+}
+
+TEST_F(DownloadTransfer, CancelledTransferShowsNoBusyCursor)
+{
+    StartTransfer();
+    Surface().Push(ProgressWindow, "CLOSE");
+    Loop().RunUntilIdle();
+    EXPECT_EQ(BusyCursorCount(), 0);
+}
+
 TEST_F(DownloadTransfer, TemporaryFileStaysAfterTheExtraction)
 {
     Transfer(Body());

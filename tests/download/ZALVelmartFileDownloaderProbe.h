@@ -53,11 +53,11 @@ public:
 
     const ZALOmxAny& DownloadRequest() const { return downloader_->DownloadRequest; }
     void SetDownloadRequest(const ZALOmxAny& request) { downloader_->DownloadRequest = request; }
-    const ZALCefHttpRequest* HttpRequest() const { return downloader_->HttpRequest.get(); }
-    const ZALVelmartDownloadDataHandler* DataHandler() const { return downloader_->DataHandler; }
+    const ZALCefHttpRequest* HttpRequest() const { return downloader_->HttpRequest.Get(); }
+    const ZALVelmartDownloadDataHandler* DataHandler() const { return downloader_->DataHandler.Get(); }
     const ZALUnicodeString& DownloadedFilePath() const { return downloader_->DownloadedFilePath; }
     void SetDownloadedFilePath(const ZALUnicodeString& path) { downloader_->DownloadedFilePath = path; }
-    const ZALVelmartDownloadProgressDlg* ProgressDlg() const { return downloader_->ProgressDlg; }
+    const ZALVelmartDownloadProgressDlg* ProgressDlg() const { return downloader_->ProgressDlg.Get(); }
     /// Takes the reference of `download` over.
     void SetFullDownload(ZALVLIFullDownload* download)
     {

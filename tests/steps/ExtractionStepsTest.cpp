@@ -2,6 +2,7 @@
 
 #include "tests/download/DownloadFixture.h"
 #include "tests/steps/Services.h"
+#include "tests/support/FailingMemory.h"
 
 #include "download/ZALVelmartFileDownloaderExtraction.h"
 
@@ -140,6 +141,99 @@ TEST_F(ExtractionSteps, EndAsFailedWithTheRootInFrontWhenTheExtractionCannotClos
 
     EXPECT_THAT(Receiver.Received,
                 ElementsAre(WithFiles(Notification::DownloadFailed, {InParts("A.ZALProduct"), InParts("a.ZALPart")})));
+}
+
+// ---------------------------------------------------------------------------------------------
+// The documents that a product points to
+
+class PointedSteps : public StepsFixture {
+protected:
+    PointedSteps() { Calls(); }
+    ~PointedSteps() override
+    {
+        EXPECT_EQ(Asked().openStorages, 0);
+        EXPECT_EQ(Asked().livingObjects, 0);
+    }
+    static HRESULT Get(Texts& names)
+    {
+        ZALListValZALUnicodeString list;
+        const HRESULT result = GetPointedProducts("/p/A.ZALProduct", list);
+        names = TextsOf(list);
+        return result;
+    }
+    static HRESULT Get()
+    {
+        Texts names;
+        return Get(names);
+    }
+    static Texts StorageCalls() { return Calls({"root", "storage", "manager", "end"}); }
+};
+
+TEST_F(PointedSteps, OpenReadAndCloseWithTheirArguments)
+{
+    Asked().pointed = {"/q/B.ZALProduct", "/q/c.ZALPart"};
+    Texts names;
+    EXPECT_EQ(Get(names), S_OK);
+    EXPECT_THAT(names, ElementsAre("B.ZALProduct"));
+    EXPECT_THAT(StorageCalls(), ElementsAre("root /p/A.ZALProduct 0 1", "storage ZALOR1 0", "manager of storage",
+                                            "end of storage 0", "end of root 0"));
+}
+
+TEST_F(PointedSteps, AnswerAsTheStorageWithoutPointedSymbols)
+{
+    Asked().hasSymbols = false;
+    for (const HRESULT result : {S_OK, S_FALSE, HRESULT{5}}) {
+        Asked().storageResult = result;
+        EXPECT_EQ(Get(), result);
+    }
+}
+
+TEST_F(PointedSteps, AnswerAsTheQueryOtherwise)
+{
+    Asked().storageResult = S_FALSE;
+    Asked().pointed = {"/q/B.ZALProduct"};
+    for (const HRESULT result : {S_OK, HRESULT{5}, E_INVALIDARG}) {
+        Asked().pointedResult = result;
+        Texts names;
+        EXPECT_EQ(Get(names), result);
+        EXPECT_THAT(names, ElementsAre("B.ZALProduct"));
+    }
+}
+
+TEST_F(PointedSteps, FailWithOneAnswerWhateverTheHostAnswers)
+{
+    Asked().rootResult = E_INVALIDARG;
+    EXPECT_EQ(Get(), E_FAIL);
+    Asked().rootResult = S_OK;
+    Asked().storageResult = E_INVALIDARG;
+    EXPECT_EQ(Get(), E_FAIL);
+    Asked().storageResult = S_FALSE;
+    Asked().hasManager = false;
+    EXPECT_EQ(Get(), E_FAIL);
+}
+
+TEST_F(PointedSteps, DoNotLookAtTheClosing)
+{
+    Asked().storageCloseResult = E_FAIL;
+    EXPECT_EQ(Get(), S_OK);
+}
+
+TEST_F(PointedSteps, CloseAndReleaseWithoutMemoryToo)
+{
+    Asked().pointed = {"/q/a product of some length.ZALProduct"};
+    const ZALUnicodeString product = "/p/A.ZALProduct";
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        Asked().openStorages = 0;
+        ZALListValZALUnicodeString names;
+        try {
+            memory.During([&] { GetPointedProducts(product, names); });
+        } catch (const std::bad_alloc&) {
+            EXPECT_TRUE(memory.HasRunOut());
+        }
+        EXPECT_EQ(Asked().openStorages, 0);
+        EXPECT_EQ(Asked().livingObjects, 0);
+    });
+    EXPECT_GT(failures, 0);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "host/hash.h"
 #include "host/http.h"
 #include "host/json.h"
+#include "host/system.h"
 #include "host/visualization.h"
 #include "openhost/text/Utf.h"
 
@@ -76,6 +77,52 @@ public:
 private:
     using TimeOut = std::tuple<unsigned int, ZALBaseUnknown*, void*, ZALTimeOutFunction>;
     TimeOut added_;
+};
+
+struct Living {
+    Living() { ++CurrentServices().livingObjects; }
+    Living(const Living&) = delete;
+    Living& operator=(const Living&) = delete;
+    ~Living() { --CurrentServices().livingObjects; }
+};
+
+class RecordedStorage : public ZALStorage {
+public:
+    explicit RecordedStorage(const char* name) : name_(name) { ++CurrentServices().openStorages; }
+    HRESULT OpenStorage(const ZALUnicodeString& name, int create, ZALStorage** storage) override
+    {
+        Note("storage " + ToUtf8(name) + " " + std::to_string(create));
+        *storage = SUCCEEDED(CurrentServices().storageResult) ? new RecordedStorage("storage") : nullptr;
+        return CurrentServices().storageResult;
+    }
+    HRESULT Close(int mode) override
+    {
+        --CurrentServices().openStorages;
+        Note(std::string("end of ") + name_ + " " + std::to_string(mode));
+        return CurrentServices().storageCloseResult;
+    }
+    const char* Name() const { return name_; }
+
+private:
+    const char* name_;
+    Living living_;
+};
+
+class RecordedSymbols : public ZALIPointedSymbols {
+public:
+    HRESULT GetPointedDocuments(ZALListValZALUnicodeString& paths) override
+    {
+        for (const std::string& path : CurrentServices().pointed)
+            paths.Append(FromUtf8(path));
+        return CurrentServices().pointedResult;
+    }
+
+private:
+    Living living_;
+};
+
+class BareManager : public ZALBaseUnknown {
+    Living living_;
 };
 
 } // namespace
@@ -170,11 +217,14 @@ HRESULT RecordedSettings::GetDownloadLocationInfo(ZALSettingInfo&)
 } // namespace openhost::testing
 
 using openhost::ToUtf8;
+using openhost::testing::BareManager;
 using openhost::testing::CurrentServices;
 using openhost::testing::Note;
 using openhost::testing::Quote;
 using openhost::testing::RecordedApplication;
 using openhost::testing::RecordedHeader;
+using openhost::testing::RecordedStorage;
+using openhost::testing::RecordedSymbols;
 using openhost::testing::Registered;
 using openhost::testing::Services;
 using openhost::testing::Show;
@@ -222,6 +272,14 @@ HRESULT ZALFRead(ZALFileHandle handle, void* buffer, std::uint32_t size, std::ui
     if (services.reads == services.shortRead)
         --count;
     return services.reads == services.failingRead ? E_FAIL : services.readResult;
+}
+
+HRESULT ZALFWrite(ZALFileHandle handle, const void* bytes, std::uint32_t size, std::uint32_t& count)
+{
+    const std::string first(static_cast<const char*>(bytes), std::min(size, 1U));
+    Note("write " + std::to_string(handle) + " " + std::to_string(size) + " from " + first);
+    count = size - std::min(size, CurrentServices().unwritten);
+    return CurrentServices().writeResult;
 }
 
 HRESULT ZALFClose(ZALFileHandle handle)
@@ -343,6 +401,60 @@ int ZALWriteLvr(ZALRep*, const char* path, ZALSettingLvr setting, const ZALLvrCo
     Note(std::string("write ") + path + " " + std::to_string(setting) + (colors ? " colors " : " no colors ") +
          std::to_string(options) + " " + std::to_string(access));
     return CurrentServices().lightFileResult;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Compound documents
+
+HRESULT ZALStorage::OpenRootStg(const ZALUnicodeString& path, int create, ZALStorage** storage, int mode)
+{
+    Note("root " + ToUtf8(path) + " " + std::to_string(create) + " " + std::to_string(mode));
+    *storage = SUCCEEDED(CurrentServices().rootResult) ? new RecordedStorage("root") : nullptr;
+    return CurrentServices().rootResult;
+}
+
+ZALBaseUnknown* ZALDocumentProperty::CreateDocLinkManager(ZALStorage* storage, void* context)
+{
+    const auto* recorded = dynamic_cast<const RecordedStorage*>(storage);
+    Note(std::string("manager of ") + (recorded ? recorded->Name() : "nothing") + (context ? " in a context" : ""));
+    if (!CurrentServices().hasManager)
+        return nullptr;
+    if (!CurrentServices().hasSymbols)
+        return new BareManager;
+    return new RecordedSymbols;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Transfers
+
+int ZALCefHttpRequest::GetStatus() const
+{
+    static auto* const status = TheHostsOwn<int(const ZALCefHttpRequest*)>("_ZNK17ZALCefHttpRequest9GetStatusEv");
+    return CurrentServices().requestStatus.value_or(status(this));
+}
+
+void ZALCefHttpRequest::Cancel()
+{
+    Note("cancel");
+    static auto* const cancel = TheHostsOwn<void(ZALCefHttpRequest*)>("_ZN17ZALCefHttpRequest6CancelEv");
+    cancel(this);
+}
+
+ZALCefHttpDataHandler::~ZALCefHttpDataHandler()
+{
+    Note("handler ends");
+}
+
+void ZALSleep(unsigned int milliseconds)
+{
+    Note("sleep " + std::to_string(milliseconds));
+}
+
+void ZALDialog::SetSensitivity(int sensitivity)
+{
+    Note("sensitivity " + std::to_string(sensitivity));
+    static auto* const set = TheHostsOwn<void(ZALDialog*, int)>("_ZN9ZALDialog14SetSensitivityEi");
+    set(this, sensitivity);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -58,6 +58,8 @@ struct Services {
     std::uint32_t failingRead = 0; ///< number of the read that fails, from 1
     std::uint32_t shortRead = 0;   ///< number of the read that gives a byte less
     HRESULT closeResult = S_OK;
+    HRESULT writeResult = S_OK;
+    std::uint32_t unwritten = 0; ///< bytes of each write that are left
     HRESULT statResult = S_OK;
     int statOptions = -1;              ///< of the last time
     std::optional<int> renamingResult; ///< without one files are renamed by the host
@@ -83,6 +85,20 @@ struct Services {
     HRESULT archiveCloseResult = S_OK;
     int archiveClosings = 0;     ///< so far
     int failingArchiveClose = 0; ///< number of the closing that fails, from 1
+
+    // Compound documents: a root storage with one storage in it.
+
+    HRESULT rootResult = S_OK;
+    HRESULT storageResult = S_OK;
+    HRESULT storageCloseResult = S_OK;
+    bool hasManager = true;
+    bool hasSymbols = true; ///< of the manager
+    HRESULT pointedResult = S_OK;
+    Texts pointed;
+    int openStorages = 0;  ///< that have not been closed
+    int livingObjects = 0; ///< storages and managers that have not been released
+
+    std::optional<int> requestStatus; ///< of every request; its own otherwise
 
     int bitsOfTheHost = 0; ///< in the kind of each value
 
