@@ -252,10 +252,12 @@ try {
 // Messages to the user
 
 void ZALVelmartMeridiaAccessAddin::NotifyErrorMessage(const ZALString& key)
-{
+try {
     VL_TRACE("ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : " << key);
 
     ShowErrorText(ZALMsgCatalog::BuildMessage(MessageCatalog, key, nullptr, 0, "Transaction has failed"));
+} catch (const std::bad_alloc&) {
+    // Nothing can be shown, and what follows goes on.
 }
 
 void ZALVelmartMeridiaAccessAddin::ShowErrorText(const ZALUnicodeString& text)
@@ -275,5 +277,5 @@ try {
 
     dialog->RequestDelayedDestruction();
 } catch (const std::bad_alloc&) {
-    // A message that cannot be shown keeps nothing from happening that follows it.
+    // Nothing can be shown, and what follows goes on.
 }

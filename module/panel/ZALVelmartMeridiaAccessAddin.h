@@ -35,8 +35,8 @@ public:
     /// Judges the page in the panel: injects the handlers script into one of the catalogue; any other one means that
     /// the catalogue has been left. Always S_OK.
     HRESULT OnPageUrl(const ZALUnicodeString& url);
-    /// Does what the page's JSON message says. E_FAIL for a message that is none of the six, and
-    /// without memory.
+    /// Does what the page's JSON message says. E_FAIL for a message that is none of the six, and without
+    /// memory.
     HRESULT OnJSMessage(const ZALUnicodeString& message);
 
     OpApiStatus GetOpApiStatus() const { return _OpApiStatus; }
@@ -51,8 +51,8 @@ private:
     HRESULT StartCommandWith(const ZALOmxAny& content);
     void ChangeOpApiStatus(OpApiStatus status);
     void ChangeFindSimilarHeaderAvailability(bool available);
+    /// Both return when the user has closed the message, or at once when there is no memory for it.
     void NotifyErrorMessage(const ZALString& key);
-    /// Returns when the user has closed the message, or at once when there is no memory for it.
     void ShowErrorText(const ZALUnicodeString& text);
     void OnWorkbenchChanged(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
     void OnFileDownloadComplete(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
