@@ -7,6 +7,7 @@
 #include "tests/support/ScriptedCad.h"
 
 #include <algorithm>
+#include <new>
 
 namespace openhost::testing {
 
@@ -437,6 +438,23 @@ TEST_F(PanelDownload, TheAddinMayEndWhileTheWarningsAreUp)
     Loop().Post([&] { ReleaseAddin(); });
     EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded, List({"remark"})));
     EXPECT_EQ(QuestionTexts(), Texts{"remark"});
+}
+
+TEST_F(PanelDownload, TheErrorDialogEndsThoughItCouldNotBeShown)
+{
+    Loop().Post([] { throw std::bad_alloc(); });
+    EXPECT_EQ(Send(Message("velmart_open")), E_FAIL);
+    EXPECT_TRUE(ErrorDialogIsLive());
+    Loop().RunUntilIdle();
+    EXPECT_FALSE(ErrorDialogIsLive());
+}
+
+TEST_F(PanelDownload, TheOpeningComesThoughTheWarningsCouldNotBeShown)
+{
+    Begin("velmart_open");
+    Loop().Post([] { throw std::bad_alloc(); });
+    EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded, List({"remark"})));
+    EXPECT_EQ(BusyCursorCount(), 1);
 }
 
 TEST_F(PanelDownload, TheFrameMayEndWhileTheErrorDialogIsUp)

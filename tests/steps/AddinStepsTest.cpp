@@ -14,6 +14,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+
 namespace openhost::testing {
 
 namespace {
@@ -197,6 +199,21 @@ TEST_F(AddinSteps, AnswerWithAFailureWhenThereIsNoMemoryForTheCommand)
     ScarceSize = 0;
     EXPECT_TRUE(Surface().Questions().empty());
     EXPECT_TRUE(DialogEngine::Current().Commands().empty());
+}
+
+TEST_F(AddinSteps, AreReadyWithoutADownloaderAndRefuseADownloadInSilence)
+{
+    const auto judge = [&] {
+        ScarceSize = sizeof(ZALVelmartFileDownloader);
+        const bool isReady = Send("velmart_ready") == S_OK && Addin().GetOpApiStatus() == OpApiReady;
+        const bool isSilent = Send("velmart_open") == E_FAIL && Surface().Questions().empty();
+        ScarceSize = 0;
+        const bool isTold = Send("velmart_open") == E_FAIL && Surface().Questions().size() == 1;
+        std::exit(isReady && isSilent && isTold ? 0 : 1);
+    };
+    // In a process of its own, which has no downloader yet.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(judge(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(AddinSteps, AnswerWithAFailureWhenThereIsNoMemoryForTheErrorDialog)
