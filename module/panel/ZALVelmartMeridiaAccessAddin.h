@@ -1,9 +1,9 @@
 // The module's side of the browser panel: takes the page's messages and starts everything else.
 #pragma once
 
+#include "objects/MetaClassOperations.h"
 #include "host/json.h"
 #include "host/panel.h"
-#include "objects/MetaClassOperations.h"
 #include "panel/PanelAction.h"
 
 class ZALVelmartFileDownloader;
