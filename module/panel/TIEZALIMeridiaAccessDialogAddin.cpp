@@ -1,26 +1,29 @@
 #include "panel/TIEZALIMeridiaAccessDialogAddin.h"
 
-TIEZALIMeridiaAccessDialogAddin::TIEZALIMeridiaAccessDialogAddin(ZALVelmartMeridiaAccessAddin* addin) : addin_(addin)
+#include "objects/Hold.h"
+
+#include <new>
+
+TIEZALIMeridiaAccessDialogAddin::TIEZALIMeridiaAccessDialogAddin(ZALVelmartMeridiaAccessAddin* addin)
+    : addin_(Hold(addin))
 {
-    addin_->AddRef();
 }
 
-TIEZALIMeridiaAccessDialogAddin::~TIEZALIMeridiaAccessDialogAddin()
-{
-    addin_->Release();
-}
+TIEZALIMeridiaAccessDialogAddin::~TIEZALIMeridiaAccessDialogAddin() = default;
 
 ZALBaseUnknown* TIEZALIMeridiaAccessDialogAddin::GetImpl(int)
 {
-    return addin_;
+    return addin_.Get();
 }
 
 ZALMetaClass* TIEZALIMeridiaAccessDialogAddin::MetaObject()
-{
+try {
     static ZALMetaClass* const record =
         fct_RetrieveMetaObject(ZALIMeridiaAccessDialogAddin::ClassId(), ZALMetaAdapter,
                                ZALIMeridiaAccessDialogAddin::MetaObject(), "ZALNull", "ZALVelmartIntegration");
     return record;
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 ZALMetaClass* TIEZALIMeridiaAccessDialogAddin::GetMetaObject() const
@@ -29,7 +32,7 @@ ZALMetaClass* TIEZALIMeridiaAccessDialogAddin::GetMetaObject() const
 }
 
 ZALBaseUnknown* CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin(ZALBaseUnknown* implementation)
-{
+try {
     auto* addin = ZALSysDynamicCast<ZALVelmartMeridiaAccessAddin>(implementation);
     if (!addin)
         return nullptr;
@@ -37,7 +40,10 @@ ZALBaseUnknown* CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddi
     if (ZALBaseUnknown* linked = ZALSysGetLinkedAdapter(implementation, ZALIMeridiaAccessDialogAddin::ClassId()))
         return linked;
 
-    auto* adapter = new TIEZALIMeridiaAccessDialogAddin(addin);
-    ZALSysLinkAdapter(implementation, ZALIMeridiaAccessDialogAddin::ClassId(), adapter);
-    return adapter;
+    const auto adapter = ZALBaseUnknown_var::Take(new TIEZALIMeridiaAccessDialogAddin(addin));
+    ZALSysLinkAdapter(implementation, ZALIMeridiaAccessDialogAddin::ClassId(), adapter.Get());
+    adapter->AddRef(); // the caller's
+    return adapter.Get();
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }

@@ -14,14 +14,15 @@ public:
     HRESULT OnJSMessage(const ZALUnicodeString& message) override { return addin_->OnJSMessage(message); }
 
     ZALBaseUnknown* GetImpl(int level) override;
+    /// Null without memory for the record, until the next call.
     static ZALMetaClass* MetaObject();
     ZALMetaClass* GetMetaObject() const override;
 
 private:
-    ZALVelmartMeridiaAccessAddin* addin_;
+    ZALInterfaceHandle<ZALVelmartMeridiaAccessAddin> addin_;
 };
 
 /// The adapter of `implementation`, which is an addin: the linked one, or a new one. The caller owns a reference.
-/// Null for another object.
+/// Null for another object, and without memory.
 extern "C" ZALBaseUnknown*
 CreateTIEZALIMeridiaAccessDialogAddinZALVelmartMeridiaAccessAddin(ZALBaseUnknown* implementation);

@@ -8,8 +8,34 @@
 
 namespace ZALVelmartIntegrationUtilities {
 
+namespace {
+
+/// Closes the file at its end, unless that has been done.
+class OpenedFile {
+public:
+    explicit OpenedFile(ZALFileHandle handle) : handle_(handle) {}
+    OpenedFile(const OpenedFile&) = delete;
+    OpenedFile& operator=(const OpenedFile&) = delete;
+    ~OpenedFile()
+    {
+        if (isOpen_)
+            ZALFClose(handle_);
+    }
+    HRESULT Close()
+    {
+        isOpen_ = false;
+        return ZALFClose(handle_);
+    }
+
+private:
+    ZALFileHandle handle_;
+    bool isOpen_ = true;
+};
+
+} // namespace
+
 HRESULT GetJSScript(const ZALUnicodeString& relativePath, ZALUnicodeString& script)
-{
+try {
     ZALUnicodeString path;
     if (FAILED(ZALGetFilePathFromOfficialVariable(relativePath, "ZALInstallPath", path)))
         return E_FAIL;
@@ -17,50 +43,43 @@ HRESULT GetJSScript(const ZALUnicodeString& relativePath, ZALUnicodeString& scri
     ZALFileHandle handle = 0;
     if (FAILED(ZALFOpen(path, "rb", handle)))
         return E_FAIL;
+    OpenedFile file(handle);
 
     std::uint32_t size = 0;
-    if (FAILED(ZALFSize(handle, size))) {
-        ZALFClose(handle);
+    if (FAILED(ZALFSize(handle, size)))
         return E_FAIL;
-    }
 
-    std::unique_ptr<char[]> buffer(new (std::nothrow) char[std::size_t{size} + 1]);
+    const auto buffer = std::make_unique_for_overwrite<char[]>(std::size_t{size} + 1);
     std::uint32_t count = 0;
-    if (!buffer || FAILED(ZALFRead(handle, buffer.get(), size, count))) {
-        ZALFClose(handle);
+    if (FAILED(ZALFRead(handle, buffer.get(), size, count)))
         return E_FAIL;
-    }
 
     // A short read leaves the text of before, which then counts as the script. That is meant.
-    if (count < size) {
-        ZALFClose(handle);
-        return script.GetLengthInChar() == 0 ? E_FAIL : S_OK;
-    }
+    if (count >= size) {
+        buffer[size] = '\0';
+        if (!ZALCodePage::IsUTF8(buffer.get(), size))
+            script = buffer.get();
+        else if (script.BuildFromUTF8(buffer.get(), size) != 0)
+            return E_FAIL;
 
-    buffer[size] = '\0';
-    int built = 0;
-    if (ZALCodePage::IsUTF8(buffer.get(), size))
-        built = script.BuildFromUTF8(buffer.get(), size);
-    else
-        script = buffer.get();
-    buffer.reset();
-    if (built != 0) {
-        ZALFClose(handle);
-        return E_FAIL;
+        if (FAILED(file.Close()))
+            return E_FAIL;
     }
-
-    if (FAILED(ZALFClose(handle)))
-        return E_FAIL;
 
     return script.GetLengthInChar() == 0 ? E_FAIL : S_OK;
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
 }
 
 HRESULT GetOpiAPIHandlersScript(Context context, ZALUnicodeString& script)
-{
+try {
     static ZALUnicodeString cachedScript; // with its placeholder, so that it serves every context
     if (cachedScript.GetLengthInChar() == 0 &&
-        FAILED(GetJSScript("webapps\\ZALVelmartIntegrationJS\\OpApiHandlers.js", cachedScript)))
+        FAILED(GetJSScript("webapps\\ZALVelmartIntegrationJS\\OpApiHandlers.js", cachedScript))) {
+        // A file that could not be closed has left its text, but the next call is to read it again.
+        cachedScript = {};
         return E_FAIL;
+    }
 
     script = cachedScript;
 
@@ -70,6 +89,8 @@ HRESULT GetOpiAPIHandlersScript(Context context, ZALUnicodeString& script)
         script.ReplaceSubString("%USAGE_CONTEXT%", "DocChooser");
 
     return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
 }
 
 } // namespace ZALVelmartIntegrationUtilities

@@ -12,10 +12,10 @@ enum Context : std::int32_t {
 };
 
 /// Reads the file `relativePath` of the installation: UTF-8, or the host's narrow encoding for other bytes. E_FAIL for
-/// a file that is missing, cannot be read or is empty.
+/// a file that is missing, cannot be read or is empty, and without memory.
 HRESULT GetJSScript(const ZALUnicodeString& relativePath, ZALUnicodeString& script);
 /// The script that connects the page's programming interface to the host, made for `context`. Its file is read once;
-/// E_FAIL as long as that has not succeeded.
+/// E_FAIL as long as that has not succeeded, and without memory.
 HRESULT GetOpiAPIHandlersScript(Context context, ZALUnicodeString& script);
 
 } // namespace ZALVelmartIntegrationUtilities

@@ -8,6 +8,8 @@
 #include "insertion/DocumentInsertion.h"
 #include "insertion/ZALVelmartMeridiaAccessAddinActionCmd.h"
 
+#include <new>
+
 VL_DEFINE_META_CLASS(ZALVelmartMeridiaAccessAddin, ZALEventSubscriber)
 VL_DEFINE_META_CLASS(ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif, ZALNotification)
 
@@ -23,7 +25,11 @@ ZALVelmartMeridiaAccessAddin::ZALVelmartMeridiaAccessAddin() = default;
 ZALVelmartMeridiaAccessAddin::~ZALVelmartMeridiaAccessAddin()
 {
     _Downloader = nullptr;
-    ChangeFindSimilarHeaderAvailability(false);
+    try {
+        ChangeFindSimilarHeaderAvailability(false);
+    } catch (const std::bad_alloc&) {
+        // The subscription ends all the same.
+    }
 
     ZALFrmLayout* layout = ZALFrmLayout::GetCurrentLayout();
     if (_WorkbenchCallback != 0 && layout) {
@@ -36,7 +42,7 @@ ZALVelmartMeridiaAccessAddin::~ZALVelmartMeridiaAccessAddin()
 // The panel
 
 HRESULT ZALVelmartMeridiaAccessAddin::SetAccessDialog(ZALIMeridiaAccessDialog* dialog)
-{
+try {
     if (dialog)
         _AccessDialog = dialog->GetImpl(0);
 
@@ -47,19 +53,23 @@ HRESULT ZALVelmartMeridiaAccessAddin::SetAccessDialog(ZALIMeridiaAccessDialog* d
     }
 
     return S_OK;
+} catch (const std::bad_alloc&) {
+    return S_OK;
 }
 
 HRESULT ZALVelmartMeridiaAccessAddin::GetSearchByUploadUrl(ZALUnicodeString& url) const
-{
+try {
     url = _SearchByUploadUrl;
     return _SearchByUploadUrl.GetLengthInChar() < 1 ? E_FAIL : S_OK;
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
 }
 
 // ---------------------------------------------------------------------------------------------
 // Messages of the page
 
 HRESULT ZALVelmartMeridiaAccessAddin::OnJSMessage(const ZALUnicodeString& message)
-{
+try {
     const ZALOmxUTF8String text = message.ConvertToUTF8();
     ZALOmxJson json;
     json.ActivateConsistentDoubleUnstream();
@@ -119,6 +129,8 @@ HRESULT ZALVelmartMeridiaAccessAddin::OnJSMessage(const ZALUnicodeString& messag
     }
 
     return E_FAIL;
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
 }
 
 HRESULT ZALVelmartMeridiaAccessAddin::StartDownloadOf(const ZALOmxAny& content)
@@ -153,7 +165,7 @@ HRESULT ZALVelmartMeridiaAccessAddin::StartCommandWith(const ZALOmxAny& content)
 }
 
 void ZALVelmartMeridiaAccessAddin::OnFileDownloadComplete(ZALBaseUnknown*, ZALNotification* notification, void*)
-{
+try {
     RemoveCallbacksOn(_Downloader, ZALVelmartFileDownloadCompleteNotification::ClassName(), nullptr);
 
     const auto* complete = ZALSysDynamicCast<ZALVelmartFileDownloadCompleteNotification>(notification);
@@ -182,6 +194,8 @@ void ZALVelmartMeridiaAccessAddin::OnFileDownloadComplete(ZALBaseUnknown*, ZALNo
         ShowErrorText(error);
     else
         NotifyErrorMessage("DownloadFailed");
+} catch (const std::bad_alloc&) {
+    // There is no memory to tell the user either.
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -194,10 +208,18 @@ void ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus(OpApiStatus status)
 
     VL_TRACE("ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to " << (status == OpApiReady ? "Ready" : "Over"));
 
+    const OpApiStatus before = _OpApiStatus;
     _OpApiStatus = status;
 
-    OpApiStatusChangeNotif notification;
-    DispatchCallbacks(this, &notification);
+    try {
+        OpApiStatusChangeNotif notification;
+        DispatchCallbacks(this, &notification);
+    } catch (const std::bad_alloc&) {
+        // Somebody may wait for the change: without the word of it, it comes again with the next message.
+        if (_OpApiStatus == status)
+            _OpApiStatus = before;
+        throw;
+    }
 }
 
 void ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability(bool available)
@@ -220,22 +242,26 @@ void ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability(bool avai
 }
 
 void ZALVelmartMeridiaAccessAddin::OnWorkbenchChanged(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     ChangeFindSimilarHeaderAvailability(_OpApiStatus == OpApiReady);
+} catch (const std::bad_alloc&) {
+    // The next change tries again.
 }
 
 // ---------------------------------------------------------------------------------------------
 // Messages to the user
 
 void ZALVelmartMeridiaAccessAddin::NotifyErrorMessage(const ZALString& key)
-{
+try {
     VL_TRACE("ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : " << key);
 
     ShowErrorText(ZALMsgCatalog::BuildMessage(MessageCatalog, key, nullptr, 0, "Transaction has failed"));
+} catch (const std::bad_alloc&) {
+    // Nothing can be shown, and what follows goes on.
 }
 
 void ZALVelmartMeridiaAccessAddin::ShowErrorText(const ZALUnicodeString& text)
-{
+try {
     if (text.GetLengthInChar() == 0)
         return;
 
@@ -243,7 +269,13 @@ void ZALVelmartMeridiaAccessAddin::ShowErrorText(const ZALUnicodeString& text)
     auto* dialog =
         new ZALDlgNotify(frame ? frame->GetMainWindow() : nullptr, "FileDownloadErrorNotify", ZALDlgNotifyError);
 
-    dialog->DisplayBlocked(text, ZALUnicodeString());
+    try {
+        dialog->DisplayBlocked(text, ZALUnicodeString());
+    } catch (const std::bad_alloc&) {
+        // It ends all the same.
+    }
 
     dialog->RequestDelayedDestruction();
+} catch (const std::bad_alloc&) {
+    // Nothing can be shown, and what follows goes on.
 }

@@ -35,14 +35,15 @@ public:
     /// Judges the page in the panel: injects the handlers script into one of the catalogue; any other one means that
     /// the catalogue has been left. Always S_OK.
     HRESULT OnPageUrl(const ZALUnicodeString& url);
-    /// Does what the page's JSON message says. E_FAIL for a message that is none of the six.
+    /// Does what the page's JSON message says. E_FAIL for a message that is none of the six, and without
+    /// memory.
     HRESULT OnJSMessage(const ZALUnicodeString& message);
 
     OpApiStatus GetOpApiStatus() const { return _OpApiStatus; }
-    /// The address for uploads that the page announced. E_FAIL when there is none.
+    /// The address for uploads that the page announced. E_FAIL when there is none, and without memory.
     HRESULT GetSearchByUploadUrl(ZALUnicodeString& url) const;
     /// Lets a page that is ready search for `query`; otherwise points the panel at `url`, which has a query part
-    /// already, with the search added. E_FAIL without a panel, or what running the script has given.
+    /// already, with the search added. E_FAIL without a panel or memory, or what running the script has given.
     HRESULT SearchByUpload(const ZALUnicodeString& url, const ZALUnicodeString& query);
 
 private:
@@ -50,6 +51,7 @@ private:
     HRESULT StartCommandWith(const ZALOmxAny& content);
     void ChangeOpApiStatus(OpApiStatus status);
     void ChangeFindSimilarHeaderAvailability(bool available);
+    /// Both return when the user has closed the message, or at once when there is no memory for it.
     void NotifyErrorMessage(const ZALString& key);
     void ShowErrorText(const ZALUnicodeString& text);
     void OnWorkbenchChanged(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);

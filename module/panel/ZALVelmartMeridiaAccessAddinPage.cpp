@@ -6,8 +6,10 @@
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
 #include "web/ZALVliHttpUtils.h"
 
+#include <new>
+
 HRESULT ZALVelmartMeridiaAccessAddin::OnPageUrl(const ZALUnicodeString& url)
-{
+try {
     static const ZALUnicodeString checkFragment = [] {
         ZALUnicodeString value;
         ZALGetEnv("ZAL_MERIDIADIALOG_VLURL_CHECK", value);
@@ -37,10 +39,12 @@ HRESULT ZALVelmartMeridiaAccessAddin::OnPageUrl(const ZALUnicodeString& url)
         panel->ExecuteScript(script);
 
     return S_OK;
+} catch (const std::bad_alloc&) {
+    return S_OK;
 }
 
 HRESULT ZALVelmartMeridiaAccessAddin::SearchByUpload(const ZALUnicodeString& url, const ZALUnicodeString& query)
-{
+try {
     const ZALBaseUnknown_var component = ZALBaseUnknown_var::Take(_AccessDialog.GetComponent());
     const ZALIMeridiaAccessDialog_var panel(component);
     if (!panel)
@@ -50,9 +54,14 @@ HRESULT ZALVelmartMeridiaAccessAddin::SearchByUpload(const ZALUnicodeString& url
     if (_OpApiStatus == OpApiReady)
         return panel->ExecuteScript(ZALUnicodeString("OpApi.sendMessage('search', {query: '") + query + "'});");
 
+    const ZALUnicodeString encoded = ZALVliHttpUtils::EncodeURLParam(query);
+    if (encoded.GetLengthInChar() < query.GetLengthInChar()) // without memory: no search for something else
+        return E_FAIL;
     ZALUnicodeString address = url;
     address.Append("&extq=");
-    address.Append(ZALVliHttpUtils::EncodeURLParam(query));
+    address.Append(encoded);
     panel->LoadUrl(address);
     return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
 }

@@ -2,6 +2,8 @@
 
 #include "host/files.h"
 
+#include <new>
+
 namespace ZALVliHttpUtils {
 
 namespace {
@@ -9,8 +11,8 @@ namespace {
 constexpr const char* LineEnd = "\r\n";
 // Spelled once more in GetContentTypeHeaderValue.
 constexpr const char* Boundary = "----WebKitFormBoundaryA9TZlwqNn7lCilAD";
-/// Room behind a file for the line ends and the closing line, so that they do not move a large body.
-constexpr std::size_t RoomBehindFile = 256;
+/// Room after a file for the line ends and the closing line, so that they do not move a large body.
+constexpr std::size_t RoomAfterFile = 256;
 
 void AppendUTF8(std::string& body, const ZALUnicodeString& text)
 {
@@ -24,60 +26,87 @@ HRESULT AppendFile(std::string& body, const ZALUnicodeString& path)
 {
     const std::size_t length = body.size();
 
-    ZALFileHandle handle = 0;
-    HRESULT result = ZALFOpen(path.CastToUTF16Ptr(), "rb", handle);
-    if (SUCCEEDED(result)) {
-        std::uint32_t size = 0;
-        if (FAILED(ZALFSize(handle, size)) || size == 0) {
-            ZALFClose(handle);
-            return E_FAIL;
-        }
+    // Closed in every case, also when it was not opened and the handle is 0.
+    struct ClosedFile {
+        ClosedFile() = default;
+        ClosedFile(const ClosedFile&) = delete;
+        ClosedFile& operator=(const ClosedFile&) = delete;
+        ~ClosedFile() { ZALFClose(handle); }
+        ZALFileHandle handle = 0;
+    } file;
+    if (FAILED(ZALFOpen(path.CastToUTF16Ptr(), "rb", file.handle)))
+        return E_FAIL;
 
-        body.reserve(length + size + RoomBehindFile);
-        body.resize(length + size);
+    std::uint32_t size = 0;
+    if (FAILED(ZALFSize(file.handle, size)) || size == 0)
+        return E_FAIL;
 
-        std::uint32_t count = 0;
-        result = ZALFRead(handle, body.data() + length, size, count);
-        if (count != size)
-            result = E_FAIL;
-    }
+    body.reserve(length + size + RoomAfterFile);
+    body.resize(length + size);
 
-    ZALFClose(handle);
+    std::uint32_t count = 0;
+    const HRESULT result = ZALFRead(file.handle, body.data() + length, size, count);
+    return FAILED(result) || count != size ? E_FAIL : S_OK;
+}
 
-    return FAILED(result) ? E_FAIL : S_OK;
+/// Leaves no items when there is no memory for the one more.
+void Append(std::optional<std::vector<FormDataItem>>& items, const ZALUnicodeString& fileName,
+            const ZALUnicodeString& valueOrPath, const ZALUnicodeString& name, FormDataItemType type)
+try {
+    if (items)
+        items->push_back({fileName, valueOrPath, name, type});
+} catch (const std::bad_alloc&) {
+    items.reset();
 }
 
 } // namespace
 
 FormData::FormData() = default;
-FormData::FormData(const FormData& other) = default;
+
+FormData::FormData(const FormData& other) : FormData()
+{
+    *this = other;
+}
+
 FormData::FormData(FormData&& other) noexcept = default;
-FormData& FormData::operator=(const FormData& other) = default;
+
+FormData& FormData::operator=(const FormData& other)
+try {
+    items = other.items;
+    return *this;
+} catch (const std::bad_alloc&) {
+    items.reset();
+    return *this;
+}
+
 FormData& FormData::operator=(FormData&& other) noexcept = default;
 FormData::~FormData() = default;
 
 void FormData::AddParam(const ZALUnicodeString& name, const ZALUnicodeString& value)
 {
-    items.push_back({ZALUnicodeString(), value, name, Param});
+    Append(items, ZALUnicodeString(), value, name, Param);
 }
 
 void FormData::AddBinaryFile(const ZALUnicodeString& name, const ZALUnicodeString& filePath,
                              const ZALUnicodeString& fileName)
 {
-    items.push_back({fileName, filePath, name, BinaryFile});
+    Append(items, fileName, filePath, name, BinaryFile);
 }
 
 void FormData::AddZipFile(const ZALUnicodeString& name, const ZALUnicodeString& filePath,
                           const ZALUnicodeString& fileName)
 {
-    items.push_back({fileName, filePath, name, ZipFile});
+    Append(items, fileName, filePath, name, ZipFile);
 }
 
 HRESULT FormData::GenContent(std::string& body) const
-{
+try {
     body.clear();
 
-    for (const FormDataItem& item : items) {
+    if (!items)
+        return E_FAIL;
+
+    for (const FormDataItem& item : *items) {
         body.append("--").append(Boundary).append(LineEnd);
         body.append("Content-Disposition: form-data; name=\"");
         AppendUTF8(body, item.name);
@@ -102,12 +131,17 @@ HRESULT FormData::GenContent(std::string& body) const
 
     body.append("--").append(Boundary).append("--").append(LineEnd);
     return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
 }
 
 const ZALUnicodeString& FormData::GetContentTypeHeaderValue()
-{
+try {
     static const ZALUnicodeString value = "multipart/form-data; boundary=----WebKitFormBoundaryA9TZlwqNn7lCilAD";
     return value;
+} catch (const std::bad_alloc&) {
+    static const ZALUnicodeString none;
+    return none;
 }
 
 } // namespace ZALVliHttpUtils

@@ -3,7 +3,9 @@
 
 #include "host/text.h"
 
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace ZALVliHttpUtils {
@@ -40,13 +42,14 @@ public:
     void AddZipFile(const ZALUnicodeString& name, const ZALUnicodeString& filePath, const ZALUnicodeString& fileName);
 
     /// Replaces `body` by the whole form, every file read in one piece. E_FAIL for a file that cannot be read, is empty
-    /// or ends before its size; `body` is of no use then.
+    /// or ends before its size, without memory, and for a form that there was no memory for; `body` is of no use then.
     HRESULT GenContent(std::string& body) const;
-    /// The value of the header "Content-Type", valid until the process ends.
+    /// The value of the header "Content-Type", valid until the process ends; empty without memory, until the next call.
     static const ZALUnicodeString& GetContentTypeHeaderValue();
 
 private:
-    std::vector<FormDataItem> items;
+    /// Nothing once there was no memory for an item: the form is not whole then.
+    std::optional<std::vector<FormDataItem>> items{std::in_place};
 };
 
 } // namespace ZALVliHttpUtils

@@ -7,7 +7,8 @@
 #include <vector>
 
 /// Receives one transfer and hands the whole body to a callback when it ends, also when it has failed: what has come is
-/// then all that the callback gets. Neither status nor headers are looked at.
+/// then all that the callback gets, which is nothing when there was no memory for a piece. Neither status nor headers
+/// are looked at.
 class ZALVliHttpDataHandler : public ZALCefHttpDataHandler {
 public:
     using ReplyFunction = std::function<void(const std::vector<char>& reply)>;

@@ -2,21 +2,14 @@
 
 #include "web/ZALVliHttpDataHandler.h"
 
+#include <new>
+
 namespace ZALVliHttpUtils {
 
-namespace {
-
-HRESULT Send(ZALCefHttpRequest* request, ZALVliHttpDataHandler* handler)
-{
-    const HRESULT result = request->Send(handler) ? S_OK : E_FAIL;
-    handler->Release();
-    return result;
-}
-
-} // namespace
+using Handler = ZALInterfaceHandle<ZALVliHttpDataHandler>;
 
 ZALUnicodeString EncodeURLParam(const ZALUnicodeString& value)
-{
+try {
     static constexpr const char* digits = "0123456789ABCDEF";
     ZALUnicodeString encoded;
 
@@ -35,23 +28,31 @@ ZALUnicodeString EncodeURLParam(const ZALUnicodeString& value)
     }
 
     return encoded;
+} catch (const std::bad_alloc&) {
+    return {};
 }
 
 HRESULT SendRequest(ZALCefHttpRequest* request, const std::function<void(const std::vector<char>& reply)>& onDone)
-{
+try {
     if (!request || !onDone)
         return E_FAIL;
 
-    return Send(request, new ZALVliHttpDataHandler(onDone));
+    const auto handler = Handler::Take(new ZALVliHttpDataHandler(onDone));
+    return request->Send(handler.Get()) ? S_OK : E_FAIL;
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
 }
 
 HRESULT SendRequest(ZALCefHttpRequest* request, ZALBaseUnknown* target,
                     void (ZALBaseUnknown::*method)(const std::vector<char>& reply))
-{
+try {
     if (!request || !target || !method)
         return E_FAIL;
 
-    return Send(request, new ZALVliHttpDataHandler(target, method));
+    const auto handler = Handler::Take(new ZALVliHttpDataHandler(target, method));
+    return request->Send(handler.Get()) ? S_OK : E_FAIL;
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
 }
 
 } // namespace ZALVliHttpUtils

@@ -6,6 +6,7 @@
 #include "tests/support/Objects.h"
 #include "tests/support/ScriptedCad.h"
 
+#include "VelmartBuildValues.h"
 #include "findsimilar/ZALVelmartFindSimilarCmd.h"
 #include "host/archive.h"
 #include "host/frame.h"

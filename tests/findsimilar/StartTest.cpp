@@ -474,8 +474,8 @@ TEST_F(FindSimilarStart, OpensThePanelAndPointsItAtTheCatalogue)
 {
     Start();
     ASSERT_TRUE(Panel::Current());
-    EXPECT_EQ(Page().Urls(), Texts{std::string("https://velmart.example/") + Page1});
-    EXPECT_TRUE(Traced(std::string("ZALVelmartFindSimilarCmd::UsedVelmartURL : https://velmart.example/") + Page1));
+    EXPECT_EQ(Page().Urls(), Texts{std::string(VelmartServiceUrl) + Page1});
+    EXPECT_TRUE(Traced(std::string("ZALVelmartFindSimilarCmd::UsedVelmartURL : ") + VelmartServiceUrl + Page1));
     EXPECT_TRUE(Transport().Requests().empty());
     EXPECT_TRUE(Errors().empty());
     EXPECT_FALSE(HasEnded());
@@ -485,7 +485,7 @@ TEST_F(FindSimilarStart, TellsThePageOfAPanelThatWasOpen)
 {
     Panel::Open();
     Start();
-    EXPECT_EQ(Page().Urls(), Texts{std::string("https://velmart.example/") + Page1 + "&addinmode=zalorq7"});
+    EXPECT_EQ(Page().Urls(), Texts{std::string(VelmartServiceUrl) + Page1 + "&addinmode=zalorq7"});
 }
 
 TEST_F(FindSimilarStart, TakesTheAddressOfTheServiceFromTheEnvironment)
@@ -499,7 +499,7 @@ TEST_F(FindSimilarStart, TakesTheAddressOfTheServiceFromTheEnvironment)
     }
     setenv("VL_Test_Url", "", 1);
     Start();
-    EXPECT_EQ(Command::VelmartURL(), std::string("https://velmart.example/") + Page1);
+    EXPECT_EQ(Command::VelmartURL(), std::string(VelmartServiceUrl) + Page1);
 }
 
 TEST_F(FindSimilarStart, StaysIdleWithoutAPanelAndIsMetByTheNext)
@@ -588,7 +588,7 @@ TEST_F(FindSimilarStart, EndsInSilenceWhenThePageTakesNoUploads)
 TEST_F(FindSimilarStart, WaitsForThePageAndThenUploads)
 {
     Start();
-    Page().ReportUrl("https://velmart.example/");
+    Page().ReportUrl(std::string("https://") + VelmartProductionHost + "/");
     EXPECT_TRUE(Transport().Requests().empty());
     ReportReady();
     ASSERT_EQ(Transport().Count(), 1U);

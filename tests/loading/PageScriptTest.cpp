@@ -7,6 +7,7 @@
 #include "tests/support/Places.h"
 #include "tests/support/ScriptedCad.h"
 
+#include "VelmartBuildValues.h"
 #include "host/frame.h"
 #include "openhost/commands/StartedCommands.h"
 #include "openhost/objects/ClassDictionary.h"
@@ -26,7 +27,7 @@ constexpr const char* CheckVariable = "ZAL_MERIDIADIALOG_VLURL_CHECK";
 constexpr const char* WarningVariable = "ZAL_VELMART_FINDSIMILAR_NO_UPLOAD_WARNING";
 constexpr const char* StatusClass = "ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif";
 
-constexpr const char* Catalogue = "https://velmart.example/";
+const std::string Catalogue = std::string("https://") + VelmartProductionHost + "/";
 constexpr const char* Elsewhere = "https://elsewhere.example/";
 
 /// The plug-in, freshly loaded, and an open panel.
@@ -81,7 +82,7 @@ TEST_F(PluginInThePanel, InjectsTheHandlersScriptIntoEachPageOfTheCatalogue)
     Page().ReportUrl(Catalogue);
     EXPECT_EQ(Page().Scripts(), Texts{"connect('SidePanel');"});
     Page().ReportMessage(R"({"event":"velmart_ready","content":{}})");
-    Page().ReportUrl("https://eu1-parts.example/search");
+    Page().ReportUrl(std::string("https://eu1") + VelmartOtherHostsFragment + "example/search");
     EXPECT_EQ(Page().Scripts().size(), 2U);
     EXPECT_EQ(CountOf(StatusClass), 1); // ready, and it stays so
     EXPECT_TRUE(IsHeaderAvailable(FindSimilarHeader, 1 | 8 | 16));
@@ -175,6 +176,20 @@ TEST_F(PluginInThePanel, ReadsTheFragmentOnce)
     setenv(CheckVariable, "elsewhere", 1);
     Page().ReportUrl(Elsewhere);
     EXPECT_TRUE(Page().Scripts().empty());
+}
+
+TEST_F(PluginInThePanel, ReadsTheFragmentAtTheFirstAddressAndNotBefore)
+{
+    InstallScript("script");
+    Load();
+    setenv(CheckVariable, "elsewhere", 1);
+    Page().ReportUrl(Elsewhere);
+    EXPECT_EQ(Page().Scripts().size(), 1U);
+    setenv(CheckVariable, "third", 1);
+    Page().ReportUrl("https://third.example/");
+    EXPECT_EQ(Page().Scripts().size(), 1U);
+    Page().ReportUrl(Elsewhere);
+    EXPECT_EQ(Page().Scripts().size(), 2U);
 }
 
 TEST_F(PluginInThePanel, TakesAnEmptyFragmentForNone)

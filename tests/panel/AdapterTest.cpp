@@ -54,7 +54,7 @@ TEST_F(PanelAdapter, ForwardsTheThreeOperations)
     EXPECT_EQ(SubscribersOf(ZALFrmLayout::GetCurrentLayout(), ZALWorkbenchChanged::ClassName()).size(), 1U);
     EXPECT_EQ(adapter->OnJSMessage(Message("velmart_ready").c_str()), S_OK);
     EXPECT_EQ(addin->GetOpApiStatus(), OpApiReady);
-    EXPECT_EQ(adapter->OnPageUrl("https://elsewhere.example/"), S_OK);
+    EXPECT_EQ(adapter->OnPageUrl(PageElsewhere), S_OK);
     EXPECT_EQ(addin->GetOpApiStatus(), OpApiOver);
     EXPECT_EQ(adapter->OnJSMessage("no message"), E_FAIL);
     adapter->Release();
@@ -77,7 +77,7 @@ TEST_F(PanelAdapter, LeavesTheLinkTableWithItsLastReference)
     Query()->Release();
     EXPECT_EQ(ZALSysGetLinkedAdapter(Object(), AddinInterface), nullptr);
     ZALIMeridiaAccessDialogAddin* again = Query();
-    EXPECT_EQ(again->OnPageUrl("https://velmart.example/"), S_OK);
+    EXPECT_EQ(again->OnPageUrl(CataloguePage.c_str()), S_OK);
     again->Release();
 }
 

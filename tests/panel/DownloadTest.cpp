@@ -3,15 +3,15 @@
 #include "tests/panel/PanelFixture.h"
 
 #include "openhost/dialogs/DialogNode.h"
+#include "tests/support/Objects.h"
 #include "tests/support/ScriptedCad.h"
 
 #include <algorithm>
+#include <new>
 
 namespace openhost::testing {
 
 namespace {
-
-using Texts = std::vector<std::string>;
 
 constexpr const char* DefaultText = "Transaction has failed";
 
@@ -70,6 +70,14 @@ TEST_F(PanelDownload, ARefusedStartTellsTheUserAndUnsubscribes)
                                "ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : DownloadFailed\n",
                                "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_download\n",
                                "ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : DownloadFailed\n"}));
+}
+
+TEST_F(PanelDownload, TheErrorIsTracedBeforeTheUserIsTold)
+{
+    bool traced = false;
+    Loop().Post([&] { traced = Traced("ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : DownloadFailed"); });
+    Send(Message("velmart_open"));
+    EXPECT_TRUE(traced);
 }
 
 TEST_F(PanelDownload, TheSubscriptionIsGoneBeforeTheUserIsTold)
@@ -300,6 +308,35 @@ TEST_F(PanelDownload, InsertAndReplaceInTheRightPlaceStartACommandAndDoNotSubscr
     }
 }
 
+TEST_F(PanelDownload, InsertAndReplaceHandTheirActionAndTheContentOver)
+{
+    ScriptedCad cad;
+    const Owned<ScriptedProduct> root(new ScriptedProduct(cad, "Root"));
+    const Owned<ScriptedProduct> child(new ScriptedProduct(cad, "Child"));
+    root->reference = child->reference = root.get();
+    child->father = root.get();
+    ConfigureFrame({.editor = true});
+    for (const char* event : {"velmart_insert", "velmart_replace"}) {
+        SCOPED_TRACE(event);
+        EXPECT_EQ(Send(Message(event, RemoteFile)), S_OK);
+        Loop().RunUntilIdle();
+        // A root is a target of an insert alone.
+        const Owned<ZALPathElement> rootPath(PathTo(*root));
+        const bool isInsert = std::string(event) == "velmart_insert";
+        EXPECT_EQ(DialogEngine::Current().Offer(rootPath.get()).accepted, isInsert);
+        const Owned<ZALPathElement> childPath(PathTo(*child));
+        if (!isInsert) {
+            EXPECT_TRUE(DialogEngine::Current().Offer(childPath.get()).accepted);
+        }
+        ASSERT_EQ(Transport().Requests().size(), isInsert ? 1U : 2U);
+        EXPECT_EQ(Transport().Requests().back().url, "http://127.0.0.1/item.zip");
+        DialogEngine::Current().EndAll();
+        Loop().RunUntilIdle();
+        Transport().Last().End(TransferEnd::Failed);
+        Loop().RunUntilIdle();
+    }
+}
+
 TEST_F(PanelDownload, InsertAndReplaceInTheWrongPlaceStartNoCommand)
 {
     for (const char* event : {"velmart_insert", "velmart_replace"})
@@ -401,6 +438,23 @@ TEST_F(PanelDownload, TheAddinMayEndWhileTheWarningsAreUp)
     Loop().Post([&] { ReleaseAddin(); });
     EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded, List({"remark"})));
     EXPECT_EQ(QuestionTexts(), Texts{"remark"});
+}
+
+TEST_F(PanelDownload, TheErrorDialogEndsThoughItCouldNotBeShown)
+{
+    Loop().Post([] { throw std::bad_alloc(); });
+    EXPECT_EQ(Send(Message("velmart_open")), E_FAIL);
+    EXPECT_TRUE(ErrorDialogIsLive());
+    Loop().RunUntilIdle();
+    EXPECT_FALSE(ErrorDialogIsLive());
+}
+
+TEST_F(PanelDownload, TheOpeningComesThoughTheWarningsCouldNotBeShown)
+{
+    Begin("velmart_open");
+    Loop().Post([] { throw std::bad_alloc(); });
+    EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded, List({"remark"})));
+    EXPECT_EQ(BusyCursorCount(), 1);
 }
 
 TEST_F(PanelDownload, TheFrameMayEndWhileTheErrorDialogIsUp)

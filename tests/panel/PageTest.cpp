@@ -134,6 +134,19 @@ TEST_F(ScriptFile, InTheNarrowEncodingEndsAtItsFirstZero)
     EXPECT_EQ(ToUtf8(script), "a\u00E4");
 }
 
+TEST_F(ScriptFile, InTheNarrowEncodingEndsWithTheFile)
+{
+    Install(std::string(1000, '\xE4'));
+    // Whatever the memory held that the file is read into.
+    std::string block(1015, 'x');
+    EXPECT_EQ(block.size(), 1015U);
+    block = std::string();
+    block.shrink_to_fit();
+    ZALUnicodeString script;
+    EXPECT_EQ(Get(script), S_OK);
+    EXPECT_EQ(script.GetLengthInChar(), 1000);
+}
+
 TEST_F(ScriptFile, InUtf8KeepsAZero)
 {
     Install(std::string("a\0b", 3));

@@ -4,6 +4,7 @@
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
 
+#include "VelmartBuildValues.h"
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
 #include "openhost/commands/DialogEngine.h"
@@ -28,6 +29,12 @@ using Complete = ZALVelmartFileDownloadCompleteNotification;
 
 inline constexpr const char* CompleteClass = "ZALVelmartFileDownloadCompleteNotification";
 inline constexpr const char* StatusClass = "ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif";
+
+/// A page of the catalogue, and one of another of its deployments.
+inline const std::string CataloguePage = std::string("https://") + VelmartProductionHost + "/";
+inline const std::string OtherDeploymentsPage = std::string("https://eu1") + VelmartOtherHostsFragment + "example/";
+/// A page that is none of the catalogue's.
+inline constexpr const char* PageElsewhere = "https://elsewhere.example/";
 
 /// A message of the page with the content `content`, a JSON text.
 inline std::string Message(const std::string& event, const std::string& content = "{}")

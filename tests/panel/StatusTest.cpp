@@ -4,6 +4,9 @@
 
 #include "host/dialog_engine.h"
 #include "host/frame.h"
+#include "openhost/objects/Traces.h"
+
+#include <cctype>
 
 namespace openhost::testing {
 
@@ -123,6 +126,30 @@ TEST_F(PanelStatus, TheChangeIsToldByTheAddinAfterItAndBeforeFindSimilarFollows)
     EXPECT_TRUE(FindSimilarIsAvailable());
 }
 
+TEST_F(PanelStatus, TheTraceOfAChangeComesBeforeTheChange)
+{
+    std::vector<OpApiStatus> statuses;
+    RedirectTraces([&](std::string_view, std::string_view text) {
+        if (text.starts_with("ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus"))
+            statuses.push_back(Addin().GetOpApiStatus());
+    });
+    Send(Message("velmart_ready"));
+    Send(Message("velmart_over"));
+    RedirectTraces({});
+    EXPECT_EQ(statuses, (std::vector<OpApiStatus>{OpApiUnset, OpApiReady}));
+}
+
+TEST_F(PanelStatus, TheTraceOfAChangeComesBeforeItIsTold)
+{
+    bool traced = false;
+    Listener listener([&](ZALBaseUnknown*, ZALNotification*, void*) {
+        traced = Traced("ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Ready");
+    });
+    listener.Subscribe(&Addin(), StatusClass);
+    Send(Message("velmart_ready"));
+    EXPECT_TRUE(traced);
+}
+
 TEST_F(PanelStatus, OverWithoutContentLeavesThePageReady)
 {
     Send(Message("velmart_ready"));
@@ -163,6 +190,18 @@ TEST_F(PanelStatus, OverGreysFindSimilarModeByMode)
     EXPECT_EQ(HeaderCalls(), (Texts{"1=0", "8=0", "16=0"}));
 }
 
+TEST_F(PanelStatus, FindSimilarChangesAfterTheTraceOfIt)
+{
+    std::vector<bool> traced;
+    journal::Redirect([&](const nlohmann::ordered_json& line) {
+        if (line.contains("header"))
+            traced.push_back(Traced("ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to Available"));
+    });
+    Send(Message("velmart_ready"));
+    journal::Redirect({});
+    EXPECT_EQ(traced, (std::vector<bool>{true, true, true}));
+}
+
 TEST_F(PanelStatus, WhatFindSimilarIsAlreadyIsNotSetAgain)
 {
     Send(Message("velmart_over"));
@@ -198,7 +237,7 @@ TEST_F(PanelStatus, APageElsewhereMeansOver)
 {
     Send(Message("velmart_ready"));
     const std::size_t traced = Traces().size();
-    EXPECT_EQ(Addin().OnPageUrl("https://elsewhere.example/"), S_OK);
+    EXPECT_EQ(Addin().OnPageUrl(PageElsewhere), S_OK);
     EXPECT_EQ(Addin().GetOpApiStatus(), OpApiOver);
     EXPECT_FALSE(FindSimilarIsAvailable());
     EXPECT_EQ(CountOf(StatusClass), 2);
@@ -209,18 +248,42 @@ TEST_F(PanelStatus, APageElsewhereMeansOver)
 
 TEST_F(PanelStatus, APageElsewhereIsToldOnce)
 {
-    Addin().OnPageUrl("https://elsewhere.example/");
+    Addin().OnPageUrl(PageElsewhere);
     Addin().OnPageUrl("https://elsewhere.example/again");
     EXPECT_EQ(CountOf(StatusClass), 1);
     EXPECT_EQ(Traces(), Texts{"ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Over\n"});
 }
 
+TEST_F(PanelStatus, APageElsewhereGreysFindSimilarThoughTheStatusIsOverAlready)
+{
+    Send(Message("velmart_over"));
+    ZALCommandHeader* header = ZALCommandHeader::GetHeaderFromList(FindSimilarHeader, 0);
+    for (const int mode : {ZALHeaderInGlobalMode, ZALHeaderInLocalMode, ZALHeaderInContextMode})
+        header->SetAvailability(mode, 1);
+    HeaderCalls().clear();
+    EXPECT_EQ(Addin().OnPageUrl(PageElsewhere), S_OK);
+    EXPECT_EQ(HeaderCalls(), (Texts{"1=0", "8=0", "16=0"}));
+    EXPECT_EQ(CountOf(StatusClass), 1);
+}
+
+TEST_F(PanelStatus, TheChangeToOverIsToldBeforeFindSimilarIsGreyed)
+{
+    Send(Message("velmart_ready"));
+    std::vector<bool> available;
+    Listener listener([&](ZALBaseUnknown*, ZALNotification*, void*) { available.push_back(FindSimilarIsAvailable()); });
+    listener.Subscribe(&Addin(), StatusClass);
+    Addin().OnPageUrl(PageElsewhere);
+    Send(Message("velmart_ready"));
+    Send(Message("velmart_over"));
+    EXPECT_EQ(available, (std::vector<bool>{true, false, true}));
+}
+
 TEST_F(PanelStatus, APageOfTheCatalogueLeavesTheStatusAlone)
 {
-    for (const char* url :
-         {"https://velmart.example/search?q=bolt", "http://velmart.example", "https://eu1-parts.example/",
-          "https://elsewhere.example/?from=velmart.example", "velmart.example", "-parts."}) {
-        EXPECT_EQ(Addin().OnPageUrl(url), S_OK);
+    const std::string host = VelmartProductionHost;
+    for (const std::string& url : {CataloguePage + "search?q=bolt", "http://" + host, OtherDeploymentsPage,
+                                   PageElsewhere + ("?from=" + host), host, std::string(VelmartOtherHostsFragment)}) {
+        EXPECT_EQ(Addin().OnPageUrl(url.c_str()), S_OK);
         EXPECT_EQ(Addin().GetOpApiStatus(), OpApiUnset) << url;
     }
     EXPECT_TRUE(Notifications().empty());
@@ -230,15 +293,18 @@ TEST_F(PanelStatus, APageOfTheCatalogueLeavesTheStatusAlone)
 TEST_F(PanelStatus, APageOfTheCatalogueDoesNotUndoOver)
 {
     Send(Message("velmart_ready"));
-    Addin().OnPageUrl("https://elsewhere.example/");
-    Addin().OnPageUrl("https://velmart.example/");
+    Addin().OnPageUrl(PageElsewhere);
+    Addin().OnPageUrl(CataloguePage.c_str());
     EXPECT_EQ(Addin().GetOpApiStatus(), OpApiOver);
     EXPECT_FALSE(FindSimilarIsAvailable());
 }
 
 TEST_F(PanelStatus, TheHostNameIsComparedWithItsLetterCase)
 {
-    Addin().OnPageUrl("https://VELMART.EXAMPLE/");
+    std::string url = CataloguePage;
+    for (char& letter : url)
+        letter = static_cast<char>(std::islower(letter) ? std::toupper(letter) : std::tolower(letter));
+    Addin().OnPageUrl(url.c_str());
     EXPECT_EQ(Addin().GetOpApiStatus(), OpApiOver);
 }
 

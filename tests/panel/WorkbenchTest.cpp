@@ -5,6 +5,7 @@
 #include "host/dialog_engine.h"
 #include "host/frame.h"
 #include "host/panel.h"
+#include "tests/support/Objects.h"
 
 namespace openhost::testing {
 
@@ -15,19 +16,21 @@ public:
     HRESULT ExecuteScript(const ZALUnicodeString&) override
     {
         references.push_back(ReferencesOf(this));
-        return S_OK;
+        return result;
     }
     HRESULT LoadUrl(const ZALUnicodeString&) override
     {
         references.push_back(ReferencesOf(this));
-        return S_OK;
+        return result;
     }
     HRESULT GetAddin(const ZALString&, ZALBaseUnknown**) override { return E_FAIL; }
     ZALBaseUnknown* GetImpl(int level) override
     {
         levels.push_back(level);
-        return this;
+        return implementation ? implementation : this;
     }
+    HRESULT result = S_OK;                    ///< of both operations on the page
+    ZALBaseUnknown* implementation = nullptr; ///< another object that this one stands for
     std::vector<int> levels;
     std::vector<unsigned int> references; ///< during each call
 };
@@ -45,8 +48,6 @@ protected:
         HeaderCalls().clear();
     }
 };
-
-using Texts = std::vector<std::string>;
 
 TEST_F(PanelWorkbench, AttachingKeepsTheImplementationOfThePanelWithoutAReference)
 {
@@ -66,8 +67,67 @@ TEST_F(PanelWorkbench, ThePanelIsHeldAsComponentAndAsInterfaceDuringACallAlone)
     Send(Message("velmart_ready"));
     EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
     EXPECT_EQ(panel->references, (std::vector<unsigned int>{3, 3}));
-    EXPECT_EQ(Addin().OnPageUrl("https://velmart.example/"), S_OK);
+    EXPECT_EQ(Addin().OnPageUrl(CataloguePage.c_str()), S_OK);
     EXPECT_EQ(panel->Release(), 0U);
+}
+
+TEST_F(PanelWorkbench, AttachingKeepsWhatStandsBehindThePanel)
+{
+    const Owned<Panel> implementation(new Panel);
+    const Owned<Panel> panel(new Panel);
+    panel->implementation = implementation.get();
+    Addin().SetAccessDialog(panel.get());
+    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
+    EXPECT_EQ(implementation->references.size(), 1U);
+    EXPECT_TRUE(panel->references.empty());
+}
+
+TEST_F(PanelWorkbench, AttachingAnotherPanelReplacesTheFirst)
+{
+    const Owned<Panel> first(new Panel);
+    const Owned<Panel> second(new Panel);
+    Addin().SetAccessDialog(first.get());
+    Addin().SetAccessDialog(second.get());
+    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
+    EXPECT_TRUE(first->references.empty());
+    EXPECT_EQ(second->references.size(), 1U);
+}
+
+TEST_F(PanelWorkbench, WhatTheScriptOfASearchGivesIsHandedOnAsItIs)
+{
+    const Owned<Panel> panel(new Panel);
+    Addin().SetAccessDialog(panel.get());
+    Send(Message("velmart_ready"));
+    for (const HRESULT result : {S_OK, S_FALSE, E_FAIL, E_INVALIDARG}) {
+        panel->result = result;
+        EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), result);
+    }
+}
+
+TEST_F(PanelWorkbench, WhatAnAddressGivesIsNotHandedOn)
+{
+    const Owned<Panel> panel(new Panel);
+    Addin().SetAccessDialog(panel.get());
+    for (const HRESULT result : {S_FALSE, E_INVALIDARG}) {
+        panel->result = result;
+        EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
+    }
+    EXPECT_EQ(panel->references.size(), 2U);
+}
+
+TEST_F(PanelWorkbench, AnAddressIsAnsweredWellWhateverTheScriptGives)
+{
+    const std::filesystem::path folder = Folder() / "installation" / "webapps" / "ZALVelmartIntegrationJS";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "OpApiHandlers.js") << "script";
+    const Owned<Panel> panel(new Panel);
+    Addin().SetAccessDialog(panel.get());
+    for (const HRESULT result : {S_FALSE, E_FAIL, E_INVALIDARG}) {
+        panel->result = result;
+        EXPECT_EQ(Addin().OnPageUrl(CataloguePage.c_str()), S_OK);
+    }
+    EXPECT_EQ(panel->references, (std::vector<unsigned int>{3, 3, 3}));
+    EXPECT_EQ(ReferencesOf(panel.get()), 1U);
 }
 
 TEST_F(PanelWorkbench, AttachingSubscribesOnce)

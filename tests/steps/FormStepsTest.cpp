@@ -43,6 +43,14 @@ TEST_F(FormSteps, ReadEachFileInOnePiece)
     EXPECT_EQ(body, Head + "abc\r\n" + Head + "abc\r\n" + End);
 }
 
+TEST_F(FormSteps, OpenAPathUpToItsFirstZero)
+{
+    FormData form;
+    form.AddZipFile("file", ZALUnicodeString(u"/a\0b", 4), "shown");
+    EXPECT_EQ(form.GenContent(body), S_OK);
+    EXPECT_EQ(Calls().front(), "open /a rb");
+}
+
 TEST_F(FormSteps, EndAtAFileThatCannotBeOpenedAndCloseItsHandleAllTheSame)
 {
     Asked().openResult = E_INVALIDARG;

@@ -2,12 +2,14 @@
 
 #include "tests/steps/Services.h"
 
+#include "VelmartBuildValues.h"
 #include "openhost/text/Utf.h"
 #include "panel/ZALVelmartIntegrationUtilities.h"
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <memory>
 
 namespace openhost::testing {
@@ -29,6 +31,12 @@ protected:
         path_ = (Folder() / "installation" / "a.js").string();
     }
     HRESULT Get() { return ZALVelmartIntegrationUtilities::GetJSScript("a.js", script); }
+    HRESULT GetHandlers()
+    {
+        return ZALVelmartIntegrationUtilities::GetOpiAPIHandlersScript(ZALVelmartIntegrationUtilities::SidePanel,
+                                                                       script);
+    }
+    static constexpr const char* HandlersPath = "webapps\\ZALVelmartIntegrationJS\\OpApiHandlers.js";
     std::string Opening() const { return "open " + path_ + " rb"; }
 
     ZALUnicodeString script = "before";
@@ -93,8 +101,38 @@ TEST_F(ScriptSteps, FailWhenTheFileCannotBeClosed)
     EXPECT_EQ(ToUtf8(script), "abc");
 }
 
+TEST_F(ScriptSteps, FindTheHandlersScriptByAPathWithBackslashes)
+{
+    Asked().openResult = E_FAIL;
+    EXPECT_EQ(GetHandlers(), E_FAIL);
+    EXPECT_THAT(Calls(), ElementsAre("open " + (Folder() / "installation" / HandlersPath).string() + " rb"));
+}
+
+TEST_F(ScriptSteps, ReadTheHandlersScriptAgainAfterItsFileCouldNotBeClosed)
+{
+    Asked().closeResult = E_FAIL;
+    const std::string opening = "open " + (Folder() / "installation" / HandlersPath).string() + " rb";
+    for (int time = 1; time <= 2; ++time) {
+        EXPECT_EQ(GetHandlers(), E_FAIL);
+        EXPECT_THAT(Calls(), ElementsAre(opening, "size 5", "read 5 3", "close 5"));
+        EXPECT_EQ(ToUtf8(script), "before");
+    }
+}
+
+TEST_F(ScriptSteps, GoOnAfterEveryResultThatIsNotNegative)
+{
+    Asked().openResult = Asked().sizeResult = Asked().readResult = Asked().closeResult = S_FALSE;
+    EXPECT_EQ(Get(), S_OK);
+    EXPECT_EQ(ToUtf8(script), "abc");
+}
+
 // ---------------------------------------------------------------------------------------------
 // Addresses, messages, the header
+
+std::string Search(const std::string& fragment)
+{
+    return "search '" + fragment + "' from 0 in mode 1";
+}
 
 class PanelSteps : public StepsFixture {
 protected:
@@ -107,22 +145,36 @@ private:
     Owned<ZALVelmartMeridiaAccessAddin> addin_{new ZALVelmartMeridiaAccessAddin};
 };
 
+const std::string OtherHostsSearched = Search(VelmartOtherHostsFragment);
+const std::string ProductionHostSearched = Search(VelmartProductionHost);
 const std::string Header = "header ZALVelmartFindSimilarCmdHeader 0";
 
 TEST_F(PanelSteps, SearchAnAddressForTheOtherHostsAndThenForTheProductionHost)
 {
     EXPECT_EQ(Addin().OnPageUrl("https://elsewhere.example/"), S_OK);
-    EXPECT_THAT(Calls(),
-                ElementsAre("search '-parts.' from 0 in mode 1", "search 'velmart.example' from 0 in mode 1", Header,
-                            "is available")); // and for nothing third, since the environment names none
+    EXPECT_THAT(Calls(), ElementsAre(OtherHostsSearched, ProductionHostSearched, Header,
+                                     "is available")); // and for nothing third, since the environment names none
 }
 
 TEST_F(PanelSteps, SearchNoFurtherThanTheFirstHit)
 {
-    Addin().OnPageUrl("https://eu1-parts.velmart.example/");
-    EXPECT_THAT(Calls(), ElementsAre("search '-parts.' from 0 in mode 1"));
-    Addin().OnPageUrl("https://velmart.example/");
-    EXPECT_THAT(Calls(), ElementsAre("search '-parts.' from 0 in mode 1", "search 'velmart.example' from 0 in mode 1"));
+    Addin().OnPageUrl((std::string("https://eu1") + VelmartOtherHostsFragment + VelmartProductionHost + "/").c_str());
+    EXPECT_THAT(Calls(), ElementsAre(OtherHostsSearched));
+    Addin().OnPageUrl((std::string("https://") + VelmartProductionHost + "/").c_str());
+    EXPECT_THAT(Calls(), ElementsAre(OtherHostsSearched, ProductionHostSearched));
+}
+
+TEST_F(PanelSteps, SearchAnAddressForTheFragmentOfTheEnvironmentLast)
+{
+    const Texts expected{OtherHostsSearched, ProductionHostSearched, Search("elsewhere")};
+    const auto judge = [&] {
+        setenv("ZAL_MERIDIADIALOG_VLURL_CHECK", "elsewhere", 1);
+        Addin().OnPageUrl("https://elsewhere.example/");
+        std::exit(Calls() == expected ? 0 : 1);
+    };
+    // In a process of its own, which has judged no address yet.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(judge(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(PanelSteps, ReadNumbersOfMessagesConsistently)

@@ -573,6 +573,16 @@ void ZALStateCommand::AddTransition(ZALDialogState* from, ZALDialogState* to, ZA
     Note(std::string(from->GetName().CastToCharPtr()) + " to " + target + (action ? " by an action" : ""));
 }
 
+ZALCallback ZALEventSubscriber::AddCallback(ZALBaseUnknown* publisher, const char* notificationClass,
+                                            ZALSubscriberMethod method, void* data)
+{
+    CurrentServices().subscribed[notificationClass] = method;
+    static auto* const add =
+        TheHostsOwn<ZALCallback(ZALEventSubscriber*, ZALBaseUnknown*, const char*, ZALSubscriberMethod, void*)>(
+            "_ZN18ZALEventSubscriber11AddCallbackEP14ZALBaseUnknownPKcMS0_FvS1_P15ZALNotificationPvES6_");
+    return add(this, publisher, notificationClass, method, data);
+}
+
 void ZALEventSubscriber::RemoveSubscriberCallbacks(ZALBaseUnknown* publisher)
 {
     Note(std::string("hear no more of ") + (publisher ? publisher->IsA() : "nobody"));

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -108,6 +109,8 @@ struct Services {
 
     bool hasHeader = true; ///< whether there is the one command header
     int headerAnswer = 0;  ///< whether it is available
+
+    std::map<std::string, ZALSubscriberMethod> subscribed; ///< the last method for each class of notifications
 };
 
 /// Objects of this size cannot be made; 0 for none. Objects are made before there are services.

@@ -2,6 +2,7 @@
 
 #include "host/text.h"
 #include "openhost/text/Utf.h"
+#include "tests/support/FailingMemory.h"
 #include "web/ZALVliHttpUtils.h"
 
 #include <gtest/gtest.h>
@@ -63,6 +64,17 @@ TEST(EncodeURLParam, LeavesTheValueAlone)
 TEST(EncodeURLParam, EncodesAZeroCharacter)
 {
     EXPECT_EQ(Encode(ZALUnicodeString(u"a\0b", 3)), "a%00b");
+}
+
+TEST(EncodeURLParam, GivesTheWholeValueOrNothingWithoutMemory)
+{
+    const ZALUnicodeString value = "a value of some length & with blanks";
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        ZALUnicodeString encoded = "before";
+        memory.During([&] { encoded = ZALVliHttpUtils::EncodeURLParam(value); });
+        EXPECT_EQ(ToUtf8(encoded), memory.HasRunOut() ? "" : "a%20value%20of%20some%20length%20%26%20with%20blanks");
+    });
+    EXPECT_GT(failures, 0);
 }
 
 /// Every code unit by itself. What counts as a letter beyond ASCII is taken from the C library by its wide functions.

@@ -1,5 +1,6 @@
 // The body of a form, byte by byte.
 
+#include "tests/support/FailingMemory.h"
 #include "tests/support/HostFixture.h"
 
 #include "host/http.h"
@@ -7,6 +8,8 @@
 #include "web/FormData.h"
 
 #include <fstream>
+#include <functional>
+#include <optional>
 #include <type_traits>
 #include <unistd.h>
 
@@ -201,7 +204,7 @@ TEST_F(Form, FailsForAFileThatEndsBeforeItsSize)
     EXPECT_GE(body.size(), 4096U);
 }
 
-TEST_F(Form, CanBeMadeAgainBehindAFailure)
+TEST_F(Form, CanBeMadeAgainAfterAFailure)
 {
     FormData form;
     form.AddZipFile("file", FromUtf8((Folder() / "later").string()), "a.zip");
@@ -242,6 +245,131 @@ TEST_F(Form, MovesTakeTheItemsOver)
     EXPECT_EQ(BodyOf(assigned), body);
     static_assert(std::is_nothrow_move_constructible_v<FormData> && std::is_nothrow_move_assignable_v<FormData>);
 }
+
+TEST_F(Form, IsItselfAfterBeingAssignedToItself)
+{
+    FormData form;
+    form.AddParam("key", "1");
+    const std::string body = BodyOf(form);
+    const FormData& same = form;
+    form = same;
+    EXPECT_EQ(BodyOf(form), body);
+}
+
+TEST_F(Form, AssignedAgainLosesWhatItHeld)
+{
+    FormData form;
+    form.AddParam("key", "1");
+    form = FormData();
+    EXPECT_EQ(BodyOf(form), End);
+    form.AddParam("key", "2");
+    const FormData empty;
+    form = empty;
+    EXPECT_EQ(BodyOf(form), End);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Without memory
+
+/// Too long for the room that a text has in itself.
+const ZALUnicodeString LongText = "a text of some length";
+
+const std::function<void(FormData&)> Additions[] = {
+    [](FormData& form) { form.AddParam(LongText, LongText); },
+    [](FormData& form) { form.AddBinaryFile(LongText, LongText, LongText); },
+    [](FormData& form) { form.AddZipFile(LongText, LongText, LongText); },
+};
+
+TEST_F(Form, ThatLostAnItemHasNoContentAnyMore)
+{
+    for (const auto& add : Additions) {
+        const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+            FormData form;
+            form.AddParam("key", "value");
+            memory.During([&] { add(form); });
+            if (!memory.HasRunOut())
+                return;
+            std::string body = "before";
+            EXPECT_EQ(form.GenContent(body), E_FAIL);
+            EXPECT_EQ(body, "");
+            form.AddParam("key", "value");
+            EXPECT_EQ(form.GenContent(body), E_FAIL);
+            EXPECT_EQ(FormData(form).GenContent(body), E_FAIL);
+            EXPECT_EQ(FormData(std::move(form)).GenContent(body), E_FAIL);
+        });
+        EXPECT_GT(failures, 2);
+    }
+}
+
+TEST_F(Form, ThatLostAnItemIsWholeAgainOnceItIsAssigned)
+{
+    FormData form;
+    FailingMemory memory(1);
+    memory.During([&] { form.AddParam(LongText, LongText); });
+    std::string body;
+    ASSERT_EQ(form.GenContent(body), E_FAIL);
+    form = FormData();
+    EXPECT_EQ(BodyOf(form), End);
+}
+
+TEST_F(Form, CopiesAreWholeOrHaveNoContent)
+{
+    FormData form;
+    form.AddParam("a name of some length", "a value of some length");
+    form.AddParam("key", "value");
+    const std::string whole = BodyOf(form);
+    int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        std::optional<FormData> copy;
+        memory.During([&] { copy.emplace(form); });
+        std::string body;
+        EXPECT_EQ(copy->GenContent(body), memory.HasRunOut() ? E_FAIL : S_OK);
+        EXPECT_EQ(body, memory.HasRunOut() ? "" : whole);
+    });
+    EXPECT_GT(failures, 2);
+    failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        FormData assigned;
+        assigned.AddParam("other", "x");
+        memory.During([&] { EXPECT_EQ(&(assigned = form), &assigned); });
+        std::string body;
+        EXPECT_EQ(assigned.GenContent(body), memory.HasRunOut() ? E_FAIL : S_OK);
+        EXPECT_EQ(body, memory.HasRunOut() ? "" : whole);
+    });
+    EXPECT_GT(failures, 1);
+    EXPECT_EQ(BodyOf(form), whole);
+}
+
+TEST_F(Form, IsMadeWholeOrFailsAndClosesItsFile)
+{
+    FormData form;
+    form.AddParam("a name of some length", "a value of some length");
+    form.AddZipFile("file", File("a.zip", std::string(1000, 'x')), "shown.zip");
+    const std::string whole = BodyOf(form);
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        const std::size_t open = OpenDescriptors();
+        std::string body;
+        HRESULT result = E_INVALIDARG;
+        memory.During([&] { result = form.GenContent(body); });
+        EXPECT_EQ(result, memory.HasRunOut() ? E_FAIL : S_OK);
+        EXPECT_EQ(OpenDescriptors(), open);
+        EXPECT_EQ(BodyOf(form), whole);
+    });
+    EXPECT_GT(failures, 5);
+}
+
+TEST_F(Form, NamesItsContentTypeWhenThereIsMemoryAgain)
+{
+    WithEachAllocationFailing([](FailingMemory& memory) {
+        const ZALUnicodeString* value = nullptr;
+        memory.During([&] { value = &FormData::GetContentTypeHeaderValue(); });
+        ASSERT_TRUE(value);
+        EXPECT_EQ(value->GetLengthInChar(), memory.HasRunOut() ? 0 : 68);
+    });
+    EXPECT_EQ(ToUtf8(FormData::GetContentTypeHeaderValue()),
+              "multipart/form-data; boundary=----WebKitFormBoundaryA9TZlwqNn7lCilAD");
+}
+
+// ---------------------------------------------------------------------------------------------
+// The content type
 
 TEST_F(Form, NamesItsBoundaryInTheContentType)
 {

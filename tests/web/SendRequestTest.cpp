@@ -1,5 +1,6 @@
 // Requests whose reply is taken as a whole.
 
+#include "tests/support/FailingMemory.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
 #include "tests/support/Objects.h"
@@ -8,6 +9,7 @@
 #include "web/ZALVliHttpUtils.h"
 
 #include <memory>
+#include <new>
 
 namespace openhost::testing {
 
@@ -16,6 +18,8 @@ namespace {
 using Reply = std::vector<char>;
 using ReplyMethod = void (ZALBaseUnknown::*)(const Reply&);
 using ReplyFunction = std::function<void(const Reply&)>;
+
+const std::string Large(100'000, 'x');
 
 class Receiver : public ZALBaseUnknown {
 public:
@@ -182,9 +186,115 @@ TEST_F(SendRequest, CannotSendOneRequestTwice)
 }
 
 // ---------------------------------------------------------------------------------------------
+// Without memory
+
+TEST_F(SendRequest, WithoutMemoryFailsAndCallsNobody)
+{
+    const auto attemptWith = [&](const std::function<HRESULT(ZALCefHttpRequest*)>& send) {
+        const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+            const Owned<ZALCefHttpRequest> request(new ZALCefHttpRequest("GET", "http://127.0.0.1/of/some/length"));
+            HRESULT result = E_INVALIDARG;
+            memory.During([&] { result = send(request.get()); });
+            EXPECT_EQ(result, memory.HasRunOut() ? E_FAIL : S_OK);
+            EXPECT_EQ(request->GetStatus(), FAILED(result) ? ZALHttpStatusUnsent : ZALHttpStatusRunning);
+            if (SUCCEEDED(result))
+                Transport().Last().End();
+        });
+        EXPECT_GT(failures, 2);
+    };
+    const auto held = std::make_shared<int>(0);
+    {
+        // Too large for the room that a function has in itself.
+        const ReplyFunction onDone = [held, other = held](const Reply&) { ++*held; };
+        attemptWith([&](ZALCefHttpRequest* request) { return ZALVliHttpUtils::SendRequest(request, onDone); });
+    }
+    EXPECT_EQ(*held, 1);
+    EXPECT_EQ(held.use_count(), 1);
+    attemptWith(
+        [&](ZALCefHttpRequest* request) { return ZALVliHttpUtils::SendRequest(request, receiver_.get(), OnReply); });
+    EXPECT_EQ(receiver_->replies, std::vector<std::string>{""});
+    EXPECT_EQ(ReferencesOf(receiver_.get()), 1U);
+}
+
+TEST_F(SendRequest, AReplyWithAHoleIsNoneAndEnds)
+{
+    ZALVliHttpUtils::SendRequest(request_.get(), receiver_.get(), OnReply);
+    Transport().Last().Head(200);
+    Transport().Last().Bytes("before");
+    FailingMemory memory(1);
+    memory.During([&] { Transport().Last().Bytes(std::string_view(Large)); });
+    EXPECT_TRUE(memory.HasRunOut());
+    EXPECT_TRUE(Transport().Last().IsCancelled());
+    EXPECT_EQ(request_->GetStatus(), ZALHttpStatusCancelled);
+    Loop().RunUntilIdle();
+    EXPECT_EQ(receiver_->replies, std::vector<std::string>{""});
+}
+
+// ---------------------------------------------------------------------------------------------
 // The handler by itself
 
-TEST(ReplyHandler, KeepsItsRoomBehindAnEnd)
+TEST(ReplyHandler, FreesWhatHasComeWhenItHasNoRoomForMore)
+{
+    class Measuring : public ZALBaseUnknown {
+    public:
+        void OnReply(const Reply& reply)
+        {
+            size = reply.size();
+            room = reply.capacity();
+        }
+        std::size_t size = 99;
+        std::size_t room = 99;
+    };
+    const Owned<Measuring> target(new Measuring);
+    auto* handler = new ZALVliHttpDataHandler(target.get(), static_cast<ReplyMethod>(&Measuring::OnReply));
+    handler->OnData(nullptr, "before", 6);
+    FailingMemory memory(1);
+    memory.During([&] { handler->OnData(nullptr, Large.data(), Large.size()); });
+    EXPECT_TRUE(memory.HasRunOut());
+    handler->OnComplete(nullptr);
+    handler->Release();
+    EXPECT_EQ(target->size, 0U);
+    EXPECT_EQ(target->room, 0U);
+}
+
+TEST(ReplyHandler, KeepsAFailureOfWhomItCallsToItself)
+{
+    class Failing : public ZALBaseUnknown {
+    public:
+        void OnReply(const Reply&) { throw std::bad_alloc(); }
+    };
+    const Owned<Failing> target(new Failing);
+    int calls = 0;
+    for (ZALVliHttpDataHandler* handler :
+         {new ZALVliHttpDataHandler(target.get(), static_cast<ReplyMethod>(&Failing::OnReply)),
+          new ZALVliHttpDataHandler([&](const Reply& reply) {
+              ++calls;
+              EXPECT_EQ(reply.size(), 3U);
+              throw std::bad_alloc();
+          })}) {
+        handler->OnData(nullptr, "one", 3);
+        EXPECT_NO_THROW(handler->OnComplete(nullptr));
+        EXPECT_NO_THROW(handler->OnComplete(nullptr));
+        handler->Release();
+    }
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(ReferencesOf(target.get()), 1U);
+}
+
+TEST(ReplyHandler, LetsGoOfTheFunctionAfterItsCall)
+{
+    auto held = std::make_shared<int>(0);
+    std::weak_ptr<int> watched = held;
+    std::vector<bool> there;
+    auto* handler = new ZALVliHttpDataHandler(
+        [held = std::move(held), watched, &there](const Reply&) { there.push_back(!watched.expired()); });
+    handler->OnComplete(nullptr);
+    EXPECT_EQ(there, std::vector<bool>{true});
+    EXPECT_TRUE(watched.expired());
+    handler->Release();
+}
+
+TEST(ReplyHandler, KeepsItsRoomAfterAnEnd)
 {
     class Measuring : public ZALBaseUnknown {
     public:
@@ -215,7 +325,7 @@ TEST(ReplyHandler, CallsAFunctionOnceThoughTheEndComesTwice)
     EXPECT_EQ(replies, std::vector<std::string>{"one"});
 }
 
-TEST(ReplyHandler, BeginsAnewBehindEachEndForAMethod)
+TEST(ReplyHandler, BeginsAnewAfterEachEndForAMethod)
 {
     const Owned<Receiver> receiver(new Receiver);
     auto* handler = new ZALVliHttpDataHandler(receiver.get(), OnReply);
