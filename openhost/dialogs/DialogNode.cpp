@@ -4,6 +4,7 @@
 #include "openhost/journal/Journal.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace {
 
@@ -23,17 +24,22 @@ ZALDialogNode& ZALDialogNode::Of(const ZALDialog& dialog)
 
 ZALDialogNode* ZALDialogNode::Make(ZALDialog& owner, ZALDialog* parent, const ZALString& name, unsigned int style)
 {
-    auto* node = new ZALDialogNode;
+    auto node = std::make_unique<ZALDialogNode>();
     node->owner = &owner;
     node->parent = parent;
     node->name = name;
     node->style = style;
+    AllDialogs().push_back(&owner);
     if (parent) {
-        Of(*parent).children.push_back(&owner);
+        try {
+            Of(*parent).children.push_back(&owner);
+        } catch (...) {
+            AllDialogs().pop_back();
+            throw;
+        }
         node->ended = Of(*parent).ended;
     }
-    AllDialogs().push_back(&owner);
-    return node;
+    return node.release();
 }
 
 bool ZALDialogNode::TakesInput() const

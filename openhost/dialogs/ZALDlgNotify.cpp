@@ -11,6 +11,22 @@ ZALDlgNotify::ZALDlgNotify(ZALDialog* parent, const ZALString& name, unsigned in
 
 ZALDlgNotify::~ZALDlgNotify() = default;
 
+namespace {
+
+/// The question is visible meanwhile.
+int Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title)
+{
+    struct Visible {
+        explicit Visible(ZALDialogNode& shown) : node(shown) { node.visible = true; }
+        ~Visible() { node.visible = false; }
+        ZALDialogNode& node;
+    };
+    const Visible visible(ZALDialogNode::Of(question));
+    return openhost::DialogSurface::Current().Ask(question, text, title);
+}
+
+} // namespace
+
 int ZALDlgNotify::DisplayBlocked(const ZALUnicodeString& text, const ZALUnicodeString& title)
 {
     ZALDialogNode& node = ZALDialogNode::Of(*this);
@@ -20,9 +36,7 @@ int ZALDlgNotify::DisplayBlocked(const ZALUnicodeString& text, const ZALUnicodeS
     // Events that run meanwhile may end the question with its parent.
     AddRef();
     const auto held = ZALInterfaceHandle<ZALDlgNotify>::Take(this);
-    node.visible = true;
-    const int answer = openhost::DialogSurface::Current().Ask(*this, text, title);
-    node.visible = false;
+    const int answer = Ask(*this, text, title);
     openhost::journal::Write("dialog", {{"name", node.Name()},
                                         {"style", node.style},
                                         {"title", openhost::ToUtf8(title)},
