@@ -38,6 +38,13 @@ ZALInterfaceHandle<ZALIVelmartIntegrationSettingAtt> MakeSettings()
     return settings;
 }
 
+void Save(ZALIVelmartIntegrationSettingAtt& settings)
+try {
+    settings.SaveSettings(0);
+} catch (const std::bad_alloc&) {
+    // As when saving fails: the values hold for this session.
+}
+
 /// Writes what differs from the two values, and saves once when something was written, whether or not the settings
 /// have taken it.
 void Store(ZALIVelmartIntegrationSettingAtt& settings, bool doNotRemind, const ZALUnicodeString& location)
@@ -59,11 +66,11 @@ void Store(ZALIVelmartIntegrationSettingAtt& settings, bool doNotRemind, const Z
     } catch (const std::bad_alloc&) {
         // The next try would not find it changed.
         if (written)
-            settings.SaveSettings(0);
+            Save(settings);
         throw;
     }
     if (written)
-        settings.SaveSettings(0);
+        Save(settings);
 }
 
 } // namespace

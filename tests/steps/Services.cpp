@@ -22,7 +22,10 @@ namespace {
 
 void Note(std::string call)
 {
+    const bool isScarce = call == CurrentServices().scarceCall;
     CurrentServices().calls.push_back(std::move(call));
+    if (isScarce)
+        throw std::bad_alloc();
 }
 
 std::string Quote(const ZALUnicodeString& text)
@@ -62,7 +65,7 @@ public:
     {
         Note(added_ == TimeOut{milliseconds, client, data, function} ? "wait no more" : "wait no more for another");
     }
-    void UpdateDisplay() override {}
+    void UpdateDisplay() override { Note("repaint"); }
 
 private:
     using TimeOut = std::tuple<unsigned int, ZALBaseUnknown*, void*, ZALTimeOutFunction>;
@@ -175,7 +178,7 @@ HRESULT CreateZALIVelmartIntegrationSettingAtt(ZALIVelmartIntegrationSettingAtt*
     Note("settings");
     *settings = CurrentServices().settings.get();
     (*settings)->AddRef();
-    return S_OK;
+    return CurrentServices().settingsResult;
 }
 
 void* ZALBaseUnknown::operator new(std::size_t size)

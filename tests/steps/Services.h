@@ -41,7 +41,8 @@ public:
 };
 
 struct Services {
-    Texts calls; ///< in order, such as "open /file rb"
+    Texts calls;            ///< in order, such as "open /file rb"
+    std::string scarceCall; ///< the call for which there is no memory
 
     // Files: one is open under the handle once it has been opened.
 
@@ -84,6 +85,10 @@ struct Services {
     int bitsOfTheHost = 0; ///< in the kind of each value
 
     Owned<RecordedSettings> settings{new RecordedSettings};
+    HRESULT settingsResult = S_OK; ///< of making the object, which is given all the same
+
+    HRESULT commandResult = S_OK;   ///< of activating and of cancelling a command
+    HRESULT inSessionResult = S_OK; ///< of looking for a document, which is given all the same
 
     bool hasHeader = true; ///< whether there is the one command header
     int headerAnswer = 0;  ///< whether it is available

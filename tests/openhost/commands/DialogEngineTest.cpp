@@ -217,6 +217,24 @@ TEST_F(DialogEngineTest, CancelsACommandWithoutAnInitialState)
     EXPECT_THAT(lines_, ElementsAre("built", "activated", "cancelled", "ended"));
 }
 
+TEST_F(DialogEngineTest, CancelsACommandWhoseInitialStateHasNoAgent)
+{
+    Start([](TestCommand& self) { self.On(self.first, self.GetInitialState("Initial"), nullptr); });
+    EXPECT_THAT(lines_, ElementsAre("built", "activated", "cancelled", "ended"));
+}
+
+TEST_F(DialogEngineTest, CancelsACommandWhoseInitialStateHasNoAgentLeft)
+{
+    Start([](TestCommand& self) {
+        ZALDialogState* state = self.GetInitialState("Initial");
+        auto* agent = new ZALDialogAgent("Released");
+        state->AddDialogAgent(agent);
+        self.On(agent, state, nullptr);
+        agent->Release();
+    });
+    EXPECT_THAT(lines_, ElementsAre("built", "activated", "cancelled", "ended"));
+}
+
 TEST_F(DialogEngineTest, HasOneInitialStateThatKeepsItsFirstName)
 {
     TestCommand* command = Start([](TestCommand& self) {
