@@ -30,6 +30,9 @@ protected:
         Selected->reference = root_.get();
         root_->partNumber = "a part number of some length";
         Cad().loaded[Bolt] = root_.get();
+        // What lasts as long as the process has found its memory.
+        ZALVelmartFileDownloader::GetInstance();
+        Complete::MetaObject();
     }
 
     /// Runs `call` while `memory` fails. No exception may leave it, and nothing that it made stays.
