@@ -222,7 +222,9 @@ TEST_F(InsertionWithoutMemory, ASelectionIsRefused)
 
 TEST_F(InsertionWithoutMemory, ADownloadThatCannotStartGivesUp)
 {
-    const ZALOmxAny content;
+    ZALOmxAny content; // opened in its source, which it does not name
+    ASSERT_EQ(ZALOmxJson().parse(R"({"attributes":{"catalog":{"configOpeningBehaviour":"openInSource"}}})", content),
+              S_OK);
     EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
                   Probe command(ActionInsert, content);
                   command.BuildGraph();

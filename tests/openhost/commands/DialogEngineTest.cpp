@@ -239,6 +239,7 @@ TEST_F(DialogEngineTest, HasOneInitialStateThatKeepsItsFirstName)
 {
     TestCommand* command = Start([](TestCommand& self) {
         ZALDialogState* state = self.GetInitialState("Initial");
+        state->AddDialogAgent(self.first);
         EXPECT_EQ(self.GetInitialState("Other"), state);
         EXPECT_EQ(self.GetCancelState(), self.GetCancelState());
         EXPECT_NE(self.AddDialogState("Initial"), state);
@@ -778,6 +779,7 @@ protected:
             self.files = files;
             self.shared = shared;
             self.GetInitialState("Initial")->SetResourceID("Key");
+            self.GetInitialState("Initial")->AddDialogAgent(self.first);
         });
         Engine().EndCommand(command);
         Run();
