@@ -189,6 +189,7 @@ TEST_P(FileType, IsJudgedByAllOfItsBits)
     Asked().mode = GetParam().first;
     ZALVelmartDownloadLocationDlg* dialog = ZALVelmartDownloadLocationDlg::Create();
     EXPECT_EQ(ZALVelmartDownloadLocationDlg::IsValidDirectory(dialog, "/any"), GetParam().second);
+    EXPECT_EQ(Asked().statOptions, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, FileType,
