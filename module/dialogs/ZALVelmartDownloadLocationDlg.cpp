@@ -6,6 +6,8 @@
 #include "host/settings.h"
 #include "host/system.h"
 
+#include <new>
+
 VL_DEFINE_META_CLASS(ZALVelmartDownloadLocationDlg, ZALDlgDialog)
 VL_DEFINE_META_CLASS(ZALVelmartDownloadLocationDlg::OKNotif, ZALNotification)
 VL_DEFINE_META_CLASS(ZALVelmartDownloadLocationDlg::CANCELNotif, ZALNotification)
@@ -25,22 +27,75 @@ bool IsDirectory(const ZALUnicodeString& text)
            (status.Mode & ZALFileTypeMask) == ZALFileTypeDirectory;
 }
 
+/// The settings object, or null.
+ZALInterfaceHandle<ZALIVelmartIntegrationSettingAtt> MakeSettings()
+{
+    ZALIVelmartIntegrationSettingAtt* made = nullptr;
+    const HRESULT result = CreateZALIVelmartIntegrationSettingAtt(&made);
+    auto settings = ZALInterfaceHandle<ZALIVelmartIntegrationSettingAtt>::Take(made);
+    if (FAILED(result))
+        settings = {};
+    return settings;
+}
+
+void Save(ZALIVelmartIntegrationSettingAtt& settings)
+try {
+    settings.SaveSettings(0);
+} catch (const std::bad_alloc&) {
+    // As when saving fails: the values hold for this session.
+}
+
+/// Writes what differs from the two values, and saves once when something was written, whether or not the settings
+/// have taken it.
+void Store(ZALIVelmartIntegrationSettingAtt& settings, bool doNotRemind, const ZALUnicodeString& location)
+{
+    bool written = false;
+    try {
+        bool storedDoNotRemind = false;
+        settings.GetDoNotRemindDownloadLocation(storedDoNotRemind);
+        if (storedDoNotRemind != doNotRemind) {
+            settings.SetDoNotRemindDownloadLocation(doNotRemind);
+            written = true;
+        }
+        ZALUnicodeString storedLocation;
+        settings.GetDownloadLocation(storedLocation);
+        if (storedLocation != location) {
+            settings.SetDownloadLocation(location);
+            written = true;
+        }
+    } catch (const std::bad_alloc&) {
+        // The next try would not find it changed.
+        if (written)
+            Save(settings);
+        throw;
+    }
+    if (written)
+        Save(settings);
+}
+
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
 // Creation
 
 ZALVelmartDownloadLocationDlg* ZALVelmartDownloadLocationDlg::Create()
-{
+try {
     ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
     ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr;
     if (!parent)
         return nullptr;
 
     auto* dialog = new ZALVelmartDownloadLocationDlg(parent);
-    dialog->Build();
-    dialog->SetVisibility(ZALDlgShow);
+    try {
+        dialog->Build();
+        dialog->SetVisibility(ZALDlgShow);
+    } catch (const std::bad_alloc&) {
+        dialog->RequestDelayedDestruction();
+        return nullptr;
+    }
     return dialog;
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 ZALVelmartDownloadLocationDlg::ZALVelmartDownloadLocationDlg(ZALDialog* parent)
@@ -48,11 +103,7 @@ ZALVelmartDownloadLocationDlg::ZALVelmartDownloadLocationDlg(ZALDialog* parent)
 {
 }
 
-ZALVelmartDownloadLocationDlg::~ZALVelmartDownloadLocationDlg()
-{
-    if (directoryChooser)
-        directoryChooser->Release();
-}
+ZALVelmartDownloadLocationDlg::~ZALVelmartDownloadLocationDlg() = default;
 
 void ZALVelmartDownloadLocationDlg::Build()
 {
@@ -62,8 +113,8 @@ void ZALVelmartDownloadLocationDlg::Build()
 
     BuildControls();
 
-    ZALIVelmartIntegrationSettingAtt* settings = nullptr;
-    if (FAILED(CreateZALIVelmartIntegrationSettingAtt(&settings)) || !settings)
+    const auto settings = MakeSettings();
+    if (!settings)
         return;
 
     bool doNotRemind = false;
@@ -81,7 +132,6 @@ void ZALVelmartDownloadLocationDlg::Build()
     settings->GetDownloadLocationInfo(locationInfo);
     if (IsLocked(locationInfo))
         locationEditor->GetFather()->SetSensitivity(ZALDlgInsensitive);
-    settings->Release();
 
     // Recorded sessions have a known folder.
     if (locationEditor->GetText().GetLengthInChar() == 0) {
@@ -125,8 +175,10 @@ void ZALVelmartDownloadLocationDlg::BuildControls()
 }
 
 ZALString ZALVelmartDownloadLocationDlg::GetResourceFilename(int index) const
-{
+try {
     return index > 0 ? ZALDlgDialog::GetResourceFilename(index - 1) : "ZALVelmartDownloadLocationDlg";
+} catch (const std::bad_alloc&) {
+    return {};
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -136,30 +188,36 @@ ZALString ZALVelmartDownloadLocationDlg::GetResourceFilename(int index) const
 void ZALVelmartDownloadLocationDlg::OnModify(ZALBaseUnknown*, ZALNotification*, void*) {}
 
 void ZALVelmartDownloadLocationDlg::OnBrowse(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     ShowDirectoryChooser(this, directoryChooser, GetTitle(), locationEditor,
                          static_cast<ZALSubscriberMethod>(&ZALVelmartDownloadLocationDlg::OnDirectoryChooserOK),
                          static_cast<ZALSubscriberMethod>(&ZALVelmartDownloadLocationDlg::OnDirectoryChooserCancel));
+} catch (const std::bad_alloc&) {
+    // The user can browse again.
 }
 
 void ZALVelmartDownloadLocationDlg::OnDirectoryChooserOK(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     if (!directoryChooser)
         return;
     const ZALUnicodeString folder = directoryChooser->GetChosenFolder();
     directoryChooser->SetVisibility(ZALDlgHide);
     if (locationEditor)
         locationEditor->SetText(folder);
+} catch (const std::bad_alloc&) {
+    // The user can choose again.
 }
 
 void ZALVelmartDownloadLocationDlg::OnDirectoryChooserCancel(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     if (directoryChooser)
         directoryChooser->SetVisibility(ZALDlgHide);
+} catch (const std::bad_alloc&) {
+    // The user can cancel again.
 }
 
 void ZALVelmartDownloadLocationDlg::OnOK(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     const ZALUnicodeString text = locationEditor ? locationEditor->GetText() : ZALUnicodeString();
     if (!IsValidDirectory(this, text))
         return;
@@ -167,36 +225,27 @@ void ZALVelmartDownloadLocationDlg::OnOK(ZALBaseUnknown*, ZALNotification*, void
     if (!doNotRemindCheck)
         return;
 
-    const bool newDoNotRemind = doNotRemindCheck->GetState() == ZALDlgChecked;
+    const bool doNotRemind = doNotRemindCheck->GetState() == ZALDlgChecked;
 
-    ZALIVelmartIntegrationSettingAtt* settings = nullptr;
-    if (SUCCEEDED(CreateZALIVelmartIntegrationSettingAtt(&settings)) && settings) {
-        bool written = false;
-        bool doNotRemind = false;
-        settings->GetDoNotRemindDownloadLocation(doNotRemind);
-        if (doNotRemind != newDoNotRemind)
-            written |= SUCCEEDED(settings->SetDoNotRemindDownloadLocation(newDoNotRemind));
-        ZALUnicodeString location;
-        settings->GetDownloadLocation(location);
-        if (location != text)
-            written |= SUCCEEDED(settings->SetDownloadLocation(text));
-        if (written)
-            settings->SaveSettings(0);
-        settings->Release();
-    }
+    if (const auto settings = MakeSettings())
+        Store(*settings.Get(), doNotRemind, text);
 
     OKNotif notification;
     DispatchCallbacks(this, &notification);
 
     RequestDelayedDestruction();
+} catch (const std::bad_alloc&) {
+    // The dialog stays open, and can be ended again: nobody may have been told.
 }
 
 void ZALVelmartDownloadLocationDlg::OnCancel(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     CANCELNotif notification;
     DispatchCallbacks(this, &notification);
 
     RequestDelayedDestruction();
+} catch (const std::bad_alloc&) {
+    // The dialog stays open, and can be ended again: nobody may have been told.
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -204,29 +253,45 @@ void ZALVelmartDownloadLocationDlg::OnCancel(ZALBaseUnknown*, ZALNotification*, 
 
 void ZALVelmartDownloadLocationDlg::RequestDelayedDestruction()
 {
-    if (directoryChooser) {
-        directoryChooser->RequestDelayedDestruction();
-        directoryChooser->Release();
-        directoryChooser = nullptr;
+    try {
+        if (directoryChooser)
+            directoryChooser->RequestDelayedDestruction();
+    } catch (const std::bad_alloc&) {
+        // It ends with this dialog, its parent.
     }
-    ZALDlgDialog::RequestDelayedDestruction();
+    directoryChooser = {};
+
+    try {
+        ZALDlgDialog::RequestDelayedDestruction();
+    } catch (const std::bad_alloc&) {
+        // The window stays, and can be asked again.
+    }
 }
 
 // ---------------------------------------------------------------------------------------------
 // Choosing and judging a folder
 
-void ZALVelmartDownloadLocationDlg::ShowDirectoryChooser(ZALDialog* owner, ZALDlgFileBox*& chooser,
+void ZALVelmartDownloadLocationDlg::ShowDirectoryChooser(ZALDialog* owner, ZALInterfaceHandle<ZALDlgFileBox>& chooser,
                                                          const ZALUnicodeString& title, const ZALDlgEditor* editor,
                                                          ZALSubscriberMethod onOK, ZALSubscriberMethod onCancel)
 {
     if (!chooser) {
-        if (FAILED(ZALFileMenuMethods::CreateCurrentDocEnvDialogBox(owner, "ZALVelmartDownloadDirectoryChooserDlg",
-                                                                    ZALDlgFolderChooser, chooser, nullptr)) ||
-            !chooser)
+        ZALDlgFileBox* made = nullptr;
+        const HRESULT result = ZALFileMenuMethods::CreateCurrentDocEnvDialogBox(
+            owner, "ZALVelmartDownloadDirectoryChooserDlg", ZALDlgFolderChooser, made, nullptr);
+        const auto box = ZALInterfaceHandle<ZALDlgFileBox>::Take(made);
+        if (FAILED(result) || !box)
             return;
-        owner->AddCallback(chooser, ZALDlgOKNotification::ClassName(), onOK, nullptr);
-        owner->AddCallback(chooser, ZALDlgCancelNotification::ClassName(), onCancel, nullptr);
-        chooser->SetTitle(title);
+        try {
+            owner->AddCallback(made, ZALDlgOKNotification::ClassName(), onOK, nullptr);
+            owner->AddCallback(made, ZALDlgCancelNotification::ClassName(), onCancel, nullptr);
+            made->SetTitle(title);
+        } catch (const std::bad_alloc&) {
+            // The next use makes another one.
+            made->RequestDelayedDestruction();
+            return;
+        }
+        chooser = box;
     }
 
     if (editor) {
@@ -239,18 +304,24 @@ void ZALVelmartDownloadLocationDlg::ShowDirectoryChooser(ZALDialog* owner, ZALDl
 }
 
 bool ZALVelmartDownloadLocationDlg::IsValidDirectory(ZALDialog* parent, const ZALUnicodeString& text)
-{
+try {
     if (IsDirectory(text))
         return true;
 
     auto* notify = new ZALDlgNotify(parent, "NotADirectoryNotify", ZALDlgNotifyInvalidInput);
-    const ZALUnicodeString title = ZALMsgCatalog::BuildMessage(
-        "ZALVelmartDownloadLocationDlg", "NotADirectoryNotifyTitle", nullptr, 0, "Invalid folder");
-    const ZALUnicodeString message =
-        ZALMsgCatalog::BuildMessage("ZALVelmartDownloadLocationDlg", "NotADirectoryNotifyMessage", nullptr, 0,
-                                    "Chosen folder is not a valid folder.\nPlease select a valid folder");
-    // Answered in another way, the message stays, hidden, until its parent ends.
-    if (notify->DisplayBlocked(message, title) == ZALDlgAnswerOK)
+    try {
+        const ZALUnicodeString title = ZALMsgCatalog::BuildMessage(
+            "ZALVelmartDownloadLocationDlg", "NotADirectoryNotifyTitle", nullptr, 0, "Invalid folder");
+        const ZALUnicodeString message =
+            ZALMsgCatalog::BuildMessage("ZALVelmartDownloadLocationDlg", "NotADirectoryNotifyMessage", nullptr, 0,
+                                        "Chosen folder is not a valid folder.\nPlease select a valid folder");
+        // Answered in another way, the message stays, hidden, until its parent ends.
+        if (notify->DisplayBlocked(message, title) == ZALDlgAnswerOK)
+            notify->RequestDelayedDestruction();
+    } catch (const std::bad_alloc&) {
         notify->RequestDelayedDestruction();
+    }
+    return false;
+} catch (const std::bad_alloc&) {
     return false;
 }

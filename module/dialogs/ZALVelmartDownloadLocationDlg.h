@@ -1,8 +1,8 @@
 // Asks the user for the folder of downloads.
 #pragma once
 
-#include "objects/MetaClassOperations.h"
 #include "host/dialogs.h"
+#include "objects/MetaClassOperations.h"
 
 /// The location dialog. It stores the user's folder in the settings, then reports OK or cancel by a
 /// notification on itself, and asks for its own end.
@@ -20,15 +20,16 @@ public:
     };
 
     /// Makes the dialog on the frame's application document and shows it. Null, and no notification comes, when either
-    /// is missing.
+    /// is missing, and without memory.
     static ZALVelmartDownloadLocationDlg* Create();
-    /// Whether `text` names a directory; tells the user on `parent` when it does not.
+    /// Whether `text` names a directory; tells the user on `parent` when it does not. False without
+    /// memory.
     static bool IsValidDirectory(ZALDialog* parent, const ZALUnicodeString& text);
     /// What a browse button of `owner` does: shows `chooser`, in the folder that `editor` names if it names one. The
     /// chooser is made at the first use, with `title`, and its OK and CANCEL go to the two methods of `owner`.
-    static void ShowDirectoryChooser(ZALDialog* owner, ZALDlgFileBox*& chooser, const ZALUnicodeString& title,
-                                     const ZALDlgEditor* editor, ZALSubscriberMethod onOK,
-                                     ZALSubscriberMethod onCancel);
+    static void ShowDirectoryChooser(ZALDialog* owner, ZALInterfaceHandle<ZALDlgFileBox>& chooser,
+                                     const ZALUnicodeString& title, const ZALDlgEditor* editor,
+                                     ZALSubscriberMethod onOK, ZALSubscriberMethod onCancel);
 
     ~ZALVelmartDownloadLocationDlg() override;
 
@@ -37,6 +38,8 @@ public:
     ZALString GetResourceFilename(int index) const override;
 
 private:
+    friend class DialogProbe;
+
     explicit ZALVelmartDownloadLocationDlg(ZALDialog* parent);
     void Build();
     void BuildControls();
@@ -48,7 +51,7 @@ private:
     void OnDirectoryChooserOK(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
     void OnDirectoryChooserCancel(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
 
-    ZALDlgFileBox* directoryChooser = nullptr; // one reference held
+    ZALInterfaceHandle<ZALDlgFileBox> directoryChooser;
     ZALDlgEditor* locationEditor = nullptr;
     ZALDlgCheckButton* doNotRemindCheck = nullptr;
 };

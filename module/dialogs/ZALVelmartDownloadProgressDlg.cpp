@@ -3,18 +3,38 @@
 #include "host/dialog_engine.h"
 #include "host/frame.h"
 
+#include <new>
+
 VL_DEFINE_META_CLASS(ZALVelmartDownloadProgressDlg, ZALDlgDialog)
 VL_DEFINE_META_CLASS(ZALVelmartDownloadProgressDlg::CANCELNotif, ZALNotification)
 
 ZALVelmartDownloadProgressDlg* ZALVelmartDownloadProgressDlg::Create()
-{
+try {
     ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
     ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr;
-    return parent ? new ZALVelmartDownloadProgressDlg(parent) : nullptr;
+    if (!parent)
+        return nullptr;
+
+    auto* dialog = new ZALVelmartDownloadProgressDlg(parent);
+    try {
+        dialog->Build();
+    } catch (const std::bad_alloc&) {
+        dialog->RequestDelayedDestruction();
+        return nullptr;
+    }
+    return dialog;
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 ZALVelmartDownloadProgressDlg::ZALVelmartDownloadProgressDlg(ZALDialog* parent)
     : ZALDlgDialog(parent, "ZALVelmartDownloadProgressDlg", ZALDlgProgressWindow)
+{
+}
+
+ZALVelmartDownloadProgressDlg::~ZALVelmartDownloadProgressDlg() = default;
+
+void ZALVelmartDownloadProgressDlg::Build()
 {
     AddCallback(this, ZALDlgWindCloseNotification::ClassName(), &ZALVelmartDownloadProgressDlg::OnClose, nullptr);
 
@@ -30,23 +50,27 @@ ZALVelmartDownloadProgressDlg::ZALVelmartDownloadProgressDlg(ZALDialog* parent)
     SetVisibility(ZALDlgShow);
 }
 
-ZALVelmartDownloadProgressDlg::~ZALVelmartDownloadProgressDlg() = default;
-
 void ZALVelmartDownloadProgressDlg::UpdateProgress(std::int32_t percent)
-{
+try {
     if (progressBar)
         progressBar->SetPos(percent);
     if (auto* application = dynamic_cast<ZALInteractiveApplication*>(ZALApplication::MainApplication()))
         application->UpdateDisplay();
+} catch (const std::bad_alloc&) {
+    // The next update shows it.
 }
 
 void ZALVelmartDownloadProgressDlg::OnClose(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     CANCELNotif notification;
     DispatchCallbacks(this, &notification);
+} catch (const std::bad_alloc&) {
+    // The window stays, and can be closed again.
 }
 
 ZALString ZALVelmartDownloadProgressDlg::GetResourceFilename(int index) const
-{
+try {
     return index > 0 ? ZALDlgDialog::GetResourceFilename(index - 1) : "ZALVelmartDownloadProgressDlg";
+} catch (const std::bad_alloc&) {
+    return {};
 }

@@ -1,8 +1,8 @@
 // Shows that a download is running.
 #pragma once
 
-#include "objects/MetaClassOperations.h"
 #include "host/dialogs.h"
+#include "objects/MetaClassOperations.h"
 
 /// A window with a bar from 0 to 100 and no button. Its owner ends it with RequestDelayedDestruction.
 class ZALVelmartDownloadProgressDlg : public ZALDlgDialog {
@@ -13,7 +13,8 @@ public:
         VL_DECLARE_META_CLASS
     };
 
-    /// Makes and shows the dialog on the frame's application document. Null when either is missing.
+    /// Makes and shows the dialog on the frame's application document. Null when either is missing,
+    /// and without memory.
     static ZALVelmartDownloadProgressDlg* Create();
 
     ~ZALVelmartDownloadProgressDlg() override;
@@ -23,7 +24,10 @@ public:
     ZALString GetResourceFilename(int index) const override;
 
 private:
+    friend class DialogProbe;
+
     explicit ZALVelmartDownloadProgressDlg(ZALDialog* parent);
+    void Build();
     void OnClose(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
 
     [[maybe_unused]] ZALUnicodeString idleText; // keeps the layout; nothing reads or writes it

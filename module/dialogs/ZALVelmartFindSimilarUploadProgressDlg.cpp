@@ -2,18 +2,38 @@
 
 #include "host/frame.h"
 
+#include <new>
+
 VL_DEFINE_META_CLASS(ZALVelmartFindSimilarUploadProgressDlg, ZALDlgDialog)
 VL_DEFINE_META_CLASS(ZALVelmartFindSimilarUploadProgressDlg::CANCELNotif, ZALNotification)
 
 ZALVelmartFindSimilarUploadProgressDlg* ZALVelmartFindSimilarUploadProgressDlg::Create()
-{
+try {
     ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
     ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr;
-    return parent ? new ZALVelmartFindSimilarUploadProgressDlg(parent) : nullptr;
+    if (!parent)
+        return nullptr;
+
+    auto* dialog = new ZALVelmartFindSimilarUploadProgressDlg(parent);
+    try {
+        dialog->Build();
+    } catch (const std::bad_alloc&) {
+        dialog->RequestDelayedDestruction();
+        return nullptr;
+    }
+    return dialog;
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 ZALVelmartFindSimilarUploadProgressDlg::ZALVelmartFindSimilarUploadProgressDlg(ZALDialog* parent)
     : ZALDlgDialog(parent, "ZALVelmartFindSimilarUploadProgressDlg", ZALDlgProgressWindow)
+{
+}
+
+ZALVelmartFindSimilarUploadProgressDlg::~ZALVelmartFindSimilarUploadProgressDlg() = default;
+
+void ZALVelmartFindSimilarUploadProgressDlg::Build()
 {
     AddCallback(this, ZALDlgWindCloseNotification::ClassName(), &ZALVelmartFindSimilarUploadProgressDlg::OnClose,
                 nullptr);
@@ -28,15 +48,17 @@ ZALVelmartFindSimilarUploadProgressDlg::ZALVelmartFindSimilarUploadProgressDlg(Z
     SetVisibility(ZALDlgShow);
 }
 
-ZALVelmartFindSimilarUploadProgressDlg::~ZALVelmartFindSimilarUploadProgressDlg() = default;
-
 void ZALVelmartFindSimilarUploadProgressDlg::OnClose(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     CANCELNotif notification;
     DispatchCallbacks(this, &notification);
+} catch (const std::bad_alloc&) {
+    // The window stays, and can be closed again.
 }
 
 ZALString ZALVelmartFindSimilarUploadProgressDlg::GetResourceFilename(int index) const
-{
+try {
     return index > 0 ? ZALDlgDialog::GetResourceFilename(index - 1) : "ZALVelmartFindSimilarUploadProgressDlg";
+} catch (const std::bad_alloc&) {
+    return {};
 }

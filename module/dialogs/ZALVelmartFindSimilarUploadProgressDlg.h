@@ -1,8 +1,8 @@
 // Shows that the upload of Find Similar is running.
 #pragma once
 
-#include "objects/MetaClassOperations.h"
 #include "host/dialogs.h"
+#include "objects/MetaClassOperations.h"
 
 /// A window with a text and no button. Its owner ends it with RequestDelayedDestruction.
 class ZALVelmartFindSimilarUploadProgressDlg : public ZALDlgDialog {
@@ -14,7 +14,8 @@ public:
         VL_DECLARE_META_CLASS
     };
 
-    /// Makes and shows the dialog on the frame's application document. Null when either is missing.
+    /// Makes and shows the dialog on the frame's application document. Null when either is missing,
+    /// and without memory.
     static ZALVelmartFindSimilarUploadProgressDlg* Create();
 
     ~ZALVelmartFindSimilarUploadProgressDlg() override;
@@ -22,7 +23,10 @@ public:
     ZALString GetResourceFilename(int index) const override;
 
 private:
+    friend class DialogProbe;
+
     explicit ZALVelmartFindSimilarUploadProgressDlg(ZALDialog* parent);
+    void Build();
     void OnClose(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
 
     [[maybe_unused]] ZALUnicodeString idleText; // keeps the layout; nothing reads or writes it

@@ -1,9 +1,9 @@
 // The integration's page among the panel's settings.
 #pragma once
 
-#include "objects/MetaClassOperations.h"
 #include "host/panel.h"
 #include "host/settings.h"
+#include "objects/MetaClassOperations.h"
 
 /// Gives the host the page, and forwards its calls to the settings. Without a settings object it does nothing.
 class ZALVelmartMeridiaAccessSettingsUIAddin : public ZALIMeridiaAccessSettingsUIAddin {
@@ -19,7 +19,7 @@ public:
     ZALDlgToolsOptionsFrame* CreateFrame(ZALDialog* parent) override;
 
 private:
-    ZALIVelmartIntegrationSettingAtt* settings = nullptr; // one reference held; may be null
+    ZALInterfaceHandle<ZALIVelmartIntegrationSettingAtt> settings; // may be null
     ZALBaseUnknown_WR frame;
 };
 

@@ -1,27 +1,22 @@
 #include "dialogs/ZALVelmartToolsOptionFrame.h"
 
 #include "dialogs/ZALVelmartDownloadLocationDlg.h"
+#include "objects/Hold.h"
+
+#include <new>
 
 // ---------------------------------------------------------------------------------------------
 // Creation and end
 
 ZALVelmartToolsOptionFrame::ZALVelmartToolsOptionFrame(ZALDialog* parent,
                                                        ZALIVelmartIntegrationSettingAtt* integrationSettings)
-    : ZALDlgToolsOptionsFrame(parent, "VelmartTOFrame", "", ZALDlgToolsOptionsGrid), settings(integrationSettings)
+    : ZALDlgToolsOptionsFrame(parent, "VelmartTOFrame", "", ZALDlgToolsOptionsGrid), settings(Hold(integrationSettings))
 {
-    if (settings)
-        settings->AddRef();
 }
 
-ZALVelmartToolsOptionFrame::~ZALVelmartToolsOptionFrame()
-{
-    locationEditor = nullptr;
-    doNotRemindCheck = nullptr;
-    if (directoryChooser)
-        directoryChooser->Release();
-    if (settings)
-        settings->Release();
-}
+// The fields end in the reverse of their order, which is required: the two controls are forgotten, then the chooser is
+// released, then the settings.
+ZALVelmartToolsOptionFrame::~ZALVelmartToolsOptionFrame() = default;
 
 void ZALVelmartToolsOptionFrame::Build()
 {
@@ -63,15 +58,17 @@ void ZALVelmartToolsOptionFrame::Build()
 }
 
 ZALString ZALVelmartToolsOptionFrame::GetResourceFilename(int index) const
-{
+try {
     return index > 0 ? ZALDlgToolsOptionsFrame::GetResourceFilename(index - 1) : "ZALVelmartToolsOptionFrame";
+} catch (const std::bad_alloc&) {
+    return {};
 }
 
 // ---------------------------------------------------------------------------------------------
 // Values
 
 void ZALVelmartToolsOptionFrame::Refresh()
-{
+try {
     if (!settings || !doNotRemindCheck || !locationEditor)
         return;
 
@@ -82,37 +79,45 @@ void ZALVelmartToolsOptionFrame::Refresh()
     ZALUnicodeString location;
     settings->GetDownloadLocation(location);
     locationEditor->SetText(location);
+} catch (const std::bad_alloc&) {
+    // The page shows what it showed before.
 }
 
 // Each change is judged at once, and each wrong text is told: nothing delays or groups them. This is meant.
 void ZALVelmartToolsOptionFrame::OnEditorModify(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     if (!settings || !locationEditor)
         return;
     const ZALUnicodeString text = locationEditor->GetText();
     if (ZALVelmartDownloadLocationDlg::IsValidDirectory(this, text))
         settings->SetDownloadLocation(text);
+} catch (const std::bad_alloc&) {
+    // Not stored: the next change is judged anew.
 }
 
 void ZALVelmartToolsOptionFrame::OnCheckModify(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     if (settings && doNotRemindCheck)
         settings->SetDoNotRemindDownloadLocation(doNotRemindCheck->GetState() == ZALDlgChecked);
+} catch (const std::bad_alloc&) {
+    // Not stored.
 }
 
 // ---------------------------------------------------------------------------------------------
 // Choice of the folder
 
 void ZALVelmartToolsOptionFrame::OnBrowse(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     ZALVelmartDownloadLocationDlg::ShowDirectoryChooser(
         this, directoryChooser, "", locationEditor,
         static_cast<ZALSubscriberMethod>(&ZALVelmartToolsOptionFrame::OnDirectoryChooserOK),
         static_cast<ZALSubscriberMethod>(&ZALVelmartToolsOptionFrame::OnDirectoryChooserCancel));
+} catch (const std::bad_alloc&) {
+    // The user can browse again.
 }
 
 void ZALVelmartToolsOptionFrame::OnDirectoryChooserOK(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     if (!directoryChooser)
         return;
     const ZALUnicodeString folder = directoryChooser->GetChosenFolder();
@@ -121,10 +126,14 @@ void ZALVelmartToolsOptionFrame::OnDirectoryChooserOK(ZALBaseUnknown*, ZALNotifi
         locationEditor->SetText(folder);
     if (settings)
         settings->SetDownloadLocation(folder);
+} catch (const std::bad_alloc&) {
+    // The user can choose again.
 }
 
 void ZALVelmartToolsOptionFrame::OnDirectoryChooserCancel(ZALBaseUnknown*, ZALNotification*, void*)
-{
+try {
     if (directoryChooser)
         directoryChooser->SetVisibility(ZALDlgHide);
+} catch (const std::bad_alloc&) {
+    // The user can cancel again.
 }

@@ -17,14 +17,16 @@ public:
     ZALString GetResourceFilename(int index) const override;
 
 private:
+    friend class DialogProbe;
+
     void OnEditorModify(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
     void OnCheckModify(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
     void OnBrowse(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
     void OnDirectoryChooserOK(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
     void OnDirectoryChooserCancel(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
 
-    ZALIVelmartIntegrationSettingAtt* settings;
-    ZALDlgFileBox* directoryChooser = nullptr; // one reference held
+    ZALInterfaceHandle<ZALIVelmartIntegrationSettingAtt> settings; // may be null
+    ZALInterfaceHandle<ZALDlgFileBox> directoryChooser;
     ZALDlgEditor* locationEditor = nullptr;
     ZALDlgCheckButton* doNotRemindCheck = nullptr;
 };

@@ -3,16 +3,32 @@
 #include "events/ZALVelmartIntegrationEventPublisher.h"
 #include "host/cad.h"
 #include "host/frame.h"
+#include "insertion/AutomationValues.h"
+#include "insertion/Question.h"
 #include "panel/PanelAction.h"
+
+#include <new>
 
 namespace {
 
 const char* const MessageCatalog = "ZALVelmartMeridiaAccessAddinActionCmd";
 
+/// Opens the file `path` with the wait cursor of `frame`. What it gives in `opened` carries a reference.
+HRESULT Open(ZALApplicationFrame& frame, ZALIADocuments& documents, const ZALUnicodeString& path,
+             ZALIADocument** opened)
+try {
+    AutomationText file;
+    file.Set(path);
+    frame.SetBusyCursor();
+    return documents.Open(file.Get(), opened);
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
+}
+
 } // namespace
 
 HRESULT CheckInsertReplaceContext(std::int32_t action)
-{
+try {
     if (action != ActionInsert && action != ActionReplace)
         return S_OK;
 
@@ -26,10 +42,12 @@ HRESULT CheckInsertReplaceContext(std::int32_t action)
 
     NotifyCommandError("InvalidContextForInsertReplace");
     return E_FAIL;
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
 }
 
 HRESULT OpenDownloadedDocument(const ZALListValZALUnicodeString& paths, const ZALUnicodeString& docEnvId)
-{
+try {
     if (paths.Size() == 0)
         return E_FAIL;
 
@@ -38,32 +56,33 @@ HRESULT OpenDownloadedDocument(const ZALListValZALUnicodeString& paths, const ZA
         return E_FAIL;
     frame->SetBusyCursor();
 
+    // Before the application, because it is released after it.
+    ZALInterfaceHandle<ZALIADocuments> documents;
+
     const ZALIAApplication_var application(frame);
     if (!application)
         return E_FAIL;
 
     ZALIADocuments* collection = nullptr;
     application->GetDocuments(&collection);
-    const auto documents = ZALInterfaceHandle<ZALIADocuments>::Take(collection);
+    documents = ZALInterfaceHandle<ZALIADocuments>::Take(collection);
     if (!documents)
         return E_FAIL;
 
-    ZALBSTR path = ConvertToBSTR(paths[1]);
-    frame->SetBusyCursor();
-
     ZALIADocument* opened = nullptr;
-    const HRESULT result = documents->Open(path, &opened);
+    const HRESULT result = Open(*frame, *documents.Get(), paths[1], &opened);
     const auto document = ZALInterfaceHandle<ZALIADocument>::Take(opened);
-    ZALFreeString(path);
 
     // Also for a document that was not opened, which is meant.
     ZALVelmartIntegrationEventPublisher::SendEndTransactionEvent(paths, docEnvId);
 
     return result;
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
 }
 
 HRESULT CheckPartNumberConflict(ZALBaseUnknown* target, const ZALUnicodeString& path)
-{
+try {
     ZALDocument* found = nullptr;
     const HRESULT result = ZALDocumentServices::GetDocumentInSession(path, &found);
     const auto document = ZALInterfaceHandle<ZALDocument>::Take(found);
@@ -103,23 +122,25 @@ HRESULT CheckPartNumberConflict(ZALBaseUnknown* target, const ZALUnicodeString& 
         break;
     }
     return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_FAIL;
 }
 
 void NotifyCommandError(const ZALString& key)
-{
+try {
     ShowCommandErrorText(ZALMsgCatalog::BuildMessage(MessageCatalog, key, nullptr, 0, "Transaction has failed"));
+} catch (const std::bad_alloc&) {
+    // Nothing can be shown.
 }
 
 void ShowCommandErrorText(const ZALUnicodeString& text)
-{
+try {
     if (text.GetLengthInChar() == 0)
         return;
 
     ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    auto* dialog = new ZALDlgNotify(frame ? frame->GetMainWindow() : nullptr, "FileOpenInsertReplaceErrorNotify",
-                                    ZALDlgNotifyError);
-
-    dialog->DisplayBlocked(text, ZALUnicodeString());
-
-    dialog->RequestDelayedDestruction();
+    Question(frame ? frame->GetMainWindow() : nullptr, "FileOpenInsertReplaceErrorNotify", ZALDlgNotifyError)
+        .Ask(text, ZALUnicodeString());
+} catch (const std::bad_alloc&) {
+    // Nothing can be shown.
 }

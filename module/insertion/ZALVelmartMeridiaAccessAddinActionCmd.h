@@ -35,16 +35,19 @@ private:
     bool InsertOrReplaceAction(void* data);
     void OnFileDownloadCompleteCB(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
 
-    struct ReleaseAgent {
-        void operator()(ZALDialogAgent* agent) const { agent->Release(); }
-    };
+    HRESULT StartDownload();
+    /// Tells the user with the text of `key`, as far as there is memory for it, and gives up.
+    void GiveUp(const char* key);
+    /// Lets the command end with nothing inserted.
+    void GiveUp();
 
+    // In this order: the fields end in its reverse, as the destructor needs it.
     ZALVelmartFileDownloader* _Downloader = nullptr; ///< the singleton, fetched at the first download; not owned
     ZALOmxAny _Content;
-    std::unique_ptr<ZALPathElementAgent, ReleaseAgent> _SelectionAgent;
-    std::unique_ptr<ZALDialogAgent, ReleaseAgent> _CancelAgent; ///< valued when the command is to give up
-    std::unique_ptr<ZALDialogAgent, ReleaseAgent> _ActionAgent; ///< valued when the files are there
-    ZALPathElement* _TargetPath = nullptr;                      ///< belongs to the selection agent
+    ZALInterfaceHandle<ZALPathElementAgent> _SelectionAgent;
+    ZALInterfaceHandle<ZALDialogAgent> _CancelAgent; ///< valued when the command is to give up
+    ZALInterfaceHandle<ZALDialogAgent> _ActionAgent; ///< valued when the files are there
+    ZALPathElement* _TargetPath = nullptr;           ///< belongs to the selection agent
     ZALListValZALUnicodeString _DownloadedFiles;
     PanelAction _Action;
     ZALUnicodeString _DocEnvId = "File"; ///< replaced by that of the notification

@@ -4,48 +4,56 @@
 
 #include "events/ZALVelmartIntegrationEventPublisher.h"
 #include "host/frame.h"
+#include "insertion/AutomationValues.h"
 #include "insertion/DocumentInsertion.h"
+#include "insertion/Question.h"
+
+#include <new>
 
 namespace {
 
 const char* const MessageCatalog = "ZALVelmartMeridiaAccessAddinActionCmd";
 
-/// Adds the file `path` below `target`, whose components are `components`.
+/// Adds the file `path` below `target`, whose components are `components`. Without memory for that it is refused.
 HRESULT Insert(ZALBaseUnknown* target, const ZALIAProducts_var& components, const ZALUnicodeString& path)
 {
-    ZALListValZALUnicodeString files;
-    files.Append(path);
-    ZALVariant array;
-    BuildSafeArrayVariant(files, array);
-    ZALBSTR method = ConvertToBSTR("*");
-
-    const HRESULT result = components->AddComponentsFromFiles(array, method);
-
-    if (FAILED(result))
-        NotifyCommandError("InsertFailed");
-
-    ZALFreeString(method);
-    FreeVariantSafeArray(array);
+    HRESULT result = E_FAIL;
+    {
+        // Freed after the message of a refusal, the method first.
+        AutomationTexts array;
+        AutomationText method;
+        try {
+            ZALListValZALUnicodeString files;
+            files.Append(path);
+            array.Set(files);
+            method.Set("*");
+            result = components->AddComponentsFromFiles(array.Get(), method.Get());
+        } catch (const std::bad_alloc&) {
+            result = E_FAIL;
+        }
+        if (FAILED(result))
+            NotifyCommandError("InsertFailed");
+    }
 
     if (SUCCEEDED(result))
         CheckPartNumberConflict(target, path);
     return result;
 }
 
-/// Asks whether all instances are to be replaced. Any answer but No means all of them.
+/// Asks whether all instances are to be replaced. Any answer but No means all of them, and so does a question that
+/// cannot be asked.
 ZALVariantBool AskForAllInstances(ZALDialog* parent)
-{
-    auto* dialog = new ZALDlgNotify(parent, "ReplaceAllPopUp", ZALDlgNotifyYesNo);
+try {
+    Question question(parent, "ReplaceAllPopUp", ZALDlgNotifyYesNo);
 
     const ZALUnicodeString title =
         ZALMsgCatalog::BuildMessage(MessageCatalog, "ReplaceAllPopUp.Title", nullptr, 0, ZALUnicodeString());
     const ZALUnicodeString text =
         ZALMsgCatalog::BuildMessage(MessageCatalog, "ReplaceAllPopUp.Message", nullptr, 0, ZALUnicodeString());
 
-    const int answer = dialog->DisplayBlocked(text, title);
-    dialog->RequestDelayedDestruction();
-
-    return answer == ZALDlgAnswerNo ? ZALVariantFalse : ZALVariantTrue;
+    return question.Ask(text, title) == ZALDlgAnswerNo ? ZALVariantFalse : ZALVariantTrue;
+} catch (const std::bad_alloc&) {
+    return ZALVariantTrue;
 }
 
 /// What a replacement asks the session for. Held until the end of the transaction has been told.
@@ -57,36 +65,38 @@ struct Replacement {
     ZALIAProduct_var inserted;
 };
 
-/// Puts the file `path` in the place of `target`.
+/// Puts the file `path` in the place of `target`. Without memory for that it is refused.
 HRESULT Replace(ZALBaseUnknown* target, const ZALUnicodeString& path, Replacement& held)
 {
     held.product = ZALIProduct_var(target);
     if (!held.product)
         return E_FAIL;
 
-    held.father = ZALIProduct_var::Take(held.product->GetFatherProduct());
-    held.components = ZALIAProducts_var(held.father);
-    if (!held.components) {
-        NotifyCommandError("ReplaceFailed");
-        return E_FAIL;
+    HRESULT result = E_FAIL;
+    {
+        AutomationText file; // freed after the message of a refusal
+        try {
+            held.father = ZALIProduct_var::Take(held.product->GetFatherProduct());
+            held.components = ZALIAProducts_var(held.father);
+            if (held.components) {
+                ZALVariantBool allInstances = ZALVariantTrue;
+                ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
+                if (ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr)
+                    allInstances = AskForAllInstances(parent);
+
+                file.Set(path);
+                held.replaced = ZALIAProduct_var(held.product);
+
+                ZALIAProduct* inserted = nullptr;
+                result = held.components->ReplaceComponent(held.replaced.Get(), file.Get(), allInstances, &inserted);
+                held.inserted = ZALIAProduct_var::Take(inserted);
+            }
+        } catch (const std::bad_alloc&) {
+            result = E_FAIL;
+        }
+        if (FAILED(result))
+            NotifyCommandError("ReplaceFailed");
     }
-
-    ZALVariantBool allInstances = ZALVariantTrue;
-    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    if (ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr)
-        allInstances = AskForAllInstances(parent);
-
-    ZALBSTR file = ConvertToBSTR(path);
-    held.replaced = ZALIAProduct_var(held.product);
-
-    ZALIAProduct* inserted = nullptr;
-    const HRESULT result = held.components->ReplaceComponent(held.replaced.Get(), file, allInstances, &inserted);
-    held.inserted = ZALIAProduct_var::Take(inserted);
-
-    if (FAILED(result))
-        NotifyCommandError("ReplaceFailed");
-
-    ZALFreeString(file);
 
     if (SUCCEEDED(result))
         CheckPartNumberConflict(held.father->GetImpl(0), path);
@@ -96,7 +106,7 @@ HRESULT Replace(ZALBaseUnknown* target, const ZALUnicodeString& path, Replacemen
 } // namespace
 
 bool ZALVelmartMeridiaAccessAddinActionCmd::InsertOrReplaceAction(void*)
-{
+try {
     if (!_TargetPath)
         return true;
 
@@ -127,5 +137,8 @@ bool ZALVelmartMeridiaAccessAddinActionCmd::InsertOrReplaceAction(void*)
         paths.Append(path);
         ZALVelmartIntegrationEventPublisher::SendEndTransactionEvent(paths, _DocEnvId);
     }
+    return true;
+} catch (const std::bad_alloc&) {
+    // The command ends whatever happens.
     return true;
 }

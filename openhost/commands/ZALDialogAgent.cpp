@@ -12,11 +12,9 @@ ZALDialogAgent::~ZALDialogAgent() = default;
 void ZALDialogAgent::Accept(ZALNotification*, int)
 {
     outputSet_ = true;
-    ZALBaseUnknown* command = command_.GetComponent();
-    if (!command)
-        return;
-    ZALStateCommandRun::ValueGiven(*static_cast<ZALStateCommand*>(command));
-    command->Release();
+    const auto command = ZALBaseUnknown_var::Take(command_.GetComponent());
+    if (command)
+        ZALStateCommandRun::ValueGiven(*static_cast<ZALStateCommand*>(command.Get()));
 }
 
 ZALPathElementAgent::ZALPathElementAgent(const ZALString& name, ZALClassId elementType, int behavior)

@@ -61,13 +61,14 @@ ZALStateCommandRun::ZALStateCommandRun(ZALStateCommand* owner) : command(owner)
 {
     static std::uint64_t last = 0;
     number_ = ++last;
-    openhost::DialogEngine::Current().runs_.push_back(this);
+    // A begin that is posted for nobody finds nobody.
     openhost::EventLoop::Current().Post([number = number_] {
         const auto& runs = openhost::DialogEngine::Current().runs_;
         const auto found = std::ranges::find(runs, number, &ZALStateCommandRun::number_);
         if (found != runs.end())
             (*found)->Begin();
     });
+    openhost::DialogEngine::Current().runs_.push_back(this);
 }
 
 ZALStateCommandRun::~ZALStateCommandRun()

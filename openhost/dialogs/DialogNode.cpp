@@ -62,7 +62,7 @@ void ZALDialogNode::End()
         Of(*child).End();
     visible = false;
     openhost::DialogSurface::Current().Ended(*owner);
-    if (IsLastingWindow() && wasShown)
+    if (IsLastingWindow() && wasShown && openhost::journal::IsOpen())
         openhost::journal::Write("window", {{"name", Name()}, {"style", style}, {"action", "ended"}});
 }
 

@@ -16,7 +16,7 @@ constexpr int MaximumResourceFiles = 32;
 
 void WriteWindow(const ZALDialogNode& node, const char* action)
 {
-    if (node.IsLastingWindow())
+    if (node.IsLastingWindow() && openhost::journal::IsOpen())
         openhost::journal::Write("window", {{"name", node.Name()}, {"style", node.style}, {"action", action}});
 }
 

@@ -72,8 +72,9 @@ void ZALDlgProgress::SetPos(int position)
     if (node.ended)
         return;
     openhost::DialogSurface::Current().Changed(*this);
-    openhost::journal::Write("progress",
-                             {{"dialog", WindowName(*this)}, {"control", node.Name()}, {"position", node.position}});
+    if (openhost::journal::IsOpen())
+        openhost::journal::Write(
+            "progress", {{"dialog", WindowName(*this)}, {"control", node.Name()}, {"position", node.position}});
 }
 
 int ZALDlgProgress::GetPos() const

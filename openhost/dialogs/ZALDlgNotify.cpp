@@ -37,11 +37,12 @@ int ZALDlgNotify::DisplayBlocked(const ZALUnicodeString& text, const ZALUnicodeS
     AddRef();
     const auto held = ZALInterfaceHandle<ZALDlgNotify>::Take(this);
     const int answer = Ask(*this, text, title);
-    openhost::journal::Write("dialog", {{"name", node.Name()},
-                                        {"style", node.style},
-                                        {"title", openhost::ToUtf8(title)},
-                                        {"text", openhost::ToUtf8(text)},
-                                        {"answer", answer}});
+    if (openhost::journal::IsOpen())
+        openhost::journal::Write("dialog", {{"name", node.Name()},
+                                            {"style", node.style},
+                                            {"title", openhost::ToUtf8(title)},
+                                            {"text", openhost::ToUtf8(text)},
+                                            {"answer", answer}});
     if (node.ended)
         node.StayWithoutParent();
     return answer;

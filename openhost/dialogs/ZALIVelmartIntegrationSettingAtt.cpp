@@ -40,10 +40,12 @@ public:
         try {
             Store().Save();
         } catch (const std::exception& reason) {
-            openhost::journal::Write("settings", {{"action", "failed"}, {"error", reason.what()}});
+            if (openhost::journal::IsOpen())
+                openhost::journal::Write("settings", {{"action", "failed"}, {"error", reason.what()}});
             return E_FAIL;
         }
-        openhost::journal::Write("settings", {{"action", "saved"}});
+        if (openhost::journal::IsOpen())
+            openhost::journal::Write("settings", {{"action", "saved"}});
         return S_OK;
     }
 

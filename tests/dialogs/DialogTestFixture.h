@@ -85,6 +85,22 @@ protected:
         }));
     }
 
+    /// Installs the message catalog of the location dialog with `lines`.
+    void InstallCatalog(const std::string& lines)
+    {
+        const std::filesystem::path folder = Folder() / "installation" / "resources" / "msgcatalog";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / "ZALVelmartDownloadLocationDlg.ZALNls") << lines;
+    }
+    /// Lets the chooser show another folder once it is hidden.
+    void ForgetTheChoiceAtHiding()
+    {
+        Surface().ShowOn(std::make_unique<HidingDisplay>([](const ZALDialog& dialog) {
+            if (Node(&dialog).Name() == Chooser)
+                ZALDialogNode::Of(dialog).text = "/forgotten";
+        }));
+    }
+
 private:
     /// A display that tells what is hidden.
     class HidingDisplay : public DialogSurface {

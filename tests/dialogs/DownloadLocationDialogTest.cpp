@@ -1,8 +1,8 @@
 // The dialog that asks for the folder of downloads.
 
+#include "tests/dialogs/DialogProbe.h"
 #include "tests/dialogs/DialogTestFixture.h"
 
-#include "dialogs/ZALVelmartDownloadLocationDlg.h"
 #include "host/frame.h"
 
 #include <gmock/gmock.h>
@@ -140,6 +140,30 @@ TEST_F(DownloadLocationDialog, ListensToItselfBeforeItsControlsAreThere)
     ResetFrame();
 }
 
+TEST_F(DownloadLocationDialog, IsCompleteWhenItIsShown)
+{
+    class Watch : public ScriptedSurface {
+    public:
+        void Shown(ZALDialog& dialog) override
+        {
+            shown = ZALDialogNode::Of(dialog).Name();
+            const ZALDialog* editor = Find(Dialog, Editor);
+            text = editor ? ToUtf8(ZALDialogNode::Of(*editor).text) : "(no editor)";
+        }
+        std::string shown;
+        std::string text;
+    };
+    auto watch = std::make_unique<Watch>();
+    const Watch* installed = watch.get();
+    const auto before = DialogSurface::Install(std::move(watch));
+    Open();
+    EXPECT_EQ(installed->shown, Dialog);
+    EXPECT_EQ(installed->text, Parts().string());
+    EndAllDialogs();
+    DialogSurface::Install(std::make_unique<ScriptedSurface>());
+    ResetFrame();
+}
+
 TEST_F(DownloadLocationDialog, TakesItsTextsFromItsOwnFileFirst)
 {
     const auto* dialog = Open();
@@ -210,6 +234,9 @@ TEST_P(LockedDownloadLocationDialog, GreysTheWholeFrameOfTheFolder)
     const bool locked = GetParam() == 'R' || GetParam() == 'r';
     for (const char* name : {LocationFrame, "VLDownloadLocationLabel", Editor, Button})
         EXPECT_EQ(TakesInput(name), !locked) << name;
+    EXPECT_EQ(NodeOf(LocationFrame).sensitive, !locked) << "the frame as a whole";
+    for (const char* name : {"VLDownloadLocationLabel", Editor, Button})
+        EXPECT_TRUE(NodeOf(name).sensitive) << name;
     EXPECT_TRUE(TakesInput("VLDownloadLocationMainFrm"));
     EXPECT_TRUE(TakesInput(CheckButton));
     EXPECT_EQ(Enter(Other()), locked ? PushResult::Insensitive : PushResult::Done);
@@ -270,7 +297,7 @@ TEST_F(DownloadLocationDialog, KeepsALockedEmptyFolderThoughARecordingProposesOn
     Open();
     EXPECT_EQ(Push("OK"), PushResult::Done);
     EXPECT_EQ(StoredLocation(), "");
-    EXPECT_EQ(Saves(), 0);
+    EXPECT_EQ(Saves(), 1) << "for what was written and not taken";
     EXPECT_EQ(CountOf(OKNotif), 1);
 }
 
@@ -336,6 +363,15 @@ TEST_F(DownloadLocationDialog, HidesTheChooserBeforeItTakesTheFolder)
     Push(Button);
     ChooseFolder(Other());
     EXPECT_THAT(TextsAtHiding(), ElementsAre(Parts().string()));
+}
+
+TEST_F(DownloadLocationDialog, TakesTheFolderThatWasChosenBeforeTheHiding)
+{
+    ForgetTheChoiceAtHiding();
+    Open();
+    Push(Button);
+    ChooseFolder(Other());
+    EXPECT_EQ(TextOf(Editor), Other().string());
 }
 
 TEST_F(DownloadLocationDialog, KeepsItsTextWhenTheChooserIsCancelled)
@@ -592,6 +628,26 @@ TEST_F(DownloadLocationDialog, EndsTheMessageThatIsAnsweredWithOKAlone)
     Loop().RunUntilIdle();
     ASSERT_TRUE(Surface().Find("NotADirectoryNotify"));
     EXPECT_FALSE(NodeOf("NotADirectoryNotify").visible);
+}
+
+TEST_F(DownloadLocationDialog, TellsAWrongFolderInTheWordsOfItsCatalog)
+{
+    InstallCatalog("NotADirectoryNotifyTitle = \"Wrong\";\nNotADirectoryNotifyMessage = \"No folder /P1\";\n");
+    EXPECT_FALSE(ZALVelmartDownloadLocationDlg::IsValidDirectory(Open(), Text(File())));
+    ASSERT_EQ(Surface().Questions().size(), 1U);
+    EXPECT_EQ(Surface().Questions()[0].title, "Wrong");
+    EXPECT_EQ(Surface().Questions()[0].text, "No folder /P1") << "there are no parameters";
+}
+
+TEST_F(DownloadLocationDialog, DoesNothingBeforeItHasControls)
+{
+    auto* dialog = DialogProbe::MakeBare(ZALApplicationFrame::GetFrame()->GetApplicationDocument());
+    DialogProbe::ChooserOK(*dialog);
+    DialogProbe::ChooserCancel(*dialog);
+    DialogProbe::OK(*dialog);
+    EXPECT_EQ(Surface().Questions().size(), 1U) << "an absent text names no folder";
+    EXPECT_EQ(CountOf(OKNotif), 0);
+    EXPECT_EQ(Saves(), 0);
 }
 
 TEST_F(DownloadLocationDialog, AcceptsADirectoryWithoutAWord)

@@ -1,10 +1,9 @@
 // The two windows that show a running transfer.
 
+#include "tests/dialogs/DialogProbe.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
 
-#include "dialogs/ZALVelmartDownloadProgressDlg.h"
-#include "dialogs/ZALVelmartFindSimilarUploadProgressDlg.h"
 #include "host/frame.h"
 #include "openhost/dialogs/DialogNode.h"
 
@@ -265,6 +264,13 @@ TEST_F(ProgressBar, MovesWithoutAnApplicationToRepaint)
     auto* dialog = ZALVelmartDownloadProgressDlg::Create();
     dialog->UpdateProgress(30);
     EXPECT_EQ(Bar().position, 30);
+}
+
+TEST_F(ProgressBar, IsNotMovedBeforeItIsThere)
+{
+    auto* dialog = DialogProbe::MakeBareProgress(ZALApplicationFrame::GetFrame()->GetApplicationDocument());
+    dialog->UpdateProgress(30);
+    EXPECT_EQ(DisplayUpdateCount(), 1);
 }
 
 TEST_F(ProgressBar, TheLabelOfTheUploadHasNone)

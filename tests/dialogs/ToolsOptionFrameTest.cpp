@@ -1,10 +1,10 @@
 // The page of the settings in the host's options, and the addin through which the host has it.
 
+#include "tests/dialogs/DialogProbe.h"
 #include "tests/dialogs/DialogTestFixture.h"
 #include "tests/support/Objects.h"
 
 #include "dialogs/ZALVelmartMeridiaAccessSettingsUIAddin.h"
-#include "dialogs/ZALVelmartToolsOptionFrame.h"
 #include "openhost/objects/ClassDictionary.h"
 
 #include <gmock/gmock.h>
@@ -81,8 +81,10 @@ TEST_F(ToolsOptionFrame, HoldsItsControlsInTheirOrder)
         {LocationFrame, Kind::Frame},   {"VLDownloadLocationLabel", Kind::Label}, {Editor, Kind::Editor},
         {Button, Kind::PushButton},     {"DirLocationLock", Kind::Lock},          {CheckButton, Kind::CheckButton},
         {"DoNotRemindLock", Kind::Lock}};
-    for (const auto& [name, kind] : kinds)
+    for (const auto& [name, kind] : kinds) {
         EXPECT_EQ(NodeOf(name).kind, kind) << name;
+        EXPECT_EQ(NodeOf(name).style, name == std::string(LocationFrame) ? 0x80001U : 0U) << name;
+    }
     EXPECT_EQ(NodeOf(Editor).visibleTextWidth, 23);
 }
 
@@ -147,6 +149,8 @@ TEST_P(LockedToolsOptionFrame, ShowsTheLockOfEachSetting)
     const Addin first = OpenPage();
     EXPECT_EQ(NodeOf("DirLocationLock").locked, locked);
     EXPECT_FALSE(NodeOf("DoNotRemindLock").locked);
+    EXPECT_EQ(NodeOf(LocationFrame).sensitive, !locked) << "the frame as a whole";
+    EXPECT_TRUE(NodeOf(Editor).sensitive);
     EXPECT_EQ(TakesInput(Editor), !locked);
     EXPECT_EQ(TakesInput(Button), !locked);
     EXPECT_TRUE(TakesInput(CheckButton));
@@ -230,6 +234,31 @@ TEST_F(ToolsOptionFrame, TellsEachWrongTextAnewAndStoresNone)
     EXPECT_EQ(Surface().Find("NotADirectoryNotify"), nullptr);
 }
 
+TEST_F(ToolsOptionFrame, TellsAWrongTextInTheWordsOfTheLocationDialog)
+{
+    InstallCatalog("NotADirectoryNotifyTitle = \"Wrong\";\nNotADirectoryNotifyMessage = \"No folder\";\n");
+    const Addin addin = OpenPage();
+    Enter(File());
+    ASSERT_EQ(Surface().Questions().size(), 1U);
+    EXPECT_EQ(Surface().Questions()[0].title, "Wrong");
+    EXPECT_EQ(Surface().Questions()[0].text, "No folder");
+}
+
+TEST_F(ToolsOptionFrame, DoesNothingWithoutControlsOrSettings)
+{
+    auto* page = new ZALVelmartToolsOptionFrame(Parent, nullptr);
+    DialogProbe::EditorModify(*page);
+    DialogProbe::CheckModify(*page);
+    DialogProbe::ChooserOK(*page);
+    DialogProbe::ChooserCancel(*page);
+    EXPECT_THAT(Surface().Questions(), IsEmpty());
+    DialogProbe::Browse(*page);
+    EXPECT_TRUE(IsChooserShown());
+    ChooseFolder(Other());
+    EXPECT_FALSE(IsChooserShown());
+    EXPECT_EQ(StoredLocation(), Parts().string());
+}
+
 TEST_F(ToolsOptionFrame, StoresTheFlagAtOnce)
 {
     const Addin addin = OpenPage();
@@ -272,6 +301,16 @@ TEST_F(ToolsOptionFrame, HidesTheChooserBeforeItTakesTheFolder)
     Push(Button);
     ChooseFolder(Other());
     EXPECT_THAT(TextsAtHiding(), ElementsAre(Parts().string()));
+}
+
+TEST_F(ToolsOptionFrame, TakesTheFolderThatWasChosenBeforeTheHiding)
+{
+    ForgetTheChoiceAtHiding();
+    const Addin addin = OpenPage();
+    Push(Button);
+    ChooseFolder(Other());
+    EXPECT_EQ(TextOf(Editor), Other().string());
+    EXPECT_EQ(StoredLocation(), Other().string());
 }
 
 TEST_F(ToolsOptionFrame, UsesOneChooserThatACancelOnlyHides)

@@ -470,6 +470,71 @@ TEST_P(EitherCommand, ShowsItsOwnTextWhenAFailedDownloadHasNone)
     ExpectEnd();
 }
 
+TEST_P(EitherCommand, GivesUpWhenTheUserHasSeenTheMessage)
+{
+    InstallCatalog("DownloadCanceled = \"Given up\";\nDownloadFailed = \"Gone wrong\";\n");
+    const std::pair<Complete, const char*> ends[] = {
+        {Complete(Complete::DownloadCanceled), "Given up"},
+        {Complete(Complete::DownloadFailed), "Gone wrong"},
+        {Complete(Complete::DownloadSucceeded), "Gone wrong"},
+        {Complete(Complete::DownloadFailed, "No more bolts"), "No more bolts"}};
+    for (const auto& [end, text] : ends) {
+        Command* command = Begin(GetParam());
+        int asked = 0;
+        Loop().Post([&] {
+            ++asked;
+            EXPECT_FALSE(Probe::CancelOf(*command).IsOutputSet()) << text;
+        });
+        EndDownload(end);
+        EXPECT_EQ(asked, 1);
+        EXPECT_EQ(QuestionTexts().back(), text);
+        ExpectEnd();
+        Transport().Last().End(TransferEnd::Failed);
+        Loop().RunUntilIdle();
+    }
+}
+
+TEST_P(EitherCommand, GivesUpItsStartWhenTheUserHasSeenTheMessage)
+{
+    Command* command = Start(GetParam(), NoFile);
+    bool asked = false;
+    Loop().Post([&] {
+        asked = true;
+        EXPECT_FALSE(Probe::CancelOf(*command).IsOutputSet());
+    });
+    Select(Child());
+    EXPECT_TRUE(asked);
+}
+
+TEST_P(EitherCommand, NeedsItsAgentsForNothing)
+{
+    Probe command(GetParam());
+    EXPECT_TRUE(command.CheckSelection());
+    EXPECT_TRUE(command.StartDownload());
+    EXPECT_EQ(Waiting(), 0U);
+    EXPECT_TRUE(Surface().Questions().empty());
+
+    Complete ends[] = {Files({"/parts/bolt.ZALPart"}), Complete(Complete::DownloadCanceled),
+                       Complete(Complete::DownloadFailed), Complete(Complete::DownloadFailed, "gone")};
+    for (Complete& end : ends)
+        command.Complete(end);
+    EXPECT_THAT(QuestionTexts(), ElementsAre(DefaultText, DefaultText, "gone"));
+}
+
+TEST_P(EitherCommand, TakesFilesAndEnvironmentOfEveryEnd)
+{
+    Probe command(GetParam());
+    EXPECT_EQ(command.DocEnvId(), "File");
+    Complete good(List({"/parts/bolt.ZALPart"}), "UT5", Complete::DownloadSucceeded);
+    command.Complete(good);
+    EXPECT_EQ(command.DocEnvId(), "UT5");
+    EXPECT_EQ(command.Files().Size(), 1);
+    Complete cancelled(Complete::DownloadCanceled);
+    command.Complete(cancelled);
+    EXPECT_EQ(command.DocEnvId(), "");
+    EXPECT_EQ(command.Files().Size(), 0);
+}
+
 TEST_P(EitherCommand, TakesSuccessWithoutAFileForAFailure)
 {
     Begin(GetParam());

@@ -301,6 +301,8 @@ TEST_F(InsertOrReplace, TheQuestionComesBeforeTheReplace)
         asked = !Surface().Questions().empty();
         EXPECT_TRUE(Cad().calls.empty());
         EXPECT_EQ(LivingTexts(), 0);
+        // Both collections, the product and its father; the product as a component only afterwards.
+        EXPECT_EQ(Cad().livingObjects, 4);
     });
     Replace();
     EXPECT_TRUE(asked);

@@ -32,7 +32,10 @@ void Show(const std::string& call)
 void Note(std::string call)
 {
     Show(call);
+    const bool isScarce = call == CurrentServices().scarceCall;
     CurrentServices().calls.push_back(std::move(call));
+    if (isScarce)
+        throw std::bad_alloc();
 }
 
 std::string Quote(const ZALUnicodeString& text)
@@ -72,7 +75,7 @@ public:
     {
         Note(added_ == TimeOut{milliseconds, client, data, function} ? "wait no more" : "wait no more for another");
     }
-    void UpdateDisplay() override {}
+    void UpdateDisplay() override { Note("repaint"); }
 
 private:
     using TimeOut = std::tuple<unsigned int, ZALBaseUnknown*, void*, ZALTimeOutFunction>;
@@ -235,7 +238,7 @@ HRESULT CreateZALIVelmartIntegrationSettingAtt(ZALIVelmartIntegrationSettingAtt*
     Note("settings");
     *settings = CurrentServices().settings.get();
     (*settings)->AddRef();
-    return S_OK;
+    return CurrentServices().settingsResult;
 }
 
 void* ZALBaseUnknown::operator new(std::size_t size)

@@ -46,6 +46,7 @@ public:
 struct Services {
     Texts calls;                                         ///< in order, such as "open /file rb"
     std::function<void(const std::string& call)> onCall; ///< sees each of them as it is made
+    std::string scarceCall;                              ///< the call for which there is no memory
 
     // Files: one is open under the handle once it has been opened.
 
@@ -104,6 +105,10 @@ struct Services {
     int bitsOfTheHost = 0; ///< in the kind of each value
 
     Owned<RecordedSettings> settings{new RecordedSettings};
+    HRESULT settingsResult = S_OK; ///< of making the object, which is given all the same
+
+    HRESULT commandResult = S_OK;   ///< of activating and of cancelling a command
+    HRESULT inSessionResult = S_OK; ///< of looking for a document, which is given all the same
 
     ZALIMeridiaAccessDialog* panel = nullptr; ///< the panel of the session in place of the host's; the test's
 

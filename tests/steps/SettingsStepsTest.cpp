@@ -3,6 +3,7 @@
 #include "tests/steps/Services.h"
 
 #include "dialogs/ZALVelmartDownloadLocationDlg.h"
+#include "dialogs/ZALVelmartDownloadProgressDlg.h"
 #include "dialogs/ZALVelmartMeridiaAccessSettingsUIAddin.h"
 #include "dialogs/ZALVelmartToolsOptionFrame.h"
 #include "openhost/dialogs/DialogNode.h"
@@ -12,6 +13,7 @@
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <tuple>
 
 namespace openhost::testing {
 
@@ -93,15 +95,79 @@ TEST_F(LocationDialogSteps, TellFoldersApartByTheirLetterCase)
     EXPECT_THAT(Calls(), ElementsAre("settings", "get flag", "get folder", "set folder /STORED", "save 0"));
 }
 
-TEST_F(LocationDialogSteps, SaveNothingWhenNothingCouldBeWritten)
+TEST_F(LocationDialogSteps, SaveWhatTheSettingsHaveNotTaken)
 {
     Open();
     Settings().setResult = E_FAIL;
     Enter("/new");
+    PushOK();
+    EXPECT_THAT(Calls(), ElementsAre("settings", "get flag", "get folder", "set folder /new", "save 0"));
+    ExpectReleased();
+}
+
+TEST_F(LocationDialogSteps, SaveAFlagThatTheSettingsHaveNotTaken)
+{
+    Open();
+    Settings().setResult = E_FAIL;
     Check(0x80000);
     PushOK();
-    EXPECT_THAT(Calls(), ElementsAre("settings", "get flag", "set flag false", "get folder", "set folder /new"));
+    EXPECT_THAT(Calls(), ElementsAre("settings", "get flag", "set flag false", "get folder", "save 0"));
+}
+
+TEST_F(LocationDialogSteps, UseNoSettingsThatComeWithAFailure)
+{
+    Asked().settingsResult = E_FAIL;
+    Open();
+    Enter("/new");
+    PushOK();
+    EXPECT_THAT(Calls(), ElementsAre("settings"));
+    EXPECT_EQ(CountOf("ZALVelmartDownloadLocationDlg::OKNotif"), 1);
     ExpectReleased();
+}
+
+TEST_F(LocationDialogSteps, HaveLetTheSettingsGoWhenTheyReport)
+{
+    ZALVelmartDownloadLocationDlg* dialog = ZALVelmartDownloadLocationDlg::Create();
+    Listener listener([](ZALBaseUnknown*, ZALNotification*, void*) { ExpectReleased(); });
+    listener.Subscribe(dialog, "ZALVelmartDownloadLocationDlg::OKNotif");
+    PushOK();
+    EXPECT_EQ(listener.Calls(), 1);
+}
+
+/// A call of OK that finds no memory, and what has been asked up to the end.
+class ScarceCall : public LocationDialogSteps, public ::testing::WithParamInterface<std::pair<const char*, Texts>> {};
+
+TEST_P(ScarceCall, KeepsTheDialogOpenAndSavesWhatWasWritten)
+{
+    Open();
+    Enter("/new");
+    Check(0x80000);
+    Calls();
+    Asked().scarceCall = GetParam().first;
+    PushOK();
+    EXPECT_EQ(Calls(), GetParam().second);
+    EXPECT_EQ(CountOf("ZALVelmartDownloadLocationDlg::OKNotif"), 0);
+    ExpectReleased();
+    Asked().scarceCall.clear();
+    Loop().RunUntilIdle();
+    PushOK();
+    EXPECT_EQ(CountOf("ZALVelmartDownloadLocationDlg::OKNotif"), 1);
+    EXPECT_EQ(Settings().folder, "/new");
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, ScarceCall,
+                         ::testing::Values(std::pair{"settings", Texts{"settings"}},
+                                           std::pair{"get flag", Texts{"settings", "get flag"}},
+                                           std::pair{"get folder", Texts{"settings", "get flag", "set flag false",
+                                                                         "get folder", "save 0"}}));
+
+TEST_F(LocationDialogSteps, ReportThoughThereIsNoMemoryToSave)
+{
+    Open();
+    Enter("/new");
+    Asked().scarceCall = "save 0";
+    PushOK();
+    EXPECT_EQ(CountOf("ZALVelmartDownloadLocationDlg::OKNotif"), 1);
 }
 
 TEST_F(LocationDialogSteps, TouchNoSettingsForAWrongFolderOrACancel)
@@ -123,6 +189,7 @@ TEST_P(FileType, IsJudgedByAllOfItsBits)
     Asked().mode = GetParam().first;
     ZALVelmartDownloadLocationDlg* dialog = ZALVelmartDownloadLocationDlg::Create();
     EXPECT_EQ(ZALVelmartDownloadLocationDlg::IsValidDirectory(dialog, "/any"), GetParam().second);
+    EXPECT_EQ(Asked().statOptions, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, FileType,
@@ -137,6 +204,34 @@ TEST_F(LocationDialogSteps, LookForNoFileWithoutAName)
 }
 
 // ---------------------------------------------------------------------------------------------
+// The progress bar
+
+TEST_F(SettingsSteps, GiveTheBarItsRangeItsPositionAndItsPlace)
+{
+    ZALVelmartDownloadProgressDlg::Create();
+    EXPECT_THAT(Calls(), ElementsAre("range 0 100", "position 0", "place 0 0 15 200"));
+}
+
+TEST_F(SettingsSteps, MoveTheBarBeforeTheRepaint)
+{
+    auto* dialog = ZALVelmartDownloadProgressDlg::Create();
+    Calls();
+    dialog->UpdateProgress(42);
+    EXPECT_THAT(Calls(), ElementsAre("position 42", "repaint"));
+}
+
+TEST_F(SettingsSteps, OutliveABarThatFindsNoMemory)
+{
+    auto* dialog = ZALVelmartDownloadProgressDlg::Create();
+    for (const char* scarce : {"position 42", "repaint"}) {
+        Asked().scarceCall = scarce;
+        EXPECT_NO_THROW(dialog->UpdateProgress(42)) << scarce;
+    }
+    Asked().scarceCall = "range 0 100";
+    EXPECT_EQ(ZALVelmartDownloadProgressDlg::Create(), nullptr);
+}
+
+// ---------------------------------------------------------------------------------------------
 // The options page and its addin
 
 class OptionsSteps : public SettingsSteps {
@@ -148,6 +243,7 @@ protected:
         parent_->SetVisibility(ZALDlgShow);
     }
     void OpenPage() { addin->CreateFrame(parent_); }
+    ZALDialog* Parent() const { return parent_; }
 
     Owned<ZALVelmartMeridiaAccessSettingsUIAddin> addin{new ZALVelmartMeridiaAccessSettingsUIAddin};
 
@@ -161,6 +257,61 @@ TEST_F(OptionsSteps, MakeOneSettingsObjectForTheAddinAndLetItGo)
     EXPECT_EQ(ReferencesOf(&Settings()), 2U);
     addin.reset();
     ExpectReleased();
+}
+
+TEST_F(OptionsSteps, TakeTheSettingsWhateverTheResult)
+{
+    Asked().settingsResult = E_FAIL;
+    const Owned<ZALVelmartMeridiaAccessSettingsUIAddin> another(new ZALVelmartMeridiaAccessSettingsUIAddin);
+    Calls();
+    EXPECT_EQ(another->Save(), S_OK);
+    EXPECT_THAT(Calls(), ElementsAre("save 0"));
+}
+
+TEST_F(OptionsSteps, HaveNoSettingsWithoutMemory)
+{
+    Asked().scarceCall = "settings";
+    const Owned<ZALVelmartMeridiaAccessSettingsUIAddin> another(new ZALVelmartMeridiaAccessSettingsUIAddin);
+    Calls();
+    EXPECT_EQ(another->Reset(), S_OK);
+    EXPECT_EQ(another->Restore(), S_OK);
+    EXPECT_EQ(another->Save(), S_OK);
+    EXPECT_THAT(Calls(), IsEmpty());
+}
+
+TEST_F(OptionsSteps, FailWithoutMemory)
+{
+    using Addin = ZALVelmartMeridiaAccessSettingsUIAddin;
+    const std::tuple<const char*, HRESULT (Addin::*)(), Texts> rows[] = {
+        {"step two 0 0", &Addin::Reset, {"step two 0 0"}},
+        {"step three", &Addin::Restore, {"step three"}}, // what has not come back is not kept
+        {"step one 0", &Addin::Restore, {"step three", "step one 0"}},
+        {"save 0", &Addin::Save, {"save 0"}}};
+    for (const auto& [scarce, operation, calls] : rows) {
+        Calls();
+        Asked().scarceCall = scarce;
+        EXPECT_EQ((addin.get()->*operation)(), E_FAIL) << scarce;
+        EXPECT_EQ(Calls(), calls);
+    }
+}
+
+TEST_F(OptionsSteps, MakeNoHalfPage)
+{
+    for (const char* scarce : {"info of folder", "info of flag"}) {
+        Asked().scarceCall = scarce;
+        const std::size_t before = LiveDialogs().size();
+        EXPECT_EQ(addin->CreateFrame(Parent()), nullptr);
+        Loop().RunUntilIdle();
+        EXPECT_EQ(LiveDialogs().size(), before);
+        EXPECT_EQ(ReferencesOf(&Settings()), 2U);
+    }
+}
+
+TEST_F(OptionsSteps, TellThePageItsNameNoIconAndItsLayout)
+{
+    Calls();
+    OpenPage();
+    EXPECT_THAT(Calls({"page"}), ElementsAre("page VelmartTOFrame '' 1"));
 }
 
 TEST_F(OptionsSteps, ForwardResetRestoreAndSave)
@@ -191,7 +342,7 @@ TEST_F(OptionsSteps, ReadOnlyTheLocksWhenThePageIsMade)
 {
     Calls();
     OpenPage();
-    EXPECT_THAT(Calls(), ElementsAre("info of folder", "info of flag"));
+    EXPECT_THAT(Calls({"settings", "get", "info", "set", "save"}), ElementsAre("info of folder", "info of flag"));
 }
 
 TEST_F(OptionsSteps, ReadTheFlagAndThenTheFolderAtARefresh)

@@ -29,14 +29,23 @@ namespace {
 template <class Interface>
 class Counted : public Interface {
 public:
-    explicit Counted(ScriptedCad& cad) : cad_(cad) { ++cad_.livingObjects; }
-    ~Counted() override { --cad_.livingObjects; }
+    explicit Counted(ScriptedCad& cad, const char* name = Interface::ClassName()) : cad_(cad), name_(name)
+    {
+        ++cad_.livingObjects;
+    }
+    ~Counted() override
+    {
+        --cad_.livingObjects;
+        if (cad_.ends.size() < cad_.ends.capacity()) // an end takes no memory
+            cad_.ends.push_back(name_);
+    }
 
 protected:
     ScriptedCad& Cad() const { return cad_; }
 
 private:
     ScriptedCad& cad_;
+    const char* name_;
 };
 
 /// An interface of a product, which it holds.
@@ -48,7 +57,7 @@ public:
         product_.AddRef();
     }
     ~Facet() override { product_.Release(); }
-    ZALBaseUnknown* GetImpl(int) override { return &product_; }
+    ZALBaseUnknown* GetImpl(int level) override { return level == 0 ? &product_ : nullptr; }
 
 protected:
     ScriptedProduct& Product() const { return product_; }
@@ -110,9 +119,8 @@ public:
                              ZALIAProduct** replacement) override
     {
         auto* replaced = component ? static_cast<ScriptedProduct*>(component->GetImpl(0)) : nullptr;
-        const std::string which = allInstances == ZALVariantTrue    ? "all"
-                                  : allInstances == ZALVariantFalse ? "one"
-                                                                    : std::to_string(allInstances);
+        // True has all of its 16 bits set.
+        const std::string which = allInstances == -1 ? "all" : allInstances == 0 ? "one" : std::to_string(allInstances);
         Cad().calls.push_back("Replace " + (replaced ? replaced->Name() : "nothing") + " in " + Product().Name() +
                               ": " + ToUtf8(FromBSTR(file)) + ", " + which);
         *replacement = replaced && Product().givesReplacement ? new Component(*replaced) : nullptr;
@@ -225,12 +233,12 @@ private:
 
 class OpenedDocument : public Counted<ZALIADocument> {
 public:
-    using Counted::Counted;
+    explicit OpenedDocument(ScriptedCad& cad) : Counted(cad, "ZALIADocument") {}
 };
 
 class OpenDocuments : public Counted<ZALIADocuments> {
 public:
-    using Counted::Counted;
+    explicit OpenDocuments(ScriptedCad& cad) : Counted(cad, "ZALIADocuments") {}
     HRESULT Open(ZALBSTR path, ZALIADocument** document) override
     {
         Cad().calls.push_back("Open " + ToUtf8(FromBSTR(path)));
@@ -286,6 +294,7 @@ private:
 
 ScriptedCad::ScriptedCad()
 {
+    ends.reserve(64);
     CadServices::Install(std::make_unique<Services>(*this));
     LvrWriter::Install(std::make_unique<LightFiles>(*this));
 }

@@ -88,6 +88,7 @@ public:
     std::vector<std::string> calls;
     /// Objects that were given and not released.
     int livingObjects = 0;
+    std::vector<const char*> ends; ///< names of those that have been released, in order, up to 64
 };
 
 /// The path to `leaf`, with the fathers in front of it. The caller owns one reference.

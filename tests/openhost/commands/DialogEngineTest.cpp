@@ -217,10 +217,29 @@ TEST_F(DialogEngineTest, CancelsACommandWithoutAnInitialState)
     EXPECT_THAT(lines_, ElementsAre("built", "activated", "cancelled", "ended"));
 }
 
+TEST_F(DialogEngineTest, CancelsACommandWhoseInitialStateHasNoAgent)
+{
+    Start([](TestCommand& self) { self.On(self.first, self.GetInitialState("Initial"), nullptr); });
+    EXPECT_THAT(lines_, ElementsAre("built", "activated", "cancelled", "ended"));
+}
+
+TEST_F(DialogEngineTest, CancelsACommandWhoseInitialStateHasNoAgentLeft)
+{
+    Start([](TestCommand& self) {
+        ZALDialogState* state = self.GetInitialState("Initial");
+        auto* agent = new ZALDialogAgent("Released");
+        state->AddDialogAgent(agent);
+        self.On(agent, state, nullptr);
+        agent->Release();
+    });
+    EXPECT_THAT(lines_, ElementsAre("built", "activated", "cancelled", "ended"));
+}
+
 TEST_F(DialogEngineTest, HasOneInitialStateThatKeepsItsFirstName)
 {
     TestCommand* command = Start([](TestCommand& self) {
         ZALDialogState* state = self.GetInitialState("Initial");
+        state->AddDialogAgent(self.first);
         EXPECT_EQ(self.GetInitialState("Other"), state);
         EXPECT_EQ(self.GetCancelState(), self.GetCancelState());
         EXPECT_NE(self.AddDialogState("Initial"), state);
@@ -760,6 +779,7 @@ protected:
             self.files = files;
             self.shared = shared;
             self.GetInitialState("Initial")->SetResourceID("Key");
+            self.GetInitialState("Initial")->AddDialogAgent(self.first);
         });
         Engine().EndCommand(command);
         Run();
