@@ -409,7 +409,7 @@ void SessionPlayer::PickRoot()
 
 PageUser& SessionPlayer::User()
 {
-    PageUser* user = PanelPages::Current()->User();
+    PageUser* user = PanelPages::Current().User();
     if (!user)
         throw StepFailure("the panel shows no page of a browser");
     return *user;
