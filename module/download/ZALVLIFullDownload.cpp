@@ -2,9 +2,9 @@
 
 #include "dialogs/ZALVelmartDownloadProgressDlg.h"
 #include "download/ZALVelmartFileDownloaderExtraction.h"
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "host/dialog_engine.h"
 #include "host/system.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 VL_DEFINE_META_CLASS(ZALVLIFullDownload, ZALBaseUnknown)
 

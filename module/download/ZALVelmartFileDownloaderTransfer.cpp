@@ -3,9 +3,9 @@
 #include "dialogs/ZALVelmartDownloadProgressDlg.h"
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "host/frame.h"
 #include "host/system.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 HRESULT ZALVelmartFileDownloader::StartDefaultDownloadURL(const ZALUnicodeString& url)
 {

@@ -3,7 +3,7 @@
 #include "events/ZALVelmartIntegrationEventPublisher.h"
 #include "host/cad.h"
 #include "host/frame.h"
-#include "panel/PanelAction.h"
+#include "insertion/PanelAction.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include "tests/steps/Services.h"
 
 #include "openhost/text/Utf.h"
-#include "panel/ZALVelmartIntegrationUtilities.h"
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
+#include "utilities/ZALVelmartIntegrationUtilities.h"
 
 #include <gmock/gmock.h>
 
