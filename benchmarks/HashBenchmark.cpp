@@ -1,6 +1,6 @@
 // The MD5 of a file: HashBenchmark FILE.
 
-#include "events/FileHash.h"
+#include "utilities/ZALVelmartIntegrationUtilities.h"
 #include "openhost/text/Utf.h"
 
 #include <chrono>

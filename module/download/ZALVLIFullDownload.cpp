@@ -2,10 +2,10 @@
 
 #include "dialogs/ZALVelmartDownloadProgressDlg.h"
 #include "download/ZALVelmartFileDownloaderExtraction.h"
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "host/dialog_engine.h"
 #include "host/system.h"
 #include "objects/Hold.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <new>
 #include <utility>

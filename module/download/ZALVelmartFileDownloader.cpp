@@ -5,11 +5,11 @@
 #include "dialogs/ZALVelmartDownloadLocationDlg.h"
 #include "dialogs/ZALVelmartDownloadProgressDlg.h"
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "events/ZALVelmartIntegrationEventPublisher.h"
 #include "host/frame.h"
 #include "host/settings.h"
 #include "host/system.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <cstdlib>
 #include <new>

@@ -8,11 +8,11 @@
 #include "download/ZALVLIFullDownload.h"
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "events/ZALVelmartIntegrationEventPublisher.h"
 #include "events/ZALVelmartIntegrationEventSubscriber.h"
 #include "host/dialogs.h"
 #include "host/system.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <new>
 

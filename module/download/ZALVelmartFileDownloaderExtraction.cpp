@@ -4,10 +4,10 @@
 
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "host/archive.h"
 #include "host/cad.h"
 #include "host/frame.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <memory>
 #include <new>

@@ -2,12 +2,12 @@
 
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "host/dialogs.h"
 #include "host/frame.h"
 #include "host/settings.h"
 #include "host/system.h"
 #include "templates/ZALVliApplyTemplatesOpe.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <new>
 

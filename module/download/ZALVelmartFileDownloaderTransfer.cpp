@@ -3,10 +3,10 @@
 #include "dialogs/ZALVelmartDownloadProgressDlg.h"
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "host/frame.h"
 #include "host/system.h"
 #include "objects/Hold.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <new>
 

@@ -2,12 +2,12 @@
 
 #include "VelmartBuildValues.h"
 #include "dialogs/ZALVelmartFindSimilarUploadProgressDlg.h"
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "host/cad.h"
 #include "host/files.h"
 #include "host/frame.h"
 #include "host/system.h"
 #include "objects/Hold.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <new>
 

@@ -1,11 +1,11 @@
 // The display of the selected object as a zip file in the temporary folder.
 
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "findsimilar/ZALVelmartFindSimilarCmd.h"
 #include "host/archive.h"
 #include "host/files.h"
 #include "host/system.h"
 #include "host/visualization.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 HRESULT ZALVelmartFindSimilarCmd::SaveAsTempLVR(ZALBaseUnknown* object, ZALUnicodeString& zipPath)
 {

@@ -1,10 +1,10 @@
 // The upload, and the search that its reply asks for.
 
 #include "dialogs/ZALVelmartFindSimilarUploadProgressDlg.h"
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "findsimilar/ZALVelmartFindSimilarCmd.h"
 #include "host/json.h"
 #include "objects/Hold.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 #include "web/FormData.h"
 #include "web/ZALVliHttpUtils.h"
 

@@ -46,12 +46,7 @@ public:
     /// Appends the paths of the documents referred to, each once, in the order of the link table.
     virtual HRESULT GetPointedDocuments(ZALListValZALUnicodeString& paths) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIPointedSymbols_var = ZALInterfaceHandle<ZALIPointedSymbols>;
@@ -84,12 +79,7 @@ public:
     /// looks in the reference product as well; `load` 1 loads its document when it is not loaded.
     virtual ZALBaseUnknown* GetShapeRepresentation(const ZALUnicodeString& name, int index, int deep, int load) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIProduct_var = ZALInterfaceHandle<ZALIProduct>;
@@ -102,12 +92,7 @@ public:
     /// The name; may be empty.
     virtual ZALUnicodeString GetAlias() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 /// A rigid placement: the columns of `Rotation` are the axes of what is placed, `Shift` its origin in millimetres, both
@@ -133,12 +118,7 @@ public:
     virtual HRESULT SetPosition(const ZALMathTransformation& position, ZALIMovable* reference, int context,
                                 int absolute) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIAlias_var = ZALInterfaceHandle<ZALIAlias>;
@@ -152,12 +132,7 @@ public:
     /// Whether the product's data is there.
     virtual bool IsLoaded() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 /// Whether `product` is that of a part document.
@@ -177,12 +152,7 @@ public:
     /// The host's operation: appends `object` as the new leaf and adds a reference to it.
     void AddChildElement(ZALBaseUnknown* object);
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 
 private:
     std::vector<ZALBaseUnknown*> objects_;
@@ -239,12 +209,7 @@ public:
     /// The documents, with a reference added; may give null.
     virtual HRESULT GetDocuments(ZALIADocuments** documents) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIAApplication_var = ZALInterfaceHandle<ZALIAApplication>;
@@ -255,12 +220,7 @@ public:
     ZALIAProduct();
     ~ZALIAProduct() override;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIAProduct_var = ZALInterfaceHandle<ZALIAProduct>;
@@ -282,12 +242,7 @@ public:
     virtual HRESULT ReplaceComponent(ZALIAProduct* component, ZALBSTR file, ZALVariantBool allInstances,
                                      ZALIAProduct** replacement) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIAProducts_var = ZALInterfaceHandle<ZALIAProducts>;
@@ -376,12 +331,7 @@ public:
     /// The name server of the product, with a reference added; may be null.
     virtual ZALNameServer* GetNameServer() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALINameServerAccess_var = ZALInterfaceHandle<ZALINameServerAccess>;

@@ -28,12 +28,7 @@ public:
     virtual HRESULT Activate(ZALBaseUnknown* publisher, ZALNotification* notification);
     virtual HRESULT Cancel(ZALBaseUnknown* publisher, ZALNotification* notification);
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 
 private:
     ZALString name_;
@@ -185,12 +180,7 @@ public:
         return Action(static_cast<ZALActionMethod>(method), ZALActionMethod(), ZALActionMethod(), data);
     }
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 
 private:
     friend struct ZALStateCommandRun;

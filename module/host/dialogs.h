@@ -102,12 +102,7 @@ public:
     /// on. An empty text ends the list.
     virtual ZALString GetResourceFilename(int index) const;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 
 private:
     friend struct ZALDialogNode;
@@ -119,12 +114,7 @@ class ZALDlgWindCloseNotification : public ZALNotification {
 public:
     ZALDlgWindCloseNotification();
     ~ZALDlgWindCloseNotification() override;
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 /// Dispatched by a window on itself each time the user uses its button OK. The window stays.
@@ -132,12 +122,7 @@ class ZALDlgOKNotification : public ZALNotification {
 public:
     ZALDlgOKNotification();
     ~ZALDlgOKNotification() override;
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 /// Dispatched by a window on itself each time the user uses its button CANCEL. The window stays.
@@ -145,12 +130,7 @@ class ZALDlgCancelNotification : public ZALNotification {
 public:
     ZALDlgCancelNotification();
     ~ZALDlgCancelNotification() override;
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 /// A window.
@@ -158,12 +138,7 @@ class ZALDlgDialog : public ZALDialog {
 public:
     ZALDlgDialog(ZALDialog* parent, const ZALString& name, unsigned int style);
     ~ZALDlgDialog() override;
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 /// A container of controls.
@@ -199,12 +174,7 @@ class ZALDlgEditorModifyNotification : public ZALNotification {
 public:
     ZALDlgEditorModifyNotification();
     ~ZALDlgEditorModifyNotification() override;
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 /// A line of text.
@@ -223,12 +193,7 @@ class ZALDlgPushActivateNotification : public ZALNotification {
 public:
     ZALDlgPushActivateNotification();
     ~ZALDlgPushActivateNotification() override;
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 /// A button; its text comes from the resource file.
@@ -243,12 +208,7 @@ class ZALDlgCheckModifyNotification : public ZALNotification {
 public:
     ZALDlgCheckModifyNotification();
     ~ZALDlgCheckModifyNotification() override;
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 /// A choice of yes or no; its text comes from the resource file.
@@ -308,12 +268,7 @@ public:
     /// Shows the values of the settings anew.
     virtual void Refresh() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 
 private:
     ZALDialog* content_ = nullptr;

@@ -33,14 +33,15 @@ HRESULT ZALFSize(ZALFileHandle handle, std::uint32_t& size);
 /// Closes the file. Fails for a handle that is not open.
 HRESULT ZALFClose(ZALFileHandle handle);
 
-/// Status of what `path` names, links followed. `options` is 0. Fails, and leaves `status` alone, when nothing is there.
+/// Status of what `path` names, links followed. `options` is 0. Fails, and leaves `status` alone, when nothing is
+/// there.
 HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status, int options);
 
 /// Deletes the file `path`, of a link the link. Fails for a folder and where nothing is there.
 HRESULT ZALDeleteFile(const ZALUnicodeString& path);
-/// Gives the file `from`, of a link the link, the path `to`, both in the host's narrow encoding. 0 for success. Any other
-/// value means that everything is as it was: for a folder, where something stands at `to`, and for a `to` on another
-/// volume, as nothing is copied.
+/// Gives the file `from`, of a link the link, the path `to`, both in the host's narrow encoding. 0 for success. Any
+/// other value means that everything is as it was: for a folder, where something stands at `to`, and for a `to` on
+/// another volume, as nothing is copied.
 int ZALRenameFile(const ZALString& from, const ZALString& to);
 
 /// Appends `name` to `folder` as a path below it, with one separator between them. An empty `name` changes nothing.

@@ -67,10 +67,5 @@ class ZALWorkbenchChanged : public ZALNotification {
 public:
     ZALWorkbenchChanged();
     ~ZALWorkbenchChanged() override;
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };

@@ -68,9 +68,9 @@ private:
     int kind_ = 0;
 };
 
-/// The record of `className` in the kind `kind`: made at the first call, the same one ever after. A class and the adapter
-/// of an interface may share a name, each with a record of its own.
-/// `extended` names the class that the record extends, "ZALNull" for none. The texts are copied.
+/// The record of `className` in the kind `kind`: made at the first call, the same one ever after. A class and the
+/// adapter of an interface may share a name, each with a record of its own. `extended` names the class that the record
+/// extends, "ZALNull" for none. The texts are copied.
 ZALMetaClass* fct_RetrieveMetaObject(const char* className, int kind, ZALMetaClass* base, const char* extended,
                                      const char* module);
 
@@ -125,6 +125,16 @@ T* ZALSysDynamicCast(ZALBaseUnknown* object)
 {
     return object && object->IsAKindOf(T::ClassName()) ? static_cast<T*>(object) : nullptr;
 }
+
+/// The operations of a class that has a record of its own, in the public part of the class. MetaObject makes the record
+/// at its first call; the others ask it.
+#define ZAL_DECLARE_META_CLASS                                                                                         \
+    static ZALClassId ClassId();                                                                                       \
+    static const char* ClassName();                                                                                    \
+    static ZALMetaClass* MetaObject();                                                                                 \
+    ZALMetaClass* GetMetaObject() const override;                                                                      \
+    const char* IsA() const override;                                                                                  \
+    int IsAKindOf(const char* className) const override;
 
 /// A reference that does not keep its object alive.
 class ZALBaseUnknown_WR {
@@ -261,12 +271,7 @@ public:
     ~ZALNotification() override;
     int GetAutomaticDelete() const { return automaticDelete_; }
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 
 private:
     int automaticDelete_;
@@ -304,12 +309,7 @@ public:
     /// Ends all of this object's subscriptions on `publisher`.
     void RemoveSubscriberCallbacks(ZALBaseUnknown* publisher);
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 /// Calls the subscribers of `publisher` for the class of `notification`, in the order of subscription, and

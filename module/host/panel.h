@@ -20,12 +20,7 @@ public:
     /// has none.
     virtual HRESULT GetAddin(const ZALString& className, ZALBaseUnknown** addin) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIMeridiaAccessDialog_var = ZALInterfaceHandle<ZALIMeridiaAccessDialog>;
@@ -55,12 +50,7 @@ public:
     /// `message` is a JSON text.
     virtual HRESULT OnJSMessage(const ZALUnicodeString& message) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 /// What a module adds to the options of the panel: a page. The host makes it by its class name and calls CreateFrame
@@ -81,12 +71,7 @@ public:
     /// Makes the page in `parent`. It belongs to the host; its controls hold no values before Refresh.
     virtual ZALDlgToolsOptionsFrame* CreateFrame(ZALDialog* parent) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 /// A JSON text between components of the host.
@@ -100,12 +85,7 @@ public:
     const char* GetData() const { return data_.GetData(); }
     std::size_t GetDataLength() const { return data_.GetByteLength(); }
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 
 private:
     ZALString name_;

@@ -18,12 +18,7 @@ public:
     /// Whether values are texts.
     virtual bool IsText() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALICkeType_var = ZALInterfaceHandle<ZALICkeType>;
@@ -36,12 +31,7 @@ public:
     /// The value as the user reads it; of a text the text itself.
     virtual ZALUnicodeString GetText() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALICkeInst_var = ZALInterfaceHandle<ZALICkeInst>;
@@ -57,12 +47,7 @@ public:
     /// A null handle for a parameter that has no value.
     virtual ZALICkeInst_var GetValue() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALICkeParm_var = ZALInterfaceHandle<ZALICkeParm>;
@@ -75,12 +60,7 @@ public:
     /// A parameter of type text that stands below no publisher yet; a null handle on failure.
     virtual ZALICkeParm_var CreateString(const ZALUnicodeString& name, const ZALUnicodeString& value) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALICkeParmFactory_var = ZALInterfaceHandle<ZALICkeParmFactory>;
@@ -96,12 +76,7 @@ public:
     /// Adds `child` behind the others.
     virtual HRESULT Append(const ZALBaseUnknown_var& child) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIParmPublisher_var = ZALInterfaceHandle<ZALIParmPublisher>;
@@ -128,12 +103,7 @@ public:
     /// one, ZALPublisherCreate makes one, and gives a null handle when that fails.
     virtual ZALIParmPublisher_var GetUserProperties(int creation) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIPrdProperties_var = ZALInterfaceHandle<ZALIPrdProperties>;

@@ -39,12 +39,7 @@ public:
     /// The root container that offers `interfaceName`; a null handle when there is none.
     virtual ZALBaseUnknown_var GetRootContainer(const char* interfaceName) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALInit_var = ZALInterfaceHandle<ZALInit>;
@@ -57,12 +52,7 @@ public:
     /// The part feature; a null handle when there is none.
     virtual ZALBaseUnknown_var GetPart() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIPrtContainer_var = ZALInterfaceHandle<ZALIPrtContainer>;
@@ -77,12 +67,7 @@ public:
     /// Appends all tools in the order of the part, the main tool among them.
     virtual HRESULT GetTools(ZALListValZALBaseUnknown_var& tools) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIPrtPart_var = ZALInterfaceHandle<ZALIPrtPart>;
@@ -95,12 +80,7 @@ public:
     /// The shape feature of the tool; a null handle for a tool with no content.
     virtual ZALBaseUnknown_var GetShapeFeature() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIMechanicalTool_var = ZALInterfaceHandle<ZALIMechanicalTool>;
@@ -113,12 +93,7 @@ public:
     /// The object that carries the resulting solids; a null handle when there is none.
     virtual ZALBaseUnknown_var GetResult() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIShapeFeatureBody_var = ZALInterfaceHandle<ZALIShapeFeatureBody>;
@@ -133,12 +108,7 @@ public:
     /// Computes the feature and what depends on it anew. Throws ZALError when that fails.
     virtual void Update() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALISpecObject_var = ZALInterfaceHandle<ZALISpecObject>;
@@ -150,12 +120,7 @@ public:
     ~ZALIPathAccess() override;
     virtual ZALPathElement_var GetPathElement() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIPathAccess_var = ZALInterfaceHandle<ZALIPathAccess>;
@@ -168,12 +133,7 @@ public:
     /// Makes `feature`, one of the part's tools, the one that the user works in.
     virtual HRESULT SetWorkingFeature(const ZALBaseUnknown_var& feature) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIPrtManagement_var = ZALInterfaceHandle<ZALIPrtManagement>;
@@ -191,12 +151,7 @@ public:
     ~ZALFormat() override;
     const ZALString& GetName() const { return name_; }
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 
 private:
     ZALString name_;
@@ -224,12 +179,7 @@ public:
                                                const ZALHandleList<ZALPathElement>& targets,
                                                const ZALFormat_var& format) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALICutAndPastable_var = ZALInterfaceHandle<ZALICutAndPastable>;
@@ -245,12 +195,7 @@ public:
     /// Replaces the cameras of this store by copies of those of `other`, in their order.
     virtual HRESULT TakeCameras(ZALCameraStore& other) = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALCameraStore_var = ZALInterfaceHandle<ZALCameraStore>;
@@ -263,12 +208,7 @@ public:
     /// The camera store of the document; a null handle when it has none.
     virtual ZALCameraStore_var GetCameraStore() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALIPersistentCamera_var = ZALInterfaceHandle<ZALIPersistentCamera>;

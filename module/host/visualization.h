@@ -20,12 +20,7 @@ public:
     /// reference is added: it stays until the object changes or ends.
     virtual ZALRep* GiveRep() = 0;
 
-    static ZALClassId ClassId();
-    static const char* ClassName();
-    static ZALMetaClass* MetaObject();
-    ZALMetaClass* GetMetaObject() const override;
-    const char* IsA() const override;
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS
 };
 
 using ZALI3DGeoVisu_var = ZALInterfaceHandle<ZALI3DGeoVisu>;

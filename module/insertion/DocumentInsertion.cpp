@@ -4,8 +4,8 @@
 #include "host/cad.h"
 #include "host/frame.h"
 #include "insertion/AutomationValues.h"
+#include "insertion/PanelAction.h"
 #include "insertion/Question.h"
-#include "panel/PanelAction.h"
 
 #include <new>
 

@@ -4,7 +4,7 @@
 #include "host/cad.h"
 #include "host/dialog_engine.h"
 #include "host/json.h"
-#include "panel/PanelAction.h"
+#include "insertion/PanelAction.h"
 
 class ZALVelmartFileDownloader;
 

@@ -5,17 +5,12 @@
 
 #include <new>
 
-/// Declares the operations inside a class.
+/// Declares the operations inside a class, with one more of the module's own, which is always null: the class is not
+/// made this way.
 #define VL_DECLARE_META_CLASS                                                                                          \
 public:                                                                                                                \
-    static ZALClassId ClassId();                                                                                       \
-    static const char* ClassName();                                                                                    \
-    static ZALMetaClass* MetaObject();                                                                                 \
-    /** Always null: the class is not made this way. */                                                                \
-    static ZALBaseUnknown* CreateItself();                                                                             \
-    ZALMetaClass* GetMetaObject() const override;                                                                      \
-    const char* IsA() const override;                                                                                  \
-    int IsAKindOf(const char* className) const override;
+    ZAL_DECLARE_META_CLASS                                                                                             \
+    static ZALBaseUnknown* CreateItself();
 
 /// Defines them. The record is made at first need and shared by all of them. Without memory for it the class has its
 /// name and nothing else, until the next call.

@@ -2,11 +2,11 @@
 
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "host/dialog_engine.h"
 #include "host/frame.h"
 #include "insertion/DocumentInsertion.h"
 #include "insertion/ZALVelmartMeridiaAccessAddinActionCmd.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <new>
 

@@ -1,10 +1,10 @@
 // The module's side of the browser panel: takes the page's messages and starts everything else.
 #pragma once
 
-#include "objects/MetaClassOperations.h"
 #include "host/json.h"
 #include "host/panel.h"
-#include "panel/PanelAction.h"
+#include "insertion/PanelAction.h"
+#include "objects/MetaClassOperations.h"
 
 class ZALVelmartFileDownloader;
 

@@ -2,8 +2,8 @@
 
 #include "VelmartBuildValues.h"
 #include "host/system.h"
-#include "panel/ZALVelmartIntegrationUtilities.h"
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
+#include "utilities/ZALVelmartIntegrationUtilities.h"
 #include "web/ZALVliHttpUtils.h"
 
 #include <new>

@@ -1,9 +1,9 @@
 #include "templates/ApplyPartTemplate.h"
 
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "host/files.h"
 #include "host/part_features.h"
 #include "templates/ZALVliFilePath.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <new>
 

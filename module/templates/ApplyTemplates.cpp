@@ -1,9 +1,9 @@
 #include "templates/ApplyTemplates.h"
 
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "host/dialogs.h"
 #include "host/part_features.h"
 #include "templates/ZALVliFilePath.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <unordered_map>
 

@@ -1,9 +1,9 @@
 #include "templates/ReportPrdProperties.h"
 
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "host/parameters.h"
 #include "host/part_features.h"
 #include "host/system.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 HRESULT ReportPrdProperties(const ZALIProduct_var& sourceProduct, const ZALIProduct_var& templateProduct,
                             const PropertyList& properties)

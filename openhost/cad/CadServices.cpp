@@ -2,22 +2,31 @@
 
 #include "openhost/frame/Frame.h"
 
-#include <utility>
-
 namespace openhost {
+
+template class Port<CadServices>;
 
 namespace {
 
-std::unique_ptr<CadServices>& Installed()
-{
-    static std::unique_ptr<CadServices> services;
-    return services;
-}
+class NoDocuments final : public CadServices {
+public:
+    ZALIAApplication* GetApplication() override { return nullptr; }
+    ZALDocument* FindDocument(const ZALUnicodeString&) override { return nullptr; }
+    ZALBaseUnknown* GetRootProduct(ZALDocument&) override { return nullptr; }
+    bool IsOfPart(ZALIProduct&) override { return false; }
+    HRESULT OpenDocument(const ZALUnicodeString&, ZALDocument*&, int) override { return E_FAIL; }
+    HRESULT SaveDocumentAs(ZALDocument&, const ZALUnicodeString&, const ZALUnicodeString&, int) override
+    {
+        return E_FAIL;
+    }
+    HRESULT SaveDocumentAsNew(ZALDocument&, const ZALUnicodeString&, int) override { return E_FAIL; }
+    HRESULT RemoveDocument(ZALDocument&, int) override { return E_FAIL; }
+    ZALDocument* DocumentOf(ZALBaseUnknown&) override { return nullptr; }
+};
 
 ZALBaseUnknown* GiveApplication(ZALBaseUnknown*)
 {
-    CadServices* services = CadServices::Current();
-    return services ? services->GetApplication() : nullptr;
+    return CadServices::Current().GetApplication();
 }
 
 const ZALFillDictionary ApplicationOfTheFrame(FrameClass, "ZALIAApplication", GiveApplication, 0);
@@ -26,14 +35,9 @@ const ZALFillDictionary ApplicationOfTheFrame(FrameClass, "ZALIAApplication", Gi
 
 CadServices::~CadServices() = default;
 
-CadServices* CadServices::Current()
+std::unique_ptr<CadServices> CadServices::WithoutBackend()
 {
-    return Installed().get();
-}
-
-std::unique_ptr<CadServices> CadServices::Install(std::unique_ptr<CadServices> services)
-{
-    return std::exchange(Installed(), std::move(services));
+    return std::make_unique<NoDocuments>();
 }
 
 } // namespace openhost
@@ -45,53 +49,45 @@ HRESULT ZALDocumentServices::GetDocumentInSession(const ZALUnicodeString& path, 
 {
     if (!document)
         return E_INVALIDARG;
-    openhost::CadServices* services = openhost::CadServices::Current();
-    *document = services ? services->FindDocument(path) : nullptr;
+    *document = openhost::CadServices::Current().FindDocument(path);
     return *document ? S_OK : E_FAIL;
 }
 
 HRESULT ZALDocumentServices::Open(const ZALUnicodeString& path, ZALDocument*& document, int mode)
 {
     document = nullptr;
-    openhost::CadServices* services = openhost::CadServices::Current();
-    return services ? services->OpenDocument(path, document, mode) : E_FAIL;
+    return openhost::CadServices::Current().OpenDocument(path, document, mode);
 }
 
 HRESULT ZALDocumentServices::SaveAs(ZALDocument* document, const ZALUnicodeString& path, const ZALUnicodeString& format,
                                     int mode)
 {
-    openhost::CadServices* services = openhost::CadServices::Current();
-    return document && services ? services->SaveDocumentAs(*document, path, format, mode) : E_FAIL;
+    return document ? openhost::CadServices::Current().SaveDocumentAs(*document, path, format, mode) : E_FAIL;
 }
 
 HRESULT ZALDocumentServices::SaveAsNew(ZALDocument* document, const ZALUnicodeString& path, int mode)
 {
-    openhost::CadServices* services = openhost::CadServices::Current();
-    return document && services ? services->SaveDocumentAsNew(*document, path, mode) : E_FAIL;
+    return document ? openhost::CadServices::Current().SaveDocumentAsNew(*document, path, mode) : E_FAIL;
 }
 
 HRESULT ZALDocumentServices::Remove(ZALDocument* document, int mode)
 {
-    openhost::CadServices* services = openhost::CadServices::Current();
-    return document && services ? services->RemoveDocument(*document, mode) : E_FAIL;
+    return document ? openhost::CadServices::Current().RemoveDocument(*document, mode) : E_FAIL;
 }
 
 ZALDocument* ZALDocumentServices::GetDocumentOf(ZALBaseUnknown* object)
 {
-    openhost::CadServices* services = openhost::CadServices::Current();
-    return object && services ? services->DocumentOf(*object) : nullptr;
+    return object ? openhost::CadServices::Current().DocumentOf(*object) : nullptr;
 }
 
 ZALIProduct_var PrdGiveDocRootProduct(ZALDocument* document)
 {
-    openhost::CadServices* services = openhost::CadServices::Current();
-    if (!document || !services)
+    if (!document)
         return {};
-    return ZALIProduct_var(ZALBaseUnknown_var::Take(services->GetRootProduct(*document)));
+    return ZALIProduct_var(ZALBaseUnknown_var::Take(openhost::CadServices::Current().GetRootProduct(*document)));
 }
 
 bool ZALPrdIsAProductFromZALPart(ZALIProduct* product)
 {
-    openhost::CadServices* services = openhost::CadServices::Current();
-    return product && services && services->IsOfPart(*product);
+    return product && openhost::CadServices::Current().IsOfPart(*product);
 }

@@ -1,22 +1,20 @@
 // What stands behind the CAD services of the host.
 #pragma once
 
-#include "host/cad.h"
+#include "openhost/ports/Port.h"
 
-#include <memory>
+#include "host/cad.h"
 
 namespace openhost {
 
-/// Port of the CAD services. The backend of a run is CadSession. Used on the user-interface thread.
-class CadServices {
+/// Port of the CAD services. Backend: CadSession. Objects that a backend gave may outlive it, but know nothing any
+/// more.
+class CadServices : public Port<CadServices> {
 public:
     virtual ~CadServices();
 
-    /// The backend in use, or null: the host then has no documents, and its frame does not offer ZALIAApplication.
-    static CadServices* Current();
-    /// Replaces the backend in use; null for none. Returns the one of before. Objects that a backend gave may outlive
-    /// it, but know nothing any more.
-    static std::unique_ptr<CadServices> Install(std::unique_ptr<CadServices> services);
+    /// Services without documents; the frame of the host then does not offer ZALIAApplication.
+    static std::unique_ptr<CadServices> WithoutBackend();
 
     /// The application that the frame offers, with a reference for the caller; null when it offers none.
     virtual ZALIAApplication* GetApplication() = 0;
@@ -36,5 +34,7 @@ public:
     virtual HRESULT RemoveDocument(ZALDocument& document, int mode) = 0;
     virtual ZALDocument* DocumentOf(ZALBaseUnknown& object) = 0;
 };
+
+extern template class Port<CadServices>;
 
 } // namespace openhost

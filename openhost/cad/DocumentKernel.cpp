@@ -2,28 +2,15 @@
 
 #include "openhost/cad/CompoundDocumentKernel.h"
 
-#include <utility>
-
 namespace openhost {
 
-namespace {
-std::unique_ptr<DocumentKernel>& Installed()
-{
-    static std::unique_ptr<DocumentKernel> kernel = std::make_unique<CompoundDocumentKernel>();
-    return kernel;
-}
-} // namespace
+template class Port<DocumentKernel>;
 
 DocumentKernel::~DocumentKernel() = default;
 
-DocumentKernel& DocumentKernel::Current()
+std::unique_ptr<DocumentKernel> DocumentKernel::WithoutBackend()
 {
-    return *Installed();
-}
-
-std::unique_ptr<DocumentKernel> DocumentKernel::Install(std::unique_ptr<DocumentKernel> kernel)
-{
-    return std::exchange(Installed(), std::move(kernel));
+    return std::make_unique<CompoundDocumentKernel>();
 }
 
 } // namespace openhost

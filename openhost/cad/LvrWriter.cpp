@@ -1,29 +1,21 @@
 #include "openhost/cad/LvrWriter.h"
 
-#include <utility>
-
 namespace openhost {
 
+template class Port<LvrWriter>;
+
 namespace {
-
-std::unique_ptr<LvrWriter>& Installed()
-{
-    static std::unique_ptr<LvrWriter> writer;
-    return writer;
-}
-
+class RefusingWriter final : public LvrWriter {
+public:
+    int Write(const ZALRep&, const std::string&) override { return 1; }
+};
 } // namespace
 
 LvrWriter::~LvrWriter() = default;
 
-LvrWriter* LvrWriter::Current()
+std::unique_ptr<LvrWriter> LvrWriter::WithoutBackend()
 {
-    return Installed().get();
-}
-
-std::unique_ptr<LvrWriter> LvrWriter::Install(std::unique_ptr<LvrWriter> writer)
-{
-    return std::exchange(Installed(), std::move(writer));
+    return std::make_unique<RefusingWriter>();
 }
 
 } // namespace openhost

@@ -296,7 +296,7 @@ private:
 /// The session in use, whichever it is when a call comes.
 CadSession* SessionInUse()
 {
-    return dynamic_cast<CadSession*>(CadServices::Current());
+    return dynamic_cast<CadSession*>(&CadServices::Current());
 }
 
 class DocumentsInterface : public ZALIADocuments {

@@ -1,31 +1,25 @@
 #include "openhost/cad/SolidKernel.h"
 
-#include <utility>
-
 namespace openhost {
 
+template class Port<SolidKernel>;
+
 namespace {
+class RefusingKernel final : public SolidKernel {
+public:
+    DocumentGeometry Copy(const DocumentGeometry&) override { Refuse(); }
+    GeometryFacts Measure(const DocumentGeometry&) override { Refuse(); }
 
-std::unique_ptr<SolidKernel>& Installed()
-{
-    static std::unique_ptr<SolidKernel> kernel;
-    return kernel;
-}
-
+private:
+    [[noreturn]] static void Refuse() { throw SolidKernelError("the host has no solid kernel"); }
+};
 } // namespace
 
 SolidKernel::~SolidKernel() = default;
 
-SolidKernel& SolidKernel::Current()
+std::unique_ptr<SolidKernel> SolidKernel::WithoutBackend()
 {
-    if (!Installed())
-        throw SolidKernelError("the host has no solid kernel");
-    return *Installed();
-}
-
-std::unique_ptr<SolidKernel> SolidKernel::Install(std::unique_ptr<SolidKernel> kernel)
-{
-    return std::exchange(Installed(), std::move(kernel));
+    return std::make_unique<RefusingKernel>();
 }
 
 } // namespace openhost

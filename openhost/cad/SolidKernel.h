@@ -2,8 +2,8 @@
 #pragma once
 
 #include "openhost/documents/CadDocument.h"
+#include "openhost/ports/Port.h"
 
-#include <memory>
 #include <stdexcept>
 
 namespace openhost {
@@ -15,20 +15,20 @@ public:
 };
 
 /// Port of the solid kernel. It takes and gives geometry as documents hold it, so that nothing of the kernel lives
-/// longer than a call. Operations throw SolidKernelError. Used on the user-interface thread.
-class SolidKernel {
+/// longer than a call. Operations throw SolidKernelError. Backend: ApartSolidKernel.
+class SolidKernel : public Port<SolidKernel> {
 public:
     virtual ~SolidKernel();
 
-    /// The kernel in use. Throws SolidKernelError when there is none.
-    static SolidKernel& Current();
-    /// Replaces the kernel in use; null for none. Returns the one of before.
-    static std::unique_ptr<SolidKernel> Install(std::unique_ptr<SolidKernel> kernel);
+    /// A kernel that refuses every geometry.
+    static std::unique_ptr<SolidKernel> WithoutBackend();
 
     /// A copy of the shape in `geometry`, with its facts as they are.
     virtual DocumentGeometry Copy(const DocumentGeometry& geometry) = 0;
     /// The facts of the shape in `geometry`, measured. Refuses a shape that is not valid or has no solid.
     virtual GeometryFacts Measure(const DocumentGeometry& geometry) = 0;
 };
+
+extern template class Port<SolidKernel>;
 
 } // namespace openhost

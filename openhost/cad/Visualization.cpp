@@ -17,9 +17,8 @@ int ZALWriteLvr(ZALRep* representation, const char* path, ZALSettingLvr setting,
                 unsigned char options, ZALVizLVRAccessMode access)
 {
     constexpr int refused = 1;
-    openhost::LvrWriter* writer = openhost::LvrWriter::Current();
-    if (!writer || !representation || !path || setting != ZALLvrWholeDisplay || colors || options != 0 ||
+    if (!representation || !path || setting != ZALLvrWholeDisplay || colors || options != 0 ||
         access != ZALLvrInOneFile)
         return refused;
-    return writer->Write(*representation, path);
+    return openhost::LvrWriter::Current().Write(*representation, path);
 }

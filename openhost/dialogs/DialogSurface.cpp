@@ -2,33 +2,15 @@
 
 #include "openhost/dialogs/ScriptedSurface.h"
 
-#include <utility>
-
 namespace openhost {
 
-namespace {
-
-// Never destroyed: dialogs of other libraries may end after the statics of this one.
-std::unique_ptr<DialogSurface>& Installed()
-{
-    static auto& surface = *new std::unique_ptr<DialogSurface>(std::make_unique<ScriptedSurface>());
-    return surface;
-}
-
-} // namespace
+template class Port<DialogSurface>;
 
 DialogSurface::~DialogSurface() = default;
 
-DialogSurface& DialogSurface::Current()
+std::unique_ptr<DialogSurface> DialogSurface::WithoutBackend()
 {
-    return *Installed();
-}
-
-std::unique_ptr<DialogSurface> DialogSurface::Install(std::unique_ptr<DialogSurface> surface)
-{
-    if (!surface)
-        surface = std::make_unique<ScriptedSurface>();
-    return std::exchange(Installed(), std::move(surface));
+    return std::make_unique<ScriptedSurface>();
 }
 
 } // namespace openhost

@@ -1,22 +1,20 @@
 // Port of what shows dialogs and questions to the user.
 #pragma once
 
-#include "host/dialogs.h"
+#include "openhost/ports/Port.h"
 
-#include <memory>
+#include "host/dialogs.h"
 
 namespace openhost {
 
 /// Backends: ScriptedSurface, and the desktop's. All of it is used on the user-interface thread. What is to be
 /// shown of a control stands in its ZALDialogNode.
-class DialogSurface {
+class DialogSurface : public Port<DialogSurface> {
 public:
     virtual ~DialogSurface();
 
-    /// The surface in use. There is always one; a process begins with a ScriptedSurface.
-    static DialogSurface& Current();
-    /// Replaces the surface in use. Returns the one of before. The new one is not told of what is shown already.
-    static std::unique_ptr<DialogSurface> Install(std::unique_ptr<DialogSurface> surface);
+    /// A ScriptedSurface. A surface that is installed is not told of what is shown already.
+    static std::unique_ptr<DialogSurface> WithoutBackend();
 
     /// A window or a control has become visible.
     virtual void Shown(ZALDialog& dialog) = 0;
@@ -33,5 +31,7 @@ public:
     /// Whether it can show file boxes.
     virtual bool OffersFileBoxes() const { return true; }
 };
+
+extern template class Port<DialogSurface>;
 
 } // namespace openhost

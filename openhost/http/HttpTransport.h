@@ -1,6 +1,8 @@
 // Port of HTTP transfers.
 #pragma once
 
+#include "openhost/ports/Port.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -51,18 +53,18 @@ public:
 };
 
 /// Backends: CurlTransport, ScriptedTransport.
-class HttpTransport {
+class HttpTransport : public Port<HttpTransport> {
 public:
     virtual ~HttpTransport();
 
-    /// The transport in use. A process begins with one that refuses everything.
-    static HttpTransport& Current();
-    /// Replaces the transport in use. Returns the one of before.
-    static std::unique_ptr<HttpTransport> Install(std::unique_ptr<HttpTransport> transport);
+    /// A transport that refuses everything.
+    static std::unique_ptr<HttpTransport> WithoutBackend();
 
     /// Starts a transfer and returns at once; null when `request` is malformed or not allowed. `listener`
     /// outlives the transfer; the transfer may outlive the transport.
     virtual std::unique_ptr<HttpTransfer> Start(HttpRequestData request, HttpTransferListener& listener) = 0;
 };
+
+extern template class Port<HttpTransport>;
 
 } // namespace openhost

@@ -4,25 +4,13 @@
 
 namespace openhost {
 
-namespace {
-std::unique_ptr<EventLoop>& Holder()
-{
-    static std::unique_ptr<EventLoop> loop = std::make_unique<ManualEventLoop>();
-    return loop;
-}
-} // namespace
+template class Port<EventLoop>;
 
 EventLoop::~EventLoop() = default;
 
-EventLoop& EventLoop::Current()
+std::unique_ptr<EventLoop> EventLoop::WithoutBackend()
 {
-    return *Holder();
-}
-
-std::unique_ptr<EventLoop> EventLoop::Install(std::unique_ptr<EventLoop> loop)
-{
-    Holder().swap(loop);
-    return loop;
+    return std::make_unique<ManualEventLoop>();
 }
 
 } // namespace openhost

@@ -1,6 +1,8 @@
 // The event loop of the host: everything that happens to a module happens inside one of its calls.
 #pragma once
 
+#include "openhost/ports/Port.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -19,7 +21,7 @@ enum class RunEnd {
 /// Port of the event loop. Backends: UvEventLoop, QtEventLoop, ManualEventLoop. One thread uses it. Calls throw
 /// nothing; they may post, add and end timers and watches, their own included. A loop that ends drops what is left
 /// without calling it.
-class EventLoop {
+class EventLoop : public Port<EventLoop> {
 public:
     using Call = std::function<void()>;
     using Timer = std::uint64_t; ///< 0 is none
@@ -28,10 +30,8 @@ public:
 
     virtual ~EventLoop();
 
-    /// The loop in use. There is always one; a process begins with a ManualEventLoop.
-    static EventLoop& Current();
-    /// Replaces the loop in use. Returns the one of before, with what it still holds.
-    static std::unique_ptr<EventLoop> Install(std::unique_ptr<EventLoop> loop);
+    /// A ManualEventLoop.
+    static std::unique_ptr<EventLoop> WithoutBackend();
 
     /// Runs `call` from the loop; calls run in the order in which they were posted, each between events.
     virtual void Post(Call call) = 0;
@@ -55,5 +55,7 @@ public:
         return RunUntil([] { return false; }, limit);
     }
 };
+
+extern template class Port<EventLoop>;
 
 } // namespace openhost

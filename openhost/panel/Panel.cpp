@@ -86,14 +86,11 @@ Panel::~Panel() = default;
 
 bool Panel::OpenPage()
 {
-    PanelPages* pages = PanelPages::Current();
-    if (!pages)
-        return false;
     static std::uint64_t last = 0;
     number_ = ++last;
     // By the number, because a page may outlive its panel by an event.
     const auto isOpen = [number = number_] { return current && current->number_ == number; };
-    page_ = pages->Open({
+    page_ = PanelPages::Current().Open({
         .urlChanged =
             [this, isOpen](const std::string& url) {
                 if (isOpen())

@@ -1,23 +1,21 @@
 #include "openhost/panel/PanelPage.h"
 
-#include <utility>
-
 namespace openhost {
 
+template class Port<PanelPages>;
+
 namespace {
+class NoPages final : public PanelPages {
+public:
+    std::unique_ptr<PanelPage> Open(PanelPage::Listener) override { return nullptr; }
+};
+} // namespace
 
-std::unique_ptr<PanelPages> current;
+PanelPages::~PanelPages() = default;
 
-}
-
-PanelPages* PanelPages::Current()
+std::unique_ptr<PanelPages> PanelPages::WithoutBackend()
 {
-    return current.get();
-}
-
-std::unique_ptr<PanelPages> PanelPages::Install(std::unique_ptr<PanelPages> pages)
-{
-    return std::exchange(current, std::move(pages));
+    return std::make_unique<NoPages>();
 }
 
 } // namespace openhost

@@ -1,8 +1,9 @@
 // What the browser panel shows.
 #pragma once
 
+#include "openhost/ports/Port.h"
+
 #include <functional>
-#include <memory>
 #include <string>
 
 namespace openhost {
@@ -26,19 +27,20 @@ public:
     virtual bool ExecuteScript(const std::string& script) = 0;
 };
 
-/// Opens pages for the panel.
-class PanelPages {
+/// Port of what opens pages for the panel. Backends: QtPanelPages, RecordedPages.
+class PanelPages : public Port<PanelPages> {
 public:
-    virtual ~PanelPages() = default;
-    /// The page of a panel that opens. Its destruction closes it, without a report.
+    virtual ~PanelPages();
+
+    /// Pages of which none opens: a host without a panel.
+    static std::unique_ptr<PanelPages> WithoutBackend();
+
+    /// The page of a panel that opens; null where none can. Its destruction closes it, without a report.
     virtual std::unique_ptr<PanelPage> Open(PanelPage::Listener listener) = 0;
     /// A user of the page that was opened last; null when it is closed, or pages are not those of a real browser.
     virtual PageUser* User() { return nullptr; }
-
-    /// Null in a host without a panel.
-    static PanelPages* Current();
-    /// Replaces the current pages and returns the ones before. Null removes them.
-    static std::unique_ptr<PanelPages> Install(std::unique_ptr<PanelPages> pages);
 };
+
+extern template class Port<PanelPages>;
 
 } // namespace openhost

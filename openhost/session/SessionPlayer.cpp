@@ -1,6 +1,8 @@
 #include "openhost/session/SessionPlayer.h"
 
+#include "openhost/cad/ApartSolidKernel.h"
 #include "openhost/cad/CompoundDocumentKernel.h"
+#include "openhost/cad/TessellatingLvrWriter.h"
 #include "openhost/commands/Commands.h"
 #include "openhost/commands/DialogEngine.h"
 #include "openhost/commands/StartedCommands.h"
@@ -59,7 +61,8 @@ std::filesystem::path Resolve(const Session& session, const std::string& path)
 // ---------------------------------------------------------------------------------------------
 // The host of one session
 
-/// Everything that a session changes in the process, for as long as it is played.
+/// Everything that a session changes in the process, for as long as it is played. It installs the backends of all
+/// ports.
 class SessionPlayer::Host {
 public:
     Host(bool traces, Desktop* desktop) : traces_(traces)
@@ -86,6 +89,9 @@ public:
         auto cad = std::make_unique<CadSession>();
         cad_ = cad.get();
         cadBefore_ = CadServices::Install(std::move(cad));
+        const auto geometry = std::make_shared<GeometryProcess>();
+        solids_ = SolidKernel::Install(std::make_unique<ApartSolidKernel>(geometry));
+        lightFiles_ = LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(geometry));
         pages_ = PanelPages::Install(desktop ? desktop->MakePages() : std::make_unique<RecordedPages>());
         SettingsStore::Current().Reset();
         ConfigureCommands({});
@@ -113,6 +119,8 @@ public:
         SettingsStore::Current().Reset();
         PanelPages::Install(std::move(pages_));
         DialogSurface::Install(std::move(surfaceBefore_));
+        LvrWriter::Install(std::move(lightFiles_));
+        SolidKernel::Install(std::move(solids_));
         DocumentKernel::Install(std::move(kernel_));
         HttpTransport::Install(std::move(transport_));
         EventLoop::Install(std::move(loop_));
@@ -167,6 +175,8 @@ private:
     std::unique_ptr<EventLoop> loop_;
     std::unique_ptr<HttpTransport> transport_;
     std::unique_ptr<DocumentKernel> kernel_;
+    std::unique_ptr<SolidKernel> solids_;
+    std::unique_ptr<LvrWriter> lightFiles_;
     std::unique_ptr<DialogSurface> surfaceBefore_;
     ScriptedSurface* surface_ = nullptr; ///< the one that is installed
     std::unique_ptr<CadServices> cadBefore_;
@@ -409,7 +419,7 @@ void SessionPlayer::PickRoot()
 
 PageUser& SessionPlayer::User()
 {
-    PageUser* user = PanelPages::Current()->User();
+    PageUser* user = PanelPages::Current().User();
     if (!user)
         throw StepFailure("the panel shows no page of a browser");
     return *user;

@@ -1,8 +1,6 @@
 // openhost: plays sessions; shows, exports and draws documents; turns light representations into STL.
 
-#include "openhost/cad/ApartSolidKernel.h"
 #include "openhost/cad/ShowDocument.h"
-#include "openhost/cad/TessellatingLvrWriter.h"
 #include "openhost/exchange/StepExport.h"
 #include "openhost/lvr/WriteStl.h"
 #include "openhost/objects/FreedMemory.h"
@@ -178,9 +176,6 @@ int Play(const PlayArguments& arguments)
             account->Receive(event);
     };
     openhost::KeepFreedMemory();
-    const auto geometry = std::make_shared<openhost::GeometryProcess>();
-    openhost::SolidKernel::Install(std::make_unique<openhost::ApartSolidKernel>(geometry));
-    openhost::LvrWriter::Install(std::make_unique<openhost::TessellatingLvrWriter>(geometry));
     const std::unique_ptr<openhost::Desktop> desktop = arguments.panel ? MakeDesktop() : nullptr;
     openhost::SessionPlayer player(
         session, {FindModule(arguments.module), FindPrefix() / "installation", desktop.get()}, receive);

@@ -88,13 +88,16 @@ TEST(Includes, OfWhatPlaysASessionHaveNoSolidKernel)
     }));
 }
 
-TEST(Includes, OfOpenhostRunOneWayBetweenItsFolders)
+class IncludesBetweenFolders : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(IncludesBetweenFolders, RunOneWay)
 {
+    const std::string whole = GetParam();
     std::map<std::string, std::set<std::string>> builds;
-    for (const Include& include : IncludesBelow("openhost"))
-        if (include.isOurs && StandsIn(include.target, "openhost") &&
-            FolderOf(include.file) != FolderOf(include.target))
+    for (const Include& include : IncludesBelow(whole))
+        if (include.isOurs && StandsIn(include.target, whole) && FolderOf(include.file) != FolderOf(include.target))
             builds[FolderOf(include.file)].insert(FolderOf(include.target));
+    EXPECT_FALSE(builds.empty());
 
     std::set<std::string> done;
     std::vector<std::string> road;
@@ -118,6 +121,8 @@ TEST(Includes, OfOpenhostRunOneWayBetweenItsFolders)
     for (const auto& [folder, bases] : all)
         visit(folder);
 }
+
+INSTANTIATE_TEST_SUITE_P(Of, IncludesBetweenFolders, ::testing::Values("module", "openhost", "catalogue"));
 
 // ---------------------------------------------------------------------------------------------
 // Other people's types

@@ -3,9 +3,9 @@
 #include "tests/support/FailingMemory.h"
 #include "tests/support/HostFixture.h"
 
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "openhost/objects/Traces.h"
 #include "openhost/text/Utf.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <chrono>
 #include <regex>

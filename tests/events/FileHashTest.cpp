@@ -1,9 +1,9 @@
 // The MD5 of files, with the host's own services.
 
-#include "events/FileHash.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/text/Utf.h"
 #include "tests/support/FailingMemory.h"
+#include "utilities/ZALVelmartIntegrationUtilities.h"
 
 #include <gtest/gtest.h>
 

@@ -2,9 +2,9 @@
 
 #include "tests/findsimilar/FindSimilarFixture.h"
 
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/objects/Traces.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <chrono>
 

@@ -8,7 +8,7 @@
 #include "host/frame.h"
 #include "openhost/objects/Traces.h"
 #include "panel/TIEZALIMeridiaAccessDialogAddin.h"
-#include "panel/ZALVelmartIntegrationUtilities.h"
+#include "utilities/ZALVelmartIntegrationUtilities.h"
 
 #include <algorithm>
 

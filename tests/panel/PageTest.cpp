@@ -2,7 +2,7 @@
 
 #include "tests/panel/PanelFixture.h"
 
-#include "panel/ZALVelmartIntegrationUtilities.h"
+#include "utilities/ZALVelmartIntegrationUtilities.h"
 
 namespace openhost::testing {
 

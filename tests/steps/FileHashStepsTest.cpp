@@ -2,8 +2,8 @@
 
 #include "tests/steps/Services.h"
 
-#include "events/FileHash.h"
 #include "openhost/text/Utf.h"
+#include "utilities/ZALVelmartIntegrationUtilities.h"
 
 #include <gmock/gmock.h>
 

@@ -4,8 +4,8 @@
 
 #include "VelmartBuildValues.h"
 #include "openhost/text/Utf.h"
-#include "panel/ZALVelmartIntegrationUtilities.h"
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
+#include "utilities/ZALVelmartIntegrationUtilities.h"
 
 #include <gmock/gmock.h>
 

@@ -3,13 +3,13 @@
 // has load-time initialisers.
 
 #include "dialogs/ZALVelmartMeridiaAccessSettingsUIAddin.h"
-#include "events/ZALVelmartIntegrationDebug.h"
 #include "events/ZALVelmartIntegrationEventPublisher.h"
 #include "events/ZALVelmartIntegrationEventSubscriber.h"
 #include "findsimilar/ZALVelmartFindSimilarCmd.h"
 #include "panel/TIEZALIMeridiaAccessDialogAddin.h"
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
 #include "templates/ZALVliTemplateSupportUtilities.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <new>
 

@@ -1,4 +1,4 @@
-#include "events/FileHash.h"
+#include "utilities/ZALVelmartIntegrationUtilities.h"
 
 #include "host/files.h"
 #include "host/hash.h"

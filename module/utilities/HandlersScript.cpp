@@ -1,4 +1,4 @@
-#include "panel/ZALVelmartIntegrationUtilities.h"
+#include "utilities/ZALVelmartIntegrationUtilities.h"
 
 #include "host/files.h"
 #include "host/system.h"

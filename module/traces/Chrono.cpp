@@ -1,4 +1,4 @@
-#include "events/ZALVelmartIntegrationDebug.h"
+#include "traces/ZALVelmartIntegrationDebug.h"
 
 #include <chrono>
 #include <new>

@@ -1,4 +1,4 @@
-// Scripts of the installation for the page in the panel.
+// What other modules use too: scripts of the installation for the page in the panel, and a hash of files.
 #pragma once
 
 #include "host/text.h"
@@ -17,5 +17,9 @@ HRESULT GetJSScript(const ZALUnicodeString& relativePath, ZALUnicodeString& scri
 /// The script that connects the page's programming interface to the host, made for `context`. Its file is read once;
 /// E_FAIL as long as that has not succeeded, and without memory.
 HRESULT GetOpiAPIHandlersScript(Context context, ZALUnicodeString& script);
+
+/// MD5 of the content of the file `filePath` as 32 small hexadecimal digits. Empty on any failure, for a file that is
+/// empty, and for one of 4 GiB or more.
+ZALUnicodeString GetFileStreamMD5Hash(const ZALUnicodeString& filePath);
 
 } // namespace ZALVelmartIntegrationUtilities
