@@ -2,6 +2,7 @@
 
 #include "download/ZALVelmartFileDownloaderExtraction.h"
 
+#include "dialogs/Question.h"
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
 #include "host/archive.h"
@@ -63,25 +64,6 @@ private:
     ZALInterfaceHandle<ZALStorage> storage_;
 };
 
-/// Ends a question together with its scope.
-class QuestionEnd {
-public:
-    explicit QuestionEnd(ZALDlgNotify* question) : question_(question) {}
-    QuestionEnd(const QuestionEnd&) = delete;
-    QuestionEnd& operator=(const QuestionEnd&) = delete;
-    ~QuestionEnd()
-    {
-        try {
-            question_->RequestDelayedDestruction();
-        } catch (const std::bad_alloc&) {
-            // It is not shown any more, and ends with its parent.
-        }
-    }
-
-private:
-    ZALDlgNotify* question_;
-};
-
 /// The path of `entry` below `folder`, in the host's notation.
 ZALUnicodeString PathBelow(const ZALUnicodeString& folder, ZALUnicodeString entry)
 {
@@ -108,9 +90,7 @@ bool IsProduct(const ZALUnicodeString& path)
 int AskToOverwrite(const ZALListValZALUnicodeString& conflicts)
 {
     ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    auto* question =
-        new ZALDlgNotify(frame ? frame->GetApplicationDocument() : nullptr, "OverwriteNotify", ZALDlgNotifyYesNo);
-    const QuestionEnd end(question);
+    Question question(frame ? frame->GetApplicationDocument() : nullptr, "OverwriteNotify", ZALDlgNotifyYesNo);
 
     ZALUnicodeString list;
     for (int index = 1; index <= conflicts.Size() && index <= ListedConflicts; ++index) {
@@ -132,7 +112,7 @@ int AskToOverwrite(const ZALListValZALUnicodeString& conflicts)
     const ZALUnicodeString title =
         ZALMsgCatalog::BuildMessage(MessageCatalog, "OverwriteNotifyTitle", nullptr, 0, "Overwrite confirmation");
 
-    return question->DisplayBlocked(text, title);
+    return question.Ask(text, title);
 }
 
 } // namespace

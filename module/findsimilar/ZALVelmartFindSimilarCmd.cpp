@@ -1,6 +1,7 @@
 #include "findsimilar/ZALVelmartFindSimilarCmd.h"
 
 #include "VelmartBuildValues.h"
+#include "dialogs/Question.h"
 #include "dialogs/ZALVelmartFindSimilarUploadProgressDlg.h"
 #include "host/cad.h"
 #include "host/files.h"
@@ -36,17 +37,6 @@ ZALBaseUnknown* GetSelectedObject()
     return path->NextFatherElement();
 }
 
-/// The user's answer to `dialog`, which has ended after that, also when there is no memory to show it.
-int Ask(ZALDlgNotify* dialog, const ZALUnicodeString& message, const ZALUnicodeString& title)
-try {
-    const int answer = dialog->DisplayBlocked(message, title);
-    dialog->RequestDelayedDestruction();
-    return answer;
-} catch (const std::bad_alloc&) {
-    dialog->RequestDelayedDestruction();
-    throw;
-}
-
 /// Warns the user of the upload.
 bool IsUploadWanted()
 {
@@ -60,8 +50,7 @@ bool IsUploadWanted()
     if (!parent)
         return true;
 
-    return Ask(new ZALDlgNotify(parent, "UploadWarningPopup", ZALDlgNotifyWarningYesNo), message, title) !=
-           ZALDlgAnswerNo;
+    return Question(parent, "UploadWarningPopup", ZALDlgNotifyWarningYesNo).Ask(message, title) != ZALDlgAnswerNo;
 }
 
 /// The size of the file `path`. Fails when it cannot be told.
@@ -251,8 +240,8 @@ try {
         return;
 
     ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    Ask(new ZALDlgNotify(frame ? frame->GetMainWindow() : nullptr, "FileDownloadErrorNotify", ZALDlgNotifyError), text,
-        ZALUnicodeString());
+    Question(frame ? frame->GetMainWindow() : nullptr, "FileDownloadErrorNotify", ZALDlgNotifyError)
+        .Ask(text, ZALUnicodeString());
 } catch (const std::bad_alloc&) {
     // Nothing is told.
 }

@@ -1,11 +1,11 @@
 #include "insertion/DocumentInsertion.h"
 
+#include "dialogs/Question.h"
 #include "events/ZALVelmartIntegrationEventPublisher.h"
 #include "host/cad.h"
 #include "host/frame.h"
 #include "insertion/AutomationValues.h"
 #include "insertion/PanelAction.h"
-#include "insertion/Question.h"
 
 #include <new>
 

@@ -2,11 +2,11 @@
 
 #include "insertion/ZALVelmartMeridiaAccessAddinActionCmd.h"
 
+#include "dialogs/Question.h"
 #include "events/ZALVelmartIntegrationEventPublisher.h"
 #include "host/frame.h"
 #include "insertion/AutomationValues.h"
 #include "insertion/DocumentInsertion.h"
-#include "insertion/Question.h"
 
 #include <new>
 

@@ -1,5 +1,6 @@
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
 
+#include "dialogs/Question.h"
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
 #include "host/dialog_engine.h"
@@ -266,16 +267,8 @@ try {
         return;
 
     ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    auto* dialog =
-        new ZALDlgNotify(frame ? frame->GetMainWindow() : nullptr, "FileDownloadErrorNotify", ZALDlgNotifyError);
-
-    try {
-        dialog->DisplayBlocked(text, ZALUnicodeString());
-    } catch (const std::bad_alloc&) {
-        // It ends all the same.
-    }
-
-    dialog->RequestDelayedDestruction();
+    Question(frame ? frame->GetMainWindow() : nullptr, "FileDownloadErrorNotify", ZALDlgNotifyError)
+        .Ask(text, ZALUnicodeString());
 } catch (const std::bad_alloc&) {
     // Nothing can be shown, and what follows goes on.
 }
