@@ -1,7 +1,7 @@
 // The MD5 of a file: HashBenchmark FILE.
 
-#include "utilities/ZALVelmartIntegrationUtilities.h"
 #include "openhost/text/Utf.h"
+#include "utilities/ZALVelmartIntegrationUtilities.h"
 
 #include <chrono>
 #include <cstdio>
