@@ -91,12 +91,12 @@ TEST_F(ConflictCheck, TextsComeFromTheCatalogOfTheDownloader)
     WriteFile(Folder() / "installation/resources/msgcatalog/ZALVelmartFileDownloader.ZALNls",
               "OverwriteNotifyTitle = \"A title\";\n"
               "OverwriteNotifyMessage = \"A message\";\n"
-              "OverwriteNotifyRemaining = \"plus /P1 more\";\n");
+              "OverwriteNotifyRemaining = \"plus /P1 more /P2\";\n");
 
     Check(Existing(33));
 
     EXPECT_EQ(Asked().title, "A title");
-    EXPECT_EQ(Asked().text, "A message\n\n" + Listed(30) + "\nplus 3 more");
+    EXPECT_EQ(Asked().text, "A message\n\n" + Listed(30) + "\nplus 3 more /P2");
 }
 
 TEST_F(ConflictCheck, ConflictsStandInArchiveOrder)

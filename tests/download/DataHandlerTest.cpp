@@ -105,6 +105,7 @@ INSTANTIATE_TEST_SUITE_P(
                       DispositionCase{"BeyondAscii", "attachment; filename=\"écrou.zip\"", "écrou.zip"},
                       DispositionCase{"WithoutBlanks", "attachment;filename=a.zip", "a.zip"},
                       DispositionCase{"WithBlanksAround", "  attachment  ;   filename=a.zip   ", "a.zip"},
+                      DispositionCase{"BeginningWithALetterOfNoMeaning", "attachment; filename=xa.zip", "xa.zip"},
                       DispositionCase{"InCapitals", "ATTACHMENT; filename=a.zip", "a.zip"},
                       DispositionCase{"FirstOfTwo", "attachment; filename=a.zip; filename=b.zip", "a.zip"},
                       DispositionCase{"BehindTheExtendedForm", "attachment; filename*=UTF-8''b.zip; filename=a.zip",
@@ -122,6 +123,7 @@ INSTANTIATE_TEST_SUITE_P(
                       DispositionCase{"NotWhenEmpty", "attachment; filename=", nullptr},
                       DispositionCase{"NotWhenOnlyQuotes", "attachment; filename=\"\"", nullptr},
                       DispositionCase{"NotWithoutParameters", "attachment", nullptr},
+                      DispositionCase{"NotForALongerWord", "xattachment; filename=a.zip", nullptr},
                       DispositionCase{"NotFromAnEmptyValue", "", nullptr},
                       DispositionCase{"NotFromSemicolons", ";;;", nullptr}));
 
@@ -138,6 +140,10 @@ TEST_F(DataHandler, OnlyTheFirstDispositionCounts)
                            {"content-disposition", "inline"},
                            {"content-disposition", "attachment; filename=a.zip"}}),
               "VelmartDownloadedQ7Files");
+    EXPECT_EQ(FileNameFor({{"content-type", "application/octet-stream"},
+                           {"content-disposition", "attachment; filename=a.zip"},
+                           {"content-disposition", "attachment; filename=b.zip"}}),
+              "a.zip");
 }
 
 TEST_F(DataHandler, OnlyTheFirstContentTypeCounts)

@@ -27,6 +27,10 @@ public:
     {
         download.OnFileDownloaded(path);
     }
+    static HRESULT RequestNextFile(ZALVLIFullDownload& download, const ZALUnicodeString& url)
+    {
+        return download.RequestNextFile(url);
+    }
 };
 
 namespace openhost::testing {
@@ -203,6 +207,14 @@ TEST_F(FullDownload, TakesAnItemTwice)
 
 // ---------------------------------------------------------------------------------------------
 // Failures
+
+TEST_F(FullDownload, TellsWhetherARequestWasSent)
+{
+    FetchToTheEnd({});
+    EXPECT_EQ(DownloadProbe::RequestNextFile(*Download, FromUtf8(Address("a"))), S_OK);
+    Transport().RefuseNext();
+    EXPECT_EQ(DownloadProbe::RequestNextFile(*Download, FromUtf8(Address("b"))), E_FAIL);
+}
 
 TEST_F(FullDownload, WithoutItemsFailsInsideTheStart)
 {

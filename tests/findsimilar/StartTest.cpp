@@ -175,6 +175,9 @@ TEST_F(FindSimilarStart, TakesTheFirstOfSeveralObjects)
     ZALPathElement* second = PathTo(*root_);
     ZALFrmEditor::GetCurrentEditor()->GetCSO()->AddElement(second);
     second->Release();
+    // Somebody else's walk through the set has got to the second one.
+    ZALFrmEditor::GetCurrentEditor()->GetCSO()->InitElementList();
+    ZALFrmEditor::GetCurrentEditor()->GetCSO()->NextElement();
     StartUpload();
     EXPECT_EQ(Command::PartName(), "First");
     EXPECT_TRUE(Errors().empty());

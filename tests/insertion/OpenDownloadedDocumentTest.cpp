@@ -106,7 +106,7 @@ private:
 
 TEST_F(PartNumberConflict, IsToldWithThePartNumber)
 {
-    InstallCatalog("PartNumberConflict = \"/P1 is taken\";\n");
+    InstallCatalog("PartNumberConflict = \"/P1 is taken /P2\";\n");
     Target().names = {"NUT-4", "BOLT-12"};
     EXPECT_EQ(Check(), S_OK);
     ASSERT_EQ(Surface().Questions().size(), 1U);
@@ -114,7 +114,7 @@ TEST_F(PartNumberConflict, IsToldWithThePartNumber)
     EXPECT_EQ(question.name, "FileOpenInsertReplaceErrorNotify");
     EXPECT_EQ(question.style, 16384U);
     EXPECT_EQ(question.title, "");
-    EXPECT_EQ(question.text, "BOLT-12 is taken");
+    EXPECT_EQ(question.text, "BOLT-12 is taken /P2");
 }
 
 TEST_F(PartNumberConflict, HasADefaultText)
