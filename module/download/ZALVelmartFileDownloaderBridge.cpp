@@ -88,7 +88,7 @@ try {
     ZALVelmartIntegrationEventPublisher::DeliverMessage(stream.ToUTF8String());
     return S_OK;
 } catch (const std::bad_alloc&) {
-    NotifyDownloadError("");
+    NotifyLackOfMemory();
     return S_OK;
 }
 
@@ -100,10 +100,8 @@ void ZALVelmartFileDownloader::NotifyDownloadError(const ZALUnicodeString& text)
 }
 
 void ZALVelmartFileDownloader::NotifyLackOfMemory()
-try {
-    NotifyDownloadError("");
-} catch (const std::bad_alloc&) {
-    // Nobody can be told.
+{
+    EndDownload(ZALVelmartFileDownloadCompleteNotification(ZALVelmartFileDownloadCompleteNotification::DownloadFailed));
 }
 
 ZALInterfaceHandle<ZALVelmartFileDownloader> ZALVelmartFileDownloader::Held(const ZALBaseUnknown_WR& downloader)

@@ -140,6 +140,10 @@ TEST_F(DataHandler, OnlyTheFirstDispositionCounts)
                            {"content-disposition", "inline"},
                            {"content-disposition", "attachment; filename=a.zip"}}),
               "VelmartDownloadedQ7Files");
+}
+
+TEST_F(DataHandler, OnlyTheNameOfTheFirstDispositionCounts)
+{
     EXPECT_EQ(FileNameFor({{"content-type", "application/octet-stream"},
                            {"content-disposition", "attachment; filename=a.zip"},
                            {"content-disposition", "attachment; filename=b.zip"}}),

@@ -167,6 +167,22 @@ TEST_F(FindSimilarMemory, APageThatIsReadyEndsTheCommandOrStartsTheUpload)
     EXPECT_GT(uploads, 0);
 }
 
+TEST_F(FindSimilarMemory, AnUploadIsUnderWayOrHasFailed)
+{
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        EndAll();
+        Start();
+        const ZALUnicodeString file = FromUtf8(Command::TempFilePath());
+        const ZALUnicodeString url = UploadUrl;
+        HRESULT result = S_FALSE;
+        memory.During([&] { result = Command::Upload(file, url); });
+        EXPECT_EQ(result, Command::IsUploading() ? S_OK : E_FAIL);
+        Command::Running()->RequestDelayedDestruction();
+        Loop().RunUntilIdle();
+    });
+    EXPECT_GT(failures, 10);
+}
+
 TEST_F(FindSimilarMemory, AClosedPanelEndsTheCommandAndItsUpload)
 {
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {

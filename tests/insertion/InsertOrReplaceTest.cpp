@@ -248,15 +248,15 @@ TEST_F(InsertOrReplace, InsertNeedsNoProductInterfaceAndNoFather)
 
 TEST_F(InsertOrReplace, ReplaceAsksAsRequired)
 {
-    InstallCatalog("ReplaceAllPopUp.Title = \"Replace\";\nReplaceAllPopUp.Message = \"All?\";\n");
+    InstallCatalog("ReplaceAllPopUp.Title = \"Replace /P1\";\nReplaceAllPopUp.Message = \"All? /P1\";\n");
     Replace();
     ASSERT_EQ(Surface().Questions().size(), 1U);
     const ScriptedSurface::Question& question = Surface().Questions()[0];
     EXPECT_EQ(question.name, "ReplaceAllPopUp");
     EXPECT_EQ(question.style, 0x2800200U);
     EXPECT_EQ(question.parent, "ApplicationDocument");
-    EXPECT_EQ(question.title, "Replace");
-    EXPECT_EQ(question.text, "All?");
+    EXPECT_EQ(question.title, "Replace /P1");
+    EXPECT_EQ(question.text, "All? /P1");
 }
 
 TEST_F(InsertOrReplace, TheQuestionHasEmptyDefaults)

@@ -172,6 +172,8 @@ HRESULT RecordedSettings::SaveSettings(int mode)
 HRESULT RecordedSettings::GetDoNotRemindDownloadLocation(bool& value)
 {
     Note("get flag");
+    if (!gives)
+        return E_FAIL;
     value = flag;
     return S_OK;
 }
@@ -199,6 +201,8 @@ HRESULT RecordedSettings::SetDoNotRemindDownloadLocationLock(unsigned char)
 HRESULT RecordedSettings::GetDownloadLocation(ZALUnicodeString& value)
 {
     Note("get folder");
+    if (!gives)
+        return E_FAIL;
     value = FromUtf8(folder);
     return S_OK;
 }

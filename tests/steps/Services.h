@@ -36,6 +36,7 @@ public:
 
     bool flag = true;
     std::string folder = "/stored";
+    bool gives = true;        ///< otherwise both operations that read fail and give nothing
     HRESULT setResult = S_OK; ///< of both operations that set
     HRESULT stepOneResult = S_OK;
     HRESULT stepTwoResult = S_OK;

@@ -87,6 +87,16 @@ TEST_F(LocationDialogSteps, CompareWithWhatTheSettingsHoldAtOK)
                 ElementsAre("settings", "get flag", "set flag true", "get folder", "set folder /stored", "save 0"));
 }
 
+TEST_F(LocationDialogSteps, TakeAFlagThatCannotBeReadForOff)
+{
+    Settings().gives = false;
+    Open();
+    EXPECT_EQ(static_cast<const ZALDlgCheckButton*>(Surface().Find(Dialog, CheckButton))->GetState(), 0x80000);
+    Enter("/stored");
+    PushOK();
+    EXPECT_THAT(Calls(), ElementsAre("settings", "get flag", "get folder", "set folder /stored", "save 0"));
+}
+
 TEST_F(LocationDialogSteps, TellFoldersApartByTheirLetterCase)
 {
     Open();
@@ -351,6 +361,14 @@ TEST_F(OptionsSteps, ReadTheFlagAndThenTheFolderAtARefresh)
     Calls();
     addin->Refresh();
     EXPECT_THAT(Calls(), ElementsAre("get flag", "get folder"));
+}
+
+TEST_F(OptionsSteps, ShowAFlagThatCannotBeReadAsOff)
+{
+    OpenPage();
+    Settings().gives = false;
+    addin->Refresh();
+    EXPECT_EQ(static_cast<const ZALDlgCheckButton*>(Surface().Find(Options, CheckButton))->GetState(), 0x80000);
 }
 
 TEST_F(OptionsSteps, StoreEachChangeAndNothingElse)

@@ -1,5 +1,6 @@
 // What a rebuilt document says about itself.
 
+#include "openhost/objects/Traces.h"
 #include "tests/templates/TemplateFixture.h"
 
 #include <algorithm>
@@ -49,6 +50,21 @@ TEST_F(PropertyReport, CarriesTheThreeTextsOverInTheirOrder)
                             "Write target.root 1 = Bolt", "Write target.root 2 = A bolt", "Publisher target.root 1",
                             "Children target.publisher: ZALICkeParm"));
     EXPECT_THAT(Reports(), IsEmpty());
+}
+
+TEST_F(PropertyReport, TracesAPropertyBetweenItsMakingAndItsPlace)
+{
+    Session.AddParameter(source, "finish", "zinc");
+    RedirectTraces([this](std::string_view, std::string_view text) {
+        Session.calls.push_back("Trace" + std::string(text.substr(text.rfind(' '))));
+    });
+    Report({{"added", "1"}});
+    std::erase_if(Session.calls, [](const std::string& call) {
+        return !call.starts_with("Create") && !call.starts_with("Trace") && !call.starts_with("Append");
+    });
+    EXPECT_THAT(Session.calls, ElementsAre("Create added = 1 in target.features", "Trace 1\n",
+                                           "Append target.publisher: added", "Create finish = zinc in target.features",
+                                           "Trace zinc\n", "Append target.publisher: finish"));
 }
 
 TEST_F(PropertyReport, GivesTheResultOfTheThirdText)
