@@ -1,6 +1,7 @@
 #include "openhost/cad/Automation.h"
 
 #include <algorithm>
+#include <memory>
 
 struct ZALVariantArray {
     std::vector<ZALUnicodeString> texts;
@@ -57,10 +58,10 @@ void ZALFreeString(ZALBSTR text)
 
 HRESULT BuildSafeArrayVariant(const ZALListValZALUnicodeString& texts, ZALVariant& variant)
 {
-    auto* array = new ZALVariantArray;
+    auto array = std::make_unique<ZALVariantArray>();
     for (int index = 1; index <= texts.Size(); ++index)
         array->texts.push_back(texts[index]);
-    variant.array = array;
+    variant.array = array.release();
     ++openhost::livingArrays;
     return S_OK;
 }

@@ -83,7 +83,8 @@ void ZALStateCommandRun::LeaveEngine()
 
 ZALDialogState* ZALStateCommandRun::AddState(const ZALString& name)
 {
-    return states.emplace_back(new ZALDialogState(command, name)).get();
+    std::unique_ptr<ZALDialogState> state(new ZALDialogState(command, name));
+    return states.emplace_back(std::move(state)).get();
 }
 
 // ---------------------------------------------------------------------------------------------
