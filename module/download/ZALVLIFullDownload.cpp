@@ -64,7 +64,8 @@ void ZALVLIFullDownload::OnFileDownloaded(const ZALUnicodeString& path)
 try {
     const int status = HttpRequest ? HttpRequest->GetStatus() : ZALHttpStatusFailed;
     // A copy, because `path` may end with the request.
-    const ZALUnicodeString file = path;
+    ZALUnicodeString file;
+    file = path;
     HttpRequest = {};
 
     if (status == ZALHttpStatusFailed) {
