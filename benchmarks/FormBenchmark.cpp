@@ -4,7 +4,7 @@
 #include "host/http.h"
 #include "openhost/http/CurlTransport.h"
 #include "openhost/loop/UvEventLoop.h"
-#include "openhost/objects/FreedMemory.h"
+#include "openhost/play/FreedMemory.h"
 #include "web/FormData.h"
 #include "web/ZALVliHttpUtils.h"
 

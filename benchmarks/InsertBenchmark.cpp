@@ -3,7 +3,7 @@
 // already, and of one that each insertion loads.
 
 #include "benchmarks/Measure.h"
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/files/TemporaryFolder.h"
 
 #include "host/cad.h"
@@ -50,14 +50,14 @@ struct Insertion {
     }
 };
 
-/// One session: opens `product` and inserts `files` one by one.
+/// One workspace: opens `product` and inserts `files` one by one.
 void Run(const std::filesystem::path& product, const Files& files, Insertion& times)
 {
-    auto owned = std::make_unique<openhost::CadSession>();
-    openhost::CadSession& session = *owned;
+    auto owned = std::make_unique<openhost::CadWorkspace>();
+    openhost::CadWorkspace& workspace = *owned;
     openhost::CadServices::Install(std::move(owned));
     ZALBaseUnknown* found = nullptr;
-    session.Open(product).Root()->QueryInterface(ZALIAProducts::ClassName(), &found);
+    workspace.Open(product).Root()->QueryInterface(ZALIAProducts::ClassName(), &found);
     auto* components = static_cast<ZALIAProducts*>(found);
     for (int number = 1; number <= Insertions; ++number) {
         const double time = Insert(*components, files[static_cast<std::size_t>(number) % files.size()]);

@@ -3,7 +3,7 @@
 // templates searches once a distinct part, and each search looks at the files one by one.
 
 #include "benchmarks/Measure.h"
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/files/TemporaryFolder.h"
 
 #include "templates/ApplyTemplates.h"
@@ -54,7 +54,7 @@ int main(int argc, char** argv)
     for (int number = 1; number <= count; ++number)
         sources.Append(ZALUnicodeString((folder.Path() / ("part" + std::to_string(number) + ".ZALPart")).c_str()));
 
-    auto owned = std::make_unique<openhost::CadSession>();
+    auto owned = std::make_unique<openhost::CadWorkspace>();
     openhost::LoadedDocument& document = owned->Open(path);
     openhost::CadServices::Install(std::move(owned));
     std::vector<double> times;

@@ -10,7 +10,7 @@
 
 #include "benchmarks/Assembly.h"
 #include "benchmarks/Measure.h"
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/geometry/ShapeGeometry.h"
 
@@ -57,7 +57,7 @@ double Walk(const openhost::LoadedDocument& product, const Assembly& assembly)
 {
     double sum = 0;
     std::size_t names = 0;
-    for (const openhost::SessionProduct* child : product.Children()) {
+    for (const openhost::WorkspaceProduct* child : product.Children()) {
         sum += child->GetPlacement()[3];
         names += child->Name().size();
         Require(child->Reference() != nullptr, "a part is missing");
@@ -127,28 +127,28 @@ int main(int argc, char** argv)
         double ours = 0;
         double theirs = 0;
         {
-            openhost::CadSession session;
-            times.Measure("open", [&] { ours = Walk(session.Open(product), assembly); });
+            openhost::CadWorkspace workspace;
+            times.Measure("open", [&] { ours = Walk(workspace.Open(product), assembly); });
         }
         {
-            openhost::CadSession session;
+            openhost::CadWorkspace workspace;
             times.Measure("open_all", [&] {
-                openhost::LoadedDocument& opened = session.Open(product);
+                openhost::LoadedDocument& opened = workspace.Open(product);
                 Walk(opened, assembly);
                 DecodeAll(opened);
             });
 
             const openhost::TemporaryFolder target;
-            openhost::LoadedDocument& opened = *session.Active();
+            openhost::LoadedDocument& opened = *workspace.Active();
             times.Measure("save_all", [&] {
                 for (int part = 0; part < Parts; ++part)
-                    session.SaveAs(*opened.Children()[static_cast<std::size_t>(part)]->Reference(),
-                                   target.Path() / (PartName(part) + ".ZALPart"));
-                session.SaveAs(opened, target.Path() / "product.ZALProduct");
+                    workspace.SaveAs(*opened.Children()[static_cast<std::size_t>(part)]->Reference(),
+                                     target.Path() / (PartName(part) + ".ZALPart"));
+                workspace.SaveAs(opened, target.Path() / "product.ZALProduct");
             });
 
-            session.AddComponents(*opened.Root(), {target.Path() / "part0.ZALPart"});
-            times.Measure("save", [&] { session.Save(opened); });
+            workspace.AddComponents(*opened.Root(), {target.Path() / "part0.ZALPart"});
+            times.Measure("save", [&] { workspace.Save(opened); });
         }
         {
             Handle(TDocStd_Document) opened;

@@ -2,7 +2,7 @@
 
 #include "benchmarks/Measure.h"
 #include "catalogue/shapes/ShapeIndex.h"
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/TessellatingLvrWriter.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/frame/Frame.h"
@@ -36,9 +36,9 @@ void WriteShape(const char* part)
 {
     const TemporaryFolder folder;
     ConfigureFrame({});
-    auto session = std::make_unique<CadSession>();
-    LoadedDocument& document = session->Open(part);
-    CadServices::Install(std::move(session));
+    auto workspace = std::make_unique<CadWorkspace>();
+    LoadedDocument& document = workspace->Open(part);
+    CadServices::Install(std::move(workspace));
     LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(std::make_shared<GeometryProcess>()));
     const std::string light = folder.Path() / "shape.lvr";
     const std::string stl = folder.Path() / "shape.stl";

@@ -13,8 +13,8 @@
 
 #include "benchmarks/Assembly.h"
 #include "benchmarks/Measure.h"
-#include "openhost/cad/ApartSolidKernel.h"
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
+#include "openhost/cad/ProcessSolidKernel.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/geometry/ShapeGeometry.h"
 
@@ -250,18 +250,18 @@ int main(int argc, char** argv)
     const int turns = std::max(1, argc > 3 ? std::atoi(argv[3]) : 5);
 
     openhost::SolidKernel::Install(
-        std::make_unique<openhost::ApartSolidKernel>(std::make_shared<openhost::GeometryProcess>()));
+        std::make_unique<openhost::ProcessSolidKernel>(std::make_shared<openhost::GeometryProcess>()));
     Ours ours(assembly);
     Peer peer(assembly);
     Times times;
     for (int turn = 0; turn <= turns; ++turn) {
         {
             const openhost::TemporaryFolder target;
-            auto owned = std::make_unique<openhost::CadSession>();
-            const openhost::CadSession& session = *owned;
+            auto owned = std::make_unique<openhost::CadWorkspace>();
+            const openhost::CadWorkspace& workspace = *owned;
             openhost::CadServices::Install(std::move(owned));
             times.Measure("template", [&] { ours.Run(target.Path()); });
-            Require(session.LoadedDocuments() == 0, "documents have been left open");
+            Require(workspace.LoadedDocuments() == 0, "documents have been left open");
             openhost::CadServices::Install(nullptr);
             ours.Check(target.Path());
         }

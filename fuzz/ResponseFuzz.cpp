@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     handler->OnComplete(nullptr);
     handler->Release();
 
-    // The folder of the session holds the folder of temporary files and the user's folder, which stays empty.
+    // The folder of the workspace holds the folder of temporary files and the user's folder, which stays empty.
     namespace fs = std::filesystem;
     if (std::distance(fs::directory_iterator(host.Folder()), {}) != 2 || !fs::is_empty(host.Parts()))
         std::abort();

@@ -4,7 +4,7 @@
 //   #/categories/NAME   one category        #/shapes/QUERY   items like a shape
 
 import {fetchItems, fetchRequest, searchShapes} from "./service.js";
-import {session} from "./session.js";
+import {host} from "./host.js";
 import {addressOfCategory, makeCategories, makeItem, makeList, makeResults, makeTrouble, makeWait} from "./views.js";
 
 const content = document.getElementById("content");
@@ -76,7 +76,7 @@ function showItem(id) {
         show(makeTrouble("No such item", "The catalogue does not have this.", () => { location.hash = listAddress; }));
         return;
     }
-    show(makeItem(item, session, {address: listAddress, label: listLabel}, (action) => act(action, item)));
+    show(makeItem(item, host, {address: listAddress, label: listLabel}, (action) => act(action, item)));
 }
 
 async function showShapes(query, view) {
@@ -121,10 +121,10 @@ async function showRoute(moveFocus) {
 // What the user does
 
 const Done = {
-    open: "The session opens the item. Follow the progress there.",
-    download: "The session downloads the item. Follow the progress there.",
-    insert: "Now select the product in the session into which the item goes.",
-    replace: "Now select the component in the session that the item replaces.",
+    open: "The application opens the item. Follow the progress there.",
+    download: "The application downloads the item. Follow the progress there.",
+    insert: "Now select the product in the application into which the item goes.",
+    replace: "Now select the component in the application that the item replaces.",
 };
 
 function setStatus(state, text) {
@@ -142,9 +142,9 @@ async function act(action, item) {
     const view = shown;
     setStatus("working", "Downloading the description of the item…");
     let state = "failed";
-    let text = "The session did not take the item.";
+    let text = "The application did not take the item.";
     try {
-        if (session.send(`velmart_${action}`, await fetchRequest(item.id))) {
+        if (host.send(`velmart_${action}`, await fetchRequest(item.id))) {
             state = "done";
             text = Done[action];
         }
@@ -173,7 +173,7 @@ queryField.addEventListener("input", () => {
 addEventListener("hashchange", () => showRoute(document.activeElement !== queryField));
 
 // ---------------------------------------------------------------------------------------------
-// What the session does
+// What the application does
 
 /// The programming interface of the page: sendMessage("search", {query}) shows the items like an uploaded shape.
 window.OpApi = Object.freeze({
@@ -204,10 +204,10 @@ function readParameter(name) {
     return null;
 }
 
-session.listen(() => {
+host.listen(() => {
     const connection = document.getElementById("connection");
     connection.dataset.state = "connected";
-    connection.textContent = "Connected to the session";
+    connection.textContent = "Connected to the application";
     if (items && readRoute().view === "item")
         showRoute(false);
 });

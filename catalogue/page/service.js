@@ -66,7 +66,7 @@ export async function fetchItems() {
     return items;
 }
 
-/// What the session needs for the item `id`.
+/// What the application needs for the item `id`.
 export async function fetchRequest(id) {
     const request = await fetchJson(`/items/${encodeURIComponent(id)}`);
     if (!isObject(request) || !isObject(request.attributes))

@@ -94,12 +94,12 @@ const Actions = [
 ];
 
 /// `back` is {address, label}; `act` is called with the name of the button that was pressed.
-export function makeItem(item, session, back, act) {
-    const buttons = Actions.filter(({needsProduct}) => !needsProduct || session.context !== "DocChooser")
+export function makeItem(item, host, back, act) {
+    const buttons = Actions.filter(({needsProduct}) => !needsProduct || host.context !== "DocChooser")
         .map(({name, label}, index) => {
             const button = make("button", {id: name, type: "button", class: index === 0 ? "first" : null,
-                                           disabled: !session.connected,
-                                           "aria-describedby": session.connected ? "status" : "unconnected"}, label);
+                                           disabled: !host.connected,
+                                           "aria-describedby": host.connected ? "status" : "unconnected"}, label);
             button.addEventListener("click", () => act(name));
             return button;
         });
@@ -110,10 +110,10 @@ export function makeItem(item, session, back, act) {
         make("p", {class: "description"}, item.description),
         make("figure", {class: "picture"}, makePicture(item.id, `Picture of ${item.title}`)),
         make("div", {class: "actions", role: "group", "aria-label": "What to do with the item"}, ...buttons),
-        session.connected ? null : make("p", {class: "note", id: "unconnected"},
-            "The page is not connected to a CAD session. Open it in the application’s panel to use the buttons."),
+        host.connected ? null : make("p", {class: "note", id: "unconnected"},
+            "The page is not connected to a CAD application. Open it in the application’s panel to use the buttons."),
         make("p", {class: "status", id: "status", role: "status"}),
-        session.connected || !file ? null
+        host.connected || !file ? null
             : make("p", {}, make("a", {id: "file", href: file, download: item.file}, `Download ${item.file}`)),
         makeTable(item),
     ].filter((element) => element !== null);

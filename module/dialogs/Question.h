@@ -19,7 +19,7 @@ public:
         try {
             dialog_->RequestDelayedDestruction();
         } catch (const std::bad_alloc&) {
-            // It ends with its parent, or with the session.
+            // It ends with its parent, or with the run.
         }
     }
     /// Shows it and returns when the user has answered.

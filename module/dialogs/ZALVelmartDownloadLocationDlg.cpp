@@ -42,7 +42,7 @@ void Save(ZALIVelmartIntegrationSettingAtt& settings)
 try {
     settings.SaveSettings(0);
 } catch (const std::bad_alloc&) {
-    // As when saving fails: the values hold for this session.
+    // As when saving fails: the values hold for this run.
 }
 
 /// Writes what differs from the two values, and saves once when something was written, whether or not the settings

@@ -127,7 +127,7 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALVelmartFindSimilarCmd(
 
     BuildVelmartURL();
 
-    // Without a panel the command stays as it is until the session ends, and the next one meets it. That is meant.
+    // Without a panel the command stays as it is until the run ends, and the next one meets it. That is meant.
     const ZALIMeridiaAccessDialog_var panel = ZALMeridiaAccessServices::GetOrCreateMeridiaAccessDialog();
     if (!panel)
         return;
@@ -255,7 +255,7 @@ try {
 
     ZALCommand::RequestDelayedDestruction();
 } catch (const std::bad_alloc&) {
-    // The command then ends when it is asked again, at the latest with the session.
+    // The command then ends when it is asked again, at the latest with the run.
 }
 
 ZALVelmartFindSimilarCmd::~ZALVelmartFindSimilarCmd()

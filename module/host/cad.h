@@ -54,8 +54,8 @@ using ZALIPointedSymbols_var = ZALInterfaceHandle<ZALIPointedSymbols>;
 // ---------------------------------------------------------------------------------------------
 // Product structure
 //
-// A product stands in the session as an instance below its father and refers to a reference product, which is what its
-// document holds. Objects offer the interfaces below by query.
+// A product stands in the workspace as an instance below its father and refers to a reference product, which is what
+// its document holds. Objects offer the interfaces below by query.
 
 /// A product: an instance, or the root of a document.
 class ZALIProduct : public ZALBaseUnknown {
@@ -184,14 +184,14 @@ struct ZALVariant {
 HRESULT BuildSafeArrayVariant(const ZALListValZALUnicodeString& texts, ZALVariant& variant);
 void FreeVariantSafeArray(ZALVariant& variant);
 
-/// A document in the session.
+/// A document in the workspace.
 class ZALIADocument : public ZALBaseUnknown {
 public:
     ZALIADocument();
     ~ZALIADocument() override;
 };
 
-/// The documents of the session.
+/// The documents of the workspace.
 class ZALIADocuments : public ZALBaseUnknown {
 public:
     ZALIADocuments();
@@ -233,7 +233,7 @@ public:
     /// Adds one component for each file of the array `files`, at the origin. `method` "*" takes any kind of document.
     /// Nothing is added on failure.
     virtual HRESULT AddComponentsFromFiles(const ZALVariant& files, ZALBSTR method) = 0;
-    /// Adds one component that refers to the product `reference` of a document in the session, at the origin.
+    /// Adds one component that refers to the product `reference` of a document in the workspace, at the origin.
     /// `instance` carries a reference. Nothing is added, and `instance` is null, on failure.
     virtual HRESULT AddComponent(ZALIAProduct* reference, ZALIAProduct** instance) = 0;
     /// Puts the document `file` in the place of `component`, and of each other of these components that refers to the
@@ -248,9 +248,9 @@ public:
 using ZALIAProducts_var = ZALInterfaceHandle<ZALIAProducts>;
 
 // ---------------------------------------------------------------------------------------------
-// Documents in the session and part numbers
+// Documents in the workspace and part numbers
 
-/// A document that the session has loaded. Its content is reached by queries: ZALInit (part_features.h),
+/// A document that the workspace has loaded. Its content is reached by queries: ZALInit (part_features.h),
 /// ZALIPersistentCamera (part_features.h).
 class ZALDocument : public ZALBaseUnknown {
 public:
@@ -264,19 +264,19 @@ public:
     virtual ZALUnicodeString StorageName() = 0;
 };
 
-/// Services on the documents of the session. The life of one that a program opens, in order:
+/// Services on the documents of the workspace. The life of one that a program opens, in order:
 ///   1. Open, then AddRefForLock.
 ///   2. It is read and changed in memory; SaveAs or SaveAsNew write it.
 ///   3. ReleaseForLock, then Remove.
 class ZALDocumentServices {
 public:
-    /// Gives the document of `path` without a window; one that is loaded already is given as it is. The session holds
+    /// Gives the document of `path` without a window; one that is loaded already is given as it is. The workspace holds
     /// it until Remove; no reference is added. `mode` is 0. Fails, with a null `document`, for a file that is none.
     static HRESULT Open(const ZALUnicodeString& path, ZALDocument*& document, int mode);
     /// Writes `document` to the file `path`, which is its file from then on; the file of before stays as it is. The
     /// document keeps its identity: a later version of what it was. `format` is empty for the document's own; `mode` 1
     /// writes this document alone, not those that it refers to. Fails, and the document keeps its file, when `path`
-    /// cannot be written or is the file of another document of the session.
+    /// cannot be written or is the file of another document of the workspace.
     static HRESULT SaveAs(ZALDocument* document, const ZALUnicodeString& path, const ZALUnicodeString& format,
                           int mode);
     /// The same as a new document: it gets an identity of its own, so that nothing takes it for a version of what it

@@ -14,7 +14,7 @@ enum ZALCommandMode : int {
 };
 
 /// A command. One that the host has started by name belongs to the host and ends by RequestDelayedDestruction, at the
-/// latest with the session; any other is released by its owner.
+/// latest with the run; any other is released by its owner.
 class ZALCommand : public ZALEventSubscriber {
 public:
     ZALCommand(const ZALString& name, ZALCommandMode mode);
@@ -87,7 +87,7 @@ inline constexpr int ZALAgentTakesOneElement = 0x821000;
 
 class ZALDialogFilter;
 
-/// An input that is an element of the session, picked by the user.
+/// An input that is an element of the workspace, picked by the user.
 class ZALPathElementAgent : public ZALDialogAgent {
 public:
     ZALPathElementAgent(const ZALString& name, ZALClassId elementType = nullptr, int behavior = 0);
@@ -237,7 +237,7 @@ public:
 class ZALRecord {
 public:
     virtual ~ZALRecord();
-    /// The recorder, or null when the session has none.
+    /// The recorder, or null when the run has none.
     static ZALRecord* GetMain();
     virtual bool IsCapture() const = 0;
     virtual bool IsReplay() const = 0;

@@ -7,7 +7,7 @@
 //   3. The user's actions arrive as notifications that the control dispatches on itself.
 //   4. RequestDelayedDestruction; the object ends between two events, never inside the call.
 // A question whose parent ends inside its DisplayBlocked is answered as closed, and lives on until its own
-// RequestDelayedDestruction, or until the session ends.
+// RequestDelayedDestruction, or until the run ends.
 // What has ended, also with its parent, is not shown any more and takes no input; whoever holds a reference on a window
 // may still call it and what it holds.
 #pragma once

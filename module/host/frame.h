@@ -6,7 +6,7 @@
 
 #include <vector>
 
-/// The frame of the application. A session without windows has none.
+/// The frame of the application. A run without windows has none.
 class ZALApplicationFrame : public ZALEventSubscriber {
 public:
     ZALApplicationFrame();
@@ -30,7 +30,7 @@ public:
     ~ZALCSO() override;
     /// Begins a walk through the elements, in the order in which they were added.
     void InitElementList();
-    /// The next element of the walk, a ZALPathElement where it stands for an object of the session; null behind the
+    /// The next element of the walk, a ZALPathElement where it stands for an object of the workspace; null behind the
     /// last one. No reference is added.
     ZALBaseUnknown* NextElement();
     /// The host's operations: appends `element` with a reference to it; takes all elements out.

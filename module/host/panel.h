@@ -25,7 +25,7 @@ public:
 
 using ZALIMeridiaAccessDialog_var = ZALInterfaceHandle<ZALIMeridiaAccessDialog>;
 
-/// Services on the panel of the session. When the user closes the panel, ZALDlgWindCloseNotification is dispatched on
+/// Services on the panel. When the user closes the panel, ZALDlgWindCloseNotification is dispatched on
 /// the event publisher, and then the panel ends with its addins.
 class ZALMeridiaAccessServices {
 public:

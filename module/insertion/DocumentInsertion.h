@@ -1,4 +1,4 @@
-// What is done to the CAD session once the files of a download are there.
+// What is done to the workspace once the files of a download are there.
 #pragma once
 
 #include "host/text.h"
@@ -7,7 +7,7 @@
 /// is not the one of products. S_OK for every other `action`.
 HRESULT CheckInsertReplaceContext(std::int32_t action);
 
-/// Opens the first of `paths` in the session and tells the other component that all of them were put to use, in the
+/// Opens the first of `paths` in the workspace and tells the other component that all of them were put to use, in the
 /// document environment `docEnvId`, whatever has become of the opening. The result of the host's open; E_FAIL, and
 /// nothing told, for an empty list and without a collection of documents.
 HRESULT OpenDownloadedDocument(const ZALListValZALUnicodeString& paths, const ZALUnicodeString& docEnvId);

@@ -12,7 +12,7 @@ class ZALVelmartFileDownloader;
 /// Belongs to the host's dialog engine from its construction on, which runs it and releases it. Ended by the host while
 /// a download runs, it leaves the download alone, and the files are not inserted.
 ///
-/// Sources: the graph and the download in ZALVelmartMeridiaAccessAddinActionCmd.cpp, what is done to the session in
+/// Sources: the graph and the download in ZALVelmartMeridiaAccessAddinActionCmd.cpp, what is done to the workspace in
 /// ZALVelmartMeridiaAccessAddinActionCmdOperation.cpp.
 class ZALVelmartMeridiaAccessAddinActionCmd : public ZALStateCommand {
 public:

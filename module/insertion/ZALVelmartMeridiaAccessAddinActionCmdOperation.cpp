@@ -1,4 +1,4 @@
-// What the command does to the session once target and files are there.
+// What the command does to the workspace once target and files are there.
 
 #include "insertion/ZALVelmartMeridiaAccessAddinActionCmd.h"
 
@@ -56,7 +56,7 @@ try {
     return ZALVariantTrue;
 }
 
-/// What a replacement asks the session for. Held until the end of the transaction has been told.
+/// What a replacement asks the workspace for. Held until the end of the transaction has been told.
 struct Replacement {
     ZALIProduct_var product;
     ZALIProduct_var father;

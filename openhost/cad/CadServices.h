@@ -7,7 +7,7 @@
 
 namespace openhost {
 
-/// Port of the CAD services. Backend: CadSession. Objects that a backend gave may outlive it, but know nothing any
+/// Port of the CAD services. Backend: CadWorkspace. Objects that a backend gave may outlive it, but know nothing any
 /// more.
 class CadServices : public Port<CadServices> {
 public:

@@ -1,6 +1,6 @@
 #include "openhost/cad/FeatureContainer.h"
 
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/SolidKernel.h"
 #include "openhost/objects/MetaClassOperations.h"
 
@@ -89,7 +89,7 @@ std::vector<PartFeature*> FeatureContainer::FindResults(const std::vector<PartFe
     std::vector<PartFeature*> found;
     for (PartFeature* feature : features) {
         if (feature->Container() != this)
-            throw CadSessionError(feature->Name() + ": the feature stands in another container");
+            throw CadWorkspaceError(feature->Name() + ": the feature stands in another container");
         std::vector<PartFeature*> results;
         feature->CollectResults(results);
         std::ranges::copy_if(results, std::back_inserter(found),
@@ -108,7 +108,7 @@ FeatureContainer* FeatureContainer::Extract(const std::vector<PartFeature*>& res
     auto extracted = ZALInterfaceHandle<FeatureContainer>::Take(new FeatureContainer(nullptr));
     for (const PartFeature* result : results) {
         if (result->Kind() != FeatureKind::Result || result->Container() != this)
-            throw CadSessionError(result->Name() + ": only results of the container can be extracted");
+            throw CadWorkspaceError(result->Name() + ": only results of the container can be extracted");
         auto* copy = new PartFeature(FeatureKind::Result, result->Name());
         extracted->Append(copy);
         copy->SetGeometry(result->Geometry());
@@ -121,7 +121,7 @@ std::vector<PartFeature*> FeatureContainer::Paste(const std::vector<PartFeature*
                                                   const std::vector<PartFeature*>& targets)
 {
     if (!document_ || !Part())
-        throw CadSessionError("results can be pasted into the container of a part only");
+        throw CadWorkspaceError("results can be pasted into the container of a part only");
     std::vector<PreparedResult> prepared;
     std::size_t newTools = 0;
     for (PartFeature* target : targets) {
@@ -130,7 +130,7 @@ std::vector<PartFeature*> FeatureContainer::Paste(const std::vector<PartFeature*
         bool isFull = target->Child() || std::ranges::find(prepared, target, &PreparedResult::target) != prepared.end();
         for (const PartFeature* result : results) {
             if (result->Kind() != FeatureKind::Result || !result->Container() || result->Container()->Document())
-                throw CadSessionError(result->Name() + ": only what is extracted can be pasted");
+                throw CadWorkspaceError(result->Name() + ": only what is extracted can be pasted");
             const bool inNewTool = target->Kind() == FeatureKind::Part;
             if (!inNewTool && (target->Kind() != FeatureKind::Tool || isFull))
                 continue;
@@ -140,7 +140,7 @@ std::vector<PartFeature*> FeatureContainer::Paste(const std::vector<PartFeature*
         }
     }
     if (Part()->Children().size() + newTools > MaximumOtherTools + 1)
-        throw CadSessionError(Part()->Name() + ": the part would have too many tools");
+        throw CadWorkspaceError(Part()->Name() + ": the part would have too many tools");
 
     std::vector<PartFeature*> copies;
     for (PreparedResult& result : prepared) {
@@ -152,19 +152,19 @@ std::vector<PartFeature*> FeatureContainer::Paste(const std::vector<PartFeature*
         copies.push_back(AppendResult(*tool, result.name, std::move(result.geometry)));
     }
     if (!copies.empty())
-        document_->Session()->Change(*document_, [](CadDocument&) {});
+        document_->Workspace()->Change(*document_, [](CadDocument&) {});
     return copies;
 }
 
 void FeatureContainer::SetWorkingTool(const PartFeature& tool)
 {
     if (tool.Kind() != FeatureKind::Tool || tool.Container() != this || !document_)
-        throw CadSessionError(tool.Name() + ": only a tool of the part can be worked in");
+        throw CadWorkspaceError(tool.Name() + ": only a tool of the part can be worked in");
     const auto& tools = tool.Father()->Children();
     const auto position = static_cast<std::uint32_t>(std::ranges::find(tools, &tool) - tools.begin());
     if (position != document_->Contents().features.workingTool)
-        document_->Session()->Change(*document_,
-                                     [&](CadDocument& contents) { contents.features.workingTool = position; });
+        document_->Workspace()->Change(*document_,
+                                       [&](CadDocument& contents) { contents.features.workingTool = position; });
 }
 
 } // namespace openhost

@@ -9,7 +9,7 @@ namespace openhost {
 
 class LoadedDocument;
 
-/// Operations throw CadSessionError, CompoundFileError or SolidKernelError and then change nothing.
+/// Operations throw CadWorkspaceError, CompoundFileError or SolidKernelError and then change nothing.
 class FeatureContainer : public ZALBaseUnknown {
 public:
     /// An empty container; `document` is null for one that stands in none.

@@ -1,4 +1,4 @@
-// The border between operations of the session, which throw, and those of the host view, which give codes.
+// The border between operations of the workspace, which throw, and those of the host view, which give codes.
 #pragma once
 
 #include "host/object_model.h"

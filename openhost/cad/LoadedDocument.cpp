@@ -1,6 +1,6 @@
 #include "openhost/cad/LoadedDocument.h"
 
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/FeatureContainer.h"
 #include "openhost/objects/MetaClassOperations.h"
 #include "openhost/text/Utf.h"
@@ -11,9 +11,9 @@ namespace openhost {
 
 OPENHOST_META_CLASS(LoadedDocument, ZALBaseUnknown)
 
-LoadedDocument::LoadedDocument(CadSession& session, std::filesystem::path path, CadDocument contents)
-    : session_(&session), path_(std::move(path)), contents_(std::move(contents)),
-      root_(new SessionProduct(*this, this, contents_.partNumber, IdentityPlacement, true))
+LoadedDocument::LoadedDocument(CadWorkspace& workspace, std::filesystem::path path, CadDocument contents)
+    : workspace_(&workspace), path_(std::move(path)), contents_(std::move(contents)),
+      root_(new WorkspaceProduct(*this, this, contents_.partNumber, IdentityPlacement, true))
 {
     stored_.push_back(contents_.geometry.has_value());
     contents_.geometry.reset();
@@ -30,7 +30,7 @@ LoadedDocument::~LoadedDocument()
 
 FeatureContainer* LoadedDocument::Features()
 {
-    if (features_ || !session_)
+    if (features_ || !workspace_)
         return features_;
     features_ = new FeatureContainer(this);
     if (Kind() == DocumentKind::Product)
@@ -72,8 +72,8 @@ HRESULT LoadedDocument::ReleaseForLock(int)
     if (locks_ == 0)
         return E_FAIL;
     --locks_;
-    if (session_)
-        session_->UnloadUnused(*this);
+    if (workspace_)
+        workspace_->UnloadUnused(*this);
     return S_OK;
 }
 

@@ -1,8 +1,8 @@
-// A document that the session has loaded.
+// A document that the workspace has loaded.
 #pragma once
 
 #include "host/cad.h"
-#include "openhost/cad/SessionProduct.h"
+#include "openhost/cad/WorkspaceProduct.h"
 #include "openhost/documents/CadDocument.h"
 
 #include <cstddef>
@@ -14,17 +14,17 @@
 
 namespace openhost {
 
-class CadSession;
+class CadWorkspace;
 class FeatureContainer;
 
-/// Changed by CadSession alone. Geometry stays in the file until somebody asks a feature for it.
+/// Changed by CadWorkspace alone. Geometry stays in the file until somebody asks a feature for it.
 class LoadedDocument : public ZALDocument {
 public:
-    LoadedDocument(CadSession& session, std::filesystem::path path, CadDocument contents);
+    LoadedDocument(CadWorkspace& workspace, std::filesystem::path path, CadDocument contents);
     ~LoadedDocument() override;
 
-    /// The session that has the document loaded; null once it has let go of it.
-    CadSession* Session() const { return session_; }
+    /// The workspace that has the document loaded; null once it has let go of it.
+    CadWorkspace* Workspace() const { return workspace_; }
     const std::filesystem::path& Path() const { return path_; }
     DocumentKind Kind() const { return contents_.kind; }
     const std::string& PartNumber() const { return contents_.partNumber; }
@@ -32,16 +32,16 @@ public:
     bool HasGeometry() const { return stored_.front(); }
     /// Everything but what stands in children, links and features.
     const CadDocument& Contents() const { return contents_; }
-    /// The root container; null once the session has let go of the document.
+    /// The root container; null once the workspace has let go of the document.
     FeatureContainer* Features();
     /// Whether the document differs from its file.
     bool IsDirty() const { return dirty_; }
     /// Whether the document has a window of its own; otherwise programs or others that refer to it hold it.
     bool IsOpen() const { return open_; }
-    /// Null once the session has let go of the document.
-    SessionProduct* Root() const { return root_; }
+    /// Null once the workspace has let go of the document.
+    WorkspaceProduct* Root() const { return root_; }
     /// In the order of the file.
-    const std::vector<SessionProduct*>& Children() const { return children_; }
+    const std::vector<WorkspaceProduct*>& Children() const { return children_; }
 
     HRESULT AddRefForLock() override;
     HRESULT ReleaseForLock(int mode) override;
@@ -55,10 +55,10 @@ public:
     int IsAKindOf(const char* className) const override;
 
 private:
-    friend class CadSession;
+    friend class CadWorkspace;
     void EndFeatures();
 
-    CadSession* session_;
+    CadWorkspace* workspace_;
     std::filesystem::path path_;
     std::vector<bool> stored_;             ///< which tools have geometry in the file, the main tool first
     CadDocument contents_;                 ///< without children, links and geometry, which stand below or in the file
@@ -67,8 +67,8 @@ private:
     bool open_ = false;
     unsigned int opens_ = 0; ///< by programs, that none of them has ended
     unsigned int locks_ = 0;
-    SessionProduct* root_ = nullptr;
-    std::vector<SessionProduct*> children_;
+    WorkspaceProduct* root_ = nullptr;
+    std::vector<WorkspaceProduct*> children_;
     std::vector<std::string> looseLinks_;                         ///< links of the file that no child uses
     std::unordered_set<std::string> childNames_;                  ///< names of the children
     std::unordered_map<std::string, unsigned int> nextNumber_;    ///< of new children, by the name before it

@@ -1,10 +1,10 @@
 // Properties and user parameters of products as they are offered by query.
 
 #include "host/parameters.h"
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/Facet.h"
 #include "openhost/cad/FeatureContainer.h"
-#include "openhost/cad/SessionOccurrence.h"
+#include "openhost/cad/WorkspaceOccurrence.h"
 #include "openhost/text/Utf.h"
 
 namespace openhost {
@@ -30,9 +30,9 @@ private:
 };
 
 /// A parameter as it was when somebody asked for it, or as the factory has made it.
-class SessionParameter : public ZALICkeParm {
+class WorkspaceParameter : public ZALICkeParm {
 public:
-    explicit SessionParameter(UserParameter parameter) : parameter_(std::move(parameter)) {}
+    explicit WorkspaceParameter(UserParameter parameter) : parameter_(std::move(parameter)) {}
     const UserParameter& Parameter() const { return parameter_; }
 
     ZALUnicodeString GetName() override { return FromUtf8(parameter_.name); }
@@ -54,7 +54,7 @@ public:
         UserParameter parameter{ToUtf8(name), ToUtf8(value)};
         const bool isWritable = !parameter.name.empty() && IsDocumentText(parameter.name) &&
                                 IsDocumentText(std::get<std::string>(parameter.value));
-        return isWritable ? ZALICkeParm_var::Take(new SessionParameter(std::move(parameter))) : ZALICkeParm_var();
+        return isWritable ? ZALICkeParm_var::Take(new WorkspaceParameter(std::move(parameter))) : ZALICkeParm_var();
     }
 };
 
@@ -68,7 +68,7 @@ public:
         if (!className)
             return E_INVALIDARG;
         for (const UserParameter& parameter : Target().Contents().parameters) {
-            const auto child = ZALBaseUnknown_var::Take(new SessionParameter(parameter));
+            const auto child = ZALBaseUnknown_var::Take(new WorkspaceParameter(parameter));
             if (child->IsAKindOf(className))
                 children.Append(child);
         }
@@ -77,22 +77,22 @@ public:
 
     HRESULT Append(const ZALBaseUnknown_var& child) override
     {
-        auto* parameter = child ? dynamic_cast<SessionParameter*>(child->GetImpl(0)) : nullptr;
+        auto* parameter = child ? dynamic_cast<WorkspaceParameter*>(child->GetImpl(0)) : nullptr;
         if (!parameter)
             return E_INVALIDARG;
-        if (!Target().Session())
+        if (!Target().Workspace())
             return E_FAIL;
-        Target().Session()->Change(
+        Target().Workspace()->Change(
             Target(), [&](CadDocument& contents) { contents.parameters.push_back(parameter->Parameter()); });
         return S_OK;
     }
 };
 
-/// The document that `product`, a SessionProduct or a SessionOccurrence, refers to, as long as it is loaded.
+/// The document that `product`, a WorkspaceProduct or a WorkspaceOccurrence, refers to, as long as it is loaded.
 LoadedDocument* ReferenceOf(ZALBaseUnknown& product)
 {
-    const auto* occurrence = dynamic_cast<SessionOccurrence*>(&product);
-    const auto* own = occurrence ? &occurrence->Leaf() : dynamic_cast<SessionProduct*>(&product);
+    const auto* occurrence = dynamic_cast<WorkspaceOccurrence*>(&product);
+    const auto* own = occurrence ? &occurrence->Leaf() : dynamic_cast<WorkspaceProduct*>(&product);
     return own ? own->Reference() : nullptr;
 }
 
@@ -134,7 +134,8 @@ private:
         if (!document || !IsDocumentText(text))
             return E_FAIL;
         if (text != document->Contents().*member)
-            document->Session()->Change(*document, [&](CadDocument& contents) { contents.*member = std::move(text); });
+            document->Workspace()->Change(*document,
+                                          [&](CadDocument& contents) { contents.*member = std::move(text); });
         return S_OK;
     }
 };
@@ -171,12 +172,12 @@ ZALBaseUnknown* OfferFactory(ZALBaseUnknown* object)
 }
 
 const ZALFillDictionary Factories("FeatureContainer", "ZALICkeParmFactory", OfferFactory, 0);
-const ZALFillDictionary Properties("SessionProduct", "ZALIPrdProperties", Offer<PropertiesInterface, ZALBaseUnknown>,
+const ZALFillDictionary Properties("WorkspaceProduct", "ZALIPrdProperties", Offer<PropertiesInterface, ZALBaseUnknown>,
                                    0);
-const ZALFillDictionary OccurrenceProperties("SessionOccurrence", "ZALIPrdProperties",
+const ZALFillDictionary OccurrenceProperties("WorkspaceOccurrence", "ZALIPrdProperties",
                                              Offer<PropertiesInterface, ZALBaseUnknown>, 0);
-const ZALFillDictionary Specs("SessionProduct", "ZALISpecObject", Offer<ProductSpecInterface, ZALBaseUnknown>, 0);
-const ZALFillDictionary OccurrenceSpecs("SessionOccurrence", "ZALISpecObject",
+const ZALFillDictionary Specs("WorkspaceProduct", "ZALISpecObject", Offer<ProductSpecInterface, ZALBaseUnknown>, 0);
+const ZALFillDictionary OccurrenceSpecs("WorkspaceOccurrence", "ZALISpecObject",
                                         Offer<ProductSpecInterface, ZALBaseUnknown>, 0);
 
 } // namespace

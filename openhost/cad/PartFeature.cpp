@@ -1,6 +1,6 @@
 #include "openhost/cad/PartFeature.h"
 
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/FeatureContainer.h"
 #include "openhost/cad/SolidKernel.h"
 #include "openhost/objects/MetaClassOperations.h"
@@ -50,10 +50,10 @@ std::shared_ptr<const DocumentGeometry> PartFeature::Geometry() const
     const FeatureContainer* container = Container();
     const LoadedDocument* document = container ? container->Document() : nullptr;
     if (!document)
-        throw CadSessionError(name_ + ": the document of the result is not loaded");
+        throw CadWorkspaceError(name_ + ": the document of the result is not loaded");
     std::optional<DocumentGeometry> stored = ReadToolGeometry(document->Path(), storedTool_);
     if (!stored)
-        throw CadSessionError(document->Path().string() + ": the geometry of " + name_ + " is gone");
+        throw CadWorkspaceError(document->Path().string() + ": the geometry of " + name_ + " is gone");
     return std::make_shared<const DocumentGeometry>(std::move(*stored));
 }
 

@@ -1,4 +1,4 @@
-// The features of a part in the session: the part, its tools, the shape feature of a tool, the result of that.
+// The features of a part in the workspace: the part, its tools, the shape feature of a tool, the result of that.
 #pragma once
 
 #include "host/part_features.h"
@@ -21,7 +21,7 @@ enum class FeatureKind {
 };
 
 /// What all interfaces of a feature stand on; a query gives them. One that is kept beyond its container has no father
-/// and no container any more. Throws CadSessionError, CompoundFileError or SolidKernelError.
+/// and no container any more. Throws CadWorkspaceError, CompoundFileError or SolidKernelError.
 class PartFeature : public ZALBaseUnknown {
 public:
     PartFeature(FeatureKind kind, std::string name);

@@ -1,6 +1,6 @@
 // What documents, containers and features offer by query.
 
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/Facet.h"
 #include "openhost/cad/FeatureContainer.h"
 #include "openhost/cad/Guard.h"
@@ -25,7 +25,7 @@ std::vector<PartFeature*> FeaturesOf(const ZALListValZALBaseUnknown_var& objects
     for (int index = 1; index <= objects.Size(); ++index) {
         features.push_back(FeatureOf(objects[index].Get()));
         if (!features.back())
-            throw CadSessionError("the object is no feature of the session");
+            throw CadWorkspaceError("the object is no feature of the workspace");
     }
     return features;
 }
@@ -52,10 +52,10 @@ public:
     HRESULT TakeCameras(ZALCameraStore& other) override
     {
         auto* source = dynamic_cast<CameraStore*>(&other);
-        if (!source || !Target().Session())
+        if (!source || !Target().Workspace())
             return E_FAIL;
         const std::vector<DocumentCamera> cameras = source->Target().Contents().cameras;
-        Target().Session()->Change(Target(), [&](CadDocument& contents) { contents.cameras = cameras; });
+        Target().Workspace()->Change(Target(), [&](CadDocument& contents) { contents.cameras = cameras; });
         return S_OK;
     }
 };

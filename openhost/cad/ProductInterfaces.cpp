@@ -1,11 +1,11 @@
-// What the products of the session offer by query.
+// What the products of the workspace offer by query.
 
 #include "openhost/cad/Automation.h"
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/Facet.h"
 #include "openhost/cad/FeatureContainer.h"
 #include "openhost/cad/Guard.h"
-#include "openhost/cad/SessionOccurrence.h"
+#include "openhost/cad/WorkspaceOccurrence.h"
 #include "openhost/files/Paths.h"
 #include "openhost/text/Utf.h"
 
@@ -14,7 +14,7 @@ namespace openhost {
 namespace {
 
 /// An interface of a product or an occurrence.
-template <class Interface, class Object = SessionProduct>
+template <class Interface, class Object = WorkspaceProduct>
 class ProductFacet : public Facet<Interface, Object> {
 public:
     using Facet<Interface, Object>::Facet;
@@ -30,7 +30,7 @@ std::filesystem::path PathOf(const ZALUnicodeString& path)
 
 ZALIProduct* RootOf(const LoadedDocument* document);
 
-HRESULT PartNumberOf(const SessionProduct& product, ZALUnicodeString& partNumber)
+HRESULT PartNumberOf(const WorkspaceProduct& product, ZALUnicodeString& partNumber)
 {
     const LoadedDocument* reference = product.Reference();
     partNumber = reference ? FromUtf8(reference->PartNumber()) : ZALUnicodeString();
@@ -39,7 +39,7 @@ HRESULT PartNumberOf(const SessionProduct& product, ZALUnicodeString& partNumber
 
 /// The representation `name` of the shape of `product`, with a reference for the caller. Documents load with those that
 /// refer to them, so that there is nothing to load here.
-ZALBaseUnknown* PartOf(const SessionProduct& product, const ZALUnicodeString& name)
+ZALBaseUnknown* PartOf(const WorkspaceProduct& product, const ZALUnicodeString& name)
 {
     LoadedDocument* reference = product.Reference();
     FeatureContainer* features = reference ? reference->Features() : nullptr;
@@ -87,7 +87,7 @@ ZALIProduct* RootOf(const LoadedDocument* document)
     return document && document->Root() ? new ProductInterface(*document->Root()) : nullptr;
 }
 
-class OccurrenceInterface : public ProductFacet<ZALIProduct, SessionOccurrence> {
+class OccurrenceInterface : public ProductFacet<ZALIProduct, WorkspaceOccurrence> {
 public:
     using ProductFacet::ProductFacet;
 
@@ -96,7 +96,7 @@ public:
     {
         ProductWay way = Product().Way();
         way.pop_back();
-        const auto father = ZALInterfaceHandle<SessionOccurrence>::Take(new SessionOccurrence(std::move(way)));
+        const auto father = ZALInterfaceHandle<WorkspaceOccurrence>::Take(new WorkspaceOccurrence(std::move(way)));
         return new OccurrenceInterface(*father.Get());
     }
     HRESULT GetPartNumber(ZALUnicodeString& partNumber) override { return PartNumberOf(Product().Leaf(), partNumber); }
@@ -168,7 +168,7 @@ public:
         std::vector<std::filesystem::path> paths;
         for (const ZALUnicodeString& file : TextsOf(files))
             paths.push_back(PathOf(file));
-        return Guard("AddComponentsFromFiles", [&] { Session().AddComponents(Product(), paths); });
+        return Guard("AddComponentsFromFiles", [&] { Workspace().AddComponents(Product(), paths); });
     }
 
     HRESULT AddComponent(ZALIAProduct* reference, ZALIAProduct** instance) override
@@ -176,11 +176,11 @@ public:
         if (!instance)
             return E_INVALIDARG;
         *instance = nullptr;
-        auto* added = reference ? dynamic_cast<SessionProduct*>(reference->GetImpl(0)) : nullptr;
+        auto* added = reference ? dynamic_cast<WorkspaceProduct*>(reference->GetImpl(0)) : nullptr;
         if (!added || !added->Reference())
             return E_INVALIDARG;
         return Guard("AddComponent", [&] {
-            *instance = new ComponentInterface(Session().AddComponent(Product(), *added->Reference()));
+            *instance = new ComponentInterface(Workspace().AddComponent(Product(), *added->Reference()));
         });
     }
 
@@ -190,11 +190,11 @@ public:
         if (!replacement)
             return E_INVALIDARG;
         *replacement = nullptr;
-        auto* replaced = component ? dynamic_cast<SessionProduct*>(component->GetImpl(0)) : nullptr;
+        auto* replaced = component ? dynamic_cast<WorkspaceProduct*>(component->GetImpl(0)) : nullptr;
         if (!replaced || !file)
             return E_INVALIDARG;
         const HRESULT result = Guard("ReplaceComponent", [&] {
-            Session().ReplaceComponent(Product(), *replaced, PathOf(FromBSTR(file)), allInstances != ZALVariantFalse);
+            Workspace().ReplaceComponent(Product(), *replaced, PathOf(FromBSTR(file)), allInstances != ZALVariantFalse);
         });
         if (SUCCEEDED(result))
             *replacement = new ComponentInterface(*replaced);
@@ -202,12 +202,12 @@ public:
     }
 
 private:
-    CadSession& Session() const
+    CadWorkspace& Workspace() const
     {
         const LoadedDocument* document = Product().Reference();
-        if (!document || !document->Session())
-            throw CadSessionError("the document of the product is not loaded");
-        return *document->Session();
+        if (!document || !document->Workspace())
+            throw CadWorkspaceError("the document of the product is not loaded");
+        return *document->Workspace();
     }
 };
 
@@ -243,9 +243,9 @@ public:
     ZALNameServerEntries* GetEntries() override
     {
         LoadedDocument* document = Product().Owner();
-        if (!document || !document->Session())
+        if (!document || !document->Workspace())
             return nullptr;
-        return new UsedNames(document->Session()->DisputedPartNumbers(*document));
+        return new UsedNames(document->Workspace()->DisputedPartNumbers(*document));
     }
 };
 
@@ -255,7 +255,7 @@ public:
     ZALNameServer* GetNameServer() override { return new NameServer(Product()); }
 };
 
-template <class Facet, class Object = SessionProduct>
+template <class Facet, class Object = WorkspaceProduct>
 ZALBaseUnknown* Offer(ZALBaseUnknown* product)
 {
     return new Facet(static_cast<Object&>(*product));
@@ -264,21 +264,21 @@ ZALBaseUnknown* Offer(ZALBaseUnknown* product)
 /// Names are those of reference products: an instance has none of its own.
 ZALBaseUnknown* OfferAlias(ZALBaseUnknown* product)
 {
-    return static_cast<SessionProduct*>(product)->IsRoot() ? Offer<AliasInterface>(product) : nullptr;
+    return static_cast<WorkspaceProduct*>(product)->IsRoot() ? Offer<AliasInterface>(product) : nullptr;
 }
 
-const ZALFillDictionary Aliases("SessionProduct", "ZALIAlias", OfferAlias, 0);
-const ZALFillDictionary Displays("SessionProduct", "ZALI3DGeoVisu", Offer<DisplayInterface>, 0);
-const ZALFillDictionary Occurrences("SessionOccurrence", "ZALIProduct", Offer<OccurrenceInterface, SessionOccurrence>,
-                                    0);
-const ZALFillDictionary MovableOccurrences("SessionOccurrence", "ZALIMovable", Offer<MovableInterface, ZALBaseUnknown>,
-                                           0);
-const ZALFillDictionary Movables("SessionProduct", "ZALIMovable", Offer<MovableInterface, ZALBaseUnknown>, 0);
-const ZALFillDictionary Products("SessionProduct", "ZALIProduct", Offer<ProductInterface>, 0);
-const ZALFillDictionary Ghosts("SessionProduct", "ZALIPrdGhost", Offer<GhostInterface>, 0);
-const ZALFillDictionary ComponentsAsOne("SessionProduct", "ZALIAProduct", Offer<ComponentInterface>, 0);
-const ZALFillDictionary Components("SessionProduct", "ZALIAProducts", Offer<ComponentsInterface>, 0);
-const ZALFillDictionary NameServers("SessionProduct", "ZALINameServerAccess", Offer<NameServerInterface>, 0);
+const ZALFillDictionary Aliases("WorkspaceProduct", "ZALIAlias", OfferAlias, 0);
+const ZALFillDictionary Displays("WorkspaceProduct", "ZALI3DGeoVisu", Offer<DisplayInterface>, 0);
+const ZALFillDictionary Occurrences("WorkspaceOccurrence", "ZALIProduct",
+                                    Offer<OccurrenceInterface, WorkspaceOccurrence>, 0);
+const ZALFillDictionary MovableOccurrences("WorkspaceOccurrence", "ZALIMovable",
+                                           Offer<MovableInterface, ZALBaseUnknown>, 0);
+const ZALFillDictionary Movables("WorkspaceProduct", "ZALIMovable", Offer<MovableInterface, ZALBaseUnknown>, 0);
+const ZALFillDictionary Products("WorkspaceProduct", "ZALIProduct", Offer<ProductInterface>, 0);
+const ZALFillDictionary Ghosts("WorkspaceProduct", "ZALIPrdGhost", Offer<GhostInterface>, 0);
+const ZALFillDictionary ComponentsAsOne("WorkspaceProduct", "ZALIAProduct", Offer<ComponentInterface>, 0);
+const ZALFillDictionary Components("WorkspaceProduct", "ZALIAProducts", Offer<ComponentsInterface>, 0);
+const ZALFillDictionary NameServers("WorkspaceProduct", "ZALINameServerAccess", Offer<NameServerInterface>, 0);
 
 // ---------------------------------------------------------------------------------------------
 // The application
@@ -293,10 +293,10 @@ private:
     LoadedDocument& document_;
 };
 
-/// The session in use, whichever it is when a call comes.
-CadSession* SessionInUse()
+/// The workspace in use, whichever it is when a call comes.
+CadWorkspace* WorkspaceInUse()
 {
-    return dynamic_cast<CadSession*>(&CadServices::Current());
+    return dynamic_cast<CadWorkspace*>(&CadServices::Current());
 }
 
 class DocumentsInterface : public ZALIADocuments {
@@ -306,10 +306,10 @@ public:
         if (!document)
             return E_INVALIDARG;
         *document = nullptr;
-        CadSession* session = SessionInUse();
-        if (!path || !session)
+        CadWorkspace* workspace = WorkspaceInUse();
+        if (!path || !workspace)
             return E_FAIL;
-        return Guard("Open", [&] { *document = new DocumentInterface(session->Open(PathOf(FromBSTR(path)))); });
+        return Guard("Open", [&] { *document = new DocumentInterface(workspace->Open(PathOf(FromBSTR(path)))); });
     }
 };
 
@@ -319,19 +319,19 @@ public:
     {
         if (!documents)
             return E_INVALIDARG;
-        *documents = SessionInUse() ? new DocumentsInterface : nullptr;
+        *documents = WorkspaceInUse() ? new DocumentsInterface : nullptr;
         return *documents ? S_OK : E_FAIL;
     }
 };
 
 } // namespace
 
-ZALIAApplication* CadSession::GetApplication()
+ZALIAApplication* CadWorkspace::GetApplication()
 {
     return new ApplicationInterface;
 }
 
-ZALDocument* CadSession::FindDocument(const ZALUnicodeString& path)
+ZALDocument* CadWorkspace::FindDocument(const ZALUnicodeString& path)
 {
     LoadedDocument* document = Find(PathOf(path));
     if (document)
@@ -339,18 +339,18 @@ ZALDocument* CadSession::FindDocument(const ZALUnicodeString& path)
     return document;
 }
 
-ZALBaseUnknown* CadSession::GetRootProduct(ZALDocument& document)
+ZALBaseUnknown* CadWorkspace::GetRootProduct(ZALDocument& document)
 {
     const auto* loaded = dynamic_cast<LoadedDocument*>(&document);
-    SessionProduct* root = loaded ? loaded->Root() : nullptr;
+    WorkspaceProduct* root = loaded ? loaded->Root() : nullptr;
     if (root)
         root->AddRef();
     return root;
 }
 
-bool CadSession::IsOfPart(ZALIProduct& product)
+bool CadWorkspace::IsOfPart(ZALIProduct& product)
 {
-    const auto* own = dynamic_cast<SessionProduct*>(product.GetImpl(0));
+    const auto* own = dynamic_cast<WorkspaceProduct*>(product.GetImpl(0));
     return own && own->Reference() && own->Reference()->Kind() == DocumentKind::Part;
 }
 

@@ -22,7 +22,7 @@ Placement Combine(const Placement& outer, const Placement& inner)
 
 } // namespace
 
-std::vector<ShownPart> FindShownParts(const SessionProduct& product)
+std::vector<ShownPart> FindShownParts(const WorkspaceProduct& product)
 {
     struct Instance {
         const LoadedDocument* document;
@@ -40,7 +40,7 @@ std::vector<ShownPart> FindShownParts(const SessionProduct& product)
         if (instance.document->HasGeometry())
             parts.push_back({instance.document->Path(), instance.placement});
         // The first child is taken next.
-        const std::vector<SessionProduct*>& children = instance.document->Children();
+        const std::vector<WorkspaceProduct*>& children = instance.document->Children();
         for (auto child = children.rbegin(); child != children.rend(); ++child)
             if ((*child)->Reference())
                 waiting.push_back({(*child)->Reference(), Combine(instance.placement, (*child)->GetPlacement())});

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/visualization.h"
-#include "openhost/cad/SessionProduct.h"
+#include "openhost/cad/WorkspaceProduct.h"
 
 #include <cstddef>
 #include <filesystem>
@@ -22,7 +22,7 @@ inline constexpr std::size_t MaximumShownInstances = 100'000;
 
 /// The parts with geometry below `product`, in the order of the tree, placed in the product that it refers to. Missing
 /// components are left out. None at all for a tree of more than MaximumShownInstances.
-std::vector<ShownPart> FindShownParts(const SessionProduct& product);
+std::vector<ShownPart> FindShownParts(const WorkspaceProduct& product);
 
 /// The representation of a product, made of one part at least.
 class ProductRep : public ZALRep {

@@ -1,21 +1,21 @@
 // The documents that programs open without a window.
 
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/FeatureContainer.h"
 #include "openhost/cad/Guard.h"
-#include "openhost/cad/SessionOccurrence.h"
+#include "openhost/cad/WorkspaceOccurrence.h"
 #include "openhost/files/Paths.h"
 
 namespace openhost {
 
 namespace {
 
-/// `document` as one of `session`, or an error.
-LoadedDocument& LoadedIn(const CadSession& session, ZALDocument& document)
+/// `document` as one of `workspace`, or an error.
+LoadedDocument& LoadedIn(const CadWorkspace& workspace, ZALDocument& document)
 {
     auto* loaded = dynamic_cast<LoadedDocument*>(&document);
-    if (!loaded || loaded->Session() != &session)
-        throw CadSessionError("the document is not loaded");
+    if (!loaded || loaded->Workspace() != &workspace)
+        throw CadWorkspaceError("the document is not loaded");
     return *loaded;
 }
 
@@ -26,7 +26,7 @@ void TellProgram(const LoadedDocument& document, const char* action)
 
 } // namespace
 
-HRESULT CadSession::OpenDocument(const ZALUnicodeString& path, ZALDocument*& document, int)
+HRESULT CadWorkspace::OpenDocument(const ZALUnicodeString& path, ZALDocument*& document, int)
 {
     return Guard("Open", [&] {
         LoadedDocument& loaded = Load(std::filesystem::path(SystemPath(path)));
@@ -36,42 +36,42 @@ HRESULT CadSession::OpenDocument(const ZALUnicodeString& path, ZALDocument*& doc
     });
 }
 
-HRESULT CadSession::SaveDocumentAs(ZALDocument& document, const ZALUnicodeString& path, const ZALUnicodeString& format,
-                                   int)
+HRESULT CadWorkspace::SaveDocumentAs(ZALDocument& document, const ZALUnicodeString& path,
+                                     const ZALUnicodeString& format, int)
 {
     return Guard("SaveAs", [&] {
         if (format.GetLengthInChar() > 0)
-            throw CadSessionError("documents are saved in their own format only");
+            throw CadWorkspaceError("documents are saved in their own format only");
         SaveAs(LoadedIn(*this, document), std::filesystem::path(SystemPath(path)));
     });
 }
 
-HRESULT CadSession::SaveDocumentAsNew(ZALDocument& document, const ZALUnicodeString& path, int)
+HRESULT CadWorkspace::SaveDocumentAsNew(ZALDocument& document, const ZALUnicodeString& path, int)
 {
     return Guard("SaveAsNew", [&] { SaveAsNew(LoadedIn(*this, document), std::filesystem::path(SystemPath(path))); });
 }
 
-HRESULT CadSession::RemoveDocument(ZALDocument& document, int)
+HRESULT CadWorkspace::RemoveDocument(ZALDocument& document, int)
 {
     return Guard("Remove", [&] {
         LoadedDocument& loaded = LoadedIn(*this, document);
         if (loaded.opens_ == 0)
-            throw CadSessionError(loaded.path_.string() + ": no program has opened the document");
+            throw CadWorkspaceError(loaded.path_.string() + ": no program has opened the document");
         --loaded.opens_;
         TellProgram(loaded, "closed");
         UnloadUnused(loaded);
     });
 }
 
-ZALDocument* CadSession::DocumentOf(ZALBaseUnknown& object)
+ZALDocument* CadWorkspace::DocumentOf(ZALBaseUnknown& object)
 {
     ZALBaseUnknown* implementation = object.GetImpl(0);
     if (const auto* feature = dynamic_cast<PartFeature*>(implementation))
         return feature->Container() ? feature->Container()->Document() : nullptr;
     if (const auto* container = dynamic_cast<FeatureContainer*>(implementation))
         return container->Document();
-    const auto* occurrence = dynamic_cast<SessionOccurrence*>(implementation);
-    const auto* product = occurrence ? &occurrence->Leaf() : dynamic_cast<SessionProduct*>(implementation);
+    const auto* occurrence = dynamic_cast<WorkspaceOccurrence*>(implementation);
+    const auto* product = occurrence ? &occurrence->Leaf() : dynamic_cast<WorkspaceProduct*>(implementation);
     return product ? product->Reference() : nullptr;
 }
 

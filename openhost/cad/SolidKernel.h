@@ -15,7 +15,7 @@ public:
 };
 
 /// Port of the solid kernel. It takes and gives geometry as documents hold it, so that nothing of the kernel lives
-/// longer than a call. Operations throw SolidKernelError. Backend: ApartSolidKernel.
+/// longer than a call. Operations throw SolidKernelError. Backend: ProcessSolidKernel.
 class SolidKernel : public Port<SolidKernel> {
 public:
     virtual ~SolidKernel();

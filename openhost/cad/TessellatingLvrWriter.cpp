@@ -64,7 +64,7 @@ int TessellatingLvrWriter::Write(const ZALRep& representation, const std::string
     try {
         const auto* product = dynamic_cast<const ProductRep*>(&representation);
         if (!product)
-            throw std::runtime_error("the representation is none of a product of the session");
+            throw std::runtime_error("the representation is none of a product of the workspace");
         const ZALUnicodeString file = FromUtf8(path);
         if (HasParentComponent(file))
             throw std::runtime_error(path + ": the path leads upwards");

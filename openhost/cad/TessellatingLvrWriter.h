@@ -1,14 +1,14 @@
 // The writer of light files that reads and tessellates the geometry of the parts shown.
 #pragma once
 
-#include "openhost/apart/GeometryProcess.h"
 #include "openhost/cad/LvrWriter.h"
+#include "openhost/geometry_process/GeometryProcess.h"
 
 #include <memory>
 
 namespace openhost {
 
-/// Writes representations of the products of the session, as FindShownParts gives their parts. Each part is read and
+/// Writes representations of the products of the workspace, as FindShownParts gives their parts. Each part is read and
 /// tessellated once a file. One that has no geometry any more, or one that cannot be tessellated, is left out, which is
 /// written to the journal, as is the reason when nothing is written. A part that takes too long is such a reason, so
 /// that no more than one is waited for.

@@ -17,9 +17,9 @@ namespace openhost {
 namespace {
 
 // Available where the command may be started from the menus: in the global mode.
-class SessionHeader : public ZALCommandHeader {
+class HostHeader : public ZALCommandHeader {
 public:
-    explicit SessionHeader(std::string name) : name_(std::move(name)) {}
+    explicit HostHeader(std::string name) : name_(std::move(name)) {}
 
     int IsAvailable() const override { return (modes_ & ZALHeaderInGlobalMode) ? 1 : 0; }
     void SetAvailability(int mask, int state) override
@@ -35,12 +35,12 @@ private:
     int modes_ = 0;
 };
 
-class SessionApplication : public ZALInteractiveApplication {
+class HostApplication : public ZALInteractiveApplication {
 public:
-    SessionApplication() = default;
-    SessionApplication(const SessionApplication&) = delete;
-    SessionApplication& operator=(const SessionApplication&) = delete;
-    ~SessionApplication() override
+    HostApplication() = default;
+    HostApplication(const HostApplication&) = delete;
+    HostApplication& operator=(const HostApplication&) = delete;
+    ~HostApplication() override
     {
         for (const TimeOut& timeOut : timeOuts_)
             EventLoop::Current().CancelTimer(timeOut.timer);
@@ -100,9 +100,9 @@ private:
     std::uint64_t lastNumber_ = 0;
 };
 
-class SessionRecorder : public ZALRecord {
+class HostRecorder : public ZALRecord {
 public:
-    SessionRecorder(bool capture, bool replay) : capture_(capture), replay_(replay) {}
+    HostRecorder(bool capture, bool replay) : capture_(capture), replay_(replay) {}
 
     bool IsCapture() const override { return capture_; }
     bool IsReplay() const override { return replay_; }
@@ -112,34 +112,34 @@ private:
     bool replay_;
 };
 
-struct Session {
-    std::map<std::string, std::unique_ptr<SessionHeader>> headers;
-    std::unique_ptr<SessionApplication> application;
-    std::unique_ptr<SessionRecorder> recorder;
+struct Run {
+    std::map<std::string, std::unique_ptr<HostHeader>> headers;
+    std::unique_ptr<HostApplication> application;
+    std::unique_ptr<HostRecorder> recorder;
 
-    explicit Session(const CommandOptions& options)
+    explicit Run(const CommandOptions& options)
     {
         if (options.findSimilarHeader)
-            headers.emplace(FindSimilarHeader, std::make_unique<SessionHeader>(FindSimilarHeader));
+            headers.emplace(FindSimilarHeader, std::make_unique<HostHeader>(FindSimilarHeader));
         if (options.application)
-            application = std::make_unique<SessionApplication>();
+            application = std::make_unique<HostApplication>();
         if (options.recorder)
-            recorder = std::make_unique<SessionRecorder>(options.capture, options.replay);
+            recorder = std::make_unique<HostRecorder>(options.capture, options.replay);
     }
 };
 
 // Never destroyed: objects of a module may ask for their header after the statics of this library.
-Session& Current()
+Run& Current()
 {
-    static auto& session = *new Session(CommandOptions{});
-    return session;
+    static auto& run = *new Run(CommandOptions{});
+    return run;
 }
 
 } // namespace
 
 void ConfigureCommands(const CommandOptions& options)
 {
-    Current() = Session(options);
+    Current() = Run(options);
 }
 
 void ResetCommands()
@@ -151,7 +151,7 @@ void AddCommandHeader(const std::string& name)
 {
     auto& headers = Current().headers;
     if (!headers.contains(name))
-        headers.emplace(name, std::make_unique<SessionHeader>(name));
+        headers.emplace(name, std::make_unique<HostHeader>(name));
 }
 
 bool IsHeaderAvailable(const std::string& name, int mask)

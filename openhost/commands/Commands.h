@@ -1,4 +1,4 @@
-// Commands, application and recorder of a session.
+// Commands, application and recorder of a run.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@ namespace openhost {
 /// The header of the Find Similar command.
 inline constexpr const char* FindSimilarHeader = "ZALVelmartFindSimilarCmdHeader";
 
-/// What a session has. An absent part answers null to the module.
+/// What a run has. An absent part answers null to the module.
 struct CommandOptions {
     bool findSimilarHeader = true; ///< greyed at first
     bool application = true;

@@ -1,4 +1,4 @@
-// Runs the state commands of the session.
+// Runs state commands.
 #pragma once
 
 #include "host/dialog_engine.h"
@@ -22,7 +22,7 @@ struct RunningCommand {
     std::string state; ///< empty before it has entered the initial state
 };
 
-/// The engine of the session. What runs it: posted calls of the event loop, values that code gives to agents, and the
+/// The engine. What drives it: posted calls of the event loop, values that code gives to agents, and the
 /// picks of the user.
 class DialogEngine {
 public:

@@ -13,25 +13,25 @@ namespace openhost {
 
 namespace {
 
-struct Session {
+struct Run {
     std::vector<ZALBaseUnknown_WR> started;
     int starting = 0;                       ///< commands that are being made
     std::vector<ZALBaseUnknown_WR> endings; ///< asked for meanwhile
 };
 
-Session& Current()
+Run& Current()
 {
-    static Session session;
-    return session;
+    static Run run;
+    return run;
 }
 
 ZALBaseUnknown* Make(const std::string& className)
 {
-    Session& session = Current();
-    ++session.starting;
+    Run& run = Current();
+    ++run.starting;
     ZALBaseUnknown* made = ClassDictionary::Instance().Create(className);
-    if (--session.starting == 0)
-        for (const ZALBaseUnknown_WR& reference : std::exchange(session.endings, {}))
+    if (--run.starting == 0)
+        for (const ZALBaseUnknown_WR& reference : std::exchange(run.endings, {}))
             EventLoop::Current().Post([reference] {
                 if (ZALBaseUnknown* command = reference.GetComponent()) {
                     EndCommand(static_cast<ZALCommand&>(*command));

@@ -14,7 +14,7 @@ enum class StartResult {
     Greyed,  ///< its header, named as the class with "Header" behind, is not available
 };
 
-/// Starts a command by the name of its class, as menus and tool bars do. The session owns it until it has asked for its
+/// Starts a command by the name of its class, as menus and tool bars do. The run owns it until it has asked for its
 /// end. A class without a header can be started at any time.
 StartResult StartCommand(const std::string& className);
 /// Drops the host's reference on `command`, which has asked for that; while a command is being made, when that is done:

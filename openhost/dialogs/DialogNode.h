@@ -78,7 +78,7 @@ namespace openhost {
 
 /// Every control that has not ended, in the order of their making.
 std::vector<ZALDialog*> LiveDialogs();
-/// Ends all controls at once, at the end of a session. Not to be called from a callback of one of them.
+/// Ends all controls at once, at the end of a run. Not to be called from a callback of one of them.
 void EndAllDialogs();
 
 } // namespace openhost

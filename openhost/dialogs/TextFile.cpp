@@ -1,6 +1,6 @@
 #include "openhost/dialogs/TextFile.h"
 
-#include "openhost/dialogs/BoundedFile.h"
+#include "openhost/files/BoundedFile.h"
 #include "openhost/files/Paths.h"
 #include "openhost/text/Utf.h"
 

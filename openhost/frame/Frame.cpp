@@ -39,9 +39,9 @@ FrameWindow MakeWindow(ZALDialog* parent, const char* name)
 
 } // namespace
 
-class SessionFrame : public ZALApplicationFrame {
+class HostFrame : public ZALApplicationFrame {
 public:
-    explicit SessionFrame(const FrameOptions& options) : workshop(options.workshop)
+    explicit HostFrame(const FrameOptions& options) : workshop(options.workshop)
     {
         if (options.mainWindow)
             mainWindow_ = MakeWindow(nullptr, "MainWindow");
@@ -69,30 +69,30 @@ private:
     FrameWindow applicationDocument_;
 };
 
-OPENHOST_META_CLASS(SessionFrame, ZALEventSubscriber)
+OPENHOST_META_CLASS(HostFrame, ZALEventSubscriber)
 
 namespace {
 
-class SessionEditor : public ZALFrmEditor {
+class HostEditor : public ZALFrmEditor {
 public:
-    explicit SessionEditor(bool objectSet) : objectSet_(objectSet ? new ZALCSO : nullptr) {}
+    explicit HostEditor(bool objectSet) : objectSet_(objectSet ? new ZALCSO : nullptr) {}
     ZALCSO* GetCSO() override { return objectSet_.get(); }
 
 private:
     Owned<ZALCSO> objectSet_;
 };
 
-struct Session {
-    Owned<SessionFrame> frame;
+struct Run {
+    Owned<HostFrame> frame;
     Owned<ZALFrmEditor> editor;
     Owned<ZALFrmLayout> layout;
 };
 
-// Never destroyed: the windows of a session that nobody has ended stay with the process.
-Session& Current()
+// Never destroyed: the windows of a run that nobody has ended stay with the process.
+Run& Current()
 {
-    static auto& session = *new Session;
-    return session;
+    static auto& run = *new Run;
+    return run;
 }
 
 } // namespace
@@ -100,42 +100,42 @@ Session& Current()
 void ConfigureFrame(const FrameOptions& options)
 {
     ResetFrame();
-    Session& session = Current();
+    Run& run = Current();
     if (options.exists)
-        session.frame.reset(new SessionFrame(options));
+        run.frame.reset(new HostFrame(options));
     if (options.editor)
-        session.editor.reset(new SessionEditor(options.objectSet));
+        run.editor.reset(new HostEditor(options.objectSet));
     if (options.layout)
-        session.layout.reset(new ZALFrmLayout);
+        run.layout.reset(new ZALFrmLayout);
 }
 
 void ResetFrame()
 {
     // Taken out first: what ends here may ask for the frame.
-    const Session ending = std::exchange(Current(), Session{});
+    const Run ending = std::exchange(Current(), Run{});
 }
 
 void SetEditor(bool exists)
 {
-    Session& session = Current();
-    if (exists && session.editor) {
-        if (ZALCSO* objectSet = session.editor->GetCSO())
+    Run& run = Current();
+    if (exists && run.editor) {
+        if (ZALCSO* objectSet = run.editor->GetCSO())
             objectSet->Empty();
         return;
     }
-    const Owned<ZALFrmEditor> ending = std::exchange(session.editor, nullptr);
+    const Owned<ZALFrmEditor> ending = std::exchange(run.editor, nullptr);
     if (exists)
-        session.editor.reset(new SessionEditor(true));
+        run.editor.reset(new HostEditor(true));
 }
 
 void ChangeWorkshop(const std::string& name)
 {
-    Session& session = Current();
-    if (session.frame)
-        session.frame->workshop = name;
-    if (session.layout) {
+    Run& run = Current();
+    if (run.frame)
+        run.frame->workshop = name;
+    if (run.layout) {
         ZALWorkbenchChanged notification;
-        DispatchCallbacks(session.layout.get(), &notification);
+        DispatchCallbacks(run.layout.get(), &notification);
     }
 }
 

@@ -1,4 +1,4 @@
-// The application frame of a session.
+// The application frame of a run.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 namespace openhost {
 
 /// Name of the class of frames, under which the class dictionary knows what they offer.
-inline constexpr const char* FrameClass = "SessionFrame";
+inline constexpr const char* FrameClass = "HostFrame";
 
 /// What the frame consists of.
 struct FrameOptions {
@@ -16,7 +16,7 @@ struct FrameOptions {
     bool mainWindow = true;
     bool editor = false;   ///< there is one as soon as a document is open
     bool objectSet = true; ///< the editor has a current set of objects
-    bool layout = true;    ///< stands by itself: a session may have a layout without a frame
+    bool layout = true;    ///< stands by itself: a run may have a layout without a frame
 };
 
 /// Replaces the frame, the editor and the layout. Windows of the frame before end with all that they hold, and
@@ -24,7 +24,7 @@ struct FrameOptions {
 void ConfigureFrame(const FrameOptions& options);
 /// Ends the frame, the editor and the layout.
 void ResetFrame();
-/// Lets the session have an editor, or none, as documents open and close. Its current set of objects is empty then. The
+/// Lets the run have an editor, or none, as documents open and close. Its current set of objects is empty then. The
 /// frame need not be configured.
 void SetEditor(bool exists);
 /// Switches to the workshop `name`, and dispatches ZALWorkbenchChanged on the layout when there is one.

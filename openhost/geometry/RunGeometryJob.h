@@ -1,7 +1,7 @@
 // What the program of the solid kernel does.
 #pragma once
 
-#include "openhost/apart/GeometryJob.h"
+#include "openhost/geometry_process/GeometryJob.h"
 
 #include <string>
 

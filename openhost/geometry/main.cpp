@@ -1,7 +1,7 @@
 // openhost-geometry: the program of the solid kernel. A host starts it and hands it jobs over a socket.
 
-#include "openhost/apart/AnswerJobs.h"
 #include "openhost/geometry/RunGeometryJob.h"
+#include "openhost/geometry_process/AnswerJobs.h"
 
 #include <malloc.h>
 

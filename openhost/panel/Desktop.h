@@ -1,4 +1,4 @@
-// The windows of a session.
+// The windows of a run.
 #pragma once
 
 #include "openhost/dialogs/DialogSurface.h"

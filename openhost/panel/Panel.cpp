@@ -28,12 +28,12 @@ OPENHOST_META_CLASS(PanelEvents, ZALBaseUnknown)
 
 namespace {
 
-Panel* current = nullptr; ///< with a reference of the session
+Panel* current = nullptr; ///< with a reference of the run
 
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
-// The one panel of the session
+// The one panel of the run
 
 Panel* Panel::Current()
 {

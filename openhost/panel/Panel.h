@@ -1,4 +1,4 @@
-// The browser panel of the session.
+// The browser panel of the run.
 #pragma once
 
 #include "openhost/panel/PanelPage.h"
@@ -25,7 +25,7 @@ public:
     static Panel* Open();
     /// Closes it as the user does: ZALDlgWindCloseNotification on the event publisher, then the end.
     static void Close();
-    /// Ends the panel without telling anybody, at the end of a session.
+    /// Ends the panel without telling anybody, at the end of a run.
     static void End();
 
     ~Panel() override;

@@ -155,7 +155,7 @@ const std::vector<Library>& Libraries()
          [](const std::string& header) {
              return header.starts_with("Qt") || (header.size() > 1 && header[0] == 'Q' && std::isupper(header[1]));
          },
-         {"openhost/webpage"}},
+         {"openhost/desktop"}},
     };
     return libraries;
 }

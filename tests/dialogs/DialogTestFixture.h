@@ -3,8 +3,8 @@
 
 #include "host/settings.h"
 #include "openhost/dialogs/DialogNode.h"
-#include "openhost/dialogs/SettingsStore.h"
 #include "openhost/journal/Journal.h"
+#include "openhost/settings/SettingsStore.h"
 #include "openhost/text/Utf.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"

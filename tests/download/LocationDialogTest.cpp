@@ -3,7 +3,7 @@
 #include "tests/download/DownloadFixture.h"
 
 #include "openhost/dialogs/DialogNode.h"
-#include "openhost/dialogs/SettingsStore.h"
+#include "openhost/settings/SettingsStore.h"
 
 #include <gmock/gmock.h>
 

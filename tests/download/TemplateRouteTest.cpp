@@ -32,8 +32,8 @@ protected:
     ~TemplateRoute() override
     {
         ZALVliTemplateSupportUtilities::StoreTemplatePathes({}, {});
-        EXPECT_EQ(Session.OpenDocuments(), 0);
-        EXPECT_EQ(Session.LivingObjects(), 0);
+        EXPECT_EQ(Workspace.OpenDocuments(), 0);
+        EXPECT_EQ(Workspace.LivingObjects(), 0);
     }
 
     void InstallCatalog()
@@ -105,7 +105,7 @@ protected:
     }
     static Completion Failed() { return Bare(Notification::DownloadFailed); }
 
-    ScriptedTemplates Session{Folder()};
+    ScriptedTemplates Workspace{Folder()};
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -116,8 +116,8 @@ TEST_F(TemplateRoute, RebuildsAPartOnItsTemplate)
     AnnounceBoth();
     ServeArchive(ItemUrl, {"m6.ZALPart"});
     ServeTemplates();
-    Session.AddPart(PartTemplate(), "template");
-    Session.AddSolidPart(Temp() / "m6.ZALPart", "source");
+    Workspace.AddPart(PartTemplate(), "template");
+    Workspace.AddSolidPart(Temp() / "m6.ZALPart", "source");
     const int cursors = BusyCursorCount();
 
     EXPECT_EQ(Download("Bolt M6/8"), S_OK);
@@ -136,10 +136,10 @@ TEST_F(TemplateRoute, RebuildsAProductAndReportsItFirst)
     AnnounceBoth();
     ServeArchive(ItemUrl, {"p.ZALPart", "a.ZALProduct", "drawing.pdf"});
     ServeTemplates();
-    Session.AddProduct(ProductTemplate(), "target");
-    ScriptedSessionDocument& product = Session.AddProduct(Temp() / "a.ZALProduct", "product");
-    Session.AddPart(PartTemplate(), "template");
-    Session.AddChild(product, Session.AddSolidPart(Temp() / "p.ZALPart", "p"), "p.1", 1);
+    Workspace.AddProduct(ProductTemplate(), "target");
+    ScriptedWorkspaceDocument& product = Workspace.AddProduct(Temp() / "a.ZALProduct", "product");
+    Workspace.AddPart(PartTemplate(), "template");
+    Workspace.AddChild(product, Workspace.AddSolidPart(Temp() / "p.ZALPart", "p"), "p.1", 1);
 
     EXPECT_EQ(Download(), S_OK);
 
@@ -157,7 +157,7 @@ TEST_F(TemplateRoute, MovesTheFilesWithoutTemplates)
     EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({InParts("bolt.ZALProduct"), InParts("p.ZALPart")})))
         << "the root first";
     EXPECT_THAT(Stored(), ElementsAre("", ""));
-    EXPECT_THAT(Session.calls, IsEmpty());
+    EXPECT_THAT(Workspace.calls, IsEmpty());
     EXPECT_TRUE(is_directory(Temp() / "VelmartTemplates")) << "also without a template";
 }
 
@@ -186,10 +186,10 @@ TEST_F(TemplateRoute, SavesAsWhateverThePageAnnounces)
     Announce(R"({"zalpartTemplate": "https://velmart.example/part-template", "preferredSaveMethod": "new from"})");
     ServeFile(ItemUrl, "m6.ZALPart");
     ServeTemplates();
-    Session.AddPart(PartTemplate(), "template");
-    Session.AddSolidPart(Temp() / "VLFiles.ZALPart", "source");
+    Workspace.AddPart(PartTemplate(), "template");
+    Workspace.AddSolidPart(Temp() / "VLFiles.ZALPart", "source");
     EXPECT_EQ(Download(), S_OK);
-    EXPECT_THAT(Session.CallsOf({"SaveAs", "SaveAsNew"}),
+    EXPECT_THAT(Workspace.CallsOf({"SaveAs", "SaveAsNew"}),
                 ElementsAre("SaveAs template to parts/bolt.ZALPart, \"\", 1"));
     EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({InParts("bolt.ZALPart")})));
 }
@@ -411,8 +411,8 @@ TEST_F(TemplateRoute, AppliesTheTemplateThatCameBeforeAFailure)
     ServeFile(ItemUrl, "m6.ZALPart");
     ServeFile(PartUrl, "any.ZALPart");
     ServeEnd(ProductUrl, TransferEnd::Failed);
-    Session.AddPart(PartTemplate(), "template");
-    Session.AddSolidPart(Temp() / "VLFiles.ZALPart", "source");
+    Workspace.AddPart(PartTemplate(), "template");
+    Workspace.AddSolidPart(Temp() / "VLFiles.ZALPart", "source");
     EXPECT_EQ(Download(), S_OK);
     EXPECT_THAT(Receiver.Received, ElementsAre(Failed(), Succeeded({InParts("bolt.ZALPart")})));
     EXPECT_EQ(ReadFile(Parts() / "bolt.ZALPart"), "template");
@@ -472,9 +472,9 @@ TEST_F(TemplateRoute, DeletesTheSourcesOfATemplateThatIsRefusedAndKeepsTheTempla
     AnnounceBoth();
     ServeFile(ItemUrl, "m6.ZALPart");
     ServeTemplates();
-    ScriptedSessionDocument& part = Session.AddPart(PartTemplate(), "template");
-    part.mainTool->shape = &Session.AddObject(&part, "pad");
-    Session.AddSolidPart(Temp() / "VLFiles.ZALPart", "source");
+    ScriptedWorkspaceDocument& part = Workspace.AddPart(PartTemplate(), "template");
+    part.mainTool->shape = &Workspace.AddObject(&part, "pad");
+    Workspace.AddSolidPart(Temp() / "VLFiles.ZALPart", "source");
     EXPECT_EQ(Download(), S_OK);
     EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
     EXPECT_FALSE(exists(Temp() / "VLFiles.ZALPart"));
@@ -508,10 +508,10 @@ TEST_F(TemplateRoute, KeepsThePartsThatWereWrittenBeforeAFailure)
     AnnounceBoth();
     ServeArchive(ItemUrl, {"a.ZALProduct", "p.ZALPart"});
     ServeTemplates();
-    Session.AddProduct(ProductTemplate(), "target").saveResult = E_FAIL;
-    ScriptedSessionDocument& product = Session.AddProduct(Temp() / "a.ZALProduct", "product");
-    Session.AddPart(PartTemplate(), "template");
-    Session.AddChild(product, Session.AddSolidPart(Temp() / "p.ZALPart", "p"), "p.1", 1);
+    Workspace.AddProduct(ProductTemplate(), "target").saveResult = E_FAIL;
+    ScriptedWorkspaceDocument& product = Workspace.AddProduct(Temp() / "a.ZALProduct", "product");
+    Workspace.AddPart(PartTemplate(), "template");
+    Workspace.AddChild(product, Workspace.AddSolidPart(Temp() / "p.ZALPart", "p"), "p.1", 1);
     EXPECT_EQ(Download(), S_OK);
     EXPECT_THAT(Receiver.Received, ElementsAre(Failed())) << "without the files";
     EXPECT_TRUE(exists(Parts() / "bolt_01.ZALPart"));

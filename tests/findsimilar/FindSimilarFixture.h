@@ -1,4 +1,4 @@
-// The command on a scripted session with a selected product.
+// The command on a scripted workspace with a selected product.
 #pragma once
 
 #include "tests/support/HostFixture.h"

@@ -18,7 +18,7 @@ class FindSimilarMemory : public FindSimilarFixture {
 protected:
     static constexpr std::string_view Answer = R"({"data":{"query":"q1"}})";
 
-    /// Ends what an attempt has left alive, as the end of a session does.
+    /// Ends what an attempt has left alive, as the end of a workspace does.
     void EndAll()
     {
         EndStartedCommands();

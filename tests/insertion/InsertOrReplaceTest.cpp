@@ -1,4 +1,4 @@
-// What insert and replace do to the session, and what the user and the other component are told.
+// What insert and replace do to the workspace, and what the user and the other component are told.
 
 #include "tests/insertion/OperationFixture.h"
 #include "tests/insertion/ZALVelmartMeridiaAccessAddinActionCmdProbe.h"
@@ -13,7 +13,7 @@ namespace {
 constexpr const char* DefaultText = "Transaction has failed";
 constexpr const char* Bolt = "/p/bolt.ZALPart";
 
-/// A selected component "Selected" in a product "Father"; the downloaded file is in the session after the operation.
+/// A selected component "Selected" in a product "Father"; the downloaded file is in the workspace after the operation.
 class InsertOrReplace : public OperationFixture {
 protected:
     InsertOrReplace() : father_(MakeProduct("Father")), selected_(MakeProduct("Selected")), root_(MakeProduct("Root"))
@@ -37,7 +37,7 @@ protected:
     {
         Run(ActionReplace, files, environment);
     }
-    /// Calls that change the session.
+    /// Calls that change the workspace.
     Texts Changes()
     {
         Texts changes;

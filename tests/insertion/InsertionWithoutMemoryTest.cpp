@@ -134,7 +134,7 @@ TEST_F(InsertionWithoutMemory, ThePartNumberCheckFailsOrWarns)
 
 class EitherActionWithoutMemory : public InsertionWithoutMemory, public ::testing::WithParamInterface<PanelAction> {};
 
-TEST_P(EitherActionWithoutMemory, ChangesTheSessionOrTellsTheUser)
+TEST_P(EitherActionWithoutMemory, ChangesTheWorkspaceOrTellsTheUser)
 {
     const Owned<ZALPathElement> path(PathTo(*Selected));
     const ZALListValZALUnicodeString files = List({Bolt});

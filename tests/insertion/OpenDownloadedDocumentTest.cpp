@@ -155,7 +155,7 @@ TEST_F(PartNumberConflict, OfAnEmptyPartNumberIsOneWithAnEmptyName)
     EXPECT_EQ(Surface().Questions().size(), 1U);
 }
 
-TEST_F(PartNumberConflict, NeedsADocumentInTheSession)
+TEST_F(PartNumberConflict, NeedsADocumentInTheWorkspace)
 {
     Cad().loaded.clear();
     Target().names = {"BOLT-12"};

@@ -1,4 +1,4 @@
-// Operations on a scripted session, and the other component that hears of files put to use.
+// Operations on a scripted workspace, and the other component that hears of files put to use.
 #pragma once
 
 #include "tests/support/HostFixture.h"
@@ -77,7 +77,7 @@ protected:
     std::size_t QuestionsBeforeMessage() const { return questionsBeforeMessage_; }
     /// Texts and arrays of automation that were alive then.
     int TextsAtMessage() const { return textsAtMessage_; }
-    /// Objects of the session that were held then.
+    /// Objects of the workspace that were held then.
     int ObjectsAtMessage() const { return objectsAtMessage_; }
     static std::string EndTransaction(const Texts& paths)
     {

@@ -1,8 +1,8 @@
 // A download that has no folder yet: from the page's message through the user's choice to the files.
 
 #include "openhost/dialogs/DialogNode.h"
-#include "openhost/dialogs/SettingsStore.h"
 #include "openhost/documents/CadDocument.h"
+#include "openhost/settings/SettingsStore.h"
 #include "openhost/text/Utf.h"
 #include "tests/journeys/JourneyFixture.h"
 

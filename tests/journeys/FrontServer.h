@@ -1,7 +1,7 @@
 // The catalogue behind a server of the test.
 #pragma once
 
-#include "tests/openhost/webpage/PageServer.h"
+#include "tests/openhost/desktop/PageServer.h"
 
 namespace openhost::testing {
 

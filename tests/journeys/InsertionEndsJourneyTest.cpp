@@ -1,7 +1,7 @@
 // Inserting and replacing when things do not go straight: downloads that end at once, commands and windows that the
 // host or the user ends meanwhile, several commands, another workbench.
 
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/commands/DialogEngine.h"
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/frame/Frame.h"
@@ -32,7 +32,7 @@ class InsertionEnds : public JourneyFixture {
 protected:
     InsertionEnds()
     {
-        auto session = std::make_unique<CadSession>();
+        auto session = std::make_unique<CadWorkspace>();
         session_ = session.get();
         CadServices::Install(std::move(session));
         for (const char* name : {"plate", "post"}) {
@@ -95,7 +95,7 @@ protected:
     std::vector<std::string> Children() const
     {
         std::vector<std::string> children;
-        for (const SessionProduct* child : frame_->Children())
+        for (const WorkspaceProduct* child : frame_->Children())
             children.push_back(child->Name());
         return children;
     }
@@ -106,11 +106,11 @@ protected:
             names.push_back(question.name);
         return names;
     }
-    CadSession& Session() { return *session_; }
+    CadWorkspace& Session() { return *session_; }
     LoadedDocument& Frame() { return *frame_; }
 
 private:
-    CadSession* session_;
+    CadWorkspace* session_;
     LoadedDocument* frame_;
 };
 
@@ -284,8 +284,8 @@ TEST_F(InsertionEnds, TheSameItemIsInsertedTwiceAsTwoComponentsOfOneDocument)
     }
     EXPECT_THAT(Dialogs(), ElementsAre("OverwriteNotify"));
     ASSERT_EQ(Children().size(), 5U);
-    const SessionProduct& first = *Frame().Children()[3];
-    const SessionProduct& second = *Frame().Children()[4];
+    const WorkspaceProduct& first = *Frame().Children()[3];
+    const WorkspaceProduct& second = *Frame().Children()[4];
     EXPECT_EQ(first.Reference(), second.Reference());
     EXPECT_EQ(first.Name(), first.Reference()->PartNumber() + ".1");
     EXPECT_EQ(second.Name(), first.Reference()->PartNumber() + ".2");

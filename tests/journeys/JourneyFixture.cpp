@@ -2,12 +2,12 @@
 
 #include "openhost/cad/CompoundDocumentKernel.h"
 #include "openhost/commands/Commands.h"
-#include "openhost/dialogs/SettingsStore.h"
 #include "openhost/files/PathVariables.h"
 #include "openhost/frame/Frame.h"
 #include "openhost/http/CurlTransport.h"
 #include "openhost/http/ScriptedTransport.h"
 #include "openhost/loop/UvEventLoop.h"
+#include "openhost/settings/SettingsStore.h"
 #include "openhost/text/Utf.h"
 
 #include "tests/support/Places.h"

@@ -146,7 +146,7 @@ void FreeVariantSafeArray(ZALVariant& variant)
 
 HRESULT ZALDocumentServices::GetDocumentInSession(const ZALUnicodeString& path, ZALDocument** document)
 {
-    Note("in session " + openhost::ToUtf8(path));
+    Note("in workspace " + openhost::ToUtf8(path));
     static auto* const find = TheHostsOwn<HRESULT(const ZALUnicodeString&, ZALDocument**)>(
         "_ZN19ZALDocumentServices20GetDocumentInSessionERK16ZALUnicodeStringPP11ZALDocument");
     const HRESULT result = find(path, document);

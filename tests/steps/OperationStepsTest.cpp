@@ -41,7 +41,7 @@ protected:
 TEST_F(OperationSteps, AnInsertFreesItsMethodThenItsArrayThenChecks)
 {
     EXPECT_THAT(Run(ActionInsert), ElementsAre("array of 1", "text * behind cursor 1", "free text behind cursor 1",
-                                               "free array", "in session /p/bolt.ZALPart"));
+                                               "free array", "in workspace /p/bolt.ZALPart"));
 }
 
 TEST_F(OperationSteps, ARefusedInsertFreesBothAndChecksNothing)
@@ -54,7 +54,7 @@ TEST_F(OperationSteps, ARefusedInsertFreesBothAndChecksNothing)
 TEST_F(OperationSteps, AReplaceFreesItsPathThenChecks)
 {
     EXPECT_THAT(Run(ActionReplace), ElementsAre("text /p/bolt.ZALPart behind cursor 1", "free text behind cursor 1",
-                                                "in session /p/bolt.ZALPart"));
+                                                "in workspace /p/bolt.ZALPart"));
 }
 
 TEST_F(OperationSteps, AnInsertWithoutMemoryForItsMethodIsRefused)

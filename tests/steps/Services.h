@@ -111,7 +111,7 @@ struct Services {
     HRESULT commandResult = S_OK;   ///< of activating and of cancelling a command
     HRESULT inSessionResult = S_OK; ///< of looking for a document, which is given all the same
 
-    ZALIMeridiaAccessDialog* panel = nullptr; ///< the panel of the session in place of the host's; the test's
+    ZALIMeridiaAccessDialog* panel = nullptr; ///< the panel of the workspace in place of the host's; the test's
 
     bool hasHeader = true; ///< whether there is the one command header
     int headerAnswer = 0;  ///< whether it is available

@@ -65,7 +65,7 @@ private:
     ZALRep* representation_;
 };
 
-/// Services without a session. They outlive every object that they gave.
+/// Services without a workspace. They outlive every object that they gave.
 class ScriptedCad {
 public:
     /// Lets the host use these services; with the end of the object it has none.
@@ -80,7 +80,7 @@ public:
     bool givesDocument = true;
     int lightFileResult = 0; ///< of writing a light file; otherwise than 0 nothing is written
     std::string lightFileContent = "light";
-    std::map<std::string, ScriptedProduct*> loaded; ///< root product by path of the documents in the session, or null
+    std::map<std::string, ScriptedProduct*> loaded; ///< root product by path of the documents in the workspace, or null
 
     /// The calls of automation and the reads of names in order, such as "Open /a.ZALPart",
     /// "Add to NAME: /a.ZALPart, method *", "Replace NAME in NAME: /a.ZALPart, all", "GetEntries of NAME" and

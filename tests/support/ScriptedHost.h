@@ -4,13 +4,13 @@
 #include "openhost/cad/ScriptedDocumentKernel.h"
 #include "openhost/commands/Commands.h"
 #include "openhost/dialogs/ScriptedSurface.h"
-#include "openhost/dialogs/SettingsStore.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/frame/Frame.h"
 #include "openhost/http/ScriptedTransport.h"
 #include "openhost/loop/ManualEventLoop.h"
 #include "openhost/panel/Panel.h"
 #include "openhost/panel/RecordedPage.h"
+#include "openhost/settings/SettingsStore.h"
 
 #include <filesystem>
 #include <string>

@@ -14,37 +14,37 @@
 namespace openhost::testing {
 
 OPENHOST_META_CLASS(ScriptedObject, ZALBaseUnknown)
-OPENHOST_META_CLASS(ScriptedSessionDocument, ZALBaseUnknown)
+OPENHOST_META_CLASS(ScriptedWorkspaceDocument, ZALBaseUnknown)
 
-ScriptedObject::ScriptedObject(ScriptedTemplates& session, ScriptedSessionDocument* home, std::string title,
+ScriptedObject::ScriptedObject(ScriptedTemplates& workspace, ScriptedWorkspaceDocument* home, std::string title,
                                std::set<std::string> interfaces)
-    : name(std::move(title)), offers(std::move(interfaces)), document(home), session_(session)
+    : name(std::move(title)), offers(std::move(interfaces)), document(home), workspace_(workspace)
 {
 }
 
 ScriptedObject::~ScriptedObject() = default;
 
-ScriptedSessionDocument::ScriptedSessionDocument(ScriptedTemplates& session, std::filesystem::path file,
-                                                 std::string title)
-    : name(std::move(title)), path(std::move(file)), session_(session)
+ScriptedWorkspaceDocument::ScriptedWorkspaceDocument(ScriptedTemplates& workspace, std::filesystem::path file,
+                                                     std::string title)
+    : name(std::move(title)), path(std::move(file)), workspace_(workspace)
 {
 }
 
-ScriptedSessionDocument::~ScriptedSessionDocument() = default;
+ScriptedWorkspaceDocument::~ScriptedWorkspaceDocument() = default;
 
-HRESULT ScriptedSessionDocument::AddRefForLock()
+HRESULT ScriptedWorkspaceDocument::AddRefForLock()
 {
     ++locks;
-    return session_.Call("Lock " + name);
+    return workspace_.Call("Lock " + name);
 }
 
-HRESULT ScriptedSessionDocument::ReleaseForLock(int mode)
+HRESULT ScriptedWorkspaceDocument::ReleaseForLock(int mode)
 {
     --locks;
-    return session_.Call("Unlock " + name + " " + std::to_string(mode));
+    return workspace_.Call("Unlock " + name + " " + std::to_string(mode));
 }
 
-ZALUnicodeString ScriptedSessionDocument::StorageName()
+ZALUnicodeString ScriptedWorkspaceDocument::StorageName()
 {
     return FromUtf8(path.string());
 }
@@ -58,18 +58,18 @@ public:
     explicit Facet(Object& object) : object_(object)
     {
         object_.AddRef();
-        ++object_.Session().facets;
+        ++object_.Workspace().facets;
     }
     ~Facet() override
     {
-        --object_.Session().facets;
+        --object_.Workspace().facets;
         object_.Release();
     }
     ZALBaseUnknown* GetImpl(int) override { return &object_; }
 
 protected:
     Object& Self() const { return object_; }
-    HRESULT Note(const std::string& call) const { return object_.Session().Call(call); }
+    HRESULT Note(const std::string& call) const { return object_.Workspace().Call(call); }
 
 private:
     Object& object_;
@@ -156,11 +156,11 @@ public:
 /// An error that says when it is flushed.
 class NotedError : public ZALError {
 public:
-    NotedError(ScriptedTemplates& session, const std::string& text) : ZALError(text.c_str()), session_(session) {}
-    void Flush() override { session_.Call(std::string("Flush ") + GetText().CastToCharPtr()); }
+    NotedError(ScriptedTemplates& workspace, const std::string& text) : ZALError(text.c_str()), workspace_(workspace) {}
+    void Flush() override { workspace_.Call(std::string("Flush ") + GetText().CastToCharPtr()); }
 
 private:
-    ScriptedTemplates& session_;
+    ScriptedTemplates& workspace_;
 };
 
 class Feature : public Facet<ZALISpecObject> {
@@ -171,7 +171,7 @@ public:
     {
         Note("Update " + Self().name);
         if (Self().updateError)
-            throw NotedError(Self().Session(), *Self().updateError);
+            throw NotedError(Self().Workspace(), *Self().updateError);
     }
 };
 
@@ -211,7 +211,7 @@ public:
         }
         for (int index = 1; index <= objects->Size(); ++index)
             boundary.Append(
-                HandleOf(&Self().Session().AddObject(nullptr, "boundary(" + NameOf((*objects)[index].Get()) + ")")));
+                HandleOf(&Self().Workspace().AddObject(nullptr, "boundary(" + NameOf((*objects)[index].Get()) + ")")));
         return answer;
     }
 
@@ -282,7 +282,7 @@ public:
         Note("Create " + ToUtf8(name) + " = " + ToUtf8(value) + " in " + Self().name);
         if (Self().refusedNames.contains(ToUtf8(name)))
             return ZALICkeParm_var();
-        ScriptedObject& created = Self().Session().AddObject(Self().document, ToUtf8(name), {"ZALICkeParm"});
+        ScriptedObject& created = Self().Workspace().AddObject(Self().document, ToUtf8(name), {"ZALICkeParm"});
         created.value = ToUtf8(value);
         return ZALICkeParm_var(&created);
     }
@@ -407,7 +407,7 @@ public:
         if (!Self().givesInstance)
             return Self().addResult;
         const std::string name = added + "." + std::to_string(Self().instances.size() + 1);
-        Self().instances.push_back(&Self().Session().AddObject(Self().document, name, Self().instanceOffers));
+        Self().instances.push_back(&Self().Workspace().AddObject(Self().document, name, Self().instanceOffers));
         *instance = new Component(*Self().instances.back());
         return Self().addResult;
     }
@@ -443,7 +443,7 @@ const ZALFillDictionary Entries[] = {
 // ---------------------------------------------------------------------------------------------
 // Documents
 
-class Init : public Facet<ZALInit, ScriptedSessionDocument> {
+class Init : public Facet<ZALInit, ScriptedWorkspaceDocument> {
 public:
     using Facet::Facet;
     ZALBaseUnknown_var GetRootContainer(const char* interfaceName) override
@@ -453,7 +453,7 @@ public:
     }
 };
 
-class Cameras : public Facet<ZALCameraStore, ScriptedSessionDocument> {
+class Cameras : public Facet<ZALCameraStore, ScriptedWorkspaceDocument> {
 public:
     using Facet::Facet;
     HRESULT TakeCameras(ZALCameraStore& other) override
@@ -462,7 +462,7 @@ public:
     }
 };
 
-class CameraAccess : public Facet<ZALIPersistentCamera, ScriptedSessionDocument> {
+class CameraAccess : public Facet<ZALIPersistentCamera, ScriptedWorkspaceDocument> {
 public:
     using Facet::Facet;
     ZALCameraStore_var GetCameraStore() override
@@ -471,33 +471,33 @@ public:
     }
 };
 
-template <class Interface, bool ScriptedSessionDocument::*offered>
+template <class Interface, bool ScriptedWorkspaceDocument::*offered>
 ZALBaseUnknown* OfferOfDocument(ZALBaseUnknown* object)
 {
-    auto& document = static_cast<ScriptedSessionDocument&>(*object);
+    auto& document = static_cast<ScriptedWorkspaceDocument&>(*object);
     return document.*offered ? new Interface(document) : nullptr;
 }
 
-const ZALFillDictionary Inits("ScriptedSessionDocument", "ZALInit",
-                              OfferOfDocument<Init, &ScriptedSessionDocument::offersInit>, 0);
-const ZALFillDictionary CameraAccesses("ScriptedSessionDocument", "ZALIPersistentCamera",
-                                       OfferOfDocument<CameraAccess, &ScriptedSessionDocument::offersCameras>, 0);
+const ZALFillDictionary Inits("ScriptedWorkspaceDocument", "ZALInit",
+                              OfferOfDocument<Init, &ScriptedWorkspaceDocument::offersInit>, 0);
+const ZALFillDictionary CameraAccesses("ScriptedWorkspaceDocument", "ZALIPersistentCamera",
+                                       OfferOfDocument<CameraAccess, &ScriptedWorkspaceDocument::offersCameras>, 0);
 
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
-// The session
+// The workspace
 
 class ScriptedTemplates::Services : public CadServices {
 public:
-    explicit Services(ScriptedTemplates& session) : session_(session) {}
+    explicit Services(ScriptedTemplates& workspace) : workspace_(workspace) {}
 
     ZALIAApplication* GetApplication() override { return nullptr; }
     ZALDocument* FindDocument(const ZALUnicodeString&) override { return nullptr; }
     ZALBaseUnknown* GetRootProduct(ZALDocument& document) override
     {
-        auto& asked = static_cast<ScriptedSessionDocument&>(document);
-        session_.Call("Root " + asked.name);
+        auto& asked = static_cast<ScriptedWorkspaceDocument&>(document);
+        workspace_.Call("Root " + asked.name);
         ScriptedObject* root = asked.root;
         if (root)
             root->AddRef();
@@ -507,10 +507,10 @@ public:
 
     HRESULT OpenDocument(const ZALUnicodeString& path, ZALDocument*& document, int mode) override
     {
-        session_.Call("Open " + session_.Label(ToUtf8(path)) + ", " + std::to_string(mode));
-        const auto found =
-            std::ranges::find(session_.documents_, std::filesystem::path(ToUtf8(path)), &ScriptedSessionDocument::path);
-        if (found == session_.documents_.end())
+        workspace_.Call("Open " + workspace_.Label(ToUtf8(path)) + ", " + std::to_string(mode));
+        const auto found = std::ranges::find(workspace_.documents_, std::filesystem::path(ToUtf8(path)),
+                                             &ScriptedWorkspaceDocument::path);
+        if (found == workspace_.documents_.end())
             return E_FAIL;
         // Also on failure: the module is not to use it then.
         document = (*found)->isGiven ? *found : nullptr;
@@ -529,9 +529,9 @@ public:
     }
     HRESULT RemoveDocument(ZALDocument& document, int mode) override
     {
-        auto& removed = static_cast<ScriptedSessionDocument&>(document);
+        auto& removed = static_cast<ScriptedWorkspaceDocument&>(document);
         --removed.opens;
-        return session_.Call("Remove " + removed.name + " " + std::to_string(mode));
+        return workspace_.Call("Remove " + removed.name + " " + std::to_string(mode));
     }
     ZALDocument* DocumentOf(ZALBaseUnknown& object) override
     {
@@ -542,9 +542,9 @@ private:
     HRESULT Save(const std::string& operation, ZALDocument& document, const ZALUnicodeString& path,
                  const std::string& arguments)
     {
-        auto& saved = static_cast<ScriptedSessionDocument&>(document);
+        auto& saved = static_cast<ScriptedWorkspaceDocument&>(document);
         const std::filesystem::path file = ToUtf8(path);
-        session_.Call(operation + " " + saved.name + " to " + session_.Label(file) + arguments);
+        workspace_.Call(operation + " " + saved.name + " to " + workspace_.Label(file) + arguments);
         if (saved.leavesFile)
             std::ofstream(file) << saved.name;
         if (SUCCEEDED(saved.saveResult))
@@ -552,7 +552,7 @@ private:
         return saved.saveResult;
     }
 
-    ScriptedTemplates& session_;
+    ScriptedTemplates& workspace_;
 };
 
 ScriptedTemplates::ScriptedTemplates(std::filesystem::path folder) : folder_(std::move(folder))
@@ -563,19 +563,19 @@ ScriptedTemplates::ScriptedTemplates(std::filesystem::path folder) : folder_(std
 ScriptedTemplates::~ScriptedTemplates()
 {
     CadServices::Install(nullptr);
-    for (ScriptedSessionDocument* document : documents_)
+    for (ScriptedWorkspaceDocument* document : documents_)
         document->Release();
     for (ScriptedObject* object : objects_)
         object->Release();
 }
 
-ScriptedSessionDocument& ScriptedTemplates::AddDocument(const std::filesystem::path& path, const std::string& name)
+ScriptedWorkspaceDocument& ScriptedTemplates::AddDocument(const std::filesystem::path& path, const std::string& name)
 {
-    documents_.push_back(new ScriptedSessionDocument(*this, path, name));
+    documents_.push_back(new ScriptedWorkspaceDocument(*this, path, name));
     return *documents_.back();
 }
 
-ScriptedObject& ScriptedTemplates::AddObject(ScriptedSessionDocument* document, const std::string& name,
+ScriptedObject& ScriptedTemplates::AddObject(ScriptedWorkspaceDocument* document, const std::string& name,
                                              std::set<std::string> offers)
 {
     const Owned<ScriptedObject> object(new ScriptedObject(*this, document, name, std::move(offers)));
@@ -584,9 +584,9 @@ ScriptedObject& ScriptedTemplates::AddObject(ScriptedSessionDocument* document, 
     return *object;
 }
 
-ScriptedSessionDocument& ScriptedTemplates::AddProduct(const std::filesystem::path& path, const std::string& name)
+ScriptedWorkspaceDocument& ScriptedTemplates::AddProduct(const std::filesystem::path& path, const std::string& name)
 {
-    ScriptedSessionDocument& document = AddDocument(path, name);
+    ScriptedWorkspaceDocument& document = AddDocument(path, name);
     document.features = &AddObject(&document, name + ".features", {"ZALICutAndPastable", "ZALICkeParmFactory"});
     document.features->formats = {"ZALPrtResultWithOutLink"};
     document.root = &AddObject(
@@ -598,9 +598,9 @@ ScriptedSessionDocument& ScriptedTemplates::AddProduct(const std::filesystem::pa
     return document;
 }
 
-ScriptedSessionDocument& ScriptedTemplates::AddPart(const std::filesystem::path& path, const std::string& name)
+ScriptedWorkspaceDocument& ScriptedTemplates::AddPart(const std::filesystem::path& path, const std::string& name)
 {
-    ScriptedSessionDocument& document = AddProduct(path, name);
+    ScriptedWorkspaceDocument& document = AddProduct(path, name);
     document.root->children.reset();
     document.container = &AddObject(&document, name + ".container", {"ZALIPrtContainer"});
     document.part =
@@ -611,9 +611,9 @@ ScriptedSessionDocument& ScriptedTemplates::AddPart(const std::filesystem::path&
     return document;
 }
 
-ScriptedSessionDocument& ScriptedTemplates::AddSolidPart(const std::filesystem::path& path, const std::string& name)
+ScriptedWorkspaceDocument& ScriptedTemplates::AddSolidPart(const std::filesystem::path& path, const std::string& name)
 {
-    ScriptedSessionDocument& document = AddPart(path, name);
+    ScriptedWorkspaceDocument& document = AddPart(path, name);
     document.mainTool->shape = &AddObject(&document, name + ".shape", {"ZALIShapeFeatureBody"});
     document.mainTool->shape->result = &AddObject(&document, name + ".result", {"ZALISpecObject"});
     document.mainTool->shape->result->features = document.features;
@@ -622,7 +622,7 @@ ScriptedSessionDocument& ScriptedTemplates::AddSolidPart(const std::filesystem::
     return document;
 }
 
-ScriptedObject& ScriptedTemplates::AddTool(ScriptedSessionDocument& part, const std::string& name)
+ScriptedObject& ScriptedTemplates::AddTool(ScriptedWorkspaceDocument& part, const std::string& name)
 {
     ScriptedObject& tool = AddObject(&part, name, {"ZALIMechanicalTool", "ZALISpecObject", "ZALIPathAccess"});
     tool.features = part.features;
@@ -630,7 +630,7 @@ ScriptedObject& ScriptedTemplates::AddTool(ScriptedSessionDocument& part, const 
     return tool;
 }
 
-ScriptedObject& ScriptedTemplates::AddChild(ScriptedSessionDocument& product, ScriptedSessionDocument& part,
+ScriptedObject& ScriptedTemplates::AddChild(ScriptedWorkspaceDocument& product, ScriptedWorkspaceDocument& part,
                                             const std::string& name, double x)
 {
     ScriptedObject& child = AddObject(&product, name, {"ZALIProduct", "ZALIMovable"});
@@ -641,7 +641,7 @@ ScriptedObject& ScriptedTemplates::AddChild(ScriptedSessionDocument& product, Sc
     return child;
 }
 
-ScriptedObject& ScriptedTemplates::AddParameter(ScriptedSessionDocument& document, const std::string& name,
+ScriptedObject& ScriptedTemplates::AddParameter(ScriptedWorkspaceDocument& document, const std::string& name,
                                                 const std::string& value)
 {
     ScriptedObject& parameter = AddObject(&document, name, {"ZALICkeParm"});
@@ -653,7 +653,7 @@ ScriptedObject& ScriptedTemplates::AddParameter(ScriptedSessionDocument& documen
 int ScriptedTemplates::OpenDocuments() const
 {
     int count = 0;
-    for (const ScriptedSessionDocument* document : documents_)
+    for (const ScriptedWorkspaceDocument* document : documents_)
         count += document->opens;
     return count;
 }
@@ -661,7 +661,7 @@ int ScriptedTemplates::OpenDocuments() const
 int ScriptedTemplates::Locks() const
 {
     int count = 0;
-    for (const ScriptedSessionDocument* document : documents_)
+    for (const ScriptedWorkspaceDocument* document : documents_)
         count += document->locks;
     return count;
 }
@@ -673,7 +673,7 @@ int ScriptedTemplates::LivingObjects() const
         return static_cast<int>(object->Release()) - 1;
     };
     int count = facets;
-    for (ScriptedSessionDocument* document : documents_)
+    for (ScriptedWorkspaceDocument* document : documents_)
         count += beyondOwn(document);
     for (ScriptedObject* object : objects_)
         count += beyondOwn(object);

@@ -1,4 +1,4 @@
-// Documents in a session whose content, interfaces and results a test sets.
+// Documents in a workspace whose content, interfaces and results a test sets.
 #pragma once
 
 #include "openhost/cad/CadServices.h"
@@ -16,19 +16,19 @@
 namespace openhost::testing {
 
 class ScriptedTemplates;
-class ScriptedSessionDocument;
+class ScriptedWorkspaceDocument;
 
 /// A feature, a product, a parameter or another object of a document. It offers the interfaces that are named in
-/// `offers`, with the members below as their answers; set them at will. Objects belong to the session.
+/// `offers`, with the members below as their answers; set them at will. Objects belong to the workspace.
 class ScriptedObject : public ZALBaseUnknown {
 public:
-    ScriptedObject(ScriptedTemplates& session, ScriptedSessionDocument* document, std::string name,
+    ScriptedObject(ScriptedTemplates& workspace, ScriptedWorkspaceDocument* document, std::string name,
                    std::set<std::string> offers);
     ~ScriptedObject() override;
 
     const std::string name;
     std::set<std::string> offers;
-    ScriptedSessionDocument* document; ///< null when GetDocumentOf gives none
+    ScriptedWorkspaceDocument* document; ///< null when GetDocumentOf gives none
 
     // Features and containers
 
@@ -66,7 +66,7 @@ public:
     std::set<std::string> instanceOffers{"ZALIAProduct", "ZALIMovable"}; ///< ZALIAProducts: of new instances
     std::vector<ScriptedObject*> instances;                              ///< those that were added
 
-    ScriptedTemplates& Session() const { return session_; }
+    ScriptedTemplates& Workspace() const { return workspace_; }
 
     static ZALClassId ClassId();
     static const char* ClassName();
@@ -76,14 +76,14 @@ public:
     int IsAKindOf(const char* className) const override;
 
 private:
-    ScriptedTemplates& session_;
+    ScriptedTemplates& workspace_;
 };
 
-/// A document that can be opened. It belongs to the session.
-class ScriptedSessionDocument : public ZALDocument {
+/// A document that can be opened. It belongs to the workspace.
+class ScriptedWorkspaceDocument : public ZALDocument {
 public:
-    ScriptedSessionDocument(ScriptedTemplates& session, std::filesystem::path path, std::string name);
-    ~ScriptedSessionDocument() override;
+    ScriptedWorkspaceDocument(ScriptedTemplates& workspace, std::filesystem::path path, std::string name);
+    ~ScriptedWorkspaceDocument() override;
 
     const std::string name;
     std::filesystem::path path; ///< a save changes it
@@ -108,7 +108,7 @@ public:
     HRESULT AddRefForLock() override;
     HRESULT ReleaseForLock(int mode) override;
     ZALUnicodeString StorageName() override;
-    ScriptedTemplates& Session() const { return session_; }
+    ScriptedTemplates& Workspace() const { return workspace_; }
 
     static ZALClassId ClassId();
     static const char* ClassName();
@@ -118,14 +118,14 @@ public:
     int IsAKindOf(const char* className) const override;
 
 private:
-    ScriptedTemplates& session_;
+    ScriptedTemplates& workspace_;
 };
 
-/// A session without documents but those of the test. It outlives every object that it gave.
+/// A workspace without documents but those of the test. It outlives every object that it gave.
 class ScriptedTemplates {
 public:
-    /// Lets the host use this session; with the end of the object it has none. Calls name files below `folder` by what
-    /// follows it.
+    /// Lets the host use this workspace; with the end of the object it has none. Calls name files below `folder` by
+    /// what follows it.
     explicit ScriptedTemplates(std::filesystem::path folder);
     ScriptedTemplates(const ScriptedTemplates&) = delete;
     ScriptedTemplates& operator=(const ScriptedTemplates&) = delete;
@@ -133,28 +133,29 @@ public:
 
     /// A document that Open gives for `path`. Several may have one path: the first that has not been saved elsewhere is
     /// given. Without content.
-    ScriptedSessionDocument& AddDocument(const std::filesystem::path& path, const std::string& name);
+    ScriptedWorkspaceDocument& AddDocument(const std::filesystem::path& path, const std::string& name);
     /// A part as templates are: a part "NAME.part" whose main tool "NAME.main" is empty, a container "NAME.features", a
     /// root product "NAME.root" with the parameters of a publisher "NAME.publisher". All interfaces are there.
-    ScriptedSessionDocument& AddPart(const std::filesystem::path& path, const std::string& name);
+    ScriptedWorkspaceDocument& AddPart(const std::filesystem::path& path, const std::string& name);
     /// A part with a shape "NAME.shape" in the main tool, and its result "NAME.result".
-    ScriptedSessionDocument& AddSolidPart(const std::filesystem::path& path, const std::string& name);
+    ScriptedWorkspaceDocument& AddSolidPart(const std::filesystem::path& path, const std::string& name);
     /// A product without children: its root product "NAME.root" with a publisher.
-    ScriptedSessionDocument& AddProduct(const std::filesystem::path& path, const std::string& name);
+    ScriptedWorkspaceDocument& AddProduct(const std::filesystem::path& path, const std::string& name);
     /// An instance of `part` in the list of `product`, shifted to (x, 0, 0).
-    ScriptedObject& AddChild(ScriptedSessionDocument& product, ScriptedSessionDocument& part, const std::string& name,
-                             double x);
+    ScriptedObject& AddChild(ScriptedWorkspaceDocument& product, ScriptedWorkspaceDocument& part,
+                             const std::string& name, double x);
     /// A tool of `part` beside its main tool.
-    ScriptedObject& AddTool(ScriptedSessionDocument& part, const std::string& name);
+    ScriptedObject& AddTool(ScriptedWorkspaceDocument& part, const std::string& name);
     /// A text parameter of the root product of `document`.
-    ScriptedObject& AddParameter(ScriptedSessionDocument& document, const std::string& name, const std::string& value);
-    ScriptedObject& AddObject(ScriptedSessionDocument* document, const std::string& name,
+    ScriptedObject& AddParameter(ScriptedWorkspaceDocument& document, const std::string& name,
+                                 const std::string& value);
+    ScriptedObject& AddObject(ScriptedWorkspaceDocument* document, const std::string& name,
                               std::set<std::string> offers = {});
 
     /// Opens that are not ended, and locks that are not released.
     int OpenDocuments() const;
     int Locks() const;
-    /// References on documents and objects beyond the session's own, and objects that were given and not released.
+    /// References on documents and objects beyond the workspace's own, and objects that were given and not released.
     int LivingObjects() const;
 
     /// The calls in order. Each begins with a word for the operation and the name of its object; the tests show them
@@ -178,7 +179,7 @@ public:
 private:
     class Services;
     std::filesystem::path folder_;
-    std::deque<ScriptedSessionDocument*> documents_;
+    std::deque<ScriptedWorkspaceDocument*> documents_;
     std::deque<ScriptedObject*> objects_;
 };
 

@@ -49,8 +49,8 @@ TEST_F(TemplateOperation, PassesItsValuesOn)
 
 TEST_F(TemplateOperation, SavesInTheMethodThatIsSet)
 {
-    Session.AddPart(PartTemplate(), "template");
-    Session.AddSolidPart(Temp() / "a.ZALPart", "source");
+    Workspace.AddPart(PartTemplate(), "template");
+    Workspace.AddSolidPart(Temp() / "a.ZALPart", "source");
     operation.SetTemplatesPathes(Text(PartTemplate()), {});
     operation.SetDestinationPath(Text(Parts()), "bolt");
     operation.SetSourceFilesPathes(Files({"a.ZALPart"}));
@@ -58,16 +58,16 @@ TEST_F(TemplateOperation, SavesInTheMethodThatIsSet)
     EXPECT_EQ(operation.Run(), E_INVALIDARG);
     operation.SetPreferredSaveMethod(SaveMethodNewFrom);
     EXPECT_EQ(operation.Run(), S_OK);
-    EXPECT_THAT(Session.CallsOf({"SaveAs", "SaveAsNew"}), ElementsAre("SaveAsNew template to parts/bolt.ZALPart, 0"));
+    EXPECT_THAT(Workspace.CallsOf({"SaveAs", "SaveAsNew"}), ElementsAre("SaveAsNew template to parts/bolt.ZALPart, 0"));
     EXPECT_THAT(TextsOf(operation.GetResultFilePathes()), ElementsAre(InParts("bolt.ZALPart")));
 }
 
 TEST_F(TemplateOperation, GivesEachDocumentOfARunTheProperties)
 {
-    ScriptedSessionDocument& target = Session.AddProduct(ProductTemplate(), "target");
-    ScriptedSessionDocument& product = Session.AddProduct(Temp() / "a.ZALProduct", "product");
-    ScriptedSessionDocument& part = Session.AddPart(PartTemplate(), "template");
-    Session.AddChild(product, Session.AddSolidPart(Temp() / "p.ZALPart", "p"), "p.1", 0);
+    ScriptedWorkspaceDocument& target = Workspace.AddProduct(ProductTemplate(), "target");
+    ScriptedWorkspaceDocument& product = Workspace.AddProduct(Temp() / "a.ZALProduct", "product");
+    ScriptedWorkspaceDocument& part = Workspace.AddPart(PartTemplate(), "template");
+    Workspace.AddChild(product, Workspace.AddSolidPart(Temp() / "p.ZALPart", "p"), "p.1", 0);
     operation.SetTemplatesPathes(Text(PartTemplate()), Text(ProductTemplate()));
     operation.SetDestinationPath(Text(Parts()), "bolt");
     operation.SetSourceFilesPathes(Files({"a.ZALProduct", "p.ZALPart"}));
@@ -75,7 +75,7 @@ TEST_F(TemplateOperation, GivesEachDocumentOfARunTheProperties)
     operation.AddPrdPropertyToReport("order", "7");
     operation.AddPrdPropertyToReport("customer", "Jones");
     EXPECT_EQ(operation.Run(), S_OK);
-    for (const ScriptedSessionDocument* document : {&target, &part}) {
+    for (const ScriptedWorkspaceDocument* document : {&target, &part}) {
         ASSERT_EQ(document->root->publisher->parameters.size(), 2U) << document->name;
         EXPECT_EQ(document->root->publisher->parameters[0]->value, "Smith");
         EXPECT_EQ(document->root->publisher->parameters[1]->value, "7");
@@ -93,8 +93,8 @@ TEST_F(TemplateOperation, KeepsThePropertiesForTheNextRun)
     for (const char* name : {"first", "second"}) {
         std::filesystem::remove(Parts() / "bolt.ZALPart");
         operation.SetSourceFilesPathes(Files({std::string(name) + ".ZALPart"}));
-        ScriptedSessionDocument& part = Session.AddPart(PartTemplate(), std::string("template of ") + name);
-        Session.AddSolidPart(Temp() / (std::string(name) + ".ZALPart"), name);
+        ScriptedWorkspaceDocument& part = Workspace.AddPart(PartTemplate(), std::string("template of ") + name);
+        Workspace.AddSolidPart(Temp() / (std::string(name) + ".ZALPart"), name);
         EXPECT_EQ(operation.Run(), S_OK);
         ASSERT_EQ(part.root->publisher->parameters.size(), 1U) << name;
         EXPECT_EQ(part.root->publisher->parameters[0]->value, "Smith");
@@ -150,9 +150,9 @@ TEST_F(TemplateOperation, DeletesTheSourcesThatAreStillThere)
 
 TEST_F(TemplateOperation, LosesTheSourceOfATemplateThatIsRefused)
 {
-    ScriptedSessionDocument& part = Session.AddPart(PartTemplate(), "template");
-    part.mainTool->shape = &Session.AddObject(&part, "pad");
-    Session.AddSolidPart(Temp() / "a.ZALPart", "source");
+    ScriptedWorkspaceDocument& part = Workspace.AddPart(PartTemplate(), "template");
+    part.mainTool->shape = &Workspace.AddObject(&part, "pad");
+    Workspace.AddSolidPart(Temp() / "a.ZALPart", "source");
     operation.SetTemplatesPathes(Text(PartTemplate()), {});
     operation.SetDestinationPath(Text(Parts()), "bolt");
     operation.SetSourceFilesPathes(Files({"a.ZALPart"}));
@@ -164,9 +164,9 @@ TEST_F(TemplateOperation, LosesTheSourceOfATemplateThatIsRefused)
 
 TEST_F(TemplateOperation, LosesTheFileOfAChildThatGoesByAnotherName)
 {
-    Session.AddProduct(ProductTemplate(), "target");
-    ScriptedSessionDocument& product = Session.AddProduct(Temp() / "a.ZALProduct", "product");
-    Session.AddChild(product, Session.AddSolidPart("/elsewhere/nut.ZALPart", "nut"), "nut.1", 0);
+    Workspace.AddProduct(ProductTemplate(), "target");
+    ScriptedWorkspaceDocument& product = Workspace.AddProduct(Temp() / "a.ZALProduct", "product");
+    Workspace.AddChild(product, Workspace.AddSolidPart("/elsewhere/nut.ZALPart", "nut"), "nut.1", 0);
     operation.SetTemplatesPathes(Text(PartTemplate()), Text(ProductTemplate()));
     operation.SetDestinationPath(Text(Parts()), "bolt");
     operation.SetSourceFilesPathes(Files({"a.ZALProduct", "p.ZALPart"}));

@@ -39,19 +39,19 @@ protected:
     {
         EXPECT_EQ(Document, nullptr);
         EXPECT_THAT(Held, IsEmpty());
-        EXPECT_THAT(Session.calls, IsEmpty());
+        EXPECT_THAT(Workspace.calls, IsEmpty());
     }
     Texts PartTraces() const { return TracesFrom("ApplyPartTemplate"); }
     std::string SourceTrace() const { return "ApplyPartTemplate - isRefPartPath: " + Source.string(); }
     std::string DestinationTrace() const { return "ApplyPartTemplate - isDestFilePath: " + Destination.string(); }
     std::string SaveTrace() const { return "ApplyPartTemplate - SaveAs : " + Destination.string(); }
-    Texts Copies() const { return Session.CallsOf({"Collect", "Extract", "Paste", "Work", "Cameras"}); }
+    Texts Copies() const { return Workspace.CallsOf({"Collect", "Extract", "Paste", "Work", "Cameras"}); }
 
     const std::filesystem::path Source = Downloaded("bolt.ZALPart");
     const std::filesystem::path Destination = Parts() / "result.ZALPart";
     std::filesystem::path templatePath = PartTemplate();
-    ScriptedSessionDocument& part = Session.AddPart(PartTemplate(), "template");
-    ScriptedSessionDocument& source = Session.AddSolidPart(Source, "source");
+    ScriptedWorkspaceDocument& part = Workspace.AddPart(PartTemplate(), "template");
+    ScriptedWorkspaceDocument& source = Workspace.AddSolidPart(Source, "source");
     ZALDocument* Document = nullptr;
     DocumentList Held;
     ZALUnicodeString Error = "untouched";
@@ -62,7 +62,7 @@ TEST_F(PartTemplateRun, CopiesTheResultIntoTheTemplateAndSavesIt)
     EXPECT_EQ(Apply(), S_OK);
     ExpectTemplateHeld();
     EXPECT_THAT(
-        Session.calls,
+        Workspace.calls,
         ElementsAre(
             "Open temp/VelmartTemplates/PartTemplate.ZALPart, 0", "Lock template", "Open temp/bolt.ZALPart, 0",
             "Lock source", "Container template: ZALIPrtContainer", "Container source: ZALIPrtContainer",
@@ -82,7 +82,7 @@ TEST_F(PartTemplateRun, CopiesTheResultIntoTheTemplateAndSavesIt)
 TEST_F(PartTemplateRun, TracesTheSaveBeforehand)
 {
     std::string traced;
-    Session.OnCall = [&](const std::string& call) {
+    Workspace.OnCall = [&](const std::string& call) {
         if (call.starts_with("SaveAs"))
             traced = PartTraces().back();
     };
@@ -93,14 +93,15 @@ TEST_F(PartTemplateRun, TracesTheSaveBeforehand)
 TEST_F(PartTemplateRun, IsSavedAsNewForNewFrom)
 {
     EXPECT_EQ(Apply(SaveMethodNewFrom), S_OK);
-    EXPECT_THAT(Session.CallsOf({"SaveAs", "SaveAsNew"}), ElementsAre("SaveAsNew template to parts/result.ZALPart, 0"));
+    EXPECT_THAT(Workspace.CallsOf({"SaveAs", "SaveAsNew"}),
+                ElementsAre("SaveAsNew template to parts/result.ZALPart, 0"));
     EXPECT_EQ(PartTraces().back(), "ApplyPartTemplate - SaveAsNew : " + Destination.string());
 }
 
 TEST_F(PartTemplateRun, IsSavedAsForAnyOtherMethod)
 {
     EXPECT_EQ(Apply(static_cast<PreferredSaveMethod>(7)), S_OK);
-    EXPECT_THAT(Session.CallsOf({"SaveAs", "SaveAsNew"}),
+    EXPECT_THAT(Workspace.CallsOf({"SaveAs", "SaveAsNew"}),
                 ElementsAre("SaveAs template to parts/result.ZALPart, \"\", 1"));
 }
 
@@ -156,7 +157,7 @@ TEST_F(PartTemplateRun, FailsWhenTheTemplateCannotBeOpened)
     EXPECT_EQ(Apply(), E_FAIL);
     EXPECT_EQ(Document, nullptr);
     EXPECT_THAT(Held, IsEmpty());
-    EXPECT_EQ(Session.CallsOf({"Open"}).size(), Session.calls.size());
+    EXPECT_EQ(Workspace.CallsOf({"Open"}).size(), Workspace.calls.size());
     EXPECT_FALSE(exists(Destination));
     EXPECT_TRUE(exists(Source));
 }
@@ -166,8 +167,8 @@ TEST_F(PartTemplateRun, HoldsTheTemplateWhenTheSourceCannotBeOpened)
     source.isGiven = false;
     EXPECT_EQ(Apply(), E_FAIL);
     ExpectTemplateHeld();
-    EXPECT_THAT(Session.calls, ElementsAre("Open temp/VelmartTemplates/PartTemplate.ZALPart, 0", "Lock template",
-                                           "Open temp/bolt.ZALPart, 0"));
+    EXPECT_THAT(Workspace.calls, ElementsAre("Open temp/VelmartTemplates/PartTemplate.ZALPart, 0", "Lock template",
+                                             "Open temp/bolt.ZALPart, 0"));
     EXPECT_FALSE(exists(Destination));
 }
 
@@ -183,7 +184,7 @@ TEST_F(PartTemplateRun, HoldsTheTemplateWhenTheSourceFailsToOpen)
 /// What a template or a source may lack.
 struct Lack {
     const char* name;
-    void (*take)(ScriptedSessionDocument& document);
+    void (*take)(ScriptedWorkspaceDocument& document);
 
     friend std::ostream& operator<<(std::ostream& stream, const Lack& lack) { return stream << lack.name; }
 };
@@ -195,8 +196,8 @@ TEST_P(UselessTemplate, FailsWithTheSourceClosedAndTheTemplateHeld)
     GetParam().take(part);
     EXPECT_EQ(Apply(), E_FAIL);
     ExpectTemplateHeld();
-    EXPECT_THAT(Session.CallsOf({"SaveAs", "SaveAsNew", "Collect", "Update", "Write"}), IsEmpty());
-    EXPECT_THAT(Session.CallsOf({"Unlock", "Remove"}), ElementsAre("Unlock source 0", "Remove source 1"));
+    EXPECT_THAT(Workspace.CallsOf({"SaveAs", "SaveAsNew", "Collect", "Update", "Write"}), IsEmpty());
+    EXPECT_THAT(Workspace.CallsOf({"Unlock", "Remove"}), ElementsAre("Unlock source 0", "Remove source 1"));
     EXPECT_FALSE(exists(Destination));
     EXPECT_TRUE(exists(Source));
     EXPECT_THAT(PartTraces(), ElementsAre(SourceTrace(), DestinationTrace()));
@@ -205,17 +206,17 @@ TEST_P(UselessTemplate, FailsWithTheSourceClosedAndTheTemplateHeld)
 INSTANTIATE_TEST_SUITE_P(
     Each, UselessTemplate,
     ::testing::Values(
-        Lack{"NoInit", [](ScriptedSessionDocument& document) { document.offersInit = false; }},
-        Lack{"NoContainer", [](ScriptedSessionDocument& document) { document.container = nullptr; }},
-        Lack{"OtherContainer", [](ScriptedSessionDocument& document) { document.container->offers = {}; }},
-        Lack{"NoPart", [](ScriptedSessionDocument& document) { document.container->part = nullptr; }},
-        Lack{"OtherFeature", [](ScriptedSessionDocument& document) { document.part->offers = {}; }},
-        Lack{"NoMainTool", [](ScriptedSessionDocument& document) { document.part->mainTool = nullptr; }},
+        Lack{"NoInit", [](ScriptedWorkspaceDocument& document) { document.offersInit = false; }},
+        Lack{"NoContainer", [](ScriptedWorkspaceDocument& document) { document.container = nullptr; }},
+        Lack{"OtherContainer", [](ScriptedWorkspaceDocument& document) { document.container->offers = {}; }},
+        Lack{"NoPart", [](ScriptedWorkspaceDocument& document) { document.container->part = nullptr; }},
+        Lack{"OtherFeature", [](ScriptedWorkspaceDocument& document) { document.part->offers = {}; }},
+        Lack{"NoMainTool", [](ScriptedWorkspaceDocument& document) { document.part->mainTool = nullptr; }},
         Lack{"OtherMainTool",
-             [](ScriptedSessionDocument& document) { document.mainTool->offers.erase("ZALIMechanicalTool"); }},
+             [](ScriptedWorkspaceDocument& document) { document.mainTool->offers.erase("ZALIMechanicalTool"); }},
         Lack{"FilledMainTool",
-             [](ScriptedSessionDocument& document) {
-                 document.mainTool->shape = &document.Session().AddObject(&document, "pad");
+             [](ScriptedWorkspaceDocument& document) {
+                 document.mainTool->shape = &document.Workspace().AddObject(&document, "pad");
              }}),
     [](const auto& lack) { return lack.param.name; });
 
@@ -225,12 +226,12 @@ TEST_P(EmptySource, SavesTheTemplateWithThePropertiesOnly)
 {
     GetParam().take(source);
     for (const char* name : {"tool1", "tool2", "tool3"})
-        Session.AddTool(source, name);
+        Workspace.AddTool(source, name);
     source.root->texts[0] = "PN-1";
     EXPECT_EQ(Apply(), S_OK);
     ExpectTemplateHeld();
     EXPECT_THAT(Copies(), IsEmpty());
-    EXPECT_THAT(Session.CallsOf({"Update", "SaveAs"}),
+    EXPECT_THAT(Workspace.CallsOf({"Update", "SaveAs"}),
                 ElementsAre("Update template.part", "SaveAs template to parts/result.ZALPart, \"\", 1"));
     EXPECT_EQ(part.root->texts[0], "PN-1");
     EXPECT_THAT(PartTraces(), ElementsAre(SourceTrace(), DestinationTrace(),
@@ -240,15 +241,15 @@ TEST_P(EmptySource, SavesTheTemplateWithThePropertiesOnly)
 INSTANTIATE_TEST_SUITE_P(
     Each, EmptySource,
     ::testing::Values(
-        Lack{"NoInit", [](ScriptedSessionDocument& document) { document.offersInit = false; }},
-        Lack{"NoContainer", [](ScriptedSessionDocument& document) { document.container = nullptr; }},
-        Lack{"NoPart", [](ScriptedSessionDocument& document) { document.container->part = nullptr; }},
-        Lack{"NoMainTool", [](ScriptedSessionDocument& document) { document.part->mainTool = nullptr; }},
+        Lack{"NoInit", [](ScriptedWorkspaceDocument& document) { document.offersInit = false; }},
+        Lack{"NoContainer", [](ScriptedWorkspaceDocument& document) { document.container = nullptr; }},
+        Lack{"NoPart", [](ScriptedWorkspaceDocument& document) { document.container->part = nullptr; }},
+        Lack{"NoMainTool", [](ScriptedWorkspaceDocument& document) { document.part->mainTool = nullptr; }},
         Lack{"OtherMainTool",
-             [](ScriptedSessionDocument& document) { document.mainTool->offers.erase("ZALIMechanicalTool"); }},
-        Lack{"EmptyMainTool", [](ScriptedSessionDocument& document) { document.mainTool->shape = nullptr; }},
-        Lack{"OtherShape", [](ScriptedSessionDocument& document) { document.mainTool->shape->offers = {}; }},
-        Lack{"NoResult", [](ScriptedSessionDocument& document) { document.mainTool->shape->result = nullptr; }}),
+             [](ScriptedWorkspaceDocument& document) { document.mainTool->offers.erase("ZALIMechanicalTool"); }},
+        Lack{"EmptyMainTool", [](ScriptedWorkspaceDocument& document) { document.mainTool->shape = nullptr; }},
+        Lack{"OtherShape", [](ScriptedWorkspaceDocument& document) { document.mainTool->shape->offers = {}; }},
+        Lack{"NoResult", [](ScriptedWorkspaceDocument& document) { document.mainTool->shape->result = nullptr; }}),
     [](const auto& lack) { return lack.param.name; });
 
 // ---------------------------------------------------------------------------------------------
@@ -259,11 +260,11 @@ class FailingCopy : public PartTemplateRun, public ::testing::WithParamInterface
 TEST_P(FailingCopy, SavesTheTemplateWithoutTheShape)
 {
     GetParam().take(source);
-    Session.AddTool(source, "tool");
+    Workspace.AddTool(source, "tool");
     EXPECT_EQ(Apply(), S_OK);
     ExpectTemplateHeld();
     EXPECT_THAT(Copies(), IsEmpty());
-    EXPECT_THAT(Session.CallsOf({"Update", "SaveAs"}),
+    EXPECT_THAT(Workspace.CallsOf({"Update", "SaveAs"}),
                 ElementsAre("Update template.part", "SaveAs template to parts/result.ZALPart, \"\", 1"));
     EXPECT_THAT(PartTraces(), ElementsAre(SourceTrace(), DestinationTrace(), "ApplyPartTemplate - CopyPaste has failed",
                                           SaveTrace()));
@@ -273,13 +274,13 @@ INSTANTIATE_TEST_SUITE_P(
     Each, FailingCopy,
     ::testing::Values(
         Lack{"ResultIsNoFeature",
-             [](ScriptedSessionDocument& document) { document.mainTool->shape->result->offers = {}; }},
+             [](ScriptedWorkspaceDocument& document) { document.mainTool->shape->result->offers = {}; }},
         Lack{"NoContainer",
-             [](ScriptedSessionDocument& document) { document.mainTool->shape->result->features = nullptr; }},
-        Lack{"ContainerWithoutCopies", [](ScriptedSessionDocument& document) { document.features->offers = {}; }},
-        Lack{"NoFormat", [](ScriptedSessionDocument& document) { document.features->formats = {}; }},
+             [](ScriptedWorkspaceDocument& document) { document.mainTool->shape->result->features = nullptr; }},
+        Lack{"ContainerWithoutCopies", [](ScriptedWorkspaceDocument& document) { document.features->offers = {}; }},
+        Lack{"NoFormat", [](ScriptedWorkspaceDocument& document) { document.features->formats = {}; }},
         Lack{"OtherFormats",
-             [](ScriptedSessionDocument& document) {
+             [](ScriptedWorkspaceDocument& document) {
                  document.features->formats = {std::nullopt, "ZALPrtResult", "zalprtresultwithoutlink",
                                                "ZALPrtResultWithOutLink2"};
              }}),
@@ -307,10 +308,10 @@ TEST_F(PartTemplateRun, TakesTheFirstFormatOfTheNameAmongOthers)
 TEST_F(PartTemplateRun, PastesIntoAContainerThatTakesNothingWithoutAFailure)
 {
     part.features->offers.erase("ZALICutAndPastable");
-    Session.AddTool(source, "tool");
+    Workspace.AddTool(source, "tool");
     EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(Session.CallsOf({"Paste"}), IsEmpty());
-    EXPECT_THAT(Session.CallsOf({"Work", "Cameras"}),
+    EXPECT_THAT(Workspace.CallsOf({"Paste"}), IsEmpty());
+    EXPECT_THAT(Workspace.CallsOf({"Work", "Cameras"}),
                 ElementsAre("Work template.part: template.main", "Cameras template: source"));
     EXPECT_THAT(PartTraces(), Not(Contains("ApplyPartTemplate - CopyPaste has failed")));
 }
@@ -319,7 +320,7 @@ TEST_F(PartTemplateRun, PastesNothingWhenNothingWasExtracted)
 {
     source.features->extracted = nullptr;
     EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(Session.CallsOf({"Collect", "Paste"}),
+    EXPECT_THAT(Workspace.CallsOf({"Collect", "Paste"}),
                 ElementsAre("Collect source.features: source.result, " + Format,
                             "Paste template.features: nothing below template.main, " + Format));
 }
@@ -328,7 +329,7 @@ TEST_F(PartTemplateRun, PastesNothingOfAnExtractedContainerThatGivesNothing)
 {
     source.features->extracted->offers.clear();
     EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(Session.CallsOf({"Paste"}),
+    EXPECT_THAT(Workspace.CallsOf({"Paste"}),
                 ElementsAre("Paste template.features: nothing below template.main, " + Format));
 }
 
@@ -336,13 +337,13 @@ TEST_F(PartTemplateRun, PastesWithoutATargetWhenThatHasNoPath)
 {
     part.mainTool->offers.erase("ZALIPathAccess");
     EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(Session.CallsOf({"Paste"}), ElementsAre("Paste template.features: source.copy, " + Format));
+    EXPECT_THAT(Workspace.CallsOf({"Paste"}), ElementsAre("Paste template.features: source.copy, " + Format));
 }
 
 TEST_F(PartTemplateRun, CopiesTheOtherToolsBelowTheSourcesOwnPart)
 {
-    Session.AddTool(source, "tool1");
-    Session.AddTool(source, "tool2");
+    Workspace.AddTool(source, "tool1");
+    Workspace.AddTool(source, "tool2");
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(Copies(), ElementsAre("Collect source.features: source.result, " + Format,
                                       "Extract source.features: boundary(source.result), " + Format,
@@ -357,7 +358,7 @@ TEST_F(PartTemplateRun, CopiesTheOtherToolsBelowTheSourcesOwnPart)
 
 TEST_F(PartTemplateRun, TakesTheMainToolOutOfTheOthersWhereverItStands)
 {
-    Session.AddTool(source, "tool1");
+    Workspace.AddTool(source, "tool1");
     source.part->tools = {source.part->tools[1], source.mainTool, source.part->tools[1]};
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(Copies(), Contains("Collect source.features: tool1 tool1, " + Format));
@@ -365,11 +366,11 @@ TEST_F(PartTemplateRun, TakesTheMainToolOutOfTheOthersWhereverItStands)
 
 TEST_F(PartTemplateRun, KeepsTheOtherThingsOfTheTemplate)
 {
-    Session.AddTool(part, "sketch");
-    part.part->tools.back()->shape = &Session.AddObject(&part, "curve");
+    Workspace.AddTool(part, "sketch");
+    part.part->tools.back()->shape = &Workspace.AddObject(&part, "curve");
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_EQ(part.part->tools.size(), 2U);
-    EXPECT_EQ(Session.CallsOf({"SaveAs"}).size(), 1U);
+    EXPECT_EQ(Workspace.CallsOf({"SaveAs"}).size(), 1U);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -379,7 +380,7 @@ TEST_F(PartTemplateRun, GoesOnWithoutManagement)
 {
     part.part->offers.erase("ZALIPrtManagement");
     EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(Session.CallsOf({"Work", "Cameras", "SaveAs"}),
+    EXPECT_THAT(Workspace.CallsOf({"Work", "Cameras", "SaveAs"}),
                 ElementsAre("Cameras template: source", "SaveAs template to parts/result.ZALPart, \"\", 1"));
 }
 
@@ -387,7 +388,7 @@ TEST_F(PartTemplateRun, FlushesAnErrorOfTheUpdateAndSaves)
 {
     part.part->updateError = "a loop of formulas";
     EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(Session.CallsOf({"Update", "Flush", "SaveAs"}),
+    EXPECT_THAT(Workspace.CallsOf({"Update", "Flush", "SaveAs"}),
                 ElementsAre("Update template.part", "Flush a loop of formulas",
                             "SaveAs template to parts/result.ZALPart, \"\", 1"));
 }
@@ -396,7 +397,7 @@ TEST_F(PartTemplateRun, SavesAPartThatCannotBeUpdated)
 {
     part.part->offers.erase("ZALISpecObject");
     EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(Session.CallsOf({"Update"}), IsEmpty());
+    EXPECT_THAT(Workspace.CallsOf({"Update"}), IsEmpty());
     EXPECT_TRUE(exists(Destination));
 }
 
@@ -404,7 +405,7 @@ TEST_F(PartTemplateRun, SavesWithoutTheReportOfAProductThatHasNoProperties)
 {
     source.root = nullptr;
     EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(Session.CallsOf({"Write"}), IsEmpty());
+    EXPECT_THAT(Workspace.CallsOf({"Write"}), IsEmpty());
     EXPECT_TRUE(exists(Destination));
 }
 
@@ -413,7 +414,7 @@ TEST_F(PartTemplateRun, ReportsTheGivenProperties)
     EXPECT_EQ(ApplyPartTemplate(Text(templatePath), Text(Source), {{"customer", "Smith"}}, Text(Destination),
                                 SaveMethodSaveAs, Document, Held, Error),
               S_OK);
-    EXPECT_THAT(Session.CallsOf({"Create"}), ElementsAre("Create customer = Smith in template.features"));
+    EXPECT_THAT(Workspace.CallsOf({"Create"}), ElementsAre("Create customer = Smith in template.features"));
 }
 
 TEST_F(PartTemplateRun, GivesTheCodeOfTheSave)
@@ -432,12 +433,12 @@ TEST_F(PartTemplateRun, GivesTheCodeOfTheSave)
 TEST_F(PartTemplateRun, TakesTheCamerasOfTheSourceOver)
 {
     EXPECT_EQ(CopyPersistentCamera(&source, &part), S_OK);
-    EXPECT_THAT(Session.calls, ElementsAre("Cameras template: source"));
+    EXPECT_THAT(Workspace.calls, ElementsAre("Cameras template: source"));
 }
 
 TEST_F(PartTemplateRun, TakesNoCamerasOverWhenOneOfTheDocumentsHasNone)
 {
-    for (ScriptedSessionDocument* document : {&source, &part}) {
+    for (ScriptedWorkspaceDocument* document : {&source, &part}) {
         document->hasStore = false;
         EXPECT_EQ(CopyPersistentCamera(&source, &part), E_FAIL);
         document->hasStore = true;
@@ -447,7 +448,7 @@ TEST_F(PartTemplateRun, TakesNoCamerasOverWhenOneOfTheDocumentsHasNone)
     }
     EXPECT_EQ(CopyPersistentCamera(nullptr, &part), E_FAIL);
     EXPECT_EQ(CopyPersistentCamera(&source, nullptr), E_FAIL);
-    EXPECT_THAT(Session.calls, IsEmpty());
+    EXPECT_THAT(Workspace.calls, IsEmpty());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -455,12 +456,12 @@ TEST_F(PartTemplateRun, TakesNoCamerasOverWhenOneOfTheDocumentsHasNone)
 
 TEST_F(PartTemplateRun, ClosesDocumentsInTheirOrderAndPassesOverNullOnes)
 {
-    for (ScriptedSessionDocument* document : {&source, &part}) {
+    for (ScriptedWorkspaceDocument* document : {&source, &part}) {
         ++document->opens;
         ++document->locks;
     }
     CloseDocuments({nullptr, &source, nullptr, &part});
-    EXPECT_THAT(Session.calls,
+    EXPECT_THAT(Workspace.calls,
                 ElementsAre("Unlock source 0", "Remove source 1", "Unlock template 0", "Remove template 1"));
     CloseDocuments({});
 }
@@ -490,22 +491,22 @@ class UnheardAnswer : public PartTemplateRun, public ::testing::WithParamInterfa
 
 TEST_P(UnheardAnswer, ChangesNothing)
 {
-    Session.AddTool(source, "tool");
-    Session.AddParameter(source, "finish", "zinc");
-    Session.AddParameter(part, "own", "template");
-    Session.answers[GetParam()] = E_FAIL;
+    Workspace.AddTool(source, "tool");
+    Workspace.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(part, "own", "template");
+    Workspace.answers[GetParam()] = E_FAIL;
     EXPECT_EQ(Apply(), S_OK);
-    const Texts calls = Session.calls;
+    const Texts calls = Workspace.calls;
 
     // The same once more, with answers that are no failures.
-    Session.answers.clear();
+    Workspace.answers.clear();
     CloseDocuments(std::exchange(Held, {}));
     std::filesystem::remove(Destination);
     part.path = PartTemplate();
     part.root->publisher->parameters.pop_back();
-    Session.calls.clear();
+    Workspace.calls.clear();
     EXPECT_EQ(Apply(), S_OK);
-    EXPECT_EQ(calls, Session.calls);
+    EXPECT_EQ(calls, Workspace.calls);
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, UnheardAnswer,
@@ -522,19 +523,19 @@ TEST_F(PartTemplateRun, SavesWithoutCamerasWhereThereAreNone)
 
 TEST_F(PartTemplateRun, TakesNoNoticeOfTheAnswerOfTheCameras)
 {
-    Session.answers["Cameras"] = E_FAIL;
+    Workspace.answers["Cameras"] = E_FAIL;
     EXPECT_EQ(CopyPersistentCamera(&source, &part), S_OK);
 }
 
 TEST_F(PartTemplateRun, ClosesTheOtherDocumentsWhenOneCannotBeClosed)
 {
-    for (ScriptedSessionDocument* document : {&source, &part}) {
+    for (ScriptedWorkspaceDocument* document : {&source, &part}) {
         ++document->opens;
         ++document->locks;
     }
-    Session.answers = {{"Unlock", E_FAIL}, {"Remove", E_FAIL}};
+    Workspace.answers = {{"Unlock", E_FAIL}, {"Remove", E_FAIL}};
     CloseDocuments({&source, &part});
-    EXPECT_THAT(Session.calls,
+    EXPECT_THAT(Workspace.calls,
                 ElementsAre("Unlock source 0", "Remove source 1", "Unlock template 0", "Remove template 1"));
 }
 

@@ -23,8 +23,8 @@ protected:
         const HRESULT result = ApplyTemplates(Text(partTemplate), Text(productTemplate), files, Properties,
                                               Text(Parts()), FromUtf8(Root), method, Results, Error, Warnings);
         EXPECT_EQ(ToUtf8(Error), "");
-        EXPECT_EQ(Session.OpenDocuments(), 0);
-        EXPECT_EQ(Session.Locks(), 0);
+        EXPECT_EQ(Workspace.OpenDocuments(), 0);
+        EXPECT_EQ(Workspace.Locks(), 0);
         return result;
     }
     /// The results, relative to Parts().
@@ -119,18 +119,18 @@ TEST_F(ApplyTemplatesRun, RefusesNoMethodAndNoSources)
     EXPECT_EQ(Apply(SaveMethodNone), E_INVALIDARG);
     EXPECT_THAT(Names(Parts()), IsEmpty());
     EXPECT_TRUE(exists(Temp() / "a.ZALPart"));
-    EXPECT_THAT(Session.calls, IsEmpty());
+    EXPECT_THAT(Workspace.calls, IsEmpty());
 }
 
 TEST_F(ApplyTemplatesRun, RebuildsOnePart)
 {
     Download({"a.zalpart"});
-    Session.AddPart(PartTemplate(), "template");
-    Session.AddSolidPart(Temp() / "a.zalpart", "source");
+    Workspace.AddPart(PartTemplate(), "template");
+    Workspace.AddSolidPart(Temp() / "a.zalpart", "source");
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.zalpart"));
-    EXPECT_EQ(Session.calls.front(), "Open temp/VelmartTemplates/PartTemplate.ZALPart, 0");
-    EXPECT_THAT(Session.CallsOf({"Unlock", "Remove"}),
+    EXPECT_EQ(Workspace.calls.front(), "Open temp/VelmartTemplates/PartTemplate.ZALPart, 0");
+    EXPECT_THAT(Workspace.CallsOf({"Unlock", "Remove"}),
                 ElementsAre("Unlock source 0", "Remove source 1", "Unlock template 0", "Remove template 1"));
     EXPECT_EQ(Read(Parts() / "bolt.zalpart"), "template");
 }
@@ -154,7 +154,7 @@ TEST_F(ApplyTemplatesRun, MovesOneFileOfAnyOtherKind)
         EXPECT_THAT(ResultNames(), ElementsAre(expected));
         EXPECT_EQ(Read(Parts() / expected), std::string("downloaded ") + name);
     }
-    EXPECT_THAT(Session.calls, IsEmpty());
+    EXPECT_THAT(Workspace.calls, IsEmpty());
 }
 
 TEST_F(ApplyTemplatesRun, ReportsOneFileThatIsThereAlready)
@@ -168,7 +168,7 @@ TEST_F(ApplyTemplatesRun, ReportsOneFileThatIsThereAlready)
         EXPECT_EQ(Read(Parts() / result), "old");
         EXPECT_TRUE(exists(Temp() / name));
     }
-    EXPECT_THAT(Session.calls, IsEmpty());
+    EXPECT_THAT(Workspace.calls, IsEmpty());
 }
 
 TEST_F(ApplyTemplatesRun, ReportsNothingOfOneFileThatFails)
@@ -178,17 +178,17 @@ TEST_F(ApplyTemplatesRun, ReportsNothingOfOneFileThatFails)
     EXPECT_THAT(ResultNames(), IsEmpty());
 
     Download({"a.ZALPart"});
-    Session.AddPart(PartTemplate(), "template"); // the source cannot be opened
+    Workspace.AddPart(PartTemplate(), "template"); // the source cannot be opened
     EXPECT_EQ(Apply(), E_FAIL);
     EXPECT_THAT(ResultNames(), IsEmpty());
-    EXPECT_THAT(Session.CallsOf({"Unlock", "Remove"}), ElementsAre("Unlock template 0", "Remove template 1"));
+    EXPECT_THAT(Workspace.CallsOf({"Unlock", "Remove"}), ElementsAre("Unlock template 0", "Remove template 1"));
 }
 
 TEST_F(ApplyTemplatesRun, GivesTheCodeOfTheSaveOfOnePart)
 {
     Download({"a.ZALPart"});
-    Session.AddPart(PartTemplate(), "template").saveResult = E_INVALIDARG;
-    Session.AddSolidPart(Temp() / "a.ZALPart", "source");
+    Workspace.AddPart(PartTemplate(), "template").saveResult = E_INVALIDARG;
+    Workspace.AddSolidPart(Temp() / "a.ZALPart", "source");
     EXPECT_EQ(Apply(), E_INVALIDARG);
     EXPECT_THAT(ResultNames(), IsEmpty());
 }
@@ -209,7 +209,7 @@ TEST_F(ApplyTemplatesRun, MovesSeveralProductsUnderTheirOwnNamesWithAWarning)
     ASSERT_EQ(traces.size(), 7U);
     EXPECT_EQ(traces[5], "ApplyTemplates - WARNING - No Support of template for multiple products");
     EXPECT_EQ(traces[6], "ApplyTemplates - No Product Template - we move the files");
-    EXPECT_THAT(Session.calls, IsEmpty());
+    EXPECT_THAT(Workspace.calls, IsEmpty());
 }
 
 TEST_F(ApplyTemplatesRun, WarnsWithAnEmptyTextWithoutACatalog)
@@ -230,7 +230,7 @@ TEST_F(ApplyTemplatesRun, MovesTheFilesWithoutAProductTemplate)
     EXPECT_EQ(Read(Parts() / "bolt.ZALProduct"), "downloaded a.ZALProduct");
     EXPECT_THAT(RunTraces(), Contains("ApplyTemplates - No Product Template - we move the files"));
     EXPECT_THAT(TextsOf(Warnings), IsEmpty());
-    EXPECT_THAT(Session.calls, IsEmpty()) << "the part template is not used";
+    EXPECT_THAT(Workspace.calls, IsEmpty()) << "the part template is not used";
 }
 
 TEST_F(ApplyTemplatesRun, MovesFilesWithoutAProductUnderTheirOwnNames)
@@ -265,8 +265,8 @@ TEST_F(ApplyTemplatesRun, ReportsAMovedFileWhoseTargetIsThere)
 TEST_F(ApplyTemplatesRun, GivesTheAnswerOfASaveThatIsNoFailure)
 {
     Download({"a.ZALPart"});
-    Session.AddPart(PartTemplate(), "template").saveResult = 7;
-    Session.AddSolidPart(Temp() / "a.ZALPart", "source");
+    Workspace.AddPart(PartTemplate(), "template").saveResult = 7;
+    Workspace.AddSolidPart(Temp() / "a.ZALPart", "source");
     EXPECT_EQ(Apply(), 7);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALPart"));
 }
@@ -276,13 +276,13 @@ TEST_F(ApplyTemplatesRun, SavesByAnyOtherNumberAsALaterVersion)
     for (const int method : {-1, 3}) {
         Download({"a.ZALPart"});
         std::filesystem::remove(Parts() / "bolt.ZALPart");
-        Session.AddPart(PartTemplate(), "template");
-        Session.AddSolidPart(Temp() / "a.ZALPart", "source");
+        Workspace.AddPart(PartTemplate(), "template");
+        Workspace.AddSolidPart(Temp() / "a.ZALPart", "source");
         EXPECT_EQ(Apply(static_cast<PreferredSaveMethod>(method)), S_OK);
         EXPECT_EQ(RunTraces().back(), "ApplyTemplates - SaveMethod: " + std::to_string(method));
     }
-    EXPECT_EQ(Session.CallsOf({"SaveAs"}).size(), 2U);
-    EXPECT_THAT(Session.CallsOf({"SaveAsNew"}), IsEmpty());
+    EXPECT_EQ(Workspace.CallsOf({"SaveAs"}).size(), 2U);
+    EXPECT_THAT(Workspace.CallsOf({"SaveAsNew"}), IsEmpty());
 }
 
 TEST_F(ApplyTemplatesRun, MovesOneFileWithoutARootNameUnderItsOwn)
@@ -300,7 +300,7 @@ TEST_F(ApplyTemplatesRun, FailsWithAProductTemplateAndNoProductAmongTheFiles)
     EXPECT_THAT(ResultNames(), IsEmpty());
     EXPECT_THAT(Names(Parts()), IsEmpty());
     EXPECT_TRUE(exists(Temp() / "p.ZALPart"));
-    EXPECT_THAT(Session.calls, IsEmpty());
+    EXPECT_THAT(Workspace.calls, IsEmpty());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -320,16 +320,16 @@ protected:
     }
     static std::pair<HRESULT, std::string> None(HRESULT result) { return {result, ""}; }
 
-    ScriptedSessionDocument& product = Session.AddProduct("/cache/a.ZALProduct", "product");
-    ScriptedSessionDocument& part = Session.AddPart("/cache/nut.ZALPart", "part");
-    ScriptedObject& child = Session.AddChild(product, part, "nut.1", 0);
+    ScriptedWorkspaceDocument& product = Workspace.AddProduct("/cache/a.ZALProduct", "product");
+    ScriptedWorkspaceDocument& part = Workspace.AddPart("/cache/nut.ZALPart", "part");
+    ScriptedObject& child = Workspace.AddChild(product, part, "nut.1", 0);
 };
 
 TEST_F(DownloadedFile, IsTheFirstOfThatNameInAnyFolderAndLetterCase)
 {
     EXPECT_EQ(Find({"/t/bolt.ZALPart", "/t/NUT.zalpart", "/u/nut.ZALPart"}),
               (std::pair<HRESULT, std::string>{S_OK, "/t/NUT.zalpart"}));
-    EXPECT_THAT(Session.calls, ElementsAre("Shape nut.1: Default, 0, 1, 1"));
+    EXPECT_THAT(Workspace.calls, ElementsAre("Shape nut.1: Default, 0, 1, 1"));
 }
 
 TEST_F(DownloadedFile, IsNotThereForAnotherName)
@@ -368,16 +368,16 @@ protected:
         return AddPositionedComponent(ZALIProduct_var(product.root), ZALIProduct_var(part.root), position);
     }
 
-    ScriptedSessionDocument& product = Session.AddProduct("/a.ZALProduct", "product");
-    ScriptedSessionDocument& part = Session.AddPart("/p.ZALPart", "part");
+    ScriptedWorkspaceDocument& product = Workspace.AddProduct("/a.ZALProduct", "product");
+    ScriptedWorkspaceDocument& part = Workspace.AddPart("/p.ZALPart", "part");
 };
 
 TEST_F(PositionedComponent, IsAddedAndPlacedRelativeToTheRoot)
 {
     product.root->addResult = S_FALSE;
-    Session.answers["Place"] = E_FAIL;
+    Workspace.answers["Place"] = E_FAIL;
     EXPECT_EQ(Add(), S_FALSE) << "the result of the addition";
-    EXPECT_THAT(Session.calls,
+    EXPECT_THAT(Workspace.calls,
                 ElementsAre("Add product.root: part.root", "Place part.root.1 in product.root at 4, 0, 1"));
 }
 
@@ -385,14 +385,14 @@ TEST_F(PositionedComponent, KeepsItsSuccessWhenItCannotBePlaced)
 {
     product.root->instanceOffers = {"ZALIAProduct"};
     EXPECT_EQ(Add(), S_OK);
-    EXPECT_THAT(Session.calls, ElementsAre("Add product.root: part.root"));
+    EXPECT_THAT(Workspace.calls, ElementsAre("Add product.root: part.root"));
 }
 
 TEST_F(PositionedComponent, IsPlacedInNothingWhenTheRootIsNotMovable)
 {
     product.root->offers.erase("ZALIMovable");
     EXPECT_EQ(Add(), S_OK);
-    EXPECT_EQ(Session.calls.back(), "Place part.root.1 in nothing at 4, 0, 1");
+    EXPECT_EQ(Workspace.calls.back(), "Place part.root.1 in nothing at 4, 0, 1");
 }
 
 TEST_F(PositionedComponent, NeedsComponentsAndAProduct)
@@ -404,7 +404,7 @@ TEST_F(PositionedComponent, NeedsComponentsAndAProduct)
     EXPECT_EQ(Add(), E_INVALIDARG);
     EXPECT_EQ(AddPositionedComponent(ZALIProduct_var(), ZALIProduct_var(part.root), {}), E_INVALIDARG);
     EXPECT_EQ(AddPositionedComponent(ZALIProduct_var(product.root), ZALIProduct_var(), {}), E_INVALIDARG);
-    EXPECT_THAT(Session.calls, IsEmpty());
+    EXPECT_THAT(Workspace.calls, IsEmpty());
 }
 
 TEST_F(PositionedComponent, FailsWhenNothingIsAdded)
@@ -414,7 +414,7 @@ TEST_F(PositionedComponent, FailsWhenNothingIsAdded)
     product.root->givesInstance = true;
     product.root->addResult = E_INVALIDARG;
     EXPECT_EQ(Add(), E_FAIL);
-    EXPECT_THAT(Session.CallsOf({"Place"}), IsEmpty());
+    EXPECT_THAT(Workspace.CallsOf({"Place"}), IsEmpty());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -425,30 +425,30 @@ protected:
     ProductRun() { Download({"a.ZALProduct"}); }
 
     /// A downloaded part, and a part template for it.
-    ScriptedSessionDocument& AddSource(const std::string& name)
+    ScriptedWorkspaceDocument& AddSource(const std::string& name)
     {
         Downloaded(name + ".ZALPart");
         Sources.push_back(name + ".ZALPart");
-        Session.AddPart(PartTemplate(), "template of " + name);
-        return Session.AddSolidPart(Temp() / (name + ".ZALPart"), name);
+        Workspace.AddPart(PartTemplate(), "template of " + name);
+        return Workspace.AddSolidPart(Temp() / (name + ".ZALPart"), name);
     }
     /// What became of the template product: the references of its components and their places.
     Texts Places() const
     {
         Texts places;
-        for (const std::string& call : Session.CallsOf({"Place"}))
+        for (const std::string& call : Workspace.CallsOf({"Place"}))
             places.push_back(call.substr(std::string("Place ").size()));
         return places;
     }
 
-    ScriptedSessionDocument& target = Session.AddProduct(ProductTemplate(), "target");
-    ScriptedSessionDocument& product = Session.AddProduct(Temp() / "a.ZALProduct", "product");
+    ScriptedWorkspaceDocument& target = Workspace.AddProduct(ProductTemplate(), "target");
+    ScriptedWorkspaceDocument& product = Workspace.AddProduct(Temp() / "a.ZALProduct", "product");
 };
 
 TEST_F(ProductRun, PlacesEachPartInTheTemplateAndSavesIt)
 {
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
-    Session.AddChild(product, AddSource("q"), "q.1", 2);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("q"), "q.1", 2);
     Downloaded("drawing.pdf");
     Sources.push_back("drawing.pdf");
     product.root->texts[0] = "PN-1";
@@ -459,8 +459,8 @@ TEST_F(ProductRun, PlacesEachPartInTheTemplateAndSavesIt)
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart", "bolt_02.ZALPart"));
     EXPECT_EQ(target.root->texts[0], "PN-1");
     EXPECT_THAT(
-        Session.CallsOf({"Open", "Lock", "Cameras", "Children", "Where", "Shape", "Create", "SaveAs", "Add", "Place",
-                         "Unlock", "Remove"}),
+        Workspace.CallsOf({"Open", "Lock", "Cameras", "Children", "Where", "Shape", "Create", "SaveAs", "Add", "Place",
+                           "Unlock", "Remove"}),
         ElementsAre(
             "Open temp/VelmartTemplates/ProductTemplate.ZALProduct, 0", "Lock target", "Open temp/a.ZALProduct, 0",
             "Lock product", "Children product.publisher: ZALICkeParm", "Children target.publisher: ZALICkeParm",
@@ -488,7 +488,7 @@ TEST_F(ProductRun, PlacesEachPartInTheTemplateAndSavesIt)
 TEST_F(ProductRun, TracesTheSaveBeforehand)
 {
     Texts traced;
-    Session.OnCall = [&](const std::string& call) {
+    Workspace.OnCall = [&](const std::string& call) {
         if (call.starts_with("SaveAs"))
             traced.push_back(RunTraces().back());
     };
@@ -499,9 +499,9 @@ TEST_F(ProductRun, TracesTheSaveBeforehand)
 
 TEST_F(ProductRun, IsSavedAsNewForNewFrom)
 {
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
     EXPECT_EQ(Apply(SaveMethodNewFrom), S_OK);
-    EXPECT_THAT(Session.CallsOf({"SaveAs", "SaveAsNew"}),
+    EXPECT_THAT(Workspace.CallsOf({"SaveAs", "SaveAsNew"}),
                 ElementsAre("SaveAsNew template of p to parts/bolt_01.ZALPart, 0",
                             "SaveAsNew target to parts/bolt.ZALProduct, 0"));
     EXPECT_EQ(RunTraces().back(), "ApplyTemplates - SaveAsNew : " + InParts("bolt.ZALProduct"));
@@ -509,11 +509,11 @@ TEST_F(ProductRun, IsSavedAsNewForNewFrom)
 
 TEST_F(ProductRun, RebuildsAPartOnceForAllItsInstances)
 {
-    ScriptedSessionDocument& p = AddSource("p");
-    Session.AddChild(product, p, "p.1", 1);
-    Session.AddChild(product, AddSource("q"), "q.1", 2);
-    Session.AddChild(product, p, "p.2", 3);
-    Session.AddChild(product, AddSource("r"), "r.1", 4);
+    ScriptedWorkspaceDocument& p = AddSource("p");
+    Workspace.AddChild(product, p, "p.1", 1);
+    Workspace.AddChild(product, AddSource("q"), "q.1", 2);
+    Workspace.AddChild(product, p, "p.2", 3);
+    Workspace.AddChild(product, AddSource("r"), "r.1", 4);
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart", "bolt_02.ZALPart", "bolt_03.ZALPart"));
     EXPECT_THAT(Places(), ElementsAre("template of p.root.1 in target.root at 1, 0, 1",
@@ -524,18 +524,18 @@ TEST_F(ProductRun, RebuildsAPartOnceForAllItsInstances)
 
 TEST_F(ProductRun, TellsReferencesOfOneNameApart)
 {
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
-    Session.AddPart(PartTemplate(), "another template");
-    Session.AddChild(product, Session.AddSolidPart("/elsewhere/p.ZALPart", "other p"), "p.2", 2);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddPart(PartTemplate(), "another template");
+    Workspace.AddChild(product, Workspace.AddSolidPart("/elsewhere/p.ZALPart", "other p"), "p.2", 2);
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart", "bolt_02.ZALPart"));
 }
 
 TEST_F(ProductRun, SkipsAChildWhoseFileIsNotThere)
 {
-    Session.AddChild(product, Session.AddSolidPart("/elsewhere/lost.ZALPart", "lost"), "lost.1", 1);
-    Session.AddChild(product, AddSource("p"), "p.1", 2);
-    ScriptedObject& sub = Session.AddChild(product, product, "sub.1", 3);
+    Workspace.AddChild(product, Workspace.AddSolidPart("/elsewhere/lost.ZALPart", "lost"), "lost.1", 1);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 2);
+    ScriptedObject& sub = Workspace.AddChild(product, product, "sub.1", 3);
     sub.representation = nullptr;
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart")) << "a skipped child takes no number";
@@ -546,8 +546,8 @@ TEST_F(ProductRun, SkipsAChildWhoseFileIsNotThere)
 TEST_F(ProductRun, SkipsWhatIsNoProduct)
 {
     product.root->children->push_back(nullptr);
-    product.root->children->push_back(&Session.AddObject(&product, "sketch"));
-    Session.AddChild(product, AddSource("p"), "p.1", 2);
+    product.root->children->push_back(&Workspace.AddObject(&product, "sketch"));
+    Workspace.AddChild(product, AddSource("p"), "p.1", 2);
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
     EXPECT_THAT(RunTraces(), Not(Contains("ApplyTemplates - unable to retrieve corresponding downloaded file")));
@@ -555,9 +555,9 @@ TEST_F(ProductRun, SkipsWhatIsNoProduct)
 
 TEST_F(ProductRun, PlacesAChildThatIsNotMovableAtTheOrigin)
 {
-    ScriptedSessionDocument& p = AddSource("p");
-    Session.AddChild(product, p, "p.1", 1);
-    Session.AddChild(product, p, "p.2", 2).offers.erase("ZALIMovable");
+    ScriptedWorkspaceDocument& p = AddSource("p");
+    Workspace.AddChild(product, p, "p.1", 1);
+    Workspace.AddChild(product, p, "p.2", 2).offers.erase("ZALIMovable");
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(Places(), ElementsAre("template of p.root.1 in target.root at 1, 0, 1",
                                       "template of p.root.2 in target.root at 0, 0, 1"));
@@ -566,9 +566,9 @@ TEST_F(ProductRun, PlacesAChildThatIsNotMovableAtTheOrigin)
 TEST_F(ProductRun, AsksForPositionsInNothingWhenTheSourceIsNotMovable)
 {
     product.root->offers.erase("ZALIMovable");
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
     EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(Session.CallsOf({"Where"}), ElementsAre("Where p.1 in nothing, 0, 1"));
+    EXPECT_THAT(Workspace.CallsOf({"Where"}), ElementsAre("Where p.1 in nothing, 0, 1"));
 }
 
 TEST_F(ProductRun, OfAProductWithoutChildrenIsTheTemplateWithTheReport)
@@ -579,11 +579,12 @@ TEST_F(ProductRun, OfAProductWithoutChildrenIsTheTemplateWithTheReport)
     EXPECT_EQ(Apply(), S_OK);
     product.root->children.reset();
     std::filesystem::remove(Parts() / "bolt.ZALProduct");
-    Session.AddProduct(ProductTemplate(), "second target");
+    Workspace.AddProduct(ProductTemplate(), "second target");
     EXPECT_EQ(Apply(), S_OK) << "no list of children";
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct"));
     EXPECT_EQ(target.root->texts[2], "empty");
-    EXPECT_THAT(Session.CallsOf({"Cameras"}), ElementsAre("Cameras target: product", "Cameras second target: product"));
+    EXPECT_THAT(Workspace.CallsOf({"Cameras"}),
+                ElementsAre("Cameras target: product", "Cameras second target: product"));
 }
 
 TEST_F(ProductRun, OfASourceWithoutARootIsTheTemplateAlone)
@@ -593,7 +594,7 @@ TEST_F(ProductRun, OfASourceWithoutARootIsTheTemplateAlone)
     product.root = nullptr;
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct"));
-    EXPECT_THAT(Session.CallsOf({"Write"}), IsEmpty());
+    EXPECT_THAT(Workspace.CallsOf({"Write"}), IsEmpty());
 }
 
 TEST_F(ProductRun, TakesEachAnswerThatIsNoFailure)
@@ -602,10 +603,10 @@ TEST_F(ProductRun, TakesEachAnswerThatIsNoFailure)
     product.openResult = 7;
     target.root->addResult = S_FALSE;
     target.saveResult = 7;
-    Session.answers["Children"] = S_FALSE;
-    ScriptedSessionDocument& p = AddSource("p");
+    Workspace.answers["Children"] = S_FALSE;
+    ScriptedWorkspaceDocument& p = AddSource("p");
     p.openResult = S_FALSE;
-    Session.AddChild(product, p, "p.1", 1);
+    Workspace.AddChild(product, p, "p.1", 1);
     EXPECT_EQ(Apply(), 7) << "the answer of the save";
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
     EXPECT_THAT(Places(), ElementsAre("template of p.root.1 in target.root at 1, 0, 1"));
@@ -615,31 +616,31 @@ TEST_F(ProductRun, TakesAPartWhoseSaveIsNoFailure)
 {
     Downloaded("p.ZALPart");
     Sources.push_back("p.ZALPart");
-    Session.AddPart(PartTemplate(), "template").saveResult = S_FALSE;
-    Session.AddChild(product, Session.AddSolidPart(Temp() / "p.ZALPart", "p"), "p.1", 1);
+    Workspace.AddPart(PartTemplate(), "template").saveResult = S_FALSE;
+    Workspace.AddChild(product, Workspace.AddSolidPart(Temp() / "p.ZALPart", "p"), "p.1", 1);
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
 }
 
 TEST_F(ProductRun, TakesNoChildrenFromAListThatIsRefused)
 {
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
-    Session.answers["Children"] = E_INVALIDARG;
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.answers["Children"] = E_INVALIDARG;
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct"));
-    EXPECT_THAT(Session.CallsOf({"Add", "Shape"}), IsEmpty());
+    EXPECT_THAT(Workspace.CallsOf({"Add", "Shape"}), IsEmpty());
 }
 
 TEST_F(ProductRun, GoesOnWithoutTheReportTheCamerasAndAPosition)
 {
-    Session.answers = {{"Cameras", E_FAIL}, {"Where", E_FAIL},  {"Place", E_FAIL},
-                       {"Lock", E_FAIL},    {"Unlock", E_FAIL}, {"Remove", E_FAIL}};
+    Workspace.answers = {{"Cameras", E_FAIL}, {"Where", E_FAIL},  {"Place", E_FAIL},
+                         {"Lock", E_FAIL},    {"Unlock", E_FAIL}, {"Remove", E_FAIL}};
     target.root->writeResults[2] = E_FAIL;
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
     EXPECT_EQ(Places().size(), 1U);
-    EXPECT_EQ(Session.CallsOf({"Unlock"}).size(), 4U);
+    EXPECT_EQ(Workspace.CallsOf({"Unlock"}).size(), 4U);
 }
 
 TEST_F(ProductRun, GoesOnWithoutCamerasWhereThereAreNone)
@@ -654,7 +655,7 @@ TEST_F(ProductRun, AsksForTheRootsAsItOpensTheDocuments)
 {
     AddSource("p");
     EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(Session.CallsOf({"Open", "Root", "Read"}),
+    EXPECT_THAT(Workspace.CallsOf({"Open", "Root", "Read"}),
                 ElementsAre("Open temp/VelmartTemplates/ProductTemplate.ZALProduct, 0", "Root target",
                             "Open temp/a.ZALProduct, 0", "Root product", "Read product.root 0", "Read product.root 1",
                             "Read product.root 2"));
@@ -663,15 +664,15 @@ TEST_F(ProductRun, AsksForTheRootsAsItOpensTheDocuments)
 TEST_F(ProductRun, KeepsTheNamesOfTheSourcesWithoutARootName)
 {
     Root.clear();
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
-    Session.AddChild(product, AddSource("q"), "q.1", 2);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("q"), "q.1", 2);
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("a.ZALProduct", "p.ZALPart", "q.ZALPart"));
 }
 
 TEST_F(ProductRun, TakesTheProductWhereverItStandsAmongTheFiles)
 {
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
     std::ranges::reverse(Sources);
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
@@ -682,12 +683,12 @@ TEST_F(ProductRun, TakesTheProductWhereverItStandsAmongTheFiles)
 
 TEST_F(ProductRun, LeavesAProductThatIsThereAlone)
 {
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
     Write(Parts() / "bolt.ZALProduct", "old");
     EXPECT_EQ(Apply(), S_OK);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct"));
     EXPECT_EQ(Read(Parts() / "bolt.ZALProduct"), "old");
-    EXPECT_THAT(Session.calls, IsEmpty());
+    EXPECT_THAT(Workspace.calls, IsEmpty());
     EXPECT_TRUE(exists(Temp() / "p.ZALPart"));
     EXPECT_EQ(RunTraces().back(), "ApplyTemplates - file already exists in target, we do not overwrite");
 }
@@ -701,7 +702,7 @@ TEST_F(ProductRun, FailsWhenTheTemplateCannotBeOpened)
     target.isGiven = false;
     EXPECT_EQ(Apply(), E_FAIL);
     EXPECT_THAT(ResultNames(), IsEmpty());
-    EXPECT_THAT(Session.CallsOf({"Lock"}), IsEmpty());
+    EXPECT_THAT(Workspace.CallsOf({"Lock"}), IsEmpty());
     EXPECT_THAT(Names(Parts()), IsEmpty());
     EXPECT_TRUE(exists(Temp() / "a.ZALProduct"));
 }
@@ -714,27 +715,27 @@ TEST_F(ProductRun, FailsWhenTheSourceCannotBeOpened)
     product.isGiven = true;
     product.openResult = E_FAIL;
     EXPECT_EQ(Apply(), E_FAIL);
-    EXPECT_THAT(Session.CallsOf({"Unlock", "Remove", "Write", "SaveAs"}),
+    EXPECT_THAT(Workspace.CallsOf({"Unlock", "Remove", "Write", "SaveAs"}),
                 ElementsAre("Unlock target 0", "Remove target 1", "Unlock target 0", "Remove target 1"));
     EXPECT_THAT(Names(Parts()), IsEmpty());
 }
 
 TEST_F(ProductRun, FailsAtAChildWithoutAReferenceAndKeepsThePartsUntilThen)
 {
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
-    Session.AddChild(product, AddSource("q"), "q.1", 2).reference = nullptr;
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("q"), "q.1", 2).reference = nullptr;
     EXPECT_EQ(Apply(), E_FAIL);
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
-    EXPECT_THAT(Session.CallsOf({"SaveAs"}), ElementsAre("SaveAs template of p to parts/bolt_01.ZALPart, \"\", 1"));
-    EXPECT_EQ(Session.CallsOf({"Where"}).back(), "Where q.1 in product.root, 0, 1") << "the position comes first";
-    EXPECT_EQ(Session.CallsOf({"Shape"}).size(), 1U);
+    EXPECT_THAT(Workspace.CallsOf({"SaveAs"}), ElementsAre("SaveAs template of p to parts/bolt_01.ZALPart, \"\", 1"));
+    EXPECT_EQ(Workspace.CallsOf({"Where"}).back(), "Where q.1 in product.root, 0, 1") << "the position comes first";
+    EXPECT_EQ(Workspace.CallsOf({"Shape"}).size(), 1U);
 }
 
 TEST_F(ProductRun, FailsWithItsOwnCodeWhenARebuildFails)
 {
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
     AddSource("q").openResult = E_INVALIDARG;
-    Session.AddChild(product, Session.AddSolidPart("/x/q.ZALPart", "q in session"), "q.1", 2);
+    Workspace.AddChild(product, Workspace.AddSolidPart("/x/q.ZALPart", "q in workspace"), "q.1", 2);
     EXPECT_EQ(Apply(), E_FAIL);
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
     EXPECT_THAT(ResultNames(), ElementsAre("bolt_01.ZALPart"));
@@ -744,29 +745,29 @@ TEST_F(ProductRun, FailsWithItsOwnCodeWhenAPartCannotBeSaved)
 {
     Downloaded("p.ZALPart");
     Sources.push_back("p.ZALPart");
-    Session.AddPart(PartTemplate(), "template").saveResult = E_INVALIDARG;
-    Session.AddChild(product, Session.AddSolidPart(Temp() / "p.ZALPart", "p"), "p.1", 1);
+    Workspace.AddPart(PartTemplate(), "template").saveResult = E_INVALIDARG;
+    Workspace.AddChild(product, Workspace.AddSolidPart(Temp() / "p.ZALPart", "p"), "p.1", 1);
     EXPECT_EQ(Apply(), E_FAIL);
-    EXPECT_THAT(Session.CallsOf({"Add"}), IsEmpty());
+    EXPECT_THAT(Workspace.CallsOf({"Add"}), IsEmpty());
     EXPECT_FALSE(exists(Parts() / "bolt.ZALProduct"));
 }
 
 TEST_F(ProductRun, FailsWhenAPartIsThereAlready)
 {
     Write(Parts() / "bolt_01.ZALPart", "old");
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
     EXPECT_EQ(Apply(), E_FAIL);
     EXPECT_EQ(Read(Parts() / "bolt_01.ZALPart"), "old");
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
     EXPECT_THAT(ResultNames(), ElementsAre("bolt_01.ZALPart"));
-    EXPECT_THAT(Session.CallsOf({"Add", "SaveAs"}), IsEmpty());
+    EXPECT_THAT(Workspace.CallsOf({"Add", "SaveAs"}), IsEmpty());
 }
 
 TEST_F(ProductRun, FailsAtTheSecondPartOfARootNameWithTheExtensionOfParts)
 {
     Root = "bolt.ZALPart";
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
-    Session.AddChild(product, AddSource("q"), "q.1", 2);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("q"), "q.1", 2);
     EXPECT_EQ(Apply(), E_FAIL);
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt.ZALPart"));
     EXPECT_EQ(Read(Parts() / "bolt.ZALPart"), "template of p");
@@ -775,20 +776,20 @@ TEST_F(ProductRun, FailsAtTheSecondPartOfARootNameWithTheExtensionOfParts)
 TEST_F(ProductRun, FailsWithoutAPartTemplateBehindTheFirstMove)
 {
     partTemplate.clear();
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
-    Session.AddChild(product, AddSource("q"), "q.1", 2);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("q"), "q.1", 2);
     EXPECT_EQ(Apply(), E_FAIL);
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
     EXPECT_EQ(Read(Parts() / "bolt_01.ZALPart"), "downloaded p.ZALPart");
     EXPECT_FALSE(exists(Temp() / "p.ZALPart"));
     EXPECT_TRUE(exists(Temp() / "q.ZALPart"));
-    EXPECT_THAT(Session.CallsOf({"Add", "SaveAs"}), IsEmpty());
+    EXPECT_THAT(Workspace.CallsOf({"Add", "SaveAs"}), IsEmpty());
 }
 
 TEST_F(ProductRun, FailsWhenAComponentCannotBeAdded)
 {
     target.root->addResult = E_INVALIDARG;
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
     EXPECT_EQ(Apply(), E_FAIL);
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
     EXPECT_THAT(ResultNames(), ElementsAre("bolt_01.ZALPart"));
@@ -797,7 +798,7 @@ TEST_F(ProductRun, FailsWhenAComponentCannotBeAdded)
 TEST_F(ProductRun, FailsWhenTheTemplateHasNoRoot)
 {
     target.root = nullptr;
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
     EXPECT_EQ(Apply(), E_FAIL);
     EXPECT_FALSE(exists(Parts() / "bolt.ZALProduct"));
 }
@@ -806,7 +807,7 @@ TEST_F(ProductRun, GivesTheCodeOfTheSaveAndStillListsTheProductFirst)
 {
     target.saveResult = E_INVALIDARG;
     target.leavesFile = false;
-    Session.AddChild(product, AddSource("p"), "p.1", 1);
+    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
     EXPECT_EQ(Apply(), E_INVALIDARG);
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));

@@ -35,8 +35,8 @@ protected:
     }
     Texts Reports() const { return TracesFrom("ReportPrdProperties"); }
 
-    ScriptedSessionDocument& source = Session.AddPart("source.ZALPart", "source");
-    ScriptedSessionDocument& target = Session.AddPart("target.ZALPart", "target");
+    ScriptedWorkspaceDocument& source = Workspace.AddPart("source.ZALPart", "source");
+    ScriptedWorkspaceDocument& target = Workspace.AddPart("target.ZALPart", "target");
 };
 
 TEST_F(PropertyReport, CarriesTheThreeTextsOverInTheirOrder)
@@ -44,7 +44,7 @@ TEST_F(PropertyReport, CarriesTheThreeTextsOverInTheirOrder)
     EXPECT_EQ(Report(), S_OK);
     EXPECT_THAT(target.root->texts, ElementsAre("PN-1", "Bolt", "A bolt"));
     EXPECT_THAT(source.root->texts, ElementsAre("PN-1", "Bolt", "A bolt"));
-    EXPECT_THAT(Session.calls,
+    EXPECT_THAT(Workspace.calls,
                 ElementsAre("Read source.root 0", "Read source.root 1", "Read source.root 2", "Publisher source.root 0",
                             "Children source.publisher: ZALICkeParm", "Write target.root 0 = PN-1",
                             "Write target.root 1 = Bolt", "Write target.root 2 = A bolt", "Publisher target.root 1",
@@ -54,23 +54,24 @@ TEST_F(PropertyReport, CarriesTheThreeTextsOverInTheirOrder)
 
 TEST_F(PropertyReport, TracesAPropertyBetweenItsMakingAndItsPlace)
 {
-    Session.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "finish", "zinc");
     RedirectTraces([this](std::string_view, std::string_view text) {
-        Session.calls.push_back("Trace" + std::string(text.substr(text.rfind(' '))));
+        Workspace.calls.push_back("Trace" + std::string(text.substr(text.rfind(' '))));
     });
     Report({{"added", "1"}});
-    std::erase_if(Session.calls, [](const std::string& call) {
+    std::erase_if(Workspace.calls, [](const std::string& call) {
         return !call.starts_with("Create") && !call.starts_with("Trace") && !call.starts_with("Append");
     });
-    EXPECT_THAT(Session.calls, ElementsAre("Create added = 1 in target.features", "Trace 1\n",
-                                           "Append target.publisher: added", "Create finish = zinc in target.features",
-                                           "Trace zinc\n", "Append target.publisher: finish"));
+    EXPECT_THAT(Workspace.calls,
+                ElementsAre("Create added = 1 in target.features", "Trace 1\n", "Append target.publisher: added",
+                            "Create finish = zinc in target.features", "Trace zinc\n",
+                            "Append target.publisher: finish"));
 }
 
 TEST_F(PropertyReport, GivesTheResultOfTheThirdText)
 {
     target.root->writeResults = {E_FAIL, E_FAIL, S_FALSE};
-    Session.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "finish", "zinc");
     EXPECT_EQ(Report(), S_FALSE);
     EXPECT_THAT(Parameters(), ElementsAre("finish=zinc"));
 
@@ -80,7 +81,7 @@ TEST_F(PropertyReport, GivesTheResultOfTheThirdText)
 
 TEST_F(PropertyReport, WritesNothingWithoutThePropertiesOfOneProduct)
 {
-    Session.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "finish", "zinc");
     for (ScriptedObject* product : {source.root, target.root}) {
         product->offers.erase("ZALIPrdProperties");
         EXPECT_EQ(Report({{"a", "b"}}), E_INVALIDARG);
@@ -88,7 +89,7 @@ TEST_F(PropertyReport, WritesNothingWithoutThePropertiesOfOneProduct)
     }
     EXPECT_EQ(ReportPrdProperties(ZALIProduct_var(), ZALIProduct_var(target.root), {}), E_INVALIDARG);
     EXPECT_EQ(ReportPrdProperties(ZALIProduct_var(source.root), ZALIProduct_var(), {}), E_INVALIDARG);
-    EXPECT_THAT(Session.calls, IsEmpty());
+    EXPECT_THAT(Workspace.calls, IsEmpty());
 }
 
 TEST_F(PropertyReport, OfASourceWithoutPublisherHasNoUserParameters)
@@ -104,7 +105,7 @@ TEST_F(PropertyReport, OfASourceWithoutPublisherHasNoUserParameters)
 TEST_F(PropertyReport, MakesThePublisherOfATemplateWithoutOne)
 {
     target.root->newPublisher = std::exchange(target.root->publisher, nullptr);
-    Session.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "finish", "zinc");
     EXPECT_EQ(Report(), S_OK);
     EXPECT_THAT(Parameters(), ElementsAre("finish=zinc"));
 }
@@ -113,15 +114,15 @@ TEST_F(PropertyReport, StopsBehindTheTextsWhenNoPublisherCanBeMade)
 {
     target.root->publisher = nullptr;
     target.root->writeResults[2] = S_FALSE;
-    Session.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "finish", "zinc");
     EXPECT_EQ(Report({{"a", "b"}}), S_FALSE);
     EXPECT_THAT(target.root->texts, ElementsAre("PN-1", "Bolt", "A bolt"));
-    EXPECT_EQ(Session.calls.back(), "Publisher target.root 1");
+    EXPECT_EQ(Workspace.calls.back(), "Publisher target.root 1");
 }
 
 TEST_F(PropertyReport, StopsBehindTheTextsWithoutAFactory)
 {
-    Session.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "finish", "zinc");
     target.root->writeResults[2] = S_FALSE;
     target.features->offers.erase("ZALICkeParmFactory");
     EXPECT_EQ(Report({{"a", "b"}}), S_FALSE);
@@ -136,11 +137,11 @@ TEST_F(PropertyReport, StopsBehindTheTextsWithoutAFactory)
 
 TEST_F(PropertyReport, AddsTheExtraPropertiesBeforeTheUserParameters)
 {
-    Session.AddParameter(source, "finish", "zinc");
-    Session.AddParameter(source, "supplier", "Velmart");
+    Workspace.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "supplier", "Velmart");
     EXPECT_EQ(Report({{"customer", "Smith"}, {"order", "7"}}), S_OK);
     EXPECT_THAT(Parameters(), ElementsAre("customer=Smith", "order=7", "finish=zinc", "supplier=Velmart"));
-    EXPECT_THAT(Session.CallsOf({"Create", "Append"}),
+    EXPECT_THAT(Workspace.CallsOf({"Create", "Append"}),
                 ElementsAre("Create customer = Smith in target.features", "Append target.publisher: customer",
                             "Create order = 7 in target.features", "Append target.publisher: order",
                             "Create finish = zinc in target.features", "Append target.publisher: finish",
@@ -154,11 +155,11 @@ TEST_F(PropertyReport, AddsTheExtraPropertiesBeforeTheUserParameters)
 TEST_F(PropertyReport, TracesAParameterBeforeItIsAdded)
 {
     Texts traced;
-    Session.OnCall = [&](const std::string& call) {
+    Workspace.OnCall = [&](const std::string& call) {
         if (call.starts_with("Append") && !Reports().empty())
             traced.push_back(Reports().back());
     };
-    Session.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "finish", "zinc");
     EXPECT_EQ(Report({{"customer", "Smith"}}), S_OK);
     EXPECT_THAT(traced, ElementsAre("ReportPrdProperties - Add Property - name: customer - value: Smith",
                                     "ReportPrdProperties - Report Property - name: finish - value: zinc"));
@@ -166,9 +167,9 @@ TEST_F(PropertyReport, TracesAParameterBeforeItIsAdded)
 
 TEST_F(PropertyReport, LetsTheTemplateWinOverTheExtraPropertiesAndTheseOverTheSource)
 {
-    Session.AddParameter(target, "own", "template");
-    Session.AddParameter(source, "own", "source");
-    Session.AddParameter(source, "extra", "source");
+    Workspace.AddParameter(target, "own", "template");
+    Workspace.AddParameter(source, "own", "source");
+    Workspace.AddParameter(source, "extra", "source");
     EXPECT_EQ(Report({{"own", "extra"}, {"extra", "extra"}}), S_OK);
     EXPECT_THAT(Parameters(), ElementsAre("own=template", "extra=extra"));
     EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - Property name already exists: own",
@@ -179,8 +180,8 @@ TEST_F(PropertyReport, LetsTheTemplateWinOverTheExtraPropertiesAndTheseOverTheSo
 
 TEST_F(PropertyReport, DropsTheSecondOfAName)
 {
-    Session.AddParameter(source, "finish", "zinc");
-    Session.AddParameter(source, "finish", "nickel");
+    Workspace.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "finish", "nickel");
     EXPECT_EQ(Report({{"order", "1"}, {"order", "2"}}), S_OK);
     EXPECT_THAT(Parameters(), ElementsAre("order=1", "finish=zinc"));
     EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - Add Property - name: order - value: 1",
@@ -191,17 +192,17 @@ TEST_F(PropertyReport, DropsTheSecondOfAName)
 
 TEST_F(PropertyReport, TellsNamesApartByLetterCase)
 {
-    Session.AddParameter(target, "Finish", "template");
-    Session.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(target, "Finish", "template");
+    Workspace.AddParameter(source, "finish", "zinc");
     EXPECT_EQ(Report(), S_OK);
     EXPECT_THAT(Parameters(), ElementsAre("Finish=template", "finish=zinc"));
 }
 
 TEST_F(PropertyReport, SkipsWhatIsNoText)
 {
-    Session.AddParameter(source, "length", "12mm").isText = false;
-    Session.AddParameter(source, "odd", "?").hasType = false;
-    Session.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "length", "12mm").isText = false;
+    Workspace.AddParameter(source, "odd", "?").hasType = false;
+    Workspace.AddParameter(source, "finish", "zinc");
     EXPECT_EQ(Report(), S_OK);
     EXPECT_THAT(Parameters(), ElementsAre("finish=zinc"));
     EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - WARNING : Property type not supported for length",
@@ -211,7 +212,7 @@ TEST_F(PropertyReport, SkipsWhatIsNoText)
 
 TEST_F(PropertyReport, LooksAtTheTypeBeforeTheValue)
 {
-    ScriptedObject& unset = Session.AddParameter(source, "length", "");
+    ScriptedObject& unset = Workspace.AddParameter(source, "length", "");
     unset.isText = false;
     unset.value.reset();
     EXPECT_EQ(Report(), S_OK);
@@ -220,18 +221,18 @@ TEST_F(PropertyReport, LooksAtTheTypeBeforeTheValue)
 
 TEST_F(PropertyReport, LooksAtTheNameBeforeTheType)
 {
-    Session.AddParameter(target, "length", "1mm");
-    Session.AddParameter(source, "length", "12mm").isText = false;
+    Workspace.AddParameter(target, "length", "1mm");
+    Workspace.AddParameter(source, "length", "12mm").isText = false;
     EXPECT_EQ(Report(), S_OK);
     EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - Property name already exists: length"));
 }
 
 TEST_F(PropertyReport, SkipsWhatHasNoValueAndWhatIsNoParameterInSilence)
 {
-    Session.AddParameter(source, "unset", "").value.reset();
-    Session.AddParameter(source, "strange", "x").offers.clear();
-    Session.AddParameter(target, "strange", "x").offers.clear();
-    Session.AddParameter(source, "empty", "");
+    Workspace.AddParameter(source, "unset", "").value.reset();
+    Workspace.AddParameter(source, "strange", "x").offers.clear();
+    Workspace.AddParameter(target, "strange", "x").offers.clear();
+    Workspace.AddParameter(source, "empty", "");
     EXPECT_EQ(Report({{"strange", "extra"}}), S_OK) << "what is no parameter has no name";
     EXPECT_THAT(Parameters(), ElementsAre("strange=x", "strange=extra", "empty="));
     EXPECT_THAT(Reports(), ElementsAre("ReportPrdProperties - Add Property - name: strange - value: extra",
@@ -240,13 +241,13 @@ TEST_F(PropertyReport, SkipsWhatHasNoValueAndWhatIsNoParameterInSilence)
 
 TEST_F(PropertyReport, GoesOnWhereAParameterCannotBeMade)
 {
-    Session.AddParameter(source, "finish", "zinc");
-    Session.AddParameter(source, "finish", "nickel");
-    Session.AddParameter(source, "supplier", "Velmart");
+    Workspace.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "finish", "nickel");
+    Workspace.AddParameter(source, "supplier", "Velmart");
     target.features->refusedNames = {"customer", "finish"};
     EXPECT_EQ(Report({{"customer", "Smith"}, {"customer", "Jones"}, {"order", "7"}}), S_OK);
     EXPECT_THAT(Parameters(), ElementsAre("order=7", "supplier=Velmart"));
-    EXPECT_THAT(Session.CallsOf({"Create", "Append"}),
+    EXPECT_THAT(Workspace.CallsOf({"Create", "Append"}),
                 ElementsAre("Create customer = Smith in target.features", "Append target.publisher: nothing",
                             "Create order = 7 in target.features", "Append target.publisher: order",
                             "Create finish = zinc in target.features", "Append target.publisher: nothing",
@@ -256,10 +257,10 @@ TEST_F(PropertyReport, GoesOnWhereAParameterCannotBeMade)
 
 TEST_F(PropertyReport, GoesOnWhereTheHostFails)
 {
-    Session.AddParameter(source, "finish", "zinc");
-    Session.AddParameter(source, "finish", "nickel");
-    Session.AddParameter(target, "own", "template");
-    Session.answers = {{"Read", E_FAIL}, {"Children", E_FAIL}, {"Append", E_FAIL}};
+    Workspace.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "finish", "nickel");
+    Workspace.AddParameter(target, "own", "template");
+    Workspace.answers = {{"Read", E_FAIL}, {"Children", E_FAIL}, {"Append", E_FAIL}};
     EXPECT_EQ(Report({{"own", "extra"}, {"order", "7"}, {"order", "8"}}), S_OK);
     EXPECT_THAT(target.root->texts, ElementsAre("PN-1", "Bolt", "A bolt"));
     EXPECT_THAT(Parameters(), ElementsAre("own=template", "order=7", "finish=zinc"));
@@ -267,8 +268,8 @@ TEST_F(PropertyReport, GoesOnWhereTheHostFails)
 
 TEST_F(PropertyReport, LeavesNothingBehindAnUnsetParameterOfTheSameName)
 {
-    Session.AddParameter(source, "finish", "").value.reset();
-    Session.AddParameter(source, "finish", "zinc");
+    Workspace.AddParameter(source, "finish", "").value.reset();
+    Workspace.AddParameter(source, "finish", "zinc");
     EXPECT_EQ(Report(), S_OK);
     EXPECT_THAT(Parameters(), ElementsAre("finish=zinc"));
 }
@@ -294,13 +295,13 @@ public:
     /// The parameters that the report of some user parameters leads to, and the traces of those that do not go over.
     Texts Reported()
     {
-        Session.AddParameter(target, "own", "template");
-        Session.AddParameter(source, "own", "source");
-        Session.AddParameter(source, "length", "12mm").isText = false;
-        Session.AddParameter(source, "finish", "zinc");
-        Session.AddParameter(source, "supplier", "Velmart");
-        Session.AddParameter(source, "SUPPLIER", "in capitals");
-        Session.AddParameter(source, "supplier2", "another");
+        Workspace.AddParameter(target, "own", "template");
+        Workspace.AddParameter(source, "own", "source");
+        Workspace.AddParameter(source, "length", "12mm").isText = false;
+        Workspace.AddParameter(source, "finish", "zinc");
+        Workspace.AddParameter(source, "supplier", "Velmart");
+        Workspace.AddParameter(source, "SUPPLIER", "in capitals");
+        Workspace.AddParameter(source, "supplier2", "another");
         PropertyReport::Report({{"customer", "Smith"}});
         Texts reported = Parameters();
         for (const char* start : {"ReportPrdProperties - Property name", "ReportPrdProperties - WARNING"})

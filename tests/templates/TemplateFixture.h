@@ -1,4 +1,4 @@
-// Templates and downloaded documents in a scripted session, and files on disk for them.
+// Templates and downloaded documents in a scripted workspace, and files on disk for them.
 #pragma once
 
 #include "openhost/text/Utf.h"
@@ -38,9 +38,9 @@ protected:
     TemplateFixture() { std::filesystem::create_directory(Templates()); }
     ~TemplateFixture() override
     {
-        EXPECT_EQ(Session.OpenDocuments(), 0);
-        EXPECT_EQ(Session.Locks(), 0);
-        EXPECT_EQ(Session.LivingObjects(), 0);
+        EXPECT_EQ(Workspace.OpenDocuments(), 0);
+        EXPECT_EQ(Workspace.Locks(), 0);
+        EXPECT_EQ(Workspace.LivingObjects(), 0);
     }
 
     std::filesystem::path Templates() const { return Temp() / "VelmartTemplates"; }
@@ -80,7 +80,7 @@ protected:
     }
     std::string InParts(const std::string& name) const { return (Parts() / name).string(); }
 
-    ScriptedTemplates Session{Folder()};
+    ScriptedTemplates Workspace{Folder()};
 };
 
 } // namespace openhost::testing

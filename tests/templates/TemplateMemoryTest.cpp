@@ -235,15 +235,15 @@ TEST_P(RunOutOfMemory, FailsWithEveryDocumentClosed)
     const RunCase& run = GetParam();
     EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
                   EmptyParts();
-                  ScriptedTemplates session{Folder()};
-                  session.AddProduct(ProductTemplate(), "target");
-                  ScriptedSessionDocument& product = session.AddProduct(Temp() / "a.ZALProduct", "product");
-                  session.AddPart(PartTemplate(), "template");
-                  ScriptedSessionDocument& part = session.AddSolidPart(Temp() / "p.ZALPart", "p");
-                  session.AddTool(part, "tool");
-                  session.AddParameter(part, "finish", "zinc");
-                  session.AddChild(product, part, "p.1", 1);
-                  session.AddChild(product, part, "p.2", 2);
+                  ScriptedTemplates workspace{Folder()};
+                  workspace.AddProduct(ProductTemplate(), "target");
+                  ScriptedWorkspaceDocument& product = workspace.AddProduct(Temp() / "a.ZALProduct", "product");
+                  workspace.AddPart(PartTemplate(), "template");
+                  ScriptedWorkspaceDocument& part = workspace.AddSolidPart(Temp() / "p.ZALPart", "p");
+                  workspace.AddTool(part, "tool");
+                  workspace.AddParameter(part, "finish", "zinc");
+                  workspace.AddChild(product, part, "p.1", 1);
+                  workspace.AddChild(product, part, "p.2", 2);
                   ZALVliApplyTemplatesOpe operation;
                   operation.SetTemplatesPathes(Text(PartTemplate()),
                                                run.hasProductTemplate ? Text(ProductTemplate()) : ZALUnicodeString());
@@ -265,9 +265,9 @@ TEST_P(RunOutOfMemory, FailsWithEveryDocumentClosed)
                   EXPECT_TRUE(FAILED(result) || names == run.results);
                   EXPECT_THAT(names, IsSubsetOf(run.results));
                   EXPECT_THAT(Names(Parts()), IsSubsetOf(run.results));
-                  EXPECT_EQ(session.OpenDocuments(), 0);
-                  EXPECT_EQ(session.Locks(), 0);
-                  EXPECT_EQ(session.LivingObjects(), 0);
+                  EXPECT_EQ(workspace.OpenDocuments(), 0);
+                  EXPECT_EQ(workspace.Locks(), 0);
+                  EXPECT_EQ(workspace.LivingObjects(), 0);
               }),
               10);
 }
@@ -284,43 +284,43 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(TemplateMemory, PassesOnFromTheUpdateOfAPart)
 {
-    ScriptedSessionDocument& part = Session.AddPart(PartTemplate(), "template");
-    Session.AddSolidPart(Temp() / "a.ZALPart", "source");
+    ScriptedWorkspaceDocument& part = Workspace.AddPart(PartTemplate(), "template");
+    Workspace.AddSolidPart(Temp() / "a.ZALPart", "source");
     ZALVliApplyTemplatesOpe operation;
     operation.SetTemplatesPathes(Text(PartTemplate()), {});
     operation.SetDestinationPath(Text(Parts()), "bolt");
     operation.SetSourceFilesPathes(Files({"a.ZALPart"}));
-    Session.OnCall = [](const std::string& call) {
+    Workspace.OnCall = [](const std::string& call) {
         if (call.starts_with("Update"))
             throw std::bad_alloc();
     };
     EXPECT_EQ(operation.Run(), E_FAIL);
-    EXPECT_THAT(Session.CallsOf({"Flush", "SaveAs"}), IsEmpty());
+    EXPECT_THAT(Workspace.CallsOf({"Flush", "SaveAs"}), IsEmpty());
     EXPECT_EQ(part.opens, 0);
-    Session.OnCall = nullptr;
+    Workspace.OnCall = nullptr;
     EXPECT_EQ(operation.Run(), S_OK) << "there is memory again";
     EXPECT_THAT(TextsOf(operation.GetResultFilePathes()), ElementsAre(InParts("bolt.ZALPart")));
 }
 
 TEST_F(TemplateMemory, IsNotNeededToCloseTheOtherDocuments)
 {
-    ScriptedSessionDocument& first = Session.AddPart("/first.ZALPart", "first");
-    ScriptedSessionDocument& second = Session.AddPart("/second.ZALPart", "second");
+    ScriptedWorkspaceDocument& first = Workspace.AddPart("/first.ZALPart", "first");
+    ScriptedWorkspaceDocument& second = Workspace.AddPart("/second.ZALPart", "second");
     const DocumentList documents = {&first, &second};
     for (ZALDocument* document : documents) {
-        static_cast<ScriptedSessionDocument&>(*document).opens = 1;
+        static_cast<ScriptedWorkspaceDocument&>(*document).opens = 1;
         document->AddRefForLock();
     }
-    Session.calls.clear();
-    Session.OnCall = [](const std::string&) { throw std::bad_alloc(); };
+    Workspace.calls.clear();
+    Workspace.OnCall = [](const std::string&) { throw std::bad_alloc(); };
     CloseDocuments(documents);
-    EXPECT_THAT(Session.calls, ElementsAre("Unlock first 0", "Remove first 1", "Unlock second 0", "Remove second 1"));
+    EXPECT_THAT(Workspace.calls, ElementsAre("Unlock first 0", "Remove first 1", "Unlock second 0", "Remove second 1"));
 }
 
 TEST_F(TemplateMemory, ClosesADocumentThatCannotBeLocked)
 {
-    Session.AddPart(PartTemplate(), "template");
-    Session.OnCall = [](const std::string& call) {
+    Workspace.AddPart(PartTemplate(), "template");
+    Workspace.OnCall = [](const std::string& call) {
         if (call.starts_with("Lock"))
             throw std::bad_alloc();
     };
@@ -328,7 +328,7 @@ TEST_F(TemplateMemory, ClosesADocumentThatCannotBeLocked)
         HeldDocumentList held;
         EXPECT_THROW(OpenLocked(Text(PartTemplate()), held.Documents), std::bad_alloc);
     }
-    EXPECT_THAT(Session.calls, Contains("Remove template 1"));
+    EXPECT_THAT(Workspace.calls, Contains("Remove template 1"));
 }
 
 } // namespace

@@ -223,7 +223,7 @@ protected:
             return "nothing";
         }
         EXPECT_EQ(found, 1);
-        return Session.Label(ToUtf8(path));
+        return Workspace.Label(ToUtf8(path));
     }
     void There(const std::string& name) { Write(Parts() / name, name); }
 };

@@ -1,6 +1,6 @@
 // Documents that programs open, and where their products stand.
 
-#include "openhost/cad/CadSession.h"
+#include "openhost/cad/CadWorkspace.h"
 
 #include "host/frame.h"
 #include "openhost/files/TemporaryFolder.h"
@@ -36,9 +36,9 @@ protected:
     ProgramDocuments()
     {
         ConfigureFrame({});
-        auto session = std::make_unique<CadSession>();
-        session_ = session.get();
-        CadServices::Install(std::move(session));
+        auto workspace = std::make_unique<CadWorkspace>();
+        workspace_ = workspace.get();
+        CadServices::Install(std::move(workspace));
         journal::Redirect([this](const nlohmann::ordered_json& event) {
             if (event["event"] != "document")
                 return;
@@ -59,7 +59,7 @@ protected:
         journal::Redirect({});
     }
 
-    CadSession& Session() { return *session_; }
+    CadWorkspace& Workspace() { return *workspace_; }
     const std::vector<std::string>& Events() const { return events_; }
     std::filesystem::path File(const std::string& name) const { return folder_.Path() / name; }
     ZALUnicodeString Path(const std::string& name) const { return FromUtf8(File(name).string()); }
@@ -163,7 +163,7 @@ protected:
 
 private:
     TemporaryFolder folder_;
-    CadSession* session_;
+    CadWorkspace* workspace_;
     std::vector<std::string> events_;
 };
 
@@ -175,11 +175,11 @@ TEST_F(ProgramDocuments, OpenWithoutAWindowAndEndWithTheirRemoval)
     Part("p.ZALPart");
     ZALDocument* document = Open("p.ZALPart");
     EXPECT_EQ(ToUtf8(document->StorageName()), std::filesystem::canonical(File("p.ZALPart")).string());
-    EXPECT_EQ(Session().Active(), nullptr);
-    EXPECT_EQ(Session().LoadedDocuments(), 1U);
+    EXPECT_EQ(Workspace().Active(), nullptr);
+    EXPECT_EQ(Workspace().LoadedDocuments(), 1U);
     EXPECT_EQ(ZALFrmEditor::GetCurrentEditor(), nullptr);
     Close(document);
-    EXPECT_EQ(Session().LoadedDocuments(), 0U);
+    EXPECT_EQ(Workspace().LoadedDocuments(), 0U);
     EXPECT_THAT(Events(), ElementsAre("opened p.ZALPart, hidden", "closed p.ZALPart, hidden"));
 }
 
@@ -191,7 +191,7 @@ TEST_F(ProgramDocuments, CannotBeOpenedFromOtherFiles)
         EXPECT_EQ(ZALDocumentServices::Open(name[0] ? Path(name) : ZALUnicodeString(), document, 0), E_FAIL) << name;
         EXPECT_EQ(document, nullptr) << name;
     }
-    EXPECT_EQ(Session().LoadedDocuments(), 0U);
+    EXPECT_EQ(Workspace().LoadedDocuments(), 0U);
     EXPECT_THAT(Events(), ElementsAre("refused Open", "refused Open", "refused Open"));
 }
 
@@ -202,9 +202,9 @@ TEST_F(ProgramDocuments, StayUntilEachOpenHasItsRemoval)
     ZALDocument* second = Open("p.ZALPart");
     EXPECT_EQ(first, second);
     Close(first);
-    EXPECT_EQ(Session().LoadedDocuments(), 1U);
+    EXPECT_EQ(Workspace().LoadedDocuments(), 1U);
     Close(second);
-    EXPECT_EQ(Session().LoadedDocuments(), 0U);
+    EXPECT_EQ(Workspace().LoadedDocuments(), 0U);
 }
 
 TEST_F(ProgramDocuments, StayWhileTheyAreLocked)
@@ -213,10 +213,10 @@ TEST_F(ProgramDocuments, StayWhileTheyAreLocked)
     ZALDocument* document = Open("p.ZALPart");
     document->AddRefForLock();
     Close(document);
-    EXPECT_EQ(Session().LoadedDocuments(), 1U);
+    EXPECT_EQ(Workspace().LoadedDocuments(), 1U);
     EXPECT_EQ(ZALDocumentServices::Remove(document, 1), E_FAIL) << "no program has it open";
     EXPECT_EQ(document->ReleaseForLock(0), S_OK);
-    EXPECT_EQ(Session().LoadedDocuments(), 0U);
+    EXPECT_EQ(Workspace().LoadedDocuments(), 0U);
 }
 
 TEST_F(ProgramDocuments, CannotBeUnlockedMoreOftenThanLocked)
@@ -231,23 +231,23 @@ TEST_F(ProgramDocuments, CannotBeUnlockedMoreOftenThanLocked)
 TEST_F(ProgramDocuments, StayInTheirWindow)
 {
     Part("p.ZALPart");
-    LoadedDocument& shown = Session().Open(File("p.ZALPart"));
+    LoadedDocument& shown = Workspace().Open(File("p.ZALPart"));
     EXPECT_EQ(ZALDocumentServices::Remove(&shown, 1), E_FAIL);
     ZALDocument* document = Open("p.ZALPart");
     EXPECT_EQ(document, &shown);
     Close(document);
-    EXPECT_EQ(Session().Active(), &shown);
+    EXPECT_EQ(Workspace().Active(), &shown);
 }
 
 TEST_F(ProgramDocuments, StayWhenTheirWindowCloses)
 {
     Part("p.ZALPart");
-    Session().Open(File("p.ZALPart"));
+    Workspace().Open(File("p.ZALPart"));
     ZALDocument* document = Open("p.ZALPart");
-    Session().Close(*Session().Active());
-    EXPECT_EQ(Session().LoadedDocuments(), 1U);
+    Workspace().Close(*Workspace().Active());
+    EXPECT_EQ(Workspace().LoadedDocuments(), 1U);
     Close(document);
-    EXPECT_EQ(Session().LoadedDocuments(), 0U);
+    EXPECT_EQ(Workspace().LoadedDocuments(), 0U);
 }
 
 TEST_F(ProgramDocuments, StayWhileAProductRefersToThem)
@@ -257,9 +257,9 @@ TEST_F(ProgramDocuments, StayWhileAProductRefersToThem)
     ZALDocument* product = Open("a.ZALProduct");
     ZALDocument* part = Open("p.ZALPart");
     Close(part);
-    EXPECT_EQ(Session().LoadedDocuments(), 2U);
+    EXPECT_EQ(Workspace().LoadedDocuments(), 2U);
     Close(product);
-    EXPECT_EQ(Session().LoadedDocuments(), 0U);
+    EXPECT_EQ(Workspace().LoadedDocuments(), 0U);
 }
 
 TEST_F(ProgramDocuments, EndOnceThatSeveralOfThoseReferredTo)
@@ -269,10 +269,10 @@ TEST_F(ProgramDocuments, EndOnceThatSeveralOfThoseReferredTo)
     Product("b.ZALProduct", {{"p.1", "p.ZALPart"}, {"a.1", "a.ZALProduct"}});
     Product("c.ZALProduct", {{"a.1", "a.ZALProduct"}, {"p.1", "p.ZALPart"}, {"b.1", "b.ZALProduct"}});
     Close(Open("c.ZALProduct"));
-    EXPECT_EQ(Session().LoadedDocuments(), 0U);
+    EXPECT_EQ(Workspace().LoadedDocuments(), 0U);
 }
 
-TEST_F(ProgramDocuments, AreUnknownWithoutASession)
+TEST_F(ProgramDocuments, AreUnknownWithoutAWorkspace)
 {
     Part("p.ZALPart");
     CadServices::Install(nullptr);
@@ -330,15 +330,15 @@ TEST_F(ProgramDocuments, AreCountedAsLongAsOneHoldsThem)
 {
     Part("a.ZALPart");
     Part("b.ZALPart");
-    EXPECT_EQ(Session().HeldDocuments(), 0U);
+    EXPECT_EQ(Workspace().HeldDocuments(), 0U);
     ZALDocument* first = Open("a.ZALPart");
     ZALDocument* second = Open("b.ZALPart");
-    EXPECT_EQ(Session().HeldDocuments(), 2U);
+    EXPECT_EQ(Workspace().HeldDocuments(), 2U);
     Close(first);
     EXPECT_EQ(ZALDocumentServices::Remove(second, 1), S_OK);
-    EXPECT_EQ(Session().HeldDocuments(), 1U) << "it is locked still";
+    EXPECT_EQ(Workspace().HeldDocuments(), 1U) << "it is locked still";
     EXPECT_EQ(second->ReleaseForLock(0), S_OK);
-    EXPECT_EQ(Session().HeldDocuments(), 0U);
+    EXPECT_EQ(Workspace().HeldDocuments(), 0U);
 }
 
 TEST_F(ProgramDocuments, KeepTheirFileWhenASaveIsRefused)
@@ -377,7 +377,7 @@ TEST_F(ProgramDocuments, BecomeAProductOfTheFilesOfOthers)
     ASSERT_EQ(ZALDocumentServices::SaveAs(product, Path("parts/bolt.ZALProduct"), "", 1), S_OK);
     Close(product);
     Close(part);
-    EXPECT_EQ(Session().LoadedDocuments(), 0U);
+    EXPECT_EQ(Workspace().LoadedDocuments(), 0U);
 
     const CadDocument written = ReadDocument(File("parts/bolt.ZALProduct"));
     EXPECT_THAT(written.links, ElementsAre("bolt_01.ZALPart"));
@@ -540,7 +540,7 @@ TEST_F(ProgramPositions, HaveFathersAndDocuments)
     EXPECT_EQ(std::filesystem::path(ToUtf8(ZALDocumentServices::GetDocumentOf(bolt.Get())->StorageName())).filename(),
               "bolt.ZALPart");
     EXPECT_EQ(ZALDocumentServices::GetDocumentOf(Top.Get())->StorageName(),
-              Session().Find(File("top.ZALProduct"))->StorageName());
+              Workspace().Find(File("top.ZALProduct"))->StorageName());
     const ZALIProduct_var first = ZALIProduct_var::Take(bolt->GetReferenceProduct());
     const ZALIProduct_var second = ZALIProduct_var::Take(ZALIProduct_var(children[2])->GetReferenceProduct());
     EXPECT_EQ(first->GetImpl(0), second->GetImpl(0)) << "one reference for both";

@@ -1,0 +1,129 @@
+// The documents and products of a workspace.
+#pragma once
+
+#include "openhost/cad/CadServices.h"
+#include "openhost/cad/LoadedDocument.h"
+
+#include <filesystem>
+#include <functional>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace openhost {
+
+class PartFeature;
+
+/// Why the workspace refuses an operation.
+class CadWorkspaceError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The workspace of a run. An instance stands in the document of its father, so that a sub-product that is used
+/// twice is changed in both places. Each document is loaded once, however often it is referred to, and stays loaded as
+/// long as it has a window, a program has opened or locked it, or another document refers to it.
+///
+/// Links are looked up beside the document first, then as they are written. A child whose document is missing or
+/// damaged is kept as such. Operations that fail throw CadWorkspaceError or CompoundFileError and change nothing.
+/// What happens is written to the journal as events "document".
+class CadWorkspace : public CadServices {
+public:
+    /// Most documents that a workspace loads.
+    static constexpr std::size_t MaximumDocuments = 100'000;
+
+    CadWorkspace();
+    CadWorkspace(const CadWorkspace&) = delete;
+    CadWorkspace& operator=(const CadWorkspace&) = delete;
+    /// Unsaved changes are lost.
+    ~CadWorkspace() override;
+
+    /// Opens the document `path` in a window and makes it the active one; one that has a window becomes active.
+    LoadedDocument& Open(const std::filesystem::path& path);
+    /// The loaded document of the file `path`, or null.
+    LoadedDocument* Find(const std::filesystem::path& path) const;
+    /// The document of the active window, or null.
+    LoadedDocument* Active() const { return windows_.empty() ? nullptr : windows_.back(); }
+    std::size_t LoadedDocuments() const { return documents_.size(); }
+    /// Documents that a program has opened or locked and not let go.
+    std::size_t HeldDocuments() const;
+    /// Closes the window of `document`; the one that was active before it becomes active. Changes are lost unless
+    /// another document still refers to it.
+    void Close(LoadedDocument& document);
+    /// Writes `document` to its file. Nothing is written when the file is up to date.
+    void Save(LoadedDocument& document);
+    /// Writes `document` to the file `path`, which is its file from then on. Documents that refer to it are changed.
+    void SaveAs(LoadedDocument& document, const std::filesystem::path& path);
+
+    /// The same with an identity of its own: no later version of what the document was.
+    void SaveAsNew(LoadedDocument& document, const std::filesystem::path& path);
+    /// Lets `change` change the contents of `document`: properties, parameters, cameras, axis systems and the working
+    /// tool, all such that they can be written.
+    void Change(LoadedDocument& document, const std::function<void(CadDocument& contents)>& change);
+
+    /// Adds one component for each of `files` to the product that `father` refers to. Their names are the part number,
+    /// a point and the lowest number from 1 that has not been given yet; they stand at the origin.
+    void AddComponents(WorkspaceProduct& father, const std::vector<std::filesystem::path>& files);
+    /// Adds one component that refers to `reference`, a document of this workspace, in the same way. Gives it.
+    WorkspaceProduct& AddComponent(WorkspaceProduct& father, LoadedDocument& reference);
+    /// Puts the document `file` in the place of `component`, which stands in the product that `father` refers to, and
+    /// with `allInstances` in that of each component of that product with the same reference. Position and place in the
+    /// list stay. So does a name, unless it is one that AddComponents has given.
+    void ReplaceComponent(WorkspaceProduct& father, WorkspaceProduct& component, const std::filesystem::path& file,
+                          bool allInstances);
+    /// Gives `component`, no root, another place in its father. `placement` is rigid.
+    void MoveComponent(WorkspaceProduct& component, const Placement& placement);
+
+    /// The part numbers that two or more documents have in the tree or trees that `document` stands in.
+    std::vector<std::string> DisputedPartNumbers(LoadedDocument& document) const;
+    /// The way through the tree of the active document that `names` tells: the part number of the root, then the names
+    /// of components, with "/" between them. With a reference for the caller; null when there is no such way, or one of
+    /// more than 1,000 products.
+    ZALPathElement* FindPath(const std::string& names) const;
+
+    ZALIAApplication* GetApplication() override;
+    ZALDocument* FindDocument(const ZALUnicodeString& path) override;
+    ZALBaseUnknown* GetRootProduct(ZALDocument& document) override;
+    bool IsOfPart(ZALIProduct& product) override;
+    HRESULT OpenDocument(const ZALUnicodeString& path, ZALDocument*& document, int mode) override;
+    HRESULT SaveDocumentAs(ZALDocument& document, const ZALUnicodeString& path, const ZALUnicodeString& format,
+                           int mode) override;
+    HRESULT SaveDocumentAsNew(ZALDocument& document, const ZALUnicodeString& path, int mode) override;
+    HRESULT RemoveDocument(ZALDocument& document, int mode) override;
+    ZALDocument* DocumentOf(ZALBaseUnknown& object) override;
+
+private:
+    friend class LoadedDocument;
+    LoadedDocument* FindCanonical(const std::filesystem::path& path) const;
+    LoadedDocument& Load(const std::filesystem::path& path);
+    LoadedDocument& Enter(const std::filesystem::path& path, CadDocument contents);
+    static void CheckComponent(const LoadedDocument& father, LoadedDocument& reference);
+    static LoadedDocument& ProductOf(const WorkspaceProduct& father);
+    static WorkspaceProduct& Append(LoadedDocument& father, LoadedDocument& reference);
+    LoadedDocument& LoadComponent(const LoadedDocument& father, const std::filesystem::path& path);
+    void LoadChildren(LoadedDocument& document, std::vector<LoadedDocument*>& fresh);
+    static void RefuseCycles(LoadedDocument& root);
+    static void Refer(LoadedDocument& father, LoadedDocument& reference);
+    static void EndReference(LoadedDocument& father, LoadedDocument& reference);
+    static void DetachChildren(LoadedDocument& document);
+    void UnloadUnused(LoadedDocument& document);
+    void Remove(LoadedDocument& document);
+    static void SetChanged(LoadedDocument& document);
+    static void Write(LoadedDocument& document, const std::filesystem::path& path);
+    static std::vector<PartFeature*> ToolsOf(LoadedDocument& document);
+    void EnterPartNumber(LoadedDocument& document);
+    void LeavePartNumber(LoadedDocument& document);
+    static void Replace(WorkspaceProduct& component, LoadedDocument& reference);
+    static bool Reaches(const LoadedDocument& from, const LoadedDocument& to); ///< also true for the same document
+    static std::string TakeName(LoadedDocument& father, const LoadedDocument& reference);
+    static std::set<const LoadedDocument*> RootsOf(const LoadedDocument& document);
+
+    std::unordered_map<std::string, LoadedDocument*> documents_; ///< by path; each with a reference of the workspace
+    std::vector<LoadedDocument*> windows_;                       ///< the active one last
+    std::unordered_map<std::string, std::set<LoadedDocument*>> byPartNumber_;
+    std::set<std::string> shared_; ///< part numbers that two or more documents have
+};
+
+} // namespace openhost

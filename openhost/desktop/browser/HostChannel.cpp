@@ -1,0 +1,11 @@
+#include "openhost/desktop/browser/HostChannel.h"
+
+namespace openhost {
+
+void HostChannel::sendMessage(const QString& document, const QString& text)
+{
+    if (text.size() <= LongestMessage)
+        receive_(document, text);
+}
+
+} // namespace openhost

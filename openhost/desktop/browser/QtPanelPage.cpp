@@ -1,0 +1,405 @@
+#include "openhost/desktop/browser/QtPanelPage.h"
+
+#include "openhost/desktop/browser/BrowserPage.h"
+#include "openhost/desktop/browser/BrowserProfile.h"
+#include "openhost/desktop/browser/HostChannel.h"
+
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QKeySequence>
+#include <QMouseEvent>
+#include <QPointer>
+#include <QVBoxLayout>
+#include <QWebChannel>
+#include <QWebEngineScript>
+#include <QWebEngineView>
+
+#include <stdexcept>
+
+namespace openhost {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A page that has not come by then will not come.
+constexpr auto LoadLimit = 60s;
+/// A busy machine may take long for a click.
+constexpr auto UserLimit = 60s;
+constexpr int MostMoves = 100;
+constexpr auto PollInterval = 15ms;
+
+/// Where the pointer rests while keys are used.
+constexpr QPointF Corner(2, 2);
+
+constexpr int PanelWidth = 420;
+constexpr int PanelHeight = 760;
+
+/// What the listener is told in place of an address that could not be shown: a page that is nobody's.
+constexpr const char* NoPage = "about:blank";
+
+constexpr quint32 InjectedWorld = QWebEngineScript::ApplicationWorld;
+constexpr quint32 UserWorld = QWebEngineScript::UserWorld;
+
+/// `text` as a literal of JavaScript.
+QString Literal(const QString& text)
+{
+    const QByteArray list = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
+    return QString::fromUtf8(list.mid(1, list.size() - 2));
+}
+
+QString Literal(const std::string& text)
+{
+    return Literal(QString::fromStdString(text));
+}
+
+/// Gives the visible element that the selector finds as `element`, and otherwise `problem`, both in a function.
+constexpr const char* FindElement = R"(
+    let element = null, problem = "";
+    try {
+        element = document.querySelector(selector);
+    } catch (error) {
+        problem = "is no selector";
+    }
+    if (!problem && !element)
+        problem = "finds nothing";
+    if (!problem && (element.getClientRects().length === 0 || getComputedStyle(element).visibility !== "visible"))
+        problem = "finds nothing that is visible";
+)";
+
+QString WithElement(const std::string& selector, const QString& body)
+{
+    return "((selector) => {" + QString(FindElement) + body + "})(" + Literal(selector) + ")";
+}
+
+} // namespace
+
+QtPanelPage::QtPanelPage(QWebEngineProfile& profile, Listener listener)
+    : listener_(std::make_shared<const Listener>(std::move(listener))),
+      channel_(std::make_unique<HostChannel>(
+          [this](const QString& document, const QString& text) { OnMessage(document, text); })),
+      page_(std::make_unique<BrowserPage>(profile))
+{
+    auto* channel = new QWebChannel(page_.get());
+    channel->registerObject("hostPanel", channel_.get());
+    page_->setWebChannel(channel, InjectedWorld);
+    connect(page_.get(), &QWebEnginePage::loadingChanged, this,
+            [this](const QWebEngineLoadingInfo& info) { OnLoading(info); });
+    connect(page_.get(), &QWebEnginePage::titleChanged, this, [this](const QString& title) { setWindowTitle(title); });
+
+    setAttribute(Qt::WA_DeleteOnClose, false);
+    view_ = new QWebEngineView(this);
+    view_->setContextMenuPolicy(Qt::NoContextMenu);
+    view_->setPage(page_.get());
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(view_);
+    resize(PanelWidth, PanelHeight);
+    show();
+    activateWindow();
+    view_->setFocus();
+}
+
+QtPanelPage::~QtPanelPage()
+{
+    EndWork();
+    page_->disconnect(this);
+    delete view_;
+}
+
+// ---------------------------------------------------------------------------------------------
+// The page for the panel
+
+bool QtPanelPage::LoadUrl(const std::string& url)
+{
+    const QUrl address(QString::fromStdString(url), QUrl::StrictMode);
+    if (!IsShowable(address))
+        return false;
+    BeginWork();
+    page_->load(address);
+    return true;
+}
+
+bool QtPanelPage::ExecuteScript(const std::string& script)
+{
+    if (document_.isEmpty())
+        return false;
+    // Another document may have taken the place of the one that the module was told of.
+    page_->runJavaScript("if (hostPanel.document === " + Literal(document_) + ") {\n" + QString::fromStdString(script) +
+                             "\n}",
+                         InjectedWorld);
+    return true;
+}
+
+void QtPanelPage::OnLoading(const QWebEngineLoadingInfo& info)
+{
+    switch (info.status()) {
+    case QWebEngineLoadingInfo::LoadStartedStatus:
+        ++loads_;
+        BeginWork();
+        return;
+    case QWebEngineLoadingInfo::LoadSucceededStatus:
+    case QWebEngineLoadingInfo::LoadStoppedStatus: // by a download or a refused address: there may be a document
+        ReportDocument();
+        return;
+    case QWebEngineLoadingInfo::LoadFailedStatus:
+        ReportFailure();
+        return;
+    }
+}
+
+void QtPanelPage::ReportDocument()
+{
+    const QPointer<QtPanelPage> self(this);
+    page_->runJavaScript("[location.href, hostPanel.document]", InjectedWorld,
+                         [self, load = loads_](const QVariant& answer) {
+                             const QVariantList parts = answer.toList();
+                             if (!self || load != self->loads_)
+                                 return;
+                             if (parts.size() != 2 || !IsShowable(QUrl(parts[0].toString())))
+                                 return self->ReportFailure();
+                             self->EndWork();
+                             if (self->document_ == parts[1].toString())
+                                 return;
+                             self->document_ = parts[1].toString();
+                             const std::string url = parts[0].toString().toStdString();
+                             self->Report([url](const Listener& listener) { listener.urlChanged(url); });
+                         });
+}
+
+void QtPanelPage::ReportFailure()
+{
+    EndWork();
+    document_.clear();
+    Report([](const Listener& listener) { listener.urlChanged(NoPage); });
+}
+
+void QtPanelPage::OnMessage(const QString& document, const QString& text)
+{
+    if (document_.isEmpty() || document != document_)
+        return;
+    Report([message = text.toStdString()](const Listener& listener) { listener.messageSent(message); });
+}
+
+void QtPanelPage::Report(std::function<void(const Listener&)> call)
+{
+    EventLoop::Current().Post([held = std::weak_ptr<const Listener>(listener_), call = std::move(call)] {
+        if (const auto listener = held.lock())
+            call(*listener);
+    });
+}
+
+void QtPanelPage::BeginWork()
+{
+    EndWork();
+    working_ = EventLoop::Current().CallAfter(LoadLimit, [this] {
+        working_ = 0;
+        ++loads_;
+        page_->triggerAction(QWebEnginePage::Stop);
+        ReportFailure();
+    });
+}
+
+void QtPanelPage::EndWork()
+{
+    EventLoop::Current().CancelTimer(std::exchange(working_, 0));
+}
+
+void QtPanelPage::closeEvent(QCloseEvent* event)
+{
+    event->accept();
+    Report([](const Listener& listener) { listener.closed(); });
+}
+
+// ---------------------------------------------------------------------------------------------
+// The page for its user
+
+QVariant QtPanelPage::Evaluate(const QString& script)
+{
+    const auto answer = std::make_shared<std::optional<QVariant>>();
+    page_->runJavaScript(script, UserWorld, [answer](const QVariant& value) { *answer = value; });
+    RunUntil([&] { return answer->has_value(); }, "the page does not answer");
+    return **answer;
+}
+
+void QtPanelPage::Await(const QString& script, const std::string& what, const std::function<void()>& attempt)
+{
+    AwaitHere(
+        [&] {
+            if (Evaluate(script).toBool())
+                return true;
+            attempt();
+            return false;
+        },
+        what);
+}
+
+void QtPanelPage::AwaitHere(const std::function<bool()>& done, const std::string& what)
+{
+    const auto start = std::chrono::steady_clock::now();
+    while (!done()) {
+        if (std::chrono::steady_clock::now() - start > UserLimit)
+            throw std::runtime_error(what);
+        bool passed = false;
+        EventLoop::Current().CallAfter(PollInterval, [&passed] { passed = true; });
+        RunUntil([&passed] { return passed; }, what);
+    }
+}
+
+void QtPanelPage::RunUntil(const std::function<bool()>& done, const std::string& what)
+{
+    EventLoop& loop = EventLoop::Current();
+    const EventLoop::Timer limit = loop.CallAfter(UserLimit, [] {});
+    const RunEnd end = loop.RunUntil(done, UserLimit);
+    loop.CancelTimer(limit);
+    if (end != RunEnd::Done)
+        throw std::runtime_error(what);
+}
+
+QWidget& QtPanelPage::Target()
+{
+    QWidget* target = view_->focusProxy();
+    if (!target)
+        throw std::runtime_error("the panel shows no page");
+    return *target;
+}
+
+void QtPanelPage::SendPointer(QEvent::Type type, QPointF place, Qt::MouseButton button, Qt::MouseButtons buttons)
+{
+    QWidget& target = Target();
+    QMouseEvent event(type, place, target.mapToGlobal(place), button, buttons, Qt::NoModifier);
+    QCoreApplication::sendEvent(&target, &event);
+}
+
+void QtPanelPage::MovePointer(QPointF place)
+{
+    Evaluate(R"(
+        globalThis.user = {moved: false};
+        addEventListener("mousemove", () => { globalThis.user.moved = true; }, {capture: true, once: true});
+    )");
+    bool aside = false;
+    Await("!globalThis.user || globalThis.user.moved", "the page takes no input", [&] {
+        SendPointer(QEvent::MouseMove, place + QPointF(aside ? 1 : 0, 0), Qt::NoButton, Qt::NoButton);
+        aside = !aside;
+    });
+}
+
+QPointF QtPanelPage::PlaceOf(const std::string& selector)
+{
+    const QVariantList place = Evaluate(WithElement(selector, R"(
+        if (problem)
+            return [problem];
+        if (element.matches(":disabled"))
+            return ["finds an element that is disabled"];
+        element.scrollIntoViewIfNeeded();
+        const box = element.getClientRects()[0];
+        const x = box.left + box.width / 2, y = box.top + box.height / 2;
+        const hit = document.elementFromPoint(x, y);
+        if (!hit || !(element.contains(hit) || hit.contains(element)))
+            return ["finds an element that is covered"];
+        return [x, y];
+    )"))
+                                   .toList();
+    if (place.size() != 2)
+        throw std::runtime_error("\"" + selector + "\" " +
+                                 (place.empty() ? "cannot be clicked" : place[0].toString().toStdString()));
+    return {place[0].toDouble(), place[1].toDouble()};
+}
+
+void QtPanelPage::Click(const std::string& selector)
+{
+    // What loads meanwhile may move the element.
+    QPointF middle = PlaceOf(selector);
+    QPointF before;
+    for (int move = 0; before != middle; middle = PlaceOf(selector)) {
+        if (++move > MostMoves)
+            throw std::runtime_error("\"" + selector + "\" does not come to rest");
+        before = middle;
+        MovePointer(middle);
+    }
+    Evaluate(R"(
+        globalThis.user = {done: false};
+        addEventListener("click", () => { globalThis.user.done = true; }, {capture: true, once: true});
+    )");
+    SendPointer(QEvent::MouseButtonPress, middle, Qt::LeftButton, Qt::LeftButton);
+    SendPointer(QEvent::MouseButtonRelease, middle, Qt::LeftButton, Qt::NoButton);
+    Await("!globalThis.user || globalThis.user.done", "the click on \"" + selector + "\" does not arrive");
+}
+
+void QtPanelPage::SendKey(int key, Qt::KeyboardModifiers modifiers, const QString& text)
+{
+    QWidget& target = Target();
+    QKeyEvent press(QEvent::KeyPress, key, modifiers, text);
+    QCoreApplication::sendEvent(&target, &press);
+    QKeyEvent release(QEvent::KeyRelease, key, modifiers, text);
+    QCoreApplication::sendEvent(&target, &release);
+}
+
+void QtPanelPage::Enter(const std::string& selector, const std::string& text)
+{
+    const QString problem = Evaluate(WithElement(selector, R"(
+        if (problem)
+            return problem;
+        if (!("value" in element) || !element.select || element.matches(":disabled") || element.readOnly)
+            return "finds nothing that takes text";
+        element.focus();
+        element.select();
+        return "";
+    )"))
+                                .toString();
+    if (!problem.isEmpty())
+        throw std::runtime_error("\"" + selector + "\" " + problem.toStdString());
+
+    MovePointer(Corner);
+    SendKey(Qt::Key_Delete, Qt::NoModifier, {});
+    const QString typed = QString::fromStdString(text);
+    for (const QChar& letter : typed)
+        SendKey(QKeySequence(letter)[0].key(), Qt::NoModifier, letter);
+    Await(WithElement(selector, "return !element || element.value === " + Literal(typed) + ";"),
+          "the text does not arrive in \"" + selector + "\"");
+}
+
+void QtPanelPage::Press(const std::string& key)
+{
+    const QKeySequence sequence = QKeySequence::fromString(QString::fromStdString(key), QKeySequence::PortableText);
+    if (sequence.count() != 1 || sequence[0].key() == Qt::Key_unknown)
+        throw std::runtime_error("\"" + key + "\" names no key");
+
+    MovePointer(Corner);
+    Evaluate(R"(
+        globalThis.user = {done: false};
+        addEventListener("keyup", () => { globalThis.user.done = true; }, {capture: true, once: true});
+    )");
+    const Qt::Key code = sequence[0].key();
+    const QString text = code == Qt::Key_Return ? "\r" : code == Qt::Key_Space ? " " : QString();
+    SendKey(code, sequence[0].keyboardModifiers(), text);
+    Await("!globalThis.user || globalThis.user.done", "the key \"" + key + "\" does not arrive");
+}
+
+bool QtPanelPage::Shows(const std::string& selector)
+{
+    return Evaluate(WithElement(selector, "return !problem;")).toBool();
+}
+
+void QtPanelPage::SavePicture(const std::filesystem::path& file)
+{
+    // What the browser has drawn reaches the window some frames later. A mark that has come and gone there tells that
+    // everything before it is in the picture.
+    const QColor color(Qt::magenta);
+    const auto isMarked = [&] { return grab(QRect(0, 0, 1, 1)).toImage().pixelColor(0, 0) == color; };
+    Evaluate(R"(
+        globalThis.mark = document.createElement("div");
+        mark.style.cssText = "position: fixed; left: 0; top: 0; width: 4px; height: 4px; z-index: 2147483647; " +
+            "background: #ff00ff; forced-color-adjust: none";
+        document.documentElement.append(mark);
+    )");
+    AwaitHere(isMarked, "the page does not draw");
+    Evaluate("globalThis.mark?.remove()");
+    AwaitHere([&] { return !isMarked(); }, "the page does not draw");
+    if (!grab().save(QString::fromStdString(file.string()), "PNG"))
+        throw std::runtime_error(file.string() + ": the picture cannot be written");
+}
+
+} // namespace openhost

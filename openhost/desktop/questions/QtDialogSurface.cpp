@@ -1,0 +1,137 @@
+#include "openhost/desktop/questions/QtDialogSurface.h"
+
+#include "openhost/desktop/questions/QuestionBox.h"
+#include "openhost/desktop/questions/WindowView.h"
+#include "openhost/dialogs/DialogNode.h"
+#include "openhost/loop/EventLoop.h"
+
+#include <QWindow>
+
+#include <functional>
+
+namespace openhost {
+
+namespace {
+
+/// The window in which `dialog` stands, or null.
+ZALDialog* WindowOf(ZALDialog& dialog)
+{
+    ZALDialog* above = &dialog;
+    while (above && !ZALDialogNode::Of(*above).IsWindow())
+        above = above->GetFather();
+    return above;
+}
+
+/// Keeps a run of the loop from being idle, however long the user thinks.
+class Patience {
+public:
+    Patience() { Renew(); }
+    Patience(const Patience&) = delete;
+    Patience& operator=(const Patience&) = delete;
+    ~Patience() { EventLoop::Current().CancelTimer(timer_); }
+
+private:
+    void Renew()
+    {
+        timer_ = EventLoop::Current().CallAfter(std::chrono::hours(1), [this] { Renew(); });
+    }
+
+    EventLoop::Timer timer_ = 0;
+};
+
+} // namespace
+
+/// A question for as long as it is asked.
+class QtDialogSurface::ShownQuestion {
+public:
+    ShownQuestion(QtDialogSurface& surface, const ZALDialog& question, QuestionBox& box)
+        : surface_(surface), question_(question), box_(box)
+    {
+        surface_.questions_.push_back(this);
+        box_.show();
+        box_.activateWindow();
+    }
+    ShownQuestion(const ShownQuestion&) = delete;
+    ShownQuestion& operator=(const ShownQuestion&) = delete;
+    ~ShownQuestion() { std::erase(surface_.questions_, this); }
+
+    /// Takes a question that has ended off the screen, also while a newer one is shown.
+    void HideFor(const ZALDialog& ended)
+    {
+        if (&ended == &question_)
+            box_.hide();
+    }
+
+private:
+    QtDialogSurface& surface_;
+    const ZALDialog& question_;
+    QuestionBox& box_;
+};
+
+QtDialogSurface::QtDialogSurface() : self_(std::make_shared<QtDialogSurface*>(this)) {}
+
+QtDialogSurface::~QtDialogSurface() = default;
+
+void QtDialogSurface::Shown(ZALDialog& dialog)
+{
+    Changed(dialog);
+}
+
+void QtDialogSurface::Hidden(ZALDialog& dialog)
+{
+    Changed(dialog);
+}
+
+void QtDialogSurface::Changed(ZALDialog& dialog)
+{
+    ZALDialog* window = WindowOf(dialog);
+    if (!window || !ZALDialogNode::Of(*window).IsLastingWindow())
+        return;
+    const bool isFirst = changed_.empty();
+    changed_.insert(window);
+    if (!isFirst)
+        return;
+    EventLoop::Current().Post([reference = std::weak_ptr(self_)] {
+        if (const auto self = reference.lock())
+            (*self)->UpdateChangedWindows();
+    });
+}
+
+void QtDialogSurface::Ended(ZALDialog& dialog)
+{
+    changed_.erase(&dialog);
+    windows_.erase(&dialog);
+    for (const auto& [window, view] : windows_)
+        view->Forget(dialog);
+    for (ShownQuestion* question : questions_)
+        question->HideFor(dialog);
+}
+
+void QtDialogSurface::UpdateChangedWindows()
+{
+    for (ZALDialog* window : std::exchange(changed_, {})) {
+        const ZALDialogNode& node = ZALDialogNode::Of(*window);
+        std::unique_ptr<WindowView>& view = windows_[window];
+        if (!view && node.visible) {
+            view = std::make_unique<WindowView>(*window);
+            view->Update();
+            view->Widget().raise();
+        } else if (view) {
+            view->Update();
+        } else {
+            windows_.erase(window);
+        }
+    }
+}
+
+int QtDialogSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title)
+{
+    QuestionBox box(question.GetStyle(), text, title);
+    box.setObjectName(QString::fromUtf8(question.GetName().CastToCharPtr()));
+    const ShownQuestion shown(*this, question, box);
+    const Patience patience;
+    EventLoop::Current().RunUntil([&] { return box.Answer() || ZALDialogNode::Of(question).ended; });
+    return box.Answer().value_or(ZALDlgAnswerClosed);
+}
+
+} // namespace openhost

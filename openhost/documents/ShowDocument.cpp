@@ -1,0 +1,258 @@
+#include "openhost/documents/ShowDocument.h"
+
+#include "openhost/documents/CadDocument.h"
+
+#include <algorithm>
+#include <array>
+#include <iomanip>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace openhost {
+
+namespace {
+
+/// Lines below one heading, which is the first of them; none when there is nothing to tell.
+using Section = std::vector<std::string>;
+
+Section Headed(const std::string& heading, std::vector<std::string> lines)
+{
+    if (!lines.empty())
+        lines.insert(lines.begin(), heading);
+    return lines;
+}
+
+/// `text` of a document without control characters, so that no name can leave its line.
+std::string InOneLine(std::string text)
+{
+    std::ranges::replace_if(
+        text, [](unsigned char unit) { return unit < 0x20 || unit == 0x7F; }, ' ');
+    return text;
+}
+
+std::string Vector(const std::array<double, 3>& vector)
+{
+    std::ostringstream text;
+    text << "(" << vector[0] << ", " << vector[1] << ", " << vector[2] << ")";
+    return text.str();
+}
+
+std::string Place(const Placement& placement)
+{
+    return "at " + Vector({placement[3], placement[7], placement[11]});
+}
+
+/// Lines of the tree below a document. Reads each document once.
+class Tree {
+public:
+    explicit Tree(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+    void AddChildren(const CadDocument& document, const std::string& fileName, const std::string& indent)
+    {
+        above_.push_back(fileName);
+        for (std::size_t i = 0; i < document.children.size() && std::ssize(lines_) < MaximumTreeLines; ++i) {
+            const bool last = i + 1 == document.children.size();
+            const ChildInstance& child = document.children[i];
+            const std::string& link = document.links[child.link];
+            std::string line = indent + (last ? "└─ " : "├─ ") + InOneLine(child.name) + "  [" + InOneLine(link) +
+                               "]  " + Place(child.placement);
+            if (std::ssize(lines_) + 1 == MaximumTreeLines)
+                line += "  … and more";
+            AddTarget(std::move(line), link, indent + (last ? "   " : "│  "));
+        }
+        above_.pop_back();
+    }
+
+    const std::vector<std::string>& Lines() const { return lines_; }
+
+private:
+    struct Loaded {
+        CadDocument document;
+        std::string problem; ///< empty when the document was read
+    };
+
+    const Loaded& Load(const std::string& fileName)
+    {
+        const auto known = loaded_.find(fileName);
+        if (known != loaded_.end())
+            return known->second;
+        Loaded& loaded = loaded_[fileName];
+        try {
+            loaded.document = ReadDocument(folder_ / fileName);
+            if (loaded.document.geometry)
+                loaded.document.geometry->boundary.clear();
+        } catch (const CompoundFileError& error) {
+            std::error_code failure;
+            loaded.problem = std::filesystem::exists(folder_ / fileName, failure) ? error.what() : "missing";
+        }
+        return loaded;
+    }
+
+    /// Adds `line`, of a component whose document is `link`, and what is below it.
+    void AddTarget(std::string line, const std::string& link, const std::string& indent)
+    {
+        const std::string fileName = link.substr(link.find_last_of("/\\") + 1);
+        if (std::ranges::find(above_, fileName) != above_.end()) {
+            lines_.push_back(line + "  (part of itself)");
+            return;
+        }
+        const Loaded& target = Load(fileName);
+        if (!target.problem.empty())
+            line += "  (" + InOneLine(target.problem) + ")";
+        const bool tooDeep = above_.size() == MaximumTreeDepth && !target.document.children.empty();
+        lines_.push_back(tooDeep ? line + "  …" : line);
+        if (!tooDeep)
+            AddChildren(target.document, fileName, indent);
+    }
+
+    std::filesystem::path folder_;
+    std::map<std::string, Loaded> loaded_;
+    std::vector<std::string> above_; ///< file names from the root down to the current document
+    std::vector<std::string> lines_;
+};
+
+constexpr std::size_t NameWidth = 18;
+
+std::string Value(const std::string& name, const std::string& value)
+{
+    const std::string shown = InOneLine(name);
+    const std::size_t blanks = shown.size() + 2 < NameWidth ? NameWidth - shown.size() : 2;
+    return "  " + shown + std::string(blanks, ' ') + InOneLine(value);
+}
+
+Section Properties(const CadDocument& document)
+{
+    Section lines;
+    for (const auto& [name, value] : {std::pair("Nomenclature", document.nomenclature),
+                                      {"Description", document.description},
+                                      {"Identity", document.identity}})
+        if (!value.empty())
+            lines.push_back(Value(name, value));
+    return Headed("Properties", std::move(lines));
+}
+
+Section Parameters(const CadDocument& document)
+{
+    Section lines;
+    for (const UserParameter& parameter : document.parameters)
+        lines.push_back(Value(parameter.name, ParameterText(parameter)));
+    return Headed("Parameters", std::move(lines));
+}
+
+Section Features(const CadDocument& document)
+{
+    const PartFeatures& features = document.features;
+    if (features == PartFeatures())
+        return {};
+    Section lines;
+    for (std::size_t tool = 0; tool <= features.otherTools.size(); ++tool) {
+        const auto& geometry = tool == 0 ? document.geometry : features.otherTools[tool - 1].geometry;
+        std::string state = geometry ? "tool" : "empty tool";
+        if (tool == features.workingTool)
+            state += ", worked in";
+        lines.push_back(Value(tool == 0 ? features.mainTool : features.otherTools[tool - 1].name, state));
+    }
+    for (const AxisSystem& system : features.axisSystems)
+        lines.push_back(Value(system.name, "axis system " + Place(system.placement)));
+    return Headed("Features", std::move(lines));
+}
+
+Section Cameras(const CadDocument& document)
+{
+    Section lines;
+    for (const DocumentCamera& camera : document.cameras)
+        lines.push_back(Value(camera.name, "at " + Vector(camera.eye) + " towards " + Vector(camera.sight)));
+    return Headed("Cameras", std::move(lines));
+}
+
+Section Geometry(const CadDocument& document)
+{
+    if (!document.geometry)
+        return {};
+    const GeometryFacts& facts = document.geometry->facts;
+    std::ostringstream contents;
+    contents << std::fixed << std::setprecision(1) << "  " << facts.solids
+             << (facts.solids == 1 ? " solid, " : " solids, ") << facts.faces << " faces, volume " << facts.volume
+             << " mm³, area " << facts.area << " mm²";
+    std::ostringstream box;
+    box << std::fixed << std::setprecision(1) << "  box ";
+    for (std::size_t i = 0; i < 3; ++i)
+        box << (i == 0 ? "" : " × ") << facts.highest[i] - facts.lowest[i];
+    return {"Geometry", contents.str(), box.str() + " mm"};
+}
+
+Section Links(const CadDocument& document)
+{
+    Section lines{"Links"};
+    for (std::size_t i = 0; i < document.links.size(); ++i)
+        lines.push_back("  " + std::to_string(i + 1) + "  " + InOneLine(document.links[i]));
+    if (document.links.empty())
+        lines.push_back("  none");
+    return lines;
+}
+
+/// The same sections in the same order for every document.
+std::vector<Section> Describe(const std::filesystem::path& path)
+{
+    const CadDocument document = ReadDocument(path);
+    const std::string fileName = path.filename().string();
+    Tree tree(path.parent_path());
+    tree.AddChildren(document, fileName, "");
+    Section head = tree.Lines();
+    head.insert(head.begin(), (document.kind == DocumentKind::Product ? "Product " : "Part ") +
+                                  InOneLine(document.partNumber) + "  [" + InOneLine(fileName) + "]");
+    return {head,
+            Properties(document),
+            Parameters(document),
+            Features(document),
+            Cameras(document),
+            Geometry(document),
+            Links(document)};
+}
+
+/// Characters of `line`, which is UTF-8.
+std::size_t Width(const std::string& line)
+{
+    return static_cast<std::size_t>(
+        std::ranges::count_if(line, [](unsigned char unit) { return (unit & 0xC0) != 0x80; }));
+}
+
+/// Longer lines do not widen their column.
+constexpr std::size_t WidestColumn = 80;
+
+} // namespace
+
+void ShowDocument(const std::filesystem::path& path, std::ostream& output)
+{
+    for (const Section& section : Describe(path))
+        for (const std::string& line : section)
+            output << line << "\n";
+}
+
+void ShowDocuments(const std::filesystem::path& left, const std::filesystem::path& right, std::ostream& output)
+{
+    const std::vector<Section> leftSections = Describe(left);
+    const std::vector<Section> rightSections = Describe(right);
+    std::size_t column = 0;
+    for (const Section& section : leftSections)
+        for (const std::string& line : section)
+            column = std::max(column, std::min(Width(line), WidestColumn));
+
+    const auto lineOf = [](const Section& section, std::size_t row) {
+        return row < section.size() ? section[row] : std::string();
+    };
+    for (std::size_t i = 0; i < leftSections.size(); ++i)
+        for (std::size_t row = 0; row < std::max(leftSections[i].size(), rightSections[i].size()); ++row) {
+            const std::string line = lineOf(leftSections[i], row);
+            const std::string other = lineOf(rightSections[i], row);
+            const std::size_t width = Width(line);
+            output << line << std::string(column - std::min(width, column), ' ') << (other.empty() ? " │" : " │ ")
+                   << other << "\n";
+        }
+}
+
+} // namespace openhost

@@ -1,0 +1,515 @@
+// The workspace over documents and places that mean it no good: a reason, nothing lost, nothing half done.
+
+#include "openhost/cad/CadWorkspace.h"
+
+#include "openhost/cad/WorkspaceTree.h"
+#include "openhost/documents/DocumentStream.h"
+#include "openhost/files/TemporaryFolder.h"
+#include "openhost/frame/Frame.h"
+#include "tests/openhost/documents/DocumentBytes.h"
+#include "tests/openhost/files/FileSizeLimit.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <fstream>
+#include <functional>
+#include <limits>
+
+#include <sys/stat.h>
+
+namespace openhost::testing {
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class HostileWorkspace : public ::testing::Test {
+protected:
+    HostileWorkspace() { ConfigureFrame({}); }
+    ~HostileWorkspace() override { ResetFrame(); }
+
+    std::filesystem::path File(const std::string& name) const { return folder_.Path() / name; }
+    std::filesystem::path Write(const std::string& name, const std::string& bytes) const
+    {
+        std::ofstream(File(name), std::ios::binary) << bytes;
+        return File(name);
+    }
+    std::string Read(const std::string& name) const
+    {
+        std::ifstream file(File(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    std::filesystem::path Part(const std::string& name, const std::string& partNumber = "part") const
+    {
+        CadDocument part;
+        part.partNumber = partNumber;
+        part.geometry = DocumentGeometry{{1, 6, 1, 6, {}, {}}, "geometry of " + name};
+        return Write(name, BuildDocument(part));
+    }
+    static CadDocument ProductOf(const LinkTable& links)
+    {
+        CadDocument product;
+        product.kind = DocumentKind::Product;
+        product.partNumber = "product";
+        product.links = links;
+        for (std::uint32_t link = 0; link < links.size(); ++link)
+            product.children.push_back({"child" + std::to_string(link), link, IdentityPlacement});
+        return product;
+    }
+    std::filesystem::path Product(const std::string& name, const LinkTable& links) const
+    {
+        return Write(name, BuildDocument(ProductOf(links)));
+    }
+    std::size_t Entries() const
+    {
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}));
+    }
+
+    /// Why `operation` is refused; empty when it is not.
+    static std::string Reason(const std::function<void()>& operation)
+    {
+        try {
+            operation();
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+        return "";
+    }
+    /// Opening, adding and replacing by `file` are refused with a reason that names it, and change nothing.
+    void ExpectRefused(const std::filesystem::path& file)
+    {
+        const std::filesystem::path top = File("good.ZALProduct");
+        Part("good.ZALPart");
+        Product("good.ZALProduct", {"good.ZALPart"});
+        CadWorkspace workspace;
+        LoadedDocument& product = workspace.Open(top);
+        WorkspaceProduct& child = *product.Children().at(0);
+        const std::string name = file.filename().string();
+        EXPECT_THAT(Reason([&] { workspace.Open(file); }), HasSubstr(name));
+        EXPECT_THAT(Reason([&] { workspace.AddComponents(*product.Root(), {file}); }), HasSubstr(name));
+        EXPECT_THAT(Reason([&] {
+                        workspace.AddComponents(*product.Root(), {File("good.ZALPart"), file});
+                    }),
+                    HasSubstr(name));
+        EXPECT_THAT(Reason([&] { workspace.ReplaceComponent(*product.Root(), child, file, true); }), HasSubstr(name));
+        EXPECT_EQ(workspace.LoadedDocuments(), 2U) << name;
+        EXPECT_EQ(workspace.Active(), &product);
+        EXPECT_FALSE(product.IsDirty());
+        EXPECT_EQ(product.Children().size(), 1U);
+        EXPECT_EQ(child.Reference(), workspace.Find(File("good.ZALPart")));
+    }
+    /// The product with `bytes` is refused, and costs a product that refers to it that one component.
+    void ExpectDamaged(const std::string& bytes, const std::string& reason)
+    {
+        Write("damaged.ZALProduct", bytes);
+        ExpectRefused(File("damaged.ZALProduct"));
+        Part("good.ZALPart");
+        CadWorkspace workspace;
+        LoadedDocument& top = workspace.Open(Product("top.ZALProduct", {"damaged.ZALProduct", "good.ZALPart"}));
+        EXPECT_EQ(top.Children().at(0)->Reference(), nullptr);
+        EXPECT_THAT(top.Children().at(0)->Problem(), HasSubstr(reason));
+        EXPECT_NE(top.Children().at(1)->Reference(), nullptr);
+        EXPECT_EQ(Read("damaged.ZALProduct"), bytes);
+    }
+
+    TemporaryFolder folder_;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Files that are no documents
+
+TEST_F(HostileWorkspace, ADocumentThatIsCutOffAnywhereIsRefused)
+{
+    const std::string whole = BuildDocument(SomeProduct());
+    CadWorkspace workspace;
+    for (std::size_t size = 0; size + 512 < whole.size(); size += 97) {
+        Write("cut.ZALProduct", whole.substr(0, size));
+        EXPECT_THAT(Reason([&] { workspace.Open(File("cut.ZALProduct")); }), HasSubstr("cut.ZALProduct")) << size;
+        EXPECT_EQ(workspace.LoadedDocuments(), 0U) << size;
+        EXPECT_EQ(Read("cut.ZALProduct"), whole.substr(0, size));
+    }
+    ExpectRefused(Write("cut.ZALProduct", whole.substr(0, whole.size() / 2)));
+}
+
+TEST_F(HostileWorkspace, FilesOfOtherKindsAreRefused)
+{
+    std::filesystem::create_directory(File("folder.ZALProduct"));
+    ASSERT_EQ(mkfifo(File("pipe.ZALPart").c_str(), 0600), 0);
+    std::filesystem::create_symlink("/dev/zero", File("device.ZALPart"));
+    std::filesystem::create_symlink("endless.ZALPart", File("endless.ZALPart"));
+    ExpectRefused(Write("text.ZALProduct", "a text"));
+    ExpectRefused(Write("empty.ZALProduct", ""));
+    ExpectRefused(Write("archive.ZALProduct", std::string("PK\x05\x06", 4) + std::string(18, '\0')));
+    ExpectRefused(File("folder.ZALProduct"));
+    ExpectRefused(File("pipe.ZALPart"));
+    ExpectRefused(File("endless.ZALPart"));
+    ExpectRefused(File("missing.ZALPart"));
+    CadWorkspace workspace;
+    EXPECT_NE(Reason([&] { workspace.Open(File("device.ZALPart")); }), "");
+}
+
+TEST_F(HostileWorkspace, APartUnderTheNameOfAProductTakesNoComponents)
+{
+    CadWorkspace workspace;
+    LoadedDocument& document = workspace.Open(Part("part.ZALProduct"));
+    EXPECT_EQ(document.Kind(), DocumentKind::Part);
+    EXPECT_THAT(Reason([&] { workspace.AddComponents(*document.Root(), {Part("bolt.ZALPart")}); }),
+                HasSubstr("product only"));
+    EXPECT_FALSE(document.IsDirty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Children
+
+TEST_F(HostileWorkspace, AProductWithMissingAndDamagedChildrenLosesNoneWhenItIsSaved)
+{
+    Write("damaged.ZALPart", "damaged");
+    Product("top.ZALProduct", {"gone.ZALPart", "damaged.ZALPart", "folder/gone.ZALPart"});
+    const CadDocument before = ReadDocument(File("top.ZALProduct"));
+    CadWorkspace workspace;
+    LoadedDocument& top = workspace.Open(File("top.ZALProduct"));
+    workspace.AddComponents(*top.Root(), {Part("bolt.ZALPart", "bolt")});
+    workspace.Save(top);
+    CadDocument after = ReadDocument(File("top.ZALProduct"));
+    EXPECT_EQ(after.links.back(), "bolt.ZALPart");
+    EXPECT_EQ(after.children.back().name, "bolt.1");
+    after.links.pop_back();
+    after.children.pop_back();
+    EXPECT_EQ(after, before);
+    EXPECT_EQ(Read("damaged.ZALPart"), "damaged");
+}
+
+TEST_F(HostileWorkspace, CyclesOfAnyLengthAreRefused)
+{
+    Product("self.ZALProduct", {"self.ZALProduct"});
+    Product("a.ZALProduct", {"b.ZALProduct"});
+    Product("b.ZALProduct", {"c.ZALProduct", "a.ZALProduct"});
+    Product("c.ZALProduct", {});
+    std::filesystem::create_symlink("linked.ZALProduct", File("link.ZALProduct"));
+    Product("linked.ZALProduct", {"link.ZALProduct"});
+    Product("copied.ZALProduct", {"copy.ZALProduct"});
+    std::filesystem::create_hard_link(File("copied.ZALProduct"), File("copy.ZALProduct"));
+    CadWorkspace workspace;
+    for (const char* name :
+         {"self.ZALProduct", "a.ZALProduct", "b.ZALProduct", "linked.ZALProduct", "copied.ZALProduct"}) {
+        const std::string before = Read(name);
+        EXPECT_THAT(Reason([&] { workspace.Open(File(name)); }), HasSubstr("part of itself")) << name;
+        EXPECT_EQ(workspace.LoadedDocuments(), 0U) << name;
+        EXPECT_EQ(Read(name), before);
+    }
+    ExpectRefused(File("self.ZALProduct"));
+}
+
+TEST_F(HostileWorkspace, ACycleThatWouldComeAboutInTheWorkspaceIsRefused)
+{
+    Product("c.ZALProduct", {});
+    Product("b.ZALProduct", {"c.ZALProduct"});
+    CadWorkspace workspace;
+    LoadedDocument& top = workspace.Open(Product("a.ZALProduct", {"b.ZALProduct"}));
+    WorkspaceProduct& b = *top.Children().at(0);
+    WorkspaceProduct& c = *b.Reference()->Children().at(0);
+    for (const char* above : {"a.ZALProduct", "b.ZALProduct"}) {
+        EXPECT_THAT(Reason([&] { workspace.AddComponents(b, {File(above)}); }), HasSubstr("part of itself"));
+        EXPECT_THAT(Reason([&] { workspace.ReplaceComponent(b, c, File(above), false); }), HasSubstr("part of itself"));
+    }
+    EXPECT_THAT(Reason([&] { workspace.AddComponents(c, {File("a.ZALProduct")}); }), HasSubstr("part of itself"));
+    EXPECT_EQ(workspace.LoadedDocuments(), 3U);
+    EXPECT_FALSE(b.Reference()->IsDirty());
+}
+
+TEST_F(HostileWorkspace, MillionsOfAnnouncedChildrenAreRefusedAtOnce)
+{
+    for (const std::uint32_t count : {1'000U, 5'000'000U, 0xFFFFFFFFU})
+        ExpectDamaged(WithStream(SomeProduct(), "Children",
+                                 [count](std::string& stream) {
+                                     Put(stream, HeadSize, count);
+                                     RepairHead(stream);
+                                 }),
+                      "a count is larger than the stream");
+}
+
+TEST_F(HostileWorkspace, AProductOfVeryManyChildrenIsOpenedChangedAndSaved)
+{
+    constexpr std::size_t count = 100'000;
+    Part("bolt.ZALPart", "bolt");
+    CadDocument product = ProductOf({"bolt.ZALPart", "gone.ZALPart"});
+    product.children.clear();
+    for (std::size_t index = 0; index < count; ++index)
+        product.children.push_back(
+            {"bolt." + std::to_string(index + 1), static_cast<std::uint32_t>(index % 2), IdentityPlacement});
+    Write("many.ZALProduct", BuildDocument(product));
+    CadWorkspace workspace;
+    LoadedDocument& many = workspace.Open(File("many.ZALProduct"));
+    EXPECT_EQ(many.Children().size(), count);
+    workspace.AddComponents(*many.Root(), {File("bolt.ZALPart")});
+    workspace.ReplaceComponent(*many.Root(), *many.Children().at(1), File("bolt.ZALPart"), true);
+    EXPECT_EQ(DescribeTree(many)["more"], true);
+    workspace.Save(many);
+    const CadDocument saved = ReadDocument(File("many.ZALProduct"));
+    EXPECT_EQ(saved.children.size(), count + 1);
+    EXPECT_EQ(saved.children.back().name, "bolt." + std::to_string(count + 1));
+    EXPECT_THAT(saved.links, ElementsAre("bolt.ZALPart"));
+}
+
+TEST_F(HostileWorkspace, AVeryLongChainOfProductsIsOpenedAndClosed)
+{
+    constexpr int count = 2000;
+    for (int level = 0; level < count; ++level)
+        Product("L" + std::to_string(level) + ".ZALProduct", {"L" + std::to_string(level + 1) + ".ZALProduct"});
+    CadWorkspace workspace;
+    LoadedDocument& top = workspace.Open(File("L0.ZALProduct"));
+    EXPECT_EQ(workspace.LoadedDocuments(), static_cast<std::size_t>(count));
+    EXPECT_THAT(workspace.DisputedPartNumbers(top), ElementsAre("product"));
+    std::string names = "product";
+    for (int level = 1; level < count; ++level)
+        names += "/child0";
+    EXPECT_EQ(workspace.FindPath(names), nullptr);
+    EXPECT_EQ(DescribeTree(top)["name"], "product");
+    workspace.Close(top);
+    EXPECT_EQ(workspace.LoadedDocuments(), 0U);
+}
+
+TEST_F(HostileWorkspace, PlacementsThatAreNoneAreRefused)
+{
+    const auto withNumber = [](std::size_t position, double number) {
+        CadDocument product = ProductOf({"good.ZALPart"});
+        return WithStream(product, "Children", [&](std::string& stream) {
+            const std::size_t offset = HeadSize + 4 + 4 + std::string("child0").size() + 4 + 8 * position;
+            const auto bits = std::bit_cast<std::uint64_t>(number);
+            Put(stream, offset, static_cast<std::uint32_t>(bits));
+            Put(stream, offset + 4, static_cast<std::uint32_t>(bits >> 32));
+            RepairHead(stream);
+        });
+    };
+    for (const std::size_t position : {0U, 3U, 11U})
+        for (const double number :
+             {std::nan(""), std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()})
+            ExpectDamaged(withNumber(position, number), "not finite");
+    for (const double number : {0.0, -1.0, 2.0, 1e308, 1.01})
+        ExpectDamaged(withNumber(0, number), "no rigid placement");
+    ExpectDamaged(withNumber(1, 0.5), "no rigid placement");
+}
+
+// ---------------------------------------------------------------------------------------------
+// Names
+
+TEST_F(HostileWorkspace, NamesThatAreNoTextAreRefused)
+{
+    for (const std::string& name : {std::string("\xFF\xFE"), std::string("\xED\xA0\x80"), std::string("a\0b", 3),
+                                    std::string("\x1B[2J"), std::string(StreamReader::MaximumTextSize + 1, 'n')}) {
+        ExpectDamaged(WithStream(ProductOf({"good.ZALPart"}), "Children",
+                                 [&](std::string& stream) {
+                                     stream.replace(HeadSize + 8, std::string("child0").size(), name);
+                                     Put(stream, HeadSize + 4, static_cast<std::uint32_t>(name.size()));
+                                     RepairHead(stream);
+                                 }),
+                      name.size() > StreamReader::MaximumTextSize ? "too long" : "no plain UTF-8");
+    }
+}
+
+TEST_F(HostileWorkspace, OddNamesAndPartNumbersComeBackFromTheFile)
+{
+    const std::vector<std::string> odd = {"../../etc",
+                                          "/",
+                                          "C:\\parts",
+                                          "two\nlines",
+                                          " ",
+                                          "..",
+                                          std::string(60'000, 'n'),
+                                          "\"},{\"event\":\"end\"",
+                                          "名前/\xF0\x9F\x94\xA9",
+                                          "%s%n",
+                                          "a.1"};
+    CadDocument product = ProductOf({"good.ZALPart"});
+    product.children.clear();
+    for (const std::string& name : odd)
+        product.children.push_back({name, 0, IdentityPlacement});
+    Part("good.ZALPart");
+    Write("top.ZALProduct", BuildDocument(product));
+    CadWorkspace workspace;
+    LoadedDocument& top = workspace.Open(File("top.ZALProduct"));
+    for (std::size_t index = 0; index < odd.size(); ++index)
+        workspace.AddComponents(*top.Root(), {Part("p" + std::to_string(index) + ".ZALPart", odd[index])});
+    workspace.AddComponents(*top.Root(), {Part("line\nend.ZALPart", "")});
+    workspace.Save(top);
+
+    const CadDocument saved = ReadDocument(File("top.ZALProduct"));
+    ASSERT_EQ(saved.children.size(), 2 * odd.size() + 1);
+    for (std::size_t index = 0; index < odd.size(); ++index) {
+        EXPECT_EQ(saved.children[index].name, odd[index]);
+        EXPECT_EQ(saved.children[odd.size() + index].name, odd[index].substr(0, 1000) + ".1");
+    }
+    EXPECT_EQ(saved.children.back().name, "line\nend.1");
+    EXPECT_EQ(Entries(), odd.size() + 3);
+    CadWorkspace again;
+    for (const WorkspaceProduct* child : again.Open(File("top.ZALProduct")).Children())
+        EXPECT_NE(child->Reference(), nullptr) << child->Name();
+}
+
+TEST_F(HostileWorkspace, FilesWhoseNamesNoLinkCanHoldAreRefused)
+{
+    CadWorkspace workspace;
+    LoadedDocument& top = workspace.Open(Product("top.ZALProduct", {}));
+    for (const char* name : {"\xFF.ZALPart", "a\x01.ZALPart", "parts\\bolt.ZALPart"})
+        EXPECT_NE(Reason([&] { workspace.AddComponents(*top.Root(), {Part(name)}); }), "") << name;
+    EXPECT_NE(Reason([&] { workspace.AddComponents(*top.Root(), {File(std::string(5000, 'n') + ".ZALPart")}); }), "");
+    EXPECT_EQ(workspace.LoadedDocuments(), 1U);
+    EXPECT_FALSE(top.IsDirty());
+}
+
+TEST_F(HostileWorkspace, LinksThatLeadToNoDocumentAreKeptAsTheyStand)
+{
+    ASSERT_EQ(mkfifo(File("pipe.ZALPart").c_str(), 0600), 0);
+    const LinkTable links = {"/dev/zero",
+                             "/dev/full",
+                             "/",
+                             ".",
+                             "..",
+                             "../../../../../../../../etc/passwd",
+                             "C:\\parts\\a.ZALPart",
+                             "folder/",
+                             "a\nb",
+                             "pipe.ZALPart",
+                             "/proc/self/mem",
+                             std::string(60'000, 'n'),
+                             "https://127.0.0.1/a.ZALPart"};
+    CadWorkspace workspace;
+    LoadedDocument& top = workspace.Open(Product("top.ZALProduct", links));
+    EXPECT_EQ(workspace.LoadedDocuments(), 1U);
+    for (const WorkspaceProduct* child : top.Children()) {
+        EXPECT_EQ(child->Reference(), nullptr) << child->Link().substr(0, 100);
+        EXPECT_NE(child->Problem(), "") << child->Link().substr(0, 100);
+    }
+    workspace.AddComponents(*top.Root(), {Part("bolt.ZALPart")});
+    workspace.Save(top);
+    CadDocument saved = ReadDocument(File("top.ZALProduct"));
+    EXPECT_EQ(saved.links.back(), "bolt.ZALPart");
+    saved.links.pop_back();
+    EXPECT_EQ(saved.links, links);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Places that cannot be written
+
+class UnwritablePlace : public HostileWorkspace {
+protected:
+    UnwritablePlace()
+    {
+        Part("bolt.ZALPart", "bolt");
+        std::filesystem::create_directory(File("place"));
+        std::filesystem::rename(Product("top.ZALProduct", {}), Top());
+        before_ = Read("place/top.ZALProduct");
+        top_ = &workspace_.Open(Top());
+        workspace_.AddComponents(*top_->Root(), {File("bolt.ZALPart")});
+    }
+
+    std::filesystem::path Top() const { return File("place") / "top.ZALProduct"; }
+    std::size_t EntriesOfPlace() const
+    {
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(File("place")), {}));
+    }
+    void ExpectNotSaved()
+    {
+        EXPECT_THAT(Reason([&] { workspace_.Save(*top_); }), HasSubstr("top.ZALProduct"));
+        EXPECT_TRUE(top_->IsDirty());
+        EXPECT_EQ(top_->Children().size(), 1U);
+    }
+    void ExpectTheOldFile() const
+    {
+        EXPECT_EQ(Read("place/top.ZALProduct"), before_);
+        EXPECT_EQ(EntriesOfPlace(), 1U);
+    }
+    /// Nothing is lost for good: the next attempt saves.
+    void ExpectSaved()
+    {
+        workspace_.Save(*top_);
+        EXPECT_FALSE(top_->IsDirty());
+        EXPECT_EQ(ReadDocument(Top()).children.size(), 1U);
+        EXPECT_EQ(EntriesOfPlace(), 1U);
+    }
+
+    CadWorkspace workspace_;
+    LoadedDocument* top_;
+    std::string before_;
+};
+
+TEST_F(UnwritablePlace, AReadOnlyFileStaysAndCanBeSavedLater)
+{
+    std::filesystem::permissions(Top(), std::filesystem::perms(0444));
+    ExpectNotSaved();
+    ExpectTheOldFile();
+    std::filesystem::permissions(Top(), std::filesystem::perms(0644));
+    ExpectSaved();
+}
+
+TEST_F(UnwritablePlace, AFullDiskLeavesTheOldFile)
+{
+    {
+        const FileSizeLimit limit(1000);
+        ExpectNotSaved();
+    }
+    ExpectTheOldFile();
+    ExpectSaved();
+}
+
+TEST_F(UnwritablePlace, AFolderThatHasBecomeAFileIsNoPlace)
+{
+    std::filesystem::rename(File("place"), File("moved"));
+    Write("place", "a file");
+    ExpectNotSaved();
+    EXPECT_EQ(Read("place"), "a file");
+    EXPECT_EQ(Read("moved/top.ZALProduct"), before_);
+    std::filesystem::remove(File("place"));
+    std::filesystem::rename(File("moved"), File("place"));
+    ExpectSaved();
+}
+
+TEST_F(UnwritablePlace, AFolderInThePlaceOfTheFileStays)
+{
+    std::filesystem::remove(Top());
+    std::filesystem::create_directory(Top());
+    ExpectNotSaved();
+    EXPECT_TRUE(std::filesystem::is_directory(Top()));
+    EXPECT_EQ(EntriesOfPlace(), 1U);
+    std::filesystem::remove(Top());
+    ExpectSaved();
+}
+
+TEST_F(UnwritablePlace, SavingUnderAnotherNameChangesNothingWhenItFails)
+{
+    Write("file", "a file");
+    Write("text.ZALProduct", "kept");
+    std::filesystem::permissions(File("text.ZALProduct"), std::filesystem::perms(0444));
+    for (const char* place : {"file/new.ZALProduct", "text.ZALProduct", "none/new.ZALProduct"})
+        EXPECT_NE(Reason([&] { workspace_.SaveAs(*top_, File(place)); }), "") << place;
+    {
+        const FileSizeLimit limit(1000);
+        EXPECT_NE(Reason([&] { workspace_.SaveAs(*top_, File("new.ZALProduct")); }), "");
+    }
+    EXPECT_FALSE(std::filesystem::exists(File("new.ZALProduct")));
+    EXPECT_EQ(Read("text.ZALProduct"), "kept");
+    EXPECT_EQ(top_->Path(), std::filesystem::canonical(Top()));
+    EXPECT_EQ(workspace_.Find(Top()), top_);
+    ExpectTheOldFile();
+    ExpectSaved();
+}
+
+TEST_F(UnwritablePlace, APartWhoseFileHasGoneIsNotSavedWithoutItsGeometry)
+{
+    LoadedDocument& bolt = *top_->Children().at(0)->Reference();
+    std::filesystem::remove(File("bolt.ZALPart"));
+    EXPECT_THAT(Reason([&] { workspace_.SaveAs(bolt, File("screw.ZALPart")); }), HasSubstr("bolt.ZALPart"));
+    Write("bolt.ZALPart", "damaged");
+    EXPECT_THAT(Reason([&] { workspace_.SaveAs(bolt, File("screw.ZALPart")); }), HasSubstr("bolt.ZALPart"));
+    EXPECT_FALSE(std::filesystem::exists(File("screw.ZALPart")));
+    EXPECT_EQ(Read("bolt.ZALPart"), "damaged");
+}
+
+} // namespace
+
+} // namespace openhost::testing

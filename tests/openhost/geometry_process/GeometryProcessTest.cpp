@@ -1,0 +1,260 @@
+// A host's process for geometry, with a program whose jobs go wrong in every way.
+
+#include "openhost/geometry_process/GeometryProcess.h"
+
+#include "openhost/files/TemporaryFolder.h"
+#include "tests/openhost/geometry_process/TestJobs.h"
+#include "tests/support/Places.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <set>
+#include <thread>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace openhost::testing {
+
+namespace {
+
+using ::testing::HasSubstr;
+using namespace std::chrono_literals;
+
+const std::filesystem::path Program = BuildDir() + "/bin/test_geometry_program";
+
+std::string Failure(GeometryProcess& process, GeometryJob job, std::string_view bytes = {})
+{
+    try {
+        process.Run(job, bytes);
+        return {};
+    } catch (const GeometryJobError& error) {
+        return error.what();
+    }
+}
+
+pid_t NumberOf(GeometryProcess& process)
+{
+    return std::stoi(process.Run(jobs::Process, {}));
+}
+
+/// A descriptor of any process.
+int OpenProcess(pid_t process)
+{
+    return static_cast<int>(syscall(SYS_pidfd_open, process, 0));
+}
+
+/// Waits for the end of any process, also of one that has another father. One that does not end by itself is killed.
+bool Ends(int processDescriptor)
+{
+    pollfd entry{processDescriptor, POLLIN, 0};
+    const bool ended = poll(&entry, 1, 20'000) == 1;
+    if (!ended)
+        syscall(SYS_pidfd_send_signal, processDescriptor, SIGKILL, nullptr, 0);
+    return ended;
+}
+
+/// Where a job and a test wait for each other.
+class MeetingPlace {
+public:
+    MeetingPlace()
+    {
+        for (const std::filesystem::path& place : {There(), Back()})
+            if (mkfifo(place.c_str(), 0600) != 0)
+                throw std::runtime_error("no FIFO");
+    }
+    std::string Bytes() const { return There().string() + "\n" + Back().string(); }
+    /// Waits for the job. Gives its process.
+    pid_t Await() const
+    {
+        pid_t process = 0;
+        std::ifstream(There()) >> process;
+        return process;
+    }
+    /// Lets the job go on.
+    void Release() const { std::ofstream(Back()) << 'y'; }
+
+private:
+    std::filesystem::path There() const { return folder_.Path() / "there"; }
+    std::filesystem::path Back() const { return folder_.Path() / "back"; }
+    TemporaryFolder folder_;
+};
+
+} // namespace
+
+TEST(GeometryProcess, GivesWhatTheJobGives)
+{
+    GeometryProcess process(Program);
+    EXPECT_EQ(process.Run(jobs::Echo, std::string_view("a\0b", 3)), std::string("a\0b", 3));
+    EXPECT_EQ(process.Run(jobs::Echo, ""), "");
+    const std::string large(20'000'000, 'x');
+    EXPECT_TRUE(process.Run(jobs::Echo, large) == large);
+}
+
+TEST(GeometryProcess, ServesManyJobsInARow)
+{
+    GeometryProcess process(Program);
+    const pid_t first = NumberOf(process);
+    for (int job = 0; job < 2000; ++job)
+        ASSERT_EQ(process.Run(jobs::Echo, std::to_string(job)), std::to_string(job));
+    EXPECT_EQ(NumberOf(process), first);
+    EXPECT_NE(first, getpid());
+}
+
+TEST(GeometryProcess, ARefusalIsToldAndTheNextJobHasAFreshProcess)
+{
+    GeometryProcess process(Program);
+    const pid_t first = NumberOf(process);
+    EXPECT_EQ(Failure(process, jobs::Refuse, "no shape"), "no shape");
+    EXPECT_NE(NumberOf(process), first);
+    EXPECT_THAT(Failure(process, jobs::RefuseOddly), HasSubstr("crashed"));
+}
+
+TEST(GeometryProcess, ACrashIsAnErrorAndTheNextJobHasAFreshProcess)
+{
+    GeometryProcess process(Program);
+    for (const int crash : {SIGSEGV, SIGABRT, SIGFPE, SIGKILL}) {
+        EXPECT_THAT(Failure(process, jobs::Signal, std::to_string(crash)), HasSubstr("crashed")) << crash;
+        EXPECT_EQ(process.Run(jobs::Echo, "next"), "next") << crash;
+        EXPECT_THAT(Failure(process, jobs::Signal, std::to_string(crash)), HasSubstr("crashed")) << "in a used process";
+    }
+    EXPECT_THAT(Failure(process, jobs::Leave), HasSubstr("crashed"));
+    EXPECT_EQ(process.Run(jobs::Echo, "next"), "next");
+}
+
+TEST(GeometryProcess, WhatAnEarlierJobHasLeftBehindIsNoFailureOfTheNext)
+{
+    GeometryProcess process(Program);
+    process.Run(jobs::Echo, "first");
+    EXPECT_EQ(process.Run(jobs::CrashWhenUsed, {}), "done");
+}
+
+TEST(GeometryProcess, WorkWithoutEndIsEnded)
+{
+    GeometryProcess process(Program, {.time = 300ms});
+    for (const GeometryJob job : {jobs::Spin, jobs::Sleep}) {
+        EXPECT_THROW(process.Run(job, {}), GeometryJobTimeOut);
+        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "the process is gone";
+    }
+}
+
+TEST(GeometryProcess, AJobThatIsNotTakenInTimeIsEndedToo)
+{
+    GeometryProcess process(Program, {.time = 300ms});
+    const pid_t number = NumberOf(process);
+    kill(number, SIGSTOP);
+    EXPECT_THROW(process.Run(jobs::Echo, std::string(20'000'000, 'x')), GeometryJobTimeOut);
+}
+
+TEST(GeometryProcess, MemoryAndResultsAreBounded)
+{
+    GeometryProcess process(Program, {.resultSize = 1000});
+    EXPECT_NE(Failure(process, jobs::TakeMemory), "");
+    EXPECT_EQ(Failure(process, jobs::Echo, std::string(1000, 'x')), "");
+    EXPECT_THAT(Failure(process, jobs::Echo, std::string(1001, 'x')), HasSubstr("too large"));
+    EXPECT_EQ(process.Run(jobs::Echo, "next"), "next");
+}
+
+TEST(GeometryProcess, IsRenewedWhenItIsEndedBetweenJobs)
+{
+    GeometryProcess process(Program);
+    const pid_t first = NumberOf(process);
+    kill(first, SIGKILL);
+    EXPECT_EQ(process.Run(jobs::Echo, std::string(1'000'000, 'x')).size(), 1'000'000U);
+    EXPECT_NE(NumberOf(process), first);
+}
+
+TEST(GeometryProcess, IsRenewedWhenItIsEndedInsideAJob)
+{
+    const MeetingPlace place;
+    GeometryProcess process(Program);
+    process.Run(jobs::Echo, "first");
+    std::set<pid_t> met;
+    std::thread outside([&] {
+        const pid_t first = place.Await();
+        const int descriptor = OpenProcess(first);
+        kill(first, SIGKILL);
+        EXPECT_TRUE(Ends(descriptor)) << "what it has open at the meeting place is closed then";
+        close(descriptor);
+        met = {first, place.Await()};
+        place.Release();
+    });
+    EXPECT_EQ(process.Run(jobs::Meet, place.Bytes()), "met");
+    outside.join();
+    EXPECT_EQ(met.size(), 2U);
+}
+
+TEST(GeometryProcess, EndsWithItsObject)
+{
+    int descriptor = -1;
+    {
+        GeometryProcess process(Program);
+        descriptor = OpenProcess(NumberOf(process));
+        ASSERT_GE(descriptor, 0);
+    }
+    EXPECT_TRUE(Ends(descriptor));
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD) << "nobody is left to be waited for";
+    close(descriptor);
+}
+
+TEST(GeometryProcess, EndsWithAHostThatIsKilled)
+{
+    const MeetingPlace place;
+    for (const bool isBusy : {false, true}) {
+        const pid_t host = fork();
+        ASSERT_GE(host, 0);
+        if (host == 0) {
+            GeometryProcess process(Program);
+            if (isBusy)
+                process.Run(jobs::Meet, place.Bytes());
+            std::ofstream(place.Bytes().substr(0, place.Bytes().find('\n'))) << NumberOf(process) << std::endl;
+            for (;;)
+                pause();
+        }
+        const int descriptor = OpenProcess(place.Await());
+        EXPECT_GE(descriptor, 0);
+        kill(host, SIGKILL);
+        EXPECT_EQ(waitpid(host, nullptr, 0), host);
+        EXPECT_TRUE(Ends(descriptor)) << isBusy;
+        close(descriptor);
+    }
+}
+
+TEST(GeometryProcess, HasNoFilesOfTheHost)
+{
+    const int ours = open("/dev/null", O_RDONLY);
+    ASSERT_GE(ours, 0);
+    GeometryProcess process(Program);
+    // One more is the folder in which it looks.
+    EXPECT_EQ(process.Run(jobs::ListDescriptors, {}), "0\n1\n2\n3\n");
+    close(ours);
+}
+
+TEST(GeometryProcess, WritesNothingOnTheOutputOfTheHost)
+{
+    ::testing::internal::CaptureStdout();
+    GeometryProcess process(Program);
+    EXPECT_EQ(process.Run(jobs::Talk, {}), "done");
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+}
+
+TEST(GeometryProcess, AProgramThatIsMissingOrNoneIsAnError)
+{
+    GeometryProcess missing("/missing/program");
+    EXPECT_THAT(Failure(missing, jobs::Echo), HasSubstr("/missing/program"));
+    EXPECT_THAT(Failure(missing, jobs::Echo), HasSubstr("No such file")) << "again";
+    GeometryProcess other("/bin/true");
+    EXPECT_NE(Failure(other, jobs::Echo), "");
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+}
+
+} // namespace openhost::testing

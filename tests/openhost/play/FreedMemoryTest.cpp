@@ -1,0 +1,40 @@
+#include "openhost/play/FreedMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+
+#include <string>
+
+namespace openhost::testing {
+
+namespace {
+
+/// Pages that come from the system while the body of the largest upload stands in memory twice.
+long PagesOfAnUpload()
+{
+    const auto count = [] {
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_minflt;
+    };
+    const long before = count();
+    {
+        const std::string body(10 << 20, 'b');
+        const std::string request = body;
+        EXPECT_EQ(request.back(), 'b');
+    }
+    return count() - before;
+}
+
+TEST(FreedMemory, IsUsedAgainByTheNextUploadWhereTheAllocatorKeepsIt)
+{
+    const bool kept = KeepFreedMemory();
+    PagesOfAnUpload();
+    const long pages = PagesOfAnUpload();
+    EXPECT_TRUE(!kept || pages < 100) << pages;
+}
+
+} // namespace
+
+} // namespace openhost::testing

@@ -1,0 +1,56 @@
+#include "openhost/play/JournalWriter.h"
+
+#include "openhost/files/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace openhost {
+
+TEST(JournalWriter, WritesOneLineAnEventAtOnce)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder.Path() / "journal";
+    JournalWriter writer(path);
+    writer.Write({{"event", "a"}, {"text", "two\nlines"}});
+    writer.Write({{"event", "b"}});
+
+    std::ifstream file(path);
+    std::stringstream content;
+    content << file.rdbuf();
+    EXPECT_EQ(content.str(), "{\"event\":\"a\",\"text\":\"two\\nlines\"}\n{\"event\":\"b\"}\n");
+    EXPECT_TRUE(writer.IsComplete());
+}
+
+TEST(JournalWriter, AnOldJournalIsReplaced)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder.Path() / "journal";
+    std::ofstream(path) << "old";
+    JournalWriter writer(path);
+    EXPECT_EQ(std::filesystem::file_size(path), 0U);
+}
+
+TEST(JournalWriter, BytesThatAreNoTextDoNotEndTheJournal)
+{
+    std::ostringstream output;
+    JournalWriter writer(output);
+    writer.Write({{"event", "\xff"}});
+    EXPECT_EQ(output.str(), "{\"event\":\"\xef\xbf\xbd\"}\n");
+}
+
+TEST(JournalWriter, AFileThatCannotBeMadeIsAnError)
+{
+    const TemporaryFolder folder;
+    EXPECT_THROW(JournalWriter(folder.Path() / "missing" / "journal"), std::runtime_error);
+}
+
+TEST(JournalWriter, ALineThatWasNotWrittenIsNoticed)
+{
+    JournalWriter writer(std::filesystem::path("/dev/full"));
+    writer.Write({{"event", "a"}});
+    EXPECT_FALSE(writer.IsComplete());
+}
+
+} // namespace openhost

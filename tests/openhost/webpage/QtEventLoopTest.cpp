@@ -1,8 +1,0 @@
-#include "openhost/webpage/QtEventLoop.h"
-
-#include <gtest/gtest.h>
-
-using Loops = testing::Types<openhost::QtEventLoop>;
-using WaitingLoops = Loops;
-
-#include "tests/openhost/loop/WaitingEventLoopTests.h"
