@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/dialogs.h"
+#include "host/frame.h"
 
 #include <new>
 
@@ -31,3 +32,16 @@ public:
 private:
     ZALDlgNotify* dialog_; // the host's
 };
+
+/// Shows `text` over the main window in an error box `name`, until the user has read it. Nothing for an empty text, and
+/// nothing without memory for the box.
+inline void ShowErrorBox(const char* name, const ZALUnicodeString& text)
+try {
+    if (text.GetLengthInChar() == 0)
+        return;
+
+    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
+    Question(frame ? frame->GetMainWindow() : nullptr, name, ZALDlgNotifyError).Ask(text, ZALUnicodeString());
+} catch (const std::bad_alloc&) {
+    // What follows goes on.
+}

@@ -1,10 +1,10 @@
 #include "dialogs/ZALVelmartDownloadLocationDlg.h"
 
-#include "host/dialog_engine.h"
+#include "dialogs/DialogOnDocument.h"
 #include "host/files.h"
-#include "host/frame.h"
 #include "host/settings.h"
 #include "host/system.h"
+#include "utilities/Recorder.h"
 
 #include <new>
 
@@ -79,23 +79,9 @@ void Store(ZALIVelmartIntegrationSettingAtt& settings, bool doNotRemind, const Z
 // Creation
 
 ZALVelmartDownloadLocationDlg* ZALVelmartDownloadLocationDlg::Create()
-try {
-    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr;
-    if (!parent)
-        return nullptr;
-
-    auto* dialog = new ZALVelmartDownloadLocationDlg(parent);
-    try {
-        dialog->Build();
-        dialog->SetVisibility(ZALDlgShow);
-    } catch (const std::bad_alloc&) {
-        dialog->RequestDelayedDestruction();
-        return nullptr;
-    }
-    return dialog;
-} catch (const std::bad_alloc&) {
-    return nullptr;
+{
+    return CreateOnDocument([](ZALDialog* parent) { return new ZALVelmartDownloadLocationDlg(parent); },
+                            &ZALVelmartDownloadLocationDlg::Build);
 }
 
 ZALVelmartDownloadLocationDlg::ZALVelmartDownloadLocationDlg(ZALDialog* parent)
@@ -112,7 +98,12 @@ void ZALVelmartDownloadLocationDlg::Build()
     AddCallback(this, ZALDlgOKNotification::ClassName(), &ZALVelmartDownloadLocationDlg::OnOK, nullptr);
 
     BuildControls();
+    ShowSettings();
+    SetVisibility(ZALDlgShow);
+}
 
+void ZALVelmartDownloadLocationDlg::ShowSettings()
+{
     const auto settings = MakeSettings();
     if (!settings)
         return;
@@ -133,14 +124,11 @@ void ZALVelmartDownloadLocationDlg::Build()
     if (IsLocked(locationInfo))
         locationEditor->GetFather()->SetSensitivity(ZALDlgInsensitive);
 
-    // Recorded sessions have a known folder.
-    if (locationEditor->GetText().GetLengthInChar() == 0) {
-        const ZALRecord* recorder = ZALRecord::GetMain();
-        if (recorder && (recorder->IsCapture() || recorder->IsReplay())) {
-            ZALUnicodeString folder;
-            ZALGetEnv("ADL_ODT_TMP", folder);
-            locationEditor->SetText(folder);
-        }
+    // What is recorded has a known folder.
+    if (locationEditor->GetText().GetLengthInChar() == 0 && IsRecorderAtWork()) {
+        ZALUnicodeString folder;
+        ZALGetEnv("ADL_ODT_TMP", folder);
+        locationEditor->SetText(folder);
     }
 }
 

@@ -43,6 +43,8 @@ private:
     explicit ZALVelmartDownloadLocationDlg(ZALDialog* parent);
     void Build();
     void BuildControls();
+    /// What is stored, insensitive where an administrator has locked it.
+    void ShowSettings();
 
     void OnOK(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
     void OnCancel(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);

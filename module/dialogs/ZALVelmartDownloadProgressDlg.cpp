@@ -1,7 +1,7 @@
 #include "dialogs/ZALVelmartDownloadProgressDlg.h"
 
+#include "dialogs/DialogOnDocument.h"
 #include "host/dialog_engine.h"
-#include "host/frame.h"
 
 #include <new>
 
@@ -9,22 +9,9 @@ VL_DEFINE_META_CLASS(ZALVelmartDownloadProgressDlg, ZALDlgDialog)
 VL_DEFINE_META_CLASS(ZALVelmartDownloadProgressDlg::CANCELNotif, ZALNotification)
 
 ZALVelmartDownloadProgressDlg* ZALVelmartDownloadProgressDlg::Create()
-try {
-    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr;
-    if (!parent)
-        return nullptr;
-
-    auto* dialog = new ZALVelmartDownloadProgressDlg(parent);
-    try {
-        dialog->Build();
-    } catch (const std::bad_alloc&) {
-        dialog->RequestDelayedDestruction();
-        return nullptr;
-    }
-    return dialog;
-} catch (const std::bad_alloc&) {
-    return nullptr;
+{
+    return CreateOnDocument([](ZALDialog* parent) { return new ZALVelmartDownloadProgressDlg(parent); },
+                            &ZALVelmartDownloadProgressDlg::Build);
 }
 
 ZALVelmartDownloadProgressDlg::ZALVelmartDownloadProgressDlg(ZALDialog* parent)

@@ -1,6 +1,6 @@
 #include "dialogs/ZALVelmartFindSimilarUploadProgressDlg.h"
 
-#include "host/frame.h"
+#include "dialogs/DialogOnDocument.h"
 
 #include <new>
 
@@ -8,22 +8,9 @@ VL_DEFINE_META_CLASS(ZALVelmartFindSimilarUploadProgressDlg, ZALDlgDialog)
 VL_DEFINE_META_CLASS(ZALVelmartFindSimilarUploadProgressDlg::CANCELNotif, ZALNotification)
 
 ZALVelmartFindSimilarUploadProgressDlg* ZALVelmartFindSimilarUploadProgressDlg::Create()
-try {
-    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    ZALDialog* parent = frame ? frame->GetApplicationDocument() : nullptr;
-    if (!parent)
-        return nullptr;
-
-    auto* dialog = new ZALVelmartFindSimilarUploadProgressDlg(parent);
-    try {
-        dialog->Build();
-    } catch (const std::bad_alloc&) {
-        dialog->RequestDelayedDestruction();
-        return nullptr;
-    }
-    return dialog;
-} catch (const std::bad_alloc&) {
-    return nullptr;
+{
+    return CreateOnDocument([](ZALDialog* parent) { return new ZALVelmartFindSimilarUploadProgressDlg(parent); },
+                            &ZALVelmartFindSimilarUploadProgressDlg::Build);
 }
 
 ZALVelmartFindSimilarUploadProgressDlg::ZALVelmartFindSimilarUploadProgressDlg(ZALDialog* parent)

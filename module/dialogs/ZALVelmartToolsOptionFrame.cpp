@@ -83,7 +83,7 @@ try {
     // The page shows what it showed before.
 }
 
-// Each change is judged at once, and each wrong text is told: nothing delays or groups them. This is meant.
+// Each change is judged at once, and each wrong text is told: the page has no OK of its own to wait for.
 void ZALVelmartToolsOptionFrame::OnEditorModify(ZALBaseUnknown*, ZALNotification*, void*)
 try {
     if (!settings || !locationEditor)

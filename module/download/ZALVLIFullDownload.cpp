@@ -2,10 +2,9 @@
 
 #include "dialogs/ZALVelmartDownloadProgressDlg.h"
 #include "download/ZALVelmartFileDownloaderExtraction.h"
-#include "host/dialog_engine.h"
-#include "host/system.h"
 #include "objects/Hold.h"
 #include "traces/ZALVelmartIntegrationDebug.h"
+#include "utilities/Recorder.h"
 
 #include <new>
 #include <utility>
@@ -54,9 +53,7 @@ HRESULT ZALVLIFullDownload::RequestNextFile(const ZALUnicodeString& url)
             ProgressDlg->SetSensitivity(ZALDlgInsensitive);
     }
 
-    if (const ZALRecord* recorder = ZALRecord::GetMain(); recorder && (recorder->IsCapture() || recorder->IsReplay()))
-        ZALSleep(2000);
-
+    PauseForRecorder();
     return S_OK;
 }
 
@@ -98,10 +95,7 @@ try {
         files.Append(target);
     }
 
-    int rootIndex = -1;
-    FindRootProduct(files, rootIndex);
-    if (rootIndex > 1 && rootIndex <= files.Size())
-        files.Swap(1, rootIndex);
+    PutRootFirst(files);
 
     // A result is whole before it counts.
     DownloadResult result;
@@ -118,7 +112,7 @@ try {
     }
 
     if (static_cast<std::size_t>(CurrentIndex) < Items.size()) {
-        // A request that cannot be sent here leaves the download without an end: this is meant.
+        // One that cannot be sent leaves the download without an end: whoever waits must not take a part for the whole.
         RequestNextFile(Items[static_cast<std::size_t>(CurrentIndex)].Url);
         return;
     }

@@ -10,9 +10,11 @@
 #include "host/settings.h"
 #include "host/system.h"
 #include "traces/ZALVelmartIntegrationDebug.h"
+#include "utilities/JsonMembers.h"
 
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 VL_DEFINE_META_CLASS(ZALVelmartFileDownloader, ZALCommand)
 
@@ -21,15 +23,6 @@ bool ZALVelmartFileDownloader::TemplateSupportEnabled = false;
 using Notification = ZALVelmartFileDownloadCompleteNotification;
 
 namespace {
-
-/// The member `key` of `map` as a text. Fails when it is missing or no string.
-HRESULT GetStringMember(const ZALOmxAny& map, const ZALOmxKeyString& key, ZALUnicodeString& text)
-{
-    ZALOmxAny value;
-    if (FAILED(map.MapGetValue(key, value)))
-        return E_FAIL;
-    return value.GetString(text);
-}
 
 /// The settings object, or null.
 ZALInterfaceHandle<ZALIVelmartIntegrationSettingAtt> CreateSettings()
@@ -77,13 +70,11 @@ HRESULT ZALVelmartFileDownloader::StartDownload(const ZALOmxAny& request)
 try {
     DownloadRequest = request;
 
-    ZALOmxAny attributes;
-    ZALOmxAny catalog;
+    const ZALOmxAny attributes = MemberOf(DownloadRequest, "attributes");
     ZALUnicodeString behaviour;
-    const bool openInSource = SUCCEEDED(DownloadRequest.MapGetValue("attributes", attributes)) &&
-                              SUCCEEDED(attributes.MapGetValue("catalog", catalog)) &&
-                              SUCCEEDED(GetStringMember(catalog, "configOpeningBehaviour", behaviour)) &&
-                              behaviour.Compare("openInSource") != ZALTextsDiffer;
+    const bool openInSource =
+        SUCCEEDED(MemberOf(MemberOf(attributes, "catalog"), "configOpeningBehaviour").GetString(behaviour)) &&
+        behaviour.Compare("openInSource") != ZALTextsDiffer;
     if (!openInSource) {
         if (ZALVelmartIntegrationEventPublisher::HasJSMessageListeners())
             return StartDownloadFromTolva(DownloadRequest);
@@ -91,7 +82,7 @@ try {
     }
 
     ZALUnicodeString sourceUrl;
-    if (FAILED(GetStringMember(attributes, "sourceUrl", sourceUrl))) {
+    if (FAILED(MemberOf(attributes, "sourceUrl").GetString(sourceUrl))) {
         VL_TRACE("ZALVelmartFileDownloader::StartDownload - OpenInSource - ERROR - unable to retrieve infos");
         return E_FAIL;
     }
@@ -112,8 +103,7 @@ try {
 
     ZALListValZALUnicodeString files;
     files.Append(path);
-    Notification notification(files, Notification::DownloadSucceeded);
-    DispatchCallbacks(this, &notification);
+    Tell(Notification(files, Notification::DownloadSucceeded));
     return S_OK;
 } catch (const std::bad_alloc&) {
     return E_FAIL;
@@ -155,15 +145,12 @@ HRESULT ZALVelmartFileDownloader::StartDefaultDownload(const ZALOmxAny& request)
 
 HRESULT GetDownloadURL(const ZALOmxAny& request, ZALUnicodeString& url)
 {
-    ZALOmxAny attributes;
-    ZALOmxAny downloadUrls;
-    if (SUCCEEDED(request.MapGetValue("attributes", attributes)) &&
-        SUCCEEDED(attributes.MapGetValue("downloadUrls", downloadUrls)) &&
-        SUCCEEDED(GetStringMember(downloadUrls, "ZALOR_RAW", url)))
+    const ZALOmxAny downloadUrls = MemberOf(MemberOf(request, "attributes"), "downloadUrls");
+    if (SUCCEEDED(MemberOf(downloadUrls, "ZALOR_RAW").GetString(url)))
         return S_OK;
-    if (SUCCEEDED(GetStringMember(request, "downloadUrl", url)))
+    if (SUCCEEDED(MemberOf(request, "downloadUrl").GetString(url)))
         return S_OK;
-    return GetStringMember(request, "download", url);
+    return MemberOf(request, "download").GetString(url);
 }
 
 ZALUnicodeString ConvertFileURLToPath(const ZALUnicodeString& url)
@@ -255,9 +242,14 @@ void ZALVelmartFileDownloader::OnDownloadLocationDlgCANCEL(ZALBaseUnknown*, ZALN
 // ---------------------------------------------------------------------------------------------
 // The end
 
+void ZALVelmartFileDownloader::Tell(ZALVelmartFileDownloadCompleteNotification&& notification)
+{
+    DispatchCallbacks(this, &notification);
+}
+
 void ZALVelmartFileDownloader::EndDownload(ZALVelmartFileDownloadCompleteNotification&& notification)
 try {
-    DispatchCallbacks(this, &notification);
+    Tell(std::move(notification));
 } catch (const std::bad_alloc&) {
     // Who has been told is not known here, and nobody is to be told twice.
 }

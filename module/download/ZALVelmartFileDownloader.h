@@ -66,9 +66,11 @@ private:
     HRESULT CheckForExtractConflicts(const ZALUnicodeString& archive, const ZALUnicodeString& folder,
                                      bool& hasConflicts, bool& refused);
 
-    /// Dispatches `notification`, which ends the download. When memory runs out inside, nothing else is told.
+    /// Dispatches `notification`, which ends the download.
+    void Tell(ZALVelmartFileDownloadCompleteNotification&& notification);
+    /// The same, and when memory runs out inside, nothing else is told.
     void EndDownload(ZALVelmartFileDownloadCompleteNotification&& notification);
-    /// Dispatches the notification of a failure, with `text` for the user.
+    /// Tells a failure, with `text` for the user.
     void NotifyDownloadError(const ZALUnicodeString& text);
     /// The same for a download that memory had no room for. Throws nothing.
     void NotifyLackOfMemory();
@@ -82,11 +84,20 @@ private:
     /// Replies to the request `id` of the listener.
     void SendDownloadFilesReply(std::int64_t id, ZALVLIFullDownload::Status status,
                                 const std::vector<ZALVLIFullDownload::DownloadResult>& results);
-    /// Rebuilds what was fetched for the template route, with what that had settled at its start.
-    void OnTemplateDownloadComplete(ZALVliTemplateSupportUtilities::PreferredSaveMethod method,
-                                    const ZALUnicodeString& rootFileName, const ZALUnicodeString& folder,
-                                    const ZALUnicodeString& storedPart, const ZALUnicodeString& storedProduct,
-                                    ZALVLIFullDownload::Status status,
+
+    /// What the template route settles at its start.
+    struct TemplateRoute {
+        ZALUnicodeString RootFileName;
+        ZALUnicodeString Folder;
+        ZALUnicodeString PartTemplate;    ///< the file that is at hand; empty when it is to be fetched, or none
+        ZALUnicodeString ProductTemplate; ///< the same
+    };
+    /// Tells the file `path` as the item's, which is not fetched again.
+    void TellReuse(const ZALUnicodeString& path);
+    /// The item itself at `url`, and the announced templates that are not at hand. Those that are go into `route`.
+    std::vector<ZALVLIFullDownload::DownloadItem> ItemsToFetch(TemplateRoute& route, const ZALUnicodeString& url) const;
+    /// Rebuilds what was fetched for `route`.
+    void OnTemplateDownloadComplete(TemplateRoute route, ZALVLIFullDownload::Status status,
                                     const std::vector<ZALVLIFullDownload::DownloadResult>& results);
 
     /// Whether downloads are rebuilt on the user's templates: settled at the first default download of the

@@ -13,8 +13,11 @@
 #include "host/dialogs.h"
 #include "host/system.h"
 #include "traces/ZALVelmartIntegrationDebug.h"
+#include "utilities/JsonMembers.h"
 
 #include <new>
+
+using Notification = ZALVelmartFileDownloadCompleteNotification;
 
 namespace {
 
@@ -30,20 +33,12 @@ constexpr std::int32_t CanceledCode = -10;
 constexpr std::int32_t FailedCode = -20;
 constexpr std::int32_t UnknownMethodCode = -32601;
 
-/// `message` goes in as it stands, without escaping: this is how the reply must be formed.
+/// `message` goes in as it stands, without escaping, since the component takes it so.
 ZALOmxUTF8String ErrorReply(std::int32_t code, const ZALUnicodeString& message, std::int64_t id)
 {
     ZALOmxTextStream stream;
     stream << "{ \"error\" : {\"code\": " << code << ", \"message\" : \"" << message << "\"}, \"id\" : " << id << "}";
     return stream.ToUTF8String();
-}
-
-/// The member `key` of `map`; a null value when it is missing.
-ZALOmxAny MemberOf(const ZALOmxAny& map, const ZALOmxKeyString& key)
-{
-    ZALOmxAny value;
-    map.MapGetValue(key, value);
-    return value;
 }
 
 } // namespace
@@ -94,14 +89,12 @@ try {
 
 void ZALVelmartFileDownloader::NotifyDownloadError(const ZALUnicodeString& text)
 {
-    ZALVelmartFileDownloadCompleteNotification notification(ZALVelmartFileDownloadCompleteNotification::DownloadFailed,
-                                                            text);
-    DispatchCallbacks(this, &notification);
+    Tell(Notification(Notification::DownloadFailed, text));
 }
 
 void ZALVelmartFileDownloader::NotifyLackOfMemory()
 {
-    EndDownload(ZALVelmartFileDownloadCompleteNotification(ZALVelmartFileDownloadCompleteNotification::DownloadFailed));
+    EndDownload(Notification(Notification::DownloadFailed));
 }
 
 ZALInterfaceHandle<ZALVelmartFileDownloader> ZALVelmartFileDownloader::Held(const ZALBaseUnknown_WR& downloader)
@@ -137,7 +130,7 @@ try {
         return;
     }
 
-    // Nothing else is expected here, so anything but our reply ends the download: this is meant.
+    // Nothing else is expected here, so anything but our reply ends the download.
     if (id != DownloadRequestId) {
         NotifyDownloadError("");
         return;
@@ -171,7 +164,7 @@ void ZALVelmartFileDownloader::OnErrorReply(const ZALOmxAny& error)
     }
 
     if (code == FallBackCode) {
-        // A route that cannot start ends the download without a notification: this is meant.
+        // One that cannot start ends without a notification, as it does when the page starts it.
         StartDefaultDownload(DownloadRequest);
         return;
     }
@@ -205,9 +198,7 @@ void ZALVelmartFileDownloader::OnSuccessReply(const ZALOmxAny& result)
         return;
     }
 
-    ZALVelmartFileDownloadCompleteNotification notification(
-        files, docEnvId, ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded);
-    DispatchCallbacks(this, &notification);
+    Tell(Notification(files, docEnvId, Notification::DownloadSucceeded));
 }
 
 void ZALVelmartFileDownloader::OnDownloadRequest(const ZALOmxAny& request, std::int64_t id)
@@ -239,14 +230,14 @@ try {
         });
 } catch (const std::bad_alloc&) {
     // The component waits for a reply.
-    SendDownloadFilesReply(id, ZALVelmartFileDownloadCompleteNotification::DownloadFailed, {});
+    SendDownloadFilesReply(id, Notification::DownloadFailed, {});
 }
 
 void ZALVelmartFileDownloader::SendDownloadFilesReply(std::int64_t id, ZALVLIFullDownload::Status status,
                                                       const std::vector<ZALVLIFullDownload::DownloadResult>& results)
 try {
     ZALOmxUTF8String reply;
-    if (status == ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded) {
+    if (status == Notification::DownloadSucceeded) {
         ZALOmxTextStream stream;
         ZALOmxJsonWriter writer(stream);
         writer.Object();
@@ -267,7 +258,7 @@ try {
         writer.End();
         VL_TRACE("ZALVelmartFileDownloader : Send downloadFilesFromVL response");
         reply = stream.ToUTF8String();
-    } else if (status == ZALVelmartFileDownloadCompleteNotification::DownloadCanceled) {
+    } else if (status == Notification::DownloadCanceled) {
         VL_TRACE("ZALVelmartFileDownloader : Send downloadFilesFromVL cancel response");
         reply = ErrorReply(
             CanceledCode,

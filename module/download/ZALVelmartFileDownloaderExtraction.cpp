@@ -86,6 +86,24 @@ bool IsProduct(const ZALUnicodeString& path)
     return GetFileExtensionName(path).Compare(ZALProductExtension) != ZALTextsDiffer;
 }
 
+/// The paths below `folder` at which something stands that one of `entries` would overwrite.
+ZALListValZALUnicodeString FindConflicts(const ArchiveEntries& entries, const ZALUnicodeString& folder)
+{
+    ZALListValZALUnicodeString conflicts;
+    for (unsigned int index = 0; index < entries.Count; ++index) {
+        ZALUnicodeString entry = entries.Names[index];
+        entry.ReplaceAll(u'/', u'\\');
+        if (IsIgnoredArchiveEntry(entry))
+            continue;
+        const ZALUnicodeString path = PathBelow(folder, entry);
+        // A directory that is already there counts too.
+        ZALFileStatus status;
+        if (SUCCEEDED(ZALFileStat(path, status, 0)))
+            conflicts.Append(path);
+    }
+    return conflicts;
+}
+
 /// Shows the question whether to overwrite `conflicts`, and gives the answer.
 int AskToOverwrite(const ZALListValZALUnicodeString& conflicts)
 {
@@ -134,11 +152,7 @@ void ZALVelmartFileDownloader::FinishExtraction(const ZALUnicodeString& archive,
     ZALListValZALUnicodeString files;
     const HRESULT extracted = ExtractFiles(archive, folder, files);
 
-    int rootIndex = -1;
-    FindRootProduct(files, rootIndex);
-
-    if (rootIndex > 1 && rootIndex <= files.Size())
-        files.Swap(1, rootIndex);
+    PutRootFirst(files);
 
     EndDownload(
         Notification(files, FAILED(extracted) ? Notification::DownloadFailed : Notification::DownloadSucceeded));
@@ -168,20 +182,8 @@ try {
     if (FAILED(zip.OpenZip(archive, ZALZipRead)))
         return E_FAIL;
 
-    ZALListValZALUnicodeString conflicts;
     const ArchiveEntries entries(zip);
-    for (unsigned int index = 0; index < entries.Count; ++index) {
-        ZALUnicodeString entry = entries.Names[index];
-        entry.ReplaceAll(u'/', u'\\');
-        if (IsIgnoredArchiveEntry(entry))
-            continue;
-        const ZALUnicodeString path = PathBelow(folder, entry);
-        // A directory that is already there counts too.
-        ZALFileStatus status;
-        if (SUCCEEDED(ZALFileStat(path, status, 0)))
-            conflicts.Append(path);
-    }
-
+    const ZALListValZALUnicodeString conflicts = FindConflicts(entries, folder);
     if (conflicts.Size() > 0) {
         hasConflicts = true;
         refused = AskToOverwrite(conflicts) == ZALDlgAnswerNo;
@@ -267,7 +269,7 @@ HRESULT FindRootProduct(const ZALListValZALUnicodeString& files, int& rootIndex)
             continue;
         const bool second = rootIndex != -1;
         rootIndex = positions[product];
-        // The index stays at the second candidate: this is meant.
+        // The index stays at the second candidate, since nothing tells which of the two it is.
         if (second)
             return E_FAIL;
     }
@@ -276,6 +278,14 @@ HRESULT FindRootProduct(const ZALListValZALUnicodeString& files, int& rootIndex)
 
     rootIndex = positions.front();
     return E_FAIL;
+}
+
+void PutRootFirst(ZALListValZALUnicodeString& files)
+{
+    int rootIndex = -1;
+    FindRootProduct(files, rootIndex);
+    if (rootIndex > 1 && rootIndex <= files.Size())
+        files.Swap(1, rootIndex);
 }
 
 HRESULT GetPointedProducts(const ZALUnicodeString& product, ZALListValZALUnicodeString& names)

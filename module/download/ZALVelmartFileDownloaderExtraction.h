@@ -17,5 +17,8 @@ HRESULT ExtractFiles(const ZALUnicodeString& archive, const ZALUnicodeString& fo
 /// product that is taken for it.
 HRESULT FindRootProduct(const ZALListValZALUnicodeString& files, int& rootIndex);
 
+/// Exchanges the root of the assembly, when there is one, with the first of `files`.
+void PutRootFirst(ZALListValZALUnicodeString& files);
+
 /// Appends the file names of the products that the document `product` refers to.
 HRESULT GetPointedProducts(const ZALUnicodeString& product, ZALListValZALUnicodeString& names);

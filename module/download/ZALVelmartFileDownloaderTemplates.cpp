@@ -8,37 +8,45 @@
 #include "host/system.h"
 #include "templates/ZALVliApplyTemplatesOpe.h"
 #include "traces/ZALVelmartIntegrationDebug.h"
+#include "utilities/JsonMembers.h"
 
 #include <new>
 
 using namespace ZALVliTemplateSupportUtilities;
+using Notification = ZALVelmartFileDownloadCompleteNotification;
+
+namespace {
+
+// Keys of the items that are fetched.
+const char* const ItemKey = "VLFiles";
+const char* const PartTemplateKey = "PartTemplate";
+const char* const ProductTemplateKey = "ProductTemplate";
+
+/// The folder of fetched templates, made when it is missing.
+ZALUnicodeString TemplateFolder(const ZALUnicodeString& temporaryFolder)
+{
+    ZALUnicodeString folder = temporaryFolder;
+    ZALMakePath(folder, "VelmartTemplates");
+    ZALCreateDirectory(folder);
+    return folder;
+}
+
+} // namespace
 
 HRESULT ZALVelmartFileDownloader::StartDownloadAndApplyTemplates(const ZALOmxAny& request,
                                                                  const ZALUnicodeString& folder)
 try {
-    ZALOmxAny attributes;
-    ZALOmxAny fileNameMember;
+    TemplateRoute route;
+    route.Folder = folder;
     ZALUnicodeString fileName;
-    if (SUCCEEDED(request.MapGetValue("attributes", attributes)) &&
-        SUCCEEDED(attributes.MapGetValue("fileName", fileNameMember)))
-        fileNameMember.GetString(fileName);
-    const ZALUnicodeString rootFileName = SanitizeQ7FileName(fileName);
+    MemberOf(MemberOf(request, "attributes"), "fileName").GetString(fileName);
+    route.RootFileName = SanitizeQ7FileName(fileName);
 
     unsigned char found = 0;
     ZALUnicodeString existingPath;
-    CheckIfQ7FileExists(folder, rootFileName, found, existingPath);
+    CheckIfQ7FileExists(folder, route.RootFileName, found, existingPath);
     if (found) {
-        VL_TRACE("ZALVelmartFileDownloader::StartDownloadAndApplyTemplates - File with same name has been found and "
-                 "will be reused: "
-                 << existingPath);
-        ZALListValZALUnicodeString files;
-        files.Append(existingPath);
-        ZALListValZALUnicodeString warnings;
-        warnings.Append(ZALMsgCatalog::BuildMessage("ZALVelmartFileDownloader", "WarnFileSameNameReused", nullptr, 0,
-                                                    ZALUnicodeString()));
-        ZALVelmartFileDownloadCompleteNotification notification(
-            files, ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded, warnings);
-        DispatchCallbacks(this, &notification);
+        TellReuse(existingPath);
         return S_OK;
     }
 
@@ -46,73 +54,83 @@ try {
     if (FAILED(GetDownloadURL(request, url)))
         return E_FAIL;
 
-    ZALUnicodeString partURL;
-    ZALUnicodeString productURL;
-    PreferredSaveMethod method = SaveMethodNone;
-    GetTemplatesURL(TemplatesURLs, partURL, productURL, method);
+    FullDownload = ZALInterfaceHandle<ZALVLIFullDownload>::Take(new ZALVLIFullDownload(ItemsToFetch(route, url)));
 
-    ZALUnicodeString storedPart;
-    ZALUnicodeString storedProduct;
-    GetStoredTemplatePathes(storedPart, storedProduct);
-
-    const ZALUnicodeString root = ZALGetOfficialVariable("ZALTemp");
-    ZALUnicodeString templateFolder = root;
-    ZALMakePath(templateFolder, "VelmartTemplates");
-    ZALCreateDirectory(templateFolder);
-
-    std::vector<ZALVLIFullDownload::DownloadItem> items;
-    items.push_back({root, url, "VLFiles"});
-    if (storedPart.GetLengthInChar() == 0 && partURL.GetLengthInChar() > 0)
-        items.push_back({templateFolder, partURL, "PartTemplate"});
-    if (storedProduct.GetLengthInChar() == 0 && productURL.GetLengthInChar() > 0)
-        items.push_back({templateFolder, productURL, "ProductTemplate"});
-
-    FullDownload = ZALInterfaceHandle<ZALVLIFullDownload>::Take(new ZALVLIFullDownload(std::move(items)));
-
-    FullDownload->Start([downloader = ZALBaseUnknown_WR(this), method, rootFileName, folder, storedPart,
-                         storedProduct](ZALVLIFullDownload::Status status,
-                                        const std::vector<ZALVLIFullDownload::DownloadResult>& results) {
-        if (const auto held = Held(downloader))
-            held->OnTemplateDownloadComplete(method, rootFileName, folder, storedPart, storedProduct, status, results);
-    });
+    FullDownload->Start(
+        [downloader = ZALBaseUnknown_WR(this), route](ZALVLIFullDownload::Status status,
+                                                      const std::vector<ZALVLIFullDownload::DownloadResult>& results) {
+            if (const auto held = Held(downloader))
+                held->OnTemplateDownloadComplete(route, status, results);
+        });
     return S_OK;
 } catch (const std::bad_alloc&) {
     NotifyDownloadError("");
     return S_OK;
 }
 
-// The announced method has no effect on this route: this is meant.
+void ZALVelmartFileDownloader::TellReuse(const ZALUnicodeString& path)
+{
+    VL_TRACE("ZALVelmartFileDownloader::StartDownloadAndApplyTemplates - File with same name has been found and "
+             "will be reused: "
+             << path);
+    ZALListValZALUnicodeString files;
+    files.Append(path);
+    ZALListValZALUnicodeString warnings;
+    warnings.Append(ZALMsgCatalog::BuildMessage("ZALVelmartFileDownloader", "WarnFileSameNameReused", nullptr, 0,
+                                                ZALUnicodeString()));
+    Tell(Notification(files, Notification::DownloadSucceeded, warnings));
+}
+
+std::vector<ZALVLIFullDownload::DownloadItem> ZALVelmartFileDownloader::ItemsToFetch(TemplateRoute& route,
+                                                                                     const ZALUnicodeString& url) const
+{
+    ZALUnicodeString partURL;
+    ZALUnicodeString productURL;
+    PreferredSaveMethod announced = SaveMethodNone; // without effect on this route
+    GetTemplatesURL(TemplatesURLs, partURL, productURL, announced);
+
+    GetStoredTemplatePathes(route.PartTemplate, route.ProductTemplate);
+
+    const ZALUnicodeString temporaryFolder = ZALGetOfficialVariable("ZALTemp");
+    const ZALUnicodeString templateFolder = TemplateFolder(temporaryFolder);
+
+    std::vector<ZALVLIFullDownload::DownloadItem> items;
+    items.push_back({temporaryFolder, url, ItemKey});
+    if (route.PartTemplate.GetLengthInChar() == 0 && partURL.GetLengthInChar() > 0)
+        items.push_back({templateFolder, partURL, PartTemplateKey});
+    if (route.ProductTemplate.GetLengthInChar() == 0 && productURL.GetLengthInChar() > 0)
+        items.push_back({templateFolder, productURL, ProductTemplateKey});
+    return items;
+}
+
 void ZALVelmartFileDownloader::OnTemplateDownloadComplete(
-    PreferredSaveMethod, const ZALUnicodeString& rootFileName, const ZALUnicodeString& folder,
-    const ZALUnicodeString& storedPart, const ZALUnicodeString& storedProduct, ZALVLIFullDownload::Status status,
+    TemplateRoute route, ZALVLIFullDownload::Status status,
     const std::vector<ZALVLIFullDownload::DownloadResult>& results)
 try {
-    if (status != ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded) {
-        // And on with what there is, so that a second notification follows: this is meant.
+    // And on with what there is, so that a second notification follows: the item may be whole without its templates.
+    if (status != Notification::DownloadSucceeded)
         NotifyDownloadError("");
-    }
 
-    ZALUnicodeString partTemplate = storedPart;
-    ZALUnicodeString productTemplate = storedProduct;
     ZALListValZALUnicodeString sources;
     for (const ZALVLIFullDownload::DownloadResult& result : results) {
-        if (result.Key.Test("VLFiles"))
+        if (result.Key.Test(ItemKey))
             for (const ZALUnicodeString& path : result.Pathes)
                 sources.Append(path);
-        else if (result.Key.Test("PartTemplate") && result.Pathes.size() == 1)
-            partTemplate = result.Pathes.front();
-        else if (result.Key.Test("ProductTemplate") && result.Pathes.size() == 1)
-            productTemplate = result.Pathes.front();
+        else if (result.Key.Test(PartTemplateKey) && result.Pathes.size() == 1)
+            route.PartTemplate = result.Pathes.front();
+        else if (result.Key.Test(ProductTemplateKey) && result.Pathes.size() == 1)
+            route.ProductTemplate = result.Pathes.front();
     }
 
-    StoreTemplatePathes(partTemplate, productTemplate);
+    StoreTemplatePathes(route.PartTemplate, route.ProductTemplate);
 
     if (ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame())
         frame->SetBusyCursor();
 
+    // The save method stays the operation's own, whatever the page has announced.
     ZALVliApplyTemplatesOpe operation;
-    operation.SetTemplatesPathes(partTemplate, productTemplate);
-    operation.SetDestinationPath(folder, rootFileName);
+    operation.SetTemplatesPathes(route.PartTemplate, route.ProductTemplate);
+    operation.SetDestinationPath(route.Folder, route.RootFileName);
     operation.SetSourceFilesPathes(sources);
     const HRESULT result = operation.Run();
     operation.DeleteSourcesFiles();
@@ -122,10 +140,8 @@ try {
         return;
     }
 
-    ZALVelmartFileDownloadCompleteNotification notification(
-        operation.GetResultFilePathes(), ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded,
-        operation.GetWarningMessages());
-    DispatchCallbacks(this, &notification);
+    Tell(
+        Notification(operation.GetResultFilePathes(), Notification::DownloadSucceeded, operation.GetWarningMessages()));
 } catch (const std::bad_alloc&) {
     NotifyLackOfMemory();
 }
@@ -144,7 +160,7 @@ try {
         return;
     }
 
-    // A run that cannot start ends in silence: this is meant.
+    // One that cannot start ends in silence, as it does when the page starts it.
     StartDownloadAndApplyTemplates(DownloadRequest, folder);
 } catch (const std::bad_alloc&) {
     NotifyLackOfMemory();

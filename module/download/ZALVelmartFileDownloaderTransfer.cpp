@@ -4,9 +4,9 @@
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
 #include "host/frame.h"
-#include "host/system.h"
 #include "objects/Hold.h"
 #include "traces/ZALVelmartIntegrationDebug.h"
+#include "utilities/Recorder.h"
 
 #include <new>
 
@@ -43,9 +43,7 @@ HRESULT ZALVelmartFileDownloader::StartDefaultDownloadURL(const ZALUnicodeString
     if (!ProgressDlg)
         ShowProgressDlg();
 
-    if (const ZALRecord* recorder = ZALRecord::GetMain(); recorder && (recorder->IsCapture() || recorder->IsReplay()))
-        ZALSleep(2000);
-
+    PauseForRecorder();
     return S_OK;
 }
 

@@ -98,36 +98,35 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALVelmartFindSimilarCmd(
 
     // Held, because the selection may change while the user is asked.
     const ZALBaseUnknown_var object = Hold(GetSelectedObject());
-    if (!object) {
+    if (!object)
         FailWith("UnableToRetrieveSelection");
-        return;
-    }
-
-    if (!noUploadWarning && !IsUploadWanted()) {
+    else if (!noUploadWarning && !IsUploadWanted())
         FailWith("CommandHasBeenCancelled");
-        return;
-    }
+    else if (ExportSelection(object.Get()))
+        StartSearch();
+}
 
-    FindPartName(object.Get());
-
-    if (FAILED(SaveAsTempLVR(object.Get(), tempFilePath))) {
-        FailWith("SaveAsLVRFailure");
-        return;
-    }
+bool ZALVelmartFindSimilarCmd::ExportSelection(ZALBaseUnknown* object)
+{
+    FindPartName(object);
 
     std::uint32_t size = 0;
-    if (FAILED(GetSizeOf(tempFilePath, size)) || size == 0) {
+    if (FAILED(SaveAsTempLVR(object, tempFilePath)) || FAILED(GetSizeOf(tempFilePath, size)) || size == 0) {
         FailWith("SaveAsLVRFailure");
-        return;
+        return false;
     }
     if (size > MaximumUploadSize) {
         FailWith("LVRFileisTooBig");
-        return;
+        return false;
     }
+    return true;
+}
 
+void ZALVelmartFindSimilarCmd::StartSearch()
+{
     BuildVelmartURL();
 
-    // Without a panel the command stays as it is until the run ends, and the next one meets it. That is meant.
+    // Without a panel the command stays until the run ends, and the next one meets it: nothing can end it sooner.
     const ZALIMeridiaAccessDialog_var panel = ZALMeridiaAccessServices::GetOrCreateMeridiaAccessDialog();
     if (!panel)
         return;
@@ -143,14 +142,18 @@ ZALVelmartFindSimilarCmd::ZALVelmartFindSimilarCmd() : ZALVelmartFindSimilarCmd(
     AddCallback(addin.Get(), ZALVelmartMeridiaAccessAddin::OpApiStatusChangeNotif::ClassName(),
                 &ZALVelmartFindSimilarCmd::OnOpApiStatusChange, nullptr);
 
-    if (addin->GetOpApiStatus() == OpApiReady) {
-        ZALUnicodeString uploadURL;
-        addin->GetSearchByUploadUrl(uploadURL);
-        if (FAILED(UploadFileInVelmart(tempFilePath, uploadURL, partName)))
-            ZALVelmartFindSimilarCmd::RequestDelayedDestruction();
-    } else {
+    if (addin->GetOpApiStatus() == OpApiReady)
+        UploadTo(*addin.Get());
+    else
         panel->LoadUrl(velmartURL);
-    }
+}
+
+void ZALVelmartFindSimilarCmd::UploadTo(const ZALVelmartMeridiaAccessAddin& addin)
+{
+    ZALUnicodeString uploadURL;
+    addin.GetSearchByUploadUrl(uploadURL);
+    if (FAILED(UploadFileInVelmart(tempFilePath, uploadURL, partName)))
+        ZALVelmartFindSimilarCmd::RequestDelayedDestruction();
 }
 
 void ZALVelmartFindSimilarCmd::FindPartName(ZALBaseUnknown* object)
@@ -200,12 +203,8 @@ ZALVelmartFindSimilarCmd::Addin ZALVelmartFindSimilarCmd::GetAddinOf(const ZALIM
 void ZALVelmartFindSimilarCmd::OnOpApiStatusChange(ZALBaseUnknown*, ZALNotification*, void*)
 try {
     const Addin addin = GetAddinOf(ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog());
-    if (addin && addin->GetOpApiStatus() == OpApiReady) {
-        ZALUnicodeString uploadURL;
-        addin->GetSearchByUploadUrl(uploadURL);
-        if (FAILED(UploadFileInVelmart(tempFilePath, uploadURL, partName)))
-            RequestDelayedDestruction();
-    }
+    if (addin && addin->GetOpApiStatus() == OpApiReady)
+        UploadTo(*addin.Get());
 } catch (const std::bad_alloc&) {
     RequestDelayedDestruction();
 }
@@ -236,12 +235,7 @@ try {
 
     const ZALUnicodeString text =
         ZALMsgCatalog::BuildMessage(MessageCatalog, key, nullptr, 0, "Transaction has failed");
-    if (text.GetLengthInChar() == 0)
-        return;
-
-    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    Question(frame ? frame->GetMainWindow() : nullptr, "FileDownloadErrorNotify", ZALDlgNotifyError)
-        .Ask(text, ZALUnicodeString());
+    ShowErrorBox("FileDownloadErrorNotify", text);
 } catch (const std::bad_alloc&) {
     // Nothing is told.
 }

@@ -27,6 +27,13 @@ private:
     /// is out inside the start.
     explicit ZALVelmartFindSimilarCmd(ZALCommandMode mode);
 
+    /// Writes the file of the upload. False when it is empty or too big, or cannot be written: the user has been told
+    /// then.
+    bool ExportSelection(ZALBaseUnknown* object);
+    /// Uploads when the page is ready; otherwise brings the panel to the catalogue and waits for it.
+    void StartSearch();
+    /// Uploads to the address that `addin` knows. A command whose upload cannot start ends.
+    void UploadTo(const ZALVelmartMeridiaAccessAddin& addin);
     void FindPartName(ZALBaseUnknown* object);
     void BuildVelmartURL();
     void FailWith(const ZALString& key);
@@ -61,7 +68,8 @@ private:
     /// Held, because the host may end it with its parent before the upload.
     ZALInterfaceHandle<ZALVelmartFindSimilarUploadProgressDlg> progressDialog;
 
-    /// The command that is alive; one that meets another clears it by its own end, without a comparison. That is meant.
+    /// The command that is alive. One that meets another clears it by its own end, without a comparison, so that the
+    /// next one can start whatever became of the first.
     static ZALVelmartFindSimilarCmd* runningInstance;
 };
 

@@ -5,6 +5,7 @@
 #include "host/json.h"
 #include "objects/Hold.h"
 #include "traces/ZALVelmartIntegrationDebug.h"
+#include "utilities/JsonMembers.h"
 #include "web/FormData.h"
 #include "web/ZALVliHttpUtils.h"
 
@@ -30,7 +31,7 @@ ZALUnicodeString UploadNameOf(const ZALUnicodeString& partName)
             byte = ' ';
     bytes += ".zip";
 
-    // Read in the host's narrow encoding, not as UTF-8. That is meant.
+    // Read in the host's narrow encoding, not as UTF-8: the service knows the names in this form.
     return ZALUnicodeString(bytes.c_str());
 }
 
@@ -152,9 +153,8 @@ void ZALVelmartFindSimilarCmd::SearchFor(const std::vector<char>& reply)
         return;
     }
 
-    ZALOmxAny data;
     ZALOmxAny queryValue;
-    if (FAILED(parsed.MapGetValue("data", data)) || FAILED(data.MapGetValue("query", queryValue))) {
+    if (FAILED(MemberOf(parsed, "data").MapGetValue("query", queryValue))) {
         NotifyErrorMessage("LVRUploadFailure");
         return;
     }
@@ -167,7 +167,7 @@ void ZALVelmartFindSimilarCmd::SearchFor(const std::vector<char>& reply)
         return;
     }
 
-    // A panel without the addin is no case for a message. That is meant.
+    // A panel without the addin is no case for a message: the search was given up with it.
     const Addin addin = GetAddinOf(panel);
     if (addin && FAILED(addin->SearchByUpload(velmartURL, query)))
         NotifyErrorMessage("SearchResultFailure");

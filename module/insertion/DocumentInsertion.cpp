@@ -73,7 +73,7 @@ try {
     const HRESULT result = Open(*frame, *documents.Get(), paths[1], &opened);
     const auto document = ZALInterfaceHandle<ZALIADocument>::Take(opened);
 
-    // Also for a document that was not opened, which is meant.
+    // Also for a document that was not opened: the files are the user's all the same.
     ZALVelmartIntegrationEventPublisher::SendEndTransactionEvent(paths, docEnvId);
 
     return result;
@@ -134,13 +134,6 @@ try {
 }
 
 void ShowCommandErrorText(const ZALUnicodeString& text)
-try {
-    if (text.GetLengthInChar() == 0)
-        return;
-
-    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    Question(frame ? frame->GetMainWindow() : nullptr, "FileOpenInsertReplaceErrorNotify", ZALDlgNotifyError)
-        .Ask(text, ZALUnicodeString());
-} catch (const std::bad_alloc&) {
-    // Nothing can be shown.
+{
+    ShowErrorBox("FileOpenInsertReplaceErrorNotify", text);
 }

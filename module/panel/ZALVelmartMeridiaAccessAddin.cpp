@@ -8,6 +8,7 @@
 #include "insertion/DocumentInsertion.h"
 #include "insertion/ZALVelmartMeridiaAccessAddinActionCmd.h"
 #include "traces/ZALVelmartIntegrationDebug.h"
+#include "utilities/JsonMembers.h"
 
 #include <new>
 
@@ -78,8 +79,8 @@ try {
     if (FAILED(json.parse(text, parsed)))
         return E_FAIL;
 
-    ZALOmxAny eventValue;
-    if (FAILED(parsed.MapGetValue("event", eventValue)) || (eventValue.GetKind() & ZALOmxKindMask) != ZALOmxKindString)
+    const ZALOmxAny eventValue = MemberOf(parsed, "event");
+    if (!IsString(eventValue))
         return E_FAIL;
     ZALOmxUTF8String event;
     eventValue.GetString(event);
@@ -91,9 +92,7 @@ try {
         return E_FAIL;
 
     if (event == "velmart_ready") {
-        ZALOmxAny url;
-        if (SUCCEEDED(content.MapGetValue("searchByUploadUrl", url)))
-            url.GetString(_SearchByUploadUrl);
+        MemberOf(content, "searchByUploadUrl").GetString(_SearchByUploadUrl);
         if (!_Downloader)
             _Downloader = ZALVelmartFileDownloader::GetInstance();
         if (_Downloader)
@@ -262,13 +261,6 @@ try {
 }
 
 void ZALVelmartMeridiaAccessAddin::ShowErrorText(const ZALUnicodeString& text)
-try {
-    if (text.GetLengthInChar() == 0)
-        return;
-
-    ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    Question(frame ? frame->GetMainWindow() : nullptr, "FileDownloadErrorNotify", ZALDlgNotifyError)
-        .Ask(text, ZALUnicodeString());
-} catch (const std::bad_alloc&) {
-    // Nothing can be shown, and what follows goes on.
+{
+    ShowErrorBox("FileDownloadErrorNotify", text);
 }

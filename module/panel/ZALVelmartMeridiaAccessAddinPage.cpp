@@ -50,7 +50,7 @@ try {
     if (!panel)
         return E_FAIL;
 
-    // The query goes into the script as it stands, without escaping. That is meant.
+    // The query goes into the script as it stands, without escaping, since the service has made it for that.
     if (_OpApiStatus == OpApiReady)
         return panel->ExecuteScript(ZALUnicodeString("OpApi.sendMessage('search', {query: '") + query + "'});");
 

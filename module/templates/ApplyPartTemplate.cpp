@@ -11,6 +11,10 @@ using namespace ZALVliTemplateSupportUtilities;
 
 namespace {
 
+/// Modes of the document services.
+constexpr int ThisDocumentAlone = 1; // of SaveAs
+constexpr int WithoutAsking = 1;     // of Remove
+
 /// The part of `document` and its main tool.
 HRESULT GetPartAndMainTool(ZALDocument* document, ZALIPrtPart_var& part, ZALBaseUnknown_var& tool)
 {
@@ -123,7 +127,7 @@ HRESULT RebuildPart(ZALDocument* sourceDocument, ZALDocument* templateDocument, 
         if (FAILED(CopyPaste(sourceContainer, ZALFormatResultWithOutLink, objects, targetContainer, target))) {
             VL_TRACE("ApplyPartTemplate - CopyPaste has failed");
         } else {
-            // The source's part, not the template's: this is meant.
+            // Below the source's part, whose tools they are.
             if (otherTools.Size() > 0)
                 CopyPaste(sourceContainer, ZALFormatResultWithOutLink, otherTools, targetContainer,
                           ZALBaseUnknown_var(sourcePart));
@@ -138,12 +142,7 @@ HRESULT RebuildPart(ZALDocument* sourceDocument, ZALDocument* templateDocument, 
     const ZALIProduct_var templateRoot = PrdGiveDocRootProduct(templateDocument);
     ReportPrdProperties(sourceRoot, templateRoot, properties);
 
-    if (saveMethod == SaveMethodNewFrom) {
-        VL_TRACE("ApplyPartTemplate - SaveAsNew : " << isDestFilePath);
-        return ZALDocumentServices::SaveAsNew(templateDocument, isDestFilePath, 0);
-    }
-    VL_TRACE("ApplyPartTemplate - SaveAs : " << isDestFilePath);
-    return ZALDocumentServices::SaveAs(templateDocument, isDestFilePath, "", 1);
+    return SaveResult(templateDocument, isDestFilePath, saveMethod, "ApplyPartTemplate");
 }
 
 /// Does `step` as far as there is memory for it.
@@ -179,7 +178,7 @@ void CloseDocuments(const DocumentList& documents) noexcept
         if (!document)
             continue;
         DoAsMemoryAllows([&] { document->ReleaseForLock(0); });
-        DoAsMemoryAllows([&] { ZALDocumentServices::Remove(document, 1); });
+        DoAsMemoryAllows([&] { ZALDocumentServices::Remove(document, WithoutAsking); });
     }
 }
 
@@ -212,6 +211,16 @@ HRESULT ApplyPartTemplate(const ZALUnicodeString& isPartTemplatePath, const ZALU
     if (!sourceDocument)
         return E_FAIL;
     return RebuildPart(sourceDocument, templateDocument, properties, isDestFilePath, saveMethod);
+}
+
+HRESULT SaveResult(ZALDocument* document, const ZALUnicodeString& path, PreferredSaveMethod method, const char* step)
+{
+    if (method == SaveMethodNewFrom) {
+        VL_TRACE(step << " - SaveAsNew : " << path);
+        return ZALDocumentServices::SaveAsNew(document, path, 0);
+    }
+    VL_TRACE(step << " - SaveAs : " << path);
+    return ZALDocumentServices::SaveAs(document, path, "", ThisDocumentAlone);
 }
 
 HRESULT MoveFile(const ZALUnicodeString& from, const ZALUnicodeString& to)

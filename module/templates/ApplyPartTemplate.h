@@ -30,6 +30,10 @@ HRESULT ApplyPartTemplate(const ZALUnicodeString& isPartTemplatePath, const ZALU
                           ZALVliTemplateSupportUtilities::PreferredSaveMethod saveMethod, ZALDocument*& document,
                           DocumentList& heldDocuments, ZALUnicodeString& errorMessage);
 
+/// Writes the template `document`, which has become the result `path`, by `method`. `step` begins the trace.
+HRESULT SaveResult(ZALDocument* document, const ZALUnicodeString& path,
+                   ZALVliTemplateSupportUtilities::PreferredSaveMethod method, const char* step);
+
 /// Gives the file `from` the path `to`. S_FALSE, and nothing done, when something stands there.
 HRESULT MoveFile(const ZALUnicodeString& from, const ZALUnicodeString& to);
 

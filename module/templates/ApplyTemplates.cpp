@@ -160,14 +160,7 @@ HRESULT ApplyProductTemplate(const TemplateRun& run, const ZALUnicodeString& sou
         return E_FAIL;
 
     // The documents of the parts are still open, so that the product can refer to them.
-    HRESULT result = S_OK;
-    if (run.SaveMethod == SaveMethodNewFrom) {
-        VL_TRACE("ApplyTemplates - SaveAsNew : " << destination);
-        result = ZALDocumentServices::SaveAsNew(templateDocument, destination, 0);
-    } else {
-        VL_TRACE("ApplyTemplates - SaveAs : " << destination);
-        result = ZALDocumentServices::SaveAs(templateDocument, destination, "", 1);
-    }
+    const HRESULT result = SaveResult(templateDocument, destination, run.SaveMethod, "ApplyTemplates");
 
     // Whatever the save has given: the product stands before its parts.
     run.Results.InsertAt(1, destination);

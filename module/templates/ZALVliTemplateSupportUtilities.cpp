@@ -2,6 +2,7 @@
 
 #include "host/cad.h"
 #include "templates/ZALVliFilePath.h"
+#include "utilities/JsonMembers.h"
 
 #include <new>
 #include <string_view>
@@ -13,9 +14,8 @@ namespace {
 /// The member `key` of `map`, when it is a string.
 bool GetText(const ZALOmxAny& map, const ZALOmxKeyString& key, ZALUnicodeString& text)
 {
-    ZALOmxAny value;
-    return SUCCEEDED(map.MapGetValue(key, value)) && (value.GetKind() & ZALOmxKindMask) == ZALOmxKindString &&
-           SUCCEEDED(value.GetString(text));
+    const ZALOmxAny value = MemberOf(map, key);
+    return IsString(value) && SUCCEEDED(value.GetString(text));
 }
 
 /// Whether `unit` may stand in the name of a document.

@@ -54,7 +54,7 @@ try {
     if (FAILED(ZALFRead(handle, buffer.get(), size, count)))
         return E_FAIL;
 
-    // A short read leaves the text of before, which then counts as the script. That is meant.
+    // A short read leaves the text of before, which then counts as the script. The caller judges the text alone.
     if (count >= size) {
         buffer[size] = '\0';
         if (!ZALCodePage::IsUTF8(buffer.get(), size))

@@ -26,7 +26,8 @@ struct FormDataItem {
 };
 
 /// Named values and files in the order in which they were added, as a `multipart/form-data` body. Files are read by
-/// GenContent. Nothing is escaped, and the boundary is always the same, whatever the files hold; both is meant.
+/// GenContent. Nothing is escaped, and the boundary is always the same, whatever the files hold, as the service
+/// expects.
 class FormData {
 public:
     FormData();

@@ -9,8 +9,8 @@
 namespace ZALVliHttpUtils {
 
 /// `value` for the query of an address. Letters and digits of any script, `-`, `_`, `.` and `~` stay; any other
-/// character becomes one percent triplet of its narrow value, and not of its bytes in UTF-8. That is meant. Empty
-/// without memory.
+/// character becomes one percent triplet of its narrow value, and not of its bytes in UTF-8, as the
+/// service decodes them. Empty without memory.
 ZALUnicodeString EncodeURLParam(const ZALUnicodeString& value);
 
 /// Starts `request` and returns. `onDone` receives the body of the reply when the transfer has ended, however it did;
