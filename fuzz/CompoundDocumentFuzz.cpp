@@ -27,7 +27,7 @@ void ReadTwice(std::string_view bytes)
     Require(ParseDocument(BuildDocument(document), "again") == document);
 }
 
-/// `payload` as the stream `name` of a document, behind a head that fits it.
+/// `payload` as the stream `name` of a document, after a head that fits it.
 std::string DocumentWith(const char* name, std::string_view mark, std::string_view payload)
 {
     const std::string_view stream(name);

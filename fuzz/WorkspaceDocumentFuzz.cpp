@@ -64,7 +64,7 @@ private:
     TemporaryFolder folder_;
 };
 
-/// The compound file of a sound product whose stream `name` has `payload` behind a head that fits it.
+/// The compound file of a sound product whose stream `name` has `payload` after a head that fits it.
 std::string DocumentWith(const char* name, std::string_view mark, std::string_view payload)
 {
     const std::string sound = BuildDocument(SoundProduct({"bolt.ZALPart", "pair.ZALProduct"}));

@@ -6,7 +6,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
 
 # install_packages FILE...: installs what is missing of the packages named in the files. A package with the name of a
-# command behind it is missing only when the command is.
+# command after it is missing only when the command is.
 install_packages() {
     local missing=()
     local package command

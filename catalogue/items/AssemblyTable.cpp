@@ -1,6 +1,6 @@
 #include "catalogue/items/AssemblyTable.h"
 
-#include "catalogue/items/PartTable.h"
+#include "catalogue/items/Dimensions.h"
 #include "catalogue/items/Placements.h"
 
 #include <algorithm>
@@ -67,7 +67,6 @@ void AddItem(Catalogue& catalogue, Item item)
 // ---------------------------------------------------------------------------------------------
 // Bolted joint: the bolt points along z, its washer lies on z = 0
 
-constexpr double WasherM8 = 1.6;
 constexpr double JointGrip = 26;
 
 std::string AddBoltedJoint(Catalogue& catalogue)
@@ -75,8 +74,8 @@ std::string AddBoltedJoint(Catalogue& catalogue)
     Product product("BOLTED_JOINT_M8", "Bolted joint M8");
     product.Add("ISO4014_M8x40.ZALPart", At(0, 0, 0));
     product.Add("ISO7089_M8.ZALPart", At(0, 0, 0));
-    product.Add("ISO7089_M8.ZALPart", At(0, 0, WasherM8 + JointGrip));
-    product.Add("ISO4032_M8.ZALPart", At(0, 0, 2 * WasherM8 + JointGrip));
+    product.Add("ISO7089_M8.ZALPart", At(0, 0, WasherM8.thickness + JointGrip));
+    product.Add("ISO4032_M8.ZALPart", At(0, 0, 2 * WasherM8.thickness + JointGrip));
     return AddProduct(catalogue, product);
 }
 
@@ -85,10 +84,11 @@ std::string AddBoltedJoint(Catalogue& catalogue)
 
 std::string AddBearingUnit(Catalogue& catalogue, const std::string& joint)
 {
-    constexpr double axisHeight = 50;
-    constexpr double seatBegin = 1;       ///< y at which the bearing begins in the housing
-    constexpr double shaftSeatBegin = 30; ///< length of the shaft before its bearing seat
-    constexpr double baseHeight = 16;
+    constexpr double axisHeight = Housing47.axisHeight;
+    constexpr double seatBegin = Housing47.bodyWidth / 2 - Housing47.seatDepth; ///< y at which the bearing begins
+    constexpr double shaftSeatBegin = SteppedShaft20.lengths[0];
+    constexpr double holeX = Housing47.holeDistanceX / 2;
+    constexpr double holeY = Housing47.holeDistanceY / 2;
     constexpr Axes alongY{X, MinusZ, Y};
     constexpr Axes downwards{X, MinusY, MinusZ};
 
@@ -96,42 +96,42 @@ std::string AddBearingUnit(Catalogue& catalogue, const std::string& joint)
     product.Add("HOUSING_47.ZALPart", At(0, 0, 0));
     product.Add("ISO15_6204.ZALPart", At(0, seatBegin, axisHeight, alongY));
     product.Add("SHAFT_20x154.ZALPart", At(0, seatBegin - shaftSeatBegin, axisHeight, alongY));
-    for (const double x : {-52, 52})
-        for (const double y : {-15, 15})
-            product.Add(joint, At(x, y, baseHeight + WasherM8, downwards));
+    for (const double x : {-holeX, holeX})
+        for (const double y : {-holeY, holeY})
+            product.Add(joint, At(x, y, Housing47.baseHeight + WasherM8.thickness, downwards));
     return AddProduct(catalogue, product);
 }
 
 // ---------------------------------------------------------------------------------------------
 // Profile frame: screw sets in corner joints in sides of a frame
 
-constexpr double WasherM6 = 1.6;
-constexpr double BracketThickness = 4;
-constexpr double BracketHole = 22; ///< from the corner, along either leg
+/// From the surface of a profile to the head of a screw that holds a bracket.
+constexpr double HeadHeight = WasherM6.thickness + Bracket40.thickness;
+constexpr double BracketHole = (Bracket40.leg + Bracket40.thickness) / 2; ///< from the corner, along either leg
 
 std::string AddScrewSet(Catalogue& catalogue)
 {
     Product product("SCREW_SET_M6", "Screw, washer and slot nut M6");
     product.Add("ISO4017_M6x16.ZALPart", At(0, 0, 0));
     product.Add("ISO7089_M6.ZALPart", At(0, 0, 0));
-    product.Add("SLOTNUT_8_M6.ZALPart", At(0, 0, WasherM6 + BracketThickness));
+    product.Add("SLOTNUT_8_M6.ZALPart", At(0, 0, HeadHeight));
     return AddProduct(catalogue, product);
 }
 
 /// The joint fills the corner between a profile along x below it and one along z at its -x side.
 std::string AddCornerJoint(Catalogue& catalogue, const std::string& screwSet)
 {
-    constexpr double head = WasherM6 + BracketThickness;
     Product product("CORNER_JOINT_40", "Corner joint 40");
     product.Add("BRACKET_40.ZALPart", At(0, 0, 0));
-    product.Add(screwSet, At(BracketHole, 0, head, {Y, X, MinusZ}));
-    product.Add(screwSet, At(head, 0, BracketHole, {MinusY, Z, MinusX}));
+    product.Add(screwSet, At(BracketHole, 0, HeadHeight, {Y, X, MinusZ}));
+    product.Add(screwSet, At(HeadHeight, 0, BracketHole, {MinusY, Z, MinusX}));
     return AddProduct(catalogue, product);
 }
 
-constexpr double ProfileHalf = 20;
-constexpr double ProfileLength = 400;
+constexpr double ProfileHalf = Profile40.side / 2;
+constexpr double ProfileLength = Profile40.length;
 constexpr double UprightDistance = ProfileLength + 2 * ProfileHalf;
+constexpr double FrameWidth = UprightDistance + 2 * ProfileHalf;
 
 /// Two uprights along z and two rails along x between them; y = 0 is the middle of all.
 std::string AddFrameSide(Catalogue& catalogue, const std::string& joint)
@@ -154,7 +154,7 @@ std::string AddFrameSide(Catalogue& catalogue, const std::string& joint)
     return AddProduct(catalogue, product);
 }
 
-/// Two sides at y = 0 and behind, and four rails along y between their uprights.
+/// Two sides at y = 0 and opposite, and four rails along y between their uprights.
 std::string AddFrame(Catalogue& catalogue, const std::string& side, const std::string& joint)
 {
     constexpr Axes alongY{X, MinusZ, Y};
@@ -175,35 +175,35 @@ std::string AddFrame(Catalogue& catalogue, const std::string& side, const std::s
 void AddAssemblies(Catalogue& catalogue)
 {
     const std::string boltedJoint = AddBoltedJoint(catalogue);
-    AddItem(catalogue, {"bolted-joint-m8",
-                        "Bolted joint M8, grip 26",
-                        "Assemblies",
-                        "Bolt, two washers and nut",
-                        {{"d", 8}, {"grip", JointGrip}},
-                        Delivery::Archive,
-                        boltedJoint,
-                        {}});
+    AddItem(catalogue, {.id = "bolted-joint-m8",
+                        .title = "Bolted joint M8, grip 26",
+                        .category = "Assemblies",
+                        .description = "Bolt, two washers and nut",
+                        .dimensions = {{"d", 8}, {"grip", JointGrip}},
+                        .delivery = Delivery::Archive,
+                        .root = boltedJoint,
+                        .documents = {}});
 
     const std::string bearingUnit = AddBearingUnit(catalogue, boltedJoint);
-    AddItem(catalogue, {"bearing-unit-20",
-                        "Bearing unit with shaft 20",
-                        "Assemblies",
-                        "Housing, bearing 6204, stepped shaft and four bolted joints",
-                        {{"d", 20}, {"h", 50}},
-                        Delivery::Archive,
-                        bearingUnit,
-                        {}});
+    AddItem(catalogue, {.id = "bearing-unit-20",
+                        .title = "Bearing unit with shaft 20",
+                        .category = "Assemblies",
+                        .description = "Housing, bearing 6204, stepped shaft and four bolted joints",
+                        .dimensions = {{"d", Bearing6204.bore}, {"h", Housing47.axisHeight}},
+                        .delivery = Delivery::Archive,
+                        .root = bearingUnit,
+                        .documents = {}});
 
     const std::string joint = AddCornerJoint(catalogue, AddScrewSet(catalogue));
     const std::string frame = AddFrame(catalogue, AddFrameSide(catalogue, joint), joint);
-    AddItem(catalogue, {"profile-frame-480",
-                        "Frame of profiles 480x480x400",
-                        "Assemblies",
-                        "Two sides and four rails, joined by brackets",
-                        {{"x", 480}, {"y", 480}, {"z", ProfileLength}},
-                        Delivery::Archive,
-                        frame,
-                        {}});
+    AddItem(catalogue, {.id = "profile-frame-480",
+                        .title = "Frame of profiles 480x480x400",
+                        .category = "Assemblies",
+                        .description = "Two sides and four rails, joined by brackets",
+                        .dimensions = {{"x", FrameWidth}, {"y", FrameWidth}, {"z", ProfileLength}},
+                        .delivery = Delivery::Archive,
+                        .root = frame,
+                        .documents = {}});
 }
 
 } // namespace catalogue

@@ -1,8 +1,6 @@
 #include "catalogue/items/PartTable.h"
 
-#include "catalogue/items/Fasteners.h"
-#include "catalogue/items/Machinery.h"
-#include "catalogue/items/Structures.h"
+#include "catalogue/items/Dimensions.h"
 #include "openhost/geometry/ShapeGeometry.h"
 
 #include <TopoDS_Shape.hxx>
@@ -31,12 +29,27 @@ struct NamedBolt {
     BoltDimensions dimensions;
 };
 
-// diameter, pitch, length, head height, width across flats, thread length
 const NamedBolt Bolts[] = {
-    {"M6x30", "ISO 4014", "hexagon-bolt-m6x30", {6, 1, 30, 4, 10, 18}},
-    {"M8x40", "ISO 4014", "hexagon-bolt-m8x40", {8, 1.25, 40, 5.3, 13, 22}},
-    {"M10x50", "ISO 4014", "hexagon-bolt-m10x50", {10, 1.5, 50, 6.4, 16, 26}},
-    {"M6x16", "ISO 4017", "hexagon-screw-m6x16", {6, 1, 16, 4, 10, 16}},
+    {.size = "M6x30",
+     .standard = "ISO 4014",
+     .id = "hexagon-bolt-m6x30",
+     .dimensions =
+         {.diameter = 6, .pitch = 1, .length = 30, .headHeight = 4, .widthAcrossFlats = 10, .threadLength = 18}},
+    {.size = "M8x40",
+     .standard = "ISO 4014",
+     .id = "hexagon-bolt-m8x40",
+     .dimensions =
+         {.diameter = 8, .pitch = 1.25, .length = 40, .headHeight = 5.3, .widthAcrossFlats = 13, .threadLength = 22}},
+    {.size = "M10x50",
+     .standard = "ISO 4014",
+     .id = "hexagon-bolt-m10x50",
+     .dimensions =
+         {.diameter = 10, .pitch = 1.5, .length = 50, .headHeight = 6.4, .widthAcrossFlats = 16, .threadLength = 26}},
+    {.size = "M6x16",
+     .standard = "ISO 4017",
+     .id = "hexagon-screw-m6x16",
+     .dimensions =
+         {.diameter = 6, .pitch = 1, .length = 16, .headHeight = 4, .widthAcrossFlats = 10, .threadLength = 16}},
 };
 
 struct NamedNut {
@@ -45,11 +58,16 @@ struct NamedNut {
     NutDimensions dimensions;
 };
 
-// diameter, pitch, height, width across flats
 const NamedNut Nuts[] = {
-    {"M6", "hexagon-nut-m6", {6, 1, 5.2, 10}},
-    {"M8", "hexagon-nut-m8", {8, 1.25, 6.8, 13}},
-    {"M10", "hexagon-nut-m10", {10, 1.5, 8.4, 16}},
+    {.size = "M6",
+     .id = "hexagon-nut-m6",
+     .dimensions = {.diameter = 6, .pitch = 1, .height = 5.2, .widthAcrossFlats = 10}},
+    {.size = "M8",
+     .id = "hexagon-nut-m8",
+     .dimensions = {.diameter = 8, .pitch = 1.25, .height = 6.8, .widthAcrossFlats = 13}},
+    {.size = "M10",
+     .id = "hexagon-nut-m10",
+     .dimensions = {.diameter = 10, .pitch = 1.5, .height = 8.4, .widthAcrossFlats = 16}},
 };
 
 struct NamedWasher {
@@ -58,11 +76,10 @@ struct NamedWasher {
     WasherDimensions dimensions;
 };
 
-// inner diameter, outer diameter, thickness
 const NamedWasher Washers[] = {
-    {"M6", "washer-m6", {6.4, 12, 1.6}},
-    {"M8", "washer-m8", {8.4, 16, 1.6}},
-    {"M10", "washer-m10", {10.5, 20, 2}},
+    {.size = "M6", .id = "washer-m6", .dimensions = WasherM6},
+    {.size = "M8", .id = "washer-m8", .dimensions = WasherM8},
+    {.size = "M10", .id = "washer-m10", .dimensions = {.innerDiameter = 10.5, .outerDiameter = 20, .thickness = 2}},
 };
 
 std::string WithoutBlank(const std::string& standard)
@@ -110,7 +127,7 @@ void AddFasteners(std::vector<PartRow>& rows)
 
 void AddMachinery(std::vector<PartRow>& rows)
 {
-    const BearingDimensions bearing{20, 47, 14, 1, 28.8, 39.4, 7.938, 8};
+    const BearingDimensions& bearing = Bearing6204;
     rows.push_back(Row("ball-bearing-6204", "Deep-groove ball bearing 6204", "Bearings",
                        "Rings and balls as solids of their own, without a cage",
                        {{"d", bearing.bore},
@@ -120,13 +137,16 @@ void AddMachinery(std::vector<PartRow>& rows)
                         {"balls", double(bearing.balls)}},
                        "ISO15_6204", "Steel 100Cr6", MakeBearing(bearing), BearingVolume(bearing)));
 
-    const ShaftDimensions shaft{{16, 20, 26, 20, 16}, {30, 14, 60, 14, 36}, 1, 5, 3, 25, 5};
+    const ShaftDimensions& shaft = SteppedShaft20;
     rows.push_back(Row("stepped-shaft-20", "Stepped shaft 20", "Shafts",
                        "Two bearing seats, keyway DIN 6885 with round ends",
                        {{"d", 20}, {"D", 26}, {"l", 154}, {"b", shaft.keyWidth}, {"t1", shaft.keyDepth}},
                        "SHAFT_20x154", "Steel C45", MakeShaft(shaft), ShaftVolume(shaft)));
 
-    const GearDimensions gears[] = {{2, 18, 20, 12, 4, 1.8}, {2, 36, 18, 16, 5, 2.3}};
+    const GearDimensions gears[] = {
+        {.module = 2, .teeth = 18, .faceWidth = 20, .bore = 12, .keyWidth = 4, .keyDepth = 1.8},
+        {.module = 2, .teeth = 36, .faceWidth = 18, .bore = 16, .keyWidth = 5, .keyDepth = 2.3},
+    };
     for (const GearDimensions& gear : gears) {
         const std::string teeth = std::to_string(gear.teeth);
         rows.push_back(Row("spur-gear-m2-z" + teeth, "Spur gear module 2, " + teeth + " teeth", "Gears",
@@ -141,23 +161,29 @@ void AddMachinery(std::vector<PartRow>& rows)
 
 void AddStructures(std::vector<PartRow>& rows)
 {
-    const BracketDimensions bracket{40, 4, 38, 4, 6, 5, 6.6};
+    const BracketDimensions& bracket = Bracket40;
     rows.push_back(
         Row("angle-bracket-40", "Angle bracket 40", "Brackets", "For profiles 40x40, two holes for M6",
             {{"leg", bracket.leg}, {"t", bracket.thickness}, {"b", bracket.width}, {"d", bracket.holeDiameter}},
             "BRACKET_40", "Steel S235", MakeBracket(bracket), BracketVolume(bracket), Delivery::OpenInSource));
 
-    const ProfileDimensions profile{40, 400, 4, 8.2, ProfileLip, 20, 7.5, 9, 12.5, 6.8};
+    const ProfileDimensions& profile = Profile40;
     rows.push_back(Row("profile-40x40-400", "Aluminium profile 40x40, 400 long", "Profiles", "Four T slots of width 8",
                        {{"a", profile.side}, {"l", profile.length}, {"slot", profile.slotWidth}}, "PROFILE_40x40_400",
                        "Aluminium EN AW-6063", MakeProfile(profile), ProfileVolume(profile), Delivery::Raw));
 
-    const SlotNutDimensions slotNut{7.8, 4, ProfileLip, 15, 4, 16, 5};
+    const SlotNutDimensions slotNut{.neckWidth = 7.8,
+                                    .neckHeight = 4,
+                                    .bodyFrom = ProfileLip,
+                                    .bodyWidth = 15,
+                                    .bodyHeight = 4,
+                                    .length = 16,
+                                    .coreDiameter = 5};
     rows.push_back(Row("slot-nut-m6", "Slot nut 8, M6", "Nuts", "For T slots of width 8",
                        {{"b", slotNut.bodyWidth}, {"l", slotNut.length}}, "SLOTNUT_8_M6", "Steel 8",
                        MakeSlotNut(slotNut), SlotNutVolume(slotNut)));
 
-    const HousingDimensions housing{130, 50, 16, 8, 50, 38, 30, 4, 47, 14, 40, 9, 104, 30};
+    const HousingDimensions& housing = Housing47;
     rows.push_back(Row("bearing-housing-47", "Bearing housing 47", "Housings", "Foot housing for bearing 6204",
                        {{"D", housing.seatDiameter},
                         {"B", housing.seatDepth},

@@ -12,7 +12,4 @@ void AddParts(Catalogue& catalogue);
 /// How far the volume of a shape may be from the one of its dimensions, as a part of it.
 inline constexpr double VolumeTolerance = 1e-4;
 
-/// The slot nut sits in a profile: this far lies its bearing face below the face of the profile.
-inline constexpr double ProfileLip = 4.5;
-
 } // namespace catalogue

@@ -74,7 +74,7 @@ export async function fetchRequest(id) {
     return request;
 }
 
-/// The items that are like the shape of `query`, the likest first, with scores from 0 to 1.
+/// The items that are like the shape of `query`, the closest first, with scores from 0 to 1.
 export async function searchShapes(query) {
     const answer = await fetchJson(`/search?query=${encodeURIComponent(query)}`);
     const list = isObject(answer) ? answer.items : answer;

@@ -69,7 +69,7 @@ export function makeResults(shapes) {
                             make("span", {class: "score"}, describeScore(score),
                                  make("small", {}, "alike")))));
     return [makeHeading("Similar shapes"),
-            make("p", {class: "count"}, `${countOf(shapes.length, "item", "items")}, the likest first`),
+            make("p", {class: "count"}, `${countOf(shapes.length, "item", "items")}, closest first`),
             make("ol", {class: "items"}, ...rows)];
 }
 

@@ -115,14 +115,20 @@ public:
     std::string GetAddress() const { return "http://" + std::string(Host) + ":" + std::to_string(port_); }
 
 private:
+    /// What every request passes, and what its errors say.
+    void AddChecks();
     void AddRoutes();
-    void AnswerPage(const std::string& name, httplib::Response& response) const;
-    void AnswerJson(const std::filesystem::path& path, httplib::Response& response) const;
+    void AnswerFirstPage(const httplib::Request& request, httplib::Response& response);
+    void AnswerPage(const httplib::Request& request, httplib::Response& response);
+    void AnswerItems(const httplib::Request& request, httplib::Response& response);
+    void AnswerItem(const httplib::Request& request, httplib::Response& response);
     void AnswerPicture(const httplib::Request& request, httplib::Response& response);
     void AnswerFile(const httplib::Request& request, httplib::Response& response);
     void AnswerArchive(const httplib::Request& request, httplib::Response& response);
     void AnswerUpload(const httplib::Request& request, httplib::Response& response);
-    void AnswerSearch(const httplib::Request& request, httplib::Response& response) const;
+    void AnswerSearch(const httplib::Request& request, httplib::Response& response);
+    void SendPage(const std::string& name, httplib::Response& response) const;
+    void SendJson(const std::filesystem::path& path, httplib::Response& response) const;
     void FillIn(Json& value) const;
 
     std::filesystem::path root_;
@@ -156,10 +162,11 @@ CatalogueService::Implementation::Implementation(const std::filesystem::path& ro
         server_.set_logger([log](const httplib::Request& request, const httplib::Response& response) {
             log(request.method + " " + request.target + " " + std::to_string(response.status));
         });
+    AddChecks();
     AddRoutes();
 }
 
-void CatalogueService::Implementation::AddRoutes()
+void CatalogueService::Implementation::AddChecks()
 {
     using HandlerResponse = httplib::Server::HandlerResponse;
 
@@ -191,38 +198,50 @@ void CatalogueService::Implementation::AddRoutes()
         return HandlerResponse::Handled;
     };
     server_.set_error_handler(describeError);
+}
 
-    for (const char* path : {"/", "/categories"})
-        server_.Get(
-            path, [this](const httplib::Request&, httplib::Response& response) { AnswerPage("index.html", response); });
-    server_.Get("/page/([^/]+)", [this](const httplib::Request& request, httplib::Response& response) {
-        AnswerPage(request.matches[1], response);
-    });
-    server_.Get("/items", [this](const httplib::Request&, httplib::Response& response) {
-        AnswerJson(root_ / "index.json", response);
-    });
-    server_.Get("/items/([^/]+)", [this](const httplib::Request& request, httplib::Response& response) {
-        const std::string id = request.matches[1];
-        if (IsPlainName(id))
-            AnswerJson(root_ / "items" / (id + ".json"), response);
-        else
-            WriteError(response, 404, "no such item");
-    });
-    server_.Get("/items/([^/]+)/picture", [this](const httplib::Request& request, httplib::Response& response) {
-        AnswerPicture(request, response);
-    });
-    server_.Get("/files/(templates/)?([^/]+)", [this](const httplib::Request& request, httplib::Response& response) {
-        AnswerFile(request, response);
-    });
-    server_.Get("/archive", [this](const httplib::Request& request, httplib::Response& response) {
-        AnswerArchive(request, response);
-    });
-    server_.Post(UploadPath, [this](const httplib::Request& request, httplib::Response& response) {
-        AnswerUpload(request, response);
-    });
-    server_.Get("/search", [this](const httplib::Request& request, httplib::Response& response) {
-        AnswerSearch(request, response);
-    });
+void CatalogueService::Implementation::AddRoutes()
+{
+    using Answer = void (Implementation::*)(const httplib::Request&, httplib::Response&);
+    const auto handler = [this](Answer answer) {
+        return [this, answer](const httplib::Request& request, httplib::Response& response) {
+            (this->*answer)(request, response);
+        };
+    };
+    server_.Get("/", handler(&Implementation::AnswerFirstPage));
+    server_.Get("/categories", handler(&Implementation::AnswerFirstPage));
+    server_.Get("/page/([^/]+)", handler(&Implementation::AnswerPage));
+    server_.Get("/items", handler(&Implementation::AnswerItems));
+    server_.Get("/items/([^/]+)", handler(&Implementation::AnswerItem));
+    server_.Get("/items/([^/]+)/picture", handler(&Implementation::AnswerPicture));
+    server_.Get("/files/(templates/)?([^/]+)", handler(&Implementation::AnswerFile));
+    server_.Get("/archive", handler(&Implementation::AnswerArchive));
+    server_.Post(UploadPath, handler(&Implementation::AnswerUpload));
+    server_.Get("/search", handler(&Implementation::AnswerSearch));
+}
+
+void CatalogueService::Implementation::AnswerFirstPage(const httplib::Request&, httplib::Response& response)
+{
+    SendPage("index.html", response);
+}
+
+void CatalogueService::Implementation::AnswerPage(const httplib::Request& request, httplib::Response& response)
+{
+    SendPage(request.matches[1], response);
+}
+
+void CatalogueService::Implementation::AnswerItems(const httplib::Request&, httplib::Response& response)
+{
+    SendJson(root_ / "index.json", response);
+}
+
+void CatalogueService::Implementation::AnswerItem(const httplib::Request& request, httplib::Response& response)
+{
+    const std::string id = request.matches[1];
+    if (IsPlainName(id))
+        SendJson(root_ / "items" / (id + ".json"), response);
+    else
+        WriteError(response, 404, "no such item");
 }
 
 void CatalogueService::Implementation::Start(int port)
@@ -247,7 +266,7 @@ void CatalogueService::Implementation::Stop()
     thread_.join();
 }
 
-void CatalogueService::Implementation::AnswerPage(const std::string& name, httplib::Response& response) const
+void CatalogueService::Implementation::SendPage(const std::string& name, httplib::Response& response) const
 {
     const auto type = PageTypes.find(std::filesystem::path(name).extension().string());
     std::shared_ptr<Body> body;
@@ -277,7 +296,7 @@ void CatalogueService::Implementation::FillIn(Json& value) const
             FillIn(member);
 }
 
-void CatalogueService::Implementation::AnswerJson(const std::filesystem::path& path, httplib::Response& response) const
+void CatalogueService::Implementation::SendJson(const std::filesystem::path& path, httplib::Response& response) const
 {
     const std::shared_ptr<Body> body = Body::FromFile(path);
     if (!body)
@@ -289,7 +308,7 @@ void CatalogueService::Implementation::AnswerJson(const std::filesystem::path& p
     text.resize(body->Read(0, text.data(), text.size()));
     Json description = Json::parse(text, nullptr, false);
     if (description.is_discarded())
-        return WriteError(response, 500, "the description of the item is no JSON");
+        return WriteError(response, 500, "the description of the item is not JSON");
     FillIn(description);
     response.set_content(description.dump(2) + "\n", "application/json");
 }
@@ -352,7 +371,7 @@ void CatalogueService::Implementation::AnswerUpload(const httplib::Request& requ
     }
 }
 
-void CatalogueService::Implementation::AnswerSearch(const httplib::Request& request, httplib::Response& response) const
+void CatalogueService::Implementation::AnswerSearch(const httplib::Request& request, httplib::Response& response)
 {
     if (request.get_param_value_count("query") != 1)
         return WriteError(response, 400, "a search needs one parameter \"query\"");

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <functional>
 #include <utility>
 
 namespace catalogue {
@@ -50,6 +49,62 @@ void ParseRedirect(const std::string& value, ReplyOptions& options)
         options.redirectTarget = ParseHeaderText("redirect", value);
 }
 
+/// A switch: "1" chooses `value` for `option`, "0" leaves it.
+template <class Value>
+void ParseSwitch(const std::string& name, const std::string& text, Value value, Value& option)
+{
+    if (ParseNumber(name, text, 0, 1) == 1)
+        option = value;
+}
+
+void ParseRate(const std::string& value, ReplyOptions& options)
+{
+    const std::uint64_t rate = ParseNumber("slow", value, 1, MaximumBytes);
+    options.pieceSize = std::max<std::uint64_t>(1, rate / PiecesPerSecond);
+    options.pause = std::chrono::milliseconds(1000 * options.pieceSize / rate);
+}
+
+const std::map<std::string, Disposition> Dispositions = {
+    {"attachment", Disposition::Attachment}, {"inline", Disposition::Inline}, {"none", Disposition::None},
+    {"unquoted", Disposition::Unquoted},     {"late", Disposition::Late},     {"extended", Disposition::Extended},
+    {"custom", Disposition::Custom}};
+const std::map<std::string, Content> Contents = {
+    {"file", Content::File}, {"json", Content::Json}, {"text", Content::Text}};
+
+/// What each parameter sets.
+const std::map<std::string, void (*)(const std::string& value, ReplyOptions& options)> Readers = {
+    {"disposition",
+     [](const std::string& value, ReplyOptions& options) {
+         options.disposition = ParseChoice("disposition", value, Dispositions);
+     }},
+    {"filename",
+     [](const std::string& value, ReplyOptions& options) { options.fileName = ParseHeaderText("filename", value); }},
+    {"type",
+     [](const std::string& value, ReplyOptions& options) { options.contentType = ParseHeaderText("type", value); }},
+    {"code", [](const std::string& value,
+                ReplyOptions& options) { options.code = static_cast<int>(ParseNumber("code", value, 200, 599)); }},
+    {"body",
+     [](const std::string& value, ReplyOptions& options) { options.content = ParseChoice("body", value, Contents); }},
+    {"empty", [](const std::string& value,
+                 ReplyOptions& options) { ParseSwitch("empty", value, Content::Empty, options.content); }},
+    {"length",
+     [](const std::string& value, ReplyOptions& options) {
+         options.framing = ParseChoice<Framing>("length", value, {{"none", Framing::UntilClose}});
+     }},
+    {"chunked", [](const std::string& value,
+                   ReplyOptions& options) { ParseSwitch("chunked", value, Framing::Chunked, options.framing); }},
+    {"cut",
+     [](const std::string& value, ReplyOptions& options) { options.cut = ParseNumber("cut", value, 0, MaximumBytes); }},
+    {"piece", [](const std::string& value,
+                 ReplyOptions& options) { options.pieceSize = ParseNumber("piece", value, 1, MaximumBytes); }},
+    {"pause",
+     [](const std::string& value, ReplyOptions& options) {
+         options.pause = std::chrono::milliseconds(ParseNumber("pause", value, 0, MaximumPause));
+     }},
+    {"slow", ParseRate},
+    {"redirect", ParseRedirect},
+};
+
 void CheckTogether(const std::map<std::string, std::string>& given, const ReplyOptions& options)
 {
     const auto has = [&given](const char* name) { return given.contains(name); };
@@ -96,62 +151,12 @@ std::map<std::string, std::string> TakeOnce(const QueryParameters& parameters)
 ReplyOptions ReplyOptions::Parse(const QueryParameters& parameters)
 {
     ReplyOptions options;
-    const std::map<std::string, std::function<void(const std::string&)>> readers = {
-        {"disposition",
-         [&](const std::string& value) {
-             options.disposition = ParseChoice<Disposition>("disposition", value,
-                                                            {{"attachment", Disposition::Attachment},
-                                                             {"inline", Disposition::Inline},
-                                                             {"none", Disposition::None},
-                                                             {"unquoted", Disposition::Unquoted},
-                                                             {"late", Disposition::Late},
-                                                             {"extended", Disposition::Extended},
-                                                             {"custom", Disposition::Custom}});
-         }},
-        {"filename", [&](const std::string& value) { options.fileName = ParseHeaderText("filename", value); }},
-        {"type", [&](const std::string& value) { options.contentType = ParseHeaderText("type", value); }},
-        {"code",
-         [&](const std::string& value) { options.code = static_cast<int>(ParseNumber("code", value, 200, 599)); }},
-        {"body",
-         [&](const std::string& value) {
-             options.content = ParseChoice<Content>(
-                 "body", value, {{"file", Content::File}, {"json", Content::Json}, {"text", Content::Text}});
-         }},
-        {"empty",
-         [&](const std::string& value) {
-             if (ParseNumber("empty", value, 0, 1) == 1)
-                 options.content = Content::Empty;
-         }},
-        {"length",
-         [&](const std::string& value) {
-             options.framing = ParseChoice<Framing>("length", value, {{"none", Framing::UntilClose}});
-         }},
-        {"chunked",
-         [&](const std::string& value) {
-             if (ParseNumber("chunked", value, 0, 1) == 1)
-                 options.framing = Framing::Chunked;
-         }},
-        {"cut", [&](const std::string& value) { options.cut = ParseNumber("cut", value, 0, MaximumBytes); }},
-        {"piece", [&](const std::string& value) { options.pieceSize = ParseNumber("piece", value, 1, MaximumBytes); }},
-        {"pause",
-         [&](const std::string& value) {
-             options.pause = std::chrono::milliseconds(ParseNumber("pause", value, 0, MaximumPause));
-         }},
-        {"slow",
-         [&](const std::string& value) {
-             const std::uint64_t rate = ParseNumber("slow", value, 1, MaximumBytes);
-             options.pieceSize = std::max<std::uint64_t>(1, rate / PiecesPerSecond);
-             options.pause = std::chrono::milliseconds(1000 * options.pieceSize / rate);
-         }},
-        {"redirect", [&](const std::string& value) { ParseRedirect(value, options); }},
-    };
-
     const std::map<std::string, std::string> given = TakeOnce(parameters);
     for (const auto& [name, value] : given) {
-        const auto reader = readers.find(name);
-        if (reader == readers.end())
+        const auto reader = Readers.find(name);
+        if (reader == Readers.end())
             throw ParameterError("unknown parameter '" + name + "'");
-        reader->second(value);
+        reader->second(value, options);
     }
     CheckTogether(given, options);
 

@@ -26,7 +26,7 @@ std::unique_ptr<zip_t, CloseArchive> OpenArchive(std::string_view bytes)
     std::unique_ptr<zip_t, CloseArchive> archive(zip_open_from_source(source, ZIP_RDONLY, nullptr));
     if (!archive) {
         zip_source_free(source);
-        throw UploadError("the file is no zip archive");
+        throw UploadError("the file is not a zip archive");
     }
     return archive;
 }

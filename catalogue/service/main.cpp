@@ -38,7 +38,7 @@ Serves a folder of catalogue items over HTTP on 127.0.0.1 until SIGTERM or SIGIN
   GET /search       all items by their likeness to the shape of query=QUERY
 
 Parameters of /files/NAME and /archive choose the form of the reply:
-  disposition=F      attachment, inline, none, unquoted, late (behind another parameter),
+  disposition=F      attachment, inline, none, unquoted, late (after another parameter),
                      extended (filename*=), custom (the text of filename as it stands)
   filename=TEXT      name in the disposition
   type=TEXT          content type

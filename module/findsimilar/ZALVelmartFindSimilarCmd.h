@@ -7,7 +7,7 @@
 
 class ZALVelmartFindSimilarUploadProgressDlg;
 
-/// The command behind the header "ZALVelmartFindSimilarCmdHeader". Everything that needs no answer of the page or the
+/// The command of the header "ZALVelmartFindSimilarCmdHeader". Everything that needs no answer of the page or the
 /// service happens in its constructor: the selection is written as a light file and uploaded, or the panel is brought
 /// to the catalogue first. It ends itself by RequestDelayedDestruction.
 class ZALVelmartFindSimilarCmd : public ZALCommand {

@@ -145,7 +145,7 @@ public:
     ~ZALPathElement() override;
     /// Begins a walk from the leaf towards the root.
     void InitToLeafElement();
-    /// The next object of the walk, the leaf first; null behind the root. No reference is added.
+    /// The next object of the walk, the leaf first; null after the root. No reference is added.
     ZALBaseUnknown* GetNextFatherObject();
     /// The same, under the name that sets of elements use.
     ZALBaseUnknown* NextFatherElement() { return GetNextFatherObject(); }

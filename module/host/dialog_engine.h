@@ -97,7 +97,7 @@ public:
     /// Takes elements only that `filter` accepts; null takes any. The filter belongs to the command that made it.
     void SetFilter(ZALDialogFilter* filter) { filter_ = filter; }
     /// The path of the picked element, or null. Belongs to the agent, which keeps it until another value or its own
-    /// end, also behind InitializeAcquisition.
+    /// end, also after InitializeAcquisition.
     ZALPathElement* GetValue() const { return value_; }
     /// The object under the pointer while a filter is asked, otherwise the leaf of the value, or null. No reference
     /// is added.

@@ -169,7 +169,7 @@ public:
 // ---------------------------------------------------------------------------------------------
 // Controls that the user changes. What a program sets is not dispatched.
 
-/// Dispatched by an editor on itself behind each change that the user makes.
+/// Dispatched by an editor on itself after each change that the user makes.
 class ZALDlgEditorModifyNotification : public ZALNotification {
 public:
     ZALDlgEditorModifyNotification();
@@ -203,7 +203,7 @@ public:
     ~ZALDlgPushButton() override;
 };
 
-/// Dispatched by a check button on itself behind each change that the user makes.
+/// Dispatched by a check button on itself after each change that the user makes.
 class ZALDlgCheckModifyNotification : public ZALNotification {
 public:
     ZALDlgCheckModifyNotification();
@@ -243,7 +243,7 @@ public:
     ~ZALDlgFileBox() override;
     /// Folder that is shown, and chosen, at first.
     void SetStartFolder(const ZALUnicodeString& folder);
-    /// What the user has chosen. Never empty behind OK: the box offers OK only with a choice.
+    /// What the user has chosen. Never empty after OK: the box offers OK only with a choice.
     ZALUnicodeString GetChosenFolder() const;
 };
 

@@ -30,7 +30,7 @@ public:
     ~ZALCSO() override;
     /// Begins a walk through the elements, in the order in which they were added.
     void InitElementList();
-    /// The next element of the walk, a ZALPathElement where it stands for an object of the workspace; null behind the
+    /// The next element of the walk, a ZALPathElement where it stands for an object of the workspace; null after the
     /// last one. No reference is added.
     ZALBaseUnknown* NextElement();
     /// The host's operations: appends `element` with a reference to it; takes all elements out.

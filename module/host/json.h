@@ -36,7 +36,7 @@ public:
     /// Any value as a text: a string as it stands, another value as JSON writes it.
     ZALUnicodeString ConvertToUnicodeString() const;
 
-    /// The member `key` of a map. Fails for a missing key and for a value that is no map.
+    /// The member `key` of a map. Fails for a missing key and for a value that is not a map.
     HRESULT MapGetValue(const ZALOmxKeyString& key, ZALOmxAny& value) const;
     /// Number of members of a map, in the order in which they stood in the text; 0 for other values.
     int MapSize() const;
@@ -58,7 +58,7 @@ class ZALOmxJson {
 public:
     /// Keeps "1.0" and "1e0" floating and "1" an integer, independent of the locale.
     void ActivateConsistentDoubleUnstream();
-    /// Parses the whole of `text`. Fails, and leaves `value` alone, for a text that is no JSON, that is no
+    /// Parses the whole of `text`. Fails, and leaves `value` alone, for a text that is not JSON, that is not
     /// valid UTF-8, that nests deeper than ZALOmxMaximumDepth, or that holds a number beyond the range of a
     /// double. A byte order mark in front is skipped. Of members with one key the last counts, in the place of
     /// the first.

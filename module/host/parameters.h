@@ -73,7 +73,7 @@ public:
     /// Appends the direct children of the class `className`, such as ZALICkeParm::ClassName(), in the order in which
     /// they were appended.
     virtual HRESULT GetDirectChildren(const char* className, ZALListValZALBaseUnknown_var& children) = 0;
-    /// Adds `child` behind the others.
+    /// Adds `child` after the others.
     virtual HRESULT Append(const ZALBaseUnknown_var& child) = 0;
 
     ZAL_DECLARE_META_CLASS

@@ -99,7 +99,7 @@ public:
 
     /// One of the three answers above. Letter case is compared by Unicode simple folding of one code unit.
     int Compare(const ZALUnicodeString& other) const;
-    /// Position of `fragment` or -1. Mode ZALSearchForward looks for the first one at or behind `start`,
+    /// Position of `fragment` or -1. Mode ZALSearchForward looks for the first one at or after `start`,
     /// ZALSearchBackward for the last one at or before it. Letter case counts.
     int SearchSubString(const ZALUnicodeString& fragment, int start = 0, int mode = ZALSearchForward) const;
     /// `length` units from `start`, cut off at the end of the text.
@@ -166,7 +166,7 @@ public:
     void Append(const ZALUnicodeString& item) { items_.push_back(item); }
     /// Puts `item` at position `index`, from 1 to Size() + 1, before what stands there.
     void InsertAt(int index, const ZALUnicodeString& item) { items_.insert(items_.begin() + (index - 1), item); }
-    /// Position of the first item at or behind `start` that is identical to `item`; 0 when there is none.
+    /// Position of the first item at or after `start` that is identical to `item`; 0 when there is none.
     int Locate(const ZALUnicodeString& item, int start = 1) const;
     void RemoveAll() { items_.clear(); }
     void Swap(int first, int second) { std::swap((*this)[first], (*this)[second]); }

@@ -3,7 +3,7 @@
 
 #include "host/json.h"
 
-/// The member `key` of `map`; a null value when it is missing, also in what is no map.
+/// The member `key` of `map`; a null value when it is missing, also in what is not a map.
 inline ZALOmxAny MemberOf(const ZALOmxAny& map, const ZALOmxKeyString& key)
 {
     ZALOmxAny value;

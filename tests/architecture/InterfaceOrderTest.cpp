@@ -12,7 +12,7 @@ namespace openhost::testing {
 
 namespace {
 
-/// How many places of the table of operations `to` stands behind `from`.
+/// How many places of the table of operations `to` stands after `from`.
 template <class From, class To>
 std::ptrdiff_t Places(From from, To to)
 {

@@ -244,7 +244,7 @@ TEST_F(CataloguePage, WithoutASessionTheButtonsAreOffAndTheFileIsALink)
     ASSERT_TRUE(UntilShown("table"));
     EXPECT_EQ("Not connected", TextOf("#connection"));
     EXPECT_EQ("4", Ask("document.querySelectorAll('.actions button:disabled').length"));
-    EXPECT_THAT(TextOf("#unconnected"), HasSubstr("not connected to a CAD session"));
+    EXPECT_THAT(TextOf("#unconnected"), HasSubstr("not connected to a CAD application"));
     EXPECT_EQ("unconnected", Ask("document.querySelector('#insert').getAttribute('aria-describedby')"));
     EXPECT_EQ(
         "/files/bolt-m8.zip bolt-m8.zip",
@@ -269,7 +269,7 @@ TEST_F(CataloguePage, ConnectingAnnouncesUploadAndTemplatesAndSwitchesTheButtons
                       {"preferredSaveMethod", "save as"}}}}),
               Sent()[0]);
     ASSERT_TRUE(UntilShown("#insert:enabled"));
-    EXPECT_EQ("Connected to the session", TextOf("#connection"));
+    EXPECT_EQ("Connected to the application", TextOf("#connection"));
     EXPECT_FALSE(User().Shows("#unconnected"));
     EXPECT_FALSE(User().Shows("#file"));
 }
@@ -596,7 +596,7 @@ TEST_F(CataloguePage, TheSessionAsksForAShapeAndTheResultsAreShownInTheirOrder)
     ASSERT_TRUE(UntilShown("ol.items li:nth-child(2)"));
     EXPECT_EQ("a+b/c=&%41 \u00e4", asked.get_future().get());
     EXPECT_EQ("Similar shapes", TextOf("h2"));
-    EXPECT_EQ("2 items, the likest first", TextOf(".count"));
+    EXPECT_EQ("2 items, closest first", TextOf(".count"));
     EXPECT_EQ("Nut M8", TextOf("ol.items li:first-child .title"));
     EXPECT_EQ("87 %\nalike", TextOf("ol.items li:last-child .score"));
     User().Click("ol.items li:last-child a");
