@@ -97,7 +97,7 @@ private:
     /// The item itself at `url`, and the announced templates that are not at hand. Those that are go into `route`.
     std::vector<ZALVLIFullDownload::DownloadItem> ItemsToFetch(TemplateRoute& route, const ZALUnicodeString& url) const;
     /// Rebuilds what was fetched for `route`.
-    void OnTemplateDownloadComplete(TemplateRoute route, ZALVLIFullDownload::Status status,
+    void OnTemplateDownloadComplete(const TemplateRoute& route, ZALVLIFullDownload::Status status,
                                     const std::vector<ZALVLIFullDownload::DownloadResult>& results);
 
     /// Whether downloads are rebuilt on the user's templates: settled at the first default download of the

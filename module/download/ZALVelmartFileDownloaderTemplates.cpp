@@ -104,32 +104,34 @@ std::vector<ZALVLIFullDownload::DownloadItem> ZALVelmartFileDownloader::ItemsToF
 }
 
 void ZALVelmartFileDownloader::OnTemplateDownloadComplete(
-    TemplateRoute route, ZALVLIFullDownload::Status status,
+    const TemplateRoute& route, ZALVLIFullDownload::Status status,
     const std::vector<ZALVLIFullDownload::DownloadResult>& results)
 try {
     // And on with what there is, so that a second notification follows: the item may be whole without its templates.
     if (status != Notification::DownloadSucceeded)
         NotifyDownloadError("");
 
+    ZALUnicodeString partTemplate = route.PartTemplate;
+    ZALUnicodeString productTemplate = route.ProductTemplate;
     ZALListValZALUnicodeString sources;
     for (const ZALVLIFullDownload::DownloadResult& result : results) {
         if (result.Key.Test(ItemKey))
             for (const ZALUnicodeString& path : result.Pathes)
                 sources.Append(path);
         else if (result.Key.Test(PartTemplateKey) && result.Pathes.size() == 1)
-            route.PartTemplate = result.Pathes.front();
+            partTemplate = result.Pathes.front();
         else if (result.Key.Test(ProductTemplateKey) && result.Pathes.size() == 1)
-            route.ProductTemplate = result.Pathes.front();
+            productTemplate = result.Pathes.front();
     }
 
-    StoreTemplatePathes(route.PartTemplate, route.ProductTemplate);
+    StoreTemplatePathes(partTemplate, productTemplate);
 
     if (ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame())
         frame->SetBusyCursor();
 
     // The save method stays the operation's own, whatever the page has announced.
     ZALVliApplyTemplatesOpe operation;
-    operation.SetTemplatesPathes(route.PartTemplate, route.ProductTemplate);
+    operation.SetTemplatesPathes(partTemplate, productTemplate);
     operation.SetDestinationPath(route.Folder, route.RootFileName);
     operation.SetSourceFilesPathes(sources);
     const HRESULT result = operation.Run();
