@@ -24,6 +24,14 @@ using Notification = ZALVelmartFileDownloadCompleteNotification;
 
 namespace {
 
+/// Whether the environment asks for template support. That a variable exists counts, not its value.
+bool IsTemplateSupportWanted()
+{
+    ZALUnicodeString value;
+    return SUCCEEDED(ZALGetEnv("ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT", value)) ||
+           SUCCEEDED(ZALGetEnv("ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT_SWATCH_ONLY", value));
+}
+
 /// The settings object, or null.
 ZALInterfaceHandle<ZALIVelmartIntegrationSettingAtt> CreateSettings()
 {
@@ -119,14 +127,8 @@ try {
 
 HRESULT ZALVelmartFileDownloader::StartDefaultDownload(const ZALOmxAny& request)
 {
-    static const bool supportSettled = [] {
-        // Whether a variable exists counts, not its value.
-        ZALUnicodeString value;
-        TemplateSupportEnabled = SUCCEEDED(ZALGetEnv("ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT", value)) ||
-                                 SUCCEEDED(ZALGetEnv("ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT_SWATCH_ONLY", value));
-        return true;
-    }();
-    static_cast<void>(supportSettled);
+    static const bool supportAtFirst = IsTemplateSupportWanted();
+    TemplateSupportEnabled = supportAtFirst;
 
     if (TemplateSupportEnabled) {
         ZALUnicodeString folder;

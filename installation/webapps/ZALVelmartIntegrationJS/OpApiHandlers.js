@@ -37,7 +37,7 @@
             if (content[key] !== undefined && !isOwnAddress(content[key]))
                 return `${key} is no address of the page's origin`;
         if (content.preferredSaveMethod !== undefined && typeof content.preferredSaveMethod !== "string")
-            return "preferredSaveMethod is no text";
+            return "preferredSaveMethod must be text";
         return "";
     };
     const checkItem = (content) => (isObject(content) ? "" : "no item");
