@@ -13,6 +13,7 @@
 #include "utilities/JsonMembers.h"
 
 #include <cstdlib>
+#include <mutex>
 #include <new>
 #include <utility>
 
@@ -23,14 +24,6 @@ bool ZALVelmartFileDownloader::TemplateSupportEnabled = false;
 using Notification = ZALVelmartFileDownloadCompleteNotification;
 
 namespace {
-
-/// Whether the environment asks for template support. That a variable exists counts, not its value.
-bool IsTemplateSupportWanted()
-{
-    ZALUnicodeString value;
-    return SUCCEEDED(ZALGetEnv("ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT", value)) ||
-           SUCCEEDED(ZALGetEnv("ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT_SWATCH_ONLY", value));
-}
 
 /// The settings object, or null.
 ZALInterfaceHandle<ZALIVelmartIntegrationSettingAtt> CreateSettings()
@@ -125,10 +118,18 @@ try {
     return S_OK;
 }
 
+void ZALVelmartFileDownloader::SettleTemplateSupport()
+{
+    // Whether a variable exists counts, not its value.
+    ZALUnicodeString value;
+    TemplateSupportEnabled = SUCCEEDED(ZALGetEnv("ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT", value)) ||
+                             SUCCEEDED(ZALGetEnv("ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT_SWATCH_ONLY", value));
+}
+
 HRESULT ZALVelmartFileDownloader::StartDefaultDownload(const ZALOmxAny& request)
 {
-    static const bool supportAtFirst = IsTemplateSupportWanted();
-    TemplateSupportEnabled = supportAtFirst;
+    static std::once_flag settled;
+    std::call_once(settled, SettleTemplateSupport);
 
     if (TemplateSupportEnabled) {
         ZALUnicodeString folder;

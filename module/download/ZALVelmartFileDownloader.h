@@ -37,6 +37,8 @@ private:
 
     ZALVelmartFileDownloader();
 
+    /// Asks the environment for TemplateSupportEnabled.
+    static void SettleTemplateSupport();
     HRESULT StartDefaultDownload(const ZALOmxAny& request);
     HRESULT StartDefaultDownloadURL(const ZALUnicodeString& url);
     HRESULT StartDownloadFromTolva(const ZALOmxAny& request);
