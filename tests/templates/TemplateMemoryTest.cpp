@@ -19,13 +19,6 @@ class TemplateMemory : public TemplateFixture {
 protected:
     ~TemplateMemory() override { StoreTemplatePathes({}, {}); }
 
-    ZALListValZALUnicodeString Files(const Texts& names) const
-    {
-        ZALListValZALUnicodeString files;
-        for (const std::string& name : names)
-            files.Append(Text(Downloaded(name)));
-        return files;
-    }
     void EmptyParts() const
     {
         for (const std::string& name : Names(Parts()))
@@ -41,14 +34,14 @@ TEST_F(TemplateMemory, LeavesTheAnnouncementWithoutAMethod)
     const std::string text = R"({"zalpartTemplate": "https://a.example/part", "zalproductTemplate":
                                  "https://a.example/product", "preferredSaveMethod": "save as"})";
     ZALOmxAny urls;
-    ASSERT_EQ(ZALOmxJson().parse(ZALOmxUTF8String(text.data(), text.size()), urls), S_OK);
+    ASSERT_EQ(S_OK, ZALOmxJson().parse(ZALOmxUTF8String(text.data(), text.size()), urls));
     EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
                   ZALUnicodeString part = "before";
                   ZALUnicodeString product = "before";
                   PreferredSaveMethod method = SaveMethodNewFrom;
                   HRESULT result = E_FAIL;
                   memory.During([&] { result = GetTemplatesURL(urls, part, product, method); });
-                  EXPECT_EQ(result, S_OK);
+                  EXPECT_EQ(S_OK, result);
                   EXPECT_EQ(method, memory.HasRunOut() ? SaveMethodNone : SaveMethodSaveAs);
                   EXPECT_THAT(ToUtf8(part), AnyOf("before", "https://a.example/part"));
                   EXPECT_THAT(ToUtf8(product), AnyOf("before", "https://a.example/product"));
@@ -72,7 +65,7 @@ TEST_F(TemplateMemory, ForgetsBothTemplatesRatherThanKeepAMixedPair)
                   StoreTemplatePathes(Text(otherPart), Text(otherProduct));
                   HRESULT result = E_FAIL;
                   memory.During([&] { result = StoreTemplatePathes(part, product); });
-                  EXPECT_EQ(result, S_OK);
+                  EXPECT_EQ(S_OK, result);
                   EXPECT_EQ(ToUtf8(StoredPartTemplatePath), memory.HasRunOut() ? "" : longPart.string());
                   EXPECT_EQ(ToUtf8(StoredProductTemplatePath), memory.HasRunOut() ? "" : longProduct.string());
               }),
@@ -89,7 +82,7 @@ TEST_F(TemplateMemory, GivesEmptyTextsForTheStoredTemplates)
                   ZALUnicodeString product = "before";
                   HRESULT result = E_FAIL;
                   memory.During([&] { result = GetStoredTemplatePathes(part, product); });
-                  EXPECT_EQ(result, S_OK);
+                  EXPECT_EQ(S_OK, result);
                   EXPECT_EQ(ToUtf8(part), memory.HasRunOut() ? "" : PartTemplate().string());
                   EXPECT_EQ(ToUtf8(product), memory.HasRunOut() ? "" : ProductTemplate().string());
               }),
@@ -119,7 +112,7 @@ TEST_F(TemplateMemory, FindsNoDocumentWithoutItsPath)
                       ZALUnicodeString path = "before";
                       HRESULT result = E_FAIL;
                       memory.During([&] { result = CheckIfQ7FileExists(folder, fileName, found, path); });
-                      EXPECT_EQ(result, S_OK);
+                      EXPECT_EQ(S_OK, result);
                       EXPECT_EQ(found, memory.HasRunOut() ? 0 : 1);
                       EXPECT_EQ(ToUtf8(path), memory.HasRunOut() ? "before" : InParts("bolt.ZALProduct"));
                   }),
@@ -265,9 +258,9 @@ TEST_P(RunOutOfMemory, FailsWithEveryDocumentClosed)
                   EXPECT_TRUE(FAILED(result) || names == run.results);
                   EXPECT_THAT(names, IsSubsetOf(run.results));
                   EXPECT_THAT(Names(Parts()), IsSubsetOf(run.results));
-                  EXPECT_EQ(workspace.OpenDocuments(), 0);
-                  EXPECT_EQ(workspace.Locks(), 0);
-                  EXPECT_EQ(workspace.LivingObjects(), 0);
+                  EXPECT_EQ(0, workspace.OpenDocuments());
+                  EXPECT_EQ(0, workspace.Locks());
+                  EXPECT_EQ(0, workspace.LivingObjects());
               }),
               10);
 }
@@ -294,11 +287,11 @@ TEST_F(TemplateMemory, PassesOnFromTheUpdateOfAPart)
         if (call.starts_with("Update"))
             throw std::bad_alloc();
     };
-    EXPECT_EQ(operation.Run(), E_FAIL);
+    EXPECT_EQ(E_FAIL, operation.Run());
     EXPECT_THAT(Workspace.CallsOf({"Flush", "SaveAs"}), IsEmpty());
-    EXPECT_EQ(part.opens, 0);
+    EXPECT_EQ(0, part.opens);
     Workspace.OnCall = nullptr;
-    EXPECT_EQ(operation.Run(), S_OK) << "there is memory again";
+    EXPECT_EQ(S_OK, operation.Run()) << "there is memory again";
     EXPECT_THAT(TextsOf(operation.GetResultFilePathes()), ElementsAre(InParts("bolt.ZALPart")));
 }
 
