@@ -19,7 +19,6 @@
 #include <stdexcept>
 
 namespace openhost::testing {
-
 namespace {
 
 constexpr std::chrono::minutes Patience{1};
@@ -113,16 +112,29 @@ void JourneyFixture::RunUntil(const std::function<bool()>& done)
     ASSERT_EQ(EventLoop::Current().RunUntil(done, Patience), RunEnd::Done);
 }
 
-std::optional<CompletionListener::Completion> JourneyFixture::Download(const nlohmann::json& content)
+CompletionListener::Completion JourneyFixture::Download(const nlohmann::json& content)
 {
     const std::size_t before = listener_->Completions().size();
-    EXPECT_EQ(Send("velmart_download", content), S_OK);
+    EXPECT_EQ(S_OK, Send("velmart_download", content));
     RunUntilIdle();
-    if (listener_->Completions().size() != before + 1) {
-        ADD_FAILURE() << listener_->Completions().size() - before << " completions of one download";
-        return std::nullopt;
-    }
+    if (listener_->Completions().size() != before + 1)
+        throw std::runtime_error("there is not one completion of the download");
     return listener_->Completions().back();
+}
+
+CompletionListener::Completion JourneyFixture::Fetch(const nlohmann::json& content)
+{
+    const CompletionListener::Completion completion = Download(content);
+    EXPECT_EQ(ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded, completion.status);
+    if (completion.files.empty())
+        throw std::runtime_error("the download has no files");
+    return completion;
+}
+
+void JourneyFixture::ExpectEnded(ZALVelmartFileDownloadCompleteNotification::Status status) const
+{
+    ASSERT_EQ(1U, listener_->Completions().size());
+    EXPECT_EQ(status, listener_->Completions()[0].status);
 }
 
 std::vector<std::string> JourneyFixture::FilesInParts() const

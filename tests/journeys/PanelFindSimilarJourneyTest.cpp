@@ -14,7 +14,6 @@ using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 namespace openhost::testing {
-
 namespace {
 
 constexpr const char* Categories = "/categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true";
@@ -47,7 +46,7 @@ json Join(const std::vector<json>& parts)
 
 class PanelFindSimilarJourney : public PanelFixture {
 protected:
-    PanelFindSimilarJourney() : front_(service_.GetAddress()) { PutNutIntoFrame(); }
+    PanelFindSimilarJourney() : front_(Base()) { PutNutIntoFrame(); }
 
     /// Plays `parts` one after the other; the catalogue is behind the server under test.
     std::vector<json> PlayWithFront(const std::vector<json>& parts)
@@ -77,7 +76,7 @@ protected:
     static std::vector<std::string> Errors(const std::vector<json>& journal)
     {
         std::vector<std::string> texts;
-        for (const json& dialog : Named(journal, "dialog"))
+        for (const json& dialog : Events(journal, "dialog"))
             if (dialog["name"] == "FileDownloadErrorNotify")
                 texts.push_back(dialog["text"]);
         return texts;
@@ -87,7 +86,7 @@ protected:
     static std::vector<std::string> Searches(const std::vector<json>& journal)
     {
         std::vector<std::string> texts;
-        for (const json& script : Named(journal, "script"))
+        for (const json& script : Events(journal, "script"))
             if (script["text"].get<std::string>().starts_with("OpApi.sendMessage('search'"))
                 texts.push_back(script["text"]);
         return texts;
@@ -118,7 +117,7 @@ TEST_F(PanelFindSimilarJourney, TheSelectedItemItselfIsTheFirstResultAndCanBeIns
     EXPECT_THAT(Errors(journal), IsEmpty());
     EXPECT_THAT(Searches(journal), ElementsAre(StartsWith("OpApi.sendMessage('search', {query: 'A")));
     EXPECT_GT(std::filesystem::file_size(Picture()), 1000U);
-    const std::vector<json> trees = Named(journal, "tree");
+    const std::vector<json> trees = Events(journal, "tree");
     ASSERT_EQ(1U, trees.size());
     EXPECT_EQ(2U, trees[0]["root"]["children"].size());
 }
@@ -131,7 +130,7 @@ TEST_F(PanelFindSimilarJourney, WithoutTheCataloguesPageTheCommandIsNotAvailable
     EXPECT_THAT(journal.back()["reason"], HasSubstr("is not available"));
 }
 
-TEST_F(PanelFindSimilarJourney, APageThatHasGoneDuringTheUploadIsBroughtBackWithTheResults)
+TEST_F(PanelFindSimilarJourney, APageThatHasGoneMeanwhileIsBroughtBackWithTheResults)
 {
     Gate gate;
     Routes().Post("/upload", [&, wait = gate.Wait()](const httplib::Request& request, httplib::Response& response) {
@@ -154,7 +153,7 @@ TEST_F(PanelFindSimilarJourney, APageThatHasGoneDuringTheUploadIsBroughtBackWith
     EXPECT_THAT(Errors(journal), IsEmpty());
     EXPECT_THAT(Searches(journal), IsEmpty());
     const std::string start = front_.Address() + Categories + "&addinmode=zalorq7&extq=A";
-    EXPECT_THAT(Named(journal, "load").back()["url"], StartsWith(start));
+    EXPECT_THAT(Events(journal, "load").back()["url"], StartsWith(start));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -171,7 +170,7 @@ TEST_F(PanelFindSimilarJourney, TheUserGoesOnInThePageWhileAnUploadIsSlow)
     const std::vector<json> journal =
         PlayWithFront({Connect, Start, {{{"wait", "window"}}}, AskForNut, Shown(NutFirst)});
     ExpectDone(journal);
-    const std::vector<json> windows = Named(journal, "window");
+    const std::vector<json> windows = Events(journal, "window");
     ASSERT_EQ(2U, windows.size());
     EXPECT_EQ("ZALVelmartFindSimilarUploadProgressDlg", windows[0]["name"]);
     EXPECT_EQ("shown", windows[0]["action"]);
@@ -201,7 +200,7 @@ TEST_F(PanelFindSimilarJourney, ClosingThePanelDuringAnUploadEndsItAndTheNextOne
                        Start,
                        Shown(NutFirst)});
     ExpectDone(journal);
-    const std::vector<json> transfers = Named(journal, "transfer");
+    const std::vector<json> transfers = Events(journal, "transfer");
     ASSERT_EQ(2U, transfers.size());
     EXPECT_EQ("cancelled", transfers[0]["end"]);
     EXPECT_EQ("finished", transfers[1]["end"]);
@@ -242,10 +241,10 @@ TEST_F(PanelFindSimilarJourney, AServiceThatHasGoneDownFailsTheUploadAndThePageS
                                                      Shown("#status[data-state=failed]")});
     ExpectDone(journal);
     EXPECT_THAT(Errors(journal), ElementsAre(UploadFailed));
-    EXPECT_EQ("failed", Named(journal, "transfer").back()["end"]);
+    EXPECT_EQ("failed", Events(journal, "transfer").back()["end"]);
 }
 
-TEST_F(PanelFindSimilarJourney, AServiceThatGoesDownBehindTheUploadFailsTheSearchInThePage)
+TEST_F(PanelFindSimilarJourney, AServiceThatGoesDownAfterTheUploadFailsTheSearch)
 {
     Routes().Post("/upload", [&](const httplib::Request& request, httplib::Response& response) {
         front_.PassOn(request, response);
@@ -313,5 +312,4 @@ TEST_F(PanelFindSimilarJourney, AQueryThatIsNoneIsSaidInThePage)
 }
 
 } // namespace
-
 } // namespace openhost::testing
