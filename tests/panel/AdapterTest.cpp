@@ -80,14 +80,14 @@ TEST_F(PanelAdapter, KeepsTheAddinAlive)
 TEST_F(PanelAdapter, LeadsBackToTheAddin)
 {
     const Adapter adapter = Query();
-    EXPECT_EQ(adapter->GetImpl(0), Object.get());
+    EXPECT_EQ(Object.get(), adapter->GetImpl(0));
     ZALBaseUnknown* addin = nullptr;
     EXPECT_EQ(S_OK, adapter->QueryInterface(AddinClass, &addin));
-    EXPECT_EQ(addin, Object.get());
+    EXPECT_EQ(Object.get(), addin);
     addin->Release();
     ZALBaseUnknown* itself = nullptr;
     EXPECT_EQ(S_OK, adapter->QueryInterface(AddinInterface, &itself));
-    EXPECT_EQ(itself, adapter.get());
+    EXPECT_EQ(adapter.get(), itself);
     itself->Release();
 }
 

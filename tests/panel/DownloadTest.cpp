@@ -265,12 +265,12 @@ TEST_F(PanelDownload, InsertAndReplaceHandTheirActionAndTheContentOver)
         // A root is a target of an insert alone.
         const Owned<ZALPathElement> rootPath(PathTo(*root));
         const bool isInsert = std::string(event) == "velmart_insert";
-        EXPECT_EQ(DialogEngine::Current().Offer(rootPath.get()).accepted, isInsert);
+        EXPECT_EQ(isInsert, DialogEngine::Current().Offer(rootPath.get()).accepted);
         const Owned<ZALPathElement> childPath(PathTo(*child));
         if (!isInsert) {
             EXPECT_TRUE(DialogEngine::Current().Offer(childPath.get()).accepted);
         }
-        ASSERT_EQ(Transport().Requests().size(), isInsert ? 1U : 2U);
+        ASSERT_EQ(isInsert ? 1U : 2U, Transport().Requests().size());
         EXPECT_EQ("http://127.0.0.1/item.zip", Transport().Requests().back().url);
         DialogEngine::Current().EndAll();
         Loop().RunUntilIdle();

@@ -117,7 +117,7 @@ TEST_F(PanelMemory, APageOfTheCatalogueGetsTheWholeScriptOrNone)
             const ZALUnicodeString url = CataloguePage.c_str();
             const HRESULT result = Result(memory, [&] { return addin->OnPageUrl(url); });
             EXPECT_EQ(S_OK, result);
-            EXPECT_EQ(OpenDescriptors(), descriptors);
+            EXPECT_EQ(descriptors, OpenDescriptors());
             EXPECT_EQ(S_OK, addin->OnPageUrl(CataloguePage.c_str()));
             ASSERT_GE(panel->scripts.size(), 1U);
             for (const std::string& script : panel->scripts)
@@ -173,7 +173,7 @@ TEST_F(PanelMemory, ReadyFailsOrIsToldAndCanBeSaidAgain)
         EXPECT_TRUE(IsHeaderAvailable(FindSimilarHeader, ZALHeaderInGlobalMode));
         ZALUnicodeString url;
         EXPECT_EQ(S_OK, addin->GetSearchByUploadUrl(url));
-        EXPECT_EQ(ToUtf8(url), UploadAddress);
+        EXPECT_EQ(UploadAddress, ToUtf8(url));
     });
     EXPECT_GT(failures, 10);
 }
@@ -188,7 +188,7 @@ TEST_F(PanelMemory, ADownloadStaysSubscribedOnlyWhileItRuns)
             const HRESULT result = Result(memory, [&] { return addin->OnJSMessage(text); });
             EXPECT_TRUE(result == S_OK || result == E_FAIL);
             const bool isRunning = Transport().Count() > 0 && Transport().Last().IsRunning();
-            EXPECT_EQ(Waiting(), SUCCEEDED(result) && isRunning ? 1U : 0U);
+            EXPECT_EQ(SUCCEEDED(result) && isRunning ? 1U : 0U, Waiting());
             if (isRunning)
                 Transport().Last().End(TransferEnd::Failed);
             Loop().RunUntilIdle();
@@ -209,8 +209,8 @@ TEST_F(PanelMemory, ACommandRunsOrIsNotThere)
             const Addin addin(new ZALVelmartMeridiaAccessAddin);
             const ZALUnicodeString text = message.c_str();
             const HRESULT result = Result(memory, [&] { return addin->OnJSMessage(text); });
-            EXPECT_EQ(result, memory.HasRunOut() ? E_FAIL : S_OK);
-            EXPECT_EQ(DialogEngine::Current().Commands().size(), SUCCEEDED(result) ? 1U : 0U);
+            EXPECT_EQ(memory.HasRunOut() ? E_FAIL : S_OK, result);
+            EXPECT_EQ(SUCCEEDED(result) ? 1U : 0U, DialogEngine::Current().Commands().size());
             EXPECT_EQ(0U, Waiting());
             Loop().RunUntilIdle();
             DialogEngine::Current().EndAll();
@@ -276,7 +276,7 @@ TEST_F(PanelMemory, TheRecordOfTheAdapterIsMadeAtTheNextNeed)
         EXPECT_EQ(record == nullptr, memory.HasRunOut());
     });
     ASSERT_TRUE(TIEZALIMeridiaAccessDialogAddin::MetaObject());
-    EXPECT_EQ(TIEZALIMeridiaAccessDialogAddin::MetaObject()->GetKind(), ZALMetaAdapter);
+    EXPECT_EQ(ZALMetaAdapter, TIEZALIMeridiaAccessDialogAddin::MetaObject()->GetKind());
 }
 
 struct TextCase {

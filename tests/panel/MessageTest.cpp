@@ -102,7 +102,7 @@ TEST_F(PanelMessage, TakesATextOfAMegabyte)
 {
     const std::string filling(1 << 20, 'x');
     EXPECT_EQ(S_OK, Send(Message("velmart_ready", R"({"searchByUploadUrl":")" + filling + "\"}")));
-    EXPECT_EQ(UploadUrl().size(), filling.size());
+    EXPECT_EQ(filling.size(), UploadUrl().size());
 }
 
 TEST_F(PanelMessage, TracesAnEventNameOfAMegabyte)

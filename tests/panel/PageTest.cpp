@@ -42,7 +42,7 @@ TEST_F(PanelPageOf, SearchAsksAReadyPageWithTheQueryAsItStands)
     OpenPanel();
     Send(Message("velmart_ready"));
     EXPECT_EQ(S_OK, Addin().SearchByUpload("http://x/?a", u"a b'); alert('\u20AC"));
-    EXPECT_EQ(Page().Scripts(), Texts{"OpApi.sendMessage('search', {query: 'a b'); alert('\u20AC'});"});
+    EXPECT_EQ(Texts{"OpApi.sendMessage('search', {query: 'a b'); alert('\u20AC'});"}, Page().Scripts());
     EXPECT_TRUE(Page().Urls().empty());
 }
 

@@ -51,7 +51,7 @@ TEST_F(PanelStatus, ReadyHandsTheWholeContentOverEachTime)
         ASSERT_EQ(2, ZALVelmartFileDownloaderProbe::Templates().MapSize());
         ASSERT_EQ(S_OK, ZALVelmartFileDownloaderProbe::Templates().MapGetValue("templates", templates));
         templates.GetInteger(handed);
-        EXPECT_EQ(handed, number);
+        EXPECT_EQ(number, handed);
     }
 }
 
@@ -91,15 +91,15 @@ TEST_F(PanelStatus, EachChangeIsToldAndNoRepetitionIs)
                  {"velmart_ready", OpApiReady, 2}, {"velmart_over", OpApiOver, 3}, {"velmart_ready", OpApiReady, 4}};
     for (const auto& step : steps) {
         EXPECT_EQ(S_OK, Send(Message(step.event)));
-        EXPECT_EQ(Addin().GetOpApiStatus(), step.status);
-        EXPECT_EQ(CountOf(StatusClass), step.told);
+        EXPECT_EQ(step.status, Addin().GetOpApiStatus());
+        EXPECT_EQ(step.told, CountOf(StatusClass));
     }
 }
 
 TEST_F(PanelStatus, TheChangeIsToldByTheAddinAfterItAndBeforeFindSimilarFollows)
 {
     Listener listener([this](ZALBaseUnknown* publisher, ZALNotification* notification, void*) {
-        EXPECT_EQ(publisher, &Addin());
+        EXPECT_EQ(&Addin(), publisher);
         EXPECT_STREQ(notification->IsA(), StatusClass);
         EXPECT_EQ(0, notification->GetAutomaticDelete());
         EXPECT_EQ(OpApiReady, Addin().GetOpApiStatus());

@@ -177,7 +177,7 @@ TEST_F(PanelWorkbench, EndingGreysFindSimilarAndThenUnsubscribes)
     EXPECT_EQ((std::vector<std::size_t>{1, 1, 1}), subscriptions);
     EXPECT_EQ(0U, LayoutSubscriptions());
     EXPECT_FALSE(FindSimilarIsAvailable());
-    EXPECT_EQ(CountOf(StatusClass), told);
+    EXPECT_EQ(told, CountOf(StatusClass));
     EXPECT_EQ("ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to NotAvailable\n", Traces().back());
 }
 

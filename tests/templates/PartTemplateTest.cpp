@@ -27,7 +27,7 @@ protected:
     /// The source is closed, the template is open, locked and held.
     void ExpectTemplateHeld()
     {
-        EXPECT_EQ(Document, &part);
+        EXPECT_EQ(&part, Document);
         EXPECT_THAT(Held, ElementsAre(&part));
         EXPECT_EQ(1, part.opens);
         EXPECT_EQ(1, part.locks);
@@ -87,7 +87,7 @@ TEST_F(PartTemplateRun, TracesTheSaveBeforehand)
             traced = PartTraces().back();
     };
     EXPECT_EQ(S_OK, Apply());
-    EXPECT_EQ(traced, SaveTrace());
+    EXPECT_EQ(SaveTrace(), traced);
 }
 
 TEST_F(PartTemplateRun, IsSavedAsNewForNewFromAlone)
@@ -149,7 +149,7 @@ TEST_F(PartTemplateRun, FailsWhenTheTemplateCannotBeOpened)
     EXPECT_EQ(E_FAIL, Apply());
     EXPECT_EQ(nullptr, Document);
     EXPECT_THAT(Held, IsEmpty());
-    EXPECT_EQ(Workspace.CallsOf({"Open"}).size(), Workspace.calls.size());
+    EXPECT_EQ(Workspace.calls.size(), Workspace.CallsOf({"Open"}).size());
     EXPECT_FALSE(exists(Destination));
     EXPECT_TRUE(exists(Source));
 }

@@ -71,7 +71,7 @@ TEST_P(ResultName, FollowsRootSourceAndIndex)
     ZALUnicodeString path = "before";
     EXPECT_EQ(S_OK, BuildDestinationFilePath("/folder", name.root, ZALUnicodeString("/temp/deep/") + name.source, path,
                                              name.index));
-    EXPECT_EQ(ToUtf8(path), std::string("/folder/") + name.expected);
+    EXPECT_EQ(std::string("/folder/") + name.expected, ToUtf8(path));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -268,7 +268,7 @@ TEST_F(ApplyTemplatesRun, SavesByAnyOtherNumberAsALaterVersion)
         Workspace.AddPart(PartTemplate(), "template");
         Workspace.AddSolidPart(Temp() / "a.ZALPart", "source");
         EXPECT_EQ(S_OK, Apply(static_cast<PreferredSaveMethod>(method)));
-        EXPECT_EQ(RunTraces().back(), "SaveMethod: " + std::to_string(method));
+        EXPECT_EQ("SaveMethod: " + std::to_string(method), RunTraces().back());
     }
     EXPECT_EQ(2U, Workspace.CallsOf({"SaveAs"}).size());
     EXPECT_THAT(Workspace.CallsOf({"SaveAsNew"}), IsEmpty());
@@ -315,8 +315,8 @@ TEST_F(DownloadedFile, IsTheFirstOfThatNameInAnyFolderAndLetterCase)
 
 TEST_F(DownloadedFile, IsNotThereForAnotherName)
 {
-    EXPECT_EQ(Find({"/t/nut.stp", "/t/nut", "/t/nut.ZALPart/bolt.ZALPart"}), None(S_FALSE));
-    EXPECT_EQ(Find({}), None(S_FALSE));
+    EXPECT_EQ(None(S_FALSE), Find({"/t/nut.stp", "/t/nut", "/t/nut.ZALPart/bolt.ZALPart"}));
+    EXPECT_EQ(None(S_FALSE), Find({}));
 }
 
 TEST_F(DownloadedFile, NeedsAChild)
@@ -329,12 +329,12 @@ TEST_F(DownloadedFile, NeedsAChild)
 TEST_F(DownloadedFile, NeedsAPartWithADocument)
 {
     part.part->document = nullptr;
-    EXPECT_EQ(Find({"/t/nut.ZALPart"}), None(E_FAIL));
+    EXPECT_EQ(None(E_FAIL), Find({"/t/nut.ZALPart"}));
     part.part->document = &part;
     part.part->offers.erase("ZALIPrtPart");
-    EXPECT_EQ(Find({"/t/nut.ZALPart"}), None(E_FAIL));
+    EXPECT_EQ(None(E_FAIL), Find({"/t/nut.ZALPart"}));
     child.representation = nullptr;
-    EXPECT_EQ(Find({"/t/nut.ZALPart"}), None(E_FAIL));
+    EXPECT_EQ(None(E_FAIL), Find({"/t/nut.ZALPart"}));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -459,7 +459,7 @@ TEST_F(ProductRun, PlacesEachPartInTheTemplateAndSavesIt)
                     "Add target.root: template of p.root", "Place template of p.root.1 in target.root at 1, 0, 1",
                     "SaveAs target to parts/bolt.ZALProduct, \"\", 1", "Unlock target 0", "Remove target 1",
                     "Unlock product 0", "Remove product 1", "Unlock template of p 0", "Remove template of p 1"));
-    EXPECT_EQ(RunTraces().back(), "SaveAs : " + InParts("bolt.ZALProduct"));
+    EXPECT_EQ("SaveAs : " + InParts("bolt.ZALProduct"), RunTraces().back());
     EXPECT_TRUE(exists(Temp() / "drawing.pdf")) << "it is not moved";
 }
 
@@ -482,7 +482,7 @@ TEST_F(ProductRun, IsSavedAsNewForNewFrom)
     EXPECT_THAT(Workspace.CallsOf({"SaveAs", "SaveAsNew"}),
                 ElementsAre("SaveAsNew template of p to parts/bolt_01.ZALPart, 0",
                             "SaveAsNew target to parts/bolt.ZALProduct, 0"));
-    EXPECT_EQ(RunTraces().back(), "SaveAsNew : " + InParts("bolt.ZALProduct"));
+    EXPECT_EQ("SaveAsNew : " + InParts("bolt.ZALProduct"), RunTraces().back());
 }
 
 TEST_F(ProductRun, RebuildsAPartOnceForAllItsInstances)

@@ -164,7 +164,7 @@ TEST_F(SanitizedName, KeepsEveryOtherVisibleCharacter)
         all += unit;
         expected += std::string("*?:|<>\"/\\").find(unit) == std::string::npos ? unit : '_';
     }
-    EXPECT_EQ(Sanitized(all), expected);
+    EXPECT_EQ(expected, Sanitized(all));
 }
 
 TEST_F(SanitizedName, OfATextThatCannotBeReadIsEmpty)
