@@ -143,8 +143,9 @@ protected:
 TEST_F(Bridge, RequestHasTheAttributesThenTheIdentifierOfTheItem)
 {
     const std::vector<std::pair<const char*, const char*>> items = {
-        {R"({"id": "item-5", "name": "left away", "attributes": {"z": 1, "a": {"b": [1.5, "ä", null, true]}, "u": {}}})",
-         R"({"z":1,"a":{"b":[1.5,"ä",null,true]},"u":{},"id":"item-5"})"},
+        {R"({"id": "item-5", "name": "left away", )"
+         R"("attributes": {"z": 1, "a": {"b": [1.5, "ä", null, true]}, "downloadUrls": {}}})",
+         R"({"z":1,"a":{"b":[1.5,"ä",null,true]},"downloadUrls":{},"id":"item-5"})"},
         {"{}", R"({"id":null})"},
         {R"({"attributes": {}})", R"({"id":null})"},
         {R"({"attributes": [1]})", R"({"id":null})"},

@@ -91,8 +91,8 @@ TEST(CompleteNotification, IsRecordedUnderItsNameAndModule)
     EXPECT_STREQ("ZALVelmartFileDownloadCompleteNotification", Notification::ClassName());
     EXPECT_STREQ("ZALVelmartFileDownloadCompleteNotification", record->GetName());
     EXPECT_STREQ("ZALVelmartIntegration", record->GetModule());
-    EXPECT_EQ(record->GetBase(), ZALNotification::MetaObject());
-    EXPECT_EQ(notification.GetMetaObject(), record);
+    EXPECT_EQ(ZALNotification::MetaObject(), record->GetBase());
+    EXPECT_EQ(record, notification.GetMetaObject());
     EXPECT_THAT(notification.IsA(), StrEq(Notification::ClassName()));
     EXPECT_EQ(1, notification.IsAKindOf("ZALNotification"));
     EXPECT_EQ(0, notification.IsAKindOf("ZALCommand"));

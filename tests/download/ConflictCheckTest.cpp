@@ -6,7 +6,6 @@
 namespace openhost::testing {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
@@ -90,7 +89,7 @@ TEST_F(ConflictCheck, TextsComeFromTheCatalogOfTheDownloader)
               "OverwriteNotifyRemaining = \"plus /P1 more /P2\";\n");
     Check(Existing(33));
     EXPECT_EQ("A title", Asked().title);
-    EXPECT_EQ(Asked().text, "A message\n\n" + Listed(30) + "\nplus 3 more /P2");
+    EXPECT_EQ("A message\n\n" + Listed(30) + "\nplus 3 more /P2", Asked().text);
 }
 
 TEST_F(ConflictCheck, UserRefusesByNoAlone)
@@ -188,7 +187,7 @@ class ArchiveEntry : public ::testing::TestWithParam<EntryCase> {};
 
 TEST_P(ArchiveEntry, IsIgnoredWhenItIsASideFile)
 {
-    EXPECT_EQ(IsIgnoredArchiveEntry(GetParam().entry), GetParam().ignored);
+    EXPECT_EQ(GetParam().ignored, IsIgnoredArchiveEntry(GetParam().entry));
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -90,7 +90,7 @@ class Disposition : public DataHandler, public ::testing::WithParamInterface<Dis
 TEST_P(Disposition, NamesTheTemporaryFile)
 {
     const std::string name = FileNameFor({{"content-type", Bytes}, {"content-disposition", GetParam().value}});
-    EXPECT_EQ(name, GetParam().fileName ? GetParam().fileName : "VelmartDownloadedQ7Files");
+    EXPECT_EQ(GetParam().fileName ? GetParam().fileName : "VelmartDownloadedQ7Files", name);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -325,7 +325,7 @@ TEST_F(DataHandler, BytesWithoutAFileStayInMemoryBeyondTheBuffer)
     Script().Bytes(std::string(BufferSize, 'b'));
     create_directory(Temp());
     Script().Bytes("c");
-    EXPECT_EQ(file_size(ZipFile()), 2 * BufferSize + 1);
+    EXPECT_EQ(2 * BufferSize + 1, file_size(ZipFile()));
     Script().End();
     EXPECT_TRUE(ReadFile(ZipFile()) == std::string(BufferSize, 'a') + std::string(BufferSize, 'b') + "c");
 }
@@ -475,7 +475,7 @@ TEST_P(Progress, IsReportedInStepsOfMoreThanTen)
 {
     for (const auto& [current, total] : GetParam().steps)
         Script().Progress(current, total);
-    EXPECT_EQ(TheOwner->Percents, GetParam().reported);
+    EXPECT_EQ(GetParam().reported, TheOwner->Percents);
 }
 
 constexpr std::uint64_t Largest = std::numeric_limits<std::uint64_t>::max();

@@ -273,8 +273,8 @@ TEST_P(DownloadAddress, IsTheFirstThatApplies)
 {
     ZALUnicodeString url = "as before";
     const HRESULT result = GetDownloadURL(Json(GetParam().request), url);
-    EXPECT_EQ(result, GetParam().url ? S_OK : E_FAIL);
-    EXPECT_EQ(ToUtf8(url), GetParam().url ? GetParam().url : "as before");
+    EXPECT_EQ(GetParam().url ? S_OK : E_FAIL, result);
+    EXPECT_EQ(GetParam().url ? GetParam().url : "as before", ToUtf8(url));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -381,7 +381,7 @@ TEST_F(DownloadDispatch, InstanceIsAlwaysTheSameOne)
 {
     ZALVelmartFileDownloader* instance = ZALVelmartFileDownloader::GetInstance();
     ASSERT_NE(nullptr, instance);
-    EXPECT_EQ(ZALVelmartFileDownloader::GetInstance(), instance);
+    EXPECT_EQ(instance, ZALVelmartFileDownloader::GetInstance());
     EXPECT_EQ(2U, instance->AddRef()) << "no reference is added";
     instance->Release();
 }
@@ -412,8 +412,8 @@ TEST_F(DownloadDispatch, IsRecordedUnderItsNameAndModule)
     ZALMetaClass* record = ZALVelmartFileDownloader::MetaObject();
     EXPECT_STREQ("ZALVelmartFileDownloader", record->GetName());
     EXPECT_STREQ("ZALVelmartIntegration", record->GetModule());
-    EXPECT_EQ(record->GetBase(), ZALCommand::MetaObject());
-    EXPECT_EQ(Downloader().GetMetaObject(), record);
+    EXPECT_EQ(ZALCommand::MetaObject(), record->GetBase());
+    EXPECT_EQ(record, Downloader().GetMetaObject());
     EXPECT_STREQ("ZALVelmartFileDownloader", Downloader().IsA());
     EXPECT_STREQ("ZALVelmartFileDownloader", ZALVelmartFileDownloader::ClassId());
     EXPECT_EQ(1, Downloader().IsAKindOf("ZALCommand"));
@@ -431,7 +431,7 @@ TEST_F(DownloadDispatch, TemplateAddressesAreKept)
     EXPECT_EQ("https://velmart.example/t", ToUtf8(url));
 
     EXPECT_EQ(S_OK, Downloader().SetTemplatesURLs(Json("[]")));
-    EXPECT_EQ(Probe.TemplatesURLs().GetKind() & ZALOmxKindMask, ZALOmxKindList);
+    EXPECT_EQ(ZALOmxKindList, Probe.TemplatesURLs().GetKind() & ZALOmxKindMask);
 }
 
 TEST_F(DownloadDispatch, EndOfTheDownloaderReleasesTheMultiFileDownload)

@@ -19,7 +19,7 @@ protected:
     std::vector<std::string> Extract(const ZipBytes& archive, HRESULT expected = S_OK)
     {
         ZALListValZALUnicodeString files = ListOf({"from before"});
-        EXPECT_EQ(ExtractFiles(Archive(archive), PartsFolder(), files), expected);
+        EXPECT_EQ(expected, ExtractFiles(Archive(archive), PartsFolder(), files));
         return TextsOf(files);
     }
     void Finish(const ZipBytes& archive) { Probe.FinishExtraction(Archive(archive), PartsFolder()); }

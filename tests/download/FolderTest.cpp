@@ -17,7 +17,7 @@ protected:
     std::string Delivered(HRESULT expected)
     {
         ZALUnicodeString folder = "untouched";
-        EXPECT_EQ(Probe.GetValidDestinationFolderInSettings(folder), expected);
+        EXPECT_EQ(expected, Probe.GetValidDestinationFolderInSettings(folder));
         return ToUtf8(folder);
     }
 
@@ -57,7 +57,7 @@ TEST_F(DestinationFolder, MissingFlagLeavesTheDownloadWaiting)
     Loop().RunUntilIdle();
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
-    EXPECT_EQ(ToUtf8(Probe.DownloadedFilePath()), TemporaryFile().string());
+    EXPECT_EQ(TemporaryFile().string(), ToUtf8(Probe.DownloadedFilePath()));
     EXPECT_EQ(nullptr, Probe.HttpRequest());
     EXPECT_EQ(nullptr, Probe.ProgressDlg());
 }
@@ -98,7 +98,7 @@ TEST_F(DestinationFolder, DialogOKWithoutSettingsEndsAsFailed)
     Probe.OnDownloadLocationDlgOK();
     EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
     EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
-    EXPECT_EQ(BusyCursorCount(), busyCursors);
+    EXPECT_EQ(busyCursors, BusyCursorCount());
 }
 
 TEST_F(DestinationFolder, OfTheDialogThatIsEmptyEndsAsFailed)
@@ -118,7 +118,7 @@ TEST_F(DestinationFolder, DialogOKShowsTheBusyCursorBeforeTheQuestion)
     Loop().Post([&] { inQuestion = BusyCursorCount(); });
     Probe.OnDownloadLocationDlgOK();
     EXPECT_EQ(inQuestion, busyCursors + 1);
-    EXPECT_EQ(BusyCursorCount(), busyCursors + 1);
+    EXPECT_EQ(busyCursors + 1, BusyCursorCount());
 }
 
 TEST_F(DestinationFolder, DialogOKKeepsItsFileThoughAnotherDownloadEndsMeanwhile)

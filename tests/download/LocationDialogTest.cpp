@@ -73,10 +73,10 @@ TEST_F(LocationDialogOfADownload, ComesEachTimeWithoutTheFlag)
     SetSettings(Parts(), false);
     for (int time = 1; time <= 2; ++time) {
         Download();
-        EXPECT_EQ(TimesShown(), time);
+        EXPECT_EQ(time, TimesShown());
         Surface().Answer("OverwriteNotify", ZALDlgAnswerYes);
         EXPECT_EQ(PushResult::Done, Push("OK"));
-        EXPECT_EQ(Receiver.Received.size(), static_cast<std::size_t>(time));
+        EXPECT_EQ(static_cast<std::size_t>(time), Receiver.Received.size());
         Loop().RunUntilIdle();
     }
 }
@@ -86,7 +86,7 @@ TEST_F(LocationDialogOfADownload, ComesForAFolderThatIsGone)
     SetSettings(Folder() / "gone", true);
     Download();
     ASSERT_TRUE(IsOpen());
-    EXPECT_EQ(ToUtf8(ZALDialogNode::Of(*Surface().Find(Dialog, Editor)).text), (Folder() / "gone").string());
+    EXPECT_EQ((Folder() / "gone").string(), ToUtf8(ZALDialogNode::Of(*Surface().Find(Dialog, Editor)).text));
 }
 
 TEST_F(LocationDialogOfADownload, StaysOpenForAFolderThatIsNotValid)
@@ -158,6 +158,17 @@ TEST_F(LocationDialogOfADownload, StandsAsItIsWhileTheOverwriteQuestionOfItsOKIs
     Push("OK");
     EXPECT_TRUE(openInQuestion);
     EXPECT_EQ("part", ReadFile(Parts() / "a.ZALPart"));
+}
+
+TEST_F(LocationDialogOfADownload, LeadsToAFailureWhenTheSettingsAreGone)
+{
+    SetSettings({}, false);
+    Download();
+    Enter(Parts());
+    SettingsStore::Current().SetAvailable(false);
+    EXPECT_EQ(PushResult::Done, Push("OK"));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
+    EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
 }
 
 TEST_F(LocationDialogOfADownload, ThatTheHostEndsSendsNothing)

@@ -185,7 +185,7 @@ TEST_P(FaultyProduct, StillLeadsToARoot)
 {
     Point("A.ZALProduct", {"/q/B.ZALProduct"}, GetParam().fault);
     Point("B.ZALProduct", {});
-    EXPECT_EQ(Find({"/p/B.ZALProduct", "/p/A.ZALProduct"}), GetParam().root);
+    EXPECT_EQ(GetParam().root, Find({"/p/B.ZALProduct", "/p/A.ZALProduct"}));
 }
 
 /// The calls for a product up to the `count`th.

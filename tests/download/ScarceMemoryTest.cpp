@@ -142,7 +142,7 @@ TEST(ScarceMemory, TransferStartsOrLeavesTheDownloaderIdle)
             EXPECT_EQ(S_OK, scene.Probe.Downloader().StartDownload(request));
         }
         EXPECT_TRUE(scene.Transport().Last().IsRunning());
-        EXPECT_EQ(scene.IsShown(ProgressWindow), scene.Probe.ProgressDlg() != nullptr);
+        EXPECT_EQ(scene.Probe.ProgressDlg() != nullptr, scene.IsShown(ProgressWindow));
         withoutDialog += scene.Probe.ProgressDlg() == nullptr;
 
         scene.Transport().Last().Bytes(Scene::Body());
@@ -370,7 +370,7 @@ TEST(ScarceMemory, WarningsThatCannotBeJoinedAreEmpty)
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
         ZALUnicodeString text;
         memory.During([&] { text = notification.GetConcatenedWarningsMessageNLS(); });
-        EXPECT_EQ(ToUtf8(text), memory.HasRunOut() ? "" : "a warning of some length\nand another one, longer still");
+        EXPECT_EQ(memory.HasRunOut() ? "" : "a warning of some length\nand another one, longer still", ToUtf8(text));
     });
     EXPECT_GT(failures, 0);
 }

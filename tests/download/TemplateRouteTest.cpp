@@ -119,7 +119,7 @@ TEST_F(TemplateRoute, RebuildsAPartOnItsTemplate)
     EXPECT_EQ("template", ReadFile(Parts() / "Bolt M6_8.ZALPart"));
     EXPECT_FALSE(exists(Temp() / "m6.ZALPart")) << "the source is deleted";
     EXPECT_THAT(Stored(), ElementsAre(PartTemplate().string(), ProductTemplate().string()));
-    EXPECT_EQ(BusyCursorCount(), cursors + 1);
+    EXPECT_EQ(cursors + 1, BusyCursorCount());
     EXPECT_EQ(nullptr, Surface().Find(ProgressWindow));
 }
 
@@ -218,7 +218,7 @@ TEST_F(TemplateRoute, ReusesAFileThatIsThereInsideTheCall)
     EXPECT_THAT(Requested(), IsEmpty());
     EXPECT_FALSE(exists(Temp() / "VelmartTemplates"));
     EXPECT_EQ("old", ReadFile(Parts() / "Bolt_1.ZALPart"));
-    EXPECT_EQ(BusyCursorCount(), cursors);
+    EXPECT_EQ(cursors, BusyCursorCount());
 }
 
 TEST_F(TemplateRoute, ReusesAFileAlsoOfARequestWithoutAnAddress)
@@ -265,7 +265,8 @@ TEST_F(TemplateRoute, FetchesATemplateOnce)
     ServeFile(ItemUrl, "a.stp");
     EXPECT_EQ(S_OK, Download("first"));
     Announce(
-        R"({"zalpartTemplate": "https://velmart.example/other", "zalproductTemplate": "https://velmart.example/other"})");
+        R"({"zalpartTemplate": "https://velmart.example/other",
+                 "zalproductTemplate": "https://velmart.example/other"})");
     EXPECT_EQ(S_OK, Download("second"));
     EXPECT_THAT(Requested(), ElementsAre(ItemUrl, PartUrl, ProductUrl, ItemUrl)) << "a new address changes nothing";
     EXPECT_THAT(Stored(), ElementsAre(PartTemplate().string(), ProductTemplate().string()));
@@ -476,7 +477,7 @@ TEST_F(TemplateRoute, DeletesTheSourcesBeforeItTellsTheEnd)
     ServeFile(PartUrl, "no document.ZALPart");
     sourceThere = true;
     EXPECT_EQ(S_OK, Download("nut"));
-    EXPECT_EQ(Receiver.Received.back(), Failed());
+    EXPECT_EQ(Failed(), Receiver.Received.back());
     EXPECT_FALSE(sourceThere);
 }
 
@@ -692,7 +693,7 @@ TEST_F(TemplateRoute, FileThatIsThereIsToldOrTheDownloadFails)
         HRESULT result = E_FAIL;
         memory.During([&] { result = Probe.StartDownloadAndApplyTemplates(request, folder); });
         EXPECT_TRUE(result == S_OK || memory.HasRunOut());
-        EXPECT_EQ(ends.Succeeded + ends.Failed, result == S_OK ? 1 : 0);
+        EXPECT_EQ(result == S_OK ? 1 : 0, ends.Succeeded + ends.Failed);
         EXPECT_TRUE(ends.Succeeded == 1 || memory.HasRunOut());
     });
     EXPECT_GT(failures, 10);

@@ -54,7 +54,7 @@ TEST_F(DownloadTransfer, SecondStartFailsWithoutTraceAndRequest)
     EXPECT_EQ(E_FAIL, Probe.StartDefaultDownloadURL("https://velmart.example/second"));
     EXPECT_EQ(1U, Traces().size());
     EXPECT_EQ(1U, Transport().Requests().size());
-    EXPECT_EQ(Probe.HttpRequest(), running);
+    EXPECT_EQ(running, Probe.HttpRequest());
     EXPECT_TRUE(Transport().Last().IsRunning());
 }
 
@@ -76,7 +76,7 @@ TEST_F(DownloadTransfer, ShowsTheProgressDialog)
                                                             Field(&ScriptedSurface::WindowEvent::style, 0x44200U),
                                                             Field(&ScriptedSurface::WindowEvent::action,
                                                                   ScriptedSurface::WindowEvent::Action::Shown))));
-    EXPECT_EQ(Probe.ProgressDlg(), Surface().Find(ProgressWindow));
+    EXPECT_EQ(Surface().Find(ProgressWindow), Probe.ProgressDlg());
 }
 
 TEST_F(DownloadTransfer, RunsWithoutDialogWithoutAFrameOrADocumentWindow)
@@ -129,10 +129,10 @@ TEST_F(DownloadTransfer, ProgressMovesTheBarAndRepaints)
     const int updates = DisplayUpdateCount();
     script.Progress(5, 100);
     EXPECT_EQ(0, Bar()->GetPos());
-    EXPECT_EQ(DisplayUpdateCount(), updates);
+    EXPECT_EQ(updates, DisplayUpdateCount());
     script.Progress(42, 100);
     EXPECT_EQ(42, Bar()->GetPos());
-    EXPECT_EQ(DisplayUpdateCount(), updates + 1);
+    EXPECT_EQ(updates + 1, DisplayUpdateCount());
 }
 
 TEST_F(DownloadTransfer, ProgressBeyondTheTotalFillsTheBar)
@@ -145,7 +145,7 @@ TEST_F(DownloadTransfer, ProgressWithoutDialogIsIgnored)
 {
     const int updates = DisplayUpdateCount();
     Probe.NotifyProgress(50);
-    EXPECT_EQ(DisplayUpdateCount(), updates);
+    EXPECT_EQ(updates, DisplayUpdateCount());
 }
 
 TEST_F(DownloadTransfer, ProgressWithoutApplicationMovesTheBar)
@@ -277,7 +277,7 @@ TEST_F(DownloadTransfer, EndsItsDialogBeforeTheNotification)
     Loop().RunUntilIdle();
     EXPECT_EQ(1U, Receiver.Received.size());
     EXPECT_EQ(nullptr, Surface().Find(ProgressWindow));
-    EXPECT_EQ(Surface().WindowEvents().back().action, ScriptedSurface::WindowEvent::Action::Ended);
+    EXPECT_EQ(ScriptedSurface::WindowEvent::Action::Ended, Surface().WindowEvents().back().action);
 }
 
 TEST_F(DownloadTransfer, FinishedTransferShowsTheBusyCursorAndKeepsTheFile)
@@ -342,7 +342,7 @@ TEST_F(DownloadTransfer, TemporaryFileThatCannotBeOpenedEndsAsFailed)
     remove(Temp());
     Transfer(Body());
     EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
-    EXPECT_EQ(ToUtf8(Probe.DownloadedFilePath()), TemporaryFile().string());
+    EXPECT_EQ(TemporaryFile().string(), ToUtf8(Probe.DownloadedFilePath()));
 }
 
 TEST_F(DownloadTransfer, FileNameOfTheServerNamesTheTemporaryFile)
