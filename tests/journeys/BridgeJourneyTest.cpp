@@ -115,9 +115,9 @@ TEST_F(BridgeJourney, ArchivesAndRawFilesComeInTheOrderOfTheirKeys)
         Deliver(paths);
     };
     const auto completion = Fetch(RequestOf("washer-m8"));
-    EXPECT_EQ(completion.files, paths.get<std::vector<std::string>>());
-    EXPECT_EQ(ReadFile(Parts() / "Washer.ZALPart"), Original("ISO7089_M10.ZALPart"));
-    EXPECT_EQ(ReadFile(Parts() / "Bracket.ZALPart"), Original("BRACKET_40.ZALPart"));
+    EXPECT_EQ(paths.get<std::vector<std::string>>(), completion.files);
+    EXPECT_EQ(Original("ISO7089_M10.ZALPart"), ReadFile(Parts() / "Washer.ZALPart"));
+    EXPECT_EQ(Original("BRACKET_40.ZALPart"), ReadFile(Parts() / "Bracket.ZALPart"));
     for (const std::string& file : completion.files)
         EXPECT_NO_THROW(ReadDocument(file)) << file;
     EXPECT_THAT(FilesInParts(), SizeIs(completion.files.size()));
@@ -128,7 +128,7 @@ TEST_F(BridgeJourney, TheComponentAnswersInsideTheCall)
     OnRequest = [](const json&) { Deliver({"/srv/a.ZALProduct", "/srv/b.ZALPart"}); };
     const std::size_t before = Listener().Completions().size();
     EXPECT_EQ(S_OK, JourneyFixture::Send("velmart_download", RequestOf("bearing-unit-20")));
-    ASSERT_EQ(Listener().Completions().size(), before + 1) << "before the message returns";
+    ASSERT_EQ(before + 1, Listener().Completions().size()) << "before the message returns";
     EXPECT_THAT(Listener().Completions().back().files, ElementsAre("/srv/a.ZALProduct", "/srv/b.ZALPart"));
     EXPECT_THAT(FilesInParts(), IsEmpty());
 }
@@ -195,7 +195,7 @@ TEST_F(BridgeJourney, TheSecondRequestForFilesGivesTheFirstUp)
     const auto completion = Download(RequestOf("washer-m8"));
     EXPECT_THAT(completion.files, ElementsAre((Parts() / "Fast.ZALPart").string()));
     EXPECT_THAT(FilesInParts(), ElementsAre("Fast.ZALPart"));
-    EXPECT_EQ(ReadFile(Parts() / "Fast.ZALPart"), Original("BRACKET_40.ZALPart"));
+    EXPECT_EQ(Original("BRACKET_40.ZALPart"), ReadFile(Parts() / "Fast.ZALPart"));
 }
 
 TEST_F(BridgeJourney, TheUserCannotCancelWhatTheComponentAskedFor)
@@ -227,7 +227,7 @@ TEST_F(BridgeJourney, ManyFilesComeOneAfterTheOther)
     EXPECT_THAT(completion.files, SizeIs(Count));
     const std::string sum = Md5OfFile(std::filesystem::path(ItemsDir()) / "files" / "ISO7089_M8.ZALPart");
     for (const std::string& file : completion.files)
-        EXPECT_EQ(Md5OfFile(file), sum) << file;
+        EXPECT_EQ(sum, Md5OfFile(file)) << file;
 }
 
 TEST_F(BridgeJourney, ACatalogueThatIsDownIsToldToTheComponent)

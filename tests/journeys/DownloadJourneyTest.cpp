@@ -50,7 +50,7 @@ TEST_F(DownloadJourney, EveryItemOfTheCatalogueComes)
         std::filesystem::remove_all(Parts());
         std::filesystem::create_directory(Parts());
         const auto completion = Fetch(RequestOf(item["id"]));
-        EXPECT_EQ(NameOf(completion.files.front()), item["root"]);
+        EXPECT_EQ(item["root"], NameOf(completion.files.front()));
     }
 }
 
@@ -217,13 +217,13 @@ TEST_P(ReplyJourney, EndsAsItMust)
 {
     const ReplyCase& reply = GetParam();
     const auto completion = Download(RequestFor(Base() + "/files/bolted-joint-m8.zip?" + reply.query));
-    EXPECT_EQ(completion.status, reply.status);
+    EXPECT_EQ(reply.status, completion.status);
 
     std::vector<std::string> temporary;
     for (const auto& entry : std::filesystem::directory_iterator(Temp()))
         temporary.push_back(entry.path().filename());
-    EXPECT_EQ(temporary,
-              reply.temporaryFile ? std::vector<std::string>{reply.temporaryFile} : std::vector<std::string>{});
+    EXPECT_EQ(reply.temporaryFile ? std::vector<std::string>{reply.temporaryFile} : std::vector<std::string>{},
+              temporary);
 
     if (reply.status == Succeeded) {
         EXPECT_EQ(FilesInParts().size(), completion.files.size());

@@ -67,7 +67,7 @@ TEST_F(DownloadLocationJourney, TheUserBrowsesForAFolderAndIsNotAskedAgain)
     for (const std::string& file : Listener().Completions()[0].files)
         EXPECT_NO_THROW(ReadDocument(file)) << file;
     const nlohmann::json saved = nlohmann::json::parse(SettingsText());
-    EXPECT_EQ(saved["DownloadLocation"], Parts().string());
+    EXPECT_EQ(Parts().string(), saved["DownloadLocation"]);
     EXPECT_EQ(true, saved["DoNotRemindDownloadLocation"]);
     EXPECT_THAT(Surface().Questions(), IsEmpty());
     EXPECT_EQ(nullptr, Surface().Find(Dialog));

@@ -130,10 +130,11 @@ private:
 
 class EitherEvent : public InsertionEnds, public ::testing::WithParamInterface<const char*> {
 protected:
+    static bool IsInsert() { return GetParam() == std::string(Insert); }
     /// An insert needs a product.
     void SetUp() override
     {
-        if (GetParam() == std::string(Insert))
+        if (IsInsert())
             Workspace().ReplaceComponent(*Frame().Root(), *Frame().Children()[1], Sub(), false);
         else
             Workspace().AddComponents(*Frame().Root(), {Sub()});
@@ -148,12 +149,12 @@ protected:
         WriteDocument(sub, Parts() / "sub.ZALProduct");
         return Parts() / "sub.ZALProduct";
     }
-    std::string Target() const { return GetParam() == std::string(Insert) ? "frame/sub.1" : "frame/plate.2"; }
+    std::string Target() const { return IsInsert() ? "frame/sub.1" : "frame/plate.2"; }
     void ExpectGivenUp()
     {
         RunUntilIdle();
         EXPECT_EQ(0U, Commands());
-        EXPECT_EQ(Children(), before_);
+        EXPECT_EQ(before_, Children());
         EXPECT_FALSE(Frame().IsDirty());
         EXPECT_EQ(4U, Workspace().LoadedDocuments());
         Do(Insert, InSource(), "frame");
@@ -174,8 +175,8 @@ TEST_P(EitherEvent, IsGivenUpWhenItsDownloadIsRefusedAtOnce)
         const std::size_t before = Dialogs().size();
         Do(GetParam(), content, Target());
         EXPECT_EQ(0U, Commands()) << content;
-        ASSERT_EQ(Dialogs().size(), before + 1) << content;
-        EXPECT_EQ(Dialogs().back(), ErrorDialog);
+        ASSERT_EQ(before + 1, Dialogs().size()) << content;
+        EXPECT_EQ(ErrorDialog, Dialogs().back());
     }
     ExpectGivenUp();
 }
@@ -184,18 +185,18 @@ TEST_P(EitherEvent, IsDoneInsideThePickWhenTheFileIsThere)
 {
     StopCatalogue();
     Begin(GetParam(), InSource(), Target());
-    EXPECT_TRUE(GetParam() == std::string(Insert) ? Frame().Children()[1]->Reference()->IsDirty() : Frame().IsDirty());
+    EXPECT_TRUE(IsInsert() ? Frame().Children()[1]->Reference()->IsDirty() : Frame().IsDirty());
     RunUntilIdle();
     EXPECT_EQ(0U, Commands());
     EXPECT_EQ(1U, Listener().Completions().size());
     const LoadedDocument* post = Workspace().Find(Parts() / "post.ZALPart");
-    if (GetParam() == std::string(Insert)) {
-        EXPECT_EQ(Frame().Children()[1]->Reference()->Children().at(0)->Reference(), post);
+    if (IsInsert()) {
+        EXPECT_EQ(post, Frame().Children()[1]->Reference()->Children().at(0)->Reference());
     } else {
         // Nobody has answered the question, which means all instances.
         EXPECT_THAT(Dialogs(), ElementsAre("ReplaceAllPopUp"));
-        EXPECT_EQ(Frame().Children()[0]->Reference(), post);
-        EXPECT_EQ(Frame().Children()[1]->Reference(), post);
+        EXPECT_EQ(post, Frame().Children()[0]->Reference());
+        EXPECT_EQ(post, Frame().Children()[1]->Reference());
     }
 }
 
@@ -287,8 +288,8 @@ TEST_F(InsertionEnds, TheSameItemIsInsertedTwiceAsTwoComponentsOfOneDocument)
     const WorkspaceProduct& first = *Frame().Children()[3];
     const WorkspaceProduct& second = *Frame().Children()[4];
     EXPECT_EQ(first.Reference(), second.Reference());
-    EXPECT_EQ(first.Name(), first.Reference()->PartNumber() + ".1");
-    EXPECT_EQ(second.Name(), first.Reference()->PartNumber() + ".2");
+    EXPECT_EQ(first.Reference()->PartNumber() + ".1", first.Name());
+    EXPECT_EQ(first.Reference()->PartNumber() + ".2", second.Name());
     Workspace().Save(Frame());
     EXPECT_EQ(3U, ReadDocument(Parts() / "frame.ZALProduct").links.size());
 }

@@ -104,12 +104,12 @@ HRESULT JourneyFixture::Send(const std::string& event, const nlohmann::json& con
 
 void JourneyFixture::RunUntilIdle()
 {
-    ASSERT_EQ(EventLoop::Current().RunUntilIdle(Patience), RunEnd::Idle);
+    ASSERT_EQ(RunEnd::Idle, EventLoop::Current().RunUntilIdle(Patience));
 }
 
 void JourneyFixture::RunUntil(const std::function<bool()>& done)
 {
-    ASSERT_EQ(EventLoop::Current().RunUntil(done, Patience), RunEnd::Done);
+    ASSERT_EQ(RunEnd::Done, EventLoop::Current().RunUntil(done, Patience));
 }
 
 CompletionListener::Completion JourneyFixture::Download(const nlohmann::json& content)

@@ -56,4 +56,12 @@ std::vector<json> PanelFixture::Play(const json& steps, const std::string& base)
     return PlayFile(file, "--panel", Parts(), base).journal;
 }
 
+std::vector<json> PanelFixture::PlayToTheEnd(const json& steps, const std::string& base) const
+{
+    std::vector<json> journal = Play(steps, base);
+    if (journal.empty() || journal.back() != json({{"event", "end"}, {"status", 0}}))
+        throw std::runtime_error("the session has not ended well: " + (journal.empty() ? "" : journal.back().dump()));
+    return journal;
+}
+
 } // namespace openhost::testing

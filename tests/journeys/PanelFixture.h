@@ -19,6 +19,10 @@ protected:
     std::vector<nlohmann::json> Play(const nlohmann::json& steps, const std::string& base) const;
     std::vector<nlohmann::json> Play(const nlohmann::json& steps) const { return Play(steps, Base()); }
 
+    /// The same for steps that must lead to their end.
+    std::vector<nlohmann::json> PlayToTheEnd(const nlohmann::json& steps, const std::string& base) const;
+    std::vector<nlohmann::json> PlayToTheEnd(const nlohmann::json& steps) const { return PlayToTheEnd(steps, Base()); }
+
     /// Environment variables of the sessions.
     nlohmann::json environment_ = {{"ZAL_MERIDIADIALOG_VLURL_CHECK", "${BASE}/categories"}, {"VL_Test_Url", "${BASE}"}};
 };

@@ -15,7 +15,6 @@ namespace openhost::testing {
 namespace {
 
 using nlohmann::json;
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
 class PlayJourney : public ProgramFixture {
@@ -74,8 +73,8 @@ TEST_F(PlayJourney, TheMainSessionBringsTheFilesAndTellsEachStep)
 
     const std::vector<json> transfers = Events(play, "transfer");
     ASSERT_EQ(1U, transfers.size());
-    EXPECT_EQ(transfers[0]["bytes"],
-              std::filesystem::file_size(std::filesystem::path(ItemsDir()) / "files" / "bearing-unit-20.zip"));
+    EXPECT_EQ(std::filesystem::file_size(std::filesystem::path(ItemsDir()) / "files" / "bearing-unit-20.zip"),
+              transfers[0]["bytes"]);
 
     const std::vector<json> extracted = Events(play, "extracted");
     ASSERT_FALSE(extracted.empty());
@@ -264,7 +263,7 @@ TEST_F(InsertionJourney, OpenOpensTheRootOfTheItem)
     const std::vector<json> documents = Events(play, "document");
     ASSERT_EQ(1U, documents.size());
     EXPECT_EQ("opened", documents[0]["action"]);
-    EXPECT_EQ(documents[0]["path"], std::filesystem::canonical(Parts() / RootOf(play).second).string());
+    EXPECT_EQ(std::filesystem::canonical(Parts() / RootOf(play).second).string(), documents[0]["path"]);
 }
 
 TEST_F(InsertionJourney, InsertAddsTheItemBelowTheSelectedProduct)
@@ -318,8 +317,8 @@ TEST_F(InsertionJourney, AMoveTurnsAComponentAboutItsOriginAndIsSaved)
     const Placement turned{0, -1, 0, 1, 1, 0, 0, 2.5, 0, 0, 1, -3};
     for (std::size_t i = 0; i < turned.size(); ++i)
         EXPECT_NEAR(saved.children[2].placement[i], turned[i], 1e-12) << i;
-    EXPECT_EQ(saved.children[1].placement, (Placement{1, 0, 0, 7, 0, 1, 0, 8, 0, 0, 1, 9}));
-    EXPECT_EQ(saved.children[0].placement, IdentityPlacement);
+    EXPECT_EQ((Placement{1, 0, 0, 7, 0, 1, 0, 8, 0, 0, 1, 9}), saved.children[1].placement);
+    EXPECT_EQ(IdentityPlacement, saved.children[0].placement);
 }
 
 TEST_F(InsertionJourney, APathThatIsNotThereAndADocumentThatIsNotLoadedFailTheirSteps)
@@ -344,10 +343,10 @@ TEST_F(InsertionJourney, AnInsertedItemIsSavedUnderAnotherNameAndTheFirstFileSta
                 {"tree": "${PARTS}/second.ZALProduct"}, {"close": "${PARTS}/second.ZALProduct"})",
                 FrameIsOpen),
         "--account");
-    EXPECT_EQ(ReadDocument(Frame()), before);
+    EXPECT_EQ(before, ReadDocument(Frame()));
     const CadDocument saved = ReadDocument(Parts() / "second.ZALProduct");
-    ASSERT_EQ(saved.children.size(), before.children.size() + 1);
-    EXPECT_EQ(saved.links[saved.children.back().link], RootOf(play).second);
+    ASSERT_EQ(before.children.size() + 1, saved.children.size());
+    EXPECT_EQ(RootOf(play).second, saved.links[saved.children.back().link]);
 
     std::vector<std::string> actions;
     for (const json& document : Events(play, "document"))
@@ -401,7 +400,7 @@ TEST_F(PlayJourney, TheExampleChangesAProductAndSavesIt)
         for (std::size_t number = 0; number < instance.placement.size(); ++number)
             EXPECT_NEAR(instance.placement[number], saved.children[i].placement[number], 1e-7) << number;
     }
-    EXPECT_EQ(read.solids, solids);
+    EXPECT_EQ(solids, read.solids);
     EXPECT_NEAR(read.volume, volume, 1e-5 * volume);
 }
 
@@ -424,12 +423,12 @@ TEST_F(PlayJourney, TheExampleOfTheBridgeOpensWhatAComponentHandsOver)
                                         "received reply"}),
               talk);
     const json transaction = json::parse(Events(play, "bridge")[4]["text"].get<std::string>());
-    EXPECT_EQ(transaction["params"]["filePathes"],
-              (json{(Parts() / "BOLTED_JOINT_M8.ZALProduct").string(), (Parts() / "Washer.ZALPart").string()}));
+    EXPECT_EQ((json{(Parts() / "BOLTED_JOINT_M8.ZALProduct").string(), (Parts() / "Washer.ZALPart").string()}),
+              transaction["params"]["filePathes"]);
 
     const std::vector<json> documents = Events(play, "document");
     ASSERT_EQ(2U, documents.size());
-    EXPECT_EQ(documents[0]["path"], std::filesystem::canonical(Parts() / "BOLTED_JOINT_M8.ZALProduct").string());
+    EXPECT_EQ(std::filesystem::canonical(Parts() / "BOLTED_JOINT_M8.ZALProduct").string(), documents[0]["path"]);
     EXPECT_EQ("opened", documents[1]["action"]);
     EXPECT_EQ(1U, Events(play, "moved").size());
     EXPECT_THAT(play.output, HasSubstr("Bridge        the module sends {\"method\":\"downloadQ7FilesFromTolva\""));

@@ -144,15 +144,15 @@ private:
 
 void ExpectEqualGeometry(const StepFile& rebuilt, const StepFile& source)
 {
-    EXPECT_EQ(rebuilt.solids, source.solids);
+    EXPECT_EQ(source.solids, rebuilt.solids);
     EXPECT_GT(source.solids, 0U);
     EXPECT_NEAR(rebuilt.volume, source.volume, 1e-9 * source.volume);
-    EXPECT_EQ(rebuilt.root, source.root);
-    EXPECT_EQ(rebuilt.products, source.products);
-    ASSERT_EQ(rebuilt.instances.size(), source.instances.size());
+    EXPECT_EQ(source.root, rebuilt.root);
+    EXPECT_EQ(source.products, rebuilt.products);
+    ASSERT_EQ(source.instances.size(), rebuilt.instances.size());
     for (const StepInstance& expected : source.instances) {
         const StepInstance& instance = rebuilt.Find(expected.path);
-        EXPECT_EQ(instance.product, expected.product) << expected.path;
+        EXPECT_EQ(expected.product, instance.product) << expected.path;
         EXPECT_NEAR(instance.volume, expected.volume, 1e-9 * expected.volume) << expected.path;
         for (std::size_t i = 0; i < 12; ++i)
             EXPECT_NEAR(instance.placement[i], expected.placement[i], 1e-9) << expected.path << " " << i;
@@ -174,21 +174,21 @@ TEST_F(RebuildJourney, APartHasTheSolidOfItsSourceAndTheRestOfTheTemplate)
     const CadDocument source = ReadDocument(Plain() / "ISO4014_M6x30.ZALPart");
     const CadDocument used = ReadDocument(ServedTemplate("PartTemplate.ZALPart"));
     ASSERT_TRUE(rebuilt.geometry);
-    EXPECT_EQ(rebuilt.geometry->facts.faces, source.geometry->facts.faces);
+    EXPECT_EQ(source.geometry->facts.faces, rebuilt.geometry->facts.faces);
     EXPECT_NEAR(rebuilt.geometry->facts.volume, source.geometry->facts.volume, 1e-9 * source.geometry->facts.volume);
     for (std::size_t axis = 0; axis < 3; ++axis) {
         EXPECT_NEAR(rebuilt.geometry->facts.lowest[axis], source.geometry->facts.lowest[axis], 1e-9);
         EXPECT_NEAR(rebuilt.geometry->facts.highest[axis], source.geometry->facts.highest[axis], 1e-9);
     }
-    EXPECT_EQ(rebuilt.partNumber, source.partNumber);
-    EXPECT_EQ(rebuilt.nomenclature, source.nomenclature);
-    EXPECT_EQ(rebuilt.description, source.description);
-    EXPECT_EQ(rebuilt.identity, used.identity);
-    EXPECT_EQ(rebuilt.features, used.features);
-    EXPECT_EQ(rebuilt.cameras, used.cameras);
+    EXPECT_EQ(source.partNumber, rebuilt.partNumber);
+    EXPECT_EQ(source.nomenclature, rebuilt.nomenclature);
+    EXPECT_EQ(source.description, rebuilt.description);
+    EXPECT_EQ(used.identity, rebuilt.identity);
+    EXPECT_EQ(used.features, rebuilt.features);
+    EXPECT_EQ(used.cameras, rebuilt.cameras);
     std::vector<UserParameter> parameters = used.parameters;
     std::ranges::copy(source.parameters, std::back_inserter(parameters));
-    EXPECT_EQ(rebuilt.parameters, parameters);
+    EXPECT_EQ(parameters, rebuilt.parameters);
 }
 
 TEST_F(RebuildJourney, APartHasTheCamerasOfItsSource)
@@ -211,7 +211,7 @@ TEST_F(RebuildJourney, APartHasTheCamerasOfItsSource)
     ASSERT_THAT(Names(Parts()), ElementsAre("My box.ZALPart"));
     const CadDocument rebuilt = ReadDocument(Parts() / "My box.ZALPart");
     EXPECT_TRUE(rebuilt.geometry);
-    EXPECT_EQ(rebuilt.cameras, source.cameras);
+    EXPECT_EQ(source.cameras, rebuilt.cameras);
     EXPECT_EQ(0, LeftOpen());
 }
 
@@ -230,10 +230,10 @@ TEST_F(RebuildJourney, AnAssemblyKeepsItsInstancesAndSharesRepeatedParts)
 
     const CadDocument product = ReadDocument(Parts() / "My joint.ZALProduct");
     const CadDocument used = ReadDocument(ServedTemplate("ProductTemplate.ZALProduct"));
-    EXPECT_EQ(product.links, (LinkTable{"My joint_01.ZALPart", "My joint_02.ZALPart", "My joint_03.ZALPart"}));
+    EXPECT_EQ((LinkTable{"My joint_01.ZALPart", "My joint_02.ZALPart", "My joint_03.ZALPart"}), product.links);
     EXPECT_EQ("BOLTED_JOINT_M8", product.partNumber);
-    EXPECT_EQ(product.cameras, used.cameras);
-    EXPECT_EQ(product.parameters, used.parameters) << "the source has none";
+    EXPECT_EQ(used.cameras, product.cameras);
+    EXPECT_EQ(used.parameters, product.parameters) << "the source has none";
     EXPECT_EQ("ISO7089_M8", ReadDocument(Parts() / "My joint_02.ZALPart").partNumber);
 }
 
