@@ -51,32 +51,55 @@ namespace {
 using nlohmann::ordered_json;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::SizeIs;
+using namespace std::string_literals;
 
-constexpr const char* SentRequest = "ZALVelmartFileDownloader : Send downloadQ7FilesFromTolva request\n";
-constexpr const char* ReceivedRequest = "ZALVelmartFileDownloader : Received downloadFilesFromVL request\n";
-constexpr const char* ReceivedError = "ZALVelmartFileDownloader : Received downloadQ7FilesFromTolva error response\n";
-constexpr const char* ReceivedSuccess =
-    "ZALVelmartFileDownloader : Received downloadQ7FilesFromTolva success response\n";
-constexpr const char* SentFiles = "ZALVelmartFileDownloader : Send downloadFilesFromVL response\n";
-constexpr const char* SentCancel = "ZALVelmartFileDownloader : Send downloadFilesFromVL cancel response\n";
-constexpr const char* SentError = "ZALVelmartFileDownloader : Send downloadFilesFromVL error response\n";
+const std::string SentRequest = "ZALVelmartFileDownloader : Send downloadQ7FilesFromTolva request\n";
+const std::string ReceivedRequest = "ZALVelmartFileDownloader : Received downloadFilesFromVL request\n";
+const std::string ReceivedError = "ZALVelmartFileDownloader : Received downloadQ7FilesFromTolva error response\n";
+const std::string ReceivedSuccess = "ZALVelmartFileDownloader : Received downloadQ7FilesFromTolva success response\n";
+const std::string SentFiles = "ZALVelmartFileDownloader : Send downloadFilesFromVL response\n";
+const std::string SentCancel = "ZALVelmartFileDownloader : Send downloadFilesFromVL cancel response\n";
+const std::string SentError = "ZALVelmartFileDownloader : Send downloadFilesFromVL error response\n";
+
+/// A reply of the component that ends the download with the file "/a", one that leaves it to the module, and two maps
+/// of addresses to ask for.
+constexpr const char* Success = R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a"]}})";
+constexpr const char* FallBack = R"({"id": 1, "error": {"code": -1697450280, "message": "yours"}})";
+constexpr const char* ItemA = R"({"A": "https://velmart.example/a"})";
+constexpr const char* ItemB = R"({"B": "https://velmart.example/b"})";
 
 /// A failure with a text for the user.
 Completion FailedWith(const std::string& error)
 {
     return {Notification::DownloadFailed, {}, "", error, {}};
 }
+/// The success of a component that names no environment.
+Completion Delivered(const std::vector<std::string>& files)
+{
+    return {Notification::DownloadSucceeded, files, "UT5", "", {}};
+}
+
+/// What the component is answered.
+std::string ErrorAnswer(int code, const std::string& message, const std::string& id = "7")
+{
+    return R"({ "error" : {"code": )" + std::to_string(code) + R"(, "message" : ")" + message + R"("}, "id" : )" + id +
+           "}";
+}
+std::string FailedAnswer(const std::string& id = "7")
+{
+    return ErrorAnswer(-20, "Download Failed", id);
+}
+std::string FilesAnswer(const std::string& files, const std::string& id = "7")
+{
+    return R"({"id":)" + id + R"(,"result":{"downloadedFilesPathes":)" + files + "}}";
+}
 
 class Bridge : public DownloadFixture {
 protected:
-    Bridge()
-    {
-        Component.Subscribe(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance(),
-                            ZALDlgHtmlViewJavaScriptNotification::ClassName());
-    }
+    Bridge() { Component.Subscribe(Publisher(), ZALDlgHtmlViewJavaScriptNotification::ClassName()); }
 
+    static ZALBaseUnknown* Publisher() { return ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance(); }
     /// The component sends `text`.
     static void Send(const std::string& text)
     {
@@ -86,32 +109,25 @@ protected:
     /// The module hands a download over, and nothing more is said.
     void HandOver(const std::string& request = R"({"downloadUrl": "https://velmart.example/item.zip", "id": 5})")
     {
-        EXPECT_EQ(Start(request), S_OK);
+        EXPECT_EQ(S_OK, Start(request));
         Messages.clear();
     }
     /// The component asks for the files of `urls`, a map in JSON, below the user's folder.
-    void AskFor(const std::string& urls, const std::string& id = "7")
+    static std::string Request(const std::string& urls, const std::string& folder, const std::string& id = "7")
     {
-        Send(R"({"method": "downloadFilesFromVL", "id": )" + id + R"(, "params": {"downloadUrls": )" + urls +
-             R"(, "downloadDestPath": ")" + Parts().string() + R"("}})");
+        return R"({"method": "downloadFilesFromVL", "id": )" + id + R"(, "params": {"downloadUrls": )" + urls +
+               R"(, "downloadDestPath": ")" + folder + R"("}})";
     }
-    void ServePart(const std::string& name)
+    void AskFor(const std::string& urls, const std::string& id = "7") { Send(Request(urls, Parts().string(), id)); }
+    void AskForAllOf(const std::string& urls)
     {
-        Transport().Answer("https://velmart.example/" + name,
-                           {.headers = {{"content-type", "application/octet-stream"},
-                                        {"content-disposition", "attachment; filename=x.ZALPart"}},
-                            .chunks = {name}});
+        AskFor(urls);
+        Loop().RunUntilIdle();
     }
-    std::vector<std::string> Requested()
-    {
-        std::vector<std::string> urls;
-        for (const HttpRequestData& request : Transport().Requests())
-            urls.push_back(request.url);
-        return urls;
-    }
+    void ServePart(const std::string& name) { ServeFile("https://velmart.example/" + name, "x.ZALPart", name); }
 
     std::vector<std::string> Messages;                         ///< what the component was told
-    std::function<void(const std::string& message)> OnMessage; ///< called behind each message
+    std::function<void(const std::string& message)> OnMessage; ///< called after each message
     Listener Component{[this](ZALBaseUnknown*, ZALNotification* notification, void*) {
         const auto* message = ZALSysDynamicCast<ZALDlgHtmlViewJavaScriptNotification>(notification);
         const std::string text(message->GetData(), message->GetDataLength());
@@ -124,47 +140,27 @@ protected:
 // ---------------------------------------------------------------------------------------------
 // The request for files
 
-TEST_F(Bridge, RequestHasTheAttributesAndTheIdentifierOfTheItem)
+TEST_F(Bridge, RequestHasTheAttributesThenTheIdentifierOfTheItem)
 {
-    EXPECT_EQ(Start(R"({"id": "item-5", "name": "left away",
-                        "attributes": {"z": 1, "a": {"b": [1.5, "ä", null, true]}, "downloadUrls": {}}})"),
-              S_OK);
-
-    EXPECT_THAT(Messages, ElementsAre(R"({"method":"downloadQ7FilesFromTolva","id":1,"params":)"
-                                      R"({"z":1,"a":{"b":[1.5,"ä",null,true]},"downloadUrls":{},"id":"item-5"}})"));
-    EXPECT_THAT(Traces(), ElementsAre(SentRequest));
+    const std::vector<std::pair<const char*, const char*>> items = {
+        {R"({"id": "item-5", "name": "left away", )"
+         R"("attributes": {"z": 1, "a": {"b": [1.5, "ä", null, true]}, "downloadUrls": {}}})",
+         R"({"z":1,"a":{"b":[1.5,"ä",null,true]},"downloadUrls":{},"id":"item-5"})"},
+        {"{}", R"({"id":null})"},
+        {R"({"attributes": {}})", R"({"id":null})"},
+        {R"({"attributes": [1]})", R"({"id":null})"},
+        {R"({"attributes": "x"})", R"({"id":null})"},
+        {R"({"id": {"number": 5}, "attributes": {"id": 4, "a": 1}})", R"({"id":4,"a":1,"id":{"number":5}})"},
+        {R"({"attributes": {"a\"b": "c\"\\\n\u0000"}})", R"({"a\"b":"c\"\\\n\u0000","id":null})"}};
+    std::vector<std::string> expected;
+    for (const auto& [request, parameters] : items) {
+        EXPECT_EQ(S_OK, Start(request)) << request;
+        expected.push_back(std::string(R"({"method":"downloadQ7FilesFromTolva","id":1,"params":)") + parameters + "}");
+    }
+    EXPECT_EQ(expected, Messages);
+    EXPECT_EQ(std::vector<std::string>(items.size(), SentRequest), Traces());
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(Requested(), IsEmpty());
-}
-
-TEST_F(Bridge, RequestOfABareItemHasANullIdentifierOnly)
-{
-    for (const char* request : {"{}", R"({"attributes": {}})", R"({"attributes": [1]})", R"({"attributes": "x"})"})
-        EXPECT_EQ(Start(request), S_OK);
-    EXPECT_THAT(Messages, ::testing::Each(R"({"method":"downloadQ7FilesFromTolva","id":1,"params":{"id":null}})"));
-    EXPECT_THAT(Messages, SizeIs(4));
-}
-
-TEST_F(Bridge, RequestHasBothIdentifiersWhenTheAttributesHaveOne)
-{
-    Start(R"({"id": {"number": 5}, "attributes": {"id": 4, "a": 1}})");
-    EXPECT_THAT(Messages, ElementsAre(R"({"method":"downloadQ7FilesFromTolva","id":1,)"
-                                      R"("params":{"id":4,"a":1,"id":{"number":5}}})"));
-}
-
-TEST_F(Bridge, RequestEscapesWhatItCarries)
-{
-    Start(R"({"attributes": {"a\"b": "c\"\\\n\u0000"}})");
-    ASSERT_THAT(Messages, SizeIs(1));
-    EXPECT_EQ(ordered_json::parse(Messages[0])["params"]["a\"b"], std::string("c\"\\\n\0", 5));
-}
-
-TEST_F(Bridge, SecondRequestGoesOutUnderTheSameIdentifier)
-{
-    Start("{}");
-    Start(R"({"id": 2})");
-    EXPECT_THAT(Messages, ElementsAre(R"({"method":"downloadQ7FilesFromTolva","id":1,"params":{"id":null}})",
-                                      R"({"method":"downloadQ7FilesFromTolva","id":1,"params":{"id":2}})"));
 }
 
 TEST_F(Bridge, MessagesReachTheModuleFromTheFirstRequestOn)
@@ -175,9 +171,8 @@ TEST_F(Bridge, MessagesReachTheModuleFromTheFirstRequestOn)
     HandOver();
     Send("no JSON");
     EXPECT_THAT(Receiver.Received, SizeIs(1));
-
     Send("no JSON");
-    EXPECT_THAT(Receiver.Received, SizeIs(2)) << "also behind the end of the download";
+    EXPECT_THAT(Receiver.Received, SizeIs(2)) << "also after the end of the download";
 }
 
 TEST_F(Bridge, MessageIsParsedWithIntegersKeptApartFromFloatingNumbers)
@@ -186,7 +181,7 @@ TEST_F(Bridge, MessageIsParsedWithIntegersKeptApartFromFloatingNumbers)
     for (const char* message : {"no JSON", R"({"id": 1.0})", R"({"method": ""})"}) {
         activations = 0;
         Send(message);
-        EXPECT_EQ(activations, 1) << message;
+        EXPECT_EQ(1, activations) << message;
         EXPECT_TRUE(wasActivated) << message;
     }
 }
@@ -194,15 +189,14 @@ TEST_F(Bridge, MessageIsParsedWithIntegersKeptApartFromFloatingNumbers)
 // ---------------------------------------------------------------------------------------------
 // The reply that ends the download
 
-TEST_F(Bridge, SuccessDeliversThePathsInTheirOrder)
+TEST_F(Bridge, SuccessDeliversThePathsInTheirOrderEachTimeItIsTold)
 {
+    const std::vector<std::string> paths = {"/p/part.ZALPart", "/p/Écrou.ZALProduct", ""};
     HandOver();
-    Send(R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/p/part.ZALPart", "/p/Écrou.ZALProduct", ""]}})");
-
-    EXPECT_THAT(Receiver.Received,
-                ElementsAre(Completion{
-                    Notification::DownloadSucceeded, {"/p/part.ZALPart", "/p/Écrou.ZALProduct", ""}, "UT5", "", {}}));
-    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedSuccess));
+    for (int time = 0; time < 2; ++time)
+        Send(R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/p/part.ZALPart", "/p/Écrou.ZALProduct", ""]}})");
+    EXPECT_THAT(Receiver.Received, ElementsAre(Delivered(paths), Delivered(paths)));
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedSuccess, ReceivedSuccess));
     EXPECT_THAT(Documents().Calls(), IsEmpty()) << "no root is looked for";
     EXPECT_THAT(Messages, IsEmpty());
 }
@@ -213,102 +207,73 @@ TEST_F(Bridge, SuccessNamesTheDocumentEnvironment)
     for (const char* environment : {R"("File")", R"("")", "5", "null", R"(["File"])"})
         Send(std::string(R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a"], "docEnvId": )") + environment +
              "}}");
-
     std::vector<std::string> environments;
     for (const Completion& completion : Receiver.Received)
         environments.push_back(completion.environment);
     EXPECT_THAT(environments, ElementsAre("File", "", "UT5", "UT5", "UT5"));
 }
 
-class RefusedReply : public Bridge, public ::testing::WithParamInterface<NamedText> {};
-
-TEST_P(RefusedReply, FailsWithAnEmptyText)
+TEST_F(Bridge, WhatIsNoReplyFailsTheDownloadWithoutATrace)
 {
     HandOver();
-    Send(GetParam().text);
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
+    for (const std::string& text :
+         {""s, "nonsense"s, R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a"]})"s, R"({"id": 1} {"id": 1})"s,
+          "{\"id\": 1, \"\xFF\": 1}"s, "{\"id\": 1}\0"s, std::string(300, '[') + std::string(300, ']'), "1"s, "null"s,
+          R"([{"id": 1}])"s, std::string("{}"), R"({"id": 1})"s, R"({"id": 1, "method": ["downloadFilesFromVL"]})"s,
+          // Under another identifier.
+          R"({"result": {"downloadedQ7FilesPathes": ["/a"]}})"s,
+          R"({"id": 2, "result": {"downloadedQ7FilesPathes": ["/a"]}})"s,
+          R"({"id": 1.0, "result": {"downloadedQ7FilesPathes": ["/a"]}})"s,
+          R"({"id": "1", "result": {"downloadedQ7FilesPathes": ["/a"]}})"s,
+          R"({"id": 4294967297, "result": {"downloadedQ7FilesPathes": ["/a"]}})"s,
+          R"({"id": 2, "method": 5, "params": {"downloadUrls": {"a": "b"}}})"s, R"({"id": 2, "error": {"code": 5}})"s,
+          R"({"error": {"code": 5}})"s}) {
+        Receiver.Received.clear();
+        Send(text);
+        EXPECT_THAT(Receiver.Received, ElementsAre(Failed())) << text;
+    }
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest));
     EXPECT_THAT(Messages, IsEmpty());
     EXPECT_THAT(Requested(), IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    NoMessages, RefusedReply,
-    ::testing::Values(NamedText{"Nothing", ""}, NamedText{"NoJson", "nonsense"},
-                      NamedText{"HalfAMessage", R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a"]})"},
-                      NamedText{"TwoMessages", R"({"id": 1} {"id": 1})"},
-                      NamedText{"NoUtf8", "{\"id\": 1, \"\xFF\": 1}"},
-                      NamedText{"AZeroCharacter", std::string("{\"id\": 1}\0", 10)},
-                      NamedText{"TooDeep", std::string(300, '[') + std::string(300, ']')}, NamedText{"Number", "1"},
-                      NamedText{"Null", "null"}, NamedText{"List", R"([{"id": 1}])"}, NamedText{"EmptyMap", "{}"}));
+TEST_F(Bridge, ReplyThatSaysNothingFailsTheDownloadWithAnEmptyText)
+{
+    HandOver();
+    for (const std::string reply :
+         {R"("result": {})", R"("result": null)", R"("result": "/a")", R"("result": {"downloadedQ7FilesPathes": []})",
+          R"("result": {"downloadedQ7FilesPathes": "/a"})", R"("result": {"downloadedQ7FilesPathes": {"a": "/a"}})",
+          R"("result": {"downloadedQ7FilesPathes": ["/a", "/b", 3]})",
+          R"("result": {"downloadedQ7FilesPathes": [null, "/a"]})", R"("error": {})", R"("error": null)",
+          R"("error": "broken")", R"("error": null, "result": {"downloadedQ7FilesPathes": ["/a"]})",
+          R"("error": {"code": "5", "message": "broken"})", R"("error": {"code": -1697450280.0, "message": "broken"})",
+          R"("error": {"code": 5})", R"("error": {"code": 5, "message": {"en": "broken"}})"}) {
+        Receiver.Received.clear();
+        Send(R"({"id": 1, )" + reply + "}");
+        EXPECT_THAT(Receiver.Received, ElementsAre(Failed())) << reply;
+        EXPECT_EQ(reply.starts_with(R"("error")") ? ReceivedError : ReceivedSuccess, Traces().back()) << reply;
+    }
+    EXPECT_THAT(Messages, IsEmpty());
+    EXPECT_THAT(Requested(), IsEmpty());
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    OtherIdentifiers, RefusedReply,
-    ::testing::Values(NamedText{"Missing", R"({"result": {"downloadedQ7FilesPathes": ["/a"]}})"},
-                      NamedText{"Two", R"({"id": 2, "result": {"downloadedQ7FilesPathes": ["/a"]}})"},
-                      NamedText{"Float", R"({"id": 1.0, "result": {"downloadedQ7FilesPathes": ["/a"]}})"},
-                      NamedText{"Text", R"({"id": "1", "result": {"downloadedQ7FilesPathes": ["/a"]}})"},
-                      NamedText{"OneIn32Bits", R"({"id": 4294967297, "result": {"downloadedQ7FilesPathes": ["/a"]}})"},
-                      NamedText{"MethodOfAnotherType",
-                                R"({"id": 2, "method": 5, "params": {"downloadUrls": {"a": "b"}}})"}));
-
-INSTANTIATE_TEST_SUITE_P(
-    Results, RefusedReply,
-    ::testing::Values(NamedText{"NeitherErrorNorResult", R"({"id": 1})"},
-                      NamedText{"MethodOfAnotherType", R"({"id": 1, "method": ["downloadFilesFromVL"]})"},
-                      NamedText{"WithoutPaths", R"({"id": 1, "result": {}})"},
-                      NamedText{"Null", R"({"id": 1, "result": null})"},
-                      NamedText{"Text", R"({"id": 1, "result": "/a"})"},
-                      NamedText{"EmptyList", R"({"id": 1, "result": {"downloadedQ7FilesPathes": []}})"},
-                      NamedText{"PathsAsText", R"({"id": 1, "result": {"downloadedQ7FilesPathes": "/a"}})"},
-                      NamedText{"PathsAsMap", R"({"id": 1, "result": {"downloadedQ7FilesPathes": {"a": "/a"}}})"},
-                      NamedText{"ANumberAmongTheTexts",
-                                R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a", "/b", 3]}})"},
-                      NamedText{"ANullInFront", R"({"id": 1, "result": {"downloadedQ7FilesPathes": [null, "/a"]}})"}));
-
-INSTANTIATE_TEST_SUITE_P(
-    Errors, RefusedReply,
-    ::testing::Values(
-        NamedText{"Empty", R"({"id": 1, "error": {}})"}, NamedText{"Null", R"({"id": 1, "error": null})"},
-        NamedText{"Text", R"({"id": 1, "error": "broken"})"},
-        NamedText{"NullBesideAResult", R"({"id": 1, "error": null, "result": {"downloadedQ7FilesPathes": ["/a"]}})"},
-        NamedText{"CodeAsText", R"({"id": 1, "error": {"code": "5", "message": "broken"}})"},
-        NamedText{"CodeAsFloat", R"({"id": 1, "error": {"code": -1697450280.0, "message": "broken"}})"},
-        NamedText{"WithoutMessage", R"({"id": 1, "error": {"code": 5}})"},
-        NamedText{"MessageOfAnotherType", R"({"id": 1, "error": {"code": 5, "message": {"en": "broken"}}})"}));
-
-TEST_F(Bridge, ErrorTellsItsMessage)
+TEST_F(Bridge, ErrorTellsItsMessageAndWinsOverAResult)
 {
     HandOver();
     Send(R"({"id": 1, "error": {"code": 5, "message": "Kein Zugriff auf \"Ä\""}})");
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(FailedWith("Kein Zugriff auf \"Ä\"")));
-    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedError));
-}
-
-TEST_F(Bridge, ErrorWinsOverAResult)
-{
-    HandOver();
     Send(R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a"]}, "error": {"code": 0, "message": "no"}})");
-    EXPECT_THAT(Receiver.Received, ElementsAre(FailedWith("no")));
-}
-
-TEST_F(Bridge, SecondReplyNotifiesOnceMore)
-{
-    HandOver();
-    for (int time = 0; time < 2; ++time)
-        Send(R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a"]}})");
-    EXPECT_THAT(Receiver.Received, SizeIs(2));
+    EXPECT_THAT(Receiver.Received, ElementsAre(FailedWith("Kein Zugriff auf \"Ä\""), FailedWith("no")));
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedError, ReceivedError));
 }
 
 TEST_F(Bridge, ReplyInsideTheRequestEndsTheDownloadBeforeItReturns)
 {
-    OnMessage = [](const std::string&) { Send(R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a"]}})"); };
-    bool notified = false;
-    Receiver.OnReceipt = [&] { notified = true; };
-
-    EXPECT_EQ(Start("{}"), S_OK);
-    EXPECT_TRUE(notified);
+    OnMessage = [this](const std::string&) {
+        EXPECT_THAT(Traces(), ElementsAre(SentRequest)) << "it is traced before it goes out";
+        Send(Success);
+    };
+    EXPECT_EQ(S_OK, Start("{}"));
+    EXPECT_THAT(Receiver.Received, SizeIs(1));
     EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedSuccess));
 }
 
@@ -319,29 +284,39 @@ TEST_F(Bridge, ReceiverMayHandTheNextDownloadOverInsideTheNotification)
         Start(R"({"id": "next"})");
     };
     HandOver();
-    Send(R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a"]}})");
-    Send(R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/b"]}})");
-
+    Send(Success);
+    Send(Success);
     EXPECT_THAT(Messages, SizeIs(1));
     EXPECT_THAT(Receiver.Received, SizeIs(2));
+}
+
+TEST_F(Bridge, ReplyIsTracedBeforeItsEndIsTold)
+{
+    HandOver();
+    std::vector<std::string> last;
+    Receiver.OnReceipt = [&] { last.push_back(Traces().back()); };
+    Send(R"({"id": 1, "error": {"code": 5, "message": "broken"}})");
+    Send(Success);
+    Send(R"({"id": 1, "error": "no map"})");
+    Send(R"({"id": 1, "result": "no map"})");
+    EXPECT_THAT(last, ElementsAre(ReceivedError, ReceivedSuccess, ReceivedError, ReceivedSuccess));
+    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedError, ReceivedSuccess, ReceivedError, ReceivedSuccess));
 }
 
 // ---------------------------------------------------------------------------------------------
 // Fall-back
 
-constexpr const char* FallBack = R"({"id": 1, "error": {"code": -1697450280, "message": "yours"}})";
-
-TEST_F(Bridge, FallBackRunsThePlainRouteWithTheKeptRequest)
+TEST_F(Bridge, FallBackRunsThePlainRouteWithTheRequestHandedOverLast)
 {
-    HandOver(R"({"downloadUrl": "https://velmart.example/item.zip"})");
+    HandOver(R"({"downloadUrl": "https://velmart.example/first"})");
+    HandOver();
     Transport().Answer(Url, {.chunks = {ZipBytes().Add("a.ZALPart", "part").Bytes()}});
-
     Send(FallBack);
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(Requested(), ElementsAre(Url));
 
     Loop().RunUntilIdle();
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"a.ZALPart"})));
     EXPECT_THAT(Messages, IsEmpty());
 }
 
@@ -351,39 +326,24 @@ TEST_F(Bridge, FallBackRunsTheTemplateRouteWhereThatIsOn)
     SetSettings({}, false);
     HandOver();
     Send(FallBack);
-
-    EXPECT_NE(Surface().Find("ZALVelmartDownloadLocationDlg"), nullptr) << "which asks for the folder first";
+    EXPECT_NE(nullptr, Surface().Find("ZALVelmartDownloadLocationDlg")) << "which asks for the folder first";
     EXPECT_THAT(Requested(), IsEmpty());
 }
 
-TEST_F(Bridge, FallBackWithoutAnAddressEndsInSilence)
+TEST_F(Bridge, FallBackThatCannotStartEndsInSilence)
 {
     HandOver("{}");
     Send(FallBack);
     Loop().RunUntilIdle();
-
-    EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(Requested(), IsEmpty());
-    EXPECT_THAT(Surface().Questions(), IsEmpty());
-}
 
-TEST_F(Bridge, FallBackWhileATransferRunsEndsInSilence)
-{
-    const auto& script = StartTransfer();
+    const auto& running = StartTransfer();
     HandOver();
     Send(FallBack);
-
-    EXPECT_TRUE(script.IsRunning());
-    EXPECT_THAT(Requested(), SizeIs(1));
+    EXPECT_TRUE(running.IsRunning());
+    EXPECT_THAT(Requested(), ElementsAre(Url)) << "of the transfer that runs";
     EXPECT_THAT(Receiver.Received, IsEmpty());
-}
-
-TEST_F(Bridge, FallBackTakesTheRequestThatWasHandedOverLast)
-{
-    HandOver(R"({"downloadUrl": "https://velmart.example/first"})");
-    HandOver(R"({"downloadUrl": "https://velmart.example/second"})");
-    Send(FallBack);
-    EXPECT_THAT(Requested(), ElementsAre("https://velmart.example/second"));
+    EXPECT_THAT(Surface().Questions(), IsEmpty());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -398,9 +358,8 @@ TEST_F(Bridge, FetchesWhatTheComponentAsksForAndRepliesWithThePathsByKey)
     EXPECT_THAT(Messages, IsEmpty());
     Loop().RunUntilIdle();
 
-    EXPECT_THAT(Messages,
-                ElementsAre(R"({"id":7,"result":{"downloadedFilesPathes":{"Bolt":[")" + InParts("Bolt.ZALPart") +
-                            R"("],"All":[")" + InParts("c.ZALPart") + R"(",")" + InParts("d.ZALPart") + R"("]}}})"));
+    EXPECT_THAT(Messages, ElementsAre(FilesAnswer(R"({"Bolt":[")" + InParts("Bolt.ZALPart") + R"("],"All":[")" +
+                                                  InParts("c.ZALPart") + R"(",")" + InParts("d.ZALPart") + "\"]}")));
     EXPECT_THAT(FilesBelow(Parts()), ElementsAre("Bolt.ZALPart", "c.ZALPart", "d.ZALPart"));
     EXPECT_THAT(Receiver.Received, IsEmpty()) << "the reply to the first request ends the download";
     EXPECT_THAT(Traces(),
@@ -413,25 +372,38 @@ TEST_F(Bridge, ReplyOfAnEmptyItemHasAnEmptyList)
 {
     Transport().Answer("https://velmart.example/a", {.chunks = {"no archive"}});
     HandOver();
-    AskFor(R"({"A": "https://velmart.example/a"})");
-    Loop().RunUntilIdle();
-    EXPECT_THAT(Messages, ElementsAre(R"({"id":7,"result":{"downloadedFilesPathes":{"A":[]}}})"));
+    AskForAllOf(ItemA);
+    EXPECT_THAT(Messages, ElementsAre(FilesAnswer(R"({"A":[]})")));
 }
 
 TEST_F(Bridge, FetchesIntoTheTemporaryFolderWithoutAUsableOne)
 {
     ServePart("a");
     HandOver();
-    for (const char* folder : {"", R"(, "downloadDestPath": 5)", R"(, "downloadDestPath": null)"}) {
-        Send(R"({"method": "downloadFilesFromVL", "id": 2, "params": {"downloadUrls":
-                 {"A": "https://velmart.example/a"})" +
-             std::string(folder) + "}}");
+    for (const std::string folder : {"", R"(, "downloadDestPath": 5)", R"(, "downloadDestPath": null)"}) {
+        Send(R"({"method": "downloadFilesFromVL", "id": 2, "params": {"downloadUrls": )" + (ItemA + folder) + "}}");
         Loop().RunUntilIdle();
-        EXPECT_EQ(ReadFile(Temp() / "A.ZALPart"), "a");
+        EXPECT_EQ("a", ReadFile(Temp() / "A.ZALPart")) << folder;
         std::filesystem::remove(Temp() / "A.ZALPart");
     }
     EXPECT_THAT(Messages, SizeIs(3));
     EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
+}
+
+TEST_F(Bridge, EmptyFolderIsTakenAsItStands)
+{
+    std::filesystem::create_directory(Folder() / "current");
+    std::filesystem::current_path(Folder() / "current");
+    ServePart("a");
+    HandOver();
+    Send(Request(ItemA, ""));
+    Loop().RunUntilIdle();
+    std::filesystem::current_path(Folder());
+
+    ASSERT_THAT(Messages, SizeIs(1));
+    const ordered_json path = ordered_json::parse(Messages[0])["result"]["downloadedFilesPathes"]["A"][0];
+    EXPECT_EQ("A.ZALPart", std::filesystem::path(path.get<std::string>()).filename());
+    EXPECT_FALSE(std::filesystem::exists(Temp() / "A.ZALPart"));
 }
 
 TEST_F(Bridge, RepliesUnderTheIdentifierThatTheComponentChose)
@@ -439,44 +411,33 @@ TEST_F(Bridge, RepliesUnderTheIdentifierThatTheComponentChose)
     const std::vector<std::pair<std::string, std::string>> identifiers = {
         {"0", "0"},    {"1", "1"},      {"-5", "-5"},   {"9007199254740993", "9007199254740993"},
         {"2.0", "-1"}, {"\"7\"", "-1"}, {"null", "-1"}, {"[3]", "-1"}};
+    std::vector<std::string> expected;
     HandOver();
     for (const auto& [given, replied] : identifiers) {
-        Messages.clear();
         AskFor("{}", given);
-        EXPECT_THAT(
-            Messages,
-            ElementsAre("{ \"error\" : {\"code\": -20, \"message\" : \"Download Failed\"}, \"id\" : " + replied + "}"))
-            << given;
+        expected.push_back(FailedAnswer(replied));
     }
-    Messages.clear();
     Send(R"({"method": "downloadFilesFromVL"})");
-    EXPECT_THAT(Messages, ElementsAre(R"({ "error" : {"code": -20, "message" : "Download Failed"}, "id" : -1})"));
+    expected.push_back(FailedAnswer("-1"));
+    EXPECT_EQ(expected, Messages);
 }
 
-class RequestWithoutUrls : public Bridge, public ::testing::WithParamInterface<NamedText> {};
-
-TEST_P(RequestWithoutUrls, IsAnsweredAsFailed)
+TEST_F(Bridge, RequestWithoutAddressesIsAnsweredAsFailed)
 {
+    std::vector<std::string> traces{SentRequest};
     HandOver();
-    Send(GetParam().text);
-
-    EXPECT_THAT(Messages, ElementsAre(R"({ "error" : {"code": -20, "message" : "Download Failed"}, "id" : 3})"));
+    for (const std::string parameters :
+         {"", R"(, "params": ["a"])", R"(, "params": {})", R"(, "params": {"downloadUrls": {}})",
+          R"(, "params": {"downloadUrls": ["https://a/"]})", R"(, "params": {"downloadUrls": "https://a/"})"}) {
+        Messages.clear();
+        Send(R"({"method": "downloadFilesFromVL", "id": 3)" + parameters + "}");
+        EXPECT_THAT(Messages, ElementsAre(FailedAnswer("3"))) << parameters;
+        traces.insert(traces.end(), {ReceivedRequest, SentError});
+    }
+    EXPECT_EQ(traces, Traces());
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
-    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedRequest, SentError));
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Requests, RequestWithoutUrls,
-    ::testing::Values(
-        NamedText{"WithoutParameters", R"({"method": "downloadFilesFromVL", "id": 3})"},
-        NamedText{"ParametersAsList", R"({"method": "downloadFilesFromVL", "id": 3, "params": ["a"]})"},
-        NamedText{"WithoutUrls", R"({"method": "downloadFilesFromVL", "id": 3, "params": {}})"},
-        NamedText{"EmptyUrls", R"({"method": "downloadFilesFromVL", "id": 3, "params": {"downloadUrls": {}}})"},
-        NamedText{"UrlsAsList",
-                  R"({"method": "downloadFilesFromVL", "id": 3, "params": {"downloadUrls": ["https://a/"]}})"},
-        NamedText{"UrlsAsText",
-                  R"({"method": "downloadFilesFromVL", "id": 3, "params": {"downloadUrls": "https://a/"}})"}));
 
 TEST_F(Bridge, AddressOfAnyTypeIsTakenAsText)
 {
@@ -490,8 +451,8 @@ TEST_F(Bridge, FirstAddressThatCannotBeSentIsAnsweredAtOnce)
 {
     Transport().RefuseNext();
     HandOver();
-    AskFor(R"({"A": "ftp://velmart.example/a"})");
-    EXPECT_THAT(Messages, ElementsAre(R"({ "error" : {"code": -20, "message" : "Download Failed"}, "id" : 7})"));
+    AskFor(ItemA);
+    EXPECT_THAT(Messages, ElementsAre(FailedAnswer()));
     EXPECT_THAT(Receiver.Received, IsEmpty());
 }
 
@@ -502,52 +463,50 @@ TEST_F(Bridge, LaterAddressThatCannotBeSentIsNeverAnswered)
     AskFor(R"({"A": "https://velmart.example/a", "B": "ftp://velmart.example/b"})");
     Transport().RefuseNext();
     Loop().RunUntilIdle();
-
     EXPECT_THAT(Messages, IsEmpty());
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(FilesBelow(Parts()), ElementsAre("A.ZALPart"));
-    EXPECT_NE(Surface().Find(ProgressWindow), nullptr);
+    EXPECT_NE(nullptr, Surface().Find(ProgressWindow));
 }
 
 TEST_F(Bridge, FailedTransferIsAnsweredAsFailedAndTheDownloadGoesOn)
 {
     ServePart("a");
-    Transport().Answer("https://velmart.example/b", {.code = std::nullopt, .end = TransferEnd::Failed});
+    ServeEnd("https://velmart.example/b");
     HandOver();
-    AskFor(R"({"A": "https://velmart.example/a", "B": "https://velmart.example/b"})");
-    Loop().RunUntilIdle();
-
-    EXPECT_THAT(Messages, ElementsAre(R"({ "error" : {"code": -20, "message" : "Download Failed"}, "id" : 7})"));
+    AskForAllOf(R"({"A": "https://velmart.example/a", "B": "https://velmart.example/b"})");
+    EXPECT_THAT(Messages, ElementsAre(FailedAnswer()));
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(FilesBelow(Parts()), ElementsAre("A.ZALPart"));
 
-    Send(R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a"]}})");
+    Send(Success);
     EXPECT_THAT(Receiver.Received, SizeIs(1));
 }
 
-TEST_F(Bridge, CancelledTransferIsAnsweredAsCancelled)
+TEST_F(Bridge, EndOfATransferIsTracedBeforeItIsAnswered)
 {
     HandOver();
-    AskFor(R"({"A": "https://velmart.example/a"})");
-    Transport().Last().End(TransferEnd::Cancelled);
-
-    EXPECT_THAT(Messages, ElementsAre(R"({ "error" : {"code": -10, "message" : "Download Canceled"}, "id" : 7})"));
+    std::vector<std::string> last;
+    OnMessage = [&](const std::string&) { last.push_back(Traces().back()); };
+    for (const TransferEnd end : {TransferEnd::Finished, TransferEnd::Failed, TransferEnd::Cancelled}) {
+        AskFor(ItemA);
+        Transport().Last().End(end);
+    }
+    EXPECT_THAT(last, ElementsAre(SentFiles, SentError, SentCancel));
+    EXPECT_THAT(Messages, ElementsAre(FilesAnswer(R"({"A":[")" + InParts("A") + "\"]}"), FailedAnswer(),
+                                      ErrorAnswer(-10, "Download Canceled")));
     EXPECT_THAT(Receiver.Received, IsEmpty());
-    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedRequest, SentCancel));
 }
 
 TEST_F(Bridge, MessagesOfTheCatalogGoInAsTheyStand)
 {
-    const std::filesystem::path folder = Folder() / "installation/resources/msgcatalog";
-    WriteFile(folder / "ZALVelmartFileDownloader.ZALNls",
+    WriteFile(Folder() / "installation/resources/msgcatalog/ZALVelmartFileDownloader.ZALNls",
               "DownloadCanceled = \"Übertragung \\\"ab\\\"\";\nDownloadFailed = \"a\\\\b\";\n");
     HandOver();
     AskFor("{}");
-    AskFor(R"({"A": "https://velmart.example/a"})");
+    AskFor(ItemA);
     Transport().Last().End(TransferEnd::Cancelled);
-
-    EXPECT_THAT(Messages, ElementsAre(R"({ "error" : {"code": -20, "message" : "a\b"}, "id" : 7})",
-                                      R"({ "error" : {"code": -10, "message" : "Übertragung "ab""}, "id" : 7})"));
+    EXPECT_THAT(Messages, ElementsAre(ErrorAnswer(-20, "a\\b"), ErrorAnswer(-10, "Übertragung \"ab\"")));
 }
 
 TEST_F(Bridge, UnknownMethodIsAnsweredAndEndsNothing)
@@ -557,11 +516,8 @@ TEST_F(Bridge, UnknownMethodIsAnsweredAndEndsNothing)
     Send(R"({"method": "", "id": 1, "result": {"downloadedQ7FilesPathes": ["/a"]}})");
     Send(R"({"method": "DownloadFilesFromVL"})");
     Send(R"({"method": "downloadFilesFromVL ", "id": 1.5})");
-
-    EXPECT_THAT(Messages, ElementsAre(R"({ "error" : {"code": -32601, "message" : "Method not found"}, "id" : 4})",
-                                      R"({ "error" : {"code": -32601, "message" : "Method not found"}, "id" : 1})",
-                                      R"({ "error" : {"code": -32601, "message" : "Method not found"}, "id" : -1})",
-                                      R"({ "error" : {"code": -32601, "message" : "Method not found"}, "id" : -1})"));
+    const auto answer = [](const char* id) { return ErrorAnswer(-32601, "Method not found", id); };
+    EXPECT_THAT(Messages, ElementsAre(answer("4"), answer("1"), answer("-1"), answer("-1")));
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(Requested(), IsEmpty());
     EXPECT_THAT(Traces(), ElementsAre(SentRequest));
@@ -571,16 +527,14 @@ TEST_F(Bridge, NextRequestGivesARunningTransferUpWithoutAReply)
 {
     ServePart("b");
     HandOver();
-    AskFor(R"({"A": "https://velmart.example/a"})", "7");
+    AskFor(ItemA, "7");
     const auto& first = Transport().Last();
-    AskFor(R"({"B": "https://velmart.example/b"})", "8");
+    AskFor(ItemB, "8");
     EXPECT_FALSE(first.IsRunning());
     Loop().RunUntilIdle();
-
-    EXPECT_THAT(Messages, ElementsAre(R"({"id":8,"result":{"downloadedFilesPathes":{"B":[")" + InParts("B.ZALPart") +
-                                      R"("]}}})"));
+    EXPECT_THAT(Messages, ElementsAre(FilesAnswer(R"({"B":[")" + InParts("B.ZALPart") + "\"]}", "8")));
     EXPECT_THAT(FilesBelow(Parts()), ElementsAre("B.ZALPart"));
-    EXPECT_NE(Surface().Find(ProgressWindow), nullptr) << "the dialog of the first stays with the host";
+    EXPECT_NE(nullptr, Surface().Find(ProgressWindow)) << "the dialog of the first stays with the host";
 }
 
 TEST_F(Bridge, ComponentMayAskAnewInsideAReply)
@@ -590,11 +544,9 @@ TEST_F(Bridge, ComponentMayAskAnewInsideAReply)
     HandOver();
     OnMessage = [this](const std::string&) {
         OnMessage = {};
-        AskFor(R"({"B": "https://velmart.example/b"})", "8");
+        AskFor(ItemB, "8");
     };
-    AskFor(R"({"A": "https://velmart.example/a"})", "7");
-    Loop().RunUntilIdle();
-
+    AskForAllOf(ItemA);
     EXPECT_THAT(Messages, SizeIs(2));
     EXPECT_THAT(FilesBelow(Parts()), ElementsAre("A.ZALPart", "B.ZALPart"));
 }
@@ -608,11 +560,9 @@ TEST_F(Bridge, ComponentMayAskAnewInsideAReplyThatComesInsideItsRequest)
         if (++failures < 5)
             AskFor("{}", std::to_string(failures));
         else if (failures == 5)
-            AskFor(R"({"B": "https://velmart.example/b"})", "8");
+            AskFor(ItemB, "8");
     };
-    AskFor("{}", "0");
-    Loop().RunUntilIdle();
-
+    AskForAllOf("{}");
     EXPECT_THAT(Messages, SizeIs(6));
     EXPECT_THAT(FilesBelow(Parts()), ElementsAre("B.ZALPart"));
 }
@@ -622,7 +572,7 @@ TEST_F(Bridge, RequestInsideAReplyThatComesInsideARequestIsTheOneThatRuns)
     HandOver();
     OnMessage = [this](const std::string&) {
         OnMessage = {};
-        AskFor(R"({"B": "https://velmart.example/b"})", "8");
+        AskFor(ItemB, "8");
     };
     AskFor("{}", "0");
     const auto& inner = Transport().Last();
@@ -641,11 +591,8 @@ TEST_F(Bridge, ComponentMayEndTheDownloadInsideAReply)
         const ordered_json paths = ordered_json::parse(message)["result"]["downloadedFilesPathes"]["A"];
         Send(ordered_json{{"id", 1}, {"result", {{"downloadedQ7FilesPathes", paths}}}}.dump());
     };
-    AskFor(R"({"A": "https://velmart.example/a"})");
-    Loop().RunUntilIdle();
-
-    EXPECT_THAT(Receiver.Received,
-                ElementsAre(Completion{Notification::DownloadSucceeded, {InParts("A.ZALPart")}, "UT5", "", {}}));
+    AskForAllOf(ItemA);
+    EXPECT_THAT(Receiver.Received, ElementsAre(Delivered({InParts("A.ZALPart")})));
     EXPECT_THAT(Traces(),
                 ElementsAre(SentRequest, ReceivedRequest, "Downloaded raw file : " + InParts("A.ZALPart") + "\n",
                             SentFiles, ReceivedSuccess));
@@ -666,24 +613,25 @@ TEST_F(Bridge, ReplyDuringATransferEndsTheDownloadAndTheTransferGoesOn)
 {
     ServePart("a");
     HandOver();
-    AskFor(R"({"A": "https://velmart.example/a"})");
-    Send(R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/b"]}})");
+    AskFor(ItemA);
+    Send(Success);
     EXPECT_THAT(Receiver.Received, SizeIs(1));
     Loop().RunUntilIdle();
-
     EXPECT_THAT(Messages, SizeIs(1));
     EXPECT_THAT(FilesBelow(Parts()), ElementsAre("A.ZALPart"));
     EXPECT_THAT(Receiver.Received, SizeIs(1));
 }
 
+// ---------------------------------------------------------------------------------------------
+// Life
+
 TEST_F(Bridge, EndOfTheComponentLosesTheReplyAlone)
 {
     ServePart("a");
     HandOver();
-    AskFor(R"({"A": "https://velmart.example/a"})");
-    Component.RemoveSubscriberCallbacks(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance());
+    AskFor(ItemA);
+    Component.RemoveSubscriberCallbacks(Publisher());
     Loop().RunUntilIdle();
-
     EXPECT_THAT(Messages, IsEmpty());
     EXPECT_THAT(FilesBelow(Parts()), ElementsAre("A.ZALPart"));
 }
@@ -691,78 +639,12 @@ TEST_F(Bridge, EndOfTheComponentLosesTheReplyAlone)
 TEST_F(Bridge, EndOfTheDownloaderGivesItsTransferUp)
 {
     HandOver();
-    AskFor(R"({"A": "https://velmart.example/a"})");
+    AskFor(ItemA);
     Probe.EndDownloader();
     Loop().RunUntilIdle();
-
     EXPECT_FALSE(Transport().Last().IsRunning());
     EXPECT_THAT(Messages, IsEmpty());
 }
-
-TEST_F(Bridge, EmptyFolderIsTakenAsItStands)
-{
-    std::filesystem::create_directory(Folder() / "current");
-    std::filesystem::current_path(Folder() / "current");
-    ServePart("a");
-    HandOver();
-    Send(R"({"method": "downloadFilesFromVL", "id": 2, "params": {"downloadUrls": {"A": "https://velmart.example/a"},
-             "downloadDestPath": ""}})");
-    Loop().RunUntilIdle();
-    std::filesystem::current_path(Folder());
-
-    ASSERT_THAT(Messages, SizeIs(1));
-    const ordered_json path = ordered_json::parse(Messages[0])["result"]["downloadedFilesPathes"]["A"][0];
-    EXPECT_EQ(std::filesystem::path(path.get<std::string>()).filename(), "A.ZALPart");
-    EXPECT_FALSE(std::filesystem::exists(Temp() / "A.ZALPart"));
-}
-
-// ---------------------------------------------------------------------------------------------
-// Traces
-
-TEST_F(Bridge, RequestIsTracedBeforeItGoesOut)
-{
-    OnMessage = [this](const std::string&) { EXPECT_THAT(Traces(), ElementsAre(SentRequest)); };
-    Start("{}");
-    EXPECT_THAT(Messages, SizeIs(1));
-}
-
-TEST_F(Bridge, ReplyIsTracedBeforeItsEndIsTold)
-{
-    HandOver();
-    std::vector<std::string> last;
-    Receiver.OnReceipt = [&] { last.push_back(Traces().back()); };
-    Send(R"({"id": 1, "error": {"code": 5, "message": "broken"}})");
-    Send(R"({"id": 1, "result": {"downloadedQ7FilesPathes": ["/a"]}})");
-    Send(R"({"id": 1, "error": "no map"})");
-    Send(R"({"id": 1, "result": "no map"})");
-    EXPECT_THAT(last, ElementsAre(ReceivedError, ReceivedSuccess, ReceivedError, ReceivedSuccess));
-    EXPECT_THAT(Traces(), ElementsAre(SentRequest, ReceivedError, ReceivedSuccess, ReceivedError, ReceivedSuccess));
-}
-
-TEST_F(Bridge, MessageThatIsNoReplyIsNotTraced)
-{
-    HandOver();
-    for (const char* message : {R"({"id": 2, "error": {"code": 5}})", R"({"id": 2, "result": {}})", R"({"id": 1})",
-                                "nonsense", R"({"error": {"code": 5}})"})
-        Send(message);
-    EXPECT_THAT(Receiver.Received, SizeIs(5));
-    EXPECT_THAT(Traces(), ElementsAre(SentRequest));
-}
-
-TEST_F(Bridge, AnswerIsTracedBeforeItGoesOut)
-{
-    HandOver();
-    std::vector<std::string> last;
-    OnMessage = [&](const std::string&) { last.push_back(Traces().back()); };
-    for (const TransferEnd end : {TransferEnd::Finished, TransferEnd::Failed, TransferEnd::Cancelled}) {
-        AskFor(R"({"A": "https://velmart.example/a"})");
-        Transport().Last().End(end);
-    }
-    EXPECT_THAT(last, ElementsAre(SentFiles, SentError, SentCancel));
-}
-
-// ---------------------------------------------------------------------------------------------
-// Life
 
 TEST_F(Bridge, RequestReplacesTheEarlierFunctionOfTheMessages)
 {
@@ -775,7 +657,7 @@ TEST_F(Bridge, RequestReplacesTheEarlierFunctionOfTheMessages)
     HandOver();
     EXPECT_TRUE(watch.expired());
     Send("no JSON");
-    EXPECT_EQ(calls, 0);
+    EXPECT_EQ(0, calls);
     EXPECT_THAT(Receiver.Received, SizeIs(1));
 }
 
@@ -784,17 +666,17 @@ TEST_F(Bridge, MessageAfterTheEndOfTheDownloaderIsDropped)
     HandOver();
     const ZALBaseUnknown_WR downloader(&Downloader());
     Probe.EndDownloader();
-    EXPECT_EQ(downloader.GetComponent(), nullptr) << "the function does not keep it";
+    EXPECT_EQ(nullptr, downloader.GetComponent()) << "the function does not keep it";
     for (const char* message : {"no JSON", R"({"method": "other", "id": 4})", R"({"method": "downloadFilesFromVL"})"})
         Send(message);
-    EXPECT_EQ(CountOf("ZALVelmartFileDownloadCompleteNotification"), 0);
+    EXPECT_EQ(0, CountOf("ZALVelmartFileDownloadCompleteNotification"));
     EXPECT_THAT(Messages, IsEmpty());
 }
 
 TEST_F(Bridge, FilesAfterTheEndOfTheDownloaderAreNotAnswered)
 {
     HandOver();
-    AskFor(R"({"A": "https://velmart.example/a"})");
+    AskFor(ItemA);
     const auto download = Hold(Probe.FullDownload());
     Probe.EndDownloader();
     Transport().Last().End();
@@ -813,47 +695,59 @@ TEST_F(Bridge, DownloaderMayEndInsideTheNotificationOfAMessage)
     };
     Send("no JSON");
     EXPECT_TRUE(isHeld);
-    EXPECT_EQ(downloader.GetComponent(), nullptr);
+    EXPECT_EQ(nullptr, downloader.GetComponent());
 }
 
 // ---------------------------------------------------------------------------------------------
 // Without memory
 
-/// A component that needs no memory: counts what it is told by the beginning of the text.
+/// A component that needs no memory: counts what it is told.
+class MessageCounter : public ZALEventSubscriber {
+public:
+    explicit MessageCounter(ZALBaseUnknown* publisher)
+    {
+        AddCallback(publisher, ZALDlgHtmlViewJavaScriptNotification::ClassName(), &MessageCounter::OnMessage, nullptr);
+    }
+    std::array<std::string, 2> known; ///< texts, whole
+    std::array<int, 2> told{};        ///< how often each of them came
+    int others = 0;
+
+private:
+    void OnMessage(ZALBaseUnknown*, ZALNotification* notification, void*)
+    {
+        const auto* message = static_cast<const ZALDlgHtmlViewJavaScriptNotification*>(notification);
+        const std::string_view text(message->GetData(), message->GetDataLength());
+        for (std::size_t index = 0; index < known.size(); ++index)
+            if (text == known[index]) {
+                ++told[index];
+                return;
+            }
+        ++others;
+    }
+};
+
 class BridgeWithoutMemory : public Bridge {
 protected:
-    class Counter : public ZALEventSubscriber {
-    public:
-        Counter()
-        {
-            AddCallback(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance(),
-                        ZALDlgHtmlViewJavaScriptNotification::ClassName(), &Counter::OnMessage, nullptr);
-        }
-        std::array<std::string, 2> known; ///< texts, whole
-        std::array<int, 2> told{};        ///< how often each of them came
-        int others = 0;
-
-    private:
-        void OnMessage(ZALBaseUnknown*, ZALNotification* notification, void*)
-        {
-            const auto* message = static_cast<const ZALDlgHtmlViewJavaScriptNotification*>(notification);
-            const std::string_view text(message->GetData(), message->GetDataLength());
-            for (std::size_t index = 0; index < known.size(); ++index)
-                if (text == known[index]) {
-                    ++told[index];
-                    return;
-                }
-            ++others;
-        }
-    };
-
     BridgeWithoutMemory()
     {
-        Component.RemoveSubscriberCallbacks(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance());
+        Component.RemoveSubscriberCallbacks(Publisher());
         Receiver.RemoveSubscriberCallbacks(&Downloader());
         SwitchTraces(false); // the lack of a trace fails nothing
     }
-    static constexpr const char* FailedReply = R"({ "error" : {"code": -20, "message" : "Download Failed"}, "id" : 7})";
+    /// Calls `send`, which sends `message` to the component when there is memory. Returns the number of failures.
+    int SendsWholeOrFails(const std::string& message, const std::function<void()>& send)
+    {
+        return WithEachAllocationFailing([&](FailingMemory& memory) {
+            MessageCounter counter(Publisher());
+            counter.known[0] = message;
+            CompletionCounter ends(&Downloader());
+            memory.During(send);
+            EXPECT_EQ(memory.HasRunOut() ? 0 : 1, counter.told[0]);
+            EXPECT_EQ(0, counter.others);
+            EXPECT_EQ(memory.HasRunOut() ? 1 : 0, ends.Failed);
+            EXPECT_EQ(0, ends.Succeeded);
+        });
+    }
 };
 
 TEST_F(BridgeWithoutMemory, RequestGoesOutWholeOrTheDownloadFails)
@@ -863,22 +757,19 @@ TEST_F(BridgeWithoutMemory, RequestGoesOutWholeOrTheDownloadFails)
     for (const bool isReady : {false, true}) {
         if (isReady)
             ZALVelmartIntegrationEventSubscriber::GetUniqueSubscriber();
-        const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
-            Counter counter;
-            counter.known[0] =
-                R"({"method":"downloadQ7FilesFromTolva","id":1,"params":)"
-                R"({"a name of some length":"a text of some length","id":"a long identifier of the item"}})";
-            CompletionCounter ends(&Downloader());
-            HRESULT result = E_FAIL;
-            memory.During([&] { result = Probe.StartDownloadFromTolva(request); });
-            EXPECT_EQ(result, S_OK);
-            EXPECT_EQ(counter.told[0], memory.HasRunOut() ? 0 : 1);
-            EXPECT_EQ(counter.others, 0);
-            EXPECT_EQ(ends.Failed, memory.HasRunOut() ? 1 : 0);
-            EXPECT_EQ(ends.Succeeded, 0);
-        });
-        EXPECT_GT(failures, 10);
+        EXPECT_GT(SendsWholeOrFails(
+                      R"({"method":"downloadQ7FilesFromTolva","id":1,"params":)"
+                      R"({"a name of some length":"a text of some length","id":"a long identifier of the item"}})",
+                      [&] { EXPECT_EQ(S_OK, Probe.StartDownloadFromTolva(request)); }),
+                  10);
     }
+}
+
+TEST_F(BridgeWithoutMemory, UnknownMethodIsAnsweredWholeOrTheDownloadFails)
+{
+    const ZALOmxUTF8String message(R"({"method": "a method of some length", "id": 7})");
+    EXPECT_GT(
+        SendsWholeOrFails(ErrorAnswer(-32601, "Method not found"), [&] { Probe.OnVliSubscriberEventCB(message); }), 3);
 }
 
 TEST_F(BridgeWithoutMemory, EachMessageThatEndsADownloadEndsItOnce)
@@ -899,47 +790,31 @@ TEST_F(BridgeWithoutMemory, EachMessageThatEndsADownloadEndsItOnce)
             CompletionCounter ends(&Downloader());
             memory.During([&] { Probe.OnVliSubscriberEventCB(message); });
             const bool expected = isSuccess && !memory.HasRunOut();
-            EXPECT_EQ(ends.Succeeded, expected ? 1 : 0);
-            EXPECT_EQ(ends.Failed, expected ? 0 : 1);
-            EXPECT_EQ(ends.Files, expected ? 2 : 0);
+            EXPECT_EQ(expected ? 1 : 0, ends.Succeeded);
+            EXPECT_EQ(expected ? 0 : 1, ends.Failed);
+            EXPECT_EQ(expected ? 2 : 0, ends.Files);
         });
         EXPECT_GT(failures, 3);
     }
-}
-
-TEST_F(BridgeWithoutMemory, UnknownMethodIsAnsweredWholeOrTheDownloadFails)
-{
-    const ZALOmxUTF8String message(R"({"method": "a method of some length", "id": 7})");
-    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
-        Counter counter;
-        counter.known[0] = R"({ "error" : {"code": -32601, "message" : "Method not found"}, "id" : 7})";
-        CompletionCounter ends(&Downloader());
-        memory.During([&] { Probe.OnVliSubscriberEventCB(message); });
-        EXPECT_EQ(counter.told[0], memory.HasRunOut() ? 0 : 1);
-        EXPECT_EQ(counter.others, 0);
-        EXPECT_EQ(ends.Failed, memory.HasRunOut() ? 1 : 0);
-    });
-    EXPECT_GT(failures, 3);
 }
 
 TEST_F(BridgeWithoutMemory, RequestForFilesRunsOrIsAnsweredOrTheDownloadFails)
 {
     ConfigureFrame({.exists = false}); // no dialog, whose lack alone fails no download
     const ZALOmxUTF8String message(
-        R"({"method": "downloadFilesFromVL", "id": 7, "params": {"downloadUrls":
-            {"a key of some length": "https://velmart.example/a"}, "downloadDestPath": "/a/folder/of/some/length"}})");
+        Request(R"({"a key of some length": "https://velmart.example/a"})", "/a/folder/of/some/length").c_str());
     int answered = 0;
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
         ZALVelmartFileDownloaderProbe probe;
-        Counter counter;
-        counter.known[0] = FailedReply;
+        MessageCounter counter(Publisher());
+        counter.known[0] = FailedAnswer();
         CompletionCounter ends(&probe.Downloader());
         const std::size_t started = Transport().Count();
         memory.During([&] { probe.OnVliSubscriberEventCB(message); });
         Loop().RunUntilIdle();
-        EXPECT_EQ(Transport().Count() > started && Transport().Last().IsRunning(), !memory.HasRunOut());
-        EXPECT_EQ(counter.told[0] + ends.Failed, memory.HasRunOut() ? 1 : 0);
-        EXPECT_EQ(counter.others + ends.Succeeded, 0);
+        EXPECT_EQ(!memory.HasRunOut(), Transport().Count() > started && Transport().Last().IsRunning());
+        EXPECT_EQ(memory.HasRunOut() ? 1 : 0, counter.told[0] + ends.Failed);
+        EXPECT_EQ(0, counter.others + ends.Succeeded);
         answered += counter.told[0];
     });
     EXPECT_GT(failures, 20);
@@ -949,23 +824,19 @@ TEST_F(BridgeWithoutMemory, RequestForFilesRunsOrIsAnsweredOrTheDownloadFails)
 TEST_F(BridgeWithoutMemory, FilesAreAnsweredOnceOrTheDownloadFails)
 {
     ConfigureFrame({.exists = false}); // no dialog, whose lack alone fails no download
-    const std::string answer = R"({"id":7,"result":{"downloadedFilesPathes":{"A":[")" + InParts("A") + R"("]}}})";
+    const ZALOmxUTF8String request(Request(ItemA, Parts().string()).c_str());
     int failed = 0;
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
         ZALVelmartFileDownloaderProbe probe;
-        Counter counter;
-        counter.known = {FailedReply, answer};
+        MessageCounter counter(Publisher());
+        counter.known = {FailedAnswer(), FilesAnswer(R"({"A":[")" + InParts("A") + "\"]}")};
         CompletionCounter ends(&probe.Downloader());
-        const std::string request =
-            R"({"method": "downloadFilesFromVL", "id": 7, "params": {"downloadUrls": {"A": "https://velmart.example/a"},
-                "downloadDestPath": ")" +
-            Parts().string() + "\"}}";
-        probe.OnVliSubscriberEventCB(ZALOmxUTF8String(request.c_str()));
+        probe.OnVliSubscriberEventCB(request);
         memory.During([&] { Transport().Last().End(); });
         Loop().RunUntilIdle();
-        EXPECT_EQ(counter.told[1], memory.HasRunOut() ? 0 : 1);
-        EXPECT_EQ(counter.told[0] + ends.Failed, memory.HasRunOut() ? 1 : 0);
-        EXPECT_EQ(counter.others + ends.Succeeded, 0);
+        EXPECT_EQ(memory.HasRunOut() ? 0 : 1, counter.told[1]);
+        EXPECT_EQ(memory.HasRunOut() ? 1 : 0, counter.told[0] + ends.Failed);
+        EXPECT_EQ(0, counter.others + ends.Succeeded);
         failed += ends.Failed;
     });
     EXPECT_GT(failures, 10);

@@ -16,111 +16,64 @@ Notification WithWarnings(const std::vector<std::string>& warnings)
     return Notification(ListOf({}), Notification::DownloadSucceeded, ListOf(warnings));
 }
 
-Completion Fields(const Notification& notification)
+TEST(CompleteNotification, WarningsAreJoinedByLineFeeds)
 {
-    return {notification.GetStatus(), TextsOf(notification.GetDownloadedFilesPathes()),
-            ToUtf8(notification.GetDocEnvId()), ToUtf8(notification.GetErrorMessageNLS()),
-            TextsOf(notification.GetWarningsMessageNLS())};
+    const auto joined = [](const std::vector<std::string>& warnings) {
+        return ToUtf8(WithWarnings(warnings).GetConcatenedWarningsMessageNLS());
+    };
+    EXPECT_EQ("first\nsecond", joined({"first", "second"}));
+    EXPECT_EQ("only", joined({"only"}));
+    EXPECT_EQ("", joined({}));
+    EXPECT_EQ("\nb\n", joined({"", "b", ""}));
 }
-
-// ---------------------------------------------------------------------------------------------
-// Warnings in one text
-
-TEST(CompleteNotification, TwoWarningsAreJoinedByOneLineFeed)
-{
-    EXPECT_EQ(ToUtf8(WithWarnings({"first", "second"}).GetConcatenedWarningsMessageNLS()), "first\nsecond");
-}
-
-TEST(CompleteNotification, OneWarningStandsWithoutLineFeed)
-{
-    EXPECT_EQ(ToUtf8(WithWarnings({"only"}).GetConcatenedWarningsMessageNLS()), "only");
-}
-
-TEST(CompleteNotification, NoWarningsGiveAnEmptyText)
-{
-    EXPECT_EQ(ToUtf8(WithWarnings({}).GetConcatenedWarningsMessageNLS()), "");
-}
-
-TEST(CompleteNotification, EmptyWarningsKeepTheirLineFeeds)
-{
-    EXPECT_EQ(ToUtf8(WithWarnings({"", "b", ""}).GetConcatenedWarningsMessageNLS()), "\nb\n");
-}
-
-// ---------------------------------------------------------------------------------------------
-// Copies
 
 TEST(CompleteNotification, CopyHoldsAllFiveFields)
 {
     const Notification withFiles(ListOf(TwoFiles), Notification::DownloadFailed, ListOf({"w1", "w2"}));
     const Notification withError(Notification::DownloadCanceled, "an error");
-
-    EXPECT_EQ(Fields(Notification(withFiles)),
-              (Completion{Notification::DownloadFailed, TwoFiles, "File", "", {"w1", "w2"}}));
-    EXPECT_EQ(Fields(Notification(withError)), (Completion{Notification::DownloadCanceled, {}, "", "an error", {}}));
+    EXPECT_EQ((Completion{Notification::DownloadFailed, TwoFiles, "File", "", {"w1", "w2"}}),
+              Fields(Notification(withFiles)));
+    EXPECT_EQ((Completion{Notification::DownloadCanceled, {}, "", "an error", {}}), Fields(Notification(withError)));
 }
 
 TEST(CompleteNotification, AssignmentReplacesAllFiveFields)
 {
     Notification target(ListOf({"/old"}), Notification::DownloadSucceeded, ListOf({"old"}));
     const Notification source(Notification::DownloadFailed, "an error");
-
     target = source;
-
-    EXPECT_EQ(Fields(target), (Completion{Notification::DownloadFailed, {}, "", "an error", {}}));
+    EXPECT_EQ((Completion{Notification::DownloadFailed, {}, "", "an error", {}}), Fields(target));
 }
 
 TEST(CompleteNotification, AssignmentToItselfChangesNothing)
 {
     Notification target(ListOf(TwoFiles), Notification::DownloadFailed, ListOf({"w"}));
     const Notification& same = target;
-
     target = same;
-
-    EXPECT_EQ(Fields(target), (Completion{Notification::DownloadFailed, TwoFiles, "File", "", {"w"}}));
+    EXPECT_EQ((Completion{Notification::DownloadFailed, TwoFiles, "File", "", {"w"}}), Fields(target));
 }
 
-// ---------------------------------------------------------------------------------------------
-// Constructors
-
-TEST(CompleteNotification, FilesWithEnvironmentKeepIt)
+TEST(CompleteNotification, HoldsWhatItIsMadeOfInTheFileEnvironmentForFiles)
 {
-    EXPECT_EQ(Fields(Notification(ListOf(TwoFiles), "UT5", Notification::DownloadSucceeded)),
-              (Completion{Notification::DownloadSucceeded, TwoFiles, "UT5", "", {}}));
-}
-
-TEST(CompleteNotification, FilesWithWarningsStandInTheFileEnvironment)
-{
-    EXPECT_EQ(Fields(Notification(ListOf(TwoFiles), Notification::DownloadSucceeded, ListOf({"w"}))),
-              (Completion{Notification::DownloadSucceeded, TwoFiles, "File", "", {"w"}}));
-}
-
-TEST(CompleteNotification, FilesAloneStandInTheFileEnvironment)
-{
-    EXPECT_EQ(Fields(Notification(ListOf(TwoFiles), Notification::DownloadFailed)),
-              (Completion{Notification::DownloadFailed, TwoFiles, "File", "", {}}));
-}
-
-TEST(CompleteNotification, StatusAloneLeavesTheEnvironmentEmpty)
-{
-    EXPECT_EQ(Fields(Notification(Notification::DownloadCanceled)), Bare(Notification::DownloadCanceled));
-}
-
-TEST(CompleteNotification, StatusWithErrorLeavesTheEnvironmentEmpty)
-{
-    EXPECT_EQ(Fields(Notification(Notification::DownloadFailed, "an error")),
-              (Completion{Notification::DownloadFailed, {}, "", "an error", {}}));
+    constexpr auto succeeded = Notification::DownloadSucceeded;
+    EXPECT_EQ((Completion{succeeded, TwoFiles, "UT5", "", {}}), Fields({ListOf(TwoFiles), "UT5", succeeded}));
+    EXPECT_EQ((Completion{succeeded, TwoFiles, "File", "", {"w"}}),
+              Fields({ListOf(TwoFiles), succeeded, ListOf({"w"})}));
+    EXPECT_EQ((Completion{Notification::DownloadFailed, TwoFiles, "File", "", {}}),
+              Fields({ListOf(TwoFiles), Notification::DownloadFailed}));
+    EXPECT_EQ(Cancelled(), Fields(Notification(Notification::DownloadCanceled)));
+    EXPECT_EQ((Completion{Notification::DownloadFailed, {}, "", "an error", {}}),
+              Fields({Notification::DownloadFailed, "an error"}));
 }
 
 TEST(CompleteNotification, BelongsToItsSender)
 {
     const Notification original(ListOf({}), "UT5", Notification::DownloadSucceeded);
-
-    EXPECT_EQ(original.GetAutomaticDelete(), 0);
-    EXPECT_EQ(Notification(original).GetAutomaticDelete(), 0);
-    EXPECT_EQ(WithWarnings({}).GetAutomaticDelete(), 0);
-    EXPECT_EQ(Notification(ListOf({}), Notification::DownloadFailed).GetAutomaticDelete(), 0);
-    EXPECT_EQ(Notification(Notification::DownloadFailed).GetAutomaticDelete(), 0);
-    EXPECT_EQ(Notification(Notification::DownloadFailed, "an error").GetAutomaticDelete(), 0);
+    EXPECT_EQ(0, original.GetAutomaticDelete());
+    EXPECT_EQ(0, Notification(original).GetAutomaticDelete());
+    EXPECT_EQ(0, WithWarnings({}).GetAutomaticDelete());
+    EXPECT_EQ(0, Notification(ListOf({}), Notification::DownloadFailed).GetAutomaticDelete());
+    EXPECT_EQ(0, Notification(Notification::DownloadFailed).GetAutomaticDelete());
+    EXPECT_EQ(0, Notification(Notification::DownloadFailed, "an error").GetAutomaticDelete());
 }
 
 TEST(CompleteNotification, StatusesHaveTheirNumbers)
@@ -128,26 +81,22 @@ TEST(CompleteNotification, StatusesHaveTheirNumbers)
     EXPECT_EQ(Notification::DownloadSucceeded, 1);
     EXPECT_EQ(Notification::DownloadFailed, 2);
     EXPECT_EQ(Notification::DownloadCanceled, 3);
-    EXPECT_EQ(sizeof(Notification::Status), 4U);
+    EXPECT_EQ(4U, sizeof(Notification::Status));
 }
-
-// ---------------------------------------------------------------------------------------------
-// Class record
 
 TEST(CompleteNotification, IsRecordedUnderItsNameAndModule)
 {
     const Notification notification(Notification::DownloadFailed);
     ZALMetaClass* record = Notification::MetaObject();
-
-    EXPECT_STREQ(Notification::ClassName(), "ZALVelmartFileDownloadCompleteNotification");
-    EXPECT_STREQ(record->GetName(), "ZALVelmartFileDownloadCompleteNotification");
-    EXPECT_STREQ(record->GetModule(), "ZALVelmartIntegration");
-    EXPECT_EQ(record->GetBase(), ZALNotification::MetaObject());
-    EXPECT_EQ(notification.GetMetaObject(), record);
+    EXPECT_STREQ("ZALVelmartFileDownloadCompleteNotification", Notification::ClassName());
+    EXPECT_STREQ("ZALVelmartFileDownloadCompleteNotification", record->GetName());
+    EXPECT_STREQ("ZALVelmartIntegration", record->GetModule());
+    EXPECT_EQ(ZALNotification::MetaObject(), record->GetBase());
+    EXPECT_EQ(record, notification.GetMetaObject());
     EXPECT_THAT(notification.IsA(), StrEq(Notification::ClassName()));
-    EXPECT_EQ(notification.IsAKindOf("ZALNotification"), 1);
-    EXPECT_EQ(notification.IsAKindOf("ZALCommand"), 0);
-    EXPECT_EQ(Notification::CreateItself(), nullptr);
+    EXPECT_EQ(1, notification.IsAKindOf("ZALNotification"));
+    EXPECT_EQ(0, notification.IsAKindOf("ZALCommand"));
+    EXPECT_EQ(nullptr, Notification::CreateItself());
 }
 
 TEST(CompleteNotification, ReachesSubscribersOfItsPublisherOnly)
@@ -157,9 +106,7 @@ TEST(CompleteNotification, ReachesSubscribersOfItsPublisherOnly)
     CompletionReceiver receiver(&publisher);
     CompletionReceiver stranger(&other);
     Notification notification(ListOf({"/a"}), "UT5", Notification::DownloadSucceeded);
-
     DispatchCallbacks(&publisher, &notification);
-
     EXPECT_THAT(receiver.Received, ElementsAre(Completion{Notification::DownloadSucceeded, {"/a"}, "UT5", "", {}}));
     EXPECT_THAT(stranger.Received, IsEmpty());
 }

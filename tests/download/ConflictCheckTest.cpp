@@ -6,7 +6,6 @@
 namespace openhost::testing {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
@@ -50,40 +49,36 @@ protected:
 // ---------------------------------------------------------------------------------------------
 // The text of the question
 
-TEST_F(ConflictCheck, ThirtyOneConflictsShowThirtyNamesAndCountTheOther)
+TEST_F(ConflictCheck, ThirtyConflictsAreNamedAndTheOthersAreCounted)
 {
-    EXPECT_EQ(Check(Existing(31)), S_OK);
-
-    EXPECT_EQ(Asked().text,
-              "Do you want to overwrite listed files ?\n\n" + Listed(30) + "\nand 1 other files not listed here");
+    for (const unsigned int count : {1U, 30U, 31U, 1030U}) {
+        EXPECT_EQ(S_OK, Check(Existing(count)));
+        std::string expected = "Do you want to overwrite listed files ?\n\n" + Listed(std::min(count, 30U));
+        if (count > 30)
+            expected += "\nand " + std::to_string(count - 30) + " other files not listed here";
+        EXPECT_EQ(expected, Surface().Questions().back().text);
+    }
 }
 
-TEST_F(ConflictCheck, ThirtyConflictsShowNoRemainder)
-{
-    EXPECT_EQ(Check(Existing(30)), S_OK);
-    EXPECT_EQ(Asked().text, "Do you want to overwrite listed files ?\n\n" + Listed(30));
-}
-
-TEST_F(ConflictCheck, OneConflictIsNamedAlone)
-{
-    EXPECT_EQ(Check(Existing(1)), S_OK);
-    EXPECT_EQ(Asked().text, "Do you want to overwrite listed files ?\n\n" + InParts("entry-0") + "\n");
-}
-
-TEST_F(ConflictCheck, ManyConflictsCountAllThatAreLeftOut)
-{
-    EXPECT_EQ(Check(Existing(1030)), S_OK);
-    EXPECT_EQ(Asked().text,
-              "Do you want to overwrite listed files ?\n\n" + Listed(30) + "\nand 1000 other files not listed here");
-}
-
-TEST_F(ConflictCheck, QuestionHasItsTitleNameAndStyle)
+TEST_F(ConflictCheck, QuestionHasItsTitleNameAndStyleAndEndsAfterTheAnswer)
 {
     Check(Existing(1));
+    EXPECT_EQ("Overwrite confirmation", Asked().title);
+    EXPECT_EQ("OverwriteNotify", Asked().name);
+    EXPECT_EQ(0x2800200U, Asked().style);
+    EXPECT_EQ("ApplicationDocument", Asked().parent);
+    Loop().RunUntilIdle();
+    EXPECT_EQ(nullptr, Surface().Find(Question));
+}
 
-    EXPECT_EQ(Asked().title, "Overwrite confirmation");
-    EXPECT_EQ(Asked().name, "OverwriteNotify");
-    EXPECT_EQ(Asked().style, 0x2800200U);
+TEST_F(ConflictCheck, QuestionStandsAloneWithoutFrameOrDocumentWindow)
+{
+    for (const FrameOptions& frame : {FrameOptions{.exists = false}, FrameOptions{.applicationDocument = false}}) {
+        ConfigureFrame(frame);
+        EXPECT_EQ(S_OK, Check(Existing(1)));
+        EXPECT_EQ("", Surface().Questions().back().parent);
+    }
+    EXPECT_EQ(2U, Surface().Questions().size());
 }
 
 TEST_F(ConflictCheck, TextsComeFromTheCatalogOfTheDownloader)
@@ -92,201 +87,89 @@ TEST_F(ConflictCheck, TextsComeFromTheCatalogOfTheDownloader)
               "OverwriteNotifyTitle = \"A title\";\n"
               "OverwriteNotifyMessage = \"A message\";\n"
               "OverwriteNotifyRemaining = \"plus /P1 more /P2\";\n");
-
     Check(Existing(33));
-
-    EXPECT_EQ(Asked().title, "A title");
-    EXPECT_EQ(Asked().text, "A message\n\n" + Listed(30) + "\nplus 3 more /P2");
+    EXPECT_EQ("A title", Asked().title);
+    EXPECT_EQ("A message\n\n" + Listed(30) + "\nplus 3 more /P2", Asked().text);
 }
 
-TEST_F(ConflictCheck, ConflictsStandInArchiveOrder)
+TEST_F(ConflictCheck, UserRefusesByNoAlone)
 {
-    for (const char* name : {"c", "a", "b"})
-        WriteFile(Parts() / name, "old");
-
-    Check(ZipBytes().Add("c").Add("new").Add("a").Add("b"));
-
-    EXPECT_THAT(Asked().text, HasSubstr("?\n\n" + InParts("c") + "\n" + InParts("a") + "\n" + InParts("b") + "\n"));
+    for (const int answer : {0, 1, 2, 3, 4, 5}) {
+        HasConflicts = false;
+        Refused = answer != 4;
+        Surface().Answer(Question, answer);
+        EXPECT_EQ(S_OK, Check(Existing(1)));
+        EXPECT_TRUE(HasConflicts) << answer;
+        EXPECT_EQ(answer == 4, Refused) << answer;
+        EXPECT_EQ(0U, Surface().UnusedAnswers());
+    }
 }
-
-TEST_F(ConflictCheck, ConflictsInFoldersAreNamedWithBackslashes)
-{
-    WriteFile(Parts() / "sub/deep/a.ZALPart", "old");
-
-    Check(ZipBytes().Add("sub/deep/a.ZALPart"));
-
-    EXPECT_THAT(Asked().text, HasSubstr("\n\n" + InParts("sub\\deep\\a.ZALPart") + "\n"));
-}
-
-// ---------------------------------------------------------------------------------------------
-// The window of the question
-
-TEST_F(ConflictCheck, QuestionStandsOnTheDocumentWindow)
-{
-    Check(Existing(1));
-    EXPECT_EQ(Asked().parent, "ApplicationDocument");
-}
-
-TEST_F(ConflictCheck, QuestionStandsAloneWithoutFrame)
-{
-    ConfigureFrame({.exists = false});
-    EXPECT_EQ(Check(Existing(1)), S_OK);
-    EXPECT_EQ(Asked().parent, "");
-}
-
-TEST_F(ConflictCheck, QuestionStandsAloneWithoutDocumentWindow)
-{
-    ConfigureFrame({.applicationDocument = false});
-    Check(Existing(1));
-    EXPECT_EQ(Asked().parent, "");
-}
-
-TEST_F(ConflictCheck, QuestionEndsAfterTheAnswer)
-{
-    Check(Existing(1));
-    Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().Find(Question), nullptr);
-}
-
-struct AnswerCase {
-    const char* name;
-    int answer;
-    bool refused;
-
-    friend std::ostream& operator<<(std::ostream& stream, const AnswerCase& button) { return stream << button.name; }
-};
-
-class Answer : public ConflictCheck, public ::testing::WithParamInterface<AnswerCase> {};
-
-TEST_P(Answer, DecidesWhetherTheUserRefuses)
-{
-    Surface().Answer(Question, GetParam().answer);
-
-    EXPECT_EQ(Check(Existing(1)), S_OK);
-
-    EXPECT_TRUE(HasConflicts);
-    EXPECT_EQ(Refused, GetParam().refused);
-    EXPECT_EQ(Surface().UnusedAnswers(), 0U);
-}
-
-INSTANTIATE_TEST_SUITE_P(Buttons, Answer,
-                         ::testing::Values(AnswerCase{"Closed", 0, false}, AnswerCase{"One", 1, false},
-                                           AnswerCase{"Two", 2, false}, AnswerCase{"Yes", 3, false},
-                                           AnswerCase{"No", 4, true}, AnswerCase{"Unknown", 5, false}));
 
 // ---------------------------------------------------------------------------------------------
 // What conflicts
 
 TEST_F(ConflictCheck, NoConflictAsksNothing)
 {
-    EXPECT_EQ(Check(ZipBytes().Add("new").AddDirectory("folder/")), S_OK);
-
+    EXPECT_EQ(S_OK, Check(ZipBytes().Add("new").AddDirectory("folder/")));
     EXPECT_FALSE(HasConflicts);
     EXPECT_FALSE(Refused);
     EXPECT_THAT(Surface().Questions(), IsEmpty());
-}
-
-TEST_F(ConflictCheck, ExistingFolderOfTheArchiveIsAConflict)
-{
-    create_directory(Parts() / "sub");
-
-    EXPECT_EQ(Check(ZipBytes().AddDirectory("sub/").Add("sub/new")), S_OK);
-
-    EXPECT_TRUE(HasConflicts);
-    EXPECT_THAT(Asked().text, HasSubstr("\n\n" + InParts("sub\\") + "\n"));
-}
-
-TEST_F(ConflictCheck, FolderInThePlaceOfAFileIsAConflict)
-{
-    create_directory(Parts() / "a.ZALPart");
-    Check(ZipBytes().Add("a.ZALPart"));
-    EXPECT_TRUE(HasConflicts);
 }
 
 TEST_F(ConflictCheck, SideFilesAreNoConflicts)
 {
     for (const char* name : {"a.txt", "readme.TXT", "kr_metadata.csv", "sub/b.txt"})
         WriteFile(Parts() / name, "old");
-
-    EXPECT_EQ(Check(ZipBytes().Add("a.txt").Add("readme.TXT").Add("kr_metadata.csv").Add("sub/b.txt")), S_OK);
-
+    EXPECT_EQ(S_OK, Check(ZipBytes().Add("a.txt").Add("readme.TXT").Add("kr_metadata.csv").Add("sub/b.txt")));
     EXPECT_FALSE(HasConflicts);
     EXPECT_THAT(Surface().Questions(), IsEmpty());
 }
 
-TEST_F(ConflictCheck, MetadataFileInAFolderIsAConflict)
+TEST_F(ConflictCheck, ConflictsStandInArchiveOrderEachTimeTheyCome)
 {
-    WriteFile(Parts() / "sub/kr_metadata.csv", "old");
-
-    Check(ZipBytes().Add("sub/kr_metadata.csv"));
-
-    EXPECT_THAT(Asked().text, HasSubstr(InParts("sub\\kr_metadata.csv")));
-}
-
-TEST_F(ConflictCheck, EntryTwiceInTheArchiveIsNamedTwice)
-{
-    WriteFile(Parts() / "a", "old");
-    Check(ZipBytes().Add("a").Add("a"));
-    EXPECT_THAT(Asked().text, HasSubstr("\n\n" + InParts("a") + "\n" + InParts("a") + "\n"));
-}
-
-TEST_F(ConflictCheck, WritesNothing)
-{
-    Check(Existing(2).Add("new"));
-    EXPECT_EQ(ReadFile(Parts() / "entry-0"), "old");
+    for (const char* name : {"c", "a", "b"})
+        WriteFile(Parts() / name, "old");
+    EXPECT_EQ(S_OK, Check(ZipBytes().Add("c").Add("new").Add("a").Add("b").Add("a")));
+    EXPECT_THAT(Asked().text, HasSubstr("?\n\n" + InParts("c") + "\n" + InParts("a") + "\n" + InParts("b") + "\n" +
+                                        InParts("a") + "\n"));
+    EXPECT_EQ("old", ReadFile(Parts() / "c")) << "nothing is written";
     EXPECT_FALSE(exists(Parts() / "new"));
 }
 
-// ---------------------------------------------------------------------------------------------
-// Failures
+TEST_F(ConflictCheck, WhatStandsInAPlaceConflictsWhateverItIs)
+{
+    create_directory(Parts() / "a.ZALPart");
+    WriteFile(Parts() / "sub/deep/a.ZALPart", "old");
+    WriteFile(Parts() / "sub/kr_metadata.csv", "old");
+    EXPECT_EQ(S_OK, Check(ZipBytes()
+                              .AddDirectory("sub/")
+                              .Add("sub/new")
+                              .Add("a.ZALPart")
+                              .Add("sub/deep/a.ZALPart")
+                              .Add("sub/kr_metadata.csv")));
+    EXPECT_TRUE(HasConflicts);
+    EXPECT_THAT(Asked().text,
+                HasSubstr("\n\n" + InParts("sub\\") + "\n" + InParts("a.ZALPart") + "\n" +
+                          InParts("sub\\deep\\a.ZALPart") + "\n" + InParts("sub\\kr_metadata.csv") + "\n"));
+}
 
-class FailedCheck : public ConflictCheck {
-protected:
-    void ExpectFailure(const ZALUnicodeString& archive, const ZALUnicodeString& folder)
-    {
-        EXPECT_EQ(Check(archive, folder), E_FAIL);
-        EXPECT_FALSE(HasConflicts);
-        EXPECT_FALSE(Refused);
-        EXPECT_THAT(Surface().Questions(), IsEmpty());
+TEST_F(ConflictCheck, FailsWithoutAnArchiveWithEntriesAndAFolder)
+{
+    WriteFile(Temp() / "json.zip", R"({"error": "gone"})");
+    WriteFile(Temp() / "nothing.zip", "");
+    WriteFile(Temp() / "short.zip", ZipBytes().AddMany(5).BytesWithoutLast(30));
+    ZipBytes().Write(Temp() / "empty.zip");
+    std::vector<std::pair<ZALUnicodeString, ZALUnicodeString>> cases = {{"", PartsFolder()},
+                                                                        {Archive(ZipBytes().Add("a")), ""}};
+    for (const char* name : {"missing.zip", "json.zip", "nothing.zip", "short.zip", "empty.zip"})
+        cases.emplace_back((Temp() / name).c_str(), PartsFolder());
+    for (const auto& [archive, folder] : cases) {
+        HasConflicts = Refused = true;
+        EXPECT_EQ(E_FAIL, Check(archive, folder)) << ToUtf8(archive);
+        EXPECT_FALSE(HasConflicts) << ToUtf8(archive);
+        EXPECT_FALSE(Refused) << ToUtf8(archive);
     }
-};
-
-TEST_F(FailedCheck, OfAnEmptyArchivePath)
-{
-    ExpectFailure("", PartsFolder());
-}
-
-TEST_F(FailedCheck, OfAnEmptyFolder)
-{
-    ExpectFailure(Archive(ZipBytes().Add("a")), "");
-}
-
-TEST_F(FailedCheck, OfAMissingArchive)
-{
-    ExpectFailure(ZALUnicodeString((Temp() / "missing.zip").c_str()), PartsFolder());
-}
-
-TEST_F(FailedCheck, OfAFileThatIsNoArchive)
-{
-    WriteFile(TemporaryFile(), R"({"error": "gone"})");
-    ExpectFailure(TemporaryFile().c_str(), PartsFolder());
-}
-
-TEST_F(FailedCheck, OfAnEmptyFile)
-{
-    WriteFile(TemporaryFile(), "");
-    ExpectFailure(TemporaryFile().c_str(), PartsFolder());
-}
-
-TEST_F(FailedCheck, OfAnArchiveThatIsCutShort)
-{
-    WriteFile(TemporaryFile(), ZipBytes().AddMany(5).BytesWithoutLast(30));
-    ExpectFailure(TemporaryFile().c_str(), PartsFolder());
-}
-
-TEST_F(FailedCheck, OfAnArchiveWithoutEntries)
-{
-    ExpectFailure(Archive(ZipBytes()), PartsFolder());
+    EXPECT_THAT(Surface().Questions(), IsEmpty());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -304,7 +187,7 @@ class ArchiveEntry : public ::testing::TestWithParam<EntryCase> {};
 
 TEST_P(ArchiveEntry, IsIgnoredWhenItIsASideFile)
 {
-    EXPECT_EQ(IsIgnoredArchiveEntry(GetParam().entry), GetParam().ignored);
+    EXPECT_EQ(GetParam().ignored, IsIgnoredArchiveEntry(GetParam().entry));
 }
 
 INSTANTIATE_TEST_SUITE_P(

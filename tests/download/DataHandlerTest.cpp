@@ -15,6 +15,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr std::size_t BufferSize = 1048576;
+constexpr const char* Bytes = "application/octet-stream";
 
 /// Keeps what a handler tells its owner.
 class Owner : public ZALBaseUnknown {
@@ -88,10 +89,8 @@ class Disposition : public DataHandler, public ::testing::WithParamInterface<Dis
 
 TEST_P(Disposition, NamesTheTemporaryFile)
 {
-    const std::string name =
-        FileNameFor({{"content-type", "application/octet-stream"}, {"content-disposition", GetParam().value}});
-
-    EXPECT_EQ(name, GetParam().fileName ? GetParam().fileName : "VelmartDownloadedQ7Files");
+    const std::string name = FileNameFor({{"content-type", Bytes}, {"content-disposition", GetParam().value}});
+    EXPECT_EQ(GetParam().fileName ? GetParam().fileName : "VelmartDownloadedQ7Files", name);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -127,53 +126,14 @@ INSTANTIATE_TEST_SUITE_P(
                       DispositionCase{"NotFromAnEmptyValue", "", nullptr},
                       DispositionCase{"NotFromSemicolons", ";;;", nullptr}));
 
-TEST_F(DataHandler, HeaderNamesMatchWithoutRegardToLetterCase)
-{
-    EXPECT_EQ(
-        FileNameFor({{"CONTENT-TYPE", "application/octet-stream"}, {"Content-Disposition", "attachment; filename=a"}}),
-        "a");
-}
-
-TEST_F(DataHandler, OnlyTheFirstDispositionCounts)
-{
-    EXPECT_EQ(FileNameFor({{"content-type", "application/octet-stream"},
-                           {"content-disposition", "inline"},
-                           {"content-disposition", "attachment; filename=a.zip"}}),
-              "VelmartDownloadedQ7Files");
-}
-
-TEST_F(DataHandler, OnlyTheNameOfTheFirstDispositionCounts)
-{
-    EXPECT_EQ(FileNameFor({{"content-type", "application/octet-stream"},
-                           {"content-disposition", "attachment; filename=a.zip"},
-                           {"content-disposition", "attachment; filename=b.zip"}}),
-              "a.zip");
-}
-
-TEST_F(DataHandler, OnlyTheFirstContentTypeCounts)
-{
-    EXPECT_EQ(FileNameFor({{"content-type", "application/zip"},
-                           {"content-type", "application/octet-stream"},
-                           {"content-disposition", "attachment; filename=a.zip"}}),
-              "VelmartDownloadedQ7Files.zip");
-}
-
-TEST_F(DataHandler, HeadersWithOtherNamesAreIgnored)
-{
-    EXPECT_EQ(FileNameFor({{"content-types", "application/octet-stream"},
-                           {"x-content-disposition", "attachment; filename=a.zip"}}),
-              "VelmartDownloadedQ7Files.zip");
-}
-
 // ---------------------------------------------------------------------------------------------
 // The name by content type and state
 
 struct NameCase {
     const char* name;
-    const char* contentType; ///< null for none
-    int code;
-    const char* disposition; ///< null for none
+    HttpHeaders headers;
     const char* fileName;
+    int code = 200;
 
     friend std::ostream& operator<<(std::ostream& stream, const NameCase& reply) { return stream << reply.name; }
 };
@@ -182,38 +142,42 @@ class TemporaryName : public DataHandler, public ::testing::WithParamInterface<N
 
 TEST_P(TemporaryName, FollowsFromTheReply)
 {
-    HttpHeaders headers;
-    if (GetParam().contentType)
-        headers.emplace_back("content-type", GetParam().contentType);
-    if (GetParam().disposition)
-        headers.emplace_back("content-disposition", GetParam().disposition);
-
-    EXPECT_EQ(FileNameFor(headers, GetParam().code), GetParam().fileName);
+    EXPECT_EQ(GetParam().fileName, FileNameFor(GetParam().headers, GetParam().code));
     EXPECT_THAT(TheOwner->Completed, ElementsAre(Temp().string() + "/" + GetParam().fileName));
 }
+
+constexpr const char* Type = "content-type";
+constexpr const char* Name = "content-disposition";
+constexpr const char* Named = "attachment; filename=part.zip";
+constexpr const char* Json500 = "VelmartDownloadedQ7FilesError.json";
+constexpr const char* Plain = "VelmartDownloadedQ7Files";
+constexpr const char* Zip = "VelmartDownloadedQ7Files.zip";
+const std::string Longest(255, 'a');
 
 INSTANTIATE_TEST_SUITE_P(
     Replies, TemporaryName,
     ::testing::Values(
-        NameCase{"WithoutHeaders", nullptr, 200, nullptr, "VelmartDownloadedQ7Files.zip"},
-        NameCase{"Zip", "application/zip", 200, nullptr, "VelmartDownloadedQ7Files.zip"},
-        NameCase{"ZipWithDisposition", "application/zip", 200, "attachment; filename=part.zip",
-                 "VelmartDownloadedQ7Files.zip"},
-        NameCase{"ZipRefused", "application/zip", 500, nullptr, "VelmartDownloadedQ7Files.zip"},
-        NameCase{"JsonThatEndedWell", "application/json", 200, nullptr, "VelmartDownloadedQ7Files.zip"},
-        NameCase{"JsonRefused", "application/json", 500, nullptr, "VelmartDownloadedQ7FilesError.json"},
-        NameCase{"JsonRefusedWithDisposition", "application/json", 404, "attachment; filename=part.zip",
-                 "VelmartDownloadedQ7FilesError.json"},
-        NameCase{"JsonWithParameters", "application/json; charset=utf-8", 500, nullptr, "VelmartDownloadedQ7Files.zip"},
-        NameCase{"JsonInCapitals", "application/JSON", 500, nullptr, "VelmartDownloadedQ7Files.zip"},
-        NameCase{"Bytes", "application/octet-stream", 200, nullptr, "VelmartDownloadedQ7Files"},
-        NameCase{"BytesWithDisposition", "application/octet-stream", 200, "attachment; filename=part.zip", "part.zip"},
-        NameCase{"BytesRefused", "application/octet-stream", 404, "attachment; filename=part.zip", "part.zip"},
-        NameCase{"BytesWithParameters", "application/octet-stream; x=1", 200, "attachment; filename=part.zip",
-                 "VelmartDownloadedQ7Files.zip"},
-        NameCase{"BytesInCapitals", "Application/Octet-Stream", 200, "attachment; filename=part.zip",
-                 "VelmartDownloadedQ7Files.zip"},
-        NameCase{"EmptyType", "", 500, nullptr, "VelmartDownloadedQ7Files.zip"}));
+        NameCase{"WithoutHeaders", {}, Zip}, NameCase{"Zip", {{Type, "application/zip"}}, Zip},
+        NameCase{"ZipWithDisposition", {{Type, "application/zip"}, {Name, Named}}, Zip},
+        NameCase{"ZipRefused", {{Type, "application/zip"}}, Zip, 500},
+        NameCase{"JsonThatEndedWell", {{Type, "application/json"}}, Zip},
+        NameCase{"JsonRefused", {{Type, "application/json"}}, Json500, 500},
+        NameCase{"JsonRefusedWithDisposition", {{Type, "application/json"}, {Name, Named}}, Json500, 404},
+        NameCase{"JsonWithParameters", {{Type, "application/json; charset=utf-8"}}, Zip, 500},
+        NameCase{"JsonInCapitals", {{Type, "application/JSON"}}, Zip, 500}, NameCase{"Bytes", {{Type, Bytes}}, Plain},
+        NameCase{"BytesWithDisposition", {{Type, Bytes}, {Name, Named}}, "part.zip"},
+        NameCase{"BytesRefused", {{Type, Bytes}, {Name, Named}}, "part.zip", 404},
+        NameCase{"BytesWithParameters", {{Type, "application/octet-stream; x=1"}, {Name, Named}}, Zip},
+        NameCase{"BytesInCapitals", {{Type, "Application/Octet-Stream"}, {Name, Named}}, Zip},
+        NameCase{"EmptyType", {{Type, ""}}, Zip, 500},
+        NameCase{"HeadersInAnyLetterCase", {{"CONTENT-TYPE", Bytes}, {"Content-Disposition", Named}}, "part.zip"},
+        NameCase{"FirstDispositionOnly", {{Type, Bytes}, {Name, "inline"}, {Name, Named}}, Plain},
+        NameCase{"NameOfTheFirstDisposition",
+                 {{Type, Bytes}, {Name, Named}, {Name, "attachment; filename=b.zip"}},
+                 "part.zip"},
+        NameCase{"FirstTypeOnly", {{Type, "application/zip"}, {Type, Bytes}, {Name, Named}}, Zip},
+        NameCase{"OtherHeaders", {{"content-types", Bytes}, {"x-content-disposition", Named}}, Zip},
+        NameCase{"LongestName", {{Type, Bytes}, {Name, "attachment; filename=" + Longest}}, Longest.c_str()}));
 
 TEST_F(DataHandler, ErrorNameNeedsAResponse)
 {
@@ -222,20 +186,17 @@ TEST_F(DataHandler, ErrorNameNeedsAResponse)
     Handler().OnHeaders(nullptr, headers);
     Handler().OnData(nullptr, "x", 1);
     Script().End();
-
     EXPECT_THAT(FilesBelow(Temp()), ElementsAre("VelmartDownloadedQ7Files.zip"));
 }
 
 TEST_F(DataHandler, NameIsChosenAtTheFirstChunk)
 {
     Script().Bytes("first ");
-    Script().Head(200,
-                  {{"content-type", "application/octet-stream"}, {"content-disposition", "attachment; filename=a"}});
+    Script().Head(200, FileNamed("a"));
     Script().Bytes("second");
     Script().End();
-
     EXPECT_THAT(FilesBelow(Temp()), ElementsAre("VelmartDownloadedQ7Files.zip"));
-    EXPECT_EQ(ReadFile(ZipFile()), "first second");
+    EXPECT_EQ("first second", ReadFile(ZipFile()));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -246,14 +207,10 @@ class HostileName : public DataHandler, public ::testing::WithParamInterface<Nam
 TEST_P(HostileName, WritesNothingOutsideTheTemporaryFolder)
 {
     WriteFile(Folder() / "victim", "untouched");
-    Script().Head(200, {{"content-type", "application/octet-stream"},
-                        {"content-disposition", "attachment; filename=" + GetParam().text}});
-    Script().Bytes("evil");
-    Script().End();
-
+    FileNameFor(FileNamed(GetParam().text));
     EXPECT_THAT(FilesBelow(Folder()), ElementsAre("victim"));
-    EXPECT_EQ(ReadFile(Folder() / "victim"), "untouched");
-    EXPECT_EQ(TheOwner->Completed.size(), 1U);
+    EXPECT_EQ("untouched", ReadFile(Folder() / "victim"));
+    EXPECT_EQ(1U, TheOwner->Completed.size());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -271,72 +228,45 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(DataHandler, NameWithASeparatorStaysBelowTheTemporaryFolder)
 {
     create_directory(Temp() / "sub");
-
-    EXPECT_EQ(FileNameFor({{"content-type", "application/octet-stream"},
-                           {"content-disposition", "attachment; filename=sub\\a.zip"}}),
-              "sub/a.zip");
+    EXPECT_EQ("sub/a.zip", FileNameFor(FileNamed("sub\\a.zip")));
 }
 
 TEST_F(DataHandler, NameOfAFolderLeavesTheFolder)
 {
     create_directory(Temp() / "taken");
-    Script().Head(
-        200, {{"content-type", "application/octet-stream"}, {"content-disposition", "attachment; filename=taken"}});
-    Script().Bytes("x");
-    Script().End();
-
+    FileNameFor(FileNamed("taken"));
     EXPECT_TRUE(is_directory(Temp() / "taken"));
     EXPECT_THAT(TheOwner->Completed, ElementsAre((Temp() / "taken").string()));
-}
-
-TEST_F(DataHandler, LongestNameIsTaken)
-{
-    const std::string name(255, 'a');
-    EXPECT_EQ(FileNameFor({{"content-type", "application/octet-stream"},
-                           {"content-disposition", "attachment; filename=" + name}}),
-              name);
 }
 
 // ---------------------------------------------------------------------------------------------
 // Data
 
+TEST_F(DataHandler, BufferIsWrittenWholeOnceItIsFull)
+{
+    const std::string body = std::string(BufferSize - 1, 'b') + "cdef" + std::string(BufferSize, 'g');
+    const std::vector<std::pair<std::size_t, std::uintmax_t>> chunks = {{BufferSize - 1, 0}, // one byte less waits
+                                                                        {2, BufferSize + 1}, // one byte more
+                                                                        {2, BufferSize + 1}, // waits for the end
+                                                                        {BufferSize, 2 * BufferSize + 3}}; // passes it
+    std::size_t given = 0;
+    Script().Head(200);
+    for (const auto& [size, onDisk] : chunks) {
+        Script().Bytes(std::string_view(body).substr(given, size));
+        given += size;
+        EXPECT_EQ(onDisk, file_size(ZipFile())) << given;
+    }
+    Script().End();
+    EXPECT_TRUE(body == ReadFile(ZipFile()));
+}
+
 TEST_F(DataHandler, BodyOfOneBufferIsWrittenAtOnce)
 {
-    const std::string body(BufferSize, 'b');
     Script().Head(200);
-
-    Script().Bytes(body);
-    EXPECT_EQ(file_size(ZipFile()), BufferSize);
-
+    Script().Bytes(std::string(BufferSize, 'b'));
+    EXPECT_EQ(BufferSize, file_size(ZipFile()));
     Script().End();
-    EXPECT_EQ(ReadFile(ZipFile()), body);
-}
-
-TEST_F(DataHandler, BodyOfOneByteLessWaitsForTheEnd)
-{
-    const std::string body(BufferSize - 1, 'b');
-    Script().Head(200);
-
-    Script().Bytes(body);
-    EXPECT_EQ(file_size(ZipFile()), 0U);
-
-    Script().End();
-    EXPECT_EQ(ReadFile(ZipFile()), body);
-}
-
-TEST_F(DataHandler, BufferIsWrittenWholeWhenAChunkPassesItsSize)
-{
-    Script().Head(200);
-
-    Script().Bytes(std::string(BufferSize - 1, 'b'));
-    Script().Bytes("cd");
-    EXPECT_EQ(file_size(ZipFile()), BufferSize + 1);
-
-    Script().Bytes("e");
-    EXPECT_EQ(file_size(ZipFile()), BufferSize + 1);
-
-    Script().End();
-    EXPECT_EQ(ReadFile(ZipFile()), std::string(BufferSize - 1, 'b') + "cde");
+    EXPECT_TRUE(std::string(BufferSize, 'b') == ReadFile(ZipFile()));
 }
 
 TEST_F(DataHandler, ChunksOfAllSizesKeepTheirOrder)
@@ -350,34 +280,23 @@ TEST_F(DataHandler, ChunksOfAllSizesKeepTheirOrder)
         Script().Bytes(chunk);
     }
     Script().End();
-
     EXPECT_TRUE(ReadFile(ZipFile()) == body);
-}
-
-TEST_F(DataHandler, BytesWithZerosArriveAsTheyAre)
-{
-    const std::string body("\0a\0\xFF\n\r", 6);
-    Script().Bytes(body);
-    Script().End();
-
-    EXPECT_EQ(ReadFile(ZipFile()), body);
 }
 
 TEST_F(DataHandler, NoBytesOpenNoFile)
 {
     Handler().OnData(nullptr, "x", 0);
     Handler().OnData(nullptr, nullptr, 1);
-
     EXPECT_THAT(FilesBelow(Temp()), IsEmpty());
 }
 
-TEST_F(DataHandler, ExistingFileIsReplaced)
+TEST_F(DataHandler, ExistingFileIsReplacedByTheBytesAsTheyAre)
 {
+    const std::string body("\0a\0\xFF\n\r", 6);
     WriteFile(ZipFile(), "a longer text from the download before");
-    Script().Bytes("new");
+    Script().Bytes(body);
     Script().End();
-
-    EXPECT_EQ(ReadFile(ZipFile()), "new");
+    EXPECT_EQ(body, ReadFile(ZipFile()));
 }
 
 TEST_F(DataHandler, ExistingFileStaysWhenNoDataComes)
@@ -385,8 +304,8 @@ TEST_F(DataHandler, ExistingFileStaysWhenNoDataComes)
     WriteFile(ZipFile(), "before");
     Script().Head(200);
     Script().End();
-
-    EXPECT_EQ(ReadFile(ZipFile()), "before");
+    EXPECT_EQ("before", ReadFile(ZipFile()));
+    EXPECT_THAT(TheOwner->Completed, ElementsAre(""));
 }
 
 TEST_F(DataHandler, FileThatCannotBeOpenedIsTriedAgainAtTheNextChunk)
@@ -396,8 +315,7 @@ TEST_F(DataHandler, FileThatCannotBeOpenedIsTriedAgainAtTheNextChunk)
     create_directory(Temp());
     Script().Bytes("second");
     Script().End();
-
-    EXPECT_EQ(ReadFile(ZipFile()), "first second");
+    EXPECT_EQ("first second", ReadFile(ZipFile()));
 }
 
 TEST_F(DataHandler, BytesWithoutAFileStayInMemoryBeyondTheBuffer)
@@ -406,10 +324,8 @@ TEST_F(DataHandler, BytesWithoutAFileStayInMemoryBeyondTheBuffer)
     Script().Bytes(std::string(BufferSize, 'a'));
     Script().Bytes(std::string(BufferSize, 'b'));
     create_directory(Temp());
-
     Script().Bytes("c");
-    EXPECT_EQ(file_size(ZipFile()), 2 * BufferSize + 1);
-
+    EXPECT_EQ(2 * BufferSize + 1, file_size(ZipFile()));
     Script().End();
     EXPECT_TRUE(ReadFile(ZipFile()) == std::string(BufferSize, 'a') + std::string(BufferSize, 'b') + "c");
 }
@@ -419,7 +335,6 @@ TEST_F(DataHandler, PathIsPassedOnThoughItsFileWasNeverOpened)
     remove(Temp());
     Script().Bytes("lost");
     Script().End();
-
     EXPECT_THAT(TheOwner->Completed, ElementsAre(ZipFile().string()));
     EXPECT_FALSE(exists(Temp()));
 }
@@ -429,12 +344,11 @@ TEST_F(DataHandler, BufferIsReservedOnceAndKeptAcrossWrites)
     const std::string half(BufferSize / 2, 'b');
     Script().Bytes("b");
     for (int time = 0; time < 3; ++time) {
-        EXPECT_EQ(WithEachAllocationFailing([&](FailingMemory& memory) {
+        EXPECT_EQ(0, WithEachAllocationFailing([&](FailingMemory& memory) {
                       memory.During([&] { Handler().OnData(nullptr, half.data(), half.size() - 1); });
                       Handler().OnData(nullptr, half.data(), half.size()); // the buffer is full, and written
                       memory.During([&] { Handler().OnData(nullptr, "b", 1); });
-                  }),
-                  0);
+                  }));
     }
 }
 
@@ -481,7 +395,7 @@ TEST_F(ScarceData, NothingIsLostFromTheMiddleOfAFile)
         for (const std::string& chunk : chunks)
             memory.During([&] { handler->OnData(nullptr, chunk.data(), chunk.size()); });
         memory.During([&] { handler->OnComplete(nullptr); });
-        EXPECT_EQ(TheOwner.Calls, 1);
+        EXPECT_EQ(1, TheOwner.Calls);
         EXPECT_TRUE(TheOwner.HasPath);
         EXPECT_TRUE(ReadFile(ZipFile()) == whole);
     });
@@ -499,7 +413,7 @@ TEST_F(ScarceData, FileWithAGapIsNeitherWrittenOnNorPassedOn)
         SetPathVariable(TemporaryFolderVariable, Temp());
         handler->OnData(nullptr, "third", 5);
         handler->OnComplete(nullptr);
-        EXPECT_EQ(TheOwner.Calls, 1);
+        EXPECT_EQ(1, TheOwner.Calls);
         EXPECT_EQ(TheOwner.HasPath, exists(ZipFile()));
         if (TheOwner.HasPath) {
             EXPECT_TRUE(ReadFile(ZipFile()) == "first " + second + "third");
@@ -507,7 +421,7 @@ TEST_F(ScarceData, FileWithAGapIsNeitherWrittenOnNorPassedOn)
         gaps_ += TheOwner.HasPath ? 0 : 1;
     });
     EXPECT_GT(failures, 0);
-    EXPECT_EQ(gaps_, 1) << "without the second chunk alone";
+    EXPECT_EQ(1, gaps_) << "without the second chunk alone";
 }
 
 TEST_F(ScarceData, HeadersThatCannotBeReadLeaveTheFileItsFirstName)
@@ -537,7 +451,7 @@ TEST_F(DataHandler, OwnersThatFailForMemoryReachNobody)
         memory.During([&] { handler->OnProgress(nullptr, 50, 100); });
         memory.During([&] { handler->OnComplete(nullptr); });
         handler->Release();
-        EXPECT_EQ(ReferencesOf(TheOwner), 1U);
+        EXPECT_EQ(1U, ReferencesOf(TheOwner));
     });
 }
 
@@ -561,8 +475,7 @@ TEST_P(Progress, IsReportedInStepsOfMoreThanTen)
 {
     for (const auto& [current, total] : GetParam().steps)
         Script().Progress(current, total);
-
-    EXPECT_EQ(TheOwner->Percents, GetParam().reported);
+    EXPECT_EQ(GetParam().reported, TheOwner->Percents);
 }
 
 constexpr std::uint64_t Largest = std::numeric_limits<std::uint64_t>::max();
@@ -593,7 +506,6 @@ TEST_F(DataHandler, ProgressCountsThoughNobodyIsCalled)
     Handler().SetProgressCallback(ProgressMethod);
     Script().Progress(55, 100);
     EXPECT_THAT(TheOwner->Percents, IsEmpty());
-
     Script().Progress(61, 100);
     EXPECT_THAT(TheOwner->Percents, ElementsAre(61));
 }
@@ -601,30 +513,14 @@ TEST_F(DataHandler, ProgressCountsThoughNobodyIsCalled)
 TEST_F(DataHandler, CallsLeaveNoReferenceOnTheOwner)
 {
     Script().Progress(50, 100);
-    EXPECT_EQ(ReferencesOf(TheOwner), 1U);
+    EXPECT_EQ(1U, ReferencesOf(TheOwner));
     Script().End();
-    EXPECT_EQ(ReferencesOf(TheOwner), 1U);
-    EXPECT_EQ(TheOwner->Percents.size() + TheOwner->Completed.size(), 2U);
-}
-
-TEST_F(DataHandler, ProgressWithoutOwnerReachesNobody)
-{
-    EndOwner();
-    Script().Progress(50, 100);
-    EXPECT_TRUE(Script().IsRunning());
+    EXPECT_EQ(1U, ReferencesOf(TheOwner));
+    EXPECT_EQ(2U, TheOwner->Percents.size() + TheOwner->Completed.size());
 }
 
 // ---------------------------------------------------------------------------------------------
 // The end
-
-TEST_F(DataHandler, EndWithoutDataGivesAnEmptyPath)
-{
-    Script().Head(200);
-    Script().End();
-
-    EXPECT_THAT(TheOwner->Completed, ElementsAre(""));
-    EXPECT_THAT(FilesBelow(Temp()), IsEmpty());
-}
 
 TEST_F(DataHandler, FileIsClosedBeforeTheOwnerIsCalled)
 {
@@ -648,7 +544,7 @@ TEST_F(DataHandler, FileIsClosedBeforeTheOwnerIsCalled)
     handler->OnComplete(nullptr);
     handler->Release();
 
-    EXPECT_EQ(reader.Content, "whole");
+    EXPECT_EQ("whole", reader.Content);
     EXPECT_FALSE(reader.IsOpen);
 }
 
@@ -658,58 +554,43 @@ TEST_F(DataHandler, EndLeavesNoFileOpen)
     Handler().OnComplete(nullptr);
     Handler().OnData(nullptr, "next", 4); // opens the file anew
     Handler().OnComplete(nullptr);
-
-    EXPECT_EQ(ReadFile(ZipFile()), "next");
+    EXPECT_EQ("next", ReadFile(ZipFile()));
 }
 
 TEST_F(DataHandler, FailedTransferKeepsWhatHasArrived)
 {
     Script().Bytes("half");
     Script().End(TransferEnd::Failed);
-
-    EXPECT_EQ(ReadFile(ZipFile()), "half");
-    EXPECT_EQ(TheOwner->Completed.size(), 1U);
+    EXPECT_EQ("half", ReadFile(ZipFile()));
+    EXPECT_EQ(1U, TheOwner->Completed.size());
 }
 
 TEST_F(DataHandler, FileIsFinishedThoughTheOwnerIsGone)
 {
     Script().Bytes("first ");
+    const ZALBaseUnknown_WR reference(TheOwner);
     EndOwner();
+    EXPECT_EQ(nullptr, reference.GetComponent()) << "it is not kept alive";
     Script().Bytes("second");
     Script().Progress(50, 100);
     Script().End();
-
-    EXPECT_EQ(ReadFile(ZipFile()), "first second");
+    EXPECT_EQ("first second", ReadFile(ZipFile()));
 }
 
-TEST_F(DataHandler, OwnerIsNotKeptAlive)
+TEST_F(DataHandler, WithoutOwnerOrCallbackOnlyTheFileIsFinished)
 {
-    const ZALBaseUnknown_WR reference(TheOwner);
-    EndOwner();
-    EXPECT_EQ(reference.GetComponent(), nullptr);
-}
-
-TEST_F(DataHandler, WithoutCompleteCallbackOnlyTheFileIsFinished)
-{
-    auto* handler = new ZALVelmartDownloadDataHandler(TheOwner, nullptr);
-    handler->OnData(nullptr, "x", 1);
-    handler->OnComplete(nullptr);
-    handler->Release();
-
-    EXPECT_EQ(ReadFile(ZipFile()), "x");
+    for (const bool isOwned : {false, true}) {
+        WriteFile(ZipFile(), "before");
+        auto* handler =
+            new ZALVelmartDownloadDataHandler(isOwned ? TheOwner : nullptr, isOwned ? nullptr : CompleteMethod);
+        handler->SetProgressCallback(isOwned ? nullptr : ProgressMethod);
+        handler->OnProgress(nullptr, 50, 100);
+        handler->OnData(nullptr, "x", 1);
+        handler->OnComplete(nullptr);
+        handler->Release();
+        EXPECT_EQ("x", ReadFile(ZipFile())) << isOwned;
+    }
     EXPECT_THAT(TheOwner->Completed, IsEmpty());
-}
-
-TEST_F(DataHandler, WithoutOwnerOnlyTheFileIsFinished)
-{
-    auto* handler = new ZALVelmartDownloadDataHandler(nullptr, CompleteMethod);
-    handler->SetProgressCallback(ProgressMethod);
-    handler->OnProgress(nullptr, 50, 100);
-    handler->OnData(nullptr, "x", 1);
-    handler->OnComplete(nullptr);
-    handler->Release();
-
-    EXPECT_EQ(ReadFile(ZipFile()), "x");
 }
 
 } // namespace

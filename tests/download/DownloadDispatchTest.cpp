@@ -1,7 +1,9 @@
-#include "events/ZALVelmartIntegrationEventPublisher.h"
-#include "host/panel.h"
 #include "openhost/objects/Traces.h"
 #include "tests/download/DownloadFixture.h"
+#include "tests/support/Listener.h"
+
+#include "events/ZALVelmartIntegrationEventPublisher.h"
+#include "host/panel.h"
 
 #include <gmock/gmock.h>
 
@@ -16,9 +18,9 @@ using ::testing::ElementsAre;
 using ::testing::ExitedWithCode;
 using ::testing::IsEmpty;
 
-constexpr const char* MissingInfos =
-    "ZALVelmartFileDownloader::StartDownload - OpenInSource - ERROR - unable to retrieve infos\n";
-constexpr const char* BadUrl = "ZALVelmartFileDownloader::StartDownload - OpenInSource - ERROR - bad file url\n";
+const std::string Route = "ZALVelmartFileDownloader::StartDownload - OpenInSource";
+const std::string BadUrl = Route + " - ERROR - bad file url\n";
+constexpr const char* Item = R"({"downloadUrl": "https://velmart.example/item.zip"})";
 
 /// A request that opens in source, and has an address to fetch besides.
 std::string OpenInSource(const std::string& sourceUrl, const std::string& behaviour = "\"openInSource\"")
@@ -27,292 +29,191 @@ std::string OpenInSource(const std::string& sourceUrl, const std::string& behavi
            sourceUrl + R"("}, "downloadUrl": "https://velmart.example/item.zip"})";
 }
 
-/// Listens for messages of the bridge, or for another class of notifications.
-class Listener : public ZALEventSubscriber {
-public:
-    explicit Listener(const char* notificationClass = ZALDlgHtmlViewJavaScriptNotification::ClassName())
-    {
-        AddCallback(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance(), notificationClass,
-                    &Listener::OnMessage, nullptr);
-    }
-    void OnMessage(ZALBaseUnknown*, ZALNotification*, void*) {}
-};
-
 class DownloadDispatch : public DownloadFixture {
 protected:
-    /// The addresses that were requested.
-    std::vector<std::string> Requested()
+    /// Makes a listener of the bridge, or of another class of notifications.
+    static void Listen(Listener& listener,
+                       const char* notificationClass = ZALDlgHtmlViewJavaScriptNotification::ClassName())
     {
-        std::vector<std::string> urls;
-        for (const HttpRequestData& request : Transport().Requests())
-            urls.push_back(request.url);
-        return urls;
+        listener.Subscribe(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance(), notificationClass);
     }
+    /// Each of `requests` takes the plain route, and no other.
+    void ExpectPlainRoute(const std::vector<std::string>& requests)
+    {
+        for (const std::string& request : requests) {
+            SCOPED_TRACE(request);
+            Receiver.Received.clear();
+            const std::size_t before = Requested().size();
+            EXPECT_EQ(S_OK, Start(request));
+            EXPECT_THAT(Receiver.Received, IsEmpty());
+            ASSERT_EQ(before + 1, Requested().size());
+            EXPECT_EQ(Url, Requested().back());
+            Transport().Last().End(TransferEnd::Failed);
+        }
+    }
+    static Completion Opened(const std::string& path) { return WithFiles(Notification::DownloadSucceeded, {path}); }
 };
 
 // ---------------------------------------------------------------------------------------------
 // Open in source
 
-TEST_F(DownloadDispatch, SourceUrlWithoutColonFailsAndTakesNoOtherRoute)
+TEST_F(DownloadDispatch, SourceUrlOfAnotherSchemeFailsAndTakesNoOtherRoute)
 {
-    EXPECT_EQ(Start(OpenInSource("no colon at all")), E_FAIL);
-
+    for (const std::string url : {"no colon at all", ":file:///c:/a", "", "FILE:///c:/a", "File:///c:/a",
+                                  " file:///c:/a", "files:///c:/a", "https://velmart.example/a"}) {
+        SCOPED_TRACE(url);
+        const std::size_t traced = Traces().size();
+        EXPECT_EQ(E_FAIL, Start(OpenInSource(url)));
+        ASSERT_EQ(traced + 2, Traces().size());
+        EXPECT_EQ(Route + " with sourceUrl: " + url + "\n", Traces()[traced]);
+        EXPECT_EQ(BadUrl, Traces().back());
+    }
     EXPECT_THAT(Requested(), IsEmpty());
     EXPECT_THAT(Receiver.Received, IsEmpty());
-    EXPECT_THAT(Traces(),
-                ElementsAre("ZALVelmartFileDownloader::StartDownload - OpenInSource with sourceUrl: no colon at all\n",
-                            BadUrl));
 }
 
-TEST_F(DownloadDispatch, SourceUrlThatStartsWithAColonHasNoScheme)
+TEST_F(DownloadDispatch, FileUrlSucceedsWithItsLocalPathThoughNoFileIsThere)
 {
-    EXPECT_EQ(Start(OpenInSource(":file:///c:/a")), E_FAIL);
-    EXPECT_EQ(Traces().back(), BadUrl);
-}
-
-TEST_F(DownloadDispatch, EmptySourceUrlHasNoScheme)
-{
-    EXPECT_EQ(Start(OpenInSource("")), E_FAIL);
-    EXPECT_EQ(Traces().back(), BadUrl);
-}
-
-class RefusedScheme : public DownloadDispatch, public ::testing::WithParamInterface<NamedText> {};
-
-TEST_P(RefusedScheme, FailsWithoutNotificationOrRequest)
-{
-    EXPECT_EQ(Start(OpenInSource(GetParam().text)), E_FAIL);
-
-    EXPECT_THAT(Requested(), IsEmpty());
-    EXPECT_THAT(Receiver.Received, IsEmpty());
-    EXPECT_THAT(Traces(), ElementsAre("ZALVelmartFileDownloader::StartDownload - OpenInSource with sourceUrl: " +
-                                          GetParam().text + "\n",
-                                      BadUrl));
-}
-
-INSTANTIATE_TEST_SUITE_P(Schemes, RefusedScheme,
-                         ::testing::Values(NamedText{"FileInCapitals", "FILE:///c:/a"},
-                                           NamedText{"FileWithACapital", "File:///c:/a"},
-                                           NamedText{"FileBehindABlank", " file:///c:/a"},
-                                           NamedText{"Files", "files:///c:/a"},
-                                           NamedText{"Https", "https://velmart.example/a"}));
-
-TEST_F(DownloadDispatch, FileUrlSucceedsThoughNoFileIsThere)
-{
-    EXPECT_EQ(Start(OpenInSource("file:///c:/a")), S_OK);
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {"c:/a"})));
-    EXPECT_THAT(Requested(), IsEmpty());
-    EXPECT_THAT(Traces(),
-                ElementsAre("ZALVelmartFileDownloader::StartDownload - OpenInSource with sourceUrl: file:///c:/a\n",
-                            "ZALVelmartFileDownloader::StartDownload - OpenInSource path: c:/a\n"));
-}
-
-TEST_F(DownloadDispatch, FileUrlIsDecoded)
-{
-    EXPECT_EQ(Start(OpenInSource("file:///srv/a%20b/%C3%A9crou.ZALPart")), S_OK);
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {"/srv/a b/écrou.ZALPart"})));
-}
-
-TEST_F(DownloadDispatch, FileUrlWithoutLocalPathStillSucceedsWithAnEmptyPath)
-{
-    EXPECT_EQ(Start(OpenInSource("file://elsewhere.example/a")), S_OK);
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {""})));
-}
-
-TEST_F(DownloadDispatch, FileUrlLongerThanThePathBufferGivesAnEmptyPath)
-{
-    EXPECT_EQ(Start(OpenInSource("file:///" + std::string(4095, 'a'))), S_OK);
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {""})));
-}
-
-TEST_F(DownloadDispatch, FileUrlThatFillsThePathBufferIsTakenWhole)
-{
-    const std::string path = "/" + std::string(4094, 'a');
-
-    EXPECT_EQ(Start(OpenInSource("file://" + path)), S_OK);
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {path})));
-}
-
-TEST_F(DownloadDispatch, OpenInSourceWithoutSourceUrlFails)
-{
-    EXPECT_EQ(Start(R"({"attributes": {"catalog": {"configOpeningBehaviour": "openInSource"}},
-                        "downloadUrl": "https://velmart.example/item.zip"})"),
-              E_FAIL);
-
-    EXPECT_THAT(Traces(), ElementsAre(MissingInfos));
-    EXPECT_THAT(Receiver.Received, IsEmpty());
+    const std::string longest = "/" + std::string(4094, 'a');
+    const std::vector<std::pair<std::string, std::string>> urls = {
+        {"file:///c:/a", "c:/a"},
+        {"file:///srv/a%20b/%C3%A9crou.ZALPart", "/srv/a b/écrou.ZALPart"},
+        {"file://elsewhere.example/a", ""},
+        {"file://" + longest, longest},
+        {"file://" + longest + "a", ""}};
+    for (const auto& [url, path] : urls) {
+        SCOPED_TRACE(url);
+        Receiver.Received.clear();
+        const std::size_t traced = Traces().size();
+        EXPECT_EQ(S_OK, Start(OpenInSource(url)));
+        EXPECT_THAT(Receiver.Received, ElementsAre(Opened(path)));
+        ASSERT_EQ(traced + 2, Traces().size());
+        EXPECT_EQ(Route + " with sourceUrl: " + url + "\n", Traces()[traced]);
+        EXPECT_EQ(Route + " path: " + path + "\n", Traces().back());
+    }
     EXPECT_THAT(Requested(), IsEmpty());
 }
 
-TEST_F(DownloadDispatch, SourceUrlOfAnotherTypeCountsAsMissing)
+TEST_F(DownloadDispatch, OpenInSourceWithoutASourceUrlFails)
 {
-    EXPECT_EQ(
-        Start(R"({"attributes": {"catalog": {"configOpeningBehaviour": "openInSource"}, "sourceUrl": ["file:///a"]}})"),
-        E_FAIL);
-    EXPECT_THAT(Traces(), ElementsAre(MissingInfos));
+    for (const std::string attributes :
+         {R"("catalog": {"configOpeningBehaviour": "openInSource"})",
+          R"("catalog": {"configOpeningBehaviour": "openInSource"}, "sourceUrl": ["file:///a"])",
+          R"("catalog": {"configOpeningBehaviour": "openInSource", "sourceUrl": "file:///a"})"}) {
+        EXPECT_EQ(E_FAIL,
+                  Start(R"({"downloadUrl": "https://velmart.example/item.zip", "attributes": {)" + attributes + "}}"))
+            << attributes;
+        EXPECT_EQ(Route + " - ERROR - unable to retrieve infos\n", Traces().back()) << attributes;
+    }
+    EXPECT_EQ(3U, Traces().size());
     EXPECT_THAT(Receiver.Received, IsEmpty());
-}
-
-TEST_F(DownloadDispatch, SourceUrlInsideCatalogIsNotLookedAt)
-{
-    EXPECT_EQ(
-        Start(R"({"attributes": {"catalog": {"configOpeningBehaviour": "openInSource", "sourceUrl": "file:///a"}}})"),
-        E_FAIL);
-    EXPECT_THAT(Traces(), ElementsAre(MissingInfos));
+    EXPECT_THAT(Requested(), IsEmpty());
 }
 
 TEST_F(DownloadDispatch, OpeningBehaviourMatchesWithoutRegardToLetterCase)
 {
-    EXPECT_EQ(Start(OpenInSource("file:///c:/a", "\"OPENINSOURCE\"")), S_OK);
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {"c:/a"})));
+    EXPECT_EQ(S_OK, Start(OpenInSource("file:///c:/a", "\"OPENINSOURCE\"")));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Opened("c:/a")));
 }
 
-TEST_F(DownloadDispatch, OpenInSourceNotifiesInsideTheCall)
-{
-    bool returned = false;
-    bool notifiedBefore = false;
-    Receiver.OnReceipt = [&] { notifiedBefore = !returned; };
-
-    Start(OpenInSource("file:///c:/a"));
-    returned = true;
-
-    EXPECT_TRUE(notifiedBefore);
-}
-
-TEST_F(DownloadDispatch, OpenInSourceComesBeforeTheBridge)
-{
-    const Listener listener;
-
-    EXPECT_EQ(Start(OpenInSource("file:///c:/a")), S_OK);
-    EXPECT_EQ(Receiver.Received.size(), 1U);
-}
-
-TEST_F(DownloadDispatch, OpenInSourceComesBeforeTheTemplateRoute)
+TEST_F(DownloadDispatch, OpenInSourceComesBeforeTheBridgeAndTheTemplateRoute)
 {
     Probe.SetTemplateSupport(true);
-
-    EXPECT_EQ(Start(OpenInSource("file:///c:/a")), S_OK);
-    EXPECT_EQ(Receiver.Received.size(), 1U);
+    EXPECT_EQ(S_OK, Start(OpenInSource("file:///c:/a")));
+    EXPECT_EQ(1U, Receiver.Received.size());
+    Listener bridge;
+    Listen(bridge);
+    EXPECT_EQ(S_OK, Start(OpenInSource("file:///c:/a")));
+    EXPECT_EQ(2U, Receiver.Received.size());
+    EXPECT_EQ(0, bridge.Calls());
 }
 
 TEST_F(DownloadDispatch, OpenInSourceLeavesARunningTransferAlone)
 {
     const auto& script = StartTransfer();
-
-    EXPECT_EQ(Start(OpenInSource("file:///c:/a")), S_OK);
-
+    EXPECT_EQ(S_OK, Start(OpenInSource("file:///c:/a")));
     EXPECT_TRUE(script.IsRunning());
-    EXPECT_NE(Probe.HttpRequest(), nullptr);
+    EXPECT_NE(nullptr, Probe.HttpRequest());
 }
 
 TEST_F(DownloadDispatch, ReceiverMayStartTheNextDownloadInsideTheNotification)
 {
     Receiver.OnReceipt = [this] {
         Receiver.OnReceipt = {};
-        EXPECT_EQ(Start(OpenInSource("file:///c:/b")), S_OK);
+        EXPECT_EQ(S_OK, Start(OpenInSource("file:///c:/b")));
     };
-
-    EXPECT_EQ(Start(OpenInSource("file:///c:/a")), S_OK);
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {"c:/a"}),
-                                               WithFiles(Notification::DownloadSucceeded, {"c:/b"})));
+    EXPECT_EQ(S_OK, Start(OpenInSource("file:///c:/a")));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Opened("c:/a"), Opened("c:/b")));
 }
 
 // ---------------------------------------------------------------------------------------------
 // Requests that fall through to the normal routes
 
-class OtherBehaviour : public DownloadDispatch, public ::testing::WithParamInterface<NamedText> {};
-
-TEST_P(OtherBehaviour, FallsThroughToThePlainRouteThoughASourceUrlIsThere)
+TEST_F(DownloadDispatch, OtherBehaviourTakesThePlainRouteThoughASourceUrlIsThere)
 {
-    EXPECT_EQ(Start(OpenInSource("file:///c:/a", GetParam().text)), S_OK);
-
-    EXPECT_THAT(Requested(), ElementsAre(Url));
-    EXPECT_THAT(Receiver.Received, IsEmpty());
+    std::vector<std::string> requests;
+    for (const char* behaviour : {R"("openInSourceX")", R"("openInSourc")", R"("")", R"(" openInSource")", "null",
+                                  "true", "1", R"(["openInSource"])", R"({"openInSource": 1})"})
+        requests.push_back(OpenInSource("file:///c:/a", behaviour));
+    ExpectPlainRoute(requests);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Values, OtherBehaviour,
-    ::testing::Values(NamedText{"LongerText", R"("openInSourceX")"}, NamedText{"ShorterText", R"("openInSourc")"},
-                      NamedText{"EmptyText", R"("")"}, NamedText{"TextBehindABlank", R"(" openInSource")"},
-                      NamedText{"Null", "null"}, NamedText{"Boolean", "true"}, NamedText{"Number", "1"},
-                      NamedText{"List", R"(["openInSource"])"}, NamedText{"Map", R"({"openInSource": 1})"}));
-
-class NoCatalog : public DownloadDispatch, public ::testing::WithParamInterface<NamedText> {};
-
-TEST_P(NoCatalog, TakesThePlainRoute)
+TEST_F(DownloadDispatch, RequestWithoutACatalogTakesThePlainRoute)
 {
-    EXPECT_EQ(Start(std::string(R"({"downloadUrl": "https://velmart.example/item.zip")") + GetParam().text + "}"),
-              S_OK);
-    EXPECT_THAT(Requested(), ElementsAre(Url));
+    std::vector<std::string> requests{Item};
+    for (const std::string attributes :
+         {"null", R"("catalog")", "{}", R"({"catalog": null})", R"({"catalog": "openInSource"})", R"({"catalog": {}})"})
+        requests.push_back(R"({"downloadUrl": "https://velmart.example/item.zip", "attributes": )" + attributes + "}");
+    ExpectPlainRoute(requests);
 }
 
-INSTANTIATE_TEST_SUITE_P(Requests, NoCatalog,
-                         ::testing::Values(NamedText{"NoAttributes", ""},
-                                           NamedText{"NullAttributes", R"(, "attributes": null)"},
-                                           NamedText{"TextAttributes", R"(, "attributes": "catalog")"},
-                                           NamedText{"EmptyAttributes", R"(, "attributes": {})"},
-                                           NamedText{"NullCatalog", R"(, "attributes": {"catalog": null})"},
-                                           NamedText{"TextCatalog", R"(, "attributes": {"catalog": "openInSource"})"},
-                                           NamedText{"EmptyCatalog", R"(, "attributes": {"catalog": {}})"}));
-
-TEST_F(DownloadDispatch, RequestThatIsNoMapFails)
+TEST_F(DownloadDispatch, RequestWithoutAnAddressFailsWithoutNotification)
 {
-    EXPECT_EQ(Start("[1, 2]"), E_FAIL);
-    EXPECT_EQ(Start("\"text\""), E_FAIL);
-    EXPECT_EQ(Start("null"), E_FAIL);
+    for (const char* request : {"[1, 2]", "\"text\"", "null",
+                                R"({"attributes": {"downloadUrls": {"OTHER": "https://velmart.example/x"}}, "id": 7})"})
+        EXPECT_EQ(E_FAIL, Start(request)) << request;
     EXPECT_THAT(Requested(), IsEmpty());
     EXPECT_THAT(Receiver.Received, IsEmpty());
+    EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
 }
 
 // ---------------------------------------------------------------------------------------------
 // Choice between bridge, template and plain route
 
-TEST_F(DownloadDispatch, WithABridgeListenerNothingIsFetchedHere)
+TEST_F(DownloadDispatch, BridgeLastsAsLongAsItsListener)
 {
-    const Listener listener;
-
-    EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
-    EXPECT_EQ(Probe.HttpRequest(), nullptr);
-    EXPECT_THAT(Requested(), IsEmpty());
+    {
+        Listener bridge;
+        Listen(bridge);
+        EXPECT_EQ(S_OK, Start(Item));
+        EXPECT_EQ(nullptr, Probe.HttpRequest());
+        EXPECT_THAT(Requested(), IsEmpty());
+    }
+    ExpectPlainRoute({Item});
 }
 
 TEST_F(DownloadDispatch, BridgeComesBeforeTheTemplateRoute)
 {
-    const Listener listener;
+    Listener bridge;
+    Listen(bridge);
     Probe.SetTemplateSupport(true);
     SetSettings({}, false);
-
-    EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
+    EXPECT_EQ(S_OK, Start(Item));
     EXPECT_THAT(Surface().WindowEvents(), IsEmpty()) << "the template route would ask for the folder";
 }
 
 TEST_F(DownloadDispatch, ListenerForOtherNotificationsIsNoBridge)
 {
-    const Listener listener("ZALNotification");
-
-    EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
-    EXPECT_THAT(Requested(), ElementsAre(Url));
+    Listener listener;
+    Listen(listener, "ZALNotification");
+    ExpectPlainRoute({Item});
 }
 
-TEST_F(DownloadDispatch, BridgeEndsWithItsListener)
-{
-    {
-        const Listener listener;
-        EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
-        EXPECT_THAT(Requested(), IsEmpty());
-    }
-    EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
-    EXPECT_THAT(Requested(), ElementsAre(Url));
-}
-
-TEST_F(DownloadDispatch, TemplateRouteAsksForTheFolderFirst)
+TEST_F(DownloadDispatch, TemplateRouteAsksForAMissingFolderFirst)
 {
     Probe.SetTemplateSupport(true);
     SetSettings({}, true);
-
-    EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
-
+    EXPECT_EQ(S_OK, Start(Item));
     EXPECT_THAT(Requested(), IsEmpty());
     EXPECT_THAT(Receiver.Received, IsEmpty());
 }
@@ -320,57 +221,39 @@ TEST_F(DownloadDispatch, TemplateRouteAsksForTheFolderFirst)
 TEST_F(DownloadDispatch, TemplateRouteWithAFolderDoesNotTakeThePlainRoute)
 {
     Probe.SetTemplateSupport(true);
-
-    Start(R"({"downloadUrl": "https://velmart.example/item.zip"})");
-
-    EXPECT_EQ(Probe.HttpRequest(), nullptr);
-    EXPECT_EQ(Probe.ProgressDlg(), nullptr);
+    Start(Item);
+    EXPECT_EQ(nullptr, Probe.HttpRequest());
+    EXPECT_EQ(nullptr, Probe.ProgressDlg());
 }
 
 TEST_F(DownloadDispatch, PlainRouteDoesNotAskForTheFolderBeforeTheTransfer)
 {
     SetSettings({}, false);
-
-    EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
+    EXPECT_EQ(S_OK, Start(Item));
     EXPECT_THAT(Requested(), ElementsAre(Url));
-}
-
-TEST_F(DownloadDispatch, RequestWithoutAddressFailsWithoutNotification)
-{
-    EXPECT_EQ(Start(R"({"attributes": {"downloadUrls": {"OTHER": "https://velmart.example/x"}}, "id": 7})"), E_FAIL);
-
-    EXPECT_THAT(Requested(), IsEmpty());
-    EXPECT_THAT(Receiver.Received, IsEmpty());
-    EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
 }
 
 TEST_F(DownloadDispatch, SecondDownloadFailsAndLeavesTheFirstOneAlone)
 {
-    ASSERT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
-
-    EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/other.zip"})"), E_FAIL);
-
+    ASSERT_EQ(S_OK, Start(Item));
+    EXPECT_EQ(E_FAIL, Start(R"({"downloadUrl": "https://velmart.example/other.zip"})"));
     EXPECT_THAT(Requested(), ElementsAre(Url));
     EXPECT_TRUE(Transport().Last().IsRunning());
     EXPECT_THAT(Receiver.Received, IsEmpty());
 }
 
-TEST_F(DownloadDispatch, SecondDownloadOverwritesTheKeptRequest)
+TEST_F(DownloadDispatch, LastRequestIsKeptThoughItFails)
 {
-    Start(R"({"downloadUrl": "https://velmart.example/item.zip"})");
-    Start(R"({"downloadUrl": "https://velmart.example/other.zip"})");
-
-    ZALUnicodeString url;
-    EXPECT_EQ(GetDownloadURL(Probe.DownloadRequest(), url), S_OK);
-    EXPECT_EQ(ToUtf8(url), "https://velmart.example/other.zip");
-}
-
-TEST_F(DownloadDispatch, RequestIsKeptThoughItFails)
-{
-    Start(OpenInSource("http://x"));
-
-    ZALOmxAny attributes;
-    EXPECT_EQ(Probe.DownloadRequest().MapGetValue("attributes", attributes), S_OK);
+    Start(Item);
+    for (const char* request : {R"({"downloadUrl": "https://velmart.example/other.zip"})",
+                                R"({"attributes": {"catalog": {"configOpeningBehaviour": "openInSource"}},
+                                    "downloadUrl": "https://velmart.example/other.zip"})"}) {
+        Probe.SetDownloadRequest({});
+        EXPECT_EQ(E_FAIL, Start(request));
+        ZALUnicodeString url;
+        EXPECT_EQ(S_OK, GetDownloadURL(Probe.DownloadRequest(), url));
+        EXPECT_EQ("https://velmart.example/other.zip", ToUtf8(url));
+    }
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -389,11 +272,9 @@ class DownloadAddress : public ::testing::TestWithParam<AddressCase> {};
 TEST_P(DownloadAddress, IsTheFirstThatApplies)
 {
     ZALUnicodeString url = "as before";
-
     const HRESULT result = GetDownloadURL(Json(GetParam().request), url);
-
-    EXPECT_EQ(result, GetParam().url ? S_OK : E_FAIL);
-    EXPECT_EQ(ToUtf8(url), GetParam().url ? GetParam().url : "as before");
+    EXPECT_EQ(GetParam().url ? S_OK : E_FAIL, result);
+    EXPECT_EQ(GetParam().url ? GetParam().url : "as before", ToUtf8(url));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -427,9 +308,17 @@ constexpr const char* SwatchVariable = "ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT
 constexpr int SupportOn = 10;
 constexpr int SupportOff = 11;
 
-/// Ends the process with what `steps` have made of the template support.
-template <class Steps>
-[[noreturn]] void ExitWithSupport(Steps steps)
+/// What is done in a fresh process, without the variables at first.
+struct SupportCase {
+    const char* name;
+    int exitCode;
+    void (*steps)(ZALVelmartFileDownloaderProbe& probe);
+
+    friend std::ostream& operator<<(std::ostream& stream, const SupportCase& support) { return stream << support.name; }
+};
+
+/// Ends the process with what the steps have made of the template support.
+[[noreturn]] void ExitWithSupport(const SupportCase& support)
 {
     bool on = false;
     {
@@ -437,81 +326,53 @@ template <class Steps>
         ZALVelmartFileDownloaderProbe probe;
         unsetenv(FirstVariable);
         unsetenv(SwatchVariable);
-        steps(probe);
+        support.steps(probe);
         on = ZALVelmartFileDownloaderProbe::TemplateSupport();
     }
     std::exit(on ? SupportOn : SupportOff);
 }
 
-/// Each test runs its steps in a fresh process.
-class TemplateSupport : public ::testing::Test {
-protected:
-    TemplateSupport() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
+class TemplateSupport : public ::testing::TestWithParam<SupportCase> {};
 
-TEST_F(TemplateSupport, IsOnWithTheSwatchVariableAlone)
+TEST_P(TemplateSupport, IsSettledByTheVariablesAtTheFirstDefaultDownload)
 {
-    EXPECT_EXIT(ExitWithSupport([](auto& probe) {
-                    setenv(SwatchVariable, "1", 1);
-                    probe.StartDefaultDownload({});
-                }),
-                ExitedWithCode(SupportOn), "");
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(ExitWithSupport(GetParam()), ExitedWithCode(GetParam().exitCode), "");
 }
 
-TEST_F(TemplateSupport, IsOnWithTheFirstVariableAlone)
-{
-    EXPECT_EXIT(ExitWithSupport([](auto& probe) {
-                    setenv(FirstVariable, "1", 1);
-                    probe.StartDefaultDownload({});
-                }),
-                ExitedWithCode(SupportOn), "");
-}
+using SupportProbe = ZALVelmartFileDownloaderProbe;
 
-TEST_F(TemplateSupport, IsOnWithAnEmptyVariable)
-{
-    EXPECT_EXIT(ExitWithSupport([](auto& probe) {
-                    setenv(FirstVariable, "", 1);
-                    probe.StartDefaultDownload({});
-                }),
-                ExitedWithCode(SupportOn), "");
-}
-
-TEST_F(TemplateSupport, IsOffWithoutTheVariables)
-{
-    EXPECT_EXIT(ExitWithSupport([](auto& probe) { probe.StartDefaultDownload({}); }), ExitedWithCode(SupportOff), "");
-}
-
-TEST_F(TemplateSupport, StaysOffWhenAVariableComesAfterTheFirstDownload)
-{
-    EXPECT_EXIT(ExitWithSupport([](auto& probe) {
-                    probe.StartDefaultDownload({});
-                    setenv(FirstVariable, "1", 1);
-                    setenv(SwatchVariable, "1", 1);
-                    probe.StartDefaultDownload({});
-                }),
-                ExitedWithCode(SupportOff), "");
-}
-
-TEST_F(TemplateSupport, StaysOnWhenTheVariableGoesAfterTheFirstDownload)
-{
-    EXPECT_EXIT(ExitWithSupport([](auto& probe) {
-                    setenv(FirstVariable, "1", 1);
-                    probe.StartDefaultDownload({});
-                    unsetenv(FirstVariable);
-                    probe.StartDefaultDownload({});
-                }),
-                ExitedWithCode(SupportOn), "");
-}
-
-TEST_F(TemplateSupport, IsNotSettledByOpenInSource)
-{
-    EXPECT_EXIT(ExitWithSupport([](auto& probe) {
-                    probe.Downloader().StartDownload(Json(OpenInSource("file:///c:/a")));
-                    setenv(SwatchVariable, "1", 1);
-                    probe.StartDefaultDownload({});
-                }),
-                ExitedWithCode(SupportOn), "");
-}
+INSTANTIATE_TEST_SUITE_P(Steps, TemplateSupport,
+                         ::testing::Values(SupportCase{"OnWithTheSwatchVariable", SupportOn,
+                                                       [](SupportProbe& probe) {
+                                                           setenv(SwatchVariable, "1", 1);
+                                                           probe.StartDefaultDownload({});
+                                                       }},
+                                           SupportCase{"OnWithTheFirstVariableThoughEmpty", SupportOn,
+                                                       [](SupportProbe& probe) {
+                                                           setenv(FirstVariable, "", 1);
+                                                           probe.StartDefaultDownload({});
+                                                       }},
+                                           SupportCase{"OffWithoutTheVariablesThoughTheyCome", SupportOff,
+                                                       [](SupportProbe& probe) {
+                                                           probe.StartDefaultDownload({});
+                                                           setenv(FirstVariable, "1", 1);
+                                                           setenv(SwatchVariable, "1", 1);
+                                                           probe.StartDefaultDownload({});
+                                                       }},
+                                           SupportCase{"OnThoughTheVariableGoes", SupportOn,
+                                                       [](SupportProbe& probe) {
+                                                           setenv(FirstVariable, "1", 1);
+                                                           probe.StartDefaultDownload({});
+                                                           unsetenv(FirstVariable);
+                                                           probe.StartDefaultDownload({});
+                                                       }},
+                                           SupportCase{"NotByOpenInSource", SupportOn, [](SupportProbe& probe) {
+                                                           probe.Downloader().StartDownload(
+                                                               Json(OpenInSource("file:///c:/a")));
+                                                           setenv(SwatchVariable, "1", 1);
+                                                           probe.StartDefaultDownload({});
+                                                       }}));
 
 // ---------------------------------------------------------------------------------------------
 // The singleton and its class
@@ -519,10 +380,9 @@ TEST_F(TemplateSupport, IsNotSettledByOpenInSource)
 TEST_F(DownloadDispatch, InstanceIsAlwaysTheSameOne)
 {
     ZALVelmartFileDownloader* instance = ZALVelmartFileDownloader::GetInstance();
-
-    ASSERT_NE(instance, nullptr);
-    EXPECT_EQ(ZALVelmartFileDownloader::GetInstance(), instance);
-    EXPECT_EQ(instance->AddRef(), 2U) << "no reference is added";
+    ASSERT_NE(nullptr, instance);
+    EXPECT_EQ(instance, ZALVelmartFileDownloader::GetInstance());
+    EXPECT_EQ(2U, instance->AddRef()) << "no reference is added";
     instance->Release();
 }
 
@@ -543,36 +403,35 @@ TEST(DownloadDispatchDeathTest, InstanceEndsWithTheProcess)
 
 TEST_F(DownloadDispatch, IsACommandOfModeThree)
 {
-    EXPECT_STREQ(Downloader().GetName().CastToCharPtr(), "ZALVelmartFileDownloader");
-    EXPECT_EQ(Downloader().GetMode(), 3);
+    EXPECT_STREQ("ZALVelmartFileDownloader", Downloader().GetName().CastToCharPtr());
+    EXPECT_EQ(3, Downloader().GetMode());
 }
 
 TEST_F(DownloadDispatch, IsRecordedUnderItsNameAndModule)
 {
     ZALMetaClass* record = ZALVelmartFileDownloader::MetaObject();
-
-    EXPECT_STREQ(record->GetName(), "ZALVelmartFileDownloader");
-    EXPECT_STREQ(record->GetModule(), "ZALVelmartIntegration");
-    EXPECT_EQ(record->GetBase(), ZALCommand::MetaObject());
-    EXPECT_EQ(Downloader().GetMetaObject(), record);
-    EXPECT_STREQ(Downloader().IsA(), "ZALVelmartFileDownloader");
-    EXPECT_STREQ(ZALVelmartFileDownloader::ClassId(), "ZALVelmartFileDownloader");
-    EXPECT_EQ(Downloader().IsAKindOf("ZALCommand"), 1);
-    EXPECT_EQ(ZALVelmartFileDownloader::CreateItself(), nullptr);
+    EXPECT_STREQ("ZALVelmartFileDownloader", record->GetName());
+    EXPECT_STREQ("ZALVelmartIntegration", record->GetModule());
+    EXPECT_EQ(ZALCommand::MetaObject(), record->GetBase());
+    EXPECT_EQ(record, Downloader().GetMetaObject());
+    EXPECT_STREQ("ZALVelmartFileDownloader", Downloader().IsA());
+    EXPECT_STREQ("ZALVelmartFileDownloader", ZALVelmartFileDownloader::ClassId());
+    EXPECT_EQ(1, Downloader().IsAKindOf("ZALCommand"));
+    EXPECT_EQ(nullptr, ZALVelmartFileDownloader::CreateItself());
 }
 
 TEST_F(DownloadDispatch, TemplateAddressesAreKept)
 {
-    EXPECT_EQ(Downloader().SetTemplatesURLs(Json(R"({"part": "https://velmart.example/t"})")), S_OK);
+    EXPECT_EQ(S_OK, Downloader().SetTemplatesURLs(Json(R"({"part": "https://velmart.example/t"})")));
 
     ZALOmxAny part;
     ZALUnicodeString url;
-    ASSERT_EQ(Probe.TemplatesURLs().MapGetValue("part", part), S_OK);
-    EXPECT_EQ(part.GetString(url), S_OK);
-    EXPECT_EQ(ToUtf8(url), "https://velmart.example/t");
+    ASSERT_EQ(S_OK, Probe.TemplatesURLs().MapGetValue("part", part));
+    EXPECT_EQ(S_OK, part.GetString(url));
+    EXPECT_EQ("https://velmart.example/t", ToUtf8(url));
 
-    EXPECT_EQ(Downloader().SetTemplatesURLs(Json("[]")), S_OK);
-    EXPECT_EQ(Probe.TemplatesURLs().GetKind() & ZALOmxKindMask, ZALOmxKindList);
+    EXPECT_EQ(S_OK, Downloader().SetTemplatesURLs(Json("[]")));
+    EXPECT_EQ(ZALOmxKindList, Probe.TemplatesURLs().GetKind() & ZALOmxKindMask);
 }
 
 TEST_F(DownloadDispatch, EndOfTheDownloaderReleasesTheMultiFileDownload)
@@ -580,19 +439,15 @@ TEST_F(DownloadDispatch, EndOfTheDownloaderReleasesTheMultiFileDownload)
     auto* download = new ZALVLIFullDownload({});
     const ZALBaseUnknown_WR reference(download);
     Probe.SetFullDownload(download);
-
     Probe.EndDownloader();
-
-    EXPECT_EQ(reference.GetComponent(), nullptr);
+    EXPECT_EQ(nullptr, reference.GetComponent());
 }
 
 TEST_F(DownloadDispatch, NothingIsTracedWhileTracesAreOff)
 {
     SwitchTraces(false);
-
     Start(OpenInSource("file:///c:/a"));
     Start(OpenInSource("http://x"));
-
     EXPECT_THAT(Traces(), IsEmpty());
 }
 

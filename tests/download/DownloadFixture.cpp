@@ -68,6 +68,13 @@ void PrintTo(const Completion& completion, std::ostream* stream)
     *stream << ", " << completion.warnings.size() << " warnings";
 }
 
+Completion Fields(const Notification& notification)
+{
+    return {notification.GetStatus(), TextsOf(notification.GetDownloadedFilesPathes()),
+            ToUtf8(notification.GetDocEnvId()), ToUtf8(notification.GetErrorMessageNLS()),
+            TextsOf(notification.GetWarningsMessageNLS())};
+}
+
 CompletionReceiver::CompletionReceiver(ZALBaseUnknown* publisher)
 {
     AddCallback(publisher, Notification::ClassName(), &CompletionReceiver::OnComplete, nullptr);
@@ -75,10 +82,7 @@ CompletionReceiver::CompletionReceiver(ZALBaseUnknown* publisher)
 
 void CompletionReceiver::OnComplete(ZALBaseUnknown*, ZALNotification* notification, void*)
 {
-    const auto& complete = dynamic_cast<const Notification&>(*notification);
-    Received.push_back({complete.GetStatus(), TextsOf(complete.GetDownloadedFilesPathes()),
-                        ToUtf8(complete.GetDocEnvId()), ToUtf8(complete.GetErrorMessageNLS()),
-                        TextsOf(complete.GetWarningsMessageNLS())});
+    Received.push_back(Fields(dynamic_cast<const Notification&>(*notification)));
     if (OnReceipt)
         OnReceipt();
 }
@@ -124,6 +128,38 @@ void DownloadFixture::Transfer(const std::string& body, int code, const HttpHead
     if (!body.empty())
         script.Bytes(body);
     script.End();
+}
+
+void DownloadFixture::ServeFile(const std::string& url, const std::string& fileName, const std::string& content)
+{
+    Transport().Answer(url, {.headers = FileNamed(fileName), .chunks = {content}});
+}
+
+void DownloadFixture::ServeArchive(const std::string& url, const ZipBytes& archive)
+{
+    Transport().Answer(url, {.headers = {{"content-type", "application/zip"}}, .chunks = {archive.Bytes()}});
+}
+
+void DownloadFixture::ServeEnd(const std::string& url, TransferEnd end)
+{
+    Transport().Answer(url, {.code = std::nullopt, .end = end});
+}
+
+std::vector<std::string> DownloadFixture::Requested()
+{
+    std::vector<std::string> urls;
+    for (const HttpRequestData& request : Transport().Requests())
+        urls.push_back(request.url);
+    return urls;
+}
+
+Completion DownloadFixture::Succeeded(const std::vector<std::string>& entries,
+                                      const std::vector<std::string>& warnings) const
+{
+    Completion completion{Notification::DownloadSucceeded, {}, "File", "", warnings};
+    for (const std::string& entry : entries)
+        completion.files.push_back(InParts(entry));
+    return completion;
 }
 
 ZALUnicodeString DownloadFixture::Archive(const ZipBytes& archive) const

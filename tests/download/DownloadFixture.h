@@ -54,10 +54,28 @@ inline Completion Bare(Notification::Status status)
 {
     return {status, {}, "", "", {}};
 }
-/// The completion of an extraction.
+/// The completion of an extraction, by full paths.
 inline Completion WithFiles(Notification::Status status, const std::vector<std::string>& files)
 {
     return {status, files, "File", "", {}};
+}
+
+inline Completion Failed()
+{
+    return Bare(Notification::DownloadFailed);
+}
+inline Completion Cancelled()
+{
+    return Bare(Notification::DownloadCanceled);
+}
+
+/// All that a notification holds.
+Completion Fields(const Notification& notification);
+
+/// The headers of a file as it is, which the server gives the name `name`.
+inline HttpHeaders FileNamed(const std::string& name)
+{
+    return {{"content-type", "application/octet-stream"}, {"content-disposition", "attachment; filename=" + name}};
 }
 
 /// Subscribes to completions and keeps them.
@@ -67,7 +85,7 @@ public:
     void OnComplete(ZALBaseUnknown* publisher, ZALNotification* notification, void* data);
 
     std::vector<Completion> Received;
-    std::function<void()> OnReceipt; ///< called behind each completion
+    std::function<void()> OnReceipt; ///< called after each completion
 };
 
 /// Counts completions, and needs no memory for that.
@@ -97,6 +115,14 @@ protected:
     /// Runs a whole transfer of Url that ends well.
     void Transfer(const std::string& body, int code = 200, const HttpHeaders& headers = {});
 
+    /// Lets the service answer requests to `url` with a file as it is, an archive, or no reply at all.
+    void ServeFile(const std::string& url, const std::string& fileName, const std::string& content = "content");
+    void ServeArchive(const std::string& url, const ZipBytes& archive);
+    void ServeEnd(const std::string& url, TransferEnd end = TransferEnd::Failed);
+    /// The addresses that were asked for, in order.
+    std::vector<std::string> Requested();
+    ZALDlgProgress* Bar() { return dynamic_cast<ZALDlgProgress*>(Surface().Find(ProgressWindow, "VLProgressBar")); }
+
     /// The temporary file of a reply without headers.
     std::filesystem::path TemporaryFile() const { return Temp() / "VelmartDownloadedQ7Files.zip"; }
     /// Writes the archive as a transfer would have left it, and gives its path.
@@ -104,6 +130,8 @@ protected:
     ZALUnicodeString PartsFolder() const { return ZALUnicodeString(Parts().c_str()); }
     /// The full path that the module makes of an archive entry, given with "\".
     std::string InParts(const std::string& entry) const { return Parts().string() + "/" + entry; }
+    /// The completion of a download of `entries` into the user's folder.
+    Completion Succeeded(const std::vector<std::string>& entries, const std::vector<std::string>& warnings = {}) const;
 
     ZALVelmartFileDownloaderProbe Probe;
     CompletionReceiver Receiver{&Probe.Downloader()};

@@ -17,7 +17,7 @@ protected:
     std::string Delivered(HRESULT expected)
     {
         ZALUnicodeString folder = "untouched";
-        EXPECT_EQ(Probe.GetValidDestinationFolderInSettings(folder), expected);
+        EXPECT_EQ(expected, Probe.GetValidDestinationFolderInSettings(folder));
         return ToUtf8(folder);
     }
 
@@ -32,79 +32,42 @@ protected:
 // ---------------------------------------------------------------------------------------------
 // The folder in the settings
 
-TEST_F(DestinationFolder, OfTheSettingsIsDeliveredWithItsFlag)
+TEST_F(DestinationFolder, IsThatOfTheSettingsWithItsFlagWhenItIsAFolder)
 {
-    EXPECT_EQ(Delivered(S_OK), Parts().string());
-}
-
-TEST_F(DestinationFolder, WithoutTheFlagIsNotDelivered)
-{
-    SetSettings(Parts(), false);
-    EXPECT_EQ(Delivered(S_FALSE), "untouched");
-}
-
-TEST_F(DestinationFolder, ThatIsEmptyIsNotDelivered)
-{
-    SetSettings({}, true);
-    EXPECT_EQ(Delivered(S_FALSE), "untouched");
-}
-
-TEST_F(DestinationFolder, ThatNoLongerExistsIsNotDelivered)
-{
-    std::filesystem::remove(Parts());
-    EXPECT_EQ(Delivered(S_FALSE), "untouched");
-}
-
-TEST_F(DestinationFolder, ThatIsAFileIsNotDelivered)
-{
+    EXPECT_EQ(Parts().string(), Delivered(S_OK));
     WriteFile(Folder() / "file", "x");
-    SetSettings(Folder() / "file", true);
-    EXPECT_EQ(Delivered(S_FALSE), "untouched");
-}
-
-TEST_F(DestinationFolder, ThatIsASocketIsNotDelivered)
-{
-    ASSERT_EQ(mknod((Folder() / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
-    SetSettings(Folder() / "socket", true);
-    EXPECT_EQ(Delivered(S_FALSE), "untouched");
-}
-
-TEST_F(DestinationFolder, IsNotDeliveredWithoutSettings)
-{
+    ASSERT_EQ(0, mknod((Folder() / "socket").c_str(), S_IFSOCK | 0600, 0));
+    for (const auto& [folder, flag] :
+         {std::pair(Parts(), false), std::pair(std::filesystem::path(), true), std::pair(Folder() / "gone", true),
+          std::pair(Folder() / "file", true), std::pair(Folder() / "socket", true)}) {
+        SetSettings(folder, flag);
+        EXPECT_EQ("untouched", Delivered(S_FALSE)) << folder;
+    }
+    SetSettings(Parts(), true);
     SettingsStore::Current().SetAvailable(false);
-    EXPECT_EQ(Delivered(S_FALSE), "untouched");
+    EXPECT_EQ("untouched", Delivered(S_FALSE)) << "without settings";
 }
 
 // ---------------------------------------------------------------------------------------------
-// The folder question behind a transfer
+// The folder question after a transfer
 
 TEST_F(DestinationFolder, MissingFlagLeavesTheDownloadWaiting)
 {
     DownloadWithoutFolder();
     Loop().RunUntilIdle();
-
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
-    EXPECT_EQ(ToUtf8(Probe.DownloadedFilePath()), TemporaryFile().string());
-    EXPECT_EQ(Probe.HttpRequest(), nullptr);
-    EXPECT_EQ(Probe.ProgressDlg(), nullptr);
+    EXPECT_EQ(TemporaryFile().string(), ToUtf8(Probe.DownloadedFilePath()));
+    EXPECT_EQ(nullptr, Probe.HttpRequest());
+    EXPECT_EQ(nullptr, Probe.ProgressDlg());
 }
 
 TEST_F(DestinationFolder, QuestionWithoutFrameBringsNoNotification)
 {
     ConfigureFrame({.exists = false});
     DownloadWithoutFolder();
-    Loop().RunUntilIdle();
-
-    EXPECT_THAT(Receiver.Received, IsEmpty());
-}
-
-TEST_F(DestinationFolder, QuestionCanBeAskedWithoutFrame)
-{
-    ConfigureFrame({.exists = false});
     Probe.DisplayDestinationFolderChooserDlg();
     Loop().RunUntilIdle();
-
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
 }
@@ -112,11 +75,9 @@ TEST_F(DestinationFolder, QuestionCanBeAskedWithoutFrame)
 TEST_F(DestinationFolder, OfTheDialogIsUsedThoughTheFlagIsNotSet)
 {
     DownloadWithoutFolder();
-
     Probe.OnDownloadLocationDlgOK();
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
-    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "part");
+    EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"a.ZALPart"})));
+    EXPECT_EQ("part", ReadFile(Parts() / "a.ZALPart"));
 }
 
 TEST_F(DestinationFolder, OfTheDialogIsUsedThoughItDoesNotExist)
@@ -124,21 +85,9 @@ TEST_F(DestinationFolder, OfTheDialogIsUsedThoughItDoesNotExist)
     DownloadWithoutFolder();
     const std::filesystem::path missing = Parts() / "missing";
     SetSettings(missing, false);
-
     Probe.OnDownloadLocationDlgOK();
-
     EXPECT_THAT(Receiver.Received,
                 ElementsAre(WithFiles(Notification::DownloadSucceeded, {missing.string() + "/a.ZALPart"})));
-}
-
-TEST_F(DestinationFolder, OfTheDialogThatIsEmptyEndsAsFailed)
-{
-    DownloadWithoutFolder();
-    SetSettings({}, false);
-
-    Probe.OnDownloadLocationDlgOK();
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
 }
 
 TEST_F(DestinationFolder, DialogOKWithoutSettingsEndsAsFailed)
@@ -146,12 +95,18 @@ TEST_F(DestinationFolder, DialogOKWithoutSettingsEndsAsFailed)
     DownloadWithoutFolder();
     SettingsStore::Current().SetAvailable(false);
     const int busyCursors = BusyCursorCount();
-
     Probe.OnDownloadLocationDlgOK();
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
     EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
-    EXPECT_EQ(BusyCursorCount(), busyCursors);
+    EXPECT_EQ(busyCursors, BusyCursorCount());
+}
+
+TEST_F(DestinationFolder, OfTheDialogThatIsEmptyEndsAsFailed)
+{
+    DownloadWithoutFolder();
+    SetSettings({}, false);
+    Probe.OnDownloadLocationDlgOK();
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
 }
 
 TEST_F(DestinationFolder, DialogOKShowsTheBusyCursorBeforeTheQuestion)
@@ -161,105 +116,37 @@ TEST_F(DestinationFolder, DialogOKShowsTheBusyCursorBeforeTheQuestion)
     const int busyCursors = BusyCursorCount();
     int inQuestion = 0;
     Loop().Post([&] { inQuestion = BusyCursorCount(); });
-
     Probe.OnDownloadLocationDlgOK();
-
     EXPECT_EQ(inQuestion, busyCursors + 1);
-    EXPECT_EQ(BusyCursorCount(), busyCursors + 1);
+    EXPECT_EQ(busyCursors + 1, BusyCursorCount());
 }
 
 TEST_F(DestinationFolder, DialogOKKeepsItsFileThoughAnotherDownloadEndsMeanwhile)
 {
-    const HttpHeaders first{{"content-type", "application/octet-stream"},
-                            {"content-disposition", "attachment; filename=first.zip"}};
     SetSettings(Parts(), false);
-    Transfer(ZipBytes().Add("a.ZALPart", "first").Bytes(), 200, first);
+    Transfer(ZipBytes().Add("a.ZALPart", "first").Bytes(), 200, FileNamed("first.zip"));
     WriteFile(Parts() / "a.ZALPart", "old");
     Loop().Post([this] {
         SetSettings(Parts(), true);
         Transfer(ZipBytes().Add("b.ZALPart", "second").Bytes());
     });
-
     Probe.OnDownloadLocationDlgOK();
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("b.ZALPart")}),
-                                               WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
-    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "first");
+    EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"b.ZALPart"}), Succeeded({"a.ZALPart"})));
+    EXPECT_EQ("first", ReadFile(Parts() / "a.ZALPart"));
 }
 
 TEST_F(DestinationFolder, DialogOKWorksWithoutFrame)
 {
     DownloadWithoutFolder();
     ConfigureFrame({.exists = false});
-
     Probe.OnDownloadLocationDlgOK();
-
-    EXPECT_EQ(Receiver.Received.size(), 1U);
-}
-
-TEST_F(DestinationFolder, IsAskedForAgainAsOftenAsTheUserRefuses)
-{
-    DownloadWithoutFolder();
-    WriteFile(Parts() / "a.ZALPart", "old");
-    for (const int answer : {ZALDlgAnswerNo, ZALDlgAnswerNo, ZALDlgAnswerYes})
-        Surface().Answer("OverwriteNotify", answer);
-
-    Probe.OnDownloadLocationDlgOK();
-    Probe.OnDownloadLocationDlgOK();
-    EXPECT_THAT(Receiver.Received, IsEmpty());
-    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "old");
-
-    Probe.OnDownloadLocationDlgOK();
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
-    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "part");
-    EXPECT_EQ(Surface().Questions().size(), 3U);
-}
-
-TEST_F(DestinationFolder, DialogCancelledEndsAsCancelledAndKeepsTheTemporaryFile)
-{
-    DownloadWithoutFolder();
-
-    Probe.OnDownloadLocationDlgCANCEL();
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadCanceled)));
-    EXPECT_TRUE(exists(TemporaryFile()));
-    EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
+    EXPECT_EQ(1U, Receiver.Received.size());
 }
 
 TEST_F(DestinationFolder, DialogReportsUnderTheNamesThatAreSubscribedTo)
 {
-    EXPECT_STREQ(ZALVelmartDownloadLocationDlg::OKNotif::ClassName(), "ZALVelmartDownloadLocationDlg::OKNotif");
-    EXPECT_STREQ(ZALVelmartDownloadLocationDlg::CANCELNotif::ClassName(), "ZALVelmartDownloadLocationDlg::CANCELNotif");
-}
-
-// ---------------------------------------------------------------------------------------------
-// The folder question of the template route
-
-TEST_F(DestinationFolder, TemplateDialogOKWithoutSettingsEndsAsFailed)
-{
-    SettingsStore::Current().SetAvailable(false);
-
-    Probe.OnDownloadLocationForTemplateDlgOK();
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
-}
-
-TEST_F(DestinationFolder, TemplateDialogOKWithAnEmptyFolderEndsAsFailed)
-{
-    SetSettings({}, true);
-
-    Probe.OnDownloadLocationForTemplateDlgOK();
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
-}
-
-TEST_F(DestinationFolder, TemplateDialogOKWithARouteThatCannotStartEndsSilently)
-{
-    Probe.SetDownloadRequest(Json("{}"));
-
-    Probe.OnDownloadLocationForTemplateDlgOK();
-
-    EXPECT_THAT(Receiver.Received, IsEmpty());
+    EXPECT_STREQ("ZALVelmartDownloadLocationDlg::OKNotif", ZALVelmartDownloadLocationDlg::OKNotif::ClassName());
+    EXPECT_STREQ("ZALVelmartDownloadLocationDlg::CANCELNotif", ZALVelmartDownloadLocationDlg::CANCELNotif::ClassName());
 }
 
 } // namespace

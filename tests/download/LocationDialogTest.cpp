@@ -10,7 +10,6 @@
 #include <algorithm>
 
 namespace openhost::testing {
-
 namespace {
 
 using ::testing::ElementsAre;
@@ -42,11 +41,11 @@ protected:
 TEST_F(LocationDialogOfADownload, StaysAwayWithAValidFolder)
 {
     Download();
-    EXPECT_EQ(Receiver.Received.size(), 1U);
-    EXPECT_EQ(TimesShown(), 0);
+    EXPECT_EQ(1U, Receiver.Received.size());
+    EXPECT_EQ(0, TimesShown());
 }
 
-TEST_F(LocationDialogOfADownload, ComesBehindTheTransferAndLeadsToTheExtraction)
+TEST_F(LocationDialogOfADownload, ComesAfterTheTransferAndLeadsToTheExtraction)
 {
     SetSettings({}, false);
     StartTransfer();
@@ -58,15 +57,15 @@ TEST_F(LocationDialogOfADownload, ComesBehindTheTransferAndLeadsToTheExtraction)
     EXPECT_THAT(Receiver.Received, IsEmpty());
 
     Enter(Parts());
-    EXPECT_EQ(Surface().SetState(Dialog, CheckButton, ZALDlgChecked), PushResult::Done);
-    EXPECT_EQ(Push("OK"), PushResult::Done);
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
-    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "part");
+    EXPECT_EQ(PushResult::Done, Surface().SetState(Dialog, CheckButton, ZALDlgChecked));
+    EXPECT_EQ(PushResult::Done, Push("OK"));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"a.ZALPart"})));
+    EXPECT_EQ("part", ReadFile(Parts() / "a.ZALPart"));
     Loop().RunUntilIdle();
     EXPECT_FALSE(IsOpen());
 
     Download();
-    EXPECT_EQ(TimesShown(), 1) << "the user does not want to be reminded";
+    EXPECT_EQ(1, TimesShown()) << "the user does not want to be reminded";
 }
 
 TEST_F(LocationDialogOfADownload, ComesEachTimeWithoutTheFlag)
@@ -74,10 +73,10 @@ TEST_F(LocationDialogOfADownload, ComesEachTimeWithoutTheFlag)
     SetSettings(Parts(), false);
     for (int time = 1; time <= 2; ++time) {
         Download();
-        EXPECT_EQ(TimesShown(), time);
+        EXPECT_EQ(time, TimesShown());
         Surface().Answer("OverwriteNotify", ZALDlgAnswerYes);
-        EXPECT_EQ(Push("OK"), PushResult::Done);
-        EXPECT_EQ(Receiver.Received.size(), static_cast<std::size_t>(time));
+        EXPECT_EQ(PushResult::Done, Push("OK"));
+        EXPECT_EQ(static_cast<std::size_t>(time), Receiver.Received.size());
         Loop().RunUntilIdle();
     }
 }
@@ -87,7 +86,7 @@ TEST_F(LocationDialogOfADownload, ComesForAFolderThatIsGone)
     SetSettings(Folder() / "gone", true);
     Download();
     ASSERT_TRUE(IsOpen());
-    EXPECT_EQ(ToUtf8(ZALDialogNode::Of(*Surface().Find(Dialog, Editor)).text), (Folder() / "gone").string());
+    EXPECT_EQ((Folder() / "gone").string(), ToUtf8(ZALDialogNode::Of(*Surface().Find(Dialog, Editor)).text));
 }
 
 TEST_F(LocationDialogOfADownload, StaysOpenForAFolderThatIsNotValid)
@@ -97,7 +96,7 @@ TEST_F(LocationDialogOfADownload, StaysOpenForAFolderThatIsNotValid)
     for (const std::filesystem::path& wrong : {std::filesystem::path(), Folder() / "missing", TemporaryFile()}) {
         Enter(wrong);
         Surface().Answer("NotADirectoryNotify", ZALDlgAnswerOK);
-        EXPECT_EQ(Push("OK"), PushResult::Done);
+        EXPECT_EQ(PushResult::Done, Push("OK"));
         Loop().RunUntilIdle();
         EXPECT_TRUE(IsOpen()) << wrong;
         EXPECT_THAT(Receiver.Received, IsEmpty()) << wrong;
@@ -105,8 +104,8 @@ TEST_F(LocationDialogOfADownload, StaysOpenForAFolderThatIsNotValid)
     EXPECT_TRUE(exists(TemporaryFile()));
     Enter(Parts());
     Push("OK");
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
-    EXPECT_EQ(TimesShown(), 1);
+    EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"a.ZALPart"})));
+    EXPECT_EQ(1, TimesShown());
 }
 
 TEST_F(LocationDialogOfADownload, EndsTheDownloadWhenItIsGivenUp)
@@ -115,8 +114,8 @@ TEST_F(LocationDialogOfADownload, EndsTheDownloadWhenItIsGivenUp)
         Receiver.Received.clear();
         SetSettings({}, false);
         Download();
-        EXPECT_EQ(Push(way), PushResult::Done);
-        EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadCanceled))) << way;
+        EXPECT_EQ(PushResult::Done, Push(way));
+        EXPECT_THAT(Receiver.Received, ElementsAre(Cancelled())) << way;
         EXPECT_TRUE(exists(TemporaryFile()));
         EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
         Loop().RunUntilIdle();
@@ -130,20 +129,20 @@ TEST_F(LocationDialogOfADownload, ComesAgainAsOftenAsTheUserRefusesToOverwrite)
     for (const int answer : {ZALDlgAnswerNo, ZALDlgAnswerNo})
         Surface().Answer("OverwriteNotify", answer);
     Download(); // the valid folder of the settings is refused first
-    EXPECT_EQ(TimesShown(), 1);
-    EXPECT_EQ(Push("OK"), PushResult::Done);
+    EXPECT_EQ(1, TimesShown());
+    EXPECT_EQ(PushResult::Done, Push("OK"));
     Loop().RunUntilIdle();
-    EXPECT_EQ(TimesShown(), 2);
+    EXPECT_EQ(2, TimesShown());
     ASSERT_TRUE(IsOpen());
     EXPECT_THAT(Receiver.Received, IsEmpty());
-    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "old");
+    EXPECT_EQ("old", ReadFile(Parts() / "a.ZALPart"));
 
     std::filesystem::create_directory(Folder() / "other");
     Enter(Folder() / "other");
-    EXPECT_EQ(Push("OK"), PushResult::Done);
-    EXPECT_EQ(Receiver.Received.size(), 1U);
-    EXPECT_EQ(ReadFile(Folder() / "other" / "a.ZALPart"), "part");
-    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "old");
+    EXPECT_EQ(PushResult::Done, Push("OK"));
+    EXPECT_EQ(1U, Receiver.Received.size());
+    EXPECT_EQ("part", ReadFile(Folder() / "other" / "a.ZALPart"));
+    EXPECT_EQ("old", ReadFile(Parts() / "a.ZALPart"));
     Loop().RunUntilIdle();
     EXPECT_FALSE(IsOpen());
 }
@@ -158,7 +157,7 @@ TEST_F(LocationDialogOfADownload, StandsAsItIsWhileTheOverwriteQuestionOfItsOKIs
     Surface().Answer("OverwriteNotify", ZALDlgAnswerYes);
     Push("OK");
     EXPECT_TRUE(openInQuestion);
-    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "part");
+    EXPECT_EQ("part", ReadFile(Parts() / "a.ZALPart"));
 }
 
 TEST_F(LocationDialogOfADownload, LeadsToAFailureWhenTheSettingsAreGone)
@@ -167,8 +166,8 @@ TEST_F(LocationDialogOfADownload, LeadsToAFailureWhenTheSettingsAreGone)
     Download();
     Enter(Parts());
     SettingsStore::Current().SetAvailable(false);
-    EXPECT_EQ(Push("OK"), PushResult::Done);
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
+    EXPECT_EQ(PushResult::Done, Push("OK"));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
     EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
 }
 
@@ -183,20 +182,19 @@ TEST_F(LocationDialogOfADownload, ThatTheHostEndsSendsNothing)
     ConfigureFrame({});
     SetSettings(Parts(), true);
     Download();
-    EXPECT_EQ(Receiver.Received.size(), 1U);
+    EXPECT_EQ(1U, Receiver.Received.size());
 }
 
 TEST_F(LocationDialogOfADownload, OfTheTemplateRouteComesBeforeTheTransfer)
 {
     SetSettings({}, false);
     Probe.SetTemplateSupport(true);
-    EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
+    EXPECT_EQ(S_OK, Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"));
     EXPECT_TRUE(IsOpen());
-    EXPECT_EQ(Transport().Count(), 0U);
-    EXPECT_EQ(Push("CANCEL"), PushResult::Done);
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadCanceled)));
+    EXPECT_EQ(0U, Transport().Count());
+    EXPECT_EQ(PushResult::Done, Push("CANCEL"));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Cancelled()));
 }
 
 } // namespace
-
 } // namespace openhost::testing

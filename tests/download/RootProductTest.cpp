@@ -7,7 +7,6 @@ namespace openhost::testing {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 struct Found {
     HRESULT result;
@@ -27,16 +26,8 @@ protected:
     {
         int index = 99;
         const HRESULT result = FindRootProduct(ListOf(files), index);
-        EXPECT_EQ(Documents().LivingObjects(), 0);
+        EXPECT_EQ(0, Documents().LivingObjects());
         return {result, index};
-    }
-    /// The names that `product` points to.
-    std::vector<std::string> Pointed(const std::string& product, HRESULT expected)
-    {
-        ZALListValZALUnicodeString names;
-        EXPECT_EQ(GetPointedProducts(FromUtf8(product), names), expected);
-        EXPECT_EQ(Documents().LivingObjects(), 0);
-        return TextsOf(names);
     }
     /// Points `product` to `pointed`.
     void Point(const std::string& product, const std::vector<std::string>& pointed,
@@ -46,140 +37,109 @@ protected:
     }
 };
 
-// ---------------------------------------------------------------------------------------------
-// None, one, and one among several
+struct RootCase {
+    const char* name;
+    std::vector<std::pair<std::string, std::vector<std::string>>> pointed; ///< by product, its documents
+    std::vector<std::string> files;
+    Found found;
+    std::vector<std::string> opened;
 
-TEST_F(RootProduct, IsNotChosenFromNoFiles)
+    friend std::ostream& operator<<(std::ostream& stream, const RootCase& root) { return stream << root.name; }
+};
+
+class RootAmong : public RootProduct, public ::testing::WithParamInterface<RootCase> {};
+
+TEST_P(RootAmong, IsTheProductThatNoOtherPointsTo)
 {
-    EXPECT_EQ(Find({}), (Found{S_OK, -1}));
+    for (const auto& [product, pointed] : GetParam().pointed)
+        Point(product, pointed);
+    EXPECT_EQ(GetParam().found, Find(GetParam().files));
+    std::vector<std::string> opened;
+    for (const std::string& call : Documents().Calls())
+        if (call.starts_with("OpenRootStg "))
+            opened.push_back(call.substr(call.find(' ') + 1));
+    EXPECT_EQ(GetParam().opened, opened);
 }
 
-TEST_F(RootProduct, IsNotChosenFromOtherFiles)
-{
-    EXPECT_EQ(Find({"/p/a.ZALPart", "/p/ZALProduct", "/p/a.ZALProduct.bak", "/p.ZALProduct/a", "/p/.ZALProduct"}),
-              (Found{S_OK, -1}));
-}
+const std::string A = "A.ZALProduct";
+const std::string B = "B.ZALProduct";
+const std::string C = "C.ZALProduct";
+const std::string Elsewhere = "elsewhere.ZALProduct";
 
-TEST_F(RootProduct, IsTheOnlyProductWithoutOpeningIt)
-{
-    EXPECT_EQ(Find({"/p/a.ZALPart", "/p/A.ZALProduct", "/p/b.ZALPart"}), (Found{S_OK, 2}));
-    EXPECT_THAT(Documents().Calls(), IsEmpty());
-}
-
-TEST_F(RootProduct, IsKnownByItsExtensionInAnyLetterCase)
-{
-    EXPECT_EQ(Find({"/p/a.ZALPart", "/p/A.zalproduct"}), (Found{S_OK, 2}));
-}
-
-TEST_F(RootProduct, IsTheOneThatNoOtherPointsTo)
-{
-    Point("A.ZALProduct", {"/q/B.ZALProduct", "/q/C.ZALProduct"});
-    Point("B.ZALProduct", {"/q/C.ZALProduct"});
-    Point("C.ZALProduct", {"/q/c.ZALPart"});
-
-    EXPECT_EQ(Find({"/p/C.ZALProduct", "/p/B.ZALProduct", "/p/A.ZALProduct"}), (Found{S_OK, 3}));
-}
-
-TEST_F(RootProduct, PositionCountsAllFiles)
-{
-    Point("A.ZALProduct", {"B.ZALProduct"});
-    Point("B.ZALProduct", {});
-
-    EXPECT_EQ(Find({"/p/1.ZALPart", "/p/B.ZALProduct", "/p/2.ZALPart", "/p/A.ZALProduct"}), (Found{S_OK, 4}));
-}
-
-// ---------------------------------------------------------------------------------------------
-// Quirks
-
-TEST_F(RootProduct, IsTheSecondOfTwoCandidates)
-{
-    Point("A.ZALProduct", {"elsewhere.ZALProduct"});
-    Point("B.ZALProduct", {"elsewhere.ZALProduct"});
-
-    EXPECT_EQ(Find({"/p/A.ZALProduct", "/p/B.ZALProduct"}), (Found{E_FAIL, 2}));
-}
-
-TEST_F(RootProduct, IsTheSecondOfThreeCandidates)
-{
-    for (const char* name : {"A.ZALProduct", "B.ZALProduct", "C.ZALProduct"})
-        Point(name, {"elsewhere.ZALProduct"});
-
-    EXPECT_EQ(Find({"/p/A.ZALProduct", "/p/x", "/p/B.ZALProduct", "/p/C.ZALProduct"}), (Found{E_FAIL, 3}));
-}
-
-TEST_F(RootProduct, IsTheFirstProductWhenTwoHaveTheSameName)
-{
-    EXPECT_EQ(Find({"/p/x", "/p/B.ZALProduct", "/p/one/A.ZALProduct", "/p/two/A.ZALProduct", "/p/C.ZALProduct"}),
-              (Found{E_FAIL, 2}));
-    EXPECT_THAT(Documents().Calls(), IsEmpty());
-}
-
-TEST_F(RootProduct, NamesThatDifferInLetterCaseAreTwoProducts)
-{
-    Point("a.ZALProduct", {});
-    Point("A.ZALProduct", {"elsewhere.ZALProduct"});
-
-    EXPECT_EQ(Find({"/p/one/a.ZALProduct", "/p/two/A.ZALProduct"}), (Found{S_OK, 2}));
-}
-
-TEST_F(RootProduct, ChildrenAreKnownByTheLetterCaseOfTheirNames)
-{
-    Point("A.ZALProduct", {"b.ZALProduct"});
-    Point("B.ZALProduct", {"elsewhere.ZALProduct"});
-
-    EXPECT_EQ(Find({"/p/A.ZALProduct", "/p/B.ZALProduct"}), (Found{E_FAIL, 2})) << "both are candidates";
-}
-
-TEST_F(RootProduct, IsNeverALeaf)
-{
-    Point("leaf.ZALProduct", {"a.ZALPart", "b.ZALPart"});
-    Point("A.ZALProduct", {"elsewhere.ZALProduct"});
-
-    EXPECT_EQ(Find({"/p/leaf.ZALProduct", "/p/A.ZALProduct"}), (Found{S_OK, 2}));
-}
-
-TEST_F(RootProduct, IsTheFirstProductWhenAllAreLeaves)
-{
-    Point("A.ZALProduct", {});
-    Point("B.ZALProduct", {});
-
-    EXPECT_EQ(Find({"/p/x", "/p/A.ZALProduct", "/p/B.ZALProduct"}), (Found{E_FAIL, 2}));
-}
-
-TEST_F(RootProduct, OfACircleIsTheOneThatIsLookedAtFirst)
-{
-    Point("A.ZALProduct", {"B.ZALProduct"});
-    Point("B.ZALProduct", {"A.ZALProduct"});
-
-    EXPECT_EQ(Find({"/p/A.ZALProduct", "/p/B.ZALProduct"}), (Found{S_OK, 1}));
-}
-
-TEST_F(RootProduct, ThatPointsToItselfIsNoCandidate)
-{
-    Point("A.ZALProduct", {"A.ZALProduct", "B.ZALProduct"});
-    Point("B.ZALProduct", {});
-
-    EXPECT_EQ(Find({"/p/B.ZALProduct", "/p/A.ZALProduct"}), (Found{E_FAIL, 1}));
-}
-
-TEST_F(RootProduct, KnownChildrenAreNotOpened)
-{
-    Point("A.ZALProduct", {"B.ZALProduct"});
-    Point("B.ZALProduct", {"C.ZALProduct"});
-
-    Find({"/p/A.ZALProduct", "/p/B.ZALProduct"});
-
-    EXPECT_EQ(std::ranges::count(Documents().Calls(), "OpenRootStg A.ZALProduct"), 1);
-    EXPECT_EQ(std::ranges::count(Documents().Calls(), "OpenRootStg B.ZALProduct"), 0);
-}
-
-TEST_F(RootProduct, ChildrenAreKnownByNameWhateverTheirFolder)
-{
-    Point("A.ZALProduct", {"\\\\server\\elsewhere\\B.ZALProduct"});
-    Point("B.ZALProduct", {"elsewhere.ZALProduct"});
-
-    EXPECT_EQ(Find({"/p/A.ZALProduct", "/p/sub\\B.ZALProduct"}), (Found{S_OK, 1}));
-}
+INSTANTIATE_TEST_SUITE_P(
+    Products, RootAmong,
+    ::testing::Values(
+        RootCase{"NoFiles", {}, {}, {S_OK, -1}, {}},
+        RootCase{"OtherFiles",
+                 {},
+                 {"/p/a.ZALPart", "/p/ZALProduct", "/p/a.ZALProduct.bak", "/p.ZALProduct/a", "/p/.ZALProduct"},
+                 {S_OK, -1},
+                 {}},
+        RootCase{"OneProductIsNotOpened", {}, {"/p/a.ZALPart", "/p/A.ZALProduct", "/p/b.ZALPart"}, {S_OK, 2}, {}},
+        RootCase{"ExtensionInAnyLetterCase", {}, {"/p/a.ZALPart", "/p/A.zalproduct"}, {S_OK, 2}, {}},
+        RootCase{"OneAmongThree",
+                 {{A, {"/q/B.ZALProduct", "/q/C.ZALProduct"}}, {B, {"/q/C.ZALProduct"}}, {C, {"/q/c.ZALPart"}}},
+                 {"/p/C.ZALProduct", "/p/B.ZALProduct", "/p/A.ZALProduct"},
+                 {S_OK, 3},
+                 {C, B, A}},
+        RootCase{"PositionCountsAllFiles",
+                 {{A, {B}}, {B, {}}},
+                 {"/p/1.ZALPart", "/p/B.ZALProduct", "/p/2.ZALPart", "/p/A.ZALProduct"},
+                 {S_OK, 4},
+                 {B, A}},
+        RootCase{"SecondOfTwoCandidates",
+                 {{A, {Elsewhere}}, {B, {Elsewhere}}},
+                 {"/p/A.ZALProduct", "/p/B.ZALProduct"},
+                 {E_FAIL, 2},
+                 {A, B}},
+        RootCase{"SecondOfThreeCandidates",
+                 {{A, {Elsewhere}}, {B, {Elsewhere}}, {C, {Elsewhere}}},
+                 {"/p/A.ZALProduct", "/p/x", "/p/B.ZALProduct", "/p/C.ZALProduct"},
+                 {E_FAIL, 3},
+                 {A, B, C}},
+        RootCase{"FirstProductWhenTwoHaveTheSameName",
+                 {},
+                 {"/p/x", "/p/B.ZALProduct", "/p/one/A.ZALProduct", "/p/two/A.ZALProduct", "/p/C.ZALProduct"},
+                 {E_FAIL, 2},
+                 {}},
+        RootCase{"NamesThatDifferInLetterCaseAreTwo",
+                 {{"a.ZALProduct", {}}, {A, {Elsewhere}}},
+                 {"/p/one/a.ZALProduct", "/p/two/A.ZALProduct"},
+                 {S_OK, 2},
+                 {"a.ZALProduct", A}},
+        RootCase{"ChildrenAreKnownByTheirLetterCase",
+                 {{A, {"b.ZALProduct"}}, {B, {Elsewhere}}},
+                 {"/p/A.ZALProduct", "/p/B.ZALProduct"},
+                 {E_FAIL, 2},
+                 {A, B}},
+        RootCase{"NeverALeaf",
+                 {{"leaf.ZALProduct", {"a.ZALPart", "b.ZALPart"}}, {A, {Elsewhere}}},
+                 {"/p/leaf.ZALProduct", "/p/A.ZALProduct"},
+                 {S_OK, 2},
+                 {"leaf.ZALProduct", A}},
+        RootCase{"FirstProductWhenAllAreLeaves",
+                 {{A, {}}, {B, {}}},
+                 {"/p/x", "/p/A.ZALProduct", "/p/B.ZALProduct"},
+                 {E_FAIL, 2},
+                 {A, B}},
+        RootCase{"FirstOfACircle", {{A, {B}}, {B, {A}}}, {"/p/A.ZALProduct", "/p/B.ZALProduct"}, {S_OK, 1}, {A}},
+        RootCase{"NotOneThatPointsToItself",
+                 {{A, {A, B}}, {B, {}}},
+                 {"/p/B.ZALProduct", "/p/A.ZALProduct"},
+                 {E_FAIL, 1},
+                 {B, A}},
+        RootCase{
+            "KnownChildrenAreNotOpened", {{A, {B}}, {B, {C}}}, {"/p/A.ZALProduct", "/p/B.ZALProduct"}, {S_OK, 1}, {A}},
+        RootCase{"ChildrenAreKnownByNameInAnyFolder",
+                 {{A, {"\\\\server\\elsewhere\\B.ZALProduct"}}, {B, {Elsewhere}}},
+                 {"/p/A.ZALProduct", "/p/sub\\B.ZALProduct"},
+                 {S_OK, 1},
+                 {A}},
+        RootCase{"SecondOfUnreadableProducts",
+                 {},
+                 {"/p/A.ZALProduct", "/p/B.ZALProduct", "/p/C.ZALProduct"},
+                 {E_FAIL, 2},
+                 {A, B, C}}));
 
 TEST_F(RootProduct, OfThousandsOfProductsIsFound)
 {
@@ -192,8 +152,7 @@ TEST_F(RootProduct, OfThousandsOfProductsIsFound)
     }
     files.push_back("/p/A.ZALProduct");
     Point("A.ZALProduct", children);
-
-    EXPECT_EQ(Find(files), (Found{S_OK, 2001}));
+    EXPECT_EQ((Found{S_OK, 2001}), Find(files));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -215,96 +174,64 @@ class FaultyProduct : public RootProduct, public ::testing::WithParamInterface<F
 TEST_P(FaultyProduct, GivesWhatCanBeRead)
 {
     Point("A.ZALProduct", {"/q/B.ZALProduct", "/q/part.ZALPart"}, GetParam().fault);
-
-    EXPECT_EQ(Pointed("/p/A.ZALProduct", GetParam().result), GetParam().names);
-    EXPECT_EQ(Documents().Calls(), GetParam().calls);
+    ZALListValZALUnicodeString names;
+    EXPECT_EQ(GetParam().result, GetPointedProducts("/p/A.ZALProduct", names));
+    EXPECT_EQ(GetParam().names, TextsOf(names));
+    EXPECT_EQ(GetParam().calls, Documents().Calls());
+    EXPECT_EQ(0, Documents().LivingObjects());
 }
 
 TEST_P(FaultyProduct, StillLeadsToARoot)
 {
     Point("A.ZALProduct", {"/q/B.ZALProduct"}, GetParam().fault);
     Point("B.ZALProduct", {});
-
-    EXPECT_EQ(Find({"/p/B.ZALProduct", "/p/A.ZALProduct"}), GetParam().root);
+    EXPECT_EQ(GetParam().root, Find({"/p/B.ZALProduct", "/p/A.ZALProduct"}));
 }
 
-const std::string Opened = "OpenRootStg A.ZALProduct";
-const std::string Closed = "Close A.ZALProduct";
+/// The calls for a product up to the `count`th.
+std::vector<std::string> Calls(std::size_t count, bool isClosed = true)
+{
+    std::vector<std::string> calls{"OpenRootStg A.ZALProduct", "OpenStorage ZALOR1", "CreateDocLinkManager",
+                                   "Close ZALOR1"};
+    calls.resize(count);
+    if (isClosed)
+        calls.emplace_back("Close A.ZALProduct");
+    return calls;
+}
+/// All of them, with the question for the links.
+std::vector<std::string> AllCalls()
+{
+    std::vector<std::string> calls = Calls(4);
+    calls.emplace_back("GetPointedDocuments");
+    return calls;
+}
 
 INSTANTIATE_TEST_SUITE_P(
     Faults, FaultyProduct,
-    ::testing::Values(FaultCase{"None",
-                                DocumentFault::None,
-                                S_OK,
-                                {"B.ZALProduct"},
-                                {S_OK, 2},
-                                {Opened, "OpenStorage ZALOR1", "CreateDocLinkManager", "Close ZALOR1", Closed,
-                                 "GetPointedDocuments"}},
-                      FaultCase{"RootFails", DocumentFault::RootFails, E_FAIL, {}, {S_OK, 2}, {Opened}},
-                      FaultCase{"RootIsNull", DocumentFault::RootIsNull, E_FAIL, {}, {S_OK, 2}, {Opened}},
-                      FaultCase{"StorageMissing",
-                                DocumentFault::StorageMissing,
-                                E_FAIL,
-                                {},
-                                {S_OK, 2},
-                                {Opened, "OpenStorage ZALOR1", Closed}},
-                      FaultCase{"ManagerMissing",
-                                DocumentFault::ManagerMissing,
-                                E_FAIL,
-                                {},
-                                {S_OK, 2},
-                                {Opened, "OpenStorage ZALOR1", "CreateDocLinkManager", "Close ZALOR1", Closed}},
+    ::testing::Values(FaultCase{"None", DocumentFault::None, S_OK, {B}, {S_OK, 2}, AllCalls()},
+                      FaultCase{"RootFails", DocumentFault::RootFails, E_FAIL, {}, {S_OK, 2}, Calls(1, false)},
+                      FaultCase{"RootIsNull", DocumentFault::RootIsNull, E_FAIL, {}, {S_OK, 2}, Calls(1, false)},
+                      FaultCase{"StorageMissing", DocumentFault::StorageMissing, E_FAIL, {}, {S_OK, 2}, Calls(2)},
+                      FaultCase{"ManagerMissing", DocumentFault::ManagerMissing, E_FAIL, {}, {S_OK, 2}, Calls(4)},
                       // Reading succeeds with nothing, so that the product counts as a leaf.
-                      FaultCase{"SymbolsMissing",
-                                DocumentFault::SymbolsMissing,
-                                S_OK,
-                                {},
-                                {E_FAIL, 1},
-                                {Opened, "OpenStorage ZALOR1", "CreateDocLinkManager", "Close ZALOR1", Closed}},
-                      FaultCase{"QueryFails",
-                                DocumentFault::QueryFails,
-                                E_FAIL,
-                                {"B.ZALProduct"},
-                                {S_OK, 2},
-                                {Opened, "OpenStorage ZALOR1", "CreateDocLinkManager", "Close ZALOR1", Closed,
-                                 "GetPointedDocuments"}}));
+                      FaultCase{"SymbolsMissing", DocumentFault::SymbolsMissing, S_OK, {}, {E_FAIL, 1}, Calls(4)},
+                      FaultCase{"QueryFails", DocumentFault::QueryFails, E_FAIL, {B}, {S_OK, 2}, AllCalls()}));
 
 TEST_F(RootProduct, NamesOfAFailedQueryAreNotUsed)
 {
     Point("A.ZALProduct", {"B.ZALProduct"}, DocumentFault::QueryFails);
     Point("B.ZALProduct", {"elsewhere.ZALProduct"});
-
-    EXPECT_EQ(Find({"/p/A.ZALProduct", "/p/B.ZALProduct"}), (Found{E_FAIL, 2})) << "both are candidates";
+    EXPECT_EQ((Found{E_FAIL, 2}), Find({"/p/A.ZALProduct", "/p/B.ZALProduct"})) << "both are candidates";
 }
 
-TEST_F(RootProduct, OfUnreadableProductsIsTheSecondOne)
-{
-    EXPECT_EQ(Find({"/p/A.ZALProduct", "/p/B.ZALProduct", "/p/C.ZALProduct"}), (Found{E_FAIL, 2}));
-}
-
-// ---------------------------------------------------------------------------------------------
-// Names that a product points to
-
-TEST_F(RootProduct, PointedPartsAreLeftOut)
+TEST_F(RootProduct, PointedProductsAreAppendedWithoutTheParts)
 {
     Point("A.ZALProduct", {"/q/a.ZALPart", "/q/B.zalproduct", "/q/notes.pdf", "/q/sub\\C.ZALProduct", "ZALProduct"});
-
-    EXPECT_THAT(Pointed("/p/A.ZALProduct", S_OK), ElementsAre("B.zalproduct", "C.ZALProduct"));
-}
-
-TEST_F(RootProduct, PointedNamesAreAppended)
-{
-    Point("A.ZALProduct", {"B.ZALProduct"});
     ZALListValZALUnicodeString names = ListOf({"before"});
-
-    EXPECT_EQ(GetPointedProducts("/p/A.ZALProduct", names), S_OK);
-
-    EXPECT_THAT(TextsOf(names), ElementsAre("before", "B.ZALProduct"));
-}
-
-TEST_F(RootProduct, MissingDocumentPointsToNothing)
-{
-    EXPECT_THAT(Pointed("/p/missing.ZALProduct", E_FAIL), IsEmpty());
+    EXPECT_EQ(S_OK, GetPointedProducts("/p/A.ZALProduct", names));
+    EXPECT_EQ(E_FAIL, GetPointedProducts("/p/missing.ZALProduct", names));
+    EXPECT_THAT(TextsOf(names), ElementsAre("before", "B.zalproduct", "C.ZALProduct"));
+    EXPECT_EQ(0, Documents().LivingObjects());
 }
 
 } // namespace

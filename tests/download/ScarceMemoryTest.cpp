@@ -12,7 +12,6 @@
 #include <utility>
 
 namespace openhost::testing {
-
 namespace {
 
 using ::testing::AnyOf;
@@ -45,7 +44,7 @@ public:
     /// A transfer of the body that has still to end.
     ScriptedTransport::Script& Transfer()
     {
-        EXPECT_EQ(Probe.StartDefaultDownloadURL(Url), S_OK);
+        EXPECT_EQ(S_OK, Probe.StartDefaultDownloadURL(Url));
         Transport().Last().Bytes(Body());
         return Transport().Last();
     }
@@ -54,23 +53,29 @@ public:
         WriteFile(Archive(), Body());
         Probe.SetDownloadedFilePath(Archive().c_str());
     }
+    /// The end of the scene was told once, as `status`.
+    void ExpectTold(Notification::Status status) const
+    {
+        EXPECT_EQ(1, Told);
+        EXPECT_EQ(status, Status);
+    }
     void ExpectIdle() const
     {
-        EXPECT_EQ(Probe.HttpRequest(), nullptr);
-        EXPECT_EQ(Probe.DataHandler(), nullptr);
-        EXPECT_EQ(Probe.ProgressDlg(), nullptr);
+        EXPECT_EQ(nullptr, Probe.HttpRequest());
+        EXPECT_EQ(nullptr, Probe.DataHandler());
+        EXPECT_EQ(nullptr, Probe.ProgressDlg());
     }
     /// One notification, of the extracted part or of a failure.
     void ExpectToldOnce() const
     {
-        EXPECT_EQ(Told, 1);
+        EXPECT_EQ(1, Told);
         if (Status == Notification::DownloadSucceeded) {
-            EXPECT_EQ(Files, 1);
+            EXPECT_EQ(1, Files);
             // A file that could not be extracted is listed all the same.
             EXPECT_TRUE(!exists(Part()) || ReadFile(Part()) == "a part of some length");
         } else {
-            EXPECT_EQ(Status, Notification::DownloadFailed);
-            EXPECT_EQ(Files, 0);
+            EXPECT_EQ(Notification::DownloadFailed, Status);
+            EXPECT_EQ(0, Files);
         }
     }
     bool IsShown(const char* window)
@@ -111,12 +116,12 @@ TEST(ScarceMemory, OpenInSourceFailsOrSucceedsAndCanBeRepeated)
         memory.During([&] { result = scene.Probe.Downloader().StartDownload(request); });
         EXPECT_LE(scene.Told, 1);
         if (result == S_OK)
-            EXPECT_EQ(scene.Told, 1);
+            EXPECT_EQ(1, scene.Told);
         else
-            EXPECT_EQ(result, E_FAIL);
+            EXPECT_EQ(E_FAIL, result);
 
-        EXPECT_EQ(scene.Probe.Downloader().StartDownload(request), S_OK);
-        EXPECT_EQ(scene.Status, Notification::DownloadSucceeded);
+        EXPECT_EQ(S_OK, scene.Probe.Downloader().StartDownload(request));
+        EXPECT_EQ(Notification::DownloadSucceeded, scene.Status);
     });
 }
 
@@ -129,21 +134,20 @@ TEST(ScarceMemory, TransferStartsOrLeavesTheDownloaderIdle)
         HRESULT result = S_FALSE;
         memory.During([&] { result = scene.Probe.Downloader().StartDownload(request); });
         if (result != S_OK) {
-            EXPECT_EQ(result, E_FAIL);
+            EXPECT_EQ(E_FAIL, result);
             scene.ExpectIdle();
             EXPECT_FALSE(scene.IsShown(ProgressWindow));
             EXPECT_TRUE(scene.Transport().Count() == 0 || !scene.Transport().Last().IsRunning());
-            EXPECT_EQ(scene.Told, 0);
-            EXPECT_EQ(scene.Probe.Downloader().StartDownload(request), S_OK);
+            EXPECT_EQ(0, scene.Told);
+            EXPECT_EQ(S_OK, scene.Probe.Downloader().StartDownload(request));
         }
         EXPECT_TRUE(scene.Transport().Last().IsRunning());
-        EXPECT_EQ(scene.IsShown(ProgressWindow), scene.Probe.ProgressDlg() != nullptr);
+        EXPECT_EQ(scene.Probe.ProgressDlg() != nullptr, scene.IsShown(ProgressWindow));
         withoutDialog += scene.Probe.ProgressDlg() == nullptr;
 
         scene.Transport().Last().Bytes(Scene::Body());
         scene.Transport().Last().End();
-        EXPECT_EQ(scene.Told, 1);
-        EXPECT_EQ(scene.Status, Notification::DownloadSucceeded);
+        scene.ExpectTold(Notification::DownloadSucceeded);
     });
     EXPECT_GT(withoutDialog, 0);
 }
@@ -157,9 +161,9 @@ TEST(ScarceMemory, EndOfATransferIsToldOnceAndLeavesTheDownloaderIdle)
         scene.ExpectToldOnce();
         scene.ExpectIdle();
         if (!memory.HasRunOut()) {
-            EXPECT_EQ(scene.Status, Notification::DownloadSucceeded);
+            EXPECT_EQ(Notification::DownloadSucceeded, scene.Status);
         }
-        EXPECT_EQ(scene.Probe.StartDefaultDownloadURL(Url), S_OK);
+        EXPECT_EQ(S_OK, scene.Probe.StartDefaultDownloadURL(Url));
     });
     EXPECT_GT(failures, 0);
 }
@@ -170,7 +174,7 @@ TEST(ScarceMemory, EndOfACancelledTransferIsToldOnce)
         Scene scene;
         auto& script = scene.Transfer();
         memory.During([&] { script.End(TransferEnd::Cancelled); });
-        EXPECT_EQ(scene.Told, 1);
+        EXPECT_EQ(1, scene.Told);
         EXPECT_THAT(scene.Status, AnyOf(Notification::DownloadCanceled, Notification::DownloadFailed));
         scene.ExpectIdle();
     });
@@ -186,15 +190,14 @@ TEST(ScarceMemory, FolderIsAskedForOrTheDownloadHasFailed)
         scene.ExpectIdle();
         if (scene.Told == 1) {
             EXPECT_TRUE(memory.HasRunOut());
-            EXPECT_EQ(scene.Status, Notification::DownloadFailed);
+            EXPECT_EQ(Notification::DownloadFailed, scene.Status);
             EXPECT_FALSE(scene.IsShown(LocationWindow));
             return;
         }
-        EXPECT_EQ(scene.Told, 0);
+        EXPECT_EQ(0, scene.Told);
         EXPECT_TRUE(scene.IsShown(LocationWindow));
-        EXPECT_EQ(scene.Surface().Push(LocationWindow, "CANCEL"), PushResult::Done);
-        EXPECT_EQ(scene.Told, 1);
-        EXPECT_EQ(scene.Status, Notification::DownloadCanceled);
+        EXPECT_EQ(PushResult::Done, scene.Surface().Push(LocationWindow, "CANCEL"));
+        scene.ExpectTold(Notification::DownloadCanceled);
     });
 }
 
@@ -209,8 +212,7 @@ TEST(ScarceMemory, AnswersOfTheFolderQuestionAreToldOnce)
     WithEachAllocationFailing([](FailingMemory& memory) {
         Scene scene;
         memory.During([&] { scene.Probe.OnDownloadLocationDlgCANCEL(); });
-        EXPECT_EQ(scene.Told, 1);
-        EXPECT_EQ(scene.Status, Notification::DownloadCanceled);
+        scene.ExpectTold(Notification::DownloadCanceled);
     });
 }
 
@@ -222,12 +224,11 @@ TEST(ScarceMemory, CancelWorksOrCanBeRepeated)
         memory.During([&] { scene.Probe.OnCancelDownloadProgressDlg(); });
         if (!script.IsCancelled()) {
             EXPECT_TRUE(memory.HasRunOut());
-            EXPECT_EQ(scene.Surface().Push(ProgressWindow, "CLOSE"), PushResult::Done);
+            EXPECT_EQ(PushResult::Done, scene.Surface().Push(ProgressWindow, "CLOSE"));
         }
         EXPECT_TRUE(script.IsCancelled());
         scene.Loop().RunUntilIdle();
-        EXPECT_EQ(scene.Told, 1);
-        EXPECT_EQ(scene.Status, Notification::DownloadCanceled);
+        scene.ExpectTold(Notification::DownloadCanceled);
     });
 }
 
@@ -261,7 +262,7 @@ TEST(ScarceMemory, QuestionThatCannotBeAskedFailsTheCheck)
         if (result == S_OK)
             EXPECT_TRUE(hasConflicts && refused);
         else
-            EXPECT_EQ(result, E_FAIL);
+            EXPECT_EQ(E_FAIL, result);
         failedChecks += result == E_FAIL;
         EXPECT_FALSE(IsOpen(scene.Archive()));
         if (result == E_FAIL) {
@@ -279,7 +280,7 @@ TEST(ScarceMemory, NothingIsOverwrittenWithoutAnAnswer)
         WriteFile(scene.Part(), "old");
         scene.Surface().Answer(Question, ZALDlgAnswerNo);
         memory.During([&] { scene.Probe.OnDownloadLocationDlgOK(); });
-        EXPECT_EQ(ReadFile(scene.Part()), "old");
+        EXPECT_EQ("old", ReadFile(scene.Part()));
         if (scene.Told == 0)
             EXPECT_TRUE(scene.IsShown(LocationWindow));
         else
@@ -324,23 +325,13 @@ TEST(ScarceMemory, RootProductIsNotTakenFromHalfASearch)
         if (status == Notification::DownloadSucceeded)
             EXPECT_TRUE(first.empty() || first == scene.Parts().string() + "/first of two.ZALProduct") << first;
         else
-            EXPECT_EQ(status, Notification::DownloadFailed);
-        EXPECT_EQ(scene.Documents().LivingObjects(), 0);
+            EXPECT_EQ(Notification::DownloadFailed, status);
+        EXPECT_EQ(0, scene.Documents().LivingObjects());
     });
 }
 
 // ---------------------------------------------------------------------------------------------
 // The notification
-
-struct Fields {
-    explicit Fields(const Notification& notification)
-        : Completed{notification.GetStatus(), TextsOf(notification.GetDownloadedFilesPathes()),
-                    ToUtf8(notification.GetDocEnvId()), ToUtf8(notification.GetErrorMessageNLS()),
-                    TextsOf(notification.GetWarningsMessageNLS())}
-    {
-    }
-    Completion Completed;
-};
 
 TEST(ScarceMemory, NotificationThatCannotBeFilledTellsAFailure)
 {
@@ -350,38 +341,26 @@ TEST(ScarceMemory, NotificationThatCannotBeFilledTellsAFailure)
     const Notification whole(files, Notification::DownloadSucceeded, warnings);
     const Notification told(Notification::DownloadCanceled, text);
 
-    using Make = std::function<Notification()>;
-    const std::vector<Make> ways = {
-        [&] { return Notification(files, text, Notification::DownloadSucceeded); },
-        [&] { return Notification(files, Notification::DownloadSucceeded, warnings); },
-        [&] { return Notification(files, Notification::DownloadSucceeded); },
-        [&] { return Notification(Notification::DownloadCanceled, text); },
-        [&] { return Notification(whole); },
-        [&] { return Notification(told); },
+    using Made = std::optional<Notification>;
+    const std::vector<std::function<void(Made&)>> ways = {
+        [&](Made& made) { made.emplace(files, text, Notification::DownloadSucceeded); },
+        [&](Made& made) { made.emplace(files, Notification::DownloadSucceeded, warnings); },
+        [&](Made& made) { made.emplace(files, Notification::DownloadSucceeded); },
+        [&](Made& made) { made.emplace(Notification::DownloadCanceled, text); },
+        [&](Made& made) { made.emplace(whole); },
+        [&](Made& made) { made.emplace(told); },
+        [&](Made& made) { *made = whole; },
     };
-    for (const Make& make : ways) {
-        const Fields expected(make());
+    for (const auto& make : ways) {
+        Made expected(told);
+        make(expected);
         const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
-            std::optional<Notification> made;
-            memory.During([&] { made.emplace(make()); });
-            EXPECT_EQ(Fields(*made).Completed,
-                      memory.HasRunOut() ? Bare(Notification::DownloadFailed) : expected.Completed);
+            Made made(Notification(Notification::DownloadFailed, "the text of the one before"));
+            memory.During([&] { make(made); });
+            EXPECT_EQ(memory.HasRunOut() ? Failed() : Fields(*expected), Fields(*made));
         });
         EXPECT_GT(failures, 0);
     }
-}
-
-TEST(ScarceMemory, NotificationThatCannotBeReplacedTellsAFailure)
-{
-    const ZALListValZALUnicodeString files = ListOf({"/parts/a longer name.ZALPart"});
-    const Notification whole(files, Notification::DownloadSucceeded, ListOf({"a warning of some length"}));
-    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
-        Notification target(Notification::DownloadCanceled, "the text of the one before");
-        memory.During([&] { target = whole; });
-        EXPECT_EQ(Fields(target).Completed,
-                  memory.HasRunOut() ? Bare(Notification::DownloadFailed) : Fields(whole).Completed);
-    });
-    EXPECT_GT(failures, 0);
 }
 
 TEST(ScarceMemory, WarningsThatCannotBeJoinedAreEmpty)
@@ -391,11 +370,10 @@ TEST(ScarceMemory, WarningsThatCannotBeJoinedAreEmpty)
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
         ZALUnicodeString text;
         memory.During([&] { text = notification.GetConcatenedWarningsMessageNLS(); });
-        EXPECT_EQ(ToUtf8(text), memory.HasRunOut() ? "" : "a warning of some length\nand another one, longer still");
+        EXPECT_EQ(memory.HasRunOut() ? "" : "a warning of some length\nand another one, longer still", ToUtf8(text));
     });
     EXPECT_GT(failures, 0);
 }
 
 } // namespace
-
 } // namespace openhost::testing

@@ -1,5 +1,6 @@
 #include "openhost/dialogs/UserActions.h"
 #include "tests/download/DownloadFixture.h"
+#include "tests/support/Listener.h"
 
 #include <gmock/gmock.h>
 
@@ -18,12 +19,17 @@ constexpr auto Pause = std::chrono::milliseconds(2000);
 class DownloadTransfer : public DownloadFixture {
 protected:
     static std::string Body() { return ZipBytes().Add("a.ZALPart", "part").Bytes(); }
-    ZALDlgProgress* Bar() { return dynamic_cast<ZALDlgProgress*>(Surface().Find(ProgressWindow, "VLProgressBar")); }
-    std::chrono::steady_clock::duration TimeOfStart()
+    /// Closes the dialog of the running transfer and lets that end.
+    void Cancel()
     {
-        const auto begin = std::chrono::steady_clock::now();
-        StartTransfer();
-        return std::chrono::steady_clock::now() - begin;
+        EXPECT_EQ(PushResult::Done, Surface().Push(ProgressWindow, "CLOSE"));
+        Loop().RunUntilIdle();
+    }
+    void ExpectIdle()
+    {
+        EXPECT_EQ(nullptr, Probe.HttpRequest());
+        EXPECT_EQ(nullptr, Probe.DataHandler());
+        EXPECT_EQ(nullptr, Probe.ProgressDlg());
     }
 };
 
@@ -32,122 +38,86 @@ protected:
 
 TEST_F(DownloadTransfer, SendsOneGetWithOneHeaderAndNoBody)
 {
-    EXPECT_EQ(Probe.StartDefaultDownloadURL("https://velmart.example/a?b=c&d=%20"), S_OK);
-
-    ASSERT_EQ(Transport().Requests().size(), 1U);
+    EXPECT_EQ(S_OK, Probe.StartDefaultDownloadURL("https://velmart.example/a?b=c&d=%20"));
+    ASSERT_THAT(Requested(), ElementsAre("https://velmart.example/a?b=c&d=%20"));
     const HttpRequestData& request = Transport().Requests().front();
-    EXPECT_EQ(request.method, "GET");
-    EXPECT_EQ(request.url, "https://velmart.example/a?b=c&d=%20");
-    EXPECT_EQ(request.headers, (HttpHeaders{{"Accept", "*/*"}}));
-    EXPECT_EQ(request.body, "");
-}
-
-TEST_F(DownloadTransfer, TracesTheAddress)
-{
-    StartTransfer();
-    EXPECT_THAT(Traces(), ElementsAre("ZALVelmartFileDownloader::DownloadURL: https://velmart.example/item.zip\n"));
+    EXPECT_EQ("GET", request.method);
+    EXPECT_EQ((HttpHeaders{{"Accept", "*/*"}}), request.headers);
+    EXPECT_EQ("", request.body);
+    EXPECT_THAT(Traces(), ElementsAre("ZALVelmartFileDownloader::DownloadURL: https://velmart.example/a?b=c&d=%20\n"));
 }
 
 TEST_F(DownloadTransfer, SecondStartFailsWithoutTraceAndRequest)
 {
     StartTransfer();
     const ZALCefHttpRequest* running = Probe.HttpRequest();
-
-    EXPECT_EQ(Probe.StartDefaultDownloadURL("https://velmart.example/second"), E_FAIL);
-
-    EXPECT_EQ(Traces().size(), 1U);
-    EXPECT_EQ(Transport().Requests().size(), 1U);
-    EXPECT_EQ(Probe.HttpRequest(), running);
+    EXPECT_EQ(E_FAIL, Probe.StartDefaultDownloadURL("https://velmart.example/second"));
+    EXPECT_EQ(1U, Traces().size());
+    EXPECT_EQ(1U, Transport().Requests().size());
+    EXPECT_EQ(running, Probe.HttpRequest());
     EXPECT_TRUE(Transport().Last().IsRunning());
 }
 
-TEST_F(DownloadTransfer, RefusedSendFailsAndLeavesNothingBehind)
+TEST_F(DownloadTransfer, RefusedSendFailsAndLeavesNothingInTheWayOfTheNext)
 {
     Transport().RefuseNext();
-
-    EXPECT_EQ(Probe.StartDefaultDownloadURL(Url), E_FAIL);
-
-    EXPECT_EQ(Probe.HttpRequest(), nullptr);
-    EXPECT_EQ(Probe.DataHandler(), nullptr);
-    EXPECT_EQ(Probe.ProgressDlg(), nullptr);
+    EXPECT_EQ(E_FAIL, Probe.StartDefaultDownloadURL(Url));
+    ExpectIdle();
     EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(Traces(), ElementsAre("ZALVelmartFileDownloader::DownloadURL: https://velmart.example/item.zip\n"));
-}
-
-TEST_F(DownloadTransfer, CanStartAfterARefusedSend)
-{
-    Transport().RefuseNext();
-    Probe.StartDefaultDownloadURL(Url);
-
-    EXPECT_EQ(Probe.StartDefaultDownloadURL(Url), S_OK);
+    EXPECT_EQ(S_OK, Probe.StartDefaultDownloadURL(Url));
 }
 
 TEST_F(DownloadTransfer, ShowsTheProgressDialog)
 {
     StartTransfer();
-
     EXPECT_THAT(Surface().WindowEvents(), ElementsAre(AllOf(Field(&ScriptedSurface::WindowEvent::name, ProgressWindow),
                                                             Field(&ScriptedSurface::WindowEvent::style, 0x44200U),
                                                             Field(&ScriptedSurface::WindowEvent::action,
                                                                   ScriptedSurface::WindowEvent::Action::Shown))));
-    EXPECT_EQ(Probe.ProgressDlg(), Surface().Find(ProgressWindow));
+    EXPECT_EQ(Surface().Find(ProgressWindow), Probe.ProgressDlg());
 }
 
-TEST_F(DownloadTransfer, RunsWithoutFrameAndWithoutDialog)
+TEST_F(DownloadTransfer, RunsWithoutDialogWithoutAFrameOrADocumentWindow)
 {
-    ConfigureFrame({.exists = false});
-
-    Transfer(Body());
-
-    EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
-}
-
-TEST_F(DownloadTransfer, RunsWithoutDocumentWindowAndWithoutDialog)
-{
-    ConfigureFrame({.applicationDocument = false});
-
-    auto& script = StartTransfer();
-    script.Progress(50, 100);
-    script.Bytes(Body());
-    script.End();
-
-    EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
-    EXPECT_EQ(Receiver.Received.size(), 1U);
+    for (const FrameOptions& frame : {FrameOptions{.exists = false}, FrameOptions{.applicationDocument = false}}) {
+        Receiver.Received.clear();
+        ConfigureFrame(frame);
+        auto& script = StartTransfer();
+        script.Progress(50, 100);
+        script.Bytes(Body());
+        script.End();
+        EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
+        EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"a.ZALPart"})));
+        std::filesystem::remove(Parts() / "a.ZALPart");
+    }
 }
 
 // ---------------------------------------------------------------------------------------------
 // The pause of the recorder
 
-TEST_F(DownloadTransfer, PausesWhileTheRecorderCaptures)
+TEST_F(DownloadTransfer, PausesWhileTheRecorderCapturesOrReplaysAndASendIsTaken)
 {
-    ConfigureCommands({.recorder = true, .capture = true});
-
-    EXPECT_GE(TimeOfStart(), Pause);
-    EXPECT_NE(Probe.ProgressDlg(), nullptr);
-}
-
-TEST_F(DownloadTransfer, PausesWhileTheRecorderReplays)
-{
-    ConfigureCommands({.recorder = true, .replay = true});
-    EXPECT_GE(TimeOfStart(), Pause);
-}
-
-TEST_F(DownloadTransfer, DoesNotPauseForAnIdleRecorder)
-{
-    ConfigureCommands({.recorder = true});
-    EXPECT_LT(TimeOfStart(), Pause);
-}
-
-TEST_F(DownloadTransfer, DoesNotPauseWhenTheSendIsRefused)
-{
-    ConfigureCommands({.recorder = true, .capture = true});
-    Transport().RefuseNext();
-
-    const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(Probe.StartDefaultDownloadURL(Url), E_FAIL);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, Pause);
+    struct Case {
+        const char* name;
+        CommandOptions options;
+        bool isRefused;
+        bool pauses;
+    };
+    for (const Case& recorder : {Case{"capture", {.recorder = true, .capture = true}, false, true},
+                                 Case{"replay", {.recorder = true, .replay = true}, false, true},
+                                 Case{"idle", {.recorder = true}, false, false},
+                                 Case{"refused", {.recorder = true, .capture = true}, true, false}}) {
+        ConfigureCommands(recorder.options);
+        Transport().RefuseNext(recorder.isRefused ? 1 : 0);
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_EQ(recorder.isRefused ? E_FAIL : S_OK, Probe.StartDefaultDownloadURL(Url));
+        EXPECT_EQ(recorder.pauses, std::chrono::steady_clock::now() - begin >= Pause) << recorder.name;
+        EXPECT_EQ(recorder.isRefused, Probe.ProgressDlg() == nullptr) << recorder.name;
+        if (!recorder.isRefused)
+            Transport().Last().End(TransferEnd::Failed);
+    }
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -157,34 +127,32 @@ TEST_F(DownloadTransfer, ProgressMovesTheBarAndRepaints)
 {
     auto& script = StartTransfer();
     const int updates = DisplayUpdateCount();
-
     script.Progress(5, 100);
-    EXPECT_EQ(Bar()->GetPos(), 0);
-    EXPECT_EQ(DisplayUpdateCount(), updates);
-
+    EXPECT_EQ(0, Bar()->GetPos());
+    EXPECT_EQ(updates, DisplayUpdateCount());
     script.Progress(42, 100);
-    EXPECT_EQ(Bar()->GetPos(), 42);
-    EXPECT_EQ(DisplayUpdateCount(), updates + 1);
+    EXPECT_EQ(42, Bar()->GetPos());
+    EXPECT_EQ(updates + 1, DisplayUpdateCount());
 }
 
 TEST_F(DownloadTransfer, ProgressBeyondTheTotalFillsTheBar)
 {
     StartTransfer().Progress(500, 100);
-    EXPECT_EQ(Bar()->GetPos(), 100);
+    EXPECT_EQ(100, Bar()->GetPos());
 }
 
 TEST_F(DownloadTransfer, ProgressWithoutDialogIsIgnored)
 {
     const int updates = DisplayUpdateCount();
     Probe.NotifyProgress(50);
-    EXPECT_EQ(DisplayUpdateCount(), updates);
+    EXPECT_EQ(updates, DisplayUpdateCount());
 }
 
 TEST_F(DownloadTransfer, ProgressWithoutApplicationMovesTheBar)
 {
     ConfigureCommands({.application = false});
     StartTransfer().Progress(42, 100);
-    EXPECT_EQ(Bar()->GetPos(), 42);
+    EXPECT_EQ(42, Bar()->GetPos());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -194,68 +162,43 @@ TEST_F(DownloadTransfer, ClosingTheDialogCancels)
 {
     auto& script = StartTransfer();
     script.Bytes("half");
-
-    EXPECT_EQ(Surface().Push(ProgressWindow, "CLOSE"), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Surface().Push(ProgressWindow, "CLOSE"));
     EXPECT_TRUE(script.IsCancelled());
     EXPECT_THAT(Receiver.Received, IsEmpty()) << "the end comes from the event loop";
-
     Loop().RunUntilIdle();
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadCanceled)));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Cancelled()));
 }
 
 TEST_F(DownloadTransfer, CannotBeCancelledTwice)
 {
     StartTransfer();
-    Surface().Push(ProgressWindow, "CLOSE");
-
-    EXPECT_EQ(Surface().Push(ProgressWindow, "CLOSE"), PushResult::Insensitive);
-    Loop().RunUntilIdle();
-    EXPECT_EQ(Receiver.Received.size(), 1U);
-}
-
-TEST_F(DownloadTransfer, CancelDropsTheSubscriptionOnTheDialog)
-{
-    StartTransfer();
     ZALDialog* window = Surface().Find(ProgressWindow);
     Surface().Push(ProgressWindow, "CLOSE");
-
-    std::vector<ZALBaseUnknown*> subscribers;
-    ZALSysGetSubscribers(window, ZALVelmartDownloadProgressDlg::CANCELNotif::ClassName(), subscribers);
-    EXPECT_THAT(subscribers, IsEmpty());
+    EXPECT_EQ(PushResult::Insensitive, Surface().Push(ProgressWindow, "CLOSE"));
+    EXPECT_THAT(SubscribersOf(window, ZALVelmartDownloadProgressDlg::CANCELNotif::ClassName()), IsEmpty());
+    Loop().RunUntilIdle();
+    EXPECT_EQ(1U, Receiver.Received.size());
 }
 
 TEST_F(DownloadTransfer, CancelledTransferEndsItsDialogAndIsIdle)
 {
-    StartTransfer();
-    const ZALBaseUnknown_WR window(Surface().Find(ProgressWindow));
-    Surface().Push(ProgressWindow, "CLOSE");
-    Loop().RunUntilIdle();
-
-    EXPECT_EQ(window.GetComponent(), nullptr) << "nobody holds it any more";
-    EXPECT_EQ(Probe.ProgressDlg(), nullptr);
-    EXPECT_EQ(Probe.HttpRequest(), nullptr);
-    EXPECT_EQ(Probe.DataHandler(), nullptr);
-}
-
-TEST_F(DownloadTransfer, CancelKeepsThePartOfTheFileThatCame)
-{
     StartTransfer().Bytes("half");
-    Surface().Push(ProgressWindow, "CLOSE");
-    Loop().RunUntilIdle();
-
-    EXPECT_EQ(ReadFile(TemporaryFile()), "half");
-    EXPECT_EQ(ToUtf8(Probe.DownloadedFilePath()), "");
+    const ZALBaseUnknown_WR window(Surface().Find(ProgressWindow));
+    Cancel();
+    EXPECT_EQ(nullptr, window.GetComponent()) << "nobody holds it any more";
+    ExpectIdle();
+    EXPECT_EQ("half", ReadFile(TemporaryFile())) << "what came stays";
+    EXPECT_EQ("", ToUtf8(Probe.DownloadedFilePath()));
+    EXPECT_EQ(0, BusyCursorCount());
 }
 
 TEST_F(DownloadTransfer, CancelAfterTheEndDoesNothing)
 {
     Transfer(Body());
-    ASSERT_EQ(Receiver.Received.size(), 1U);
-
+    ASSERT_EQ(1U, Receiver.Received.size());
     Probe.OnCancelDownloadProgressDlg();
     Loop().RunUntilIdle();
-
-    EXPECT_EQ(Receiver.Received.size(), 1U);
+    EXPECT_EQ(1U, Receiver.Received.size());
 }
 
 TEST_F(DownloadTransfer, ClosingTheDialogOfAnEndedTransferLeavesTheNextOneAlone)
@@ -268,10 +211,8 @@ TEST_F(DownloadTransfer, ClosingTheDialogOfAnEndedTransferLeavesTheNextOneAlone)
     };
     Transport().Last().Bytes(Body());
     Transport().Last().End();
-
     ASSERT_NE(Surface().Find(ProgressWindow), window);
     UseCloseBox(*window); // it ends between events, and none has passed
-
     EXPECT_TRUE(Transport().Last().IsRunning());
 }
 
@@ -280,12 +221,12 @@ TEST_F(DownloadTransfer, TheDialogMayEndWithItsParentDuringTheTransfer)
     auto& script = StartTransfer();
     ResetFrame();
     Loop().RunUntilIdle();
-    ASSERT_EQ(Surface().Find(ProgressWindow), nullptr);
+    ASSERT_EQ(nullptr, Surface().Find(ProgressWindow));
     Probe.OnCancelDownloadProgressDlg(); // takes input away from what is left of it
     ASSERT_TRUE(script.IsCancelled());
     Loop().RunUntilIdle();
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadCanceled)));
-    EXPECT_EQ(Probe.ProgressDlg(), nullptr);
+    EXPECT_THAT(Receiver.Received, ElementsAre(Cancelled()));
+    EXPECT_EQ(nullptr, Probe.ProgressDlg());
 }
 
 TEST_F(DownloadTransfer, TheProgressGoesOnWithoutTheDialogThatEndedWithItsParent)
@@ -293,20 +234,17 @@ TEST_F(DownloadTransfer, TheProgressGoesOnWithoutTheDialogThatEndedWithItsParent
     auto& script = StartTransfer();
     ResetFrame();
     Loop().RunUntilIdle();
-
     script.Progress(50, 100);
     script.Bytes(Body());
     script.End();
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"a.ZALPart"})));
 }
 
 TEST_F(DownloadTransfer, CancelWithoutDialogCancelsTheTransfer)
 {
     ConfigureFrame({.exists = false});
     const auto& script = StartTransfer();
-
     Probe.OnCancelDownloadProgressDlg();
-
     EXPECT_TRUE(script.IsCancelled());
 }
 
@@ -319,43 +257,40 @@ TEST_F(DownloadTransfer, FailedTransferEndsAsFailed)
     script.Head(200);
     script.Bytes(Body());
     script.End(TransferEnd::Failed);
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
     EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
-    EXPECT_EQ(ToUtf8(Probe.DownloadedFilePath()), "");
-    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_EQ("", ToUtf8(Probe.DownloadedFilePath()));
+    EXPECT_EQ(0, BusyCursorCount());
 }
 
 TEST_F(DownloadTransfer, EndWithoutRequestCountsAsFailed)
 {
     WriteFile(TemporaryFile(), Body());
     Probe.OnDownloadRequestComplete(TemporaryFile().c_str());
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
 }
 
 TEST_F(DownloadTransfer, EndsItsDialogBeforeTheNotification)
 {
-    Receiver.OnReceipt = [this] {
-        EXPECT_EQ(Probe.HttpRequest(), nullptr);
-        EXPECT_EQ(Probe.DataHandler(), nullptr);
-        EXPECT_EQ(Probe.ProgressDlg(), nullptr);
-    };
+    Receiver.OnReceipt = [this] { ExpectIdle(); };
     Transfer(Body());
     Loop().RunUntilIdle();
-
-    EXPECT_EQ(Receiver.Received.size(), 1U);
-    EXPECT_EQ(Surface().Find(ProgressWindow), nullptr);
-    EXPECT_EQ(Surface().WindowEvents().back().action, ScriptedSurface::WindowEvent::Action::Ended);
+    EXPECT_EQ(1U, Receiver.Received.size());
+    EXPECT_EQ(nullptr, Surface().Find(ProgressWindow));
+    EXPECT_EQ(ScriptedSurface::WindowEvent::Action::Ended, Surface().WindowEvents().back().action);
 }
 
-TEST_F(DownloadTransfer, FinishedTransferShowsTheBusyCursorAndKeepsThePath)
+TEST_F(DownloadTransfer, FinishedTransferShowsTheBusyCursorAndKeepsTheFile)
 {
     Transfer(Body());
-
-    EXPECT_EQ(BusyCursorCount(), 1);
-    EXPECT_EQ(ToUtf8(Probe.DownloadedFilePath()), TemporaryFile().string());
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
-    EXPECT_EQ(ReadFile(Parts() / "a.ZALPart"), "part");
+    EXPECT_EQ(1, BusyCursorCount());
+    EXPECT_EQ(TemporaryFile().string(), ToUtf8(Probe.DownloadedFilePath()));
+    EXPECT_EQ(Body(), ReadFile(TemporaryFile()));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"a.ZALPart"})));
+    EXPECT_EQ("part", ReadFile(Parts() / "a.ZALPart"));
+    SetSettings(Parts(), false);
+    Transfer(Body());
+    EXPECT_EQ(2, BusyCursorCount()) << "also when the folder is asked for";
 }
 
 TEST_F(DownloadTransfer, ShowsTheBusyCursorBeforeTheExtraction)
@@ -364,57 +299,22 @@ TEST_F(DownloadTransfer, ShowsTheBusyCursorBeforeTheExtraction)
     int inQuestion = 0;
     Loop().Post([&] { inQuestion = BusyCursorCount(); });
     Transfer(Body());
-    EXPECT_EQ(inQuestion, 1);
-    EXPECT_EQ(BusyCursorCount(), 1);
-}
-
-TEST_F(DownloadTransfer, ShowsTheBusyCursorThoughTheFolderIsAskedFor)
-{
-    SetSettings(Parts(), false);
-    Transfer(Body());
-    EXPECT_EQ(BusyCursorCount(), 1);
-}
-
-TEST_F(DownloadTransfer, CancelledTransferShowsNoBusyCursor)
-{
-    StartTransfer();
-    Surface().Push(ProgressWindow, "CLOSE");
-    Loop().RunUntilIdle();
-    EXPECT_EQ(BusyCursorCount(), 0);
-}
-
-TEST_F(DownloadTransfer, TemporaryFileStaysAfterTheExtraction)
-{
-    Transfer(Body());
-    EXPECT_EQ(ReadFile(TemporaryFile()), Body());
+    EXPECT_EQ(1, inQuestion);
+    EXPECT_EQ(1, BusyCursorCount());
 }
 
 TEST_F(DownloadTransfer, CodeOfTheReplyIsNotLookedAt)
 {
     Transfer(Body(), 404);
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"a.ZALPart"})));
 }
 
 TEST_F(DownloadTransfer, ErrorBodyInJsonEndsAsFailedAndStays)
 {
     Transfer(R"({"error": "gone"})", 500, {{"content-type", "application/json"}});
 
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
-    EXPECT_EQ(ReadFile(Temp() / "VelmartDownloadedQ7FilesError.json"), R"({"error": "gone"})");
-}
-
-TEST_F(DownloadTransfer, BodyThatIsNoArchiveEndsAsFailed)
-{
-    Transfer("<html>busy</html>");
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
-}
-
-TEST_F(DownloadTransfer, EmptyBodyEndsAsFailed)
-{
-    Transfer("");
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
-    EXPECT_THAT(FilesBelow(Temp()), IsEmpty());
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
+    EXPECT_EQ(R"({"error": "gone"})", ReadFile(Temp() / "VelmartDownloadedQ7FilesError.json"));
 }
 
 TEST_F(DownloadTransfer, EmptyBodyWithoutFolderStillAsksForTheFolder)
@@ -422,59 +322,56 @@ TEST_F(DownloadTransfer, EmptyBodyWithoutFolderStillAsksForTheFolder)
     SetSettings(Parts(), false);
     Transfer("");
     EXPECT_THAT(Receiver.Received, IsEmpty());
-
     Probe.OnDownloadLocationDlgOK();
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
 }
 
-TEST_F(DownloadTransfer, EmptyBodyDoesNotReuseTheFileOfTheDownloadBefore)
+TEST_F(DownloadTransfer, BodyThatIsNoArchiveOrEmptyEndsAsFailed)
 {
+    Transfer("");
+    EXPECT_THAT(FilesBelow(Temp()), IsEmpty());
+    Transfer("<html>busy</html>");
     Transfer(Body());
     Transfer("");
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")}),
-                                               Bare(Notification::DownloadFailed)));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed(), Failed(), Succeeded({"a.ZALPart"}), Failed()))
+        << "the file of the download before is not used again";
 }
 
 TEST_F(DownloadTransfer, TemporaryFileThatCannotBeOpenedEndsAsFailed)
 {
     remove(Temp());
     Transfer(Body());
-
-    EXPECT_THAT(Receiver.Received, ElementsAre(Bare(Notification::DownloadFailed)));
-    EXPECT_EQ(ToUtf8(Probe.DownloadedFilePath()), TemporaryFile().string());
+    EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
+    EXPECT_EQ(TemporaryFile().string(), ToUtf8(Probe.DownloadedFilePath()));
 }
 
 TEST_F(DownloadTransfer, FileNameOfTheServerNamesTheTemporaryFile)
 {
-    Transfer(Body(), 200,
-             {{"content-type", "application/octet-stream"}, {"content-disposition", "attachment; filename=\"b.zip\""}});
-
+    Transfer(Body(), 200, FileNamed("b.zip"));
     EXPECT_THAT(FilesBelow(Temp()), ElementsAre("b.zip"));
-    EXPECT_EQ(Receiver.Received.size(), 1U);
+    EXPECT_EQ(1U, Receiver.Received.size());
 }
 
 TEST_F(DownloadTransfer, ReceiverMayStartTheNextTransferInsideTheNotification)
 {
     Receiver.OnReceipt = [this] {
         Receiver.OnReceipt = {};
-        EXPECT_EQ(Probe.StartDefaultDownloadURL("https://velmart.example/next"), S_OK);
+        EXPECT_EQ(S_OK, Probe.StartDefaultDownloadURL("https://velmart.example/next"));
     };
     Transfer(Body());
-
     EXPECT_TRUE(Transport().Last().IsRunning());
-    EXPECT_NE(Probe.ProgressDlg(), nullptr);
+    EXPECT_NE(nullptr, Probe.ProgressDlg());
 }
 
 TEST_F(DownloadTransfer, RunsAsPartOfAWholeLoop)
 {
     Transport().Answer(Url, {.chunks = {Body().substr(0, 40), Body().substr(40)}, .total = Body().size()});
 
-    EXPECT_EQ(Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"), S_OK);
+    EXPECT_EQ(S_OK, Start(R"({"downloadUrl": "https://velmart.example/item.zip"})"));
     EXPECT_THAT(Receiver.Received, IsEmpty());
     Loop().RunUntilIdle();
 
-    EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadSucceeded, {InParts("a.ZALPart")})));
+    EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"a.ZALPart"})));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -484,26 +381,22 @@ TEST_F(DownloadTransfer, EndOfTheDownloaderEndsTheTransferAndItsFile)
 {
     const auto& script = StartTransfer();
     Transport().Last().Bytes("half");
-
     Probe.EndDownloader();
     Loop().RunUntilIdle();
-
     EXPECT_FALSE(script.IsRunning());
-    EXPECT_EQ(ReadFile(TemporaryFile()), "half");
+    EXPECT_EQ("half", ReadFile(TemporaryFile()));
     EXPECT_THAT(Receiver.Received, IsEmpty());
 }
 
 TEST_F(DownloadTransfer, EndOfTheDownloaderLeavesItsDialogToTheHost)
 {
     StartTransfer();
-
     Probe.EndDownloader();
     Loop().RunUntilIdle();
-
     const ZALBaseUnknown_WR window(Surface().Find(ProgressWindow));
-    EXPECT_EQ(Surface().Push(ProgressWindow, "CLOSE"), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Surface().Push(ProgressWindow, "CLOSE"));
     ResetFrame();
-    EXPECT_EQ(window.GetComponent(), nullptr) << "nobody else holds it";
+    EXPECT_EQ(nullptr, window.GetComponent()) << "nobody else holds it";
 }
 
 } // namespace

@@ -71,28 +71,25 @@ private:
 TEST_F(BridgeJourney, TheComponentHasTheModuleFetchTheItemAndHandsItsFilesOver)
 {
     OnRequest = [this](const json& request) {
-        EXPECT_EQ(request["params"]["id"], "bearing-unit-20");
-        EXPECT_EQ(request["params"]["fileName"], "BEARING_UNIT_20");
+        EXPECT_EQ("bearing-unit-20", request["params"]["id"]);
+        EXPECT_EQ("BEARING_UNIT_20", request["params"]["fileName"]);
         AskFor({{"Item", request["params"]["downloadUrls"]["ZALOR_RAW"]}});
     };
     OnReply = [](const json& reply) {
-        EXPECT_EQ(reply["id"], 7);
+        EXPECT_EQ(7, reply["id"]);
         Deliver(reply["result"]["downloadedFilesPathes"]["Item"]);
     };
-    const auto completion = Download(RequestOf("bearing-unit-20"));
-    ASSERT_TRUE(completion);
-    EXPECT_EQ(completion->status, Notification::DownloadSucceeded);
-    EXPECT_EQ(completion->docEnvId, "UT5");
+    const auto completion = Fetch(RequestOf("bearing-unit-20"));
+    EXPECT_EQ("UT5", completion.docEnvId);
 
-    ASSERT_FALSE(completion->files.empty());
-    const std::filesystem::path root = completion->files.front();
-    EXPECT_EQ(root.extension(), ".ZALProduct");
-    for (const std::string& file : completion->files)
+    const std::filesystem::path root = completion.files.front();
+    EXPECT_EQ(".ZALProduct", root.extension());
+    for (const std::string& file : completion.files)
         EXPECT_THAT(ReadDocument(file).links, ::testing::Not(::testing::Contains(root.filename().string())));
-    EXPECT_EQ(completion->files.size(), FilesInParts().size());
+    EXPECT_EQ(completion.files.size(), FilesInParts().size());
     EXPECT_THAT(Messages, SizeIs(2));
     EXPECT_THAT(Surface().Questions(), IsEmpty());
-    EXPECT_EQ(Surface().Find("ZALVelmartDownloadProgressDlg"), nullptr);
+    EXPECT_EQ(nullptr, Surface().Find("ZALVelmartDownloadProgressDlg"));
 }
 
 TEST_F(BridgeJourney, ArchivesAndRawFilesComeInTheOrderOfTheirKeys)
@@ -117,24 +114,21 @@ TEST_F(BridgeJourney, ArchivesAndRawFilesComeInTheOrderOfTheirKeys)
         EXPECT_THAT(keys, ElementsAre("Washer", "Bolt", "Bracket"));
         Deliver(paths);
     };
-    const auto completion = Download(RequestOf("washer-m8"));
-    ASSERT_TRUE(completion);
-    EXPECT_EQ(completion->status, Notification::DownloadSucceeded);
-    EXPECT_EQ(completion->files, paths.get<std::vector<std::string>>());
-    EXPECT_EQ(ReadFile(Parts() / "Washer.ZALPart"), Original("ISO7089_M10.ZALPart"));
-    EXPECT_EQ(ReadFile(Parts() / "Bracket.ZALPart"), Original("BRACKET_40.ZALPart"));
-    for (const std::string& file : completion->files)
+    const auto completion = Fetch(RequestOf("washer-m8"));
+    EXPECT_EQ(paths.get<std::vector<std::string>>(), completion.files);
+    EXPECT_EQ(Original("ISO7089_M10.ZALPart"), ReadFile(Parts() / "Washer.ZALPart"));
+    EXPECT_EQ(Original("BRACKET_40.ZALPart"), ReadFile(Parts() / "Bracket.ZALPart"));
+    for (const std::string& file : completion.files)
         EXPECT_NO_THROW(ReadDocument(file)) << file;
-    EXPECT_THAT(FilesInParts(), SizeIs(completion->files.size()));
+    EXPECT_THAT(FilesInParts(), SizeIs(completion.files.size()));
 }
 
 TEST_F(BridgeJourney, TheComponentAnswersInsideTheCall)
 {
     OnRequest = [](const json&) { Deliver({"/srv/a.ZALProduct", "/srv/b.ZALPart"}); };
     const std::size_t before = Listener().Completions().size();
-    EXPECT_EQ(JourneyFixture::Send("velmart_download", RequestOf("bearing-unit-20")), S_OK);
-
-    ASSERT_EQ(Listener().Completions().size(), before + 1) << "before the message returns";
+    EXPECT_EQ(S_OK, JourneyFixture::Send("velmart_download", RequestOf("bearing-unit-20")));
+    ASSERT_EQ(before + 1, Listener().Completions().size()) << "before the message returns";
     EXPECT_THAT(Listener().Completions().back().files, ElementsAre("/srv/a.ZALProduct", "/srv/b.ZALPart"));
     EXPECT_THAT(FilesInParts(), IsEmpty());
 }
@@ -142,12 +136,10 @@ TEST_F(BridgeJourney, TheComponentAnswersInsideTheCall)
 TEST_F(BridgeJourney, TheComponentLeavesTheItemToTheModule)
 {
     OnRequest = [](const json&) { Leave(); };
-    const auto completion = Download(RequestOf("bolted-joint-m8"));
-    ASSERT_TRUE(completion);
-    EXPECT_EQ(completion->status, Notification::DownloadSucceeded);
-    EXPECT_EQ(completion->docEnvId, "File");
-    EXPECT_EQ(std::filesystem::path(completion->files.front()).extension(), ".ZALProduct");
-    EXPECT_EQ(completion->files.size(), FilesInParts().size());
+    const auto completion = Fetch(RequestOf("bolted-joint-m8"));
+    EXPECT_EQ("File", completion.docEnvId);
+    EXPECT_EQ(".ZALProduct", std::filesystem::path(completion.files.front()).extension());
+    EXPECT_EQ(completion.files.size(), FilesInParts().size());
     EXPECT_THAT(Messages, SizeIs(1));
 }
 
@@ -155,14 +147,12 @@ TEST_F(BridgeJourney, TheComponentFetchesInVainAndThenLeavesTheItemToTheModule)
 {
     OnRequest = [this](const json&) { AskFor({{"A", FileUrl("bolted-joint-m8.zip?cut=100")}}); };
     OnReply = [](const json& reply) {
-        EXPECT_EQ(reply["error"]["code"], -20);
-        EXPECT_EQ(reply["error"]["message"], "Download Failed") << "of the message catalog";
+        EXPECT_EQ(-20, reply["error"]["code"]);
+        EXPECT_EQ("Download Failed", reply["error"]["message"]) << "of the message catalog";
         Leave();
     };
-    const auto completion = Download(RequestOf("bolted-joint-m8"));
-    ASSERT_TRUE(completion);
-    EXPECT_EQ(completion->status, Notification::DownloadSucceeded);
-    EXPECT_EQ(completion->docEnvId, "File");
+    const auto completion = Fetch(RequestOf("bolted-joint-m8"));
+    EXPECT_EQ("File", completion.docEnvId);
     EXPECT_THAT(Messages, SizeIs(2));
 }
 
@@ -172,29 +162,24 @@ TEST_F(BridgeJourney, TheSecondAnswerFindsNoReceiver)
         Send({{"id", 1}, {"error", {{"code", 5}, {"message", "no access"}}}});
         Send({{"id", 1}, {"error", {{"code", 5}, {"message", "no access"}}}});
     };
-    EXPECT_EQ(JourneyFixture::Send("velmart_download", RequestOf("bolted-joint-m8")), S_OK);
+    EXPECT_EQ(S_OK, JourneyFixture::Send("velmart_download", RequestOf("bolted-joint-m8")));
     RunUntilIdle();
-
     EXPECT_THAT(Listener().Completions(), SizeIs(2));
     ASSERT_THAT(Surface().Questions(), SizeIs(1)) << "the user is told once";
-    EXPECT_EQ(Surface().Questions()[0].text, "no access");
+    EXPECT_EQ("no access", Surface().Questions()[0].text);
 }
 
 TEST_F(BridgeJourney, NonsenseEndsTheDownloadAndTheNextOneRuns)
 {
     OnRequest = [](const json&) { SendText("\xFF nonsense {"); };
     const auto failed = Download(RequestOf("bolted-joint-m8"));
-    ASSERT_TRUE(failed);
-    EXPECT_EQ(failed->status, Notification::DownloadFailed);
-    EXPECT_THAT(failed->files, IsEmpty());
+    EXPECT_EQ(Notification::DownloadFailed, failed.status);
+    EXPECT_THAT(failed.files, IsEmpty());
     ASSERT_THAT(Surface().Questions(), SizeIs(1));
-    EXPECT_EQ(Surface().Questions()[0].name, "FileDownloadErrorNotify");
+    EXPECT_EQ("FileDownloadErrorNotify", Surface().Questions()[0].name);
     EXPECT_THAT(FilesInParts(), IsEmpty());
-
     OnRequest = [](const json&) { Leave(); };
-    const auto completion = Download(RequestOf("bolted-joint-m8"));
-    ASSERT_TRUE(completion);
-    EXPECT_EQ(completion->status, Notification::DownloadSucceeded);
+    const auto completion = Fetch(RequestOf("bolted-joint-m8"));
 }
 
 TEST_F(BridgeJourney, TheSecondRequestForFilesGivesTheFirstUp)
@@ -204,26 +189,23 @@ TEST_F(BridgeJourney, TheSecondRequestForFilesGivesTheFirstUp)
         AskFor({{"Fast", FileUrl("BRACKET_40.ZALPart")}}, 2);
     };
     OnReply = [](const json& reply) {
-        EXPECT_EQ(reply["id"], 2);
+        EXPECT_EQ(2, reply["id"]);
         Deliver(reply["result"]["downloadedFilesPathes"]["Fast"]);
     };
     const auto completion = Download(RequestOf("washer-m8"));
-    ASSERT_TRUE(completion);
-    EXPECT_THAT(completion->files, ElementsAre((Parts() / "Fast.ZALPart").string()));
+    EXPECT_THAT(completion.files, ElementsAre((Parts() / "Fast.ZALPart").string()));
     EXPECT_THAT(FilesInParts(), ElementsAre("Fast.ZALPart"));
-    EXPECT_EQ(ReadFile(Parts() / "Fast.ZALPart"), Original("BRACKET_40.ZALPart"));
+    EXPECT_EQ(Original("BRACKET_40.ZALPart"), ReadFile(Parts() / "Fast.ZALPart"));
 }
 
 TEST_F(BridgeJourney, TheUserCannotCancelWhatTheComponentAskedFor)
 {
     OnRequest = [this](const json&) { AskFor({{"A", FileUrl("BRACKET_40.ZALPart?piece=1000&pause=5")}}); };
     OnReply = [](const json& reply) { Deliver(reply["result"]["downloadedFilesPathes"]["A"]); };
-    EXPECT_EQ(JourneyFixture::Send("velmart_download", RequestOf("washer-m8")), S_OK);
-    EXPECT_EQ(Surface().Push("ZALVelmartDownloadProgressDlg", "CLOSE"), PushResult::Insensitive);
+    EXPECT_EQ(S_OK, JourneyFixture::Send("velmart_download", RequestOf("washer-m8")));
+    EXPECT_EQ(PushResult::Insensitive, Surface().Push("ZALVelmartDownloadProgressDlg", "CLOSE"));
     RunUntilIdle();
-
-    ASSERT_THAT(Listener().Completions(), SizeIs(1));
-    EXPECT_EQ(Listener().Completions()[0].status, Notification::DownloadSucceeded);
+    ExpectEnded(Notification::DownloadSucceeded);
 }
 
 TEST_F(BridgeJourney, ManyFilesComeOneAfterTheOther)
@@ -242,11 +224,10 @@ TEST_F(BridgeJourney, ManyFilesComeOneAfterTheOther)
         Deliver(paths);
     };
     const auto completion = Download(RequestOf("washer-m8"));
-    ASSERT_TRUE(completion);
-    EXPECT_THAT(completion->files, SizeIs(Count));
+    EXPECT_THAT(completion.files, SizeIs(Count));
     const std::string sum = Md5OfFile(std::filesystem::path(ItemsDir()) / "files" / "ISO7089_M8.ZALPart");
-    for (const std::string& file : completion->files)
-        EXPECT_EQ(Md5OfFile(file), sum) << file;
+    for (const std::string& file : completion.files)
+        EXPECT_EQ(sum, Md5OfFile(file)) << file;
 }
 
 TEST_F(BridgeJourney, ACatalogueThatIsDownIsToldToTheComponent)
@@ -256,11 +237,10 @@ TEST_F(BridgeJourney, ACatalogueThatIsDownIsToldToTheComponent)
     StopCatalogue();
     OnRequest = [&](const json&) { AskFor({{"A", url}}); };
     OnReply = [](const json& reply) {
-        EXPECT_EQ(reply["error"]["code"], -20);
+        EXPECT_EQ(-20, reply["error"]["code"]);
         Send({{"id", 1}, {"error", {{"code", 1}}}});
     };
     const auto completion = Download(request);
-    ASSERT_TRUE(completion);
-    EXPECT_EQ(completion->status, Notification::DownloadFailed);
+    EXPECT_EQ(Notification::DownloadFailed, completion.status);
     EXPECT_THAT(Surface().Questions(), SizeIs(1));
 }

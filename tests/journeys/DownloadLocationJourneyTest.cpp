@@ -30,8 +30,13 @@ protected:
     /// Downloads an item up to the question.
     void DownloadUpToTheQuestion()
     {
-        ASSERT_EQ(Send("velmart_download", RequestOf("bolted-joint-m8")), S_OK);
+        ASSERT_EQ(S_OK, Send("velmart_download", RequestOf("bolted-joint-m8")));
         RunUntil([this] { return Surface().Find(Dialog) != nullptr; });
+    }
+    PushResult Push(const char* control) { return Surface().Push(Dialog, control); }
+    PushResult Enter(const std::filesystem::path& folder)
+    {
+        return Surface().EnterText(Dialog, "VLDownloadLocationEditor", FromUtf8(folder.string()));
     }
     std::string TextOf(const char* control)
     {
@@ -43,76 +48,71 @@ protected:
 TEST_F(DownloadLocationJourney, TheUserBrowsesForAFolderAndIsNotAskedAgain)
 {
     DownloadUpToTheQuestion();
-    EXPECT_EQ(ToUtf8(Surface().Find(Dialog)->GetTitle()), "Download folder");
-    EXPECT_EQ(TextOf("VLDownloadLocationLabel"), "Folder:");
-    EXPECT_EQ(TextOf("VLDownloadLocationButton"), "Browse...");
-    EXPECT_EQ(TextOf("VLDoNotRemindDownloadLocationCheckButton"), "Do not ask me again");
+    EXPECT_EQ("Download folder", ToUtf8(Surface().Find(Dialog)->GetTitle()));
+    EXPECT_EQ("Folder:", TextOf("VLDownloadLocationLabel"));
+    EXPECT_EQ("Browse...", TextOf("VLDownloadLocationButton"));
+    EXPECT_EQ("Do not ask me again", TextOf("VLDoNotRemindDownloadLocationCheckButton"));
 
-    EXPECT_EQ(Surface().Push(Dialog, "VLDownloadLocationButton"), PushResult::Done);
-    EXPECT_EQ(ToUtf8(Surface().Find(Chooser)->GetTitle()), "Download folder");
-    EXPECT_EQ(Surface().EnterText(Chooser, "FOLDER", FromUtf8(Parts().string())), PushResult::Done);
-    EXPECT_EQ(Surface().Push(Chooser, "OK"), PushResult::Done);
-    EXPECT_EQ(Surface().Push(Dialog, "VLDoNotRemindDownloadLocationCheckButton"), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Push("VLDownloadLocationButton"));
+    EXPECT_EQ("Download folder", ToUtf8(Surface().Find(Chooser)->GetTitle()));
+    EXPECT_EQ(PushResult::Done, Surface().EnterText(Chooser, "FOLDER", FromUtf8(Parts().string())));
+    EXPECT_EQ(PushResult::Done, Surface().Push(Chooser, "OK"));
+    EXPECT_EQ(PushResult::Done, Push("VLDoNotRemindDownloadLocationCheckButton"));
     EXPECT_THAT(FilesInParts(), IsEmpty());
-    EXPECT_EQ(Surface().Push(Dialog, "OK"), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Push("OK"));
     RunUntilIdle();
 
-    ASSERT_EQ(Listener().Completions().size(), 1u);
-    EXPECT_EQ(Listener().Completions()[0].status, Notification::DownloadSucceeded);
+    ExpectEnded(Notification::DownloadSucceeded);
     EXPECT_THAT(FilesInParts(), Not(IsEmpty()));
     for (const std::string& file : Listener().Completions()[0].files)
         EXPECT_NO_THROW(ReadDocument(file)) << file;
     const nlohmann::json saved = nlohmann::json::parse(SettingsText());
-    EXPECT_EQ(saved["DownloadLocation"], Parts().string());
-    EXPECT_EQ(saved["DoNotRemindDownloadLocation"], true);
+    EXPECT_EQ(Parts().string(), saved["DownloadLocation"]);
+    EXPECT_EQ(true, saved["DoNotRemindDownloadLocation"]);
     EXPECT_THAT(Surface().Questions(), IsEmpty());
-    EXPECT_EQ(Surface().Find(Dialog), nullptr);
+    EXPECT_EQ(nullptr, Surface().Find(Dialog));
 
     SettingsStore::Current().Load(Settings()); // a later start of the host
-    const auto second = Download(RequestOf("bearing-unit-20"));
-    ASSERT_TRUE(second);
-    EXPECT_EQ(second->status, Notification::DownloadSucceeded);
-    EXPECT_EQ(Surface().Find(Dialog), nullptr);
+    const auto second = Fetch(RequestOf("bearing-unit-20"));
+    EXPECT_EQ(nullptr, Surface().Find(Dialog));
 }
 
 TEST_F(DownloadLocationJourney, AWrongFolderIsToldAndTheTransferIsNotLost)
 {
     DownloadUpToTheQuestion();
     const std::filesystem::path wrong = Folder() / "missing";
-    Surface().EnterText(Dialog, "VLDownloadLocationEditor", FromUtf8(wrong.string()));
+    Enter(wrong);
     Surface().Answer("NotADirectoryNotify", ZALDlgAnswerOK);
-    EXPECT_EQ(Surface().Push(Dialog, "OK"), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Push("OK"));
     RunUntilIdle();
-    ASSERT_EQ(Surface().Questions().size(), 1u);
-    EXPECT_EQ(Surface().Questions()[0].title, "Invalid folder");
+    ASSERT_EQ(1U, Surface().Questions().size());
+    EXPECT_EQ("Invalid folder", Surface().Questions()[0].title);
     EXPECT_FALSE(std::filesystem::exists(wrong));
-    EXPECT_EQ(SettingsText(), "");
+    EXPECT_EQ("", SettingsText());
 
     StopCatalogue(); // what has come is enough
-    Surface().EnterText(Dialog, "VLDownloadLocationEditor", FromUtf8(Parts().string()));
-    EXPECT_EQ(Surface().Push(Dialog, "OK"), PushResult::Done);
+    Enter(Parts());
+    EXPECT_EQ(PushResult::Done, Push("OK"));
     RunUntilIdle();
-    ASSERT_EQ(Listener().Completions().size(), 1u);
-    EXPECT_EQ(Listener().Completions()[0].status, Notification::DownloadSucceeded);
+    ExpectEnded(Notification::DownloadSucceeded);
 }
 
 TEST_F(DownloadLocationJourney, AUserWhoGivesUpIsToldSoAndNothingIsSaved)
 {
     DownloadUpToTheQuestion();
-    Surface().EnterText(Dialog, "VLDownloadLocationEditor", FromUtf8(Parts().string()));
-    EXPECT_EQ(Surface().Push(Dialog, "CANCEL"), PushResult::Done);
+    Enter(Parts());
+    EXPECT_EQ(PushResult::Done, Push("CANCEL"));
     RunUntilIdle();
-    ASSERT_EQ(Listener().Completions().size(), 1u);
-    EXPECT_EQ(Listener().Completions()[0].status, Notification::DownloadCanceled);
+    ExpectEnded(Notification::DownloadCanceled);
     EXPECT_THAT(FilesInParts(), IsEmpty());
-    EXPECT_EQ(SettingsText(), "");
+    EXPECT_EQ("", SettingsText());
     EXPECT_TRUE(std::filesystem::exists(Temp() / "VelmartDownloadedQ7Files.zip"));
 }
 
 TEST_F(DownloadLocationJourney, ARefusedOverwriteAsksForAnotherFolder)
 {
     SettingsStore::Current().SetValues({true, FromUtf8(Parts().string())});
-    ASSERT_TRUE(Download(RequestOf("bolted-joint-m8")));
+    Fetch(RequestOf("bolted-joint-m8"));
     const std::vector<std::string> files = FilesInParts();
     for (const std::string& file : files)
         std::filesystem::resize_file(Parts() / file, 1);
@@ -121,17 +121,17 @@ TEST_F(DownloadLocationJourney, ARefusedOverwriteAsksForAnotherFolder)
     DownloadUpToTheQuestion();
     const std::filesystem::path other = Folder() / "other";
     std::filesystem::create_directory(other);
-    Surface().EnterText(Dialog, "VLDownloadLocationEditor", FromUtf8(other.string()));
-    EXPECT_EQ(Surface().Push(Dialog, "OK"), PushResult::Done);
+    Enter(other);
+    EXPECT_EQ(PushResult::Done, Push("OK"));
     RunUntilIdle();
 
-    ASSERT_EQ(Listener().Completions().size(), 2u);
-    EXPECT_EQ(Listener().Completions()[1].status, Notification::DownloadSucceeded);
+    ASSERT_EQ(2U, Listener().Completions().size());
+    EXPECT_EQ(Notification::DownloadSucceeded, Listener().Completions()[1].status);
     for (const std::string& file : files) {
-        EXPECT_EQ(std::filesystem::file_size(Parts() / file), 1u) << file;
+        EXPECT_EQ(1U, std::filesystem::file_size(Parts() / file)) << file;
         EXPECT_NO_THROW(ReadDocument(other / file)) << file;
     }
-    EXPECT_EQ(Surface().Find(Dialog), nullptr);
+    EXPECT_EQ(nullptr, Surface().Find(Dialog));
 }
 
 TEST_F(DownloadLocationJourney, ALockedFolderCanBeUsedButNotChanged)
@@ -140,11 +140,10 @@ TEST_F(DownloadLocationJourney, ALockedFolderCanBeUsedButNotChanged)
                                                 {"locks", {{"DownloadLocation", "R"}}}};
     SettingsStore::Current().Load(Settings());
     DownloadUpToTheQuestion();
-    EXPECT_EQ(Surface().EnterText(Dialog, "VLDownloadLocationEditor", u"/other"), PushResult::Insensitive);
-    EXPECT_EQ(Surface().Push(Dialog, "VLDownloadLocationButton"), PushResult::Insensitive);
-    EXPECT_EQ(Surface().Push(Dialog, "OK"), PushResult::Done);
+    EXPECT_EQ(PushResult::Insensitive, Enter("/other"));
+    EXPECT_EQ(PushResult::Insensitive, Push("VLDownloadLocationButton"));
+    EXPECT_EQ(PushResult::Done, Push("OK"));
     RunUntilIdle();
-    ASSERT_EQ(Listener().Completions().size(), 1u);
-    EXPECT_EQ(Listener().Completions()[0].status, Notification::DownloadSucceeded);
+    ExpectEnded(Notification::DownloadSucceeded);
     EXPECT_THAT(FilesInParts(), Not(IsEmpty()));
 }

@@ -15,7 +15,6 @@
 #include <algorithm>
 
 namespace openhost::testing {
-
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -57,7 +56,12 @@ protected:
     static void Start(const std::string& url)
     {
         Page().ReportMessage(R"({"event":"velmart_ready","content":{"searchByUploadUrl":")" + url + R"("}})");
-        ASSERT_EQ(StartCommand("ZALVelmartFindSimilarCmd"), StartResult::Started);
+        ASSERT_EQ(StartResult::Started, StartCommand("ZALVelmartFindSimilarCmd"));
+    }
+    void StartAndEnd(const std::string& url)
+    {
+        Start(url);
+        RunUntilIdle();
     }
     /// Texts of the error dialogs.
     Texts Errors()
@@ -87,12 +91,11 @@ constexpr const char* UploadFailed = "The shape could not be sent to the catalog
 TEST_F(FindSimilarJourney, UploadsTheShapeAndLetsThePageSearch)
 {
     RawServer server(RawServer::Once(Reply(R"({"data":{"query":"shape-1"}})")));
-    Start(server.Url("/upload?t=1"));
-    RunUntilIdle();
+    StartAndEnd(server.Url("/upload?t=1"));
 
-    EXPECT_EQ(Page().Scripts(), Texts{"OpApi.sendMessage('search', {query: 'shape-1'});"});
+    EXPECT_EQ(Texts{"OpApi.sendMessage('search', {query: 'shape-1'});"}, Page().Scripts());
     EXPECT_TRUE(Errors().empty());
-    ASSERT_EQ(server.Requests().size(), 1U);
+    ASSERT_EQ(1U, server.Requests().size());
     const std::string request = server.Requests()[0];
     EXPECT_TRUE(request.starts_with("POST /upload?t=1 HTTP/1.1\r\n"));
     EXPECT_NE(request.find("\r\nX-Requested-With: XMLHttpRequest\r\n"), std::string::npos);
@@ -107,7 +110,7 @@ TEST_F(FindSimilarJourney, GoesToTheSearchPageWhenThePageHasGoneMeanwhile)
     Start(server.Url("/upload"));
     Page().ReportUrl("https://elsewhere.example/");
     RunUntilIdle();
-    ASSERT_EQ(Page().Urls().size(), 1U);
+    ASSERT_EQ(1U, Page().Urls().size());
     EXPECT_TRUE(Page().Urls()[0].ends_with("&extq=a%20b")) << Page().Urls()[0];
 }
 
@@ -116,11 +119,10 @@ TEST_F(FindSimilarJourney, FailsAtAReplyThatIsNoAnswer)
     for (const std::string body :
          {"nonsense", "", "{}", R"({"data":{}})", R"({"data":[{"query":"q"}]})", "<html><body>busy</body></html>"}) {
         RawServer server(RawServer::Once(Reply(body)));
-        Start(server.Url());
-        RunUntilIdle();
-        EXPECT_EQ(Errors().back(), UploadFailed) << body;
+        StartAndEnd(server.Url());
+        EXPECT_EQ(UploadFailed, Errors().back()) << body;
     }
-    EXPECT_EQ(Errors().size(), 6U);
+    EXPECT_EQ(6U, Errors().size());
     EXPECT_TRUE(Page().Scripts().empty());
     EXPECT_FALSE(IsRunning());
 }
@@ -128,22 +130,19 @@ TEST_F(FindSimilarJourney, FailsAtAReplyThatIsNoAnswer)
 TEST_F(FindSimilarJourney, FailsAtAConnectionThatBreaks)
 {
     RawServer resets([](RawServer::Connection& connection) { connection.Reset(); });
-    Start(resets.Url());
-    RunUntilIdle();
+    StartAndEnd(resets.Url());
     RawServer cutsOff([](RawServer::Connection& connection) {
         connection.ReadRequest();
         connection.Send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"data\":");
     });
-    Start(cutsOff.Url());
-    RunUntilIdle();
-    EXPECT_EQ(Errors(), (Texts{UploadFailed, UploadFailed}));
+    StartAndEnd(cutsOff.Url());
+    EXPECT_EQ((Texts{UploadFailed, UploadFailed}), Errors());
 }
 
 TEST_F(FindSimilarJourney, FailsAtAnAddressThatTheHostDoesNotAllow)
 {
-    Start("http://192.0.2.1/upload");
-    RunUntilIdle();
-    EXPECT_EQ(Errors(), Texts{UploadFailed});
+    StartAndEnd("http://192.0.2.1/upload");
+    EXPECT_EQ(Texts{UploadFailed}, Errors());
     EXPECT_FALSE(IsRunning());
 }
 
@@ -160,7 +159,7 @@ TEST_F(FindSimilarJourney, ShowsThatItIsAtWorkWhenTheServiceIsSlow)
     server.Tell();
     RunUntilIdle();
     EXPECT_FALSE(Surface().Find(ProgressDialog));
-    EXPECT_EQ(Page().Scripts(), Texts{"OpApi.sendMessage('search', {query: 'late'});"});
+    EXPECT_EQ(Texts{"OpApi.sendMessage('search', {query: 'late'});"}, Page().Scripts());
 }
 
 TEST_F(FindSimilarJourney, EndsWhenTheUserClosesThePanelDuringTheUpload)
@@ -178,5 +177,4 @@ TEST_F(FindSimilarJourney, EndsWhenTheUserClosesThePanelDuringTheUpload)
 }
 
 } // namespace
-
 } // namespace openhost::testing

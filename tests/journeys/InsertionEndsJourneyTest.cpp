@@ -27,14 +27,14 @@ constexpr const char* ErrorDialog = "FileOpenInsertReplaceErrorNotify";
 
 } // namespace
 
-/// The user's product "frame", active in the session: two instances of a plate and one of a post.
+/// The user's product "frame", active in the workspace: two instances of a plate and one of a post.
 class InsertionEnds : public JourneyFixture {
 protected:
     InsertionEnds()
     {
-        auto session = std::make_unique<CadWorkspace>();
-        session_ = session.get();
-        CadServices::Install(std::move(session));
+        auto workspace = std::make_unique<CadWorkspace>();
+        workspace_ = workspace.get();
+        CadServices::Install(std::move(workspace));
         for (const char* name : {"plate", "post"}) {
             CadDocument part;
             part.partNumber = name;
@@ -47,7 +47,7 @@ protected:
         frame.children = {
             {"plate.1", 0, IdentityPlacement}, {"plate.2", 0, IdentityPlacement}, {"post.1", 1, IdentityPlacement}};
         WriteDocument(frame, Parts() / "frame.ZALProduct");
-        frame_ = &session_->Open(Parts() / "frame.ZALProduct");
+        frame_ = &workspace_->Open(Parts() / "frame.ZALProduct");
     }
     ~InsertionEnds() override
     {
@@ -67,23 +67,34 @@ protected:
     void Start(const std::string& event, const nlohmann::json& content)
     {
         const std::size_t before = Commands();
-        ASSERT_EQ(Send(event, content), S_OK);
+        ASSERT_EQ(S_OK, Send(event, content));
         RunUntil([&] { return Commands() > before && !DialogEngine::Current().Commands().back().state.empty(); });
     }
     Pick Select(const std::string& element)
     {
-        ZALPathElement* path = session_->FindPath(element);
+        ZALPathElement* path = workspace_->FindPath(element);
         if (!path)
             throw std::runtime_error(element + ": no such element");
         const Pick pick = DialogEngine::Current().Offer(path, element);
         path->Release();
         return pick;
     }
+    /// Sends `event` for `content`, picks `element`, and runs to the end.
+    void Do(const std::string& event, const nlohmann::json& content, const std::string& element)
+    {
+        Begin(event, content, element);
+        RunUntilIdle();
+    }
+    /// The same up to the transfer.
+    void BeginTransfer(const std::string& event, const nlohmann::json& content, const std::string& element)
+    {
+        Begin(event, content, element);
+        RunUntil([this] { return std::filesystem::exists(Temp() / "VelmartDownloadedQ7Files.zip"); });
+    }
     static std::size_t Commands() { return DialogEngine::Current().Commands().size(); }
 
     /// The item's archive, whose transfer takes until the test has seen it run.
     nlohmann::json Slow() const { return RequestFor(Base() + "/files/bolted-joint-m8.zip?piece=4096&pause=20"); }
-    bool TransferRuns() const { return std::filesystem::exists(Temp() / "VelmartDownloadedQ7Files.zip"); }
     /// An item that is a file of this machine already.
     nlohmann::json InSource() const
     {
@@ -106,11 +117,11 @@ protected:
             names.push_back(question.name);
         return names;
     }
-    CadWorkspace& Session() { return *session_; }
+    CadWorkspace& Workspace() { return *workspace_; }
     LoadedDocument& Frame() { return *frame_; }
 
 private:
-    CadWorkspace* session_;
+    CadWorkspace* workspace_;
     LoadedDocument* frame_;
 };
 
@@ -119,14 +130,15 @@ private:
 
 class EitherEvent : public InsertionEnds, public ::testing::WithParamInterface<const char*> {
 protected:
+    static bool IsInsert() { return GetParam() == std::string(Insert); }
     /// An insert needs a product.
     void SetUp() override
     {
-        if (GetParam() == std::string(Insert))
-            Session().ReplaceComponent(*Frame().Root(), *Frame().Children()[1], Sub(), false);
+        if (IsInsert())
+            Workspace().ReplaceComponent(*Frame().Root(), *Frame().Children()[1], Sub(), false);
         else
-            Session().AddComponents(*Frame().Root(), {Sub()});
-        Session().Save(Frame());
+            Workspace().AddComponents(*Frame().Root(), {Sub()});
+        Workspace().Save(Frame());
         before_ = Children();
     }
     std::filesystem::path Sub() const
@@ -137,17 +149,16 @@ protected:
         WriteDocument(sub, Parts() / "sub.ZALProduct");
         return Parts() / "sub.ZALProduct";
     }
-    std::string Target() const { return GetParam() == std::string(Insert) ? "frame/sub.1" : "frame/plate.2"; }
+    std::string Target() const { return IsInsert() ? "frame/sub.1" : "frame/plate.2"; }
     void ExpectGivenUp()
     {
         RunUntilIdle();
-        EXPECT_EQ(Commands(), 0U);
-        EXPECT_EQ(Children(), before_);
+        EXPECT_EQ(0U, Commands());
+        EXPECT_EQ(before_, Children());
         EXPECT_FALSE(Frame().IsDirty());
-        EXPECT_EQ(Session().LoadedDocuments(), 4U);
-        Begin(Insert, InSource(), "frame");
-        RunUntilIdle();
-        EXPECT_EQ(Children().back(), "post.2");
+        EXPECT_EQ(4U, Workspace().LoadedDocuments());
+        Do(Insert, InSource(), "frame");
+        EXPECT_EQ("post.2", Children().back());
     }
 
 private:
@@ -162,11 +173,10 @@ TEST_P(EitherEvent, IsGivenUpWhenItsDownloadIsRefusedAtOnce)
     for (const nlohmann::json& content : {nlohmann::json::object(), RequestFor("ftp://127.0.0.1/a.zip"),
                                           RequestFor("http://example.org/a.zip"), RequestFor("no address")}) {
         const std::size_t before = Dialogs().size();
-        Begin(GetParam(), content, Target());
-        RunUntilIdle();
-        EXPECT_EQ(Commands(), 0U) << content;
-        ASSERT_EQ(Dialogs().size(), before + 1) << content;
-        EXPECT_EQ(Dialogs().back(), ErrorDialog);
+        Do(GetParam(), content, Target());
+        EXPECT_EQ(0U, Commands()) << content;
+        ASSERT_EQ(before + 1, Dialogs().size()) << content;
+        EXPECT_EQ(ErrorDialog, Dialogs().back());
     }
     ExpectGivenUp();
 }
@@ -175,18 +185,18 @@ TEST_P(EitherEvent, IsDoneInsideThePickWhenTheFileIsThere)
 {
     StopCatalogue();
     Begin(GetParam(), InSource(), Target());
-    EXPECT_TRUE(GetParam() == std::string(Insert) ? Frame().Children()[1]->Reference()->IsDirty() : Frame().IsDirty());
+    EXPECT_TRUE(IsInsert() ? Frame().Children()[1]->Reference()->IsDirty() : Frame().IsDirty());
     RunUntilIdle();
-    EXPECT_EQ(Commands(), 0U);
-    EXPECT_EQ(Listener().Completions().size(), 1U);
-    const LoadedDocument* post = Session().Find(Parts() / "post.ZALPart");
-    if (GetParam() == std::string(Insert)) {
-        EXPECT_EQ(Frame().Children()[1]->Reference()->Children().at(0)->Reference(), post);
+    EXPECT_EQ(0U, Commands());
+    EXPECT_EQ(1U, Listener().Completions().size());
+    const LoadedDocument* post = Workspace().Find(Parts() / "post.ZALPart");
+    if (IsInsert()) {
+        EXPECT_EQ(post, Frame().Children()[1]->Reference()->Children().at(0)->Reference());
     } else {
         // Nobody has answered the question, which means all instances.
         EXPECT_THAT(Dialogs(), ElementsAre("ReplaceAllPopUp"));
-        EXPECT_EQ(Frame().Children()[0]->Reference(), post);
-        EXPECT_EQ(Frame().Children()[1]->Reference(), post);
+        EXPECT_EQ(post, Frame().Children()[0]->Reference());
+        EXPECT_EQ(post, Frame().Children()[1]->Reference());
     }
 }
 
@@ -195,39 +205,34 @@ TEST_P(EitherEvent, IsDoneInsideThePickWhenTheFileIsThere)
 
 TEST_P(EitherEvent, ChangesNothingWhenTheHostEndsItWhileItsTransferRuns)
 {
-    Begin(GetParam(), Slow(), Target());
-    RunUntil([this] { return TransferRuns(); });
+    BeginTransfer(GetParam(), Slow(), Target());
     DialogEngine::Current().EndAll();
-    EXPECT_EQ(Commands(), 0U);
+    EXPECT_EQ(0U, Commands());
     RunUntilIdle();
-    ASSERT_EQ(Listener().Completions().size(), 1U);
-    EXPECT_EQ(Listener().Completions()[0].status, Notification::DownloadSucceeded);
+    ExpectEnded(Notification::DownloadSucceeded);
     EXPECT_THAT(Dialogs(), IsEmpty());
     ExpectGivenUp();
 }
 
 TEST_P(EitherEvent, ChangesNothingWhenTheProgressWindowIsClosed)
 {
-    Begin(GetParam(), RequestFor(Base() + "/files/bolted-joint-m8.zip?slow=2000"), Target());
-    RunUntil([this] { return TransferRuns(); });
-    EXPECT_EQ(Surface().Push("ZALVelmartDownloadProgressDlg", "CLOSE"), PushResult::Done);
+    BeginTransfer(GetParam(), RequestFor(Base() + "/files/bolted-joint-m8.zip?slow=2000"), Target());
+    EXPECT_EQ(PushResult::Done, Surface().Push("ZALVelmartDownloadProgressDlg", "CLOSE"));
     RunUntilIdle();
-    ASSERT_EQ(Listener().Completions().size(), 1U);
-    EXPECT_EQ(Listener().Completions()[0].status, Notification::DownloadCanceled);
+    ExpectEnded(Notification::DownloadCanceled);
     EXPECT_THAT(Dialogs(), ElementsAre(ErrorDialog));
-    EXPECT_EQ(Surface().Find("ZALVelmartDownloadProgressDlg"), nullptr);
+    EXPECT_EQ(nullptr, Surface().Find("ZALVelmartDownloadProgressDlg"));
     ExpectGivenUp();
 }
 
 TEST_F(InsertionEnds, ADocumentThatIsClosedWhileItsTransferRunsChangesNoMore)
 {
-    Begin(Insert, Slow(), "frame");
-    RunUntil([this] { return TransferRuns(); });
-    Session().Close(Frame());
+    BeginTransfer(Insert, Slow(), "frame");
+    Workspace().Close(Frame());
     RunUntilIdle();
-    EXPECT_EQ(Commands(), 0U);
-    EXPECT_EQ(Session().LoadedDocuments(), 0U);
-    EXPECT_EQ(ReadDocument(Parts() / "frame.ZALProduct").children.size(), 3U);
+    EXPECT_EQ(0U, Commands());
+    EXPECT_EQ(0U, Workspace().LoadedDocuments());
+    EXPECT_EQ(3U, ReadDocument(Parts() / "frame.ZALProduct").children.size());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -235,62 +240,58 @@ TEST_F(InsertionEnds, ADocumentThatIsClosedWhileItsTransferRunsChangesNoMore)
 
 TEST_F(InsertionEnds, ASecondCommandMeanwhileIsGivenUpAndTheFirstGoesOn)
 {
-    Begin(Insert, Slow(), "frame");
-    RunUntil([this] { return TransferRuns(); });
+    BeginTransfer(Insert, Slow(), "frame");
     Begin(Replace, RequestOf("hexagon-bolt-m8x40"), "frame/plate.1");
     EXPECT_THAT(Dialogs(), ElementsAre(ErrorDialog));
     RunUntilIdle();
-    EXPECT_EQ(Commands(), 0U);
-    EXPECT_EQ(Children().size(), 4U);
-    EXPECT_EQ(Children()[0], "plate.1");
-    EXPECT_EQ(Listener().Completions().size(), 1U);
+    EXPECT_EQ(0U, Commands());
+    EXPECT_EQ(4U, Children().size());
+    EXPECT_EQ("plate.1", Children()[0]);
+    EXPECT_EQ(1U, Listener().Completions().size());
 }
 
 TEST_F(InsertionEnds, TheNewerOfTwoWaitingCommandsTakesThePickAndTheOlderTheNext)
 {
     Start(Insert, RequestOf("hexagon-bolt-m8x40"));
     Start(Replace, InSource());
-    EXPECT_EQ(Commands(), 2U);
+    EXPECT_EQ(2U, Commands());
     EXPECT_TRUE(Select("frame/plate.1").accepted);
     RunUntilIdle();
-    EXPECT_EQ(Commands(), 1U);
+    EXPECT_EQ(1U, Commands());
     EXPECT_THAT(Children(), ElementsAre("post.2", "post.3", "post.1"));
     EXPECT_TRUE(Select("frame").accepted);
     RunUntilIdle();
-    EXPECT_EQ(Commands(), 0U);
-    EXPECT_EQ(Children().size(), 4U);
+    EXPECT_EQ(0U, Commands());
+    EXPECT_EQ(4U, Children().size());
 }
 
 TEST_F(InsertionEnds, WhatHasBeenInsertedCanBeReplacedAtOnce)
 {
-    Begin(Insert, RequestOf("bolted-joint-m8"), "frame");
-    RunUntilIdle();
-    ASSERT_EQ(Children().size(), 4U);
+    Do(Insert, RequestOf("bolted-joint-m8"), "frame");
+    ASSERT_EQ(4U, Children().size());
     const std::string inserted = Children().back();
-    const std::size_t loaded = Session().LoadedDocuments();
+    const std::size_t loaded = Workspace().LoadedDocuments();
     EXPECT_GT(loaded, 4U);
-    Begin(Replace, InSource(), "frame/" + inserted);
-    RunUntilIdle();
-    EXPECT_EQ(Children().back(), "post.2");
-    EXPECT_EQ(Session().LoadedDocuments(), 3U) << "what nothing refers to any more is let go of";
+    Do(Replace, InSource(), "frame/" + inserted);
+    EXPECT_EQ("post.2", Children().back());
+    EXPECT_EQ(3U, Workspace().LoadedDocuments()) << "what nothing refers to any more is let go of";
 }
 
 TEST_F(InsertionEnds, TheSameItemIsInsertedTwiceAsTwoComponentsOfOneDocument)
 {
     Surface().Answer("OverwriteNotify", 3);
     for (int time = 1; time <= 2; ++time) {
-        Begin(Insert, RequestOf("bolted-joint-m8"), "frame");
-        RunUntilIdle();
+        Do(Insert, RequestOf("bolted-joint-m8"), "frame");
     }
     EXPECT_THAT(Dialogs(), ElementsAre("OverwriteNotify"));
-    ASSERT_EQ(Children().size(), 5U);
+    ASSERT_EQ(5U, Children().size());
     const WorkspaceProduct& first = *Frame().Children()[3];
     const WorkspaceProduct& second = *Frame().Children()[4];
     EXPECT_EQ(first.Reference(), second.Reference());
-    EXPECT_EQ(first.Name(), first.Reference()->PartNumber() + ".1");
-    EXPECT_EQ(second.Name(), first.Reference()->PartNumber() + ".2");
-    Session().Save(Frame());
-    EXPECT_EQ(ReadDocument(Parts() / "frame.ZALProduct").links.size(), 3U);
+    EXPECT_EQ(first.Reference()->PartNumber() + ".1", first.Name());
+    EXPECT_EQ(first.Reference()->PartNumber() + ".2", second.Name());
+    Workspace().Save(Frame());
+    EXPECT_EQ(3U, ReadDocument(Parts() / "frame.ZALProduct").links.size());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -308,22 +309,20 @@ TEST_F(InsertionEnds, AnotherWorkbenchWhileAQuestionIsUpLeavesTheReplaceWhole)
             });
     });
     Surface().Answer("ReplaceAllPopUp", 4);
-    Begin(Replace, RequestOf("bolted-joint-m8"), "frame/plate.1");
-    RunUntilIdle();
-    EXPECT_EQ(answerAtTheChange, -1) << "the question was up";
+    Do(Replace, RequestOf("bolted-joint-m8"), "frame/plate.1");
+    EXPECT_EQ(-1, answerAtTheChange) << "the question was up";
     EXPECT_THAT(Dialogs(), ElementsAre("ReplaceAllPopUp"));
-    EXPECT_EQ(Commands(), 0U);
-    EXPECT_NE(Children()[0], "plate.1");
-    EXPECT_EQ(Children()[1], "plate.2");
+    EXPECT_EQ(0U, Commands());
+    EXPECT_NE("plate.1", Children()[0]);
+    EXPECT_EQ("plate.2", Children()[1]);
 
-    EXPECT_EQ(Send(Insert, RequestOf("hexagon-bolt-m8x40")), E_FAIL)
+    EXPECT_EQ(E_FAIL, Send(Insert, RequestOf("hexagon-bolt-m8x40")))
         << "a product is changed in its own workbench only";
     RunUntilIdle();
-    EXPECT_EQ(Commands(), 0U);
+    EXPECT_EQ(0U, Commands());
     ChangeWorkshop("PRDWorkshop");
-    Begin(Insert, InSource(), "frame");
-    RunUntilIdle();
-    EXPECT_EQ(Children().back(), "post.2");
+    Do(Insert, InSource(), "frame");
+    EXPECT_EQ("post.2", Children().back());
 }
 
 TEST_F(InsertionEnds, ANotYetPickedTargetCanStillBePickedInAnotherWorkbench)
@@ -331,8 +330,8 @@ TEST_F(InsertionEnds, ANotYetPickedTargetCanStillBePickedInAnotherWorkbench)
     Start(Insert, InSource());
     ChangeWorkshop("PartWorkshop");
     RunUntilIdle();
-    ASSERT_EQ(Commands(), 1U);
+    ASSERT_EQ(1U, Commands());
     EXPECT_TRUE(Select("frame").accepted);
     RunUntilIdle();
-    EXPECT_EQ(Children().back(), "post.2");
+    EXPECT_EQ("post.2", Children().back());
 }

@@ -19,7 +19,6 @@
 #include <stdexcept>
 
 namespace openhost::testing {
-
 namespace {
 
 constexpr std::chrono::minutes Patience{1};
@@ -105,24 +104,37 @@ HRESULT JourneyFixture::Send(const std::string& event, const nlohmann::json& con
 
 void JourneyFixture::RunUntilIdle()
 {
-    ASSERT_EQ(EventLoop::Current().RunUntilIdle(Patience), RunEnd::Idle);
+    ASSERT_EQ(RunEnd::Idle, EventLoop::Current().RunUntilIdle(Patience));
 }
 
 void JourneyFixture::RunUntil(const std::function<bool()>& done)
 {
-    ASSERT_EQ(EventLoop::Current().RunUntil(done, Patience), RunEnd::Done);
+    ASSERT_EQ(RunEnd::Done, EventLoop::Current().RunUntil(done, Patience));
 }
 
-std::optional<CompletionListener::Completion> JourneyFixture::Download(const nlohmann::json& content)
+CompletionListener::Completion JourneyFixture::Download(const nlohmann::json& content)
 {
     const std::size_t before = listener_->Completions().size();
-    EXPECT_EQ(Send("velmart_download", content), S_OK);
+    EXPECT_EQ(S_OK, Send("velmart_download", content));
     RunUntilIdle();
-    if (listener_->Completions().size() != before + 1) {
-        ADD_FAILURE() << listener_->Completions().size() - before << " completions of one download";
-        return std::nullopt;
-    }
+    if (listener_->Completions().size() != before + 1)
+        throw std::runtime_error("there is not one completion of the download");
     return listener_->Completions().back();
+}
+
+CompletionListener::Completion JourneyFixture::Fetch(const nlohmann::json& content)
+{
+    const CompletionListener::Completion completion = Download(content);
+    EXPECT_EQ(ZALVelmartFileDownloadCompleteNotification::DownloadSucceeded, completion.status);
+    if (completion.files.empty())
+        throw std::runtime_error("the download has no files");
+    return completion;
+}
+
+void JourneyFixture::ExpectEnded(ZALVelmartFileDownloadCompleteNotification::Status status) const
+{
+    ASSERT_EQ(1U, listener_->Completions().size());
+    EXPECT_EQ(status, listener_->Completions()[0].status);
 }
 
 std::vector<std::string> JourneyFixture::FilesInParts() const

@@ -13,7 +13,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -61,8 +60,12 @@ protected:
     void RunUntilIdle();
     /// Runs the loop until `done`; fails the test after a minute.
     void RunUntil(const std::function<bool()>& done);
-    /// Sends "velmart_download" and runs until its end; the one completion of it, or nothing.
-    std::optional<CompletionListener::Completion> Download(const nlohmann::json& content);
+    /// Sends "velmart_download" and runs until its end. Throws unless it has one completion.
+    CompletionListener::Completion Download(const nlohmann::json& content);
+    /// The same for a download that must succeed.
+    CompletionListener::Completion Fetch(const nlohmann::json& content);
+    /// The one download of the test has ended as `status`.
+    void ExpectEnded(ZALVelmartFileDownloadCompleteNotification::Status status) const;
 
     ScriptedSurface& Surface() { return *surface_; }
     ZALVelmartMeridiaAccessAddin& Addin() { return *addin_; }

@@ -5,8 +5,6 @@
 
 #include "tests/support/Places.h"
 
-#include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 
@@ -29,10 +27,8 @@ CadDocument EmptyFrame()
 
 } // namespace
 
-PanelFixture::PanelFixture() : service_(ItemsDir())
+PanelFixture::PanelFixture()
 {
-    service_.Start();
-    std::filesystem::create_directory(Parts());
     WriteDocument(EmptyFrame(), Parts() / FrameFile);
 }
 
@@ -55,25 +51,17 @@ std::vector<json> PanelFixture::Play(const json& steps, const std::string& base)
                           {"settings", {{"DownloadLocation", "${PARTS}"}, {"DoNotRemindDownloadLocation", true}}},
                           {"documents", {std::string("${PARTS}/") + FrameFile}},
                           {"steps", steps}};
-    std::ofstream(folder_.Path() / "session.json") << session.dump();
-    const std::filesystem::path journal = folder_.Path() / "journal";
-    const std::string command = "QT_QPA_PLATFORM=offscreen '" + BuildDir() + "/bin/openhost' play --panel '" +
-                                (folder_.Path() / "session.json").string() + "' --journal '" + journal.string() +
-                                "' --set BASE=" + base + " --set PARTS='" + Parts().string() + "'";
-    EXPECT_NE(-1, std::system(command.c_str()));
-    std::vector<json> events;
-    std::ifstream lines(journal);
-    for (std::string line; std::getline(lines, line);)
-        events.push_back(json::parse(line));
-    return events;
+    const std::filesystem::path file = Folder() / "session.json";
+    std::ofstream(file) << session.dump();
+    return PlayFile(file, "--panel", Parts(), base).journal;
 }
 
-std::vector<json> PanelFixture::Named(const std::vector<json>& journal, const std::string& name)
+std::vector<json> PanelFixture::PlayToTheEnd(const json& steps, const std::string& base) const
 {
-    std::vector<json> events;
-    std::ranges::copy_if(journal, std::back_inserter(events),
-                         [&](const json& event) { return event["event"] == name; });
-    return events;
+    std::vector<json> journal = Play(steps, base);
+    if (journal.empty() || journal.back() != json({{"event", "end"}, {"status", 0}}))
+        throw std::runtime_error("the session has not ended well: " + (journal.empty() ? "" : journal.back().dump()));
+    return journal;
 }
 
 } // namespace openhost::testing

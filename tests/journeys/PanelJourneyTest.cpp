@@ -12,10 +12,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
 namespace openhost::testing {
-
 namespace {
-
-using PanelJourney = PanelFixture;
 
 constexpr const char* TemplateSupport = "ZAL_VELMART_UNICITY_AND_TEMPLATE_SUPPORT";
 
@@ -38,34 +35,40 @@ json Join(json steps, const json& more)
     return steps;
 }
 
+class PanelJourney : public PanelFixture {
+protected:
+    /// The last event of steps that fail.
+    json EndOf(const json& steps) const
+    {
+        const std::vector<json> journal = Play(steps);
+        return journal.empty() ? json() : journal.back();
+    }
+};
+
 TEST_F(PanelJourney, AClickOnInsertPutsTheItemIntoTheProductThatTheUserPicks)
 {
     const std::vector<json> journal =
-        Play(Join(ClickOnItem("slot nut", "#insert"), {{{"select", "FRAME"}},
-                                                       {{"wait", "transfer"}},
-                                                       {{"wait", "idle"}},
-                                                       {{"screenshot", Picture().string()}},
-                                                       {{"save", "${PARTS}/FRAME.ZALProduct"}}}));
-    ASSERT_FALSE(journal.empty());
-    ASSERT_EQ(json({{"event", "end"}, {"status", 0}}), journal.back());
+        PlayToTheEnd(Join(ClickOnItem("slot nut", "#insert"), {{{"select", "FRAME"}},
+                                                               {{"wait", "transfer"}},
+                                                               {{"wait", "idle"}},
+                                                               {{"screenshot", Picture().string()}},
+                                                               {{"save", "${PARTS}/FRAME.ZALProduct"}}}));
     const CadDocument product = ReadDocument(Parts() / "FRAME.ZALProduct");
     ASSERT_EQ(1U, product.children.size());
     EXPECT_EQ("SLOTNUT_8_M6.ZALPart", product.links.at(product.children[0].link));
-    EXPECT_EQ(1U, Named(journal, "request").size()) << "the templates of the page are nothing without the support";
+    EXPECT_EQ(1U, Events(journal, "request").size()) << "the templates of the page are nothing without the support";
     std::ifstream picture(Picture(), std::ios::binary);
     std::string start(8, '\0');
     picture.read(start.data(), 8);
     EXPECT_EQ("\x89PNG\r\n\x1A\n", start);
 }
 
-TEST_F(PanelJourney, WithTemplateSupportAClickOnOpenOpensTheItemRebuiltOnTheTemplatesOfThePage)
+TEST_F(PanelJourney, WithTemplateSupportAClickOnOpenOpensTheItemRebuilt)
 {
     environment_[TemplateSupport] = "1";
-    const std::vector<json> journal = Play(
+    const std::vector<json> journal = PlayToTheEnd(
         Join(ClickOnItem("grip", "#open"), {{{"wait", "idle"}}, {{"tree", "${PARTS}/BOLTED_JOINT_M8.ZALProduct"}}}));
-    ASSERT_FALSE(journal.empty());
-    ASSERT_EQ(json({{"event", "end"}, {"status", 0}}), journal.back());
-    EXPECT_TRUE(Named(journal, "dialog").empty());
+    EXPECT_TRUE(Events(journal, "dialog").empty());
 
     const CadDocument product = ReadDocument(Parts() / "BOLTED_JOINT_M8.ZALProduct");
     EXPECT_EQ("velmart-product-template", product.identity);
@@ -77,7 +80,7 @@ TEST_F(PanelJourney, WithTemplateSupportAClickOnOpenOpensTheItemRebuiltOnTheTemp
     EXPECT_EQ("velmart-part-template", washer.identity);
     EXPECT_EQ("ISO7089_M8", washer.partNumber);
     EXPECT_TRUE(washer.geometry);
-    const std::vector<json> trees = Named(journal, "tree");
+    const std::vector<json> trees = Events(journal, "tree");
     ASSERT_EQ(1U, trees.size());
     EXPECT_EQ(4U, trees[0]["root"]["children"].size());
 }
@@ -85,11 +88,8 @@ TEST_F(PanelJourney, WithTemplateSupportAClickOnOpenOpensTheItemRebuiltOnTheTemp
 TEST_F(PanelJourney, WithTemplateSupportAClickOnInsertInsertsTheItemRebuilt)
 {
     environment_[TemplateSupport] = "1";
-    const std::vector<json> journal =
-        Play(Join(ClickOnItem("slot nut", "#insert"),
-                  {{{"select", "FRAME"}}, {{"wait", "idle"}}, {{"save", "${PARTS}/FRAME.ZALProduct"}}}));
-    ASSERT_FALSE(journal.empty());
-    ASSERT_EQ(json({{"event", "end"}, {"status", 0}}), journal.back());
+    PlayToTheEnd(Join(ClickOnItem("slot nut", "#insert"),
+                      {{{"select", "FRAME"}}, {{"wait", "idle"}}, {{"save", "${PARTS}/FRAME.ZALProduct"}}}));
     EXPECT_THAT(ReadDocument(Parts() / "FRAME.ZALProduct").links, ElementsAre("SLOTNUT_8_M6.ZALPart"));
     EXPECT_EQ("velmart-part-template", ReadDocument(Parts() / "SLOTNUT_8_M6.ZALPart").identity);
 }
@@ -97,34 +97,29 @@ TEST_F(PanelJourney, WithTemplateSupportAClickOnInsertInsertsTheItemRebuilt)
 TEST_F(PanelJourney, APageThatIsNotTheCataloguesIsToldToTheModuleAndSendsNothing)
 {
     // The address of the service without the path that marks the catalogue's page.
-    const std::vector<json> journal = Play({{{"page", "${BASE}/#/items/slot-nut-m6"}},
-                                            {{"wait", "url"}},
-                                            {{"wait", {{"page", "#unconnected"}}}},
-                                            {{"wait", "idle"}}});
-    ASSERT_FALSE(journal.empty());
-    EXPECT_EQ(0, journal.back()["status"]);
-    EXPECT_EQ(1U, Named(journal, "url").size());
-    EXPECT_TRUE(Named(journal, "message").empty());
+    const std::vector<json> journal = PlayToTheEnd({{{"page", "${BASE}/#/items/slot-nut-m6"}},
+                                                    {{"wait", "url"}},
+                                                    {{"wait", {{"page", "#unconnected"}}}},
+                                                    {{"wait", "idle"}}});
+    EXPECT_EQ(1U, Events(journal, "url").size());
+    EXPECT_TRUE(Events(journal, "message").empty());
 }
 
 TEST_F(PanelJourney, WhatThePageDoesNotShowFailsTheStep)
 {
-    const std::vector<json> journal =
-        Play({{{"page", "${BASE}/categories?connect"}}, {{"wait", "url"}}, {{"page", {{"click", "#none"}}}}});
-    ASSERT_FALSE(journal.empty());
-    EXPECT_EQ(1, journal.back()["status"]);
-    EXPECT_EQ(3, journal.back()["step"]);
-    EXPECT_THAT(journal.back()["reason"], HasSubstr("\"#none\" finds nothing"));
+    const json end =
+        EndOf({{{"page", "${BASE}/categories?connect"}}, {{"wait", "url"}}, {{"page", {{"click", "#none"}}}}});
+    EXPECT_EQ(1, end["status"]);
+    EXPECT_EQ(3, end["step"]);
+    EXPECT_THAT(end["reason"], HasSubstr("\"#none\" finds nothing"));
 }
 
 TEST_F(PanelJourney, AnAddressThatThePanelDoesNotShowFailsTheStep)
 {
-    const std::vector<json> journal = Play({{{"page", "file:///etc/passwd"}}});
-    ASSERT_FALSE(journal.empty());
-    EXPECT_EQ(1, journal.back()["status"]);
-    EXPECT_EQ("the panel does not show file:///etc/passwd", journal.back()["reason"]);
+    const json end = EndOf({{{"page", "file:///etc/passwd"}}});
+    EXPECT_EQ(1, end["status"]);
+    EXPECT_EQ("the panel does not show file:///etc/passwd", end["reason"]);
 }
 
 } // namespace
-
 } // namespace openhost::testing

@@ -1,103 +1,61 @@
 // Whole sessions as a user plays them: the program openhost, the shared library of the module, the catalogue.
 
-#include "catalogue/service/CatalogueService.h"
 #include "catalogue/service/ShapeSearch.h"
 #include "openhost/documents/CadDocument.h"
-#include "openhost/files/TemporaryFolder.h"
+#include "tests/journeys/JourneyFixture.h"
+#include "tests/journeys/ProgramFixture.h"
 #include "tests/support/Places.h"
 #include "tests/support/StepFile.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <sys/wait.h>
-#include <vector>
+
+namespace openhost::testing {
+namespace {
 
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-namespace {
-
-std::string ReadText(const std::filesystem::path& path)
-{
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-} // namespace
-
-class PlayJourney : public ::testing::Test {
+class PlayJourney : public ProgramFixture {
 protected:
-    PlayJourney() : service_(ItemsDir())
+    /// Plays a session that must lead to its end.
+    Played PlayToTheEnd(const std::string& session, const std::string& options = "") const
     {
-        service_.Start();
-        std::filesystem::create_directory(Parts());
-    }
-
-    struct Play {
-        int status;
-        std::vector<json> journal;
-        std::string output;
-        std::string error;
-    };
-
-    std::filesystem::path Parts() const { return folder_.Path() / "parts"; }
-
-    /// Plays `session`, a JSON text, with the address of the catalogue as ${BASE} and the user's folder as ${PARTS}.
-    Play PlaySession(const std::string& session, const std::string& options = "")
-    {
-        const std::filesystem::path file = folder_.Path() / "session.json";
-        const std::filesystem::path journal = folder_.Path() / "journal";
-        std::ofstream(file) << session;
-        const std::string command = BuildDir() + "/bin/openhost play '" + file.string() + "' --journal '" +
-                                    journal.string() + "' --set BASE=" + service_.GetAddress() + " --set PARTS='" +
-                                    Parts().string() + "' " + options + " >'" + (folder_.Path() / "out").string() +
-                                    "' 2>'" + (folder_.Path() / "err").string() + "'";
-        const int status = std::system(command.c_str());
-        Play play{WEXITSTATUS(status), {}, ReadText(folder_.Path() / "out"), ReadText(folder_.Path() / "err")};
-        std::ifstream lines(journal);
-        for (std::string line; std::getline(lines, line);)
-            play.journal.push_back(json::parse(line));
+        const Played play = Play(session, options);
+        EXPECT_EQ(0, play.status) << play.error << (play.journal.empty() ? json() : play.journal.back());
         return play;
     }
-
-    static std::vector<json> Events(const Play& play, const std::string& name)
+    Played PlayExample(const std::string& name, const std::string& options = "") const
     {
-        std::vector<json> events;
-        std::ranges::copy_if(play.journal, std::back_inserter(events),
-                             [&](const json& event) { return event["event"] == name; });
-        return events;
+        return PlayToTheEnd(ReadFile(SourceDir() + "/examples/" + name), options);
+    }
+    static std::string Request(const std::string& id)
+    {
+        return ReadFile(std::filesystem::path(ItemsDir()) / "items" / (id + ".json"));
     }
 
-    std::string Request(const std::string& id) const
+    /// A session of `steps` with a folder for downloads; `more` stands beside its steps.
+    static std::string Session(const std::string& steps, const std::string& more = "")
     {
-        return ReadText(std::filesystem::path(ItemsDir()) / "items" / (id + ".json"));
+        return R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true}, )" + more +
+               R"("traces": true, "variables": {"FILES": "/none"}, "steps": [)" + steps + "]}";
     }
-
-    std::string DownloadSession(const std::string& content, const std::string& more = "") const
+    /// The step in which the page asks for something.
+    static std::string Ask(const std::string& event, const std::string& content)
     {
-        return R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true}, "traces": true,
-            "variables": {"FILES": "/none"},
-            "steps": [{"message": {"event": "velmart_ready", "content": {}}},
-                      {"message": {"event": "velmart_download", "content": )" +
-               content + R"(}}, {"wait": "idle", "seconds": 60})" + more + "]}";
+        return R"({"message": {"event": ")" + event + R"(", "content": )" + content + "}}, ";
     }
-
-private:
-    openhost::TemporaryFolder folder_;
-    catalogue::CatalogueService service_;
+    static std::string DownloadSession(const std::string& content, const std::string& more = "")
+    {
+        return Session(Ask("velmart_ready", "{}") + Ask("velmart_download", content) +
+                       R"({"wait": "idle", "seconds": 60})" + more);
+    }
 };
 
 TEST_F(PlayJourney, TheMainSessionBringsTheFilesAndTellsEachStep)
 {
-    const Play play = PlaySession(DownloadSession(Request("bearing-unit-20")));
-    ASSERT_EQ(play.status, 0) << play.error;
+    const Played play = PlayToTheEnd(DownloadSession(Request("bearing-unit-20")));
 
     std::vector<std::string> order;
     for (const json& event : play.journal)
@@ -106,17 +64,17 @@ TEST_F(PlayJourney, TheMainSessionBringsTheFilesAndTellsEachStep)
     const auto position = [&](const std::string& name) { return std::ranges::find(order, name) - order.begin(); };
     EXPECT_LT(position("request"), position("transfer"));
     EXPECT_LT(position("transfer"), position("extracted"));
-    EXPECT_EQ(order.back(), "end");
+    EXPECT_EQ("end", order.back());
 
     const std::vector<json> requests = Events(play, "request");
-    ASSERT_EQ(requests.size(), 1u);
-    EXPECT_EQ(requests[0]["method"], "GET");
-    EXPECT_EQ(requests[0]["headers"]["Accept"], "*/*");
+    ASSERT_EQ(1U, requests.size());
+    EXPECT_EQ("GET", requests[0]["method"]);
+    EXPECT_EQ("*/*", requests[0]["headers"]["Accept"]);
 
     const std::vector<json> transfers = Events(play, "transfer");
-    ASSERT_EQ(transfers.size(), 1u);
-    EXPECT_EQ(transfers[0]["bytes"],
-              std::filesystem::file_size(std::filesystem::path(ItemsDir()) / "files" / "bearing-unit-20.zip"));
+    ASSERT_EQ(1U, transfers.size());
+    EXPECT_EQ(std::filesystem::file_size(std::filesystem::path(ItemsDir()) / "files" / "bearing-unit-20.zip"),
+              transfers[0]["bytes"]);
 
     const std::vector<json> extracted = Events(play, "extracted");
     ASSERT_FALSE(extracted.empty());
@@ -128,7 +86,7 @@ TEST_F(PlayJourney, TheMainSessionBringsTheFilesAndTellsEachStep)
         return notification["class"] == "ZALVelmartFileDownloadCompleteNotification";
     }));
     for (const json& result : Events(play, "result"))
-        EXPECT_EQ(result["code"], "S_OK") << result;
+        EXPECT_EQ("S_OK", result["code"]) << result;
     EXPECT_TRUE(std::ranges::any_of(Events(play, "trace"), [](const json& trace) {
         return trace["text"] == "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_download";
     }));
@@ -139,8 +97,7 @@ TEST_F(PlayJourney, TheMainSessionBringsTheFilesAndTellsEachStep)
 
 TEST_F(PlayJourney, TheAccountTellsTheMessageTheFilesAndTheTree)
 {
-    const Play play = PlaySession(DownloadSession(Request("bolted-joint-m8")), "--account");
-    ASSERT_EQ(play.status, 0) << play.error;
+    const Played play = PlayToTheEnd(DownloadSession(Request("bolted-joint-m8")), "--account");
     EXPECT_THAT(play.output, HasSubstr("velmart_download"));
     EXPECT_THAT(play.output, HasSubstr("GET http://127.0.0.1:"));
     EXPECT_THAT(play.output, HasSubstr(" bytes  "));
@@ -150,9 +107,9 @@ TEST_F(PlayJourney, TheAccountTellsTheMessageTheFilesAndTheTree)
 
 TEST_F(PlayJourney, AUserChoosesTheFolderAndThenChangesHisSettings)
 {
-    const Play play = PlaySession(R"({"variables": {"FILES": "/none"},
+    const Played play = PlayToTheEnd(R"({"variables": {"FILES": "/none"},
         "steps": [{"message": {"event": "velmart_download", "content": )" +
-                                      Request("bolted-joint-m8") + R"(}}, {"wait": "transfer"},
+                                         Request("bolted-joint-m8") + R"(}}, {"wait": "transfer"},
         {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "VLDownloadLocationEditor",
                   "text": "${PARTS}"}},
         {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "OK"}},
@@ -160,8 +117,7 @@ TEST_F(PlayJourney, AUserChoosesTheFolderAndThenChangesHisSettings)
         {"options": "open"}, {"options": "refresh"},
         {"push": {"dialog": "Options", "control": "VLDoNotRemindDownloadLocationCheckButton", "state": true}},
         {"options": "save"}]})",
-                                  "--account");
-    ASSERT_EQ(play.status, 0) << play.error;
+                                     "--account");
     EXPECT_THAT(play.output,
                 HasSubstr("VLDownloadLocationEditor of ZALVelmartDownloadLocationDlg: \"" + Parts().string() + "\""));
     EXPECT_THAT(play.output, HasSubstr("OK of ZALVelmartDownloadLocationDlg\n"));
@@ -169,78 +125,75 @@ TEST_F(PlayJourney, AUserChoosesTheFolderAndThenChangesHisSettings)
     EXPECT_THAT(play.output, HasSubstr("CreateFrame S_OK"));
     EXPECT_THAT(play.output, HasSubstr("Save S_OK"));
     EXPECT_FALSE(std::filesystem::is_empty(Parts()));
-    EXPECT_EQ(Events(play, "settings").size(), 2u) << "the folder by the dialog, the flag by the page";
+    EXPECT_EQ(2U, Events(play, "settings").size()) << "the folder by the dialog, the flag by the page";
 }
 
 TEST_F(PlayJourney, TwoSessionsOfOneKindGiveTheSameEvents)
 {
-    const auto names = [](const Play& play) {
+    const auto names = [](const Played& play) {
         std::vector<std::string> events;
         for (const json& event : play.journal)
             if (event["event"] != "progress")
                 events.push_back(event["event"]);
         return events;
     };
-    const Play first = PlaySession(DownloadSession(Request("bolted-joint-m8")));
+    const Played first = Play(DownloadSession(Request("bolted-joint-m8")));
     std::filesystem::remove_all(Parts());
     std::filesystem::create_directory(Parts());
-    const Play second = PlaySession(DownloadSession(Request("bolted-joint-m8")));
+    const Played second = Play(DownloadSession(Request("bolted-joint-m8")));
     EXPECT_EQ(names(first), names(second));
 }
 
 TEST_F(PlayJourney, AFailedDownloadIsToldAndTheSessionGoesOn)
 {
-    const Play play = PlaySession(DownloadSession(R"({"download": "${BASE}/files/none.zip"})",
-                                                  R"(, {"message": {"event": "velmart_over", "content": null}})"));
-    EXPECT_EQ(play.status, 0) << play.error;
+    const Played play = PlayToTheEnd(DownloadSession(R"({"download": "${BASE}/files/none.zip"})",
+                                                     R"(, {"message": {"event": "velmart_over", "content": null}})"));
     const std::vector<json> dialogs = Events(play, "dialog");
-    ASSERT_EQ(dialogs.size(), 1u);
-    EXPECT_EQ(dialogs[0]["name"], "FileDownloadErrorNotify");
-    EXPECT_EQ(dialogs[0]["style"], 16384);
-    EXPECT_EQ(dialogs[0]["answer"], 0);
+    ASSERT_EQ(1U, dialogs.size());
+    EXPECT_EQ("FileDownloadErrorNotify", dialogs[0]["name"]);
+    EXPECT_EQ(16384, dialogs[0]["style"]);
+    EXPECT_EQ(0, dialogs[0]["answer"]);
 }
 
 TEST_F(PlayJourney, AnInsertOutsideTheProductWorkshopIsRefused)
 {
-    const Play play = PlaySession(R"({"workshop": "PartWorkshop", "steps": [
+    const Played play = PlayToTheEnd(R"({"workshop": "PartWorkshop", "steps": [
         {"message": {"event": "velmart_insert", "content": {"download": "${BASE}/files/bolted-joint-m8.zip"}}}]})");
-    EXPECT_EQ(play.status, 0) << play.error;
-    ASSERT_EQ(Events(play, "dialog").size(), 1u);
-    EXPECT_EQ(Events(play, "dialog")[0]["name"], "FileOpenInsertReplaceErrorNotify");
-    EXPECT_EQ(Events(play, "result").back()["code"], "0x80004005");
+    ASSERT_EQ(1U, Events(play, "dialog").size());
+    EXPECT_EQ("FileOpenInsertReplaceErrorNotify", Events(play, "dialog")[0]["name"]);
+    EXPECT_EQ("0x80004005", Events(play, "result").back()["code"]);
     EXPECT_TRUE(Events(play, "request").empty());
 }
 
 TEST_F(PlayJourney, AWaitForWhatCannotComeFailsTheSession)
 {
-    const Play play = PlaySession(R"({"steps": [{"message": {"event": "velmart_over", "content": 0}},
+    const Played play = Play(R"({"steps": [{"message": {"event": "velmart_over", "content": 0}},
                                                 {"wait": "transfer", "seconds": 5}]})");
-    EXPECT_EQ(play.status, 1);
-    EXPECT_EQ(play.journal.back()["event"], "end");
-    EXPECT_EQ(play.journal.back()["step"], 2);
+    EXPECT_EQ(1, play.status);
+    EXPECT_EQ("end", play.journal.back()["event"]);
+    EXPECT_EQ(2, play.journal.back()["step"]);
 }
 
 TEST_F(PlayJourney, ABadSessionIsRefusedWithItsLine)
 {
-    const Play play = PlaySession("{\n\"steps\": [\n{\"messages\": {}}]}");
-    EXPECT_EQ(play.status, 2);
+    const Played play = Play("{\n\"steps\": [\n{\"messages\": {}}]}");
+    EXPECT_EQ(2, play.status);
     EXPECT_THAT(play.error, HasSubstr(":3:"));
     EXPECT_TRUE(play.journal.empty());
 }
 
 TEST_F(PlayJourney, ShowPrintsTheTreeOfADownloadedAssembly)
 {
-    ASSERT_EQ(PlaySession(DownloadSession(Request("bolted-joint-m8"))).status, 0);
+    ASSERT_EQ(0, Play(DownloadSession(Request("bolted-joint-m8"))).status);
     std::filesystem::path product;
     for (const auto& file : std::filesystem::directory_iterator(Parts()))
         if (file.path().extension() == ".ZALProduct")
             product = file.path();
     ASSERT_FALSE(product.empty());
     const std::filesystem::path output = Parts() / "shown";
-    const std::string command = BuildDir() + "/bin/openhost show '" + product.string() + "' >'" + output.string() + "'";
-    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 0);
-    EXPECT_THAT(ReadText(output), HasSubstr(product.filename().string()));
-    EXPECT_THAT(ReadText(output), HasSubstr(".ZALPart"));
+    EXPECT_EQ(0, Run("show '" + product.string() + "' >'" + output.string() + "'"));
+    EXPECT_THAT(ReadFile(output), HasSubstr(product.filename().string()));
+    EXPECT_THAT(ReadFile(output), HasSubstr(".ZALPart"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -252,54 +205,53 @@ protected:
     InsertionJourney()
     {
         for (const char* name : {"plate", "post"}) {
-            openhost::CadDocument part;
+            CadDocument part;
             part.partNumber = name;
             WriteDocument(part, Parts() / (std::string(name) + ".ZALPart"));
         }
-        openhost::CadDocument frame;
-        frame.kind = openhost::DocumentKind::Product;
+        CadDocument frame;
+        frame.kind = DocumentKind::Product;
         frame.partNumber = "frame";
         frame.links = {"plate.ZALPart", "post.ZALPart"};
         for (const char* name : {"plate.1", "plate.2", "post.1", "plate.3"}) {
-            openhost::Placement placement = openhost::IdentityPlacement;
+            Placement placement = IdentityPlacement;
             placement[3] = 100.0 * static_cast<double>(frame.children.size());
-            frame.children.push_back({name, name[1] == 'o' ? 1u : 0u, placement});
+            frame.children.push_back({name, name[1] == 'o' ? 1U : 0U, placement});
         }
         WriteDocument(frame, Frame());
     }
 
     std::filesystem::path Frame() const { return Parts() / "frame.ZALProduct"; }
 
+    static constexpr const char* FrameIsOpen = R"("documents": ["${PARTS}/frame.ZALProduct"], )";
+
     /// Sends `event` for an item, picks `target`, and saves the product.
-    Play PlayRequest(const std::string& event, const std::string& target, const std::string& before = "")
+    Played PlayRequest(const std::string& event, const std::string& target, const std::string& before = "")
     {
-        return PlaySession(
-            R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true},
-                "variables": {"FILES": "/none"}, "documents": ["${PARTS}/frame.ZALProduct"],
-                "steps": [)" +
-            before + R"({"message": {"event": ")" + event + R"(", "content": )" + Request("bolted-joint-m8") +
-            R"(}}, {"select": ")" + target + R"("}, {"wait": "idle"}, {"tree": "${PARTS}/frame.ZALProduct"},
-                {"save": "${PARTS}/frame.ZALProduct"}]})");
+        return PlayToTheEnd(Session(before + Ask(event, Request("bolted-joint-m8")) + R"({"select": ")" + target +
+                                        R"("}, {"wait": "idle"}, {"tree": "${PARTS}/frame.ZALProduct"},
+                        {"save": "${PARTS}/frame.ZALProduct"})",
+                                    FrameIsOpen));
     }
 
     /// Names, files and shifts along x of the children of the saved product.
     std::vector<std::string> SavedChildren() const
     {
-        const openhost::CadDocument saved = openhost::ReadDocument(Frame());
+        const CadDocument saved = ReadDocument(Frame());
         std::vector<std::string> children;
-        for (const openhost::ChildInstance& child : saved.children)
+        for (const ChildInstance& child : saved.children)
             children.push_back(child.name + "=" + saved.links[child.link] + "@" +
                                std::to_string(static_cast<int>(child.placement[3])));
         return children;
     }
 
     /// Part number and file name of the item's root product.
-    static std::pair<std::string, std::string> RootOf(const Play& play)
+    static std::pair<std::string, std::string> RootOf(const Played& play)
     {
         for (const json& event : Events(play, "extracted")) {
             const std::filesystem::path file = event["path"].get<std::string>();
             if (file.extension() == ".ZALProduct")
-                return {openhost::ReadDocument(file).partNumber, file.filename().string()};
+                return {ReadDocument(file).partNumber, file.filename().string()};
         }
         return {};
     }
@@ -307,76 +259,66 @@ protected:
 
 TEST_F(InsertionJourney, OpenOpensTheRootOfTheItem)
 {
-    const Play play = PlaySession(
-        R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true},
-            "variables": {"FILES": "/none"},
-            "steps": [{"message": {"event": "velmart_open", "content": )" +
-        Request("bolted-joint-m8") + R"(}}, {"wait": "idle"}]})");
-    ASSERT_EQ(play.status, 0) << play.error;
+    const Played play = PlayToTheEnd(Session(Ask("velmart_open", Request("bolted-joint-m8")) + R"({"wait": "idle"})"));
     const std::vector<json> documents = Events(play, "document");
-    ASSERT_EQ(documents.size(), 1u);
-    EXPECT_EQ(documents[0]["action"], "opened");
-    EXPECT_EQ(documents[0]["path"], std::filesystem::canonical(Parts() / RootOf(play).second).string());
+    ASSERT_EQ(1U, documents.size());
+    EXPECT_EQ("opened", documents[0]["action"]);
+    EXPECT_EQ(std::filesystem::canonical(Parts() / RootOf(play).second).string(), documents[0]["path"]);
 }
 
 TEST_F(InsertionJourney, InsertAddsTheItemBelowTheSelectedProduct)
 {
-    const Play play = PlayRequest("velmart_insert", "frame");
-    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    const Played play = PlayRequest("velmart_insert", "frame");
     const auto [partNumber, file] = RootOf(play);
-    EXPECT_EQ(SavedChildren(), (std::vector<std::string>{"plate.1=plate.ZALPart@0", "plate.2=plate.ZALPart@100",
-                                                         "post.1=post.ZALPart@200", "plate.3=plate.ZALPart@300",
-                                                         partNumber + ".1=" + file + "@0"}));
-    ASSERT_EQ(Events(play, "tree").size(), 1u);
-    EXPECT_EQ(Events(play, "tree")[0]["root"]["children"].size(), 5u);
+    EXPECT_EQ(
+        (std::vector<std::string>{"plate.1=plate.ZALPart@0", "plate.2=plate.ZALPart@100", "post.1=post.ZALPart@200",
+                                  "plate.3=plate.ZALPart@300", partNumber + ".1=" + file + "@0"}),
+        SavedChildren());
+    ASSERT_EQ(1U, Events(play, "tree").size());
+    EXPECT_EQ(5U, Events(play, "tree")[0]["root"]["children"].size());
     EXPECT_TRUE(Events(play, "dialog").empty());
 }
 
-TEST_F(InsertionJourney, NothingIsFetchedBeforeTheTargetIsPickedAndARefusedPickWaitsOn)
+TEST_F(InsertionJourney, NothingIsFetchedUntilATargetIsPickedThatIsTaken)
 {
-    const Play play = PlaySession(
-        R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true},
-            "variables": {"FILES": "/none"}, "documents": ["${PARTS}/frame.ZALProduct"],
-            "steps": [{"message": {"event": "velmart_insert", "content": )" +
-        Request("bolted-joint-m8") + R"(}}, {"wait": "idle"}, {"select": "frame/post.1"}, {"wait": "idle"}]})");
-    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    const Played play = PlayToTheEnd(Session(Ask("velmart_insert", Request("bolted-joint-m8")) +
+                                                 R"({"wait": "idle"}, {"select": "frame/post.1"}, {"wait": "idle"})",
+                                             FrameIsOpen));
     EXPECT_TRUE(Events(play, "request").empty());
-    ASSERT_EQ(Events(play, "selection").size(), 1u);
-    EXPECT_EQ(Events(play, "selection")[0]["accepted"], false);
+    ASSERT_EQ(1U, Events(play, "selection").size());
+    EXPECT_EQ(false, Events(play, "selection")[0]["accepted"]);
 }
 
 TEST_F(InsertionJourney, ReplaceReplacesOneComponentOrAllByTheAnswer)
 {
-    const Play one =
+    const Played one =
         PlayRequest("velmart_replace", "frame/plate.2", R"({"answer": {"dialog": "ReplaceAllPopUp", "button": 4}},)");
-    ASSERT_EQ(one.status, 0) << one.error << one.journal.back();
     const auto [partNumber, file] = RootOf(one);
-    EXPECT_EQ(SavedChildren(), (std::vector<std::string>{"plate.1=plate.ZALPart@0", partNumber + ".1=" + file + "@100",
-                                                         "post.1=post.ZALPart@200", "plate.3=plate.ZALPart@300"}));
+    EXPECT_EQ((std::vector<std::string>{"plate.1=plate.ZALPart@0", partNumber + ".1=" + file + "@100",
+                                        "post.1=post.ZALPart@200", "plate.3=plate.ZALPart@300"}),
+              SavedChildren());
 
-    const Play all = PlayRequest("velmart_replace", "frame/plate.1",
-                                 R"({"answer": {"dialog": "OverwriteNotify", "button": 3}},
+    const Played all = PlayRequest("velmart_replace", "frame/plate.1",
+                                   R"({"answer": {"dialog": "OverwriteNotify", "button": 3}},
                                     {"answer": {"dialog": "ReplaceAllPopUp", "button": 3}},)");
-    ASSERT_EQ(all.status, 0) << all.error << all.journal.back();
-    EXPECT_EQ(SavedChildren(),
-              (std::vector<std::string>{partNumber + ".2=" + file + "@0", partNumber + ".1=" + file + "@100",
-                                        "post.1=post.ZALPart@200", partNumber + ".3=" + file + "@300"}));
+    EXPECT_EQ((std::vector<std::string>{partNumber + ".2=" + file + "@0", partNumber + ".1=" + file + "@100",
+                                        "post.1=post.ZALPart@200", partNumber + ".3=" + file + "@300"}),
+              SavedChildren());
 }
 
 TEST_F(InsertionJourney, AMoveTurnsAComponentAboutItsOriginAndIsSaved)
 {
-    const Play play = PlaySession(
+    const Played play = PlayToTheEnd(
         R"({"documents": ["${PARTS}/frame.ZALProduct"],
             "steps": [{"move": "frame/post.1", "at": [1, 2.5, -3], "axis": [0, 0, 2], "angle": 90},
                       {"move": "frame/plate.2", "at": [7, 8, 9]},
                       {"save": "${PARTS}/frame.ZALProduct"}]})");
-    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
-    const openhost::CadDocument saved = openhost::ReadDocument(Frame());
-    const openhost::Placement turned{0, -1, 0, 1, 1, 0, 0, 2.5, 0, 0, 1, -3};
+    const CadDocument saved = ReadDocument(Frame());
+    const Placement turned{0, -1, 0, 1, 1, 0, 0, 2.5, 0, 0, 1, -3};
     for (std::size_t i = 0; i < turned.size(); ++i)
         EXPECT_NEAR(saved.children[2].placement[i], turned[i], 1e-12) << i;
-    EXPECT_EQ(saved.children[1].placement, (openhost::Placement{1, 0, 0, 7, 0, 1, 0, 8, 0, 0, 1, 9}));
-    EXPECT_EQ(saved.children[0].placement, openhost::IdentityPlacement);
+    EXPECT_EQ((Placement{1, 0, 0, 7, 0, 1, 0, 8, 0, 0, 1, 9}), saved.children[1].placement);
+    EXPECT_EQ(IdentityPlacement, saved.children[0].placement);
 }
 
 TEST_F(InsertionJourney, APathThatIsNotThereAndADocumentThatIsNotLoadedFailTheirSteps)
@@ -385,34 +327,31 @@ TEST_F(InsertionJourney, APathThatIsNotThereAndADocumentThatIsNotLoadedFailTheir
          {R"({"select": "frame/none"})", R"({"select": "frame"})", R"({"tree": "none.ZALPart"})",
           R"({"move": "frame/none", "at": [0, 0, 0]})", R"({"move": "frame", "at": [0, 0, 0]})",
           R"({"save": "${PARTS}/post.ZALPart", "as": "${PARTS}/post.txt"})", R"({"close": "${PARTS}/post.ZALPart"})"}) {
-        const Play play =
-            PlaySession(R"({"documents": ["${PARTS}/frame.ZALProduct"], "steps": [)" + std::string(step) + "]}");
-        EXPECT_EQ(play.status, 1) << step;
-        EXPECT_EQ(play.journal.back()["step"], 1) << step;
+        const Played play =
+            Play(R"({"documents": ["${PARTS}/frame.ZALProduct"], "steps": [)" + std::string(step) + "]}");
+        EXPECT_EQ(1, play.status) << step;
+        EXPECT_EQ(1, play.journal.back()["step"]) << step;
     }
 }
 
 TEST_F(InsertionJourney, AnInsertedItemIsSavedUnderAnotherNameAndTheFirstFileStays)
 {
-    const openhost::CadDocument before = openhost::ReadDocument(Frame());
-    const Play play = PlaySession(
-        R"({"settings": {"DownloadLocation": "${PARTS}", "DoNotRemindDownloadLocation": true},
-            "variables": {"FILES": "/none"}, "documents": ["${PARTS}/frame.ZALProduct"],
-            "steps": [{"message": {"event": "velmart_insert", "content": )" +
-            Request("bolted-joint-m8") + R"(}}, {"select": "frame"}, {"wait": "idle"},
+    const CadDocument before = ReadDocument(Frame());
+    const Played play = PlayToTheEnd(
+        Session(Ask("velmart_insert", Request("bolted-joint-m8")) + R"({"select": "frame"}, {"wait": "idle"},
                 {"save": "${PARTS}/frame.ZALProduct", "as": "${PARTS}/second.ZALProduct"},
-                {"tree": "${PARTS}/second.ZALProduct"}, {"close": "${PARTS}/second.ZALProduct"}]})",
+                {"tree": "${PARTS}/second.ZALProduct"}, {"close": "${PARTS}/second.ZALProduct"})",
+                FrameIsOpen),
         "--account");
-    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
-    EXPECT_EQ(openhost::ReadDocument(Frame()), before);
-    const openhost::CadDocument saved = openhost::ReadDocument(Parts() / "second.ZALProduct");
-    ASSERT_EQ(saved.children.size(), before.children.size() + 1);
-    EXPECT_EQ(saved.links[saved.children.back().link], RootOf(play).second);
+    EXPECT_EQ(before, ReadDocument(Frame()));
+    const CadDocument saved = ReadDocument(Parts() / "second.ZALProduct");
+    ASSERT_EQ(before.children.size() + 1, saved.children.size());
+    EXPECT_EQ(RootOf(play).second, saved.links[saved.children.back().link]);
 
     std::vector<std::string> actions;
     for (const json& document : Events(play, "document"))
         actions.push_back(document["action"]);
-    EXPECT_EQ(actions, (std::vector<std::string>{"opened", "changed", "saved", "closed"}));
+    EXPECT_EQ((std::vector<std::string>{"opened", "changed", "saved", "closed"}), actions);
     EXPECT_THAT(play.output, HasSubstr("Selection     frame, accepted\n"));
     EXPECT_THAT(play.output, HasSubstr("Prompt        "));
     EXPECT_THAT(play.output, HasSubstr("              ├─ plate.1  [plate.ZALPart]  at (0, 0, 0)\n"));
@@ -424,57 +363,53 @@ TEST_F(InsertionJourney, AnInsertedItemIsSavedUnderAnotherNameAndTheFirstFileSta
 
 TEST_F(PlayJourney, TheExampleChangesAProductAndSavesIt)
 {
-    const Play play = PlaySession(ReadText(SourceDir() + "/examples/change-product.json"));
-    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    const Played play = PlayExample("change-product.json");
     EXPECT_FALSE(play.journal.back().contains("unusedAnswers"));
     for (const json& selection : Events(play, "selection"))
-        EXPECT_EQ(selection["accepted"], true) << selection;
+        EXPECT_EQ(true, selection["accepted"]) << selection;
 
-    const openhost::CadDocument saved = openhost::ReadDocument(Parts() / "BEARING_UNIT_20.ZALProduct");
+    const CadDocument saved = ReadDocument(Parts() / "BEARING_UNIT_20.ZALProduct");
     std::vector<std::string> names;
-    for (const openhost::ChildInstance& child : saved.children)
+    for (const ChildInstance& child : saved.children)
         names.push_back(child.name);
-    EXPECT_EQ(names,
-              (std::vector<std::string>{"HOUSING_47.1", "ISO15_6204.1", "SHAFT_20x154.1", "ISO4014_M6x30.1",
-                                        "ISO4014_M6x30.2", "ISO4014_M6x30.3", "ISO4014_M6x30.4", "GEAR_M2_Z36.1"}));
-    EXPECT_EQ(saved.links, (std::vector<std::string>{"HOUSING_47.ZALPart", "ISO15_6204.ZALPart", "SHAFT_20x154.ZALPart",
-                                                     "ISO4014_M6x30.ZALPart", "GEAR_M2_Z36.ZALPart"}));
-    const openhost::Placement onTheShaft{1, 0, 0, 0, 0, 0, 1, 91, 0, -1, 0, 50};
+    EXPECT_EQ((std::vector<std::string>{"HOUSING_47.1", "ISO15_6204.1", "SHAFT_20x154.1", "ISO4014_M6x30.1",
+                                        "ISO4014_M6x30.2", "ISO4014_M6x30.3", "ISO4014_M6x30.4", "GEAR_M2_Z36.1"}),
+              names);
+    EXPECT_EQ((std::vector<std::string>{"HOUSING_47.ZALPart", "ISO15_6204.ZALPart", "SHAFT_20x154.ZALPart",
+                                        "ISO4014_M6x30.ZALPart", "GEAR_M2_Z36.ZALPart"}),
+              saved.links);
+    const Placement onTheShaft{1, 0, 0, 0, 0, 0, 1, 91, 0, -1, 0, 50};
     for (std::size_t i = 0; i < onTheShaft.size(); ++i)
         EXPECT_NEAR(saved.children[7].placement[i], onTheShaft[i], 1e-12) << i;
 
     // What another system reads in the exported product.
     const std::filesystem::path step = Parts() / "product.step";
-    const std::string command = BuildDir() + "/bin/openhost export '" +
-                                (Parts() / "BEARING_UNIT_20.ZALProduct").string() + "' '" + step.string() + "'";
-    ASSERT_EQ(WEXITSTATUS(std::system(command.c_str())), 0);
-    const openhost::testing::StepFile read(step);
-    EXPECT_EQ(read.root, "BEARING_UNIT_20");
-    EXPECT_EQ(read.products, 6u);
+    ASSERT_EQ(0, Run("export '" + (Parts() / "BEARING_UNIT_20.ZALProduct").string() + "' '" + step.string() + "'"));
+    const StepFile read(step);
+    EXPECT_EQ("BEARING_UNIT_20", read.root);
+    EXPECT_EQ(6U, read.products);
     std::size_t solids = 0;
     double volume = 0;
     for (std::size_t i = 0; i < saved.children.size(); ++i) {
         SCOPED_TRACE(names[i]);
-        const openhost::GeometryFacts facts =
-            openhost::ReadDocument(Parts() / saved.links[saved.children[i].link]).geometry.value().facts;
+        const GeometryFacts facts = ReadDocument(Parts() / saved.links[saved.children[i].link]).geometry.value().facts;
         solids += facts.solids;
         volume += facts.volume;
-        const openhost::testing::StepInstance& instance = read.Find(names[i]);
+        const StepInstance& instance = read.Find(names[i]);
         EXPECT_NEAR(instance.volume, facts.volume, 1e-5 * facts.volume);
         for (std::size_t number = 0; number < instance.placement.size(); ++number)
             EXPECT_NEAR(instance.placement[number], saved.children[i].placement[number], 1e-7) << number;
     }
-    EXPECT_EQ(read.solids, solids);
+    EXPECT_EQ(solids, read.solids);
     EXPECT_NEAR(read.volume, volume, 1e-5 * volume);
 }
 
 // ---------------------------------------------------------------------------------------------
 // The session of examples/ with a component on the bridge: an item that it takes over, one that it leaves
 
-TEST_F(PlayJourney, TheExampleOfTheBridgeOpensAnItemThatAnotherComponentHandsOver)
+TEST_F(PlayJourney, TheExampleOfTheBridgeOpensWhatAComponentHandsOver)
 {
-    const Play play = PlaySession(ReadText(SourceDir() + "/examples/bridge.json"), "--account");
-    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    const Played play = PlayExample("bridge.json", "--account");
     EXPECT_FALSE(play.journal.back().contains("unusedReplies"));
     EXPECT_TRUE(Events(play, "dialog").empty());
 
@@ -483,18 +418,19 @@ TEST_F(PlayJourney, TheExampleOfTheBridgeOpensAnItemThatAnotherComponentHandsOve
         const json message = json::parse(event["text"].get<std::string>());
         talk.push_back(event["direction"].get<std::string>() + " " + message.value("method", "reply"));
     }
-    EXPECT_EQ(talk, (std::vector<std::string>{"sent downloadQ7FilesFromTolva", "received downloadFilesFromVL",
-                                              "sent reply", "received reply", "sent EndTransaction",
-                                              "sent downloadQ7FilesFromTolva", "received reply"}));
+    EXPECT_EQ((std::vector<std::string>{"sent downloadQ7FilesFromTolva", "received downloadFilesFromVL", "sent reply",
+                                        "received reply", "sent EndTransaction", "sent downloadQ7FilesFromTolva",
+                                        "received reply"}),
+              talk);
     const json transaction = json::parse(Events(play, "bridge")[4]["text"].get<std::string>());
-    EXPECT_EQ(transaction["params"]["filePathes"],
-              (json{(Parts() / "BOLTED_JOINT_M8.ZALProduct").string(), (Parts() / "Washer.ZALPart").string()}));
+    EXPECT_EQ((json{(Parts() / "BOLTED_JOINT_M8.ZALProduct").string(), (Parts() / "Washer.ZALPart").string()}),
+              transaction["params"]["filePathes"]);
 
     const std::vector<json> documents = Events(play, "document");
-    ASSERT_EQ(documents.size(), 2u);
-    EXPECT_EQ(documents[0]["path"], std::filesystem::canonical(Parts() / "BOLTED_JOINT_M8.ZALProduct").string());
-    EXPECT_EQ(documents[1]["action"], "opened");
-    EXPECT_EQ(Events(play, "moved").size(), 1u);
+    ASSERT_EQ(2U, documents.size());
+    EXPECT_EQ(std::filesystem::canonical(Parts() / "BOLTED_JOINT_M8.ZALProduct").string(), documents[0]["path"]);
+    EXPECT_EQ("opened", documents[1]["action"]);
+    EXPECT_EQ(1U, Events(play, "moved").size());
     EXPECT_THAT(play.output, HasSubstr("Bridge        the module sends {\"method\":\"downloadQ7FilesFromTolva\""));
     EXPECT_THAT(play.output, HasSubstr("the module receives {\"method\":\"downloadFilesFromVL\""));
     EXPECT_THAT(play.output, HasSubstr("Washer.ZALPart\n"));
@@ -502,18 +438,19 @@ TEST_F(PlayJourney, TheExampleOfTheBridgeOpensAnItemThatAnotherComponentHandsOve
 
 TEST_F(PlayJourney, TheExampleFindsSimilarShapes)
 {
-    const Play play = PlaySession(ReadText(SourceDir() + "/examples/find-similar.json"));
-    ASSERT_EQ(play.status, 0) << play.error << play.journal.back();
+    const Played play = PlayExample("find-similar.json");
     EXPECT_FALSE(play.journal.back().contains("unusedAnswers"));
-    ASSERT_EQ(Events(play, "script").size(), 1u);
-
+    ASSERT_EQ(1U, Events(play, "script").size());
     // The bolt that was selected is an item of the catalogue: its own shape is nearer than any other one.
     const std::string script = Events(play, "script")[0]["text"];
     const std::string head = "OpApi.sendMessage('search', {query: '";
     ASSERT_THAT(script, ::testing::AllOf(::testing::StartsWith(head), ::testing::EndsWith("'});")));
     const std::string query = script.substr(head.size(), script.size() - head.size() - 4);
     const auto found = catalogue::ShapeSearch(std::filesystem::path(ItemsDir()) / "index.json").Search(query);
-    EXPECT_EQ(found.at(0)["id"], "hexagon-bolt-m8x40");
+    EXPECT_EQ("hexagon-bolt-m8x40", found.at(0)["id"]);
     EXPECT_NEAR(found.at(0)["score"], 1, 0.01);
     EXPECT_LT(found.at(1)["score"], found.at(0)["score"]);
 }
+
+} // namespace
+} // namespace openhost::testing

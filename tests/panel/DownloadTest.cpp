@@ -3,14 +3,12 @@
 #include "tests/panel/PanelFixture.h"
 
 #include "openhost/dialogs/DialogNode.h"
-#include "tests/support/Objects.h"
 #include "tests/support/ScriptedCad.h"
 
 #include <algorithm>
 #include <new>
 
 namespace openhost::testing {
-
 namespace {
 
 constexpr const char* DefaultText = "Transaction has failed";
@@ -20,8 +18,8 @@ protected:
     /// Starts a download that stays under way.
     void Begin(const std::string& event)
     {
-        ASSERT_EQ(Send(Message(event, RemoteFile)), S_OK);
-        ASSERT_EQ(Waiting(), 1U);
+        ASSERT_EQ(S_OK, Send(Message(event, RemoteFile)));
+        ASSERT_EQ(1U, Waiting());
     }
     bool ErrorDialogIsLive()
     {
@@ -37,73 +35,66 @@ protected:
 
 TEST_F(PanelDownload, AnEndInsideTheStartIsMetAndTheStartStillAnswersWell)
 {
-    EXPECT_EQ(Send(Message("velmart_open", LocalFile("/parts/bolt.ZALPart"))), S_OK);
-    EXPECT_EQ(CountOf(CompleteClass), 1);
-    EXPECT_EQ(Waiting(), 0U);
-    EXPECT_EQ(BusyCursorCount(), 1); // opening has begun
-    EXPECT_TRUE(Surface().Questions().empty());
-}
-
-TEST_F(PanelDownload, APlainDownloadOfALocalFileOpensNothing)
-{
-    EXPECT_EQ(Send(Message("velmart_download", LocalFile("/parts/bolt.ZALPart"))), S_OK);
-    EXPECT_EQ(CountOf(CompleteClass), 1);
-    EXPECT_EQ(Waiting(), 0U);
-    EXPECT_EQ(BusyCursorCount(), 0);
+    for (const auto& [event, openings] : {std::pair("velmart_download", 0), std::pair("velmart_open", 1)}) {
+        SCOPED_TRACE(event);
+        const int ends = CountOf(CompleteClass);
+        EXPECT_EQ(S_OK, Send(Message(event, LocalFile("/parts/bolt.ZALPart"))));
+        EXPECT_EQ(ends + 1, CountOf(CompleteClass));
+        EXPECT_EQ(0U, Waiting());
+        EXPECT_EQ(openings, BusyCursorCount());
+        EXPECT_TRUE(Surface().Questions().empty());
+    }
 }
 
 TEST_F(PanelDownload, TheContentIsTheRequest)
 {
     Begin("velmart_download");
-    ASSERT_EQ(Transport().Requests().size(), 1U);
-    EXPECT_EQ(Transport().Requests()[0].url, "http://127.0.0.1/item.zip");
+    ASSERT_EQ(1U, Transport().Requests().size());
+    EXPECT_EQ("http://127.0.0.1/item.zip", Transport().Requests()[0].url);
 }
 
 TEST_F(PanelDownload, ARefusedStartTellsTheUserAndUnsubscribes)
 {
     for (const char* event : {"velmart_open", "velmart_download"}) {
-        EXPECT_EQ(Send(Message(event)), E_FAIL);
-        EXPECT_EQ(Waiting(), 0U);
+        EXPECT_EQ(E_FAIL, Send(Message(event)));
+        EXPECT_EQ(0U, Waiting());
     }
-    EXPECT_EQ(QuestionTexts(), (Texts{DefaultText, DefaultText}));
-    EXPECT_EQ(Traces(), (Texts{"ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_open\n",
-                               "ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : DownloadFailed\n",
-                               "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_download\n",
-                               "ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : DownloadFailed\n"}));
+    EXPECT_EQ((Texts{DefaultText, DefaultText}), QuestionTexts());
+    EXPECT_EQ((Texts{"ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_open\n",
+                     "ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : DownloadFailed\n",
+                     "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_download\n",
+                     "ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : DownloadFailed\n"}),
+              Traces());
 }
 
-TEST_F(PanelDownload, TheErrorIsTracedBeforeTheUserIsTold)
+TEST_F(PanelDownload, ARefusedStartIsTracedAndUnsubscribedBeforeTheUserIsTold)
 {
     bool traced = false;
-    Loop().Post([&] { traced = Traced("ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : DownloadFailed"); });
+    std::size_t waiting = 99;
+    Loop().Post([&] {
+        traced = Traced("ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : DownloadFailed");
+        waiting = Waiting();
+    });
     Send(Message("velmart_open"));
     EXPECT_TRUE(traced);
-}
-
-TEST_F(PanelDownload, TheSubscriptionIsGoneBeforeTheUserIsTold)
-{
-    std::size_t waiting = 99;
-    Loop().Post([&] { waiting = Waiting(); });
-    Send(Message("velmart_open"));
-    EXPECT_EQ(waiting, 0U);
+    EXPECT_EQ(0U, waiting);
 }
 
 TEST_F(PanelDownload, ASecondStartThatIsRefusedTakesTheFirstOnesEndAway)
 {
     Begin("velmart_open");
-    EXPECT_EQ(Send(Message("velmart_open", RemoteFile)), E_FAIL);
-    EXPECT_EQ(Waiting(), 0U);
-    EXPECT_EQ(Surface().Questions().size(), 1U);
-
+    EXPECT_EQ(E_FAIL, Send(Message("velmart_open", RemoteFile)));
+    EXPECT_EQ(0U, Waiting());
+    EXPECT_EQ(1U, Surface().Questions().size());
     EndDownload(Complete(Complete::DownloadFailed));
-    EXPECT_EQ(Surface().Questions().size(), 1U);
+    EXPECT_EQ(1U, Surface().Questions().size());
 }
 
 TEST_F(PanelDownload, TheEndOfALaterStartCountsForBoth)
 {
     Begin("velmart_open");
-    EXPECT_EQ(Send(Message("velmart_download", LocalFile("/parts/bolt.ZALPart"))), S_OK);
-    EXPECT_EQ(Waiting(), 0U);
+    EXPECT_EQ(S_OK, Send(Message("velmart_download", LocalFile("/parts/bolt.ZALPart"))));
+    EXPECT_EQ(0U, Waiting());
     EndDownload(Complete(Complete::DownloadFailed));
     EXPECT_TRUE(Surface().Questions().empty());
 }
@@ -115,9 +106,9 @@ TEST_F(PanelDownload, TheSubscriptionLastsForOneEnd)
 {
     Begin("velmart_open");
     EndDownload(Complete(Complete::DownloadFailed));
-    EXPECT_EQ(Waiting(), 0U);
+    EXPECT_EQ(0U, Waiting());
     EndDownload(Complete(Complete::DownloadFailed));
-    EXPECT_EQ(Surface().Questions().size(), 1U);
+    EXPECT_EQ(1U, Surface().Questions().size());
 }
 
 TEST_F(PanelDownload, AnEndOfAnotherClassUnderTheNameUnsubscribesAndNothingElse)
@@ -129,86 +120,54 @@ TEST_F(PanelDownload, AnEndOfAnotherClassUnderTheNameUnsubscribesAndNothingElse)
     Begin("velmart_open");
     Stranger stranger;
     DispatchCallbacks(&Downloader(), &stranger);
-    EXPECT_EQ(Waiting(), 0U);
+    EXPECT_EQ(0U, Waiting());
     EXPECT_TRUE(Surface().Questions().empty());
-    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_EQ(0, BusyCursorCount());
 }
 
-TEST_F(PanelDownload, ACancelledDownloadSaysSo)
+TEST_F(PanelDownload, TheUserIsToldHowADownloadEndsAndAGoodOneIsOpened)
 {
     InstallCatalog("DownloadCanceled = \"Given up\";\nDownloadFailed = \"Gone wrong\";\n");
-    for (const char* event : {"velmart_open", "velmart_download"}) {
-        Begin(event);
-        EndDownload(Complete(Complete::DownloadCanceled));
-        Transport().Last().End(TransferEnd::Failed);
-        Loop().RunUntilIdle();
+    struct End {
+        const char* name;
+        Complete end;
+        const char* asked; ///< null when nothing is
+        const char* event = "velmart_open";
+        int openings = 0;
+    };
+    const auto unknown = static_cast<Complete::Status>(7);
+    for (const End& end :
+         {End{"cancelled", Complete(Complete::DownloadCanceled), "Given up"},
+          End{"cancelled download", Complete(Complete::DownloadCanceled), "Given up", "velmart_download"},
+          End{"cancelled with files", Downloaded({"remark"}, Complete::DownloadCanceled), "Given up"},
+          End{"success without files", Complete(Complete::DownloadSucceeded), "Gone wrong"},
+          End{"success with an error", Complete(Complete::DownloadSucceeded, "empty"), "empty", "velmart_download"},
+          End{"failure with files", Downloaded({}, Complete::DownloadFailed), "Gone wrong"},
+          End{"failure with an error", Complete(Complete::DownloadFailed, "x"), "x"},
+          End{"unknown without files", Complete(unknown), "Gone wrong"},
+          End{"unknown with files", Downloaded({}, unknown), nullptr, "velmart_open", 1},
+          End{"success", Downloaded(), nullptr, "velmart_open", 1},
+          End{"success with warnings", Downloaded({"one", "two", "three"}), "one\ntwo\nthree", "velmart_open", 1},
+          End{"download with warnings", Downloaded({"one", "two"}), nullptr, "velmart_download"}}) {
+        SCOPED_TRACE(end.name);
+        const std::size_t asked = Surface().Questions().size();
+        const int openings = BusyCursorCount();
+        const std::size_t traced = Traces().size();
+        Begin(end.event);
+        EndDownload(end.end);
+        EXPECT_EQ(openings + end.openings, BusyCursorCount());
+        ASSERT_EQ(asked + (end.asked ? 1 : 0), Surface().Questions().size());
+        if (end.asked) {
+            EXPECT_EQ(end.asked, Surface().Questions().back().text);
+        }
+        const std::string text = end.asked ? end.asked : "";
+        for (const auto& [key, ofCatalog] :
+             {std::pair("DownloadCanceled", "Given up"), std::pair("DownloadFailed", "Gone wrong")})
+            EXPECT_EQ(text == ofCatalog ? 1 : 0,
+                      std::count(Traces().begin() + static_cast<std::ptrdiff_t>(traced), Traces().end(),
+                                 std::string("ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : ") + key + "\n"));
+        EndTransfer();
     }
-    EXPECT_EQ(QuestionTexts(), (Texts{"Given up", "Given up"}));
-    EXPECT_TRUE(Traced("ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : DownloadCanceled"));
-}
-
-TEST_F(PanelDownload, ACancelledDownloadIsCancelledWhateverElseItHolds)
-{
-    InstallCatalog("DownloadCanceled = \"Given up\";\n");
-    Begin("velmart_open");
-    EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadCanceled, List({"remark"})));
-    EXPECT_EQ(QuestionTexts(), Texts{"Given up"});
-    EXPECT_EQ(BusyCursorCount(), 0);
-}
-
-TEST_F(PanelDownload, SuccessWithoutAFileIsAFailure)
-{
-    InstallCatalog("DownloadFailed = \"Gone wrong\";\n");
-    Begin("velmart_open");
-    EndDownload(Complete(Complete::DownloadSucceeded));
-    EXPECT_EQ(QuestionTexts(), Texts{"Gone wrong"});
-    EXPECT_EQ(BusyCursorCount(), 0);
-}
-
-TEST_F(PanelDownload, SuccessWithoutAFileShowsItsErrorText)
-{
-    Begin("velmart_download");
-    EndDownload(Complete(Complete::DownloadSucceeded, "the shelf is empty"));
-    EXPECT_EQ(QuestionTexts(), Texts{"the shelf is empty"});
-}
-
-TEST_F(PanelDownload, AFailureIsAFailureThoughThereAreFiles)
-{
-    Begin("velmart_open");
-    EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadFailed));
-    EXPECT_EQ(QuestionTexts(), Texts{DefaultText});
-    EXPECT_EQ(BusyCursorCount(), 0);
-}
-
-TEST_F(PanelDownload, AFailureWithAnErrorTextShowsItInPlaceOfTheCatalogs)
-{
-    Begin("velmart_open");
-    EndDownload(Complete(Complete::DownloadFailed, "x"));
-    EXPECT_EQ(QuestionTexts(), Texts{"x"});
-    EXPECT_FALSE(Traced("ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : DownloadFailed"));
-}
-
-TEST_F(PanelDownload, AnUnheardOfStatusWithFilesCountsAsSuccess)
-{
-    Begin("velmart_open");
-    EndDownload(Complete(List({"/parts/a.ZALPart"}), static_cast<Complete::Status>(7)));
-    EXPECT_TRUE(Surface().Questions().empty());
-    EXPECT_EQ(BusyCursorCount(), 1);
-}
-
-TEST_F(PanelDownload, AnUnheardOfStatusWithoutFilesCountsAsFailure)
-{
-    Begin("velmart_open");
-    EndDownload(Complete(static_cast<Complete::Status>(7)));
-    EXPECT_EQ(QuestionTexts(), Texts{DefaultText});
-}
-
-TEST_F(PanelDownload, WarningsOfAPlainDownloadAreNotShown)
-{
-    Begin("velmart_download");
-    EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded, List({"one", "two"})));
-    EXPECT_TRUE(Surface().Questions().empty());
-    EXPECT_EQ(BusyCursorCount(), 0);
 }
 
 TEST_F(PanelDownload, WarningsComeBeforeTheOpening)
@@ -216,10 +175,9 @@ TEST_F(PanelDownload, WarningsComeBeforeTheOpening)
     Begin("velmart_open");
     int opened = -1;
     Loop().Post([&] { opened = BusyCursorCount(); });
-    EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded, List({"one", "two", "three"})));
-    EXPECT_EQ(QuestionTexts(), Texts{"one\ntwo\nthree"});
-    EXPECT_EQ(opened, 0);
-    EXPECT_EQ(BusyCursorCount(), 1);
+    EndDownload(Downloaded({"remark"}));
+    EXPECT_EQ(0, opened);
+    EXPECT_EQ(1, BusyCursorCount());
 }
 
 TEST_F(PanelDownload, TheOpeningIsToldInTheEnvironmentOfTheDownload)
@@ -228,81 +186,65 @@ TEST_F(PanelDownload, TheOpeningIsToldInTheEnvironmentOfTheDownload)
     for (const char* environment : {"File", "UT5"}) {
         Begin("velmart_open");
         EndDownload(Complete(List({"/parts/a.ZALPart"}), environment, Complete::DownloadSucceeded));
-        Transport().Last().End(TransferEnd::Failed);
-        Loop().RunUntilIdle();
+        EndTransfer();
     }
-    EXPECT_EQ(cad.calls, (Texts{"Open /parts/a.ZALPart", "Open /parts/a.ZALPart"}));
-    EXPECT_EQ(CountOf("ZALDlgHtmlViewJavaScriptNotification"), 1); // the other component knows its own alone
-}
-
-TEST_F(PanelDownload, TheOpeningComesWithoutWarningsToo)
-{
-    Begin("velmart_open");
-    EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded));
-    EXPECT_TRUE(Surface().Questions().empty());
-    EXPECT_EQ(BusyCursorCount(), 1);
+    EXPECT_EQ((Texts{"Open /parts/a.ZALPart", "Open /parts/a.ZALPart"}), cad.calls);
+    EXPECT_EQ(1, CountOf("ZALDlgHtmlViewJavaScriptNotification")); // the other component knows its own alone
 }
 
 // ---------------------------------------------------------------------------------------------
 // What was asked for last decides
 
-TEST_F(PanelDownload, ARefusedInsertTurnsTheEndOfAnOpenIntoSilence)
+TEST_F(PanelDownload, ARefusedInsertSilencesTheGoodEndOfAnOpenAlone)
 {
-    for (const char* event : {"velmart_insert", "velmart_replace"}) {
-        Begin("velmart_open");
-        EXPECT_EQ(Send(Message(event, RemoteFile)), E_FAIL);
-        EXPECT_EQ(Waiting(), 1U);
-        const std::size_t asked = Surface().Questions().size();
-
-        EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded, List({"remark"})));
-        EXPECT_EQ(Surface().Questions().size(), asked);
-        EXPECT_EQ(BusyCursorCount(), 0);
-        Transport().Last().End(TransferEnd::Failed);
-        Loop().RunUntilIdle();
-    }
-}
-
-TEST_F(PanelDownload, AFailureIsToldThoughARefusedInsertCameBetween)
-{
-    Begin("velmart_open");
-    Send(Message("velmart_insert", RemoteFile));
-    EndDownload(Complete(Complete::DownloadFailed, "gone"));
-    EXPECT_EQ(QuestionTexts(), (Texts{DefaultText, "gone"}));
+    for (const char* event : {"velmart_insert", "velmart_replace"})
+        for (const bool isGood : {true, false}) {
+            Begin("velmart_open");
+            EXPECT_EQ(E_FAIL, Send(Message(event, RemoteFile)));
+            EXPECT_EQ(1U, Waiting());
+            const std::size_t asked = Surface().Questions().size();
+            EndDownload(isGood ? Downloaded({"remark"}) : Complete(Complete::DownloadFailed, "gone"));
+            EXPECT_EQ(asked + (isGood ? 0 : 1), Surface().Questions().size());
+            EXPECT_EQ(isGood ? DefaultText : "gone", Surface().Questions().back().text);
+            EXPECT_EQ(0, BusyCursorCount());
+            EndTransfer();
+        }
 }
 
 TEST_F(PanelDownload, AnOpenWithoutContentLeavesADownloadADownload)
 {
     Begin("velmart_download");
-    EXPECT_EQ(Send(R"({"event":"velmart_open"})"), E_FAIL);
-    EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded));
-    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_EQ(E_FAIL, Send(R"({"event":"velmart_open"})"));
+    EndDownload(Downloaded());
+    EXPECT_EQ(0, BusyCursorCount());
 }
 
-TEST_F(PanelDownload, InsertAndReplaceInTheWrongPlaceAreRefusedByTheCommandsMessage)
+TEST_F(PanelDownload, InsertAndReplaceInTheWrongPlaceAreRefused)
 {
     for (const char* event : {"velmart_insert", "velmart_replace"}) {
-        EXPECT_EQ(Send(Message(event, RemoteFile)), E_FAIL);
-        EXPECT_EQ(Surface().Questions().back().name, "FileOpenInsertReplaceErrorNotify");
-        EXPECT_EQ(Waiting(), 0U);
+        EXPECT_EQ(E_FAIL, Send(Message(event, RemoteFile)));
+        EXPECT_EQ("FileOpenInsertReplaceErrorNotify", Surface().Questions().back().name);
+        EXPECT_EQ(0U, Waiting());
         EXPECT_TRUE(Transport().Requests().empty());
+        EXPECT_TRUE(DialogEngine::Current().Commands().empty());
     }
-    EXPECT_EQ(Surface().Questions().size(), 2U);
+    EXPECT_EQ(2U, Surface().Questions().size());
 }
 
-TEST_F(PanelDownload, InsertAndReplaceInTheRightPlaceStartACommandAndDoNotSubscribeTheAddin)
+TEST_F(PanelDownload, InsertAndReplaceInTheRightPlaceStartACommandAlone)
 {
     ConfigureFrame({.editor = true});
     for (const char* event : {"velmart_insert", "velmart_replace"}) {
-        EXPECT_EQ(Send(Message(event, RemoteFile)), S_OK);
+        EXPECT_EQ(S_OK, Send(Message(event, RemoteFile)));
         const std::vector<RunningCommand> commands = DialogEngine::Current().Commands();
-        ASSERT_EQ(commands.size(), 1U);
-        EXPECT_EQ(commands[0].name, "ZALVelmartMeridiaAccessAddinActionCmd");
-        EXPECT_EQ(commands[0].state, ""); // it begins from the loop
+        ASSERT_EQ(1U, commands.size());
+        EXPECT_EQ("ZALVelmartMeridiaAccessAddinActionCmd", commands[0].name);
+        EXPECT_EQ("", commands[0].state); // it begins from the loop
         Loop().RunUntilIdle();
-        EXPECT_EQ(DialogEngine::Current().Commands().at(0).state, "InitialState");
+        EXPECT_EQ("InitialState", DialogEngine::Current().Commands().at(0).state);
         EXPECT_TRUE(Surface().Questions().empty());
         EXPECT_TRUE(Transport().Requests().empty());
-        EXPECT_EQ(Waiting(), 0U);
+        EXPECT_EQ(0U, Waiting());
         DialogEngine::Current().EndAll();
         Loop().RunUntilIdle();
     }
@@ -318,39 +260,31 @@ TEST_F(PanelDownload, InsertAndReplaceHandTheirActionAndTheContentOver)
     ConfigureFrame({.editor = true});
     for (const char* event : {"velmart_insert", "velmart_replace"}) {
         SCOPED_TRACE(event);
-        EXPECT_EQ(Send(Message(event, RemoteFile)), S_OK);
+        EXPECT_EQ(S_OK, Send(Message(event, RemoteFile)));
         Loop().RunUntilIdle();
         // A root is a target of an insert alone.
         const Owned<ZALPathElement> rootPath(PathTo(*root));
         const bool isInsert = std::string(event) == "velmart_insert";
-        EXPECT_EQ(DialogEngine::Current().Offer(rootPath.get()).accepted, isInsert);
+        EXPECT_EQ(isInsert, DialogEngine::Current().Offer(rootPath.get()).accepted);
         const Owned<ZALPathElement> childPath(PathTo(*child));
         if (!isInsert) {
             EXPECT_TRUE(DialogEngine::Current().Offer(childPath.get()).accepted);
         }
-        ASSERT_EQ(Transport().Requests().size(), isInsert ? 1U : 2U);
-        EXPECT_EQ(Transport().Requests().back().url, "http://127.0.0.1/item.zip");
+        ASSERT_EQ(isInsert ? 1U : 2U, Transport().Requests().size());
+        EXPECT_EQ("http://127.0.0.1/item.zip", Transport().Requests().back().url);
         DialogEngine::Current().EndAll();
         Loop().RunUntilIdle();
-        Transport().Last().End(TransferEnd::Failed);
-        Loop().RunUntilIdle();
+        EndTransfer();
     }
-}
-
-TEST_F(PanelDownload, InsertAndReplaceInTheWrongPlaceStartNoCommand)
-{
-    for (const char* event : {"velmart_insert", "velmart_replace"})
-        Send(Message(event, RemoteFile));
-    EXPECT_TRUE(DialogEngine::Current().Commands().empty());
 }
 
 TEST_F(PanelDownload, ACommandOutlivesTheAddin)
 {
     ConfigureFrame({.editor = true});
-    EXPECT_EQ(Send(Message("velmart_insert", RemoteFile)), S_OK);
+    EXPECT_EQ(S_OK, Send(Message("velmart_insert", RemoteFile)));
     ReleaseAddin();
     Loop().RunUntilIdle();
-    EXPECT_EQ(DialogEngine::Current().Commands().at(0).state, "InitialState");
+    EXPECT_EQ("InitialState", DialogEngine::Current().Commands().at(0).state);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -359,29 +293,24 @@ TEST_F(PanelDownload, ACommandOutlivesTheAddin)
 TEST_F(PanelDownload, TheErrorDialogIsAsRequired)
 {
     Send(Message("velmart_open"));
-    ASSERT_EQ(Surface().Questions().size(), 1U);
+    ASSERT_EQ(1U, Surface().Questions().size());
     const ScriptedSurface::Question& question = Surface().Questions()[0];
-    EXPECT_EQ(question.name, "FileDownloadErrorNotify");
-    EXPECT_EQ(question.style, 16384U);
-    EXPECT_EQ(question.parent, "MainWindow");
-    EXPECT_EQ(question.title, "");
-    EXPECT_EQ(question.text, DefaultText);
-}
-
-TEST_F(PanelDownload, WithoutAFrameTheErrorDialogHasNoParent)
-{
-    ResetFrame();
-    Send(Message("velmart_open"));
-    ASSERT_EQ(Surface().Questions().size(), 1U);
-    EXPECT_EQ(Surface().Questions()[0].parent, "");
+    EXPECT_EQ("FileDownloadErrorNotify", question.name);
+    EXPECT_EQ(16384U, question.style);
+    EXPECT_EQ("MainWindow", question.parent);
+    EXPECT_EQ("", question.title);
+    EXPECT_EQ(DefaultText, question.text);
 }
 
 TEST_F(PanelDownload, WithoutAMainWindowTheErrorDialogHasNoParent)
 {
     ConfigureFrame({.mainWindow = false});
     Send(Message("velmart_open"));
-    ASSERT_EQ(Surface().Questions().size(), 1U);
-    EXPECT_EQ(Surface().Questions()[0].parent, "");
+    ResetFrame();
+    Send(Message("velmart_open"));
+    ASSERT_EQ(2U, Surface().Questions().size());
+    for (const ScriptedSurface::Question& question : Surface().Questions())
+        EXPECT_EQ("", question.parent);
 }
 
 TEST_F(PanelDownload, TheErrorDialogEndsBetweenEvents)
@@ -392,24 +321,17 @@ TEST_F(PanelDownload, TheErrorDialogEndsBetweenEvents)
     EXPECT_FALSE(ErrorDialogIsLive());
 }
 
-TEST_F(PanelDownload, ATextOfTheCatalogTakesThePlaceOfTheDefault)
-{
-    InstallCatalog("DownloadFailed = \"Gone wrong\";\n");
-    Send(Message("velmart_open"));
-    EXPECT_EQ(QuestionTexts(), Texts{"Gone wrong"});
-}
-
 TEST_F(PanelDownload, ACatalogWithoutTheKeyGivesTheDefault)
 {
     InstallCatalog("DownloadCanceled = \"Given up\";\n");
     Send(Message("velmart_open"));
-    EXPECT_EQ(QuestionTexts(), Texts{DefaultText});
+    EXPECT_EQ(Texts{DefaultText}, QuestionTexts());
 }
 
 TEST_F(PanelDownload, AnEmptyTextOfTheCatalogShowsNothing)
 {
     InstallCatalog("DownloadFailed = \"\";\n");
-    EXPECT_EQ(Send(Message("velmart_open")), E_FAIL);
+    EXPECT_EQ(E_FAIL, Send(Message("velmart_open")));
     EXPECT_TRUE(Surface().Questions().empty());
     EXPECT_TRUE(Traced("ZALVelmartMeridiaAccessAddin::NotifyErrorMessage : DownloadFailed"));
 }
@@ -418,32 +340,32 @@ TEST_F(PanelDownload, MessagesArriveWhileTheErrorDialogIsUp)
 {
     HRESULT inner = E_FAIL;
     Loop().Post([&] { inner = Send(Message("velmart_ready")); });
-    EXPECT_EQ(Send(Message("velmart_open")), E_FAIL);
-    EXPECT_EQ(inner, S_OK);
-    EXPECT_EQ(Addin().GetOpApiStatus(), OpApiReady);
+    EXPECT_EQ(E_FAIL, Send(Message("velmart_open")));
+    EXPECT_EQ(S_OK, inner);
+    EXPECT_EQ(OpApiReady, Addin().GetOpApiStatus());
 }
 
 TEST_F(PanelDownload, ADownloadMayBeginWhileTheWarningsOfAnotherAreUp)
 {
     Begin("velmart_open");
-    Loop().Post([&] { EXPECT_EQ(Send(Message("velmart_download", LocalFile("/parts/b.ZALPart"))), S_OK); });
-    EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded, List({"remark"})));
-    EXPECT_EQ(CountOf(CompleteClass), 2);
-    EXPECT_EQ(BusyCursorCount(), 1); // the first one opens all the same
+    Loop().Post([&] { EXPECT_EQ(S_OK, Send(Message("velmart_download", LocalFile("/parts/b.ZALPart")))); });
+    EndDownload(Downloaded({"remark"}));
+    EXPECT_EQ(2, CountOf(CompleteClass));
+    EXPECT_EQ(1, BusyCursorCount()); // the first one opens all the same
 }
 
 TEST_F(PanelDownload, TheAddinMayEndWhileTheWarningsAreUp)
 {
     Begin("velmart_open");
     Loop().Post([&] { ReleaseAddin(); });
-    EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded, List({"remark"})));
-    EXPECT_EQ(QuestionTexts(), Texts{"remark"});
+    EndDownload(Downloaded({"remark"}));
+    EXPECT_EQ(Texts{"remark"}, QuestionTexts());
 }
 
 TEST_F(PanelDownload, TheErrorDialogEndsThoughItCouldNotBeShown)
 {
     Loop().Post([] { throw std::bad_alloc(); });
-    EXPECT_EQ(Send(Message("velmart_open")), E_FAIL);
+    EXPECT_EQ(E_FAIL, Send(Message("velmart_open")));
     EXPECT_TRUE(ErrorDialogIsLive());
     Loop().RunUntilIdle();
     EXPECT_FALSE(ErrorDialogIsLive());
@@ -453,18 +375,17 @@ TEST_F(PanelDownload, TheOpeningComesThoughTheWarningsCouldNotBeShown)
 {
     Begin("velmart_open");
     Loop().Post([] { throw std::bad_alloc(); });
-    EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded, List({"remark"})));
-    EXPECT_EQ(BusyCursorCount(), 1);
+    EndDownload(Downloaded({"remark"}));
+    EXPECT_EQ(1, BusyCursorCount());
 }
 
 TEST_F(PanelDownload, TheFrameMayEndWhileTheErrorDialogIsUp)
 {
     Loop().Post([] { ResetFrame(); });
-    EXPECT_EQ(Send(Message("velmart_open")), E_FAIL);
+    EXPECT_EQ(E_FAIL, Send(Message("velmart_open")));
     Loop().RunUntilIdle();
     EXPECT_FALSE(ErrorDialogIsLive());
 }
 
 } // namespace
-
 } // namespace openhost::testing

@@ -5,10 +5,7 @@
 #include "utilities/ZALVelmartIntegrationUtilities.h"
 
 namespace openhost::testing {
-
 namespace {
-
-using Texts = std::vector<std::string>;
 
 class PanelPageOf : public PanelFixture {
 protected:
@@ -23,6 +20,7 @@ protected:
         Loop().RunUntilIdle();
     }
     static RecordedPage& Page() { return *RecordedPage::Current(); }
+    HRESULT Search() { return Addin().SearchByUpload("http://x/?a", "q"); }
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -30,68 +28,34 @@ protected:
 
 TEST_F(PanelPageOf, SearchFailsWithoutAPanel)
 {
-    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), E_FAIL);
+    EXPECT_EQ(E_FAIL, Search());
     Send(Message("velmart_ready"));
-    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), E_FAIL);
-}
-
-TEST_F(PanelPageOf, SearchFailsOnceThePanelHasGone)
-{
+    EXPECT_EQ(E_FAIL, Search());
     OpenPanel();
-    Send(Message("velmart_ready"));
     Panel::End();
     Loop().RunUntilIdle();
-    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), E_FAIL);
+    EXPECT_EQ(E_FAIL, Search()) << "once it has gone";
 }
 
 TEST_F(PanelPageOf, SearchAsksAReadyPageWithTheQueryAsItStands)
 {
     OpenPanel();
     Send(Message("velmart_ready"));
-    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", u"a b'); alert('\u20AC"), S_OK);
-    EXPECT_EQ(Page().Scripts(), Texts{"OpApi.sendMessage('search', {query: 'a b'); alert('\u20AC'});"});
+    EXPECT_EQ(S_OK, Addin().SearchByUpload("http://x/?a", u"a b'); alert('\u20AC"));
+    EXPECT_EQ(Texts{"OpApi.sendMessage('search', {query: 'a b'); alert('\u20AC'});"}, Page().Scripts());
     EXPECT_TRUE(Page().Urls().empty());
 }
 
-TEST_F(PanelPageOf, SearchGivesTheResultOfTheScript)
+TEST_F(PanelPageOf, SearchLoadsTheSearchPageUnlessThePageIsReady)
 {
     OpenPanel();
-    Send(Message("velmart_ready"));
-    Page().takesScripts = false;
-    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), E_FAIL);
-}
-
-TEST_F(PanelPageOf, SearchLoadsTheSearchPageBeforeThePageIsReadyAndBehindItsEnd)
-{
-    OpenPanel();
-    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "a b'/"), S_OK);
+    Addin().SetAccessDialog(nullptr); // leaves the one of before
+    EXPECT_EQ(S_OK, Addin().SearchByUpload("http://x/?a", "a b'/"));
     Send(Message("velmart_ready"));
     Send(Message("velmart_over"));
-    EXPECT_EQ(Addin().SearchByUpload("http://y/", ""), S_OK);
-    EXPECT_EQ(Page().Urls(), (Texts{"http://x/?a&extq=a%20b%27%2F", "http://y/&extq="}));
+    EXPECT_EQ(S_OK, Addin().SearchByUpload("http://y/", ""));
+    EXPECT_EQ((Texts{"http://x/?a&extq=a%20b%27%2F", "http://y/&extq="}), Page().Urls());
     EXPECT_TRUE(Page().Scripts().empty());
-}
-
-TEST_F(PanelPageOf, SearchDoesNotLookAtWhetherTheAddressWasTaken)
-{
-    OpenPanel();
-    Page().takesUrls = false;
-    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
-}
-
-TEST_F(PanelPageOf, SearchHoldsThePanelDuringTheCallAlone)
-{
-    OpenPanel();
-    const unsigned int before = ReferencesOf(Panel::Current());
-    Addin().SearchByUpload("http://x/?a", "q");
-    EXPECT_EQ(ReferencesOf(Panel::Current()), before);
-}
-
-TEST_F(PanelPageOf, ANullPanelLeavesTheOneOfBefore)
-{
-    OpenPanel();
-    Addin().SetAccessDialog(nullptr);
-    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -99,39 +63,26 @@ TEST_F(PanelPageOf, ANullPanelLeavesTheOneOfBefore)
 
 class ScriptFile : public PanelFixture {
 protected:
-    void Install(const std::string& bytes)
-    {
-        std::filesystem::create_directories(Folder() / "installation" / "scripts");
-        std::ofstream(Folder() / "installation" / "scripts" / "a.js", std::ios::binary) << bytes;
-    }
-    static HRESULT Get(ZALUnicodeString& script)
-    {
-        return ZALVelmartIntegrationUtilities::GetJSScript("scripts\\a.js", script);
-    }
+    ScriptFile() { std::filesystem::create_directories(File().parent_path()); }
+
+    std::filesystem::path File() const { return Folder() / "installation" / "scripts" / "a.js"; }
+    void Install(const std::string& bytes) const { std::ofstream(File(), std::ios::binary) << bytes; }
+    HRESULT Get() { return ZALVelmartIntegrationUtilities::GetJSScript("scripts\\a.js", Script); }
+
+    ZALUnicodeString Script = "before";
 };
 
-TEST_F(ScriptFile, IsReadAsUtf8)
+TEST_F(ScriptFile, IsReadAsUtf8OrElseInTheNarrowEncodingUpToAZero)
 {
-    Install("let a = '\u20AC';\n");
-    ZALUnicodeString script = "before";
-    EXPECT_EQ(Get(script), S_OK);
-    EXPECT_EQ(ToUtf8(script), "let a = '\u20AC';\n");
-}
-
-TEST_F(ScriptFile, IsReadInTheNarrowEncodingWhenItIsNoUtf8)
-{
-    Install("let a = '\xE4';");
-    ZALUnicodeString script;
-    EXPECT_EQ(Get(script), S_OK);
-    EXPECT_EQ(ToUtf8(script), "let a = '\u00E4';");
-}
-
-TEST_F(ScriptFile, InTheNarrowEncodingEndsAtItsFirstZero)
-{
-    Install(std::string("a\xE4\0b", 4));
-    ZALUnicodeString script;
-    EXPECT_EQ(Get(script), S_OK);
-    EXPECT_EQ(ToUtf8(script), "a\u00E4");
+    const std::vector<std::pair<std::string, std::string>> files = {{"let a = '\u20AC';\n", "let a = '\u20AC';\n"},
+                                                                    {std::string("a\0b", 3), std::string("a\0b", 3)},
+                                                                    {"let a = '\xE4';", "let a = '\u00E4';"},
+                                                                    {std::string("a\xE4\0b", 4), "a\u00E4"}};
+    for (const auto& [bytes, text] : files) {
+        Install(bytes);
+        EXPECT_EQ(S_OK, Get()) << text;
+        EXPECT_EQ(text, ToUtf8(Script));
+    }
 }
 
 TEST_F(ScriptFile, InTheNarrowEncodingEndsWithTheFile)
@@ -139,64 +90,41 @@ TEST_F(ScriptFile, InTheNarrowEncodingEndsWithTheFile)
     Install(std::string(1000, '\xE4'));
     // Whatever the memory held that the file is read into.
     std::string block(1015, 'x');
-    EXPECT_EQ(block.size(), 1015U);
+    EXPECT_EQ(1015U, block.size());
     block = std::string();
     block.shrink_to_fit();
-    ZALUnicodeString script;
-    EXPECT_EQ(Get(script), S_OK);
-    EXPECT_EQ(script.GetLengthInChar(), 1000);
+    EXPECT_EQ(S_OK, Get());
+    EXPECT_EQ(1000, Script.GetLengthInChar());
 }
 
-TEST_F(ScriptFile, InUtf8KeepsAZero)
+TEST_F(ScriptFile, ThatCannotBeReadFailsAndLeavesTheText)
 {
-    Install(std::string("a\0b", 3));
-    ZALUnicodeString script;
-    EXPECT_EQ(Get(script), S_OK);
-    EXPECT_EQ(script.GetLengthInChar(), 3);
+    EXPECT_EQ(E_FAIL, Get()) << "it is missing";
+    EXPECT_EQ("before", ToUtf8(Script));
+    Install("x");
+    std::filesystem::resize_file(File(), std::uintmax_t{1} << 32);
+    EXPECT_EQ(E_FAIL, Get()) << "it has four gigabytes";
+    std::filesystem::remove(File());
+    std::filesystem::create_directory(File());
+    EXPECT_EQ(E_FAIL, Get()) << "it is a folder";
 }
 
 TEST_F(ScriptFile, ThatIsEmptyFailsThoughItWasRead)
 {
     Install("");
-    ZALUnicodeString script = "before";
-    EXPECT_EQ(Get(script), E_FAIL);
-    EXPECT_EQ(script.GetLengthInChar(), 0);
-}
-
-TEST_F(ScriptFile, ThatIsMissingFailsAndLeavesTheText)
-{
-    ZALUnicodeString script = "before";
-    EXPECT_EQ(Get(script), E_FAIL);
-    EXPECT_EQ(ToUtf8(script), "before");
-}
-
-TEST_F(ScriptFile, ThatIsAFolderFails)
-{
-    std::filesystem::create_directories(Folder() / "installation" / "scripts" / "a.js");
-    ZALUnicodeString script;
-    EXPECT_EQ(Get(script), E_FAIL);
-}
-
-TEST_F(ScriptFile, OfFourGigabytesFails)
-{
-    Install("x");
-    std::filesystem::resize_file(Folder() / "installation" / "scripts" / "a.js", std::uintmax_t{1} << 32);
-    ZALUnicodeString script;
-    EXPECT_EQ(Get(script), E_FAIL);
+    EXPECT_EQ(E_FAIL, Get());
+    EXPECT_EQ(0, Script.GetLengthInChar());
 }
 
 TEST_F(ScriptFile, ThatEndsBeforeItsSizeLeavesTheTextOfBeforeAsTheScript)
 {
     // The system announces a page for such a file, whatever it holds.
-    std::filesystem::create_directories(Folder() / "installation" / "scripts");
-    std::filesystem::create_symlink("/sys/class/net/lo/mtu", Folder() / "installation" / "scripts" / "a.js");
-    ZALUnicodeString script = "before";
-    EXPECT_EQ(Get(script), S_OK);
-    EXPECT_EQ(ToUtf8(script), "before");
-    script = "";
-    EXPECT_EQ(Get(script), E_FAIL);
+    std::filesystem::create_symlink("/sys/class/net/lo/mtu", File());
+    EXPECT_EQ(S_OK, Get());
+    EXPECT_EQ("before", ToUtf8(Script));
+    Script = "";
+    EXPECT_EQ(E_FAIL, Get());
 }
 
 } // namespace
-
 } // namespace openhost::testing

@@ -3,10 +3,12 @@
 
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
 
 #include "VelmartBuildValues.h"
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
+#include "host/frame.h"
 #include "openhost/commands/DialogEngine.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/text/Utf.h"
@@ -60,6 +62,19 @@ inline ZALListValZALUnicodeString List(const std::vector<std::string>& items)
     return list;
 }
 
+/// The end of a download of "/parts/a.ZALPart".
+inline Complete Downloaded(const std::vector<std::string>& warnings = {},
+                           Complete::Status status = Complete::DownloadSucceeded)
+{
+    return Complete(List({"/parts/a.ZALPart"}), status, List(warnings));
+}
+
+/// How often somebody is subscribed to the change of the workbench.
+inline std::size_t LayoutSubscriptions()
+{
+    return SubscribersOf(ZALFrmLayout::GetCurrentLayout(), ZALWorkbenchChanged::ClassName()).size();
+}
+
 class PanelFixture : public HostFixture {
 protected:
     PanelFixture() : addin_(new ZALVelmartMeridiaAccessAddin)
@@ -90,6 +105,12 @@ protected:
     /// How often the addin is subscribed to the end of a download.
     std::size_t Waiting() { return SubscribersOf(&Downloader(), CompleteClass).size(); }
     void EndDownload(Complete notification) { DispatchCallbacks(&Downloader(), &notification); }
+    /// Ends the transfer of the last request too, so that another one can begin.
+    void EndTransfer()
+    {
+        Transport().Last().End(TransferEnd::Failed);
+        Loop().RunUntilIdle();
+    }
 
     std::string UploadUrl()
     {
@@ -98,12 +119,20 @@ protected:
         return ToUtf8(url);
     }
     bool FindSimilarIsAvailable() { return IsHeaderAvailable(FindSimilarHeader, 1 | 8 | 16); }
-    /// Calls of SetAvailability, as "mask=state".
-    std::vector<std::string>& HeaderCalls() { return headerCalls_; }
-
-    std::vector<std::string> QuestionTexts()
+    /// Makes Find Similar available or not by hand, and forgets that.
+    void SetHeader(int state)
     {
-        std::vector<std::string> texts;
+        ZALCommandHeader* header = ZALCommandHeader::GetHeaderFromList(FindSimilarHeader, 0);
+        for (const int mode : {ZALHeaderInGlobalMode, ZALHeaderInLocalMode, ZALHeaderInContextMode})
+            header->SetAvailability(mode, state);
+        HeaderCalls().clear();
+    }
+    /// Calls of SetAvailability, as "mask=state".
+    Texts& HeaderCalls() { return headerCalls_; }
+
+    Texts QuestionTexts()
+    {
+        Texts texts;
         for (const ScriptedSurface::Question& question : Surface().Questions())
             texts.push_back(question.text);
         return texts;
@@ -118,7 +147,7 @@ protected:
 
 private:
     ZALVelmartMeridiaAccessAddin* addin_;
-    std::vector<std::string> headerCalls_;
+    Texts headerCalls_;
 };
 
 } // namespace openhost::testing

@@ -3,27 +3,30 @@
 #include "tests/panel/PanelFixture.h"
 
 #include "host/dialog_engine.h"
-#include "host/frame.h"
 #include "openhost/objects/Traces.h"
 
 #include <cctype>
 
 namespace openhost::testing {
-
 namespace {
 
-class PanelStatus : public PanelFixture {};
-
-using Texts = std::vector<std::string>;
+class PanelStatus : public PanelFixture {
+protected:
+    /// The page is ready, and knows `url` for uploads.
+    void Ready(const std::string& url)
+    {
+        EXPECT_EQ(S_OK, Send(Message("velmart_ready", R"({"searchByUploadUrl":")" + url + "\"}")));
+    }
+};
 
 TEST_F(PanelStatus, StartsUnsetWithoutASubscriptionOrAnUploadAddress)
 {
-    EXPECT_EQ(Addin().GetOpApiStatus(), OpApiUnset);
+    EXPECT_EQ(OpApiUnset, Addin().GetOpApiStatus());
     ZALUnicodeString url = "before";
-    EXPECT_EQ(Addin().GetSearchByUploadUrl(url), E_FAIL);
-    EXPECT_EQ(ToUtf8(url), "");
-    EXPECT_EQ(Waiting(), 0U);
-    EXPECT_TRUE(SubscribersOf(ZALFrmLayout::GetCurrentLayout(), ZALWorkbenchChanged::ClassName()).empty());
+    EXPECT_EQ(E_FAIL, Addin().GetSearchByUploadUrl(url));
+    EXPECT_EQ("", ToUtf8(url));
+    EXPECT_EQ(0U, Waiting());
+    EXPECT_EQ(0U, LayoutSubscriptions());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -31,12 +34,12 @@ TEST_F(PanelStatus, StartsUnsetWithoutASubscriptionOrAnUploadAddress)
 
 TEST_F(PanelStatus, ReadyIsToldOnceThoughThePageSaysItTwice)
 {
-    EXPECT_EQ(Send(Message("velmart_ready", R"({"searchByUploadUrl":"https://one/","t":1})")), S_OK);
-    EXPECT_EQ(UploadUrl(), "https://one/");
-    EXPECT_EQ(Send(Message("velmart_ready", R"({"searchByUploadUrl":"https://two/","t":2})")), S_OK);
-    EXPECT_EQ(UploadUrl(), "https://two/");
-    EXPECT_EQ(Addin().GetOpApiStatus(), OpApiReady);
-    EXPECT_EQ(CountOf(StatusClass), 1);
+    EXPECT_EQ(S_OK, Send(Message("velmart_ready", R"({"searchByUploadUrl":"https://one/","t":1})")));
+    EXPECT_EQ("https://one/", UploadUrl());
+    EXPECT_EQ(S_OK, Send(Message("velmart_ready", R"({"searchByUploadUrl":"https://two/","t":2})")));
+    EXPECT_EQ("https://two/", UploadUrl());
+    EXPECT_EQ(OpApiReady, Addin().GetOpApiStatus());
+    EXPECT_EQ(1, CountOf(StatusClass));
 }
 
 TEST_F(PanelStatus, ReadyHandsTheWholeContentOverEachTime)
@@ -45,53 +48,37 @@ TEST_F(PanelStatus, ReadyHandsTheWholeContentOverEachTime)
         Send(Message("velmart_ready", R"({"searchByUploadUrl":"u","templates":)" + std::to_string(number) + "}"));
         ZALOmxAny templates;
         std::int64_t handed = 0;
-        ASSERT_EQ(ZALVelmartFileDownloaderProbe::Templates().MapSize(), 2);
-        ASSERT_EQ(ZALVelmartFileDownloaderProbe::Templates().MapGetValue("templates", templates), S_OK);
+        ASSERT_EQ(2, ZALVelmartFileDownloaderProbe::Templates().MapSize());
+        ASSERT_EQ(S_OK, ZALVelmartFileDownloaderProbe::Templates().MapGetValue("templates", templates));
         templates.GetInteger(handed);
-        EXPECT_EQ(handed, number);
+        EXPECT_EQ(number, handed);
     }
 }
 
 TEST_F(PanelStatus, ReadyWithoutAnUploadAddressKeepsTheOneOfBefore)
 {
-    Send(Message("velmart_ready", R"({"searchByUploadUrl":"https://one/"})"));
-    for (const char* content : {"{}", R"({"searchByUploadUrl":1})", R"({"searchByUploadUrl":null})",
-                                R"({"searchByUploadUrl":["x"]})", R"({"searchByUploadURL":"x"})", "7"}) {
-        EXPECT_EQ(Send(Message("velmart_ready", content)), S_OK) << content;
-        EXPECT_EQ(UploadUrl(), "https://one/") << content;
+    for (const std::string before : {"", "https://one/"})
+        for (const char* content : {"{}", R"({"searchByUploadUrl":1})", R"({"searchByUploadUrl":null})",
+                                    R"({"searchByUploadUrl":["x"]})", R"({"searchByUploadURL":"x"})", "7"}) {
+            SCOPED_TRACE(content);
+            if (!before.empty())
+                Ready(before);
+            EXPECT_EQ(S_OK, Send(Message("velmart_ready", content)));
+            EXPECT_EQ(OpApiReady, Addin().GetOpApiStatus());
+            EXPECT_EQ(before, UploadUrl());
+        }
+}
+
+TEST_F(PanelStatus, UploadAddressIsTheLastOneAndThereUnlessItIsEmpty)
+{
+    Ready("https://one/");
+    for (const std::string address : {"", "u"}) {
+        Ready(address);
+        Send(Message("velmart_over"));
+        ZALUnicodeString url = "before";
+        EXPECT_EQ(address.empty() ? E_FAIL : S_OK, Addin().GetSearchByUploadUrl(url));
+        EXPECT_EQ(address, ToUtf8(url));
     }
-}
-
-TEST_F(PanelStatus, ReadyWithoutAnUploadAddressIsReadyAllTheSame)
-{
-    EXPECT_EQ(Send(Message("velmart_ready", R"({"searchByUploadUrl":1})")), S_OK);
-    EXPECT_EQ(Addin().GetOpApiStatus(), OpApiReady);
-    ZALUnicodeString url;
-    EXPECT_EQ(Addin().GetSearchByUploadUrl(url), E_FAIL);
-}
-
-TEST_F(PanelStatus, AnEmptyUploadAddressReplacesTheOneOfBefore)
-{
-    Send(Message("velmart_ready", R"({"searchByUploadUrl":"https://one/"})"));
-    Send(Message("velmart_ready", R"({"searchByUploadUrl":""})"));
-    ZALUnicodeString url = "before";
-    EXPECT_EQ(Addin().GetSearchByUploadUrl(url), E_FAIL);
-    EXPECT_EQ(ToUtf8(url), "");
-}
-
-TEST_F(PanelStatus, AnUploadAddressOfOneCharacterCounts)
-{
-    Send(Message("velmart_ready", R"({"searchByUploadUrl":"u"})"));
-    ZALUnicodeString url;
-    EXPECT_EQ(Addin().GetSearchByUploadUrl(url), S_OK);
-    EXPECT_EQ(ToUtf8(url), "u");
-}
-
-TEST_F(PanelStatus, OverKeepsTheUploadAddress)
-{
-    Send(Message("velmart_ready", R"({"searchByUploadUrl":"https://one/"})"));
-    Send(Message("velmart_over"));
-    EXPECT_EQ(UploadUrl(), "https://one/");
 }
 
 TEST_F(PanelStatus, EachChangeIsToldAndNoRepetitionIs)
@@ -103,26 +90,27 @@ TEST_F(PanelStatus, EachChangeIsToldAndNoRepetitionIs)
     } steps[] = {{"velmart_over", OpApiOver, 1},   {"velmart_over", OpApiOver, 1}, {"velmart_ready", OpApiReady, 2},
                  {"velmart_ready", OpApiReady, 2}, {"velmart_over", OpApiOver, 3}, {"velmart_ready", OpApiReady, 4}};
     for (const auto& step : steps) {
-        EXPECT_EQ(Send(Message(step.event)), S_OK);
-        EXPECT_EQ(Addin().GetOpApiStatus(), step.status);
-        EXPECT_EQ(CountOf(StatusClass), step.told);
+        EXPECT_EQ(S_OK, Send(Message(step.event)));
+        EXPECT_EQ(step.status, Addin().GetOpApiStatus());
+        EXPECT_EQ(step.told, CountOf(StatusClass));
     }
 }
 
 TEST_F(PanelStatus, TheChangeIsToldByTheAddinAfterItAndBeforeFindSimilarFollows)
 {
     Listener listener([this](ZALBaseUnknown* publisher, ZALNotification* notification, void*) {
-        EXPECT_EQ(publisher, &Addin());
+        EXPECT_EQ(&Addin(), publisher);
         EXPECT_STREQ(notification->IsA(), StatusClass);
-        EXPECT_EQ(notification->GetAutomaticDelete(), 0);
-        EXPECT_EQ(Addin().GetOpApiStatus(), OpApiReady);
-        EXPECT_EQ(UploadUrl(), "u");
-        EXPECT_EQ(ZALVelmartFileDownloaderProbe::Templates().MapSize(), 1);
+        EXPECT_EQ(0, notification->GetAutomaticDelete());
+        EXPECT_EQ(OpApiReady, Addin().GetOpApiStatus());
+        EXPECT_EQ("u", UploadUrl());
+        EXPECT_EQ(1, ZALVelmartFileDownloaderProbe::Templates().MapSize());
         EXPECT_FALSE(FindSimilarIsAvailable());
+        EXPECT_TRUE(Traced("ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Ready"));
     });
     listener.Subscribe(&Addin(), StatusClass);
-    Send(Message("velmart_ready", R"({"searchByUploadUrl":"u"})"));
-    EXPECT_EQ(listener.Calls(), 1);
+    Ready("u");
+    EXPECT_EQ(1, listener.Calls());
     EXPECT_TRUE(FindSimilarIsAvailable());
 }
 
@@ -136,27 +124,16 @@ TEST_F(PanelStatus, TheTraceOfAChangeComesBeforeTheChange)
     Send(Message("velmart_ready"));
     Send(Message("velmart_over"));
     RedirectTraces({});
-    EXPECT_EQ(statuses, (std::vector<OpApiStatus>{OpApiUnset, OpApiReady}));
-}
-
-TEST_F(PanelStatus, TheTraceOfAChangeComesBeforeItIsTold)
-{
-    bool traced = false;
-    Listener listener([&](ZALBaseUnknown*, ZALNotification*, void*) {
-        traced = Traced("ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Ready");
-    });
-    listener.Subscribe(&Addin(), StatusClass);
-    Send(Message("velmart_ready"));
-    EXPECT_TRUE(traced);
+    EXPECT_EQ((std::vector<OpApiStatus>{OpApiUnset, OpApiReady}), statuses);
 }
 
 TEST_F(PanelStatus, OverWithoutContentLeavesThePageReady)
 {
     Send(Message("velmart_ready"));
-    EXPECT_EQ(Send(R"({"event":"velmart_over"})"), E_FAIL);
-    EXPECT_EQ(Addin().GetOpApiStatus(), OpApiReady);
+    EXPECT_EQ(E_FAIL, Send(R"({"event":"velmart_over"})"));
+    EXPECT_EQ(OpApiReady, Addin().GetOpApiStatus());
     EXPECT_TRUE(FindSimilarIsAvailable());
-    EXPECT_EQ(CountOf(StatusClass), 1);
+    EXPECT_EQ(1, CountOf(StatusClass));
 }
 
 TEST_F(PanelStatus, TracesEachStep)
@@ -164,31 +141,18 @@ TEST_F(PanelStatus, TracesEachStep)
     Send(Message("velmart_ready"));
     Send(Message("velmart_ready"));
     Send(Message("velmart_over"));
-    EXPECT_EQ(Traces(), (Texts{"ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_ready\n",
-                               "ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Ready\n",
-                               "ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to Available\n",
-                               "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_ready\n",
-                               "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_over\n",
-                               "ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Over\n",
-                               "ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to NotAvailable\n"}));
+    EXPECT_EQ((Texts{"ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_ready\n",
+                     "ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Ready\n",
+                     "ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to Available\n",
+                     "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_ready\n",
+                     "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_over\n",
+                     "ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Over\n",
+                     "ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to NotAvailable\n"}),
+              Traces());
 }
 
 // ---------------------------------------------------------------------------------------------
 // Find Similar
-
-TEST_F(PanelStatus, ReadyMakesFindSimilarAvailableModeByMode)
-{
-    Send(Message("velmart_ready"));
-    EXPECT_EQ(HeaderCalls(), (Texts{"1=1", "8=1", "16=1"}));
-}
-
-TEST_F(PanelStatus, OverGreysFindSimilarModeByMode)
-{
-    Send(Message("velmart_ready"));
-    HeaderCalls().clear();
-    Send(Message("velmart_over"));
-    EXPECT_EQ(HeaderCalls(), (Texts{"1=0", "8=0", "16=0"}));
-}
 
 TEST_F(PanelStatus, FindSimilarChangesAfterTheTraceOfIt)
 {
@@ -199,17 +163,19 @@ TEST_F(PanelStatus, FindSimilarChangesAfterTheTraceOfIt)
     });
     Send(Message("velmart_ready"));
     journal::Redirect({});
-    EXPECT_EQ(traced, (std::vector<bool>{true, true, true}));
+    EXPECT_EQ((std::vector<bool>{true, true, true}), traced);
 }
 
-TEST_F(PanelStatus, WhatFindSimilarIsAlreadyIsNotSetAgain)
+TEST_F(PanelStatus, FindSimilarFollowsModeByModeAndIsNotSetToWhatItIs)
 {
     Send(Message("velmart_over"));
-    EXPECT_TRUE(HeaderCalls().empty());
+    EXPECT_EQ(Texts(), HeaderCalls());
     Send(Message("velmart_ready"));
+    Send(Message("velmart_ready"));
+    EXPECT_EQ((Texts{"1=1", "8=1", "16=1"}), HeaderCalls());
     HeaderCalls().clear();
-    Send(Message("velmart_ready"));
-    EXPECT_TRUE(HeaderCalls().empty());
+    Send(Message("velmart_over"));
+    EXPECT_EQ((Texts{"1=0", "8=0", "16=0"}), HeaderCalls());
 }
 
 TEST_F(PanelStatus, ReadyAgainBringsFindSimilarBackThoughTheStatusStays)
@@ -218,16 +184,17 @@ TEST_F(PanelStatus, ReadyAgainBringsFindSimilarBackThoughTheStatusStays)
     ZALCommandHeader::GetHeaderFromList(FindSimilarHeader, 0)->SetAvailability(ZALHeaderInGlobalMode, 0);
     Send(Message("velmart_ready"));
     EXPECT_TRUE(FindSimilarIsAvailable());
-    EXPECT_EQ(CountOf(StatusClass), 1);
+    EXPECT_EQ(1, CountOf(StatusClass));
 }
 
-TEST_F(PanelStatus, WithoutAFindSimilarHeaderNothingIsTracedAndTheStatusStillChanges)
+TEST_F(PanelStatus, WithoutAFindSimilarHeaderTheStatusAloneChanges)
 {
     ConfigureCommands({.findSimilarHeader = false});
-    EXPECT_EQ(Send(Message("velmart_ready")), S_OK);
-    EXPECT_EQ(Addin().GetOpApiStatus(), OpApiReady);
-    EXPECT_EQ(Traces(), (Texts{"ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_ready\n",
-                               "ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Ready\n"}));
+    EXPECT_EQ(S_OK, Send(Message("velmart_ready")));
+    EXPECT_EQ(OpApiReady, Addin().GetOpApiStatus());
+    EXPECT_EQ((Texts{"ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_ready\n",
+                     "ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Ready\n"}),
+              Traces());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -237,33 +204,30 @@ TEST_F(PanelStatus, APageElsewhereMeansOver)
 {
     Send(Message("velmart_ready"));
     const std::size_t traced = Traces().size();
-    EXPECT_EQ(Addin().OnPageUrl(PageElsewhere), S_OK);
-    EXPECT_EQ(Addin().GetOpApiStatus(), OpApiOver);
+    EXPECT_EQ(S_OK, Addin().OnPageUrl(PageElsewhere));
+    EXPECT_EQ(OpApiOver, Addin().GetOpApiStatus());
     EXPECT_FALSE(FindSimilarIsAvailable());
-    EXPECT_EQ(CountOf(StatusClass), 2);
-    EXPECT_EQ(Texts(Traces().begin() + static_cast<std::ptrdiff_t>(traced), Traces().end()),
-              (Texts{"ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Over\n",
-                     "ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to NotAvailable\n"}));
+    EXPECT_EQ(2, CountOf(StatusClass));
+    EXPECT_EQ((Texts{"ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Over\n",
+                     "ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to NotAvailable\n"}),
+              Texts(Traces().begin() + static_cast<std::ptrdiff_t>(traced), Traces().end()));
 }
 
 TEST_F(PanelStatus, APageElsewhereIsToldOnce)
 {
     Addin().OnPageUrl(PageElsewhere);
     Addin().OnPageUrl("https://elsewhere.example/again");
-    EXPECT_EQ(CountOf(StatusClass), 1);
-    EXPECT_EQ(Traces(), Texts{"ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Over\n"});
+    EXPECT_EQ(1, CountOf(StatusClass));
+    EXPECT_EQ(Texts{"ZALVelmartMeridiaAccessAddin::ChangeOpApiStatus to Over\n"}, Traces());
 }
 
 TEST_F(PanelStatus, APageElsewhereGreysFindSimilarThoughTheStatusIsOverAlready)
 {
     Send(Message("velmart_over"));
-    ZALCommandHeader* header = ZALCommandHeader::GetHeaderFromList(FindSimilarHeader, 0);
-    for (const int mode : {ZALHeaderInGlobalMode, ZALHeaderInLocalMode, ZALHeaderInContextMode})
-        header->SetAvailability(mode, 1);
-    HeaderCalls().clear();
-    EXPECT_EQ(Addin().OnPageUrl(PageElsewhere), S_OK);
-    EXPECT_EQ(HeaderCalls(), (Texts{"1=0", "8=0", "16=0"}));
-    EXPECT_EQ(CountOf(StatusClass), 1);
+    SetHeader(1);
+    EXPECT_EQ(S_OK, Addin().OnPageUrl(PageElsewhere));
+    EXPECT_EQ((Texts{"1=0", "8=0", "16=0"}), HeaderCalls());
+    EXPECT_EQ(1, CountOf(StatusClass));
 }
 
 TEST_F(PanelStatus, TheChangeToOverIsToldBeforeFindSimilarIsGreyed)
@@ -275,7 +239,7 @@ TEST_F(PanelStatus, TheChangeToOverIsToldBeforeFindSimilarIsGreyed)
     Addin().OnPageUrl(PageElsewhere);
     Send(Message("velmart_ready"));
     Send(Message("velmart_over"));
-    EXPECT_EQ(available, (std::vector<bool>{true, false, true}));
+    EXPECT_EQ((std::vector<bool>{true, false, true}), available);
 }
 
 TEST_F(PanelStatus, APageOfTheCatalogueLeavesTheStatusAlone)
@@ -283,8 +247,8 @@ TEST_F(PanelStatus, APageOfTheCatalogueLeavesTheStatusAlone)
     const std::string host = VelmartProductionHost;
     for (const std::string& url : {CataloguePage + "search?q=bolt", "http://" + host, OtherDeploymentsPage,
                                    PageElsewhere + ("?from=" + host), host, std::string(VelmartOtherHostsFragment)}) {
-        EXPECT_EQ(Addin().OnPageUrl(url.c_str()), S_OK);
-        EXPECT_EQ(Addin().GetOpApiStatus(), OpApiUnset) << url;
+        EXPECT_EQ(S_OK, Addin().OnPageUrl(url.c_str()));
+        EXPECT_EQ(OpApiUnset, Addin().GetOpApiStatus()) << url;
     }
     EXPECT_TRUE(Notifications().empty());
     EXPECT_TRUE(HeaderCalls().empty());
@@ -295,25 +259,21 @@ TEST_F(PanelStatus, APageOfTheCatalogueDoesNotUndoOver)
     Send(Message("velmart_ready"));
     Addin().OnPageUrl(PageElsewhere);
     Addin().OnPageUrl(CataloguePage.c_str());
-    EXPECT_EQ(Addin().GetOpApiStatus(), OpApiOver);
+    EXPECT_EQ(OpApiOver, Addin().GetOpApiStatus());
     EXPECT_FALSE(FindSimilarIsAvailable());
 }
 
-TEST_F(PanelStatus, TheHostNameIsComparedWithItsLetterCase)
+TEST_F(PanelStatus, PageWithoutTheHostNameInItsLetterCaseIsElsewhere)
 {
-    std::string url = CataloguePage;
-    for (char& letter : url)
+    std::string inOtherCase = CataloguePage;
+    for (char& letter : inOtherCase)
         letter = static_cast<char>(std::islower(letter) ? std::toupper(letter) : std::tolower(letter));
-    Addin().OnPageUrl(url.c_str());
-    EXPECT_EQ(Addin().GetOpApiStatus(), OpApiOver);
-}
-
-TEST_F(PanelStatus, AnEmptyAddressIsAPageElsewhere)
-{
-    EXPECT_EQ(Addin().OnPageUrl(""), S_OK);
-    EXPECT_EQ(Addin().GetOpApiStatus(), OpApiOver);
+    for (const std::string& url : {inOtherCase, std::string()}) {
+        Send(Message("velmart_ready"));
+        EXPECT_EQ(S_OK, Addin().OnPageUrl(url.c_str()));
+        EXPECT_EQ(OpApiOver, Addin().GetOpApiStatus()) << url;
+    }
 }
 
 } // namespace
-
 } // namespace openhost::testing

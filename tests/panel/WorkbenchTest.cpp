@@ -3,12 +3,9 @@
 #include "tests/panel/PanelFixture.h"
 
 #include "host/dialog_engine.h"
-#include "host/frame.h"
 #include "host/panel.h"
-#include "tests/support/Objects.h"
 
 namespace openhost::testing {
-
 namespace {
 
 class Panel : public ZALIMeridiaAccessDialog {
@@ -37,38 +34,38 @@ public:
 
 class PanelWorkbench : public PanelFixture {
 protected:
-    std::size_t LayoutSubscriptions()
+    /// What a change of workbench does to Find Similar when it stands at `state` and the page has said `event`.
+    Texts CallsOfAChange(const char* event, int state)
     {
-        return SubscribersOf(ZALFrmLayout::GetCurrentLayout(), ZALWorkbenchChanged::ClassName()).size();
-    }
-    void SetHeader(int state)
-    {
-        ZALCommandHeader* header = ZALCommandHeader::GetHeaderFromList(FindSimilarHeader, 0);
-        header->SetAvailability(ZALHeaderInGlobalMode, state);
-        HeaderCalls().clear();
+        Addin().SetAccessDialog(nullptr);
+        if (event)
+            Send(Message(event));
+        SetHeader(state);
+        ChangeWorkshop("PartWorkshop");
+        return HeaderCalls();
     }
 };
 
 TEST_F(PanelWorkbench, AttachingKeepsTheImplementationOfThePanelWithoutAReference)
 {
     auto* panel = new Panel;
-    EXPECT_EQ(Addin().SetAccessDialog(panel), S_OK);
-    EXPECT_EQ(panel->levels, std::vector<int>{0});
-    EXPECT_EQ(ReferencesOf(panel), 1U);
-    EXPECT_EQ(panel->Release(), 0U);
-    EXPECT_EQ(Addin().SetAccessDialog(nullptr), S_OK);
+    EXPECT_EQ(S_OK, Addin().SetAccessDialog(panel));
+    EXPECT_EQ(std::vector<int>{0}, panel->levels);
+    EXPECT_EQ(1U, ReferencesOf(panel));
+    EXPECT_EQ(0U, panel->Release());
+    EXPECT_EQ(S_OK, Addin().SetAccessDialog(nullptr));
 }
 
 TEST_F(PanelWorkbench, ThePanelIsHeldAsComponentAndAsInterfaceDuringACallAlone)
 {
     auto* panel = new Panel;
     Addin().SetAccessDialog(panel);
-    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
+    EXPECT_EQ(S_OK, Addin().SearchByUpload("http://x/?a", "q"));
     Send(Message("velmart_ready"));
-    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
-    EXPECT_EQ(panel->references, (std::vector<unsigned int>{3, 3}));
-    EXPECT_EQ(Addin().OnPageUrl(CataloguePage.c_str()), S_OK);
-    EXPECT_EQ(panel->Release(), 0U);
+    EXPECT_EQ(S_OK, Addin().SearchByUpload("http://x/?a", "q"));
+    EXPECT_EQ((std::vector<unsigned int>{3, 3}), panel->references);
+    EXPECT_EQ(S_OK, Addin().OnPageUrl(CataloguePage.c_str()));
+    EXPECT_EQ(0U, panel->Release());
 }
 
 TEST_F(PanelWorkbench, AttachingKeepsWhatStandsBehindThePanel)
@@ -77,8 +74,8 @@ TEST_F(PanelWorkbench, AttachingKeepsWhatStandsBehindThePanel)
     const Owned<Panel> panel(new Panel);
     panel->implementation = implementation.get();
     Addin().SetAccessDialog(panel.get());
-    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
-    EXPECT_EQ(implementation->references.size(), 1U);
+    EXPECT_EQ(S_OK, Addin().SearchByUpload("http://x/?a", "q"));
+    EXPECT_EQ(1U, implementation->references.size());
     EXPECT_TRUE(panel->references.empty());
 }
 
@@ -88,31 +85,24 @@ TEST_F(PanelWorkbench, AttachingAnotherPanelReplacesTheFirst)
     const Owned<Panel> second(new Panel);
     Addin().SetAccessDialog(first.get());
     Addin().SetAccessDialog(second.get());
-    EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
+    EXPECT_EQ(S_OK, Addin().SearchByUpload("http://x/?a", "q"));
     EXPECT_TRUE(first->references.empty());
-    EXPECT_EQ(second->references.size(), 1U);
+    EXPECT_EQ(1U, second->references.size());
 }
 
-TEST_F(PanelWorkbench, WhatTheScriptOfASearchGivesIsHandedOnAsItIs)
+TEST_F(PanelWorkbench, ASearchGivesTheResultOfTheScriptButNotOfTheAddress)
 {
     const Owned<Panel> panel(new Panel);
     Addin().SetAccessDialog(panel.get());
-    Send(Message("velmart_ready"));
-    for (const HRESULT result : {S_OK, S_FALSE, E_FAIL, E_INVALIDARG}) {
-        panel->result = result;
-        EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), result);
+    for (const bool isReady : {false, true}) {
+        if (isReady)
+            Send(Message("velmart_ready"));
+        for (const HRESULT result : {S_OK, S_FALSE, E_FAIL, E_INVALIDARG}) {
+            panel->result = result;
+            EXPECT_EQ(isReady ? result : S_OK, Addin().SearchByUpload("http://x/?a", "q"));
+        }
     }
-}
-
-TEST_F(PanelWorkbench, WhatAnAddressGivesIsNotHandedOn)
-{
-    const Owned<Panel> panel(new Panel);
-    Addin().SetAccessDialog(panel.get());
-    for (const HRESULT result : {S_FALSE, E_INVALIDARG}) {
-        panel->result = result;
-        EXPECT_EQ(Addin().SearchByUpload("http://x/?a", "q"), S_OK);
-    }
-    EXPECT_EQ(panel->references.size(), 2U);
+    EXPECT_EQ(8U, panel->references.size());
 }
 
 TEST_F(PanelWorkbench, AnAddressIsAnsweredWellWhateverTheScriptGives)
@@ -124,73 +114,40 @@ TEST_F(PanelWorkbench, AnAddressIsAnsweredWellWhateverTheScriptGives)
     Addin().SetAccessDialog(panel.get());
     for (const HRESULT result : {S_FALSE, E_FAIL, E_INVALIDARG}) {
         panel->result = result;
-        EXPECT_EQ(Addin().OnPageUrl(CataloguePage.c_str()), S_OK);
+        EXPECT_EQ(S_OK, Addin().OnPageUrl(CataloguePage.c_str()));
     }
-    EXPECT_EQ(panel->references, (std::vector<unsigned int>{3, 3, 3}));
-    EXPECT_EQ(ReferencesOf(panel.get()), 1U);
+    EXPECT_EQ((std::vector<unsigned int>{3, 3, 3}), panel->references);
+    EXPECT_EQ(1U, ReferencesOf(panel.get()));
 }
 
 TEST_F(PanelWorkbench, AttachingSubscribesOnce)
 {
-    auto* panel = new Panel;
-    EXPECT_EQ(Addin().SetAccessDialog(panel), S_OK);
-    EXPECT_EQ(Addin().SetAccessDialog(panel), S_OK);
-    EXPECT_EQ(Addin().SetAccessDialog(nullptr), S_OK);
-    EXPECT_EQ(LayoutSubscriptions(), 1U);
-    panel->Release();
-}
-
-TEST_F(PanelWorkbench, AttachingNoPanelSubscribesAllTheSame)
-{
-    EXPECT_EQ(Addin().SetAccessDialog(nullptr), S_OK);
-    EXPECT_EQ(LayoutSubscriptions(), 1U);
+    const Owned<Panel> panel(new Panel);
+    EXPECT_EQ(S_OK, Addin().SetAccessDialog(nullptr));
+    EXPECT_EQ(1U, LayoutSubscriptions());
+    EXPECT_EQ(S_OK, Addin().SetAccessDialog(panel.get()));
+    EXPECT_EQ(S_OK, Addin().SetAccessDialog(nullptr));
+    EXPECT_EQ(1U, LayoutSubscriptions());
 }
 
 TEST_F(PanelWorkbench, WithoutALayoutTheSubscriptionWaitsForTheNextAttaching)
 {
     ConfigureFrame({.layout = false});
-    EXPECT_EQ(Addin().SetAccessDialog(nullptr), S_OK);
+    EXPECT_EQ(S_OK, Addin().SetAccessDialog(nullptr));
     ConfigureFrame({});
-    EXPECT_EQ(LayoutSubscriptions(), 0U);
-    EXPECT_EQ(Addin().SetAccessDialog(nullptr), S_OK);
-    EXPECT_EQ(LayoutSubscriptions(), 1U);
+    EXPECT_EQ(0U, LayoutSubscriptions());
+    EXPECT_EQ(S_OK, Addin().SetAccessDialog(nullptr));
+    EXPECT_EQ(1U, LayoutSubscriptions());
 }
 
-TEST_F(PanelWorkbench, AChangeSetsFindSimilarAgainWhileThePageIsReady)
+TEST_F(PanelWorkbench, AChangeMakesFindSimilarWhatTheStatusSays)
 {
-    Addin().SetAccessDialog(nullptr);
-    Send(Message("velmart_ready"));
-    SetHeader(0);
-    ChangeWorkshop("PartWorkshop");
-    EXPECT_EQ(HeaderCalls(), (Texts{"1=1", "8=1", "16=1"}));
+    const Texts greyed{"1=0", "8=0", "16=0"};
+    EXPECT_EQ(greyed, CallsOfAChange(nullptr, 1)) << "while it is unset";
+    EXPECT_EQ((Texts{"1=1", "8=1", "16=1"}), CallsOfAChange("velmart_ready", 0));
     EXPECT_TRUE(FindSimilarIsAvailable());
-}
-
-TEST_F(PanelWorkbench, AChangeKeepsFindSimilarGreyWhileThePageIsOver)
-{
-    Addin().SetAccessDialog(nullptr);
-    Send(Message("velmart_over"));
-    HeaderCalls().clear();
-    ChangeWorkshop("PartWorkshop");
-    EXPECT_TRUE(HeaderCalls().empty());
-    EXPECT_FALSE(FindSimilarIsAvailable());
-}
-
-TEST_F(PanelWorkbench, AChangeGreysFindSimilarWhileThePageIsOver)
-{
-    Addin().SetAccessDialog(nullptr);
-    Send(Message("velmart_over"));
-    SetHeader(1);
-    ChangeWorkshop("PartWorkshop");
-    EXPECT_EQ(HeaderCalls(), (Texts{"1=0", "8=0", "16=0"}));
-}
-
-TEST_F(PanelWorkbench, AChangeCountsAnUnsetStatusAsNotAvailable)
-{
-    Addin().SetAccessDialog(nullptr);
-    SetHeader(1);
-    ChangeWorkshop("PartWorkshop");
-    EXPECT_EQ(HeaderCalls(), (Texts{"1=0", "8=0", "16=0"}));
+    EXPECT_EQ(greyed, CallsOfAChange("velmart_over", 1));
+    EXPECT_EQ(Texts(), CallsOfAChange("velmart_over", 0)) << "it is grey already";
 }
 
 TEST_F(PanelWorkbench, AChangeBeforeAttachingIsNotSeen)
@@ -217,17 +174,18 @@ TEST_F(PanelWorkbench, EndingGreysFindSimilarAndThenUnsubscribes)
 
     ReleaseAddin();
 
-    EXPECT_EQ(subscriptions, (std::vector<std::size_t>{1, 1, 1}));
-    EXPECT_EQ(LayoutSubscriptions(), 0U);
+    EXPECT_EQ((std::vector<std::size_t>{1, 1, 1}), subscriptions);
+    EXPECT_EQ(0U, LayoutSubscriptions());
     EXPECT_FALSE(FindSimilarIsAvailable());
-    EXPECT_EQ(CountOf(StatusClass), told);
-    EXPECT_EQ(Traces().back(), "ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to NotAvailable\n");
+    EXPECT_EQ(told, CountOf(StatusClass));
+    EXPECT_EQ("ZALVelmartMeridiaAccessAddin::ChangeFindSimilarHeaderAvailability to NotAvailable\n", Traces().back());
 }
 
-TEST_F(PanelWorkbench, EndingWithoutALayoutIsQuiet)
+TEST_F(PanelWorkbench, EndingWithoutALayoutOrAFindSimilarHeaderIsQuiet)
 {
     Addin().SetAccessDialog(nullptr);
     ConfigureFrame({.layout = false});
+    ConfigureCommands({.findSimilarHeader = false});
     ReleaseAddin();
     EXPECT_TRUE(Traces().empty());
 }
@@ -239,26 +197,18 @@ TEST_F(PanelWorkbench, EndingWithALayoutThatReplacedTheFirstLeavesItAlone)
     Listener other;
     other.Subscribe(ZALFrmLayout::GetCurrentLayout(), ZALWorkbenchChanged::ClassName());
     ReleaseAddin();
-    EXPECT_EQ(LayoutSubscriptions(), 1U);
-}
-
-TEST_F(PanelWorkbench, EndingWithoutAFindSimilarHeaderIsQuiet)
-{
-    ConfigureCommands({.findSimilarHeader = false});
-    ReleaseAddin();
-    EXPECT_TRUE(Traces().empty());
+    EXPECT_EQ(1U, LayoutSubscriptions());
 }
 
 TEST_F(PanelWorkbench, EndingDuringADownloadLeavesNobodyToTell)
 {
-    EXPECT_EQ(Send(Message("velmart_open", RemoteFile)), S_OK);
-    EXPECT_EQ(Waiting(), 1U);
+    EXPECT_EQ(S_OK, Send(Message("velmart_open", RemoteFile)));
+    EXPECT_EQ(1U, Waiting());
     ReleaseAddin();
-    EXPECT_EQ(Waiting(), 0U);
+    EXPECT_EQ(0U, Waiting());
     EndDownload(Complete(Complete::DownloadFailed));
     EXPECT_TRUE(Surface().Questions().empty());
 }
 
 } // namespace
-
 } // namespace openhost::testing

@@ -22,9 +22,9 @@ protected:
             files.Append(Text(Temp() / source));
         const HRESULT result = ApplyTemplates(Text(partTemplate), Text(productTemplate), files, Properties,
                                               Text(Parts()), FromUtf8(Root), method, Results, Error, Warnings);
-        EXPECT_EQ(ToUtf8(Error), "");
-        EXPECT_EQ(Workspace.OpenDocuments(), 0);
-        EXPECT_EQ(Workspace.Locks(), 0);
+        EXPECT_EQ("", ToUtf8(Error));
+        EXPECT_EQ(0, Workspace.OpenDocuments());
+        EXPECT_EQ(0, Workspace.Locks());
         return result;
     }
     /// The results, relative to Parts().
@@ -41,7 +41,7 @@ protected:
         for (const std::string& name : names)
             Downloaded(name);
     }
-    Texts RunTraces() const { return TracesFrom("ApplyTemplates"); }
+    Texts RunTraces() const { return TracesFrom("ApplyTemplates - "); }
 
     std::filesystem::path partTemplate = PartTemplate();
     std::filesystem::path productTemplate = ProductTemplate();
@@ -69,10 +69,9 @@ TEST_P(ResultName, FollowsRootSourceAndIndex)
 {
     const NameCase& name = GetParam();
     ZALUnicodeString path = "before";
-    EXPECT_EQ(
-        BuildDestinationFilePath("/folder", name.root, ZALUnicodeString("/temp/deep/") + name.source, path, name.index),
-        S_OK);
-    EXPECT_EQ(ToUtf8(path), std::string("/folder/") + name.expected);
+    EXPECT_EQ(S_OK, BuildDestinationFilePath("/folder", name.root, ZALUnicodeString("/temp/deep/") + name.source, path,
+                                             name.index));
+    EXPECT_EQ(std::string("/folder/") + name.expected, ToUtf8(path));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -99,24 +98,22 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(ApplyTemplatesRun, TracesWhatItIsGiven)
 {
-    EXPECT_EQ(Apply(SaveMethodNewFrom), E_INVALIDARG) << "without sources";
+    EXPECT_EQ(E_INVALIDARG, Apply(SaveMethodNewFrom)) << "without sources";
     EXPECT_THAT(RunTraces(),
-                ElementsAre("ApplyTemplates - isPartTemplatePath: " + partTemplate.string(),
-                            "ApplyTemplates - isProductTemplatePath: " + productTemplate.string(),
-                            "ApplyTemplates - isDestFolderPath: " + Parts().string(),
-                            "ApplyTemplates - isDestRootFileName: bolt", "ApplyTemplates - SaveMethod: 1"));
+                ElementsAre("isPartTemplatePath: " + partTemplate.string(),
+                            "isProductTemplatePath: " + productTemplate.string(),
+                            "isDestFolderPath: " + Parts().string(), "isDestRootFileName: bolt", "SaveMethod: 1"));
 }
 
 TEST_F(ApplyTemplatesRun, RefusesNoMethodAndNoSources)
 {
     Results.Append("old");
     Warnings.Append("kept");
-    EXPECT_EQ(Apply(), E_INVALIDARG);
+    EXPECT_EQ(E_INVALIDARG, Apply());
     EXPECT_THAT(ResultNames(), IsEmpty());
     EXPECT_THAT(TextsOf(Warnings), ElementsAre("kept"));
-
     Download({"a.ZALPart"});
-    EXPECT_EQ(Apply(SaveMethodNone), E_INVALIDARG);
+    EXPECT_EQ(E_INVALIDARG, Apply(SaveMethodNone));
     EXPECT_THAT(Names(Parts()), IsEmpty());
     EXPECT_TRUE(exists(Temp() / "a.ZALPart"));
     EXPECT_THAT(Workspace.calls, IsEmpty());
@@ -127,32 +124,29 @@ TEST_F(ApplyTemplatesRun, RebuildsOnePart)
     Download({"a.zalpart"});
     Workspace.AddPart(PartTemplate(), "template");
     Workspace.AddSolidPart(Temp() / "a.zalpart", "source");
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.zalpart"));
-    EXPECT_EQ(Workspace.calls.front(), "Open temp/VelmartTemplates/PartTemplate.ZALPart, 0");
+    EXPECT_EQ("Open temp/VelmartTemplates/PartTemplate.ZALPart, 0", Workspace.calls.front());
     EXPECT_THAT(Workspace.CallsOf({"Unlock", "Remove"}),
                 ElementsAre("Unlock source 0", "Remove source 1", "Unlock template 0", "Remove template 1"));
-    EXPECT_EQ(Read(Parts() / "bolt.zalpart"), "template");
+    EXPECT_EQ("template", Read(Parts() / "bolt.zalpart"));
 }
 
-TEST_F(ApplyTemplatesRun, MovesOnePartWithoutAPartTemplate)
+TEST_F(ApplyTemplatesRun, MovesOneFileOfAnyOtherKindAndAPartWithoutATemplate)
 {
-    partTemplate.clear();
-    Download({"a.ZALPart"});
-    EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALPart"));
-    EXPECT_EQ(Read(Parts() / "bolt.ZALPart"), "downloaded a.ZALPart");
-}
-
-TEST_F(ApplyTemplatesRun, MovesOneFileOfAnyOtherKind)
-{
-    for (const char* name : {"a.ZALProduct", "a.stp", "a"}) {
-        Download({name});
-        EXPECT_EQ(Apply(), S_OK);
-        EXPECT_FALSE(exists(Temp() / name));
-        const std::string expected = "bolt" + std::filesystem::path(name).extension().string();
-        EXPECT_THAT(ResultNames(), ElementsAre(expected));
-        EXPECT_EQ(Read(Parts() / expected), std::string("downloaded ") + name);
+    for (const std::string name : {"a.ZALProduct", "a.stp", "a", "a.ZALPart"}) {
+        if (name == "a.ZALPart")
+            partTemplate.clear();
+        for (const std::string root : {"bolt", ""}) {
+            Root = root;
+            Download({name});
+            EXPECT_EQ(S_OK, Apply());
+            EXPECT_FALSE(exists(Temp() / name));
+            const std::string expected =
+                root.empty() ? name : "bolt" + std::filesystem::path(name).extension().string();
+            EXPECT_THAT(ResultNames(), ElementsAre(expected));
+            EXPECT_EQ("downloaded " + name, Read(Parts() / expected));
+        }
     }
     EXPECT_THAT(Workspace.calls, IsEmpty());
 }
@@ -163,9 +157,9 @@ TEST_F(ApplyTemplatesRun, ReportsOneFileThatIsThereAlready)
         Download({name});
         const std::string result = "bolt" + std::filesystem::path(name).extension().string();
         Write(Parts() / result, "old");
-        EXPECT_EQ(Apply(), S_FALSE);
+        EXPECT_EQ(S_FALSE, Apply());
         EXPECT_THAT(ResultNames(), ElementsAre(result));
-        EXPECT_EQ(Read(Parts() / result), "old");
+        EXPECT_EQ("old", Read(Parts() / result));
         EXPECT_TRUE(exists(Temp() / name));
     }
     EXPECT_THAT(Workspace.calls, IsEmpty());
@@ -174,23 +168,27 @@ TEST_F(ApplyTemplatesRun, ReportsOneFileThatIsThereAlready)
 TEST_F(ApplyTemplatesRun, ReportsNothingOfOneFileThatFails)
 {
     Sources = {"gone.stp"};
-    EXPECT_EQ(Apply(), E_FAIL);
+    EXPECT_EQ(E_FAIL, Apply());
     EXPECT_THAT(ResultNames(), IsEmpty());
-
     Download({"a.ZALPart"});
     Workspace.AddPart(PartTemplate(), "template"); // the source cannot be opened
-    EXPECT_EQ(Apply(), E_FAIL);
+    EXPECT_EQ(E_FAIL, Apply());
     EXPECT_THAT(ResultNames(), IsEmpty());
     EXPECT_THAT(Workspace.CallsOf({"Unlock", "Remove"}), ElementsAre("Unlock template 0", "Remove template 1"));
 }
 
-TEST_F(ApplyTemplatesRun, GivesTheCodeOfTheSaveOfOnePart)
+TEST_F(ApplyTemplatesRun, GivesTheAnswerOfTheSaveOfOnePart)
 {
     Download({"a.ZALPart"});
-    Workspace.AddPart(PartTemplate(), "template").saveResult = E_INVALIDARG;
+    ScriptedWorkspaceDocument& used = Workspace.AddPart(PartTemplate(), "template");
     Workspace.AddSolidPart(Temp() / "a.ZALPart", "source");
-    EXPECT_EQ(Apply(), E_INVALIDARG);
+    used.saveResult = E_INVALIDARG;
+    used.leavesFile = false;
+    EXPECT_EQ(E_INVALIDARG, Apply());
     EXPECT_THAT(ResultNames(), IsEmpty());
+    used.saveResult = 7;
+    EXPECT_EQ(7, Apply());
+    EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALPart"));
 }
 
 TEST_F(ApplyTemplatesRun, MovesSeveralProductsUnderTheirOwnNamesWithAWarning)
@@ -200,15 +198,15 @@ TEST_F(ApplyTemplatesRun, MovesSeveralProductsUnderTheirOwnNamesWithAWarning)
     Write(catalogs / "ZALVelmartFileDownloader.ZALNls", "WarnNoTemplateMultiProduct = \"Too many products\";\n");
     Download({"a.ZALProduct", "b.zalproduct", "p.ZALPart"});
     Warnings.Append("kept");
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("a.ZALProduct", "b.zalproduct", "p.ZALPart"));
     EXPECT_THAT(Names(Parts()), ElementsAre("a.ZALProduct", "b.zalproduct", "p.ZALPart"));
-    EXPECT_EQ(Read(Parts() / "b.zalproduct"), "downloaded b.zalproduct");
+    EXPECT_EQ("downloaded b.zalproduct", Read(Parts() / "b.zalproduct"));
     EXPECT_THAT(TextsOf(Warnings), ElementsAre("kept", "Too many products"));
     const Texts traces = RunTraces();
-    ASSERT_EQ(traces.size(), 7U);
-    EXPECT_EQ(traces[5], "ApplyTemplates - WARNING - No Support of template for multiple products");
-    EXPECT_EQ(traces[6], "ApplyTemplates - No Product Template - we move the files");
+    ASSERT_EQ(7U, traces.size());
+    EXPECT_EQ("WARNING - No Support of template for multiple products", traces[5]);
+    EXPECT_EQ("No Product Template - we move the files", traces[6]);
     EXPECT_THAT(Workspace.calls, IsEmpty());
 }
 
@@ -216,7 +214,7 @@ TEST_F(ApplyTemplatesRun, WarnsWithAnEmptyTextWithoutACatalog)
 {
     Download({"a.ZALProduct", "b.ZALProduct"});
     productTemplate.clear();
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(TextsOf(Warnings), ElementsAre(""));
 }
 
@@ -224,11 +222,11 @@ TEST_F(ApplyTemplatesRun, MovesTheFilesWithoutAProductTemplate)
 {
     productTemplate.clear();
     Download({"p.ZALPart", "a.ZALProduct", "drawing.pdf"});
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("p.ZALPart", "bolt.ZALProduct", "drawing.pdf"))
         << "the order of the sources";
-    EXPECT_EQ(Read(Parts() / "bolt.ZALProduct"), "downloaded a.ZALProduct");
-    EXPECT_THAT(RunTraces(), Contains("ApplyTemplates - No Product Template - we move the files"));
+    EXPECT_EQ("downloaded a.ZALProduct", Read(Parts() / "bolt.ZALProduct"));
+    EXPECT_THAT(RunTraces(), Contains("No Product Template - we move the files"));
     EXPECT_THAT(TextsOf(Warnings), IsEmpty());
     EXPECT_THAT(Workspace.calls, IsEmpty()) << "the part template is not used";
 }
@@ -237,7 +235,7 @@ TEST_F(ApplyTemplatesRun, MovesFilesWithoutAProductUnderTheirOwnNames)
 {
     productTemplate.clear();
     Download({"p.ZALPart", "q.ZALPart"});
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("p.ZALPart", "q.ZALPart"));
 }
 
@@ -246,7 +244,7 @@ TEST_F(ApplyTemplatesRun, MovesTheOtherFilesWhenOneFails)
     productTemplate.clear();
     Download({"p.ZALPart", "q.ZALPart", "a.ZALProduct"});
     std::filesystem::remove(Temp() / "p.ZALPart");
-    EXPECT_EQ(Apply(), E_FAIL);
+    EXPECT_EQ(E_FAIL, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("q.ZALPart", "bolt.ZALProduct"));
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt.ZALProduct", "q.ZALPart"));
 }
@@ -256,19 +254,10 @@ TEST_F(ApplyTemplatesRun, ReportsAMovedFileWhoseTargetIsThere)
     productTemplate.clear();
     Download({"a.ZALProduct", "p.ZALPart"});
     Write(Parts() / "p.ZALPart", "old");
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "p.ZALPart"));
-    EXPECT_EQ(Read(Parts() / "p.ZALPart"), "old");
+    EXPECT_EQ("old", Read(Parts() / "p.ZALPart"));
     EXPECT_TRUE(exists(Temp() / "p.ZALPart"));
-}
-
-TEST_F(ApplyTemplatesRun, GivesTheAnswerOfASaveThatIsNoFailure)
-{
-    Download({"a.ZALPart"});
-    Workspace.AddPart(PartTemplate(), "template").saveResult = 7;
-    Workspace.AddSolidPart(Temp() / "a.ZALPart", "source");
-    EXPECT_EQ(Apply(), 7);
-    EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALPart"));
 }
 
 TEST_F(ApplyTemplatesRun, SavesByAnyOtherNumberAsALaterVersion)
@@ -278,25 +267,17 @@ TEST_F(ApplyTemplatesRun, SavesByAnyOtherNumberAsALaterVersion)
         std::filesystem::remove(Parts() / "bolt.ZALPart");
         Workspace.AddPart(PartTemplate(), "template");
         Workspace.AddSolidPart(Temp() / "a.ZALPart", "source");
-        EXPECT_EQ(Apply(static_cast<PreferredSaveMethod>(method)), S_OK);
-        EXPECT_EQ(RunTraces().back(), "ApplyTemplates - SaveMethod: " + std::to_string(method));
+        EXPECT_EQ(S_OK, Apply(static_cast<PreferredSaveMethod>(method)));
+        EXPECT_EQ("SaveMethod: " + std::to_string(method), RunTraces().back());
     }
-    EXPECT_EQ(Workspace.CallsOf({"SaveAs"}).size(), 2U);
+    EXPECT_EQ(2U, Workspace.CallsOf({"SaveAs"}).size());
     EXPECT_THAT(Workspace.CallsOf({"SaveAsNew"}), IsEmpty());
-}
-
-TEST_F(ApplyTemplatesRun, MovesOneFileWithoutARootNameUnderItsOwn)
-{
-    Root.clear();
-    Download({"a.ZALProduct"});
-    EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(ResultNames(), ElementsAre("a.ZALProduct"));
 }
 
 TEST_F(ApplyTemplatesRun, FailsWithAProductTemplateAndNoProductAmongTheFiles)
 {
     Download({"p.ZALPart", "q.ZALPart"});
-    EXPECT_EQ(Apply(), E_FAIL);
+    EXPECT_EQ(E_FAIL, Apply());
     EXPECT_THAT(ResultNames(), IsEmpty());
     EXPECT_THAT(Names(Parts()), IsEmpty());
     EXPECT_TRUE(exists(Temp() / "p.ZALPart"));
@@ -327,33 +308,33 @@ protected:
 
 TEST_F(DownloadedFile, IsTheFirstOfThatNameInAnyFolderAndLetterCase)
 {
-    EXPECT_EQ(Find({"/t/bolt.ZALPart", "/t/NUT.zalpart", "/u/nut.ZALPart"}),
-              (std::pair<HRESULT, std::string>{S_OK, "/t/NUT.zalpart"}));
+    EXPECT_EQ((std::pair<HRESULT, std::string>{S_OK, "/t/NUT.zalpart"}),
+              Find({"/t/bolt.ZALPart", "/t/NUT.zalpart", "/u/nut.ZALPart"}));
     EXPECT_THAT(Workspace.calls, ElementsAre("Shape nut.1: Default, 0, 1, 1"));
 }
 
 TEST_F(DownloadedFile, IsNotThereForAnotherName)
 {
-    EXPECT_EQ(Find({"/t/nut.stp", "/t/nut", "/t/nut.ZALPart/bolt.ZALPart"}), None(S_FALSE));
-    EXPECT_EQ(Find({}), None(S_FALSE));
+    EXPECT_EQ(None(S_FALSE), Find({"/t/nut.stp", "/t/nut", "/t/nut.ZALPart/bolt.ZALPart"}));
+    EXPECT_EQ(None(S_FALSE), Find({}));
 }
 
 TEST_F(DownloadedFile, NeedsAChild)
 {
     ZALUnicodeString path = "before";
-    EXPECT_EQ(FindDownloadedFile(ZALIProduct_var(), {}, path), E_INVALIDARG);
-    EXPECT_EQ(ToUtf8(path), "before");
+    EXPECT_EQ(E_INVALIDARG, FindDownloadedFile(ZALIProduct_var(), {}, path));
+    EXPECT_EQ("before", ToUtf8(path));
 }
 
 TEST_F(DownloadedFile, NeedsAPartWithADocument)
 {
     part.part->document = nullptr;
-    EXPECT_EQ(Find({"/t/nut.ZALPart"}), None(E_FAIL));
+    EXPECT_EQ(None(E_FAIL), Find({"/t/nut.ZALPart"}));
     part.part->document = &part;
     part.part->offers.erase("ZALIPrtPart");
-    EXPECT_EQ(Find({"/t/nut.ZALPart"}), None(E_FAIL));
+    EXPECT_EQ(None(E_FAIL), Find({"/t/nut.ZALPart"}));
     child.representation = nullptr;
-    EXPECT_EQ(Find({"/t/nut.ZALPart"}), None(E_FAIL));
+    EXPECT_EQ(None(E_FAIL), Find({"/t/nut.ZALPart"}));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -376,7 +357,7 @@ TEST_F(PositionedComponent, IsAddedAndPlacedRelativeToTheRoot)
 {
     product.root->addResult = S_FALSE;
     Workspace.answers["Place"] = E_FAIL;
-    EXPECT_EQ(Add(), S_FALSE) << "the result of the addition";
+    EXPECT_EQ(S_FALSE, Add()) << "the result of the addition";
     EXPECT_THAT(Workspace.calls,
                 ElementsAre("Add product.root: part.root", "Place part.root.1 in product.root at 4, 0, 1"));
 }
@@ -384,36 +365,36 @@ TEST_F(PositionedComponent, IsAddedAndPlacedRelativeToTheRoot)
 TEST_F(PositionedComponent, KeepsItsSuccessWhenItCannotBePlaced)
 {
     product.root->instanceOffers = {"ZALIAProduct"};
-    EXPECT_EQ(Add(), S_OK);
+    EXPECT_EQ(S_OK, Add());
     EXPECT_THAT(Workspace.calls, ElementsAre("Add product.root: part.root"));
 }
 
 TEST_F(PositionedComponent, IsPlacedInNothingWhenTheRootIsNotMovable)
 {
     product.root->offers.erase("ZALIMovable");
-    EXPECT_EQ(Add(), S_OK);
-    EXPECT_EQ(Workspace.calls.back(), "Place part.root.1 in nothing at 4, 0, 1");
+    EXPECT_EQ(S_OK, Add());
+    EXPECT_EQ("Place part.root.1 in nothing at 4, 0, 1", Workspace.calls.back());
 }
 
 TEST_F(PositionedComponent, NeedsComponentsAndAProduct)
 {
     part.root->offers.erase("ZALIAProduct");
-    EXPECT_EQ(Add(), E_INVALIDARG);
+    EXPECT_EQ(E_INVALIDARG, Add());
     part.root->offers.insert("ZALIAProduct");
     product.root->offers.erase("ZALIAProducts");
-    EXPECT_EQ(Add(), E_INVALIDARG);
-    EXPECT_EQ(AddPositionedComponent(ZALIProduct_var(), ZALIProduct_var(part.root), {}), E_INVALIDARG);
-    EXPECT_EQ(AddPositionedComponent(ZALIProduct_var(product.root), ZALIProduct_var(), {}), E_INVALIDARG);
+    EXPECT_EQ(E_INVALIDARG, Add());
+    EXPECT_EQ(E_INVALIDARG, AddPositionedComponent(ZALIProduct_var(), ZALIProduct_var(part.root), {}));
+    EXPECT_EQ(E_INVALIDARG, AddPositionedComponent(ZALIProduct_var(product.root), ZALIProduct_var(), {}));
     EXPECT_THAT(Workspace.calls, IsEmpty());
 }
 
 TEST_F(PositionedComponent, FailsWhenNothingIsAdded)
 {
     product.root->givesInstance = false;
-    EXPECT_EQ(Add(), E_FAIL);
+    EXPECT_EQ(E_FAIL, Add());
     product.root->givesInstance = true;
     product.root->addResult = E_INVALIDARG;
-    EXPECT_EQ(Add(), E_FAIL);
+    EXPECT_EQ(E_FAIL, Add());
     EXPECT_THAT(Workspace.CallsOf({"Place"}), IsEmpty());
 }
 
@@ -429,8 +410,13 @@ protected:
     {
         Downloaded(name + ".ZALPart");
         Sources.push_back(name + ".ZALPart");
-        Workspace.AddPart(PartTemplate(), "template of " + name);
+        templateOfLast = &Workspace.AddPart(PartTemplate(), "template of " + name);
         return Workspace.AddSolidPart(Temp() / (name + ".ZALPart"), name);
+    }
+    /// The same as a component of the product, "`name`.1" at `x`.
+    ScriptedObject& AddPart(const std::string& name, int x)
+    {
+        return Workspace.AddChild(product, AddSource(name), name + ".1", x);
     }
     /// What became of the template product: the references of its components and their places.
     Texts Places() const
@@ -441,47 +427,39 @@ protected:
         return places;
     }
 
+    ScriptedWorkspaceDocument* templateOfLast = nullptr;
     ScriptedWorkspaceDocument& target = Workspace.AddProduct(ProductTemplate(), "target");
     ScriptedWorkspaceDocument& product = Workspace.AddProduct(Temp() / "a.ZALProduct", "product");
 };
 
 TEST_F(ProductRun, PlacesEachPartInTheTemplateAndSavesIt)
 {
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
-    Workspace.AddChild(product, AddSource("q"), "q.1", 2);
+    AddPart("p", 1);
     Downloaded("drawing.pdf");
     Sources.push_back("drawing.pdf");
     product.root->texts[0] = "PN-1";
     Properties = {{"customer", "Smith"}};
 
-    EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart", "bolt_02.ZALPart"));
-    EXPECT_THAT(Names(Parts()), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart", "bolt_02.ZALPart"));
-    EXPECT_EQ(target.root->texts[0], "PN-1");
+    EXPECT_EQ(S_OK, Apply());
+    EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
+    EXPECT_THAT(Names(Parts()), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
+    EXPECT_EQ("PN-1", target.root->texts[0]);
     EXPECT_THAT(
         Workspace.CallsOf({"Open", "Lock", "Cameras", "Children", "Where", "Shape", "Create", "SaveAs", "Add", "Place",
                            "Unlock", "Remove"}),
-        ElementsAre(
-            "Open temp/VelmartTemplates/ProductTemplate.ZALProduct, 0", "Lock target", "Open temp/a.ZALProduct, 0",
-            "Lock product", "Children product.publisher: ZALICkeParm", "Children target.publisher: ZALICkeParm",
-            "Create customer = Smith in target.features", "Cameras target: product",
-            "Children product.root: ZALIProduct", //
-            "Where p.1 in product.root, 0, 1", "Shape p.1: Default, 0, 1, 1",
-            "Open temp/VelmartTemplates/PartTemplate.ZALPart, 0", "Lock template of p", "Open temp/p.ZALPart, 0",
-            "Lock p", "Cameras template of p: p", "Children p.publisher: ZALICkeParm",
-            "Children template of p.publisher: ZALICkeParm", "Create customer = Smith in template of p.features",
-            "SaveAs template of p to parts/bolt_01.ZALPart, \"\", 1", "Unlock p 0", "Remove p 1",
-            "Add target.root: template of p.root", "Place template of p.root.1 in target.root at 1, 0, 1", //
-            "Where q.1 in product.root, 0, 1", "Shape q.1: Default, 0, 1, 1",
-            "Open temp/VelmartTemplates/PartTemplate.ZALPart, 0", "Lock template of q", "Open temp/q.ZALPart, 0",
-            "Lock q", "Cameras template of q: q", "Children q.publisher: ZALICkeParm",
-            "Children template of q.publisher: ZALICkeParm", "Create customer = Smith in template of q.features",
-            "SaveAs template of q to parts/bolt_02.ZALPart, \"\", 1", "Unlock q 0", "Remove q 1",
-            "Add target.root: template of q.root", "Place template of q.root.2 in target.root at 2, 0, 1", //
-            "SaveAs target to parts/bolt.ZALProduct, \"\", 1", "Unlock target 0", "Remove target 1", "Unlock product 0",
-            "Remove product 1", "Unlock template of p 0", "Remove template of p 1", "Unlock template of q 0",
-            "Remove template of q 1"));
-    EXPECT_EQ(RunTraces().back(), "ApplyTemplates - SaveAs : " + InParts("bolt.ZALProduct"));
+        ElementsAre("Open temp/VelmartTemplates/ProductTemplate.ZALProduct, 0", "Lock target",
+                    "Open temp/a.ZALProduct, 0", "Lock product", "Children product.publisher: ZALICkeParm",
+                    "Children target.publisher: ZALICkeParm", "Create customer = Smith in target.features",
+                    "Cameras target: product", "Children product.root: ZALIProduct", "Where p.1 in product.root, 0, 1",
+                    "Shape p.1: Default, 0, 1, 1", "Open temp/VelmartTemplates/PartTemplate.ZALPart, 0",
+                    "Lock template of p", "Open temp/p.ZALPart, 0", "Lock p", "Cameras template of p: p",
+                    "Children p.publisher: ZALICkeParm", "Children template of p.publisher: ZALICkeParm",
+                    "Create customer = Smith in template of p.features",
+                    "SaveAs template of p to parts/bolt_01.ZALPart, \"\", 1", "Unlock p 0", "Remove p 1",
+                    "Add target.root: template of p.root", "Place template of p.root.1 in target.root at 1, 0, 1",
+                    "SaveAs target to parts/bolt.ZALProduct, \"\", 1", "Unlock target 0", "Remove target 1",
+                    "Unlock product 0", "Remove product 1", "Unlock template of p 0", "Remove template of p 1"));
+    EXPECT_EQ("SaveAs : " + InParts("bolt.ZALProduct"), RunTraces().back());
     EXPECT_TRUE(exists(Temp() / "drawing.pdf")) << "it is not moved";
 }
 
@@ -493,28 +471,28 @@ TEST_F(ProductRun, TracesTheSaveBeforehand)
             traced.push_back(RunTraces().back());
     };
     AddSource("p");
-    EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(traced, ElementsAre("ApplyTemplates - SaveAs : " + InParts("bolt.ZALProduct")));
+    EXPECT_EQ(S_OK, Apply());
+    EXPECT_THAT(traced, ElementsAre("SaveAs : " + InParts("bolt.ZALProduct")));
 }
 
 TEST_F(ProductRun, IsSavedAsNewForNewFrom)
 {
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
-    EXPECT_EQ(Apply(SaveMethodNewFrom), S_OK);
+    AddPart("p", 1);
+    EXPECT_EQ(S_OK, Apply(SaveMethodNewFrom));
     EXPECT_THAT(Workspace.CallsOf({"SaveAs", "SaveAsNew"}),
                 ElementsAre("SaveAsNew template of p to parts/bolt_01.ZALPart, 0",
                             "SaveAsNew target to parts/bolt.ZALProduct, 0"));
-    EXPECT_EQ(RunTraces().back(), "ApplyTemplates - SaveAsNew : " + InParts("bolt.ZALProduct"));
+    EXPECT_EQ("SaveAsNew : " + InParts("bolt.ZALProduct"), RunTraces().back());
 }
 
 TEST_F(ProductRun, RebuildsAPartOnceForAllItsInstances)
 {
     ScriptedWorkspaceDocument& p = AddSource("p");
     Workspace.AddChild(product, p, "p.1", 1);
-    Workspace.AddChild(product, AddSource("q"), "q.1", 2);
+    AddPart("q", 2);
     Workspace.AddChild(product, p, "p.2", 3);
-    Workspace.AddChild(product, AddSource("r"), "r.1", 4);
-    EXPECT_EQ(Apply(), S_OK);
+    AddPart("r", 4);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart", "bolt_02.ZALPart", "bolt_03.ZALPart"));
     EXPECT_THAT(Places(), ElementsAre("template of p.root.1 in target.root at 1, 0, 1",
                                       "template of q.root.2 in target.root at 2, 0, 1",
@@ -524,33 +502,33 @@ TEST_F(ProductRun, RebuildsAPartOnceForAllItsInstances)
 
 TEST_F(ProductRun, TellsReferencesOfOneNameApart)
 {
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
+    AddPart("p", 1);
     Workspace.AddPart(PartTemplate(), "another template");
     Workspace.AddChild(product, Workspace.AddSolidPart("/elsewhere/p.ZALPart", "other p"), "p.2", 2);
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart", "bolt_02.ZALPart"));
 }
 
 TEST_F(ProductRun, SkipsAChildWhoseFileIsNotThere)
 {
     Workspace.AddChild(product, Workspace.AddSolidPart("/elsewhere/lost.ZALPart", "lost"), "lost.1", 1);
-    Workspace.AddChild(product, AddSource("p"), "p.1", 2);
+    AddPart("p", 2);
     ScriptedObject& sub = Workspace.AddChild(product, product, "sub.1", 3);
     sub.representation = nullptr;
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart")) << "a skipped child takes no number";
     EXPECT_THAT(Places(), ElementsAre("template of p.root.1 in target.root at 2, 0, 1"));
-    EXPECT_EQ(std::ranges::count(RunTraces(), "ApplyTemplates - unable to retrieve corresponding downloaded file"), 2);
+    EXPECT_EQ(2, std::ranges::count(RunTraces(), "unable to retrieve corresponding downloaded file"));
 }
 
 TEST_F(ProductRun, SkipsWhatIsNoProduct)
 {
     product.root->children->push_back(nullptr);
     product.root->children->push_back(&Workspace.AddObject(&product, "sketch"));
-    Workspace.AddChild(product, AddSource("p"), "p.1", 2);
-    EXPECT_EQ(Apply(), S_OK);
+    AddPart("p", 2);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
-    EXPECT_THAT(RunTraces(), Not(Contains("ApplyTemplates - unable to retrieve corresponding downloaded file")));
+    EXPECT_THAT(RunTraces(), Not(Contains("unable to retrieve corresponding downloaded file")));
 }
 
 TEST_F(ProductRun, PlacesAChildThatIsNotMovableAtTheOrigin)
@@ -558,7 +536,7 @@ TEST_F(ProductRun, PlacesAChildThatIsNotMovableAtTheOrigin)
     ScriptedWorkspaceDocument& p = AddSource("p");
     Workspace.AddChild(product, p, "p.1", 1);
     Workspace.AddChild(product, p, "p.2", 2).offers.erase("ZALIMovable");
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(Places(), ElementsAre("template of p.root.1 in target.root at 1, 0, 1",
                                       "template of p.root.2 in target.root at 0, 0, 1"));
 }
@@ -566,33 +544,31 @@ TEST_F(ProductRun, PlacesAChildThatIsNotMovableAtTheOrigin)
 TEST_F(ProductRun, AsksForPositionsInNothingWhenTheSourceIsNotMovable)
 {
     product.root->offers.erase("ZALIMovable");
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
-    EXPECT_EQ(Apply(), S_OK);
+    AddPart("p", 1);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(Workspace.CallsOf({"Where"}), ElementsAre("Where p.1 in nothing, 0, 1"));
 }
 
 TEST_F(ProductRun, OfAProductWithoutChildrenIsTheTemplateWithTheReport)
 {
-    Downloaded("p.ZALPart");
-    Sources.push_back("p.ZALPart");
+    AddSource("p");
     product.root->texts[2] = "empty";
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     product.root->children.reset();
     std::filesystem::remove(Parts() / "bolt.ZALProduct");
     Workspace.AddProduct(ProductTemplate(), "second target");
-    EXPECT_EQ(Apply(), S_OK) << "no list of children";
+    EXPECT_EQ(S_OK, Apply()) << "no list of children";
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct"));
-    EXPECT_EQ(target.root->texts[2], "empty");
+    EXPECT_EQ("empty", target.root->texts[2]);
     EXPECT_THAT(Workspace.CallsOf({"Cameras"}),
                 ElementsAre("Cameras target: product", "Cameras second target: product"));
 }
 
 TEST_F(ProductRun, OfASourceWithoutARootIsTheTemplateAlone)
 {
-    Downloaded("p.ZALPart");
-    Sources.push_back("p.ZALPart");
+    AddSource("p");
     product.root = nullptr;
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct"));
     EXPECT_THAT(Workspace.CallsOf({"Write"}), IsEmpty());
 }
@@ -606,27 +582,18 @@ TEST_F(ProductRun, TakesEachAnswerThatIsNoFailure)
     Workspace.answers["Children"] = S_FALSE;
     ScriptedWorkspaceDocument& p = AddSource("p");
     p.openResult = S_FALSE;
+    templateOfLast->saveResult = S_FALSE;
     Workspace.AddChild(product, p, "p.1", 1);
-    EXPECT_EQ(Apply(), 7) << "the answer of the save";
+    EXPECT_EQ(7, Apply()) << "the answer of the save";
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
     EXPECT_THAT(Places(), ElementsAre("template of p.root.1 in target.root at 1, 0, 1"));
 }
 
-TEST_F(ProductRun, TakesAPartWhoseSaveIsNoFailure)
-{
-    Downloaded("p.ZALPart");
-    Sources.push_back("p.ZALPart");
-    Workspace.AddPart(PartTemplate(), "template").saveResult = S_FALSE;
-    Workspace.AddChild(product, Workspace.AddSolidPart(Temp() / "p.ZALPart", "p"), "p.1", 1);
-    EXPECT_EQ(Apply(), S_OK);
-    EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
-}
-
 TEST_F(ProductRun, TakesNoChildrenFromAListThatIsRefused)
 {
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
+    AddPart("p", 1);
     Workspace.answers["Children"] = E_INVALIDARG;
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct"));
     EXPECT_THAT(Workspace.CallsOf({"Add", "Shape"}), IsEmpty());
 }
@@ -636,25 +603,25 @@ TEST_F(ProductRun, GoesOnWithoutTheReportTheCamerasAndAPosition)
     Workspace.answers = {{"Cameras", E_FAIL}, {"Where", E_FAIL},  {"Place", E_FAIL},
                          {"Lock", E_FAIL},    {"Unlock", E_FAIL}, {"Remove", E_FAIL}};
     target.root->writeResults[2] = E_FAIL;
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
-    EXPECT_EQ(Apply(), S_OK);
+    AddPart("p", 1);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
-    EXPECT_EQ(Places().size(), 1U);
-    EXPECT_EQ(Workspace.CallsOf({"Unlock"}).size(), 4U);
+    EXPECT_EQ(1U, Places().size());
+    EXPECT_EQ(4U, Workspace.CallsOf({"Unlock"}).size());
 }
 
 TEST_F(ProductRun, GoesOnWithoutCamerasWhereThereAreNone)
 {
     AddSource("p");
     product.hasStore = false;
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct"));
 }
 
 TEST_F(ProductRun, AsksForTheRootsAsItOpensTheDocuments)
 {
     AddSource("p");
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(Workspace.CallsOf({"Open", "Root", "Read"}),
                 ElementsAre("Open temp/VelmartTemplates/ProductTemplate.ZALProduct, 0", "Root target",
                             "Open temp/a.ZALProduct, 0", "Root product", "Read product.root 0", "Read product.root 1",
@@ -664,17 +631,17 @@ TEST_F(ProductRun, AsksForTheRootsAsItOpensTheDocuments)
 TEST_F(ProductRun, KeepsTheNamesOfTheSourcesWithoutARootName)
 {
     Root.clear();
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
-    Workspace.AddChild(product, AddSource("q"), "q.1", 2);
-    EXPECT_EQ(Apply(), S_OK);
+    AddPart("p", 1);
+    AddPart("q", 2);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("a.ZALProduct", "p.ZALPart", "q.ZALPart"));
 }
 
 TEST_F(ProductRun, TakesTheProductWhereverItStandsAmongTheFiles)
 {
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
+    AddPart("p", 1);
     std::ranges::reverse(Sources);
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
 }
 
@@ -683,24 +650,24 @@ TEST_F(ProductRun, TakesTheProductWhereverItStandsAmongTheFiles)
 
 TEST_F(ProductRun, LeavesAProductThatIsThereAlone)
 {
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
+    AddPart("p", 1);
     Write(Parts() / "bolt.ZALProduct", "old");
-    EXPECT_EQ(Apply(), S_OK);
+    EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct"));
-    EXPECT_EQ(Read(Parts() / "bolt.ZALProduct"), "old");
+    EXPECT_EQ("old", Read(Parts() / "bolt.ZALProduct"));
     EXPECT_THAT(Workspace.calls, IsEmpty());
     EXPECT_TRUE(exists(Temp() / "p.ZALPart"));
-    EXPECT_EQ(RunTraces().back(), "ApplyTemplates - file already exists in target, we do not overwrite");
+    EXPECT_EQ("file already exists in target, we do not overwrite", RunTraces().back());
 }
 
 TEST_F(ProductRun, FailsWhenTheTemplateCannotBeOpened)
 {
     AddSource("p");
     target.openResult = E_INVALIDARG;
-    EXPECT_EQ(Apply(), E_FAIL);
+    EXPECT_EQ(E_FAIL, Apply());
     target.openResult = S_OK;
     target.isGiven = false;
-    EXPECT_EQ(Apply(), E_FAIL);
+    EXPECT_EQ(E_FAIL, Apply());
     EXPECT_THAT(ResultNames(), IsEmpty());
     EXPECT_THAT(Workspace.CallsOf({"Lock"}), IsEmpty());
     EXPECT_THAT(Names(Parts()), IsEmpty());
@@ -711,10 +678,10 @@ TEST_F(ProductRun, FailsWhenTheSourceCannotBeOpened)
 {
     AddSource("p");
     product.isGiven = false;
-    EXPECT_EQ(Apply(), E_FAIL);
+    EXPECT_EQ(E_FAIL, Apply());
     product.isGiven = true;
     product.openResult = E_FAIL;
-    EXPECT_EQ(Apply(), E_FAIL);
+    EXPECT_EQ(E_FAIL, Apply());
     EXPECT_THAT(Workspace.CallsOf({"Unlock", "Remove", "Write", "SaveAs"}),
                 ElementsAre("Unlock target 0", "Remove target 1", "Unlock target 0", "Remove target 1"));
     EXPECT_THAT(Names(Parts()), IsEmpty());
@@ -722,42 +689,51 @@ TEST_F(ProductRun, FailsWhenTheSourceCannotBeOpened)
 
 TEST_F(ProductRun, FailsAtAChildWithoutAReferenceAndKeepsThePartsUntilThen)
 {
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
-    Workspace.AddChild(product, AddSource("q"), "q.1", 2).reference = nullptr;
-    EXPECT_EQ(Apply(), E_FAIL);
+    AddPart("p", 1);
+    AddPart("q", 2).reference = nullptr;
+    EXPECT_EQ(E_FAIL, Apply());
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
     EXPECT_THAT(Workspace.CallsOf({"SaveAs"}), ElementsAre("SaveAs template of p to parts/bolt_01.ZALPart, \"\", 1"));
-    EXPECT_EQ(Workspace.CallsOf({"Where"}).back(), "Where q.1 in product.root, 0, 1") << "the position comes first";
-    EXPECT_EQ(Workspace.CallsOf({"Shape"}).size(), 1U);
+    EXPECT_EQ("Where q.1 in product.root, 0, 1", Workspace.CallsOf({"Where"}).back()) << "the position comes first";
+    EXPECT_EQ(1U, Workspace.CallsOf({"Shape"}).size());
 }
 
 TEST_F(ProductRun, FailsWithItsOwnCodeWhenARebuildFails)
 {
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
+    AddPart("p", 1);
     AddSource("q").openResult = E_INVALIDARG;
     Workspace.AddChild(product, Workspace.AddSolidPart("/x/q.ZALPart", "q in workspace"), "q.1", 2);
-    EXPECT_EQ(Apply(), E_FAIL);
+    EXPECT_EQ(E_FAIL, Apply());
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
     EXPECT_THAT(ResultNames(), ElementsAre("bolt_01.ZALPart"));
 }
 
-TEST_F(ProductRun, FailsWithItsOwnCodeWhenAPartCannotBeSaved)
+TEST_F(ProductRun, FailsWithItsOwnCodeWhenAComponentIsNotSavedOrAdded)
 {
-    Downloaded("p.ZALPart");
-    Sources.push_back("p.ZALPart");
-    Workspace.AddPart(PartTemplate(), "template").saveResult = E_INVALIDARG;
-    Workspace.AddChild(product, Workspace.AddSolidPart(Temp() / "p.ZALPart", "p"), "p.1", 1);
-    EXPECT_EQ(Apply(), E_FAIL);
-    EXPECT_THAT(Workspace.CallsOf({"Add"}), IsEmpty());
-    EXPECT_FALSE(exists(Parts() / "bolt.ZALProduct"));
+    AddPart("p", 1);
+    const std::vector<std::pair<const char*, std::function<void()>>> cases = {
+        {"add", [this] { target.root->addResult = E_INVALIDARG; }},
+        {"root", [this] { target.root = nullptr; }},
+        {"save", [this] { templateOfLast->saveResult = E_INVALIDARG; }}};
+    for (const auto& [name, prepare] : cases) {
+        SCOPED_TRACE(name);
+        prepare();
+        const std::size_t added = Workspace.CallsOf({"Add"}).size();
+        EXPECT_EQ(E_FAIL, Apply());
+        EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
+        EXPECT_EQ(std::string(name) == "save" ? Texts() : Texts{"bolt_01.ZALPart"}, ResultNames());
+        EXPECT_EQ(added + (std::string(name) == "add" ? 1 : 0), Workspace.CallsOf({"Add"}).size());
+        std::filesystem::remove(Parts() / "bolt_01.ZALPart");
+        templateOfLast->path = PartTemplate();
+    }
 }
 
 TEST_F(ProductRun, FailsWhenAPartIsThereAlready)
 {
     Write(Parts() / "bolt_01.ZALPart", "old");
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
-    EXPECT_EQ(Apply(), E_FAIL);
-    EXPECT_EQ(Read(Parts() / "bolt_01.ZALPart"), "old");
+    AddPart("p", 1);
+    EXPECT_EQ(E_FAIL, Apply());
+    EXPECT_EQ("old", Read(Parts() / "bolt_01.ZALPart"));
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
     EXPECT_THAT(ResultNames(), ElementsAre("bolt_01.ZALPart"));
     EXPECT_THAT(Workspace.CallsOf({"Add", "SaveAs"}), IsEmpty());
@@ -766,49 +742,32 @@ TEST_F(ProductRun, FailsWhenAPartIsThereAlready)
 TEST_F(ProductRun, FailsAtTheSecondPartOfARootNameWithTheExtensionOfParts)
 {
     Root = "bolt.ZALPart";
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
-    Workspace.AddChild(product, AddSource("q"), "q.1", 2);
-    EXPECT_EQ(Apply(), E_FAIL);
+    AddPart("p", 1);
+    AddPart("q", 2);
+    EXPECT_EQ(E_FAIL, Apply());
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt.ZALPart"));
-    EXPECT_EQ(Read(Parts() / "bolt.ZALPart"), "template of p");
+    EXPECT_EQ("template of p", Read(Parts() / "bolt.ZALPart"));
 }
 
-TEST_F(ProductRun, FailsWithoutAPartTemplateBehindTheFirstMove)
+TEST_F(ProductRun, FailsWithoutAPartTemplateAfterTheFirstMove)
 {
     partTemplate.clear();
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
-    Workspace.AddChild(product, AddSource("q"), "q.1", 2);
-    EXPECT_EQ(Apply(), E_FAIL);
+    AddPart("p", 1);
+    AddPart("q", 2);
+    EXPECT_EQ(E_FAIL, Apply());
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
-    EXPECT_EQ(Read(Parts() / "bolt_01.ZALPart"), "downloaded p.ZALPart");
+    EXPECT_EQ("downloaded p.ZALPart", Read(Parts() / "bolt_01.ZALPart"));
     EXPECT_FALSE(exists(Temp() / "p.ZALPart"));
     EXPECT_TRUE(exists(Temp() / "q.ZALPart"));
     EXPECT_THAT(Workspace.CallsOf({"Add", "SaveAs"}), IsEmpty());
-}
-
-TEST_F(ProductRun, FailsWhenAComponentCannotBeAdded)
-{
-    target.root->addResult = E_INVALIDARG;
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
-    EXPECT_EQ(Apply(), E_FAIL);
-    EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
-    EXPECT_THAT(ResultNames(), ElementsAre("bolt_01.ZALPart"));
-}
-
-TEST_F(ProductRun, FailsWhenTheTemplateHasNoRoot)
-{
-    target.root = nullptr;
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
-    EXPECT_EQ(Apply(), E_FAIL);
-    EXPECT_FALSE(exists(Parts() / "bolt.ZALProduct"));
 }
 
 TEST_F(ProductRun, GivesTheCodeOfTheSaveAndStillListsTheProductFirst)
 {
     target.saveResult = E_INVALIDARG;
     target.leavesFile = false;
-    Workspace.AddChild(product, AddSource("p"), "p.1", 1);
-    EXPECT_EQ(Apply(), E_INVALIDARG);
+    AddPart("p", 1);
+    EXPECT_EQ(E_INVALIDARG, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "bolt_01.ZALPart"));
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
 }

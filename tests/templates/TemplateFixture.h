@@ -63,13 +63,13 @@ protected:
         std::ranges::sort(names);
         return names;
     }
-    /// Traces that begin with `start`, without their line ends.
+    /// The rests of the traces that begin with `start`, without their line ends.
     Texts TracesFrom(const std::string& start) const
     {
         Texts found;
         for (const std::string& trace : Traces())
             if (trace.starts_with(start))
-                found.push_back(trace.substr(0, trace.size() - 1));
+                found.push_back(trace.substr(start.size(), trace.size() - start.size() - 1));
         return found;
     }
     /// The file `name` as a download has left it in Temp().
@@ -77,6 +77,14 @@ protected:
     {
         Write(Temp() / name, "downloaded " + name);
         return Temp() / name;
+    }
+    /// The files `names` as a download has left them.
+    ZALListValZALUnicodeString Files(const Texts& names) const
+    {
+        ZALListValZALUnicodeString files;
+        for (const std::string& name : names)
+            files.Append(Text(Downloaded(name)));
+        return files;
     }
     std::string InParts(const std::string& name) const { return (Parts() / name).string(); }
 

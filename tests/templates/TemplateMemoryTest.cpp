@@ -19,13 +19,6 @@ class TemplateMemory : public TemplateFixture {
 protected:
     ~TemplateMemory() override { StoreTemplatePathes({}, {}); }
 
-    ZALListValZALUnicodeString Files(const Texts& names) const
-    {
-        ZALListValZALUnicodeString files;
-        for (const std::string& name : names)
-            files.Append(Text(Downloaded(name)));
-        return files;
-    }
     void EmptyParts() const
     {
         for (const std::string& name : Names(Parts()))
@@ -41,15 +34,15 @@ TEST_F(TemplateMemory, LeavesTheAnnouncementWithoutAMethod)
     const std::string text = R"({"zalpartTemplate": "https://a.example/part", "zalproductTemplate":
                                  "https://a.example/product", "preferredSaveMethod": "save as"})";
     ZALOmxAny urls;
-    ASSERT_EQ(ZALOmxJson().parse(ZALOmxUTF8String(text.data(), text.size()), urls), S_OK);
+    ASSERT_EQ(S_OK, ZALOmxJson().parse(ZALOmxUTF8String(text.data(), text.size()), urls));
     EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
                   ZALUnicodeString part = "before";
                   ZALUnicodeString product = "before";
                   PreferredSaveMethod method = SaveMethodNewFrom;
                   HRESULT result = E_FAIL;
                   memory.During([&] { result = GetTemplatesURL(urls, part, product, method); });
-                  EXPECT_EQ(result, S_OK);
-                  EXPECT_EQ(method, memory.HasRunOut() ? SaveMethodNone : SaveMethodSaveAs);
+                  EXPECT_EQ(S_OK, result);
+                  EXPECT_EQ(memory.HasRunOut() ? SaveMethodNone : SaveMethodSaveAs, method);
                   EXPECT_THAT(ToUtf8(part), AnyOf("before", "https://a.example/part"));
                   EXPECT_THAT(ToUtf8(product), AnyOf("before", "https://a.example/product"));
               }),
@@ -72,9 +65,9 @@ TEST_F(TemplateMemory, ForgetsBothTemplatesRatherThanKeepAMixedPair)
                   StoreTemplatePathes(Text(otherPart), Text(otherProduct));
                   HRESULT result = E_FAIL;
                   memory.During([&] { result = StoreTemplatePathes(part, product); });
-                  EXPECT_EQ(result, S_OK);
-                  EXPECT_EQ(ToUtf8(StoredPartTemplatePath), memory.HasRunOut() ? "" : longPart.string());
-                  EXPECT_EQ(ToUtf8(StoredProductTemplatePath), memory.HasRunOut() ? "" : longProduct.string());
+                  EXPECT_EQ(S_OK, result);
+                  EXPECT_EQ(memory.HasRunOut() ? "" : longPart.string(), ToUtf8(StoredPartTemplatePath));
+                  EXPECT_EQ(memory.HasRunOut() ? "" : longProduct.string(), ToUtf8(StoredProductTemplatePath));
               }),
               1);
 }
@@ -89,12 +82,12 @@ TEST_F(TemplateMemory, GivesEmptyTextsForTheStoredTemplates)
                   ZALUnicodeString product = "before";
                   HRESULT result = E_FAIL;
                   memory.During([&] { result = GetStoredTemplatePathes(part, product); });
-                  EXPECT_EQ(result, S_OK);
-                  EXPECT_EQ(ToUtf8(part), memory.HasRunOut() ? "" : PartTemplate().string());
-                  EXPECT_EQ(ToUtf8(product), memory.HasRunOut() ? "" : ProductTemplate().string());
+                  EXPECT_EQ(S_OK, result);
+                  EXPECT_EQ(memory.HasRunOut() ? "" : PartTemplate().string(), ToUtf8(part));
+                  EXPECT_EQ(memory.HasRunOut() ? "" : ProductTemplate().string(), ToUtf8(product));
               }),
               1);
-    EXPECT_EQ(ToUtf8(StoredPartTemplatePath), PartTemplate().string()) << "it stays stored";
+    EXPECT_EQ(PartTemplate().string(), ToUtf8(StoredPartTemplatePath)) << "it stays stored";
 }
 
 TEST_F(TemplateMemory, GivesNoHalfOfAName)
@@ -103,7 +96,7 @@ TEST_F(TemplateMemory, GivesNoHalfOfAName)
     EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
                   ZALUnicodeString sanitized = "before";
                   memory.During([&] { sanitized = SanitizeQ7FileName(name); });
-                  EXPECT_EQ(ToUtf8(sanitized), memory.HasRunOut() ? "" : "a_name with a colon");
+                  EXPECT_EQ(memory.HasRunOut() ? "" : "a_name with a colon", ToUtf8(sanitized));
               }),
               1);
 }
@@ -119,9 +112,9 @@ TEST_F(TemplateMemory, FindsNoDocumentWithoutItsPath)
                       ZALUnicodeString path = "before";
                       HRESULT result = E_FAIL;
                       memory.During([&] { result = CheckIfQ7FileExists(folder, fileName, found, path); });
-                      EXPECT_EQ(result, S_OK);
-                      EXPECT_EQ(found, memory.HasRunOut() ? 0 : 1);
-                      EXPECT_EQ(ToUtf8(path), memory.HasRunOut() ? "before" : InParts("bolt.ZALProduct"));
+                      EXPECT_EQ(S_OK, result);
+                      EXPECT_EQ(memory.HasRunOut() ? 0 : 1, found);
+                      EXPECT_EQ(memory.HasRunOut() ? "before" : InParts("bolt.ZALProduct"), ToUtf8(path));
                   }),
                   1);
     }
@@ -176,10 +169,10 @@ TEST_P(LostArgument, LetsNoRunWorkWithoutIt)
                   operation.SetTemplatesPathes({}, {});
                   operation.SetPreferredSaveMethod(SaveMethodSaveAs);
 
-                  EXPECT_EQ(operation.Run(), isLost ? E_INVALIDARG : S_OK);
-                  EXPECT_EQ(operation.GetResultFilePathes().Size(), isLost ? 0 : 2);
-                  EXPECT_EQ(Names(Parts()).size(), isLost ? 0U : 2U);
-                  EXPECT_EQ(exists(Temp() / "b.ZALPart"), isLost);
+                  EXPECT_EQ(isLost ? E_INVALIDARG : S_OK, operation.Run());
+                  EXPECT_EQ(isLost ? 0 : 2, operation.GetResultFilePathes().Size());
+                  EXPECT_EQ(isLost ? 0U : 2U, Names(Parts()).size());
+                  EXPECT_EQ(isLost, exists(Temp() / "b.ZALPart"));
               }),
               0);
 }
@@ -196,8 +189,8 @@ TEST_F(TemplateMemory, DeletesNoneOfTheSourcesThatItHasLost)
                   memory.During([&] { operation.SetSourceFilesPathes(files); });
                   operation.DeleteSourcesFiles();
                   EXPECT_TRUE(exists(Temp() / "c.stp"));
-                  EXPECT_EQ(exists(Temp() / "a.ZALProduct"), memory.HasRunOut());
-                  EXPECT_EQ(exists(Temp() / "b.ZALPart"), memory.HasRunOut());
+                  EXPECT_EQ(memory.HasRunOut(), exists(Temp() / "a.ZALProduct"));
+                  EXPECT_EQ(memory.HasRunOut(), exists(Temp() / "b.ZALPart"));
               }),
               1);
 }
@@ -208,7 +201,7 @@ TEST_F(TemplateMemory, LeavesTheFileThatCannotBeDeletedAndDeletesTheOthers)
                   ZALVliApplyTemplatesOpe operation;
                   operation.SetSourceFilesPathes(Files({"a.ZALProduct", "p.ZALPart", "q.ZALPart"}));
                   memory.During([&] { operation.DeleteSourcesFiles(); });
-                  EXPECT_EQ(Names(Temp()).size(), memory.HasRunOut() ? 2U : 1U);
+                  EXPECT_EQ(memory.HasRunOut() ? 2U : 1U, Names(Temp()).size());
                   operation.DeleteSourcesFiles();
                   EXPECT_THAT(Names(Temp()), ElementsAre("VelmartTemplates"));
               }),
@@ -265,9 +258,9 @@ TEST_P(RunOutOfMemory, FailsWithEveryDocumentClosed)
                   EXPECT_TRUE(FAILED(result) || names == run.results);
                   EXPECT_THAT(names, IsSubsetOf(run.results));
                   EXPECT_THAT(Names(Parts()), IsSubsetOf(run.results));
-                  EXPECT_EQ(workspace.OpenDocuments(), 0);
-                  EXPECT_EQ(workspace.Locks(), 0);
-                  EXPECT_EQ(workspace.LivingObjects(), 0);
+                  EXPECT_EQ(0, workspace.OpenDocuments());
+                  EXPECT_EQ(0, workspace.Locks());
+                  EXPECT_EQ(0, workspace.LivingObjects());
               }),
               10);
 }
@@ -294,11 +287,11 @@ TEST_F(TemplateMemory, PassesOnFromTheUpdateOfAPart)
         if (call.starts_with("Update"))
             throw std::bad_alloc();
     };
-    EXPECT_EQ(operation.Run(), E_FAIL);
+    EXPECT_EQ(E_FAIL, operation.Run());
     EXPECT_THAT(Workspace.CallsOf({"Flush", "SaveAs"}), IsEmpty());
-    EXPECT_EQ(part.opens, 0);
+    EXPECT_EQ(0, part.opens);
     Workspace.OnCall = nullptr;
-    EXPECT_EQ(operation.Run(), S_OK) << "there is memory again";
+    EXPECT_EQ(S_OK, operation.Run()) << "there is memory again";
     EXPECT_THAT(TextsOf(operation.GetResultFilePathes()), ElementsAre(InParts("bolt.ZALPart")));
 }
 

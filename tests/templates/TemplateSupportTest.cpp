@@ -27,13 +27,6 @@ namespace {
 using namespace ZALVliTemplateSupportUtilities;
 using ::testing::ElementsAre;
 
-ZALOmxAny Json(const std::string& text)
-{
-    ZALOmxAny value;
-    EXPECT_EQ(ZALOmxJson().parse(ZALOmxUTF8String(text.data(), text.size()), value), S_OK) << text;
-    return value;
-}
-
 // ---------------------------------------------------------------------------------------------
 // Announcement
 
@@ -50,7 +43,9 @@ Announcement ReadAnnouncement(const std::string& urls)
     Announcement read;
     ZALUnicodeString part = FromUtf8(read.part);
     ZALUnicodeString product = FromUtf8(read.product);
-    EXPECT_EQ(GetTemplatesURL(Json(urls), part, product, read.method), S_OK);
+    ZALOmxAny announced;
+    EXPECT_EQ(S_OK, ZALOmxJson().parse(ZALOmxUTF8String(urls.data(), urls.size()), announced)) << urls;
+    EXPECT_EQ(S_OK, GetTemplatesURL(announced, part, product, read.method));
     return {ToUtf8(part), ToUtf8(product), read.method};
 }
 
@@ -58,30 +53,26 @@ using TemplatesURL = HostFixture;
 
 TEST_F(TemplatesURL, IsReadWithTheMethod)
 {
-    EXPECT_EQ(ReadAnnouncement(R"({"zalpartTemplate": "https://p", "zalproductTemplate": "https://q",
-                                   "preferredSaveMethod": "new from"})"),
-              (Announcement{"https://p", "https://q", SaveMethodNewFrom}));
+    EXPECT_EQ((Announcement{"https://p", "https://q", SaveMethodNewFrom}),
+              ReadAnnouncement(R"({"zalpartTemplate": "https://p", "zalproductTemplate": "https://q",
+                                   "preferredSaveMethod": "new from"})"));
+    EXPECT_EQ((Announcement{"", "", SaveMethodNone}),
+              ReadAnnouncement(R"({"zalpartTemplate": "", "zalproductTemplate": ""})"));
 }
 
 TEST_F(TemplatesURL, LeavesTheOutputsAloneWithoutAnyKey)
 {
     for (const char* urls : {"{}", "null", "[]", R"("zalpartTemplate")"})
-        EXPECT_EQ(ReadAnnouncement(urls), (Announcement{"part before", "product before", SaveMethodNone})) << urls;
+        EXPECT_EQ((Announcement{"part before", "product before", SaveMethodNone}), ReadAnnouncement(urls)) << urls;
 }
 
 TEST_F(TemplatesURL, TakesNoValueOfAnotherType)
 {
     for (const char* value : {"1", "1.5", "true", "null", R"(["https://p"])", R"({"a": "b"})"})
-        EXPECT_EQ(ReadAnnouncement(std::string(R"({"zalpartTemplate": )") + value + R"(, "zalproductTemplate": )" +
-                                   value + R"(, "preferredSaveMethod": )" + value + "}"),
-                  (Announcement{"part before", "product before", SaveMethodNone}))
+        EXPECT_EQ((Announcement{"part before", "product before", SaveMethodNone}),
+                  ReadAnnouncement(std::string(R"({"zalpartTemplate": )") + value + R"(, "zalproductTemplate": )" +
+                                   value + R"(, "preferredSaveMethod": )" + value + "}"))
             << value;
-}
-
-TEST_F(TemplatesURL, TakesAnEmptyTextAsOne)
-{
-    EXPECT_EQ(ReadAnnouncement(R"({"zalpartTemplate": "", "zalproductTemplate": ""})"),
-              (Announcement{"", "", SaveMethodNone}));
 }
 
 TEST_F(TemplatesURL, TakesTheMethodInAnyLetterCaseAndNoOtherText)
@@ -89,12 +80,12 @@ TEST_F(TemplatesURL, TakesTheMethodInAnyLetterCaseAndNoOtherText)
     const auto methodOf = [](const std::string& text) {
         return ReadAnnouncement(R"({"preferredSaveMethod": ")" + text + "\"}").method;
     };
-    EXPECT_EQ(methodOf("save as"), SaveMethodSaveAs);
-    EXPECT_EQ(methodOf("SAVE AS"), SaveMethodSaveAs);
-    EXPECT_EQ(methodOf("new from"), SaveMethodNewFrom);
-    EXPECT_EQ(methodOf("New From"), SaveMethodNewFrom);
+    EXPECT_EQ(SaveMethodSaveAs, methodOf("save as"));
+    EXPECT_EQ(SaveMethodSaveAs, methodOf("SAVE AS"));
+    EXPECT_EQ(SaveMethodNewFrom, methodOf("new from"));
+    EXPECT_EQ(SaveMethodNewFrom, methodOf("New From"));
     for (const char* other : {"", "save-as", "new-from", "saveas", " save as", "save as ", "save"})
-        EXPECT_EQ(methodOf(other), SaveMethodNone) << other;
+        EXPECT_EQ(SaveMethodNone, methodOf(other)) << other;
 }
 
 TEST(SaveMethods, HaveTheNumbersOfThePage)
@@ -115,23 +106,18 @@ protected:
     {
         ZALUnicodeString part = "part before";
         ZALUnicodeString product = "product before";
-        EXPECT_EQ(GetStoredTemplatePathes(part, product), S_OK);
+        EXPECT_EQ(S_OK, GetStoredTemplatePathes(part, product));
         return {ToUtf8(part), ToUtf8(product)};
     }
 };
 
-TEST_F(StoredTemplates, AreEmptyAtFirst)
-{
-    EXPECT_THAT(Stored(), ElementsAre("", ""));
-}
-
 TEST_F(StoredTemplates, AreGivenWhileTheirFilesAreThere)
 {
+    EXPECT_THAT(Stored(), ElementsAre("", "")) << "at first";
     Write(PartTemplate(), "part");
     Write(ProductTemplate(), "product");
-    EXPECT_EQ(StoreTemplatePathes(Text(PartTemplate()), Text(ProductTemplate())), S_OK);
+    EXPECT_EQ(S_OK, StoreTemplatePathes(Text(PartTemplate()), Text(ProductTemplate())));
     EXPECT_THAT(Stored(), ElementsAre(PartTemplate().string(), ProductTemplate().string()));
-
     std::filesystem::remove(PartTemplate());
     EXPECT_THAT(Stored(), ElementsAre("", ProductTemplate().string()));
     Write(PartTemplate(), "again");
@@ -159,26 +145,15 @@ std::string Sanitized(const std::string& name)
 
 using SanitizedName = HostFixture;
 
-TEST_F(SanitizedName, HasNoSeparatorsAndColons)
-{
-    EXPECT_EQ(Sanitized("a/b:c.txt"), "a_b_c.txt");
-}
-
-TEST_F(SanitizedName, KeepsSpacesDotsAndBrackets)
-{
-    EXPECT_EQ(Sanitized("Bolt M6 (DIN 933).stp"), "Bolt M6 (DIN 933).stp");
-    EXPECT_EQ(Sanitized("  a . "), "  a . ") << "nothing is trimmed";
-    EXPECT_EQ(Sanitized(".."), "..");
-}
-
 TEST_F(SanitizedName, HasALineForEachCodeUnitThatIsNotAllowed)
 {
-    EXPECT_EQ(Sanitized("*?:|<>\"/\\"), "_________");
-    EXPECT_EQ(Sanitized("äöü"), "___");
-    EXPECT_EQ(Sanitized("\U0001F529"), "__") << "two code units";
-    EXPECT_EQ(Sanitized("\t\n\x1F\x7F"), "____");
-    EXPECT_EQ(Sanitized(" ~"), " ~") << "the ends of the range";
-    EXPECT_EQ(ToUtf8(SanitizeQ7FileName(ZALUnicodeString(u"a\0b", 3))), "a_b");
+    for (const auto& [name, sanitized] :
+         {std::pair("", ""), std::pair("a/b:c.txt", "a_b_c.txt"), std::pair("Bolt (DIN 933).stp", "Bolt (DIN 933).stp"),
+          std::pair("  a . ", "  a . "), std::pair("..", ".."), std::pair("*?:|<>\"/\\", "_________"),
+          std::pair("äöü", "___"), std::pair("\U0001F529", "__"), std::pair("\t\n\x1F\x7F", "____"),
+          std::pair(" ~", " ~")})
+        EXPECT_EQ(sanitized, Sanitized(name));
+    EXPECT_EQ("a_b", ToUtf8(SanitizeQ7FileName(ZALUnicodeString(u"a\0b", 3))));
 }
 
 TEST_F(SanitizedName, KeepsEveryOtherVisibleCharacter)
@@ -189,22 +164,17 @@ TEST_F(SanitizedName, KeepsEveryOtherVisibleCharacter)
         all += unit;
         expected += std::string("*?:|<>\"/\\").find(unit) == std::string::npos ? unit : '_';
     }
-    EXPECT_EQ(Sanitized(all), expected);
-}
-
-TEST_F(SanitizedName, OfNothingIsEmpty)
-{
-    EXPECT_EQ(Sanitized(""), "");
+    EXPECT_EQ(expected, Sanitized(all));
 }
 
 TEST_F(SanitizedName, OfATextThatCannotBeReadIsEmpty)
 {
     answerToUnits = E_FAIL;
-    EXPECT_EQ(Sanitized("bolt"), "");
+    EXPECT_EQ("", Sanitized("bolt"));
     answerToUnits = S_FALSE;
-    EXPECT_EQ(Sanitized("bolt"), "bolt");
+    EXPECT_EQ("bolt", Sanitized("bolt"));
     answerToUnits = S_OK;
-    EXPECT_EQ(Sanitized("bolt"), "bolt");
+    EXPECT_EQ("bolt", Sanitized("bolt"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -217,12 +187,12 @@ protected:
     {
         unsigned char found = 7;
         ZALUnicodeString path = "before";
-        EXPECT_EQ(CheckIfQ7FileExists(Text(Parts()), FromUtf8(name), found, path), S_OK);
+        EXPECT_EQ(S_OK, CheckIfQ7FileExists(Text(Parts()), FromUtf8(name), found, path));
         if (found == 0) {
-            EXPECT_EQ(ToUtf8(path), "before");
+            EXPECT_EQ("before", ToUtf8(path));
             return "nothing";
         }
-        EXPECT_EQ(found, 1);
+        EXPECT_EQ(1, found);
         return Workspace.Label(ToUtf8(path));
     }
     void There(const std::string& name) { Write(Parts() / name, name); }
@@ -230,54 +200,54 @@ protected:
 
 TEST_F(DocumentThere, IsAPartBeforeAProductOfThatName)
 {
-    EXPECT_EQ(Find("bolt"), "nothing");
+    EXPECT_EQ("nothing", Find("bolt"));
     There("bolt");
-    EXPECT_EQ(Find("bolt"), "nothing") << "no document";
+    EXPECT_EQ("nothing", Find("bolt")) << "no document";
     There("bolt.ZALProduct");
-    EXPECT_EQ(Find("bolt"), "parts/bolt.ZALProduct");
+    EXPECT_EQ("parts/bolt.ZALProduct", Find("bolt"));
     There("bolt.ZALPart");
-    EXPECT_EQ(Find("bolt"), "parts/bolt.ZALPart");
+    EXPECT_EQ("parts/bolt.ZALPart", Find("bolt"));
 }
 
 TEST_F(DocumentThere, IsThisVeryFileForTheNameOfADocument)
 {
     There("bolt.ZALPart.ZALPart");
     There("bolt.ZALProduct");
-    EXPECT_EQ(Find("bolt.ZALPart"), "nothing");
+    EXPECT_EQ("nothing", Find("bolt.ZALPart"));
     There("bolt.ZALPart");
-    EXPECT_EQ(Find("bolt.ZALPart"), "parts/bolt.ZALPart");
-    EXPECT_EQ(Find("bolt.ZALProduct"), "parts/bolt.ZALProduct");
+    EXPECT_EQ("parts/bolt.ZALPart", Find("bolt.ZALPart"));
+    EXPECT_EQ("parts/bolt.ZALProduct", Find("bolt.ZALProduct"));
 }
 
 TEST_F(DocumentThere, KnowsExtensionsInAnyLetterCase)
 {
     There("bolt.zalpart.ZALPart");
-    EXPECT_EQ(Find("bolt.zalpart"), "nothing");
+    EXPECT_EQ("nothing", Find("bolt.zalpart"));
     There("bolt.zalpart");
-    EXPECT_EQ(Find("bolt.zalpart"), "parts/bolt.zalpart");
+    EXPECT_EQ("parts/bolt.zalpart", Find("bolt.zalpart"));
 }
 
 TEST_F(DocumentThere, KeepsAnotherExtensionInFront)
 {
     There("bolt.ZALPart");
-    EXPECT_EQ(Find("bolt.stp"), "nothing");
+    EXPECT_EQ("nothing", Find("bolt.stp"));
     There("bolt.stp.ZALProduct");
-    EXPECT_EQ(Find("bolt.stp"), "parts/bolt.stp.ZALProduct");
+    EXPECT_EQ("parts/bolt.stp.ZALProduct", Find("bolt.stp"));
     There("bolt.stp.ZALPart");
-    EXPECT_EQ(Find("bolt.stp"), "parts/bolt.stp.ZALPart");
+    EXPECT_EQ("parts/bolt.stp.ZALPart", Find("bolt.stp"));
 }
 
 TEST_F(DocumentThere, MayBeAFolder)
 {
     std::filesystem::create_directory(Parts() / "bolt.ZALPart");
-    EXPECT_EQ(Find("bolt"), "parts/bolt.ZALPart");
+    EXPECT_EQ("parts/bolt.ZALPart", Find("bolt"));
 }
 
 TEST_F(DocumentThere, WithoutANameStandsBesideTheFolder)
 {
-    EXPECT_EQ(Find(""), "nothing");
+    EXPECT_EQ("nothing", Find(""));
     Write(Folder() / "parts.ZALPart", "");
-    EXPECT_EQ(Find(""), "parts.ZALPart");
+    EXPECT_EQ("parts.ZALPart", Find(""));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -289,11 +259,11 @@ TEST_F(FilePath, JoinsNamesAndExtensions)
 {
     ZALVliFilePath path("/a");
     path.AppendPath("b");
-    EXPECT_EQ(ToUtf8(path.GetPath()), "/a/b");
+    EXPECT_EQ("/a/b", ToUtf8(path.GetPath()));
     path.AppendExtension("ZALPart");
-    EXPECT_EQ(ToUtf8(path.GetPath()), "/a/b.ZALPart");
+    EXPECT_EQ("/a/b.ZALPart", ToUtf8(path.GetPath()));
     path.AppendExtension(".x");
-    EXPECT_EQ(ToUtf8(path.GetPath()), "/a/b.ZALPart..x") << "the extension is taken as it is";
+    EXPECT_EQ("/a/b.ZALPart..x", ToUtf8(path.GetPath())) << "the extension is taken as it is";
 }
 
 TEST_F(FilePath, IsCopiedByValue)
@@ -301,33 +271,30 @@ TEST_F(FilePath, IsCopiedByValue)
     const ZALVliFilePath path("/a");
     ZALVliFilePath copy(path);
     copy.AppendPath("b");
-    EXPECT_EQ(ToUtf8(path.GetPath()), "/a");
+    EXPECT_EQ("/a", ToUtf8(path.GetPath()));
     copy = path;
-    EXPECT_EQ(ToUtf8(copy.GetPath()), "/a");
+    EXPECT_EQ("/a", ToUtf8(copy.GetPath()));
 }
 
 TEST_F(FilePath, GivesNameAndExtension)
 {
-    EXPECT_EQ(ToUtf8(ZALVliFilePath("/a/b.c.ZALPart").GetFileName()), "b.c.ZALPart");
-    EXPECT_EQ(ToUtf8(ZALVliFilePath("a\\b.stp").GetFileName()), "b.stp");
-    EXPECT_EQ(ToUtf8(ZALVliFilePath("/a/b.c.ZALPart").GetExtension()), "ZALPart");
-    EXPECT_EQ(ToUtf8(ZALVliFilePath("/a.b/c").GetExtension()), "");
+    EXPECT_EQ("b.c.ZALPart", ToUtf8(ZALVliFilePath("/a/b.c.ZALPart").GetFileName()));
+    EXPECT_EQ("b.stp", ToUtf8(ZALVliFilePath("a\\b.stp").GetFileName()));
+    EXPECT_EQ("ZALPart", ToUtf8(ZALVliFilePath("/a/b.c.ZALPart").GetExtension()));
+    EXPECT_EQ("", ToUtf8(ZALVliFilePath("/a.b/c").GetExtension()));
 }
 
 TEST_F(FilePath, KnowsDocumentsInAnyLetterCase)
 {
-    for (const char* part : {"a.ZALPart", "a.zalpart", "a.ZALPART"}) {
-        EXPECT_TRUE(ZALVliFilePath(part).IsPartFile()) << part;
-        EXPECT_FALSE(ZALVliFilePath(part).IsProductFile()) << part;
-    }
-    for (const char* product : {"a.ZALProduct", "a.zalproduct"}) {
-        EXPECT_TRUE(ZALVliFilePath(product).IsProductFile()) << product;
-        EXPECT_FALSE(ZALVliFilePath(product).IsPartFile()) << product;
-    }
-    for (const char* other : {"", "a", "ZALPart", "a.ZALPart.stp", "a.ZALPar", "a.ZALParts"}) {
-        EXPECT_FALSE(ZALVliFilePath(other).IsPartFile()) << other;
-        EXPECT_FALSE(ZALVliFilePath(other).IsProductFile()) << other;
-    }
+    const auto expect = [](bool isPart, bool isProduct, const std::vector<const char*>& paths) {
+        for (const char* path : paths) {
+            EXPECT_EQ(isPart, ZALVliFilePath(path).IsPartFile()) << path;
+            EXPECT_EQ(isProduct, ZALVliFilePath(path).IsProductFile()) << path;
+        }
+    };
+    expect(true, false, {"a.ZALPart", "a.zalpart", "a.ZALPART"});
+    expect(false, true, {"a.ZALProduct", "a.zalproduct"});
+    expect(false, false, {"", "a", "ZALPart", "a.ZALPart.stp", "a.ZALPar", "a.ZALParts"});
 }
 
 TEST_F(FilePath, ExistsAsAFileOrAFolder)
