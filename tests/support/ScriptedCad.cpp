@@ -262,10 +262,15 @@ public:
     explicit Services(ScriptedCad& cad) : cad_(cad) {}
 
     ZALIAApplication* GetApplication() override { return cad_.offersApplication ? new Application(cad_) : nullptr; }
-    ZALDocument* FindDocument(const ZALUnicodeString& path) override
+    HRESULT FindDocument(const ZALUnicodeString& path, ZALDocument*& document) override
     {
+        if (cad_.onFind)
+            cad_.onFind();
         const auto found = cad_.loaded.find(ToUtf8(path));
-        return found != cad_.loaded.end() ? new Document(cad_, found->second) : nullptr;
+        if (found == cad_.loaded.end())
+            return E_FAIL;
+        document = new Document(cad_, found->second);
+        return cad_.findResult;
     }
     ZALBaseUnknown* GetRootProduct(ZALDocument& document) override
     {
