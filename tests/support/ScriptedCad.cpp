@@ -105,6 +105,8 @@ public:
         for (const ZALUnicodeString& file : TextsOf(files))
             call += " " + ToUtf8(file);
         Cad().calls.push_back(call + ", method " + ToUtf8(FromBSTR(method)));
+        if (Cad().onAdd)
+            Cad().onAdd(files, method);
         return Product().addResult;
     }
 
@@ -242,6 +244,8 @@ public:
     HRESULT Open(ZALBSTR path, ZALIADocument** document) override
     {
         Cad().calls.push_back("Open " + ToUtf8(FromBSTR(path)));
+        if (Cad().onOpen)
+            Cad().onOpen();
         *document = Cad().givesDocument ? new OpenedDocument(Cad()) : nullptr;
         return Cad().openResult;
     }
