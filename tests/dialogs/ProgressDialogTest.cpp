@@ -3,14 +3,18 @@
 #include "tests/dialogs/DialogProbe.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
+#include "tests/support/WatchingDisplay.h"
 
 #include "host/frame.h"
 #include "openhost/dialogs/DialogNode.h"
+#include "openhost/journal/Journal.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <new>
 
 namespace openhost::testing {
 
@@ -235,6 +239,45 @@ TEST_F(ProgressBar, IsFifteenHighAndTwoHundredWide)
     EXPECT_EQ(Bar().y, 0);
     EXPECT_EQ(Bar().height, 15);
     EXPECT_EQ(Bar().width, 200);
+}
+
+TEST_F(ProgressBar, IsToldItsRangeItsPositionAndThenItsPlace)
+{
+    Texts steps;
+    Surface().ShowOn(std::make_unique<WatchingDisplay>(WatchingDisplay::Watches{.changed = [&](ZALDialog& control) {
+        const ZALDialogNode& bar = ZALDialogNode::Of(control);
+        if (bar.Name() == "VLProgressBar")
+            steps.push_back(bar.hasRectangle ? "place" : "value");
+    }}));
+    const journal::Sink before = journal::Redirect([&](const nlohmann::ordered_json& event) {
+        if (event["event"] == "progress")
+            steps.push_back("position " + event["position"].dump());
+    });
+    ZALVelmartDownloadProgressDlg::Create();
+    journal::Redirect(before);
+    EXPECT_EQ((Texts{"value", "value", "position 0", "place"}), steps);
+}
+
+TEST_F(ProgressBar, MovesBeforeItsRepaint)
+{
+    auto* dialog = ZALVelmartDownloadProgressDlg::Create();
+    int moves = 0;
+    Surface().ShowOn(std::make_unique<WatchingDisplay>(WatchingDisplay::Watches{.changed = [&](ZALDialog&) {
+        ++moves;
+        EXPECT_EQ(0, DisplayUpdateCount());
+    }}));
+    dialog->UpdateProgress(42);
+    EXPECT_EQ(1, moves);
+    EXPECT_EQ(1, DisplayUpdateCount());
+}
+
+TEST_F(ProgressBar, OutlivesADisplayWithoutMemory)
+{
+    auto* dialog = ZALVelmartDownloadProgressDlg::Create();
+    Surface().ShowOn(std::make_unique<WatchingDisplay>(
+        WatchingDisplay::Watches{.changed = [](ZALDialog&) { throw std::bad_alloc(); }}));
+    EXPECT_NO_THROW(dialog->UpdateProgress(42));
+    EXPECT_EQ(nullptr, ZALVelmartDownloadProgressDlg::Create());
 }
 
 TEST_F(ProgressBar, MovesAndRepaintsWithEachUpdate)
