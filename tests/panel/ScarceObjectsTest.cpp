@@ -7,6 +7,7 @@
 #include "host/frame.h"
 #include "insertion/ZALVelmartMeridiaAccessAddinActionCmd.h"
 #include "openhost/commands/DialogEngine.h"
+#include "openhost/journal/Journal.h"
 #include "openhost/objects/Dispatch.h"
 #include "openhost/objects/Traces.h"
 
@@ -49,17 +50,6 @@ TEST_F(PanelWithScarceMemory, RefusesADownloadInSilenceWithoutTheErrorDialog)
     EXPECT_EQ(0U, Waiting());
 }
 
-TEST_F(PanelWithScarceMemory, OpensADownloadWithoutTheDialogOfItsWarnings)
-{
-    ASSERT_EQ(S_OK, Send(RunningOpen));
-    {
-        const NoMemoryFor<ZALDlgNotify> scarce;
-        EndDownload(Complete(List({"/parts/a.ZALPart"}), Complete::DownloadSucceeded, List({"remark"})));
-    }
-    EXPECT_TRUE(Surface().Questions().empty());
-    EXPECT_EQ(1, BusyCursorCount());
-}
-
 TEST_F(PanelWithScarceMemory, IsReadyWithoutADownloaderAndRefusesInSilence)
 {
     const auto judge = [&] {
@@ -99,7 +89,9 @@ protected:
     PanelCallbackWithoutMemory()
     {
         SwitchTraces(false);
-        ObserveDispatches({}); // its memory is not the addin's
+        // Their memory is not the addin's.
+        ObserveDispatches({});
+        journal::Redirect({});
     }
 
     /// Whether a dispatch fails.
