@@ -34,7 +34,7 @@ public:
     /// What modules registered, in the order in which they did.
     const std::vector<Registration>& Registrations() const { return registrations_; }
 
-    void AddAdapter(const char* className, const char* interfaceName, ZALAdapterFunction adapter, int flag);
+    void AddAdapter(const char* className, const char* interfaceName, ZALAdapterFunction adapter, int flag = 0);
     void AddCreation(const char* className, ZALCreationFunction creation, const char* kind);
     void Note(const char* kind, const char* name, const std::string& values = {});
     void RemoveAdapter(const char* className, const char* interfaceName);

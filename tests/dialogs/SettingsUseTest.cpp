@@ -102,7 +102,7 @@ TEST_F(LocationDialogSettings, TakeAFlagThatCannotBeReadForOff)
 {
     Settings().gives = false;
     Open();
-    EXPECT_EQ(static_cast<const ZALDlgCheckButton*>(Surface().Find(Dialog, CheckButton))->GetState(), 0x80000);
+    EXPECT_EQ(0x80000, static_cast<const ZALDlgCheckButton*>(Surface().Find(Dialog, CheckButton))->GetState());
     Enter("/stored");
     PushOK();
     EXPECT_THAT(Calls(), ElementsAre("settings", "get flag", "get folder", "set folder /stored", "save 0"));
@@ -248,7 +248,7 @@ private:
 TEST_F(OptionsSettings, MakeOneSettingsObjectForTheAddinAndLetItGo)
 {
     EXPECT_THAT(Calls(), ElementsAre("settings"));
-    EXPECT_EQ(ReferencesOf(&Settings()), 2U);
+    EXPECT_EQ(2U, ReferencesOf(&Settings()));
     addin.reset();
     ExpectReleased();
 }
@@ -284,7 +284,7 @@ TEST_F(OptionsSettings, FailWithoutMemory)
     for (const auto& [scarce, operation, calls] : rows) {
         Calls();
         log_.scarceCall = scarce;
-        EXPECT_EQ((addin.get()->*operation)(), E_FAIL) << scarce;
+        EXPECT_EQ(E_FAIL, (addin.get()->*operation)()) << scarce;
         EXPECT_EQ(calls, Calls());
     }
 }
@@ -294,10 +294,10 @@ TEST_F(OptionsSettings, MakeNoHalfPage)
     for (const char* scarce : {"info of folder", "info of flag"}) {
         log_.scarceCall = scarce;
         const std::size_t before = LiveDialogs().size();
-        EXPECT_EQ(addin->CreateFrame(Parent()), nullptr);
+        EXPECT_EQ(nullptr, addin->CreateFrame(Parent()));
         Loop().RunUntilIdle();
         EXPECT_EQ(before, LiveDialogs().size());
-        EXPECT_EQ(ReferencesOf(&Settings()), 2U);
+        EXPECT_EQ(2U, ReferencesOf(&Settings()));
     }
 }
 
@@ -354,7 +354,7 @@ TEST_F(OptionsSettings, ShowAFlagThatCannotBeReadAsOff)
     OpenPage();
     Settings().gives = false;
     addin->Refresh();
-    EXPECT_EQ(static_cast<const ZALDlgCheckButton*>(Surface().Find(Options, CheckButton))->GetState(), 0x80000);
+    EXPECT_EQ(0x80000, static_cast<const ZALDlgCheckButton*>(Surface().Find(Options, CheckButton))->GetState());
 }
 
 TEST_F(OptionsSettings, StoreEachChangeAndNothingElse)
