@@ -11,7 +11,7 @@ namespace {
 class NoDocuments final : public CadServices {
 public:
     ZALIAApplication* GetApplication() override { return nullptr; }
-    ZALDocument* FindDocument(const ZALUnicodeString&) override { return nullptr; }
+    HRESULT FindDocument(const ZALUnicodeString&, ZALDocument*&) override { return E_FAIL; }
     ZALBaseUnknown* GetRootProduct(ZALDocument&) override { return nullptr; }
     bool IsOfPart(ZALIProduct&) override { return false; }
     HRESULT OpenDocument(const ZALUnicodeString&, ZALDocument*&, int) override { return E_FAIL; }
@@ -49,8 +49,8 @@ HRESULT ZALDocumentServices::GetDocumentInSession(const ZALUnicodeString& path, 
 {
     if (!document)
         return E_INVALIDARG;
-    *document = openhost::CadServices::Current().FindDocument(path);
-    return *document ? S_OK : E_FAIL;
+    *document = nullptr;
+    return openhost::CadServices::Current().FindDocument(path, *document);
 }
 
 HRESULT ZALDocumentServices::Open(const ZALUnicodeString& path, ZALDocument*& document, int mode)

@@ -18,8 +18,8 @@ public:
 
     /// The application that the frame offers, with a reference for the caller; null when it offers none.
     virtual ZALIAApplication* GetApplication() = 0;
-    /// The loaded document of `path`, with a reference for the caller; null when it is not loaded.
-    virtual ZALDocument* FindDocument(const ZALUnicodeString& path) = 0;
+    /// The loaded document of `path`, with a reference for the caller; `document` is null at first.
+    virtual HRESULT FindDocument(const ZALUnicodeString& path, ZALDocument*& document) = 0;
     /// The root product of `document`, with a reference for the caller, or null.
     virtual ZALBaseUnknown* GetRootProduct(ZALDocument& document) = 0;
     /// Whether `product` is that of a part document.

@@ -84,7 +84,7 @@ public:
     ZALPathElement* FindPath(const std::string& names) const;
 
     ZALIAApplication* GetApplication() override;
-    ZALDocument* FindDocument(const ZALUnicodeString& path) override;
+    HRESULT FindDocument(const ZALUnicodeString& path, ZALDocument*& document) override;
     ZALBaseUnknown* GetRootProduct(ZALDocument& document) override;
     bool IsOfPart(ZALIProduct& product) override;
     HRESULT OpenDocument(const ZALUnicodeString& path, ZALDocument*& document, int mode) override;

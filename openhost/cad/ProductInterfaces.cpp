@@ -331,12 +331,13 @@ ZALIAApplication* CadWorkspace::GetApplication()
     return new ApplicationInterface;
 }
 
-ZALDocument* CadWorkspace::FindDocument(const ZALUnicodeString& path)
+HRESULT CadWorkspace::FindDocument(const ZALUnicodeString& path, ZALDocument*& document)
 {
-    LoadedDocument* document = Find(PathOf(path));
-    if (document)
-        document->AddRef();
-    return document;
+    document = Find(PathOf(path));
+    if (!document)
+        return E_FAIL;
+    document->AddRef();
+    return S_OK;
 }
 
 ZALBaseUnknown* CadWorkspace::GetRootProduct(ZALDocument& document)

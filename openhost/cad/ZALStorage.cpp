@@ -14,9 +14,9 @@ HRESULT ZALStorage::OpenRootStg(const ZALUnicodeString& path, int create, ZALSto
     return openhost::DocumentKernel::Current().OpenRoot(path, storage);
 }
 
-ZALBaseUnknown* ZALDocumentProperty::CreateDocLinkManager(ZALStorage* storage, void*)
+ZALBaseUnknown* ZALDocumentProperty::CreateDocLinkManager(ZALStorage* storage, void* context)
 {
-    return storage ? openhost::DocumentKernel::Current().CreateLinkManager(*storage) : nullptr;
+    return storage && !context ? openhost::DocumentKernel::Current().CreateLinkManager(*storage) : nullptr;
 }
 
 ZALIPointedSymbols::ZALIPointedSymbols() = default;

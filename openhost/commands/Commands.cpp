@@ -114,6 +114,7 @@ private:
 
 struct Run {
     std::map<std::string, std::unique_ptr<HostHeader>> headers;
+    std::map<std::string, ZALCommandHeader*> replacements;
     std::unique_ptr<HostApplication> application;
     std::unique_ptr<HostRecorder> recorder;
 
@@ -154,6 +155,14 @@ void AddCommandHeader(const std::string& name)
         headers.emplace(name, std::make_unique<HostHeader>(name));
 }
 
+void ReplaceCommandHeader(const std::string& name, ZALCommandHeader* header)
+{
+    if (header)
+        Current().replacements[name] = header;
+    else
+        Current().replacements.erase(name);
+}
+
 bool IsHeaderAvailable(const std::string& name, int mask)
 {
     const auto& headers = Current().headers;
@@ -171,8 +180,13 @@ int DisplayUpdateCount()
 // ---------------------------------------------------------------------------------------------
 // The host view
 
-ZALCommandHeader* ZALCommandHeader::GetHeaderFromList(const ZALString& name, int)
+ZALCommandHeader* ZALCommandHeader::GetHeaderFromList(const ZALString& name, int options)
 {
+    if (options != 0)
+        return nullptr;
+    const auto& replacements = openhost::Current().replacements;
+    if (const auto replacement = replacements.find(name.CastToCharPtr()); replacement != replacements.end())
+        return replacement->second;
     const auto& headers = openhost::Current().headers;
     const auto header = headers.find(name.CastToCharPtr());
     return header != headers.end() ? header->second.get() : nullptr;

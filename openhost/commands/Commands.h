@@ -3,6 +3,8 @@
 
 #include <string>
 
+class ZALCommandHeader;
+
 namespace openhost {
 
 /// The header of the Find Similar command.
@@ -23,6 +25,8 @@ void ConfigureCommands(const CommandOptions& options);
 void ResetCommands();
 /// Adds the header `name`, greyed. One that is there already stays as it is.
 void AddCommandHeader(const std::string& name);
+/// Gives modules `header`, the caller's, under `name` from now on; null goes back to the header of before.
+void ReplaceCommandHeader(const std::string& name, ZALCommandHeader* header);
 /// Whether the header `name` is there and available in all modes of `mask`.
 bool IsHeaderAvailable(const std::string& name, int mask);
 /// Times that the display has been repainted since the commands were configured.

@@ -60,9 +60,14 @@ std::vector<RunningCommand> DialogEngine::Commands() const
 {
     std::vector<RunningCommand> commands;
     for (const ZALStateCommandRun* run : runs_)
-        commands.push_back(
-            {run->command, run->Name(), run->active ? run->active->GetName().CastToCharPtr() : std::string()});
+        commands.push_back({run->command, run->Name(),
+                            run->active ? run->active->GetName().CastToCharPtr() : std::string(), run->behavior});
     return commands;
+}
+
+std::vector<std::string> DialogEngine::GraphOf(const ZALStateCommand& command)
+{
+    return ZALStateCommandRun::GraphOf(command);
 }
 
 } // namespace openhost

@@ -20,6 +20,7 @@ struct RunningCommand {
     ZALStateCommand* command; ///< stays valid until the command has ended and the loop has run an event
     std::string name;
     std::string state; ///< empty before it has entered the initial state
+    int behavior = 0;  ///< as the command was made
 };
 
 /// The engine. What drives it: posted calls of the event loop, values that code gives to agents, and the
@@ -39,6 +40,10 @@ public:
     void EndAll();
     /// The commands that have not ended, the oldest first.
     std::vector<RunningCommand> Commands() const;
+    /// The graph of `command` in the order in which it was built: a line a state, such as "state Begin [Key]:
+    /// Selection, Cancel" with its key and its agents, and a line a transition, such as "Begin to End when Selection,
+    /// by an action".
+    static std::vector<std::string> GraphOf(const ZALStateCommand& command);
 
 private:
     friend struct ::ZALStateCommandRun;

@@ -3,9 +3,10 @@
 
 OPENHOST_META_CLASS(ZALStateCommand, ZALCommand)
 
-ZALStateCommand::ZALStateCommand(const ZALString& name, int, int mode)
+ZALStateCommand::ZALStateCommand(const ZALString& name, int behavior, int mode)
     : ZALCommand(name, static_cast<ZALCommandMode>(mode)), run_(std::make_unique<ZALStateCommandRun>(this))
 {
+    run_->behavior = behavior;
 }
 
 ZALStateCommand::~ZALStateCommand() = default;

@@ -179,6 +179,28 @@ void ZALStateCommandRun::Prompt() const
                                         {"text", text.GetLengthInChar() > 0 ? openhost::ToUtf8(text) : key}});
 }
 
+std::vector<std::string> ZALStateCommandRun::GraphOf(const ZALStateCommand& command)
+{
+    const auto nameOf = [](ZALBaseUnknown* agent) {
+        const auto held = ZALBaseUnknown_var::Take(agent);
+        return std::string(held ? static_cast<ZALDialogAgent*>(agent)->GetName().CastToCharPtr() : "nobody");
+    };
+    std::vector<std::string> lines;
+    for (const std::unique_ptr<ZALDialogState>& state : command.run_->states) {
+        std::string line = std::string("state ") + state->GetName().CastToCharPtr() + " [" +
+                           state->GetResourceID().CastToCharPtr() + "]";
+        const char* separator = ": ";
+        for (const ZALBaseUnknown_WR& agent : state->agents_)
+            line += std::exchange(separator, ", ") + nameOf(agent.GetComponent());
+        lines.push_back(line);
+    }
+    for (const Transition& transition : command.run_->transitions)
+        lines.push_back(std::string(transition.from->GetName().CastToCharPtr()) + " to " +
+                        (transition.to ? transition.to->GetName().CastToCharPtr() : "the end") + " when " +
+                        nameOf(transition.condition->Agent()) + (transition.action ? ", by an action" : ""));
+    return lines;
+}
+
 // ---------------------------------------------------------------------------------------------
 // Picks
 

@@ -11,6 +11,8 @@
 class ZALDialogCondition {
 public:
     explicit ZALDialogCondition(ZALDialogAgent* agent) : agent_(agent) {}
+    /// The agent with a reference for the caller, or null once it is gone.
+    ZALDialogAgent* Agent() const { return static_cast<ZALDialogAgent*>(agent_.GetComponent()); }
     /// False for good once the agent is gone.
     bool Holds() const;
 
@@ -74,8 +76,10 @@ struct ZALStateCommandRun {
     /// Gives `path` to an agent of the active state. Answers why it was refused, nothing when it was taken.
     std::string Take(ZALPathElement* path);
     void EndByHost();
+    static std::vector<std::string> GraphOf(const ZALStateCommand& command);
 
     ZALStateCommand* const command;
+    int behavior = 0;
     ZALDialogState* initial = nullptr;
     ZALDialogState* cancel = nullptr;
     ZALDialogState* active = nullptr;

@@ -42,6 +42,8 @@ struct ZALDialogNode {
     ZALUnicodeString startFolder;                 ///< of a file box
     int visibleTextWidth = 0;                     ///< of an editor, in characters; 0 when nothing was said
     int state = ZALDlgUnchecked;                  ///< of a check button
+    ZALString icon;                               ///< of an options page; empty for none
+    int layout = 0;                               ///< of an options page, as its module has said
     bool locked = false;                          ///< of a lock
     bool ended = false;                           ///< gone for the user; the object stays as long as somebody holds it
 

@@ -4,10 +4,14 @@
 OPENHOST_META_CLASS(ZALDlgToolsOptionsFrame, ZALDialog)
 
 // No picture is shown, and every page is laid out in a grid.
-ZALDlgToolsOptionsFrame::ZALDlgToolsOptionsFrame(ZALDialog* parent, const ZALString& name, const ZALString&, int)
+ZALDlgToolsOptionsFrame::ZALDlgToolsOptionsFrame(ZALDialog* parent, const ZALString& name, const ZALString& icon,
+                                                 int layout)
     : ZALDialog(parent, name, ZALDlgFrameWithoutTitle)
 {
-    ZALDialogNode::Of(*this).kind = ZALDialogNode::Kind::Frame;
+    ZALDialogNode& node = ZALDialogNode::Of(*this);
+    node.kind = ZALDialogNode::Kind::Frame;
+    node.icon = icon;
+    node.layout = layout;
     if (!parent)
         return;
     content_ = new ZALDlgFrame(this, "ToolsOptionsContent", ZALDlgGridFrameWithoutTitle);

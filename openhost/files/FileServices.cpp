@@ -1,5 +1,7 @@
-#include "Descriptor.h"
-#include "Paths.h"
+#include "openhost/files/FileServices.h"
+
+#include "openhost/files/Descriptor.h"
+#include "openhost/files/Paths.h"
 
 #include "openhost/journal/Journal.h"
 
@@ -11,6 +13,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+namespace openhost {
+
+template class Port<FileServices>;
 
 namespace {
 
@@ -66,143 +72,203 @@ bool IsRegularFile(int descriptor)
 // One call of the system takes no more than this, which is below its own limit on every platform.
 constexpr std::size_t LargestTransfer = std::size_t{1} << 30;
 
+class SystemFiles final : public FileServices {
+public:
+    HRESULT Open(const ZALUnicodeString& path, const char* mode, ZALFileHandle& handle) override
+    {
+        handle = 0;
+        const std::string_view access = mode ? mode : "";
+        const bool isWriting = access == "wb";
+        if (!isWriting && access != "rb" && access != "r")
+            return E_FAIL;
+        if (isWriting && HasParentComponent(path))
+            return E_FAIL;
+
+        // Without blocking, because a path may name a pipe that nobody else ever opens.
+        const int flags = (isWriting ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+        const std::string file = SystemPath(path);
+        const int descriptor = Retry([&] { return ::open(file.c_str(), flags, 0666); });
+        if (descriptor < 0)
+            return E_FAIL;
+
+        if (!IsRegularFile(descriptor)) {
+            ::close(descriptor);
+            return E_FAIL;
+        }
+        try {
+            handle = Files().Add(descriptor);
+        } catch (...) {
+            ::close(descriptor);
+            throw;
+        }
+        return S_OK;
+    }
+
+    HRESULT Read(ZALFileHandle handle, void* buffer, std::uint32_t size, std::uint32_t& count) override
+    {
+        count = 0;
+        const int descriptor = Files().Find(handle);
+        if (descriptor < 0 || (!buffer && size > 0))
+            return E_FAIL;
+
+        char* const bytes = static_cast<char*>(buffer);
+        while (count < size) {
+            const std::size_t wanted = std::min<std::size_t>(size - count, LargestTransfer);
+            const ssize_t done = Retry([&] { return ::read(descriptor, bytes + count, wanted); });
+            if (done < 0)
+                return E_FAIL;
+            if (done == 0)
+                break;
+            count += static_cast<std::uint32_t>(done);
+        }
+        return S_OK;
+    }
+
+    HRESULT Write(ZALFileHandle handle, const void* bytes, std::uint32_t size, std::uint32_t& count) override
+    {
+        count = 0;
+        const int descriptor = Files().Find(handle);
+        if (descriptor < 0 || (!bytes && size > 0))
+            return E_FAIL;
+
+        const char* const source = static_cast<const char*>(bytes);
+        while (count < size) {
+            const std::size_t wanted = std::min<std::size_t>(size - count, LargestWrite);
+            const ssize_t done = Retry([&] { return ::write(descriptor, source + count, wanted); });
+            if (done <= 0)
+                return E_FAIL;
+            count += static_cast<std::uint32_t>(done);
+        }
+        return S_OK;
+    }
+
+    HRESULT Size(ZALFileHandle handle, std::uint32_t& size) override
+    {
+        const int descriptor = Files().Find(handle);
+        struct stat status;
+        if (descriptor < 0 || ::fstat(descriptor, &status) != 0)
+            return E_FAIL;
+        if (status.st_size > std::int64_t{UINT32_MAX})
+            return E_FAIL;
+
+        size = static_cast<std::uint32_t>(status.st_size);
+        return S_OK;
+    }
+
+    HRESULT Close(ZALFileHandle handle) override
+    {
+        const int descriptor = Files().Find(handle);
+        if (descriptor < 0)
+            return E_FAIL;
+
+        Files().Remove(handle);
+        // The descriptor is gone even when an interruption or a late write error is reported.
+        return ::close(descriptor) == 0 || errno == EINTR ? S_OK : E_FAIL;
+    }
+
+    HRESULT MakeDirectory(const ZALUnicodeString& path) override
+    {
+        if (HasParentComponent(path))
+            return E_FAIL;
+        return ::mkdir(SystemPath(path).c_str(), 0777) == 0 ? S_OK : E_FAIL;
+    }
+
+    HRESULT Stat(const ZALUnicodeString& path, ZALFileStatus& status, int) override
+    {
+        struct stat found;
+        if (::stat(SystemPath(path).c_str(), &found) != 0)
+            return E_FAIL;
+
+        static_assert(S_IFMT == ZALFileTypeMask && S_IFDIR == ZALFileTypeDirectory && S_IFREG == ZALFileTypeRegular);
+        status.Mode = found.st_mode;
+        status.Size = static_cast<std::uint64_t>(found.st_size);
+        status.Modified = found.st_mtime;
+        return S_OK;
+    }
+
+    HRESULT Delete(const ZALUnicodeString& path) override
+    {
+        if (HasParentComponent(path))
+            return E_FAIL;
+        return ::unlink(SystemPath(path).c_str()) == 0 ? S_OK : E_FAIL;
+    }
+
+    int Rename(const ZALString& from, const ZALString& to) override
+    {
+        constexpr int refused = -1;
+        if (HasParentComponent(from) || HasParentComponent(to))
+            return refused;
+        const std::string source = SystemPath(from);
+        const std::string target = SystemPath(to);
+
+        struct stat found;
+        if (::lstat(source.c_str(), &found) != 0 || S_ISDIR(found.st_mode))
+            return refused;
+        if (::lstat(target.c_str(), &found) == 0)
+            return refused;
+        if (::rename(source.c_str(), target.c_str()) != 0)
+            return refused;
+        if (journal::IsOpen())
+            journal::Write("moved", {{"from", source}, {"to", target}});
+        return 0;
+    }
+};
+
 } // namespace
+
+FileServices::~FileServices() = default;
+
+std::unique_ptr<FileServices> FileServices::WithoutBackend()
+{
+    return std::make_unique<SystemFiles>();
+}
+
+} // namespace openhost
+
+// ---------------------------------------------------------------------------------------------
+// The host view
 
 HRESULT ZALFOpen(const ZALUnicodeString& path, const char* mode, ZALFileHandle& handle)
 {
-    handle = 0;
-    const std::string_view access = mode ? mode : "";
-    const bool isWriting = access == "wb";
-    if (!isWriting && access != "rb" && access != "r")
-        return E_FAIL;
-    if (isWriting && openhost::HasParentComponent(path))
-        return E_FAIL;
-
-    // Without blocking, because a path may name a pipe that nobody else ever opens.
-    const int flags = (isWriting ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    const std::string file = openhost::SystemPath(path);
-    const int descriptor = Retry([&] { return open(file.c_str(), flags, 0666); });
-    if (descriptor < 0)
-        return E_FAIL;
-
-    if (!IsRegularFile(descriptor)) {
-        close(descriptor);
-        return E_FAIL;
-    }
-    try {
-        handle = Files().Add(descriptor);
-    } catch (...) {
-        close(descriptor);
-        throw;
-    }
-    return S_OK;
+    return openhost::FileServices::Current().Open(path, mode, handle);
 }
 
 HRESULT ZALFRead(ZALFileHandle handle, void* buffer, std::uint32_t size, std::uint32_t& count)
 {
-    count = 0;
-    const int descriptor = Files().Find(handle);
-    if (descriptor < 0 || (!buffer && size > 0))
-        return E_FAIL;
-
-    char* const bytes = static_cast<char*>(buffer);
-    while (count < size) {
-        const std::size_t wanted = std::min<std::size_t>(size - count, LargestTransfer);
-        const ssize_t done = Retry([&] { return read(descriptor, bytes + count, wanted); });
-        if (done < 0)
-            return E_FAIL;
-        if (done == 0)
-            break;
-        count += static_cast<std::uint32_t>(done);
-    }
-    return S_OK;
+    return openhost::FileServices::Current().Read(handle, buffer, size, count);
 }
 
 HRESULT ZALFWrite(ZALFileHandle handle, const void* bytes, std::uint32_t size, std::uint32_t& count)
 {
-    count = 0;
-    const int descriptor = Files().Find(handle);
-    if (descriptor < 0 || (!bytes && size > 0))
-        return E_FAIL;
-
-    const char* const source = static_cast<const char*>(bytes);
-    while (count < size) {
-        const std::size_t wanted = std::min<std::size_t>(size - count, openhost::LargestWrite);
-        const ssize_t done = Retry([&] { return write(descriptor, source + count, wanted); });
-        if (done <= 0)
-            return E_FAIL;
-        count += static_cast<std::uint32_t>(done);
-    }
-    return S_OK;
+    return openhost::FileServices::Current().Write(handle, bytes, size, count);
 }
 
 HRESULT ZALFSize(ZALFileHandle handle, std::uint32_t& size)
 {
-    const int descriptor = Files().Find(handle);
-    struct stat status;
-    if (descriptor < 0 || fstat(descriptor, &status) != 0)
-        return E_FAIL;
-    if (status.st_size > std::int64_t{UINT32_MAX})
-        return E_FAIL;
-
-    size = static_cast<std::uint32_t>(status.st_size);
-    return S_OK;
+    return openhost::FileServices::Current().Size(handle, size);
 }
 
 HRESULT ZALFClose(ZALFileHandle handle)
 {
-    const int descriptor = Files().Find(handle);
-    if (descriptor < 0)
-        return E_FAIL;
-
-    Files().Remove(handle);
-    // The descriptor is gone even when an interruption or a late write error is reported.
-    return close(descriptor) == 0 || errno == EINTR ? S_OK : E_FAIL;
+    return openhost::FileServices::Current().Close(handle);
 }
 
 HRESULT ZALCreateDirectory(const ZALUnicodeString& path)
 {
-    if (openhost::HasParentComponent(path))
-        return E_FAIL;
-    return mkdir(openhost::SystemPath(path).c_str(), 0777) == 0 ? S_OK : E_FAIL;
+    return openhost::FileServices::Current().MakeDirectory(path);
 }
 
-HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status, int)
+HRESULT ZALFileStat(const ZALUnicodeString& path, ZALFileStatus& status, int options)
 {
-    struct stat found;
-    if (stat(openhost::SystemPath(path).c_str(), &found) != 0)
-        return E_FAIL;
-
-    static_assert(S_IFMT == ZALFileTypeMask && S_IFDIR == ZALFileTypeDirectory && S_IFREG == ZALFileTypeRegular);
-    status.Mode = found.st_mode;
-    status.Size = static_cast<std::uint64_t>(found.st_size);
-    status.Modified = found.st_mtime;
-    return S_OK;
+    return openhost::FileServices::Current().Stat(path, status, options);
 }
 
 HRESULT ZALDeleteFile(const ZALUnicodeString& path)
 {
-    if (openhost::HasParentComponent(path))
-        return E_FAIL;
-    return unlink(openhost::SystemPath(path).c_str()) == 0 ? S_OK : E_FAIL;
+    return openhost::FileServices::Current().Delete(path);
 }
 
 int ZALRenameFile(const ZALString& from, const ZALString& to)
 {
-    constexpr int refused = -1;
-    if (openhost::HasParentComponent(from) || openhost::HasParentComponent(to))
-        return refused;
-    const std::string source = openhost::SystemPath(from);
-    const std::string target = openhost::SystemPath(to);
-
-    struct stat found;
-    if (lstat(source.c_str(), &found) != 0 || S_ISDIR(found.st_mode))
-        return refused;
-    if (lstat(target.c_str(), &found) == 0)
-        return refused;
-    if (rename(source.c_str(), target.c_str()) != 0)
-        return refused;
-    if (openhost::journal::IsOpen())
-        openhost::journal::Write("moved", {{"from", source}, {"to", target}});
-    return 0;
+    return openhost::FileServices::Current().Rename(from, to);
 }

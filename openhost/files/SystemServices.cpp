@@ -1,8 +1,38 @@
+#include "openhost/files/SystemServices.h"
+
 #include "host/system.h"
 
 #include <chrono>
 #include <cstdlib>
 #include <thread>
+
+namespace openhost {
+
+template class Port<SystemServices>;
+
+namespace {
+
+class SleepingSystem final : public SystemServices {
+public:
+    void Sleep(unsigned int milliseconds) override
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    }
+};
+
+} // namespace
+
+SystemServices::~SystemServices() = default;
+
+std::unique_ptr<SystemServices> SystemServices::WithoutBackend()
+{
+    return std::make_unique<SleepingSystem>();
+}
+
+} // namespace openhost
+
+// ---------------------------------------------------------------------------------------------
+// The host view
 
 HRESULT ZALGetEnv(const char* name, ZALUnicodeString& value)
 {
@@ -16,5 +46,5 @@ HRESULT ZALGetEnv(const char* name, ZALUnicodeString& value)
 
 void ZALSleep(unsigned int milliseconds)
 {
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    openhost::SystemServices::Current().Sleep(milliseconds);
 }

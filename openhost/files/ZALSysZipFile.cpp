@@ -1,23 +1,16 @@
-#include "host/archive.h"
-
-#include "Paths.h"
-#include "ZipExtraction.h"
-#include "ZipWriter.h"
-#include "openhost/journal/Journal.h"
-#include "openhost/text/Utf.h"
+#include "openhost/files/ArchiveServices.h"
 
 #include <exception>
-#include <filesystem>
-#include <memory>
-#include <optional>
-#include <string>
+#include <utility>
 
-class ZALZipReader : public openhost::ZipReader {
-    using ZipReader::ZipReader;
+class ZALZipReader {
+public:
+    std::unique_ptr<openhost::ArchiveReader> archive;
 };
 
-class ZALZipWriter : public openhost::ZipWriter {
-    using ZipWriter::ZipWriter;
+class ZALZipWriter {
+public:
+    std::unique_ptr<openhost::ArchiveWriter> archive;
 };
 
 ZALSysZipFile::ZALSysZipFile() = default;
@@ -29,13 +22,18 @@ try {
         return E_INVALIDARG;
     if (reader_ || writer_)
         return E_FAIL;
+    auto& services = openhost::ArchiveServices::Current();
     if (mode == ZALZipWrite) {
-        if (openhost::HasParentComponent(path))
+        auto writer = std::make_unique<ZALZipWriter>(services.OpenWriter(path));
+        if (!writer->archive)
             return E_FAIL;
-        writer_ = std::make_unique<ZALZipWriter>(openhost::SystemPath(path));
+        writer_ = std::move(writer);
         return S_OK;
     }
-    reader_ = std::make_unique<ZALZipReader>(openhost::SystemPath(path));
+    auto reader = std::make_unique<ZALZipReader>(services.OpenReader(path));
+    if (!reader->archive)
+        return E_FAIL;
+    reader_ = std::move(reader);
     return S_OK;
 } catch (const std::exception&) {
     return E_FAIL;
@@ -46,22 +44,20 @@ try {
     names = nullptr;
     sizes = nullptr;
     count = 0;
-    if (!reader_)
-        return E_FAIL;
+    std::vector<openhost::ArchiveReader::Entry> entries;
+    const HRESULT browsed = reader_ ? reader_->archive->Browse(entries) : E_FAIL;
+    if (FAILED(browsed) || entries.empty())
+        return browsed;
 
-    const std::size_t entries = reader_->Count();
-    if (entries == 0)
-        return S_OK;
-
-    std::unique_ptr<ZALUnicodeString[]> allNames(new ZALUnicodeString[entries]);
-    std::unique_ptr<std::uint64_t[]> allSizes(new std::uint64_t[entries]);
-    for (std::size_t entry = 0; entry < entries; ++entry) {
-        allNames[entry] = openhost::FromUtf8(reader_->Name(entry));
-        allSizes[entry] = reader_->Size(entry);
+    std::unique_ptr<ZALUnicodeString[]> allNames(new ZALUnicodeString[entries.size()]);
+    std::unique_ptr<std::uint64_t[]> allSizes(new std::uint64_t[entries.size()]);
+    for (std::size_t entry = 0; entry < entries.size(); ++entry) {
+        allNames[entry] = std::move(entries[entry].name);
+        allSizes[entry] = entries[entry].size;
     }
     names = allNames.release();
     sizes = allSizes.release();
-    count = static_cast<unsigned int>(entries);
+    count = static_cast<unsigned int>(entries.size());
     return S_OK;
 } catch (const std::exception&) {
     return E_FAIL;
@@ -71,24 +67,8 @@ HRESULT ZALSysZipFile::ExtractFile(const ZALUnicodeString& folder, const ZALUnic
 try {
     if (flags != ZALZipExtractReplace)
         return E_INVALIDARG;
-    if (!reader_ || openhost::HasParentComponent(folder))
-        return E_FAIL;
-    const std::string name = openhost::ToUtf8(entry);
-    const std::optional<std::size_t> found = reader_->Find(name);
-    if (!found)
-        return E_FAIL;
-
-    openhost::ExtractZipEntry(*reader_, *found, openhost::SystemPath(folder), name);
-
-    if (openhost::journal::IsOpen() && !name.ends_with('/') && !name.ends_with('\\')) {
-        ZALUnicodeString file = folder;
-        ZALMakePath(file, entry);
-        openhost::journal::Write("extracted", {{"path", openhost::SystemPath(file)}});
-    }
-    return S_OK;
-} catch (const std::exception& failure) {
-    if (openhost::journal::IsOpen())
-        openhost::journal::Write("refused", {{"entry", openhost::ToUtf8(entry)}, {"reason", failure.what()}});
+    return reader_ ? reader_->archive->Extract(folder, entry) : E_FAIL;
+} catch (const std::exception&) {
     return E_FAIL;
 }
 
@@ -97,30 +77,18 @@ HRESULT ZALSysZipFile::AddFile(const ZALUnicodeString& file, int compress, int r
 try {
     if ((compress != 0 && compress != 1) || (relative != 0 && relative != 1) || options != 0)
         return E_INVALIDARG;
-    if (!writer_ || openhost::HasParentComponent(file) || openhost::HasParentComponent(base))
-        return E_FAIL;
-
-    const std::filesystem::path path = openhost::SystemPath(file);
-    const std::filesystem::path below = path.lexically_normal().lexically_relative(
-        std::filesystem::path(openhost::SystemPath(base)).lexically_normal());
-    if (below.empty() || below.begin()->string() == "..")
-        return E_FAIL;
-    writer_->Add(path.string(), relative == 1 ? below.string() : path.filename().string(), compress == 1);
-    return S_OK;
+    return writer_ ? writer_->archive->Add(file, compress == 1, relative == 1, base) : E_FAIL;
 } catch (const std::exception&) {
     return E_FAIL;
 }
 
 HRESULT ZALSysZipFile::Close()
 try {
-    if (const std::unique_ptr<ZALZipWriter> writer = std::move(writer_)) {
-        writer->Finish();
-        return S_OK;
-    }
-    if (!reader_)
-        return E_FAIL;
-    reader_.reset();
-    return S_OK;
+    if (const auto writer = std::move(writer_))
+        return writer->archive->Close();
+    if (const auto reader = std::move(reader_))
+        return reader->archive->Close();
+    return E_FAIL;
 } catch (const std::exception&) {
     return E_FAIL;
 }

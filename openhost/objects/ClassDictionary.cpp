@@ -46,10 +46,10 @@ ZALAdapterFunction ClassDictionary::FindAdapter(const ZALMetaClass* metaClass, s
     return nullptr;
 }
 
-void ClassDictionary::AddAdapter(const char* className, const char* interfaceName, ZALAdapterFunction adapter)
+void ClassDictionary::AddAdapter(const char* className, const char* interfaceName, ZALAdapterFunction adapter, int flag)
 {
     adapters_.push_back({className, interfaceName, adapter});
-    Note("interface", className);
+    Note("interface", className, std::string(interfaceName) + ", " + std::to_string(flag));
 }
 
 void ClassDictionary::AddCreation(const char* className, ZALCreationFunction creation, const char* kind)
@@ -58,9 +58,9 @@ void ClassDictionary::AddCreation(const char* className, ZALCreationFunction cre
     Note(kind, className);
 }
 
-void ClassDictionary::Note(const char* kind, const char* name)
+void ClassDictionary::Note(const char* kind, const char* name, const std::string& values)
 {
-    registrations_.push_back({kind, name});
+    registrations_.push_back({kind, name, values});
 }
 
 void ClassDictionary::RemoveAdapter(const char* className, const char* interfaceName)
@@ -107,10 +107,11 @@ LoadedModule::~LoadedModule()
 
 } // namespace openhost
 
-ZALFillDictionary::ZALFillDictionary(const char* className, const char* interfaceName, ZALAdapterFunction adapter, int)
+ZALFillDictionary::ZALFillDictionary(const char* className, const char* interfaceName, ZALAdapterFunction adapter,
+                                     int flag)
     : className_(className), interfaceName_(interfaceName)
 {
-    openhost::ClassDictionary::Instance().AddAdapter(className, interfaceName, adapter);
+    openhost::ClassDictionary::Instance().AddAdapter(className, interfaceName, adapter, flag);
 }
 
 ZALFillDictionary::ZALFillDictionary(const char* className, ZALCreationFunction creation)

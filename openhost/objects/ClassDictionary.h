@@ -12,8 +12,9 @@ namespace openhost {
 
 /// One thing that a module told the host while it was loaded.
 struct Registration {
-    std::string kind; ///< "interface", "class", "creation", "trace"
-    std::string name; ///< name of the class or the trace
+    std::string kind;   ///< "interface", "class", "creation", "record", "trace"
+    std::string name;   ///< name of the class or the trace
+    std::string values; ///< what came with it, separated by commas
 };
 
 /// All of it is used on the user-interface thread.
@@ -33,9 +34,9 @@ public:
     /// What modules registered, in the order in which they did.
     const std::vector<Registration>& Registrations() const { return registrations_; }
 
-    void AddAdapter(const char* className, const char* interfaceName, ZALAdapterFunction adapter);
+    void AddAdapter(const char* className, const char* interfaceName, ZALAdapterFunction adapter, int flag = 0);
     void AddCreation(const char* className, ZALCreationFunction creation, const char* kind);
-    void Note(const char* kind, const char* name);
+    void Note(const char* kind, const char* name, const std::string& values = {});
     void RemoveAdapter(const char* className, const char* interfaceName);
     void RemoveCreation(const char* className);
 

@@ -13,4 +13,7 @@ using DispatchObserver = std::function<void(ZALBaseUnknown* publisher, const ZAL
 /// Replaces the observer; an empty function observes nothing. Returns the one of before.
 DispatchObserver ObserveDispatches(DispatchObserver observer);
 
+/// Lets AddCallback subscribe to nothing, and answer 0, until it is taken back.
+void RefuseSubscriptions(bool refuse);
+
 } // namespace openhost

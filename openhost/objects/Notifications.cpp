@@ -34,6 +34,8 @@ openhost::DispatchObserver& Observer()
     return observer;
 }
 
+bool subscriptionsAreRefused = false;
+
 void End(ZALCallback callback)
 {
     const auto found = Subscriptions().find(callback);
@@ -97,6 +99,11 @@ DispatchObserver ObserveDispatches(DispatchObserver observer)
     return std::exchange(Observer(), std::move(observer));
 }
 
+void RefuseSubscriptions(bool refuse)
+{
+    subscriptionsAreRefused = refuse;
+}
+
 } // namespace openhost
 
 ZALNotification::ZALNotification(int automaticDelete) : automaticDelete_(automaticDelete) {}
@@ -110,7 +117,7 @@ ZALEventSubscriber::~ZALEventSubscriber() = default;
 ZALCallback ZALEventSubscriber::AddCallback(ZALBaseUnknown* publisher, const char* notificationClass,
                                             ZALSubscriberMethod method, void* data)
 {
-    if (!publisher || !notificationClass || !method)
+    if (!publisher || !notificationClass || !method || subscriptionsAreRefused)
         return 0;
     static ZALCallback last = 0;
     const ZALCallback callback = ++last;

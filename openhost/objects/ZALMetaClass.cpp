@@ -1,4 +1,4 @@
-#include "host/object_model.h"
+#include "openhost/objects/ClassDictionary.h"
 
 #include <cstring>
 #include <map>
@@ -62,12 +62,16 @@ int ZALMetaClass::IsAKindOf(const char* className) const
     return 0;
 }
 
-ZALMetaClass* fct_RetrieveMetaObject(const char* className, int kind, ZALMetaClass* base, const char*,
+ZALMetaClass* fct_RetrieveMetaObject(const char* className, int kind, ZALMetaClass* base, const char* extended,
                                      const char* module)
 {
     static std::map<std::pair<std::string, int>, std::unique_ptr<ZALMetaClass>> records;
     std::unique_ptr<ZALMetaClass>& record = records[{className, kind}];
     if (!record)
         record.reset(ZALMetaClassAccess::Make(Keep(className), kind, base, Keep(module)));
+    const auto text = [](const char* value) { return std::string(value ? value : ""); };
+    openhost::ClassDictionary::Instance().Note("record", text(className).c_str(),
+                                               std::to_string(kind) + ", " + text(base ? base->GetName() : "") + ", " +
+                                                   text(extended) + ", " + text(module));
     return record.get();
 }

@@ -62,7 +62,7 @@ void RedirectTraces(TraceOutput output)
 
 } // namespace openhost
 
-ZALTrace::ZALTrace(const char* name, const char*, int, const char* output, int) : name_(name)
+ZALTrace::ZALTrace(const char* name, const char* description, int mode, const char* output, int size) : name_(name)
 {
     TraceRegistry& registry = Registry();
     const auto [state, added] = registry.traces.try_emplace(name);
@@ -70,7 +70,9 @@ ZALTrace::ZALTrace(const char* name, const char*, int, const char* output, int) 
         state->second.active = registry.BeginsActive(name);
     state->second.output = output;
     Activation = &state->second.active;
-    openhost::ClassDictionary::Instance().Note("trace", name);
+    openhost::ClassDictionary::Instance().Note("trace", name,
+                                               std::string(description) + ", " + std::to_string(mode) + ", " + output +
+                                                   ", " + std::to_string(size));
 }
 
 ZALTrace::~ZALTrace() = default;

@@ -29,6 +29,7 @@ OPENHOST_META_CLASS(PanelEvents, ZALBaseUnknown)
 namespace {
 
 Panel* current = nullptr; ///< with a reference of the run
+ZALIMeridiaAccessDialog* replacement = nullptr;
 
 } // namespace
 
@@ -69,6 +70,11 @@ void Panel::End()
         return;
     ending->Leave();
     journal::Write("panel", {{"action", "closed"}});
+}
+
+void Panel::Replace(ZALIMeridiaAccessDialog* panel)
+{
+    replacement = panel;
 }
 
 void Panel::Leave()
@@ -191,12 +197,14 @@ void Panel::Tell(const char* name, AddinOperation operation, const std::string& 
 
 ZALIMeridiaAccessDialog_var ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog()
 {
-    return ZALIMeridiaAccessDialog_var(openhost::Panel::Current());
+    using openhost::replacement;
+    return ZALIMeridiaAccessDialog_var(replacement ? replacement : openhost::Panel::Current());
 }
 
 ZALIMeridiaAccessDialog_var ZALMeridiaAccessServices::GetOrCreateMeridiaAccessDialog()
 {
-    return ZALIMeridiaAccessDialog_var(openhost::Panel::Open());
+    using openhost::replacement;
+    return ZALIMeridiaAccessDialog_var(replacement ? replacement : openhost::Panel::Open());
 }
 
 ZALBaseUnknown* ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher()

@@ -28,6 +28,9 @@ public:
     /// Ends the panel without telling anybody, at the end of a run.
     static void End();
 
+    /// Gives modules `panel`, the caller's, in place of the run's own, open or not; null goes back to that.
+    static void Replace(ZALIMeridiaAccessDialog* panel);
+
     ~Panel() override;
 
     HRESULT ExecuteScript(const ZALUnicodeString& script) override;

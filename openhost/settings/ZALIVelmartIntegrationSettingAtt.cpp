@@ -1,18 +1,15 @@
-#include "host/settings.h"
+#include "openhost/settings/SettingsServices.h"
 
 #include "openhost/journal/Journal.h"
 #include "openhost/settings/SettingsStore.h"
 
 #include <exception>
 
-ZALIVelmartIntegrationSettingAtt::ZALIVelmartIntegrationSettingAtt() = default;
+namespace openhost {
 
-ZALIVelmartIntegrationSettingAtt::~ZALIVelmartIntegrationSettingAtt() = default;
+template class Port<SettingsServices>;
 
 namespace {
-
-using openhost::SettingsStore;
-using openhost::SettingsValues;
 
 // A view of the run's store: what one object sets, another one reads.
 class HostSettings : public ZALIVelmartIntegrationSettingAtt {
@@ -40,12 +37,12 @@ public:
         try {
             Store().Save();
         } catch (const std::exception& reason) {
-            if (openhost::journal::IsOpen())
-                openhost::journal::Write("settings", {{"action", "failed"}, {"error", reason.what()}});
+            if (journal::IsOpen())
+                journal::Write("settings", {{"action", "failed"}, {"error", reason.what()}});
             return E_FAIL;
         }
-        if (openhost::journal::IsOpen())
-            openhost::journal::Write("settings", {{"action", "saved"}});
+        if (journal::IsOpen())
+            journal::Write("settings", {{"action", "saved"}});
         return S_OK;
     }
 
@@ -105,15 +102,39 @@ private:
     static SettingsStore& Store() { return SettingsStore::Current(); }
 };
 
+class StoredSettings final : public SettingsServices {
+public:
+    HRESULT Create(ZALIVelmartIntegrationSettingAtt*& settings) override
+    {
+        if (!SettingsStore::Current().IsAvailable())
+            return E_FAIL;
+        settings = new HostSettings;
+        return S_OK;
+    }
+};
+
 } // namespace
+
+SettingsServices::~SettingsServices() = default;
+
+std::unique_ptr<SettingsServices> SettingsServices::WithoutBackend()
+{
+    return std::make_unique<StoredSettings>();
+}
+
+} // namespace openhost
+
+// ---------------------------------------------------------------------------------------------
+// The host view
+
+ZALIVelmartIntegrationSettingAtt::ZALIVelmartIntegrationSettingAtt() = default;
+
+ZALIVelmartIntegrationSettingAtt::~ZALIVelmartIntegrationSettingAtt() = default;
 
 HRESULT CreateZALIVelmartIntegrationSettingAtt(ZALIVelmartIntegrationSettingAtt** settings)
 {
     if (!settings)
         return E_INVALIDARG;
     *settings = nullptr;
-    if (!SettingsStore::Current().IsAvailable())
-        return E_FAIL;
-    *settings = new HostSettings;
-    return S_OK;
+    return openhost::SettingsServices::Current().Create(*settings);
 }

@@ -1,3 +1,5 @@
+#include "openhost/text/JsonOptions.h"
+
 #include "JsonValues.h"
 #include "Utf.h"
 
@@ -13,11 +15,10 @@ bool IsInteger(const ordered_json& value)
     return value.is_number_integer();
 }
 
-} // namespace
+int kindBits = 0;
 
-int ZALOmxAny::GetKind() const
+int TagOf(const ordered_json& value)
 {
-    const ordered_json& value = ZALOmxAnyAccess::Unwrap(*this);
     if (value.is_boolean())
         return ZALOmxKindBoolean;
     if (value.is_number())
@@ -29,6 +30,18 @@ int ZALOmxAny::GetKind() const
     if (value.is_object())
         return ZALOmxKindMap;
     return ZALOmxKindNull;
+}
+
+} // namespace
+
+void openhost::SetKindBits(int bits)
+{
+    kindBits = bits;
+}
+
+int ZALOmxAny::GetKind() const
+{
+    return TagOf(ZALOmxAnyAccess::Unwrap(*this)) | kindBits;
 }
 
 HRESULT ZALOmxAny::GetString(ZALOmxUTF8String& value) const

@@ -1,10 +1,22 @@
+#include "openhost/text/JsonOptions.h"
+
 #include "JsonBuilder.h"
 #include "JsonValues.h"
 #include "Utf.h"
 
+namespace {
+int consistentNumberRequests = 0;
+} // namespace
+
+int openhost::ConsistentNumberRequests()
+{
+    return consistentNumberRequests;
+}
+
 void ZALOmxJson::ActivateConsistentDoubleUnstream()
 {
-    // Nothing depends on it here: the parser never reads a number by the locale or turns a double into an integer.
+    // Nothing else depends on it here: the parser never reads a number by the locale or turns a double into an integer.
+    ++consistentNumberRequests;
 }
 
 HRESULT ZALOmxJson::parse(const ZALOmxUTF8String& text, ZALOmxAny& value)

@@ -57,7 +57,7 @@ TEST(Includes, OfOpenhostHaveTheHostViewOfTheModuleAlone)
     }));
 }
 
-TEST(Includes, OfTheCatalogueHaveTheDocumentFormatsAndPicturesOfOpenhostAlone)
+TEST(Includes, OfTheCatalogueHaveFormatsAndPicturesOfOpenhostAlone)
 {
     // AtomicFile writes a whole file or none, which the formats build on. The light representation is a format too.
     EXPECT_TRUE(Each("catalogue", [](const Include& include) {

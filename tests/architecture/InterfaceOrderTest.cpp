@@ -28,47 +28,47 @@ TEST(InterfaceOrder, OfTheSettingsHasOneOperationBetweenFlagAndFolder)
 {
     using Settings = ZALIVelmartIntegrationSettingAtt;
     const auto first = &Settings::SettingsStepOne;
-    EXPECT_EQ(Places(first, &Settings::SettingsStepTwo), 1);
-    EXPECT_EQ(Places(first, &Settings::SettingsStepThree), 2);
-    EXPECT_EQ(Places(first, &Settings::SaveSettings), 3);
-    EXPECT_EQ(Places(first, &Settings::GetDoNotRemindDownloadLocation), 4);
-    EXPECT_EQ(Places(first, &Settings::SetDoNotRemindDownloadLocation), 5);
-    EXPECT_EQ(Places(first, &Settings::GetDoNotRemindDownloadLocationInfo), 6);
-    EXPECT_EQ(Places(first, &Settings::SetDoNotRemindDownloadLocationLock), 7);
-    EXPECT_EQ(Places(first, &Settings::GetDownloadLocation), 8);
-    EXPECT_EQ(Places(first, &Settings::SetDownloadLocation), 9);
-    EXPECT_EQ(Places(first, &Settings::GetDownloadLocationInfo), 10);
+    EXPECT_EQ(1, Places(first, &Settings::SettingsStepTwo));
+    EXPECT_EQ(2, Places(first, &Settings::SettingsStepThree));
+    EXPECT_EQ(3, Places(first, &Settings::SaveSettings));
+    EXPECT_EQ(4, Places(first, &Settings::GetDoNotRemindDownloadLocation));
+    EXPECT_EQ(5, Places(first, &Settings::SetDoNotRemindDownloadLocation));
+    EXPECT_EQ(6, Places(first, &Settings::GetDoNotRemindDownloadLocationInfo));
+    EXPECT_EQ(7, Places(first, &Settings::SetDoNotRemindDownloadLocationLock));
+    EXPECT_EQ(8, Places(first, &Settings::GetDownloadLocation));
+    EXPECT_EQ(9, Places(first, &Settings::SetDownloadLocation));
+    EXPECT_EQ(10, Places(first, &Settings::GetDownloadLocationInfo));
 }
 
 TEST(InterfaceOrder, OfThePanel)
 {
     using Panel = ZALIMeridiaAccessDialog;
-    EXPECT_EQ(Places(&Panel::ExecuteScript, &Panel::LoadUrl), 1);
-    EXPECT_EQ(Places(&Panel::ExecuteScript, &Panel::GetAddin), 2);
+    EXPECT_EQ(1, Places(&Panel::ExecuteScript, &Panel::LoadUrl));
+    EXPECT_EQ(2, Places(&Panel::ExecuteScript, &Panel::GetAddin));
 }
 
 TEST(InterfaceOrder, OfThePanelsAddins)
 {
     using Addin = ZALIMeridiaAccessDialogAddin;
-    EXPECT_EQ(Places(&Addin::SetAccessDialog, &Addin::OnPageUrl), 1);
-    EXPECT_EQ(Places(&Addin::SetAccessDialog, &Addin::OnJSMessage), 2);
+    EXPECT_EQ(1, Places(&Addin::SetAccessDialog, &Addin::OnPageUrl));
+    EXPECT_EQ(2, Places(&Addin::SetAccessDialog, &Addin::OnJSMessage));
 }
 
 TEST(InterfaceOrder, OfTheSettingsAddins)
 {
     using Addin = ZALIMeridiaAccessSettingsUIAddin;
-    EXPECT_EQ(Places(&Addin::Refresh, &Addin::Reset), 1);
-    EXPECT_EQ(Places(&Addin::Refresh, &Addin::Restore), 2);
-    EXPECT_EQ(Places(&Addin::Refresh, &Addin::Save), 3);
-    EXPECT_EQ(Places(&Addin::Refresh, &Addin::CreateFrame), 4);
+    EXPECT_EQ(1, Places(&Addin::Refresh, &Addin::Reset));
+    EXPECT_EQ(2, Places(&Addin::Refresh, &Addin::Restore));
+    EXPECT_EQ(3, Places(&Addin::Refresh, &Addin::Save));
+    EXPECT_EQ(4, Places(&Addin::Refresh, &Addin::CreateFrame));
 }
 
 TEST(InterfaceOrder, OfReceiversOfATransfer)
 {
     using Handler = ZALCefHttpDataHandler;
-    EXPECT_EQ(Places(&Handler::OnHeaders, &Handler::OnData), 1);
-    EXPECT_EQ(Places(&Handler::OnHeaders, &Handler::OnProgress), 2);
-    EXPECT_EQ(Places(&Handler::OnHeaders, &Handler::OnComplete), 3);
+    EXPECT_EQ(1, Places(&Handler::OnHeaders, &Handler::OnData));
+    EXPECT_EQ(2, Places(&Handler::OnHeaders, &Handler::OnProgress));
+    EXPECT_EQ(3, Places(&Handler::OnHeaders, &Handler::OnComplete));
 }
 
 } // namespace

@@ -6,8 +6,10 @@
 #include "openhost/journal/Journal.h"
 #include "openhost/settings/SettingsStore.h"
 #include "openhost/text/Utf.h"
+#include "tests/support/Files.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/WatchingDisplay.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -79,43 +81,25 @@ protected:
     const std::vector<std::string>& TextsAtHiding() const { return textsAtHiding_; }
     void WatchTheChooser()
     {
-        Surface().ShowOn(std::make_unique<HidingDisplay>([this](const ZALDialog& dialog) {
-            if (Node(&dialog).Name() == Chooser)
-                textsAtHiding_.push_back(TextOf(Editor));
-        }));
+        Surface().ShowOn(
+            std::make_unique<WatchingDisplay>(WatchingDisplay::Watches{.hidden = [this](ZALDialog& dialog) {
+                if (Node(&dialog).Name() == Chooser)
+                    textsAtHiding_.push_back(TextOf(Editor));
+            }}));
     }
 
     /// Installs the message catalog of the location dialog with `lines`.
-    void InstallCatalog(const std::string& lines)
-    {
-        const std::filesystem::path folder = Folder() / "installation" / "resources" / "msgcatalog";
-        std::filesystem::create_directories(folder);
-        std::ofstream(folder / "ZALVelmartDownloadLocationDlg.ZALNls") << lines;
-    }
+    void InstallCatalog(const std::string& lines) { WriteCatalog(Folder(), "ZALVelmartDownloadLocationDlg", lines); }
     /// Lets the chooser show another folder once it is hidden.
     void ForgetTheChoiceAtHiding()
     {
-        Surface().ShowOn(std::make_unique<HidingDisplay>([](const ZALDialog& dialog) {
+        Surface().ShowOn(std::make_unique<WatchingDisplay>(WatchingDisplay::Watches{.hidden = [](ZALDialog& dialog) {
             if (Node(&dialog).Name() == Chooser)
                 ZALDialogNode::Of(dialog).text = "/forgotten";
-        }));
+        }}));
     }
 
 private:
-    /// A display that tells what is hidden.
-    class HidingDisplay : public DialogSurface {
-    public:
-        explicit HidingDisplay(std::function<void(const ZALDialog&)> hidden) : hidden_(std::move(hidden)) {}
-        void Shown(ZALDialog&) override {}
-        void Hidden(ZALDialog& dialog) override { hidden_(dialog); }
-        void Changed(ZALDialog&) override {}
-        void Ended(ZALDialog&) override {}
-        int Ask(ZALDlgNotify&, const ZALUnicodeString&, const ZALUnicodeString&) override { return ZALDlgAnswerClosed; }
-
-    private:
-        std::function<void(const ZALDialog&)> hidden_;
-    };
-
     journal::Sink sinkBefore_;
     int saves_ = 0;
     std::vector<std::string> textsAtHiding_;

@@ -113,7 +113,7 @@ TEST_F(DialogsWithoutMemory, OKOnAWrongFolderNeverReports)
         Surface().Answer("NotADirectoryNotify", ZALDlgAnswerOK);
         WithoutException(memory, [&] { DialogProbe::OK(*dialog); });
         EXPECT_TRUE(IsOpen(Dialog));
-        EXPECT_EQ(CountOf(OKNotif), 0);
+        EXPECT_EQ(0, CountOf(OKNotif));
         EXPECT_EQ(StoredLocation(), Parts().string());
         dialog->RequestDelayedDestruction();
         EXPECT_FALSE(IsOpen(Dialog));
@@ -160,7 +160,7 @@ TEST_F(DialogsWithoutMemory, TheLocationDialogEndsAtTheNextTryAtTheLatest)
             dialog->RequestDelayedDestruction();
         EXPECT_FALSE(IsOpen(Dialog));
         EXPECT_FALSE(IsOpen(Chooser));
-        EXPECT_EQ(dialog->Release(), 0U);
+        EXPECT_EQ(0U, dialog->Release());
     });
 }
 
@@ -215,9 +215,9 @@ TEST_F(DialogsWithoutMemory, AProgressDialogCanBeMovedAndClosedAgain)
     Listener listener;
     listener.Subscribe(download, "ZALVelmartDownloadProgressDlg::CANCELNotif");
     Surface().Push("ZALVelmartDownloadProgressDlg", "CLOSE");
-    EXPECT_EQ(listener.Calls(), 1);
+    EXPECT_EQ(1, listener.Calls());
     download->UpdateProgress(60);
-    EXPECT_EQ(NodeOf("VLProgressBar").position, 60);
+    EXPECT_EQ(60, NodeOf("VLProgressBar").position);
 }
 
 TEST_F(DialogsWithoutMemory, ADialogWithoutAnyFileNameHasAnEmptyOne)
@@ -227,12 +227,11 @@ TEST_F(DialogsWithoutMemory, ADialogWithoutAnyFileNameHasAnEmptyOne)
         ZALVelmartDownloadLocationDlg::Create(), ZALVelmartDownloadProgressDlg::Create(),
         ZALVelmartFindSimilarUploadProgressDlg::Create(), new ZALVelmartToolsOptionFrame(parent, nullptr)};
     for (ZALDialog* dialog : dialogs)
-        EXPECT_EQ(WithEachAllocationFailing([&](FailingMemory& memory) {
+        EXPECT_EQ(1, WithEachAllocationFailing([&](FailingMemory& memory) {
                       ZALString name("before");
                       WithoutException(memory, [&] { name = dialog->GetResourceFilename(0); });
                       EXPECT_EQ(name.GetLengthInChar() == 0, memory.HasRunOut());
-                  }),
-                  1);
+                  }));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -282,7 +281,7 @@ TEST_F(OptionsWithoutMemory, AChangeIsStoredOrNot)
             }
             EXPECT_TRUE(!stored || StoredLocation() == Other().string());
             Loop().RunUntilIdle();
-            EXPECT_EQ(Surface().Find("NotADirectoryNotify"), nullptr);
+            EXPECT_EQ(nullptr, Surface().Find("NotADirectoryNotify"));
         });
     EXPECT_GT(failures, 0);
 }
@@ -301,7 +300,7 @@ TEST_F(OptionsWithoutMemory, TheChooserCanBeUsedAgain)
             DialogProbe::ChooserOK(*Page);
         });
         Surface().Push("Options", Button);
-        EXPECT_EQ(ChooseFolder(Other()), PushResult::Done);
+        EXPECT_EQ(PushResult::Done, ChooseFolder(Other()));
         EXPECT_FALSE(IsChooserShown());
         EXPECT_EQ(StoredLocation(), Other().string());
     });
@@ -326,18 +325,17 @@ TEST_F(OptionsWithoutMemory, TheAddinFailsAsTheSettingsDo)
 
 TEST_F(OptionsWithoutMemory, AnAddinIsMadeWithSettingsOrWithoutOrNotAtAll)
 {
-    EXPECT_EQ(WithEachAllocationFailing([&](FailingMemory& memory) {
+    EXPECT_EQ(2, WithEachAllocationFailing([&](FailingMemory& memory) {
                   ZALBaseUnknown* made = Page;
                   WithoutException(memory, [&] {
                       made = CreateBOAZALIMeridiaAccessSettingsUIAddinZALVelmartMeridiaAccessSettingsUIAddin(nullptr);
                   });
                   if (!made)
                       return;
-                  EXPECT_EQ(ReferencesOf(made), 1U);
-                  EXPECT_EQ(static_cast<ZALVelmartMeridiaAccessSettingsUIAddin*>(made)->Reset(), S_OK);
+                  EXPECT_EQ(1U, ReferencesOf(made));
+                  EXPECT_EQ(S_OK, static_cast<ZALVelmartMeridiaAccessSettingsUIAddin*>(made)->Reset());
                   made->Release();
-              }),
-              2);
+              }));
 }
 
 } // namespace

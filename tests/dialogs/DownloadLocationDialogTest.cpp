@@ -2,6 +2,7 @@
 
 #include "tests/dialogs/DialogProbe.h"
 #include "tests/dialogs/DialogTestFixture.h"
+#include "tests/support/Objects.h"
 
 #include "host/frame.h"
 
@@ -44,7 +45,7 @@ TEST_F(DownloadLocationDialog, IsShownOnTheApplicationDocument)
     const auto* dialog = Open();
     ASSERT_TRUE(dialog);
     EXPECT_STREQ(dialog->GetName().CastToCharPtr(), Dialog);
-    EXPECT_EQ(dialog->GetStyle(), 0x2000200U);
+    EXPECT_EQ(0x2000200U, dialog->GetStyle());
     EXPECT_EQ(dialog->GetFather(), ZALApplicationFrame::GetFrame()->GetApplicationDocument());
     EXPECT_TRUE(IsOpen());
 }
@@ -52,15 +53,15 @@ TEST_F(DownloadLocationDialog, IsShownOnTheApplicationDocument)
 TEST_F(DownloadLocationDialog, IsNotMadeWithoutAFrame)
 {
     ResetFrame();
-    EXPECT_EQ(Open(), nullptr);
+    EXPECT_EQ(nullptr, Open());
     EXPECT_THAT(LiveDialogs(), IsEmpty());
 }
 
 TEST_F(DownloadLocationDialog, IsNotMadeWithoutAnApplicationDocument)
 {
     ConfigureFrame({.applicationDocument = false});
-    EXPECT_EQ(Open(), nullptr);
-    EXPECT_EQ(Surface().Find(Dialog), nullptr);
+    EXPECT_EQ(nullptr, Open());
+    EXPECT_EQ(nullptr, Surface().Find(Dialog));
 }
 
 TEST_F(DownloadLocationDialog, HoldsItsControlsInTheirOrder)
@@ -83,7 +84,7 @@ TEST_F(DownloadLocationDialog, HoldsItsControlsInTheirOrder)
         EXPECT_EQ(NodeOf(name).style, style) << name;
         EXPECT_TRUE(NodeOf(name).visible) << name;
     }
-    EXPECT_EQ(NodeOf(Editor).visibleTextWidth, 23);
+    EXPECT_EQ(23, NodeOf(Editor).visibleTextWidth);
 }
 
 TEST_F(DownloadLocationDialog, PutsItsControlsInOneRowWithTheCheckButtonBelow)
@@ -114,54 +115,28 @@ TEST_F(DownloadLocationDialog, PutsItsControlsInOneRowWithTheCheckButtonBelow)
 
 TEST_F(DownloadLocationDialog, ListensToItselfBeforeItsControlsAreThere)
 {
-    class Watch : public ScriptedSurface {
-    public:
-        void Changed(ZALDialog& control) override
-        {
-            ZALDialog* window = &control;
-            while (std::string(window->GetName().CastToCharPtr()) != Dialog && window->GetFather())
-                window = window->GetFather();
-            for (const char* event :
-                 {"ZALDlgWindCloseNotification", "ZALDlgCancelNotification", "ZALDlgOKNotification"})
-                early = early && SubscribersOf(window, event) == std::vector<ZALBaseUnknown*>{window};
-            ++changes;
-        }
-        bool early = true;
-        int changes = 0;
-    };
-    auto watch = std::make_unique<Watch>();
-    const Watch* installed = watch.get();
-    const auto before = DialogSurface::Install(std::move(watch));
+    int changes = 0;
+    Surface().ShowOn(std::make_unique<WatchingDisplay>(WatchingDisplay::Watches{.changed = [&](ZALDialog& control) {
+        ZALDialog* window = &control;
+        while (std::string(window->GetName().CastToCharPtr()) != Dialog && window->GetFather())
+            window = window->GetFather();
+        for (const char* event : {"ZALDlgWindCloseNotification", "ZALDlgCancelNotification", "ZALDlgOKNotification"})
+            EXPECT_THAT(SubscribersOf(window, event), ElementsAre(window)) << event;
+        ++changes;
+    }}));
     Open();
-    EXPECT_GT(installed->changes, 0);
-    EXPECT_TRUE(installed->early);
-    EndAllDialogs();
-    DialogSurface::Install(std::make_unique<ScriptedSurface>());
-    ResetFrame();
+    EXPECT_GT(changes, 0);
 }
 
 TEST_F(DownloadLocationDialog, IsCompleteWhenItIsShown)
 {
-    class Watch : public ScriptedSurface {
-    public:
-        void Shown(ZALDialog& dialog) override
-        {
-            shown = ZALDialogNode::Of(dialog).Name();
-            const ZALDialog* editor = Find(Dialog, Editor);
-            text = editor ? ToUtf8(ZALDialogNode::Of(*editor).text) : "(no editor)";
-        }
-        std::string shown;
-        std::string text;
-    };
-    auto watch = std::make_unique<Watch>();
-    const Watch* installed = watch.get();
-    const auto before = DialogSurface::Install(std::move(watch));
+    Texts shown;
+    Surface().ShowOn(std::make_unique<WatchingDisplay>(WatchingDisplay::Watches{.shown = [&](ZALDialog& dialog) {
+        shown.push_back(Node(&dialog).Name());
+        EXPECT_EQ(Parts().string(), TextOf(Editor));
+    }}));
     Open();
-    EXPECT_EQ(installed->shown, Dialog);
-    EXPECT_EQ(installed->text, Parts().string());
-    EndAllDialogs();
-    DialogSurface::Install(std::make_unique<ScriptedSurface>());
-    ResetFrame();
+    EXPECT_THAT(shown, ElementsAre(Dialog));
 }
 
 TEST_F(DownloadLocationDialog, TakesItsTextsFromItsOwnFileFirst)
@@ -170,7 +145,7 @@ TEST_F(DownloadLocationDialog, TakesItsTextsFromItsOwnFileFirst)
     EXPECT_EQ(dialog->GetResourceFilename(-1), Dialog);
     EXPECT_EQ(dialog->GetResourceFilename(0), Dialog);
     EXPECT_EQ(dialog->GetResourceFilename(1), dialog->ZALDlgDialog::GetResourceFilename(0));
-    EXPECT_EQ(dialog->GetResourceFilename(2), "");
+    EXPECT_EQ("", dialog->GetResourceFilename(2));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -180,7 +155,7 @@ TEST_F(DownloadLocationDialog, ShowsTheSettings)
 {
     Open();
     EXPECT_EQ(TextOf(Editor), Parts().string());
-    EXPECT_EQ(NodeOf(CheckButton).state, 0x40000);
+    EXPECT_EQ(0x40000, NodeOf(CheckButton).state);
     for (const char* name : {LocationFrame, Editor, Button, CheckButton})
         EXPECT_TRUE(TakesInput(name)) << name;
 }
@@ -189,8 +164,8 @@ TEST_F(DownloadLocationDialog, ShowsAFlagThatIsNotSet)
 {
     SetSettings({}, false);
     Open();
-    EXPECT_EQ(TextOf(Editor), "");
-    EXPECT_EQ(NodeOf(CheckButton).state, 0x80000);
+    EXPECT_EQ("", TextOf(Editor));
+    EXPECT_EQ(0x80000, NodeOf(CheckButton).state);
 }
 
 TEST_F(DownloadLocationDialog, ShowsAFolderThatIsGone)
@@ -208,8 +183,8 @@ TEST_F(DownloadLocationDialog, IsShownEmptyWithoutSettings)
     setenv(Recording, "/recorded", 1);
     ASSERT_TRUE(Open());
     EXPECT_TRUE(IsOpen());
-    EXPECT_EQ(TextOf(Editor), "");
-    EXPECT_EQ(NodeOf(CheckButton).state, 0x80000);
+    EXPECT_EQ("", TextOf(Editor));
+    EXPECT_EQ(0x80000, NodeOf(CheckButton).state);
     EXPECT_TRUE(TakesInput(Editor));
     EXPECT_TRUE(TakesInput(CheckButton));
 }
@@ -275,7 +250,7 @@ TEST_P(RecordedDownloadLocationDialog, ProposesTheFolderOfTheRecording)
         setenv(Recording, recorded.variable, 1);
     Open();
     EXPECT_EQ(TextOf(Editor), recorded.shown ? recorded.shown : Parts().string());
-    EXPECT_EQ(Saves(), 0);
+    EXPECT_EQ(0, Saves());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -295,10 +270,10 @@ TEST_F(DownloadLocationDialog, KeepsALockedEmptyFolderThoughARecordingProposesOn
     SetSettings({}, true);
     Store().SetLock("DownloadLocation", 'R');
     Open();
-    EXPECT_EQ(Push("OK"), PushResult::Done);
-    EXPECT_EQ(StoredLocation(), "");
-    EXPECT_EQ(Saves(), 1) << "for what was written and not taken";
-    EXPECT_EQ(CountOf(OKNotif), 1);
+    EXPECT_EQ(PushResult::Done, Push("OK"));
+    EXPECT_EQ("", StoredLocation());
+    EXPECT_EQ(1, Saves()) << "for what was written and not taken";
+    EXPECT_EQ(1, CountOf(OKNotif));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -308,14 +283,14 @@ TEST_F(DownloadLocationDialog, OpensAFolderChooserOfItsOwn)
 {
     auto* dialog = Open();
     dialog->SetTitle("Folder of downloads");
-    EXPECT_EQ(Surface().Find(Chooser), nullptr) << "made on first use";
-    EXPECT_EQ(Push(Button), PushResult::Done);
+    EXPECT_EQ(nullptr, Surface().Find(Chooser)) << "made on first use";
+    EXPECT_EQ(PushResult::Done, Push(Button));
     ASSERT_TRUE(IsChooserShown());
     const ZALDialogNode& chooser = NodeOf(Chooser);
-    EXPECT_EQ(chooser.style, 0x12000200U);
+    EXPECT_EQ(0x12000200U, chooser.style);
     EXPECT_EQ(chooser.kind, Kind::FileBox);
     EXPECT_EQ(chooser.parent, dialog);
-    EXPECT_EQ(ToUtf8(chooser.owner->GetTitle()), "Folder of downloads");
+    EXPECT_EQ("Folder of downloads", ToUtf8(chooser.owner->GetTitle()));
     EXPECT_EQ(ToUtf8(chooser.startFolder), Parts().string());
     EXPECT_TRUE(IsOpen());
 }
@@ -334,10 +309,10 @@ TEST_F(DownloadLocationDialog, IgnoresAWrongTextWhenItBrowses)
     Open();
     for (const std::filesystem::path& wrong : {std::filesystem::path(), Folder() / "missing", File()}) {
         Enter(wrong);
-        EXPECT_EQ(Push(Button), PushResult::Done);
+        EXPECT_EQ(PushResult::Done, Push(Button));
         EXPECT_TRUE(IsChooserShown());
-        EXPECT_EQ(ToUtf8(NodeOf(Chooser).startFolder), "") << wrong;
-        EXPECT_EQ(Surface().Push(Chooser, "OK"), PushResult::Insensitive) << "without a choice";
+        EXPECT_EQ("", ToUtf8(NodeOf(Chooser).startFolder)) << wrong;
+        EXPECT_EQ(PushResult::Insensitive, Surface().Push(Chooser, "OK")) << "without a choice";
         Surface().Push(Chooser, "CANCEL");
     }
     EXPECT_THAT(Surface().Questions(), IsEmpty());
@@ -347,12 +322,12 @@ TEST_F(DownloadLocationDialog, TakesTheChosenFolderAndStoresNothingYet)
 {
     Open();
     Push(Button);
-    EXPECT_EQ(ChooseFolder(Other()), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, ChooseFolder(Other()));
     EXPECT_FALSE(IsChooserShown());
     EXPECT_EQ(TextOf(Editor), Other().string());
     EXPECT_EQ(StoredLocation(), Parts().string());
-    EXPECT_EQ(Saves(), 0);
-    EXPECT_EQ(CountOf(OKNotif), 0);
+    EXPECT_EQ(0, Saves());
+    EXPECT_EQ(0, CountOf(OKNotif));
     EXPECT_TRUE(IsOpen());
 }
 
@@ -380,11 +355,11 @@ TEST_F(DownloadLocationDialog, KeepsItsTextWhenTheChooserIsCancelled)
     for (const char* way : {"CANCEL", "CLOSE"}) {
         Push(Button);
         Surface().EnterText(Chooser, "FOLDER", Text(Other()));
-        EXPECT_EQ(Surface().Push(Chooser, way), PushResult::Done);
+        EXPECT_EQ(PushResult::Done, Surface().Push(Chooser, way));
         EXPECT_FALSE(IsChooserShown()) << way;
         EXPECT_EQ(TextOf(Editor), Parts().string()) << way;
     }
-    EXPECT_EQ(CountOf(CancelNotif), 0);
+    EXPECT_EQ(0, CountOf(CancelNotif));
     EXPECT_TRUE(IsOpen());
 }
 
@@ -399,19 +374,19 @@ TEST_F(DownloadLocationDialog, UsesOneChooserAgainAndAgain)
     EXPECT_EQ(Surface().Find(Chooser), chooser);
     EXPECT_TRUE(IsChooserShown());
     EXPECT_EQ(ToUtf8(NodeOf(Chooser).startFolder), Other().string());
-    EXPECT_EQ(SubscribersOf(Surface().Find(Chooser), "ZALDlgOKNotification").size(), 1U);
-    EXPECT_EQ(SubscribersOf(Surface().Find(Chooser), "ZALDlgCancelNotification").size(), 1U);
+    EXPECT_EQ(1U, SubscribersOf(Surface().Find(Chooser), "ZALDlgOKNotification").size());
+    EXPECT_EQ(1U, SubscribersOf(Surface().Find(Chooser), "ZALDlgCancelNotification").size());
 }
 
 TEST_F(DownloadLocationDialog, GoesOnWithoutAChooserAndTriesAnewNextTime)
 {
     Open();
     Surface().OfferFileBoxes(false);
-    EXPECT_EQ(Push(Button), PushResult::Done);
-    EXPECT_EQ(Surface().Find(Chooser), nullptr);
+    EXPECT_EQ(PushResult::Done, Push(Button));
+    EXPECT_EQ(nullptr, Surface().Find(Chooser));
     EXPECT_EQ(TextOf(Editor), Parts().string());
     Surface().OfferFileBoxes(true);
-    EXPECT_EQ(Push(Button), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Push(Button));
     EXPECT_TRUE(IsChooserShown());
 }
 
@@ -424,8 +399,8 @@ TEST_F(DownloadLocationDialog, TakesItsChooserAlongWhenItEnds)
     dialog->RequestDelayedDestruction();
     EXPECT_TRUE(IsChooserShown()) << "ends between events";
     Loop().RunUntilIdle();
-    EXPECT_EQ(chooser.GetComponent(), nullptr);
-    EXPECT_EQ(Surface().Find(Dialog), nullptr);
+    EXPECT_EQ(nullptr, chooser.GetComponent());
+    EXPECT_EQ(nullptr, Surface().Find(Dialog));
     dialog->RequestDelayedDestruction();
     Loop().RunUntilIdle();
     dialog->Release();
@@ -437,9 +412,9 @@ TEST_F(DownloadLocationDialog, LeavesNothingWhenTheHostEndsItWithItsChooser)
     Push(Button);
     ZALBaseUnknown_WR chooser(Surface().Find(Chooser));
     ResetFrame();
-    EXPECT_EQ(dialog.GetComponent(), nullptr);
-    EXPECT_EQ(chooser.GetComponent(), nullptr);
-    EXPECT_EQ(CountOf(CancelNotif), 0);
+    EXPECT_EQ(nullptr, dialog.GetComponent());
+    EXPECT_EQ(nullptr, chooser.GetComponent());
+    EXPECT_EQ(0, CountOf(CancelNotif));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -448,13 +423,13 @@ TEST_F(DownloadLocationDialog, LeavesNothingWhenTheHostEndsItWithItsChooser)
 TEST_F(DownloadLocationDialog, ReactsToTypingInNoWay)
 {
     Open();
-    EXPECT_EQ(Enter(Folder() / "missing"), PushResult::Done);
-    EXPECT_EQ(Check(0x80000), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Enter(Folder() / "missing"));
+    EXPECT_EQ(PushResult::Done, Check(0x80000));
     EXPECT_EQ(StoredLocation(), Parts().string());
     EXPECT_TRUE(StoredFlag());
     EXPECT_THAT(Surface().Questions(), IsEmpty());
-    EXPECT_EQ(SubscribersOf(Surface().Find(Editor), "ZALDlgEditorModifyNotification").size(), 1U);
-    EXPECT_EQ(SubscribersOf(Surface().Find(CheckButton), "ZALDlgCheckModifyNotification").size(), 1U);
+    EXPECT_EQ(1U, SubscribersOf(Surface().Find(Editor), "ZALDlgEditorModifyNotification").size());
+    EXPECT_EQ(1U, SubscribersOf(Surface().Find(CheckButton), "ZALDlgCheckModifyNotification").size());
 }
 
 struct ChangeCase {
@@ -477,15 +452,15 @@ TEST_P(ChangedDownloadLocationDialog, IsStoredAndSavedOnceByOK)
         Enter(Other());
     if (change.flag)
         Check(0x80000);
-    EXPECT_EQ(Saves(), 0);
-    EXPECT_EQ(Push("OK"), PushResult::Done);
+    EXPECT_EQ(0, Saves());
+    EXPECT_EQ(PushResult::Done, Push("OK"));
     EXPECT_EQ(Saves(), change.saves);
     EXPECT_EQ(StoredLocation(), (change.folder ? Other() : Parts()).string());
     EXPECT_EQ(StoredFlag(), !change.flag);
-    EXPECT_EQ(CountOf(OKNotif), 1);
-    EXPECT_EQ(CountOf(CancelNotif), 0);
+    EXPECT_EQ(1, CountOf(OKNotif));
+    EXPECT_EQ(0, CountOf(CancelNotif));
     Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().Find(Dialog), nullptr);
+    EXPECT_EQ(nullptr, Surface().Find(Dialog));
 }
 
 INSTANTIATE_TEST_SUITE_P(Changes, ChangedDownloadLocationDialog,
@@ -501,7 +476,7 @@ TEST_F(DownloadLocationDialog, StoresAFlagThatTheUserSets)
     Check(0x40000);
     Push("OK");
     EXPECT_TRUE(StoredFlag());
-    EXPECT_EQ(Saves(), 1);
+    EXPECT_EQ(1, Saves());
 }
 
 TEST_F(DownloadLocationDialog, HasStoredTheSettingsWhenItReportsAndEndsAfterwards)
@@ -512,19 +487,19 @@ TEST_F(DownloadLocationDialog, HasStoredTheSettingsWhenItReportsAndEndsAfterward
     Listener listener([&](ZALBaseUnknown* publisher, ZALNotification* notification, void*) {
         EXPECT_EQ(publisher, dialog);
         EXPECT_STREQ(notification->IsA(), OKNotif);
-        EXPECT_EQ(notification->GetAutomaticDelete(), 0);
+        EXPECT_EQ(0, notification->GetAutomaticDelete());
         EXPECT_EQ(StoredLocation(), Other().string());
         EXPECT_FALSE(StoredFlag());
-        EXPECT_EQ(Saves(), 1);
+        EXPECT_EQ(1, Saves());
         Loop().RunUntilIdle();
         EXPECT_TRUE(IsOpen()) << "the end is asked for behind the report";
     });
     listener.Subscribe(dialog, OKNotif);
     Push("OK");
-    EXPECT_EQ(listener.Calls(), 1);
+    EXPECT_EQ(1, listener.Calls());
     EXPECT_TRUE(IsOpen()) << "ends between events";
     Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().Find(Dialog), nullptr);
+    EXPECT_EQ(nullptr, Surface().Find(Dialog));
 }
 
 TEST_F(DownloadLocationDialog, SurvivesASubscriberThatEndsIt)
@@ -535,9 +510,9 @@ TEST_F(DownloadLocationDialog, SurvivesASubscriberThatEndsIt)
         Loop().RunUntilIdle();
     });
     listener.Subscribe(dialog, OKNotif);
-    EXPECT_EQ(Push("OK"), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Push("OK"));
     Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().Find(Dialog), nullptr);
+    EXPECT_EQ(nullptr, Surface().Find(Dialog));
 }
 
 TEST_F(DownloadLocationDialog, ReportsThoughTheSettingsAreGone)
@@ -545,12 +520,12 @@ TEST_F(DownloadLocationDialog, ReportsThoughTheSettingsAreGone)
     Open();
     Enter(Other());
     Store().SetAvailable(false);
-    EXPECT_EQ(Push("OK"), PushResult::Done);
-    EXPECT_EQ(CountOf(OKNotif), 1);
-    EXPECT_EQ(Saves(), 0);
+    EXPECT_EQ(PushResult::Done, Push("OK"));
+    EXPECT_EQ(1, CountOf(OKNotif));
+    EXPECT_EQ(0, Saves());
     EXPECT_EQ(StoredLocation(), Parts().string());
     Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().Find(Dialog), nullptr);
+    EXPECT_EQ(nullptr, Surface().Find(Dialog));
 }
 
 TEST_F(DownloadLocationDialog, ReportsThoughTheSettingsCannotBeSaved)
@@ -560,10 +535,10 @@ TEST_F(DownloadLocationDialog, ReportsThoughTheSettingsCannotBeSaved)
     Open();
     Enter(Other());
     std::ofstream(file) << "damaged";
-    EXPECT_EQ(Push("OK"), PushResult::Done);
-    EXPECT_EQ(Saves(), 0);
+    EXPECT_EQ(PushResult::Done, Push("OK"));
+    EXPECT_EQ(0, Saves());
     EXPECT_EQ(StoredLocation(), Other().string());
-    EXPECT_EQ(CountOf(OKNotif), 1);
+    EXPECT_EQ(1, CountOf(OKNotif));
 }
 
 struct InvalidCase {
@@ -584,30 +559,30 @@ TEST_P(InvalidDownloadLocation, KeepsTheDialogOpenAndChangesNothing)
     Enter(Wrong());
     Check(0x80000);
     Surface().Answer("NotADirectoryNotify", ZALDlgAnswerOK);
-    EXPECT_EQ(Push("OK"), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Push("OK"));
     Loop().RunUntilIdle();
     EXPECT_TRUE(IsOpen());
     EXPECT_EQ(TextOf(Editor), Wrong().string());
     EXPECT_EQ(StoredLocation(), Parts().string());
     EXPECT_TRUE(StoredFlag());
-    EXPECT_EQ(Saves(), 0);
-    EXPECT_EQ(CountOf(OKNotif), 0);
-    EXPECT_EQ(CountOf(CancelNotif), 0);
+    EXPECT_EQ(0, Saves());
+    EXPECT_EQ(0, CountOf(OKNotif));
+    EXPECT_EQ(0, CountOf(CancelNotif));
     EXPECT_FALSE(std::filesystem::is_directory(Folder() / "missing")) << "no folder is made";
 
-    ASSERT_EQ(Surface().Questions().size(), 1U);
+    ASSERT_EQ(1U, Surface().Questions().size());
     const ScriptedSurface::Question& question = Surface().Questions()[0];
-    EXPECT_EQ(question.name, "NotADirectoryNotify");
-    EXPECT_EQ(question.style, 0x10000200U);
+    EXPECT_EQ("NotADirectoryNotify", question.name);
+    EXPECT_EQ(0x10000200U, question.style);
     EXPECT_EQ(question.parent, Dialog);
-    EXPECT_EQ(question.title, "Invalid folder");
-    EXPECT_EQ(question.text, "Chosen folder is not a valid folder.\nPlease select a valid folder");
+    EXPECT_EQ("Invalid folder", question.title);
+    EXPECT_EQ("Chosen folder is not a valid folder.\nPlease select a valid folder", question.text);
 
     Enter(Other());
-    EXPECT_EQ(Push("OK"), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Push("OK"));
     EXPECT_EQ(StoredLocation(), Other().string());
-    EXPECT_EQ(CountOf(OKNotif), 1);
-    EXPECT_EQ(Surface().Questions().size(), 1U);
+    EXPECT_EQ(1, CountOf(OKNotif));
+    EXPECT_EQ(1U, Surface().Questions().size());
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, InvalidDownloadLocation,
@@ -622,7 +597,7 @@ TEST_F(DownloadLocationDialog, EndsTheMessageThatIsAnsweredWithOKAlone)
     EXPECT_FALSE(ZALVelmartDownloadLocationDlg::IsValidDirectory(dialog, ""));
     EXPECT_TRUE(Surface().Find("NotADirectoryNotify")) << "ends between events";
     Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().Find("NotADirectoryNotify"), nullptr);
+    EXPECT_EQ(nullptr, Surface().Find("NotADirectoryNotify"));
 
     EXPECT_FALSE(ZALVelmartDownloadLocationDlg::IsValidDirectory(dialog, ""));
     Loop().RunUntilIdle();
@@ -634,9 +609,9 @@ TEST_F(DownloadLocationDialog, TellsAWrongFolderInTheWordsOfItsCatalog)
 {
     InstallCatalog("NotADirectoryNotifyTitle = \"Wrong\";\nNotADirectoryNotifyMessage = \"No folder /P1\";\n");
     EXPECT_FALSE(ZALVelmartDownloadLocationDlg::IsValidDirectory(Open(), Text(File())));
-    ASSERT_EQ(Surface().Questions().size(), 1U);
-    EXPECT_EQ(Surface().Questions()[0].title, "Wrong");
-    EXPECT_EQ(Surface().Questions()[0].text, "No folder /P1") << "there are no parameters";
+    ASSERT_EQ(1U, Surface().Questions().size());
+    EXPECT_EQ("Wrong", Surface().Questions()[0].title);
+    EXPECT_EQ("No folder /P1", Surface().Questions()[0].text) << "there are no parameters";
 }
 
 TEST_F(DownloadLocationDialog, DoesNothingBeforeItHasControls)
@@ -645,9 +620,9 @@ TEST_F(DownloadLocationDialog, DoesNothingBeforeItHasControls)
     DialogProbe::ChooserOK(*dialog);
     DialogProbe::ChooserCancel(*dialog);
     DialogProbe::OK(*dialog);
-    EXPECT_EQ(Surface().Questions().size(), 1U) << "an absent text names no folder";
-    EXPECT_EQ(CountOf(OKNotif), 0);
-    EXPECT_EQ(Saves(), 0);
+    EXPECT_EQ(1U, Surface().Questions().size()) << "an absent text names no folder";
+    EXPECT_EQ(0, CountOf(OKNotif));
+    EXPECT_EQ(0, Saves());
 }
 
 TEST_F(DownloadLocationDialog, AcceptsADirectoryWithoutAWord)
@@ -664,10 +639,10 @@ TEST_F(DownloadLocationDialog, SurvivesItsEndWhileTheMessageIsShown)
     auto* dialog = Open();
     Enter(File());
     dialog->RequestDelayedDestruction();
-    EXPECT_EQ(Push("OK"), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Push("OK"));
     Loop().RunUntilIdle();
-    EXPECT_EQ(CountOf(OKNotif), 0);
-    EXPECT_EQ(Surface().Find(Dialog), nullptr);
+    EXPECT_EQ(0, CountOf(OKNotif));
+    EXPECT_EQ(nullptr, Surface().Find(Dialog));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -688,13 +663,13 @@ TEST_P(CancelledDownloadLocationDialog, ReportsAndEndsWithoutAChange)
         EXPECT_TRUE(IsOpen()) << "the end is asked for behind the report";
     });
     listener.Subscribe(dialog, CancelNotif);
-    EXPECT_EQ(Push(GetParam()), PushResult::Done);
-    EXPECT_EQ(listener.Calls(), 1);
+    EXPECT_EQ(PushResult::Done, Push(GetParam()));
+    EXPECT_EQ(1, listener.Calls());
     EXPECT_TRUE(IsOpen()) << "ends between events";
     Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().Find(Dialog), nullptr);
-    EXPECT_EQ(CountOf(OKNotif), 0);
-    EXPECT_EQ(Saves(), 0);
+    EXPECT_EQ(nullptr, Surface().Find(Dialog));
+    EXPECT_EQ(0, CountOf(OKNotif));
+    EXPECT_EQ(0, Saves());
     EXPECT_EQ(StoredLocation(), Parts().string());
     EXPECT_TRUE(StoredFlag());
 }
@@ -705,7 +680,7 @@ TEST_P(CancelledDownloadLocationDialog, TakesAWrongTextWithoutAWord)
     Enter(File());
     Push(GetParam());
     EXPECT_THAT(Surface().Questions(), IsEmpty());
-    EXPECT_EQ(CountOf(CancelNotif), 1);
+    EXPECT_EQ(1, CountOf(CancelNotif));
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, CancelledDownloadLocationDialog, ::testing::Values("CANCEL", "CLOSE"),

@@ -3,14 +3,18 @@
 #include "tests/dialogs/DialogProbe.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
+#include "tests/support/WatchingDisplay.h"
 
 #include "host/frame.h"
 #include "openhost/dialogs/DialogNode.h"
+#include "openhost/journal/Journal.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <new>
 
 namespace openhost::testing {
 
@@ -52,11 +56,11 @@ TYPED_TEST(ProgressDialog, IsShownOnTheApplicationDocument)
     const auto* dialog = TypeParam::Dialog::Create();
     ASSERT_TRUE(dialog);
     EXPECT_STREQ(dialog->GetName().CastToCharPtr(), TypeParam::Name);
-    EXPECT_EQ(dialog->GetStyle(), 0x44200U);
+    EXPECT_EQ(0x44200U, dialog->GetStyle());
     EXPECT_EQ(dialog->GetFather(), ZALApplicationFrame::GetFrame()->GetApplicationDocument());
     EXPECT_TRUE(ZALDialogNode::Of(*dialog).visible);
     EXPECT_TRUE(ZALDialogNode::Of(*dialog).TakesInput());
-    EXPECT_EQ(this->Shown(), 1U);
+    EXPECT_EQ(1U, this->Shown());
 }
 
 TYPED_TEST(ProgressDialog, HoldsOneFrameWithItsContentAttachedOnAllSides)
@@ -64,55 +68,46 @@ TYPED_TEST(ProgressDialog, HoldsOneFrameWithItsContentAttachedOnAllSides)
     auto* dialog = TypeParam::Dialog::Create();
     ASSERT_TRUE(dialog);
     const ZALDialogNode& window = ZALDialogNode::Of(*dialog);
-    ASSERT_EQ(window.children.size(), 1U);
+    ASSERT_EQ(1U, window.children.size());
     EXPECT_EQ(window.attached, window.children);
 
     const ZALDialogNode& frame = ZALDialogNode::Of(*window.children[0]);
-    EXPECT_EQ(frame.Name(), "VLDownloadProgressMainFrm");
-    EXPECT_EQ(frame.style, 0x80000U);
+    EXPECT_EQ("VLDownloadProgressMainFrm", frame.Name());
+    EXPECT_EQ(0x80000U, frame.style);
     EXPECT_EQ(frame.kind, ZALDialogNode::Kind::Frame);
-    ASSERT_EQ(frame.children.size(), 1U);
+    ASSERT_EQ(1U, frame.children.size());
     EXPECT_EQ(frame.attached, frame.children);
 
     const ZALDialogNode& content = ZALDialogNode::Of(*frame.children[0]);
     EXPECT_EQ(content.Name(), TypeParam::Content);
-    EXPECT_EQ(content.style, 0U);
+    EXPECT_EQ(0U, content.style);
     EXPECT_EQ(content.kind, TypeParam::Kind);
     EXPECT_TRUE(content.children.empty());
 }
 
 TYPED_TEST(ProgressDialog, IsCompleteWhenItIsShown)
 {
-    class Watch : public ScriptedSurface {
-    public:
-        void Shown(ZALDialog& dialog) override
-        {
-            attachedWhenShown = !ZALDialogNode::Of(*ZALDialogNode::Of(dialog).children.at(0)).attached.empty();
-        }
-        bool attachedWhenShown = false;
-    };
-    auto watch = std::make_unique<Watch>();
-    const Watch* installed = watch.get();
-    const auto before = DialogSurface::Install(std::move(watch));
+    int shown = 0;
+    this->Surface().ShowOn(std::make_unique<WatchingDisplay>(WatchingDisplay::Watches{.shown = [&](ZALDialog& dialog) {
+        ++shown;
+        EXPECT_FALSE(ZALDialogNode::Of(*ZALDialogNode::Of(dialog).children.at(0)).attached.empty());
+    }}));
     TypeParam::Dialog::Create();
-    EXPECT_TRUE(installed->attachedWhenShown);
-    EndAllDialogs();
-    DialogSurface::Install(std::make_unique<ScriptedSurface>());
-    ResetFrame();
+    EXPECT_EQ(1, shown);
 }
 
 TYPED_TEST(ProgressDialog, IsNotMadeWithoutAFrame)
 {
     ResetFrame();
-    EXPECT_EQ(TypeParam::Dialog::Create(), nullptr);
+    EXPECT_EQ(nullptr, TypeParam::Dialog::Create());
     EXPECT_TRUE(LiveDialogs().empty());
 }
 
 TYPED_TEST(ProgressDialog, IsNotMadeWithoutAnApplicationDocument)
 {
     ConfigureFrame({.applicationDocument = false});
-    EXPECT_EQ(TypeParam::Dialog::Create(), nullptr);
-    EXPECT_EQ(this->Shown(), 0U);
+    EXPECT_EQ(nullptr, TypeParam::Dialog::Create());
+    EXPECT_EQ(0U, this->Shown());
 }
 
 TYPED_TEST(ProgressDialog, TellsEachClosingAndStays)
@@ -121,11 +116,11 @@ TYPED_TEST(ProgressDialog, TellsEachClosingAndStays)
     Listener listener([&](ZALBaseUnknown* publisher, ZALNotification* notification, void*) {
         EXPECT_EQ(publisher, dialog);
         EXPECT_STREQ(notification->IsA(), TypeParam::Cancel);
-        EXPECT_EQ(notification->GetAutomaticDelete(), 0);
+        EXPECT_EQ(0, notification->GetAutomaticDelete());
     });
     listener.Subscribe(dialog, TypeParam::Cancel);
     for (int closing = 1; closing <= 3; ++closing) {
-        EXPECT_EQ(this->Surface().Push(TypeParam::Name, "CLOSE"), PushResult::Done);
+        EXPECT_EQ(PushResult::Done, this->Surface().Push(TypeParam::Name, "CLOSE"));
         this->Loop().RunUntilIdle();
         EXPECT_EQ(listener.Calls(), closing);
         EXPECT_TRUE(ZALDialogNode::Of(*dialog).visible);
@@ -135,10 +130,10 @@ TYPED_TEST(ProgressDialog, TellsEachClosingAndStays)
 TYPED_TEST(ProgressDialog, ClosingWithoutASubscriberDoesNothing)
 {
     auto* dialog = TypeParam::Dialog::Create();
-    EXPECT_EQ(this->Surface().Push(TypeParam::Name, "CLOSE"), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, this->Surface().Push(TypeParam::Name, "CLOSE"));
     this->Loop().RunUntilIdle();
     EXPECT_TRUE(ZALDialogNode::Of(*dialog).visible);
-    EXPECT_EQ(this->CountOf(TypeParam::Cancel), 1);
+    EXPECT_EQ(1, this->CountOf(TypeParam::Cancel));
 }
 
 TYPED_TEST(ProgressDialog, TheSubscriberMayEndItInsideTheClosing)
@@ -151,7 +146,7 @@ TYPED_TEST(ProgressDialog, TheSubscriberMayEndItInsideTheClosing)
     });
     listener.Subscribe(dialog, TypeParam::Cancel);
     this->Surface().Push(TypeParam::Name, "CLOSE");
-    EXPECT_EQ(reference.GetComponent(), nullptr);
+    EXPECT_EQ(nullptr, reference.GetComponent());
 }
 
 TYPED_TEST(ProgressDialog, EndsAfterTheEventInWhichItsOwnerAsks)
@@ -162,16 +157,16 @@ TYPED_TEST(ProgressDialog, EndsAfterTheEventInWhichItsOwnerAsks)
     dialog->RequestDelayedDestruction();
     EXPECT_TRUE(ZALDialogNode::Of(*dialog).visible);
     this->Loop().RunUntilIdle();
-    EXPECT_EQ(reference.GetComponent(), nullptr);
-    EXPECT_EQ(this->Surface().Push(TypeParam::Name, "CLOSE"), PushResult::NoDialog);
+    EXPECT_EQ(nullptr, reference.GetComponent());
+    EXPECT_EQ(PushResult::NoDialog, this->Surface().Push(TypeParam::Name, "CLOSE"));
 }
 
 TYPED_TEST(ProgressDialog, TakesNoClosingWhileItIsInsensitive)
 {
     auto* dialog = TypeParam::Dialog::Create();
     dialog->SetSensitivity(16);
-    EXPECT_EQ(this->Surface().Push(TypeParam::Name, "CLOSE"), PushResult::Insensitive);
-    EXPECT_EQ(this->CountOf(TypeParam::Cancel), 0);
+    EXPECT_EQ(PushResult::Insensitive, this->Surface().Push(TypeParam::Name, "CLOSE"));
+    EXPECT_EQ(0, this->CountOf(TypeParam::Cancel));
 }
 
 TYPED_TEST(ProgressDialog, LooksForItsTextsUnderItsOwnNameFirst)
@@ -191,8 +186,8 @@ TYPED_TEST(ProgressDialog, HasTheTextsOfItsResourceFile)
         << "Title = \"Running\";\n"
         << TypeParam::Content << ".Title = \"Content\";\n";
     const auto* dialog = TypeParam::Dialog::Create();
-    EXPECT_EQ(dialog->GetTitle(), ZALUnicodeString("Running"));
-    EXPECT_EQ(this->Surface().Find(TypeParam::Name, TypeParam::Content)->GetTitle(), ZALUnicodeString("Content"));
+    EXPECT_EQ(ZALUnicodeString("Running"), dialog->GetTitle());
+    EXPECT_EQ(ZALUnicodeString("Content"), this->Surface().Find(TypeParam::Name, TypeParam::Content)->GetTitle());
 }
 
 TYPED_TEST(ProgressDialog, TwoOfThemTellTheirOwnClosing)
@@ -204,8 +199,8 @@ TYPED_TEST(ProgressDialog, TwoOfThemTellTheirOwnClosing)
     ofFirst.Subscribe(first, TypeParam::Cancel);
     ofSecond.Subscribe(second, TypeParam::Cancel);
     this->Surface().Push(TypeParam::Name, "CLOSE"); // the newest one
-    EXPECT_EQ(ofFirst.Calls(), 0);
-    EXPECT_EQ(ofSecond.Calls(), 1);
+    EXPECT_EQ(0, ofFirst.Calls());
+    EXPECT_EQ(1, ofSecond.Calls());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -222,19 +217,58 @@ protected:
 TEST_F(ProgressBar, RunsFromZeroToAHundredAndStartsAtZero)
 {
     ZALVelmartDownloadProgressDlg::Create();
-    EXPECT_EQ(Bar().minimum, 0);
-    EXPECT_EQ(Bar().maximum, 100);
-    EXPECT_EQ(Bar().position, 0);
+    EXPECT_EQ(0, Bar().minimum);
+    EXPECT_EQ(100, Bar().maximum);
+    EXPECT_EQ(0, Bar().position);
 }
 
 TEST_F(ProgressBar, IsFifteenHighAndTwoHundredWide)
 {
     ZALVelmartDownloadProgressDlg::Create();
     EXPECT_TRUE(Bar().hasRectangle);
-    EXPECT_EQ(Bar().x, 0);
-    EXPECT_EQ(Bar().y, 0);
-    EXPECT_EQ(Bar().height, 15);
-    EXPECT_EQ(Bar().width, 200);
+    EXPECT_EQ(0, Bar().x);
+    EXPECT_EQ(0, Bar().y);
+    EXPECT_EQ(15, Bar().height);
+    EXPECT_EQ(200, Bar().width);
+}
+
+TEST_F(ProgressBar, IsToldItsRangeItsPositionAndThenItsPlace)
+{
+    Texts steps;
+    Surface().ShowOn(std::make_unique<WatchingDisplay>(WatchingDisplay::Watches{.changed = [&](ZALDialog& control) {
+        const ZALDialogNode& bar = ZALDialogNode::Of(control);
+        if (bar.Name() == "VLProgressBar")
+            steps.push_back(bar.hasRectangle ? "place" : "value");
+    }}));
+    const journal::Sink before = journal::Redirect([&](const nlohmann::ordered_json& event) {
+        if (event["event"] == "progress")
+            steps.push_back("position " + event["position"].dump());
+    });
+    ZALVelmartDownloadProgressDlg::Create();
+    journal::Redirect(before);
+    EXPECT_EQ((Texts{"value", "value", "position 0", "place"}), steps);
+}
+
+TEST_F(ProgressBar, MovesBeforeItsRepaint)
+{
+    auto* dialog = ZALVelmartDownloadProgressDlg::Create();
+    int moves = 0;
+    Surface().ShowOn(std::make_unique<WatchingDisplay>(WatchingDisplay::Watches{.changed = [&](ZALDialog&) {
+        ++moves;
+        EXPECT_EQ(0, DisplayUpdateCount());
+    }}));
+    dialog->UpdateProgress(42);
+    EXPECT_EQ(1, moves);
+    EXPECT_EQ(1, DisplayUpdateCount());
+}
+
+TEST_F(ProgressBar, OutlivesADisplayWithoutMemory)
+{
+    auto* dialog = ZALVelmartDownloadProgressDlg::Create();
+    Surface().ShowOn(std::make_unique<WatchingDisplay>(
+        WatchingDisplay::Watches{.changed = [](ZALDialog&) { throw std::bad_alloc(); }}));
+    EXPECT_NO_THROW(dialog->UpdateProgress(42));
+    EXPECT_EQ(nullptr, ZALVelmartDownloadProgressDlg::Create());
 }
 
 TEST_F(ProgressBar, MovesAndRepaintsWithEachUpdate)
@@ -252,10 +286,10 @@ TEST_F(ProgressBar, StaysInItsRange)
 {
     auto* dialog = ZALVelmartDownloadProgressDlg::Create();
     dialog->UpdateProgress(-1);
-    EXPECT_EQ(Bar().position, 0);
+    EXPECT_EQ(0, Bar().position);
     dialog->UpdateProgress(INT32_MAX);
-    EXPECT_EQ(Bar().position, 100);
-    EXPECT_EQ(DisplayUpdateCount(), 2);
+    EXPECT_EQ(100, Bar().position);
+    EXPECT_EQ(2, DisplayUpdateCount());
 }
 
 TEST_F(ProgressBar, MovesWithoutAnApplicationToRepaint)
@@ -263,21 +297,21 @@ TEST_F(ProgressBar, MovesWithoutAnApplicationToRepaint)
     ConfigureCommands({.application = false});
     auto* dialog = ZALVelmartDownloadProgressDlg::Create();
     dialog->UpdateProgress(30);
-    EXPECT_EQ(Bar().position, 30);
+    EXPECT_EQ(30, Bar().position);
 }
 
 TEST_F(ProgressBar, IsNotMovedBeforeItIsThere)
 {
     auto* dialog = DialogProbe::MakeBareProgress(ZALApplicationFrame::GetFrame()->GetApplicationDocument());
     dialog->UpdateProgress(30);
-    EXPECT_EQ(DisplayUpdateCount(), 1);
+    EXPECT_EQ(1, DisplayUpdateCount());
 }
 
 TEST_F(ProgressBar, TheLabelOfTheUploadHasNone)
 {
     ZALVelmartFindSimilarUploadProgressDlg::Create();
-    EXPECT_EQ(Surface().Find("ZALVelmartFindSimilarUploadProgressDlg", "VLProgressBar"), nullptr);
-    EXPECT_EQ(DisplayUpdateCount(), 0);
+    EXPECT_EQ(nullptr, Surface().Find("ZALVelmartFindSimilarUploadProgressDlg", "VLProgressBar"));
+    EXPECT_EQ(0, DisplayUpdateCount());
 }
 
 } // namespace

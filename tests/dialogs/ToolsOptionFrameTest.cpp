@@ -76,7 +76,7 @@ TEST_F(ToolsOptionFrame, HoldsItsControlsInTheirOrder)
                 ElementsAre(LocationFrame, "DirLocationLock", CheckButton, "DoNotRemindLock"));
     EXPECT_THAT(ChildrenOf(LocationFrame), ElementsAre("VLDownloadLocationLabel", Editor, Button));
 
-    EXPECT_EQ(NodeOf(LocationFrame).style, 0x80001U);
+    EXPECT_EQ(0x80001U, NodeOf(LocationFrame).style);
     const std::vector<std::pair<const char*, Kind>> kinds = {
         {LocationFrame, Kind::Frame},   {"VLDownloadLocationLabel", Kind::Label}, {Editor, Kind::Editor},
         {Button, Kind::PushButton},     {"DirLocationLock", Kind::Lock},          {CheckButton, Kind::CheckButton},
@@ -85,7 +85,7 @@ TEST_F(ToolsOptionFrame, HoldsItsControlsInTheirOrder)
         EXPECT_EQ(NodeOf(name).kind, kind) << name;
         EXPECT_EQ(NodeOf(name).style, name == std::string(LocationFrame) ? 0x80001U : 0U) << name;
     }
-    EXPECT_EQ(NodeOf(Editor).visibleTextWidth, 23);
+    EXPECT_EQ(23, NodeOf(Editor).visibleTextWidth);
 }
 
 TEST_F(ToolsOptionFrame, PutsItsControlsIntoTheGrid)
@@ -100,8 +100,8 @@ TEST_F(ToolsOptionFrame, PutsItsControlsIntoTheGrid)
         ASSERT_TRUE(place) << name;
         EXPECT_EQ(place->row, row) << name;
         EXPECT_EQ(place->column, column) << name;
-        EXPECT_EQ(place->rowSpan, 1) << name;
-        EXPECT_EQ(place->columnSpan, 1) << name;
+        EXPECT_EQ(1, place->rowSpan) << name;
+        EXPECT_EQ(1, place->columnSpan) << name;
         EXPECT_EQ(place->justification, justification) << name;
     }
 }
@@ -110,16 +110,16 @@ TEST_F(ToolsOptionFrame, HoldsNoValuesBeforeTheHostRefreshesIt)
 {
     const Addin addin = MakeAddin();
     addin->CreateFrame(Parent);
-    EXPECT_EQ(TextOf(Editor), "");
-    EXPECT_EQ(NodeOf(CheckButton).state, 0x80000);
-    EXPECT_EQ(addin->Refresh(), S_OK);
+    EXPECT_EQ("", TextOf(Editor));
+    EXPECT_EQ(0x80000, NodeOf(CheckButton).state);
+    EXPECT_EQ(S_OK, addin->Refresh());
     EXPECT_EQ(TextOf(Editor), Parts().string());
-    EXPECT_EQ(NodeOf(CheckButton).state, 0x40000);
+    EXPECT_EQ(0x40000, NodeOf(CheckButton).state);
     SetSettings(Other(), false);
     EXPECT_EQ(TextOf(Editor), Parts().string());
-    EXPECT_EQ(addin->Refresh(), S_OK);
+    EXPECT_EQ(S_OK, addin->Refresh());
     EXPECT_EQ(TextOf(Editor), Other().string());
-    EXPECT_EQ(NodeOf(CheckButton).state, 0x80000);
+    EXPECT_EQ(0x80000, NodeOf(CheckButton).state);
 }
 
 TEST_F(ToolsOptionFrame, JudgesNothingThatARefreshBrings)
@@ -134,10 +134,10 @@ TEST_F(ToolsOptionFrame, JudgesNothingThatARefreshBrings)
 TEST_F(ToolsOptionFrame, TakesItsTextsFromItsOwnFileFirst)
 {
     const ZALDlgToolsOptionsFrame* page = MakeAddin()->CreateFrame(Parent);
-    EXPECT_EQ(page->GetResourceFilename(-1), "ZALVelmartToolsOptionFrame");
-    EXPECT_EQ(page->GetResourceFilename(0), "ZALVelmartToolsOptionFrame");
+    EXPECT_EQ("ZALVelmartToolsOptionFrame", page->GetResourceFilename(-1));
+    EXPECT_EQ("ZALVelmartToolsOptionFrame", page->GetResourceFilename(0));
     EXPECT_EQ(page->GetResourceFilename(1), page->ZALDlgToolsOptionsFrame::GetResourceFilename(0));
-    EXPECT_EQ(Surface().Find(Editor)->GetResourceFilename(0), "ZALVelmartToolsOptionFrame");
+    EXPECT_EQ("ZALVelmartToolsOptionFrame", Surface().Find(Editor)->GetResourceFilename(0));
 }
 
 class LockedToolsOptionFrame : public ToolsOptionFrame, public ::testing::WithParamInterface<char> {};
@@ -180,24 +180,24 @@ TEST_F(ToolsOptionFrame, StaysEmptyWithoutAContentParent)
     const Addin addin = MakeAddin();
     const ZALDlgToolsOptionsFrame* page = addin->CreateFrame(nullptr);
     ASSERT_TRUE(page);
-    EXPECT_EQ(page->GetContentParent(), nullptr);
+    EXPECT_EQ(nullptr, page->GetContentParent());
     EXPECT_THAT(Node(page).children, IsEmpty());
-    EXPECT_EQ(addin->Refresh(), S_OK);
+    EXPECT_EQ(S_OK, addin->Refresh());
 }
 
 TEST_F(ToolsOptionFrame, HoldsTheSettingsForItsLife)
 {
     ZALIVelmartIntegrationSettingAtt* settings = nullptr;
-    ASSERT_EQ(CreateZALIVelmartIntegrationSettingAtt(&settings), S_OK);
+    ASSERT_EQ(S_OK, CreateZALIVelmartIntegrationSettingAtt(&settings));
     auto* page = new ZALVelmartToolsOptionFrame(Parent, settings);
     page->Build();
-    EXPECT_EQ(ReferencesOf(settings), 2U);
+    EXPECT_EQ(2U, ReferencesOf(settings));
     Surface().Push(Options, Button);
     ZALBaseUnknown_WR chooser(Surface().Find(Chooser));
     page->RequestDelayedDestruction();
     Loop().RunUntilIdle();
-    EXPECT_EQ(ReferencesOf(settings), 1U);
-    EXPECT_EQ(chooser.GetComponent(), nullptr);
+    EXPECT_EQ(1U, ReferencesOf(settings));
+    EXPECT_EQ(nullptr, chooser.GetComponent());
     settings->Release();
 }
 
@@ -207,9 +207,9 @@ TEST_F(ToolsOptionFrame, HoldsTheSettingsForItsLife)
 TEST_F(ToolsOptionFrame, StoresAFolderAtOnceAndSavesNothing)
 {
     const Addin addin = OpenPage();
-    EXPECT_EQ(Enter(Other()), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Enter(Other()));
     EXPECT_EQ(StoredLocation(), Other().string());
-    EXPECT_EQ(Saves(), 0);
+    EXPECT_EQ(0, Saves());
     EXPECT_THAT(Surface().Questions(), IsEmpty());
 }
 
@@ -219,19 +219,19 @@ TEST_F(ToolsOptionFrame, TellsEachWrongTextAnewAndStoresNone)
     std::size_t told = 0;
     for (const std::filesystem::path& wrong : {Folder() / "missing", File(), std::filesystem::path()}) {
         Surface().Answer("NotADirectoryNotify", ZALDlgAnswerOK);
-        EXPECT_EQ(Enter(wrong), PushResult::Done);
+        EXPECT_EQ(PushResult::Done, Enter(wrong));
         ASSERT_EQ(Surface().Questions().size(), ++told) << wrong;
         const ScriptedSurface::Question& question = Surface().Questions().back();
-        EXPECT_EQ(question.name, "NotADirectoryNotify");
-        EXPECT_EQ(question.style, 0x10000200U);
+        EXPECT_EQ("NotADirectoryNotify", question.name);
+        EXPECT_EQ(0x10000200U, question.style);
         EXPECT_EQ(question.parent, Page);
-        EXPECT_EQ(question.title, "Invalid folder");
-        EXPECT_EQ(question.text, "Chosen folder is not a valid folder.\nPlease select a valid folder");
+        EXPECT_EQ("Invalid folder", question.title);
+        EXPECT_EQ("Chosen folder is not a valid folder.\nPlease select a valid folder", question.text);
         EXPECT_EQ(StoredLocation(), Parts().string());
         EXPECT_EQ(TextOf(Editor), wrong.string());
     }
     Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().Find("NotADirectoryNotify"), nullptr);
+    EXPECT_EQ(nullptr, Surface().Find("NotADirectoryNotify"));
 }
 
 TEST_F(ToolsOptionFrame, TellsAWrongTextInTheWordsOfTheLocationDialog)
@@ -239,9 +239,9 @@ TEST_F(ToolsOptionFrame, TellsAWrongTextInTheWordsOfTheLocationDialog)
     InstallCatalog("NotADirectoryNotifyTitle = \"Wrong\";\nNotADirectoryNotifyMessage = \"No folder\";\n");
     const Addin addin = OpenPage();
     Enter(File());
-    ASSERT_EQ(Surface().Questions().size(), 1U);
-    EXPECT_EQ(Surface().Questions()[0].title, "Wrong");
-    EXPECT_EQ(Surface().Questions()[0].text, "No folder");
+    ASSERT_EQ(1U, Surface().Questions().size());
+    EXPECT_EQ("Wrong", Surface().Questions()[0].title);
+    EXPECT_EQ("No folder", Surface().Questions()[0].text);
 }
 
 TEST_F(ToolsOptionFrame, DoesNothingWithoutControlsOrSettings)
@@ -262,24 +262,24 @@ TEST_F(ToolsOptionFrame, DoesNothingWithoutControlsOrSettings)
 TEST_F(ToolsOptionFrame, StoresTheFlagAtOnce)
 {
     const Addin addin = OpenPage();
-    EXPECT_EQ(Check(0x80000), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Check(0x80000));
     EXPECT_FALSE(StoredFlag());
-    EXPECT_EQ(Check(0x40000), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Check(0x40000));
     EXPECT_TRUE(StoredFlag());
-    EXPECT_EQ(Saves(), 0);
+    EXPECT_EQ(0, Saves());
 }
 
 TEST_F(ToolsOptionFrame, OpensAFolderChooserWithoutATitle)
 {
     const Addin addin = OpenPage();
     Surface().Find(Page)->SetTitle("Velmart");
-    EXPECT_EQ(Push(Button), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Push(Button));
     ASSERT_TRUE(IsChooserShown());
     const ZALDialogNode& chooser = NodeOf(Chooser);
-    EXPECT_EQ(chooser.style, 0x12000200U);
+    EXPECT_EQ(0x12000200U, chooser.style);
     EXPECT_EQ(chooser.parent, Surface().Find(Page));
     EXPECT_TRUE(chooser.titleIsSet);
-    EXPECT_EQ(ToUtf8(chooser.owner->GetTitle()), "");
+    EXPECT_EQ("", ToUtf8(chooser.owner->GetTitle()));
     EXPECT_EQ(ToUtf8(chooser.startFolder), Parts().string());
 }
 
@@ -287,11 +287,11 @@ TEST_F(ToolsOptionFrame, StoresTheChosenFolderAsWell)
 {
     const Addin addin = OpenPage();
     Push(Button);
-    EXPECT_EQ(ChooseFolder(Other()), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, ChooseFolder(Other()));
     EXPECT_FALSE(IsChooserShown());
     EXPECT_EQ(TextOf(Editor), Other().string());
     EXPECT_EQ(StoredLocation(), Other().string());
-    EXPECT_EQ(Saves(), 0);
+    EXPECT_EQ(0, Saves());
 }
 
 TEST_F(ToolsOptionFrame, HidesTheChooserBeforeItTakesTheFolder)
@@ -319,7 +319,7 @@ TEST_F(ToolsOptionFrame, UsesOneChooserThatACancelOnlyHides)
     Push(Button);
     const ZALDialog* chooser = Surface().Find(Chooser);
     Surface().EnterText(Chooser, "FOLDER", Text(Other()));
-    EXPECT_EQ(Surface().Push(Chooser, "CANCEL"), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Surface().Push(Chooser, "CANCEL"));
     EXPECT_FALSE(IsChooserShown());
     EXPECT_EQ(StoredLocation(), Parts().string());
     EXPECT_EQ(TextOf(Editor), Parts().string());
@@ -332,9 +332,9 @@ TEST_F(ToolsOptionFrame, IgnoresAWrongTextWhenItBrowses)
 {
     SetSettings(File(), true);
     const Addin addin = OpenPage();
-    EXPECT_EQ(Push(Button), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Push(Button));
     EXPECT_TRUE(IsChooserShown());
-    EXPECT_EQ(ToUtf8(NodeOf(Chooser).startFolder), "");
+    EXPECT_EQ("", ToUtf8(NodeOf(Chooser).startFolder));
     EXPECT_THAT(Surface().Questions(), IsEmpty());
 }
 
@@ -342,17 +342,17 @@ TEST_F(ToolsOptionFrame, GoesOnWithoutAChooser)
 {
     const Addin addin = OpenPage();
     Surface().OfferFileBoxes(false);
-    EXPECT_EQ(Push(Button), PushResult::Done);
-    EXPECT_EQ(Surface().Find(Chooser), nullptr);
+    EXPECT_EQ(PushResult::Done, Push(Button));
+    EXPECT_EQ(nullptr, Surface().Find(Chooser));
 }
 
 TEST_F(ToolsOptionFrame, SurvivesItsEndWhileItsMessageIsShown)
 {
     const Addin addin = OpenPage();
     Parent->RequestDelayedDestruction();
-    EXPECT_EQ(Enter(File()), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Enter(File()));
     Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().Find(Page), nullptr);
+    EXPECT_EQ(nullptr, Surface().Find(Page));
     EXPECT_EQ(StoredLocation(), Parts().string());
 }
 
@@ -367,12 +367,12 @@ TEST_F(SettingsAddin, IsMadeByItsNameAndOffersItsInterface)
     ASSERT_TRUE(object);
     EXPECT_STREQ(object->IsA(), AddinClass);
     EXPECT_STREQ(object->GetMetaObject()->GetBase()->GetName(), AddinInterface);
-    EXPECT_STREQ(object->GetMetaObject()->GetModule(), "ZALVelmartIntegration");
-    EXPECT_EQ(object->GetMetaObject()->GetKind(), 1);
+    EXPECT_STREQ("ZALVelmartIntegration", object->GetMetaObject()->GetModule());
+    EXPECT_EQ(1, object->GetMetaObject()->GetKind());
     ZALBaseUnknown* found = nullptr;
-    EXPECT_EQ(object->QueryInterface(AddinInterface, &found), S_OK);
+    EXPECT_EQ(S_OK, object->QueryInterface(AddinInterface, &found));
     EXPECT_EQ(found, object) << "the object is its own adapter";
-    EXPECT_EQ(object->Release(), 1U);
+    EXPECT_EQ(1U, object->Release());
     found->Release();
 }
 
@@ -384,24 +384,24 @@ TEST_F(SettingsAddin, IsItsOwnAdapter)
         adapt);
     ZALBaseUnknown* made = adapt(nullptr);
     ASSERT_TRUE(made);
-    EXPECT_EQ(ReferencesOf(made), 1U);
+    EXPECT_EQ(1U, ReferencesOf(made));
     EXPECT_EQ(adapt(made), made);
-    EXPECT_EQ(ReferencesOf(made), 2U);
+    EXPECT_EQ(2U, ReferencesOf(made));
     made->Release();
     made->Release();
-    EXPECT_EQ(adapt(Parent), nullptr);
-    EXPECT_EQ(ZALVelmartMeridiaAccessSettingsUIAddin::CreateItself(), nullptr);
+    EXPECT_EQ(nullptr, adapt(Parent));
+    EXPECT_EQ(nullptr, ZALVelmartMeridiaAccessSettingsUIAddin::CreateItself());
 }
 
 TEST_F(SettingsAddin, ResetsToTheAdministratorsValues)
 {
     Store().SetAdministratorValues({false, Text(Other())});
     const Addin addin = OpenPage();
-    EXPECT_EQ(addin->Reset(), S_OK);
+    EXPECT_EQ(S_OK, addin->Reset());
     EXPECT_EQ(StoredLocation(), Other().string());
     EXPECT_FALSE(StoredFlag());
     EXPECT_EQ(TextOf(Editor), Parts().string()) << "the page waits for its refresh";
-    EXPECT_EQ(Saves(), 0);
+    EXPECT_EQ(0, Saves());
 }
 
 TEST_F(SettingsAddin, RestoresTheValuesThatWereKept)
@@ -410,10 +410,10 @@ TEST_F(SettingsAddin, RestoresTheValuesThatWereKept)
     const Addin addin = OpenPage();
     Enter(Other());
     Check(0x80000);
-    EXPECT_EQ(addin->Restore(), S_OK);
+    EXPECT_EQ(S_OK, addin->Restore());
     EXPECT_EQ(StoredLocation(), Parts().string());
     EXPECT_TRUE(StoredFlag());
-    EXPECT_EQ(Saves(), 0);
+    EXPECT_EQ(0, Saves());
 }
 
 TEST_F(SettingsAddin, KeepsWhatARestoreHasBrought)
@@ -435,12 +435,12 @@ TEST_F(SettingsAddin, SavesAndTellsWhenThatFails)
     Store().Load(file);
     SetSettings(Other(), true);
     const Addin addin = MakeAddin();
-    EXPECT_EQ(addin->Save(), S_OK);
-    EXPECT_EQ(Saves(), 1);
+    EXPECT_EQ(S_OK, addin->Save());
+    EXPECT_EQ(1, Saves());
     EXPECT_TRUE(std::filesystem::exists(file));
     std::ofstream(file) << "damaged";
-    EXPECT_EQ(addin->Save(), E_FAIL);
-    EXPECT_EQ(Saves(), 1);
+    EXPECT_EQ(E_FAIL, addin->Save());
+    EXPECT_EQ(1, Saves());
 }
 
 TEST_F(SettingsAddin, DoesNothingWithoutSettings)
@@ -450,27 +450,27 @@ TEST_F(SettingsAddin, DoesNothingWithoutSettings)
     ASSERT_TRUE(addin);
     Store().SetAvailable(true);
     Store().SetAdministratorValues({false, Text(Other())});
-    EXPECT_EQ(addin->Reset(), S_OK);
-    EXPECT_EQ(addin->Restore(), S_OK);
-    EXPECT_EQ(addin->Save(), S_OK);
+    EXPECT_EQ(S_OK, addin->Reset());
+    EXPECT_EQ(S_OK, addin->Restore());
+    EXPECT_EQ(S_OK, addin->Save());
     ZALDlgToolsOptionsFrame* page = addin->CreateFrame(Parent);
     ASSERT_TRUE(page);
     EXPECT_THAT(Node(page->GetContentParent()).children, IsEmpty());
-    EXPECT_EQ(addin->Refresh(), S_OK);
+    EXPECT_EQ(S_OK, addin->Refresh());
     EXPECT_EQ(StoredLocation(), Parts().string());
-    EXPECT_EQ(Saves(), 0);
+    EXPECT_EQ(0, Saves());
 }
 
 TEST_F(SettingsAddin, RefreshesNothingWithoutAPage)
 {
     const Addin addin = MakeAddin();
-    EXPECT_EQ(addin->Refresh(), S_OK);
+    EXPECT_EQ(S_OK, addin->Refresh());
     ZALBaseUnknown_WR page(addin->CreateFrame(Parent));
     addin->Refresh();
     Parent->RequestDelayedDestruction();
     Loop().RunUntilIdle();
-    EXPECT_EQ(page.GetComponent(), nullptr) << "the addin does not hold it";
-    EXPECT_EQ(addin->Refresh(), S_OK);
+    EXPECT_EQ(nullptr, page.GetComponent()) << "the addin does not hold it";
+    EXPECT_EQ(S_OK, addin->Refresh());
 }
 
 TEST_F(SettingsAddin, RefreshesThePageThatItMadeLast)
@@ -485,14 +485,14 @@ TEST_F(SettingsAddin, RefreshesThePageThatItMadeLast)
             Node(static_cast<const ZALDlgToolsOptionsFrame*>(page)->GetContentParent()).children[0];
         return ToUtf8(Node(Node(location).children[1]).text);
     };
-    EXPECT_EQ(textIn(first), "");
+    EXPECT_EQ("", textIn(first));
     EXPECT_EQ(textIn(second), Parts().string());
 }
 
 TEST_F(SettingsAddin, MayEndBeforeItsPage)
 {
     OpenPage().reset();
-    EXPECT_EQ(Enter(Other()), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Enter(Other()));
     EXPECT_EQ(StoredLocation(), Other().string());
 }
 

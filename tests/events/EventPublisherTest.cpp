@@ -31,8 +31,8 @@ protected:
               EXPECT_EQ(publisher, Publisher::GetPrtOnUniqueInstance());
               const auto* message = ZALSysDynamicCast<ZALDlgHtmlViewJavaScriptNotification>(notification);
               ASSERT_TRUE(message);
-              EXPECT_EQ(message->GetName().GetLengthInChar(), 0);
-              EXPECT_EQ(message->GetAutomaticDelete(), 0);
+              EXPECT_EQ(0, message->GetName().GetLengthInChar());
+              EXPECT_EQ(0, message->GetAutomaticDelete());
               messages_.emplace_back(message->GetData(), message->GetDataLength());
           })
     {
@@ -116,27 +116,27 @@ TEST_F(EventPublisher, AListenerOfTheSubscriberDoesNotCount)
 TEST_F(EventPublisher, DeliversBeforeTheCallReturns)
 {
     Listen();
-    EXPECT_EQ(Publisher::SendJSMessage("{\"a\":1}"), S_OK);
-    EXPECT_EQ(Messages(), Texts{"{\"a\":1}"});
+    EXPECT_EQ(S_OK, Publisher::SendJSMessage("{\"a\":1}"));
+    EXPECT_EQ(Texts{"{\"a\":1}"}, Messages());
 }
 
 TEST_F(EventPublisher, DeliversByLengthWithZeroBytesInside)
 {
     Listen();
-    EXPECT_EQ(Publisher::SendJSMessage(ZALOmxUTF8String("a\0b", 3)), S_OK);
-    EXPECT_EQ(Messages(), Texts{std::string("a\0b", 3)});
+    EXPECT_EQ(S_OK, Publisher::SendJSMessage(ZALOmxUTF8String("a\0b", 3)));
+    EXPECT_EQ(Texts{std::string("a\0b", 3)}, Messages());
 }
 
 TEST_F(EventPublisher, DeliversAnEmptyMessage)
 {
     Listen();
-    EXPECT_EQ(Publisher::SendJSMessage(ZALOmxUTF8String()), S_OK);
-    EXPECT_EQ(Messages(), Texts{""});
+    EXPECT_EQ(S_OK, Publisher::SendJSMessage(ZALOmxUTF8String()));
+    EXPECT_EQ(Texts{""}, Messages());
 }
 
 TEST_F(EventPublisher, LosesAMessageWithoutAListener)
 {
-    EXPECT_EQ(Publisher::SendJSMessage("{}"), S_OK);
+    EXPECT_EQ(S_OK, Publisher::SendJSMessage("{}"));
     Listen();
     EXPECT_TRUE(Messages().empty());
 }
@@ -159,8 +159,8 @@ TEST_F(EventPublisher, AnAnswerComesInsideTheCall)
     });
     component.Subscribe(Publisher::GetPrtOnUniqueInstance(), MessageClass);
     Publisher::SendJSMessage("first");
-    EXPECT_EQ(answer, "done");
-    EXPECT_EQ(component.Calls(), 2);
+    EXPECT_EQ("done", answer);
+    EXPECT_EQ(2, component.Calls());
     subscriber->SetMessageFunction({});
 }
 
@@ -170,46 +170,47 @@ TEST_F(EventPublisher, AnAnswerComesInsideTheCall)
 TEST_F(EventPublisher, TellsTheEndOfATransactionWithItsPathsInOrder)
 {
     Listen();
-    EXPECT_EQ(Publisher::SendEndTransactionEvent(Paths({"/c", "/a", "/b"}), "UT5"), S_OK);
-    EXPECT_EQ(Messages(), Texts{R"({"method":"EndTransaction","params":{"filePathes":["/c","/a","/b"]}})"});
+    EXPECT_EQ(S_OK, Publisher::SendEndTransactionEvent(Paths({"/c", "/a", "/b"}), "UT5"));
+    EXPECT_EQ(Texts{R"({"method":"EndTransaction","params":{"filePathes":["/c","/a","/b"]}})"}, Messages());
 }
 
 TEST_F(EventPublisher, TellsTheEndOfATransactionOfOnePath)
 {
     Listen();
-    EXPECT_EQ(Publisher::SendEndTransactionEvent(Paths({"/a"}), "UT5"), S_OK);
-    EXPECT_EQ(Messages(), Texts{R"({"method":"EndTransaction","params":{"filePathes":["/a"]}})"});
+    EXPECT_EQ(S_OK, Publisher::SendEndTransactionEvent(Paths({"/a"}), "UT5"));
+    EXPECT_EQ(Texts{R"({"method":"EndTransaction","params":{"filePathes":["/a"]}})"}, Messages());
 }
 
 TEST_F(EventPublisher, TheEndOfATransactionWithoutAListenerIsWellAllTheSame)
 {
-    EXPECT_EQ(Publisher::SendEndTransactionEvent(Paths({"/a"}), "UT5"), S_OK);
+    EXPECT_EQ(S_OK, Publisher::SendEndTransactionEvent(Paths({"/a"}), "UT5"));
 }
 
 TEST_F(EventPublisher, NoOtherDocumentEnvironmentIsAnnounced)
 {
     Listen();
     for (const char* environment : {"File", "", "ut5", "Ut5", "UT5 ", " UT5", "UT", "UT55"}) {
-        EXPECT_EQ(Publisher::SendEndTransactionEvent(Paths({"/a", "/b"}), environment), E_FAIL) << environment;
-        EXPECT_EQ(Publisher::SendEndTransactionEvent({}, environment), E_FAIL) << environment;
+        EXPECT_EQ(E_FAIL, Publisher::SendEndTransactionEvent(Paths({"/a", "/b"}), environment)) << environment;
+        EXPECT_EQ(E_FAIL, Publisher::SendEndTransactionEvent({}, environment)) << environment;
     }
     EXPECT_TRUE(Messages().empty());
-    EXPECT_EQ(CountOf(MessageClass), 0);
+    EXPECT_EQ(0, CountOf(MessageClass));
 }
 
 TEST_F(EventPublisher, AnEmptyListIsNotAnnounced)
 {
     Listen();
-    EXPECT_EQ(Publisher::SendEndTransactionEvent({}, "UT5"), E_FAIL);
-    EXPECT_EQ(CountOf(MessageClass), 0);
+    EXPECT_EQ(E_FAIL, Publisher::SendEndTransactionEvent({}, "UT5"));
+    EXPECT_EQ(0, CountOf(MessageClass));
 }
 
 TEST_F(EventPublisher, PathsArriveAsEscapedUtf8)
 {
     Listen();
     Publisher::SendEndTransactionEvent(Paths({"C:\\parts\\\"M8\".ZALPart", "/\xC3\xBC/\xF0\x9F\x94\xA9"}), "UT5");
-    EXPECT_EQ(Messages(), Texts{"{\"method\":\"EndTransaction\",\"params\":{\"filePathes\":["
-                                "\"C:\\\\parts\\\\\\\"M8\\\".ZALPart\",\"/\xC3\xBC/\xF0\x9F\x94\xA9\"]}}"});
+    EXPECT_EQ(Texts{"{\"method\":\"EndTransaction\",\"params\":{\"filePathes\":["
+                    "\"C:\\\\parts\\\\\\\"M8\\\".ZALPart\",\"/\xC3\xBC/\xF0\x9F\x94\xA9\"]}}"},
+              Messages());
 }
 
 TEST_F(EventPublisher, TheEndOfATransactionIsReadableJson)
@@ -217,7 +218,7 @@ TEST_F(EventPublisher, TheEndOfATransactionIsReadableJson)
     Listen();
     std::vector<std::string> paths(1000, "/parts/bolt\x01.ZALPart");
     Publisher::SendEndTransactionEvent(Paths(paths), "UT5");
-    ASSERT_EQ(Messages().size(), 1U);
+    ASSERT_EQ(1U, Messages().size());
     const auto json = nlohmann::ordered_json::parse(Messages()[0]);
     EXPECT_EQ(json["params"]["filePathes"], nlohmann::ordered_json(paths));
     EXPECT_FALSE(json.contains("id"));
@@ -286,7 +287,7 @@ TEST_F(EventPublisher, MessageBeforeItsInstanceCanBeMadeIsLost)
     WithEachAllocationFailing([&](FailingMemory& memory) {
         HRESULT result = E_FAIL;
         memory.During([&] { result = Publisher::SendJSMessage(message); });
-        EXPECT_EQ(result, S_OK);
+        EXPECT_EQ(S_OK, result);
     });
 }
 
@@ -309,9 +310,9 @@ TEST_F(EventPublisher, MessageIsDeliveredWholeOrNotAtAll)
         Counter counter(text);
         HRESULT result = E_FAIL;
         memory.During([&] { result = Publisher::SendJSMessage(message); });
-        EXPECT_EQ(result, S_OK);
+        EXPECT_EQ(S_OK, result);
         EXPECT_EQ(counter.whole, memory.HasRunOut() ? 0 : 1);
-        EXPECT_EQ(counter.other, 0);
+        EXPECT_EQ(0, counter.other);
     });
     EXPECT_GT(failures, 0);
 }
@@ -328,7 +329,7 @@ TEST_F(EventPublisher, EndOfATransactionIsToldWholeOrNotAtAll)
         refused += result == E_FAIL ? 1 : 0;
         EXPECT_TRUE(result == E_FAIL || result == S_OK);
         EXPECT_EQ(counter.whole, memory.HasRunOut() ? 0 : 1);
-        EXPECT_EQ(counter.other, 0);
+        EXPECT_EQ(0, counter.other);
     });
     EXPECT_GT(refused, 0);
     EXPECT_LT(refused, failures) << "a message that is lost on its way is none of its failures";

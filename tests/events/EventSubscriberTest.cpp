@@ -2,35 +2,19 @@
 
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
 
 #include "events/ZALVelmartIntegrationEventSubscriber.h"
 #include "host/panel.h"
 #include "openhost/objects/ClassDictionary.h"
+#include "openhost/objects/Dispatch.h"
 #include "tests/support/FailingMemory.h"
 
 #include <barrier>
-#include <dlfcn.h>
 #include <memory>
 #include <new>
 #include <thread>
 #include <utility>
-
-namespace {
-
-/// Whether the host takes no subscription.
-bool subscriptionsAreRefused = false;
-
-} // namespace
-
-// Takes the place of the host's own operation in this program.
-ZALCallback ZALEventSubscriber::AddCallback(ZALBaseUnknown* publisher, const char* notificationClass,
-                                            ZALSubscriberMethod method, void* data)
-{
-    using Operation = ZALCallback(ZALEventSubscriber*, ZALBaseUnknown*, const char*, ZALSubscriberMethod, void*);
-    static auto* const add = reinterpret_cast<Operation*>(
-        dlsym(RTLD_NEXT, "_ZN18ZALEventSubscriber11AddCallbackEP14ZALBaseUnknownPKcMS0_FvS1_P15ZALNotificationPvES6_"));
-    return subscriptionsAreRefused ? 0 : add(this, publisher, notificationClass, method, data);
-}
 
 namespace openhost::testing {
 
@@ -39,8 +23,6 @@ namespace {
 using Subscriber = ZALVelmartIntegrationEventSubscriber;
 
 constexpr const char* MessageClass = "ZALDlgHtmlViewJavaScriptNotification";
-
-using Texts = std::vector<std::string>;
 
 class EventSubscriber : public HostFixture {
 protected:
@@ -80,7 +62,7 @@ TEST_F(EventSubscriber, IsGivenByNameWithAReferenceEachTime)
     EXPECT_EQ(ReferencesOf(subscriber), references + 2);
     first->Release();
     second->Release();
-    EXPECT_EQ(SubscribersOf(subscriber, MessageClass).size(), 1U);
+    EXPECT_EQ(1U, SubscribersOf(subscriber, MessageClass).size());
 }
 
 TEST_F(EventSubscriber, HandsEachMessageToItsFunction)
@@ -88,7 +70,7 @@ TEST_F(EventSubscriber, HandsEachMessageToItsFunction)
     Collect();
     Tell("{\"id\":1}");
     Tell("");
-    EXPECT_EQ(messages, (Texts{"{\"id\":1}", ""}));
+    EXPECT_EQ((Texts{"{\"id\":1}", ""}), messages);
 }
 
 TEST_F(EventSubscriber, TakesTheBytesByTheirLength)
@@ -98,7 +80,7 @@ TEST_F(EventSubscriber, TakesTheBytesByTheirLength)
     const char unterminated[] = {'x', 'y'};
     ZALDlgHtmlViewJavaScriptNotification notification("", unterminated, 2);
     DispatchCallbacks(Subscriber::GetUniqueSubscriber(), &notification);
-    EXPECT_EQ(messages, (Texts{std::string("a\0b", 3), "xy"}));
+    EXPECT_EQ((Texts{std::string("a\0b", 3), "xy"}), messages);
 }
 
 TEST_F(EventSubscriber, DropsAMessageWithoutAFunction)
@@ -130,8 +112,8 @@ TEST_F(EventSubscriber, TheFunctionStaysUntilItIsReplaced)
     int replaced = 0;
     Subscriber::GetUniqueSubscriber()->SetMessageFunction([&](const ZALOmxUTF8String&) { ++replaced; });
     Tell("three");
-    EXPECT_EQ(messages, (Texts{"one", "two"}));
-    EXPECT_EQ(replaced, 1);
+    EXPECT_EQ((Texts{"one", "two"}), messages);
+    EXPECT_EQ(1, replaced);
 }
 
 TEST_F(EventSubscriber, TheFunctionKeepsItsOwnState)
@@ -141,7 +123,7 @@ TEST_F(EventSubscriber, TheFunctionKeepsItsOwnState)
         [&last, count = 0](const ZALOmxUTF8String&) mutable { last = ++count; });
     Tell("one");
     Tell("two");
-    EXPECT_EQ(last, 2);
+    EXPECT_EQ(2, last);
 }
 
 TEST_F(EventSubscriber, ReplacingEndsWhatTheOldFunctionHeld)
@@ -165,7 +147,7 @@ TEST_F(EventSubscriber, TheFunctionMayReplaceItself)
     });
     held.reset();
     Tell("one");
-    EXPECT_EQ(seen, "held");
+    EXPECT_EQ("held", seen);
     Tell("two");
 }
 
@@ -178,7 +160,7 @@ TEST_F(EventSubscriber, AMessageMayComeInsideTheReceiptOfAnother)
         messages.push_back(received);
     });
     Tell("m");
-    EXPECT_EQ(messages, (Texts{"m++", "m+", "m"}));
+    EXPECT_EQ((Texts{"m++", "m+", "m"}), messages);
 }
 
 TEST_F(EventSubscriber, FunctionReplacedInsideANestedReceiptEndsWithTheOuterOne)
@@ -199,7 +181,7 @@ TEST_F(EventSubscriber, FunctionReplacedInsideANestedReceiptEndsWithTheOuterOne)
     EXPECT_TRUE(isHeld);
     EXPECT_TRUE(watch.expired());
     Tell("next");
-    EXPECT_EQ(messages, Texts{"next"});
+    EXPECT_EQ(Texts{"next"}, messages);
 }
 
 TEST_F(EventSubscriber, FunctionSetInsideAReceiptTakesTheNextMessages)
@@ -210,7 +192,7 @@ TEST_F(EventSubscriber, FunctionSetInsideAReceiptTakesTheNextMessages)
     });
     Tell("first");
     Tell("after");
-    EXPECT_EQ(messages, (Texts{"inside", "after"}));
+    EXPECT_EQ((Texts{"inside", "after"}), messages);
 }
 
 TEST_F(EventSubscriber, FunctionKeepsItsStateBetweenNestedMessages)
@@ -251,9 +233,9 @@ TEST_F(EventSubscriber, FirstUseByManyThreadsMakesOneInstance)
 
 TEST_F(EventSubscriber, ThatHearsNothingIsNotKept)
 {
-    subscriptionsAreRefused = true;
-    EXPECT_EQ(Subscriber::GetUniqueSubscriber(), nullptr);
-    subscriptionsAreRefused = false;
+    RefuseSubscriptions(true);
+    EXPECT_EQ(nullptr, Subscriber::GetUniqueSubscriber());
+    RefuseSubscriptions(false);
     Subscriber* subscriber = Subscriber::GetUniqueSubscriber();
     ASSERT_TRUE(subscriber);
     EXPECT_EQ(SubscribersOf(subscriber, MessageClass), std::vector<ZALBaseUnknown*>{subscriber});
@@ -281,9 +263,9 @@ TEST_F(EventSubscriber, TakesAFunctionWithoutMemory)
         Subscriber* subscriber = Subscriber::GetUniqueSubscriber();
         memory.During([&] { subscriber->SetMessageFunction(std::move(function)); });
         Tell("message");
-        EXPECT_EQ(calls, 1);
+        EXPECT_EQ(1, calls);
     });
-    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(0, failures);
 }
 
 TEST_F(EventSubscriber, HandsOnAnEmptyTextForAMessageThatIsLost)
@@ -296,7 +278,7 @@ TEST_F(EventSubscriber, HandsOnAnEmptyTextForAMessageThatIsLost)
         lost += message.GetByteLength() == 0 ? 1 : 0;
     });
     Tell(text); // the host makes its class records at the first message
-    EXPECT_EQ(std::exchange(whole, 0), 1);
+    EXPECT_EQ(1, std::exchange(whole, 0));
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
         ZALDlgHtmlViewJavaScriptNotification notification("any", text.data(), text.size());
         try {
@@ -307,7 +289,7 @@ TEST_F(EventSubscriber, HandsOnAnEmptyTextForAMessageThatIsLost)
     });
     EXPECT_GT(failures, 0);
     EXPECT_GT(lost, 0);
-    EXPECT_EQ(whole, 1);
+    EXPECT_EQ(1, whole);
 }
 
 TEST_F(EventSubscriber, FunctionWithoutMemoryLeavesNothingToTheHost)
@@ -317,7 +299,7 @@ TEST_F(EventSubscriber, FunctionWithoutMemoryLeavesNothingToTheHost)
     EXPECT_NO_THROW(Tell("one"));
     Collect();
     Tell("two");
-    EXPECT_EQ(messages, Texts{"two"});
+    EXPECT_EQ(Texts{"two"}, messages);
 }
 
 } // namespace

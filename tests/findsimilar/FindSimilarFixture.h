@@ -1,6 +1,7 @@
 // The command on a scripted workspace with a selected product.
 #pragma once
 
+#include "tests/support/Files.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
 #include "tests/support/Objects.h"
@@ -16,7 +17,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -70,11 +70,11 @@ protected:
         EndStartedCommands();
         Panel::End();
         Loop().RunUntilIdle();
-        EXPECT_EQ(Command::Running(), nullptr);
+        EXPECT_EQ(nullptr, Command::Running());
         ResetFrame();
         leaf_->Release();
         root_->Release();
-        EXPECT_EQ(cad_.livingObjects, 0);
+        EXPECT_EQ(0, cad_.livingObjects);
     }
 
     void Select(ScriptedProduct& product)
@@ -143,19 +143,9 @@ protected:
             std::ranges::count(Surface().Questions(), dialog, &ScriptedSurface::Question::name));
     }
     bool HasProgressDialog() { return Surface().Find(ProgressDialog) != nullptr; }
-    void InstallCatalog(const std::string& lines)
-    {
-        const std::filesystem::path folder = Folder() / "installation" / "resources" / "msgcatalog";
-        std::filesystem::create_directories(folder);
-        std::ofstream(folder / "ZALVelmartFindSimilarCmd.ZALNls") << lines;
-    }
+    void InstallCatalog(const std::string& lines) { WriteCatalog(Folder(), "ZALVelmartFindSimilarCmd", lines); }
     std::filesystem::path Zip() const { return Temp() / "VLUploadedLVRFile.zip"; }
     std::filesystem::path LightFile() const { return Temp() / "VLUploadedLVRFile.lvr"; }
-    static std::string Read(const std::filesystem::path& file)
-    {
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
 
     ScriptedCad cad_;
     ScriptedProduct* root_ = new ScriptedProduct(cad_, "Root");

@@ -29,8 +29,8 @@ protected:
     void ExpectNothingLeft()
     {
         Loop().Advance(2s);
-        EXPECT_EQ(Command::Running(), nullptr);
-        EXPECT_EQ(Surface().Find(ProgressDialog), nullptr);
+        EXPECT_EQ(nullptr, Command::Running());
+        EXPECT_EQ(nullptr, Surface().Find(ProgressDialog));
         // One whose end there was no memory to ask for stays with its parent, out of sight.
         for (const char* name : {"UploadWarningPopup", "FileDownloadErrorNotify"})
             if (const ZALDialog* question = Surface().Find(name))
@@ -149,7 +149,7 @@ TEST_F(FindSimilarMemory, APageThatIsReadyEndsTheCommandOrStartsTheUpload)
         Start();
         ASSERT_TRUE(Command::Running());
         ZALBaseUnknown* addin = nullptr;
-        ASSERT_EQ(Panel::Current()->GetAddin(AddinClass, &addin), S_OK);
+        ASSERT_EQ(S_OK, Panel::Current()->GetAddin(AddinClass, &addin));
         Command::Running()->RemoveSubscriberCallbacks(addin);
         addin->Release();
         ReportReady();
@@ -210,7 +210,7 @@ TEST_F(FindSimilarMemory, AReplyEndsTheCommand)
         EXPECT_FALSE(Command::IsUploading());
         EXPECT_LE(Page().Scripts().size(), 1U);
         if (!memory.HasRunOut()) {
-            EXPECT_EQ(Page().Scripts(), Texts{Script});
+            EXPECT_EQ(Texts{Script}, Page().Scripts());
         }
         ExpectEnd();
     });
@@ -236,7 +236,7 @@ TEST_F(FindSimilarMemory, AnUploadGoesOnWithoutItsProgress)
         memory.During([] { Command::ShowUploadProgress(Command::Running(), nullptr); });
         ASSERT_TRUE(Transport().Last().IsRunning());
         Reply(std::string(Answer));
-        EXPECT_EQ(Page().Scripts(), Texts{Script});
+        EXPECT_EQ(Texts{Script}, Page().Scripts());
         ExpectEnd();
     });
     EXPECT_GT(failures, 5);
@@ -250,7 +250,7 @@ TEST_F(FindSimilarMemory, AnErrorIsShownOrIsNot)
         ExpectNothingLeft();
     });
     EXPECT_GT(failures, 5);
-    EXPECT_EQ(Surface().Questions().back().text, "Transaction has failed");
+    EXPECT_EQ("Transaction has failed", Surface().Questions().back().text);
 }
 
 TEST_F(FindSimilarMemory, ACommandCanBeAskedToEndOnceMore)

@@ -46,15 +46,15 @@ TEST_F(FindSimilarUpload, PostsTheZipFileAsAForm)
     const std::string body = "------WebKitFormBoundaryA9TZlwqNn7lCilAD\r\n"
                              "Content-Disposition: form-data; name=\"file\"; filename=\"PartLVR.zip\"\r\n"
                              "Content-Type: application/x-zip-compressed\r\n\r\n" +
-                             Read(Zip()) + "\r\n------WebKitFormBoundaryA9TZlwqNn7lCilAD--\r\n";
-    EXPECT_EQ(request.method, "POST");
+                             BytesOf(Zip()) + "\r\n------WebKitFormBoundaryA9TZlwqNn7lCilAD--\r\n";
+    EXPECT_EQ("POST", request.method);
     EXPECT_EQ(request.url, UploadUrl);
     EXPECT_EQ(request.body, body);
-    EXPECT_EQ(request.headers.size(), 4U);
-    EXPECT_EQ(Header("Accept"), "application/json, text/javascript, */*; q=0.01");
-    EXPECT_EQ(Header("X-Requested-With"), "XMLHttpRequest");
+    EXPECT_EQ(4U, request.headers.size());
+    EXPECT_EQ("application/json, text/javascript, */*; q=0.01", Header("Accept"));
+    EXPECT_EQ("XMLHttpRequest", Header("X-Requested-With"));
     EXPECT_EQ(Header("Content-Length"), std::to_string(body.size()));
-    EXPECT_EQ(Header("Content-Type"), "multipart/form-data; boundary=----WebKitFormBoundaryA9TZlwqNn7lCilAD");
+    EXPECT_EQ("multipart/form-data; boundary=----WebKitFormBoundaryA9TZlwqNn7lCilAD", Header("Content-Type"));
 }
 
 TEST_F(FindSimilarUpload, BlanksWhatNoFileNameHolds)
@@ -62,7 +62,7 @@ TEST_F(FindSimilarUpload, BlanksWhatNoFileNameHolds)
     leaf_->isReference = leaf_->offersAlias = true;
     leaf_->alias = R"(a\b/c:d?e"f<g>h|i*j.k)";
     StartUpload();
-    EXPECT_EQ(UploadedName(), "a b c d e f g h i*j.k.zip");
+    EXPECT_EQ("a b c d e f g h i*j.k.zip", UploadedName());
 }
 
 TEST_F(FindSimilarUpload, KeepsLettersOfAnyScriptInTheName)
@@ -70,7 +70,7 @@ TEST_F(FindSimilarUpload, KeepsLettersOfAnyScriptInTheName)
     leaf_->isReference = leaf_->offersAlias = true;
     leaf_->alias = "Bügel \u4E2D \U0001F529";
     StartUpload();
-    EXPECT_EQ(UploadedName(), "Bügel \u4E2D \U0001F529.zip");
+    EXPECT_EQ("Bügel \u4E2D \U0001F529.zip", UploadedName());
 }
 
 TEST_F(FindSimilarUpload, EndsTheNameAtAZeroCharacter)
@@ -78,14 +78,14 @@ TEST_F(FindSimilarUpload, EndsTheNameAtAZeroCharacter)
     leaf_->isReference = leaf_->offersAlias = true;
     leaf_->alias = std::string("Bolt\0M8", 7);
     StartUpload();
-    EXPECT_EQ(UploadedName(), "Bolt");
+    EXPECT_EQ("Bolt", UploadedName());
 }
 
 TEST_F(FindSimilarUpload, TakesNoEmptyPathOrAddress)
 {
     Start();
-    EXPECT_EQ(Command::Upload("", UploadUrl), E_INVALIDARG);
-    EXPECT_EQ(Command::Upload("/file.zip", ""), E_INVALIDARG);
+    EXPECT_EQ(E_INVALIDARG, Command::Upload("", UploadUrl));
+    EXPECT_EQ(E_INVALIDARG, Command::Upload("/file.zip", ""));
     EXPECT_TRUE(Errors().empty());
     EXPECT_FALSE(Command::IsUploading());
 }
@@ -126,12 +126,14 @@ TEST_F(FindSimilarUpload, TracesItsStepsInTheirOrder)
     OpenReadyPanel();
     std::size_t start = Traces().size();
     Start();
-    EXPECT_EQ(stepsSince(start), (Texts{"SaveAsTempLVR ", "UsedVelmartURL ", "UploadFileInVelmart, Post ",
-                                        "UploadFileInVelmart, PostSize "}));
+    EXPECT_EQ(
+        (Texts{"SaveAsTempLVR ", "UsedVelmartURL ", "UploadFileInVelmart, Post ", "UploadFileInVelmart, PostSize "}),
+        stepsSince(start));
     start = Traces().size();
     Reply("nonsense");
-    EXPECT_EQ(stepsSince(start), (Texts{"OnUploadRequestComplete in", "OnUploadRequestComplete response ",
-                                        "NotifyErrorMessage ", "RequestDelayedDestruction"}));
+    EXPECT_EQ((Texts{"OnUploadRequestComplete in", "OnUploadRequestComplete response ", "NotifyErrorMessage ",
+                     "RequestDelayedDestruction"}),
+              stepsSince(start));
 }
 
 TEST_F(FindSimilarUpload, MeasuresNoTimeWhileTheTraceIsOff)
@@ -145,7 +147,7 @@ TEST_F(FindSimilarUpload, MeasuresNoTimeWhileTheTraceIsOff)
     Reply(Query);
     EXPECT_GE(ZALVelmartIntegrationDebug::Chrono::GetElapsed(), 100U);
     EXPECT_EQ(Traces().size(), before);
-    EXPECT_EQ(Page().Scripts(), Texts{Script});
+    EXPECT_EQ(Texts{Script}, Page().Scripts());
 }
 
 TEST_F(FindSimilarUpload, FailsWhenItsFileHasGone)
@@ -153,7 +155,7 @@ TEST_F(FindSimilarUpload, FailsWhenItsFileHasGone)
     Start();
     std::filesystem::remove(Zip());
     ReportReady();
-    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
     EXPECT_TRUE(HasEnded());
     EXPECT_TRUE(Transport().Requests().empty());
 }
@@ -163,7 +165,7 @@ TEST_F(FindSimilarUpload, FailsWhenItsFileIsEmpty)
     Start();
     std::ofstream(Zip(), std::ios::trunc).flush();
     ReportReady();
-    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
     EXPECT_TRUE(HasEnded());
 }
 
@@ -175,11 +177,11 @@ TEST_F(FindSimilarUpload, FailsWhenTheHostRefusesToSend)
     Select(*leaf_);
     Loop().Post([] { EXPECT_TRUE(Command::IsUploading()) << "the request goes behind the message"; });
     Start();
-    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
     EXPECT_TRUE(HasEnded());
     Loop().Advance(2s);
     EXPECT_FALSE(HasProgressDialog());
-    EXPECT_EQ(Errors().size(), 1U);
+    EXPECT_EQ(1U, Errors().size());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -193,7 +195,7 @@ TEST_F(FindSimilarUpload, ShowsItsProgressBehindASecond)
     Loop().Advance(1ms);
     EXPECT_TRUE(HasProgressDialog());
     Loop().Advance(10s);
-    EXPECT_EQ(Surface().WindowEvents().size(), 1U);
+    EXPECT_EQ(1U, Surface().WindowEvents().size());
     Reply(Query);
     EXPECT_FALSE(HasProgressDialog());
 }
@@ -228,8 +230,8 @@ TEST_F(FindSimilarUpload, GoesOnWhenTheFrameEndsWithTheProgress)
     ASSERT_TRUE(held);
     held->Release();
     Reply(Query);
-    EXPECT_EQ(dialog.GetComponent(), nullptr);
-    EXPECT_EQ(Page().Scripts(), Texts{Script});
+    EXPECT_EQ(nullptr, dialog.GetComponent());
+    EXPECT_EQ(Texts{Script}, Page().Scripts());
 }
 
 TEST_F(FindSimilarUpload, ShowsProgressForCommandsAlone)
@@ -246,7 +248,7 @@ TEST_F(FindSimilarUpload, RunsWithoutAnApplication)
     Loop().Advance(2s);
     EXPECT_FALSE(HasProgressDialog());
     Reply(Query);
-    EXPECT_EQ(Page().Scripts(), Texts{Script});
+    EXPECT_EQ(Texts{Script}, Page().Scripts());
 }
 
 TEST_F(FindSimilarUpload, GoesOnWhenTheUserClosesTheProgress)
@@ -254,11 +256,11 @@ TEST_F(FindSimilarUpload, GoesOnWhenTheUserClosesTheProgress)
     StartUpload();
     Loop().Advance(1s);
     for (int times = 0; times < 2; ++times) {
-        EXPECT_EQ(Surface().Push(ProgressDialog, "CLOSE"), PushResult::Done);
+        EXPECT_EQ(PushResult::Done, Surface().Push(ProgressDialog, "CLOSE"));
         EXPECT_FALSE(HasEnded());
         EXPECT_TRUE(HasProgressDialog());
     }
-    EXPECT_EQ(CountOf("ZALVelmartFindSimilarUploadProgressDlg::CANCELNotif"), 2);
+    EXPECT_EQ(2, CountOf("ZALVelmartFindSimilarUploadProgressDlg::CANCELNotif"));
     EXPECT_TRUE(Transport().Last().IsRunning());
 }
 
@@ -269,7 +271,7 @@ TEST_F(FindSimilarUpload, LetsAReadyPageSearchForTheQuery)
 {
     StartUpload();
     Reply(Query);
-    EXPECT_EQ(Page().Scripts(), Texts{Script});
+    EXPECT_EQ(Texts{Script}, Page().Scripts());
     EXPECT_TRUE(Page().Urls().empty());
     EXPECT_TRUE(Errors().empty());
     EXPECT_TRUE(HasEnded());
@@ -281,9 +283,9 @@ TEST_F(FindSimilarUpload, BringsThePanelToTheSearchWhenThePageHasGone)
     ReportOver();
     Reply(R"({"data":{"query":"a b&ü"}})");
     EXPECT_TRUE(Page().Scripts().empty());
-    EXPECT_EQ(Page().Urls(),
-              Texts{VelmartServiceUrl + std::string("categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true"
-                                                    "&addinmode=zalorq7&extq=a%20b%26ü")});
+    EXPECT_EQ(Texts{VelmartServiceUrl + std::string("categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true"
+                                                    "&addinmode=zalorq7&extq=a%20b%26ü")},
+              Page().Urls());
     EXPECT_TRUE(HasEnded());
 }
 
@@ -293,7 +295,7 @@ TEST_P(BadReply, IsAFailedUpload)
 {
     StartUpload();
     Reply(GetParam());
-    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
     EXPECT_TRUE(Page().Scripts().empty());
     EXPECT_TRUE(Page().Urls().empty());
     EXPECT_TRUE(HasEnded());
@@ -309,17 +311,17 @@ TEST_F(FindSimilarUpload, TakesNoReplyInAnotherEncodingThanUtf8)
 {
     StartUpload();
     Reply("{\"data\":{\"query\":\"B\xFCgel\"}}");
-    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
     Start();
     Reply("{\"data\":{\"query\":\"B\xC3\xBCgel\"}}");
-    EXPECT_EQ(Page().Scripts(), Texts{"OpApi.sendMessage('search', {query: 'B\xC3\xBCgel'});"});
+    EXPECT_EQ(Texts{"OpApi.sendMessage('search', {query: 'B\xC3\xBCgel'});"}, Page().Scripts());
 }
 
 TEST_F(FindSimilarUpload, ReadsTheReplyToItsLastByte)
 {
     StartUpload();
     Reply(Query + '\0');
-    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
 }
 
 TEST_F(FindSimilarUpload, HasLetGoOfItsRequestAndWaitsNoMoreWhenItTellsAFailure)
@@ -328,11 +330,11 @@ TEST_F(FindSimilarUpload, HasLetGoOfItsRequestAndWaitsNoMoreWhenItTellsAFailure)
     const ZALBaseUnknown_WR request(Command::Request());
     Loop().Post([&] {
         EXPECT_FALSE(Command::IsUploading());
-        EXPECT_EQ(request.GetComponent(), nullptr);
+        EXPECT_EQ(nullptr, request.GetComponent());
         Loop().Advance(10s);
     });
     Reply("nonsense");
-    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
     EXPECT_TRUE(Surface().WindowEvents().empty());
 }
 
@@ -347,14 +349,14 @@ TEST_F(FindSimilarUpload, EndsItsProgressBeforeItTellsAFailure)
     });
     Reply("nonsense");
     journal::Redirect(before);
-    EXPECT_EQ(ended, (Texts{ProgressDialog, "FileDownloadErrorNotify", "the command"}));
+    EXPECT_EQ((Texts{ProgressDialog, "FileDownloadErrorNotify", "the command"}), ended);
 }
 
 TEST_F(FindSimilarUpload, DoesNotLookAtTheStatusOfTheReply)
 {
     StartUpload();
     Reply(Query, 500);
-    EXPECT_EQ(Page().Scripts(), Texts{Script});
+    EXPECT_EQ(Texts{Script}, Page().Scripts());
     EXPECT_TRUE(Errors().empty());
 }
 
@@ -362,14 +364,14 @@ TEST_F(FindSimilarUpload, IgnoresOtherMembersOfTheReply)
 {
     StartUpload();
     Reply(R"({"status":"ok","data":{"hits":3,"query":"q1","more":{}},"z":[1]})");
-    EXPECT_EQ(Page().Scripts(), Texts{Script});
+    EXPECT_EQ(Texts{Script}, Page().Scripts());
 }
 
 TEST_F(FindSimilarUpload, FailsWhenTheTransferFails)
 {
     StartUpload();
     Transport().Last().End(TransferEnd::Failed);
-    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
     EXPECT_TRUE(HasEnded());
 }
 
@@ -394,7 +396,7 @@ TEST_F(FindSimilarUpload, PassesAQueryOnAsItComes)
         Reply(std::string(R"({"data":{"query":)") + value + "}}");
         expected.push_back(std::string("OpApi.sendMessage('search', {query: '") + text + "'});");
     }
-    EXPECT_EQ(Page().Scripts(), expected);
+    EXPECT_EQ(expected, Page().Scripts());
     EXPECT_TRUE(Errors().empty());
 }
 
@@ -403,7 +405,7 @@ TEST_F(FindSimilarUpload, TellsThatTheSearchCannotBeDelivered)
     StartUpload();
     Page().takesScripts = false;
     Reply(Query);
-    EXPECT_EQ(Errors(), Texts{"SearchResultFailure"});
+    EXPECT_EQ(Texts{"SearchResultFailure"}, Errors());
     EXPECT_TRUE(HasEnded());
 }
 
@@ -422,7 +424,7 @@ TEST_F(FindSimilarUpload, TellsThatThePanelHasGone)
     StartUpload();
     Panel::End(); // without a word to the command
     Reply(Query);
-    EXPECT_EQ(Errors(), Texts{"UnableToRetrieveMeridiaAccessDialog"});
+    EXPECT_EQ(Texts{"UnableToRetrieveMeridiaAccessDialog"}, Errors());
     EXPECT_TRUE(HasEnded());
 }
 
@@ -452,7 +454,7 @@ TEST_F(FindSimilarUpload, IsCancelledWhenTheUserClosesThePanel)
     EXPECT_TRUE(HasEnded());
     EXPECT_FALSE(HasProgressDialog());
     // The end of the transfer comes before that of the command, which finds an empty reply.
-    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
 }
 
 TEST_F(FindSimilarUpload, DropsTheReplyOfACommandThatHasGone)
@@ -470,7 +472,7 @@ TEST_F(FindSimilarUpload, LeavesNoSubscriptionAndNoTimeOutBehind)
 {
     StartUpload();
     ZALBaseUnknown* publisher = ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher();
-    EXPECT_EQ(SubscribersOf(publisher, "ZALDlgWindCloseNotification").size(), 1U);
+    EXPECT_EQ(1U, SubscribersOf(publisher, "ZALDlgWindCloseNotification").size());
     EndStartedCommands();
     EXPECT_TRUE(HasEnded());
     EXPECT_TRUE(SubscribersOf(publisher, "ZALDlgWindCloseNotification").empty());
@@ -489,7 +491,7 @@ TEST_F(FindSimilarUpload, SurvivesAPanelThatIsClosedWhileAnErrorIsShown)
     Select(*leaf_);
     Start();
     EXPECT_FALSE(Panel::Current());
-    EXPECT_EQ(Errors(), Texts{"LVRUploadFailure"});
+    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
     EXPECT_TRUE(HasEnded());
 }
 
@@ -499,7 +501,7 @@ TEST_F(FindSimilarUpload, CanBeFollowedByAnother)
     Reply(Query);
     Start();
     Reply(Query);
-    EXPECT_EQ(Page().Scripts(), (Texts{Script, Script}));
+    EXPECT_EQ((Texts{Script, Script}), Page().Scripts());
     EXPECT_TRUE(Errors().empty());
 }
 

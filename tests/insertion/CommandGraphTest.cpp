@@ -11,8 +11,6 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -37,11 +35,9 @@ constexpr const char* LocalFile =
 constexpr const char* NoFile = "{}";
 
 // Without another component that takes downloads over.
-class CommandGraph : public HostFixture {
+class CommandGraph : public WorkspaceFixture {
 protected:
-    CommandGraph()
-        : root_(new ScriptedProduct(cad_, "Root")), child_(new ScriptedProduct(cad_, "Child")),
-          document_(new ScriptedProduct(cad_, "Document"))
+    CommandGraph() : root_(MakeProduct("Root")), child_(MakeProduct("Child")), document_(MakeProduct("Document"))
     {
         root_->reference = root_.get();
         child_->father = root_.get();
@@ -60,8 +56,7 @@ protected:
         for (std::size_t number = 0; number < Transport().Count(); ++number)
             Transport().At(number).End(TransferEnd::Failed);
         Loop().RunUntilIdle();
-        EXPECT_EQ(Waiting(), 0U);
-        EXPECT_EQ(cad_.livingObjects, 0);
+        EXPECT_EQ(0U, Waiting());
         journal::Redirect({});
     }
 
@@ -78,7 +73,7 @@ protected:
     Command* Start(PanelAction action, const char* request = RemoteFile)
     {
         ZALOmxAny content;
-        EXPECT_EQ(ZALOmxJson().parse(request, content), S_OK);
+        EXPECT_EQ(S_OK, ZALOmxJson().parse(request, content));
         auto* command = new Command(action, content);
         Loop().RunUntilIdle();
         return command;
@@ -93,8 +88,8 @@ protected:
     {
         Command* command = Start(action);
         EXPECT_TRUE(Select(Child()).accepted);
-        EXPECT_EQ(State(), "DownloadState");
-        EXPECT_EQ(Waiting(), 1U);
+        EXPECT_EQ("DownloadState", State());
+        EXPECT_EQ(1U, Waiting());
         return command;
     }
     /// The state of the newest command, "(none)" when all have ended.
@@ -106,32 +101,16 @@ protected:
     /// All commands have ended, and nobody waits for a download any more.
     void ExpectEnd()
     {
-        EXPECT_EQ(State(), "(none)");
+        EXPECT_EQ("(none)", State());
         Loop().RunUntilIdle();
-        EXPECT_EQ(Waiting(), 0U);
+        EXPECT_EQ(0U, Waiting());
     }
 
-    ScriptedCad& Cad() { return cad_; }
     ScriptedProduct& Root() { return *root_; }
     ScriptedProduct& Child() { return *child_; }
     const Texts& Journal() const { return journal_; }
-    Texts QuestionTexts()
-    {
-        Texts texts;
-        for (const ScriptedSurface::Question& question : Surface().Questions())
-            texts.push_back(question.text);
-        return texts;
-    }
-    /// Installs the command's message catalog with `lines`.
-    void InstallCatalog(const std::string& lines)
-    {
-        const std::filesystem::path folder = Folder() / "installation" / "resources" / "msgcatalog";
-        std::filesystem::create_directories(folder);
-        std::ofstream(folder / (std::string(CommandName) + ".ZALNls")) << lines;
-    }
 
 private:
-    ScriptedCad cad_;
     Owned<ScriptedProduct> root_;
     Owned<ScriptedProduct> child_;
     Owned<ScriptedProduct> document_;
@@ -158,22 +137,22 @@ TEST_P(EitherCommand, HasItsNameItsModeAndItsResources)
 {
     const Command* command = Start(GetParam());
     EXPECT_STREQ(command->GetName().CastToCharPtr(), CommandName);
-    EXPECT_EQ(command->GetMode(), 0);
+    EXPECT_EQ(0, command->GetMode());
     EXPECT_STREQ(command->GetResourceFilename(0).CastToCharPtr(), CommandName);
     EXPECT_STREQ(command->GetResourceFilename(-1).CastToCharPtr(), CommandName);
-    EXPECT_STREQ(command->GetResourceFilename(1).CastToCharPtr(), "");
+    EXPECT_STREQ("", command->GetResourceFilename(1).CastToCharPtr());
     EXPECT_STREQ(command->GetResourceClass(0).CastToCharPtr(), CommandName);
-    EXPECT_STREQ(command->GetResourceClass(1).CastToCharPtr(), "");
-    EXPECT_EQ(command->IsOtherResourceFile(0), 0);
-    EXPECT_EQ(command->IsOtherResourceFile(1), 0);
+    EXPECT_STREQ("", command->GetResourceClass(1).CastToCharPtr());
+    EXPECT_EQ(0, command->IsOtherResourceFile(0));
+    EXPECT_EQ(0, command->IsOtherResourceFile(1));
 }
 
 TEST_P(EitherCommand, IsActivatedAndCancelledWithoutAnAdditionOfItsOwn)
 {
     Command* command = Start(GetParam());
-    EXPECT_EQ(command->Activate(nullptr, nullptr), S_OK);
-    EXPECT_EQ(command->Cancel(nullptr, nullptr), S_OK);
-    EXPECT_EQ(State(), "InitialState");
+    EXPECT_EQ(S_OK, command->Activate(nullptr, nullptr));
+    EXPECT_EQ(S_OK, command->Cancel(nullptr, nullptr));
+    EXPECT_EQ("InitialState", State());
 }
 
 TEST_P(EitherCommand, AsksForATargetWithItsOwnPrompt)
@@ -188,15 +167,15 @@ TEST_P(EitherCommand, AsksForATargetWithItsOwnPrompt)
 TEST_P(EitherCommand, RequestsNothingBeforeTheUserHasSelectedATarget)
 {
     Start(GetParam());
-    EXPECT_EQ(State(), "InitialState");
+    EXPECT_EQ("InitialState", State());
     EXPECT_TRUE(Transport().Requests().empty());
-    EXPECT_EQ(Waiting(), 0U);
+    EXPECT_EQ(0U, Waiting());
 
     EXPECT_TRUE(Select(Child()).accepted);
-    ASSERT_EQ(Transport().Requests().size(), 1U);
-    EXPECT_EQ(Transport().Requests()[0].url, "http://127.0.0.1/item.zip");
-    EXPECT_EQ(State(), "DownloadState");
-    EXPECT_EQ(Waiting(), 1U);
+    ASSERT_EQ(1U, Transport().Requests().size());
+    EXPECT_EQ("http://127.0.0.1/item.zip", Transport().Requests()[0].url);
+    EXPECT_EQ("DownloadState", State());
+    EXPECT_EQ(1U, Waiting());
     EXPECT_TRUE(Cad().calls.empty());
 }
 
@@ -204,7 +183,7 @@ TEST_P(EitherCommand, KeepsACopyOfTheRequest)
 {
     {
         ZALOmxAny content;
-        ASSERT_EQ(ZALOmxJson().parse(RemoteFile, content), S_OK);
+        ASSERT_EQ(S_OK, ZALOmxJson().parse(RemoteFile, content));
         PanelAction action = GetParam();
         new Command(action, content);
         action = ActionOpen;
@@ -212,7 +191,7 @@ TEST_P(EitherCommand, KeepsACopyOfTheRequest)
     }
     Loop().RunUntilIdle();
     EXPECT_TRUE(Select(Child()).accepted);
-    EXPECT_EQ(Transport().Requests().size(), 1U);
+    EXPECT_EQ(1U, Transport().Requests().size());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -272,7 +251,7 @@ TEST_P(EitherCommand, IsOfferedProductsOnly)
 {
     Start(GetParam());
     Child().offersProduct = false;
-    EXPECT_EQ(Select(Child()).reason, "the element does not offer ZALIProduct");
+    EXPECT_EQ("the element does not offer ZALIProduct", Select(Child()).reason);
 }
 
 TEST_P(EitherCommand, StaysWhenASelectionIsRefusedAndTakesTheNext)
@@ -283,21 +262,21 @@ TEST_P(EitherCommand, StaysWhenASelectionIsRefusedAndTakesTheNext)
     const Pick refused = Select(Child());
     EXPECT_FALSE(refused.accepted);
     EXPECT_EQ(refused.command, CommandName);
-    EXPECT_EQ(refused.reason, "the command does not accept the element");
-    EXPECT_EQ(State(), "InitialState");
+    EXPECT_EQ("the command does not accept the element", refused.reason);
+    EXPECT_EQ("InitialState", State());
     EXPECT_TRUE(Transport().Requests().empty());
     EXPECT_TRUE(Surface().Questions().empty());
 
     Child().offersGhost = false;
     EXPECT_TRUE(Select(Child()).accepted);
-    EXPECT_EQ(State(), "DownloadState");
+    EXPECT_EQ("DownloadState", State());
 }
 
 TEST_P(EitherCommand, TakesNoFurtherSelectionWhileItDownloads)
 {
     Begin(GetParam());
-    EXPECT_EQ(Select(Child()).reason, "no command waits for an element");
-    EXPECT_EQ(Transport().Requests().size(), 1U);
+    EXPECT_EQ("no command waits for an element", Select(Child()).reason);
+    EXPECT_EQ(1U, Transport().Requests().size());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -309,7 +288,7 @@ TEST_P(EitherCommand, GoesStraightOnWhenTheDownloadEndsInsideItsStart)
     EXPECT_TRUE(Select(Child()).accepted);
     EXPECT_EQ(Cad().calls, Done());
     EXPECT_THAT(Journal().back(), "done ");
-    EXPECT_EQ(Journal().at(Journal().size() - 2), "entered DownloadState");
+    EXPECT_EQ("entered DownloadState", Journal().at(Journal().size() - 2));
     ExpectEnd();
 }
 
@@ -326,9 +305,9 @@ TEST_P(EitherCommand, IsReleasedBetweenEvents)
 {
     Begin(GetParam());
     EndDownload(Files({"/parts/bolt.ZALPart"}));
-    EXPECT_EQ(Waiting(), 1U); // it is there to the end of the event
+    EXPECT_EQ(1U, Waiting()); // it is there to the end of the event
     Loop().RunUntilIdle();
-    EXPECT_EQ(Waiting(), 0U);
+    EXPECT_EQ(0U, Waiting());
 }
 
 TEST_P(EitherCommand, TakesAnUnheardOfStatusWithFilesForSuccess)
@@ -359,7 +338,7 @@ TEST_P(EitherCommand, PassesTheEnvironmentOfTheNotificationOn)
     component.Subscribe(ZALVelmartIntegrationEventPublisher::GetPrtOnUniqueInstance(),
                         ZALDlgHtmlViewJavaScriptNotification::ClassName());
     EndDownload(Complete(List({"/parts/bolt.ZALPart"}), "UT5", Complete::DownloadSucceeded));
-    EXPECT_EQ(message, R"({"method":"EndTransaction","params":{"filePathes":["/parts/bolt.ZALPart"]}})");
+    EXPECT_EQ(R"({"method":"EndTransaction","params":{"filePathes":["/parts/bolt.ZALPart"]}})", message);
 }
 
 TEST_P(EitherCommand, IsSubscribedOnceHoweverOftenItStartsADownload)
@@ -393,7 +372,7 @@ TEST_P(EitherCommand, IsGivenUpBeforeItsSelection)
 TEST_P(EitherCommand, TakesASelectionBeforeItIsGivenUp)
 {
     ZALOmxAny content;
-    ASSERT_EQ(ZALOmxJson().parse(RemoteFile, content), S_OK);
+    ASSERT_EQ(S_OK, ZALOmxJson().parse(RemoteFile, content));
     auto* command = new Command(GetParam(), content);
     Texts states;
     journal::Redirect([&](const nlohmann::ordered_json& event) {
@@ -407,7 +386,7 @@ TEST_P(EitherCommand, TakesASelectionBeforeItIsGivenUp)
     });
     Loop().RunUntilIdle();
     EXPECT_THAT(states, ElementsAre("InitialState", "DownloadState"));
-    EXPECT_EQ(Transport().Requests().size(), 1U);
+    EXPECT_EQ(1U, Transport().Requests().size());
     ExpectEnd();
 }
 
@@ -417,7 +396,7 @@ TEST_P(EitherCommand, IsGivenUpThoughTheFilesAreThereToo)
     Listener listener([&](ZALBaseUnknown*, ZALNotification*, void*) { Probe::CancelOf(*command).Accept(nullptr, 0); });
     listener.Subscribe(&Downloader(), Complete::ClassName());
     EXPECT_TRUE(Select(Child()).accepted);
-    EXPECT_EQ(listener.Calls(), 1);
+    EXPECT_EQ(1, listener.Calls());
     EXPECT_THAT(Journal().back(), "cancelled ");
     EXPECT_THAT(Cad().calls, IsEmpty());
     listener.RemoveSubscriberCallbacks(&Downloader());
@@ -433,7 +412,7 @@ TEST_P(EitherCommand, IsGivenUpWhenTheDownloadCannotStart)
     Start(GetParam(), NoFile);
     EXPECT_TRUE(Select(Child()).accepted);
     EXPECT_THAT(QuestionTexts(), ElementsAre("Gone wrong"));
-    EXPECT_EQ(Surface().Questions()[0].name, "FileOpenInsertReplaceErrorNotify");
+    EXPECT_EQ("FileOpenInsertReplaceErrorNotify", Surface().Questions()[0].name);
     EXPECT_THAT(Journal().back(), "cancelled ");
     EXPECT_THAT(Cad().calls, IsEmpty());
     ExpectEnd();
@@ -486,7 +465,7 @@ TEST_P(EitherCommand, GivesUpWhenTheUserHasSeenTheMessage)
             EXPECT_FALSE(Probe::CancelOf(*command).IsOutputSet()) << text;
         });
         EndDownload(end);
-        EXPECT_EQ(asked, 1);
+        EXPECT_EQ(1, asked);
         EXPECT_EQ(QuestionTexts().back(), text);
         ExpectEnd();
         Transport().Last().End(TransferEnd::Failed);
@@ -511,7 +490,7 @@ TEST_P(EitherCommand, NeedsItsAgentsForNothing)
     Probe command(GetParam());
     EXPECT_TRUE(command.CheckSelection());
     EXPECT_TRUE(command.StartDownload());
-    EXPECT_EQ(Waiting(), 0U);
+    EXPECT_EQ(0U, Waiting());
     EXPECT_TRUE(Surface().Questions().empty());
 
     Complete ends[] = {Files({"/parts/bolt.ZALPart"}), Complete(Complete::DownloadCanceled),
@@ -524,15 +503,15 @@ TEST_P(EitherCommand, NeedsItsAgentsForNothing)
 TEST_P(EitherCommand, TakesFilesAndEnvironmentOfEveryEnd)
 {
     Probe command(GetParam());
-    EXPECT_EQ(command.DocEnvId(), "File");
+    EXPECT_EQ("File", command.DocEnvId());
     Complete good(List({"/parts/bolt.ZALPart"}), "UT5", Complete::DownloadSucceeded);
     command.Complete(good);
-    EXPECT_EQ(command.DocEnvId(), "UT5");
-    EXPECT_EQ(command.Files().Size(), 1);
+    EXPECT_EQ("UT5", command.DocEnvId());
+    EXPECT_EQ(1, command.Files().Size());
     Complete cancelled(Complete::DownloadCanceled);
     command.Complete(cancelled);
-    EXPECT_EQ(command.DocEnvId(), "");
-    EXPECT_EQ(command.Files().Size(), 0);
+    EXPECT_EQ("", command.DocEnvId());
+    EXPECT_EQ(0, command.Files().Size());
 }
 
 TEST_P(EitherCommand, TakesSuccessWithoutAFileForAFailure)
@@ -554,9 +533,9 @@ TEST_P(EitherCommand, TakesNoOtherNotificationForTheEndOfADownload)
     Begin(GetParam());
     Stranger stranger;
     DispatchCallbacks(&Downloader(), &stranger);
-    EXPECT_EQ(State(), "DownloadState");
+    EXPECT_EQ("DownloadState", State());
     EXPECT_TRUE(Surface().Questions().empty());
-    EXPECT_EQ(Waiting(), 1U);
+    EXPECT_EQ(1U, Waiting());
 }
 
 TEST_P(EitherCommand, EndsWhenItsTransferFails)
@@ -640,8 +619,8 @@ TEST_P(EitherCommand, DoesNotDisturbTheDownloadOfTheOneBefore)
     EXPECT_TRUE(Select(Child()).accepted); // the downloader is busy
     EXPECT_THAT(QuestionTexts(), ElementsAre(DefaultText));
     Loop().RunUntilIdle();
-    EXPECT_EQ(Engine().Commands().size(), 1U);
-    EXPECT_EQ(Waiting(), 1U);
+    EXPECT_EQ(1U, Engine().Commands().size());
+    EXPECT_EQ(1U, Waiting());
 
     EndDownload(Files({"/parts/bolt.ZALPart"}));
     EXPECT_EQ(Cad().calls, Done());
@@ -652,7 +631,7 @@ TEST_P(EitherCommand, DoesNotHearOfDownloadsBeforeItsSelection)
 {
     Start(GetParam());
     EndDownload(Files({"/parts/bolt.ZALPart"}));
-    EXPECT_EQ(State(), "InitialState");
+    EXPECT_EQ("InitialState", State());
     EXPECT_THAT(Cad().calls, IsEmpty());
 }
 

@@ -53,7 +53,7 @@ protected:
         ConfigureFrame({.applicationDocument = false}); // without the question
         Loop().Post([&] { living = LivingTexts() + LivingArrays(); });
         Run(action);
-        EXPECT_EQ(Surface().Questions().size(), 1U);
+        EXPECT_EQ(1U, Surface().Questions().size());
         return living;
     }
 
@@ -75,7 +75,7 @@ TEST_P(EitherAction, DoesNothingWithoutATarget)
 {
     ZALVelmartMeridiaAccessAddinActionCmdProbe command(GetParam());
     EXPECT_TRUE(command.InsertOrReplace(nullptr, List({Bolt}), "UT5"));
-    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_EQ(0, BusyCursorCount());
     EXPECT_TRUE(Messages().empty());
 }
 
@@ -84,14 +84,14 @@ TEST_P(EitherAction, DoesNothingForAnEmptyPath)
     ZALVelmartMeridiaAccessAddinActionCmdProbe command(GetParam());
     const Owned<ZALPathElement> path(new ZALPathElement);
     EXPECT_TRUE(command.InsertOrReplace(path.get(), List({Bolt}), "UT5"));
-    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_EQ(0, BusyCursorCount());
 }
 
 TEST_P(EitherAction, IsSilentWhenTheSelectedObjectHasNoComponents)
 {
     Selected().offersComponents = false;
     Run(GetParam());
-    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_EQ(0, BusyCursorCount());
     EXPECT_TRUE(Cad().calls.empty());
     EXPECT_TRUE(Surface().Questions().empty());
     EXPECT_TRUE(Messages().empty());
@@ -100,7 +100,7 @@ TEST_P(EitherAction, IsSilentWhenTheSelectedObjectHasNoComponents)
 TEST_P(EitherAction, DoesNothingWithoutFiles)
 {
     Run(GetParam(), {});
-    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_EQ(0, BusyCursorCount());
     EXPECT_TRUE(Cad().calls.empty());
     EXPECT_TRUE(Messages().empty());
 }
@@ -108,21 +108,21 @@ TEST_P(EitherAction, DoesNothingWithoutFiles)
 TEST_P(EitherAction, ShowsTheWaitCursorOnce)
 {
     Run(GetParam());
-    EXPECT_EQ(BusyCursorCount(), 1);
+    EXPECT_EQ(1, BusyCursorCount());
 }
 
 TEST_P(EitherAction, TellsTheFirstFileAlone)
 {
     Run(GetParam(), {Bolt, "/p/nut.ZALPart"});
-    EXPECT_EQ(Messages(), Texts{EndTransaction({Bolt})});
-    EXPECT_EQ(Changes().size(), 1U);
-    EXPECT_EQ(TextsAtMessage(), 0);
+    EXPECT_EQ(Texts{EndTransaction({Bolt})}, Messages());
+    EXPECT_EQ(1U, Changes().size());
+    EXPECT_EQ(0, TextsAtMessage());
 }
 
 TEST_P(EitherAction, TellsNothingInAnotherEnvironment)
 {
     Run(GetParam(), {Bolt}, "File");
-    EXPECT_EQ(Changes().size(), 1U);
+    EXPECT_EQ(1U, Changes().size());
     EXPECT_TRUE(Messages().empty());
 }
 
@@ -131,8 +131,8 @@ TEST_P(EitherAction, CountsEveryResultThatIsNotNegativeAsDone)
     Selected().addResult = S_FALSE;
     Father().replaceResult = S_FALSE;
     Run(GetParam());
-    EXPECT_EQ(Messages().size(), 1U);
-    EXPECT_EQ(std::ranges::count(QuestionTexts(), DefaultText), 0);
+    EXPECT_EQ(1U, Messages().size());
+    EXPECT_EQ(0, std::ranges::count(QuestionTexts(), DefaultText));
 }
 
 TEST_P(EitherAction, StandsAndIsToldAfterAClash)
@@ -140,8 +140,8 @@ TEST_P(EitherAction, StandsAndIsToldAfterAClash)
     Selected().names = {"BOLT-12"};
     Father().names = {"BOLT-12"};
     Run(GetParam());
-    EXPECT_EQ(QuestionTexts().back(), "Part Number conflict detected");
-    EXPECT_EQ(Messages(), Texts{EndTransaction({Bolt})});
+    EXPECT_EQ("Part Number conflict detected", QuestionTexts().back());
+    EXPECT_EQ(Texts{EndTransaction({Bolt})}, Messages());
     EXPECT_EQ(QuestionsBeforeMessage(), Surface().Questions().size());
     EXPECT_NE(Surface().Questions().back().answer, -1);
 }
@@ -150,13 +150,13 @@ TEST_P(EitherAction, FreesItsTextsBeforeTheCheck)
 {
     Selected().names = {"BOLT-12"};
     Father().names = {"BOLT-12"};
-    EXPECT_EQ(TextsAtTheFirstMessage(GetParam()), 0);
+    EXPECT_EQ(0, TextsAtTheFirstMessage(GetParam()));
 }
 
 TEST_P(EitherAction, ReleasesItsObjectsOnceTheEndIsTold)
 {
     Run(GetParam());
-    ASSERT_EQ(Messages().size(), 1U);
+    ASSERT_EQ(1U, Messages().size());
     // The selected object's collection; the product, its father with a collection, the components out and in.
     EXPECT_EQ(ObjectsAtMessage(), GetParam() == ActionInsert ? 1 : 6);
 }
@@ -172,7 +172,7 @@ TEST_P(EitherAction, IsToldWhenTheCheckCannotBeMade)
 {
     Cad().loaded.clear();
     Run(GetParam());
-    EXPECT_EQ(Messages().size(), 1U);
+    EXPECT_EQ(1U, Messages().size());
     EXPECT_FALSE(std::ranges::count(QuestionTexts(), "Part Number conflict detected"));
 }
 
@@ -180,9 +180,9 @@ TEST_P(EitherAction, WorksWithoutAFrame)
 {
     ResetFrame();
     Run(GetParam());
-    EXPECT_EQ(Changes().size(), 1U);
+    EXPECT_EQ(1U, Changes().size());
     EXPECT_TRUE(Surface().Questions().empty());
-    EXPECT_EQ(Messages().size(), 1U);
+    EXPECT_EQ(1U, Messages().size());
 }
 
 TEST_P(EitherAction, LeavesNoDialogBehind)
@@ -210,7 +210,7 @@ TEST_F(InsertOrReplace, AnotherActionChangesNothing)
 TEST_F(InsertOrReplace, InsertAddsTheFileToTheSelectedProduct)
 {
     Insert({Bolt, "/p/nut.ZALPart"});
-    EXPECT_EQ(Cad().calls, (Texts{"Add to Selected: /p/bolt.ZALPart, method *", "GetEntries of Selected"}));
+    EXPECT_EQ((Texts{"Add to Selected: /p/bolt.ZALPart, method *", "GetEntries of Selected"}), Cad().calls);
     EXPECT_TRUE(Surface().Questions().empty());
 }
 
@@ -220,10 +220,10 @@ TEST_F(InsertOrReplace, ARefusedInsertIsToldToTheUserAlone)
     Selected().addResult = E_FAIL;
     Selected().names = {"BOLT-12"};
     Insert();
-    EXPECT_EQ(QuestionTexts(), Texts{"No insert"});
-    EXPECT_EQ(Surface().Questions()[0].name, "FileOpenInsertReplaceErrorNotify");
-    EXPECT_EQ(Surface().Questions()[0].style, 16384U);
-    EXPECT_EQ(Cad().calls.size(), 1U);
+    EXPECT_EQ(Texts{"No insert"}, QuestionTexts());
+    EXPECT_EQ("FileOpenInsertReplaceErrorNotify", Surface().Questions()[0].name);
+    EXPECT_EQ(16384U, Surface().Questions()[0].style);
+    EXPECT_EQ(1U, Cad().calls.size());
     EXPECT_TRUE(Messages().empty());
 }
 
@@ -231,7 +231,7 @@ TEST_F(InsertOrReplace, ARefusedInsertHasADefaultText)
 {
     Selected().addResult = E_INVALIDARG;
     Insert();
-    EXPECT_EQ(QuestionTexts(), Texts{DefaultText});
+    EXPECT_EQ(Texts{DefaultText}, QuestionTexts());
 }
 
 TEST_F(InsertOrReplace, InsertNeedsNoProductInterfaceAndNoFather)
@@ -239,8 +239,8 @@ TEST_F(InsertOrReplace, InsertNeedsNoProductInterfaceAndNoFather)
     Selected().offersProduct = false;
     Selected().father = nullptr;
     Insert();
-    EXPECT_EQ(Changes().size(), 1U);
-    EXPECT_EQ(Messages().size(), 1U);
+    EXPECT_EQ(1U, Changes().size());
+    EXPECT_EQ(1U, Messages().size());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -250,21 +250,21 @@ TEST_F(InsertOrReplace, ReplaceAsksAsRequired)
 {
     InstallCatalog("ReplaceAllPopUp.Title = \"Replace /P1\";\nReplaceAllPopUp.Message = \"All? /P1\";\n");
     Replace();
-    ASSERT_EQ(Surface().Questions().size(), 1U);
+    ASSERT_EQ(1U, Surface().Questions().size());
     const ScriptedSurface::Question& question = Surface().Questions()[0];
-    EXPECT_EQ(question.name, "ReplaceAllPopUp");
-    EXPECT_EQ(question.style, 0x2800200U);
-    EXPECT_EQ(question.parent, "ApplicationDocument");
-    EXPECT_EQ(question.title, "Replace /P1");
-    EXPECT_EQ(question.text, "All? /P1");
+    EXPECT_EQ("ReplaceAllPopUp", question.name);
+    EXPECT_EQ(0x2800200U, question.style);
+    EXPECT_EQ("ApplicationDocument", question.parent);
+    EXPECT_EQ("Replace /P1", question.title);
+    EXPECT_EQ("All? /P1", question.text);
 }
 
 TEST_F(InsertOrReplace, TheQuestionHasEmptyDefaults)
 {
     Replace();
-    ASSERT_EQ(Surface().Questions().size(), 1U);
-    EXPECT_EQ(Surface().Questions()[0].title, "");
-    EXPECT_EQ(Surface().Questions()[0].text, "");
+    ASSERT_EQ(1U, Surface().Questions().size());
+    EXPECT_EQ("", Surface().Questions()[0].title);
+    EXPECT_EQ("", Surface().Questions()[0].text);
 }
 
 TEST_F(InsertOrReplace, OnlyTheAnswerFourReplacesOneInstance)
@@ -273,8 +273,8 @@ TEST_F(InsertOrReplace, OnlyTheAnswerFourReplacesOneInstance)
         Cad().calls.clear();
         Surface().Answer("ReplaceAllPopUp", answer);
         Replace();
-        EXPECT_EQ(Changes(),
-                  Texts{"Replace Selected in Father: /p/bolt.ZALPart, " + std::string(answer == 4 ? "one" : "all")})
+        EXPECT_EQ(Texts{"Replace Selected in Father: /p/bolt.ZALPart, " + std::string(answer == 4 ? "one" : "all")},
+                  Changes())
             << answer;
     }
 }
@@ -282,7 +282,7 @@ TEST_F(InsertOrReplace, OnlyTheAnswerFourReplacesOneInstance)
 TEST_F(InsertOrReplace, ClosingTheQuestionReplacesAllInstances)
 {
     Replace();
-    EXPECT_EQ(Changes(), Texts{"Replace Selected in Father: /p/bolt.ZALPart, all"});
+    EXPECT_EQ(Texts{"Replace Selected in Father: /p/bolt.ZALPart, all"}, Changes());
 }
 
 TEST_F(InsertOrReplace, NothingIsAskedWithoutAnApplicationDocument)
@@ -291,7 +291,7 @@ TEST_F(InsertOrReplace, NothingIsAskedWithoutAnApplicationDocument)
     Surface().Answer("ReplaceAllPopUp", 4);
     Replace();
     EXPECT_TRUE(Surface().Questions().empty());
-    EXPECT_EQ(Changes(), Texts{"Replace Selected in Father: /p/bolt.ZALPart, all"});
+    EXPECT_EQ(Texts{"Replace Selected in Father: /p/bolt.ZALPart, all"}, Changes());
 }
 
 TEST_F(InsertOrReplace, TheQuestionComesBeforeTheReplace)
@@ -300,9 +300,9 @@ TEST_F(InsertOrReplace, TheQuestionComesBeforeTheReplace)
     Loop().Post([&] {
         asked = !Surface().Questions().empty();
         EXPECT_TRUE(Cad().calls.empty());
-        EXPECT_EQ(LivingTexts(), 0);
+        EXPECT_EQ(0, LivingTexts());
         // Both collections, the product and its father; the product as a component only afterwards.
-        EXPECT_EQ(Cad().livingObjects, 4);
+        EXPECT_EQ(4, Cad().livingObjects);
     });
     Replace();
     EXPECT_TRUE(asked);
@@ -312,21 +312,21 @@ TEST_F(InsertOrReplace, TheFrameMayEndWhileTheQuestionIsUp)
 {
     Loop().Post([] { ResetFrame(); });
     Replace();
-    EXPECT_EQ(Changes().size(), 1U);
+    EXPECT_EQ(1U, Changes().size());
     Loop().RunUntilIdle();
 }
 
 TEST_F(InsertOrReplace, PartNumbersAreLookedUpAroundTheFather)
 {
     Replace();
-    EXPECT_EQ(Cad().calls.back(), "GetEntries of Father");
+    EXPECT_EQ("GetEntries of Father", Cad().calls.back());
 }
 
 TEST_F(InsertOrReplace, ReplaceIsSilentForAnObjectThatIsNoProduct)
 {
     Selected().offersProduct = false;
     Replace();
-    EXPECT_EQ(BusyCursorCount(), 1);
+    EXPECT_EQ(1, BusyCursorCount());
     EXPECT_TRUE(Cad().calls.empty());
     EXPECT_TRUE(Surface().Questions().empty());
     EXPECT_TRUE(Messages().empty());
@@ -339,7 +339,7 @@ TEST_F(InsertOrReplace, ReplaceFailsWithoutComponentsOfTheFatherAndAsksNothing)
     Replace();
     Selected().father = nullptr;
     Replace();
-    EXPECT_EQ(QuestionTexts(), (Texts{"No replace", "No replace"}));
+    EXPECT_EQ((Texts{"No replace", "No replace"}), QuestionTexts());
     EXPECT_TRUE(Cad().calls.empty());
     EXPECT_TRUE(Messages().empty());
 }
@@ -350,9 +350,9 @@ TEST_F(InsertOrReplace, ARefusedReplaceIsToldToTheUserAlone)
     Father().replaceResult = E_FAIL;
     Father().names = {"BOLT-12"};
     Replace();
-    EXPECT_EQ(QuestionTexts(), (Texts{"", "No replace"}));
-    EXPECT_EQ(Surface().Questions()[1].name, "FileOpenInsertReplaceErrorNotify");
-    EXPECT_EQ(Cad().calls.size(), 1U);
+    EXPECT_EQ((Texts{"", "No replace"}), QuestionTexts());
+    EXPECT_EQ("FileOpenInsertReplaceErrorNotify", Surface().Questions()[1].name);
+    EXPECT_EQ(1U, Cad().calls.size());
     EXPECT_TRUE(Messages().empty());
 }
 
@@ -368,7 +368,7 @@ TEST_F(InsertOrReplace, AReplaceThatGivesNoComponentIsDoneAllTheSame)
 {
     Father().givesReplacement = false;
     Replace();
-    EXPECT_EQ(Messages().size(), 1U);
+    EXPECT_EQ(1U, Messages().size());
 }
 
 TEST_F(InsertOrReplace, TheHostDecidesOnAProductThatIsNoComponent)
@@ -376,8 +376,8 @@ TEST_F(InsertOrReplace, TheHostDecidesOnAProductThatIsNoComponent)
     Selected().offersComponent = false;
     Father().replaceResult = E_FAIL;
     Replace();
-    EXPECT_EQ(Changes(), Texts{"Replace nothing in Father: /p/bolt.ZALPart, all"});
-    EXPECT_EQ(QuestionTexts().back(), DefaultText);
+    EXPECT_EQ(Texts{"Replace nothing in Father: /p/bolt.ZALPart, all"}, Changes());
+    EXPECT_EQ(DefaultText, QuestionTexts().back());
 }
 
 } // namespace

@@ -33,7 +33,7 @@ class OtherAction : public InsertReplaceContext, public ::testing::WithParamInte
 TEST_P(OtherAction, IsAllowedAnywhere)
 {
     ResetFrame();
-    EXPECT_EQ(CheckInsertReplaceContext(GetParam()), S_OK);
+    EXPECT_EQ(S_OK, CheckInsertReplaceContext(GetParam()));
     EXPECT_TRUE(Surface().Questions().empty());
 }
 
@@ -44,7 +44,7 @@ class InsertAndReplace : public InsertReplaceContext, public ::testing::WithPara
 TEST_P(InsertAndReplace, AreAllowedInTheProductWorkshop)
 {
     ConfigureFrame({.editor = true});
-    EXPECT_EQ(CheckInsertReplaceContext(GetParam()), S_OK);
+    EXPECT_EQ(S_OK, CheckInsertReplaceContext(GetParam()));
     EXPECT_TRUE(Surface().Questions().empty());
 }
 
@@ -52,32 +52,32 @@ TEST_P(InsertAndReplace, AreRefusedInAnyOtherWorkshop)
 {
     for (const char* workshop : {"", "PartWorkshop", "prdworkshop", "PRDWorkshop ", "PRDWorksho", "PRDWorkshop2"}) {
         ConfigureFrame({.workshop = workshop, .editor = true});
-        EXPECT_EQ(CheckInsertReplaceContext(GetParam()), E_FAIL) << workshop;
+        EXPECT_EQ(E_FAIL, CheckInsertReplaceContext(GetParam())) << workshop;
     }
-    EXPECT_EQ(Surface().Questions().size(), 6U);
+    EXPECT_EQ(6U, Surface().Questions().size());
 }
 
 TEST_P(InsertAndReplace, AreRefusedWithoutAnEditor)
 {
     ConfigureFrame({.workshop = "PRDWorkshop", .editor = false});
-    EXPECT_EQ(CheckInsertReplaceContext(GetParam()), E_FAIL);
-    EXPECT_EQ(Surface().Questions().size(), 1U);
+    EXPECT_EQ(E_FAIL, CheckInsertReplaceContext(GetParam()));
+    EXPECT_EQ(1U, Surface().Questions().size());
 }
 
 TEST_P(InsertAndReplace, AreRefusedWithoutAFrame)
 {
     ConfigureFrame({.exists = false, .editor = true});
-    EXPECT_EQ(CheckInsertReplaceContext(GetParam()), E_FAIL);
-    ASSERT_EQ(Surface().Questions().size(), 1U);
-    EXPECT_EQ(Surface().Questions()[0].parent, "");
+    EXPECT_EQ(E_FAIL, CheckInsertReplaceContext(GetParam()));
+    ASSERT_EQ(1U, Surface().Questions().size());
+    EXPECT_EQ("", Surface().Questions()[0].parent);
 }
 
 TEST_P(InsertAndReplace, AreRefusedWithTheTextOfTheirKey)
 {
     InstallCatalog("InvalidContextForInsertReplace = \"Not here\";\n");
-    EXPECT_EQ(CheckInsertReplaceContext(GetParam()), E_FAIL);
-    ASSERT_EQ(Surface().Questions().size(), 1U);
-    EXPECT_EQ(Surface().Questions()[0].text, "Not here");
+    EXPECT_EQ(E_FAIL, CheckInsertReplaceContext(GetParam()));
+    ASSERT_EQ(1U, Surface().Questions().size());
+    EXPECT_EQ("Not here", Surface().Questions()[0].text);
 }
 
 INSTANTIATE_TEST_SUITE_P(Actions, InsertAndReplace, ::testing::Values(3, 4));
@@ -88,13 +88,13 @@ INSTANTIATE_TEST_SUITE_P(Actions, InsertAndReplace, ::testing::Values(3, 4));
 TEST_F(InsertReplaceContext, TheMessageIsAsRequired)
 {
     NotifyCommandError("InsertFailed");
-    ASSERT_EQ(Surface().Questions().size(), 1U);
+    ASSERT_EQ(1U, Surface().Questions().size());
     const ScriptedSurface::Question& question = Surface().Questions()[0];
-    EXPECT_EQ(question.name, "FileOpenInsertReplaceErrorNotify");
-    EXPECT_EQ(question.style, 16384U);
-    EXPECT_EQ(question.parent, "MainWindow");
-    EXPECT_EQ(question.title, "");
-    EXPECT_EQ(question.text, DefaultText);
+    EXPECT_EQ("FileOpenInsertReplaceErrorNotify", question.name);
+    EXPECT_EQ(16384U, question.style);
+    EXPECT_EQ("MainWindow", question.parent);
+    EXPECT_EQ("", question.title);
+    EXPECT_EQ(DefaultText, question.text);
 }
 
 TEST_F(InsertReplaceContext, TheMessageOfAKeyComesFromTheCatalogOfTheCommand)
@@ -102,9 +102,9 @@ TEST_F(InsertReplaceContext, TheMessageOfAKeyComesFromTheCatalogOfTheCommand)
     InstallCatalog("InsertFailed = \"No room for /P1\";\n");
     NotifyCommandError("InsertFailed");
     NotifyCommandError("ReplaceFailed");
-    ASSERT_EQ(Surface().Questions().size(), 2U);
-    EXPECT_EQ(Surface().Questions()[0].text, "No room for /P1"); // there are no parameters
-    EXPECT_EQ(Surface().Questions()[1].text, DefaultText);
+    ASSERT_EQ(2U, Surface().Questions().size());
+    EXPECT_EQ("No room for /P1", Surface().Questions()[0].text); // there are no parameters
+    EXPECT_EQ(DefaultText, Surface().Questions()[1].text);
 }
 
 TEST_F(InsertReplaceContext, AnEmptyTextIsNotShown)
@@ -116,8 +116,8 @@ TEST_F(InsertReplaceContext, AnEmptyTextIsNotShown)
 TEST_F(InsertReplaceContext, ATextOfOneCharacterIsShown)
 {
     ShowCommandErrorText("x");
-    ASSERT_EQ(Surface().Questions().size(), 1U);
-    EXPECT_EQ(Surface().Questions()[0].text, "x");
+    ASSERT_EQ(1U, Surface().Questions().size());
+    EXPECT_EQ("x", Surface().Questions()[0].text);
 }
 
 TEST_F(InsertReplaceContext, TheMessageEndsBetweenEvents)
@@ -142,8 +142,8 @@ TEST_F(InsertReplaceContext, TheFrameMayEndWhileTheMessageIsUp)
 
 TEST_F(InsertReplaceContext, AnEmptyListIsNotOpened)
 {
-    EXPECT_EQ(OpenDownloadedDocument({}, "File"), E_FAIL);
-    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_EQ(E_FAIL, OpenDownloadedDocument({}, "File"));
+    EXPECT_EQ(0, BusyCursorCount());
 }
 
 TEST_F(InsertReplaceContext, OpeningWithoutAFrameFails)
@@ -151,7 +151,7 @@ TEST_F(InsertReplaceContext, OpeningWithoutAFrameFails)
     ResetFrame();
     ZALListValZALUnicodeString paths;
     paths.Append("/parts/a.ZALPart");
-    EXPECT_EQ(OpenDownloadedDocument(paths, "UT5"), E_FAIL);
+    EXPECT_EQ(E_FAIL, OpenDownloadedDocument(paths, "UT5"));
     EXPECT_TRUE(Notifications().empty());
 }
 

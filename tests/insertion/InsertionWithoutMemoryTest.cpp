@@ -49,7 +49,7 @@ protected:
         const bool answered = Surface().Questions().size() > questions && Surface().Questions().back().answer != -1;
         EXPECT_LE(LiveDialogs().size(), dialogs + (answered && memory.HasRunOut() ? 1 : 0));
         EXPECT_EQ(Cad().livingObjects, objects);
-        EXPECT_EQ(LivingTexts() + LivingArrays(), 0);
+        EXPECT_EQ(0, LivingTexts() + LivingArrays());
     }
     /// How often the user has been told `text`.
     long Told(const char* text = DefaultText) { return std::ranges::count(QuestionTexts(), text); }
@@ -78,7 +78,7 @@ TEST_F(InsertionWithoutMemory, AWrongContextIsRefusedWhetherOrNotItCanBeTold)
     EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
                   HRESULT result = S_OK;
                   WithoutException(memory, [&] { result = CheckInsertReplaceContext(ActionInsert); });
-                  EXPECT_EQ(result, E_FAIL);
+                  EXPECT_EQ(E_FAIL, result);
               }),
               3);
     EXPECT_EQ(Told(), static_cast<long>(Surface().Questions().size()));
@@ -154,7 +154,7 @@ TEST_P(EitherActionWithoutMemory, ChangesTheWorkspaceOrTellsTheUser)
                       EXPECT_EQ(Messages().size(), messages + 1);
                   }
                   if (BusyCursorCount() > cursors && Told() == told) {
-                      EXPECT_EQ(Changes(), 1) << "otherwise the user is told";
+                      EXPECT_EQ(1, Changes()) << "otherwise the user is told";
                   }
                   if (Told() > told) {
                       EXPECT_EQ(Messages().size(), messages);
@@ -181,7 +181,7 @@ TEST_F(InsertionWithoutMemory, AQuestionThatCannotBeAskedReplacesAllInstances)
                 return question.name == "ReplaceAllPopUp";
             })) {
             ++unasked;
-            EXPECT_EQ(Cad().calls[0], std::string("Replace Selected in Father: ") + Bolt + ", all");
+            EXPECT_EQ(std::string("Replace Selected in Father: ") + Bolt + ", all", Cad().calls[0]);
         }
     });
     EXPECT_GT(unasked, 0);
@@ -226,8 +226,8 @@ TEST_F(InsertionWithoutMemory, ASelectionIsRefused)
 TEST_F(InsertionWithoutMemory, ADownloadThatCannotStartGivesUp)
 {
     ZALOmxAny content; // opened in its source, which it does not name
-    ASSERT_EQ(ZALOmxJson().parse(R"({"attributes":{"catalog":{"configOpeningBehaviour":"openInSource"}}})", content),
-              S_OK);
+    ASSERT_EQ(S_OK,
+              ZALOmxJson().parse(R"({"attributes":{"catalog":{"configOpeningBehaviour":"openInSource"}}})", content));
     EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
                   Probe command(ActionInsert, content);
                   command.BuildGraph();
@@ -273,8 +273,8 @@ TEST_F(InsertionWithoutMemory, TheEndOfADownloadValuesOneAgent)
                       EXPECT_NE(command.Good()->IsOutputSet(), command.Cancel()->IsOutputSet());
                       EXPECT_TRUE(memory.HasRunOut() || command.Good()->IsOutputSet() == end.good);
                       if (command.Good()->IsOutputSet()) {
-                          EXPECT_EQ(command.Files().Size(), 2);
-                          EXPECT_EQ(command.DocEnvId(), "an environment of some length");
+                          EXPECT_EQ(2, command.Files().Size());
+                          EXPECT_EQ("an environment of some length", command.DocEnvId());
                       } else if (end.good) {
                           EXPECT_EQ(Surface().Questions().size(), told + 1) << "files that are lost are told";
                       }
@@ -287,12 +287,11 @@ TEST_F(InsertionWithoutMemory, TheNameOfAFileIsEmpty)
     Probe command(ActionInsert);
     for (const auto name : {&ZALVelmartMeridiaAccessAddinActionCmd::GetResourceFilename,
                             &ZALVelmartMeridiaAccessAddinActionCmd::GetResourceClass})
-        EXPECT_EQ(WithEachAllocationFailing([&](FailingMemory& memory) {
+        EXPECT_EQ(1, WithEachAllocationFailing([&](FailingMemory& memory) {
                       ZALString text("before");
                       EXPECT_NO_THROW(memory.During([&] { text = (command.Command().*name)(0); }));
                       EXPECT_EQ(text.GetLengthInChar() == 0, memory.HasRunOut());
-                  }),
-                  1);
+                  }));
 }
 
 } // namespace

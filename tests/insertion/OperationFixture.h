@@ -1,6 +1,7 @@
 // Operations on a scripted workspace, and the other component that hears of files put to use.
 #pragma once
 
+#include "tests/support/Files.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
 #include "tests/support/Objects.h"
@@ -14,7 +15,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -29,7 +29,34 @@ inline ZALListValZALUnicodeString List(const Texts& items)
     return list;
 }
 
-class OperationFixture : public HostFixture {
+/// A scripted workspace without anything in it.
+class WorkspaceFixture : public HostFixture {
+protected:
+    ~WorkspaceFixture() override { EXPECT_EQ(0, cad_.livingObjects); }
+
+    ScriptedCad& Cad() { return cad_; }
+    Owned<ScriptedProduct> MakeProduct(const std::string& name)
+    {
+        return Owned<ScriptedProduct>(new ScriptedProduct(cad_, name));
+    }
+    /// Installs the command's message catalog with `lines`.
+    void InstallCatalog(const std::string& lines)
+    {
+        WriteCatalog(Folder(), "ZALVelmartMeridiaAccessAddinActionCmd", lines);
+    }
+    Texts QuestionTexts()
+    {
+        Texts texts;
+        for (const ScriptedSurface::Question& question : Surface().Questions())
+            texts.push_back(question.text);
+        return texts;
+    }
+
+private:
+    ScriptedCad cad_;
+};
+
+class OperationFixture : public WorkspaceFixture {
 protected:
     OperationFixture()
         : component_([this](ZALBaseUnknown*, ZALNotification* notification, void*) {
@@ -46,31 +73,10 @@ protected:
     }
     ~OperationFixture() override
     {
-        EXPECT_EQ(LivingTexts(), 0);
-        EXPECT_EQ(LivingArrays(), 0);
-        EXPECT_EQ(Cad().livingObjects, 0);
+        EXPECT_EQ(0, LivingTexts());
+        EXPECT_EQ(0, LivingArrays());
     }
 
-    ScriptedCad& Cad() { return cad_; }
-    Owned<ScriptedProduct> MakeProduct(const std::string& name)
-    {
-        return Owned<ScriptedProduct>(new ScriptedProduct(cad_, name));
-    }
-
-    /// Installs the command's message catalog with `lines`.
-    void InstallCatalog(const std::string& lines)
-    {
-        const std::filesystem::path folder = Folder() / "installation" / "resources" / "msgcatalog";
-        std::filesystem::create_directories(folder);
-        std::ofstream(folder / "ZALVelmartMeridiaAccessAddinActionCmd.ZALNls") << lines;
-    }
-    Texts QuestionTexts()
-    {
-        Texts texts;
-        for (const ScriptedSurface::Question& question : Surface().Questions())
-            texts.push_back(question.text);
-        return texts;
-    }
     /// What the other component was told.
     const Texts& Messages() const { return messages_; }
     /// How many questions the user had answered when it was told last.
@@ -86,7 +92,6 @@ protected:
     }
 
 private:
-    ScriptedCad cad_;
     Texts messages_;
     std::size_t questionsBeforeMessage_ = 0;
     int textsAtMessage_ = 0;

@@ -65,7 +65,7 @@ protected:
     static std::string ScriptFor(std::int32_t context)
     {
         ZALUnicodeString script = "before";
-        EXPECT_EQ(GetScript(context, script), S_OK);
+        EXPECT_EQ(S_OK, GetScript(context, script));
         return ToUtf8(script);
     }
 
@@ -80,11 +80,11 @@ TEST_F(PluginInThePanel, InjectsTheHandlersScriptIntoEachPageOfTheCatalogue)
     InstallScript("connect('%USAGE_CONTEXT%');");
     Load();
     Page().ReportUrl(Catalogue);
-    EXPECT_EQ(Page().Scripts(), Texts{"connect('SidePanel');"});
+    EXPECT_EQ(Texts{"connect('SidePanel');"}, Page().Scripts());
     Page().ReportMessage(R"({"event":"velmart_ready","content":{}})");
     Page().ReportUrl(std::string("https://eu1") + VelmartOtherHostsFragment + "example/search");
-    EXPECT_EQ(Page().Scripts().size(), 2U);
-    EXPECT_EQ(CountOf(StatusClass), 1); // ready, and it stays so
+    EXPECT_EQ(2U, Page().Scripts().size());
+    EXPECT_EQ(1, CountOf(StatusClass)); // ready, and it stays so
     EXPECT_TRUE(IsHeaderAvailable(FindSimilarHeader, 1 | 8 | 16));
 }
 
@@ -94,9 +94,9 @@ TEST_F(PluginInThePanel, InjectsNothingIntoAPageElsewhere)
     Load();
     Page().ReportUrl(Elsewhere);
     EXPECT_TRUE(Page().Scripts().empty());
-    EXPECT_EQ(CountOf(StatusClass), 1);
+    EXPECT_EQ(1, CountOf(StatusClass));
     Page().ReportUrl(Elsewhere);
-    EXPECT_EQ(CountOf(StatusClass), 1);
+    EXPECT_EQ(1, CountOf(StatusClass));
 }
 
 TEST_F(PluginInThePanel, InjectsNothingWithoutTheFileAndTriesAgain)
@@ -109,7 +109,7 @@ TEST_F(PluginInThePanel, InjectsNothingWithoutTheFileAndTriesAgain)
     EXPECT_TRUE(Page().Scripts().empty());
     InstallScript("late");
     Page().ReportUrl(Catalogue);
-    EXPECT_EQ(Page().Scripts(), Texts{"late"});
+    EXPECT_EQ(Texts{"late"}, Page().Scripts());
 }
 
 TEST_F(PluginInThePanel, DoesNotMindAPageThatTakesNoScript)
@@ -121,34 +121,34 @@ TEST_F(PluginInThePanel, DoesNotMindAPageThatTakesNoScript)
     EXPECT_TRUE(Notifications().empty());
     Page().takesScripts = true;
     Page().ReportUrl(Catalogue);
-    EXPECT_EQ(Page().Scripts(), Texts{"script"});
+    EXPECT_EQ(Texts{"script"}, Page().Scripts());
 }
 
 TEST_F(PluginInThePanel, ReadsTheScriptOnceForEveryContext)
 {
     InstallScript("%USAGE_CONTEXT%/%USAGE_CONTEXT%");
     Load();
-    EXPECT_EQ(ScriptFor(1), "DocChooser/DocChooser");
+    EXPECT_EQ("DocChooser/DocChooser", ScriptFor(1));
     InstallScript("other");
-    EXPECT_EQ(ScriptFor(0), "SidePanel/SidePanel");
+    EXPECT_EQ("SidePanel/SidePanel", ScriptFor(0));
     for (const std::int32_t context : {2, -1})
-        EXPECT_EQ(ScriptFor(context), "%USAGE_CONTEXT%/%USAGE_CONTEXT%");
-    EXPECT_EQ(ScriptFor(1), "DocChooser/DocChooser");
+        EXPECT_EQ("%USAGE_CONTEXT%/%USAGE_CONTEXT%", ScriptFor(context));
+    EXPECT_EQ("DocChooser/DocChooser", ScriptFor(1));
 }
 
 TEST_F(PluginInThePanel, TakesAScriptWithoutThePlaceholder)
 {
     InstallScript("plain");
     Load();
-    EXPECT_EQ(ScriptFor(0), "plain");
+    EXPECT_EQ("plain", ScriptFor(0));
 }
 
 TEST_F(PluginInThePanel, GivesNoScriptWithoutTheFile)
 {
     Load();
     ZALUnicodeString script = "before";
-    EXPECT_EQ(GetScript(0, script), E_FAIL);
-    EXPECT_EQ(ToUtf8(script), "before");
+    EXPECT_EQ(E_FAIL, GetScript(0, script));
+    EXPECT_EQ("before", ToUtf8(script));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -161,11 +161,11 @@ TEST_F(PluginInThePanel, TakesPagesOfTheFragmentInTheEnvironmentAsWell)
     Load();
     Page().ReportUrl(Elsewhere);
     Page().ReportUrl(Catalogue); // the variable widens the check alone
-    EXPECT_EQ(Page().Scripts().size(), 2U);
+    EXPECT_EQ(2U, Page().Scripts().size());
     Page().ReportUrl("elsewhere");
-    EXPECT_EQ(Page().Scripts().size(), 3U);
+    EXPECT_EQ(3U, Page().Scripts().size());
     Page().ReportUrl("https://third.example/");
-    EXPECT_EQ(Page().Scripts().size(), 3U);
+    EXPECT_EQ(3U, Page().Scripts().size());
 }
 
 TEST_F(PluginInThePanel, ReadsTheFragmentOnce)
@@ -184,12 +184,12 @@ TEST_F(PluginInThePanel, ReadsTheFragmentAtTheFirstAddressAndNotBefore)
     Load();
     setenv(CheckVariable, "elsewhere", 1);
     Page().ReportUrl(Elsewhere);
-    EXPECT_EQ(Page().Scripts().size(), 1U);
+    EXPECT_EQ(1U, Page().Scripts().size());
     setenv(CheckVariable, "third", 1);
     Page().ReportUrl("https://third.example/");
-    EXPECT_EQ(Page().Scripts().size(), 1U);
+    EXPECT_EQ(1U, Page().Scripts().size());
     Page().ReportUrl(Elsewhere);
-    EXPECT_EQ(Page().Scripts().size(), 2U);
+    EXPECT_EQ(2U, Page().Scripts().size());
 }
 
 TEST_F(PluginInThePanel, TakesAnEmptyFragmentForNone)

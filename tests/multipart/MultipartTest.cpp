@@ -46,7 +46,7 @@ protected:
     Json Judge(const FormData& form)
     {
         std::string body;
-        EXPECT_EQ(form.GenContent(body), S_OK);
+        EXPECT_EQ(S_OK, form.GenContent(body));
         return Judge(body);
     }
 
@@ -104,8 +104,8 @@ TEST_F(MultipartBody, IsRefusedByTheJudgeWhenItIsCutOff)
     FormData form;
     form.AddZipFile("file", File("a", "content"), "a.zip");
     std::string body;
-    ASSERT_EQ(form.GenContent(body), S_OK);
-    EXPECT_EQ(Judge(body.substr(0, body.size() - 6)), "refused: Unexpected end of form\n");
+    ASSERT_EQ(S_OK, form.GenContent(body));
+    EXPECT_EQ("refused: Unexpected end of form\n", Judge(body.substr(0, body.size() - 6)));
 }
 
 } // namespace

@@ -85,30 +85,30 @@ TEST_P(ModuleClassRecord, HasItsNameItsBaseAndTheModule)
 {
     const ModuleClass& expected = GetParam();
     ZALMetaClass* record = expected.record();
-    EXPECT_STREQ(record->GetName(), expected.name);
-    EXPECT_STREQ(record->GetClassId(), expected.name);
-    EXPECT_STREQ(record->GetModule(), "ZALVelmartIntegration");
-    EXPECT_EQ(record->GetKind(), 1);
+    EXPECT_STREQ(expected.name, record->GetName());
+    EXPECT_STREQ(expected.name, record->GetClassId());
+    EXPECT_STREQ("ZALVelmartIntegration", record->GetModule());
+    EXPECT_EQ(1, record->GetKind());
     ASSERT_TRUE(record->GetBase());
-    EXPECT_STREQ(record->GetBase()->GetName(), expected.base);
-    EXPECT_EQ(record->IsAKindOf(expected.name), 1);
-    EXPECT_EQ(record->IsAKindOf(expected.base), 1);
-    EXPECT_EQ(record->IsAKindOf("ZALBaseUnknown"), 1);
-    EXPECT_EQ(record->IsAKindOf("ZALVelmartNothing"), 0);
+    EXPECT_STREQ(expected.base, record->GetBase()->GetName());
+    EXPECT_EQ(1, record->IsAKindOf(expected.name));
+    EXPECT_EQ(1, record->IsAKindOf(expected.base));
+    EXPECT_EQ(1, record->IsAKindOf("ZALBaseUnknown"));
+    EXPECT_EQ(0, record->IsAKindOf("ZALVelmartNothing"));
 }
 
 TEST_P(ModuleClassRecord, IsTheSameForAllWhoAsk)
 {
     const ModuleClass& expected = GetParam();
     EXPECT_EQ(expected.record(), expected.record());
-    EXPECT_EQ(fct_RetrieveMetaObject(expected.name, 1, nullptr, "ZALNull", "other"), expected.record());
+    EXPECT_EQ(expected.record(), fct_RetrieveMetaObject(expected.name, 1, nullptr, "ZALNull", "other"));
     EXPECT_EQ(expected.identity(), expected.record()->GetClassId());
     EXPECT_STREQ(expected.className(), expected.name);
 }
 
 TEST_P(ModuleClassRecord, CannotMakeTheClass)
 {
-    EXPECT_EQ(GetParam().create(), nullptr);
+    EXPECT_EQ(nullptr, GetParam().create());
 }
 
 TEST_P(ModuleClassRecord, IsCreatedByNameOnlyWhereThatIsMeant)
@@ -121,11 +121,11 @@ TEST_P(ModuleClassRecord, IsThatOfItsObjects)
     const ModuleClass& expected = GetParam();
     const Owned<ZALBaseUnknown> object(expected.make());
     ASSERT_TRUE(object);
-    EXPECT_EQ(object->GetMetaObject(), expected.record());
-    EXPECT_STREQ(object->IsA(), expected.name);
-    EXPECT_EQ(object->IsAKindOf(expected.name), 1);
-    EXPECT_EQ(object->IsAKindOf(expected.base), 1);
-    EXPECT_EQ(object->IsAKindOf("ZALVelmartNothing"), 0);
+    EXPECT_EQ(expected.record(), object->GetMetaObject());
+    EXPECT_STREQ(expected.name, object->IsA());
+    EXPECT_EQ(1, object->IsAKindOf(expected.name));
+    EXPECT_EQ(1, object->IsAKindOf(expected.base));
+    EXPECT_EQ(0, object->IsAKindOf("ZALVelmartNothing"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -180,7 +180,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(ModuleObject, OfTheDownloaderIsACommandOfItsName)
 {
     ZALVelmartFileDownloader* downloader = ZALVelmartFileDownloader::GetInstance();
-    EXPECT_EQ(downloader->GetMode(), 3);
+    EXPECT_EQ(3, downloader->GetMode());
     EXPECT_EQ(downloader->GetName(), ZALString("ZALVelmartFileDownloader"));
 }
 
@@ -204,7 +204,7 @@ TEST(ModuleClass, TellsItsNameWithoutMemory)
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
         std::string_view name;
         memory.During([&] { name = object.IsA(); });
-        EXPECT_EQ(name, "FirstOfIsA");
+        EXPECT_EQ("FirstOfIsA", name);
     });
     EXPECT_GT(failures, 0);
 }
@@ -225,7 +225,7 @@ TEST(ModuleClass, HasItsIdentityWithoutMemory)
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
         std::string_view identity;
         memory.During([&] { identity = FirstOfClassId::ClassId(); });
-        EXPECT_EQ(identity, "FirstOfClassId");
+        EXPECT_EQ("FirstOfClassId", identity);
     });
     EXPECT_GT(failures, 0);
 }
@@ -240,7 +240,7 @@ TEST(ModuleClass, OfTheAddinIsMadeByNameOnceThereIsMemory)
     });
     EXPECT_GT(failures, 0);
     ASSERT_TRUE(addin);
-    EXPECT_STREQ(addin->IsA(), "ZALVelmartMeridiaAccessAddin");
+    EXPECT_STREQ("ZALVelmartMeridiaAccessAddin", addin->IsA());
 }
 
 } // namespace

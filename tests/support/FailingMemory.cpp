@@ -8,10 +8,16 @@ namespace {
 
 /// Allocations that may still be made before one fails; below 0 none fails.
 thread_local int AllocationsLeft = -1;
+/// Allocations of this size fail; 0 for none.
+thread_local std::size_t ScarceSize = 0;
+/// Hears of what is freed; null for nobody.
+thread_local FreedInOrder* Watcher = nullptr;
 
 void* Allocate(std::size_t size, std::size_t alignment)
 {
     if (AllocationsLeft >= 0 && AllocationsLeft-- == 0)
+        return nullptr;
+    if (ScarceSize > 0 && size == ScarceSize)
         return nullptr;
     const std::size_t bytes = size > 0 ? size : 1;
     return alignment > alignof(std::max_align_t)
@@ -24,6 +30,13 @@ void* AllocateOrThrow(std::size_t size, std::size_t alignment)
     if (void* memory = Allocate(size, alignment))
         return memory;
     throw std::bad_alloc();
+}
+
+void Free(void* memory)
+{
+    if (Watcher)
+        Watcher->Note(memory);
+    std::free(memory);
 }
 
 } // namespace
@@ -57,35 +70,35 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
 }
 void operator delete(void* memory) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 void operator delete[](void* memory) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 void operator delete[](void* memory, std::size_t) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 void operator delete(void* memory, std::align_val_t) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 void operator delete[](void* memory, std::align_val_t) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -122,4 +135,36 @@ int WithEachAllocationFailing(const std::function<void(FailingMemory& memory)>& 
         if (!memory.HasRunOut())
             return number - 1;
     }
+}
+
+NoMemoryForSize::NoMemoryForSize(std::size_t size)
+{
+    ScarceSize = size;
+}
+
+NoMemoryForSize::~NoMemoryForSize()
+{
+    ScarceSize = 0;
+}
+
+FreedInOrder::FreedInOrder()
+{
+    Watcher = this;
+}
+
+FreedInOrder::~FreedInOrder()
+{
+    Watcher = nullptr;
+}
+
+void FreedInOrder::Note(const void* memory)
+{
+    // Notes free memory of their own.
+    Watcher = nullptr;
+    for (auto& [object, name] : watched_)
+        if (memory && object == memory) {
+            freed_.push_back(name);
+            object = nullptr;
+        }
+    Watcher = this;
 }

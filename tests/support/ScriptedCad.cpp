@@ -105,6 +105,8 @@ public:
         for (const ZALUnicodeString& file : TextsOf(files))
             call += " " + ToUtf8(file);
         Cad().calls.push_back(call + ", method " + ToUtf8(FromBSTR(method)));
+        if (Cad().onAdd)
+            Cad().onAdd(files, method);
         return Product().addResult;
     }
 
@@ -242,6 +244,8 @@ public:
     HRESULT Open(ZALBSTR path, ZALIADocument** document) override
     {
         Cad().calls.push_back("Open " + ToUtf8(FromBSTR(path)));
+        if (Cad().onOpen)
+            Cad().onOpen();
         *document = Cad().givesDocument ? new OpenedDocument(Cad()) : nullptr;
         return Cad().openResult;
     }
@@ -262,10 +266,15 @@ public:
     explicit Services(ScriptedCad& cad) : cad_(cad) {}
 
     ZALIAApplication* GetApplication() override { return cad_.offersApplication ? new Application(cad_) : nullptr; }
-    ZALDocument* FindDocument(const ZALUnicodeString& path) override
+    HRESULT FindDocument(const ZALUnicodeString& path, ZALDocument*& document) override
     {
+        if (cad_.onFind)
+            cad_.onFind();
         const auto found = cad_.loaded.find(ToUtf8(path));
-        return found != cad_.loaded.end() ? new Document(cad_, found->second) : nullptr;
+        if (found == cad_.loaded.end())
+            return E_FAIL;
+        document = new Document(cad_, found->second);
+        return cad_.findResult;
     }
     ZALBaseUnknown* GetRootProduct(ZALDocument& document) override
     {

@@ -5,6 +5,7 @@
 
 #include "host/visualization.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -77,6 +78,10 @@ public:
     bool offersApplication = true;
     bool hasDocuments = true;
     HRESULT openResult = S_OK;
+    std::function<void(const ZALVariant& files, ZALBSTR method)> onAdd; ///< called inside AddComponentsFromFiles
+    std::function<void()> onOpen;                                       ///< called inside Open
+    std::function<void()> onFind;                                       ///< called as a loaded document is looked for
+    HRESULT findResult = S_OK; ///< of looking for a loaded document, which is given all the same
     bool givesDocument = true;
     int lightFileResult = 0; ///< of writing a light file; otherwise than 0 nothing is written
     std::string lightFileContent = "light";

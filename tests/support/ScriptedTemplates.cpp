@@ -493,7 +493,7 @@ public:
     explicit Services(ScriptedTemplates& workspace) : workspace_(workspace) {}
 
     ZALIAApplication* GetApplication() override { return nullptr; }
-    ZALDocument* FindDocument(const ZALUnicodeString&) override { return nullptr; }
+    HRESULT FindDocument(const ZALUnicodeString&, ZALDocument*&) override { return E_FAIL; }
     ZALBaseUnknown* GetRootProduct(ZALDocument& document) override
     {
         auto& asked = static_cast<ScriptedWorkspaceDocument&>(document);

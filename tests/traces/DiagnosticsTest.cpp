@@ -30,19 +30,19 @@ protected:
 TEST_F(Trace, WritesTheJoinedPiecesAndALineEnd)
 {
     VL_TRACE("Class::Function number " << 7 << " of " << ZALUnicodeString("\xC3\xA4") << ZALString("!"));
-    EXPECT_EQ(Traces(), Texts{"Class::Function number 7 of \xC3\xA4!\n"});
+    EXPECT_EQ(Texts{"Class::Function number 7 of \xC3\xA4!\n"}, Traces());
 }
 
 TEST_F(Trace, BuildsNothingWhileItIsOff)
 {
     SwitchTraces("ZALVelmartIntegration", false);
     VL_TRACE("text " << Piece());
-    EXPECT_EQ(pieces, 0);
+    EXPECT_EQ(0, pieces);
     EXPECT_TRUE(Traces().empty());
     SwitchTraces("ZALVelmartIntegration", true);
     VL_TRACE("text " << Piece());
-    EXPECT_EQ(pieces, 1);
-    EXPECT_EQ(Traces(), Texts{"text piece\n"});
+    EXPECT_EQ(1, pieces);
+    EXPECT_EQ(Texts{"text piece\n"}, Traces());
 }
 
 /// VL_TRACE with streams that count themselves.
@@ -66,11 +66,11 @@ TEST_F(Trace, MakesAStreamOnlyWhileItIsOn)
 {
     SwitchTraces("ZALVelmartIntegration", false);
     counted::WriteOne();
-    EXPECT_EQ(counted::streams, 0);
+    EXPECT_EQ(0, counted::streams);
     SwitchTraces("ZALVelmartIntegration", true);
     counted::WriteOne();
-    EXPECT_EQ(counted::streams, 1);
-    EXPECT_EQ(Traces(), Texts{"one\n"});
+    EXPECT_EQ(1, counted::streams);
+    EXPECT_EQ(Texts{"one\n"}, Traces());
 }
 
 TEST_F(Trace, IsLostWithoutMemoryAndTheCallerGoesOn)
@@ -84,12 +84,12 @@ TEST_F(Trace, IsLostWithoutMemoryAndTheCallerGoesOn)
             VL_TRACE("text " << text.c_str() << ZALUnicodeString(text.c_str()));
             ++steps;
         });
-        EXPECT_EQ(steps, 1);
+        EXPECT_EQ(1, steps);
         EXPECT_LE(Traces().size(), before + 1);
     });
     EXPECT_GE(failures, 4);
     EXPECT_EQ(Traces().size(), before + 1) << "with memory again";
-    EXPECT_EQ(Traces().back(), "text " + text + text + "\n");
+    EXPECT_EQ("text " + text + text + "\n", Traces().back());
 }
 
 TEST_F(Trace, BuildsNothingWithoutAnActivation)
@@ -97,7 +97,7 @@ TEST_F(Trace, BuildsNothingWithoutAnActivation)
     const int* activation = std::exchange(ZALVelmartIntegrationDebug::Traces.Activation, nullptr);
     VL_TRACE("text " << Piece());
     ZALVelmartIntegrationDebug::Traces.Activation = activation;
-    EXPECT_EQ(pieces, 0);
+    EXPECT_EQ(0, pieces);
     EXPECT_TRUE(Traces().empty());
 }
 
@@ -107,7 +107,7 @@ TEST_F(Trace, AnyActivationButZeroCounts)
     const int* activation = std::exchange(ZALVelmartIntegrationDebug::Traces.Activation, &negative);
     VL_TRACE("text");
     ZALVelmartIntegrationDebug::Traces.Activation = activation;
-    EXPECT_EQ(Traces(), Texts{"text\n"});
+    EXPECT_EQ(Texts{"text\n"}, Traces());
 }
 
 TEST_F(Trace, AnswersToItsName)
@@ -115,12 +115,12 @@ TEST_F(Trace, AnswersToItsName)
     SwitchTraces("ZALVelmartIntegration traces", false);
     VL_TRACE("one");
     RedirectTraces([this](std::string_view name, std::string_view) {
-        EXPECT_EQ(name, "ZALVelmartIntegration");
+        EXPECT_EQ("ZALVelmartIntegration", name);
         ++pieces;
     });
     VL_TRACE("two");
-    EXPECT_EQ(pieces, 1);
-    EXPECT_EQ(Traces(), Texts{"one\n"});
+    EXPECT_EQ(1, pieces);
+    EXPECT_EQ(Texts{"one\n"}, Traces());
 }
 
 TEST_F(Trace, GoesToStandardErrorAtOnce)
@@ -128,14 +128,14 @@ TEST_F(Trace, GoesToStandardErrorAtOnce)
     RedirectTraces({});
     ::testing::internal::CaptureStderr();
     VL_TRACE("to the screen");
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "to the screen\n");
+    EXPECT_EQ("to the screen\n", ::testing::internal::GetCapturedStderr());
 }
 
 TEST_F(Trace, WritesTextsLongerThanItsLineBuffer)
 {
     const std::string text(100000, 'x');
     VL_TRACE(text.c_str());
-    EXPECT_EQ(Traces(), Texts{text + "\n"});
+    EXPECT_EQ(Texts{text + "\n"}, Traces());
 }
 
 // ---------------------------------------------------------------------------------------------

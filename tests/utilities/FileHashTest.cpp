@@ -44,9 +44,9 @@ protected:
 
 TEST_F(FileHash, IsTheSumOfTheStandard)
 {
-    EXPECT_EQ(HashOf("a"), "0cc175b9c0f1b6a831c399e269772661");
-    EXPECT_EQ(HashOf("message digest"), "f96b697d7cb7938d525a2f31aaf161d0");
-    EXPECT_EQ(HashOf(std::string(1'000'000, 'a')), "7707d6ae4e027c70eea2a935c2296f21");
+    EXPECT_EQ("0cc175b9c0f1b6a831c399e269772661", HashOf("a"));
+    EXPECT_EQ("f96b697d7cb7938d525a2f31aaf161d0", HashOf("message digest"));
+    EXPECT_EQ("7707d6ae4e027c70eea2a935c2296f21", HashOf(std::string(1'000'000, 'a')));
 }
 
 TEST_F(FileHash, IsWhatMd5sumSaysForSizesAroundTheBuffers)
@@ -76,24 +76,24 @@ TEST_F(FileHash, IsWhatMd5sumSaysForAFileOf1GiB)
 
 TEST_F(FileHash, OfAnEmptyFileIsEmpty)
 {
-    EXPECT_EQ(HashOf(""), "");
+    EXPECT_EQ("", HashOf(""));
 }
 
 TEST_F(FileHash, OfWhatIsNoFileIsEmpty)
 {
     using ZALVelmartIntegrationUtilities::GetFileStreamMD5Hash;
-    EXPECT_EQ(Hash(), "") << "missing";
-    EXPECT_EQ(GetFileStreamMD5Hash(""), "");
-    EXPECT_EQ(GetFileStreamMD5Hash(folder_.Path().c_str()), "");
+    EXPECT_EQ("", Hash()) << "missing";
+    EXPECT_EQ("", GetFileStreamMD5Hash(""));
+    EXPECT_EQ("", GetFileStreamMD5Hash(folder_.Path().c_str()));
     std::filesystem::create_symlink(folder_.Path() / "nowhere", File());
-    EXPECT_EQ(Hash(), "");
+    EXPECT_EQ("", Hash());
 }
 
 TEST_F(FileHash, OfAFileOf4GiBIsEmpty)
 {
     Put("");
     std::filesystem::resize_file(File(), std::uintmax_t{1} << 32);
-    EXPECT_EQ(Hash(), "");
+    EXPECT_EQ("", Hash());
 }
 
 TEST_F(FileHash, WithoutMemoryIsEmptyAndLeavesNoFileOpen)
@@ -120,9 +120,9 @@ TEST_F(FileHash, LeavesTheFileAlone)
     Put("content");
     std::filesystem::permissions(File(), std::filesystem::perms::owner_read);
     const auto time = std::filesystem::last_write_time(File());
-    EXPECT_EQ(Hash(), "9a0364b9e99bb480dd25e1f0284c8555");
+    EXPECT_EQ("9a0364b9e99bb480dd25e1f0284c8555", Hash());
     EXPECT_EQ(std::filesystem::last_write_time(File()), time);
-    EXPECT_EQ(std::filesystem::file_size(File()), 7u);
+    EXPECT_EQ(7u, std::filesystem::file_size(File()));
 }
 
 } // namespace

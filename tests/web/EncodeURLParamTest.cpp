@@ -21,49 +21,49 @@ std::string Encode(const ZALUnicodeString& value)
 
 TEST(EncodeURLParam, EmptyStaysEmpty)
 {
-    EXPECT_EQ(Encode(""), "");
+    EXPECT_EQ("", Encode(""));
 }
 
 TEST(EncodeURLParam, WritesABlankAsATripletAndNotAsAPlusSign)
 {
-    EXPECT_EQ(Encode("a b"), "a%20b");
-    EXPECT_EQ(Encode("+"), "%2B");
+    EXPECT_EQ("a%20b", Encode("a b"));
+    EXPECT_EQ("%2B", Encode("+"));
 }
 
 TEST(EncodeURLParam, KeepsLettersDigitsAndTheFourMarks)
 {
-    EXPECT_EQ(Encode("a-b_c.d~e"), "a-b_c.d~e");
-    EXPECT_EQ(Encode("AZaz09"), "AZaz09");
+    EXPECT_EQ("a-b_c.d~e", Encode("a-b_c.d~e"));
+    EXPECT_EQ("AZaz09", Encode("AZaz09"));
 }
 
 TEST(EncodeURLParam, EncodesWhatMeansSomethingInAnAddress)
 {
-    EXPECT_EQ(Encode("/?&%#="), "%2F%3F%26%25%23%3D");
+    EXPECT_EQ("%2F%3F%26%25%23%3D", Encode("/?&%#="));
 }
 
 TEST(EncodeURLParam, EncodesAnEncodedTextOnceMore)
 {
-    EXPECT_EQ(Encode("%2f"), "%252f");
+    EXPECT_EQ("%252f", Encode("%2f"));
 }
 
-TEST(EncodeURLParam, PassesLettersOfOtherScriptsAndTakesOneByteOfAnyOtherCharacter)
+TEST(EncodeURLParam, PassesLettersOfOtherScriptsAndOneByteOfOtherCharacters)
 {
-    EXPECT_EQ(Encode(u"\u00E4\u03B2\u4E2D\u0663"), "\u00E4\u03B2\u4E2D\u0663");
-    EXPECT_EQ(Encode(u"\u20AC"), "%AC"); // U+20AC, the euro sign: its lower 8 bits alone
-    EXPECT_EQ(Encode(u"\u2603"), "%03");
-    EXPECT_EQ(Encode(u"\U0001F600"), "%3D%00"); // the units D83D and DE00
+    EXPECT_EQ("\u00E4\u03B2\u4E2D\u0663", Encode(u"\u00E4\u03B2\u4E2D\u0663"));
+    EXPECT_EQ("%AC", Encode(u"\u20AC")); // U+20AC, the euro sign: its lower 8 bits alone
+    EXPECT_EQ("%03", Encode(u"\u2603"));
+    EXPECT_EQ("%3D%00", Encode(u"\U0001F600")); // the units D83D and DE00
 }
 
 TEST(EncodeURLParam, LeavesTheValueAlone)
 {
     const ZALUnicodeString value = "a b";
     ZALVliHttpUtils::EncodeURLParam(value);
-    EXPECT_EQ(ToUtf8(value), "a b");
+    EXPECT_EQ("a b", ToUtf8(value));
 }
 
 TEST(EncodeURLParam, EncodesAZeroCharacter)
 {
-    EXPECT_EQ(Encode(ZALUnicodeString(u"a\0b", 3)), "a%00b");
+    EXPECT_EQ("a%00b", Encode(ZALUnicodeString(u"a\0b", 3)));
 }
 
 TEST(EncodeURLParam, GivesTheWholeValueOrNothingWithoutMemory)
@@ -97,7 +97,7 @@ TEST(EncodeURLParam, TreatsEachOfTheCodeUnitsByItself)
             ++kept;
         }
         const ZALUnicodeString encoded = ZALVliHttpUtils::EncodeURLParam(ZALUnicodeString(&unit, 1));
-        ASSERT_EQ(std::u16string(View(encoded)), expected) << number;
+        ASSERT_EQ(expected, std::u16string(View(encoded))) << number;
     }
     std::setlocale(LC_CTYPE, "C");
     EXPECT_GT(kept, 40'000); // most of the plane are ideographs and syllables

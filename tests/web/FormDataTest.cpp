@@ -33,7 +33,7 @@ protected:
     static std::string BodyOf(const FormData& form)
     {
         std::string body = "before";
-        EXPECT_EQ(form.GenContent(body), S_OK);
+        EXPECT_EQ(S_OK, form.GenContent(body));
         return body;
     }
     static std::size_t OpenDescriptors()
@@ -120,9 +120,9 @@ TEST_F(Form, GivesTheSameBytesAgain)
     FormData form;
     form.AddZipFile("file", File("a.zip", "PK"), "a.zip");
     std::string body;
-    ASSERT_EQ(form.GenContent(body), S_OK);
+    ASSERT_EQ(S_OK, form.GenContent(body));
     const std::string first = body;
-    ASSERT_EQ(form.GenContent(body), S_OK);
+    ASSERT_EQ(S_OK, form.GenContent(body));
     EXPECT_EQ(body, first);
 }
 
@@ -146,7 +146,7 @@ TEST_F(Form, HoldsALargeFileUnchanged)
     const std::string body = BodyOf(form);
     const std::size_t start = body.find("\r\n\r\n") + 4;
     EXPECT_EQ(body.substr(start, content.size()), content);
-    EXPECT_EQ(body.substr(start + content.size()), "\r\n" + End);
+    EXPECT_EQ("\r\n" + End, body.substr(start + content.size()));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -158,7 +158,7 @@ TEST_F(Form, FailsForAFileThatIsMissing)
     form.AddParam("key", "value");
     form.AddZipFile("file", FromUtf8((Folder() / "missing").string()), "a.zip");
     std::string body = "before";
-    EXPECT_EQ(form.GenContent(body), E_FAIL);
+    EXPECT_EQ(E_FAIL, form.GenContent(body));
     EXPECT_TRUE(body.starts_with(Delimiter + "Content-Disposition: form-data; name=\"key\""));
     EXPECT_TRUE(body.ends_with("Content-Type: application/x-zip-compressed\r\n\r\n"));
 }
@@ -169,7 +169,7 @@ TEST_F(Form, FailsForAnEmptyFileAndClosesIt)
     form.AddZipFile("file", File("empty", ""), "a.zip");
     std::string body;
     const std::size_t open = OpenDescriptors();
-    EXPECT_EQ(form.GenContent(body), E_FAIL);
+    EXPECT_EQ(E_FAIL, form.GenContent(body));
     EXPECT_TRUE(body.ends_with("\r\n\r\n"));
     EXPECT_EQ(OpenDescriptors(), open);
 }
@@ -179,7 +179,7 @@ TEST_F(Form, FailsForAFolder)
     FormData form;
     form.AddBinaryFile("file", FromUtf8(Folder().string()), "a");
     std::string body;
-    EXPECT_EQ(form.GenContent(body), E_FAIL);
+    EXPECT_EQ(E_FAIL, form.GenContent(body));
 }
 
 TEST_F(Form, FailsForAFileOfFourGigabytes)
@@ -189,7 +189,7 @@ TEST_F(Form, FailsForAFileOfFourGigabytes)
     FormData form;
     form.AddBinaryFile("file", path, "a");
     std::string body;
-    EXPECT_EQ(form.GenContent(body), E_FAIL);
+    EXPECT_EQ(E_FAIL, form.GenContent(body));
     EXPECT_LT(body.size(), 1000U);
 }
 
@@ -200,7 +200,7 @@ TEST_F(Form, FailsForAFileThatEndsBeforeItsSize)
     FormData form;
     form.AddBinaryFile("file", FromUtf8(path), "a");
     std::string body;
-    EXPECT_EQ(form.GenContent(body), E_FAIL);
+    EXPECT_EQ(E_FAIL, form.GenContent(body));
     EXPECT_GE(body.size(), 4096U);
 }
 
@@ -209,9 +209,9 @@ TEST_F(Form, CanBeMadeAgainAfterAFailure)
     FormData form;
     form.AddZipFile("file", FromUtf8((Folder() / "later").string()), "a.zip");
     std::string body;
-    ASSERT_EQ(form.GenContent(body), E_FAIL);
+    ASSERT_EQ(E_FAIL, form.GenContent(body));
     File("later", "PK");
-    EXPECT_EQ(form.GenContent(body), S_OK);
+    EXPECT_EQ(S_OK, form.GenContent(body));
     EXPECT_TRUE(body.starts_with(Delimiter));
     EXPECT_TRUE(body.ends_with("\r\n\r\nPK\r\n" + End));
 }
@@ -290,12 +290,12 @@ TEST_F(Form, ThatLostAnItemHasNoContentAnyMore)
             if (!memory.HasRunOut())
                 return;
             std::string body = "before";
-            EXPECT_EQ(form.GenContent(body), E_FAIL);
-            EXPECT_EQ(body, "");
+            EXPECT_EQ(E_FAIL, form.GenContent(body));
+            EXPECT_EQ("", body);
             form.AddParam("key", "value");
-            EXPECT_EQ(form.GenContent(body), E_FAIL);
-            EXPECT_EQ(FormData(form).GenContent(body), E_FAIL);
-            EXPECT_EQ(FormData(std::move(form)).GenContent(body), E_FAIL);
+            EXPECT_EQ(E_FAIL, form.GenContent(body));
+            EXPECT_EQ(E_FAIL, FormData(form).GenContent(body));
+            EXPECT_EQ(E_FAIL, FormData(std::move(form)).GenContent(body));
         });
         EXPECT_GT(failures, 2);
     }
@@ -307,7 +307,7 @@ TEST_F(Form, ThatLostAnItemIsWholeAgainOnceItIsAssigned)
     FailingMemory memory(1);
     memory.During([&] { form.AddParam(LongText, LongText); });
     std::string body;
-    ASSERT_EQ(form.GenContent(body), E_FAIL);
+    ASSERT_EQ(E_FAIL, form.GenContent(body));
     form = FormData();
     EXPECT_EQ(BodyOf(form), End);
 }
@@ -364,8 +364,8 @@ TEST_F(Form, NamesItsContentTypeWhenThereIsMemoryAgain)
         ASSERT_TRUE(value);
         EXPECT_EQ(value->GetLengthInChar(), memory.HasRunOut() ? 0 : 68);
     });
-    EXPECT_EQ(ToUtf8(FormData::GetContentTypeHeaderValue()),
-              "multipart/form-data; boundary=----WebKitFormBoundaryA9TZlwqNn7lCilAD");
+    EXPECT_EQ("multipart/form-data; boundary=----WebKitFormBoundaryA9TZlwqNn7lCilAD",
+              ToUtf8(FormData::GetContentTypeHeaderValue()));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -374,7 +374,7 @@ TEST_F(Form, NamesItsContentTypeWhenThereIsMemoryAgain)
 TEST_F(Form, NamesItsBoundaryInTheContentType)
 {
     const ZALUnicodeString& value = FormData::GetContentTypeHeaderValue();
-    EXPECT_EQ(ToUtf8(value), "multipart/form-data; boundary=----WebKitFormBoundaryA9TZlwqNn7lCilAD");
+    EXPECT_EQ("multipart/form-data; boundary=----WebKitFormBoundaryA9TZlwqNn7lCilAD", ToUtf8(value));
     EXPECT_EQ(&value, &FormData::GetContentTypeHeaderValue());
     EXPECT_EQ("--" + ToUtf8(value).substr(ToUtf8(value).find('=') + 1) + "--\r\n", End);
 }

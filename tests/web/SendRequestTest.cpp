@@ -52,11 +52,11 @@ protected:
 
 TEST_F(SendRequest, RefusesNothingToSendAndNobodyToCall)
 {
-    EXPECT_EQ(ZALVliHttpUtils::SendRequest(nullptr, Collecting()), E_FAIL);
-    EXPECT_EQ(ZALVliHttpUtils::SendRequest(request_.get(), ReplyFunction()), E_FAIL);
-    EXPECT_EQ(ZALVliHttpUtils::SendRequest(nullptr, receiver_.get(), OnReply), E_FAIL);
-    EXPECT_EQ(ZALVliHttpUtils::SendRequest(request_.get(), nullptr, OnReply), E_FAIL);
-    EXPECT_EQ(ZALVliHttpUtils::SendRequest(request_.get(), receiver_.get(), ReplyMethod()), E_FAIL);
+    EXPECT_EQ(E_FAIL, ZALVliHttpUtils::SendRequest(nullptr, Collecting()));
+    EXPECT_EQ(E_FAIL, ZALVliHttpUtils::SendRequest(request_.get(), ReplyFunction()));
+    EXPECT_EQ(E_FAIL, ZALVliHttpUtils::SendRequest(nullptr, receiver_.get(), OnReply));
+    EXPECT_EQ(E_FAIL, ZALVliHttpUtils::SendRequest(request_.get(), nullptr, OnReply));
+    EXPECT_EQ(E_FAIL, ZALVliHttpUtils::SendRequest(request_.get(), receiver_.get(), ReplyMethod()));
     EXPECT_TRUE(Transport().Requests().empty());
     EXPECT_EQ(request_->GetStatus(), ZALHttpStatusUnsent);
 }
@@ -64,8 +64,8 @@ TEST_F(SendRequest, RefusesNothingToSendAndNobodyToCall)
 TEST_F(SendRequest, ThatTheHostRefusesFailsAndCallsNobody)
 {
     Transport().RefuseNext(2);
-    EXPECT_EQ(ZALVliHttpUtils::SendRequest(request_.get(), Collecting()), E_FAIL);
-    EXPECT_EQ(ZALVliHttpUtils::SendRequest(request_.get(), receiver_.get(), OnReply), E_FAIL);
+    EXPECT_EQ(E_FAIL, ZALVliHttpUtils::SendRequest(request_.get(), Collecting()));
+    EXPECT_EQ(E_FAIL, ZALVliHttpUtils::SendRequest(request_.get(), receiver_.get(), OnReply));
     Loop().RunUntilIdle();
     EXPECT_TRUE(replies_.empty());
     EXPECT_TRUE(receiver_->replies.empty());
@@ -76,12 +76,12 @@ TEST_F(SendRequest, ThatIsRefusedLetsGoOfTheFunction)
     auto held = std::make_shared<int>(0);
     Transport().RefuseNext();
     ZALVliHttpUtils::SendRequest(request_.get(), [held](const Reply&) {});
-    EXPECT_EQ(held.use_count(), 1);
+    EXPECT_EQ(1, held.use_count());
 }
 
 TEST_F(SendRequest, ReturnsBeforeTheReply)
 {
-    EXPECT_EQ(ZALVliHttpUtils::SendRequest(request_.get(), Collecting()), S_OK);
+    EXPECT_EQ(S_OK, ZALVliHttpUtils::SendRequest(request_.get(), Collecting()));
     EXPECT_TRUE(replies_.empty());
     EXPECT_EQ(request_->GetStatus(), ZALHttpStatusRunning);
 }
@@ -94,7 +94,7 @@ TEST_F(SendRequest, DeliversPiecesAsOneInTheirOrder)
         Transport().Last().Bytes(piece);
     EXPECT_TRUE(receiver_->replies.empty());
     Transport().Last().End();
-    EXPECT_EQ(receiver_->replies, std::vector<std::string>{"one two three"});
+    EXPECT_EQ(std::vector<std::string>{"one two three"}, receiver_->replies);
 }
 
 TEST_F(SendRequest, DeliversTheBodyOfAnErrorPage)
@@ -103,7 +103,7 @@ TEST_F(SendRequest, DeliversTheBodyOfAnErrorPage)
     Transport().Last().Head(500);
     Transport().Last().Bytes("sorry");
     Transport().Last().End();
-    EXPECT_EQ(replies_, std::vector<std::string>{"sorry"});
+    EXPECT_EQ(std::vector<std::string>{"sorry"}, replies_);
 }
 
 TEST_F(SendRequest, DeliversWhatCameOfATransferThatFailed)
@@ -112,14 +112,14 @@ TEST_F(SendRequest, DeliversWhatCameOfATransferThatFailed)
     Transport().Last().Head(200);
     Transport().Last().Bytes("half");
     Transport().Last().End(TransferEnd::Failed);
-    EXPECT_EQ(replies_, std::vector<std::string>{"half"});
+    EXPECT_EQ(std::vector<std::string>{"half"}, replies_);
 }
 
 TEST_F(SendRequest, DeliversNothingOfATransferWithoutAReply)
 {
     ZALVliHttpUtils::SendRequest(request_.get(), Collecting());
     Transport().Last().End(TransferEnd::Failed);
-    EXPECT_EQ(replies_, std::vector<std::string>{""});
+    EXPECT_EQ(std::vector<std::string>{""}, replies_);
 }
 
 TEST_F(SendRequest, DeliversWhatCameBeforeACancel)
@@ -129,13 +129,13 @@ TEST_F(SendRequest, DeliversWhatCameBeforeACancel)
     Transport().Last().Bytes("some");
     request_->Cancel();
     Loop().RunUntilIdle();
-    EXPECT_EQ(replies_, std::vector<std::string>{"some"});
+    EXPECT_EQ(std::vector<std::string>{"some"}, replies_);
 }
 
 TEST_F(SendRequest, CallsNobodyOnceTheTargetIsGone)
 {
     ZALVliHttpUtils::SendRequest(request_.get(), receiver_.get(), OnReply);
-    EXPECT_EQ(ReferencesOf(receiver_.get()), 1U);
+    EXPECT_EQ(1U, ReferencesOf(receiver_.get()));
     receiver_.reset();
     Transport().Last().Head(200);
     Transport().Last().Bytes("late");
@@ -153,18 +153,18 @@ TEST_F(SendRequest, HoldsTheTargetDuringTheCallAlone)
     const Owned<Measuring> target(new Measuring);
     ZALVliHttpUtils::SendRequest(request_.get(), target.get(), static_cast<ReplyMethod>(&Measuring::OnReply));
     Transport().Last().End();
-    EXPECT_EQ(target->during, 2U);
-    EXPECT_EQ(ReferencesOf(target.get()), 1U);
+    EXPECT_EQ(2U, target->during);
+    EXPECT_EQ(1U, ReferencesOf(target.get()));
 }
 
 TEST_F(SendRequest, LetsGoOfTheFunctionAtTheEnd)
 {
     auto held = std::make_shared<int>(0);
     ZALVliHttpUtils::SendRequest(request_.get(), [held](const Reply&) { ++*held; });
-    EXPECT_EQ(held.use_count(), 2);
+    EXPECT_EQ(2, held.use_count());
     Transport().Last().End();
-    EXPECT_EQ(*held, 1);
-    EXPECT_EQ(held.use_count(), 1);
+    EXPECT_EQ(1, *held);
+    EXPECT_EQ(1, held.use_count());
 }
 
 TEST_F(SendRequest, MayEndTheRequestInsideTheCall)
@@ -176,13 +176,13 @@ TEST_F(SendRequest, MayEndTheRequestInsideTheCall)
     Transport().Last().Head(200);
     Transport().Last().Bytes("whole");
     Transport().Last().End();
-    EXPECT_EQ(replies_, std::vector<std::string>{"whole"});
+    EXPECT_EQ(std::vector<std::string>{"whole"}, replies_);
 }
 
 TEST_F(SendRequest, CannotSendOneRequestTwice)
 {
     ZALVliHttpUtils::SendRequest(request_.get(), Collecting());
-    EXPECT_EQ(ZALVliHttpUtils::SendRequest(request_.get(), Collecting()), E_FAIL);
+    EXPECT_EQ(E_FAIL, ZALVliHttpUtils::SendRequest(request_.get(), Collecting()));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -208,12 +208,12 @@ TEST_F(SendRequest, WithoutMemoryFailsAndCallsNobody)
         const ReplyFunction onDone = [held, other = held](const Reply&) { ++*held; };
         attemptWith([&](ZALCefHttpRequest* request) { return ZALVliHttpUtils::SendRequest(request, onDone); });
     }
-    EXPECT_EQ(*held, 1);
-    EXPECT_EQ(held.use_count(), 1);
+    EXPECT_EQ(1, *held);
+    EXPECT_EQ(1, held.use_count());
     attemptWith(
         [&](ZALCefHttpRequest* request) { return ZALVliHttpUtils::SendRequest(request, receiver_.get(), OnReply); });
-    EXPECT_EQ(receiver_->replies, std::vector<std::string>{""});
-    EXPECT_EQ(ReferencesOf(receiver_.get()), 1U);
+    EXPECT_EQ(std::vector<std::string>{""}, receiver_->replies);
+    EXPECT_EQ(1U, ReferencesOf(receiver_.get()));
 }
 
 TEST_F(SendRequest, AReplyWithAHoleIsNoneAndEnds)
@@ -227,7 +227,7 @@ TEST_F(SendRequest, AReplyWithAHoleIsNoneAndEnds)
     EXPECT_TRUE(Transport().Last().IsCancelled());
     EXPECT_EQ(request_->GetStatus(), ZALHttpStatusCancelled);
     Loop().RunUntilIdle();
-    EXPECT_EQ(receiver_->replies, std::vector<std::string>{""});
+    EXPECT_EQ(std::vector<std::string>{""}, receiver_->replies);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -253,8 +253,8 @@ TEST(ReplyHandler, FreesWhatHasComeWhenItHasNoRoomForMore)
     EXPECT_TRUE(memory.HasRunOut());
     handler->OnComplete(nullptr);
     handler->Release();
-    EXPECT_EQ(target->size, 0U);
-    EXPECT_EQ(target->room, 0U);
+    EXPECT_EQ(0U, target->size);
+    EXPECT_EQ(0U, target->room);
 }
 
 TEST(ReplyHandler, KeepsAFailureOfWhomItCallsToItself)
@@ -269,7 +269,7 @@ TEST(ReplyHandler, KeepsAFailureOfWhomItCallsToItself)
          {new ZALVliHttpDataHandler(target.get(), static_cast<ReplyMethod>(&Failing::OnReply)),
           new ZALVliHttpDataHandler([&](const Reply& reply) {
               ++calls;
-              EXPECT_EQ(reply.size(), 3U);
+              EXPECT_EQ(3U, reply.size());
               throw std::bad_alloc();
           })}) {
         handler->OnData(nullptr, "one", 3);
@@ -277,8 +277,8 @@ TEST(ReplyHandler, KeepsAFailureOfWhomItCallsToItself)
         EXPECT_NO_THROW(handler->OnComplete(nullptr));
         handler->Release();
     }
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(ReferencesOf(target.get()), 1U);
+    EXPECT_EQ(1, calls);
+    EXPECT_EQ(1U, ReferencesOf(target.get()));
 }
 
 TEST(ReplyHandler, LetsGoOfTheFunctionAfterItsCall)
@@ -307,7 +307,7 @@ TEST(ReplyHandler, KeepsItsRoomAfterAnEnd)
     handler->OnComplete(nullptr);
     handler->OnComplete(nullptr);
     handler->Release();
-    ASSERT_EQ(target->room.size(), 2U);
+    ASSERT_EQ(2U, target->room.size());
     EXPECT_GE(target->room[0], 100'000U);
     EXPECT_EQ(target->room[1], target->room[0]);
 }
@@ -322,7 +322,7 @@ TEST(ReplyHandler, CallsAFunctionOnceThoughTheEndComesTwice)
     handler->OnData(nullptr, "two", 3);
     handler->OnComplete(nullptr);
     handler->Release();
-    EXPECT_EQ(replies, std::vector<std::string>{"one"});
+    EXPECT_EQ(std::vector<std::string>{"one"}, replies);
 }
 
 TEST(ReplyHandler, BeginsAnewAfterEachEndForAMethod)
@@ -336,7 +336,7 @@ TEST(ReplyHandler, BeginsAnewAfterEachEndForAMethod)
     handler->OnData(nullptr, "two", 3);
     handler->OnComplete(nullptr);
     handler->Release();
-    EXPECT_EQ(receiver->replies, (std::vector<std::string>{"one", "two"}));
+    EXPECT_EQ((std::vector<std::string>{"one", "two"}), receiver->replies);
 }
 
 } // namespace

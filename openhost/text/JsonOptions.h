@@ -1,0 +1,11 @@
+// What a run's JSON service is like, and what modules have asked of it.
+#pragma once
+
+namespace openhost {
+
+/// Bits that the host sets in the kind of each value beside its type tag; none at first.
+void SetKindBits(int bits);
+/// How often modules have asked for numbers that are read consistently. Numbers are read so in any case.
+int ConsistentNumberRequests();
+
+} // namespace openhost
