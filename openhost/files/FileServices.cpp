@@ -1,7 +1,7 @@
 #include "Descriptor.h"
 #include "Paths.h"
 
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -202,7 +202,6 @@ int ZALRenameFile(const ZALString& from, const ZALString& to)
         return refused;
     if (rename(source.c_str(), target.c_str()) != 0)
         return refused;
-    if (openhost::journal::IsOpen())
-        openhost::journal::Write("moved", {{"from", source}, {"to", target}});
+    openhost::journal::Write([&] { return openhost::journal::Moved{.from = source, .to = target}; });
     return 0;
 }

@@ -3,7 +3,7 @@
 #include "Paths.h"
 #include "ZipExtraction.h"
 #include "ZipWriter.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/text/Utf.h"
 
 #include <exception>
@@ -80,15 +80,16 @@ try {
 
     openhost::ExtractZipEntry(*reader_, *found, openhost::SystemPath(folder), name);
 
-    if (openhost::journal::IsOpen() && !name.ends_with('/') && !name.ends_with('\\')) {
-        ZALUnicodeString file = folder;
-        ZALMakePath(file, entry);
-        openhost::journal::Write("extracted", {{"path", openhost::SystemPath(file)}});
-    }
+    if (!name.ends_with('/') && !name.ends_with('\\'))
+        openhost::journal::Write([&] {
+            ZALUnicodeString file = folder;
+            ZALMakePath(file, entry);
+            return openhost::journal::Extracted{.path = openhost::SystemPath(file)};
+        });
     return S_OK;
 } catch (const std::exception& failure) {
-    if (openhost::journal::IsOpen())
-        openhost::journal::Write("refused", {{"entry", openhost::ToUtf8(entry)}, {"reason", failure.what()}});
+    openhost::journal::Write(
+        [&] { return openhost::journal::RefusedEntry{.entry = openhost::ToUtf8(entry), .reason = failure.what()}; });
     return E_FAIL;
 }
 

@@ -4,7 +4,7 @@
 #include "openhost/commands/DialogEngine.h"
 #include "openhost/commands/StartedCommands.h"
 #include "openhost/frame/Frame.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/panel/PageUser.h"
 #include "openhost/panel/Panel.h"
 #include "openhost/play/LocatedRead.h"
@@ -218,21 +218,17 @@ public:
     {
         const std::string dialog = player.ExpandPlaceholders(dialog_);
         const std::string control = player.ExpandPlaceholders(control_);
-        nlohmann::ordered_json event = {{"dialog", dialog}, {"control", control}};
-        PushResult result = PushResult::Done;
-        if (text_) {
-            const std::string text = player.ExpandPlaceholders(*text_);
-            event["text"] = text;
-            journal::Write("push", event);
-            result = player.Surface().EnterText(dialog, control, FromUtf8(text));
-        } else if (state_) {
-            event["state"] = *state_ == ZALDlgChecked;
-            journal::Write("push", event);
-            result = player.Surface().SetState(dialog, control, *state_);
-        } else {
-            journal::Write("push", event);
-            result = player.Surface().Push(dialog, control);
-        }
+        journal::Push event{.dialog = dialog, .control = control};
+        if (text_)
+            event.text = player.ExpandPlaceholders(*text_);
+        else if (state_)
+            event.state = *state_ == ZALDlgChecked;
+        journal::Write([&] { return event; });
+
+        ScriptedSurface& surface = player.Surface();
+        const PushResult result = event.text ? surface.EnterText(dialog, control, FromUtf8(*event.text))
+                                  : state_   ? surface.SetState(dialog, control, *state_)
+                                             : surface.Push(dialog, control);
         if (result != PushResult::Done)
             throw StepFailure("\"" + control + "\" of \"" + dialog + "\" cannot be pushed: " + ToText(result));
     }
@@ -286,7 +282,7 @@ public:
 
     void Run(SessionPlayer& player) const override
     {
-        journal::Write("options", {{"operation", operation_}});
+        journal::Write([this] { return journal::Options{.operation = operation_}; });
         if (operation_ == "open") {
             journal::WriteResult("CreateFrame", player.Options().Open() ? S_OK : E_FAIL);
             return;
@@ -434,7 +430,7 @@ public:
         ZALCSO& objects = *ZALFrmEditor::GetCurrentEditor()->GetCSO();
         objects.Empty();
         objects.AddElement(path.Get());
-        journal::Write("highlight", {{"element", names}});
+        journal::Write([&] { return journal::Highlight{.element = names}; });
     }
 
 private:
@@ -516,10 +512,12 @@ public:
     {
         const std::string target = player.ExpandPlaceholders(target_);
         const std::string text = player.ExpandPlaceholders(text_);
-        nlohmann::ordered_json event = {{"action", action_}, {"target", target}};
-        if (action_ == "enter")
-            event["text"] = text;
-        journal::Write("page", event);
+        journal::Write([&] {
+            journal::Page event{.action = action_, .target = target};
+            if (action_ == "enter")
+                event.text = text;
+            return event;
+        });
         if (action_ == "load") {
             if (!Panel::Current() || FAILED(Panel::Current()->LoadUrl(FromUtf8(target))))
                 throw StepFailure("the panel does not show " + target);
@@ -681,7 +679,7 @@ public:
     void Run(SessionPlayer& player) const override
     {
         const LoadedDocument& document = player.Document(document_);
-        journal::Write("tree", {{"path", document.Path().string()}, {"root", DescribeTree(document)}});
+        journal::Write([&] { return journal::Tree{.path = document.Path().string(), .root = DescribeTree(document)}; });
     }
 
 private:

@@ -1,6 +1,6 @@
 #include "host/settings.h"
 
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/settings/SettingsStore.h"
 
 #include <exception>
@@ -40,12 +40,11 @@ public:
         try {
             Store().Save();
         } catch (const std::exception& reason) {
-            if (openhost::journal::IsOpen())
-                openhost::journal::Write("settings", {{"action", "failed"}, {"error", reason.what()}});
+            openhost::journal::Write(
+                [&] { return openhost::journal::Settings{.action = "failed", .error = reason.what()}; });
             return E_FAIL;
         }
-        if (openhost::journal::IsOpen())
-            openhost::journal::Write("settings", {{"action", "saved"}});
+        openhost::journal::Write([] { return openhost::journal::Settings{.action = "saved"}; });
         return S_OK;
     }
 

@@ -648,7 +648,7 @@ TEST_F(SessionPlayerTest, TheJournalGoesBackToWhereItWent)
     int lines = 0;
     journal::Redirect([&](const Json&) { ++lines; });
     EXPECT_EQ(PlaySteps(""), SessionPlayer::Done);
-    journal::Write("after");
+    journal::Send({{"event", "after"}});
     journal::Redirect({});
     EXPECT_EQ(lines, 1);
 }
