@@ -270,14 +270,14 @@ void SessionPlayer::SetUpSettings()
 
 void SessionPlayer::RunSteps()
 {
-    for (const std::unique_ptr<SessionStep>& step : session_.steps) {
+    for (const SessionStep& step : session_.steps) {
         ++step_;
-        if (step->Acts()) {
+        if (step.acts) {
             written_.clear();
             waitedFor_.clear();
         }
-        journal::Write([&] { return journal::Step{.number = step_, .key = step->Key()}; });
-        step->Run(*this);
+        journal::Write([&] { return journal::Step{.number = step_, .key = step.key}; });
+        step.run(*this);
     }
 }
 

@@ -264,7 +264,7 @@ TEST(SessionFile, EveryKeyIsRead)
     EXPECT_TRUE(session.traces);
     std::vector<std::string> keys;
     for (const auto& step : session.steps)
-        keys.push_back(step->Key());
+        keys.push_back(step.key);
     EXPECT_EQ(keys, (std::vector<std::string>{"message", "url", "answer", "push", "wait"}));
 }
 
