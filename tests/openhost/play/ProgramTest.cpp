@@ -49,12 +49,29 @@ protected:
 
 TEST_F(ProgramTest, HelpTellsTheCommands)
 {
-    EXPECT_EQ(Run("--help"), 0);
-    EXPECT_THAT(Read("out"), HasSubstr("openhost play SESSION.json"));
-    EXPECT_THAT(Read("out"), HasSubstr("openhost show FILE [OTHER]"));
-    EXPECT_THAT(Read("out"), HasSubstr("openhost export FILE OUT.step"));
-    EXPECT_THAT(Read("out"), HasSubstr("openhost picture FILE OUT.png [--size WIDTHxHEIGHT]"));
-    EXPECT_THAT(Read("out"), HasSubstr("openhost stl FILE.lvr OUT.stl"));
+    EXPECT_EQ(0, Run("--help"));
+    const std::string help = Read("out");
+    for (const std::string command : {"play", "show", "export", "picture", "stl"}) {
+        EXPECT_THAT(help, HasSubstr("\n  " + command + " "));
+        EXPECT_EQ(0, Run(command + " --help"));
+        EXPECT_THAT(Read("out"), HasSubstr("Example: openhost " + command));
+    }
+}
+
+TEST_F(ProgramTest, VersionIsToldInOneLine)
+{
+    EXPECT_EQ(0, Run("--version"));
+    EXPECT_THAT(Read("out"), ::testing::MatchesRegex("openhost [0-9]+.[0-9]+.[0-9]+\n"));
+}
+
+TEST_F(ProgramTest, ASlipInACommandOrAnOptionIsUnderstood)
+{
+    Run("shwo document");
+    EXPECT_THAT(Read("err"), HasSubstr("did you mean show?"));
+    Run("play session --jurnal file");
+    EXPECT_THAT(Read("err"), HasSubstr("did you mean --journal?"));
+    Run("play session --something");
+    EXPECT_THAT(Read("err"), ::testing::Not(HasSubstr("did you mean")));
 }
 
 TEST_F(ProgramTest, WrongUseIsExplained)
