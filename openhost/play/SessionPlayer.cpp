@@ -12,9 +12,11 @@
 #include "openhost/frame/Frame.h"
 #include "openhost/http/CurlTransport.h"
 #include "openhost/journal/Events.h"
+#include "openhost/loop/Patience.h"
 #include "openhost/loop/UvEventLoop.h"
 #include "openhost/objects/ClassDictionary.h"
 #include "openhost/objects/Dispatch.h"
+#include "openhost/objects/Owned.h"
 #include "openhost/objects/Traces.h"
 #include "openhost/panel/Panel.h"
 #include "openhost/panel/RecordedPage.h"
@@ -35,10 +37,6 @@ namespace {
 constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";
 constexpr const char* IdleEvent = "idle";
 constexpr std::chrono::milliseconds ElementInterval(20);
-
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
 
 /// Writes the event "bridge" for a message between the module and another component.
 void JournalBridge(const ZALBaseUnknown& publisher, const ZALNotification& notification)
@@ -154,7 +152,7 @@ public:
     OptionsPage& Options() { return options_; }
     CadWorkspace& Cad() { return *cad_; }
     /// The component on the bridge, or null.
-    std::unique_ptr<BridgeListener, ReleaseObject>& Listener() { return listener_; }
+    Owned<BridgeListener>& Listener() { return listener_; }
 
     void LoadModule(const std::filesystem::path& module)
     {
@@ -188,7 +186,7 @@ private:
     std::unique_ptr<PanelPages> pages_;
     std::optional<LoadedModule> module_;
     OptionsPage options_;
-    std::unique_ptr<BridgeListener, ReleaseObject> listener_;
+    Owned<BridgeListener> listener_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -400,8 +398,7 @@ void SessionPlayer::WaitForElement(const std::string& selector, std::chrono::mil
 
 void SessionPlayer::StayOpen()
 {
-    std::function<void()> stay = [&stay] { EventLoop::Current().CallAfter(std::chrono::hours(1), stay); };
-    stay();
+    const Patience patience;
     Surface().LetUserAnswer();
     std::size_t answered = written_["prompt"];
     while (Panel::Current()) {
