@@ -11,7 +11,9 @@
 #include <iostream>
 #include <string>
 
-int main(int count, char** values)
+namespace {
+
+int Run(int count, char** values)
 {
     CLI::App app("Builds the items of the catalogue: writes files/, items/, shapes/ and index.json into a folder.",
                  "velmart-items");
@@ -23,15 +25,25 @@ int main(int count, char** values)
         [](const CLI::App*, const CLI::Error& error) { return std::string("velmart-items: ") + error.what() + "\n"; });
     try {
         app.parse(count, values);
-        catalogue::Catalogue catalogue;
-        catalogue::AddParts(catalogue);
-        catalogue::AddAssemblies(catalogue);
-        catalogue::AddTemplates(catalogue);
-        catalogue::WriteCatalogue(catalogue, folder);
-        std::cout << catalogue.items.size() << " items in " << folder << "\n";
-        return 0;
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
+    }
+
+    catalogue::Catalogue catalogue;
+    catalogue::AddParts(catalogue);
+    catalogue::AddAssemblies(catalogue);
+    catalogue::AddTemplates(catalogue);
+    catalogue::WriteCatalogue(catalogue, folder);
+    std::cout << catalogue.items.size() << " items in " << folder << "\n";
+    return 0;
+}
+
+} // namespace
+
+int main(int count, char** values)
+{
+    try {
+        return Run(count, values);
     } catch (const std::exception& error) {
         std::cerr << "velmart-items: " << error.what() << "\n";
         return 1;

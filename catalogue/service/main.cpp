@@ -73,9 +73,7 @@ int Serve(const Arguments& arguments)
     return 0;
 }
 
-} // namespace
-
-int main(int count, char** values)
+int Run(int count, char** values)
 {
     CLI::App app("Serves a folder of catalogue items over HTTP on 127.0.0.1 until SIGTERM or SIGINT.",
                  "velmart-catalogue");
@@ -97,9 +95,18 @@ int main(int count, char** values)
     });
     try {
         app.parse(count, values);
-        return Serve(arguments);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
+    }
+    return Serve(arguments);
+}
+
+} // namespace
+
+int main(int count, char** values)
+{
+    try {
+        return Run(count, values);
     } catch (const std::exception& error) {
         std::cerr << "velmart-catalogue: " << error.what() << "\n";
         return 1;
