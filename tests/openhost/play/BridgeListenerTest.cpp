@@ -76,7 +76,7 @@ protected:
 
 TEST_F(BridgeListenerTest, AComponentWithoutRepliesIsAskedAndSaysNothing)
 {
-    EXPECT_EQ(PlayReplies(""), SessionPlayer::Done);
+    EXPECT_EQ(SessionPlayer::Done, PlayReplies(""));
     EXPECT_THAT(Messages(), ElementsAre(Request));
     EXPECT_THAT(EventsOf("request"), IsEmpty());
     EXPECT_FALSE(events_.back().contains("unusedReplies"));
@@ -84,9 +84,8 @@ TEST_F(BridgeListenerTest, AComponentWithoutRepliesIsAskedAndSaysNothing)
 
 TEST_F(BridgeListenerTest, AReplyInsideTheCallComesBeforeTheResult)
 {
-    EXPECT_EQ(PlayReplies(R"({"to": "downloadQ7FilesFromTolva", "send": {"id": 1, "result": {
-                              "downloadedQ7FilesPathes": ["${PARTS}/a.ZALPart"]}}})"),
-              SessionPlayer::Done);
+    EXPECT_EQ(SessionPlayer::Done, PlayReplies(R"({"to": "downloadQ7FilesFromTolva", "send": {"id": 1, "result": {
+                              "downloadedQ7FilesPathes": ["${PARTS}/a.ZALPart"]}}})"));
     EXPECT_THAT(Messages(), ElementsAre(Request, "received {\"id\":1,\"result\":{\"downloadedQ7FilesPathes\":[\"" +
                                                      folder_.Path().string() + "/a.ZALPart\"]}}"));
     const std::ptrdiff_t completion =
@@ -98,8 +97,8 @@ TEST_F(BridgeListenerTest, AReplyInsideTheCallComesBeforeTheResult)
 TEST_F(BridgeListenerTest, ALaterReplyComesBehindTheResult)
 {
     EXPECT_EQ(
-        PlayReplies(R"({"to": "downloadQ7FilesFromTolva", "later": true, "send": [{"id": 1}, "nonsense ${PARTS}"]})"),
-        SessionPlayer::Done);
+        SessionPlayer::Done,
+        PlayReplies(R"({"to": "downloadQ7FilesFromTolva", "later": true, "send": [{"id": 1}, "nonsense ${PARTS}"]})"));
     EXPECT_THAT(Messages(),
                 ElementsAre(Request, R"(received {"id":1})", "received nonsense " + folder_.Path().string()));
     EXPECT_LT(PositionOf({{"event", "result"}, {"operation", "OnJSMessage"}}),
@@ -108,79 +107,77 @@ TEST_F(BridgeListenerTest, ALaterReplyComesBehindTheResult)
 
 TEST_F(BridgeListenerTest, ARequestOfItsOwnIsKnownByItsMethodInTheReply)
 {
-    EXPECT_EQ(PlayReplies(R"({"to": "downloadQ7FilesFromTolva", "send": [{"method": "dance", "id": 4},
+    EXPECT_EQ(SessionPlayer::Done,
+              PlayReplies(R"({"to": "downloadQ7FilesFromTolva", "send": [{"method": "dance", "id": 4},
                                                                          {"method": "sing"}]},
                              {"to": "sing", "send": {"id": 1, "error": {"code": 3, "message": "hoarse"}}},
                              {"to": "dance", "send": {"method": "rest", "id": 4}},
-                             {"to": "rest", "send": []})"),
-              SessionPlayer::Done);
+                             {"to": "rest", "send": []})"));
     const std::string unknown = R"({ "error" : {"code": -32601, "message" : "Method not found"}, "id" : )";
     EXPECT_THAT(Messages(), ElementsAre(Request, R"(received {"method":"dance","id":4})", "sent " + unknown + "4}",
                                         R"(received {"method":"rest","id":4})", "sent " + unknown + "4}",
                                         R"(received {"method":"sing"})", "sent " + unknown + "-1}",
                                         R"(received {"id":1,"error":{"code":3,"message":"hoarse"}})"));
-    ASSERT_EQ(EventsOf("dialog").size(), 1U);
-    EXPECT_EQ(EventsOf("dialog")[0].at("text"), "hoarse");
+    ASSERT_EQ(1U, EventsOf("dialog").size());
+    EXPECT_EQ("hoarse", EventsOf("dialog")[0].at("text"));
     EXPECT_FALSE(events_.back().contains("unusedReplies"));
 }
 
 TEST_F(BridgeListenerTest, EachReplyIsUsedOnceAndTheOthersAreCounted)
 {
     const std::string again = R"(, {"message": {"event": "velmart_download", "content": {}}}, {"wait": "idle"})";
-    EXPECT_EQ(PlayReplies(R"({"to": "downloadQ7FilesFromTolva", "send": "first"},
+    EXPECT_EQ(SessionPlayer::Done, PlayReplies(R"({"to": "downloadQ7FilesFromTolva", "send": "first"},
                              {"to": "downloadQ7FilesFromTolva", "send": "second"},
                              {"to": "downloadFilesFromVL", "send": "never"})",
-                          again + again),
-              SessionPlayer::Done);
+                                               again + again));
     std::vector<std::string> received;
     for (const std::string& message : Messages())
         if (message.starts_with("received"))
             received.push_back(message);
     EXPECT_THAT(received, ElementsAre("received first", "received second"));
-    EXPECT_EQ(events_.back().at("unusedReplies"), 1);
+    EXPECT_EQ(1, events_.back().at("unusedReplies"));
 }
 
 TEST_F(BridgeListenerTest, WithoutTheComponentTheModuleFetchesByItself)
 {
-    EXPECT_EQ(PlayReplies(R"({"to": "downloadQ7FilesFromTolva", "send": "first", "later": true},
+    EXPECT_EQ(SessionPlayer::Done,
+              PlayReplies(R"({"to": "downloadQ7FilesFromTolva", "send": "first", "later": true},
                              {"to": "downloadQ7FilesFromTolva", "send": "gone", "later": true})",
                           R"(, {"message": {"event": "velmart_download", "content": {"id": 6}}}, {"listener": null},
                              {"message": {"event": "velmart_download",
-                                          "content": {"downloadUrl": "${BASE}/archive?entries=1"}}}, {"wait": "idle"})"),
-              SessionPlayer::Done);
+                                          "content": {"downloadUrl": "${BASE}/archive?entries=1"}}}, {"wait": "idle"})"));
     EXPECT_THAT(Messages(), ElementsAre(Request, "received first",
                                         R"(sent {"method":"downloadQ7FilesFromTolva","id":1,"params":{"id":6}})"))
         << "what the component had still to say is gone with it";
-    EXPECT_EQ(EventsOf("request").size(), 1U);
-    EXPECT_EQ(EventsOf("extracted").size(), 1U);
+    EXPECT_EQ(1U, EventsOf("request").size());
+    EXPECT_EQ(1U, EventsOf("extracted").size());
 }
 
 TEST_F(BridgeListenerTest, AnotherComponentTakesThePlaceOfTheFirst)
 {
-    EXPECT_EQ(PlayReplies(R"({"to": "downloadQ7FilesFromTolva", "send": "first"})",
+    EXPECT_EQ(SessionPlayer::Done,
+              PlayReplies(R"({"to": "downloadQ7FilesFromTolva", "send": "first"})",
                           R"(, {"listener": {"replies": [{"to": "downloadQ7FilesFromTolva", "send": "second"}]}},
-                             {"message": {"event": "velmart_download", "content": {"id": 5}}})"),
-              SessionPlayer::Done);
+                             {"message": {"event": "velmart_download", "content": {"id": 5}}})"));
     EXPECT_THAT(Messages(), ElementsAre(Request, "received first", Request, "received second"));
 }
 
 TEST_F(BridgeListenerTest, AWaitForAMessageEndsWithIt)
 {
-    EXPECT_EQ(PlayReplies("", R"(, {"message": {"event": "velmart_download", "content": {}}}, {"wait": "bridge"},
-                                   {"wait": "bridge"})"),
-              SessionPlayer::Failed);
-    EXPECT_EQ(events_.back().at("step"), 6);
+    EXPECT_EQ(SessionPlayer::Failed,
+              PlayReplies("", R"(, {"message": {"event": "velmart_download", "content": {}}}, {"wait": "bridge"},
+                                   {"wait": "bridge"})"));
+    EXPECT_EQ(6, events_.back().at("step"));
 }
 
 TEST_F(BridgeListenerTest, ASessionMayEndInsideATransferThatTheComponentAskedFor)
 {
-    EXPECT_EQ(Play(R"({"listener": {"replies": [{"to": "downloadQ7FilesFromTolva", "send": {
+    EXPECT_EQ(SessionPlayer::Done, Play(R"({"listener": {"replies": [{"to": "downloadQ7FilesFromTolva", "send": {
                            "method": "downloadFilesFromVL", "id": 2, "params": {"downloadUrls": {
                            "A": "${BASE}/archive?entries=1&piece=10&pause=1000"}, "downloadDestPath": "${PARTS}"}}}]}},
-                      {"message": {"event": "velmart_download", "content": {"id": 5}}}, {"wait": "request"})"),
-              SessionPlayer::Done);
-    EXPECT_EQ(Messages().size(), 2U) << "nobody is told";
-    EXPECT_EQ(events_.back().at("event"), "end");
+                      {"message": {"event": "velmart_download", "content": {"id": 5}}}, {"wait": "request"})"));
+    EXPECT_EQ(2U, Messages().size()) << "nobody is told";
+    EXPECT_EQ("end", events_.back().at("event"));
 }
 
 } // namespace openhost

@@ -19,7 +19,7 @@ TEST(JournalWriter, WritesOneLineAnEventAtOnce)
     std::ifstream file(path);
     std::stringstream content;
     content << file.rdbuf();
-    EXPECT_EQ(content.str(), "{\"event\":\"a\",\"text\":\"two\\nlines\"}\n{\"event\":\"b\"}\n");
+    EXPECT_EQ("{\"event\":\"a\",\"text\":\"two\\nlines\"}\n{\"event\":\"b\"}\n", content.str());
     EXPECT_TRUE(writer.IsComplete());
 }
 
@@ -29,7 +29,7 @@ TEST(JournalWriter, AnOldJournalIsReplaced)
     const std::filesystem::path path = folder.Path() / "journal";
     std::ofstream(path) << "old";
     JournalWriter writer(path);
-    EXPECT_EQ(std::filesystem::file_size(path), 0U);
+    EXPECT_EQ(0U, std::filesystem::file_size(path));
 }
 
 TEST(JournalWriter, BytesThatAreNoTextDoNotEndTheJournal)
@@ -37,7 +37,7 @@ TEST(JournalWriter, BytesThatAreNoTextDoNotEndTheJournal)
     std::ostringstream output;
     JournalWriter writer(output);
     writer.Write({{"event", "\xff"}});
-    EXPECT_EQ(output.str(), "{\"event\":\"\xef\xbf\xbd\"}\n");
+    EXPECT_EQ("{\"event\":\"\xef\xbf\xbd\"}\n", output.str());
 }
 
 TEST(JournalWriter, AFileThatCannotBeMadeIsAnError)

@@ -100,7 +100,7 @@ TEST_F(ProgramTest, WrongUseIsExplained)
                                   "stl",
                                   "stl a",
                                   "stl a b c"}) {
-        EXPECT_EQ(Run(arguments), 2) << arguments;
+        EXPECT_EQ(2, Run(arguments)) << arguments;
         EXPECT_THAT(Read("err"), StartsWith("openhost: ")) << arguments;
     }
 }
@@ -112,7 +112,7 @@ TEST_F(ProgramTest, ALightRepresentationBecomesAnStlFile)
     mesh.normals = {{0, 0, 1}, {0, 0, 1}, {0, 0, 1}};
     mesh.triangles = {{0, 1, 2}};
     WriteLvr(folder_.Path() / "shape.lvr", mesh);
-    EXPECT_EQ(Run("stl shape.lvr shape.stl"), 0) << Read("err");
+    EXPECT_EQ(0, Run("stl shape.lvr shape.stl")) << Read("err");
     EXPECT_EQ(Read("shape.stl").size(), 80U + 4 + 50);
 }
 
@@ -120,7 +120,7 @@ TEST_F(ProgramTest, WhatIsNoLightRepresentationIsStatus1AndWritesNothing)
 {
     Write("shape.lvr", "nothing of the kind");
     for (const char* arguments : {"stl shape.lvr shape.stl", "stl missing.lvr shape.stl"}) {
-        EXPECT_EQ(Run(arguments), 1) << arguments;
+        EXPECT_EQ(1, Run(arguments)) << arguments;
         EXPECT_THAT(Read("err"), HasSubstr(".lvr: ")) << arguments;
         EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "shape.stl")) << arguments;
     }
@@ -129,45 +129,45 @@ TEST_F(ProgramTest, WhatIsNoLightRepresentationIsStatus1AndWritesNothing)
 TEST_F(ProgramTest, AFileThatIsNoSessionIsStatus2WithLineAndReason)
 {
     Write("session.json", "{\n\"steps\": [],\n\"other\": 1}");
-    EXPECT_EQ(Run("play session.json --journal journal"), 2);
-    EXPECT_EQ(Read("err"), "session.json:3: a session has the unknown key \"other\"\n");
-    EXPECT_EQ(Read("out"), "");
+    EXPECT_EQ(2, Run("play session.json --journal journal"));
+    EXPECT_EQ("session.json:3: a session has the unknown key \"other\"\n", Read("err"));
+    EXPECT_EQ("", Read("out"));
     EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "journal"));
 }
 
 TEST_F(ProgramTest, AMissingSessionIsStatus2)
 {
-    EXPECT_EQ(Run("play missing.json"), 2);
+    EXPECT_EQ(2, Run("play missing.json"));
     EXPECT_THAT(Read("err"), StartsWith("missing.json:1: "));
 }
 
 TEST_F(ProgramTest, APlayedSessionIsStatus0AndItsJournalOnStandardOutput)
 {
     Write("session.json", R"({"steps": [{"message": {"event": "velmart_over", "content": "${TEXT}"}}]})");
-    EXPECT_EQ(Run("play session.json --set TEXT=a=b"), 0) << Read("err");
+    EXPECT_EQ(0, Run("play session.json --set TEXT=a=b")) << Read("err");
     EXPECT_THAT(Read("out"), EndsWith("{\"event\":\"end\",\"status\":0}\n"));
 }
 
 TEST_F(ProgramTest, AFailedStepIsStatus1AndTheJournalInItsFile)
 {
     Write("session.json", R"({"steps": [{"wait": "idle"}, {"wait": "transfer"}]})");
-    EXPECT_EQ(Run("play session.json --journal journal"), 1);
-    EXPECT_EQ(Read("out"), "");
+    EXPECT_EQ(1, Run("play session.json --journal journal"));
+    EXPECT_EQ("", Read("out"));
     EXPECT_THAT(Read("journal"), HasSubstr("{\"event\":\"end\",\"status\":1,\"step\":2,\"reason\":"));
 }
 
 TEST_F(ProgramTest, AJournalThatCannotBeWrittenIsStatus1)
 {
     Write("session.json", R"({"steps": []})");
-    EXPECT_EQ(Run("play session.json --journal missing/journal"), 1);
-    EXPECT_EQ(Run("play session.json --journal /dev/full"), 1);
-    EXPECT_EQ(Read("err"), "openhost: the journal could not be written\n");
+    EXPECT_EQ(1, Run("play session.json --journal missing/journal"));
+    EXPECT_EQ(1, Run("play session.json --journal /dev/full"));
+    EXPECT_EQ("openhost: the journal could not be written\n", Read("err"));
 }
 
 TEST_F(ProgramTest, AnAccountTakesThePlaceOfTheJournalOnStandardOutput)
 {
     Write("session.json", R"({"steps": [{"message": {"event": "velmart_over", "content": 7}}]})");
-    EXPECT_EQ(Run("play session.json --account --journal journal"), 0);
+    EXPECT_EQ(0, Run("play session.json --account --journal journal"));
     EXPECT_THAT(Read("out"), HasSubstr("Message       velmart_over\n"));
     EXPECT_THAT(Read("out"), EndsWith("every step is done\n"));
     EXPECT_THAT(Read("journal"), EndsWith("{\"event\":\"end\",\"status\":0}\n"));
@@ -176,26 +176,26 @@ TEST_F(ProgramTest, AnAccountTakesThePlaceOfTheJournalOnStandardOutput)
     Write("installation/webapps/ZALVelmartIntegrationJS/OpApiHandlers.js", "first line\nsecond line\n");
     Write("panel.json", R"({"variables": {"ZALInstallPath": "installation"},
                             "steps": [{"url": "https://velmart.example/"}, {"panel": "close"}]})");
-    EXPECT_EQ(Run("play panel.json --account"), 0);
+    EXPECT_EQ(0, Run("play panel.json --account"));
     EXPECT_THAT(Read("out"), HasSubstr("Panel         opened\n"));
     EXPECT_THAT(Read("out"), HasSubstr("Page          https://velmart.example/\n"));
     EXPECT_THAT(Read("out"), HasSubstr("Script        first line ...\n"));
     EXPECT_THAT(Read("out"), HasSubstr("Panel         closed\n"));
 
-    EXPECT_EQ(Run("play session.json --account --module missing.so"), 1);
+    EXPECT_EQ(1, Run("play session.json --account --module missing.so"));
     EXPECT_THAT(Read("out"), HasSubstr("the session cannot begin: "));
 }
 
 TEST_F(ProgramTest, AnotherModuleCanBeNamed)
 {
     Write("session.json", R"({"steps": []})");
-    EXPECT_EQ(Run("play session.json --module missing.so"), 1);
+    EXPECT_EQ(1, Run("play session.json --module missing.so"));
     EXPECT_THAT(Read("out"), HasSubstr("missing.so"));
 
     ::setenv("OPENHOST_MODULE", "elsewhere.so", 1);
-    EXPECT_EQ(Run("play session.json"), 1);
+    EXPECT_EQ(1, Run("play session.json"));
     EXPECT_THAT(Read("out"), HasSubstr("elsewhere.so"));
-    EXPECT_EQ(Run("play session.json --module " + BuildDir() + "/lib/ZALVelmartIntegration.so"), 0);
+    EXPECT_EQ(0, Run("play session.json --module " + BuildDir() + "/lib/ZALVelmartIntegration.so"));
     ::unsetenv("OPENHOST_MODULE");
 }
 
@@ -205,7 +205,7 @@ TEST_F(ProgramTest, ShowPrintsADocument)
     document.kind = DocumentKind::Product;
     document.partNumber = "P-100";
     WriteDocument(document, folder_.Path() / "a.ZALProduct");
-    EXPECT_EQ(Run("show a.ZALProduct"), 0) << Read("err");
+    EXPECT_EQ(0, Run("show a.ZALProduct")) << Read("err");
     EXPECT_THAT(Read("out"), HasSubstr("P-100"));
 }
 
@@ -218,15 +218,15 @@ TEST_F(ProgramTest, ExportAndPictureWriteTheirFilesAndWarnOfWhatIsMissing)
     document.children = {{"gone.1", 0, IdentityPlacement}};
     WriteDocument(document, folder_.Path() / "a.ZALProduct");
 
-    EXPECT_EQ(Run("export a.ZALProduct a.step"), 0) << Read("err");
+    EXPECT_EQ(0, Run("export a.ZALProduct a.step")) << Read("err");
     EXPECT_THAT(Read("err"), HasSubstr("a.ZALProduct: gone.ZALPart is missing; 1 instance is left out\n"));
-    EXPECT_EQ(Read("out"), "");
+    EXPECT_EQ("", Read("out"));
     EXPECT_THAT(Read("a.step"), HasSubstr("'P-100'"));
 
-    EXPECT_EQ(Run("picture --size 30x20 a.ZALProduct a.png"), 0) << Read("err");
+    EXPECT_EQ(0, Run("picture --size 30x20 a.ZALProduct a.png")) << Read("err");
     EXPECT_THAT(Read("err"), HasSubstr("a.ZALProduct: gone.ZALPart is missing; 1 instance is left out\n"));
-    EXPECT_EQ(Read("out"), "");
-    EXPECT_EQ(Read("a.png").substr(0, 24), std::string("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\0\x1E\0\0\0\x14", 24));
+    EXPECT_EQ("", Read("out"));
+    EXPECT_EQ(std::string("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\0\x1E\0\0\0\x14", 24), Read("a.png").substr(0, 24));
 }
 
 TEST_F(ProgramTest, ExportAndPictureOfWhatIsNoDocumentAreStatus1AndLeaveNoFile)
@@ -234,7 +234,7 @@ TEST_F(ProgramTest, ExportAndPictureOfWhatIsNoDocumentAreStatus1AndLeaveNoFile)
     Write("text", "text");
     for (const char* command : {"export", "picture"})
         for (const char* document : {"text", "missing"}) {
-            EXPECT_EQ(Run(std::string(command) + " " + document + " made"), 1);
+            EXPECT_EQ(1, Run(std::string(command) + " " + document + " made"));
             EXPECT_THAT(Read("err"), HasSubstr(document));
             EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "made"));
         }
@@ -243,8 +243,8 @@ TEST_F(ProgramTest, ExportAndPictureOfWhatIsNoDocumentAreStatus1AndLeaveNoFile)
 TEST_F(ProgramTest, ShowOfWhatIsNoDocumentIsStatus1)
 {
     Write("text", "text");
-    EXPECT_EQ(Run("show text"), 1);
-    EXPECT_EQ(Run("show missing"), 1);
+    EXPECT_EQ(1, Run("show text"));
+    EXPECT_EQ(1, Run("show missing"));
     EXPECT_THAT(Read("err"), HasSubstr("missing"));
 }
 
