@@ -27,6 +27,12 @@ struct Recording {
     /// What happens inside a call, after it was written down.
     std::function<void(ZALCefHttpRequest*)> onHeaders, onData, onProgress, onComplete;
 
+    /// The one that goes with the letter `call`.
+    std::function<void(ZALCefHttpRequest*)>& On(char call)
+    {
+        return call == 'h' ? onHeaders : call == 'd' ? onData : call == 'p' ? onProgress : onComplete;
+    }
+
     bool IsComplete() const { return completions > 0; }
     /// The calls with each run of data and progress, one behind the other, as one.
     std::string Shape() const

@@ -42,7 +42,7 @@ TEST(RefusingTransport, IsTheFirstOfAProcessAndStartsNothing)
     EXPECT_EQ(ZALHttpStatusUnsent, fetch.Request().GetStatus());
 }
 
-TEST_F(ScriptedTransportTest, RecordsWhatWasSent)
+TEST_F(ScriptedTransportTest, WhatWasSentIsRecorded)
 {
     Fetch fetch("http://any.example/a", "PUT");
     fetch.With("Accept", "*/*");
@@ -54,7 +54,7 @@ TEST_F(ScriptedTransportTest, RecordsWhatWasSent)
     EXPECT_EQ(1U, Transport().Requests().size());
 }
 
-TEST_F(ScriptedTransportTest, RefusesAsOftenAsItIsTold)
+TEST_F(ScriptedTransportTest, RequestsAreRefusedAsOftenAsTold)
 {
     Transport().RefuseNext(2);
     Fetch fetch("http://any.example/");
@@ -65,7 +65,7 @@ TEST_F(ScriptedTransportTest, RefusesAsOftenAsItIsTold)
     EXPECT_EQ(1U, Transport().Count());
 }
 
-TEST_F(ScriptedTransportTest, CallsTheHandlerAsScripted)
+TEST_F(ScriptedTransportTest, TheHandlerIsCalledAsScripted)
 {
     Fetch fetch("http://any.example/");
     ASSERT_TRUE(fetch.Send());
@@ -91,7 +91,7 @@ TEST_F(ScriptedTransportTest, CallsTheHandlerAsScripted)
     EXPECT_EQ("abc", fetch->body);
 }
 
-TEST_F(ScriptedTransportTest, AnswersAnAddressThroughTheLoop)
+TEST_F(ScriptedTransportTest, AnAddressIsAnsweredThroughTheLoop)
 {
     Transport().Answer("http://any.example/a",
                        {.code = 200, .headers = {{"X-A", "1"}}, .chunks = {"ab", "cd"}, .total = 4});
@@ -123,8 +123,7 @@ TEST_F(ScriptedTransportTest, ACancelInsideEachCallOfAnAnswerEndsIt)
     Transport().Answer("http://any.example/", {.chunks = {"ab", "cd"}});
     for (const char call : {'h', 'd', 'p'}) {
         Fetch fetch("http://any.example/");
-        auto& hook = call == 'h' ? fetch->onHeaders : call == 'd' ? fetch->onData : fetch->onProgress;
-        hook = [](ZALCefHttpRequest* request) { request->Cancel(); };
+        fetch->On(call) = [](ZALCefHttpRequest* request) { request->Cancel(); };
         ASSERT_TRUE(fetch.Send());
         Run();
         EXPECT_EQ(std::string("hdp").substr(0, std::string("hdp").find(call) + 1) + "c", fetch->calls);
