@@ -31,7 +31,7 @@ bool ZALDialogCondition::Holds() const
     return holds;
 }
 
-/// Lasts while code of the command may run: holds the command, and lets an ended one be released behind the last of
+/// Lasts while code of the command may run: holds the command, and lets an ended one be released after the last of
 /// them.
 class ZALStateCommandRun::Inside {
 public:
