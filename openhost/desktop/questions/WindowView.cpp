@@ -314,7 +314,7 @@ void WindowView::Arrange(Control& control)
     if (placements == control.placements)
         return;
     delete control.container->layout();
-    auto* grid = new QGridLayout(control.container);
+    auto grid = std::make_unique<QGridLayout>();
     if (!qobject_cast<QGroupBox*>(control.container))
         grid->setContentsMargins(0, 0, 0, 0);
     for (const WidgetPlacement& placement : placements) {
@@ -325,6 +325,7 @@ void WindowView::Arrange(Control& control)
         if (placement.growsHigh)
             grid->setRowStretch(placement.row, 1);
     }
+    control.container->setLayout(grid.release());
     control.placements = std::move(placements);
 }
 
