@@ -1,6 +1,7 @@
 #include "openhost/play/JournalWriter.h"
 
 #include "openhost/files/TemporaryFolder.h"
+#include "tests/support/ReadFile.h"
 
 #include <gtest/gtest.h>
 
@@ -15,11 +16,7 @@ TEST(JournalWriter, WritesOneLineAnEventAtOnce)
     JournalWriter writer(path);
     writer.Write({{"event", "a"}, {"text", "two\nlines"}});
     writer.Write({{"event", "b"}});
-
-    std::ifstream file(path);
-    std::stringstream content;
-    content << file.rdbuf();
-    EXPECT_EQ("{\"event\":\"a\",\"text\":\"two\\nlines\"}\n{\"event\":\"b\"}\n", content.str());
+    EXPECT_EQ("{\"event\":\"a\",\"text\":\"two\\nlines\"}\n{\"event\":\"b\"}\n", testing::ReadFile(path));
     EXPECT_TRUE(writer.IsComplete());
 }
 

@@ -1,105 +1,36 @@
-#include "openhost/play/SessionPlayer.h"
+#include "tests/openhost/play/SessionFixture.h"
 
-#include "catalogue/service/CatalogueService.h"
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/PathVariables.h"
-#include "openhost/files/TemporaryFolder.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/loop/UvEventLoop.h"
 #include "openhost/panel/Panel.h"
 #include "openhost/panel/RecordedPage.h"
-#include "openhost/play/SessionFile.h"
 #include "openhost/settings/SettingsStore.h"
 
 #include "host/frame.h"
 #include "host/http.h"
 
-#include "tests/support/Places.h"
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <fstream>
-#include <functional>
 
 #include <stdlib.h>
 
 namespace openhost {
 
-using Json = nlohmann::ordered_json;
 using ::testing::Contains;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-/// Plays sessions with the real module, against a real service.
-class SessionPlayerTest : public ::testing::Test {
+class SessionPlayerTest : public SessionFixture {
 protected:
-    SessionPlayerTest() : service_(service_folder_.Path())
-    {
-        service_.Start();
-        std::filesystem::create_directory(Downloads());
-    }
-
-    std::filesystem::path Downloads() const { return folder_.Path() / "downloads"; }
-
-    /// Plays the session `text`, and returns its status. "${BASE}" is the address of the service, "${DOWNLOADS}" an
-    /// empty folder.
-    int StatusOf(const std::string& text)
-    {
-        const Session session =
-            ParseSession(text, folder_.Path(), {{"BASE", service_.GetAddress()}, {"DOWNLOADS", Downloads().string()}});
-        events_.clear();
-        const journal::Sink receive = [this](const Json& event) {
-            events_.push_back(event);
-            observe_();
-        };
-        return SessionPlayer(session, {module_, folder_.Path() / "installation", desktop_}, receive).Play();
-    }
-
-    /// Plays a session whose steps are all done.
-    void Play(const std::string& text) { EXPECT_EQ(SessionPlayer::Done, StatusOf(text)) << Reason() << "\n" << text; }
-    /// Plays a session that fails, and returns the reason.
-    std::string FailureOf(const std::string& text)
-    {
-        EXPECT_EQ(SessionPlayer::Failed, StatusOf(text)) << text;
-        return Reason();
-    }
-    /// The same for `steps`, with the folder of downloads settled.
-    void PlaySteps(const std::string& steps) { Play(WithSteps(steps)); }
-    std::string FailureOfSteps(const std::string& steps) { return FailureOf(WithSteps(steps)); }
-
-    static std::string WithSteps(const std::string& steps)
-    {
-        return R"({"settings": {"DownloadLocation": "${DOWNLOADS}", "DoNotRemindDownloadLocation": true}, "steps": [)" +
-               steps + "]}";
-    }
-
     /// A step that downloads what `path` of the service gives.
     static std::string Download(const std::string& path)
     {
         return R"({"message": {"event": "velmart_download", "content": {"downloadUrl": "${BASE})" + path + "\"}}}";
-    }
-
-    /// The events named `name`.
-    std::vector<Json> EventsOf(const std::string& name) const
-    {
-        std::vector<Json> found;
-        std::copy_if(events_.begin(), events_.end(), std::back_inserter(found),
-                     [&](const Json& event) { return event.at("event") == name; });
-        return found;
-    }
-
-    /// What the events named `event` have under `key`; those without it are left out.
-    std::vector<Json> Values(const std::string& event, const std::string& key) const
-    {
-        std::vector<Json> values;
-        for (const Json& found : EventsOf(event))
-            if (found.contains(key))
-                values.push_back(found[key]);
-        return values;
     }
 
     std::filesystem::path WriteProduct(const std::string& name) const
@@ -112,18 +43,10 @@ protected:
     }
 
     bool HasPart() const { return std::filesystem::exists(Downloads() / "part-000001.ZALPart"); }
-    std::string Reason() const { return events_.back().value("reason", ""); }
 
     const std::string Ready = R"({"message": {"event": "velmart_ready", "content": {}}})";
     const std::string OnePart = Download("/archive?entries=1");
     const std::string Slow = Download("/archive?entries=100&piece=1&pause=600000");
-    TemporaryFolder service_folder_;
-    TemporaryFolder folder_;
-    catalogue::CatalogueService service_;
-    std::filesystem::path module_ = BuildDir() + "/lib/ZALVelmartIntegration.so";
-    Desktop* desktop_ = nullptr;
-    std::function<void()> observe_ = [] {};
-    std::vector<Json> events_;
 };
 
 /// A desktop that somebody is said to see. Its user answers No.
