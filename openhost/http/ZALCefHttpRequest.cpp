@@ -206,8 +206,6 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
         exchange_->JournalEnd("the request is malformed or its address is not allowed");
         return false;
     }
-    // First: without memory for it the transfer ends with the exchange.
-    ZALHttpExchange::Running().insert(exchange_);
     exchange_->status = ZALHttpStatusRunning;
     exchange_->handler = handler;
     handler->AddRef();

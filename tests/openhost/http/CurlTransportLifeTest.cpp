@@ -21,12 +21,6 @@ protected:
     }
 };
 
-std::string CallsUpTo(char call)
-{
-    const std::string calls = "hdp";
-    return calls.substr(0, calls.find(call) + 1);
-}
-
 // The head and a first piece of the body; the rest when told.
 void SendInTwo(RawServer::Connection& connection)
 {

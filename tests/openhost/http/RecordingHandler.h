@@ -34,7 +34,7 @@ struct Recording {
     }
 
     bool IsComplete() const { return completions > 0; }
-    /// The calls with each run of data and progress, one behind the other, as one.
+    /// The calls with each run of data and progress, one after the other, as one.
     std::string Shape() const
     {
         std::string shape = calls;
@@ -43,6 +43,13 @@ struct Recording {
         return shape;
     }
 };
+
+/// The calls of a whole transfer, up to the one with the letter `call`.
+inline std::string CallsUpTo(char call)
+{
+    const std::string calls = "hdp";
+    return calls.substr(0, calls.find(call) + 1);
+}
 
 class RecordingHandler final : public ZALCefHttpDataHandler {
 public:
