@@ -87,6 +87,7 @@ StepAction ReadListener(const LocatedJson& value, const std::string&)
     RequireMembers(value, "\"listener\"", {"replies"});
     return [replies](SessionPlayer& player) {
         std::vector<BridgeListener::Reply> expanded;
+        expanded.reserve(replies.size());
         for (const Reply& reply : replies)
             expanded.push_back(Expanded(reply, player));
         player.SetListener(std::move(expanded));
