@@ -2,28 +2,18 @@
 
 #include "catalogue/service/CatalogueService.h"
 
-#include <charconv>
+#include <CLI/CLI.hpp>
+
 #include <csignal>
-#include <cstring>
 #include <iostream>
-#include <optional>
 #include <string>
 
 #include <pthread.h>
 
 namespace {
 
-constexpr const char* Usage =
-    R"(Usage: velmart-catalogue --port N --root DIR [--verbose]
-
-Serves a folder of catalogue items over HTTP on 127.0.0.1 until SIGTERM or SIGINT.
-
-  --port N     port to listen on; 0 takes a free one
-  --root DIR   folder with index.json, items/ID.json, pictures/ID.png, files/NAME, page/NAME
-  --verbose    one line on standard error for each request
-  --help       this text
-
-  GET /                  the catalogue's page, also as /categories
+constexpr const char* Reference =
+    R"(  GET /                  the catalogue's page, also as /categories
   GET /items             the index
   GET /items/ID          the request of an item, as the catalogue page sends it
   GET /items/ID/picture  the picture of an item
@@ -51,48 +41,13 @@ Parameters of /files/NAME and /archive choose the form of the reply:
   slow=N             N bytes a second
   piece=N&pause=MS   MS milliseconds between pieces of N bytes
   redirect=N         N redirections before the reply
-  redirect=URL       a redirection to URL; code chooses which (302)
-)";
+  redirect=URL       a redirection to URL; code chooses which (302))";
 
 struct Arguments {
-    std::optional<int> port;
-    std::optional<std::string> root;
+    int port = 0;
+    std::string root;
     bool verbose = false;
-    bool help = false;
 };
-
-/// Reads the arguments; throws std::runtime_error with what is wrong.
-Arguments Parse(int count, char** values)
-{
-    Arguments arguments;
-    const auto next = [&](int& index) -> std::string {
-        if (index + 1 >= count)
-            throw std::runtime_error(std::string(values[index]) + " needs a value");
-        return values[++index];
-    };
-    for (int index = 1; index < count; ++index) {
-        const std::string name = values[index];
-        if (name == "--help") {
-            arguments.help = true;
-        } else if (name == "--verbose") {
-            arguments.verbose = true;
-        } else if (name == "--root") {
-            arguments.root = next(index);
-        } else if (name == "--port") {
-            const std::string value = next(index);
-            int port = -1;
-            const auto [stop, error] = std::from_chars(value.data(), value.data() + value.size(), port);
-            if (error != std::errc() || stop != value.data() + value.size() || port < 0 || port > 65535)
-                throw std::runtime_error("--port needs a number from 0 to 65535");
-            arguments.port = port;
-        } else {
-            throw std::runtime_error("unknown argument " + name);
-        }
-    }
-    if (!arguments.help && (!arguments.port || !arguments.root))
-        throw std::runtime_error("--port and --root must be given");
-    return arguments;
-}
 
 int Serve(const Arguments& arguments)
 {
@@ -106,8 +61,8 @@ int Serve(const Arguments& arguments)
     catalogue::CatalogueService::Log log;
     if (arguments.verbose)
         log = [](const std::string& line) { std::cerr << line + "\n" << std::flush; };
-    catalogue::CatalogueService service(*arguments.root, log);
-    service.Start(*arguments.port);
+    catalogue::CatalogueService service(arguments.root, log);
+    service.Start(arguments.port);
     std::cout << "listening on " << service.GetAddress() << std::endl;
 
     int signal = 0;
@@ -118,17 +73,40 @@ int Serve(const Arguments& arguments)
     return 0;
 }
 
+int Run(int count, char** values)
+{
+    CLI::App app("Serves a folder of catalogue items over HTTP on 127.0.0.1 until SIGTERM or SIGINT.",
+                 "velmart-catalogue");
+    Arguments arguments;
+    app.set_help_flag("--help", "this text");
+    app.set_version_flag("--version", "velmart-catalogue " VELMART_VERSION, "tell the version");
+    app.add_option("--port", arguments.port, "port to listen on; 0 takes a free one")
+        ->required()
+        ->check(CLI::Range(0, 65535))
+        ->type_name("N");
+    app.add_option("--root", arguments.root,
+                   "folder with index.json, items/ID.json, pictures/ID.png, files/NAME, page/NAME")
+        ->required()
+        ->type_name("DIR");
+    app.add_flag("--verbose", arguments.verbose, "one line on standard error for each request");
+    app.footer(Reference);
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return std::string("velmart-catalogue: ") + error.what() + "\n";
+    });
+    try {
+        app.parse(count, values);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+    return Serve(arguments);
+}
+
 } // namespace
 
 int main(int count, char** values)
 {
     try {
-        const Arguments arguments = Parse(count, values);
-        if (arguments.help) {
-            std::cout << Usage;
-            return 0;
-        }
-        return Serve(arguments);
+        return Run(count, values);
     } catch (const std::exception& error) {
         std::cerr << "velmart-catalogue: " << error.what() << "\n";
         return 1;

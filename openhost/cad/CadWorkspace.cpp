@@ -4,7 +4,7 @@
 #include "openhost/documents/DocumentStream.h"
 #include "openhost/files/Paths.h"
 #include "openhost/frame/Frame.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/text/Utf.h"
 
 #include <algorithm>
@@ -81,9 +81,7 @@ bool IsNumbered(const std::string& name, const std::string& stem)
 
 void Tell(const LoadedDocument& document, const char* action)
 {
-    if (!journal::IsOpen()) // a product changes once for each instance
-        return;
-    journal::Write("document", {{"path", document.Path().string()}, {"action", action}});
+    journal::Write([&] { return journal::Document{.path = document.Path().string(), .action = action}; });
 }
 
 const char* ExtensionOf(DocumentKind kind)

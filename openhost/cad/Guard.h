@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/object_model.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 
 #include <exception>
 
@@ -16,7 +16,7 @@ HRESULT Guard(const char* name, Operation operation)
         operation();
         return S_OK;
     } catch (const std::exception& error) {
-        journal::Write("document", {{"action", "refused"}, {"operation", name}, {"reason", error.what()}});
+        journal::Write([&] { return journal::RefusedOperation{.operation = name, .reason = error.what()}; });
         return E_FAIL;
     }
 }

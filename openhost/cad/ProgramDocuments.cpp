@@ -21,7 +21,8 @@ LoadedDocument& LoadedIn(const CadWorkspace& workspace, ZALDocument& document)
 
 void TellProgram(const LoadedDocument& document, const char* action)
 {
-    journal::Write("document", {{"path", document.Path().string()}, {"action", action}, {"hidden", true}});
+    journal::Write(
+        [&] { return journal::Document{.path = document.Path().string(), .action = action, .hidden = true}; });
 }
 
 } // namespace

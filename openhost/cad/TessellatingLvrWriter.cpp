@@ -2,7 +2,7 @@
 
 #include "openhost/cad/ProductRep.h"
 #include "openhost/files/Paths.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/lvr/LvrMesh.h"
 #include "openhost/text/Utf.h"
 
@@ -19,7 +19,7 @@ constexpr int NotWritten = 1;
 
 void Tell(const std::string& reason)
 {
-    journal::Write("document", {{"action", "refused"}, {"operation", "ZALWriteLvr"}, {"reason", reason}});
+    journal::Write([&] { return journal::RefusedOperation{.operation = "ZALWriteLvr", .reason = reason}; });
 }
 
 /// The triangles of the part in `file`; none when it has no geometry that can be shown, which is told.

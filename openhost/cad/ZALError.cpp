@@ -1,4 +1,4 @@
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 
 #include "host/part_features.h"
 
@@ -8,5 +8,5 @@ ZALError::~ZALError() = default;
 
 void ZALError::Flush()
 {
-    openhost::journal::Write("error", {{"text", text_.CastToCharPtr()}});
+    openhost::journal::Write([this] { return openhost::journal::Error{.text = text_.CastToCharPtr()}; });
 }

@@ -1,6 +1,6 @@
 #include "openhost/commands/Commands.h"
 
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/loop/EventLoop.h"
 
 #include "host/dialog_engine.h"
@@ -25,8 +25,10 @@ public:
     void SetAvailability(int mask, int state) override
     {
         modes_ = state ? modes_ | mask : modes_ & ~mask;
-        journal::Write("command",
-                       {{"header", name_}, {"mask", mask}, {"state", state}, {"available", IsAvailable() == 1}});
+        journal::Write([&] {
+            return journal::CommandHeader{
+                .header = name_, .mask = mask, .state = state, .available = IsAvailable() == 1};
+        });
     }
     bool IsAvailableIn(int mask) const { return (modes_ & mask) == mask; }
 

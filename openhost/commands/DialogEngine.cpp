@@ -1,7 +1,7 @@
 #include "openhost/commands/DialogEngine.h"
 
 #include "openhost/commands/ZALStateCommandRun.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 
 #include "host/cad.h"
 
@@ -23,7 +23,8 @@ Pick DialogEngine::Offer(ZALPathElement* path, const std::string& element)
                                      [](const ZALStateCommandRun* run) { return run->WaitsForElement(); });
     if (newest == runs_.rend()) {
         pick.reason = "no command waits for an element";
-        journal::Write("selection", {{"element", element}, {"accepted", false}, {"reason", pick.reason}});
+        journal::Write(
+            [&] { return journal::Selection{.element = element, .accepted = false, .reason = pick.reason}; });
         return pick;
     }
 
@@ -32,10 +33,12 @@ Pick DialogEngine::Offer(ZALPathElement* path, const std::string& element)
     pick.command = run.Name();
     pick.reason = run.Take(path);
     pick.accepted = pick.reason.empty();
-    nlohmann::ordered_json event = {{"element", element}, {"accepted", pick.accepted}, {"command", pick.command}};
-    if (!pick.accepted)
-        event["reason"] = pick.reason;
-    journal::Write("selection", event);
+    journal::Write([&] {
+        journal::Selection event{.element = element, .accepted = pick.accepted, .command = pick.command};
+        if (!pick.accepted)
+            event.reason = pick.reason;
+        return event;
+    });
     if (pick.accepted)
         run.TryTransitions();
     return pick;

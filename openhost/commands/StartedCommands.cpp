@@ -1,6 +1,6 @@
 #include "openhost/commands/StartedCommands.h"
 
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/loop/EventLoop.h"
 #include "openhost/objects/ClassDictionary.h"
 
@@ -51,7 +51,7 @@ StartResult StartCommand(const std::string& className)
     if (!ClassDictionary::Instance().Knows(className))
         return StartResult::Unknown;
 
-    journal::Write("command", {{"command", className}, {"action", "begun"}});
+    journal::Write([&] { return journal::Command{.command = className, .action = "begun"}; });
     ZALBaseUnknown* made = Make(className);
     auto* command = ZALSysDynamicCast<ZALCommand>(made);
     if (command)
@@ -67,7 +67,7 @@ void EndCommand(ZALCommand& command)
         Current().endings.emplace_back(&command);
         return;
     }
-    journal::Write("command", {{"command", command.GetName().CastToCharPtr()}, {"action", "ended"}});
+    journal::Write([&] { return journal::Command{.command = command.GetName().CastToCharPtr(), .action = "ended"}; });
     command.Release();
 }
 

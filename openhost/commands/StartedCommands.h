@@ -11,7 +11,7 @@ namespace openhost {
 enum class StartResult {
     Started,
     Unknown, ///< no class of that name makes commands
-    Greyed,  ///< its header, named as the class with "Header" behind, is not available
+    Greyed,  ///< its header, named as the class with "Header" after it, is not available
 };
 
 /// Starts a command by the name of its class, as menus and tool bars do. The run owns it until it has asked for its

@@ -1,7 +1,7 @@
 #include "openhost/commands/ZALStateCommandRun.h"
 
 #include "openhost/commands/DialogEngine.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/loop/EventLoop.h"
 #include "openhost/text/Utf.h"
 
@@ -31,7 +31,7 @@ bool ZALDialogCondition::Holds() const
     return holds;
 }
 
-/// Lasts while code of the command may run: holds the command, and lets an ended one be released behind the last of
+/// Lasts while code of the command may run: holds the command, and lets an ended one be released after the last of
 /// them.
 class ZALStateCommandRun::Inside {
 public:
@@ -93,7 +93,7 @@ ZALDialogState* ZALStateCommandRun::AddState(const ZALString& name)
 void ZALStateCommandRun::Begin()
 {
     const Inside inside(*this);
-    openhost::journal::Write("command", {{"command", Name()}, {"action", "begun"}});
+    openhost::journal::Write([this] { return openhost::journal::Command{.command = Name(), .action = "begun"}; });
 
     command->BuildCommandGraph();
     if (ended_)
@@ -155,13 +155,15 @@ void ZALStateCommandRun::Enter(ZALDialogState* state)
     }
 
     active = state;
-    openhost::journal::Write("command",
-                             {{"command", Name()}, {"action", "entered"}, {"state", state->GetName().CastToCharPtr()}});
-    if (state->GetResourceID().GetLengthInChar() > 0 && openhost::journal::IsOpen())
-        Prompt();
+    openhost::journal::Write([&] {
+        return openhost::journal::Command{
+            .command = Name(), .action = "entered", .state = state->GetName().CastToCharPtr()};
+    });
+    if (state->GetResourceID().GetLengthInChar() > 0)
+        openhost::journal::Write([this] { return DescribePrompt(); });
 }
 
-void ZALStateCommandRun::Prompt() const
+openhost::journal::Prompt ZALStateCommandRun::DescribePrompt() const
 {
     const std::string key = active->GetResourceID().CastToCharPtr();
     ZALUnicodeString text;
@@ -174,9 +176,9 @@ void ZALStateCommandRun::Prompt() const
                                        : "";
         text = ZALMsgCatalog::BuildMessage(file, (prefix + key).c_str(), nullptr, 0, {});
     }
-    openhost::journal::Write("prompt", {{"command", Name()},
-                                        {"state", active->GetName().CastToCharPtr()},
-                                        {"text", text.GetLengthInChar() > 0 ? openhost::ToUtf8(text) : key}});
+    return {.command = Name(),
+            .state = active->GetName().CastToCharPtr(),
+            .text = text.GetLengthInChar() > 0 ? openhost::ToUtf8(text) : key};
 }
 
 std::vector<std::string> ZALStateCommandRun::GraphOf(const ZALStateCommand& command)
@@ -291,7 +293,7 @@ void ZALStateCommandRun::End(const char* how, bool cancels)
     ended_ = true;
     active = nullptr;
     LeaveEngine();
-    openhost::journal::Write("command", {{"command", Name()}, {"action", how}});
+    openhost::journal::Write([&] { return openhost::journal::Command{.command = Name(), .action = how}; });
     if (cancels)
         command->Cancel(nullptr, nullptr);
 }

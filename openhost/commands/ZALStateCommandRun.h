@@ -1,6 +1,8 @@
 // What the engine keeps of one state command: its graph, and where in it the command is.
 #pragma once
 
+#include "openhost/journal/Events.h"
+
 #include "host/dialog_engine.h"
 
 #include <cstdint>
@@ -98,7 +100,7 @@ private:
 
     void TakeTransitions();
     void Enter(ZALDialogState* state);
-    void Prompt() const;
+    openhost::journal::Prompt DescribePrompt() const;
     static bool HasAgent(const ZALDialogState& state);
     std::vector<HeldAgent> ElementAgents() const;
     static std::string Ask(ZALPathElementAgent& agent, ZALBaseUnknown* leaf);

@@ -1,7 +1,7 @@
 #include "openhost/dialogs/DialogNode.h"
 
 #include "openhost/dialogs/DialogSurface.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 
 #include <algorithm>
 #include <memory>
@@ -62,8 +62,9 @@ void ZALDialogNode::End()
         Of(*child).End();
     visible = false;
     openhost::DialogSurface::Current().Ended(*owner);
-    if (IsLastingWindow() && wasShown && openhost::journal::IsOpen())
-        openhost::journal::Write("window", {{"name", Name()}, {"style", style}, {"action", "ended"}});
+    if (IsLastingWindow() && wasShown)
+        openhost::journal::Write(
+            [this] { return openhost::journal::Window{.name = Name(), .style = style, .action = "ended"}; });
 }
 
 void ZALDialogNode::LeaveParent()

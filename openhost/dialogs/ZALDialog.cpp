@@ -1,7 +1,7 @@
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/dialogs/DialogSurface.h"
 #include "openhost/dialogs/TextFile.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/loop/EventLoop.h"
 #include "openhost/objects/MetaClassOperations.h"
 
@@ -16,8 +16,9 @@ constexpr int MaximumResourceFiles = 32;
 
 void WriteWindow(const ZALDialogNode& node, const char* action)
 {
-    if (node.IsLastingWindow() && openhost::journal::IsOpen())
-        openhost::journal::Write("window", {{"name", node.Name()}, {"style", node.style}, {"action", action}});
+    if (node.IsLastingWindow())
+        openhost::journal::Write(
+            [&] { return openhost::journal::Window{.name = node.Name(), .style = node.style, .action = action}; });
 }
 
 void SetAttachment(ZALDialog& owner, bool vertical, int line, int type, std::initializer_list<ZALDialog*> controls)

@@ -2,7 +2,7 @@
 
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/dialogs/DialogSurface.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/objects/MetaClassOperations.h"
 
 #include "host/settings.h"
@@ -72,9 +72,10 @@ void ZALDlgProgress::SetPos(int position)
     if (node.ended)
         return;
     openhost::DialogSurface::Current().Changed(*this);
-    if (openhost::journal::IsOpen())
-        openhost::journal::Write(
-            "progress", {{"dialog", WindowName(*this)}, {"control", node.Name()}, {"position", node.position}});
+    openhost::journal::Write([&] {
+        return openhost::journal::Progress{
+            .dialog = WindowName(*this), .control = node.Name(), .position = node.position};
+    });
 }
 
 int ZALDlgProgress::GetPos() const

@@ -1,6 +1,6 @@
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/dialogs/DialogSurface.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/text/Utf.h"
 
 ZALDlgNotify::ZALDlgNotify(ZALDialog* parent, const ZALString& name, unsigned int style)
@@ -37,12 +37,13 @@ int ZALDlgNotify::DisplayBlocked(const ZALUnicodeString& text, const ZALUnicodeS
     AddRef();
     const auto held = ZALInterfaceHandle<ZALDlgNotify>::Take(this);
     const int answer = Ask(*this, text, title);
-    if (openhost::journal::IsOpen())
-        openhost::journal::Write("dialog", {{"name", node.Name()},
-                                            {"style", node.style},
-                                            {"title", openhost::ToUtf8(title)},
-                                            {"text", openhost::ToUtf8(text)},
-                                            {"answer", answer}});
+    openhost::journal::Write([&] {
+        return openhost::journal::Dialog{.name = node.Name(),
+                                         .style = node.style,
+                                         .title = openhost::ToUtf8(title),
+                                         .text = openhost::ToUtf8(text),
+                                         .answer = answer};
+    });
     if (node.ended)
         node.StayWithoutParent();
     return answer;

@@ -4,7 +4,7 @@
 #include "openhost/files/ZipExtraction.h"
 #include "openhost/files/ZipReader.h"
 #include "openhost/files/ZipWriter.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/text/Utf.h"
 
 #include <exception>
@@ -42,15 +42,15 @@ public:
 
         ExtractZipEntry(reader_, *found, SystemPath(folder), name);
 
-        if (journal::IsOpen() && !name.ends_with('/') && !name.ends_with('\\')) {
-            ZALUnicodeString file = folder;
-            ZALMakePath(file, entry);
-            journal::Write("extracted", {{"path", SystemPath(file)}});
-        }
+        if (!name.ends_with('/') && !name.ends_with('\\'))
+            journal::Write([&] {
+                ZALUnicodeString file = folder;
+                ZALMakePath(file, entry);
+                return journal::Extracted{.path = SystemPath(file)};
+            });
         return S_OK;
     } catch (const std::exception& failure) {
-        if (journal::IsOpen())
-            journal::Write("refused", {{"entry", ToUtf8(entry)}, {"reason", failure.what()}});
+        journal::Write([&] { return journal::RefusedEntry{.entry = ToUtf8(entry), .reason = failure.what()}; });
         return E_FAIL;
     }
 

@@ -3,7 +3,7 @@
 #include "openhost/files/Descriptor.h"
 #include "openhost/files/Paths.h"
 
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -208,8 +208,7 @@ public:
             return refused;
         if (::rename(source.c_str(), target.c_str()) != 0)
             return refused;
-        if (journal::IsOpen())
-            journal::Write("moved", {{"from", source}, {"to", target}});
+        journal::Write([&] { return journal::Moved{.from = source, .to = target}; });
         return 0;
     }
 };

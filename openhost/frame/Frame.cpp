@@ -2,6 +2,7 @@
 
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/objects/MetaClassOperations.h"
+#include "openhost/objects/Owned.h"
 
 #include "host/frame.h"
 
@@ -11,13 +12,6 @@
 namespace openhost {
 
 namespace {
-
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-
-template <class T>
-using Owned = std::unique_ptr<T, ReleaseObject>;
 
 // A window of the frame. It ends with the frame, whoever else holds it.
 struct EndWindow {

@@ -9,12 +9,12 @@
 namespace openhost {
 
 namespace {
-constexpr std::size_t maximumHeadSize = 256 * 1024;
+constexpr std::size_t maximumHeadSize = 256UL * 1024;
 /// A redirect with a longer body costs its connection.
-constexpr std::uint64_t maximumRedirectBody = 64 * 1024;
+constexpr std::uint64_t maximumRedirectBody = 64UL * 1024;
 /// The largest that libcurl takes; one read of a socket empties a well filled receive window.
-constexpr long receiveBufferSize = 512 * 1024;
-constexpr long sendBufferSize = 256 * 1024;
+constexpr long receiveBufferSize = 512L * 1024;
+constexpr long sendBufferSize = 256L * 1024;
 
 bool IsRedirect(long code)
 {
@@ -139,8 +139,11 @@ void CurlTransfer::SetBody()
 
 void CurlTransfer::SetHeaders()
 {
-    for (const auto& [name, value] : request_.headers)
-        sentHeaders_ = curl_slist_append(sentHeaders_, (value.empty() ? name + ";" : name + ": " + value).c_str());
+    for (const auto& [name, value] : request_.headers) {
+        std::string line = name;
+        line.append(value.empty() ? ";" : ": ").append(value); // libcurl sends an empty value for the semicolon
+        sentHeaders_ = curl_slist_append(sentHeaders_, line.c_str());
+    }
     // What libcurl would add to a body on its own.
     sentHeaders_ = curl_slist_append(sentHeaders_, "Expect:");
     if (!HasHeader(request_.headers, "Content-Type"))

@@ -2,7 +2,7 @@
 
 #include "openhost/http/HttpAddress.h"
 #include "openhost/http/HttpTransport.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/text/Utf.h"
 
 #include <algorithm>
@@ -115,17 +115,16 @@ struct ZALHttpExchange final : openhost::HttpTransferListener, std::enable_share
 
     void JournalEnd(const std::string& error) const
     {
-        if (!openhost::journal::IsOpen())
-            return;
-        nlohmann::ordered_json fields;
-        fields["url"] = openhost::ToUtf8(url);
-        fields["end"] = NameOf(status);
-        fields["status"] = status;
-        fields["code"] = response ? response->GetCode() : 0;
-        fields["bytes"] = received;
-        if (!error.empty())
-            fields["error"] = openhost::ToUtf8(openhost::FromUtf8(error));
-        openhost::journal::Write("transfer", fields);
+        openhost::journal::Write([&] {
+            openhost::journal::Transfer event{.url = openhost::ToUtf8(url),
+                                              .end = NameOf(status),
+                                              .status = status,
+                                              .code = response ? response->GetCode() : 0,
+                                              .bytes = received};
+            if (!error.empty())
+                event.error = openhost::ToUtf8(openhost::FromUtf8(error));
+            return event;
+        });
     }
 
     ZALCefHttpRequest* request = nullptr; ///< null once the request object is gone
@@ -186,12 +185,8 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
 
     data.body = ZALCefHttpRequestAccess::TakeContents(exchange_->body);
 
-    if (openhost::journal::IsOpen()) {
-        auto fields = nlohmann::ordered_json::object();
-        for (const auto& [name, value] : data.headers)
-            fields[name] = fields.contains(name) ? fields[name].get<std::string>() + ", " + value : value;
-        openhost::journal::Write("request", {{"method", data.method}, {"url", data.url}, {"headers", fields}});
-    }
+    openhost::journal::Write(
+        [&] { return openhost::journal::Request{.method = data.method, .url = data.url, .headers = data.headers}; });
 
     const bool isWhole = std::ranges::all_of(data.headers, [&](const auto& header) {
         return !openhost::IsSameHttpName(header.first, "Content-Length") ||
@@ -211,8 +206,6 @@ bool ZALCefHttpRequest::Send(ZALCefHttpDataHandler* handler)
         exchange_->JournalEnd("the request is malformed or its address is not allowed");
         return false;
     }
-    // First: without memory for it the transfer ends with the exchange.
-    ZALHttpExchange::Running().insert(exchange_);
     exchange_->status = ZALHttpStatusRunning;
     exchange_->handler = handler;
     handler->AddRef();

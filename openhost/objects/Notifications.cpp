@@ -60,7 +60,7 @@ void EndWhere(ZALBaseUnknown* publisher, Condition condition)
             End(callback);
 }
 
-// Keeps a subscriber while its callback runs, so that it ends behind its own code. One that is deleted meanwhile, or
+// Keeps a subscriber while its callback runs, so that it ends after its own code. One that is deleted meanwhile, or
 // whose destructor is running already, is left alone.
 class KeptSubscriber {
 public:

@@ -1,6 +1,6 @@
 #include "openhost/panel/Panel.h"
 
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/loop/EventLoop.h"
 #include "openhost/objects/ClassDictionary.h"
 #include "openhost/objects/MetaClassOperations.h"
@@ -49,7 +49,7 @@ Panel* Panel::Open()
     if (!panel->OpenPage())
         return nullptr;
     current = panel.release();
-    journal::Write("panel", {{"action", "opened"}});
+    journal::Write([] { return journal::Panel{.action = "opened"}; });
     current->MakeAddins();
     return current;
 }
@@ -69,7 +69,7 @@ void Panel::End()
     if (!ending)
         return;
     ending->Leave();
-    journal::Write("panel", {{"action", "closed"}});
+    journal::Write([] { return journal::Panel{.action = "closed"}; });
 }
 
 void Panel::Replace(ZALIMeridiaAccessDialog* panel)
@@ -99,13 +99,17 @@ bool Panel::OpenPage()
     page_ = PanelPages::Current().Open({
         .urlChanged =
             [this, isOpen](const std::string& url) {
-                if (isOpen())
-                    Tell("url", &ZALIMeridiaAccessDialogAddin::OnPageUrl, url);
+                if (!isOpen())
+                    return;
+                journal::Write([&] { return journal::Url{.url = url}; });
+                Tell("OnPageUrl", &ZALIMeridiaAccessDialogAddin::OnPageUrl, url);
             },
         .messageSent =
             [this, isOpen](const std::string& message) {
-                if (isOpen())
-                    Tell("message", &ZALIMeridiaAccessDialogAddin::OnJSMessage, message);
+                if (!isOpen())
+                    return;
+                journal::Write([&] { return journal::Message{.text = message}; });
+                Tell("OnJSMessage", &ZALIMeridiaAccessDialogAddin::OnJSMessage, message);
             },
         .closed =
             [isOpen] {
@@ -121,7 +125,7 @@ HRESULT Panel::ExecuteScript(const ZALUnicodeString& script)
     const std::string text = ToUtf8(script);
     if (!page_ || !page_->ExecuteScript(text))
         return E_FAIL;
-    journal::Write("script", {{"text", text}});
+    journal::Write([&] { return journal::Script{.text = text}; });
     return S_OK;
 }
 
@@ -130,7 +134,7 @@ HRESULT Panel::LoadUrl(const ZALUnicodeString& url)
     const std::string address = ToUtf8(url);
     if (!page_ || !page_->LoadUrl(address))
         return E_FAIL;
-    journal::Write("load", {{"url", address}});
+    journal::Write([&] { return journal::Load{.url = address}; });
     return S_OK;
 }
 
@@ -177,8 +181,6 @@ HRESULT Panel::GetAddin(const ZALString& className, ZALBaseUnknown** addin)
 
 void Panel::Tell(const char* name, AddinOperation operation, const std::string& text)
 {
-    const bool isUrl = operation == &ZALIMeridiaAccessDialogAddin::OnPageUrl;
-    journal::Write(name, {{isUrl ? "url" : "text", text}});
     MakeAddins();
     std::vector<Owned<ZALIMeridiaAccessDialogAddin>> told;
     for (const Addin& addin : addins_) {
@@ -187,7 +189,7 @@ void Panel::Tell(const char* name, AddinOperation operation, const std::string& 
     }
     const ZALUnicodeString argument = FromUtf8(text);
     for (const auto& addin : told)
-        journal::WriteResult(isUrl ? "OnPageUrl" : "OnJSMessage", (addin.get()->*operation)(argument));
+        journal::WriteResult(name, (addin.get()->*operation)(argument));
 }
 
 } // namespace openhost

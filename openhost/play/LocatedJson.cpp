@@ -25,7 +25,7 @@ public:
     reference operator*() const { return *position_; }
     CountingIterator& operator++()
     {
-        // A line break belongs to the line that it ends: the parser reads one character behind a number.
+        // A line break belongs to the line that it ends: the parser reads one character after a number.
         if (lineEnded_)
             ++*line_;
         lineEnded_ = *position_ == '\n';
@@ -99,7 +99,7 @@ private:
         return true;
     }
 
-    /// Puts a value where it belongs: at the root, behind its name, or at the end of a list.
+    /// Puts a value where it belongs: at the root, after its name, or at the end of a list.
     LocatedJson& Place(Json value)
     {
         LocatedJson* place = &root_;

@@ -26,14 +26,15 @@ void ReadMembers(const LocatedJson& value, const std::string& what, const Member
         const auto reader = readers.find(name);
         if (reader == readers.end())
             throw LocatedError(member.line, what + " has the unknown key " + Quote(name));
-        reader->second(member);
+        reader->second(member, name);
     }
 }
 
-void RequireMember(const LocatedJson& value, const std::string& what, const std::string& name)
+void RequireMembers(const LocatedJson& value, const std::string& what, std::initializer_list<const char*> names)
 {
-    if (!value.Find(name))
-        throw LocatedError(value.line, what + " needs the key " + Quote(name));
+    for (const char* name : names)
+        if (!value.Find(name))
+            throw LocatedError(value.line, what + " needs the key " + Quote(name));
 }
 
 const std::string& ReadText(const LocatedJson& value, const std::string& name)
@@ -67,6 +68,13 @@ std::int64_t ReadInteger(const LocatedJson& value, const std::string& name, std:
     if (!value.value.is_number_integer() || number < static_cast<double>(least) || number > static_cast<double>(most))
         throw LocatedError(value.line, Quote(name) + " must be " + wanted);
     return value.value.get<std::int64_t>();
+}
+
+const std::vector<LocatedJson>& ReadList(const LocatedJson& value, const std::string& name)
+{
+    if (!value.value.is_array())
+        FailType(value, name, "a list");
+    return value.items;
 }
 
 double ReadNumber(const LocatedJson& value, const std::string& name, double least, double most)

@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,7 +34,7 @@ struct Session {
     std::string workshop = "PRDWorkshop";
     std::vector<std::string> documents; ///< open at the start, the last one active
     bool traces = false;
-    std::vector<std::unique_ptr<SessionStep>> steps;
+    std::vector<SessionStep> steps;
 };
 
 } // namespace openhost

@@ -14,6 +14,19 @@ namespace openhost {
 namespace {
 
 constexpr int SubjectWidth = 14;
+
+/// Events of which one member is told, under a subject.
+struct PlainEvent {
+    const char* subject;
+    const char* member;
+};
+const std::map<std::string, PlainEvent> PlainEvents = {
+    {"url", {"Page", "url"}},
+    {"load", {"Load", "url"}},
+    {"panel", {"Panel", "action"}},
+    {"options", {"Options", "operation"}},
+    {"notification", {"Notification", "class"}},
+};
 const std::string ProductExtension = ".ZALProduct";
 
 std::string Text(const nlohmann::ordered_json& event, const char* key)
@@ -43,7 +56,7 @@ std::string InOneLine(const nlohmann::ordered_json& event, const char* key)
     return text;
 }
 
-/// What a line of a tree tells of `product` behind its name.
+/// What a line of a tree tells of `product` after its name.
 std::string Description(const nlohmann::ordered_json& product)
 {
     std::ostringstream text;
@@ -82,17 +95,13 @@ void SessionAccount::Receive(const nlohmann::ordered_json& event)
 {
     static const std::map<std::string, Teller> tellers = {
         {"message", &SessionAccount::TellMessage},
-        {"url", &SessionAccount::TellUrl},
         {"push", &SessionAccount::TellPush},
-        {"options", &SessionAccount::TellOptions},
         {"request", &SessionAccount::TellRequest},
         {"progress", &SessionAccount::TellProgress},
         {"transfer", &SessionAccount::TellTransfer},
         {"dialog", &SessionAccount::TellDialog},
         {"bridge", &SessionAccount::TellBridge},
-        {"panel", &SessionAccount::TellPanel},
         {"script", &SessionAccount::TellScript},
-        {"load", &SessionAccount::TellLoad},
         {"extracted", &SessionAccount::KeepExtracted},
         {"moved", &SessionAccount::KeepMoved},
         {"refused", &SessionAccount::TellRefused},
@@ -101,18 +110,22 @@ void SessionAccount::Receive(const nlohmann::ordered_json& event)
         {"prompt", &SessionAccount::TellPrompt},
         {"selection", &SessionAccount::TellSelection},
         {"result", &SessionAccount::TellResult},
-        {"notification", &SessionAccount::TellNotification},
         {"end", &SessionAccount::TellEnd},
     };
-    const auto teller = tellers.find(Text(event, "event"));
-    if (teller == tellers.end())
+    const std::string name = Text(event, "event");
+    const auto teller = tellers.find(name);
+    const auto plain = PlainEvents.find(name);
+    if (teller == tellers.end() && plain == PlainEvents.end())
         return;
-    if (teller->second != &SessionAccount::TellProgress)
+    if (name != "progress")
         EndProgress();
     // A program that builds a product changes it many times in a row.
-    if (teller->second == &SessionAccount::TellDocument && event == told_)
+    if (name == "document" && event == told_)
         return;
-    (this->*teller->second)(event);
+    if (plain != PlainEvents.end())
+        Line(plain->second.subject) << Text(event, plain->second.member) << "\n";
+    else
+        (this->*teller->second)(event);
     told_ = event;
 }
 
@@ -146,26 +159,11 @@ void SessionAccount::TellMessage(const nlohmann::ordered_json& event)
         Line("") << Indented(content->dump(2)) << "\n";
 }
 
-void SessionAccount::TellUrl(const nlohmann::ordered_json& event)
-{
-    Line("Page") << Text(event, "url") << "\n";
-}
-
-void SessionAccount::TellPanel(const nlohmann::ordered_json& event)
-{
-    Line("Panel") << Text(event, "action") << "\n";
-}
-
 void SessionAccount::TellScript(const nlohmann::ordered_json& event)
 {
     const std::string text = Text(event, "text");
     const std::string first = text.substr(0, text.find('\n'));
     Line("Script") << first << (first.size() < text.size() ? " ..." : "") << "\n";
-}
-
-void SessionAccount::TellLoad(const nlohmann::ordered_json& event)
-{
-    Line("Load") << Text(event, "url") << "\n";
 }
 
 void SessionAccount::TellPush(const nlohmann::ordered_json& event)
@@ -176,11 +174,6 @@ void SessionAccount::TellPush(const nlohmann::ordered_json& event)
     else if (event.contains("state"))
         output_ << (event["state"] == true ? ": checked" : ": not checked");
     output_ << "\n";
-}
-
-void SessionAccount::TellOptions(const nlohmann::ordered_json& event)
-{
-    Line("Options") << Text(event, "operation") << "\n";
 }
 
 void SessionAccount::TellRequest(const nlohmann::ordered_json& event)
@@ -269,11 +262,6 @@ void SessionAccount::TellSelection(const nlohmann::ordered_json& event)
 void SessionAccount::TellResult(const nlohmann::ordered_json& event)
 {
     Line("Result") << Text(event, "operation") << " " << Text(event, "code") << "\n";
-}
-
-void SessionAccount::TellNotification(const nlohmann::ordered_json& event)
-{
-    Line("Notification") << Text(event, "class") << "\n";
 }
 
 void SessionAccount::TellBridge(const nlohmann::ordered_json& event)

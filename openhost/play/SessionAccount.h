@@ -28,12 +28,8 @@ private:
 
     std::ostream& Line(const std::string& subject);
     void TellMessage(const nlohmann::ordered_json& event);
-    void TellUrl(const nlohmann::ordered_json& event);
-    void TellPanel(const nlohmann::ordered_json& event);
     void TellScript(const nlohmann::ordered_json& event);
-    void TellLoad(const nlohmann::ordered_json& event);
     void TellPush(const nlohmann::ordered_json& event);
-    void TellOptions(const nlohmann::ordered_json& event);
     void TellRequest(const nlohmann::ordered_json& event);
     void TellProgress(const nlohmann::ordered_json& event);
     void TellTransfer(const nlohmann::ordered_json& event);
@@ -45,7 +41,6 @@ private:
     void TellPrompt(const nlohmann::ordered_json& event);
     void TellSelection(const nlohmann::ordered_json& event);
     void TellResult(const nlohmann::ordered_json& event);
-    void TellNotification(const nlohmann::ordered_json& event);
     void TellBridge(const nlohmann::ordered_json& event);
     void TellEnd(const nlohmann::ordered_json& event);
     void KeepExtracted(const nlohmann::ordered_json& event);

@@ -68,9 +68,34 @@ void RequireMap(const LocatedJson& value, const std::string& name)
         throw LocatedError(value.line, "\"" + name + "\" must be a map, not " + value.KindName());
 }
 
-void ReadLocks(const LocatedJson& value, std::map<std::string, char>& locks)
+std::map<std::string, std::string> ReadVariables(const LocatedJson& value, const std::string& key)
 {
-    RequireMap(value, "locks");
+    RequireMap(value, key);
+    std::map<std::string, std::string> variables;
+    for (const auto& [name, member] : value.members) {
+        CheckVariableName(member, name);
+        variables[name] = ReadName(member, name);
+        CheckNoZero(member);
+    }
+    return variables;
+}
+
+std::map<std::string, std::optional<std::string>> ReadEnvironment(const LocatedJson& value, const std::string& key)
+{
+    RequireMap(value, key);
+    std::map<std::string, std::optional<std::string>> environment;
+    for (const auto& [name, member] : value.members) {
+        CheckVariableName(member, name);
+        environment[name] = member.value.is_null() ? std::nullopt : std::optional(ReadText(member, name));
+        CheckNoZero(member);
+    }
+    return environment;
+}
+
+std::map<std::string, char> ReadLocks(const LocatedJson& value, const std::string& key)
+{
+    RequireMap(value, key);
+    std::map<std::string, char> locks;
     for (const auto& [name, member] : value.members) {
         if (name != SettingsStore::DownloadLocation && name != SettingsStore::DoNotRemindDownloadLocation)
             throw LocatedError(member.line, "\"locks\" has the unknown setting \"" + name + "\"");
@@ -79,31 +104,31 @@ void ReadLocks(const LocatedJson& value, std::map<std::string, char>& locks)
             throw LocatedError(member.line, "\"" + name + "\" must be one lock character");
         locks[name] = lock[0];
     }
+    return locks;
 }
 
-SessionSettings ReadSettings(const LocatedJson& value)
+SessionSettings ReadSettings(const LocatedJson& value, const std::string&)
 {
     SessionSettings settings;
     ReadMembers(value, "\"settings\"",
-                {{SettingsStore::DownloadLocation,
-                  [&](const LocatedJson& member) {
-                      settings.downloadLocation = ReadText(member, SettingsStore::DownloadLocation);
-                  }},
-                 {SettingsStore::DoNotRemindDownloadLocation,
-                  [&](const LocatedJson& member) {
-                      settings.doNotRemindDownloadLocation =
-                          ReadBoolean(member, SettingsStore::DoNotRemindDownloadLocation);
-                  }},
-                 {"locks", [&](const LocatedJson& member) { ReadLocks(member, settings.locks); }}});
+                {{SettingsStore::DownloadLocation, Into(settings.downloadLocation, ReadText)},
+                 {SettingsStore::DoNotRemindDownloadLocation, Into(settings.doNotRemindDownloadLocation, ReadBoolean)},
+                 {"locks", Into(settings.locks, ReadLocks)}});
     return settings;
 }
 
-std::vector<std::unique_ptr<SessionStep>> ReadSteps(const LocatedJson& value)
+std::vector<std::string> ReadDocuments(const LocatedJson& value, const std::string& key)
 {
-    if (!value.value.is_array())
-        throw LocatedError(value.line, std::string("\"steps\" must be a list, not ") + value.KindName());
-    std::vector<std::unique_ptr<SessionStep>> steps;
-    for (const LocatedJson& item : value.items)
+    std::vector<std::string> documents;
+    for (const LocatedJson& item : ReadList(value, key))
+        documents.push_back(ReadName(item, key));
+    return documents;
+}
+
+std::vector<SessionStep> ReadSteps(const LocatedJson& value, const std::string& key)
+{
+    std::vector<SessionStep> steps;
+    for (const LocatedJson& item : ReadList(value, key))
         steps.push_back(ReadStep(item));
     return steps;
 }
@@ -117,44 +142,18 @@ Session ParseSession(std::string_view text, const std::filesystem::path& folder,
     session.folder = folder;
     session.given = given;
 
-    ReadMembers(
-        root, "a session",
-        {{"variables",
-          [&](const LocatedJson& value) {
-              RequireMap(value, "variables");
-              for (const auto& [name, member] : value.members) {
-                  CheckVariableName(member, name);
-                  session.variables[name] = ReadName(member, name);
-                  CheckNoZero(member);
-              }
-          }},
-         {"environment",
-          [&](const LocatedJson& value) {
-              RequireMap(value, "environment");
-              for (const auto& [name, member] : value.members) {
-                  CheckVariableName(member, name);
-                  if (!member.value.is_null())
-                      session.environment[name] = ReadText(member, name);
-                  else
-                      session.environment[name] = std::nullopt;
-                  CheckNoZero(member);
-              }
-          }},
-         {"settings", [&](const LocatedJson& value) { session.settings = ReadSettings(value); }},
-         {"settingsFile", [&](const LocatedJson& value) { session.settingsFile = ReadName(value, "settingsFile"); }},
-         {"frame", [&](const LocatedJson& value) { session.frame = ReadBoolean(value, "frame"); }},
-         {"workshop", [&](const LocatedJson& value) { session.workshop = ReadText(value, "workshop"); }},
-         {"documents",
-          [&](const LocatedJson& value) {
-              if (!value.value.is_array())
-                  throw LocatedError(value.line, std::string("\"documents\" must be a list, not ") + value.KindName());
-              for (const LocatedJson& item : value.items)
-                  session.documents.push_back(ReadName(item, "documents"));
-          }},
-         {"traces", [&](const LocatedJson& value) { session.traces = ReadBoolean(value, "traces"); }},
-         {"steps", [&](const LocatedJson& value) { session.steps = ReadSteps(value); }}});
+    ReadMembers(root, "a session",
+                {{"variables", Into(session.variables, ReadVariables)},
+                 {"environment", Into(session.environment, ReadEnvironment)},
+                 {"settings", Into(session.settings, ReadSettings)},
+                 {"settingsFile", Into(session.settingsFile, ReadName)},
+                 {"frame", Into(session.frame, ReadBoolean)},
+                 {"workshop", Into(session.workshop, ReadText)},
+                 {"documents", Into(session.documents, ReadDocuments)},
+                 {"traces", Into(session.traces, ReadBoolean)},
+                 {"steps", Into(session.steps, ReadSteps)}});
+    RequireMembers(root, "a session", {"steps"});
 
-    RequireMember(root, "a session", "steps");
     if (session.settings && session.settingsFile)
         throw LocatedError(root.Find("settingsFile")->line, "\"settings\" and \"settingsFile\" exclude each other");
     CheckAllPlaceholders(root, session);

@@ -11,9 +11,12 @@
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/frame/Frame.h"
 #include "openhost/http/CurlTransport.h"
+#include "openhost/journal/Events.h"
+#include "openhost/loop/Patience.h"
 #include "openhost/loop/UvEventLoop.h"
 #include "openhost/objects/ClassDictionary.h"
 #include "openhost/objects/Dispatch.h"
+#include "openhost/objects/Owned.h"
 #include "openhost/objects/Traces.h"
 #include "openhost/panel/Panel.h"
 #include "openhost/panel/RecordedPage.h"
@@ -35,10 +38,6 @@ constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";
 constexpr const char* IdleEvent = "idle";
 constexpr std::chrono::milliseconds ElementInterval(20);
 
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-
 /// Writes the event "bridge" for a message between the module and another component.
 void JournalBridge(const ZALBaseUnknown& publisher, const ZALNotification& notification)
 {
@@ -47,8 +46,10 @@ void JournalBridge(const ZALBaseUnknown& publisher, const ZALNotification& notif
         return;
     const std::string_view end = publisher.IsA();
     if (end == BridgeListener::PublisherClass || end == BridgeListener::SubscriberClass)
-        journal::Write("bridge", {{"direction", end == BridgeListener::PublisherClass ? "sent" : "received"},
-                                  {"text", std::string(message->GetData(), message->GetDataLength())}});
+        journal::Write([&] {
+            return journal::Bridge{.direction = end == BridgeListener::PublisherClass ? "sent" : "received",
+                                   .text = std::string(message->GetData(), message->GetDataLength())};
+        });
 }
 
 std::filesystem::path Resolve(const Session& session, const std::string& path)
@@ -70,12 +71,13 @@ public:
         RedirectTraces([](std::string_view name, std::string_view text) {
             while (text.ends_with('\n'))
                 text.remove_suffix(1);
-            journal::Write("trace", {{"name", name}, {"text", ToUtf8(FromUtf8(text))}});
+            journal::Write([&] { return journal::Trace{.name = std::string(name), .text = ToUtf8(FromUtf8(text))}; });
         });
         if (traces_)
             SwitchTraces(true);
         observer_ = ObserveDispatches([](ZALBaseUnknown* publisher, const ZALNotification& notification) {
-            journal::Write("notification", {{"class", notification.IsA()}, {"publisher", publisher->IsA()}});
+            journal::Write(
+                [&] { return journal::Notification{.className = notification.IsA(), .publisher = publisher->IsA()}; });
             JournalBridge(*publisher, notification);
         });
         loop_ = EventLoop::Install(desktop ? desktop->MakeLoop() : std::make_unique<UvEventLoop>());
@@ -150,7 +152,7 @@ public:
     OptionsPage& Options() { return options_; }
     CadWorkspace& Cad() { return *cad_; }
     /// The component on the bridge, or null.
-    std::unique_ptr<BridgeListener, ReleaseObject>& Listener() { return listener_; }
+    Owned<BridgeListener>& Listener() { return listener_; }
 
     void LoadModule(const std::filesystem::path& module)
     {
@@ -184,7 +186,7 @@ private:
     std::unique_ptr<PanelPages> pages_;
     std::optional<LoadedModule> module_;
     OptionsPage options_;
-    std::unique_ptr<BridgeListener, ReleaseObject> listener_;
+    Owned<BridgeListener> listener_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -200,12 +202,12 @@ SessionPlayer::~SessionPlayer() = default;
 int SessionPlayer::Play()
 {
     const journal::Sink before = journal::Redirect([this](const nlohmann::ordered_json& event) { Receive(event); });
-    nlohmann::ordered_json end = {{"status", Done}};
+    journal::End end{.status = Done};
     const auto fail = [&](const std::string& reason) {
-        end["status"] = Failed;
+        end.status = Failed;
         if (step_ > 0)
-            end["step"] = step_;
-        end["reason"] = reason;
+            end.step = step_;
+        end.reason = reason;
     };
     try {
         SetUp();
@@ -218,13 +220,13 @@ int SessionPlayer::Play()
         fail("the module threw an exception of an unknown type");
     }
     if (host_ && host_->Surface().UnusedAnswers() > 0)
-        end["unusedAnswers"] = host_->Surface().UnusedAnswers();
+        end.unusedAnswers = host_->Surface().UnusedAnswers();
     if (host_ && host_->Listener() && host_->Listener()->UnusedReplies() > 0)
-        end["unusedReplies"] = host_->Listener()->UnusedReplies();
+        end.unusedReplies = host_->Listener()->UnusedReplies();
     host_.reset();
-    journal::Write("end", end);
+    journal::Write([&] { return end; });
     journal::Redirect(before);
-    return end["status"].get<int>();
+    return end.status;
 }
 
 void SessionPlayer::SetUp()
@@ -266,14 +268,14 @@ void SessionPlayer::SetUpSettings()
 
 void SessionPlayer::RunSteps()
 {
-    for (const std::unique_ptr<SessionStep>& step : session_.steps) {
+    for (const SessionStep& step : session_.steps) {
         ++step_;
-        if (step->Acts()) {
+        if (step.acts) {
             written_.clear();
             waitedFor_.clear();
         }
-        journal::Write("step", {{"number", step_}, {"key", step->Key()}});
-        step->Run(*this);
+        journal::Write([&] { return journal::Step{.number = step_, .key = step.key}; });
+        step.run(*this);
     }
 }
 
@@ -396,8 +398,7 @@ void SessionPlayer::WaitForElement(const std::string& selector, std::chrono::mil
 
 void SessionPlayer::StayOpen()
 {
-    std::function<void()> stay = [&stay] { EventLoop::Current().CallAfter(std::chrono::hours(1), stay); };
-    stay();
+    const Patience patience;
     Surface().LetUserAnswer();
     std::size_t answered = written_["prompt"];
     while (Panel::Current()) {

@@ -1,9 +1,9 @@
 // One step of a session.
 #pragma once
 
+#include <functional>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 namespace openhost {
 
@@ -15,21 +15,14 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// What a step does. Throws StepFailure with the reason when it cannot.
+using StepAction = std::function<void(SessionPlayer& player)>;
+
 /// A step, read from its file and checked.
-class SessionStep {
-public:
-    explicit SessionStep(std::string key) : key_(std::move(key)) {}
-    virtual ~SessionStep() = default;
-
-    /// The key that names the step in the file.
-    const std::string& Key() const { return key_; }
-    /// Whether the step acts on the module, so that waits behind it look at the events from it on.
-    virtual bool Acts() const = 0;
-    /// Does the step. Throws StepFailure with the reason.
-    virtual void Run(SessionPlayer& player) const = 0;
-
-private:
-    std::string key_;
+struct SessionStep {
+    std::string key;   ///< names the step in the file
+    bool acts = false; ///< on the module, so that waits after it look at the events from it on
+    StepAction run;
 };
 
 } // namespace openhost

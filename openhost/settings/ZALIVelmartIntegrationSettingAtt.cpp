@@ -1,6 +1,6 @@
 #include "openhost/settings/SettingsServices.h"
 
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/settings/SettingsStore.h"
 
 #include <exception>
@@ -37,12 +37,10 @@ public:
         try {
             Store().Save();
         } catch (const std::exception& reason) {
-            if (journal::IsOpen())
-                journal::Write("settings", {{"action", "failed"}, {"error", reason.what()}});
+            journal::Write([&] { return journal::Settings{.action = "failed", .error = reason.what()}; });
             return E_FAIL;
         }
-        if (journal::IsOpen())
-            journal::Write("settings", {{"action", "saved"}});
+        journal::Write([] { return journal::Settings{.action = "saved"}; });
         return S_OK;
     }
 

@@ -1,4 +1,4 @@
-// What stands behind the JSON values of the host.
+// What is inside the JSON values of the host.
 #pragma once
 
 #include "host/json.h"

@@ -22,7 +22,7 @@ void ZALOmxJson::ActivateConsistentDoubleUnstream()
 HRESULT ZALOmxJson::parse(const ZALOmxUTF8String& text, ZALOmxAny& value)
 {
     const std::string_view bytes = openhost::View(text);
-    // The library takes a zero byte for the end of the text, and would not look at what stands behind it.
+    // The library takes a zero byte for the end of the text, and would not look at what stands after it.
     if (bytes.find('\0') != std::string_view::npos)
         return E_FAIL;
 

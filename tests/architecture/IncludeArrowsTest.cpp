@@ -147,6 +147,7 @@ const std::vector<Library>& Libraries()
         {"libgsf", beginsWith("gsf/"), {"openhost/documents"}},
         {"libpng", beginsWith("png.h"), {"openhost/picture"}},
         {"OpenSSL", beginsWith("openssl/"), {"openhost/files"}},
+        {"CLI11", beginsWith("CLI/"), {}},
         {"cpp-httplib", beginsWith("httplib.h"), {"catalogue/service"}},
         {"Open CASCADE",
          [](const std::string& header) { return header.ends_with(".hxx"); },

@@ -4,6 +4,7 @@
 #include "openhost/desktop/questions/WindowView.h"
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/loop/EventLoop.h"
+#include "openhost/loop/Patience.h"
 
 #include <QWindow>
 
@@ -21,23 +22,6 @@ ZALDialog* WindowOf(ZALDialog& dialog)
         above = above->GetFather();
     return above;
 }
-
-/// Keeps a run of the loop from being idle, however long the user thinks.
-class Patience {
-public:
-    Patience() { Renew(); }
-    Patience(const Patience&) = delete;
-    Patience& operator=(const Patience&) = delete;
-    ~Patience() { EventLoop::Current().CancelTimer(timer_); }
-
-private:
-    void Renew()
-    {
-        timer_ = EventLoop::Current().CallAfter(std::chrono::hours(1), [this] { Renew(); });
-    }
-
-    EventLoop::Timer timer_ = 0;
-};
 
 } // namespace
 

@@ -22,6 +22,16 @@
 
 namespace openhost {
 
+/// The cells of a child, in the grid of what it stands in.
+struct WidgetPlacement {
+    QWidget* widget;
+    int row, column, rowSpan, columnSpan;
+    Qt::Alignment alignment;
+    bool growsWide, growsHigh;
+
+    bool operator==(const WidgetPlacement&) const = default;
+};
+
 namespace {
 
 using Kind = ZALDialogNode::Kind;
@@ -43,31 +53,6 @@ ZALUnicodeString FromQString(const QString& text)
     return ZALUnicodeString(reinterpret_cast<const char16_t*>(text.utf16()), static_cast<std::size_t>(text.size()));
 }
 
-/// Where a control stands between the attachment lines of one direction.
-struct Span {
-    std::optional<int> start, end;
-    bool center = false;
-};
-
-/// First cell and number of cells of `span`, for the lines `lines`.
-std::pair<int, int> ToCells(const Span& span, const std::set<int>& lines)
-{
-    const auto rank = [&](int line) { return static_cast<int>(std::distance(lines.begin(), lines.find(line))); };
-    if (!span.start)
-        return {span.end ? std::max(rank(*span.end) - 1, 0) : 0, 1};
-    return {rank(*span.start), span.end ? std::max(rank(*span.end) - rank(*span.start), 1) : 1};
-}
-
-/// A control between two lines fills its cells, which is no alignment.
-Qt::Alignment ToAlignment(const Span& span, Qt::Alignment start, Qt::Alignment center, Qt::Alignment end)
-{
-    if (span.center)
-        return center;
-    if (span.start && span.end)
-        return {};
-    return span.end ? end : start;
-}
-
 /// The text of a progress bar is its value, cut off at the range; Qt takes equal ends at 0 for a bar without an end.
 void UpdateProgress(QProgressBar& bar, const ZALDialogNode& node)
 {
@@ -77,16 +62,6 @@ void UpdateProgress(QProgressBar& bar, const ZALDialogNode& node)
 
 } // namespace
 
-/// The cells of a child, in the grid of what it stands in.
-struct WindowView::Placement {
-    QWidget* widget;
-    int row, column, rowSpan, columnSpan;
-    Qt::Alignment alignment;
-    bool growsWide, growsHigh;
-
-    bool operator==(const Placement&) const = default;
-};
-
 struct WindowView::Control {
     ZALDialog& dialog;
     QPointer<QWidget> widget;
@@ -94,7 +69,7 @@ struct WindowView::Control {
     ZALUnicodeString resourceTitle = {};
     bool resourceTitleIsRead = false;
     std::optional<ZALUnicodeString> shownFolder = {}; ///< of a file box
-    std::vector<Placement> placements = {};           ///< as the layout of the container has them
+    std::vector<WidgetPlacement> placements = {};     ///< as the layout of the container has them
 
     const ZALDialogNode& Node() const { return ZALDialogNode::Of(dialog); }
 
@@ -335,14 +310,14 @@ void WindowView::UpdateChildren(Control& control)
 
 void WindowView::Arrange(Control& control)
 {
-    std::vector<Placement> placements = PlaceChildren(control.Node());
+    std::vector<WidgetPlacement> placements = PlaceChildren(control.Node());
     if (placements == control.placements)
         return;
     delete control.container->layout();
-    auto* grid = new QGridLayout(control.container);
+    auto grid = std::make_unique<QGridLayout>();
     if (!qobject_cast<QGroupBox*>(control.container))
         grid->setContentsMargins(0, 0, 0, 0);
-    for (const Placement& placement : placements) {
+    for (const WidgetPlacement& placement : placements) {
         grid->addWidget(placement.widget, placement.row, placement.column, placement.rowSpan, placement.columnSpan,
                         placement.alignment);
         if (placement.growsWide)
@@ -350,61 +325,122 @@ void WindowView::Arrange(Control& control)
         if (placement.growsHigh)
             grid->setRowStretch(placement.row, 1);
     }
+    control.container->setLayout(grid.release());
     control.placements = std::move(placements);
 }
 
-// Attachment lines first, the grid below them, and then one below the other what was said nothing of or fills all.
-std::vector<WindowView::Placement> WindowView::PlaceChildren(const ZALDialogNode& node) const
+// ---------------------------------------------------------------------------------------------
+// Places
+
+namespace {
+
+/// Where a control stands between the attachment lines of one direction.
+struct Span {
+    std::optional<int> start, end;
+    bool center = false;
+
+    bool FillsCells() const { return start && end; }
+};
+
+/// What the attachment lines of a window say.
+struct Attachments {
+    std::set<int> vertical, horizontal;                      ///< the lines
+    std::map<const ZALDialog*, std::pair<Span, Span>> spans; ///< of each control, across and down
+};
+
+Attachments ReadAttachments(const ZALDialogNode& node)
 {
-    std::set<int> vertical;
-    std::set<int> horizontal;
-    std::map<const ZALDialog*, std::pair<Span, Span>> attached;
+    Attachments attachments;
     for (const ZALDialogNode::AttachmentLine& line : node.lines) {
-        (line.vertical ? vertical : horizontal).insert(line.line);
+        (line.vertical ? attachments.vertical : attachments.horizontal).insert(line.line);
         for (const ZALDialog* control : line.controls) {
-            Span& span = line.vertical ? attached[control].first : attached[control].second;
+            auto& [across, down] = attachments.spans[control];
+            Span& span = line.vertical ? across : down;
             (line.type == ZALDlgAttachEnd ? span.end : span.start) = line.line;
             span.center = span.center || line.type == ZALDlgAttachCenter;
         }
     }
+    return attachments;
+}
 
-    std::vector<Placement> placements;
+/// First cell and number of cells of `span`, for the lines `lines`.
+std::pair<int, int> ToCells(const Span& span, const std::set<int>& lines)
+{
+    const auto rank = [&](int line) { return static_cast<int>(std::distance(lines.begin(), lines.find(line))); };
+    if (!span.start)
+        return {span.end ? std::max(rank(*span.end) - 1, 0) : 0, 1};
+    return {rank(*span.start), span.end ? std::max(rank(*span.end) - rank(*span.start), 1) : 1};
+}
+
+/// A control between two lines fills its cells, which is no alignment.
+Qt::Alignment ToAlignment(const Span& span, Qt::Alignment start, Qt::Alignment center, Qt::Alignment end)
+{
+    if (span.center)
+        return center;
+    if (span.FillsCells())
+        return {};
+    return span.end ? end : start;
+}
+
+WidgetPlacement PlaceBetweenLines(QWidget* widget, const std::pair<Span, Span>& spans, const Attachments& attachments)
+{
+    const auto& [across, down] = spans;
+    const auto [column, columnSpan] = ToCells(across, attachments.vertical);
+    const auto [row, rowSpan] = ToCells(down, attachments.horizontal);
+    const Qt::Alignment alignment = ToAlignment(across, Qt::AlignLeft, Qt::AlignHCenter, Qt::AlignRight) |
+                                    ToAlignment(down, Qt::AlignTop, Qt::AlignVCenter, Qt::AlignBottom);
+    return {widget, row, column, rowSpan, columnSpan, alignment, across.FillsCells(), down.FillsCells()};
+}
+
+/// In the grid that begins with the row `firstRow`.
+WidgetPlacement PlaceInGrid(QWidget* widget, const ZALDialogNode::GridPlace& place, int firstRow)
+{
+    const bool fills = place.justification == ZALDlgGridFill;
+    return {widget,
+            firstRow + std::clamp(place.row, 0, MostCells),
+            std::clamp(place.column, 0, MostCells),
+            std::clamp(place.rowSpan, 1, MostCells),
+            std::clamp(place.columnSpan, 1, MostCells),
+            fills ? Qt::Alignment() : Qt::Alignment(Qt::AlignCenter),
+            fills,
+            false};
+}
+
+} // namespace
+
+// Attachment lines first, the grid below them, and then one below the other what was said nothing of or fills all.
+std::vector<WidgetPlacement> WindowView::PlaceChildren(const ZALDialogNode& node) const
+{
+    const Attachments attachments = ReadAttachments(node);
+    const int gridStart = static_cast<int>(attachments.horizontal.size());
+    std::vector<WidgetPlacement> placements;
     std::vector<QWidget*> others;
-    const int gridStart = static_cast<int>(horizontal.size());
-    int rows = gridStart;
-    int columns = std::max(static_cast<int>(vertical.size()), 1);
     for (const ZALDialog* child : node.children) {
         const auto known = controls_.find(child);
         if (known == controls_.end())
             continue;
         QWidget* widget = known->second->widget;
-        if (const auto found = attached.find(child); found != attached.end()) {
-            const auto& [across, down] = found->second;
-            const auto [column, columnSpan] = ToCells(across, vertical);
-            const auto [row, rowSpan] = ToCells(down, horizontal);
-            const Qt::Alignment alignment = ToAlignment(across, Qt::AlignLeft, Qt::AlignHCenter, Qt::AlignRight) |
-                                            ToAlignment(down, Qt::AlignTop, Qt::AlignVCenter, Qt::AlignBottom);
-            placements.push_back({widget, row, column, rowSpan, columnSpan, alignment, across.start && across.end,
-                                  down.start && down.end});
-            rows = std::max(rows, row + rowSpan);
-        } else if (const auto& place = ZALDialogNode::Of(*child).place) {
-            const int row = gridStart + std::clamp(place->row, 0, MostCells);
-            const int column = std::clamp(place->column, 0, MostCells);
-            const int rowSpan = std::clamp(place->rowSpan, 1, MostCells);
-            const int columnSpan = std::clamp(place->columnSpan, 1, MostCells);
-            const bool fills = place->justification == ZALDlgGridFill;
-            placements.push_back({widget, row, column, rowSpan, columnSpan,
-                                  fills ? Qt::Alignment() : Qt::Alignment(Qt::AlignCenter), fills, false});
-            rows = std::max(rows, row + rowSpan);
-            columns = std::max(columns, column + columnSpan);
-        } else {
+        if (const auto found = attachments.spans.find(child); found != attachments.spans.end())
+            placements.push_back(PlaceBetweenLines(widget, found->second, attachments));
+        else if (const auto& place = ZALDialogNode::Of(*child).place)
+            placements.push_back(PlaceInGrid(widget, *place, gridStart));
+        else
             others.push_back(widget);
-        }
+    }
+
+    int rows = gridStart;
+    int columns = std::max(static_cast<int>(attachments.vertical.size()), 1);
+    for (const WidgetPlacement& placement : placements) {
+        rows = std::max(rows, placement.row + placement.rowSpan);
+        columns = std::max(columns, placement.column + placement.columnSpan);
     }
     for (QWidget* widget : others)
         placements.push_back({widget, rows++, 0, 1, columns, {}, false, true});
     return placements;
 }
+
+// ---------------------------------------------------------------------------------------------
+// The folder of a file box
 
 void WindowView::UpdateFolder(Control& control)
 {

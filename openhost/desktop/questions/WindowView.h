@@ -12,6 +12,8 @@
 
 namespace openhost {
 
+struct WidgetPlacement;
+
 /// Made from the tree of ZALDialogNode. Widgets have the names of their controls, and the buttons of the window are
 /// named "OK" and "CANCEL". What the user does is handed on from the event loop, never from within Qt, and only while
 /// the window is shown and the control takes input: a callback may end the window.
@@ -30,7 +32,6 @@ public:
     QWidget& Widget() { return *window_; }
 
 private:
-    struct Placement;
     struct Control;
     using Action = void (*)(ZALDialog& dialog, QWidget& widget);
 
@@ -40,7 +41,7 @@ private:
     void UpdateControl(Control& control);
     void UpdateChildren(Control& control);
     void Arrange(Control& control);
-    std::vector<Placement> PlaceChildren(const ZALDialogNode& node) const;
+    std::vector<WidgetPlacement> PlaceChildren(const ZALDialogNode& node) const;
     void UpdateFolder(Control& control);
     /// Has the loop do `action` on the control, unless it has ended by then.
     void Report(ZALDialog& dialog, Action action);

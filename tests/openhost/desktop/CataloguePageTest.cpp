@@ -3,6 +3,7 @@
 #include "tests/openhost/desktop/BrowserFixture.h"
 #include "tests/openhost/desktop/PageServer.h"
 #include "tests/support/Places.h"
+#include "tests/support/ReadFile.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -11,9 +12,7 @@
 #include <QWidget>
 
 #include <atomic>
-#include <fstream>
 #include <future>
-#include <sstream>
 
 using nlohmann::json;
 using ::testing::ElementsAre;
@@ -34,11 +33,9 @@ constexpr const char* Bolt = R"({"id": "bolt-m8", "attributes": {"name": "Bolt M
 
 std::string ReadSource(const std::string& path)
 {
-    std::ifstream file(SourceDir() + "/" + path, std::ios::binary);
-    std::stringstream text;
-    text << file.rdbuf();
-    EXPECT_FALSE(text.str().empty()) << path;
-    return text.str();
+    std::string text = ReadFile(SourceDir() + "/" + path);
+    EXPECT_FALSE(text.empty()) << path;
+    return text;
 }
 
 std::string HandlersScript(const std::string& context = "SidePanel")
@@ -75,6 +72,15 @@ protected:
         Answer("/items/bolt-m8", Bolt);
     }
 
+    /// Answers one search, whose query is then in `searched_`.
+    void AnswerSearch(const std::string& text)
+    {
+        server_.Routes().Get("/search", [this, text](const httplib::Request& request, httplib::Response& response) {
+            searched_.set_value(request.get_param_value("query"));
+            response.set_content(text, "application/json");
+        });
+    }
+
     void OpenPage(const std::string& rest = "/categories?connect&lockedapp=true")
     {
         server_.Start();
@@ -84,6 +90,24 @@ protected:
     void Connect(const std::string& context = "SidePanel")
     {
         ASSERT_TRUE(page_->ExecuteScript(HandlersScript(context)));
+    }
+
+    bool OpenList()
+    {
+        AnswerItems();
+        OpenPage();
+        return UntilShown(".items li:nth-child(3)");
+    }
+    bool OpenBolt()
+    {
+        AnswerItems();
+        OpenPage("/categories#/items/bolt-m8");
+        return UntilShown("table");
+    }
+    bool ConnectBolt()
+    {
+        Connect();
+        return UntilShown("#insert:enabled");
     }
 
     /// The text that a reader sees in the first element that `selector` finds.
@@ -130,16 +154,15 @@ protected:
 
     PageServer server_;
     int asked_ = 0;
+    std::promise<std::string> searched_;
 };
 
 // ---------------------------------------------------------------------------------------------
 // The list
 
-TEST_F(CataloguePage, ListsAllItemsAndTheirCategories)
+TEST_F(CataloguePage, TheListHasAllItemsAndTheirCategories)
 {
-    AnswerItems();
-    OpenPage();
-    ASSERT_TRUE(UntilShown(".items li:nth-child(3)"));
+    ASSERT_TRUE(OpenList());
     EXPECT_EQ("All items", TextOf("h2"));
     EXPECT_EQ("3 items", TextOf(".count"));
     EXPECT_EQ("Bolt M8x40", TextOf(".items .title"));
@@ -150,9 +173,7 @@ TEST_F(CataloguePage, ListsAllItemsAndTheirCategories)
 
 TEST_F(CataloguePage, ACategoryShowsItsItemsAlone)
 {
-    AnswerItems();
-    OpenPage();
-    ASSERT_TRUE(UntilShown(".items li:nth-child(3)"));
+    ASSERT_TRUE(OpenList());
     User().Click("#categories li:nth-child(3) a");
     ASSERT_TRUE(UntilShown("#categories li:nth-child(3) [aria-current=page]"));
     EXPECT_EQ("Nuts", TextOf("h2"));
@@ -161,9 +182,7 @@ TEST_F(CataloguePage, ACategoryShowsItsItemsAlone)
 
 TEST_F(CataloguePage, TheSearchFindsByAllWordsInNamesAndSizes)
 {
-    AnswerItems();
-    OpenPage();
-    ASSERT_TRUE(UntilShown(".items li:nth-child(3)"));
+    ASSERT_TRUE(OpenList());
     User().Enter("#query", "nut D8");
     ASSERT_TRUE(UntilShown(".items li:only-child"));
     EXPECT_EQ("Nut M8", TextOf(".items .title"));
@@ -176,9 +195,7 @@ TEST_F(CataloguePage, TheSearchFindsByAllWordsInNamesAndSizes)
 
 TEST_F(CataloguePage, ASearchFromAnItemGoesBackToTheListAndKeepsTheFocus)
 {
-    AnswerItems();
-    OpenPage("/categories#/items/bolt-m8");
-    ASSERT_TRUE(UntilShown("table"));
+    ASSERT_TRUE(OpenBolt());
     User().Enter("#query", "nut");
     ASSERT_TRUE(UntilShown(".items li:nth-child(2)"));
     EXPECT_EQ("query", Ask("document.activeElement.id"));
@@ -239,9 +256,7 @@ TEST_F(CataloguePage, AnItemThatTheCatalogueLacksIsSaid)
 
 TEST_F(CataloguePage, WithoutASessionTheButtonsAreOffAndTheFileIsALink)
 {
-    AnswerItems();
-    OpenPage("/categories#/items/bolt-m8");
-    ASSERT_TRUE(UntilShown("table"));
+    ASSERT_TRUE(OpenBolt());
     EXPECT_EQ("Not connected", TextOf("#connection"));
     EXPECT_EQ("4", Ask("document.querySelectorAll('.actions button:disabled').length"));
     EXPECT_THAT(TextOf("#unconnected"), HasSubstr("not connected to a CAD application"));
@@ -256,9 +271,7 @@ TEST_F(CataloguePage, WithoutASessionTheButtonsAreOffAndTheFileIsALink)
 
 TEST_F(CataloguePage, ConnectingAnnouncesUploadAndTemplatesAndSwitchesTheButtonsOn)
 {
-    AnswerItems();
-    OpenPage("/categories#/items/bolt-m8");
-    ASSERT_TRUE(UntilShown("table"));
+    ASSERT_TRUE(OpenBolt());
     Connect();
     ASSERT_TRUE(UntilSent(1));
     EXPECT_EQ(json({{"event", "velmart_ready"},
@@ -276,11 +289,7 @@ TEST_F(CataloguePage, ConnectingAnnouncesUploadAndTemplatesAndSwitchesTheButtons
 
 TEST_F(CataloguePage, EachButtonSendsTheItemAsTheServiceDescribesIt)
 {
-    AnswerItems();
-    OpenPage("/categories#/items/bolt-m8");
-    ASSERT_TRUE(UntilShown("table"));
-    Connect();
-    ASSERT_TRUE(UntilShown("#insert:enabled"));
+    ASSERT_TRUE(OpenBolt() && ConnectBolt());
     for (const std::string name : {"insert", "replace", "open", "download"}) {
         const std::size_t before = Sent().size();
         User().Click("#" + name);
@@ -293,9 +302,7 @@ TEST_F(CataloguePage, EachButtonSendsTheItemAsTheServiceDescribesIt)
 
 TEST_F(CataloguePage, AllCanBeDoneWithTheKeyboard)
 {
-    AnswerItems();
-    OpenPage();
-    ASSERT_TRUE(UntilShown(".items li:nth-child(3)"));
+    ASSERT_TRUE(OpenList());
     Connect();
     ASSERT_TRUE(UntilSent(1));
     User().Press("Tab");
@@ -316,7 +323,7 @@ TEST_F(CataloguePage, AllCanBeDoneWithTheKeyboard)
     EXPECT_EQ("insert", Ask("document.activeElement.id"));
 }
 
-TEST_F(CataloguePage, WhileTheServiceIsSlowTheStateIsShownAndASecondPressCountsForNothing)
+TEST_F(CataloguePage, WhileTheServiceIsSlowASecondPressCountsForNothing)
 {
     Gate gate;
     const auto asked = std::make_shared<std::atomic<int>>(0);
@@ -329,8 +336,7 @@ TEST_F(CataloguePage, WhileTheServiceIsSlowTheStateIsShownAndASecondPressCountsF
                          });
     OpenPage("/categories#/items/bolt-m8");
     ASSERT_TRUE(UntilShown("table"));
-    Connect();
-    ASSERT_TRUE(UntilShown("#insert:enabled"));
+    ASSERT_TRUE(ConnectBolt());
     User().Click("#download");
     ASSERT_TRUE(UntilShown("#status[data-state=working]"));
     EXPECT_THAT(TextOf("#status"), HasSubstr("Downloading"));
@@ -355,8 +361,7 @@ TEST_F(CataloguePage, NonsenseFromTheServiceFailsTheActionAndReachesNobody)
     });
     OpenPage("/categories#/items/bolt-m8");
     ASSERT_TRUE(UntilShown("table"));
-    Connect();
-    ASSERT_TRUE(UntilShown("#insert:enabled"));
+    ASSERT_TRUE(ConnectBolt());
     for (int number = 0; number < 5; ++number) {
         User().Click("#insert");
         ASSERT_TRUE(Until([&] { return asked > number; }));
@@ -370,11 +375,7 @@ TEST_F(CataloguePage, NonsenseFromTheServiceFailsTheActionAndReachesNobody)
 
 TEST_F(CataloguePage, AServiceThatGoesDownIsSaid)
 {
-    AnswerItems();
-    OpenPage("/categories#/items/bolt-m8");
-    ASSERT_TRUE(UntilShown("table"));
-    Connect();
-    ASSERT_TRUE(UntilShown("#insert:enabled"));
+    ASSERT_TRUE(OpenBolt() && ConnectBolt());
     server_.Stop();
     User().Click("#insert");
     ASSERT_TRUE(UntilShown("#status[data-state=failed]"));
@@ -410,7 +411,7 @@ TEST_F(CataloguePage, EntriesThatAreNoItemsAreLeftOut)
     EXPECT_EQ("k 2", TextOf(".items .detail"));
 }
 
-TEST_F(CataloguePage, SaysThatItLeaves)
+TEST_F(CataloguePage, ThatThePageLeavesIsSaid)
 {
     AnswerItems();
     server_.AddPage("/foreign", "<!DOCTYPE html><p id=foreign>foreign</p>");
@@ -425,9 +426,7 @@ TEST_F(CataloguePage, SaysThatItLeaves)
 
 TEST_F(CataloguePage, TheHandlersMayRunTwice)
 {
-    AnswerItems();
-    OpenPage("/categories#/items/bolt-m8");
-    ASSERT_TRUE(UntilShown("table"));
+    ASSERT_TRUE(OpenBolt());
     Connect();
     Connect();
     ASSERT_TRUE(UntilSent(2));
@@ -443,9 +442,7 @@ TEST_F(CataloguePage, TheHandlersMayRunTwice)
 
 TEST_F(CataloguePage, AChooserOfDocumentsHasNoProductToInsertInto)
 {
-    AnswerItems();
-    OpenPage("/categories#/items/bolt-m8");
-    ASSERT_TRUE(UntilShown("table"));
+    ASSERT_TRUE(OpenBolt());
     Connect("DocChooser");
     ASSERT_TRUE(UntilShown("#open:enabled"));
     EXPECT_TRUE(User().Shows("#download"));
@@ -582,19 +579,14 @@ document.addEventListener("velmart:connect", () => {
 TEST_F(CataloguePage, TheSessionAsksForAShapeAndTheResultsAreShownInTheirOrder)
 {
     AnswerItems();
-    std::promise<std::string> asked;
-    server_.Routes().Get("/search", [&](const httplib::Request& request, httplib::Response& response) {
-        asked.set_value(request.get_param_value("query"));
-        response.set_content(R"({"items": [{"id": "nut-m8", "title": "Nut M8", "score": 1},
-            {"id": "nut-m6", "title": "Nut M6", "score": 0.8799}, {"id": 7, "score": 1}, {"id": "x", "score": "1"}]})",
-                             "application/json");
-    });
+    AnswerSearch(R"({"items": [{"id": "nut-m8", "title": "Nut M8", "score": 1},
+            {"id": "nut-m6", "title": "Nut M6", "score": 0.8799}, {"id": 7, "score": 1}, {"id": "x", "score": "1"}]})");
     OpenPage();
     ASSERT_TRUE(UntilShown(".items"));
     Connect();
     ASSERT_TRUE(page_->ExecuteScript("OpApi.sendMessage('search', {query: 'a+b/c=&%41 \u00e4'});"));
     ASSERT_TRUE(UntilShown("ol.items li:nth-child(2)"));
-    EXPECT_EQ("a+b/c=&%41 \u00e4", asked.get_future().get());
+    EXPECT_EQ("a+b/c=&%41 \u00e4", searched_.get_future().get());
     EXPECT_EQ("Similar shapes", TextOf("h2"));
     EXPECT_EQ("2 items, closest first", TextOf(".count"));
     EXPECT_EQ("Nut M8", TextOf("ol.items li:first-child .title"));
@@ -607,27 +599,19 @@ TEST_F(CataloguePage, TheSessionAsksForAShapeAndTheResultsAreShownInTheirOrder)
 TEST_F(CataloguePage, TheAddressMayAskForAShape)
 {
     AnswerItems();
-    std::promise<std::string> asked;
-    server_.Routes().Get("/search", [&](const httplib::Request& request, httplib::Response& response) {
-        asked.set_value(request.get_param_value("query"));
-        response.set_content(R"([{"id": "nut-m8", "score": 1}])", "application/json");
-    });
+    AnswerSearch(R"([{"id": "nut-m8", "score": 1}])");
     OpenPage("/categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true&extq=a%2Bb%20%26c+d");
     ASSERT_TRUE(UntilShown("ol.items li:only-child"));
-    EXPECT_EQ("a+b &c+d", asked.get_future().get());
+    EXPECT_EQ("a+b &c+d", searched_.get_future().get());
 }
 
 TEST_F(CataloguePage, AByteOfTheAddressThatIsNoUtf8IsACharacter)
 {
     AnswerItems();
-    std::promise<std::string> asked;
-    server_.Routes().Get("/search", [&](const httplib::Request& request, httplib::Response& response) {
-        asked.set_value(request.get_param_value("query"));
-        response.set_content("[]", "application/json");
-    });
+    AnswerSearch("[]");
     OpenPage("/categories?connect&extq=%E4");
     ASSERT_TRUE(UntilShown(".count"));
-    EXPECT_EQ("\u00e4", asked.get_future().get());
+    EXPECT_EQ("\u00e4", searched_.get_future().get());
     EXPECT_EQ("The catalogue has no similar shape.", TextOf(".count"));
 }
 
@@ -653,18 +637,16 @@ TEST_F(CataloguePage, OtherMessagesToThePageChangeNothing)
 // ---------------------------------------------------------------------------------------------
 // The form
 
-TEST_F(CataloguePage, HasLandmarksLabelsAndLiveRegions)
+TEST_F(CataloguePage, LandmarksLabelsAndLiveRegionsAreThere)
 {
-    AnswerItems();
-    OpenPage("/categories#/items/bolt-m8");
-    ASSERT_TRUE(UntilShown("table"));
+    ASSERT_TRUE(OpenBolt());
     for (const char* selector : {"html[lang=en]", "header h1", "form[role=search] label[for=query]", "nav[aria-label]",
                                  "main", "#connection[role=status]", "#status[role=status]", "table caption",
                                  "th[scope=row]", ".actions[role=group][aria-label]", "#announcer[role=status]"})
         EXPECT_EQ("true", Ask("document.querySelector(" + json(selector).dump() + ") !== null")) << selector;
 }
 
-TEST_F(CataloguePage, FitsIntoANarrowPanel)
+TEST_F(CataloguePage, ANarrowPanelIsWideEnough)
 {
     AnswerItems();
     for (QWidget* window : QApplication::topLevelWidgets())
@@ -674,7 +656,7 @@ TEST_F(CataloguePage, FitsIntoANarrowPanel)
     EXPECT_EQ("320 true", Ask("innerWidth + ' ' + (document.documentElement.scrollWidth <= innerWidth)"));
 }
 
-TEST_F(CataloguePage, WorksUnderThePolicyOfTheService)
+TEST_F(CataloguePage, ThePolicyOfTheServiceLetsItWork)
 {
     catalogue::CatalogueService service(BuildDir() + "/items");
     service.Start();

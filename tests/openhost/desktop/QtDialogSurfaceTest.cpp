@@ -64,8 +64,8 @@ protected:
     /// Lets everything happen that is due. What the last call of the loop did is laid out in another run.
     static void Settle()
     {
-        ASSERT_EQ(Loop().RunUntilIdle(60s), RunEnd::Idle);
-        ASSERT_EQ(Loop().RunUntilIdle(60s), RunEnd::Idle);
+        ASSERT_EQ(RunEnd::Idle, Loop().RunUntilIdle(60s));
+        ASSERT_EQ(RunEnd::Idle, Loop().RunUntilIdle(60s));
     }
 
     /// The visible window of the name, or null.
@@ -88,6 +88,14 @@ protected:
     static void Click(QWidget& widget)
     {
         QTest::mouseClick(&widget, Qt::LeftButton, {}, QPoint(8, widget.height() / 2));
+    }
+
+    /// Clicks, and lets happen what comes of it.
+    template <class Widget>
+    static void Use(const QString& window, const QString& name)
+    {
+        Click(In<Widget>(window, name));
+        Settle();
     }
 
     /// Calls `reaction` for a notification.
@@ -131,6 +139,16 @@ protected:
         Settle();
         return answer;
     }
+    /// Does `look` with a question that is shown, and closes it.
+    static void Look(const std::function<void(QWidget& box)>& look, const ZALUnicodeString& text,
+                     const ZALUnicodeString& title = "Title")
+    {
+        const auto lookAndClose = [&](QWidget& box) {
+            look(box);
+            box.close();
+        };
+        Ask(ZALDlgNotifyYesNo, lookAndClose, text, title);
+    }
     static std::function<void(QWidget&)> Clicking(const char* button)
     {
         return [button](QWidget& box) { Click(*box.findChild<QPushButton*>(button)); };
@@ -157,17 +175,17 @@ protected:
     }
 };
 
-TEST_F(QtQuestions, AreAnsweredByTheirButtons)
+TEST_F(QtQuestions, ButtonsAnswerAQuestion)
 {
-    EXPECT_EQ(Ask(ZALDlgNotifyYesNo, Clicking("YES")), ZALDlgAnswerYes);
-    EXPECT_EQ(Ask(ZALDlgNotifyYesNo, Clicking("NO")), ZALDlgAnswerNo);
-    EXPECT_EQ(Ask(ZALDlgNotifyWarningYesNo, Clicking("YES")), ZALDlgAnswerYes);
-    EXPECT_EQ(Ask(ZALDlgNotifyWarningYesNo, Clicking("NO")), ZALDlgAnswerNo);
-    EXPECT_EQ(Ask(ZALDlgNotifyError, Clicking("OK")), ZALDlgAnswerOK);
-    EXPECT_EQ(Ask(ZALDlgNotifyInvalidInput, Clicking("OK")), ZALDlgAnswerOK);
+    for (const unsigned int style : {ZALDlgNotifyYesNo, ZALDlgNotifyWarningYesNo}) {
+        EXPECT_EQ(ZALDlgAnswerYes, Ask(style, Clicking("YES"))) << style;
+        EXPECT_EQ(ZALDlgAnswerNo, Ask(style, Clicking("NO"))) << style;
+    }
+    for (const unsigned int style : {ZALDlgNotifyError, ZALDlgNotifyInvalidInput})
+        EXPECT_EQ(ZALDlgAnswerOK, Ask(style, Clicking("OK"))) << style;
 }
 
-TEST_F(QtQuestions, HaveTheButtonsOfTheirStyle)
+TEST_F(QtQuestions, TheStyleChoosesTheButtons)
 {
     EXPECT_THAT(ButtonsOf(ZALDlgNotifyYesNo), ElementsAre("NO", "YES"));
     EXPECT_THAT(ButtonsOf(ZALDlgNotifyWarningYesNo), ElementsAre("NO", "YES"));
@@ -176,7 +194,7 @@ TEST_F(QtQuestions, HaveTheButtonsOfTheirStyle)
     EXPECT_THAT(ButtonsOf(ZALDlgNoStyle), ElementsAre("OK"));
 }
 
-TEST_F(QtQuestions, HaveTheIconOfTheirStyle)
+TEST_F(QtQuestions, TheStyleChoosesTheIcon)
 {
     const QImage question = IconOf(ZALDlgNotifyYesNo);
     const QImage warning = IconOf(ZALDlgNotifyWarningYesNo);
@@ -188,80 +206,74 @@ TEST_F(QtQuestions, HaveTheIconOfTheirStyle)
     EXPECT_EQ(warning, IconOf(ZALDlgNotifyInvalidInput));
 }
 
-TEST_F(QtQuestions, AreClosedByTheCloseBoxAndByEscape)
+TEST_F(QtQuestions, TheCloseBoxAndEscapeCloseAQuestion)
 {
-    EXPECT_EQ(Ask(ZALDlgNotifyYesNo, [](QWidget& box) { box.close(); }), ZALDlgAnswerClosed);
-    EXPECT_EQ(Ask(ZALDlgNotifyYesNo, [](QWidget& box) { QTest::keyClick(&box, Qt::Key_Escape); }), ZALDlgAnswerClosed);
+    EXPECT_EQ(ZALDlgAnswerClosed, Ask(ZALDlgNotifyYesNo, [](QWidget& box) { box.close(); }));
+    EXPECT_EQ(ZALDlgAnswerClosed, Ask(ZALDlgNotifyYesNo, [](QWidget& box) { QTest::keyClick(&box, Qt::Key_Escape); }));
     EXPECT_FALSE(Shown("Question"));
 }
 
-TEST_F(QtQuestions, TakeEnterForYesButForNoBehindAWarning)
+TEST_F(QtQuestions, EnterIsYesButNoAfterAWarning)
 {
     const auto enter = [](QWidget& box) { QTest::keyClick(&box, Qt::Key_Return); };
-    EXPECT_EQ(Ask(ZALDlgNotifyYesNo, enter), ZALDlgAnswerYes);
-    EXPECT_EQ(Ask(ZALDlgNotifyWarningYesNo, enter), ZALDlgAnswerNo);
+    EXPECT_EQ(ZALDlgAnswerYes, Ask(ZALDlgNotifyYesNo, enter));
+    EXPECT_EQ(ZALDlgAnswerNo, Ask(ZALDlgNotifyWarningYesNo, enter));
 }
 
-TEST_F(QtQuestions, BlockOtherWindows)
+TEST_F(QtQuestions, OtherWindowsAreBlocked)
 {
     Ask(ZALDlgNotifyYesNo, [](QWidget& box) {
-        EXPECT_EQ(box.windowModality(), Qt::ApplicationModal);
+        EXPECT_EQ(Qt::ApplicationModal, box.windowModality());
         EXPECT_EQ(QApplication::activeModalWidget(), &box);
         box.close();
     });
     EXPECT_FALSE(QApplication::activeModalWidget());
 }
 
-TEST_F(QtQuestions, ShowTextsAsTheyStand)
+TEST_F(QtQuestions, TextsAreShownAsTheyStand)
 {
     const std::string hostile = "<b>bold</b> &amp; <img src='file:///x'>\n<script>alert(1)</script> &File %1 [*]";
-    Ask(
-        ZALDlgNotifyYesNo,
+    Look(
         [&](QWidget& box) {
             const auto* text = box.findChild<QPlainTextEdit*>("TEXT");
-            EXPECT_EQ(text->toPlainText().toStdString(), hostile);
+            EXPECT_EQ(hostile, text->toPlainText().toStdString());
             EXPECT_TRUE(text->isReadOnly());
-            EXPECT_EQ(box.windowTitle().toStdString(), "<b>T</b> [*][*]");
-            box.close();
+            EXPECT_EQ("<b>T</b> [*][*]", box.windowTitle().toStdString());
         },
         FromUtf8(hostile), "<b>T</b> [*]");
 }
 
-TEST_F(QtQuestions, WithAShortTextAreSmallAndShowItWhole)
+TEST_F(QtQuestions, AShortTextIsShownWholeInASmallBox)
 {
-    Ask(
-        ZALDlgNotifyYesNo,
+    Look(
         [](QWidget& box) {
             EXPECT_LT(box.height(), 180);
             const auto* text = box.findChild<QPlainTextEdit*>("TEXT");
             EXPECT_FALSE(text->verticalScrollBar()->isVisible());
             EXPECT_FALSE(text->horizontalScrollBar()->isVisible());
-            box.close();
         },
         "Do you want to overwrite listed files ?\n\n/home/jo/parts/part-000001.ZALPart\n");
 }
 
-TEST_F(QtQuestions, WithALongTextFitTheScreenAndScroll)
+TEST_F(QtQuestions, ALongTextScrollsInABoxThatFitsTheScreen)
 {
     const std::string line(3000, 'x');
     std::string text;
     while (text.size() < 3000000)
         text += line + "\n";
-    Ask(
-        ZALDlgNotifyYesNo,
+    Look(
         [&](QWidget& box) {
             EXPECT_LT(box.width(), 800);
             EXPECT_LT(box.height(), 600);
             const QString shown = box.findChild<QPlainTextEdit*>("TEXT")->toPlainText();
-            EXPECT_EQ(shown.size(), 100001);
-            EXPECT_EQ(shown.back(), QChar(0x2026));
+            EXPECT_EQ(100001, shown.size());
+            EXPECT_EQ(QChar(0x2026), shown.back());
             EXPECT_LE(box.windowTitle().size(), 201);
-            box.close();
         },
         FromUtf8(text), FromUtf8(text));
 }
 
-TEST_F(QtQuestions, Nest)
+TEST_F(QtQuestions, AQuestionMayBeAskedDuringAnother)
 {
     int inner = -1;
     const int outer = Ask(ZALDlgNotifyYesNo, [&](QWidget& box) {
@@ -275,11 +287,11 @@ TEST_F(QtQuestions, Nest)
         EXPECT_FALSE(Shown("Inner"));
         Click(*box.findChild<QPushButton*>("NO"));
     });
-    EXPECT_EQ(inner, ZALDlgAnswerOK);
-    EXPECT_EQ(outer, ZALDlgAnswerNo);
+    EXPECT_EQ(ZALDlgAnswerOK, inner);
+    EXPECT_EQ(ZALDlgAnswerNo, outer);
 }
 
-TEST_F(QtQuestions, ThatEndWhileShownAreClosed)
+TEST_F(QtQuestions, AQuestionThatEndsWhileShownIsClosed)
 {
     auto* parent = new ZALDlgDialog(nullptr, "Parent", ZALDlgNoStyle);
     auto* question = new ZALDlgNotify(parent, "Question", ZALDlgNotifyYesNo);
@@ -287,11 +299,11 @@ TEST_F(QtQuestions, ThatEndWhileShownAreClosed)
         EXPECT_TRUE(Shown("Question"));
         parent->RequestDelayedDestruction();
     });
-    EXPECT_EQ(question->DisplayBlocked("", ""), ZALDlgAnswerClosed);
+    EXPECT_EQ(ZALDlgAnswerClosed, question->DisplayBlocked("", ""));
     EXPECT_FALSE(Shown("Question"));
 }
 
-TEST_F(QtQuestions, ThatEndBehindANewerOneLeaveTheScreenAtOnce)
+TEST_F(QtQuestions, AQuestionThatEndsUnderANewerOneLeavesTheScreenAtOnce)
 {
     auto* outer = new ZALDlgNotify(nullptr, "Outer", ZALDlgNotifyYesNo);
     auto* inner = new ZALDlgNotify(nullptr, "Inner", ZALDlgNotifyYesNo);
@@ -304,8 +316,8 @@ TEST_F(QtQuestions, ThatEndBehindANewerOneLeaveTheScreenAtOnce)
         });
         innerAnswer = inner->DisplayBlocked("", "");
     });
-    EXPECT_EQ(outer->DisplayBlocked("", ""), ZALDlgAnswerClosed);
-    EXPECT_EQ(innerAnswer, ZALDlgAnswerYes);
+    EXPECT_EQ(ZALDlgAnswerClosed, outer->DisplayBlocked("", ""));
+    EXPECT_EQ(ZALDlgAnswerYes, innerAnswer);
 }
 
 /// Tells the end of a transfer.
@@ -325,7 +337,7 @@ private:
     std::string body_;
 };
 
-TEST_F(QtQuestions, LetATransferGoOn)
+TEST_F(QtQuestions, ATransferGoesOnMeanwhile)
 {
     PageServer server;
     server.AddPage("/part", "the part");
@@ -342,13 +354,13 @@ TEST_F(QtQuestions, LetATransferGoOn)
             EXPECT_TRUE(request.Send(handler));
             handler->Release();
         });
-        EXPECT_EQ(received, "the part");
-        EXPECT_EQ(answer, ZALDlgAnswerYes);
+        EXPECT_EQ("the part", received);
+        EXPECT_EQ(ZALDlgAnswerYes, answer);
     }
     HttpTransport::Install(std::move(before));
 }
 
-TEST_F(QtQuestions, WaitForTheUserWhenNothingElseIsGoingOn)
+TEST_F(QtQuestions, TheUserIsWaitedForWhenNothingElseGoesOn)
 {
     auto* question = new ZALDlgNotify(nullptr, "Question", ZALDlgNotifyYesNo);
     // Qt's own timers are none of the loop's, which has nothing to do meanwhile.
@@ -360,7 +372,7 @@ TEST_F(QtQuestions, WaitForTheUserWhenNothingElseIsGoingOn)
             Click(In<QPushButton>("Question", "YES"));
     };
     QTimer::singleShot(0, think);
-    EXPECT_EQ(question->DisplayBlocked("", ""), ZALDlgAnswerYes);
+    EXPECT_EQ(ZALDlgAnswerYes, question->DisplayBlocked("", ""));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -394,13 +406,13 @@ protected:
     ZALDlgProgress* const Progress = new ZALDlgProgress(Frame, "Progress", ZALDlgNoStyle);
 };
 
-TEST_F(QtWindows, BeginHiddenAreShownAndHidden)
+TEST_F(QtWindows, AWindowBeginsHiddenIsShownAndHidden)
 {
     Settle();
     EXPECT_FALSE(Shown("Window"));
     Show();
     ASSERT_TRUE(Shown("Window"));
-    EXPECT_EQ(Shown("Window")->windowTitle(), "Download <folder>");
+    EXPECT_EQ("Download <folder>", Shown("Window")->windowTitle());
     Window->SetVisibility(ZALDlgHide);
     Settle();
     EXPECT_FALSE(Shown("Window"));
@@ -410,7 +422,7 @@ TEST_F(QtWindows, BeginHiddenAreShownAndHidden)
     EXPECT_FALSE(Shown("Window"));
 }
 
-TEST_F(QtWindows, ThatEndBeforeTheyAreOnTheScreenAreNeverShown)
+TEST_F(QtWindows, AWindowThatEndsBeforeItIsOnTheScreenIsNeverShown)
 {
     Window->SetVisibility(ZALDlgShow);
     End();
@@ -418,7 +430,7 @@ TEST_F(QtWindows, ThatEndBeforeTheyAreOnTheScreenAreNeverShown)
     EXPECT_FALSE(Shown("Window"));
 }
 
-TEST_F(QtWindows, TellTheirButtonsAndStay)
+TEST_F(QtWindows, ButtonsAreToldAndTheWindowStays)
 {
     Show();
     Click(In<QPushButton>("Window", "OK"));
@@ -431,7 +443,7 @@ TEST_F(QtWindows, TellTheirButtonsAndStay)
     EXPECT_TRUE(Shown("Window"));
 }
 
-TEST_F(QtWindows, TakeEscapeForTheCloseBoxAndEnterForOK)
+TEST_F(QtWindows, EscapeIsTheCloseBoxAndEnterIsOK)
 {
     Show();
     QTest::keyClick(Shown("Window"), Qt::Key_Escape);
@@ -441,7 +453,7 @@ TEST_F(QtWindows, TakeEscapeForTheCloseBoxAndEnterForOK)
     EXPECT_TRUE(Shown("Window"));
 }
 
-TEST_F(QtWindows, OfTheStyleOfProgressHaveNoButtons)
+TEST_F(QtWindows, TheStyleOfProgressHasNoButtons)
 {
     auto* window = new ZALDlgDialog(nullptr, "Bare", ZALDlgProgressWindow);
     window->SetVisibility(ZALDlgShow);
@@ -451,41 +463,38 @@ TEST_F(QtWindows, OfTheStyleOfProgressHaveNoButtons)
     EXPECT_FALSE(Shown("Bare")->isModal());
 }
 
-TEST_F(QtWindows, TellAnEditorsText)
+TEST_F(QtWindows, TheTextOfAnEditorIsTold)
 {
     Editor->SetText("/old");
     Show();
     auto& editor = In<QLineEdit>("Window", "Editor");
-    EXPECT_EQ(editor.text(), "/old");
+    EXPECT_EQ("/old", editor.text());
     editor.selectAll();
     QTest::keyClicks(&editor, "/new");
     Settle();
-    EXPECT_EQ(Editor->GetText(), "/new");
-    EXPECT_EQ(editor.text(), "/new");
+    EXPECT_EQ("/new", Editor->GetText());
+    EXPECT_EQ("/new", editor.text());
     EXPECT_THAT(Told, ElementsAre("ZALDlgEditorModifyNotification"));
 }
 
-TEST_F(QtWindows, TellACheckButton)
+TEST_F(QtWindows, ACheckButtonIsTold)
 {
     Show();
-    Click(In<QCheckBox>("Window", "Check"));
-    Settle();
-    EXPECT_EQ(CheckButton->GetState(), ZALDlgChecked);
-    Click(In<QCheckBox>("Window", "Check"));
-    Settle();
-    EXPECT_EQ(CheckButton->GetState(), ZALDlgUnchecked);
+    Use<QCheckBox>("Window", "Check");
+    EXPECT_EQ(ZALDlgChecked, CheckButton->GetState());
+    Use<QCheckBox>("Window", "Check");
+    EXPECT_EQ(ZALDlgUnchecked, CheckButton->GetState());
     EXPECT_THAT(Told, ElementsAre("ZALDlgCheckModifyNotification", "ZALDlgCheckModifyNotification"));
 }
 
-TEST_F(QtWindows, TellAPushButton)
+TEST_F(QtWindows, APushButtonIsTold)
 {
     Show();
-    Click(In<QPushButton>("Window", "Button"));
-    Settle();
+    Use<QPushButton>("Window", "Button");
     EXPECT_THAT(Told, ElementsAre("ZALDlgPushActivateNotification"));
 }
 
-TEST_F(QtWindows, FollowWhatAProgramChangesAndTellNobody)
+TEST_F(QtWindows, WhatAProgramChangesIsShownAndToldNobody)
 {
     Show();
     Window->SetTitle("Another");
@@ -497,19 +506,19 @@ TEST_F(QtWindows, FollowWhatAProgramChangesAndTellNobody)
     Progress->SetRange(10, 20);
     Progress->SetPos(15);
     Settle();
-    EXPECT_EQ(Shown("Window")->windowTitle(), "Another");
-    EXPECT_EQ(In<QLabel>("Window", "Label").text(), "Folder:");
-    EXPECT_EQ(In<QLineEdit>("Window", "Editor").text(), QString("Größe"));
+    EXPECT_EQ("Another", Shown("Window")->windowTitle());
+    EXPECT_EQ("Folder:", In<QLabel>("Window", "Label").text());
+    EXPECT_EQ(QString("Größe"), In<QLineEdit>("Window", "Editor").text());
     EXPECT_GE(In<QLineEdit>("Window", "Editor").width(), 200);
-    EXPECT_EQ(In<QPushButton>("Window", "Button").text(), "Browse...");
+    EXPECT_EQ("Browse...", In<QPushButton>("Window", "Button").text());
     EXPECT_TRUE(In<QCheckBox>("Window", "Check").isChecked());
-    EXPECT_EQ(In<QProgressBar>("Window", "Progress").minimum(), 10);
-    EXPECT_EQ(In<QProgressBar>("Window", "Progress").maximum(), 20);
-    EXPECT_EQ(In<QProgressBar>("Window", "Progress").value(), 15);
+    EXPECT_EQ(10, In<QProgressBar>("Window", "Progress").minimum());
+    EXPECT_EQ(20, In<QProgressBar>("Window", "Progress").maximum());
+    EXPECT_EQ(15, In<QProgressBar>("Window", "Progress").value());
     EXPECT_THAT(Told, IsEmpty());
 }
 
-TEST_F(QtWindows, FollowVisibilityAndSensitivity)
+TEST_F(QtWindows, VisibilityAndSensitivityAreShown)
 {
     Editor->SetVisibility(ZALDlgHide);
     Frame->SetSensitivity(ZALDlgInsensitive);
@@ -527,7 +536,7 @@ TEST_F(QtWindows, FollowVisibilityAndSensitivity)
     EXPECT_THAT(Told, IsEmpty());
 }
 
-TEST_F(QtWindows, TakeNoInputThatComesTooLate)
+TEST_F(QtWindows, InputThatComesTooLateIsNotTaken)
 {
     Show();
     Click(In<QCheckBox>("Window", "Check"));
@@ -535,13 +544,13 @@ TEST_F(QtWindows, TakeNoInputThatComesTooLate)
     Frame->SetSensitivity(ZALDlgInsensitive);
     Window->SetVisibility(ZALDlgHide);
     Settle();
-    EXPECT_EQ(CheckButton->GetState(), ZALDlgUnchecked);
+    EXPECT_EQ(ZALDlgUnchecked, CheckButton->GetState());
     EXPECT_THAT(Told, IsEmpty());
     Show();
     EXPECT_FALSE(In<QCheckBox>("Window", "Check").isChecked());
 }
 
-TEST_F(QtWindows, InsensitiveOnesDoNotTellTheirCloseBox)
+TEST_F(QtWindows, TheCloseBoxOfAnInsensitiveWindowIsNotTold)
 {
     Window->SetSensitivity(ZALDlgInsensitive);
     Show();
@@ -550,18 +559,17 @@ TEST_F(QtWindows, InsensitiveOnesDoNotTellTheirCloseBox)
     EXPECT_THAT(Told, IsEmpty());
 }
 
-TEST_F(QtWindows, MayEndByWhatTheUserDoes)
+TEST_F(QtWindows, AWindowMayEndByWhatTheUserDoes)
 {
     React(Button, ZALDlgPushActivateNotification::ClassName(), [this] { End(); });
     Show();
     Click(In<QPushButton>("Window", "Button"));
-    Click(In<QPushButton>("Window", "OK"));
-    Settle();
+    Use<QPushButton>("Window", "OK");
     EXPECT_FALSE(Shown("Window"));
     EXPECT_THAT(Told, ElementsAre("ZALDlgPushActivateNotification"));
 }
 
-TEST_F(QtWindows, MayAskWhileTheyTell)
+TEST_F(QtWindows, AWindowMayAskWhileItTells)
 {
     int answer = -1;
     React(Button, ZALDlgPushActivateNotification::ClassName(), [&] {
@@ -570,13 +578,12 @@ TEST_F(QtWindows, MayAskWhileTheyTell)
         answer = question->DisplayBlocked("", "");
     });
     Show();
-    Click(In<QPushButton>("Window", "Button"));
-    Settle();
-    EXPECT_EQ(answer, ZALDlgAnswerYes);
+    Use<QPushButton>("Window", "Button");
+    EXPECT_EQ(ZALDlgAnswerYes, answer);
     EXPECT_TRUE(Shown("Window"));
 }
 
-TEST_F(QtWindows, LoseAControlThatEnds)
+TEST_F(QtWindows, AControlThatEndsLeavesTheWindow)
 {
     Show();
     Label->RequestDelayedDestruction();
@@ -585,7 +592,7 @@ TEST_F(QtWindows, LoseAControlThatEnds)
     EXPECT_TRUE(Shown("Window")->findChild<QPushButton*>("Button"));
 }
 
-TEST_F(QtWindows, ShowAControlThatIsMadeLater)
+TEST_F(QtWindows, AControlThatIsMadeLaterIsShown)
 {
     Show();
     auto* later = new ZALDlgLabel(Frame, "Later", ZALDlgNoStyle);
@@ -594,7 +601,7 @@ TEST_F(QtWindows, ShowAControlThatIsMadeLater)
     EXPECT_TRUE(In<QLabel>("Window", "Later").isVisible());
 }
 
-TEST_F(QtWindows, ShowHostileTextsAsTheyStand)
+TEST_F(QtWindows, HostileTextsAreShownAsTheyStand)
 {
     Label->SetTitle("<a href='http://x'>l</a> & &b");
     Button->SetTitle("<b>&Push</b>");
@@ -604,28 +611,28 @@ TEST_F(QtWindows, ShowHostileTextsAsTheyStand)
     group->SetTitle("A & B");
     Window->SetTitle("[*]");
     Show();
-    EXPECT_EQ(In<QLabel>("Window", "Label").textFormat(), Qt::PlainText);
-    EXPECT_EQ(In<QLabel>("Window", "Label").text(), "<a href='http://x'>l</a> & &b");
-    EXPECT_EQ(In<QPushButton>("Window", "Button").text(), "<b>&&Push</b>");
-    EXPECT_EQ(In<QCheckBox>("Window", "Check").text(), "a && b");
-    EXPECT_EQ(In<QLineEdit>("Window", "Editor").text(), "<i>&amp;</i>");
-    EXPECT_EQ(In<QGroupBox>("Window", "Group").title(), "A && B");
-    EXPECT_EQ(Shown("Window")->windowTitle(), "[*][*]");
+    EXPECT_EQ(Qt::PlainText, In<QLabel>("Window", "Label").textFormat());
+    EXPECT_EQ("<a href='http://x'>l</a> & &b", In<QLabel>("Window", "Label").text());
+    EXPECT_EQ("<b>&&Push</b>", In<QPushButton>("Window", "Button").text());
+    EXPECT_EQ("a && b", In<QCheckBox>("Window", "Check").text());
+    EXPECT_EQ("<i>&amp;</i>", In<QLineEdit>("Window", "Editor").text());
+    EXPECT_EQ("A && B", In<QGroupBox>("Window", "Group").title());
+    EXPECT_EQ("[*][*]", Shown("Window")->windowTitle());
 }
 
-TEST_F(QtWindows, WithLongTextsStaySmall)
+TEST_F(QtWindows, LongTextsLeaveAWindowSmall)
 {
     const ZALUnicodeString text = FromUtf8(std::string(1000000, 'x') + std::string(1000, ' '));
     Window->SetTitle(text);
     Label->SetTitle(text);
     Button->SetTitle(text);
     Show();
-    EXPECT_EQ(In<QLabel>("Window", "Label").text().size(), 4001);
-    EXPECT_EQ(In<QPushButton>("Window", "Button").text().size(), 201);
-    EXPECT_EQ(Shown("Window")->windowTitle().size(), 201);
+    EXPECT_EQ(4001, In<QLabel>("Window", "Label").text().size());
+    EXPECT_EQ(201, In<QPushButton>("Window", "Button").text().size());
+    EXPECT_EQ(201, Shown("Window")->windowTitle().size());
 }
 
-TEST_F(QtWindows, KeepALongTextOfAnEditorWhole)
+TEST_F(QtWindows, ALongTextOfAnEditorStaysWhole)
 {
     const std::string text(100000, 'x');
     Editor->SetText(FromUtf8(text));
@@ -636,7 +643,7 @@ TEST_F(QtWindows, KeepALongTextOfAnEditorWhole)
     EXPECT_EQ(ToUtf8(Editor->GetText()), text + "y");
 }
 
-TEST_F(QtWindows, BearSizesAndPlacesThatMakeNoSense)
+TEST_F(QtWindows, SizesAndPlacesThatMakeNoSenseAreBorne)
 {
     constexpr int Most = std::numeric_limits<int>::max();
     constexpr int Least = std::numeric_limits<int>::min();
@@ -650,7 +657,7 @@ TEST_F(QtWindows, BearSizesAndPlacesThatMakeNoSense)
     Progress->SetRange(Least, Most);
     Progress->SetPos(0);
     Show();
-    EXPECT_EQ(In<QProgressBar>("Window", "Progress").value(), 0);
+    EXPECT_EQ(0, In<QProgressBar>("Window", "Progress").value());
     EXPECT_LE(In<QLineEdit>("Window", "Editor").minimumWidth(), 4000);
     EXPECT_LE(In<QPushButton>("Window", "Button").minimumHeight(), 4000);
 }
@@ -664,7 +671,7 @@ QRect PlaceOf(const QWidget& widget)
     return {widget.mapTo(widget.window(), QPoint()), widget.size()};
 }
 
-TEST_F(QtWindows, PlaceControlsByAttachmentLines)
+TEST_F(QtWindows, AttachmentLinesPlaceControls)
 {
     Frame->SetVerticalAttachment(1, ZALDlgAttachStart, {Label, CheckButton});
     Frame->SetVerticalAttachment(2, ZALDlgAttachStart, {Editor});
@@ -688,7 +695,7 @@ TEST_F(QtWindows, PlaceControlsByAttachmentLines)
     EXPECT_GT(editor.width(), 500) << "stands between two lines";
 }
 
-TEST_F(QtWindows, PlaceControlsInAGridAndMoveThem)
+TEST_F(QtWindows, AGridPlacesControlsAndMovesThem)
 {
     Label->SetGridConstraints(0, 0, 1, 1, ZALDlgGridCenter);
     Editor->SetGridConstraints(0, 1, 1, 1, ZALDlgGridFill);
@@ -702,7 +709,7 @@ TEST_F(QtWindows, PlaceControlsInAGridAndMoveThem)
     EXPECT_GT(PlaceOf(In<QPushButton>("Window", "Button")).left(), PlaceOf(In<QLineEdit>("Window", "Editor")).right());
 }
 
-TEST_F(QtWindows, LetAnAttachedControlFillThem)
+TEST_F(QtWindows, AnAttachedControlFillsAWindow)
 {
     auto* window = new ZALDlgDialog(nullptr, "Bare", ZALDlgProgressWindow);
     auto* frame = new ZALDlgFrame(window, "Main", ZALDlgFrameWithoutTitle);
@@ -727,7 +734,7 @@ public:
     void Refresh() override {}
 };
 
-TEST_F(QtDialogs, ShowAPageOfOptionsWithItsLocks)
+TEST_F(QtDialogs, APageOfOptionsHasItsLocks)
 {
     auto* window = new ZALDlgDialog(nullptr, "Options", ZALDlgNoStyle);
     auto* page = new OptionsFrame(window);
@@ -738,11 +745,11 @@ TEST_F(QtDialogs, ShowAPageOfOptionsWithItsLocks)
     lock->SetGridConstraints(0, 0, 1, 1, ZALDlgGridCenter);
     window->SetVisibility(ZALDlgShow);
     Settle();
-    EXPECT_EQ(In<QLabel>("Options", "Lock").text(), "");
+    EXPECT_EQ("", In<QLabel>("Options", "Lock").text());
     ZALDialogNode::Of(*lock).locked = true;
     lock->AddAssociatedDialog(check);
     Settle();
-    EXPECT_EQ(In<QLabel>("Options", "Lock").text(), "Locked");
+    EXPECT_EQ("Locked", In<QLabel>("Options", "Lock").text());
     EXPECT_FALSE(In<QCheckBox>("Options", "Check").isEnabled());
 }
 
@@ -772,34 +779,32 @@ protected:
     ZALDlgFileBox* Box = nullptr;
 };
 
-TEST_F(QtFolderBox, BeginsInTheStartFolderAndChoosesFoldersOnly)
+TEST_F(QtFolderBox, TheStartFolderComesFirstAndFoldersOnlyAreChosen)
 {
     EXPECT_EQ(Dialog().directory().absolutePath().toStdString(), Folder.Path().string());
-    EXPECT_EQ(Dialog().fileMode(), QFileDialog::Directory);
+    EXPECT_EQ(QFileDialog::Directory, Dialog().fileMode());
     EXPECT_TRUE(Dialog().testOption(QFileDialog::ShowDirsOnly));
 }
 
-TEST_F(QtFolderBox, TellsTheChoiceWithOKAndStays)
+TEST_F(QtFolderBox, OKTellsTheChoiceAndTheBoxStays)
 {
     EnterName("parts");
-    Click(In<QPushButton>("Box", "OK"));
-    Settle();
+    Use<QPushButton>("Box", "OK");
     EXPECT_THAT(Told, ElementsAre("ZALDlgOKNotification"));
     EXPECT_EQ(ToUtf8(Box->GetChosenFolder()), (Folder.Path() / "parts").string());
     EXPECT_TRUE(Shown("Box"));
 }
 
-TEST_F(QtFolderBox, DoesNothingForAFolderThatIsNotThere)
+TEST_F(QtFolderBox, AFolderThatIsNotThereIsNotChosen)
 {
     EnterName("nowhere");
     QTest::keyClick(Dialog().findChild<QLineEdit*>("fileNameEdit"), Qt::Key_Return);
-    Click(In<QPushButton>("Box", "OK"));
-    Settle();
+    Use<QPushButton>("Box", "OK");
     EXPECT_THAT(Told, IsEmpty());
     EXPECT_EQ(ToUtf8(Box->GetChosenFolder()), Folder.Path().string());
 }
 
-TEST_F(QtFolderBox, CancelsByItsButtonItsCloseBoxAndEscape)
+TEST_F(QtFolderBox, ButtonCloseBoxAndEscapeCancel)
 {
     Click(In<QPushButton>("Box", "CANCEL"));
     Dialog().close();
@@ -809,32 +814,30 @@ TEST_F(QtFolderBox, CancelsByItsButtonItsCloseBoxAndEscape)
     EXPECT_TRUE(Shown("Box"));
 }
 
-TEST_F(QtFolderBox, FollowsANewStartFolder)
+TEST_F(QtFolderBox, ANewStartFolderIsShown)
 {
     Box->SetStartFolder(FromUtf8((Folder.Path() / "parts").string()));
     Settle();
     EXPECT_EQ(Dialog().directory().absolutePath().toStdString(), (Folder.Path() / "parts").string());
 }
 
-TEST_F(QtFolderBox, BeginsAnewEachTimeItIsShown)
+TEST_F(QtFolderBox, AnEarlierChoiceIsForgottenWhenTheBoxIsShownAgain)
 {
     EnterName("parts");
     Box->SetVisibility(ZALDlgHide);
     Settle();
     Box->SetVisibility(ZALDlgShow);
     Settle();
-    Click(In<QPushButton>("Box", "OK"));
-    Settle();
+    Use<QPushButton>("Box", "OK");
     EXPECT_EQ(ToUtf8(Box->GetChosenFolder()), Folder.Path().string());
     EXPECT_THAT(Told, ElementsAre("ZALDlgOKNotification"));
 }
 
-TEST_F(QtFolderBox, MayEndByOK)
+TEST_F(QtFolderBox, TheBoxMayEndByOK)
 {
     React(Box, ZALDlgOKNotification::ClassName(), [this] { ZALDialogNode::Of(*Box).EndAndRelease(); });
     EnterName("parts");
-    Click(In<QPushButton>("Box", "OK"));
-    Settle();
+    Use<QPushButton>("Box", "OK");
     EXPECT_FALSE(Shown("Box"));
 }
 

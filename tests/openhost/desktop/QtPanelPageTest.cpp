@@ -27,6 +27,12 @@ protected:
     }
 
     void LoadPath(const std::string& path) { Load(server_.Url(path)); }
+    /// The first page.
+    void OpenPath(const std::string& path)
+    {
+        server_.Start();
+        LoadPath(path);
+    }
 
     PageServer server_;
 };
@@ -34,15 +40,14 @@ protected:
 // ---------------------------------------------------------------------------------------------
 // Loading
 
-TEST_F(QtPanelPageTest, TellsTheAddressOnceThePageHasLoaded)
+TEST_F(QtPanelPageTest, TheAddressIsToldOnceThePageHasLoaded)
 {
-    server_.Start();
-    LoadPath("/plain");
+    OpenPath("/plain");
     EXPECT_THAT(reports_.urls, ElementsAre(server_.Url("/plain")));
     EXPECT_TRUE(User().Shows("#text"));
 }
 
-TEST_F(QtPanelPageTest, ReportsFromTheLoopAndNotFromInsideAnOperation)
+TEST_F(QtPanelPageTest, ReportsComeFromTheLoopAndNotFromInsideAnOperation)
 {
     server_.Start();
     ASSERT_TRUE(page_->LoadUrl(server_.Url("/plain")));
@@ -57,20 +62,18 @@ TEST_F(QtPanelPageTest, ALoadKeepsTheLoopFromBeingIdle)
     EXPECT_THAT(reports_.urls, ElementsAre(server_.Url("/plain")));
 }
 
-TEST_F(QtPanelPageTest, TellsWhereARedirectionLed)
+TEST_F(QtPanelPageTest, WhereARedirectionLedIsTold)
 {
     server_.Routes().Get("/from",
                          [](const httplib::Request&, httplib::Response& response) { response.set_redirect("/plain"); });
-    server_.Start();
-    LoadPath("/from");
+    OpenPath("/from");
     EXPECT_THAT(reports_.urls, ElementsAre(server_.Url("/plain")));
 }
 
-TEST_F(QtPanelPageTest, TellsOfAPageThatTheUserWentToByALink)
+TEST_F(QtPanelPageTest, APageThatTheUserWentToByALinkIsTold)
 {
     server_.AddPage("/link", "<!DOCTYPE html><a id=go href=/plain>go</a>");
-    server_.Start();
-    LoadPath("/link");
+    OpenPath("/link");
     User().Click("#go");
     EXPECT_TRUE(Until([&] { return reports_.urls.size() == 2; }));
     EXPECT_EQ(server_.Url("/plain"), reports_.urls.back());
@@ -78,8 +81,7 @@ TEST_F(QtPanelPageTest, TellsOfAPageThatTheUserWentToByALink)
 
 TEST_F(QtPanelPageTest, AServiceThatIsDownIsToldAsNobodysPage)
 {
-    server_.Start();
-    LoadPath("/plain");
+    OpenPath("/plain");
     server_.Stop();
     LoadPath("/plain");
     EXPECT_THAT(reports_.urls, ElementsAre(server_.Url("/plain"), "about:blank"));
@@ -92,8 +94,7 @@ TEST_F(QtPanelPageTest, AnErrorOfTheServiceIsToldAsNobodysPage)
         response.status = 500;
         response.set_content("broken", "text/html");
     });
-    server_.Start();
-    LoadPath("/broken");
+    OpenPath("/broken");
     EXPECT_THAT(reports_.urls, ElementsAre("about:blank"));
 }
 
@@ -106,7 +107,7 @@ TEST_F(QtPanelPageTest, ASecondLoadTakesThePlaceOfTheFirst)
     EXPECT_TRUE(User().Shows("#text"));
 }
 
-TEST_F(QtPanelPageTest, RefusesAddressesOfOtherSchemesAndPlainHttpBeyondLoopback)
+TEST_F(QtPanelPageTest, OtherSchemesAndPlainHttpBeyondLoopbackAreRefused)
 {
     for (const char* url :
          {"file:///etc/passwd", "about:blank", "chrome://version", "data:text/html,x", "ftp://127.0.0.1/",
@@ -122,8 +123,7 @@ TEST_F(QtPanelPageTest, APageCannotLeadToARefusedAddress)
     server_.AddPage("/ways", "<!DOCTYPE html><p id=stay>stay</p><script>location.href = 'file:///etc/passwd';"
                              "setTimeout(() => { location.href = 'data:text/html,x'; }, 0);</script>"
                              "<iframe src='file:///etc/passwd'></iframe>");
-    server_.Start();
-    LoadPath("/ways");
+    OpenPath("/ways");
     ASSERT_EQ("2", Ask("1 + 1"));
     for (const std::string& url : reports_.urls)
         EXPECT_THAT(url, ::testing::AnyOf(server_.Url("/ways"), "about:blank"));
@@ -135,27 +135,25 @@ TEST_F(QtPanelPageTest, ARedirectionToARefusedAddressEndsInNobodysPage)
         response.set_redirect("http://velmart.example/");
     });
     server_.AddPage("/from", "<!DOCTYPE html><script>setTimeout(() => { location.href = '/away'; }, 0);</script>");
-    server_.Start();
-    LoadPath("/away");
+    OpenPath("/away");
     EXPECT_THAT(reports_.urls, ElementsAre("about:blank"));
     LoadPath("/from");
     EXPECT_TRUE(Until([&] { return reports_.urls.size() > 2 || reports_.urls.back() == "about:blank"; }));
-    EXPECT_EQ(reports_.urls.back(), "about:blank");
+    EXPECT_EQ("about:blank", reports_.urls.back());
     EXPECT_FALSE(page_->ExecuteScript("1"));
 }
 
 // ---------------------------------------------------------------------------------------------
 // Scripts
 
-TEST_F(QtPanelPageTest, RunsNoScriptBeforeAPageHasLoaded)
+TEST_F(QtPanelPageTest, NoScriptRunsBeforeAPageHasLoaded)
 {
     EXPECT_FALSE(page_->ExecuteScript("1"));
 }
 
-TEST_F(QtPanelPageTest, AnInjectedScriptReachesTheDocumentAndSendsMessagesInTheirOrder)
+TEST_F(QtPanelPageTest, AnInjectedScriptSendsItsMessagesInTheirOrder)
 {
-    server_.Start();
-    LoadPath("/plain");
+    OpenPath("/plain");
     ASSERT_TRUE(
         page_->ExecuteScript("hostPanel.sendMessage(document.title); hostPanel.sendMessage('\\u00e4\\ud83d\\ude00');"));
     ASSERT_TRUE(Until([&] { return reports_.messages.size() == 2; }));
@@ -164,16 +162,14 @@ TEST_F(QtPanelPageTest, AnInjectedScriptReachesTheDocumentAndSendsMessagesInThei
 
 TEST_F(QtPanelPageTest, ScriptsOfOnePageShareTheirWorld)
 {
-    server_.Start();
-    LoadPath("/plain");
+    OpenPath("/plain");
     ASSERT_TRUE(page_->ExecuteScript("globalThis.kept = 41;"));
     EXPECT_EQ("42", Ask("kept + 1"));
 }
 
 TEST_F(QtPanelPageTest, ANavigationEndsTheWorldOfInjectedScripts)
 {
-    server_.Start();
-    LoadPath("/plain");
+    OpenPath("/plain");
     ASSERT_TRUE(page_->ExecuteScript("globalThis.kept = 41;"));
     LoadPath("/plain");
     EXPECT_EQ("undefined", Ask("typeof kept"));
@@ -184,8 +180,7 @@ TEST_F(QtPanelPageTest, AScriptDoesNotRunInADocumentThatTheHostDoesNotKnowYet)
     Gate gate;
     server_.AddPage("/slow", "<!DOCTYPE html><title>Slow</title><p id=slow>slow</p><img src=/picture>");
     server_.Routes().Get("/picture", [wait = gate.Wait()](const httplib::Request&, httplib::Response&) { wait(); });
-    server_.Start();
-    LoadPath("/plain");
+    OpenPath("/plain");
     ASSERT_TRUE(page_->LoadUrl(server_.Url("/slow")));
     ASSERT_TRUE(UntilShown("#slow"));
     ASSERT_EQ(1U, reports_.urls.size());
@@ -198,8 +193,7 @@ TEST_F(QtPanelPageTest, AScriptDoesNotRunInADocumentThatTheHostDoesNotKnowYet)
 
 TEST_F(QtPanelPageTest, AScriptWithAMistakeChangesNothing)
 {
-    server_.Start();
-    LoadPath("/plain");
+    OpenPath("/plain");
     EXPECT_TRUE(page_->ExecuteScript("this is no script"));
     EXPECT_TRUE(page_->ExecuteScript("throw new Error('mistake');"));
     EXPECT_EQ("2", Ask("1 + 1"));
@@ -207,8 +201,7 @@ TEST_F(QtPanelPageTest, AScriptWithAMistakeChangesNothing)
 
 TEST_F(QtPanelPageTest, AMessageIsATextOfBoundedLength)
 {
-    server_.Start();
-    LoadPath("/plain");
+    OpenPath("/plain");
     ASSERT_TRUE(page_->ExecuteScript("try { hostPanel.sendMessage({}); } catch (error) "
                                      "{ hostPanel.sendMessage(error.message); }"
                                      "hostPanel.sendMessage('x'.repeat(4 * 1024 * 1024 + 1));"
@@ -253,8 +246,7 @@ for (const [name, attempt] of Object.entries(tries)) {
 document.querySelector("#log").textContent = JSON.stringify(found);
 document.documentElement.dataset.done = "";
 </script>)");
-    server_.Start();
-    LoadPath("/foreign");
+    OpenPath("/foreign");
     ASSERT_TRUE(UntilShown("[data-done]"));
     const std::string found = Ask("document.querySelector('#log').textContent");
     EXPECT_THAT(found, HasSubstr(R"("qt":"undefined")"));
@@ -273,8 +265,7 @@ Object.prototype.toString = () => "forged";
 globalThis.hostPanel = {sendMessage: () => {}};
 globalThis.QWebChannel = globalThis.qt = null;
 </script>)");
-    server_.Start();
-    LoadPath("/hostile");
+    OpenPath("/hostile");
     EXPECT_EQ(R"({"a":1})", Ask("JSON.stringify({a: 1})"));
 }
 
@@ -284,16 +275,14 @@ TEST_F(QtPanelPageTest, AFrameInThePageHasNoWayToTheHost)
                     "<!DOCTYPE html><title>inner</title><script>document.title = typeof qt + typeof hostPanel;"
                     "parent.document.documentElement.dataset.done = document.title;</script>");
     server_.AddPage("/outer", "<!DOCTYPE html><p>outer</p><iframe src=/frame></iframe>");
-    server_.Start();
-    LoadPath("/outer");
+    OpenPath("/outer");
     ASSERT_TRUE(UntilShown("[data-done]"));
     EXPECT_EQ("undefinedundefined", Ask("document.documentElement.dataset.done"));
 }
 
 TEST_F(QtPanelPageTest, WhatAPageSaysWhileItGoesIsHeard)
 {
-    server_.Start();
-    LoadPath("/plain");
+    OpenPath("/plain");
     ASSERT_TRUE(page_->ExecuteScript("addEventListener('pagehide', () => hostPanel.sendMessage('over'));"
                                      "hostPanel.sendMessage('begin');"));
     LoadPath("/other");
@@ -304,7 +293,7 @@ TEST_F(QtPanelPageTest, WhatAPageSaysWhileItGoesIsHeard)
 // ---------------------------------------------------------------------------------------------
 // What pages may not
 
-TEST_F(QtPanelPageTest, RefusesWindowsDialogsAndPermissions)
+TEST_F(QtPanelPageTest, WindowsDialogsAndPermissionsAreRefused)
 {
     std::atomic<bool> opened = false;
     server_.Routes().Get("/opened", [&](const httplib::Request&, httplib::Response&) { opened = true; });
@@ -320,18 +309,16 @@ document.querySelector("#open").onclick = async () => {
     document.documentElement.dataset.answers = answers.join();
 };
 </script>)");
-    server_.Start();
-    LoadPath("/asks");
+    OpenPath("/asks");
     User().Click("#open");
     ASSERT_TRUE(UntilShown("[data-answers]"));
     EXPECT_THAT(Ask("document.documentElement.dataset.answers"), ::testing::MatchesRegex("undefined,null,.*,denied"));
     EXPECT_FALSE(opened);
 }
 
-TEST_F(QtPanelPageTest, KeepsNothingForALaterRun)
+TEST_F(QtPanelPageTest, NothingIsKeptForALaterRun)
 {
-    server_.Start();
-    LoadPath("/plain");
+    OpenPath("/plain");
     EXPECT_EQ("set", Ask("(document.cookie = 'kept=1', localStorage.setItem('kept', '1'), 'set')"));
     page_.reset();
     pages_ = TestDesktop().MakePages();
@@ -345,8 +332,7 @@ TEST_F(QtPanelPageTest, KeepsNothingForALaterRun)
 
 TEST_F(QtPanelPageTest, APageThatIsClosedByTheHostReportsNothingMore)
 {
-    server_.Start();
-    LoadPath("/plain");
+    OpenPath("/plain");
     ASSERT_TRUE(page_->ExecuteScript("addEventListener('pagehide', () => hostPanel.sendMessage('over'));"
                                      "setInterval(() => hostPanel.sendMessage('again'), 1);"));
     ASSERT_TRUE(Until([&] { return !reports_.messages.empty(); }));
@@ -388,8 +374,7 @@ TEST_F(QtPanelPageTest, TheUserClicksTypesAndPressesKeys)
 for (const id of ["button", "below"])
     document.querySelector("#" + id).onclick = (event) => { event.target.dataset.clicked = event.isTrusted; };
 </script>)");
-    server_.Start();
-    LoadPath("/form");
+    OpenPath("/form");
     User().Enter("#field", "M8x40 \u00e4?");
     EXPECT_EQ("M8x40 \u00e4?", Ask("document.querySelector('#field').value"));
     User().Press("Tab");
@@ -408,8 +393,7 @@ TEST_F(QtPanelPageTest, TheUserIsToldWhatCannotBeDone)
 {
     server_.AddPage("/form", "<!DOCTYPE html><button id=off disabled>b</button><p id=hidden hidden>h</p>"
                              "<button id=under>u</button><div style='position:fixed;inset:0'></div>");
-    server_.Start();
-    LoadPath("/form");
+    OpenPath("/form");
     const auto reason = [this](const std::function<void(PageUser&)>& act) -> std::string {
         try {
             act(User());

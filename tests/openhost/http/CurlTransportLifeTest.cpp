@@ -42,10 +42,8 @@ TEST_F(CurlTransportLife, CancelBeforeTheLoopRunsEndsAsCancelledFromTheLoop)
     fetch.Request().Cancel();
     EXPECT_EQ(ZALHttpStatusCancelled, fetch.Request().GetStatus());
     EXPECT_EQ("", fetch->calls);
-    Complete(fetch);
-    ExpectOver(fetch);
-    EXPECT_EQ("c", fetch->calls);
-    EXPECT_EQ(ZALHttpStatusCancelled, fetch->status);
+    RunToItsEnd(fetch);
+    EXPECT_EQ("c cancelled 0: ", fetch.Told());
     EXPECT_EQ("cancelled", Journalled("transfer")["end"]);
     EXPECT_EQ(4, Journalled("transfer")["status"]);
 }
@@ -62,10 +60,8 @@ TEST_F(CurlTransportLife, CancelBeforeTheHeadEndsAsCancelledAndClosesTheConnecti
     ASSERT_TRUE(fetch.Send());
     RunWhilePosting([&] { return !server.Requests().empty(); });
     fetch.Request().Cancel();
-    Complete(fetch);
-    ExpectOver(fetch);
-    EXPECT_EQ("c", fetch->calls);
-    EXPECT_EQ(ZALHttpStatusCancelled, fetch->status);
+    RunToItsEnd(fetch);
+    EXPECT_EQ("c cancelled 0: ", fetch.Told());
     RunWhilePosting([&] { return closed.load(); });
 }
 
@@ -77,11 +73,8 @@ TEST_F(CurlTransportLife, CancelBetweenTwoPiecesOfTheBodyEndsAsCancelled)
     ASSERT_EQ(RunEnd::Done, Loop().RunUntil([&] { return fetch->body == "abc"; }, 60s));
     fetch.Request().Cancel();
     server.Tell();
-    Complete(fetch);
-    ExpectOver(fetch);
-    EXPECT_EQ("hdpc", fetch->calls);
-    EXPECT_EQ("abc", fetch->body);
-    EXPECT_EQ(ZALHttpStatusCancelled, fetch->status);
+    RunToItsEnd(fetch);
+    EXPECT_EQ("hdpc cancelled 200: abc", fetch.Told());
     EXPECT_EQ(ZALHttpResponseSucceeded, fetch->state);
 }
 
@@ -90,15 +83,14 @@ TEST_F(CurlTransportLife, CancelInsideACallEndsAsCancelledWithoutFurtherData)
     for (const char call : {'h', 'd', 'p'}) {
         RawServer server(RawServer::Once(Reply(std::string(1'000'000, 'a'))));
         Fetch fetch(server.Url());
-        auto& hook = call == 'h' ? fetch->onHeaders : call == 'd' ? fetch->onData : fetch->onProgress;
-        hook = [&](ZALCefHttpRequest* request) {
+        fetch->On(call) = [&](ZALCefHttpRequest* request) {
             request->Cancel();
             request->Cancel();
             EXPECT_EQ(ZALHttpStatusCancelled, request->GetStatus());
             EXPECT_FALSE(fetch->IsComplete());
         };
         RunWhole(fetch);
-        EXPECT_EQ(std::string("hdp").substr(0, std::string("hdp").find(call) + 1) + "c", fetch->calls);
+        EXPECT_EQ(CallsUpTo(call) + "c", fetch->calls);
         EXPECT_EQ(ZALHttpStatusCancelled, fetch->status);
     }
 }
@@ -122,11 +114,10 @@ TEST_F(CurlTransportLife, CancelBetweenTheLastByteAndTheCompletionEndsAsCancelle
     Fetch fetch(server.Url());
     fetch->onProgress = [&](ZALCefHttpRequest* request) { Loop().Post([request] { request->Cancel(); }); };
     RunWhole(fetch);
-    EXPECT_EQ("abc", fetch->body);
-    EXPECT_EQ(ZALHttpStatusCancelled, fetch->status);
+    EXPECT_EQ("hdpc cancelled 200: abc", fetch.Told());
 }
 
-TEST_F(CurlTransportLife, ATransferThatHasJustEndedStillEndsAsCancelledWhenItIsCancelled)
+TEST_F(CurlTransportLife, ATransferCancelledJustAfterItsEndEndsAsCancelled)
 {
     struct Listener final : HttpTransferListener {
         void OnHead(int, const HttpHeaders&) override {}
@@ -159,17 +150,15 @@ TEST_F(CurlTransportLife, ARequestDestroyedBeforeItIsSentCallsNothing)
     EXPECT_EQ("", fetch->calls);
 }
 
-TEST_F(CurlTransportLife, ARequestDestroyedBeforeTheLoopRunsStillCompletesWithoutRequest)
+TEST_F(CurlTransportLife, ARequestDestroyedBeforeTheLoopRunsCompletesWithoutIt)
 {
     RawServer server(RawServer::Once(Reply("abc")));
     Fetch fetch(server.Url());
     ASSERT_TRUE(fetch.Send());
     fetch.DestroyRequest();
     EXPECT_EQ("", fetch->calls);
-    Complete(fetch);
-    ExpectOver(fetch);
-    EXPECT_EQ("c", fetch->calls);
-    EXPECT_EQ(-2, fetch->status);
+    RunToItsEnd(fetch);
+    EXPECT_EQ("c ended 0: ", fetch.Told());
     EXPECT_EQ("cancelled", Journalled("transfer")["end"]);
 }
 
@@ -178,18 +167,17 @@ TEST_F(CurlTransportLife, ARequestMayBeDestroyedInsideEachCall)
     for (const char call : {'h', 'd', 'p'}) {
         RawServer server(RawServer::Once(Reply(std::string(1'000'000, 'a'))));
         Fetch fetch(server.Url());
-        auto& hook = call == 'h' ? fetch->onHeaders : call == 'd' ? fetch->onData : fetch->onProgress;
-        hook = [&](ZALCefHttpRequest*) {
+        fetch->On(call) = [&](ZALCefHttpRequest*) {
             fetch.DestroyRequest();
             EXPECT_FALSE(fetch->IsComplete());
         };
         RunWhole(fetch);
-        EXPECT_EQ(std::string("hdp").substr(0, std::string("hdp").find(call) + 1) + "c", fetch->calls);
+        EXPECT_EQ(CallsUpTo(call) + "c", fetch->calls);
         EXPECT_EQ(-2, fetch->status);
     }
 }
 
-TEST_F(CurlTransportLife, ARequestMayBeDestroyedInsideOnCompleteHoweverTheTransferEnded)
+TEST_F(CurlTransportLife, ARequestMayBeDestroyedInsideOnCompleteAfterAnyEnd)
 {
     RawServer whole(RawServer::Once(Reply("abc")));
     RawServer cut(RawServer::Once("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nabc"));
@@ -201,8 +189,7 @@ TEST_F(CurlTransportLife, ARequestMayBeDestroyedInsideOnCompleteHoweverTheTransf
         ASSERT_TRUE(fetch.Send());
         if (status == ZALHttpStatusCancelled)
             fetch.Request().Cancel();
-        Complete(fetch);
-        ExpectOver(fetch);
+        RunToItsEnd(fetch);
         EXPECT_EQ(status, fetch->status);
     }
 }
@@ -246,10 +233,8 @@ TEST_F(CurlTransportLife, ATransferOutlivesItsTransport)
     Loop().RunUntil([&] { return fetch->body == "abc"; }, 60s);
     Use({});
     server.Tell();
-    Complete(fetch);
-    ExpectOver(fetch);
-    EXPECT_EQ("abcdef", fetch->body);
-    EXPECT_EQ(ZALHttpStatusFinished, fetch->status);
+    RunToItsEnd(fetch);
+    EXPECT_EQ("hdpc finished 200: abcdef", fetch.Told());
 }
 
 TEST_F(CurlTransportLife, ALoopThatEndsBeforeATransferLeavesItWithoutHarm)
@@ -260,8 +245,7 @@ TEST_F(CurlTransportLife, ALoopThatEndsBeforeATransferLeavesItWithoutHarm)
     Loop().RunUntil([&] { return fetch->body == "abc"; }, 60s);
     EventLoop::Install(std::make_unique<UvEventLoop>());
     fetch.DestroyRequest();
-    Complete(fetch);
-    ExpectOver(fetch);
+    RunToItsEnd(fetch);
     EXPECT_EQ(-2, fetch->status);
 }
 
@@ -279,8 +263,7 @@ TEST_F(CurlTransportLife, TwoTransfersRunAtOnce)
     Complete(second);
     EXPECT_FALSE(first->IsComplete());
     slow.Tell();
-    Complete(first);
-    ExpectOver(first);
+    RunToItsEnd(first);
     ExpectOver(second);
     EXPECT_EQ("abcdef", first->body);
     EXPECT_EQ("fast", second->body);
@@ -310,11 +293,7 @@ TEST_F(CurlTransportLife, ARunInsideACallLetsOtherTransfersGoOnAndItsOwnWait)
         Fetch first(slow.Url());
         Fetch second(fast.Url());
         int depth = 0;
-        auto& hook = call == 'h'   ? first->onHeaders
-                     : call == 'd' ? first->onData
-                     : call == 'p' ? first->onProgress
-                                   : first->onComplete;
-        hook = [&](ZALCefHttpRequest*) {
+        first->On(call) = [&](ZALCefHttpRequest*) {
             ++depth;
             EXPECT_EQ(1, depth);
             if (!second->IsComplete()) {
@@ -329,8 +308,7 @@ TEST_F(CurlTransportLife, ARunInsideACallLetsOtherTransfersGoOnAndItsOwnWait)
         ASSERT_TRUE(first.Send());
         if (call == 'c')
             slow.Tell();
-        Complete(first);
-        ExpectOver(first);
+        RunToItsEnd(first);
         ExpectOver(second);
         EXPECT_EQ("abcdef", first->body);
         EXPECT_EQ(2'000'000U, second->body.size());
@@ -355,7 +333,7 @@ TEST_F(CurlTransportLife, ARunInsideACallDoesNotTakeBytesOfTheCallersOwnTransfer
     EXPECT_EQ(ZALHttpStatusFinished, fetch->status);
 }
 
-TEST_F(CurlTransportLife, BytesThatCameDuringARunInsideACallAndThoseAfterItArriveInTheirOrder)
+TEST_F(CurlTransportLife, BytesOfARunInsideACallAndThoseAfterItKeepTheirOrder)
 {
     // The last bytes come when libcurl has no timer left that would look at the socket by itself.
     Use({.silenceTimeout = 5s});
@@ -377,8 +355,7 @@ TEST_F(CurlTransportLife, BytesThatCameDuringARunInsideACallAndThoseAfterItArriv
             Loop().CallAfter(400ms, [&] { server.Tell(); });
     };
     RunWhole(fetch);
-    EXPECT_EQ("abcdefghi", fetch->body);
-    EXPECT_EQ(ZALHttpStatusFinished, fetch->status);
+    EXPECT_EQ("hdpc finished 200: abcdefghi", fetch.Told());
 }
 
 TEST_F(CurlTransportLife, CancelFromARunInsideACallCompletesAfterThatCall)
@@ -411,8 +388,7 @@ TEST_F(CurlTransportLife, DestroyingTheRequestFromARunInsideACallIsSafe)
         Loop().RunUntil([&] { return destroyed; }, 60s);
     };
     RunWhole(fetch);
-    EXPECT_EQ("hc", fetch->calls);
-    EXPECT_EQ(-2, fetch->status);
+    EXPECT_EQ("hc ended 0: ", fetch.Told());
 }
 
 TEST_F(CurlTransportLife, TimeSpentInsideACallIsNotSilence)
@@ -429,6 +405,5 @@ TEST_F(CurlTransportLife, TimeSpentInsideACallIsNotSilence)
         server.Tell();
     };
     RunWhole(fetch);
-    EXPECT_EQ("abcdef", fetch->body);
-    EXPECT_EQ(ZALHttpStatusFinished, fetch->status);
+    EXPECT_EQ("hdpc finished 200: abcdef", fetch.Told());
 }

@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <map>
 #include <memory>
 
 namespace openhost::testing {
@@ -48,6 +49,16 @@ public:
     ZALCefHttpRequest& Request() { return *request_; }
     Recording& Result() { return recording_; }
     Recording* operator->() { return &recording_; }
+    /// What has come of it, such as "hdpc finished 200: abc": calls, end ("ended" without a request), code, body.
+    std::string Told() const
+    {
+        static const std::map<int, std::string> ends = {{ZALHttpStatusFinished, "finished"},
+                                                        {ZALHttpStatusFailed, "failed"},
+                                                        {ZALHttpStatusCancelled, "cancelled"},
+                                                        {-2, "ended"}};
+        return recording_.Shape() + " " + ends.at(recording_.status) + " " + std::to_string(recording_.code) + ": " +
+               recording_.body;
+    }
 
 private:
     Recording recording_;
@@ -85,6 +96,11 @@ protected:
     static void RunWhole(Fetch& fetch)
     {
         ASSERT_TRUE(fetch.Send());
+        RunToItsEnd(fetch);
+    }
+    /// The same for one that is sent.
+    static void RunToItsEnd(Fetch& fetch)
+    {
         Complete(fetch);
         ExpectOver(fetch);
     }
@@ -95,6 +111,20 @@ protected:
         EXPECT_EQ(1, fetch->completions);
         EXPECT_EQ('c', fetch->calls.back());
         EXPECT_EQ(0, fetch->handlers);
+    }
+    /// What a request to `url` tells when it is over.
+    static std::string ToldOf(const std::string& url, const std::string& method = "GET")
+    {
+        Fetch fetch(url, method);
+        RunWhole(fetch);
+        return fetch.Told();
+    }
+    /// Trusts `certificate` from now on.
+    void Trust(const ServerCertificate& certificate)
+    {
+        const auto file = folder_.Path() / "authority.pem";
+        std::ofstream(file) << certificate.certificate;
+        Use({.caFile = file});
     }
     /// The last event `name` of the journal.
     nlohmann::ordered_json Journalled(const std::string& name) const
@@ -107,6 +137,7 @@ protected:
     }
 
 private:
+    TemporaryFolder folder_;
     std::vector<nlohmann::ordered_json> journal_;
     std::unique_ptr<EventLoop> loopBefore_ = EventLoop::Install(std::make_unique<UvEventLoop>());
     std::unique_ptr<HttpTransport> transportBefore_;

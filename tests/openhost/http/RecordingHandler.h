@@ -27,8 +27,14 @@ struct Recording {
     /// What happens inside a call, after it was written down.
     std::function<void(ZALCefHttpRequest*)> onHeaders, onData, onProgress, onComplete;
 
+    /// The one that goes with the letter `call`.
+    std::function<void(ZALCefHttpRequest*)>& On(char call)
+    {
+        return call == 'h' ? onHeaders : call == 'd' ? onData : call == 'p' ? onProgress : onComplete;
+    }
+
     bool IsComplete() const { return completions > 0; }
-    /// The calls with each run of data and progress, one behind the other, as one.
+    /// The calls with each run of data and progress, one after the other, as one.
     std::string Shape() const
     {
         std::string shape = calls;
@@ -37,6 +43,13 @@ struct Recording {
         return shape;
     }
 };
+
+/// The calls of a whole transfer, up to the one with the letter `call`.
+inline std::string CallsUpTo(char call)
+{
+    const std::string calls = "hdp";
+    return calls.substr(0, calls.find(call) + 1);
+}
 
 class RecordingHandler final : public ZALCefHttpDataHandler {
 public:

@@ -15,7 +15,7 @@ TEST(EnvironmentChanges, VariablesOfBeforeComeBack)
         EnvironmentChanges changes;
         changes.Set(Name, "first");
         changes.Set(Name, std::nullopt);
-        EXPECT_EQ(::getenv(Name), nullptr);
+        EXPECT_EQ(nullptr, ::getenv(Name));
         changes.Set(Name, "");
         EXPECT_STREQ(::getenv(Name), "");
     }
@@ -30,7 +30,7 @@ TEST(EnvironmentChanges, AVariableThatWasNotThereGoesAgain)
         changes.Set(Name, "value");
         EXPECT_STREQ(::getenv(Name), "value");
     }
-    EXPECT_EQ(::getenv(Name), nullptr);
+    EXPECT_EQ(nullptr, ::getenv(Name));
 }
 
 TEST(EnvironmentChanges, ANameThatTheSystemRefusesIsAnError)

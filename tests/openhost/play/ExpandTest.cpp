@@ -13,22 +13,22 @@ std::string Shout(const std::string& name)
 
 TEST(Expand, ReplacesEachPlaceholder)
 {
-    EXPECT_EQ(Expand("", Shout), "");
-    EXPECT_EQ(Expand("plain $ text } {", Shout), "plain $ text } {");
-    EXPECT_EQ(Expand("${A}", Shout), "<A>");
-    EXPECT_EQ(Expand("x${A}y${B c}${}", Shout), "x<A>y<B c><>");
+    EXPECT_EQ("", Expand("", Shout));
+    EXPECT_EQ("plain $ text } {", Expand("plain $ text } {", Shout));
+    EXPECT_EQ("<A>", Expand("${A}", Shout));
+    EXPECT_EQ("x<A>y<B c><>", Expand("x${A}y${B c}${}", Shout));
 }
 
 TEST(Expand, ADoubledDollarSignKeepsWhatFollows)
 {
-    EXPECT_EQ(Expand("$${A}", Shout), "${A}");
-    EXPECT_EQ(Expand("a$${A}${B}", Shout), "a${A}<B>");
-    EXPECT_EQ(Expand("$$", Shout), "$$");
+    EXPECT_EQ("${A}", Expand("$${A}", Shout));
+    EXPECT_EQ("a${A}<B>", Expand("a$${A}${B}", Shout));
+    EXPECT_EQ("$$", Expand("$$", Shout));
 }
 
 TEST(Expand, WhatComesInIsNotLookedAtAgain)
 {
-    EXPECT_EQ(Expand("${A}", [](const std::string&) { return std::string("${A}"); }), "${A}");
+    EXPECT_EQ("${A}", Expand("${A}", [](const std::string&) { return std::string("${A}"); }));
 }
 
 TEST(Expand, APlaceholderWithoutAnEndIsAnError)
@@ -39,7 +39,7 @@ TEST(Expand, APlaceholderWithoutAnEndIsAnError)
 TEST(Expand, AllTextsOfAValueAreReplacedAndNoNames)
 {
     const auto value = nlohmann::ordered_json::parse(R"({"${K}": ["${A}", 1, {"b": "${B}"}], "n": null})");
-    EXPECT_EQ(ExpandAll(value, Shout).dump(), R"({"${K}":["<A>",1,{"b":"<B>"}],"n":null})");
+    EXPECT_EQ(R"({"${K}":["<A>",1,{"b":"<B>"}],"n":null})", ExpandAll(value, Shout).dump());
 }
 
 } // namespace openhost

@@ -22,7 +22,7 @@ long PagesOfAnUpload()
     {
         const std::string body(10 << 20, 'b');
         const std::string request = body;
-        EXPECT_EQ(request.back(), 'b');
+        EXPECT_EQ('b', request.back());
     }
     return count() - before;
 }

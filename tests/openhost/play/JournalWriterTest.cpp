@@ -1,6 +1,7 @@
 #include "openhost/play/JournalWriter.h"
 
 #include "openhost/files/TemporaryFolder.h"
+#include "tests/support/ReadFile.h"
 
 #include <gtest/gtest.h>
 
@@ -15,11 +16,7 @@ TEST(JournalWriter, WritesOneLineAnEventAtOnce)
     JournalWriter writer(path);
     writer.Write({{"event", "a"}, {"text", "two\nlines"}});
     writer.Write({{"event", "b"}});
-
-    std::ifstream file(path);
-    std::stringstream content;
-    content << file.rdbuf();
-    EXPECT_EQ(content.str(), "{\"event\":\"a\",\"text\":\"two\\nlines\"}\n{\"event\":\"b\"}\n");
+    EXPECT_EQ("{\"event\":\"a\",\"text\":\"two\\nlines\"}\n{\"event\":\"b\"}\n", testing::ReadFile(path));
     EXPECT_TRUE(writer.IsComplete());
 }
 
@@ -29,7 +26,7 @@ TEST(JournalWriter, AnOldJournalIsReplaced)
     const std::filesystem::path path = folder.Path() / "journal";
     std::ofstream(path) << "old";
     JournalWriter writer(path);
-    EXPECT_EQ(std::filesystem::file_size(path), 0U);
+    EXPECT_EQ(0U, std::filesystem::file_size(path));
 }
 
 TEST(JournalWriter, BytesThatAreNoTextDoNotEndTheJournal)
@@ -37,7 +34,7 @@ TEST(JournalWriter, BytesThatAreNoTextDoNotEndTheJournal)
     std::ostringstream output;
     JournalWriter writer(output);
     writer.Write({{"event", "\xff"}});
-    EXPECT_EQ(output.str(), "{\"event\":\"\xef\xbf\xbd\"}\n");
+    EXPECT_EQ("{\"event\":\"\xef\xbf\xbd\"}\n", output.str());
 }
 
 TEST(JournalWriter, AFileThatCannotBeMadeIsAnError)

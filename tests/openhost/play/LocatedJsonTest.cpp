@@ -20,23 +20,23 @@ TEST(LocatedJson, ValuesKnowTheirLines)
 {
     const LocatedJson root =
         LocatedJson::Parse("\n{ \"a\": 1\n,\"b\": [\n1\n,\n2,3\n, \"x\",\ntrue\n],\n\"c\":\n{}}\n");
-    EXPECT_EQ(root.line, 2);
-    EXPECT_EQ(root.Find("a")->line, 2);
+    EXPECT_EQ(2, root.line);
+    EXPECT_EQ(2, root.Find("a")->line);
     const LocatedJson& list = *root.Find("b");
-    EXPECT_EQ(list.line, 3);
-    ASSERT_EQ(list.items.size(), 5U);
-    EXPECT_EQ(list.items[0].line, 4);
-    EXPECT_EQ(list.items[1].line, 6);
-    EXPECT_EQ(list.items[2].line, 6);
-    EXPECT_EQ(list.items[3].line, 7);
-    EXPECT_EQ(list.items[4].line, 8);
-    EXPECT_EQ(root.Find("c")->line, 10);
-    EXPECT_EQ(root.Find("d"), nullptr);
+    EXPECT_EQ(3, list.line);
+    ASSERT_EQ(5U, list.items.size());
+    EXPECT_EQ(4, list.items[0].line);
+    EXPECT_EQ(6, list.items[1].line);
+    EXPECT_EQ(6, list.items[2].line);
+    EXPECT_EQ(7, list.items[3].line);
+    EXPECT_EQ(8, list.items[4].line);
+    EXPECT_EQ(10, root.Find("c")->line);
+    EXPECT_EQ(nullptr, root.Find("d"));
 }
 
 TEST(LocatedJson, ALineBreakInsideATextIsNoLineBreak)
 {
-    EXPECT_EQ(LocatedJson::Parse("[\"a\\n\\nb\",\n1]").items[1].line, 2);
+    EXPECT_EQ(2, LocatedJson::Parse("[\"a\\n\\nb\",\n1]").items[1].line);
 }
 
 TEST(LocatedJson, ATextEndsAsItWas)
@@ -58,8 +58,8 @@ TEST(LocatedJson, AnErrorNamesTheLineWhereItIs)
 
 TEST(LocatedJson, AKeyThatStandsTwiceIsAnError)
 {
-    EXPECT_EQ(ErrorOf("{\"a\": 1,\n\"a\": 2}"), "2: the key \"a\" stands here twice");
-    EXPECT_EQ(ErrorOf("{\"a\": {\"a\": 1}, \"b\": {\"a\": 2}}"), "no error");
+    EXPECT_EQ("2: the key \"a\" stands here twice", ErrorOf("{\"a\": 1,\n\"a\": 2}"));
+    EXPECT_EQ("no error", ErrorOf("{\"a\": {\"a\": 1}, \"b\": {\"a\": 2}}"));
 }
 
 TEST(LocatedJson, BytesThatAreNoUtf8AreAnError)
@@ -71,9 +71,9 @@ TEST(LocatedJson, BytesThatAreNoUtf8AreAnError)
 TEST(LocatedJson, NestingIsLimited)
 {
     const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
-    EXPECT_EQ(ErrorOf(nested(LocatedJson::MaximumDepth)), "no error");
-    EXPECT_EQ(ErrorOf(nested(LocatedJson::MaximumDepth + 1)), "1: lists and maps are nested too deeply");
-    EXPECT_EQ(ErrorOf(std::string(1'000'000, '[')), "1: lists and maps are nested too deeply");
+    EXPECT_EQ("no error", ErrorOf(nested(LocatedJson::MaximumDepth)));
+    EXPECT_EQ("1: lists and maps are nested too deeply", ErrorOf(nested(LocatedJson::MaximumDepth + 1)));
+    EXPECT_EQ("1: lists and maps are nested too deeply", ErrorOf(std::string(1'000'000, '[')));
 }
 
 } // namespace openhost

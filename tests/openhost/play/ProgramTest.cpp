@@ -3,13 +3,14 @@
 #include "openhost/lvr/LvrMesh.h"
 
 #include "tests/support/Places.h"
+#include "tests/support/ReadFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
+#include <map>
 
 #include <sys/wait.h>
 
@@ -31,13 +32,7 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    std::string Read(const std::string& name) const
-    {
-        std::ifstream file(folder_.Path() / name, std::ios::binary);
-        std::stringstream content;
-        content << file.rdbuf();
-        return content.str();
-    }
+    std::string Read(const std::string& name) const { return testing::ReadFile(folder_.Path() / name); }
 
     void Write(const std::string& name, const std::string& content) const
     {
@@ -49,43 +44,46 @@ protected:
 
 TEST_F(ProgramTest, HelpTellsTheCommands)
 {
-    EXPECT_EQ(Run("--help"), 0);
-    EXPECT_THAT(Read("out"), HasSubstr("openhost play SESSION.json"));
-    EXPECT_THAT(Read("out"), HasSubstr("openhost show FILE [OTHER]"));
-    EXPECT_THAT(Read("out"), HasSubstr("openhost export FILE OUT.step"));
-    EXPECT_THAT(Read("out"), HasSubstr("openhost picture FILE OUT.png [--size WIDTHxHEIGHT]"));
-    EXPECT_THAT(Read("out"), HasSubstr("openhost stl FILE.lvr OUT.stl"));
+    EXPECT_EQ(0, Run("--help"));
+    const std::string help = Read("out");
+    for (const std::string command : {"play", "show", "export", "picture", "stl"}) {
+        EXPECT_THAT(help, HasSubstr("\n  " + command + " "));
+        EXPECT_EQ(0, Run(command + " --help"));
+        EXPECT_THAT(Read("out"), HasSubstr("Example: openhost " + command));
+    }
+}
+
+TEST_F(ProgramTest, VersionIsToldInOneLine)
+{
+    EXPECT_EQ(0, Run("--version"));
+    EXPECT_THAT(Read("out"), ::testing::MatchesRegex("openhost [0-9]+.[0-9]+.[0-9]+\n"));
+}
+
+TEST_F(ProgramTest, ASlipInACommandOrAnOptionIsUnderstood)
+{
+    Run("shwo document");
+    EXPECT_THAT(Read("err"), HasSubstr("did you mean show?"));
+    Run("play session --jurnal file");
+    EXPECT_THAT(Read("err"), HasSubstr("did you mean --journal?"));
+    Run("play session --something");
+    EXPECT_THAT(Read("err"), ::testing::Not(HasSubstr("did you mean")));
 }
 
 TEST_F(ProgramTest, WrongUseIsExplained)
 {
-    for (const char* arguments : {"",
-                                  "other",
-                                  "play",
-                                  "play a b",
-                                  "play --journal",
-                                  "play a --set",
-                                  "play a --set =x",
-                                  "play a --set x",
-                                  "play a --other",
-                                  "show",
-                                  "show a b c",
-                                  "export",
-                                  "export a",
-                                  "export a b c",
-                                  "picture",
-                                  "picture a",
-                                  "picture a b c",
-                                  "picture a b --size",
-                                  "picture a b --size 0x5",
-                                  "picture a b --size 9000x5",
-                                  "picture a b --other",
-                                  "stl",
-                                  "stl a",
-                                  "stl a b c"}) {
-        EXPECT_EQ(Run(arguments), 2) << arguments;
-        EXPECT_THAT(Read("err"), StartsWith("openhost: ")) << arguments;
-    }
+    const std::map<std::string, std::vector<std::string>> uses = {
+        {"", {""}},
+        {"other", {""}},
+        {"play", {"", "a b", "--journal", "a --set", "a --set =x", "a --set x", "a --other"}},
+        {"show", {"", "a b c"}},
+        {"export", {"", "a", "a b c"}},
+        {"picture", {"", "a", "a b c", "a b --size", "a b --size 0x5", "a b --size 9000x5", "a b --other"}},
+        {"stl", {"", "a", "a b c"}}};
+    for (const auto& [command, arguments] : uses)
+        for (const std::string& words : arguments) {
+            EXPECT_EQ(2, Run(command + " " + words)) << command << " " << words;
+            EXPECT_THAT(Read("err"), StartsWith("openhost: ")) << command << " " << words;
+        }
 }
 
 TEST_F(ProgramTest, ALightRepresentationBecomesAnStlFile)
@@ -95,62 +93,64 @@ TEST_F(ProgramTest, ALightRepresentationBecomesAnStlFile)
     mesh.normals = {{0, 0, 1}, {0, 0, 1}, {0, 0, 1}};
     mesh.triangles = {{0, 1, 2}};
     WriteLvr(folder_.Path() / "shape.lvr", mesh);
-    EXPECT_EQ(Run("stl shape.lvr shape.stl"), 0) << Read("err");
-    EXPECT_EQ(Read("shape.stl").size(), 80U + 4 + 50);
+    EXPECT_EQ(0, Run("stl shape.lvr shape.stl")) << Read("err");
+    EXPECT_EQ(80U + 4 + 50, Read("shape.stl").size());
 }
 
-TEST_F(ProgramTest, WhatIsNoLightRepresentationIsStatus1AndWritesNothing)
+TEST_F(ProgramTest, AFileOfAnotherKindIsStatus1AndWritesNothing)
 {
-    Write("shape.lvr", "nothing of the kind");
-    for (const char* arguments : {"stl shape.lvr shape.stl", "stl missing.lvr shape.stl"}) {
-        EXPECT_EQ(Run(arguments), 1) << arguments;
-        EXPECT_THAT(Read("err"), HasSubstr(".lvr: ")) << arguments;
-        EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "shape.stl")) << arguments;
-    }
+    Write("text", "nothing of the kind");
+    for (const std::string command : {"show", "export", "picture", "stl"})
+        for (const std::string file : {"text", "missing"}) {
+            const std::string use = command + " " + file + (command == "show" ? "" : " made");
+            EXPECT_EQ(1, Run(use)) << use;
+            EXPECT_THAT(Read("err"), HasSubstr(file)) << use;
+            EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "made")) << use;
+        }
 }
 
 TEST_F(ProgramTest, AFileThatIsNoSessionIsStatus2WithLineAndReason)
 {
     Write("session.json", "{\n\"steps\": [],\n\"other\": 1}");
-    EXPECT_EQ(Run("play session.json --journal journal"), 2);
-    EXPECT_EQ(Read("err"), "session.json:3: a session has the unknown key \"other\"\n");
-    EXPECT_EQ(Read("out"), "");
+    EXPECT_EQ(2, Run("play session.json --journal journal"));
+    EXPECT_EQ("session.json:3: a session has the unknown key \"other\"\n", Read("err"));
+    EXPECT_EQ("", Read("out"));
     EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "journal"));
 }
 
 TEST_F(ProgramTest, AMissingSessionIsStatus2)
 {
-    EXPECT_EQ(Run("play missing.json"), 2);
+    EXPECT_EQ(2, Run("play missing.json"));
     EXPECT_THAT(Read("err"), StartsWith("missing.json:1: "));
 }
 
 TEST_F(ProgramTest, APlayedSessionIsStatus0AndItsJournalOnStandardOutput)
 {
     Write("session.json", R"({"steps": [{"message": {"event": "velmart_over", "content": "${TEXT}"}}]})");
-    EXPECT_EQ(Run("play session.json --set TEXT=a=b"), 0) << Read("err");
+    EXPECT_EQ(0, Run("play session.json --set TEXT=a=b")) << Read("err");
     EXPECT_THAT(Read("out"), EndsWith("{\"event\":\"end\",\"status\":0}\n"));
 }
 
 TEST_F(ProgramTest, AFailedStepIsStatus1AndTheJournalInItsFile)
 {
     Write("session.json", R"({"steps": [{"wait": "idle"}, {"wait": "transfer"}]})");
-    EXPECT_EQ(Run("play session.json --journal journal"), 1);
-    EXPECT_EQ(Read("out"), "");
+    EXPECT_EQ(1, Run("play session.json --journal journal"));
+    EXPECT_EQ("", Read("out"));
     EXPECT_THAT(Read("journal"), HasSubstr("{\"event\":\"end\",\"status\":1,\"step\":2,\"reason\":"));
 }
 
 TEST_F(ProgramTest, AJournalThatCannotBeWrittenIsStatus1)
 {
     Write("session.json", R"({"steps": []})");
-    EXPECT_EQ(Run("play session.json --journal missing/journal"), 1);
-    EXPECT_EQ(Run("play session.json --journal /dev/full"), 1);
-    EXPECT_EQ(Read("err"), "openhost: the journal could not be written\n");
+    EXPECT_EQ(1, Run("play session.json --journal missing/journal"));
+    EXPECT_EQ(1, Run("play session.json --journal /dev/full"));
+    EXPECT_EQ("openhost: the journal could not be written\n", Read("err"));
 }
 
 TEST_F(ProgramTest, AnAccountTakesThePlaceOfTheJournalOnStandardOutput)
 {
     Write("session.json", R"({"steps": [{"message": {"event": "velmart_over", "content": 7}}]})");
-    EXPECT_EQ(Run("play session.json --account --journal journal"), 0);
+    EXPECT_EQ(0, Run("play session.json --account --journal journal"));
     EXPECT_THAT(Read("out"), HasSubstr("Message       velmart_over\n"));
     EXPECT_THAT(Read("out"), EndsWith("every step is done\n"));
     EXPECT_THAT(Read("journal"), EndsWith("{\"event\":\"end\",\"status\":0}\n"));
@@ -159,26 +159,25 @@ TEST_F(ProgramTest, AnAccountTakesThePlaceOfTheJournalOnStandardOutput)
     Write("installation/webapps/ZALVelmartIntegrationJS/OpApiHandlers.js", "first line\nsecond line\n");
     Write("panel.json", R"({"variables": {"ZALInstallPath": "installation"},
                             "steps": [{"url": "https://velmart.example/"}, {"panel": "close"}]})");
-    EXPECT_EQ(Run("play panel.json --account"), 0);
-    EXPECT_THAT(Read("out"), HasSubstr("Panel         opened\n"));
-    EXPECT_THAT(Read("out"), HasSubstr("Page          https://velmart.example/\n"));
-    EXPECT_THAT(Read("out"), HasSubstr("Script        first line ...\n"));
-    EXPECT_THAT(Read("out"), HasSubstr("Panel         closed\n"));
+    EXPECT_EQ(0, Run("play panel.json --account"));
+    for (const char* line : {"Panel         opened\n", "Page          https://velmart.example/\n",
+                             "Script        first line ...\n", "Panel         closed\n"})
+        EXPECT_THAT(Read("out"), HasSubstr(line));
 
-    EXPECT_EQ(Run("play session.json --account --module missing.so"), 1);
+    EXPECT_EQ(1, Run("play session.json --account --module missing.so"));
     EXPECT_THAT(Read("out"), HasSubstr("the session cannot begin: "));
 }
 
 TEST_F(ProgramTest, AnotherModuleCanBeNamed)
 {
     Write("session.json", R"({"steps": []})");
-    EXPECT_EQ(Run("play session.json --module missing.so"), 1);
+    EXPECT_EQ(1, Run("play session.json --module missing.so"));
     EXPECT_THAT(Read("out"), HasSubstr("missing.so"));
 
     ::setenv("OPENHOST_MODULE", "elsewhere.so", 1);
-    EXPECT_EQ(Run("play session.json"), 1);
+    EXPECT_EQ(1, Run("play session.json"));
     EXPECT_THAT(Read("out"), HasSubstr("elsewhere.so"));
-    EXPECT_EQ(Run("play session.json --module " + BuildDir() + "/lib/ZALVelmartIntegration.so"), 0);
+    EXPECT_EQ(0, Run("play session.json --module " + BuildDir() + "/lib/ZALVelmartIntegration.so"));
     ::unsetenv("OPENHOST_MODULE");
 }
 
@@ -188,7 +187,7 @@ TEST_F(ProgramTest, ShowPrintsADocument)
     document.kind = DocumentKind::Product;
     document.partNumber = "P-100";
     WriteDocument(document, folder_.Path() / "a.ZALProduct");
-    EXPECT_EQ(Run("show a.ZALProduct"), 0) << Read("err");
+    EXPECT_EQ(0, Run("show a.ZALProduct")) << Read("err");
     EXPECT_THAT(Read("out"), HasSubstr("P-100"));
 }
 
@@ -201,34 +200,15 @@ TEST_F(ProgramTest, ExportAndPictureWriteTheirFilesAndWarnOfWhatIsMissing)
     document.children = {{"gone.1", 0, IdentityPlacement}};
     WriteDocument(document, folder_.Path() / "a.ZALProduct");
 
-    EXPECT_EQ(Run("export a.ZALProduct a.step"), 0) << Read("err");
+    EXPECT_EQ(0, Run("export a.ZALProduct a.step")) << Read("err");
     EXPECT_THAT(Read("err"), HasSubstr("a.ZALProduct: gone.ZALPart is missing; 1 instance is left out\n"));
-    EXPECT_EQ(Read("out"), "");
+    EXPECT_EQ("", Read("out"));
     EXPECT_THAT(Read("a.step"), HasSubstr("'P-100'"));
 
-    EXPECT_EQ(Run("picture --size 30x20 a.ZALProduct a.png"), 0) << Read("err");
+    EXPECT_EQ(0, Run("picture --size 30x20 a.ZALProduct a.png")) << Read("err");
     EXPECT_THAT(Read("err"), HasSubstr("a.ZALProduct: gone.ZALPart is missing; 1 instance is left out\n"));
-    EXPECT_EQ(Read("out"), "");
-    EXPECT_EQ(Read("a.png").substr(0, 24), std::string("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\0\x1E\0\0\0\x14", 24));
-}
-
-TEST_F(ProgramTest, ExportAndPictureOfWhatIsNoDocumentAreStatus1AndLeaveNoFile)
-{
-    Write("text", "text");
-    for (const char* command : {"export", "picture"})
-        for (const char* document : {"text", "missing"}) {
-            EXPECT_EQ(Run(std::string(command) + " " + document + " made"), 1);
-            EXPECT_THAT(Read("err"), HasSubstr(document));
-            EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "made"));
-        }
-}
-
-TEST_F(ProgramTest, ShowOfWhatIsNoDocumentIsStatus1)
-{
-    Write("text", "text");
-    EXPECT_EQ(Run("show text"), 1);
-    EXPECT_EQ(Run("show missing"), 1);
-    EXPECT_THAT(Read("err"), HasSubstr("missing"));
+    EXPECT_EQ("", Read("out"));
+    EXPECT_EQ(std::string("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\0\x1E\0\0\0\x14", 24), Read("a.png").substr(0, 24));
 }
 
 } // namespace openhost

@@ -1,93 +1,52 @@
-#include "openhost/play/SessionPlayer.h"
+#include "tests/openhost/play/SessionFixture.h"
 
-#include "catalogue/service/CatalogueService.h"
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/PathVariables.h"
-#include "openhost/files/TemporaryFolder.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/loop/UvEventLoop.h"
 #include "openhost/panel/Panel.h"
 #include "openhost/panel/RecordedPage.h"
-#include "openhost/play/SessionFile.h"
 #include "openhost/settings/SettingsStore.h"
 
 #include "host/frame.h"
-
-#include "tests/support/Places.h"
+#include "host/http.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <fstream>
-#include <functional>
 
 #include <stdlib.h>
 
 namespace openhost {
 
-using Json = nlohmann::ordered_json;
 using ::testing::Contains;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-/// Plays sessions with the real module, against a real service.
-class SessionPlayerTest : public ::testing::Test {
+class SessionPlayerTest : public SessionFixture {
 protected:
-    SessionPlayerTest() : service_(service_folder_.Path())
-    {
-        service_.Start();
-        std::filesystem::create_directory(Downloads());
-    }
-
-    std::filesystem::path Downloads() const { return folder_.Path() / "downloads"; }
-
-    /// Plays the session `text`. "${BASE}" is the address of the service, "${DOWNLOADS}" an empty folder.
-    int Play(const std::string& text)
-    {
-        const Session session =
-            ParseSession(text, folder_.Path(), {{"BASE", service_.GetAddress()}, {"DOWNLOADS", Downloads().string()}});
-        events_.clear();
-        const journal::Sink receive = [this](const Json& event) {
-            events_.push_back(event);
-            observe_();
-        };
-        return SessionPlayer(session, {module_, folder_.Path() / "installation", desktop_}, receive).Play();
-    }
-
-    /// Plays `steps` with the folder of downloads settled.
-    int PlaySteps(const std::string& steps)
-    {
-        return Play(R"({"settings": {"DownloadLocation": "${DOWNLOADS}", "DoNotRemindDownloadLocation": true},
-                        "steps": [)" +
-                    steps + "]}");
-    }
-
     /// A step that downloads what `path` of the service gives.
     static std::string Download(const std::string& path)
     {
         return R"({"message": {"event": "velmart_download", "content": {"downloadUrl": "${BASE})" + path + "\"}}}";
     }
 
-    /// The events named `name`.
-    std::vector<Json> EventsOf(const std::string& name) const
+    std::filesystem::path WriteProduct(const std::string& name) const
     {
-        std::vector<Json> found;
-        std::copy_if(events_.begin(), events_.end(), std::back_inserter(found),
-                     [&](const Json& event) { return event.at("event") == name; });
-        return found;
+        CadDocument document;
+        document.kind = DocumentKind::Product;
+        document.partNumber = name;
+        WriteDocument(document, folder_.Path() / name);
+        return folder_.Path() / name;
     }
 
-    std::string Reason() const { return events_.back().value("reason", ""); }
+    bool HasPart() const { return std::filesystem::exists(Downloads() / "part-000001.ZALPart"); }
 
-    TemporaryFolder service_folder_;
-    TemporaryFolder folder_;
-    catalogue::CatalogueService service_;
-    std::filesystem::path module_ = BuildDir() + "/lib/ZALVelmartIntegration.so";
-    Desktop* desktop_ = nullptr;
-    std::function<void()> observe_ = [] {};
-    std::vector<Json> events_;
+    const std::string Ready = R"({"message": {"event": "velmart_ready", "content": {}}})";
+    const std::string OnePart = Download("/archive?entries=1");
+    const std::string Slow = Download("/archive?entries=100&piece=1&pause=600000");
 };
 
 /// A desktop that somebody is said to see. Its user answers No.
@@ -119,7 +78,7 @@ private:
     };
 };
 
-TEST_F(SessionPlayerTest, WithADisplayWindowsAreShownAndTheUserAnswersBehindTheLastStep)
+TEST_F(SessionPlayerTest, WithADisplayTheUserAnswersAfterTheLastStep)
 {
     DesktopOnPaper desktop;
     desktop_ = &desktop;
@@ -139,27 +98,22 @@ TEST_F(SessionPlayerTest, WithADisplayWindowsAreShownAndTheUserAnswersBehindTheL
                 Panel::Close();
             });
     };
-    EXPECT_EQ(PlaySteps(R"({"options": "open"}, {"wait": "dialog"}, {"wait": "idle"},
-                           {"answer": {"dialog": "Kept", "button": 3}})"),
-              SessionPlayer::Done);
+    PlaySteps(R"({"options": "open"}, {"wait": "dialog"}, {"wait": "idle"},
+                           {"answer": {"dialog": "Kept", "button": 3}})");
     EXPECT_THAT(desktop.told, ElementsAre("Options", "Late"));
-    ASSERT_EQ(EventsOf("dialog").size(), 3U);
-    EXPECT_EQ(EventsOf("dialog")[0].at("answer"), ZALDlgAnswerClosed);
-    EXPECT_EQ(EventsOf("dialog")[1].at("answer"), ZALDlgAnswerYes);
-    EXPECT_EQ(EventsOf("dialog")[2].at("answer"), ZALDlgAnswerNo);
+    EXPECT_THAT(Values("dialog", "answer"), ElementsAre(ZALDlgAnswerClosed, ZALDlgAnswerYes, ZALDlgAnswerNo));
 }
 
 TEST_F(SessionPlayerTest, ASessionWithoutStepsIsDone)
 {
-    EXPECT_EQ(PlaySteps(""), SessionPlayer::Done);
-    EXPECT_EQ(events_.back(), Json::parse(R"({"event": "end", "status": 0})"));
+    PlaySteps("");
+    EXPECT_EQ(Json::parse(R"({"event": "end", "status": 0})"), events_.back());
 }
 
 TEST_F(SessionPlayerTest, AModuleThatCannotBeLoadedFailsBeforeAnyStep)
 {
     module_ = folder_.Path() / "missing.so";
-    EXPECT_EQ(PlaySteps(R"({"wait": "idle"})"), SessionPlayer::Failed);
-    EXPECT_THAT(Reason(), HasSubstr("missing.so"));
+    EXPECT_THAT(FailureOfSteps(R"({"wait": "idle"})"), HasSubstr("missing.so"));
     EXPECT_FALSE(events_.back().contains("step"));
     EXPECT_TRUE(EventsOf("step").empty());
 }
@@ -168,43 +122,40 @@ TEST_F(SessionPlayerTest, AFileThatIsNoModuleFails)
 {
     module_ = folder_.Path() / "text.so";
     std::ofstream(module_) << "text";
-    EXPECT_EQ(PlaySteps(""), SessionPlayer::Failed);
+    FailureOfSteps("");
 }
 
 TEST_F(SessionPlayerTest, ADownloadBringsItsFilesAndItsNotification)
 {
-    EXPECT_EQ(PlaySteps(Download("/archive?entries=5&products=3") + R"(, {"wait": "notification"})"),
-              SessionPlayer::Done);
+    PlaySteps(Download("/archive?entries=5&products=3") + R"(, {"wait": "notification"})");
     for (const char* name : {"part-000001.ZALPart", "part-000002.ZALPart", "product-000001.ZALProduct"})
         EXPECT_TRUE(std::filesystem::exists(Downloads() / name)) << name;
-    EXPECT_EQ(EventsOf("request").size(), 1U);
-    EXPECT_EQ(EventsOf("transfer").at(0).at("status"), 2);
-    EXPECT_EQ(EventsOf("extracted").size(), 5U);
-    EXPECT_EQ(EventsOf("notification").at(0).at("class"), "ZALVelmartFileDownloadCompleteNotification");
+    EXPECT_EQ(1U, EventsOf("request").size());
+    EXPECT_EQ(2, EventsOf("transfer").at(0).at("status"));
+    EXPECT_EQ(5U, EventsOf("extracted").size());
+    EXPECT_EQ("ZALVelmartFileDownloadCompleteNotification", EventsOf("notification").at(0).at("class"));
 }
 
 TEST_F(SessionPlayerTest, StepsAreNumberedAndNamed)
 {
-    EXPECT_EQ(PlaySteps(R"({"wait": "idle"}, {"message": "x"})"), SessionPlayer::Done);
-    EXPECT_EQ(EventsOf("step"), (std::vector<Json>{{{"event", "step"}, {"number", 1}, {"key", "wait"}},
-                                                   {{"event", "step"}, {"number", 2}, {"key", "message"}}}));
+    PlaySteps(R"({"wait": "idle"}, {"message": "x"})");
+    EXPECT_THAT(Values("step", "number"), ElementsAre(1, 2));
+    EXPECT_THAT(Values("step", "key"), ElementsAre("wait", "message"));
 }
 
 TEST_F(SessionPlayerTest, WhatTheModuleAnswersIsRecordedAndFailsNoStep)
 {
-    EXPECT_EQ(PlaySteps(R"({"message": "no JSON"}, {"message": {"event": "velmart_over", "content": 0}})"),
-              SessionPlayer::Done);
-    EXPECT_EQ(EventsOf("result").at(1), Json::parse(R"({"event": "result", "operation": "OnJSMessage",
-                                                        "code": "0x80004005"})"));
-    EXPECT_EQ(EventsOf("result").at(2).at("code"), "S_OK");
+    PlaySteps(R"({"message": "no JSON"}, {"message": {"event": "velmart_over", "content": 0}})");
+    EXPECT_THAT(Values("result", "operation"), ElementsAre("SetAccessDialog", "OnJSMessage", "OnJSMessage"));
+    EXPECT_THAT(Values("result", "code"), ElementsAre("S_OK", "0x80004005", "S_OK"));
 }
 
 TEST_F(SessionPlayerTest, APageAddressReachesTheModule)
 {
-    EXPECT_EQ(PlaySteps(R"({"url": "https://elsewhere.example/"})"), SessionPlayer::Done);
-    EXPECT_EQ(EventsOf("url").back().at("url"), "https://elsewhere.example/");
-    EXPECT_EQ(EventsOf("result").back().at("operation"), "OnPageUrl");
-    EXPECT_EQ(EventsOf("result").back().at("code"), "S_OK");
+    PlaySteps(R"({"url": "https://elsewhere.example/"})");
+    EXPECT_THAT(Values("url", "url"), ElementsAre("https://elsewhere.example/"));
+    EXPECT_EQ(Json::parse(R"({"event": "result", "operation": "OnPageUrl", "code": "S_OK"})"),
+              EventsOf("result").back());
 }
 
 TEST_F(SessionPlayerTest, PlaceholdersInAMessageCannotBreakItsJson)
@@ -212,9 +163,9 @@ TEST_F(SessionPlayerTest, PlaceholdersInAMessageCannotBreakItsJson)
     const Session session = ParseSession(R"({"steps": [{"message": {"event": "velmart_over", "content": "${TEXT}"}}]})",
                                          folder_.Path(), {{"TEXT", "\"}, broken {"}});
     const auto receive = [this](const Json& event) { events_.push_back(event); };
-    EXPECT_EQ(SessionPlayer(session, {module_, ""}, receive).Play(), SessionPlayer::Done);
-    EXPECT_EQ(EventsOf("result").back().at("code"), "S_OK");
-    EXPECT_EQ(EventsOf("message").back().at("text"), R"({"event":"velmart_over","content":"\"}, broken {"})");
+    EXPECT_EQ(SessionPlayer::Done, SessionPlayer(session, {module_, ""}, receive).Play());
+    EXPECT_EQ("S_OK", EventsOf("result").back().at("code"));
+    EXPECT_EQ(R"({"event":"velmart_over","content":"\"}, broken {"})", EventsOf("message").back().at("text"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -222,54 +173,35 @@ TEST_F(SessionPlayerTest, PlaceholdersInAMessageCannotBreakItsJson)
 
 TEST_F(SessionPlayerTest, AWaitFindsAnEventOfTheStepBefore)
 {
-    EXPECT_EQ(PlaySteps(R"({"message": {"event": "velmart_ready", "content": {}}}, {"wait": "notification"})"),
-              SessionPlayer::Done);
-}
-
-TEST_F(SessionPlayerTest, OneEventEndsOneWait)
-{
-    EXPECT_EQ(PlaySteps(R"({"message": {"event": "velmart_ready", "content": {}}},
-                           {"wait": "notification"}, {"wait": "notification"})"),
-              SessionPlayer::Failed);
-    EXPECT_EQ(events_.back().at("step"), 3);
-}
-
-TEST_F(SessionPlayerTest, AStepThatActsForgetsTheEventsOfBefore)
-{
-    EXPECT_EQ(PlaySteps(R"({"message": {"event": "velmart_ready", "content": {}}}, {"message": "x"},
-                           {"wait": "notification"})"),
-              SessionPlayer::Failed);
+    PlaySteps(Ready + R"(, {"wait": "notification"})");
 }
 
 TEST_F(SessionPlayerTest, AnAnswerForgetsNoEvents)
 {
-    EXPECT_EQ(PlaySteps(R"({"message": {"event": "velmart_ready", "content": {}}},
-                           {"answer": {"dialog": "d", "button": 1}}, {"wait": "notification"})"),
-              SessionPlayer::Done);
+    PlaySteps(Ready + R"(, {"answer": {"dialog": "d", "button": 1}}, {"wait": "notification"})");
 }
 
 TEST_F(SessionPlayerTest, AWaitForWhatCannotComeFailsAtOnce)
 {
-    EXPECT_EQ(PlaySteps(R"({"wait": "transfer", "seconds": 86400})"), SessionPlayer::Failed);
-    EXPECT_EQ(events_.back(), Json::parse(R"({"event": "end", "status": 1, "step": 1, "reason":
-        "no event \"transfer\" has come, and nothing is left that could bring it"})"));
+    const auto reason = [](const std::string& event) {
+        return "no event \"" + event + "\" has come, and nothing is left that could bring it";
+    };
+    EXPECT_EQ(reason("transfer"), FailureOfSteps(R"({"wait": "transfer", "seconds": 86400})"));
+    EXPECT_EQ(1, events_.back().at("step"));
+    // One event ends one wait, and a step that acts forgets those of before.
+    for (const char* again : {R"({"wait": "notification"})", R"({"message": "x"})"}) {
+        EXPECT_EQ(reason("notification"), FailureOfSteps(Ready + ", " + again + R"(, {"wait": "notification"})"));
+        EXPECT_EQ(3, events_.back().at("step")) << again;
+    }
 }
 
 TEST_F(SessionPlayerTest, AWaitEndsAtItsLimitAlsoWhileATransferRuns)
 {
-    EXPECT_EQ(PlaySteps(Download("/archive?entries=100&piece=1&pause=600000") +
-                        R"(, {"wait": "notification", "seconds": 0.05})"),
-              SessionPlayer::Failed);
-    EXPECT_EQ(events_.back().at("step"), 2);
-    EXPECT_EQ(Reason(), "no event \"notification\" has come within 50 ms");
-}
-
-TEST_F(SessionPlayerTest, AWaitForIdleEndsAtItsLimit)
-{
-    EXPECT_EQ(
-        PlaySteps(Download("/archive?entries=100&piece=1&pause=600000") + R"(, {"wait": "idle", "seconds": 0.05})"),
-        SessionPlayer::Failed);
-    EXPECT_EQ(Reason(), "the host has not become idle within 50 ms");
+    EXPECT_EQ("no event \"notification\" has come within 50 ms",
+              FailureOfSteps(Slow + R"(, {"wait": "notification", "seconds": 0.05})"));
+    EXPECT_EQ(2, events_.back().at("step"));
+    EXPECT_EQ("the host has not become idle within 50 ms",
+              FailureOfSteps(Slow + R"(, {"wait": "idle", "seconds": 0.05})"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -277,28 +209,21 @@ TEST_F(SessionPlayerTest, AWaitForIdleEndsAtItsLimit)
 
 TEST_F(SessionPlayerTest, APushOnTheCloseBoxCancelsADownload)
 {
-    EXPECT_EQ(PlaySteps(Download("/archive?entries=100&piece=1&pause=600000") + R"(, {"wait": "window"},
-                        {"push": {"dialog": "ZALVelmartDownloadProgressDlg", "control": "CLOSE"}},
-                        {"wait": "dialog"})"),
-              SessionPlayer::Done);
-    EXPECT_EQ(EventsOf("transfer").at(0).at("status"), 4);
-    EXPECT_EQ(EventsOf("dialog").at(0).at("name"), "FileDownloadErrorNotify");
-}
-
-TEST_F(SessionPlayerTest, ASessionMayEndByClosingTheProgressWindowOfARunningTransfer)
-{
-    EXPECT_EQ(PlaySteps(Download("/archive?entries=100&piece=1&pause=600000") + R"(, {"wait": "window"},
-                        {"push": {"dialog": "ZALVelmartDownloadProgressDlg", "control": "CLOSE"}})"),
-              SessionPlayer::Done);
-    ASSERT_EQ(EventsOf("transfer").size(), 1U);
-    EXPECT_EQ(EventsOf("transfer")[0].at("status"), 4);
-    EXPECT_EQ(events_.back(), Json::parse(R"({"event": "end", "status": 0})"));
+    const std::string steps =
+        Slow + R"(, {"wait": "window"}, {"push": {"dialog": "ZALVelmartDownloadProgressDlg", "control": "CLOSE"}})";
+    PlaySteps(steps + R"(, {"wait": "dialog"})");
+    EXPECT_THAT(Values("transfer", "status"), ElementsAre(ZALHttpStatusCancelled));
+    EXPECT_THAT(Values("dialog", "name"), ElementsAre("FileDownloadErrorNotify"));
+    // A session may end by it too.
+    PlaySteps(steps);
+    EXPECT_THAT(Values("transfer", "status"), ElementsAre(ZALHttpStatusCancelled));
+    EXPECT_EQ(Json::parse(R"({"event": "end", "status": 0})"), events_.back());
 }
 
 TEST_F(SessionPlayerTest, APushOnADialogThatIsNotThereFails)
 {
-    EXPECT_EQ(PlaySteps(R"({"push": {"dialog": "None", "control": "OK"}})"), SessionPlayer::Failed);
-    EXPECT_EQ(Reason(), "\"OK\" of \"None\" cannot be pushed: no such dialog is shown");
+    EXPECT_EQ("\"OK\" of \"None\" cannot be pushed: no such dialog is shown",
+              FailureOfSteps(R"({"push": {"dialog": "None", "control": "OK"}})"));
 }
 
 TEST_F(SessionPlayerTest, AControlThatCannotDoWhatIsAskedFailsTheStep)
@@ -312,53 +237,46 @@ TEST_F(SessionPlayerTest, AControlThatCannotDoWhatIsAskedFailsTheStep)
         {R"("control": "VLDownloadLocationButton", "text": "x")", "the control takes no text"},
         {R"("control": "VLDownloadLocationEditor", "state": true)", "the control has no state"},
         {R"("control": "VLDoNotRemindDownloadLocationCheckButton", "state": true)", "the control takes no input"}};
-    for (const auto& [push, reason] : cases) {
-        EXPECT_EQ(Play(R"({"settings": {"locks": {"DoNotRemindDownloadLocation": "R"}}, "steps": [{"options": "open"},
-                           {"push": {"dialog": "Options", )" +
-                       std::string(push) + "}}]}"),
-                  SessionPlayer::Failed);
-        EXPECT_NE(Reason().find(reason), std::string::npos) << Reason();
-    }
+    for (const auto& [push, reason] : cases)
+        EXPECT_THAT(FailureOf(R"({"settings": {"locks": {"DoNotRemindDownloadLocation": "R"}}, "steps": [
+                        {"options": "open"}, {"push": {"dialog": "Options", )" +
+                              std::string(push) + "}}]}"),
+                    HasSubstr(reason));
 }
 
 TEST_F(SessionPlayerTest, TheLocationDialogIsFilledInAndTheDownloadGoesOn)
 {
-    EXPECT_EQ(Play(R"({"steps": [)" + Download("/archive?entries=1") + R"(, {"wait": "transfer"},
+    Play(R"({"steps": [)" + OnePart + R"(, {"wait": "transfer"},
         {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "VLDownloadLocationEditor",
                   "text": "${DOWNLOADS}"}},
         {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "VLDoNotRemindDownloadLocationCheckButton",
                   "state": true}},
         {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "OK"}}, {"wait": "settings"},
-        {"wait": "extracted"}, {"wait": "idle"}]})"),
-              SessionPlayer::Done)
-        << Reason();
-    EXPECT_TRUE(std::filesystem::exists(Downloads() / "part-000001.ZALPart"));
+        {"wait": "extracted"}, {"wait": "idle"}]})");
+    EXPECT_TRUE(HasPart());
     const std::vector<Json> pushes = EventsOf("push");
-    ASSERT_EQ(pushes.size(), 3U);
-    EXPECT_EQ(pushes[0]["text"], Downloads().string());
-    EXPECT_EQ(pushes[1].dump(), R"({"event":"push","dialog":"ZALVelmartDownloadLocationDlg",)"
-                                R"("control":"VLDoNotRemindDownloadLocationCheckButton","state":true})");
-    EXPECT_EQ(pushes[2].dump(), R"({"event":"push","dialog":"ZALVelmartDownloadLocationDlg","control":"OK"})");
+    ASSERT_EQ(3U, pushes.size());
+    EXPECT_EQ(Downloads().string(), pushes[0]["text"]);
+    EXPECT_EQ(R"({"event":"push","dialog":"ZALVelmartDownloadLocationDlg",)"
+              R"("control":"VLDoNotRemindDownloadLocationCheckButton","state":true})",
+              pushes[1].dump());
+    EXPECT_EQ(R"({"event":"push","dialog":"ZALVelmartDownloadLocationDlg","control":"OK"})", pushes[2].dump());
 }
 
 TEST_F(SessionPlayerTest, TheFolderIsChosenByTheChooser)
 {
-    EXPECT_EQ(Play(R"({"steps": [)" + Download("/archive?entries=1") + R"(, {"wait": "transfer"},
+    Play(R"({"steps": [)" + OnePart + R"(, {"wait": "transfer"},
         {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "VLDownloadLocationButton"}},
         {"push": {"dialog": "ZALVelmartDownloadDirectoryChooserDlg", "control": "FOLDER", "text": "${DOWNLOADS}"}},
         {"push": {"dialog": "ZALVelmartDownloadDirectoryChooserDlg", "control": "OK"}},
-        {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "OK"}}, {"wait": "idle"}]})"),
-              SessionPlayer::Done)
-        << Reason();
-    EXPECT_TRUE(std::filesystem::exists(Downloads() / "part-000001.ZALPart"));
+        {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "OK"}}, {"wait": "idle"}]})");
+    EXPECT_TRUE(HasPart());
 }
 
 TEST_F(SessionPlayerTest, ALocationDialogThatIsLeftOpenGoesWithTheSession)
 {
-    EXPECT_EQ(Play(R"({"steps": [)" + Download("/archive?entries=1") + R"(, {"wait": "transfer"},
-        {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "VLDownloadLocationButton"}}]})"),
-              SessionPlayer::Done)
-        << Reason();
+    Play(R"({"steps": [)" + OnePart + R"(, {"wait": "transfer"},
+        {"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "VLDownloadLocationButton"}}]})");
     EXPECT_TRUE(EventsOf("extracted").empty());
 }
 
@@ -369,54 +287,44 @@ TEST_F(SessionPlayerTest, ThePageOfSettingsEditsSavesAndGoesBack)
 {
     const std::filesystem::path file = folder_.Path() / "settings.json";
     std::ofstream(file) << Json{{"DownloadLocation", "/before"}, {"administrator", {{"DownloadLocation", "/admin"}}}};
-    EXPECT_EQ(Play(R"({"settingsFile": ")" + file.string() + R"(", "steps": [{"options": "open"},
+    Play(R"({"settingsFile": ")" + file.string() + R"(", "steps": [{"options": "open"},
         {"options": "refresh"},
         {"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "text": "${DOWNLOADS}"}},
         {"push": {"dialog": "Options", "control": "VLDoNotRemindDownloadLocationCheckButton", "state": 262144}},
-        {"options": "save"}]})"),
-              SessionPlayer::Done)
-        << Reason();
+        {"options": "save"}]})");
     const auto read = [&] { return Json::parse(std::ifstream(file)); };
-    EXPECT_EQ(read()["DownloadLocation"], Downloads().string());
-    EXPECT_EQ(read()["DoNotRemindDownloadLocation"], true);
-    std::vector<std::string> results;
-    for (const Json& result : EventsOf("result"))
-        results.push_back(result["operation"].get<std::string>() + " " + result["code"].get<std::string>());
-    EXPECT_EQ(results,
-              (std::vector<std::string>{"SetAccessDialog S_OK", "CreateFrame S_OK", "Refresh S_OK", "Save S_OK"}));
-    EXPECT_EQ(EventsOf("options").size(), 3U);
+    EXPECT_EQ(Downloads().string(), read()["DownloadLocation"]);
+    EXPECT_EQ(true, read()["DoNotRemindDownloadLocation"]);
+    EXPECT_THAT(Values("result", "operation"), ElementsAre("SetAccessDialog", "CreateFrame", "Refresh", "Save"));
+    EXPECT_THAT(Values("result", "code"), Each("S_OK"));
+    EXPECT_EQ(3U, EventsOf("options").size());
 
     for (const auto& [operation, expected] :
          {std::pair("restore", Downloads().string()), std::pair("reset", std::string("/admin"))}) {
-        EXPECT_EQ(Play(R"({"settingsFile": ")" + file.string() + R"(", "steps": [{"options": "open"},
+        Play(R"({"settingsFile": ")" + file.string() +
+             R"(", "steps": [{"options": "open"},
             {"options": "refresh"},
             {"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "text": "${ZALTemp}"}},
             {"options": ")" +
-                       operation + R"("}, {"options": "save"}]})"),
-                  SessionPlayer::Done)
-            << Reason();
+             operation + R"("}, {"options": "save"}]})");
         EXPECT_EQ(read()["DownloadLocation"], expected) << operation;
     }
 }
 
 TEST_F(SessionPlayerTest, ARestoreGoesBackToTheSettingsOfTheSession)
 {
-    EXPECT_EQ(Play(R"({"settings": {"DownloadLocation": "${DOWNLOADS}", "DoNotRemindDownloadLocation": true},
+    Play(R"({"settings": {"DownloadLocation": "${DOWNLOADS}", "DoNotRemindDownloadLocation": true},
         "steps": [{"options": "open"},
         {"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "text": "${ZALTemp}"}},
         {"options": "restore"}, )" +
-                   Download("/archive?entries=1") + R"(, {"wait": "extracted"}]})"),
-              SessionPlayer::Done)
-        << Reason();
-    EXPECT_TRUE(std::filesystem::exists(Downloads() / "part-000001.ZALPart"));
+         OnePart + R"(, {"wait": "extracted"}]})");
+    EXPECT_TRUE(HasPart());
 }
 
 TEST_F(SessionPlayerTest, ThePageOfSettingsIsOpenedOnceAndBeforeItsOperations)
 {
-    EXPECT_EQ(PlaySteps(R"({"options": "refresh"})"), SessionPlayer::Failed);
-    EXPECT_EQ(Reason(), "the options are not open");
-    EXPECT_EQ(PlaySteps(R"({"options": "open"}, {"options": "open"})"), SessionPlayer::Failed);
-    EXPECT_EQ(Reason(), "the options are open already");
+    EXPECT_EQ("the options are not open", FailureOfSteps(R"({"options": "refresh"})"));
+    EXPECT_EQ("the options are open already", FailureOfSteps(R"({"options": "open"}, {"options": "open"})"));
 }
 
 TEST_F(SessionPlayerTest, ASaveThatFailsIsAResultAndFailsNoStep)
@@ -424,37 +332,33 @@ TEST_F(SessionPlayerTest, ASaveThatFailsIsAResultAndFailsNoStep)
     const std::filesystem::path file = folder_.Path() / "settings.json";
     std::ofstream(file) << "{}";
     std::filesystem::permissions(file, std::filesystem::perms::owner_read);
-    EXPECT_EQ(Play(R"({"settingsFile": ")" + file.string() + R"(", "steps": [{"options": "open"},
-                      {"options": "save"}]})"),
-              SessionPlayer::Done);
-    EXPECT_EQ(EventsOf("result").back()["code"], "0x80004005");
-    EXPECT_EQ(EventsOf("settings").at(0)["action"], "failed");
+    Play(R"({"settingsFile": ")" + file.string() + R"(", "steps": [{"options": "open"},
+                      {"options": "save"}]})");
+    EXPECT_EQ("0x80004005", EventsOf("result").back()["code"]);
+    EXPECT_EQ("failed", EventsOf("settings").at(0)["action"]);
 }
 
 TEST_F(SessionPlayerTest, AQuestionTakesItsAnswersInOrderAndIsClosedWithoutOne)
 {
     std::ofstream(Downloads() / "part-000001.ZALPart") << "old";
-    const std::string download = Download("/archive?entries=1") + R"(, {"wait": "notification"})";
-    EXPECT_EQ(PlaySteps(R"({"answer": {"dialog": "OverwriteNotify", "button": 3}}, )" + download + ", " + download),
-              SessionPlayer::Done);
-    ASSERT_EQ(EventsOf("dialog").size(), 2U);
-    EXPECT_EQ(EventsOf("dialog").at(0).at("name"), "OverwriteNotify");
-    EXPECT_EQ(EventsOf("dialog").at(0).at("answer"), 3);
-    EXPECT_EQ(EventsOf("dialog").at(1).at("answer"), 0);
+    const std::string download = OnePart + R"(, {"wait": "notification"})";
+    PlaySteps(R"({"answer": {"dialog": "OverwriteNotify", "button": 3}}, )" + download + ", " + download);
+    EXPECT_THAT(Values("dialog", "name"), ElementsAre("OverwriteNotify", "OverwriteNotify"));
+    EXPECT_THAT(Values("dialog", "answer"), ElementsAre(3, 0));
     EXPECT_FALSE(events_.back().contains("unusedAnswers"));
 }
 
 TEST_F(SessionPlayerTest, AnswersThatNoDialogUsedAreCounted)
 {
-    EXPECT_EQ(PlaySteps(R"({"answer": {"dialog": "OverwriteNotify", "button": 3}})"), SessionPlayer::Done);
-    EXPECT_EQ(events_.back().at("unusedAnswers"), 1);
+    PlaySteps(R"({"answer": {"dialog": "OverwriteNotify", "button": 3}})");
+    EXPECT_EQ(1, events_.back().at("unusedAnswers"));
 }
 
 TEST_F(SessionPlayerTest, AFailedReplyIsToldToTheUser)
 {
-    EXPECT_EQ(PlaySteps(Download("/archive?entries=1&cut=10") + R"(, {"wait": "dialog"})"), SessionPlayer::Done);
-    EXPECT_EQ(EventsOf("transfer").at(0).at("status"), 3);
-    EXPECT_EQ(EventsOf("dialog").at(0).at("name"), "FileDownloadErrorNotify");
+    PlaySteps(Download("/archive?entries=1&cut=10") + R"(, {"wait": "dialog"})");
+    EXPECT_THAT(Values("transfer", "status"), ElementsAre(ZALHttpStatusFailed));
+    EXPECT_THAT(Values("dialog", "name"), ElementsAre("FileDownloadErrorNotify"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -469,22 +373,20 @@ TEST_F(SessionPlayerTest, TheEnvironmentIsChangedForTheSessionOnly)
         const char* set = ::getenv("OPENHOST_TEST_SET");
         seen.push_back(std::string(set ? set : "none") + (::getenv("OPENHOST_TEST_GONE") ? ", there" : ", gone"));
     };
-    EXPECT_EQ(Play(R"({"environment": {"OPENHOST_TEST_SET": "at ${BASE}", "OPENHOST_TEST_GONE": null}, "steps": []})"),
-              SessionPlayer::Done);
-    EXPECT_EQ(seen.front(), "at " + service_.GetAddress() + ", gone");
-    EXPECT_EQ(seen.back(), "none, there");
+    Play(R"({"environment": {"OPENHOST_TEST_SET": "at ${BASE}", "OPENHOST_TEST_GONE": null}, "steps": []})");
+    EXPECT_EQ("at " + service_.GetAddress() + ", gone", seen.front());
+    EXPECT_EQ("none, there", seen.back());
     EXPECT_STREQ(::getenv("OPENHOST_TEST_GONE"), "before");
-    EXPECT_EQ(::getenv("OPENHOST_TEST_SET"), nullptr);
+    EXPECT_EQ(nullptr, ::getenv("OPENHOST_TEST_SET"));
 }
 
 TEST_F(SessionPlayerTest, PathVariablesCountFromTheFolderOfTheSession)
 {
     std::filesystem::create_directory(folder_.Path() / "temporary");
-    EXPECT_EQ(Play(R"({"variables": {"ZALTemp": "temporary"},
+    Play(R"({"variables": {"ZALTemp": "temporary"},
                        "settings": {"DownloadLocation": "${ZALTemp}", "DoNotRemindDownloadLocation": true},
                        "steps": [)" +
-                   Download("/archive?entries=1") + R"(, {"wait": "notification"}]})"),
-              SessionPlayer::Done);
+         OnePart + R"(, {"wait": "notification"}]})");
     EXPECT_TRUE(std::filesystem::exists(folder_.Path() / "temporary" / "VelmartDownloadedQ7Files.zip"));
     EXPECT_TRUE(std::filesystem::exists(folder_.Path() / "temporary" / "part-000001.ZALPart"));
 }
@@ -501,11 +403,11 @@ TEST_F(SessionPlayerTest, TemporaryFilesAndInstallationHaveAPlaceByDefault)
         EXPECT_TRUE(std::filesystem::is_directory(temporary));
     };
     ::unsetenv(InstallationVariable);
-    EXPECT_EQ(PlaySteps(""), SessionPlayer::Done);
+    PlaySteps("");
     EXPECT_FALSE(temporary.empty());
     EXPECT_FALSE(std::filesystem::exists(temporary));
-    EXPECT_EQ(installation, folder_.Path() / "installation");
-    EXPECT_EQ(GetPathVariable(InstallationVariable), "");
+    EXPECT_EQ(folder_.Path() / "installation", installation);
+    EXPECT_EQ("", GetPathVariable(InstallationVariable));
 }
 
 TEST_F(SessionPlayerTest, SettingsAndLocksHoldForTheSession)
@@ -516,12 +418,11 @@ TEST_F(SessionPlayerTest, SettingsAndLocksHoldForTheSession)
         locked = locked || SettingsStore::Current().IsLocked(SettingsStore::DownloadLocation);
         folder += SettingsStore::Current().Values().downloadLocation == Downloads().c_str() ? "d" : "-";
     };
-    EXPECT_EQ(Play(R"({"settings": {"DownloadLocation": "${DOWNLOADS}", "locks": {"DownloadLocation": "R"}},
-                       "steps": []})"),
-              SessionPlayer::Done);
+    Play(R"({"settings": {"DownloadLocation": "${DOWNLOADS}", "locks": {"DownloadLocation": "R"}},
+                       "steps": []})");
     EXPECT_TRUE(locked);
-    EXPECT_EQ(folder.front(), 'd');
-    EXPECT_EQ(folder.back(), '-');
+    EXPECT_EQ('d', folder.front());
+    EXPECT_EQ('-', folder.back());
     EXPECT_FALSE(SettingsStore::Current().IsLocked(SettingsStore::DownloadLocation));
 }
 
@@ -529,53 +430,40 @@ TEST_F(SessionPlayerTest, SettingsComeFromAFile)
 {
     std::ofstream(folder_.Path() / "settings.json")
         << Json{{"DownloadLocation", Downloads().string()}, {"DoNotRemindDownloadLocation", true}};
-    EXPECT_EQ(Play(R"({"settingsFile": "settings.json", "steps": [)" + Download("/archive?entries=1") +
-                   R"(, {"wait": "notification"}]})"),
-              SessionPlayer::Done);
-    EXPECT_TRUE(std::filesystem::exists(Downloads() / "part-000001.ZALPart"));
+    Play(R"({"settingsFile": "settings.json", "steps": [)" + OnePart + R"(, {"wait": "notification"}]})");
+    EXPECT_TRUE(HasPart());
 }
 
-TEST_F(SessionPlayerTest, ADamagedFileOfSettingsFailsTheSession)
+TEST_F(SessionPlayerTest, SettingsThatAreDamagedOrAFolderFailTheSession)
 {
-    std::ofstream(folder_.Path() / "settings.json") << "{";
-    EXPECT_EQ(Play(R"({"settingsFile": "settings.json", "steps": []})"), SessionPlayer::Failed);
-    EXPECT_THAT(Reason(), HasSubstr("settings.json"));
-}
-
-TEST_F(SessionPlayerTest, AFolderInThePlaceOfTheSettingsFailsTheSessionAndStays)
-{
-    std::filesystem::create_directory(folder_.Path() / "settings.json");
-    EXPECT_EQ(Play(R"({"settingsFile": "settings.json", "steps": []})"), SessionPlayer::Failed);
-    EXPECT_THAT(Reason(), HasSubstr("settings.json"));
-    EXPECT_TRUE(std::filesystem::is_directory(folder_.Path() / "settings.json"));
+    const std::string session = R"({"settingsFile": "settings.json", "steps": []})";
+    const std::filesystem::path file = folder_.Path() / "settings.json";
+    std::ofstream(file) << "{";
+    EXPECT_THAT(FailureOf(session), HasSubstr("settings.json"));
+    std::filesystem::remove(file);
+    std::filesystem::create_directory(file);
+    EXPECT_THAT(FailureOf(session), HasSubstr("settings.json"));
+    EXPECT_TRUE(std::filesystem::is_directory(file));
 }
 
 TEST_F(SessionPlayerTest, ASaveThatCannotBeWrittenFailsItsStepAndLosesNothing)
 {
-    CadDocument document;
-    document.kind = DocumentKind::Product;
-    document.partNumber = "top";
-    const std::filesystem::path top = folder_.Path() / "top.ZALProduct";
-    WriteDocument(document, top);
+    const std::filesystem::path top = WriteProduct("top.ZALProduct");
+    const CadDocument document = ReadDocument(top);
     std::ofstream(folder_.Path() / "file") << "a file";
     for (const char* place : {"file/new.ZALProduct", "none/new.ZALProduct", "new.ZALPart", "downloads"}) {
-        EXPECT_EQ(Play(R"({"documents": ["top.ZALProduct"],
+        EXPECT_THAT(FailureOf(R"({"documents": ["top.ZALProduct"],
                            "steps": [{"save": "top.ZALProduct", "as": ")" +
-                       std::string(place) + "\"}]}"),
-                  SessionPlayer::Failed);
-        EXPECT_THAT(Reason(), HasSubstr(place));
-        EXPECT_EQ(events_.back()["step"], 1);
-        EXPECT_EQ(ReadDocument(top), document);
+                              std::string(place) + "\"}]}"),
+                    HasSubstr(place));
+        EXPECT_EQ(1, events_.back()["step"]);
+        EXPECT_EQ(document, ReadDocument(top)) << place;
     }
 }
 
 TEST_F(SessionPlayerTest, WithoutAFrameADownloadHasNoWindow)
 {
-    EXPECT_EQ(Play(R"({"frame": false,
-                       "settings": {"DownloadLocation": "${DOWNLOADS}", "DoNotRemindDownloadLocation": true},
-                       "steps": [)" +
-                   Download("/archive?entries=1") + R"(, {"wait": "notification"}]})"),
-              SessionPlayer::Done);
+    Play(R"({"frame": false, )" + WithSteps(OnePart + R"(, {"wait": "notification"})").substr(1));
     EXPECT_TRUE(EventsOf("window").empty());
 }
 
@@ -586,71 +474,63 @@ TEST_F(SessionPlayerTest, TheWorkshopIsTheFramesAndTheFrameEnds)
         if (ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame())
             workshop = frame->GetCurrentWorkshop().CastToCharPtr();
     };
-    EXPECT_EQ(Play(R"({"workshop": "PartWorkshop", "steps": []})"), SessionPlayer::Done);
-    EXPECT_EQ(workshop, "PartWorkshop");
-    EXPECT_EQ(ZALApplicationFrame::GetFrame(), nullptr);
+    Play(R"({"workshop": "PartWorkshop", "steps": []})");
+    EXPECT_EQ("PartWorkshop", workshop);
+    EXPECT_EQ(nullptr, ZALApplicationFrame::GetFrame());
 }
 
 TEST_F(SessionPlayerTest, OpenDocumentsGiveAnEditorAndTheLastIsActive)
 {
     bool editor = false;
     observe_ = [&] { editor = editor || ZALFrmEditor::GetCurrentEditor(); };
-    EXPECT_EQ(PlaySteps(""), SessionPlayer::Done);
+    PlaySteps("");
     EXPECT_FALSE(editor);
 
-    for (const char* name : {"a.ZALProduct", "b.ZALProduct"}) {
-        CadDocument document;
-        document.kind = DocumentKind::Product;
-        document.partNumber = name;
-        WriteDocument(document, folder_.Path() / name);
-    }
-    EXPECT_EQ(Play(R"({"documents": ["a.ZALProduct", "b.ZALProduct"], "steps": []})"), SessionPlayer::Done);
+    const std::filesystem::path first = WriteProduct("a.ZALProduct");
+    const std::filesystem::path last = WriteProduct("b.ZALProduct");
+    Play(R"({"documents": ["a.ZALProduct", "b.ZALProduct"], "steps": []})");
     EXPECT_TRUE(editor);
-    ASSERT_EQ(EventsOf("document").size(), 2U);
-    EXPECT_EQ(EventsOf("document").at(0).at("path"), (folder_.Path() / "a.ZALProduct").string());
-    EXPECT_EQ(EventsOf("document").at(0).at("action"), "opened");
-    EXPECT_EQ(EventsOf("document").at(1).at("path"), (folder_.Path() / "b.ZALProduct").string());
+    EXPECT_THAT(Values("document", "path"), ElementsAre(first.string(), last.string()));
+    EXPECT_THAT(Values("document", "action"), Each("opened"));
 }
 
 TEST_F(SessionPlayerTest, ADocumentThatIsMissingOrNoneFailsTheSession)
 {
     std::ofstream(folder_.Path() / "text.ZALPart") << "text";
-    EXPECT_EQ(Play(R"({"documents": ["missing.ZALPart"], "steps": []})"), SessionPlayer::Failed);
-    EXPECT_THAT(Reason(), HasSubstr("missing.ZALPart"));
-    EXPECT_EQ(Play(R"({"documents": ["text.ZALPart"], "steps": []})"), SessionPlayer::Failed);
-    EXPECT_THAT(Reason(), HasSubstr("text.ZALPart"));
+    for (const std::string name : {"missing.ZALPart", "text.ZALPart"})
+        EXPECT_THAT(FailureOf(R"({"documents": [")" + name + R"("], "steps": []})"), HasSubstr(name));
 }
 
 TEST_F(SessionPlayerTest, TracesComeWhenTheSessionAsksForThem)
 {
     const std::string steps = R"("steps": [{"message": {"event": "velmart_over", "content": 0}}]})";
-    EXPECT_EQ(Play("{" + steps), SessionPlayer::Done);
+    Play("{" + steps);
     EXPECT_TRUE(EventsOf("trace").empty());
-    EXPECT_EQ(Play("{\"traces\": true, " + steps), SessionPlayer::Done);
+    Play("{\"traces\": true, " + steps);
     EXPECT_THAT(EventsOf("trace"),
                 Contains(Json{{"event", "trace"},
                               {"name", "ZALVelmartIntegration"},
                               {"text", "ZALVelmartMeridiaAccessAddin::OnJSMessage Event: velmart_over"}}));
-    EXPECT_EQ(Play("{" + steps), SessionPlayer::Done);
+    Play("{" + steps);
     EXPECT_TRUE(EventsOf("trace").empty());
 }
 
 TEST_F(SessionPlayerTest, ASecondSessionOfTheProcessKnowsNothingOfTheFirst)
 {
-    EXPECT_EQ(PlaySteps(Download("/archive?entries=100&piece=1&pause=600000")), SessionPlayer::Done);
+    PlaySteps(Slow);
     // The module takes one download at a time.
-    EXPECT_EQ(PlaySteps(Download("/archive?entries=1") + R"(, {"wait": "notification"})"), SessionPlayer::Done);
-    EXPECT_TRUE(std::filesystem::exists(Downloads() / "part-000001.ZALPart"));
+    PlaySteps(OnePart + R"(, {"wait": "notification"})");
+    EXPECT_TRUE(HasPart());
 }
 
 TEST_F(SessionPlayerTest, TheJournalGoesBackToWhereItWent)
 {
     int lines = 0;
     journal::Redirect([&](const Json&) { ++lines; });
-    EXPECT_EQ(PlaySteps(""), SessionPlayer::Done);
-    journal::Write("after");
+    PlaySteps("");
+    journal::Send({{"event", "after"}});
     journal::Redirect({});
-    EXPECT_EQ(lines, 1);
+    EXPECT_EQ(1, lines);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -658,14 +538,10 @@ TEST_F(SessionPlayerTest, TheJournalGoesBackToWhereItWent)
 
 TEST_F(SessionPlayerTest, ThePanelIsOpenAtTheStartAndCanBeClosedAndOpened)
 {
-    EXPECT_EQ(PlaySteps(R"({"panel": "close"}, {"panel": "open"}, {"panel": "open"},
-                           {"message": {"event": "velmart_over", "content": {}}})"),
-              SessionPlayer::Done);
-    std::vector<std::string> actions;
-    for (const Json& event : EventsOf("panel"))
-        actions.push_back(event["action"]);
-    EXPECT_EQ(actions, (std::vector<std::string>{"opened", "closed", "opened", "closed"}));
-    EXPECT_EQ(EventsOf("result").size(), 3U); // SetAccessDialog twice, OnJSMessage
+    PlaySteps(R"({"panel": "close"}, {"panel": "open"}, {"panel": "open"},
+                           {"message": {"event": "velmart_over", "content": {}}})");
+    EXPECT_THAT(Values("panel", "action"), ElementsAre("opened", "closed", "opened", "closed"));
+    EXPECT_THAT(Values("result", "operation"), ElementsAre("SetAccessDialog", "SetAccessDialog", "OnJSMessage"));
     EXPECT_THAT(EventsOf("notification"),
                 Contains(Json::parse(R"({"event": "notification", "class": "ZALDlgWindCloseNotification",
                                          "publisher": "PanelEvents"})")));
@@ -674,8 +550,7 @@ TEST_F(SessionPlayerTest, ThePanelIsOpenAtTheStartAndCanBeClosedAndOpened)
 TEST_F(SessionPlayerTest, AMessageAndAPageAndACloseNeedAPanel)
 {
     for (const char* step : {R"({"message": "{}"})", R"({"url": "http://a/"})", R"({"panel": "close"})"}) {
-        EXPECT_EQ(PlaySteps(std::string(R"({"panel": "close"}, )") + step), SessionPlayer::Failed);
-        EXPECT_EQ(Reason(), "the panel is closed") << step;
+        EXPECT_EQ("the panel is closed", FailureOfSteps(std::string(R"({"panel": "close"}, )") + step)) << step;
     }
 }
 
@@ -684,29 +559,20 @@ TEST_F(SessionPlayerTest, APageOfTheCatalogueGetsTheScriptOfTheInstallation)
     const std::filesystem::path webapp = folder_.Path() / "installation" / "webapps" / "ZALVelmartIntegrationJS";
     std::filesystem::create_directories(webapp);
     std::ofstream(webapp / "OpApiHandlers.js") << "connect('%USAGE_CONTEXT%');";
-    EXPECT_EQ(PlaySteps(R"({"url": "https://velmart.example/"})"), SessionPlayer::Done);
-    ASSERT_EQ(EventsOf("script").size(), 1U);
-    EXPECT_EQ(EventsOf("script")[0]["text"], "connect('SidePanel');");
+    PlaySteps(R"({"url": "https://velmart.example/"})");
+    EXPECT_THAT(Values("script", "text"), ElementsAre("connect('SidePanel');"));
 }
 
 TEST_F(SessionPlayerTest, ACommandIsStartedAsAUserDoes)
 {
-    EXPECT_EQ(PlaySteps(R"({"command": "Unknown"})"), SessionPlayer::Failed);
-    EXPECT_EQ(Reason(), "there is no command \"Unknown\"");
+    EXPECT_EQ("there is no command \"Unknown\"", FailureOfSteps(R"({"command": "Unknown"})"));
 
-    EXPECT_EQ(PlaySteps(R"({"command": "ZALVelmartFindSimilarCmd"})"), SessionPlayer::Failed);
-    EXPECT_EQ(Reason(), "the command \"ZALVelmartFindSimilarCmd\" is not available");
+    EXPECT_EQ("the command \"ZALVelmartFindSimilarCmd\" is not available",
+              FailureOfSteps(R"({"command": "ZALVelmartFindSimilarCmd"})"));
 
-    EXPECT_EQ(PlaySteps(R"({"message": {"event": "velmart_ready", "content": {}}},
-                           {"command": "ZALVelmartFindSimilarCmd"}, {"wait": "dialog"}, {"wait": "idle"})"),
-              SessionPlayer::Done);
-    ASSERT_EQ(EventsOf("dialog").size(), 1U); // nothing is selected
-    EXPECT_EQ(EventsOf("dialog")[0]["name"], "FileDownloadErrorNotify");
-    std::vector<std::string> actions;
-    for (const Json& event : EventsOf("command"))
-        if (event.contains("action"))
-            actions.push_back(event["action"]);
-    EXPECT_EQ(actions, (std::vector<std::string>{"begun", "ended"}));
+    PlaySteps(Ready + R"(, {"command": "ZALVelmartFindSimilarCmd"}, {"wait": "dialog"}, {"wait": "idle"})");
+    EXPECT_THAT(Values("dialog", "name"), ElementsAre("FileDownloadErrorNotify")); // nothing is selected
+    EXPECT_THAT(Values("command", "action"), ElementsAre("begun", "ended"));
 }
 
 TEST_F(SessionPlayerTest, AHighlightedElementIsWhatACommandWorksOn)
@@ -717,17 +583,15 @@ TEST_F(SessionPlayerTest, AHighlightedElementIsWhatACommandWorksOn)
     const std::string session = R"({"documents": ["bolt.ZALPart"], "traces": true, "steps": [
         {"message": {"event": "velmart_ready", "content": {"searchByUploadUrl": "${BASE}/upload"}}},
         {"highlight": "NAME"}, {"command": "ZALVelmartFindSimilarCmd"}, {"wait": "idle"}]})";
-    const auto playWith = [&](const std::string& name) {
-        std::string text = session;
-        return Play(text.replace(text.find("NAME"), 4, name));
+    const auto highlighting = [](std::string text, const std::string& name) {
+        return text.replace(text.find("NAME"), 4, name);
     };
-    EXPECT_EQ(playWith("BOLT"), SessionPlayer::Done);
-    EXPECT_EQ(EventsOf("highlight").at(0)["element"], "BOLT");
+    Play(highlighting(session, "BOLT"));
+    EXPECT_EQ("BOLT", EventsOf("highlight").at(0)["element"]);
     ASSERT_GE(EventsOf("dialog").size(), 1U);
-    EXPECT_EQ(EventsOf("dialog")[0]["name"], "UploadWarningPopup"); // it has its selection
+    EXPECT_EQ("UploadWarningPopup", EventsOf("dialog")[0]["name"]); // it has its selection
 
-    EXPECT_EQ(playWith("NUT"), SessionPlayer::Failed);
-    EXPECT_EQ(Reason(), "the active document has no \"NUT\"");
+    EXPECT_EQ("the active document has no \"NUT\"", FailureOf(highlighting(session, "NUT")));
 }
 
 } // namespace openhost

@@ -1,0 +1,188 @@
+// The steps on documents and their trees.
+
+#include "openhost/cad/WorkspaceTree.h"
+#include "openhost/commands/DialogEngine.h"
+#include "openhost/journal/Events.h"
+#include "openhost/play/SessionPlayer.h"
+#include "openhost/play/SessionSteps.h"
+
+#include "host/frame.h"
+
+#include <array>
+#include <cmath>
+#include <numbers>
+#include <optional>
+
+namespace openhost {
+
+namespace {
+
+constexpr double LongestCoordinate = 1e6; // 1 km in millimetres
+constexpr double FullTurn = 360;
+
+/// The way through the tree of the active document by the names `names`.
+ZALInterfaceHandle<ZALPathElement> FindPath(SessionPlayer& player, const std::string& names)
+{
+    auto path = ZALInterfaceHandle<ZALPathElement>::Take(player.Cad().FindPath(names));
+    if (!path.Get())
+        throw StepFailure("the active document has no \"" + names + "\"");
+    return path;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Elements of the tree
+
+/// {"select": "Root/Child.2"}
+void Select(SessionPlayer& player, const std::string& text)
+{
+    // A command that has just been started enters its first state from the loop.
+    player.RunPosted();
+    const std::string names = player.ExpandPlaceholders(text);
+    const auto path = FindPath(player, names);
+    if (DialogEngine::Current().Offer(path.Get(), names).command.empty())
+        throw StepFailure("no command waits for an element");
+}
+
+/// {"highlight": "Root/Child.2"}
+void Highlight(SessionPlayer& player, const std::string& text)
+{
+    const std::string names = player.ExpandPlaceholders(text);
+    const auto path = FindPath(player, names);
+    ZALCSO& objects = *ZALFrmEditor::GetCurrentEditor()->GetCSO();
+    objects.Empty();
+    objects.AddElement(path.Get());
+    journal::Write([&] { return journal::Highlight{.element = names}; });
+}
+
+// ---------------------------------------------------------------------------------------------
+// {"move": "Root/Child.2", "at": [X, Y, Z], "axis": [X, Y, Z], "angle": DEGREES}
+
+using Vector = std::array<double, 3>;
+
+struct Move {
+    std::string names;
+    Vector at{};
+    Vector axis{0, 0, 1}; ///< a unit vector
+    double angle = 0;     ///< in radians
+};
+
+Vector ReadVector(const LocatedJson& value, const std::string& name)
+{
+    if (!value.value.is_array() || value.items.size() != 3)
+        throw LocatedError(value.line, "\"" + name + "\" must be a list of three numbers");
+    Vector vector{};
+    for (std::size_t i = 0; i < vector.size(); ++i)
+        vector[i] = ReadNumber(value.items[i], name, -LongestCoordinate, LongestCoordinate);
+    return vector;
+}
+
+Vector ReadAxis(const LocatedJson& value, const std::string& name)
+{
+    Vector axis = ReadVector(value, name);
+    const double length = std::hypot(axis[0], axis[1], axis[2]);
+    if (length < 1e-6)
+        throw LocatedError(value.line, "\"axis\" must have a direction");
+    for (double& coordinate : axis)
+        coordinate /= length;
+    return axis;
+}
+
+double ReadAngle(const LocatedJson& value, const std::string& name)
+{
+    return ReadNumber(value, name, -FullTurn, FullTurn) * std::numbers::pi / 180;
+}
+
+/// The turn about the axis by Rodrigues' formula, then the shift.
+Placement ToPlacement(const Move& move)
+{
+    const double sine = std::sin(move.angle);
+    const double cosine = std::cos(move.angle);
+    const auto& [x, y, z] = move.axis;
+    const std::array<Vector, 3> cross{{{0, -z, y}, {z, 0, -x}, {-y, x, 0}}};
+    Placement placement{};
+    for (std::size_t row = 0; row < 3; ++row) {
+        for (std::size_t column = 0; column < 3; ++column)
+            placement[4 * row + column] = (row == column ? cosine : 0) + sine * cross[row][column] +
+                                          (1 - cosine) * move.axis[row] * move.axis[column];
+        placement[4 * row + 3] = move.at[row];
+    }
+    return placement;
+}
+
+void Do(const Move& move, SessionPlayer& player)
+{
+    const std::string names = player.ExpandPlaceholders(move.names);
+    const auto path = FindPath(player, names);
+    path->InitToLeafElement();
+    auto* component = dynamic_cast<WorkspaceProduct*>(path->GetNextFatherObject());
+    if (!component || component->IsRoot())
+        throw StepFailure("\"" + names + "\" is no component");
+    player.Cad().MoveComponent(*component, ToPlacement(move));
+}
+
+StepAction ReadMove(const LocatedJson& step, const std::string& key)
+{
+    Move move;
+    ReadMembers(step, "the step",
+                {{key, Into(move.names, ReadName)},
+                 {"at", Into(move.at, ReadVector)},
+                 {"axis", Into(move.axis, ReadAxis)},
+                 {"angle", Into(move.angle, ReadAngle)}});
+    RequireMembers(step, "the step", {"at"});
+    return [move](SessionPlayer& player) { Do(move, player); };
+}
+
+// ---------------------------------------------------------------------------------------------
+// Whole documents
+
+/// {"save": DOCUMENT, "as": PATH}
+StepAction ReadSave(const LocatedJson& step, const std::string& key)
+{
+    std::string path;
+    std::optional<std::string> as;
+    ReadMembers(step, "the step", {{key, Into(path, ReadName)}, {"as", Into(as, ReadName)}});
+    return [path, as](SessionPlayer& player) {
+        LoadedDocument& document = player.Document(path);
+        if (as)
+            player.Cad().SaveAs(document, player.PathOf(*as));
+        else
+            player.Cad().Save(document);
+    };
+}
+
+/// {"close": DOCUMENT, "discard": true or false}
+StepAction ReadClose(const LocatedJson& step, const std::string& key)
+{
+    std::string path;
+    bool discard = false;
+    ReadMembers(step, "the step", {{key, Into(path, ReadName)}, {"discard", Into(discard, ReadBoolean)}});
+    return [path, discard](SessionPlayer& player) {
+        LoadedDocument& document = player.Document(path);
+        if (document.IsDirty() && !discard)
+            throw StepFailure(document.Path().string() + ": the document has changes that are not saved");
+        player.Cad().Close(document);
+    };
+}
+
+/// {"tree": DOCUMENT}
+void TellTree(SessionPlayer& player, const std::string& path)
+{
+    const LoadedDocument& document = player.Document(path);
+    journal::Write([&] { return journal::Tree{.path = document.Path().string(), .root = DescribeTree(document)}; });
+}
+
+} // namespace
+
+StepKinds DocumentSteps()
+{
+    return {
+        {.key = "select", .acts = true, .read = OneText(ReadName, Select)},
+        {.key = "highlight", .acts = true, .read = OneText(ReadName, Highlight)},
+        {.key = "move", .acts = true, .read = ReadMove},
+        {.key = "save", .acts = true, .read = ReadSave},
+        {.key = "close", .acts = true, .read = ReadClose},
+        {.key = "tree", .acts = false, .read = OneText(ReadName, TellTree)},
+    };
+}
+
+} // namespace openhost
