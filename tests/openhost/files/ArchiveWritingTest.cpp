@@ -1,8 +1,7 @@
 // Archives that the host writes.
 
 #include "ArchiveFixture.h"
-
-#include <zip.h>
+#include "OpenedArchive.h"
 
 namespace openhost::testing {
 
@@ -25,25 +24,10 @@ protected:
         Put(Folder() / "a", content);
         ASSERT_EQ(S_OK, Begin());
     }
-    /// What the archive holds, as another program reads it: content by name.
+    /// What the archive holds: content by name.
     std::vector<std::pair<std::string, std::string>> Entries() const
     {
-        std::vector<std::pair<std::string, std::string>> entries;
-        zip_t* archive = zip_open(ArchivePath().c_str(), ZIP_RDONLY | ZIP_CHECKCONS, nullptr);
-        EXPECT_TRUE(archive);
-        if (!archive)
-            return entries;
-        for (zip_int64_t index = 0; index < zip_get_num_entries(archive, 0); ++index) {
-            zip_stat_t status;
-            zip_stat_index(archive, static_cast<zip_uint64_t>(index), 0, &status);
-            std::string content(status.size, '\0');
-            zip_file_t* file = zip_fopen_index(archive, static_cast<zip_uint64_t>(index), 0);
-            EXPECT_EQ(zip_fread(file, content.data(), content.size()), static_cast<zip_int64_t>(content.size()));
-            zip_fclose(file);
-            entries.emplace_back(status.name, content);
-        }
-        zip_discard(archive);
-        return entries;
+        return OpenedArchive(Content(ArchivePath())).Entries();
     }
     std::size_t FilesBesideTheArchive() const
     {
