@@ -21,7 +21,7 @@ HRESULT Parse(std::string_view text, ZALOmxAny& value)
 ZALOmxAny Parsed(std::string_view text)
 {
     ZALOmxAny value;
-    EXPECT_EQ(Parse(text, value), S_OK) << text;
+    EXPECT_EQ(S_OK, Parse(text, value)) << text;
     return value;
 }
 
@@ -44,7 +44,7 @@ std::vector<std::string> Members(const ZALOmxAny& map)
     for (int index = 0; index < map.MapSize(); ++index) {
         ZALOmxKeyString key;
         ZALOmxAny value;
-        EXPECT_EQ(map.MapGetAt(index, key, value), S_OK);
+        EXPECT_EQ(S_OK, map.MapGetAt(index, key, value));
         members.push_back(std::string(openhost::View(key)) + "=" + std::to_string(value.GetKind()));
     }
     return members;
@@ -69,8 +69,8 @@ void ExpectRefused(std::initializer_list<std::string_view> texts)
     for (const std::string_view text : texts) {
         SCOPED_TRACE(testing::PrintToString(text));
         ZALOmxAny value = Parsed("\"before\"");
-        EXPECT_EQ(Parse(text, value), E_FAIL);
-        EXPECT_EQ(TextOf(value), "before");
+        EXPECT_EQ(E_FAIL, Parse(text, value));
+        EXPECT_EQ("before", TextOf(value));
     }
 }
 
@@ -79,21 +79,10 @@ TEST(ZALOmxJson, RefusesWhatIsNoJsonAndLeavesTheValueAlone)
     ExpectRefused({"", " \n", "{", "{\"a\":1", "[1,]", "{\"a\":1,}", "{a:1}", "'a'", "{\"a\" 1}", "]", "[1}", "\"a"});
     ExpectRefused({"\"a\nb\"", "\"\\x41\"", "nul", "True", "NaN", "-", "+1", "01", ".5", "1.", "1e", "0x10"});
     ExpectRefused({"// note\n1", "/* note */1", "\xEF\xBB"});
-}
-
-TEST(ZALOmxJson, RefusesWhatStandsBehindTheValue)
-{
-    ExpectRefused({"{} {}", "1 2", "{}x", "{},"});
-}
-
-TEST(ZALOmxJson, RefusesAZeroByteAnywhere)
-{
-    ExpectRefused({"\0"sv, "{}\0"sv, "{}\0{}"sv, "\"a\0b\""sv});
-}
-
-TEST(ZALOmxJson, RefusesANumberBeyondTheRangeOfADouble)
-{
-    ExpectRefused({"1e400", "-1e400"});
+    ExpectRefused({"{} {}", "1 2", "{}x", "{},"});               // more than one value
+    ExpectRefused({"\0"sv, "{}\0"sv, "{}\0{}"sv, "\"a\0b\""sv}); // a zero byte
+    ExpectRefused({"1e400", "-1e400"});                          // beyond the range of a double
+    ExpectRefused({"\"\\ud800\"", "\"\\udc00\"", "\"\\ud800\\ud800\"", "\"\\ud800a\""});
 }
 
 TEST(ZALOmxJson, RefusesBytesThatAreNoUtf8)
@@ -102,26 +91,16 @@ TEST(ZALOmxJson, RefusesBytesThatAreNoUtf8)
                    "\xFF\xFE\"\0a\0\"\0"sv});
 }
 
-TEST(ZALOmxJson, RefusesASurrogateWithoutItsPartner)
-{
-    ExpectRefused({"\"\\ud800\"", "\"\\udc00\"", "\"\\ud800\\ud800\"", "\"\\ud800a\""});
-}
-
 TEST(ZALOmxJson, TakesTheGreatestDepthAndNoMore)
 {
     ZALOmxAny value;
-    EXPECT_EQ(Parse(Nested(ZALOmxMaximumDepth, "[", "]"), value), S_OK);
-    EXPECT_EQ(Parse(Nested(ZALOmxMaximumDepth, "{\"a\":", "}"), value), S_OK);
-    EXPECT_EQ(Parse(Nested(ZALOmxMaximumDepth + 1, "[", "]"), value), E_FAIL);
-    EXPECT_EQ(Parse(Nested(ZALOmxMaximumDepth + 1, "{\"a\":", "}"), value), E_FAIL);
-    EXPECT_EQ(Parse(Nested(ZALOmxMaximumDepth / 2 + 1, "[{\"a\":", "}]"), value), E_FAIL);
-}
-
-TEST(ZALOmxJson, RefusesAHostileDepthWithoutRunningOutOfStack)
-{
-    ZALOmxAny value;
-    EXPECT_EQ(Parse(std::string(10'000'000, '['), value), E_FAIL);
-    EXPECT_EQ(Parse(Nested(1'000'000, "{\"a\":", "}"), value), E_FAIL);
+    EXPECT_EQ(S_OK, Parse(Nested(ZALOmxMaximumDepth, "[", "]"), value));
+    EXPECT_EQ(S_OK, Parse(Nested(ZALOmxMaximumDepth, "{\"a\":", "}"), value));
+    EXPECT_EQ(E_FAIL, Parse(Nested(ZALOmxMaximumDepth + 1, "[", "]"), value));
+    EXPECT_EQ(E_FAIL, Parse(Nested(ZALOmxMaximumDepth + 1, "{\"a\":", "}"), value));
+    EXPECT_EQ(E_FAIL, Parse(Nested(ZALOmxMaximumDepth / 2 + 1, "[{\"a\":", "}]"), value));
+    EXPECT_EQ(E_FAIL, Parse(std::string(10'000'000, '['), value));
+    EXPECT_EQ(E_FAIL, Parse(Nested(1'000'000, "{\"a\":", "}"), value));
 }
 
 TEST(ZALOmxJson, CountsOpenLevelsOnly)
@@ -137,60 +116,45 @@ TEST(ZALOmxJson, CountsOpenLevelsOnly)
 
 TEST(ZALOmxJson, TellsTheKinds)
 {
-    EXPECT_EQ(KindOf("null"), ZALOmxKindNull);
-    EXPECT_EQ(KindOf("true"), ZALOmxKindBoolean);
-    EXPECT_EQ(KindOf("false"), ZALOmxKindBoolean);
-    EXPECT_EQ(KindOf("\"\""), ZALOmxKindString);
-    EXPECT_EQ(KindOf("[]"), ZALOmxKindList);
-    EXPECT_EQ(KindOf("{}"), ZALOmxKindMap);
-    EXPECT_EQ(KindOf(" \t\r\n{} \t\r\n"), ZALOmxKindMap);
-    EXPECT_EQ(ZALOmxAny().GetKind() & ZALOmxKindMask, ZALOmxKindNull);
+    EXPECT_EQ(ZALOmxKindNull, KindOf("null"));
+    EXPECT_EQ(ZALOmxKindNull, ZALOmxAny().GetKind() & ZALOmxKindMask);
+    EXPECT_EQ(ZALOmxKindBoolean, KindOf("true"));
+    EXPECT_EQ(ZALOmxKindBoolean, KindOf("false"));
+    EXPECT_EQ(ZALOmxKindString, KindOf("\"\""));
+    EXPECT_EQ(ZALOmxKindList, KindOf("[]"));
+    for (const char* map : {"{}", " \t\r\n{} \t\r\n", "\xEF\xBB\xBF{}"})
+        EXPECT_EQ(ZALOmxKindMap, KindOf(map)) << map;
 }
 
-TEST(ZALOmxJson, KeepsIntegersAndFloatingNumbersApart)
+TEST(ZALOmxJson, KeepsIntegersOf64BitsApartFromFloatingNumbers)
 {
-    EXPECT_EQ(KindOf("1"), ZALOmxKindInteger);
-    EXPECT_EQ(KindOf("-1"), ZALOmxKindInteger);
-    EXPECT_EQ(KindOf("1.0"), ZALOmxKindDouble);
-    EXPECT_EQ(KindOf("1e0"), ZALOmxKindDouble);
-    EXPECT_EQ(KindOf("-0.0"), ZALOmxKindDouble);
-}
-
-TEST(ZALOmxJson, CountsWhatExceeds64BitsAsFloating)
-{
-    EXPECT_EQ(KindOf("9223372036854775807"), ZALOmxKindInteger);
-    EXPECT_EQ(KindOf("-9223372036854775808"), ZALOmxKindInteger);
-    EXPECT_EQ(KindOf("9223372036854775808"), ZALOmxKindDouble);
-    EXPECT_EQ(KindOf("18446744073709551615"), ZALOmxKindDouble);
-    EXPECT_EQ(KindOf("18446744073709551616"), ZALOmxKindDouble);
-    EXPECT_EQ(KindOf("-9223372036854775809"), ZALOmxKindDouble);
-}
-
-TEST(ZALOmxJson, SkipsAByteOrderMark)
-{
-    EXPECT_EQ(KindOf("\xEF\xBB\xBF{}"), ZALOmxKindMap);
+    for (const char* text : {"1", "-1", "9223372036854775807", "-9223372036854775808"})
+        EXPECT_EQ(ZALOmxKindInteger, KindOf(text)) << text;
+    for (const char* text : {"1.0", "1e0", "-0.0", "9223372036854775808", "18446744073709551615",
+                             "18446744073709551616", "-9223372036854775809"})
+        EXPECT_EQ(ZALOmxKindDouble, KindOf(text)) << text;
 }
 
 TEST(ZALOmxJson, ReadsEscapes)
 {
-    EXPECT_EQ(TextOf(Parsed(R"("\"\\\/\b\f\n\r\t\u00e4\ud83d\ude00\u0000!")")),
-              "\"\\/\b\f\n\r\t\xC3\xA4\xF0\x9F\x98\x80\0!"sv);
+    EXPECT_EQ("\"\\/\b\f\n\r\t\xC3\xA4\xF0\x9F\x98\x80\0!"sv,
+              TextOf(Parsed(R"("\"\\\/\b\f\n\r\t\u00e4\ud83d\ude00\u0000!")")));
 }
 
 TEST(ZALOmxJson, KeepsTheOrderOfMembers)
 {
-    EXPECT_EQ(Members(Parsed(R"({"z":1,"a":"","m":null,"":[]})")),
-              (std::vector<std::string>{"z=2", "a=4", "m=0", "=5"}));
+    EXPECT_EQ((std::vector<std::string>{"z=2", "a=4", "m=0", "=5"}),
+              Members(Parsed(R"({"z":1,"a":"","m":null,"":[]})")));
 }
 
 TEST(ZALOmxJson, TakesTheLastOfMembersWithOneKeyInThePlaceOfTheFirst)
 {
     const ZALOmxAny map = Parsed(R"({"a":1,"b":2,"a":"x","c":3,"a":[7]})");
-    EXPECT_EQ(Members(map), (std::vector<std::string>{"a=5", "b=2", "c=2"}));
+    EXPECT_EQ((std::vector<std::string>{"a=5", "b=2", "c=2"}), Members(map));
 
     ZALOmxAny value;
-    EXPECT_EQ(map.MapGetValue("a", value), S_OK);
-    EXPECT_EQ(value.ListSize(), 1);
+    EXPECT_EQ(S_OK, map.MapGetValue("a", value));
+    EXPECT_EQ(1, value.ListSize());
 }
 
 TEST(ZALOmxJson, TakesAHundredThousandMembersInReasonableTime)
@@ -204,7 +168,7 @@ TEST(ZALOmxJson, TakesAHundredThousandMembersInReasonableTime)
     const ZALOmxAny map = Parsed(text);
     const auto elapsed = std::chrono::steady_clock::now() - start;
 
-    EXPECT_EQ(map.MapSize(), 100'000);
+    EXPECT_EQ(100'000, map.MapSize());
     // A parser that compares each key with all before it takes minutes.
     EXPECT_LT(elapsed, std::chrono::seconds(20));
 }
@@ -217,19 +181,19 @@ TEST(ZALOmxAny, ReadsStringsInBothForms)
     const ZALOmxAny value = Parsed("\"a\\u0000\xE2\x82\xAC\"");
     ZALOmxUTF8String bytes;
     ZALUnicodeString text;
-    EXPECT_EQ(value.GetString(bytes), S_OK);
-    EXPECT_EQ(value.GetString(text), S_OK);
-    EXPECT_EQ(bytes, ZALOmxUTF8String("a\0\xE2\x82\xAC", 5));
-    EXPECT_EQ(text, ZALUnicodeString(u"a\0\u20AC", 3));
+    EXPECT_EQ(S_OK, value.GetString(bytes));
+    EXPECT_EQ(S_OK, value.GetString(text));
+    EXPECT_EQ(ZALOmxUTF8String("a\0\xE2\x82\xAC", 5), bytes);
+    EXPECT_EQ(ZALUnicodeString(u"a\0\u20AC", 3), text);
 }
 
 TEST(ZALOmxAny, ReadsIntegers)
 {
     std::int64_t number = 0;
-    EXPECT_EQ(Parsed("-9223372036854775808").GetInteger(number), S_OK);
-    EXPECT_EQ(number, INT64_MIN);
-    EXPECT_EQ(Parsed("9223372036854775807").GetInteger(number), S_OK);
-    EXPECT_EQ(number, INT64_MAX);
+    EXPECT_EQ(S_OK, Parsed("-9223372036854775808").GetInteger(number));
+    EXPECT_EQ(INT64_MIN, number);
+    EXPECT_EQ(S_OK, Parsed("9223372036854775807").GetInteger(number));
+    EXPECT_EQ(INT64_MAX, number);
 }
 
 TEST(ZALOmxAny, FailsToReadAnotherTypeAndLeavesTheOutputAlone)
@@ -243,31 +207,31 @@ TEST(ZALOmxAny, FailsToReadAnotherTypeAndLeavesTheOutputAlone)
         if (kind != ZALOmxKindString) {
             ZALOmxUTF8String bytes("before");
             ZALUnicodeString text("before");
-            EXPECT_EQ(value.GetString(bytes), E_FAIL);
-            EXPECT_EQ(value.GetString(text), E_FAIL);
-            EXPECT_EQ(bytes, ZALOmxUTF8String("before"));
-            EXPECT_EQ(text, ZALUnicodeString("before"));
+            EXPECT_EQ(E_FAIL, value.GetString(bytes));
+            EXPECT_EQ(E_FAIL, value.GetString(text));
+            EXPECT_EQ(ZALOmxUTF8String("before"), bytes);
+            EXPECT_EQ(ZALUnicodeString("before"), text);
         }
 
         if (kind != ZALOmxKindInteger) {
             std::int64_t number = 42;
-            EXPECT_EQ(value.GetInteger(number), E_FAIL);
-            EXPECT_EQ(number, 42);
+            EXPECT_EQ(E_FAIL, value.GetInteger(number));
+            EXPECT_EQ(42, number);
         }
 
         ZALOmxAny member = Parsed("\"before\"");
-        EXPECT_EQ(value.MapGetValue("a", member), E_FAIL);
+        EXPECT_EQ(E_FAIL, value.MapGetValue("a", member));
         if (kind != ZALOmxKindMap) {
             ZALOmxKeyString key("before");
-            EXPECT_EQ(value.MapSize(), 0);
-            EXPECT_EQ(value.MapGetAt(0, key, member), E_FAIL);
-            EXPECT_EQ(key, ZALOmxKeyString("before"));
+            EXPECT_EQ(0, value.MapSize());
+            EXPECT_EQ(E_FAIL, value.MapGetAt(0, key, member));
+            EXPECT_EQ(ZALOmxKeyString("before"), key);
         }
         if (kind != ZALOmxKindList) {
-            EXPECT_EQ(value.ListSize(), 0);
-            EXPECT_EQ(value.ListGetAt(1, member), E_FAIL);
+            EXPECT_EQ(0, value.ListSize());
+            EXPECT_EQ(E_FAIL, value.ListGetAt(1, member));
         }
-        EXPECT_EQ(TextOf(member), "before");
+        EXPECT_EQ("before", TextOf(member));
     }
 }
 
@@ -275,50 +239,44 @@ TEST(ZALOmxAny, ComparesKeysByAllTheirBytes)
 {
     const ZALOmxAny map = Parsed("{\"a\":1,\"A\\u0000\":\"found\"}");
     ZALOmxAny value;
-    EXPECT_EQ(map.MapGetValue("A", value), E_FAIL);
-    EXPECT_EQ(map.MapGetValue(ZALOmxKeyString("A\0", 2), value), S_OK);
-    EXPECT_EQ(TextOf(value), "found");
+    EXPECT_EQ(E_FAIL, map.MapGetValue("A", value));
+    EXPECT_EQ(S_OK, map.MapGetValue(ZALOmxKeyString("A\0", 2), value));
+    EXPECT_EQ("found", TextOf(value));
 }
 
 TEST(ZALOmxAny, CountsMembersFromZeroAndItemsFromOne)
 {
     const ZALOmxAny list = Parsed("[\"first\",\"last\"]");
     ZALOmxAny value;
-    EXPECT_EQ(list.ListGetAt(0, value), E_FAIL);
-    EXPECT_EQ(list.ListGetAt(3, value), E_FAIL);
-    EXPECT_EQ(list.ListGetAt(-1, value), E_FAIL);
-    EXPECT_EQ(list.ListGetAt(2, value), S_OK);
-    EXPECT_EQ(TextOf(value), "last");
+    EXPECT_EQ(E_FAIL, list.ListGetAt(0, value));
+    EXPECT_EQ(E_FAIL, list.ListGetAt(3, value));
+    EXPECT_EQ(E_FAIL, list.ListGetAt(-1, value));
+    EXPECT_EQ(S_OK, list.ListGetAt(2, value));
+    EXPECT_EQ("last", TextOf(value));
 
     const ZALOmxAny map = Parsed("{\"a\":\"first\",\"b\":\"last\"}");
     ZALOmxKeyString key;
-    EXPECT_EQ(map.MapGetAt(-1, key, value), E_FAIL);
-    EXPECT_EQ(map.MapGetAt(2, key, value), E_FAIL);
-    EXPECT_EQ(map.MapGetAt(0, key, value), S_OK);
-    EXPECT_EQ(key, ZALOmxKeyString("a"));
-    EXPECT_EQ(TextOf(value), "first");
+    EXPECT_EQ(E_FAIL, map.MapGetAt(-1, key, value));
+    EXPECT_EQ(E_FAIL, map.MapGetAt(2, key, value));
+    EXPECT_EQ(S_OK, map.MapGetAt(0, key, value));
+    EXPECT_EQ(ZALOmxKeyString("a"), key);
+    EXPECT_EQ("first", TextOf(value));
 }
 
 TEST(ZALOmxAny, KeepsAMemberAliveWithoutItsMap)
 {
     ZALOmxAny value;
     {
-        const ZALOmxAny map = Parsed(R"({"outer":{"inner":["kept"]}})");
-        ASSERT_EQ(map.MapGetValue("outer", value), S_OK);
+        const ZALOmxAny map = Parsed(R"({"outer":{"inner":[{"a rather long key of the only member":"kept"}]}})");
+        ASSERT_EQ(S_OK, map.MapGetValue("outer", value));
     }
     // Each output is the value that is read from.
-    ASSERT_EQ(value.MapGetValue("inner", value), S_OK);
-    ASSERT_EQ(value.ListGetAt(1, value), S_OK);
-    EXPECT_EQ(TextOf(value), "kept");
-}
-
-TEST(ZALOmxAny, ReadsAMemberIntoTheMapItself)
-{
-    ZALOmxAny value = Parsed(R"({"a rather long key of the only member":"found"})");
+    ASSERT_EQ(S_OK, value.MapGetValue("inner", value));
+    ASSERT_EQ(S_OK, value.ListGetAt(1, value));
     ZALOmxKeyString key;
-    ASSERT_EQ(value.MapGetAt(0, key, value), S_OK);
-    EXPECT_EQ(key, ZALOmxKeyString("a rather long key of the only member"));
-    EXPECT_EQ(TextOf(value), "found");
+    ASSERT_EQ(S_OK, value.MapGetAt(0, key, value));
+    EXPECT_EQ(ZALOmxKeyString("a rather long key of the only member"), key);
+    EXPECT_EQ("kept", TextOf(value));
 }
 
 TEST(ZALOmxAny, SharesTheContentOfCopies)
@@ -326,22 +284,23 @@ TEST(ZALOmxAny, SharesTheContentOfCopies)
     const std::string text = "[\"" + std::string(10'000'000, 'x') + "\"]";
     std::vector<ZALOmxAny> copies(10'000, Parsed(text));
     ZALOmxAny item;
-    ASSERT_EQ(copies.back().ListGetAt(1, item), S_OK);
-    EXPECT_EQ(TextOf(item).size(), 10'000'000U);
+    ASSERT_EQ(S_OK, copies.back().ListGetAt(1, item));
+    EXPECT_EQ(10'000'000U, TextOf(item).size());
 }
 
 TEST(ZALOmxAny, BecomesATextWhateverItIs)
 {
-    for (const auto& [json, text] : std::vector<std::pair<std::string, std::string>>{{"\"a\\u20ac\"", "a\u20AC"},
-                                                                                     {"\"\"", ""},
-                                                                                     {"12", "12"},
-                                                                                     {"-1.5", "-1.5"},
-                                                                                     {"true", "true"},
-                                                                                     {"null", "null"},
-                                                                                     {"[1, \"a\"]", "[1,\"a\"]"},
-                                                                                     {"{\"k\": {}}", "{\"k\":{}}"}})
-        EXPECT_EQ(openhost::ToUtf8(Parsed(json).ConvertToUnicodeString()), text);
-    EXPECT_EQ(openhost::ToUtf8(ZALOmxAny().ConvertToUnicodeString()), "null");
+    const std::pair<const char*, const char*> rows[] = {{"\"a\\u20ac\"", "a\u20AC"},
+                                                        {"\"\"", ""},
+                                                        {"12", "12"},
+                                                        {"-1.5", "-1.5"},
+                                                        {"true", "true"},
+                                                        {"null", "null"},
+                                                        {"[1, \"a\"]", "[1,\"a\"]"},
+                                                        {"{\"k\": {}}", "{\"k\":{}}"}};
+    for (const auto& [json, text] : rows)
+        EXPECT_EQ(text, openhost::ToUtf8(Parsed(json).ConvertToUnicodeString()));
+    EXPECT_EQ("null", openhost::ToUtf8(ZALOmxAny().ConvertToUnicodeString()));
 }
 
 } // namespace

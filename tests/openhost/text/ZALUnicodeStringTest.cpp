@@ -14,45 +14,29 @@ namespace {
 
 TEST(ZALUnicodeString, IsEmptyWithoutAText)
 {
-    EXPECT_EQ(ZALUnicodeString().GetLengthInChar(), 0);
+    EXPECT_EQ(0, ZALUnicodeString().GetLengthInChar());
     EXPECT_EQ(ZALUnicodeString(static_cast<const char*>(nullptr)), ZALUnicodeString());
     EXPECT_EQ(ZALUnicodeString(static_cast<const char16_t*>(nullptr)), ZALUnicodeString());
     EXPECT_EQ(ZALUnicodeString(static_cast<const char16_t*>(nullptr), 0), ZALUnicodeString());
-    EXPECT_EQ(ZALUnicodeString().CastToUTF16Ptr()[0], u'\0');
+    EXPECT_EQ(u'\0', ZALUnicodeString().CastToUTF16Ptr()[0]);
 }
 
-TEST(ZALUnicodeString, ReadsANarrowTextAsUtf8)
+TEST(ZALUnicodeString, ReadsANarrowTextAsUtf8AndOtherBytesAsLatin1)
 {
-    EXPECT_EQ(ZALUnicodeString("\xC3\xA4\xE2\x82\xAC"), ZALUnicodeString(u"\u00E4\u20AC"));
-    EXPECT_EQ(ZALUnicodeString(ZALString("\xC3\xA4")), ZALUnicodeString(u"\u00E4"));
+    EXPECT_EQ(ZALUnicodeString(u"\u00E4\u20AC"), ZALUnicodeString("\xC3\xA4\xE2\x82\xAC"));
+    EXPECT_EQ(ZALUnicodeString(u"\u00E4"), ZALUnicodeString(ZALString("\xC3\xA4")));
+    EXPECT_EQ(ZALUnicodeString(u"Gr\u00F6\u00DF!"), ZALUnicodeString("Gr\xF6\xDF!"));
 }
 
-TEST(ZALUnicodeString, ReadsOtherBytesOfANarrowTextAsLatin1)
+TEST(ZALUnicodeString, CountsCodeUnitsAndTakesALengthInPlaceOfAZero)
 {
-    EXPECT_EQ(ZALUnicodeString("Gr\xF6\xDF"
-                               "e"),
-              ZALUnicodeString(u"Gr\u00F6\u00DFe"));
-}
-
-TEST(ZALUnicodeString, CountsCodeUnits)
-{
-    const ZALUnicodeString text(u"a\U0001F600");
-    EXPECT_EQ(text.GetLengthInChar(), 3);
-    EXPECT_EQ(text[0], u'a');
-    EXPECT_EQ(text[1], 0xD83D);
-    EXPECT_EQ(text[2], 0xDE00);
-}
-
-TEST(ZALUnicodeString, TakesALengthInsteadOfAZeroAtTheEnd)
-{
-    const ZALUnicodeString text(u"a\0bc", 3);
-    EXPECT_EQ(text.GetLengthInChar(), 3);
-    EXPECT_EQ(text[2], u'b');
-}
-
-TEST(ZALUnicodeString, TakesAUtf8TextWithItsZeroBytes)
-{
-    EXPECT_EQ(View(ZALUnicodeString(ZALOmxUTF8String("\xC3\xA4\0b", 4))), std::u16string_view(u"\u00E4\0b", 3));
+    EXPECT_EQ(3, ZALUnicodeString(u"a\U0001F600").GetLengthInChar());
+    const ZALUnicodeString text(u"a\0\U0001F600", 4);
+    EXPECT_EQ(4, text.GetLengthInChar());
+    EXPECT_EQ(u'a', text[0]);
+    EXPECT_EQ(0xD83D, text[2]);
+    EXPECT_EQ(0xDE00, text[3]);
+    EXPECT_EQ(std::u16string_view(u"\u00E4\0b", 3), View(ZALUnicodeString(ZALOmxUTF8String("\xC3\xA4\0b", 4))));
 }
 
 TEST(ZALUnicodeString, TurnsIntoSmallLetters)
@@ -62,119 +46,99 @@ TEST(ZALUnicodeString, TurnsIntoSmallLetters)
         text.ToLower();
         return text;
     };
-    EXPECT_EQ(small(u""), ZALUnicodeString());
-    EXPECT_EQ(small(u"@AMZ[`az{09"), ZALUnicodeString(u"@amz[`az{09"));
-    EXPECT_EQ(small(u"\u00C4\u00DF\u0416\u03A3\u03C2"), ZALUnicodeString(u"\u00E4\u00DF\u0436\u03C3\u03C2"));
-    EXPECT_EQ(small(u"\U00010400"), ZALUnicodeString(u"\U00010400")) << "one unit at a time";
+    EXPECT_EQ(ZALUnicodeString(), small(u""));
+    EXPECT_EQ(ZALUnicodeString(u"@amz[`az{09"), small(u"@AMZ[`az{09"));
+    EXPECT_EQ(ZALUnicodeString(u"\u00E4\u00DF\u0436\u03C3\u03C2"), small(u"\u00C4\u00DF\u0416\u03A3\u03C2"));
+    EXPECT_EQ(ZALUnicodeString(u"\U00010400"), small(u"\U00010400")) << "one unit at a time";
 }
 
-TEST(ZALUnicodeString, BuildsFromUtf8)
+TEST(ZALUnicodeString, BuildsFromUtf8AndIsEmptyAfterOtherBytes)
 {
     ZALUnicodeString text("before");
-    EXPECT_EQ(text.BuildFromUTF8("\xC3\xA4\0b", 4), 0);
-    EXPECT_EQ(View(text), std::u16string_view(u"\u00E4\0b", 3));
-    EXPECT_EQ(text.BuildFromUTF8("", 0), 0);
-    EXPECT_EQ(text, ZALUnicodeString());
+    EXPECT_EQ(0, text.BuildFromUTF8("\xC3\xA4\0b", 4));
+    EXPECT_EQ(std::u16string_view(u"\u00E4\0b", 3), View(text));
+    EXPECT_EQ(-1, text.BuildFromUTF8("abc\xE4", 4));
+    EXPECT_EQ(ZALUnicodeString(), text);
+    text = "before";
+    EXPECT_EQ(0, text.BuildFromUTF8("", 0));
+    EXPECT_EQ(ZALUnicodeString(), text);
 }
 
-TEST(ZALUnicodeString, IsEmptyAfterBuildingFromBytesThatAreNoUtf8)
+TEST(ZALUnicodeString, BuildsFromNumbersInEachForm)
 {
-    ZALUnicodeString text("before");
-    EXPECT_EQ(text.BuildFromUTF8("abc\xE4", 4), -1);
-    EXPECT_EQ(text, ZALUnicodeString());
-}
-
-TEST(ZALUnicodeString, BuildsFromNumbersInBothForms)
-{
-    ZALUnicodeString text("before");
-    text.BuildFromNum(0, "%u");
-    EXPECT_EQ(text, ZALUnicodeString("0"));
-    text.BuildFromNum(4294967295U, "%u");
-    EXPECT_EQ(text, ZALUnicodeString("4294967295"));
-    text.BuildFromNum(18446744073709551615U, "%I64u");
-    EXPECT_EQ(text, ZALUnicodeString("18446744073709551615"));
+    struct Row {
+        std::uint64_t number;
+        const char* form;
+        const char* text;
+    };
+    for (const auto& [number, form, expected] :
+         {Row{0, "%u", "0"}, Row{4294967295U, "%u", "4294967295"},
+          Row{18446744073709551615U, "%I64u", "18446744073709551615"}, Row{0, "%02d", "00"}, Row{7, "%02d", "07"},
+          Row{10, "%02d", "10"}, Row{120, "%02d", "120"}, Row{2147483647, "%02d", "2147483647"}}) {
+        ZALUnicodeString text("before");
+        text.BuildFromNum(number, form);
+        EXPECT_EQ(expected, ToUtf8(text)) << form;
+    }
 }
 
 // ---------------------------------------------------------------------------------------------
 // Comparing
-
-TEST(ZALUnicodeString, BuildsFromNumbersOfTwoDigitsAtLeast)
-{
-    ZALUnicodeString text;
-    for (const auto& [number, expected] :
-         {std::pair{0, "00"}, {7, "07"}, {10, "10"}, {120, "120"}, {2147483647, "2147483647"}}) {
-        text.BuildFromNum(static_cast<std::uint64_t>(number), "%02d");
-        EXPECT_EQ(ToUtf8(text), expected);
-    }
-}
 
 TEST(ZALUnicodeString, GivesAndTakesItsCodeUnits)
 {
     const ZALUnicodeString text(u"a\0\U0001F529", 4);
     char16_t units[4] = {};
     int count = 0;
-    EXPECT_EQ(text.ConvertToUCChar(units, count), S_OK);
-    EXPECT_EQ(count, 4);
+    EXPECT_EQ(S_OK, text.ConvertToUCChar(units, count));
+    EXPECT_EQ(4, count);
     ZALUnicodeString built = "before";
-    EXPECT_EQ(built.BuildFromUCChar(units, count), S_OK);
+    EXPECT_EQ(S_OK, built.BuildFromUCChar(units, count));
     EXPECT_EQ(built, text);
-    EXPECT_EQ(built.BuildFromUCChar(nullptr, 0), S_OK);
-    EXPECT_EQ(built.GetLengthInChar(), 0);
-    EXPECT_EQ(ZALUnicodeString().ConvertToUCChar(units, count), S_OK);
-    EXPECT_EQ(count, 0);
+    EXPECT_EQ(S_OK, built.BuildFromUCChar(nullptr, 0));
+    EXPECT_EQ(0, built.GetLengthInChar());
+    EXPECT_EQ(S_OK, ZALUnicodeString().ConvertToUCChar(units, count));
+    EXPECT_EQ(0, count);
 }
 
 TEST(ZALUnicodeString, GivesAndTakesNoCodeUnitsWithoutAPlaceForThem)
 {
     int count = 7;
-    EXPECT_EQ(ZALUnicodeString("a").ConvertToUCChar(nullptr, count), E_INVALIDARG);
+    EXPECT_EQ(E_INVALIDARG, ZALUnicodeString("a").ConvertToUCChar(nullptr, count));
     ZALUnicodeString text = "before";
-    EXPECT_EQ(text.BuildFromUCChar(nullptr, 1), E_INVALIDARG);
-    EXPECT_EQ(text.BuildFromUCChar(u"a", -1), E_INVALIDARG);
-    EXPECT_EQ(ToUtf8(text), "before");
+    EXPECT_EQ(E_INVALIDARG, text.BuildFromUCChar(nullptr, 1));
+    EXPECT_EQ(E_INVALIDARG, text.BuildFromUCChar(u"a", -1));
+    EXPECT_EQ("before", ToUtf8(text));
 }
 
 TEST(ZALUnicodeString, ComparesIdenticalMatchingAndDifferentTexts)
 {
-    EXPECT_EQ(ZALUnicodeString("ZALPart").Compare("ZALPart"), ZALTextsIdentical);
-    EXPECT_EQ(ZALUnicodeString("ZALPart").Compare("zalpart"), ZALTextsMatch);
-    EXPECT_EQ(ZALUnicodeString("ZALPart").Compare("ZALPar"), ZALTextsDiffer);
-    EXPECT_EQ(ZALUnicodeString("ZALPart").Compare("ZALPartX"), ZALTextsDiffer);
-    EXPECT_EQ(ZALUnicodeString("a").Compare("b"), ZALTextsDiffer);
-    EXPECT_EQ(ZALUnicodeString().Compare(ZALUnicodeString()), ZALTextsIdentical);
-    EXPECT_EQ(ZALUnicodeString().Compare("a"), ZALTextsDiffer);
-}
-
-TEST(ZALUnicodeString, ComparesNoPunctuationThatIsABitAwayFromLetters)
-{
-    EXPECT_EQ(ZALUnicodeString("@[`{").Compare("`{@["), ZALTextsDiffer);
-}
-
-TEST(ZALUnicodeString, MatchesLetterCaseOfOtherScriptsInAnyLocale)
-{
-    ASSERT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
-    EXPECT_EQ(ZALUnicodeString(u"\u00C4\u0141").Compare(u"\u00E4\u0142"), ZALTextsMatch);
-    EXPECT_EQ(ZALUnicodeString(u"\u03A3\u0391").Compare(u"\u03C3\u03B1"), ZALTextsMatch);
-    EXPECT_EQ(ZALUnicodeString(u"\u0416\u0401").Compare(u"\u0436\u0451"), ZALTextsMatch);
-    EXPECT_EQ(ZALUnicodeString(u"\u00C4").Compare(u"\u00D6"), ZALTextsDiffer);
-}
-
-TEST(ZALUnicodeString, MatchesTheFinalSigmaAndTheOrdinaryOne)
-{
-    EXPECT_EQ(ZALUnicodeString(u"\u03C2").Compare(u"\u03C3"), ZALTextsMatch);
-}
-
-TEST(ZALUnicodeString, KeepsTheTurkishLettersApartFromTheLatinOnes)
-{
-    EXPECT_EQ(ZALUnicodeString(u"\u0131").Compare("I"), ZALTextsDiffer);
-    EXPECT_EQ(ZALUnicodeString(u"\u0130").Compare("i"), ZALTextsDiffer);
-}
-
-TEST(ZALUnicodeString, FoldsNoLetterIntoSeveralUnits)
-{
-    EXPECT_EQ(ZALUnicodeString(u"stra\u00DFe").Compare("strasse"), ZALTextsDiffer);
-    // Capital and small letter of a script outside the first plane: two units each, which do not fold.
-    EXPECT_EQ(ZALUnicodeString(u"\U00010400").Compare(u"\U00010428"), ZALTextsDiffer);
+    ASSERT_STREQ("C", std::setlocale(LC_ALL, nullptr)) << "letters of other scripts match in any locale";
+    struct Row {
+        const char* what;
+        ZALUnicodeString one, other;
+        int result;
+    };
+    const Row rows[] = {
+        {"the same", "ZALPart", "ZALPart", ZALTextsIdentical},
+        {"letter case", "ZALPart", "zalpart", ZALTextsMatch},
+        {"shorter", "ZALPart", "ZALPar", ZALTextsDiffer},
+        {"longer", "ZALPart", "ZALPartX", ZALTextsDiffer},
+        {"another letter", "a", "b", ZALTextsDiffer},
+        {"nothing", {}, {}, ZALTextsIdentical},
+        {"something", {}, "a", ZALTextsDiffer},
+        {"punctuation a bit away from letters", "@[`{", "`{@[", ZALTextsDiffer},
+        {"Latin letters", u"\u00C4\u0141", u"\u00E4\u0142", ZALTextsMatch},
+        {"Greek letters", u"\u03A3\u0391", u"\u03C3\u03B1", ZALTextsMatch},
+        {"Cyrillic letters", u"\u0416\u0401", u"\u0436\u0451", ZALTextsMatch},
+        {"other accents", u"\u00C4", u"\u00D6", ZALTextsDiffer},
+        {"the final sigma", u"\u03C2", u"\u03C3", ZALTextsMatch},
+        {"Turkish letter without a dot", u"\u0131", "I", ZALTextsDiffer},
+        {"Turkish letter with a dot", u"\u0130", "i", ZALTextsDiffer},
+        {"one letter and two", u"stra\u00DFe", "strasse", ZALTextsDiffer},
+        {"letters of two units each", u"\U00010400", u"\U00010428", ZALTextsDiffer},
+    };
+    for (const auto& [what, one, other, result] : rows)
+        EXPECT_EQ(result, one.Compare(other)) << what;
 }
 
 TEST(ZALUnicodeString, IsOrderedByCodeUnits)
@@ -188,53 +152,32 @@ TEST(ZALUnicodeString, IsOrderedByCodeUnits)
 // ---------------------------------------------------------------------------------------------
 // Searching and cutting
 
-TEST(ZALUnicodeString, SearchesForwardFromThePositionOn)
+TEST(ZALUnicodeString, SearchesFromAPositionOnInEitherDirection)
 {
     const ZALUnicodeString text("abcabc");
-    EXPECT_EQ(text.SearchSubString("bc"), 1);
-    EXPECT_EQ(text.SearchSubString("bc", 1), 1);
-    EXPECT_EQ(text.SearchSubString("bc", 2), 4);
-    EXPECT_EQ(text.SearchSubString("bc", 5), -1);
-    EXPECT_EQ(text.SearchSubString("bc", 99), -1);
-    EXPECT_EQ(text.SearchSubString("bc", -5), 1);
-}
-
-TEST(ZALUnicodeString, SearchesBackwardFromThePositionOn)
-{
-    const ZALUnicodeString text("abcabc");
-    EXPECT_EQ(text.SearchSubString("abc", 99, ZALSearchBackward), 3);
-    EXPECT_EQ(text.SearchSubString("abc", 3, ZALSearchBackward), 3);
-    EXPECT_EQ(text.SearchSubString("abc", 2, ZALSearchBackward), 0);
-    EXPECT_EQ(text.SearchSubString("bc", 0, ZALSearchBackward), -1);
-    EXPECT_EQ(text.SearchSubString("abc", -1, ZALSearchBackward), -1);
-}
-
-TEST(ZALUnicodeString, SearchesWithLetterCase)
-{
-    EXPECT_EQ(ZALUnicodeString("abc").SearchSubString("B"), -1);
-}
-
-TEST(ZALUnicodeString, FindsNothingLongerThanItself)
-{
-    EXPECT_EQ(ZALUnicodeString("abc").SearchSubString("abcd"), -1);
-    EXPECT_EQ(ZALUnicodeString().SearchSubString("a", 5, ZALSearchBackward), -1);
+    EXPECT_EQ(1, text.SearchSubString("bc"));
+    EXPECT_EQ(1, text.SearchSubString("bc", 1));
+    EXPECT_EQ(4, text.SearchSubString("bc", 2));
+    EXPECT_EQ(-1, text.SearchSubString("bc", 5));
+    EXPECT_EQ(-1, text.SearchSubString("bc", 99));
+    EXPECT_EQ(1, text.SearchSubString("bc", -5));
+    EXPECT_EQ(3, text.SearchSubString("abc", 99, ZALSearchBackward));
+    EXPECT_EQ(3, text.SearchSubString("abc", 3, ZALSearchBackward));
+    EXPECT_EQ(0, text.SearchSubString("abc", 2, ZALSearchBackward));
+    EXPECT_EQ(-1, text.SearchSubString("bc", 0, ZALSearchBackward));
+    EXPECT_EQ(-1, text.SearchSubString("abc", -1, ZALSearchBackward));
+    EXPECT_EQ(-1, text.SearchSubString("B")) << "letter case counts";
+    EXPECT_EQ(-1, ZALUnicodeString("abc").SearchSubString("abcd"));
+    EXPECT_EQ(-1, ZALUnicodeString().SearchSubString("a", 5, ZALSearchBackward));
 }
 
 TEST(ZALUnicodeString, CutsASubStringOffAtItsEnd)
 {
     const ZALUnicodeString text("abcdef");
-    EXPECT_EQ(text.GetSubString(2, 3), ZALUnicodeString("cde"));
-    EXPECT_EQ(text.GetSubString(4, 99), ZALUnicodeString("ef"));
-    EXPECT_EQ(text.GetSubString(6, 1), ZALUnicodeString());
-    EXPECT_EQ(text.GetSubString(7, 1), ZALUnicodeString());
-    EXPECT_EQ(text.GetSubString(99, 1), ZALUnicodeString());
-    EXPECT_EQ(text.GetSubString(0, 0), ZALUnicodeString());
-}
-
-TEST(ZALUnicodeString, HasNoSubStringAtANegativePlaceOrOfANegativeLength)
-{
-    EXPECT_EQ(ZALUnicodeString("abc").GetSubString(-1, 2), ZALUnicodeString());
-    EXPECT_EQ(ZALUnicodeString("abc").GetSubString(1, -1), ZALUnicodeString());
+    EXPECT_EQ(ZALUnicodeString("cde"), text.GetSubString(2, 3));
+    EXPECT_EQ(ZALUnicodeString("ef"), text.GetSubString(4, 99));
+    for (const auto& [start, length] : {std::pair{6, 1}, {7, 1}, {99, 1}, {0, 0}, {-1, 2}, {1, -1}})
+        EXPECT_EQ(ZALUnicodeString(), text.GetSubString(start, length)) << start << " " << length;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -244,7 +187,7 @@ TEST(ZALUnicodeString, ReplacesEachUnit)
 {
     ZALUnicodeString text("/a//b/");
     text.ReplaceAll(u'/', u'\\');
-    EXPECT_EQ(text, ZALUnicodeString("\\a\\\\b\\"));
+    EXPECT_EQ(ZALUnicodeString("\\a\\\\b\\"), text);
 }
 
 TEST(ZALUnicodeString, StripsTheNamedEndsOnly)
@@ -254,14 +197,13 @@ TEST(ZALUnicodeString, StripsTheNamedEndsOnly)
         text.Strip(where, u'"');
         return ToUtf8(text);
     };
-    EXPECT_EQ(strip("\"\"a\"b\"\"", ZALStripLeading), "a\"b\"\"");
-    EXPECT_EQ(strip("\"\"a\"b\"\"", ZALStripTrailing), "\"\"a\"b");
-    EXPECT_EQ(strip("\"\"a\"b\"\"", ZALStripBoth), "a\"b");
-    EXPECT_EQ(strip("ab", ZALStripBoth), "ab");
-    EXPECT_EQ(strip("\"\"", ZALStripLeading), "");
-    EXPECT_EQ(strip("\"\"", ZALStripTrailing), "");
-    EXPECT_EQ(strip("\"\"", ZALStripBoth), "");
-    EXPECT_EQ(strip("", ZALStripBoth), "");
+    EXPECT_EQ("a\"b\"\"", strip("\"\"a\"b\"\"", ZALStripLeading));
+    EXPECT_EQ("\"\"a\"b", strip("\"\"a\"b\"\"", ZALStripTrailing));
+    EXPECT_EQ("a\"b", strip("\"\"a\"b\"\"", ZALStripBoth));
+    EXPECT_EQ("ab", strip("ab", ZALStripBoth));
+    EXPECT_EQ("", strip("", ZALStripBoth));
+    for (const int where : {ZALStripLeading, ZALStripTrailing, ZALStripBoth})
+        EXPECT_EQ("", strip("\"\"", where)) << where;
 }
 
 TEST(ZALUnicodeString, AppendsAlsoItself)
@@ -270,7 +212,7 @@ TEST(ZALUnicodeString, AppendsAlsoItself)
     text.Append("c");
     text += "d";
     text += text;
-    EXPECT_EQ(text + "!", ZALUnicodeString("abcdabcd!"));
+    EXPECT_EQ(ZALUnicodeString("abcdabcd!"), text + "!");
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -278,41 +220,28 @@ TEST(ZALUnicodeString, AppendsAlsoItself)
 
 TEST(ZALUnicodeString, ConvertsToUtf8WithItsZeroCharacters)
 {
-    EXPECT_EQ(ZALUnicodeString(u"\u20AC\0\U0001F600", 4).ConvertToUTF8(),
-              ZALOmxUTF8String("\xE2\x82\xAC\0\xF0\x9F\x98\x80", 8));
-}
-
-TEST(ZALUnicodeString, ConvertsALoneSurrogateToTheReplacementCharacter)
-{
+    EXPECT_EQ(ZALOmxUTF8String("\xE2\x82\xAC\0\xF0\x9F\x98\x80", 8),
+              ZALUnicodeString(u"\u20AC\0\U0001F600", 4).ConvertToUTF8());
     const char16_t lone = 0xD800;
-    EXPECT_EQ(ZALUnicodeString(&lone, 1).ConvertToUTF8(), ZALOmxUTF8String("\xEF\xBF\xBD"));
-}
-
-TEST(ZALUnicodeString, ConvertsToTheNarrowEncoding)
-{
-    EXPECT_EQ(ZALUnicodeString(u"\u00E4b").ConvertToChar(), ZALString("\xC3\xA4"
-                                                                      "b"));
+    EXPECT_EQ(ZALOmxUTF8String("\xEF\xBF\xBD"), ZALUnicodeString(&lone, 1).ConvertToUTF8());
+    EXPECT_EQ(ZALString("\xC3\xA4!"), ZALUnicodeString(u"\u00E4!").ConvertToChar());
 }
 
 TEST(ZALString, IsEmptyWithoutAText)
 {
     EXPECT_EQ(ZALString(nullptr), ZALString());
-    EXPECT_STREQ(ZALString().CastToCharPtr(), "");
-    EXPECT_EQ(ZALString("abc").GetLengthInChar(), 3);
+    EXPECT_STREQ("", ZALString().CastToCharPtr());
+    EXPECT_EQ(3, ZALString("abc").GetLengthInChar());
     EXPECT_FALSE(ZALString("abc") == ZALString("ABC"));
 }
 
-TEST(ZALOmxUTF8String, HoldsZeroBytes)
+TEST(ZALOmxUTF8String, HoldsZeroBytesAndIsTestedForExactlyOneText)
 {
-    const ZALOmxUTF8String text("a\0b", 3);
-    EXPECT_EQ(View(text), std::string_view("a\0b", 3));
-    EXPECT_FALSE(text == ZALOmxUTF8String("a"));
-    EXPECT_EQ(ZALOmxUTF8String(nullptr), ZALOmxUTF8String());
-    EXPECT_EQ(ZALOmxUTF8String(nullptr, 0), ZALOmxUTF8String());
-}
-
-TEST(ZALOmxUTF8String, IsTestedForExactlyOneText)
-{
+    const ZALOmxUTF8String zero("a\0b", 3);
+    EXPECT_EQ(std::string_view("a\0b", 3), View(zero));
+    EXPECT_FALSE(zero == ZALOmxUTF8String("a"));
+    EXPECT_EQ(ZALOmxUTF8String(), ZALOmxUTF8String(nullptr));
+    EXPECT_EQ(ZALOmxUTF8String(), ZALOmxUTF8String(nullptr, 0));
     const ZALOmxUTF8String text("Part");
     EXPECT_TRUE(text.Test("Part"));
     for (const char* other : {"", "part", "Par", "Parts"})
@@ -326,7 +255,7 @@ TEST(ZALOmxUTF8String, IsTestedForExactlyOneText)
 TEST(ZALListValZALUnicodeString, CountsFromOne)
 {
     ZALListValZALUnicodeString list;
-    EXPECT_EQ(list.Size(), 0);
+    EXPECT_EQ(0, list.Size());
     list.Append("a");
     list.Append("b");
     list.Append("c");
@@ -336,11 +265,11 @@ TEST(ZALListValZALUnicodeString, CountsFromOne)
     const ZALListValZALUnicodeString copy = list;
     list.RemoveAll();
 
-    EXPECT_EQ(list.Size(), 0);
-    ASSERT_EQ(copy.Size(), 3);
-    EXPECT_EQ(copy[1], ZALUnicodeString("c"));
-    EXPECT_EQ(copy[2], ZALUnicodeString("b!"));
-    EXPECT_EQ(copy[3], ZALUnicodeString("a"));
+    EXPECT_EQ(0, list.Size());
+    ASSERT_EQ(3, copy.Size());
+    EXPECT_EQ(ZALUnicodeString("c"), copy[1]);
+    EXPECT_EQ(ZALUnicodeString("b!"), copy[2]);
+    EXPECT_EQ(ZALUnicodeString("a"), copy[3]);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -352,16 +281,16 @@ TEST(ZALUnicodeString, ReplacesEachPartFromLeftToRight)
         const int count = text.ReplaceSubString(old, by);
         return std::to_string(count) + " " + ToUtf8(text);
     };
-    EXPECT_EQ(replaced("", "a", "b"), "0 ");
-    EXPECT_EQ(replaced("abc", "", "x"), "0 abc");
-    EXPECT_EQ(replaced("abc", "x", "y"), "0 abc");
-    EXPECT_EQ(replaced("abcabc", "bc", ""), "2 aa");
-    EXPECT_EQ(replaced("aaaa", "aa", "a"), "2 aa");
-    EXPECT_EQ(replaced("aa", "a", "aa"), "2 aaaa");
-    EXPECT_EQ(replaced("aA", "a", "b"), "1 bA");
+    EXPECT_EQ("0 ", replaced("", "a", "b"));
+    EXPECT_EQ("0 abc", replaced("abc", "", "x"));
+    EXPECT_EQ("0 abc", replaced("abc", "x", "y"));
+    EXPECT_EQ("2 aa", replaced("abcabc", "bc", ""));
+    EXPECT_EQ("2 aa", replaced("aaaa", "aa", "a"));
+    EXPECT_EQ("2 aaaa", replaced("aa", "a", "aa"));
+    EXPECT_EQ("1 bA", replaced("aA", "a", "b"));
     ZALUnicodeString itself = "ab";
     itself.ReplaceSubString(itself, itself);
-    EXPECT_EQ(ToUtf8(itself), "ab");
+    EXPECT_EQ("ab", ToUtf8(itself));
 }
 
 TEST(ZALUnicodeString, WritesItsUtf8IntoABuffer)
@@ -372,7 +301,7 @@ TEST(ZALUnicodeString, WritesItsUtf8IntoABuffer)
         std::size_t length = 99;
         text.ConvertToUTF8(buffer.data(), length);
         EXPECT_EQ(buffer.substr(0, length), ToUtf8(text));
-        EXPECT_EQ(buffer[length], '\0');
+        EXPECT_EQ('\0', buffer[length]);
     }
 }
 
@@ -389,13 +318,13 @@ TEST(ZALUnicodeChar, IsALetterOrADigitOfAnyScript)
 
 TEST(ZALUnicodeChar, HasTheLowerEightBitsAsItsNarrowValue)
 {
-    EXPECT_EQ(static_cast<char>(ZALUnicodeChar(u'a')), 'a');
-    EXPECT_EQ(static_cast<char>(ZALUnicodeChar(u'\u20AC')), '\xAC');
+    EXPECT_EQ('a', static_cast<char>(ZALUnicodeChar(u'a')));
+    EXPECT_EQ('\xAC', static_cast<char>(ZALUnicodeChar(u'\u20AC')));
     EXPECT_EQ(ZALUnicodeChar(u'a'), ZALUnicodeChar(u'a'));
     EXPECT_FALSE(ZALUnicodeChar(u'a') == ZALUnicodeChar(u'A'));
     ZALUnicodeString text = "x";
     text.Append(ZALUnicodeChar(u'\u20AC'));
-    EXPECT_EQ(ToUtf8(text), "x\u20AC");
+    EXPECT_EQ("x\u20AC", ToUtf8(text));
 }
 
 TEST(ZALCodePage, KnowsUtf8)
@@ -413,22 +342,22 @@ TEST(ZALListValZALUnicodeString, TakesItemsAtAnyPosition)
     ZALListValZALUnicodeString list;
     for (const auto& [index, item] : {std::pair{1, "b"}, {1, "a"}, {3, "d"}, {3, "c"}})
         list.InsertAt(index, item);
-    ASSERT_EQ(list.Size(), 4);
+    ASSERT_EQ(4, list.Size());
     for (int index = 1; index <= 4; ++index)
-        EXPECT_EQ(ToUtf8(list[index]), std::string(1, static_cast<char>('a' + index - 1)));
+        EXPECT_EQ(std::string(1, static_cast<char>('a' + index - 1)), ToUtf8(list[index]));
 }
 
 TEST(ZALListValZALUnicodeString, LocatesIdenticalItemsOnly)
 {
     ZALListValZALUnicodeString list;
-    EXPECT_EQ(list.Locate("a"), 0);
+    EXPECT_EQ(0, list.Locate("a"));
     for (const char* item : {"A", "a", "b", "a"})
         list.Append(item);
-    EXPECT_EQ(list.Locate("a"), 2);
-    EXPECT_EQ(list.Locate("a", 2), 2);
-    EXPECT_EQ(list.Locate("a", 3), 4);
-    EXPECT_EQ(list.Locate("a", 5), 0);
-    EXPECT_EQ(list.Locate("c"), 0);
+    EXPECT_EQ(2, list.Locate("a"));
+    EXPECT_EQ(2, list.Locate("a", 2));
+    EXPECT_EQ(4, list.Locate("a", 3));
+    EXPECT_EQ(0, list.Locate("a", 5));
+    EXPECT_EQ(0, list.Locate("c"));
 }
 
 } // namespace
