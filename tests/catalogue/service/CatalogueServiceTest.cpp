@@ -171,9 +171,9 @@ TEST_F(CatalogueServiceTest, FilesOfThePageHaveTheirTypeAndTheRulesOfThePage)
     EXPECT_EQ("text/javascript; charset=utf-8", reply.get_header_value("Content-Type"));
     EXPECT_EQ("nosniff", reply.get_header_value("X-Content-Type-Options"));
     const std::string policy = reply.get_header_value("Content-Security-Policy");
-    EXPECT_NE(policy.find("default-src 'none'"), std::string::npos) << policy;
-    EXPECT_NE(policy.find("script-src 'self';"), std::string::npos) << policy;
-    EXPECT_EQ(policy.find("unsafe"), std::string::npos) << policy;
+    EXPECT_NE(std::string::npos, policy.find("default-src 'none'")) << policy;
+    EXPECT_NE(std::string::npos, policy.find("script-src 'self';")) << policy;
+    EXPECT_EQ(std::string::npos, policy.find("unsafe")) << policy;
 }
 
 TEST_F(CatalogueServiceTest, WhatIsNoFileOfThePageIsNotFound)

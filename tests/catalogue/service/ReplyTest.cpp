@@ -98,7 +98,7 @@ TEST_F(ReplyTest, AnyContentTypeCanBeAskedFor)
 {
     for (const char* type : {"application/json; charset=utf-8", "text/html", "APPLICATION/ZIP", ""}) {
         const httplib::Response reply = Whole(client_->Get("/files/bolt.zip", httplib::Params{{"type", type}}, {}));
-        EXPECT_EQ(reply.get_header_value("Content-Type"), type);
+        EXPECT_EQ(type, reply.get_header_value("Content-Type"));
         EXPECT_EQ("archive bytes", reply.body);
     }
 }
@@ -133,8 +133,8 @@ TEST_F(ReplyTest, AnEmptyBodyOrFileHasLengthZero)
 TEST_F(ReplyTest, WithoutALengthTheEndOfTheConnectionEndsTheBody)
 {
     const std::string reply = Exchange("GET /files/nut.ZALPart?length=none HTTP/1.1\r\nHost: localhost\r\n\r\n");
-    EXPECT_EQ(reply.find("Content-Length"), std::string::npos);
-    EXPECT_EQ(reply.find("Transfer-Encoding"), std::string::npos);
+    EXPECT_EQ(std::string::npos, reply.find("Content-Length"));
+    EXPECT_EQ(std::string::npos, reply.find("Transfer-Encoding"));
     EXPECT_EQ("\r\n\r\n0123456789", reply.substr(reply.size() - 14));
 }
 
@@ -147,7 +147,7 @@ TEST_F(ReplyTest, ChunksCanBeAskedFor)
 
     const std::string bytes = Exchange("GET /files/nut.ZALPart?chunked=1&piece=4&pause=0 HTTP/1.1\r\n"
                                        "Host: localhost\r\nConnection: close\r\n\r\n");
-    EXPECT_NE(bytes.find("4\r\n0123\r\n4\r\n4567\r\n2\r\n89\r\n0\r\n\r\n"), std::string::npos) << bytes;
+    EXPECT_NE(std::string::npos, bytes.find("4\r\n0123\r\n4\r\n4567\r\n2\r\n89\r\n0\r\n\r\n")) << bytes;
 }
 
 TEST_F(ReplyTest, ACutReplyAnnouncesEverythingAndSendsPart)

@@ -756,7 +756,7 @@ TEST_F(Prompts, AreNotWrittenForAStateWithoutAKey)
 {
     Start(WaitForFirst);
     for (const std::string& line : journal_)
-        EXPECT_EQ(line.find("prompt"), std::string::npos);
+        EXPECT_EQ(std::string::npos, line.find("prompt"));
 }
 
 // ---------------------------------------------------------------------------------------------

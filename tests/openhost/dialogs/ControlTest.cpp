@@ -246,7 +246,7 @@ TEST_F(Controls, OfAPageStandInItsContent)
 {
     auto* page = new OptionsPageOfATest(Window);
     ASSERT_TRUE(page->GetContentParent());
-    EXPECT_EQ(page->GetContentParent()->GetFather(), page);
+    EXPECT_EQ(page, page->GetContentParent()->GetFather());
     EXPECT_THAT(ZALDialogNode::Of(*page).attached, ElementsAre(page->GetContentParent()));
     EXPECT_EQ(1, page->IsAKindOf("ZALDlgToolsOptionsFrame"));
     EXPECT_EQ(nullptr, (new OptionsPageOfATest(nullptr))->GetContentParent());

@@ -48,7 +48,7 @@ TEST_P(InstallationTexts, HaveAMessageForEachKeyOfTheModule)
             EXPECT_FALSE(message.empty()) << catalog << " " << name;
             const bool takesParameter = name == "PartNumberConflict" || name == "OverwriteNotifyRemaining";
             EXPECT_EQ(message.find("BOLT-12") != std::string::npos, takesParameter) << catalog << " " << name;
-            EXPECT_EQ(message.find("/P"), std::string::npos) << catalog << " " << name;
+            EXPECT_EQ(std::string::npos, message.find("/P")) << catalog << " " << name;
         }
 }
 
@@ -89,7 +89,7 @@ TEST_P(InstallationTexts, HaveTheSameKeysInEachLanguageAndNoMalformedLine)
                 keys.emplace_back();
                 for (const auto& [key, text] : ParseTexts(bytes))
                     keys.back().push_back(key);
-                EXPECT_EQ(keys.back().size(), texts) << language << " " << entry.path();
+                EXPECT_EQ(texts, keys.back().size()) << language << " " << entry.path();
             }
             EXPECT_EQ(keys[0], keys[1]) << entry.path();
         }

@@ -212,9 +212,9 @@ TEST_F(Pushes, FindControlsByNameAndTheNewestFirst)
     auto* bar = new ZALDlgProgress(new ZALDlgFrame(window, "Frame", 0), "Bar", 0);
     auto* other = new ZALDlgDialog(window, "Other", 0);
     auto* otherBar = new ZALDlgProgress(other, "Bar", 0);
-    EXPECT_EQ(Surface().Find("Bar"), otherBar);
-    EXPECT_EQ(Surface().Find("Window", "Bar"), bar);
-    EXPECT_EQ(Surface().Find("Other", "Bar"), otherBar);
+    EXPECT_EQ(otherBar, Surface().Find("Bar"));
+    EXPECT_EQ(bar, Surface().Find("Window", "Bar"));
+    EXPECT_EQ(otherBar, Surface().Find("Other", "Bar"));
     EXPECT_EQ(nullptr, Surface().Find("Other", "Frame"));
     EXPECT_EQ(nullptr, Surface().Find("Absent", "Bar"));
     EXPECT_EQ(nullptr, Surface().Find("Absent"));

@@ -130,7 +130,7 @@ TEST_F(ArchiveExtraction, NewFilesAreNotExecutable)
 {
     EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().Add("a", "1").WithUnixMode(0104777)));
     const auto permissions = std::filesystem::status(Folder() / "a").permissions();
-    EXPECT_EQ(permissions & std::filesystem::perms(07111), std::filesystem::perms::none);
+    EXPECT_EQ(std::filesystem::perms::none, permissions & std::filesystem::perms(07111));
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -302,7 +302,7 @@ TEST_F(ArchiveReading, ArchivesWithAnyByteChangedNeitherCrashNorWriteOtherConten
             continue;
         for (const std::string& name : Browse()) {
             if (Extract(name) == S_OK && std::filesystem::is_regular_file(Folder() / name)) {
-                EXPECT_EQ(Content(Folder() / name), text) << position;
+                EXPECT_EQ(text, Content(Folder() / name)) << position;
             }
         }
         zip_.Close();

@@ -111,8 +111,8 @@ TEST_F(FilePlaces, RenamesNothingToAnotherVolume)
     ASSERT_EQ(0, stat(folder.c_str(), &there));
     const bool isOther = here.st_dev != there.st_dev;
     EXPECT_EQ(Rename(Path("file"), ZALUnicodeString((folder + "/new").c_str())) != 0, isOther);
-    EXPECT_EQ(fs::exists(At("file")), isOther);
-    EXPECT_EQ(fs::is_empty(folder), isOther);
+    EXPECT_EQ(isOther, fs::exists(At("file")));
+    EXPECT_EQ(isOther, fs::is_empty(folder));
     fs::remove_all(folder);
 }
 

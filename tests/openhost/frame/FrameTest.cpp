@@ -156,8 +156,8 @@ TEST_F(Frame, HasACurrentSetOfObjectsInItsEditor)
     objects->AddElement(second);
     for (int times = 0; times < 2; ++times) {
         objects->InitElementList();
-        EXPECT_EQ(objects->NextElement(), first);
-        EXPECT_EQ(objects->NextElement(), second);
+        EXPECT_EQ(first, objects->NextElement());
+        EXPECT_EQ(second, objects->NextElement());
         EXPECT_EQ(nullptr, objects->NextElement());
         EXPECT_EQ(nullptr, objects->NextElement());
     }

@@ -105,7 +105,7 @@ TEST(GeometryProcess, ServesManyJobsInARow)
     const pid_t first = NumberOf(process);
     for (int job = 0; job < 2000; ++job)
         ASSERT_EQ(process.Run(jobs::Echo, std::to_string(job)), std::to_string(job));
-    EXPECT_EQ(NumberOf(process), first);
+    EXPECT_EQ(first, NumberOf(process));
     EXPECT_NE(first, getpid());
 }
 
@@ -114,7 +114,7 @@ TEST(GeometryProcess, ARefusalIsToldAndTheNextJobHasAFreshProcess)
     GeometryProcess process(Program);
     const pid_t first = NumberOf(process);
     EXPECT_EQ("no shape", Failure(process, jobs::Refuse, "no shape"));
-    EXPECT_NE(NumberOf(process), first);
+    EXPECT_NE(first, NumberOf(process));
     EXPECT_THAT(Failure(process, jobs::RefuseOddly), HasSubstr("crashed"));
 }
 
@@ -169,7 +169,7 @@ TEST(GeometryProcess, IsRenewedWhenItIsEndedBetweenJobs)
     const pid_t first = NumberOf(process);
     kill(first, SIGKILL);
     EXPECT_EQ(1'000'000U, process.Run(jobs::Echo, std::string(1'000'000, 'x')).size());
-    EXPECT_NE(NumberOf(process), first);
+    EXPECT_NE(first, NumberOf(process));
 }
 
 TEST(GeometryProcess, IsRenewedWhenItIsEndedInsideAJob)
@@ -223,7 +223,7 @@ TEST(GeometryProcess, EndsWithAHostThatIsKilled)
         const int descriptor = OpenProcess(place.Await());
         EXPECT_GE(descriptor, 0);
         kill(host, SIGKILL);
-        EXPECT_EQ(waitpid(host, nullptr, 0), host);
+        EXPECT_EQ(host, waitpid(host, nullptr, 0));
         EXPECT_TRUE(Ends(descriptor)) << isBusy;
         close(descriptor);
     }

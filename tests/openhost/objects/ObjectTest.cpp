@@ -165,7 +165,7 @@ TEST(ClassRecord, OfAnAdapterIsAnotherOneThanOfItsInterface)
     ZALMetaClass* adapter = fct_RetrieveMetaObject(ObjectTestInterface::ClassId(), ZALMetaAdapter,
                                                    ObjectTestInterface::MetaObject(), "ZALNull", "somewhere");
     EXPECT_NE(adapter, ObjectTestInterface::MetaObject());
-    EXPECT_EQ(adapter->GetKind(), ZALMetaAdapter);
+    EXPECT_EQ(ZALMetaAdapter, adapter->GetKind());
     EXPECT_STREQ(adapter->GetClassId(), ObjectTestInterface::ClassId());
 }
 
@@ -211,10 +211,10 @@ TEST(WeakReference, CopiesSpeakOfTheSameObject)
         const ZALBaseUnknown_WR weak(object);
         copy = weak;
         const ZALBaseUnknown_WR further(copy);
-        EXPECT_EQ(further.GetComponent(), object);
+        EXPECT_EQ(object, further.GetComponent());
         object->Release();
     }
-    EXPECT_EQ(copy.GetComponent(), object);
+    EXPECT_EQ(object, copy.GetComponent());
     object->Release();
     object->Release();
     EXPECT_EQ(nullptr, copy.GetComponent());
@@ -339,7 +339,7 @@ TEST_F(InterfaceHandle, TakesAReferenceOver)
     object->inDestructor = [&] { ended = true; };
     {
         const auto handle = ZALBaseUnknown_var::Take(object);
-        EXPECT_EQ(handle.Get(), object);
+        EXPECT_EQ(object, handle.Get());
         EXPECT_EQ(1U, ReferencesOf(object));
     }
     EXPECT_TRUE(ended);

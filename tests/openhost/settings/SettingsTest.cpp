@@ -342,20 +342,22 @@ TEST_F(Settings, OfTheFileStayWhenTheDiskIsFullOrTheFileIsReadOnly)
 {
     const std::string before = R"({"DownloadLocation": "/old"})";
     Load(before);
-    const std::string location = "/" + std::string(2000, 'n');
-    Object().SetDownloadLocation(FromUtf8(location));
+    Object().SetDownloadLocation(FromUtf8("/" + std::string(2000, 'n')));
     {
         const testing::FileSizeLimit limit(1000);
         EXPECT_EQ(E_FAIL, Object().SaveSettings(0));
     }
     EXPECT_EQ(before, Read());
     EXPECT_EQ(1, FilesInFolder());
-    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
-    EXPECT_EQ(E_FAIL, Object().SaveSettings(0));
-    EXPECT_EQ(before, Read());
-    EXPECT_EQ(location, Location());
-    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
     EXPECT_EQ(S_OK, Object().SaveSettings(0));
+
+    const std::string saved = Read();
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+    Store().Load(file);
+    Object().SetDownloadLocation("/new");
+    EXPECT_EQ(E_FAIL, Object().SaveSettings(0));
+    EXPECT_EQ(saved, Read());
+    EXPECT_EQ("/new", Location());
 }
 
 TEST_F(Settings, AreNotSavedToAFolderThatIsGoneAndSaySoInTheJournal)
