@@ -128,6 +128,7 @@ TEST_F(ReplyTest, AnEmptyBodyOrFileHasLengthZero)
     for (const char* path : {"/files/nut.ZALPart?empty=1", "/files/empty.zip"})
         EXPECT_EQ("0", Fetch(path).get_header_value("Content-Length")) << path;
     ExpectReply(200, "application/octet-stream", "", "/files/nut.ZALPart?empty=1");
+    EXPECT_EQ("attachment; filename=\"nut.ZALPart\"", GetDisposition("empty=1"));
 }
 
 TEST_F(ReplyTest, WithoutALengthTheEndOfTheConnectionEndsTheBody)

@@ -226,13 +226,13 @@ TEST_F(Pushes, FindWhatHasHappenedToEachWindow)
     new ZALDlgLabel(window, "Label", 0);
     window->SetVisibility(ZALDlgHide);
     End(window);
-    const auto& events = Surface().WindowEvents();
+    const auto& told = Surface().WindowEvents();
     using Action = ScriptedSurface::WindowEvent::Action;
-    ASSERT_EQ(3U, events.size());
-    EXPECT_EQ("Window", events[0].name);
-    EXPECT_EQ(0x44200U, events[0].style);
+    ASSERT_EQ(3U, told.size());
+    EXPECT_EQ("Window", told[0].name);
+    EXPECT_EQ(0x44200U, told[0].style);
     EXPECT_EQ((std::vector{Action::Shown, Action::Hidden, Action::Ended}),
-              (std::vector{events[0].action, events[1].action, events[2].action}));
+              (std::vector{told[0].action, told[1].action, told[2].action}));
 }
 
 // ---------------------------------------------------------------------------------------------
