@@ -14,7 +14,7 @@ protected:
     {
         return writing_.AddFile(Text(Folder() / name), compress, relative, Text(Folder()), 0);
     }
-    HRESULT AddPath(const std::filesystem::path& file, const std::filesystem::path& base, unsigned int flags = 0)
+    HRESULT AddPath(const std::filesystem::path& file, const std::filesystem::path& base, int flags = 0)
     {
         return writing_.AddFile(Text(file), 1, 1, Text(base), flags);
     }
