@@ -6,10 +6,10 @@
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/geometry/ShapeGeometry.h"
 #include "openhost/lvr/LvrMesh.h"
+#include "tests/openhost/files/OpenedArchive.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <zip.h>
 
 #include <fstream>
 #include <iterator>
@@ -60,108 +60,88 @@ class Written : public ::testing::Test {
 protected:
     Written() { WriteCatalogue(Small(), Folder()); }
     std::filesystem::path Folder() const { return folder_.Path() / "made" / "here"; }
+    Json Index() const { return Json::parse(ReadWhole(Folder() / "index.json")); }
     Json Request(const std::string& id) const { return Json::parse(ReadWhole(Folder() / "items" / (id + ".json"))); }
 
     openhost::TemporaryFolder folder_;
 };
 
-std::vector<std::string> EntryNames(zip_t* archive)
-{
-    std::vector<std::string> names;
-    for (zip_int64_t i = 0; i < zip_get_num_entries(archive, 0); ++i)
-        names.push_back(zip_get_name(archive, static_cast<zip_uint64_t>(i), 0));
-    return names;
-}
-
 } // namespace
 
 TEST_F(Written, ArchiveHoldsDocumentsInOrderBetweenSideFiles)
 {
-    zip_t* archive = zip_open((Folder() / "files" / "pair.zip").c_str(), ZIP_RDONLY, nullptr);
-    ASSERT_TRUE(archive);
-    EXPECT_EQ(EntryNames(archive), (std::vector<std::string>{"readme.txt", "PART.ZALPart", "PAIR.ZALProduct",
-                                                             "licence.txt", "kr_metadata.csv"}));
-    zip_discard(archive);
+    const openhost::testing::OpenedArchive archive(ReadWhole(Folder() / "files" / "pair.zip"));
+    std::vector<std::string> names;
+    for (const auto& [name, content] : archive.Entries())
+        names.push_back(name);
+    EXPECT_EQ(
+        (std::vector<std::string>{"readme.txt", "PART.ZALPart", "PAIR.ZALProduct", "licence.txt", "kr_metadata.csv"}),
+        names);
+    EXPECT_EQ(Small().documents.at("PAIR.ZALProduct"), openhost::ParseDocument(archive.Read(2), "pair"));
+}
+
+TEST_F(Written, RawItemIsTheDocumentItself)
+{
+    EXPECT_EQ(Small().documents.at("PART.ZALPart"), openhost::ReadDocument(Folder() / "files" / "PART.ZALPart"));
 }
 
 TEST_F(Written, TemplatesAreDocumentsWithRoomForAnItem)
 {
     const openhost::CadDocument part = openhost::ReadDocument(Folder() / "files" / "templates" / PartTemplateName);
-    EXPECT_EQ(part.kind, openhost::DocumentKind::Part);
+    EXPECT_EQ(openhost::DocumentKind::Part, part.kind);
     EXPECT_FALSE(part.geometry);
-    EXPECT_EQ(part.parameters.at(0).name, "Title");
-    EXPECT_EQ(part.cameras.size(), 1U);
-    EXPECT_EQ(part.features.axisSystems.size(), 1U);
+    EXPECT_EQ("Title", part.parameters.at(0).name);
+    EXPECT_EQ(1U, part.cameras.size());
+    EXPECT_EQ(1U, part.features.axisSystems.size());
     const openhost::CadDocument product =
         openhost::ReadDocument(Folder() / "files" / "templates" / ProductTemplateName);
-    EXPECT_EQ(product.kind, openhost::DocumentKind::Product);
+    EXPECT_EQ(openhost::DocumentKind::Product, product.kind);
     EXPECT_TRUE(product.children.empty());
-    EXPECT_NE(product.description, "");
-    EXPECT_EQ(product.cameras.size(), 1U);
-}
-
-TEST_F(Written, DocumentInTheArchiveIsTheDocument)
-{
-    zip_t* archive = zip_open((Folder() / "files" / "pair.zip").c_str(), ZIP_RDONLY, nullptr);
-    ASSERT_TRUE(archive);
-    zip_stat_t status;
-    ASSERT_EQ(zip_stat(archive, "PAIR.ZALProduct", 0, &status), 0);
-    std::string bytes(status.size, '\0');
-    zip_file_t* file = zip_fopen(archive, "PAIR.ZALProduct", 0);
-    ASSERT_EQ(zip_fread(file, bytes.data(), bytes.size()), static_cast<zip_int64_t>(bytes.size()));
-    zip_fclose(file);
-    zip_discard(archive);
-    EXPECT_EQ(openhost::ParseDocument(bytes, "pair"), Small().documents.at("PAIR.ZALProduct"));
-}
-
-TEST_F(Written, RawItemIsTheDocumentItself)
-{
-    EXPECT_EQ(openhost::ReadDocument(Folder() / "files" / "PART.ZALPart"), Small().documents.at("PART.ZALPart"));
+    EXPECT_NE("", product.description);
+    EXPECT_EQ(1U, product.cameras.size());
 }
 
 TEST_F(Written, RequestNamesTheDownloadUnderTheServicesAddress)
 {
     const Json request = Request("pair");
-    EXPECT_EQ(request["id"], "pair");
-    EXPECT_EQ(request["downloadUrl"], "${BASE}/files/pair.zip");
-    EXPECT_EQ(request["attributes"]["downloadUrls"]["ZALOR_RAW"], "${BASE}/files/pair.zip");
-    EXPECT_EQ(request["attributes"]["fileName"], "PAIR");
-    EXPECT_EQ(request["attributes"]["name"], "Two \"parts\"");
-    EXPECT_EQ(request["attributes"]["dimensions"]["s"], 6.8);
-    EXPECT_TRUE(request["attributes"]["catalog"].contains("name"));
-    EXPECT_FALSE(request["attributes"]["catalog"].contains("configOpeningBehaviour"));
-    EXPECT_FALSE(request["attributes"].contains("sourceUrl"));
-}
+    const Json attributes = request["attributes"];
+    EXPECT_EQ("pair", request["id"]);
+    EXPECT_EQ("${BASE}/files/pair.zip", request["downloadUrl"]);
+    EXPECT_EQ("${BASE}/files/pair.zip", attributes["downloadUrls"]["ZALOR_RAW"]);
+    EXPECT_EQ("PAIR", attributes["fileName"]);
+    EXPECT_EQ("Two \"parts\"", attributes["name"]);
+    EXPECT_EQ(6.8, attributes["dimensions"]["s"]);
+    EXPECT_TRUE(attributes["catalog"].contains("name"));
+    EXPECT_FALSE(attributes["catalog"].contains("configOpeningBehaviour"));
+    EXPECT_FALSE(attributes.contains("sourceUrl"));
 
-TEST_F(Written, ItemOpenedInPlaceNamesItsFile)
-{
-    const Json attributes = Request("open")["attributes"];
-    EXPECT_EQ(attributes["catalog"]["configOpeningBehaviour"], "openInSource");
-    EXPECT_EQ(attributes["sourceUrl"], "file://${FILES}/PART.ZALPart");
+    const Json inPlace = Request("open")["attributes"];
+    EXPECT_EQ("openInSource", inPlace["catalog"]["configOpeningBehaviour"]);
+    EXPECT_EQ("file://${FILES}/PART.ZALPart", inPlace["sourceUrl"]);
 }
 
 TEST_F(Written, IndexListsEveryItemWithVolumeAndBoxOfAllItsInstances)
 {
-    const Json index = Json::parse(ReadWhole(Folder() / "index.json"));
-    ASSERT_EQ(index.size(), 3U);
-    EXPECT_EQ(index[0]["kind"], "part");
-    EXPECT_EQ(index[0]["file"], "raw.zip");
-    EXPECT_EQ(index[2]["kind"], "assembly");
-    EXPECT_EQ(index[2]["file"], "pair.zip");
-    EXPECT_EQ(index[2]["volume"], 2000.0);
-    EXPECT_EQ(index[2]["boundingBox"]["lowest"], (Json{-20.0, 0.0, 0.0}));
-    EXPECT_EQ(index[2]["boundingBox"]["highest"], (Json{10.0, 110.0, 5.0}));
-    EXPECT_EQ(index[2]["documents"], (Json{"PART.ZALPart", "PAIR.ZALProduct"}));
+    const Json index = Index();
+    ASSERT_EQ(3U, index.size());
+    EXPECT_EQ("part", index[0]["kind"]);
+    EXPECT_EQ("raw.zip", index[0]["file"]);
+    EXPECT_EQ("assembly", index[2]["kind"]);
+    EXPECT_EQ("pair.zip", index[2]["file"]);
+    EXPECT_EQ(2000.0, index[2]["volume"]);
+    EXPECT_EQ((Json{-20.0, 0.0, 0.0}), index[2]["boundingBox"]["lowest"]);
+    EXPECT_EQ((Json{10.0, 110.0, 5.0}), index[2]["boundingBox"]["highest"]);
+    EXPECT_EQ((Json{"PART.ZALPart", "PAIR.ZALProduct"}), index[2]["documents"]);
 }
 
 TEST_F(Written, EachItemHasItsPictureAndTheIndexNamesIt)
 {
-    const Json index = Json::parse(ReadWhole(Folder() / "index.json"));
+    const Json index = Index();
     for (const Json& item : index) {
         const std::string id = item["id"];
-        EXPECT_EQ(item["picture"], "/items/" + id + "/picture");
+        EXPECT_EQ("/items/" + id + "/picture", item["picture"]);
         const std::string png = ReadWhole(Folder() / "pictures" / (id + ".png"));
-        EXPECT_EQ(png.substr(0, 24), std::string("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\1\x40\0\0\0\xF0", 24)) << id;
+        EXPECT_EQ(std::string("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\1\x40\0\0\0\xF0", 24), png.substr(0, 24)) << id;
     }
     EXPECT_NE(ReadWhole(Folder() / "pictures" / "pair.png"), ReadWhole(Folder() / "pictures" / "raw.png"));
 }
@@ -176,20 +156,15 @@ TEST_F(Written, WritingAgainGivesTheSameBytes)
         EXPECT_EQ(ReadWhole(other.Path() / name), ReadWhole(Folder() / name)) << name;
 }
 
-TEST(ItemWriter, DocumentThatIsMissingOrCannotBeDrawnIsAnError)
+TEST(ItemWriter, DocumentOrFolderThatCannotBeUsedIsAnError)
 {
     const openhost::TemporaryFolder folder;
-    Catalogue catalogue = Small();
-    catalogue.documents.at("PAIR.ZALProduct").links = {"GONE.ZALPart"};
-    EXPECT_THROW(WriteCatalogue(catalogue, folder.Path()), std::runtime_error);
-    catalogue = Small();
-    catalogue.documents.at("PART.ZALPart").geometry->boundary = "no shape";
-    EXPECT_THROW(WriteCatalogue(catalogue, folder.Path()), std::runtime_error);
-}
-
-TEST(ItemWriter, FolderThatCannotBeMadeIsAnError)
-{
-    const openhost::TemporaryFolder folder;
+    Catalogue missing = Small();
+    missing.documents.at("PAIR.ZALProduct").links = {"GONE.ZALPart"};
+    EXPECT_THROW(WriteCatalogue(missing, folder.Path()), std::runtime_error);
+    Catalogue undrawn = Small();
+    undrawn.documents.at("PART.ZALPart").geometry->boundary = "no shape";
+    EXPECT_THROW(WriteCatalogue(undrawn, folder.Path()), std::runtime_error);
     std::ofstream(folder.Path() / "file") << "in the way";
     EXPECT_THROW(WriteCatalogue(Small(), folder.Path() / "file"), std::runtime_error);
 }
@@ -205,7 +180,7 @@ TEST_F(Written, LightRepresentationHoldsEachPartInItsPlace)
 
 TEST_F(Written, IndexHoldsTheShapeOfEachItem)
 {
-    for (const Json& item : Json::parse(ReadWhole(Folder() / "index.json"))) {
+    for (const Json& item : Index()) {
         const ShapeDescriptor shape = DecodeShapeToken(item.at("shape").get<std::string>());
         const openhost::LvrMesh mesh =
             openhost::ReadLvr(Folder() / "shapes" / (item.at("id").get<std::string>() + ".lvr"));

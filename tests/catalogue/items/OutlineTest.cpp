@@ -12,8 +12,8 @@ constexpr double Pi = std::numbers::pi;
 
 TEST(Outline, AreaOfAPolygonIsExactInBothDirections)
 {
-    EXPECT_DOUBLE_EQ(OutlineArea(Polygon({{0, 0}, {4, 0}, {4, 3}, {0, 3}})), 12);
-    EXPECT_DOUBLE_EQ(OutlineArea(Polygon({{0, 3}, {4, 3}, {4, 0}, {0, 0}})), 12);
+    EXPECT_DOUBLE_EQ(12, OutlineArea(Polygon({{0, 0}, {4, 0}, {4, 3}, {0, 3}})));
+    EXPECT_DOUBLE_EQ(12, OutlineArea(Polygon({{0, 3}, {4, 3}, {4, 0}, {0, 0}})));
 }
 
 TEST(Outline, ArcsTurnTheWayOfTheirMiddle)

@@ -13,14 +13,10 @@ using Json = nlohmann::ordered_json;
 
 class CatalogueServiceTest : public ServiceTest {};
 
-TEST_F(CatalogueServiceTest, ARootThatIsNoFolderIsRefused)
+TEST_F(CatalogueServiceTest, ARootThatIsNoFolderAndAPortInUseAreRefused)
 {
     EXPECT_THROW(CatalogueService(root_ / "missing"), std::runtime_error);
     EXPECT_THROW(CatalogueService(root_ / "index.json"), std::runtime_error);
-}
-
-TEST_F(CatalogueServiceTest, APortInUseIsRefused)
-{
     CatalogueService second(root_);
     EXPECT_THROW(second.Start(service_->GetPort()), std::runtime_error);
 }
@@ -28,7 +24,7 @@ TEST_F(CatalogueServiceTest, APortInUseIsRefused)
 TEST_F(CatalogueServiceTest, PortZeroTakesAPortOfItsOwn)
 {
     CatalogueService second(root_);
-    EXPECT_EQ(second.GetPort(), 0);
+    EXPECT_EQ(0, second.GetPort());
     second.Start(0);
     EXPECT_GT(second.GetPort(), 0);
     EXPECT_NE(second.GetPort(), service_->GetPort());
@@ -44,78 +40,76 @@ TEST_F(CatalogueServiceTest, StoppingTwiceAndBeforeTheStartIsHarmless)
     EXPECT_FALSE(Get("/"));
 }
 
-TEST_F(CatalogueServiceTest, AHostHeaderOfAnotherNameIsRefused)
+TEST_F(CatalogueServiceTest, LoopbackNamesInTheHostHeaderAloneAreServed)
 {
+    const auto codeFor = [this](const std::string& host) {
+        return Exchange("GET /items HTTP/1.1\r\nHost: " + host + "\r\nConnection: close\r\n\r\n").substr(0, 12);
+    };
+    for (const char* host : {"127.0.0.1", "127.0.0.1:1", "localhost", "localhost:8080", "[::1]:8080"})
+        EXPECT_EQ("HTTP/1.1 200", codeFor(host)) << host;
     for (const char* host : {"velmart.example", "127.0.0.1.example", "localhost.example:80", "localhost:", "127.0.0.2",
-                             "127.0.0.1:80x", "", "[::1]x"}) {
-        const std::string reply =
-            Exchange("GET /items HTTP/1.1\r\nHost: " + std::string(host) + "\r\nConnection: close\r\n\r\n");
-        EXPECT_EQ(reply.substr(0, 12), "HTTP/1.1 403") << host;
-    }
-}
-
-TEST_F(CatalogueServiceTest, ARequestWithoutAHostHeaderIsRefused)
-{
-    EXPECT_EQ(Exchange("GET /items HTTP/1.0\r\n\r\n").substr(0, 12), "HTTP/1.1 403");
-}
-
-TEST_F(CatalogueServiceTest, EveryLoopbackNameIsServed)
-{
-    for (const char* host : {"127.0.0.1", "127.0.0.1:1", "localhost", "localhost:8080", "[::1]:8080"}) {
-        const std::string reply =
-            Exchange("GET /items HTTP/1.1\r\nHost: " + std::string(host) + "\r\nConnection: close\r\n\r\n");
-        EXPECT_EQ(reply.substr(0, 12), "HTTP/1.1 200") << host;
-    }
+                             "127.0.0.1:80x", "", "[::1]x"})
+        EXPECT_EQ("HTTP/1.1 403", codeFor(host)) << host;
+    EXPECT_EQ("HTTP/1.1 403", Exchange("GET /items HTTP/1.0\r\n\r\n").substr(0, 12)) << "without a host";
 }
 
 TEST_F(CatalogueServiceTest, GarbageInPlaceOfARequestIsAnsweredWithAnError)
 {
-    EXPECT_EQ(Exchange("\x01\x02 nonsense\r\n\r\n").substr(0, 12), "HTTP/1.1 400");
-    EXPECT_EQ(GetCode("/items"), 200);
+    EXPECT_EQ("HTTP/1.1 400", Exchange("\x01\x02 nonsense\r\n\r\n").substr(0, 12));
+    EXPECT_EQ(200, GetCode("/items"));
 }
 
-TEST_F(CatalogueServiceTest, APathOutsideTheFoldersIsNotFound)
+TEST_F(CatalogueServiceTest, APathOutsideTheFoldersOrToNoFileIsNotFound)
 {
     WriteFile("files/.hidden", "hidden");
     WriteFile("secret", "secret");
     WriteFile("secret.json", "{}");
     std::filesystem::create_directory(root_ / "files" / "templates");
-    for (const char* path :
-         {"/files/../secret", "/files/..%2fsecret", "/files/%2e%2e/secret", "/files/..%5csecret", "/files/..",
-          "/files/.hidden", "/files/", "/files/%00", "/files/nut.ZALPart%00.zip", "/files//nut.ZALPart",
-          "/files/templates", "/files/templates/", "/files/templates/..", "/files/templates/nut.ZALPart",
-          "/files/templates/..%2fnut.ZALPart", "/items/..%2fsecret", "/items/..", "/items/"})
-        EXPECT_EQ(GetCode(path), 404) << path;
-}
-
-TEST_F(CatalogueServiceTest, ALinkAFolderAndAPipeAreNoFiles)
-{
-    WriteFile("secret", "secret");
     std::filesystem::create_symlink(root_ / "secret", root_ / "files" / "link.zip");
     std::filesystem::create_directory(root_ / "files" / "folder.zip");
-    ASSERT_EQ(::mkfifo((root_ / "files" / "pipe.zip").c_str(), 0600), 0);
-    for (const char* path : {"/files/link.zip", "/files/folder.zip", "/files/pipe.zip"})
-        EXPECT_EQ(GetCode(path), 404) << path;
+    ASSERT_EQ(0, ::mkfifo((root_ / "files" / "pipe.zip").c_str(), 0600));
+    for (const char* path : {"/files/../secret",
+                             "/files/..%2fsecret",
+                             "/files/%2e%2e/secret",
+                             "/files/..%5csecret",
+                             "/files/..",
+                             "/files/.hidden",
+                             "/files/",
+                             "/files/%00",
+                             "/files/nut.ZALPart%00.zip",
+                             "/files//nut.ZALPart",
+                             "/files/templates",
+                             "/files/templates/",
+                             "/files/templates/..",
+                             "/files/templates/nut.ZALPart",
+                             "/files/templates/..%2fnut.ZALPart",
+                             "/items/..%2fsecret",
+                             "/items/..",
+                             "/items/",
+                             "/files/link.zip",
+                             "/files/folder.zip",
+                             "/files/pipe.zip"})
+        EXPECT_EQ(404, GetCode(path)) << path;
 }
 
 TEST_F(CatalogueServiceTest, ErrorsAreJsonWithTheirCode)
 {
-    const httplib::Result reply = Get("/nothing");
-    ASSERT_TRUE(reply);
-    EXPECT_EQ(reply->get_header_value("Content-Type"), "application/json");
-    EXPECT_EQ(Json::parse(reply->body).at("code"), 404);
+    const httplib::Response reply = Fetch("/nothing");
+    EXPECT_EQ("application/json", reply.get_header_value("Content-Type"));
+    EXPECT_EQ(404, Json::parse(reply.body).at("code"));
 }
 
-TEST_F(CatalogueServiceTest, TheRequestOfAnItemHoldsTheAddressOfTheService)
+TEST_F(CatalogueServiceTest, IndexAndRequestsOfItemsHoldTheAddressOfTheService)
 {
-    const httplib::Result reply = Get("/items/bolt");
-    ASSERT_TRUE(reply);
-    EXPECT_EQ(reply->get_header_value("Content-Type"), "application/json");
-    const Json item = Json::parse(reply->body);
-    EXPECT_EQ(item.at("attributes").at("downloadUrls").at("ZALOR_RAW"), service_->GetAddress() + "/files/bolt.zip");
-    EXPECT_EQ(item.at("attributes").at("sourceUrl"), "file://" + (root_ / "files").string() + "/a");
-    EXPECT_EQ(item.at("sizes").dump(), "[1,2.5,null]");
-    EXPECT_EQ(item.begin().key(), "id");
+    const Json index = Json::parse(Fetch("/items").body);
+    EXPECT_EQ(service_->GetAddress() + "/items/bolt", index.at("items").at(0).at("request"));
+    const httplib::Response reply = Fetch("/items/bolt");
+    EXPECT_EQ("application/json", reply.get_header_value("Content-Type"));
+    const Json item = Json::parse(reply.body);
+    EXPECT_EQ(service_->GetAddress() + "/files/bolt.zip", item.at("attributes").at("downloadUrls").at("ZALOR_RAW"));
+    EXPECT_EQ("file://" + (root_ / "files").string() + "/a", item.at("attributes").at("sourceUrl"));
+    EXPECT_EQ("[1,2.5,null]", item.at("sizes").dump());
+    EXPECT_EQ("id", item.begin().key());
 }
 
 TEST_F(CatalogueServiceTest, ThePictureOfAnItemIsAnImage)
@@ -123,15 +117,14 @@ TEST_F(CatalogueServiceTest, ThePictureOfAnItemIsAnImage)
     std::filesystem::create_directories(root_ / "pictures");
     WriteFile("pictures/bolt.png", "picture of a bolt");
     WriteFile("secret.png", "secret");
-    const httplib::Result reply = Get("/items/bolt/picture");
-    ASSERT_TRUE(reply);
-    EXPECT_EQ(reply->status, 200);
-    EXPECT_EQ(reply->get_header_value("Content-Type"), "image/png");
-    EXPECT_FALSE(reply->has_header("Content-Disposition"));
-    EXPECT_EQ(reply->body, "picture of a bolt");
+    const httplib::Response reply = Fetch("/items/bolt/picture");
+    EXPECT_EQ(200, reply.status);
+    EXPECT_EQ("image/png", reply.get_header_value("Content-Type"));
+    EXPECT_FALSE(reply.has_header("Content-Disposition"));
+    EXPECT_EQ("picture of a bolt", reply.body);
     for (const char* path : {"/items/nut/picture", "/items/..%2fsecret/picture", "/items/../picture",
                              "/items/bolt/picture/", "/items/bolt/other", "/items//picture"})
-        EXPECT_EQ(GetCode(path), 404) << path;
+        EXPECT_EQ(404, GetCode(path)) << path;
 }
 
 TEST_F(CatalogueServiceTest, ThePathInAFileUrlIsEncoded)
@@ -143,34 +136,26 @@ TEST_F(CatalogueServiceTest, ThePathInAFileUrlIsEncoded)
     service.Start();
     const httplib::Result reply = httplib::Client("127.0.0.1", service.GetPort()).Get("/items/a");
     ASSERT_TRUE(reply);
-    EXPECT_EQ(Json::parse(reply->body), "file://" + root_.string() + "/%C3%A4%20100%25/files/a");
-}
-
-TEST_F(CatalogueServiceTest, TheIndexHoldsTheAddressOfTheService)
-{
-    const httplib::Result reply = Get("/items");
-    ASSERT_TRUE(reply);
-    EXPECT_EQ(Json::parse(reply->body).at("items").at(0).at("request"), service_->GetAddress() + "/items/bolt");
+    EXPECT_EQ("file://" + root_.string() + "/%C3%A4%20100%25/files/a", Json::parse(reply->body));
 }
 
 TEST_F(CatalogueServiceTest, ADamagedOrOverlongItemIsAnErrorOfTheService)
 {
     WriteFile("items/damaged.json", "{\"id\":");
     WriteFile("items/long.json", "\"" + std::string(2 << 20, 'x') + "\"");
-    EXPECT_EQ(GetCode("/items/damaged"), 500);
-    EXPECT_EQ(GetCode("/items/long"), 500);
-    EXPECT_EQ(GetCode("/items/missing"), 404);
+    EXPECT_EQ(500, GetCode("/items/damaged"));
+    EXPECT_EQ(500, GetCode("/items/long"));
+    EXPECT_EQ(404, GetCode("/items/missing"));
 }
 
-TEST_F(CatalogueServiceTest, ThePageStandsAtTheRootAndAtTheAddressThatTheModuleOpens)
+TEST_F(CatalogueServiceTest, ThePageIsAtTheRootAndAtTheAddressThatTheModuleOpens)
 {
     WriteFile("page/index.html", "<!DOCTYPE html>");
     for (const char* path : {"/", "/categories", "/categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true"}) {
-        const httplib::Result reply = Get(path);
-        ASSERT_TRUE(reply);
-        EXPECT_EQ(reply->status, 200) << path;
-        EXPECT_EQ(reply->get_header_value("Content-Type"), "text/html; charset=utf-8");
-        EXPECT_EQ(reply->body, "<!DOCTYPE html>");
+        const httplib::Response reply = Fetch(path);
+        EXPECT_EQ(200, reply.status) << path;
+        EXPECT_EQ("text/html; charset=utf-8", reply.get_header_value("Content-Type"));
+        EXPECT_EQ("<!DOCTYPE html>", reply.body);
     }
 }
 
@@ -179,17 +164,16 @@ TEST_F(CatalogueServiceTest, FilesOfThePageHaveTheirTypeAndTheRulesOfThePage)
     WriteFile("page/catalogue.js", "script");
     WriteFile("page/catalogue.css", "style");
     WriteFile("page/part.svg", "picture");
-    EXPECT_EQ(Get("/page/catalogue.css")->get_header_value("Content-Type"), "text/css; charset=utf-8");
-    EXPECT_EQ(Get("/page/part.svg")->get_header_value("Content-Type"), "image/svg+xml");
-    const httplib::Result reply = Get("/page/catalogue.js");
-    ASSERT_TRUE(reply);
-    EXPECT_EQ(reply->body, "script");
-    EXPECT_EQ(reply->get_header_value("Content-Type"), "text/javascript; charset=utf-8");
-    EXPECT_EQ(reply->get_header_value("X-Content-Type-Options"), "nosniff");
-    const std::string policy = reply->get_header_value("Content-Security-Policy");
-    EXPECT_NE(policy.find("default-src 'none'"), std::string::npos) << policy;
-    EXPECT_NE(policy.find("script-src 'self';"), std::string::npos) << policy;
-    EXPECT_EQ(policy.find("unsafe"), std::string::npos) << policy;
+    EXPECT_EQ("text/css; charset=utf-8", Get("/page/catalogue.css")->get_header_value("Content-Type"));
+    EXPECT_EQ("image/svg+xml", Get("/page/part.svg")->get_header_value("Content-Type"));
+    const httplib::Response reply = Fetch("/page/catalogue.js");
+    EXPECT_EQ("script", reply.body);
+    EXPECT_EQ("text/javascript; charset=utf-8", reply.get_header_value("Content-Type"));
+    EXPECT_EQ("nosniff", reply.get_header_value("X-Content-Type-Options"));
+    const std::string policy = reply.get_header_value("Content-Security-Policy");
+    EXPECT_NE(std::string::npos, policy.find("default-src 'none'")) << policy;
+    EXPECT_NE(std::string::npos, policy.find("script-src 'self';")) << policy;
+    EXPECT_EQ(std::string::npos, policy.find("unsafe")) << policy;
 }
 
 TEST_F(CatalogueServiceTest, WhatIsNoFileOfThePageIsNotFound)
@@ -198,7 +182,7 @@ TEST_F(CatalogueServiceTest, WhatIsNoFileOfThePageIsNotFound)
     WriteFile("page/.hidden.js", "x");
     for (const char* path : {"/", "/page/index.html", "/page/notes.txt", "/page/.hidden.js", "/page/..%2Findex.json",
                              "/page/%2e%2e", "/page/"})
-        EXPECT_EQ(GetCode(path), 404) << path;
+        EXPECT_EQ(404, GetCode(path)) << path;
 }
 
 TEST_F(CatalogueServiceTest, TemplatesAreServed)
@@ -207,8 +191,8 @@ TEST_F(CatalogueServiceTest, TemplatesAreServed)
     WriteFile("files/templates/Part & co.ZALPart", "template");
     httplib::Result reply = Get("/files/templates/Part%20%26%20co.ZALPart");
     ASSERT_TRUE(reply);
-    EXPECT_EQ(reply->status, 200);
-    EXPECT_EQ(reply->body, "template");
+    EXPECT_EQ(200, reply->status);
+    EXPECT_EQ("template", reply->body);
 }
 
 TEST_F(CatalogueServiceTest, OneLineIsLoggedForEachRequest)
@@ -234,7 +218,7 @@ TEST_F(CatalogueServiceTest, ManyRequestsAtOnceAreAllServed)
         });
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(sizes, std::vector<std::size_t>(12, 3'000'000));
+    EXPECT_EQ(std::vector<std::size_t>(12, 3'000'000), sizes);
 }
 
 } // namespace catalogue::testing

@@ -16,7 +16,7 @@ std::string ServiceTest::Exchange(const std::string& bytes)
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<std::uint16_t>(service_->GetPort()));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    EXPECT_EQ(::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    EXPECT_EQ(0, ::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)));
     EXPECT_EQ(::send(descriptor, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
 
     std::string reply;

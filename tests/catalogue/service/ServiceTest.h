@@ -64,6 +64,16 @@ protected:
         return client_->Get(path.c_str(), headers);
     }
 
+    /// A reply that must be whole.
+    static httplib::Response Whole(const httplib::Result& reply)
+    {
+        EXPECT_TRUE(reply) << httplib::to_string(reply.error());
+        return reply ? reply.value() : httplib::Response();
+    }
+    httplib::Response Fetch(const std::string& path, const httplib::Headers& headers = {})
+    {
+        return Whole(Get(path, headers));
+    }
     /// The code of the reply, or -1 when there is no whole one.
     int GetCode(const std::string& path)
     {

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 
@@ -76,18 +77,6 @@ std::vector<Copy> CopiesOf(const Item& item)
             {"coarser", DescribeShape(Moved(TessellateItem(Whole(), item, Coarser)))}};
 }
 
-/// Place of the item `wanted`, from 1.
-std::size_t PlaceOf(const std::vector<ShapeIndex::Match>& matches, std::size_t wanted)
-{
-    std::size_t place = 1;
-    for (const ShapeIndex::Match& match : matches) {
-        if (match.shape == wanted)
-            return place;
-        ++place;
-    }
-    return 0;
-}
-
 /// The end of the row of the item `number`: its family, and the nearest item of another one.
 std::string Neighbours(std::size_t number)
 {
@@ -118,14 +107,15 @@ TEST(Retrieval, EveryCopyFindsItsOriginFirstAsTheTableOfTheDocumentSays)
             EXPECT_EQ(matches[0].shape, number) << item.id << ", " << copy.name;
             EXPECT_LT(1.5 * matches[0].distance, matches[1].distance)
                 << item.id << ", " << copy.name << ": the next is nearly as close";
-            table += std::to_string(PlaceOf(matches, number)) + " | ";
+            const auto found = std::ranges::find(matches, number, &ShapeIndex::Match::shape);
+            table += std::to_string(found - matches.begin() + 1) + " | ";
         }
         table += Neighbours(number);
     }
 
     std::ifstream file(SourceDir() + "/docs/shape-search.md");
     const std::string document{std::istreambuf_iterator<char>(file), {}};
-    EXPECT_NE(document.find(table), std::string::npos) << "docs/shape-search.md must hold these rows:\n" << table;
+    EXPECT_NE(std::string::npos, document.find(table)) << "docs/shape-search.md must hold these rows:\n" << table;
 }
 
 TEST(Retrieval, EverySizeOfAFamilyComesBeforeEveryOtherItem)

@@ -27,7 +27,7 @@ double Between(const LvrMesh& one, const LvrMesh& other)
 TEST(ShapeDescriptor, IsTheSameForEqualMeshes)
 {
     EXPECT_EQ(DescribeShape(BoxMesh(1, 2, 3)), DescribeShape(BoxMesh(1, 2, 3)));
-    EXPECT_EQ(Between(BoxMesh(1, 2, 3), BoxMesh(1, 2, 3)), 0);
+    EXPECT_EQ(0, Between(BoxMesh(1, 2, 3), BoxMesh(1, 2, 3)));
 }
 
 TEST(ShapeDescriptor, StaysWhenAShapeIsTurnedAndMoved)
@@ -127,7 +127,7 @@ TEST(ShapeDescriptor, OfASingleTriangleAndOfTheLargestCoordinatesIsFinite)
     triangle.triangles = {{0, 1, 2}};
     const ShapeDescriptor flat = DescribeShape(triangle);
     const ShapeDescriptor large = DescribeShape(Scaled(BoxMesh(1, 1, 1), openhost::MaximumLvrCoordinate));
-    EXPECT_EQ(flat.fullness, 0);
+    EXPECT_EQ(0, flat.fullness);
     EXPECT_LT(flat.height, 1e-6);
     EXPECT_TRUE(std::isfinite(ShapeDistance(flat, large)));
 }
@@ -144,7 +144,7 @@ TEST(ShapeDistance, IsSymmetricAndZeroForTheSame)
 {
     const ShapeDescriptor box = DescribeShape(BoxMesh(1, 2, 3));
     const ShapeDescriptor rod = DescribeShape(CylinderMesh(1, 40, 48));
-    EXPECT_EQ(ShapeDistance(box, box), 0);
+    EXPECT_EQ(0, ShapeDistance(box, box));
     EXPECT_EQ(ShapeDistance(box, rod), ShapeDistance(rod, box));
     EXPECT_GT(ShapeDistance(box, rod), 0.5);
 }

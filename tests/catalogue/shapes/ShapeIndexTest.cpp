@@ -19,7 +19,7 @@ TEST(ShapeIndex, RanksAllShapesByTheirDistance)
     for (const ShapeDescriptor& each : {box, longerRod, rod})
         index.Add(each);
     const std::vector<ShapeIndex::Match> matches = index.Rank(rod);
-    ASSERT_EQ(matches.size(), 3U);
+    ASSERT_EQ(3U, matches.size());
     EXPECT_EQ(matches[0], (ShapeIndex::Match{2, 0}));
     EXPECT_EQ(matches[1], (ShapeIndex::Match{1, ShapeDistance(rod, longerRod)}));
     EXPECT_EQ(matches[2], (ShapeIndex::Match{0, ShapeDistance(rod, box)}));

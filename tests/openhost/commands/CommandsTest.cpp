@@ -24,35 +24,33 @@ protected:
 
 TEST_F(Commands, HaveTheHeaderOfFindSimilarGreyedAtFirst)
 {
-    ASSERT_NE(FindSimilar(), nullptr);
-    EXPECT_EQ(FindSimilar()->IsAvailable(), 0);
+    ASSERT_NE(nullptr, FindSimilar());
+    EXPECT_EQ(0, FindSimilar()->IsAvailable());
     EXPECT_EQ(FindSimilar(), ZALCommandHeader::GetHeaderFromList("ZALVelmartFindSimilarCmdHeader", 0));
 }
 
 TEST_F(Commands, HaveNoHeaderOfAnUnknownName)
 {
-    EXPECT_EQ(ZALCommandHeader::GetHeaderFromList("Unknown", 0), nullptr);
-    EXPECT_EQ(ZALCommandHeader::GetHeaderFromList("", 0), nullptr);
+    EXPECT_EQ(nullptr, ZALCommandHeader::GetHeaderFromList("Unknown", 0));
+    EXPECT_EQ(nullptr, ZALCommandHeader::GetHeaderFromList("", 0));
     EXPECT_FALSE(IsHeaderAvailable("Unknown", ZALHeaderInGlobalMode));
-    CommandOptions options;
-    options.findSimilarHeader = false;
-    ConfigureCommands(options);
-    EXPECT_EQ(FindSimilar(), nullptr);
+    ConfigureCommands({.findSimilarHeader = false});
+    EXPECT_EQ(nullptr, FindSimilar());
 }
 
 TEST_F(Commands, AreAvailableWhenTheyAreSoInTheGlobalMode)
 {
     FindSimilar()->SetAvailability(ZALHeaderInLocalMode, 1);
     FindSimilar()->SetAvailability(ZALHeaderInContextMode, 1);
-    EXPECT_EQ(FindSimilar()->IsAvailable(), 0);
+    EXPECT_EQ(0, FindSimilar()->IsAvailable());
     FindSimilar()->SetAvailability(ZALHeaderInGlobalMode, 1);
-    EXPECT_EQ(FindSimilar()->IsAvailable(), 1);
+    EXPECT_EQ(1, FindSimilar()->IsAvailable());
     EXPECT_TRUE(IsHeaderAvailable(FindSimilarHeader, 1 | 8 | 16));
     FindSimilar()->SetAvailability(ZALHeaderInLocalMode, 0);
-    EXPECT_EQ(FindSimilar()->IsAvailable(), 1);
+    EXPECT_EQ(1, FindSimilar()->IsAvailable());
     EXPECT_FALSE(IsHeaderAvailable(FindSimilarHeader, 1 | 8));
     FindSimilar()->SetAvailability(ZALHeaderInGlobalMode, 0);
-    EXPECT_EQ(FindSimilar()->IsAvailable(), 0);
+    EXPECT_EQ(0, FindSimilar()->IsAvailable());
     EXPECT_TRUE(IsHeaderAvailable(FindSimilarHeader, ZALHeaderInContextMode));
 }
 
@@ -73,58 +71,47 @@ TEST_F(Commands, CanBeAddedAndStayAsTheyAreWhenAddedAgain)
 {
     AddCommandHeader("Own");
     ZALCommandHeader* header = ZALCommandHeader::GetHeaderFromList("Own", 0);
-    ASSERT_NE(header, nullptr);
+    ASSERT_NE(nullptr, header);
     header->SetAvailability(ZALHeaderInGlobalMode, 1);
     AddCommandHeader("Own");
     EXPECT_EQ(ZALCommandHeader::GetHeaderFromList("Own", 0), header);
-    EXPECT_EQ(header->IsAvailable(), 1);
+    EXPECT_EQ(1, header->IsAvailable());
     ResetCommands();
-    EXPECT_EQ(ZALCommandHeader::GetHeaderFromList("Own", 0), nullptr);
+    EXPECT_EQ(nullptr, ZALCommandHeader::GetHeaderFromList("Own", 0));
 }
 
 TEST_F(Commands, RunInAnInteractiveApplicationThatCountsItsRepaints)
 {
     auto* application = dynamic_cast<ZALInteractiveApplication*>(ZALApplication::MainApplication());
-    ASSERT_NE(application, nullptr);
+    ASSERT_NE(nullptr, application);
     application->UpdateDisplay();
     application->UpdateDisplay();
-    EXPECT_EQ(DisplayUpdateCount(), 2);
-    CommandOptions options;
-    options.application = false;
-    ConfigureCommands(options);
-    EXPECT_EQ(ZALApplication::MainApplication(), nullptr);
-    EXPECT_EQ(DisplayUpdateCount(), 0);
+    EXPECT_EQ(2, DisplayUpdateCount());
+    ConfigureCommands({.application = false});
+    EXPECT_EQ(nullptr, ZALApplication::MainApplication());
+    EXPECT_EQ(0, DisplayUpdateCount());
 }
 
-TEST_F(Commands, HaveNoRecorderUnlessTheSessionHasOne)
+TEST_F(Commands, HaveNoRecorderUnlessTheRunHasOne)
 {
-    EXPECT_EQ(ZALRecord::GetMain(), nullptr);
-    CommandOptions options;
-    options.recorder = true;
-    ConfigureCommands(options);
-    ASSERT_NE(ZALRecord::GetMain(), nullptr);
-    EXPECT_FALSE(ZALRecord::GetMain()->IsCapture());
-    EXPECT_FALSE(ZALRecord::GetMain()->IsReplay());
-    options.capture = true;
-    ConfigureCommands(options);
-    EXPECT_TRUE(ZALRecord::GetMain()->IsCapture());
-    EXPECT_FALSE(ZALRecord::GetMain()->IsReplay());
-    options.capture = false;
-    options.replay = true;
-    ConfigureCommands(options);
-    EXPECT_FALSE(ZALRecord::GetMain()->IsCapture());
-    EXPECT_TRUE(ZALRecord::GetMain()->IsReplay());
+    EXPECT_EQ(nullptr, ZALRecord::GetMain());
+    for (const auto& [capture, replay] : {std::pair{false, false}, {true, false}, {false, true}}) {
+        ConfigureCommands({.recorder = true, .capture = capture, .replay = replay});
+        ASSERT_NE(nullptr, ZALRecord::GetMain());
+        EXPECT_EQ(capture, ZALRecord::GetMain()->IsCapture());
+        EXPECT_EQ(replay, ZALRecord::GetMain()->IsReplay());
+    }
 }
 
 TEST_F(Commands, KeepNameModeAndClass)
 {
     auto* command = new ZALCommand("Command", ZALCommandModeUndefined);
-    EXPECT_STREQ(command->GetName().CastToCharPtr(), "Command");
-    EXPECT_EQ(command->GetMode(), 3);
-    EXPECT_STREQ(command->IsA(), "ZALCommand");
-    EXPECT_EQ(command->IsAKindOf("ZALEventSubscriber"), 1);
+    EXPECT_STREQ("Command", command->GetName().CastToCharPtr());
+    EXPECT_EQ(3, command->GetMode());
+    EXPECT_STREQ("ZALCommand", command->IsA());
+    EXPECT_EQ(1, command->IsAKindOf("ZALEventSubscriber"));
     EXPECT_EQ(ZALSysDynamicCast<ZALCommand>(command), command);
-    EXPECT_EQ(command->Release(), 0U);
+    EXPECT_EQ(0U, command->Release());
 }
 
 } // namespace

@@ -9,6 +9,8 @@
 
 #include "host/cad.h"
 
+#include "tests/support/Objects.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -81,6 +83,9 @@ public:
         actions_.push_back(std::make_unique<std::function<bool()>>(std::move(function)));
         return Filter(&TestCommand::Ask, actions_.back().get());
     }
+    /// The initial state, in which `agent` waits.
+    ZALDialogState* Initial(ZALDialogAgent* agent) { return Waiting(GetInitialState("Initial"), agent); }
+    ZALDialogState* Next(ZALDialogAgent* agent) { return Waiting(AddDialogState("Next"), agent); }
     /// A transition on a value of `agent`.
     void On(ZALDialogAgent* agent, ZALDialogState* from, ZALDialogState* to, ZALDialogAction* action = nullptr)
     {
@@ -96,10 +101,15 @@ public:
     int shared = -1;
 
 private:
+    static ZALDialogState* Waiting(ZALDialogState* state, ZALDialogAgent* agent)
+    {
+        state->AddDialogAgent(agent);
+        return state;
+    }
     bool Run(void* data) { return (*static_cast<std::function<bool()>*>(data))(); }
     bool Ask(ZALDialogAgent* agent, void* data)
     {
-        EXPECT_NE(agent, nullptr);
+        EXPECT_NE(nullptr, agent);
         return (*static_cast<std::function<bool()>*>(data))();
     }
 
@@ -133,6 +143,7 @@ protected:
         return command;
     }
     void Run() { loop_->RunUntilIdle(); }
+    static void Give(ZALDialogAgent* agent) { agent->Accept(nullptr, 0); }
     std::string StateOf(const ZALStateCommand* command)
     {
         for (const RunningCommand& running : Engine().Commands())
@@ -141,25 +152,17 @@ protected:
         return "(ended)";
     }
 
-    /// A path to `leaf`.
-    struct ReleasePath {
-        void operator()(ZALPathElement* path) const { path->Release(); }
-    };
-    using Path = std::unique_ptr<ZALPathElement, ReleasePath>;
+    using Path = testing::Owned<ZALPathElement>;
+    /// A path to `leaf`, which it holds alone from now on.
     static Path PathTo(ZALBaseUnknown* leaf)
     {
         Path path(new ZALPathElement);
         path->AddChildElement(leaf);
+        EXPECT_EQ(1U, leaf->Release());
         return path;
     }
     /// Picks a fresh object.
-    static Pick Offer(const std::string& name = {})
-    {
-        auto* leaf = new ZALBaseUnknown;
-        const Path path = PathTo(leaf);
-        leaf->Release();
-        return Engine().Offer(path.get(), name);
-    }
+    static Pick Offer(const std::string& name = {}) { return Engine().Offer(PathTo(new ZALBaseUnknown).get(), name); }
 
     ManualEventLoop* loop_;
     Lines journal_;
@@ -169,17 +172,13 @@ protected:
 // A command that ends when its first agent has a value.
 void WaitForFirst(TestCommand& command)
 {
-    ZALDialogState* state = command.GetInitialState("Initial");
-    state->AddDialogAgent(command.first);
-    command.On(command.first, state, nullptr);
+    command.On(command.first, command.Initial(command.first), nullptr);
 }
 
 // A command that takes one element.
 void WaitForElement(TestCommand& command)
 {
-    ZALDialogState* state = command.GetInitialState("Initial");
-    state->AddDialogAgent(command.element);
-    command.On(command.element, state, nullptr);
+    command.On(command.element, command.Initial(command.element), nullptr);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -189,68 +188,58 @@ TEST_F(DialogEngineTest, BuildsTheGraphFromTheLoopAndNotInTheConstructor)
 {
     auto* command = new TestCommand(lines_, WaitForFirst);
     EXPECT_THAT(lines_, IsEmpty());
-    EXPECT_EQ(StateOf(command), "");
+    EXPECT_EQ("", StateOf(command));
     Run();
     EXPECT_THAT(lines_, ElementsAre("built", "activated"));
-    EXPECT_EQ(StateOf(command), "Initial");
+    EXPECT_EQ("Initial", StateOf(command));
 }
 
 TEST_F(DialogEngineTest, BuildsTheGraphOnce)
 {
     TestCommand* command = Start([](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
+        ZALDialogState* state = self.Initial(self.first);
         self.On(self.first, state, state, self.Do([&self] {
             self.first->InitializeAcquisition();
             return true;
         }));
-        state->AddDialogAgent(self.first);
     });
-    command->first->Accept(nullptr, 0);
-    command->first->Accept(nullptr, 0);
+    Give(command->first);
+    Give(command->first);
     Run();
     EXPECT_THAT(lines_, ElementsAre("built", "activated"));
 }
 
-TEST_F(DialogEngineTest, CancelsACommandWithoutAnInitialState)
+TEST_F(DialogEngineTest, CancelsACommandWithoutAnAgentInAnInitialState)
 {
-    Start([](TestCommand&) {});
-    EXPECT_THAT(lines_, ElementsAre("built", "activated", "cancelled", "ended"));
-}
-
-TEST_F(DialogEngineTest, CancelsACommandWhoseInitialStateHasNoAgent)
-{
-    Start([](TestCommand& self) { self.On(self.first, self.GetInitialState("Initial"), nullptr); });
-    EXPECT_THAT(lines_, ElementsAre("built", "activated", "cancelled", "ended"));
-}
-
-TEST_F(DialogEngineTest, CancelsACommandWhoseInitialStateHasNoAgentLeft)
-{
-    Start([](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        auto* agent = new ZALDialogAgent("Released");
-        state->AddDialogAgent(agent);
-        self.On(agent, state, nullptr);
-        agent->Release();
-    });
-    EXPECT_THAT(lines_, ElementsAre("built", "activated", "cancelled", "ended"));
+    const std::function<void(TestCommand&)> builds[] = {
+        [](TestCommand&) {}, [](TestCommand& self) { self.On(self.first, self.GetInitialState("Initial"), nullptr); },
+        [](TestCommand& self) {
+            const testing::Owned<ZALDialogAgent> released(new ZALDialogAgent("Released"));
+            self.On(released.get(), self.Initial(released.get()), nullptr);
+        }};
+    for (const auto& build : builds) {
+        SCOPED_TRACE(&build - builds);
+        lines_.clear();
+        Start(build);
+        EXPECT_THAT(lines_, ElementsAre("built", "activated", "cancelled", "ended"));
+    }
 }
 
 TEST_F(DialogEngineTest, HasOneInitialStateThatKeepsItsFirstName)
 {
     TestCommand* command = Start([](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(self.first);
-        EXPECT_EQ(self.GetInitialState("Other"), state);
+        ZALDialogState* state = self.Initial(self.first);
+        EXPECT_EQ(state, self.GetInitialState("Other"));
         EXPECT_EQ(self.GetCancelState(), self.GetCancelState());
-        EXPECT_NE(self.AddDialogState("Initial"), state);
+        EXPECT_NE(state, self.AddDialogState("Initial"));
     });
-    EXPECT_EQ(StateOf(command), "Initial");
+    EXPECT_EQ("Initial", StateOf(command));
 }
 
 TEST_F(DialogEngineTest, ForgetsACommandThatIsReleasedBeforeItBegins)
 {
     auto* command = new TestCommand(lines_, WaitForFirst);
-    EXPECT_EQ(command->Release(), 0U);
+    EXPECT_EQ(0U, command->Release());
     EXPECT_TRUE(Engine().Commands().empty());
     Run();
     EXPECT_THAT(lines_, ElementsAre("ended"));
@@ -259,35 +248,39 @@ TEST_F(DialogEngineTest, ForgetsACommandThatIsReleasedBeforeItBegins)
 // ---------------------------------------------------------------------------------------------
 // Values and transitions
 
-TEST_F(DialogEngineTest, EndsACommandAtTheNullStateAndReleasesItBetweenEvents)
+TEST_F(DialogEngineTest, ReleasesACommandAtTheNullStateBetweenEvents)
 {
     TestCommand* command = Start(WaitForFirst);
     lines_.clear();
-    command->first->Accept(nullptr, 0);
+    Give(command->first);
     EXPECT_TRUE(Engine().Commands().empty());
     EXPECT_THAT(lines_, IsEmpty());
     Run();
     EXPECT_THAT(lines_, ElementsAre("ended"));
 }
 
-TEST_F(DialogEngineTest, CancelsACommandThatReachesTheCancelState)
+TEST_F(DialogEngineTest, CancelsACommandAtTheCancelStateOrInACircle)
 {
-    TestCommand* command = Start([](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(self.first);
-        self.On(self.first, state, self.GetCancelState());
-    });
-    lines_.clear();
-    command->first->Accept(nullptr, 0);
-    Run();
-    EXPECT_THAT(lines_, ElementsAre("cancelled", "ended"));
+    for (const bool circle : {false, true}) {
+        SCOPED_TRACE(circle);
+        TestCommand* command = Start([circle](TestCommand& self) {
+            ZALDialogState* state = self.Initial(self.first);
+            ZALDialogState* other = circle ? self.AddDialogState("Other") : self.GetCancelState();
+            self.On(self.first, state, other);
+            if (circle)
+                self.On(self.first, other, state);
+        });
+        lines_.clear();
+        Give(command->first);
+        Run();
+        EXPECT_THAT(lines_, ElementsAre("cancelled", "ended"));
+    }
 }
 
 TEST_F(DialogEngineTest, TriesTransitionsInTheOrderInWhichTheyWereAdded)
 {
     TestCommand* command = Start([](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(self.first);
+        ZALDialogState* state = self.Initial(self.first);
         ZALDialogState* a = self.AddDialogState("A");
         ZALDialogState* b = self.AddDialogState("B");
         self.On(self.second, state, self.AddDialogState("C"));
@@ -295,14 +288,13 @@ TEST_F(DialogEngineTest, TriesTransitionsInTheOrderInWhichTheyWereAdded)
         self.On(self.first, state, b);
         self.On(self.first, state, self.AddDialogState("D"));
     });
-    command->first->Accept(nullptr, 0);
-    EXPECT_EQ(StateOf(command), "A"); // through B, where the value still counts
+    Give(command->first);
+    EXPECT_EQ("A", StateOf(command)); // through B, where the value still counts
 }
 
 TEST_F(DialogEngineTest, KeepsAValueThatIsGivenBeforeTheBegin)
 {
-    auto* command = new TestCommand(lines_, WaitForFirst);
-    command->first->Accept(nullptr, 0);
+    Give((new TestCommand(lines_, WaitForFirst))->first);
     EXPECT_THAT(lines_, IsEmpty());
     Run();
     EXPECT_THAT(lines_, ElementsAre("built", "activated", "ended"));
@@ -311,120 +303,93 @@ TEST_F(DialogEngineTest, KeepsAValueThatIsGivenBeforeTheBegin)
 TEST_F(DialogEngineTest, KeepsAValueThatIsGivenBeforeItsState)
 {
     TestCommand* command = Start([](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(self.first);
-        ZALDialogState* next = self.AddDialogState("Next");
-        next->AddDialogAgent(self.second);
-        self.On(self.first, state, next);
+        ZALDialogState* next = self.Next(self.second);
+        self.On(self.first, self.Initial(self.first), next);
         self.On(self.second, next, nullptr);
     });
-    command->second->Accept(nullptr, 0);
-    EXPECT_EQ(StateOf(command), "Initial");
-    command->first->Accept(nullptr, 0);
-    EXPECT_EQ(StateOf(command), "(ended)");
+    Give(command->second);
+    EXPECT_EQ("Initial", StateOf(command));
+    Give(command->first);
+    EXPECT_EQ("(ended)", StateOf(command));
 }
 
 TEST_F(DialogEngineTest, KeepsAValueThatIsGivenInsideAnAction)
 {
-    Lines order;
+    std::string order;
     TestCommand* command = Start([&](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(self.first);
-        ZALDialogState* next = self.AddDialogState("Next");
-        next->AddDialogAgent(self.second);
-        self.On(self.first, state, next, self.Do([&] {
-            order.emplace_back("in");
-            self.second->Accept(nullptr, 0);
-            order.emplace_back("out");
+        ZALDialogState* next = self.Next(self.second);
+        self.On(self.first, self.Initial(self.first), next, self.Do([&] {
+            order += "in ";
+            Give(self.second);
+            order += "out ";
             return true;
         }));
         self.On(self.second, next, nullptr, self.Do([&] {
-            order.emplace_back("next");
+            order += "next";
             return true;
         }));
     });
-    command->first->Accept(nullptr, 0);
-    EXPECT_THAT(order, ElementsAre("in", "out", "next"));
-    EXPECT_EQ(StateOf(command), "(ended)");
+    Give(command->first);
+    EXPECT_EQ("in out next", order);
+    EXPECT_EQ("(ended)", StateOf(command));
 }
 
-TEST_F(DialogEngineTest, StaysWhenTheActionAnswersFalseAndTriesAgainWithTheNextValue)
+TEST_F(DialogEngineTest, StaysAfterAFalseActionAndTriesAgainWithTheNextValue)
 {
     int runs = 0;
     TestCommand* command = Start([&](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(self.first);
+        ZALDialogState* state = self.Initial(self.first);
         self.On(self.first, state, nullptr, self.Do([&] { return ++runs == 2; }));
         self.On(self.first, state, self.AddDialogState("Other"));
     });
-    command->first->Accept(nullptr, 0);
-    EXPECT_EQ(runs, 1);
-    EXPECT_EQ(StateOf(command), "Initial");
-    command->first->Accept(nullptr, 0);
-    EXPECT_EQ(StateOf(command), "(ended)");
+    Give(command->first);
+    EXPECT_EQ(1, runs);
+    EXPECT_EQ("Initial", StateOf(command));
+    Give(command->first);
+    EXPECT_EQ("(ended)", StateOf(command));
 }
 
 TEST_F(DialogEngineTest, ForgetsAValueWhenTheAgentIsInitialised)
 {
     TestCommand* command = Start([](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        ZALDialogState* next = self.AddDialogState("Next");
-        next->AddDialogAgent(self.first);
-        state->AddDialogAgent(self.second);
-        self.On(self.second, state, next);
+        ZALDialogState* next = self.Next(self.first);
+        self.On(self.second, self.Initial(self.second), next);
         self.On(self.first, next, nullptr);
     });
-    command->first->Accept(nullptr, 0);
+    Give(command->first);
     EXPECT_TRUE(command->first->IsOutputSet());
     command->first->InitializeAcquisition();
     EXPECT_FALSE(command->first->IsOutputSet());
-    command->second->Accept(nullptr, 0);
-    EXPECT_EQ(StateOf(command), "Next");
+    Give(command->second);
+    EXPECT_EQ("Next", StateOf(command));
 }
 
 TEST_F(DialogEngineTest, IgnoresTransitionsWithoutAnOriginOrACondition)
 {
     TestCommand* command = Start([](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(self.first);
+        ZALDialogState* state = self.Initial(self.first);
         state->AddDialogAgent(nullptr);
         self.AddTransition(nullptr, nullptr, self.IsOutputSetCondition(self.first), nullptr);
         self.AddTransition(state, nullptr, nullptr, nullptr);
         self.AddTransition(state, nullptr, self.IsOutputSetCondition(nullptr), nullptr);
     });
-    command->first->Accept(nullptr, 0);
-    EXPECT_EQ(StateOf(command), "Initial");
-}
-
-TEST_F(DialogEngineTest, CancelsACommandThatRunsInACircle)
-{
-    TestCommand* command = Start([](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(self.first);
-        ZALDialogState* other = self.AddDialogState("Other");
-        self.On(self.first, state, other);
-        self.On(self.first, other, state);
-    });
-    lines_.clear();
-    command->first->Accept(nullptr, 0);
-    Run();
-    EXPECT_THAT(lines_, ElementsAre("cancelled", "ended"));
+    Give(command->first);
+    EXPECT_EQ("Initial", StateOf(command));
 }
 
 TEST_F(DialogEngineTest, OutlivesAnAgentThatEndsBeforeItsCommand)
 {
     auto* lost = new ZALPathElementAgent("Lost");
     TestCommand* command = Start([&](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(lost);
+        ZALDialogState* state = self.Initial(lost);
         state->AddDialogAgent(self.first);
         self.On(lost, state, self.AddDialogState("Lost"));
         self.On(self.first, state, nullptr);
     });
     lost->Release();
     EXPECT_FALSE(Offer().accepted);
-    command->first->Accept(nullptr, 0);
-    EXPECT_EQ(StateOf(command), "(ended)");
+    Give(command->first);
+    EXPECT_EQ("(ended)", StateOf(command));
 }
 
 TEST_F(DialogEngineTest, OutlivesACommandThatEndsBeforeItsAgent)
@@ -433,9 +398,9 @@ TEST_F(DialogEngineTest, OutlivesACommandThatEndsBeforeItsAgent)
     ZALDialogAgent* agent = command->first;
     agent->AddRef();
     Engine().EndCommand(command);
-    agent->Accept(nullptr, 0);
+    Give(agent);
     Run();
-    agent->Accept(nullptr, 0);
+    Give(agent);
     EXPECT_TRUE(agent->IsOutputSet());
     agent->Release();
 }
@@ -443,11 +408,11 @@ TEST_F(DialogEngineTest, OutlivesACommandThatEndsBeforeItsAgent)
 TEST_F(DialogEngineTest, GivesAnAgentItsBehaviourAndMode)
 {
     ZALDialogAgent agent("Agent", 5, 3);
-    EXPECT_STREQ(agent.GetName().CastToCharPtr(), "Agent");
-    EXPECT_EQ(agent.GetBehavior(), 5);
-    EXPECT_EQ(agent.GetMode(), 3);
+    EXPECT_STREQ("Agent", agent.GetName().CastToCharPtr());
+    EXPECT_EQ(5, agent.GetBehavior());
+    EXPECT_EQ(3, agent.GetMode());
     agent.SetBehavior(ZALAgentTakesOneElement);
-    EXPECT_EQ(agent.GetBehavior(), 0x821000);
+    EXPECT_EQ(0x821000, agent.GetBehavior());
     agent.Accept(nullptr, 0); // belongs to no command yet
     EXPECT_TRUE(agent.IsOutputSet());
 }
@@ -459,8 +424,8 @@ TEST_F(DialogEngineTest, RefusesAPickThatNoCommandWaitsFor)
 {
     const Pick pick = Offer("Root/Child");
     EXPECT_FALSE(pick.accepted);
-    EXPECT_EQ(pick.command, "");
-    EXPECT_EQ(pick.reason, "no command waits for an element");
+    EXPECT_EQ("", pick.command);
+    EXPECT_EQ("no command waits for an element", pick.reason);
     EXPECT_THAT(journal_, ElementsAre(R"({"event":"selection","element":"Root/Child","accepted":false,)"
                                       R"("reason":"no command waits for an element"})"));
 }
@@ -476,29 +441,27 @@ TEST_F(DialogEngineTest, RefusesAPickBeforeTheBeginAndInAStateWithoutAnElement)
 
 TEST_F(DialogEngineTest, GivesAPickToTheAgentThatHoldsItsPath)
 {
-    TestCommand* command =
-        Start([](TestCommand& self) { self.GetInitialState("Initial")->AddDialogAgent(self.element); });
+    TestCommand* command = Start([](TestCommand& self) { self.Initial(self.element); });
+    const ZALPathElementAgent& agent = *command->element;
     auto* leaf = new ZALBaseUnknown;
     Path path = PathTo(leaf);
-    leaf->Release();
-    EXPECT_EQ(command->element->GetValue(), nullptr);
-    EXPECT_EQ(command->element->GetElementValue(), nullptr);
+    EXPECT_EQ(nullptr, agent.GetValue());
+    EXPECT_EQ(nullptr, agent.GetElementValue());
     EXPECT_TRUE(Engine().Offer(path.get()).accepted);
     ZALPathElement* value = path.get();
     path.reset();
-    EXPECT_EQ(command->element->GetValue(), value);
-    EXPECT_EQ(command->element->GetElementValue(), leaf);
-    EXPECT_TRUE(command->element->IsOutputSet());
+    EXPECT_EQ(value, agent.GetValue());
+    EXPECT_EQ(leaf, agent.GetElementValue());
+    EXPECT_TRUE(agent.IsOutputSet());
 
     command->element->InitializeAcquisition();
-    EXPECT_FALSE(command->element->IsOutputSet());
-    EXPECT_EQ(command->element->GetValue(), value);
+    EXPECT_FALSE(agent.IsOutputSet());
+    EXPECT_EQ(value, agent.GetValue());
     value->InitToLeafElement();
-    EXPECT_EQ(value->GetNextFatherObject(), leaf);
+    EXPECT_EQ(leaf, value->GetNextFatherObject());
 
-    const Pick next = Offer();
-    EXPECT_TRUE(next.accepted);
-    EXPECT_NE(command->element->GetElementValue(), nullptr);
+    EXPECT_TRUE(Offer().accepted);
+    EXPECT_NE(nullptr, agent.GetElementValue());
 }
 
 TEST_F(DialogEngineTest, GivesAPickOnlyToWhatOffersTheElementType)
@@ -514,16 +477,13 @@ TEST_F(DialogEngineTest, GivesAPickOnlyToWhatOffersTheElementType)
     });
     const Pick pick = Offer();
     EXPECT_FALSE(pick.accepted);
-    EXPECT_EQ(pick.command, "Test");
-    EXPECT_EQ(pick.reason, "the element does not offer ZALNotification");
-    EXPECT_EQ(StateOf(command), "Initial");
+    EXPECT_EQ("Test", pick.command);
+    EXPECT_EQ("the element does not offer ZALNotification", pick.reason);
+    EXPECT_EQ("Initial", StateOf(command));
 
     command->element->SetFilter(nullptr);
-    auto* notification = new ZALNotification;
-    const Path path = PathTo(notification);
-    EXPECT_EQ(notification->Release(), 1U);
-    EXPECT_TRUE(Engine().Offer(path.get()).accepted);
-    EXPECT_EQ(StateOf(command), "(ended)");
+    EXPECT_TRUE(Engine().Offer(PathTo(new ZALNotification).get()).accepted);
+    EXPECT_EQ("(ended)", StateOf(command));
 }
 
 TEST_F(DialogEngineTest, AsksTheFilterWithTheElementUnderThePointer)
@@ -531,7 +491,7 @@ TEST_F(DialogEngineTest, AsksTheFilterWithTheElementUnderThePointer)
     bool accepts = false;
     ZALBaseUnknown* asked = nullptr;
     TestCommand* command = Start([&](TestCommand& self) {
-        self.GetInitialState("Initial")->AddDialogAgent(self.element);
+        self.Initial(self.element);
         self.element->SetFilter(self.Accept([&] {
             asked = self.element->GetElementValue();
             return accepts;
@@ -539,14 +499,13 @@ TEST_F(DialogEngineTest, AsksTheFilterWithTheElementUnderThePointer)
     });
     auto* leaf = new ZALBaseUnknown;
     const Path path = PathTo(leaf);
-    leaf->Release();
     const Pick refused = Engine().Offer(path.get());
-    EXPECT_EQ(asked, leaf);
+    EXPECT_EQ(leaf, asked);
     EXPECT_FALSE(refused.accepted);
-    EXPECT_EQ(refused.reason, "the command does not accept the element");
-    EXPECT_EQ(command->element->GetElementValue(), nullptr);
+    EXPECT_EQ("the command does not accept the element", refused.reason);
+    EXPECT_EQ(nullptr, command->element->GetElementValue());
     EXPECT_FALSE(command->element->IsOutputSet());
-    EXPECT_EQ(StateOf(command), "Initial");
+    EXPECT_EQ("Initial", StateOf(command));
 
     accepts = true;
     EXPECT_TRUE(Engine().Offer(path.get()).accepted);
@@ -555,9 +514,9 @@ TEST_F(DialogEngineTest, AsksTheFilterWithTheElementUnderThePointer)
 TEST_F(DialogEngineTest, RefusesAPickOfNothing)
 {
     Start(WaitForElement);
-    EXPECT_EQ(Engine().Offer(nullptr).reason, "there is no element");
+    EXPECT_EQ("there is no element", Engine().Offer(nullptr).reason);
     const Path path(new ZALPathElement);
-    EXPECT_EQ(Engine().Offer(path.get()).reason, "there is no element");
+    EXPECT_EQ("there is no element", Engine().Offer(path.get()).reason);
 }
 
 TEST_F(DialogEngineTest, GivesPicksToTheNewestCommandThatWaitsForOne)
@@ -565,12 +524,12 @@ TEST_F(DialogEngineTest, GivesPicksToTheNewestCommandThatWaitsForOne)
     TestCommand* oldest = Start(WaitForElement, "Oldest");
     TestCommand* newer = Start(WaitForElement, "Newer");
     TestCommand* newest = Start(WaitForFirst, "Newest");
-    EXPECT_EQ(Offer().command, "Newer");
-    EXPECT_EQ(StateOf(newer), "(ended)");
-    EXPECT_EQ(Offer().command, "Oldest");
-    EXPECT_EQ(StateOf(oldest), "(ended)");
+    EXPECT_EQ("Newer", Offer().command);
+    EXPECT_EQ("(ended)", StateOf(newer));
+    EXPECT_EQ("Oldest", Offer().command);
+    EXPECT_EQ("(ended)", StateOf(oldest));
     EXPECT_FALSE(Offer().accepted);
-    EXPECT_EQ(StateOf(newest), "Initial");
+    EXPECT_EQ("Initial", StateOf(newest));
 }
 
 TEST_F(DialogEngineTest, GivesNoPickToAnOlderCommandThatTheNewestRefuses)
@@ -582,46 +541,38 @@ TEST_F(DialogEngineTest, GivesNoPickToAnOlderCommandThatTheNewestRefuses)
             self.element->SetFilter(self.Accept([] { return false; }));
         },
         "Newer");
-    EXPECT_EQ(Offer().command, "Newer");
-    EXPECT_EQ(StateOf(older), "Initial");
+    EXPECT_EQ("Newer", Offer().command);
+    EXPECT_EQ("Initial", StateOf(older));
 }
 
 TEST_F(DialogEngineTest, GivesPicksToAgentsWithoutAValueFirst)
 {
-    auto* other = new ZALPathElementAgent("Other");
-    TestCommand* command = Start([&](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(self.element);
-        state->AddDialogAgent(other);
-    });
+    const testing::Owned<ZALPathElementAgent> other(new ZALPathElementAgent("Other"));
+    TestCommand* command = Start([&](TestCommand& self) { self.Initial(self.element)->AddDialogAgent(other.get()); });
     Offer();
     EXPECT_TRUE(command->element->IsOutputSet());
     EXPECT_FALSE(other->IsOutputSet());
     const ZALPathElement* first = command->element->GetValue();
     Offer();
     EXPECT_TRUE(other->IsOutputSet());
-    EXPECT_EQ(command->element->GetValue(), first);
-    other->Release();
+    EXPECT_EQ(first, command->element->GetValue());
 }
 
 TEST_F(DialogEngineTest, RefusesPicksWhileCodeOfTheCommandRuns)
 {
     Pick inner;
     TestCommand* command = Start([&](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(self.element);
-        ZALDialogState* next = self.AddDialogState("Next");
-        self.On(self.element, state, next, self.Do([&] {
+        self.On(self.element, self.Initial(self.element), self.AddDialogState("Next"), self.Do([&] {
             const ZALPathElement* value = self.element->GetValue();
             loop_->Post([&] { inner = Offer(); });
-            loop_->RunUntilIdle(); // as a blocking dialog does
-            EXPECT_EQ(self.element->GetValue(), value);
+            Run(); // as a blocking dialog does
+            EXPECT_EQ(value, self.element->GetValue());
             return true;
         }));
     });
     EXPECT_TRUE(Offer().accepted);
     EXPECT_FALSE(inner.accepted);
-    EXPECT_EQ(StateOf(command), "Next");
+    EXPECT_EQ("Next", StateOf(command));
 }
 
 TEST_F(DialogEngineTest, MayTakeTheCommandsEndInsideAFilter)
@@ -635,19 +586,19 @@ TEST_F(DialogEngineTest, MayTakeTheCommandsEndInsideAFilter)
     });
     const Pick pick = Offer();
     EXPECT_FALSE(pick.accepted);
-    EXPECT_EQ(pick.reason, "the command has ended");
+    EXPECT_EQ("the command has ended", pick.reason);
     Run();
-    EXPECT_EQ(lines_.back(), "ended");
+    EXPECT_EQ("ended", lines_.back());
 }
 
 // ---------------------------------------------------------------------------------------------
 // Ends from outside
 
-TEST_F(DialogEngineTest, EndsACommandByItselfWithCancelAndWithoutItsTransitions)
+TEST_F(DialogEngineTest, EndsACommandWithCancelAndWithoutItsTransitions)
 {
     TestCommand* command = Start(WaitForFirst);
     lines_.clear();
-    command->onCancel = [&] { command->first->Accept(nullptr, 0); };
+    command->onCancel = [&] { Give(command->first); };
     Engine().EndCommand(command);
     Engine().EndCommand(command);
     Engine().EndCommand(nullptr);
@@ -658,8 +609,7 @@ TEST_F(DialogEngineTest, EndsACommandByItselfWithCancelAndWithoutItsTransitions)
 
 TEST_F(DialogEngineTest, EndsACommandThatHasNotBegunWithoutItsGraph)
 {
-    auto* command = new TestCommand(lines_, WaitForFirst);
-    Engine().EndCommand(command);
+    Engine().EndCommand(new TestCommand(lines_, WaitForFirst));
     Run();
     EXPECT_THAT(lines_, ElementsAre("ended"));
 }
@@ -684,18 +634,16 @@ TEST_F(DialogEngineTest, EndsACommandInsideItsActivation)
 TEST_F(DialogEngineTest, EndsACommandInsideAnActionThatRunsToItsEnd)
 {
     TestCommand* command = Start([&](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(self.first);
-        self.On(self.first, state, self.AddDialogState("Next"), self.Do([&] {
+        self.On(self.first, self.Initial(self.first), self.AddDialogState("Next"), self.Do([&] {
             loop_->Post([] { Engine().EndAll(); });
-            loop_->RunUntilIdle();
+            Run();
             lines_.emplace_back("action");
-            self.second->Accept(nullptr, 0); // the command is still there
+            Give(self.second); // the command is still there
             return true;
         }));
     });
     lines_.clear();
-    command->first->Accept(nullptr, 0);
+    Give(command->first);
     EXPECT_THAT(lines_, ElementsAre("cancelled", "action"));
     Run();
     EXPECT_THAT(lines_, ElementsAre("cancelled", "action", "ended"));
@@ -703,34 +651,30 @@ TEST_F(DialogEngineTest, EndsACommandInsideAnActionThatRunsToItsEnd)
 
 TEST_F(DialogEngineTest, EndsACommandWithinACancelThatEndsAll)
 {
-    TestCommand* first = Start(WaitForFirst);
-    TestCommand* second = Start(WaitForFirst);
-    first->onCancel = [] { Engine().EndAll(); };
-    second->onCancel = [] { Engine().EndAll(); };
+    for (int count = 0; count < 2; ++count)
+        Start(WaitForFirst)->onCancel = [] { Engine().EndAll(); };
     Engine().EndAll();
     EXPECT_TRUE(Engine().Commands().empty());
     Run();
-    EXPECT_EQ(std::ranges::count(lines_, "ended"), 2);
-    EXPECT_EQ(std::ranges::count(lines_, "cancelled"), 2);
+    EXPECT_EQ(2, std::ranges::count(lines_, "ended"));
+    EXPECT_EQ(2, std::ranges::count(lines_, "cancelled"));
 }
 
 TEST_F(DialogEngineTest, LeavesACommandThatStartsWhileAllEnd)
 {
-    TestCommand* first = Start(WaitForFirst);
-    first->onCancel = [&] { new TestCommand(lines_, WaitForFirst, "Late"); };
+    Start(WaitForFirst)->onCancel = [&] { new TestCommand(lines_, WaitForFirst, "Late"); };
     Engine().EndAll();
-    ASSERT_EQ(Engine().Commands().size(), 1U);
-    EXPECT_EQ(Engine().Commands()[0].name, "Late");
+    ASSERT_EQ(1U, Engine().Commands().size());
+    EXPECT_EQ("Late", Engine().Commands()[0].name);
 }
 
 TEST_F(DialogEngineTest, ReleasesEndedCommandsWhenTheLoopIsDropped)
 {
-    TestCommand* command = Start(WaitForFirst);
-    Engine().EndCommand(command);
+    Engine().EndCommand(Start(WaitForFirst));
     auto loop = std::make_unique<ManualEventLoop>();
     loop_ = loop.get();
     EventLoop::Install(std::move(loop)).reset();
-    EXPECT_EQ(lines_.back(), "ended");
+    EXPECT_EQ("ended", lines_.back());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -739,15 +683,12 @@ TEST_F(DialogEngineTest, ReleasesEndedCommandsWhenTheLoopIsDropped)
 TEST_F(DialogEngineTest, WritesTheLifeOfACommandToTheJournal)
 {
     TestCommand* command = Start([](TestCommand& self) {
-        ZALDialogState* state = self.GetInitialState("Initial");
-        state->AddDialogAgent(self.element);
-        ZALDialogState* next = self.AddDialogState("Next");
-        next->AddDialogAgent(self.first);
-        self.On(self.element, state, next);
+        ZALDialogState* next = self.Next(self.first);
+        self.On(self.element, self.Initial(self.element), next);
         self.On(self.first, next, nullptr);
     });
     Offer("Root/Child.2");
-    command->first->Accept(nullptr, 0);
+    Give(command->first);
     Engine().EndCommand(Start(WaitForFirst, "Other"));
     EXPECT_THAT(journal_,
                 ElementsAre(R"({"event":"command","command":"Test","action":"begun"})",
@@ -778,16 +719,15 @@ protected:
         TestCommand* command = Start([&](TestCommand& self) {
             self.files = files;
             self.shared = shared;
-            self.GetInitialState("Initial")->SetResourceID("Key");
-            self.GetInitialState("Initial")->AddDialogAgent(self.first);
+            self.Initial(self.first)->SetResourceID("Key");
         });
         Engine().EndCommand(command);
         Run();
         Lines prompts;
         for (const std::string& line : journal_)
             if (const auto event = nlohmann::ordered_json::parse(line); event["event"] == "prompt") {
-                EXPECT_EQ(event["command"], "Test");
-                EXPECT_EQ(event["state"], "Initial");
+                EXPECT_EQ("Test", event["command"]);
+                EXPECT_EQ("Initial", event["state"]);
                 prompts.push_back(event["text"]);
             }
         return prompts;
@@ -796,17 +736,14 @@ protected:
     TemporaryFolder installation_;
 };
 
-TEST_F(Prompts, ComeFromTheCommandsFile)
+TEST_F(Prompts, ComeFromTheFirstFileOfTheCommandThatHasTheKey)
 {
     Install("Own", "Key = \"Pick one\";\n");
+    Install("Bare", "Other = \"no\";\n");
     EXPECT_THAT(PromptsOf({"Own"}), ElementsAre("Pick one"));
-}
-
-TEST_F(Prompts, ComeFromTheFirstFileThatHasTheKey)
-{
-    Install("Own", "Other = \"no\";\n");
-    Install("Base", "Key = \"Pick two\";\n");
-    EXPECT_THAT(PromptsOf({"Own", "Missing", "Base"}), ElementsAre("Pick two"));
+    EXPECT_THAT(PromptsOf({"Bare", "Missing", "Own"}), ElementsAre("Pick one"));
+    EXPECT_THAT(PromptsOf({}), ElementsAre("Key"));
+    EXPECT_THAT(PromptsOf(Lines(100, "Missing")), ElementsAre("Key"));
 }
 
 TEST_F(Prompts, OfASharedFileHaveTheClassInFrontOfTheKey)
@@ -815,17 +752,11 @@ TEST_F(Prompts, OfASharedFileHaveTheClassInFrontOfTheKey)
     EXPECT_THAT(PromptsOf({"Shared"}, 0), ElementsAre("Pick three"));
 }
 
-TEST_F(Prompts, AreTheKeyWhenNoFileHasIt)
-{
-    EXPECT_THAT(PromptsOf({}), ElementsAre("Key"));
-    EXPECT_THAT(PromptsOf(Lines(100, "Missing")), ElementsAre("Key"));
-}
-
 TEST_F(Prompts, AreNotWrittenForAStateWithoutAKey)
 {
     Start(WaitForFirst);
     for (const std::string& line : journal_)
-        EXPECT_EQ(line.find("prompt"), std::string::npos);
+        EXPECT_EQ(std::string::npos, line.find("prompt"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -840,15 +771,15 @@ public:
 TEST_F(DialogEngineTest, HasABaseWithoutResources)
 {
     auto* command = new PlainCommand;
-    EXPECT_STREQ(command->GetResourceFilename(0).CastToCharPtr(), "");
-    EXPECT_STREQ(command->GetResourceClass(0).CastToCharPtr(), "");
-    EXPECT_EQ(command->IsOtherResourceFile(0), 0);
-    EXPECT_EQ(command->GetMode(), 0);
-    EXPECT_EQ(command->Activate(nullptr, nullptr), S_OK);
-    EXPECT_EQ(command->Cancel(nullptr, nullptr), S_OK);
-    EXPECT_STREQ(command->IsA(), "ZALStateCommand");
-    EXPECT_EQ(command->IsAKindOf("ZALCommand"), 1);
-    EXPECT_EQ(Engine().Commands().size(), 1U);
+    EXPECT_STREQ("", command->GetResourceFilename(0).CastToCharPtr());
+    EXPECT_STREQ("", command->GetResourceClass(0).CastToCharPtr());
+    EXPECT_EQ(0, command->IsOtherResourceFile(0));
+    EXPECT_EQ(0, command->GetMode());
+    EXPECT_EQ(S_OK, command->Activate(nullptr, nullptr));
+    EXPECT_EQ(S_OK, command->Cancel(nullptr, nullptr));
+    EXPECT_STREQ("ZALStateCommand", command->IsA());
+    EXPECT_EQ(1, command->IsAKindOf("ZALCommand"));
+    EXPECT_EQ(1U, Engine().Commands().size());
 }
 
 } // namespace

@@ -58,7 +58,7 @@ protected:
         inConstructor = nullptr;
         EndStartedCommands();
         Loop().RunUntilIdle();
-        EXPECT_EQ(living, 0);
+        EXPECT_EQ(0, living);
         journal::Redirect({});
         ClassDictionary::Instance().RemoveCreation("TestCommand");
         ClassDictionary::Instance().RemoveCreation("TestObject");
@@ -70,37 +70,30 @@ TEST_F(StartedCommands, LiveUntilTheyAskForTheirEnd)
 {
     ZALCommand* command = nullptr;
     inConstructor = [&](ZALCommand& made) { command = &made; };
-    EXPECT_EQ(StartCommand("TestCommand"), StartResult::Started);
+    EXPECT_EQ(StartResult::Started, StartCommand("TestCommand"));
     Loop().RunUntilIdle();
-    EXPECT_EQ(living, 1);
+    EXPECT_EQ(1, living);
     command->RequestDelayedDestruction();
     command->RequestDelayedDestruction();
-    EXPECT_EQ(living, 1);
+    EXPECT_EQ(1, living);
     Loop().RunUntilIdle();
-    EXPECT_EQ(living, 0);
-    EXPECT_EQ(journal_, (std::vector<std::string>{R"({"event":"command","command":"TestCommand","action":"begun"})",
-                                                  R"({"event":"command","command":"TestCommand","action":"ended"})"}));
+    EXPECT_EQ(0, living);
+    EXPECT_EQ((std::vector<std::string>{R"({"event":"command","command":"TestCommand","action":"begun"})",
+                                        R"({"event":"command","command":"TestCommand","action":"ended"})"}),
+              journal_);
 }
 
-TEST_F(StartedCommands, MayAskForTheirEndInsideTheirConstructor)
-{
-    inConstructor = [](ZALCommand& made) { made.RequestDelayedDestruction(); };
-    EXPECT_EQ(StartCommand("TestCommand"), StartResult::Started);
-    EXPECT_EQ(living, 1);
-    Loop().RunUntilIdle();
-    EXPECT_EQ(living, 0);
-}
-
-TEST_F(StartedCommands, DoNotEndInsideTheirConstructorThoughItRunsTheLoop)
+TEST_F(StartedCommands, MayAskForTheirEndInsideTheirConstructorButDoNotEndThere)
 {
     inConstructor = [this](ZALCommand& made) {
         made.RequestDelayedDestruction();
         Loop().RunUntilIdle();
-        EXPECT_EQ(living, 1);
+        EXPECT_EQ(1, living);
     };
-    EXPECT_EQ(StartCommand("TestCommand"), StartResult::Started);
+    EXPECT_EQ(StartResult::Started, StartCommand("TestCommand"));
+    EXPECT_EQ(1, living);
     Loop().RunUntilIdle();
-    EXPECT_EQ(living, 0);
+    EXPECT_EQ(0, living);
 }
 
 TEST_F(StartedCommands, StayForThoseWhoHoldThem)
@@ -111,37 +104,37 @@ TEST_F(StartedCommands, StayForThoseWhoHoldThem)
     command->AddRef();
     command->RequestDelayedDestruction();
     Loop().RunUntilIdle();
-    EXPECT_EQ(living, 1);
+    EXPECT_EQ(1, living);
     command->Release();
-    EXPECT_EQ(living, 0);
+    EXPECT_EQ(0, living);
 }
 
-TEST_F(StartedCommands, AreAskedToEndWithTheSession)
+TEST_F(StartedCommands, AreAskedToEndWithTheRun)
 {
     StartCommand("TestCommand");
     StartCommand("TestCommand");
     EndStartedCommands();
-    EXPECT_EQ(TestCommand::requests, 2);
+    EXPECT_EQ(2, TestCommand::requests);
     Loop().RunUntilIdle();
-    EXPECT_EQ(living, 0);
+    EXPECT_EQ(0, living);
     EndStartedCommands();
-    EXPECT_EQ(TestCommand::requests, 2);
+    EXPECT_EQ(2, TestCommand::requests);
 }
 
 TEST_F(StartedCommands, NeedAClassThatMakesCommands)
 {
-    EXPECT_EQ(StartCommand("Unknown"), StartResult::Unknown);
-    EXPECT_EQ(StartCommand(""), StartResult::Unknown);
-    EXPECT_EQ(StartCommand("TestObject"), StartResult::Unknown);
+    EXPECT_EQ(StartResult::Unknown, StartCommand("Unknown"));
+    EXPECT_EQ(StartResult::Unknown, StartCommand(""));
+    EXPECT_EQ(StartResult::Unknown, StartCommand("TestObject"));
 }
 
 TEST_F(StartedCommands, CannotBeStartedWhileTheirHeaderIsGreyed)
 {
     AddCommandHeader("TestCommandHeader");
-    EXPECT_EQ(StartCommand("TestCommand"), StartResult::Greyed);
-    EXPECT_EQ(living, 0);
+    EXPECT_EQ(StartResult::Greyed, StartCommand("TestCommand"));
+    EXPECT_EQ(0, living);
     ZALCommandHeader::GetHeaderFromList("TestCommandHeader", 0)->SetAvailability(ZALHeaderInGlobalMode, 1);
-    EXPECT_EQ(StartCommand("TestCommand"), StartResult::Started);
+    EXPECT_EQ(StartResult::Started, StartCommand("TestCommand"));
 }
 
 } // namespace

@@ -40,23 +40,19 @@ protected:
     Client* client_ = new Client;
 };
 
-TEST_F(TimeOuts, CallOnceWhenTheTimeHasPassed)
-{
-    Application().AddTimeOut(1000, client_, &data_, Count);
-    Loop().Advance(999ms);
-    EXPECT_TRUE(client_->calls.empty());
-    Loop().Advance(1ms);
-    EXPECT_EQ(client_->calls, std::vector<void*>{&data_});
-    Loop().Advance(10s);
-    EXPECT_EQ(client_->calls.size(), 1U);
-}
-
-TEST_F(TimeOuts, OfNoTimeComeFromTheLoop)
+TEST_F(TimeOuts, CallOnceFromTheLoopWhenTheTimeHasPassed)
 {
     Application().AddTimeOut(0, client_, nullptr, Count);
     EXPECT_TRUE(client_->calls.empty());
     Loop().Advance(0ms);
-    EXPECT_EQ(client_->calls.size(), 1U);
+    EXPECT_EQ(std::vector<void*>{nullptr}, client_->calls);
+    Application().AddTimeOut(1000, client_, &data_, Count);
+    Loop().Advance(999ms);
+    EXPECT_EQ(1U, client_->calls.size());
+    Loop().Advance(1ms);
+    EXPECT_EQ((std::vector<void*>{nullptr, &data_}), client_->calls);
+    Loop().Advance(10s);
+    EXPECT_EQ(2U, client_->calls.size());
 }
 
 TEST_F(TimeOuts, AreRemovedByWhatTheyWereAddedWith)
@@ -70,14 +66,14 @@ TEST_F(TimeOuts, AreRemovedByWhatTheyWereAddedWith)
     Application().AddTimeOut(1000, client_, nullptr, Count);
     Application().RemoveTimeOut(1000, client_, nullptr, Count);
     Loop().Advance(1s);
-    EXPECT_EQ(client_->calls, std::vector<void*>{&data_});
+    EXPECT_EQ(std::vector<void*>{&data_}, client_->calls);
     Application().RemoveTimeOut(1000, client_, &data_, Count);
 }
 
 TEST_F(TimeOuts, EndWithTheirClient)
 {
     Application().AddTimeOut(1000, client_, nullptr, Count);
-    EXPECT_EQ(client_->Release(), 0U);
+    EXPECT_EQ(0U, client_->Release());
     client_ = nullptr;
     Loop().Advance(1s);
 }
@@ -87,7 +83,7 @@ TEST_F(TimeOuts, HoldTheirClientDuringTheCall)
     client_->reaction = [this] { std::exchange(client_, nullptr)->Release(); };
     Application().AddTimeOut(1000, client_, nullptr, Count);
     Loop().Advance(1s);
-    EXPECT_EQ(client_, nullptr);
+    EXPECT_EQ(nullptr, client_);
 }
 
 TEST_F(TimeOuts, MayBeAddedAndRemovedInsideACall)
@@ -100,7 +96,7 @@ TEST_F(TimeOuts, MayBeAddedAndRemovedInsideACall)
     Application().AddTimeOut(5000, client_, nullptr, Count);
     Application().AddTimeOut(1000, client_, nullptr, Count);
     Loop().Advance(10s);
-    EXPECT_EQ(client_->calls.size(), 3U);
+    EXPECT_EQ(3U, client_->calls.size());
 }
 
 TEST_F(TimeOuts, EndWithTheApplication)

@@ -33,15 +33,7 @@ protected:
     /// Keeps the name of each notification of a class.
     void Note(ZALDialog* publisher, const char* notification)
     {
-        subscribers_.push_back(std::make_unique<Subscriber>([this, notification] { Told.push_back(notification); }));
-        subscribers_.back()->AddCallback(publisher, notification, &Subscriber::OnNotification, nullptr);
-    }
-
-    /// Calls `reaction` for a notification.
-    void React(ZALDialog* publisher, const char* notification, std::function<void()> reaction)
-    {
-        subscribers_.push_back(std::make_unique<Subscriber>(std::move(reaction)));
-        subscribers_.back()->AddCallback(publisher, notification, &Subscriber::OnNotification, nullptr);
+        React(publisher, notification, [this, notification] { Told.push_back(notification); });
     }
 
     std::vector<std::string> Told;
@@ -50,9 +42,6 @@ protected:
     ZALDlgEditor* const Editor;
     ZALDlgPushButton* const Button;
     ZALDlgCheckButton* const CheckButton;
-
-private:
-    std::vector<std::unique_ptr<Subscriber>> subscribers_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -60,16 +49,16 @@ private:
 
 TEST_F(Controls, KeepWhatAProgramSetsAndTellNobody)
 {
-    EXPECT_EQ(Editor->GetText(), "");
-    EXPECT_EQ(CheckButton->GetState(), 0x80000);
+    EXPECT_EQ("", Editor->GetText());
+    EXPECT_EQ(0x80000, CheckButton->GetState());
     Editor->SetText(u"Größe");
     CheckButton->SetState(0x40000);
-    EXPECT_EQ(Editor->GetText(), u"Größe");
-    EXPECT_EQ(CheckButton->GetState(), 0x40000);
+    EXPECT_EQ(u"Größe", Editor->GetText());
+    EXPECT_EQ(0x40000, CheckButton->GetState());
     CheckButton->SetState(1);
-    EXPECT_EQ(CheckButton->GetState(), 0x40000);
+    EXPECT_EQ(0x40000, CheckButton->GetState());
     Editor->SetVisibleTextWidth(23);
-    EXPECT_EQ(ZALDialogNode::Of(*Editor).visibleTextWidth, 23);
+    EXPECT_EQ(23, ZALDialogNode::Of(*Editor).visibleTextWidth);
     EXPECT_THAT(Told, IsEmpty());
 }
 
@@ -80,8 +69,8 @@ TEST_F(Controls, StayUsableBehindTheirEnd)
     EndAllDialogs();
     Editor->SetText("late");
     CheckButton->SetState(ZALDlgChecked);
-    EXPECT_EQ(Editor->GetText(), "late");
-    EXPECT_EQ(CheckButton->GetState(), ZALDlgChecked);
+    EXPECT_EQ("late", Editor->GetText());
+    EXPECT_EQ(ZALDlgChecked, CheckButton->GetState());
     Editor->Release();
     CheckButton->Release();
 }
@@ -91,12 +80,12 @@ TEST_F(Controls, StayUsableBehindTheirEnd)
 
 TEST_F(Controls, TellWhatTheUserDoes)
 {
-    EXPECT_EQ(Surface().EnterText("Window", "Editor", "/parts"), PushResult::Done);
-    EXPECT_EQ(Editor->GetText(), "/parts");
-    EXPECT_EQ(Surface().SetState("Window", "Check", ZALDlgChecked), PushResult::Done);
-    EXPECT_EQ(CheckButton->GetState(), ZALDlgChecked);
+    EXPECT_EQ(PushResult::Done, Surface().EnterText("Window", "Editor", "/parts"));
+    EXPECT_EQ("/parts", Editor->GetText());
+    EXPECT_EQ(PushResult::Done, Surface().SetState("Window", "Check", ZALDlgChecked));
+    EXPECT_EQ(ZALDlgChecked, CheckButton->GetState());
     for (const char* control : {"Button", "OK", "CANCEL", "CLOSE"})
-        EXPECT_EQ(Surface().Push("Window", control), PushResult::Done) << control;
+        EXPECT_EQ(PushResult::Done, Surface().Push("Window", control)) << control;
     EXPECT_THAT(Told, ElementsAre("ZALDlgEditorModifyNotification", "ZALDlgCheckModifyNotification",
                                   "ZALDlgPushActivateNotification", "ZALDlgOKNotification", "ZALDlgCancelNotification",
                                   "ZALDlgWindCloseNotification"));
@@ -106,18 +95,18 @@ TEST_F(Controls, TellWhatTheUserDoes)
 TEST_F(Controls, TellNothingThatIsNoChange)
 {
     Editor->SetText("same");
-    EXPECT_EQ(Surface().EnterText("Window", "Editor", "same"), PushResult::Done);
-    EXPECT_EQ(Surface().SetState("Window", "Check", ZALDlgUnchecked), PushResult::Done);
+    EXPECT_EQ(PushResult::Done, Surface().EnterText("Window", "Editor", "same"));
+    EXPECT_EQ(PushResult::Done, Surface().SetState("Window", "Check", ZALDlgUnchecked));
     EXPECT_THAT(Told, IsEmpty());
 }
 
 TEST_F(Controls, ThatAreCheckButtonsChangeWithEachPush)
 {
-    EXPECT_EQ(Surface().Push("Window", "Check"), PushResult::Done);
-    EXPECT_EQ(CheckButton->GetState(), ZALDlgChecked);
-    EXPECT_EQ(Surface().Push("Window", "Check"), PushResult::Done);
-    EXPECT_EQ(CheckButton->GetState(), ZALDlgUnchecked);
-    EXPECT_EQ(Told.size(), 2U);
+    EXPECT_EQ(PushResult::Done, Surface().Push("Window", "Check"));
+    EXPECT_EQ(ZALDlgChecked, CheckButton->GetState());
+    EXPECT_EQ(PushResult::Done, Surface().Push("Window", "Check"));
+    EXPECT_EQ(ZALDlgUnchecked, CheckButton->GetState());
+    EXPECT_EQ(2U, Told.size());
 }
 
 TEST_F(Controls, HoldTheNewValueWhenTheyTell)
@@ -128,56 +117,55 @@ TEST_F(Controls, HoldTheNewValueWhenTheyTell)
     React(CheckButton, ZALDlgCheckModifyNotification::ClassName(), [&] { state = CheckButton->GetState(); });
     Surface().EnterText("Window", "Editor", "new");
     Surface().SetState("Window", "Check", ZALDlgChecked);
-    EXPECT_EQ(text, "new");
-    EXPECT_EQ(state, ZALDlgChecked);
+    EXPECT_EQ("new", text);
+    EXPECT_EQ(ZALDlgChecked, state);
 }
 
 TEST_F(Controls, RefuseWhatIsNotTheirs)
 {
-    EXPECT_EQ(Surface().Push("Window", "Editor"), PushResult::NoControl);
-    EXPECT_EQ(Surface().Push("Window", "Frame"), PushResult::NoControl);
-    EXPECT_EQ(Surface().EnterText("Window", "Button", "x"), PushResult::NoText);
-    EXPECT_EQ(Surface().EnterText("Window", "Check", "x"), PushResult::NoText);
-    EXPECT_EQ(Surface().EnterText("Window", "FOLDER", "x"), PushResult::NoControl);
-    EXPECT_EQ(Surface().EnterText("Window", "None", "x"), PushResult::NoControl);
-    EXPECT_EQ(Surface().EnterText("None", "Editor", "x"), PushResult::NoDialog);
-    EXPECT_EQ(Surface().SetState("Window", "Editor", ZALDlgChecked), PushResult::NoState);
-    EXPECT_EQ(Surface().SetState("Window", "Check", 1), PushResult::NoState);
-    EXPECT_EQ(Surface().SetState("Window", "None", ZALDlgChecked), PushResult::NoControl);
-    EXPECT_EQ(Surface().SetState("None", "Check", ZALDlgChecked), PushResult::NoDialog);
+    for (const char* control : {"Editor", "Frame"})
+        EXPECT_EQ(PushResult::NoControl, Surface().Push("Window", control)) << control;
+    for (const char* control : {"Button", "Check"})
+        EXPECT_EQ(PushResult::NoText, Surface().EnterText("Window", control, "x")) << control;
+    for (const char* control : {"FOLDER", "None"})
+        EXPECT_EQ(PushResult::NoControl, Surface().EnterText("Window", control, "x")) << control;
+    EXPECT_EQ(PushResult::NoDialog, Surface().EnterText("None", "Editor", "x"));
+    EXPECT_EQ(PushResult::NoState, Surface().SetState("Window", "Editor", ZALDlgChecked));
+    EXPECT_EQ(PushResult::NoState, Surface().SetState("Window", "Check", 1));
+    EXPECT_EQ(PushResult::NoControl, Surface().SetState("Window", "None", ZALDlgChecked));
+    EXPECT_EQ(PushResult::NoDialog, Surface().SetState("None", "Check", ZALDlgChecked));
     EXPECT_THAT(Told, IsEmpty());
-    EXPECT_STREQ(ToText(PushResult::NoText), "the control takes no text");
-    EXPECT_STREQ(ToText(PushResult::NoState), "the control has no state");
+    EXPECT_STREQ("the control takes no text", ToText(PushResult::NoText));
+    EXPECT_STREQ("the control has no state", ToText(PushResult::NoState));
 }
 
 TEST_F(Controls, TakeNoInputWhenTheyOrWhatHoldsThemIsInsensitive)
 {
     for (ZALDialog* holder : std::initializer_list<ZALDialog*>{Editor, Frame, Window}) {
         holder->SetSensitivity(ZALDlgInsensitive);
-        EXPECT_EQ(Surface().EnterText("Window", "Editor", "x"), PushResult::Insensitive);
+        EXPECT_EQ(PushResult::Insensitive, Surface().EnterText("Window", "Editor", "x"));
         holder->SetSensitivity(ZALDlgSensitive);
     }
     Frame->SetSensitivity(ZALDlgInsensitive);
-    EXPECT_EQ(Surface().Push("Window", "Button"), PushResult::Insensitive);
-    EXPECT_EQ(Surface().Push("Window", "Check"), PushResult::Insensitive);
-    EXPECT_EQ(Surface().SetState("Window", "Check", ZALDlgChecked), PushResult::Insensitive);
-    EXPECT_EQ(Surface().Push("Window", "OK"), PushResult::Done) << "the buttons belong to the window";
+    EXPECT_EQ(PushResult::Insensitive, Surface().Push("Window", "Button"));
+    EXPECT_EQ(PushResult::Insensitive, Surface().Push("Window", "Check"));
+    EXPECT_EQ(PushResult::Insensitive, Surface().SetState("Window", "Check", ZALDlgChecked));
+    EXPECT_EQ(PushResult::Done, Surface().Push("Window", "OK")) << "the buttons belong to the window";
     Window->SetSensitivity(ZALDlgInsensitive);
     for (const char* control : {"OK", "CANCEL", "CLOSE"})
-        EXPECT_EQ(Surface().Push("Window", control), PushResult::Insensitive) << control;
-    EXPECT_EQ(Editor->GetText(), "");
-    EXPECT_EQ(CheckButton->GetState(), ZALDlgUnchecked);
+        EXPECT_EQ(PushResult::Insensitive, Surface().Push("Window", control)) << control;
+    EXPECT_EQ("", Editor->GetText());
+    EXPECT_EQ(ZALDlgUnchecked, CheckButton->GetState());
     EXPECT_THAT(Told, ElementsAre("ZALDlgOKNotification"));
 }
 
 TEST_F(Controls, BelongToAWindowWithButtonsByItsStyle)
 {
     for (const unsigned int style : {ZALDlgNoStyle, ZALDlgProgressWindow}) {
-        auto* plain = new ZALDlgDialog(nullptr, "Plain", style);
-        plain->SetVisibility(ZALDlgShow);
-        EXPECT_EQ(Surface().Push("Plain", "OK"), PushResult::NoControl);
-        EXPECT_EQ(Surface().Push("Plain", "CANCEL"), PushResult::NoControl);
-        EXPECT_EQ(Surface().Push("Plain", "CLOSE"), PushResult::Done);
+        Shown(DialogFixture::Window("Plain", nullptr, style));
+        EXPECT_EQ(PushResult::NoControl, Surface().Push("Plain", "OK"));
+        EXPECT_EQ(PushResult::NoControl, Surface().Push("Plain", "CANCEL"));
+        EXPECT_EQ(PushResult::Done, Surface().Push("Plain", "CLOSE"));
     }
 }
 
@@ -190,9 +178,9 @@ TEST_F(Controls, OutliveCallbacksThatEndTheirWindow)
         Loop().RunUntilIdle();
         name = Button->GetName().CastToCharPtr() + std::string(Frame->GetName().CastToCharPtr());
     });
-    EXPECT_EQ(Surface().Push("Window", "Button"), PushResult::Done);
-    EXPECT_EQ(name, "ButtonFrame");
-    EXPECT_EQ(window.GetComponent(), nullptr);
+    EXPECT_EQ(PushResult::Done, Surface().Push("Window", "Button"));
+    EXPECT_EQ("ButtonFrame", name);
+    EXPECT_EQ(nullptr, window.GetComponent());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -200,25 +188,20 @@ TEST_F(Controls, OutliveCallbacksThatEndTheirWindow)
 
 TEST_F(Controls, StandOnTheLinesOfWhatHoldsThem)
 {
-    Frame->SetVerticalAttachment(1, ZALDlgAttachStart, {Editor, Window, nullptr, Button});
+    Frame->SetVerticalAttachment(1, ZALDlgAttachStart, {Editor, Window, nullptr});
+    const auto& lines = ZALDialogNode::Of(*Frame).lines;
+    EXPECT_THAT(lines.at(0).controls, ElementsAre(Editor)) << "foreign ones are left out";
+    Frame->SetVerticalAttachment(1, ZALDlgAttachStart, {Editor, Button});
     Frame->SetHorizontalAttachment(1, ZALDlgAttachCenter, {Editor});
     Frame->SetVerticalAttachment(1, ZALDlgAttachEnd, {Button, CheckButton});
-    const auto& lines = ZALDialogNode::Of(*Frame).lines;
-    ASSERT_EQ(lines.size(), 2U);
+    ASSERT_EQ(2U, lines.size());
     EXPECT_FALSE(lines[0].vertical);
-    EXPECT_EQ(lines[0].type, 5);
+    EXPECT_EQ(5, lines[0].type);
     EXPECT_TRUE(lines[1].vertical);
-    EXPECT_EQ(lines[1].type, 4);
+    EXPECT_EQ(4, lines[1].type);
     EXPECT_THAT(lines[1].controls, ElementsAre(Button, CheckButton));
-    Button->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
+    End(Button);
     EXPECT_THAT(lines[1].controls, ElementsAre(CheckButton));
-}
-
-TEST_F(Controls, LeaveOutForeignOnesOnALine)
-{
-    Frame->SetVerticalAttachment(1, ZALDlgAttachStart, {Editor, Window, nullptr});
-    EXPECT_THAT(ZALDialogNode::Of(*Frame).lines.at(0).controls, ElementsAre(Editor));
 }
 
 TEST_F(Controls, StandInTheGridWhereTheyWerePutLast)
@@ -228,11 +211,8 @@ TEST_F(Controls, StandInTheGridWhereTheyWerePutLast)
     Editor->SetGridConstraints(1, 2, 3, 4, ZALDlgGridCenter);
     const auto& place = ZALDialogNode::Of(*Editor).place;
     ASSERT_TRUE(place);
-    EXPECT_EQ(place->row, 1);
-    EXPECT_EQ(place->column, 2);
-    EXPECT_EQ(place->rowSpan, 3);
-    EXPECT_EQ(place->columnSpan, 4);
-    EXPECT_EQ(place->justification, 122);
+    EXPECT_EQ(std::vector({1, 2, 3, 4, 122}),
+              std::vector({place->row, place->column, place->rowSpan, place->columnSpan, place->justification}));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -266,10 +246,10 @@ TEST_F(Controls, OfAPageStandInItsContent)
 {
     auto* page = new OptionsPageOfATest(Window);
     ASSERT_TRUE(page->GetContentParent());
-    EXPECT_EQ(page->GetContentParent()->GetFather(), page);
+    EXPECT_EQ(page, page->GetContentParent()->GetFather());
     EXPECT_THAT(ZALDialogNode::Of(*page).attached, ElementsAre(page->GetContentParent()));
-    EXPECT_EQ(page->IsAKindOf("ZALDlgToolsOptionsFrame"), 1);
-    EXPECT_EQ((new OptionsPageOfATest(nullptr))->GetContentParent(), nullptr);
+    EXPECT_EQ(1, page->IsAKindOf("ZALDlgToolsOptionsFrame"));
+    EXPECT_EQ(nullptr, (new OptionsPageOfATest(nullptr))->GetContentParent());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -277,88 +257,79 @@ TEST_F(Controls, OfAPageStandInItsContent)
 
 class FileBoxes : public Controls {
 protected:
-    ZALDlgFileBox* Make()
+    FileBoxes()
     {
-        ZALDlgFileBox* box = nullptr;
-        EXPECT_EQ(
-            ZALFileMenuMethods::CreateCurrentDocEnvDialogBox(Window, "Chooser", ZALDlgFolderChooser, box, nullptr),
-            S_OK);
+        EXPECT_EQ(S_OK, Make(ZALDlgFolderChooser));
         Note(box, ZALDlgOKNotification::ClassName());
         Note(box, ZALDlgCancelNotification::ClassName());
         Note(box, ZALDlgWindCloseNotification::ClassName());
-        return box;
     }
+    ~FileBoxes() override
+    {
+        if (box)
+            box->Release();
+    }
+    HRESULT Make(unsigned int style)
+    {
+        return ZALFileMenuMethods::CreateCurrentDocEnvDialogBox(Window, "Chooser", style, box, nullptr);
+    }
+
+    ZALDlgFileBox* box = nullptr;
 };
 
 TEST_F(FileBoxes, BeginHiddenAndAreHeldTwice)
 {
-    ZALDlgFileBox* box = Make();
-    EXPECT_EQ(Surface().Push("Chooser", "CANCEL"), PushResult::NoDialog);
-    EXPECT_EQ(box->GetFather(), Window);
-    EXPECT_EQ(box->GetStyle(), 0x12000200U);
-    box->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().Find("Chooser"), nullptr);
-    EXPECT_EQ(box->Release(), 0U);
+    EXPECT_EQ(PushResult::NoDialog, Surface().Push("Chooser", "CANCEL"));
+    EXPECT_EQ(Window, box->GetFather());
+    EXPECT_EQ(0x12000200U, box->GetStyle());
+    End(box);
+    EXPECT_EQ(nullptr, Surface().Find("Chooser"));
+    EXPECT_EQ(0U, std::exchange(box, nullptr)->Release());
 }
 
 TEST_F(FileBoxes, GiveTheUsersChoice)
 {
-    ZALDlgFileBox* box = Make();
     box->SetVisibility(ZALDlgShow);
-    EXPECT_EQ(Surface().EnterText("Chooser", "FOLDER", u"/Größe"), PushResult::Done);
-    EXPECT_EQ(Surface().Push("Chooser", "OK"), PushResult::Done);
-    EXPECT_EQ(box->GetChosenFolder(), u"/Größe");
+    EXPECT_EQ(PushResult::Done, Surface().EnterText("Chooser", "FOLDER", u"/Größe"));
+    EXPECT_EQ(PushResult::Done, Surface().Push("Chooser", "OK"));
+    EXPECT_EQ(u"/Größe", box->GetChosenFolder());
     EXPECT_THAT(Told, ElementsAre("ZALDlgOKNotification"));
     EXPECT_THAT(Events("window"),
                 ElementsAre(R"({"event":"window","name":"Window","style":33554944,"action":"shown"})",
                             R"({"event":"window","name":"Chooser","style":301990400,"action":"shown"})"));
-    box->Release();
 }
 
 TEST_F(FileBoxes, BeginInTheirStartFolderWhichIsTheChoiceAtFirst)
 {
-    ZALDlgFileBox* box = Make();
     box->SetStartFolder("/start");
     box->SetVisibility(ZALDlgShow);
-    EXPECT_EQ(ToUtf8(ZALDialogNode::Of(*box).startFolder), "/start");
-    EXPECT_EQ(Surface().Push("Chooser", "OK"), PushResult::Done);
-    EXPECT_EQ(box->GetChosenFolder(), "/start");
+    EXPECT_EQ("/start", ToUtf8(ZALDialogNode::Of(*box).startFolder));
+    EXPECT_EQ(PushResult::Done, Surface().Push("Chooser", "OK"));
+    EXPECT_EQ("/start", box->GetChosenFolder());
     Surface().EnterText("Chooser", "FOLDER", "/chosen");
-    EXPECT_EQ(box->GetChosenFolder(), "/chosen");
-    EXPECT_EQ(ToUtf8(ZALDialogNode::Of(*box).startFolder), "/start");
-    box->Release();
+    EXPECT_EQ("/chosen", box->GetChosenFolder());
+    EXPECT_EQ("/start", ToUtf8(ZALDialogNode::Of(*box).startFolder));
 }
 
-TEST_F(FileBoxes, OfferOKOnlyWithAChoice)
+TEST_F(FileBoxes, OfferOKOnlyWithAChoiceAndTakeTheirCloseBoxForCancel)
 {
-    ZALDlgFileBox* box = Make();
     box->SetVisibility(ZALDlgShow);
-    EXPECT_EQ(Surface().Push("Chooser", "OK"), PushResult::Insensitive);
+    EXPECT_EQ(PushResult::Insensitive, Surface().Push("Chooser", "OK"));
     EXPECT_THAT(Told, IsEmpty());
-    EXPECT_EQ(Surface().Push("Chooser", "CANCEL"), PushResult::Done);
-    box->Release();
-}
-
-TEST_F(FileBoxes, TakeTheirCloseBoxForCancel)
-{
-    ZALDlgFileBox* box = Make();
-    box->SetVisibility(ZALDlgShow);
-    EXPECT_EQ(Surface().Push("Chooser", "CLOSE"), PushResult::Done);
-    EXPECT_THAT(Told, ElementsAre("ZALDlgCancelNotification"));
-    box->Release();
+    EXPECT_EQ(PushResult::Done, Surface().Push("Chooser", "CANCEL"));
+    EXPECT_EQ(PushResult::Done, Surface().Push("Chooser", "CLOSE"));
+    EXPECT_THAT(Told, ElementsAre("ZALDlgCancelNotification", "ZALDlgCancelNotification"));
 }
 
 TEST_F(FileBoxes, AreRefusedForAnotherStyleAndWhereThereAreNone)
 {
-    ZALDlgFileBox* box = nullptr;
-    EXPECT_EQ(ZALFileMenuMethods::CreateCurrentDocEnvDialogBox(Window, "Chooser", ZALDlgNoStyle, box, nullptr),
-              E_INVALIDARG);
+    End(box);
+    std::exchange(box, nullptr)->Release();
+    EXPECT_EQ(E_INVALIDARG, Make(ZALDlgNoStyle));
     Surface().OfferFileBoxes(false);
-    EXPECT_EQ(ZALFileMenuMethods::CreateCurrentDocEnvDialogBox(Window, "Chooser", ZALDlgFolderChooser, box, nullptr),
-              E_FAIL);
-    EXPECT_EQ(box, nullptr);
-    EXPECT_EQ(Surface().Find("Chooser"), nullptr);
+    EXPECT_EQ(E_FAIL, Make(ZALDlgFolderChooser));
+    EXPECT_EQ(nullptr, box);
+    EXPECT_EQ(nullptr, Surface().Find("Chooser"));
 }
 
 } // namespace

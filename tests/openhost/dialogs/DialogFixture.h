@@ -5,6 +5,7 @@
 #include "openhost/dialogs/ScriptedSurface.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/loop/ManualEventLoop.h"
+#include "openhost/text/Utf.h"
 
 #include <gtest/gtest.h>
 
@@ -23,6 +24,29 @@ public:
 
 private:
     std::function<void()> call_;
+};
+
+/// A surface that writes down what it is told. Its user answers No.
+class RecordingSurface : public DialogSurface {
+public:
+    explicit RecordingSurface(std::vector<std::string>& told) : told_(told) {}
+    void Shown(ZALDialog& dialog) override { Tell("shown", dialog); }
+    void Hidden(ZALDialog& dialog) override { Tell("hidden", dialog); }
+    void Changed(ZALDialog& dialog) override { Tell("changed", dialog); }
+    void Ended(ZALDialog& dialog) override { Tell("ended", dialog); }
+    int Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title) override
+    {
+        Tell("asked " + ToUtf8(title) + ": " + ToUtf8(text), question);
+        return ZALDlgAnswerNo;
+    }
+
+private:
+    void Tell(const std::string& what, const ZALDialog& dialog)
+    {
+        told_.push_back(ZALDialogNode::Of(dialog).Name() + " " + what);
+    }
+
+    std::vector<std::string>& told_;
 };
 
 /// A fresh loop and a fresh surface; journal events are kept.
@@ -46,6 +70,28 @@ protected:
     static EventLoop& Loop() { return EventLoop::Current(); }
     static ScriptedSurface& Surface() { return static_cast<ScriptedSurface&>(DialogSurface::Current()); }
 
+    static ZALDlgDialog* Window(const char* name = "Window", ZALDialog* parent = nullptr, unsigned int style = 0)
+    {
+        return new ZALDlgDialog(parent, name, style);
+    }
+    static ZALDlgDialog* Shown(ZALDlgDialog* window)
+    {
+        window->SetVisibility(ZALDlgShow);
+        return window;
+    }
+    /// Ends a dialog, and lets that happen.
+    static void End(ZALDialog* dialog)
+    {
+        dialog->RequestDelayedDestruction();
+        Loop().RunUntilIdle();
+    }
+    /// Calls `reaction` for each notification of a class.
+    void React(ZALDialog* publisher, const char* notification, std::function<void()> reaction)
+    {
+        subscribers_.push_back(std::make_unique<Subscriber>(std::move(reaction)));
+        subscribers_.back()->AddCallback(publisher, notification, &Subscriber::OnNotification, nullptr);
+    }
+
     /// The journal's events of one kind, as texts of JSON.
     std::vector<std::string> Events(const std::string& kind) const
     {
@@ -62,6 +108,7 @@ private:
     std::unique_ptr<EventLoop> loopBefore_;
     std::unique_ptr<DialogSurface> surfaceBefore_;
     journal::Sink sinkBefore_;
+    std::vector<std::unique_ptr<Subscriber>> subscribers_;
 };
 
 } // namespace openhost

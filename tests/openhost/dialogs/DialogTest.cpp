@@ -8,7 +8,11 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-using Dialog = DialogFixture;
+class Dialog : public DialogFixture {
+protected:
+    /// How many counted dialogs have ended.
+    int ends = 0;
+};
 
 // Counts its own end.
 class CountedDialog : public ZALDlgDialog {
@@ -23,156 +27,108 @@ private:
     int& ends_;
 };
 
-class RecordingSurface : public DialogSurface {
-public:
-    void Shown(ZALDialog& dialog) override { Note("shown", dialog); }
-    void Hidden(ZALDialog& dialog) override { Note("hidden", dialog); }
-    void Changed(ZALDialog& dialog) override { Note("changed", dialog); }
-    void Ended(ZALDialog& dialog) override { Note("ended", dialog); }
-    int Ask(ZALDlgNotify& question, const ZALUnicodeString&, const ZALUnicodeString&) override
-    {
-        Note("ask", question);
-        return ZALDlgAnswerOK;
-    }
-
-    std::vector<std::string> calls;
-
-private:
-    void Note(const std::string& what, const ZALDialog& dialog)
-    {
-        calls.push_back(what + " " + ZALDialogNode::Of(dialog).Name());
-    }
-};
-
 // ---------------------------------------------------------------------------------------------
 // End
 
-TEST_F(Dialog, EndsBetweenTwoEventsAndNotInsideTheCall)
+TEST_F(Dialog, EndsOnceBetweenTwoEventsAndNotInsideTheCall)
 {
-    int ends = 0;
-    auto* dialog = new CountedDialog(nullptr, "Window", ends);
-    dialog->RequestDelayedDestruction();
-    EXPECT_EQ(ends, 0);
-    Loop().RunUntilIdle();
-    EXPECT_EQ(ends, 1);
-}
-
-TEST_F(Dialog, ASecondRequestOfItsEndDoesNothing)
-{
-    int ends = 0;
     auto* dialog = new CountedDialog(nullptr, "Window", ends);
     dialog->RequestDelayedDestruction();
     dialog->RequestDelayedDestruction();
+    EXPECT_EQ(0, ends);
     Loop().RunUntilIdle();
-    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(1, ends);
 }
 
 TEST_F(Dialog, IsGoneForTheUserButUsableWhileSomebodyHoldsIt)
 {
-    int ends = 0;
     auto* dialog = new CountedDialog(nullptr, "Window", ends);
     auto* bar = new ZALDlgProgress(dialog, "Bar", 0);
-    dialog->SetVisibility(ZALDlgShow);
     dialog->AddRef();
-    dialog->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
+    End(Shown(dialog));
 
-    EXPECT_EQ(ends, 0);
-    EXPECT_EQ(Surface().Find("Window"), nullptr);
-    EXPECT_EQ(Surface().Find("Bar"), nullptr);
+    EXPECT_EQ(0, ends);
+    EXPECT_EQ(nullptr, Surface().Find("Window"));
+    EXPECT_EQ(nullptr, Surface().Find("Bar"));
     bar->SetPos(40);
-    EXPECT_EQ(bar->GetPos(), 40);
-    dialog->SetVisibility(ZALDlgShow);
-    dialog->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().Push("Window", "CLOSE"), PushResult::NoDialog);
+    EXPECT_EQ(40, bar->GetPos());
+    End(Shown(dialog));
+    EXPECT_EQ(PushResult::NoDialog, Surface().Push("Window", "CLOSE"));
 
     dialog->Release();
-    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(1, ends);
 }
 
 TEST_F(Dialog, EndsItsChildrenWindowsIncluded)
 {
-    int ends = 0;
-    auto* parent = new ZALDlgDialog(nullptr, "Parent", 0);
+    ZALDlgDialog* parent = Window("Parent");
     new CountedDialog(parent, "Child", ends);
     new CountedDialog(new ZALDlgFrame(parent, "Frame", ZALDlgFrameWithoutTitle), "Grandchild", ends);
-    parent->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
-    EXPECT_EQ(ends, 2);
+    End(parent);
+    EXPECT_EQ(2, ends);
     EXPECT_THAT(LiveDialogs(), IsEmpty());
 }
 
 TEST_F(Dialog, ThatItsParentHasEndedNeedsNoOwnEndAnyMore)
 {
-    int ends = 0;
-    auto* parent = new ZALDlgDialog(nullptr, "Parent", 0);
+    ZALDlgDialog* parent = Window("Parent");
     auto* child = new CountedDialog(parent, "Child", ends);
     parent->RequestDelayedDestruction();
-    child->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
-    EXPECT_EQ(ends, 1);
+    End(child);
+    EXPECT_EQ(1, ends);
 }
 
 TEST_F(Dialog, OutlivesItsParentWithoutItWhileSomebodyHoldsIt)
 {
-    int ends = 0;
-    auto* parent = new ZALDlgDialog(nullptr, "Parent", 0);
+    ZALDlgDialog* parent = Window("Parent");
     auto* child = new CountedDialog(parent, "Child", ends);
     child->AddRef();
-    parent->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
-    EXPECT_EQ(child->GetFather(), nullptr);
-    child->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
-    EXPECT_EQ(ends, 0);
+    End(parent);
+    EXPECT_EQ(nullptr, child->GetFather());
+    End(child);
+    EXPECT_EQ(0, ends);
     child->Release();
-    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(1, ends);
 }
 
 TEST_F(Dialog, LeavesItsParentWhenItEnds)
 {
-    auto* parent = new ZALDlgDialog(nullptr, "Parent", 0);
+    ZALDlgDialog* parent = Window("Parent");
     auto* frame = new ZALDlgFrame(parent, "Frame", 0);
     parent->Attach4Sides(frame);
-    frame->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
+    End(frame);
     EXPECT_THAT(ZALDialogNode::Of(*parent).children, IsEmpty());
     EXPECT_THAT(ZALDialogNode::Of(*parent).attached, IsEmpty());
 }
 
 TEST_F(Dialog, MadeInAnEndedParentNeverReachesTheSurface)
 {
-    auto* parent = new ZALDlgDialog(nullptr, "Parent", 0);
+    ZALDlgDialog* parent = Window("Parent");
     parent->AddRef();
-    parent->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
-    auto* late = new ZALDlgDialog(parent, "Late", 0);
-    late->SetVisibility(ZALDlgShow);
+    End(parent);
+    Shown(Window("Late", parent));
     EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
-    EXPECT_EQ(Surface().Find("Late"), nullptr);
+    EXPECT_EQ(nullptr, Surface().Find("Late"));
     parent->Release();
 }
 
 TEST_F(Dialog, ThatIsReleasedByItsMakerIsGoneAtOnce)
 {
-    int ends = 0;
-    auto* parent = new ZALDlgDialog(nullptr, "Parent", 0);
+    ZALDlgDialog* parent = Window("Parent");
     auto* dialog = new CountedDialog(parent, "Window", ends);
     dialog->RequestDelayedDestruction();
     dialog->Release();
-    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(1, ends);
     Loop().RunUntilIdle();
     EXPECT_THAT(ZALDialogNode::Of(*parent).children, IsEmpty());
 }
 
-TEST_F(Dialog, AllEndTogetherWithTheSession)
+TEST_F(Dialog, AllEndTogetherWithTheRun)
 {
-    int ends = 0;
     new CountedDialog(new CountedDialog(nullptr, "Parent", ends), "Child", ends);
     new CountedDialog(nullptr, "Other", ends);
     EndAllDialogs();
-    EXPECT_EQ(ends, 3);
+    EXPECT_EQ(3, ends);
     EXPECT_THAT(LiveDialogs(), IsEmpty());
 }
 
@@ -181,49 +137,45 @@ TEST_F(Dialog, AllEndTogetherWithTheSession)
 
 TEST_F(Dialog, KnowsNameStyleAndFather)
 {
-    auto* window = new ZALDlgDialog(nullptr, "Window", ZALDlgProgressWindow);
+    ZALDlgDialog* window = Window("Window", nullptr, ZALDlgProgressWindow);
     auto* frame = new ZALDlgFrame(window, "Frame", ZALDlgFrameWithoutTitle);
-    EXPECT_STREQ(window->GetName().CastToCharPtr(), "Window");
-    EXPECT_EQ(window->GetStyle(), 0x44200U);
-    EXPECT_EQ(window->GetFather(), nullptr);
-    EXPECT_STREQ(frame->GetName().CastToCharPtr(), "Frame");
-    EXPECT_EQ(frame->GetStyle(), 0x80000U);
-    EXPECT_EQ(frame->GetFather(), window);
+    EXPECT_STREQ("Window", window->GetName().CastToCharPtr());
+    EXPECT_EQ(0x44200U, window->GetStyle());
+    EXPECT_EQ(nullptr, window->GetFather());
+    EXPECT_STREQ("Frame", frame->GetName().CastToCharPtr());
+    EXPECT_EQ(0x80000U, frame->GetStyle());
+    EXPECT_EQ(window, frame->GetFather());
 }
 
 TEST_F(Dialog, TellsTheSurfaceOnceOfEachChange)
 {
-    auto recording = std::make_unique<RecordingSurface>();
-    auto& calls = recording->calls;
-    const auto before = DialogSurface::Install(std::move(recording));
+    std::vector<std::string> told;
+    const auto before = DialogSurface::Install(std::make_unique<RecordingSurface>(told));
 
-    auto* window = new ZALDlgDialog(nullptr, "Window", 0);
+    ZALDlgDialog* window = Window();
     auto* bar = new ZALDlgProgress(window, "Bar", 0);
-    EXPECT_THAT(calls, IsEmpty());
-    window->SetVisibility(ZALDlgHide);
-    window->SetVisibility(ZALDlgShow);
-    window->SetVisibility(ZALDlgShow);
-    window->SetVisibility(77);
+    EXPECT_THAT(told, IsEmpty());
+    for (const int visibility : {ZALDlgHide, ZALDlgShow, ZALDlgShow, 77})
+        window->SetVisibility(visibility);
     bar->SetPos(5);
     window->SetVisibility(ZALDlgHide);
-    window->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
-    EXPECT_THAT(calls, ElementsAre("shown Window", "changed Bar", "hidden Window", "ended Bar", "ended Window"));
+    End(window);
+    EXPECT_THAT(told, ElementsAre("Window shown", "Bar changed", "Window hidden", "Bar ended", "Window ended"));
 
-    auto* question = new ZALDlgNotify(nullptr, "Question", ZALDlgNotifyError);
-    calls.clear();
-    EXPECT_EQ(question->DisplayBlocked("text", "title"), ZALDlgAnswerOK);
-    EXPECT_THAT(calls, ElementsAre("ask Question"));
+    told.clear();
+    EXPECT_EQ(ZALDlgAnswerNo,
+              (new ZALDlgNotify(nullptr, "Question", ZALDlgNotifyError))->DisplayBlocked("text", "title"));
+    EXPECT_THAT(told, ElementsAre("Question asked title: text"));
     EndAllDialogs();
     const auto recorded = DialogSurface::Install(std::make_unique<ScriptedSurface>());
 }
 
 TEST_F(Dialog, TakesInputUnlessItOrWhatHoldsItIsInsensitive)
 {
-    auto* window = new ZALDlgDialog(nullptr, "Window", 0);
+    ZALDlgDialog* window = Window();
     auto* frame = new ZALDlgFrame(window, "Frame", 0);
-    auto* label = new ZALDlgLabel(frame, "Label", 0);
-    const ZALDialogNode& node = ZALDialogNode::Of(*label);
+    const ZALDialogNode& node = ZALDialogNode::Of(*new ZALDlgLabel(frame, "Label", 0));
+    const ZALDialogNode& inner = ZALDialogNode::Of(*Window("Inner", window));
     EXPECT_TRUE(node.TakesInput());
     frame->SetSensitivity(ZALDlgInsensitive);
     EXPECT_FALSE(node.TakesInput());
@@ -233,14 +185,7 @@ TEST_F(Dialog, TakesInputUnlessItOrWhatHoldsItIsInsensitive)
     EXPECT_TRUE(node.TakesInput());
     window->SetSensitivity(ZALDlgInsensitive);
     EXPECT_FALSE(node.TakesInput());
-}
-
-TEST_F(Dialog, OfAnInsensitiveWindowTakesInputByItself)
-{
-    auto* parent = new ZALDlgDialog(nullptr, "Parent", 0);
-    auto* child = new ZALDlgDialog(parent, "Child", 0);
-    parent->SetSensitivity(ZALDlgInsensitive);
-    EXPECT_TRUE(ZALDialogNode::Of(*child).TakesInput());
+    EXPECT_TRUE(inner.TakesInput()) << "a window takes input by itself";
 }
 
 TEST_F(Dialog, KeepsTheTitleThatWasSetEvenAnEmptyOne)
@@ -249,7 +194,7 @@ TEST_F(Dialog, KeepsTheTitleThatWasSetEvenAnEmptyOne)
     window->SetTitle("Own title");
     EXPECT_TRUE(window->GetTitle() == ZALUnicodeString("Own title"));
     window->SetTitle("");
-    EXPECT_EQ(window->GetTitle().GetLengthInChar(), 0);
+    EXPECT_EQ(0, window->GetTitle().GetLengthInChar());
 }
 
 TEST_F(Dialog, KeepsItsRectangleWithoutNegativeSizes)
@@ -259,21 +204,18 @@ TEST_F(Dialog, KeepsItsRectangleWithoutNegativeSizes)
     EXPECT_FALSE(node.hasRectangle);
     bar->SetRectDimensions(1, 2, 15, 200);
     EXPECT_TRUE(node.hasRectangle);
-    EXPECT_EQ(std::vector({node.x, node.y, node.height, node.width}), std::vector({1, 2, 15, 200}));
+    EXPECT_EQ(std::vector({1, 2, 15, 200}), std::vector({node.x, node.y, node.height, node.width}));
     bar->SetRectDimensions(0, 0, -1, -1);
-    EXPECT_EQ(std::vector({node.height, node.width}), std::vector({0, 0}));
+    EXPECT_EQ(std::vector({0, 0}), std::vector({node.height, node.width}));
 }
 
 TEST_F(Dialog, AttachesOnlyItsOwnChildrenAndEachOnce)
 {
-    auto* window = new ZALDlgDialog(nullptr, "Window", 0);
+    ZALDlgDialog* window = Window();
     auto* frame = new ZALDlgFrame(window, "Frame", 0);
-    auto* label = new ZALDlgLabel(frame, "Label", 0);
-    window->Attach4Sides(nullptr);
-    window->Attach4Sides(label);
-    window->Attach4Sides(window);
-    window->Attach4Sides(frame);
-    window->Attach4Sides(frame);
+    for (ZALDialog* each :
+         std::initializer_list<ZALDialog*>{nullptr, new ZALDlgLabel(frame, "Label", 0), window, frame, frame})
+        window->Attach4Sides(each);
     EXPECT_THAT(ZALDialogNode::Of(*window).attached, ElementsAre(frame));
 }
 
@@ -282,15 +224,15 @@ TEST_F(Dialog, ProgressIsCutOffAtItsRange)
     auto* bar = new ZALDlgProgress(new ZALDlgDialog(nullptr, "Window", 0), "Bar", 0);
     bar->SetRange(10, 90);
     bar->SetPos(5);
-    EXPECT_EQ(bar->GetPos(), 10);
+    EXPECT_EQ(10, bar->GetPos());
     bar->SetPos(1'000'000);
-    EXPECT_EQ(bar->GetPos(), 90);
+    EXPECT_EQ(90, bar->GetPos());
     bar->SetRange(0, 50);
-    EXPECT_EQ(bar->GetPos(), 50);
+    EXPECT_EQ(50, bar->GetPos());
     bar->SetRange(60, 20);
-    EXPECT_EQ(bar->GetPos(), 60);
+    EXPECT_EQ(60, bar->GetPos());
     bar->SetPos(30);
-    EXPECT_EQ(bar->GetPos(), 60);
+    EXPECT_EQ(60, bar->GetPos());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -299,16 +241,16 @@ TEST_F(Dialog, ProgressIsCutOffAtItsRange)
 TEST_F(Dialog, AnswersForItsClasses)
 {
     auto* question = new ZALDlgNotify(nullptr, "Question", 0);
-    EXPECT_STREQ(question->IsA(), "ZALDlgDialog");
-    EXPECT_EQ(question->IsAKindOf("ZALDialog"), 1);
-    EXPECT_EQ(question->IsAKindOf("ZALEventSubscriber"), 1);
-    EXPECT_EQ(question->IsAKindOf("ZALCommand"), 0);
+    EXPECT_STREQ("ZALDlgDialog", question->IsA());
+    EXPECT_EQ(1, question->IsAKindOf("ZALDialog"));
+    EXPECT_EQ(1, question->IsAKindOf("ZALEventSubscriber"));
+    EXPECT_EQ(0, question->IsAKindOf("ZALCommand"));
     auto* frame = new ZALDlgFrame(question, "Frame", 0);
-    EXPECT_STREQ(frame->IsA(), "ZALDialog");
-    EXPECT_EQ(ZALSysDynamicCast<ZALDlgDialog>(frame), nullptr);
-    EXPECT_STREQ(ZALDlgWindCloseNotification::ClassName(), "ZALDlgWindCloseNotification");
+    EXPECT_STREQ("ZALDialog", frame->IsA());
+    EXPECT_EQ(nullptr, ZALSysDynamicCast<ZALDlgDialog>(frame));
+    EXPECT_STREQ("ZALDlgWindCloseNotification", ZALDlgWindCloseNotification::ClassName());
     EXPECT_EQ(ZALDlgWindCloseNotification::MetaObject()->GetBase(), ZALNotification::MetaObject());
-    EXPECT_EQ(ZALDlgWindCloseNotification().GetAutomaticDelete(), 0);
+    EXPECT_EQ(0, ZALDlgWindCloseNotification().GetAutomaticDelete());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -316,12 +258,10 @@ TEST_F(Dialog, AnswersForItsClasses)
 
 TEST_F(Dialog, WritesWindowsToTheJournal)
 {
-    auto* window = new ZALDlgDialog(nullptr, "Window", ZALDlgProgressWindow);
-    new ZALDlgDialog(window, "NeverShown", 0);
-    window->SetVisibility(ZALDlgShow);
+    ZALDlgDialog* window = Shown(Window("Window", nullptr, ZALDlgProgressWindow));
+    Window("NeverShown", window);
     window->SetVisibility(ZALDlgHide);
-    window->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
+    End(window);
     EXPECT_THAT(Events("window"), ElementsAre(R"({"event":"window","name":"Window","style":279040,"action":"shown"})",
                                               R"({"event":"window","name":"Window","style":279040,"action":"hidden"})",
                                               R"({"event":"window","name":"Window","style":279040,"action":"ended"})"));

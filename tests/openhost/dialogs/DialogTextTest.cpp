@@ -30,57 +30,51 @@ std::string Title(const ZALDialog& dialog)
     return ToUtf8(dialog.GetTitle());
 }
 
-TEST_F(DialogText, ComesFromTheResourceFileOfTheWindow)
-{
-    Write("dialogs/Special.ZALRsc", "Title = \"The window\";\nLabel.Title = \"The label\";");
-    auto* window = new NamedDialog(nullptr, "Window", "Special");
-    auto* label = new ZALDlgLabel(new ZALDlgFrame(window, "Frame", 0), "Label", 0);
-    EXPECT_EQ(Title(*window), "The window");
-    EXPECT_EQ(Title(*label), "The label");
-}
-
-TEST_F(DialogText, ComesFromTheMostSpecialFileThatHasIt)
+TEST_F(DialogText, ComesFromTheMostSpecialFileOfTheWindowThatHasIt)
 {
     Write("dialogs/Special.ZALRsc", "Label.Title = \"special\";");
     Write("dialogs/Window.ZALRsc", "Label.Title = \"general\";\nTitle = \"general title\";");
     auto* window = new NamedDialog(nullptr, "Window", "Special");
-    EXPECT_EQ(Title(*new ZALDlgLabel(window, "Label", 0)), "special");
-    EXPECT_EQ(Title(*window), "general title");
+    EXPECT_EQ("special", Title(*new ZALDlgLabel(new ZALDlgFrame(window, "Frame", 0), "Label", 0)));
+    EXPECT_EQ("general title", Title(*window));
 }
 
 TEST_F(DialogText, OfAnInnerWindowIsNotThatOfItsParent)
 {
     Write("dialogs/Parent.ZALRsc", "Title = \"parent\";\nLabel.Title = \"label of the parent\";");
     auto* child = new ZALDlgDialog(new ZALDlgDialog(nullptr, "Parent", 0), "Child", 0);
-    EXPECT_EQ(Title(*child), "");
-    EXPECT_EQ(Title(*new ZALDlgLabel(child, "Label", 0)), "");
+    EXPECT_EQ("", Title(*child));
+    EXPECT_EQ("", Title(*new ZALDlgLabel(child, "Label", 0)));
 }
 
 TEST_F(DialogText, IsTheOneThatWasSetFromThenOn)
 {
     Write("dialogs/Window.ZALRsc", "Label.Title = \"from the file\";");
     auto* label = new ZALDlgLabel(new ZALDlgDialog(nullptr, "Window", 0), "Label", 0);
-    EXPECT_EQ(Title(*label), "from the file");
+    EXPECT_EQ("from the file", Title(*label));
     label->SetTitle("set");
-    EXPECT_EQ(Title(*label), "set");
+    EXPECT_EQ("set", Title(*label));
 }
 
 TEST_F(DialogText, IsEmptyWithoutAFileEvenForAListThatNeverEnds)
 {
-    EXPECT_EQ(Title(*new EndlessDialog), "");
-    EXPECT_EQ(Title(*new NamedDialog(nullptr, "Window", "")), "");
+    EXPECT_EQ("", Title(*new EndlessDialog));
+    EXPECT_EQ("", Title(*new NamedDialog(nullptr, "Window", "")));
 }
 
 TEST_F(DialogText, ListOfResourceFilesEnds)
 {
+    const auto file = [](const ZALDialog& dialog, int index) {
+        return std::string(dialog.GetResourceFilename(index).CastToCharPtr());
+    };
     auto* window = new NamedDialog(nullptr, "Window", "Special");
-    EXPECT_STREQ(window->GetResourceFilename(0).CastToCharPtr(), "Special");
-    EXPECT_STREQ(window->GetResourceFilename(1).CastToCharPtr(), "Window");
-    EXPECT_STREQ(window->GetResourceFilename(2).CastToCharPtr(), "");
+    EXPECT_EQ("Special", file(*window, 0));
+    EXPECT_EQ("Window", file(*window, 1));
+    EXPECT_EQ("", file(*window, 2));
     auto* frame = new ZALDlgFrame(window, "Frame", 0);
-    EXPECT_STREQ(frame->GetResourceFilename(0).CastToCharPtr(), "Special");
-    EXPECT_STREQ(frame->GetResourceFilename(2).CastToCharPtr(), "");
-    EXPECT_STREQ((new ZALDlgDialog(nullptr, "Window", 0))->GetResourceFilename(-1).CastToCharPtr(), "");
+    EXPECT_EQ("Special", file(*frame, 0));
+    EXPECT_EQ("", file(*frame, 2));
+    EXPECT_EQ("", file(*Window(), -1));
 }
 
 } // namespace

@@ -44,11 +44,11 @@ TEST_P(InstallationTexts, HaveAMessageForEachKeyOfTheModule)
         for (const std::string& name : names) {
             const std::string message =
                 ToUtf8(ZALMsgCatalog::BuildMessage(catalog.c_str(), name.c_str(), &parameter, 1, "(none)"));
-            EXPECT_NE(message, "(none)") << catalog << " " << name;
+            EXPECT_NE("(none)", message) << catalog << " " << name;
             EXPECT_FALSE(message.empty()) << catalog << " " << name;
             const bool takesParameter = name == "PartNumberConflict" || name == "OverwriteNotifyRemaining";
             EXPECT_EQ(message.find("BOLT-12") != std::string::npos, takesParameter) << catalog << " " << name;
-            EXPECT_EQ(message.find("/P"), std::string::npos) << catalog << " " << name;
+            EXPECT_EQ(std::string::npos, message.find("/P")) << catalog << " " << name;
         }
 }
 
@@ -89,7 +89,7 @@ TEST_P(InstallationTexts, HaveTheSameKeysInEachLanguageAndNoMalformedLine)
                 keys.emplace_back();
                 for (const auto& [key, text] : ParseTexts(bytes))
                     keys.back().push_back(key);
-                EXPECT_EQ(keys.back().size(), texts) << language << " " << entry.path();
+                EXPECT_EQ(texts, keys.back().size()) << language << " " << entry.path();
             }
             EXPECT_EQ(keys[0], keys[1]) << entry.path();
         }
@@ -107,9 +107,9 @@ TEST(InstallationTextsInEnglish, KeepTheWordingOfTheModuleInItsOverwriteQuestion
     const auto message = [&](const char* key) {
         return ToUtf8(ZALMsgCatalog::BuildMessage("ZALVelmartFileDownloader", key, &count, 1, ""));
     };
-    EXPECT_EQ(message("OverwriteNotifyTitle"), "Overwrite confirmation");
-    EXPECT_EQ(message("OverwriteNotifyMessage"), "Do you want to overwrite listed files ?");
-    EXPECT_EQ(message("OverwriteNotifyRemaining"), "and 1 other files not listed here");
+    EXPECT_EQ("Overwrite confirmation", message("OverwriteNotifyTitle"));
+    EXPECT_EQ("Do you want to overwrite listed files ?", message("OverwriteNotifyMessage"));
+    EXPECT_EQ("and 1 other files not listed here", message("OverwriteNotifyRemaining"));
     SetLanguage("");
     UnsetPathVariable(InstallationVariable);
 }

@@ -1,7 +1,5 @@
 #include "DialogFixture.h"
 
-#include "openhost/text/Utf.h"
-
 #include <gmock/gmock.h>
 
 namespace openhost {
@@ -29,20 +27,15 @@ int AskAndEnd(const char* name)
 // ---------------------------------------------------------------------------------------------
 // Questions
 
-TEST_F(Questions, WithoutAnAnswerAreClosed)
-{
-    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerClosed);
-}
-
 TEST_F(Questions, TakeTheAnswersOfTheirNameInOrder)
 {
     Surface().Answer("OverwriteNotify", ZALDlgAnswerNo);
     Surface().Answer("Other", ZALDlgAnswerOK);
     Surface().Answer("OverwriteNotify", ZALDlgAnswerYes);
-    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerNo);
-    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerYes);
-    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerClosed);
-    EXPECT_EQ(Surface().UnusedAnswers(), 1U);
+    EXPECT_EQ(ZALDlgAnswerNo, AskAndEnd("OverwriteNotify"));
+    EXPECT_EQ(ZALDlgAnswerYes, AskAndEnd("OverwriteNotify"));
+    EXPECT_EQ(ZALDlgAnswerClosed, AskAndEnd("OverwriteNotify"));
+    EXPECT_EQ(1U, Surface().UnusedAnswers());
 }
 
 TEST_F(Questions, AreRecordedWithAllThatTheUserSees)
@@ -52,15 +45,15 @@ TEST_F(Questions, AreRecordedWithAllThatTheUserSees)
     Question("OverwriteNotify", parent)->DisplayBlocked(u"Größe\n2", "Overwrite");
     Question("Orphan")->DisplayBlocked("", "");
 
-    ASSERT_EQ(Surface().Questions().size(), 2U);
+    ASSERT_EQ(2U, Surface().Questions().size());
     const ScriptedSurface::Question& first = Surface().Questions()[0];
-    EXPECT_EQ(first.name, "OverwriteNotify");
-    EXPECT_EQ(first.style, 0x2800200U);
-    EXPECT_EQ(first.text, "Größe\n2");
-    EXPECT_EQ(first.title, "Overwrite");
-    EXPECT_EQ(first.parent, "Document");
-    EXPECT_EQ(first.answer, ZALDlgAnswerNo);
-    EXPECT_EQ(Surface().Questions()[1].parent, "");
+    EXPECT_EQ("OverwriteNotify", first.name);
+    EXPECT_EQ(0x2800200U, first.style);
+    EXPECT_EQ("Größe\n2", first.text);
+    EXPECT_EQ("Overwrite", first.title);
+    EXPECT_EQ("Document", first.parent);
+    EXPECT_EQ(ZALDlgAnswerNo, first.answer);
+    EXPECT_EQ("", Surface().Questions()[1].parent);
     EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
 }
 
@@ -72,96 +65,76 @@ TEST_F(Questions, StandInTheJournalOnceAnswered)
                                               R"("title":"Title","text":"Text","answer":3})"));
 }
 
-TEST_F(Questions, AreAnsweredBehindWhatIsPending)
+TEST_F(Questions, AreAnsweredAfterWhatIsPendingAndBeforeWhatComesUpLater)
 {
-    std::vector<std::string> order;
-    Loop().Post([&] { order.push_back("pending"); });
+    bool pending = false;
+    bool later = false;
+    Loop().Post([&] {
+        pending = true;
+        Loop().Post([&] { Loop().Post([&] { later = true; }); });
+    });
     Loop().Post([&] { Surface().Answer("Question", ZALDlgAnswerNo); });
-    EXPECT_EQ(AskAndEnd("Question"), ZALDlgAnswerNo);
-    EXPECT_THAT(order, ElementsAre("pending"));
-}
-
-TEST_F(Questions, LeaveAloneWhatComesUpBehindTheirAnswer)
-{
-    bool ran = false;
-    Loop().Post([&] { Loop().Post([&] { Loop().Post([&] { ran = true; }); }); });
-    AskAndEnd("Question");
-    EXPECT_FALSE(ran);
+    EXPECT_EQ(ZALDlgAnswerNo, AskAndEnd("Question"));
+    EXPECT_TRUE(pending);
+    EXPECT_FALSE(later);
     Loop().RunUntilIdle();
-    EXPECT_TRUE(ran);
+    EXPECT_TRUE(later);
 }
 
-TEST_F(Questions, NestAndEachGetsItsOwnAnswer)
+TEST_F(Questions, NestAndEachGetsItsOwnAnswerInTheOrderOfAsking)
 {
     Surface().Answer("Outer", ZALDlgAnswerYes);
     Surface().Answer("Inner", ZALDlgAnswerNo);
-    Surface().Answer("Innermost", ZALDlgAnswerCancel);
+    Surface().Answer("Inner", ZALDlgAnswerCancel);
     int inner = -1;
     int innermost = -1;
     Loop().Post([&] {
-        Loop().Post([&] { innermost = AskAndEnd("Innermost"); });
+        Loop().Post([&] { innermost = AskAndEnd("Inner"); });
         inner = AskAndEnd("Inner");
     });
-    EXPECT_EQ(AskAndEnd("Outer"), ZALDlgAnswerYes);
-    EXPECT_EQ(inner, ZALDlgAnswerNo);
-    EXPECT_EQ(innermost, ZALDlgAnswerCancel);
+    EXPECT_EQ(ZALDlgAnswerYes, AskAndEnd("Outer"));
+    EXPECT_EQ(ZALDlgAnswerNo, inner);
+    EXPECT_EQ(ZALDlgAnswerCancel, innermost);
 }
 
-TEST_F(Questions, OfOneNameAreAnsweredInTheOrderOfAsking)
-{
-    Surface().Answer("Same", ZALDlgAnswerYes);
-    Surface().Answer("Same", ZALDlgAnswerNo);
-    int inner = -1;
-    Loop().Post([&] { inner = AskAndEnd("Same"); });
-    EXPECT_EQ(AskAndEnd("Same"), ZALDlgAnswerYes);
-    EXPECT_EQ(inner, ZALDlgAnswerNo);
-}
+/// A question whose parent ends while it is asked, and an answer.
+class QuestionsThatEnd : public DialogFixture {
+protected:
+    QuestionsThatEnd()
+    {
+        Surface().Answer("Question", ZALDlgAnswerYes);
+        parent->RequestDelayedDestruction();
+        EXPECT_EQ(ZALDlgAnswerClosed, question->DisplayBlocked("text", "title"));
+    }
+    bool Lives() const { return static_cast<bool>(ZALBaseUnknown_var::Take(reference.GetComponent())); }
 
-TEST_F(Questions, ThatEndWhileTheyAreAskedAreClosedAndUseNoAnswer)
+    ZALDlgDialog* const parent = Window("Document");
+    ZALDlgNotify* const question = Question("Question", parent);
+    const ZALBaseUnknown_WR reference{question};
+};
+
+TEST_F(QuestionsThatEnd, UseNoAnswerAndLiveUntilTheirOwnEnd)
 {
-    auto* parent = new ZALDlgDialog(nullptr, "Document", 0);
-    ZALDlgNotify* question = Question("Question", parent);
-    Surface().Answer("Question", ZALDlgAnswerYes);
-    parent->RequestDelayedDestruction();
-    EXPECT_EQ(question->DisplayBlocked("text", "title"), ZALDlgAnswerClosed);
-    question->RequestDelayedDestruction();
     Loop().RunUntilIdle();
-    EXPECT_EQ(Surface().UnusedAnswers(), 1U);
+    EXPECT_TRUE(Lives());
+    EXPECT_EQ(nullptr, question->GetFather());
+    End(question);
+    EXPECT_FALSE(Lives());
+    EXPECT_EQ(1U, Surface().UnusedAnswers());
 }
 
-TEST_F(Questions, ThatEndWithTheirParentLiveUntilTheirOwnEnd)
+TEST_F(QuestionsThatEnd, EndWithTheRunUnlessSomebodyEndsThem)
 {
-    auto* parent = new ZALDlgDialog(nullptr, "Document", 0);
-    ZALDlgNotify* question = Question("Question", parent);
-    const ZALBaseUnknown_WR reference(question);
-    parent->RequestDelayedDestruction();
-    question->DisplayBlocked("text", "title");
-    Loop().RunUntilIdle();
-    EXPECT_TRUE(ZALBaseUnknown_var::Take(reference.GetComponent()));
-    EXPECT_EQ(question->GetFather(), nullptr);
-    question->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
-    EXPECT_FALSE(ZALBaseUnknown_var::Take(reference.GetComponent()));
-}
-
-TEST_F(Questions, ThatNobodyEndsAfterTheirParentEndWithTheSession)
-{
-    auto* parent = new ZALDlgDialog(nullptr, "Document", 0);
-    ZALDlgNotify* question = Question("Question", parent);
-    const ZALBaseUnknown_WR reference(question);
-    parent->RequestDelayedDestruction();
-    question->DisplayBlocked("text", "title");
     EndAllDialogs();
-    EXPECT_FALSE(ZALBaseUnknown_var::Take(reference.GetComponent()));
+    EXPECT_FALSE(Lives());
 }
 
 TEST_F(Questions, ThatHaveEndedAreNotAsked)
 {
     ZALDlgNotify* question = Question("Question");
     question->AddRef();
-    question->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
-    EXPECT_EQ(question->DisplayBlocked("text", "title"), ZALDlgAnswerClosed);
+    End(question);
+    EXPECT_EQ(ZALDlgAnswerClosed, question->DisplayBlocked("text", "title"));
     EXPECT_THAT(Surface().Questions(), IsEmpty());
     EXPECT_THAT(Events("dialog"), IsEmpty());
     question->Release();
@@ -172,80 +145,62 @@ TEST_F(Questions, MayBeAskedAgain)
     ZALDlgNotify* question = Question("Question");
     Surface().Answer("Question", ZALDlgAnswerNo);
     Surface().Answer("Question", ZALDlgAnswerYes);
-    EXPECT_EQ(question->DisplayBlocked("text", "title"), ZALDlgAnswerNo);
-    EXPECT_EQ(question->DisplayBlocked("text", "title"), ZALDlgAnswerYes);
+    EXPECT_EQ(ZALDlgAnswerNo, question->DisplayBlocked("text", "title"));
+    EXPECT_EQ(ZALDlgAnswerYes, question->DisplayBlocked("text", "title"));
 }
 
 // ---------------------------------------------------------------------------------------------
 // Pushes
 
-TEST_F(Pushes, OfTheCloseBoxAreDispatchedEachTimeAndTheWindowStays)
+TEST_F(Pushes, OfTheCloseBoxAreToldUnlessTheWindowIsInsensitiveAndItStays)
 {
     int closes = 0;
-    Subscriber subscriber([&] { ++closes; });
-    auto* window = new ZALDlgDialog(nullptr, "Window", 0);
-    subscriber.AddCallback(window, ZALDlgWindCloseNotification::ClassName(), &Subscriber::OnNotification, nullptr);
-    window->SetVisibility(ZALDlgShow);
-    EXPECT_EQ(Surface().Push("Window", "CLOSE"), PushResult::Done);
-    EXPECT_EQ(Surface().Push("Window", "CLOSE"), PushResult::Done);
-    EXPECT_EQ(closes, 2);
-    EXPECT_EQ(Surface().Find("Window"), window);
-}
-
-TEST_F(Pushes, OnAnInsensitiveWindowDoNothing)
-{
-    int closes = 0;
-    Subscriber subscriber([&] { ++closes; });
-    auto* window = new ZALDlgDialog(nullptr, "Window", 0);
-    subscriber.AddCallback(window, ZALDlgWindCloseNotification::ClassName(), &Subscriber::OnNotification, nullptr);
-    window->SetVisibility(ZALDlgShow);
+    ZALDlgDialog* window = Shown(Window());
+    React(window, ZALDlgWindCloseNotification::ClassName(), [&] { ++closes; });
+    EXPECT_EQ(PushResult::Done, Surface().Push("Window", "CLOSE"));
+    EXPECT_EQ(PushResult::Done, Surface().Push("Window", "CLOSE"));
+    EXPECT_EQ(2, closes);
     window->SetSensitivity(ZALDlgInsensitive);
-    EXPECT_EQ(Surface().Push("Window", "CLOSE"), PushResult::Insensitive);
-    EXPECT_EQ(closes, 0);
+    EXPECT_EQ(PushResult::Insensitive, Surface().Push("Window", "CLOSE"));
+    EXPECT_EQ(2, closes);
+    EXPECT_EQ(window, Surface().Find("Window"));
 }
 
 TEST_F(Pushes, NeedAVisibleWindowAndAControlThatCanBePushed)
 {
     auto* window = new ZALDlgDialog(nullptr, "Window", 0);
     new ZALDlgLabel(window, "Label", 0);
-    EXPECT_EQ(Surface().Push("Window", "CLOSE"), PushResult::NoDialog);
+    EXPECT_EQ(PushResult::NoDialog, Surface().Push("Window", "CLOSE"));
     window->SetVisibility(ZALDlgShow);
-    EXPECT_EQ(Surface().Push("Window", "Label"), PushResult::NoControl);
-    EXPECT_EQ(Surface().Push("Window", ""), PushResult::NoControl);
-    EXPECT_EQ(Surface().Push("Label", "CLOSE"), PushResult::NoDialog);
+    EXPECT_EQ(PushResult::NoControl, Surface().Push("Window", "Label"));
+    EXPECT_EQ(PushResult::NoControl, Surface().Push("Window", ""));
+    EXPECT_EQ(PushResult::NoDialog, Surface().Push("Label", "CLOSE"));
     window->SetVisibility(ZALDlgHide);
-    EXPECT_EQ(Surface().Push("Window", "CLOSE"), PushResult::NoDialog);
-    EXPECT_STREQ(ToText(PushResult::NoDialog), "no such dialog is shown");
+    EXPECT_EQ(PushResult::NoDialog, Surface().Push("Window", "CLOSE"));
+    EXPECT_STREQ("no such dialog is shown", ToText(PushResult::NoDialog));
 }
 
 TEST_F(Pushes, ReachTheNewestWindowOfAName)
 {
     std::string closed;
-    Subscriber first([&] { closed += "first"; });
-    Subscriber second([&] { closed += "second"; });
-    for (Subscriber* subscriber : {&first, &second}) {
-        auto* window = new ZALDlgDialog(nullptr, "Window", 0);
-        subscriber->AddCallback(window, ZALDlgWindCloseNotification::ClassName(), &Subscriber::OnNotification, nullptr);
-        window->SetVisibility(ZALDlgShow);
-    }
+    for (const char* which : {"first", "second"})
+        React(Shown(Window()), ZALDlgWindCloseNotification::ClassName(), [&closed, which] { closed += which; });
     Surface().Push("Window", "CLOSE");
-    EXPECT_EQ(closed, "second");
+    EXPECT_EQ("second", closed);
 }
 
 TEST_F(Pushes, SurviveAWindowThatEndsWhileItsCallbackRunsTheLoop)
 {
-    auto* window = new ZALDlgDialog(nullptr, "Window", 0);
-    std::vector<std::string> order;
-    Subscriber subscriber([&] {
+    ZALDlgDialog* window = Shown(Window());
+    std::string name;
+    React(window, ZALDlgWindCloseNotification::ClassName(), [&] {
         window->RequestDelayedDestruction();
         AskAndEnd("Sure");
-        order.push_back(window->GetName().CastToCharPtr());
+        name = window->GetName().CastToCharPtr();
     });
-    subscriber.AddCallback(window, ZALDlgWindCloseNotification::ClassName(), &Subscriber::OnNotification, nullptr);
-    window->SetVisibility(ZALDlgShow);
-    EXPECT_EQ(Surface().Push("Window", "CLOSE"), PushResult::Done);
-    EXPECT_THAT(order, ElementsAre("Window"));
-    EXPECT_EQ(Surface().Find("Window"), nullptr);
+    EXPECT_EQ(PushResult::Done, Surface().Push("Window", "CLOSE"));
+    EXPECT_EQ("Window", name);
+    EXPECT_EQ(nullptr, Surface().Find("Window"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -257,60 +212,35 @@ TEST_F(Pushes, FindControlsByNameAndTheNewestFirst)
     auto* bar = new ZALDlgProgress(new ZALDlgFrame(window, "Frame", 0), "Bar", 0);
     auto* other = new ZALDlgDialog(window, "Other", 0);
     auto* otherBar = new ZALDlgProgress(other, "Bar", 0);
-    EXPECT_EQ(Surface().Find("Bar"), otherBar);
-    EXPECT_EQ(Surface().Find("Window", "Bar"), bar);
-    EXPECT_EQ(Surface().Find("Other", "Bar"), otherBar);
-    EXPECT_EQ(Surface().Find("Other", "Frame"), nullptr);
-    EXPECT_EQ(Surface().Find("Absent", "Bar"), nullptr);
-    EXPECT_EQ(Surface().Find("Absent"), nullptr);
+    EXPECT_EQ(otherBar, Surface().Find("Bar"));
+    EXPECT_EQ(bar, Surface().Find("Window", "Bar"));
+    EXPECT_EQ(otherBar, Surface().Find("Other", "Bar"));
+    EXPECT_EQ(nullptr, Surface().Find("Other", "Frame"));
+    EXPECT_EQ(nullptr, Surface().Find("Absent", "Bar"));
+    EXPECT_EQ(nullptr, Surface().Find("Absent"));
 }
 
 TEST_F(Pushes, FindWhatHasHappenedToEachWindow)
 {
-    auto* window = new ZALDlgDialog(nullptr, "Window", ZALDlgProgressWindow);
+    ZALDlgDialog* window = Shown(Window("Window", nullptr, ZALDlgProgressWindow));
     new ZALDlgLabel(window, "Label", 0);
-    window->SetVisibility(ZALDlgShow);
     window->SetVisibility(ZALDlgHide);
-    window->RequestDelayedDestruction();
-    Loop().RunUntilIdle();
+    End(window);
+    const auto& told = Surface().WindowEvents();
     using Action = ScriptedSurface::WindowEvent::Action;
-    ASSERT_EQ(Surface().WindowEvents().size(), 3U);
-    EXPECT_EQ(Surface().WindowEvents()[0].name, "Window");
-    EXPECT_EQ(Surface().WindowEvents()[0].style, 0x44200U);
-    EXPECT_EQ(Surface().WindowEvents()[0].action, Action::Shown);
-    EXPECT_EQ(Surface().WindowEvents()[1].action, Action::Hidden);
-    EXPECT_EQ(Surface().WindowEvents()[2].action, Action::Ended);
+    ASSERT_EQ(3U, told.size());
+    EXPECT_EQ("Window", told[0].name);
+    EXPECT_EQ(0x44200U, told[0].style);
+    EXPECT_EQ((std::vector{Action::Shown, Action::Hidden, Action::Ended}),
+              (std::vector{told[0].action, told[1].action, told[2].action}));
 }
 
 // ---------------------------------------------------------------------------------------------
 // With a display
 
-/// A display that writes down what it is told. Its user answers No.
-class RecordingDisplay : public DialogSurface {
-public:
-    explicit RecordingDisplay(std::vector<std::string>& told) : told_(told) {}
-    void Shown(ZALDialog& dialog) override { Tell("shown", dialog); }
-    void Hidden(ZALDialog& dialog) override { Tell("hidden", dialog); }
-    void Changed(ZALDialog& dialog) override { Tell("changed", dialog); }
-    void Ended(ZALDialog& dialog) override { Tell("ended", dialog); }
-    int Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title) override
-    {
-        Tell("asked " + ToUtf8(title) + ": " + ToUtf8(text), question);
-        return ZALDlgAnswerNo;
-    }
-
-private:
-    void Tell(const std::string& what, const ZALDialog& dialog)
-    {
-        told_.push_back(ZALDialogNode::Of(dialog).Name() + " " + what);
-    }
-
-    std::vector<std::string>& told_;
-};
-
 class WithDisplay : public DialogFixture {
 protected:
-    WithDisplay() { Surface().ShowOn(std::make_unique<RecordingDisplay>(Told)); }
+    WithDisplay() { Surface().ShowOn(std::make_unique<RecordingSurface>(Told)); }
     // The display writes as long as there are dialogs.
     ~WithDisplay() override { EndAllDialogs(); }
 
@@ -319,44 +249,37 @@ protected:
 
 TEST_F(WithDisplay, AllThatHappensToWindowsIsShown)
 {
-    auto* window = new ZALDlgDialog(nullptr, "Window", 0);
-    window->SetVisibility(ZALDlgShow);
+    ZALDlgDialog* window = Shown(Window());
     window->SetTitle("Title");
     window->SetVisibility(ZALDlgHide);
     ZALDialogNode::Of(*window).EndAndRelease();
     EXPECT_THAT(Told, ElementsAre("Window shown", "Window changed", "Window hidden", "Window ended"));
-    EXPECT_EQ(Surface().WindowEvents().size(), 3U);
+    EXPECT_EQ(3U, Surface().WindowEvents().size());
 }
 
 TEST_F(WithDisplay, QuestionsWithoutAnAnswerAreClosedAsLongAsTheScriptRuns)
 {
-    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerClosed);
+    EXPECT_EQ(ZALDlgAnswerClosed, AskAndEnd("OverwriteNotify"));
     Loop().RunUntilIdle();
     EXPECT_THAT(Told, ElementsAre("OverwriteNotify ended"));
 }
 
-TEST_F(WithDisplay, TheUserAnswersOnceTheScriptLetsHim)
-{
-    Surface().LetUserAnswer();
-    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerNo);
-    EXPECT_THAT(Told, ElementsAre("OverwriteNotify asked title: text"));
-    ASSERT_EQ(Surface().Questions().size(), 1U);
-    EXPECT_EQ(Surface().Questions()[0].answer, ZALDlgAnswerNo);
-}
-
-TEST_F(WithDisplay, AnAnswerOfTheScriptGoesBeforeTheUsers)
+TEST_F(WithDisplay, TheUserAnswersAfterTheScriptOnceThatLetsHim)
 {
     Surface().LetUserAnswer();
     Surface().Answer("OverwriteNotify", ZALDlgAnswerYes);
-    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerYes);
+    EXPECT_EQ(ZALDlgAnswerYes, AskAndEnd("OverwriteNotify"));
     EXPECT_THAT(Told, IsEmpty());
-    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerNo);
+    EXPECT_EQ(ZALDlgAnswerNo, AskAndEnd("OverwriteNotify"));
+    EXPECT_THAT(Told, ElementsAre("OverwriteNotify asked title: text"));
+    ASSERT_EQ(2U, Surface().Questions().size());
+    EXPECT_EQ(ZALDlgAnswerNo, Surface().Questions()[1].answer);
 }
 
 TEST_F(Questions, WithoutADisplayAreClosedAlsoWhenTheUserMayAnswer)
 {
     Surface().LetUserAnswer();
-    EXPECT_EQ(AskAndEnd("OverwriteNotify"), ZALDlgAnswerClosed);
+    EXPECT_EQ(ZALDlgAnswerClosed, AskAndEnd("OverwriteNotify"));
 }
 
 } // namespace

@@ -2,11 +2,8 @@
 #include "openhost/files/ZipOutput.h"
 #include "openhost/journal/Journal.h"
 #include "tests/openhost/files/ArchiveFixture.h"
+#include "tests/openhost/files/FileSizeLimit.h"
 
-#include <csignal>
-#include <stdexcept>
-
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace openhost::testing {
@@ -17,29 +14,20 @@ using ArchiveExtraction = ArchiveFixture;
 // ---------------------------------------------------------------------------------------------
 // Where entries land
 
-TEST_F(ArchiveExtraction, MakesTheFoldersOnTheWay)
+TEST_F(ArchiveExtraction, ReadsSeparatorsAndDotsOfANameAsASystemDoes)
 {
-    EXPECT_EQ(ExtractOnly(ZipBytes().Add("sub/deep/a", "1")), S_OK);
-    EXPECT_EQ(Content(Folder() / "sub/deep/a"), "1");
-}
-
-TEST_F(ArchiveExtraction, ABackslashSeparatesToo)
-{
-    EXPECT_EQ(ExtractOnly(ZipBytes().Add("sub\\a", "1")), S_OK);
-    EXPECT_EQ(Listing(Folder()), (std::set<std::string>{"sub", "sub/a"}));
-}
-
-TEST_F(ArchiveExtraction, EmptyComponentsAndDotsNameNothing)
-{
-    EXPECT_EQ(ExtractOnly(ZipBytes().Add("./sub//./a", "1")), S_OK);
-    EXPECT_EQ(Listing(Folder()), (std::set<std::string>{"sub", "sub/a"}));
+    for (const char* name : {"sub/a", "sub\\a", "./sub//./a"}) {
+        EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().Add(name, "1"))) << name;
+        zip_.Close();
+        EXPECT_EQ("1", Content(Folder() / "sub/a")) << name;
+        EXPECT_EQ((std::set<std::string>{"sub", "sub/a"}), Listing(Folder())) << name;
+        std::filesystem::remove_all(Folder() / "sub");
+    }
 }
 
 TEST_F(ArchiveExtraction, AnEntryThatEndsInASeparatorMakesADirectory)
 {
-    ASSERT_EQ(Open(ZipBytes().AddDirectory("slash/").AddDirectory("back\\slash\\")), S_OK);
-    for (const std::string& name : Browse())
-        EXPECT_EQ(Extract(name), S_OK);
+    ExtractAll(ZipBytes().AddDirectory("slash/").AddDirectory("back\\slash\\"));
     EXPECT_TRUE(std::filesystem::is_directory(Folder() / "slash"));
     EXPECT_TRUE(std::filesystem::is_directory(Folder() / "back/slash"));
 }
@@ -48,162 +36,120 @@ TEST_F(ArchiveExtraction, ADirectoryThatStandsThereIsKept)
 {
     std::filesystem::create_directory(Folder() / "sub");
     Put(Folder() / "sub/mine", "mine");
-    EXPECT_EQ(ExtractOnly(ZipBytes().AddDirectory("sub")), S_OK);
-    EXPECT_EQ(Content(Folder() / "sub/mine"), "mine");
+    EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().AddDirectory("sub")));
+    EXPECT_EQ("mine", Content(Folder() / "sub/mine"));
 }
 
 TEST_F(ArchiveExtraction, ADirectoryNamingTheFolderItselfIsNothingToDo)
 {
-    EXPECT_EQ(ExtractOnly(ZipBytes().AddDirectory("./")), S_OK);
+    EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().AddDirectory("./")));
     ExpectNothingWritten();
 }
 
-TEST_F(ArchiveExtraction, FailsForAFolderThatDoesNotExist)
+TEST_F(ArchiveExtraction, FailsForAFolderThatDoesNotExistOrGoesUp)
 {
-    ASSERT_EQ(Open(ZipBytes().Add("a", "1")), S_OK);
-    EXPECT_TRUE(FAILED(zip_.ExtractFile(Text(Folder() / "none"), "a", ZALZipExtractReplace)));
-    EXPECT_TRUE(FAILED(zip_.ExtractFile("", "a", ZALZipExtractReplace)));
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("a", "1")));
+    for (const ZALUnicodeString& folder : {Text(Folder() / "none"), ZALUnicodeString(), Text(Folder() / "../outside")})
+        EXPECT_TRUE(FAILED(zip_.ExtractFile(folder, "a", ZALZipExtractReplace))) << ToUtf8(folder);
     ExpectNothingWritten();
 }
 
 TEST_F(ArchiveExtraction, TheFolderMayBeReachedThroughALink)
 {
     std::filesystem::create_directory_symlink(Folder(), temporary_.Path() / "link");
-    ASSERT_EQ(Open(ZipBytes().Add("a", "1")), S_OK);
-    EXPECT_EQ(zip_.ExtractFile(Text(temporary_.Path() / "link"), "a", ZALZipExtractReplace), S_OK);
-    EXPECT_EQ(Content(Folder() / "a"), "1");
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("a", "1")));
+    EXPECT_EQ(S_OK, zip_.ExtractFile(Text(temporary_.Path() / "link"), "a", ZALZipExtractReplace));
+    EXPECT_EQ("1", Content(Folder() / "a"));
 }
 
 TEST_F(ArchiveExtraction, AFolderThatIsGoneIsMadeAgain)
 {
-    ASSERT_EQ(Open(ZipBytes().Add("sub/a", "1").Add("sub/b", "2")), S_OK);
-    EXPECT_EQ(Extract("sub/a"), S_OK);
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("sub/a", "1").Add("sub/b", "2")));
+    EXPECT_EQ(S_OK, Extract("sub/a"));
     std::filesystem::remove_all(Folder() / "sub");
-    EXPECT_EQ(Extract("sub/b"), S_OK);
-    EXPECT_EQ(Content(Folder() / "sub/b"), "2");
+    EXPECT_EQ(S_OK, Extract("sub/b"));
+    EXPECT_EQ("2", Content(Folder() / "sub/b"));
 }
 
 // ---------------------------------------------------------------------------------------------
 // What stands there
 
-TEST_F(ArchiveExtraction, ReplacesAFile)
+TEST_F(ArchiveExtraction, ReplacesAFileAlsoAReadOnlyOneAndInManyPieces)
 {
-    Put(Folder() / "a", "a longer text of before");
-    EXPECT_EQ(ExtractOnly(ZipBytes().Add("a", "new")), S_OK);
-    EXPECT_EQ(Content(Folder() / "a"), "new");
-    EXPECT_EQ(Listing(Folder()), std::set<std::string>{"a"});
-}
-
-TEST_F(ArchiveExtraction, ReplacesAFileByAContentOfManyPieces)
-{
-    Put(Folder() / "a", "old");
-    const std::string content = LongContent(4'000'000);
-    EXPECT_EQ(ExtractOnly(ZipBytes().Add("a", content).Deflated()), S_OK);
-    EXPECT_EQ(Content(Folder() / "a"), content);
-    EXPECT_EQ(Listing(Folder()), std::set<std::string>{"a"});
-}
-
-TEST_F(ArchiveExtraction, ReplacesAReadOnlyFile)
-{
-    Put(Folder() / "a", "old");
-    std::filesystem::permissions(Folder() / "a", std::filesystem::perms(0400));
-    EXPECT_EQ(ExtractOnly(ZipBytes().Add("a", "new")), S_OK);
-    EXPECT_EQ(Content(Folder() / "a"), "new");
+    for (const std::string& content : {std::string("new"), LongContent(4'000'000)}) {
+        Put(Folder() / "a", "a longer text of before");
+        std::filesystem::permissions(Folder() / "a", std::filesystem::perms(content.size() == 3 ? 0400 : 0600));
+        EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().Add("a", content).Deflated()));
+        zip_.Close();
+        EXPECT_TRUE(Content(Folder() / "a") == content) << content.size();
+        EXPECT_EQ(std::set<std::string>{"a"}, Listing(Folder()));
+    }
 }
 
 TEST_F(ArchiveExtraction, AReplacedFileKeepsItsOtherNamesAsTheyWere)
 {
     Put(Outside() / "mine", "mine");
     std::filesystem::create_hard_link(Outside() / "mine", Folder() / "a");
-    EXPECT_EQ(ExtractOnly(ZipBytes().Add("a", "new")), S_OK);
-    EXPECT_EQ(Content(Folder() / "a"), "new");
-    EXPECT_EQ(Content(Outside() / "mine"), "mine");
+    EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().Add("a", "new")));
+    EXPECT_EQ("new", Content(Folder() / "a"));
+    EXPECT_EQ("mine", Content(Outside() / "mine"));
 }
 
 TEST_F(ArchiveExtraction, TheArchiveItselfMayBeReplaced)
 {
     ZipBytes().Add("b.zip", "1").Add("c", "2").Write(Folder() / "b.zip");
-    ASSERT_EQ(zip_.OpenZip(Text(Folder() / "b.zip"), ZALZipRead), S_OK);
-    EXPECT_EQ(Extract("b.zip"), S_OK);
-    EXPECT_EQ(Extract("c"), S_OK);
-    EXPECT_EQ(Content(Folder() / "b.zip"), "1");
-    EXPECT_EQ(Content(Folder() / "c"), "2");
+    ASSERT_EQ(S_OK, zip_.OpenZip(Text(Folder() / "b.zip"), ZALZipRead));
+    EXPECT_EQ(S_OK, Extract("b.zip"));
+    EXPECT_EQ(S_OK, Extract("c"));
+    EXPECT_EQ("1", Content(Folder() / "b.zip"));
+    EXPECT_EQ("2", Content(Folder() / "c"));
 }
 
 TEST_F(ArchiveExtraction, FailsWhereADirectoryStandsInThePlaceOfAFile)
 {
     std::filesystem::create_directories(Folder() / "a/sub");
-    ASSERT_EQ(Open(ZipBytes().Add("a", "1").Add("a/sub", LongContent(4'000'000)).Deflated()), S_OK);
-    EXPECT_TRUE(FAILED(Extract("a")));
-    EXPECT_TRUE(FAILED(Extract("a/sub")));
-    EXPECT_EQ(Listing(Folder()), (std::set<std::string>{"a", "a/sub"}));
+    RefuseAll(ZipBytes().Add("a", "1").Add("a/sub", LongContent(4'000'000)).Deflated());
+    EXPECT_EQ((std::set<std::string>{"a", "a/sub"}), Listing(Folder()));
 }
 
 TEST_F(ArchiveExtraction, FailsWhereAFileStandsInThePlaceOfADirectory)
 {
     Put(Folder() / "a", "mine");
-    ASSERT_EQ(Open(ZipBytes().AddDirectory("a").Add("a/b", "1")), S_OK);
-    EXPECT_TRUE(FAILED(Extract("a/")));
-    EXPECT_TRUE(FAILED(Extract("a/b")));
-    EXPECT_EQ(Content(Folder() / "a"), "mine");
+    RefuseAll(ZipBytes().AddDirectory("a").Add("a/b", "1"));
+    EXPECT_EQ("mine", Content(Folder() / "a"));
 }
 
 TEST_F(ArchiveExtraction, FailsWhereAPipeStands)
 {
-    ASSERT_EQ(mkfifo((Folder() / "a").c_str(), 0600), 0);
+    ASSERT_EQ(0, mkfifo((Folder() / "a").c_str(), 0600));
     EXPECT_TRUE(FAILED(ExtractOnly(ZipBytes().Add("a", "1"))));
     EXPECT_TRUE(std::filesystem::is_fifo(Folder() / "a"));
 }
 
 TEST_F(ArchiveExtraction, NewFilesAreNotExecutable)
 {
-    EXPECT_EQ(ExtractOnly(ZipBytes().Add("a", "1").WithUnixMode(0104777)), S_OK);
+    EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().Add("a", "1").WithUnixMode(0104777)));
     const auto permissions = std::filesystem::status(Folder() / "a").permissions();
-    EXPECT_EQ(permissions & std::filesystem::perms(07111), std::filesystem::perms::none);
+    EXPECT_EQ(std::filesystem::perms::none, permissions & std::filesystem::perms(07111));
 }
 
 // ---------------------------------------------------------------------------------------------
 // A full disk
 
-/// No file may grow beyond a size meanwhile, as on a disk that is full.
-class FullDisk {
-public:
-    explicit FullDisk(rlim_t size)
-    {
-        getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{size, before_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-        handler_ = std::signal(SIGXFSZ, SIG_IGN);
-    }
-    ~FullDisk()
-    {
-        setrlimit(RLIMIT_FSIZE, &before_);
-        std::signal(SIGXFSZ, handler_);
-    }
-
-private:
-    rlimit before_{};
-    void (*handler_)(int);
-};
-
-TEST_F(ArchiveExtraction, AFullDiskLeavesNothing)
-{
-    const std::string content = LongContent(4'000'000);
-    ASSERT_EQ(Open(ZipBytes().Add("new/sub/small", content.substr(0, 60'000)).Add("new/sub/large", content)), S_OK);
-    const FullDisk disk(50'000);
-    EXPECT_TRUE(FAILED(Extract("new/sub/small")));
-    EXPECT_TRUE(FAILED(Extract("new/sub/large")));
-    ExpectNothingWritten();
-}
-
-TEST_F(ArchiveExtraction, AFullDiskLeavesTheFileThatStandsThere)
+TEST_F(ArchiveExtraction, AFullDiskLeavesNothingNewAndTheFileThatStandsThere)
 {
     Put(Folder() / "a", "mine");
-    ASSERT_EQ(Open(ZipBytes().Add("a", LongContent(60'000))), S_OK);
-    const FullDisk disk(50'000);
-    EXPECT_TRUE(FAILED(Extract("a")));
-    EXPECT_EQ(Content(Folder() / "a"), "mine");
-    EXPECT_EQ(Listing(Folder()), std::set<std::string>{"a"});
+    const std::string content = LongContent(4'000'000);
+    const ZipBytes archive = ZipBytes()
+                                 .Add("new/sub/small", content.substr(0, 60'000))
+                                 .Add("new/sub/large", content)
+                                 .Add("a", content.substr(0, 60'000));
+    ASSERT_EQ(S_OK, Open(archive));
+    const FileSizeLimit disk(50'000);
+    for (const char* name : {"new/sub/small", "new/sub/large", "a"})
+        EXPECT_TRUE(FAILED(Extract(name))) << name;
+    EXPECT_EQ("mine", Content(Folder() / "a"));
+    EXPECT_EQ(std::set<std::string>{"a"}, Listing(Folder()));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -219,7 +165,7 @@ TEST_P(WayOut, IsRefused)
     EXPECT_TRUE(FAILED(ExtractOnly(ZipBytes().Add(name, "1"))));
     EXPECT_TRUE(FAILED(zip_.ExtractFile(Text(Folder()), FromUtf8(name), ZALZipExtractReplace)));
     ExpectNothingWritten();
-    EXPECT_EQ(Listing(temporary_.Path()), (std::set<std::string>{"archive.zip", "folder", "outside"}));
+    EXPECT_EQ((std::set<std::string>{"archive.zip", "folder", "outside"}), Listing(temporary_.Path()));
 }
 
 INSTANTIATE_TEST_SUITE_P(All, WayOut,
@@ -231,16 +177,7 @@ INSTANTIATE_TEST_SUITE_P(All, WayOut,
 
 TEST_F(ArchiveExtraction, NamesWithDotsThatAreNoComponentsAreFine)
 {
-    ASSERT_EQ(Open(ZipBytes().Add("...", "1").Add("..a/b..", "2").Add(".hidden", "3")), S_OK);
-    for (const std::string& name : Browse())
-        EXPECT_EQ(Extract(name), S_OK) << name;
-}
-
-TEST_F(ArchiveExtraction, RefusesAFolderWithAParentComponent)
-{
-    ASSERT_EQ(Open(ZipBytes().Add("a", "1")), S_OK);
-    EXPECT_TRUE(FAILED(zip_.ExtractFile(Text(Folder() / "../outside"), "a", ZALZipExtractReplace)));
-    ExpectNothingWritten();
+    ExtractAll(ZipBytes().Add("...", "1").Add("..a/b..", "2").Add(".hidden", "3"));
 }
 
 TEST_F(ArchiveExtraction, RefusesAPathThroughALink)
@@ -248,22 +185,19 @@ TEST_F(ArchiveExtraction, RefusesAPathThroughALink)
     std::filesystem::create_directory_symlink(Outside(), Folder() / "link");
     std::filesystem::create_directory(Folder() / "sub");
     std::filesystem::create_directory_symlink("../../outside", Folder() / "sub/link");
-    ASSERT_EQ(Open(ZipBytes()
-                       .Add("link/a", "1")
-                       .Add("link/new/a", LongContent(4'000'000))
-                       .AddDirectory("link")
-                       .AddDirectory("link/new")
-                       .Add("sub/link/a", "1")),
-              S_OK);
-    for (const std::string& name : Browse())
-        EXPECT_TRUE(FAILED(Extract(name))) << name;
+    RefuseAll(ZipBytes()
+                  .Add("link/a", "1")
+                  .Add("link/new/a", LongContent(4'000'000))
+                  .AddDirectory("link")
+                  .AddDirectory("link/new")
+                  .Add("sub/link/a", "1"));
     EXPECT_TRUE(Listing(Outside()).empty());
 }
 
 TEST_F(ArchiveExtraction, RefusesALinkThatAppearsBetweenTwoEntries)
 {
-    ASSERT_EQ(Open(ZipBytes().Add("sub/a", "1").Add("sub/b", "2")), S_OK);
-    EXPECT_EQ(Extract("sub/a"), S_OK);
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("sub/a", "1").Add("sub/b", "2")));
+    EXPECT_EQ(S_OK, Extract("sub/a"));
     std::filesystem::remove_all(Folder() / "sub");
     std::filesystem::create_directory_symlink(Outside(), Folder() / "sub");
     EXPECT_TRUE(FAILED(Extract("sub/b")));
@@ -276,42 +210,34 @@ TEST_F(ArchiveExtraction, RefusesToWriteThroughALinkOrToReplaceIt)
     std::filesystem::create_symlink(Outside() / "mine", Folder() / "file");
     std::filesystem::create_symlink(Outside() / "new", Folder() / "dangling");
     const std::string content = LongContent(4'000'000);
-    ASSERT_EQ(Open(ZipBytes().Add("file", "1").Add("dangling", "1").Add("file", content).Add("dangling", content)),
-              S_OK);
-    for (const std::string& name : Browse())
-        EXPECT_TRUE(FAILED(Extract(name))) << name;
-    EXPECT_EQ(Content(Outside() / "mine"), "mine");
-    EXPECT_EQ(Listing(Outside()), std::set<std::string>{"mine"});
+    RefuseAll(ZipBytes().Add("file", "1").Add("dangling", "1"));
+    zip_.Close();
+    RefuseAll(ZipBytes().Add("file", content).Add("dangling", content));
+    EXPECT_EQ("mine", Content(Outside() / "mine"));
+    EXPECT_EQ(std::set<std::string>{"mine"}, Listing(Outside()));
     EXPECT_TRUE(std::filesystem::is_symlink(Folder() / "file"));
     EXPECT_TRUE(std::filesystem::is_symlink(Folder() / "dangling"));
 }
 
 TEST_F(ArchiveExtraction, RefusesAnEntryThatIsALink)
 {
-    ASSERT_EQ(Open(ZipBytes().Add("link", "../outside").SymbolicLink().Add("link/a", "1")), S_OK);
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("link", "../outside").SymbolicLink().Add("link/a", "1")));
     EXPECT_TRUE(FAILED(Extract("link")));
     ExpectNothingWritten();
-    EXPECT_EQ(Extract("link/a"), S_OK);
+    EXPECT_EQ(S_OK, Extract("link/a"));
     EXPECT_TRUE(Listing(Outside()).empty());
 }
 
-TEST_F(ArchiveExtraction, RefusesAnEntryThatIsADeviceOrAPipe)
+TEST_F(ArchiveExtraction, ADeviceAPipeAndANameThatIsTooLongLeaveNothing)
 {
-    ASSERT_EQ(Open(ZipBytes().Add("device", "1").WithUnixMode(0020666).Add("pipe", "1").WithUnixMode(0010666)), S_OK);
-    EXPECT_TRUE(FAILED(Extract("device")));
-    EXPECT_TRUE(FAILED(Extract("pipe")));
-    ExpectNothingWritten();
-}
-
-TEST_F(ArchiveExtraction, ANameThatTheSystemCannotHaveLeavesNothing)
-{
-    ASSERT_EQ(Open(ZipBytes()
-                       .Add("new/" + std::string(300, 'a'), "1")
-                       .Add("new/" + std::string(300, 'b') + "/a", "1")
-                       .AddDirectory("new/" + std::string(300, 'c'))),
-              S_OK);
-    for (const std::string& name : Browse())
-        EXPECT_TRUE(FAILED(Extract(name)));
+    RefuseAll(ZipBytes()
+                  .Add("device", "1")
+                  .WithUnixMode(0020666)
+                  .Add("pipe", "1")
+                  .WithUnixMode(0010666)
+                  .Add("new/" + std::string(300, 'a'), "1")
+                  .Add("new/" + std::string(300, 'b') + "/a", "1")
+                  .AddDirectory("new/" + std::string(300, 'c')));
     ExpectNothingWritten();
 }
 
@@ -323,9 +249,9 @@ TEST_F(ArchiveExtraction, ADeepPathIsExtractedOrRefusedAsAWhole)
     std::string tooDeep;
     for (int level = 0; level < 2100; ++level)
         tooDeep += "d/";
-    ASSERT_EQ(Open(ZipBytes().Add(deep + "a", "1").Add(tooDeep + "a", "1")), S_OK);
-    EXPECT_EQ(Extract(deep + "a"), S_OK);
-    EXPECT_EQ(Content(Folder() / (deep + "a")), "1");
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add(deep + "a", "1").Add(tooDeep + "a", "1")));
+    EXPECT_EQ(S_OK, Extract(deep + "a"));
+    EXPECT_EQ("1", Content(Folder() / (deep + "a")));
     EXPECT_TRUE(FAILED(Extract(tooDeep + "a")));
     EXPECT_FALSE(std::filesystem::exists(Folder() / (deep + "d")));
 }
@@ -343,15 +269,11 @@ protected:
     }
 };
 
-TEST_F(ArchiveLimits, TheNumberOfEntriesIsLimited)
+TEST_F(ArchiveLimits, NumberOfEntriesAndSizeOfTheDirectoryAreLimited)
 {
     ZipBytes().AddMany(11).Write(ArchivePath());
     EXPECT_NO_THROW(ExtractWith({.entries = 11}, {}));
     EXPECT_THROW(ExtractWith({.entries = 10}, {}), std::runtime_error);
-}
-
-TEST_F(ArchiveLimits, TheSizeOfTheDirectoryIsLimitedBeforeItIsKept)
-{
     ZipBytes().AddMany(10'000).Write(ArchivePath());
     EXPECT_NO_THROW(ExtractWith({.directorySize = 1'000'000}, {}));
     EXPECT_THROW(ExtractWith({.directorySize = 300'000}, {}), std::runtime_error);
@@ -362,14 +284,14 @@ TEST_F(ArchiveLimits, TheSizeOfAnEntryIsLimited)
     ZipBytes().Add("a", "12345").Deflated().Add("b", "123456").Deflated().Write(ArchivePath());
     EXPECT_NO_THROW(ExtractWith({.entrySize = 5}, {0}));
     EXPECT_THROW(ExtractWith({.entrySize = 5}, {1}), std::runtime_error);
-    EXPECT_EQ(Listing(Folder()), std::set<std::string>{"a"});
+    EXPECT_EQ(std::set<std::string>{"a"}, Listing(Folder()));
 }
 
 TEST_F(ArchiveLimits, TheSizeOfAllEntriesTogetherIsLimited)
 {
     ZipBytes().Add("a", "12345").Add("b", "12345").Add("c", "12345").Write(ArchivePath());
     EXPECT_THROW(ExtractWith({.totalSize = 14}, {0, 1, 2}), std::runtime_error);
-    EXPECT_EQ(Listing(Folder()), (std::set<std::string>{"a", "b"}));
+    EXPECT_EQ((std::set<std::string>{"a", "b"}), Listing(Folder()));
     EXPECT_NO_THROW(ExtractWith({.totalSize = 15}, {0, 1, 2}));
 }
 
@@ -398,20 +320,18 @@ protected:
 
 TEST_F(ArchiveJournal, TellsEachFileThatWasExtractedAndNoDirectory)
 {
-    ASSERT_EQ(Open(ZipBytes().AddDirectory("sub").Add("sub\\a", "1")), S_OK);
-    for (const std::string& name : Browse())
-        EXPECT_EQ(Extract(name), S_OK);
-    ASSERT_EQ(events_.size(), 1U);
-    EXPECT_EQ(events_[0], (nlohmann::ordered_json{{"event", "extracted"}, {"path", (Folder() / "sub/a").string()}}));
+    ExtractAll(ZipBytes().AddDirectory("sub").Add("sub\\a", "1"));
+    ASSERT_EQ(1U, events_.size());
+    EXPECT_EQ((nlohmann::ordered_json{{"event", "extracted"}, {"path", (Folder() / "sub/a").string()}}), events_[0]);
 }
 
 TEST_F(ArchiveJournal, TellsWhyAnEntryWasRefused)
 {
     EXPECT_TRUE(FAILED(ExtractOnly(ZipBytes().Add("../a", "1"))));
-    ASSERT_EQ(events_.size(), 1U);
-    EXPECT_EQ(events_[0]["event"], "refused");
-    EXPECT_EQ(events_[0]["entry"], "../a");
-    EXPECT_EQ(events_[0]["reason"], "a path out of its folder");
+    ASSERT_EQ(1U, events_.size());
+    EXPECT_EQ("refused", events_[0]["event"]);
+    EXPECT_EQ("../a", events_[0]["entry"]);
+    EXPECT_EQ("a path out of its folder", events_[0]["reason"]);
 }
 
 } // namespace

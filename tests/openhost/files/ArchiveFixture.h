@@ -50,7 +50,7 @@ protected:
         ZALUnicodeString* names = nullptr;
         std::uint64_t* sizes = nullptr;
         unsigned int count = 0;
-        EXPECT_EQ(zip_.BrowseZip(names, sizes, count), S_OK);
+        EXPECT_EQ(S_OK, zip_.BrowseZip(names, sizes, count));
         std::vector<std::string> result;
         for (unsigned int entry = 0; entry < count; ++entry)
             result.push_back(ToUtf8(names[entry]));
@@ -67,10 +67,25 @@ protected:
     /// Opens `archive` and extracts its only entry.
     HRESULT ExtractOnly(const ZipBytes& archive)
     {
-        EXPECT_EQ(Open(archive), S_OK);
+        EXPECT_EQ(S_OK, Open(archive));
         const std::vector<std::string> names = Browse();
-        EXPECT_EQ(names.size(), 1U);
+        EXPECT_EQ(1U, names.size());
         return Extract(names.at(0));
+    }
+
+    /// Opens `archive`, whose entries can all be extracted.
+    void ExtractAll(const ZipBytes& archive)
+    {
+        ASSERT_EQ(S_OK, Open(archive));
+        for (const std::string& name : Browse())
+            EXPECT_EQ(S_OK, Extract(name)) << name;
+    }
+    /// Opens `archive`, none of whose entries can be extracted.
+    void RefuseAll(const ZipBytes& archive)
+    {
+        ASSERT_EQ(S_OK, Open(archive));
+        for (const std::string& name : Browse())
+            EXPECT_TRUE(FAILED(Extract(name))) << name;
     }
 
     static void Put(const std::filesystem::path& path, std::string_view content)

@@ -1,8 +1,7 @@
 // Archives that the host writes.
 
 #include "ArchiveFixture.h"
-
-#include <zip.h>
+#include "OpenedArchive.h"
 
 namespace openhost::testing {
 
@@ -15,25 +14,20 @@ protected:
     {
         return writing_.AddFile(Text(Folder() / name), compress, relative, Text(Folder()), 0);
     }
-    /// What the archive holds, as another program reads it: content by name.
+    HRESULT AddPath(const std::filesystem::path& file, const std::filesystem::path& base, int flags = 0)
+    {
+        return writing_.AddFile(Text(file), 1, 1, Text(base), flags);
+    }
+    /// Begins an archive with a file "a" in the folder that may be added.
+    void BeginBesideA(const std::string& content = "x")
+    {
+        Put(Folder() / "a", content);
+        ASSERT_EQ(S_OK, Begin());
+    }
+    /// What the archive holds: content by name.
     std::vector<std::pair<std::string, std::string>> Entries() const
     {
-        std::vector<std::pair<std::string, std::string>> entries;
-        zip_t* archive = zip_open(ArchivePath().c_str(), ZIP_RDONLY | ZIP_CHECKCONS, nullptr);
-        EXPECT_TRUE(archive);
-        if (!archive)
-            return entries;
-        for (zip_int64_t index = 0; index < zip_get_num_entries(archive, 0); ++index) {
-            zip_stat_t status;
-            zip_stat_index(archive, static_cast<zip_uint64_t>(index), 0, &status);
-            std::string content(status.size, '\0');
-            zip_file_t* file = zip_fopen_index(archive, static_cast<zip_uint64_t>(index), 0);
-            EXPECT_EQ(zip_fread(file, content.data(), content.size()), static_cast<zip_int64_t>(content.size()));
-            zip_fclose(file);
-            entries.emplace_back(status.name, content);
-        }
-        zip_discard(archive);
-        return entries;
+        return OpenedArchive(Content(ArchivePath())).Entries();
     }
     std::size_t FilesBesideTheArchive() const
     {
@@ -49,9 +43,9 @@ using Entry = std::pair<std::string, std::string>;
 TEST_F(ArchiveWriting, WithoutEntriesLeavesNoFile)
 {
     Put(ArchivePath(), "of before");
-    ASSERT_EQ(Begin(), S_OK);
-    EXPECT_EQ(writing_.Close(), S_OK);
-    EXPECT_EQ(FilesBesideTheArchive(), 0U);
+    ASSERT_EQ(S_OK, Begin());
+    EXPECT_EQ(S_OK, writing_.Close());
+    EXPECT_EQ(0U, FilesBesideTheArchive());
 }
 
 TEST_F(ArchiveWriting, HoldsItsFilesUnderTheirPathBelowTheBase)
@@ -60,69 +54,49 @@ TEST_F(ArchiveWriting, HoldsItsFilesUnderTheirPathBelowTheBase)
     Put(Folder() / "a.lvr", "first");
     Put(Folder() / "sub" / "deep" / "b", "");
     Put(Folder() / "gr\u00FC\u00DFe \u4E2D", "third");
-    ASSERT_EQ(Begin(), S_OK);
-    EXPECT_EQ(Add("a.lvr"), S_OK);
-    EXPECT_EQ(Add("sub\\deep\\b"), S_OK);
-    EXPECT_EQ(Add("gr\u00FC\u00DFe \u4E2D"), S_OK);
-    EXPECT_EQ(writing_.Close(), S_OK);
-    EXPECT_EQ(Entries(),
-              (std::vector<Entry>{{"a.lvr", "first"}, {"sub/deep/b", ""}, {"gr\u00FC\u00DFe \u4E2D", "third"}}));
-    EXPECT_EQ(FilesBesideTheArchive(), 1U);
+    ASSERT_EQ(S_OK, Begin());
+    EXPECT_EQ(S_OK, Add("a.lvr"));
+    EXPECT_EQ(S_OK, Add("sub\\deep\\b"));
+    EXPECT_EQ(S_OK, Add("gr\u00FC\u00DFe \u4E2D"));
+    EXPECT_EQ(S_OK, writing_.Close());
+    EXPECT_EQ((std::vector<Entry>{{"a.lvr", "first"}, {"sub/deep/b", ""}, {"gr\u00FC\u00DFe \u4E2D", "third"}}),
+              Entries());
+    EXPECT_EQ(1U, FilesBesideTheArchive());
 }
 
 TEST_F(ArchiveWriting, HoldsAFileUnderItsNameAlone)
 {
     std::filesystem::create_directory(Folder() / "sub");
     Put(Folder() / "sub" / "b", "content");
-    ASSERT_EQ(Begin(), S_OK);
-    EXPECT_EQ(Add("sub/b", 1, 0), S_OK);
-    EXPECT_EQ(writing_.Close(), S_OK);
-    EXPECT_EQ(Entries(), (std::vector<Entry>{{"b", "content"}}));
+    ASSERT_EQ(S_OK, Begin());
+    EXPECT_EQ(S_OK, Add("sub/b", 1, 0));
+    EXPECT_EQ(S_OK, writing_.Close());
+    EXPECT_EQ((std::vector<Entry>{{"b", "content"}}), Entries());
 }
 
 TEST_F(ArchiveWriting, DeflatesOrStores)
 {
-    Put(Folder() / "a", std::string(100'000, 'a'));
     for (const int compress : {1, 0}) {
-        ASSERT_EQ(Begin(), S_OK);
-        EXPECT_EQ(Add("a", compress), S_OK);
-        EXPECT_EQ(writing_.Close(), S_OK);
-        EXPECT_EQ(std::filesystem::file_size(ArchivePath()) < 1'000, compress == 1);
-        EXPECT_EQ(Entries().at(0).second.size(), 100'000U);
+        BeginBesideA(std::string(100'000, 'a'));
+        EXPECT_EQ(S_OK, Add("a", compress));
+        EXPECT_EQ(S_OK, writing_.Close());
+        EXPECT_EQ(compress == 1, std::filesystem::file_size(ArchivePath()) < 1'000);
+        EXPECT_EQ(100'000U, Entries().at(0).second.size());
     }
 }
 
-TEST_F(ArchiveWriting, IsReadByTheHostItself)
-{
-    Put(Folder() / "a", "content");
-    ASSERT_EQ(Begin(), S_OK);
-    ASSERT_EQ(Add("a"), S_OK);
-    ASSERT_EQ(writing_.Close(), S_OK);
-    ZALSysZipFile reading;
-    ASSERT_EQ(reading.OpenZip(Text(ArchivePath()), ZALZipRead), S_OK);
-    EXPECT_EQ(reading.ExtractFile(Text(Outside()), "a", ZALZipExtractReplace), S_OK);
-    EXPECT_EQ(std::filesystem::file_size(Outside() / "a"), 7U);
-}
-
-TEST_F(ArchiveWriting, HoldsAFileThatIsDeletedBeforeTheEnd)
-{
-    Put(Folder() / "a", "content");
-    ASSERT_EQ(Begin(), S_OK);
-    ASSERT_EQ(Add("a"), S_OK);
-    std::filesystem::remove(Folder() / "a");
-    EXPECT_EQ(writing_.Close(), S_OK);
-    EXPECT_EQ(Entries(), (std::vector<Entry>{{"a", "content"}}));
-}
-
-TEST_F(ArchiveWriting, ReplacesTheFileThatStandsThereFromTheBeginning)
+TEST_F(ArchiveWriting, HoldsADeletedFileInPlaceOfWhatStoodThereBefore)
 {
     Put(ArchivePath(), "of before");
-    ASSERT_EQ(Begin(), S_OK);
+    BeginBesideA("content");
     EXPECT_FALSE(std::filesystem::exists(ArchivePath()));
-    Put(Folder() / "a", "x");
-    Add("a");
-    EXPECT_EQ(writing_.Close(), S_OK);
-    EXPECT_EQ(Entries().size(), 1U);
+    ASSERT_EQ(S_OK, Add("a"));
+    std::filesystem::remove(Folder() / "a");
+    EXPECT_EQ(S_OK, writing_.Close());
+    EXPECT_EQ((std::vector<Entry>{{"a", "content"}}), Entries());
+    ASSERT_EQ(S_OK, zip_.OpenZip(Text(ArchivePath()), ZALZipRead));
+    EXPECT_EQ(S_OK, Extract("a")) << "the host itself reads it";
+    EXPECT_EQ("content", Content(Folder() / "a"));
 }
 
 TEST_F(ArchiveWriting, IsGivenUpWithoutAClose)
@@ -130,10 +104,10 @@ TEST_F(ArchiveWriting, IsGivenUpWithoutAClose)
     Put(Folder() / "a", "x");
     {
         ZALSysZipFile zip;
-        ASSERT_EQ(zip.OpenZip(Text(ArchivePath()), ZALZipWrite), S_OK);
-        ASSERT_EQ(zip.AddFile(Text(Folder() / "a"), 1, 1, Text(Folder()), 0), S_OK);
+        ASSERT_EQ(S_OK, zip.OpenZip(Text(ArchivePath()), ZALZipWrite));
+        ASSERT_EQ(S_OK, zip.AddFile(Text(Folder() / "a"), 1, 1, Text(Folder()), 0));
     }
-    EXPECT_EQ(FilesBesideTheArchive(), 0U);
+    EXPECT_EQ(0U, FilesBesideTheArchive());
 }
 
 TEST_F(ArchiveWriting, LeavesNoFileWhenItCannotBeWritten)
@@ -141,73 +115,65 @@ TEST_F(ArchiveWriting, LeavesNoFileWhenItCannotBeWritten)
     Put(Folder() / "a", "x");
     const std::filesystem::path gone = Outside() / "gone";
     std::filesystem::create_directory(gone);
-    ASSERT_EQ(writing_.OpenZip(Text(gone / "archive.zip"), ZALZipWrite), S_OK);
-    ASSERT_EQ(Add("a"), S_OK);
+    ASSERT_EQ(S_OK, writing_.OpenZip(Text(gone / "archive.zip"), ZALZipWrite));
+    ASSERT_EQ(S_OK, Add("a"));
     std::filesystem::remove(gone);
-    EXPECT_EQ(writing_.Close(), E_FAIL);
-    EXPECT_EQ(writing_.Close(), E_FAIL);
+    EXPECT_EQ(E_FAIL, writing_.Close());
+    EXPECT_EQ(E_FAIL, writing_.Close());
     EXPECT_FALSE(std::filesystem::exists(gone));
 }
 
 TEST_F(ArchiveWriting, CannotBeginWhereNoFileCanBeMade)
 {
     std::filesystem::create_directory(ArchivePath());
-    EXPECT_EQ(Begin(), E_FAIL);
+    for (const ZALUnicodeString& path : {Text(ArchivePath()), Text(Folder() / "missing" / "a.zip"),
+                                         Text(Folder() / ".." / "a.zip"), ZALUnicodeString()})
+        EXPECT_EQ(E_FAIL, writing_.OpenZip(path, ZALZipWrite)) << ToUtf8(path);
     EXPECT_TRUE(std::filesystem::is_directory(ArchivePath()));
-    EXPECT_EQ(writing_.OpenZip(Text(Folder() / "missing" / "a.zip"), ZALZipWrite), E_FAIL);
-    EXPECT_EQ(writing_.OpenZip(Text(Folder() / ".." / "a.zip"), ZALZipWrite), E_FAIL);
-    EXPECT_EQ(writing_.OpenZip("", ZALZipWrite), E_FAIL);
-    EXPECT_EQ(writing_.Close(), E_FAIL);
+    EXPECT_EQ(E_FAIL, writing_.Close());
 }
 
 TEST_F(ArchiveWriting, IsOneAtATime)
 {
-    ASSERT_EQ(Begin(), S_OK);
-    EXPECT_EQ(Begin(), E_FAIL);
-    EXPECT_EQ(writing_.OpenZip(Text(ArchivePath()), ZALZipRead), E_FAIL);
-    EXPECT_EQ(writing_.OpenZip(Text(ArchivePath()), 1), E_INVALIDARG);
+    ASSERT_EQ(S_OK, Begin());
+    EXPECT_EQ(E_FAIL, Begin());
+    EXPECT_EQ(E_FAIL, writing_.OpenZip(Text(ArchivePath()), ZALZipRead));
+    EXPECT_EQ(E_INVALIDARG, writing_.OpenZip(Text(ArchivePath()), 1));
 }
 
 TEST_F(ArchiveWriting, RefusesWhatIsNoFileBelowTheBase)
 {
     Put(Outside() / "a", "x");
-    ASSERT_EQ(Begin(), S_OK);
-    EXPECT_EQ(Add("missing"), E_FAIL);
-    EXPECT_EQ(Add(""), E_FAIL);
-    EXPECT_EQ(writing_.AddFile(Text(Outside() / "a"), 1, 1, Text(Folder()), 0), E_FAIL);
-    EXPECT_EQ(writing_.AddFile(Text(Folder() / ".." / "outside" / "a"), 1, 1, Text(Folder()), 0), E_FAIL);
-    EXPECT_EQ(writing_.AddFile(Text("/dev/zero"), 1, 1, Text("/"), 0), E_FAIL);
-    EXPECT_EQ(writing_.Close(), S_OK);
+    ASSERT_EQ(S_OK, Begin());
+    EXPECT_EQ(E_FAIL, Add("missing"));
+    EXPECT_EQ(E_FAIL, Add(""));
+    EXPECT_EQ(E_FAIL, AddPath(Outside() / "a", Folder()));
+    EXPECT_EQ(E_FAIL, AddPath(Folder() / ".." / "outside" / "a", Folder()));
+    EXPECT_EQ(E_FAIL, AddPath("/dev/zero", "/"));
+    EXPECT_EQ(S_OK, writing_.Close());
     EXPECT_FALSE(std::filesystem::exists(ArchivePath()));
 }
 
-TEST_F(ArchiveWriting, RefusesASecondEntryOfAName)
+TEST_F(ArchiveWriting, RefusesASecondEntryOfANameAndSenselessArguments)
 {
-    Put(Folder() / "a", "x");
-    ASSERT_EQ(Begin(), S_OK);
-    EXPECT_EQ(Add("a"), S_OK);
-    EXPECT_EQ(Add("a"), E_FAIL);
-    EXPECT_EQ(writing_.Close(), S_OK);
-    EXPECT_EQ(Entries(), (std::vector<Entry>{{"a", "x"}}));
-}
-
-TEST_F(ArchiveWriting, RefusesArgumentsThatHaveNoMeaning)
-{
-    Put(Folder() / "a", "x");
-    ASSERT_EQ(Begin(), S_OK);
-    EXPECT_EQ(Add("a", 2), E_INVALIDARG);
-    EXPECT_EQ(Add("a", 1, -1), E_INVALIDARG);
-    EXPECT_EQ(writing_.AddFile(Text(Folder() / "a"), 1, 1, Text(Folder()), 1), E_INVALIDARG);
+    BeginBesideA();
+    EXPECT_EQ(E_INVALIDARG, Add("a", 2));
+    EXPECT_EQ(E_INVALIDARG, Add("a", 1, -1));
+    EXPECT_EQ(E_INVALIDARG, AddPath(Folder() / "a", Folder(), 1));
+    EXPECT_EQ(S_OK, Add("a"));
+    EXPECT_EQ(E_FAIL, Add("a"));
+    EXPECT_EQ(S_OK, writing_.Close());
+    EXPECT_EQ((std::vector<Entry>{{"a", "x"}}), Entries());
 }
 
 TEST_F(ArchiveWriting, NeedsAnArchiveThatIsWritten)
 {
     Put(Folder() / "a", "x");
-    EXPECT_EQ(Add("a"), E_FAIL);
-    ASSERT_EQ(Open(ZipBytes().Add("b")), S_OK);
-    EXPECT_EQ(zip_.AddFile(Text(Folder() / "a"), 1, 1, Text(Folder()), 0), E_FAIL);
-    ASSERT_EQ(writing_.OpenZip(Text(Folder() / "new.zip"), ZALZipWrite), S_OK);
-    EXPECT_EQ(writing_.ExtractFile(Text(Outside()), "a", ZALZipExtractReplace), E_FAIL);
+    EXPECT_EQ(E_FAIL, Add("a"));
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("b")));
+    EXPECT_EQ(E_FAIL, zip_.AddFile(Text(Folder() / "a"), 1, 1, Text(Folder()), 0));
+    ASSERT_EQ(S_OK, writing_.OpenZip(Text(Folder() / "new.zip"), ZALZipWrite));
+    EXPECT_EQ(E_FAIL, writing_.ExtractFile(Text(Outside()), "a", ZALZipExtractReplace));
 }
 
 } // namespace

@@ -1,133 +1,107 @@
+// Files that are replaced whole or not at all.
+
 #include "FileSizeLimit.h"
+#include "FolderFixture.h"
 
 #include "openhost/files/AtomicFile.h"
-#include "openhost/files/TemporaryFolder.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <sys/stat.h>
 
-#include <fstream>
 #include <system_error>
 
+namespace openhost::testing {
 namespace {
 
-class AtomicFile : public testing::Test {
+using ::testing::ElementsAre;
+
+class AtomicFile : public FolderFixture {
 protected:
-    std::filesystem::path Path(const std::string& name) const { return folder_.Path() / name; }
-
-    std::string Content(const std::string& name) const
+    std::filesystem::perms Permissions(const std::string& name) const
     {
-        std::ifstream stream(Path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
+        return std::filesystem::status(At(name)).permissions();
     }
-
-    std::size_t CountEntries() const
+    /// The error of writing "new" to the file.
+    std::system_error ErrorOf(const std::string& name) const
     {
-        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder_.Path()), {}));
+        try {
+            WriteFileAtomically(At(name), "new");
+        } catch (const std::system_error& error) {
+            return error;
+        }
+        ADD_FAILURE() << name << " has been written";
+        return std::system_error(std::error_code());
     }
-
-    const openhost::TemporaryFolder folder_;
 };
 
-TEST_F(AtomicFile, CreatesAFileWithThePermissionsThatTheUserGivesToNewOnes)
+TEST_F(AtomicFile, CreatesAFileWithThePermissionsOfTheUsersNewOnes)
 {
     const mode_t before = umask(027);
-    openhost::WriteFileAtomically(Path("a"), std::string_view("a\0b", 3));
+    WriteFileAtomically(At("a"), std::string_view("a\0b", 3));
     umask(before);
-    EXPECT_EQ(Content("a"), std::string("a\0b", 3));
-    EXPECT_EQ(std::filesystem::status(Path("a")).permissions(), std::filesystem::perms(0640));
-    EXPECT_EQ(CountEntries(), 1U);
+    EXPECT_EQ(std::string("a\0b", 3), Content("a"));
+    EXPECT_EQ(std::filesystem::perms(0640), Permissions("a"));
+    EXPECT_THAT(Names(), ElementsAre("a"));
 }
 
-TEST_F(AtomicFile, ReplacesAFileAndKeepsItsPermissions)
+TEST_F(AtomicFile, KeepsPermissionsLinksAndWhatAReaderHasOpen)
 {
-    std::ofstream(Path("a")) << "a rather long content";
-    std::filesystem::permissions(Path("a"), std::filesystem::perms(0640));
-    openhost::WriteFileAtomically(Path("a"), "");
-    EXPECT_EQ(std::filesystem::file_size(Path("a")), 0U);
-    EXPECT_EQ(std::filesystem::status(Path("a")).permissions(), std::filesystem::perms(0640));
-    EXPECT_EQ(CountEntries(), 1U);
-}
-
-TEST_F(AtomicFile, NeverChangesTheFileThatAReaderHasOpen)
-{
-    std::ofstream(Path("a")) << "old";
-    std::ifstream reader(Path("a"));
-    openhost::WriteFileAtomically(Path("a"), "new");
-    std::string content;
-    reader >> content;
-    EXPECT_EQ(content, "old");
-}
-
-TEST_F(AtomicFile, FollowsALink)
-{
-    std::ofstream(Path("target")) << "old";
-    std::filesystem::create_symlink("target", Path("link"));
-    openhost::WriteFileAtomically(Path("link"), "new");
-    EXPECT_TRUE(std::filesystem::is_symlink(Path("link")));
-    EXPECT_EQ(Content("target"), "new");
-}
-
-TEST_F(AtomicFile, ReplacingWithoutWaitingForTheDiskIsTheSameToReaders)
-{
-    std::ofstream(Path("a")) << "old";
-    std::filesystem::permissions(Path("a"), std::filesystem::perms(0640));
-    std::filesystem::create_symlink("a", Path("link"));
-    std::ifstream reader(Path("a"));
-    openhost::ReplaceFile(Path("link"), "new");
-    std::string content;
-    reader >> content;
-    EXPECT_EQ(content, "old");
-    EXPECT_EQ(Content("a"), "new");
-    EXPECT_EQ(std::filesystem::status(Path("a")).permissions(), std::filesystem::perms(0640));
-    EXPECT_TRUE(std::filesystem::is_symlink(Path("link")));
-    EXPECT_THROW(openhost::ReplaceFile(Path("missing") / "a", "new"), std::system_error);
-    EXPECT_EQ(CountEntries(), 2U);
+    for (const auto replace : {WriteFileAtomically, ReplaceFile}) {
+        SCOPED_TRACE(replace == ReplaceFile ? "ReplaceFile" : "WriteFileAtomically");
+        Put("a", "old and longer");
+        std::filesystem::permissions(At("a"), std::filesystem::perms(0640));
+        std::filesystem::create_symlink("a", At("link"));
+        std::ifstream reader(At("a"));
+        replace(At("link"), "new");
+        std::string content;
+        std::getline(reader, content);
+        EXPECT_EQ("old and longer", content);
+        EXPECT_EQ("new", Content("a"));
+        EXPECT_EQ(std::filesystem::perms(0640), Permissions("a"));
+        EXPECT_TRUE(std::filesystem::is_symlink(At("link")));
+        replace(At("a"), "");
+        EXPECT_EQ("", Content("a"));
+        EXPECT_THROW(replace(At("missing/a"), "new"), std::system_error);
+        EXPECT_THAT(Names(), ElementsAre("a", "link"));
+        std::filesystem::remove(At("link"));
+    }
 }
 
 TEST_F(AtomicFile, NamesTheFileThatItCannotWrite)
 {
-    try {
-        openhost::WriteFileAtomically(Path("missing/a"), "content");
-        FAIL() << "written";
-    } catch (const std::system_error& error) {
-        EXPECT_NE(std::string(error.what()).find("missing/a"), std::string::npos);
-        EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
-    }
+    const std::system_error error = ErrorOf("missing/a");
+    EXPECT_THAT(error.what(), ::testing::HasSubstr("missing/a"));
+    EXPECT_EQ(std::errc::no_such_file_or_directory, error.code());
 }
 
 TEST_F(AtomicFile, LeavesNothingBehindWhereAFolderStands)
 {
-    std::filesystem::create_directory(Path("a"));
-    EXPECT_THROW(openhost::WriteFileAtomically(Path("a"), "content"), std::system_error);
-    EXPECT_TRUE(std::filesystem::is_directory(Path("a")));
-    EXPECT_EQ(CountEntries(), 1U);
+    std::filesystem::create_directory(At("a"));
+    ErrorOf("a");
+    EXPECT_TRUE(std::filesystem::is_directory(At("a")));
+    EXPECT_THAT(Names(), ElementsAre("a"));
 }
 
 TEST_F(AtomicFile, KeepsAFileThatMayOnlyBeRead)
 {
-    std::ofstream(Path("a")) << "old";
-    std::filesystem::permissions(Path("a"), std::filesystem::perms(0444));
-    try {
-        openhost::WriteFileAtomically(Path("a"), "new");
-        FAIL() << "written";
-    } catch (const std::system_error& error) {
-        EXPECT_EQ(error.code(), std::errc::permission_denied);
-    }
-    EXPECT_EQ(Content("a"), "old");
-    EXPECT_EQ(CountEntries(), 1U);
+    Put("a", "old");
+    std::filesystem::permissions(At("a"), std::filesystem::perms(0444));
+    EXPECT_EQ(std::errc::permission_denied, ErrorOf("a").code());
+    EXPECT_EQ("old", Content("a"));
+    EXPECT_THAT(Names(), ElementsAre("a"));
 }
 
 TEST_F(AtomicFile, KeepsTheOldFileWhenTheDeviceIsFull)
 {
-    std::ofstream(Path("a")) << "old";
+    Put("a", "old");
     {
-        const openhost::testing::FileSizeLimit limit(1000);
-        EXPECT_THROW(openhost::WriteFileAtomically(Path("a"), std::string(1500, 'x')), std::system_error);
+        const FileSizeLimit limit(1000);
+        EXPECT_THROW(WriteFileAtomically(At("a"), std::string(1500, 'x')), std::system_error);
     }
-    EXPECT_EQ(Content("a"), "old");
-    EXPECT_EQ(CountEntries(), 1U);
+    EXPECT_EQ("old", Content("a"));
+    EXPECT_THAT(Names(), ElementsAre("a"));
 }
 
 } // namespace
+} // namespace openhost::testing

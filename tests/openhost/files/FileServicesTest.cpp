@@ -1,67 +1,98 @@
-#include "FileSizeLimit.h"
+// Files that the module opens, reads and writes; their status; folders.
 
-#include "openhost/files/TemporaryFolder.h"
+#include "FileSizeLimit.h"
+#include "FolderFixture.h"
 
 #include "host/files.h"
 
-#include <gtest/gtest.h>
-
-#include <fstream>
-
 #include <sys/stat.h>
 
+namespace openhost::testing {
 namespace {
 
-class Files : public testing::Test {
+/// What a read or a write gives: its result, and the bytes read or the number of those written.
+struct Transfer {
+    HRESULT result;
+    std::string bytes;
+    std::uint32_t count;
+    bool operator==(const Transfer&) const = default;
+    friend void PrintTo(const Transfer& transfer, std::ostream* stream)
+    {
+        *stream << std::hex << transfer.result << " '" << transfer.bytes << "' " << std::dec << transfer.count;
+    }
+};
+
+Transfer Read(ZALFileHandle handle, std::uint32_t size)
+{
+    std::string bytes(size, '#');
+    std::uint32_t count = 42;
+    const HRESULT result = ZALFRead(handle, bytes.data(), size, count);
+    return {result, bytes.substr(0, count), count};
+}
+
+Transfer Write(ZALFileHandle handle, std::string_view bytes)
+{
+    std::uint32_t count = 42;
+    const HRESULT result = ZALFWrite(handle, bytes.data(), static_cast<std::uint32_t>(bytes.size()), count);
+    return {result, "", count};
+}
+
+Transfer Was(const std::string& bytes)
+{
+    return {S_OK, bytes, static_cast<std::uint32_t>(bytes.size())};
+}
+Transfer Took(std::uint32_t count)
+{
+    return {S_OK, "", count};
+}
+const Transfer Failed{E_FAIL, "", 0};
+
+class Files : public FolderFixture {
 protected:
-    ZALUnicodeString Path(const std::string& name) const { return (folder_.Path() / name).string().c_str(); }
-
-    void Put(const std::string& name, std::string_view content) const
+    ZALFileHandle Open(const std::string& name, const char* mode) const
     {
-        std::ofstream(folder_.Path() / name, std::ios::binary) << content;
+        ZALFileHandle handle = 0;
+        EXPECT_EQ(S_OK, ZALFOpen(Path(name), mode, handle)) << name;
+        EXPECT_NE(0U, handle);
+        return handle;
     }
-
-    std::string Content(const std::string& name) const
+    static void Close(ZALFileHandle handle) { EXPECT_EQ(S_OK, ZALFClose(handle)); }
+    static void ExpectSize(std::uint32_t expected, ZALFileHandle handle)
     {
-        std::ifstream stream(folder_.Path() / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
+        std::uint32_t size = 42;
+        EXPECT_EQ(S_OK, ZALFSize(handle, size));
+        EXPECT_EQ(expected, size);
     }
-
-    bool Exists(const std::string& name) const { return std::filesystem::exists(folder_.Path() / name); }
-
-    void ExpectRefused(const ZALUnicodeString& path, const char* mode) const
+    static void ExpectRefused(const ZALUnicodeString& path, const char* mode)
     {
         ZALFileHandle handle = 42;
-        EXPECT_EQ(ZALFOpen(path, mode, handle), E_FAIL);
-        EXPECT_EQ(handle, 0U);
+        EXPECT_EQ(E_FAIL, ZALFOpen(path, mode, handle)) << path.ConvertToChar().CastToCharPtr() << " " << mode;
+        EXPECT_EQ(0U, handle);
     }
-
-    const openhost::TemporaryFolder folder_;
+    /// The status of what must be there.
+    static ZALFileStatus StatusOf(const ZALUnicodeString& path)
+    {
+        ZALFileStatus status;
+        EXPECT_EQ(S_OK, ZALFileStat(path, status, 0)) << path.ConvertToChar().CastToCharPtr();
+        return status;
+    }
 };
 
 // ---------------------------------------------------------------------------------------------
 // Opening
 
-TEST_F(Files, OpensNoMissingFileForReading)
+TEST_F(Files, OpensNothingThatIsMissingAFolderOrAPipe)
 {
+    ASSERT_EQ(0, mkfifo(At("pipe").c_str(), 0600));
+    for (const char* mode : {"rb", "wb"}) {
+        ExpectRefused("", mode);
+        ExpectRefused(folder_.Path().c_str(), mode);
+        ExpectRefused(Path("pipe"), mode); // without waiting for its other end
+    }
     ExpectRefused(Path("missing"), "rb");
+    ExpectRefused(Path("missing"), "r");
     ExpectRefused(Path("missing/below"), "wb");
-    ExpectRefused("", "rb");
-    ExpectRefused("", "wb");
-}
-
-TEST_F(Files, OpensNoFolderInEitherMode)
-{
-    ExpectRefused(folder_.Path().c_str(), "rb");
-    ExpectRefused(folder_.Path().c_str(), "wb");
     ExpectRefused(Path("missing/"), "wb");
-}
-
-TEST_F(Files, OpensNoPipeAndDoesNotWaitForOne)
-{
-    ASSERT_EQ(mkfifo((folder_.Path() / "pipe").c_str(), 0600), 0);
-    ExpectRefused(Path("pipe"), "rb");
-    ExpectRefused(Path("pipe"), "wb");
 }
 
 TEST_F(Files, RefusesOtherModesAndTouchesNothing)
@@ -71,43 +102,33 @@ TEST_F(Files, RefusesOtherModesAndTouchesNothing)
         ExpectRefused(Path("a"), mode);
         ExpectRefused(Path("new"), mode);
     }
-    ExpectRefused(Path("a"), nullptr);
-    EXPECT_EQ(Content("a"), "content");
+    ZALFileHandle handle = 42;
+    EXPECT_EQ(E_FAIL, ZALFOpen(Path("a"), nullptr, handle));
+    EXPECT_EQ(0U, handle);
+    EXPECT_EQ("content", Content("a"));
     EXPECT_FALSE(Exists("new"));
 }
 
-TEST_F(Files, RefusesToWriteThroughAParentComponent)
+TEST_F(Files, ReadsButDoesNotWriteThroughAParentComponent)
 {
-    std::filesystem::create_directory(folder_.Path() / "sub");
+    std::filesystem::create_directory(At("sub"));
     Put("victim", "content");
     ExpectRefused(Path("sub/../victim"), "wb");
     ExpectRefused(Path("sub\\..\\victim"), "wb");
-    EXPECT_EQ(Content("victim"), "content");
-}
-
-TEST_F(Files, ReadsThroughAParentComponent)
-{
-    std::filesystem::create_directory(folder_.Path() / "sub");
-    Put("a", "content");
-    ZALFileHandle handle = 0;
-    EXPECT_EQ(ZALFOpen(Path("sub\\..\\a"), "rb", handle), S_OK);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
+    EXPECT_EQ("content", Content("victim"));
+    Close(Open("sub\\..\\victim", "rb"));
 }
 
 TEST_F(Files, RefusesAPathWithAZeroCharacter)
 {
-    ZALUnicodeString path = Path("a");
-    path += ZALUnicodeString(u"\0.txt", 5);
-    ExpectRefused(path, "wb");
+    ExpectRefused(Path("a") + ZALUnicodeString(u"\0.txt", 5), "wb");
     EXPECT_FALSE(Exists("a"));
 }
 
 TEST_F(Files, SeparatesByBackslashesToo)
 {
-    std::filesystem::create_directory(folder_.Path() / "sub");
-    ZALFileHandle handle = 0;
-    ASSERT_EQ(ZALFOpen(Path("sub\\a\xC3\xA4"), "wb", handle), S_OK);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
+    std::filesystem::create_directory(At("sub"));
+    Close(Open("sub\\a\xC3\xA4", "wb"));
     EXPECT_TRUE(Exists("sub/a\xC3\xA4"));
 }
 
@@ -116,116 +137,72 @@ TEST_F(Files, SeparatesByBackslashesToo)
 
 TEST_F(Files, ReadsBackWhatWasWritten)
 {
+    Put("a", "a rather long content of before");
     const std::string content("any\0 \r\n\x1A bytes", 15);
-    ZALFileHandle handle = 0;
-    std::uint32_t count = 0;
-    ASSERT_EQ(ZALFOpen(Path("a"), "wb", handle), S_OK);
-    EXPECT_NE(handle, 0U);
-    EXPECT_EQ(ZALFWrite(handle, content.data(), 10, count), S_OK);
-    EXPECT_EQ(count, 10U);
-    EXPECT_EQ(ZALFWrite(handle, content.data() + 10, 5, count), S_OK);
-    EXPECT_EQ(count, 5U);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
+    ZALFileHandle handle = Open("a", "wb");
+    EXPECT_EQ(Took(10), Write(handle, content.substr(0, 10)));
+    EXPECT_EQ(content.substr(0, 10), Content("a")) << "before the file is closed";
+    ExpectSize(10, handle);
+    EXPECT_EQ(Took(5), Write(handle, content.substr(10)));
+    Close(handle);
 
-    char buffer[64];
-    std::uint32_t size = 0;
-    ASSERT_EQ(ZALFOpen(Path("a"), "rb", handle), S_OK);
-    EXPECT_EQ(ZALFSize(handle, size), S_OK);
-    EXPECT_EQ(size, 15U);
-    EXPECT_EQ(ZALFRead(handle, buffer, 7, count), S_OK);
-    EXPECT_EQ(count, 7U);
-    EXPECT_EQ(ZALFRead(handle, buffer + 7, 57, count), S_OK);
-    EXPECT_EQ(count, 8U);
-    EXPECT_EQ(std::string(buffer, 15), content);
-    EXPECT_EQ(ZALFRead(handle, buffer, 1, count), S_OK);
-    EXPECT_EQ(count, 0U);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
-}
-
-TEST_F(Files, ReplacesALongerFile)
-{
-    Put("a", "a rather long content");
-    ZALFileHandle handle = 0;
-    std::uint32_t count = 0;
-    ASSERT_EQ(ZALFOpen(Path("a"), "wb", handle), S_OK);
-    EXPECT_EQ(ZALFWrite(handle, "b", 1, count), S_OK);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
-    EXPECT_EQ(Content("a"), "b");
-}
-
-TEST_F(Files, HasWrittenEachPieceBeforeTheFileIsClosed)
-{
-    ZALFileHandle handle = 0;
-    std::uint32_t count = 0;
-    ASSERT_EQ(ZALFOpen(Path("a"), "wb", handle), S_OK);
-    EXPECT_EQ(ZALFWrite(handle, "abc", 3, count), S_OK);
-    EXPECT_EQ(Content("a"), "abc");
-    std::uint32_t size = 0;
-    EXPECT_EQ(ZALFSize(handle, size), S_OK);
-    EXPECT_EQ(size, 3U);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
+    for (const char* mode : {"rb", "r"}) {
+        handle = Open("a", mode);
+        ExpectSize(15, handle);
+        EXPECT_EQ(Was(content.substr(0, 7)), Read(handle, 7)) << mode;
+        EXPECT_EQ(Was(content.substr(7)), Read(handle, 57)) << mode;
+        EXPECT_EQ(Was(""), Read(handle, 1)) << mode;
+        Close(handle);
+    }
 }
 
 TEST_F(Files, ReadsAndWritesNothingWithoutABuffer)
 {
-    ZALFileHandle handle = 0;
     std::uint32_t count = 42;
-    ASSERT_EQ(ZALFOpen(Path("a"), "wb", handle), S_OK);
-    EXPECT_EQ(ZALFWrite(handle, nullptr, 0, count), S_OK);
-    EXPECT_EQ(count, 0U);
-    EXPECT_EQ(ZALFWrite(handle, nullptr, 1, count), E_FAIL);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
+    ZALFileHandle handle = Open("a", "wb");
+    EXPECT_EQ(S_OK, ZALFWrite(handle, nullptr, 0, count));
+    EXPECT_EQ(0U, count);
+    EXPECT_EQ(E_FAIL, ZALFWrite(handle, nullptr, 1, count));
+    Close(handle);
 
-    ASSERT_EQ(ZALFOpen(Path("a"), "rb", handle), S_OK);
-    EXPECT_EQ(ZALFRead(handle, nullptr, 0, count), S_OK);
-    EXPECT_EQ(ZALFRead(handle, nullptr, 1, count), E_FAIL);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
+    handle = Open("a", "rb");
+    EXPECT_EQ(S_OK, ZALFRead(handle, nullptr, 0, count));
+    EXPECT_EQ(E_FAIL, ZALFRead(handle, nullptr, 1, count));
+    Close(handle);
 }
 
 TEST_F(Files, FailsAgainstTheModeOfTheFile)
 {
     Put("a", "content");
-    ZALFileHandle handle = 0;
-    std::uint32_t count = 42;
-    ASSERT_EQ(ZALFOpen(Path("a"), "rb", handle), S_OK);
-    EXPECT_EQ(ZALFWrite(handle, "b", 1, count), E_FAIL);
-    EXPECT_EQ(count, 0U);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
-    EXPECT_EQ(Content("a"), "content");
-
-    char byte = 0;
-    count = 42;
-    ASSERT_EQ(ZALFOpen(Path("a"), "wb", handle), S_OK);
-    EXPECT_EQ(ZALFRead(handle, &byte, 1, count), E_FAIL);
-    EXPECT_EQ(count, 0U);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
+    for (const char* mode : {"rb", "r"}) {
+        const ZALFileHandle handle = Open("a", mode);
+        EXPECT_EQ(Failed, Write(handle, "b")) << mode;
+        Close(handle);
+    }
+    EXPECT_EQ("content", Content("a"));
+    const ZALFileHandle handle = Open("a", "wb");
+    EXPECT_EQ(Failed, Read(handle, 1));
+    Close(handle);
 }
 
 TEST_F(Files, TellsWhenTheDeviceIsFull)
 {
-    ZALFileHandle handle = 0;
-    std::uint32_t count = 0;
-    const std::string content(1500, 'x');
-    ASSERT_EQ(ZALFOpen(Path("a"), "wb", handle), S_OK);
-    const openhost::testing::FileSizeLimit limit(1000);
-    EXPECT_EQ(ZALFWrite(handle, content.data(), 1500, count), E_FAIL);
-    EXPECT_EQ(count, 1000U);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
+    const ZALFileHandle handle = Open("a", "wb");
+    const FileSizeLimit limit(1000);
+    EXPECT_EQ((Transfer{E_FAIL, "", 1000}), Write(handle, std::string(1500, 'x')));
+    Close(handle);
 }
 
 TEST_F(Files, HasNoSizeOfFourGibibytesOrMore)
 {
     Put("a", "");
-    std::filesystem::resize_file(folder_.Path() / "a", 0xFFFFFFFFU);
-    ZALFileHandle handle = 0;
+    std::filesystem::resize_file(At("a"), 0xFFFFFFFFU);
+    const ZALFileHandle handle = Open("a", "rb");
+    ExpectSize(0xFFFFFFFFU, handle);
+    std::filesystem::resize_file(At("a"), 0x100000000U);
     std::uint32_t size = 42;
-    ASSERT_EQ(ZALFOpen(Path("a"), "rb", handle), S_OK);
-    EXPECT_EQ(ZALFSize(handle, size), S_OK);
-    EXPECT_EQ(size, 0xFFFFFFFFU);
-
-    std::filesystem::resize_file(folder_.Path() / "a", 0x100000000U);
-    EXPECT_EQ(ZALFSize(handle, size), E_FAIL);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
+    EXPECT_EQ(E_FAIL, ZALFSize(handle, size));
+    Close(handle);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -233,15 +210,11 @@ TEST_F(Files, HasNoSizeOfFourGibibytesOrMore)
 
 void ExpectNotOpen(ZALFileHandle handle)
 {
-    char byte = 0;
-    std::uint32_t count = 42;
-    EXPECT_EQ(ZALFRead(handle, &byte, 1, count), E_FAIL);
-    EXPECT_EQ(count, 0U);
-    count = 42;
-    EXPECT_EQ(ZALFWrite(handle, &byte, 1, count), E_FAIL);
-    EXPECT_EQ(count, 0U);
-    EXPECT_EQ(ZALFSize(handle, count), E_FAIL);
-    EXPECT_EQ(ZALFClose(handle), E_FAIL);
+    std::uint32_t size = 42;
+    EXPECT_EQ(Failed, Read(handle, 1)) << handle;
+    EXPECT_EQ(Failed, Write(handle, "b")) << handle;
+    EXPECT_EQ(E_FAIL, ZALFSize(handle, size)) << handle;
+    EXPECT_EQ(E_FAIL, ZALFClose(handle)) << handle;
 }
 
 TEST_F(Files, FailsForAHandleThatNeverWas)
@@ -253,39 +226,27 @@ TEST_F(Files, FailsForAHandleThatNeverWas)
 
 TEST_F(Files, FailsForAClosedHandleWhileAnotherFileIsOpen)
 {
-    ZALFileHandle closed = 0;
-    ASSERT_EQ(ZALFOpen(Path("a"), "wb", closed), S_OK);
-    ASSERT_EQ(ZALFClose(closed), S_OK);
-
-    ZALFileHandle handle = 0;
-    ASSERT_EQ(ZALFOpen(Path("b"), "wb", handle), S_OK);
-    EXPECT_NE(handle, closed);
+    const ZALFileHandle closed = Open("a", "wb");
+    Close(closed);
+    const ZALFileHandle handle = Open("b", "wb");
+    EXPECT_NE(closed, handle);
     ExpectNotOpen(closed);
-
-    std::uint32_t count = 0;
-    EXPECT_EQ(ZALFWrite(handle, "b", 1, count), S_OK);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
-    EXPECT_EQ(Content("b"), "b");
+    EXPECT_EQ(Took(1), Write(handle, "b"));
+    Close(handle);
+    EXPECT_EQ("b", Content("b"));
 }
 
 TEST_F(Files, KeepsSeveralFilesOpen)
 {
     Put("a", "a");
     Put("b", "b");
-    ZALFileHandle first = 0;
-    ZALFileHandle second = 0;
-    ASSERT_EQ(ZALFOpen(Path("a"), "rb", first), S_OK);
-    ASSERT_EQ(ZALFOpen(Path("b"), "rb", second), S_OK);
+    const ZALFileHandle first = Open("a", "rb");
+    const ZALFileHandle second = Open("b", "rb");
     EXPECT_NE(first, second);
-
-    char byte = 0;
-    std::uint32_t count = 0;
-    EXPECT_EQ(ZALFRead(second, &byte, 1, count), S_OK);
-    EXPECT_EQ(byte, 'b');
-    EXPECT_EQ(ZALFClose(second), S_OK);
-    EXPECT_EQ(ZALFRead(first, &byte, 1, count), S_OK);
-    EXPECT_EQ(byte, 'a');
-    EXPECT_EQ(ZALFClose(first), S_OK);
+    EXPECT_EQ(Was("b"), Read(second, 1));
+    Close(second);
+    EXPECT_EQ(Was("a"), Read(first, 1));
+    Close(first);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -294,103 +255,36 @@ TEST_F(Files, KeepsSeveralFilesOpen)
 TEST_F(Files, TellsTheStatusOfAFile)
 {
     Put("a", "12345");
-    const std::filesystem::path file = folder_.Path() / "a";
-    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+    std::filesystem::permissions(At("a"), std::filesystem::perms::owner_read);
     struct stat expected {};
-    ASSERT_EQ(stat(file.c_str(), &expected), 0);
+    ASSERT_EQ(0, stat(At("a").c_str(), &expected));
 
-    ZALFileStatus status;
-    EXPECT_EQ(ZALFileStat(Path("a"), status, 0), S_OK);
-    EXPECT_EQ(status.Mode & ZALFileTypeMask, ZALFileTypeRegular);
-    EXPECT_EQ(status.Mode & 0777, 0400U);
-    EXPECT_EQ(status.Size, 5U);
-    EXPECT_EQ(status.Modified, expected.st_mtime);
+    const ZALFileStatus status = StatusOf(Path("a"));
+    EXPECT_EQ(ZALFileTypeRegular, status.Mode & ZALFileTypeMask);
+    EXPECT_EQ(0400U, status.Mode & 0777);
+    EXPECT_EQ(5U, status.Size);
+    EXPECT_EQ(expected.st_mtime, status.Modified);
+
+    Put("large", "");
+    std::filesystem::resize_file(At("large"), 0x100000001U);
+    EXPECT_EQ(0x100000001U, StatusOf(Path("large")).Size);
 }
 
-TEST_F(Files, TellsTheSizeOfALargeFile)
+TEST_F(Files, TellsThatAFolderIsOneAlsoThroughALink)
 {
-    Put("a", "");
-    std::filesystem::resize_file(folder_.Path() / "a", 0x100000001U);
-    ZALFileStatus status;
-    EXPECT_EQ(ZALFileStat(Path("a"), status, 0), S_OK);
-    EXPECT_EQ(status.Size, 0x100000001U);
-}
-
-TEST_F(Files, TellsThatAFolderIsOne)
-{
-    ZALFileStatus status;
-    EXPECT_EQ(ZALFileStat(folder_.Path().c_str(), status, 0), S_OK);
-    EXPECT_EQ(status.Mode & ZALFileTypeMask, ZALFileTypeDirectory);
-    EXPECT_EQ(ZALFileStat(Path("\\."), status, 0), S_OK);
-    EXPECT_EQ(status.Mode & ZALFileTypeMask, ZALFileTypeDirectory);
-}
-
-TEST_F(Files, FollowsLinks)
-{
-    std::filesystem::create_directory_symlink(folder_.Path(), folder_.Path() / "link");
-    std::filesystem::create_symlink("missing", folder_.Path() / "broken");
-    ZALFileStatus status;
-    EXPECT_EQ(ZALFileStat(Path("link"), status, 0), S_OK);
-    EXPECT_EQ(status.Mode & ZALFileTypeMask, ZALFileTypeDirectory);
-    EXPECT_EQ(ZALFileStat(Path("broken"), status, 0), E_FAIL);
+    std::filesystem::create_directory_symlink(folder_.Path(), At("link"));
+    for (const ZALUnicodeString& path : {ZALUnicodeString(folder_.Path().c_str()), Path("\\."), Path("link")})
+        EXPECT_EQ(ZALFileTypeDirectory, StatusOf(path).Mode & ZALFileTypeMask);
 }
 
 TEST_F(Files, HasNoStatusWhereNothingIs)
 {
     Put("a", "");
+    std::filesystem::create_symlink("missing", At("broken"));
     ZALFileStatus status;
-    EXPECT_EQ(ZALFileStat(Path("missing"), status, 0), E_FAIL);
-    EXPECT_EQ(ZALFileStat(Path("a/below"), status, 0), E_FAIL);
-    EXPECT_EQ(ZALFileStat(Path(std::string(5000, 'x')), status, 0), E_FAIL);
-    EXPECT_EQ(ZALFileStat("", status, 0), E_FAIL);
-    ZALUnicodeString path = Path("a");
-    path += ZALUnicodeString(u"\0", 1);
-    EXPECT_EQ(ZALFileStat(path, status, 0), E_FAIL);
-}
-
-// ---------------------------------------------------------------------------------------------
-// Reading as text, deleting
-
-TEST_F(Files, OpensForReadingByTheShortModeToo)
-{
-    Put("file", "a\r\nb");
-    ZALFileHandle handle = 0;
-    ASSERT_EQ(ZALFOpen(Path("file"), "r", handle), S_OK);
-    char bytes[8];
-    std::uint32_t count = 0;
-    EXPECT_EQ(ZALFRead(handle, bytes, sizeof bytes, count), S_OK);
-    EXPECT_EQ(std::string(bytes, count), "a\r\nb");
-    EXPECT_EQ(ZALFWrite(handle, bytes, 1, count), E_FAIL);
-    EXPECT_EQ(ZALFClose(handle), S_OK);
-    ExpectRefused(Path("missing"), "r");
-}
-
-TEST_F(Files, DeletesAFile)
-{
-    Put("file", "x");
-    EXPECT_EQ(ZALDeleteFile(Path("file")), S_OK);
-    EXPECT_FALSE(Exists("file"));
-    EXPECT_EQ(ZALDeleteFile(Path("file")), E_FAIL);
-}
-
-TEST_F(Files, DeletesALinkAndNotItsTarget)
-{
-    Put("file", "x");
-    std::filesystem::create_symlink(folder_.Path() / "file", folder_.Path() / "link");
-    EXPECT_EQ(ZALDeleteFile(Path("link")), S_OK);
-    EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(folder_.Path() / "link")));
-    EXPECT_TRUE(Exists("file"));
-}
-
-TEST_F(Files, DeletesNoFolderAndNothingByAWayUp)
-{
-    std::filesystem::create_directory(folder_.Path() / "folder");
-    Put("file", "x");
-    EXPECT_EQ(ZALDeleteFile(Path("folder")), E_FAIL);
-    EXPECT_EQ(ZALDeleteFile(Path("folder/../file")), E_FAIL);
-    EXPECT_EQ(ZALDeleteFile(""), E_FAIL);
-    EXPECT_TRUE(Exists("folder"));
-    EXPECT_TRUE(Exists("file"));
+    for (const ZALUnicodeString& path : {Path("missing"), Path("a/below"), Path(std::string(5000, 'x')), Path("broken"),
+                                         ZALUnicodeString(), Path("a") + ZALUnicodeString(u"\0", 1)})
+        EXPECT_EQ(E_FAIL, ZALFileStat(path, status, 0)) << path.ConvertToChar().CastToCharPtr();
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -398,21 +292,21 @@ TEST_F(Files, DeletesNoFolderAndNothingByAWayUp)
 
 TEST_F(Files, MakesAFolderInOneThatExists)
 {
-    EXPECT_EQ(ZALCreateDirectory(Path("new")), S_OK);
-    EXPECT_TRUE(std::filesystem::is_directory(folder_.Path() / "new"));
-    EXPECT_EQ(ZALCreateDirectory(Path("new\\below")), S_OK);
-    EXPECT_TRUE(std::filesystem::is_directory(folder_.Path() / "new" / "below"));
+    for (const char* name : {"new", "new\\below"})
+        EXPECT_EQ(S_OK, ZALCreateDirectory(Path(name)));
+    EXPECT_TRUE(std::filesystem::is_directory(At("new/below")));
 }
 
 TEST_F(Files, MakesNoFolderWhereItCannotStand)
 {
     Put("file", "content");
     for (const char* name : {"file", "missing/new", "file/new", "x/../new"})
-        EXPECT_EQ(ZALCreateDirectory(Path(name)), E_FAIL) << name;
-    EXPECT_EQ(ZALCreateDirectory(ZALUnicodeString(folder_.Path().c_str())), E_FAIL) << "it is there";
-    EXPECT_EQ(ZALCreateDirectory({}), E_FAIL);
-    EXPECT_EQ(Content("file"), "content");
+        EXPECT_EQ(E_FAIL, ZALCreateDirectory(Path(name))) << name;
+    EXPECT_EQ(E_FAIL, ZALCreateDirectory(folder_.Path().c_str())) << "it is there";
+    EXPECT_EQ(E_FAIL, ZALCreateDirectory({}));
+    EXPECT_EQ("content", Content("file"));
     EXPECT_FALSE(Exists("new"));
 }
 
 } // namespace
+} // namespace openhost::testing

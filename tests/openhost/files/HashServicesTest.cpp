@@ -27,69 +27,57 @@ std::string Md5Of(std::initializer_list<std::string_view> pieces)
     return {text, static_cast<std::size_t>(digits)};
 }
 
-TEST(Hash, GivesTheSumsOfTheStandard)
+TEST(Hash, GivesTheSumsOfTheStandardForBytesInAnyPieces)
 {
-    EXPECT_EQ(Md5Of({}), "D41D8CD98F00B204E9800998ECF8427E");
-    EXPECT_EQ(Md5Of({"abc"}), "900150983CD24FB0D6963F7D28E17F72");
-}
-
-TEST(Hash, TakesItsBytesInPieces)
-{
-    EXPECT_EQ(Md5Of({"", "a", "", "b", "c"}), Md5Of({"abc"}));
+    EXPECT_EQ("D41D8CD98F00B204E9800998ECF8427E", Md5Of({}));
+    EXPECT_EQ("900150983CD24FB0D6963F7D28E17F72", Md5Of({"abc"}));
+    EXPECT_EQ("900150983CD24FB0D6963F7D28E17F72", Md5Of({"", "a", "", "b", "c"}));
 }
 
 TEST(Hash, KnowsNoOtherAlgorithm)
 {
     KRYSysHashContext context;
     for (const int algorithm : {-1, 1, 2, 256}) {
-        EXPECT_EQ(KRYSysHash_Init(algorithm, context), E_FAIL) << algorithm;
-        EXPECT_EQ(KRYSysHash_Update(context, "a", 1), E_FAIL);
+        EXPECT_EQ(E_FAIL, KRYSysHash_Init(algorithm, context)) << algorithm;
+        EXPECT_EQ(E_FAIL, KRYSysHash_Update(context, "a", 1));
     }
 }
 
-TEST(Hash, FailsOutsideAHash)
+TEST(Hash, FailsOutsideAHashAndBeginsAnew)
 {
     KRYSysHashContext context;
     unsigned char digest[KRYSysHashMaximumLength];
     std::uint32_t length = 7;
-    EXPECT_EQ(KRYSysHash_Update(context, "a", 1), E_FAIL);
-    EXPECT_EQ(KRYSysHash_Final(context, digest, length), E_FAIL);
-
-    ASSERT_EQ(KRYSysHash_Init(KRYSysHashMD5, context), S_OK);
-    ASSERT_EQ(KRYSysHash_Final(context, digest, length), S_OK);
-    EXPECT_EQ(length, 16u);
-    EXPECT_EQ(KRYSysHash_Update(context, "a", 1), E_FAIL) << "the hash is at its end";
-    EXPECT_EQ(KRYSysHash_Final(context, digest, length), E_FAIL);
-}
-
-TEST(Hash, BeginsAnew)
-{
-    KRYSysHashContext context;
-    unsigned char digest[KRYSysHashMaximumLength];
-    std::uint32_t length = 0;
-    ASSERT_EQ(KRYSysHash_Init(KRYSysHashMD5, context), S_OK);
-    ASSERT_EQ(KRYSysHash_Update(context, "left", 4), S_OK);
-    ASSERT_EQ(KRYSysHash_Init(KRYSysHashMD5, context), S_OK);
-    ASSERT_EQ(KRYSysHash_Final(context, digest, length), S_OK);
-    EXPECT_EQ(digest[0], 0xD4);
+    const auto expectOutside = [&] {
+        EXPECT_EQ(E_FAIL, KRYSysHash_Update(context, "a", 1));
+        EXPECT_EQ(E_FAIL, KRYSysHash_Final(context, digest, length));
+    };
+    expectOutside();
+    ASSERT_EQ(S_OK, KRYSysHash_Init(KRYSysHashMD5, context));
+    ASSERT_EQ(S_OK, KRYSysHash_Update(context, "left", 4));
+    ASSERT_EQ(S_OK, KRYSysHash_Init(KRYSysHashMD5, context));
+    ASSERT_EQ(S_OK, KRYSysHash_Final(context, digest, length));
+    EXPECT_EQ(0xD4, digest[0]);
+    EXPECT_EQ(16U, length);
+    expectOutside();
 }
 
 TEST(Hash, TakesNoBytesFromNowhere)
 {
     KRYSysHashContext context;
     std::uint32_t length = 0;
-    ASSERT_EQ(KRYSysHash_Init(KRYSysHashMD5, context), S_OK);
-    EXPECT_EQ(KRYSysHash_Update(context, nullptr, 1), E_FAIL);
-    EXPECT_EQ(KRYSysHash_Update(context, nullptr, 0), S_OK);
-    EXPECT_EQ(KRYSysHash_Final(context, nullptr, length), E_FAIL);
+    ASSERT_EQ(S_OK, KRYSysHash_Init(KRYSysHashMD5, context));
+    EXPECT_EQ(E_FAIL, KRYSysHash_Update(context, nullptr, 1));
+    EXPECT_EQ(S_OK, KRYSysHash_Update(context, nullptr, 0));
+    EXPECT_EQ(E_FAIL, KRYSysHash_Final(context, nullptr, length));
 }
 
 TEST(HexadecimalDigits, AreCapitalsWithoutAZeroAtTheEnd)
 {
     const unsigned char bytes[] = {0x00, 0x9A, 0xFF};
     char text[8] = "xxxxxxx";
-    EXPECT_EQ(ZALOmx::BytesToHex(bytes, 3, text, 6, 0), 6);
-    EXPECT_STREQ(text, "009AFFx");
+    EXPECT_EQ(6, ZALOmx::BytesToHex(bytes, 3, text, 6, 0));
+    EXPECT_STREQ("009AFFx", text);
 }
 
 TEST(HexadecimalDigits, AreWrittenWholeOrNotAtAll)
@@ -97,13 +85,13 @@ TEST(HexadecimalDigits, AreWrittenWholeOrNotAtAll)
     const unsigned char bytes[] = {1, 2};
     char text[5] = "xxxx";
     for (const int size : {3, 2, 0, -1})
-        EXPECT_EQ(ZALOmx::BytesToHex(bytes, 2, text, size, 0), 0) << size;
-    EXPECT_EQ(ZALOmx::BytesToHex(bytes, 0, text, 4, 0), 0);
-    EXPECT_EQ(ZALOmx::BytesToHex(bytes, -1, text, 4, 0), 0);
-    EXPECT_EQ(ZALOmx::BytesToHex(nullptr, 2, text, 4, 0), 0);
-    EXPECT_EQ(ZALOmx::BytesToHex(bytes, 2, nullptr, 4, 0), 0);
-    EXPECT_STREQ(text, "xxxx");
-    EXPECT_EQ(ZALOmx::BytesToHex(bytes, 2, text, 4, 0), 4);
+        EXPECT_EQ(0, ZALOmx::BytesToHex(bytes, 2, text, size, 0)) << size;
+    EXPECT_EQ(0, ZALOmx::BytesToHex(bytes, 0, text, 4, 0));
+    EXPECT_EQ(0, ZALOmx::BytesToHex(bytes, -1, text, 4, 0));
+    EXPECT_EQ(0, ZALOmx::BytesToHex(nullptr, 2, text, 4, 0));
+    EXPECT_EQ(0, ZALOmx::BytesToHex(bytes, 2, nullptr, 4, 0));
+    EXPECT_STREQ("xxxx", text);
+    EXPECT_EQ(4, ZALOmx::BytesToHex(bytes, 2, text, 4, 0));
 }
 
 } // namespace

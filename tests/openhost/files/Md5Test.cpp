@@ -17,14 +17,14 @@ std::string SumOf(const std::string& content)
 
 TEST(Md5, GivesTheSumsOfTheStandard)
 {
-    EXPECT_EQ(SumOf(""), "d41d8cd98f00b204e9800998ecf8427e");
-    EXPECT_EQ(SumOf("abc"), "900150983cd24fb0d6963f7d28e17f72");
-    EXPECT_EQ(SumOf("message digest"), "f96b697d7cb7938d525a2f31aaf161d0");
+    EXPECT_EQ("d41d8cd98f00b204e9800998ecf8427e", SumOf(""));
+    EXPECT_EQ("900150983cd24fb0d6963f7d28e17f72", SumOf("abc"));
+    EXPECT_EQ("f96b697d7cb7938d525a2f31aaf161d0", SumOf("message digest"));
 }
 
 TEST(Md5, ReadsFilesOfManyPieces)
 {
-    EXPECT_EQ(SumOf(std::string(1'000'000, 'a')), "7707d6ae4e027c70eea2a935c2296f21");
+    EXPECT_EQ("7707d6ae4e027c70eea2a935c2296f21", SumOf(std::string(1'000'000, 'a')));
 }
 
 TEST(Md5, FailsForWhatCannotBeRead)

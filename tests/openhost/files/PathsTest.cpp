@@ -23,58 +23,45 @@ std::pair<std::string, std::string> Split(const char* path)
     return {ToUtf8(folder), ToUtf8(name)};
 }
 
-std::string Extension(const char* path)
-{
-    return ToUtf8(GetFileExtensionName(path));
-}
-
 using Parts = std::pair<std::string, std::string>;
 
 // ---------------------------------------------------------------------------------------------
 // Joining
 
-TEST(ZALMakePath, PutsOneSeparatorBetween)
+TEST(ZALMakePath, PutsOneSeparatorBetweenAndKeepsThoseInsideTheName)
 {
-    EXPECT_EQ(Joined("/tmp", "a"), "/tmp/a");
-    EXPECT_EQ(Joined("/tmp/", "a"), "/tmp/a");
-    EXPECT_EQ(Joined("/tmp//", "a"), "/tmp/a");
-    EXPECT_EQ(Joined("c:\\tmp\\", "a"), "c:\\tmp/a");
+    EXPECT_EQ("/tmp/a", Joined("/tmp", "a"));
+    EXPECT_EQ("/tmp/a", Joined("/tmp/", "a"));
+    EXPECT_EQ("/tmp/a", Joined("/tmp//", "a"));
+    EXPECT_EQ("c:\\tmp/a", Joined("c:\\tmp\\", "a"));
+    EXPECT_EQ("/tmp/sub\\a", Joined("/tmp", "sub\\a"));
+    EXPECT_EQ("/tmp/sub/", Joined("/tmp", "sub/"));
+}
+
+TEST(ZALMakePath, JoinsToTheRootToNoFolderAndAnEmptyName)
+{
+    EXPECT_EQ("/a", Joined("/", "a"));
+    EXPECT_EQ("/a", Joined("\\", "a"));
+    EXPECT_EQ("a", Joined("", "a"));
+    EXPECT_EQ("/tmp", Joined("/tmp", ""));
+    EXPECT_EQ("/", Joined("/", ""));
+    EXPECT_EQ("/tmp", Joined("/tmp", "/"));
+    EXPECT_EQ("", Joined("", ""));
 }
 
 TEST(ZALMakePath, KeepsANameWithALeadingSeparatorBelowTheFolder)
 {
-    EXPECT_EQ(Joined("/tmp", "/etc/passwd"), "/tmp/etc/passwd");
-    EXPECT_EQ(Joined("/tmp", "\\etc"), "/tmp/etc");
-    EXPECT_EQ(Joined("/tmp/", "//\\/a"), "/tmp/a");
-    EXPECT_EQ(Joined("", "/etc"), "etc");
-}
-
-TEST(ZALMakePath, KeepsTheSeparatorsInsideTheName)
-{
-    EXPECT_EQ(Joined("/tmp", "sub\\a"), "/tmp/sub\\a");
-    EXPECT_EQ(Joined("/tmp", "sub/"), "/tmp/sub/");
-}
-
-TEST(ZALMakePath, JoinsToTheRootAndToNoFolder)
-{
-    EXPECT_EQ(Joined("/", "a"), "/a");
-    EXPECT_EQ(Joined("\\", "a"), "/a");
-    EXPECT_EQ(Joined("", "a"), "a");
-}
-
-TEST(ZALMakePath, LeavesTheFolderAloneForAnEmptyName)
-{
-    EXPECT_EQ(Joined("/tmp", ""), "/tmp");
-    EXPECT_EQ(Joined("/", ""), "/");
-    EXPECT_EQ(Joined("/tmp", "/"), "/tmp");
-    EXPECT_EQ(Joined("", ""), "");
+    EXPECT_EQ("/tmp/etc/passwd", Joined("/tmp", "/etc/passwd"));
+    EXPECT_EQ("/tmp/etc", Joined("/tmp", "\\etc"));
+    EXPECT_EQ("/tmp/a", Joined("/tmp/", "//\\/a"));
+    EXPECT_EQ("etc", Joined("", "/etc"));
 }
 
 TEST(ZALMakePath, TakesThePathItselfForTheName)
 {
     ZALUnicodeString path("a");
     ZALMakePath(path, path);
-    EXPECT_EQ(path, ZALUnicodeString("a/a"));
+    EXPECT_EQ(ZALUnicodeString("a/a"), path);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -82,27 +69,19 @@ TEST(ZALMakePath, TakesThePathItselfForTheName)
 
 TEST(ZALSplitPath, SplitsAtTheLastSeparatorOfEitherKind)
 {
-    EXPECT_EQ(Split("/a/b/c.txt"), Parts("/a/b", "c.txt"));
-    EXPECT_EQ(Split("c:\\a\\c.txt"), Parts("c:\\a", "c.txt"));
-    EXPECT_EQ(Split("/a\\b"), Parts("/a", "b"));
-    EXPECT_EQ(Split("\\a/b"), Parts("\\a", "b"));
+    EXPECT_EQ(Parts("/a/b", "c.txt"), Split("/a/b/c.txt"));
+    EXPECT_EQ(Parts("c:\\a", "c.txt"), Split("c:\\a\\c.txt"));
+    EXPECT_EQ(Parts("/a", "b"), Split("/a\\b"));
+    EXPECT_EQ(Parts("\\a", "b"), Split("\\a/b"));
 }
 
-TEST(ZALSplitPath, HasNoFolderWithoutASeparator)
+TEST(ZALSplitPath, HasNoFolderOrNoNameWhereThereIsNoneAndKeepsTheRoot)
 {
-    EXPECT_EQ(Split("a.txt"), Parts("", "a.txt"));
-    EXPECT_EQ(Split(""), Parts("", ""));
-}
-
-TEST(ZALSplitPath, HasNoNameBehindTheLastSeparator)
-{
-    EXPECT_EQ(Split("/a/b/"), Parts("/a/b", ""));
-}
-
-TEST(ZALSplitPath, KeepsTheRoot)
-{
-    EXPECT_EQ(Split("/a"), Parts("/", "a"));
-    EXPECT_EQ(Split("/"), Parts("/", ""));
+    EXPECT_EQ(Parts("", "a.txt"), Split("a.txt"));
+    EXPECT_EQ(Parts("", ""), Split(""));
+    EXPECT_EQ(Parts("/a/b", ""), Split("/a/b/"));
+    EXPECT_EQ(Parts("/", "a"), Split("/a"));
+    EXPECT_EQ(Parts("/", ""), Split("/"));
 }
 
 TEST(ZALSplitPath, MayWriteIntoItsInput)
@@ -110,14 +89,14 @@ TEST(ZALSplitPath, MayWriteIntoItsInput)
     ZALUnicodeString path("/a/b");
     ZALUnicodeString name;
     ZALSplitPath(path, path, name);
-    EXPECT_EQ(path, ZALUnicodeString("/a"));
-    EXPECT_EQ(name, ZALUnicodeString("b"));
+    EXPECT_EQ(ZALUnicodeString("/a"), path);
+    EXPECT_EQ(ZALUnicodeString("b"), name);
 
     path = "/a/b";
     ZALUnicodeString folder;
     ZALSplitPath(path, folder, path);
-    EXPECT_EQ(folder, ZALUnicodeString("/a"));
-    EXPECT_EQ(path, ZALUnicodeString("b"));
+    EXPECT_EQ(ZALUnicodeString("/a"), folder);
+    EXPECT_EQ(ZALUnicodeString("b"), path);
 }
 
 TEST(ZALSplitPath, IsUndoneByJoining)
@@ -134,62 +113,40 @@ TEST(ZALSplitPath, IsUndoneByJoining)
 // ---------------------------------------------------------------------------------------------
 // Extensions
 
-TEST(GetFileExtensionName, GivesWhatFollowsTheLastDot)
+TEST(GetFileExtensionName, GivesWhatFollowsTheLastDotOfTheName)
 {
-    EXPECT_EQ(Extension("bolt.ZALPart"), "ZALPart");
-    EXPECT_EQ(Extension("/a/b.c/bolt.tar.gz"), "gz");
-    EXPECT_EQ(Extension("c:\\a\\bolt.zip"), "zip");
-}
-
-TEST(GetFileExtensionName, TakesNoDotOfAFolder)
-{
-    EXPECT_EQ(Extension("/a.b/bolt"), "");
-    EXPECT_EQ(Extension("a.b\\bolt"), "");
-    EXPECT_EQ(Extension("/a.b/"), "");
-}
-
-TEST(GetFileExtensionName, IsEmptyBehindADotAtTheEnd)
-{
-    EXPECT_EQ(Extension("bolt."), "");
-    EXPECT_EQ(Extension("."), "");
-    EXPECT_EQ(Extension(".."), "");
-    EXPECT_EQ(Extension(""), "");
-}
-
-TEST(GetFileExtensionName, TakesTheNameOfAHiddenFileForNoExtension)
-{
-    EXPECT_EQ(Extension(".hidden"), "");
-    EXPECT_EQ(Extension("/a/.hidden"), "");
-    EXPECT_EQ(Extension("/a/.hidden.txt"), "txt");
-}
-
-TEST(GetFileExtensionName, IsWhatTheServicesOfTheDialogsGiveToo)
-{
-    for (const char* path : {"bolt.ZALPart", "/a.b\\bolt.tar.gz", "/a.b/bolt", "bolt.", "/a/.hidden", ""})
-        EXPECT_EQ(ToUtf8(ZALDlgServices::GetFileExtensionName(path)), Extension(path)) << path;
+    const std::pair<const char*, const char*> rows[] = {{"bolt.ZALPart", "ZALPart"},
+                                                        {"/a/b.c/bolt.tar.gz", "gz"},
+                                                        {"c:\\a\\bolt.zip", "zip"},
+                                                        {"/a.b/bolt", ""},
+                                                        {"a.b\\bolt", ""},
+                                                        {"/a.b/", ""},
+                                                        {"bolt.", ""},
+                                                        {".", ""},
+                                                        {"..", ""},
+                                                        {"", ""},
+                                                        {".hidden", ""},
+                                                        {"/a/.hidden", ""},
+                                                        {"/a/.hidden.txt", "txt"}};
+    for (const auto& [path, extension] : rows) {
+        EXPECT_EQ(extension, ToUtf8(GetFileExtensionName(path))) << path;
+        EXPECT_EQ(extension, ToUtf8(ZALDlgServices::GetFileExtensionName(path))) << path;
+    }
 }
 
 // ---------------------------------------------------------------------------------------------
 // Towards the system
 
-TEST(SystemPath, SeparatesBySlashesInUtf8)
+TEST(SystemPath, SeparatesBySlashesInUtf8AndIsEmptyWithAZeroCharacter)
 {
-    EXPECT_EQ(openhost::SystemPath(u"\\tmp/\u00E4\\b"), "/tmp/\xC3\xA4/b");
+    EXPECT_EQ("/tmp/\xC3\xA4/b", openhost::SystemPath(u"\\tmp/\u00E4\\b"));
+    EXPECT_EQ("", openhost::SystemPath(ZALUnicodeString(u"/tmp\0/a", 7)));
 }
 
-TEST(SystemPath, IsEmptyForAPathWithAZeroCharacter)
-{
-    EXPECT_EQ(openhost::SystemPath(ZALUnicodeString(u"/tmp\0/a", 7)), "");
-}
-
-TEST(HasParentComponent, FindsItAnywhere)
+TEST(HasParentComponent, FindsItAnywhereAndTakesNoNameWithDotsForOne)
 {
     for (const char* path : {"..", "../a", "a/..", "a/../b", "a\\..\\b", "/..", "a/..\\b", "a//../"})
         EXPECT_TRUE(openhost::HasParentComponent(path)) << path;
-}
-
-TEST(HasParentComponent, TakesNoNameWithDotsForOne)
-{
     for (const char* path : {"", ".", "a", "...", "a..", "..a", "a/..b/c", "/a/.../b", "a. ./b"})
         EXPECT_FALSE(openhost::HasParentComponent(path)) << path;
 }

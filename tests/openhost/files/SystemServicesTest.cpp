@@ -1,3 +1,5 @@
+#include "EnvironmentVariable.h"
+
 #include "openhost/files/PathVariables.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/text/Utf.h"
@@ -18,61 +20,28 @@ using openhost::ToUtf8;
 
 namespace {
 
-/// Sets or removes an environment variable until the end of a test.
-class EnvironmentVariable {
-public:
-    EnvironmentVariable(const char* name, const char* value) : name_(name)
-    {
-        const char* const before = std::getenv(name);
-        wasSet_ = before != nullptr;
-        before_ = before ? before : "";
-        Set(value);
-    }
-    EnvironmentVariable(const EnvironmentVariable&) = delete;
-    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
-    ~EnvironmentVariable() { Set(wasSet_ ? before_.c_str() : nullptr); }
-
-private:
-    void Set(const char* value)
-    {
-        if (value)
-            setenv(name_, value, 1);
-        else
-            unsetenv(name_);
-    }
-
-    const char* name_;
-    bool wasSet_;
-    std::string before_;
-};
+using openhost::testing::EnvironmentVariable;
 
 // ---------------------------------------------------------------------------------------------
 // Environment and time
 
-TEST(ZALGetEnv, ReadsAVariable)
+TEST(ZALGetEnv, ReadsAVariableAlsoAnEmptyOne)
 {
-    const EnvironmentVariable variable("OPENHOST_TEST_VARIABLE", "a\xC3\xA4");
-    ZALUnicodeString value;
-    EXPECT_EQ(ZALGetEnv("OPENHOST_TEST_VARIABLE", value), S_OK);
-    EXPECT_EQ(value, ZALUnicodeString(u"a\u00E4"));
-}
-
-TEST(ZALGetEnv, TakesAnEmptyValueForDefined)
-{
-    const EnvironmentVariable variable("OPENHOST_TEST_VARIABLE", "");
-    ZALUnicodeString value("before");
-    EXPECT_EQ(ZALGetEnv("OPENHOST_TEST_VARIABLE", value), S_OK);
-    EXPECT_EQ(value, ZALUnicodeString());
+    for (const char* text : {"a\xC3\xA4", ""}) {
+        const EnvironmentVariable variable("OPENHOST_TEST_VARIABLE", text);
+        ZALUnicodeString value("before");
+        EXPECT_EQ(S_OK, ZALGetEnv("OPENHOST_TEST_VARIABLE", value));
+        EXPECT_EQ(text, ToUtf8(value));
+    }
 }
 
 TEST(ZALGetEnv, FailsForAVariableThatIsNotDefined)
 {
     const EnvironmentVariable variable("OPENHOST_TEST_VARIABLE", nullptr);
     ZALUnicodeString value("before");
-    EXPECT_EQ(ZALGetEnv("OPENHOST_TEST_VARIABLE", value), E_FAIL);
-    EXPECT_EQ(ZALGetEnv("", value), E_FAIL);
-    EXPECT_EQ(ZALGetEnv(nullptr, value), E_FAIL);
-    EXPECT_EQ(value, ZALUnicodeString("before"));
+    for (const char* name : {"OPENHOST_TEST_VARIABLE", "", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(E_FAIL, ZALGetEnv(name, value)) << (name ? name : "null");
+    EXPECT_EQ("before", ToUtf8(value));
 }
 
 TEST(ZALSleep, BlocksForItsTime)
@@ -85,36 +54,25 @@ TEST(ZALSleep, BlocksForItsTime)
 // ---------------------------------------------------------------------------------------------
 // Path variables
 
-TEST(ZALGetOfficialVariable, IsEmptyForAnUnknownName)
-{
-    EXPECT_EQ(ZALGetOfficialVariable("Unknown"), ZALUnicodeString());
-    EXPECT_EQ(ZALGetOfficialVariable("zaltemp"), ZALUnicodeString());
-    EXPECT_EQ(ZALGetOfficialVariable(""), ZALUnicodeString());
-    EXPECT_EQ(ZALGetOfficialVariable(nullptr), ZALUnicodeString());
-}
-
-TEST(ZALGetOfficialVariable, HandsOutNoOtherVariableOfTheEnvironment)
+TEST(ZALGetOfficialVariable, IsEmptyForAnUnknownNameAndUnnamedInstallation)
 {
     const EnvironmentVariable variable("OPENHOST_TEST_VARIABLE", "/secret");
-    EXPECT_EQ(ZALGetOfficialVariable("OPENHOST_TEST_VARIABLE"), ZALUnicodeString());
+    const EnvironmentVariable installation("ZALInstallPath", nullptr);
+    for (const char* name : {"Unknown", "zaltemp", "", "OPENHOST_TEST_VARIABLE", "ZALInstallPath"})
+        EXPECT_EQ(ZALUnicodeString(), ZALGetOfficialVariable(name)) << name;
+    EXPECT_EQ(ZALUnicodeString(), ZALGetOfficialVariable(nullptr));
 }
 
 TEST(ZALGetOfficialVariable, PrefersWhatWasSetToTheEnvironment)
 {
-    const EnvironmentVariable variable("ZALInstallPath", "/from/environment");
-    EXPECT_EQ(ToUtf8(ZALGetOfficialVariable("ZALInstallPath")), "/from/environment");
-
-    openhost::SetPathVariable("ZALInstallPath", "/set/\xC3\xA4");
-    EXPECT_EQ(ZALGetOfficialVariable("ZALInstallPath"), ZALUnicodeString(u"/set/\u00E4"));
-
-    openhost::UnsetPathVariable("ZALInstallPath");
-    EXPECT_EQ(ToUtf8(ZALGetOfficialVariable("ZALInstallPath")), "/from/environment");
-}
-
-TEST(ZALGetOfficialVariable, HasNoInstallationUnlessOneIsNamed)
-{
-    const EnvironmentVariable variable("ZALInstallPath", nullptr);
-    EXPECT_EQ(ZALGetOfficialVariable("ZALInstallPath"), ZALUnicodeString());
+    for (const char* name : {"ZALInstallPath", "ZALTemp"}) {
+        const EnvironmentVariable variable(name, "/from/environment");
+        EXPECT_EQ("/from/environment", ToUtf8(ZALGetOfficialVariable(name)));
+        openhost::SetPathVariable(name, "/set/\xC3\xA4");
+        EXPECT_EQ("/set/\xC3\xA4", ToUtf8(ZALGetOfficialVariable(name)));
+        openhost::UnsetPathVariable(name);
+        EXPECT_EQ("/from/environment", ToUtf8(ZALGetOfficialVariable(name)));
+    }
 }
 
 TEST(ZALGetOfficialVariable, NamesAPrivateFolderForTemporaryFiles)
@@ -123,24 +81,18 @@ TEST(ZALGetOfficialVariable, NamesAPrivateFolderForTemporaryFiles)
         const EnvironmentVariable variable("ZALTemp", environment);
         const ZALUnicodeString folder = ZALGetOfficialVariable("ZALTemp");
         ZALFileStatus status;
-        ASSERT_EQ(ZALFileStat(folder, status, 0), S_OK);
+        ASSERT_EQ(S_OK, ZALFileStat(folder, status, 0));
         EXPECT_EQ(status.Mode, ZALFileTypeDirectory | 0700U);
         EXPECT_EQ(ZALGetOfficialVariable("ZALTemp"), folder);
     }
 }
 
-TEST(ZALGetOfficialVariable, TakesTheFolderOfTemporaryFilesFromTheEnvironment)
-{
-    const EnvironmentVariable variable("ZALTemp", "/some/where");
-    EXPECT_EQ(ToUtf8(ZALGetOfficialVariable("ZALTemp")), "/some/where");
-}
-
 TEST(PathVariables, TakesFurtherNames)
 {
     openhost::SetPathVariable("Further", "/a");
-    EXPECT_EQ(openhost::GetPathVariable("Further"), "/a");
+    EXPECT_EQ("/a", openhost::GetPathVariable("Further"));
     openhost::UnsetPathVariable("Further");
-    EXPECT_EQ(openhost::GetPathVariable("Further"), "");
+    EXPECT_EQ("", openhost::GetPathVariable("Further"));
     openhost::UnsetPathVariable("Further");
 }
 
@@ -160,38 +112,28 @@ TEST(PathVariablesDeathTest, RemovesThePrivateFolderWhenTheProcessEnds)
     EXPECT_EXIT(endWithAFileInTheFolder(), testing::ExitedWithCode(0), "");
 
     const std::filesystem::recursive_directory_iterator entries(parent.Path());
-    EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
+    EXPECT_EQ(1, std::distance(begin(entries), end(entries)));
 }
 
 // ---------------------------------------------------------------------------------------------
 // Temporary folders
 
-TEST(TemporaryFolder, IsNewEachTimeAndGoesWithAllThatIsInIt)
+TEST(TemporaryFolder, IsNewEachTimeAndGoesWithAllButTheTargetsOfItsLinks)
 {
+    const openhost::TemporaryFolder other;
+    std::ofstream(other.Path() / "b") << "content";
     std::filesystem::path path;
     {
         const openhost::TemporaryFolder folder;
-        const openhost::TemporaryFolder other;
         path = folder.Path();
-        EXPECT_NE(path, other.Path());
+        EXPECT_NE(other.Path(), path);
         std::filesystem::create_directories(path / "sub" / "sub");
         std::ofstream(path / "sub" / "a") << "content";
         std::filesystem::create_directory_symlink(other.Path(), path / "link");
-        std::ofstream(other.Path() / "b") << "content";
         EXPECT_TRUE(std::filesystem::exists(path / "link" / "b"));
     }
     EXPECT_FALSE(std::filesystem::exists(path));
-}
-
-TEST(TemporaryFolder, LeavesTheTargetOfALinkAlone)
-{
-    const openhost::TemporaryFolder target;
-    std::ofstream(target.Path() / "kept") << "content";
-    {
-        const openhost::TemporaryFolder folder;
-        std::filesystem::create_directory_symlink(target.Path(), folder.Path() / "link");
-    }
-    EXPECT_TRUE(std::filesystem::exists(target.Path() / "kept"));
+    EXPECT_TRUE(std::filesystem::exists(other.Path() / "b"));
 }
 
 TEST(TemporaryFolder, StaysWhenAForkedProcessEnds)
@@ -239,10 +181,10 @@ TEST_F(FileOfAVariable, IsFoundWithEitherSeparator)
 {
     ZALUnicodeString path;
     for (const char* relativePath : {"sub\\a.js", "sub/a.js", "\\sub/a.js"}) {
-        EXPECT_EQ(Find(relativePath, path), S_OK) << relativePath;
+        EXPECT_EQ(S_OK, Find(relativePath, path)) << relativePath;
         ZALFileStatus status;
-        EXPECT_EQ(ZALFileStat(path, status, 0), S_OK);
-        EXPECT_EQ(status.Size, 1U);
+        EXPECT_EQ(S_OK, ZALFileStat(path, status, 0));
+        EXPECT_EQ(1U, status.Size);
     }
 }
 
@@ -250,12 +192,12 @@ TEST_F(FileOfAVariable, IsNotFoundWhereNothingStandsOrByAWayUp)
 {
     ZALUnicodeString path;
     for (const char* relativePath : {"missing", "sub/missing", "sub/../sub/a.js", ".."}) {
-        EXPECT_EQ(Find(relativePath, path), E_FAIL) << relativePath;
-        EXPECT_EQ(path, ZALUnicodeString());
+        EXPECT_EQ(E_FAIL, Find(relativePath, path)) << relativePath;
+        EXPECT_EQ(ZALUnicodeString(), path);
     }
-    EXPECT_EQ(Find("sub/a.js", path, "Unknown"), E_FAIL);
-    EXPECT_EQ(Find("sub/a.js", path, nullptr), E_FAIL);
-    EXPECT_EQ(path, ZALUnicodeString());
+    EXPECT_EQ(E_FAIL, Find("sub/a.js", path, "Unknown"));
+    EXPECT_EQ(E_FAIL, Find("sub/a.js", path, nullptr));
+    EXPECT_EQ(ZALUnicodeString(), path);
 }
 
 } // namespace

@@ -5,129 +5,104 @@
 
 #include "host/frame.h"
 
-#include <gtest/gtest.h>
+#include "tests/support/Listener.h"
 
-#include <functional>
+#include <gtest/gtest.h>
 
 namespace openhost {
 namespace {
+
+using testing::Listener;
 
 class Frame : public ::testing::Test {
 protected:
     Frame() { ResetFrame(); }
     ~Frame() override { ResetFrame(); }
-};
 
-class Subscriber : public ZALEventSubscriber {
-public:
-    explicit Subscriber(std::function<void()> call) : call_(std::move(call)) {}
-    void OnNotification(ZALBaseUnknown*, ZALNotification*, void*) { call_(); }
-
-private:
-    std::function<void()> call_;
+    static ZALApplicationFrame& TheFrame() { return *ZALApplicationFrame::GetFrame(); }
+    static std::string Workshop() { return TheFrame().GetCurrentWorkshop().CastToCharPtr(); }
+    static void ExpectNone()
+    {
+        EXPECT_EQ(nullptr, ZALApplicationFrame::GetFrame());
+        EXPECT_EQ(nullptr, ZALFrmLayout::GetCurrentLayout());
+        EXPECT_EQ(nullptr, ZALFrmEditor::GetCurrentEditor());
+    }
 };
 
 TEST_F(Frame, IsAbsentUntilItIsConfiguredAndAfterItsReset)
 {
-    EXPECT_EQ(ZALApplicationFrame::GetFrame(), nullptr);
-    EXPECT_EQ(ZALFrmLayout::GetCurrentLayout(), nullptr);
-    EXPECT_EQ(ZALFrmEditor::GetCurrentEditor(), nullptr);
-    FrameOptions options;
-    options.editor = true;
-    ConfigureFrame(options);
-    EXPECT_NE(ZALApplicationFrame::GetFrame(), nullptr);
-    EXPECT_NE(ZALFrmLayout::GetCurrentLayout(), nullptr);
-    EXPECT_NE(ZALFrmEditor::GetCurrentEditor(), nullptr);
+    ExpectNone();
+    ConfigureFrame({.editor = true});
+    EXPECT_NE(nullptr, ZALApplicationFrame::GetFrame());
+    EXPECT_NE(nullptr, ZALFrmLayout::GetCurrentLayout());
+    EXPECT_NE(nullptr, ZALFrmEditor::GetCurrentEditor());
     ResetFrame();
-    EXPECT_EQ(ZALApplicationFrame::GetFrame(), nullptr);
-    EXPECT_EQ(ZALFrmLayout::GetCurrentLayout(), nullptr);
-    EXPECT_EQ(ZALFrmEditor::GetCurrentEditor(), nullptr);
+    ExpectNone();
 }
 
 TEST_F(Frame, HasWindowsAndAWorkshopByDefaultButNoEditor)
 {
     ConfigureFrame({});
     ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame();
-    ASSERT_NE(frame, nullptr);
-    ASSERT_NE(frame->GetMainWindow(), nullptr);
-    ASSERT_NE(frame->GetApplicationDocument(), nullptr);
-    EXPECT_EQ(frame->GetApplicationDocument()->GetFather(), frame->GetMainWindow());
-    EXPECT_STREQ(frame->GetCurrentWorkshop().CastToCharPtr(), "PRDWorkshop");
-    EXPECT_EQ(ZALFrmEditor::GetCurrentEditor(), nullptr);
-    EXPECT_EQ(ZALApplicationFrame::GetFrame(), frame);
+    ASSERT_NE(nullptr, frame);
+    ASSERT_NE(nullptr, frame->GetMainWindow());
+    ASSERT_NE(nullptr, frame->GetApplicationDocument());
+    EXPECT_EQ(frame->GetMainWindow(), frame->GetApplicationDocument()->GetFather());
+    EXPECT_EQ("PRDWorkshop", Workshop());
+    EXPECT_EQ(nullptr, ZALFrmEditor::GetCurrentEditor());
+    EXPECT_EQ(frame, ZALApplicationFrame::GetFrame());
 }
 
 TEST_F(Frame, LacksEachPartThatTheOptionsLeaveOut)
 {
-    FrameOptions options;
-    options.mainWindow = false;
-    options.workshop = "";
-    ConfigureFrame(options);
-    EXPECT_EQ(ZALApplicationFrame::GetFrame()->GetMainWindow(), nullptr);
-    ASSERT_NE(ZALApplicationFrame::GetFrame()->GetApplicationDocument(), nullptr);
-    EXPECT_EQ(ZALApplicationFrame::GetFrame()->GetApplicationDocument()->GetFather(), nullptr);
-    EXPECT_EQ(ZALApplicationFrame::GetFrame()->GetCurrentWorkshop().GetLengthInChar(), 0);
+    ConfigureFrame({.workshop = "", .mainWindow = false});
+    EXPECT_EQ(nullptr, TheFrame().GetMainWindow());
+    ASSERT_NE(nullptr, TheFrame().GetApplicationDocument());
+    EXPECT_EQ(nullptr, TheFrame().GetApplicationDocument()->GetFather());
+    EXPECT_EQ("", Workshop());
 
-    options = {};
-    options.applicationDocument = false;
-    options.layout = false;
-    ConfigureFrame(options);
-    EXPECT_EQ(ZALApplicationFrame::GetFrame()->GetApplicationDocument(), nullptr);
-    EXPECT_NE(ZALApplicationFrame::GetFrame()->GetMainWindow(), nullptr);
-    EXPECT_EQ(ZALFrmLayout::GetCurrentLayout(), nullptr);
+    ConfigureFrame({.applicationDocument = false, .layout = false});
+    EXPECT_EQ(nullptr, TheFrame().GetApplicationDocument());
+    EXPECT_NE(nullptr, TheFrame().GetMainWindow());
+    EXPECT_EQ(nullptr, ZALFrmLayout::GetCurrentLayout());
 
-    options = {};
-    options.exists = false;
-    ConfigureFrame(options);
-    EXPECT_EQ(ZALApplicationFrame::GetFrame(), nullptr);
-    EXPECT_NE(ZALFrmLayout::GetCurrentLayout(), nullptr);
+    ConfigureFrame({.exists = false});
+    EXPECT_EQ(nullptr, ZALApplicationFrame::GetFrame());
+    EXPECT_NE(nullptr, ZALFrmLayout::GetCurrentLayout());
 }
 
-TEST_F(Frame, TellsTheWorkbenchChangeAfterIt)
+TEST_F(Frame, TellsTheWorkbenchChangeAfterItToSubscribersOfItsLayout)
 {
     ConfigureFrame({});
     std::string seen;
-    Subscriber subscriber(
-        [&] { seen += ZALApplicationFrame::GetFrame()->GetCurrentWorkshop().CastToCharPtr() + std::string(";"); });
-    subscriber.AddCallback(ZALFrmLayout::GetCurrentLayout(), ZALWorkbenchChanged::ClassName(),
-                           &Subscriber::OnNotification, nullptr);
+    Listener listener([&](ZALBaseUnknown*, ZALNotification*, void*) { seen += Workshop() + ";"; });
+    listener.Subscribe(ZALFrmLayout::GetCurrentLayout(), ZALWorkbenchChanged::ClassName());
     ChangeWorkshop("PrtCfg");
     ChangeWorkshop("PRDWorkshop");
-    EXPECT_EQ(seen, "PrtCfg;PRDWorkshop;");
+    EXPECT_EQ("PrtCfg;PRDWorkshop;", seen);
+    ConfigureFrame({});
+    ChangeWorkshop("PrtCfg");
+    EXPECT_EQ(2, listener.Calls()) << "the layout is another one";
 }
 
 TEST_F(Frame, ChangesTheWorkshopWithoutALayoutOrAFrame)
 {
     ChangeWorkshop("PrtCfg");
-    FrameOptions options;
-    options.layout = false;
-    ConfigureFrame(options);
+    ConfigureFrame({.layout = false});
     ChangeWorkshop("PrtCfg");
-    EXPECT_STREQ(ZALApplicationFrame::GetFrame()->GetCurrentWorkshop().CastToCharPtr(), "PrtCfg");
-}
-
-TEST_F(Frame, DropsTheSubscriptionsOfTheLayoutBefore)
-{
-    ConfigureFrame({});
-    int calls = 0;
-    Subscriber subscriber([&] { ++calls; });
-    subscriber.AddCallback(ZALFrmLayout::GetCurrentLayout(), ZALWorkbenchChanged::ClassName(),
-                           &Subscriber::OnNotification, nullptr);
-    ConfigureFrame({});
-    ChangeWorkshop("PrtCfg");
-    EXPECT_EQ(calls, 0);
+    EXPECT_EQ("PrtCfg", Workshop());
 }
 
 TEST_F(Frame, CountsTheWaitCursor)
 {
-    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_EQ(0, BusyCursorCount());
     ConfigureFrame({});
-    EXPECT_EQ(BusyCursorCount(), 0);
-    ZALApplicationFrame::GetFrame()->SetBusyCursor();
-    ZALApplicationFrame::GetFrame()->SetBusyCursor();
-    EXPECT_EQ(BusyCursorCount(), 2);
+    EXPECT_EQ(0, BusyCursorCount());
+    TheFrame().SetBusyCursor();
+    TheFrame().SetBusyCursor();
+    EXPECT_EQ(2, BusyCursorCount());
     ConfigureFrame({});
-    EXPECT_EQ(BusyCursorCount(), 0);
+    EXPECT_EQ(0, BusyCursorCount());
 }
 
 TEST_F(Frame, EndsWithAllDialogsInItsWindows)
@@ -140,10 +115,10 @@ TEST_F(Frame, EndsWithAllDialogsInItsWindows)
     ZALDialog* mainWindow = ZALApplicationFrame::GetFrame()->GetMainWindow();
     mainWindow->AddRef();
     ResetFrame();
-    EXPECT_EQ(surface.Find("Progress"), nullptr);
-    EXPECT_EQ(surface.Find("MainWindow"), nullptr);
-    EXPECT_EQ(surface.WindowEvents().back().action, ScriptedSurface::WindowEvent::Action::Ended);
-    EXPECT_EQ(mainWindow->Release(), 0U);
+    EXPECT_EQ(nullptr, surface.Find("Progress"));
+    EXPECT_EQ(nullptr, surface.Find("MainWindow"));
+    EXPECT_EQ(ScriptedSurface::WindowEvent::Action::Ended, surface.WindowEvents().back().action);
+    EXPECT_EQ(0U, mainWindow->Release());
 }
 
 TEST_F(Frame, MayEndBeforeOrBehindAllOtherDialogs)
@@ -153,26 +128,26 @@ TEST_F(Frame, MayEndBeforeOrBehindAllOtherDialogs)
     new ZALDlgDialog(nullptr, "Orphan", 0);
     EndAllDialogs();
     EXPECT_TRUE(LiveDialogs().empty());
-    ASSERT_NE(ZALApplicationFrame::GetFrame()->GetMainWindow(), nullptr);
+    ASSERT_NE(nullptr, ZALApplicationFrame::GetFrame()->GetMainWindow());
     ResetFrame();
     EndAllDialogs();
-    EXPECT_EQ(ZALApplicationFrame::GetFrame(), nullptr);
+    EXPECT_EQ(nullptr, ZALApplicationFrame::GetFrame());
 }
 
 TEST_F(Frame, NotificationHasItsClass)
 {
     ZALWorkbenchChanged notification;
-    EXPECT_STREQ(notification.IsA(), "ZALWorkbenchChanged");
-    EXPECT_EQ(notification.IsAKindOf("ZALNotification"), 1);
+    EXPECT_STREQ("ZALWorkbenchChanged", notification.IsA());
+    EXPECT_EQ(1, notification.IsAKindOf("ZALNotification"));
 }
 
 TEST_F(Frame, HasACurrentSetOfObjectsInItsEditor)
 {
     ConfigureFrame({.editor = true});
     ZALCSO* objects = ZALFrmEditor::GetCurrentEditor()->GetCSO();
-    ASSERT_NE(objects, nullptr);
+    ASSERT_NE(nullptr, objects);
     objects->InitElementList();
-    EXPECT_EQ(objects->NextElement(), nullptr);
+    EXPECT_EQ(nullptr, objects->NextElement());
 
     auto* first = new ZALEventSubscriber;
     auto* second = new ZALEventSubscriber;
@@ -181,18 +156,18 @@ TEST_F(Frame, HasACurrentSetOfObjectsInItsEditor)
     objects->AddElement(second);
     for (int times = 0; times < 2; ++times) {
         objects->InitElementList();
-        EXPECT_EQ(objects->NextElement(), first);
-        EXPECT_EQ(objects->NextElement(), second);
-        EXPECT_EQ(objects->NextElement(), nullptr);
-        EXPECT_EQ(objects->NextElement(), nullptr);
+        EXPECT_EQ(first, objects->NextElement());
+        EXPECT_EQ(second, objects->NextElement());
+        EXPECT_EQ(nullptr, objects->NextElement());
+        EXPECT_EQ(nullptr, objects->NextElement());
     }
-    EXPECT_EQ(first->Release(), 1U);
+    EXPECT_EQ(1U, first->Release());
 
     first->AddRef();
     SetEditor(true); // another document
     objects->InitElementList();
-    EXPECT_EQ(objects->NextElement(), nullptr);
-    EXPECT_EQ(first->Release(), 0U);
+    EXPECT_EQ(nullptr, objects->NextElement());
+    EXPECT_EQ(0U, first->Release());
     second->Release();
 }
 
@@ -202,13 +177,13 @@ TEST_F(Frame, LetsGoOfTheCurrentSetOfObjectsAtItsEnd)
     auto* element = new ZALEventSubscriber;
     ZALFrmEditor::GetCurrentEditor()->GetCSO()->AddElement(element);
     ResetFrame();
-    EXPECT_EQ(element->Release(), 0U);
+    EXPECT_EQ(0U, element->Release());
 }
 
 TEST_F(Frame, MayLackTheCurrentSetOfObjects)
 {
     ConfigureFrame({.editor = true, .objectSet = false});
-    EXPECT_EQ(ZALFrmEditor::GetCurrentEditor()->GetCSO(), nullptr);
+    EXPECT_EQ(nullptr, ZALFrmEditor::GetCurrentEditor()->GetCSO());
     SetEditor(true);
 }
 

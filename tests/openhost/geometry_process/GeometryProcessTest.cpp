@@ -93,8 +93,8 @@ private:
 TEST(GeometryProcess, GivesWhatTheJobGives)
 {
     GeometryProcess process(Program);
-    EXPECT_EQ(process.Run(jobs::Echo, std::string_view("a\0b", 3)), std::string("a\0b", 3));
-    EXPECT_EQ(process.Run(jobs::Echo, ""), "");
+    EXPECT_EQ(std::string("a\0b", 3), process.Run(jobs::Echo, std::string_view("a\0b", 3)));
+    EXPECT_EQ("", process.Run(jobs::Echo, ""));
     const std::string large(20'000'000, 'x');
     EXPECT_TRUE(process.Run(jobs::Echo, large) == large);
 }
@@ -105,7 +105,7 @@ TEST(GeometryProcess, ServesManyJobsInARow)
     const pid_t first = NumberOf(process);
     for (int job = 0; job < 2000; ++job)
         ASSERT_EQ(process.Run(jobs::Echo, std::to_string(job)), std::to_string(job));
-    EXPECT_EQ(NumberOf(process), first);
+    EXPECT_EQ(first, NumberOf(process));
     EXPECT_NE(first, getpid());
 }
 
@@ -113,8 +113,8 @@ TEST(GeometryProcess, ARefusalIsToldAndTheNextJobHasAFreshProcess)
 {
     GeometryProcess process(Program);
     const pid_t first = NumberOf(process);
-    EXPECT_EQ(Failure(process, jobs::Refuse, "no shape"), "no shape");
-    EXPECT_NE(NumberOf(process), first);
+    EXPECT_EQ("no shape", Failure(process, jobs::Refuse, "no shape"));
+    EXPECT_NE(first, NumberOf(process));
     EXPECT_THAT(Failure(process, jobs::RefuseOddly), HasSubstr("crashed"));
 }
 
@@ -123,18 +123,18 @@ TEST(GeometryProcess, ACrashIsAnErrorAndTheNextJobHasAFreshProcess)
     GeometryProcess process(Program);
     for (const int crash : {SIGSEGV, SIGABRT, SIGFPE, SIGKILL}) {
         EXPECT_THAT(Failure(process, jobs::Signal, std::to_string(crash)), HasSubstr("crashed")) << crash;
-        EXPECT_EQ(process.Run(jobs::Echo, "next"), "next") << crash;
+        EXPECT_EQ("next", process.Run(jobs::Echo, "next")) << crash;
         EXPECT_THAT(Failure(process, jobs::Signal, std::to_string(crash)), HasSubstr("crashed")) << "in a used process";
     }
     EXPECT_THAT(Failure(process, jobs::Leave), HasSubstr("crashed"));
-    EXPECT_EQ(process.Run(jobs::Echo, "next"), "next");
+    EXPECT_EQ("next", process.Run(jobs::Echo, "next"));
 }
 
 TEST(GeometryProcess, WhatAnEarlierJobHasLeftBehindIsNoFailureOfTheNext)
 {
     GeometryProcess process(Program);
     process.Run(jobs::Echo, "first");
-    EXPECT_EQ(process.Run(jobs::CrashWhenUsed, {}), "done");
+    EXPECT_EQ("done", process.Run(jobs::CrashWhenUsed, {}));
 }
 
 TEST(GeometryProcess, WorkWithoutEndIsEnded)
@@ -142,7 +142,7 @@ TEST(GeometryProcess, WorkWithoutEndIsEnded)
     GeometryProcess process(Program, {.time = 300ms});
     for (const GeometryJob job : {jobs::Spin, jobs::Sleep}) {
         EXPECT_THROW(process.Run(job, {}), GeometryJobTimeOut);
-        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "the process is gone";
+        EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG)) << "the process is gone";
     }
 }
 
@@ -157,10 +157,10 @@ TEST(GeometryProcess, AJobThatIsNotTakenInTimeIsEndedToo)
 TEST(GeometryProcess, MemoryAndResultsAreBounded)
 {
     GeometryProcess process(Program, {.resultSize = 1000});
-    EXPECT_NE(Failure(process, jobs::TakeMemory), "");
-    EXPECT_EQ(Failure(process, jobs::Echo, std::string(1000, 'x')), "");
+    EXPECT_NE("", Failure(process, jobs::TakeMemory));
+    EXPECT_EQ("", Failure(process, jobs::Echo, std::string(1000, 'x')));
     EXPECT_THAT(Failure(process, jobs::Echo, std::string(1001, 'x')), HasSubstr("too large"));
-    EXPECT_EQ(process.Run(jobs::Echo, "next"), "next");
+    EXPECT_EQ("next", process.Run(jobs::Echo, "next"));
 }
 
 TEST(GeometryProcess, IsRenewedWhenItIsEndedBetweenJobs)
@@ -168,8 +168,8 @@ TEST(GeometryProcess, IsRenewedWhenItIsEndedBetweenJobs)
     GeometryProcess process(Program);
     const pid_t first = NumberOf(process);
     kill(first, SIGKILL);
-    EXPECT_EQ(process.Run(jobs::Echo, std::string(1'000'000, 'x')).size(), 1'000'000U);
-    EXPECT_NE(NumberOf(process), first);
+    EXPECT_EQ(1'000'000U, process.Run(jobs::Echo, std::string(1'000'000, 'x')).size());
+    EXPECT_NE(first, NumberOf(process));
 }
 
 TEST(GeometryProcess, IsRenewedWhenItIsEndedInsideAJob)
@@ -187,9 +187,9 @@ TEST(GeometryProcess, IsRenewedWhenItIsEndedInsideAJob)
         met = {first, place.Await()};
         place.Release();
     });
-    EXPECT_EQ(process.Run(jobs::Meet, place.Bytes()), "met");
+    EXPECT_EQ("met", process.Run(jobs::Meet, place.Bytes()));
     outside.join();
-    EXPECT_EQ(met.size(), 2U);
+    EXPECT_EQ(2U, met.size());
 }
 
 TEST(GeometryProcess, EndsWithItsObject)
@@ -201,7 +201,7 @@ TEST(GeometryProcess, EndsWithItsObject)
         ASSERT_GE(descriptor, 0);
     }
     EXPECT_TRUE(Ends(descriptor));
-    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
     EXPECT_EQ(errno, ECHILD) << "nobody is left to be waited for";
     close(descriptor);
 }
@@ -223,7 +223,7 @@ TEST(GeometryProcess, EndsWithAHostThatIsKilled)
         const int descriptor = OpenProcess(place.Await());
         EXPECT_GE(descriptor, 0);
         kill(host, SIGKILL);
-        EXPECT_EQ(waitpid(host, nullptr, 0), host);
+        EXPECT_EQ(host, waitpid(host, nullptr, 0));
         EXPECT_TRUE(Ends(descriptor)) << isBusy;
         close(descriptor);
     }
@@ -235,7 +235,7 @@ TEST(GeometryProcess, HasNoFilesOfTheHost)
     ASSERT_GE(ours, 0);
     GeometryProcess process(Program);
     // One more is the folder in which it looks.
-    EXPECT_EQ(process.Run(jobs::ListDescriptors, {}), "0\n1\n2\n3\n");
+    EXPECT_EQ("0\n1\n2\n3\n", process.Run(jobs::ListDescriptors, {}));
     close(ours);
 }
 
@@ -243,8 +243,8 @@ TEST(GeometryProcess, WritesNothingOnTheOutputOfTheHost)
 {
     ::testing::internal::CaptureStdout();
     GeometryProcess process(Program);
-    EXPECT_EQ(process.Run(jobs::Talk, {}), "done");
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ("done", process.Run(jobs::Talk, {}));
+    EXPECT_EQ("", ::testing::internal::GetCapturedStdout());
 }
 
 TEST(GeometryProcess, AProgramThatIsMissingOrNoneIsAnError)
@@ -253,8 +253,8 @@ TEST(GeometryProcess, AProgramThatIsMissingOrNoneIsAnError)
     EXPECT_THAT(Failure(missing, jobs::Echo), HasSubstr("/missing/program"));
     EXPECT_THAT(Failure(missing, jobs::Echo), HasSubstr("No such file")) << "again";
     GeometryProcess other("/bin/true");
-    EXPECT_NE(Failure(other, jobs::Echo), "");
-    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_NE("", Failure(other, jobs::Echo));
+    EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
 }
 
 } // namespace openhost::testing

@@ -23,7 +23,7 @@ TEST(ManualEventLoop, TimersWaitForTheClockAndNotForARun)
     EXPECT_EQ("ab", order);
 }
 
-TEST(ManualEventLoop, AdvanceRunsPostedCallsFirstAndThoseOfATimerBeforeTheNextTimer)
+TEST(ManualEventLoop, AdvanceRunsPostedCallsBeforeTheNextTimer)
 {
     ManualEventLoop loop;
     std::string order;

@@ -83,6 +83,22 @@ ZALBaseUnknown* AdaptToNothing(ZALBaseUnknown*)
 
 using Handle = ZALInterfaceHandle<ObjectTestInterface>;
 
+/// The class "ObjectTestBase" offers the interface.
+class WithAdapter : public ::testing::Test {
+protected:
+    const ZALFillDictionary entry_{"ObjectTestBase", "ObjectTestInterface", Adapt, 1};
+};
+using Query = WithAdapter;
+using InterfaceHandle = WithAdapter;
+
+/// What a query gives; the reference is counted.
+ZALBaseUnknown* Found(ZALBaseUnknown& object, const char* name, HRESULT result = S_OK)
+{
+    ZALBaseUnknown* found = &object;
+    EXPECT_EQ(result, object.QueryInterface(name, &found)) << name;
+    return found;
+}
+
 // ---------------------------------------------------------------------------------------------
 // Counts
 
@@ -91,17 +107,17 @@ TEST(Object, StartsWithOneReferenceAndEndsWithTheLast)
     bool ended = false;
     auto* object = new ObjectTestBase;
     object->inDestructor = [&] { ended = true; };
-    EXPECT_EQ(object->AddRef(), 2U);
-    EXPECT_EQ(object->Release(), 1U);
+    EXPECT_EQ(2U, object->AddRef());
+    EXPECT_EQ(1U, object->Release());
     EXPECT_FALSE(ended);
-    EXPECT_EQ(object->Release(), 0U);
+    EXPECT_EQ(0U, object->Release());
     EXPECT_TRUE(ended);
 }
 
 TEST(Object, IsFreedThroughItsBaseWithTheSizeOfItsClass)
 {
     ZALBaseUnknown* object = new ObjectTestDerived;
-    EXPECT_EQ(object->Release(), 0U); // the sanitizers check the size
+    EXPECT_EQ(0U, object->Release()); // the sanitizers check the size
     ZALBaseUnknown* deleted = new ObjectTestDerived;
     delete deleted;
 }
@@ -109,24 +125,23 @@ TEST(Object, IsFreedThroughItsBaseWithTheSizeOfItsClass)
 TEST(Object, KnowsItsClass)
 {
     ObjectTestDerived object;
-    EXPECT_STREQ(object.IsA(), "ObjectTestDerived");
-    EXPECT_EQ(object.IsAKindOf("ObjectTestDerived"), 1);
-    EXPECT_EQ(object.IsAKindOf("ObjectTestBase"), 1);
-    EXPECT_EQ(object.IsAKindOf("ZALBaseUnknown"), 1);
-    EXPECT_EQ(object.IsAKindOf("objecttestbase"), 0);
-    EXPECT_EQ(object.IsAKindOf(""), 0);
-    EXPECT_EQ(object.IsAKindOf(nullptr), 0);
-    EXPECT_EQ(ObjectTestBase().IsAKindOf("ObjectTestDerived"), 0);
+    EXPECT_STREQ("ObjectTestDerived", object.IsA());
+    for (const char* name : {"ObjectTestDerived", "ObjectTestBase", "ZALBaseUnknown"})
+        EXPECT_EQ(1, object.IsAKindOf(name)) << name;
+    EXPECT_EQ(0, object.IsAKindOf("objecttestbase"));
+    EXPECT_EQ(0, object.IsAKindOf(""));
+    EXPECT_EQ(0, object.IsAKindOf(nullptr));
+    EXPECT_EQ(0, ObjectTestBase().IsAKindOf("ObjectTestDerived"));
 }
 
 TEST(Object, IsCastByItsRecord)
 {
     ObjectTestDerived derived;
     ObjectTestBase base;
-    EXPECT_EQ(ZALSysDynamicCast<ObjectTestBase>(&derived), &derived);
-    EXPECT_EQ(ZALSysDynamicCast<ObjectTestDerived>(&base), nullptr);
-    EXPECT_EQ(ZALSysDynamicCast<ObjectTestDerived>(nullptr), nullptr);
-    EXPECT_EQ(ReferencesOf(&derived), 1U);
+    EXPECT_EQ(&derived, ZALSysDynamicCast<ObjectTestBase>(&derived));
+    EXPECT_EQ(nullptr, ZALSysDynamicCast<ObjectTestDerived>(&base));
+    EXPECT_EQ(nullptr, ZALSysDynamicCast<ObjectTestDerived>(nullptr));
+    EXPECT_EQ(1U, ReferencesOf(&derived));
 }
 
 TEST(ClassRecord, IsMadeOnceAndCopiesItsTexts)
@@ -137,28 +152,28 @@ TEST(ClassRecord, IsMadeOnceAndCopiesItsTexts)
                                                   "ZALNull", module.c_str());
     name.assign(name.size(), 'x');
     module.assign(module.size(), 'x');
-    EXPECT_STREQ(record->GetName(), "ObjectTestRecord");
-    EXPECT_STREQ(record->GetModule(), "somewhere");
+    EXPECT_STREQ("ObjectTestRecord", record->GetName());
+    EXPECT_STREQ("somewhere", record->GetModule());
     EXPECT_EQ(record->GetBase(), ObjectTestBase::MetaObject());
     EXPECT_EQ(fct_RetrieveMetaObject("ObjectTestRecord", ZALMetaImplementation, nullptr, "ZALNull", "elsewhere"),
               record);
-    EXPECT_STREQ(record->GetModule(), "somewhere");
+    EXPECT_STREQ("somewhere", record->GetModule());
 }
 
 TEST(ClassRecord, OfAnAdapterIsAnotherOneThanOfItsInterface)
 {
     ZALMetaClass* adapter = fct_RetrieveMetaObject(ObjectTestInterface::ClassId(), ZALMetaAdapter,
                                                    ObjectTestInterface::MetaObject(), "ZALNull", "somewhere");
-    EXPECT_NE(adapter, ObjectTestInterface::MetaObject());
-    EXPECT_EQ(adapter->GetKind(), ZALMetaAdapter);
-    EXPECT_STREQ(adapter->GetClassId(), ObjectTestInterface::ClassId());
+    EXPECT_NE(ObjectTestInterface::MetaObject(), adapter);
+    EXPECT_EQ(ZALMetaAdapter, adapter->GetKind());
+    EXPECT_STREQ(ObjectTestInterface::ClassId(), adapter->GetClassId());
 }
 
 TEST(ClassRecord, OfTheRootHasNoBase)
 {
-    EXPECT_EQ(ZALBaseUnknown::MetaObject()->GetBase(), nullptr);
-    EXPECT_STREQ(ZALBaseUnknown::ClassId(), "ZALBaseUnknown");
-    EXPECT_EQ(ZALBaseUnknown::MetaObject()->IsAKindOf(nullptr), 0);
+    EXPECT_EQ(nullptr, ZALBaseUnknown::MetaObject()->GetBase());
+    EXPECT_STREQ("ZALBaseUnknown", ZALBaseUnknown::ClassId());
+    EXPECT_EQ(0, ZALBaseUnknown::MetaObject()->IsAKindOf(nullptr));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -168,20 +183,27 @@ TEST(WeakReference, GivesTheObjectWithAReferenceWhileItLives)
 {
     auto* object = new ObjectTestBase;
     const ZALBaseUnknown_WR weak(object);
-    EXPECT_EQ(ReferencesOf(object), 1U);
-    EXPECT_EQ(weak.GetComponent(), object);
-    EXPECT_EQ(object->Release(), 1U);
-    EXPECT_EQ(object->Release(), 0U);
-    EXPECT_EQ(weak.GetComponent(), nullptr);
+    ZALBaseUnknown* seen = object;
+    object->inDestructor = [&] { seen = weak.GetComponent(); };
+    EXPECT_EQ(1U, ReferencesOf(object));
+    EXPECT_EQ(object, weak.GetComponent());
+    EXPECT_EQ(1U, object->Release());
+    EXPECT_EQ(0U, object->Release());
+    EXPECT_EQ(nullptr, seen) << "in the destructor";
+    EXPECT_EQ(nullptr, weak.GetComponent());
 }
 
-TEST(WeakReference, OfNothingIsEmpty)
+TEST(WeakReference, OfNothingOrADeletedObjectIsEmpty)
 {
-    EXPECT_EQ(ZALBaseUnknown_WR().GetComponent(), nullptr);
-    EXPECT_EQ(ZALBaseUnknown_WR(nullptr).GetComponent(), nullptr);
+    EXPECT_EQ(nullptr, ZALBaseUnknown_WR().GetComponent());
+    EXPECT_EQ(nullptr, ZALBaseUnknown_WR(nullptr).GetComponent());
+    auto object = std::make_unique<ObjectTestBase>();
+    const ZALBaseUnknown_WR weak(object.get());
+    object.reset();
+    EXPECT_EQ(nullptr, weak.GetComponent());
 }
 
-TEST(WeakReference, CopiesSpeakOfTheSameObject)
+TEST(WeakReference, MayBeCopiedAndSetAnew)
 {
     auto* object = new ObjectTestBase;
     ZALBaseUnknown_WR copy;
@@ -189,121 +211,83 @@ TEST(WeakReference, CopiesSpeakOfTheSameObject)
         const ZALBaseUnknown_WR weak(object);
         copy = weak;
         const ZALBaseUnknown_WR further(copy);
-        EXPECT_EQ(further.GetComponent(), object);
+        EXPECT_EQ(object, further.GetComponent());
         object->Release();
     }
-    EXPECT_EQ(copy.GetComponent(), object);
+    EXPECT_EQ(object, copy.GetComponent());
+    object->Release();
+    ZALBaseUnknown_WR& same = copy;
+    copy = same;
+    EXPECT_EQ(object, copy.GetComponent());
     object->Release();
     object->Release();
-    EXPECT_EQ(copy.GetComponent(), nullptr);
-}
+    EXPECT_EQ(nullptr, copy.GetComponent());
 
-TEST(WeakReference, MayBeSetAnew)
-{
-    ObjectTestBase first;
     ObjectTestBase second;
-    ZALBaseUnknown_WR weak(&first);
-    weak = &second;
-    EXPECT_EQ(weak.GetComponent(), &second);
+    copy = &second;
+    EXPECT_EQ(&second, copy.GetComponent());
     second.Release();
-    ZALBaseUnknown_WR& same = weak;
-    weak = same;
-    EXPECT_EQ(weak.GetComponent(), &second);
-    second.Release();
-    weak = nullptr;
-    EXPECT_EQ(weak.GetComponent(), nullptr);
-}
-
-TEST(WeakReference, IsEmptyOnceTheLastReferenceHasGone)
-{
-    ZALBaseUnknown_WR weak;
-    ZALBaseUnknown* seen = nullptr;
-    auto* object = new ObjectTestBase;
-    weak = object;
-    object->inDestructor = [&] { seen = weak.GetComponent(); };
-    EXPECT_EQ(object->Release(), 0U);
-    EXPECT_EQ(seen, nullptr);
-}
-
-TEST(WeakReference, OutlivesAnObjectThatWasDeleted)
-{
-    auto object = std::make_unique<ObjectTestBase>();
-    const ZALBaseUnknown_WR weak(object.get());
-    object.reset();
-    EXPECT_EQ(weak.GetComponent(), nullptr);
+    copy = nullptr;
+    EXPECT_EQ(nullptr, copy.GetComponent());
 }
 
 // ---------------------------------------------------------------------------------------------
 // Queries
 
-TEST(Query, FindsTheOwnClassAndItsBases)
+TEST_F(Query, FindsTheOwnClassAndItsBases)
 {
     ObjectTestDerived object;
     for (const char* name : {"ObjectTestDerived", "ObjectTestBase", "ZALBaseUnknown"}) {
-        ZALBaseUnknown* found = nullptr;
-        EXPECT_EQ(object.QueryInterface(name, &found), S_OK);
-        EXPECT_EQ(found, &object);
-        EXPECT_EQ(object.Release(), 1U);
+        EXPECT_EQ(&object, Found(object, name));
+        EXPECT_EQ(1U, object.Release());
     }
 }
 
-TEST(Query, FailsForWhatTheObjectDoesNotOffer)
+TEST(QueryWithoutAdapter, FailsForWhatTheObjectDoesNotOffer)
 {
     ObjectTestDerived object;
+    EXPECT_EQ(nullptr, Found(object, "ObjectTestInterface", E_FAIL));
     ZALBaseUnknown* found = &object;
-    EXPECT_EQ(object.QueryInterface("ObjectTestInterface", &found), E_FAIL);
-    EXPECT_EQ(found, nullptr);
-    found = &object;
-    EXPECT_EQ(object.QueryInterface(nullptr, &found), E_INVALIDARG);
-    EXPECT_EQ(found, nullptr);
-    EXPECT_EQ(object.QueryInterface("ObjectTestBase", nullptr), E_INVALIDARG);
-    EXPECT_EQ(ReferencesOf(&object), 1U);
+    EXPECT_EQ(E_INVALIDARG, object.QueryInterface(nullptr, &found));
+    EXPECT_EQ(nullptr, found);
+    EXPECT_EQ(E_INVALIDARG, object.QueryInterface("ObjectTestBase", nullptr));
+    EXPECT_EQ(1U, ReferencesOf(&object));
 }
 
-TEST(Query, FindsAnAdapterOfTheClassAndOfItsBase)
+TEST_F(Query, FindsAnAdapterOfTheClassAndOfItsBase)
 {
-    const ZALFillDictionary entry("ObjectTestBase", "ObjectTestInterface", Adapt, 1);
     ObjectTestBase base;
     ObjectTestDerived derived;
     for (ObjectTestBase* object : {&base, static_cast<ObjectTestBase*>(&derived)}) {
-        ZALBaseUnknown* found = nullptr;
-        EXPECT_EQ(object->QueryInterface("ObjectTestInterface", &found), S_OK);
-        ASSERT_TRUE(found);
-        EXPECT_EQ(found->GetImpl(0), object);
-        EXPECT_EQ(ReferencesOf(object), 2U);
-        EXPECT_EQ(found->Release(), 0U);
-        EXPECT_EQ(ReferencesOf(object), 1U);
+        ZALBaseUnknown* found = Found(*object, "ObjectTestInterface");
+        ASSERT_NE(object, found);
+        EXPECT_EQ(object, found->GetImpl(0));
+        EXPECT_EQ(2U, ReferencesOf(object));
+        EXPECT_EQ(0U, found->Release());
+        EXPECT_EQ(1U, ReferencesOf(object));
     }
 }
 
-TEST(Query, PrefersTheAdapterOfTheNearestClass)
+TEST_F(Query, PrefersTheAdapterOfTheNearestClass)
 {
-    const ZALFillDictionary ofBase("ObjectTestBase", "ObjectTestInterface", Adapt, 1);
     const ZALFillDictionary ofDerived("ObjectTestDerived", "ObjectTestInterface", AdaptToNothing, 1);
     ObjectTestDerived object;
-    ZALBaseUnknown* found = &object;
-    EXPECT_EQ(object.QueryInterface("ObjectTestInterface", &found), E_FAIL);
-    EXPECT_EQ(found, nullptr);
+    EXPECT_EQ(nullptr, Found(object, "ObjectTestInterface", E_FAIL));
 }
 
-TEST(Query, GoesThroughAnAdapterToItsImplementation)
+TEST_F(Query, GoesThroughAnAdapterToItsImplementation)
 {
-    const ZALFillDictionary entry("ObjectTestBase", "ObjectTestInterface", Adapt, 1);
     ObjectTestDerived object;
-    ZALBaseUnknown* adapter = nullptr;
-    object.QueryInterface("ObjectTestInterface", &adapter);
-    ZALBaseUnknown* found = nullptr;
-    EXPECT_EQ(adapter->QueryInterface("ObjectTestDerived", &found), S_OK);
-    EXPECT_EQ(found, &object);
-    found->Release();
-    EXPECT_EQ(adapter->QueryInterface("ObjectTestInterface", &found), S_OK);
-    EXPECT_EQ(found, adapter);
-    found->Release();
-    EXPECT_EQ(adapter->QueryInterface("ZALNotification", &found), E_FAIL);
+    ZALBaseUnknown* adapter = Found(object, "ObjectTestInterface");
+    EXPECT_EQ(&object, Found(*adapter, "ObjectTestDerived"));
+    object.Release();
+    EXPECT_EQ(adapter, Found(*adapter, "ObjectTestInterface"));
+    adapter->Release();
+    EXPECT_EQ(nullptr, Found(*adapter, "ZALNotification", E_FAIL));
     adapter->Release();
 }
 
-TEST(Query, EndsWithTheEntry)
+TEST(QueryWithoutAdapter, BeginsAndEndsWithTheEntry)
 {
     ObjectTestBase object;
     {
@@ -311,20 +295,21 @@ TEST(Query, EndsWithTheEntry)
         EXPECT_TRUE(Handle(&object));
     }
     EXPECT_FALSE(Handle(&object));
+    EXPECT_FALSE(Handle());
+    EXPECT_FALSE(Handle(nullptr));
 }
 
 // ---------------------------------------------------------------------------------------------
 // Handles
 
-TEST(InterfaceHandle, HoldsItsInterfaceAndReleasesIt)
+TEST_F(InterfaceHandle, HoldsItsInterfaceAndReleasesIt)
 {
-    const ZALFillDictionary entry("ObjectTestBase", "ObjectTestInterface", Adapt, 1);
     ObjectTestBase object;
     {
         const Handle handle(&object);
         ASSERT_TRUE(handle);
-        EXPECT_EQ(handle->GetImpl(0), &object);
-        EXPECT_EQ(ReferencesOf(&object), 2U);
+        EXPECT_EQ(&object, handle->GetImpl(0));
+        EXPECT_EQ(2U, ReferencesOf(&object));
         const Handle copy(handle);
         EXPECT_EQ(copy.operator->(), handle.operator->());
         Handle moved(Handle{&object});
@@ -337,36 +322,27 @@ TEST(InterfaceHandle, HoldsItsInterfaceAndReleasesIt)
         EXPECT_TRUE(assigned);
         assigned = Handle();
         EXPECT_FALSE(assigned);
-        EXPECT_EQ(ReferencesOf(&object), 2U);
+        EXPECT_EQ(2U, ReferencesOf(&object));
     }
-    EXPECT_EQ(ReferencesOf(&object), 1U);
+    EXPECT_EQ(1U, ReferencesOf(&object));
 }
 
-TEST(InterfaceHandle, IsNullForNothingAndForAnObjectWithoutTheInterface)
-{
-    ObjectTestBase object;
-    EXPECT_FALSE(Handle());
-    EXPECT_FALSE(Handle(nullptr));
-    EXPECT_FALSE(Handle(&object));
-}
-
-TEST(InterfaceHandle, TakesAReferenceOver)
+TEST_F(InterfaceHandle, TakesAReferenceOver)
 {
     bool ended = false;
     auto* object = new ObjectTestBase;
     object->inDestructor = [&] { ended = true; };
     {
         const auto handle = ZALBaseUnknown_var::Take(object);
-        EXPECT_EQ(handle.Get(), object);
-        EXPECT_EQ(ReferencesOf(object), 1U);
+        EXPECT_EQ(object, handle.Get());
+        EXPECT_EQ(1U, ReferencesOf(object));
     }
     EXPECT_TRUE(ended);
     EXPECT_FALSE(ZALBaseUnknown_var::Take(nullptr));
 }
 
-TEST(InterfaceHandle, EqualsEachOneOfTheSameObject)
+TEST_F(InterfaceHandle, EqualsEachOneOfTheSameObject)
 {
-    const ZALFillDictionary entry("ObjectTestBase", "ObjectTestInterface", Adapt, 1);
     ObjectTestBase object;
     ObjectTestBase other;
     const Handle handle(&object);
@@ -376,9 +352,8 @@ TEST(InterfaceHandle, EqualsEachOneOfTheSameObject)
     EXPECT_TRUE(ZALBaseUnknown_var() == ZALBaseUnknown_var());
 }
 
-TEST(HandleList, TakesAwayEachHandleOfAnObject)
+TEST_F(InterfaceHandle, IsTakenFromAListForEachOneOfAnObject)
 {
-    const ZALFillDictionary entry("ObjectTestBase", "ObjectTestInterface", Adapt, 1);
     ObjectTestBase first;
     ObjectTestBase second;
     {
@@ -386,15 +361,15 @@ TEST(HandleList, TakesAwayEachHandleOfAnObject)
         for (ObjectTestBase* object : {&first, &second, &first})
             list.Append(ZALBaseUnknown_var(object));
         list.Append(ZALBaseUnknown_var());
-        EXPECT_EQ(ReferencesOf(&first), 3U);
+        EXPECT_EQ(3U, ReferencesOf(&first));
         list.RemoveValue(ZALBaseUnknown_var(Handle(&first)));
-        ASSERT_EQ(list.Size(), 2);
-        EXPECT_EQ(list[1].Get(), &second);
+        ASSERT_EQ(2, list.Size());
+        EXPECT_EQ(&second, list[1].Get());
         EXPECT_FALSE(list[2]);
         list.RemoveValue(ZALBaseUnknown_var());
-        EXPECT_EQ(list.Size(), 1);
+        EXPECT_EQ(1, list.Size());
     }
-    EXPECT_EQ(ReferencesOf(&second), 1U);
+    EXPECT_EQ(1U, ReferencesOf(&second));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -402,49 +377,38 @@ TEST(HandleList, TakesAwayEachHandleOfAnObject)
 
 TEST(LinkTable, GivesTheLinkedAdapterWithAReference)
 {
-    auto* object = new ObjectTestBase;
-    EXPECT_EQ(ZALSysGetLinkedAdapter(object, "ObjectTestInterface"), nullptr);
-    ZALBaseUnknown* adapter = Adapt(object);
-    EXPECT_EQ(ReferencesOf(adapter), 1U);
-    EXPECT_EQ(ZALSysGetLinkedAdapter(object, "ObjectTestInterface"), adapter);
-    EXPECT_EQ(adapter->Release(), 1U);
-    EXPECT_EQ(ZALSysGetLinkedAdapter(object, "Other"), nullptr);
-    EXPECT_EQ(ZALSysGetLinkedAdapter(object, nullptr), nullptr);
-    EXPECT_EQ(ZALSysGetLinkedAdapter(nullptr, "ObjectTestInterface"), nullptr);
-    EXPECT_EQ(adapter->Release(), 0U);
-    EXPECT_EQ(ZALSysGetLinkedAdapter(object, "ObjectTestInterface"), nullptr);
-    object->Release();
-}
-
-TEST(LinkTable, ForgetsAnObjectThatEndsBeforeItsAdapter)
-{
-    ObjectTestBase adapter;
-    {
-        ObjectTestBase object;
-        ZALSysLinkAdapter(&object, "Weak", &adapter);
-        ZALBaseUnknown* linked = ZALSysGetLinkedAdapter(&object, "Weak");
-        EXPECT_EQ(linked, &adapter);
-        linked->Release();
-    }
-    ObjectTestBase other;
-    EXPECT_EQ(ZALSysGetLinkedAdapter(&other, "Weak"), nullptr);
-}
-
-TEST(LinkTable, KeepsOneAdapterAnInterface)
-{
     ObjectTestBase object;
+    EXPECT_EQ(nullptr, ZALSysGetLinkedAdapter(&object, "ObjectTestInterface"));
+    ZALBaseUnknown* adapter = Adapt(&object);
+    EXPECT_EQ(1U, ReferencesOf(adapter));
+    EXPECT_EQ(adapter, ZALSysGetLinkedAdapter(&object, "ObjectTestInterface"));
+    EXPECT_EQ(1U, adapter->Release());
+    EXPECT_EQ(nullptr, ZALSysGetLinkedAdapter(&object, "Other"));
+    EXPECT_EQ(nullptr, ZALSysGetLinkedAdapter(&object, nullptr));
+    EXPECT_EQ(nullptr, ZALSysGetLinkedAdapter(nullptr, "ObjectTestInterface"));
+    EXPECT_EQ(0U, adapter->Release());
+    EXPECT_EQ(nullptr, ZALSysGetLinkedAdapter(&object, "ObjectTestInterface"));
+}
+
+TEST(LinkTable, KeepsOneAdapterAnInterfaceUntilTheObjectEnds)
+{
     ObjectTestBase one;
     ObjectTestBase two;
-    ZALSysLinkAdapter(&object, "One", &one);
-    ZALSysLinkAdapter(&object, "Two", &two);
-    ZALSysLinkAdapter(&object, nullptr, &two);
-    ZALSysLinkAdapter(nullptr, "One", &two);
-    ZALSysLinkAdapter(&object, "Three", nullptr);
-    EXPECT_EQ(ZALSysGetLinkedAdapter(&object, "One"), &one);
-    one.Release();
-    EXPECT_EQ(ZALSysGetLinkedAdapter(&object, "Two"), &two);
-    two.Release();
-    EXPECT_EQ(ZALSysGetLinkedAdapter(&object, "Three"), nullptr);
+    {
+        ObjectTestBase object;
+        ZALSysLinkAdapter(&object, "One", &one);
+        ZALSysLinkAdapter(&object, "Two", &two);
+        ZALSysLinkAdapter(&object, nullptr, &two);
+        ZALSysLinkAdapter(nullptr, "One", &two);
+        ZALSysLinkAdapter(&object, "Three", nullptr);
+        EXPECT_EQ(&one, ZALSysGetLinkedAdapter(&object, "One"));
+        EXPECT_EQ(1U, one.Release());
+        EXPECT_EQ(&two, ZALSysGetLinkedAdapter(&object, "Two"));
+        EXPECT_EQ(1U, two.Release());
+        EXPECT_EQ(nullptr, ZALSysGetLinkedAdapter(&object, "Three"));
+    }
+    ObjectTestBase other;
+    EXPECT_EQ(nullptr, ZALSysGetLinkedAdapter(&other, "One"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -463,36 +427,32 @@ ZALBaseUnknown* MakeDerived()
 TEST(Dictionary, MakesObjectsByName)
 {
     ClassDictionary& dictionary = ClassDictionary::Instance();
+    const ZALFillDictionary nothing("ObjectTestNothing", []() -> ZALBaseUnknown* { return nullptr; });
+    EXPECT_EQ(nullptr, dictionary.Create("ObjectTestNothing"));
     EXPECT_FALSE(dictionary.Knows("ObjectTestMade"));
-    EXPECT_EQ(dictionary.Create("ObjectTestMade"), nullptr);
+    EXPECT_EQ(nullptr, dictionary.Create("ObjectTestMade"));
     {
         const ZALFillDictionary entry("ObjectTestMade", MakeDerived);
         EXPECT_TRUE(dictionary.Knows("ObjectTestMade"));
         ZALBaseUnknown* made = dictionary.Create("ObjectTestMade");
         ASSERT_TRUE(made);
-        EXPECT_STREQ(made->IsA(), "ObjectTestDerived");
-        EXPECT_EQ(made->Release(), 0U);
+        EXPECT_STREQ("ObjectTestDerived", made->IsA());
+        EXPECT_EQ(0U, made->Release());
     }
     EXPECT_FALSE(dictionary.Knows("ObjectTestMade"));
 }
 
 TEST(Dictionary, ANameIsTakenOnce)
 {
-    EXPECT_EQ(ZALFillDictionary::RegisterFunctionCreation("ObjectTestTaken", MakeBase), 1);
-    EXPECT_EQ(ZALFillDictionary::RegisterFunctionCreation("ObjectTestTaken", MakeDerived), 0);
-    EXPECT_EQ(ZALFillDictionary::RegisterFunctionCreation(nullptr, MakeBase), 0);
-    EXPECT_EQ(ZALFillDictionary::RegisterFunctionCreation("ObjectTestFree", nullptr), 0);
+    EXPECT_EQ(1, ZALFillDictionary::RegisterFunctionCreation("ObjectTestTaken", MakeBase));
+    EXPECT_EQ(0, ZALFillDictionary::RegisterFunctionCreation("ObjectTestTaken", MakeDerived));
+    EXPECT_EQ(0, ZALFillDictionary::RegisterFunctionCreation(nullptr, MakeBase));
+    EXPECT_EQ(0, ZALFillDictionary::RegisterFunctionCreation("ObjectTestFree", nullptr));
     ZALBaseUnknown* made = ClassDictionary::Instance().Create("ObjectTestTaken");
-    EXPECT_STREQ(made->IsA(), "ObjectTestBase");
+    EXPECT_STREQ("ObjectTestBase", made->IsA());
     made->Release();
     ClassDictionary::Instance().RemoveCreation("ObjectTestTaken");
     EXPECT_FALSE(ClassDictionary::Instance().Knows("ObjectTestTaken"));
-}
-
-TEST(Dictionary, ACreationMayGiveNothing)
-{
-    const ZALFillDictionary entry("ObjectTestNothing", []() -> ZALBaseUnknown* { return nullptr; });
-    EXPECT_EQ(ClassDictionary::Instance().Create("ObjectTestNothing"), nullptr);
 }
 
 TEST(Dictionary, NotesRegistrationsInTheirOrder)
@@ -506,8 +466,8 @@ TEST(Dictionary, NotesRegistrationsInTheirOrder)
     std::string noted;
     for (std::size_t index = before; index < dictionary.Registrations().size(); ++index)
         noted += dictionary.Registrations()[index].kind + " " + dictionary.Registrations()[index].name + "; ";
-    EXPECT_EQ(noted,
-              "interface ObjectTestBase; class ObjectTestMade; creation ObjectTestCreated; trace ObjectTestTrace; ");
+    EXPECT_EQ("interface ObjectTestBase; class ObjectTestMade; creation ObjectTestCreated; trace ObjectTestTrace; ",
+              noted);
     dictionary.RemoveCreation("ObjectTestCreated");
 }
 

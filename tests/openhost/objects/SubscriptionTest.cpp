@@ -1,6 +1,7 @@
 // Subscriptions, and dispatches during which anything may happen.
 
 #include "tests/support/Listener.h"
+#include "tests/support/Objects.h"
 
 #include "openhost/objects/Dispatch.h"
 
@@ -15,156 +16,141 @@ namespace {
 
 constexpr const char* Plain = "ZALNotification";
 
-/// A publisher or subscriber on the heap.
-Listener* MakeListener(Listener::Reaction reaction = {})
-{
-    return new Listener(std::move(reaction));
-}
-
-void Dispatch(ZALBaseUnknown* publisher)
-{
-    ZALNotification notification;
-    DispatchCallbacks(publisher, &notification);
-}
-
 class Special : public ZALNotification {
 public:
     using ZALNotification::ZALNotification;
     const char* IsA() const override { return "Special"; }
 };
 
+/// Calls a function for each notification.
+class Calling : public Listener {
+public:
+    explicit Calling(std::function<void()> call)
+        : Listener([call = std::move(call)](ZALBaseUnknown*, ZALNotification*, void*) { call(); })
+    {
+    }
+};
+
+template <class Notification = ZALNotification>
+void Dispatch(ZALBaseUnknown& publisher)
+{
+    Notification notification;
+    DispatchCallbacks(&publisher, &notification);
+}
+
+using Objects = std::vector<ZALBaseUnknown*>;
+
+class Subscription : public ::testing::Test {
+protected:
+    Objects Subscribers(const char* notificationClass = Plain) { return SubscribersOf(&publisher, notificationClass); }
+
+    Listener publisher;
+    Listener listener;
+    Listener other;
+};
+
 // ---------------------------------------------------------------------------------------------
 // Subscribing
 
-TEST(Subscription, IsCalledWithPublisherNotificationAndData)
+TEST_F(Subscription, IsCalledWithPublisherNotificationAndData)
 {
-    Listener publisher;
     int data = 0;
     ZALNotification notification;
-    Listener listener([&](ZALBaseUnknown* from, ZALNotification* what, void* with) {
-        EXPECT_EQ(from, &publisher);
-        EXPECT_EQ(what, &notification);
-        EXPECT_EQ(with, &data);
+    Listener telling([&](ZALBaseUnknown* from, ZALNotification* what, void* with) {
+        EXPECT_EQ(&publisher, from);
+        EXPECT_EQ(&notification, what);
+        EXPECT_EQ(&data, with);
     });
-    EXPECT_NE(listener.Subscribe(&publisher, Plain, &data), 0U);
+    EXPECT_NE(0U, telling.Subscribe(&publisher, Plain, &data));
     DispatchCallbacks(&publisher, &notification);
-    EXPECT_EQ(listener.Calls(), 1);
+    EXPECT_EQ(1, telling.Calls());
 }
 
-TEST(Subscription, HearsItsClassExactly)
+TEST_F(Subscription, HearsItsClassExactlyAndItsPublisherOnly)
 {
-    Listener publisher;
-    Listener listener;
     listener.Subscribe(&publisher, "ZALBaseUnknown");
     listener.Subscribe(&publisher, "zalnotification");
     listener.Subscribe(&publisher, "Special");
-    Dispatch(&publisher);
-    EXPECT_EQ(listener.Calls(), 0);
-    Special special;
-    DispatchCallbacks(&publisher, &special);
-    EXPECT_EQ(listener.Calls(), 1);
+    listener.Subscribe(&other, Plain);
+    Dispatch(publisher);
+    EXPECT_EQ(0, listener.Calls());
+    Dispatch<Special>(publisher);
+    EXPECT_EQ(1, listener.Calls());
 }
 
-TEST(Subscription, HearsItsPublisherOnly)
+TEST_F(Subscription, MadeTwiceIsCalledTwice)
 {
-    Listener publisher;
-    Listener other;
-    Listener listener;
-    listener.Subscribe(&publisher, Plain);
-    Dispatch(&other);
-    EXPECT_EQ(listener.Calls(), 0);
-}
-
-TEST(Subscription, MadeTwiceIsCalledTwice)
-{
-    Listener publisher;
-    Listener listener;
     const ZALCallback first = listener.Subscribe(&publisher, Plain);
     const ZALCallback second = listener.Subscribe(&publisher, Plain);
     EXPECT_NE(first, second);
-    Dispatch(&publisher);
-    EXPECT_EQ(listener.Calls(), 2);
+    Dispatch(publisher);
+    EXPECT_EQ(2, listener.Calls());
     listener.RemoveCallback(&publisher, first);
-    Dispatch(&publisher);
-    EXPECT_EQ(listener.Calls(), 3);
+    Dispatch(publisher);
+    EXPECT_EQ(3, listener.Calls());
 }
 
-TEST(Subscription, NeedsAPublisherAClassAndAMethod)
+TEST_F(Subscription, NeedsAPublisherAClassAndAMethod)
 {
-    Listener publisher;
-    Listener listener;
-    EXPECT_EQ(listener.Subscribe(nullptr, Plain), 0U);
-    EXPECT_EQ(listener.Subscribe(&publisher, nullptr), 0U);
-    EXPECT_EQ(listener.AddCallback(&publisher, Plain, static_cast<ZALSubscriberMethod>(nullptr), nullptr), 0U);
-    EXPECT_TRUE(SubscribersOf(&publisher, Plain).empty());
+    EXPECT_EQ(0U, listener.Subscribe(nullptr, Plain));
+    EXPECT_EQ(0U, listener.Subscribe(&publisher, nullptr));
+    EXPECT_EQ(0U, listener.AddCallback(&publisher, Plain, static_cast<ZALSubscriberMethod>(nullptr), nullptr));
+    EXPECT_TRUE(Subscribers().empty());
 }
 
-TEST(Subscription, KeepsTheNameOfItsClass)
+TEST_F(Subscription, KeepsTheNameOfItsClass)
 {
-    Listener publisher;
-    Listener listener;
     std::string name = "Special";
     listener.Subscribe(&publisher, name.c_str());
     name = "Nothing";
-    Special special;
-    DispatchCallbacks(&publisher, &special);
-    EXPECT_EQ(listener.Calls(), 1);
+    Dispatch<Special>(publisher);
+    EXPECT_EQ(1, listener.Calls());
 }
 
-TEST(Subscription, NumbersAreNotUsedAgain)
+TEST_F(Subscription, NumbersAreNotUsedAgain)
 {
-    Listener publisher;
-    Listener listener;
     const ZALCallback first = listener.Subscribe(&publisher, Plain);
     listener.RemoveCallback(&publisher, first);
     EXPECT_GT(listener.Subscribe(&publisher, Plain), first);
 }
 
-TEST(Subscription, MayBeOnTheSubscriberItself)
+TEST_F(Subscription, MayBeOnTheSubscriberItself)
 {
-    auto* both = MakeListener();
+    auto* both = new Listener;
     both->Subscribe(both, Plain);
-    Dispatch(both);
-    EXPECT_EQ(both->Calls(), 1);
-    EXPECT_EQ(both->Release(), 0U);
+    Dispatch(*both);
+    EXPECT_EQ(1, both->Calls());
+    EXPECT_EQ(0U, both->Release());
 }
 
-TEST(Subscription, AddsNoReference)
+TEST_F(Subscription, AddsNoReference)
 {
-    auto* publisher = MakeListener();
-    auto* listener = MakeListener();
-    listener->Subscribe(publisher, Plain);
-    EXPECT_EQ(ReferencesOf(publisher), 1U);
-    EXPECT_EQ(listener->Release(), 0U);
-    EXPECT_TRUE(SubscribersOf(publisher, Plain).empty());
-    EXPECT_EQ(publisher->Release(), 0U);
+    auto* ending = new Listener;
+    ending->Subscribe(&publisher, Plain);
+    EXPECT_EQ(1U, ReferencesOf(&publisher));
+    EXPECT_EQ(0U, ending->Release());
+    EXPECT_TRUE(Subscribers().empty());
 }
 
 // ---------------------------------------------------------------------------------------------
 // Removing
 
-TEST(Subscription, IsRemovedByItsOwnerAndPublisherOnly)
+TEST_F(Subscription, IsRemovedByItsOwnerAndPublisherOnly)
 {
-    Listener publisher;
-    Listener other;
-    Listener listener;
     const ZALCallback callback = listener.Subscribe(&publisher, Plain);
     other.RemoveCallback(&publisher, callback);
     listener.RemoveCallback(&other, callback);
     listener.RemoveCallback(nullptr, callback);
     listener.RemoveCallback(&publisher, 0);
     listener.RemoveCallback(&publisher, callback + 1000);
-    EXPECT_EQ(SubscribersOf(&publisher, Plain).size(), 1U);
+    EXPECT_EQ(1U, Subscribers().size());
     listener.RemoveCallback(&publisher, callback);
     listener.RemoveCallback(&publisher, callback);
-    EXPECT_TRUE(SubscribersOf(&publisher, Plain).empty());
+    EXPECT_TRUE(Subscribers().empty());
 }
 
-TEST(Subscription, IsRemovedByClassAndData)
+TEST_F(Subscription, IsRemovedByClassAndData)
 {
-    Listener publisher;
-    Listener listener;
-    Listener other;
     int data = 0;
     listener.Subscribe(&publisher, Plain);
     listener.Subscribe(&publisher, Plain);
@@ -172,20 +158,17 @@ TEST(Subscription, IsRemovedByClassAndData)
     listener.Subscribe(&publisher, "Special");
     other.Subscribe(&publisher, Plain);
     listener.RemoveCallbacksOn(&publisher, Plain, nullptr);
-    EXPECT_EQ(SubscribersOf(&publisher, Plain), (std::vector<ZALBaseUnknown*>{&listener, &other}));
-    EXPECT_EQ(SubscribersOf(&publisher, "Special").size(), 1U);
+    EXPECT_EQ((Objects{&listener, &other}), Subscribers());
+    EXPECT_EQ(1U, Subscribers("Special").size());
     listener.RemoveCallbacksOn(&publisher, Plain, &data);
-    EXPECT_EQ(SubscribersOf(&publisher, Plain), std::vector<ZALBaseUnknown*>{&other});
+    EXPECT_EQ(Objects{&other}, Subscribers());
     listener.RemoveCallbacksOn(nullptr, Plain, nullptr);
     listener.RemoveCallbacksOn(&publisher, nullptr, nullptr);
 }
 
-TEST(Subscription, AllOfASubscriberAreRemovedAtOnce)
+TEST_F(Subscription, AllOfASubscriberAreRemovedAtOnce)
 {
-    Listener publisher;
     Listener elsewhere;
-    Listener listener;
-    Listener other;
     int data = 0;
     listener.Subscribe(&publisher, Plain);
     listener.Subscribe(&publisher, "Special", &data);
@@ -193,22 +176,18 @@ TEST(Subscription, AllOfASubscriberAreRemovedAtOnce)
     other.Subscribe(&publisher, Plain);
     listener.RemoveSubscriberCallbacks(&publisher);
     listener.RemoveSubscriberCallbacks(nullptr);
-    EXPECT_EQ(SubscribersOf(&publisher, Plain), std::vector<ZALBaseUnknown*>{&other});
-    EXPECT_TRUE(SubscribersOf(&publisher, "Special").empty());
-    EXPECT_EQ(SubscribersOf(&elsewhere, Plain).size(), 1U);
+    EXPECT_EQ(Objects{&other}, Subscribers());
+    EXPECT_TRUE(Subscribers("Special").empty());
+    EXPECT_EQ(1U, SubscribersOf(&elsewhere, Plain).size());
 }
 
-TEST(Subscription, SubscribersAreToldInTheirOrderAndReplaceTheListsContent)
+TEST_F(Subscription, SubscribersAreToldInOrderInPlaceOfTheListsContent)
 {
-    Listener publisher;
-    Listener first;
-    Listener second;
-    first.Subscribe(&publisher, Plain);
-    second.Subscribe(&publisher, Plain);
-    first.Subscribe(&publisher, Plain);
-    std::vector<ZALBaseUnknown*> subscribers{&publisher};
+    for (Listener* each : {&listener, &other, &listener})
+        each->Subscribe(&publisher, Plain);
+    Objects subscribers{&publisher};
     ZALSysGetSubscribers(&publisher, Plain, subscribers);
-    EXPECT_EQ(subscribers, (std::vector<ZALBaseUnknown*>{&first, &second, &first}));
+    EXPECT_EQ((Objects{&listener, &other, &listener}), subscribers);
     ZALSysGetSubscribers(nullptr, Plain, subscribers);
     EXPECT_TRUE(subscribers.empty());
 }
@@ -216,153 +195,138 @@ TEST(Subscription, SubscribersAreToldInTheirOrderAndReplaceTheListsContent)
 // ---------------------------------------------------------------------------------------------
 // What happens during a dispatch
 
-TEST(Dispatch, RunsInTheOrderOfSubscription)
+class Dispatching : public Subscription {
+protected:
+    /// Lets each hear the publisher.
+    void Hear(std::initializer_list<Listener*> listeners)
+    {
+        for (Listener* each : listeners)
+            each->Subscribe(&publisher, Plain);
+    }
+};
+
+TEST_F(Dispatching, RunsInTheOrderOfSubscription)
 {
-    Listener publisher;
     std::string order;
-    Listener first([&](ZALBaseUnknown*, ZALNotification*, void*) { order += "1"; });
-    Listener second([&](ZALBaseUnknown*, ZALNotification*, void*) { order += "2"; });
-    second.Subscribe(&publisher, Plain);
-    first.Subscribe(&publisher, Plain);
-    second.Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
-    EXPECT_EQ(order, "212");
+    Calling first([&] { order += "1"; });
+    Calling second([&] { order += "2"; });
+    Hear({&second, &first, &second});
+    Dispatch(publisher);
+    EXPECT_EQ("212", order);
 }
 
-TEST(Dispatch, OfNothingIsNothing)
+TEST_F(Dispatching, OfNothingIsNothing)
 {
-    Listener publisher;
     ZALNotification notification;
     DispatchCallbacks(nullptr, &notification);
     DispatchCallbacks(&publisher, nullptr);
     DispatchCallbacks(&publisher, &notification);
 }
 
-TEST(Dispatch, ASubscriberMayRemoveItself)
+TEST_F(Dispatching, ASubscriberMayRemoveItself)
 {
-    Listener publisher;
-    Listener once([&](ZALBaseUnknown*, ZALNotification*, void*) { once.RemoveSubscriberCallbacks(&publisher); });
-    Listener after;
-    once.Subscribe(&publisher, Plain);
-    once.Subscribe(&publisher, Plain);
-    after.Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
-    Dispatch(&publisher);
-    EXPECT_EQ(once.Calls(), 1);
-    EXPECT_EQ(after.Calls(), 2);
+    Calling once([&] { once.RemoveSubscriberCallbacks(&publisher); });
+    Hear({&once, &once, &listener});
+    Dispatch(publisher);
+    Dispatch(publisher);
+    EXPECT_EQ(1, once.Calls());
+    EXPECT_EQ(2, listener.Calls());
 }
 
-TEST(Dispatch, WhatIsRemovedIsNotCalledAnyMore)
+TEST_F(Dispatching, WhatIsRemovedIsNotCalledAnyMore)
 {
-    Listener publisher;
-    Listener victim;
-    Listener remover([&](ZALBaseUnknown*, ZALNotification*, void*) { victim.RemoveSubscriberCallbacks(&publisher); });
-    remover.Subscribe(&publisher, Plain);
-    victim.Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
-    EXPECT_EQ(victim.Calls(), 0);
+    Calling remover([&] { listener.RemoveSubscriberCallbacks(&publisher); });
+    Hear({&remover, &listener});
+    Dispatch(publisher);
+    EXPECT_EQ(0, listener.Calls());
 }
 
-TEST(Dispatch, WhatIsAddedIsCalledFromTheNextOneOn)
+TEST_F(Dispatching, WhatIsAddedIsCalledFromTheNextOneOn)
 {
-    Listener publisher;
-    Listener added;
-    Listener adder([&](ZALBaseUnknown*, ZALNotification*, void*) { added.Subscribe(&publisher, Plain); });
-    adder.Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
-    EXPECT_EQ(added.Calls(), 0);
-    Dispatch(&publisher);
-    EXPECT_EQ(added.Calls(), 1);
+    Calling adder([&] { Hear({&listener}); });
+    Hear({&adder});
+    Dispatch(publisher);
+    EXPECT_EQ(0, listener.Calls());
+    Dispatch(publisher);
+    EXPECT_EQ(1, listener.Calls());
 }
 
-TEST(Dispatch, WhatIsRemovedAndAddedAgainWaitsForTheNextOne)
+TEST_F(Dispatching, WhatIsRemovedAndAddedAgainWaitsForTheNextOne)
 {
-    Listener publisher;
-    Listener again;
-    Listener before([&](ZALBaseUnknown*, ZALNotification*, void*) {
-        again.RemoveSubscriberCallbacks(&publisher);
-        again.Subscribe(&publisher, Plain);
+    Calling before([&] {
+        listener.RemoveSubscriberCallbacks(&publisher);
+        Hear({&listener});
     });
-    before.Subscribe(&publisher, Plain);
-    again.Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
-    EXPECT_EQ(again.Calls(), 0);
+    Hear({&before, &listener});
+    Dispatch(publisher);
+    EXPECT_EQ(0, listener.Calls());
 }
 
-TEST(Dispatch, ManyMayBeAddedMeanwhile)
+TEST_F(Dispatching, ManyMayBeAddedMeanwhile)
 {
-    Listener publisher;
     std::vector<std::unique_ptr<Listener>> added;
-    Listener adder([&](ZALBaseUnknown*, ZALNotification*, void*) {
+    Calling adder([&] {
         for (int count = 0; count < 1000; ++count)
-            added.emplace_back(std::make_unique<Listener>())->Subscribe(&publisher, Plain);
+            Hear({added.emplace_back(std::make_unique<Listener>()).get()});
     });
-    Listener last;
-    adder.Subscribe(&publisher, Plain);
-    last.Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
-    EXPECT_EQ(last.Calls(), 1);
-    EXPECT_EQ(SubscribersOf(&publisher, Plain).size(), 1002U);
+    Hear({&adder, &listener});
+    Dispatch(publisher);
+    EXPECT_EQ(1, listener.Calls());
+    EXPECT_EQ(1002U, Subscribers().size());
 }
 
-TEST(Dispatch, ASubscriberMayEndItself)
+TEST_F(Dispatching, ASubscriberMayEndItself)
 {
-    Listener publisher;
     Listener* mortal = nullptr;
     int calls = 0;
-    mortal = MakeListener([&](ZALBaseUnknown*, ZALNotification*, void*) {
+    mortal = new Calling([&] {
         ++calls;
         mortal->Release();
     });
-    Listener after;
-    mortal->Subscribe(&publisher, Plain);
-    mortal->Subscribe(&publisher, Plain);
-    after.Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(after.Calls(), 1);
-    EXPECT_EQ(SubscribersOf(&publisher, Plain).size(), 1U);
+    Hear({mortal, mortal, &listener});
+    Dispatch(publisher);
+    EXPECT_EQ(1, calls);
+    EXPECT_EQ(1, listener.Calls());
+    EXPECT_EQ(1U, Subscribers().size());
 }
 
-TEST(Dispatch, ASubscriberThatIsReleasedLivesToTheEndOfItsCallback)
+TEST_F(Dispatching, ASubscriberThatIsReleasedLivesToTheEndOfItsCallback)
 {
-    Listener publisher;
-    bool ended = false;
-    struct Watched : Listener {
-        Watched(Reaction reaction, bool& flag) : Listener(std::move(reaction)), ended(flag) {}
+    struct Watched : Calling {
+        Watched(std::function<void()> call, bool& flag) : Calling(std::move(call)), ended(flag) {}
         ~Watched() override { ended = true; }
         bool& ended;
     };
-    Watched* mortal = nullptr;
+    bool ended = false;
+    Listener* mortal = nullptr;
     mortal = new Watched(
-        [&](ZALBaseUnknown*, ZALNotification*, void*) {
+        [&] {
             mortal->Release();
             EXPECT_FALSE(ended);
         },
         ended);
-    mortal->Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
+    Hear({mortal});
+    Dispatch(publisher);
     EXPECT_TRUE(ended);
 }
 
-TEST(Dispatch, ASubscriberMayBeDeletedInsideItsCallback)
+TEST_F(Dispatching, ASubscriberMayBeDeletedInsideItsCallback)
 {
-    Listener publisher;
     std::unique_ptr<Listener> mortal;
-    mortal = std::make_unique<Listener>([&](ZALBaseUnknown*, ZALNotification*, void*) { mortal.reset(); });
-    mortal->Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
-    EXPECT_TRUE(SubscribersOf(&publisher, Plain).empty());
+    mortal = std::make_unique<Calling>([&] { mortal.reset(); });
+    Hear({mortal.get()});
+    Dispatch(publisher);
+    EXPECT_TRUE(Subscribers().empty());
 }
 
-TEST(Dispatch, ADestructorMayDispatchToItsOwnObject)
+TEST_F(Dispatching, ADestructorMayDispatchToItsOwnObject)
 {
     struct Dying : Listener {
         explicit Dying(int& count) : ends(count) {}
         ~Dying() override
         {
             ++ends;
-            Dispatch(this);
+            Dispatch(*this);
         }
         int& ends;
     };
@@ -370,204 +334,160 @@ TEST(Dispatch, ADestructorMayDispatchToItsOwnObject)
     auto* dying = new Dying(ends);
     dying->Subscribe(dying, Plain);
     dying->Release();
-    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(1, ends);
 }
 
-TEST(Dispatch, ASubscriberMayEndTheNextOne)
+TEST_F(Dispatching, ASubscriberMayEndTheNextOneOrTheOneBefore)
 {
-    Listener publisher;
-    int calls = 0;
-    Listener* victim = MakeListener([&](ZALBaseUnknown*, ZALNotification*, void*) { ++calls; });
-    Listener killer([&](ZALBaseUnknown*, ZALNotification*, void*) { victim->Release(); });
-    killer.Subscribe(&publisher, Plain);
-    victim->Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
-    EXPECT_EQ(calls, 0);
+    for (const bool next : {true, false}) {
+        SCOPED_TRACE(next);
+        int calls = 0;
+        Listener* victim = new Calling([&] { ++calls; });
+        Calling killer([&] { victim->Release(); });
+        Listener after;
+        next ? Hear({&killer, victim, &after}) : Hear({victim, &killer, &after});
+        Dispatch(publisher);
+        EXPECT_EQ(next ? 0 : 1, calls);
+        EXPECT_EQ(1, after.Calls());
+    }
 }
 
-TEST(Dispatch, ASubscriberMayEndTheOneBefore)
+TEST_F(Dispatching, ASubscriberMayEndThePublisherAlsoInANestedOne)
 {
-    Listener publisher;
-    Listener* victim = MakeListener();
-    Listener killer([&](ZALBaseUnknown*, ZALNotification*, void*) { victim->Release(); });
-    Listener after;
-    victim->Subscribe(&publisher, Plain);
-    killer.Subscribe(&publisher, Plain);
-    after.Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
-    EXPECT_EQ(after.Calls(), 1);
+    for (const int depth : {1, 3}) {
+        SCOPED_TRACE(depth);
+        auto* mortal = new Listener;
+        Calling killer([&] { killer.Calls() == depth ? void(mortal->Release()) : Dispatch(*mortal); });
+        Listener after;
+        killer.Subscribe(mortal, Plain);
+        after.Subscribe(mortal, Plain);
+        Dispatch(*mortal);
+        EXPECT_EQ(depth, killer.Calls());
+        EXPECT_EQ(0, after.Calls());
+    }
 }
 
-TEST(Dispatch, ASubscriberMayEndThePublisher)
+TEST_F(Dispatching, EverybodyMayEnd)
 {
-    Listener* publisher = MakeListener();
-    Listener killer([&](ZALBaseUnknown*, ZALNotification*, void*) { publisher->Release(); });
-    Listener after;
-    killer.Subscribe(publisher, Plain);
-    after.Subscribe(publisher, Plain);
-    Dispatch(publisher);
-    EXPECT_EQ(killer.Calls(), 1);
-    EXPECT_EQ(after.Calls(), 0);
-}
-
-TEST(Dispatch, EverybodyMayEnd)
-{
-    Listener* publisher = MakeListener();
+    auto* from = new Listener;
+    auto* second = new Listener;
     Listener* first = nullptr;
-    Listener* second = MakeListener();
-    first = MakeListener([&](ZALBaseUnknown*, ZALNotification*, void*) {
-        publisher->Release();
+    first = new Calling([&] {
+        from->Release();
         second->Release();
         first->Release();
     });
-    first->Subscribe(publisher, Plain);
-    second->Subscribe(publisher, Plain);
+    first->Subscribe(from, Plain);
+    second->Subscribe(from, Plain);
     second->Subscribe(first, Plain);
-    Dispatch(publisher);
+    Dispatch(*from);
 }
 
-TEST(Dispatch, TheEndOfAThirdOneTakesItsSubscriptionsAlong)
+TEST_F(Dispatching, TheEndOfAThirdOneTakesItsSubscriptionsAlong)
 {
-    Listener publisher;
-    Listener* third = MakeListener();
-    Listener listener([&](ZALBaseUnknown*, ZALNotification*, void*) { third->Release(); });
-    listener.Subscribe(third, Plain);
-    listener.Subscribe(&publisher, Plain);
+    auto* third = new Listener;
+    Calling killer([&] { third->Release(); });
+    killer.Subscribe(third, Plain);
+    killer.Subscribe(&publisher, Plain);
     third->Subscribe(&publisher, "Special");
-    Dispatch(&publisher);
-    EXPECT_EQ(listener.Calls(), 1);
-    EXPECT_TRUE(SubscribersOf(&publisher, "Special").empty());
+    Dispatch(publisher);
+    EXPECT_EQ(1, killer.Calls());
+    EXPECT_TRUE(Subscribers("Special").empty());
 }
 
-TEST(Dispatch, MayNest)
+TEST_F(Dispatching, MayNest)
 {
-    Listener publisher;
-    int depth = 0;
-    Listener nesting([&](ZALBaseUnknown*, ZALNotification*, void*) {
-        if (++depth < 4)
-            Dispatch(&publisher);
-    });
-    Listener after;
-    nesting.Subscribe(&publisher, Plain);
-    after.Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
-    EXPECT_EQ(nesting.Calls(), 4);
-    EXPECT_EQ(after.Calls(), 4);
-}
-
-TEST(Dispatch, RemovalInsideANestedOneReachesTheOuterOne)
-{
-    Listener publisher;
-    Listener victim;
-    Listener nesting([&](ZALBaseUnknown*, ZALNotification* notification, void*) {
-        if (std::string(notification->IsA()) == "Special") {
-            victim.RemoveSubscriberCallbacks(&publisher);
-            return;
-        }
-        Special inner;
-        DispatchCallbacks(&publisher, &inner);
-    });
-    nesting.Subscribe(&publisher, Plain);
-    nesting.Subscribe(&publisher, "Special");
-    victim.Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
-    EXPECT_EQ(nesting.Calls(), 2);
-    EXPECT_EQ(victim.Calls(), 0);
-}
-
-TEST(Dispatch, ThePublisherMayEndInsideANestedOne)
-{
-    Listener* publisher = MakeListener();
-    int depth = 0;
-    Listener nesting([&](ZALBaseUnknown*, ZALNotification*, void*) {
-        if (++depth == 3)
-            publisher->Release();
-        else
+    Calling nesting([&] {
+        if (nesting.Calls() < 4)
             Dispatch(publisher);
     });
-    Listener after;
-    nesting.Subscribe(publisher, Plain);
-    after.Subscribe(publisher, Plain);
+    Hear({&nesting, &listener});
     Dispatch(publisher);
-    EXPECT_EQ(nesting.Calls(), 3);
-    EXPECT_EQ(after.Calls(), 0);
+    EXPECT_EQ(4, nesting.Calls());
+    EXPECT_EQ(4, listener.Calls());
+}
+
+TEST_F(Dispatching, RemovalInsideANestedOneReachesTheOuterOne)
+{
+    Listener nesting([&](ZALBaseUnknown*, ZALNotification* notification, void*) {
+        if (std::string(notification->IsA()) == "Special")
+            listener.RemoveSubscriberCallbacks(&publisher);
+        else
+            Dispatch<Special>(publisher);
+    });
+    nesting.Subscribe(&publisher, "Special");
+    Hear({&nesting, &listener});
+    Dispatch(publisher);
+    EXPECT_EQ(2, nesting.Calls());
+    EXPECT_EQ(0, listener.Calls());
 }
 
 // ---------------------------------------------------------------------------------------------
 // The notification
 
-/// Counts its ends.
-class Counted : public ZALNotification {
-public:
-    Counted(int automaticDelete, int& ends) : ZALNotification(automaticDelete), ends_(ends) {}
-    ~Counted() override { ++ends_; }
+class Notifications : public Dispatching {
+protected:
+    /// Counts its ends.
+    class Counted : public ZALNotification {
+    public:
+        Counted(int automaticDelete, int& ends) : ZALNotification(automaticDelete), ends_(ends) {}
+        ~Counted() override { ++ends_; }
 
-private:
-    int& ends_;
+    private:
+        int& ends_;
+    };
+    int ends = 0;
 };
 
-TEST(Dispatch, ReleasesANotificationThatAsksForIt)
+TEST_F(Notifications, AreReleasedWhenTheyAskForItAlsoWhenNobodyHears)
 {
-    Listener publisher;
-    int ends = 0;
-    Listener listener([&](ZALBaseUnknown*, ZALNotification* notification, void*) {
-        EXPECT_EQ(ends, 0);
-        EXPECT_EQ(notification->GetAutomaticDelete(), 1);
+    DispatchCallbacks(&publisher, new Counted(1, ends));
+    EXPECT_EQ(1, ends);
+    Listener hearing([&](ZALBaseUnknown*, ZALNotification* notification, void*) {
+        EXPECT_EQ(1, ends);
+        EXPECT_EQ(1, notification->GetAutomaticDelete());
     });
-    listener.Subscribe(&publisher, Plain);
+    Hear({&hearing});
     DispatchCallbacks(&publisher, new Counted(1, ends));
-    EXPECT_EQ(listener.Calls(), 1);
-    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(1, hearing.Calls());
+    EXPECT_EQ(2, ends);
 }
 
-TEST(Dispatch, ReleasesANotificationThatNobodyHears)
+TEST_F(Notifications, StayWhenSomebodyHoldsThem)
 {
-    Listener publisher;
-    int ends = 0;
-    DispatchCallbacks(&publisher, new Counted(1, ends));
-    EXPECT_EQ(ends, 1);
-}
-
-TEST(Dispatch, LeavesANotificationThatSomebodyHolds)
-{
-    Listener publisher;
-    int ends = 0;
     auto* notification = new Counted(1, ends);
     notification->AddRef();
     DispatchCallbacks(&publisher, notification);
-    EXPECT_EQ(ends, 0);
-    EXPECT_EQ(notification->Release(), 0U);
+    EXPECT_EQ(0, ends);
+    EXPECT_EQ(0U, notification->Release());
 }
 
-TEST(Dispatch, LeavesTheSendersNotificationAlone)
+TEST_F(Notifications, OfTheSenderAreLeftAlone)
 {
-    Listener publisher;
-    int ends = 0;
     {
         Counted notification(0, ends);
         DispatchCallbacks(&publisher, &notification);
         DispatchCallbacks(&publisher, &notification);
-        EXPECT_EQ(ends, 0);
+        EXPECT_EQ(0, ends);
     }
-    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(1, ends);
 }
 
-TEST(Dispatch, IsObservedBeforeItsSubscribersAndWithoutThem)
+TEST_F(Notifications, AreObservedBeforeTheirSubscribersAndWithoutThem)
 {
-    Listener publisher;
     std::string order;
-    Listener listener([&](ZALBaseUnknown*, ZALNotification*, void*) { order += "s"; });
+    Calling hearing([&] { order += "s"; });
     const DispatchObserver before = ObserveDispatches([&](ZALBaseUnknown* from, const ZALNotification& notification) {
-        EXPECT_EQ(from, &publisher);
-        EXPECT_STREQ(notification.IsA(), Plain);
+        EXPECT_EQ(&publisher, from);
+        EXPECT_STREQ(Plain, notification.IsA());
         order += "o";
     });
-    Dispatch(&publisher);
-    listener.Subscribe(&publisher, Plain);
-    Dispatch(&publisher);
+    Dispatch(publisher);
+    Hear({&hearing});
+    Dispatch(publisher);
     ObserveDispatches(before);
-    Dispatch(&publisher);
-    EXPECT_EQ(order, "ooss");
+    Dispatch(publisher);
+    EXPECT_EQ("ooss", order);
 }
 
 } // namespace

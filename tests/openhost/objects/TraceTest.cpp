@@ -3,14 +3,13 @@
 #include "openhost/objects/Traces.h"
 
 #include "openhost/files/TemporaryFolder.h"
+#include "tests/openhost/files/EnvironmentVariable.h"
 
 #include "host/object_model.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <fstream>
-#include <optional>
 #include <sstream>
 #include <string>
 
@@ -18,28 +17,11 @@ namespace openhost::testing {
 
 namespace {
 
-/// Sets the variable that switches traces on from the start, for as long as it lives.
-class TracesVariable {
+/// A trace as the module makes one.
+class TestTrace : public ZALTrace {
 public:
-    explicit TracesVariable(const char* value)
-    {
-        if (const char* before = std::getenv(Name))
-            before_ = before;
-        setenv(Name, value, 1);
-    }
-    ~TracesVariable()
-    {
-        if (before_)
-            setenv(Name, before_->c_str(), 1);
-        else
-            unsetenv(Name);
-    }
-
-private:
-    static constexpr const char* Name = "OPENHOST_TRACES";
-    std::optional<std::string> before_;
+    explicit TestTrace(const char* name, const char* file = "STDERR") : ZALTrace(name, "", 0, file, 16) {}
 };
-
 bool IsOn(const ZALTrace& trace)
 {
     return trace.Activation && *trace.Activation;
@@ -54,53 +36,38 @@ protected:
     }
 };
 
-TEST_F(TraceObject, StartsOff)
+TEST_F(TraceObject, StartsOnWhenTheVariableNamesItOrAll)
 {
-    const TracesVariable variable("");
-    const ZALTrace trace("TraceTestOff", "", 0, "STDERR", 16);
-    ASSERT_TRUE(trace.Activation);
-    EXPECT_FALSE(IsOn(trace));
+    const auto startsOn = [](const char* variable, const char* name) {
+        const EnvironmentVariable traces("OPENHOST_TRACES", variable);
+        const TestTrace trace(name);
+        EXPECT_TRUE(trace.Activation) << name;
+        return IsOn(trace);
+    };
+    EXPECT_FALSE(startsOn("", "TraceTestOff"));
+    EXPECT_TRUE(startsOn("Other,TraceTestNamed,More", "TraceTestNamed"));
+    EXPECT_FALSE(startsOn("Other,TraceTestNamed,More", "TraceTestName"));
+    EXPECT_TRUE(startsOn("*", "TraceTestAll"));
 }
 
-TEST_F(TraceObject, StartsOnWhenTheVariableNamesIt)
+TEST_F(TraceObject, IsSwitchedByNameAlsoBeforeItIsMade)
 {
-    const TracesVariable variable("Other,TraceTestNamed,More");
-    const ZALTrace named("TraceTestNamed", "", 0, "STDERR", 16);
-    const ZALTrace similar("TraceTestName", "", 0, "STDERR", 16);
-    EXPECT_TRUE(IsOn(named));
-    EXPECT_FALSE(IsOn(similar));
-}
-
-TEST_F(TraceObject, StartsOnWhenTheVariableNamesAll)
-{
-    const TracesVariable variable("*");
-    const ZALTrace trace("TraceTestAll", "", 0, "STDERR", 16);
-    EXPECT_TRUE(IsOn(trace));
-}
-
-TEST_F(TraceObject, IsSwitchedByName)
-{
-    const ZALTrace one("TraceTestOne", "", 0, "STDERR", 16);
-    const ZALTrace two("TraceTestTwo", "", 0, "STDERR", 16);
     SwitchTraces("TraceTestOne", true);
+    const TestTrace one("TraceTestOne");
+    const TestTrace two("TraceTestTwo");
     EXPECT_TRUE(IsOn(one));
     EXPECT_FALSE(IsOn(two));
     SwitchTraces("TraceTestOne", false);
     EXPECT_FALSE(IsOn(one));
-}
-
-TEST_F(TraceObject, IsSwitchedByNameBeforeItIsMade)
-{
-    SwitchTraces("TraceTestEarly", true);
-    const ZALTrace trace("TraceTestEarly", "", 0, "STDERR", 16);
-    EXPECT_TRUE(IsOn(trace));
+    SwitchTraces("TraceTestTwo", true);
+    EXPECT_TRUE(IsOn(two));
 }
 
 TEST_F(TraceObject, IsSwitchedWithAllOthersLaterOnesIncluded)
 {
-    const ZALTrace before("TraceTestBefore", "", 0, "STDERR", 16);
+    const TestTrace before("TraceTestBefore");
     SwitchTraces(true);
-    const ZALTrace after("TraceTestAfter", "", 0, "STDERR", 16);
+    const TestTrace after("TraceTestAfter");
     EXPECT_TRUE(IsOn(before));
     EXPECT_TRUE(IsOn(after));
     SwitchTraces(false);
@@ -110,23 +77,24 @@ TEST_F(TraceObject, IsSwitchedWithAllOthersLaterOnesIncluded)
 
 TEST_F(TraceObject, WritesToARedirectionWithItsName)
 {
-    ZALTrace trace("TraceTestRedirected", "", 0, "STDERR", 16);
+    TestTrace trace("TraceTestRedirected");
     std::string received;
     RedirectTraces(
         [&](std::string_view name, std::string_view text) { received += std::string(name) + ":" + std::string(text); });
     trace.TraPut("one\n");
     trace.TraPut("");
     trace.TraPut("two, longer than the line buffer\n");
-    EXPECT_EQ(received, "TraceTestRedirected:one\nTraceTestRedirected:TraceTestRedirected:two, longer than the line "
-                        "buffer\n");
+    EXPECT_EQ("TraceTestRedirected:one\nTraceTestRedirected:TraceTestRedirected:two, longer than the line "
+              "buffer\n",
+              received);
 }
 
 TEST_F(TraceObject, WritesToStandardErrorWithoutOne)
 {
-    ZALTrace trace("TraceTestScreen", "", 0, "STDERR", 16);
+    TestTrace trace("TraceTestScreen");
     ::testing::internal::CaptureStderr();
     trace.TraPut("100% on the screen\n");
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "100% on the screen\n");
+    EXPECT_EQ("100% on the screen\n", ::testing::internal::GetCapturedStderr());
 }
 
 TEST_F(TraceObject, AppendsToItsFile)
@@ -134,18 +102,18 @@ TEST_F(TraceObject, AppendsToItsFile)
     const TemporaryFolder folder;
     const std::string file = folder.Path() / "trace.txt";
     {
-        ZALTrace trace("TraceTestFile", "", 0, file.c_str(), 16);
+        TestTrace trace("TraceTestFile", file.c_str());
         trace.TraPut("one\n");
         trace.TraPut("two\n");
     }
     std::stringstream text;
     text << std::ifstream(file).rdbuf();
-    EXPECT_EQ(text.str(), "one\ntwo\n");
+    EXPECT_EQ("one\ntwo\n", text.str());
 }
 
 TEST_F(TraceObject, SurvivesAFileThatCannotBeWritten)
 {
-    ZALTrace trace("TraceTestNowhere", "", 0, "/nowhere/at/all/trace.txt", 16);
+    TestTrace trace("TraceTestNowhere", "/nowhere/at/all/trace.txt");
     trace.TraPut("lost\n");
 }
 

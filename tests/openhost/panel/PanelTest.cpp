@@ -72,21 +72,21 @@ ZALBaseUnknown* MakeAddin()
 }
 
 /// The dictionary knows the addin class "TestAddin".
-class PanelOfTheSession : public HostFixture {
+class PanelOfTheRun : public HostFixture {
 protected:
-    PanelOfTheSession()
+    PanelOfTheRun()
     {
         addinLog = &log_;
         ClassDictionary::Instance().AddAdapter("TestAddin", "ZALIMeridiaAccessDialogAddin", Itself);
         ClassDictionary::Instance().AddCreation("TestAddin", MakeAddin, "creation");
         journal::Redirect([this](const nlohmann::ordered_json& line) { journal_.push_back(line.dump()); });
     }
-    ~PanelOfTheSession() override
+    ~PanelOfTheRun() override
     {
         Panel::End();
         Loop().RunUntilIdle();
-        EXPECT_EQ(log_.living, 0);
-        EXPECT_EQ(RecordedPage::Current(), nullptr);
+        EXPECT_EQ(0, log_.living);
+        EXPECT_EQ(nullptr, RecordedPage::Current());
         journal::Redirect({});
         ClassDictionary::Instance().RemoveAdapter("TestAddin", "ZALIMeridiaAccessDialogAddin");
         ClassDictionary::Instance().RemoveCreation("TestAddin");
@@ -97,107 +97,102 @@ protected:
     Texts journal_;
 };
 
-TEST_F(PanelOfTheSession, IsClosedAtFirst)
+TEST_F(PanelOfTheRun, IsClosedAtFirst)
 {
-    EXPECT_EQ(Panel::Current(), nullptr);
+    EXPECT_EQ(nullptr, Panel::Current());
     EXPECT_FALSE(ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog());
     Panel::Close();
     Panel::End();
     EXPECT_TRUE(journal_.empty());
 }
 
-TEST_F(PanelOfTheSession, CannotBeOpenedWithoutPages)
+TEST_F(PanelOfTheRun, CannotBeOpenedWithoutPages)
 {
     PanelPages::Install(nullptr);
     EXPECT_FALSE(ZALMeridiaAccessServices::GetOrCreateMeridiaAccessDialog());
-    EXPECT_EQ(Panel::Open(), nullptr);
-    EXPECT_EQ(log_.living, 0);
+    EXPECT_EQ(nullptr, Panel::Open());
+    EXPECT_EQ(0, log_.living);
 }
 
-TEST_F(PanelOfTheSession, IsOpenedOnceAndGivenToEverybody)
+TEST_F(PanelOfTheRun, IsOpenedOnceAndGivenToEverybody)
 {
     const ZALIMeridiaAccessDialog_var panel = ZALMeridiaAccessServices::GetOrCreateMeridiaAccessDialog();
     ASSERT_TRUE(panel);
     EXPECT_EQ(ZALMeridiaAccessServices::GetOrCreateMeridiaAccessDialog().operator->(), panel.operator->());
     EXPECT_EQ(ZALMeridiaAccessServices::GetCurrentMeridiaAccessDialog().operator->(), panel.operator->());
-    EXPECT_EQ(log_.calls, Texts{"SetAccessDialog"});
+    EXPECT_EQ(Texts{"SetAccessDialog"}, log_.calls);
 }
 
-TEST_F(PanelOfTheSession, HandsReportsOfThePageToItsAddinsAndIntoTheJournal)
+TEST_F(PanelOfTheRun, HandsReportsOfThePageToItsAddinsAndIntoTheJournal)
 {
     Panel::Open();
     Page().ReportUrl("http://a/\u20AC");
     Page().ReportMessage("{}");
-    EXPECT_EQ(log_.calls, (Texts{"SetAccessDialog", "OnPageUrl http://a/\u20AC", "OnJSMessage {}"}));
-    EXPECT_EQ(journal_, (Texts{R"({"event":"panel","action":"opened"})",
-                               R"({"event":"result","operation":"SetAccessDialog","code":"S_OK"})",
-                               "{\"event\":\"url\",\"url\":\"http://a/\u20AC\"}",
-                               R"({"event":"result","operation":"OnPageUrl","code":"0x00000001"})",
-                               R"({"event":"message","text":"{}"})",
-                               R"({"event":"result","operation":"OnJSMessage","code":"0x80004005"})"}));
+    EXPECT_EQ((Texts{"SetAccessDialog", "OnPageUrl http://a/\u20AC", "OnJSMessage {}"}), log_.calls);
+    EXPECT_EQ((Texts{R"({"event":"panel","action":"opened"})",
+                     R"({"event":"result","operation":"SetAccessDialog","code":"S_OK"})",
+                     "{\"event\":\"url\",\"url\":\"http://a/\u20AC\"}",
+                     R"({"event":"result","operation":"OnPageUrl","code":"0x00000001"})",
+                     R"({"event":"message","text":"{}"})",
+                     R"({"event":"result","operation":"OnJSMessage","code":"0x80004005"})"}),
+              journal_);
 }
 
-TEST_F(PanelOfTheSession, PassesScriptsAndAddressesToThePage)
+TEST_F(PanelOfTheRun, PassesScriptsAndAddressesToThePage)
 {
     Panel& panel = *Panel::Open();
-    EXPECT_EQ(panel.ExecuteScript("a()"), S_OK);
-    EXPECT_EQ(panel.LoadUrl("http://a/"), S_OK);
-    EXPECT_EQ(Page().Scripts(), Texts{"a()"});
-    EXPECT_EQ(Page().Urls(), Texts{"http://a/"});
+    EXPECT_EQ(S_OK, panel.ExecuteScript("a()"));
+    EXPECT_EQ(S_OK, panel.LoadUrl("http://a/"));
+    EXPECT_EQ(Texts{"a()"}, Page().Scripts());
+    EXPECT_EQ(Texts{"http://a/"}, Page().Urls());
     Page().takesScripts = Page().takesUrls = false;
-    EXPECT_EQ(panel.ExecuteScript("b()"), E_FAIL);
-    EXPECT_EQ(panel.LoadUrl("http://b/"), E_FAIL);
-    EXPECT_EQ(Page().Scripts().size() + Page().Urls().size(), 2U);
-    EXPECT_EQ(journal_.at(2), "{\"event\":\"script\",\"text\":\"a()\"}");
-    EXPECT_EQ(journal_.at(3), R"({"event":"load","url":"http://a/"})");
+    EXPECT_EQ(E_FAIL, panel.ExecuteScript("b()"));
+    EXPECT_EQ(E_FAIL, panel.LoadUrl("http://b/"));
+    EXPECT_EQ(2U, Page().Scripts().size() + Page().Urls().size());
+    EXPECT_EQ("{\"event\":\"script\",\"text\":\"a()\"}", journal_.at(2));
+    EXPECT_EQ(R"({"event":"load","url":"http://a/"})", journal_.at(3));
 }
 
 // ---------------------------------------------------------------------------------------------
 // Addins
 
-TEST_F(PanelOfTheSession, GivesItsAddinByTheNameOfItsClassWithAReference)
+TEST_F(PanelOfTheRun, GivesItsAddinByTheNameOfItsClassWithAReference)
 {
     Panel& panel = *Panel::Open();
     ZALBaseUnknown* first = nullptr;
     ZALBaseUnknown* second = nullptr;
-    ASSERT_EQ(panel.GetAddin("TestAddin", &first), S_OK);
-    ASSERT_EQ(panel.GetAddin("TestAddin", &second), S_OK);
+    ASSERT_EQ(S_OK, panel.GetAddin("TestAddin", &first));
+    ASSERT_EQ(S_OK, panel.GetAddin("TestAddin", &second));
     EXPECT_EQ(first, second);
-    EXPECT_STREQ(first->IsA(), "TestAddin");
-    EXPECT_EQ(log_.living, 1);
+    EXPECT_STREQ("TestAddin", first->IsA());
+    EXPECT_EQ(1, log_.living);
     first->Release();
     second->Release();
+    EXPECT_EQ(E_FAIL, panel.GetAddin("Other", &first));
+    EXPECT_EQ(nullptr, first);
+    EXPECT_EQ(E_INVALIDARG, panel.GetAddin("TestAddin", nullptr));
 }
 
-TEST_F(PanelOfTheSession, HasNoAddinOfAnotherName)
-{
-    Panel& panel = *Panel::Open();
-    ZALBaseUnknown* addin = &panel;
-    EXPECT_EQ(panel.GetAddin("Other", &addin), E_FAIL);
-    EXPECT_EQ(addin, nullptr);
-    EXPECT_EQ(panel.GetAddin("TestAddin", nullptr), E_INVALIDARG);
-}
-
-TEST_F(PanelOfTheSession, MakesAnAddinThatIsRegisteredLater)
+TEST_F(PanelOfTheRun, MakesAnAddinThatIsRegisteredLater)
 {
     ClassDictionary::Instance().RemoveCreation("TestAddin");
     Panel& panel = *Panel::Open();
-    EXPECT_EQ(log_.living, 0);
+    EXPECT_EQ(0, log_.living);
     ClassDictionary::Instance().AddCreation("TestAddin", MakeAddin, "creation");
     ZALBaseUnknown* addin = nullptr;
-    ASSERT_EQ(panel.GetAddin("TestAddin", &addin), S_OK);
+    ASSERT_EQ(S_OK, panel.GetAddin("TestAddin", &addin));
     addin->Release();
-    EXPECT_EQ(log_.calls, Texts{"SetAccessDialog"});
+    EXPECT_EQ(Texts{"SetAccessDialog"}, log_.calls);
 }
 
-TEST_F(PanelOfTheSession, DoesWithoutAnAddinThatCannotBeMade)
+TEST_F(PanelOfTheRun, DoesWithoutAnAddinThatCannotBeMade)
 {
     ClassDictionary::Instance().RemoveCreation("TestAddin");
     ClassDictionary::Instance().AddCreation(
         "TestAddin", []() -> ZALBaseUnknown* { return nullptr; }, "creation");
     Panel& panel = *Panel::Open();
     ZALBaseUnknown* addin = nullptr;
-    EXPECT_EQ(panel.GetAddin("TestAddin", &addin), E_FAIL);
+    EXPECT_EQ(E_FAIL, panel.GetAddin("TestAddin", &addin));
     Page().ReportMessage("{}");
     EXPECT_TRUE(log_.calls.empty());
 }
@@ -205,59 +200,52 @@ TEST_F(PanelOfTheSession, DoesWithoutAnAddinThatCannotBeMade)
 // ---------------------------------------------------------------------------------------------
 // The end
 
-TEST_F(PanelOfTheSession, TellsThatTheUserClosesItBeforeItEnds)
+TEST_F(PanelOfTheRun, TellsThatTheUserClosesItBeforeItEnds)
 {
     Panel::Open();
     Listener listener([&](ZALBaseUnknown*, ZALNotification* notification, void*) {
-        EXPECT_STREQ(notification->IsA(), "ZALDlgWindCloseNotification");
+        EXPECT_STREQ("ZALDlgWindCloseNotification", notification->IsA());
         EXPECT_TRUE(Panel::Current());
-        EXPECT_EQ(log_.living, 1);
+        EXPECT_EQ(1, log_.living);
     });
     listener.Subscribe(ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher(),
                        ZALDlgWindCloseNotification::ClassName());
     Page().ReportClosed();
-    EXPECT_EQ(listener.Calls(), 1);
-    EXPECT_EQ(Panel::Current(), nullptr);
+    EXPECT_EQ(1, listener.Calls());
+    EXPECT_EQ(nullptr, Panel::Current());
     Loop().RunUntilIdle();
-    EXPECT_EQ(log_.living, 0);
-    EXPECT_EQ(journal_.back(), R"({"event":"panel","action":"closed"})");
-}
-
-TEST_F(PanelOfTheSession, EndsWithTheSessionWithoutAWord)
-{
+    EXPECT_EQ(0, log_.living);
+    EXPECT_EQ(R"({"event":"panel","action":"closed"})", journal_.back());
     Panel::Open();
-    Listener listener;
-    listener.Subscribe(ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher(),
-                       ZALDlgWindCloseNotification::ClassName());
     Panel::End();
-    EXPECT_EQ(listener.Calls(), 0);
+    EXPECT_EQ(1, listener.Calls()) << "the end of the run is not told";
 }
 
-TEST_F(PanelOfTheSession, IsWithoutAPageForThoseWhoStillHoldIt)
+TEST_F(PanelOfTheRun, IsWithoutAPageForThoseWhoStillHoldIt)
 {
     const ZALIMeridiaAccessDialog_var panel = ZALMeridiaAccessServices::GetOrCreateMeridiaAccessDialog();
     Panel::Close();
-    EXPECT_EQ(panel->ExecuteScript("a()"), E_FAIL);
-    EXPECT_EQ(panel->LoadUrl("http://a/"), E_FAIL);
+    EXPECT_EQ(E_FAIL, panel->ExecuteScript("a()"));
+    EXPECT_EQ(E_FAIL, panel->LoadUrl("http://a/"));
     ZALBaseUnknown* addin = nullptr;
-    EXPECT_EQ(panel->GetAddin("TestAddin", &addin), E_FAIL);
-    EXPECT_EQ(addin, nullptr);
+    EXPECT_EQ(E_FAIL, panel->GetAddin("TestAddin", &addin));
+    EXPECT_EQ(nullptr, addin);
 }
 
-TEST_F(PanelOfTheSession, MayBeClosedInsideAnOperationOfAnAddin)
+TEST_F(PanelOfTheRun, MayBeClosedInsideAnOperationOfAnAddin)
 {
     Panel::Open();
     log_.onMessage = [&] {
         Page().ReportClosed();
         Loop().RunUntilIdle(); // as a blocking dialog does
-        EXPECT_EQ(log_.living, 1);
+        EXPECT_EQ(1, log_.living);
     };
     Page().ReportMessage("{}");
     Loop().RunUntilIdle();
-    EXPECT_EQ(log_.living, 0);
+    EXPECT_EQ(0, log_.living);
 }
 
-TEST_F(PanelOfTheSession, OpensAnewWithAFreshPageAndFreshAddins)
+TEST_F(PanelOfTheRun, OpensAnewWithAFreshPageAndFreshAddins)
 {
     Panel::Open();
     Page().ReportClosed();
@@ -265,11 +253,11 @@ TEST_F(PanelOfTheSession, OpensAnewWithAFreshPageAndFreshAddins)
     EXPECT_TRUE(Panel::Current());
     Loop().RunUntilIdle();
     ASSERT_TRUE(RecordedPage::Current());
-    EXPECT_EQ(log_.living, 1);
-    EXPECT_EQ(log_.calls, (Texts{"SetAccessDialog", "SetAccessDialog"}));
+    EXPECT_EQ(1, log_.living);
+    EXPECT_EQ((Texts{"SetAccessDialog", "SetAccessDialog"}), log_.calls);
 }
 
-TEST_F(PanelOfTheSession, DoesNotHearAPageThatIsLate)
+TEST_F(PanelOfTheRun, DoesNotHearAPageThatIsLate)
 {
     Panel::Open();
     RecordedPage& late = Page();
@@ -283,7 +271,7 @@ TEST_F(PanelOfTheSession, DoesNotHearAPageThatIsLate)
     EXPECT_TRUE(Panel::Current());
 }
 
-TEST_F(PanelOfTheSession, HasOnePublisherOfItsEventsWhetherOpenOrNot)
+TEST_F(PanelOfTheRun, HasOnePublisherOfItsEventsWhetherOpenOrNot)
 {
     ZALBaseUnknown* publisher = ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher();
     ASSERT_TRUE(publisher);

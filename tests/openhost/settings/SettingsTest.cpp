@@ -43,14 +43,42 @@ protected:
     std::string Location()
     {
         ZALUnicodeString value;
-        EXPECT_EQ(Object().GetDownloadLocation(value), S_OK);
+        EXPECT_EQ(S_OK, Object().GetDownloadLocation(value));
         return ToUtf8(value);
+    }
+
+    void Load(const std::string& bytes)
+    {
+        Write(bytes);
+        Store().Load(file);
+    }
+    /// The locks of the two settings as the object tells them.
+    std::string Locks()
+    {
+        ZALSettingInfo info[2];
+        char lock[2] = {'x', 'x'};
+        info[0].SetLock('x');
+        info[1].SetLock('x');
+        EXPECT_EQ(S_OK, Object().GetDownloadLocationInfo(info[0]));
+        EXPECT_EQ(S_OK, Object().GetDoNotRemindDownloadLocationInfo(info[1]));
+        for (int index = 0; index < 2; ++index)
+            EXPECT_EQ(S_OK, info[index].GetLock(lock[index]));
+        return std::string(lock, 2);
+    }
+    void ExpectSettings(const std::string& location, bool doNotRemind)
+    {
+        EXPECT_EQ(location, Location());
+        EXPECT_EQ(doNotRemind, DoNotRemind());
+    }
+    std::ptrdiff_t FilesInFolder() const
+    {
+        return std::distance(std::filesystem::directory_iterator(folder.Path()), {});
     }
 
     bool DoNotRemind()
     {
         bool value = false;
-        EXPECT_EQ(Object().GetDoNotRemindDownloadLocation(value), S_OK);
+        EXPECT_EQ(S_OK, Object().GetDoNotRemindDownloadLocation(value));
         return value;
     }
 
@@ -84,44 +112,34 @@ private:
 
 TEST_F(Settings, BeginEmptyAndUnlocked)
 {
-    EXPECT_EQ(Location(), "");
-    EXPECT_FALSE(DoNotRemind());
-    ZALSettingInfo info;
-    info.SetLock('R');
-    char lock = 'x';
-    EXPECT_EQ(Object().GetDownloadLocationInfo(info), S_OK);
-    EXPECT_EQ(info.GetLock(lock), S_OK);
-    EXPECT_EQ(lock, '-');
-    info.SetLock('R');
-    EXPECT_EQ(Object().GetDoNotRemindDownloadLocationInfo(info), S_OK);
-    EXPECT_EQ(info.GetLock(lock), S_OK);
-    EXPECT_EQ(lock, '-');
+    ExpectSettings("", false);
+    EXPECT_EQ("--", Locks());
 }
 
 TEST_F(Settings, CannotBeMadeWithoutAStoreOrWithoutAPlaceForThem)
 {
-    EXPECT_EQ(CreateZALIVelmartIntegrationSettingAtt(nullptr), E_INVALIDARG);
+    EXPECT_EQ(E_INVALIDARG, CreateZALIVelmartIntegrationSettingAtt(nullptr));
     ZALIVelmartIntegrationSettingAtt* settings = &Object();
     Store().SetAvailable(false);
-    EXPECT_EQ(CreateZALIVelmartIntegrationSettingAtt(&settings), E_FAIL);
-    EXPECT_EQ(settings, nullptr);
+    EXPECT_EQ(E_FAIL, CreateZALIVelmartIntegrationSettingAtt(&settings));
+    EXPECT_EQ(nullptr, settings);
     Store().SetAvailable(true);
-    EXPECT_EQ(CreateZALIVelmartIntegrationSettingAtt(&settings), S_OK);
-    ASSERT_NE(settings, nullptr);
-    EXPECT_EQ(settings->Release(), 0U);
+    EXPECT_EQ(S_OK, CreateZALIVelmartIntegrationSettingAtt(&settings));
+    ASSERT_NE(nullptr, settings);
+    EXPECT_EQ(0U, settings->Release());
 }
 
 TEST_F(Settings, AreSharedByAllObjectsOfASession)
 {
-    EXPECT_EQ(Object().SetDownloadLocation(u"/home/jo/Größe"), S_OK);
-    EXPECT_EQ(Object().SetDoNotRemindDownloadLocation(true), S_OK);
+    EXPECT_EQ(S_OK, Object().SetDownloadLocation(u"/home/jo/Größe"));
+    EXPECT_EQ(S_OK, Object().SetDoNotRemindDownloadLocation(true));
     ZALIVelmartIntegrationSettingAtt* other = nullptr;
-    ASSERT_EQ(CreateZALIVelmartIntegrationSettingAtt(&other), S_OK);
+    ASSERT_EQ(S_OK, CreateZALIVelmartIntegrationSettingAtt(&other));
     ZALUnicodeString location;
     bool flag = false;
     other->GetDownloadLocation(location);
     other->GetDoNotRemindDownloadLocation(flag);
-    EXPECT_EQ(ToUtf8(location), "/home/jo/Größe");
+    EXPECT_EQ("/home/jo/Größe", ToUtf8(location));
     EXPECT_TRUE(flag);
     other->Release();
 }
@@ -132,88 +150,72 @@ TEST_F(Settings, ThatAreLockedCannotBeSet)
     for (const char lock : {'R', 'r'}) {
         Store().SetLock("DownloadLocation", lock);
         Store().SetLock("DoNotRemindDownloadLocation", lock);
-        EXPECT_EQ(Object().SetDownloadLocation("/other"), E_FAIL);
-        EXPECT_EQ(Object().SetDoNotRemindDownloadLocation(true), E_FAIL);
+        EXPECT_EQ(E_FAIL, Object().SetDownloadLocation("/other"));
+        EXPECT_EQ(E_FAIL, Object().SetDoNotRemindDownloadLocation(true));
     }
-    EXPECT_EQ(Location(), "/locked");
-    EXPECT_FALSE(DoNotRemind());
+    ExpectSettings("/locked", false);
 }
 
 TEST_F(Settings, AreLockedByNoOtherCharacter)
 {
-    ZALSettingInfo info;
-    char lock = 0;
     for (const char other : {'-', 'L', 'x'}) {
         Store().SetLock("DownloadLocation", other);
-        EXPECT_EQ(Object().SetDownloadLocation("/other"), S_OK) << other;
-        Object().GetDownloadLocationInfo(info);
-        info.GetLock(lock);
-        EXPECT_EQ(lock, other);
+        EXPECT_EQ(S_OK, Object().SetDownloadLocation("/other")) << other;
+        EXPECT_EQ(std::string(1, other) + "-", Locks());
     }
 }
 
 TEST_F(Settings, FlagIsLockedAndUnlockedByTheAdministrator)
 {
-    ZALSettingInfo info;
-    char lock = 0;
-    EXPECT_EQ(Object().SetDoNotRemindDownloadLocationLock(1), S_OK);
-    Object().GetDoNotRemindDownloadLocationInfo(info);
-    info.GetLock(lock);
-    EXPECT_EQ(lock, 'R');
-    EXPECT_EQ(Object().SetDoNotRemindDownloadLocation(true), E_FAIL);
-    EXPECT_EQ(Object().SetDoNotRemindDownloadLocationLock(2), E_INVALIDARG);
-    EXPECT_EQ(Object().SetDoNotRemindDownloadLocationLock(0), S_OK);
-    EXPECT_EQ(Object().SetDoNotRemindDownloadLocation(true), S_OK);
-    EXPECT_EQ(Object().SetDownloadLocation("/free"), S_OK);
+    EXPECT_EQ(S_OK, Object().SetDoNotRemindDownloadLocationLock(1));
+    EXPECT_EQ("-R", Locks());
+    EXPECT_EQ(E_FAIL, Object().SetDoNotRemindDownloadLocation(true));
+    EXPECT_EQ(E_INVALIDARG, Object().SetDoNotRemindDownloadLocationLock(2));
+    EXPECT_EQ(S_OK, Object().SetDoNotRemindDownloadLocationLock(0));
+    EXPECT_EQ(S_OK, Object().SetDoNotRemindDownloadLocation(true));
+    EXPECT_EQ(S_OK, Object().SetDownloadLocation("/free"));
 }
 
 TEST_F(Settings, GoBackToTheValuesKeptLast)
 {
     Store().SetValues({true, "/kept"});
-    EXPECT_EQ(Object().SettingsStepOne(0), S_OK);
+    EXPECT_EQ(S_OK, Object().SettingsStepOne(0));
     Object().SetDownloadLocation("/changed");
     Object().SetDoNotRemindDownloadLocation(false);
-    EXPECT_EQ(Object().SettingsStepThree(), S_OK);
-    EXPECT_EQ(Location(), "/kept");
-    EXPECT_TRUE(DoNotRemind());
+    EXPECT_EQ(S_OK, Object().SettingsStepThree());
+    ExpectSettings("/kept", true);
 }
 
 TEST_F(Settings, GoBackToTheFileWhenNothingWasKept)
 {
-    Write(R"({"DownloadLocation": "/loaded"})");
-    Store().Load(file);
+    Load(R"({"DownloadLocation": "/loaded"})");
     Object().SetDownloadLocation("/changed");
     Object().SettingsStepThree();
-    EXPECT_EQ(Location(), "/loaded");
+    EXPECT_EQ("/loaded", Location());
 }
 
 TEST_F(Settings, AreResetToTheAdministratorsValues)
 {
-    Write(R"({"DownloadLocation": "/mine",
-              "administrator": {"DownloadLocation": "/srv", "DoNotRemindDownloadLocation": true}})");
-    Store().Load(file);
-    EXPECT_EQ(Location(), "/mine");
-    EXPECT_EQ(Object().SettingsStepTwo(0, 0), S_OK);
-    EXPECT_EQ(Location(), "/srv");
-    EXPECT_TRUE(DoNotRemind());
+    Load(R"({"DownloadLocation": "/mine",
+             "administrator": {"DownloadLocation": "/srv", "DoNotRemindDownloadLocation": true}})");
+    EXPECT_EQ("/mine", Location());
+    EXPECT_EQ(S_OK, Object().SettingsStepTwo(0, 0));
+    ExpectSettings("/srv", true);
     Store().SetAdministratorValues({});
     Object().SettingsStepTwo(0, 0);
-    EXPECT_EQ(Location(), "");
-    EXPECT_FALSE(DoNotRemind());
+    ExpectSettings("", false);
 }
 
 TEST_F(Settings, ThatAreLockedStayAtAResetAndOnTheWayBack)
 {
     Object().SettingsStepOne(0);
-    Store().SetValues({true, "/locked"});
     Store().SetLock("DownloadLocation", 'R');
+    Store().SetValues({true, "/locked"});
     Object().SettingsStepThree();
-    EXPECT_EQ(Location(), "/locked");
-    EXPECT_FALSE(DoNotRemind());
+    ExpectSettings("/locked", false);
     Store().SetValues({true, "/locked"});
     Object().SettingsStepTwo(0, 0);
-    EXPECT_EQ(Location(), "/locked");
-    EXPECT_FALSE(DoNotRemind());
+    ExpectSettings("/locked", false);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -224,13 +226,15 @@ TEST_F(Settings, StayInMemoryUntilTheyAreSaved)
     Store().Load(file);
     Object().SetDownloadLocation("/home/jo/parts");
     EXPECT_FALSE(std::filesystem::exists(file));
-    EXPECT_EQ(Object().SaveSettings(0), S_OK);
-    EXPECT_TRUE(std::filesystem::exists(file));
+    EXPECT_EQ(S_OK, Object().SaveSettings(0));
+    EXPECT_EQ(1, FilesInFolder());
+    Store().Save();
+    EXPECT_EQ(1, FilesInFolder()) << "nothing is left beside the file";
 
     Store().Reset();
-    EXPECT_EQ(Location(), "");
+    EXPECT_EQ("", Location());
     Store().Load(file);
-    EXPECT_EQ(Location(), "/home/jo/parts");
+    EXPECT_EQ("/home/jo/parts", Location());
 }
 
 TEST_F(Settings, SurviveTheFileWithLocksAndOddCharacters)
@@ -240,10 +244,9 @@ TEST_F(Settings, SurviveTheFileWithLocksAndOddCharacters)
     Store().SetLock("DoNotRemindDownloadLocation", 'R');
     Store().Save();
     Store().Load(file);
-    EXPECT_EQ(Location(), "C:\\Teile \"neu\"\\Größe 😀");
-    EXPECT_TRUE(DoNotRemind());
-    EXPECT_EQ(Store().Lock("DoNotRemindDownloadLocation"), 'R');
-    EXPECT_EQ(Store().Lock("DownloadLocation"), '-');
+    ExpectSettings("C:\\Teile \"neu\"\\Größe 😀", true);
+    EXPECT_EQ('R', Store().Lock("DoNotRemindDownloadLocation"));
+    EXPECT_EQ('-', Store().Lock("DownloadLocation"));
     Store().SetLock("DoNotRemindDownloadLocation", '-');
     Store().Save();
     EXPECT_THAT(Read(), ::testing::Not(HasSubstr("locks")));
@@ -252,86 +255,68 @@ TEST_F(Settings, SurviveTheFileWithLocksAndOddCharacters)
 TEST_F(Settings, AreSavedWithoutAFileForTheSessionOnly)
 {
     Object().SetDownloadLocation("/home/jo/parts");
-    EXPECT_EQ(Object().SaveSettings(0), S_OK);
-    EXPECT_EQ(Location(), "/home/jo/parts");
+    EXPECT_EQ(S_OK, Object().SaveSettings(0));
+    EXPECT_EQ("/home/jo/parts", Location());
 }
 
 TEST_F(Settings, LeaveInTheFileWhatElseStandsThere)
 {
-    Write(R"({"other": {"deep": [1, 2.0, null]}, "administrator": {"DownloadLocation": "/srv"},)"
-          R"( "locks": {"Other": "R"}})");
-    Store().Load(file);
-    std::ofstream(file, std::ios::binary) << R"({"later": 1, "other": {"deep": [1, 2.0, null]},)"
-                                             R"( "administrator": {"DownloadLocation": "/srv"},)"
-                                             R"( "locks": {"Other": "R"}})";
+    const std::string others = R"("other":{"deep":[1,2.0,null]},"administrator":{"DownloadLocation":"/srv"},)"
+                               R"("locks":{"Other":"R"})";
+    Load("{" + others + "}");
+    Write("{\"later\": 1, " + others + "}");
     Store().SetValues({true, "/new"});
     Store().Save();
-    EXPECT_EQ(nlohmann::ordered_json::parse(Read()).dump(),
-              R"({"later":1,"other":{"deep":[1,2.0,null]},"administrator":{"DownloadLocation":"/srv"},)"
-              R"("locks":{"Other":"R"},"DoNotRemindDownloadLocation":true,"DownloadLocation":"/new"})");
+    EXPECT_EQ("{\"later\":1," + others + R"(,"DoNotRemindDownloadLocation":true,"DownloadLocation":"/new"})",
+              nlohmann::ordered_json::parse(Read()).dump());
 }
 
 TEST_F(Settings, OfADamagedFileAreReportedAndNeverOverwritten)
 {
-    const std::string tooDeep = "{\"a\":" + std::string(100'000, '[') + std::string(100'000, ']') + "}";
-    for (const std::string& bytes :
-         {std::string(), std::string("{"), std::string("[]"), std::string("\"text\""), std::string("{\"a\": 1} x"),
-          std::string("{\"DownloadLocation\": \"\xFF\"}"), std::string("{\"DownloadLocation\": 1}"),
-          std::string("{\"DoNotRemindDownloadLocation\": \"true\"}"), std::string("{\"locks\": []}"),
-          std::string("{\"locks\": {\"DownloadLocation\": \"RR\"}}"), std::string("{\"administrator\": 1}"),
-          std::string("{\"administrator\": {\"DownloadLocation\": false}}"), tooDeep,
-          "{\"a\": \"" + std::string(1 << 20, 'a') + "\"}"}) {
-        Write(bytes);
-        EXPECT_THAT(LoadError(), StartsWith("the settings file " + file.string() + " cannot be loaded: "))
-            << bytes.substr(0, 60);
-        ZALIVelmartIntegrationSettingAtt* settings = nullptr;
-        EXPECT_EQ(CreateZALIVelmartIntegrationSettingAtt(&settings), E_FAIL);
-        EXPECT_THROW(Store().Save(), std::runtime_error);
-        EXPECT_EQ(Read(), bytes) << bytes.substr(0, 60);
-    }
-}
-
-TEST_F(Settings, OfAFileThatIsCutOffAnywhereAreReportedAndStay)
-{
+    std::vector<std::string> damaged{"[]",
+                                     "\"text\"",
+                                     "{\"a\": 1} x",
+                                     "{\"DownloadLocation\": \"\xFF\"}",
+                                     "{\"DownloadLocation\": 1}",
+                                     "{\"DoNotRemindDownloadLocation\": \"true\"}",
+                                     "{\"locks\": []}",
+                                     "{\"locks\": {\"DownloadLocation\": \"RR\"}}",
+                                     "{\"administrator\": 1}",
+                                     "{\"administrator\": {\"DownloadLocation\": false}}",
+                                     "{\"a\":" + std::string(100'000, '[') + std::string(100'000, ']') + "}",
+                                     "{\"a\": \"" + std::string(1 << 20, 'a') + "\"}"};
     const std::string whole = R"({"DownloadLocation": "/parts", "DoNotRemindDownloadLocation": true, "locks": {}})";
-    for (std::size_t size = 0; size < whole.size(); ++size) {
-        Write(whole.substr(0, size));
-        EXPECT_THAT(LoadError(), HasSubstr("settings.json cannot be loaded")) << size;
-        EXPECT_THROW(Store().Save(), std::runtime_error) << size;
-        EXPECT_EQ(Read(), whole.substr(0, size));
+    for (std::size_t size = 0; size < whole.size(); ++size)
+        damaged.push_back(whole.substr(0, size));
+    for (const std::string& bytes : damaged) {
+        SCOPED_TRACE(bytes.substr(0, 80));
+        Write(bytes);
+        EXPECT_THAT(LoadError(), StartsWith("the settings file " + file.string() + " cannot be loaded: "));
+        ZALIVelmartIntegrationSettingAtt* settings = nullptr;
+        EXPECT_EQ(E_FAIL, CreateZALIVelmartIntegrationSettingAtt(&settings));
+        EXPECT_THROW(Store().Save(), std::runtime_error);
+        EXPECT_EQ(bytes, Read());
     }
     Write(whole);
-    EXPECT_EQ(LoadError(), "");
-}
-
-TEST_F(Settings, AreThereAgainAfterADamagedFileWasRepaired)
-{
-    Write("{");
-    EXPECT_NE(LoadError(), "");
-    Write(R"({"DownloadLocation": "/repaired"})");
-    EXPECT_EQ(LoadError(), "");
-    EXPECT_EQ(Location(), "/repaired");
+    EXPECT_EQ("", LoadError());
+    EXPECT_EQ("/parts", Location()) << "the file has been repaired";
 }
 
 TEST_F(Settings, AreNotSavedOverAFileThatWasDamagedMeanwhile)
 {
-    Write("{}");
-    Store().Load(file);
+    Load("{}");
     Write("{ damaged");
-    EXPECT_EQ(Object().SaveSettings(0), E_FAIL);
-    EXPECT_EQ(Read(), "{ damaged");
+    EXPECT_EQ(E_FAIL, Object().SaveSettings(0));
+    EXPECT_EQ("{ damaged", Read());
 }
 
-TEST_F(Settings, CannotBeLoadedFromAFolder)
+TEST_F(Settings, AreLoadedFromNoFolderPipeDeviceOrCircleOfLinks)
 {
     std::filesystem::create_directory(file);
     EXPECT_THAT(LoadError(), HasSubstr("no regular file"));
     EXPECT_THROW(Store().Save(), std::runtime_error);
-}
-
-TEST_F(Settings, AreLoadedFromNoPipeNoDeviceAndNoCircleOfLinks)
-{
-    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    std::filesystem::remove(file);
+    ASSERT_EQ(0, mkfifo(file.c_str(), 0600));
     EXPECT_THAT(LoadError(), HasSubstr("no regular file"));
     for (const char* target : {"/dev/zero", "settings.json"}) {
         std::filesystem::remove(file);
@@ -343,42 +328,36 @@ TEST_F(Settings, AreLoadedFromNoPipeNoDeviceAndNoCircleOfLinks)
 
 TEST_F(Settings, AreNotSavedWhereAFolderHasTakenThePlaceOfTheFile)
 {
-    Write(R"({"DownloadLocation": "/old"})");
-    Store().Load(file);
+    Load(R"({"DownloadLocation": "/old"})");
     std::filesystem::remove(file);
     std::filesystem::create_directory(file);
-    EXPECT_EQ(Object().SaveSettings(0), E_FAIL);
+    EXPECT_EQ(E_FAIL, Object().SaveSettings(0));
     EXPECT_TRUE(std::filesystem::is_directory(file));
     std::filesystem::remove(file);
-    EXPECT_EQ(Object().SaveSettings(0), S_OK);
+    EXPECT_EQ(S_OK, Object().SaveSettings(0));
     EXPECT_THAT(Read(), HasSubstr("/old"));
 }
 
-TEST_F(Settings, OfTheFileStayWhenTheDiskIsFull)
+TEST_F(Settings, OfTheFileStayWhenTheDiskIsFullOrTheFileIsReadOnly)
 {
-    Write(R"({"DownloadLocation": "/old"})");
-    const std::string before = Read();
-    Store().Load(file);
+    const std::string before = R"({"DownloadLocation": "/old"})";
+    Load(before);
     Object().SetDownloadLocation(FromUtf8("/" + std::string(2000, 'n')));
     {
         const testing::FileSizeLimit limit(1000);
-        EXPECT_EQ(Object().SaveSettings(0), E_FAIL);
+        EXPECT_EQ(E_FAIL, Object().SaveSettings(0));
     }
-    EXPECT_EQ(Read(), before);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
-    EXPECT_EQ(Object().SaveSettings(0), S_OK);
-}
+    EXPECT_EQ(before, Read());
+    EXPECT_EQ(1, FilesInFolder());
+    EXPECT_EQ(S_OK, Object().SaveSettings(0));
 
-TEST_F(Settings, AreNotSavedToAReadOnlyFile)
-{
-    Write(R"({"DownloadLocation": "/old"})");
-    const std::string before = Read();
+    const std::string saved = Read();
     std::filesystem::permissions(file, std::filesystem::perms::owner_read);
     Store().Load(file);
     Object().SetDownloadLocation("/new");
-    EXPECT_EQ(Object().SaveSettings(0), E_FAIL);
-    EXPECT_EQ(Read(), before);
-    EXPECT_EQ(Location(), "/new");
+    EXPECT_EQ(E_FAIL, Object().SaveSettings(0));
+    EXPECT_EQ(saved, Read());
+    EXPECT_EQ("/new", Location());
 }
 
 TEST_F(Settings, AreNotSavedToAFolderThatIsGoneAndSaySoInTheJournal)
@@ -389,20 +368,12 @@ TEST_F(Settings, AreNotSavedToAFolderThatIsGoneAndSaySoInTheJournal)
     std::filesystem::remove(inner);
     std::vector<std::string> lines;
     journal::Redirect([&](const nlohmann::ordered_json& event) { lines.push_back(event.dump()); });
-    EXPECT_EQ(Object().SaveSettings(0), E_FAIL);
-    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(E_FAIL, Object().SaveSettings(0));
+    ASSERT_EQ(1U, lines.size());
     EXPECT_THAT(lines[0], StartsWith(R"({"event":"settings","action":"failed","error":"the settings file )"));
     std::filesystem::create_directory(inner);
-    EXPECT_EQ(Object().SaveSettings(0), S_OK);
-    EXPECT_EQ(lines.back(), R"({"event":"settings","action":"saved"})");
-}
-
-TEST_F(Settings, LeaveNoTraceBesideTheFile)
-{
-    Store().Load(file);
-    Store().Save();
-    Store().Save();
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
+    EXPECT_EQ(S_OK, Object().SaveSettings(0));
+    EXPECT_EQ(R"({"event":"settings","action":"saved"})", lines.back());
 }
 
 TEST_F(Settings, HaveNoLockUnderAnotherName)

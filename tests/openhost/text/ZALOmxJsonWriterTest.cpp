@@ -25,7 +25,7 @@ ZALOmxAny Parsed(const std::string& text)
 
 TEST(ZALOmxJsonWriter, WritesNestedObjectsAndListsWithoutWhiteSpace)
 {
-    EXPECT_EQ(R"({"method":"call","id":1,"params":{"paths":["a","b",{},[],"",[]],"last":-9}})",
+    EXPECT_EQ(R"({"method":"call","id":1,"params":{"paths":[{},"a","b",[],"",[]],"last":-9}})",
               Written([](ZALOmxJsonWriter& writer) {
                   writer.Object();
                   writer.Attribute("method", ZALOmxUTF8String("call"));
@@ -34,19 +34,19 @@ TEST(ZALOmxJsonWriter, WritesNestedObjectsAndListsWithoutWhiteSpace)
                   writer.Object();
                   writer.Attribute("paths");
                   writer.List();
-                  writer.Item("a");
-                  writer.Item("b");
                   writer.Object();
                   writer.End();
+                  writer.Item("a");
+                  writer.Item("b");
                   writer.List();
                   writer.End();
                   writer.Item("");
                   writer.List();
-                  for (int end = 0; end < 2; ++end)
-                      writer.End();
+                  writer.End();
+                  writer.End();
                   writer.Attribute("last", std::int64_t{-9});
-                  for (int end = 0; end < 2; ++end)
-                      writer.End();
+                  writer.End();
+                  writer.End();
               }));
 }
 
