@@ -368,8 +368,6 @@ public:
     }
 
 private:
-    using Vector = std::array<double, 3>;
-
     static Vector ReadVector(const LocatedJson& value, const std::string& name)
     {
         if (!value.value.is_array() || value.items.size() != 3)

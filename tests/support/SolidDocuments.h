@@ -25,8 +25,8 @@ public:
     std::filesystem::path Path(const std::string& fileName) const { return folder_.Path() / fileName; }
 
     /// The part `fileName` with the box between two corners, under the part number `partNumber`.
-    void Box(const std::string& fileName, const std::string& partNumber, const std::array<double, 3>& lowest,
-             const std::array<double, 3>& highest) const
+    void Box(const std::string& fileName, const std::string& partNumber, const Vector& lowest,
+             const Vector& highest) const
     {
         Part(fileName, partNumber,
              BRepPrimAPI_MakeBox(gp_Pnt(lowest[0], lowest[1], lowest[2]), gp_Pnt(highest[0], highest[1], highest[2]))

@@ -48,7 +48,7 @@ const openhost::GeometryFacts& FactsOf(const std::string& id)
 
 double Extent(const std::string& id, std::size_t axis)
 {
-    return FactsOf(id).highest[axis] - FactsOf(id).lowest[axis];
+    return FactsOf(id).box.Extent(axis);
 }
 
 int LevelsBelow(const std::string& name)
@@ -126,8 +126,8 @@ TEST(CatalogueItems, BoltsHaveTheSizesOfTheirStandard)
     for (const auto& [id, headHeight, length, acrossFlats] :
          {Row{"hexagon-bolt-m6x30", 4, 30, 10}, Row{"hexagon-bolt-m8x40", 5.3, 40, 13},
           Row{"hexagon-bolt-m10x50", 6.4, 50, 16}, Row{"hexagon-screw-m6x16", 4, 16, 10}}) {
-        EXPECT_NEAR(FactsOf(id).lowest[2], -headHeight, Close) << id;
-        EXPECT_NEAR(FactsOf(id).highest[2], length, Close) << id;
+        EXPECT_NEAR(FactsOf(id).box.lowest[2], -headHeight, Close) << id;
+        EXPECT_NEAR(FactsOf(id).box.highest[2], length, Close) << id;
         EXPECT_NEAR(Extent(id, 1), acrossFlats, Close) << id;
     }
 }
@@ -266,27 +266,26 @@ TEST(CatalogueAssemblies, BearingSitsOnTheShaftsSeatInTheHousingsSeat)
     EachPart("BEARING_UNIT_20.ZALProduct", openhost::IdentityPlacement,
              [](const std::string& name, const openhost::Placement& placement) {
                  if (name == "ISO15_6204.ZALPart") {
-                     EXPECT_EQ(Transformed(placement, {0, 0, 0}), (std::array<double, 3>{0, 1, 50}));
-                     EXPECT_EQ(Transformed(placement, {0, 0, 14}), (std::array<double, 3>{0, 15, 50}));
+                     EXPECT_EQ(openhost::PlacePoint(placement, {0, 0, 0}), (openhost::Vector{0, 1, 50}));
+                     EXPECT_EQ(openhost::PlacePoint(placement, {0, 0, 14}), (openhost::Vector{0, 15, 50}));
                  }
                  if (name == "SHAFT_20x154.ZALPart") {
-                     EXPECT_EQ(Transformed(placement, {0, 0, 30}), (std::array<double, 3>{0, 1, 50}));
+                     EXPECT_EQ(openhost::PlacePoint(placement, {0, 0, 30}), (openhost::Vector{0, 1, 50}));
                  }
              });
 }
 
 TEST(CatalogueAssemblies, BoltHeadsOfTheUnitStandOnTheirWashersAboveTheBase)
 {
-    std::set<std::array<double, 3>> heads;
+    std::set<openhost::Vector> heads;
     EachPart("BEARING_UNIT_20.ZALProduct", openhost::IdentityPlacement,
              [&](const std::string& name, const openhost::Placement& placement) {
                  if (name == "ISO4014_M8x40.ZALPart") {
-                     heads.insert(Transformed(placement, {0, 0, 0}));
-                     EXPECT_LT(Transformed(placement, {0, 0, 40})[2], 0) << "the tip is below the base";
+                     heads.insert(openhost::PlacePoint(placement, {0, 0, 0}));
+                     EXPECT_LT(openhost::PlacePoint(placement, {0, 0, 40})[2], 0) << "the tip is below the base";
                  }
              });
-    EXPECT_EQ(heads,
-              (std::set<std::array<double, 3>>{{-52, -15, 17.6}, {-52, 15, 17.6}, {52, -15, 17.6}, {52, 15, 17.6}}));
+    EXPECT_EQ(heads, (std::set<openhost::Vector>{{-52, -15, 17.6}, {-52, 15, 17.6}, {52, -15, 17.6}, {52, 15, 17.6}}));
 }
 
 TEST(CatalogueAssemblies, FrameFillsItsBoxAndEveryPartStandsInIt)
@@ -294,8 +293,8 @@ TEST(CatalogueAssemblies, FrameFillsItsBoxAndEveryPartStandsInIt)
     EachPart("FRAME_480x480x400.ZALProduct", openhost::IdentityPlacement,
              [](const std::string& name, const openhost::Placement& placement) {
                  const openhost::GeometryFacts& facts = Whole().documents.at(name).geometry->facts;
-                 for (const auto& corner : {facts.lowest, facts.highest}) {
-                     const auto at = Transformed(placement, corner);
+                 for (const auto& corner : {facts.box.lowest, facts.box.highest}) {
+                     const auto at = openhost::PlacePoint(placement, corner);
                      for (std::size_t axis = 0; axis < 3; ++axis) {
                          EXPECT_GE(at[axis], (axis == 2 ? 0 : -20) - 1e-3) << name;
                          EXPECT_LE(at[axis], (axis == 2 ? 400 : 460) + 1e-3) << name;
@@ -317,11 +316,11 @@ TEST(CatalogueAssemblies, EverySlotNutOfTheFrameSitsBehindTheLipsOfAProfile)
                  if (name != "SLOTNUT_8_M6.ZALPart")
                      return;
                  // The nut's origin is on a profile's face, in the middle of a side: 20 from its axis.
-                 const auto origin = Transformed(placement, {0, 0, 0});
-                 const auto inside = Transformed(placement, {0, 0, 20});
+                 const auto origin = openhost::PlacePoint(placement, {0, 0, 0});
+                 const auto inside = openhost::PlacePoint(placement, {0, 0, 20});
                  const auto fits = [&](const openhost::Placement& profile) {
-                     std::array<double, 3> local{};
-                     std::array<double, 3> localInside{};
+                     openhost::Vector local{};
+                     openhost::Vector localInside{};
                      for (std::size_t axis = 0; axis < 3; ++axis)
                          for (std::size_t k = 0; k < 3; ++k) {
                              local[axis] += profile[4 * k + axis] * (origin[k] - profile[4 * k + 3]);

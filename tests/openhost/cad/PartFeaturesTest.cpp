@@ -313,8 +313,8 @@ TEST_F(Features, ArePastedIntoAnEmptyToolAsRealCopies)
     EXPECT_EQ(result.geometry->facts, measured);
     EXPECT_NEAR(measured.volume, before.geometry->facts.volume, 1e-9 * measured.volume);
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        EXPECT_NEAR(measured.lowest[axis], before.geometry->facts.lowest[axis], 1e-9);
-        EXPECT_NEAR(measured.highest[axis], before.geometry->facts.highest[axis], 1e-9);
+        EXPECT_NEAR(measured.box.lowest[axis], before.geometry->facts.box.lowest[axis], 1e-9);
+        EXPECT_NEAR(measured.box.highest[axis], before.geometry->facts.box.highest[axis], 1e-9);
     }
     EXPECT_EQ(measured.solids, 1U);
     EXPECT_EQ(measured.faces, before.geometry->facts.faces);

@@ -27,7 +27,7 @@ using ::testing::ElementsAre;
 struct Child {
     std::string name;
     std::string file;
-    std::array<double, 3> shift{};
+    Vector shift{};
     bool turned = false; ///< a quarter about z
 };
 

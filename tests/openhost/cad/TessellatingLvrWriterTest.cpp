@@ -98,7 +98,7 @@ TEST_F(TessellatingLvrWriterTest, APartIsWrittenAsItsTriangles)
     EXPECT_EQ(Write(*workspace_->Open(File("box.ZALPart")).Root()), 0);
     const LvrMesh mesh = ReadLvr(Target());
     EXPECT_EQ(mesh.triangles.size(), 12U);
-    EXPECT_EQ(BoxOf(mesh), (LvrBox{{0, 0, 0}, {10, 20, 5}}));
+    EXPECT_EQ(BoxOf(mesh), (Box{{0, 0, 0}, {10, 20, 5}}));
     EXPECT_THAT(reasons_, IsEmpty());
 }
 
@@ -107,7 +107,7 @@ TEST_F(TessellatingLvrWriterTest, AProductIsWrittenWithAllItsPartsInTheirPlaces)
     EXPECT_EQ(Write(OpenProduct()), 0);
     const LvrMesh mesh = ReadLvr(Target());
     EXPECT_EQ(mesh.triangles.size(), 24U);
-    EXPECT_EQ(BoxOf(mesh), (LvrBox{{0, 0, 0}, {100, 20, 5}}));
+    EXPECT_EQ(BoxOf(mesh), (Box{{0, 0, 0}, {100, 20, 5}}));
 }
 
 TEST_F(TessellatingLvrWriterTest, AMissingChildIsLeftOut)

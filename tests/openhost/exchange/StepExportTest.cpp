@@ -63,7 +63,7 @@ protected:
         return content.str();
     }
 
-    static void ExpectNear(const std::array<double, 12>& found, const Placement& expected)
+    static void ExpectNear(const Placement& found, const Placement& expected)
     {
         for (std::size_t i = 0; i < 12; ++i)
             EXPECT_NEAR(found[i], expected[i], 1e-12) << i;

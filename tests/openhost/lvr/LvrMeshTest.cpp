@@ -73,7 +73,8 @@ TEST(LightRepresentation, BytesStandWhereTheTableSays)
     ASSERT_EQ(bytes.size(), 44U + 24 * 6 + 12 * 2);
     EXPECT_EQ(bytes.substr(0, 4), "ZLVR");
     EXPECT_EQ(bytes.substr(4, 16), std::string("\1\0\0\0\1\0\0\0\6\0\0\0\2\0\0\0", 16));
-    EXPECT_EQ((At<LvrBox>(bytes, 20)), (LvrBox{{0, 0, -4}, {2, 3, 0}}));
+    EXPECT_EQ((LvrMesh::Vector{0, 0, -4}), (At<LvrMesh::Vector>(bytes, 20))) << "lowest corner";
+    EXPECT_EQ((LvrMesh::Vector{2, 3, 0}), (At<LvrMesh::Vector>(bytes, 20 + 12))) << "highest corner";
     EXPECT_EQ((At<LvrMesh::Vector>(bytes, 44 + 12)), (LvrMesh::Vector{2, 0, 0}));
     EXPECT_EQ((At<LvrMesh::Vector>(bytes, 44 + 12 * 6 + 12 * 3)), (LvrMesh::Vector{0, 1, 0}));
     EXPECT_EQ((At<LvrMesh::Triangle>(bytes, 44 + 24 * 6 + 12)), (LvrMesh::Triangle{3, 4, 5}));
