@@ -22,7 +22,7 @@ std::vector<ShownPart> FindShownParts(const WorkspaceProduct& product)
         if (instance.document->HasGeometry())
             parts.push_back({instance.document->Path(), instance.placement});
         // The first child is taken next.
-        const std::vector<WorkspaceProduct*>& children = instance.document->Children();
+        const auto& children = instance.document->Children();
         for (auto child = children.rbegin(); child != children.rend(); ++child)
             if ((*child)->Reference())
                 waiting.push_back({(*child)->Reference(), Within(instance.placement, (*child)->GetPlacement())});

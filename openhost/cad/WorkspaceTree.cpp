@@ -34,7 +34,7 @@ nlohmann::ordered_json Describe(const WorkspaceProduct& product, std::size_t dep
         description["at"] = ShiftOf(product.GetPlacement());
     if (!reference)
         return description;
-    for (const WorkspaceProduct* child : reference->Children()) {
+    for (const auto& child : reference->Children()) {
         if (depth == MaximumTreeDepth || lines >= MaximumTreeLines) {
             description["more"] = true;
             break;

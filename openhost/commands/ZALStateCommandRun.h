@@ -1,6 +1,8 @@
 // What the engine keeps of one state command: its graph, and where in it the command is.
 #pragma once
 
+#include "openhost/objects/Owned.h"
+
 #include "host/dialog_engine.h"
 
 #include <cstdint>
@@ -87,10 +89,7 @@ struct ZALStateCommandRun {
 
 private:
     class Inside;
-    struct ReleaseAgent {
-        void operator()(ZALPathElementAgent* agent) const { agent->Release(); }
-    };
-    using HeldAgent = std::unique_ptr<ZALPathElementAgent, ReleaseAgent>;
+    using HeldAgent = openhost::Owned<ZALPathElementAgent>;
 
     void TakeTransitions();
     void Enter(ZALDialogState* state);

@@ -2,6 +2,7 @@
 
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/objects/MetaClassOperations.h"
+#include "openhost/objects/Owned.h"
 
 #include "host/frame.h"
 
@@ -12,19 +13,12 @@ namespace openhost {
 
 namespace {
 
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
-
-template <class T>
-using Owned = std::unique_ptr<T, ReleaseObject>;
-
 // A window of the frame. It ends with the frame, whoever else holds it.
 struct EndWindow {
     void operator()(ZALDialog* window) const
     {
+        const Owned<ZALDialog> held(window);
         ZALDialogNode::Of(*window).EndAndRelease();
-        window->Release();
     }
 };
 
@@ -32,9 +26,7 @@ using FrameWindow = std::unique_ptr<ZALDialog, EndWindow>;
 
 FrameWindow MakeWindow(ZALDialog* parent, const char* name)
 {
-    auto* window = new ZALDlgDialog(parent, name, ZALDlgNoStyle);
-    window->AddRef();
-    return FrameWindow(window);
+    return FrameWindow(Share(new ZALDlgDialog(parent, name, ZALDlgNoStyle)).release());
 }
 
 } // namespace

@@ -1,11 +1,11 @@
 #include "openhost/lvr/LvrMesh.h"
 
 #include "openhost/files/AtomicFile.h"
+#include "openhost/files/BoundedFile.h"
 
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <fstream>
 
 namespace openhost {
 
@@ -157,20 +157,9 @@ void WriteLvr(const std::filesystem::path& path, const LvrMesh& mesh)
 
 LvrMesh ReadLvr(const std::filesystem::path& path)
 {
-    const auto fail = [&](const std::string& reason) { throw LvrError(path.string() + ": " + reason); };
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error))
-        fail("it is no regular file");
-    const std::uintmax_t size = std::filesystem::file_size(path, error);
-    if (error || size > SizeOf(MaximumLvrVertices, MaximumLvrTriangles))
-        fail("the representation is too large");
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    std::ifstream file(path, std::ios::binary);
-    if (!file.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
-        fail("it cannot be read");
     try {
-        return ReadLvrBytes(bytes);
-    } catch (const LvrError& problem) {
+        return ReadLvrBytes(ReadBounded(path, SizeOf(MaximumLvrVertices, MaximumLvrTriangles)));
+    } catch (const std::runtime_error& problem) {
         throw LvrError(path.string() + ": " + problem.what());
     }
 }

@@ -1,6 +1,7 @@
 // The browser panel of the run.
 #pragma once
 
+#include "openhost/objects/Owned.h"
 #include "openhost/panel/PanelPage.h"
 
 #include "host/panel.h"
@@ -35,12 +36,6 @@ public:
     HRESULT GetAddin(const ZALString& className, ZALBaseUnknown** addin) override;
 
 private:
-    struct ReleaseObject {
-        void operator()(ZALBaseUnknown* object) const { object->Release(); }
-    };
-    template <class T>
-    using Owned = std::unique_ptr<T, ReleaseObject>;
-
     struct Addin {
         std::string className;
         Owned<ZALBaseUnknown> implementation;

@@ -14,6 +14,7 @@
 #include "openhost/loop/UvEventLoop.h"
 #include "openhost/objects/ClassDictionary.h"
 #include "openhost/objects/Dispatch.h"
+#include "openhost/objects/Owned.h"
 #include "openhost/objects/Traces.h"
 #include "openhost/panel/Panel.h"
 #include "openhost/panel/RecordedPage.h"
@@ -34,10 +35,6 @@ namespace {
 constexpr const char* AddinClass = "ZALVelmartMeridiaAccessAddin";
 constexpr const char* IdleEvent = "idle";
 constexpr std::chrono::milliseconds ElementInterval(20);
-
-struct ReleaseObject {
-    void operator()(ZALBaseUnknown* object) const { object->Release(); }
-};
 
 /// Writes the event "bridge" for a message between the module and another component.
 void JournalBridge(const ZALBaseUnknown& publisher, const ZALNotification& notification)
@@ -150,7 +147,7 @@ public:
     OptionsPage& Options() { return options_; }
     CadWorkspace& Cad() { return *cad_; }
     /// The component on the bridge, or null.
-    std::unique_ptr<BridgeListener, ReleaseObject>& Listener() { return listener_; }
+    Owned<BridgeListener>& Listener() { return listener_; }
 
     void LoadModule(const std::filesystem::path& module)
     {
@@ -184,7 +181,7 @@ private:
     std::unique_ptr<PanelPages> pages_;
     std::optional<LoadedModule> module_;
     OptionsPage options_;
-    std::unique_ptr<BridgeListener, ReleaseObject> listener_;
+    Owned<BridgeListener> listener_;
 };
 
 // ---------------------------------------------------------------------------------------------

@@ -95,7 +95,7 @@ protected:
     std::vector<std::string> Children() const
     {
         std::vector<std::string> children;
-        for (const WorkspaceProduct* child : frame_->Children())
+        for (const auto& child : frame_->Children())
             children.push_back(child->Name());
         return children;
     }
@@ -123,7 +123,7 @@ protected:
     void SetUp() override
     {
         if (GetParam() == std::string(Insert))
-            Session().ReplaceComponent(*Frame().Root(), *Frame().Children()[1], Sub(), false);
+            Session().ReplaceComponent(*Frame().Root(), *Frame().Children()[1], Sub());
         else
             Session().AddComponents(*Frame().Root(), {Sub()});
         Session().Save(Frame());
