@@ -27,8 +27,8 @@ TopoDS_Shape BlockShape()
 TEST(ShapeGeometry, FactsAreThoseOfTheShape)
 {
     const GeometryFacts facts = EncodeShape(BlockShape()).facts;
-    EXPECT_EQ(facts.solids, 1U);
-    EXPECT_EQ(facts.faces, 6U);
+    EXPECT_EQ(1U, facts.solids);
+    EXPECT_EQ(6U, facts.faces);
     EXPECT_NEAR(facts.volume, 1000, 1e-6);
     EXPECT_NEAR(facts.area, 700, 1e-6);
     for (std::size_t i = 0; i < 3; ++i) {
@@ -78,7 +78,7 @@ TEST(ShapeGeometry, WhatTheKernelSaysAboutBytesStaysOffStandardOutput)
     ::testing::internal::CaptureStdout();
     EXPECT_THROW(DecodeShape({{}, "no shape"}), GeometryError);
     std::cout << "still there" << std::flush;
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "still there");
+    EXPECT_EQ("still there", ::testing::internal::GetCapturedStdout());
 }
 
 TEST(ShapeGeometry, BytesThatAreCutShortAreRefused)

@@ -82,11 +82,11 @@ void ExpectVertexNormalsToFollowTheTriangles(const LvrMesh& mesh)
 TEST(Tessellation, ABoxIsTwelveTrianglesOfItsVolumeAndArea)
 {
     const LvrMesh mesh = TessellateShape(BRepPrimAPI_MakeBox(gp_Pnt(1, 2, 3), gp_Pnt(11, 22, 8)).Shape());
-    EXPECT_EQ(mesh.triangles.size(), 12U);
-    EXPECT_EQ(mesh.positions.size(), 24U) << "each face has vertices of its own";
+    EXPECT_EQ(12U, mesh.triangles.size());
+    EXPECT_EQ(24U, mesh.positions.size()) << "each face has vertices of its own";
     EXPECT_NEAR(VolumeOf(mesh), 1000, 1e-3);
     EXPECT_NEAR(AreaOf(mesh), 700, 1e-3);
-    EXPECT_EQ(BoxOf(mesh), (Box{{1, 2, 3}, {11, 22, 8}}));
+    EXPECT_EQ((Box{{1, 2, 3}, {11, 22, 8}}), BoxOf(mesh));
     ExpectVertexNormalsToFollowTheTriangles(mesh);
 }
 
