@@ -57,7 +57,7 @@ double Walk(const openhost::LoadedDocument& product, const Assembly& assembly)
 {
     double sum = 0;
     std::size_t names = 0;
-    for (const openhost::WorkspaceProduct* child : product.Children()) {
+    for (const auto& child : product.Children()) {
         sum += child->GetPlacement()[3];
         names += child->Name().size();
         Require(child->Reference() != nullptr, "a part is missing");

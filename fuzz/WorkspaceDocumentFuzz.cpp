@@ -50,7 +50,7 @@ public:
         ConfigureFrame({});
         CadDocument bolt;
         bolt.partNumber = "bolt";
-        bolt.geometry = DocumentGeometry{{1, 6, 1, 6, {}, {}}, "geometry"};
+        bolt.geometry = DocumentGeometry{{1, 6, 1, 6, {}}, "geometry"};
         WriteBytes(Bolt(), BuildDocument(bolt));
         WriteBytes(Pair(), BuildDocument(SoundProduct({"bolt.ZALPart"})));
         WriteBytes(User(), BuildDocument(SoundProduct({"fuzz.ZALProduct", "bolt.ZALPart"})));
@@ -95,7 +95,7 @@ std::string DocumentOf(std::string_view bytes)
 std::vector<std::string> Names(const LoadedDocument& document)
 {
     std::vector<std::string> names;
-    for (const WorkspaceProduct* child : document.Children())
+    for (const auto& child : document.Children())
         names.push_back(child->Name());
     return names;
 }
@@ -134,9 +134,9 @@ void Change(CadWorkspace& workspace, LoadedDocument& document, const Folder& fol
     Require(!isAdded || document.Kind() == DocumentKind::Product);
     if (document.Children().empty())
         return;
-    IsDone([&] { workspace.ReplaceComponent(root, *document.Children().front(), folder.Pair(), true); });
+    IsDone([&] { workspace.ReplaceAllInstances(root, *document.Children().front(), folder.Pair()); });
     IsDone([&] { workspace.AddComponents(*document.Children().front(), {folder.Fuzz()}); });
-    IsDone([&] { workspace.ReplaceComponent(root, *document.Children().back(), folder.Bolt(), false); });
+    IsDone([&] { workspace.ReplaceComponent(root, *document.Children().back(), folder.Bolt()); });
 
     const std::vector<std::string> names = Names(document);
     if (!IsDone([&] { workspace.Save(document); }))

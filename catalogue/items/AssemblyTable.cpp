@@ -10,8 +10,8 @@ namespace catalogue {
 namespace {
 
 // Directions of axes. Products are built from quarter turns, which these name without rounding.
-constexpr std::array<double, 3> X{1, 0, 0}, Y{0, 1, 0}, Z{0, 0, 1};
-constexpr std::array<double, 3> MinusX{-1, 0, 0}, MinusY{0, -1, 0}, MinusZ{0, 0, -1};
+constexpr openhost::Vector X{1, 0, 0}, Y{0, 1, 0}, Z{0, 0, 1};
+constexpr openhost::Vector MinusX{-1, 0, 0}, MinusY{0, -1, 0}, MinusZ{0, 0, -1};
 
 /// A product under construction.
 class Product {

@@ -151,18 +151,7 @@ Json Request(const Item& item)
 /// Volume and box of a document with everything under it.
 struct Extent {
     double volume = 0;
-    std::array<double, 3> lowest{};
-    std::array<double, 3> highest{};
-    bool empty = true;
-
-    void Take(const std::array<double, 3>& point)
-    {
-        for (std::size_t i = 0; i < 3; ++i) {
-            lowest[i] = empty ? point[i] : std::min(lowest[i], point[i]);
-            highest[i] = empty ? point[i] : std::max(highest[i], point[i]);
-        }
-        empty = false;
-    }
+    std::optional<openhost::Box> box;
 };
 
 void Gather(const Catalogue& catalogue, const std::string& name, const openhost::Placement& placement, Extent& extent)
@@ -171,10 +160,8 @@ void Gather(const Catalogue& catalogue, const std::string& name, const openhost:
     if (document.geometry) {
         const openhost::GeometryFacts& facts = document.geometry->facts;
         extent.volume += facts.volume;
-        for (int corner = 0; corner < 8; ++corner)
-            extent.Take(Transformed(placement, {corner & 1 ? facts.highest[0] : facts.lowest[0],
-                                                corner & 2 ? facts.highest[1] : facts.lowest[1],
-                                                corner & 4 ? facts.highest[2] : facts.lowest[2]}));
+        for (const openhost::Vector& corner : facts.box.Corners())
+            openhost::Widen(extent.box, openhost::PlacePoint(placement, corner));
     }
     for (const openhost::ChildInstance& child : document.children)
         Gather(catalogue, document.links[child.link], openhost::Within(placement, child.placement), extent);
@@ -186,16 +173,16 @@ double Rounded(double value)
     return std::round(value * 1000) / 1000 + 0.0;
 }
 
+openhost::Vector Rounded(const openhost::Vector& point)
+{
+    return {Rounded(point[0]), Rounded(point[1]), Rounded(point[2])};
+}
+
 Json IndexEntry(const Catalogue& catalogue, const Item& item, const openhost::LvrMesh& mesh)
 {
     Extent extent;
     Gather(catalogue, item.root, openhost::IdentityPlacement, extent);
-    Json lowest = Json::array();
-    Json highest = Json::array();
-    for (std::size_t i = 0; i < 3; ++i) {
-        lowest.push_back(Rounded(extent.lowest[i]));
-        highest.push_back(Rounded(extent.highest[i]));
-    }
+    const openhost::Box box = extent.box.value_or(openhost::Box());
     const bool product = catalogue.documents.at(item.root).kind == openhost::DocumentKind::Product;
     return {{"id", item.id},
             {"title", item.title},
@@ -208,7 +195,7 @@ Json IndexEntry(const Catalogue& catalogue, const Item& item, const openhost::Lv
             {"documents", item.documents},
             {"dimensions", DimensionsOf(item)},
             {"volume", Rounded(extent.volume)},
-            {"boundingBox", {{"lowest", lowest}, {"highest", highest}}},
+            {"boundingBox", {{"lowest", Rounded(box.lowest)}, {"highest", Rounded(box.highest)}}},
             {"shape", EncodeShapeToken(DescribeShape(mesh))}};
 }
 

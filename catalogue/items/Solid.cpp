@@ -1,5 +1,7 @@
 #include "catalogue/items/Solid.h"
 
+#include "openhost/geometry/KernelSpace.h"
+
 #include <BRepAlgoAPI_Common.hxx>
 #include <BRepAlgoAPI_Cut.hxx>
 #include <BRepAlgoAPI_Fuse.hxx>
@@ -33,11 +35,6 @@ namespace {
 gp_Pnt ToPoint(const Vector& v)
 {
     return {v[0], v[1], v[2]};
-}
-
-Vector FromPoint(const gp_Pnt& point)
-{
-    return {point.X(), point.Y(), point.Z()};
 }
 
 TopoDS_Face Face(const Outline& outline, const std::function<gp_Pnt(const Point&)>& place)
@@ -140,7 +137,7 @@ TopoDS_Shape Filleted(const TopoDS_Shape& shape, double radius,
         const TopoDS_Edge edge = TopoDS::Edge(edges(i));
         const gp_Pnt end = BRep_Tool::Pnt(TopExp::FirstVertex(edge));
         const gp_Pnt otherEnd = BRep_Tool::Pnt(TopExp::LastVertex(edge));
-        if (wanted(FromPoint(end), FromPoint(otherEnd)))
+        if (wanted(openhost::FromKernel(end.XYZ()), openhost::FromKernel(otherEnd.XYZ())))
             fillet.Add(radius, edge);
     }
     return fillet.Shape();

@@ -3,15 +3,15 @@
 #pragma once
 
 #include "catalogue/items/Outline.h"
+#include "openhost/space/Vector.h"
 
 #include <TopoDS_Shape.hxx>
 
-#include <array>
 #include <functional>
 
 namespace catalogue {
 
-using Vector = std::array<double, 3>;
+using openhost::Vector;
 
 /// The prism over `outline`, which lies in the xy plane, from z = 0 up to `height`.
 TopoDS_Shape Extrude(const Outline& outline, double height);

@@ -12,7 +12,11 @@ namespace catalogue {
 
 namespace {
 
-using Vector = std::array<double, 3>;
+using openhost::Cross;
+using openhost::Difference;
+using openhost::Dot;
+using openhost::ToVector;
+using openhost::Vector;
 
 /// Enough for the noise of two tessellations to be well below the difference of two sizes of a part;
 /// docs/shape-search.md has the figures.
@@ -20,29 +24,10 @@ constexpr std::size_t Samples = 2048;
 /// Distances are counted up to this part of the mean distance; what is farther falls into the last bin.
 constexpr double LargestDistance = 2.5;
 
-Vector operator-(const Vector& a, const Vector& b)
-{
-    return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
-}
-
-double Dot(const Vector& a, const Vector& b)
-{
-    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-
-Vector Cross(const Vector& a, const Vector& b)
-{
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
+/// Faster than openhost::Length, for each of millions of pairs; coordinates of light representations are bounded.
 double Length(const Vector& a)
 {
     return std::sqrt(Dot(a, a));
-}
-
-Vector ToVector(const openhost::LvrMesh::Vector& a)
-{
-    return {a[0], a[1], a[2]};
 }
 
 /// A point of the surface with its normal.
@@ -87,11 +72,11 @@ Surface MeasureSurface(const openhost::LvrMesh& mesh)
     // From a corner of the mesh, so that the volume of a small shape far away loses no digits.
     const Vector origin = ToVector(mesh.positions[mesh.triangles.front()[0]]);
     for (const auto& [a, b, c] : mesh.triangles) {
-        const Vector first = ToVector(mesh.positions[a]) - origin;
-        const Vector second = ToVector(mesh.positions[b]) - origin;
-        const Vector third = ToVector(mesh.positions[c]) - origin;
+        const Vector first = Difference(ToVector(mesh.positions[a]), origin);
+        const Vector second = Difference(ToVector(mesh.positions[b]), origin);
+        const Vector third = Difference(ToVector(mesh.positions[c]), origin);
         surface.volume += Dot(first, Cross(second, third)) / 6;
-        areas.push_back(Length(Cross(second - first, third - first)) / 2);
+        areas.push_back(Length(Cross(Difference(second, first), Difference(third, first))) / 2);
         surface.area += areas.back();
     }
     if (!(surface.area > 0))
@@ -120,7 +105,7 @@ Vector PrincipalExtents(const std::vector<Sample>& samples)
             centre[axis] += sample.position[axis] / Samples;
     std::array<Vector, 3> moments{};
     for (const Sample& sample : samples) {
-        const Vector arm = sample.position - centre;
+        const Vector arm = Difference(sample.position, centre);
         for (std::size_t row = 0; row < 3; ++row)
             for (std::size_t column = 0; column < 3; ++column)
                 moments[row][column] += arm[row] * arm[column] / Samples;
@@ -154,7 +139,7 @@ double MeanDistance(const std::vector<Sample>& samples)
     double sum = 0;
     for (std::size_t one = 0; one < samples.size(); ++one)
         for (std::size_t other = one + 1; other < samples.size(); ++other)
-            sum += Length(samples[other].position - samples[one].position);
+            sum += Length(Difference(samples[other].position, samples[one].position));
     return 2 * sum / (Samples * (Samples - 1.0));
 }
 
@@ -210,7 +195,7 @@ ShapeDescriptor DescribeShape(const openhost::LvrMesh& mesh)
     constexpr double half = (ShapeDescriptor::NormalBins - 1) / 2.0;
     for (std::size_t one = 0; one < samples.size(); ++one)
         for (std::size_t other = one + 1; other < samples.size(); ++other) {
-            const Vector way = samples[other].position - samples[one].position;
+            const Vector way = Difference(samples[other].position, samples[one].position);
             const double length = Length(way);
             const double cosine = Dot(samples[one].normal, samples[other].normal);
             const double away =

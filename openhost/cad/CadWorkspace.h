@@ -2,25 +2,17 @@
 #pragma once
 
 #include "openhost/cad/CadServices.h"
+#include "openhost/cad/CadWorkspaceError.h"
 #include "openhost/cad/LoadedDocument.h"
+#include "openhost/cad/PartNumbers.h"
 
 #include <filesystem>
 #include <functional>
-#include <set>
-#include <stdexcept>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 namespace openhost {
-
-class PartFeature;
-
-/// Why the workspace refuses an operation.
-class CadWorkspaceError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /// The workspace of a run. An instance stands in the document of its father, so that a sub-product that is used
 /// twice is changed in both places. Each document is loaded once, however often it is referred to, and stays loaded as
@@ -52,6 +44,8 @@ public:
     /// Closes the window of `document`; the one that was active before it becomes active. Changes are lost unless
     /// another document still refers to it.
     void Close(LoadedDocument& document);
+    /// Lets go of `document`, and of what it alone refers to, unless a window, a program or another document holds it.
+    void UnloadUnused(LoadedDocument& document);
     /// Writes `document` to its file. Nothing is written when the file is up to date.
     void Save(LoadedDocument& document);
     /// Writes `document` to the file `path`, which is its file from then on. Documents that refer to it are changed.
@@ -68,16 +62,16 @@ public:
     void AddComponents(WorkspaceProduct& father, const std::vector<std::filesystem::path>& files);
     /// Adds one component that refers to `reference`, a document of this workspace, in the same way. Gives it.
     WorkspaceProduct& AddComponent(WorkspaceProduct& father, LoadedDocument& reference);
-    /// Puts the document `file` in the place of `component`, which stands in the product that `father` refers to, and
-    /// with `allInstances` in that of each component of that product with the same reference. Position and place in the
-    /// list stay. So does a name, unless it is one that AddComponents has given.
-    void ReplaceComponent(WorkspaceProduct& father, WorkspaceProduct& component, const std::filesystem::path& file,
-                          bool allInstances);
+    /// Puts the document `file` in the place of `component`, which stands in the product that `father` refers to.
+    /// Position and place in the list stay. So does a name, unless it is one that AddComponents has given.
+    void ReplaceComponent(WorkspaceProduct& father, WorkspaceProduct& component, const std::filesystem::path& file);
+    /// The same for each component of that product with the same reference as `component`.
+    void ReplaceAllInstances(WorkspaceProduct& father, WorkspaceProduct& component, const std::filesystem::path& file);
     /// Gives `component`, no root, another place in its father. `placement` is rigid.
     void MoveComponent(WorkspaceProduct& component, const Placement& placement);
 
     /// The part numbers that two or more documents have in the tree or trees that `document` stands in.
-    std::vector<std::string> DisputedPartNumbers(LoadedDocument& document) const;
+    std::vector<std::string> DisputedPartNumbers(const LoadedDocument& document) const;
     /// The way through the tree of the active document that `names` tells: the part number of the root, then the names
     /// of components, with "/" between them. With a reference for the caller; null when there is no such way, or one of
     /// more than 1,000 products.
@@ -95,35 +89,38 @@ public:
     ZALDocument* DocumentOf(ZALBaseUnknown& object) override;
 
 private:
-    friend class LoadedDocument;
+    struct LinkedDocument;
+
+    // CadWorkspace.cpp
     LoadedDocument* FindCanonical(const std::filesystem::path& path) const;
+    static void SetChanged(LoadedDocument& document);
+
+    // LoadDocuments.cpp
     LoadedDocument& Load(const std::filesystem::path& path);
     LoadedDocument& Enter(const std::filesystem::path& path, CadDocument contents);
-    static void CheckComponent(const LoadedDocument& father, LoadedDocument& reference);
-    static LoadedDocument& ProductOf(const WorkspaceProduct& father);
-    static WorkspaceProduct& Append(LoadedDocument& father, LoadedDocument& reference);
-    LoadedDocument& LoadComponent(const LoadedDocument& father, const std::filesystem::path& path);
+    LinkedDocument LoadLinked(const std::filesystem::path& file, std::vector<LoadedDocument*>& fresh);
     void LoadChildren(LoadedDocument& document, std::vector<LoadedDocument*>& fresh);
-    static void RefuseCycles(LoadedDocument& root);
     static void Refer(LoadedDocument& father, LoadedDocument& reference);
     static void EndReference(LoadedDocument& father, LoadedDocument& reference);
     static void DetachChildren(LoadedDocument& document);
-    void UnloadUnused(LoadedDocument& document);
     void Remove(LoadedDocument& document);
-    static void SetChanged(LoadedDocument& document);
-    static void Write(LoadedDocument& document, const std::filesystem::path& path);
-    static std::vector<PartFeature*> ToolsOf(LoadedDocument& document);
-    void EnterPartNumber(LoadedDocument& document);
-    void LeavePartNumber(LoadedDocument& document);
-    static void Replace(WorkspaceProduct& component, LoadedDocument& reference);
-    static bool Reaches(const LoadedDocument& from, const LoadedDocument& to); ///< also true for the same document
-    static std::string TakeName(LoadedDocument& father, const LoadedDocument& reference);
-    static std::set<const LoadedDocument*> RootsOf(const LoadedDocument& document);
 
-    std::unordered_map<std::string, LoadedDocument*> documents_; ///< by path; each with a reference of the workspace
-    std::vector<LoadedDocument*> windows_;                       ///< the active one last
-    std::unordered_map<std::string, std::set<LoadedDocument*>> byPartNumber_;
-    std::set<std::string> shared_; ///< part numbers that two or more documents have
+    // Components.cpp
+    static LoadedDocument& ProductOf(const WorkspaceProduct& father);
+    static LoadedDocument& FatherOf(const WorkspaceProduct& component, const WorkspaceProduct& father);
+    static void CheckComponent(const LoadedDocument& father, LoadedDocument& reference);
+    LoadedDocument& LoadComponent(const LoadedDocument& father, const std::filesystem::path& path);
+    std::vector<LoadedDocument*> LoadComponents(const LoadedDocument& father,
+                                                const std::vector<std::filesystem::path>& files);
+    static std::string TakeName(LoadedDocument& father, const LoadedDocument& reference);
+    static WorkspaceProduct& Append(LoadedDocument& father, LoadedDocument& reference);
+    void ReplaceEach(LoadedDocument& father, const std::vector<WorkspaceProduct*>& components,
+                     const std::filesystem::path& file);
+    static void Replace(WorkspaceProduct& component, LoadedDocument& reference);
+
+    std::unordered_map<std::string, Owned<LoadedDocument>> documents_; ///< by path
+    std::vector<LoadedDocument*> windows_;                             ///< the active one last
+    PartNumbers partNumbers_;
 };
 
 } // namespace openhost

@@ -14,34 +14,16 @@ OPENHOST_META_CLASS(FeatureContainer, ZALBaseUnknown)
 
 namespace {
 
-/// A result that is ready for a tool or, with `inNewTool`, for a part.
-struct PreparedResult {
-    PartFeature* target;
-    bool inNewTool;
-    std::string name;
-    std::shared_ptr<const DocumentGeometry> geometry;
-};
-
-/// `name`, or with a number behind it when a tool of `part` has that name.
+/// `name`, or with a number after it when a tool of `part` has that name.
 std::string FreeToolName(const PartFeature& part, const std::string& name)
 {
     const auto isTaken = [&](const std::string& wanted) {
-        return std::ranges::any_of(part.Children(), [&](const PartFeature* tool) { return tool->Name() == wanted; });
+        return std::ranges::any_of(part.Children(), [&](const auto& tool) { return tool->Name() == wanted; });
     };
     std::string free = name;
     for (std::size_t number = 2; isTaken(free); ++number)
         free = name + "." + std::to_string(number);
     return free;
-}
-
-PartFeature* AppendResult(PartFeature& tool, const std::string& name, std::shared_ptr<const DocumentGeometry> geometry)
-{
-    auto* shape = new PartFeature(FeatureKind::Shape, name);
-    auto* result = new PartFeature(FeatureKind::Result, name);
-    result->SetGeometry(std::move(geometry));
-    shape->Append(result);
-    tool.Append(shape);
-    return result;
 }
 
 std::shared_ptr<const DocumentGeometry> CopyGeometry(const PartFeature& result)
@@ -60,10 +42,8 @@ FeatureContainer::FeatureContainer(LoadedDocument* document) : document_(documen
 
 FeatureContainer::~FeatureContainer()
 {
-    for (PartFeature* feature : features_) {
-        feature->container_ = nullptr;
-        feature->Release();
-    }
+    for (const auto& feature : features_)
+        feature->SetContainer(nullptr);
 }
 
 bool FeatureContainer::HoldsFeatures() const
@@ -74,14 +54,15 @@ bool FeatureContainer::HoldsFeatures() const
 PartFeature* FeatureContainer::Part() const
 {
     const auto part =
-        std::ranges::find_if(features_, [](const PartFeature* f) { return f->Kind() == FeatureKind::Part; });
-    return part != features_.end() ? *part : nullptr;
+        std::ranges::find(features_, FeatureKind::Part, [](const auto& feature) { return feature->Kind(); });
+    return part != features_.end() ? part->get() : nullptr;
 }
 
-void FeatureContainer::Append(PartFeature* feature)
+PartFeature& FeatureContainer::Append(FeatureKind kind, const std::string& name)
 {
-    feature->container_ = this;
-    features_.push_back(feature);
+    features_.emplace_back(new PartFeature(kind, name));
+    features_.back()->SetContainer(this);
+    return *features_.back();
 }
 
 std::vector<PartFeature*> FeatureContainer::FindResults(const std::vector<PartFeature*>& features) const
@@ -100,30 +81,36 @@ std::vector<PartFeature*> FeatureContainer::FindResults(const std::vector<PartFe
 
 std::vector<PartFeature*> FeatureContainer::AllResults() const
 {
-    return FindResults(features_);
+    std::vector<PartFeature*> results;
+    for (const auto& feature : features_)
+        feature->CollectResults(results);
+    return results;
 }
 
-FeatureContainer* FeatureContainer::Extract(const std::vector<PartFeature*>& results) const
+Owned<FeatureContainer> FeatureContainer::Extract(const std::vector<PartFeature*>& results) const
 {
-    auto extracted = ZALInterfaceHandle<FeatureContainer>::Take(new FeatureContainer(nullptr));
+    Owned<FeatureContainer> extracted(new FeatureContainer(nullptr));
     for (const PartFeature* result : results) {
         if (result->Kind() != FeatureKind::Result || result->Container() != this)
             throw CadWorkspaceError(result->Name() + ": only results of the container can be extracted");
-        auto* copy = new PartFeature(FeatureKind::Result, result->Name());
-        extracted->Append(copy);
-        copy->SetGeometry(result->Geometry());
+        extracted->Append(FeatureKind::Result, result->Name()).SetGeometry(result->Geometry());
     }
-    extracted->AddRef();
-    return extracted.Get();
+    return extracted;
 }
 
-std::vector<PartFeature*> FeatureContainer::Paste(const std::vector<PartFeature*>& results,
-                                                  const std::vector<PartFeature*>& targets)
+/// A result that is ready for its target: a tool, or a part, which gets a new tool for it.
+struct FeatureContainer::PreparedResult {
+    PartFeature* target;
+    std::string name;
+    std::shared_ptr<const DocumentGeometry> geometry;
+
+    bool NeedsTool() const { return target->Kind() == FeatureKind::Part; }
+};
+
+std::vector<FeatureContainer::PreparedResult>
+FeatureContainer::PreparePaste(const std::vector<PartFeature*>& results, const std::vector<PartFeature*>& targets) const
 {
-    if (!document_ || !Part())
-        throw CadWorkspaceError("results can be pasted into the container of a part only");
     std::vector<PreparedResult> prepared;
-    std::size_t newTools = 0;
     for (PartFeature* target : targets) {
         if (target->Container() != this)
             continue;
@@ -131,25 +118,32 @@ std::vector<PartFeature*> FeatureContainer::Paste(const std::vector<PartFeature*
         for (const PartFeature* result : results) {
             if (result->Kind() != FeatureKind::Result || !result->Container() || result->Container()->Document())
                 throw CadWorkspaceError(result->Name() + ": only what is extracted can be pasted");
-            const bool inNewTool = target->Kind() == FeatureKind::Part;
-            if (!inNewTool && (target->Kind() != FeatureKind::Tool || isFull))
+            if (target->Kind() != FeatureKind::Part && (target->Kind() != FeatureKind::Tool || isFull))
                 continue;
-            prepared.push_back({target, inNewTool, result->Name(), CopyGeometry(*result)});
+            prepared.push_back({target, result->Name(), CopyGeometry(*result)});
             isFull = true;
-            newTools += inNewTool ? 1 : 0;
         }
     }
+    return prepared;
+}
+
+std::vector<PartFeature*> FeatureContainer::Paste(const std::vector<PartFeature*>& results,
+                                                  const std::vector<PartFeature*>& targets)
+{
+    if (!document_ || !Part())
+        throw CadWorkspaceError("results can be pasted into the container of a part only");
+    std::vector<PreparedResult> prepared = PreparePaste(results, targets);
+    const auto newTools = static_cast<std::size_t>(std::ranges::count_if(prepared, &PreparedResult::NeedsTool));
     if (Part()->Children().size() + newTools > MaximumOtherTools + 1)
         throw CadWorkspaceError(Part()->Name() + ": the part would have too many tools");
 
     std::vector<PartFeature*> copies;
     for (PreparedResult& result : prepared) {
-        PartFeature* tool = result.target;
-        if (result.inNewTool) {
-            tool = new PartFeature(FeatureKind::Tool, FreeToolName(*result.target, result.name));
-            result.target->Append(tool);
-        }
-        copies.push_back(AppendResult(*tool, result.name, std::move(result.geometry)));
+        PartFeature& target = *result.target;
+        PartFeature& tool =
+            result.NeedsTool() ? target.Append(FeatureKind::Tool, FreeToolName(target, result.name)) : target;
+        copies.push_back(&tool.AppendResult(result.name));
+        copies.back()->SetGeometry(std::move(result.geometry));
     }
     if (!copies.empty())
         document_->Workspace()->Change(*document_, [](CadDocument&) {});
@@ -161,7 +155,8 @@ void FeatureContainer::SetWorkingTool(const PartFeature& tool)
     if (tool.Kind() != FeatureKind::Tool || tool.Container() != this || !document_)
         throw CadWorkspaceError(tool.Name() + ": only a tool of the part can be worked in");
     const auto& tools = tool.Father()->Children();
-    const auto position = static_cast<std::uint32_t>(std::ranges::find(tools, &tool) - tools.begin());
+    const auto position =
+        static_cast<std::uint32_t>(std::ranges::find(tools, &tool, &Owned<PartFeature>::get) - tools.begin());
     if (position != document_->Contents().features.workingTool)
         document_->Workspace()->Change(*document_,
                                        [&](CadDocument& contents) { contents.features.workingTool = position; });

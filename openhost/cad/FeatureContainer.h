@@ -23,14 +23,14 @@ public:
     bool HoldsFeatures() const;
     /// The part feature, or null.
     PartFeature* Part() const;
-    /// Takes over the caller's reference on `feature`.
-    void Append(PartFeature* feature);
+    /// Adds a feature without father.
+    PartFeature& Append(FeatureKind kind, const std::string& name);
 
     /// The results in `features`, each once, in their order.
     std::vector<PartFeature*> FindResults(const std::vector<PartFeature*>& features) const;
     std::vector<PartFeature*> AllResults() const;
-    /// A container with copies of `results`, in no document. With a reference for the caller.
-    FeatureContainer* Extract(const std::vector<PartFeature*>& results) const;
+    /// A container with copies of `results`, in no document.
+    Owned<FeatureContainer> Extract(const std::vector<PartFeature*>& results) const;
     /// Copies `results`, which stand in a container without document, into each of `targets`: parts and tools of this
     /// container. Gives the copies.
     std::vector<PartFeature*> Paste(const std::vector<PartFeature*>& results, const std::vector<PartFeature*>& targets);
@@ -45,8 +45,12 @@ public:
     int IsAKindOf(const char* className) const override;
 
 private:
+    struct PreparedResult;
+    std::vector<PreparedResult> PreparePaste(const std::vector<PartFeature*>& results,
+                                             const std::vector<PartFeature*>& targets) const;
+
     LoadedDocument* document_;
-    std::vector<PartFeature*> features_; ///< without father; each with a reference
+    std::vector<Owned<PartFeature>> features_; ///< without father
 };
 
 } // namespace openhost

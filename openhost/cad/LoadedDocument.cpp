@@ -12,8 +12,7 @@ namespace openhost {
 OPENHOST_META_CLASS(LoadedDocument, ZALBaseUnknown)
 
 LoadedDocument::LoadedDocument(CadWorkspace& workspace, std::filesystem::path path, CadDocument contents)
-    : workspace_(&workspace), path_(std::move(path)), contents_(std::move(contents)),
-      root_(new WorkspaceProduct(*this, this, contents_.partNumber, IdentityPlacement, true))
+    : workspace_(&workspace), path_(std::move(path)), contents_(std::move(contents)), root_(new WorkspaceProduct(*this))
 {
     stored_.push_back(contents_.geometry.has_value());
     contents_.geometry.reset();
@@ -31,26 +30,19 @@ LoadedDocument::~LoadedDocument()
 FeatureContainer* LoadedDocument::Features()
 {
     if (features_ || !workspace_)
-        return features_;
-    features_ = new FeatureContainer(this);
+        return features_.get();
+    features_.reset(new FeatureContainer(this));
     if (Kind() == DocumentKind::Product)
-        return features_;
-    auto* part = new PartFeature(FeatureKind::Part, PartNumber());
-    features_->Append(part);
+        return features_.get();
+    PartFeature& part = features_->Append(FeatureKind::Part, PartNumber());
     for (std::size_t number = 0; number < stored_.size(); ++number) {
         const PartFeatures& features = contents_.features;
         const std::string& name = number == 0 ? features.mainTool : features.otherTools[number - 1].name;
-        auto* tool = new PartFeature(FeatureKind::Tool, name);
-        part->Append(tool);
-        if (!stored_[number])
-            continue;
-        auto* shape = new PartFeature(FeatureKind::Shape, name);
-        tool->Append(shape);
-        auto* result = new PartFeature(FeatureKind::Result, name);
-        shape->Append(result);
-        result->SetStored(number);
+        PartFeature& tool = part.Append(FeatureKind::Tool, name);
+        if (stored_[number])
+            tool.AppendResult(name).SetStored(number);
     }
-    return features_;
+    return features_.get();
 }
 
 void LoadedDocument::EndFeatures()
@@ -58,7 +50,7 @@ void LoadedDocument::EndFeatures()
     if (!features_)
         return;
     features_->Detach();
-    std::exchange(features_, nullptr)->Release();
+    features_.reset();
 }
 
 HRESULT LoadedDocument::AddRefForLock()

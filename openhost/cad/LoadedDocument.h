@@ -39,9 +39,14 @@ public:
     /// Whether the document has a window of its own; otherwise programs or others that refer to it hold it.
     bool IsOpen() const { return open_; }
     /// Null once the workspace has let go of the document.
-    WorkspaceProduct* Root() const { return root_; }
+    WorkspaceProduct* Root() const { return root_.get(); }
     /// In the order of the file.
-    const std::vector<WorkspaceProduct*>& Children() const { return children_; }
+    const std::vector<Owned<WorkspaceProduct>>& Children() const { return children_; }
+    /// Links of the file that no child uses.
+    const std::vector<std::string>& LooseLinks() const { return looseLinks_; }
+    /// The documents that refer to this one, and those that this one refers to, with the number of instances each.
+    const std::unordered_map<LoadedDocument*, std::size_t>& Fathers() const { return fathers_; }
+    const std::unordered_map<LoadedDocument*, std::size_t>& References() const { return references_; }
 
     HRESULT AddRefForLock() override;
     HRESULT ReleaseForLock(int mode) override;
@@ -60,20 +65,20 @@ private:
 
     CadWorkspace* workspace_;
     std::filesystem::path path_;
-    std::vector<bool> stored_;             ///< which tools have geometry in the file, the main tool first
-    CadDocument contents_;                 ///< without children, links and geometry, which stand below or in the file
-    FeatureContainer* features_ = nullptr; ///< made when somebody asks for it
+    std::vector<bool> stored_;         ///< which tools have geometry in the file, the main tool first
+    CadDocument contents_;             ///< without children, links and geometry, which stand below or in the file
+    Owned<FeatureContainer> features_; ///< made when somebody asks for it
     bool dirty_ = false;
     bool open_ = false;
     unsigned int opens_ = 0; ///< by programs, that none of them has ended
     unsigned int locks_ = 0;
-    WorkspaceProduct* root_ = nullptr;
-    std::vector<WorkspaceProduct*> children_;
-    std::vector<std::string> looseLinks_;                         ///< links of the file that no child uses
-    std::unordered_set<std::string> childNames_;                  ///< names of the children
-    std::unordered_map<std::string, unsigned int> nextNumber_;    ///< of new children, by the name before it
-    std::unordered_map<LoadedDocument*, std::size_t> fathers_;    ///< with the number of instances in each
-    std::unordered_map<LoadedDocument*, std::size_t> references_; ///< of the children, with the number of each
+    Owned<WorkspaceProduct> root_;
+    std::vector<Owned<WorkspaceProduct>> children_;
+    std::vector<std::string> looseLinks_;
+    std::unordered_set<std::string> childNames_;
+    std::unordered_map<std::string, unsigned int> nextNumber_; ///< of new children, by the name before it
+    std::unordered_map<LoadedDocument*, std::size_t> fathers_;
+    std::unordered_map<LoadedDocument*, std::size_t> references_;
 };
 
 } // namespace openhost

@@ -158,12 +158,6 @@ public:
     }
 };
 
-template <class Interface, class Object>
-ZALBaseUnknown* Offer(ZALBaseUnknown* object)
-{
-    return new Interface(static_cast<Object&>(*object));
-}
-
 /// Parameters stand in documents: a container that stands in none makes none.
 ZALBaseUnknown* OfferFactory(ZALBaseUnknown* object)
 {

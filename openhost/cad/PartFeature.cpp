@@ -1,7 +1,8 @@
 #include "openhost/cad/PartFeature.h"
 
-#include "openhost/cad/CadWorkspace.h"
+#include "openhost/cad/CadWorkspaceError.h"
 #include "openhost/cad/FeatureContainer.h"
+#include "openhost/cad/LoadedDocument.h"
 #include "openhost/cad/SolidKernel.h"
 #include "openhost/objects/MetaClassOperations.h"
 
@@ -15,10 +16,8 @@ PartFeature::PartFeature(FeatureKind kind, std::string name) : kind_(kind), name
 
 PartFeature::~PartFeature()
 {
-    for (PartFeature* child : children_) {
+    for (const auto& child : children_)
         child->father_ = nullptr;
-        child->Release();
-    }
 }
 
 FeatureContainer* PartFeature::Container() const
@@ -29,17 +28,23 @@ FeatureContainer* PartFeature::Container() const
     return root->container_;
 }
 
-void PartFeature::Append(PartFeature* child)
+PartFeature& PartFeature::Append(FeatureKind kind, const std::string& name)
 {
-    child->father_ = this;
-    children_.push_back(child);
+    children_.emplace_back(new PartFeature(kind, name));
+    children_.back()->father_ = this;
+    return *children_.back();
+}
+
+PartFeature& PartFeature::AppendResult(const std::string& name)
+{
+    return Append(FeatureKind::Shape, name).Append(FeatureKind::Result, name);
 }
 
 void PartFeature::CollectResults(std::vector<PartFeature*>& results)
 {
     if (kind_ == FeatureKind::Result)
         results.push_back(this);
-    for (PartFeature* child : children_)
+    for (const auto& child : children_)
         child->CollectResults(results);
 }
 

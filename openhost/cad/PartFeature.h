@@ -3,6 +3,7 @@
 
 #include "host/part_features.h"
 #include "openhost/documents/CadDocument.h"
+#include "openhost/objects/Owned.h"
 
 #include <cstddef>
 #include <memory>
@@ -30,13 +31,17 @@ public:
     FeatureKind Kind() const { return kind_; }
     const std::string& Name() const { return name_; }
     PartFeature* Father() const { return father_; }
-    const std::vector<PartFeature*>& Children() const { return children_; }
+    const std::vector<Owned<PartFeature>>& Children() const { return children_; }
     /// The first of them, or null.
-    PartFeature* Child() const { return children_.empty() ? nullptr : children_.front(); }
+    PartFeature* Child() const { return children_.empty() ? nullptr : children_.front().get(); }
     /// The container that the feature stands in, or null.
     FeatureContainer* Container() const;
-    /// Takes over the caller's reference on `child`.
-    void Append(PartFeature* child);
+    /// Adds a feature below this one, as its last child.
+    PartFeature& Append(FeatureKind kind, const std::string& name);
+    /// Of a tool: adds a shape with a result, both under `name`. Gives the result.
+    PartFeature& AppendResult(const std::string& name);
+    /// The container that holds this feature, which has no father.
+    void SetContainer(FeatureContainer* container) { container_ = container; }
     /// The results in this feature, itself included, in the order of the part.
     void CollectResults(std::vector<PartFeature*>& results);
 
@@ -57,12 +62,11 @@ public:
     int IsAKindOf(const char* className) const override;
 
 private:
-    friend class FeatureContainer;
     FeatureKind kind_;
     std::string name_;
     PartFeature* father_ = nullptr;
     FeatureContainer* container_ = nullptr; ///< of a feature without father
-    std::vector<PartFeature*> children_;    ///< each with a reference
+    std::vector<Owned<PartFeature>> children_;
     std::shared_ptr<const DocumentGeometry> geometry_;
     std::size_t storedTool_ = 0;
 };

@@ -101,7 +101,8 @@ public:
     {
         ZALBaseUnknown_var extracted;
         if (IsKnown(format))
-            Guard("Extract", [&] { extracted = ZALBaseUnknown_var::Take(Target().Extract(FeaturesOf(boundary))); });
+            Guard("Extract",
+                  [&] { extracted = ZALBaseUnknown_var::Take(Target().Extract(FeaturesOf(boundary)).release()); });
         return extracted;
     }
 
@@ -154,8 +155,8 @@ public:
     ZALBaseUnknown_var GetMainTool() override { return ZALBaseUnknown_var(Target().Child()); }
     HRESULT GetTools(ZALListValZALBaseUnknown_var& tools) override
     {
-        for (PartFeature* tool : Target().Children())
-            tools.Append(ZALBaseUnknown_var(tool));
+        for (const auto& tool : Target().Children())
+            tools.Append(ZALBaseUnknown_var(tool.get()));
         return S_OK;
     }
 };
@@ -215,12 +216,6 @@ public:
 };
 
 // ---------------------------------------------------------------------------------------------
-
-template <class Interface, class Object>
-ZALBaseUnknown* Offer(ZALBaseUnknown* object)
-{
-    return new Interface(static_cast<Object&>(*object));
-}
 
 template <class Interface, FeatureKind Kind>
 ZALBaseUnknown* OfferFor(ZALBaseUnknown* object)

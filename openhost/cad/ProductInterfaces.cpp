@@ -23,11 +23,6 @@ protected:
     Object& Product() const { return this->Target(); }
 };
 
-std::filesystem::path PathOf(const ZALUnicodeString& path)
-{
-    return SystemPath(path);
-}
-
 ZALIProduct* RootOf(const LoadedDocument* document);
 
 HRESULT PartNumberOf(const WorkspaceProduct& product, ZALUnicodeString& partNumber)
@@ -46,8 +41,7 @@ ZALBaseUnknown* PartOf(const WorkspaceProduct& product, const ZALUnicodeString& 
     PartFeature* part = features ? features->Part() : nullptr;
     if (!part || name.Compare("Default") != ZALTextsIdentical)
         return nullptr;
-    part->AddRef();
-    return part;
+    return Share(part).release();
 }
 
 HRESULT AppendInstances(ZALBaseUnknown& product, const char* interfaceName, ZALListValZALBaseUnknown_var& children)
@@ -96,8 +90,8 @@ public:
     {
         ProductWay way = Product().Way();
         way.pop_back();
-        const auto father = ZALInterfaceHandle<WorkspaceOccurrence>::Take(new WorkspaceOccurrence(std::move(way)));
-        return new OccurrenceInterface(*father.Get());
+        const Owned<WorkspaceOccurrence> father(new WorkspaceOccurrence(std::move(way)));
+        return new OccurrenceInterface(*father);
     }
     HRESULT GetPartNumber(ZALUnicodeString& partNumber) override { return PartNumberOf(Product().Leaf(), partNumber); }
     bool IsReferenceProduct() override { return false; }
@@ -167,7 +161,7 @@ public:
             return E_INVALIDARG;
         std::vector<std::filesystem::path> paths;
         for (const ZALUnicodeString& file : TextsOf(files))
-            paths.push_back(PathOf(file));
+            paths.emplace_back(SystemPath(file));
         return Guard("AddComponentsFromFiles", [&] { Workspace().AddComponents(Product(), paths); });
     }
 
@@ -194,7 +188,9 @@ public:
         if (!replaced || !file)
             return E_INVALIDARG;
         const HRESULT result = Guard("ReplaceComponent", [&] {
-            Workspace().ReplaceComponent(Product(), *replaced, PathOf(FromBSTR(file)), allInstances != ZALVariantFalse);
+            const auto replace =
+                allInstances == ZALVariantFalse ? &CadWorkspace::ReplaceComponent : &CadWorkspace::ReplaceAllInstances;
+            (Workspace().*replace)(Product(), *replaced, SystemPath(FromBSTR(file)));
         });
         if (SUCCEEDED(result))
             *replacement = new ComponentInterface(*replaced);
@@ -255,104 +251,29 @@ public:
     ZALNameServer* GetNameServer() override { return new NameServer(Product()); }
 };
 
-template <class Facet, class Object = WorkspaceProduct>
-ZALBaseUnknown* Offer(ZALBaseUnknown* product)
-{
-    return new Facet(static_cast<Object&>(*product));
-}
-
 /// Names are those of reference products: an instance has none of its own.
 ZALBaseUnknown* OfferAlias(ZALBaseUnknown* product)
 {
-    return static_cast<WorkspaceProduct*>(product)->IsRoot() ? Offer<AliasInterface>(product) : nullptr;
+    return static_cast<WorkspaceProduct*>(product)->IsRoot() ? Offer<AliasInterface, WorkspaceProduct>(product)
+                                                             : nullptr;
 }
 
 const ZALFillDictionary Aliases("WorkspaceProduct", "ZALIAlias", OfferAlias, 0);
-const ZALFillDictionary Displays("WorkspaceProduct", "ZALI3DGeoVisu", Offer<DisplayInterface>, 0);
+const ZALFillDictionary Displays("WorkspaceProduct", "ZALI3DGeoVisu", Offer<DisplayInterface, WorkspaceProduct>, 0);
 const ZALFillDictionary Occurrences("WorkspaceOccurrence", "ZALIProduct",
                                     Offer<OccurrenceInterface, WorkspaceOccurrence>, 0);
 const ZALFillDictionary MovableOccurrences("WorkspaceOccurrence", "ZALIMovable",
                                            Offer<MovableInterface, ZALBaseUnknown>, 0);
 const ZALFillDictionary Movables("WorkspaceProduct", "ZALIMovable", Offer<MovableInterface, ZALBaseUnknown>, 0);
-const ZALFillDictionary Products("WorkspaceProduct", "ZALIProduct", Offer<ProductInterface>, 0);
-const ZALFillDictionary Ghosts("WorkspaceProduct", "ZALIPrdGhost", Offer<GhostInterface>, 0);
-const ZALFillDictionary ComponentsAsOne("WorkspaceProduct", "ZALIAProduct", Offer<ComponentInterface>, 0);
-const ZALFillDictionary Components("WorkspaceProduct", "ZALIAProducts", Offer<ComponentsInterface>, 0);
-const ZALFillDictionary NameServers("WorkspaceProduct", "ZALINameServerAccess", Offer<NameServerInterface>, 0);
-
-// ---------------------------------------------------------------------------------------------
-// The application
-
-class DocumentInterface : public ZALIADocument {
-public:
-    explicit DocumentInterface(LoadedDocument& document) : document_(document) { document_.AddRef(); }
-    ~DocumentInterface() override { document_.Release(); }
-    ZALBaseUnknown* GetImpl(int) override { return &document_; }
-
-private:
-    LoadedDocument& document_;
-};
-
-/// The workspace in use, whichever it is when a call comes.
-CadWorkspace* WorkspaceInUse()
-{
-    return dynamic_cast<CadWorkspace*>(&CadServices::Current());
-}
-
-class DocumentsInterface : public ZALIADocuments {
-public:
-    HRESULT Open(ZALBSTR path, ZALIADocument** document) override
-    {
-        if (!document)
-            return E_INVALIDARG;
-        *document = nullptr;
-        CadWorkspace* workspace = WorkspaceInUse();
-        if (!path || !workspace)
-            return E_FAIL;
-        return Guard("Open", [&] { *document = new DocumentInterface(workspace->Open(PathOf(FromBSTR(path)))); });
-    }
-};
-
-class ApplicationInterface : public ZALIAApplication {
-public:
-    HRESULT GetDocuments(ZALIADocuments** documents) override
-    {
-        if (!documents)
-            return E_INVALIDARG;
-        *documents = WorkspaceInUse() ? new DocumentsInterface : nullptr;
-        return *documents ? S_OK : E_FAIL;
-    }
-};
+const ZALFillDictionary Products("WorkspaceProduct", "ZALIProduct", Offer<ProductInterface, WorkspaceProduct>, 0);
+const ZALFillDictionary Ghosts("WorkspaceProduct", "ZALIPrdGhost", Offer<GhostInterface, WorkspaceProduct>, 0);
+const ZALFillDictionary ComponentsAsOne("WorkspaceProduct", "ZALIAProduct", Offer<ComponentInterface, WorkspaceProduct>,
+                                        0);
+const ZALFillDictionary Components("WorkspaceProduct", "ZALIAProducts", Offer<ComponentsInterface, WorkspaceProduct>,
+                                   0);
+const ZALFillDictionary NameServers("WorkspaceProduct", "ZALINameServerAccess",
+                                    Offer<NameServerInterface, WorkspaceProduct>, 0);
 
 } // namespace
-
-ZALIAApplication* CadWorkspace::GetApplication()
-{
-    return new ApplicationInterface;
-}
-
-HRESULT CadWorkspace::FindDocument(const ZALUnicodeString& path, ZALDocument*& document)
-{
-    document = Find(PathOf(path));
-    if (!document)
-        return E_FAIL;
-    document->AddRef();
-    return S_OK;
-}
-
-ZALBaseUnknown* CadWorkspace::GetRootProduct(ZALDocument& document)
-{
-    const auto* loaded = dynamic_cast<LoadedDocument*>(&document);
-    WorkspaceProduct* root = loaded ? loaded->Root() : nullptr;
-    if (root)
-        root->AddRef();
-    return root;
-}
-
-bool CadWorkspace::IsOfPart(ZALIProduct& product)
-{
-    const auto* own = dynamic_cast<WorkspaceProduct*>(product.GetImpl(0));
-    return own && own->Reference() && own->Reference()->Kind() == DocumentKind::Part;
-}
 
 } // namespace openhost

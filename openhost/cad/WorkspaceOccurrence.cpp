@@ -12,13 +12,7 @@ OPENHOST_META_CLASS(WorkspaceOccurrence, ZALBaseUnknown)
 WorkspaceOccurrence::WorkspaceOccurrence(ProductWay way) : way_(std::move(way))
 {
     for (WorkspaceProduct* product : way_)
-        product->AddRef();
-}
-
-WorkspaceOccurrence::~WorkspaceOccurrence()
-{
-    for (WorkspaceProduct* product : way_)
-        product->Release();
+        kept_.push_back(Share(product));
 }
 
 namespace {
@@ -81,7 +75,7 @@ std::vector<ZALBaseUnknown_var> InstancesBelow(ZALBaseUnknown& product)
         }
         if (instances.size() == MaximumInstances)
             throw CadWorkspaceError("the product has too many instances");
-        way.push_back(document->Children()[positions.back()++]);
+        way.push_back(document->Children()[positions.back()++].get());
         positions.push_back(0);
         // The instances of a root need no way: they stand in it once.
         instances.push_back(way.size() == 2 ? ZALBaseUnknown_var(way.back())

@@ -16,7 +16,6 @@ using ProductWay = std::vector<WorkspaceProduct*>;
 class WorkspaceOccurrence : public ZALBaseUnknown {
 public:
     explicit WorkspaceOccurrence(ProductWay way);
-    ~WorkspaceOccurrence() override;
 
     const ProductWay& Way() const { return way_; }
     WorkspaceProduct& Leaf() const { return *way_.back(); }
@@ -30,6 +29,7 @@ public:
 
 private:
     ProductWay way_;
+    std::vector<Owned<WorkspaceProduct>> kept_; ///< those of the way
 };
 
 /// Most instances below one product that InstancesBelow gives.

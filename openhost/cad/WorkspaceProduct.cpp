@@ -1,5 +1,6 @@
 #include "openhost/cad/WorkspaceProduct.h"
 
+#include "openhost/cad/LoadedDocument.h"
 #include "openhost/cad/ProductRep.h"
 #include "openhost/objects/MetaClassOperations.h"
 
@@ -9,27 +10,32 @@ namespace openhost {
 
 OPENHOST_META_CLASS(WorkspaceProduct, ZALBaseUnknown)
 
-WorkspaceProduct::WorkspaceProduct(LoadedDocument& owner, LoadedDocument* reference, std::string name,
-                                   const Placement& placement, bool isRoot)
-    : owner_(&owner), reference_(reference), name_(std::move(name)), placement_(placement), isRoot_(isRoot)
+WorkspaceProduct::WorkspaceProduct(LoadedDocument& document)
+    : owner_(&document), reference_(&document), name_(document.PartNumber()), placement_(IdentityPlacement),
+      isRoot_(true)
 {
 }
 
-WorkspaceProduct::~WorkspaceProduct()
+WorkspaceProduct::WorkspaceProduct(LoadedDocument& owner, LoadedDocument* reference, std::string name,
+                                   const Placement& placement)
+    : owner_(&owner), reference_(reference), name_(std::move(name)), placement_(placement), isRoot_(false)
 {
-    if (rep_)
-        rep_->Release();
+}
+
+WorkspaceProduct::~WorkspaceProduct() = default;
+
+void WorkspaceProduct::Detach()
+{
+    owner_ = nullptr;
+    reference_ = nullptr;
 }
 
 ZALRep* WorkspaceProduct::GiveRep()
 {
     std::vector<ShownPart> parts = FindShownParts(*this);
-    if (rep_ && rep_->Parts() == parts)
-        return rep_;
-    if (rep_)
-        rep_->Release();
-    rep_ = parts.empty() ? nullptr : new ProductRep(std::move(parts));
-    return rep_;
+    if (!rep_ || rep_->Parts() != parts)
+        rep_.reset(parts.empty() ? nullptr : new ProductRep(std::move(parts)));
+    return rep_.get();
 }
 
 } // namespace openhost

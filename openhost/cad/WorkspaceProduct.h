@@ -4,6 +4,7 @@
 #include "host/cad.h"
 #include "host/visualization.h"
 #include "openhost/documents/CadDocument.h"
+#include "openhost/objects/Owned.h"
 
 #include <string>
 
@@ -16,8 +17,10 @@ class ProductRep;
 /// beyond its document has no owner and no reference any more.
 class WorkspaceProduct : public ZALBaseUnknown {
 public:
-    WorkspaceProduct(LoadedDocument& owner, LoadedDocument* reference, std::string name, const Placement& placement,
-                     bool isRoot);
+    /// The root of `document`, named by its part number.
+    explicit WorkspaceProduct(LoadedDocument& document);
+    /// An instance of `reference`, which is null when it is missing, in `owner`.
+    WorkspaceProduct(LoadedDocument& owner, LoadedDocument* reference, std::string name, const Placement& placement);
     ~WorkspaceProduct() override;
 
     /// Unlike the names of the other components of the father; of a root the part number.
@@ -44,6 +47,8 @@ public:
 
 private:
     friend class CadWorkspace;
+    void Detach();
+
     LoadedDocument* owner_;
     LoadedDocument* reference_;
     std::string name_;
@@ -51,7 +56,7 @@ private:
     bool isRoot_;
     std::string link_;
     std::string problem_;
-    ProductRep* rep_ = nullptr; ///< the one given last, with a reference
+    Owned<ProductRep> rep_; ///< the one given last
 };
 
 } // namespace openhost

@@ -30,13 +30,11 @@ nlohmann::ordered_json Describe(const WorkspaceProduct& product, std::size_t dep
         description["problem"] = product.Problem();
     }
     lines += 1 + TextSize(description) / LineSize;
-    if (!product.IsRoot()) {
-        const Placement& placement = product.GetPlacement();
-        description["at"] = {placement[3], placement[7], placement[11]};
-    }
+    if (!product.IsRoot())
+        description["at"] = ShiftOf(product.GetPlacement());
     if (!reference)
         return description;
-    for (const WorkspaceProduct* child : reference->Children()) {
+    for (const auto& child : reference->Children()) {
         if (depth == MaximumTreeDepth || lines >= MaximumTreeLines) {
             description["more"] = true;
             break;

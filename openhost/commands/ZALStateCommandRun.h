@@ -2,6 +2,7 @@
 #pragma once
 
 #include "openhost/journal/Events.h"
+#include "openhost/objects/Owned.h"
 
 #include "host/dialog_engine.h"
 
@@ -93,10 +94,7 @@ struct ZALStateCommandRun {
 
 private:
     class Inside;
-    struct ReleaseAgent {
-        void operator()(ZALPathElementAgent* agent) const { agent->Release(); }
-    };
-    using HeldAgent = std::unique_ptr<ZALPathElementAgent, ReleaseAgent>;
+    using HeldAgent = openhost::Owned<ZALPathElementAgent>;
 
     void TakeTransitions();
     void Enter(ZALDialogState* state);

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <system_error>
 #include <unordered_set>
 
@@ -32,18 +31,6 @@ constexpr StreamForm GeometryForm{"Geometry", "ZGEO", 1, std::uint64_t{1} << 30}
 constexpr double SmallestSine = 1e-6;
 
 constexpr std::string_view Units[] = {"mm", "cm", "m", "in"};
-
-using Direction = std::array<double, 3>;
-
-double LengthOf(const Direction& d)
-{
-    return std::hypot(d[0], d[1], d[2]);
-}
-
-Direction Cross(const Direction& a, const Direction& b)
-{
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
 
 void CheckFeatures(const CadDocument& document)
 {
@@ -84,9 +71,8 @@ void CheckCameras(const CadDocument& document)
     for (const DocumentCamera& camera : document.cameras) {
         if (camera.name.empty())
             throw DocumentStreamError("a camera has no name");
-        const double lengths = LengthOf(camera.sight) * LengthOf(camera.up);
-        if (!(lengths > 0) || !(LengthOf(Cross(camera.sight, camera.up)) > SmallestSine * lengths) ||
-            !(camera.scale > 0))
+        const double lengths = Length(camera.sight) * Length(camera.up);
+        if (!(lengths > 0) || !(Length(Cross(camera.sight, camera.up)) > SmallestSine * lengths) || !(camera.scale > 0))
             throw DocumentStreamError("camera " + camera.name + " shows nothing");
     }
 }
@@ -353,7 +339,7 @@ std::string EncodeGeometry(const DocumentGeometry& geometry)
     writer.PutNumber(geometry.facts.faces);
     writer.PutReal(geometry.facts.volume);
     writer.PutReal(geometry.facts.area);
-    for (const auto* corner : {&geometry.facts.lowest, &geometry.facts.highest})
+    for (const auto* corner : {&geometry.facts.box.lowest, &geometry.facts.box.highest})
         for (const double number : *corner)
             writer.PutReal(number);
     writer.PutBytes(geometry.boundary);
@@ -368,7 +354,7 @@ DocumentGeometry DecodeGeometry(std::string_view stream)
     geometry.facts.faces = reader.TakeNumber();
     geometry.facts.volume = reader.TakeReal();
     geometry.facts.area = reader.TakeReal();
-    for (auto* corner : {&geometry.facts.lowest, &geometry.facts.highest})
+    for (auto* corner : {&geometry.facts.box.lowest, &geometry.facts.box.highest})
         for (double& number : *corner)
             number = reader.TakeReal();
     geometry.boundary = reader.TakeRest();

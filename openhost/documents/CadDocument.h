@@ -6,9 +6,9 @@
 
 #include "openhost/documents/CompoundFile.h"
 #include "openhost/documents/LinkTable.h"
-#include "openhost/documents/Placement.h"
+#include "openhost/space/Box.h"
+#include "openhost/space/Placement.h"
 
-#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -41,10 +41,10 @@ struct UserParameter {
 /// How the user looks at a document. Millimetres.
 struct DocumentCamera {
     std::string name;
-    std::array<double, 3> eye{};             ///< where it stands
-    std::array<double, 3> sight{-1, -1, -1}; ///< where it looks; not zero
-    std::array<double, 3> up{0, 0, 1};       ///< what is up in the picture; not along `sight`
-    double scale = 1;                        ///< millimetres that half the height of the picture shows; above zero
+    Vector eye{};             ///< where it stands
+    Vector sight{-1, -1, -1}; ///< where it looks; not zero
+    Vector up{0, 0, 1};       ///< what is up in the picture; not along `sight`
+    double scale = 1;         ///< millimetres that half the height of the picture shows; above zero
     bool operator==(const DocumentCamera&) const = default;
 };
 
@@ -62,8 +62,7 @@ struct GeometryFacts {
     std::uint32_t faces = 0;
     double volume = 0;
     double area = 0;
-    std::array<double, 3> lowest{}; ///< corners of the bounding box
-    std::array<double, 3> highest{};
+    Box box; ///< around it
     bool operator==(const GeometryFacts&) const = default;
 };
 

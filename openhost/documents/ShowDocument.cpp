@@ -3,7 +3,6 @@
 #include "openhost/documents/CadDocument.h"
 
 #include <algorithm>
-#include <array>
 #include <iomanip>
 #include <iterator>
 #include <map>
@@ -34,7 +33,7 @@ std::string InOneLine(std::string text)
     return text;
 }
 
-std::string Vector(const std::array<double, 3>& vector)
+std::string VectorText(const Vector& vector)
 {
     std::ostringstream text;
     text << "(" << vector[0] << ", " << vector[1] << ", " << vector[2] << ")";
@@ -43,7 +42,7 @@ std::string Vector(const std::array<double, 3>& vector)
 
 std::string Place(const Placement& placement)
 {
-    return "at " + Vector({placement[3], placement[7], placement[11]});
+    return "at " + VectorText(ShiftOf(placement));
 }
 
 /// Lines of the tree below a document. Reads each document once.
@@ -165,7 +164,7 @@ Section Cameras(const CadDocument& document)
 {
     Section lines;
     for (const DocumentCamera& camera : document.cameras)
-        lines.push_back(Value(camera.name, "at " + Vector(camera.eye) + " towards " + Vector(camera.sight)));
+        lines.push_back(Value(camera.name, "at " + VectorText(camera.eye) + " towards " + VectorText(camera.sight)));
     return Headed("Cameras", std::move(lines));
 }
 
@@ -181,7 +180,7 @@ Section Geometry(const CadDocument& document)
     std::ostringstream box;
     box << std::fixed << std::setprecision(1) << "  box ";
     for (std::size_t i = 0; i < 3; ++i)
-        box << (i == 0 ? "" : " × ") << facts.highest[i] - facts.lowest[i];
+        box << (i == 0 ? "" : " × ") << facts.box.Extent(i);
     return {"Geometry", contents.str(), box.str() + " mm"};
 }
 

@@ -17,8 +17,8 @@ namespace {
 struct EndWindow {
     void operator()(ZALDialog* window) const
     {
+        const Owned<ZALDialog> held(window);
         ZALDialogNode::Of(*window).EndAndRelease();
-        window->Release();
     }
 };
 
@@ -26,9 +26,7 @@ using FrameWindow = std::unique_ptr<ZALDialog, EndWindow>;
 
 FrameWindow MakeWindow(ZALDialog* parent, const char* name)
 {
-    auto* window = new ZALDlgDialog(parent, name, ZALDlgNoStyle);
-    window->AddRef();
-    return FrameWindow(window);
+    return FrameWindow(Share(new ZALDlgDialog(parent, name, ZALDlgNoStyle)).release());
 }
 
 } // namespace

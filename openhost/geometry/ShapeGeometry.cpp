@@ -1,12 +1,13 @@
 #include "openhost/geometry/ShapeGeometry.h"
 
+#include "openhost/geometry/KernelSpace.h"
+
 #include <BRepBndLib.hxx>
 #include <BRepCheck_Analyzer.hxx>
 #include <BRepGProp.hxx>
 #include <BRepTools.hxx>
 #include <BRep_Tool.hxx>
 #include <BinTools.hxx>
-#include <Bnd_Box.hxx>
 #include <GProp_GProps.hxx>
 #include <Standard_Failure.hxx>
 #include <TopExp.hxx>
@@ -56,11 +57,9 @@ GeometryFacts MeasureShape(const TopoDS_Shape& shape)
     facts.volume = properties.Mass();
     BRepGProp::SurfaceProperties(shape, properties);
     facts.area = properties.Mass();
-    Bnd_Box box;
-    BRepBndLib::AddOptimal(shape, box, Standard_False, Standard_False);
-    if (!box.IsVoid())
-        box.Get(facts.lowest[0], facts.lowest[1], facts.lowest[2], facts.highest[0], facts.highest[1],
-                facts.highest[2]);
+    Bnd_Box bounds;
+    BRepBndLib::AddOptimal(shape, bounds, Standard_False, Standard_False);
+    facts.box = FromKernel(bounds).value_or(Box());
     return facts;
 }
 

@@ -1,5 +1,6 @@
 #include "openhost/geometry/Tessellation.h"
 
+#include "openhost/geometry/KernelSpace.h"
 #include "openhost/geometry/ShapeGeometry.h"
 
 #include <BRepBndLib.hxx>
@@ -23,11 +24,6 @@
 namespace openhost {
 
 namespace {
-
-LvrMesh::Vector ToVector(const gp_XYZ& xyz)
-{
-    return {static_cast<float>(xyz.X()), static_cast<float>(xyz.Y()), static_cast<float>(xyz.Z())};
-}
 
 /// The sums of the normals of the triangles at each node of `triangulation`, weighted by area.
 std::vector<gp_XYZ> SumNormals(const Poly_Triangulation& triangulation)
@@ -86,10 +82,10 @@ void AddFace(const TopoDS_Face& face, LvrMesh& mesh)
     const bool reversed = face.Orientation() == TopAbs_REVERSED;
     const auto first = static_cast<std::uint32_t>(mesh.positions.size());
     for (int node = 1; node <= triangulation->NbNodes(); ++node)
-        mesh.positions.push_back(ToVector(triangulation->Node(node).Transformed(placement).XYZ()));
+        mesh.positions.push_back(ToLvr(FromKernel(triangulation->Node(node).Transformed(placement).XYZ())));
     for (const gp_Dir& normal : NormalsOf(face, *triangulation)) {
         const gp_XYZ placed = normal.Transformed(placement).XYZ();
-        mesh.normals.push_back(ToVector(reversed ? placed.Reversed() : placed));
+        mesh.normals.push_back(ToLvr(FromKernel(reversed ? placed.Reversed() : placed)));
     }
     for (int index = 1; index <= triangulation->NbTriangles(); ++index) {
         int a = 0;

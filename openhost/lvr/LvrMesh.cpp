@@ -1,12 +1,11 @@
 #include "openhost/lvr/LvrMesh.h"
 
 #include "openhost/files/AtomicFile.h"
+#include "openhost/files/BoundedFile.h"
 
-#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <fstream>
 
 namespace openhost {
 
@@ -24,7 +23,8 @@ struct Header {
     std::uint32_t unit;
     std::uint32_t vertices;
     std::uint32_t triangles;
-    LvrBox box;
+    LvrMesh::Vector lowest; ///< corners of the box around the positions
+    LvrMesh::Vector highest;
 };
 static_assert(sizeof(Header) == 44);
 
@@ -79,34 +79,24 @@ void CheckLvrMesh(const LvrMesh& mesh)
                 throw LvrError("a triangle of the representation has a corner that is not there");
 }
 
-LvrBox BoxOf(const LvrMesh& mesh)
+Box BoxOf(const LvrMesh& mesh)
 {
-    LvrBox box{mesh.positions.front(), mesh.positions.front()};
+    std::optional<Box> box;
     for (const LvrMesh::Vector& position : mesh.positions)
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            box.lowest[axis] = std::min(box.lowest[axis], position[axis]);
-            box.highest[axis] = std::max(box.highest[axis], position[axis]);
-        }
-    return box;
+        Widen(box, ToVector(position));
+    return *box;
 }
 
-void AddPlaced(LvrMesh& mesh, const LvrMesh& part, const std::array<double, 12>& placement)
+void AddPlaced(LvrMesh& mesh, const LvrMesh& part, const Placement& placement)
 {
     const std::size_t first = mesh.positions.size();
     if (first + part.positions.size() > MaximumLvrVertices ||
         mesh.triangles.size() + part.triangles.size() > MaximumLvrTriangles)
         throw LvrError("the representation is too large");
-    const auto place = [&](const LvrMesh::Vector& vector, double shifted) {
-        LvrMesh::Vector placed{};
-        for (std::size_t row = 0; row < 3; ++row)
-            placed[row] = static_cast<float>(placement[4 * row] * vector[0] + placement[4 * row + 1] * vector[1] +
-                                             placement[4 * row + 2] * vector[2] + placement[4 * row + 3] * shifted);
-        return placed;
-    };
     for (const LvrMesh::Vector& position : part.positions)
-        mesh.positions.push_back(place(position, 1));
+        mesh.positions.push_back(ToLvr(PlacePoint(placement, ToVector(position))));
     for (const LvrMesh::Vector& normal : part.normals)
-        mesh.normals.push_back(place(normal, 0));
+        mesh.normals.push_back(ToLvr(PlaceDirection(placement, ToVector(normal))));
     for (LvrMesh::Triangle triangle : part.triangles) {
         for (std::uint32_t& corner : triangle)
             corner += static_cast<std::uint32_t>(first);
@@ -117,12 +107,14 @@ void AddPlaced(LvrMesh& mesh, const LvrMesh& part, const std::array<double, 12>&
 std::string EncodeLvr(const LvrMesh& mesh)
 {
     CheckLvrMesh(mesh);
+    const Box box = BoxOf(mesh);
     const Header header{Mark,
                         Version,
                         Millimetres,
                         static_cast<std::uint32_t>(mesh.positions.size()),
                         static_cast<std::uint32_t>(mesh.triangles.size()),
-                        BoxOf(mesh)};
+                        ToLvr(box.lowest),
+                        ToLvr(box.highest)};
     std::string bytes;
     bytes.reserve(SizeOf(mesh.positions.size(), mesh.triangles.size()));
     bytes.append(reinterpret_cast<const char*>(&header), sizeof(header));
@@ -153,7 +145,7 @@ LvrMesh ReadLvrBytes(std::string_view bytes)
     mesh.normals = Take<LvrMesh::Vector>(bytes, header.vertices);
     mesh.triangles = Take<LvrMesh::Triangle>(bytes, header.triangles);
     CheckLvrMesh(mesh);
-    if (BoxOf(mesh) != header.box)
+    if (BoxOf(mesh) != Box{ToVector(header.lowest), ToVector(header.highest)})
         throw LvrError("the bounding box of the light representation is not that of its positions");
     return mesh;
 }
@@ -165,20 +157,9 @@ void WriteLvr(const std::filesystem::path& path, const LvrMesh& mesh)
 
 LvrMesh ReadLvr(const std::filesystem::path& path)
 {
-    const auto fail = [&](const std::string& reason) { throw LvrError(path.string() + ": " + reason); };
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error))
-        fail("it is no regular file");
-    const std::uintmax_t size = std::filesystem::file_size(path, error);
-    if (error || size > SizeOf(MaximumLvrVertices, MaximumLvrTriangles))
-        fail("the representation is too large");
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    std::ifstream file(path, std::ios::binary);
-    if (!file.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
-        fail("it cannot be read");
     try {
-        return ReadLvrBytes(bytes);
-    } catch (const LvrError& problem) {
+        return ReadLvrBytes(ReadBounded(path, SizeOf(MaximumLvrVertices, MaximumLvrTriangles)));
+    } catch (const std::runtime_error& problem) {
         throw LvrError(path.string() + ": " + problem.what());
     }
 }

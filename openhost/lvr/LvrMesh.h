@@ -2,6 +2,9 @@
 // docs/light-representation.md describes the bytes.
 #pragma once
 
+#include "openhost/space/Box.h"
+#include "openhost/space/Placement.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -22,7 +25,7 @@ public:
 /// Triangles over shared vertices. Positions in millimetres. A triangle names its corners counterclockwise as seen
 /// from outside.
 struct LvrMesh {
-    using Vector = std::array<float, 3>;
+    using Vector = std::array<float, 3>; ///< in single precision, as in the file
     using Triangle = std::array<std::uint32_t, 3>;
 
     std::vector<Vector> positions;
@@ -31,12 +34,14 @@ struct LvrMesh {
     bool operator==(const LvrMesh&) const = default;
 };
 
-/// Corners of a box along the axes.
-struct LvrBox {
-    LvrMesh::Vector lowest{};
-    LvrMesh::Vector highest{};
-    bool operator==(const LvrBox&) const = default;
-};
+inline Vector ToVector(const LvrMesh::Vector& vector)
+{
+    return {vector[0], vector[1], vector[2]};
+}
+inline LvrMesh::Vector ToLvr(const Vector& vector)
+{
+    return {static_cast<float>(vector[0]), static_cast<float>(vector[1]), static_cast<float>(vector[2])};
+}
 
 /// Most vertices and most triangles of a mesh.
 inline constexpr std::uint32_t MaximumLvrVertices = 1 << 24;
@@ -48,11 +53,11 @@ inline constexpr float MaximumLvrCoordinate = 1e9F;
 /// or numbers out of their range.
 void CheckLvrMesh(const LvrMesh& mesh);
 /// The box around the positions of `mesh`, which has one at least.
-LvrBox BoxOf(const LvrMesh& mesh);
+Box BoxOf(const LvrMesh& mesh);
 
-/// Adds `part` to `mesh` with its positions moved by `placement`: three rows of four numbers, a rotation and in the
-/// last column a shift in millimetres. Throws LvrError when the mesh would become too large, and changes nothing.
-void AddPlaced(LvrMesh& mesh, const LvrMesh& part, const std::array<double, 12>& placement);
+/// Adds `part` to `mesh` with its positions moved by `placement`. Throws LvrError when the mesh would become too large,
+/// and changes nothing.
+void AddPlaced(LvrMesh& mesh, const LvrMesh& part, const Placement& placement);
 
 /// The bytes of `mesh`. Throws LvrError for one that CheckLvrMesh refuses.
 std::string EncodeLvr(const LvrMesh& mesh);

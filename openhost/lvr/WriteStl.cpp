@@ -2,8 +2,6 @@
 
 #include "openhost/files/AtomicFile.h"
 
-#include <cmath>
-
 namespace openhost {
 
 namespace {
@@ -16,18 +14,12 @@ constexpr std::string_view Title = "Light representation, binary STL, millimetre
 /// Normal of the plane of a triangle, from its corners; 0 without one.
 LvrMesh::Vector NormalOf(const LvrMesh::Vector& a, const LvrMesh::Vector& b, const LvrMesh::Vector& c)
 {
-    const auto edge = [&](const LvrMesh::Vector& to, std::size_t axis) { return double(to[axis]) - double(a[axis]); };
-    std::array<double, 3> cross{};
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        const std::size_t next = (axis + 1) % 3;
-        const std::size_t last = (axis + 2) % 3;
-        cross[axis] = edge(b, next) * edge(c, last) - edge(b, last) * edge(c, next);
-    }
-    const double length = std::hypot(cross[0], cross[1], cross[2]);
+    const Vector corner = ToVector(a);
+    const Vector cross = Cross(Difference(ToVector(b), corner), Difference(ToVector(c), corner));
+    const double length = Length(cross);
     if (length == 0)
         return {};
-    return {static_cast<float>(cross[0] / length), static_cast<float>(cross[1] / length),
-            static_cast<float>(cross[2] / length)};
+    return ToLvr({cross[0] / length, cross[1] / length, cross[2] / length});
 }
 
 void Append(std::string& bytes, const LvrMesh::Vector& vector)

@@ -1,4 +1,4 @@
-// Owners of one reference.
+// Owners of counted objects.
 #pragma once
 
 #include "host/object_model.h"
@@ -11,8 +11,17 @@ struct ReleaseObject {
     void operator()(ZALBaseUnknown* object) const { object->Release(); }
 };
 
-/// Releases its object at its end.
+/// Owns one reference: the one that `new` or an operation of the host has given. Its release() hands that reference on.
 template <class T>
 using Owned = std::unique_ptr<T, ReleaseObject>;
+
+/// An owner with a reference of its own on `object`, which others hold as well; null for null.
+template <class T>
+Owned<T> Share(T* object)
+{
+    if (object)
+        object->AddRef();
+    return Owned<T>(object);
+}
 
 } // namespace openhost

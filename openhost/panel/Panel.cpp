@@ -174,8 +174,7 @@ HRESULT Panel::GetAddin(const ZALString& className, ZALBaseUnknown** addin)
     const auto found = std::ranges::find(addins_, std::string(className.CastToCharPtr()), &Addin::className);
     if (found == addins_.end())
         return E_FAIL;
-    *addin = found->implementation.get();
-    (*addin)->AddRef();
+    *addin = Share(found->implementation.get()).release();
     return S_OK;
 }
 
@@ -183,10 +182,8 @@ void Panel::Tell(const char* name, AddinOperation operation, const std::string& 
 {
     MakeAddins();
     std::vector<Owned<ZALIMeridiaAccessDialogAddin>> told;
-    for (const Addin& addin : addins_) {
-        addin.interface->AddRef();
-        told.emplace_back(addin.interface.get());
-    }
+    for (const Addin& addin : addins_)
+        told.push_back(Share(addin.interface.get()));
     const ZALUnicodeString argument = FromUtf8(text);
     for (const auto& addin : told)
         journal::WriteResult(name, (addin.get()->*operation)(argument));

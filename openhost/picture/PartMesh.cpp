@@ -1,10 +1,11 @@
 #include "openhost/picture/PartMesh.h"
 
+#include "openhost/geometry/KernelSpace.h"
+
 #include <BRepAdaptor_Surface.hxx>
 #include <BRepBndLib.hxx>
 #include <BRepMesh_IncrementalMesh.hxx>
 #include <BRep_Tool.hxx>
-#include <Bnd_Box.hxx>
 #include <Geom2d_Curve.hxx>
 #include <Poly_PolygonOnTriangulation.hxx>
 #include <Poly_Triangulation.hxx>
@@ -19,7 +20,6 @@
 #include <gp_Vec.hxx>
 
 #include <cmath>
-#include <optional>
 
 namespace openhost {
 
@@ -29,11 +29,6 @@ namespace {
 constexpr double AngularDeflection = 0.25;
 /// Cosine of the least angle between two faces at which their edge is a crease; about 20 degrees.
 constexpr double CreaseCosine = 0.94;
-
-Vector3 ToVector(const gp_XYZ& xyz)
-{
-    return {xyz.X(), xyz.Y(), xyz.Z()};
-}
 
 std::optional<gp_Vec> NormalAt(const BRepAdaptor_Surface& surface, const gp_Pnt2d& at)
 {
@@ -58,7 +53,7 @@ void AddFace(const TopoDS_Face& face, PartMesh& mesh)
     const auto first = static_cast<std::uint32_t>(mesh.points.size());
     const int count = triangulation->NbNodes();
     for (int i = 1; i <= count; ++i)
-        mesh.points.push_back(ToVector(triangulation->Node(i).Transformed(placed).XYZ()));
+        mesh.points.push_back(FromKernel(triangulation->Node(i).Transformed(placed).XYZ()));
 
     // Where the surface has no normal of its own, such as at the tip of a cone, the triangles around give one.
     std::vector<gp_XYZ> around(static_cast<std::size_t>(count));
@@ -84,8 +79,8 @@ void AddFace(const TopoDS_Face& face, PartMesh& mesh)
         gp_XYZ direction = around[static_cast<std::size_t>(i - 1)];
         const double length = direction.Modulus();
         direction = length > 0 ? direction / length : gp_XYZ(0, 0, 1);
-        mesh.normals.push_back(normal ? ToVector(normal->XYZ())
-                                      : ToVector(gp_Vec(direction).Transformed(placed).XYZ()));
+        mesh.normals.push_back(normal ? FromKernel(normal->XYZ())
+                                      : FromKernel(gp_Vec(direction).Transformed(placed).XYZ()));
     }
 }
 
@@ -125,9 +120,9 @@ void AddLine(const TopoDS_Edge& edge, const TopoDS_Face& face, PartMesh& mesh)
         BRep_Tool::PolygonOnTriangulation(edge, triangulation, location);
     if (polygon.IsNull())
         return;
-    std::vector<Vector3> line;
+    std::vector<Vector> line;
     for (int i = 1; i <= polygon->NbNodes(); ++i) {
-        line.push_back(ToVector(triangulation->Node(polygon->Node(i)).Transformed(location.Transformation()).XYZ()));
+        line.push_back(FromKernel(triangulation->Node(polygon->Node(i)).Transformed(location.Transformation()).XYZ()));
     }
     mesh.lines.push_back(std::move(line));
 }
@@ -151,15 +146,11 @@ PartMesh MeshPart(const TopoDS_Shape& shape, double deflection)
     return mesh;
 }
 
-Box3 BoxAround(const TopoDS_Shape& shape)
+std::optional<Box> BoxAround(const TopoDS_Shape& shape)
 {
     Bnd_Box bounds;
     BRepBndLib::Add(shape, bounds, Standard_False);
-    Box3 box;
-    box.empty = bounds.IsVoid();
-    if (!box.empty)
-        bounds.Get(box.lowest[0], box.lowest[1], box.lowest[2], box.highest[0], box.highest[1], box.highest[2]);
-    return box;
+    return FromKernel(bounds);
 }
 
 } // namespace openhost

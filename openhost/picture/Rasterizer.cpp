@@ -23,7 +23,7 @@ constexpr double LineLift = 1.5;
 /// Rise of the depth towards the viewer, by the way across the picture, from which a border is an outline.
 constexpr double OutlineSlope = 7;
 
-constexpr Vector3 Light{-0.203, 0.355, 0.912}; ///< in view coordinates, over the viewer's left shoulder
+constexpr Vector Light{-0.203, 0.355, 0.912}; ///< in view coordinates, over the viewer's left shoulder
 constexpr double Ambient = 0.47;
 constexpr double Diffuse = 0.62;
 constexpr double Gloss = 0.10;
@@ -42,7 +42,7 @@ struct Vertex {
     double x;
     double y;
     double z;
-    Vector3 normal;
+    Vector normal;
 };
 
 std::uint8_t ToByte(double value)
@@ -50,20 +50,8 @@ std::uint8_t ToByte(double value)
     return static_cast<std::uint8_t>(std::clamp(value, 0.0, 255.0) + 0.5);
 }
 
-double Dot(const Vector3& a, const Vector3& b)
-{
-    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-
-Vector3 Turn(const std::array<double, 12>& placement, const Vector3& v)
-{
-    const auto& p = placement;
-    return {p[0] * v[0] + p[1] * v[1] + p[2] * v[2], p[4] * v[0] + p[5] * v[1] + p[6] * v[2],
-            p[8] * v[0] + p[9] * v[1] + p[10] * v[2]};
-}
-
 /// The colour of a surface with the normal `normal`, of any length and side.
-Color Shade(const Color& color, Vector3 normal)
+Color Shade(const Color& color, Vector normal)
 {
     const double length = std::sqrt(Dot(normal, normal));
     if (length > 0)
@@ -129,7 +117,7 @@ public:
 
     void DrawLines(const PlacedMesh& placed)
     {
-        for (const std::vector<Vector3>& line : placed.mesh->lines)
+        for (const std::vector<Vector>& line : placed.mesh->lines)
             for (std::size_t i = 1; i < line.size(); ++i)
                 Draw(Project(placed, line[i - 1], {}), Project(placed, line[i], {}));
     }
@@ -191,12 +179,12 @@ private:
     }
     const Sample& At(int x, int y) const { return const_cast<Band*>(this)->At(x, y); }
 
-    Vertex Project(const PlacedMesh& placed, const Vector3& point, const Vector3& normal) const
+    Vertex Project(const PlacedMesh& placed, const Vector& point, const Vector& normal) const
     {
-        const Vector3 seen = TransformPoint(placed.toView, point);
+        const Vector seen = PlacePoint(placed.toView, point);
         // The middle of a sample has whole coordinates.
         return {(seen[0] - left_) / sampleSize_ - 0.5, (top_ - seen[1]) / sampleSize_ - 0.5, seen[2],
-                Turn(placed.toView, normal)};
+                PlaceDirection(placed.toView, normal)};
     }
 
     void Draw(const Vertex& a, const Vertex& b, const Vertex& c, const Color& color)
@@ -221,7 +209,7 @@ private:
                 Sample& sample = At(x, y);
                 if (depth <= sample.depth)
                     continue;
-                Vector3 normal;
+                Vector normal;
                 for (std::size_t i = 0; i < 3; ++i)
                     normal[i] = partA * a.normal[i] + partB * b.normal[i] + partC * c.normal[i];
                 sample.depth = depth;
@@ -292,14 +280,6 @@ private:
 };
 
 } // namespace
-
-Vector3 TransformPoint(const std::array<double, 12>& placement, const Vector3& point)
-{
-    Vector3 moved = Turn(placement, point);
-    for (std::size_t i = 0; i < 3; ++i)
-        moved[i] += placement[4 * i + 3];
-    return moved;
-}
 
 Picture Rasterize(const std::vector<PlacedMesh>& meshes, const Viewport& viewport, PictureSize size)
 {

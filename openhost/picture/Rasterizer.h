@@ -3,8 +3,8 @@
 
 #include "openhost/picture/PartMesh.h"
 #include "openhost/picture/Picture.h"
+#include "openhost/space/Placement.h"
 
-#include <array>
 #include <vector>
 
 namespace openhost {
@@ -12,7 +12,7 @@ namespace openhost {
 /// A mesh at its place. View coordinates: x to the right, y up, z towards the viewer, in millimetres.
 struct PlacedMesh {
     const PartMesh* mesh = nullptr;
-    std::array<double, 12> toView{}; ///< three rows of four numbers, rigid
+    Placement toView{};
     Color color{};
     double lowest = 0; ///< of its points in y
     double highest = 0;
@@ -26,8 +26,6 @@ struct Viewport {
 };
 
 inline constexpr Color BackgroundColor{246, 247, 249};
-
-Vector3 TransformPoint(const std::array<double, 12>& placement, const Vector3& point);
 
 /// The picture of `meshes`, band by band, so that memory is bounded by the size of the picture.
 Picture Rasterize(const std::vector<PlacedMesh>& meshes, const Viewport& viewport, PictureSize size);

@@ -48,20 +48,6 @@ struct PlacedDocument {
     Placement toView;
 };
 
-/// The placement in the view of something placed by `inner` in a thing that is placed by `outer`.
-Placement Within(const Placement& outer, const Placement& inner)
-{
-    Placement result{};
-    for (std::size_t row = 0; row < 3; ++row)
-        for (std::size_t column = 0; column < 4; ++column) {
-            double sum = column == 3 ? outer[4 * row + 3] : 0;
-            for (std::size_t k = 0; k < 3; ++k)
-                sum += outer[4 * row + k] * inner[4 * k + column];
-            result[4 * row + column] = sum;
-        }
-    return result;
-}
-
 void Unfold(const DocumentTree& tree, std::size_t document, const Placement& toView,
             std::vector<PlacedDocument>& placed)
 {
@@ -71,41 +57,18 @@ void Unfold(const DocumentTree& tree, std::size_t document, const Placement& toV
         Unfold(tree, instance.document, Within(toView, instance.placement), placed);
 }
 
-/// A box that grows.
-class Extent {
-public:
-    void Take(const Vector3& point)
-    {
-        for (std::size_t i = 0; i < 3; ++i) {
-            lowest_[i] = empty_ ? point[i] : std::min(lowest_[i], point[i]);
-            highest_[i] = empty_ ? point[i] : std::max(highest_[i], point[i]);
-        }
-        empty_ = false;
-    }
+/// Whether all of `box` is near enough to the origin to be drawn.
+bool IsDrawable(const Box& box)
+{
+    const auto inside = [](double number) { return std::abs(number) <= MaximumExtent; };
+    return std::ranges::all_of(box.lowest, inside) && std::ranges::all_of(box.highest, inside);
+}
 
-    bool IsEmpty() const { return empty_; }
-    double Lowest(std::size_t axis) const { return lowest_[axis]; }
-    double Highest(std::size_t axis) const { return highest_[axis]; }
-    double Length(std::size_t axis) const { return highest_[axis] - lowest_[axis]; }
-    double Middle(std::size_t axis) const { return (lowest_[axis] + highest_[axis]) / 2; }
-    /// Whether all of it is near enough to the origin to be drawn.
-    bool IsDrawable() const
-    {
-        const auto inside = [](double number) { return std::abs(number) <= MaximumExtent; };
-        return std::ranges::all_of(lowest_, inside) && std::ranges::all_of(highest_, inside);
-    }
-
-private:
-    bool empty_ = true;
-    Vector3 lowest_{};
-    Vector3 highest_{};
-};
-
-/// Millimetres of a pixel when `extent` fills the picture but for its margin.
-double PixelSize(const Extent& extent, PictureSize size)
+/// Millimetres of a pixel when `box` fills the picture but for its margin.
+double PixelSize(const Box& box, PictureSize size)
 {
     const double free = 1 - 2 * Margin;
-    return std::max(extent.Length(0) / (size.width * free), extent.Length(1) / (size.height * free));
+    return std::max(box.Extent(0) / (size.width * free), box.Extent(1) / (size.height * free));
 }
 
 class DocumentRenderer {
@@ -117,56 +80,59 @@ public:
 
     Picture Render()
     {
-        const Extent rough = RoughExtent();
-        if (!rough.IsDrawable())
-            throw PictureError(tree_.back().key + ": the document is too large to be drawn");
-        if (!rough.IsEmpty())
-            MeshParts(rough);
-
+        if (const std::optional<Box> rough = RoughBox()) {
+            Check(*rough);
+            MeshParts(*rough);
+        }
         std::vector<PlacedMesh> scene;
-        Extent extent;
+        std::optional<Box> whole;
         for (const PlacedDocument& placed : placed_) {
             const std::optional<PartMesh>& mesh = meshes_[placed.document];
             if (!mesh || mesh->points.empty())
                 continue;
-            Extent own;
-            for (const Vector3& point : mesh->points)
-                own.Take(TransformPoint(placed.toView, point));
-            extent.Take({own.Lowest(0), own.Lowest(1), own.Lowest(2)});
-            extent.Take({own.Highest(0), own.Highest(1), own.Highest(2)});
-            scene.push_back({&*mesh, placed.toView, colors_[placed.document], own.Lowest(1), own.Highest(1)});
+            std::optional<Box> own;
+            for (const Vector& point : mesh->points)
+                Widen(own, PlacePoint(placed.toView, point));
+            Widen(whole, own->lowest);
+            Widen(whole, own->highest);
+            scene.push_back({&*mesh, placed.toView, colors_[placed.document], own->lowest[1], own->highest[1]});
         }
-        if (!extent.IsDrawable())
-            throw PictureError(tree_.back().key + ": the document is too large to be drawn");
-        const double pixel = PixelSize(extent, size_);
+        const Box box = whole.value_or(Box());
+        Check(box);
+        const double pixel = PixelSize(box, size_);
         if (!(pixel > 0))
-            scene.clear();
-        return Rasterize(scene, {extent.Middle(0), extent.Middle(1), pixel > 0 ? pixel : 1}, size_);
+            return Rasterize({}, {}, size_);
+        return Rasterize(scene, {box.Middle(0), box.Middle(1), pixel}, size_);
     }
 
 private:
-    /// Of the boxes around the parts.
-    Extent RoughExtent() const
+    void Check(const Box& box) const
     {
-        std::vector<std::optional<Box3>> boxes(tree_.size());
-        Extent extent;
+        if (!IsDrawable(box))
+            throw PictureError(tree_.back().key + ": the document is too large to be drawn");
+    }
+
+    /// Around the boxes of the parts.
+    std::optional<Box> RoughBox() const
+    {
+        std::vector<std::optional<Box>> boxes(tree_.size());
+        std::optional<Box> rough;
         for (const PlacedDocument& placed : placed_) {
-            std::optional<Box3>& box = boxes[placed.document];
+            std::optional<Box>& box = boxes[placed.document];
             if (!box)
                 box = BoxAround(tree_[placed.document].shape);
-            for (int corner = 0; corner < 8 && !box->empty; ++corner)
-                extent.Take(TransformPoint(placed.toView, {corner & 1 ? box->highest[0] : box->lowest[0],
-                                                           corner & 2 ? box->highest[1] : box->lowest[1],
-                                                           corner & 4 ? box->highest[2] : box->lowest[2]}));
+            if (box)
+                for (const Vector& corner : box->Corners())
+                    Widen(rough, PlacePoint(placed.toView, corner));
         }
-        return extent;
+        return rough;
     }
 
     /// Meshes each part of the tree once and gives it its colour.
-    void MeshParts(const Extent& extent)
+    void MeshParts(const Box& box)
     {
-        const double whole = std::hypot(extent.Length(0), extent.Length(1), extent.Length(2));
-        const double deflection = std::max(DeflectionInPixels * PixelSize(extent, size_), LeastDeflection * whole);
+        const double deflection =
+            std::max(DeflectionInPixels * PixelSize(box, size_), LeastDeflection * box.Diagonal());
         colors_.resize(tree_.size());
         std::size_t parts = 0;
         for (const PlacedDocument& placed : placed_) {

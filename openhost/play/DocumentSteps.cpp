@@ -57,7 +57,6 @@ void Highlight(SessionPlayer& player, const std::string& text)
 // ---------------------------------------------------------------------------------------------
 // {"move": "Root/Child.2", "at": [X, Y, Z], "axis": [X, Y, Z], "angle": DEGREES}
 
-using Vector = std::array<double, 3>;
 
 struct Move {
     std::string names;

@@ -63,8 +63,8 @@ TEST(Includes, OfTheCatalogueHaveFormatsAndPicturesOfOpenhostAlone)
     EXPECT_TRUE(Each("catalogue", [](const Include& include) {
         return !include.isOurs || StandsIn(include.target, "catalogue") ||
                StandsIn(include.target, "openhost/documents") || StandsIn(include.target, "openhost/geometry") ||
-               StandsIn(include.target, "openhost/picture") || include.target == "openhost/files/AtomicFile.h" ||
-               include.target == "openhost/lvr/LvrMesh.h";
+               StandsIn(include.target, "openhost/picture") || StandsIn(include.target, "openhost/space") ||
+               include.target == "openhost/files/AtomicFile.h" || include.target == "openhost/lvr/LvrMesh.h";
     }));
 }
 

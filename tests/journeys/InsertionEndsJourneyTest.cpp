@@ -106,7 +106,7 @@ protected:
     std::vector<std::string> Children() const
     {
         std::vector<std::string> children;
-        for (const WorkspaceProduct* child : frame_->Children())
+        for (const auto& child : frame_->Children())
             children.push_back(child->Name());
         return children;
     }
@@ -135,7 +135,7 @@ protected:
     void SetUp() override
     {
         if (IsInsert())
-            Workspace().ReplaceComponent(*Frame().Root(), *Frame().Children()[1], Sub(), false);
+            Workspace().ReplaceComponent(*Frame().Root(), *Frame().Children()[1], Sub());
         else
             Workspace().AddComponents(*Frame().Root(), {Sub()});
         Workspace().Save(Frame());

@@ -177,8 +177,8 @@ TEST_F(RebuildJourney, APartHasTheSolidOfItsSourceAndTheRestOfTheTemplate)
     EXPECT_EQ(source.geometry->facts.faces, rebuilt.geometry->facts.faces);
     EXPECT_NEAR(rebuilt.geometry->facts.volume, source.geometry->facts.volume, 1e-9 * source.geometry->facts.volume);
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        EXPECT_NEAR(rebuilt.geometry->facts.lowest[axis], source.geometry->facts.lowest[axis], 1e-9);
-        EXPECT_NEAR(rebuilt.geometry->facts.highest[axis], source.geometry->facts.highest[axis], 1e-9);
+        EXPECT_NEAR(rebuilt.geometry->facts.box.lowest[axis], source.geometry->facts.box.lowest[axis], 1e-9);
+        EXPECT_NEAR(rebuilt.geometry->facts.box.highest[axis], source.geometry->facts.box.highest[axis], 1e-9);
     }
     EXPECT_EQ(source.partNumber, rebuilt.partNumber);
     EXPECT_EQ(source.nomenclature, rebuilt.nomenclature);

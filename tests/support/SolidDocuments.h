@@ -25,8 +25,8 @@ public:
     std::filesystem::path Path(const std::string& fileName) const { return folder_.Path() / fileName; }
 
     /// The part `fileName` with the box between two corners, under the part number `partNumber`.
-    void Box(const std::string& fileName, const std::string& partNumber, const std::array<double, 3>& lowest,
-             const std::array<double, 3>& highest) const
+    void Box(const std::string& fileName, const std::string& partNumber, const Vector& lowest,
+             const Vector& highest) const
     {
         Part(fileName, partNumber,
              BRepPrimAPI_MakeBox(gp_Pnt(lowest[0], lowest[1], lowest[2]), gp_Pnt(highest[0], highest[1], highest[2]))
@@ -63,7 +63,7 @@ public:
         BinTools::Write(compound, boundary);
         CadDocument document;
         document.partNumber = "DAMAGED";
-        document.geometry = DocumentGeometry{{1, 7, 1, 1, {0, 0, 0}, {1, 1, 1}}, boundary.str()};
+        document.geometry = DocumentGeometry{{1, 7, 1, 1, {{0, 0, 0}, {1, 1, 1}}}, boundary.str()};
         WriteDocument(document, Path(fileName));
     }
 

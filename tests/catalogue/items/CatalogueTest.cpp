@@ -133,7 +133,7 @@ TEST(CatalogueItems, PartsHaveTheSizesOfTheirStandard)
                         {"bearing-housing-47", 1, 50},  {"bearing-housing-47", 2, 88}, {"slot-nut-m6", 0, 15},
                         {"slot-nut-m6", 1, 16},         {"slot-nut-m6", 2, 8}};
     for (const auto& [id, axis, extent] : rows)
-        EXPECT_NEAR(extent, FactsOf(id).highest[axis] - FactsOf(id).lowest[axis], Close) << id << " " << axis;
+        EXPECT_NEAR(extent, FactsOf(id).box.Extent(axis), Close) << id << " " << axis;
 }
 
 TEST(CatalogueItems, BoltsStandOnTheirHeads)
@@ -145,8 +145,8 @@ TEST(CatalogueItems, BoltsStandOnTheirHeads)
     for (const auto& [id, headHeight, length] :
          {Row{"hexagon-bolt-m6x30", 4, 30}, Row{"hexagon-bolt-m8x40", 5.3, 40}, Row{"hexagon-bolt-m10x50", 6.4, 50},
           Row{"hexagon-screw-m6x16", 4, 16}}) {
-        EXPECT_NEAR(-headHeight, FactsOf(id).lowest[2], Close) << id;
-        EXPECT_NEAR(length, FactsOf(id).highest[2], Close) << id;
+        EXPECT_NEAR(-headHeight, FactsOf(id).box.lowest[2], Close) << id;
+        EXPECT_NEAR(length, FactsOf(id).box.highest[2], Close) << id;
     }
 }
 
@@ -253,7 +253,7 @@ TEST(CatalogueAssemblies, FrameFillsItsBoxAndEveryPartStandsInIt)
 {
     for (const auto& [name, placement] : PartsOf("FRAME_480x480x400.ZALProduct")) {
         const openhost::GeometryFacts& facts = Whole().documents.at(name).geometry->facts;
-        for (const auto& corner : {facts.lowest, facts.highest}) {
+        for (const auto& corner : {facts.box.lowest, facts.box.highest}) {
             const auto at = Transformed(placement, corner);
             for (std::size_t axis = 0; axis < 3; ++axis) {
                 EXPECT_GE(at[axis], (axis == 2 ? 0 : -20) - 1e-3) << name;

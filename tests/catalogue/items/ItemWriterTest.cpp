@@ -173,8 +173,8 @@ TEST_F(Written, LightRepresentationHoldsEachPartInItsPlace)
 {
     const openhost::LvrMesh raw = openhost::ReadLvr(Folder() / "shapes" / "raw.lvr");
     const openhost::LvrMesh pair = openhost::ReadLvr(Folder() / "shapes" / "pair.lvr");
-    EXPECT_EQ(openhost::BoxOf(raw), (openhost::LvrBox{{0, 0, 0}, {10, 20, 5}}));
-    EXPECT_EQ(openhost::BoxOf(pair), (openhost::LvrBox{{-20, 0, 0}, {10, 110, 5}}));
+    EXPECT_EQ(openhost::BoxOf(raw), (openhost::Box{{0, 0, 0}, {10, 20, 5}}));
+    EXPECT_EQ(openhost::BoxOf(pair), (openhost::Box{{-20, 0, 0}, {10, 110, 5}}));
     EXPECT_EQ(pair.triangles.size(), 2 * raw.triangles.size());
 }
 

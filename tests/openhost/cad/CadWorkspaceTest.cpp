@@ -1,24 +1,12 @@
 // Documents and products of a workspace.
 
-#include "openhost/cad/CadWorkspace.h"
-
 #include "host/frame.h"
 #include "openhost/cad/Automation.h"
 #include "openhost/cad/ProductRep.h"
 #include "openhost/cad/WorkspaceTree.h"
-#include "openhost/files/TemporaryFolder.h"
-#include "openhost/frame/Frame.h"
-#include "openhost/journal/Journal.h"
-#include "openhost/text/Utf.h"
-#include "tests/support/Objects.h"
+#include "tests/openhost/cad/WorkspaceFixture.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <fstream>
-#include <functional>
-#include <memory>
 
 namespace openhost::testing {
 
@@ -36,88 +24,37 @@ Owned<T> Query(ZALBaseUnknown* object)
     return Owned<T>(static_cast<T*>(found));
 }
 
-class CadWorkspaceTest : public ::testing::Test {
+class CadWorkspaceTest : public WorkspaceFixture {
 protected:
-    CadWorkspaceTest()
-    {
-        ConfigureFrame({});
-        auto workspace = std::make_unique<CadWorkspace>();
-        workspace_ = workspace.get();
-        CadServices::Install(std::move(workspace));
-        journal::Redirect([this](const nlohmann::ordered_json& event) {
-            if (event["event"] == "document")
-                events_.push_back(event["action"]);
-        });
-    }
     ~CadWorkspaceTest() override
     {
-        CadServices::Install(nullptr);
-        ResetFrame();
-        journal::Redirect({});
-        EXPECT_EQ(LivingTexts(), 0);
-        EXPECT_EQ(LivingArrays(), 0);
+        EndWorkspace();
+        EXPECT_EQ(0, LivingTexts());
+        EXPECT_EQ(0, LivingArrays());
     }
 
-    std::filesystem::path File(const std::string& name) const { return folder_.Path() / name; }
-
-    /// Writes a product; each child is NAME=FILE and stands ten millimetres further along x.
-    std::filesystem::path Product(const std::string& name, const std::vector<std::string>& children,
-                                  const std::string& partNumber = {})
-    {
-        CadDocument document;
-        document.kind = DocumentKind::Product;
-        document.partNumber = partNumber.empty() ? File(name).stem().string() : partNumber;
-        for (const std::string& child : children) {
-            const std::size_t sign = child.find('=');
-            const std::string file = child.substr(sign + 1);
-            auto link = std::ranges::find(document.links, file);
-            if (link == document.links.end())
-                link = document.links.insert(link, file);
-            Placement placement = IdentityPlacement;
-            placement[3] = 10.0 * static_cast<double>(document.children.size() + 1);
-            document.children.push_back(
-                {child.substr(0, sign), static_cast<std::uint32_t>(link - document.links.begin()), placement});
-        }
-        WriteDocument(document, File(name));
-        return File(name);
-    }
-    std::filesystem::path Part(const std::string& name, const std::string& partNumber = {})
-    {
-        CadDocument document;
-        document.partNumber = partNumber.empty() ? File(name).stem().string() : partNumber;
-        document.geometry = DocumentGeometry{{1, 6, 1, 6, {}, {}}, "geometry of " + name};
-        WriteDocument(document, File(name));
-        return File(name);
-    }
-
-    CadWorkspace& Workspace() { return *workspace_; }
     /// Names, files and positions along x of the children in the workspace.
     static std::vector<std::string> Children(const LoadedDocument& document)
     {
         std::vector<std::string> texts;
-        for (const WorkspaceProduct* child : document.Children())
+        for (const auto& child : document.Children())
             texts.push_back(child->Name() + "=" +
                             (child->Reference() ? child->Reference()->Path().filename().string() : child->Problem()) +
                             "@" + std::to_string(static_cast<int>(child->GetPlacement()[3])));
         return texts;
     }
-    std::vector<std::string>& Events() { return events_; }
-    void EndWorkspace() { CadServices::Install(nullptr); }
-
-    static std::string Reason(const std::function<void()>& operation)
+    /// A chain of products over `leaf`, each with two components, named `one` and `other`, of the one below. Gives the
+    /// file of the uppermost; all have the beginning `prefix`.
+    std::string DoublingChain(const std::string& prefix, int levels, const std::string& one, const std::string& other)
     {
-        try {
-            operation();
-        } catch (const std::exception& error) {
-            return error.what();
+        std::string below = prefix + "0.ZALPart";
+        for (int level = 1; level <= levels; ++level) {
+            const std::string name = prefix + std::to_string(level) + ".ZALProduct";
+            Product(name, {one + "=" + below, other + "=" + below});
+            below = name;
         }
-        return "";
+        return below;
     }
-
-private:
-    TemporaryFolder folder_;
-    CadWorkspace* workspace_;
-    std::vector<std::string> events_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -127,9 +64,8 @@ TEST_F(CadWorkspaceTest, OpeningReadsEachDocumentOnce)
 {
     Part("bolt.ZALPart");
     Product("pair.ZALProduct", {"a=bolt.ZALPart", "b=bolt.ZALPart"});
-    LoadedDocument& top =
-        Workspace().Open(Product("top.ZALProduct", {"p=pair.ZALProduct", "q=pair.ZALProduct", "r=bolt.ZALPart"}));
-    EXPECT_EQ(Workspace().LoadedDocuments(), 3U);
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"p=pair.ZALProduct", "q=pair.ZALProduct", "r=bolt.ZALPart"});
+    EXPECT_EQ(3U, Workspace().LoadedDocuments());
     EXPECT_THAT(Children(top), ElementsAre("p=pair.ZALProduct@10", "q=pair.ZALProduct@20", "r=bolt.ZALPart@30"));
     EXPECT_EQ(top.Children()[0]->Reference(), top.Children()[1]->Reference());
     EXPECT_EQ(Workspace().Active(), &top);
@@ -139,7 +75,7 @@ TEST_F(CadWorkspaceTest, OpeningReadsEachDocumentOnce)
 
 TEST_F(CadWorkspaceTest, AnEditorIsThereAsLongAsADocumentIsOpen)
 {
-    EXPECT_EQ(ZALFrmEditor::GetCurrentEditor(), nullptr);
+    EXPECT_EQ(nullptr, ZALFrmEditor::GetCurrentEditor());
     LoadedDocument& first = Workspace().Open(Part("a.ZALPart"));
     LoadedDocument& second = Workspace().Open(Part("b.ZALPart"));
     EXPECT_NE(ZALFrmEditor::GetCurrentEditor(), nullptr);
@@ -147,9 +83,9 @@ TEST_F(CadWorkspaceTest, AnEditorIsThereAsLongAsADocumentIsOpen)
     EXPECT_EQ(Workspace().Active(), &first);
     EXPECT_NE(ZALFrmEditor::GetCurrentEditor(), nullptr);
     Workspace().Close(first);
-    EXPECT_EQ(ZALFrmEditor::GetCurrentEditor(), nullptr);
-    EXPECT_EQ(Workspace().LoadedDocuments(), 0U);
-    EXPECT_THAT(Events(), ElementsAre("opened", "opened", "closed", "activated", "closed"));
+    EXPECT_EQ(nullptr, ZALFrmEditor::GetCurrentEditor());
+    EXPECT_EQ(0U, Workspace().LoadedDocuments());
+    EXPECT_THAT(Told("action"), ElementsAre("opened", "opened", "closed", "activated", "closed"));
 }
 
 TEST_F(CadWorkspaceTest, ADocumentThatIsOpenBecomesActive)
@@ -166,8 +102,8 @@ TEST_F(CadWorkspaceTest, LinksLeadBesideTheDocumentFirst)
     Part("other/bolt.ZALPart");
     Part("other/nut.ZALPart");
     Part("bolt.ZALPart");
-    LoadedDocument& top = Workspace().Open(
-        Product("top.ZALProduct", {"a=other/bolt.ZALPart", "b=other/nut.ZALPart", "c=C:\\parts\\bolt.ZALPart"}));
+    LoadedDocument& top =
+        OpenProduct("top.ZALProduct", {"a=other/bolt.ZALPart", "b=other/nut.ZALPart", "c=C:\\parts\\bolt.ZALPart"});
     EXPECT_EQ(top.Children()[0]->Reference()->Path(), std::filesystem::canonical(File("bolt.ZALPart")));
     EXPECT_EQ(top.Children()[1]->Reference()->Path(), std::filesystem::canonical(File("other/nut.ZALPart")));
     EXPECT_EQ(top.Children()[2]->Reference(), top.Children()[0]->Reference());
@@ -177,19 +113,18 @@ TEST_F(CadWorkspaceTest, AMissingOrDamagedChildCostsNothingElse)
 {
     Part("bolt.ZALPart");
     std::ofstream(File("text.ZALPart")) << "text";
-    LoadedDocument& top =
-        Workspace().Open(Product("top.ZALProduct", {"a=gone.ZALPart", "b=bolt.ZALPart", "c=text.ZALPart"}));
-    ASSERT_EQ(top.Children().size(), 3U);
-    EXPECT_EQ(top.Children()[0]->Problem(), "missing");
-    EXPECT_EQ(top.Children()[0]->Link(), "gone.ZALPart");
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"a=gone.ZALPart", "b=bolt.ZALPart", "c=text.ZALPart"});
+    ASSERT_EQ(3U, top.Children().size());
+    EXPECT_EQ("missing", top.Children()[0]->Problem());
+    EXPECT_EQ("gone.ZALPart", top.Children()[0]->Link());
     EXPECT_TRUE(top.Children()[1]->Reference());
     EXPECT_THAT(top.Children()[2]->Problem(), HasSubstr("text.ZALPart"));
-    EXPECT_FALSE(Query<ZALIPrdGhost>(top.Children()[0])->IsLoaded());
-    EXPECT_TRUE(Query<ZALIPrdGhost>(top.Children()[1])->IsLoaded());
-    EXPECT_TRUE(Query<ZALIAProducts>(top.Children()[0]));
-    EXPECT_EQ(Query<ZALIProduct>(top.Children()[0])->GetReferenceProduct(), nullptr);
+    EXPECT_FALSE(Query<ZALIPrdGhost>(top.Children()[0].get())->IsLoaded());
+    EXPECT_TRUE(Query<ZALIPrdGhost>(top.Children()[1].get())->IsLoaded());
+    EXPECT_TRUE(Query<ZALIAProducts>(top.Children()[0].get()));
+    EXPECT_EQ(nullptr, Query<ZALIProduct>(top.Children()[0].get())->GetReferenceProduct());
     ZALUnicodeString partNumber;
-    EXPECT_EQ(Query<ZALIProduct>(top.Children()[0])->GetPartNumber(partNumber), E_FAIL);
+    EXPECT_EQ(E_FAIL, Query<ZALIProduct>(top.Children()[0].get())->GetPartNumber(partNumber));
 }
 
 TEST_F(CadWorkspaceTest, ACycleIsRefusedAndNothingStaysLoaded)
@@ -199,29 +134,28 @@ TEST_F(CadWorkspaceTest, ACycleIsRefusedAndNothingStaysLoaded)
     Product("b.ZALProduct", {"a=a.ZALProduct"});
     const auto top = Product("top.ZALProduct", {"b=b.ZALProduct"});
     EXPECT_THAT(Reason([&] { Workspace().Open(top); }), HasSubstr("part of itself"));
-    EXPECT_THAT(Reason([&] { Workspace().Open(Product("self.ZALProduct", {"s=self.ZALProduct"})); }),
-                HasSubstr("part of itself"));
-    EXPECT_EQ(Workspace().LoadedDocuments(), 0U);
-    EXPECT_EQ(Workspace().Active(), nullptr);
-    EXPECT_THAT(Events(), IsEmpty());
+    EXPECT_THAT(Reason([&] { OpenProduct("self.ZALProduct", {"s=self.ZALProduct"}); }), HasSubstr("part of itself"));
+    EXPECT_EQ(0U, Workspace().LoadedDocuments());
+    EXPECT_EQ(nullptr, Workspace().Active());
+    EXPECT_THAT(Told("action"), IsEmpty());
 }
 
 TEST_F(CadWorkspaceTest, AFailedOpenLeavesTheWorkspaceAsItWas)
 {
     Part("bolt.ZALPart");
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"a=bolt.ZALPart"}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"a=bolt.ZALPart"});
     Product("cycle.ZALProduct", {"t=bolt.ZALPart", "c=cycle.ZALProduct"});
     EXPECT_NE(Reason([&] { Workspace().Open(File("cycle.ZALProduct")); }), "");
     EXPECT_THAT(Reason([&] { Workspace().Open(File("none.ZALPart")); }), HasSubstr("none.ZALPart"));
     EXPECT_NE(Reason([&] { Workspace().Open(""); }), "");
-    EXPECT_EQ(Workspace().LoadedDocuments(), 2U);
+    EXPECT_EQ(2U, Workspace().LoadedDocuments());
     EXPECT_EQ(Workspace().Active(), &top);
 }
 
 TEST_F(CadWorkspaceTest, TruncatedDocumentsAreRefused)
 {
     const auto bolt = Part("bolt.ZALPart");
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {});
     for (const std::uintmax_t size : {std::uintmax_t{0}, std::uintmax_t{100}, std::filesystem::file_size(bolt) / 2}) {
         Part("bolt.ZALPart");
         std::filesystem::resize_file(bolt, size);
@@ -237,40 +171,40 @@ TEST_F(CadWorkspaceTest, TruncatedDocumentsAreRefused)
 TEST_F(CadWorkspaceTest, AddedComponentsHaveNamesOfTheirOwnAndStandAtTheOrigin)
 {
     Part("bolt.ZALPart", "BOLT");
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"BOLT.2=bolt.ZALPart"}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"BOLT.2=bolt.ZALPart"});
     Workspace().AddComponents(*top.Root(), {File("bolt.ZALPart"), File("bolt.ZALPart")});
     Workspace().AddComponents(*top.Root(), {Part("nut.ZALPart", "NUT")});
     EXPECT_THAT(Children(top), ElementsAre("BOLT.2=bolt.ZALPart@10", "BOLT.1=bolt.ZALPart@0", "BOLT.3=bolt.ZALPart@0",
                                            "NUT.1=nut.ZALPart@0"));
     EXPECT_TRUE(top.IsDirty());
-    EXPECT_THAT(Events(), ElementsAre("opened", "changed", "changed"));
+    EXPECT_THAT(Told("action"), ElementsAre("opened", "changed", "changed"));
 }
 
 TEST_F(CadWorkspaceTest, ComponentsAreAddedWhereAnInstanceRefersTo)
 {
     Part("bolt.ZALPart");
     Product("sub.ZALProduct", {});
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"s=sub.ZALProduct", "t=sub.ZALProduct"}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"s=sub.ZALProduct", "t=sub.ZALProduct"});
     Workspace().AddComponents(*top.Children()[1], {File("bolt.ZALPart")});
     EXPECT_FALSE(top.IsDirty());
     LoadedDocument& sub = *Workspace().Find(File("sub.ZALProduct"));
     EXPECT_TRUE(sub.IsDirty());
-    EXPECT_EQ(sub.Children().size(), 1U);
+    EXPECT_EQ(1U, sub.Children().size());
 }
 
 TEST_F(CadWorkspaceTest, NothingIsAddedWhenOneFileIsRefused)
 {
     const auto bolt = Part("bolt.ZALPart");
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {});
     EXPECT_NE(Reason([&] { Workspace().AddComponents(*top.Root(), {bolt, File("none.ZALPart")}); }), "");
     EXPECT_THAT(Children(top), IsEmpty());
-    EXPECT_EQ(Workspace().LoadedDocuments(), 1U);
+    EXPECT_EQ(1U, Workspace().LoadedDocuments());
     EXPECT_FALSE(top.IsDirty());
 }
 
 TEST_F(CadWorkspaceTest, WhatARefusedListHasLoadedGoesOnce)
 {
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {});
     Part("bolt.ZALPart");
     for (const char* sub : {"a.ZALProduct", "z.ZALProduct"}) {
         Product(sub, {"bolt=bolt.ZALPart"});
@@ -278,7 +212,7 @@ TEST_F(CadWorkspaceTest, WhatARefusedListHasLoadedGoesOnce)
                       Workspace().AddComponents(*top.Root(), {File(sub), File("bolt.ZALPart"), File("none.ZALPart")});
                   }),
                   "");
-        EXPECT_EQ(Workspace().LoadedDocuments(), 1U);
+        EXPECT_EQ(1U, Workspace().LoadedDocuments());
     }
     EXPECT_FALSE(top.IsDirty());
 }
@@ -286,11 +220,11 @@ TEST_F(CadWorkspaceTest, WhatARefusedListHasLoadedGoesOnce)
 TEST_F(CadWorkspaceTest, AProductIsNotAddedToItselfOrBelow)
 {
     Product("sub.ZALProduct", {});
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"s=sub.ZALProduct"}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"s=sub.ZALProduct"});
     EXPECT_THAT(Reason([&] { Workspace().AddComponents(*top.Root(), {top.Path()}); }), HasSubstr("part of itself"));
     EXPECT_THAT(Reason([&] { Workspace().AddComponents(*top.Children()[0], {top.Path()}); }),
                 HasSubstr("part of itself"));
-    EXPECT_EQ(Workspace().LoadedDocuments(), 2U);
+    EXPECT_EQ(2U, Workspace().LoadedDocuments());
 }
 
 TEST_F(CadWorkspaceTest, NothingIsAddedToAPart)
@@ -304,19 +238,19 @@ TEST_F(CadWorkspaceTest, AFileThatALinkWouldNotLeadToIsRefused)
 {
     std::filesystem::create_directory(File("other"));
     Part("bolt.ZALPart");
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {});
     EXPECT_THAT(Reason([&] { Workspace().AddComponents(*top.Root(), {Part("other/bolt.ZALPart")}); }),
                 HasSubstr("another file of that name"));
-    EXPECT_EQ(Workspace().LoadedDocuments(), 1U);
+    EXPECT_EQ(1U, Workspace().LoadedDocuments());
 }
 
 TEST_F(CadWorkspaceTest, AFileWhoseNameReadsAsAFolderAndAFileIsRefused)
 {
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {});
     EXPECT_THAT(Reason([&] { Workspace().AddComponents(*top.Root(), {Part("parts\\bolt.ZALPart", "bolt")}); }),
                 HasSubstr("another file"));
     EXPECT_THAT(Children(top), IsEmpty());
-    EXPECT_EQ(Workspace().LoadedDocuments(), 1U);
+    EXPECT_EQ(1U, Workspace().LoadedDocuments());
 }
 
 TEST_F(CadWorkspaceTest, ALinkBesideTheProductThatLeadsToTheFileIsFollowed)
@@ -324,7 +258,7 @@ TEST_F(CadWorkspaceTest, ALinkBesideTheProductThatLeadsToTheFileIsFollowed)
     std::filesystem::create_directory(File("other"));
     const auto bolt = Part("other/bolt.ZALPart");
     std::filesystem::create_symlink("other/bolt.ZALPart", File("bolt.ZALPart"));
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {});
     Workspace().AddComponents(*top.Root(), {bolt});
     Workspace().Save(top);
     Workspace().Close(top);
@@ -337,9 +271,9 @@ TEST_F(CadWorkspaceTest, ALinkBesideTheProductThatLeadsToTheFileIsFollowed)
 TEST_F(CadWorkspaceTest, OneComponentIsReplacedInItsPlace)
 {
     Part("bolt.ZALPart", "BOLT");
-    LoadedDocument& top = Workspace().Open(
-        Product("top.ZALProduct", {"BOLT.1=bolt.ZALPart", "mine=bolt.ZALPart", "BOLT.3=bolt.ZALPart"}));
-    Workspace().ReplaceComponent(*top.Root(), *top.Children()[0], Part("nut.ZALPart", "NUT"), false);
+    LoadedDocument& top =
+        OpenProduct("top.ZALProduct", {"BOLT.1=bolt.ZALPart", "mine=bolt.ZALPart", "BOLT.3=bolt.ZALPart"});
+    Workspace().ReplaceComponent(*top.Root(), *top.Children()[0], Part("nut.ZALPart", "NUT"));
     EXPECT_THAT(Children(top), ElementsAre("NUT.1=nut.ZALPart@10", "mine=bolt.ZALPart@20", "BOLT.3=bolt.ZALPart@30"));
     EXPECT_TRUE(top.IsDirty());
 }
@@ -350,26 +284,25 @@ TEST_F(CadWorkspaceTest, AllComponentsOfTheReferenceAreReplacedInTheirPlaces)
     Part("pin.ZALPart", "PIN");
     LoadedDocument& top = Workspace().Open(Product(
         "top.ZALProduct", {"BOLT.1=bolt.ZALPart", "PIN.1=pin.ZALPart", "mine=bolt.ZALPart", "BOLT.3=bolt.ZALPart"}));
-    Workspace().ReplaceComponent(*top.Root(), *top.Children()[3], Part("nut.ZALPart", "NUT"), true);
+    Workspace().ReplaceAllInstances(*top.Root(), *top.Children()[3], Part("nut.ZALPart", "NUT"));
     EXPECT_THAT(Children(top), ElementsAre("NUT.1=nut.ZALPart@10", "PIN.1=pin.ZALPart@20", "mine=nut.ZALPart@30",
                                            "NUT.2=nut.ZALPart@40"));
-    EXPECT_EQ(Workspace().Find(File("bolt.ZALPart")), nullptr);
+    EXPECT_EQ(nullptr, Workspace().Find(File("bolt.ZALPart")));
 }
 
 TEST_F(CadWorkspaceTest, OtherFathersKeepTheirComponents)
 {
     Part("bolt.ZALPart", "BOLT");
     Product("sub.ZALProduct", {"BOLT.1=bolt.ZALPart"});
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"s=sub.ZALProduct", "BOLT.1=bolt.ZALPart"}));
-    Workspace().ReplaceComponent(*top.Root(), *top.Children()[1], Part("nut.ZALPart", "NUT"), true);
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"s=sub.ZALProduct", "BOLT.1=bolt.ZALPart"});
+    Workspace().ReplaceAllInstances(*top.Root(), *top.Children()[1], Part("nut.ZALPart", "NUT"));
     EXPECT_THAT(Children(*Workspace().Find(File("sub.ZALProduct"))), ElementsAre("BOLT.1=bolt.ZALPart@10"));
 }
 
 TEST_F(CadWorkspaceTest, AMissingComponentCanBeReplaced)
 {
-    LoadedDocument& top =
-        Workspace().Open(Product("top.ZALProduct", {"a=gone.ZALPart", "b=lost.ZALPart", "c=gone.ZALPart"}));
-    Workspace().ReplaceComponent(*top.Root(), *top.Children()[0], Part("nut.ZALPart"), true);
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"a=gone.ZALPart", "b=lost.ZALPart", "c=gone.ZALPart"});
+    Workspace().ReplaceAllInstances(*top.Root(), *top.Children()[0], Part("nut.ZALPart"));
     EXPECT_THAT(Children(top), ElementsAre("a=nut.ZALPart@10", "b=missing@20", "c=nut.ZALPart@30"));
 }
 
@@ -377,20 +310,20 @@ TEST_F(CadWorkspaceTest, OnlyAComponentOfTheProductIsReplaced)
 {
     Part("bolt.ZALPart");
     Product("sub.ZALProduct", {"b=bolt.ZALPart"});
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"s=sub.ZALProduct"}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"s=sub.ZALProduct"});
     WorkspaceProduct& below = *top.Children()[0]->Reference()->Children()[0];
     const auto nut = Part("nut.ZALPart");
-    EXPECT_NE(Reason([&] { Workspace().ReplaceComponent(*top.Root(), below, nut, false); }), "");
-    EXPECT_NE(Reason([&] { Workspace().ReplaceComponent(*top.Root(), *top.Root(), nut, true); }), "");
-    EXPECT_NE(Reason([&] { Workspace().ReplaceComponent(*top.Root(), *top.Children()[0], top.Path(), true); }), "");
+    EXPECT_NE(Reason([&] { Workspace().ReplaceComponent(*top.Root(), below, nut); }), "");
+    EXPECT_NE(Reason([&] { Workspace().ReplaceAllInstances(*top.Root(), *top.Root(), nut); }), "");
+    EXPECT_NE(Reason([&] { Workspace().ReplaceAllInstances(*top.Root(), *top.Children()[0], top.Path()); }), "");
     EXPECT_FALSE(top.IsDirty());
 }
 
 TEST_F(CadWorkspaceTest, AComponentReplacedByItsOwnFileStaysWhatItIs)
 {
     Part("bolt.ZALPart", "BOLT");
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"BOLT.7=bolt.ZALPart"}));
-    Workspace().ReplaceComponent(*top.Root(), *top.Children()[0], File("bolt.ZALPart"), true);
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"BOLT.7=bolt.ZALPart"});
+    Workspace().ReplaceAllInstances(*top.Root(), *top.Children()[0], File("bolt.ZALPart"));
     EXPECT_THAT(Children(top), ElementsAre("BOLT.7=bolt.ZALPart@10"));
 }
 
@@ -401,25 +334,24 @@ TEST_F(CadWorkspaceTest, ASavedProductReadsBackAsItStands)
 {
     Part("bolt.ZALPart", "BOLT");
     Part("pin.ZALPart", "PIN");
-    LoadedDocument& top =
-        Workspace().Open(Product("top.ZALProduct", {"BOLT.1=bolt.ZALPart", "g=gone.ZALPart", "PIN.1=pin.ZALPart"}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"BOLT.1=bolt.ZALPart", "g=gone.ZALPart", "PIN.1=pin.ZALPart"});
     Workspace().AddComponents(*top.Root(), {Part("nut.ZALPart", "NUT")});
-    Workspace().ReplaceComponent(*top.Root(), *top.Children()[0], File("pin.ZALPart"), false);
+    Workspace().ReplaceComponent(*top.Root(), *top.Children()[0], File("pin.ZALPart"));
     Workspace().Save(top);
     EXPECT_FALSE(top.IsDirty());
 
     const CadDocument saved = ReadDocument(top.Path());
-    EXPECT_EQ(saved.partNumber, "top");
+    EXPECT_EQ("top", saved.partNumber);
     EXPECT_THAT(saved.links, ElementsAre("pin.ZALPart", "gone.ZALPart", "nut.ZALPart"));
-    ASSERT_EQ(saved.children.size(), 4U);
-    EXPECT_EQ(saved.children[0].name, "PIN.2");
-    EXPECT_EQ(saved.children[0].placement[3], 10);
-    EXPECT_EQ(saved.children[3].placement, IdentityPlacement);
+    ASSERT_EQ(4U, saved.children.size());
+    EXPECT_EQ("PIN.2", saved.children[0].name);
+    EXPECT_EQ(10, saved.children[0].placement[3]);
+    EXPECT_EQ(IdentityPlacement, saved.children[3].placement);
 }
 
 TEST_F(CadWorkspaceTest, AnUnchangedDocumentIsNotWritten)
 {
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {});
     std::filesystem::remove(top.Path());
     Workspace().Save(top);
     EXPECT_FALSE(std::filesystem::exists(top.Path()));
@@ -431,20 +363,20 @@ TEST_F(CadWorkspaceTest, SaveAsKeepsGeometryLinksAndWhoRefersToIt)
     LoadedDocument& top = Workspace().Open((Part("bolt.ZALPart"), Product("top.ZALProduct", {"b=bolt.ZALPart"})));
     LoadedDocument& bolt = *top.Children()[0]->Reference();
     Workspace().SaveAs(bolt, File("other/screw.ZALPart"));
-    EXPECT_EQ(ReadDocument(File("other/screw.ZALPart")).geometry->boundary, "geometry of bolt.ZALPart");
+    EXPECT_EQ("geometry of bolt.ZALPart", ReadDocument(File("other/screw.ZALPart")).geometry->boundary);
     EXPECT_TRUE(top.IsDirty());
     Workspace().Save(top);
     EXPECT_THAT(ReadDocument(top.Path()).links,
                 ElementsAre(std::filesystem::canonical(File("other/screw.ZALPart")).string()));
     Workspace().SaveAs(top, File("other/top.ZALProduct"));
     EXPECT_THAT(ReadDocument(File("other/top.ZALProduct")).links, ElementsAre("screw.ZALPart"));
-    EXPECT_EQ(Workspace().Find(File("top.ZALProduct")), nullptr);
+    EXPECT_EQ(nullptr, Workspace().Find(File("top.ZALProduct")));
 }
 
 TEST_F(CadWorkspaceTest, SaveAsRefusesAnotherKindAndAFileInUse)
 {
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {}));
-    Workspace().Open(Product("b.ZALProduct", {}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {});
+    OpenProduct("b.ZALProduct", {});
     EXPECT_NE(Reason([&] { Workspace().SaveAs(top, File("top.ZALPart")); }), "");
     EXPECT_NE(Reason([&] { Workspace().SaveAs(top, File("b.ZALProduct")); }), "");
     EXPECT_NE(Reason([&] { Workspace().SaveAs(top, File("none/top.ZALProduct")); }), "");
@@ -466,11 +398,11 @@ TEST_F(CadWorkspaceTest, LinksThatNoChildUsesAreKept)
 TEST_F(CadWorkspaceTest, AClosedDocumentStaysWhileAnotherRefersToIt)
 {
     LoadedDocument& bolt = Workspace().Open(Part("bolt.ZALPart"));
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"b=bolt.ZALPart"}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"b=bolt.ZALPart"});
     Workspace().Close(bolt);
     EXPECT_EQ(Workspace().Find(File("bolt.ZALPart")), &bolt);
     Workspace().Close(top);
-    EXPECT_EQ(Workspace().LoadedDocuments(), 0U);
+    EXPECT_EQ(0U, Workspace().LoadedDocuments());
 }
 
 TEST_F(CadWorkspaceTest, WhatSeveralHaveReferredToGoesOnceWithTheLast)
@@ -488,27 +420,27 @@ TEST_F(CadWorkspaceTest, WhatSeveralHaveReferredToGoesOnceWithTheLast)
     Product("other.ZALProduct", components);
     for (const char* name : {"top.ZALProduct", "other.ZALProduct"}) {
         LoadedDocument& top = Workspace().Open(File(name));
-        EXPECT_EQ(Workspace().LoadedDocuments(), 7U);
+        EXPECT_EQ(7U, Workspace().LoadedDocuments());
         Workspace().Close(top);
-        EXPECT_EQ(Workspace().LoadedDocuments(), 0U);
+        EXPECT_EQ(0U, Workspace().LoadedDocuments());
     }
 }
 
 TEST_F(CadWorkspaceTest, WhatIsKeptBeyondTheWorkspaceKnowsNothingAnyMore)
 {
     Part("bolt.ZALPart");
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"b=bolt.ZALPart"}));
-    const Owned<ZALIProduct> child = Query<ZALIProduct>(top.Children()[0]);
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"b=bolt.ZALPart"});
+    const Owned<ZALIProduct> child = Query<ZALIProduct>(top.Children()[0].get());
     const Owned<ZALIAProducts> components = Query<ZALIAProducts>(top.Root());
     const Owned<ZALINameServerAccess> access = Query<ZALINameServerAccess>(top.Root());
     EndWorkspace();
-    EXPECT_EQ(child->GetFatherProduct(), nullptr);
-    EXPECT_EQ(child->GetReferenceProduct(), nullptr);
-    EXPECT_EQ(Owned<ZALNameServer>(access->GetNameServer())->GetEntries(), nullptr);
+    EXPECT_EQ(nullptr, child->GetFatherProduct());
+    EXPECT_EQ(nullptr, child->GetReferenceProduct());
+    EXPECT_EQ(nullptr, Owned<ZALNameServer>(access->GetNameServer())->GetEntries());
     ZALVariant files;
     BuildSafeArrayVariant({}, files);
     ZALBSTR method = ConvertToBSTR("*");
-    EXPECT_EQ(components->AddComponentsFromFiles(files, method), E_FAIL);
+    EXPECT_EQ(E_FAIL, components->AddComponentsFromFiles(files, method));
     ZALFreeString(method);
     FreeVariantSafeArray(files);
 }
@@ -519,10 +451,10 @@ TEST_F(CadWorkspaceTest, WhatIsKeptBeyondTheWorkspaceKnowsNothingAnyMore)
 TEST_F(CadWorkspaceTest, ProductsKnowTheirFatherAndReference)
 {
     Part("bolt.ZALPart", "BOLT");
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"b=bolt.ZALPart"}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"b=bolt.ZALPart"});
     const Owned<ZALIProduct> root = Query<ZALIProduct>(top.Root());
-    const Owned<ZALIProduct> child = Query<ZALIProduct>(top.Children()[0]);
-    EXPECT_EQ(root->GetFatherProduct(), nullptr);
+    const Owned<ZALIProduct> child = Query<ZALIProduct>(top.Children()[0].get());
+    EXPECT_EQ(nullptr, root->GetFatherProduct());
     EXPECT_EQ(Owned<ZALIProduct>(root->GetReferenceProduct())->GetImpl(0), top.Root());
     EXPECT_EQ(Owned<ZALIProduct>(child->GetFatherProduct())->GetImpl(0), top.Root());
     EXPECT_EQ(Owned<ZALIProduct>(child->GetReferenceProduct())->GetImpl(0),
@@ -530,8 +462,8 @@ TEST_F(CadWorkspaceTest, ProductsKnowTheirFatherAndReference)
     EXPECT_TRUE(ZALPrdIsAProductFromZALPart(child.get()));
     EXPECT_FALSE(ZALPrdIsAProductFromZALPart(root.get()));
     ZALUnicodeString partNumber;
-    EXPECT_EQ(child->GetPartNumber(partNumber), S_OK);
-    EXPECT_EQ(ToUtf8(partNumber), "BOLT");
+    EXPECT_EQ(S_OK, child->GetPartNumber(partNumber));
+    EXPECT_EQ("BOLT", ToUtf8(partNumber));
 }
 
 TEST_F(CadWorkspaceTest, TheFrameOpensDocuments)
@@ -540,32 +472,32 @@ TEST_F(CadWorkspaceTest, TheFrameOpensDocuments)
     ZALIAApplication_var application(ZALApplicationFrame::GetFrame());
     ASSERT_TRUE(application);
     ZALIADocuments* collection = nullptr;
-    ASSERT_EQ(application->GetDocuments(&collection), S_OK);
+    ASSERT_EQ(S_OK, application->GetDocuments(&collection));
     const Owned<ZALIADocuments> documents(collection);
     ZALIADocument* opened = nullptr;
     ZALBSTR path = ConvertToBSTR(FromUtf8(file.string()));
-    EXPECT_EQ(documents->Open(path, &opened), S_OK);
+    EXPECT_EQ(S_OK, documents->Open(path, &opened));
     ASSERT_TRUE(opened);
     opened->Release();
     ZALFreeString(path);
     path = ConvertToBSTR("/none.ZALPart");
-    EXPECT_EQ(documents->Open(path, &opened), E_FAIL);
-    EXPECT_EQ(opened, nullptr);
+    EXPECT_EQ(E_FAIL, documents->Open(path, &opened));
+    EXPECT_EQ(nullptr, opened);
     ZALFreeString(path);
-    EXPECT_THAT(Events(), ElementsAre("opened", "refused"));
+    EXPECT_THAT(Told("action"), ElementsAre("opened", "refused"));
 }
 
 TEST_F(CadWorkspaceTest, LoadedDocumentsAreFoundByTheirPath)
 {
     Part("bolt.ZALPart");
-    Workspace().Open(Product("top.ZALProduct", {"b=bolt.ZALPart"}));
+    OpenProduct("top.ZALProduct", {"b=bolt.ZALPart"});
     ZALDocument* document = nullptr;
-    ASSERT_EQ(ZALDocumentServices::GetDocumentInSession(FromUtf8(File("bolt.ZALPart").string()), &document), S_OK);
+    ASSERT_EQ(S_OK, ZALDocumentServices::GetDocumentInSession(FromUtf8(File("bolt.ZALPart").string()), &document));
     EXPECT_TRUE(PrdGiveDocRootProduct(document));
     document->Release();
-    EXPECT_EQ(ZALDocumentServices::GetDocumentInSession("/none", &document), E_FAIL);
-    EXPECT_EQ(document, nullptr);
-    EXPECT_EQ(ZALDocumentServices::GetDocumentInSession("", &document), E_FAIL);
+    EXPECT_EQ(E_FAIL, ZALDocumentServices::GetDocumentInSession("/none", &document));
+    EXPECT_EQ(nullptr, document);
+    EXPECT_EQ(E_FAIL, ZALDocumentServices::GetDocumentInSession("", &document));
     EXPECT_FALSE(PrdGiveDocRootProduct(nullptr));
 }
 
@@ -575,14 +507,14 @@ TEST_F(CadWorkspaceTest, LoadedDocumentsAreFoundByTheirPath)
 TEST_F(CadWorkspaceTest, APartNumberIsDisputedWhenTwoDocumentsOfATreeHaveIt)
 {
     Part("bolt.ZALPart", "BOLT");
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"a=bolt.ZALPart", "b=bolt.ZALPart"}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"a=bolt.ZALPart", "b=bolt.ZALPart"});
     EXPECT_THAT(Workspace().DisputedPartNumbers(top), IsEmpty());
     Workspace().AddComponents(*top.Root(), {Part("copy.ZALPart", "bolt")});
     EXPECT_THAT(Workspace().DisputedPartNumbers(top), IsEmpty());
     Workspace().AddComponents(*top.Root(), {Part("screw.ZALPart", "BOLT")});
     EXPECT_THAT(Workspace().DisputedPartNumbers(top), ElementsAre("BOLT"));
     EXPECT_THAT(Workspace().DisputedPartNumbers(*Workspace().Find(File("bolt.ZALPart"))), ElementsAre("BOLT"));
-    Workspace().ReplaceComponent(*top.Root(), *top.Children()[0], File("screw.ZALPart"), true);
+    Workspace().ReplaceAllInstances(*top.Root(), *top.Children()[0], File("screw.ZALPart"));
     EXPECT_THAT(Workspace().DisputedPartNumbers(top), IsEmpty());
 }
 
@@ -593,17 +525,17 @@ TEST_F(CadWorkspaceTest, APartNumberIsDisputedAcrossLevelsAndByTheRootItself)
     Product("outer.ZALProduct", {"i=inner.ZALProduct"}, "OUTER");
     Part("outer.ZALPart", "OUTER");
     Part("screw.ZALPart", "BOLT");
-    LoadedDocument& top = Workspace().Open(
-        Product("top.ZALProduct", {"o=outer.ZALProduct", "s=screw.ZALPart", "p=outer.ZALPart"}, "TOP"));
+    LoadedDocument& top =
+        OpenProduct("top.ZALProduct", {"o=outer.ZALProduct", "s=screw.ZALPart", "p=outer.ZALPart"}, "TOP");
     EXPECT_THAT(Workspace().DisputedPartNumbers(top), ElementsAre("BOLT", "OUTER"));
-    Workspace().Open(Product("alone.ZALProduct", {"o=outer.ZALProduct"}, "OUTER"));
+    OpenProduct("alone.ZALProduct", {"o=outer.ZALProduct"}, "OUTER");
     EXPECT_THAT(Workspace().DisputedPartNumbers(*Workspace().Active()), ElementsAre("OUTER"));
 }
 
 TEST_F(CadWorkspaceTest, ADocumentOfAnotherTreeDisputesNothing)
 {
     Workspace().Open(Part("bolt.ZALPart", "BOLT"));
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"a=screw.ZALPart"}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"a=screw.ZALPart"});
     Workspace().AddComponents(*top.Root(), {Part("screw.ZALPart", "BOLT")});
     EXPECT_THAT(Workspace().DisputedPartNumbers(top), IsEmpty());
 }
@@ -612,59 +544,47 @@ TEST_F(CadWorkspaceTest, APathIsFoundByItsNames)
 {
     Part("bolt.ZALPart");
     Product("sub.ZALProduct", {"B/1=bolt.ZALPart", "B=bolt.ZALPart"});
-    LoadedDocument& top =
-        Workspace().Open(Product("top.ZALProduct", {"s=sub.ZALProduct", "s.2=sub.ZALProduct"}, "TOP"));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"s=sub.ZALProduct", "s.2=sub.ZALProduct"}, "TOP");
     const Owned<ZALPathElement> path(Workspace().FindPath("TOP/s.2/B/1"));
     ASSERT_TRUE(path);
     path->InitToLeafElement();
-    EXPECT_EQ(path->GetNextFatherObject(), top.Children()[0]->Reference()->Children()[0]);
-    EXPECT_EQ(path->GetNextFatherObject(), top.Children()[1]);
+    EXPECT_EQ(path->GetNextFatherObject(), top.Children()[0]->Reference()->Children()[0].get());
+    EXPECT_EQ(path->GetNextFatherObject(), top.Children()[1].get());
     EXPECT_EQ(path->GetNextFatherObject(), top.Root());
-    EXPECT_EQ(path->GetNextFatherObject(), nullptr);
+    EXPECT_EQ(nullptr, path->GetNextFatherObject());
     for (const char* none : {"", "TO", "TOP/", "TOP/x", "TOP/s/B/2", "s", "TOP/s/B/1/", "TOPs"})
-        EXPECT_EQ(Workspace().FindPath(none), nullptr) << none;
+        EXPECT_EQ(nullptr, Workspace().FindPath(none)) << none;
     EXPECT_TRUE(Owned<ZALPathElement>(Workspace().FindPath("TOP")));
 }
 
 TEST_F(CadWorkspaceTest, NamesThatFitInManyWaysAreTriedOnce)
 {
     Part("L0.ZALPart");
-    std::string below = "L0.ZALPart";
-    std::string names = "top";
-    for (int level = 1; level <= 60; ++level) {
-        const std::string name = level == 60 ? "top.ZALProduct" : "L" + std::to_string(level) + ".ZALProduct";
-        Product(name, {"a=" + below, "a/a=" + below});
-        below = name;
+    Workspace().Open(File(DoublingChain("L", 60, "a", "a/a")));
+    std::string names = "L60";
+    for (int level = 1; level <= 60; ++level)
         names += "/a/a";
-    }
-    Workspace().Open(File("top.ZALProduct"));
     EXPECT_TRUE(Owned<ZALPathElement>(Workspace().FindPath(names)));
-    EXPECT_EQ(Workspace().FindPath(names.substr(0, names.size() - 20) + "/b"), nullptr);
+    EXPECT_EQ(nullptr, Workspace().FindPath(names.substr(0, names.size() - 20) + "/b"));
 }
 
 TEST_F(CadWorkspaceTest, TheTreeIsToldWithPositionsAndProblems)
 {
     Part("bolt.ZALPart", "BOLT");
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"a=bolt.ZALPart", "b=gone.ZALPart"}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"a=bolt.ZALPart", "b=gone.ZALPart"});
     const nlohmann::ordered_json tree = DescribeTree(top);
-    EXPECT_EQ(tree["name"], "top");
-    ASSERT_EQ(tree["children"].size(), 2U);
-    EXPECT_EQ(tree["children"][0]["partNumber"], "BOLT");
+    EXPECT_EQ("top", tree["name"]);
+    ASSERT_EQ(2U, tree["children"].size());
+    EXPECT_EQ("BOLT", tree["children"][0]["partNumber"]);
     EXPECT_EQ(tree["children"][0]["at"], nlohmann::ordered_json({10.0, 0.0, 0.0}));
-    EXPECT_EQ(tree["children"][1]["problem"], "missing");
+    EXPECT_EQ("missing", tree["children"][1]["problem"]);
 }
 
 TEST_F(CadWorkspaceTest, ATreeThatUnfoldsWithoutEndIsCutOff)
 {
     Part("L0.ZALPart");
-    std::string below = "L0.ZALPart";
-    for (int level = 1; level <= 30; ++level) {
-        const std::string name = "L" + std::to_string(level) + ".ZALProduct";
-        Product(name, {"a=" + below, "b=" + below});
-        below = name;
-    }
-    LoadedDocument& top = Workspace().Open(File(below));
-    EXPECT_EQ(Workspace().LoadedDocuments(), 31U);
+    LoadedDocument& top = Workspace().Open(File(DoublingChain("L", 30, "a", "b")));
+    EXPECT_EQ(31U, Workspace().LoadedDocuments());
     EXPECT_THAT(DescribeTree(top).dump(), HasSubstr("\"more\":true"));
 }
 
@@ -678,7 +598,7 @@ TEST_F(CadWorkspaceTest, ATreeWithLongNamesIsCutOffEarlier)
     components.clear();
     for (int number = 0; number < 100; ++number)
         components.push_back(std::to_string(number) + "=sub.ZALProduct");
-    const std::string tree = DescribeTree(Workspace().Open(Product("top.ZALProduct", components))).dump();
+    const std::string tree = DescribeTree(OpenProduct("top.ZALProduct", components)).dump();
     EXPECT_THAT(tree.size(), ::testing::AllOf(::testing::Gt(1U << 20), ::testing::Lt(20U << 20)));
     EXPECT_TRUE(tree.find("\"more\":true") != std::string::npos);
 }
@@ -689,10 +609,11 @@ TEST_F(CadWorkspaceTest, ATreeWithLongNamesIsCutOffEarlier)
 TEST_F(CadWorkspaceTest, TheAliasOfAProductIsItsPartNumber)
 {
     Part("bolt.ZALPart", "BOLT");
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"b=bolt.ZALPart"}, "TOP"));
-    EXPECT_EQ(ToUtf8(Query<ZALIAlias>(top.Root())->GetAlias()), "TOP");
-    EXPECT_EQ(ToUtf8(Query<ZALIAlias>(top.Children()[0]->Reference()->Root())->GetAlias()), "BOLT");
-    EXPECT_EQ(Query<ZALIAlias>(top.Children()[0]), nullptr) << "an instance has the alias of its reference product";
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"b=bolt.ZALPart"}, "TOP");
+    EXPECT_EQ("TOP", ToUtf8(Query<ZALIAlias>(top.Root())->GetAlias()));
+    EXPECT_EQ("BOLT", ToUtf8(Query<ZALIAlias>(top.Children()[0]->Reference()->Root())->GetAlias()));
+    EXPECT_EQ(nullptr, Query<ZALIAlias>(top.Children()[0].get()))
+        << "an instance has the alias of its reference product";
 }
 
 TEST_F(CadWorkspaceTest, ADocumentWithoutPartNumberHasAnEmptyAlias)
@@ -700,9 +621,9 @@ TEST_F(CadWorkspaceTest, ADocumentWithoutPartNumberHasAnEmptyAlias)
     CadDocument nameless;
     WriteDocument(nameless, File("nameless.ZALPart"));
     const Owned<ZALIAlias> alias = Query<ZALIAlias>(Workspace().Open(File("nameless.ZALPart")).Root());
-    EXPECT_EQ(ToUtf8(alias->GetAlias()), "");
+    EXPECT_EQ("", ToUtf8(alias->GetAlias()));
     EndWorkspace();
-    EXPECT_EQ(ToUtf8(alias->GetAlias()), "") << "nor has one that the workspace has let go of";
+    EXPECT_EQ("", ToUtf8(alias->GetAlias())) << "nor has one that the workspace has let go of";
 }
 
 std::vector<ShownPart> ShownBy(ZALBaseUnknown* product)
@@ -711,24 +632,19 @@ std::vector<ShownPart> ShownBy(ZALBaseUnknown* product)
     return rep ? dynamic_cast<ProductRep&>(*rep).Parts() : std::vector<ShownPart>{};
 }
 
-Placement ShiftedBy(double x)
-{
-    Placement placement = IdentityPlacement;
-    placement[3] = x;
-    return placement;
-}
-
 TEST_F(CadWorkspaceTest, TheDisplayShowsEachPartInItsPlace)
 {
     const std::filesystem::path bolt = Part("bolt.ZALPart");
     const std::filesystem::path nut = Part("nut.ZALPart");
     Product("sub.ZALProduct", {"a=bolt.ZALPart", "b=nut.ZALPart"});
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"n=nut.ZALPart", "s=sub.ZALProduct"}));
-    EXPECT_THAT(ShownBy(top.Root()), ElementsAre(ShownPart{nut, ShiftedBy(10)}, ShownPart{bolt, ShiftedBy(30)},
-                                                 ShownPart{nut, ShiftedBy(40)}));
-    EXPECT_THAT(ShownBy(top.Children()[1]), ElementsAre(ShownPart{bolt, ShiftedBy(10)}, ShownPart{nut, ShiftedBy(20)}))
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"n=nut.ZALPart", "s=sub.ZALProduct"});
+    EXPECT_THAT(ShownBy(top.Root()),
+                ElementsAre(ShownPart{nut, ShiftedBy({10, 0, 0})}, ShownPart{bolt, ShiftedBy({30, 0, 0})},
+                            ShownPart{nut, ShiftedBy({40, 0, 0})}));
+    EXPECT_THAT(ShownBy(top.Children()[1].get()),
+                ElementsAre(ShownPart{bolt, ShiftedBy({10, 0, 0})}, ShownPart{nut, ShiftedBy({20, 0, 0})}))
         << "in the place of the sub-product itself";
-    EXPECT_THAT(ShownBy(top.Children()[0]), ElementsAre(ShownPart{nut, IdentityPlacement}));
+    EXPECT_THAT(ShownBy(top.Children()[0].get()), ElementsAre(ShownPart{nut, IdentityPlacement}));
 }
 
 TEST_F(CadWorkspaceTest, TurnedProductsTurnWhatStandsInThem)
@@ -749,25 +665,24 @@ TEST_F(CadWorkspaceTest, TheDisplayShowsNothingOfWhatIsMissingOrHasNoGeometry)
     const std::filesystem::path bolt = Part("bolt.ZALPart");
     CadDocument bare;
     WriteDocument(bare, File("bare.ZALPart"));
-    LoadedDocument& top =
-        Workspace().Open(Product("top.ZALProduct", {"g=gone.ZALPart", "b=bare.ZALPart", "c=bolt.ZALPart"}));
-    EXPECT_THAT(ShownBy(top.Root()), ElementsAre(ShownPart{bolt, ShiftedBy(30)}));
-    EXPECT_EQ(Query<ZALI3DGeoVisu>(top.Children()[0])->GiveRep(), nullptr);
-    EXPECT_EQ(Query<ZALI3DGeoVisu>(top.Children()[1])->GiveRep(), nullptr);
-    EXPECT_EQ(Query<ZALI3DGeoVisu>(Workspace().Open(Product("empty.ZALProduct", {})).Root())->GiveRep(), nullptr);
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"g=gone.ZALPart", "b=bare.ZALPart", "c=bolt.ZALPart"});
+    EXPECT_THAT(ShownBy(top.Root()), ElementsAre(ShownPart{bolt, ShiftedBy({30, 0, 0})}));
+    EXPECT_EQ(nullptr, Query<ZALI3DGeoVisu>(top.Children()[0].get())->GiveRep());
+    EXPECT_EQ(nullptr, Query<ZALI3DGeoVisu>(top.Children()[1].get())->GiveRep());
+    EXPECT_EQ(nullptr, Query<ZALI3DGeoVisu>(OpenProduct("empty.ZALProduct", {}).Root())->GiveRep());
 }
 
 TEST_F(CadWorkspaceTest, ARepresentationStaysUntilTheProductChanges)
 {
     Part("bolt.ZALPart");
-    LoadedDocument& top = Workspace().Open(Product("top.ZALProduct", {"b=bolt.ZALPart"}));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {"b=bolt.ZALPart"});
     const Owned<ZALI3DGeoVisu> display = Query<ZALI3DGeoVisu>(top.Root());
     ZALRep* rep = display->GiveRep();
     EXPECT_EQ(Query<ZALI3DGeoVisu>(top.Root())->GiveRep(), rep);
     Workspace().AddComponents(*top.Root(), {Part("nut.ZALPart")});
-    EXPECT_EQ(ShownBy(top.Root()).size(), 2U);
+    EXPECT_EQ(2U, ShownBy(top.Root()).size());
     EndWorkspace();
-    EXPECT_EQ(display->GiveRep(), nullptr);
+    EXPECT_EQ(nullptr, display->GiveRep());
 }
 
 TEST_F(CadWorkspaceTest, ATreeThatUnfoldsWithoutEndIsNotShown)
@@ -776,15 +691,9 @@ TEST_F(CadWorkspaceTest, ATreeThatUnfoldsWithoutEndIsNotShown)
         const std::string prefix = geometry ? "G" : "E";
         CadDocument leaf;
         if (geometry)
-            leaf.geometry = DocumentGeometry{{1, 6, 1, 6, {}, {}}, "geometry"};
+            leaf.geometry = DocumentGeometry{{1, 6, 1, 6, {}}, "geometry"};
         WriteDocument(leaf, File(prefix + "0.ZALPart"));
-        std::string below = prefix + "0.ZALPart";
-        for (int level = 1; level <= 60; ++level) {
-            const std::string name = prefix + std::to_string(level) + ".ZALProduct";
-            Product(name, {"a=" + below, "b=" + below});
-            below = name;
-        }
-        EXPECT_THAT(ShownBy(Workspace().Open(File(below)).Root()), IsEmpty());
+        EXPECT_THAT(ShownBy(Workspace().Open(File(DoublingChain(prefix, 60, "a", "b"))).Root()), IsEmpty());
         EXPECT_EQ(ShownBy(Workspace().Open(File(prefix + "9.ZALProduct")).Root()).size(), geometry ? 512U : 0U);
     }
 }

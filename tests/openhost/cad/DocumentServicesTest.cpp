@@ -4,6 +4,7 @@
 #include "openhost/cad/ScriptedDocumentKernel.h"
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
+#include "openhost/objects/Owned.h"
 #include "openhost/text/Utf.h"
 
 #include <gtest/gtest.h>
@@ -27,41 +28,39 @@ protected:
     }
     ~Services() override { DocumentKernel::Install(std::move(before_)); }
 
-    static ZALStorage* OpenRoot(const std::string& path)
+    static Owned<ZALStorage> OpenRoot(const std::string& path)
     {
         ZALStorage* storage = nullptr;
         const HRESULT result = ZALStorage::OpenRootStg(path.c_str(), 0, &storage, ZALStorageRead);
-        EXPECT_EQ(result, storage ? S_OK : E_FAIL) << path;
-        return storage;
+        EXPECT_EQ(storage ? S_OK : E_FAIL, result) << path;
+        return Owned<ZALStorage>(storage);
     }
 
-    static ZALStorage* OpenDocumentStorage(ZALStorage* root)
+    static Owned<ZALStorage> OpenDocumentStorage(ZALStorage& root)
     {
         ZALStorage* storage = nullptr;
-        const HRESULT result = root->OpenStorage(ZALDocumentStorage, 0, &storage);
-        EXPECT_EQ(result, storage ? S_OK : E_FAIL);
-        return storage;
+        const HRESULT result = root.OpenStorage(ZALDocumentStorage, 0, &storage);
+        EXPECT_EQ(storage ? S_OK : E_FAIL, result);
+        return Owned<ZALStorage>(storage);
     }
 
     /// The link manager of the document `path` once its storages are closed and released.
-    static ZALBaseUnknown* CreateManager(const std::string& path)
+    static Owned<ZALBaseUnknown> CreateManager(const std::string& path)
     {
-        ZALStorage* root = OpenRoot(path);
-        ZALStorage* storage = OpenDocumentStorage(root);
-        ZALBaseUnknown* manager = ZALDocumentProperty::CreateDocLinkManager(storage, nullptr);
-        EXPECT_EQ(storage->Close(0), S_OK);
-        EXPECT_EQ(root->Close(0), S_OK);
-        storage->Release();
-        root->Release();
+        const Owned<ZALStorage> root = OpenRoot(path);
+        const Owned<ZALStorage> storage = OpenDocumentStorage(*root);
+        Owned<ZALBaseUnknown> manager(ZALDocumentProperty::CreateDocLinkManager(storage.get(), nullptr));
+        EXPECT_EQ(S_OK, storage->Close(0));
+        EXPECT_EQ(S_OK, root->Close(0));
         return manager;
     }
 
-    static std::vector<std::string> PointedDocuments(ZALBaseUnknown* manager, HRESULT expected = S_OK)
+    static std::vector<std::string> PointedDocuments(const Owned<ZALBaseUnknown>& manager, HRESULT expected = S_OK)
     {
-        ZALIPointedSymbols_var symbols(manager);
+        ZALIPointedSymbols_var symbols(manager.get());
         EXPECT_TRUE(symbols);
         ZALListValZALUnicodeString paths;
-        EXPECT_EQ(symbols->GetPointedDocuments(paths), expected);
+        EXPECT_EQ(expected, symbols->GetPointedDocuments(paths));
         std::vector<std::string> texts;
         for (int i = 1; i <= paths.Size(); ++i)
             texts.push_back(ToUtf8(paths[i]));
@@ -106,10 +105,10 @@ TEST_F(CompoundDocuments, LinkBesideTheDocumentIsGivenWithItsFolder)
 {
     WriteText("Bolt.ZALPart", "any content");
     const std::string path = WriteProduct("Joint.ZALProduct", {"Bolt.ZALPart", "Missing.ZALPart"});
-    ZALBaseUnknown* manager = CreateManager(path);
+    Owned<ZALBaseUnknown> manager = CreateManager(path);
     ASSERT_TRUE(manager);
-    EXPECT_EQ(PointedDocuments(manager), (std::vector<std::string>{Path("Bolt.ZALPart"), "Missing.ZALPart"}));
-    EXPECT_EQ(manager->Release(), 0U);
+    EXPECT_EQ((std::vector<std::string>{Path("Bolt.ZALPart"), "Missing.ZALPart"}), PointedDocuments(manager));
+    EXPECT_EQ(0U, manager.release()->Release());
 }
 
 TEST_F(CompoundDocuments, LinkWithAFolderIsLookedForBesideTheDocumentByItsNameAlone)
@@ -117,47 +116,42 @@ TEST_F(CompoundDocuments, LinkWithAFolderIsLookedForBesideTheDocumentByItsNameAl
     WriteText("Bolt.ZALPart", "any content");
     const std::string path =
         WriteProduct("Joint.ZALProduct", {"../../secret/Bolt.ZALPart", "D:\\parts\\Nut.ZALPart", "/parts/Pin.ZALPart"});
-    ZALBaseUnknown* manager = CreateManager(path);
-    EXPECT_EQ(PointedDocuments(manager),
-              (std::vector<std::string>{Path("Bolt.ZALPart"), "D:\\parts\\Nut.ZALPart", "/parts/Pin.ZALPart"}));
-    manager->Release();
+    Owned<ZALBaseUnknown> manager = CreateManager(path);
+    EXPECT_EQ((std::vector<std::string>{Path("Bolt.ZALPart"), "D:\\parts\\Nut.ZALPart", "/parts/Pin.ZALPart"}),
+              PointedDocuments(manager));
 }
 
 TEST_F(CompoundDocuments, PathMayBeSeparatedByBackslashes)
 {
     WriteProduct("Größe.ZALProduct", {"Ünit.ZALProduct"});
     WriteText("Ünit.ZALProduct", "any content");
-    ZALBaseUnknown* manager = CreateManager(folder_.Path().string() + "\\Größe.ZALProduct");
+    Owned<ZALBaseUnknown> manager = CreateManager(folder_.Path().string() + "\\Größe.ZALProduct");
     ASSERT_TRUE(manager);
     EXPECT_EQ(PointedDocuments(manager), std::vector<std::string>{Path("Ünit.ZALProduct")});
-    manager->Release();
 }
 
 TEST_F(CompoundDocuments, TwoLinksToOneFileBesideTheDocumentAreGivenOnce)
 {
     WriteText("Bolt.ZALPart", "any content");
     const std::string path = WriteProduct("Joint.ZALProduct", {"a/Bolt.ZALPart", "b/Bolt.ZALPart"});
-    ZALBaseUnknown* manager = CreateManager(path);
+    Owned<ZALBaseUnknown> manager = CreateManager(path);
     EXPECT_EQ(PointedDocuments(manager), std::vector<std::string>{Path("Bolt.ZALPart")});
-    manager->Release();
 }
 
 TEST_F(CompoundDocuments, ProductWithoutLinksPointsToNothing)
 {
-    ZALBaseUnknown* manager = CreateManager(WriteProduct("Empty.ZALProduct", {}));
+    Owned<ZALBaseUnknown> manager = CreateManager(WriteProduct("Empty.ZALProduct", {}));
     ASSERT_TRUE(manager);
     EXPECT_TRUE(PointedDocuments(manager).empty());
-    manager->Release();
 }
 
 TEST_F(CompoundDocuments, QueryAppendsToAListThatHasEntries)
 {
-    ZALBaseUnknown* manager = CreateManager(WriteProduct("Joint.ZALProduct", {"Bolt.ZALPart"}));
+    Owned<ZALBaseUnknown> manager = CreateManager(WriteProduct("Joint.ZALProduct", {"Bolt.ZALPart"}));
     ZALListValZALUnicodeString paths;
     paths.Append("first");
-    EXPECT_EQ(ZALIPointedSymbols_var(manager)->GetPointedDocuments(paths), S_OK);
-    EXPECT_EQ(paths.Size(), 2);
-    manager->Release();
+    EXPECT_EQ(S_OK, ZALIPointedSymbols_var(manager.get())->GetPointedDocuments(paths));
+    EXPECT_EQ(2, paths.Size());
 }
 
 TEST_F(CompoundDocuments, FilesThatAreNoDocumentsCannotBeOpened)
@@ -176,12 +170,11 @@ TEST_F(CompoundDocuments, CompoundFileOfAnotherProgramHasNoDocumentStorage)
     CompoundContents root;
     root.streams = {{"WordDocument", "letter"}};
     WriteText("letter.ZALProduct", BuildCompoundFile(root));
-    ZALStorage* storage = OpenRoot(Path("letter.ZALProduct"));
+    const Owned<ZALStorage> storage = OpenRoot(Path("letter.ZALProduct"));
     ASSERT_TRUE(storage);
-    EXPECT_FALSE(OpenDocumentStorage(storage));
-    EXPECT_FALSE(ZALDocumentProperty::CreateDocLinkManager(storage, nullptr));
+    EXPECT_FALSE(OpenDocumentStorage(*storage));
+    EXPECT_FALSE(ZALDocumentProperty::CreateDocLinkManager(storage.get(), nullptr));
     storage->Close(0);
-    storage->Release();
 }
 
 TEST_F(CompoundDocuments, DamagedLinkTableGivesNoManager)
@@ -194,36 +187,32 @@ TEST_F(CompoundDocuments, DamagedLinkTableGivesNoManager)
 
 TEST_F(CompoundDocuments, ClosedStorageOpensAndGivesNothing)
 {
-    ZALStorage* root = OpenRoot(WriteProduct("Joint.ZALProduct", {"Bolt.ZALPart"}));
-    ZALStorage* storage = OpenDocumentStorage(root);
-    EXPECT_EQ(root->Close(0), S_OK);
-    EXPECT_EQ(root->Close(0), E_FAIL);
-    EXPECT_FALSE(OpenDocumentStorage(root));
+    const Owned<ZALStorage> root = OpenRoot(WriteProduct("Joint.ZALProduct", {"Bolt.ZALPart"}));
+    const Owned<ZALStorage> storage = OpenDocumentStorage(*root);
+    EXPECT_EQ(S_OK, root->Close(0));
+    EXPECT_EQ(E_FAIL, root->Close(0));
+    EXPECT_FALSE(OpenDocumentStorage(*root));
 
-    ZALBaseUnknown* manager = ZALDocumentProperty::CreateDocLinkManager(storage, nullptr);
+    const Owned<ZALBaseUnknown> manager(ZALDocumentProperty::CreateDocLinkManager(storage.get(), nullptr));
     EXPECT_TRUE(manager) << "a storage inside outlives the one around it";
-    manager->Release();
-    EXPECT_EQ(storage->Close(0), S_OK);
-    EXPECT_FALSE(ZALDocumentProperty::CreateDocLinkManager(storage, nullptr));
-    storage->Release();
-    root->Release();
+    EXPECT_EQ(S_OK, storage->Close(0));
+    EXPECT_FALSE(ZALDocumentProperty::CreateDocLinkManager(storage.get(), nullptr));
 }
 
 TEST_F(CompoundDocuments, OnlyReadingIsOffered)
 {
     const std::string path = WriteProduct("Joint.ZALProduct", {});
     ZALStorage* storage = nullptr;
-    EXPECT_EQ(ZALStorage::OpenRootStg(path.c_str(), 1, &storage, ZALStorageRead), E_INVALIDARG);
-    EXPECT_EQ(ZALStorage::OpenRootStg(path.c_str(), 0, &storage, 2), E_INVALIDARG);
-    EXPECT_EQ(ZALStorage::OpenRootStg(path.c_str(), 0, nullptr, ZALStorageRead), E_INVALIDARG);
-    EXPECT_EQ(storage, nullptr);
+    EXPECT_EQ(E_INVALIDARG, ZALStorage::OpenRootStg(path.c_str(), 1, &storage, ZALStorageRead));
+    EXPECT_EQ(E_INVALIDARG, ZALStorage::OpenRootStg(path.c_str(), 0, &storage, 2));
+    EXPECT_EQ(E_INVALIDARG, ZALStorage::OpenRootStg(path.c_str(), 0, nullptr, ZALStorageRead));
+    EXPECT_EQ(nullptr, storage);
 
-    storage = OpenRoot(path);
+    const Owned<ZALStorage> root = OpenRoot(path);
     ZALStorage* inner = nullptr;
-    EXPECT_EQ(storage->OpenStorage(ZALDocumentStorage, 1, &inner), E_INVALIDARG);
-    EXPECT_EQ(storage->OpenStorage(ZALDocumentStorage, 0, nullptr), E_INVALIDARG);
-    EXPECT_EQ(inner, nullptr);
-    storage->Release();
+    EXPECT_EQ(E_INVALIDARG, root->OpenStorage(ZALDocumentStorage, 1, &inner));
+    EXPECT_EQ(E_INVALIDARG, root->OpenStorage(ZALDocumentStorage, 0, nullptr));
+    EXPECT_EQ(nullptr, inner);
 }
 
 TEST_F(CompoundDocuments, NullStorageGivesNoManager)
@@ -240,12 +229,11 @@ TEST_F(ScriptedDocuments, DocumentIsFoundByItsPathOrByItsName)
     kernel_->SetDocument("C.ZALProduct", {{"D.ZALProduct", "E.ZALPart"}});
     for (const auto& [path, count] :
          {std::pair("\\parts\\A.ZALProduct", 1U), std::pair("/any/folder/C.ZALProduct", 2U)}) {
-        ZALBaseUnknown* manager = CreateManager(path);
-        EXPECT_EQ(PointedDocuments(manager).size(), count);
-        manager->Release();
+        Owned<ZALBaseUnknown> manager = CreateManager(path);
+        EXPECT_EQ(count, PointedDocuments(manager).size());
     }
     EXPECT_FALSE(OpenRoot("/other/A.ZALProduct"));
-    EXPECT_EQ(kernel_->LivingObjects(), 0);
+    EXPECT_EQ(0, kernel_->LivingObjects());
 }
 
 TEST_F(ScriptedDocuments, EachFaultStandsWhereItSays)
@@ -255,50 +243,45 @@ TEST_F(ScriptedDocuments, EachFaultStandsWhereItSays)
 
     kernel_->SetDocument("null", {{}, DocumentFault::RootIsNull});
     ZALStorage* storage = nullptr;
-    EXPECT_EQ(ZALStorage::OpenRootStg("null", 0, &storage, ZALStorageRead), S_OK);
-    EXPECT_EQ(storage, nullptr);
+    EXPECT_EQ(S_OK, ZALStorage::OpenRootStg("null", 0, &storage, ZALStorageRead));
+    EXPECT_EQ(nullptr, storage);
 
     kernel_->SetDocument("storage", {{}, DocumentFault::StorageMissing});
-    storage = OpenRoot("storage");
-    EXPECT_FALSE(OpenDocumentStorage(storage));
-    storage->Release();
+    EXPECT_FALSE(OpenDocumentStorage(*OpenRoot("storage")));
 
     kernel_->SetDocument("manager", {{}, DocumentFault::ManagerMissing});
     EXPECT_FALSE(CreateManager("manager"));
 
     kernel_->SetDocument("symbols", {{}, DocumentFault::SymbolsMissing});
-    ZALBaseUnknown* manager = CreateManager("symbols");
+    Owned<ZALBaseUnknown> manager = CreateManager("symbols");
     ASSERT_TRUE(manager);
-    EXPECT_FALSE(ZALIPointedSymbols_var(manager));
-    manager->Release();
+    EXPECT_FALSE(ZALIPointedSymbols_var(manager.get()));
 
     kernel_->SetDocument("query", {{"A.ZALProduct"}, DocumentFault::QueryFails});
     manager = CreateManager("query");
     EXPECT_EQ(PointedDocuments(manager, E_FAIL), std::vector<std::string>{"A.ZALProduct"});
-    manager->Release();
 }
 
 TEST_F(ScriptedDocuments, CallsAndObjectsAreCounted)
 {
     kernel_->SetDocument("A.ZALProduct", {});
-    ZALBaseUnknown* manager = CreateManager("/folder/A.ZALProduct");
-    EXPECT_EQ(kernel_->LivingObjects(), 1);
+    Owned<ZALBaseUnknown> manager = CreateManager("/folder/A.ZALProduct");
+    EXPECT_EQ(1, kernel_->LivingObjects());
     PointedDocuments(manager);
-    manager->Release();
-    EXPECT_EQ(kernel_->LivingObjects(), 0);
-    EXPECT_EQ(kernel_->Calls(),
-              (std::vector<std::string>{"OpenRootStg A.ZALProduct", "OpenStorage ZALOR1", "CreateDocLinkManager",
-                                        "Close ZALOR1", "Close A.ZALProduct", "GetPointedDocuments"}));
+    manager.reset();
+    EXPECT_EQ(0, kernel_->LivingObjects());
+    EXPECT_EQ((std::vector<std::string>{"OpenRootStg A.ZALProduct", "OpenStorage ZALOR1", "CreateDocLinkManager",
+                                        "Close ZALOR1", "Close A.ZALProduct", "GetPointedDocuments"}),
+              kernel_->Calls());
 }
 
 TEST_F(ScriptedDocuments, StorageOfAnotherKernelGivesNoManager)
 {
     kernel_->SetDocument("A.ZALProduct", {});
-    ZALStorage* storage = OpenRoot("A.ZALProduct");
+    const Owned<ZALStorage> storage = OpenRoot("A.ZALProduct");
     auto scripted = DocumentKernel::Install(std::make_unique<CompoundDocumentKernel>());
-    EXPECT_FALSE(ZALDocumentProperty::CreateDocLinkManager(storage, nullptr));
+    EXPECT_FALSE(ZALDocumentProperty::CreateDocLinkManager(storage.get(), nullptr));
     DocumentKernel::Install(std::move(scripted));
-    storage->Release();
 }
 
 } // namespace openhost::testing

@@ -23,14 +23,14 @@ TEST(Error, IsCaughtByItsTypeAndToldWhenItIsDealtWith)
         error.Flush();
     }
     journal::Redirect({});
-    ASSERT_EQ(events.size(), 1U);
+    ASSERT_EQ(1U, events.size());
     EXPECT_NE(events[0].find(R"("text":"a loop of formulas")"), std::string::npos);
     EXPECT_NE(events[0].find(R"("error")"), std::string::npos);
 }
 
 TEST(Error, MayHaveNoText)
 {
-    EXPECT_EQ(ZALError(nullptr).GetText().GetLengthInChar(), 0);
+    EXPECT_EQ(0, ZALError(nullptr).GetText().GetLengthInChar());
 }
 
 TEST(Format, HasItsNameAndIsFoundByQuery)

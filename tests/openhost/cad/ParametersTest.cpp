@@ -2,16 +2,9 @@
 
 #include "host/parameters.h"
 #include "host/part_features.h"
-#include "openhost/cad/CadWorkspace.h"
-#include "openhost/files/TemporaryFolder.h"
-#include "openhost/frame/Frame.h"
-#include "openhost/journal/Journal.h"
-#include "openhost/text/Utf.h"
+#include "tests/openhost/cad/WorkspaceFixture.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <memory>
 
 namespace openhost::testing {
 
@@ -20,43 +13,19 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class Parameters : public ::testing::Test {
+class Parameters : public WorkspaceFixture {
 protected:
     Parameters()
     {
-        ConfigureFrame({});
-        auto workspace = std::make_unique<CadWorkspace>();
-        workspace_ = workspace.get();
-        CadServices::Install(std::move(workspace));
-
         CadDocument part;
         part.partNumber = "BOLT";
         part.nomenclature = "Bolt";
         part.description = "two\nlines";
         part.parameters = {{"supplier", "Velmart"}, {"l", ParameterLength{40, "mm"}}, {"n", 3}, {"hard", true}};
         WriteDocument(part, File("Part.ZALPart"));
-        CadDocument product;
-        product.kind = DocumentKind::Product;
-        product.partNumber = "JOINT";
-        product.links = {"Part.ZALPart"};
-        product.children = {{"Bolt.1", 0, IdentityPlacement}};
-        WriteDocument(product, File("Product.ZALProduct"));
-    }
-    ~Parameters() override
-    {
-        CadServices::Install(nullptr);
-        ResetFrame();
+        Product("Product.ZALProduct", {"Bolt.1=Part.ZALPart"}, "JOINT");
     }
 
-    std::filesystem::path File(const std::string& name) const { return folder_.Path() / name; }
-    ZALUnicodeString Path(const std::string& name) const { return FromUtf8(File(name).string()); }
-    CadWorkspace& Workspace() { return *workspace_; }
-    ZALDocument* Open(const std::string& name)
-    {
-        ZALDocument* document = nullptr;
-        EXPECT_EQ(ZALDocumentServices::Open(Path(name), document, 0), S_OK);
-        return document;
-    }
     static ZALIPrdProperties_var Properties(ZALDocument* document)
     {
         return ZALIPrdProperties_var(PrdGiveDocRootProduct(document));
@@ -68,7 +37,7 @@ protected:
     static std::vector<std::string> Listed(const ZALIParmPublisher_var& publisher)
     {
         ZALListValZALBaseUnknown_var children;
-        EXPECT_EQ(publisher->GetDirectChildren(ZALICkeParm::ClassName(), children), S_OK);
+        EXPECT_EQ(S_OK, publisher->GetDirectChildren(ZALICkeParm::ClassName(), children));
         std::vector<std::string> listed;
         for (int index = 1; index <= children.Size(); ++index) {
             const ZALICkeParm_var parameter(children[index]);
@@ -77,24 +46,20 @@ protected:
         }
         return listed;
     }
-
-private:
-    TemporaryFolder folder_;
-    CadWorkspace* workspace_;
 };
 
-TEST_F(Parameters, AreListedWithTypesAndValues)
+TEST_F(Parameters, EachIsListedWithItsTypeAndValue)
 {
     const ZALIParmPublisher_var publisher = Properties(Open("Part.ZALPart"))->GetUserProperties(ZALPublisherAsItIs);
     ASSERT_TRUE(publisher);
     EXPECT_THAT(Listed(publisher), ElementsAre("supplier=Velmart", "l:40 mm", "n:3", "hard:true"));
     ZALListValZALBaseUnknown_var others;
-    EXPECT_EQ(publisher->GetDirectChildren("ZALIProduct", others), S_OK);
-    EXPECT_EQ(others.Size(), 0);
-    EXPECT_EQ(publisher->GetDirectChildren(nullptr, others), E_INVALIDARG);
+    EXPECT_EQ(S_OK, publisher->GetDirectChildren("ZALIProduct", others));
+    EXPECT_EQ(0, others.Size());
+    EXPECT_EQ(E_INVALIDARG, publisher->GetDirectChildren(nullptr, others));
 }
 
-TEST_F(Parameters, AreAppendedAndSavedInAPartAndInAProduct)
+TEST_F(Parameters, PartsAndProductsTakeAndSaveNewOnes)
 {
     for (const char* name : {"Part.ZALPart", "Product.ZALProduct"}) {
         ZALDocument* document = Open(name);
@@ -102,18 +67,18 @@ TEST_F(Parameters, AreAppendedAndSavedInAPartAndInAProduct)
         const std::size_t before = ReadDocument(File(name)).parameters.size();
         const ZALIParmPublisher_var publisher = properties->GetUserProperties(ZALPublisherCreate);
         const ZALICkeParm_var made = Factory(properties)->CreateString("Größe", "M8");
-        EXPECT_EQ(Listed(publisher).size(), before) << "it stands below no publisher yet";
-        EXPECT_EQ(publisher->Append(ZALBaseUnknown_var(made)), S_OK);
-        EXPECT_EQ(publisher->Append(ZALBaseUnknown_var(Factory(properties)->CreateString("Größe", ""))), S_OK);
+        EXPECT_EQ(before, Listed(publisher).size()) << "it stands below no publisher yet";
+        EXPECT_EQ(S_OK, publisher->Append(ZALBaseUnknown_var(made)));
+        EXPECT_EQ(S_OK, publisher->Append(ZALBaseUnknown_var(Factory(properties)->CreateString("Größe", ""))));
         Workspace().Save(*Workspace().Find(File(name)));
         const CadDocument saved = ReadDocument(File(name));
         ASSERT_EQ(saved.parameters.size(), before + 2);
-        EXPECT_EQ(saved.parameters[before], (UserParameter{"Größe", "M8"}));
-        EXPECT_EQ(saved.parameters[before + 1], (UserParameter{"Größe", ""}));
+        EXPECT_EQ((UserParameter{"Größe", "M8"}), saved.parameters[before]);
+        EXPECT_EQ((UserParameter{"Größe", ""}), saved.parameters[before + 1]);
     }
 }
 
-TEST_F(Parameters, WithoutOneTheProductHasNoPublisherUntilItIsCreated)
+TEST_F(Parameters, AProductWithoutAnyHasNoPublisherUntilItIsCreated)
 {
     const ZALIPrdProperties_var properties = Properties(Open("Product.ZALProduct"));
     EXPECT_FALSE(properties->GetUserProperties(ZALPublisherAsItIs));
@@ -122,7 +87,7 @@ TEST_F(Parameters, WithoutOneTheProductHasNoPublisherUntilItIsCreated)
     EXPECT_THAT(Listed(publisher), IsEmpty());
 }
 
-TEST_F(Parameters, ThatCannotBeWrittenAreNotMade)
+TEST_F(Parameters, NoneIsMadeThatCannotBeWritten)
 {
     const ZALICkeParmFactory_var factory = Factory(Properties(Open("Part.ZALPart")));
     EXPECT_FALSE(factory->CreateString("", "value"));
@@ -136,8 +101,8 @@ TEST_F(Parameters, OnlyParametersCanBeAppended)
 {
     const ZALIPrdProperties_var properties = Properties(Open("Part.ZALPart"));
     const ZALIParmPublisher_var publisher = properties->GetUserProperties(ZALPublisherAsItIs);
-    EXPECT_EQ(publisher->Append(ZALBaseUnknown_var(properties)), E_INVALIDARG);
-    EXPECT_EQ(publisher->Append({}), E_INVALIDARG);
+    EXPECT_EQ(E_INVALIDARG, publisher->Append(ZALBaseUnknown_var(properties)));
+    EXPECT_EQ(E_INVALIDARG, publisher->Append({}));
 }
 
 TEST_F(Parameters, PropertiesAreReadWrittenAndSaved)
@@ -145,56 +110,56 @@ TEST_F(Parameters, PropertiesAreReadWrittenAndSaved)
     ZALDocument* document = Open("Part.ZALPart");
     const ZALIPrdProperties_var properties = Properties(document);
     ZALUnicodeString text;
-    EXPECT_EQ(properties->GetPartNumber(text), S_OK);
-    EXPECT_EQ(ToUtf8(text), "BOLT");
-    EXPECT_EQ(properties->GetNomenclature(text), S_OK);
-    EXPECT_EQ(ToUtf8(text), "Bolt");
-    EXPECT_EQ(properties->GetDescription(text), S_OK);
-    EXPECT_EQ(ToUtf8(text), "two\nlines");
-    EXPECT_EQ(properties->SetPartNumber("SCREW"), S_OK);
-    EXPECT_EQ(properties->SetNomenclature("Screw"), S_OK);
-    EXPECT_EQ(properties->SetDescription("one line"), S_OK);
-    EXPECT_EQ(properties->SetDescription("a\rb"), E_FAIL);
-    EXPECT_EQ(ZALDocumentServices::SaveAs(document, Path("Saved.ZALPart"), "", 1), S_OK);
+    EXPECT_EQ(S_OK, properties->GetPartNumber(text));
+    EXPECT_EQ("BOLT", ToUtf8(text));
+    EXPECT_EQ(S_OK, properties->GetNomenclature(text));
+    EXPECT_EQ("Bolt", ToUtf8(text));
+    EXPECT_EQ(S_OK, properties->GetDescription(text));
+    EXPECT_EQ("two\nlines", ToUtf8(text));
+    EXPECT_EQ(S_OK, properties->SetPartNumber("SCREW"));
+    EXPECT_EQ(S_OK, properties->SetNomenclature("Screw"));
+    EXPECT_EQ(S_OK, properties->SetDescription("one line"));
+    EXPECT_EQ(E_FAIL, properties->SetDescription("a\rb"));
+    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(document, Path("Saved.ZALPart"), "", 1));
     const CadDocument saved = ReadDocument(File("Saved.ZALPart"));
-    EXPECT_EQ(saved.partNumber, "SCREW");
-    EXPECT_EQ(saved.nomenclature, "Screw");
-    EXPECT_EQ(saved.description, "one line");
+    EXPECT_EQ("SCREW", saved.partNumber);
+    EXPECT_EQ("Screw", saved.nomenclature);
+    EXPECT_EQ("one line", saved.description);
 }
 
 TEST_F(Parameters, AnotherPartNumberCountsInTheWorkspaceAtOnce)
 {
     LoadedDocument& product = Workspace().Open(File("Product.ZALProduct"));
     EXPECT_THAT(Workspace().DisputedPartNumbers(product), IsEmpty());
-    const ZALIPrdProperties_var part(product.Children().at(0));
-    EXPECT_EQ(part->SetPartNumber("JOINT"), S_OK);
+    const ZALIPrdProperties_var part(product.Children().at(0).get());
+    EXPECT_EQ(S_OK, part->SetPartNumber("JOINT"));
     EXPECT_THAT(Workspace().DisputedPartNumbers(product), ElementsAre("JOINT"));
-    EXPECT_EQ(Workspace().Find(File("Part.ZALPart"))->Root()->Name(), "JOINT");
-    EXPECT_EQ(part->SetPartNumber("BOLT"), S_OK);
+    EXPECT_EQ("JOINT", Workspace().Find(File("Part.ZALPart"))->Root()->Name());
+    EXPECT_EQ(S_OK, part->SetPartNumber("BOLT"));
     EXPECT_THAT(Workspace().DisputedPartNumbers(product), IsEmpty());
 }
 
-TEST_F(Parameters, ThatStayTheSameChangeNoDocument)
+TEST_F(Parameters, TheSameValueChangesNoDocument)
 {
     ZALDocument* document = Open("Part.ZALPart");
-    EXPECT_EQ(Properties(document)->SetPartNumber("BOLT"), S_OK);
+    EXPECT_EQ(S_OK, Properties(document)->SetPartNumber("BOLT"));
     EXPECT_FALSE(Workspace().Find(File("Part.ZALPart"))->IsDirty());
 }
 
-TEST_F(Parameters, OfADocumentThatIsMissingOrClosedFail)
+TEST_F(Parameters, EverythingFailsAfterTheDocument)
 {
     ZALDocument* document = Open("Part.ZALPart");
     const ZALIPrdProperties_var properties = Properties(document);
     const ZALIParmPublisher_var publisher = properties->GetUserProperties(ZALPublisherAsItIs);
     const ZALICkeParm_var made = Factory(properties)->CreateString("name", "value");
-    EXPECT_EQ(ZALDocumentServices::Remove(document, 1), S_OK);
+    Close(document);
     ZALUnicodeString text("as it was");
-    EXPECT_EQ(properties->GetPartNumber(text), E_FAIL);
-    EXPECT_EQ(ToUtf8(text), "as it was");
-    EXPECT_EQ(properties->SetPartNumber("X"), E_FAIL);
+    EXPECT_EQ(E_FAIL, properties->GetPartNumber(text));
+    EXPECT_EQ("as it was", ToUtf8(text));
+    EXPECT_EQ(E_FAIL, properties->SetPartNumber("X"));
     EXPECT_FALSE(properties->GetUserProperties(ZALPublisherCreate));
     EXPECT_FALSE(ZALISpecObject_var(properties)->GetFeatContainer());
-    EXPECT_EQ(publisher->Append(ZALBaseUnknown_var(made)), E_FAIL);
+    EXPECT_EQ(E_FAIL, publisher->Append(ZALBaseUnknown_var(made)));
 }
 
 } // namespace

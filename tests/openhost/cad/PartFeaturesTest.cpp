@@ -2,15 +2,12 @@
 
 #include "host/parameters.h"
 #include "host/part_features.h"
-#include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/ProcessSolidKernel.h"
-#include "openhost/frame/Frame.h"
 #include "openhost/geometry/ShapeGeometry.h"
-#include "openhost/journal/Journal.h"
-#include "openhost/text/Utf.h"
+#include "tests/openhost/cad/WorkspaceFixture.h"
 #include "tests/support/HostileShapes.h"
-#include "tests/support/SolidDocuments.h"
 
+#include <BRepPrimAPI_MakeBox.hxx>
 #include <BRepPrimAPI_MakeCylinder.hxx>
 #include <BRep_Builder.hxx>
 #include <TopExp_Explorer.hxx>
@@ -20,12 +17,6 @@
 #include <TopoDS_Solid.hxx>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <fstream>
-#include <functional>
-#include <iterator>
-#include <memory>
 
 namespace openhost::testing {
 
@@ -48,25 +39,14 @@ DocumentGeometry OpenBox()
     TopoDS_Solid solid;
     builder.MakeSolid(solid);
     builder.Add(solid, shell);
-    return {{1, 5, 1, 1, {0, 0, 0}, {10, 10, 10}}, EncodeBoundary(solid)};
+    return {{1, 5, 1, 1, {{0, 0, 0}, {10, 10, 10}}}, EncodeBoundary(solid)};
 }
 
-class Features : public ::testing::Test {
+class Features : public WorkspaceFixture {
 protected:
     Features()
     {
-        ConfigureFrame({});
         SolidKernel::Install(std::make_unique<ProcessSolidKernel>(std::make_shared<GeometryProcess>()));
-        auto workspace = std::make_unique<CadWorkspace>();
-        workspace_ = workspace.get();
-        CadServices::Install(std::move(workspace));
-        journal::Redirect([this](const nlohmann::ordered_json& event) {
-            if (event["event"] == "document" && event["action"] == "refused")
-                refusals_.push_back(event["reason"]);
-            else if (event["event"] == "document")
-                actions_.push_back(event["action"]);
-        });
-
         CadDocument source;
         source.partNumber = "BOLT";
         source.geometry = EncodeShape(BRepPrimAPI_MakeCylinder(5, 20).Shape());
@@ -85,42 +65,18 @@ protected:
     }
     ~Features() override
     {
-        EXPECT_EQ(workspace_->HeldDocuments(), 0U);
-        EXPECT_EQ(workspace_->LoadedDocuments(), 0U);
-        CadServices::Install(nullptr);
+        CloseAll();
+        EXPECT_EQ(0U, Workspace().HeldDocuments());
+        EXPECT_EQ(0U, Workspace().LoadedDocuments());
         SolidKernel::Install(nullptr);
-        ResetFrame();
-        journal::Redirect({});
     }
 
-    std::filesystem::path File(const std::string& name) const { return documents_.Path(name); }
-    ZALUnicodeString Path(const std::string& name) const { return FromUtf8(File(name).string()); }
-    std::string Read(const std::string& name) const
-    {
-        std::ifstream file(File(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    CadWorkspace& Workspace() { return *workspace_; }
-    const std::vector<std::string>& Refusals() const { return refusals_; }
-    const std::vector<std::string>& Actions() const { return actions_; }
+    std::vector<std::string> Refusals() const { return Told("reason"); }
     void WriteSource(const std::function<void(CadDocument&)>& change) const
     {
         CadDocument source = ReadDocument(File("Source.ZALPart"));
         change(source);
         WriteDocument(source, File("Source.ZALPart"));
-    }
-
-    ZALDocument* Open(const std::string& name)
-    {
-        ZALDocument* document = nullptr;
-        EXPECT_EQ(ZALDocumentServices::Open(Path(name), document, 0), S_OK);
-        document->AddRefForLock();
-        return document;
-    }
-    static void Close(ZALDocument* document)
-    {
-        EXPECT_EQ(document->ReleaseForLock(0), S_OK);
-        EXPECT_EQ(ZALDocumentServices::Remove(document, 1), S_OK);
     }
 
     static ZALBaseUnknown_var Container(ZALDocument* document)
@@ -134,7 +90,7 @@ protected:
     static ZALListValZALBaseUnknown_var Tools(ZALDocument* document)
     {
         ZALListValZALBaseUnknown_var tools;
-        EXPECT_EQ(Part(document)->GetTools(tools), S_OK);
+        EXPECT_EQ(S_OK, Part(document)->GetTools(tools));
         return tools;
     }
     static ZALBaseUnknown_var Result(const ZALBaseUnknown_var& tool)
@@ -145,8 +101,8 @@ protected:
     static ZALFormat_var Format(const ZALBaseUnknown_var& container)
     {
         ZALHandleList<ZALFormat> formats;
-        EXPECT_EQ(ZALICutAndPastable_var(container)->FindFormats(formats), S_OK);
-        EXPECT_EQ(formats.Size(), 1);
+        EXPECT_EQ(S_OK, ZALICutAndPastable_var(container)->FindFormats(formats));
+        EXPECT_EQ(1, formats.Size());
         return formats[1];
     }
     /// What is extracted of `objects`, and all of it.
@@ -156,11 +112,11 @@ protected:
     {
         const ZALFormat_var format = Format(container);
         ZALListValZALBaseUnknown_var boundary;
-        EXPECT_EQ(ZALICutAndPastable_var(container)->CollectBoundary(boundary, &objects, format), S_OK);
+        EXPECT_EQ(S_OK, ZALICutAndPastable_var(container)->CollectBoundary(boundary, &objects, format));
         extracted = ZALICutAndPastable_var(container)->Extract(boundary, format);
         ZALListValZALBaseUnknown_var content;
         if (extracted) {
-            EXPECT_EQ(ZALICutAndPastable_var(extracted)->CollectBoundary(content, nullptr, format), S_OK);
+            EXPECT_EQ(S_OK, ZALICutAndPastable_var(extracted)->CollectBoundary(content, nullptr, format));
         }
         return content;
     }
@@ -192,25 +148,27 @@ protected:
         }
     }
 
-    const SolidDocuments& Documents() const { return documents_; }
     const std::string& TemplateBytes() const { return templateBytes_; }
 
 private:
-    SolidDocuments documents_;
-    CadWorkspace* workspace_;
-    std::vector<std::string> refusals_;
-    std::vector<std::string> actions_;
     std::string templateBytes_;
+};
+
+/// With a document to copy from and one to copy to.
+class CopiedFeatures : public Features {
+protected:
+    ZALDocument* Source = Open("Source.ZALPart");
+    ZALDocument* Target = Open("Template.ZALPart");
 };
 
 // ---------------------------------------------------------------------------------------------
 // Features
 
-TEST_F(Features, LeadFromTheDocumentToTheResult)
+TEST_F(Features, TheDocumentLeadsToTheResultOfEachTool)
 {
     ZALDocument* source = Open("Source.ZALPart");
     const auto tools = Tools(source);
-    ASSERT_EQ(tools.Size(), 3);
+    ASSERT_EQ(3, tools.Size());
     EXPECT_TRUE(tools[1] == Part(source)->GetMainTool());
     EXPECT_TRUE(Result(tools[1]));
     EXPECT_TRUE(Result(tools[2]));
@@ -218,10 +176,9 @@ TEST_F(Features, LeadFromTheDocumentToTheResult)
     EXPECT_TRUE(ZALISpecObject_var(Result(tools[1]))->GetFeatContainer() == Container(source));
     EXPECT_EQ(ZALDocumentServices::GetDocumentOf(Result(tools[1]).Get()), source);
     EXPECT_EQ(ZALDocumentServices::GetDocumentOf(Container(source).Get()), source);
-    Close(source);
 }
 
-TEST_F(Features, OfferTheInterfacesOfTheirKindOnly)
+TEST_F(Features, EachOffersTheInterfacesOfItsKindOnly)
 {
     ZALDocument* source = Open("Source.ZALPart");
     const ZALBaseUnknown_var tool = Part(source)->GetMainTool();
@@ -232,78 +189,75 @@ TEST_F(Features, OfferTheInterfacesOfTheirKindOnly)
     EXPECT_TRUE(ZALIPrtManagement_var(Part(source)));
     EXPECT_FALSE(ZALInit_var(source)->GetRootContainer("ZALIProduct"));
     EXPECT_FALSE(ZALInit_var(source)->GetRootContainer(nullptr));
-    Close(source);
 }
 
-TEST_F(Features, TellTheWayToAToolFromThePart)
+TEST_F(Features, AToolTellsTheWayFromThePart)
 {
     ZALDocument* source = Open("Source.ZALPart");
     const ZALPathElement_var path = ZALIPathAccess_var(Part(source)->GetMainTool())->GetPathElement();
     path->InitToLeafElement();
     EXPECT_EQ(path->GetNextFatherObject(), Part(source)->GetMainTool()->GetImpl(0));
     EXPECT_EQ(path->GetNextFatherObject(), Part(source)->GetImpl(0));
-    EXPECT_EQ(path->GetNextFatherObject(), nullptr);
-    Close(source);
+    EXPECT_EQ(nullptr, path->GetNextFatherObject());
 }
 
-TEST_F(Features, AreTheShapeRepresentationOfAProduct)
+TEST_F(Features, ThePartIsTheShapeRepresentationOfItsProduct)
 {
     ZALDocument* source = Open("Source.ZALPart");
     const ZALIProduct_var root = PrdGiveDocRootProduct(source);
     const auto shape = ZALBaseUnknown_var::Take(root->GetShapeRepresentation("Default", 0, 1, 1));
     EXPECT_TRUE(shape == ZALBaseUnknown_var(Part(source)));
     EXPECT_EQ(ZALDocumentServices::GetDocumentOf(shape.Get()), source);
-    EXPECT_EQ(root->GetShapeRepresentation("Other", 0, 1, 1), nullptr);
-    Close(source);
+    EXPECT_EQ(nullptr, root->GetShapeRepresentation("Other", 0, 1, 1));
 }
 
-TEST_F(Features, AreNoneInAProduct)
+TEST_F(Features, AProductHasNone)
 {
-    Documents().Product("P.ZALProduct", "P", {});
-    Documents().Product("Disguised.ZALPart", "P", {});
+    Product("P.ZALProduct", {});
+    Product("Disguised.ZALPart", {}, "P");
     for (const char* name : {"P.ZALProduct", "Disguised.ZALPart"}) {
         ZALDocument* product = Open(name);
         EXPECT_FALSE(Container(product)) << name;
-        EXPECT_EQ(PrdGiveDocRootProduct(product)->GetShapeRepresentation("Default", 0, 1, 1), nullptr);
+        EXPECT_EQ(nullptr, PrdGiveDocRootProduct(product)->GetShapeRepresentation("Default", 0, 1, 1));
         Close(product);
     }
 }
 
-TEST_F(Features, KnowNothingOnceTheirDocumentIsClosed)
+TEST_F(Features, NothingIsKnownAfterTheDocument)
 {
     ZALDocument* source = Open("Source.ZALPart");
     const ZALIPrtPart_var part = Part(source);
     const ZALBaseUnknown_var container = Container(source);
     const ZALBaseUnknown_var result = Result(part->GetMainTool());
     Close(source);
-    EXPECT_EQ(ZALDocumentServices::GetDocumentOf(result.Get()), nullptr);
+    EXPECT_EQ(nullptr, ZALDocumentServices::GetDocumentOf(result.Get()));
     ZALListValZALBaseUnknown_var boundary;
     const auto results = Only(result);
     const ZALFormat_var format(ZALFormat_var::Take(new ZALFormat(ZALFormatResultWithOutLink)));
     const ZALICutAndPastable_var copies(container);
     ASSERT_TRUE(copies);
-    EXPECT_EQ(copies->CollectBoundary(boundary, &results, format), S_OK);
+    EXPECT_EQ(S_OK, copies->CollectBoundary(boundary, &results, format));
     EXPECT_FALSE(copies->Extract(boundary, format));
-    EXPECT_EQ(ZALIPrtManagement_var(part)->SetWorkingFeature(part->GetMainTool()), E_FAIL);
+    EXPECT_EQ(E_FAIL, ZALIPrtManagement_var(part)->SetWorkingFeature(part->GetMainTool()));
     std::string text;
-    EXPECT_EQ(Update(ZALBaseUnknown_var(part), text), E_FAIL);
+    EXPECT_EQ(E_FAIL, Update(ZALBaseUnknown_var(part), text));
 }
 
 // ---------------------------------------------------------------------------------------------
 // Copies
 
-TEST_F(Features, ArePastedIntoAnEmptyToolAsRealCopies)
+TEST_F(Features, APasteFillsAnEmptyToolWithARealCopy)
 {
     const CadDocument before = ReadDocument(File("Source.ZALPart"));
     ZALDocument* source = Open("Source.ZALPart");
     ZALDocument* target = Open("Template.ZALPart");
     const auto copies = Copy(source, Only(Result(Part(source)->GetMainTool())), target, Part(target)->GetMainTool());
-    ASSERT_EQ(copies.Size(), 1);
+    ASSERT_EQ(1, copies.Size());
     EXPECT_TRUE(Result(Part(target)->GetMainTool()) == copies[1]);
-    EXPECT_EQ(Tools(target).Size(), 1);
+    EXPECT_EQ(1, Tools(target).Size());
     std::string text;
-    EXPECT_EQ(Update(ZALBaseUnknown_var(Part(target)), text), S_OK) << text;
-    EXPECT_EQ(ZALDocumentServices::SaveAs(target, Path("Result.ZALPart"), "", 1), S_OK);
+    EXPECT_EQ(S_OK, Update(ZALBaseUnknown_var(Part(target)), text)) << text;
+    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(target, Path("Result.ZALPart"), "", 1));
     Close(source);
     Close(target);
 
@@ -313,64 +267,58 @@ TEST_F(Features, ArePastedIntoAnEmptyToolAsRealCopies)
     EXPECT_EQ(result.geometry->facts, measured);
     EXPECT_NEAR(measured.volume, before.geometry->facts.volume, 1e-9 * measured.volume);
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        EXPECT_NEAR(measured.lowest[axis], before.geometry->facts.lowest[axis], 1e-9);
-        EXPECT_NEAR(measured.highest[axis], before.geometry->facts.highest[axis], 1e-9);
+        EXPECT_NEAR(measured.box.lowest[axis], before.geometry->facts.box.lowest[axis], 1e-9);
+        EXPECT_NEAR(measured.box.highest[axis], before.geometry->facts.box.highest[axis], 1e-9);
     }
-    EXPECT_EQ(measured.solids, 1U);
+    EXPECT_EQ(1U, measured.solids);
     EXPECT_EQ(measured.faces, before.geometry->facts.faces);
     CadDocument rest = result;
     rest.geometry.reset();
     EXPECT_EQ(rest, ReadDocument(File("Template.ZALPart"))) << "everything else is the template's";
     EXPECT_EQ(Read("Template.ZALPart"), TemplateBytes());
-    EXPECT_EQ(ReadDocument(File("Source.ZALPart")), before);
-    EXPECT_THAT(Actions(), ElementsAre("opened", "opened", "changed", "saved", "closed", "closed"));
+    EXPECT_EQ(before, ReadDocument(File("Source.ZALPart")));
+    EXPECT_THAT(Told("action"), ElementsAre("opened", "opened", "changed", "saved", "closed", "closed"));
 }
 
-TEST_F(Features, CanBeCopiedAgainFromWhereTheyWerePasted)
+TEST_F(CopiedFeatures, WhatWasPastedCanBeCopiedAgain)
 {
-    ZALDocument* source = Open("Source.ZALPart");
-    ZALDocument* target = Open("Template.ZALPart");
-    Copy(source, Only(Result(Part(source)->GetMainTool())), target, Part(target)->GetMainTool());
-    Close(source);
-    EXPECT_EQ(ZALDocumentServices::SaveAs(target, Path("First.ZALPart"), "", 1), S_OK);
+    Copy(Source, Only(Result(Part(Source)->GetMainTool())), Target, Part(Target)->GetMainTool());
+    Close(Source);
+    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(Target, Path("First.ZALPart"), "", 1));
     ZALDocument* second = Open("Template.ZALPart");
-    EXPECT_EQ(Copy(target, Only(Result(Part(target)->GetMainTool())), second, Part(second)->GetMainTool()).Size(), 1);
-    EXPECT_EQ(ZALDocumentServices::SaveAsNew(second, Path("Second.ZALPart"), 0), S_OK);
-    Close(target);
+    EXPECT_EQ(1, Copy(Target, Only(Result(Part(Target)->GetMainTool())), second, Part(second)->GetMainTool()).Size());
+    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAsNew(second, Path("Second.ZALPart"), 0));
+    Close(Target);
     Close(second);
     EXPECT_EQ(ReadDocument(File("Second.ZALPart")).geometry->facts,
               ReadDocument(File("First.ZALPart")).geometry->facts);
-    EXPECT_EQ(ReadDocument(File("First.ZALPart")).identity, "template");
+    EXPECT_EQ("template", ReadDocument(File("First.ZALPart")).identity);
     EXPECT_NE(ReadDocument(File("Second.ZALPart")).identity, "template");
 }
 
-TEST_F(Features, OfEachToolAreThoseOfTheFileOnceItIsSaved)
+TEST_F(CopiedFeatures, EachToolReadsFromTheFileOnceItIsSaved)
 {
-    ZALDocument* source = Open("Source.ZALPart");
-    ZALDocument* target = Open("Template.ZALPart");
-    Copy(source, Tools(source), target, ZALBaseUnknown_var(Part(target)));
-    Close(source);
-    EXPECT_EQ(ZALDocumentServices::SaveAs(target, Path("First.ZALPart"), "", 1), S_OK);
+    Copy(Source, Tools(Source), Target, ZALBaseUnknown_var(Part(Target)));
+    Close(Source);
+    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(Target, Path("First.ZALPart"), "", 1));
     ZALDocument* second = Open("Template.ZALPart");
-    EXPECT_EQ(Copy(target, Only(Tools(target)[3]), second, Part(second)->GetMainTool()).Size(), 1);
-    EXPECT_EQ(ZALDocumentServices::SaveAs(target, Path("Again.ZALPart"), "", 1), S_OK);
-    EXPECT_EQ(ZALDocumentServices::SaveAs(second, Path("Second.ZALPart"), "", 1), S_OK);
-    Close(target);
+    EXPECT_EQ(1, Copy(Target, Only(Tools(Target)[3]), second, Part(second)->GetMainTool()).Size());
+    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(Target, Path("Again.ZALPart"), "", 1));
+    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(second, Path("Second.ZALPart"), "", 1));
+    Close(Target);
     Close(second);
     EXPECT_NEAR(ReadDocument(File("Second.ZALPart")).geometry->facts.volume, 6, 1e-9) << "the washer";
     EXPECT_EQ(ReadDocument(File("Again.ZALPart")), ReadDocument(File("First.ZALPart")));
 }
 
-TEST_F(Features, ArePastedIntoNewToolsOfAPart)
+TEST_F(CopiedFeatures, APasteBelowAPartMakesNewTools)
 {
-    ZALDocument* source = Open("Source.ZALPart");
-    ZALDocument* target = Open("Template.ZALPart");
     for (int time = 0; time < 2; ++time)
-        EXPECT_EQ(Copy(source, Tools(source), target, ZALBaseUnknown_var(Part(target))).Size(), 2);
-    EXPECT_EQ(Copy(source, Tools(source), target, {}).Size(), 2) << "the part is the root";
-    EXPECT_EQ(ZALDocumentServices::SaveAs(target, Path("Result.ZALPart"), "", 1), S_OK);
-    Close(source);
-    Close(target);
+        EXPECT_EQ(2, Copy(Source, Tools(Source), Target, ZALBaseUnknown_var(Part(Target))).Size());
+    EXPECT_EQ(2, Copy(Source, Tools(Source), Target, {}).Size()) << "the part is the root";
+    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(Target, Path("Result.ZALPart"), "", 1));
+    Close(Source);
+    Close(Target);
     const CadDocument result = ReadDocument(File("Result.ZALPart"));
     std::vector<std::string> names;
     for (const PartTool& tool : result.features.otherTools) {
@@ -381,81 +329,66 @@ TEST_F(Features, ArePastedIntoNewToolsOfAPart)
     EXPECT_FALSE(result.geometry) << "the main tool stays empty";
 }
 
-TEST_F(Features, AreNotPastedIntoAFullToolOrAnotherDocument)
+TEST_F(CopiedFeatures, NothingIsPastedIntoAFullToolOrElsewhere)
 {
-    ZALDocument* source = Open("Source.ZALPart");
-    ZALDocument* target = Open("Template.ZALPart");
-    const auto result = Only(Result(Part(source)->GetMainTool()));
-    EXPECT_EQ(Copy(source, result, target, ZALBaseUnknown_var(Part(source))).Size(), 0) << "the part of the source";
-    EXPECT_EQ(Tools(source).Size(), 3);
-    EXPECT_EQ(Copy(source, result, target, Part(target)->GetMainTool()).Size(), 1);
-    EXPECT_EQ(Copy(source, result, target, Part(target)->GetMainTool()).Size(), 0) << "the tool is full";
-    EXPECT_EQ(Copy(source, result, target, Result(Part(target)->GetMainTool())).Size(), 0) << "no tool";
+    const auto result = Only(Result(Part(Source)->GetMainTool()));
+    EXPECT_EQ(0, Copy(Source, result, Target, ZALBaseUnknown_var(Part(Source))).Size()) << "the part of the source";
+    EXPECT_EQ(3, Tools(Source).Size());
+    EXPECT_EQ(1, Copy(Source, result, Target, Part(Target)->GetMainTool()).Size());
+    EXPECT_EQ(0, Copy(Source, result, Target, Part(Target)->GetMainTool()).Size()) << "the tool is full";
+    EXPECT_EQ(0, Copy(Source, result, Target, Result(Part(Target)->GetMainTool())).Size()) << "no tool";
     EXPECT_THAT(Refusals(), IsEmpty());
-    Close(source);
-    Close(target);
 }
 
-TEST_F(Features, FillAnEmptyToolOnceWhateverIsPasted)
+TEST_F(CopiedFeatures, AnEmptyToolIsFilledOnceWhateverIsPasted)
 {
-    ZALDocument* source = Open("Source.ZALPart");
-    ZALDocument* target = Open("Template.ZALPart");
-    EXPECT_EQ(Copy(source, Tools(source), target, Part(target)->GetMainTool()).Size(), 1);
-    Close(source);
-    Close(target);
+    EXPECT_EQ(1, Copy(Source, Tools(Source), Target, Part(Target)->GetMainTool()).Size());
 }
 
-TEST_F(Features, AreCollectedOnceEach)
+TEST_F(Features, EachIsCollectedOnce)
 {
     ZALDocument* source = Open("Source.ZALPart");
     ZALListValZALBaseUnknown_var objects = Tools(source);
     objects.Append(Result(objects[1]));
     objects.Append(ZALBaseUnknown_var(Part(source)));
     ZALBaseUnknown_var extracted;
-    EXPECT_EQ(Extract(Container(source), objects, extracted).Size(), 2) << "the third tool is empty";
-    EXPECT_EQ(ZALDocumentServices::GetDocumentOf(extracted.Get()), nullptr);
+    EXPECT_EQ(2, Extract(Container(source), objects, extracted).Size()) << "the third tool is empty";
+    EXPECT_EQ(nullptr, ZALDocumentServices::GetDocumentOf(extracted.Get()));
     EXPECT_FALSE(ZALIPrtContainer_var(extracted));
     EXPECT_FALSE(ZALICkeParmFactory_var(extracted));
-    Close(source);
 }
 
-TEST_F(Features, OfOtherContainersFormatsAndKindsAreRefused)
+TEST_F(CopiedFeatures, OtherContainersFormatsAndKindsAreRefused)
 {
-    ZALDocument* source = Open("Source.ZALPart");
-    ZALDocument* target = Open("Template.ZALPart");
-    const auto result = Only(Result(Part(source)->GetMainTool()));
-    const ZALFormat_var format = Format(Container(source));
+    const auto result = Only(Result(Part(Source)->GetMainTool()));
+    const ZALFormat_var format = Format(Container(Source));
     const auto other = ZALFormat_var::Take(new ZALFormat("ZALPrtResult"));
-    const ZALICutAndPastable_var copies(Container(source));
+    const ZALICutAndPastable_var copies(Container(Source));
     ZALListValZALBaseUnknown_var boundary;
-    EXPECT_EQ(copies->CollectBoundary(boundary, &result, other), E_INVALIDARG);
-    EXPECT_EQ(copies->CollectBoundary(boundary, &result, {}), E_INVALIDARG);
-    EXPECT_EQ(ZALICutAndPastable_var(Container(target))->CollectBoundary(boundary, &result, format), E_FAIL);
-    const auto product = Only(ZALBaseUnknown_var(PrdGiveDocRootProduct(source)));
-    EXPECT_EQ(copies->CollectBoundary(boundary, &product, format), E_FAIL);
-    EXPECT_EQ(boundary.Size(), 0);
+    EXPECT_EQ(E_INVALIDARG, copies->CollectBoundary(boundary, &result, other));
+    EXPECT_EQ(E_INVALIDARG, copies->CollectBoundary(boundary, &result, {}));
+    EXPECT_EQ(E_FAIL, ZALICutAndPastable_var(Container(Target))->CollectBoundary(boundary, &result, format));
+    const auto product = Only(ZALBaseUnknown_var(PrdGiveDocRootProduct(Source)));
+    EXPECT_EQ(E_FAIL, copies->CollectBoundary(boundary, &product, format));
+    EXPECT_EQ(0, boundary.Size());
     EXPECT_FALSE(copies->Extract(result, other));
-    EXPECT_FALSE(copies->Extract(Tools(source), format)) << "tools are no boundary";
-    EXPECT_EQ(ZALICutAndPastable_var(Container(target))->Paste(result, {}, format).Size(), 0) << "not extracted";
+    EXPECT_FALSE(copies->Extract(Tools(Source), format)) << "tools are no boundary";
+    EXPECT_EQ(0, ZALICutAndPastable_var(Container(Target))->Paste(result, {}, format).Size()) << "not extracted";
     EXPECT_THAT(Refusals(), ElementsAre(HasSubstr("another container"), HasSubstr("no feature"),
                                         HasSubstr("only results"), HasSubstr("only what is extracted")));
-    Close(source);
-    Close(target);
 }
 
-TEST_F(Features, WhoseGeometryIsDamagedAreNotPasted)
+TEST_F(Features, DamagedGeometryIsNotPasted)
 {
     WriteSource([](CadDocument& source) { source.geometry->boundary = "no boundary"; });
     ZALDocument* source = Open("Source.ZALPart");
     ZALDocument* target = Open("Template.ZALPart");
-    EXPECT_EQ(Copy(source, Only(Result(Part(source)->GetMainTool())), target, Part(target)->GetMainTool()).Size(), 0);
+    EXPECT_EQ(0, Copy(source, Only(Result(Part(source)->GetMainTool())), target, Part(target)->GetMainTool()).Size());
     EXPECT_FALSE(ZALIMechanicalTool_var(Part(target)->GetMainTool())->GetShapeFeature());
-    EXPECT_EQ(Refusals().size(), 1U);
-    Close(source);
-    Close(target);
+    EXPECT_EQ(1U, Refusals().size());
 }
 
-TEST_F(Features, WhoseFileHasGoneCannotBeExtracted)
+TEST_F(Features, AResultWhoseFileHasGoneCannotBeExtracted)
 {
     ZALDocument* source = Open("Source.ZALPart");
     std::filesystem::remove(File("Source.ZALPart"));
@@ -463,40 +396,35 @@ TEST_F(Features, WhoseFileHasGoneCannotBeExtracted)
     Extract(Container(source), Only(Result(Part(source)->GetMainTool())), extracted);
     EXPECT_FALSE(extracted);
     EXPECT_THAT(Refusals(), ElementsAre(HasSubstr("Source.ZALPart")));
-    Close(source);
 }
 
-TEST_F(Features, AreNotPastedWithoutASolidKernel)
+TEST_F(Features, NothingIsPastedWithoutASolidKernel)
 {
     SolidKernel::Install(nullptr);
     ZALDocument* source = Open("Source.ZALPart");
     ZALDocument* target = Open("Template.ZALPart");
-    EXPECT_EQ(Copy(source, Only(Result(Part(source)->GetMainTool())), target, Part(target)->GetMainTool()).Size(), 0);
+    EXPECT_EQ(0, Copy(source, Only(Result(Part(source)->GetMainTool())), target, Part(target)->GetMainTool()).Size());
     EXPECT_THAT(Refusals(), ElementsAre(HasSubstr("the host has no solid kernel")));
     std::string text;
-    EXPECT_EQ(Update(ZALBaseUnknown_var(Part(source)), text), E_FAIL);
-    Close(source);
-    Close(target);
+    EXPECT_EQ(E_FAIL, Update(ZALBaseUnknown_var(Part(source)), text));
 }
 
-TEST_F(Features, OnWhichTheKernelCrashesAreNotPastedAndOthersAre)
+TEST_F(Features, APasteOnWhichTheKernelCrashesLeavesTheNextOne)
 {
     WriteSource([](CadDocument& source) { source.geometry = CrashesDecoding(); });
     ZALDocument* source = Open("Source.ZALPart");
     ZALDocument* target = Open("Template.ZALPart");
     const ZALIPrtPart_var part = Part(target);
-    EXPECT_EQ(Copy(source, Only(Result(Part(source)->GetMainTool())), target, part->GetMainTool()).Size(), 0);
+    EXPECT_EQ(0, Copy(source, Only(Result(Part(source)->GetMainTool())), target, part->GetMainTool()).Size());
     EXPECT_THAT(Refusals(), ElementsAre(HasSubstr("crashed")));
     EXPECT_FALSE(ZALIMechanicalTool_var(part->GetMainTool())->GetShapeFeature());
-    EXPECT_EQ(Copy(source, Only(Result(Tools(source)[2])), target, part->GetMainTool()).Size(), 1);
-    Close(source);
-    Close(target);
+    EXPECT_EQ(1, Copy(source, Only(Result(Tools(source)[2])), target, part->GetMainTool()).Size());
 }
 
 // ---------------------------------------------------------------------------------------------
 // Updates, working feature, cameras
 
-TEST_F(Features, AreMeasuredAnewByAnUpdate)
+TEST_F(Features, AnUpdateMeasuresAnew)
 {
     WriteSource([](CadDocument& source) {
         source.geometry->facts.volume = 1;
@@ -504,67 +432,63 @@ TEST_F(Features, AreMeasuredAnewByAnUpdate)
     });
     ZALDocument* source = Open("Source.ZALPart");
     std::string text;
-    EXPECT_EQ(Update(ZALBaseUnknown_var(Part(source)), text), S_OK) << text;
-    EXPECT_EQ(ZALDocumentServices::SaveAs(source, Path("Updated.ZALPart"), "", 1), S_OK);
+    EXPECT_EQ(S_OK, Update(ZALBaseUnknown_var(Part(source)), text)) << text;
+    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(source, Path("Updated.ZALPart"), "", 1));
     Close(source);
     EXPECT_NEAR(ReadDocument(File("Updated.ZALPart")).geometry->facts.volume, 500 * 3.14159265358979, 1e-6);
-    EXPECT_EQ(ReadDocument(File("Updated.ZALPart")).features.otherTools[0].geometry->facts.faces, 6U);
+    EXPECT_EQ(6U, ReadDocument(File("Updated.ZALPart")).features.otherTools[0].geometry->facts.faces);
 }
 
-TEST_F(Features, ThatAreNoSolidsEndAnUpdateWithAnError)
+TEST_F(Features, WhatIsNoSolidEndsAnUpdateWithAnError)
 {
     WriteSource([](CadDocument& source) { source.geometry = OpenBox(); });
     ZALDocument* source = Open("Source.ZALPart");
     std::string text;
-    EXPECT_EQ(Update(ZALBaseUnknown_var(Part(source)), text), E_FAIL);
-    EXPECT_EQ(text, "BOLT: the update has failed: the shape is not valid");
+    EXPECT_EQ(E_FAIL, Update(ZALBaseUnknown_var(Part(source)), text));
+    EXPECT_EQ("BOLT: the update has failed: the shape is not valid", text);
     text.clear();
-    EXPECT_EQ(Update(ZALBaseUnknown_var(PrdGiveDocRootProduct(source)), text), E_FAIL) << "the product as well";
+    EXPECT_EQ(E_FAIL, Update(ZALBaseUnknown_var(PrdGiveDocRootProduct(source)), text)) << "the product as well";
     EXPECT_NE(text, "");
-    EXPECT_EQ(Update(Tools(source)[2], text), S_OK) << "another tool is whole";
-    Close(source);
+    EXPECT_EQ(S_OK, Update(Tools(source)[2], text)) << "another tool is whole";
 }
 
-TEST_F(Features, OnWhichTheKernelCrashesEndAnUpdateWithAnError)
+TEST_F(Features, ACrashOfTheKernelEndsAnUpdateWithAnError)
 {
     WriteSource([](CadDocument& source) { source.geometry = CrashesChecking(); });
     ZALDocument* source = Open("Source.ZALPart");
     std::string text;
-    EXPECT_EQ(Update(ZALBaseUnknown_var(Part(source)), text), E_FAIL);
-    EXPECT_EQ(text, "BOLT: the update has failed: the solid kernel has crashed");
-    EXPECT_EQ(Update(Tools(source)[2], text), S_OK) << "another tool is whole";
-    Close(source);
+    EXPECT_EQ(E_FAIL, Update(ZALBaseUnknown_var(Part(source)), text));
+    EXPECT_EQ("BOLT: the update has failed: the solid kernel has crashed", text);
+    EXPECT_EQ(S_OK, Update(Tools(source)[2], text)) << "another tool is whole";
 }
 
-TEST_F(Features, ThatAreWorkedInAreKept)
+TEST_F(Features, TheToolThatIsWorkedInIsKept)
 {
     ZALDocument* source = Open("Source.ZALPart");
     const ZALIPrtManagement_var management(Part(source));
-    EXPECT_EQ(management->SetWorkingFeature(Tools(source)[2]), S_OK);
-    EXPECT_EQ(management->SetWorkingFeature(Result(Tools(source)[1])), E_FAIL) << "no tool";
-    EXPECT_EQ(management->SetWorkingFeature(ZALBaseUnknown_var(PrdGiveDocRootProduct(source))), E_INVALIDARG);
-    EXPECT_EQ(management->SetWorkingFeature({}), E_INVALIDARG);
+    EXPECT_EQ(S_OK, management->SetWorkingFeature(Tools(source)[2]));
+    EXPECT_EQ(E_FAIL, management->SetWorkingFeature(Result(Tools(source)[1]))) << "no tool";
+    EXPECT_EQ(E_INVALIDARG, management->SetWorkingFeature(ZALBaseUnknown_var(PrdGiveDocRootProduct(source))));
+    EXPECT_EQ(E_INVALIDARG, management->SetWorkingFeature({}));
     ZALDocument* target = Open("Template.ZALPart");
-    EXPECT_EQ(management->SetWorkingFeature(Part(target)->GetMainTool()), E_FAIL) << "of another part";
-    EXPECT_EQ(ZALDocumentServices::SaveAs(source, Path("Saved.ZALPart"), "", 1), S_OK);
+    EXPECT_EQ(E_FAIL, management->SetWorkingFeature(Part(target)->GetMainTool())) << "of another part";
+    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(source, Path("Saved.ZALPart"), "", 1));
     Close(source);
     Close(target);
-    EXPECT_EQ(ReadDocument(File("Saved.ZALPart")).features.workingTool, 1U);
+    EXPECT_EQ(1U, ReadDocument(File("Saved.ZALPart")).features.workingTool);
 }
 
-TEST_F(Features, CamerasOfAnotherDocumentReplaceItsOwn)
+TEST_F(CopiedFeatures, CamerasOfAnotherDocumentReplaceItsOwn)
 {
-    ZALDocument* source = Open("Source.ZALPart");
-    ZALDocument* target = Open("Template.ZALPart");
-    const ZALCameraStore_var from = ZALIPersistentCamera_var(source)->GetCameraStore();
-    const ZALCameraStore_var to = ZALIPersistentCamera_var(target)->GetCameraStore();
+    const ZALCameraStore_var from = ZALIPersistentCamera_var(Source)->GetCameraStore();
+    const ZALCameraStore_var to = ZALIPersistentCamera_var(Target)->GetCameraStore();
     ASSERT_TRUE(from && to);
-    EXPECT_EQ(to->TakeCameras(*from.Get()), S_OK);
-    EXPECT_EQ(to->TakeCameras(*to.Get()), S_OK) << "its own";
-    EXPECT_EQ(ZALDocumentServices::SaveAs(target, Path("Result.ZALPart"), "", 1), S_OK);
-    Close(source);
-    Close(target);
-    EXPECT_EQ(to->TakeCameras(*from.Get()), E_FAIL) << "the document is closed";
+    EXPECT_EQ(S_OK, to->TakeCameras(*from.Get()));
+    EXPECT_EQ(S_OK, to->TakeCameras(*to.Get())) << "its own";
+    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(Target, Path("Result.ZALPart"), "", 1));
+    Close(Source);
+    Close(Target);
+    EXPECT_EQ(E_FAIL, to->TakeCameras(*from.Get())) << "the document is closed";
     EXPECT_EQ(ReadDocument(File("Result.ZALPart")).cameras, ReadDocument(File("Source.ZALPart")).cameras);
 }
 
@@ -573,7 +497,6 @@ TEST_F(Features, DocumentsWithoutCamerasHaveNoStore)
     WriteSource([](CadDocument& source) { source.cameras.clear(); });
     ZALDocument* source = Open("Source.ZALPart");
     EXPECT_FALSE(ZALIPersistentCamera_var(source)->GetCameraStore());
-    Close(source);
 }
 
 } // namespace

@@ -2,24 +2,17 @@
 
 #include "openhost/cad/TessellatingLvrWriter.h"
 
-#include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/ProductRep.h"
-#include "openhost/files/TemporaryFolder.h"
-#include "openhost/frame/Frame.h"
 #include "openhost/geometry/ShapeGeometry.h"
-#include "openhost/journal/Journal.h"
 #include "openhost/lvr/LvrMesh.h"
+#include "tests/openhost/cad/WorkspaceFixture.h"
 #include "tests/support/HostileShapes.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <TopoDS_Shape.hxx>
 #include <gp_Pnt.hxx>
-
-#include <fstream>
-#include <memory>
 
 namespace openhost::testing {
 
@@ -31,181 +24,154 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-class TessellatingLvrWriterTest : public ::testing::Test {
+class TessellatingLvrWriterTest : public WorkspaceFixture {
 protected:
     TessellatingLvrWriterTest()
     {
-        ConfigureFrame({});
-        auto workspace = std::make_unique<CadWorkspace>();
-        workspace_ = workspace.get();
-        CadServices::Install(std::move(workspace));
         LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(std::make_shared<GeometryProcess>()));
-        journal::Redirect([this](const nlohmann::ordered_json& event) {
-            if (event.contains("operation") && event["operation"] == "ZALWriteLvr")
-                reasons_.push_back(event["reason"]);
-        });
         WriteBox("box.ZALPart", 10, 20, 5);
     }
-    ~TessellatingLvrWriterTest() override
-    {
-        journal::Redirect({});
-        LvrWriter::Install(nullptr);
-        CadServices::Install(nullptr);
-        ResetFrame();
-    }
+    ~TessellatingLvrWriterTest() override { LvrWriter::Install(nullptr); }
 
-    std::filesystem::path File(const std::string& name) const { return folder_.Path() / name; }
     std::filesystem::path Target() const { return File("shape.lvr"); }
 
-    void WriteBox(const std::string& name, double x, double y, double z) const
+    void WritePart(const std::string& name, DocumentGeometry geometry) const
     {
         CadDocument document;
-        document.geometry = EncodeShape(BRepPrimAPI_MakeBox(gp_Pnt(0, 0, 0), gp_Pnt(x, y, z)).Shape());
+        document.geometry = std::move(geometry);
         WriteDocument(document, File(name));
     }
-
-    /// Two boxes in a row, and others named in `more`.
-    WorkspaceProduct& OpenProduct(const std::vector<std::string>& more = {})
+    void WriteBox(const std::string& name, double x, double y, double z) const
     {
-        CadDocument document;
-        document.kind = DocumentKind::Product;
-        document.links = {"box.ZALPart"};
-        document.children = {{"a", 0, IdentityPlacement}, {"b", 0, {0, -1, 0, 100, 1, 0, 0, 0, 0, 0, 1, 0}}};
-        for (const std::string& link : more) {
-            document.children.push_back(
-                {link, static_cast<std::uint32_t>(document.links.size()), {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 50}});
-            document.links.push_back(link);
-        }
-        WriteDocument(document, File("pair.ZALProduct"));
-        return *workspace_->Open(File("pair.ZALProduct")).Root();
+        WritePart(name, EncodeShape(BRepPrimAPI_MakeBox(gp_Pnt(0, 0, 0), gp_Pnt(x, y, z)).Shape()));
     }
+    WorkspaceProduct& OpenPart(const std::string& name) { return *Workspace().Open(File(name)).Root(); }
+    /// Two boxes in a row, and others named in `more`.
+    WorkspaceProduct& OpenPair(const std::vector<std::string>& more = {})
+    {
+        std::vector<Child> children{{"a", "box.ZALPart"}, {"b", "box.ZALPart", TurnedAt({100, 0, 0})}};
+        for (const std::string& file : more)
+            children.push_back({file, file, ShiftedBy({0, 0, 50})});
+        return *Workspace().Open(ProductOf("pair.ZALProduct", children)).Root();
+    }
+    /// Expects the light file of the pair alone.
+    void ExpectPairOnly() const { EXPECT_EQ(24U, ReadLvr(Target()).triangles.size()); }
+    std::vector<std::string> Reasons() const { return Told("reason"); }
 
     static int WriteRep(ZALRep* rep, const std::filesystem::path& path)
     {
         return ZALWriteLvr(rep, path.c_str(), ZALLvrWholeDisplay, nullptr, 0, ZALLvrInOneFile);
     }
-    int Write(WorkspaceProduct& product) { return WriteRep(product.GiveRep(), Target()); }
-
-    TemporaryFolder folder_;
-    CadWorkspace* workspace_;
-    std::vector<std::string> reasons_;
+    int WriteLight(WorkspaceProduct& product) { return WriteRep(product.GiveRep(), Target()); }
 };
 
 } // namespace
 
 TEST_F(TessellatingLvrWriterTest, APartIsWrittenAsItsTriangles)
 {
-    EXPECT_EQ(Write(*workspace_->Open(File("box.ZALPart")).Root()), 0);
+    EXPECT_EQ(0, WriteLight(OpenPart("box.ZALPart")));
     const LvrMesh mesh = ReadLvr(Target());
-    EXPECT_EQ(mesh.triangles.size(), 12U);
-    EXPECT_EQ(BoxOf(mesh), (LvrBox{{0, 0, 0}, {10, 20, 5}}));
-    EXPECT_THAT(reasons_, IsEmpty());
+    EXPECT_EQ(12U, mesh.triangles.size());
+    EXPECT_EQ((Box{{0, 0, 0}, {10, 20, 5}}), BoxOf(mesh));
+    EXPECT_THAT(Reasons(), IsEmpty());
 }
 
 TEST_F(TessellatingLvrWriterTest, AProductIsWrittenWithAllItsPartsInTheirPlaces)
 {
-    EXPECT_EQ(Write(OpenProduct()), 0);
+    EXPECT_EQ(0, WriteLight(OpenPair()));
     const LvrMesh mesh = ReadLvr(Target());
-    EXPECT_EQ(mesh.triangles.size(), 24U);
-    EXPECT_EQ(BoxOf(mesh), (LvrBox{{0, 0, 0}, {100, 20, 5}}));
+    EXPECT_EQ(24U, mesh.triangles.size());
+    EXPECT_EQ((Box{{0, 0, 0}, {100, 20, 5}}), BoxOf(mesh));
 }
 
 TEST_F(TessellatingLvrWriterTest, AMissingChildIsLeftOut)
 {
-    EXPECT_EQ(Write(OpenProduct({"gone.ZALPart"})), 0);
-    EXPECT_EQ(ReadLvr(Target()).triangles.size(), 24U);
+    EXPECT_EQ(0, WriteLight(OpenPair({"gone.ZALPart"})));
+    ExpectPairOnly();
 }
 
 TEST_F(TessellatingLvrWriterTest, GeometryIsReadWhenItIsAskedForAndLeftOutWhenItIsGone)
 {
     WriteBox("other.ZALPart", 1, 1, 1);
-    WorkspaceProduct& product = OpenProduct({"other.ZALPart"});
+    WorkspaceProduct& product = OpenPair({"other.ZALPart"});
     ZALRep* rep = product.GiveRep();
     WriteBox("other.ZALPart", 2, 2, 2);
-    EXPECT_EQ(WriteRep(rep, Target()), 0);
-    EXPECT_EQ(BoxOf(ReadLvr(Target())).highest[2], 52);
+    EXPECT_EQ(0, WriteRep(rep, Target()));
+    EXPECT_EQ(52, BoxOf(ReadLvr(Target())).highest[2]);
 
     std::filesystem::remove(File("other.ZALPart"));
-    EXPECT_EQ(WriteRep(rep, Target()), 0);
-    EXPECT_EQ(ReadLvr(Target()).triangles.size(), 24U);
-    EXPECT_THAT(reasons_, ElementsAre(HasSubstr("other.ZALPart")));
+    EXPECT_EQ(0, WriteRep(rep, Target()));
+    ExpectPairOnly();
+    EXPECT_THAT(Reasons(), ElementsAre(HasSubstr("other.ZALPart")));
 }
 
 TEST_F(TessellatingLvrWriterTest, DamagedGeometryIsLeftOut)
 {
-    CadDocument damaged;
-    damaged.geometry = DocumentGeometry{{1, 6, 1, 6, {}, {}}, "no boundary"};
-    WriteDocument(damaged, File("damaged.ZALPart"));
-    EXPECT_EQ(Write(OpenProduct({"damaged.ZALPart"})), 0);
-    EXPECT_EQ(ReadLvr(Target()).triangles.size(), 24U);
-    EXPECT_THAT(reasons_, ElementsAre(HasSubstr("damaged.ZALPart")));
+    WritePart("damaged.ZALPart", {{1, 6, 1, 6, {}}, "no boundary"});
+    EXPECT_EQ(0, WriteLight(OpenPair({"damaged.ZALPart"})));
+    ExpectPairOnly();
+    EXPECT_THAT(Reasons(), ElementsAre(HasSubstr("damaged.ZALPart")));
 }
 
 TEST_F(TessellatingLvrWriterTest, APartOnWhichTheKernelCrashesIsLeftOut)
 {
-    CadDocument hostile;
-    hostile.geometry = CrashesDecoding();
-    WriteDocument(hostile, File("hostile.ZALPart"));
-    EXPECT_EQ(Write(OpenProduct({"hostile.ZALPart"})), 0);
-    EXPECT_EQ(ReadLvr(Target()).triangles.size(), 24U);
-    EXPECT_THAT(reasons_, ElementsAre(AllOf(HasSubstr("hostile.ZALPart"), HasSubstr("crashed"))));
+    WritePart("hostile.ZALPart", CrashesDecoding());
+    EXPECT_EQ(0, WriteLight(OpenPair({"hostile.ZALPart"})));
+    ExpectPairOnly();
+    EXPECT_THAT(Reasons(), ElementsAre(AllOf(HasSubstr("hostile.ZALPart"), HasSubstr("crashed"))));
 }
 
 TEST_F(TessellatingLvrWriterTest, NoMoreThanOnePartWithoutEndIsWaitedFor)
 {
     LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(
         std::make_shared<GeometryProcess>(FindGeometryProgram(), GeometryJobLimits{.time = 500ms})));
-    CadDocument hostile;
-    hostile.geometry = HangsTessellating();
-    WriteDocument(hostile, File("first.ZALPart"));
-    WriteDocument(hostile, File("second.ZALPart"));
-    EXPECT_NE(Write(OpenProduct({"first.ZALPart", "second.ZALPart"})), 0);
+    WritePart("first.ZALPart", HangsTessellating());
+    WritePart("second.ZALPart", HangsTessellating());
+    EXPECT_NE(WriteLight(OpenPair({"first.ZALPart", "second.ZALPart"})), 0);
     EXPECT_FALSE(std::filesystem::exists(Target()));
-    EXPECT_THAT(reasons_, ElementsAre(AllOf(HasSubstr("first.ZALPart"), HasSubstr("too long"))));
+    EXPECT_THAT(Reasons(), ElementsAre(AllOf(HasSubstr("first.ZALPart"), HasSubstr("too long"))));
 }
 
 TEST_F(TessellatingLvrWriterTest, DamageOfAnyKindEndsInAResult)
 {
-    CadDocument sound;
-    sound.geometry = EncodeShape(BRepPrimAPI_MakeBox(gp_Pnt(0, 0, 0), gp_Pnt(1, 1, 1)).Shape());
-    const std::size_t size = sound.geometry->boundary.size();
+    const DocumentGeometry sound = ReadDocument(File("box.ZALPart")).geometry.value();
+    const std::size_t size = sound.boundary.size();
     for (std::size_t at = size / 8; at < size; at += size / 8) {
-        CadDocument damaged = sound;
-        damaged.geometry->boundary.replace(at, 4, "\xff\xff\xff\x7f");
-        WriteDocument(damaged, File("damaged" + std::to_string(at) + ".ZALPart"));
-        WorkspaceProduct& part = *workspace_->Open(File("damaged" + std::to_string(at) + ".ZALPart")).Root();
+        DocumentGeometry damaged = sound;
+        damaged.boundary.replace(at, 4, "\xff\xff\xff\x7f");
+        const std::string name = "damaged" + std::to_string(at) + ".ZALPart";
+        WritePart(name, std::move(damaged));
         std::filesystem::remove(Target());
-        const bool written = Write(part) == 0;
+        const bool written = WriteLight(OpenPart(name)) == 0;
         EXPECT_EQ(written, std::filesystem::exists(Target())) << at;
     }
 }
 
 TEST_F(TessellatingLvrWriterTest, WithoutAnyTrianglesNothingIsWritten)
 {
-    std::ofstream(Target()) << "old";
-    WorkspaceProduct& part = *workspace_->Open(File("box.ZALPart")).Root();
-    ZALRep* rep = part.GiveRep();
+    Write("shape.lvr", "old");
+    ZALRep* rep = OpenPart("box.ZALPart").GiveRep();
     std::filesystem::remove(File("box.ZALPart"));
     EXPECT_NE(WriteRep(rep, Target()), 0);
-    EXPECT_EQ(std::filesystem::file_size(Target()), 3U);
-    EXPECT_EQ(reasons_.size(), 2U) << "the part, and the file";
+    EXPECT_EQ(3U, std::filesystem::file_size(Target()));
+    EXPECT_EQ(2U, Reasons().size()) << "the part, and the file";
 }
 
 TEST_F(TessellatingLvrWriterTest, AFileThatCannotBeWrittenIsAnError)
 {
-    ZALRep* rep = workspace_->Open(File("box.ZALPart")).Root()->GiveRep();
+    ZALRep* rep = OpenPart("box.ZALPart").GiveRep();
     EXPECT_NE(WriteRep(rep, File("missing") / "shape.lvr"), 0);
-    EXPECT_NE(WriteRep(rep, folder_.Path() / ".." / folder_.Path().filename() / "shape.lvr"), 0);
+    EXPECT_NE(WriteRep(rep, Folder().Path() / ".." / Folder().Path().filename() / "shape.lvr"), 0);
     EXPECT_NE(WriteRep(rep, ""), 0);
     EXPECT_FALSE(std::filesystem::exists(Target()));
-    EXPECT_EQ(reasons_.size(), 3U);
+    EXPECT_EQ(3U, Reasons().size());
 }
 
 TEST_F(TessellatingLvrWriterTest, BackslashesSeparateToo)
 {
     std::string path = Target().string();
     path[path.rfind('/')] = '\\';
-    EXPECT_EQ(WriteRep(workspace_->Open(File("box.ZALPart")).Root()->GiveRep(), path), 0);
+    EXPECT_EQ(0, WriteRep(OpenPart("box.ZALPart").GiveRep(), path));
     EXPECT_TRUE(std::filesystem::exists(Target()));
 }
 

@@ -49,11 +49,11 @@ TEST_F(LightFiles, CannotBeWrittenWithoutAWriter)
 TEST_F(LightFiles, AreWrittenByTheWriter)
 {
     Recorder& recorder = InstallRecorder();
-    EXPECT_EQ(ZALWriteLvr(representation_, "/\u00E4.lvr", ZALLvrWholeDisplay, nullptr, 0, ZALLvrInOneFile), 0);
+    EXPECT_EQ(0, ZALWriteLvr(representation_, "/\u00E4.lvr", ZALLvrWholeDisplay, nullptr, 0, ZALLvrInOneFile));
     EXPECT_EQ(recorder.written, representation_);
-    EXPECT_EQ(recorder.place, "/\u00E4.lvr");
+    EXPECT_EQ("/\u00E4.lvr", recorder.place);
     recorder.result = 3;
-    EXPECT_EQ(ZALWriteLvr(representation_, "/a", ZALLvrWholeDisplay, nullptr, 0, ZALLvrInOneFile), 3);
+    EXPECT_EQ(3, ZALWriteLvr(representation_, "/a", ZALLvrWholeDisplay, nullptr, 0, ZALLvrInOneFile));
 }
 
 TEST_F(LightFiles, TakeNoOtherSettings)
@@ -64,7 +64,7 @@ TEST_F(LightFiles, TakeNoOtherSettings)
     EXPECT_NE(ZALWriteLvr(representation_, "/a", ZALSettingLvr{6}, nullptr, 0, ZALLvrInOneFile), 0);
     EXPECT_NE(ZALWriteLvr(representation_, "/a", ZALLvrWholeDisplay, nullptr, 1, ZALLvrInOneFile), 0);
     EXPECT_NE(ZALWriteLvr(representation_, "/a", ZALLvrWholeDisplay, nullptr, 0, ZALVizLVRAccessMode{0}), 0);
-    EXPECT_EQ(recorder.written, nullptr);
+    EXPECT_EQ(nullptr, recorder.written);
 }
 
 } // namespace

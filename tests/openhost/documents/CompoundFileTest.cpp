@@ -35,8 +35,9 @@ std::string DirectoryEntry(const std::string& name, int type, std::uint32_t next
     return bytes;
 }
 
-/// A compound file of sectors of 512 bytes whose directory is `entries`. At most 109 sectors of table.
-std::string FileWithDirectory(const std::string& entries, bool cyclic = false)
+/// A compound file of sectors of 512 bytes whose directory is `entries`, and goes on at the sector `afterLast` after
+/// them. At most 109 sectors of table.
+std::string FileWithDirectory(const std::string& entries, std::uint32_t afterLast = EndOfChain)
 {
     const std::size_t sectors = entries.size() / 512;
     std::size_t tables = 1;
@@ -53,7 +54,7 @@ std::string FileWithDirectory(const std::string& entries, bool cyclic = false)
 
     std::string table;
     for (std::size_t i = 0; i < tables * 128; ++i) {
-        const std::size_t next = i + 1 == sectors ? (cyclic ? 0 : EndOfChain) : i + 1;
+        const std::size_t next = i + 1 == sectors ? afterLast : i + 1;
         table += Number(i < sectors ? next : i < sectors + tables ? 0xFFFFFFFD : Free, 4);
     }
     return header + entries + table;
@@ -92,11 +93,11 @@ TEST(CompoundFile, StreamsAndStoragesComeBack)
     root.streams = {{"Empty", ""}, {"Small", "abc"}, {"Large", std::string(70'000, 'x')}};
     root.storages = {{"Inner", {{"Small", "inner"}}, {{"Deep", {{"d", "deep"}}, {}}}}};
     const CompoundStorage file = CompoundStorage::OpenBytes(BuildCompoundFile(root), "file");
-    EXPECT_EQ(file.ReadStream("Empty", 100), "");
-    EXPECT_EQ(file.ReadStream("Small", 100), "abc");
-    EXPECT_EQ(file.ReadStream("Large", 100'000), std::string(70'000, 'x'));
-    EXPECT_EQ(file.FindStorage("Inner")->ReadStream("Small", 100), "inner");
-    EXPECT_EQ(file.FindStorage("Inner")->FindStorage("Deep")->ReadStream("d", 100), "deep");
+    EXPECT_EQ("", file.ReadStream("Empty", 100));
+    EXPECT_EQ("abc", file.ReadStream("Small", 100));
+    EXPECT_EQ(std::string(70'000, 'x'), file.ReadStream("Large", 100'000));
+    EXPECT_EQ("inner", file.FindStorage("Inner")->ReadStream("Small", 100));
+    EXPECT_EQ("deep", file.FindStorage("Inner")->FindStorage("Deep")->ReadStream("d", 100));
 }
 
 TEST(CompoundFile, StreamIsNoStorageAndStorageNoStream)
@@ -117,7 +118,7 @@ TEST(CompoundFile, InnerStorageOutlivesItsFileObject)
     CompoundContents root;
     root.storages = {{"Inner", {{"Small", "inner"}}, {}}};
     const auto inner = CompoundStorage::OpenBytes(BuildCompoundFile(root), "file").FindStorage("Inner");
-    EXPECT_EQ(inner->ReadStream("Small", 100), "inner");
+    EXPECT_EQ("inner", inner->ReadStream("Small", 100));
 }
 
 TEST(CompoundFile, StreamLongerThanTheCallerTakesIsRefused)
@@ -125,7 +126,7 @@ TEST(CompoundFile, StreamLongerThanTheCallerTakesIsRefused)
     CompoundContents root;
     root.streams = {{"Stream", "abc"}};
     const CompoundStorage file = CompoundStorage::OpenBytes(BuildCompoundFile(root), "file");
-    EXPECT_EQ(file.ReadStream("Stream", 3), "abc");
+    EXPECT_EQ("abc", file.ReadStream("Stream", 3));
     EXPECT_THROW(file.ReadStream("Stream", 2), CompoundFileError);
 }
 
@@ -133,7 +134,7 @@ TEST(CompoundFile, WhatIsNoFileIsRefusedWithoutWaiting)
 {
     const TemporaryFolder folder;
     const auto pipe = folder.Path() / "pipe";
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
     EXPECT_THROW(CompoundStorage::OpenFile(pipe), CompoundFileError);
     EXPECT_THROW(CompoundStorage::OpenFile(folder.Path()), CompoundFileError);
     EXPECT_THROW(CompoundStorage::OpenFile(folder.Path() / "missing"), CompoundFileError);
@@ -142,10 +143,10 @@ TEST(CompoundFile, WhatIsNoFileIsRefusedWithoutWaiting)
 
 TEST(CompoundFile, OtherFilesAreRefused)
 {
-    EXPECT_EQ(OpenRefusal(""), "file: no compound file");
-    EXPECT_EQ(OpenRefusal("PK\3\4 and so on"), "file: no compound file");
-    EXPECT_EQ(OpenRefusal("\xD0\xCF\x11\xE0"), "file: damaged compound file: cut short");
-    EXPECT_EQ(OpenRefusal("{\"error\": \"not found\"}"), "file: no compound file");
+    EXPECT_EQ("file: no compound file", OpenRefusal(""));
+    EXPECT_EQ("file: no compound file", OpenRefusal("PK\3\4 and so on"));
+    EXPECT_EQ("file: damaged compound file: cut short", OpenRefusal("\xD0\xCF\x11\xE0"));
+    EXPECT_EQ("file: no compound file", OpenRefusal("{\"error\": \"not found\"}"));
 }
 
 TEST(CompoundFile, SectorSizesThatNoneHasAreRefused)
@@ -153,21 +154,21 @@ TEST(CompoundFile, SectorSizesThatNoneHasAreRefused)
     for (const int shift : {0, 6, 8, 13, 31, 255}) {
         std::string bytes = BuildCompoundFile({});
         bytes[30] = static_cast<char>(shift);
-        EXPECT_EQ(OpenRefusal(bytes), "file: damaged compound file: sector size") << shift;
+        EXPECT_EQ("file: damaged compound file: sector size", OpenRefusal(bytes)) << shift;
     }
 }
 
 TEST(CompoundFile, DirectoryUpToTheLimitIsRead)
 {
     const CompoundStorage file = CompoundStorage::OpenBytes(FileWithEntries(CompoundStorage::MaximumEntries), "file");
-    EXPECT_EQ(file.ReadStream("s1023", 0), "");
+    EXPECT_EQ("", file.ReadStream("s1023", 0));
 }
 
 TEST(CompoundFile, DirectoryThatWouldExhaustTheStackIsRefused)
 {
-    EXPECT_EQ(OpenRefusal(FileWithEntries(CompoundStorage::MaximumEntries + 4)),
-              "file: damaged compound file: too many directory entries");
-    EXPECT_EQ(OpenRefusal(FileWithEntries(50'000)), "file: damaged compound file: too many directory entries");
+    EXPECT_EQ("file: damaged compound file: too many directory entries",
+              OpenRefusal(FileWithEntries(CompoundStorage::MaximumEntries + 4)));
+    EXPECT_EQ("file: damaged compound file: too many directory entries", OpenRefusal(FileWithEntries(50'000)));
 }
 
 TEST(CompoundFile, DirectoryInACircleIsRefused)
@@ -175,7 +176,7 @@ TEST(CompoundFile, DirectoryInACircleIsRefused)
     std::string entries = DirectoryEntry("Root Entry", 5, Free, 1);
     for (std::uint32_t i = 1; i < 8; ++i)
         entries += DirectoryEntry(StreamName(i), 2, Free, Free);
-    EXPECT_EQ(OpenRefusal(FileWithDirectory(entries, true)), "file: damaged compound file: too many directory entries");
+    EXPECT_EQ("file: damaged compound file: too many directory entries", OpenRefusal(FileWithDirectory(entries, 0)));
 }
 
 TEST(CompoundFile, RootWithSiblingsIsRefused)
@@ -185,7 +186,7 @@ TEST(CompoundFile, RootWithSiblingsIsRefused)
         root.replace(link, 4, Number(1, 4));
         const std::string others = DirectoryEntry("A", 1, Free, Free) + DirectoryEntry("B", 2, Free, Free) +
                                    DirectoryEntry("C", 2, Free, Free);
-        EXPECT_EQ(OpenRefusal(FileWithDirectory(root + others)), "file: damaged compound file: the root has siblings")
+        EXPECT_EQ("file: damaged compound file: the root has siblings", OpenRefusal(FileWithDirectory(root + others)))
             << link;
     }
 }

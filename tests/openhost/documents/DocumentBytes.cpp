@@ -18,11 +18,12 @@ CadDocument SomePart()
     part.cameras = {{"Side", {100, 0, 0}, {-1, 0, 0}, {0, 0, 1}, 50}, {"Iso", {1, 2, 3}, {-1, -1, -1}, {0, 0, 1}, 2.5}};
     part.links = {"Sketch.ZALPart"};
     DocumentGeometry geometry;
-    geometry.facts = {1, 14, 2773.2, 1500.5, {-7.5, -6.5, -5.3}, {7.5, 6.5, 40}};
+    geometry.facts = {1, 14, 2773.2, 1500.5, {{-7.5, -6.5, -5.3}, {7.5, 6.5, 40}}};
     geometry.boundary = std::string("boundary\0of\xFF bytes", 18);
     part.geometry = geometry;
     part.features.mainTool = "Bolt";
-    part.features.otherTools = {{"Thread", DocumentGeometry{{1, 3, 7, 8, {}, {1, 1, 1}}, "thread"}}, {"Sketches", {}}};
+    part.features.otherTools = {{"Thread", DocumentGeometry{{1, 3, 7, 8, {{}, {1, 1, 1}}}, "thread"}},
+                                {"Sketches", {}}};
     part.features.workingTool = 1;
     part.features.axisSystems = {{"Head", {0, -1, 0, 10, 1, 0, 0, 20, 0, 0, 1, 30.25}}};
     return part;
@@ -63,18 +64,27 @@ std::vector<std::pair<std::string, std::string>> StreamsOf(const CadDocument& do
 std::string WithStream(const CadDocument& document, const std::string& name,
                        const std::function<void(std::string& stream)>& change)
 {
+    return WithWholeStream(document, name, [&](std::string& stream) {
+        change(stream);
+        StreamWriter writer;
+        writer.PutBytes(std::string_view(stream).substr(HeadSize));
+        stream = writer.Finish(stream.substr(0, 4), 1);
+    });
+}
+
+std::string WithNumber(const CadDocument& document, const std::string& name, std::size_t offset, std::uint32_t number)
+{
+    return WithStream(document, name, [&](std::string& stream) { Put(stream, offset, number); });
+}
+
+std::string WithWholeStream(const CadDocument& document, const std::string& name,
+                            const std::function<void(std::string& stream)>& change)
+{
     auto streams = StreamsOf(document);
     for (auto& [streamName, bytes] : streams)
         if (streamName == name)
             change(bytes);
     return FileWithStreams(streams);
-}
-
-void RepairHead(std::string& stream)
-{
-    StreamWriter writer;
-    writer.PutBytes(std::string_view(stream).substr(HeadSize));
-    stream = writer.Finish(stream.substr(0, 4), 1);
 }
 
 void Put(std::string& stream, std::size_t offset, std::uint32_t number)

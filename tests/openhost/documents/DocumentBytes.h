@@ -17,11 +17,15 @@ CadDocument SomeProduct();
 std::string FileWithStreams(const std::vector<std::pair<std::string, std::string>>& streams);
 /// The streams of `document`, in the order in which it is written.
 std::vector<std::pair<std::string, std::string>> StreamsOf(const CadDocument& document);
-/// The compound file of `document` with its stream `name` put through `change`.
+/// The compound file of `document` with its stream `name` put through `change`, and a head that fits what it holds
+/// then.
 std::string WithStream(const CadDocument& document, const std::string& name,
                        const std::function<void(std::string& stream)>& change);
-/// `stream` with a head that fits what it holds behind it.
-void RepairHead(std::string& stream);
+/// The same with `number` in four bytes at `offset`.
+std::string WithNumber(const CadDocument& document, const std::string& name, std::size_t offset, std::uint32_t number);
+/// The same with the head as `change` leaves it.
+std::string WithWholeStream(const CadDocument& document, const std::string& name,
+                            const std::function<void(std::string& stream)>& change);
 /// Puts `number` in four bytes at `offset`.
 void Put(std::string& stream, std::size_t offset, std::uint32_t number);
 

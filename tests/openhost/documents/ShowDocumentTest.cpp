@@ -45,7 +45,7 @@ protected:
         document.nomenclature = "A bolt";
         document.parameters = {
             {"Material", "Steel"}, {"Length of the shank", ParameterLength{12.5, "mm"}}, {"Note", ""}};
-        document.geometry = DocumentGeometry{{1, 6, 1000, 600, {0, 0, 0}, {10, 20, 5}}, "bytes"};
+        document.geometry = DocumentGeometry{{1, 6, 1000, 600, {{0, 0, 0}, {10, 20, 5}}}, "bytes"};
         WriteDocument(document, folder_.Path() / (name + ".ZALPart"));
     }
 
@@ -71,18 +71,19 @@ protected:
 TEST_F(Show, PartShowsPropertiesAndGeometry)
 {
     Part("Bolt");
-    EXPECT_EQ(Shown("Bolt.ZALPart"), "Part Bolt  [Bolt.ZALPart]\n"
-                                     "Properties\n"
-                                     "  Nomenclature      A bolt\n"
-                                     "Parameters\n"
-                                     "  Material          Steel\n"
-                                     "  Length of the shank  12.5 mm\n"
-                                     "  Note              \n"
-                                     "Geometry\n"
-                                     "  1 solid, 6 faces, volume 1000.0 mm³, area 600.0 mm²\n"
-                                     "  box 10.0 × 20.0 × 5.0 mm\n"
-                                     "Links\n"
-                                     "  none\n");
+    EXPECT_EQ("Part Bolt  [Bolt.ZALPart]\n"
+              "Properties\n"
+              "  Nomenclature      A bolt\n"
+              "Parameters\n"
+              "  Material          Steel\n"
+              "  Length of the shank  12.5 mm\n"
+              "  Note              \n"
+              "Geometry\n"
+              "  1 solid, 6 faces, volume 1000.0 mm³, area 600.0 mm²\n"
+              "  box 10.0 × 20.0 × 5.0 mm\n"
+              "Links\n"
+              "  none\n",
+              Shown("Bolt.ZALPart"));
 }
 
 TEST_F(Show, TemplateShowsIdentityFeaturesAndCameras)
@@ -91,21 +92,22 @@ TEST_F(Show, TemplateShowsIdentityFeaturesAndCameras)
     document.partNumber = "T";
     document.identity = "5f1c";
     document.cameras = {{"Side", {100, 0, 2.5}, {-1, 0, 0}, {0, 0, 1}, 50}};
-    document.features.otherTools = {{"Rib", DocumentGeometry{{1, 6, 1, 6, {}, {}}, "bytes"}}};
+    document.features.otherTools = {{"Rib", DocumentGeometry{{1, 6, 1, 6, {}}, "bytes"}}};
     document.features.workingTool = 1;
     document.features.axisSystems = {{"Origin", {1, 0, 0, 1.5, 0, 1, 0, 0, 0, 0, 1, -2}}};
     WriteDocument(document, folder_.Path() / "T.ZALPart");
-    EXPECT_EQ(Shown("T.ZALPart"), "Part T  [T.ZALPart]\n"
-                                  "Properties\n"
-                                  "  Identity          5f1c\n"
-                                  "Features\n"
-                                  "  PartBody          empty tool\n"
-                                  "  Rib               tool, worked in\n"
-                                  "  Origin            axis system at (1.5, 0, -2)\n"
-                                  "Cameras\n"
-                                  "  Side              at (100, 0, 2.5) towards (-1, 0, 0)\n"
-                                  "Links\n"
-                                  "  none\n");
+    EXPECT_EQ("Part T  [T.ZALPart]\n"
+              "Properties\n"
+              "  Identity          5f1c\n"
+              "Features\n"
+              "  PartBody          empty tool\n"
+              "  Rib               tool, worked in\n"
+              "  Origin            axis system at (1.5, 0, -2)\n"
+              "Cameras\n"
+              "  Side              at (100, 0, 2.5) towards (-1, 0, 0)\n"
+              "Links\n"
+              "  none\n",
+              Shown("T.ZALPart"));
 }
 
 TEST_F(Show, ProductShowsItsTreeThroughAllLevels)
@@ -113,14 +115,15 @@ TEST_F(Show, ProductShowsItsTreeThroughAllLevels)
     Part("Bolt");
     Product("Inner", {"Bolt.ZALPart", "Bolt.ZALPart"});
     Product("Outer", {"Inner.ZALProduct", "Bolt.ZALPart"});
-    EXPECT_EQ(Shown("Outer.ZALProduct"), "Product Outer  [Outer.ZALProduct]\n"
-                                         "├─ 1  [Inner.ZALProduct]  at (1.5, 0, -2)\n"
-                                         "│  ├─ 1  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
-                                         "│  └─ 2  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
-                                         "└─ 2  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
-                                         "Links\n"
-                                         "  1  Inner.ZALProduct\n"
-                                         "  2  Bolt.ZALPart\n");
+    EXPECT_EQ("Product Outer  [Outer.ZALProduct]\n"
+              "├─ 1  [Inner.ZALProduct]  at (1.5, 0, -2)\n"
+              "│  ├─ 1  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
+              "│  └─ 2  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
+              "└─ 2  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
+              "Links\n"
+              "  1  Inner.ZALProduct\n"
+              "  2  Bolt.ZALPart\n",
+              Shown("Outer.ZALProduct"));
 }
 
 TEST_F(Show, MissingAndDamagedChildrenAreNamedInTheirLine)
@@ -168,25 +171,27 @@ TEST_F(Show, NamesStayInTheirLine)
     document.parameters = {{"e\nf", "g\th"}};
     document.cameras = {{"i\nj", {1, 2, 3}, {-1, 0, 0}, {0, 0, 1}, 50}};
     WriteDocument(document, folder_.Path() / "k\x1B[l.ZALPart");
-    EXPECT_EQ(Shown("k\x1B[l.ZALPart"), "Part a b  [k [l.ZALPart]\n"
-                                        "Properties\n"
-                                        "  Nomenclature      c d\n"
-                                        "Parameters\n"
-                                        "  e f               g h\n"
-                                        "Cameras\n"
-                                        "  i j               at (1, 2, 3) towards (-1, 0, 0)\n"
-                                        "Links\n"
-                                        "  none\n");
+    EXPECT_EQ("Part a b  [k [l.ZALPart]\n"
+              "Properties\n"
+              "  Nomenclature      c d\n"
+              "Parameters\n"
+              "  e f               g h\n"
+              "Cameras\n"
+              "  i j               at (1, 2, 3) towards (-1, 0, 0)\n"
+              "Links\n"
+              "  none\n",
+              Shown("k\x1B[l.ZALPart"));
 
     CadDocument product;
     product.kind = DocumentKind::Product;
     product.links = {"m\nn.ZALPart"};
     product.children = {{.name = "o\np"}};
     WriteDocument(product, folder_.Path() / "q.ZALProduct");
-    EXPECT_EQ(Shown("q.ZALProduct"), "Product   [q.ZALProduct]\n"
-                                     "└─ o p  [m n.ZALPart]  at (0, 0, 0)  (missing)\n"
-                                     "Links\n"
-                                     "  1  m n.ZALPart\n");
+    EXPECT_EQ("Product   [q.ZALProduct]\n"
+              "└─ o p  [m n.ZALPart]  at (0, 0, 0)  (missing)\n"
+              "Links\n"
+              "  1  m n.ZALPart\n",
+              Shown("q.ZALProduct"));
 }
 
 TEST_F(Show, TwoDocumentsStandSideBySide)
@@ -198,22 +203,22 @@ TEST_F(Show, TwoDocumentsStandSideBySide)
     rebuilt.children.pop_back();
     WriteDocument(rebuilt, folder_.Path() / "Rebuilt.ZALProduct");
 
-    EXPECT_EQ(ShownBeside("Source.ZALProduct", "Rebuilt.ZALProduct"),
-              "Product Source  [Source.ZALProduct]   │ Product Source  [Rebuilt.ZALProduct]\n"
+    EXPECT_EQ("Product Source  [Source.ZALProduct]   │ Product Source  [Rebuilt.ZALProduct]\n"
               "├─ 1  [Bolt.ZALPart]  at (1.5, 0, -2) │ └─ 1  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
               "└─ 2  [Bolt.ZALPart]  at (1.5, 0, -2) │\n"
               "                                      │ Parameters\n"
               "                                      │   Title             Größe\n"
               "Links                                 │ Links\n"
-              "  1  Bolt.ZALPart                     │   1  Bolt.ZALPart\n");
-    EXPECT_EQ(ShownBeside("Rebuilt.ZALProduct", "Source.ZALProduct"),
-              "Product Source  [Rebuilt.ZALProduct]  │ Product Source  [Source.ZALProduct]\n"
+              "  1  Bolt.ZALPart                     │   1  Bolt.ZALPart\n",
+              ShownBeside("Source.ZALProduct", "Rebuilt.ZALProduct"));
+    EXPECT_EQ("Product Source  [Rebuilt.ZALProduct]  │ Product Source  [Source.ZALProduct]\n"
               "└─ 1  [Bolt.ZALPart]  at (1.5, 0, -2) │ ├─ 1  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
               "                                      │ └─ 2  [Bolt.ZALPart]  at (1.5, 0, -2)\n"
               "Parameters                            │\n"
               "  Title             Größe             │\n"
               "Links                                 │ Links\n"
-              "  1  Bolt.ZALPart                     │   1  Bolt.ZALPart\n");
+              "  1  Bolt.ZALPart                     │   1  Bolt.ZALPart\n",
+              ShownBeside("Rebuilt.ZALProduct", "Source.ZALProduct"));
 }
 
 TEST_F(Show, ALongLineLeavesTheColumnsOfTheOthersAlone)
@@ -235,7 +240,7 @@ TEST_F(Show, OfTwoDocumentsBothMustBeSome)
                  CompoundFileError);
     EXPECT_THROW(ShowDocuments(folder_.Path() / "missing.ZALPart", folder_.Path() / "Bolt.ZALPart", output),
                  CompoundFileError);
-    EXPECT_EQ(output.str(), "");
+    EXPECT_EQ("", output.str());
 }
 
 TEST_F(Show, WhatIsNoDocumentIsRefused)

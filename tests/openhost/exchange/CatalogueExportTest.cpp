@@ -70,7 +70,7 @@ TEST(CatalogueExport, AssembliesKeepEveryInstance)
         EXPECT_EQ(file.products, item.documents.size()) << item.id;
         EXPECT_EQ(file.root, catalogue.documents.at(item.root).partNumber);
     }
-    EXPECT_EQ(assemblies, 3);
+    EXPECT_EQ(3, assemblies);
 }
 
 } // namespace openhost::testing

@@ -40,7 +40,7 @@ TEST_P(HostileGeometry, EndsTheCommandWithAnErrorAndWithoutAFile)
                                 "/bin/openhost " + GetParam() + " part.ZALPart made >out 2>err";
     const int status = std::system(command.c_str());
     ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_EQ(1, WEXITSTATUS(status));
     std::ifstream file(folder_.Path() / "err");
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}),
               "openhost: part.ZALPart: the solid kernel has crashed\n");

@@ -63,7 +63,7 @@ protected:
         return content.str();
     }
 
-    static void ExpectNear(const std::array<double, 12>& found, const Placement& expected)
+    static void ExpectNear(const Placement& found, const Placement& expected)
     {
         for (std::size_t i = 0; i < 12; ++i)
             EXPECT_NEAR(found[i], expected[i], 1e-12) << i;
@@ -79,10 +79,10 @@ TEST_F(StepExport, PartIsOneProductWithItsSolid)
 {
     documents_.Box("block.ZALPart", "BLOCK-1", {1, 2, 3}, {11, 22, 8});
     const StepFile file = Export("block.ZALPart");
-    EXPECT_EQ(file.root, "BLOCK-1");
-    EXPECT_EQ(file.solids, 1U);
+    EXPECT_EQ("BLOCK-1", file.root);
+    EXPECT_EQ(1U, file.solids);
     EXPECT_NEAR(file.volume, 1000, 1e-6);
-    EXPECT_EQ(file.products, 1U);
+    EXPECT_EQ(1U, file.products);
     EXPECT_THAT(file.instances, IsEmpty());
     EXPECT_THAT(warnings_, IsEmpty());
 }
@@ -105,12 +105,12 @@ TEST_F(StepExport, InstancesOfADocumentShareItsProduct)
     documents_.Product("pair.ZALProduct", "PAIR",
                        {{"left", "block.ZALPart", Shifted}, {"right", "block.ZALPart", QuarterTurn}});
     const StepFile file = Export("pair.ZALProduct");
-    EXPECT_EQ(file.root, "PAIR");
-    EXPECT_EQ(file.products, 2U);
-    EXPECT_EQ(file.solids, 2U);
+    EXPECT_EQ("PAIR", file.root);
+    EXPECT_EQ(2U, file.products);
+    EXPECT_EQ(2U, file.solids);
     EXPECT_NEAR(file.volume, 2000, 1e-6);
-    ASSERT_EQ(file.instances.size(), 2U);
-    EXPECT_EQ(file.Find("left").product, "BLOCK-1");
+    ASSERT_EQ(2U, file.instances.size());
+    EXPECT_EQ("BLOCK-1", file.Find("left").product);
     EXPECT_EQ(file.Find("left").productNumber, file.Find("right").productNumber);
     EXPECT_NEAR(file.Find("right").volume, 1000, 1e-6);
     ExpectNear(file.Find("left").placement, Shifted);
@@ -131,9 +131,9 @@ TEST_F(StepExport, NestedPlacementsActOneInTheOther)
     documents_.Product("outer.ZALProduct", "OUTER",
                        {{"one", "inner.ZALProduct", QuarterTurn}, {"two", "inner.ZALProduct"}, {"c", "block.ZALPart"}});
     const StepFile file = Export("outer.ZALProduct");
-    EXPECT_EQ(file.products, 3U);
-    EXPECT_EQ(file.solids, 5U);
-    EXPECT_EQ(file.instances.size(), 7U);
+    EXPECT_EQ(3U, file.products);
+    EXPECT_EQ(5U, file.solids);
+    EXPECT_EQ(7U, file.instances.size());
     EXPECT_EQ(file.Find("one").productNumber, file.Find("two").productNumber);
     EXPECT_EQ(file.Find("one/a").productNumber, file.Find("c").productNumber);
     EXPECT_NEAR(file.Find("one").volume, 2000, 1e-6);
@@ -167,8 +167,8 @@ TEST_F(StepExport, PartOfSeveralSolidsStaysOneProduct)
     builder.Add(solids, BRepPrimAPI_MakeCylinder(2, 10).Shape().Moved(TopLoc_Location(away)));
     documents_.Part("several.ZALPart", "SEVERAL", solids);
     const StepFile file = Export("several.ZALPart");
-    EXPECT_EQ(file.solids, 2U);
-    EXPECT_EQ(file.products, 1U);
+    EXPECT_EQ(2U, file.solids);
+    EXPECT_EQ(1U, file.products);
     EXPECT_NEAR(file.volume, std::numbers::pi * (25 * 7 + 4 * 10), 1e-6);
 }
 
@@ -181,8 +181,8 @@ TEST_F(StepExport, ShapeThatIsPlacedInItsPartStaysThere)
     documents_.Part("placed.ZALPart", "PLACED", placed);
     documents_.Product("p.ZALProduct", "P", {{"a", "placed.ZALPart"}});
     const StepFile file = Export("p.ZALProduct");
-    EXPECT_EQ(file.products, 2U);
-    EXPECT_EQ(file.Find("a").product, "PLACED");
+    EXPECT_EQ(2U, file.products);
+    EXPECT_EQ("PLACED", file.Find("a").product);
     ExpectNear(file.Find("a").placement, IdentityPlacement);
     EXPECT_THAT(ReadOutput(), HasSubstr("CARTESIAN_POINT('',(30.,40.,3.))"));
 }
@@ -193,7 +193,7 @@ TEST_F(StepExport, NamesOfAnyLetterAndSignComeBack)
     documents_.Box("block.ZALPart", name, {0, 0, 0}, {1, 1, 1});
     documents_.Product("p.ZALProduct", "ü", {{"ä.1", "block.ZALPart"}});
     const StepFile file = Export("p.ZALProduct");
-    EXPECT_EQ(file.root, "ü");
+    EXPECT_EQ("ü", file.root);
     EXPECT_EQ(file.Find("ä.1").product, name);
     const std::string text = ReadOutput();
     EXPECT_TRUE(std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; }));
@@ -211,7 +211,7 @@ TEST_F(StepExport, LongNamesComeBackWhole)
 TEST_F(StepExport, DocumentWithoutAPartNumberIsNamedAfterItsFile)
 {
     documents_.Box("block.ZALPart", "", {0, 0, 0}, {1, 1, 1});
-    EXPECT_EQ(Export("block.ZALPart").root, "block");
+    EXPECT_EQ("block", Export("block.ZALPart").root);
 }
 
 TEST_F(StepExport, DocumentsOfTheSamePartNumberAreTwoProducts)
@@ -220,7 +220,7 @@ TEST_F(StepExport, DocumentsOfTheSamePartNumberAreTwoProducts)
     documents_.Box("b.ZALPart", "SAME", {0, 0, 0}, {2, 1, 1});
     documents_.Product("p.ZALProduct", "P", {{"a", "a.ZALPart"}, {"b", "b.ZALPart"}});
     const StepFile file = Export("p.ZALProduct");
-    EXPECT_EQ(file.products, 3U);
+    EXPECT_EQ(3U, file.products);
     EXPECT_NEAR(file.Find("a").volume, 1, 1e-9);
     EXPECT_NEAR(file.Find("b").volume, 2, 1e-9);
 }
@@ -229,8 +229,8 @@ TEST_F(StepExport, ProductWithoutChildrenIsAProductWithoutGeometry)
 {
     documents_.Product("empty.ZALProduct", "EMPTY", {});
     const StepFile file = Export("empty.ZALProduct");
-    EXPECT_EQ(file.root, "EMPTY");
-    EXPECT_EQ(file.solids, 0U);
+    EXPECT_EQ("EMPTY", file.root);
+    EXPECT_EQ(0U, file.solids);
 }
 
 TEST_F(StepExport, PartWithoutGeometryKeepsItsPlaceInTheStructure)
@@ -241,9 +241,9 @@ TEST_F(StepExport, PartWithoutGeometryKeepsItsPlaceInTheStructure)
     documents_.Box("block.ZALPart", "BLOCK", {0, 0, 0}, {1, 1, 1});
     documents_.Product("p.ZALProduct", "P", {{"bare", "bare.ZALPart", Shifted}, {"block", "block.ZALPart"}});
     const StepFile file = Export("p.ZALProduct");
-    EXPECT_EQ(file.Find("bare").product, "BARE");
-    EXPECT_EQ(file.solids, 1U);
-    EXPECT_EQ(Export("bare.ZALPart").root, "BARE");
+    EXPECT_EQ("BARE", file.Find("bare").product);
+    EXPECT_EQ(1U, file.solids);
+    EXPECT_EQ("BARE", Export("bare.ZALPart").root);
 }
 
 TEST_F(StepExport, MissingChildIsToldAndLeftOut)
@@ -252,8 +252,8 @@ TEST_F(StepExport, MissingChildIsToldAndLeftOut)
     documents_.Product("p.ZALProduct", "P",
                        {{"gone", "gone.ZALPart"}, {"block", "block.ZALPart"}, {"gone too", "gone.ZALPart"}});
     const StepFile file = Export("p.ZALProduct");
-    ASSERT_EQ(file.instances.size(), 1U);
-    EXPECT_EQ(file.instances[0].path, "block");
+    ASSERT_EQ(1U, file.instances.size());
+    EXPECT_EQ("block", file.instances[0].path);
     EXPECT_THAT(warnings_, ElementsAre(HasSubstr("p.ZALProduct: gone.ZALPart is missing; 2 instances are left out")));
 }
 
@@ -276,8 +276,8 @@ TEST_F(StepExport, LinkLeadsBesideTheDocumentOrAsItIsWritten)
     documents_.Product("p.ZALProduct", "P",
                        {{"away", documents_.Path("far/away.ZALPart").string()}, {"near", "C:\\else\\near.ZALPart"}});
     const StepFile file = Export("p.ZALProduct");
-    EXPECT_EQ(file.Find("away").product, "AWAY");
-    EXPECT_EQ(file.Find("near").product, "NEAR");
+    EXPECT_EQ("AWAY", file.Find("away").product);
+    EXPECT_EQ("NEAR", file.Find("near").product);
 }
 
 TEST_F(StepExport, DamagedDocumentIsRefused)
@@ -293,7 +293,7 @@ TEST_F(StepExport, DamagedGeometryIsRefused)
 {
     CadDocument document;
     document.partNumber = "P";
-    document.geometry = DocumentGeometry{{1, 6, 1, 1, {0, 0, 0}, {1, 1, 1}}, "no shape"};
+    document.geometry = DocumentGeometry{{1, 6, 1, 1, {{0, 0, 0}, {1, 1, 1}}}, "no shape"};
     WriteDocument(document, documents_.Path("p.ZALPart"));
     ExpectRefused<GeometryError>("p.ZALPart", "p.ZALPart: the geometry is damaged");
 }
@@ -317,7 +317,7 @@ TEST_F(StepExport, TreeOfTooManyLevelsIsRefused)
 {
     documents_.Chain(101);
     ExpectRefused<std::runtime_error>("L0.ZALProduct", "more than 100 levels");
-    EXPECT_EQ(Export("L1.ZALProduct").products, 100U);
+    EXPECT_EQ(100U, Export("L1.ZALProduct").products);
 }
 
 TEST_F(StepExport, TreeThatUnfoldsWithoutEndIsRefused)
@@ -330,9 +330,9 @@ TEST_F(StepExport, ExistingOutputIsReplacedOrKeptWhole)
 {
     std::ofstream(Output()) << "before";
     ExpectRefused<CompoundFileError>("missing.ZALPart", "missing");
-    EXPECT_EQ(ReadOutput(), "before");
+    EXPECT_EQ("before", ReadOutput());
     documents_.Box("block.ZALPart", "BLOCK", {0, 0, 0}, {1, 1, 1});
-    EXPECT_EQ(Export("block.ZALPart").root, "BLOCK");
+    EXPECT_EQ("BLOCK", Export("block.ZALPart").root);
 }
 
 TEST_F(StepExport, OutputThatCannotBeWrittenIsAnError)
@@ -343,7 +343,7 @@ TEST_F(StepExport, OutputThatCannotBeWrittenIsAnError)
     EXPECT_THROW(ExportStep(block, documents_.Path("missing/out.step"), ignore), std::runtime_error);
     std::filesystem::create_directory(documents_.Path("folder"));
     EXPECT_THROW(ExportStep(block, documents_.Path("folder"), ignore), std::runtime_error);
-    EXPECT_EQ(documents_.Files(), 2U);
+    EXPECT_EQ(2U, documents_.Files());
 }
 
 TEST_F(StepExport, DocumentThatIsReadIsNotReplaced)
@@ -354,7 +354,7 @@ TEST_F(StepExport, DocumentThatIsReadIsNotReplaced)
     for (const char* output : {"block.ZALPart", "p.ZALProduct", "other.step"})
         EXPECT_THROW(ExportStep(documents_.Path("p.ZALProduct"), documents_.Path(output), [](const std::string&) {}),
                      std::runtime_error);
-    EXPECT_EQ(ReadDocument(documents_.Path("block.ZALPart")).partNumber, "BLOCK");
+    EXPECT_EQ("BLOCK", ReadDocument(documents_.Path("block.ZALPart")).partNumber);
 }
 
 } // namespace openhost::testing

@@ -25,27 +25,11 @@ namespace openhost::testing {
 
 namespace {
 
-using Vector = std::array<double, 3>;
-
-Vector Between(const LvrMesh::Vector& from, const LvrMesh::Vector& to)
-{
-    return {double(to[0]) - from[0], double(to[1]) - from[1], double(to[2]) - from[2]};
-}
-
-Vector Cross(const Vector& a, const Vector& b)
-{
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
-double Dot(const Vector& a, const Vector& b)
-{
-    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-
 Vector FacetNormal(const LvrMesh& mesh, const LvrMesh::Triangle& triangle)
 {
-    const LvrMesh::Vector& corner = mesh.positions[triangle[0]];
-    return Cross(Between(corner, mesh.positions[triangle[1]]), Between(corner, mesh.positions[triangle[2]]));
+    const Vector corner = ToVector(mesh.positions[triangle[0]]);
+    return Cross(Difference(ToVector(mesh.positions[triangle[1]]), corner),
+                 Difference(ToVector(mesh.positions[triangle[2]]), corner));
 }
 
 /// Positive when the corners are counterclockwise as seen from outside.
@@ -53,8 +37,8 @@ double VolumeOf(const LvrMesh& mesh)
 {
     double volume = 0;
     for (const LvrMesh::Triangle& triangle : mesh.triangles)
-        volume += Dot(Between({}, mesh.positions[triangle[0]]),
-                      Cross(Between({}, mesh.positions[triangle[1]]), Between({}, mesh.positions[triangle[2]]))) /
+        volume += Dot(ToVector(mesh.positions[triangle[0]]),
+                      Cross(ToVector(mesh.positions[triangle[1]]), ToVector(mesh.positions[triangle[2]]))) /
                   6;
     return volume;
 }
@@ -89,7 +73,7 @@ void ExpectVertexNormalsToFollowTheTriangles(const LvrMesh& mesh)
     for (const LvrMesh::Triangle& triangle : mesh.triangles) {
         const Vector normal = FacetNormal(mesh, triangle);
         for (const std::uint32_t corner : triangle)
-            EXPECT_GT(Dot(normal, Between({}, mesh.normals[corner])), 0) << corner;
+            EXPECT_GT(Dot(normal, ToVector(mesh.normals[corner])), 0) << corner;
     }
 }
 
@@ -98,11 +82,11 @@ void ExpectVertexNormalsToFollowTheTriangles(const LvrMesh& mesh)
 TEST(Tessellation, ABoxIsTwelveTrianglesOfItsVolumeAndArea)
 {
     const LvrMesh mesh = TessellateShape(BRepPrimAPI_MakeBox(gp_Pnt(1, 2, 3), gp_Pnt(11, 22, 8)).Shape());
-    EXPECT_EQ(mesh.triangles.size(), 12U);
-    EXPECT_EQ(mesh.positions.size(), 24U) << "each face has vertices of its own";
+    EXPECT_EQ(12U, mesh.triangles.size());
+    EXPECT_EQ(24U, mesh.positions.size()) << "each face has vertices of its own";
     EXPECT_NEAR(VolumeOf(mesh), 1000, 1e-3);
     EXPECT_NEAR(AreaOf(mesh), 700, 1e-3);
-    EXPECT_EQ(BoxOf(mesh), (LvrBox{{1, 2, 3}, {11, 22, 8}}));
+    EXPECT_EQ((Box{{1, 2, 3}, {11, 22, 8}}), BoxOf(mesh));
     ExpectVertexNormalsToFollowTheTriangles(mesh);
 }
 

@@ -71,13 +71,14 @@ TEST(LightRepresentation, BytesStandWhereTheTableSays)
 {
     const std::string bytes = EncodeLvr(Corner());
     ASSERT_EQ(bytes.size(), 44U + 24 * 6 + 12 * 2);
-    EXPECT_EQ(bytes.substr(0, 4), "ZLVR");
-    EXPECT_EQ(bytes.substr(4, 16), std::string("\1\0\0\0\1\0\0\0\6\0\0\0\2\0\0\0", 16));
-    EXPECT_EQ((At<LvrBox>(bytes, 20)), (LvrBox{{0, 0, -4}, {2, 3, 0}}));
-    EXPECT_EQ((At<LvrMesh::Vector>(bytes, 44 + 12)), (LvrMesh::Vector{2, 0, 0}));
-    EXPECT_EQ((At<LvrMesh::Vector>(bytes, 44 + 12 * 6 + 12 * 3)), (LvrMesh::Vector{0, 1, 0}));
-    EXPECT_EQ((At<LvrMesh::Triangle>(bytes, 44 + 24 * 6 + 12)), (LvrMesh::Triangle{3, 4, 5}));
-    EXPECT_EQ(bytes.substr(44 + 12, 4), std::string("\0\0\0\x40", 4)) << "2 as a number of single precision";
+    EXPECT_EQ("ZLVR", bytes.substr(0, 4));
+    EXPECT_EQ(std::string("\1\0\0\0\1\0\0\0\6\0\0\0\2\0\0\0", 16), bytes.substr(4, 16));
+    EXPECT_EQ((LvrMesh::Vector{0, 0, -4}), (At<LvrMesh::Vector>(bytes, 20))) << "lowest corner";
+    EXPECT_EQ((LvrMesh::Vector{2, 3, 0}), (At<LvrMesh::Vector>(bytes, 20 + 12))) << "highest corner";
+    EXPECT_EQ((LvrMesh::Vector{2, 0, 0}), (At<LvrMesh::Vector>(bytes, 44 + 12)));
+    EXPECT_EQ((LvrMesh::Vector{0, 1, 0}), (At<LvrMesh::Vector>(bytes, 44 + 12 * 6 + 12 * 3)));
+    EXPECT_EQ((LvrMesh::Triangle{3, 4, 5}), (At<LvrMesh::Triangle>(bytes, 44 + 24 * 6 + 12)));
+    EXPECT_EQ(std::string("\0\0\0\x40", 4), bytes.substr(44 + 12, 4)) << "2 as a number of single precision";
 }
 
 TEST(LightRepresentation, ComesBackAsItWas)
@@ -138,7 +139,7 @@ TEST(LightRepresentation, NormalsThatAreNotOfLengthOneAreRefused)
     }
     LvrMesh mesh = Corner();
     mesh.normals[4] = {0.57735F, -0.57735F, 0.57735F};
-    EXPECT_EQ(Refusal(mesh), "");
+    EXPECT_EQ("", Refusal(mesh));
 }
 
 TEST(LightRepresentation, CornersThatAreNotThereAreRefused)
@@ -146,7 +147,7 @@ TEST(LightRepresentation, CornersThatAreNotThereAreRefused)
     const std::string bytes = EncodeLvr(Corner());
     for (const std::uint32_t corner : {6U, 0x7FFFFFFFU, 0xFFFFFFFFU})
         EXPECT_THAT(Refusal(With(bytes, FirstTriangle + 20, corner)), HasSubstr("corner")) << corner;
-    EXPECT_EQ(Refusal(With(bytes, FirstTriangle + 20, 0U)), "");
+    EXPECT_EQ("", Refusal(With(bytes, FirstTriangle + 20, 0U)));
 }
 
 TEST(LightRepresentation, ABoxThatIsNotThatOfThePositionsIsRefused)
@@ -176,7 +177,7 @@ TEST(LightRepresentation, ATooLargeMeshIsNotWritten)
     mesh.triangles.resize(std::size_t{MaximumLvrTriangles} + 1);
     EXPECT_THAT(Refusal(mesh), HasSubstr("too large"));
     EXPECT_THROW(AddPlaced(mesh, Corner(), {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}), LvrError);
-    EXPECT_EQ(mesh.positions.size(), 6U);
+    EXPECT_EQ(6U, mesh.positions.size());
 }
 
 TEST(LightRepresentation, PlacedPartsAreTurnedAndThenShifted)
@@ -184,12 +185,12 @@ TEST(LightRepresentation, PlacedPartsAreTurnedAndThenShifted)
     LvrMesh mesh = Corner();
     // A quarter turn about z.
     AddPlaced(mesh, Corner(), {0, -1, 0, 10, 1, 0, 0, 20, 0, 0, 1, 30});
-    ASSERT_EQ(mesh.positions.size(), 12U);
-    EXPECT_EQ(mesh.positions[7], (LvrMesh::Vector{10, 22, 30}));
-    EXPECT_EQ(mesh.positions[8], (LvrMesh::Vector{7, 20, 30}));
-    EXPECT_EQ(mesh.normals[9], (LvrMesh::Vector{-1, 0, 0})) << "a normal is not shifted";
-    EXPECT_EQ(mesh.triangles[3], (LvrMesh::Triangle{9, 10, 11}));
-    EXPECT_EQ(mesh.triangles[1], (LvrMesh::Triangle{3, 4, 5}));
+    ASSERT_EQ(12U, mesh.positions.size());
+    EXPECT_EQ((LvrMesh::Vector{10, 22, 30}), mesh.positions[7]);
+    EXPECT_EQ((LvrMesh::Vector{7, 20, 30}), mesh.positions[8]);
+    EXPECT_EQ((LvrMesh::Vector{-1, 0, 0}), mesh.normals[9]) << "a normal is not shifted";
+    EXPECT_EQ((LvrMesh::Triangle{9, 10, 11}), mesh.triangles[3]);
+    EXPECT_EQ((LvrMesh::Triangle{3, 4, 5}), mesh.triangles[1]);
 }
 
 TEST(LightRepresentationFile, ComesBackAsItWas)
@@ -208,7 +209,7 @@ TEST(LightRepresentationFile, AFailedWriteLeavesTheOldFileAndNothingBeside)
     EXPECT_THROW(WriteLvr(folder.Path() / "missing" / "a.lvr", Corner()), std::system_error);
     std::filesystem::create_directory(folder.Path() / "b.lvr");
     EXPECT_THROW(WriteLvr(folder.Path() / "b.lvr", Corner()), std::system_error);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 2);
+    EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator(folder.Path()), {}));
 }
 
 TEST(LightRepresentationFile, WhatCannotBeReadIsNamed)

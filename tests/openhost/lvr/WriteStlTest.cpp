@@ -48,7 +48,7 @@ TEST(Stl, HasAHeaderThatIsNotTheOneOfTextFilesAndTheNumberOfFacets)
     const std::string bytes = Read(folder.Path() / "a.stl");
     ASSERT_EQ(bytes.size(), 84U + 3 * 50);
     EXPECT_FALSE(bytes.starts_with("solid"));
-    EXPECT_EQ(bytes.substr(80, 4), std::string("\3\0\0\0", 4));
+    EXPECT_EQ(std::string("\3\0\0\0", 4), bytes.substr(80, 4));
 }
 
 TEST(Stl, FacetsAreTheTrianglesWithTheNormalsOfTheirPlanes)
@@ -57,19 +57,19 @@ TEST(Stl, FacetsAreTheTrianglesWithTheNormalsOfTheirPlanes)
     WriteStl(folder.Path() / "a.stl", Mesh());
     const std::string bytes = Read(folder.Path() / "a.stl");
     const Facet first = FacetAt(bytes, 0);
-    EXPECT_EQ(first.normal, (LvrMesh::Vector{0, 0, 1}));
-    EXPECT_EQ(first.corners[0], (LvrMesh::Vector{0, 0, 0}));
-    EXPECT_EQ(first.corners[1], (LvrMesh::Vector{2, 0, 0}));
-    EXPECT_EQ(first.corners[2], (LvrMesh::Vector{0, 3, 0}));
-    EXPECT_EQ(first.attribute, 0);
-    EXPECT_EQ(FacetAt(bytes, 1).normal, (LvrMesh::Vector{1, 0, 0}));
+    EXPECT_EQ((LvrMesh::Vector{0, 0, 1}), first.normal);
+    EXPECT_EQ((LvrMesh::Vector{0, 0, 0}), first.corners[0]);
+    EXPECT_EQ((LvrMesh::Vector{2, 0, 0}), first.corners[1]);
+    EXPECT_EQ((LvrMesh::Vector{0, 3, 0}), first.corners[2]);
+    EXPECT_EQ(0, first.attribute);
+    EXPECT_EQ((LvrMesh::Vector{1, 0, 0}), FacetAt(bytes, 1).normal);
 }
 
 TEST(Stl, ATriangleWithoutAreaHasNoNormal)
 {
     const TemporaryFolder folder;
     WriteStl(folder.Path() / "a.stl", Mesh());
-    EXPECT_EQ(FacetAt(Read(folder.Path() / "a.stl"), 2).normal, (LvrMesh::Vector{0, 0, 0}));
+    EXPECT_EQ((LvrMesh::Vector{0, 0, 0}), FacetAt(Read(folder.Path() / "a.stl"), 2).normal);
 }
 
 TEST(Stl, AMeshThatIsNoneLeavesTheOldFile)
@@ -77,7 +77,7 @@ TEST(Stl, AMeshThatIsNoneLeavesTheOldFile)
     const TemporaryFolder folder;
     std::ofstream(folder.Path() / "a.stl") << "old";
     EXPECT_THROW(WriteStl(folder.Path() / "a.stl", LvrMesh{}), LvrError);
-    EXPECT_EQ(Read(folder.Path() / "a.stl"), "old");
+    EXPECT_EQ("old", Read(folder.Path() / "a.stl"));
 }
 
 } // namespace openhost::testing

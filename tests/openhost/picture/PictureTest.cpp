@@ -25,9 +25,9 @@ Picture Decode(const std::string& bytes)
 
 TEST(PictureSize, IsWidthAndHeight)
 {
-    EXPECT_EQ(PictureSize::Parse("640x480"), (PictureSize{640, 480}));
-    EXPECT_EQ(PictureSize::Parse("1x8192"), (PictureSize{1, 8192}));
-    EXPECT_EQ(PictureSize::Parse("8192x1"), (PictureSize{8192, 1}));
+    EXPECT_EQ((PictureSize{640, 480}), PictureSize::Parse("640x480"));
+    EXPECT_EQ((PictureSize{1, 8192}), PictureSize::Parse("1x8192"));
+    EXPECT_EQ((PictureSize{8192, 1}), PictureSize::Parse("8192x1"));
 }
 
 TEST(PictureSize, AnythingElseIsRefused)

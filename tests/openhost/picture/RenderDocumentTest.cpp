@@ -99,7 +99,7 @@ TEST_F(Render, PictureHasItsSizeAndTheBackgroundInItsCorners)
     documents_.Box("a.ZALPart", "A", {0, 0, 0}, {10, 20, 5});
     for (const PictureSize size : {Size, PictureSize{1, 1}, PictureSize{64, 3}, PictureSize{31, 200}}) {
         const Picture picture = Draw("a.ZALPart", size);
-        EXPECT_EQ(picture.size, size);
+        EXPECT_EQ(size, picture.size);
         ASSERT_EQ(picture.pixels.size(), static_cast<std::size_t>(size.width * size.height));
         if (size.width > 8 && size.height > 8) {
             EXPECT_EQ(picture.At(0, 0), BackgroundColor);
@@ -202,7 +202,7 @@ TEST_F(Render, OrderOfTheChildrenDoesNotDecideWhatIsSeen)
     for (std::size_t i = 0; i < picture.pixels.size(); ++i)
         if ((picture.pixels[i] == BackgroundColor) != (turned.pixels[i] == BackgroundColor))
             ++borders;
-    EXPECT_EQ(borders, 0);
+    EXPECT_EQ(0, borders);
     // The nearer block shows in its colour in both, which is another one in each.
     const Color middle = picture.At(Size.width / 2 + 10, Size.height / 2 + 40);
     const Color middleTurned = turned.At(Size.width / 2 + 10, Size.height / 2 + 40);
@@ -284,11 +284,11 @@ TEST_F(Render, LargePictureIsTheSmallOneEnlarged)
 TEST_F(Render, DocumentWithoutGeometryIsBackground)
 {
     documents_.Product("empty.ZALProduct", "EMPTY", {});
-    EXPECT_EQ(Drawn(Draw("empty.ZALProduct")).pixels, 0);
+    EXPECT_EQ(0, Drawn(Draw("empty.ZALProduct")).pixels);
     CadDocument bare;
     bare.partNumber = "BARE";
     WriteDocument(bare, documents_.Path("bare.ZALPart"));
-    EXPECT_EQ(Drawn(Draw("bare.ZALPart")).pixels, 0);
+    EXPECT_EQ(0, Drawn(Draw("bare.ZALPart")).pixels);
 }
 
 TEST_F(Render, MissingChildIsToldAndLeftOut)
@@ -346,7 +346,7 @@ TEST_F(Render, FileIsWrittenWholeOrNotAtAll)
     EXPECT_THROW(DrawDocument(documents_.Path("a.ZALPart"), documents_.Path("a.ZALPart"), Size, ignore),
                  std::runtime_error);
     EXPECT_EQ(documents_.Files(), files);
-    EXPECT_EQ(ReadDocument(documents_.Path("a.ZALPart")).partNumber, "A");
+    EXPECT_EQ("A", ReadDocument(documents_.Path("a.ZALPart")).partNumber);
 }
 
 } // namespace openhost::testing

@@ -1,7 +1,6 @@
-#include "openhost/documents/Placement.h"
+#include "openhost/space/Placement.h"
 
 #include <cmath>
-#include <cstddef>
 
 namespace openhost {
 
