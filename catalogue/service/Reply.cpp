@@ -12,7 +12,7 @@ namespace catalogue {
 
 namespace {
 
-constexpr std::size_t LargestPiece = std::size_t{256} << 10;
+constexpr std::size_t MaximumPieceSize = std::size_t{256} << 10;
 
 std::string Quote(const std::string& text)
 {
@@ -112,7 +112,7 @@ public:
         if (pieceSize_ > 0 && sent_ > 0 && sent_ % pieceSize_ == 0 && stop_.WaitFor(pause_))
             return false;
 
-        std::uint64_t size = std::min<std::uint64_t>(most, LargestPiece);
+        std::uint64_t size = std::min<std::uint64_t>(most, MaximumPieceSize);
         if (pieceSize_ > 0)
             size = std::min(size, pieceSize_ - sent_ % pieceSize_);
         if (cut_)
@@ -204,7 +204,7 @@ void WriteReply(const ReplyOptions& options, Download download, const httplib::R
     }
 
     const auto provider = [sender](std::size_t offset, httplib::DataSink& sink) {
-        return sender->Send(offset, LargestPiece, sink);
+        return sender->Send(offset, MaximumPieceSize, sink);
     };
     if (options.framing == Framing::Chunked) {
         response.set_chunked_content_provider(type, provider);

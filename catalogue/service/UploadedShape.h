@@ -21,7 +21,7 @@ public:
 };
 
 /// The mesh of the one entry "*.lvr" that the zip archive `archive` holds. Throws UploadError for an archive that is
-/// none, is damaged, or holds anything else, and openhost::LvrError for an entry that is no light representation.
+/// none, is damaged, or holds anything else, and openhost::LvrError for an entry that is not a light representation.
 openhost::LvrMesh ReadUploadedShape(std::string_view archive);
 
 } // namespace catalogue

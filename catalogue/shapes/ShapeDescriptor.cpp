@@ -22,7 +22,7 @@ using openhost::Vector;
 /// docs/shape-search.md has the figures.
 constexpr std::size_t Samples = 2048;
 /// Distances are counted up to this part of the mean distance; what is farther falls into the last bin.
-constexpr double LargestDistance = 2.5;
+constexpr double MaximumDistance = 2.5;
 
 /// Faster than openhost::Length, for each of millions of pairs; coordinates of light representations are bounded.
 double Length(const Vector& a)
@@ -186,7 +186,7 @@ ShapeDescriptor DescribeShape(const openhost::LvrMesh& mesh)
     const Surface surface = MeasureSurface(mesh);
     const std::vector<Sample>& samples = surface.samples;
     const double size = MeanDistance(samples);
-    if (!(size >= SmallestShapeSize && size <= LargestShapeSize))
+    if (!(size >= MinimumShapeSize && size <= MaximumShapeSize))
         throw ShapeError("the shape is too small or too large to be compared");
 
     PairCounts turning{};
@@ -200,7 +200,7 @@ ShapeDescriptor DescribeShape(const openhost::LvrMesh& mesh)
             const double cosine = Dot(samples[one].normal, samples[other].normal);
             const double away =
                 length > 0 ? (Dot(samples[other].normal, way) - Dot(samples[one].normal, way)) / (2 * length) : 0;
-            const double distance = length / size / LargestDistance * (ShapeDescriptor::DistanceBins - 1);
+            const double distance = length / size / MaximumDistance * (ShapeDescriptor::DistanceBins - 1);
             Count(turning, distance, half * (1 + cosine), weight);
             Count(facing, distance, half * (1 + away), weight);
         }

@@ -36,8 +36,8 @@ struct ShapeDescriptor {
 };
 
 /// Range of `size`. What is smaller or larger has no descriptor.
-inline constexpr double SmallestShapeSize = 1e-6;
-inline constexpr double LargestShapeSize = 1e10;
+inline constexpr double MinimumShapeSize = 1e-6;
+inline constexpr double MaximumShapeSize = 1e10;
 
 /// The descriptor of `mesh`, nearly the same for any sufficiently fine tessellation of a shape, whatever the order of
 /// its triangles. Equal meshes give equal descriptors. Throws ShapeError for a surface without area

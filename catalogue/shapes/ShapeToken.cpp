@@ -109,7 +109,7 @@ ShapeDescriptor DecodeShapeToken(std::string_view token)
     if (bytes.Take(1) != Version)
         throw ShapeError("the query is of another version");
     ShapeDescriptor descriptor;
-    descriptor.size = Within(bytes.TakeReal(), SmallestShapeSize, LargestShapeSize);
+    descriptor.size = Within(bytes.TakeReal(), MinimumShapeSize, MaximumShapeSize);
     for (float* part : {&descriptor.fullness, &descriptor.breadth, &descriptor.height})
         *part = Within(bytes.TakeReal(), 0, 1);
     for (ShapeDescriptor::Histogram* histogram : {&descriptor.turning, &descriptor.facing})

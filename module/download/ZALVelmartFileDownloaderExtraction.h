@@ -13,7 +13,7 @@ HRESULT ExtractFiles(const ZALUnicodeString& archive, const ZALUnicodeString& fo
                      ZALListValZALUnicodeString& files);
 
 /// Finds the root of the assembly among `files`: the product that no other one refers to. `rootIndex` counts
-/// from 1 and is -1 when there is no product. E_FAIL when the root is not certain; `rootIndex` then holds the
+/// from 1 and is -1 when there is not a product. E_FAIL when the root is not certain; `rootIndex` then holds the
 /// product that is taken for it.
 HRESULT FindRootProduct(const ZALListValZALUnicodeString& files, int& rootIndex);
 

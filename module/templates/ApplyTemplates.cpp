@@ -123,8 +123,8 @@ HRESULT PlaceChildren(const TemplateRun& run, const ZALIProduct_var& sourceRoot,
             ProducedDocuments[identity] = document;
         }
 
-        // Without a part template, or where the result stood already, there is no document, and this fails: a product
-        // template needs a part template.
+        // Without a part template, or where the result stood already, there is not a document, and this fails: a
+        // product template needs a part template.
         if (FAILED(AddPositionedComponent(templateRoot, PrdGiveDocRootProduct(document), position)))
             return E_FAIL;
     }

@@ -144,7 +144,7 @@ LoadedDocument& CadWorkspace::FatherOf(const WorkspaceProduct& component, const 
 {
     LoadedDocument* document = father.reference_;
     if (!document || component.isRoot_ || component.owner_ != document)
-        throw CadWorkspaceError(component.name_ + ": the product is no component of " + father.name_);
+        throw CadWorkspaceError(component.name_ + ": the product is not a component of " + father.name_);
     return *document;
 }
 
@@ -196,7 +196,7 @@ void CadWorkspace::Replace(WorkspaceProduct& component, LoadedDocument& referenc
 void CadWorkspace::MoveComponent(WorkspaceProduct& component, const Placement& placement)
 {
     if (component.isRoot_ || !component.owner_)
-        throw CadWorkspaceError(component.name_ + ": the product is no component");
+        throw CadWorkspaceError(component.name_ + ": the product is not a component");
     component.placement_ = placement;
     SetChanged(*component.owner_);
 }

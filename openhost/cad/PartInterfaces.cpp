@@ -25,7 +25,7 @@ std::vector<PartFeature*> FeaturesOf(const ZALListValZALBaseUnknown_var& objects
     for (int index = 1; index <= objects.Size(); ++index) {
         features.push_back(FeatureOf(objects[index].Get()));
         if (!features.back())
-            throw CadWorkspaceError("the object is no feature of the workspace");
+            throw CadWorkspaceError("the object is not a feature of the workspace");
     }
     return features;
 }

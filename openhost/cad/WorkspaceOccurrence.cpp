@@ -29,7 +29,7 @@ ProductWay WayOf(ZALBaseUnknown& product)
         way.push_back(own);
     }
     if (way.empty())
-        throw CadWorkspaceError("the object is no product of the workspace");
+        throw CadWorkspaceError("the object is not a product of the workspace");
     for (std::size_t step = 0; step < way.size(); ++step)
         if (!way[step]->Owner() || (step > 0 && way[step - 1]->Reference() != way[step]->Owner()))
             throw CadWorkspaceError(way.back()->Name() + ": the product does not stand where it stood");

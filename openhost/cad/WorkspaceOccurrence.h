@@ -37,7 +37,7 @@ inline constexpr std::size_t MaximumInstances = 1'000'000;
 
 // `product` is a WorkspaceProduct or a WorkspaceOccurrence. All throw CadWorkspaceError.
 
-/// The instances below `product` at all levels, each before those below it. Fails for what is no product.
+/// The instances below `product` at all levels, each before those below it. Fails for what is not a product.
 std::vector<ZALBaseUnknown_var> InstancesBelow(ZALBaseUnknown& product);
 /// The position of `product` in the system of `reference`, or of the root of its tree when that is null. Fails when
 /// they stand in no common tree.

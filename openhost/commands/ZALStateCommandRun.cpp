@@ -14,10 +14,10 @@
 namespace {
 
 /// Transitions that one value may cause. A graph that needs more runs in a circle.
-constexpr int MostTransitions = 1000;
+constexpr int MaximumTransitions = 1000;
 
 /// Levels of resource files. A list that is longer has no end.
-constexpr int MostLevels = 32;
+constexpr int MaximumLevels = 32;
 
 } // namespace
 
@@ -129,7 +129,7 @@ void ZALStateCommandRun::TakeTransitions()
         });
         if (next == transitions.end())
             return;
-        if (taken == MostTransitions) {
+        if (taken == MaximumTransitions) {
             End("cancelled", true);
             return;
         }
@@ -167,7 +167,7 @@ openhost::journal::Prompt ZALStateCommandRun::DescribePrompt() const
 {
     const std::string key = active->GetResourceID().CastToCharPtr();
     ZALUnicodeString text;
-    for (int level = 0; level < MostLevels && text.GetLengthInChar() == 0; ++level) {
+    for (int level = 0; level < MaximumLevels && text.GetLengthInChar() == 0; ++level) {
         const ZALString file = command->GetResourceFilename(level);
         if (file.GetLengthInChar() == 0)
             break;

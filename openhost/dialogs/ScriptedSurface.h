@@ -77,7 +77,7 @@ public:
     void Hidden(ZALDialog& dialog) override;
     void Changed(ZALDialog& dialog) override;
     void Ended(ZALDialog& dialog) override;
-    /// An answer of the script comes from the event loop, behind what is pending there when the question is asked.
+    /// An answer of the script comes from the event loop, after what is pending there when the question is asked.
     int Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title) override;
     bool OffersFileBoxes() const override { return offersFileBoxes_; }
 

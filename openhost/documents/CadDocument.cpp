@@ -28,7 +28,7 @@ constexpr StreamForm ChildrenForm{"Children", "ZCHD", 1, 256 << 20};
 constexpr StreamForm GeometryForm{"Geometry", "ZGEO", 1, std::uint64_t{1} << 30};
 
 /// Smallest sine of the angle between the directions of a camera.
-constexpr double SmallestSine = 1e-6;
+constexpr double MinimumSine = 1e-6;
 
 constexpr std::string_view Units[] = {"mm", "cm", "m", "in"};
 
@@ -72,7 +72,7 @@ void CheckCameras(const CadDocument& document)
         if (camera.name.empty())
             throw DocumentStreamError("a camera has no name");
         const double lengths = Length(camera.sight) * Length(camera.up);
-        if (!(lengths > 0) || !(Length(Cross(camera.sight, camera.up)) > SmallestSine * lengths) || !(camera.scale > 0))
+        if (!(lengths > 0) || !(Length(Cross(camera.sight, camera.up)) > MinimumSine * lengths) || !(camera.scale > 0))
             throw DocumentStreamError("camera " + camera.name + " shows nothing");
     }
 }

@@ -81,7 +81,7 @@ void StreamWriter::PutText(std::string_view text)
     if (text.size() > StreamReader::MaximumTextSize)
         throw DocumentStreamError("a text is too long");
     if (!IsPlainText(text))
-        throw DocumentStreamError("a text is no plain UTF-8");
+        throw DocumentStreamError("a text is not plain UTF-8");
     PutNumber(static_cast<std::uint32_t>(text.size()));
     bytes_ += text;
 }
@@ -138,7 +138,7 @@ std::string StreamReader::TakeText()
         throw DocumentStreamError("a text is too long");
     const std::string_view text = Take(size);
     if (!IsPlainText(text))
-        throw DocumentStreamError("a text is no plain UTF-8");
+        throw DocumentStreamError("a text is not plain UTF-8");
     return std::string(text);
 }
 
@@ -158,7 +158,7 @@ std::string_view StreamReader::TakeRest()
 void StreamReader::ExpectEnd() const
 {
     if (!rest_.empty())
-        throw DocumentStreamError("something stands behind the end of the stream");
+        throw DocumentStreamError("something stands after the end of the stream");
 }
 
 } // namespace openhost

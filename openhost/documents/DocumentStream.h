@@ -1,4 +1,4 @@
-// The byte form of the data streams of a document: little endian, behind a head with a mark, a version, the
+// The byte form of the data streams of a document: little endian, after a head with a mark, a version, the
 // length and a CRC-32 of what follows.
 #pragma once
 
@@ -20,7 +20,7 @@ class StreamWriter {
 public:
     void PutNumber(std::uint32_t number);
     void PutReal(double number);
-    /// UTF-8 behind its length in bytes. Throws for a text that a reader would refuse.
+    /// UTF-8 after its length in bytes. Throws for a text that a reader would refuse.
     void PutText(std::string_view text);
     void PutBytes(std::string_view bytes) { bytes_ += bytes; }
     /// The stream with its head. `mark` has four characters.

@@ -10,7 +10,7 @@ namespace openhost {
 /// Writes the tree, the properties, parameters, features and cameras, the size of the geometry, and the link table of
 /// the document `path` to `output`; what a document lacks is left out. The tree follows the links to files beside the
 /// document; a file that is missing, damaged or part of itself is named as such in its line. A control character of a
-/// name is shown as a blank. Throws CompoundFileError when `path` itself is no document.
+/// name is shown as a blank. Throws CompoundFileError when `path` itself is not a document.
 void ShowDocument(const std::filesystem::path& path, std::ostream& output);
 
 /// Writes the same of two documents in two columns, the same kinds of things beside each other. Throws as above before

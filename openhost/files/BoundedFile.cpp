@@ -9,7 +9,7 @@ std::string ReadBounded(const std::filesystem::path& path, std::size_t limit)
 {
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error))
-        throw std::runtime_error("it is no regular file");
+        throw std::runtime_error("it is not a regular file");
     const std::uintmax_t size = std::filesystem::file_size(path, error);
     if (!error && size > limit)
         throw std::runtime_error("it is larger than " + std::to_string(limit) + " bytes");

@@ -70,7 +70,7 @@ bool IsRegularFile(int descriptor)
 }
 
 // One call of the system takes no more than this, which is below its own limit on every platform.
-constexpr std::size_t LargestTransfer = std::size_t{1} << 30;
+constexpr std::size_t MaximumTransferSize = std::size_t{1} << 30;
 
 class SystemFiles final : public FileServices {
 public:
@@ -113,7 +113,7 @@ public:
 
         char* const bytes = static_cast<char*>(buffer);
         while (count < size) {
-            const std::size_t wanted = std::min<std::size_t>(size - count, LargestTransfer);
+            const std::size_t wanted = std::min<std::size_t>(size - count, MaximumTransferSize);
             const ssize_t done = Retry([&] { return ::read(descriptor, bytes + count, wanted); });
             if (done < 0)
                 return E_FAIL;
@@ -133,7 +133,7 @@ public:
 
         const char* const source = static_cast<const char*>(bytes);
         while (count < size) {
-            const std::size_t wanted = std::min<std::size_t>(size - count, LargestWrite);
+            const std::size_t wanted = std::min<std::size_t>(size - count, MaximumWriteSize);
             const ssize_t done = Retry([&] { return ::write(descriptor, source + count, wanted); });
             if (done <= 0)
                 return E_FAIL;

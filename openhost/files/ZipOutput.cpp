@@ -17,7 +17,7 @@ constexpr int FolderFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
 constexpr int NewFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
 // Longest path that the operations by path, such as a stat, can name afterwards.
-constexpr std::size_t LongestPath = 4095;
+constexpr std::size_t MaximumPathLength = 4095;
 
 [[noreturn]] void Fail(const std::string& what)
 {
@@ -37,7 +37,7 @@ std::vector<std::string> ComponentsBelow(std::string_view path)
     std::vector<std::string> components;
     if (path.empty() || path[0] == '/' || path[0] == '\\')
         throw std::runtime_error("no relative path");
-    if (path.size() > LongestPath || path.find('\0') != std::string_view::npos)
+    if (path.size() > MaximumPathLength || path.find('\0') != std::string_view::npos)
         throw std::runtime_error("no path of the system");
     if (IsDriveLetter(path))
         throw std::runtime_error("a path with a drive letter");
@@ -64,7 +64,7 @@ ZipOutput::ZipOutput(const std::string& folder, std::vector<std::string> compone
     std::size_t length = folder.size();
     for (const std::string& component : components_)
         length += 1 + component.size();
-    if (length > LongestPath)
+    if (length > MaximumPathLength)
         throw std::runtime_error("a path too long");
 }
 

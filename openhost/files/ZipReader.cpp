@@ -16,7 +16,7 @@ namespace openhost {
 namespace {
 
 // The end record, which every archive has.
-constexpr std::uint64_t SmallestArchive = 22;
+constexpr std::uint64_t MinimumArchiveSize = 22;
 
 // What is read to find the directory: the end record with the longest comment, and the records of Zip64.
 constexpr std::uint64_t ReadingBesideDirectory = std::uint64_t{256} << 10;
@@ -87,7 +87,7 @@ ZipReader::Implementation::Implementation(const std::string& path, const ZipLimi
     : limits_(limits), source_(path)
 {
     // libzip takes an empty file for an archive without entries.
-    if (source_.Size() < SmallestArchive)
+    if (source_.Size() < MinimumArchiveSize)
         Fail("no archive");
 
     zip_error_t error;

@@ -48,7 +48,7 @@ public:
     /// Begins with the content of `entry`. Throws std::runtime_error for one that is no file or folder, is
     /// encrypted, packed by another method than deflate, or passes a limit.
     void Start(std::size_t entry);
-    /// The next piece, valid until the next call. Not to be called behind the last one. Throws
+    /// The next piece, valid until the next call. Not to be called after the last one. Throws
     /// std::runtime_error for a damaged entry.
     Piece Next();
 

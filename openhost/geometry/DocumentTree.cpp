@@ -143,7 +143,7 @@ void WriteMadeOf(const DocumentTree& tree, const std::filesystem::path& output, 
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(output, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
-        throw DocumentTreeError("cannot write " + output.string() + ": it is no regular file");
+        throw DocumentTreeError("cannot write " + output.string() + ": it is not a regular file");
     WriteFileAtomically(output, content);
 }
 

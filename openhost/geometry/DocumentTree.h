@@ -63,7 +63,7 @@ DocumentTree ReadDocumentTree(DocumentSource& source, const std::string& root, c
 DocumentTree ReadDocumentTree(const std::filesystem::path& path, const Warning& warn);
 
 /// Writes `content`, made of `tree`, to `output`: whole or not at all. Refuses to replace a document of the tree or
-/// what is no regular file.
+/// what is not a regular file.
 void WriteMadeOf(const DocumentTree& tree, const std::filesystem::path& output, std::string_view content);
 
 } // namespace openhost

@@ -18,7 +18,7 @@ public:
         std::optional<int> code = 200; ///< without a code no head comes
         HttpHeaders headers{};
         std::vector<std::string> chunks{};
-        std::uint64_t total = 0; ///< as reported behind each chunk
+        std::uint64_t total = 0; ///< as reported after each chunk
         TransferEnd end = TransferEnd::Finished;
     };
 

@@ -69,7 +69,7 @@ RunEnd WaitingEventLoop::RunUntil(const std::function<bool()>& done, std::option
 
 void WaitingEventLoop::Collect(std::optional<EventQueue::Time> limit)
 {
-    constexpr std::chrono::milliseconds LongestWait = std::chrono::hours(24); // backends count in 32 bits
+    constexpr std::chrono::milliseconds MaximumWait = std::chrono::hours(24); // backends count in 32 bits
     queue_.QueueTimers(Now());
 
     const bool wait = !queue_.HasEvents() && (queue_.HasTimers() || HasWatches());
@@ -79,7 +79,7 @@ void WaitingEventLoop::Collect(std::optional<EventQueue::Time> limit)
     std::optional<std::chrono::milliseconds> longest;
     if (end) {
         const auto left = std::max(*end - Now(), EventQueue::Time{0});
-        longest = std::min(std::chrono::ceil<std::chrono::milliseconds>(left), LongestWait);
+        longest = std::min(std::chrono::ceil<std::chrono::milliseconds>(left), MaximumWait);
     }
     TakeTurn(wait, longest);
 

@@ -131,7 +131,7 @@ LvrMesh ReadLvrBytes(std::string_view bytes)
         throw LvrError("the file is too short for a light representation");
     std::memcpy(&header, bytes.data(), sizeof(header));
     if (header.mark != Mark)
-        throw LvrError("the file is no light representation");
+        throw LvrError("the file is not a light representation");
     if (header.version != Version)
         throw LvrError("the light representation has the unknown version " + std::to_string(header.version));
     if (header.unit != Millimetres)

@@ -27,7 +27,7 @@ const Placement ToView = [] {
 constexpr double Margin = 0.06;
 /// Deflection of the triangles in pixels, and its least part of the size of the document.
 constexpr double DeflectionInPixels = 0.2;
-constexpr double LeastDeflection = 2e-5;
+constexpr double MinimumDeflection = 2e-5;
 /// A document of a greater extent in millimetres is none of this world, and its numbers overflow.
 constexpr double MaximumExtent = 1e9;
 
@@ -132,7 +132,7 @@ private:
     void MeshParts(const Box& box)
     {
         const double deflection =
-            std::max(DeflectionInPixels * PixelSize(box, size_), LeastDeflection * box.Diagonal());
+            std::max(DeflectionInPixels * PixelSize(box, size_), MinimumDeflection * box.Diagonal());
         colors_.resize(tree_.size());
         std::size_t parts = 0;
         for (const PlacedDocument& placed : placed_) {

@@ -15,11 +15,11 @@ namespace openhost {
 
 namespace {
 
-constexpr std::int64_t LargestButton = 1'000;
+constexpr std::int64_t MaximumButton = 1'000;
 
 int ReadButton(const LocatedJson& value, const std::string& name)
 {
-    return static_cast<int>(ReadInteger(value, name, 0, LargestButton));
+    return static_cast<int>(ReadInteger(value, name, 0, MaximumButton));
 }
 
 /// {"answer": {"dialog": NAME, "button": N}}

@@ -17,7 +17,7 @@ namespace openhost {
 
 namespace {
 
-constexpr double LongestCoordinate = 1e6; // 1 km in millimetres
+constexpr double MaximumCoordinate = 1e6; // 1 km in millimetres
 constexpr double FullTurn = 360;
 
 /// The way through the tree of the active document by the names `names`.
@@ -57,7 +57,6 @@ void Highlight(SessionPlayer& player, const std::string& text)
 // ---------------------------------------------------------------------------------------------
 // {"move": "Root/Child.2", "at": [X, Y, Z], "axis": [X, Y, Z], "angle": DEGREES}
 
-
 struct Move {
     std::string names;
     Vector at{};
@@ -71,7 +70,7 @@ Vector ReadVector(const LocatedJson& value, const std::string& name)
         throw LocatedError(value.line, "\"" + name + "\" must be a list of three numbers");
     Vector vector{};
     for (std::size_t i = 0; i < vector.size(); ++i)
-        vector[i] = ReadNumber(value.items[i], name, -LongestCoordinate, LongestCoordinate);
+        vector[i] = ReadNumber(value.items[i], name, -MaximumCoordinate, MaximumCoordinate);
     return vector;
 }
 
@@ -115,7 +114,7 @@ void Do(const Move& move, SessionPlayer& player)
     path->InitToLeafElement();
     auto* component = dynamic_cast<WorkspaceProduct*>(path->GetNextFatherObject());
     if (!component || component->IsRoot())
-        throw StepFailure("\"" + names + "\" is no component");
+        throw StepFailure("\"" + names + "\" is not a component");
     player.Cad().MoveComponent(*component, ToPlacement(move));
 }
 

@@ -7,13 +7,13 @@ namespace openhost {
 namespace {
 constexpr int Mebibyte = 1 << 20;
 /// A larger block comes from the system, and goes back there at once.
-constexpr int LargestKept = 16 * Mebibyte;
+constexpr int MaximumKept = 16 * Mebibyte;
 constexpr int KeptInAll = 32 * Mebibyte;
 } // namespace
 
 bool KeepFreedMemory()
 {
-    return mallopt(M_MMAP_THRESHOLD, LargestKept) == 1 && mallopt(M_TRIM_THRESHOLD, KeptInAll) == 1;
+    return mallopt(M_MMAP_THRESHOLD, MaximumKept) == 1 && mallopt(M_TRIM_THRESHOLD, KeptInAll) == 1;
 }
 
 } // namespace openhost

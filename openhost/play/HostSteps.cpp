@@ -11,7 +11,7 @@ namespace openhost {
 
 namespace {
 
-constexpr double LongestWait = 86'400; // seconds, like the next one
+constexpr double MaximumWait = 86'400; // seconds, like the next one
 constexpr double UsualWait = 60;
 
 /// {"command": NAME}
@@ -105,7 +105,7 @@ struct Wait {
 
 double ReadSeconds(const LocatedJson& value, const std::string& name)
 {
-    return ReadNumber(value, name, 0, LongestWait);
+    return ReadNumber(value, name, 0, MaximumWait);
 }
 
 StepAction ReadWait(const LocatedJson& step, const std::string& key)

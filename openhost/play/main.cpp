@@ -219,7 +219,7 @@ CLI::App* AddPlay(CLI::App& app, PlayArguments& arguments)
         ->type_name("FILE")
         ->envname("OPENHOST_MODULE");
     play->footer("Exit status: 0 every step is done; 1 a step has failed, the last line of the journal says which;\n"
-                 "2 the file is no valid session.\n\n"
+                 "2 the file is not a valid session.\n\n"
                  "Example: openhost play bolt.json --account --set BASE=http://127.0.0.1:8080");
     return play;
 }
@@ -235,7 +235,7 @@ CLI::App* AddShow(CLI::App& app, Files& files)
     show->add_option("FILE", files.document, "the document")->type_name("")->required();
     show->add_option("OTHER", files.other, "another one, shown beside it")->type_name("");
     show->footer("Prints the tree, the properties, parameters, features and cameras, and the link table.\n"
-                 "Exit status: 0, or 1 when a file is no document.\n\n"
+                 "Exit status: 0, or 1 when a file is not a document.\n\n"
                  "Example: openhost show bracket.ZALProduct");
     return show;
 }

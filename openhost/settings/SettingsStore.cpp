@@ -44,12 +44,12 @@ SettingsValues ValuesIn(const Json& object)
     SettingsValues values;
     if (const auto flag = object.find(SettingsStore::DoNotRemindDownloadLocation); flag != object.end()) {
         if (!flag->is_boolean())
-            throw std::runtime_error("DoNotRemindDownloadLocation is no boolean");
+            throw std::runtime_error("DoNotRemindDownloadLocation must be a boolean");
         values.doNotRemindDownloadLocation = flag->get<bool>();
     }
     if (const auto folder = object.find(SettingsStore::DownloadLocation); folder != object.end()) {
         if (!folder->is_string())
-            throw std::runtime_error("DownloadLocation is no text");
+            throw std::runtime_error("DownloadLocation must be text");
         values.downloadLocation = FromUtf8(folder->get_ref<const std::string&>());
     }
     return values;
@@ -61,7 +61,7 @@ char LockIn(const Json& locks, const char* name)
     if (lock == locks.end())
         return '-';
     if (!lock->is_string() || lock->get_ref<const std::string&>().size() != 1)
-        throw std::runtime_error(std::string("the lock of ") + name + " is no single character");
+        throw std::runtime_error(std::string("the lock of ") + name + " must be a single character");
     return lock->get_ref<const std::string&>().front();
 }
 
@@ -72,7 +72,7 @@ const Json& ObjectIn(const Json& document, const char* name)
     if (member == document.end())
         return Nothing;
     if (!member->is_object())
-        throw std::runtime_error(std::string(name) + " is no object");
+        throw std::runtime_error(std::string(name) + " must be an object");
     return *member;
 }
 

@@ -492,7 +492,7 @@ TEST_F(DownloadLocationDialog, HasStoredTheSettingsWhenItReportsAndEndsAfterward
         EXPECT_FALSE(StoredFlag());
         EXPECT_EQ(1, Saves());
         Loop().RunUntilIdle();
-        EXPECT_TRUE(IsOpen()) << "the end is asked for behind the report";
+        EXPECT_TRUE(IsOpen()) << "the end is asked for after the report";
     });
     listener.Subscribe(dialog, OKNotif);
     Push("OK");
@@ -660,7 +660,7 @@ TEST_P(CancelledDownloadLocationDialog, ReportsAndEndsWithoutAChange)
         EXPECT_EQ(publisher, dialog);
         EXPECT_STREQ(notification->IsA(), CancelNotif);
         Loop().RunUntilIdle();
-        EXPECT_TRUE(IsOpen()) << "the end is asked for behind the report";
+        EXPECT_TRUE(IsOpen()) << "the end is asked for after the report";
     });
     listener.Subscribe(dialog, CancelNotif);
     EXPECT_EQ(PushResult::Done, Push(GetParam()));

@@ -177,7 +177,7 @@ INSTANTIATE_TEST_SUITE_P(
                  "part.zip"},
         NameCase{"FirstTypeOnly", {{Type, "application/zip"}, {Type, Bytes}, {Name, Named}}, Zip},
         NameCase{"OtherHeaders", {{"content-types", Bytes}, {"x-content-disposition", Named}}, Zip},
-        NameCase{"LongestName", {{Type, Bytes}, {Name, "attachment; filename=" + Longest}}, Longest.c_str()}));
+        NameCase{"MaximumNameLength", {{Type, Bytes}, {Name, "attachment; filename=" + Longest}}, Longest.c_str()}));
 
 TEST_F(DataHandler, ErrorNameNeedsAResponse)
 {

@@ -175,7 +175,7 @@ TEST_F(FindSimilarUpload, FailsWhenTheHostRefusesToSend)
     Transport().RefuseNext();
     ConfigureFrame({.applicationDocument = false, .editor = true}); // no warning, which would run the loop first
     Select(*leaf_);
-    Loop().Post([] { EXPECT_TRUE(Command::IsUploading()) << "the request goes behind the message"; });
+    Loop().Post([] { EXPECT_TRUE(Command::IsUploading()) << "the request goes after the message"; });
     Start();
     EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
     EXPECT_TRUE(HasEnded());

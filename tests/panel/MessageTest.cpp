@@ -31,7 +31,7 @@ TEST_F(PanelMessage, TextThatIsNoMessageFailsWithoutATraceOrAChange)
           R"([{"event":"velmart_ready","content":{}}])", R"({"event":"velmart_ready","content":{}} x)",
           R"({"event":"velmart_ready","content":{},})", R"({'event':'velmart_ready','content':{}})",
           R"({"event":"velmart_ready","content":1e999})", R"({"event":"velmart_ready","content":NaN})",
-          // The event is no text.
+          // The event is not text.
           R"({"content":{}})", R"({"event":1,"content":{}})", R"({"event":1.5,"content":{}})",
           R"({"event":null,"content":{}})", R"({"event":true,"content":{}})",
           R"({"event":["velmart_ready"],"content":{}})", R"({"event":{"velmart_ready":1},"content":{}})",

@@ -29,7 +29,7 @@ public:
     ZipBytes& NamedInCP437();
     /// The name is flagged as UTF-8, whatever its bytes are.
     ZipBytes& NamedInUTF8();
-    /// Sizes and checksum stand behind the data and are zero in the local header.
+    /// Sizes and checksum stand after the data and are zero in the local header.
     ZipBytes& WithDataDescriptor();
     /// Sizes and offset stand in the Zip64 extra field.
     ZipBytes& WithZip64();

@@ -92,19 +92,18 @@ TEST(ScriptedFileHash, IsEmptyAfterAFailureAndClosesTheFile)
         std::function<void(ScriptedFiles&, ScriptedHashes&)> cause;
         int calls; ///< that are made after the size has been asked for
     };
-    const Row rows[] = {
-        {"no size", [](auto& files, auto&) { files.sizeResult = E_FAIL; }, 0},
-        {"an empty file", [](auto& files, auto&) { files.size = 0; }, 0},
-        {"no hash", [](auto&, auto& hashes) { hashes.initResult = E_FAIL; }, 1},
-        {"the first read", [](auto& files, auto&) { files.failingRead = 1; }, 2},
-        {"a short first read", [](auto& files, auto&) { files.shortRead = 1; }, 2},
-        {"the first update", [](auto&, auto& hashes) { hashes.failingUpdate = 1; }, 3},
-        {"the last read", [](auto& files, auto&) { files.failingRead = 2; }, 4},
-        {"a short last read", [](auto& files, auto&) { files.shortRead = 2; }, 4},
-        {"the last update", [](auto&, auto& hashes) { hashes.failingUpdate = 2; }, 5},
-        {"no digest", [](auto&, auto& hashes) { hashes.finalResult = E_FAIL; }, 6},
-        {"a longer digest", [](auto&, auto& hashes) { hashes.digestLength = 20; }, 6},
-        {"a shorter digest", [](auto&, auto& hashes) { hashes.digestLength = 15; }, 6}};
+    const Row rows[] = {{"no size", [](auto& files, auto&) { files.sizeResult = E_FAIL; }, 0},
+                        {"an empty file", [](auto& files, auto&) { files.size = 0; }, 0},
+                        {"no hash", [](auto&, auto& hashes) { hashes.initResult = E_FAIL; }, 1},
+                        {"the first read", [](auto& files, auto&) { files.failingRead = 1; }, 2},
+                        {"a short first read", [](auto& files, auto&) { files.shortRead = 1; }, 2},
+                        {"the first update", [](auto&, auto& hashes) { hashes.failingUpdate = 1; }, 3},
+                        {"the last read", [](auto& files, auto&) { files.failingRead = 2; }, 4},
+                        {"a short last read", [](auto& files, auto&) { files.shortRead = 2; }, 4},
+                        {"the last update", [](auto&, auto& hashes) { hashes.failingUpdate = 2; }, 5},
+                        {"no digest", [](auto&, auto& hashes) { hashes.finalResult = E_FAIL; }, 6},
+                        {"a longer digest", [](auto&, auto& hashes) { hashes.digestLength = 20; }, 6},
+                        {"a shorter digest", [](auto&, auto& hashes) { hashes.digestLength = 15; }, 6}};
     for (const Row& row : rows) {
         HashedFile file(16385);
         row.cause(*file.files, *file.hashes);

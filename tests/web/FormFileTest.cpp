@@ -36,8 +36,8 @@ TEST(FormFile, IsReadInOnePieceWithTheResultOfEachStep)
     const Texts first = {all.begin(), all.begin() + 4};
     const Row rows[] = {
         {"well", [](auto&) {}, all, S_OK, Whole},
-        {"results above zero",
-         [](auto& files) { files.openResult = files.sizeResult = files.readResult = S_FALSE; }, all, S_OK, Whole},
+        {"results above zero", [](auto& files) { files.openResult = files.sizeResult = files.readResult = S_FALSE; },
+         all, S_OK, Whole},
         {"not closed", [](auto& files) { files.closeResult = E_FAIL; }, all, S_OK, Whole},
         {"not opened", [](auto& files) { files.openResult = E_INVALIDARG; }, {"open /a rb", "close 0"}, E_FAIL, Head},
         {"size not known",

@@ -4,7 +4,7 @@ namespace openhost {
 
 void HostChannel::sendMessage(const QString& document, const QString& text)
 {
-    if (text.size() <= LongestMessage)
+    if (text.size() <= MaximumMessageLength)
         receive_(document, text);
 }
 

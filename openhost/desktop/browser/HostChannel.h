@@ -21,7 +21,7 @@ public:
     Q_INVOKABLE void sendMessage(const QString& document, const QString& text);
 
 private:
-    static constexpr qsizetype LongestMessage = 4 << 20; ///< UTF-16 units
+    static constexpr qsizetype MaximumMessageLength = 4 << 20; ///< UTF-16 units
 
     Receive receive_;
 };

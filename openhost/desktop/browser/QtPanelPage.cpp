@@ -28,7 +28,7 @@ using namespace std::chrono_literals;
 constexpr auto LoadLimit = 60s;
 /// A busy machine may take long for a click.
 constexpr auto UserLimit = 60s;
-constexpr int MostMoves = 100;
+constexpr int MaximumMoves = 100;
 constexpr auto PollInterval = 15ms;
 
 /// Where the pointer rests while keys are used.
@@ -61,7 +61,7 @@ constexpr const char* FindElement = R"(
     try {
         element = document.querySelector(selector);
     } catch (error) {
-        problem = "is no selector";
+        problem = "is not a selector";
     }
     if (!problem && !element)
         problem = "finds nothing";
@@ -314,7 +314,7 @@ void QtPanelPage::Click(const std::string& selector)
     QPointF middle = PlaceOf(selector);
     QPointF before;
     for (int move = 0; before != middle; middle = PlaceOf(selector)) {
-        if (++move > MostMoves)
+        if (++move > MaximumMoves)
             throw std::runtime_error("\"" + selector + "\" does not come to rest");
         before = middle;
         MovePointer(middle);

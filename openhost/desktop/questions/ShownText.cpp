@@ -12,12 +12,12 @@ QString ToShownText(const ZALUnicodeString& text, int longest)
 
 QString ToButtonText(const ZALUnicodeString& text)
 {
-    return ToShownText(text, LongestTitle).replace("&", "&&");
+    return ToShownText(text, MaximumTitleLength).replace("&", "&&");
 }
 
 QString ToWindowTitle(const ZALUnicodeString& text)
 {
-    return ToShownText(text, LongestTitle).replace("[*]", "[*][*]");
+    return ToShownText(text, MaximumTitleLength).replace("[*]", "[*][*]");
 }
 
 } // namespace openhost

@@ -8,11 +8,11 @@
 namespace openhost {
 
 /// Most characters that are shown of a question, of a label, and of a title or the text of a button.
-inline constexpr int LongestQuestion = 100000;
-inline constexpr int LongestLabel = 4000;
-inline constexpr int LongestTitle = 200;
+inline constexpr int MaximumQuestionLength = 100000;
+inline constexpr int MaximumLabelLength = 4000;
+inline constexpr int MaximumTitleLength = 200;
 
-/// `text`, cut off behind `longest` characters with an ellipsis.
+/// `text`, cut off after `longest` characters with an ellipsis.
 QString ToShownText(const ZALUnicodeString& text, int longest);
 /// For buttons and titled frames, where "&" underlines a letter.
 QString ToButtonText(const ZALUnicodeString& text);

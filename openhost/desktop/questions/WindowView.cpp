@@ -37,9 +37,9 @@ namespace {
 using Kind = ZALDialogNode::Kind;
 
 /// A grid has no more cells than this each way, and a control asks for no more pixels or characters, whatever was said.
-constexpr int MostCells = 100;
-constexpr int MostPixels = 4000;
-constexpr int MostCharacters = 200;
+constexpr int MaximumCells = 100;
+constexpr int MaximumPixels = 4000;
+constexpr int MaximumCharacters = 200;
 /// A longer label wraps.
 constexpr int LabelLine = 80;
 
@@ -242,7 +242,7 @@ void WindowView::UpdateControl(Control& control)
     QWidget& widget = *control.widget;
     widget.setEnabled(node.sensitive);
     if (node.hasRectangle && !node.IsWindow())
-        widget.setMinimumSize(std::min(node.width, MostPixels), std::min(node.height, MostPixels));
+        widget.setMinimumSize(std::min(node.width, MaximumPixels), std::min(node.height, MaximumPixels));
 
     switch (node.kind) {
     case Kind::Window:
@@ -251,7 +251,7 @@ void WindowView::UpdateControl(Control& control)
         break;
     case Kind::Label: {
         auto& label = static_cast<QLabel&>(widget);
-        label.setText(ToShownText(control.Title(), LongestLabel));
+        label.setText(ToShownText(control.Title(), MaximumLabelLength));
         label.setWordWrap(label.text().size() > LabelLine);
         break;
     }
@@ -265,7 +265,7 @@ void WindowView::UpdateControl(Control& control)
         auto& editor = static_cast<QLineEdit&>(widget);
         if (const QString text = ToQString(node.text); editor.text() != text)
             editor.setText(text);
-        const int characters = std::min(node.visibleTextWidth, MostCharacters);
+        const int characters = std::min(node.visibleTextWidth, MaximumCharacters);
         editor.setMinimumWidth(std::max(editor.minimumWidth(), characters * editor.fontMetrics().averageCharWidth()));
         break;
     }
@@ -397,10 +397,10 @@ WidgetPlacement PlaceInGrid(QWidget* widget, const ZALDialogNode::GridPlace& pla
 {
     const bool fills = place.justification == ZALDlgGridFill;
     return {widget,
-            firstRow + std::clamp(place.row, 0, MostCells),
-            std::clamp(place.column, 0, MostCells),
-            std::clamp(place.rowSpan, 1, MostCells),
-            std::clamp(place.columnSpan, 1, MostCells),
+            firstRow + std::clamp(place.row, 0, MaximumCells),
+            std::clamp(place.column, 0, MaximumCells),
+            std::clamp(place.rowSpan, 1, MaximumCells),
+            std::clamp(place.columnSpan, 1, MaximumCells),
             fills ? Qt::Alignment() : Qt::Alignment(Qt::AlignCenter),
             fills,
             false};

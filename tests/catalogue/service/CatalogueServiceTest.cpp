@@ -200,7 +200,7 @@ TEST_F(CatalogueServiceTest, OneLineIsLoggedForEachRequest)
     Get("/files/nut.ZALPart?code=404");
     Get("/nothing");
     service_->Stop();
-    // Each connection has a thread, and a line comes behind its reply.
+    // Each connection has a thread, and a line comes after its reply.
     EXPECT_THAT(log_, ::testing::UnorderedElementsAre("GET /files/nut.ZALPart?code=404 404", "GET /nothing 404"));
 }
 

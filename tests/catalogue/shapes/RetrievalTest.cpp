@@ -126,7 +126,7 @@ TEST(Retrieval, EverySizeOfAFamilyComesBeforeEveryOtherItem)
         for (const ShapeIndex::Match& match : Rank(Descriptors()[number])) {
             const Item& found = Whole().items[match.shape];
             const bool inside = FamilyOf(found) == FamilyOf(item);
-            EXPECT_FALSE(inside && left) << item.id << " finds " << found.id << " behind another family";
+            EXPECT_FALSE(inside && left) << item.id << " finds " << found.id << " after another family";
             left = left || !inside;
         }
     }

@@ -265,7 +265,7 @@ TEST_F(HostileWorkspace, NamesThatAreNoTextAreRefused)
                                      stream.replace(HeadSize + 8, std::string("child0").size(), name);
                                      Put(stream, HeadSize + 4, static_cast<std::uint32_t>(name.size()));
                                  }),
-                      name.size() > StreamReader::MaximumTextSize ? "too long" : "no plain UTF-8");
+                      name.size() > StreamReader::MaximumTextSize ? "too long" : "not plain UTF-8");
     }
 }
 

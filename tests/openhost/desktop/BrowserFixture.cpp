@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto LongestWait = 90s;
+constexpr auto MaximumWait = 90s;
 
 std::unique_ptr<QtDesktop> desktop;
 
@@ -71,8 +71,8 @@ void BrowserFixture::Load(const std::string& url)
 bool BrowserFixture::Until(const std::function<bool()>& done)
 {
     EventLoop& loop = EventLoop::Current();
-    const EventLoop::Timer alive = loop.CallAfter(LongestWait, [] {});
-    const RunEnd end = loop.RunUntil(done, LongestWait);
+    const EventLoop::Timer alive = loop.CallAfter(MaximumWait, [] {});
+    const RunEnd end = loop.RunUntil(done, MaximumWait);
     loop.CancelTimer(alive);
     return end == RunEnd::Done;
 }
@@ -81,7 +81,7 @@ bool BrowserFixture::UntilShown(const std::string& selector)
 {
     const auto start = std::chrono::steady_clock::now();
     while (!User().Shows(selector)) {
-        if (std::chrono::steady_clock::now() - start > LongestWait)
+        if (std::chrono::steady_clock::now() - start > MaximumWait)
             return false;
         bool passed = false;
         EventLoop::Current().CallAfter(10ms, [&passed] { passed = true; });

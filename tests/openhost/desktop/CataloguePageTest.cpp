@@ -532,8 +532,8 @@ document.addEventListener("velmart:connect", () => {
                       {"zalpartTemplate", server_.Url("/t?name=@elsewhere.example")},
                       {"other", 7}}}}),
               Sent()[0]);
-    EXPECT_EQ("23,searchByUploadUrl 23,zalpartTemplate 23,zalproductTemplate 23,preferredSaveMethod is no text,"
-              "preferredSaveMethod is no text,preferredSaveMethod is no text,preferredSaveMethod is no text",
+    EXPECT_EQ("23,searchByUploadUrl 23,zalpartTemplate 23,zalproductTemplate 23,preferredSaveMethod must be text,"
+              "preferredSaveMethod must be text,preferredSaveMethod must be text,preferredSaveMethod must be text",
               TextOf("p"));
     EXPECT_EQ(1U, Sent().size());
 }

@@ -406,7 +406,7 @@ TEST_F(QtPanelPageTest, TheUserIsToldWhatCannotBeDone)
     EXPECT_EQ("\"#hidden\" finds nothing that is visible", reason([](PageUser& user) { user.Click("#hidden"); }));
     EXPECT_EQ("\"#off\" finds an element that is disabled", reason([](PageUser& user) { user.Click("#off"); }));
     EXPECT_EQ("\"#under\" finds an element that is covered", reason([](PageUser& user) { user.Click("#under"); }));
-    EXPECT_EQ("\"[\" is no selector", reason([](PageUser& user) { user.Click("["); }));
+    EXPECT_EQ("\"[\" is not a selector", reason([](PageUser& user) { user.Click("["); }));
     EXPECT_EQ("\"#off\" finds nothing that takes text", reason([](PageUser& user) { user.Enter("#off", "x"); }));
     EXPECT_EQ("\"Nokey\" names no key", reason([](PageUser& user) { user.Press("Nokey"); }));
     EXPECT_FALSE(User().Shows("#none"));

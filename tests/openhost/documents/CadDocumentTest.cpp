@@ -114,7 +114,7 @@ TEST(CadDocument, WhatNoReaderTakesIsNotWritten)
         {SomeProduct(), [](auto& d) { d.geometry = SomePart().geometry; }, "a product has geometry of its own"},
         {SomePart(), [](auto& d) { d.children = SomeProduct().children; }, "a part has children"},
         {SomePart(), [](auto& d) { d.parameters[1].name = ""; }, "a parameter has no name"},
-        {SomePart(), [](auto& d) { d.nomenclature = "\xC3\x28"; }, "a text is no plain UTF-8"},
+        {SomePart(), [](auto& d) { d.nomenclature = "\xC3\x28"; }, "a text is not plain UTF-8"},
         {SomePart(), [](auto& d) { d.features.workingTool = 3; }, "the part has no tool to work in"},
         {SomePart(), [](auto& d) { d.features.otherTools[1].name.clear(); }, "a tool has no name"},
         {SomePart(),
@@ -307,7 +307,7 @@ TEST(HostileDocument, ParameterOfAnUnknownTypeUnitOrValueIsRefused)
         {[](StreamWriter& w) {
              PutNumbers(w, {3, 7, 7});
          },
-         "hostile: stream Parameters: something stands behind the end of the stream"},
+         "hostile: stream Parameters: something stands after the end of the stream"},
     };
     for (const Row& row : rows)
         EXPECT_EQ(row.refusal, Refusal(WithStream(SomePart(), "Parameters", [&](std::string& stream) {
@@ -333,7 +333,7 @@ TEST(HostileDocument, FewerLinksThanAnnouncedOrMoreAreRefused)
         return Refusal(WithNumber(SomeProduct(), "Links", HeadSize, count));
     };
     EXPECT_EQ("hostile: link table: the stream is cut short", refusalWith(3));
-    EXPECT_EQ("hostile: link table: something stands behind the end of the stream", refusalWith(1));
+    EXPECT_EQ("hostile: link table: something stands after the end of the stream", refusalWith(1));
 }
 
 TEST(HostileDocument, TextThatClaimsToBeLongerThanTheStreamIsRefused)
@@ -351,7 +351,7 @@ TEST(HostileDocument, LinkNamesThatAreNoTextAreRefused)
     for (const char* name :
          {"Bolt\x1B[2J", "\xED\xA0\x80surrogat", "\xC0\xAFoverlong....", "\xF4\x90\x80\x80tooHigh..", "cut\xE2\x82"}) {
         const std::string replacement(name);
-        EXPECT_EQ("hostile: link table: a text is no plain UTF-8",
+        EXPECT_EQ("hostile: link table: a text is not plain UTF-8",
                   Refusal(WithStream(SomeProduct(), "Links",
                                      [&](std::string& stream) {
                                          stream.replace(HeadSize + 8, 12, replacement);
