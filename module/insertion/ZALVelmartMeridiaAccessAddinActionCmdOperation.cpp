@@ -68,14 +68,13 @@ struct Replacement {
 /// Puts the file `path` in the place of `target`. Without memory for that it is refused.
 HRESULT Replace(ZALBaseUnknown* target, const ZALUnicodeString& path, Replacement& held)
 {
-    held.product = ZALIProduct_var(target);
-    if (!held.product)
-        return E_FAIL;
-
     HRESULT result = E_FAIL;
     {
         AutomationText file; // freed after the message of a refusal
         try {
+            held.product = ZALIProduct_var(target);
+            if (!held.product)
+                return E_FAIL;
             held.father = ZALIProduct_var::Take(held.product->GetFatherProduct());
             held.components = ZALIAProducts_var(held.father);
             if (held.components) {

@@ -33,13 +33,6 @@ ZALListValZALUnicodeString ListOf(const std::vector<std::string>& texts)
     return list;
 }
 
-std::string ReadFile(const std::filesystem::path& path)
-{
-    std::ostringstream content;
-    content << std::ifstream(path, std::ios::binary).rdbuf();
-    return std::move(content).str();
-}
-
 void WriteFile(const std::filesystem::path& path, std::string_view content)
 {
     std::filesystem::create_directories(path.parent_path());

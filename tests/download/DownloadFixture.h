@@ -4,6 +4,7 @@
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "openhost/text/Utf.h"
 #include "tests/download/ZALVelmartFileDownloaderProbe.h"
+#include "tests/support/Files.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/ZipBytes.h"
 
@@ -22,7 +23,6 @@ using Notification = ZALVelmartFileDownloadCompleteNotification;
 ZALOmxAny Json(const std::string& text);
 std::vector<std::string> TextsOf(const ZALListValZALUnicodeString& list);
 ZALListValZALUnicodeString ListOf(const std::vector<std::string>& texts);
-std::string ReadFile(const std::filesystem::path& path);
 void WriteFile(const std::filesystem::path& path, std::string_view content);
 /// Paths of all files below `folder`, relative to it and sorted; folders are left out.
 std::vector<std::string> FilesBelow(const std::filesystem::path& folder);

@@ -1,10 +1,10 @@
 #include "openhost/dialogs/UserActions.h"
 #include "tests/download/DownloadFixture.h"
+#include "tests/support/Installed.h"
 #include "tests/support/Listener.h"
+#include "tests/support/ScriptedFiles.h"
 
 #include <gmock/gmock.h>
-
-#include <chrono>
 
 namespace openhost::testing {
 namespace {
@@ -13,8 +13,6 @@ using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::IsEmpty;
-
-constexpr auto Pause = std::chrono::milliseconds(2000);
 
 class DownloadTransfer : public DownloadFixture {
 protected:
@@ -111,9 +109,10 @@ TEST_F(DownloadTransfer, PausesWhileTheRecorderCapturesOrReplaysAndASendIsTaken)
                                  Case{"refused", {.recorder = true, .capture = true}, true, false}}) {
         ConfigureCommands(recorder.options);
         Transport().RefuseNext(recorder.isRefused ? 1 : 0);
-        const auto begin = std::chrono::steady_clock::now();
+        CallLog calls;
+        const Installed<ScriptedSystem> system(calls);
         EXPECT_EQ(recorder.isRefused ? E_FAIL : S_OK, Probe.StartDefaultDownloadURL(Url));
-        EXPECT_EQ(recorder.pauses, std::chrono::steady_clock::now() - begin >= Pause) << recorder.name;
+        EXPECT_EQ(recorder.pauses ? Texts{"sleep 2000"} : Texts{}, calls.Take()) << recorder.name;
         EXPECT_EQ(recorder.isRefused, Probe.ProgressDlg() == nullptr) << recorder.name;
         if (!recorder.isRefused)
             Transport().Last().End(TransferEnd::Failed);

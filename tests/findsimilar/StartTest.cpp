@@ -354,19 +354,19 @@ TEST_F(FindSimilarStart, ZipsTheLightFileUnderItsNameAlone)
     ZALSysZipFile zip;
     ASSERT_EQ(S_OK, zip.OpenZip(FromUtf8(Zip().string()), ZALZipRead));
     ASSERT_EQ(S_OK, zip.ExtractFile(FromUtf8(Parts().string()), "VLUploadedLVRFile.lvr", ZALZipExtractReplace));
-    EXPECT_EQ(BytesOf(Parts() / "VLUploadedLVRFile.lvr"), cad_.lightFileContent);
+    EXPECT_EQ(ReadFile(Parts() / "VLUploadedLVRFile.lvr"), cad_.lightFileContent);
 }
 
 TEST_F(FindSimilarStart, ReplacesTheZipFileOfAnEarlierRun)
 {
     std::ofstream(Zip()) << "of before";
     StartUpload();
-    const std::string bytes = BytesOf(Zip());
+    const std::string bytes = ReadFile(Zip());
     EXPECT_TRUE(bytes.starts_with("PK"));
     Reply("");
     cad_.lightFileContent = "other";
     Start();
-    EXPECT_NE(BytesOf(Zip()), bytes);
+    EXPECT_NE(ReadFile(Zip()), bytes);
 }
 
 TEST_F(FindSimilarStart, FailsByTheSizeOfAZipFileThatCannotBeWritten)

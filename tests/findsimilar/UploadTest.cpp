@@ -46,7 +46,7 @@ TEST_F(FindSimilarUpload, PostsTheZipFileAsAForm)
     const std::string body = "------WebKitFormBoundaryA9TZlwqNn7lCilAD\r\n"
                              "Content-Disposition: form-data; name=\"file\"; filename=\"PartLVR.zip\"\r\n"
                              "Content-Type: application/x-zip-compressed\r\n\r\n" +
-                             BytesOf(Zip()) + "\r\n------WebKitFormBoundaryA9TZlwqNn7lCilAD--\r\n";
+                             ReadFile(Zip()) + "\r\n------WebKitFormBoundaryA9TZlwqNn7lCilAD--\r\n";
     EXPECT_EQ("POST", request.method);
     EXPECT_EQ(request.url, UploadUrl);
     EXPECT_EQ(request.body, body);

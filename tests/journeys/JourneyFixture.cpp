@@ -147,12 +147,4 @@ std::vector<std::string> JourneyFixture::FilesInParts() const
     return files;
 }
 
-std::string ReadFile(const std::filesystem::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
-        throw std::runtime_error("cannot read " + path.string());
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 } // namespace openhost::testing

@@ -7,6 +7,7 @@
 #include "openhost/dialogs/ScriptedSurface.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "panel/ZALVelmartMeridiaAccessAddin.h"
+#include "tests/support/Files.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -81,8 +82,5 @@ private:
     ZALVelmartMeridiaAccessAddin* addin_;
     CompletionListener* listener_;
 };
-
-/// The content of a file.
-std::string ReadFile(const std::filesystem::path& path);
 
 } // namespace openhost::testing

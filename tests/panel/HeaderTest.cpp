@@ -106,9 +106,9 @@ TEST_F(PanelHeader, IsNotAskedForAPageOfTheEnvironment)
 TEST_F(PanelHeader, FollowsMessagesWhoseNumbersAreReadConsistently)
 {
     for (const char* message : {"{}", "no message", R"({"event":"velmart_over","content":{}})"}) {
-        const int before = ConsistentNumberRequests();
+        const int before = ConsistentParses();
         Send(message);
-        EXPECT_EQ(before + 1, ConsistentNumberRequests()) << message;
+        EXPECT_EQ(before + 1, ConsistentParses()) << message;
     }
 }
 

@@ -12,7 +12,7 @@
 namespace openhost::testing {
 
 /// The bytes of `path`; empty for a file that is not there.
-inline std::string BytesOf(const std::filesystem::path& path)
+inline std::string ReadFile(const std::filesystem::path& path)
 {
     std::ostringstream content;
     content << std::ifstream(path, std::ios::binary).rdbuf();

@@ -112,7 +112,7 @@ TEST_F(PartTemplateRun, LeavesAResultThatIsThereAloneWithoutATemplateAsWell)
         EXPECT_EQ("file already exists in target, we do not overwrite", PartTraces().back());
     }
     ExpectNothingOpened();
-    EXPECT_EQ("old", Read(Destination));
+    EXPECT_EQ("old", ReadFile(Destination));
     EXPECT_TRUE(exists(Source));
     EXPECT_EQ(6U, PartTraces().size());
 }
@@ -122,7 +122,7 @@ TEST_F(PartTemplateRun, MovesTheFileWithoutATemplate)
     templatePath.clear();
     EXPECT_EQ(S_OK, Apply());
     ExpectNothingOpened();
-    EXPECT_EQ("downloaded bolt.ZALPart", Read(Destination));
+    EXPECT_EQ("downloaded bolt.ZALPart", ReadFile(Destination));
     EXPECT_FALSE(exists(Source));
     EXPECT_THAT(PartTraces(),
                 ElementsAre(SourceTrace(), DestinationTrace(), "No Part Template - we move & rename the file"));
@@ -502,7 +502,7 @@ TEST_F(Move, GivesTheFileItsNewPath)
 {
     EXPECT_EQ(S_OK, MoveFile(Text(from), Text(to)));
     EXPECT_FALSE(exists(from));
-    EXPECT_EQ("downloaded a.stp", Read(to));
+    EXPECT_EQ("downloaded a.stp", ReadFile(to));
     EXPECT_THAT(MoveTraces(), ElementsAre(MovedTrace()));
 }
 
@@ -517,7 +517,7 @@ TEST_F(Move, OverwritesNothing)
 {
     Write(to, "old");
     EXPECT_EQ(S_FALSE, MoveFile(Text(from), Text(to)));
-    EXPECT_EQ("old", Read(to));
+    EXPECT_EQ("old", ReadFile(to));
     std::filesystem::remove(to);
     std::filesystem::create_directory(to);
     EXPECT_EQ(S_FALSE, MoveFile(Text(from), Text(to))) << "a folder";

@@ -129,7 +129,7 @@ TEST_F(ApplyTemplatesRun, RebuildsOnePart)
     EXPECT_EQ("Open temp/VelmartTemplates/PartTemplate.ZALPart, 0", Workspace.calls.front());
     EXPECT_THAT(Workspace.CallsOf({"Unlock", "Remove"}),
                 ElementsAre("Unlock source 0", "Remove source 1", "Unlock template 0", "Remove template 1"));
-    EXPECT_EQ("template", Read(Parts() / "bolt.zalpart"));
+    EXPECT_EQ("template", ReadFile(Parts() / "bolt.zalpart"));
 }
 
 TEST_F(ApplyTemplatesRun, MovesOneFileOfAnyOtherKindAndAPartWithoutATemplate)
@@ -145,7 +145,7 @@ TEST_F(ApplyTemplatesRun, MovesOneFileOfAnyOtherKindAndAPartWithoutATemplate)
             const std::string expected =
                 root.empty() ? name : "bolt" + std::filesystem::path(name).extension().string();
             EXPECT_THAT(ResultNames(), ElementsAre(expected));
-            EXPECT_EQ("downloaded " + name, Read(Parts() / expected));
+            EXPECT_EQ("downloaded " + name, ReadFile(Parts() / expected));
         }
     }
     EXPECT_THAT(Workspace.calls, IsEmpty());
@@ -159,7 +159,7 @@ TEST_F(ApplyTemplatesRun, ReportsOneFileThatIsThereAlready)
         Write(Parts() / result, "old");
         EXPECT_EQ(S_FALSE, Apply());
         EXPECT_THAT(ResultNames(), ElementsAre(result));
-        EXPECT_EQ("old", Read(Parts() / result));
+        EXPECT_EQ("old", ReadFile(Parts() / result));
         EXPECT_TRUE(exists(Temp() / name));
     }
     EXPECT_THAT(Workspace.calls, IsEmpty());
@@ -201,7 +201,7 @@ TEST_F(ApplyTemplatesRun, MovesSeveralProductsUnderTheirOwnNamesWithAWarning)
     EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("a.ZALProduct", "b.zalproduct", "p.ZALPart"));
     EXPECT_THAT(Names(Parts()), ElementsAre("a.ZALProduct", "b.zalproduct", "p.ZALPart"));
-    EXPECT_EQ("downloaded b.zalproduct", Read(Parts() / "b.zalproduct"));
+    EXPECT_EQ("downloaded b.zalproduct", ReadFile(Parts() / "b.zalproduct"));
     EXPECT_THAT(TextsOf(Warnings), ElementsAre("kept", "Too many products"));
     const Texts traces = RunTraces();
     ASSERT_EQ(7U, traces.size());
@@ -225,7 +225,7 @@ TEST_F(ApplyTemplatesRun, MovesTheFilesWithoutAProductTemplate)
     EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("p.ZALPart", "bolt.ZALProduct", "drawing.pdf"))
         << "the order of the sources";
-    EXPECT_EQ("downloaded a.ZALProduct", Read(Parts() / "bolt.ZALProduct"));
+    EXPECT_EQ("downloaded a.ZALProduct", ReadFile(Parts() / "bolt.ZALProduct"));
     EXPECT_THAT(RunTraces(), Contains("No Product Template - we move the files"));
     EXPECT_THAT(TextsOf(Warnings), IsEmpty());
     EXPECT_THAT(Workspace.calls, IsEmpty()) << "the part template is not used";
@@ -256,7 +256,7 @@ TEST_F(ApplyTemplatesRun, ReportsAMovedFileWhoseTargetIsThere)
     Write(Parts() / "p.ZALPart", "old");
     EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct", "p.ZALPart"));
-    EXPECT_EQ("old", Read(Parts() / "p.ZALPart"));
+    EXPECT_EQ("old", ReadFile(Parts() / "p.ZALPart"));
     EXPECT_TRUE(exists(Temp() / "p.ZALPart"));
 }
 
@@ -654,7 +654,7 @@ TEST_F(ProductRun, LeavesAProductThatIsThereAlone)
     Write(Parts() / "bolt.ZALProduct", "old");
     EXPECT_EQ(S_OK, Apply());
     EXPECT_THAT(ResultNames(), ElementsAre("bolt.ZALProduct"));
-    EXPECT_EQ("old", Read(Parts() / "bolt.ZALProduct"));
+    EXPECT_EQ("old", ReadFile(Parts() / "bolt.ZALProduct"));
     EXPECT_THAT(Workspace.calls, IsEmpty());
     EXPECT_TRUE(exists(Temp() / "p.ZALPart"));
     EXPECT_EQ("file already exists in target, we do not overwrite", RunTraces().back());
@@ -733,7 +733,7 @@ TEST_F(ProductRun, FailsWhenAPartIsThereAlready)
     Write(Parts() / "bolt_01.ZALPart", "old");
     AddPart("p", 1);
     EXPECT_EQ(E_FAIL, Apply());
-    EXPECT_EQ("old", Read(Parts() / "bolt_01.ZALPart"));
+    EXPECT_EQ("old", ReadFile(Parts() / "bolt_01.ZALPart"));
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
     EXPECT_THAT(ResultNames(), ElementsAre("bolt_01.ZALPart"));
     EXPECT_THAT(Workspace.CallsOf({"Add", "SaveAs"}), IsEmpty());
@@ -746,7 +746,7 @@ TEST_F(ProductRun, FailsAtTheSecondPartOfARootNameWithTheExtensionOfParts)
     AddPart("q", 2);
     EXPECT_EQ(E_FAIL, Apply());
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt.ZALPart"));
-    EXPECT_EQ("template of p", Read(Parts() / "bolt.ZALPart"));
+    EXPECT_EQ("template of p", ReadFile(Parts() / "bolt.ZALPart"));
 }
 
 TEST_F(ProductRun, FailsWithoutAPartTemplateAfterTheFirstMove)
@@ -756,7 +756,7 @@ TEST_F(ProductRun, FailsWithoutAPartTemplateAfterTheFirstMove)
     AddPart("q", 2);
     EXPECT_EQ(E_FAIL, Apply());
     EXPECT_THAT(Names(Parts()), ElementsAre("bolt_01.ZALPart"));
-    EXPECT_EQ("downloaded p.ZALPart", Read(Parts() / "bolt_01.ZALPart"));
+    EXPECT_EQ("downloaded p.ZALPart", ReadFile(Parts() / "bolt_01.ZALPart"));
     EXPECT_FALSE(exists(Temp() / "p.ZALPart"));
     EXPECT_TRUE(exists(Temp() / "q.ZALPart"));
     EXPECT_THAT(Workspace.CallsOf({"Add", "SaveAs"}), IsEmpty());

@@ -3,6 +3,7 @@
 
 #include "openhost/text/Utf.h"
 #include "templates/ZALVliApplyTemplatesOpe.h"
+#include "tests/support/Files.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/ScriptedTemplates.h"
 
@@ -48,12 +49,6 @@ protected:
     std::filesystem::path ProductTemplate() const { return Templates() / "ProductTemplate.ZALProduct"; }
 
     static void Write(const std::filesystem::path& path, const std::string& content) { std::ofstream(path) << content; }
-    static std::string Read(const std::filesystem::path& path)
-    {
-        std::ostringstream content;
-        content << std::ifstream(path).rdbuf();
-        return std::move(content).str();
-    }
     /// Names of what stands in `folder`, sorted.
     static Texts Names(const std::filesystem::path& folder)
     {

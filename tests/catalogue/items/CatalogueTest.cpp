@@ -232,19 +232,19 @@ TEST(CatalogueAssemblies, NutOfTheJointEndsBeforeTheBolt)
 TEST(CatalogueAssemblies, BearingSitsOnTheShaftsSeatInTheHousingsSeat)
 {
     for (const openhost::Placement& bearing : PlacementsOf("ISO15_6204.ZALPart", "BEARING_UNIT_20.ZALProduct")) {
-        EXPECT_EQ((Point3{0, 1, 50}), Transformed(bearing, {0, 0, 0}));
-        EXPECT_EQ((Point3{0, 15, 50}), Transformed(bearing, {0, 0, 14}));
+        EXPECT_EQ((Point3{0, 1, 50}), openhost::PlacePoint(bearing, {0, 0, 0}));
+        EXPECT_EQ((Point3{0, 15, 50}), openhost::PlacePoint(bearing, {0, 0, 14}));
     }
     for (const openhost::Placement& shaft : PlacementsOf("SHAFT_20x154.ZALPart", "BEARING_UNIT_20.ZALProduct"))
-        EXPECT_EQ((Point3{0, 1, 50}), Transformed(shaft, {0, 0, 30}));
+        EXPECT_EQ((Point3{0, 1, 50}), openhost::PlacePoint(shaft, {0, 0, 30}));
 }
 
 TEST(CatalogueAssemblies, BoltHeadsOfTheUnitStandOnTheirWashersAboveTheBase)
 {
     std::set<Point3> heads;
     for (const openhost::Placement& bolt : PlacementsOf("ISO4014_M8x40.ZALPart", "BEARING_UNIT_20.ZALProduct")) {
-        heads.insert(Transformed(bolt, {0, 0, 0}));
-        EXPECT_LT(Transformed(bolt, {0, 0, 40})[2], 0) << "the tip is below the base";
+        heads.insert(openhost::PlacePoint(bolt, {0, 0, 0}));
+        EXPECT_LT(openhost::PlacePoint(bolt, {0, 0, 40})[2], 0) << "the tip is below the base";
     }
     EXPECT_EQ((std::set<Point3>{{-52, -15, 17.6}, {-52, 15, 17.6}, {52, -15, 17.6}, {52, 15, 17.6}}), heads);
 }
@@ -254,7 +254,7 @@ TEST(CatalogueAssemblies, FrameFillsItsBoxAndEveryPartStandsInIt)
     for (const auto& [name, placement] : PartsOf("FRAME_480x480x400.ZALProduct")) {
         const openhost::GeometryFacts& facts = Whole().documents.at(name).geometry->facts;
         for (const auto& corner : {facts.box.lowest, facts.box.highest}) {
-            const auto at = Transformed(placement, corner);
+            const auto at = openhost::PlacePoint(placement, corner);
             for (std::size_t axis = 0; axis < 3; ++axis) {
                 EXPECT_GE(at[axis], (axis == 2 ? 0 : -20) - 1e-3) << name;
                 EXPECT_LE(at[axis], (axis == 2 ? 400 : 460) + 1e-3) << name;
@@ -269,8 +269,8 @@ TEST(CatalogueAssemblies, EverySlotNutOfTheFrameSitsBehindTheLipsOfAProfile)
     const std::vector<openhost::Placement> profiles = PlacementsOf("PROFILE_40x40_400.ZALPart", frame);
     for (const openhost::Placement& nut : PlacementsOf("SLOTNUT_8_M6.ZALPart", frame)) {
         // The nut's origin is on a profile's face, in the middle of a side: 20 from its axis.
-        const Point3 origin = Transformed(nut, {0, 0, 0});
-        const Point3 inside = Transformed(nut, {0, 0, 20});
+        const Point3 origin = openhost::PlacePoint(nut, {0, 0, 0});
+        const Point3 inside = openhost::PlacePoint(nut, {0, 0, 20});
         const auto fits = [&](const openhost::Placement& profile) {
             const auto local = [&](const Point3& point) {
                 Point3 result{};

@@ -374,7 +374,7 @@ TEST_F(CopiedFeatures, OtherContainersFormatsAndKindsAreRefused)
     EXPECT_FALSE(copies->Extract(result, other));
     EXPECT_FALSE(copies->Extract(Tools(Source), format)) << "tools are no boundary";
     EXPECT_EQ(0, ZALICutAndPastable_var(Container(Target))->Paste(result, {}, format).Size()) << "not extracted";
-    EXPECT_THAT(Refusals(), ElementsAre(HasSubstr("another container"), HasSubstr("no feature"),
+    EXPECT_THAT(Refusals(), ElementsAre(HasSubstr("another container"), HasSubstr("not a feature"),
                                         HasSubstr("only results"), HasSubstr("only what is extracted")));
 }
 

@@ -6,6 +6,7 @@
 #include "openhost/frame/Frame.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/text/Utf.h"
+#include "tests/support/Files.h"
 
 #include <gtest/gtest.h>
 
@@ -60,11 +61,7 @@ protected:
         std::ofstream(File(name), std::ios::binary) << bytes;
         return File(name);
     }
-    std::string Read(const std::string& name) const
-    {
-        std::ifstream file(File(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string Read(const std::string& name) const { return ReadFile(File(name)); }
 
     /// A part with geometry that names its file. Without a part number it has that of its file.
     std::filesystem::path Part(const std::string& name, const std::string& partNumber = {}) const

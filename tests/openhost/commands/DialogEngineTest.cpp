@@ -152,7 +152,7 @@ protected:
         return "(ended)";
     }
 
-    using Path = testing::Owned<ZALPathElement>;
+    using Path = Owned<ZALPathElement>;
     /// A path to `leaf`, which it holds alone from now on.
     static Path PathTo(ZALBaseUnknown* leaf)
     {
@@ -214,7 +214,7 @@ TEST_F(DialogEngineTest, CancelsACommandWithoutAnAgentInAnInitialState)
     const std::function<void(TestCommand&)> builds[] = {
         [](TestCommand&) {}, [](TestCommand& self) { self.On(self.first, self.GetInitialState("Initial"), nullptr); },
         [](TestCommand& self) {
-            const testing::Owned<ZALDialogAgent> released(new ZALDialogAgent("Released"));
+            const Owned<ZALDialogAgent> released(new ZALDialogAgent("Released"));
             self.On(released.get(), self.Initial(released.get()), nullptr);
         }};
     for (const auto& build : builds) {
@@ -547,7 +547,7 @@ TEST_F(DialogEngineTest, GivesNoPickToAnOlderCommandThatTheNewestRefuses)
 
 TEST_F(DialogEngineTest, GivesPicksToAgentsWithoutAValueFirst)
 {
-    const testing::Owned<ZALPathElementAgent> other(new ZALPathElementAgent("Other"));
+    const Owned<ZALPathElementAgent> other(new ZALPathElementAgent("Other"));
     TestCommand* command = Start([&](TestCommand& self) { self.Initial(self.element)->AddDialogAgent(other.get()); });
     Offer();
     EXPECT_TRUE(command->element->IsOutputSet());

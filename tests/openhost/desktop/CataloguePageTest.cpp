@@ -2,8 +2,8 @@
 #include "catalogue/service/CatalogueService.h"
 #include "tests/openhost/desktop/BrowserFixture.h"
 #include "tests/openhost/desktop/PageServer.h"
+#include "tests/support/Files.h"
 #include "tests/support/Places.h"
-#include "tests/support/ReadFile.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>

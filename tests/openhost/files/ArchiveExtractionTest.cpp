@@ -19,7 +19,7 @@ TEST_F(ArchiveExtraction, ReadsSeparatorsAndDotsOfANameAsASystemDoes)
     for (const char* name : {"sub/a", "sub\\a", "./sub//./a"}) {
         EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().Add(name, "1"))) << name;
         zip_.Close();
-        EXPECT_EQ("1", Content(Folder() / "sub/a")) << name;
+        EXPECT_EQ("1", ReadFile(Folder() / "sub/a")) << name;
         EXPECT_EQ((std::set<std::string>{"sub", "sub/a"}), Listing(Folder())) << name;
         std::filesystem::remove_all(Folder() / "sub");
     }
@@ -37,7 +37,7 @@ TEST_F(ArchiveExtraction, ADirectoryThatStandsThereIsKept)
     std::filesystem::create_directory(Folder() / "sub");
     Put(Folder() / "sub/mine", "mine");
     EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().AddDirectory("sub")));
-    EXPECT_EQ("mine", Content(Folder() / "sub/mine"));
+    EXPECT_EQ("mine", ReadFile(Folder() / "sub/mine"));
 }
 
 TEST_F(ArchiveExtraction, ADirectoryNamingTheFolderItselfIsNothingToDo)
@@ -59,7 +59,7 @@ TEST_F(ArchiveExtraction, TheFolderMayBeReachedThroughALink)
     std::filesystem::create_directory_symlink(Folder(), temporary_.Path() / "link");
     ASSERT_EQ(S_OK, Open(ZipBytes().Add("a", "1")));
     EXPECT_EQ(S_OK, zip_.ExtractFile(Text(temporary_.Path() / "link"), "a", ZALZipExtractReplace));
-    EXPECT_EQ("1", Content(Folder() / "a"));
+    EXPECT_EQ("1", ReadFile(Folder() / "a"));
 }
 
 TEST_F(ArchiveExtraction, AFolderThatIsGoneIsMadeAgain)
@@ -68,7 +68,7 @@ TEST_F(ArchiveExtraction, AFolderThatIsGoneIsMadeAgain)
     EXPECT_EQ(S_OK, Extract("sub/a"));
     std::filesystem::remove_all(Folder() / "sub");
     EXPECT_EQ(S_OK, Extract("sub/b"));
-    EXPECT_EQ("2", Content(Folder() / "sub/b"));
+    EXPECT_EQ("2", ReadFile(Folder() / "sub/b"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -81,7 +81,7 @@ TEST_F(ArchiveExtraction, ReplacesAFileAlsoAReadOnlyOneAndInManyPieces)
         std::filesystem::permissions(Folder() / "a", std::filesystem::perms(content.size() == 3 ? 0400 : 0600));
         EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().Add("a", content).Deflated()));
         zip_.Close();
-        EXPECT_TRUE(Content(Folder() / "a") == content) << content.size();
+        EXPECT_TRUE(ReadFile(Folder() / "a") == content) << content.size();
         EXPECT_EQ(std::set<std::string>{"a"}, Listing(Folder()));
     }
 }
@@ -91,8 +91,8 @@ TEST_F(ArchiveExtraction, AReplacedFileKeepsItsOtherNamesAsTheyWere)
     Put(Outside() / "mine", "mine");
     std::filesystem::create_hard_link(Outside() / "mine", Folder() / "a");
     EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().Add("a", "new")));
-    EXPECT_EQ("new", Content(Folder() / "a"));
-    EXPECT_EQ("mine", Content(Outside() / "mine"));
+    EXPECT_EQ("new", ReadFile(Folder() / "a"));
+    EXPECT_EQ("mine", ReadFile(Outside() / "mine"));
 }
 
 TEST_F(ArchiveExtraction, TheArchiveItselfMayBeReplaced)
@@ -101,8 +101,8 @@ TEST_F(ArchiveExtraction, TheArchiveItselfMayBeReplaced)
     ASSERT_EQ(S_OK, zip_.OpenZip(Text(Folder() / "b.zip"), ZALZipRead));
     EXPECT_EQ(S_OK, Extract("b.zip"));
     EXPECT_EQ(S_OK, Extract("c"));
-    EXPECT_EQ("1", Content(Folder() / "b.zip"));
-    EXPECT_EQ("2", Content(Folder() / "c"));
+    EXPECT_EQ("1", ReadFile(Folder() / "b.zip"));
+    EXPECT_EQ("2", ReadFile(Folder() / "c"));
 }
 
 TEST_F(ArchiveExtraction, FailsWhereADirectoryStandsInThePlaceOfAFile)
@@ -116,7 +116,7 @@ TEST_F(ArchiveExtraction, FailsWhereAFileStandsInThePlaceOfADirectory)
 {
     Put(Folder() / "a", "mine");
     RefuseAll(ZipBytes().AddDirectory("a").Add("a/b", "1"));
-    EXPECT_EQ("mine", Content(Folder() / "a"));
+    EXPECT_EQ("mine", ReadFile(Folder() / "a"));
 }
 
 TEST_F(ArchiveExtraction, FailsWhereAPipeStands)
@@ -148,7 +148,7 @@ TEST_F(ArchiveExtraction, AFullDiskLeavesNothingNewAndTheFileThatStandsThere)
     const FileSizeLimit disk(50'000);
     for (const char* name : {"new/sub/small", "new/sub/large", "a"})
         EXPECT_TRUE(FAILED(Extract(name))) << name;
-    EXPECT_EQ("mine", Content(Folder() / "a"));
+    EXPECT_EQ("mine", ReadFile(Folder() / "a"));
     EXPECT_EQ(std::set<std::string>{"a"}, Listing(Folder()));
 }
 
@@ -213,7 +213,7 @@ TEST_F(ArchiveExtraction, RefusesToWriteThroughALinkOrToReplaceIt)
     RefuseAll(ZipBytes().Add("file", "1").Add("dangling", "1"));
     zip_.Close();
     RefuseAll(ZipBytes().Add("file", content).Add("dangling", content));
-    EXPECT_EQ("mine", Content(Outside() / "mine"));
+    EXPECT_EQ("mine", ReadFile(Outside() / "mine"));
     EXPECT_EQ(std::set<std::string>{"mine"}, Listing(Outside()));
     EXPECT_TRUE(std::filesystem::is_symlink(Folder() / "file"));
     EXPECT_TRUE(std::filesystem::is_symlink(Folder() / "dangling"));
@@ -251,7 +251,7 @@ TEST_F(ArchiveExtraction, ADeepPathIsExtractedOrRefusedAsAWhole)
         tooDeep += "d/";
     ASSERT_EQ(S_OK, Open(ZipBytes().Add(deep + "a", "1").Add(tooDeep + "a", "1")));
     EXPECT_EQ(S_OK, Extract(deep + "a"));
-    EXPECT_EQ("1", Content(Folder() / (deep + "a")));
+    EXPECT_EQ("1", ReadFile(Folder() / (deep + "a")));
     EXPECT_TRUE(FAILED(Extract(tooDeep + "a")));
     EXPECT_FALSE(std::filesystem::exists(Folder() / (deep + "d")));
 }

@@ -3,6 +3,7 @@
 
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/text/Utf.h"
+#include "tests/support/Files.h"
 #include "tests/support/ZipBytes.h"
 
 #include "host/archive.h"
@@ -91,11 +92,6 @@ protected:
     static void Put(const std::filesystem::path& path, std::string_view content)
     {
         std::ofstream(path, std::ios::binary) << content;
-    }
-    static std::string Content(const std::filesystem::path& path)
-    {
-        std::ifstream stream(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
     }
     /// All that is below `folder`, as relative paths.
     static std::set<std::string> Listing(const std::filesystem::path& folder)

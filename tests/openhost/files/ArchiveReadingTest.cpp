@@ -16,7 +16,7 @@ protected:
     void ExpectContent(const ZipBytes& archive, const std::string& content)
     {
         EXPECT_EQ(S_OK, ExtractOnly(archive));
-        EXPECT_EQ(content, Content(Folder() / Browse().at(0)));
+        EXPECT_EQ(content, ReadFile(Folder() / Browse().at(0)));
         EXPECT_EQ(S_OK, zip_.Close());
     }
     void ExpectNoEntries(HRESULT result)
@@ -77,7 +77,7 @@ TEST_F(ArchiveReading, PathsMayHaveBackslashes)
     ZipBytes().Add("a", "1").Write(ArchivePath());
     EXPECT_EQ(S_OK, zip_.OpenZip(Text(temporary_.Path()) + "\\archive.zip", ZALZipRead));
     EXPECT_EQ(S_OK, zip_.ExtractFile(Text(temporary_.Path()) + "\\folder", "a", ZALZipExtractReplace));
-    EXPECT_EQ("1", Content(Folder() / "a"));
+    EXPECT_EQ("1", ReadFile(Folder() / "a"));
 }
 
 TEST_F(ArchiveReading, EveryOperationFailsWithoutAnArchive)
@@ -125,16 +125,16 @@ TEST_F(ArchiveReading, ReadsMoreEntriesThanSixteenBitsCount)
     ASSERT_EQ(S_OK, Open(ZipBytes().AddMany(70'000)));
     EXPECT_EQ(70'000U, Browse().size());
     EXPECT_EQ(S_OK, Extract("entry-69999"));
-    EXPECT_EQ("content 69999", Content(Folder() / "entry-69999"));
+    EXPECT_EQ("content 69999", ReadFile(Folder() / "entry-69999"));
 }
 
 TEST_F(ArchiveReading, ReadsNamesInUTF8AndInCP437)
 {
     const std::string name = "\xC3\x84rmel/\xE8\x9E\xBA\xE6\xAF\x8D.ZALPart";
     ExpectContent(ZipBytes().Add(name, "1"), "1");
-    EXPECT_EQ("1", Content(Folder() / name));
+    EXPECT_EQ("1", ReadFile(Folder() / name));
     ExpectContent(ZipBytes().Add("Gr\x94\xE1.ZALPart", "2").NamedInCP437(), "2");
-    EXPECT_EQ("2", Content(Folder() / "Gr\xC3\xB6\xC3\x9F.ZALPart"));
+    EXPECT_EQ("2", ReadFile(Folder() / "Gr\xC3\xB6\xC3\x9F.ZALPart"));
 }
 
 TEST_F(ArchiveReading, FailsToOpenWithANameThatIsNoUTF8AndSaysItIs)
@@ -193,7 +193,7 @@ TEST_F(ArchiveReading, ExtractsWhatLibzipWrites)
     ASSERT_EQ(S_OK, zip_.OpenZip(Text(ArchivePath()), ZALZipRead));
     for (const std::string& name : Browse())
         EXPECT_EQ(S_OK, Extract(name));
-    EXPECT_EQ(content, Content(Folder() / "sub/a.ZALPart"));
+    EXPECT_EQ(content, ReadFile(Folder() / "sub/a.ZALPart"));
     EXPECT_TRUE(std::filesystem::is_directory(Folder() / "empty"));
 }
 
@@ -202,7 +202,7 @@ TEST_F(ArchiveReading, ExtractsTheLastOfEntriesWithTheSameName)
     ASSERT_EQ(S_OK, Open(ZipBytes().Add("a", "first").Add("b", "other").Add("a", "last")));
     EXPECT_EQ((std::vector<std::string>{"a", "b", "a"}), Browse());
     EXPECT_EQ(S_OK, Extract("a"));
-    EXPECT_EQ("last", Content(Folder() / "a"));
+    EXPECT_EQ("last", ReadFile(Folder() / "a"));
 }
 
 TEST_F(ArchiveReading, ExtractsByTheNameOfTheDirectory)
@@ -243,14 +243,14 @@ TEST_P(DamagedEntry, FailsByItselfAndLeavesNothingNewOrWhatStandsThere)
     ExpectNothingWritten();
 
     EXPECT_EQ(S_OK, Extract("good"));
-    EXPECT_EQ("fine", Content(Folder() / "good"));
+    EXPECT_EQ("fine", ReadFile(Folder() / "good"));
 
     const std::filesystem::path file = Folder() / name;
     std::filesystem::create_directories(file.parent_path());
     Put(file, "mine");
     const std::set<std::string> before = Listing(Folder());
     EXPECT_TRUE(FAILED(Extract(name)));
-    EXPECT_EQ("mine", Content(file));
+    EXPECT_EQ("mine", ReadFile(file));
     EXPECT_EQ(before, Listing(Folder()));
 }
 
@@ -302,7 +302,7 @@ TEST_F(ArchiveReading, ArchivesWithAnyByteChangedNeitherCrashNorWriteOtherConten
             continue;
         for (const std::string& name : Browse()) {
             if (Extract(name) == S_OK && std::filesystem::is_regular_file(Folder() / name)) {
-                EXPECT_EQ(text, Content(Folder() / name)) << position;
+                EXPECT_EQ(text, ReadFile(Folder() / name)) << position;
             }
         }
         zip_.Close();

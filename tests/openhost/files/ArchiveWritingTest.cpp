@@ -27,7 +27,7 @@ protected:
     /// What the archive holds: content by name.
     std::vector<std::pair<std::string, std::string>> Entries() const
     {
-        return OpenedArchive(Content(ArchivePath())).Entries();
+        return OpenedArchive(ReadFile(ArchivePath())).Entries();
     }
     std::size_t FilesBesideTheArchive() const
     {
@@ -96,7 +96,7 @@ TEST_F(ArchiveWriting, HoldsADeletedFileInPlaceOfWhatStoodThereBefore)
     EXPECT_EQ((std::vector<Entry>{{"a", "content"}}), Entries());
     ASSERT_EQ(S_OK, zip_.OpenZip(Text(ArchivePath()), ZALZipRead));
     EXPECT_EQ(S_OK, Extract("a")) << "the host itself reads it";
-    EXPECT_EQ("content", Content(Folder() / "a"));
+    EXPECT_EQ("content", ReadFile(Folder() / "a"));
 }
 
 TEST_F(ArchiveWriting, IsGivenUpWithoutAClose)

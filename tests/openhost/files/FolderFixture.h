@@ -2,6 +2,7 @@
 #pragma once
 
 #include "openhost/files/TemporaryFolder.h"
+#include "tests/support/Files.h"
 
 #include "host/text.h"
 
@@ -26,11 +27,7 @@ protected:
     {
         std::ofstream(At(name), std::ios::binary) << content;
     }
-    std::string Content(const std::string& name) const
-    {
-        std::ifstream stream(At(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
+    std::string Content(const std::string& name) const { return ReadFile(At(name)); }
     bool Exists(const std::string& name) const { return std::filesystem::exists(At(name)); }
     /// Everything below the folder.
     std::vector<std::string> Names() const

@@ -97,7 +97,7 @@ TEST(LightRepresentation, EveryShorterAndLongerFileIsRefused)
 TEST(LightRepresentation, AnotherMarkVersionOrUnitIsRefused)
 {
     const std::string bytes = EncodeLvr(Corner());
-    EXPECT_THAT(Refusal(With(bytes, 0, 'z')), HasSubstr("no light representation"));
+    EXPECT_THAT(Refusal(With(bytes, 0, 'z')), HasSubstr("not a light representation"));
     EXPECT_THAT(Refusal(With(bytes, 4, 2U)), HasSubstr("version 2"));
     EXPECT_THAT(Refusal(With(bytes, 8, 0U)), HasSubstr("unit 0"));
 }

@@ -1,5 +1,6 @@
 #include "openhost/lvr/WriteStl.h"
 #include "openhost/files/TemporaryFolder.h"
+#include "tests/support/Files.h"
 
 #include <gtest/gtest.h>
 
@@ -16,12 +17,6 @@ struct Facet {
     std::array<LvrMesh::Vector, 3> corners;
     std::uint16_t attribute;
 };
-
-std::string Read(const std::filesystem::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 Facet FacetAt(const std::string& bytes, std::size_t index)
 {
@@ -45,7 +40,7 @@ TEST(Stl, HasAHeaderThatIsNotTheOneOfTextFilesAndTheNumberOfFacets)
 {
     const TemporaryFolder folder;
     WriteStl(folder.Path() / "a.stl", Mesh());
-    const std::string bytes = Read(folder.Path() / "a.stl");
+    const std::string bytes = ReadFile(folder.Path() / "a.stl");
     ASSERT_EQ(bytes.size(), 84U + 3 * 50);
     EXPECT_FALSE(bytes.starts_with("solid"));
     EXPECT_EQ(std::string("\3\0\0\0", 4), bytes.substr(80, 4));
@@ -55,7 +50,7 @@ TEST(Stl, FacetsAreTheTrianglesWithTheNormalsOfTheirPlanes)
 {
     const TemporaryFolder folder;
     WriteStl(folder.Path() / "a.stl", Mesh());
-    const std::string bytes = Read(folder.Path() / "a.stl");
+    const std::string bytes = ReadFile(folder.Path() / "a.stl");
     const Facet first = FacetAt(bytes, 0);
     EXPECT_EQ((LvrMesh::Vector{0, 0, 1}), first.normal);
     EXPECT_EQ((LvrMesh::Vector{0, 0, 0}), first.corners[0]);
@@ -69,7 +64,7 @@ TEST(Stl, ATriangleWithoutAreaHasNoNormal)
 {
     const TemporaryFolder folder;
     WriteStl(folder.Path() / "a.stl", Mesh());
-    EXPECT_EQ((LvrMesh::Vector{0, 0, 0}), FacetAt(Read(folder.Path() / "a.stl"), 2).normal);
+    EXPECT_EQ((LvrMesh::Vector{0, 0, 0}), FacetAt(ReadFile(folder.Path() / "a.stl"), 2).normal);
 }
 
 TEST(Stl, AMeshThatIsNoneLeavesTheOldFile)
@@ -77,7 +72,7 @@ TEST(Stl, AMeshThatIsNoneLeavesTheOldFile)
     const TemporaryFolder folder;
     std::ofstream(folder.Path() / "a.stl") << "old";
     EXPECT_THROW(WriteStl(folder.Path() / "a.stl", LvrMesh{}), LvrError);
-    EXPECT_EQ("old", Read(folder.Path() / "a.stl"));
+    EXPECT_EQ("old", ReadFile(folder.Path() / "a.stl"));
 }
 
 } // namespace openhost::testing

@@ -1,7 +1,7 @@
 #include "openhost/play/JournalWriter.h"
 
 #include "openhost/files/TemporaryFolder.h"
-#include "tests/support/ReadFile.h"
+#include "tests/support/Files.h"
 
 #include <gtest/gtest.h>
 

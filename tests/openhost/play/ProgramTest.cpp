@@ -2,8 +2,8 @@
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/lvr/LvrMesh.h"
 
+#include "tests/support/Files.h"
 #include "tests/support/Places.h"
-#include "tests/support/ReadFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

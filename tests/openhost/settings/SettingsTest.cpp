@@ -3,6 +3,7 @@
 #include "openhost/settings/SettingsStore.h"
 #include "openhost/text/Utf.h"
 #include "tests/openhost/files/FileSizeLimit.h"
+#include "tests/support/Files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -84,11 +85,7 @@ protected:
 
     void Write(const std::string& bytes) const { std::ofstream(file, std::ios::binary) << bytes; }
 
-    std::string Read() const
-    {
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
+    std::string Read() const { return testing::ReadFile(file); }
 
     std::string LoadError()
     {
@@ -313,11 +310,11 @@ TEST_F(Settings, AreNotSavedOverAFileThatWasDamagedMeanwhile)
 TEST_F(Settings, AreLoadedFromNoFolderPipeDeviceOrCircleOfLinks)
 {
     std::filesystem::create_directory(file);
-    EXPECT_THAT(LoadError(), HasSubstr("no regular file"));
+    EXPECT_THAT(LoadError(), HasSubstr("not a regular file"));
     EXPECT_THROW(Store().Save(), std::runtime_error);
     std::filesystem::remove(file);
     ASSERT_EQ(0, mkfifo(file.c_str(), 0600));
-    EXPECT_THAT(LoadError(), HasSubstr("no regular file"));
+    EXPECT_THAT(LoadError(), HasSubstr("not a regular file"));
     for (const char* target : {"/dev/zero", "settings.json"}) {
         std::filesystem::remove(file);
         std::filesystem::create_symlink(target, file);
