@@ -50,6 +50,13 @@ private:
 
 } // namespace
 
+std::string Body::ReadAll()
+{
+    std::string text(static_cast<std::size_t>(Size()), '\0');
+    text.resize(Read(0, text.data(), text.size()));
+    return text;
+}
+
 std::shared_ptr<Body> Body::FromText(std::string text)
 {
     return std::make_shared<TextBody>(std::move(text));

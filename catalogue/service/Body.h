@@ -17,6 +17,9 @@ public:
     /// Reads up to `size` bytes from `offset`; less only at the end, and 0 also when reading fails.
     virtual std::size_t Read(std::uint64_t offset, char* buffer, std::size_t size) = 0;
 
+    /// All of it, as far as it can be read.
+    std::string ReadAll();
+
     static std::shared_ptr<Body> FromText(std::string text);
     /// The regular file `path`, no link; null when there is none.
     static std::shared_ptr<Body> FromFile(const std::filesystem::path& path);

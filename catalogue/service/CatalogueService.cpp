@@ -275,8 +275,7 @@ void CatalogueService::Implementation::SendPage(const std::string& name, httplib
     if (!body || body->Size() > MaximumPageSize)
         return WriteError(response, 404, "no such page");
 
-    std::string text(static_cast<std::size_t>(body->Size()), '\0');
-    text.resize(body->Read(0, text.data(), text.size()));
+    std::string text = body->ReadAll();
     response.set_header("Content-Security-Policy", PagePolicy);
     response.set_header("X-Content-Type-Options", "nosniff");
     response.set_header("Referrer-Policy", "no-referrer");
@@ -304,8 +303,7 @@ void CatalogueService::Implementation::SendJson(const std::filesystem::path& pat
     if (body->Size() > MaximumItemSize)
         return WriteError(response, 500, "the description of the item is too long");
 
-    std::string text(static_cast<std::size_t>(body->Size()), '\0');
-    text.resize(body->Read(0, text.data(), text.size()));
+    std::string text = body->ReadAll();
     Json description = Json::parse(text, nullptr, false);
     if (description.is_discarded())
         return WriteError(response, 500, "the description of the item is not JSON");

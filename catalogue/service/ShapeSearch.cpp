@@ -17,8 +17,7 @@ Json ReadIndex(const std::filesystem::path& path)
     const std::shared_ptr<Body> body = Body::FromFile(path);
     if (!body || body->Size() > ShapeSearch::MaximumIndexSize)
         return {};
-    std::string text(static_cast<std::size_t>(body->Size()), '\0');
-    text.resize(body->Read(0, text.data(), text.size()));
+    std::string text = body->ReadAll();
     return Json::parse(text, nullptr, false);
 }
 

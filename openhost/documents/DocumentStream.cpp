@@ -1,7 +1,10 @@
 #include "openhost/documents/DocumentStream.h"
 
+#include "openhost/text/Utf8.h"
+
 #include <isa-l/crc.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 
@@ -32,31 +35,14 @@ std::uint32_t Checksum(std::string_view bytes)
     return crc32_gzip_refl(0, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
 }
 
-/// Whether `text` is UTF-8 in shortest form, without surrogates and without control characters but line feed
-/// and tab.
+/// Whether `text` is UTF-8 without control characters but line feed and tab.
 bool IsPlainText(std::string_view text)
 {
-    for (std::size_t i = 0; i < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[i++]);
-        if (lead < 0x80) {
-            if ((lead < 0x20 && lead != '\n' && lead != '\t') || lead == 0x7F)
-                return false;
-            continue;
-        }
-        const int following = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
-        std::uint32_t code = lead & (0x3FU >> following);
-        if (lead < 0xC2 || lead > 0xF4)
-            return false;
-        for (int k = 0; k < following; ++k, ++i) {
-            if (i == text.size() || (static_cast<unsigned char>(text[i]) & 0xC0) != 0x80)
-                return false;
-            code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3F);
-        }
-        const bool overlong = (following == 2 && code < 0x800) || (following == 3 && code < 0x10000);
-        if (overlong || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000))
-            return false;
-    }
-    return true;
+    const auto isControl = [](char unit) {
+        const auto code = static_cast<unsigned char>(unit);
+        return (code < 0x20 && unit != '\n' && unit != '\t') || code == 0x7F;
+    };
+    return IsUtf8(text) && std::ranges::none_of(text, isControl);
 }
 
 } // namespace

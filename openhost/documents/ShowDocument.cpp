@@ -1,6 +1,7 @@
 #include "openhost/documents/ShowDocument.h"
 
 #include "openhost/documents/CadDocument.h"
+#include "openhost/documents/TreeLines.h"
 
 #include <algorithm>
 #include <iomanip>
@@ -54,14 +55,14 @@ public:
     {
         above_.push_back(fileName);
         for (std::size_t i = 0; i < document.children.size() && std::ssize(lines_) < MaximumTreeLines; ++i) {
-            const bool last = i + 1 == document.children.size();
+            const TreeBranch& branch = i + 1 == document.children.size() ? LastBranch : MiddleBranch;
             const ChildInstance& child = document.children[i];
             const std::string& link = document.links[child.link];
-            std::string line = indent + (last ? "└─ " : "├─ ") + InOneLine(child.name) + "  [" + InOneLine(link) +
-                               "]  " + Place(child.placement);
+            std::string line = indent + branch.child + InOneLine(child.name) + "  [" + InOneLine(link) + "]  " +
+                               Place(child.placement);
             if (std::ssize(lines_) + 1 == MaximumTreeLines)
                 line += "  … and more";
-            AddTarget(std::move(line), link, indent + (last ? "   " : "│  "));
+            AddTarget(std::move(line), link, indent + branch.below);
         }
         above_.pop_back();
     }

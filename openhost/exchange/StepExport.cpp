@@ -1,6 +1,7 @@
 #include "openhost/exchange/StepExport.h"
 
 #include "openhost/geometry/DocumentTree.h"
+#include "openhost/text/Utf8.h"
 
 #include <APIHeaderSection_MakeHeader.hxx>
 #include <BRep_Builder.hxx>
@@ -23,6 +24,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <sstream>
+#include <string_view>
 #include <vector>
 
 namespace openhost {
@@ -76,16 +78,15 @@ std::string EncodeNames(const std::string& text)
 {
     std::string encoded;
     encoded.reserve(text.size());
-    for (std::size_t i = 0; i < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[i++]);
-        if (lead < 0x80) {
-            encoded += static_cast<char>(lead);
+    for (std::string_view rest = text; !rest.empty();) {
+        const auto [length, character] = ReadUtf8Sequence(rest);
+        if (length <= 1) {
+            encoded += rest.front();
+            rest.remove_prefix(1);
             continue;
         }
-        const int following = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
-        std::uint32_t code = lead & (0x3FU >> following);
-        for (int k = 0; k < following && i < text.size(); ++k)
-            code = code << 6 | (static_cast<unsigned char>(text[i++]) & 0x3F);
+        rest.remove_prefix(length);
+        const auto code = static_cast<std::uint32_t>(character);
         char form[24];
         std::snprintf(form, sizeof(form), code > 0xFFFF ? "\\X4\\%08X\\X0\\" : "\\X2\\%04X\\X0\\", code);
         encoded += form;

@@ -5,11 +5,13 @@
 
 class ZALZipReader {
 public:
+    explicit ZALZipReader(std::unique_ptr<openhost::ArchiveReader> opened) : archive(std::move(opened)) {}
     std::unique_ptr<openhost::ArchiveReader> archive;
 };
 
 class ZALZipWriter {
 public:
+    explicit ZALZipWriter(std::unique_ptr<openhost::ArchiveWriter> opened) : archive(std::move(opened)) {}
     std::unique_ptr<openhost::ArchiveWriter> archive;
 };
 

@@ -2,6 +2,7 @@
 
 #include "openhost/documents/CadDocument.h"
 #include "openhost/documents/ShowDocument.h"
+#include "openhost/documents/TreeLines.h"
 #include "openhost/files/Md5.h"
 
 #include <algorithm>
@@ -237,12 +238,12 @@ void SessionAccount::TellChildren(const nlohmann::ordered_json& product, const s
     const bool more = product.value("more", false);
     if (const auto children = product.find("children"); children != product.end())
         for (const nlohmann::ordered_json& child : *children) {
-            const bool last = !more && &child == &children->back();
-            Line("") << indent << (last ? "└─ " : "├─ ") << InOneLine(child, "name") << Description(child) << "\n";
-            TellChildren(child, indent + (last ? "   " : "│  "));
+            const TreeBranch& branch = !more && &child == &children->back() ? LastBranch : MiddleBranch;
+            Line("") << indent << branch.child << InOneLine(child, "name") << Description(child) << "\n";
+            TellChildren(child, indent + branch.below);
         }
     if (more)
-        Line("") << indent << "└─ … and more\n";
+        Line("") << indent << LastBranch.child << "… and more\n";
 }
 
 void SessionAccount::TellPrompt(const nlohmann::ordered_json& event)
