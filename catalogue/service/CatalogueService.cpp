@@ -106,7 +106,7 @@ std::string DescribeError(const httplib::Request& request, int code)
 
 class CatalogueService::Implementation {
 public:
-    Implementation(const std::filesystem::path& root, Log log);
+    Implementation(const std::filesystem::path& root, const Log& log);
     ~Implementation() { Stop(); }
 
     void Start(int port);
@@ -140,7 +140,7 @@ private:
     int port_ = 0;
 };
 
-CatalogueService::Implementation::Implementation(const std::filesystem::path& root, Log log)
+CatalogueService::Implementation::Implementation(const std::filesystem::path& root, const Log& log)
     : root_(std::filesystem::absolute(root).lexically_normal())
 {
     if (!std::filesystem::is_directory(root_))
@@ -181,15 +181,16 @@ void CatalogueService::Implementation::AddChecks()
         }
         return HandlerResponse::Unhandled;
     });
-    server_.set_exception_handler([](const httplib::Request&, httplib::Response& response, std::exception_ptr error) {
-        try {
-            std::rethrow_exception(error);
-        } catch (const ParameterError& problem) {
-            WriteError(response, 400, problem.what());
-        } catch (const std::exception& problem) {
-            WriteError(response, 500, problem.what());
-        }
-    });
+    server_.set_exception_handler(
+        [](const httplib::Request&, httplib::Response& response, const std::exception_ptr& error) {
+            try {
+                std::rethrow_exception(error);
+            } catch (const ParameterError& problem) {
+                WriteError(response, 400, problem.what());
+            } catch (const std::exception& problem) {
+                WriteError(response, 500, problem.what());
+            }
+        });
     const httplib::Server::HandlerWithResponse describeError = [](const httplib::Request& request,
                                                                   httplib::Response& response) {
         if (!response.body.empty() || response.content_provider_ || response.has_header("Content-Type"))
@@ -275,12 +276,11 @@ void CatalogueService::Implementation::SendPage(const std::string& name, httplib
     if (!body || body->Size() > MaximumPageSize)
         return WriteError(response, 404, "no such page");
 
-    std::string text = body->ReadAll();
     response.set_header("Content-Security-Policy", PagePolicy);
     response.set_header("X-Content-Type-Options", "nosniff");
     response.set_header("Referrer-Policy", "no-referrer");
     response.set_header("Cache-Control", "no-cache");
-    response.set_content(std::move(text), type->second);
+    response.set_content(body->ReadAll(), type->second);
 }
 
 void CatalogueService::Implementation::FillIn(Json& value) const
@@ -303,8 +303,7 @@ void CatalogueService::Implementation::SendJson(const std::filesystem::path& pat
     if (body->Size() > MaximumItemSize)
         return WriteError(response, 500, "the description of the item is too long");
 
-    std::string text = body->ReadAll();
-    Json description = Json::parse(text, nullptr, false);
+    Json description = Json::parse(body->ReadAll(), nullptr, false);
     if (description.is_discarded())
         return WriteError(response, 500, "the description of the item is not JSON");
     FillIn(description);
@@ -382,8 +381,8 @@ void CatalogueService::Implementation::AnswerSearch(const httplib::Request& requ
     }
 }
 
-CatalogueService::CatalogueService(const std::filesystem::path& root, Log log)
-    : implementation_(std::make_unique<Implementation>(root, std::move(log)))
+CatalogueService::CatalogueService(const std::filesystem::path& root, const Log& log)
+    : implementation_(std::make_unique<Implementation>(root, log))
 {
 }
 

@@ -26,7 +26,7 @@ public:
     using Log = std::function<void(const std::string& line)>;
 
     /// Throws std::runtime_error when `root` is no folder.
-    explicit CatalogueService(const std::filesystem::path& root, Log log = {});
+    explicit CatalogueService(const std::filesystem::path& root, const Log& log = {});
     CatalogueService(const CatalogueService&) = delete;
     CatalogueService& operator=(const CatalogueService&) = delete;
     /// Stops the service.

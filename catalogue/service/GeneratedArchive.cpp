@@ -154,17 +154,17 @@ public:
         auto content = std::make_unique<PartContent>(number, size);
         zip_source_t* source = zip_source_function(archive_, ServePart, content.get());
         if (source)
-            content.release();
+            static_cast<void>(content.release()); // the archive's from here on
         Add(name, source);
     }
 
     void AddBytes(const std::string& name, const std::string& bytes)
     {
         // The library frees its buffer with free().
-        void* copy = std::malloc(bytes.size());
+        auto* copy = static_cast<char*>(std::malloc(bytes.size()));
         if (!copy)
             throw std::bad_alloc();
-        std::memcpy(copy, bytes.data(), bytes.size());
+        std::ranges::copy(bytes, copy);
         Add(name, zip_source_buffer(archive_, copy, bytes.size(), 1));
     }
 

@@ -28,7 +28,7 @@ std::string Quote(const std::string& text)
 /// The header's value, or an empty text for none.
 std::string BuildDisposition(const ReplyOptions& options, const Download& download)
 {
-    const std::string name = options.fileName.value_or(download.fileName);
+    std::string name = options.fileName.value_or(download.fileName);
     switch (options.disposition) {
     case Disposition::Usual:
         return download.attached || options.fileName ? "attachment; filename=" + Quote(name) : "";

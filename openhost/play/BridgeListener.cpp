@@ -43,20 +43,13 @@ BridgeListener::BridgeListener(std::vector<Reply> replies)
     : replies_(std::move(replies)), publisher_(ClassDictionary::Instance().Create(PublisherClass)),
       subscriber_(ClassDictionary::Instance().Create(SubscriberClass))
 {
-    if (!publisher_ || !subscriber_) {
-        for (ZALBaseUnknown* end : {publisher_, subscriber_})
-            if (end)
-                end->Release();
+    if (!publisher_ || !subscriber_)
         throw std::runtime_error("the module has no bridge");
-    }
-    AddCallback(publisher_, ZALDlgHtmlViewJavaScriptNotification::ClassName(), &BridgeListener::OnMessage, nullptr);
+    AddCallback(publisher_.get(), ZALDlgHtmlViewJavaScriptNotification::ClassName(), &BridgeListener::OnMessage,
+                nullptr);
 }
 
-BridgeListener::~BridgeListener()
-{
-    publisher_->Release();
-    subscriber_->Release();
-}
+BridgeListener::~BridgeListener() = default;
 
 void BridgeListener::OnMessage(ZALBaseUnknown*, ZALNotification* notification, void*)
 {
@@ -77,10 +70,8 @@ void BridgeListener::OnMessage(ZALBaseUnknown*, ZALNotification* notification, v
             continue;
         }
         EventLoop::Current().Post([listener = ZALBaseUnknown_WR(this), text] {
-            if (ZALBaseUnknown* living = listener.GetComponent()) {
-                static_cast<BridgeListener*>(living)->Send(text);
-                living->Release();
-            }
+            if (const Owned<ZALBaseUnknown> living(listener.GetComponent()); living)
+                static_cast<BridgeListener&>(*living).Send(text);
         });
     }
 }
@@ -91,7 +82,7 @@ void BridgeListener::Send(const std::string& message)
     if (const std::string method = Method(members); !method.empty())
         requests_[Identifier(members)] = method;
     ZALDlgHtmlViewJavaScriptNotification notification("", message.data(), message.size());
-    DispatchCallbacks(subscriber_, &notification);
+    DispatchCallbacks(subscriber_.get(), &notification);
 }
 
 std::string BridgeListener::MethodOf(const std::string& message) const

@@ -1,7 +1,7 @@
 // A component on the module's bridge, as a session describes it.
 #pragma once
 
-#include "host/object_model.h"
+#include "openhost/objects/Owned.h"
 
 #include <map>
 #include <string>
@@ -39,8 +39,8 @@ private:
 
     std::vector<Reply> replies_;
     std::map<std::string, std::string> requests_; ///< methods of the component's own requests by identifier
-    ZALBaseUnknown* publisher_;                   ///< one reference, as on the next one
-    ZALBaseUnknown* subscriber_;
+    Owned<ZALBaseUnknown> publisher_;
+    Owned<ZALBaseUnknown> subscriber_;
 };
 
 } // namespace openhost

@@ -2,6 +2,7 @@
 
 #include "host/dialogs.h"
 #include "openhost/objects/ClassDictionary.h"
+#include "openhost/objects/Owned.h"
 #include "openhost/play/SessionStep.h"
 
 #include <string>
@@ -19,10 +20,8 @@ bool OptionsPage::Open()
     if (addin_)
         throw StepFailure("the options are open already");
 
-    ZALBaseUnknown* object = ClassDictionary::Instance().Create(AddinClass);
-    addin_ = ZALInterfaceHandle<ZALIMeridiaAccessSettingsUIAddin>(object);
-    if (object)
-        object->Release();
+    const Owned<ZALBaseUnknown> object(ClassDictionary::Instance().Create(AddinClass));
+    addin_ = ZALInterfaceHandle<ZALIMeridiaAccessSettingsUIAddin>(object.get());
     if (!addin_)
         throw StepFailure(std::string("the module has no ") + AddinClass);
 

@@ -412,10 +412,8 @@ void SessionPlayer::StayOpen()
 void SessionPlayer::PickRoot()
 {
     const std::string names = Cad().Active() ? Cad().Active()->PartNumber() : "";
-    if (ZALPathElement* path = Cad().FindPath(names)) {
-        DialogEngine::Current().Offer(path, names);
-        path->Release();
-    }
+    if (const Owned<ZALPathElement> path(Cad().FindPath(names)); path)
+        DialogEngine::Current().Offer(path.get(), names);
 }
 
 PageUser& SessionPlayer::User()
