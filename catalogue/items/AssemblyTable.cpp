@@ -44,7 +44,7 @@ private:
 
 std::string AddProduct(Catalogue& catalogue, const Product& product)
 {
-    const std::string fileName = product.GetDocument().partNumber + ".ZALProduct";
+    std::string fileName = product.GetDocument().partNumber + ".ZALProduct";
     catalogue.documents.emplace(fileName, product.GetDocument());
     return fileName;
 }

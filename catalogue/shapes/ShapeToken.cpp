@@ -14,7 +14,8 @@ constexpr unsigned char Version = 1;
 
 constexpr std::string_view Alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
 
-constexpr std::size_t TokenBytes = 1 + 4 * sizeof(float) + 2 * 2 * std::tuple_size_v<ShapeDescriptor::Histogram>;
+constexpr std::size_t TokenBytes =
+    1 + 4 * sizeof(float) + std::size_t{2} * 2 * std::tuple_size_v<ShapeDescriptor::Histogram>;
 
 /// Six bits a character, the high ones first; what is missing of the last one is 0.
 std::string ToText(const std::vector<unsigned char>& bytes)

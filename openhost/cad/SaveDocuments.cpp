@@ -34,6 +34,7 @@ std::string MakeIdentity()
 std::vector<PartFeature*> ResultsOf(const std::vector<Owned<PartFeature>>& tools)
 {
     std::vector<PartFeature*> results;
+    results.reserve(tools.size());
     for (const auto& tool : tools)
         results.push_back(tool->Child() ? tool->Child()->Child() : nullptr);
     return results;

@@ -36,7 +36,7 @@ private:
 
 /// Most bytes that are written at once. For a large piece the page cache looks for a large stretch of memory, which is
 /// seldom warm: the system's part of an extraction of 1 GiB takes six times as long with pieces of 128 KiB.
-inline constexpr std::size_t MaximumWriteSize = 32 * 1024;
+inline constexpr std::size_t MaximumWriteSize = std::size_t{32} * 1024;
 
 /// Writes all of `content`. When it is false, errno tells why.
 inline bool WriteAll(int descriptor, std::string_view content)

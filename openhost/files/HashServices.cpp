@@ -65,8 +65,8 @@ public:
             return 0;
         const auto* byte = static_cast<const unsigned char*>(bytes);
         for (int position = 0; position < count; ++position) {
-            text[2 * position] = digits[byte[position] >> 4];
-            text[2 * position + 1] = digits[byte[position] & 15];
+            *text++ = digits[byte[position] >> 4];
+            *text++ = digits[byte[position] & 15];
         }
         return 2 * count;
     }

@@ -16,7 +16,7 @@ namespace openhost {
 
 namespace {
 
-constexpr std::size_t PieceSize = 256 * 1024;
+constexpr std::size_t PieceSize = std::size_t{256} * 1024;
 
 [[noreturn]] void FailReading(const std::filesystem::path& file)
 {

@@ -79,7 +79,7 @@ void BridgeListener::OnMessage(ZALBaseUnknown*, ZALNotification* notification, v
 void BridgeListener::Send(const std::string& message)
 {
     const nlohmann::json members = Members(message);
-    if (const std::string method = Method(members); !method.empty())
+    if (std::string method = Method(members); !method.empty())
         requests_[Identifier(members)] = method;
     ZALDlgHtmlViewJavaScriptNotification notification("", message.data(), message.size());
     DispatchCallbacks(subscriber_.get(), &notification);
@@ -88,7 +88,7 @@ void BridgeListener::Send(const std::string& message)
 std::string BridgeListener::MethodOf(const std::string& message) const
 {
     const nlohmann::json members = Members(message);
-    if (const std::string method = Method(members); !method.empty())
+    if (std::string method = Method(members); !method.empty())
         return method;
     const auto request = requests_.find(Identifier(members));
     return request != requests_.end() ? request->second : std::string();
