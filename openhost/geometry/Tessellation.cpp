@@ -114,8 +114,8 @@ LvrMesh TessellateShape(const TopoDS_Shape& shape, const TessellationTolerance& 
         if (box.IsVoid())
             throw GeometryError("the shape has no extent");
         BRepTools::Clean(shape);
-        BRepMesh_IncrementalMesh(shape, tolerance.chord * std::sqrt(box.SquareExtent()), Standard_False,
-                                 tolerance.angle);
+        const BRepMesh_IncrementalMesh kept(shape, tolerance.chord * std::sqrt(box.SquareExtent()), Standard_False,
+                                            tolerance.angle);
         for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next())
             AddFace(TopoDS::Face(face.Current()), mesh);
     } catch (const Standard_Failure& failure) {

@@ -160,10 +160,8 @@ ZALBaseUnknown_WR::ZALBaseUnknown_WR(const ZALBaseUnknown_WR& other) : cell_(oth
 
 ZALBaseUnknown_WR& ZALBaseUnknown_WR::operator=(const ZALBaseUnknown_WR& other)
 {
-    if (other.cell_)
-        ++other.cell_->holders;
-    ZALObjectLinks::ReleaseCell(cell_);
-    cell_ = other.cell_;
+    ZALBaseUnknown_WR copy(other);
+    std::swap(cell_, copy.cell_);
     return *this;
 }
 

@@ -131,7 +131,7 @@ void AddLine(const TopoDS_Edge& edge, const TopoDS_Face& face, PartMesh& mesh)
 
 PartMesh MeshPart(const TopoDS_Shape& shape, double deflection)
 {
-    BRepMesh_IncrementalMesh(shape, deflection, Standard_False, AngularDeflection, Standard_False);
+    const BRepMesh_IncrementalMesh kept(shape, deflection, Standard_False, AngularDeflection, Standard_False);
 
     PartMesh mesh;
     for (TopExp_Explorer faces(shape, TopAbs_FACE); faces.More(); faces.Next())

@@ -47,7 +47,7 @@ struct Vertex {
 
 std::uint8_t ToByte(double value)
 {
-    return static_cast<std::uint8_t>(std::clamp(value, 0.0, 255.0) + 0.5);
+    return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0, 255.0)));
 }
 
 /// The colour of a surface with the normal `normal`, of any length and side.
