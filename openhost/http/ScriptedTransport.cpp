@@ -75,10 +75,9 @@ void ScriptedTransport::Script::End(TransferEnd end)
     std::exchange(listener_, nullptr)->OnEnd(end, end == TransferEnd::Failed ? "the connection was lost" : "");
 }
 
-void ScriptedTransport::Script::Play(const std::shared_ptr<const Reply>& reply, std::size_t step,
-                                     std::uint64_t received)
+void ScriptedTransport::Script::Play(std::shared_ptr<const Reply> reply, std::size_t step, std::uint64_t received)
 {
-    EventLoop::Current().Post([script = self_.lock(), reply, step, received] {
+    EventLoop::Current().Post([script = self_.lock(), reply = std::move(reply), step, received] {
         if (step == 0 && reply->code)
             script->Head(*reply->code, reply->headers);
         const std::size_t chunk = step - 1;

@@ -43,7 +43,7 @@ public:
         void Deliver(Call call);
         void Cancel();
         void EndCancelled();
-        void Play(const std::shared_ptr<const Reply>& reply, std::size_t step, std::uint64_t received);
+        void Play(std::shared_ptr<const Reply> reply, std::size_t step, std::uint64_t received);
 
         HttpRequestData request_;
         HttpTransferListener* listener_ = nullptr; ///< null once nothing more may be called
