@@ -4,23 +4,45 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 # One cache of compiled files serves every copy of the tree.
 export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
+# What it needs to know of precompiled headers.
+export CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+
+# show_progress TITLE: tells how far a work is whose lines "N/ALL ..." come on standard input: in one line that moves on
+# a terminal, otherwise in a line at each tenth. Other lines are left out.
+show_progress() {
+    local title=$1 now all tenth=-1
+    while IFS=/ read -r now all; do
+        all=${all%%[!0-9]*}
+        [[ $now =~ ^[0-9]+$ && $all =~ ^[1-9][0-9]*$ ]] || continue
+        if [ -t 2 ]; then
+            printf '\r%s: %d of %d ' "$title" "$now" "$all" >&2
+        elif [ $((now * 10 / all)) -ne "$tenth" ]; then
+            tenth=$((now * 10 / all))
+            printf '%s: %d of %d\n' "$title" "$now" "$all" >&2
+        fi
+    done
+    [ ! -t 2 ] || printf '\r\033[K' >&2
+}
 
 # install_packages FILE...: installs what is missing of the packages named in the files. A package with the name of a
 # command after it is missing only when the command is.
 install_packages() {
-    local missing=()
-    local package command
+    local missing=() package command installed
+    installed=$(dpkg-query -W -f='${Package} ${db:Status-Status}\n' | sed -n 's/ installed$//p')
     while read -r package command; do
         [ -n "$command" ] && command -v "$command" >/dev/null && continue
-        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+        grep -qxF "$package" <<<"$installed" || missing+=("$package")
     done < <(grep -hv '^#' "$@")
     [ ${#missing[@]} -eq 0 ] && return 0
     local as_root=()
     [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-    echo "Installing: ${missing[*]}"
+    echo "Installing: ${missing[*]}" >&2
     "${as_root[@]}" apt-get update -qq
+    # Each package is told when it is unpacked and when it is set up.
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+        apt-get install -y --no-install-recommends "${missing[@]}" |
+        awk '/newly installed/ { all = 2 * ($1 + $3) } /^(Unpacking|Setting up)/ { print ++n "/" all; fflush() }' |
+        show_progress 'Installing packages'
 }
 
 # install_node_modules FOLDER: installs what the folder's package-lock.json names, unless it is there.
@@ -29,14 +51,46 @@ install_node_modules() {
     (cd "$1" && npm ci --no-audit --no-fund --loglevel=error >/dev/null)
 }
 
-# build FOLDER [CMAKE OPTION...]: configures and builds below build/, quietly unless something fails.
+# folder_of PRESET: the build folder of a preset of CMakePresets.json.
+folder_of() {
+    case $1 in
+    run | panel | test) echo "$root/build/release" ;;
+    fuzz) echo "$root/build/clang" ;;
+    *) echo "$root/build/$1" ;;
+    esac
+}
+
+# build PRESET [TARGET...]: configures, unless that was done for this preset or for one that holds it, and builds.
 build() {
-    local folder=$root/build/$1
+    local preset=$1 folder log presets
+    folder=$(folder_of "$preset")
+    log=$folder/build.log
     shift
     mkdir -p "$folder"
-    if ! { cmake -S "$root" -B "$folder" -G Ninja "$@" && cmake --build "$folder"; } >"$folder/build.log" 2>&1; then
-        grep -E -A4 'error|Error|FAILED' "$folder/build.log" | head -60 >&2
-        echo "The build has failed; the whole log is build/${folder##*/}/build.log" >&2
+    : >"$log"
+    if ! grep -qsw "$preset" "$folder/presets" || [ ! -f "$folder/build.ninja" ]; then
+        echo 'Configuring the build' >&2
+        if ! cmake -S "$root" --preset "$preset" >"$log" 2>&1; then
+            rm -f "$folder/presets"
+            explain_failure "$log"
+            return 1
+        fi
+        case $preset in
+        test) presets='run panel test' ;;
+        panel) presets='run panel' ;;
+        *) presets=$preset ;;
+        esac
+        echo "$presets" >"$folder/presets"
+    fi
+    if ! NINJA_STATUS='%f/%t ' cmake --build "$folder" --target "${@:-all}" 2>&1 | tee -a "$log" |
+        show_progress 'Building'; then
+        explain_failure "$log"
         return 1
     fi
+}
+
+# explain_failure LOG
+explain_failure() {
+    grep -E -A4 'error|Error|FAILED' "$1" | head -60 >&2
+    echo "The build has failed; the whole log is ${1#"$root"/}" >&2
 }

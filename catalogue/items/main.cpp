@@ -5,9 +5,8 @@
 #include "catalogue/items/PartTable.h"
 #include "catalogue/items/TemplateTable.h"
 
-#include <CLI/CLI.hpp>
+#include "openhost/commandline/CommandLine.h"
 
-#include <exception>
 #include <iostream>
 #include <string>
 
@@ -15,19 +14,12 @@ namespace {
 
 int Run(int count, char** values)
 {
-    CLI::App app("Builds the items of the catalogue: writes files/, items/, shapes/ and index.json into a folder.",
-                 "velmart-items");
+    openhost::CommandLine line("velmart-items", "Builds the items of the catalogue");
     std::string folder;
-    app.set_help_flag("--help", "this text");
-    app.set_version_flag("--version", "velmart-items " VELMART_VERSION, "tell the version");
-    app.add_option("OUTDIR", folder, "the folder")->type_name("")->required();
-    app.failure_message(
-        [](const CLI::App*, const CLI::Error& error) { return std::string("velmart-items: ") + error.what() + "\n"; });
-    try {
-        app.parse(count, values);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
-    }
+    line.Program().Word("OUTDIR", folder, "the folder that gets files/, items/, pictures/ and index.json").Required();
+    line.Program().Footer("Example: velmart-items items");
+    if (const std::optional<int> status = line.Read(count, values))
+        return *status;
 
     catalogue::Catalogue catalogue;
     catalogue::AddParts(catalogue);
@@ -35,17 +27,12 @@ int Run(int count, char** values)
     catalogue::AddTemplates(catalogue);
     catalogue::WriteCatalogue(catalogue, folder);
     std::cout << catalogue.items.size() << " items in " << folder << "\n";
-    return 0;
+    return openhost::StatusDone;
 }
 
 } // namespace
 
 int main(int count, char** values)
 {
-    try {
-        return Run(count, values);
-    } catch (const std::exception& error) {
-        std::cerr << "velmart-items: " << error.what() << "\n";
-        return 1;
-    }
+    return openhost::RunProgram("velmart-items", [&] { return Run(count, values); });
 }

@@ -1,10 +1,13 @@
-// velmart-catalogue: the catalogue service as a program.
+// velmart-catalogue: the catalogue service as a program, and what it has to offer.
 
 #include "catalogue/service/CatalogueService.h"
+#include "catalogue/service/ItemRequest.h"
+#include "catalogue/service/ShapeSearch.h"
 
-#include <CLI/CLI.hpp>
+#include "openhost/commandline/CommandLine.h"
 
 #include <csignal>
+#include <iomanip>
 #include <iostream>
 #include <string>
 
@@ -13,7 +16,9 @@
 namespace {
 
 constexpr const char* Reference =
-    R"(  GET /                  the catalogue's page, also as /categories
+    R"(The service answers
+
+  GET /                  the catalogue's page, also as /categories
   GET /items             the index
   GET /items/ID          the request of an item, as the catalogue page sends it
   GET /items/ID/picture  the picture of an item
@@ -41,12 +46,19 @@ Parameters of /files/NAME and /archive choose the form of the reply:
   slow=N             N bytes a second
   piece=N&pause=MS   MS milliseconds between pieces of N bytes
   redirect=N         N redirections before the reply
-  redirect=URL       a redirection to URL; code chooses which (302))";
+  redirect=URL       a redirection to URL; code chooses which (302)
+
+Example: velmart-catalogue serve --root items --port 8080)";
 
 struct Arguments {
-    int port = 0;
     std::string root;
+    int port = 0;
     bool verbose = false;
+    std::string item;
+    std::string base;
+    std::string query;
+    std::string journal;
+    int most = 8;
 };
 
 int Serve(const Arguments& arguments)
@@ -70,45 +82,87 @@ int Serve(const Arguments& arguments)
     // A second signal ends the program at once, whatever a client holds up.
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
     service.Stop();
-    return 0;
+    return openhost::StatusDone;
+}
+
+int List(const Arguments& arguments)
+{
+    for (const auto& item : catalogue::ReadIndex(arguments.root))
+        std::cout << std::left << std::setw(27) << item.value("id", "") << " " << item.value("title", "") << "\n";
+    return openhost::StatusDone;
+}
+
+int Request(const Arguments& arguments)
+{
+    std::cout << catalogue::ReadDownloadMessage(arguments.root, arguments.item, arguments.base) << "\n";
+    return openhost::StatusDone;
+}
+
+int Search(const Arguments& arguments)
+{
+    const std::string query = arguments.journal.empty() ? arguments.query : catalogue::ReadLastQuery(arguments.journal);
+    const catalogue::ShapeSearch search(std::filesystem::path(arguments.root) / "index.json");
+    int place = 0;
+    for (const auto& item : search.Search(query)) {
+        if (++place > arguments.most)
+            break;
+        std::cout << std::right << std::setw(4) << place << ".  " << std::fixed << std::setprecision(3)
+                  << item.value("score", 0.0) << "  " << std::left << std::setw(22) << item.value("id", "") << " "
+                  << item.value("title", "") << "\n";
+    }
+    return openhost::StatusDone;
+}
+
+openhost::Command AddCommand(const openhost::CommandLine& line, const char* name, const char* description,
+                             Arguments& arguments)
+{
+    const openhost::Command command = line.Add(name, description);
+    command
+        .Text("--root", "DIR", arguments.root,
+              "folder with index.json, items/ID.json, pictures/ID.png, files/NAME, page/NAME")
+        .Required();
+    return command;
 }
 
 int Run(int count, char** values)
 {
-    CLI::App app("Serves a folder of catalogue items over HTTP on 127.0.0.1 until SIGTERM or SIGINT.",
-                 "velmart-catalogue");
+    openhost::CommandLine line("velmart-catalogue", "Serves a folder of catalogue items, and tells what it offers");
     Arguments arguments;
-    app.set_help_flag("--help", "this text");
-    app.set_version_flag("--version", "velmart-catalogue " VELMART_VERSION, "tell the version");
-    app.add_option("--port", arguments.port, "port to listen on; 0 takes a free one")
-        ->required()
-        ->check(CLI::Range(0, 65535))
-        ->type_name("N");
-    app.add_option("--root", arguments.root,
-                   "folder with index.json, items/ID.json, pictures/ID.png, files/NAME, page/NAME")
-        ->required()
-        ->type_name("DIR");
-    app.add_flag("--verbose", arguments.verbose, "one line on standard error for each request");
-    app.footer(Reference);
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("velmart-catalogue: ") + error.what() + "\n";
-    });
-    try {
-        app.parse(count, values);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
-    }
-    return Serve(arguments);
+    const openhost::Command serve =
+        AddCommand(line, "serve", "Serves the items over HTTP on 127.0.0.1 until SIGTERM or SIGINT", arguments);
+    serve.Number("--port", "N", arguments.port, 0, 65535, "port to listen on; otherwise a free one");
+    serve.Flag("--verbose", arguments.verbose, "one line on standard error for each request");
+    serve.Footer(Reference);
+
+    const openhost::Command list = AddCommand(line, "list", "Lists the items: identifier and title", arguments);
+    list.Footer("Example: velmart-catalogue list --root items");
+
+    const openhost::Command request =
+        AddCommand(line, "request", "Prints the message by which the page asks for the download of an item", arguments);
+    request.Word("ID", arguments.item, "the item").Required();
+    request.Text("--base", "URL", arguments.base, "address of the service").Required();
+    request.Footer("Example: velmart-catalogue request bolted-joint-m8 --root items --base http://127.0.0.1:8080");
+
+    const openhost::Command search =
+        AddCommand(line, "search", "Lists the items whose shapes are the most similar to that of a query", arguments);
+    search.Word("QUERY", arguments.query, "what the service has answered to an upload");
+    search.Text("--journal", "FILE", arguments.journal,
+                "take the query that the module has handed to the page last in the session of this journal");
+    search.Number("--most", "N", arguments.most, 1, 1000, "how many items; 8 by default");
+    search.Footer("Example: velmart-catalogue search --root items --journal find-similar.jsonl");
+
+    if (const std::optional<int> status = line.Read(count, values))
+        return *status;
+    if (serve.IsGiven())
+        return Serve(arguments);
+    if (list.IsGiven())
+        return List(arguments);
+    return request.IsGiven() ? Request(arguments) : Search(arguments);
 }
 
 } // namespace
 
 int main(int count, char** values)
 {
-    try {
-        return Run(count, values);
-    } catch (const std::exception& error) {
-        std::cerr << "velmart-catalogue: " << error.what() << "\n";
-        return 1;
-    }
+    return openhost::RunProgram("velmart-catalogue", [&] { return Run(count, values); });
 }

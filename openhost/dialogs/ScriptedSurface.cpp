@@ -218,12 +218,13 @@ int ScriptedSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, c
         {name, question.GetStyle(), ToUtf8(title), ToUtf8(text), parent ? parent->GetName().CastToCharPtr() : "", -1});
 
     const bool isForUser = display_ && userAnswers_ && !HasAnswer(name);
-    const int answer = isForUser ? display_->Ask(question, text, title) : AskScript(question, name);
+    const int answer = isForUser ? display_->Ask(question, text, title) : AskScript(question, index);
     questions_[index].answer = answer;
+    questions_[index].answered |= isForUser;
     return answer;
 }
 
-int ScriptedSurface::AskScript(ZALDlgNotify& question, const std::string& name)
+int ScriptedSurface::AskScript(ZALDlgNotify& question, std::size_t index)
 {
     // Shared, since the loop may be left before the call has run.
     struct State {
@@ -233,10 +234,10 @@ int ScriptedSurface::AskScript(ZALDlgNotify& question, const std::string& name)
     };
     const auto state = std::make_shared<State>();
     EventLoop& loop = EventLoop::Current();
-    loop.Post([this, state, name] {
+    loop.Post([this, state, index] {
         if (state->withdrawn)
             return;
-        state->answer = TakeAnswer(name);
+        state->answer = TakeAnswer(questions_[index]);
         state->answered = true;
     });
     loop.RunUntil([&] { return state->answered || ZALDialogNode::Of(question).ended; });
@@ -257,11 +258,15 @@ bool ScriptedSurface::HasAnswer(const std::string& dialog) const
     return queued != answers_.end() && !queued->second.empty();
 }
 
-int ScriptedSurface::TakeAnswer(const std::string& dialog)
+int ScriptedSurface::TakeAnswer(Question& asked)
 {
-    if (!HasAnswer(dialog))
-        return ZALDlgAnswerClosed;
-    std::deque<int>& queued = answers_[dialog];
+    if (!HasAnswer(asked.name)) {
+        const auto refusal = refusals_.find(asked.name);
+        asked.refused = refusal != refusals_.end();
+        return asked.refused ? refusal->second : ZALDlgAnswerClosed;
+    }
+    asked.answered = true;
+    std::deque<int>& queued = answers_[asked.name];
     const int answer = queued.front();
     queued.pop_front();
     return answer;

@@ -34,6 +34,9 @@ public:
         std::string text;
         std::string parent; ///< name of the parent; empty for none
         int answer;         ///< -1 as long as there is none
+        /// Whether the script had an answer, or the user has answered; otherwise the question was closed.
+        bool answered = false;
+        bool refused = false; ///< it must not be asked
     };
     /// What has happened to a window.
     struct WindowEvent {
@@ -46,6 +49,9 @@ public:
     /// Queues `answer` for a question named `dialog`; the answers of one name are used in their order. A question
     /// without one is closed.
     void Answer(const std::string& dialog, int answer);
+    /// From here on a question named `dialog` that has no other answer is answered by `answer`, and counts as one that
+    /// must not be asked.
+    void Refuse(const std::string& dialog, int answer) { refusals_[dialog] = answer; }
     /// Acts as the user on the visible window `dialog`, the newest of that name. The control "CLOSE" is its close
     /// box, "OK" and "CANCEL" are the buttons of a window that has them; otherwise a push button is pushed, and the
     /// state of a check button changes. Callbacks run before the call returns, and may end the window.
@@ -84,11 +90,12 @@ public:
 private:
     void Record(const ZALDialog& dialog, WindowEvent::Action action);
     bool HasAnswer(const std::string& dialog) const;
-    int TakeAnswer(const std::string& dialog);
-    /// Brings the answer from the loop.
-    int AskScript(ZALDlgNotify& question, const std::string& name);
+    int TakeAnswer(Question& asked);
+    /// Brings the answer to the question with the number `index` from the loop.
+    int AskScript(ZALDlgNotify& question, std::size_t index);
 
     std::map<std::string, std::deque<int>> answers_;
+    std::map<std::string, int> refusals_; ///< answers to questions that must not be asked
     std::vector<Question> questions_;
     std::vector<WindowEvent> windowEvents_;
     bool offersFileBoxes_ = true;

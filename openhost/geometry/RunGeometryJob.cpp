@@ -26,8 +26,9 @@ std::string RunOn(const TopoDS_Shape& shape, GeometryJob job)
     }
     case GeometryJob::Tessellate:
         return EncodeLvr(TessellateShape(shape));
+    default:
+        throw GeometryError("the job is unknown");
     }
-    throw GeometryError("the job is unknown");
 }
 
 } // namespace

@@ -1,13 +1,17 @@
-// What the program of the solid kernel does for a host.
+// What the programs of the solid kernel do for a host.
 #pragma once
 
 namespace openhost {
 
-/// Each takes the boundary representation of a shape, as documents hold it.
 enum class GeometryJob : char {
+    // openhost-geometry: each takes the boundary representation of a shape, as documents hold it.
     Copy = 'c',       ///< gives that of a copy, which shares nothing with its source
     Measure = 'm',    ///< gives the facts of the shape, which must be valid and hold a solid
     Tessellate = 't', ///< gives the shape as a light representation
+
+    // openhost-conversion: each takes a ConversionRequest, writes its file and gives warnings, a line each.
+    Export = 'x', ///< writes STEP
+    Draw = 'd',   ///< writes a picture
 };
 
 } // namespace openhost

@@ -46,9 +46,9 @@ int Spawn(const std::filesystem::path& program, int input, pid_t& process)
 
 } // namespace
 
-std::filesystem::path FindGeometryProgram()
+std::filesystem::path FindProgramBeside(const char* name)
 {
-    return std::filesystem::read_symlink("/proc/self/exe").parent_path() / "openhost-geometry";
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
 }
 
 GeometryProcess::GeometryProcess(std::filesystem::path program, const GeometryJobLimits& limits)

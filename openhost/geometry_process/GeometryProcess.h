@@ -35,16 +35,16 @@ struct GeometryJobLimits {
     std::size_t resultSize = std::size_t{1} << 30; ///< bytes
 };
 
-/// The program of the solid kernel, which lies beside that of this process.
-std::filesystem::path FindGeometryProgram();
+/// The program `name`, which lies beside that of this process.
+std::filesystem::path FindProgramBeside(const char* name);
 
-/// A process of the program of the solid kernel, started for the first job. It serves all jobs, one after the other,
+/// A process of a program of the solid kernel, started for the first job. It serves all jobs, one after the other,
 /// until one is refused or ends it; the next job has a fresh one. Used on one thread, with which the process ends at
 /// the latest.
 class GeometryProcess {
 public:
     /// `program` calls AnswerJobs.
-    explicit GeometryProcess(std::filesystem::path program = FindGeometryProgram(),
+    explicit GeometryProcess(std::filesystem::path program = FindProgramBeside("openhost-geometry"),
                              const GeometryJobLimits& limits = {});
     GeometryProcess(const GeometryProcess&) = delete;
     GeometryProcess& operator=(const GeometryProcess&) = delete;

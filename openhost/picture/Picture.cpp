@@ -2,33 +2,7 @@
 
 #include <png.h>
 
-#include <charconv>
-
 namespace openhost {
-
-namespace {
-
-int ParseLength(std::string_view text)
-{
-    int length = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
-    const bool whole = error == std::errc() && end == text.data() + text.size();
-    return whole && length <= PictureSize::Maximum ? length : 0;
-}
-
-} // namespace
-
-PictureSize PictureSize::Parse(const std::string& text)
-{
-    const std::size_t sign = text.find('x');
-    PictureSize size{0, 0};
-    if (sign != std::string::npos)
-        size = {ParseLength(std::string_view(text).substr(0, sign)),
-                ParseLength(std::string_view(text).substr(sign + 1))};
-    if (size.width < 1 || size.height < 1)
-        throw PictureError("a size is WIDTHxHEIGHT, each from 1 to " + std::to_string(Maximum) + ", not " + text);
-    return size;
-}
 
 std::string EncodePng(const Picture& picture)
 {

@@ -1,6 +1,8 @@
 // Pictures in memory and as PNG files.
 #pragma once
 
+#include "openhost/geometry_process/PictureSize.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -14,17 +16,6 @@ namespace openhost {
 class PictureError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
-};
-
-struct PictureSize {
-    static constexpr int Maximum = 8192;
-
-    int width = 800;
-    int height = 600;
-
-    /// Reads "WIDTHxHEIGHT", each from 1 to Maximum. Throws PictureError.
-    static PictureSize Parse(const std::string& text);
-    bool operator==(const PictureSize&) const = default;
 };
 
 /// Red, green and blue.

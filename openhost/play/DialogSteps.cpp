@@ -22,15 +22,23 @@ int ReadButton(const LocatedJson& value, const std::string& name)
     return static_cast<int>(ReadInteger(value, name, 0, MaximumButton));
 }
 
-/// {"answer": {"dialog": NAME, "button": N}}
+/// {"answer": {"dialog": NAME, "button": N, "fails": true}}
 StepAction ReadAnswer(const LocatedJson& value, const std::string&)
 {
     std::string dialog;
     int button = 0;
-    ReadMembers(value, "\"answer\"", {{"dialog", Into(dialog, ReadName)}, {"button", Into(button, ReadButton)}});
+    bool fails = false;
+    ReadMembers(value, "\"answer\"",
+                {{"dialog", Into(dialog, ReadName)},
+                 {"button", Into(button, ReadButton)},
+                 {"fails", Into(fails, ReadBoolean)}});
     RequireMembers(value, "\"answer\"", {"dialog", "button"});
-    return
-        [dialog, button](SessionPlayer& player) { player.Surface().Answer(player.ExpandPlaceholders(dialog), button); };
+    return [dialog, button, fails](SessionPlayer& player) {
+        if (fails)
+            player.Surface().Refuse(player.ExpandPlaceholders(dialog), button);
+        else
+            player.Surface().Answer(player.ExpandPlaceholders(dialog), button);
+    };
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -64,7 +64,8 @@ TEST(Includes, OfTheCatalogueHaveFormatsAndPicturesOfOpenhostAlone)
         return !include.isOurs || StandsIn(include.target, "catalogue") ||
                StandsIn(include.target, "openhost/documents") || StandsIn(include.target, "openhost/geometry") ||
                StandsIn(include.target, "openhost/picture") || StandsIn(include.target, "openhost/space") ||
-               include.target == "openhost/files/AtomicFile.h" || include.target == "openhost/lvr/LvrMesh.h";
+               StandsIn(include.target, "openhost/commandline") || include.target == "openhost/files/AtomicFile.h" ||
+               include.target == "openhost/lvr/LvrMesh.h";
     }));
 }
 

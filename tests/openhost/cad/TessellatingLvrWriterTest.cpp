@@ -124,7 +124,7 @@ TEST_F(TessellatingLvrWriterTest, APartOnWhichTheKernelCrashesIsLeftOut)
 TEST_F(TessellatingLvrWriterTest, NoMoreThanOnePartWithoutEndIsWaitedFor)
 {
     LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(
-        std::make_shared<GeometryProcess>(FindGeometryProgram(), GeometryJobLimits{.time = 500ms})));
+        std::make_shared<GeometryProcess>(FindProgramBeside("openhost-geometry"), GeometryJobLimits{.time = 500ms})));
     WritePart("first.ZALPart", HangsTessellating());
     WritePart("second.ZALPart", HangsTessellating());
     EXPECT_NE(WriteLight(OpenPair({"first.ZALPart", "second.ZALPart"})), 0);

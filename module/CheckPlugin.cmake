@@ -1,0 +1,20 @@
+# Judges what a plug-in is built with: the headers of its host, and the addresses of a real deployment.
+set(missing "")
+foreach(header archive cad dialog_engine dialogs files frame hash http json object_model panel parameters part_features
+        settings system text visualization)
+  if(NOT EXISTS "${VELMART_HOST_INCLUDE_DIR}/host/${header}.h")
+    list(APPEND missing host/${header}.h)
+  endif()
+endforeach()
+if(NOT VELMART_HOST_INCLUDE_DIR)
+  message(FATAL_ERROR "VELMART_HOST_INCLUDE_DIR must be the folder that holds the host's headers as host/*.h")
+elseif(missing)
+  list(JOIN missing ", " missing)
+  message(FATAL_ERROR "VELMART_HOST_INCLUDE_DIR must hold all of the host's headers; ${VELMART_HOST_INCLUDE_DIR} has "
+                      "no ${missing}")
+endif()
+foreach(value VELMART_PRODUCTION_HOST VELMART_SERVICE_URL)
+  if("${${value}}" MATCHES "velmart[.]example")
+    message(FATAL_ERROR "${value} must be that of the deployment; it is the example \"${${value}}\"")
+  endif()
+endforeach()

@@ -1,0 +1,40 @@
+// openhost-conversion: makes STEP files and pictures of documents. A host starts it and hands it jobs over a socket.
+
+#include "openhost/conversion/ConversionRequest.h"
+#include "openhost/exchange/StepExport.h"
+#include "openhost/geometry_process/AnswerJobs.h"
+#include "openhost/geometry_process/GeometryJob.h"
+#include "openhost/picture/RenderDocument.h"
+
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+/// Gives the warnings, a line each.
+std::string Convert(openhost::GeometryJob job, const openhost::ConversionRequest& request)
+{
+    std::string warnings;
+    const auto warn = [&](const std::string& line) { warnings += line + '\n'; };
+    switch (job) {
+    case openhost::GeometryJob::Export:
+        openhost::ExportStep(request.document, request.output, warn);
+        return warnings;
+    case openhost::GeometryJob::Draw:
+        openhost::DrawDocument(request.document, request.output, request.size, warn);
+        return warnings;
+    default:
+        throw std::invalid_argument("the job is unknown");
+    }
+}
+
+} // namespace
+
+int main()
+{
+    openhost::AnswerJobs([](char job, const std::string& request) {
+        return Convert(static_cast<openhost::GeometryJob>(job), openhost::ConversionRequest::Decode(request));
+    });
+    return EXIT_SUCCESS;
+}
