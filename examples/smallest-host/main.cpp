@@ -84,7 +84,7 @@ std::string Fetch(Exchange& exchange)
         return "no transfer can be made";
     curl_slist* lines = nullptr;
     for (const auto& [name, value] : exchange.request.headers)
-        lines = curl_slist_append(lines, (name + ": " + value).c_str());
+        lines = curl_slist_append(lines, std::string(name).append(": ").append(value).c_str());
     const std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(lines, curl_slist_free_all);
 
     curl_easy_setopt(curl.get(), CURLOPT_URL, exchange.request.url.c_str());

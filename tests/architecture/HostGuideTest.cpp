@@ -49,10 +49,10 @@ std::map<std::string, std::string> Headers()
 /// The classes and functions that stand in a header, not those that are only announced.
 Names DeclaredIn(const std::string& header)
 {
-    Names names = FindNames(header, R"(^(?:class|struct|enum) (\w+)(?: :[^;]*| )\{)");
+    Names names = FindNames(header, R"(^(?:class|struct|enum) (\w+)(?: :[^;{]*| )\{)");
     // A declaration at the left edge: a type, a name, parameters, and no content.
     names.merge(
-        FindNames(header, R"(^(?!using|return|inline constexpr|#|//)[A-Za-z][\w:<>*& ]*[ *&](\w+)\([^{}]*\);)"));
+        FindNames(header, R"(^(?!using|return|inline constexpr|#|//)[A-Za-z][\w:<>*& ]*[ *&](\w+)\([^{};]*\);)"));
     return names;
 }
 

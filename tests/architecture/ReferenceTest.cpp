@@ -245,6 +245,14 @@ TEST(Reference, HasTheStepsWithTheirMembers)
     }());
 }
 
+TEST(Reference, NamesTheStepsThatDoNotAct)
+{
+    const std::size_t begin = Reference().find("since the last step that acts, which is any but");
+    ASSERT_NE(std::string::npos, begin);
+    const std::string sentence = Reference().substr(begin, Reference().find(". ", begin) - begin);
+    ExpectSame("What fails a step", FindNames(Steps(), R"re(\.key = "(\w+)", \.acts = false)re"), NamesIn(sentence));
+}
+
 TEST(Reference, HasTheValuesThatAStepChoosesFrom)
 {
     Names documented;
