@@ -250,7 +250,7 @@ TEST(Reference, NamesTheStepsThatDoNotAct)
     const std::size_t begin = Reference().find("since the last step that acts, which is any but");
     ASSERT_NE(std::string::npos, begin);
     const std::string sentence = Reference().substr(begin, Reference().find(". ", begin) - begin);
-    ExpectSame("What fails a step", FindNames(Steps(), R"re(\.key = "(\w+)", \.acts = false)re"), NamesIn(sentence));
+    ExpectSame("Waits and failures", FindNames(Steps(), R"re(\.key = "(\w+)", \.acts = false)re"), NamesIn(sentence));
 }
 
 TEST(Reference, HasTheValuesThatAStepChoosesFrom)
@@ -281,6 +281,29 @@ TEST(Reference, HasTheEventsOfTheJournalWithTheirMembers)
         documented.insert(event);
     }
     ExpectSame("Events of the journal", expected, documented);
+}
+
+TEST(Reference, HasTheValuesInTheJournal)
+{
+    const std::string openhost = AllBelow("openhost", ".cpp");
+    Names values = FindNames(openhost, R"re(\.(?:action|operation|direction) = (?:[^;"]* )?"(\w+)")re");
+    values.merge(FindNames(openhost, R"re(\b(?:Guard|WriteResult|WritePage|Tell|End)\(\s*"(\w+)")re"));
+    values.merge(FindNames(openhost, R"re(\bTell\([^;"]*, "(\w+)"\))re"));
+    values.merge(FindNames(Steps(), R"re(\{"\w+", "(\w+)", &)re"));
+    values.merge(FindNames(openhost, R"re(description\["(\w+)"\])re"));
+    const std::string transfers = TextOfSource("openhost/http/ZALCefHttpRequest.cpp");
+    values.merge(FindNames(transfers, R"re(return "(\w+)";)re"));
+
+    Names words;
+    Names quoted;
+    for (const Row& row : TableOf("Events of the journal")) {
+        words.merge(FindNames(row[2], "(\\w+)"));
+        quoted.merge(FindNames(row[2], "\"(\\w+)\""));
+    }
+    const Names missing = Without(values, words);
+    EXPECT_LT(40U, values.size()) << "values are not found any more";
+    EXPECT_TRUE(missing.empty()) << "docs/reference.md, values in the journal: missing" << ListOf(missing);
+    ExpectKnown("values in the journal", FindNames(openhost, "\"(\\w+)\""), Without(quoted, {"0x80004005"}));
 }
 
 // ---------------------------------------------------------------------------------------------
