@@ -1,4 +1,4 @@
-// The events of the journal. docs/sessions.md tells what each of them means.
+// The events of the journal. docs/reference.md tells what each of them means.
 #pragma once
 
 #include "openhost/journal/Journal.h"

@@ -143,7 +143,8 @@ Session ParseSession(std::string_view text, const std::filesystem::path& folder,
     session.given = given;
 
     ReadMembers(root, "a session",
-                {{"variables", Into(session.variables, ReadVariables)},
+                {{"$schema", ReadText}, // for editors
+                 {"variables", Into(session.variables, ReadVariables)},
                  {"environment", Into(session.environment, ReadEnvironment)},
                  {"settings", Into(session.settings, ReadSettings)},
                  {"settingsFile", Into(session.settingsFile, ReadName)},

@@ -88,6 +88,24 @@ bool IsStandardHeader(const std::string& header)
     return headers.contains(header);
 }
 
+std::map<std::string, std::string> TextsBelow(const std::string& folder, const std::string& ending)
+{
+    std::map<std::string, std::string> texts;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(Root / folder))
+        if (entry.is_regular_file() && entry.path().string().ends_with(ending))
+            texts[fs::relative(entry.path(), Root).generic_string()] = TextOf(entry.path());
+    if (texts.empty())
+        throw std::runtime_error("nothing below " + folder + " ends in " + ending);
+    return texts;
+}
+
+std::string TextOfSource(const std::string& file)
+{
+    if (!fs::is_regular_file(Root / file))
+        throw std::runtime_error("there is no " + file);
+    return TextOf(Root / file);
+}
+
 std::set<std::string> WordsIn(const std::string& folder)
 {
     static const std::regex word("[A-Za-z_][A-Za-z0-9_]*");

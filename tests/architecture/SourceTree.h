@@ -1,6 +1,7 @@
 // The source files of the project and what they include.
 #pragma once
 
+#include <map>
 #include <ostream>
 #include <set>
 #include <string>
@@ -29,6 +30,12 @@ std::vector<Include> IncludesBelow(const std::string& folder);
 
 /// Whether `header` belongs to the C++ standard library.
 bool IsStandardHeader(const std::string& header);
+
+/// The texts of the files below `folder` whose names end in `ending`, by their path relative to the root of the
+/// project. Throws std::runtime_error when there is none.
+std::map<std::string, std::string> TextsBelow(const std::string& folder, const std::string& ending);
+/// The text of one file, whose path is relative to the root of the project. Throws std::runtime_error without it.
+std::string TextOfSource(const std::string& file);
 
 /// The words of all files directly in `folder`: runs of letters, digits and "_".
 std::set<std::string> WordsIn(const std::string& folder);
