@@ -49,6 +49,16 @@ LoadedDocument* CadWorkspace::FindCanonical(const std::filesystem::path& path) c
     return found != documents_.end() ? found->second.get() : nullptr;
 }
 
+std::vector<std::filesystem::path> CadWorkspace::Unsaved() const
+{
+    std::vector<std::filesystem::path> unsaved;
+    for (const auto& [path, document] : documents_)
+        if (document->IsDirty())
+            unsaved.emplace_back(path);
+    std::ranges::sort(unsaved);
+    return unsaved;
+}
+
 std::size_t CadWorkspace::HeldDocuments() const
 {
     return static_cast<std::size_t>(std::ranges::count_if(

@@ -39,6 +39,8 @@ public:
     /// The document of the active window, or null.
     LoadedDocument* Active() const { return windows_.empty() ? nullptr : windows_.back(); }
     std::size_t LoadedDocuments() const { return documents_.size(); }
+    /// The files of the documents with changes that are not saved, in order.
+    std::vector<std::filesystem::path> Unsaved() const;
     /// Documents that a program has opened or locked and not let go.
     std::size_t HeldDocuments() const;
     /// Closes the window of `document`; the one that was active before it becomes active. Changes are lost unless

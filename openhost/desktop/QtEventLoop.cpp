@@ -86,9 +86,4 @@ void QtEventLoop::EndWatch(int descriptor)
     sources_->notifiers.erase(descriptor);
 }
 
-bool QtEventLoop::HasWatches() const
-{
-    return !sources_->notifiers.empty();
-}
-
 } // namespace openhost

@@ -21,7 +21,6 @@ private:
     void TakeTurn(bool wait, std::optional<std::chrono::milliseconds> longest) override;
     void StartWatch(int descriptor, bool read, bool write) override;
     void EndWatch(int descriptor) override;
-    bool HasWatches() const override;
 
     std::unique_ptr<Sources> sources_;
 };

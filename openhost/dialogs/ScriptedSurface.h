@@ -37,6 +37,9 @@ public:
         /// Whether the script had an answer, or the user has answered; otherwise the question was closed.
         bool answered = false;
         bool refused = false; ///< it must not be asked
+
+        /// Whether it makes a difference how it is answered.
+        bool IsChoice() const { return style == ZALDlgNotifyYesNo || style == ZALDlgNotifyWarningYesNo; }
     };
     /// What has happened to a window.
     struct WindowEvent {

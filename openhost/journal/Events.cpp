@@ -14,6 +14,27 @@ std::string CodeText(std::int32_t code)
     return text.data();
 }
 
+std::string End::Undone() const
+{
+    std::string text;
+    const auto add = [&text](const std::string& part) { text += (text.empty() ? "" : "; ") + part; };
+    const auto addList = [&add](const char* what, const std::vector<std::string>& names) {
+        std::string list;
+        for (const std::string& name : names)
+            list += (list.empty() ? "" : ", ") + name;
+        if (!names.empty())
+            add(what + list);
+    };
+    if (unusedAnswers)
+        add("answers that no question used: " + std::to_string(*unusedAnswers));
+    if (unusedReplies)
+        add("replies that no message used: " + std::to_string(*unusedReplies));
+    addList("documents that are not saved: ", unsavedDocuments);
+    addList("questions that were closed without an answer: ", closedQuestions);
+    addList("windows that stayed open: ", openWindows);
+    return text;
+}
+
 nlohmann::ordered_json Joined(const Headers& headers)
 {
     auto joined = nlohmann::ordered_json::object();

@@ -3,11 +3,13 @@
 
 #include "openhost/journal/Journal.h"
 
+#include <array>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -36,6 +38,13 @@ private:
     nlohmann::ordered_json json_;
 };
 
+/// The events that a journal has before its end.
+inline constexpr std::array<std::string_view, 29> EventNames = {
+    "bridge",  "command",  "dialog",       "document", "error",  "extracted", "highlight", "load",
+    "message", "moved",    "notification", "options",  "page",   "panel",     "progress",  "prompt",
+    "push",    "refused",  "request",      "result",   "script", "selection", "settings",  "step",
+    "trace",   "transfer", "tree",         "url",      "window"};
+
 using Headers = std::vector<std::pair<std::string, std::string>>;
 
 /// "S_OK", or eight hexadecimal digits.
@@ -53,12 +62,24 @@ struct Step {
     Line ToLine() const { return Line("step").With("number", number).With("key", key); }
 };
 
+/// Nothing for an empty list.
+inline std::optional<std::vector<std::string>> GivenOnly(const std::vector<std::string>& list)
+{
+    return list.empty() ? std::nullopt : std::optional(list);
+}
+
 struct End {
     int status;
     std::optional<std::size_t> step{};
     std::optional<std::string> reason{};
     std::optional<std::size_t> unusedAnswers{};
     std::optional<std::size_t> unusedReplies{};
+    std::vector<std::string> unsavedDocuments{};
+    std::vector<std::string> closedQuestions{}; ///< that nobody has answered
+    std::vector<std::string> openWindows{};
+
+    /// What is left undone, in words; empty for nothing.
+    std::string Undone() const;
 
     Line ToLine() const
     {
@@ -67,7 +88,10 @@ struct End {
             .With("step", step)
             .With("reason", reason)
             .With("unusedAnswers", unusedAnswers)
-            .With("unusedReplies", unusedReplies);
+            .With("unusedReplies", unusedReplies)
+            .With("unsavedDocuments", GivenOnly(unsavedDocuments))
+            .With("closedQuestions", GivenOnly(closedQuestions))
+            .With("openWindows", GivenOnly(openWindows));
     }
 };
 

@@ -13,9 +13,10 @@ namespace openhost {
 
 /// Why a run of the loop ended.
 enum class RunEnd {
-    Done,     ///< what was waited for has happened
-    Idle,     ///< nothing is left that could still happen
-    TimedOut, ///< the limit has passed
+    Done,        ///< what was waited for has happened
+    Idle,        ///< nothing is left that could still happen
+    TimedOut,    ///< the limit has passed
+    Interrupted, ///< a signal has come that ends the process
 };
 
 /// Port of the event loop. Backends: UvEventLoop, QtEventLoop, ManualEventLoop. One thread uses it. Calls throw

@@ -91,9 +91,4 @@ void UvEventLoop::EndWatch(int descriptor)
     uv_->polls.erase(found);
 }
 
-bool UvEventLoop::HasWatches() const
-{
-    return !uv_->polls.empty();
-}
-
 } // namespace openhost

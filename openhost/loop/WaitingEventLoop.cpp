@@ -1,5 +1,7 @@
 #include "openhost/loop/WaitingEventLoop.h"
 
+#include "openhost/loop/Interruption.h"
+
 #include <algorithm>
 
 namespace openhost {
@@ -35,12 +37,14 @@ void WaitingEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
         return;
     }
     queue_.SetWatch(descriptor, std::move(ready));
+    watched_.insert(descriptor);
     StartWatch(descriptor, read, write);
 }
 
 void WaitingEventLoop::Unwatch(int descriptor)
 {
     EndWatch(descriptor);
+    watched_.erase(descriptor);
     queue_.RemoveWatch(descriptor);
 }
 
@@ -51,7 +55,13 @@ RunEnd WaitingEventLoop::RunUntil(const std::function<bool()>& done, std::option
         end = Now() + *limit;
     if (done())
         return RunEnd::Done;
+    if (Interruption::Descriptor() >= 0)
+        StartWatch(Interruption::Descriptor(), true, false);
     while (true) {
+        if (Interruption::Signal() != 0) {
+            Interruption::Drain();
+            return RunEnd::Interrupted;
+        }
         if (queue_.Taken() >= batchEnd_) {
             Collect(end);
             batchEnd_ = queue_.Queued();
@@ -60,7 +70,7 @@ RunEnd WaitingEventLoop::RunUntil(const std::function<bool()>& done, std::option
         }
         if (queue_.RunOne() && done())
             return RunEnd::Done;
-        if (!queue_.HasEvents() && !queue_.HasTimers() && !HasWatches())
+        if (!queue_.HasEvents() && !queue_.HasTimers() && watched_.empty())
             return RunEnd::Idle;
         if (end && Now() >= *end)
             return RunEnd::TimedOut;
@@ -72,7 +82,7 @@ void WaitingEventLoop::Collect(std::optional<EventQueue::Time> limit)
     constexpr std::chrono::milliseconds MaximumWait = std::chrono::hours(24); // backends count in 32 bits
     queue_.QueueTimers(Now());
 
-    const bool wait = !queue_.HasEvents() && (queue_.HasTimers() || HasWatches());
+    const bool wait = !queue_.HasEvents() && (queue_.HasTimers() || !watched_.empty());
     auto end = queue_.NextTimer();
     if (limit && (!end || *limit < *end))
         end = limit;

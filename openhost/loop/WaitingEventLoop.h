@@ -3,6 +3,8 @@
 
 #include "openhost/loop/EventQueue.h"
 
+#include <set>
+
 namespace openhost {
 
 /// A loop that waits in the system between events. The backend says what has come up; everything is called from here,
@@ -33,7 +35,6 @@ protected:
     virtual void StartWatch(int descriptor, bool read, bool write) = 0;
     /// Ends what StartWatch began, if anything.
     virtual void EndWatch(int descriptor) = 0;
-    virtual bool HasWatches() const = 0;
 
     EventQueue queue_;
 
@@ -41,6 +42,7 @@ private:
     /// Queues what has come up. Without queued events waits for some, at most until `limit`.
     void Collect(std::optional<EventQueue::Time> limit);
 
+    std::set<int> watched_;
     std::uint64_t batchEnd_ = 0; ///< events queued up to here run before the backend has its turn again
 };
 

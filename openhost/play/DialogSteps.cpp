@@ -1,6 +1,7 @@
 // The steps on dialogs and on the page of settings.
 
 #include "openhost/journal/Events.h"
+#include "openhost/play/KnownNames.h"
 #include "openhost/play/SessionPlayer.h"
 #include "openhost/play/SessionSteps.h"
 #include "openhost/text/Utf.h"
@@ -33,6 +34,7 @@ StepAction ReadAnswer(const LocatedJson& value, const std::string&)
                  {"button", Into(button, ReadButton)},
                  {"fails", Into(fails, ReadBoolean)}});
     RequireMembers(value, "\"answer\"", {"dialog", "button"});
+    CheckQuestion(*value.Find("dialog"), dialog);
     return [dialog, button, fails](SessionPlayer& player) {
         if (fails)
             player.Surface().Refuse(player.ExpandPlaceholders(dialog), button);
@@ -88,6 +90,8 @@ StepAction ReadPush(const LocatedJson& value, const std::string&)
                  {"text", Into(push.text, ReadText)},
                  {"state", Into(push.state, ReadState)}});
     RequireMembers(value, "\"push\"", {"dialog", "control"});
+    CheckWindow(*value.Find("dialog"), push.dialog);
+    CheckControl(*value.Find("control"), push.dialog, push.control);
     if (push.text && push.state)
         throw LocatedError(value.line, "\"push\" has either \"text\" or \"state\"");
     return [push](SessionPlayer& player) { Do(push, player); };

@@ -2,6 +2,7 @@
 
 #include "openhost/commands/StartedCommands.h"
 #include "openhost/frame/Frame.h"
+#include "openhost/play/KnownNames.h"
 #include "openhost/play/SessionPlayer.h"
 #include "openhost/play/SessionSteps.h"
 
@@ -114,6 +115,7 @@ StepAction ReadWait(const LocatedJson& step, const std::string& key)
     const auto readCondition = [&wait](const LocatedJson& value, const std::string& name) {
         if (!value.value.is_object()) {
             wait.event = ReadName(value, name);
+            CheckWait(value, wait.event);
             return;
         }
         ReadMembers(value, "\"wait\"", {{"page", Into(wait.selector, ReadName)}});

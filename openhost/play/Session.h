@@ -34,6 +34,7 @@ struct Session {
     std::string workshop = "PRDWorkshop";
     std::vector<std::string> documents; ///< open at the start, the last one active
     bool traces = false;
+    bool strict = false; ///< what is left undone makes the session fail
     std::vector<SessionStep> steps;
 };
 

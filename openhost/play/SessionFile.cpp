@@ -152,6 +152,7 @@ Session ParseSession(std::string_view text, const std::filesystem::path& folder,
                  {"workshop", Into(session.workshop, ReadText)},
                  {"documents", Into(session.documents, ReadDocuments)},
                  {"traces", Into(session.traces, ReadBoolean)},
+                 {"strict", Into(session.strict, ReadBoolean)},
                  {"steps", Into(session.steps, ReadSteps)}});
     RequireMembers(root, "a session", {"steps"});
 

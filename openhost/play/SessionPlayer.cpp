@@ -12,6 +12,7 @@
 #include "openhost/frame/Frame.h"
 #include "openhost/http/CurlTransport.h"
 #include "openhost/journal/Events.h"
+#include "openhost/loop/Interruption.h"
 #include "openhost/loop/Patience.h"
 #include "openhost/loop/UvEventLoop.h"
 #include "openhost/objects/ClassDictionary.h"
@@ -26,6 +27,7 @@
 #include "openhost/text/Utf.h"
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <optional>
 #include <utility>
@@ -212,21 +214,58 @@ int SessionPlayer::Play()
     try {
         SetUp();
         RunSteps();
-        if (places_.desktop && places_.desktop->HasDisplay())
+        if (places_.desktop && places_.desktop->HasDisplay()) {
             StayOpen();
+            FailOnSignal();
+        }
     } catch (const std::exception& error) {
         fail(error.what());
     } catch (...) {
         fail("the module threw an exception of an unknown type");
     }
-    if (host_ && host_->Surface().UnusedAnswers() > 0)
-        end.unusedAnswers = host_->Surface().UnusedAnswers();
-    if (host_ && host_->Listener() && host_->Listener()->UnusedReplies() > 0)
-        end.unusedReplies = host_->Listener()->UnusedReplies();
+    if (const int signal = Interruption::Take(); signal != 0)
+        end.status = SignalStatus + signal;
+    if (host_ && step_ > 0)
+        TellUndone(end);
+    if (session_.strict && end.status == Done)
+        if (const std::string undone = end.Undone(); !undone.empty()) {
+            end.status = Failed;
+            end.reason = "left undone: " + undone;
+        }
     host_.reset();
     journal::Write([&] { return end; });
     journal::Redirect(before);
     return end.status;
+}
+
+void SessionPlayer::TellUndone(journal::End& end)
+{
+    if (Surface().UnusedAnswers() > 0)
+        end.unusedAnswers = Surface().UnusedAnswers();
+    if (host_->Listener() && host_->Listener()->UnusedReplies() > 0)
+        end.unusedReplies = host_->Listener()->UnusedReplies();
+    for (const std::filesystem::path& document : Cad().Unsaved())
+        end.unsavedDocuments.push_back(document.string());
+    for (const ScriptedSurface::Question& question : Surface().Questions())
+        if (question.IsChoice() && !question.answered && !question.refused)
+            end.closedQuestions.push_back(question.name);
+    for (const ZALDialog* dialog : LiveDialogs())
+        if (const ZALDialogNode& node = ZALDialogNode::Of(*dialog);
+            node.IsLastingWindow() && node.visible && !node.ended && node.Name() != OptionsPage::WindowName)
+            end.openWindows.push_back(node.Name());
+}
+
+void SessionPlayer::FailOnSignal()
+{
+    if (Interruption::Signal() != 0)
+        throw StepFailure(std::string("ended by ") + (Interruption::Signal() == SIGINT ? "SIGINT" : "SIGTERM"));
+}
+
+void SessionPlayer::FailOnRefused() const
+{
+    for (const ScriptedSurface::Question& question : host_->Surface().Questions())
+        if (question.refused)
+            throw StepFailure("the question " + question.name + " was asked: " + question.text);
 }
 
 void SessionPlayer::SetUp()
@@ -276,6 +315,8 @@ void SessionPlayer::RunSteps()
         }
         journal::Write([&] { return journal::Step{.number = step_, .key = step.key}; });
         step.run(*this);
+        FailOnRefused();
+        FailOnSignal();
     }
 }
 
@@ -377,6 +418,8 @@ void SessionPlayer::Wait(const std::string& event, std::chrono::milliseconds lim
         return;
     case RunEnd::Idle:
         throw StepFailure("no event \"" + event + "\" has come, and nothing is left that could bring it");
+    case RunEnd::Interrupted:
+        return; // which ends the session after the step
     case RunEnd::TimedOut:
         throw timedOut("no event \"" + event + "\" has come");
     }
@@ -386,7 +429,7 @@ void SessionPlayer::WaitForElement(const std::string& selector, std::chrono::mil
 {
     EventLoop& loop = EventLoop::Current();
     const auto end = std::chrono::steady_clock::now() + limit;
-    while (!User().Shows(selector)) {
+    while (!User().Shows(selector) && Interruption::Signal() == 0) {
         if (std::chrono::steady_clock::now() >= end)
             throw StepFailure("the page has not shown \"" + selector + "\" within " + std::to_string(limit.count()) +
                               " ms");
@@ -401,7 +444,7 @@ void SessionPlayer::StayOpen()
     const Patience patience;
     Surface().LetUserAnswer();
     std::size_t answered = written_["prompt"];
-    while (Panel::Current()) {
+    while (Panel::Current() && Interruption::Signal() == 0) {
         EventLoop::Current().RunUntil([&] { return !Panel::Current() || written_["prompt"] > answered; });
         answered = written_["prompt"];
         if (Panel::Current())

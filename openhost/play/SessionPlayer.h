@@ -3,7 +3,7 @@
 
 #include "openhost/cad/CadWorkspace.h"
 #include "openhost/dialogs/ScriptedSurface.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/panel/Desktop.h"
 #include "openhost/panel/PageUser.h"
 #include "openhost/panel/RecordedPage.h"
@@ -27,6 +27,7 @@ public:
     /// Exit statuses of a play.
     static constexpr int Done = 0;
     static constexpr int Failed = 1;
+    static constexpr int SignalStatus = 128; ///< with the number of a signal that has ended the play
 
     /// Where a session finds what it does not bring along.
     struct Places {
@@ -81,6 +82,12 @@ private:
     void SetUpSettings();
     void Receive(const nlohmann::ordered_json& event);
     void RunSteps();
+    /// Notes what the session has left for nobody to do.
+    void TellUndone(journal::End& end);
+    /// Throws StepFailure when a question was asked that must not be.
+    void FailOnRefused() const;
+    /// Throws StepFailure when a signal has come that ends the session.
+    static void FailOnSignal();
     /// Leaves the host to the user until the panel is closed. Nobody can pick an element then: a command that asks for
     /// one is offered the root of the active document.
     void StayOpen();

@@ -3,6 +3,7 @@
 #include "openhost/commandline/CommandLine.h"
 #include "openhost/conversion/ConvertDocument.h"
 #include "openhost/documents/ShowDocument.h"
+#include "openhost/loop/Interruption.h"
 #include "openhost/lvr/WriteStl.h"
 #include "openhost/play/FreedMemory.h"
 #include "openhost/play/JournalWriter.h"
@@ -101,6 +102,7 @@ int Play(const PlayArguments& arguments)
             account->Receive(event);
     };
     openhost::KeepFreedMemory();
+    openhost::Interruption::Catch();
     const std::unique_ptr<openhost::Desktop> desktop = arguments.panel ? MakeDesktop() : nullptr;
     openhost::SessionPlayer player(
         session, {FindModule(arguments.module), FindPrefix() / "installation", desktop.get()}, receive);
