@@ -13,7 +13,7 @@ show_progress() {
     local title=$1 now all tenth=-1
     while IFS=/ read -r now all; do
         all=${all%%[!0-9]*}
-        [[ $now =~ ^[0-9]+$ && $all =~ ^[1-9][0-9]*$ ]] || continue
+        [[ $now =~ ^[1-9][0-9]*$ && $all =~ ^[1-9][0-9]*$ ]] || continue
         if [ -t 2 ]; then
             printf '\r%s: %d of %d ' "$title" "$now" "$all" >&2
         elif [ $((now * 10 / all)) -ne "$tenth" ]; then
