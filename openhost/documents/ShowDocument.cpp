@@ -2,11 +2,13 @@
 
 #include "openhost/documents/CadDocument.h"
 #include "openhost/documents/TreeLines.h"
+#include "openhost/text/OneLine.h"
 
 #include <algorithm>
 #include <iomanip>
 #include <iterator>
 #include <map>
+#include <set>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -26,14 +28,6 @@ Section Headed(const std::string& heading, std::vector<std::string> lines)
     return lines;
 }
 
-/// `text` of a document without control characters, so that no name can leave its line.
-std::string InOneLine(std::string text)
-{
-    std::ranges::replace_if(
-        text, [](unsigned char unit) { return unit < 0x20 || unit == 0x7F; }, ' ');
-    return text;
-}
-
 std::string VectorText(const Vector& vector)
 {
     std::ostringstream text;
@@ -49,7 +43,8 @@ std::string Place(const Placement& placement)
 /// Lines of the tree below a document. Reads each document once.
 class Tree {
 public:
-    explicit Tree(std::filesystem::path folder) : folder_(std::move(folder)) {}
+    enum class Repeated { Unfolded, Folded }; ///< what becomes of a sub-product that has stood in the tree before
+    Tree(std::filesystem::path folder, Repeated repeated) : folder_(std::move(folder)), repeated_(repeated) {}
 
     void AddChildren(const CadDocument& document, const std::string& fileName, const std::string& indent)
     {
@@ -103,13 +98,16 @@ private:
         const Loaded& target = Load(fileName);
         if (!target.problem.empty())
             line += "  (" + InOneLine(target.problem) + ")";
-        const bool tooDeep = above_.size() == MaximumTreeDepth && !target.document.children.empty();
-        lines_.push_back(tooDeep ? line + "  …" : line);
-        if (!tooDeep)
+        const bool hasStood = repeated_ == Repeated::Folded && !unfolded_.insert(fileName).second;
+        const bool stops = (hasStood || above_.size() == MaximumTreeDepth) && !target.document.children.empty();
+        lines_.push_back(stops ? line + "  …" : line);
+        if (!stops)
             AddChildren(target.document, fileName, indent);
     }
 
     std::filesystem::path folder_;
+    Repeated repeated_;
+    std::set<std::string> unfolded_; ///< file names of what has stood in the tree
     std::map<std::string, Loaded> loaded_;
     std::vector<std::string> above_; ///< file names from the root down to the current document
     std::vector<std::string> lines_;
@@ -195,17 +193,23 @@ Section Links(const CadDocument& document)
     return lines;
 }
 
+/// The line of `document`, which was read from `path`, and those of the tree below it.
+Section TreeOf(const CadDocument& document, const std::filesystem::path& path, Tree::Repeated repeated)
+{
+    const std::string fileName = path.filename().string();
+    Tree tree(path.parent_path(), repeated);
+    tree.AddChildren(document, fileName, "");
+    Section lines = tree.Lines();
+    lines.insert(lines.begin(), (document.kind == DocumentKind::Product ? "Product " : "Part ") +
+                                    InOneLine(document.partNumber) + "  [" + InOneLine(fileName) + "]");
+    return lines;
+}
+
 /// The same sections in the same order for every document.
 std::vector<Section> Describe(const std::filesystem::path& path)
 {
     const CadDocument document = ReadDocument(path);
-    const std::string fileName = path.filename().string();
-    Tree tree(path.parent_path());
-    tree.AddChildren(document, fileName, "");
-    Section head = tree.Lines();
-    head.insert(head.begin(), (document.kind == DocumentKind::Product ? "Product " : "Part ") +
-                                  InOneLine(document.partNumber) + "  [" + InOneLine(fileName) + "]");
-    return {head,
+    return {TreeOf(document, path, Tree::Repeated::Unfolded),
             Properties(document),
             Parameters(document),
             Features(document),
@@ -231,6 +235,11 @@ void ShowDocument(const std::filesystem::path& path, std::ostream& output)
     for (const Section& section : Describe(path))
         for (const std::string& line : section)
             output << line << "\n";
+}
+
+std::vector<std::string> ShortTree(const std::filesystem::path& path)
+{
+    return TreeOf(ReadDocument(path), path, Tree::Repeated::Folded);
 }
 
 void ShowDocuments(const std::filesystem::path& left, const std::filesystem::path& right, std::ostream& output)

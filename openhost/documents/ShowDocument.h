@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <filesystem>
 #include <ostream>
+#include <string>
+#include <vector>
 
 namespace openhost {
 
@@ -12,6 +14,10 @@ namespace openhost {
 /// document; a file that is missing, damaged or part of itself is named as such in its line. A control character of a
 /// name is shown as a blank. Throws CompoundFileError when `path` itself is not a document.
 void ShowDocument(const std::filesystem::path& path, std::ostream& output);
+
+/// The lines of the tree alone, of which the first one is the document itself; what is below a sub-product stands below
+/// its first instance, the others end with "…". Throws as above.
+std::vector<std::string> ShortTree(const std::filesystem::path& path);
 
 /// Writes the same of two documents in two columns, the same kinds of things beside each other. Throws as above before
 /// anything is written.

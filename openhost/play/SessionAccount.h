@@ -1,59 +1,46 @@
-// A session told to a reader, from the events of its journal.
+// A session told to a reader, on one screen if possible.
 #pragma once
+
+#include "openhost/play/Narration.h"
+#include "openhost/play/ResultFiles.h"
 
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
-#include <map>
 #include <ostream>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace openhost {
 
-/// Tells each event that means something to a user in a line or two, as it comes; then the files that the session
-/// has brought or saved and that are still there, with their size and MD5, and the tree of each product that is not
-/// part of another one.
+/// Tells what happens as it happens, in the words of a user; then what there is: the trees of products that are not
+/// part of another one (of those that were changed, where documents were opened), the files with their sizes, what was
+/// changed and what is left undone; in the last line how the session has ended.
 class SessionAccount {
 public:
-    /// `output` outlives the account.
-    explicit SessionAccount(std::ostream& output) : output_(output) {}
+    /// `output` outlives the account. A terminal that shows colours gets `coloured` text.
+    SessionAccount(std::ostream& output, bool coloured) : output_(output), coloured_(coloured) {}
 
-    void Receive(const nlohmann::ordered_json& event);
-    /// Tells of the files. Their folders must still be there.
+    /// `time` is when the event has come.
+    void Receive(const nlohmann::ordered_json& event, Narration::Time time);
+    /// Tells what there is at the end. The folders of the files must still be there.
     void Finish();
 
 private:
-    using Teller = void (SessionAccount::*)(const nlohmann::ordered_json& event);
-
-    std::ostream& Line(const std::string& subject);
-    void TellMessage(const nlohmann::ordered_json& event);
-    void TellScript(const nlohmann::ordered_json& event);
-    void TellPush(const nlohmann::ordered_json& event);
-    void TellRequest(const nlohmann::ordered_json& event);
-    void TellProgress(const nlohmann::ordered_json& event);
-    void TellTransfer(const nlohmann::ordered_json& event);
-    void TellDialog(const nlohmann::ordered_json& event);
-    void TellRefused(const nlohmann::ordered_json& event);
-    void TellDocument(const nlohmann::ordered_json& event);
-    void TellTree(const nlohmann::ordered_json& event);
-    void TellChildren(const nlohmann::ordered_json& product, const std::string& indent);
-    void TellPrompt(const nlohmann::ordered_json& event);
-    void TellSelection(const nlohmann::ordered_json& event);
-    void TellResult(const nlohmann::ordered_json& event);
-    void TellBridge(const nlohmann::ordered_json& event);
-    void TellEnd(const nlohmann::ordered_json& event);
-    void KeepExtracted(const nlohmann::ordered_json& event);
-    void KeepMoved(const nlohmann::ordered_json& event);
-    void Keep(const std::filesystem::path& file);
-    void EndProgress();
-    void TellFiles();
-    void TellTrees();
+    std::string Coloured(const char* colour, const std::string& text) const;
+    void Tell(const Sentence& sentence);
+    bool WantsTree(const std::string& document) const;
+    void TellTrees(const std::vector<std::filesystem::path>& files);
+    void TellFiles(const std::vector<std::filesystem::path>& files);
+    void TellEnd();
 
     std::ostream& output_;
-    bool progressOpen_ = false;   ///< the line of a progress bar is being written
-    nlohmann::ordered_json told_; ///< the event that was told last
-    std::vector<std::filesystem::path> files_;
+    bool coloured_;
+    Narration narration_{12};
+    ResultFiles files_;
+    std::set<std::string> shownTrees_; ///< paths of documents whose trees were told and are still like that
+    nlohmann::ordered_json end_ = nlohmann::ordered_json::object(); ///< the last event
 };
 
 } // namespace openhost

@@ -10,10 +10,13 @@
 #include "openhost/play/SessionAccount.h"
 #include "openhost/play/SessionFile.h"
 #include "openhost/play/SessionPlayer.h"
+#include "openhost/play/VerboseAccount.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -28,6 +31,7 @@ struct PlayArguments {
     std::string session;
     std::string journal; ///< a file; empty for standard output
     bool account = false;
+    bool verbose = false;
     bool panel = false;
     std::string module;                    ///< empty for the one beside this program
     std::vector<std::string> placeholders; ///< NAME=VALUE
@@ -77,8 +81,19 @@ std::unique_ptr<openhost::Desktop> MakeDesktop()
     return desktop;
 }
 
+/// Whether standard output is a terminal whose user has not asked for text without colours (https://no-color.org).
+bool ShowsColours()
+{
+    const char* refusal = std::getenv("NO_COLOR");
+    return isatty(STDOUT_FILENO) == 1 && (!refusal || *refusal == '\0');
+}
+
 int Play(const PlayArguments& arguments)
 {
+    if (arguments.verbose && !arguments.account) {
+        std::cerr << "openhost: --verbose goes with --account\n";
+        return openhost::StatusBadUse;
+    }
     openhost::Session session;
     try {
         session = openhost::ReadSessionFile(arguments.session, ToPlaceholders(arguments.placeholders));
@@ -92,14 +107,20 @@ int Play(const PlayArguments& arguments)
     else if (!arguments.account)
         journal.emplace(std::cout);
     std::optional<openhost::SessionAccount> account;
-    if (arguments.account)
-        account.emplace(std::cout);
+    std::optional<openhost::VerboseAccount> verboseAccount;
+    if (arguments.account && arguments.verbose)
+        verboseAccount.emplace(std::cout);
+    else if (arguments.account)
+        account.emplace(std::cout, ShowsColours());
 
     const auto receive = [&](const nlohmann::ordered_json& event) {
+        const auto now = std::chrono::steady_clock::now();
         if (journal)
             journal->Write(event);
         if (account)
-            account->Receive(event);
+            account->Receive(event, now);
+        if (verboseAccount)
+            verboseAccount->Receive(event);
     };
     openhost::KeepFreedMemory();
     openhost::Interruption::Catch();
@@ -109,6 +130,8 @@ int Play(const PlayArguments& arguments)
     const int status = player.Play();
     if (account)
         account->Finish();
+    if (verboseAccount)
+        verboseAccount->Finish();
     if (journal && !journal->IsComplete())
         throw std::runtime_error("the journal could not be written");
     return status;
@@ -130,6 +153,7 @@ openhost::Command AddPlay(const openhost::CommandLine& line, PlayArguments& argu
     play.Flag("--account", arguments.account,
               "tell on standard output what happens, for a reader; the journal\n"
               "is written only when --journal names its file");
+    play.Flag("--verbose", arguments.verbose, "with --account: tell everything, in the names of the module");
     play.Texts("--set", "NAME=VALUE", arguments.placeholders,
                "value of the placeholder ${NAME} in the session; any number")
         .Check([](const std::string& pair) {

@@ -151,21 +151,46 @@ TEST_F(ProgramTest, AnAccountTakesThePlaceOfTheJournalOnStandardOutput)
 {
     Write("session.json", R"({"steps": [{"message": {"event": "velmart_over", "content": 7}}]})");
     EXPECT_EQ(0, Run("play session.json --account --journal journal"));
+    EXPECT_EQ("The page is left\n\nevery step is done\n", Read("out"));
+    EXPECT_THAT(Read("journal"), EndsWith("{\"event\":\"end\",\"status\":0}\n"));
+
+    EXPECT_EQ(1, Run("play session.json --account --module missing.so"));
+    EXPECT_THAT(Read("out"), HasSubstr("the session cannot begin: "));
+}
+
+TEST_F(ProgramTest, AVerboseAccountHasTheNamesOfTheModule)
+{
+    Write("session.json", R"({"steps": [{"message": {"event": "velmart_over", "content": 7}}]})");
+    EXPECT_EQ(0, Run("play session.json --account --verbose"));
     EXPECT_THAT(Read("out"), HasSubstr("Message       velmart_over\n"));
     EXPECT_THAT(Read("out"), EndsWith("every step is done\n"));
-    EXPECT_THAT(Read("journal"), EndsWith("{\"event\":\"end\",\"status\":0}\n"));
 
     std::filesystem::create_directories(folder_.Path() / "installation" / "webapps" / "ZALVelmartIntegrationJS");
     Write("installation/webapps/ZALVelmartIntegrationJS/OpApiHandlers.js", "first line\nsecond line\n");
     Write("panel.json", R"({"variables": {"ZALInstallPath": "installation"},
                             "steps": [{"url": "https://velmart.example/"}, {"panel": "close"}]})");
-    EXPECT_EQ(0, Run("play panel.json --account"));
+    EXPECT_EQ(0, Run("play panel.json --account --verbose"));
     for (const char* line : {"Panel         opened\n", "Page          https://velmart.example/\n",
                              "Script        first line ...\n", "Panel         closed\n"})
         EXPECT_THAT(Read("out"), HasSubstr(line));
+}
 
-    EXPECT_EQ(1, Run("play session.json --account --module missing.so"));
-    EXPECT_THAT(Read("out"), HasSubstr("the session cannot begin: "));
+TEST_F(ProgramTest, OnlyATerminalThatWantsColoursGetsThem)
+{
+    Write("session.json", R"({"steps": []})");
+    const std::string play = BuildDir() + "/bin/openhost play session.json --account";
+    // `script` runs a command on a terminal of its own.
+    const auto playOnTerminal = [&](const std::string& environment) {
+        const std::string command = "cd " + folder_.Path().string() + " && " + environment + " script -qec '" + play +
+                                    "' /dev/null >out </dev/null";
+        EXPECT_EQ(0, std::system(command.c_str())) << command;
+        return Read("out");
+    };
+    EXPECT_THAT(playOnTerminal("env -u NO_COLOR"), HasSubstr("\x1B[32mevery step is done\x1B[0m"));
+    EXPECT_THAT(playOnTerminal("NO_COLOR="), HasSubstr("\x1B["));
+    EXPECT_THAT(playOnTerminal("NO_COLOR=1"), ::testing::Not(HasSubstr("\x1B")));
+    EXPECT_EQ(0, Run("play session.json --account"));
+    EXPECT_EQ("\nevery step is done\n", Read("out"));
 }
 
 TEST_F(ProgramTest, AnotherModuleCanBeNamed)
