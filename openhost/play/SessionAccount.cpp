@@ -90,9 +90,13 @@ void SessionAccount::Tell(const Sentence& sentence)
 
 bool SessionAccount::WantsTree(const std::string& document) const
 {
-    const std::vector<std::string>& changed = narration_.Changed();
-    const bool isOfInterest = narration_.Opened().empty() || std::ranges::find(changed, document) != changed.end();
-    return isOfInterest && !shownTrees_.contains(document);
+    const auto has = [&document](const std::vector<std::string>& paths) {
+        return std::ranges::find(paths, document) != paths.end();
+    };
+    const bool isOfInterest = narration_.Opened().empty() || has(narration_.Changed());
+    // The file of a document that is not saved has its old tree.
+    return isOfInterest && !shownTrees_.contains(document) &&
+           !has(end_.value("unsavedDocuments", std::vector<std::string>()));
 }
 
 void SessionAccount::TellTrees(const std::vector<std::filesystem::path>& files)

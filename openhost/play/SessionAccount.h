@@ -15,8 +15,8 @@
 namespace openhost {
 
 /// Tells what happens as it happens, in the words of a user; then what there is: the trees of products that are not
-/// part of another one (of those that were changed, where documents were opened), the files with their sizes, what was
-/// changed and what is left undone; in the last line how the session has ended.
+/// part of another one (of those that were changed and saved, where documents were opened), the files with their sizes,
+/// what was changed and what is left undone; in the last line how the session has ended.
 class SessionAccount {
 public:
     /// `output` outlives the account. A terminal that shows colours gets `coloured` text.

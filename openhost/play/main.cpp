@@ -3,6 +3,7 @@
 #include "openhost/commandline/CommandLine.h"
 #include "openhost/conversion/ConvertDocument.h"
 #include "openhost/documents/ShowDocument.h"
+#include "openhost/files/AtomicFile.h"
 #include "openhost/loop/Interruption.h"
 #include "openhost/lvr/WriteStl.h"
 #include "openhost/play/FreedMemory.h"
@@ -10,6 +11,7 @@
 #include "openhost/play/SessionAccount.h"
 #include "openhost/play/SessionFile.h"
 #include "openhost/play/SessionPlayer.h"
+#include "openhost/play/SessionReport.h"
 #include "openhost/play/VerboseAccount.h"
 
 #include <dlfcn.h>
@@ -17,6 +19,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -32,6 +35,7 @@ struct PlayArguments {
     std::string journal; ///< a file; empty for standard output
     bool account = false;
     bool verbose = false;
+    std::string report; ///< a file; empty for none
     bool panel = false;
     std::string module;                    ///< empty for the one beside this program
     std::vector<std::string> placeholders; ///< NAME=VALUE
@@ -88,6 +92,23 @@ bool ShowsColours()
     return isatty(STDOUT_FILENO) == 1 && (!refusal || *refusal == '\0');
 }
 
+/// Throws when no report can take the place of `file`.
+void CheckReportFile(const std::filesystem::path& file)
+{
+    const std::filesystem::path folder = file.parent_path();
+    if (!folder.empty() && !std::filesystem::is_directory(folder))
+        throw std::runtime_error("the report cannot be written: there is no folder " + folder.string());
+    if (std::filesystem::exists(file) && !std::filesystem::is_regular_file(file))
+        throw std::runtime_error("the report cannot be written: " + file.string() + " is not a file");
+}
+
+/// A picture for the report, which need not be as large as one of its own.
+void Draw(const std::filesystem::path& document, const std::filesystem::path& picture)
+{
+    constexpr std::chrono::seconds limit(20);
+    openhost::DocumentConverter({.time = limit}).DrawPicture(document, picture, {640, 480}, [](const std::string&) {});
+}
+
 int Play(const PlayArguments& arguments)
 {
     if (arguments.verbose && !arguments.account) {
@@ -113,6 +134,12 @@ int Play(const PlayArguments& arguments)
     else if (arguments.account)
         account.emplace(std::cout, ShowsColours());
 
+    std::optional<openhost::SessionReport> report;
+    if (!arguments.report.empty()) {
+        CheckReportFile(arguments.report);
+        report.emplace(std::filesystem::path(arguments.session).filename().string(), std::time(nullptr));
+    }
+
     const auto receive = [&](const nlohmann::ordered_json& event) {
         const auto now = std::chrono::steady_clock::now();
         if (journal)
@@ -121,6 +148,8 @@ int Play(const PlayArguments& arguments)
             account->Receive(event, now);
         if (verboseAccount)
             verboseAccount->Receive(event);
+        if (report)
+            report->Receive(event, now);
     };
     openhost::KeepFreedMemory();
     openhost::Interruption::Catch();
@@ -132,6 +161,8 @@ int Play(const PlayArguments& arguments)
         account->Finish();
     if (verboseAccount)
         verboseAccount->Finish();
+    if (report)
+        openhost::WriteFileAtomically(arguments.report, report->Page(Draw));
     if (journal && !journal->IsComplete())
         throw std::runtime_error("the journal could not be written");
     return status;
@@ -153,6 +184,7 @@ openhost::Command AddPlay(const openhost::CommandLine& line, PlayArguments& argu
     play.Flag("--account", arguments.account,
               "tell on standard output what happens, for a reader; the journal\n"
               "is written only when --journal names its file");
+    play.Text("--report", "FILE", arguments.report, "write what happened as one page of HTML to FILE");
     play.Flag("--verbose", arguments.verbose, "with --account: tell everything, in the names of the module");
     play.Texts("--set", "NAME=VALUE", arguments.placeholders,
                "value of the placeholder ${NAME} in the session; any number")

@@ -193,6 +193,40 @@ TEST_F(ProgramTest, OnlyATerminalThatWantsColoursGetsThem)
     EXPECT_EQ("\nevery step is done\n", Read("out"));
 }
 
+TEST_F(ProgramTest, AReportIsOnePageWithThePictureOfTheResult)
+{
+    CadDocument product;
+    product.kind = DocumentKind::Product;
+    product.partNumber = "P-100";
+    WriteDocument(product, folder_.Path() / "a.ZALProduct");
+    Write("session.json", R"({"documents": ["a.ZALProduct"],
+                              "steps": [{"save": "a.ZALProduct", "as": "b.ZALProduct"}]})");
+    EXPECT_EQ(0, Run("play session.json --journal journal --report report.html")) << Read("err");
+    EXPECT_THAT(Read("report.html"), HasSubstr("<title>session.json: every step is done</title>"));
+    EXPECT_THAT(Read("report.html"), HasSubstr("<img alt=\"b.ZALProduct\" src=\"data:image/png;base64,iVBORw0KGgo"));
+}
+
+TEST_F(ProgramTest, AFailedSessionHasAReportToo)
+{
+    Write("session.json", R"({"steps": [{"wait": "transfer"}]})");
+    EXPECT_EQ(1, Run("play session.json --account --report report.html"));
+    EXPECT_THAT(Read("report.html"), HasSubstr("<title>session.json: step 1 has failed: "));
+}
+
+TEST_F(ProgramTest, AReportThatCannotBeWrittenIsStatus1)
+{
+    Write("session.json", R"({"steps": []})");
+    for (const std::string file : {"missing/report.html", "/dev/null", "."}) {
+        EXPECT_EQ(1, Run("play session.json --account --report " + file)) << file;
+        EXPECT_THAT(Read("err"), StartsWith("openhost: the report cannot be written: ")) << file;
+        EXPECT_EQ("", Read("out")) << file << ": nothing is played";
+    }
+    EXPECT_EQ(0, Run("play session.json --account --report report.html"));
+    std::filesystem::permissions(folder_.Path() / "report.html", std::filesystem::perms::owner_read);
+    EXPECT_EQ(1, Run("play session.json --account --report report.html"));
+    EXPECT_THAT(Read("err"), HasSubstr("report.html"));
+}
+
 TEST_F(ProgramTest, AnotherModuleCanBeNamed)
 {
     Write("session.json", R"({"steps": []})");

@@ -375,6 +375,18 @@ TEST_F(SessionAccountOfFiles, OfOpenedProductsShowsOnlyTheChangedOne)
     EXPECT_THAT(told, Not(HasSubstr("\nProduct first  ")));
 }
 
+TEST_F(SessionAccountOfFiles, ShowsNoTreeOfAFileThatIsNotTheDocument)
+{
+    const std::filesystem::path product = PutProduct("top", {"nut"});
+    std::ostringstream output;
+    SessionAccount account(output, false);
+    for (const std::string& event : {Document(product, "opened"), Extracted(product), Document(product, "changed")})
+        account.Receive(nlohmann::ordered_json::parse(event), {});
+    account.Receive({{"event", "end"}, {"status", 0}, {"unsavedDocuments", {product.string()}}}, {});
+    account.Finish();
+    EXPECT_THAT(output.str(), Not(HasSubstr("Product top")));
+}
+
 TEST_F(SessionAccountOfFiles, SaysWhyAProductCannotBeShown)
 {
     EXPECT_THAT(Told({Extracted(Put("bad.ZALProduct"))}),
