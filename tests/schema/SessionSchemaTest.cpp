@@ -79,13 +79,13 @@ const std::vector<std::string> Steps = {
     R"({"page": {"enter": {"selector": "#a", "text": ""}}})",
     R"({"screenshot": "a.png"})",
     R"({"answer": {"dialog": "OverwriteNotify", "button": 1000}})",
-    R"({"answer": {"dialog": "OverwriteNotify", "button": 0}})",
-    R"({"push": {"dialog": "D", "control": "OK"}})",
-    R"({"push": {"dialog": "D", "control": "C", "text": ""}})",
-    R"({"push": {"dialog": "D", "control": "C", "state": true}})",
-    R"({"push": {"dialog": "D", "control": "C", "state": false}})",
-    R"({"push": {"dialog": "D", "control": "C", "state": 262144}})",
-    R"({"push": {"dialog": "D", "control": "C", "state": 524288}})",
+    R"({"answer": {"dialog": "ReplaceAllPopUp", "button": 0, "fails": true}})",
+    R"({"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "OK"}})",
+    R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "text": ""}})",
+    R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "state": true}})",
+    R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "state": false}})",
+    R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "state": 262144}})",
+    R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "state": 524288}})",
     R"({"options": "open"})",
     R"({"options": "refresh"})",
     R"({"options": "save"})",
@@ -121,7 +121,7 @@ const std::vector<std::string> Sessions = {
     R"({"settings": {"DownloadLocation": "", "DoNotRemindDownloadLocation": true,
         "locks": {"DownloadLocation": "R", "DoNotRemindDownloadLocation": "-"}}, "steps": []})",
     R"({"settingsFile": "a", "steps": []})",
-    R"({"frame": false, "workshop": "", "traces": true, "steps": []})",
+    R"({"frame": false, "workshop": "", "traces": true, "strict": true, "steps": []})",
     R"({"documents": ["a", "b"], "steps": []})",
 };
 
@@ -291,7 +291,7 @@ TEST(SessionSchema, RefusesWhatExcludesEachOther)
     const std::vector<std::string> sessions = {
         R"({"settings": {}, "settingsFile": "a", "steps": []})",
         WithStep(R"({"url": "a", "message": "b"})"),
-        WithStep(R"({"push": {"dialog": "D", "control": "C", "text": "a", "state": true}})"),
+        WithStep(R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "text": "a", "state": true}})"),
         WithStep(R"({"page": {"click": "#a", "press": "Tab"}})"),
     };
     for (const std::string& session : sessions)
