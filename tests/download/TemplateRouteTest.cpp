@@ -2,7 +2,7 @@
 
 #include "tests/download/DownloadFixture.h"
 #include "tests/support/FailingMemory.h"
-#include "tests/support/ScriptedTemplates.h"
+#include "tests/support/ScriptedCad.h"
 
 #include "objects/Hold.h"
 #include "openhost/objects/Traces.h"
@@ -100,7 +100,7 @@ protected:
         return {ToUtf8(part), ToUtf8(product)};
     }
 
-    ScriptedTemplates Workspace{Folder()};
+    ScriptedCad Workspace{Folder()};
 };
 
 // ---------------------------------------------------------------------------------------------

@@ -72,12 +72,10 @@ protected:
         Loop().RunUntilIdle();
         EXPECT_EQ(nullptr, Command::Running());
         ResetFrame();
-        leaf_->Release();
-        root_->Release();
-        EXPECT_EQ(0, cad_.livingObjects);
+        EXPECT_EQ(0, cad_.facets);
     }
 
-    void Select(ScriptedProduct& product)
+    void Select(ScriptedObject& product)
     {
         ZALCSO& objects = *ZALFrmEditor::GetCurrentEditor()->GetCSO();
         objects.Empty();
@@ -148,8 +146,8 @@ protected:
     std::filesystem::path LightFile() const { return Temp() / "VLUploadedLVRFile.lvr"; }
 
     ScriptedCad cad_;
-    ScriptedProduct* root_ = new ScriptedProduct(cad_, "Root");
-    ScriptedProduct* leaf_ = new ScriptedProduct(cad_, "Leaf");
+    ScriptedObject* root_ = &cad_.MakeProduct("Root");
+    ScriptedObject* leaf_ = &cad_.MakeProduct("Leaf");
 };
 
 } // namespace openhost::testing

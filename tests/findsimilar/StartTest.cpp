@@ -88,8 +88,9 @@ TEST_F(FindSimilarStart, HasItsNameAndItsModeBesideTheRunningCommand)
 TEST_F(FindSimilarStart, HoldsTheObjectWhileTheUserIsWarned)
 {
     OpenReadyPanel();
-    auto* part = new ScriptedProduct(cad_, "Part");
-    part->isReference = part->offersAlias = true;
+    auto* part = new ScriptedObject(cad_, nullptr, "Part", ScriptedObject::OfProduct);
+    part->isReference = true;
+    part->Offer("ZALIAlias");
     part->alias = "Bolt";
     Select(*part);
     const ZALBaseUnknown_WR weak(part);
@@ -106,19 +107,19 @@ TEST_F(FindSimilarStart, HoldsTheObjectWhileTheUserIsWarned)
 }
 
 /// An object that does not say that it is one.
-class Unasked : public ScriptedProduct {
+class Unasked : public ScriptedObject {
 public:
-    using ScriptedProduct::ScriptedProduct;
+    using ScriptedObject::ScriptedObject;
     int IsAKindOf(const char* className) const override
     {
-        return std::string(className) == "ZALBaseUnknown" ? 0 : ScriptedProduct::IsAKindOf(className);
+        return std::string(className) == "ZALBaseUnknown" ? 0 : ScriptedObject::IsAKindOf(className);
     }
 };
 
 TEST_F(FindSimilarStart, TakesTheSelectedObjectForWhatItIs)
 {
     OpenReadyPanel();
-    auto* part = new Unasked(cad_, "Part");
+    auto* part = new Unasked(cad_, nullptr, "Part", ScriptedObject::OfProduct);
     Select(*part);
     Start();
     EXPECT_TRUE(Errors().empty());
@@ -168,7 +169,8 @@ TEST_F(FindSimilarStart, WithoutAnEditorOrItsSetOfObjectsFails)
 
 TEST_F(FindSimilarStart, TakesTheFirstOfSeveralObjects)
 {
-    leaf_->offersAlias = root_->offersAlias = true;
+    leaf_->Offer("ZALIAlias");
+    root_->Offer("ZALIAlias");
     leaf_->alias = "First";
     leaf_->isReference = root_->isReference = true;
     root_->alias = "Second";
@@ -265,11 +267,11 @@ TEST_F(FindSimilarStart, NamesTheUploadByTheAliasThatCounts)
                 {"a reference product of no name", true, false, true, true, true, "Leaf.1", "", "PartLVR"}};
     OpenReadyPanel();
     for (const auto& row : rows) {
-        leaf_->offersProduct = row.isProduct;
+        leaf_->Offer("ZALIProduct", row.isProduct);
         leaf_->isReference = row.isReference;
         leaf_->reference = row.hasReference ? root_ : nullptr;
-        leaf_->offersAlias = row.offersAlias;
-        root_->offersAlias = row.referenceOffersAlias;
+        leaf_->Offer("ZALIAlias", row.offersAlias);
+        root_->Offer("ZALIAlias", row.referenceOffersAlias);
         leaf_->alias = row.alias;
         root_->alias = row.aliasOfReference;
         Start();
@@ -281,7 +283,8 @@ TEST_F(FindSimilarStart, NamesTheUploadByTheAliasThatCounts)
 TEST_F(FindSimilarStart, LooksForNameAndDisplayOnceTheUserHasBeenWarned)
 {
     OpenReadyPanel();
-    leaf_->isReference = leaf_->offersAlias = true;
+    leaf_->isReference = true;
+    leaf_->Offer("ZALIAlias");
     leaf_->alias = "Before";
     Loop().Post([this] {
         EXPECT_TRUE(cad_.calls.empty());
@@ -298,7 +301,7 @@ TEST_F(FindSimilarStart, LooksForNameAndDisplayOnceTheUserHasBeenWarned)
 TEST_F(FindSimilarStart, FailsForAnObjectWithoutADisplay)
 {
     OpenReadyPanel();
-    leaf_->offersDisplay = false;
+    leaf_->Offer("ZALI3DGeoVisu", false);
     Start();
     EXPECT_EQ(Texts{"SaveAsLVRFailure"}, Errors());
     EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : E_FAIL : "));
@@ -329,7 +332,7 @@ TEST_F(FindSimilarStart, LeavesThePathAloneWhenTheExportFails)
     EXPECT_EQ("before", pathAfterFailure());
     leaf_->hasRepresentation = false;
     EXPECT_EQ("before", pathAfterFailure());
-    leaf_->offersDisplay = false;
+    leaf_->Offer("ZALI3DGeoVisu", false);
     EXPECT_EQ("before", pathAfterFailure());
     EXPECT_EQ(3, std::ranges::count(Traces(), trace + "before\n"));
 }
@@ -618,7 +621,7 @@ INSTANTIATE_TEST_SUITE_P(
                                }},
                       WayToEnd{"NoDisplay",
                                [](EndFixture& on) {
-                                   on.leaf_->offersDisplay = false;
+                                   on.leaf_->Offer("ZALI3DGeoVisu", false);
                                    on.Start();
                                }},
                       WayToEnd{"NoZipFile",

@@ -59,7 +59,8 @@ TEST_F(FindSimilarUpload, PostsTheZipFileAsAForm)
 
 TEST_F(FindSimilarUpload, BlanksWhatNoFileNameHolds)
 {
-    leaf_->isReference = leaf_->offersAlias = true;
+    leaf_->isReference = true;
+    leaf_->Offer("ZALIAlias");
     leaf_->alias = R"(a\b/c:d?e"f<g>h|i*j.k)";
     StartUpload();
     EXPECT_EQ("a b c d e f g h i*j.k.zip", UploadedName());
@@ -67,7 +68,8 @@ TEST_F(FindSimilarUpload, BlanksWhatNoFileNameHolds)
 
 TEST_F(FindSimilarUpload, KeepsLettersOfAnyScriptInTheName)
 {
-    leaf_->isReference = leaf_->offersAlias = true;
+    leaf_->isReference = true;
+    leaf_->Offer("ZALIAlias");
     leaf_->alias = "Bügel \u4E2D \U0001F529";
     StartUpload();
     EXPECT_EQ("Bügel \u4E2D \U0001F529.zip", UploadedName());
@@ -75,7 +77,8 @@ TEST_F(FindSimilarUpload, KeepsLettersOfAnyScriptInTheName)
 
 TEST_F(FindSimilarUpload, EndsTheNameAtAZeroCharacter)
 {
-    leaf_->isReference = leaf_->offersAlias = true;
+    leaf_->isReference = true;
+    leaf_->Offer("ZALIAlias");
     leaf_->alias = std::string("Bolt\0M8", 7);
     StartUpload();
     EXPECT_EQ("Bolt", UploadedName());

@@ -37,11 +37,11 @@ constexpr const char* NoFile = "{}";
 // Without another component that takes downloads over.
 class CommandGraph : public WorkspaceFixture {
 protected:
-    CommandGraph() : root_(MakeProduct("Root")), child_(MakeProduct("Child")), document_(MakeProduct("Document"))
+    CommandGraph()
     {
-        root_->reference = root_.get();
-        child_->father = root_.get();
-        child_->reference = document_.get();
+        Root.reference = &Root;
+        Child.father = &Root;
+        Child.reference = &document_;
         ConfigureFrame({.applicationDocument = false, .editor = true});
         journal::Redirect([this](const nlohmann::ordered_json& event) {
             if (event["event"] == "prompt" || (event["event"] == "command" && event.contains("action")))
@@ -78,7 +78,7 @@ protected:
         Loop().RunUntilIdle();
         return command;
     }
-    Pick Select(ScriptedProduct& product)
+    Pick Select(ScriptedObject& product)
     {
         const Owned<ZALPathElement> path(PathTo(product));
         return Engine().Offer(path.get());
@@ -87,7 +87,7 @@ protected:
     Command* Begin(PanelAction action)
     {
         Command* command = Start(action);
-        EXPECT_TRUE(Select(Child()).accepted);
+        EXPECT_TRUE(Select(Child).accepted);
         EXPECT_EQ("DownloadState", State());
         EXPECT_EQ(1U, Waiting());
         return command;
@@ -106,14 +106,13 @@ protected:
         EXPECT_EQ(0U, Waiting());
     }
 
-    ScriptedProduct& Root() { return *root_; }
-    ScriptedProduct& Child() { return *child_; }
     const Texts& Journal() const { return journal_; }
 
+    ScriptedObject& Root = MakeProduct("Root");
+    ScriptedObject& Child = MakeProduct("Child");
+
 private:
-    Owned<ScriptedProduct> root_;
-    Owned<ScriptedProduct> child_;
-    Owned<ScriptedProduct> document_;
+    ScriptedObject& document_ = MakeProduct("Document");
     Texts journal_;
 };
 
@@ -171,7 +170,7 @@ TEST_P(EitherCommand, RequestsNothingBeforeTheUserHasSelectedATarget)
     EXPECT_TRUE(Transport().Requests().empty());
     EXPECT_EQ(0U, Waiting());
 
-    EXPECT_TRUE(Select(Child()).accepted);
+    EXPECT_TRUE(Select(Child).accepted);
     ASSERT_EQ(1U, Transport().Requests().size());
     EXPECT_EQ("http://127.0.0.1/item.zip", Transport().Requests()[0].url);
     EXPECT_EQ("DownloadState", State());
@@ -190,7 +189,7 @@ TEST_P(EitherCommand, KeepsACopyOfTheRequest)
         content = ZALOmxAny();
     }
     Loop().RunUntilIdle();
-    EXPECT_TRUE(Select(Child()).accepted);
+    EXPECT_TRUE(Select(Child).accepted);
     EXPECT_EQ(1U, Transport().Requests().size());
 }
 
@@ -200,66 +199,66 @@ TEST_P(EitherCommand, KeepsACopyOfTheRequest)
 TEST_F(CommandGraph, AnInsertTakesTheRootOfADocument)
 {
     Start(ActionInsert);
-    EXPECT_TRUE(Select(Root()).accepted);
+    EXPECT_TRUE(Select(Root).accepted);
 }
 
 TEST_F(CommandGraph, AnInsertRefusesTheProductOfAPart)
 {
     Start(ActionInsert);
-    Child().isOfPart = true;
-    EXPECT_FALSE(Select(Child()).accepted);
+    Child.isOfPart = true;
+    EXPECT_FALSE(Select(Child).accepted);
 }
 
 TEST_F(CommandGraph, AnInsertRefusesAProductWithoutAReference)
 {
     Start(ActionInsert);
-    Child().reference = nullptr;
-    EXPECT_FALSE(Select(Child()).accepted);
+    Child.reference = nullptr;
+    EXPECT_FALSE(Select(Child).accepted);
 }
 
 TEST_F(CommandGraph, AReplaceRefusesTheRootOfADocument)
 {
     Start(ActionReplace);
-    EXPECT_FALSE(Select(Root()).accepted);
+    EXPECT_FALSE(Select(Root).accepted);
 }
 
 TEST_F(CommandGraph, AReplaceTakesAComponentThatIsAPart)
 {
     Start(ActionReplace);
-    Child().isOfPart = true;
-    EXPECT_TRUE(Select(Child()).accepted);
+    Child.isOfPart = true;
+    EXPECT_TRUE(Select(Child).accepted);
 }
 
 TEST_F(CommandGraph, AReplaceTakesAComponentWithoutAReference)
 {
     Start(ActionReplace);
-    Child().reference = nullptr;
-    EXPECT_TRUE(Select(Child()).accepted);
+    Child.reference = nullptr;
+    EXPECT_TRUE(Select(Child).accepted);
 }
 
 TEST_P(EitherCommand, RefusesAProductWhoseDataIsAbsent)
 {
     Start(GetParam());
-    Child().offersGhost = true;
-    Child().loaded = false;
-    EXPECT_FALSE(Select(Child()).accepted);
-    Child().loaded = true;
-    EXPECT_TRUE(Select(Child()).accepted);
+    Child.Offer("ZALIPrdGhost");
+    Child.loaded = false;
+    EXPECT_FALSE(Select(Child).accepted);
+    Child.loaded = true;
+    EXPECT_TRUE(Select(Child).accepted);
 }
 
 TEST_P(EitherCommand, IsOfferedProductsOnly)
 {
     Start(GetParam());
-    Child().offersProduct = false;
-    EXPECT_EQ("the element does not offer ZALIProduct", Select(Child()).reason);
+    Child.Offer("ZALIProduct", false);
+    EXPECT_EQ("the element does not offer ZALIProduct", Select(Child).reason);
 }
 
 TEST_P(EitherCommand, StaysWhenASelectionIsRefusedAndTakesTheNext)
 {
     Start(GetParam());
-    Child().offersGhost = true;
-    Child().loaded = false;
-    const Pick refused = Select(Child());
+    Child.Offer("ZALIPrdGhost");
+    Child.loaded = false;
+    const Pick refused = Select(Child);
     EXPECT_FALSE(refused.accepted);
     EXPECT_EQ(refused.command, CommandName);
     EXPECT_EQ("the command does not accept the element", refused.reason);
@@ -267,15 +266,15 @@ TEST_P(EitherCommand, StaysWhenASelectionIsRefusedAndTakesTheNext)
     EXPECT_TRUE(Transport().Requests().empty());
     EXPECT_TRUE(Surface().Questions().empty());
 
-    Child().offersGhost = false;
-    EXPECT_TRUE(Select(Child()).accepted);
+    Child.Offer("ZALIPrdGhost", false);
+    EXPECT_TRUE(Select(Child).accepted);
     EXPECT_EQ("DownloadState", State());
 }
 
 TEST_P(EitherCommand, TakesNoFurtherSelectionWhileItDownloads)
 {
     Begin(GetParam());
-    EXPECT_EQ("no command waits for an element", Select(Child()).reason);
+    EXPECT_EQ("no command waits for an element", Select(Child).reason);
     EXPECT_EQ(1U, Transport().Requests().size());
 }
 
@@ -285,7 +284,7 @@ TEST_P(EitherCommand, TakesNoFurtherSelectionWhileItDownloads)
 TEST_P(EitherCommand, GoesStraightOnWhenTheDownloadEndsInsideItsStart)
 {
     Start(GetParam(), LocalFile);
-    EXPECT_TRUE(Select(Child()).accepted);
+    EXPECT_TRUE(Select(Child).accepted);
     EXPECT_EQ(Cad().calls, Done());
     EXPECT_THAT(Journal().back(), "done ");
     EXPECT_EQ("entered DownloadState", Journal().at(Journal().size() - 2));
@@ -352,7 +351,7 @@ TEST_P(EitherCommand, ForgetsTheSelectionWhetherOrNotTheDownloadStarts)
 {
     for (const char* request : {RemoteFile, NoFile}) {
         Command* command = Start(GetParam(), request);
-        EXPECT_TRUE(Select(Child()).accepted);
+        EXPECT_TRUE(Select(Child).accepted);
         EXPECT_FALSE(Probe::SelectionOf(*command).IsOutputSet()) << request;
         Loop().RunUntilIdle();
     }
@@ -395,7 +394,7 @@ TEST_P(EitherCommand, IsGivenUpThoughTheFilesAreThereToo)
     Command* command = Start(GetParam(), LocalFile);
     Listener listener([&](ZALBaseUnknown*, ZALNotification*, void*) { Probe::CancelOf(*command).Accept(nullptr, 0); });
     listener.Subscribe(&Downloader(), Complete::ClassName());
-    EXPECT_TRUE(Select(Child()).accepted);
+    EXPECT_TRUE(Select(Child).accepted);
     EXPECT_EQ(1, listener.Calls());
     EXPECT_THAT(Journal().back(), "cancelled ");
     EXPECT_THAT(Cad().calls, IsEmpty());
@@ -410,7 +409,7 @@ TEST_P(EitherCommand, IsGivenUpWhenTheDownloadCannotStart)
 {
     InstallCatalog("DownloadFailed = \"Gone wrong\";\n");
     Start(GetParam(), NoFile);
-    EXPECT_TRUE(Select(Child()).accepted);
+    EXPECT_TRUE(Select(Child).accepted);
     EXPECT_THAT(QuestionTexts(), ElementsAre("Gone wrong"));
     EXPECT_EQ("FileOpenInsertReplaceErrorNotify", Surface().Questions()[0].name);
     EXPECT_THAT(Journal().back(), "cancelled ");
@@ -481,7 +480,7 @@ TEST_P(EitherCommand, GivesUpItsStartWhenTheUserHasSeenTheMessage)
         asked = true;
         EXPECT_FALSE(Probe::CancelOf(*command).IsOutputSet());
     });
-    Select(Child());
+    Select(Child);
     EXPECT_TRUE(asked);
 }
 
@@ -585,7 +584,7 @@ TEST_P(EitherCommand, MayBeEndedWhileTheMessageOfItsStartIsUp)
 {
     Start(GetParam(), NoFile);
     Loop().Post([] { Engine().EndAll(); });
-    Select(Child());
+    Select(Child);
     EXPECT_THAT(QuestionTexts(), ElementsAre(DefaultText));
     EXPECT_THAT(Journal().back(), "ended ");
     ExpectEnd();
@@ -605,7 +604,7 @@ TEST_P(EitherCommand, RunsTwiceInARow)
 {
     for (int run = 1; run <= 2; ++run) {
         Start(GetParam(), LocalFile);
-        EXPECT_TRUE(Select(Child()).accepted);
+        EXPECT_TRUE(Select(Child).accepted);
         EXPECT_EQ(Cad().calls, Done());
         Cad().calls.clear();
         ExpectEnd();
@@ -616,7 +615,7 @@ TEST_P(EitherCommand, DoesNotDisturbTheDownloadOfTheOneBefore)
 {
     Begin(GetParam());
     Start(GetParam());
-    EXPECT_TRUE(Select(Child()).accepted); // the downloader is busy
+    EXPECT_TRUE(Select(Child).accepted); // the downloader is busy
     EXPECT_THAT(QuestionTexts(), ElementsAre(DefaultText));
     Loop().RunUntilIdle();
     EXPECT_EQ(1U, Engine().Commands().size());

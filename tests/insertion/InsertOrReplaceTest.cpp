@@ -16,17 +16,17 @@ constexpr const char* Bolt = "/p/bolt.ZALPart";
 /// A selected component "Selected" in a product "Father"; the downloaded file is in the workspace after the operation.
 class InsertOrReplace : public OperationFixture {
 protected:
-    InsertOrReplace() : father_(MakeProduct("Father")), selected_(MakeProduct("Selected")), root_(MakeProduct("Root"))
+    InsertOrReplace()
     {
-        selected_->father = father_.get();
-        root_->partNumber = "BOLT-12";
-        Cad().loaded[Bolt] = root_.get();
+        Selected.father = &Father;
+        root_.texts[0] = "BOLT-12";
+        Cad().loaded[Bolt] = &root_;
     }
 
     void Run(PanelAction action, const Texts& files = {Bolt}, const std::string& environment = "UT5")
     {
         ZALVelmartMeridiaAccessAddinActionCmdProbe command(action);
-        const Owned<ZALPathElement> path(PathTo(*selected_));
+        const Owned<ZALPathElement> path(PathTo(Selected));
         EXPECT_TRUE(command.InsertOrReplace(path.get(), List(files), environment.c_str()));
     }
     void Insert(const Texts& files = {Bolt}, const std::string& environment = "UT5")
@@ -57,13 +57,11 @@ protected:
         return living;
     }
 
-    ScriptedProduct& Father() { return *father_; }
-    ScriptedProduct& Selected() { return *selected_; }
+    ScriptedObject& Father = MakeProduct("Father");
+    ScriptedObject& Selected = MakeProduct("Selected");
 
 private:
-    Owned<ScriptedProduct> father_;
-    Owned<ScriptedProduct> selected_;
-    Owned<ScriptedProduct> root_;
+    ScriptedObject& root_ = MakeProduct("Root");
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -89,7 +87,7 @@ TEST_P(EitherAction, DoesNothingForAnEmptyPath)
 
 TEST_P(EitherAction, IsSilentWhenTheSelectedObjectHasNoComponents)
 {
-    Selected().offersComponents = false;
+    Selected.Offer("ZALIAProducts", false);
     Run(GetParam());
     EXPECT_EQ(0, BusyCursorCount());
     EXPECT_TRUE(Cad().calls.empty());
@@ -128,8 +126,8 @@ TEST_P(EitherAction, TellsNothingInAnotherEnvironment)
 
 TEST_P(EitherAction, CountsEveryResultThatIsNotNegativeAsDone)
 {
-    Selected().addResult = S_FALSE;
-    Father().replaceResult = S_FALSE;
+    Selected.addResult = S_FALSE;
+    Father.replaceResult = S_FALSE;
     Run(GetParam());
     EXPECT_EQ(1U, Messages().size());
     EXPECT_EQ(0, std::ranges::count(QuestionTexts(), DefaultText));
@@ -137,8 +135,8 @@ TEST_P(EitherAction, CountsEveryResultThatIsNotNegativeAsDone)
 
 TEST_P(EitherAction, StandsAndIsToldAfterAClash)
 {
-    Selected().names = {"BOLT-12"};
-    Father().names = {"BOLT-12"};
+    Selected.names = {"BOLT-12"};
+    Father.names = {"BOLT-12"};
     Run(GetParam());
     EXPECT_EQ("Part Number conflict detected", QuestionTexts().back());
     EXPECT_EQ(Texts{EndTransaction({Bolt})}, Messages());
@@ -148,8 +146,8 @@ TEST_P(EitherAction, StandsAndIsToldAfterAClash)
 
 TEST_P(EitherAction, FreesItsTextsBeforeTheCheck)
 {
-    Selected().names = {"BOLT-12"};
-    Father().names = {"BOLT-12"};
+    Selected.names = {"BOLT-12"};
+    Father.names = {"BOLT-12"};
     EXPECT_EQ(0, TextsAtTheFirstMessage(GetParam()));
 }
 
@@ -163,8 +161,8 @@ TEST_P(EitherAction, ReleasesItsObjectsOnceTheEndIsTold)
 
 TEST_P(EitherAction, FreesItsTextsBehindTheMessageOfARefusal)
 {
-    Selected().addResult = E_FAIL;
-    Father().replaceResult = E_FAIL;
+    Selected.addResult = E_FAIL;
+    Father.replaceResult = E_FAIL;
     EXPECT_EQ(TextsAtTheFirstMessage(GetParam()), GetParam() == ActionInsert ? 2 : 1);
 }
 
@@ -188,8 +186,8 @@ TEST_P(EitherAction, WorksWithoutAFrame)
 TEST_P(EitherAction, LeavesNoDialogBehind)
 {
     const std::size_t before = LiveDialogs().size();
-    Selected().addResult = E_FAIL;
-    Father().replaceResult = E_FAIL;
+    Selected.addResult = E_FAIL;
+    Father.replaceResult = E_FAIL;
     Run(GetParam());
     Loop().RunUntilIdle();
     EXPECT_EQ(LiveDialogs().size(), before);
@@ -217,8 +215,8 @@ TEST_F(InsertOrReplace, InsertAddsTheFileToTheSelectedProduct)
 TEST_F(InsertOrReplace, ARefusedInsertIsToldToTheUserAlone)
 {
     InstallCatalog("InsertFailed = \"No insert\";\nReplaceFailed = \"No replace\";\n");
-    Selected().addResult = E_FAIL;
-    Selected().names = {"BOLT-12"};
+    Selected.addResult = E_FAIL;
+    Selected.names = {"BOLT-12"};
     Insert();
     EXPECT_EQ(Texts{"No insert"}, QuestionTexts());
     EXPECT_EQ("FileOpenInsertReplaceErrorNotify", Surface().Questions()[0].name);
@@ -229,15 +227,15 @@ TEST_F(InsertOrReplace, ARefusedInsertIsToldToTheUserAlone)
 
 TEST_F(InsertOrReplace, ARefusedInsertHasADefaultText)
 {
-    Selected().addResult = E_INVALIDARG;
+    Selected.addResult = E_INVALIDARG;
     Insert();
     EXPECT_EQ(Texts{DefaultText}, QuestionTexts());
 }
 
 TEST_F(InsertOrReplace, InsertNeedsNoProductInterfaceAndNoFather)
 {
-    Selected().offersProduct = false;
-    Selected().father = nullptr;
+    Selected.Offer("ZALIProduct", false);
+    Selected.father = nullptr;
     Insert();
     EXPECT_EQ(1U, Changes().size());
     EXPECT_EQ(1U, Messages().size());
@@ -302,7 +300,7 @@ TEST_F(InsertOrReplace, TheQuestionComesBeforeTheReplace)
         EXPECT_TRUE(Cad().calls.empty());
         EXPECT_EQ(0, LivingTexts());
         // Both collections, the product and its father; the product as a component only afterwards.
-        EXPECT_EQ(4, Cad().livingObjects);
+        EXPECT_EQ(4, Cad().facets);
     });
     Replace();
     EXPECT_TRUE(asked);
@@ -324,7 +322,7 @@ TEST_F(InsertOrReplace, PartNumbersAreLookedUpAroundTheFather)
 
 TEST_F(InsertOrReplace, ReplaceIsSilentForAnObjectThatIsNoProduct)
 {
-    Selected().offersProduct = false;
+    Selected.Offer("ZALIProduct", false);
     Replace();
     EXPECT_EQ(1, BusyCursorCount());
     EXPECT_TRUE(Cad().calls.empty());
@@ -335,9 +333,9 @@ TEST_F(InsertOrReplace, ReplaceIsSilentForAnObjectThatIsNoProduct)
 TEST_F(InsertOrReplace, ReplaceFailsWithoutComponentsOfTheFatherAndAsksNothing)
 {
     InstallCatalog("ReplaceFailed = \"No replace\";\n");
-    Father().offersComponents = false;
+    Father.Offer("ZALIAProducts", false);
     Replace();
-    Selected().father = nullptr;
+    Selected.father = nullptr;
     Replace();
     EXPECT_EQ((Texts{"No replace", "No replace"}), QuestionTexts());
     EXPECT_TRUE(Cad().calls.empty());
@@ -347,8 +345,8 @@ TEST_F(InsertOrReplace, ReplaceFailsWithoutComponentsOfTheFatherAndAsksNothing)
 TEST_F(InsertOrReplace, ARefusedReplaceIsToldToTheUserAlone)
 {
     InstallCatalog("InsertFailed = \"No insert\";\nReplaceFailed = \"No replace\";\n");
-    Father().replaceResult = E_FAIL;
-    Father().names = {"BOLT-12"};
+    Father.replaceResult = E_FAIL;
+    Father.names = {"BOLT-12"};
     Replace();
     EXPECT_EQ((Texts{"", "No replace"}), QuestionTexts());
     EXPECT_EQ("FileOpenInsertReplaceErrorNotify", Surface().Questions()[1].name);
@@ -358,23 +356,23 @@ TEST_F(InsertOrReplace, ARefusedReplaceIsToldToTheUserAlone)
 
 TEST_F(InsertOrReplace, AComponentThatComesWithAFailureIsReleased)
 {
-    Father().replaceResult = E_FAIL;
-    Father().givesReplacement = true;
+    Father.replaceResult = E_FAIL;
+    Father.givesReplacement = true;
     Replace();
     EXPECT_TRUE(Messages().empty());
 }
 
 TEST_F(InsertOrReplace, AReplaceThatGivesNoComponentIsDoneAllTheSame)
 {
-    Father().givesReplacement = false;
+    Father.givesReplacement = false;
     Replace();
     EXPECT_EQ(1U, Messages().size());
 }
 
 TEST_F(InsertOrReplace, TheHostDecidesOnAProductThatIsNoComponent)
 {
-    Selected().offersComponent = false;
-    Father().replaceResult = E_FAIL;
+    Selected.Offer("ZALIAProduct", false);
+    Father.replaceResult = E_FAIL;
     Replace();
     EXPECT_EQ(Texts{"Replace nothing in Father: /p/bolt.ZALPart, all"}, Changes());
     EXPECT_EQ(DefaultText, QuestionTexts().back());

@@ -46,7 +46,7 @@ TEST_F(OpenDownloaded, OtherEnvironmentsAreNotTold)
 TEST_F(OpenDownloaded, TheResultIsThatOfTheHostAndARefusalIsToldAllTheSame)
 {
     for (const HRESULT result : {E_FAIL, E_INVALIDARG, S_FALSE}) {
-        Cad().openResult = result;
+        Cad().answers["Open"] = result;
         Cad().givesDocument = result >= 0;
         EXPECT_EQ(OpenDownloadedDocument(List({"/p/a.ZALPart"}), "UT5"), result);
     }
@@ -56,7 +56,7 @@ TEST_F(OpenDownloaded, TheResultIsThatOfTheHostAndARefusalIsToldAllTheSame)
 
 TEST_F(OpenDownloaded, ADocumentThatComesWithAFailureIsReleased)
 {
-    Cad().openResult = E_FAIL;
+    Cad().answers["Open"] = E_FAIL;
     EXPECT_EQ(E_FAIL, OpenDownloadedDocument(List({"/p/a.ZALPart"}), "File"));
 }
 
@@ -89,25 +89,22 @@ TEST_F(OpenDownloaded, WithoutAFrameNothingIsOpened)
 
 class PartNumberConflict : public OperationFixture {
 protected:
-    PartNumberConflict() : target_(MakeProduct("Target")), root_(MakeProduct("Root"))
+    PartNumberConflict()
     {
-        root_->partNumber = "BOLT-12";
-        Cad().loaded["/p/bolt.ZALPart"] = root_.get();
+        Root.texts[0] = "BOLT-12";
+        Cad().loaded["/p/bolt.ZALPart"] = &Root;
     }
 
-    HRESULT Check() { return CheckPartNumberConflict(target_.get(), "/p/bolt.ZALPart"); }
-    ScriptedProduct& Target() { return *target_; }
-    ScriptedProduct& Root() { return *root_; }
+    HRESULT Check() { return CheckPartNumberConflict(&Target, "/p/bolt.ZALPart"); }
 
-private:
-    Owned<ScriptedProduct> target_;
-    Owned<ScriptedProduct> root_;
+    ScriptedObject& Target = MakeProduct("Target");
+    ScriptedObject& Root = MakeProduct("Root");
 };
 
 TEST_F(PartNumberConflict, IsToldWithThePartNumber)
 {
     InstallCatalog("PartNumberConflict = \"/P1 is taken /P2\";\n");
-    Target().names = {"NUT-4", "BOLT-12"};
+    Target.names = {"NUT-4", "BOLT-12"};
     EXPECT_EQ(S_OK, Check());
     ASSERT_EQ(1U, Surface().Questions().size());
     const ScriptedSurface::Question& question = Surface().Questions()[0];
@@ -119,21 +116,21 @@ TEST_F(PartNumberConflict, IsToldWithThePartNumber)
 
 TEST_F(PartNumberConflict, HasADefaultText)
 {
-    Target().names = {"BOLT-12"};
+    Target.names = {"BOLT-12"};
     EXPECT_EQ(S_OK, Check());
     EXPECT_EQ(Texts{"Part Number conflict detected"}, QuestionTexts());
 }
 
 TEST_F(PartNumberConflict, IsForIdenticalTextsOnly)
 {
-    Target().names = {"bolt-12", "BOLT-1", "BOLT-123", "", "Bolt-12"};
+    Target.names = {"bolt-12", "BOLT-1", "BOLT-123", "", "Bolt-12"};
     EXPECT_EQ(S_OK, Check());
     EXPECT_TRUE(Surface().Questions().empty());
 }
 
 TEST_F(PartNumberConflict, EndsTheLookingAtTheFirstHit)
 {
-    Target().names = {std::nullopt, "NUT-4", "BOLT-12", "BOLT-12", "OTHER"};
+    Target.names = {std::nullopt, "NUT-4", "BOLT-12", "BOLT-12", "OTHER"};
     EXPECT_EQ(S_OK, Check());
     EXPECT_EQ((Texts{"GetEntries of Target", "GetItem 1", "GetItem 2", "GetItem 3"}), Cad().calls);
     EXPECT_EQ(1U, Surface().Questions().size());
@@ -141,7 +138,7 @@ TEST_F(PartNumberConflict, EndsTheLookingAtTheFirstHit)
 
 TEST_F(PartNumberConflict, PassesOverNullEntriesUpToTheLastOne)
 {
-    Target().names = {std::nullopt, "NUT-4", std::nullopt};
+    Target.names = {std::nullopt, "NUT-4", std::nullopt};
     EXPECT_EQ(S_OK, Check());
     EXPECT_EQ(4U, Cad().calls.size());
     EXPECT_TRUE(Surface().Questions().empty());
@@ -149,8 +146,8 @@ TEST_F(PartNumberConflict, PassesOverNullEntriesUpToTheLastOne)
 
 TEST_F(PartNumberConflict, OfAnEmptyPartNumberIsOneWithAnEmptyName)
 {
-    Root().partNumber = "";
-    Target().names = {""};
+    Root.texts[0] = "";
+    Target.names = {""};
     EXPECT_EQ(S_OK, Check());
     EXPECT_EQ(1U, Surface().Questions().size());
 }
@@ -158,7 +155,7 @@ TEST_F(PartNumberConflict, OfAnEmptyPartNumberIsOneWithAnEmptyName)
 TEST_F(PartNumberConflict, NeedsADocumentInTheWorkspace)
 {
     Cad().loaded.clear();
-    Target().names = {"BOLT-12"};
+    Target.names = {"BOLT-12"};
     EXPECT_EQ(E_FAIL, Check());
     EXPECT_TRUE(Cad().calls.empty());
 }
@@ -172,17 +169,17 @@ TEST_F(PartNumberConflict, NeedsARootProduct)
 
 TEST_F(PartNumberConflict, NeedsARootThatIsAProduct)
 {
-    Root().offersProduct = false;
+    Root.Offer("ZALIProduct", false);
     EXPECT_EQ(E_FAIL, Check());
     EXPECT_TRUE(Cad().calls.empty());
 }
 
 TEST_F(PartNumberConflict, NeedsAccessToNamesAndANameServer)
 {
-    Target().offersNameServer = false;
+    Target.Offer("ZALINameServerAccess", false);
     EXPECT_EQ(E_FAIL, Check());
-    Target().offersNameServer = true;
-    Target().hasNameServer = false;
+    Target.Offer("ZALINameServerAccess");
+    Target.hasNameServer = false;
     EXPECT_EQ(E_FAIL, Check());
     EXPECT_TRUE(Cad().calls.empty());
     EXPECT_TRUE(Surface().Questions().empty());
@@ -190,7 +187,7 @@ TEST_F(PartNumberConflict, NeedsAccessToNamesAndANameServer)
 
 TEST_F(PartNumberConflict, WithoutAListEndsWithOne)
 {
-    Target().hasEntries = false;
+    Target.hasEntries = false;
     EXPECT_EQ(1, Check());
     EXPECT_TRUE(Surface().Questions().empty());
 }

@@ -34,7 +34,8 @@ protected:
     {
         PanelPages::Install(std::make_unique<RecordedPages>());
         ConfigureFrame({.editor = true});
-        part_->isReference = part_->offersAlias = true;
+        part_->isReference = true;
+        part_->Offer("ZALIAlias");
         part_->alias = "Bolt M8/20";
         ZALPathElement* path = PathTo(*part_);
         ZALFrmEditor::GetCurrentEditor()->GetCSO()->AddElement(path);
@@ -47,7 +48,6 @@ protected:
         Panel::End();
         RunUntilIdle();
         ResetFrame();
-        part_->Release();
         PanelPages::Install(nullptr);
     }
 
@@ -83,7 +83,7 @@ protected:
     }
 
     ScriptedCad cad_;
-    ScriptedProduct* part_ = new ScriptedProduct(cad_, "Part");
+    ScriptedObject* part_ = &cad_.MakeProduct("Part");
 };
 
 constexpr const char* UploadFailed = "The shape could not be sent to the catalogue service.";

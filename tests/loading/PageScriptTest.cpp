@@ -214,11 +214,7 @@ protected:
         ZALFrmEditor::GetCurrentEditor()->GetCSO()->AddElement(path);
         path->Release();
     }
-    ~PluginWithACommand() override
-    {
-        ResetFrame();
-        product_->Release();
-    }
+    ~PluginWithACommand() override { ResetFrame(); }
     /// Starts and ends a command; answers whether it warned.
     bool Warns()
     {
@@ -230,7 +226,7 @@ protected:
     }
 
     ScriptedCad cad_;
-    ScriptedProduct* product_ = new ScriptedProduct(cad_, "Part");
+    ScriptedObject* product_ = &cad_.MakeProduct("Part");
 };
 
 TEST_F(PluginWithACommand, WarnsBeforeAnUploadWhateverIsDefinedLater)

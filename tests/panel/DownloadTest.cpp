@@ -253,20 +253,20 @@ TEST_F(PanelDownload, InsertAndReplaceInTheRightPlaceStartACommandAlone)
 TEST_F(PanelDownload, InsertAndReplaceHandTheirActionAndTheContentOver)
 {
     ScriptedCad cad;
-    const Owned<ScriptedProduct> root(new ScriptedProduct(cad, "Root"));
-    const Owned<ScriptedProduct> child(new ScriptedProduct(cad, "Child"));
-    root->reference = child->reference = root.get();
-    child->father = root.get();
+    ScriptedObject& root = cad.MakeProduct("Root");
+    ScriptedObject& child = cad.MakeProduct("Child");
+    root.reference = child.reference = &root;
+    child.father = &root;
     ConfigureFrame({.editor = true});
     for (const char* event : {"velmart_insert", "velmart_replace"}) {
         SCOPED_TRACE(event);
         EXPECT_EQ(S_OK, Send(Message(event, RemoteFile)));
         Loop().RunUntilIdle();
         // A root is a target of an insert alone.
-        const Owned<ZALPathElement> rootPath(PathTo(*root));
+        const Owned<ZALPathElement> rootPath(PathTo(root));
         const bool isInsert = std::string(event) == "velmart_insert";
         EXPECT_EQ(isInsert, DialogEngine::Current().Offer(rootPath.get()).accepted);
-        const Owned<ZALPathElement> childPath(PathTo(*child));
+        const Owned<ZALPathElement> childPath(PathTo(child));
         if (!isInsert) {
             EXPECT_TRUE(DialogEngine::Current().Offer(childPath.get()).accepted);
         }

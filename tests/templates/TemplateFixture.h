@@ -5,7 +5,7 @@
 #include "templates/ZALVliApplyTemplatesOpe.h"
 #include "tests/support/Files.h"
 #include "tests/support/HostFixture.h"
-#include "tests/support/ScriptedTemplates.h"
+#include "tests/support/ScriptedCad.h"
 
 #include <gmock/gmock.h>
 
@@ -83,7 +83,7 @@ protected:
     }
     std::string InParts(const std::string& name) const { return (Parts() / name).string(); }
 
-    ScriptedTemplates Workspace{Folder()};
+    ScriptedCad Workspace{Folder()};
 };
 
 } // namespace openhost::testing

@@ -228,7 +228,7 @@ TEST_P(RunOutOfMemory, FailsWithEveryDocumentClosed)
     const RunCase& run = GetParam();
     EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
                   EmptyParts();
-                  ScriptedTemplates workspace{Folder()};
+                  ScriptedCad workspace{Folder()};
                   workspace.AddProduct(ProductTemplate(), "target");
                   ScriptedWorkspaceDocument& product = workspace.AddProduct(Temp() / "a.ZALProduct", "product");
                   workspace.AddPart(PartTemplate(), "template");
