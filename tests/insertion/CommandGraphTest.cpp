@@ -41,7 +41,7 @@ protected:
     {
         Root.reference = &Root;
         Child.father = &Root;
-        Child.reference = &document_;
+        Child.reference = &Document;
         ConfigureFrame({.applicationDocument = false, .editor = true});
         journal::Redirect([this](const nlohmann::ordered_json& event) {
             if (event["event"] == "prompt" || (event["event"] == "command" && event.contains("action")))
@@ -110,9 +110,9 @@ protected:
 
     ScriptedObject& Root = MakeProduct("Root");
     ScriptedObject& Child = MakeProduct("Child");
+    ScriptedObject& Document = MakeProduct("Document");
 
 private:
-    ScriptedObject& document_ = MakeProduct("Document");
     Texts journal_;
 };
 
@@ -132,18 +132,11 @@ INSTANTIATE_TEST_SUITE_P(Actions, EitherCommand, ::testing::Values(ActionInsert,
 // ---------------------------------------------------------------------------------------------
 // Begin
 
-TEST_P(EitherCommand, HasItsNameItsModeAndItsResources)
+TEST_P(EitherCommand, HasItsNameAndItsMode)
 {
     const Command* command = Start(GetParam());
-    EXPECT_STREQ(command->GetName().CastToCharPtr(), CommandName);
+    EXPECT_STREQ(CommandName, command->GetName().CastToCharPtr());
     EXPECT_EQ(0, command->GetMode());
-    EXPECT_STREQ(command->GetResourceFilename(0).CastToCharPtr(), CommandName);
-    EXPECT_STREQ(command->GetResourceFilename(-1).CastToCharPtr(), CommandName);
-    EXPECT_STREQ("", command->GetResourceFilename(1).CastToCharPtr());
-    EXPECT_STREQ(command->GetResourceClass(0).CastToCharPtr(), CommandName);
-    EXPECT_STREQ("", command->GetResourceClass(1).CastToCharPtr());
-    EXPECT_EQ(0, command->IsOtherResourceFile(0));
-    EXPECT_EQ(0, command->IsOtherResourceFile(1));
 }
 
 TEST_P(EitherCommand, IsActivatedAndCancelledWithoutAnAdditionOfItsOwn)
@@ -196,44 +189,28 @@ TEST_P(EitherCommand, KeepsACopyOfTheRequest)
 // ---------------------------------------------------------------------------------------------
 // The selection
 
-TEST_F(CommandGraph, AnInsertTakesTheRootOfADocument)
+TEST_F(CommandGraph, TakesWhatItsActionCanWorkOn)
 {
-    Start(ActionInsert);
-    EXPECT_TRUE(Select(Root).accepted);
-}
-
-TEST_F(CommandGraph, AnInsertRefusesTheProductOfAPart)
-{
-    Start(ActionInsert);
-    Child.isOfPart = true;
-    EXPECT_FALSE(Select(Child).accepted);
-}
-
-TEST_F(CommandGraph, AnInsertRefusesAProductWithoutAReference)
-{
-    Start(ActionInsert);
-    Child.reference = nullptr;
-    EXPECT_FALSE(Select(Child).accepted);
-}
-
-TEST_F(CommandGraph, AReplaceRefusesTheRootOfADocument)
-{
-    Start(ActionReplace);
-    EXPECT_FALSE(Select(Root).accepted);
-}
-
-TEST_F(CommandGraph, AReplaceTakesAComponentThatIsAPart)
-{
-    Start(ActionReplace);
-    Child.isOfPart = true;
-    EXPECT_TRUE(Select(Child).accepted);
-}
-
-TEST_F(CommandGraph, AReplaceTakesAComponentWithoutAReference)
-{
-    Start(ActionReplace);
-    Child.reference = nullptr;
-    EXPECT_TRUE(Select(Child).accepted);
+    ScriptedObject& part = MakeProduct("Part");
+    part.father = &Root;
+    part.reference = &Document;
+    part.isOfPart = true;
+    ScriptedObject& unreferenced = MakeProduct("Unreferenced");
+    unreferenced.father = &Root;
+    const struct {
+        ScriptedObject& product;
+        bool byInsert, byReplace;
+    } rows[] = {{Root, true, false}, {part, false, true}, {unreferenced, false, true}};
+    for (const auto& [product, byInsert, byReplace] : rows)
+        for (const PanelAction action : {ActionInsert, ActionReplace}) {
+            Start(action);
+            EXPECT_EQ(action == ActionInsert ? byInsert : byReplace, Select(product).accepted)
+                << product.name << ", " << action;
+            Engine().EndAll();
+            if (Transport().Count() > 0)
+                Transport().Last().End(TransferEnd::Failed);
+            Loop().RunUntilIdle();
+        }
 }
 
 TEST_P(EitherCommand, RefusesAProductWhoseDataIsAbsent)
@@ -417,59 +394,34 @@ TEST_P(EitherCommand, IsGivenUpWhenTheDownloadCannotStart)
     ExpectEnd();
 }
 
-TEST_P(EitherCommand, SaysSoWhenTheDownloadIsCancelled)
-{
-    InstallCatalog("DownloadCanceled = \"Given up\";\nDownloadFailed = \"Gone wrong\";\n");
-    Begin(GetParam());
-    EndDownload(Files({"/parts/bolt.ZALPart"}, Complete::DownloadCanceled));
-    EXPECT_THAT(QuestionTexts(), ElementsAre("Given up"));
-    EXPECT_THAT(Journal().back(), "cancelled ");
-    EXPECT_THAT(Cad().calls, IsEmpty());
-    ExpectEnd();
-}
-
-TEST_P(EitherCommand, ShowsTheErrorTextOfAFailedDownload)
-{
-    InstallCatalog("DownloadFailed = \"Gone wrong\";\n");
-    Begin(GetParam());
-    EndDownload(Complete(Complete::DownloadFailed, "x"));
-    EXPECT_THAT(QuestionTexts(), ElementsAre("x"));
-    EXPECT_THAT(Journal().back(), "cancelled ");
-    EXPECT_THAT(Cad().calls, IsEmpty());
-    ExpectEnd();
-}
-
-TEST_P(EitherCommand, ShowsItsOwnTextWhenAFailedDownloadHasNone)
-{
-    Begin(GetParam());
-    EndDownload(Files({"/parts/bolt.ZALPart"}, Complete::DownloadFailed));
-    EXPECT_THAT(QuestionTexts(), ElementsAre(DefaultText));
-    EXPECT_THAT(Cad().calls, IsEmpty());
-    ExpectEnd();
-}
-
 TEST_P(EitherCommand, GivesUpWhenTheUserHasSeenTheMessage)
 {
     InstallCatalog("DownloadCanceled = \"Given up\";\nDownloadFailed = \"Gone wrong\";\n");
+    const Texts file{"/parts/bolt.ZALPart"};
     const std::pair<Complete, const char*> ends[] = {
         {Complete(Complete::DownloadCanceled), "Given up"},
+        {Files(file, Complete::DownloadCanceled), "Given up"},
         {Complete(Complete::DownloadFailed), "Gone wrong"},
+        {Files(file, Complete::DownloadFailed), "Gone wrong"},
         {Complete(Complete::DownloadSucceeded), "Gone wrong"},
         {Complete(Complete::DownloadFailed, "No more bolts"), "No more bolts"}};
+    std::size_t asked = 0;
     for (const auto& [end, text] : ends) {
         Command* command = Begin(GetParam());
-        int asked = 0;
         Loop().Post([&] {
             ++asked;
             EXPECT_FALSE(Probe::CancelOf(*command).IsOutputSet()) << text;
         });
         EndDownload(end);
-        EXPECT_EQ(1, asked);
-        EXPECT_EQ(QuestionTexts().back(), text);
+        EXPECT_EQ(asked, Surface().Questions().size());
+        EXPECT_EQ(text, QuestionTexts().back());
+        EXPECT_EQ("cancelled ", Journal().back());
         ExpectEnd();
         Transport().Last().End(TransferEnd::Failed);
         Loop().RunUntilIdle();
     }
+    EXPECT_EQ(std::size(ends), asked);
+    EXPECT_THAT(Cad().calls, IsEmpty());
 }
 
 TEST_P(EitherCommand, GivesUpItsStartWhenTheUserHasSeenTheMessage)
@@ -513,16 +465,6 @@ TEST_P(EitherCommand, TakesFilesAndEnvironmentOfEveryEnd)
     EXPECT_EQ(0, command.Files().Size());
 }
 
-TEST_P(EitherCommand, TakesSuccessWithoutAFileForAFailure)
-{
-    Begin(GetParam());
-    EndDownload(Complete(Complete::DownloadSucceeded));
-    EXPECT_THAT(QuestionTexts(), ElementsAre(DefaultText));
-    EXPECT_THAT(Journal().back(), "cancelled ");
-    EXPECT_THAT(Cad().calls, IsEmpty());
-    ExpectEnd();
-}
-
 TEST_P(EitherCommand, TakesNoOtherNotificationForTheEndOfADownload)
 {
     class Stranger : public ZALNotification {
@@ -549,45 +491,40 @@ TEST_P(EitherCommand, EndsWhenItsTransferFails)
 // ---------------------------------------------------------------------------------------------
 // Ends by the host
 
-TEST_P(EitherCommand, LeavesTheTransferAloneWhenTheHostEndsIt)
+TEST_P(EitherCommand, InsertsNothingOnceTheHostHasEndedIt)
 {
-    Command* command = Begin(GetParam());
-    Engine().EndCommand(command);
-    ExpectEnd();
-    EXPECT_TRUE(Transport().Last().IsRunning());
-
-    EndDownload(Files({"/parts/bolt.ZALPart"}));
-    EXPECT_THAT(Cad().calls, IsEmpty());
-    EXPECT_TRUE(Surface().Questions().empty());
+    for (const bool isReleased : {false, true}) {
+        Command* command = Begin(GetParam());
+        Engine().EndCommand(command);
+        if (isReleased)
+            ExpectEnd();
+        EXPECT_TRUE(Transport().Last().IsRunning()) << "the transfer is left alone";
+        EndDownload(Files({"/parts/bolt.ZALPart"}));
+        EXPECT_THAT(Cad().calls, IsEmpty()) << isReleased;
+        EXPECT_TRUE(Surface().Questions().empty()) << isReleased;
+        ExpectEnd();
+        Transport().Last().End(TransferEnd::Failed);
+        Loop().RunUntilIdle();
+    }
 }
 
-TEST_P(EitherCommand, InsertsNothingWhenTheFilesArriveBetweenItsEndAndItsRelease)
+TEST_P(EitherCommand, MayBeEndedWhileAMessageIsUp)
 {
-    Command* command = Begin(GetParam());
-    Engine().EndCommand(command);
-    EndDownload(Files({"/parts/bolt.ZALPart"}));
-    EXPECT_THAT(Cad().calls, IsEmpty());
-    ExpectEnd();
-}
-
-TEST_P(EitherCommand, MayBeEndedWhileItsMessageIsUp)
-{
-    Begin(GetParam());
-    Loop().Post([] { Engine().EndAll(); });
-    EndDownload(Complete(Complete::DownloadFailed, "gone"));
-    EXPECT_THAT(QuestionTexts(), ElementsAre("gone"));
-    EXPECT_THAT(Journal().back(), "ended ");
-    ExpectEnd();
-}
-
-TEST_P(EitherCommand, MayBeEndedWhileTheMessageOfItsStartIsUp)
-{
-    Start(GetParam(), NoFile);
-    Loop().Post([] { Engine().EndAll(); });
-    Select(Child);
-    EXPECT_THAT(QuestionTexts(), ElementsAre(DefaultText));
-    EXPECT_THAT(Journal().back(), "ended ");
-    ExpectEnd();
+    for (const bool isStarting : {true, false}) {
+        if (isStarting)
+            Start(GetParam(), NoFile);
+        else
+            Begin(GetParam());
+        Loop().Post([] { Engine().EndAll(); });
+        if (isStarting)
+            Select(Child);
+        else
+            EndDownload(Complete(Complete::DownloadFailed, "gone"));
+        EXPECT_EQ(isStarting ? DefaultText : "gone", QuestionTexts().back());
+        EXPECT_EQ("ended ", Journal().back());
+        ExpectEnd();
+    }
+    EXPECT_EQ(2U, Surface().Questions().size());
 }
 
 TEST_P(EitherCommand, MayBeEndedBeforeItBegins)

@@ -134,17 +134,6 @@ TEST_P(CommandOfAnAction, ReleasesTheAgentsOfTheGraphBefore)
     EXPECT_THAT(freed.Names(), ElementsAre("Selection", "ActionAgent", "CancelAgent"));
 }
 
-TEST_P(CommandOfAnAction, KeepsNoAgentOfAGraphThatCannotBeFinished)
-{
-    WithEachAllocationFailing([&](FailingMemory& memory) {
-        Probe command(GetParam());
-        EXPECT_NO_THROW(memory.During([&] { command.BuildGraph(); }));
-        for (const ZALDialogAgent* agent :
-             {static_cast<ZALDialogAgent*>(command.Selection()), command.Good(), command.Cancel()})
-            EXPECT_EQ(memory.HasRunOut(), agent == nullptr);
-    });
-}
-
 TEST_P(CommandOfAnAction, HasItsOwnResourcesUpToLevelZero)
 {
     constexpr const char* own = "ZALVelmartMeridiaAccessAddinActionCmd";

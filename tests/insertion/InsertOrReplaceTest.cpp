@@ -71,18 +71,13 @@ class EitherAction : public InsertOrReplace, public ::testing::WithParamInterfac
 
 TEST_P(EitherAction, DoesNothingWithoutATarget)
 {
-    ZALVelmartMeridiaAccessAddinActionCmdProbe command(GetParam());
-    EXPECT_TRUE(command.InsertOrReplace(nullptr, List({Bolt}), "UT5"));
-    EXPECT_EQ(0, BusyCursorCount());
-    EXPECT_TRUE(Messages().empty());
-}
-
-TEST_P(EitherAction, DoesNothingForAnEmptyPath)
-{
-    ZALVelmartMeridiaAccessAddinActionCmdProbe command(GetParam());
-    const Owned<ZALPathElement> path(new ZALPathElement);
-    EXPECT_TRUE(command.InsertOrReplace(path.get(), List({Bolt}), "UT5"));
-    EXPECT_EQ(0, BusyCursorCount());
+    const Owned<ZALPathElement> empty(new ZALPathElement);
+    for (ZALPathElement* path : {static_cast<ZALPathElement*>(nullptr), empty.get()}) {
+        ZALVelmartMeridiaAccessAddinActionCmdProbe command(GetParam());
+        EXPECT_TRUE(command.InsertOrReplace(path, List({Bolt}), "UT5"));
+        EXPECT_EQ(0, BusyCursorCount());
+        EXPECT_TRUE(Messages().empty());
+    }
 }
 
 TEST_P(EitherAction, IsSilentWhenTheSelectedObjectHasNoComponents)
@@ -225,13 +220,6 @@ TEST_F(InsertOrReplace, ARefusedInsertIsToldToTheUserAlone)
     EXPECT_TRUE(Messages().empty());
 }
 
-TEST_F(InsertOrReplace, ARefusedInsertHasADefaultText)
-{
-    Selected.addResult = E_INVALIDARG;
-    Insert();
-    EXPECT_EQ(Texts{DefaultText}, QuestionTexts());
-}
-
 TEST_F(InsertOrReplace, InsertNeedsNoProductInterfaceAndNoFather)
 {
     Selected.Offer("ZALIProduct", false);
@@ -244,25 +232,20 @@ TEST_F(InsertOrReplace, InsertNeedsNoProductInterfaceAndNoFather)
 // ---------------------------------------------------------------------------------------------
 // Replace
 
-TEST_F(InsertOrReplace, ReplaceAsksAsRequired)
+TEST_F(InsertOrReplace, ReplaceAsksAsRequiredWithEmptyDefaults)
 {
+    Replace();
     InstallCatalog("ReplaceAllPopUp.Title = \"Replace /P1\";\nReplaceAllPopUp.Message = \"All? /P1\";\n");
     Replace();
-    ASSERT_EQ(1U, Surface().Questions().size());
-    const ScriptedSurface::Question& question = Surface().Questions()[0];
-    EXPECT_EQ("ReplaceAllPopUp", question.name);
-    EXPECT_EQ(0x2800200U, question.style);
-    EXPECT_EQ("ApplicationDocument", question.parent);
-    EXPECT_EQ("Replace /P1", question.title);
-    EXPECT_EQ("All? /P1", question.text);
-}
-
-TEST_F(InsertOrReplace, TheQuestionHasEmptyDefaults)
-{
-    Replace();
-    ASSERT_EQ(1U, Surface().Questions().size());
-    EXPECT_EQ("", Surface().Questions()[0].title);
-    EXPECT_EQ("", Surface().Questions()[0].text);
+    ASSERT_EQ(2U, Surface().Questions().size());
+    for (const bool isTranslated : {false, true}) {
+        const ScriptedSurface::Question& question = Surface().Questions()[isTranslated ? 1 : 0];
+        EXPECT_EQ("ReplaceAllPopUp", question.name);
+        EXPECT_EQ(0x2800200U, question.style);
+        EXPECT_EQ("ApplicationDocument", question.parent);
+        EXPECT_EQ(isTranslated ? "Replace /P1" : "", question.title);
+        EXPECT_EQ(isTranslated ? "All? /P1" : "", question.text);
+    }
 }
 
 TEST_F(InsertOrReplace, OnlyTheAnswerFourReplacesOneInstance)
@@ -275,12 +258,6 @@ TEST_F(InsertOrReplace, OnlyTheAnswerFourReplacesOneInstance)
                   Changes())
             << answer;
     }
-}
-
-TEST_F(InsertOrReplace, ClosingTheQuestionReplacesAllInstances)
-{
-    Replace();
-    EXPECT_EQ(Texts{"Replace Selected in Father: /p/bolt.ZALPart, all"}, Changes());
 }
 
 TEST_F(InsertOrReplace, NothingIsAskedWithoutAnApplicationDocument)

@@ -194,14 +194,15 @@ INSTANTIATE_TEST_SUITE_P(Actions, EitherActionWithoutMemory, ::testing::Values(A
 
 TEST_F(InsertionWithoutMemory, AGraphIsBuiltWholeOrHasNoAgent)
 {
-    EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
-                  Probe command(ActionInsert);
-                  WithoutException(memory, [&] { command.BuildGraph(); });
-                  EXPECT_EQ(command.Selection() != nullptr, !memory.HasRunOut());
-                  EXPECT_EQ(command.Good() != nullptr, !memory.HasRunOut());
-                  EXPECT_EQ(command.Cancel() != nullptr, !memory.HasRunOut());
-              }),
-              10);
+    for (const PanelAction action : {ActionInsert, ActionReplace, ActionOpen})
+        EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
+                      Probe command(action);
+                      WithoutException(memory, [&] { command.BuildGraph(); });
+                      EXPECT_EQ(command.Selection() != nullptr, !memory.HasRunOut());
+                      EXPECT_EQ(command.Good() != nullptr, !memory.HasRunOut());
+                      EXPECT_EQ(command.Cancel() != nullptr, !memory.HasRunOut());
+                  }),
+                  10);
 }
 
 TEST_F(InsertionWithoutMemory, ASelectionIsRefused)

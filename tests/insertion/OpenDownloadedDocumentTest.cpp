@@ -60,26 +60,19 @@ TEST_F(OpenDownloaded, ADocumentThatComesWithAFailureIsReleased)
     EXPECT_EQ(E_FAIL, OpenDownloadedDocument(List({"/p/a.ZALPart"}), "File"));
 }
 
-TEST_F(OpenDownloaded, AnApplicationWithoutDocumentsFailsAndTellsNothing)
+TEST_F(OpenDownloaded, WithoutFrameApplicationOrDocumentsFailsAndTellsNothing)
 {
+    const auto fails = [&](const char* without, int cursors) {
+        const int before = BusyCursorCount();
+        EXPECT_EQ(E_FAIL, OpenDownloadedDocument(List({"/p/a.ZALPart"}), "UT5")) << without;
+        EXPECT_EQ(before + cursors, BusyCursorCount()) << without;
+    };
     Cad().hasDocuments = false;
-    EXPECT_EQ(E_FAIL, OpenDownloadedDocument(List({"/p/a.ZALPart"}), "UT5"));
-    EXPECT_EQ(1, BusyCursorCount());
-    EXPECT_TRUE(Messages().empty());
-}
-
-TEST_F(OpenDownloaded, AFrameThatIsNoApplicationFailsAndTellsNothing)
-{
+    fails("documents", 1);
     Cad().offersApplication = false;
-    EXPECT_EQ(E_FAIL, OpenDownloadedDocument(List({"/p/a.ZALPart"}), "UT5"));
-    EXPECT_EQ(1, BusyCursorCount());
-    EXPECT_TRUE(Messages().empty());
-}
-
-TEST_F(OpenDownloaded, WithoutAFrameNothingIsOpened)
-{
+    fails("application", 1);
     ResetFrame();
-    EXPECT_EQ(E_FAIL, OpenDownloadedDocument(List({"/p/a.ZALPart"}), "UT5"));
+    fails("frame", 0);
     EXPECT_TRUE(Cad().calls.empty());
     EXPECT_TRUE(Messages().empty());
 }
@@ -152,24 +145,14 @@ TEST_F(PartNumberConflict, OfAnEmptyPartNumberIsOneWithAnEmptyName)
     EXPECT_EQ(1U, Surface().Questions().size());
 }
 
-TEST_F(PartNumberConflict, NeedsADocumentInTheWorkspace)
+TEST_F(PartNumberConflict, NeedsADocumentInTheWorkspaceWithARootThatIsAProduct)
 {
-    Cad().loaded.clear();
     Target.names = {"BOLT-12"};
+    Root.Offer("ZALIProduct", false);
     EXPECT_EQ(E_FAIL, Check());
-    EXPECT_TRUE(Cad().calls.empty());
-}
-
-TEST_F(PartNumberConflict, NeedsARootProduct)
-{
     Cad().loaded["/p/bolt.ZALPart"] = nullptr;
     EXPECT_EQ(E_FAIL, Check());
-    EXPECT_TRUE(Cad().calls.empty());
-}
-
-TEST_F(PartNumberConflict, NeedsARootThatIsAProduct)
-{
-    Root.Offer("ZALIProduct", false);
+    Cad().loaded.clear();
     EXPECT_EQ(E_FAIL, Check());
     EXPECT_TRUE(Cad().calls.empty());
 }
@@ -185,16 +168,11 @@ TEST_F(PartNumberConflict, NeedsAccessToNamesAndANameServer)
     EXPECT_TRUE(Surface().Questions().empty());
 }
 
-TEST_F(PartNumberConflict, WithoutAListEndsWithOne)
-{
-    Target.hasEntries = false;
-    EXPECT_EQ(1, Check());
-    EXPECT_TRUE(Surface().Questions().empty());
-}
-
-TEST_F(PartNumberConflict, IsNoneInAnEmptyList)
+TEST_F(PartNumberConflict, IsNoneInAnEmptyListAndEndsWithOneWithoutAList)
 {
     EXPECT_EQ(S_OK, Check());
+    Target.hasEntries = false;
+    EXPECT_EQ(1, Check());
     EXPECT_TRUE(Surface().Questions().empty());
 }
 
