@@ -72,15 +72,6 @@ protected:
                 texts.push_back(question.text);
         return texts;
     }
-    /// Whether a command runs: another one is refused then, and the running one forgotten.
-    bool IsRunning()
-    {
-        StartCommand("ZALVelmartFindSimilarCmd");
-        const bool refused = !Errors().empty() && Errors().back() == "A search for similar parts is already running.";
-        EndStartedCommands();
-        RunUntilIdle();
-        return refused;
-    }
 
     ScriptedCad cad_;
     ScriptedObject* part_ = &cad_.MakeProduct("Part");
@@ -104,29 +95,6 @@ TEST_F(FindSimilarJourney, UploadsTheShapeAndLetsThePageSearch)
     EXPECT_NE(request.find(ReadFile(Temp() / "VLUploadedLVRFile.zip")), std::string::npos);
 }
 
-TEST_F(FindSimilarJourney, GoesToTheSearchPageWhenThePageHasGoneMeanwhile)
-{
-    RawServer server(RawServer::Once(Reply(R"({"data":{"query":"a b"}})")));
-    Start(server.Url("/upload"));
-    Page().ReportUrl("https://elsewhere.example/");
-    RunUntilIdle();
-    ASSERT_EQ(1U, Page().Urls().size());
-    EXPECT_TRUE(Page().Urls()[0].ends_with("&extq=a%20b")) << Page().Urls()[0];
-}
-
-TEST_F(FindSimilarJourney, FailsAtAReplyThatIsNoAnswer)
-{
-    for (const std::string body :
-         {"nonsense", "", "{}", R"({"data":{}})", R"({"data":[{"query":"q"}]})", "<html><body>busy</body></html>"}) {
-        RawServer server(RawServer::Once(Reply(body)));
-        StartAndEnd(server.Url());
-        EXPECT_EQ(UploadFailed, Errors().back()) << body;
-    }
-    EXPECT_EQ(6U, Errors().size());
-    EXPECT_TRUE(Page().Scripts().empty());
-    EXPECT_FALSE(IsRunning());
-}
-
 TEST_F(FindSimilarJourney, FailsAtAConnectionThatBreaks)
 {
     RawServer resets([](RawServer::Connection& connection) { connection.Reset(); });
@@ -137,13 +105,6 @@ TEST_F(FindSimilarJourney, FailsAtAConnectionThatBreaks)
     });
     StartAndEnd(cutsOff.Url());
     EXPECT_EQ((Texts{UploadFailed, UploadFailed}), Errors());
-}
-
-TEST_F(FindSimilarJourney, FailsAtAnAddressThatTheHostDoesNotAllow)
-{
-    StartAndEnd("http://192.0.2.1/upload");
-    EXPECT_EQ(Texts{UploadFailed}, Errors());
-    EXPECT_FALSE(IsRunning());
 }
 
 TEST_F(FindSimilarJourney, ShowsThatItIsAtWorkWhenTheServiceIsSlow)

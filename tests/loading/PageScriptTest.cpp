@@ -168,16 +168,6 @@ TEST_F(PluginInThePanel, TakesPagesOfTheFragmentInTheEnvironmentAsWell)
     EXPECT_EQ(3U, Page().Scripts().size());
 }
 
-TEST_F(PluginInThePanel, ReadsTheFragmentOnce)
-{
-    InstallScript("script");
-    Load();
-    Page().ReportUrl(Elsewhere);
-    setenv(CheckVariable, "elsewhere", 1);
-    Page().ReportUrl(Elsewhere);
-    EXPECT_TRUE(Page().Scripts().empty());
-}
-
 TEST_F(PluginInThePanel, ReadsTheFragmentAtTheFirstAddressAndNotBefore)
 {
     InstallScript("script");
@@ -190,15 +180,6 @@ TEST_F(PluginInThePanel, ReadsTheFragmentAtTheFirstAddressAndNotBefore)
     EXPECT_EQ(1U, Page().Scripts().size());
     Page().ReportUrl(Elsewhere);
     EXPECT_EQ(2U, Page().Scripts().size());
-}
-
-TEST_F(PluginInThePanel, TakesAnEmptyFragmentForNone)
-{
-    InstallScript("script");
-    setenv(CheckVariable, "", 1);
-    Load();
-    Page().ReportUrl(Elsewhere);
-    EXPECT_TRUE(Page().Scripts().empty());
 }
 
 // ---------------------------------------------------------------------------------------------
