@@ -70,13 +70,6 @@ TEST_F(OperationValues, OfAnInsertAreFreedTheMethodFirst)
     }
 }
 
-TEST_F(OperationValues, OfARefusedInsertAreFollowedByNoCheck)
-{
-    Selected.addResult = E_FAIL;
-    Cad().onFind = [] { ADD_FAILURE() << "checked"; };
-    Run(ActionInsert);
-}
-
 TEST_F(OperationValues, WithoutMemoryRefuseTheOperation)
 {
     ConfigureFrame({.applicationDocument = false});

@@ -80,21 +80,14 @@ TEST_P(EitherAction, DoesNothingWithoutATarget)
     }
 }
 
-TEST_P(EitherAction, IsSilentWhenTheSelectedObjectHasNoComponents)
+TEST_P(EitherAction, IsSilentWithoutComponentsOfTheSelectedObjectAndWithoutFiles)
 {
+    Run(GetParam(), {});
     Selected.Offer("ZALIAProducts", false);
     Run(GetParam());
     EXPECT_EQ(0, BusyCursorCount());
     EXPECT_TRUE(Cad().calls.empty());
     EXPECT_TRUE(Surface().Questions().empty());
-    EXPECT_TRUE(Messages().empty());
-}
-
-TEST_P(EitherAction, DoesNothingWithoutFiles)
-{
-    Run(GetParam(), {});
-    EXPECT_EQ(0, BusyCursorCount());
-    EXPECT_TRUE(Cad().calls.empty());
     EXPECT_TRUE(Messages().empty());
 }
 
@@ -137,13 +130,6 @@ TEST_P(EitherAction, StandsAndIsToldAfterAClash)
     EXPECT_EQ(Texts{EndTransaction({Bolt})}, Messages());
     EXPECT_EQ(QuestionsBeforeMessage(), Surface().Questions().size());
     EXPECT_NE(Surface().Questions().back().answer, -1);
-}
-
-TEST_P(EitherAction, FreesItsTextsBeforeTheCheck)
-{
-    Selected.names = {"BOLT-12"};
-    Father.names = {"BOLT-12"};
-    EXPECT_EQ(0, TextsAtTheFirstMessage(GetParam()));
 }
 
 TEST_P(EitherAction, ReleasesItsObjectsOnceTheEndIsTold)
@@ -328,14 +314,6 @@ TEST_F(InsertOrReplace, ARefusedReplaceIsToldToTheUserAlone)
     EXPECT_EQ((Texts{"", "No replace"}), QuestionTexts());
     EXPECT_EQ("FileOpenInsertReplaceErrorNotify", Surface().Questions()[1].name);
     EXPECT_EQ(1U, Cad().calls.size());
-    EXPECT_TRUE(Messages().empty());
-}
-
-TEST_F(InsertOrReplace, AComponentThatComesWithAFailureIsReleased)
-{
-    Father.replaceResult = E_FAIL;
-    Father.givesReplacement = true;
-    Replace();
     EXPECT_TRUE(Messages().empty());
 }
 

@@ -2,7 +2,7 @@
 
 #include "tests/insertion/OperationFixture.h"
 #include "tests/insertion/ZALVelmartMeridiaAccessAddinActionCmdProbe.h"
-#include "tests/support/FailingMemory.h"
+#include "tests/support/WholeOrLost.h"
 
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
@@ -287,11 +287,8 @@ TEST_F(InsertionWithoutMemory, TheNameOfAFileIsEmpty)
     Probe command(ActionInsert);
     for (const auto name : {&ZALVelmartMeridiaAccessAddinActionCmd::GetResourceFilename,
                             &ZALVelmartMeridiaAccessAddinActionCmd::GetResourceClass})
-        EXPECT_EQ(1, WithEachAllocationFailing([&](FailingMemory& memory) {
-                      ZALString text("before");
-                      EXPECT_NO_THROW(memory.During([&] { text = (command.Command().*name)(0); }));
-                      EXPECT_EQ(text.GetLengthInChar() == 0, memory.HasRunOut());
-                  }));
+        EXPECT_EQ(1, ExpectWholeOrLost<ZALString>("ZALVelmartMeridiaAccessAddinActionCmd", "",
+                                                  [&] { return (command.Command().*name)(0); }));
 }
 
 } // namespace

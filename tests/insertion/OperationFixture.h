@@ -4,6 +4,7 @@
 #include "tests/support/Files.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Lists.h"
 #include "tests/support/Objects.h"
 #include "tests/support/ScriptedCad.h"
 
@@ -20,14 +21,6 @@
 #include <vector>
 
 namespace openhost::testing {
-
-inline ZALListValZALUnicodeString List(const Texts& items)
-{
-    ZALListValZALUnicodeString list;
-    for (const std::string& item : items)
-        list.Append(item.c_str());
-    return list;
-}
 
 /// A scripted workspace without anything in it.
 class WorkspaceFixture : public HostFixture {

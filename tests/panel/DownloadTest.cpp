@@ -313,12 +313,17 @@ TEST_F(PanelDownload, WithoutAMainWindowTheErrorDialogHasNoParent)
         EXPECT_EQ("", question.parent);
 }
 
-TEST_F(PanelDownload, TheErrorDialogEndsBetweenEvents)
+TEST_F(PanelDownload, TheErrorDialogEndsBetweenEventsHoweverItWasShown)
 {
-    Send(Message("velmart_open"));
-    EXPECT_TRUE(ErrorDialogIsLive());
-    Loop().RunUntilIdle();
-    EXPECT_FALSE(ErrorDialogIsLive());
+    const std::pair<const char*, std::function<void()>> rows[] = {
+        {"shown", [] {}}, {"without memory", [] { throw std::bad_alloc(); }}, {"frame ends", [] { ResetFrame(); }}};
+    for (const auto& [name, whileItIsUp] : rows) {
+        Loop().Post(whileItIsUp);
+        EXPECT_EQ(E_FAIL, Send(Message("velmart_open"))) << name;
+        EXPECT_EQ(ZALApplicationFrame::GetFrame() != nullptr, ErrorDialogIsLive()) << name;
+        Loop().RunUntilIdle();
+        EXPECT_FALSE(ErrorDialogIsLive()) << name;
+    }
 }
 
 TEST_F(PanelDownload, ACatalogWithoutTheKeyGivesTheDefault)
@@ -362,29 +367,12 @@ TEST_F(PanelDownload, TheAddinMayEndWhileTheWarningsAreUp)
     EXPECT_EQ(Texts{"remark"}, QuestionTexts());
 }
 
-TEST_F(PanelDownload, TheErrorDialogEndsThoughItCouldNotBeShown)
-{
-    Loop().Post([] { throw std::bad_alloc(); });
-    EXPECT_EQ(E_FAIL, Send(Message("velmart_open")));
-    EXPECT_TRUE(ErrorDialogIsLive());
-    Loop().RunUntilIdle();
-    EXPECT_FALSE(ErrorDialogIsLive());
-}
-
 TEST_F(PanelDownload, TheOpeningComesThoughTheWarningsCouldNotBeShown)
 {
     Begin("velmart_open");
     Loop().Post([] { throw std::bad_alloc(); });
     EndDownload(Downloaded({"remark"}));
     EXPECT_EQ(1, BusyCursorCount());
-}
-
-TEST_F(PanelDownload, TheFrameMayEndWhileTheErrorDialogIsUp)
-{
-    Loop().Post([] { ResetFrame(); });
-    EXPECT_EQ(E_FAIL, Send(Message("velmart_open")));
-    Loop().RunUntilIdle();
-    EXPECT_FALSE(ErrorDialogIsLive());
 }
 
 } // namespace
