@@ -26,9 +26,6 @@ public:
     static constexpr auto ShowUploadProgress = &ZALVelmartFindSimilarCmd::ShowUploadProgress;
 
     static ZALVelmartFindSimilarCmd* Running() { return ZALVelmartFindSimilarCmd::runningInstance; }
-    static std::string PartName() { return openhost::ToUtf8(Running()->partName); }
-    static std::string VelmartURL() { return openhost::ToUtf8(Running()->velmartURL); }
-    static std::string TempFilePath() { return openhost::ToUtf8(Running()->tempFilePath); }
     static bool IsUploading() { return static_cast<bool>(Running()->uploadRequest); }
     static ZALBaseUnknown* Request() { return Running()->uploadRequest.Get(); }
     static HRESULT Save(ZALBaseUnknown* object, ZALUnicodeString& zipPath)
@@ -104,6 +101,13 @@ protected:
         Start();
         ASSERT_TRUE(Command::Running());
         ASSERT_TRUE(Command::IsUploading());
+    }
+    /// The name of the file that has been sent last.
+    std::string UploadedName()
+    {
+        const std::string& body = Transport().Requests().back().body;
+        const std::size_t start = body.find("filename=\"") + 10;
+        return body.substr(start, body.find("\"\r\n", start) - start);
     }
     /// Ends the transfer with `reply`.
     void Reply(const std::string& reply, int code = 200)

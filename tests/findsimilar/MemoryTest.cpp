@@ -173,7 +173,7 @@ TEST_F(FindSimilarMemory, AnUploadIsUnderWayOrHasFailed)
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
         EndAll();
         Start();
-        const ZALUnicodeString file = FromUtf8(Command::TempFilePath());
+        const ZALUnicodeString file = FromUtf8(Zip().string());
         const ZALUnicodeString url = UploadUrl;
         HRESULT result = S_FALSE;
         memory.During([&] { result = Command::Upload(file, url); });

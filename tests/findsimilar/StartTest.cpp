@@ -106,7 +106,7 @@ TEST_F(FindSimilarStart, HoldsTheObjectWhileTheUserIsWarned)
         object->Release();
     });
     Start();
-    EXPECT_EQ("Bolt", Command::PartName());
+    EXPECT_EQ("Bolt.zip", UploadedName());
     EXPECT_EQ(nullptr, weak.GetComponent());
 }
 
@@ -185,7 +185,7 @@ TEST_F(FindSimilarStart, TakesTheFirstOfSeveralObjects)
     ZALFrmEditor::GetCurrentEditor()->GetCSO()->InitElementList();
     ZALFrmEditor::GetCurrentEditor()->GetCSO()->NextElement();
     StartUpload();
-    EXPECT_EQ("First", Command::PartName());
+    EXPECT_EQ("First.zip", UploadedName());
     EXPECT_TRUE(Errors().empty());
 }
 
@@ -251,13 +251,14 @@ TEST_F(FindSimilarStart, NamesTheUploadByTheAliasThatCounts)
         const char* alias;
         const char* aliasOfReference;
         const char* name;
-    } rows[] = {{"an instance", true, false, true, true, true, "Leaf.1", "Bolt", "Bolt"},
-                {"a reference product", true, true, true, true, true, "Self", "Bolt", "Self"},
-                {"an instance without a reference product", true, false, false, true, false, "Leaf.1", "", "PartLVR"},
-                {"no product", false, false, false, true, false, "Pad", "", "Pad"},
-                {"nothing with an alias", true, false, false, false, false, "", "", "PartLVR"},
-                {"a reference product without an alias", true, false, true, true, false, "Leaf.1", "", "PartLVR"},
-                {"a reference product of no name", true, false, true, true, true, "Leaf.1", "", "PartLVR"}};
+    } rows[] = {
+        {"an instance", true, false, true, true, true, "Leaf.1", "Bolt", "Bolt.zip"},
+        {"a reference product", true, true, true, true, true, "Self", "Bolt", "Self.zip"},
+        {"an instance without a reference product", true, false, false, true, false, "Leaf.1", "", "PartLVR.zip"},
+        {"no product", false, false, false, true, false, "Pad", "", "Pad.zip"},
+        {"nothing with an alias", true, false, false, false, false, "", "", "PartLVR.zip"},
+        {"a reference product without an alias", true, false, true, true, false, "Leaf.1", "", "PartLVR.zip"},
+        {"a reference product of no name", true, false, true, true, true, "Leaf.1", "", "PartLVR.zip"}};
     OpenReadyPanel();
     for (const auto& row : rows) {
         leaf_->Offer("ZALIProduct", row.isProduct);
@@ -268,7 +269,7 @@ TEST_F(FindSimilarStart, NamesTheUploadByTheAliasThatCounts)
         leaf_->alias = row.alias;
         root_->alias = row.aliasOfReference;
         Start();
-        EXPECT_EQ(row.name, Command::PartName()) << row.object;
+        EXPECT_EQ(row.name, UploadedName()) << row.object;
         Reply("");
     }
 }
@@ -284,7 +285,7 @@ TEST_F(FindSimilarStart, LooksForNameAndDisplayOnceTheUserHasBeenWarned)
         leaf_->alias = "After";
     });
     Start();
-    EXPECT_EQ("After", Command::PartName());
+    EXPECT_EQ("After.zip", UploadedName());
     EXPECT_EQ(1U, cad_.calls.size());
 }
 
@@ -315,7 +316,6 @@ TEST_F(FindSimilarStart, LeavesTheZipFileAndNoLightFile)
     EXPECT_EQ(Texts{"Write light file " + LightFile().string()}, cad_.calls);
     EXPECT_TRUE(std::filesystem::exists(Zip()));
     EXPECT_FALSE(std::filesystem::exists(LightFile()));
-    EXPECT_EQ(Command::TempFilePath(), Zip().string());
     EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : S_OK : " + Zip().string()));
     Reply(R"({"data":{"query":"q"}})");
     EXPECT_TRUE(std::filesystem::exists(Zip()));
@@ -378,7 +378,7 @@ TEST_F(FindSimilarStart, TakesTheAddressOfTheServiceFromTheEnvironment)
     }
     setenv("VL_Test_Url", "", 1);
     Start();
-    EXPECT_EQ(Command::VelmartURL(), std::string(VelmartServiceUrl) + FirstPage);
+    EXPECT_EQ(Texts{std::string(VelmartServiceUrl) + FirstPage}, Page().Urls());
 }
 
 TEST_F(FindSimilarStart, StaysIdleWithoutAPanelAndIsMetByTheNext)

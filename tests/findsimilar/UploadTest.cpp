@@ -25,12 +25,6 @@ protected:
                 values += value;
         return values;
     }
-    std::string UploadedName()
-    {
-        const std::string& body = Transport().Requests().back().body;
-        const std::size_t start = body.find("filename=\"") + 10;
-        return body.substr(start, body.find("\"\r\n", start) - start);
-    }
 };
 
 const std::string Query = R"({"data":{"query":"q1"}})";
