@@ -38,10 +38,13 @@ install_packages() {
     [ "$(id -u)" -eq 0 ] || as_root=(sudo)
     echo "Installing: ${missing[*]}" >&2
     "${as_root[@]}" apt-get update -qq
-    # Each package is told when it is unpacked and when it is set up.
+    # Each package is told when it is fetched, unless it is there, when it is unpacked and when it is set up.
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -y --no-install-recommends "${missing[@]}" |
-        awk '/newly installed/ { all = 2 * ($1 + $3) } /^(Unpacking|Setting up)/ { print ++n "/" all; fflush() }' |
+        awk '/newly installed/ { some = $1 + $3 }
+             /^Get:/ && n < some { print ++n "/" 3 * some; fflush() }
+             /^Unpacking/ && n < some { n = some }
+             /^(Unpacking|Setting up)/ { print ++n "/" 3 * some; fflush() }' |
         show_progress 'Installing packages'
 }
 

@@ -192,7 +192,7 @@ std::map<std::string, std::string> SessionsOfTheTree()
 
 TEST(SessionSchema, TakesTheSessionsOfTheTree)
 {
-    const Placeholders given = {{"BASE", "http://127.0.0.1"}, {"PARTS", "/parts"}};
+    const Placeholders given = {{"BASE", "http://127.0.0.1"}, {"PARTS", "/parts"}, {"REQUEST", "{}"}, {"PAGE", ""}};
     std::vector<std::string> places;
     std::vector<std::string> sessions;
     for (const auto& [place, session] : SessionsOfTheTree()) {
@@ -306,7 +306,7 @@ TEST(SessionSchema, TakesMoreWhereASchemaCannotTell)
         R"({"steps": [], "steps": []})",                                     // validators see the last of two members
         WithStep(R"({"url": "${UNKNOWN}"})"),                                // the command line may give it a value
         WithStep(R"({"url": "${"})"),                                        // placeholders are not described
-        WithStep(R"({"answer": {"dialog": "D", "button": 3.0}})"),           // 3.0 is an integer to a schema
+        WithStep(R"({"answer": {"dialog": "OverwriteNotify", "button": 3.0}})"),           // 3.0 is an integer to a schema
         WithStep(R"({"move": "A", "at": [0, 0, 0], "axis": [0, 0, 1e-7]})"), // a length cannot be computed
         WithStep(R"({"message": {"a": )" + deep + "}}"),                     // nesting is not limited
     };

@@ -266,8 +266,8 @@ TEST(SessionFile, EveryKeyIsRead)
         "settings": {"DownloadLocation": "/d", "DoNotRemindDownloadLocation": true,
                      "locks": {"DownloadLocation": "R", "DoNotRemindDownloadLocation": "-"}},
         "frame": false, "workshop": "", "documents": ["a", "b"], "traces": true,
-        "steps": [{"message": {}}, {"url": ""}, {"answer": {"dialog": "d", "button": 0}},
-                  {"push": {"dialog": "d", "control": "OK"}}, {"wait": "idle", "seconds": 1}]})",
+        "steps": [{"message": {}}, {"url": ""}, {"answer": {"dialog": "OverwriteNotify", "button": 0}},
+                  {"push": {"dialog": "Options", "control": "CLOSE"}}, {"wait": "idle", "seconds": 1}]})",
                                          "/sessions");
     EXPECT_EQ("/t", session.variables.at("ZALTemp"));
     EXPECT_EQ("1", session.environment.at("A"));
