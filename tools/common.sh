@@ -38,10 +38,13 @@ install_packages() {
     [ "$(id -u)" -eq 0 ] || as_root=(sudo)
     echo "Installing: ${missing[*]}" >&2
     "${as_root[@]}" apt-get update -qq
-    # Each package is told when it is unpacked and when it is set up.
+    # Each package is told when it is fetched, unless it is there, when it is unpacked and when it is set up.
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -y --no-install-recommends "${missing[@]}" |
-        awk '/newly installed/ { all = 2 * ($1 + $3) } /^(Unpacking|Setting up)/ { print ++n "/" all; fflush() }' |
+        awk '/newly installed/ { some = $1 + $3 }
+             /^Get:/ && n < some { print ++n "/" 3 * some; fflush() }
+             /^Unpacking/ && n < some { n = some }
+             /^(Unpacking|Setting up)/ { print ++n "/" 3 * some; fflush() }' |
         show_progress 'Installing packages'
 }
 
@@ -60,27 +63,32 @@ folder_of() {
     esac
 }
 
-# build PRESET [TARGET...]: configures, unless that was done for this preset or for one that holds it, and builds.
+# is_configured PRESET: whether its folder was configured for it, or for a preset that holds it.
+is_configured() {
+    local folder
+    folder=$(folder_of "$1")
+    [ -f "$folder/build.ninja" ] || return 1
+    case $1 in
+    panel) grep -q '^VELMART_DESKTOP:BOOL=ON' "$folder/CMakeCache.txt" ;;
+    test) grep -q '^VELMART_TESTS:BOOL=ON' "$folder/CMakeCache.txt" ;;
+    esac
+}
+
+# build PRESET [TARGET...]: configures, unless that was done before, and builds.
 build() {
-    local preset=$1 folder log presets
+    local preset=$1 folder log
     folder=$(folder_of "$preset")
     log=$folder/build.log
     shift
     mkdir -p "$folder"
     : >"$log"
-    if ! grep -qsw "$preset" "$folder/presets" || [ ! -f "$folder/build.ninja" ]; then
+    if ! is_configured "$preset"; then
         echo 'Configuring the build' >&2
         if ! cmake -S "$root" --preset "$preset" >"$log" 2>&1; then
-            rm -f "$folder/presets"
+            rm -f "$folder/build.ninja"
             explain_failure "$log"
             return 1
         fi
-        case $preset in
-        test) presets='run panel test' ;;
-        panel) presets='run panel' ;;
-        *) presets=$preset ;;
-        esac
-        echo "$presets" >"$folder/presets"
     fi
     if ! NINJA_STATUS='%f/%t ' cmake --build "$folder" --target "${@:-all}" 2>&1 | tee -a "$log" |
         show_progress 'Building'; then

@@ -7,6 +7,7 @@
 #include "openhost/commandline/CommandLine.h"
 
 #include <csignal>
+#include <filesystem>
 #include <iomanip>
 #include <iostream>
 #include <string>
@@ -117,10 +118,9 @@ openhost::Command AddCommand(const openhost::CommandLine& line, const char* name
                              Arguments& arguments)
 {
     const openhost::Command command = line.Add(name, description);
-    command
-        .Text("--root", "DIR", arguments.root,
-              "folder with index.json, items/ID.json, pictures/ID.png, files/NAME, page/NAME")
-        .Required();
+    command.Text("--root", "DIR", arguments.root,
+                 "folder with index.json, items/ID.json, pictures/ID.png, files/NAME, page/NAME;\n"
+                 "otherwise ../items beside this program");
     return command;
 }
 
@@ -128,6 +128,8 @@ int Run(int count, char** values)
 {
     openhost::CommandLine line("velmart-catalogue", "Serves a folder of catalogue items, and tells what it offers");
     Arguments arguments;
+    // Programs find what belongs to them above the folder that they lie in.
+    arguments.root = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "items";
     const openhost::Command serve =
         AddCommand(line, "serve", "Serves the items over HTTP on 127.0.0.1 until SIGTERM or SIGINT", arguments);
     serve.Number("--port", "N", arguments.port, 0, 65535, "port to listen on; otherwise a free one");

@@ -1,6 +1,7 @@
 #include "openhost/commands/StartedCommands.h"
 #include "openhost/loop/EventLoop.h"
 #include "openhost/objects/MetaClassOperations.h"
+#include "openhost/objects/Owned.h"
 
 #include "host/dialog_engine.h"
 
@@ -15,11 +16,8 @@ void ZALCommand::RequestDelayedDestruction()
     if (endRequested_)
         return;
     openhost::EventLoop::Current().Post([reference = ZALBaseUnknown_WR(this)] {
-        auto* command = static_cast<ZALCommand*>(reference.GetComponent());
-        if (!command)
-            return;
-        openhost::EndCommand(*command);
-        command->Release();
+        if (const auto command = openhost::Lock<ZALCommand>(reference))
+            openhost::EndCommand(*command);
     });
     // Only now: without memory for the call the command can be asked again.
     endRequested_ = true;

@@ -2,6 +2,7 @@
 
 #include "openhost/journal/Events.h"
 #include "openhost/loop/EventLoop.h"
+#include "openhost/objects/Owned.h"
 
 #include "host/dialog_engine.h"
 
@@ -92,10 +93,8 @@ private:
             return;
         const TimeOut timeOut = *found;
         timeOuts_.erase(found);
-        if (ZALBaseUnknown* client = timeOut.reference.GetComponent()) {
-            timeOut.function(client, timeOut.data);
-            client->Release();
-        }
+        if (const Owned<ZALBaseUnknown> client = Lock(timeOut.reference))
+            timeOut.function(client.get(), timeOut.data);
     }
 
     std::vector<TimeOut> timeOuts_;

@@ -3,6 +3,7 @@
 #include "openhost/journal/Events.h"
 #include "openhost/loop/EventLoop.h"
 #include "openhost/objects/ClassDictionary.h"
+#include "openhost/objects/Owned.h"
 
 #include "host/dialog_engine.h"
 
@@ -33,10 +34,8 @@ ZALBaseUnknown* Make(const std::string& className)
     if (--run.starting == 0)
         for (const ZALBaseUnknown_WR& reference : std::exchange(run.endings, {}))
             EventLoop::Current().Post([reference] {
-                if (ZALBaseUnknown* command = reference.GetComponent()) {
-                    EndCommand(static_cast<ZALCommand&>(*command));
-                    command->Release();
-                }
+                if (const auto command = Lock<ZALCommand>(reference))
+                    EndCommand(*command);
             });
     return made;
 }
@@ -52,13 +51,14 @@ StartResult StartCommand(const std::string& className)
         return StartResult::Unknown;
 
     journal::Write([&] { return journal::Command{.command = className, .action = "begun"}; });
-    ZALBaseUnknown* made = Make(className);
-    auto* command = ZALSysDynamicCast<ZALCommand>(made);
-    if (command)
-        Current().started.emplace_back(command);
-    else if (made)
-        made->Release();
-    return command ? StartResult::Started : StartResult::Unknown;
+    Owned<ZALBaseUnknown> made(Make(className));
+    auto* command = ZALSysDynamicCast<ZALCommand>(made.get());
+    if (!command)
+        return StartResult::Unknown;
+    Current().started.emplace_back(command);
+    // It holds itself until it ends.
+    static_cast<void>(made.release());
+    return StartResult::Started;
 }
 
 void EndCommand(ZALCommand& command)
@@ -74,10 +74,8 @@ void EndCommand(ZALCommand& command)
 void EndStartedCommands()
 {
     for (const ZALBaseUnknown_WR& reference : std::exchange(Current().started, {}))
-        if (ZALBaseUnknown* command = reference.GetComponent()) {
-            static_cast<ZALCommand*>(command)->RequestDelayedDestruction();
-            command->Release();
-        }
+        if (const auto command = Lock<ZALCommand>(reference))
+            command->RequestDelayedDestruction();
 }
 
 } // namespace openhost

@@ -23,38 +23,29 @@ constexpr int MaximumLevels = 32;
 
 bool ZALDialogCondition::Holds() const
 {
-    ZALBaseUnknown* agent = agent_.GetComponent();
-    if (!agent)
-        return false;
-    const bool holds = static_cast<ZALDialogAgent*>(agent)->IsOutputSet();
-    agent->Release();
-    return holds;
+    const auto agent = openhost::Lock<ZALDialogAgent>(agent_);
+    return agent && agent->IsOutputSet();
 }
 
 /// Lasts while code of the command may run: holds the command, and lets an ended one be released after the last of
 /// them.
 class ZALStateCommandRun::Inside {
 public:
-    explicit Inside(ZALStateCommandRun& run) : run_(run)
-    {
-        ++run_.inside_;
-        run_.command->AddRef();
-    }
+    explicit Inside(ZALStateCommandRun& run) : run_(run), held_(openhost::Share(run.command)) { ++run_.inside_; }
     Inside(const Inside&) = delete;
     Inside& operator=(const Inside&) = delete;
     ~Inside()
     {
-        ZALStateCommand* held = run_.command;
         if (--run_.inside_ == 0 && run_.ended_) {
-            const auto release = [](ZALStateCommand* ended) { ended->Release(); };
-            openhost::EventLoop::Current().Post(
-                [ended = std::shared_ptr<ZALStateCommand>(held, release)]() mutable { ended.reset(); });
+            // The reference of `new`, which nobody needs any more.
+            std::shared_ptr<ZALStateCommand> ended = openhost::Owned<ZALStateCommand>(held_.get());
+            openhost::EventLoop::Current().Post([ended = std::move(ended)]() mutable { ended.reset(); });
         }
-        held->Release();
     }
 
 private:
     ZALStateCommandRun& run_;
+    openhost::Owned<ZALStateCommand> held_;
 };
 
 ZALStateCommandRun::ZALStateCommandRun(ZALStateCommand* owner) : command(owner)
@@ -222,11 +213,11 @@ std::vector<ZALStateCommandRun::HeldAgent> ZALStateCommandRun::ElementAgents() c
 {
     std::vector<HeldAgent> agents;
     for (const ZALBaseUnknown_WR& reference : active->agents_) {
-        ZALBaseUnknown* agent = reference.GetComponent();
-        if (auto* elementAgent = dynamic_cast<ZALPathElementAgent*>(agent))
+        openhost::Owned<ZALBaseUnknown> agent = openhost::Lock(reference);
+        if (auto* elementAgent = dynamic_cast<ZALPathElementAgent*>(agent.get())) {
+            static_cast<void>(agent.release());
             agents.emplace_back(elementAgent);
-        else if (agent)
-            agent->Release();
+        }
     }
     return agents;
 }
@@ -269,7 +260,7 @@ std::string ZALStateCommandRun::Ask(ZALPathElementAgent& agent, ZALBaseUnknown* 
         ZALBaseUnknown* offered = nullptr;
         if (FAILED(leaf->QueryInterface(agent.elementType_.CastToCharPtr(), &offered)))
             return std::string("the element does not offer ") + agent.elementType_.CastToCharPtr();
-        offered->Release();
+        const openhost::Owned<ZALBaseUnknown> released(offered);
     }
     if (!agent.filter_)
         return {};

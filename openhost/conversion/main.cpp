@@ -7,6 +7,7 @@
 #include "openhost/picture/RenderDocument.h"
 
 #include <cstdlib>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -33,8 +34,13 @@ std::string Convert(openhost::GeometryJob job, const openhost::ConversionRequest
 
 int main()
 {
-    openhost::AnswerJobs([](char job, const std::string& request) {
-        return Convert(static_cast<openhost::GeometryJob>(job), openhost::ConversionRequest::Decode(request));
+    openhost::AnswerJobs([](char job, const std::string& bytes) {
+        const openhost::ConversionRequest request = openhost::ConversionRequest::Decode(bytes);
+        try {
+            return Convert(static_cast<openhost::GeometryJob>(job), request);
+        } catch (const std::bad_alloc&) {
+            throw std::runtime_error(request.document.string() + ": it takes too much memory");
+        }
     });
     return EXIT_SUCCESS;
 }

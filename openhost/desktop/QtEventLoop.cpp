@@ -60,11 +60,10 @@ void QtEventLoop::TakeTurn(bool wait, std::optional<std::chrono::milliseconds> l
         queue_.QueueReady(descriptor, ready.readable, ready.writable);
 }
 
-void QtEventLoop::StartWatch(int descriptor, bool read, bool write)
+bool QtEventLoop::StartWatch(int descriptor, bool read, bool write)
 {
     if (fcntl(descriptor, F_GETFD) < 0) {
-        queue_.QueueReady(descriptor, read, write);
-        return;
+        return false;
     }
 
     Sources::Notifiers& notifiers = sources_->notifiers[descriptor];
@@ -79,6 +78,7 @@ void QtEventLoop::StartWatch(int descriptor, bool read, bool write)
         QObject::connect(notifiers.write.get(), &QSocketNotifier::activated, notifiers.write.get(),
                          [this, descriptor] { sources_->ready[descriptor].writable = true; });
     }
+    return true;
 }
 
 void QtEventLoop::EndWatch(int descriptor)

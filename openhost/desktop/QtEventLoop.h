@@ -19,7 +19,7 @@ private:
     struct Sources;
 
     void TakeTurn(bool wait, std::optional<std::chrono::milliseconds> longest) override;
-    void StartWatch(int descriptor, bool read, bool write) override;
+    bool StartWatch(int descriptor, bool read, bool write) override;
     void EndWatch(int descriptor) override;
 
     std::unique_ptr<Sources> sources_;

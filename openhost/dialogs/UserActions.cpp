@@ -2,6 +2,7 @@
 
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/dialogs/DialogSurface.h"
+#include "openhost/objects/Owned.h"
 
 #include <vector>
 
@@ -13,14 +14,10 @@ namespace {
 // the callbacks, even when one of them runs the loop until it has ended.
 void Tell(ZALDialog& dialog, ZALNotification&& notification)
 {
-    std::vector<ZALDialog*> held;
-    for (ZALDialog* above = &dialog; above; above = above->GetFather()) {
-        above->AddRef();
-        held.push_back(above);
-    }
+    std::vector<Owned<ZALDialog>> held;
+    for (ZALDialog* above = &dialog; above; above = above->GetFather())
+        held.push_back(Share(above));
     DispatchCallbacks(&dialog, &notification);
-    for (ZALDialog* above : held)
-        above->Release();
 }
 
 } // namespace

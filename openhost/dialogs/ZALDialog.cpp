@@ -4,6 +4,7 @@
 #include "openhost/journal/Events.h"
 #include "openhost/loop/EventLoop.h"
 #include "openhost/objects/MetaClassOperations.h"
+#include "openhost/objects/Owned.h"
 
 #include <algorithm>
 
@@ -154,11 +155,8 @@ void ZALDialog::SetGridConstraints(int row, int column, int rowSpan, int columnS
 void ZALDialog::RequestDelayedDestruction()
 {
     openhost::EventLoop::Current().Post([reference = ZALBaseUnknown_WR(this)] {
-        auto* dialog = static_cast<ZALDialog*>(reference.GetComponent());
-        if (!dialog)
-            return;
-        dialog->node_->EndAndRelease();
-        dialog->Release();
+        if (const auto dialog = openhost::Lock<ZALDialog>(reference))
+            dialog->node_->EndAndRelease();
     });
 }
 

@@ -71,7 +71,7 @@ std::string GeometryProcess::Run(GeometryJob job, std::string_view bytes)
     } catch (const JobPartnerGone&) {
         End();
         if (isFresh)
-            throw GeometryJobError("the solid kernel has crashed");
+            throw GeometryJobCrash("the solid kernel has crashed");
     } catch (const JobTimeOut& error) {
         End();
         throw GeometryJobTimeOut(error.what());

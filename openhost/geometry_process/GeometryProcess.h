@@ -23,6 +23,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// The program has ended inside it.
+class GeometryJobCrash : public GeometryJobError {
+public:
+    using GeometryJobError::GeometryJobError;
+};
+
 /// It has taken too long.
 class GeometryJobTimeOut : public GeometryJobError {
 public:

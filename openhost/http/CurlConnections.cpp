@@ -8,11 +8,7 @@ namespace {
 constexpr std::size_t maximumIdle = 4;
 }
 
-CurlConnections::CurlConnections(CurlTransport::Options options) : options_(std::move(options))
-{
-    static const CURLcode initialized = curl_global_init(CURL_GLOBAL_DEFAULT);
-    static_cast<void>(initialized);
-}
+CurlConnections::CurlConnections(CurlTransport::Options options) : options_(std::move(options)) {}
 
 CurlConnections::~CurlConnections()
 {
@@ -28,6 +24,9 @@ bool CurlConnections::Allows(const HttpAddress& address) const
 
 CURLM* CurlConnections::Take()
 {
+    // It takes longer than all else that a run without transfers does.
+    static const CURLcode initialized = curl_global_init(CURL_GLOBAL_DEFAULT);
+    static_cast<void>(initialized);
     if (idle_.empty())
         return curl_multi_init();
     CURLM* multi = idle_.back();

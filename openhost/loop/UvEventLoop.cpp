@@ -64,7 +64,7 @@ void UvEventLoop::TakeTurn(bool wait, std::optional<std::chrono::milliseconds> l
     uv_timer_stop(&uv_->wake);
 }
 
-void UvEventLoop::StartWatch(int descriptor, bool read, bool write)
+bool UvEventLoop::StartWatch(int descriptor, bool read, bool write)
 {
     auto& poll = uv_->polls[descriptor];
     if (!poll) {
@@ -74,12 +74,12 @@ void UvEventLoop::StartWatch(int descriptor, bool read, bool write)
         poll->descriptor = descriptor;
         if (uv_poll_init(&uv_->loop, &poll->handle, descriptor) != 0) {
             uv_->polls.erase(descriptor);
-            queue_.QueueReady(descriptor, read, write);
-            return;
+            return false;
         }
     }
     poll->events = (read ? UV_READABLE : 0) | (write ? UV_WRITABLE : 0);
     uv_poll_start(&poll->handle, poll->events, Uv::QueueReady);
+    return true;
 }
 
 void UvEventLoop::EndWatch(int descriptor)

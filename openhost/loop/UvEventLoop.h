@@ -16,7 +16,7 @@ private:
     struct Uv;
 
     void TakeTurn(bool wait, std::optional<std::chrono::milliseconds> longest) override;
-    void StartWatch(int descriptor, bool read, bool write) override;
+    bool StartWatch(int descriptor, bool read, bool write) override;
     void EndWatch(int descriptor) override;
 
     std::unique_ptr<Uv> uv_;

@@ -37,8 +37,13 @@ void WaitingEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
         return;
     }
     queue_.SetWatch(descriptor, std::move(ready));
-    watched_.insert(descriptor);
-    StartWatch(descriptor, read, write);
+    if (StartWatch(descriptor, read, write)) {
+        watched_.insert(descriptor);
+        return;
+    }
+    // Its owner meets the error.
+    watched_.erase(descriptor);
+    queue_.QueueReady(descriptor, read, write);
 }
 
 void WaitingEventLoop::Unwatch(int descriptor)
@@ -55,8 +60,8 @@ RunEnd WaitingEventLoop::RunUntil(const std::function<bool()>& done, std::option
         end = Now() + *limit;
     if (done())
         return RunEnd::Done;
-    if (Interruption::Descriptor() >= 0)
-        StartWatch(Interruption::Descriptor(), true, false);
+    if (!watchesSignals_ && Interruption::Descriptor() >= 0)
+        watchesSignals_ = StartWatch(Interruption::Descriptor(), true, false);
     while (true) {
         if (Interruption::Signal() != 0) {
             Interruption::Drain();

@@ -31,8 +31,8 @@ protected:
     /// passed.
     virtual void TakeTurn(bool wait, std::optional<std::chrono::milliseconds> longest) = 0;
     /// Reports `descriptor` when it is ready for reading or writing, whichever is asked, in place of what was asked
-    /// before. One that the system cannot watch is queued as ready once, so that its owner meets the error.
-    virtual void StartWatch(int descriptor, bool read, bool write) = 0;
+    /// before. False for one that the system cannot watch.
+    virtual bool StartWatch(int descriptor, bool read, bool write) = 0;
     /// Ends what StartWatch began, if anything.
     virtual void EndWatch(int descriptor) = 0;
 
@@ -43,6 +43,7 @@ private:
     void Collect(std::optional<EventQueue::Time> limit);
 
     std::set<int> watched_;
+    bool watchesSignals_ = false; ///< which keeps no run from being idle
     std::uint64_t batchEnd_ = 0; ///< events queued up to here run before the backend has its turn again
 };
 

@@ -24,4 +24,11 @@ Owned<T> Share(T* object)
     return Owned<T>(object);
 }
 
+/// An owner of what `reference` leads to, which is a T; null once that is gone.
+template <class T = ZALBaseUnknown>
+Owned<T> Lock(const ZALBaseUnknown_WR& reference)
+{
+    return Owned<T>(static_cast<T*>(reference.GetComponent()));
+}
+
 } // namespace openhost

@@ -225,8 +225,11 @@ int SessionPlayer::Play()
     }
     if (const int signal = Interruption::Take(); signal != 0)
         end.status = SignalStatus + signal;
-    if (host_ && step_ > 0)
+    if (host_ && step_ > 0) {
+        // Windows that are about to end have not stayed.
+        Host::RunPosted();
         TellUndone(end);
+    }
     if (session_.strict && end.status == Done)
         if (const std::string undone = end.Undone(); !undone.empty()) {
             end.status = Failed;

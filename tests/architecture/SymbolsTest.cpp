@@ -235,6 +235,13 @@ TEST(PluginLibraries, AreTheLanguagesRuntimeOnly)
     EXPECT_GT(count, 0);
 }
 
+TEST(Programs, ThatPlayOrServeLinkNoSolidKernelAndNoWindows)
+{
+    for (const std::string& file : {BuildDir() + "/bin/openhost", BuildDir() + "/bin/velmart-catalogue", Runtime})
+        for (const std::string& line : LinesOf("'" VELMART_READELF "' -d '" + file + "'"))
+            EXPECT_THAT(line, ::testing::Not(::testing::ContainsRegex("NEEDED.*lib(TK|Qt)"))) << file;
+}
+
 } // namespace
 
 } // namespace openhost::testing

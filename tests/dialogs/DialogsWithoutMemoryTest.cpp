@@ -40,15 +40,23 @@ protected:
     PushResult Check(int state) { return Surface().SetState(Dialog, CheckButton, state); }
     /// Controls that have not ended.
     static std::size_t Living() { return LiveDialogs().size(); }
+};
 
-    /// A creator makes its dialog whole or not at all.
-    template <class Create>
-    void ExpectWholeOrNothing(Create create)
-    {
+TEST_F(DialogsWithoutMemory, EachIsMadeWholeOrNotAtAll)
+{
+    auto* parent = new ZALDlgDialog(nullptr, "Options", ZALDlgOKCancelWindow);
+    const Owned<ZALVelmartMeridiaAccessSettingsUIAddin> addin(new ZALVelmartMeridiaAccessSettingsUIAddin);
+    const std::pair<const char*, std::function<ZALDialog*()>> rows[] = {
+        {"location", [] { return ZALVelmartDownloadLocationDlg::Create(); }},
+        {"download progress", [] { return ZALVelmartDownloadProgressDlg::Create(); }},
+        {"upload progress", [] { return ZALVelmartFindSimilarUploadProgressDlg::Create(); }},
+        {"options", [&] { return addin->CreateFrame(parent); }}};
+    for (const auto& [name, create] : rows) {
+        SCOPED_TRACE(name);
         const std::size_t before = Living();
-        const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        const int failures = WithEachAllocationFailing([&, &make = create](FailingMemory& memory) {
             ZALDialog* made = nullptr;
-            WithoutException(memory, [&] { made = create(); });
+            WithoutException(memory, [&] { made = make(); });
             EXPECT_EQ(made == nullptr, memory.HasRunOut());
             if (made)
                 made->RequestDelayedDestruction();
@@ -57,28 +65,6 @@ protected:
         });
         EXPECT_GT(failures, 10);
     }
-};
-
-TEST_F(DialogsWithoutMemory, TheLocationDialogIsMadeWholeOrNotAtAll)
-{
-    ExpectWholeOrNothing([] { return ZALVelmartDownloadLocationDlg::Create(); });
-}
-
-TEST_F(DialogsWithoutMemory, TheDownloadProgressIsMadeWholeOrNotAtAll)
-{
-    ExpectWholeOrNothing([] { return ZALVelmartDownloadProgressDlg::Create(); });
-}
-
-TEST_F(DialogsWithoutMemory, TheUploadProgressIsMadeWholeOrNotAtAll)
-{
-    ExpectWholeOrNothing([] { return ZALVelmartFindSimilarUploadProgressDlg::Create(); });
-}
-
-TEST_F(DialogsWithoutMemory, TheOptionsPageIsMadeWholeOrNotAtAll)
-{
-    auto* parent = new ZALDlgDialog(nullptr, "Options", ZALDlgOKCancelWindow);
-    const Owned<ZALVelmartMeridiaAccessSettingsUIAddin> addin(new ZALVelmartMeridiaAccessSettingsUIAddin);
-    ExpectWholeOrNothing([&] { return addin->CreateFrame(parent); });
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -50,18 +50,14 @@ TEST_F(DownloadLocationDialog, IsShownOnTheApplicationDocument)
     EXPECT_TRUE(IsOpen());
 }
 
-TEST_F(DownloadLocationDialog, IsNotMadeWithoutAFrame)
-{
-    ResetFrame();
-    EXPECT_EQ(nullptr, Open());
-    EXPECT_THAT(LiveDialogs(), IsEmpty());
-}
-
-TEST_F(DownloadLocationDialog, IsNotMadeWithoutAnApplicationDocument)
+TEST_F(DownloadLocationDialog, IsNotMadeWithoutAFrameOrItsDocument)
 {
     ConfigureFrame({.applicationDocument = false});
     EXPECT_EQ(nullptr, Open());
     EXPECT_EQ(nullptr, Surface().Find(Dialog));
+    ResetFrame();
+    EXPECT_EQ(nullptr, Open());
+    EXPECT_THAT(LiveDialogs(), IsEmpty());
 }
 
 TEST_F(DownloadLocationDialog, HoldsItsControlsInTheirOrder)
@@ -160,19 +156,16 @@ TEST_F(DownloadLocationDialog, ShowsTheSettings)
         EXPECT_TRUE(TakesInput(name)) << name;
 }
 
-TEST_F(DownloadLocationDialog, ShowsAFlagThatIsNotSet)
+TEST_F(DownloadLocationDialog, ShowsAFlagThatIsNotSetAndAFolderThatIsGone)
 {
-    SetSettings({}, false);
-    Open();
-    EXPECT_EQ("", TextOf(Editor));
-    EXPECT_EQ(0x80000, NodeOf(CheckButton).state);
-}
-
-TEST_F(DownloadLocationDialog, ShowsAFolderThatIsGone)
-{
-    SetSettings(Folder() / "gone", true);
-    Open();
-    EXPECT_EQ(TextOf(Editor), (Folder() / "gone").string());
+    for (const std::filesystem::path& folder : {std::filesystem::path(), Folder() / "gone"}) {
+        SetSettings(folder, false);
+        Open();
+        EXPECT_EQ(folder.string(), TextOf(Editor));
+        EXPECT_EQ(0x80000, NodeOf(CheckButton).state);
+        Push("CANCEL");
+        Loop().RunUntilIdle();
+    }
     EXPECT_THAT(Surface().Questions(), IsEmpty());
 }
 

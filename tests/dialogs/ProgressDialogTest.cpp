@@ -96,18 +96,14 @@ TYPED_TEST(ProgressDialog, IsCompleteWhenItIsShown)
     EXPECT_EQ(1, shown);
 }
 
-TYPED_TEST(ProgressDialog, IsNotMadeWithoutAFrame)
-{
-    ResetFrame();
-    EXPECT_EQ(nullptr, TypeParam::Dialog::Create());
-    EXPECT_TRUE(LiveDialogs().empty());
-}
-
-TYPED_TEST(ProgressDialog, IsNotMadeWithoutAnApplicationDocument)
+TYPED_TEST(ProgressDialog, IsNotMadeWithoutAFrameOrItsDocument)
 {
     ConfigureFrame({.applicationDocument = false});
     EXPECT_EQ(nullptr, TypeParam::Dialog::Create());
     EXPECT_EQ(0U, this->Shown());
+    ResetFrame();
+    EXPECT_EQ(nullptr, TypeParam::Dialog::Create());
+    EXPECT_TRUE(LiveDialogs().empty());
 }
 
 TYPED_TEST(ProgressDialog, TellsEachClosingAndStays)
@@ -214,17 +210,12 @@ protected:
     }
 };
 
-TEST_F(ProgressBar, RunsFromZeroToAHundredAndStartsAtZero)
+TEST_F(ProgressBar, RunsFromZeroToAHundredInItsRectangle)
 {
     ZALVelmartDownloadProgressDlg::Create();
     EXPECT_EQ(0, Bar().minimum);
     EXPECT_EQ(100, Bar().maximum);
     EXPECT_EQ(0, Bar().position);
-}
-
-TEST_F(ProgressBar, IsFifteenHighAndTwoHundredWide)
-{
-    ZALVelmartDownloadProgressDlg::Create();
     EXPECT_TRUE(Bar().hasRectangle);
     EXPECT_EQ(0, Bar().x);
     EXPECT_EQ(0, Bar().y);
@@ -290,12 +281,7 @@ TEST_F(ProgressBar, StaysInItsRange)
     dialog->UpdateProgress(INT32_MAX);
     EXPECT_EQ(100, Bar().position);
     EXPECT_EQ(2, DisplayUpdateCount());
-}
-
-TEST_F(ProgressBar, MovesWithoutAnApplicationToRepaint)
-{
-    ConfigureCommands({.application = false});
-    auto* dialog = ZALVelmartDownloadProgressDlg::Create();
+    ConfigureCommands({.application = false}); // nobody to repaint
     dialog->UpdateProgress(30);
     EXPECT_EQ(30, Bar().position);
 }

@@ -69,23 +69,37 @@ TEST_F(LocationDialogSettings, ReadTheFlagAndThenTheFolder)
     ExpectReleased();
 }
 
-TEST_F(LocationDialogSettings, WriteAndSaveNothingThatHasNotChanged)
+TEST_F(LocationDialogSettings, WriteTheFlagThenTheFolderThatHaveChangedAndSaveOnce)
 {
-    Open();
-    PushOK();
-    EXPECT_THAT(Calls(), ElementsAre("settings", "get flag", "get folder"));
-    ExpectReleased();
-}
-
-TEST_F(LocationDialogSettings, WriteTheFlagThenTheFolderAndSaveOnce)
-{
-    Open();
-    Enter("/new");
-    Check(0x80000);
-    PushOK();
-    EXPECT_THAT(Calls(),
-                ElementsAre("settings", "get flag", "set flag false", "get folder", "set folder /new", "save 0"));
-    ExpectReleased();
+    const struct {
+        const char* name;
+        const char* entered; ///< null: the folder stays
+        bool isChecked;
+        HRESULT setResult;
+        Texts calls; ///< after the settings were made
+    } rows[] = {
+        {"nothing", nullptr, true, S_OK, {"get flag", "get folder"}},
+        {"both", "/new", false, S_OK, {"get flag", "set flag false", "get folder", "set folder /new", "save 0"}},
+        {"letter case", "/STORED", true, S_OK, {"get flag", "get folder", "set folder /STORED", "save 0"}},
+        {"folder not taken", "/new", true, E_FAIL, {"get flag", "get folder", "set folder /new", "save 0"}},
+        {"flag not taken", nullptr, false, E_FAIL, {"get flag", "set flag false", "get folder", "save 0"}}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Settings().folder = "/stored";
+        Settings().flag = true;
+        Open();
+        Settings().setResult = row.setResult;
+        if (row.entered)
+            Enter(row.entered);
+        Check(row.isChecked ? 0x40000 : 0x80000);
+        PushOK();
+        Texts calls = Calls();
+        EXPECT_EQ("settings", calls.at(0));
+        calls.erase(calls.begin());
+        EXPECT_EQ(row.calls, calls);
+        ExpectReleased();
+        Loop().RunUntilIdle();
+    }
 }
 
 TEST_F(LocationDialogSettings, CompareWithWhatTheSettingsHoldAtOK)
@@ -106,33 +120,6 @@ TEST_F(LocationDialogSettings, TakeAFlagThatCannotBeReadForOff)
     Enter("/stored");
     PushOK();
     EXPECT_THAT(Calls(), ElementsAre("settings", "get flag", "get folder", "set folder /stored", "save 0"));
-}
-
-TEST_F(LocationDialogSettings, TellFoldersApartByTheirLetterCase)
-{
-    Open();
-    Enter("/STORED");
-    PushOK();
-    EXPECT_THAT(Calls(), ElementsAre("settings", "get flag", "get folder", "set folder /STORED", "save 0"));
-}
-
-TEST_F(LocationDialogSettings, SaveWhatTheSettingsHaveNotTaken)
-{
-    Open();
-    Settings().setResult = E_FAIL;
-    Enter("/new");
-    PushOK();
-    EXPECT_THAT(Calls(), ElementsAre("settings", "get flag", "get folder", "set folder /new", "save 0"));
-    ExpectReleased();
-}
-
-TEST_F(LocationDialogSettings, SaveAFlagThatTheSettingsHaveNotTaken)
-{
-    Open();
-    Settings().setResult = E_FAIL;
-    Check(0x80000);
-    PushOK();
-    EXPECT_THAT(Calls(), ElementsAre("settings", "get flag", "set flag false", "get folder", "save 0"));
 }
 
 TEST_F(LocationDialogSettings, UseNoSettingsThatComeWithAFailure)

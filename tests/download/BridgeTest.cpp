@@ -470,8 +470,8 @@ TEST_F(Bridge, EndOfATransferIsTracedBeforeItIsAnswered)
 
 TEST_F(Bridge, MessagesOfTheCatalogGoInAsTheyStand)
 {
-    WriteFile(Folder() / "installation/resources/msgcatalog/ZALVelmartFileDownloader.ZALNls",
-              "DownloadCanceled = \"Übertragung \\\"ab\\\"\";\nDownloadFailed = \"a\\\\b\";\n");
+    WriteBytes(Folder() / "installation/resources/msgcatalog/ZALVelmartFileDownloader.ZALNls",
+               "DownloadCanceled = \"Übertragung \\\"ab\\\"\";\nDownloadFailed = \"a\\\\b\";\n");
     HandOver();
     AskFor("{}");
     AskFor(ItemA);

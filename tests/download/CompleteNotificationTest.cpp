@@ -13,7 +13,7 @@ const std::vector<std::string> TwoFiles{"/parts/a.ZALProduct", "/parts/b.ZALPart
 
 Notification WithWarnings(const std::vector<std::string>& warnings)
 {
-    return Notification(ListOf({}), Notification::DownloadSucceeded, ListOf(warnings));
+    return Notification(List({}), Notification::DownloadSucceeded, List(warnings));
 }
 
 TEST(CompleteNotification, WarningsAreJoinedByLineFeeds)
@@ -29,7 +29,7 @@ TEST(CompleteNotification, WarningsAreJoinedByLineFeeds)
 
 TEST(CompleteNotification, CopyHoldsAllFiveFields)
 {
-    const Notification withFiles(ListOf(TwoFiles), Notification::DownloadFailed, ListOf({"w1", "w2"}));
+    const Notification withFiles(List(TwoFiles), Notification::DownloadFailed, List({"w1", "w2"}));
     const Notification withError(Notification::DownloadCanceled, "an error");
     EXPECT_EQ((Completion{Notification::DownloadFailed, TwoFiles, "File", "", {"w1", "w2"}}),
               Fields(Notification(withFiles)));
@@ -38,7 +38,7 @@ TEST(CompleteNotification, CopyHoldsAllFiveFields)
 
 TEST(CompleteNotification, AssignmentReplacesAllFiveFields)
 {
-    Notification target(ListOf({"/old"}), Notification::DownloadSucceeded, ListOf({"old"}));
+    Notification target(List({"/old"}), Notification::DownloadSucceeded, List({"old"}));
     const Notification source(Notification::DownloadFailed, "an error");
     target = source;
     EXPECT_EQ((Completion{Notification::DownloadFailed, {}, "", "an error", {}}), Fields(target));
@@ -46,7 +46,7 @@ TEST(CompleteNotification, AssignmentReplacesAllFiveFields)
 
 TEST(CompleteNotification, AssignmentToItselfChangesNothing)
 {
-    Notification target(ListOf(TwoFiles), Notification::DownloadFailed, ListOf({"w"}));
+    Notification target(List(TwoFiles), Notification::DownloadFailed, List({"w"}));
     const Notification& same = target;
     target = same;
     EXPECT_EQ((Completion{Notification::DownloadFailed, TwoFiles, "File", "", {"w"}}), Fields(target));
@@ -55,11 +55,10 @@ TEST(CompleteNotification, AssignmentToItselfChangesNothing)
 TEST(CompleteNotification, HoldsWhatItIsMadeOfInTheFileEnvironmentForFiles)
 {
     constexpr auto succeeded = Notification::DownloadSucceeded;
-    EXPECT_EQ((Completion{succeeded, TwoFiles, "UT5", "", {}}), Fields({ListOf(TwoFiles), "UT5", succeeded}));
-    EXPECT_EQ((Completion{succeeded, TwoFiles, "File", "", {"w"}}),
-              Fields({ListOf(TwoFiles), succeeded, ListOf({"w"})}));
+    EXPECT_EQ((Completion{succeeded, TwoFiles, "UT5", "", {}}), Fields({List(TwoFiles), "UT5", succeeded}));
+    EXPECT_EQ((Completion{succeeded, TwoFiles, "File", "", {"w"}}), Fields({List(TwoFiles), succeeded, List({"w"})}));
     EXPECT_EQ((Completion{Notification::DownloadFailed, TwoFiles, "File", "", {}}),
-              Fields({ListOf(TwoFiles), Notification::DownloadFailed}));
+              Fields({List(TwoFiles), Notification::DownloadFailed}));
     EXPECT_EQ(Cancelled(), Fields(Notification(Notification::DownloadCanceled)));
     EXPECT_EQ((Completion{Notification::DownloadFailed, {}, "", "an error", {}}),
               Fields({Notification::DownloadFailed, "an error"}));
@@ -67,11 +66,11 @@ TEST(CompleteNotification, HoldsWhatItIsMadeOfInTheFileEnvironmentForFiles)
 
 TEST(CompleteNotification, BelongsToItsSender)
 {
-    const Notification original(ListOf({}), "UT5", Notification::DownloadSucceeded);
+    const Notification original(List({}), "UT5", Notification::DownloadSucceeded);
     EXPECT_EQ(0, original.GetAutomaticDelete());
     EXPECT_EQ(0, Notification(original).GetAutomaticDelete());
     EXPECT_EQ(0, WithWarnings({}).GetAutomaticDelete());
-    EXPECT_EQ(0, Notification(ListOf({}), Notification::DownloadFailed).GetAutomaticDelete());
+    EXPECT_EQ(0, Notification(List({}), Notification::DownloadFailed).GetAutomaticDelete());
     EXPECT_EQ(0, Notification(Notification::DownloadFailed).GetAutomaticDelete());
     EXPECT_EQ(0, Notification(Notification::DownloadFailed, "an error").GetAutomaticDelete());
 }
@@ -105,7 +104,7 @@ TEST(CompleteNotification, ReachesSubscribersOfItsPublisherOnly)
     ZALEventSubscriber other;
     CompletionReceiver receiver(&publisher);
     CompletionReceiver stranger(&other);
-    Notification notification(ListOf({"/a"}), "UT5", Notification::DownloadSucceeded);
+    Notification notification(List({"/a"}), "UT5", Notification::DownloadSucceeded);
     DispatchCallbacks(&publisher, &notification);
     EXPECT_THAT(receiver.Received, ElementsAre(Completion{Notification::DownloadSucceeded, {"/a"}, "UT5", "", {}}));
     EXPECT_THAT(stranger.Received, IsEmpty());

@@ -24,7 +24,7 @@ protected:
     ZipBytes Existing(unsigned int count)
     {
         for (unsigned int number = 0; number < count; ++number)
-            WriteFile(Parts() / ("entry-" + std::to_string(number)), "old");
+            WriteBytes(Parts() / ("entry-" + std::to_string(number)), "old");
         return ZipBytes().AddMany(count);
     }
     /// The lines that name the first `count` of them.
@@ -83,10 +83,10 @@ TEST_F(ConflictCheck, QuestionStandsAloneWithoutFrameOrDocumentWindow)
 
 TEST_F(ConflictCheck, TextsComeFromTheCatalogOfTheDownloader)
 {
-    WriteFile(Folder() / "installation/resources/msgcatalog/ZALVelmartFileDownloader.ZALNls",
-              "OverwriteNotifyTitle = \"A title\";\n"
-              "OverwriteNotifyMessage = \"A message\";\n"
-              "OverwriteNotifyRemaining = \"plus /P1 more /P2\";\n");
+    WriteBytes(Folder() / "installation/resources/msgcatalog/ZALVelmartFileDownloader.ZALNls",
+               "OverwriteNotifyTitle = \"A title\";\n"
+               "OverwriteNotifyMessage = \"A message\";\n"
+               "OverwriteNotifyRemaining = \"plus /P1 more /P2\";\n");
     Check(Existing(33));
     EXPECT_EQ("A title", Asked().title);
     EXPECT_EQ("A message\n\n" + Listed(30) + "\nplus 3 more /P2", Asked().text);
@@ -119,7 +119,7 @@ TEST_F(ConflictCheck, NoConflictAsksNothing)
 TEST_F(ConflictCheck, SideFilesAreNoConflicts)
 {
     for (const char* name : {"a.txt", "readme.TXT", "kr_metadata.csv", "sub/b.txt"})
-        WriteFile(Parts() / name, "old");
+        WriteBytes(Parts() / name, "old");
     EXPECT_EQ(S_OK, Check(ZipBytes().Add("a.txt").Add("readme.TXT").Add("kr_metadata.csv").Add("sub/b.txt")));
     EXPECT_FALSE(HasConflicts);
     EXPECT_THAT(Surface().Questions(), IsEmpty());
@@ -128,7 +128,7 @@ TEST_F(ConflictCheck, SideFilesAreNoConflicts)
 TEST_F(ConflictCheck, ConflictsStandInArchiveOrderEachTimeTheyCome)
 {
     for (const char* name : {"c", "a", "b"})
-        WriteFile(Parts() / name, "old");
+        WriteBytes(Parts() / name, "old");
     EXPECT_EQ(S_OK, Check(ZipBytes().Add("c").Add("new").Add("a").Add("b").Add("a")));
     EXPECT_THAT(Asked().text, HasSubstr("?\n\n" + InParts("c") + "\n" + InParts("a") + "\n" + InParts("b") + "\n" +
                                         InParts("a") + "\n"));
@@ -139,8 +139,8 @@ TEST_F(ConflictCheck, ConflictsStandInArchiveOrderEachTimeTheyCome)
 TEST_F(ConflictCheck, WhatStandsInAPlaceConflictsWhateverItIs)
 {
     create_directory(Parts() / "a.ZALPart");
-    WriteFile(Parts() / "sub/deep/a.ZALPart", "old");
-    WriteFile(Parts() / "sub/kr_metadata.csv", "old");
+    WriteBytes(Parts() / "sub/deep/a.ZALPart", "old");
+    WriteBytes(Parts() / "sub/kr_metadata.csv", "old");
     EXPECT_EQ(S_OK, Check(ZipBytes()
                               .AddDirectory("sub/")
                               .Add("sub/new")
@@ -155,9 +155,9 @@ TEST_F(ConflictCheck, WhatStandsInAPlaceConflictsWhateverItIs)
 
 TEST_F(ConflictCheck, FailsWithoutAnArchiveWithEntriesAndAFolder)
 {
-    WriteFile(Temp() / "json.zip", R"({"error": "gone"})");
-    WriteFile(Temp() / "nothing.zip", "");
-    WriteFile(Temp() / "short.zip", ZipBytes().AddMany(5).BytesWithoutLast(30));
+    WriteBytes(Temp() / "json.zip", R"({"error": "gone"})");
+    WriteBytes(Temp() / "nothing.zip", "");
+    WriteBytes(Temp() / "short.zip", ZipBytes().AddMany(5).BytesWithoutLast(30));
     ZipBytes().Write(Temp() / "empty.zip");
     std::vector<std::pair<ZALUnicodeString, ZALUnicodeString>> cases = {{"", PartsFolder()},
                                                                         {Archive(ZipBytes().Add("a")), ""}};

@@ -206,7 +206,7 @@ class HostileName : public DataHandler, public ::testing::WithParamInterface<Nam
 
 TEST_P(HostileName, WritesNothingOutsideTheTemporaryFolder)
 {
-    WriteFile(Folder() / "victim", "untouched");
+    WriteBytes(Folder() / "victim", "untouched");
     FileNameFor(FileNamed(GetParam().text));
     EXPECT_THAT(FilesBelow(Folder()), ElementsAre("victim"));
     EXPECT_EQ("untouched", ReadFile(Folder() / "victim"));
@@ -293,7 +293,7 @@ TEST_F(DataHandler, NoBytesOpenNoFile)
 TEST_F(DataHandler, ExistingFileIsReplacedByTheBytesAsTheyAre)
 {
     const std::string body("\0a\0\xFF\n\r", 6);
-    WriteFile(ZipFile(), "a longer text from the download before");
+    WriteBytes(ZipFile(), "a longer text from the download before");
     Script().Bytes(body);
     Script().End();
     EXPECT_EQ(body, ReadFile(ZipFile()));
@@ -301,21 +301,11 @@ TEST_F(DataHandler, ExistingFileIsReplacedByTheBytesAsTheyAre)
 
 TEST_F(DataHandler, ExistingFileStaysWhenNoDataComes)
 {
-    WriteFile(ZipFile(), "before");
+    WriteBytes(ZipFile(), "before");
     Script().Head(200);
     Script().End();
     EXPECT_EQ("before", ReadFile(ZipFile()));
     EXPECT_THAT(TheOwner->Completed, ElementsAre(""));
-}
-
-TEST_F(DataHandler, FileThatCannotBeOpenedIsTriedAgainAtTheNextChunk)
-{
-    remove(Temp());
-    Script().Bytes("first ");
-    create_directory(Temp());
-    Script().Bytes("second");
-    Script().End();
-    EXPECT_EQ("first second", ReadFile(ZipFile()));
 }
 
 TEST_F(DataHandler, BytesWithoutAFileStayInMemoryBeyondTheBuffer)
@@ -580,7 +570,7 @@ TEST_F(DataHandler, FileIsFinishedThoughTheOwnerIsGone)
 TEST_F(DataHandler, WithoutOwnerOrCallbackOnlyTheFileIsFinished)
 {
     for (const bool isOwned : {false, true}) {
-        WriteFile(ZipFile(), "before");
+        WriteBytes(ZipFile(), "before");
         auto* handler =
             new ZALVelmartDownloadDataHandler(isOwned ? TheOwner : nullptr, isOwned ? nullptr : CompleteMethod);
         handler->SetProgressCallback(isOwned ? nullptr : ProgressMethod);

@@ -209,15 +209,6 @@ TEST_F(DownloadDispatch, ListenerForOtherNotificationsIsNoBridge)
     ExpectPlainRoute({Item});
 }
 
-TEST_F(DownloadDispatch, TemplateRouteAsksForAMissingFolderFirst)
-{
-    Probe.SetTemplateSupport(true);
-    SetSettings({}, true);
-    EXPECT_EQ(S_OK, Start(Item));
-    EXPECT_THAT(Requested(), IsEmpty());
-    EXPECT_THAT(Receiver.Received, IsEmpty());
-}
-
 TEST_F(DownloadDispatch, TemplateRouteWithAFolderDoesNotTakeThePlainRoute)
 {
     Probe.SetTemplateSupport(true);
@@ -277,28 +268,23 @@ TEST_P(DownloadAddress, IsTheFirstThatApplies)
     EXPECT_EQ(GetParam().url ? GetParam().url : "as before", ToUtf8(url));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Requests, DownloadAddress,
-    ::testing::Values(
-        AddressCase{"RawBeforeAll",
-                    R"({"download": "d", "downloadUrl": "u", "attributes": {"downloadUrls": {"ZALOR_RAW": "r"}}})",
-                    "r"},
-        AddressCase{"RawOfAnotherType", R"({"downloadUrl": "u", "attributes": {"downloadUrls": {"ZALOR_RAW": 1}}})",
-                    "u"},
-        AddressCase{"RawMissing", R"({"downloadUrl": "u", "attributes": {"downloadUrls": {"STEP": "s"}}})", "u"},
-        AddressCase{"RawInAnotherLetterCase",
-                    R"({"downloadUrl": "u", "attributes": {"downloadUrls": {"zalor_raw": "r"}}})", "u"},
-        AddressCase{"DownloadUrlsIsText", R"({"downloadUrl": "u", "attributes": {"downloadUrls": "r"}})", "u"},
-        AddressCase{"RawAtTheTopLevel", R"({"download": "d", "downloadUrls": {"ZALOR_RAW": "r"}, "ZALOR_RAW": "r"})",
-                    "d"},
-        AddressCase{"EmptyRawIsAString", R"({"downloadUrl": "u", "attributes": {"downloadUrls": {"ZALOR_RAW": ""}}})",
-                    ""},
-        AddressCase{"DownloadUrlBeforeDownload", R"({"download": "d", "downloadUrl": "u"})", "u"},
-        AddressCase{"DownloadUrlOfAnotherType", R"({"download": "d", "downloadUrl": null})", "d"},
-        AddressCase{"DownloadAlone", R"({"download": "d"})", "d"},
-        AddressCase{"DownloadOfAnotherType", R"({"download": {"url": "d"}})", nullptr},
-        AddressCase{"AddressesInsideAttributes", R"({"attributes": {"downloadUrl": "u", "download": "d"}})", nullptr},
-        AddressCase{"NoMap", R"(["downloadUrl"])", nullptr}));
+const AddressCase DownloadAddressCases[] = {
+    {"RawBeforeAll", R"({"download": "d", "downloadUrl": "u", "attributes": {"downloadUrls": {"ZALOR_RAW": "r"}}})",
+     "r"},
+    {"RawOfAnotherType", R"({"downloadUrl": "u", "attributes": {"downloadUrls": {"ZALOR_RAW": 1}}})", "u"},
+    {"RawMissing", R"({"downloadUrl": "u", "attributes": {"downloadUrls": {"STEP": "s"}}})", "u"},
+    {"RawInAnotherLetterCase", R"({"downloadUrl": "u", "attributes": {"downloadUrls": {"zalor_raw": "r"}}})", "u"},
+    {"DownloadUrlsIsText", R"({"downloadUrl": "u", "attributes": {"downloadUrls": "r"}})", "u"},
+    {"RawAtTheTopLevel", R"({"download": "d", "downloadUrls": {"ZALOR_RAW": "r"}, "ZALOR_RAW": "r"})", "d"},
+    {"EmptyRawIsAString", R"({"downloadUrl": "u", "attributes": {"downloadUrls": {"ZALOR_RAW": ""}}})", ""},
+    {"DownloadUrlBeforeDownload", R"({"download": "d", "downloadUrl": "u"})", "u"},
+    {"DownloadUrlOfAnotherType", R"({"download": "d", "downloadUrl": null})", "d"},
+    {"DownloadAlone", R"({"download": "d"})", "d"},
+    {"DownloadOfAnotherType", R"({"download": {"url": "d"}})", nullptr},
+    {"AddressesInsideAttributes", R"({"attributes": {"downloadUrl": "u", "download": "d"}})", nullptr},
+    {"NoMap", R"(["downloadUrl"])", nullptr}};
+
+INSTANTIATE_TEST_SUITE_P(Requests, DownloadAddress, ::testing::ValuesIn(DownloadAddressCases));
 
 // ---------------------------------------------------------------------------------------------
 // Template support, settled once in the life of a process
@@ -418,29 +404,6 @@ TEST_F(DownloadDispatch, IsRecordedUnderItsNameAndModule)
     EXPECT_STREQ("ZALVelmartFileDownloader", ZALVelmartFileDownloader::ClassId());
     EXPECT_EQ(1, Downloader().IsAKindOf("ZALCommand"));
     EXPECT_EQ(nullptr, ZALVelmartFileDownloader::CreateItself());
-}
-
-TEST_F(DownloadDispatch, TemplateAddressesAreKept)
-{
-    EXPECT_EQ(S_OK, Downloader().SetTemplatesURLs(Json(R"({"part": "https://velmart.example/t"})")));
-
-    ZALOmxAny part;
-    ZALUnicodeString url;
-    ASSERT_EQ(S_OK, Probe.TemplatesURLs().MapGetValue("part", part));
-    EXPECT_EQ(S_OK, part.GetString(url));
-    EXPECT_EQ("https://velmart.example/t", ToUtf8(url));
-
-    EXPECT_EQ(S_OK, Downloader().SetTemplatesURLs(Json("[]")));
-    EXPECT_EQ(ZALOmxKindList, Probe.TemplatesURLs().GetKind() & ZALOmxKindMask);
-}
-
-TEST_F(DownloadDispatch, EndOfTheDownloaderReleasesTheMultiFileDownload)
-{
-    auto* download = new ZALVLIFullDownload({});
-    const ZALBaseUnknown_WR reference(download);
-    Probe.SetFullDownload(download);
-    Probe.EndDownloader();
-    EXPECT_EQ(nullptr, reference.GetComponent());
 }
 
 TEST_F(DownloadDispatch, NothingIsTracedWhileTracesAreOff)

@@ -2,9 +2,6 @@
 
 #include "events/ZALVelmartIntegrationEventSubscriber.h"
 
-#include <algorithm>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 namespace openhost::testing {
@@ -15,41 +12,6 @@ ZALOmxAny Json(const std::string& text)
     if (FAILED(ZALOmxJson().parse(ZALOmxUTF8String(text.data(), text.size()), value)))
         throw std::invalid_argument("no JSON: " + text);
     return value;
-}
-
-std::vector<std::string> TextsOf(const ZALListValZALUnicodeString& list)
-{
-    std::vector<std::string> texts;
-    for (int index = 1; index <= list.Size(); ++index)
-        texts.push_back(ToUtf8(list[index]));
-    return texts;
-}
-
-ZALListValZALUnicodeString ListOf(const std::vector<std::string>& texts)
-{
-    ZALListValZALUnicodeString list;
-    for (const std::string& text : texts)
-        list.Append(FromUtf8(text));
-    return list;
-}
-
-void WriteFile(const std::filesystem::path& path, std::string_view content)
-{
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream file(path, std::ios::binary);
-    file.write(content.data(), static_cast<std::streamsize>(content.size()));
-    if (!file.flush())
-        throw std::runtime_error("cannot write " + path.string());
-}
-
-std::vector<std::string> FilesBelow(const std::filesystem::path& folder)
-{
-    std::vector<std::string> files;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
-        if (!entry.is_directory())
-            files.push_back(entry.path().lexically_relative(folder).string());
-    std::ranges::sort(files);
-    return files;
 }
 
 void PrintTo(const Completion& completion, std::ostream* stream)

@@ -2,17 +2,16 @@
 #pragma once
 
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
-#include "openhost/text/Utf.h"
 #include "tests/download/ZALVelmartFileDownloaderProbe.h"
 #include "tests/support/Files.h"
 #include "tests/support/HostFixture.h"
+#include "tests/support/Lists.h"
 #include "tests/support/ZipBytes.h"
 
 #include <filesystem>
 #include <functional>
 #include <ostream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace openhost::testing {
@@ -21,11 +20,6 @@ using Notification = ZALVelmartFileDownloadCompleteNotification;
 
 /// A value from its JSON text.
 ZALOmxAny Json(const std::string& text);
-std::vector<std::string> TextsOf(const ZALListValZALUnicodeString& list);
-ZALListValZALUnicodeString ListOf(const std::vector<std::string>& texts);
-void WriteFile(const std::filesystem::path& path, std::string_view content);
-/// Paths of all files below `folder`, relative to it and sorted; folders are left out.
-std::vector<std::string> FilesBelow(const std::filesystem::path& folder);
 
 /// A text of a table of cases. Tests are listed by what their parameter prints.
 struct NamedText {

@@ -18,7 +18,7 @@ protected:
     /// Extracts `archive` into the user's folder and gives the list of files.
     std::vector<std::string> Extract(const ZipBytes& archive, HRESULT expected = S_OK)
     {
-        ZALListValZALUnicodeString files = ListOf({"from before"});
+        ZALListValZALUnicodeString files = List({"from before"});
         EXPECT_EQ(expected, ExtractFiles(Archive(archive), PartsFolder(), files));
         return TextsOf(files);
     }
@@ -44,7 +44,7 @@ TEST_F(Extraction, SideFilesAreLeftOut)
 
 TEST_F(Extraction, FilesAreTracedAndListedInArchiveOrderWithTheirFullPaths)
 {
-    WriteFile(Parts() / "z", "a longer text");
+    WriteBytes(Parts() / "z", "a longer text");
     const auto files = Extract(ZipBytes()
                                    .Add("z", "1")
                                    .AddDirectory("sub/")
@@ -79,7 +79,7 @@ TEST_F(Extraction, FileThatCannotBeReadIsListedAndTracedAllTheSame)
 
 TEST_F(Extraction, FileWhosePlaceAFolderHoldsIsNotListed)
 {
-    WriteFile(Parts() / "taken/inside", "x");
+    WriteBytes(Parts() / "taken/inside", "x");
     EXPECT_THAT(Extract(ZipBytes().Add("taken", "1").Add("b", "2")), ElementsAre(InParts("b")));
     EXPECT_EQ("x", ReadFile(Parts() / "taken/inside"));
 }
@@ -94,7 +94,7 @@ class HostileEntry : public Extraction, public ::testing::WithParamInterface<Nam
 
 TEST_P(HostileEntry, WritesNothingOutsideTheFolder)
 {
-    WriteFile(Folder() / "victim", "untouched");
+    WriteBytes(Folder() / "victim", "untouched");
     Extract(ZipBytes().Add(GetParam().text, "evil").Add("good", "1"));
     EXPECT_EQ("untouched", ReadFile(Folder() / "victim"));
     EXPECT_THAT(FilesBelow(Folder()), ElementsAre("parts/good", "temp/VelmartDownloadedQ7Files.zip", "victim"));
@@ -111,7 +111,7 @@ INSTANTIATE_TEST_SUITE_P(Names, HostileEntry,
 
 TEST_F(Extraction, LinkOutOfTheFolderIsNotFollowed)
 {
-    WriteFile(Folder() / "outside/victim", "untouched");
+    WriteBytes(Folder() / "outside/victim", "untouched");
     Extract(ZipBytes().Add("link", "../outside").SymbolicLink().Add("link/victim", "evil"));
     EXPECT_EQ("untouched", ReadFile(Folder() / "outside/victim"));
 }
@@ -121,7 +121,7 @@ TEST_F(Extraction, LinkOutOfTheFolderIsNotFollowed)
 
 TEST_F(Extraction, FailsWithAnEmptiedListWithoutAnArchiveWithEntriesAndAFolder)
 {
-    WriteFile(Temp() / "no archive.zip", "PK\x03\x04 but nothing more");
+    WriteBytes(Temp() / "no archive.zip", "PK\x03\x04 but nothing more");
     ZipBytes().Write(Temp() / "empty.zip");
     const ZALUnicodeString good = Archive(ZipBytes().Add("a"));
     const std::vector<std::pair<ZALUnicodeString, ZALUnicodeString>> cases = {
@@ -131,7 +131,7 @@ TEST_F(Extraction, FailsWithAnEmptiedListWithoutAnArchiveWithEntriesAndAFolder)
         {(Temp() / "no archive.zip").c_str(), PartsFolder()},
         {(Temp() / "empty.zip").c_str(), PartsFolder()}};
     for (const auto& [archive, folder] : cases) {
-        ZALListValZALUnicodeString files = ListOf({"from before"});
+        ZALListValZALUnicodeString files = List({"from before"});
         EXPECT_EQ(E_FAIL, ExtractFiles(archive, folder, files)) << ToUtf8(archive);
         EXPECT_EQ(0, files.Size()) << ToUtf8(archive);
     }
@@ -158,7 +158,7 @@ TEST_F(Extraction, ArchiveOfSideFilesAloneSucceedsWithAnEmptyList)
 
 TEST_F(Extraction, FileThatIsNoArchiveOrEmptyEndsAsFailedWithNothing)
 {
-    WriteFile(TemporaryFile(), R"({"error": "gone"})");
+    WriteBytes(TemporaryFile(), R"({"error": "gone"})");
     Probe.FinishExtraction(TemporaryFile().c_str(), PartsFolder());
     Finish(ZipBytes());
     EXPECT_THAT(Receiver.Received, ElementsAre(Failed(), Failed()));
@@ -166,7 +166,7 @@ TEST_F(Extraction, FileThatIsNoArchiveOrEmptyEndsAsFailedWithNothing)
 
 TEST_F(Extraction, ArchiveThatGoesDuringTheQuestionFailsInTheFileEnvironment)
 {
-    WriteFile(Parts() / "a", "old");
+    WriteBytes(Parts() / "a", "old");
     Loop().Post([this] { remove(TemporaryFile()); });
     Finish(ZipBytes().Add("a", "new"));
     EXPECT_THAT(Receiver.Received, ElementsAre(WithFiles(Notification::DownloadFailed, {})));
@@ -175,7 +175,7 @@ TEST_F(Extraction, ArchiveThatGoesDuringTheQuestionFailsInTheFileEnvironment)
 
 TEST_F(Extraction, RefusalWritesNothingAndNotifiesNobody)
 {
-    WriteFile(Parts() / "a", "old");
+    WriteBytes(Parts() / "a", "old");
     Surface().Answer(Question, ZALDlgAnswerNo);
     Finish(ZipBytes().Add("new", "1").Add("a", "2"));
     Loop().RunUntilIdle();
@@ -187,7 +187,7 @@ TEST_F(Extraction, RefusalWritesNothingAndNotifiesNobody)
 
 TEST_F(Extraction, ClosingTheQuestionLetsTheExtractionGoOn)
 {
-    WriteFile(Parts() / "a", "old");
+    WriteBytes(Parts() / "a", "old");
     Finish(ZipBytes().Add("a", "new"));
     EXPECT_EQ(1U, Surface().Questions().size());
     EXPECT_EQ("new", ReadFile(Parts() / "a"));
@@ -196,7 +196,7 @@ TEST_F(Extraction, ClosingTheQuestionLetsTheExtractionGoOn)
 
 TEST_F(Extraction, NothingIsWrittenWhileTheQuestionIsUp)
 {
-    WriteFile(Parts() / "a", "old");
+    WriteBytes(Parts() / "a", "old");
     std::vector<std::string> during;
     Loop().Post([&] { during = FilesBelow(Parts()); });
     Surface().Answer(Question, ZALDlgAnswerYes);
@@ -207,7 +207,7 @@ TEST_F(Extraction, NothingIsWrittenWhileTheQuestionIsUp)
 
 TEST_F(Extraction, DownloadThatEndsDuringTheQuestionDoesNotTakeItsPlace)
 {
-    WriteFile(Parts() / "a", "old");
+    WriteBytes(Parts() / "a", "old");
     Loop().Post([this] { Transfer(ZipBytes().Add("b", "second").Bytes()); });
     Transfer(ZipBytes().Add("a", "first").Bytes(), 200, FileNamed("first.zip"));
     EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"b"}), Succeeded({"a"})));

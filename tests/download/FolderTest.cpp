@@ -35,7 +35,7 @@ protected:
 TEST_F(DestinationFolder, IsThatOfTheSettingsWithItsFlagWhenItIsAFolder)
 {
     EXPECT_EQ(Parts().string(), Delivered(S_OK));
-    WriteFile(Folder() / "file", "x");
+    WriteBytes(Folder() / "file", "x");
     ASSERT_EQ(0, mknod((Folder() / "socket").c_str(), S_IFSOCK | 0600, 0));
     for (const auto& [folder, flag] :
          {std::pair(Parts(), false), std::pair(std::filesystem::path(), true), std::pair(Folder() / "gone", true),
@@ -66,7 +66,6 @@ TEST_F(DestinationFolder, QuestionWithoutFrameBringsNoNotification)
 {
     ConfigureFrame({.exists = false});
     DownloadWithoutFolder();
-    Probe.DisplayDestinationFolderChooserDlg();
     Loop().RunUntilIdle();
     EXPECT_THAT(Receiver.Received, IsEmpty());
     EXPECT_THAT(Surface().WindowEvents(), IsEmpty());
@@ -90,17 +89,6 @@ TEST_F(DestinationFolder, OfTheDialogIsUsedThoughItDoesNotExist)
                 ElementsAre(WithFiles(Notification::DownloadSucceeded, {missing.string() + "/a.ZALPart"})));
 }
 
-TEST_F(DestinationFolder, DialogOKWithoutSettingsEndsAsFailed)
-{
-    DownloadWithoutFolder();
-    SettingsStore::Current().SetAvailable(false);
-    const int busyCursors = BusyCursorCount();
-    Probe.OnDownloadLocationDlgOK();
-    EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
-    EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
-    EXPECT_EQ(busyCursors, BusyCursorCount());
-}
-
 TEST_F(DestinationFolder, OfTheDialogThatIsEmptyEndsAsFailed)
 {
     DownloadWithoutFolder();
@@ -112,7 +100,7 @@ TEST_F(DestinationFolder, OfTheDialogThatIsEmptyEndsAsFailed)
 TEST_F(DestinationFolder, DialogOKShowsTheBusyCursorBeforeTheQuestion)
 {
     DownloadWithoutFolder();
-    WriteFile(Parts() / "a.ZALPart", "old");
+    WriteBytes(Parts() / "a.ZALPart", "old");
     const int busyCursors = BusyCursorCount();
     int inQuestion = 0;
     Loop().Post([&] { inQuestion = BusyCursorCount(); });
@@ -125,7 +113,7 @@ TEST_F(DestinationFolder, DialogOKKeepsItsFileThoughAnotherDownloadEndsMeanwhile
 {
     SetSettings(Parts(), false);
     Transfer(ZipBytes().Add("a.ZALPart", "first").Bytes(), 200, FileNamed("first.zip"));
-    WriteFile(Parts() / "a.ZALPart", "old");
+    WriteBytes(Parts() / "a.ZALPart", "old");
     Loop().Post([this] {
         SetSettings(Parts(), true);
         Transfer(ZipBytes().Add("b.ZALPart", "second").Bytes());

@@ -2,12 +2,13 @@
 #include "openhost/objects/Traces.h"
 #include "tests/download/DownloadFixture.h"
 #include "tests/support/FailingMemory.h"
+#include "tests/support/Installed.h"
 #include "tests/support/Listener.h"
 #include "tests/support/Objects.h"
+#include "tests/support/ScriptedFiles.h"
 
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -26,10 +27,6 @@ public:
     static void OnFileDownloaded(ZALVLIFullDownload& download, const ZALUnicodeString& path)
     {
         download.OnFileDownloaded(path);
-    }
-    static HRESULT RequestNextFile(ZALVLIFullDownload& download, const ZALUnicodeString& url)
-    {
-        return download.RequestNextFile(url);
     }
 };
 
@@ -64,8 +61,6 @@ struct Item {
     std::string key;
     std::optional<std::filesystem::path> folder{};
 };
-
-constexpr auto Pause = std::chrono::milliseconds(2000);
 
 class FullDownload : public DownloadFixture {
 protected:
@@ -178,14 +173,6 @@ TEST_F(FullDownload, PutsEachItemIntoItsOwnFolder)
 // ---------------------------------------------------------------------------------------------
 // Failures
 
-TEST_F(FullDownload, TellsWhetherARequestWasSent)
-{
-    FetchToTheEnd({});
-    EXPECT_EQ(S_OK, DownloadProbe::RequestNextFile(*Download, FromUtf8(Address("a"))));
-    Transport().RefuseNext();
-    EXPECT_EQ(E_FAIL, DownloadProbe::RequestNextFile(*Download, FromUtf8(Address("b"))));
-}
-
 TEST_F(FullDownload, WithoutAFirstRequestFailsInsideTheStart)
 {
     Fetch({});
@@ -229,7 +216,7 @@ TEST_F(FullDownload, WhoseSecondTransferFailsReportsTheFirstAndTriesNoMore)
 
 TEST_F(FullDownload, ThatFailsHalfwayLeavesTheHalfInTheTemporaryFolderAlone)
 {
-    WriteFile(Parts() / "A.ZALPart", "old");
+    WriteBytes(Parts() / "A.ZALPart", "old");
     Transport().Answer(Address("a"),
                        {.headers = FileNamed("x.ZALPart"), .chunks = {"half"}, .end = TransferEnd::Failed});
     FetchToTheEnd({{"a", "A"}});
@@ -265,7 +252,7 @@ TEST_F(FullDownload, NamesARawFileByItsKeyAndTheExtensionOfTheFile)
           Raw{"x.ZALPart", "Part1.ZALPart", "Part1.ZALPart.ZALPart"}, Raw{"noextension", "b.zip", "b.zip"},
           Raw{"x.ZALPart", "sub/A", "sub/A.ZALPart"}, Raw{"x.ZALPart", "/sub/A", "sub/A.ZALPart"}}) {
         SCOPED_TRACE(raw.key);
-        WriteFile(Parts() / raw.result, "old and longer");
+        WriteBytes(Parts() / raw.result, "old and longer");
         Serve("a", "new", raw.fileName);
         FetchToTheEnd({{"a", raw.key}});
         EXPECT_EQ(Succeeded({{raw.key, {InParts(raw.result)}}}), Outcomes.back());
@@ -304,7 +291,7 @@ TEST_F(FullDownload, ListsAFileThatCouldNotBeMoved)
 
 TEST_F(FullDownload, LeavesAFolderThatStandsInTheWay)
 {
-    WriteFile(Parts() / "A.ZALPart" / "inside", "kept");
+    WriteBytes(Parts() / "A.ZALPart" / "inside", "kept");
     Serve("a", "a");
     FetchToTheEnd({{"a", "A"}});
     EXPECT_THAT(Outcomes, ElementsAre(Succeeded({{"A", {InParts("A.ZALPart")}}})));
@@ -314,7 +301,7 @@ TEST_F(FullDownload, LeavesAFolderThatStandsInTheWay)
 
 TEST_F(FullDownload, KeyThatLeavesTheFolderWritesAndDeletesNothing)
 {
-    WriteFile(Folder() / "up.ZALPart", "kept");
+    WriteBytes(Folder() / "up.ZALPart", "kept");
     Serve("a", "a");
     FetchToTheEnd({{"a", "../up"}, {"a", "..\\new"}});
     EXPECT_THAT(Outcomes, ElementsAre(Field(&Outcome::status, Notification::DownloadSucceeded)));
@@ -324,7 +311,7 @@ TEST_F(FullDownload, KeyThatLeavesTheFolderWritesAndDeletesNothing)
 
 TEST_F(FullDownload, KeyWithAZeroCharacterTouchesNothing)
 {
-    WriteFile(Parts() / "A", "kept");
+    WriteBytes(Parts() / "A", "kept");
     Serve("a", "a");
     FetchToTheEnd({{"a", std::string("A\0B", 3)}});
     EXPECT_THAT(FilesBelow(Parts()), ElementsAre("A"));
@@ -333,7 +320,7 @@ TEST_F(FullDownload, KeyWithAZeroCharacterTouchesNothing)
 
 TEST_F(FullDownload, EmptyBodyListsATargetThatIsNotThere)
 {
-    WriteFile(Parts() / "A", "old");
+    WriteBytes(Parts() / "A", "old");
     Serve("a", "", "");
     FetchToTheEnd({{"a", "A"}});
     EXPECT_THAT(Outcomes, ElementsAre(Succeeded({{"A", {InParts("A")}}})));
@@ -356,7 +343,7 @@ TEST_F(FullDownload, RawFileOfAnotherTypeEndsSilentlyWithoutPaths)
 
 TEST_F(FullDownload, UnpacksAnArchiveWithoutAQuestionAndKeepsIt)
 {
-    WriteFile(Parts() / "a.ZALPart", "old");
+    WriteBytes(Parts() / "a.ZALPart", "old");
     const ZipBytes archive = ZipBytes().Add("a.ZALPart", "new").Add("sub/b.ZALPart", "b").Add("read.txt", "side");
     ServeArchive("z", archive);
     FetchToTheEnd({{"z", "Key"}});
@@ -538,26 +525,22 @@ TEST_F(FullDownload, RunsWithoutFrameAndWithoutDialog)
 // ---------------------------------------------------------------------------------------------
 // The pause of the recorder
 
-TEST_F(FullDownload, PausesWhileTheRecorderCapturesOrReplays)
+TEST_F(FullDownload, PausesWhileTheRecorderCapturesOrReplaysAndASendIsTaken)
 {
-    for (const CommandOptions& options :
-         {CommandOptions{.recorder = true, .capture = true}, CommandOptions{.recorder = true, .replay = true}}) {
+    CallLog log;
+    const Installed<ScriptedSystem> system(log);
+    const std::pair<CommandOptions, Texts> rows[] = {{{.recorder = true, .capture = true}, {"sleep 2000"}},
+                                                     {{.recorder = true, .replay = true}, {"sleep 2000"}},
+                                                     {{.recorder = true}, {}}};
+    for (const auto& [options, pauses] : rows) {
         ConfigureCommands(options);
-        const auto begin = std::chrono::steady_clock::now();
         Fetch({{"a", "A"}});
-        EXPECT_GE(std::chrono::steady_clock::now() - begin, Pause);
+        EXPECT_EQ(pauses, log.Take()) << options.capture << options.replay;
     }
-}
-
-TEST_F(FullDownload, DoesNotPauseForAnIdleRecorderNorForARequestThatCannotBeSent)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    ConfigureCommands({.recorder = true});
-    Fetch({{"a", "A"}});
     ConfigureCommands({.recorder = true, .capture = true});
     Transport().RefuseNext();
     Fetch({{"a", "A"}});
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, Pause);
+    EXPECT_EQ(Texts{}, log.Take());
     EXPECT_THAT(Outcomes, ElementsAre(Failed({})));
 }
 
@@ -662,7 +645,7 @@ TEST_F(FullDownload, TakesThePathBeforeTheRequestEnds)
     private:
         ZALUnicodeString& path_;
     };
-    WriteFile(Temp() / "x.ZALPart", "part");
+    WriteBytes(Temp() / "x.ZALPart", "part");
     Fetch({{"a", "A"}});
     ZALUnicodeString path((Temp() / "x.ZALPart").c_str());
     DownloadProbe::SetHttpRequest(*Download, new Request(path));

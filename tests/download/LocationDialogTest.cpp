@@ -125,7 +125,7 @@ TEST_F(LocationDialogOfADownload, EndsTheDownloadWhenItIsGivenUp)
 
 TEST_F(LocationDialogOfADownload, ComesAgainAsOftenAsTheUserRefusesToOverwrite)
 {
-    WriteFile(Parts() / "a.ZALPart", "old");
+    WriteBytes(Parts() / "a.ZALPart", "old");
     for (const int answer : {ZALDlgAnswerNo, ZALDlgAnswerNo})
         Surface().Answer("OverwriteNotify", answer);
     Download(); // the valid folder of the settings is refused first
@@ -150,7 +150,7 @@ TEST_F(LocationDialogOfADownload, ComesAgainAsOftenAsTheUserRefusesToOverwrite)
 TEST_F(LocationDialogOfADownload, StandsAsItIsWhileTheOverwriteQuestionOfItsOKIsAsked)
 {
     SetSettings(Parts(), false);
-    WriteFile(Parts() / "a.ZALPart", "old");
+    WriteBytes(Parts() / "a.ZALPart", "old");
     Download();
     bool openInQuestion = false;
     Loop().Post([&] { openInQuestion = IsOpen() && Surface().Questions().size() == 1; });
@@ -166,9 +166,11 @@ TEST_F(LocationDialogOfADownload, LeadsToAFailureWhenTheSettingsAreGone)
     Download();
     Enter(Parts());
     SettingsStore::Current().SetAvailable(false);
+    const int busyCursors = BusyCursorCount();
     EXPECT_EQ(PushResult::Done, Push("OK"));
     EXPECT_THAT(Receiver.Received, ElementsAre(Failed()));
     EXPECT_THAT(FilesBelow(Parts()), IsEmpty());
+    EXPECT_EQ(busyCursors, BusyCursorCount());
 }
 
 TEST_F(LocationDialogOfADownload, ThatTheHostEndsSendsNothing)

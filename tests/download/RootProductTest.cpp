@@ -25,7 +25,7 @@ protected:
     Found Find(const std::vector<std::string>& files)
     {
         int index = 99;
-        const HRESULT result = FindRootProduct(ListOf(files), index);
+        const HRESULT result = FindRootProduct(List(files), index);
         EXPECT_EQ(0, Documents().LivingObjects());
         return {result, index};
     }
@@ -66,80 +66,75 @@ const std::string B = "B.ZALProduct";
 const std::string C = "C.ZALProduct";
 const std::string Elsewhere = "elsewhere.ZALProduct";
 
-INSTANTIATE_TEST_SUITE_P(
-    Products, RootAmong,
-    ::testing::Values(
-        RootCase{"NoFiles", {}, {}, {S_OK, -1}, {}},
-        RootCase{"OtherFiles",
-                 {},
-                 {"/p/a.ZALPart", "/p/ZALProduct", "/p/a.ZALProduct.bak", "/p.ZALProduct/a", "/p/.ZALProduct"},
-                 {S_OK, -1},
-                 {}},
-        RootCase{"OneProductIsNotOpened", {}, {"/p/a.ZALPart", "/p/A.ZALProduct", "/p/b.ZALPart"}, {S_OK, 2}, {}},
-        RootCase{"ExtensionInAnyLetterCase", {}, {"/p/a.ZALPart", "/p/A.zalproduct"}, {S_OK, 2}, {}},
-        RootCase{"OneAmongThree",
-                 {{A, {"/q/B.ZALProduct", "/q/C.ZALProduct"}}, {B, {"/q/C.ZALProduct"}}, {C, {"/q/c.ZALPart"}}},
-                 {"/p/C.ZALProduct", "/p/B.ZALProduct", "/p/A.ZALProduct"},
-                 {S_OK, 3},
-                 {C, B, A}},
-        RootCase{"PositionCountsAllFiles",
-                 {{A, {B}}, {B, {}}},
-                 {"/p/1.ZALPart", "/p/B.ZALProduct", "/p/2.ZALPart", "/p/A.ZALProduct"},
-                 {S_OK, 4},
-                 {B, A}},
-        RootCase{"SecondOfTwoCandidates",
-                 {{A, {Elsewhere}}, {B, {Elsewhere}}},
-                 {"/p/A.ZALProduct", "/p/B.ZALProduct"},
-                 {E_FAIL, 2},
-                 {A, B}},
-        RootCase{"SecondOfThreeCandidates",
-                 {{A, {Elsewhere}}, {B, {Elsewhere}}, {C, {Elsewhere}}},
-                 {"/p/A.ZALProduct", "/p/x", "/p/B.ZALProduct", "/p/C.ZALProduct"},
-                 {E_FAIL, 3},
-                 {A, B, C}},
-        RootCase{"FirstProductWhenTwoHaveTheSameName",
-                 {},
-                 {"/p/x", "/p/B.ZALProduct", "/p/one/A.ZALProduct", "/p/two/A.ZALProduct", "/p/C.ZALProduct"},
-                 {E_FAIL, 2},
-                 {}},
-        RootCase{"NamesThatDifferInLetterCaseAreTwo",
-                 {{"a.ZALProduct", {}}, {A, {Elsewhere}}},
-                 {"/p/one/a.ZALProduct", "/p/two/A.ZALProduct"},
-                 {S_OK, 2},
-                 {"a.ZALProduct", A}},
-        RootCase{"ChildrenAreKnownByTheirLetterCase",
-                 {{A, {"b.ZALProduct"}}, {B, {Elsewhere}}},
-                 {"/p/A.ZALProduct", "/p/B.ZALProduct"},
-                 {E_FAIL, 2},
-                 {A, B}},
-        RootCase{"NeverALeaf",
-                 {{"leaf.ZALProduct", {"a.ZALPart", "b.ZALPart"}}, {A, {Elsewhere}}},
-                 {"/p/leaf.ZALProduct", "/p/A.ZALProduct"},
-                 {S_OK, 2},
-                 {"leaf.ZALProduct", A}},
-        RootCase{"FirstProductWhenAllAreLeaves",
-                 {{A, {}}, {B, {}}},
-                 {"/p/x", "/p/A.ZALProduct", "/p/B.ZALProduct"},
-                 {E_FAIL, 2},
-                 {A, B}},
-        RootCase{"FirstOfACircle", {{A, {B}}, {B, {A}}}, {"/p/A.ZALProduct", "/p/B.ZALProduct"}, {S_OK, 1}, {A}},
-        RootCase{"NotOneThatPointsToItself",
-                 {{A, {A, B}}, {B, {}}},
-                 {"/p/B.ZALProduct", "/p/A.ZALProduct"},
-                 {E_FAIL, 1},
-                 {B, A}},
-        RootCase{
-            "KnownChildrenAreNotOpened", {{A, {B}}, {B, {C}}}, {"/p/A.ZALProduct", "/p/B.ZALProduct"}, {S_OK, 1}, {A}},
-        RootCase{"ChildrenAreKnownByNameInAnyFolder",
-                 {{A, {"\\\\server\\elsewhere\\B.ZALProduct"}}, {B, {Elsewhere}}},
-                 {"/p/A.ZALProduct", "/p/sub\\B.ZALProduct"},
-                 {S_OK, 1},
-                 {A}},
-        RootCase{"SecondOfUnreadableProducts",
-                 {},
-                 {"/p/A.ZALProduct", "/p/B.ZALProduct", "/p/C.ZALProduct"},
-                 {E_FAIL, 2},
-                 {A, B, C}}));
+const RootCase RootAmongCases[] = {
+    {"NoFiles", {}, {}, {S_OK, -1}, {}},
+    {"OtherFiles",
+     {},
+     {"/p/a.ZALPart", "/p/ZALProduct", "/p/a.ZALProduct.bak", "/p.ZALProduct/a", "/p/.ZALProduct"},
+     {S_OK, -1},
+     {}},
+    {"OneProductIsNotOpened", {}, {"/p/a.ZALPart", "/p/A.ZALProduct", "/p/b.ZALPart"}, {S_OK, 2}, {}},
+    {"ExtensionInAnyLetterCase", {}, {"/p/a.ZALPart", "/p/A.zalproduct"}, {S_OK, 2}, {}},
+    {"OneAmongThree",
+     {{A, {"/q/B.ZALProduct", "/q/C.ZALProduct"}}, {B, {"/q/C.ZALProduct"}}, {C, {"/q/c.ZALPart"}}},
+     {"/p/C.ZALProduct", "/p/B.ZALProduct", "/p/A.ZALProduct"},
+     {S_OK, 3},
+     {C, B, A}},
+    {"PositionCountsAllFiles",
+     {{A, {B}}, {B, {}}},
+     {"/p/1.ZALPart", "/p/B.ZALProduct", "/p/2.ZALPart", "/p/A.ZALProduct"},
+     {S_OK, 4},
+     {B, A}},
+    {"SecondOfTwoCandidates",
+     {{A, {Elsewhere}}, {B, {Elsewhere}}},
+     {"/p/A.ZALProduct", "/p/B.ZALProduct"},
+     {E_FAIL, 2},
+     {A, B}},
+    {"SecondOfThreeCandidates",
+     {{A, {Elsewhere}}, {B, {Elsewhere}}, {C, {Elsewhere}}},
+     {"/p/A.ZALProduct", "/p/x", "/p/B.ZALProduct", "/p/C.ZALProduct"},
+     {E_FAIL, 3},
+     {A, B, C}},
+    {"FirstProductWhenTwoHaveTheSameName",
+     {},
+     {"/p/x", "/p/B.ZALProduct", "/p/one/A.ZALProduct", "/p/two/A.ZALProduct", "/p/C.ZALProduct"},
+     {E_FAIL, 2},
+     {}},
+    {"NamesThatDifferInLetterCaseAreTwo",
+     {{"a.ZALProduct", {}}, {A, {Elsewhere}}},
+     {"/p/one/a.ZALProduct", "/p/two/A.ZALProduct"},
+     {S_OK, 2},
+     {"a.ZALProduct", A}},
+    {"ChildrenAreKnownByTheirLetterCase",
+     {{A, {"b.ZALProduct"}}, {B, {Elsewhere}}},
+     {"/p/A.ZALProduct", "/p/B.ZALProduct"},
+     {E_FAIL, 2},
+     {A, B}},
+    {"NeverALeaf",
+     {{"leaf.ZALProduct", {"a.ZALPart", "b.ZALPart"}}, {A, {Elsewhere}}},
+     {"/p/leaf.ZALProduct", "/p/A.ZALProduct"},
+     {S_OK, 2},
+     {"leaf.ZALProduct", A}},
+    {"FirstProductWhenAllAreLeaves",
+     {{A, {}}, {B, {}}},
+     {"/p/x", "/p/A.ZALProduct", "/p/B.ZALProduct"},
+     {E_FAIL, 2},
+     {A, B}},
+    {"FirstOfACircle", {{A, {B}}, {B, {A}}}, {"/p/A.ZALProduct", "/p/B.ZALProduct"}, {S_OK, 1}, {A}},
+    {"NotOneThatPointsToItself", {{A, {A, B}}, {B, {}}}, {"/p/B.ZALProduct", "/p/A.ZALProduct"}, {E_FAIL, 1}, {B, A}},
+    {"KnownChildrenAreNotOpened", {{A, {B}}, {B, {C}}}, {"/p/A.ZALProduct", "/p/B.ZALProduct"}, {S_OK, 1}, {A}},
+    {"ChildrenAreKnownByNameInAnyFolder",
+     {{A, {"\\\\server\\elsewhere\\B.ZALProduct"}}, {B, {Elsewhere}}},
+     {"/p/A.ZALProduct", "/p/sub\\B.ZALProduct"},
+     {S_OK, 1},
+     {A}},
+    {"SecondOfUnreadableProducts",
+     {},
+     {"/p/A.ZALProduct", "/p/B.ZALProduct", "/p/C.ZALProduct"},
+     {E_FAIL, 2},
+     {A, B, C}}};
+
+INSTANTIATE_TEST_SUITE_P(Products, RootAmong, ::testing::ValuesIn(RootAmongCases));
 
 TEST_F(RootProduct, OfThousandsOfProductsIsFound)
 {
@@ -227,7 +222,7 @@ TEST_F(RootProduct, NamesOfAFailedQueryAreNotUsed)
 TEST_F(RootProduct, PointedProductsAreAppendedWithoutTheParts)
 {
     Point("A.ZALProduct", {"/q/a.ZALPart", "/q/B.zalproduct", "/q/notes.pdf", "/q/sub\\C.ZALProduct", "ZALProduct"});
-    ZALListValZALUnicodeString names = ListOf({"before"});
+    ZALListValZALUnicodeString names = List({"before"});
     EXPECT_EQ(S_OK, GetPointedProducts("/p/A.ZALProduct", names));
     EXPECT_EQ(E_FAIL, GetPointedProducts("/p/missing.ZALProduct", names));
     EXPECT_THAT(TextsOf(names), ElementsAre("before", "B.zalproduct", "C.ZALProduct"));

@@ -3,7 +3,7 @@
 #include "download/ZALVelmartFileDownloaderExtraction.h"
 #include "openhost/objects/Dispatch.h"
 #include "tests/download/DownloadFixture.h"
-#include "tests/support/FailingMemory.h"
+#include "tests/support/WholeOrLost.h"
 
 #include <gmock/gmock.h>
 
@@ -50,7 +50,7 @@ public:
     }
     void WaitForFolder()
     {
-        WriteFile(Archive(), Body());
+        WriteBytes(Archive(), Body());
         Probe.SetDownloadedFilePath(Archive().c_str());
     }
     /// The end of the scene was told once, as `status`.
@@ -250,8 +250,8 @@ TEST(ScarceMemory, QuestionThatCannotBeAskedFailsTheCheck)
     int failedChecks = 0;
     WithEachAllocationFailing([&](FailingMemory& memory) {
         Scene scene;
-        WriteFile(scene.Archive(), Scene::Body());
-        WriteFile(scene.Part(), "old");
+        WriteBytes(scene.Archive(), Scene::Body());
+        WriteBytes(scene.Part(), "old");
         scene.Surface().Answer(Question, ZALDlgAnswerNo);
         bool hasConflicts = false;
         bool refused = false;
@@ -277,7 +277,7 @@ TEST(ScarceMemory, NothingIsOverwrittenWithoutAnAnswer)
     WithEachAllocationFailing([](FailingMemory& memory) {
         Scene scene;
         scene.WaitForFolder();
-        WriteFile(scene.Part(), "old");
+        WriteBytes(scene.Part(), "old");
         scene.Surface().Answer(Question, ZALDlgAnswerNo);
         memory.During([&] { scene.Probe.OnDownloadLocationDlgOK(); });
         EXPECT_EQ("old", ReadFile(scene.Part()));
@@ -292,7 +292,7 @@ TEST(ScarceMemory, ExtractionClosesItsArchive)
 {
     WithEachAllocationFailing([](FailingMemory& memory) {
         Scene scene;
-        WriteFile(scene.Archive(), Scene::Body());
+        WriteBytes(scene.Archive(), Scene::Body());
         const ZALUnicodeString archive = scene.Archive().c_str();
         const ZALUnicodeString folder = scene.Parts().c_str();
         ZALListValZALUnicodeString files;
@@ -311,7 +311,7 @@ TEST(ScarceMemory, RootProductIsNotTakenFromHalfASearch)
         Scene scene;
         scene.Documents().SetDocument("first of two.ZALProduct", {{"second of two.ZALProduct"}});
         scene.Documents().SetDocument("second of two.ZALProduct", {});
-        WriteFile(scene.Archive(), ZipBytes().Add("second of two.ZALProduct").Add("first of two.ZALProduct").Bytes());
+        WriteBytes(scene.Archive(), ZipBytes().Add("second of two.ZALProduct").Add("first of two.ZALProduct").Bytes());
         std::string first;
         Notification::Status status{};
         ObserveDispatches([&](ZALBaseUnknown*, const ZALNotification& notification) {
@@ -335,8 +335,8 @@ TEST(ScarceMemory, RootProductIsNotTakenFromHalfASearch)
 
 TEST(ScarceMemory, NotificationThatCannotBeFilledTellsAFailure)
 {
-    const ZALListValZALUnicodeString files = ListOf({"/parts/a longer name.ZALPart", "/parts/and one more.ZALPart"});
-    const ZALListValZALUnicodeString warnings = ListOf({"a warning of some length"});
+    const ZALListValZALUnicodeString files = List({"/parts/a longer name.ZALPart", "/parts/and one more.ZALPart"});
+    const ZALListValZALUnicodeString warnings = List({"a warning of some length"});
     const ZALUnicodeString text = "a text of some length";
     const Notification whole(files, Notification::DownloadSucceeded, warnings);
     const Notification told(Notification::DownloadCanceled, text);
@@ -365,14 +365,12 @@ TEST(ScarceMemory, NotificationThatCannotBeFilledTellsAFailure)
 
 TEST(ScarceMemory, WarningsThatCannotBeJoinedAreEmpty)
 {
-    const Notification notification(ListOf({}), Notification::DownloadSucceeded,
-                                    ListOf({"a warning of some length", "and another one, longer still"}));
-    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
-        ZALUnicodeString text;
-        memory.During([&] { text = notification.GetConcatenedWarningsMessageNLS(); });
-        EXPECT_EQ(memory.HasRunOut() ? "" : "a warning of some length\nand another one, longer still", ToUtf8(text));
-    });
-    EXPECT_GT(failures, 0);
+    const Notification notification(List({}), Notification::DownloadSucceeded,
+                                    List({"a warning of some length", "and another one, longer still"}));
+    const ZALUnicodeString joined = "a warning of some length\nand another one, longer still";
+    EXPECT_GT(
+        ExpectWholeOrLost<ZALUnicodeString>(joined, "", [&] { return notification.GetConcatenedWarningsMessageNLS(); }),
+        0);
 }
 
 } // namespace

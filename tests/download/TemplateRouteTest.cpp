@@ -2,7 +2,7 @@
 
 #include "tests/download/DownloadFixture.h"
 #include "tests/support/FailingMemory.h"
-#include "tests/support/ScriptedTemplates.h"
+#include "tests/support/ScriptedCad.h"
 
 #include "objects/Hold.h"
 #include "openhost/objects/Traces.h"
@@ -25,8 +25,8 @@ protected:
     TemplateRoute()
     {
         Probe.SetTemplateSupport(true);
-        WriteFile(Folder() / "installation/resources/msgcatalog/ZALVelmartFileDownloader.ZALNls",
-                  "WarnFileSameNameReused = \"Reused\";\nWarnNoTemplateMultiProduct = \"Several\";\n");
+        WriteBytes(Folder() / "installation/resources/msgcatalog/ZALVelmartFileDownloader.ZALNls",
+                   "WarnFileSameNameReused = \"Reused\";\nWarnNoTemplateMultiProduct = \"Several\";\n");
     }
     ~TemplateRoute() override
     {
@@ -61,6 +61,14 @@ protected:
         const HRESULT result = Start(Request(fileName));
         Loop().RunUntilIdle();
         return result;
+    }
+    /// A whole run for the file "first.stp", with templates that are not used.
+    void FetchBothTemplates()
+    {
+        AnnounceBoth();
+        ServeTemplates();
+        ServeFile(ItemUrl, "a.stp");
+        EXPECT_EQ(S_OK, Download("first"));
     }
     static std::string Request(const std::string& fileName)
     {
@@ -100,7 +108,7 @@ protected:
         return {ToUtf8(part), ToUtf8(product)};
     }
 
-    ScriptedTemplates Workspace{Folder()};
+    ScriptedCad Workspace{Folder()};
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -194,7 +202,7 @@ TEST_F(TemplateRoute, KeepsTheNamesOfTheFilesForAnItemWithoutAName)
 
 TEST_F(TemplateRoute, LooksBesideTheFolderForAnItemWithoutAName)
 {
-    WriteFile(Folder() / "parts.ZALProduct", "");
+    WriteBytes(Folder() / "parts.ZALProduct", "");
     EXPECT_EQ(S_OK, Download(""));
     EXPECT_THAT(
         Receiver.Received,
@@ -208,7 +216,7 @@ TEST_F(TemplateRoute, LooksBesideTheFolderForAnItemWithoutAName)
 
 TEST_F(TemplateRoute, ReusesAFileThatIsThereInsideTheCall)
 {
-    WriteFile(Parts() / "Bolt_1.ZALPart", "old");
+    WriteBytes(Parts() / "Bolt_1.ZALPart", "old");
     const int cursors = BusyCursorCount();
     EXPECT_EQ(S_OK, Start(Request("Bolt:1")));
     EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"Bolt_1.ZALPart"}, {"Reused"})));
@@ -223,7 +231,7 @@ TEST_F(TemplateRoute, ReusesAFileThatIsThereInsideTheCall)
 
 TEST_F(TemplateRoute, ReusesAFileAlsoOfARequestWithoutAnAddress)
 {
-    WriteFile(Parts() / "bolt.ZALProduct", "old");
+    WriteBytes(Parts() / "bolt.ZALProduct", "old");
     EXPECT_EQ(S_OK, Start(R"({"attributes": {"fileName": "bolt"}})"));
     EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"bolt.ZALProduct"}, {"Reused"})));
 }
@@ -242,7 +250,7 @@ TEST_F(TemplateRoute, FetchesNothingForASecondDownloadEvenWithANewTemplate)
 TEST_F(TemplateRoute, WarnsWithAnEmptyTextWithoutACatalog)
 {
     std::filesystem::remove_all(Folder() / "installation");
-    WriteFile(Parts() / "bolt.ZALPart", "old");
+    WriteBytes(Parts() / "bolt.ZALPart", "old");
     EXPECT_EQ(S_OK, Download());
     EXPECT_THAT(Receiver.Received, ElementsAre(Succeeded({"bolt.ZALPart"}, {""})));
 }
@@ -260,10 +268,7 @@ TEST_F(TemplateRoute, FailsForARequestWithoutAnAddress)
 
 TEST_F(TemplateRoute, FetchesATemplateOnce)
 {
-    AnnounceBoth();
-    ServeTemplates();
-    ServeFile(ItemUrl, "a.stp");
-    EXPECT_EQ(S_OK, Download("first"));
+    FetchBothTemplates();
     Announce(
         R"({"zalpartTemplate": "https://velmart.example/other",
                  "zalproductTemplate": "https://velmart.example/other"})");
@@ -274,10 +279,7 @@ TEST_F(TemplateRoute, FetchesATemplateOnce)
 
 TEST_F(TemplateRoute, FetchesATemplateAgainWhoseFileIsGone)
 {
-    AnnounceBoth();
-    ServeTemplates();
-    ServeFile(ItemUrl, "a.stp");
-    EXPECT_EQ(S_OK, Download("first"));
+    FetchBothTemplates();
     std::filesystem::remove(ProductTemplate());
     EXPECT_EQ(S_OK, Download("second"));
     EXPECT_THAT(Requested(), ElementsAre(ItemUrl, PartUrl, ProductUrl, ItemUrl, ProductUrl));
@@ -286,14 +288,11 @@ TEST_F(TemplateRoute, FetchesATemplateAgainWhoseFileIsGone)
 
 TEST_F(TemplateRoute, ForgetsATemplateWhoseFileIsGoneWithoutAnAddress)
 {
-    AnnounceBoth();
-    ServeTemplates();
-    ServeFile(ItemUrl, "a.stp");
-    EXPECT_EQ(S_OK, Download("first"));
+    FetchBothTemplates();
     std::filesystem::remove(PartTemplate());
     Announce("{}");
     EXPECT_EQ(S_OK, Download("second"));
-    WriteFile(PartTemplate(), "back again");
+    WriteBytes(PartTemplate(), "back again");
     EXPECT_THAT(Stored(), ElementsAre("", ProductTemplate().string()));
 }
 
@@ -330,7 +329,7 @@ TEST_F(TemplateRoute, TakesNoTemplateOfAnArchiveWithTwoFilesOrNone)
 TEST_F(TemplateRoute, TakesAFolderOfTemplatesThatIsThere)
 {
     std::filesystem::create_directory(Temp() / "VelmartTemplates");
-    WriteFile(PartTemplate(), "of an earlier session");
+    WriteBytes(PartTemplate(), "of an earlier session");
     AnnounceBoth();
     ServeFile(PartUrl, "any.ZALPart", "fresh");
     ServeFile(ProductUrl, "any.ZALProduct");
@@ -357,10 +356,7 @@ TEST_F(TemplateRoute, TellsTwiceThatTheItemCouldNotBeFetched)
 
 TEST_F(TemplateRoute, KeepsTheStoredTemplatesWhenTheItemCannotBeFetched)
 {
-    AnnounceBoth();
-    ServeTemplates();
-    ServeFile(ItemUrl, "a.stp");
-    EXPECT_EQ(S_OK, Download("first"));
+    FetchBothTemplates();
     ServeEnd(ItemUrl, TransferEnd::Failed);
     EXPECT_EQ(S_OK, Download("second"));
     EXPECT_THAT(Stored(), ElementsAre(PartTemplate().string(), ProductTemplate().string()));
@@ -464,7 +460,7 @@ TEST_F(TemplateRoute, DeletesTheSourcesButNotTheTemplateThatIsRefused)
 TEST_F(TemplateRoute, DeletesTheSourcesBeforeItTellsTheEnd)
 {
     ServeArchive(ItemUrl, {"p.ZALPart", "a.ZALProduct"});
-    WriteFile(Parts() / "p.ZALPart", "old");
+    WriteBytes(Parts() / "p.ZALPart", "old");
     bool sourceThere = true;
     Receiver.OnReceipt = [&] { sourceThere = exists(Temp() / "p.ZALPart"); };
     EXPECT_EQ(S_OK, Download());
@@ -497,7 +493,7 @@ TEST_F(TemplateRoute, DropsTheWarningsOfARunThatFails)
 {
     ServeArchive(ItemUrl, {"a.ZALProduct", "b.ZALProduct"});
     SetSettings(Folder() / "gone", false);
-    WriteFile(Folder() / "gone", "a file");
+    WriteBytes(Folder() / "gone", "a file");
     Probe.SetDownloadRequest(Json(Request("bolt")));
     Probe.OnDownloadLocationForTemplateDlgOK();
     Loop().RunUntilIdle();
@@ -590,7 +586,7 @@ TEST_F(TemplateRoute, DownloaderMayEndInsideTheNotification)
 TEST_F(TemplateRoute, UsesTheFolderAndTheNamesOfItsOwnStart)
 {
     for (const char* name : {"stored.ZALPart", "stored.ZALProduct", "later.ZALPart"})
-        WriteFile(Folder() / name, "template");
+        WriteBytes(Folder() / name, "template");
     const std::string part = (Folder() / "stored.ZALPart").string();
     const std::string product = (Folder() / "stored.ZALProduct").string();
     ZALVliTemplateSupportUtilities::StoreTemplatePathes(FromUtf8(part), FromUtf8(product));
@@ -684,7 +680,7 @@ TEST_F(TemplateRoute, StartRunsOrTheDownloadFails)
 
 TEST_F(TemplateRoute, FileThatIsThereIsToldOrTheDownloadFails)
 {
-    WriteFile(Parts() / "bolt.ZALPart", "old");
+    WriteBytes(Parts() / "bolt.ZALPart", "old");
     Receiver.RemoveSubscriberCallbacks(&Downloader());
     const ZALOmxAny request = Json(R"({"attributes": {"fileName": "bolt"}})");
     const ZALUnicodeString folder = PartsFolder();

@@ -50,14 +50,6 @@ TEST_F(TransferServices, CancelHearsNoMoreThenTakesNoInputThenCancels)
     EXPECT_TRUE(Transport().Last().IsCancelled());
 }
 
-TEST_F(TransferServices, CancelWithoutADialogCancelsAlone)
-{
-    ConfigureFrame({.exists = false});
-    StartTransfer();
-    Probe.OnCancelDownloadProgressDlg();
-    EXPECT_TRUE(Transport().Last().IsCancelled());
-}
-
 TEST_F(TransferServices, EndHearsNoMoreOfRequestAndDialog)
 {
     StartTransfer();
@@ -119,24 +111,6 @@ TEST_F(TransferServices, RunningTransferCountsAsFinished)
     Probe.OnDownloadRequestComplete("/temp/item.zip");
     EXPECT_EQ(cursors + 1, BusyCursorCount());
     EXPECT_EQ("unzip /temp/item.zip", log_.Take({"unzip"}).front());
-}
-
-TEST_F(TransferServices, RecorderPausesOnceTheDialogIsShown)
-{
-    log_.onCall = [&](const std::string& call) {
-        if (call.starts_with("sleep"))
-            EXPECT_NE(nullptr, Surface().Find(ProgressWindow));
-    };
-    const std::pair<CommandOptions, Texts> rows[] = {{{.recorder = true, .capture = true}, {"sleep 2000"}},
-                                                     {{.recorder = true, .replay = true}, {"sleep 2000"}},
-                                                     {{.recorder = true}, {}}};
-    for (const auto& [options, pauses] : rows) {
-        ConfigureCommands(options);
-        StartTransfer();
-        EXPECT_EQ(pauses, log_.Take({"sleep"})) << options.capture << options.replay;
-        Transport().Last().End(TransferEnd::Failed);
-        Loop().RunUntilIdle();
-    }
 }
 
 // ---------------------------------------------------------------------------------------------

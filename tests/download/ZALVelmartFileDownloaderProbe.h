@@ -28,7 +28,6 @@ public:
     {
         return downloader_->GetValidDestinationFolderInSettings(folder);
     }
-    void DisplayDestinationFolderChooserDlg() { downloader_->DisplayDestinationFolderChooserDlg(); }
     void OnDownloadLocationDlgOK() { downloader_->OnDownloadLocationDlgOK(nullptr, nullptr, nullptr); }
     void OnDownloadLocationDlgCANCEL() { downloader_->OnDownloadLocationDlgCANCEL(nullptr, nullptr, nullptr); }
     void OnDownloadLocationForTemplateDlgOK()
@@ -36,7 +35,6 @@ public:
         downloader_->OnDownloadLocationForTemplateDlgOK(nullptr, nullptr, nullptr);
     }
     void OnDownloadRequestComplete(const ZALUnicodeString& path) { downloader_->OnDownloadRequestComplete(path); }
-    void NotifyProgress(std::int32_t percent) { downloader_->NotifyProgress(percent); }
     void OnCancelDownloadProgressDlg() { downloader_->OnCancelDownloadProgressDlg(nullptr, nullptr, nullptr); }
     void FinishExtraction(const ZALUnicodeString& archive, const ZALUnicodeString& folder)
     {
@@ -58,11 +56,6 @@ public:
     const ZALUnicodeString& DownloadedFilePath() const { return downloader_->DownloadedFilePath; }
     void SetDownloadedFilePath(const ZALUnicodeString& path) { downloader_->DownloadedFilePath = path; }
     const ZALVelmartDownloadProgressDlg* ProgressDlg() const { return downloader_->ProgressDlg.Get(); }
-    /// Takes the reference of `download` over.
-    void SetFullDownload(ZALVLIFullDownload* download)
-    {
-        downloader_->FullDownload = ZALInterfaceHandle<ZALVLIFullDownload>::Take(download);
-    }
     ZALVLIFullDownload* FullDownload() const { return downloader_->FullDownload.Get(); }
     HRESULT StartDownloadFromTolva(const ZALOmxAny& request) { return downloader_->StartDownloadFromTolva(request); }
     void OnVliSubscriberEventCB(const ZALOmxUTF8String& message) { downloader_->OnVliSubscriberEventCB(message); }
@@ -70,7 +63,6 @@ public:
     {
         return downloader_->StartDownloadAndApplyTemplates(request, folder);
     }
-    const ZALOmxAny& TemplatesURLs() const { return downloader_->TemplatesURLs; }
 
 private:
     ZALVelmartFileDownloader* downloader_;

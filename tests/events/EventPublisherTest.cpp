@@ -7,7 +7,7 @@
 #include "events/ZALVelmartIntegrationEventSubscriber.h"
 #include "host/panel.h"
 #include "openhost/objects/ClassDictionary.h"
-#include "tests/support/FailingMemory.h"
+#include "tests/support/WholeOrLost.h"
 
 #include <nlohmann/json.hpp>
 
@@ -113,25 +113,15 @@ TEST_F(EventPublisher, AListenerOfTheSubscriberDoesNotCount)
 // ---------------------------------------------------------------------------------------------
 // Sending
 
-TEST_F(EventPublisher, DeliversBeforeTheCallReturns)
+TEST_F(EventPublisher, DeliversByLengthBeforeTheCallReturns)
 {
     Listen();
-    EXPECT_EQ(S_OK, Publisher::SendJSMessage("{\"a\":1}"));
-    EXPECT_EQ(Texts{"{\"a\":1}"}, Messages());
-}
-
-TEST_F(EventPublisher, DeliversByLengthWithZeroBytesInside)
-{
-    Listen();
-    EXPECT_EQ(S_OK, Publisher::SendJSMessage(ZALOmxUTF8String("a\0b", 3)));
-    EXPECT_EQ(Texts{std::string("a\0b", 3)}, Messages());
-}
-
-TEST_F(EventPublisher, DeliversAnEmptyMessage)
-{
-    Listen();
-    EXPECT_EQ(S_OK, Publisher::SendJSMessage(ZALOmxUTF8String()));
-    EXPECT_EQ(Texts{""}, Messages());
+    Texts delivered;
+    for (const std::string& text : {std::string("{\"a\":1}"), std::string("a\0b", 3), std::string()}) {
+        EXPECT_EQ(S_OK, Publisher::SendJSMessage(ZALOmxUTF8String(text.data(), text.size())));
+        delivered.push_back(text);
+        EXPECT_EQ(delivered, Messages());
+    }
 }
 
 TEST_F(EventPublisher, LosesAMessageWithoutAListener)
@@ -174,33 +164,20 @@ TEST_F(EventPublisher, TellsTheEndOfATransactionWithItsPathsInOrder)
     EXPECT_EQ(Texts{R"({"method":"EndTransaction","params":{"filePathes":["/c","/a","/b"]}})"}, Messages());
 }
 
-TEST_F(EventPublisher, TellsTheEndOfATransactionOfOnePath)
-{
-    Listen();
-    EXPECT_EQ(S_OK, Publisher::SendEndTransactionEvent(Paths({"/a"}), "UT5"));
-    EXPECT_EQ(Texts{R"({"method":"EndTransaction","params":{"filePathes":["/a"]}})"}, Messages());
-}
-
 TEST_F(EventPublisher, TheEndOfATransactionWithoutAListenerIsWellAllTheSame)
 {
     EXPECT_EQ(S_OK, Publisher::SendEndTransactionEvent(Paths({"/a"}), "UT5"));
 }
 
-TEST_F(EventPublisher, NoOtherDocumentEnvironmentIsAnnounced)
+TEST_F(EventPublisher, NoOtherDocumentEnvironmentNorAnEmptyListIsAnnounced)
 {
     Listen();
     for (const char* environment : {"File", "", "ut5", "Ut5", "UT5 ", " UT5", "UT", "UT55"}) {
         EXPECT_EQ(E_FAIL, Publisher::SendEndTransactionEvent(Paths({"/a", "/b"}), environment)) << environment;
         EXPECT_EQ(E_FAIL, Publisher::SendEndTransactionEvent({}, environment)) << environment;
     }
+    EXPECT_EQ(E_FAIL, Publisher::SendEndTransactionEvent({}, "UT5")) << "without paths";
     EXPECT_TRUE(Messages().empty());
-    EXPECT_EQ(0, CountOf(MessageClass));
-}
-
-TEST_F(EventPublisher, AnEmptyListIsNotAnnounced)
-{
-    Listen();
-    EXPECT_EQ(E_FAIL, Publisher::SendEndTransactionEvent({}, "UT5"));
     EXPECT_EQ(0, CountOf(MessageClass));
 }
 
@@ -264,42 +241,24 @@ private:
 
 TEST_F(EventPublisher, IsMadeOnceThereIsMemory)
 {
-    Publisher* publisher = nullptr;
-    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
-        memory.During([&] { publisher = Publisher::GetPrtOnUniqueInstance(); });
-        EXPECT_EQ(publisher == nullptr, memory.HasRunOut());
-    });
-    EXPECT_GT(failures, 0);
+    EXPECT_GT(ExpectWholeOrLost(true, false, [] { return Publisher::GetPrtOnUniqueInstance() != nullptr; }), 0);
 }
 
-TEST_F(EventPublisher, ThatCannotBeMadeHasNoListenersAndLosesMessages)
+TEST_F(EventPublisher, ThatCannotBeMadeHasNoListeners)
 {
-    WithEachAllocationFailing([&](FailingMemory& memory) {
-        bool heard = true;
-        memory.During([&] { heard = Publisher::HasJSMessageListeners(); });
-        EXPECT_FALSE(heard);
-    });
+    ExpectWholeOrLost(false, false, [] { return Publisher::HasJSMessageListeners(); });
 }
 
 TEST_F(EventPublisher, MessageBeforeItsInstanceCanBeMadeIsLost)
 {
     const ZALOmxUTF8String message("{}");
-    WithEachAllocationFailing([&](FailingMemory& memory) {
-        HRESULT result = E_FAIL;
-        memory.During([&] { result = Publisher::SendJSMessage(message); });
-        EXPECT_EQ(S_OK, result);
-    });
+    ExpectWholeOrLost(S_OK, S_OK, [&] { return Publisher::SendJSMessage(message); });
 }
 
 TEST_F(EventPublisher, KnowsOfNoListenersWithoutMemory)
 {
     Listen();
-    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
-        bool heard = false;
-        memory.During([&] { heard = Publisher::HasJSMessageListeners(); });
-        EXPECT_EQ(heard, !memory.HasRunOut());
-    });
-    EXPECT_GT(failures, 0);
+    EXPECT_GT(ExpectWholeOrLost(true, false, [] { return Publisher::HasJSMessageListeners(); }), 0);
 }
 
 TEST_F(EventPublisher, MessageIsDeliveredWholeOrNotAtAll)

@@ -26,9 +26,6 @@ public:
     static constexpr auto ShowUploadProgress = &ZALVelmartFindSimilarCmd::ShowUploadProgress;
 
     static ZALVelmartFindSimilarCmd* Running() { return ZALVelmartFindSimilarCmd::runningInstance; }
-    static std::string PartName() { return openhost::ToUtf8(Running()->partName); }
-    static std::string VelmartURL() { return openhost::ToUtf8(Running()->velmartURL); }
-    static std::string TempFilePath() { return openhost::ToUtf8(Running()->tempFilePath); }
     static bool IsUploading() { return static_cast<bool>(Running()->uploadRequest); }
     static ZALBaseUnknown* Request() { return Running()->uploadRequest.Get(); }
     static HRESULT Save(ZALBaseUnknown* object, ZALUnicodeString& zipPath)
@@ -72,12 +69,10 @@ protected:
         Loop().RunUntilIdle();
         EXPECT_EQ(nullptr, Command::Running());
         ResetFrame();
-        leaf_->Release();
-        root_->Release();
-        EXPECT_EQ(0, cad_.livingObjects);
+        EXPECT_EQ(0, cad_.facets);
     }
 
-    void Select(ScriptedProduct& product)
+    void Select(ScriptedObject& product)
     {
         ZALCSO& objects = *ZALFrmEditor::GetCurrentEditor()->GetCSO();
         objects.Empty();
@@ -106,6 +101,13 @@ protected:
         Start();
         ASSERT_TRUE(Command::Running());
         ASSERT_TRUE(Command::IsUploading());
+    }
+    /// The name of the file that has been sent last.
+    std::string UploadedName()
+    {
+        const std::string& body = Transport().Requests().back().body;
+        const std::size_t start = body.find("filename=\"") + 10;
+        return body.substr(start, body.find("\"\r\n", start) - start);
     }
     /// Ends the transfer with `reply`.
     void Reply(const std::string& reply, int code = 200)
@@ -148,8 +150,8 @@ protected:
     std::filesystem::path LightFile() const { return Temp() / "VLUploadedLVRFile.lvr"; }
 
     ScriptedCad cad_;
-    ScriptedProduct* root_ = new ScriptedProduct(cad_, "Root");
-    ScriptedProduct* leaf_ = new ScriptedProduct(cad_, "Leaf");
+    ScriptedObject* root_ = &cad_.MakeProduct("Root");
+    ScriptedObject* leaf_ = &cad_.MakeProduct("Leaf");
 };
 
 } // namespace openhost::testing

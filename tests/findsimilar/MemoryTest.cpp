@@ -33,8 +33,9 @@ protected:
         EXPECT_EQ(nullptr, Surface().Find(ProgressDialog));
         // One whose end there was no memory to ask for stays with its parent, out of sight.
         for (const char* name : {"UploadWarningPopup", "FileDownloadErrorNotify"})
-            if (const ZALDialog* question = Surface().Find(name))
+            if (const ZALDialog* question = Surface().Find(name)) {
                 EXPECT_FALSE(ZALDialogNode::Of(*question).visible) << name;
+            }
         EXPECT_TRUE(SubscribersOf(ZALMeridiaAccessServices::GetMeridiaDialogEventPublisher(),
                                   ZALDlgWindCloseNotification::ClassName())
                         .empty());
@@ -172,7 +173,7 @@ TEST_F(FindSimilarMemory, AnUploadIsUnderWayOrHasFailed)
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
         EndAll();
         Start();
-        const ZALUnicodeString file = FromUtf8(Command::TempFilePath());
+        const ZALUnicodeString file = FromUtf8(Zip().string());
         const ZALUnicodeString url = UploadUrl;
         HRESULT result = S_FALSE;
         memory.During([&] { result = Command::Upload(file, url); });

@@ -14,15 +14,18 @@ class FindSimilarStart : public FindSimilarFixture {};
 class EndFixture : public FindSimilarFixture {
 public:
     using FindSimilarFixture::cad_;
+    using FindSimilarFixture::Errors;
     using FindSimilarFixture::leaf_;
     using FindSimilarFixture::Loop;
     using FindSimilarFixture::OpenReadyPanel;
+    using FindSimilarFixture::Page;
     using FindSimilarFixture::Reply;
     using FindSimilarFixture::ReportOver;
     using FindSimilarFixture::ReportReady;
     using FindSimilarFixture::Start;
     using FindSimilarFixture::StartUpload;
     using FindSimilarFixture::Surface;
+    using FindSimilarFixture::Traced;
     using FindSimilarFixture::Transport;
     using FindSimilarFixture::Zip;
 };
@@ -40,6 +43,7 @@ TEST_F(FindSimilarStart, ThatMeetsARunningOneIsRefusedAndForgetsIt)
     EXPECT_TRUE(Command::Running());
     Loop().RunUntilIdle();
     EXPECT_EQ(nullptr, Command::Running());
+    EXPECT_EQ(1U, EndsAskedFor());
     EXPECT_EQ(Transport().Count(), requests);
     EXPECT_TRUE(Transport().Last().IsRunning());
 
@@ -88,8 +92,9 @@ TEST_F(FindSimilarStart, HasItsNameAndItsModeBesideTheRunningCommand)
 TEST_F(FindSimilarStart, HoldsTheObjectWhileTheUserIsWarned)
 {
     OpenReadyPanel();
-    auto* part = new ScriptedProduct(cad_, "Part");
-    part->isReference = part->offersAlias = true;
+    auto* part = new ScriptedObject(cad_, nullptr, "Part", ScriptedObject::OfProduct);
+    part->isReference = true;
+    part->Offer("ZALIAlias");
     part->alias = "Bolt";
     Select(*part);
     const ZALBaseUnknown_WR weak(part);
@@ -101,24 +106,24 @@ TEST_F(FindSimilarStart, HoldsTheObjectWhileTheUserIsWarned)
         object->Release();
     });
     Start();
-    EXPECT_EQ("Bolt", Command::PartName());
+    EXPECT_EQ("Bolt.zip", UploadedName());
     EXPECT_EQ(nullptr, weak.GetComponent());
 }
 
 /// An object that does not say that it is one.
-class Unasked : public ScriptedProduct {
+class Unasked : public ScriptedObject {
 public:
-    using ScriptedProduct::ScriptedProduct;
+    using ScriptedObject::ScriptedObject;
     int IsAKindOf(const char* className) const override
     {
-        return std::string(className) == "ZALBaseUnknown" ? 0 : ScriptedProduct::IsAKindOf(className);
+        return std::string(className) == "ZALBaseUnknown" ? 0 : ScriptedObject::IsAKindOf(className);
     }
 };
 
 TEST_F(FindSimilarStart, TakesTheSelectedObjectForWhatItIs)
 {
     OpenReadyPanel();
-    auto* part = new Unasked(cad_, "Part");
+    auto* part = new Unasked(cad_, nullptr, "Part", ScriptedObject::OfProduct);
     Select(*part);
     Start();
     EXPECT_TRUE(Errors().empty());
@@ -168,7 +173,8 @@ TEST_F(FindSimilarStart, WithoutAnEditorOrItsSetOfObjectsFails)
 
 TEST_F(FindSimilarStart, TakesTheFirstOfSeveralObjects)
 {
-    leaf_->offersAlias = root_->offersAlias = true;
+    leaf_->Offer("ZALIAlias");
+    root_->Offer("ZALIAlias");
     leaf_->alias = "First";
     leaf_->isReference = root_->isReference = true;
     root_->alias = "Second";
@@ -179,7 +185,7 @@ TEST_F(FindSimilarStart, TakesTheFirstOfSeveralObjects)
     ZALFrmEditor::GetCurrentEditor()->GetCSO()->InitElementList();
     ZALFrmEditor::GetCurrentEditor()->GetCSO()->NextElement();
     StartUpload();
-    EXPECT_EQ("First", Command::PartName());
+    EXPECT_EQ("First.zip", UploadedName());
     EXPECT_TRUE(Errors().empty());
 }
 
@@ -206,17 +212,6 @@ TEST_F(FindSimilarStart, WarnsWithEmptyTextsWhenTheCatalogHasNone)
     StartUpload();
     EXPECT_EQ("", Surface().Questions().front().title);
     EXPECT_EQ("", Surface().Questions().front().text);
-}
-
-TEST_F(FindSimilarStart, EndsWithAMessageWhenTheUserDeclines)
-{
-    OpenReadyPanel();
-    Surface().Answer("UploadWarningPopup", 4);
-    Start();
-    EXPECT_EQ(Texts{"CommandHasBeenCancelled"}, Errors());
-    EXPECT_TRUE(HasEnded());
-    EXPECT_TRUE(cad_.calls.empty());
-    EXPECT_TRUE(Transport().Requests().empty());
 }
 
 TEST_F(FindSimilarStart, GoesOnAtAnyOtherAnswer)
@@ -256,24 +251,25 @@ TEST_F(FindSimilarStart, NamesTheUploadByTheAliasThatCounts)
         const char* alias;
         const char* aliasOfReference;
         const char* name;
-    } rows[] = {{"an instance", true, false, true, true, true, "Leaf.1", "Bolt", "Bolt"},
-                {"a reference product", true, true, true, true, true, "Self", "Bolt", "Self"},
-                {"an instance without a reference product", true, false, false, true, false, "Leaf.1", "", "PartLVR"},
-                {"no product", false, false, false, true, false, "Pad", "", "Pad"},
-                {"nothing with an alias", true, false, false, false, false, "", "", "PartLVR"},
-                {"a reference product without an alias", true, false, true, true, false, "Leaf.1", "", "PartLVR"},
-                {"a reference product of no name", true, false, true, true, true, "Leaf.1", "", "PartLVR"}};
+    } rows[] = {
+        {"an instance", true, false, true, true, true, "Leaf.1", "Bolt", "Bolt.zip"},
+        {"a reference product", true, true, true, true, true, "Self", "Bolt", "Self.zip"},
+        {"an instance without a reference product", true, false, false, true, false, "Leaf.1", "", "PartLVR.zip"},
+        {"no product", false, false, false, true, false, "Pad", "", "Pad.zip"},
+        {"nothing with an alias", true, false, false, false, false, "", "", "PartLVR.zip"},
+        {"a reference product without an alias", true, false, true, true, false, "Leaf.1", "", "PartLVR.zip"},
+        {"a reference product of no name", true, false, true, true, true, "Leaf.1", "", "PartLVR.zip"}};
     OpenReadyPanel();
     for (const auto& row : rows) {
-        leaf_->offersProduct = row.isProduct;
+        leaf_->Offer("ZALIProduct", row.isProduct);
         leaf_->isReference = row.isReference;
         leaf_->reference = row.hasReference ? root_ : nullptr;
-        leaf_->offersAlias = row.offersAlias;
-        root_->offersAlias = row.referenceOffersAlias;
+        leaf_->Offer("ZALIAlias", row.offersAlias);
+        root_->Offer("ZALIAlias", row.referenceOffersAlias);
         leaf_->alias = row.alias;
         root_->alias = row.aliasOfReference;
         Start();
-        EXPECT_EQ(row.name, Command::PartName()) << row.object;
+        EXPECT_EQ(row.name, UploadedName()) << row.object;
         Reply("");
     }
 }
@@ -281,40 +277,20 @@ TEST_F(FindSimilarStart, NamesTheUploadByTheAliasThatCounts)
 TEST_F(FindSimilarStart, LooksForNameAndDisplayOnceTheUserHasBeenWarned)
 {
     OpenReadyPanel();
-    leaf_->isReference = leaf_->offersAlias = true;
+    leaf_->isReference = true;
+    leaf_->Offer("ZALIAlias");
     leaf_->alias = "Before";
     Loop().Post([this] {
         EXPECT_TRUE(cad_.calls.empty());
         leaf_->alias = "After";
     });
     Start();
-    EXPECT_EQ("After", Command::PartName());
+    EXPECT_EQ("After.zip", UploadedName());
     EXPECT_EQ(1U, cad_.calls.size());
 }
 
 // ---------------------------------------------------------------------------------------------
 // The file
-
-TEST_F(FindSimilarStart, FailsForAnObjectWithoutADisplay)
-{
-    OpenReadyPanel();
-    leaf_->offersDisplay = false;
-    Start();
-    EXPECT_EQ(Texts{"SaveAsLVRFailure"}, Errors());
-    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : E_FAIL : "));
-    EXPECT_TRUE(HasEnded());
-    EXPECT_FALSE(std::filesystem::exists(Zip()));
-}
-
-TEST_F(FindSimilarStart, FailsForADisplayWithoutARepresentation)
-{
-    OpenReadyPanel();
-    leaf_->hasRepresentation = false;
-    Start();
-    EXPECT_EQ(Texts{"SaveAsLVRFailure"}, Errors());
-    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : E_FAIL : "));
-    EXPECT_TRUE(cad_.calls.empty());
-}
 
 TEST_F(FindSimilarStart, LeavesThePathAloneWhenTheExportFails)
 {
@@ -329,7 +305,7 @@ TEST_F(FindSimilarStart, LeavesThePathAloneWhenTheExportFails)
     EXPECT_EQ("before", pathAfterFailure());
     leaf_->hasRepresentation = false;
     EXPECT_EQ("before", pathAfterFailure());
-    leaf_->offersDisplay = false;
+    leaf_->Offer("ZALI3DGeoVisu", false);
     EXPECT_EQ("before", pathAfterFailure());
     EXPECT_EQ(3, std::ranges::count(Traces(), trace + "before\n"));
 }
@@ -340,7 +316,6 @@ TEST_F(FindSimilarStart, LeavesTheZipFileAndNoLightFile)
     EXPECT_EQ(Texts{"Write light file " + LightFile().string()}, cad_.calls);
     EXPECT_TRUE(std::filesystem::exists(Zip()));
     EXPECT_FALSE(std::filesystem::exists(LightFile()));
-    EXPECT_EQ(Command::TempFilePath(), Zip().string());
     EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : S_OK : " + Zip().string()));
     Reply(R"({"data":{"query":"q"}})");
     EXPECT_TRUE(std::filesystem::exists(Zip()));
@@ -369,27 +344,17 @@ TEST_F(FindSimilarStart, ReplacesTheZipFileOfAnEarlierRun)
     EXPECT_NE(ReadFile(Zip()), bytes);
 }
 
-TEST_F(FindSimilarStart, FailsByTheSizeOfAZipFileThatCannotBeWritten)
-{
-    OpenReadyPanel();
-    std::filesystem::create_directory(Zip());
-    Start();
-    EXPECT_TRUE(Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : S_OK : " + Zip().string()));
-    EXPECT_EQ(Texts{"SaveAsLVRFailure"}, Errors());
-    EXPECT_TRUE(HasEnded());
-}
-
 // ---------------------------------------------------------------------------------------------
 // The panel
 
-constexpr const char* Page1 = "categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true";
+constexpr const char* FirstPage = "categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true";
 
 TEST_F(FindSimilarStart, OpensThePanelAndPointsItAtTheCatalogue)
 {
     Start();
     ASSERT_TRUE(Panel::Current());
-    EXPECT_EQ(Texts{std::string(VelmartServiceUrl) + Page1}, Page().Urls());
-    EXPECT_TRUE(Traced(std::string("ZALVelmartFindSimilarCmd::UsedVelmartURL : ") + VelmartServiceUrl + Page1));
+    EXPECT_EQ(Texts{std::string(VelmartServiceUrl) + FirstPage}, Page().Urls());
+    EXPECT_TRUE(Traced(std::string("ZALVelmartFindSimilarCmd::UsedVelmartURL : ") + VelmartServiceUrl + FirstPage));
     EXPECT_TRUE(Transport().Requests().empty());
     EXPECT_TRUE(Errors().empty());
     EXPECT_FALSE(HasEnded());
@@ -399,7 +364,7 @@ TEST_F(FindSimilarStart, TellsThePageOfAPanelThatWasOpen)
 {
     Panel::Open();
     Start();
-    EXPECT_EQ(Texts{std::string(VelmartServiceUrl) + Page1 + "&addinmode=zalorq7"}, Page().Urls());
+    EXPECT_EQ(Texts{std::string(VelmartServiceUrl) + FirstPage + "&addinmode=zalorq7"}, Page().Urls());
 }
 
 TEST_F(FindSimilarStart, TakesTheAddressOfTheServiceFromTheEnvironment)
@@ -407,13 +372,13 @@ TEST_F(FindSimilarStart, TakesTheAddressOfTheServiceFromTheEnvironment)
     for (const char* address : {"http://127.0.0.1:8080/app", "http://127.0.0.1:8080/app/"}) {
         setenv("VL_Test_Url", address, 1);
         Start();
-        EXPECT_EQ(Texts{std::string("http://127.0.0.1:8080/app/") + Page1}, Page().Urls());
+        EXPECT_EQ(Texts{std::string("http://127.0.0.1:8080/app/") + FirstPage}, Page().Urls());
         Panel::Close();
         EXPECT_TRUE(HasEnded());
     }
     setenv("VL_Test_Url", "", 1);
     Start();
-    EXPECT_EQ(Command::VelmartURL(), std::string(VelmartServiceUrl) + Page1);
+    EXPECT_EQ(Texts{std::string(VelmartServiceUrl) + FirstPage}, Page().Urls());
 }
 
 TEST_F(FindSimilarStart, StaysIdleWithoutAPanelAndIsMetByTheNext)
@@ -450,15 +415,6 @@ TEST_F(FindSimilarStart, UploadsAtOnceWhenThePageIsReady)
     EXPECT_EQ(Transport().Requests().at(0).url, UploadUrl);
 }
 
-TEST_F(FindSimilarStart, EndsInSilenceWhenThePageTakesNoUploads)
-{
-    OpenReadyPanel("");
-    Start();
-    EXPECT_TRUE(HasEnded());
-    EXPECT_TRUE(Errors().empty());
-    EXPECT_TRUE(Transport().Requests().empty());
-}
-
 TEST_F(FindSimilarStart, WaitsForThePageAndThenUploads)
 {
     Start();
@@ -469,14 +425,6 @@ TEST_F(FindSimilarStart, WaitsForThePageAndThenUploads)
     EXPECT_TRUE(Command::IsUploading());
 }
 
-TEST_F(FindSimilarStart, EndsInSilenceWhenThePageComesWithoutAnUploadAddress)
-{
-    Start();
-    ReportReady("");
-    EXPECT_TRUE(HasEnded());
-    EXPECT_TRUE(Errors().empty());
-}
-
 TEST_F(FindSimilarStart, GoesOnWaitingWhenAnotherPageComes)
 {
     Start();
@@ -484,30 +432,6 @@ TEST_F(FindSimilarStart, GoesOnWaitingWhenAnotherPageComes)
     EXPECT_FALSE(HasEnded());
     ReportReady();
     EXPECT_TRUE(Command::IsUploading());
-}
-
-TEST_F(FindSimilarStart, EndsWithItsUploadWhenThePageIsReadyOnceMore)
-{
-    StartUpload();
-    ReportOver();
-    EXPECT_TRUE(Errors().empty());
-    ReportReady();
-    EXPECT_EQ(Texts{"FindSimilarAlreadyRunning"}, Errors());
-    EXPECT_TRUE(HasEnded());
-    EXPECT_FALSE(Transport().At(0).IsRunning());
-    EXPECT_EQ(1U, Transport().Count());
-    EXPECT_EQ(1U, Errors().size());
-}
-
-TEST_F(FindSimilarStart, EndsInSilenceWithItsUploadWhenThePageTakesNoMoreUploads)
-{
-    StartUpload();
-    ReportOver();
-    ReportReady("");
-    EXPECT_EQ(1U, EndsAskedFor());
-    EXPECT_TRUE(HasEnded());
-    EXPECT_TRUE(Errors().empty());
-    EXPECT_FALSE(Transport().Last().IsRunning());
 }
 
 TEST_F(FindSimilarStart, EndsInSilenceWhenTheHostEndsItBeforeThePageIsReady)
@@ -532,14 +456,6 @@ TEST_F(FindSimilarStart, HoldsNoAddinBehindItsEnd)
     Panel::End();
     Loop().RunUntilIdle();
     EXPECT_EQ(nullptr, weak.GetComponent());
-}
-
-TEST_F(FindSimilarStart, EndsInSilenceWhenThePanelIsClosedBeforeThePageIsReady)
-{
-    Start();
-    Panel::Close();
-    EXPECT_TRUE(HasEnded());
-    EXPECT_TRUE(Errors().empty());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -580,11 +496,16 @@ TEST_F(FindSimilarStart, ShowsNoEmptyError)
     EXPECT_TRUE(HasEnded());
 }
 
-/// An end of the command, and how often it asks for it.
+// ---------------------------------------------------------------------------------------------
+// Ends
+
+/// An end of the command.
 struct WayToEnd {
     const char* name;
     void (*go)(EndFixture& on);
-    std::size_t ends = 1;
+    Texts errors{};          ///< the keys of what the user is told
+    std::size_t uploads = 0; ///< requests that were made; none of them goes on
+    std::size_t ends = 1;    ///< how often the command asks for its end
 
     friend std::ostream& operator<<(std::ostream& stream, const WayToEnd& way) { return stream << way.name; }
 };
@@ -595,103 +516,178 @@ TEST_P(FindSimilarEnd, IsAskedForByTheCommandItself)
 {
     GetParam().go(*this);
     Loop().RunUntilIdle();
-    EXPECT_EQ(EndsAskedFor(), GetParam().ends);
+    EXPECT_EQ(GetParam().errors, Errors());
+    EXPECT_EQ(GetParam().uploads, Transport().Requests().size());
+    EXPECT_TRUE(Transport().Count() == 0 || !Transport().Last().IsRunning());
+    EXPECT_EQ(GetParam().ends, EndsAskedFor());
     EXPECT_EQ(nullptr, Command::Running());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Ways, FindSimilarEnd,
-    ::testing::Values(WayToEnd{"AlreadyRunning",
-                               [](EndFixture& on) {
-                                   on.StartUpload();
-                                   on.Start();
-                               }},
-                      WayToEnd{"NoSelection",
-                               [](EndFixture& on) {
-                                   ZALFrmEditor::GetCurrentEditor()->GetCSO()->Empty();
-                                   on.Start();
-                               }},
-                      WayToEnd{"Declined",
-                               [](EndFixture& on) {
-                                   on.Surface().Answer("UploadWarningPopup", 4);
-                                   on.Start();
-                               }},
-                      WayToEnd{"NoDisplay",
-                               [](EndFixture& on) {
-                                   on.leaf_->offersDisplay = false;
-                                   on.Start();
-                               }},
-                      WayToEnd{"NoZipFile",
-                               [](EndFixture& on) {
-                                   std::filesystem::create_directory(on.Zip());
-                                   on.Start();
-                               }},
-                      WayToEnd{"TooLarge",
-                               [](EndFixture& on) {
-                                   std::string noise(11'000'000, '\0');
-                                   std::uint32_t state = 1;
-                                   for (char& byte : noise)
-                                       byte = static_cast<char>((state = state * 1664525 + 1013904223) >> 24);
-                                   on.cad_.lightFileContent = noise;
-                                   on.Start();
-                               }},
-                      WayToEnd{"NoAddin",
-                               [](EndFixture& on) {
-                                   ClassDictionary::Instance().RemoveCreation(AddinClass);
-                                   on.Start();
-                                   ClassDictionary::Instance().AddCreation(
-                                       AddinClass, []() -> ZALBaseUnknown* { return new ZALVelmartMeridiaAccessAddin; },
-                                       "creation");
-                               }},
-                      WayToEnd{"NoUploadAddress",
-                               [](EndFixture& on) {
-                                   on.OpenReadyPanel("");
-                                   on.Start();
-                               }},
-                      WayToEnd{"NoUploadAddressLater",
-                               [](EndFixture& on) {
-                                   on.Start();
-                                   on.ReportReady("");
-                               }},
-                      WayToEnd{"Refused",
-                               [](EndFixture& on) {
-                                   on.OpenReadyPanel();
-                                   on.Transport().RefuseNext();
-                                   on.Start();
-                               }},
-                      WayToEnd{"ReadyOnceMore",
-                               [](EndFixture& on) {
-                                   on.StartUpload();
-                                   on.ReportOver();
-                                   on.ReportReady();
-                                   on.Loop().RunUntilIdle();
-                               }},
-                      WayToEnd{"PanelClosed",
-                               [](EndFixture& on) {
-                                   on.Start();
-                                   Panel::Close();
-                               }},
-                      WayToEnd{"PanelClosedInTheUpload",
-                               [](EndFixture& on) {
-                                   on.StartUpload();
-                                   Panel::Close();
-                               },
-                               2},
-                      WayToEnd{"Answered",
-                               [](EndFixture& on) {
-                                   on.StartUpload();
-                                   on.Reply(R"({"data":{"query":"q"}})");
-                               }},
-                      WayToEnd{"AnsweredBadly",
-                               [](EndFixture& on) {
-                                   on.StartUpload();
-                                   on.Reply("nonsense");
-                               }},
-                      WayToEnd{"AnsweredWithoutAPanel", [](EndFixture& on) {
-                                   on.StartUpload();
-                                   Panel::End();
-                                   on.Reply(R"({"data":{"query":"q"}})");
-                               }}));
+constexpr const char* Answer = R"({"data":{"query":"q"}})";
+
+const WayToEnd Ways[] = {
+    {"NoSelection",
+     [](EndFixture& on) {
+         ZALFrmEditor::GetCurrentEditor()->GetCSO()->Empty();
+         on.Start();
+     },
+     {"UnableToRetrieveSelection"}},
+    {"Declined",
+     [](EndFixture& on) {
+         on.Surface().Answer("UploadWarningPopup", 4);
+         on.Start();
+         EXPECT_TRUE(on.cad_.calls.empty());
+     },
+     {"CommandHasBeenCancelled"}},
+    {"NoDisplay",
+     [](EndFixture& on) {
+         on.leaf_->Offer("ZALI3DGeoVisu", false);
+         on.Start();
+         EXPECT_FALSE(std::filesystem::exists(on.Zip()));
+     },
+     {"SaveAsLVRFailure"}},
+    {"NoRepresentation",
+     [](EndFixture& on) {
+         on.leaf_->hasRepresentation = false;
+         on.Start();
+         EXPECT_TRUE(on.cad_.calls.empty());
+     },
+     {"SaveAsLVRFailure"}},
+    {"NoZipFile",
+     [](EndFixture& on) {
+         std::filesystem::create_directory(on.Zip());
+         on.Start();
+         EXPECT_TRUE(on.Traced("ZALVelmartFindSimilarCmd::SaveAsTempLVR : S_OK : " + on.Zip().string()));
+     },
+     {"SaveAsLVRFailure"}},
+    {"TooLarge",
+     [](EndFixture& on) {
+         std::string noise(11'000'000, '\0');
+         std::uint32_t state = 1;
+         for (char& byte : noise)
+             byte = static_cast<char>((state = state * 1664525 + 1013904223) >> 24);
+         on.cad_.lightFileContent = noise;
+         on.Start();
+     },
+     {"LVRFileisTooBig"}},
+    {"NoAddin",
+     [](EndFixture& on) {
+         ClassDictionary::Instance().RemoveCreation(AddinClass);
+         on.Start();
+         ClassDictionary::Instance().AddCreation(
+             AddinClass, []() -> ZALBaseUnknown* { return new ZALVelmartMeridiaAccessAddin; }, "creation");
+     },
+     {"UnableToRetrieveVLAddin"}},
+    {"NoUploadAddress",
+     [](EndFixture& on) {
+         on.OpenReadyPanel("");
+         on.Start();
+     }},
+    {"NoUploadAddressLater",
+     [](EndFixture& on) {
+         on.Start();
+         on.ReportReady("");
+     }},
+    {"NoUploadAddressAnyMore",
+     [](EndFixture& on) {
+         on.StartUpload();
+         on.ReportOver();
+         on.ReportReady("");
+     },
+     {},
+     1},
+    {"FileGone",
+     [](EndFixture& on) {
+         on.Start();
+         std::filesystem::remove(on.Zip());
+         on.ReportReady();
+     },
+     {"LVRUploadFailure"}},
+    {"FileEmpty",
+     [](EndFixture& on) {
+         on.Start();
+         std::ofstream(on.Zip(), std::ios::trunc).flush();
+         on.ReportReady();
+     },
+     {"LVRUploadFailure"}},
+    {"Refused",
+     [](EndFixture& on) {
+         on.OpenReadyPanel();
+         on.Transport().RefuseNext();
+         on.Start();
+     },
+     {"LVRUploadFailure"},
+     1},
+    {"ReadyOnceMore",
+     [](EndFixture& on) {
+         on.StartUpload();
+         on.ReportOver();
+         EXPECT_TRUE(on.Errors().empty());
+         on.ReportReady();
+     },
+     {"FindSimilarAlreadyRunning"},
+     1},
+    {"PanelClosed",
+     [](EndFixture& on) {
+         on.Start();
+         Panel::Close();
+     }},
+    {"PanelClosedInTheUpload",
+     [](EndFixture& on) {
+         on.StartUpload();
+         Panel::Close();
+     },
+     {"LVRUploadFailure"},
+     1,
+     2},
+    {"TransferFailed",
+     [](EndFixture& on) {
+         on.StartUpload();
+         on.Transport().Last().End(TransferEnd::Failed);
+     },
+     {"LVRUploadFailure"},
+     1},
+    {"Answered",
+     [](EndFixture& on) {
+         on.StartUpload();
+         on.Reply(Answer);
+     },
+     {},
+     1},
+    {"AnsweredBadly",
+     [](EndFixture& on) {
+         on.StartUpload();
+         on.Reply("nonsense");
+     },
+     {"LVRUploadFailure"},
+     1},
+    {"AnsweredToAPageThatTakesNoScript",
+     [](EndFixture& on) {
+         on.StartUpload();
+         on.Page().takesScripts = false;
+         on.Reply(Answer);
+     },
+     {"SearchResultFailure"},
+     1},
+    {"AnsweredToAPanelThatTakesNoAddress",
+     [](EndFixture& on) {
+         on.StartUpload();
+         on.ReportOver();
+         on.Page().takesUrls = false;
+         on.Reply(Answer);
+     },
+     {},
+     1},
+    {"AnsweredWithoutAPanel",
+     [](EndFixture& on) {
+         on.StartUpload();
+         Panel::End(); // without a word to the command
+         on.Reply(Answer);
+     },
+     {"UnableToRetrieveMeridiaAccessDialog"},
+     1}};
+
+INSTANTIATE_TEST_SUITE_P(Ways, FindSimilarEnd, ::testing::ValuesIn(Ways));
 
 } // namespace
 

@@ -25,12 +25,6 @@ protected:
                 values += value;
         return values;
     }
-    std::string UploadedName()
-    {
-        const std::string& body = Transport().Requests().back().body;
-        const std::size_t start = body.find("filename=\"") + 10;
-        return body.substr(start, body.find("\"\r\n", start) - start);
-    }
 };
 
 const std::string Query = R"({"data":{"query":"q1"}})";
@@ -57,28 +51,20 @@ TEST_F(FindSimilarUpload, PostsTheZipFileAsAForm)
     EXPECT_EQ("multipart/form-data; boundary=----WebKitFormBoundaryA9TZlwqNn7lCilAD", Header("Content-Type"));
 }
 
-TEST_F(FindSimilarUpload, BlanksWhatNoFileNameHolds)
+TEST_F(FindSimilarUpload, NamesItsFileByWhatAFileNameHoldsOfTheAlias)
 {
-    leaf_->isReference = leaf_->offersAlias = true;
-    leaf_->alias = R"(a\b/c:d?e"f<g>h|i*j.k)";
-    StartUpload();
-    EXPECT_EQ("a b c d e f g h i*j.k.zip", UploadedName());
-}
-
-TEST_F(FindSimilarUpload, KeepsLettersOfAnyScriptInTheName)
-{
-    leaf_->isReference = leaf_->offersAlias = true;
-    leaf_->alias = "Bügel \u4E2D \U0001F529";
-    StartUpload();
-    EXPECT_EQ("Bügel \u4E2D \U0001F529.zip", UploadedName());
-}
-
-TEST_F(FindSimilarUpload, EndsTheNameAtAZeroCharacter)
-{
-    leaf_->isReference = leaf_->offersAlias = true;
-    leaf_->alias = std::string("Bolt\0M8", 7);
-    StartUpload();
-    EXPECT_EQ("Bolt", UploadedName());
+    const std::pair<std::string, const char*> rows[] = {{R"(a\b/c:d?e"f<g>h|i*j.k)", "a b c d e f g h i*j.k.zip"},
+                                                        {"Bügel \u4E2D \U0001F529", "Bügel \u4E2D \U0001F529.zip"},
+                                                        {std::string("Bolt\0M8", 7), "Bolt"}};
+    leaf_->isReference = true;
+    leaf_->Offer("ZALIAlias");
+    OpenReadyPanel();
+    for (const auto& [alias, name] : rows) {
+        leaf_->alias = alias;
+        Start();
+        EXPECT_EQ(name, UploadedName());
+        Reply(Query);
+    }
 }
 
 TEST_F(FindSimilarUpload, TakesNoEmptyPathOrAddress)
@@ -148,25 +134,6 @@ TEST_F(FindSimilarUpload, MeasuresNoTimeWhileTheTraceIsOff)
     EXPECT_GE(ZALVelmartIntegrationDebug::Chrono::GetElapsed(), 100U);
     EXPECT_EQ(Traces().size(), before);
     EXPECT_EQ(Texts{Script}, Page().Scripts());
-}
-
-TEST_F(FindSimilarUpload, FailsWhenItsFileHasGone)
-{
-    Start();
-    std::filesystem::remove(Zip());
-    ReportReady();
-    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
-    EXPECT_TRUE(HasEnded());
-    EXPECT_TRUE(Transport().Requests().empty());
-}
-
-TEST_F(FindSimilarUpload, FailsWhenItsFileIsEmpty)
-{
-    Start();
-    std::ofstream(Zip(), std::ios::trunc).flush();
-    ReportReady();
-    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
-    EXPECT_TRUE(HasEnded());
 }
 
 TEST_F(FindSimilarUpload, FailsWhenTheHostRefusesToSend)
@@ -267,14 +234,23 @@ TEST_F(FindSimilarUpload, GoesOnWhenTheUserClosesTheProgress)
 // ---------------------------------------------------------------------------------------------
 // The reply
 
-TEST_F(FindSimilarUpload, LetsAReadyPageSearchForTheQuery)
+TEST_F(FindSimilarUpload, LetsAReadyPageSearchForTheQueryOfEachReply)
 {
-    StartUpload();
-    Reply(Query);
-    EXPECT_EQ(Texts{Script}, Page().Scripts());
+    const std::pair<const char*, int> replies[] = {
+        {R"({"data":{"query":"q1"}})", 200},
+        {R"({"data":{"query":"q1"}})", 500},
+        {R"({"status":"ok","data":{"hits":3,"query":"q1","more":{}},"z":[1]})", 200}};
+    OpenReadyPanel();
+    Texts expected;
+    for (const auto& [reply, status] : replies) {
+        Start();
+        Reply(reply, status);
+        expected.push_back(Script);
+        EXPECT_EQ(expected, Page().Scripts()) << reply << status;
+        EXPECT_TRUE(HasEnded());
+    }
     EXPECT_TRUE(Page().Urls().empty());
     EXPECT_TRUE(Errors().empty());
-    EXPECT_TRUE(HasEnded());
 }
 
 TEST_F(FindSimilarUpload, BringsThePanelToTheSearchWhenThePageHasGone)
@@ -352,29 +328,6 @@ TEST_F(FindSimilarUpload, EndsItsProgressBeforeItTellsAFailure)
     EXPECT_EQ((Texts{ProgressDialog, "FileDownloadErrorNotify", "the command"}), ended);
 }
 
-TEST_F(FindSimilarUpload, DoesNotLookAtTheStatusOfTheReply)
-{
-    StartUpload();
-    Reply(Query, 500);
-    EXPECT_EQ(Texts{Script}, Page().Scripts());
-    EXPECT_TRUE(Errors().empty());
-}
-
-TEST_F(FindSimilarUpload, IgnoresOtherMembersOfTheReply)
-{
-    StartUpload();
-    Reply(R"({"status":"ok","data":{"hits":3,"query":"q1","more":{}},"z":[1]})");
-    EXPECT_EQ(Texts{Script}, Page().Scripts());
-}
-
-TEST_F(FindSimilarUpload, FailsWhenTheTransferFails)
-{
-    StartUpload();
-    Transport().Last().End(TransferEnd::Failed);
-    EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
-    EXPECT_TRUE(HasEnded());
-}
-
 TEST_F(FindSimilarUpload, PassesAQueryOnAsItComes)
 {
     const struct {
@@ -398,34 +351,6 @@ TEST_F(FindSimilarUpload, PassesAQueryOnAsItComes)
     }
     EXPECT_EQ(expected, Page().Scripts());
     EXPECT_TRUE(Errors().empty());
-}
-
-TEST_F(FindSimilarUpload, TellsThatTheSearchCannotBeDelivered)
-{
-    StartUpload();
-    Page().takesScripts = false;
-    Reply(Query);
-    EXPECT_EQ(Texts{"SearchResultFailure"}, Errors());
-    EXPECT_TRUE(HasEnded());
-}
-
-TEST_F(FindSimilarUpload, TellsNothingWhenThePanelRefusesTheSearchPage)
-{
-    StartUpload();
-    ReportOver();
-    Page().takesUrls = false;
-    Reply(Query);
-    EXPECT_TRUE(Errors().empty());
-    EXPECT_TRUE(HasEnded());
-}
-
-TEST_F(FindSimilarUpload, TellsThatThePanelHasGone)
-{
-    StartUpload();
-    Panel::End(); // without a word to the command
-    Reply(Query);
-    EXPECT_EQ(Texts{"UnableToRetrieveMeridiaAccessDialog"}, Errors());
-    EXPECT_TRUE(HasEnded());
 }
 
 TEST_F(FindSimilarUpload, EndsInSilenceInAPanelWithoutTheAddin)
@@ -493,16 +418,6 @@ TEST_F(FindSimilarUpload, SurvivesAPanelThatIsClosedWhileAnErrorIsShown)
     EXPECT_FALSE(Panel::Current());
     EXPECT_EQ(Texts{"LVRUploadFailure"}, Errors());
     EXPECT_TRUE(HasEnded());
-}
-
-TEST_F(FindSimilarUpload, CanBeFollowedByAnother)
-{
-    StartUpload();
-    Reply(Query);
-    Start();
-    Reply(Query);
-    EXPECT_EQ((Texts{Script, Script}), Page().Scripts());
-    EXPECT_TRUE(Errors().empty());
 }
 
 } // namespace

@@ -22,22 +22,22 @@ constexpr const char* Bolt = "/p/b";
 
 class OperationValues : public OperationFixture {
 protected:
-    OperationValues() : Father(MakeProduct("Father")), Selected(MakeProduct("Selected"))
+    OperationValues()
     {
-        Selected->father = Father.get();
-        Cad().loaded[Bolt] = Father.get();
+        Selected.father = &Father;
+        Cad().loaded[Bolt] = &Father;
     }
     ~OperationValues() override { Loop().RunUntilIdle(); }
 
     void Run(PanelAction action)
     {
         ZALVelmartMeridiaAccessAddinActionCmdProbe command(action);
-        const Owned<ZALPathElement> path(PathTo(*Selected));
+        const Owned<ZALPathElement> path(PathTo(Selected));
         EXPECT_TRUE(command.InsertOrReplace(path.get(), List({Bolt}), "UT5"));
     }
 
-    Owned<ScriptedProduct> Father;
-    Owned<ScriptedProduct> Selected;
+    ScriptedObject& Father = MakeProduct("Father");
+    ScriptedObject& Selected = MakeProduct("Selected");
 };
 
 TEST_F(OperationValues, AreFreedBeforeThePartNumberIsChecked)
@@ -63,18 +63,11 @@ TEST_F(OperationValues, OfAnInsertAreFreedTheMethodFirst)
             freed.Watch(files.array, "array");
             freed.Watch(method, "method");
         };
-        Selected->addResult = result;
+        Selected.addResult = result;
         ConfigureFrame({});
         Run(ActionInsert);
         EXPECT_THAT(freed.Names(), ElementsAre("method", "array")) << result;
     }
-}
-
-TEST_F(OperationValues, OfARefusedInsertAreFollowedByNoCheck)
-{
-    Selected->addResult = E_FAIL;
-    Cad().onFind = [] { ADD_FAILURE() << "checked"; };
-    Run(ActionInsert);
 }
 
 TEST_F(OperationValues, WithoutMemoryRefuseTheOperation)
@@ -84,7 +77,7 @@ TEST_F(OperationValues, WithoutMemoryRefuseTheOperation)
                                                         {ActionReplace, sizeof(char16_t) * (std::strlen(Bolt) + 1)}};
     for (const auto& [action, size] : rows) {
         ZALVelmartMeridiaAccessAddinActionCmdProbe command(action);
-        const Owned<ZALPathElement> path(PathTo(*Selected));
+        const Owned<ZALPathElement> path(PathTo(Selected));
         command.Prepare(path.get(), List({Bolt}), "UT5");
         {
             const NoMemoryForSize scarce(size);
@@ -100,7 +93,7 @@ TEST_F(OperationValues, WithoutMemoryRefuseTheOperation)
 TEST_F(OperationValues, OfAnOpeningAreMadeBetweenTwoWaitCursors)
 {
     int opens = 0;
-    Cad().onOpen = [&] {
+    Cad().OnCall = [&](const std::string&) {
         ++opens;
         EXPECT_EQ(2, BusyCursorCount());
         EXPECT_EQ(1, LivingTexts());
@@ -126,13 +119,13 @@ TEST_F(OperationValues, OfAnOpeningWithoutMemoryAreToldAllTheSame)
 
 TEST_F(OperationValues, OfADocumentThatComesWithAFailureAreNotChecked)
 {
-    Selected->names = {""};
-    Cad().findResult = E_INVALIDARG;
-    EXPECT_EQ(E_FAIL, CheckPartNumberConflict(Selected.get(), Bolt));
+    Selected.names = {""};
+    Cad().answers["Find"] = E_INVALIDARG;
+    EXPECT_EQ(E_FAIL, CheckPartNumberConflict(&Selected, Bolt));
     EXPECT_THAT(Cad().calls, IsEmpty());
-    EXPECT_EQ(0, Cad().livingObjects);
-    Cad().findResult = S_FALSE;
-    EXPECT_EQ(S_OK, CheckPartNumberConflict(Selected.get(), Bolt));
+    EXPECT_EQ(0, Cad().facets);
+    Cad().answers["Find"] = S_FALSE;
+    EXPECT_EQ(S_OK, CheckPartNumberConflict(&Selected, Bolt));
     EXPECT_EQ(1U, Surface().Questions().size());
 }
 

@@ -103,9 +103,9 @@ TEST_P(CommandOfAnAction, HearsNoMoreOfTheDownloaderBeforeItsAgentsEnd)
         std::function<void()> ended_;
     };
     ScriptedCad cad;
-    const Owned<ScriptedProduct> father(new ScriptedProduct(cad, "Father"));
-    const Owned<ScriptedProduct> child(new ScriptedProduct(cad, "Child"));
-    child->father = child->reference = father.get();
+    ScriptedObject& father = cad.MakeProduct("Father");
+    ScriptedObject& child = cad.MakeProduct("Child");
+    child.father = child.reference = &father;
     auto* command = new Command(GetParam(), ZALOmxAny()); // of a download that cannot start
     Loop().RunUntilIdle();
     int ends = 0;
@@ -114,8 +114,8 @@ TEST_P(CommandOfAnAction, HearsNoMoreOfTheDownloaderBeforeItsAgentsEnd)
             ++ends;
             EXPECT_THAT(Waiting(), IsEmpty());
         }));
-        path->AddChildElement(father.get());
-        path->AddChildElement(child.get());
+        path->AddChildElement(&father);
+        path->AddChildElement(&child);
         EXPECT_TRUE(DialogEngine::Current().Offer(path.get()).accepted);
     }
     EXPECT_THAT(Waiting(), ElementsAre(command));
@@ -132,17 +132,6 @@ TEST_P(CommandOfAnAction, ReleasesTheAgentsOfTheGraphBefore)
     WatchAgents(freed, command);
     command.BuildGraph();
     EXPECT_THAT(freed.Names(), ElementsAre("Selection", "ActionAgent", "CancelAgent"));
-}
-
-TEST_P(CommandOfAnAction, KeepsNoAgentOfAGraphThatCannotBeFinished)
-{
-    WithEachAllocationFailing([&](FailingMemory& memory) {
-        Probe command(GetParam());
-        EXPECT_NO_THROW(memory.During([&] { command.BuildGraph(); }));
-        for (const ZALDialogAgent* agent :
-             {static_cast<ZALDialogAgent*>(command.Selection()), command.Good(), command.Cancel()})
-            EXPECT_EQ(memory.HasRunOut(), agent == nullptr);
-    });
 }
 
 TEST_P(CommandOfAnAction, HasItsOwnResourcesUpToLevelZero)

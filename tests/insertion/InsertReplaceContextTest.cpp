@@ -1,13 +1,10 @@
 // Where an insert or a replace may start, and what the user is told when it may not.
 
-#include "tests/support/HostFixture.h"
+#include "tests/insertion/OperationFixture.h"
 
 #include "insertion/DocumentInsertion.h"
-#include "openhost/dialogs/DialogNode.h"
 
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 
 namespace openhost::testing {
 
@@ -15,15 +12,7 @@ namespace {
 
 constexpr const char* DefaultText = "Transaction has failed";
 
-class InsertReplaceContext : public HostFixture {
-protected:
-    void InstallCatalog(const std::string& lines)
-    {
-        const std::filesystem::path folder = Folder() / "installation" / "resources" / "msgcatalog";
-        std::filesystem::create_directories(folder);
-        std::ofstream(folder / "ZALVelmartMeridiaAccessAddinActionCmd.ZALNls") << lines;
-    }
-};
+class InsertReplaceContext : public WorkspaceFixture {};
 
 // ---------------------------------------------------------------------------------------------
 // The check
@@ -57,27 +46,16 @@ TEST_P(InsertAndReplace, AreRefusedInAnyOtherWorkshop)
     EXPECT_EQ(6U, Surface().Questions().size());
 }
 
-TEST_P(InsertAndReplace, AreRefusedWithoutAnEditor)
-{
-    ConfigureFrame({.workshop = "PRDWorkshop", .editor = false});
-    EXPECT_EQ(E_FAIL, CheckInsertReplaceContext(GetParam()));
-    EXPECT_EQ(1U, Surface().Questions().size());
-}
-
-TEST_P(InsertAndReplace, AreRefusedWithoutAFrame)
-{
-    ConfigureFrame({.exists = false, .editor = true});
-    EXPECT_EQ(E_FAIL, CheckInsertReplaceContext(GetParam()));
-    ASSERT_EQ(1U, Surface().Questions().size());
-    EXPECT_EQ("", Surface().Questions()[0].parent);
-}
-
-TEST_P(InsertAndReplace, AreRefusedWithTheTextOfTheirKey)
+TEST_P(InsertAndReplace, AreRefusedWithoutAnEditorAndWithoutAFrame)
 {
     InstallCatalog("InvalidContextForInsertReplace = \"Not here\";\n");
-    EXPECT_EQ(E_FAIL, CheckInsertReplaceContext(GetParam()));
-    ASSERT_EQ(1U, Surface().Questions().size());
-    EXPECT_EQ("Not here", Surface().Questions()[0].text);
+    for (const bool exists : {true, false}) {
+        ConfigureFrame({.exists = exists, .workshop = "PRDWorkshop", .editor = !exists});
+        EXPECT_EQ(E_FAIL, CheckInsertReplaceContext(GetParam()));
+        EXPECT_EQ("Not here", Surface().Questions().back().text);
+        EXPECT_EQ(exists ? "MainWindow" : "", Surface().Questions().back().parent);
+    }
+    EXPECT_EQ(2U, Surface().Questions().size());
 }
 
 INSTANTIATE_TEST_SUITE_P(Actions, InsertAndReplace, ::testing::Values(3, 4));
@@ -107,17 +85,12 @@ TEST_F(InsertReplaceContext, TheMessageOfAKeyComesFromTheCatalogOfTheCommand)
     EXPECT_EQ(DefaultText, Surface().Questions()[1].text);
 }
 
-TEST_F(InsertReplaceContext, AnEmptyTextIsNotShown)
+TEST_F(InsertReplaceContext, ATextIsShownUnlessItIsEmpty)
 {
     ShowCommandErrorText("");
     EXPECT_TRUE(Surface().Questions().empty());
-}
-
-TEST_F(InsertReplaceContext, ATextOfOneCharacterIsShown)
-{
     ShowCommandErrorText("x");
-    ASSERT_EQ(1U, Surface().Questions().size());
-    EXPECT_EQ("x", Surface().Questions()[0].text);
+    EXPECT_EQ(Texts{"x"}, QuestionTexts());
 }
 
 TEST_F(InsertReplaceContext, TheMessageEndsBetweenEvents)
@@ -135,24 +108,6 @@ TEST_F(InsertReplaceContext, TheFrameMayEndWhileTheMessageIsUp)
     ShowCommandErrorText("x");
     Loop().RunUntilIdle();
     EXPECT_TRUE(LiveDialogs().empty());
-}
-
-// ---------------------------------------------------------------------------------------------
-// Opening
-
-TEST_F(InsertReplaceContext, AnEmptyListIsNotOpened)
-{
-    EXPECT_EQ(E_FAIL, OpenDownloadedDocument({}, "File"));
-    EXPECT_EQ(0, BusyCursorCount());
-}
-
-TEST_F(InsertReplaceContext, OpeningWithoutAFrameFails)
-{
-    ResetFrame();
-    ZALListValZALUnicodeString paths;
-    paths.Append("/parts/a.ZALPart");
-    EXPECT_EQ(E_FAIL, OpenDownloadedDocument(paths, "UT5"));
-    EXPECT_TRUE(Notifications().empty());
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 
 #include "tests/insertion/OperationFixture.h"
 #include "tests/insertion/ZALVelmartMeridiaAccessAddinActionCmdProbe.h"
-#include "tests/support/FailingMemory.h"
+#include "tests/support/WholeOrLost.h"
 
 #include "download/ZALVelmartFileDownloadCompleteNotification.h"
 #include "download/ZALVelmartFileDownloader.h"
@@ -24,12 +24,11 @@ constexpr const char* Bolt = "/parts/of/the/user/bolt.ZALPart";
 class InsertionWithoutMemory : public OperationFixture {
 protected:
     InsertionWithoutMemory()
-        : Father(MakeProduct("Father")), Selected(MakeProduct("Selected")), root_(MakeProduct("Root"))
     {
-        Selected->father = Father.get();
-        Selected->reference = root_.get();
-        root_->partNumber = "a part number of some length";
-        Cad().loaded[Bolt] = root_.get();
+        Selected.father = &Father;
+        Selected.reference = &root_;
+        root_.texts[0] = "a part number of some length";
+        Cad().loaded[Bolt] = &root_;
         // What lasts as long as the process has found its memory.
         ZALVelmartFileDownloader::GetInstance();
         Complete::MetaObject();
@@ -42,13 +41,13 @@ protected:
         Loop().RunUntilIdle();
         const std::size_t dialogs = LiveDialogs().size();
         const std::size_t questions = Surface().Questions().size();
-        const int objects = Cad().livingObjects;
+        const int objects = Cad().facets;
         EXPECT_NO_THROW(memory.During(call));
         Loop().RunUntilIdle();
         // A message stays only when it was answered and there was no memory to ask for its end.
         const bool answered = Surface().Questions().size() > questions && Surface().Questions().back().answer != -1;
         EXPECT_LE(LiveDialogs().size(), dialogs + (answered && memory.HasRunOut() ? 1 : 0));
-        EXPECT_EQ(Cad().livingObjects, objects);
+        EXPECT_EQ(Cad().facets, objects);
         EXPECT_EQ(0, LivingTexts() + LivingArrays());
     }
     /// How often the user has been told `text`.
@@ -62,11 +61,11 @@ protected:
     ScriptedCad& Cad() { return OperationFixture::Cad(); }
     const ScriptedCad& Cad() const { return const_cast<InsertionWithoutMemory*>(this)->Cad(); }
 
-    Owned<ScriptedProduct> Father;
-    Owned<ScriptedProduct> Selected;
+    ScriptedObject& Father = MakeProduct("Father");
+    ScriptedObject& Selected = MakeProduct("Selected");
 
 private:
-    Owned<ScriptedProduct> root_;
+    ScriptedObject& root_ = MakeProduct("Root");
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -118,12 +117,12 @@ TEST_F(InsertionWithoutMemory, AnOpeningFailsAndIsToldAllTheSame)
 TEST_F(InsertionWithoutMemory, ThePartNumberCheckFailsOrWarns)
 {
     const ZALUnicodeString bolt(Bolt);
-    Selected->names = {"another part number of some length", "a part number of some length"};
+    Selected.names = {"another part number of some length", "a part number of some length"};
     int failures = 0;
     EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
                   HRESULT result = S_FALSE;
                   const std::size_t questions = Surface().Questions().size();
-                  WithoutException(memory, [&] { result = CheckPartNumberConflict(Selected.get(), bolt); });
+                  WithoutException(memory, [&] { result = CheckPartNumberConflict(&Selected, bolt); });
                   EXPECT_TRUE(result == S_OK || (result == E_FAIL && memory.HasRunOut()));
                   failures += FAILED(result);
                   EXPECT_TRUE(memory.HasRunOut() || Surface().Questions().size() == questions + 1);
@@ -136,7 +135,7 @@ class EitherActionWithoutMemory : public InsertionWithoutMemory, public ::testin
 
 TEST_P(EitherActionWithoutMemory, ChangesTheWorkspaceOrTellsTheUser)
 {
-    const Owned<ZALPathElement> path(PathTo(*Selected));
+    const Owned<ZALPathElement> path(PathTo(Selected));
     const ZALListValZALUnicodeString files = List({Bolt});
     EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
                   Probe command(GetParam());
@@ -170,7 +169,7 @@ TEST_P(EitherActionWithoutMemory, ChangesTheWorkspaceOrTellsTheUser)
 
 TEST_F(InsertionWithoutMemory, AQuestionThatCannotBeAskedReplacesAllInstances)
 {
-    const Owned<ZALPathElement> path(PathTo(*Selected));
+    const Owned<ZALPathElement> path(PathTo(Selected));
     int unasked = 0;
     WithEachAllocationFailing([&](FailingMemory& memory) {
         Probe command(ActionReplace);
@@ -195,14 +194,15 @@ INSTANTIATE_TEST_SUITE_P(Actions, EitherActionWithoutMemory, ::testing::Values(A
 
 TEST_F(InsertionWithoutMemory, AGraphIsBuiltWholeOrHasNoAgent)
 {
-    EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
-                  Probe command(ActionInsert);
-                  WithoutException(memory, [&] { command.BuildGraph(); });
-                  EXPECT_EQ(command.Selection() != nullptr, !memory.HasRunOut());
-                  EXPECT_EQ(command.Good() != nullptr, !memory.HasRunOut());
-                  EXPECT_EQ(command.Cancel() != nullptr, !memory.HasRunOut());
-              }),
-              10);
+    for (const PanelAction action : {ActionInsert, ActionReplace, ActionOpen})
+        EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
+                      Probe command(action);
+                      WithoutException(memory, [&] { command.BuildGraph(); });
+                      EXPECT_EQ(command.Selection() != nullptr, !memory.HasRunOut());
+                      EXPECT_EQ(command.Good() != nullptr, !memory.HasRunOut());
+                      EXPECT_EQ(command.Cancel() != nullptr, !memory.HasRunOut());
+                  }),
+                  10);
 }
 
 TEST_F(InsertionWithoutMemory, ASelectionIsRefused)
@@ -212,7 +212,7 @@ TEST_F(InsertionWithoutMemory, ASelectionIsRefused)
     command->AddRef(); // beyond its end, which comes without a request
     const Owned<ZALVelmartMeridiaAccessAddinActionCmd> held(command);
     Loop().RunUntilIdle();
-    const Owned<ZALPathElement> path(PathTo(*Selected));
+    const Owned<ZALPathElement> path(PathTo(Selected));
     DialogEngine::Current().Offer(path.get());
     EXPECT_TRUE(Probe::CheckSelectionOf(*command));
     EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
@@ -287,11 +287,8 @@ TEST_F(InsertionWithoutMemory, TheNameOfAFileIsEmpty)
     Probe command(ActionInsert);
     for (const auto name : {&ZALVelmartMeridiaAccessAddinActionCmd::GetResourceFilename,
                             &ZALVelmartMeridiaAccessAddinActionCmd::GetResourceClass})
-        EXPECT_EQ(1, WithEachAllocationFailing([&](FailingMemory& memory) {
-                      ZALString text("before");
-                      EXPECT_NO_THROW(memory.During([&] { text = (command.Command().*name)(0); }));
-                      EXPECT_EQ(text.GetLengthInChar() == 0, memory.HasRunOut());
-                  }));
+        EXPECT_EQ(1, ExpectWholeOrLost<ZALString>("ZALVelmartMeridiaAccessAddinActionCmd", "",
+                                                  [&] { return (command.Command().*name)(0); }));
 }
 
 } // namespace

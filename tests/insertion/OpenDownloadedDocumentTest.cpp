@@ -45,41 +45,29 @@ TEST_F(OpenDownloaded, OtherEnvironmentsAreNotTold)
 
 TEST_F(OpenDownloaded, TheResultIsThatOfTheHostAndARefusalIsToldAllTheSame)
 {
-    for (const HRESULT result : {E_FAIL, E_INVALIDARG, S_FALSE}) {
-        Cad().openResult = result;
-        Cad().givesDocument = result >= 0;
-        EXPECT_EQ(OpenDownloadedDocument(List({"/p/a.ZALPart"}), "UT5"), result);
-    }
-    EXPECT_EQ(3U, Messages().size());
+    for (const HRESULT result : {E_FAIL, E_INVALIDARG, S_FALSE})
+        for (const bool gives : {true, false}) { // what comes with a failure is released
+            Cad().answers["Open"] = result;
+            Cad().givesDocument = gives;
+            EXPECT_EQ(result, OpenDownloadedDocument(List({"/p/a.ZALPart"}), "UT5"));
+        }
+    EXPECT_EQ(6U, Messages().size());
     EXPECT_TRUE(Surface().Questions().empty());
 }
 
-TEST_F(OpenDownloaded, ADocumentThatComesWithAFailureIsReleased)
+TEST_F(OpenDownloaded, WithoutFrameApplicationOrDocumentsFailsAndTellsNothing)
 {
-    Cad().openResult = E_FAIL;
-    EXPECT_EQ(E_FAIL, OpenDownloadedDocument(List({"/p/a.ZALPart"}), "File"));
-}
-
-TEST_F(OpenDownloaded, AnApplicationWithoutDocumentsFailsAndTellsNothing)
-{
+    const auto fails = [&](const char* without, int cursors) {
+        const int before = BusyCursorCount();
+        EXPECT_EQ(E_FAIL, OpenDownloadedDocument(List({"/p/a.ZALPart"}), "UT5")) << without;
+        EXPECT_EQ(before + cursors, BusyCursorCount()) << without;
+    };
     Cad().hasDocuments = false;
-    EXPECT_EQ(E_FAIL, OpenDownloadedDocument(List({"/p/a.ZALPart"}), "UT5"));
-    EXPECT_EQ(1, BusyCursorCount());
-    EXPECT_TRUE(Messages().empty());
-}
-
-TEST_F(OpenDownloaded, AFrameThatIsNoApplicationFailsAndTellsNothing)
-{
+    fails("documents", 1);
     Cad().offersApplication = false;
-    EXPECT_EQ(E_FAIL, OpenDownloadedDocument(List({"/p/a.ZALPart"}), "UT5"));
-    EXPECT_EQ(1, BusyCursorCount());
-    EXPECT_TRUE(Messages().empty());
-}
-
-TEST_F(OpenDownloaded, WithoutAFrameNothingIsOpened)
-{
+    fails("application", 1);
     ResetFrame();
-    EXPECT_EQ(E_FAIL, OpenDownloadedDocument(List({"/p/a.ZALPart"}), "UT5"));
+    fails("frame", 0);
     EXPECT_TRUE(Cad().calls.empty());
     EXPECT_TRUE(Messages().empty());
 }
@@ -89,25 +77,22 @@ TEST_F(OpenDownloaded, WithoutAFrameNothingIsOpened)
 
 class PartNumberConflict : public OperationFixture {
 protected:
-    PartNumberConflict() : target_(MakeProduct("Target")), root_(MakeProduct("Root"))
+    PartNumberConflict()
     {
-        root_->partNumber = "BOLT-12";
-        Cad().loaded["/p/bolt.ZALPart"] = root_.get();
+        Root.texts[0] = "BOLT-12";
+        Cad().loaded["/p/bolt.ZALPart"] = &Root;
     }
 
-    HRESULT Check() { return CheckPartNumberConflict(target_.get(), "/p/bolt.ZALPart"); }
-    ScriptedProduct& Target() { return *target_; }
-    ScriptedProduct& Root() { return *root_; }
+    HRESULT Check() { return CheckPartNumberConflict(&Target, "/p/bolt.ZALPart"); }
 
-private:
-    Owned<ScriptedProduct> target_;
-    Owned<ScriptedProduct> root_;
+    ScriptedObject& Target = MakeProduct("Target");
+    ScriptedObject& Root = MakeProduct("Root");
 };
 
 TEST_F(PartNumberConflict, IsToldWithThePartNumber)
 {
     InstallCatalog("PartNumberConflict = \"/P1 is taken /P2\";\n");
-    Target().names = {"NUT-4", "BOLT-12"};
+    Target.names = {"NUT-4", "BOLT-12"};
     EXPECT_EQ(S_OK, Check());
     ASSERT_EQ(1U, Surface().Questions().size());
     const ScriptedSurface::Question& question = Surface().Questions()[0];
@@ -119,21 +104,21 @@ TEST_F(PartNumberConflict, IsToldWithThePartNumber)
 
 TEST_F(PartNumberConflict, HasADefaultText)
 {
-    Target().names = {"BOLT-12"};
+    Target.names = {"BOLT-12"};
     EXPECT_EQ(S_OK, Check());
     EXPECT_EQ(Texts{"Part Number conflict detected"}, QuestionTexts());
 }
 
 TEST_F(PartNumberConflict, IsForIdenticalTextsOnly)
 {
-    Target().names = {"bolt-12", "BOLT-1", "BOLT-123", "", "Bolt-12"};
+    Target.names = {"bolt-12", "BOLT-1", "BOLT-123", "", "Bolt-12"};
     EXPECT_EQ(S_OK, Check());
     EXPECT_TRUE(Surface().Questions().empty());
 }
 
 TEST_F(PartNumberConflict, EndsTheLookingAtTheFirstHit)
 {
-    Target().names = {std::nullopt, "NUT-4", "BOLT-12", "BOLT-12", "OTHER"};
+    Target.names = {std::nullopt, "NUT-4", "BOLT-12", "BOLT-12", "OTHER"};
     EXPECT_EQ(S_OK, Check());
     EXPECT_EQ((Texts{"GetEntries of Target", "GetItem 1", "GetItem 2", "GetItem 3"}), Cad().calls);
     EXPECT_EQ(1U, Surface().Questions().size());
@@ -141,7 +126,7 @@ TEST_F(PartNumberConflict, EndsTheLookingAtTheFirstHit)
 
 TEST_F(PartNumberConflict, PassesOverNullEntriesUpToTheLastOne)
 {
-    Target().names = {std::nullopt, "NUT-4", std::nullopt};
+    Target.names = {std::nullopt, "NUT-4", std::nullopt};
     EXPECT_EQ(S_OK, Check());
     EXPECT_EQ(4U, Cad().calls.size());
     EXPECT_TRUE(Surface().Questions().empty());
@@ -149,55 +134,40 @@ TEST_F(PartNumberConflict, PassesOverNullEntriesUpToTheLastOne)
 
 TEST_F(PartNumberConflict, OfAnEmptyPartNumberIsOneWithAnEmptyName)
 {
-    Root().partNumber = "";
-    Target().names = {""};
+    Root.texts[0] = "";
+    Target.names = {""};
     EXPECT_EQ(S_OK, Check());
     EXPECT_EQ(1U, Surface().Questions().size());
 }
 
-TEST_F(PartNumberConflict, NeedsADocumentInTheWorkspace)
+TEST_F(PartNumberConflict, NeedsADocumentInTheWorkspaceWithARootThatIsAProduct)
 {
-    Cad().loaded.clear();
-    Target().names = {"BOLT-12"};
+    Target.names = {"BOLT-12"};
+    Root.Offer("ZALIProduct", false);
     EXPECT_EQ(E_FAIL, Check());
-    EXPECT_TRUE(Cad().calls.empty());
-}
-
-TEST_F(PartNumberConflict, NeedsARootProduct)
-{
     Cad().loaded["/p/bolt.ZALPart"] = nullptr;
     EXPECT_EQ(E_FAIL, Check());
-    EXPECT_TRUE(Cad().calls.empty());
-}
-
-TEST_F(PartNumberConflict, NeedsARootThatIsAProduct)
-{
-    Root().offersProduct = false;
+    Cad().loaded.clear();
     EXPECT_EQ(E_FAIL, Check());
     EXPECT_TRUE(Cad().calls.empty());
 }
 
 TEST_F(PartNumberConflict, NeedsAccessToNamesAndANameServer)
 {
-    Target().offersNameServer = false;
+    Target.Offer("ZALINameServerAccess", false);
     EXPECT_EQ(E_FAIL, Check());
-    Target().offersNameServer = true;
-    Target().hasNameServer = false;
+    Target.Offer("ZALINameServerAccess");
+    Target.hasNameServer = false;
     EXPECT_EQ(E_FAIL, Check());
     EXPECT_TRUE(Cad().calls.empty());
     EXPECT_TRUE(Surface().Questions().empty());
 }
 
-TEST_F(PartNumberConflict, WithoutAListEndsWithOne)
-{
-    Target().hasEntries = false;
-    EXPECT_EQ(1, Check());
-    EXPECT_TRUE(Surface().Questions().empty());
-}
-
-TEST_F(PartNumberConflict, IsNoneInAnEmptyList)
+TEST_F(PartNumberConflict, IsNoneInAnEmptyListAndEndsWithOneWithoutAList)
 {
     EXPECT_EQ(S_OK, Check());
+    Target.hasEntries = false;
+    EXPECT_EQ(1, Check());
     EXPECT_TRUE(Surface().Questions().empty());
 }
 

@@ -4,6 +4,7 @@
 #include "tests/support/Files.h"
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Lists.h"
 #include "tests/support/Objects.h"
 #include "tests/support/ScriptedCad.h"
 
@@ -21,24 +22,13 @@
 
 namespace openhost::testing {
 
-inline ZALListValZALUnicodeString List(const Texts& items)
-{
-    ZALListValZALUnicodeString list;
-    for (const std::string& item : items)
-        list.Append(item.c_str());
-    return list;
-}
-
 /// A scripted workspace without anything in it.
 class WorkspaceFixture : public HostFixture {
 protected:
-    ~WorkspaceFixture() override { EXPECT_EQ(0, cad_.livingObjects); }
+    ~WorkspaceFixture() override { EXPECT_EQ(0, cad_.facets); }
 
     ScriptedCad& Cad() { return cad_; }
-    Owned<ScriptedProduct> MakeProduct(const std::string& name)
-    {
-        return Owned<ScriptedProduct>(new ScriptedProduct(cad_, name));
-    }
+    ScriptedObject& MakeProduct(const std::string& name) { return cad_.MakeProduct(name); }
     /// Installs the command's message catalog with `lines`.
     void InstallCatalog(const std::string& lines)
     {
@@ -64,7 +54,7 @@ protected:
               ASSERT_TRUE(message);
               questionsBeforeMessage_ = Surface().Questions().size();
               textsAtMessage_ = LivingTexts() + LivingArrays();
-              objectsAtMessage_ = Cad().livingObjects;
+              objectsAtMessage_ = Cad().facets;
               messages_.emplace_back(message->GetData(), message->GetDataLength());
           })
     {

@@ -4,7 +4,6 @@
 #include "events/ZALVelmartIntegrationEventSubscriber.h"
 #include "host/panel.h"
 #include "openhost/documents/CadDocument.h"
-#include "openhost/files/Md5.h"
 #include "tests/journeys/JourneyFixture.h"
 #include "tests/support/Listener.h"
 #include "tests/support/Places.h"
@@ -123,26 +122,6 @@ TEST_F(BridgeJourney, ArchivesAndRawFilesComeInTheOrderOfTheirKeys)
     EXPECT_THAT(FilesInParts(), SizeIs(completion.files.size()));
 }
 
-TEST_F(BridgeJourney, TheComponentAnswersInsideTheCall)
-{
-    OnRequest = [](const json&) { Deliver({"/srv/a.ZALProduct", "/srv/b.ZALPart"}); };
-    const std::size_t before = Listener().Completions().size();
-    EXPECT_EQ(S_OK, JourneyFixture::Send("velmart_download", RequestOf("bearing-unit-20")));
-    ASSERT_EQ(before + 1, Listener().Completions().size()) << "before the message returns";
-    EXPECT_THAT(Listener().Completions().back().files, ElementsAre("/srv/a.ZALProduct", "/srv/b.ZALPart"));
-    EXPECT_THAT(FilesInParts(), IsEmpty());
-}
-
-TEST_F(BridgeJourney, TheComponentLeavesTheItemToTheModule)
-{
-    OnRequest = [](const json&) { Leave(); };
-    const auto completion = Fetch(RequestOf("bolted-joint-m8"));
-    EXPECT_EQ("File", completion.docEnvId);
-    EXPECT_EQ(".ZALProduct", std::filesystem::path(completion.files.front()).extension());
-    EXPECT_EQ(completion.files.size(), FilesInParts().size());
-    EXPECT_THAT(Messages, SizeIs(1));
-}
-
 TEST_F(BridgeJourney, TheComponentFetchesInVainAndThenLeavesTheItemToTheModule)
 {
     OnRequest = [this](const json&) { AskFor({{"A", FileUrl("bolted-joint-m8.zip?cut=100")}}); };
@@ -180,67 +159,4 @@ TEST_F(BridgeJourney, NonsenseEndsTheDownloadAndTheNextOneRuns)
     EXPECT_THAT(FilesInParts(), IsEmpty());
     OnRequest = [](const json&) { Leave(); };
     const auto completion = Fetch(RequestOf("bolted-joint-m8"));
-}
-
-TEST_F(BridgeJourney, TheSecondRequestForFilesGivesTheFirstUp)
-{
-    OnRequest = [this](const json&) {
-        AskFor({{"Slow", FileUrl("BRACKET_40.ZALPart?piece=100&pause=1000")}}, 1);
-        AskFor({{"Fast", FileUrl("BRACKET_40.ZALPart")}}, 2);
-    };
-    OnReply = [](const json& reply) {
-        EXPECT_EQ(2, reply["id"]);
-        Deliver(reply["result"]["downloadedFilesPathes"]["Fast"]);
-    };
-    const auto completion = Download(RequestOf("washer-m8"));
-    EXPECT_THAT(completion.files, ElementsAre((Parts() / "Fast.ZALPart").string()));
-    EXPECT_THAT(FilesInParts(), ElementsAre("Fast.ZALPart"));
-    EXPECT_EQ(Original("BRACKET_40.ZALPart"), ReadFile(Parts() / "Fast.ZALPart"));
-}
-
-TEST_F(BridgeJourney, TheUserCannotCancelWhatTheComponentAskedFor)
-{
-    OnRequest = [this](const json&) { AskFor({{"A", FileUrl("BRACKET_40.ZALPart?piece=1000&pause=5")}}); };
-    OnReply = [](const json& reply) { Deliver(reply["result"]["downloadedFilesPathes"]["A"]); };
-    EXPECT_EQ(S_OK, JourneyFixture::Send("velmart_download", RequestOf("washer-m8")));
-    EXPECT_EQ(PushResult::Insensitive, Surface().Push("ZALVelmartDownloadProgressDlg", "CLOSE"));
-    RunUntilIdle();
-    ExpectEnded(Notification::DownloadSucceeded);
-}
-
-TEST_F(BridgeJourney, ManyFilesComeOneAfterTheOther)
-{
-    constexpr int Count = 40;
-    OnRequest = [this](const json&) {
-        json urls;
-        for (int index = 0; index < Count; ++index)
-            urls["part-" + std::to_string(index)] = FileUrl("ISO7089_M8.ZALPart");
-        AskFor(urls);
-    };
-    OnReply = [](const json& reply) {
-        json paths;
-        for (const json& files : reply["result"]["downloadedFilesPathes"])
-            paths.push_back(files[0]);
-        Deliver(paths);
-    };
-    const auto completion = Download(RequestOf("washer-m8"));
-    EXPECT_THAT(completion.files, SizeIs(Count));
-    const std::string sum = Md5OfFile(std::filesystem::path(ItemsDir()) / "files" / "ISO7089_M8.ZALPart");
-    for (const std::string& file : completion.files)
-        EXPECT_EQ(sum, Md5OfFile(file)) << file;
-}
-
-TEST_F(BridgeJourney, ACatalogueThatIsDownIsToldToTheComponent)
-{
-    const std::string url = FileUrl("BRACKET_40.ZALPart");
-    const json request = RequestOf("washer-m8");
-    StopCatalogue();
-    OnRequest = [&](const json&) { AskFor({{"A", url}}); };
-    OnReply = [](const json& reply) {
-        EXPECT_EQ(-20, reply["error"]["code"]);
-        Send({{"id", 1}, {"error", {{"code", 1}}}});
-    };
-    const auto completion = Download(request);
-    EXPECT_EQ(Notification::DownloadFailed, completion.status);
-    EXPECT_THAT(Surface().Questions(), SizeIs(1));
 }

@@ -136,30 +136,6 @@ TEST_F(DownloadJourney, AnArchiveOfManyProductsHasItsRootFirst)
     }
 }
 
-TEST_F(DownloadJourney, ClosingTheProgressWindowCancelsASlowTransfer)
-{
-    const std::string slow = Base() + "/files/bearing-unit-20.zip?slow=2000";
-    ASSERT_EQ(S_OK, Send("velmart_download", RequestFor(slow)));
-    RunUntil([this] { return std::filesystem::exists(Temp() / "VelmartDownloadedQ7Files.zip"); });
-    EXPECT_EQ(PushResult::Done, Surface().Push("ZALVelmartDownloadProgressDlg", "CLOSE"));
-    EXPECT_EQ(PushResult::Insensitive, Surface().Push("ZALVelmartDownloadProgressDlg", "CLOSE"));
-    RunUntilIdle();
-    ExpectEnded(Notification::DownloadCanceled);
-    EXPECT_THAT(FilesInParts(), IsEmpty());
-    ASSERT_EQ(1U, Surface().Questions().size());
-    EXPECT_EQ("FileDownloadErrorNotify", Surface().Questions()[0].name);
-    EXPECT_EQ(nullptr, Surface().Find("ZALVelmartDownloadProgressDlg"));
-}
-
-TEST_F(DownloadJourney, ASecondDownloadMeanwhileFailsAndTheFirstGoesOn)
-{
-    ASSERT_EQ(S_OK, Send("velmart_download", RequestFor(Base() + "/files/bolted-joint-m8.zip?piece=4096&pause=20")));
-    EXPECT_EQ(E_FAIL, Send("velmart_download", RequestOf("bearing-unit-20")));
-    RunUntilIdle();
-    ExpectEnded(Notification::DownloadSucceeded);
-    EXPECT_THAT(FilesInParts(), Not(IsEmpty()));
-}
-
 // ---------------------------------------------------------------------------------------------
 // Every kind of reply
 
@@ -178,7 +154,6 @@ std::ostream& operator<<(std::ostream& output, const ReplyCase& reply)
 }
 
 constexpr const char* Zip = "VelmartDownloadedQ7Files.zip";
-constexpr const char* Plain = "VelmartDownloadedQ7Files";
 constexpr const char* Error = "VelmartDownloadedQ7FilesError.json";
 constexpr auto Succeeded = Notification::DownloadSucceeded;
 constexpr auto Failed = Notification::DownloadFailed;
@@ -196,15 +171,8 @@ const ReplyCase ReplyCases[] = {
     {"NotFoundWithJson", "code=404&body=json", Failed, Error},
     {"ServerErrorWithText", "code=500", Failed, Zip},
     {"JsonWithAGoodCode", "body=json", Failed, Zip},
-    {"JsonTypeWithParameters", "code=404&body=json&type=application/json;%20charset=utf-8", Failed, Zip},
     {"WrongTypeIsLookedAtAsAnArchive", "type=text/html", Succeeded, Zip},
     {"OctetStreamWithName", "type=application/octet-stream&disposition=attachment", Succeeded, "bolted-joint-m8.zip"},
-    {"OctetStreamUnquoted", "type=application/octet-stream&disposition=unquoted", Succeeded, "bolted-joint-m8.zip"},
-    {"OctetStreamNameBehindAnotherParameter", "type=application/octet-stream&disposition=late", Succeeded,
-     "bolted-joint-m8.zip"},
-    {"OctetStreamInline", "type=application/octet-stream&disposition=inline", Succeeded, Plain},
-    {"OctetStreamExtendedName", "type=application/octet-stream&disposition=extended", Succeeded, Plain},
-    {"OctetStreamWithoutName", "type=application/octet-stream&disposition=none", Succeeded, Plain},
     {"NameThatLeavesTheFolder", "type=application/octet-stream&disposition=attachment&filename=../up.zip", Failed,
      nullptr},
 };

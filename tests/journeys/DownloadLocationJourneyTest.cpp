@@ -97,43 +97,6 @@ TEST_F(DownloadLocationJourney, AWrongFolderIsToldAndTheTransferIsNotLost)
     ExpectEnded(Notification::DownloadSucceeded);
 }
 
-TEST_F(DownloadLocationJourney, AUserWhoGivesUpIsToldSoAndNothingIsSaved)
-{
-    DownloadUpToTheQuestion();
-    Enter(Parts());
-    EXPECT_EQ(PushResult::Done, Push("CANCEL"));
-    RunUntilIdle();
-    ExpectEnded(Notification::DownloadCanceled);
-    EXPECT_THAT(FilesInParts(), IsEmpty());
-    EXPECT_EQ("", SettingsText());
-    EXPECT_TRUE(std::filesystem::exists(Temp() / "VelmartDownloadedQ7Files.zip"));
-}
-
-TEST_F(DownloadLocationJourney, ARefusedOverwriteAsksForAnotherFolder)
-{
-    SettingsStore::Current().SetValues({true, FromUtf8(Parts().string())});
-    Fetch(RequestOf("bolted-joint-m8"));
-    const std::vector<std::string> files = FilesInParts();
-    for (const std::string& file : files)
-        std::filesystem::resize_file(Parts() / file, 1);
-
-    Surface().Answer("OverwriteNotify", ZALDlgAnswerNo);
-    DownloadUpToTheQuestion();
-    const std::filesystem::path other = Folder() / "other";
-    std::filesystem::create_directory(other);
-    Enter(other);
-    EXPECT_EQ(PushResult::Done, Push("OK"));
-    RunUntilIdle();
-
-    ASSERT_EQ(2U, Listener().Completions().size());
-    EXPECT_EQ(Notification::DownloadSucceeded, Listener().Completions()[1].status);
-    for (const std::string& file : files) {
-        EXPECT_EQ(1U, std::filesystem::file_size(Parts() / file)) << file;
-        EXPECT_NO_THROW(ReadDocument(other / file)) << file;
-    }
-    EXPECT_EQ(nullptr, Surface().Find(Dialog));
-}
-
 TEST_F(DownloadLocationJourney, ALockedFolderCanBeUsedButNotChanged)
 {
     std::ofstream(Settings()) << nlohmann::json{{"DownloadLocation", Parts().string()},

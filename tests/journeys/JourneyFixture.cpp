@@ -137,14 +137,4 @@ void JourneyFixture::ExpectEnded(ZALVelmartFileDownloadCompleteNotification::Sta
     EXPECT_EQ(status, listener_->Completions()[0].status);
 }
 
-std::vector<std::string> JourneyFixture::FilesInParts() const
-{
-    std::vector<std::string> files;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(Parts()))
-        if (entry.is_regular_file())
-            files.push_back(std::filesystem::relative(entry.path(), Parts()).string());
-    std::ranges::sort(files);
-    return files;
-}
-
 } // namespace openhost::testing

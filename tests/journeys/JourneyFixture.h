@@ -73,7 +73,7 @@ protected:
     const CompletionListener& Listener() const { return *listener_; }
 
     /// Paths of all files below Parts(), relative and sorted.
-    std::vector<std::string> FilesInParts() const;
+    std::vector<std::string> FilesInParts() const { return FilesBelow(Parts()); }
 
 private:
     TemporaryFolder folder_;

@@ -165,23 +165,6 @@ TEST_F(PlayJourney, AnInsertOutsideTheProductWorkshopIsRefused)
     EXPECT_TRUE(Events(play, "request").empty());
 }
 
-TEST_F(PlayJourney, AWaitForWhatCannotComeFailsTheSession)
-{
-    const Played play = Play(R"({"steps": [{"message": {"event": "velmart_over", "content": 0}},
-                                                {"wait": "transfer", "seconds": 5}]})");
-    EXPECT_EQ(1, play.status);
-    EXPECT_EQ("end", play.journal.back()["event"]);
-    EXPECT_EQ(2, play.journal.back()["step"]);
-}
-
-TEST_F(PlayJourney, ABadSessionIsRefusedWithItsLine)
-{
-    const Played play = Play("{\n\"steps\": [\n{\"messages\": {}}]}");
-    EXPECT_EQ(2, play.status);
-    EXPECT_THAT(play.error, HasSubstr(":3:"));
-    EXPECT_TRUE(play.journal.empty());
-}
-
 TEST_F(PlayJourney, ShowPrintsTheTreeOfADownloadedAssembly)
 {
     ASSERT_EQ(0, Play(DownloadSession(Request("bolted-joint-m8"))).status);

@@ -122,16 +122,8 @@ protected:
     /// Of the download nothing is left but the archive and the templates, and no document is left open.
     void ExpectTidy() const
     {
-        EXPECT_THAT(Names(Temp()), ElementsAre("VelmartDownloadedQ7Files.zip", "VelmartTemplates"));
+        EXPECT_THAT(NamesIn(Temp()), ElementsAre("VelmartDownloadedQ7Files.zip", "VelmartTemplates"));
         EXPECT_EQ(0, LeftOpen());
-    }
-    static std::vector<std::string> Names(const std::filesystem::path& folder)
-    {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(folder))
-            names.push_back(entry.path().filename().string());
-        std::ranges::sort(names);
-        return names;
     }
     static std::filesystem::path ServedTemplate(const std::string& name)
     {
@@ -165,7 +157,7 @@ TEST_F(RebuildJourney, APartHasTheSolidOfItsSourceAndTheRestOfTheTemplate)
 {
     Download("hexagon-bolt-m6x30", "My bolt", Plain(), json::object());
     Download("hexagon-bolt-m6x30", "My bolt", Parts(), Templates());
-    ASSERT_THAT(Names(Parts()), ElementsAre("My bolt.ZALPart"));
+    ASSERT_THAT(NamesIn(Parts()), ElementsAre("My bolt.ZALPart"));
     ExpectTidy();
 
     ExpectEqualGeometry(Export(Parts() / "My bolt.ZALPart"), Export(Plain() / "ISO4014_M6x30.ZALPart"));
@@ -208,7 +200,7 @@ TEST_F(RebuildJourney, APartHasTheCamerasOfItsSource)
 
     DownloadFrom(service.GetAddress() + "/files/box.ZALPart", "My box", Parts(),
                  {{"zalpartTemplate", service.GetAddress() + "/files/template.ZALPart"}});
-    ASSERT_THAT(Names(Parts()), ElementsAre("My box.ZALPart"));
+    ASSERT_THAT(NamesIn(Parts()), ElementsAre("My box.ZALPart"));
     const CadDocument rebuilt = ReadDocument(Parts() / "My box.ZALPart");
     EXPECT_TRUE(rebuilt.geometry);
     EXPECT_EQ(source.cameras, rebuilt.cameras);
@@ -219,8 +211,8 @@ TEST_F(RebuildJourney, AnAssemblyKeepsItsInstancesAndSharesRepeatedParts)
 {
     Download("bolted-joint-m8", "My joint", Plain(), json::object());
     Download("bolted-joint-m8", "My joint", Parts(), Templates());
-    ASSERT_THAT(Names(Parts()), ElementsAre("My joint.ZALProduct", "My joint_01.ZALPart", "My joint_02.ZALPart",
-                                            "My joint_03.ZALPart"));
+    ASSERT_THAT(NamesIn(Parts()), ElementsAre("My joint.ZALProduct", "My joint_01.ZALPart", "My joint_02.ZALPart",
+                                              "My joint_03.ZALPart"));
     ExpectTidy();
 
     const StepFile source = Export(Plain() / "BOLTED_JOINT_M8.ZALProduct");
@@ -254,7 +246,7 @@ TEST_F(RebuildJourney, SeveralProductsComeAsTheyAre)
 {
     Download("bearing-unit-20", "My unit", Plain(), json::object());
     Download("bearing-unit-20", "My unit", Parts(), Templates());
-    EXPECT_EQ(Names(Parts()), Names(Plain()));
+    EXPECT_EQ(NamesIn(Parts()), NamesIn(Plain()));
     EXPECT_THAT(Events("document"), IsEmpty());
     ExpectTidy();
     ExpectEqualGeometry(Export(Parts() / "BEARING_UNIT_20.ZALProduct"), Export(Plain() / "BEARING_UNIT_20.ZALProduct"));
@@ -273,7 +265,7 @@ TEST_F(RebuildJourney, AnItemThatIsThereAlreadyIsNotFetchedAgain)
     Download("hexagon-bolt-m6x30", "My bolt", Parts(), Templates(), "velmart_open");
     EXPECT_THAT(Events("request"), IsEmpty());
     EXPECT_THAT(Dialogs(), ElementsAre(StartsWith("A file of this name was already in the download folder")));
-    EXPECT_THAT(Names(Parts()), ElementsAre("My bolt.ZALPart"));
+    EXPECT_THAT(NamesIn(Parts()), ElementsAre("My bolt.ZALPart"));
     EXPECT_EQ(ReadFile(Parts() / "My bolt.ZALPart"), rebuilt);
 }
 
@@ -293,7 +285,7 @@ TEST_F(RebuildJourney, ATemplateThatIsOfNoUseIsRefusedAndLeavesNothingOpen)
         std::filesystem::remove_all(Temp() / "VelmartTemplates");
         Download(id, "My item", Parts(), ready);
         EXPECT_EQ(1U, Requests(ready["zalpartTemplate"].get<std::string>().substr(Base().size())));
-        EXPECT_THAT(Names(Parts()), IsEmpty());
+        EXPECT_THAT(NamesIn(Parts()), IsEmpty());
         EXPECT_THAT(Dialogs(), ElementsAre(DownloadFailed));
         ExpectTidy();
     }
@@ -317,7 +309,7 @@ TEST_F(RebuildJourney, GeometryOnWhichTheKernelCrashesIsNotPasted)
     EXPECT_EQ("Paste", refusals[0]["operation"]);
     EXPECT_EQ("PartBody: the geometry cannot be copied: the solid kernel has crashed", refusals[0]["reason"]);
     EXPECT_EQ(0, LeftOpen());
-    ASSERT_THAT(Names(Parts()), ElementsAre("My part.ZALPart"));
+    ASSERT_THAT(NamesIn(Parts()), ElementsAre("My part.ZALPart"));
     const CadDocument rebuilt = ReadDocument(Parts() / "My part.ZALPart");
     EXPECT_EQ("HOSTILE", rebuilt.partNumber);
     EXPECT_FALSE(rebuilt.geometry) << "the template is saved without it";
@@ -329,7 +321,7 @@ TEST_F(RebuildJourney, AProductTemplateWithoutAPartTemplateEndsAfterTheFirstPart
     json ready = Templates();
     ready.erase("zalpartTemplate");
     Download("bolted-joint-m8", "My joint", Parts(), ready);
-    ASSERT_THAT(Names(Parts()), ElementsAre("My joint_01.ZALPart"));
+    ASSERT_THAT(NamesIn(Parts()), ElementsAre("My joint_01.ZALPart"));
     EXPECT_EQ(ReadFile(Parts() / "My joint_01.ZALPart"), ReadFile(Plain() / "ISO4014_M8x40.ZALPart"));
     EXPECT_THAT(Dialogs(), ElementsAre(DownloadFailed));
     ExpectTidy();
@@ -339,7 +331,7 @@ TEST_F(RebuildJourney, ATemplateThatCannotBeFetchedLeavesTheItemAsItCame)
 {
     Download("hexagon-bolt-m6x30", "My bolt", Plain(), json::object());
     Download("hexagon-bolt-m6x30", "My bolt", Parts(), TemplatesWith("zalpartTemplate", "?cut=100"));
-    ASSERT_THAT(Names(Parts()), ElementsAre("My bolt.ZALPart"));
+    ASSERT_THAT(NamesIn(Parts()), ElementsAre("My bolt.ZALPart"));
     EXPECT_EQ(ReadFile(Parts() / "My bolt.ZALPart"), ReadFile(Plain() / "ISO4014_M6x30.ZALPart"));
     EXPECT_THAT(Dialogs(), ElementsAre(DownloadFailed)) << "the failure is told first, and only that";
     EXPECT_EQ(0, LeftOpen());

@@ -210,31 +210,6 @@ TEST_F(PluginFile, KeepsADownloadGoingWhenTheAddinEnds)
 // ---------------------------------------------------------------------------------------------
 // The event singletons
 
-TEST_F(PluginFile, GivesOneInstanceOfEachEventSingleton)
-{
-    Load();
-    for (const char* name : {PublisherClass, SubscriberClass}) {
-        const Object first = Create(name);
-        ASSERT_TRUE(first);
-        EXPECT_STREQ(first->IsA(), name);
-        EXPECT_EQ(1, first->IsAKindOf("ZALEventSubscriber"));
-        const unsigned int references = ReferencesOf(first.get());
-        const Object second = Create(name);
-        EXPECT_EQ(first, second);
-        EXPECT_EQ(ReferencesOf(first.get()), references + 1);
-    }
-    EXPECT_NE(Create(PublisherClass), Create(SubscriberClass));
-}
-
-TEST_F(PluginFile, TheSubscriberListensToItselfFromItsCreationOn)
-{
-    Load();
-    const Object subscriber = Create(SubscriberClass);
-    EXPECT_EQ(SubscribersOf(subscriber.get(), MessageClass), std::vector<ZALBaseUnknown*>{subscriber.get()});
-    ZALDlgHtmlViewJavaScriptNotification notification("", "{}", 2);
-    DispatchCallbacks(subscriber.get(), &notification); // nobody has asked for it
-}
-
 TEST_F(PluginFile, ReleasesItsSingletonsWhenItIsUnloaded)
 {
     Load();
@@ -261,17 +236,6 @@ TEST_F(PluginFile, StartsAfreshWhenItIsLoadedAgain)
     EXPECT_EQ(0, component.Calls());
     EXPECT_STREQ(Create(PublisherClass)->GetMetaObject()->GetName(), PublisherClass);
     EXPECT_TRUE(CreateAddin());
-}
-
-TEST_F(PluginFile, HashesAFileForOtherModules)
-{
-    Load();
-    const auto hash = Find<ZALUnicodeString(const ZALUnicodeString&)>(
-        "_ZN30ZALVelmartIntegrationUtilities20GetFileStreamMD5HashERK16ZALUnicodeString");
-    ASSERT_TRUE(hash);
-    std::ofstream(Folder() / "file") << "abc";
-    EXPECT_EQ(ZALUnicodeString("900150983cd24fb0d6963f7d28e17f72"), hash((Folder() / "file").c_str()));
-    EXPECT_EQ(hash((Folder() / "missing").c_str()), ZALUnicodeString());
 }
 
 TEST_F(PluginFile, KeepsNoPathOfATemplateAtFirst)

@@ -168,16 +168,6 @@ TEST_F(PluginInThePanel, TakesPagesOfTheFragmentInTheEnvironmentAsWell)
     EXPECT_EQ(3U, Page().Scripts().size());
 }
 
-TEST_F(PluginInThePanel, ReadsTheFragmentOnce)
-{
-    InstallScript("script");
-    Load();
-    Page().ReportUrl(Elsewhere);
-    setenv(CheckVariable, "elsewhere", 1);
-    Page().ReportUrl(Elsewhere);
-    EXPECT_TRUE(Page().Scripts().empty());
-}
-
 TEST_F(PluginInThePanel, ReadsTheFragmentAtTheFirstAddressAndNotBefore)
 {
     InstallScript("script");
@@ -190,15 +180,6 @@ TEST_F(PluginInThePanel, ReadsTheFragmentAtTheFirstAddressAndNotBefore)
     EXPECT_EQ(1U, Page().Scripts().size());
     Page().ReportUrl(Elsewhere);
     EXPECT_EQ(2U, Page().Scripts().size());
-}
-
-TEST_F(PluginInThePanel, TakesAnEmptyFragmentForNone)
-{
-    InstallScript("script");
-    setenv(CheckVariable, "", 1);
-    Load();
-    Page().ReportUrl(Elsewhere);
-    EXPECT_TRUE(Page().Scripts().empty());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -214,11 +195,7 @@ protected:
         ZALFrmEditor::GetCurrentEditor()->GetCSO()->AddElement(path);
         path->Release();
     }
-    ~PluginWithACommand() override
-    {
-        ResetFrame();
-        product_->Release();
-    }
+    ~PluginWithACommand() override { ResetFrame(); }
     /// Starts and ends a command; answers whether it warned.
     bool Warns()
     {
@@ -230,7 +207,7 @@ protected:
     }
 
     ScriptedCad cad_;
-    ScriptedProduct* product_ = new ScriptedProduct(cad_, "Part");
+    ScriptedObject* product_ = &cad_.MakeProduct("Part");
 };
 
 TEST_F(PluginWithACommand, WarnsBeforeAnUploadWhateverIsDefinedLater)

@@ -9,8 +9,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
-
 namespace openhost::testing {
 
 namespace {
@@ -86,21 +84,6 @@ TEST_F(PanelHeader, IsNotAskedForAPageOfTheCatalogue)
         EXPECT_EQ(S_OK, Addin().OnPageUrl((std::string("https://eu1") + url + "/").c_str()));
         EXPECT_THAT(log_.Take(), IsEmpty()) << url;
     }
-}
-
-TEST_F(PanelHeader, IsNotAskedForAPageOfTheEnvironment)
-{
-    const auto judge = [&] {
-        setenv("ZAL_MERIDIADIALOG_VLURL_CHECK", "elsewhere", 1);
-        Addin().OnPageUrl("elsewhere.example/");
-        Addin().OnPageUrl("https://elsewhere.example/");
-        const bool found = log_.Take().empty();
-        Addin().OnPageUrl("https://else.example/");
-        std::exit(found && !log_.Take().empty() ? 0 : 1);
-    };
-    // In a process of its own, which has judged no address yet.
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(judge(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(PanelHeader, FollowsMessagesWhoseNumbersAreReadConsistently)

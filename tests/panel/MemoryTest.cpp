@@ -1,7 +1,7 @@
 // The addin when memory runs out: what it answers, what it leaves behind, and whether the next attempt succeeds.
 
 #include "tests/panel/PanelFixture.h"
-#include "tests/support/FailingMemory.h"
+#include "tests/support/WholeOrLost.h"
 
 #include "host/dialog_engine.h"
 #include "openhost/objects/Traces.h"
@@ -218,6 +218,7 @@ TEST_F(PanelMemory, ACommandRunsOrIsNotThere)
         });
         EXPECT_GT(failures, 10);
     }
+    EXPECT_TRUE(Surface().Questions().empty());
 }
 
 TEST_F(PanelMemory, ARefusedStartIsAFailureAndLeavesNoSubscription)
@@ -270,12 +271,7 @@ TEST_F(PanelMemory, AnAdapterIsWholeOrNotThere)
 
 TEST_F(PanelMemory, TheRecordOfTheAdapterIsMadeAtTheNextNeed)
 {
-    WithEachAllocationFailing([](FailingMemory& memory) {
-        const ZALMetaClass* record = nullptr;
-        memory.During([&] { record = TIEZALIMeridiaAccessDialogAddin::MetaObject(); });
-        EXPECT_EQ(record == nullptr, memory.HasRunOut());
-    });
-    ASSERT_TRUE(TIEZALIMeridiaAccessDialogAddin::MetaObject());
+    ExpectWholeOrLost(true, false, [] { return TIEZALIMeridiaAccessDialogAddin::MetaObject() != nullptr; });
     EXPECT_EQ(ZALMetaAdapter, TIEZALIMeridiaAccessDialogAddin::MetaObject()->GetKind());
 }
 
@@ -313,22 +309,20 @@ TEST_P(TextWithoutMemory, IsWholeOrTheAnswerIsAFailure)
 
 namespace Utilities = ZALVelmartIntegrationUtilities;
 
-INSTANTIATE_TEST_SUITE_P(
-    Texts, TextWithoutMemory,
-    ::testing::Values(
-        TextCase{"UploadAddress",
-                 [](const Addin& addin, ZALUnicodeString& text) { return addin->GetSearchByUploadUrl(text); },
-                 UploadAddress},
-        TextCase{"Script", [](const Addin&, ZALUnicodeString& text) { return Utilities::GetJSScript("u.js", text); },
-                 "let a = 'a text of some length \u20AC';"},
-        TextCase{"NarrowScript",
-                 [](const Addin&, ZALUnicodeString& text) { return Utilities::GetJSScript("n.js", text); },
-                 "let a = 'a text of some length \u00E4';"},
-        TextCase{"HandlersScript",
-                 [](const Addin&, ZALUnicodeString& text) {
-                     return Utilities::GetOpiAPIHandlersScript(Utilities::DocChooser, text);
-                 },
-                 "let context = 'DocChooser'; // and DocChooser"}));
+const TextCase TextWithoutMemoryCases[] = {
+    {"UploadAddress", [](const Addin& addin, ZALUnicodeString& text) { return addin->GetSearchByUploadUrl(text); },
+     UploadAddress},
+    {"Script", [](const Addin&, ZALUnicodeString& text) { return Utilities::GetJSScript("u.js", text); },
+     "let a = 'a text of some length \u20AC';"},
+    {"NarrowScript", [](const Addin&, ZALUnicodeString& text) { return Utilities::GetJSScript("n.js", text); },
+     "let a = 'a text of some length \u00E4';"},
+    {"HandlersScript",
+     [](const Addin&, ZALUnicodeString& text) {
+         return Utilities::GetOpiAPIHandlersScript(Utilities::DocChooser, text);
+     },
+     "let context = 'DocChooser'; // and DocChooser"}};
+
+INSTANTIATE_TEST_SUITE_P(Texts, TextWithoutMemory, ::testing::ValuesIn(TextWithoutMemoryCases));
 
 } // namespace
 } // namespace openhost::testing

@@ -3,6 +3,7 @@
 
 #include "tests/support/HostFixture.h"
 #include "tests/support/Listener.h"
+#include "tests/support/Lists.h"
 #include "tests/support/Objects.h"
 
 #include "VelmartBuildValues.h"
@@ -53,14 +54,6 @@ inline std::string LocalFile(const std::string& path)
 
 /// A request whose transfer runs until the test ends it.
 inline constexpr const char* RemoteFile = R"({"downloadUrl":"http://127.0.0.1/item.zip"})";
-
-inline ZALListValZALUnicodeString List(const std::vector<std::string>& items)
-{
-    ZALListValZALUnicodeString list;
-    for (const std::string& item : items)
-        list.Append(item.c_str());
-    return list;
-}
 
 /// The end of a download of "/parts/a.ZALPart".
 inline Complete Downloaded(const std::vector<std::string>& warnings = {},

@@ -5,8 +5,6 @@
 #include "tests/support/Objects.h"
 
 #include "host/frame.h"
-#include "insertion/ZALVelmartMeridiaAccessAddinActionCmd.h"
-#include "openhost/commands/DialogEngine.h"
 #include "openhost/journal/Journal.h"
 #include "openhost/objects/Dispatch.h"
 #include "openhost/objects/Traces.h"
@@ -20,35 +18,7 @@ namespace {
 
 const std::string RunningOpen = Message("velmart_open", RemoteFile);
 
-class PanelWithScarceMemory : public PanelFixture {
-protected:
-    static std::size_t OnLayout()
-    {
-        return SubscribersOf(ZALFrmLayout::GetCurrentLayout(), ZALWorkbenchChanged::ClassName()).size();
-    }
-};
-
-TEST_F(PanelWithScarceMemory, RefusesACommandThatCannotBeMade)
-{
-    ConfigureFrame({.editor = true});
-    {
-        const NoMemoryFor<ZALVelmartMeridiaAccessAddinActionCmd> scarce;
-        for (const char* event : {"velmart_insert", "velmart_replace"})
-            EXPECT_EQ(E_FAIL, Send(Message(event))) << event;
-    }
-    EXPECT_TRUE(Surface().Questions().empty());
-    EXPECT_TRUE(DialogEngine::Current().Commands().empty());
-}
-
-TEST_F(PanelWithScarceMemory, RefusesADownloadInSilenceWithoutTheErrorDialog)
-{
-    {
-        const NoMemoryFor<ZALDlgNotify> scarce;
-        EXPECT_EQ(E_FAIL, Send(Message("velmart_open")));
-    }
-    EXPECT_TRUE(Surface().Questions().empty());
-    EXPECT_EQ(0U, Waiting());
-}
+using PanelWithScarceMemory = PanelFixture;
 
 TEST_F(PanelWithScarceMemory, IsReadyWithoutADownloaderAndRefusesInSilence)
 {
@@ -66,19 +36,6 @@ TEST_F(PanelWithScarceMemory, IsReadyWithoutADownloaderAndRefusesInSilence)
     // In a process of its own, which has no downloader yet.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(judge(), ::testing::ExitedWithCode(0), "");
-}
-
-TEST_F(PanelWithScarceMemory, EndsItsSubscriptionWithoutTheNameOfTheHeader)
-{
-    SwitchTraces(false);
-    for (int number = 1; number <= 2; ++number) {
-        Owned<ZALVelmartMeridiaAccessAddin> addin(new ZALVelmartMeridiaAccessAddin);
-        addin->SetAccessDialog(nullptr);
-        FailingMemory memory(number);
-        memory.During([&] { addin.reset(); });
-        EXPECT_TRUE(memory.HasRunOut()) << number;
-        EXPECT_EQ(0U, OnLayout()) << number;
-    }
 }
 
 // ---------------------------------------------------------------------------------------------

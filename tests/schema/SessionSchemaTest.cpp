@@ -79,13 +79,13 @@ const std::vector<std::string> Steps = {
     R"({"page": {"enter": {"selector": "#a", "text": ""}}})",
     R"({"screenshot": "a.png"})",
     R"({"answer": {"dialog": "OverwriteNotify", "button": 1000}})",
-    R"({"answer": {"dialog": "OverwriteNotify", "button": 0}})",
-    R"({"push": {"dialog": "D", "control": "OK"}})",
-    R"({"push": {"dialog": "D", "control": "C", "text": ""}})",
-    R"({"push": {"dialog": "D", "control": "C", "state": true}})",
-    R"({"push": {"dialog": "D", "control": "C", "state": false}})",
-    R"({"push": {"dialog": "D", "control": "C", "state": 262144}})",
-    R"({"push": {"dialog": "D", "control": "C", "state": 524288}})",
+    R"({"answer": {"dialog": "ReplaceAllPopUp", "button": 0, "fails": true}})",
+    R"({"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "OK"}})",
+    R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "text": ""}})",
+    R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "state": true}})",
+    R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "state": false}})",
+    R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "state": 262144}})",
+    R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "state": 524288}})",
     R"({"options": "open"})",
     R"({"options": "refresh"})",
     R"({"options": "save"})",
@@ -121,7 +121,7 @@ const std::vector<std::string> Sessions = {
     R"({"settings": {"DownloadLocation": "", "DoNotRemindDownloadLocation": true,
         "locks": {"DownloadLocation": "R", "DoNotRemindDownloadLocation": "-"}}, "steps": []})",
     R"({"settingsFile": "a", "steps": []})",
-    R"({"frame": false, "workshop": "", "traces": true, "steps": []})",
+    R"({"frame": false, "workshop": "", "traces": true, "strict": true, "steps": []})",
     R"({"documents": ["a", "b"], "steps": []})",
 };
 
@@ -192,7 +192,7 @@ std::map<std::string, std::string> SessionsOfTheTree()
 
 TEST(SessionSchema, TakesTheSessionsOfTheTree)
 {
-    const Placeholders given = {{"BASE", "http://127.0.0.1"}, {"PARTS", "/parts"}};
+    const Placeholders given = {{"BASE", "http://127.0.0.1"}, {"PARTS", "/parts"}, {"REQUEST", "{}"}, {"PAGE", ""}};
     std::vector<std::string> places;
     std::vector<std::string> sessions;
     for (const auto& [place, session] : SessionsOfTheTree()) {
@@ -291,7 +291,7 @@ TEST(SessionSchema, RefusesWhatExcludesEachOther)
     const std::vector<std::string> sessions = {
         R"({"settings": {}, "settingsFile": "a", "steps": []})",
         WithStep(R"({"url": "a", "message": "b"})"),
-        WithStep(R"({"push": {"dialog": "D", "control": "C", "text": "a", "state": true}})"),
+        WithStep(R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "text": "a", "state": true}})"),
         WithStep(R"({"page": {"click": "#a", "press": "Tab"}})"),
     };
     for (const std::string& session : sessions)
@@ -306,7 +306,7 @@ TEST(SessionSchema, TakesMoreWhereASchemaCannotTell)
         R"({"steps": [], "steps": []})",                                     // validators see the last of two members
         WithStep(R"({"url": "${UNKNOWN}"})"),                                // the command line may give it a value
         WithStep(R"({"url": "${"})"),                                        // placeholders are not described
-        WithStep(R"({"answer": {"dialog": "D", "button": 3.0}})"),           // 3.0 is an integer to a schema
+        WithStep(R"({"answer": {"dialog": "OverwriteNotify", "button": 3.0}})"),           // 3.0 is an integer to a schema
         WithStep(R"({"move": "A", "at": [0, 0, 0], "axis": [0, 0, 1e-7]})"), // a length cannot be computed
         WithStep(R"({"message": {"a": )" + deep + "}}"),                     // nesting is not limited
     };

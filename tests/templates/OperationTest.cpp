@@ -112,7 +112,7 @@ TEST_F(TemplateOperation, TakesTheLastOfWhatItIsTold)
     operation.SetSourceFilesPathes(Files({"a.stp", "b.stp"}));
     operation.SetSourceFilesPathes(Files({"c.ZALPart"}));
     EXPECT_EQ(S_OK, operation.Run());
-    EXPECT_THAT(Names(Parts()), ElementsAre("bolt.ZALPart"));
+    EXPECT_THAT(NamesIn(Parts()), ElementsAre("bolt.ZALPart"));
     operation.DeleteSourcesFiles();
     EXPECT_TRUE(exists(Temp() / "a.stp"));
 }
@@ -134,8 +134,8 @@ TEST_F(TemplateOperation, DeletesTheSourcesThatAreStillThere)
     EXPECT_EQ(S_OK, operation.Run());
     EXPECT_TRUE(exists(Temp() / "p.ZALPart"));
     operation.DeleteSourcesFiles();
-    EXPECT_THAT(Names(Temp()), ElementsAre("VelmartTemplates"));
-    EXPECT_THAT(Names(Parts()), ElementsAre("bolt.ZALProduct", "p.ZALPart", "q.ZALPart"));
+    EXPECT_THAT(NamesIn(Temp()), ElementsAre("VelmartTemplates"));
+    EXPECT_THAT(NamesIn(Parts()), ElementsAre("bolt.ZALProduct", "p.ZALPart", "q.ZALPart"));
     operation.DeleteSourcesFiles();
 }
 
@@ -147,8 +147,8 @@ TEST_F(TemplateOperation, LosesTheSourceOfATemplateThatIsRefused)
     Prepare({"a.ZALPart"});
     EXPECT_EQ(E_FAIL, operation.Run());
     operation.DeleteSourcesFiles();
-    EXPECT_THAT(Names(Temp()), ElementsAre("VelmartTemplates"));
-    EXPECT_THAT(Names(Parts()), IsEmpty());
+    EXPECT_THAT(NamesIn(Temp()), ElementsAre("VelmartTemplates"));
+    EXPECT_THAT(NamesIn(Parts()), IsEmpty());
 }
 
 TEST_F(TemplateOperation, LosesTheFileOfAChildThatGoesByAnotherName)
@@ -160,8 +160,8 @@ TEST_F(TemplateOperation, LosesTheFileOfAChildThatGoesByAnotherName)
     EXPECT_EQ(S_OK, operation.Run());
     EXPECT_TRUE(exists(Temp() / "p.ZALPart"));
     operation.DeleteSourcesFiles();
-    EXPECT_THAT(Names(Temp()), ElementsAre("VelmartTemplates"));
-    EXPECT_THAT(Names(Parts()), ElementsAre("bolt.ZALProduct"));
+    EXPECT_THAT(NamesIn(Temp()), ElementsAre("VelmartTemplates"));
+    EXPECT_THAT(NamesIn(Parts()), ElementsAre("bolt.ZALProduct"));
 }
 
 } // namespace

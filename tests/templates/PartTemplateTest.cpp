@@ -190,22 +190,21 @@ TEST_P(UselessTemplate, FailsWithTheSourceClosedAndTheTemplateHeld)
     EXPECT_THAT(PartTraces(), ElementsAre(SourceTrace(), DestinationTrace()));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Each, UselessTemplate,
-    ::testing::Values(
-        Lack{"NoInit", [](ScriptedWorkspaceDocument& document) { document.offersInit = false; }},
-        Lack{"NoContainer", [](ScriptedWorkspaceDocument& document) { document.container = nullptr; }},
-        Lack{"OtherContainer", [](ScriptedWorkspaceDocument& document) { document.container->offers = {}; }},
-        Lack{"NoPart", [](ScriptedWorkspaceDocument& document) { document.container->part = nullptr; }},
-        Lack{"OtherFeature", [](ScriptedWorkspaceDocument& document) { document.part->offers = {}; }},
-        Lack{"NoMainTool", [](ScriptedWorkspaceDocument& document) { document.part->mainTool = nullptr; }},
-        Lack{"OtherMainTool",
-             [](ScriptedWorkspaceDocument& document) { document.mainTool->offers.erase("ZALIMechanicalTool"); }},
-        Lack{"FilledMainTool",
-             [](ScriptedWorkspaceDocument& document) {
-                 document.mainTool->shape = &document.Workspace().AddObject(&document, "pad");
-             }}),
-    [](const auto& lack) { return lack.param.name; });
+const Lack UselessTemplateCases[] = {
+    {"NoInit", [](ScriptedWorkspaceDocument& document) { document.offersInit = false; }},
+    {"NoContainer", [](ScriptedWorkspaceDocument& document) { document.container = nullptr; }},
+    {"OtherContainer", [](ScriptedWorkspaceDocument& document) { document.container->offers = {}; }},
+    {"NoPart", [](ScriptedWorkspaceDocument& document) { document.container->part = nullptr; }},
+    {"OtherFeature", [](ScriptedWorkspaceDocument& document) { document.part->offers = {}; }},
+    {"NoMainTool", [](ScriptedWorkspaceDocument& document) { document.part->mainTool = nullptr; }},
+    {"OtherMainTool",
+     [](ScriptedWorkspaceDocument& document) { document.mainTool->offers.erase("ZALIMechanicalTool"); }},
+    {"FilledMainTool", [](ScriptedWorkspaceDocument& document) {
+         document.mainTool->shape = &document.Workspace().AddObject(&document, "pad");
+     }}};
+
+INSTANTIATE_TEST_SUITE_P(Each, UselessTemplate, ::testing::ValuesIn(UselessTemplateCases),
+                         [](const auto& lack) { return lack.param.name; });
 
 class NothingCopied : public PartTemplateRun {
 protected:
@@ -263,21 +262,19 @@ TEST_F(NothingCopied, IntoATargetWithoutAContainer)
     ExpectPropertiesOnly({"", [](ScriptedWorkspaceDocument&) {}}, "CopyPaste has failed");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Each, FailingCopy,
-    ::testing::Values(
-        Lack{"ResultIsNoFeature",
-             [](ScriptedWorkspaceDocument& document) { document.mainTool->shape->result->offers = {}; }},
-        Lack{"NoContainerOfTheResult",
-             [](ScriptedWorkspaceDocument& document) { document.mainTool->shape->result->features = nullptr; }},
-        Lack{"ContainerWithoutCopies", [](ScriptedWorkspaceDocument& document) { document.features->offers = {}; }},
-        Lack{"NoFormat", [](ScriptedWorkspaceDocument& document) { document.features->formats = {}; }},
-        Lack{"OtherFormats",
-             [](ScriptedWorkspaceDocument& document) {
-                 document.features->formats = {std::nullopt, "ZALPrtResult", "zalprtresultwithoutlink",
-                                               "ZALPrtResultWithOutLink2"};
-             }}),
-    [](const auto& lack) { return lack.param.name; });
+const Lack FailingCopyCases[] = {
+    {"ResultIsNoFeature", [](ScriptedWorkspaceDocument& document) { document.mainTool->shape->result->offers = {}; }},
+    {"NoContainerOfTheResult",
+     [](ScriptedWorkspaceDocument& document) { document.mainTool->shape->result->features = nullptr; }},
+    {"ContainerWithoutCopies", [](ScriptedWorkspaceDocument& document) { document.features->offers = {}; }},
+    {"NoFormat", [](ScriptedWorkspaceDocument& document) { document.features->formats = {}; }},
+    {"OtherFormats", [](ScriptedWorkspaceDocument& document) {
+         document.features->formats = {std::nullopt, "ZALPrtResult", "zalprtresultwithoutlink",
+                                       "ZALPrtResultWithOutLink2"};
+     }}};
+
+INSTANTIATE_TEST_SUITE_P(Each, FailingCopy, ::testing::ValuesIn(FailingCopyCases),
+                         [](const auto& lack) { return lack.param.name; });
 
 TEST_F(PartTemplateRun, TakesTheFirstFormatOfTheNameAmongOthers)
 {
@@ -531,7 +528,7 @@ TEST_F(Move, MakesNoFolderAndKeepsTheFile)
     to = Parts() / "missing" / "b.stp";
     EXPECT_EQ(E_FAIL, MoveFile(Text(from), Text(to)));
     EXPECT_TRUE(exists(from));
-    EXPECT_THAT(Names(Parts()), IsEmpty());
+    EXPECT_THAT(NamesIn(Parts()), IsEmpty());
     EXPECT_THAT(MoveTraces(), ElementsAre(MovedTrace(), "unable to move " + from.string() + " to " + to.string()));
 }
 

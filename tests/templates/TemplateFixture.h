@@ -5,7 +5,8 @@
 #include "templates/ZALVliApplyTemplatesOpe.h"
 #include "tests/support/Files.h"
 #include "tests/support/HostFixture.h"
-#include "tests/support/ScriptedTemplates.h"
+#include "tests/support/Lists.h"
+#include "tests/support/ScriptedCad.h"
 
 #include <gmock/gmock.h>
 
@@ -16,16 +17,6 @@
 #include <vector>
 
 namespace openhost::testing {
-
-using Texts = std::vector<std::string>;
-
-inline Texts TextsOf(const ZALListValZALUnicodeString& list)
-{
-    Texts texts;
-    for (int index = 1; index <= list.Size(); ++index)
-        texts.push_back(ToUtf8(list[index]));
-    return texts;
-}
 
 inline ZALUnicodeString Text(const std::filesystem::path& path)
 {
@@ -49,15 +40,6 @@ protected:
     std::filesystem::path ProductTemplate() const { return Templates() / "ProductTemplate.ZALProduct"; }
 
     static void Write(const std::filesystem::path& path, const std::string& content) { std::ofstream(path) << content; }
-    /// Names of what stands in `folder`, sorted.
-    static Texts Names(const std::filesystem::path& folder)
-    {
-        Texts names;
-        for (const auto& entry : std::filesystem::directory_iterator(folder))
-            names.push_back(entry.path().filename().string());
-        std::ranges::sort(names);
-        return names;
-    }
     /// The rests of the traces that begin with `start`, without their line ends.
     Texts TracesFrom(const std::string& start) const
     {
@@ -83,7 +65,7 @@ protected:
     }
     std::string InParts(const std::string& name) const { return (Parts() / name).string(); }
 
-    ScriptedTemplates Workspace{Folder()};
+    ScriptedCad Workspace{Folder()};
 };
 
 } // namespace openhost::testing

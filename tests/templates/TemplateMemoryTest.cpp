@@ -21,7 +21,7 @@ protected:
 
     void EmptyParts() const
     {
-        for (const std::string& name : Names(Parts()))
+        for (const std::string& name : NamesIn(Parts()))
             std::filesystem::remove(Parts() / name);
     }
 };
@@ -171,7 +171,7 @@ TEST_P(LostArgument, LetsNoRunWorkWithoutIt)
 
                   EXPECT_EQ(isLost ? E_INVALIDARG : S_OK, operation.Run());
                   EXPECT_EQ(isLost ? 0 : 2, operation.GetResultFilePathes().Size());
-                  EXPECT_EQ(isLost ? 0U : 2U, Names(Parts()).size());
+                  EXPECT_EQ(isLost ? 0U : 2U, NamesIn(Parts()).size());
                   EXPECT_EQ(isLost, exists(Temp() / "b.ZALPart"));
               }),
               0);
@@ -201,9 +201,9 @@ TEST_F(TemplateMemory, LeavesTheFileThatCannotBeDeletedAndDeletesTheOthers)
                   ZALVliApplyTemplatesOpe operation;
                   operation.SetSourceFilesPathes(Files({"a.ZALProduct", "p.ZALPart", "q.ZALPart"}));
                   memory.During([&] { operation.DeleteSourcesFiles(); });
-                  EXPECT_EQ(memory.HasRunOut() ? 2U : 1U, Names(Temp()).size());
+                  EXPECT_EQ(memory.HasRunOut() ? 2U : 1U, NamesIn(Temp()).size());
                   operation.DeleteSourcesFiles();
-                  EXPECT_THAT(Names(Temp()), ElementsAre("VelmartTemplates"));
+                  EXPECT_THAT(NamesIn(Temp()), ElementsAre("VelmartTemplates"));
               }),
               3);
 }
@@ -228,7 +228,7 @@ TEST_P(RunOutOfMemory, FailsWithEveryDocumentClosed)
     const RunCase& run = GetParam();
     EXPECT_GT(WithEachAllocationFailing([&](FailingMemory& memory) {
                   EmptyParts();
-                  ScriptedTemplates workspace{Folder()};
+                  ScriptedCad workspace{Folder()};
                   workspace.AddProduct(ProductTemplate(), "target");
                   ScriptedWorkspaceDocument& product = workspace.AddProduct(Temp() / "a.ZALProduct", "product");
                   workspace.AddPart(PartTemplate(), "template");
@@ -257,7 +257,7 @@ TEST_P(RunOutOfMemory, FailsWithEveryDocumentClosed)
                   EXPECT_THAT(result, AnyOf(S_OK, E_FAIL));
                   EXPECT_TRUE(FAILED(result) || names == run.results);
                   EXPECT_THAT(names, IsSubsetOf(run.results));
-                  EXPECT_THAT(Names(Parts()), IsSubsetOf(run.results));
+                  EXPECT_THAT(NamesIn(Parts()), IsSubsetOf(run.results));
                   EXPECT_EQ(0, workspace.OpenDocuments());
                   EXPECT_EQ(0, workspace.Locks());
                   EXPECT_EQ(0, workspace.LivingObjects());

@@ -97,39 +97,32 @@ TEST_F(SendRequest, DeliversPiecesAsOneInTheirOrder)
     EXPECT_EQ(std::vector<std::string>{"one two three"}, receiver_->replies);
 }
 
-TEST_F(SendRequest, DeliversTheBodyOfAnErrorPage)
+TEST_F(SendRequest, DeliversWhatCameHoweverTheTransferEnds)
 {
-    ZALVliHttpUtils::SendRequest(request_.get(), Collecting());
-    Transport().Last().Head(500);
-    Transport().Last().Bytes("sorry");
-    Transport().Last().End();
-    EXPECT_EQ(std::vector<std::string>{"sorry"}, replies_);
-}
-
-TEST_F(SendRequest, DeliversWhatCameOfATransferThatFailed)
-{
-    ZALVliHttpUtils::SendRequest(request_.get(), Collecting());
-    Transport().Last().Head(200);
-    Transport().Last().Bytes("half");
-    Transport().Last().End(TransferEnd::Failed);
-    EXPECT_EQ(std::vector<std::string>{"half"}, replies_);
-}
-
-TEST_F(SendRequest, DeliversNothingOfATransferWithoutAReply)
-{
-    ZALVliHttpUtils::SendRequest(request_.get(), Collecting());
-    Transport().Last().End(TransferEnd::Failed);
-    EXPECT_EQ(std::vector<std::string>{""}, replies_);
-}
-
-TEST_F(SendRequest, DeliversWhatCameBeforeACancel)
-{
-    ZALVliHttpUtils::SendRequest(request_.get(), Collecting());
-    Transport().Last().Head(200);
-    Transport().Last().Bytes("some");
-    request_->Cancel();
-    Loop().RunUntilIdle();
-    EXPECT_EQ(std::vector<std::string>{"some"}, replies_);
+    const struct {
+        const char* body; ///< null without a reply
+        int code;
+        TransferEnd end;
+    } rows[] = {{"sorry", 500, TransferEnd::Finished},
+                {"half", 200, TransferEnd::Failed},
+                {nullptr, 0, TransferEnd::Failed},
+                {"some", 200, TransferEnd::Cancelled}};
+    std::vector<std::string> expected;
+    for (const auto& [body, code, end] : rows) {
+        request_.reset(new ZALCefHttpRequest("GET", "http://127.0.0.1/"));
+        ZALVliHttpUtils::SendRequest(request_.get(), Collecting());
+        if (body) {
+            Transport().Last().Head(code);
+            Transport().Last().Bytes(body);
+        }
+        if (end == TransferEnd::Cancelled)
+            request_->Cancel();
+        else
+            Transport().Last().End(end);
+        Loop().RunUntilIdle();
+        expected.emplace_back(body ? body : "");
+        EXPECT_EQ(expected, replies_);
+    }
 }
 
 TEST_F(SendRequest, CallsNobodyOnceTheTargetIsGone)

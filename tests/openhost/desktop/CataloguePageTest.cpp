@@ -92,18 +92,15 @@ protected:
         ASSERT_TRUE(page_->ExecuteScript(HandlersScript(context)));
     }
 
-    bool OpenList()
+    /// Opens the page on the three items, until it shows what `selector` finds.
+    bool OpenItems(const std::string& rest, const std::string& selector)
     {
         AnswerItems();
-        OpenPage();
-        return UntilShown(".items li:nth-child(3)");
+        OpenPage(rest);
+        return UntilShown(selector);
     }
-    bool OpenBolt()
-    {
-        AnswerItems();
-        OpenPage("/categories#/items/bolt-m8");
-        return UntilShown("table");
-    }
+    bool OpenList() { return OpenItems("/categories?connect&lockedapp=true", ".items li:nth-child(3)"); }
+    bool OpenBolt() { return OpenItems("/categories#/items/bolt-m8", "table"); }
     bool ConnectBolt()
     {
         Connect();
@@ -223,12 +220,10 @@ TEST_F(CataloguePage, TextsOfTheServiceAreNeverMarkup)
 
 TEST_F(CataloguePage, AnItemHasItsPictureAndATableOfItsDimensions)
 {
-    AnswerItems();
     server_.Routes().Get("/items/bolt-m8/picture", [](const httplib::Request&, httplib::Response& response) {
         response.set_content("<svg xmlns='http://www.w3.org/2000/svg' width='64' height='64'/>", "image/svg+xml");
     });
-    OpenPage("/categories#/items/bolt-m8");
-    ASSERT_TRUE(UntilShown("table"));
+    ASSERT_TRUE(OpenBolt());
     EXPECT_EQ("Bolt M8x40", TextOf("h2"));
     EXPECT_EQ("d\t8\nl\t40.25\nOverall size\t15 × 13 × 45\nVolume\t2.77 cm³", TextOf("tbody"));
     EXPECT_EQ(
@@ -238,17 +233,13 @@ TEST_F(CataloguePage, AnItemHasItsPictureAndATableOfItsDimensions)
 
 TEST_F(CataloguePage, AMissingPictureIsANeutralDrawingWithoutAName)
 {
-    AnswerItems();
-    OpenPage("/categories#/items/nut-m8");
-    ASSERT_TRUE(UntilShown("figure img[data-neutral][alt='']"));
+    ASSERT_TRUE(OpenItems("/categories#/items/nut-m8", "figure img[data-neutral][alt='']"));
     EXPECT_EQ("/page/part.svg", Ask("document.querySelector('figure img').getAttribute('src')"));
 }
 
 TEST_F(CataloguePage, AnItemThatTheCatalogueLacksIsSaid)
 {
-    AnswerItems();
-    OpenPage("/categories#/items/none");
-    ASSERT_TRUE(UntilShown("[role=alert]"));
+    ASSERT_TRUE(OpenItems("/categories#/items/none", "[role=alert]"));
     EXPECT_EQ("No such item", TextOf("h2"));
     User().Click("#again");
     EXPECT_TRUE(UntilShown(".items"));
@@ -413,10 +404,8 @@ TEST_F(CataloguePage, EntriesThatAreNoItemsAreLeftOut)
 
 TEST_F(CataloguePage, ThatThePageLeavesIsSaid)
 {
-    AnswerItems();
     server_.AddPage("/foreign", "<!DOCTYPE html><p id=foreign>foreign</p>");
-    OpenPage();
-    ASSERT_TRUE(UntilShown(".items"));
+    ASSERT_TRUE(OpenList());
     Connect();
     ASSERT_TRUE(UntilSent(1));
     Load(server_.Url("/foreign"));
@@ -578,11 +567,9 @@ document.addEventListener("velmart:connect", () => {
 
 TEST_F(CataloguePage, TheSessionAsksForAShapeAndTheResultsAreShownInTheirOrder)
 {
-    AnswerItems();
     AnswerSearch(R"({"items": [{"id": "nut-m8", "title": "Nut M8", "score": 1},
             {"id": "nut-m6", "title": "Nut M6", "score": 0.8799}, {"id": 7, "score": 1}, {"id": "x", "score": "1"}]})");
-    OpenPage();
-    ASSERT_TRUE(UntilShown(".items"));
+    ASSERT_TRUE(OpenList());
     Connect();
     ASSERT_TRUE(page_->ExecuteScript("OpApi.sendMessage('search', {query: 'a+b/c=&%41 \u00e4'});"));
     ASSERT_TRUE(UntilShown("ol.items li:nth-child(2)"));
@@ -598,36 +585,29 @@ TEST_F(CataloguePage, TheSessionAsksForAShapeAndTheResultsAreShownInTheirOrder)
 
 TEST_F(CataloguePage, TheAddressMayAskForAShape)
 {
-    AnswerItems();
     AnswerSearch(R"([{"id": "nut-m8", "score": 1}])");
-    OpenPage("/categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true&extq=a%2Bb%20%26c+d");
-    ASSERT_TRUE(UntilShown("ol.items li:only-child"));
+    ASSERT_TRUE(OpenItems("/categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true&extq=a%2Bb%20%26c+d",
+                          "ol.items li:only-child"));
     EXPECT_EQ("a+b &c+d", searched_.get_future().get());
 }
 
 TEST_F(CataloguePage, AByteOfTheAddressThatIsNoUtf8IsACharacter)
 {
-    AnswerItems();
     AnswerSearch("[]");
-    OpenPage("/categories?connect&extq=%E4");
-    ASSERT_TRUE(UntilShown(".count"));
+    ASSERT_TRUE(OpenItems("/categories?connect&extq=%E4", ".count"));
     EXPECT_EQ("\u00e4", searched_.get_future().get());
     EXPECT_EQ("The catalogue has no similar shape.", TextOf(".count"));
 }
 
 TEST_F(CataloguePage, ASearchThatFailsIsSaid)
 {
-    AnswerItems();
-    OpenPage("/categories?connect&extq=x");
-    ASSERT_TRUE(UntilShown("[role=alert]"));
+    ASSERT_TRUE(OpenItems("/categories?connect&extq=x", "[role=alert]"));
     EXPECT_EQ("The catalogue does not have this.", TextOf("[role=alert]"));
 }
 
 TEST_F(CataloguePage, OtherMessagesToThePageChangeNothing)
 {
-    AnswerItems();
-    OpenPage();
-    ASSERT_TRUE(UntilShown(".items"));
+    ASSERT_TRUE(OpenList());
     Connect();
     ASSERT_TRUE(page_->ExecuteScript("OpApi.sendMessage('close', {query: 'x'}); OpApi.sendMessage('search', {});"));
     EXPECT_EQ("All items", TextOf("h2"));
@@ -648,11 +628,9 @@ TEST_F(CataloguePage, LandmarksLabelsAndLiveRegionsAreThere)
 
 TEST_F(CataloguePage, ANarrowPanelIsWideEnough)
 {
-    AnswerItems();
     for (QWidget* window : QApplication::topLevelWidgets())
         window->resize(320, 600);
-    OpenPage("/categories#/items/bolt-m8");
-    ASSERT_TRUE(UntilShown("table"));
+    ASSERT_TRUE(OpenBolt());
     EXPECT_EQ("320 true", Ask("innerWidth + ' ' + (document.documentElement.scrollWidth <= innerWidth)"));
 }
 

@@ -2,13 +2,11 @@
 
 #include "host/http.h"
 #include "host/settings.h"
-#include "openhost/dialogs/DialogNode.h"
-#include "openhost/dialogs/DialogSurface.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/http/CurlTransport.h"
-#include "openhost/text/Utf.h"
 #include "tests/openhost/desktop/BrowserFixture.h"
 #include "tests/openhost/desktop/PageServer.h"
+#include "tests/openhost/dialogs/DialogFixture.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -35,32 +33,16 @@ using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class Subscriber : public ZALEventSubscriber {
-public:
-    explicit Subscriber(std::function<void()> call) : call_(std::move(call)) {}
-    void OnNotification(ZALBaseUnknown*, ZALNotification*, void*) { call_(); }
-
-private:
-    std::function<void()> call_;
-};
-
 /// The dialogs of the desktop, with its loop.
-class QtDialogs : public ::testing::Test {
+class QtDialogs : public DialogFixture {
 protected:
-    QtDialogs()
-        : loopBefore_(EventLoop::Install(TestDesktop().MakeLoop())),
-          surfaceBefore_(DialogSurface::Install(TestDesktop().MakeDialogs()))
-    {
-    }
+    QtDialogs() : DialogFixture(TestDesktop().MakeLoop(), TestDesktop().MakeDialogs()) {}
     ~QtDialogs() override
     {
         EndAllDialogs();
         Settle();
-        DialogSurface::Install(std::move(surfaceBefore_));
-        EventLoop::Install(std::move(loopBefore_));
     }
 
-    static EventLoop& Loop() { return EventLoop::Current(); }
     /// Lets everything happen that is due. What the last call of the loop did is laid out in another run.
     static void Settle()
     {
@@ -97,25 +79,6 @@ protected:
         Click(In<Widget>(window, name));
         Settle();
     }
-
-    /// Calls `reaction` for a notification.
-    void React(ZALDialog* publisher, const char* notification, std::function<void()> reaction)
-    {
-        subscribers_.push_back(std::make_unique<Subscriber>(std::move(reaction)));
-        subscribers_.back()->AddCallback(publisher, notification, &Subscriber::OnNotification, nullptr);
-    }
-    /// Keeps the name of each notification of a class.
-    void Note(ZALDialog* publisher, const char* notification)
-    {
-        React(publisher, notification, [this, notification] { Told.push_back(notification); });
-    }
-
-    std::vector<std::string> Told;
-
-private:
-    std::unique_ptr<EventLoop> loopBefore_;
-    std::unique_ptr<DialogSurface> surfaceBefore_;
-    std::vector<std::unique_ptr<Subscriber>> subscribers_;
 };
 
 // ---------------------------------------------------------------------------------------------

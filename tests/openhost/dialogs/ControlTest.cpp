@@ -30,13 +30,6 @@ protected:
         Note(CheckButton, ZALDlgCheckModifyNotification::ClassName());
     }
 
-    /// Keeps the name of each notification of a class.
-    void Note(ZALDialog* publisher, const char* notification)
-    {
-        React(publisher, notification, [this, notification] { Told.push_back(notification); });
-    }
-
-    std::vector<std::string> Told;
     ZALDlgDialog* const Window;
     ZALDlgFrame* const Frame;
     ZALDlgEditor* const Editor;

@@ -6,6 +6,7 @@
 #include "openhost/journal/Journal.h"
 #include "openhost/loop/ManualEventLoop.h"
 #include "openhost/text/Utf.h"
+#include "tests/support/Listener.h"
 
 #include <gtest/gtest.h>
 
@@ -15,16 +16,6 @@
 #include <vector>
 
 namespace openhost {
-
-/// A subscriber that calls a function for each notification.
-class Subscriber : public ZALEventSubscriber {
-public:
-    explicit Subscriber(std::function<void()> call) : call_(std::move(call)) {}
-    void OnNotification(ZALBaseUnknown*, ZALNotification*, void*) { call_(); }
-
-private:
-    std::function<void()> call_;
-};
 
 /// A surface that writes down what it is told. Its user answers No.
 class RecordingSurface : public DialogSurface {
@@ -49,12 +40,12 @@ private:
     std::vector<std::string>& told_;
 };
 
-/// A fresh loop and a fresh surface; journal events are kept.
+/// A fresh loop and a fresh surface, scripted unless a test brings its own; journal events are kept.
 class DialogFixture : public ::testing::Test {
 protected:
-    DialogFixture()
-        : loopBefore_(EventLoop::Install(std::make_unique<ManualEventLoop>())),
-          surfaceBefore_(DialogSurface::Install(std::make_unique<ScriptedSurface>())),
+    explicit DialogFixture(std::unique_ptr<EventLoop> loop = std::make_unique<ManualEventLoop>(),
+                           std::unique_ptr<DialogSurface> surface = std::make_unique<ScriptedSurface>())
+        : loopBefore_(EventLoop::Install(std::move(loop))), surfaceBefore_(DialogSurface::Install(std::move(surface))),
           sinkBefore_(journal::Redirect([this](const nlohmann::ordered_json& event) { events.push_back(event); }))
     {
     }
@@ -88,8 +79,14 @@ protected:
     /// Calls `reaction` for each notification of a class.
     void React(ZALDialog* publisher, const char* notification, std::function<void()> reaction)
     {
-        subscribers_.push_back(std::make_unique<Subscriber>(std::move(reaction)));
-        subscribers_.back()->AddCallback(publisher, notification, &Subscriber::OnNotification, nullptr);
+        listeners_.push_back(std::make_unique<testing::Listener>(
+            [react = std::move(reaction)](ZALBaseUnknown*, ZALNotification*, void*) { react(); }));
+        listeners_.back()->Subscribe(publisher, notification);
+    }
+    /// Keeps the name of each notification of a class.
+    void Note(ZALDialog* publisher, const char* notification)
+    {
+        React(publisher, notification, [this, notification] { Told.push_back(notification); });
     }
 
     /// The journal's events of one kind, as texts of JSON.
@@ -103,12 +100,13 @@ protected:
     }
 
     std::vector<nlohmann::ordered_json> events;
+    std::vector<std::string> Told; ///< notifications
 
 private:
     std::unique_ptr<EventLoop> loopBefore_;
     std::unique_ptr<DialogSurface> surfaceBefore_;
     journal::Sink sinkBefore_;
-    std::vector<std::unique_ptr<Subscriber>> subscribers_;
+    std::vector<std::unique_ptr<testing::Listener>> listeners_;
 };
 
 } // namespace openhost

@@ -243,8 +243,6 @@ protected:
     WithDisplay() { Surface().ShowOn(std::make_unique<RecordingSurface>(Told)); }
     // The display writes as long as there are dialogs.
     ~WithDisplay() override { EndAllDialogs(); }
-
-    std::vector<std::string> Told;
 };
 
 TEST_F(WithDisplay, AllThatHappensToWindowsIsShown)

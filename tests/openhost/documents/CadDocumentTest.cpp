@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <fstream>
 #include <limits>
@@ -382,10 +383,22 @@ TEST(HostileDocument, ChildOutsideTheLinkTableIsRefused)
               Refusal(WithNumber(SomeProduct(), "Children", FirstPlacement - 4, 2)));
 }
 
-TEST(HostileDocument, PlacementThatIsNoNumberIsRefused)
+TEST(HostileDocument, PlacementThatIsNoneIsRefused)
 {
-    EXPECT_EQ("hostile: stream Children: a number is not finite",
-              Refusal(WithNumber(SomeProduct(), "Children", FirstPlacement + 4, 0x7FF80000)));
+    const auto refusalWith = [](std::size_t position, double number) {
+        return Refusal(WithStream(SomeProduct(), "Children", [&](std::string& stream) {
+            const auto bits = std::bit_cast<std::uint64_t>(number);
+            Put(stream, FirstPlacement + 8 * position, static_cast<std::uint32_t>(bits));
+            Put(stream, FirstPlacement + 8 * position + 4, static_cast<std::uint32_t>(bits >> 32));
+        }));
+    };
+    for (const std::size_t position : {0U, 3U, 11U})
+        for (const double number :
+             {std::nan(""), std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()})
+            EXPECT_EQ("hostile: stream Children: a number is not finite", refusalWith(position, number)) << number;
+    for (const auto& [position, number] :
+         {std::pair{0U, 0.0}, {0U, -1.0}, {0U, 2.0}, {0U, 1e308}, {0U, 1.01}, {1U, 0.5}})
+        EXPECT_EQ(std::string("hostile: ") + NotRigid, refusalWith(position, number)) << position << " " << number;
 }
 
 TEST(HostileDocument, GeometryWithoutItsFactsIsRefused)

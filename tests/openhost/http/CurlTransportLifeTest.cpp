@@ -34,18 +34,24 @@ void SendInTwo(RawServer::Connection& connection)
 // ---------------------------------------------------------------------------------------------
 // Cancel
 
-TEST_F(CurlTransportLife, CancelBeforeTheLoopRunsEndsAsCancelledFromTheLoop)
+TEST_F(CurlTransportLife, CancelOrDestructionBeforeTheLoopRunsEndsFromTheLoop)
 {
     RawServer server(RawServer::Once(Reply("abc")));
-    Fetch fetch(server.Url());
-    ASSERT_TRUE(fetch.Send());
-    fetch.Request().Cancel();
-    EXPECT_EQ(ZALHttpStatusCancelled, fetch.Request().GetStatus());
-    EXPECT_EQ("", fetch->calls);
-    RunToItsEnd(fetch);
-    EXPECT_EQ("c cancelled 0: ", fetch.Told());
-    EXPECT_EQ("cancelled", Journalled("transfer")["end"]);
-    EXPECT_EQ(4, Journalled("transfer")["status"]);
+    for (const bool isDestroyed : {false, true}) {
+        Fetch fetch(server.Url());
+        ASSERT_TRUE(fetch.Send());
+        if (isDestroyed) {
+            fetch.DestroyRequest();
+        } else {
+            fetch.Request().Cancel();
+            EXPECT_EQ(ZALHttpStatusCancelled, fetch.Request().GetStatus());
+        }
+        EXPECT_EQ("", fetch->calls);
+        RunToItsEnd(fetch);
+        EXPECT_EQ(isDestroyed ? "c ended 0: " : "c cancelled 0: ", fetch.Told());
+        EXPECT_EQ("cancelled", Journalled("transfer")["end"]);
+        EXPECT_EQ(4, Journalled("transfer")["status"]);
+    }
 }
 
 TEST_F(CurlTransportLife, CancelBeforeTheHeadEndsAsCancelledAndClosesTheConnection)
@@ -78,21 +84,26 @@ TEST_F(CurlTransportLife, CancelBetweenTwoPiecesOfTheBodyEndsAsCancelled)
     EXPECT_EQ(ZALHttpResponseSucceeded, fetch->state);
 }
 
-TEST_F(CurlTransportLife, CancelInsideACallEndsAsCancelledWithoutFurtherData)
+TEST_F(CurlTransportLife, CancelOrDestructionInsideACallEndsWithoutFurtherData)
 {
-    for (const char call : {'h', 'd', 'p'}) {
-        RawServer server(RawServer::Once(Reply(std::string(1'000'000, 'a'))));
-        Fetch fetch(server.Url());
-        fetch->On(call) = [&](ZALCefHttpRequest* request) {
-            request->Cancel();
-            request->Cancel();
-            EXPECT_EQ(ZALHttpStatusCancelled, request->GetStatus());
-            EXPECT_FALSE(fetch->IsComplete());
-        };
-        RunWhole(fetch);
-        EXPECT_EQ(CallsUpTo(call) + "c", fetch->calls);
-        EXPECT_EQ(ZALHttpStatusCancelled, fetch->status);
-    }
+    for (const char call : {'h', 'd', 'p'})
+        for (const bool isDestroyed : {false, true}) {
+            RawServer server(RawServer::Once(Reply(std::string(1'000'000, 'a'))));
+            Fetch fetch(server.Url());
+            fetch->On(call) = [&](ZALCefHttpRequest* request) {
+                if (isDestroyed) {
+                    fetch.DestroyRequest();
+                } else {
+                    request->Cancel();
+                    request->Cancel();
+                    EXPECT_EQ(ZALHttpStatusCancelled, request->GetStatus());
+                }
+                EXPECT_FALSE(fetch->IsComplete());
+            };
+            RunWhole(fetch);
+            EXPECT_EQ(CallsUpTo(call) + "c", fetch->calls);
+            EXPECT_EQ(isDestroyed ? -2 : ZALHttpStatusCancelled, fetch->status);
+        }
 }
 
 TEST_F(CurlTransportLife, CancelAfterTheEndChangesNothing)
@@ -148,33 +159,6 @@ TEST_F(CurlTransportLife, ARequestDestroyedBeforeItIsSentCallsNothing)
     fetch.DestroyRequest();
     EXPECT_EQ(RunEnd::Idle, Loop().RunUntilIdle());
     EXPECT_EQ("", fetch->calls);
-}
-
-TEST_F(CurlTransportLife, ARequestDestroyedBeforeTheLoopRunsCompletesWithoutIt)
-{
-    RawServer server(RawServer::Once(Reply("abc")));
-    Fetch fetch(server.Url());
-    ASSERT_TRUE(fetch.Send());
-    fetch.DestroyRequest();
-    EXPECT_EQ("", fetch->calls);
-    RunToItsEnd(fetch);
-    EXPECT_EQ("c ended 0: ", fetch.Told());
-    EXPECT_EQ("cancelled", Journalled("transfer")["end"]);
-}
-
-TEST_F(CurlTransportLife, ARequestMayBeDestroyedInsideEachCall)
-{
-    for (const char call : {'h', 'd', 'p'}) {
-        RawServer server(RawServer::Once(Reply(std::string(1'000'000, 'a'))));
-        Fetch fetch(server.Url());
-        fetch->On(call) = [&](ZALCefHttpRequest*) {
-            fetch.DestroyRequest();
-            EXPECT_FALSE(fetch->IsComplete());
-        };
-        RunWhole(fetch);
-        EXPECT_EQ(CallsUpTo(call) + "c", fetch->calls);
-        EXPECT_EQ(-2, fetch->status);
-    }
 }
 
 TEST_F(CurlTransportLife, ARequestMayBeDestroyedInsideOnCompleteAfterAnyEnd)

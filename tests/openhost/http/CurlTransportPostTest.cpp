@@ -5,8 +5,10 @@
 
 using namespace openhost;
 using namespace openhost::testing;
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -27,21 +29,29 @@ protected:
     }
 };
 
-TEST_F(CurlTransportPost, ABodyIsSentAsItIs)
+TEST_F(CurlTransportPost, ABodyIsSentAsItIsWithNoHeaderOfTheTransports)
 {
     std::string large(10 << 20, '\0');
     for (std::size_t index = 0; index < large.size(); ++index)
         large[index] = static_cast<char>(index * 7 >> 4);
-    for (const std::string& body : {std::string(), std::string("a\0\r\n\xFF", 5), large}) {
-        RawServer server(RawServer::Answering([](const std::string&) { return Reply("taken"); }));
-        Fetch fetch(server.Url(), "POST");
-        WithBody(fetch, body).With("Content-Type", "application/x-test");
-        RunWhole(fetch);
-        EXPECT_EQ("taken", fetch->body);
-        ASSERT_EQ(1U, server.Requests().size());
-        EXPECT_TRUE(BodyOf(server.Requests()[0]) == body) << body.size();
-        EXPECT_THAT(server.Requests()[0].substr(0, 300), HasSubstr("Content-Type: application/x-test\r\n"));
-    }
+    for (const std::string method : {"POST", "PUT"})
+        for (const std::string& body : {std::string(), std::string("a\0\r\n\xFF", 5), large})
+            for (const bool isTyped : {true, false}) {
+                RawServer server(RawServer::Answering([](const std::string&) { return Reply("taken"); }));
+                Fetch fetch(server.Url(), method);
+                WithBody(fetch, body);
+                if (isTyped)
+                    fetch.With("Content-Type", "application/x-test");
+                RunWhole(fetch);
+                EXPECT_EQ("hdpc finished 200: taken", fetch.Told());
+                ASSERT_EQ(1U, server.Requests().size());
+                const std::string request = server.Requests()[0];
+                EXPECT_TRUE(BodyOf(request) == body) << body.size();
+                const std::string head = request.substr(0, request.find("\r\n\r\n") + 2);
+                EXPECT_THAT(head, AllOf(StartsWith(method + " / "), Not(HasSubstr("Expect"))));
+                EXPECT_EQ(isTyped, head.find("Content-Type: application/x-test\r\n") != std::string::npos);
+                EXPECT_EQ(isTyped, head.find("Content-Type") != std::string::npos);
+            }
 }
 
 TEST_F(CurlTransportPost, ALengthInTheHeadersIsSentOnce)
@@ -93,7 +103,7 @@ TEST_F(CurlTransportPost, ASeeOtherAsksForTheReplyByAGetWithoutABody)
     RunWhole(fetch);
     EXPECT_EQ("end", fetch->body);
     const std::string second = server.Requests().at(1);
-    EXPECT_THAT(second, ::testing::StartsWith("GET /end "));
+    EXPECT_THAT(second, StartsWith("GET /end "));
     EXPECT_THAT(second, Not(HasSubstr("Content-")));
     EXPECT_EQ("", BodyOf(second));
 }
@@ -104,7 +114,7 @@ TEST_F(CurlTransportPost, ATemporaryRedirectRepeatsTheBody)
     Fetch fetch(server.Url("/start"), "POST");
     WithBody(fetch, "12345").With("Content-Length", "5");
     RunWhole(fetch);
-    EXPECT_THAT(server.Requests().at(1), ::testing::StartsWith("POST /end "));
+    EXPECT_THAT(server.Requests().at(1), StartsWith("POST /end "));
     EXPECT_EQ("12345", BodyOf(server.Requests().at(1)));
 }
 

@@ -207,31 +207,6 @@ TEST_F(CurlTransportRequest, BytesAboveAsciiInAnAddressArePercentEncoded)
     EXPECT_EQ("/%c3%a4?q=%20%0d", PathOf(server.Requests().at(0)));
 }
 
-TEST_F(CurlTransportRequest, ABodyIsSentWithItsLength)
-{
-    struct Listener final : HttpTransferListener {
-        void OnHead(int, const HttpHeaders&) override {}
-        void OnBytes(const char*, std::size_t) override {}
-        void OnProgress(std::uint64_t, std::uint64_t) override {}
-        void OnEnd(TransferEnd end, const std::string&) override { ended = end; }
-        std::optional<TransferEnd> ended;
-    };
-    RawServer server(RawServer::Answering([](const std::string&) { return Reply(""); }));
-    for (const std::string method : {"POST", "PUT"})
-        for (const std::string& body : {std::string(), std::string("a\0b", 3), std::string(3'000'000, 'x')}) {
-            Listener listener;
-            const auto transfer = HttpTransport::Current().Start(
-                {.method = method, .url = server.Url(), .headers = {}, .body = body}, listener);
-            ASSERT_TRUE(transfer);
-            Loop().RunUntil([&] { return listener.ended.has_value(); }, 60s);
-            EXPECT_EQ(TransferEnd::Finished, listener.ended);
-            const std::string request = server.Requests().back();
-            EXPECT_THAT(request.substr(0, 300),
-                        AllOf(StartsWith(method + " / "), Not(HasSubstr("Expect")), Not(HasSubstr("Content-Type"))));
-            EXPECT_TRUE(request.ends_with("\r\n\r\n" + body));
-        }
-}
-
 TEST_F(CurlTransportRequest, OneTransferAfterTheOtherUsesTheSameConnection)
 {
     RawServer server(RawServer::Answering([](const std::string& request) { return Reply(PathOf(request)); }));

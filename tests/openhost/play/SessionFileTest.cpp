@@ -118,16 +118,16 @@ TEST(SessionFile, AnswersAreChecked)
 {
     EXPECT_EQ("2: 'answer' must be a map, not a text", StepError("{'answer': 'd'}"));
     EXPECT_EQ("2: 'answer' needs the key 'dialog'", StepError("{'answer': {'button': 1}}"));
-    EXPECT_EQ("2: 'answer' needs the key 'button'", StepError("{'answer': {'dialog': 'd'}}"));
+    EXPECT_EQ("2: 'answer' needs the key 'button'", StepError("{'answer': {'dialog': 'OverwriteNotify'}}"));
     EXPECT_EQ("3: 'button' must be a whole number from 0 to 1000",
-              StepError("{'answer': {'dialog': 'd',\n'button': 1.5}}"));
+              StepError("{'answer': {'dialog': 'OverwriteNotify',\n'button': 1.5}}"));
     EXPECT_EQ("2: 'button' must be a whole number from 0 to 1000",
-              StepError("{'answer': {'dialog': 'd', 'button': -1}}"));
+              StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': -1}}"));
     EXPECT_EQ("2: 'button' must be a whole number from 0 to 1000",
-              StepError("{'answer': {'dialog': 'd', 'button': 99999999999999999999}}"));
+              StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': 99999999999999999999}}"));
     EXPECT_EQ("2: 'dialog' must not be empty", StepError("{'answer': {'dialog': '', 'button': 1}}"));
     EXPECT_EQ("2: 'answer' has the unknown key 'text'",
-              StepError("{'answer': {'dialog': 'd', 'button': 1, 'text': ''}}"));
+              StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': 1, 'text': ''}}"));
 }
 
 TEST(SessionFile, ListenersAreChecked)
@@ -155,10 +155,10 @@ TEST(SessionFile, ListenersAreChecked)
 
 TEST(SessionFile, PushesAreChecked)
 {
-    EXPECT_EQ("2: 'push' needs the key 'control'", StepError("{'push': {'dialog': 'd'}}"));
+    EXPECT_EQ("2: 'push' needs the key 'control'", StepError("{'push': {'dialog': 'Options'}}"));
     EXPECT_EQ("2: 'push' needs the key 'dialog'", StepError("{'push': {'control': 'c'}}"));
     const auto error = [](const std::string& rest) {
-        return StepError("{'push': {'dialog': 'd', 'control': 'c', " + rest + "}}");
+        return StepError("{'push': {'dialog': 'Options', 'control': 'CLOSE', " + rest + "}}");
     };
     EXPECT_EQ("2: 'text' must be a text, not a number", error("'text': 1"));
     for (const char* state : {"'on'", "1", "0", "262145", "null", "{}", "524288.5"})
@@ -194,6 +194,24 @@ TEST(SessionFile, WaitsAreChecked)
     EXPECT_EQ("2: 'seconds' must be a number from 0 to 86400, not a text",
               StepError("{'wait': 'idle', 'seconds': '1'}"));
     EXPECT_EQ("no error", StepError("{'wait': 'idle', 'seconds': 0.25}"));
+}
+
+TEST(SessionFile, ANameThatThereIsNotIsRefusedWithThoseThatThereAre)
+{
+    EXPECT_EQ(
+        "2: there is no question 'OverwriteNotice'; there are FileDownloadErrorNotify, "
+        "FileOpenInsertReplaceErrorNotify, NotADirectoryNotify, OverwriteNotify, ReplaceAllPopUp, UploadWarningPopup",
+        StepError("{'answer': {'dialog': 'OverwriteNotice', 'button': 3}}"));
+    EXPECT_THAT(StepError("{'push': {'dialog': 'Option', 'control': 'OK'}}"),
+                StartsWith("2: there is no window 'Option'; there are Options, "));
+    EXPECT_EQ("2: there is no control of 'ZALVelmartDownloadProgressDlg' 'OK'; there are VLProgressBar, CLOSE",
+              StepError("{'push': {'dialog': 'ZALVelmartDownloadProgressDlg', 'control': 'OK'}}"));
+    EXPECT_THAT(StepError("{'wait': 'transfers'}"), StartsWith("2: there is no event 'transfers'; there are idle, "));
+}
+
+TEST(SessionFile, ANameWithAPlaceholderIsLeftForThePlay)
+{
+    EXPECT_EQ("no error", SessionError("{'steps': [{'wait': '${EVENT}'}]}", {{"EVENT", "x"}}));
 }
 
 TEST(SessionFile, MovesAreChecked)
@@ -248,8 +266,8 @@ TEST(SessionFile, EveryKeyIsRead)
         "settings": {"DownloadLocation": "/d", "DoNotRemindDownloadLocation": true,
                      "locks": {"DownloadLocation": "R", "DoNotRemindDownloadLocation": "-"}},
         "frame": false, "workshop": "", "documents": ["a", "b"], "traces": true,
-        "steps": [{"message": {}}, {"url": ""}, {"answer": {"dialog": "d", "button": 0}},
-                  {"push": {"dialog": "d", "control": "OK"}}, {"wait": "idle", "seconds": 1}]})",
+        "steps": [{"message": {}}, {"url": ""}, {"answer": {"dialog": "OverwriteNotify", "button": 0}},
+                  {"push": {"dialog": "Options", "control": "CLOSE"}}, {"wait": "idle", "seconds": 1}]})",
                                          "/sessions");
     EXPECT_EQ("/t", session.variables.at("ZALTemp"));
     EXPECT_EQ("1", session.environment.at("A"));

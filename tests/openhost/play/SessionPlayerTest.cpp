@@ -93,13 +93,13 @@ TEST_F(SessionPlayerTest, WithADisplayTheUserAnswersAfterTheLastStep)
             EventLoop::Current().Post([&] { ask("Early"); });
         if (event.at("event") == "step" && event.at("number") == 4)
             EventLoop::Current().Post([&] {
-                ask("Kept");
+                ask("ReplaceAllPopUp");
                 ask("Late");
                 Panel::Close();
             });
     };
     PlaySteps(R"({"options": "open"}, {"wait": "dialog"}, {"wait": "idle"},
-                           {"answer": {"dialog": "Kept", "button": 3}})");
+                           {"answer": {"dialog": "ReplaceAllPopUp", "button": 3}})");
     EXPECT_THAT(desktop.told, ElementsAre("Options", "Late"));
     EXPECT_THAT(Values("dialog", "answer"), ElementsAre(ZALDlgAnswerClosed, ZALDlgAnswerYes, ZALDlgAnswerNo));
 }
@@ -178,7 +178,7 @@ TEST_F(SessionPlayerTest, AWaitFindsAnEventOfTheStepBefore)
 
 TEST_F(SessionPlayerTest, AnAnswerForgetsNoEvents)
 {
-    PlaySteps(Ready + R"(, {"answer": {"dialog": "d", "button": 1}}, {"wait": "notification"})");
+    PlaySteps(Ready + R"(, {"answer": {"dialog": "OverwriteNotify", "button": 1}}, {"wait": "notification"})");
 }
 
 TEST_F(SessionPlayerTest, AWaitForWhatCannotComeFailsAtOnce)
@@ -223,17 +223,17 @@ TEST_F(SessionPlayerTest, APushOnTheCloseBoxCancelsADownload)
 TEST_F(SessionPlayerTest, APushOnADialogThatIsNotThereFails)
 {
     EXPECT_EQ("\"OK\" of \"None\" cannot be pushed: no such dialog is shown",
-              FailureOfSteps(R"({"push": {"dialog": "None", "control": "OK"}})"));
+              FailureOfSteps(R"({"push": {"dialog": "ZALVelmartDownloadLocationDlg", "control": "OK"}})"));
 }
 
 TEST_F(SessionPlayerTest, AControlThatCannotDoWhatIsAskedFailsTheStep)
 {
     const std::pair<const char*, const char*> cases[] = {
-        {R"("control": "None")", "the dialog has no such control"},
+        {R"("control": "${BASE}")", "the dialog has no such control"},
         {R"("control": "OK")", "the dialog has no such control"},
         {R"("control": "VLDownloadLocationLabel")", "the dialog has no such control"},
-        {R"("control": "None", "text": "x")", "the dialog has no such control"},
-        {R"("control": "None", "state": true)", "the dialog has no such control"},
+        {R"("control": "${BASE}", "text": "x")", "the dialog has no such control"},
+        {R"("control": "${BASE}", "state": true)", "the dialog has no such control"},
         {R"("control": "VLDownloadLocationButton", "text": "x")", "the control takes no text"},
         {R"("control": "VLDownloadLocationEditor", "state": true)", "the control has no state"},
         {R"("control": "VLDoNotRemindDownloadLocationCheckButton", "state": true)", "the control takes no input"}};
