@@ -575,6 +575,7 @@ TEST(Reference, HasTheEnvironmentVariables)
     const Names known = {"module/host/system.h",                  // declares the getter
                          "openhost/files/SystemServices.cpp",     // defines it
                          "openhost/files/PathVariables.cpp",      // the path variables
+                         "openhost/commandline/CommandLine.cpp",  // what OrFromEnvironment is called with
                          "openhost/desktop/QtDesktop.cpp",        // what Default is called with
                          "openhost/play/EnvironmentChanges.cpp"}; // what a session sets
     EXPECT_EQ(known, readers) << "a variable whose name is not a text where it is read escapes this test";
