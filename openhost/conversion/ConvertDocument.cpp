@@ -3,6 +3,7 @@
 #include "openhost/conversion/ConversionRequest.h"
 
 #include <sstream>
+#include <utility>
 
 namespace openhost {
 
@@ -27,8 +28,8 @@ void Convert(GeometryProcess& process, GeometryJob job, const ConversionRequest&
 
 } // namespace
 
-DocumentConverter::DocumentConverter(const GeometryJobLimits& limits)
-    : process_(FindProgramBeside("openhost-conversion"), limits)
+DocumentConverter::DocumentConverter(const GeometryJobLimits& limits, std::filesystem::path program)
+    : process_(std::move(program), limits)
 {
 }
 

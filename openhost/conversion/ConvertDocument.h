@@ -11,12 +11,13 @@
 
 namespace openhost {
 
-/// Makes files of documents in a process of the program `openhost-conversion`, which lies beside that of this process.
+/// Makes files of documents in a process of `program`.
 /// Each takes a document, a file to write and a receiver of warnings, a line about each document that is missing and
 /// left out. Throws GeometryJobError, which says why nothing was written: the file is then as it was.
 class DocumentConverter {
 public:
-    explicit DocumentConverter(const GeometryJobLimits& limits = {});
+    explicit DocumentConverter(const GeometryJobLimits& limits = {},
+                               std::filesystem::path program = FindProgramBeside("openhost-conversion"));
 
     /// STEP (AP214, millimetres).
     void ExportStep(const std::filesystem::path& document, const std::filesystem::path& output,

@@ -1,5 +1,6 @@
 #include "openhost/play/Narration.h"
 
+#include "host/dialogs.h"
 #include "openhost/play/EventTexts.h"
 #include "openhost/text/OneLine.h"
 
@@ -222,9 +223,9 @@ void Narration::TellWindow(const nlohmann::ordered_json& event)
 void Narration::TellDialog(const nlohmann::ordered_json& event)
 {
     const std::string text = FirstLines(LinesIn(Printable(TextOf(event, "text"))), MostQuestionLines);
-    const int answer = event.value("answer", 0);
-    const bool isQuestion = TextOf(event, "title") != "" || answer > 1;
-    Say(isQuestion ? Kind::Detail : Kind::Failure, text + " → " + AnswerText(answer));
+    const auto style = event.value("style", 0U);
+    const bool isQuestion = style == ZALDlgNotifyYesNo || style == ZALDlgNotifyWarningYesNo;
+    Say(isQuestion ? Kind::Detail : Kind::Failure, text + " → " + AnswerText(event.value("answer", 0)));
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -573,6 +573,7 @@ TEST(Reference, HasTheEnvironmentVariables)
     ExpectSame("Environment variables", variables, NamesIn("Environment variables", 0));
 
     const Names known = {"module/host/system.h",                  // declares the getter
+                         "openhost/commandline/CommandLine.cpp",  // what OrFromEnvironment is called with
                          "openhost/files/SystemServices.cpp",     // defines it
                          "openhost/files/PathVariables.cpp",      // the path variables
                          "openhost/commandline/CommandLine.cpp",  // what OrFromEnvironment is called with

@@ -41,8 +41,6 @@ protected:
     TemporaryFolder folder_;
 };
 
-class EndlessGeometry : public HostileGeometry {};
-
 } // namespace
 
 TEST_P(HostileGeometry, ThatCrashesTheKernelEndsInAnError)
@@ -50,12 +48,6 @@ TEST_P(HostileGeometry, ThatCrashesTheKernelEndsInAnError)
     ExpectRefused(CrashesDecoding(), "", "the solid kernel has crashed");
 }
 
-TEST_P(EndlessGeometry, IsGivenUpAfterItsTime)
-{
-    ExpectRefused(HangsTessellating(), " --seconds 1", "it takes too long");
-}
-
 INSTANTIATE_TEST_SUITE_P(Commands, HostileGeometry, ::testing::Values("export", "picture"));
-INSTANTIATE_TEST_SUITE_P(Commands, EndlessGeometry, ::testing::Values("picture"));
 
 } // namespace openhost::testing

@@ -1,5 +1,6 @@
 #include "openhost/play/SessionAccount.h"
 
+#include "host/dialogs.h"
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/TemporaryFolder.h"
 
@@ -141,15 +142,21 @@ TEST(SessionAccount, TellsWhatIsLeftOutOfAnArchive)
 // ---------------------------------------------------------------------------------------------
 // The user
 
-TEST(SessionAccount, TellsQuestionsWithTheirAnswersInWords)
+TEST(SessionAccount, TellsQuestionsAndErrorsWithTheirAnswersInWords)
 {
-    EXPECT_EQ("  Overwrite?\n"
-              "  /a → Yes\n"
-              "  Overwrite? → closed\n"
-              "  It has failed. → OK\n",
-              Told({R"({"event": "dialog", "name": "N", "title": "T", "text": "Overwrite?\n/a\n", "answer": 3})",
-                    R"({"event": "dialog", "name": "N", "title": "T", "text": "Overwrite?", "answer": 0})",
-                    R"({"event": "dialog", "name": "N", "title": "", "text": "It has failed.", "answer": 1})"}));
+    const auto dialog = [](unsigned int style, const std::string& text, int answer) {
+        return nlohmann::json{{"event", "dialog"}, {"name", "N"},  {"style", style},
+                              {"title", "T"},      {"text", text}, {"answer", answer}}
+            .dump();
+    };
+    EXPECT_EQ("  \x1B[2mOverwrite?\n"
+              "  /a → Yes\x1B[0m\n"
+              "  \x1B[2mSend? → No\x1B[0m\n"
+              "  \x1B[2mSend? → closed\x1B[0m\n"
+              "  \x1B[31mIt has failed. → OK\x1B[0m\n",
+              Told({dialog(ZALDlgNotifyYesNo, "Overwrite?\n/a\n", 3), dialog(ZALDlgNotifyWarningYesNo, "Send?", 4),
+                    dialog(ZALDlgNotifyWarningYesNo, "Send?", 0), dialog(ZALDlgNotifyError, "It has failed.", 1)},
+                   true));
 }
 
 TEST(SessionAccount, TellsWhatTheUserDoesInWindows)

@@ -1,0 +1,64 @@
+#include "openhost/conversion/ConvertDocument.h"
+#include "openhost/conversion/ConversionRequest.h"
+
+#include "tests/support/Places.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace openhost::testing {
+
+using ::testing::HasSubstr;
+
+namespace {
+
+std::filesystem::path ProgramOfTests()
+{
+    return BuildDir() + "/bin/test_geometry_program";
+}
+
+TEST(ConvertDocument, WhatTakesTooLongIsGivenUpAndNamed)
+{
+    // The program never ends this job.
+    DocumentConverter converter({.time = std::chrono::milliseconds(200)}, ProgramOfTests());
+    try {
+        converter.ExportStep("part.ZALPart", "out.step", [](const std::string&) {});
+        FAIL() << "was made";
+    } catch (const GeometryJobTimeOut& error) {
+        EXPECT_STREQ("part.ZALPart: it takes too long", error.what());
+    }
+}
+
+TEST(ConvertDocument, EachLineOfTheAnswerIsAWarning)
+{
+    // The program lists its open files, the standard ones first.
+    std::vector<std::string> lines;
+    DocumentConverter({}, ProgramOfTests()).DrawPicture("a", "b", {}, [&](const std::string& line) {
+        lines.push_back(line);
+    });
+    EXPECT_THAT(lines, ::testing::IsSupersetOf({"0", "1", "2"}));
+}
+
+TEST(ConvertDocument, AProgramThatIsMissingIsAnError)
+{
+    DocumentConverter converter({}, "/none");
+    EXPECT_THROW(converter.ExportStep("a", "b", [](const std::string&) {}), GeometryJobError);
+}
+
+TEST(ConversionRequest, ComesBackAsItWas)
+{
+    const ConversionRequest request = ConversionRequest::Decode(ConversionRequest{"a b\n", "c", {30, 20}}.Encode());
+    EXPECT_EQ("a b\n", request.document);
+    EXPECT_EQ("c", request.output);
+    EXPECT_EQ((PictureSize{30, 20}), request.size);
+}
+
+TEST(ConversionRequest, BytesThatAreNoneAreRefused)
+{
+    for (const std::string bytes : {"", "a", "a\n1x1"})
+        EXPECT_THROW(ConversionRequest::Decode(bytes), std::invalid_argument) << bytes;
+}
+
+} // namespace
+
+} // namespace openhost::testing
