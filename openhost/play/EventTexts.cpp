@@ -5,7 +5,7 @@
 #include "openhost/text/OneLine.h"
 
 #include <array>
-#include <cstdio>
+#include <charconv>
 #include <sstream>
 
 namespace openhost {
@@ -37,13 +37,6 @@ void AddChildren(const nlohmann::ordered_json& product, const std::string& inden
         }
     if (more)
         lines.push_back(indent + LastBranch.child + "… and more");
-}
-
-std::string Decimal(double number, int places)
-{
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%.*f", places, number);
-    return text.data();
 }
 
 bool ContinuesCharacter(char unit)
@@ -143,12 +136,19 @@ std::string Indented(const std::string& text, std::size_t blanks)
     return result;
 }
 
+std::string Decimal(double number, int places)
+{
+    std::array<char, 64> text{};
+    std::to_chars(text.data(), text.data() + text.size() - 1, number, std::chars_format::fixed, places);
+    return text.data();
+}
+
 std::string Grouped(std::uintmax_t number)
 {
     std::string digits = std::to_string(number);
     for (std::size_t position = digits.size(); position > 3;) {
         position -= 3;
-        digits.insert(position, ",");
+        digits.insert(position, 1, ',');
     }
     return digits;
 }

@@ -35,6 +35,8 @@ std::string Shortened(const std::string& text, std::size_t most);
 /// `text` with its further lines moved to the right by `blanks`.
 std::string Indented(const std::string& text, std::size_t blanks);
 
+/// With a point, whatever the language of the user is.
+std::string Decimal(double number, int places);
 /// 1234567 as "1,234,567".
 std::string Grouped(std::uintmax_t number);
 /// "557 bytes", "12.3 KB", "4.5 MB".

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -47,18 +46,14 @@ std::string TableHead(const std::vector<std::string>& titles)
 
 std::string Percent(double share)
 {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.2f%%", 100 * std::clamp(share, 0.0, 1.0));
-    return text.data();
+    return Decimal(100 * std::clamp(share, 0.0, 1.0), 2) + "%";
 }
 
 /// As exact as somebody wants it who looks for where the time goes: "6.3 ms".
 std::string ExactText(std::chrono::duration<double> duration)
 {
-    std::array<char, 32> text{};
-    const bool isLong = duration.count() >= 1;
-    std::snprintf(text.data(), text.size(), isLong ? "%.2f s" : "%.1f ms", duration.count() * (isLong ? 1 : 1000));
-    return text.data();
+    const double seconds = duration.count();
+    return seconds >= 1 ? Decimal(seconds, 2) + " s" : Decimal(1000 * seconds, 1) + " ms";
 }
 
 std::string DateText(std::time_t time)
@@ -307,9 +302,8 @@ std::string SessionReport::Journal() const
                        "lines\" hidden>\n<p id=\"count\" class=\"dim\">" +
                        std::to_string(lines_.size()) + " lines</p>\n<ol id=\"lines\">\n";
     for (const Line& line : lines_) {
-        std::array<char, 32> time{};
-        std::snprintf(time.data(), time.size(), "%.3f", Since(line.time).count());
-        text += "<li>" + Element("time", "", time.data()) + Element("code", "", line.text) + "</li>\n";
+        text += "<li>" + Element("time", "", Decimal(Since(line.time).count(), 3)) + Element("code", "", line.text) +
+                "</li>\n";
     }
     return text + "</ol>\n";
 }
