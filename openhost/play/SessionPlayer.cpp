@@ -448,9 +448,10 @@ void SessionPlayer::StayOpen()
     Surface().LetUserAnswer();
     std::size_t answered = written_["prompt"];
     while (Panel::Current() && Interruption::Signal() == 0) {
-        EventLoop::Current().RunUntil([&] { return !Panel::Current() || written_["prompt"] > answered; });
+        const RunEnd end =
+            EventLoop::Current().RunUntil([&] { return !Panel::Current() || written_["prompt"] > answered; });
         answered = written_["prompt"];
-        if (Panel::Current())
+        if (end == RunEnd::Done && Panel::Current())
             PickRoot();
     }
 }
