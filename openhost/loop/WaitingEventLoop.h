@@ -44,7 +44,7 @@ private:
 
     std::set<int> watched_;
     bool watchesSignals_ = false; ///< which keeps no run from being idle
-    std::uint64_t batchEnd_ = 0; ///< events queued up to here run before the backend has its turn again
+    std::uint64_t batchEnd_ = 0;  ///< events queued up to here run before the backend has its turn again
 };
 
 } // namespace openhost

@@ -64,7 +64,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongRun{"ASessionThatIsMissing", "--session none", "the session none cannot be read"},
         WrongRun{"ADocumentThatIsMissing", "--show none", "the document none cannot be read"},
         WrongRun{"ANoDisplay", "--panel", "--panel opens a window and there is no display"}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(CommandsJourney, ADisplayThatIsDeadIsToldBeforeAnythingIsBuilt)
 {
@@ -104,6 +104,6 @@ INSTANTIATE_TEST_SUITE_P(Of, WrongPluginJourney,
                                                        "VELMART_HOST_INCLUDE_DIR must hold all of the host's headers"},
                                            WrongPlugin{"ExampleAddresses", "-DVELMART_HOST_INCLUDE_DIR=$SOURCE/module",
                                                        "must be that of the deployment"}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& row) { return row.param.name; });
 
 } // namespace openhost::testing

@@ -291,7 +291,8 @@ TEST(SessionSchema, RefusesWhatExcludesEachOther)
     const std::vector<std::string> sessions = {
         R"({"settings": {}, "settingsFile": "a", "steps": []})",
         WithStep(R"({"url": "a", "message": "b"})"),
-        WithStep(R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "text": "a", "state": true}})"),
+        WithStep(
+            R"({"push": {"dialog": "Options", "control": "VLDownloadLocationEditor", "text": "a", "state": true}})"),
         WithStep(R"({"page": {"click": "#a", "press": "Tab"}})"),
     };
     for (const std::string& session : sessions)
@@ -303,12 +304,12 @@ TEST(SessionSchema, TakesMoreWhereASchemaCannotTell)
 {
     const std::string deep = std::string(200, '[') + std::string(200, ']');
     const std::vector<std::string> sessions = {
-        R"({"steps": [], "steps": []})",                                     // validators see the last of two members
-        WithStep(R"({"url": "${UNKNOWN}"})"),                                // the command line may give it a value
-        WithStep(R"({"url": "${"})"),                                        // placeholders are not described
-        WithStep(R"({"answer": {"dialog": "OverwriteNotify", "button": 3.0}})"),           // 3.0 is an integer to a schema
-        WithStep(R"({"move": "A", "at": [0, 0, 0], "axis": [0, 0, 1e-7]})"), // a length cannot be computed
-        WithStep(R"({"message": {"a": )" + deep + "}}"),                     // nesting is not limited
+        R"({"steps": [], "steps": []})",      // validators see the last of two members
+        WithStep(R"({"url": "${UNKNOWN}"})"), // the command line may give it a value
+        WithStep(R"({"url": "${"})"),         // placeholders are not described
+        WithStep(R"({"answer": {"dialog": "OverwriteNotify", "button": 3.0}})"), // 3.0 is an integer to a schema
+        WithStep(R"({"move": "A", "at": [0, 0, 0], "axis": [0, 0, 1e-7]})"),     // a length cannot be computed
+        WithStep(R"({"message": {"a": )" + deep + "}}"),                         // nesting is not limited
     };
     const std::vector<std::string> refusals = RefusalsOfSchema(sessions);
     ASSERT_EQ(sessions.size(), refusals.size());

@@ -678,8 +678,8 @@ public:
     }
     ZALBaseUnknown* GetRootProduct(ZALDocument& document) override
     {
-        const auto* loaded = dynamic_cast<LoadedDocument*>(&document);
-        ScriptedObject* root = loaded ? loaded->Root() : RootOf(static_cast<ScriptedWorkspaceDocument&>(document));
+        const auto* file = dynamic_cast<LoadedDocument*>(&document);
+        ScriptedObject* root = file ? file->Root() : RootOf(static_cast<ScriptedWorkspaceDocument&>(document));
         if (root)
             root->AddRef();
         return root;
@@ -766,9 +766,10 @@ ScriptedWorkspaceDocument& ScriptedCad::AddDocument(const std::filesystem::path&
 
 ScriptedObject& ScriptedCad::AddObject(ScriptedWorkspaceDocument* document, const std::string& name, Interfaces offers)
 {
-    const Owned<ScriptedObject> object(new ScriptedObject(*this, document, name, std::move(offers)));
-    objects_.push_back(object.get());
-    object->AddRef();
+    auto* const object = new ScriptedObject(*this, document, name, std::move(offers));
+    const Owned<ScriptedObject> madeByNew(object);
+    objects_.push_back(object);
+    object->AddRef(); // the one of the list
     return *object;
 }
 

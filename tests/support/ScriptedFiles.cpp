@@ -110,11 +110,11 @@ int ScriptedHashes::BytesToHex(const void* bytes, int count, char* text, int siz
 class ScriptedArchives::Reader final : public ArchiveReader {
 public:
     explicit Reader(ScriptedArchives& archives) : archives_(archives) {}
-    HRESULT Browse(std::vector<Entry>& entries) override
+    HRESULT Browse(std::vector<Entry>& list) override
     {
         archives_.log_.Note("browse");
-        for (const std::string& entry : archives_.entries)
-            entries.push_back({FromUtf8(entry), 0});
+        for (const std::string& name : archives_.entries)
+            list.push_back({FromUtf8(name), 0});
         return archives_.browseResult;
     }
     HRESULT Extract(const ZALUnicodeString& folder, const ZALUnicodeString& entry) override

@@ -121,7 +121,7 @@ INSTANTIATE_TEST_SUITE_P(
                       WrongUse{{"make", "it", "--size", "two"}, "--size"},
                       WrongUse{{"make", "it", "--color", "none"}, "is no colour"},
                       WrongUse{{"--completion", "fish"}, "--completion"}),
-    [](const auto& info) { return "Number" + std::to_string(info.index); });
+    [](const auto& row) { return "Number" + std::to_string(row.index); });
 
 TEST_F(CommandLineTest, BashCompletesCommandsAndTheirOptions)
 {
