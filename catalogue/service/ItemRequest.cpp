@@ -4,7 +4,7 @@
 
 #include <fstream>
 #include <optional>
-#include <regex>
+#include <string_view>
 
 namespace catalogue {
 
@@ -58,7 +58,7 @@ std::string ReadDownloadMessage(const std::filesystem::path& root, const std::st
 
 std::string ReadLastQuery(const std::filesystem::path& journal)
 {
-    static const std::regex call(R"(\{query: '([^']+)')");
+    constexpr std::string_view call = "{query: '";
     std::ifstream file(journal);
     if (!file)
         throw ItemError("cannot read " + journal.string());
@@ -68,8 +68,10 @@ std::string ReadLastQuery(const std::filesystem::path& journal)
         if (!event.is_object() || event.value("event", "") != "script")
             continue;
         const std::string script = event.value("text", "");
-        if (std::smatch found; std::regex_search(script, found, call))
-            query = found[1];
+        const std::size_t begin = script.find(call);
+        const std::size_t end = script.find('\'', begin + call.size());
+        if (begin != std::string::npos && end != std::string::npos)
+            query = script.substr(begin + call.size(), end - begin - call.size());
     }
     if (!query)
         throw ItemError(journal.string() + ": the module has handed no query to its page");
