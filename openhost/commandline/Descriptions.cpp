@@ -121,8 +121,9 @@ std::string CompleteInZsh(const CLI::App& app)
             for (const std::string& name : option->get_lnames()) {
                 std::string help = option->get_description().substr(0, option->get_description().find('\n'));
                 std::erase_if(help, [](char unit) { return unit == '[' || unit == ']' || unit == ':'; });
-                const bool hasValue = option->get_items_expected_max() > 0;
-                script << " \\\n        " << Quoted("--" + name + "[" + help + "]" + (hasValue ? ":value:_files" : ""));
+                const char* value = option->get_items_expected_max() > 0 ? "]:value:_files" : "]";
+                script << " \\\n        "
+                       << Quoted(std::string("--").append(name).append("[").append(help).append(value));
             }
         script << " \\\n        '*:file:_files'\n";
     };
