@@ -1,7 +1,7 @@
 // The desktop over Qt.
 #pragma once
 
-#include "openhost/panel/Desktop.h"
+#include "openhost/desktop/Desktop.h"
 
 class QApplication;
 

@@ -4,11 +4,11 @@
 #include "openhost/cad/CadWorkspace.h"
 #include "openhost/dialogs/ScriptedSurface.h"
 #include "openhost/journal/Events.h"
-#include "openhost/panel/Desktop.h"
+#include "openhost/desktop/Desktop.h"
 #include "openhost/panel/PageUser.h"
 #include "openhost/panel/RecordedPage.h"
 #include "openhost/play/BridgeListener.h"
-#include "openhost/play/OptionsPage.h"
+#include "openhost/panel/OptionsPage.h"
 #include "openhost/play/Session.h"
 
 #include <chrono>

@@ -1,7 +1,7 @@
 // A page in the real browser, with the loop under it.
 #pragma once
 
-#include "openhost/panel/Desktop.h"
+#include "openhost/desktop/Desktop.h"
 #include "openhost/panel/PageUser.h"
 
 #include <gtest/gtest.h>
