@@ -1,41 +1,70 @@
 #include "openhost/cad/CadWorkspace.h"
 
-#include "openhost/cad/DocumentEvents.h"
 #include "openhost/cad/DocumentPaths.h"
 #include "openhost/frame/Frame.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace openhost {
+
+namespace {
+
+void CheckWindow(const LoadedDocument& document)
+{
+    if (!document.IsOpen())
+        throw CadWorkspaceError(document.Path().string() + ": the document has no window");
+}
+
+} // namespace
 
 CadWorkspace::CadWorkspace() = default;
 
 CadWorkspace::~CadWorkspace()
 {
+    const bool hadWindows = !windows_.empty();
+    windows_.clear();
+    activated_.clear();
     for (const auto& [path, document] : documents_)
         DetachChildren(*document);
     while (!documents_.empty())
-        Remove(*documents_.begin()->second);
-    if (!windows_.empty())
+        Unload(*documents_.begin()->second);
+    if (hadWindows)
         SetEditor(false);
+}
+
+DocumentSubscription CadWorkspace::Subscribe(DocumentObserver observer)
+{
+    return events_.Subscribe(std::move(observer));
 }
 
 LoadedDocument& CadWorkspace::Open(const std::filesystem::path& path)
 {
     LoadedDocument& document = Load(path);
-    if (document.open_) {
-        if (Active() != &document) {
-            std::erase(windows_, &document);
-            windows_.push_back(&document);
-            Tell(document, "activated");
-        }
-        return document;
-    }
+    if (!document.open_)
+        return ShowInWindow(document);
+    Activate(document);
+    return document;
+}
+
+LoadedDocument& CadWorkspace::ShowInWindow(LoadedDocument& document)
+{
     document.open_ = true;
     windows_.push_back(&document);
+    activated_.push_back(&document);
     SetEditor(true);
-    Tell(document, "opened");
+    events_.Tell(document, DocumentAction::Opened);
     return document;
+}
+
+void CadWorkspace::Activate(LoadedDocument& document)
+{
+    CheckWindow(document);
+    if (Active() == &document)
+        return;
+    std::erase(activated_, &document);
+    activated_.push_back(&document);
+    events_.Tell(document, DocumentAction::Activated);
 }
 
 LoadedDocument* CadWorkspace::Find(const std::filesystem::path& path) const
@@ -67,15 +96,15 @@ std::size_t CadWorkspace::HeldDocuments() const
 
 void CadWorkspace::Close(LoadedDocument& document)
 {
-    if (!document.open_)
-        throw CadWorkspaceError(document.path_.string() + ": the document has no window");
+    CheckWindow(document);
     const bool wasActive = Active() == &document;
     document.open_ = false;
     std::erase(windows_, &document);
+    std::erase(activated_, &document);
     SetEditor(!windows_.empty());
-    Tell(document, "closed");
+    events_.Tell(document, DocumentAction::Closed);
     if (wasActive && Active())
-        Tell(*Active(), "activated");
+        events_.Tell(*Active(), DocumentAction::Activated);
     UnloadUnused(document);
 }
 
@@ -85,14 +114,17 @@ void CadWorkspace::Change(LoadedDocument& document, const std::function<void(Cad
     change(document.contents_);
     partNumbers_.Enter(document);
     document.root_->name_ = document.PartNumber();
-    if (!document.dirty_)
+    // The journal is told of the first change alone: a module makes many of them at once.
+    if (document.dirty_)
+        events_.TellObservers(document, DocumentAction::Changed);
+    else
         SetChanged(document);
 }
 
 void CadWorkspace::SetChanged(LoadedDocument& document)
 {
     document.dirty_ = true;
-    Tell(document, "changed");
+    events_.Tell(document, DocumentAction::Changed);
 }
 
 std::vector<std::string> CadWorkspace::DisputedPartNumbers(const LoadedDocument& document) const

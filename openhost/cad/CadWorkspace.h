@@ -3,6 +3,7 @@
 
 #include "openhost/cad/CadServices.h"
 #include "openhost/cad/CadWorkspaceError.h"
+#include "openhost/cad/DocumentEvents.h"
 #include "openhost/cad/LoadedDocument.h"
 #include "openhost/cad/PartNumbers.h"
 
@@ -20,7 +21,7 @@ namespace openhost {
 ///
 /// Links are looked up beside the document first, then as they are written. A child whose document is missing or
 /// damaged is kept as such. Operations that fail throw CadWorkspaceError or CompoundFileError and change nothing.
-/// What happens is written to the journal as events "document".
+/// What happens is written to the journal as events "document", and told to observers.
 class CadWorkspace : public CadServices {
 public:
     /// Most documents that a workspace loads.
@@ -29,15 +30,24 @@ public:
     CadWorkspace();
     CadWorkspace(const CadWorkspace&) = delete;
     CadWorkspace& operator=(const CadWorkspace&) = delete;
-    /// Unsaved changes are lost.
+    /// Unsaved changes are lost. Observers are told of each document that it is unloaded, and no more.
     ~CadWorkspace() override;
+
+    /// Calls `observer` from now on.
+    [[nodiscard]] DocumentSubscription Subscribe(DocumentObserver observer);
 
     /// Opens the document `path` in a window and makes it the active one; one that has a window becomes active.
     LoadedDocument& Open(const std::filesystem::path& path);
+    /// Writes an empty document to the file `path`, which must not exist yet, and opens it.
+    LoadedDocument& New(DocumentKind kind, const std::filesystem::path& path, const std::string& partNumber);
+    /// Makes the window of `document` the active one.
+    void Activate(LoadedDocument& document);
     /// The loaded document of the file `path`, or null.
     LoadedDocument* Find(const std::filesystem::path& path) const;
     /// The document of the active window, or null.
-    LoadedDocument* Active() const { return windows_.empty() ? nullptr : windows_.back(); }
+    LoadedDocument* Active() const { return activated_.empty() ? nullptr : activated_.back(); }
+    /// The documents with a window, in the order of their opening.
+    const std::vector<LoadedDocument*>& Windows() const { return windows_; }
     std::size_t LoadedDocuments() const { return documents_.size(); }
     /// The files of the documents with changes that are not saved, in order.
     std::vector<std::filesystem::path> Unsaved() const;
@@ -95,7 +105,8 @@ private:
 
     // CadWorkspace.cpp
     LoadedDocument* FindCanonical(const std::filesystem::path& path) const;
-    static void SetChanged(LoadedDocument& document);
+    LoadedDocument& ShowInWindow(LoadedDocument& document);
+    void SetChanged(LoadedDocument& document);
 
     // LoadDocuments.cpp
     LoadedDocument& Load(const std::filesystem::path& path);
@@ -106,6 +117,7 @@ private:
     static void EndReference(LoadedDocument& father, LoadedDocument& reference);
     static void DetachChildren(LoadedDocument& document);
     void Remove(LoadedDocument& document);
+    void Unload(LoadedDocument& document);
 
     // Components.cpp
     static LoadedDocument& ProductOf(const WorkspaceProduct& father);
@@ -121,7 +133,9 @@ private:
     static void Replace(WorkspaceProduct& component, LoadedDocument& reference);
 
     std::unordered_map<std::string, Owned<LoadedDocument>> documents_; ///< by path
-    std::vector<LoadedDocument*> windows_;                             ///< the active one last
+    std::vector<LoadedDocument*> windows_;                             ///< in the order of their opening
+    std::vector<LoadedDocument*> activated_;                           ///< the same, the active one last
+    DocumentEvents events_;
     PartNumbers partNumbers_;
 };
 

@@ -172,9 +172,9 @@ void CadWorkspace::ReplaceEach(LoadedDocument& father, const std::vector<Workspa
     LoadedDocument* replaced = components.front()->reference_;
     for (WorkspaceProduct* component : components)
         Replace(*component, reference);
+    SetChanged(father);
     if (replaced)
         UnloadUnused(*replaced);
-    SetChanged(father);
 }
 
 void CadWorkspace::Replace(WorkspaceProduct& component, LoadedDocument& reference)

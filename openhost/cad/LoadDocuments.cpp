@@ -60,7 +60,6 @@ LoadedDocument& CadWorkspace::Load(const std::filesystem::path& path)
         for (std::size_t index = 0; index < fresh.size(); ++index)
             LoadChildren(*fresh[index], fresh);
         RefuseCycles(*fresh.front());
-        return *fresh.front();
     } catch (...) {
         for (LoadedDocument* document : fresh)
             DetachChildren(*document);
@@ -68,6 +67,9 @@ LoadedDocument& CadWorkspace::Load(const std::filesystem::path& path)
             Remove(*document);
         throw;
     }
+    for (LoadedDocument* document : fresh)
+        events_.Tell(*document, DocumentAction::Loaded);
+    return *fresh.front();
 }
 
 LoadedDocument& CadWorkspace::Enter(const std::filesystem::path& path, CadDocument contents)
@@ -154,7 +156,7 @@ void CadWorkspace::UnloadUnused(LoadedDocument& document)
         for (const auto& [reference, count] : unused->references_)
             references.push_back(reference);
         DetachChildren(*unused);
-        Remove(*unused);
+        Unload(*unused);
         // Each comes up once, after the last one that referred to it.
         std::ranges::copy_if(references, std::back_inserter(waiting),
                              [](const LoadedDocument* reference) { return reference->fathers_.empty(); });
@@ -179,6 +181,13 @@ void CadWorkspace::Remove(LoadedDocument& document)
     document.workspace_ = nullptr;
     document.root_->Detach();
     document.root_.reset();
+}
+
+void CadWorkspace::Unload(LoadedDocument& document)
+{
+    const Owned<LoadedDocument> unloaded = Share(&document);
+    Remove(document);
+    events_.Tell(document, DocumentAction::Unloaded);
 }
 
 } // namespace openhost

@@ -1,13 +1,14 @@
 // The workspace writes its documents.
 
 #include "openhost/cad/CadWorkspace.h"
-#include "openhost/cad/DocumentEvents.h"
 #include "openhost/cad/DocumentPaths.h"
 #include "openhost/cad/FeatureContainer.h"
+#include "openhost/files/AtomicFile.h"
 
 #include "host/cad.h"
 
 #include <random>
+#include <system_error>
 #include <utility>
 
 namespace openhost {
@@ -111,7 +112,38 @@ void Write(LoadedDocument& document, const std::filesystem::path& path)
             results[tool]->SetStored(tool);
 }
 
+void CheckExtension(DocumentKind kind, const std::filesystem::path& file)
+{
+    if (file.extension() != ExtensionOf(kind))
+        throw CadWorkspaceError(file.string() + ": the document needs the extension " + ExtensionOf(kind));
+}
+
 } // namespace
+
+LoadedDocument& CadWorkspace::New(DocumentKind kind, const std::filesystem::path& path, const std::string& partNumber)
+{
+    const std::filesystem::path file = CanonicalPath(path);
+    CheckExtension(kind, file);
+    if (documents_.contains(file.string()))
+        throw CadWorkspaceError(file.string() + ": another document of the workspace has this file");
+
+    CadDocument contents;
+    contents.kind = kind;
+    contents.partNumber = partNumber;
+    contents.identity = MakeIdentity();
+    LoadedDocument& document = Enter(file, contents);
+    try {
+        CreateFileAtomically(file, BuildDocument(contents));
+    } catch (const std::system_error& error) {
+        Remove(document);
+        throw CadWorkspaceError(error.what());
+    } catch (...) {
+        Remove(document);
+        throw;
+    }
+    events_.Tell(document, DocumentAction::Loaded);
+    return ShowInWindow(document);
+}
 
 void CadWorkspace::Save(LoadedDocument& document)
 {
@@ -119,7 +151,7 @@ void CadWorkspace::Save(LoadedDocument& document)
         return;
     Write(document, document.path_);
     document.dirty_ = false;
-    Tell(document, "saved");
+    events_.Tell(document, DocumentAction::Saved);
 }
 
 void CadWorkspace::SaveAs(LoadedDocument& document, const std::filesystem::path& path)
@@ -127,8 +159,7 @@ void CadWorkspace::SaveAs(LoadedDocument& document, const std::filesystem::path&
     const std::filesystem::path file = CanonicalPath(path);
     if (file == document.path_)
         return Save(document);
-    if (file.extension() != ExtensionOf(document.Kind()))
-        throw CadWorkspaceError(file.string() + ": the document needs the extension " + ExtensionOf(document.Kind()));
+    CheckExtension(document.Kind(), file);
     if (documents_.contains(file.string()))
         throw CadWorkspaceError(file.string() + ": another document of the workspace has this file");
 
@@ -138,7 +169,7 @@ void CadWorkspace::SaveAs(LoadedDocument& document, const std::filesystem::path&
     documents_.insert(std::move(entry));
     document.path_ = file;
     document.dirty_ = false;
-    Tell(document, "saved");
+    events_.Tell(document, DocumentAction::Saved);
     for (const auto& [father, count] : document.fathers_)
         SetChanged(*father);
 }

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -68,6 +69,18 @@ public:
         name_.clear();
     }
 
+    /// Fails when something stands there.
+    void TakeFreePlace()
+    {
+        if (renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE) == 0) {
+            name_.clear();
+            return;
+        }
+        // File systems that cannot rename so have links. The name beside the target goes with this object.
+        if ((errno != EINVAL && errno != ENOSYS) || link(name_.c_str(), target_.c_str()) != 0)
+            Fail();
+    }
+
 private:
     [[noreturn]] void Fail() const
     {
@@ -114,6 +127,15 @@ void WriteFileAtomically(const std::filesystem::path& file, std::string_view con
     replacement.Synchronize();
     replacement.TakePlace();
     SynchronizeFolder(target.parent_path());
+}
+
+void CreateFileAtomically(const std::filesystem::path& file, std::string_view content)
+{
+    Replacement replacement(file);
+    replacement.Write(content);
+    replacement.Synchronize();
+    replacement.TakeFreePlace();
+    SynchronizeFolder(file.parent_path());
 }
 
 } // namespace openhost

@@ -12,8 +12,11 @@ namespace openhost {
 /// Throws std::system_error naming the file, which is then as it was.
 void WriteFileAtomically(const std::filesystem::path& file, std::string_view content);
 
-/// The same for a file that can be made again: other processes see the old one or the new one, but a failure of power
-/// may leave neither, since nothing waits for the disk.
+/// The same for a file that must not exist yet; nothing is replaced, even when another process makes it meanwhile.
+void CreateFileAtomically(const std::filesystem::path& file, std::string_view content);
+
+/// As WriteFileAtomically for a file that can be made again: other processes see the old one or the new one, but a
+/// failure of power may leave neither, since nothing waits for the disk.
 void ReplaceFile(const std::filesystem::path& file, std::string_view content);
 
 } // namespace openhost

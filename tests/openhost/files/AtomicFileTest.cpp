@@ -103,5 +103,18 @@ TEST_F(AtomicFile, KeepsTheOldFileWhenTheDeviceIsFull)
     EXPECT_THAT(Names(), ElementsAre("a"));
 }
 
+TEST_F(AtomicFile, CreatesOnlyWhatIsNotThereYet)
+{
+    CreateFileAtomically(At("a"), "new");
+    EXPECT_EQ("new", Content("a"));
+    std::filesystem::create_symlink("none", At("link"));
+    std::filesystem::create_directory(At("folder"));
+    for (const char* name : {"a", "link", "folder"})
+        EXPECT_THROW(CreateFileAtomically(At(name), "newer"), std::system_error) << name;
+    EXPECT_THROW(CreateFileAtomically(At("missing/a"), "newer"), std::system_error);
+    EXPECT_EQ("new", Content("a"));
+    EXPECT_THAT(Names(), ElementsAre("a", "folder", "link"));
+}
+
 } // namespace
 } // namespace openhost::testing
