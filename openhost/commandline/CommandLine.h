@@ -43,6 +43,8 @@ public:
 
     /// A word that stands for itself, in the order of these calls.
     Argument Word(const char* name, std::string& value, const char* help) const;
+    /// All words that are left, any number of them.
+    Argument Words(const char* name, std::vector<std::string>& values, const char* help) const;
     /// `option` such as "--journal", `placeholder` such as "FILE".
     Argument Text(const char* option, const char* placeholder, std::string& value, const char* help) const;
     /// May be given any number of times.

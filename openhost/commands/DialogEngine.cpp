@@ -16,12 +16,29 @@ DialogEngine& DialogEngine::Current()
     return engine;
 }
 
+ZALStateCommandRun* DialogEngine::FindWaiting() const
+{
+    const auto newest = std::find_if(runs_.rbegin(), runs_.rend(),
+                                     [](const ZALStateCommandRun* run) { return run->WaitsForElement(); });
+    return newest == runs_.rend() ? nullptr : *newest;
+}
+
+bool DialogEngine::IsWaitingForElement() const
+{
+    return FindWaiting() != nullptr;
+}
+
+std::string DialogEngine::Refusal(ZALPathElement* path) const
+{
+    ZALStateCommandRun* newest = FindWaiting();
+    return newest ? newest->Refusal(path) : "no command waits for an element";
+}
+
 Pick DialogEngine::Offer(ZALPathElement* path, const std::string& element)
 {
     Pick pick;
-    const auto newest = std::find_if(runs_.rbegin(), runs_.rend(),
-                                     [](const ZALStateCommandRun* run) { return run->WaitsForElement(); });
-    if (newest == runs_.rend()) {
+    ZALStateCommandRun* newest = FindWaiting();
+    if (!newest) {
         pick.reason = "no command waits for an element";
         journal::Write(
             [&] { return journal::Selection{.element = element, .accepted = false, .reason = pick.reason}; });
@@ -29,7 +46,7 @@ Pick DialogEngine::Offer(ZALPathElement* path, const std::string& element)
     }
 
     // The command lives until its transitions have been tried: they end it by a posted call at the earliest.
-    ZALStateCommandRun& run = **newest;
+    ZALStateCommandRun& run = *newest;
     pick.command = run.Name();
     pick.reason = run.Take(path);
     pick.accepted = pick.reason.empty();

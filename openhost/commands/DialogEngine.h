@@ -33,6 +33,11 @@ public:
     /// an agent for elements, and none of whose code is running. Agents without a value come first. `path` stays the
     /// caller's; the agent that takes it adds a reference. `element` names it in the journal.
     Pick Offer(ZALPathElement* path, const std::string& element = {});
+    /// Whether a command waits for an element.
+    bool IsWaitingForElement() const;
+    /// Why Offer would refuse `path` at present, in words; empty when it would be taken. Asks the filters of the
+    /// command, and changes nothing.
+    std::string Refusal(ZALPathElement* path) const;
     /// Ends `command` as the host does by itself: Cancel is called, no further transition is taken, and the command is
     /// released between events. One that has ended or is unknown is ignored.
     void EndCommand(ZALStateCommand* command);
@@ -48,6 +53,9 @@ public:
 private:
     friend struct ::ZALStateCommandRun;
     DialogEngine() = default;
+
+    /// The newest run that waits for an element, or null.
+    ZALStateCommandRun* FindWaiting() const;
 
     std::vector<ZALStateCommandRun*> runs_; ///< of the commands that have not ended, the oldest first
 };

@@ -222,14 +222,43 @@ std::vector<ZALStateCommandRun::HeldAgent> ZALStateCommandRun::ElementAgents() c
     return agents;
 }
 
-std::string ZALStateCommandRun::Take(ZALPathElement* path)
+namespace {
+
+/// The last object of `path`, or null.
+ZALBaseUnknown* LeafOf(ZALPathElement* path)
 {
     if (!path)
-        return "there is no element";
+        return nullptr;
     path->InitToLeafElement();
-    ZALBaseUnknown* leaf = path->GetNextFatherObject();
+    return path->GetNextFatherObject();
+}
+
+constexpr const char* NoElement = "there is no element";
+
+} // namespace
+
+std::string ZALStateCommandRun::Refusal(ZALPathElement* path)
+{
+    ZALBaseUnknown* leaf = LeafOf(path);
     if (!leaf)
-        return "there is no element";
+        return NoElement;
+    const Inside inside(*this);
+    std::string refusal = NoElement;
+    for (const HeldAgent& agent : ElementAgents()) {
+        std::string reason = Ask(*agent, leaf);
+        if (!active || reason.empty())
+            return reason;
+        if (refusal == NoElement)
+            refusal = std::move(reason);
+    }
+    return refusal;
+}
+
+std::string ZALStateCommandRun::Take(ZALPathElement* path)
+{
+    ZALBaseUnknown* leaf = LeafOf(path);
+    if (!leaf)
+        return NoElement;
 
     const Inside inside(*this);
     std::vector<HeldAgent> agents = ElementAgents();

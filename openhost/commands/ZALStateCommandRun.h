@@ -78,6 +78,8 @@ struct ZALStateCommandRun {
     bool WaitsForElement() const;
     /// Gives `path` to an agent of the active state. Answers why it was refused, nothing when it was taken.
     std::string Take(ZALPathElement* path);
+    /// Why no agent of the active state would take `path`; nothing when one would.
+    std::string Refusal(ZALPathElement* path);
     void EndByHost();
     static std::vector<std::string> GraphOf(const ZALStateCommand& command);
 

@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <optional>
 #include <string>
 
 namespace openhost {
@@ -19,8 +20,9 @@ struct WindowSubject {
     CadWorkspace& workspace;
     TransferList& transfers;
     OptionsPage& options;
-    std::string home;                      ///< address of the catalogue's page; empty for none
-    std::function<void()> languageChanged; ///< the user has chosen another language of the host
+    std::string home; ///< address of the catalogue's page; empty for none
+    /// Name of the language of windows and dialogs; empty for the user's. Nothing leaves it as it is.
+    std::optional<std::string> language;
 };
 
 /// The main window of a run, with everything that a user does. Its destruction closes it without questions.
@@ -31,6 +33,8 @@ public:
     virtual void Receive(const nlohmann::ordered_json& event) = 0;
     /// Opens `document`, and tells the user when that fails.
     virtual void Open(const std::filesystem::path& document) = 0;
+    /// From here on the user acts alone: the workshop follows the document that is active.
+    virtual void LetUserAct() = 0;
     /// Whether the user has closed it, with all that there was to ask.
     virtual bool IsClosed() const = 0;
 };

@@ -3,9 +3,16 @@
 #include "openhost/desktop/QtEventLoop.h"
 #include "openhost/desktop/browser/QtPanelPages.h"
 #include "openhost/desktop/questions/QtDialogSurface.h"
+#include "openhost/desktop/window/Colours.h"
+#include "openhost/desktop/window/MainWindow.h"
+#include "openhost/desktop/window/Words.h"
+#include "openhost/dialogs/TextFile.h"
 
 #include <QApplication>
+#include <QLocale>
 #include <QLoggingCategory>
+#include <QSettings>
+#include <QStyleFactory>
 
 #include <clocale>
 #include <stdexcept>
@@ -21,6 +28,16 @@ void Default(const char* name, const QByteArray& value)
 {
     if (!qEnvironmentVariableIsSet(name))
         qputenv(name, value);
+}
+
+/// What the user has chosen before, otherwise that of his system.
+std::string LanguageOfUser(const QSettings& settings)
+{
+    const QString chosen = settings.value("language").toString();
+    for (const UserLanguage& language : UserLanguages)
+        if (chosen == language.name || (chosen.isEmpty() && QLocale::system().name().startsWith(language.code)))
+            return language.name;
+    return UserLanguages[0].name;
 }
 
 } // namespace
@@ -49,6 +66,9 @@ QtDesktop::QtDesktop()
     application_->setQuitOnLastWindowClosed(false);
     // Numbers in the files of the host have a point, whatever the user's language.
     std::setlocale(LC_NUMERIC, "C");
+    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    settings_ = std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope, "openhost", "desktop");
+    UseWords(QString::fromStdString(Language()));
 }
 
 QtDesktop::~QtDesktop() = default;
@@ -65,12 +85,28 @@ std::unique_ptr<EventLoop> QtDesktop::MakeLoop()
 
 std::unique_ptr<DialogSurface> QtDesktop::MakeDialogs()
 {
-    return std::make_unique<QtDialogSurface>();
+    return std::make_unique<QtDialogSurface>([this] { return window_ ? window_->windowHandle() : nullptr; });
 }
 
 std::unique_ptr<PanelPages> QtDesktop::MakePages()
 {
-    return std::make_unique<QtPanelPages>();
+    return std::make_unique<QtPanelPages>([this](QtPanelPage& page) {
+        if (window_)
+            static_cast<MainWindow&>(*window_).PlacePage(page);
+        else
+            QtPanelPages::ShowAsWindow(page);
+    });
+}
+
+std::unique_ptr<DesktopWindow> QtDesktop::OpenWindow(const WindowSubject& subject)
+{
+    if (subject.language)
+        SetLanguage(subject.language->empty() ? LanguageOfUser(*settings_) : *subject.language);
+    UseWords(QString::fromStdString(Language()));
+    UseColours(static_cast<Colours>(settings_->value("colours", 0).toInt()));
+    auto window = std::make_unique<MainWindow>(subject, *settings_);
+    window_ = window.get();
+    return window;
 }
 
 } // namespace openhost

@@ -1,11 +1,13 @@
 // The steps on the host itself: its commands, the bridge between its components, and time.
 
+#include "openhost/commands/DialogEngine.h"
 #include "openhost/commands/StartedCommands.h"
 #include "openhost/frame/Frame.h"
 #include "openhost/play/KnownNames.h"
 #include "openhost/play/SessionPlayer.h"
 #include "openhost/play/SessionSteps.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace openhost {
@@ -27,6 +29,20 @@ void Start(SessionPlayer& player, const std::string& text)
     case StartResult::Greyed:
         throw StepFailure("the command \"" + name + "\" is not available");
     }
+}
+
+/// {"cancel": NAME}
+void Cancel(SessionPlayer& player, const std::string& text)
+{
+    // A command that has just been started enters its first state from the loop.
+    player.RunPosted();
+    const std::string name = player.ExpandPlaceholders(text);
+    const std::vector<RunningCommand> commands = DialogEngine::Current().Commands();
+    const auto newest = std::find_if(commands.rbegin(), commands.rend(),
+                                     [&](const RunningCommand& command) { return command.name == name; });
+    if (newest == commands.rend())
+        throw StepFailure("no command \"" + name + "\" is running");
+    DialogEngine::Current().EndCommand(newest->command);
 }
 
 /// {"workshop": NAME}
@@ -138,6 +154,7 @@ StepKinds HostSteps()
 {
     return {
         {.key = "command", .acts = true, .read = OneText(ReadName, Start)},
+        {.key = "cancel", .acts = true, .read = OneText(ReadName, Cancel)},
         {.key = "workshop", .acts = true, .read = OneText(ReadText, SwitchWorkshop)},
         {.key = "listener", .acts = false, .read = OneMember(ReadListener)},
         {.key = "wait", .acts = false, .read = ReadWait},

@@ -3,6 +3,8 @@
 
 #include "openhost/play/SessionStep.h"
 
+#include <nlohmann/json.hpp>
+
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -36,6 +38,7 @@ struct Session {
     bool traces = false;
     bool strict = false; ///< what is left undone makes the session fail
     std::vector<SessionStep> steps;
+    nlohmann::ordered_json header = nlohmann::ordered_json::object(); ///< the whole file but its steps
 };
 
 } // namespace openhost

@@ -159,6 +159,9 @@ Session ParseSession(std::string_view text, const std::filesystem::path& folder,
     if (session.settings && session.settingsFile)
         throw LocatedError(root.Find("settingsFile")->line, "\"settings\" and \"settingsFile\" exclude each other");
     CheckAllPlaceholders(root, session);
+    for (const auto& [name, member] : root.members)
+        if (name != "steps")
+            session.header[name] = member.ToJson();
     return session;
 }
 

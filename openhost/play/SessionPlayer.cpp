@@ -7,6 +7,7 @@
 #include "openhost/commands/DialogEngine.h"
 #include "openhost/commands/StartedCommands.h"
 #include "openhost/dialogs/DialogNode.h"
+#include "openhost/files/AtomicFile.h"
 #include "openhost/files/PathVariables.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/frame/Frame.h"
@@ -68,8 +69,9 @@ std::filesystem::path Resolve(const Session& session, const std::string& path)
 /// ports.
 class SessionPlayer::Host {
 public:
-    Host(bool traces, Desktop* desktop) : traces_(traces)
+    Host(bool traces, const Places& places) : traces_(traces)
     {
+        Desktop* desktop = places.desktop;
         RedirectTraces([](std::string_view name, std::string_view text) {
             while (text.ends_with('\n'))
                 text.remove_suffix(1);
@@ -83,7 +85,9 @@ public:
             JournalBridge(*publisher, notification);
         });
         loop_ = EventLoop::Install(desktop ? desktop->MakeLoop() : std::make_unique<UvEventLoop>());
-        transport_ = HttpTransport::Install(std::make_unique<CurlTransport>());
+        auto transfers = std::make_unique<TransferList>(std::make_unique<CurlTransport>());
+        transfers_ = transfers.get();
+        transport_ = HttpTransport::Install(std::move(transfers));
         kernel_ = DocumentKernel::Install(std::make_unique<CompoundDocumentKernel>());
         auto surface = std::make_unique<ScriptedSurface>();
         surface_ = surface.get();
@@ -96,6 +100,10 @@ public:
         const auto geometry = std::make_shared<GeometryProcess>();
         solids_ = SolidKernel::Install(std::make_unique<ProcessSolidKernel>(geometry));
         lightFiles_ = LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(geometry));
+        if (desktop && desktop->HasDisplay()) {
+            cad_->KeepHistory();
+            window_ = desktop->OpenWindow({*cad_, *transfers_, options_, places.home, places.language});
+        }
         pages_ = PanelPages::Install(desktop ? desktop->MakePages() : std::make_unique<RecordedPages>());
         SettingsStore::Current().Reset();
         ConfigureCommands({});
@@ -106,8 +114,9 @@ public:
 
     ~Host()
     {
+        window_.reset();
         listener_.reset();
-        options_ = {};
+        options_.Close();
         DialogEngine::Current().EndAll();
         EndStartedCommands();
         Panel::End();
@@ -153,6 +162,9 @@ public:
     ScriptedSurface& Surface() { return *surface_; }
     OptionsPage& Options() { return options_; }
     CadWorkspace& Cad() { return *cad_; }
+    TransferList& Transfers() { return *transfers_; }
+    /// The main window, or null.
+    DesktopWindow* Window() { return window_.get(); }
     /// The component on the bridge, or null.
     Owned<BridgeListener>& Listener() { return listener_; }
 
@@ -178,6 +190,7 @@ private:
     DispatchObserver observer_;
     std::unique_ptr<EventLoop> loop_;
     std::unique_ptr<HttpTransport> transport_;
+    TransferList* transfers_ = nullptr; ///< the transport that is installed
     std::unique_ptr<DocumentKernel> kernel_;
     std::unique_ptr<SolidKernel> solids_;
     std::unique_ptr<LvrWriter> lightFiles_;
@@ -189,6 +202,7 @@ private:
     std::optional<LoadedModule> module_;
     OptionsPage options_;
     Owned<BridgeListener> listener_;
+    std::unique_ptr<DesktopWindow> window_;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -214,7 +228,7 @@ int SessionPlayer::Play()
     try {
         SetUp();
         RunSteps();
-        if (places_.desktop && places_.desktop->HasDisplay()) {
+        if (host_->Window()) {
             StayOpen();
             FailOnSignal();
         }
@@ -235,10 +249,23 @@ int SessionPlayer::Play()
             end.status = Failed;
             end.reason = "left undone: " + undone;
         }
+    if (recorder_)
+        WriteRecord(end);
     host_.reset();
+    RedirectUserSteps({});
     journal::Write([&] { return end; });
     journal::Redirect(before);
     return end.status;
+}
+
+void SessionPlayer::WriteRecord(journal::End& end) const
+{
+    try {
+        WriteFileAtomically(places_.record, recorder_->Text());
+    } catch (const std::exception& error) {
+        end.status = end.status == Done ? Failed : end.status;
+        end.reason = end.reason.value_or(error.what());
+    }
 }
 
 void SessionPlayer::TellUndone(journal::End& end)
@@ -273,7 +300,11 @@ void SessionPlayer::FailOnRefused() const
 
 void SessionPlayer::SetUp()
 {
-    host_ = std::make_unique<Host>(session_.traces, places_.desktop);
+    host_ = std::make_unique<Host>(session_.traces, places_);
+    if (!places_.record.empty()) {
+        recorder_.emplace(session_, [this] { return host_->Transfers().RunningTransfers() > 0; });
+        RedirectUserSteps([this](const nlohmann::ordered_json& step) { recorder_->AddUserStep(step); });
+    }
 
     if (!session_.variables.contains(TemporaryFolderVariable))
         host_->MakeTemporaryFolder();
@@ -285,6 +316,8 @@ void SessionPlayer::SetUp()
         host_->Environment().Set(name, value ? std::optional(ExpandPlaceholders(*value)) : std::nullopt);
 
     SetUpSettings();
+    if (recorder_)
+        recorder_->SetSettings(BegunSettings());
 
     ConfigureFrame({.exists = session_.frame, .workshop = ExpandPlaceholders(session_.workshop)});
     for (const std::string& document : session_.documents)
@@ -308,6 +341,18 @@ void SessionPlayer::SetUpSettings()
     store.Keep();
 }
 
+SessionSettings SessionPlayer::BegunSettings()
+{
+    const SettingsStore& store = SettingsStore::Current();
+    SessionSettings settings{.downloadLocation = ToUtf8(store.Values().downloadLocation),
+                             .doNotRemindDownloadLocation = store.Values().doNotRemindDownloadLocation,
+                             .locks = {}};
+    for (const char* name : {SettingsStore::DoNotRemindDownloadLocation, SettingsStore::DownloadLocation})
+        if (store.IsLocked(name))
+            settings.locks[name] = store.Lock(name);
+    return settings;
+}
+
 void SessionPlayer::RunSteps()
 {
     for (const SessionStep& step : session_.steps) {
@@ -317,6 +362,8 @@ void SessionPlayer::RunSteps()
             waitedFor_.clear();
         }
         journal::Write([&] { return journal::Step{.number = step_, .key = step.key}; });
+        if (recorder_)
+            recorder_->AddStep(step);
         step.run(*this);
         FailOnRefused();
         FailOnSignal();
@@ -327,6 +374,8 @@ void SessionPlayer::Receive(const nlohmann::ordered_json& event)
 {
     ++written_[event["event"].get<std::string>()];
     journal_(event);
+    if (host_ && host_->Window())
+        host_->Window()->Receive(event);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -446,21 +495,10 @@ void SessionPlayer::StayOpen()
 {
     const Patience patience;
     Surface().LetUserAnswer();
-    std::size_t answered = written_["prompt"];
-    while (Panel::Current() && Interruption::Signal() == 0) {
-        const RunEnd end =
-            EventLoop::Current().RunUntil([&] { return !Panel::Current() || written_["prompt"] > answered; });
-        answered = written_["prompt"];
-        if (end == RunEnd::Done && Panel::Current())
-            PickRoot();
-    }
-}
-
-void SessionPlayer::PickRoot()
-{
-    const std::string names = Cad().Active() ? Cad().Active()->PartNumber() : "";
-    if (const Owned<ZALPathElement> path(Cad().FindPath(names)); path)
-        DialogEngine::Current().Offer(path.get(), names);
+    host_->Window()->LetUserAct();
+    for (const std::filesystem::path& document : places_.documents)
+        host_->Window()->Open(document);
+    EventLoop::Current().RunUntil([this] { return host_->Window()->IsClosed() || Interruption::Signal() != 0; });
 }
 
 PageUser& SessionPlayer::User()

@@ -10,11 +10,13 @@
 #include "openhost/play/BridgeListener.h"
 #include "openhost/panel/OptionsPage.h"
 #include "openhost/play/Session.h"
+#include "openhost/play/SessionRecorder.h"
 
 #include <chrono>
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,6 +36,10 @@ public:
         std::filesystem::path module;       ///< the module's shared library
         std::filesystem::path installation; ///< root of the installation, when neither session nor environment say
         Desktop* desktop = nullptr;         ///< has the loop and the page; null for a host without windows
+        std::string home{};                 ///< address of the page to which the panel's button for home leads
+        std::optional<std::string> language{}; ///< of the windows, empty for the user's; nothing leaves it as it is
+        std::vector<std::filesystem::path> documents{}; ///< that the window opens before the user acts
+        std::filesystem::path record{};     ///< file for what is done; empty for none
     };
 
     /// `session` outlives the player. `journal` receives each event.
@@ -88,16 +94,17 @@ private:
     void FailOnRefused() const;
     /// Throws StepFailure when a signal has come that ends the session.
     static void FailOnSignal();
-    /// Leaves the host to the user until the panel is closed. Nobody can pick an element then: a command that asks for
-    /// one is offered the root of the active document.
+    /// Leaves the host to the user until the window is closed.
     void StayOpen();
-    void PickRoot();
+    void WriteRecord(journal::End& end) const;
+    static SessionSettings BegunSettings();
     std::string FindPlaceholder(const std::string& name) const;
 
     const Session& session_;
     Places places_;
     journal::Sink journal_;
     std::unique_ptr<Host> host_;
+    std::optional<SessionRecorder> recorder_;
     std::size_t step_ = 0;                         ///< number of the step in progress; 0 before the first
     std::map<std::string, std::size_t> written_;   ///< events by name since the last step that acts
     std::map<std::string, std::size_t> waitedFor_; ///< of those, the ones that have ended a wait

@@ -1,6 +1,8 @@
 // One step of a session.
 #pragma once
 
+#include <nlohmann/json.hpp>
+
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -23,6 +25,7 @@ struct SessionStep {
     std::string key;   ///< names the step in the file
     bool acts = false; ///< on the module, so that waits after it look at the events from it on
     StepAction run;
+    nlohmann::ordered_json source{}; ///< the step as the file has it
 };
 
 } // namespace openhost

@@ -34,7 +34,7 @@ SessionStep ReadStep(const LocatedJson& description)
         found = &*kind;
     }
     if (found)
-        return {found->key, found->acts, found->read(description, found->key)};
+        return {found->key, found->acts, found->read(description, found->key), description.ToJson()};
     if (description.members.empty())
         throw LocatedError(description.line, "a step must not be empty");
     const auto& [key, member] = description.members.front();

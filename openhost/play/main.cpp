@@ -1,4 +1,4 @@
-// openhost: plays sessions; shows, exports and draws documents; turns light representations into STL.
+// openhost: plays sessions, in a window too; shows, exports and draws documents; turns light representations into STL.
 
 #include "openhost/commandline/CommandLine.h"
 #include "openhost/conversion/ConvertDocument.h"
@@ -6,6 +6,7 @@
 #include "openhost/files/AtomicFile.h"
 #include "openhost/loop/Interruption.h"
 #include "openhost/lvr/WriteStl.h"
+#include "openhost/play/CatalogueProcess.h"
 #include "openhost/play/FreedMemory.h"
 #include "openhost/play/JournalWriter.h"
 #include "openhost/play/SessionAccount.h"
@@ -30,12 +31,19 @@
 
 namespace {
 
+/// The catalogue's page as the host shows it, below the catalogue's address.
+constexpr const char* CataloguePage = "/categories?embeddedProfileId=ZALORQ7&connect&lockedapp=true";
+
+/// Languages by their codes.
+constexpr std::pair<const char*, const char*> Languages[] = {{"en", "English"}, {"de", "German"}};
+
 struct PlayArguments {
     std::string session;
     std::string journal; ///< a file; empty for standard output
     bool account = false;
     bool verbose = false;
     std::string report; ///< a file; empty for none
+    std::string record; ///< a file; empty for none
     bool panel = false;
     std::string module;                    ///< empty for the one beside this program
     std::vector<std::string> placeholders; ///< NAME=VALUE
@@ -92,14 +100,14 @@ bool ShowsColours()
     return isatty(STDOUT_FILENO) == 1 && (!refusal || *refusal == '\0');
 }
 
-/// Throws when no report can take the place of `file`.
-void CheckReportFile(const std::filesystem::path& file)
+/// Throws when no `kind` can take the place of `file`.
+void CheckOutputFile(const std::string& kind, const std::filesystem::path& file)
 {
     const std::filesystem::path folder = file.parent_path();
     if (!folder.empty() && !std::filesystem::is_directory(folder))
-        throw std::runtime_error("the report cannot be written: there is no folder " + folder.string());
+        throw std::runtime_error("the " + kind + " cannot be written: there is no folder " + folder.string());
     if (std::filesystem::exists(file) && !std::filesystem::is_regular_file(file))
-        throw std::runtime_error("the report cannot be written: " + file.string() + " is not a file");
+        throw std::runtime_error("the " + kind + " cannot be written: " + file.string() + " is not a file");
 }
 
 /// A picture for the report, which need not be as large as one of its own.
@@ -107,6 +115,58 @@ void Draw(const std::filesystem::path& document, const std::filesystem::path& pi
 {
     constexpr std::chrono::seconds limit(20);
     openhost::DocumentConverter({.time = limit}).DrawPicture(document, picture, {640, 480}, [](const std::string&) {});
+}
+
+/// Plays `session` with the journal, account, report and record that the arguments ask for.
+int PlaySession(const openhost::Session& session, const PlayArguments& arguments, openhost::SessionPlayer::Places places)
+{
+    std::optional<openhost::JournalWriter> journal;
+    if (!arguments.journal.empty())
+        journal.emplace(std::filesystem::path(arguments.journal));
+    else if (!arguments.account)
+        journal.emplace(std::cout);
+    std::optional<openhost::SessionAccount> account;
+    std::optional<openhost::VerboseAccount> verboseAccount;
+    if (arguments.account && arguments.verbose)
+        verboseAccount.emplace(std::cout);
+    else if (arguments.account)
+        account.emplace(std::cout, ShowsColours());
+
+    std::optional<openhost::SessionReport> report;
+    if (!arguments.report.empty()) {
+        CheckOutputFile("report", arguments.report);
+        report.emplace(std::filesystem::path(arguments.session).filename().string(), std::time(nullptr));
+    }
+    if (!arguments.record.empty())
+        CheckOutputFile("record", arguments.record);
+
+    const auto receive = [&](const nlohmann::ordered_json& event) {
+        const auto now = std::chrono::steady_clock::now();
+        if (journal)
+            journal->Write(event);
+        if (account)
+            account->Receive(event, now);
+        if (verboseAccount)
+            verboseAccount->Receive(event);
+        if (report)
+            report->Receive(event, now);
+    };
+    openhost::KeepFreedMemory();
+    openhost::Interruption::Catch();
+    places.module = FindModule(arguments.module);
+    places.installation = FindPrefix() / "installation";
+    places.record = arguments.record;
+    openhost::SessionPlayer player(session, std::move(places), receive);
+    const int status = player.Play();
+    if (account)
+        account->Finish();
+    if (verboseAccount)
+        verboseAccount->Finish();
+    if (report)
+        openhost::WriteFileAtomically(arguments.report, report->Page(Draw));
+    if (journal && !journal->IsComplete())
+        throw std::runtime_error("the journal could not be written");
+    return status;
 }
 
 int Play(const PlayArguments& arguments)
@@ -122,50 +182,78 @@ int Play(const PlayArguments& arguments)
         std::cerr << arguments.session << ":" << error.Line() << ": " << error.what() << "\n";
         return openhost::StatusBadUse;
     }
-    std::optional<openhost::JournalWriter> journal;
-    if (!arguments.journal.empty())
-        journal.emplace(std::filesystem::path(arguments.journal));
-    else if (!arguments.account)
-        journal.emplace(std::cout);
-    std::optional<openhost::SessionAccount> account;
-    std::optional<openhost::VerboseAccount> verboseAccount;
-    if (arguments.account && arguments.verbose)
-        verboseAccount.emplace(std::cout);
-    else if (arguments.account)
-        account.emplace(std::cout, ShowsColours());
-
-    std::optional<openhost::SessionReport> report;
-    if (!arguments.report.empty()) {
-        CheckReportFile(arguments.report);
-        report.emplace(std::filesystem::path(arguments.session).filename().string(), std::time(nullptr));
-    }
-
-    const auto receive = [&](const nlohmann::ordered_json& event) {
-        const auto now = std::chrono::steady_clock::now();
-        if (journal)
-            journal->Write(event);
-        if (account)
-            account->Receive(event, now);
-        if (verboseAccount)
-            verboseAccount->Receive(event);
-        if (report)
-            report->Receive(event, now);
-    };
-    openhost::KeepFreedMemory();
-    openhost::Interruption::Catch();
     const std::unique_ptr<openhost::Desktop> desktop = arguments.panel ? MakeDesktop() : nullptr;
-    openhost::SessionPlayer player(
-        session, {FindModule(arguments.module), FindPrefix() / "installation", desktop.get()}, receive);
-    const int status = player.Play();
-    if (account)
-        account->Finish();
-    if (verboseAccount)
-        verboseAccount->Finish();
-    if (report)
-        openhost::WriteFileAtomically(arguments.report, report->Page(Draw));
-    if (journal && !journal->IsComplete())
-        throw std::runtime_error("the journal could not be written");
-    return status;
+    return PlaySession(session, arguments, {.desktop = desktop.get()});
+}
+
+// ---------------------------------------------------------------------------------------------
+// The window
+
+struct WindowArguments {
+    std::vector<std::string> documents;
+    std::string catalogue; ///< address; empty for one of the program's own
+    std::string folder;    ///< of downloads; empty for the one in the settings
+    std::string language;  ///< code; empty for the user's
+    PlayArguments play;
+};
+
+/// Where the settings of the host stay from run to run.
+std::filesystem::path SettingsFile()
+{
+    const char* configured = std::getenv("XDG_CONFIG_HOME");
+    const char* home = std::getenv("HOME");
+    const std::filesystem::path folder =
+        configured && *configured == '/' ? std::filesystem::path(configured) : std::filesystem::path(home ? home : "/") / ".config";
+    std::filesystem::create_directories(folder / "openhost");
+    return folder / "openhost" / "settings.json";
+}
+
+/// The session of a window that opens: a page of the catalogue, and nothing done yet.
+openhost::Session MakeWindowSession(const WindowArguments& arguments, const std::string& catalogue)
+{
+    nlohmann::ordered_json session = {{"steps", nlohmann::json::array()}};
+    if (!arguments.folder.empty()) {
+        std::filesystem::create_directories(arguments.folder);
+        session["settings"] = {{"DownloadLocation", "${PARTS}"}, {"DoNotRemindDownloadLocation", true}};
+    } else {
+        session["settingsFile"] = SettingsFile().string();
+    }
+    if (!catalogue.empty()) {
+        session["environment"] = {{"ZAL_MERIDIADIALOG_VLURL_CHECK", "${BASE}/categories"}, {"VL_Test_Url", "${BASE}"}};
+        session["steps"] = {{{"page", "${BASE}" + std::string(CataloguePage)}}};
+    }
+    openhost::Placeholders given;
+    if (!catalogue.empty())
+        given["BASE"] = catalogue;
+    if (!arguments.folder.empty())
+        given["PARTS"] = std::filesystem::canonical(arguments.folder).string();
+    return openhost::ParseSession(session.dump(), std::filesystem::current_path(), given);
+}
+
+int ShowWindow(WindowArguments arguments)
+{
+    const std::unique_ptr<openhost::Desktop> desktop = MakeDesktop();
+    if (!desktop->HasDisplay())
+        throw std::runtime_error("a window needs a display: neither DISPLAY nor WAYLAND_DISPLAY is set");
+    std::optional<openhost::CatalogueProcess> own;
+    if (arguments.catalogue.empty())
+        own.emplace(openhost::FindProgramBeside("velmart-catalogue"));
+    const std::string catalogue = own ? own->Address() : arguments.catalogue;
+    const openhost::Session session = MakeWindowSession(arguments, catalogue);
+    std::string language;
+    for (const auto& [code, name] : Languages)
+        if (arguments.language == code)
+            language = name;
+    std::vector<std::filesystem::path> documents;
+    for (const std::string& document : arguments.documents)
+        documents.push_back(std::filesystem::absolute(document));
+    if (arguments.play.journal.empty())
+        arguments.play.journal = "/dev/null";
+    return PlaySession(session, arguments.play,
+                       {.desktop = desktop.get(),
+                        .home = catalogue.empty() ? "" : catalogue + CataloguePage,
+                        .language = language,
+                        .documents = documents});
 }
 
 void Warn(const std::string& line)
@@ -186,14 +274,16 @@ openhost::Command AddPlay(const openhost::CommandLine& line, PlayArguments& argu
               "is written only when --journal names its file");
     play.Text("--report", "FILE", arguments.report, "write what happened as one page of HTML to FILE");
     play.Flag("--verbose", arguments.verbose, "with --account: tell everything, in the names of the module");
+    play.Text("--record", "FILE", arguments.record,
+              "write what is done as a session to FILE, which plays without a display");
     play.Texts("--set", "NAME=VALUE", arguments.placeholders,
                "value of the placeholder ${NAME} in the session; any number")
         .Check([](const std::string& pair) {
             return pair.find('=') == std::string::npos || pair.front() == '=' ? "needs NAME=VALUE" : "";
         });
     play.Flag("--panel", arguments.panel,
-              "show the page of the panel in a real browser, in a window when there\n"
-              "is a display; the window then stays open until the user closes it");
+              "show the page of the panel in a real browser; with a display in the\n"
+              "main window, which then stays open until the user closes it");
     play.Text("--module", "FILE", arguments.module,
               "the module's shared library; otherwise ../lib/ZALVelmartIntegration.so\n"
               "or ../lib/libZALVelmartIntegration.so beside this program")
@@ -202,6 +292,28 @@ openhost::Command AddPlay(const openhost::CommandLine& line, PlayArguments& argu
                 "2 the file is not a valid session.\n\n"
                 "Example: openhost play bolt.json --account --set BASE=http://127.0.0.1:8080");
     return play;
+}
+
+openhost::Command AddDesktop(const openhost::CommandLine& line, WindowArguments& arguments)
+{
+    const openhost::Command desktop = line.Add("desktop", "Opens the window in which everything can be done");
+    desktop.Words("DOCUMENT", arguments.documents, "documents to open; any number");
+    desktop.Text("--catalogue", "ADDRESS", arguments.catalogue,
+                 "the catalogue, such as http://127.0.0.1:8080; otherwise one is started\n"
+                 "beside the window and ends with it");
+    desktop.Text("--folder", "DIR", arguments.folder,
+                 "where downloads go, without a question; otherwise as the options say");
+    desktop.Text("--language", "CODE", arguments.language, "en or de; otherwise the one used last, or the system's")
+        .Check([](const std::string& code) { return code == "en" || code == "de" ? "" : "is en or de"; });
+    desktop.Text("--record", "FILE", arguments.play.record,
+                 "write what is done as a session to FILE, which plays without a display");
+    desktop.Text("--journal", "FILE", arguments.play.journal, "write the journal to FILE");
+    desktop.Text("--report", "FILE", arguments.play.report, "write what happened as one page of HTML to FILE");
+    desktop.Text("--module", "FILE", arguments.play.module, "the module's shared library, as for play")
+        .OrFromEnvironment("OPENHOST_MODULE");
+    desktop.Footer("Exit status: 0 the window was closed; 1 it could not be opened; 2 wrong use.\n\n"
+                   "Example: openhost desktop bracket.ZALProduct --folder parts --record done.json");
+    return desktop;
 }
 
 struct Files {
@@ -273,10 +385,12 @@ int Run(int count, char** values)
 {
     openhost::CommandLine line("openhost", "Plays sessions; shows, exports and draws documents");
     PlayArguments arguments;
+    WindowArguments window;
     Files files;
     std::string size = openhost::PictureSize().Text();
     int seconds = 60;
     const openhost::Command play = AddPlay(line, arguments);
+    const openhost::Command desktop = AddDesktop(line, window);
     const openhost::Command show = AddShow(line, files);
     const openhost::Command exported = AddExport(line, files, seconds);
     const openhost::Command picture = AddPicture(line, files, size, seconds);
@@ -288,6 +402,8 @@ int Run(int count, char** values)
     const openhost::GeometryJobLimits limits{.time = std::chrono::seconds(seconds)};
     if (play.IsGiven())
         return Play(arguments);
+    if (desktop.IsGiven())
+        return ShowWindow(std::move(window));
     if (show.IsGiven() && files.other.empty())
         openhost::ShowDocument(files.document, std::cout);
     else if (show.IsGiven())

@@ -3,16 +3,24 @@
 #include "openhost/desktop/browser/BrowserPage.h"
 #include "openhost/desktop/browser/BrowserProfile.h"
 #include "openhost/desktop/browser/HostChannel.h"
+#include "openhost/desktop/window/Words.h"
+#include "openhost/journal/UserSteps.h"
 
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QKeySequence>
+#include <QLabel>
 #include <QMouseEvent>
 #include <QPointer>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QStyle>
+#include <QToolButton>
 #include <QVBoxLayout>
 #include <QWebChannel>
+#include <QWebEngineHistory>
 #include <QWebEngineScript>
 #include <QWebEngineView>
 
@@ -76,7 +84,7 @@ QString WithElement(const std::string& selector, const QString& body)
 
 } // namespace
 
-QtPanelPage::QtPanelPage(QWebEngineProfile& profile, Listener listener)
+QtPanelPage::QtPanelPage(QWebEngineProfile& profile, Listener listener, const Place& place)
     : listener_(std::make_shared<const Listener>(std::move(listener))),
       channel_(std::make_unique<HostChannel>(
           [this](const QString& document, const QString& text) { OnMessage(document, text); })),
@@ -93,13 +101,95 @@ QtPanelPage::QtPanelPage(QWebEngineProfile& profile, Listener listener)
     view_ = new QWebEngineView(this);
     view_->setContextMenuPolicy(Qt::NoContextMenu);
     view_->setPage(page_.get());
+    view_->setAccessibleName("catalogue");
+    shown_ = new QStackedWidget;
+    shown_->addWidget(view_);
+    shown_->addWidget(MakeErrorPage());
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(view_);
+    layout->setSpacing(0);
+    MakeButtons();
+    layout->addWidget(shown_, 1);
+    Retranslate();
     resize(PanelWidth, PanelHeight);
-    show();
-    activateWindow();
+    place(*this);
     view_->setFocus();
+}
+
+void QtPanelPage::MakeButtons()
+{
+    auto* row = new QHBoxLayout;
+    row->setContentsMargins(2, 2, 2, 2);
+    const auto add = [&](const char* name, QStyle::StandardPixmap icon, const std::function<void()>& act) {
+        auto* button = new QToolButton(this);
+        button->setObjectName(name);
+        button->setIcon(style()->standardIcon(icon));
+        button->setAutoRaise(true);
+        button->setFocusPolicy(Qt::TabFocus);
+        connect(button, &QToolButton::clicked, this, act);
+        row->addWidget(button);
+        return button;
+    };
+    back_ = add("BACK", QStyle::SP_ArrowBack, [this] { page_->triggerAction(QWebEnginePage::Back); });
+    reload_ = add("RELOAD", QStyle::SP_BrowserReload, [this] { Load(address_); });
+    goHome_ = add("HOME", QStyle::SP_DirHomeIcon, [this] { Load(home_); });
+    back_->setEnabled(false);
+    row->addStretch();
+    static_cast<QVBoxLayout*>(layout())->addLayout(row);
+}
+
+QWidget* QtPanelPage::MakeErrorPage()
+{
+    auto* page = new QWidget;
+    page->setObjectName("ERROR_PAGE");
+    error_ = new QLabel;
+    error_->setTextFormat(Qt::PlainText);
+    error_->setWordWrap(true);
+    error_->setAlignment(Qt::AlignCenter);
+    again_ = new QPushButton;
+    again_->setObjectName("TRY_AGAIN");
+    connect(again_, &QPushButton::clicked, this, [this] { Load(address_); });
+    auto* layout = new QVBoxLayout(page);
+    layout->addStretch();
+    layout->addWidget(error_);
+    layout->addWidget(again_, 0, Qt::AlignCenter);
+    layout->addStretch();
+    return page;
+}
+
+void QtPanelPage::Retranslate()
+{
+    const auto name = [](QToolButton& button, const char* text) {
+        button.setToolTip(Words(text));
+        button.setAccessibleName(Words(text));
+    };
+    name(*back_, "Back");
+    name(*reload_, "Reload");
+    name(*goHome_, "Home");
+    again_->setText(Words("Try again"));
+}
+
+void QtPanelPage::ShowError(const QUrl& address)
+{
+    error_->setText(Words("The page cannot be shown.") + "\n" + address.toDisplayString());
+    shown_->setCurrentIndex(1);
+}
+
+void QtPanelPage::Load(const QUrl& address)
+{
+    if (!IsShowable(address))
+        return;
+    address_ = address;
+    BeginWork();
+    page_->load(address);
+}
+
+void QtPanelPage::AskToClose()
+{
+    Report([](const Listener& listener) {
+        NoteUserStep({{"panel", "close"}});
+        listener.closed();
+    });
 }
 
 QtPanelPage::~QtPanelPage()
@@ -117,8 +207,9 @@ bool QtPanelPage::LoadUrl(const std::string& url)
     const QUrl address(QString::fromStdString(url), QUrl::StrictMode);
     if (!IsShowable(address))
         return false;
-    BeginWork();
-    page_->load(address);
+    if (home_.isEmpty())
+        home_ = address;
+    Load(address);
     return true;
 }
 
@@ -138,6 +229,8 @@ void QtPanelPage::OnLoading(const QWebEngineLoadingInfo& info)
     switch (info.status()) {
     case QWebEngineLoadingInfo::LoadStartedStatus:
         ++loads_;
+        if (IsShowable(info.url()))
+            address_ = info.url();
         BeginWork();
         return;
     case QWebEngineLoadingInfo::LoadSucceededStatus:
@@ -161,11 +254,16 @@ void QtPanelPage::ReportDocument()
                              if (parts.size() != 2 || !IsShowable(QUrl(parts[0].toString())))
                                  return self->ReportFailure();
                              self->EndWork();
+                             self->shown_->setCurrentIndex(0);
+                             self->back_->setEnabled(self->page_->history()->canGoBack());
                              if (self->document_ == parts[1].toString())
                                  return;
                              self->document_ = parts[1].toString();
                              const std::string url = parts[0].toString().toStdString();
-                             self->Report([url](const Listener& listener) { listener.urlChanged(url); });
+                             self->Report([url](const Listener& listener) {
+                                 NoteUserStep({{"url", url}});
+                                 listener.urlChanged(url);
+                             });
                          });
 }
 
@@ -173,6 +271,7 @@ void QtPanelPage::ReportFailure()
 {
     EndWork();
     document_.clear();
+    ShowError(address_);
     Report([](const Listener& listener) { listener.urlChanged(NoPage); });
 }
 
@@ -180,7 +279,10 @@ void QtPanelPage::OnMessage(const QString& document, const QString& text)
 {
     if (document_.isEmpty() || document != document_)
         return;
-    Report([message = text.toStdString()](const Listener& listener) { listener.messageSent(message); });
+    Report([message = text.toStdString()](const Listener& listener) {
+        NoteUserStep({{"message", message}});
+        listener.messageSent(message);
+    });
 }
 
 void QtPanelPage::Report(std::function<void(const Listener&)> call)
@@ -210,7 +312,7 @@ void QtPanelPage::EndWork()
 void QtPanelPage::closeEvent(QCloseEvent* event)
 {
     event->accept();
-    Report([](const Listener& listener) { listener.closed(); });
+    AskToClose();
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -388,7 +490,7 @@ void QtPanelPage::SavePicture(const std::filesystem::path& file)
     // What the browser has drawn reaches the window some frames later. A mark that has come and gone there tells that
     // everything before it is in the picture.
     const QColor color(Qt::magenta);
-    const auto isMarked = [&] { return grab(QRect(0, 0, 1, 1)).toImage().pixelColor(0, 0) == color; };
+    const auto isMarked = [&] { return view_->grab(QRect(0, 0, 1, 1)).toImage().pixelColor(0, 0) == color; };
     Evaluate(R"(
         globalThis.mark = document.createElement("div");
         mark.style.cssText = "position: fixed; left: 0; top: 0; width: 4px; height: 4px; z-index: 2147483647; " +
@@ -398,7 +500,7 @@ void QtPanelPage::SavePicture(const std::filesystem::path& file)
     AwaitHere(isMarked, "the page does not draw");
     Evaluate("globalThis.mark?.remove()");
     AwaitHere([&] { return !isMarked(); }, "the page does not draw");
-    if (!grab().save(QString::fromStdString(file.string()), "PNG"))
+    if (!view_->grab().save(QString::fromStdString(file.string()), "PNG"))
         throw std::runtime_error(file.string() + ": the picture cannot be written");
 }
 

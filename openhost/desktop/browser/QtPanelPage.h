@@ -11,6 +11,10 @@
 #include <QWebEngineLoadingInfo>
 #include <QWidget>
 
+class QLabel;
+class QPushButton;
+class QStackedWidget;
+class QToolButton;
 class QWebEngineProfile;
 class QWebEngineView;
 
@@ -19,12 +23,15 @@ namespace openhost {
 class BrowserPage;
 class HostChannel;
 
-/// A window with the browser's view of one page. Injected scripts and the channel live in a world of their own, which
-/// begins anew with each document.
+/// The browser's view of one page, with buttons to go back, reload and go home above it, and a page of its own for what
+/// cannot be shown. Injected scripts and the channel live in a world of their own, which begins anew with each document.
 class QtPanelPage final : public QWidget, public PanelPage, public PageUser {
 public:
+    /// Puts a page where the user sees it.
+    using Place = std::function<void(QtPanelPage& page)>;
+
     /// `profile` outlives the page.
-    QtPanelPage(QWebEngineProfile& profile, Listener listener);
+    QtPanelPage(QWebEngineProfile& profile, Listener listener, const Place& place);
     ~QtPanelPage() override;
 
     bool LoadUrl(const std::string& url) override;
@@ -36,10 +43,21 @@ public:
     bool Shows(const std::string& selector) override;
     void SavePicture(const std::filesystem::path& file) override;
 
+    /// Where the button for home leads: the first address that was loaded, unless this is said.
+    void SetHome(const QUrl& home) { home_ = home; }
+    /// Asks the panel to close, as the user does.
+    void AskToClose();
+    /// Texts in the language in use.
+    void Retranslate();
+
 protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    void MakeButtons();
+    QWidget* MakeErrorPage();
+    void ShowError(const QUrl& address);
+    void Load(const QUrl& address);
     void OnLoading(const QWebEngineLoadingInfo& info);
     void ReportDocument();
     void ReportFailure();
@@ -70,7 +88,15 @@ private:
     std::shared_ptr<const Listener> listener_; ///< reports hold it weakly
     std::unique_ptr<HostChannel> channel_;
     std::unique_ptr<BrowserPage> page_;
+    QStackedWidget* shown_ = nullptr; ///< the view, or the page of an error
     QWebEngineView* view_ = nullptr;
+    QLabel* error_ = nullptr;
+    QToolButton* back_ = nullptr;
+    QToolButton* reload_ = nullptr;
+    QToolButton* goHome_ = nullptr;
+    QPushButton* again_ = nullptr;
+    QUrl home_;
+    QUrl address_; ///< asked for last
     QString document_;             ///< the document told to the listener last; empty for none
     int loads_ = 0;                ///< loads begun; an answer about an earlier one is out of date
     EventLoop::Timer working_ = 0; ///< time limit of the load in progress, which keeps the loop from being idle

@@ -3,6 +3,7 @@
 #include "openhost/desktop/questions/QuestionBox.h"
 #include "openhost/desktop/questions/WindowView.h"
 #include "openhost/dialogs/DialogNode.h"
+#include "openhost/journal/UserSteps.h"
 #include "openhost/loop/EventLoop.h"
 #include "openhost/loop/Patience.h"
 
@@ -32,6 +33,7 @@ public:
         : surface_(surface), question_(question), box_(box)
     {
         surface_.questions_.push_back(this);
+        surface_.StayWithMainWindow(box_);
         box_.show();
         box_.activateWindow();
     }
@@ -52,7 +54,10 @@ private:
     QuestionBox& box_;
 };
 
-QtDialogSurface::QtDialogSurface() : self_(std::make_shared<QtDialogSurface*>(this)) {}
+QtDialogSurface::QtDialogSurface(std::function<QWindow*()> main)
+    : main_(std::move(main)), self_(std::make_shared<QtDialogSurface*>(this))
+{
+}
 
 QtDialogSurface::~QtDialogSurface() = default;
 
@@ -98,6 +103,7 @@ void QtDialogSurface::UpdateChangedWindows()
         std::unique_ptr<WindowView>& view = windows_[window];
         if (!view && node.visible) {
             view = std::make_unique<WindowView>(*window);
+            StayWithMainWindow(view->Widget());
             view->Update();
             view->Widget().raise();
         } else if (view) {
@@ -108,6 +114,17 @@ void QtDialogSurface::UpdateChangedWindows()
     }
 }
 
+void QtDialogSurface::StayWithMainWindow(QWidget& widget)
+{
+    QWindow* main = main_();
+    if (!main)
+        return;
+    widget.winId();
+    widget.windowHandle()->setTransientParent(main);
+    widget.adjustSize();
+    widget.move(main->geometry().center() - widget.rect().center());
+}
+
 int QtDialogSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title)
 {
     QuestionBox box(question.GetStyle(), text, title);
@@ -115,7 +132,9 @@ int QtDialogSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, c
     const ShownQuestion shown(*this, question, box);
     const Patience patience;
     EventLoop::Current().RunUntil([&] { return box.Answer() || ZALDialogNode::Of(question).ended; });
-    return box.Answer().value_or(ZALDlgAnswerClosed);
+    const int answer = box.Answer().value_or(ZALDlgAnswerClosed);
+    NoteUserAnswer(question.GetName().CastToCharPtr(), answer);
+    return answer;
 }
 
 } // namespace openhost

@@ -3,9 +3,13 @@
 
 #include "openhost/dialogs/DialogSurface.h"
 
+#include <functional>
 #include <map>
 #include <set>
 #include <vector>
+
+class QWidget;
+class QWindow;
 
 namespace openhost {
 
@@ -17,7 +21,8 @@ class WindowView;
 /// question blocks all other windows; while it is shown the loop runs, so that transfers go on.
 class QtDialogSurface final : public DialogSurface {
 public:
-    QtDialogSurface();
+    /// `main` gives the window above which dialogs stay, or null.
+    explicit QtDialogSurface(std::function<QWindow*()> main = [] { return nullptr; });
     QtDialogSurface(const QtDialogSurface&) = delete;
     QtDialogSurface& operator=(const QtDialogSurface&) = delete;
     ~QtDialogSurface() override;
@@ -32,7 +37,10 @@ private:
     class ShownQuestion;
 
     void UpdateChangedWindows();
+    /// Keeps `widget`, which is not shown yet, above the main window and in its middle.
+    void StayWithMainWindow(QWidget& widget);
 
+    std::function<QWindow*()> main_;
     std::map<const ZALDialog*, std::unique_ptr<WindowView>> windows_;
     std::set<ZALDialog*> changed_;           ///< windows to be brought in step; the loop has a call for that
     std::vector<ShownQuestion*> questions_;  ///< the newest last

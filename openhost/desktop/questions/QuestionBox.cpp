@@ -86,12 +86,11 @@ QuestionBox::QuestionBox(unsigned int style, const ZALUnicodeString& text, const
     layout->addWidget(buttons, 1, 0, 1, 2);
     layout->setColumnStretch(1, 1);
 
-    // Enter is for the first button, but not for going on in spite of a warning.
-    QPushButton* usual =
-        buttons->button(style == ZALDlgNotifyWarningYesNo ? QDialogButtonBox::No : QDialogButtonBox::Yes);
-    if (usual) {
-        usual->setDefault(true);
-        usual->setFocus();
+    // No keeps everything as it is. Enter is for it too where files are replaced or sent away.
+    if (QPushButton* no = buttons->button(QDialogButtonBox::No)) {
+        closedAnswer_ = ZALDlgAnswerNo;
+        no->setDefault(true);
+        no->setFocus();
     }
     // A text field would be higher by itself.
     resize(minimumSizeHint());
@@ -99,7 +98,7 @@ QuestionBox::QuestionBox(unsigned int style, const ZALUnicodeString& text, const
 
 void QuestionBox::reject()
 {
-    answer_ = ZALDlgAnswerClosed;
+    answer_ = closedAnswer_;
 }
 
 } // namespace openhost

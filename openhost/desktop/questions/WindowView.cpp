@@ -4,7 +4,9 @@
 #include "openhost/desktop/questions/ShownText.h"
 #include "openhost/desktop/questions/UserDialog.h"
 #include "openhost/dialogs/UserActions.h"
+#include "openhost/journal/UserSteps.h"
 #include "openhost/loop/EventLoop.h"
+#include "openhost/text/Utf.h"
 
 #include <QCheckBox>
 #include <QDialogButtonBox>
@@ -51,6 +53,20 @@ QString ToQString(const ZALUnicodeString& text)
 ZALUnicodeString FromQString(const QString& text)
 {
     return ZALUnicodeString(reinterpret_cast<const char16_t*>(text.utf16()), static_cast<std::size_t>(text.size()));
+}
+
+/// Notes what the user does with `control`, or with the part `part` of a window, and the value that he gives.
+void NotePush(const ZALDialog& control, const char* part, const char* member = nullptr,
+              const nlohmann::ordered_json& value = {})
+{
+    const ZALDialog* window = &control;
+    while (!ZALDialogNode::Of(*window).IsWindow() && window->GetFather())
+        window = window->GetFather();
+    nlohmann::ordered_json push = {{"dialog", ZALDialogNode::Of(*window).Name()},
+                                   {"control", part ? part : ZALDialogNode::Of(control).Name()}};
+    if (member)
+        push[member] = value;
+    NoteUserStep({{"push", push}});
 }
 
 /// The text of a progress bar is its value, cut off at the range; Qt takes equal ends at 0 for a bar without an end.
@@ -131,17 +147,26 @@ QWidget* WindowView::MakeWindow()
     if (node.kind == Kind::FileBox)
         return new FolderBox([this](bool ok) {
             if (!ok) {
-                Report(dialog_, [](ZALDialog& box, QWidget&) { PushCancel(box); });
+                Report(dialog_, [](ZALDialog& box, QWidget&) {
+                    NotePush(box, "CANCEL");
+                    PushCancel(box);
+                });
                 return;
             }
             Report(dialog_, [](ZALDialog& box, QWidget& widget) {
-                ChooseFolder(box, FromQString(static_cast<FolderBox&>(widget).Folder()));
+                const ZALUnicodeString folder = FromQString(static_cast<FolderBox&>(widget).Folder());
+                NotePush(box, "FOLDER", "text", ToUtf8(folder));
+                ChooseFolder(box, folder);
+                NotePush(box, "OK");
                 PushOK(box);
             });
         });
 
     auto* window =
-        new UserDialog([this] { Report(dialog_, [](ZALDialog& dialog, QWidget&) { UseCloseBox(dialog); }); });
+        new UserDialog([this] { Report(dialog_, [](ZALDialog& dialog, QWidget&) {
+            NotePush(dialog, "CLOSE");
+            UseCloseBox(dialog);
+        }); });
     auto* layout = new QVBoxLayout(window);
     auto* content = new QWidget;
     content->setObjectName("CONTENT");
@@ -153,9 +178,15 @@ QWidget* WindowView::MakeWindow()
         ok->setObjectName("OK");
         cancel->setObjectName("CANCEL");
         QObject::connect(ok, &QPushButton::clicked, window,
-                         [this] { Report(dialog_, [](ZALDialog& dialog, QWidget&) { PushOK(dialog); }); });
+                         [this] { Report(dialog_, [](ZALDialog& dialog, QWidget&) {
+            NotePush(dialog, "OK");
+            PushOK(dialog);
+        }); });
         QObject::connect(cancel, &QPushButton::clicked, window,
-                         [this] { Report(dialog_, [](ZALDialog& dialog, QWidget&) { PushCancel(dialog); }); });
+                         [this] { Report(dialog_, [](ZALDialog& dialog, QWidget&) {
+            NotePush(dialog, "CANCEL");
+            PushCancel(dialog);
+        }); });
         layout->addWidget(buttons);
     }
     return window;
@@ -179,7 +210,9 @@ QWidget* WindowView::MakeWidget(ZALDialog& dialog)
         // The text may have gone on by the time of the report. Several reports then bring it once.
         QObject::connect(editor, &QLineEdit::textEdited, editor, [this, &dialog] {
             Report(dialog, [](ZALDialog& control, QWidget& widget) {
-                EnterText(control, FromQString(static_cast<QLineEdit&>(widget).text()));
+                const ZALUnicodeString text = FromQString(static_cast<QLineEdit&>(widget).text());
+                NotePush(control, nullptr, "text", ToUtf8(text));
+                EnterText(control, text);
             });
         });
         return editor;
@@ -189,14 +222,19 @@ QWidget* WindowView::MakeWidget(ZALDialog& dialog)
         // Enter is for OK.
         button->setAutoDefault(false);
         QObject::connect(button, &QPushButton::clicked, button,
-                         [this, &dialog] { Report(dialog, [](ZALDialog& control, QWidget&) { Activate(control); }); });
+                         [this, &dialog] { Report(dialog, [](ZALDialog& control, QWidget&) {
+                NotePush(control, nullptr);
+                Activate(control);
+            }); });
         return button;
     }
     case Kind::CheckButton: {
         auto* button = new QCheckBox;
         QObject::connect(button, &QCheckBox::clicked, button, [this, &dialog] {
             Report(dialog, [](ZALDialog& control, QWidget& widget) {
-                Check(control, static_cast<QCheckBox&>(widget).isChecked() ? ZALDlgChecked : ZALDlgUnchecked);
+                const bool isChecked = static_cast<QCheckBox&>(widget).isChecked();
+                NotePush(control, nullptr, "state", isChecked);
+                Check(control, isChecked ? ZALDlgChecked : ZALDlgUnchecked);
             });
         });
         return button;
