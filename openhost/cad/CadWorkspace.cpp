@@ -22,6 +22,7 @@ CadWorkspace::CadWorkspace() = default;
 
 CadWorkspace::~CadWorkspace()
 {
+    history_.reset();
     const bool hadWindows = !windows_.empty();
     windows_.clear();
     activated_.clear();
@@ -106,24 +107,35 @@ void CadWorkspace::Close(LoadedDocument& document)
     if (wasActive && Active())
         events_.Tell(*Active(), DocumentAction::Activated);
     UnloadUnused(document);
+    EndStep();
 }
 
-void CadWorkspace::Change(LoadedDocument& document, const std::function<void(CadDocument& contents)>& change)
+void CadWorkspace::Change(LoadedDocument& document, const char* step,
+                          const std::function<void(CadDocument& contents)>& change)
 {
+    KeepState(document, step);
     partNumbers_.Leave(document);
     change(document.contents_);
     partNumbers_.Enter(document);
     document.root_->name_ = document.PartNumber();
     // The journal is told of the first change alone: a module makes many of them at once.
-    if (document.dirty_)
+    const bool wasDirty = document.dirty_;
+    SetDirty(document);
+    if (wasDirty)
         events_.TellObservers(document, DocumentAction::Changed);
     else
-        SetChanged(document);
+        events_.Tell(document, DocumentAction::Changed);
+}
+
+void CadWorkspace::SetDirty(LoadedDocument& document)
+{
+    document.dirty_ = true;
+    document.state_ = ++lastState_;
 }
 
 void CadWorkspace::SetChanged(LoadedDocument& document)
 {
-    document.dirty_ = true;
+    SetDirty(document);
     events_.Tell(document, DocumentAction::Changed);
 }
 

@@ -4,11 +4,15 @@
 #include "openhost/cad/CadServices.h"
 #include "openhost/cad/CadWorkspaceError.h"
 #include "openhost/cad/DocumentEvents.h"
+#include "openhost/cad/History.h"
 #include "openhost/cad/LoadedDocument.h"
 #include "openhost/cad/PartNumbers.h"
 
 #include <filesystem>
 #include <functional>
+#include <memory>
+#include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -54,7 +58,7 @@ public:
     /// Documents that a program has opened or locked and not let go.
     std::size_t HeldDocuments() const;
     /// Closes the window of `document`; the one that was active before it becomes active. Changes are lost unless
-    /// another document still refers to it.
+    /// another document still refers to it, or would when something is undone.
     void Close(LoadedDocument& document);
     /// Lets go of `document`, and of what it alone refers to, unless a window, a program or another document holds it.
     void UnloadUnused(LoadedDocument& document);
@@ -66,8 +70,11 @@ public:
     /// The same with an identity of its own: no later version of what the document was.
     void SaveAsNew(LoadedDocument& document, const std::filesystem::path& path);
     /// Lets `change` change the contents of `document`: properties, parameters, cameras, axis systems and the working
-    /// tool, all such that they can be written.
-    void Change(LoadedDocument& document, const std::function<void(CadDocument& contents)>& change);
+    /// tool, all such that they can be written. `step` names that for who may undo it.
+    void Change(LoadedDocument& document, const char* step, const std::function<void(CadDocument& contents)>& change);
+    /// To be called before features of `document` change, and after they have been measured anew.
+    void KeepFeatures(LoadedDocument& document, const char* step) { KeepState(document, step, true); }
+    void TellMeasured(LoadedDocument& document) { events_.TellObservers(document, DocumentAction::Changed); }
 
     /// Adds one component for each of `files` to the product that `father` refers to. Their names are the part number,
     /// a point and the lowest number from 1 that has not been given yet; they stand at the origin.
@@ -81,6 +88,21 @@ public:
     void ReplaceAllInstances(WorkspaceProduct& father, WorkspaceProduct& component, const std::filesystem::path& file);
     /// Gives `component`, no root, another place in its father. `placement` is rigid.
     void MoveComponent(WorkspaceProduct& component, const Placement& placement);
+
+    /// Lets be undone from now on what changes in documents that have a window or stand in the tree of one. Nothing is
+    /// kept before. What happens in one event of the loop is one step. Opening, saving and closing are none, but what
+    /// was done to a document that is unloaded cannot be undone any more.
+    void KeepHistory();
+    /// Ends the step in progress early: what changes next belongs to another one.
+    void EndStep();
+    /// What Undo and Redo would undo and do again, in words for a menu; nothing when there is nothing.
+    std::optional<std::string> NextUndo() const;
+    std::optional<std::string> NextRedo() const;
+    /// Puts back what the last step has changed. Products and features come back as the same objects. A reference whose
+    /// document has been unloaded is read again; a child without one is missing then. Throws when there is nothing.
+    void Undo();
+    /// Does again what was undone last. Nothing is left of it once something else has changed.
+    void Redo();
 
     /// The part numbers that two or more documents have in the tree or trees that `document` stands in.
     std::vector<std::string> DisputedPartNumbers(const LoadedDocument& document) const;
@@ -106,6 +128,7 @@ private:
     // CadWorkspace.cpp
     LoadedDocument* FindCanonical(const std::filesystem::path& path) const;
     LoadedDocument& ShowInWindow(LoadedDocument& document);
+    void SetDirty(LoadedDocument& document);
     void SetChanged(LoadedDocument& document);
 
     // LoadDocuments.cpp
@@ -129,13 +152,27 @@ private:
     static std::string TakeName(LoadedDocument& father, const LoadedDocument& reference);
     static WorkspaceProduct& Append(LoadedDocument& father, LoadedDocument& reference);
     void ReplaceEach(LoadedDocument& father, const std::vector<WorkspaceProduct*>& components,
-                     const std::filesystem::path& file);
+                     const std::filesystem::path& file, const char* step);
     static void Replace(WorkspaceProduct& component, LoadedDocument& reference);
+
+    // UndoChanges.cpp
+    void KeepState(LoadedDocument& document, const char* step, bool withFeatures = false);
+    static DocumentState StateOf(LoadedDocument& document, bool withFeatures);
+    void EndStepLater();
+    bool IsKeptForUndo(const LoadedDocument& document) const;
+    void KeepGeometryOfStates(const LoadedDocument& document);
+    void RenameInHistory(const std::string& from, const std::string& to);
+    std::set<std::string> Exchange(HistoryStep& step, const char* operation);
+    void LoadAgain(const std::string& path, std::unordered_map<std::string, std::string>& problems);
+    void PutBack(DocumentState& state);
+    void TellExchanged(const HistoryStep& step, const char* action, const std::set<std::string>& touched);
 
     std::unordered_map<std::string, Owned<LoadedDocument>> documents_; ///< by path
     std::vector<LoadedDocument*> windows_;                             ///< in the order of their opening
     std::vector<LoadedDocument*> activated_;                           ///< the same, the active one last
     DocumentEvents events_;
+    std::shared_ptr<History> history_; ///< null until somebody wants it; what is posted knows by it whether this lives
+    std::uint64_t lastState_ = 0;      ///< number given last to a state of a document
     PartNumbers partNumbers_;
 };
 

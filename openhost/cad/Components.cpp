@@ -2,6 +2,7 @@
 
 #include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/DocumentPaths.h"
+#include "openhost/cad/DocumentWalk.h"
 #include "openhost/text/Utf.h"
 
 #include <set>
@@ -33,23 +34,6 @@ bool IsNumbered(const std::string& name, const std::string& stem)
            name.find_first_not_of("0123456789", point + 1) == std::string::npos;
 }
 
-/// Whether `from` is `to` or holds it at any level.
-bool Reaches(const LoadedDocument& from, const LoadedDocument& to)
-{
-    std::set<const LoadedDocument*> seen{&from};
-    std::vector<const LoadedDocument*> waiting{&from};
-    while (!waiting.empty()) {
-        const LoadedDocument* document = waiting.back();
-        waiting.pop_back();
-        if (document == &to)
-            return true;
-        for (const auto& [reference, count] : document->References())
-            if (seen.insert(reference).second)
-                waiting.push_back(reference);
-    }
-    return false;
-}
-
 } // namespace
 
 void CadWorkspace::CheckComponent(const LoadedDocument& father, LoadedDocument& reference)
@@ -57,7 +41,8 @@ void CadWorkspace::CheckComponent(const LoadedDocument& father, LoadedDocument& 
     if (father.references_.contains(&reference))
         return; // one more instance brings no new link, and no cycle
     LinkTo(father.path_.parent_path(), reference.path_);
-    if (Reaches(reference, father))
+    const auto isFather = [&](const LoadedDocument& below) { return &below == &father; };
+    if (AnyFrom(reference, &LoadedDocument::References, isFather))
         throw CadWorkspaceError(father.path_.string() + ": the product would be a part of itself");
 }
 
@@ -106,6 +91,7 @@ WorkspaceProduct& CadWorkspace::AddComponent(WorkspaceProduct& father, LoadedDoc
         throw CadWorkspaceError(reference.path_.string() + ": the document is not loaded");
     CheckComponent(document, reference);
 
+    KeepState(document, "Insert");
     WorkspaceProduct& component = Append(document, reference);
     SetChanged(document);
     return component;
@@ -134,10 +120,13 @@ std::vector<LoadedDocument*> CadWorkspace::LoadComponents(const LoadedDocument& 
 void CadWorkspace::AddComponents(WorkspaceProduct& father, const std::vector<std::filesystem::path>& files)
 {
     LoadedDocument& document = ProductOf(father);
-    for (LoadedDocument* reference : LoadComponents(document, files))
+    if (files.empty())
+        return;
+    const std::vector<LoadedDocument*> references = LoadComponents(document, files);
+    KeepState(document, "Insert");
+    for (LoadedDocument* reference : references)
         Append(document, *reference);
-    if (!files.empty())
-        SetChanged(document);
+    SetChanged(document);
 }
 
 LoadedDocument& CadWorkspace::FatherOf(const WorkspaceProduct& component, const WorkspaceProduct& father)
@@ -151,7 +140,7 @@ LoadedDocument& CadWorkspace::FatherOf(const WorkspaceProduct& component, const 
 void CadWorkspace::ReplaceComponent(WorkspaceProduct& father, WorkspaceProduct& component,
                                     const std::filesystem::path& file)
 {
-    ReplaceEach(FatherOf(component, father), {&component}, file);
+    ReplaceEach(FatherOf(component, father), {&component}, file, "Replace");
 }
 
 void CadWorkspace::ReplaceAllInstances(WorkspaceProduct& father, WorkspaceProduct& component,
@@ -162,13 +151,14 @@ void CadWorkspace::ReplaceAllInstances(WorkspaceProduct& father, WorkspaceProduc
     for (const auto& child : document.children_)
         if (child->reference_ == component.reference_ && child->link_ == component.link_)
             instances.push_back(child.get());
-    ReplaceEach(document, instances, file);
+    ReplaceEach(document, instances, file, "Replace All");
 }
 
 void CadWorkspace::ReplaceEach(LoadedDocument& father, const std::vector<WorkspaceProduct*>& components,
-                               const std::filesystem::path& file)
+                               const std::filesystem::path& file, const char* step)
 {
     LoadedDocument& reference = LoadComponent(father, file);
+    KeepState(father, step);
     LoadedDocument* replaced = components.front()->reference_;
     for (WorkspaceProduct* component : components)
         Replace(*component, reference);
@@ -197,6 +187,7 @@ void CadWorkspace::MoveComponent(WorkspaceProduct& component, const Placement& p
 {
     if (component.isRoot_ || !component.owner_)
         throw CadWorkspaceError(component.name_ + ": the product is not a component");
+    KeepState(*component.owner_, "Move");
     component.placement_ = placement;
     SetChanged(*component.owner_);
 }

@@ -47,6 +47,12 @@ void DocumentEvents::Tell(LoadedDocument& document, DocumentAction action)
     TellObservers(document, action);
 }
 
+void DocumentEvents::TellChange(LoadedDocument& document, const char* name)
+{
+    journal::Write([&] { return journal::Document{.path = document.Path().string(), .action = name}; });
+    TellObservers(document, DocumentAction::Changed);
+}
+
 void DocumentEvents::TellObservers(LoadedDocument& document, DocumentAction action)
 {
     // A copy, since a call may subscribe others. One that ends meanwhile is not called any more.

@@ -32,6 +32,8 @@ public:
     [[nodiscard]] DocumentSubscription Subscribe(DocumentObserver observer);
     /// Tells the observers and, unless the document has only been loaded or unloaded, the journal.
     void Tell(LoadedDocument& document, DocumentAction action);
+    /// Tells of a change that the journal calls `name`.
+    void TellChange(LoadedDocument& document, const char* name);
     void TellObservers(LoadedDocument& document, DocumentAction action);
 
 private:

@@ -137,6 +137,10 @@ std::vector<PartFeature*> FeatureContainer::Paste(const std::vector<PartFeature*
     if (Part()->Children().size() + newTools > MaximumOtherTools + 1)
         throw CadWorkspaceError(Part()->Name() + ": the part would have too many tools");
 
+    if (prepared.empty())
+        return {};
+
+    document_->Workspace()->KeepFeatures(*document_, "Paste");
     std::vector<PartFeature*> copies;
     for (PreparedResult& result : prepared) {
         PartFeature& target = *result.target;
@@ -145,8 +149,7 @@ std::vector<PartFeature*> FeatureContainer::Paste(const std::vector<PartFeature*
         copies.push_back(&tool.AppendResult(result.name));
         copies.back()->SetGeometry(std::move(result.geometry));
     }
-    if (!copies.empty())
-        document_->Workspace()->Change(*document_, [](CadDocument&) {});
+    document_->Workspace()->Change(*document_, "Paste", [](CadDocument&) {});
     return copies;
 }
 
@@ -158,7 +161,7 @@ void FeatureContainer::SetWorkingTool(const PartFeature& tool)
     const auto position =
         static_cast<std::uint32_t>(std::ranges::find(tools, &tool, &Owned<PartFeature>::get) - tools.begin());
     if (position != document_->Contents().features.workingTool)
-        document_->Workspace()->Change(*document_,
+        document_->Workspace()->Change(*document_, "Change Working Body",
                                        [&](CadDocument& contents) { contents.features.workingTool = position; });
 }
 

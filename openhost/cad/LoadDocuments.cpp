@@ -146,11 +146,13 @@ void CadWorkspace::EndReference(LoadedDocument& father, LoadedDocument& referenc
 
 void CadWorkspace::UnloadUnused(LoadedDocument& document)
 {
-    std::vector<LoadedDocument*> waiting{&document};
+    std::vector<Owned<LoadedDocument>> waiting;
+    waiting.push_back(Share(&document));
     while (!waiting.empty()) {
-        LoadedDocument* unused = waiting.back();
+        const Owned<LoadedDocument> unused = std::move(waiting.back());
         waiting.pop_back();
-        if (unused->open_ || unused->opens_ > 0 || unused->locks_ > 0 || !unused->fathers_.empty())
+        if (!unused->workspace_ || unused->open_ || unused->opens_ > 0 || unused->locks_ > 0 ||
+            !unused->fathers_.empty() || IsKeptForUndo(*unused))
             continue;
         std::vector<LoadedDocument*> references;
         for (const auto& [reference, count] : unused->references_)
@@ -158,8 +160,9 @@ void CadWorkspace::UnloadUnused(LoadedDocument& document)
         DetachChildren(*unused);
         Unload(*unused);
         // Each comes up once, after the last one that referred to it.
-        std::ranges::copy_if(references, std::back_inserter(waiting),
-                             [](const LoadedDocument* reference) { return reference->fathers_.empty(); });
+        for (LoadedDocument* reference : references)
+            if (reference->fathers_.empty())
+                waiting.push_back(Share(reference));
     }
 }
 
@@ -186,6 +189,8 @@ void CadWorkspace::Remove(LoadedDocument& document)
 void CadWorkspace::Unload(LoadedDocument& document)
 {
     const Owned<LoadedDocument> unloaded = Share(&document);
+    if (history_ && history_->Forget(document))
+        EndStepLater();
     Remove(document);
     events_.Tell(document, DocumentAction::Unloaded);
 }

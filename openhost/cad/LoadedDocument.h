@@ -6,6 +6,7 @@
 #include "openhost/documents/CadDocument.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <unordered_map>
@@ -61,6 +62,7 @@ public:
 
 private:
     friend class CadWorkspace;
+    static constexpr std::uint64_t UnknownState = ~std::uint64_t{0};
     void EndFeatures();
 
     CadWorkspace* workspace_;
@@ -69,6 +71,8 @@ private:
     CadDocument contents_;             ///< without children, links and geometry, which stand below or in the file
     Owned<FeatureContainer> features_; ///< made when somebody asks for it
     bool dirty_ = false;
+    std::uint64_t state_ = 0;      ///< number of the state that the document is in
+    std::uint64_t savedState_ = 0; ///< of the one that the file holds
     bool open_ = false;
     unsigned int opens_ = 0; ///< by programs, that none of them has ended
     unsigned int locks_ = 0;

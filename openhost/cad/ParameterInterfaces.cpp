@@ -82,8 +82,9 @@ public:
             return E_INVALIDARG;
         if (!Target().Workspace())
             return E_FAIL;
-        Target().Workspace()->Change(
-            Target(), [&](CadDocument& contents) { contents.parameters.push_back(parameter->Parameter()); });
+        Target().Workspace()->Change(Target(), "Add Parameter", [&](CadDocument& contents) {
+            contents.parameters.push_back(parameter->Parameter());
+        });
         return S_OK;
     }
 };
@@ -134,7 +135,7 @@ private:
         if (!document || !IsDocumentText(text))
             return E_FAIL;
         if (text != document->Contents().*member)
-            document->Workspace()->Change(*document,
+            document->Workspace()->Change(*document, "Change Properties",
                                           [&](CadDocument& contents) { contents.*member = std::move(text); });
         return S_OK;
     }

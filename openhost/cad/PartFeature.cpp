@@ -1,6 +1,6 @@
 #include "openhost/cad/PartFeature.h"
 
-#include "openhost/cad/CadWorkspaceError.h"
+#include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/FeatureContainer.h"
 #include "openhost/cad/LoadedDocument.h"
 #include "openhost/cad/SolidKernel.h"
@@ -73,15 +73,57 @@ void PartFeature::SetStored(std::size_t tool)
     storedTool_ = tool;
 }
 
+FeatureState PartFeature::State()
+{
+    FeatureState state{Share(this), geometry_, storedTool_, {}};
+    for (const auto& child : children_)
+        state.children.push_back(child->State());
+    return state;
+}
+
+void PartFeature::PutBack(const FeatureState& state)
+{
+    geometry_ = state.geometry;
+    storedTool_ = state.storedTool;
+    for (const auto& child : children_)
+        child->father_ = nullptr;
+    children_.clear();
+    for (const FeatureState& child : state.children) {
+        children_.push_back(Share(child.feature.get()));
+        children_.back()->father_ = this;
+        children_.back()->PutBack(child);
+    }
+}
+
+void FeatureState::KeepGeometry(const std::filesystem::path& path, Geometries& read)
+{
+    for (FeatureState& child : children)
+        child.KeepGeometry(path, read);
+    if (feature->Kind() != FeatureKind::Result || geometry)
+        return;
+    std::shared_ptr<const DocumentGeometry>& known = read[storedTool];
+    if (!known)
+        if (std::optional<DocumentGeometry> stored = ReadToolGeometry(path, storedTool))
+            known = std::make_shared<const DocumentGeometry>(std::move(*stored));
+    geometry = known;
+}
+
 void PartFeature::Update()
 {
+    const FeatureContainer* container = Container();
+    LoadedDocument* document = container ? container->Document() : nullptr;
     std::vector<PartFeature*> results;
     CollectResults(results);
     for (PartFeature* result : results) {
         const std::shared_ptr<const DocumentGeometry> geometry = result->Geometry();
         GeometryFacts facts = SolidKernel::Current().Measure(*geometry);
-        if (facts != geometry->facts)
-            result->SetGeometry(std::make_shared<const DocumentGeometry>(DocumentGeometry{facts, geometry->boundary}));
+        if (facts == geometry->facts)
+            continue;
+        if (document)
+            document->Workspace()->KeepFeatures(*document, "Update");
+        result->SetGeometry(std::make_shared<const DocumentGeometry>(DocumentGeometry{facts, geometry->boundary}));
+        if (document)
+            document->Workspace()->TellMeasured(*document);
     }
 }
 

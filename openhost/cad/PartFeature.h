@@ -6,6 +6,8 @@
 #include "openhost/objects/Owned.h"
 
 #include <cstddef>
+#include <filesystem>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,6 +15,7 @@
 namespace openhost {
 
 class FeatureContainer;
+struct FeatureState;
 
 enum class FeatureKind {
     Part,   ///< holds tools, the main tool first
@@ -51,6 +54,10 @@ public:
     /// The solids of the result are those of the tool `tool` in the file of the document.
     void SetStored(std::size_t tool);
 
+    /// What stands in this feature, itself included, and the same put back: the same objects again.
+    FeatureState State();
+    void PutBack(const FeatureState& state);
+
     /// Measures the results in this feature anew. Throws for one that is not valid.
     void Update();
 
@@ -69,6 +76,20 @@ private:
     std::vector<Owned<PartFeature>> children_;
     std::shared_ptr<const DocumentGeometry> geometry_;
     std::size_t storedTool_ = 0;
+};
+
+/// A feature and what stands in it, as it was at one time.
+struct FeatureState {
+    /// Read from a file, by tool.
+    using Geometries = std::map<std::size_t, std::shared_ptr<const DocumentGeometry>>;
+
+    Owned<PartFeature> feature;
+    std::shared_ptr<const DocumentGeometry> geometry; ///< null as long as the file holds that of a result
+    std::size_t storedTool;
+    std::vector<FeatureState> children;
+
+    /// Takes what stands in the file `path` over, since it may be gone there soon. `read` has what was read before.
+    void KeepGeometry(const std::filesystem::path& path, Geometries& read);
 };
 
 } // namespace openhost

@@ -55,7 +55,8 @@ public:
         if (!source || !Target().Workspace())
             return E_FAIL;
         const std::vector<DocumentCamera> cameras = source->Target().Contents().cameras;
-        Target().Workspace()->Change(Target(), [&](CadDocument& contents) { contents.cameras = cameras; });
+        Target().Workspace()->Change(Target(), "Take Views",
+                                     [&](CadDocument& contents) { contents.cameras = cameras; });
         return S_OK;
     }
 };

@@ -149,8 +149,10 @@ void CadWorkspace::Save(LoadedDocument& document)
 {
     if (!document.dirty_)
         return;
+    KeepGeometryOfStates(document);
     Write(document, document.path_);
     document.dirty_ = false;
+    document.savedState_ = document.state_;
     events_.Tell(document, DocumentAction::Saved);
 }
 
@@ -163,12 +165,15 @@ void CadWorkspace::SaveAs(LoadedDocument& document, const std::filesystem::path&
     if (documents_.contains(file.string()))
         throw CadWorkspaceError(file.string() + ": another document of the workspace has this file");
 
+    KeepGeometryOfStates(document);
     Write(document, file);
+    RenameInHistory(document.path_.string(), file.string());
     auto entry = documents_.extract(document.path_.string());
     entry.key() = file.string();
     documents_.insert(std::move(entry));
     document.path_ = file;
     document.dirty_ = false;
+    document.savedState_ = document.state_;
     events_.Tell(document, DocumentAction::Saved);
     for (const auto& [father, count] : document.fathers_)
         SetChanged(*father);

@@ -71,8 +71,8 @@ TEST_F(DocumentEventsTest, EachChangeIsToldAlsoOfAChangedDocument)
 {
     LoadedDocument& top = OpenProduct("top.ZALProduct", {});
     Seen();
-    Workspace().Change(top, [](CadDocument& contents) { contents.description = "one"; });
-    Workspace().Change(top, [](CadDocument& contents) { contents.description = "two"; });
+    Workspace().Change(top, "Change", [](CadDocument& contents) { contents.description = "one"; });
+    Workspace().Change(top, "Change", [](CadDocument& contents) { contents.description = "two"; });
     Workspace().AddComponents(*top.Root(), {Part("bolt.ZALPart")});
     EXPECT_THAT(Seen(), ElementsAre("changed top", "changed top", "loaded bolt", "changed top"));
     Workspace().MoveComponent(*top.Children()[0], ShiftedBy({1, 2, 3}));
@@ -112,7 +112,7 @@ TEST_F(DocumentEventsTest, TheWorkspaceIsAsToldDuringTheCall)
                            (isActive ? ", active" : "") + (document.IsDirty() ? ", dirty" : ""));
         });
     LoadedDocument& top = OpenProduct("top.ZALProduct", {});
-    Workspace().Change(top, [](CadDocument&) {});
+    Workspace().Change(top, "Change", [](CadDocument&) {});
     Workspace().Close(top);
     EXPECT_THAT(seen,
                 ElementsAre("loaded top, loaded", "opened top, loaded, active", "changed top, loaded, active, dirty",
