@@ -84,6 +84,11 @@ Argument Command::Word(const char* name, std::string& value, const char* help) c
     return Argument(app_->add_option(name, value, help)->type_name(""));
 }
 
+Argument Command::Words(const char* name, std::vector<std::string>& values, const char* help) const
+{
+    return Argument(app_->add_option(name, values, help)->type_name(""));
+}
+
 Argument Command::Text(const char* option, const char* placeholder, std::string& value, const char* help) const
 {
     return Argument(app_->add_option(option, value, help)->type_name(placeholder));

@@ -1,6 +1,5 @@
 #include "openhost/http/TransferList.h"
 
-
 #include <algorithm>
 #include <map>
 
@@ -151,7 +150,8 @@ std::unique_ptr<HttpTransfer> TransferList::Start(HttpRequestData request, HttpT
         return nullptr;
     }
     if (state_->entries.size() > MaximumEntries) {
-        const auto oldest = std::ranges::find_if(state_->entries, [](const Entry& entry) { return !entry.IsRunning(); });
+        const auto oldest =
+            std::ranges::find_if(state_->entries, [](const Entry& entry) { return !entry.IsRunning(); });
         if (oldest != state_->entries.end())
             state_->entries.erase(oldest);
     }

@@ -24,9 +24,9 @@ public:
         std::uint64_t total = 0; ///< 0 when it is not announced
         Clock::time_point started;
         std::optional<Clock::time_point> ended;
-        int code = 0;                         ///< of the reply; 0 before it
+        int code = 0;                          ///< of the reply; 0 before it
         TransferEnd end = TransferEnd::Failed; ///< once it has ended
-        std::string error;                    ///< in words; empty for none
+        std::string error;                     ///< in words; empty for none
 
         bool IsRunning() const { return !ended; }
         /// Bytes a second since the start.

@@ -19,8 +19,7 @@ constexpr const char* AddinClass = "ZALVelmartMeridiaAccessSettingsUIAddin";
 /// Calls the addin for the buttons.
 class OptionsPage::Window : public ZALDlgDialog {
 public:
-    explicit Window(OptionsPage& owner)
-        : ZALDlgDialog(nullptr, WindowName, ZALDlgOKCancelWindow), owner_(&owner)
+    explicit Window(OptionsPage& owner) : ZALDlgDialog(nullptr, WindowName, ZALDlgOKCancelWindow), owner_(&owner)
     {
         AddCallback(this, ZALDlgOKNotification::ClassName(), &Window::OnOK, nullptr);
         AddCallback(this, ZALDlgCancelNotification::ClassName(), &Window::OnCancel, nullptr);
@@ -39,7 +38,10 @@ public:
 private:
     using Operation = HRESULT (ZALIMeridiaAccessSettingsUIAddin::*)();
 
-    void OnOK(ZALBaseUnknown*, ZALNotification*, void*) { CallAndClose("Save", &ZALIMeridiaAccessSettingsUIAddin::Save); }
+    void OnOK(ZALBaseUnknown*, ZALNotification*, void*)
+    {
+        CallAndClose("Save", &ZALIMeridiaAccessSettingsUIAddin::Save);
+    }
     void OnCancel(ZALBaseUnknown*, ZALNotification*, void*)
     {
         CallAndClose("Restore", &ZALIMeridiaAccessSettingsUIAddin::Restore);

@@ -20,7 +20,7 @@ public:
     OptionsPage& operator=(const OptionsPage&) = delete;
     ~OptionsPage();
 
-    bool IsOpen() const { return addin_; }
+    bool IsOpen() const { return static_cast<bool>(addin_); }
     /// Makes the module's addin by its name, and the page in a shown window. False when the module gives no page.
     /// Throws std::runtime_error when the page is open already, and when the module has no such addin.
     bool Open();

@@ -2,13 +2,13 @@
 #pragma once
 
 #include "openhost/cad/CadWorkspace.h"
+#include "openhost/desktop/Desktop.h"
 #include "openhost/dialogs/ScriptedSurface.h"
 #include "openhost/journal/Events.h"
-#include "openhost/desktop/Desktop.h"
+#include "openhost/panel/OptionsPage.h"
 #include "openhost/panel/PageUser.h"
 #include "openhost/panel/RecordedPage.h"
 #include "openhost/play/BridgeListener.h"
-#include "openhost/panel/OptionsPage.h"
 #include "openhost/play/Session.h"
 #include "openhost/play/SessionRecorder.h"
 
@@ -33,13 +33,13 @@ public:
 
     /// Where a session finds what it does not bring along.
     struct Places {
-        std::filesystem::path module;       ///< the module's shared library
-        std::filesystem::path installation; ///< root of the installation, when neither session nor environment say
-        Desktop* desktop = nullptr;         ///< has the loop and the page; null for a host without windows
-        std::string home{};                 ///< address of the page to which the panel's button for home leads
+        std::filesystem::path module;          ///< the module's shared library
+        std::filesystem::path installation;    ///< root of the installation, when neither session nor environment say
+        Desktop* desktop = nullptr;            ///< has the loop and the page; null for a host without windows
+        std::string home{};                    ///< address of the page to which the panel's button for home leads
         std::optional<std::string> language{}; ///< of the windows, empty for the user's; nothing leaves it as it is
         std::vector<std::filesystem::path> documents{}; ///< that the window opens before the user acts
-        std::filesystem::path record{};     ///< file for what is done; empty for none
+        std::filesystem::path record{};                 ///< file for what is done; empty for none
     };
 
     /// `session` outlives the player. `journal` receives each event.

@@ -33,8 +33,7 @@ bool Acts(const Json& step)
 
 bool NeedsRealPage(const Json& step)
 {
-    return step.contains("page") || step.contains("screenshot") ||
-           (IsWait(step) && step["wait"].is_object());
+    return step.contains("page") || step.contains("screenshot") || (IsWait(step) && step["wait"].is_object());
 }
 
 std::string ReplaceAll(std::string text, const std::string& from, const std::string& to)

@@ -118,7 +118,8 @@ void Draw(const std::filesystem::path& document, const std::filesystem::path& pi
 }
 
 /// Plays `session` with the journal, account, report and record that the arguments ask for.
-int PlaySession(const openhost::Session& session, const PlayArguments& arguments, openhost::SessionPlayer::Places places)
+int PlaySession(const openhost::Session& session, const PlayArguments& arguments,
+                openhost::SessionPlayer::Places places)
 {
     std::optional<openhost::JournalWriter> journal;
     if (!arguments.journal.empty())
@@ -202,8 +203,9 @@ std::filesystem::path SettingsFile()
 {
     const char* configured = std::getenv("XDG_CONFIG_HOME");
     const char* home = std::getenv("HOME");
-    const std::filesystem::path folder =
-        configured && *configured == '/' ? std::filesystem::path(configured) : std::filesystem::path(home ? home : "/") / ".config";
+    const std::filesystem::path folder = configured && *configured == '/'
+                                             ? std::filesystem::path(configured)
+                                             : std::filesystem::path(home ? home : "/") / ".config";
     std::filesystem::create_directories(folder / "openhost");
     return folder / "openhost" / "settings.json";
 }

@@ -24,7 +24,8 @@ class BrowserPage;
 class HostChannel;
 
 /// The browser's view of one page, with buttons to go back, reload and go home above it, and a page of its own for what
-/// cannot be shown. Injected scripts and the channel live in a world of their own, which begins anew with each document.
+/// cannot be shown. Injected scripts and the channel live in a world of their own, which begins anew with each
+/// document.
 class QtPanelPage final : public QWidget, public PanelPage, public PageUser {
 public:
     /// Puts a page where the user sees it.
@@ -96,7 +97,7 @@ private:
     QToolButton* goHome_ = nullptr;
     QPushButton* again_ = nullptr;
     QUrl home_;
-    QUrl address_; ///< asked for last
+    QUrl address_;                 ///< asked for last
     QString document_;             ///< the document told to the listener last; empty for none
     int loads_ = 0;                ///< loads begun; an answer about an earlier one is out of date
     EventLoop::Timer working_ = 0; ///< time limit of the load in progress, which keeps the loop from being idle

@@ -5,7 +5,8 @@
 
 namespace openhost {
 
-/// Opens pages in Qt WebEngine, each in a window of its own unless it is told another place. Needs a QtDesktop, and the QtEventLoop as the loop in use.
+/// Opens pages in Qt WebEngine, each in a window of its own unless it is told another place. Needs a QtDesktop, and the
+/// QtEventLoop as the loop in use.
 ///
 /// Pages keep nothing on the disk. They come from https, or from plain http on loopback; other addresses, new windows,
 /// downloads and permissions are refused. docs/panel.md tells how injected scripts and the page are kept apart.

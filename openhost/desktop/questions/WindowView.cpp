@@ -162,11 +162,12 @@ QWidget* WindowView::MakeWindow()
             });
         });
 
-    auto* window =
-        new UserDialog([this] { Report(dialog_, [](ZALDialog& dialog, QWidget&) {
+    auto* window = new UserDialog([this] {
+        Report(dialog_, [](ZALDialog& dialog, QWidget&) {
             NotePush(dialog, "CLOSE");
             UseCloseBox(dialog);
-        }); });
+        });
+    });
     auto* layout = new QVBoxLayout(window);
     auto* content = new QWidget;
     content->setObjectName("CONTENT");
@@ -177,16 +178,18 @@ QWidget* WindowView::MakeWindow()
         QPushButton* cancel = buttons->addButton(QDialogButtonBox::Cancel);
         ok->setObjectName("OK");
         cancel->setObjectName("CANCEL");
-        QObject::connect(ok, &QPushButton::clicked, window,
-                         [this] { Report(dialog_, [](ZALDialog& dialog, QWidget&) {
-            NotePush(dialog, "OK");
-            PushOK(dialog);
-        }); });
-        QObject::connect(cancel, &QPushButton::clicked, window,
-                         [this] { Report(dialog_, [](ZALDialog& dialog, QWidget&) {
-            NotePush(dialog, "CANCEL");
-            PushCancel(dialog);
-        }); });
+        QObject::connect(ok, &QPushButton::clicked, window, [this] {
+            Report(dialog_, [](ZALDialog& dialog, QWidget&) {
+                NotePush(dialog, "OK");
+                PushOK(dialog);
+            });
+        });
+        QObject::connect(cancel, &QPushButton::clicked, window, [this] {
+            Report(dialog_, [](ZALDialog& dialog, QWidget&) {
+                NotePush(dialog, "CANCEL");
+                PushCancel(dialog);
+            });
+        });
         layout->addWidget(buttons);
     }
     return window;
@@ -221,11 +224,12 @@ QWidget* WindowView::MakeWidget(ZALDialog& dialog)
         auto* button = new QPushButton;
         // Enter is for OK.
         button->setAutoDefault(false);
-        QObject::connect(button, &QPushButton::clicked, button,
-                         [this, &dialog] { Report(dialog, [](ZALDialog& control, QWidget&) {
+        QObject::connect(button, &QPushButton::clicked, button, [this, &dialog] {
+            Report(dialog, [](ZALDialog& control, QWidget&) {
                 NotePush(control, nullptr);
                 Activate(control);
-            }); });
+            });
+        });
         return button;
     }
     case Kind::CheckButton: {

@@ -26,7 +26,8 @@ QString ToolTip(const WorkspaceProduct& product)
     if (const LoadedDocument* document = product.Reference())
         return QString::fromStdString(document->Path().string());
     return QString::fromStdString(product.Link()) + "\n" +
-           (product.Problem() == "missing" ? Words("The document is missing.") : QString::fromStdString(product.Problem()));
+           (product.Problem() == "missing" ? Words("The document is missing.")
+                                           : QString::fromStdString(product.Problem()));
 }
 
 } // namespace
@@ -67,7 +68,8 @@ QModelIndex ProductModel::index(int row, int column, const QModelIndex& father) 
         return {};
     if (!father.isValid())
         return createIndex(row, column, quintptr{0});
-    return createIndex(row, column, quintptr{outline_->Child(NumberOf(father), static_cast<ProductOutline::Number>(row))});
+    return createIndex(row, column,
+                       quintptr{outline_->Child(NumberOf(father), static_cast<ProductOutline::Number>(row))});
 }
 
 QModelIndex ProductModel::parent(const QModelIndex& index) const

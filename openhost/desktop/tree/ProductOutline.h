@@ -11,8 +11,8 @@
 
 namespace openhost {
 
-/// The tree of a document as it was when the outline was made. Entries stand in the order of the tree, each before those
-/// below it; the root is number 0. Products are held: one that has gone meanwhile has no reference any more.
+/// The tree of a document as it was when the outline was made. Entries stand in the order of the tree, each before
+/// those below it; the root is number 0. Products are held: one that has gone meanwhile has no reference any more.
 class ProductOutline {
 public:
     using Number = std::uint32_t;

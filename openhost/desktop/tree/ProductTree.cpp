@@ -75,8 +75,8 @@ void ProductTree::Retranslate()
 
 void ProductTree::Show(std::shared_ptr<const ProductOutline> outline)
 {
-    const bool isSame = outline->Size() > 0 && outline_->Size() > 0 &&
-                        outline->At(0).product.get() == outline_->At(0).product.get();
+    const bool isSame =
+        outline->Size() > 0 && outline_->Size() > 0 && outline->At(0).product.get() == outline_->At(0).product.get();
     Ways expanded;
     std::vector<const WorkspaceProduct*> selected;
     if (isSame) {

@@ -54,9 +54,8 @@ void AskSystem()
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
-    QDBusMessage question =
-        QDBusMessage::createMethodCall("org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
-                                       "org.freedesktop.portal.Settings", "Read");
+    QDBusMessage question = QDBusMessage::createMethodCall(
+        "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings", "Read");
     question << QString("org.freedesktop.appearance") << QString("color-scheme");
     auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(question), qApp);
     QObject::connect(answer, &QDBusPendingCallWatcher::finished, qApp, [answer, wish = wishes] {

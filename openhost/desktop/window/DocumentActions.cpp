@@ -30,7 +30,8 @@ QString NameOf(const LoadedDocument& document)
     return QString::fromStdString(document.Path().filename().string());
 }
 
-/// The documents that go when the window of `closing` does, `closing` itself among them unless another one refers to it.
+/// The documents that go when the window of `closing` does, `closing` itself among them unless another one refers to
+/// it.
 std::vector<LoadedDocument*> GoingWith(LoadedDocument& closing)
 {
     std::set<LoadedDocument*> going{&closing};
@@ -44,7 +45,8 @@ std::vector<LoadedDocument*> GoingWith(LoadedDocument& closing)
     }
     // Whatever a document that stays refers to stays.
     const auto stays = [&](const LoadedDocument* document) {
-        return std::ranges::any_of(document->Fathers(), [&](const auto& father) { return !going.contains(father.first); });
+        return std::ranges::any_of(document->Fathers(),
+                                   [&](const auto& father) { return !going.contains(father.first); });
     };
     for (bool changed = true; changed;) {
         const std::size_t before = going.size();
@@ -115,8 +117,8 @@ void DocumentActions::Update()
         action.setEnabled(step.has_value());
         action.setText(step ? Words(text) + " " + Words(step->c_str()) : Words(text));
     };
-    name(*undo, "&Undo", workspace_.UndoName());
-    name(*redo, "&Redo", workspace_.RedoName());
+    name(*undo, "&Undo", workspace_.NextUndo());
+    name(*redo, "&Redo", workspace_.NextRedo());
 }
 
 bool DocumentActions::Try(const std::function<void()>& act)
@@ -216,9 +218,9 @@ void DocumentActions::SaveAs()
         return;
     const bool isProduct = document->Kind() == DocumentKind::Product;
     const char* extension = isProduct ? ZALProductExtension : ZALPartExtension;
-    const std::filesystem::path file = AskForFile(
-        &window_, Words("Save as"), document->Path(),
-        (isProduct ? Words("Products (*.%1)") : Words("Parts (*.%1)")).arg(extension), true, extension);
+    const std::filesystem::path file =
+        AskForFile(&window_, Words("Save as"), document->Path(),
+                   (isProduct ? Words("Products (*.%1)") : Words("Parts (*.%1)")).arg(extension), true, extension);
     // The user has thought about it while the host went on.
     if (file.empty() || document != workspace_.Active())
         return;

@@ -150,9 +150,8 @@ void MainWindow::MakeThemeMenu()
     menu->setObjectName("COLOURS");
     texts_.push_back([menu] { menu->setTitle(Words("C&olours")); });
     auto* group = new QActionGroup(this);
-    for (const auto& [colours, english] : {std::pair{Colours::System, "As the system"},
-                                           {Colours::Light, "Light"},
-                                           {Colours::Dark, "Dark"}}) {
+    for (const auto& [colours, english] :
+         {std::pair{Colours::System, "As the system"}, {Colours::Light, "Light"}, {Colours::Dark, "Dark"}}) {
         auto* action = AddAction(english, {}, [this, chosen = colours] {
             settings_.setValue("colours", static_cast<int>(chosen));
             UseColours(chosen);

@@ -43,8 +43,7 @@ QString ResultOf(const TransferList::Entry& entry)
 } // namespace
 
 TransferTable::TransferTable(TransferList& transfers, QWidget* parent)
-    : QWidget(parent), transfers_(transfers), table_(new QTreeWidget), cancel_(new QPushButton),
-      clear_(new QPushButton)
+    : QWidget(parent), transfers_(transfers), table_(new QTreeWidget), cancel_(new QPushButton), clear_(new QPushButton)
 {
     setObjectName("TRANSFERS");
     table_->setObjectName("TRANSFER_LIST");
@@ -154,7 +153,9 @@ void TransferTable::UpdateLine(QTreeWidgetItem& line, const TransferList::Entry&
                                                  : Words("%1 of unknown").arg(Size(entry.bytes)));
     line.setText(SpeedColumn, Words("%1/s").arg(Size(static_cast<std::uint64_t>(entry.Speed()))));
     const auto left = entry.TimeLeft();
-    line.setText(LeftColumn, !entry.IsRunning() ? QString() : left ? Words("%1 s").arg(left->count()) : Words("unknown"));
+    line.setText(LeftColumn, !entry.IsRunning() ? QString()
+                             : left             ? Words("%1 s").arg(left->count())
+                                                : Words("unknown"));
     line.setText(ResultColumn, ResultOf(entry));
     line.setToolTip(ResultColumn, ResultOf(entry));
     const auto folder = folders_.find(entry.number);

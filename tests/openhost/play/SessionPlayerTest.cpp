@@ -56,10 +56,26 @@ public:
     std::unique_ptr<EventLoop> MakeLoop() override { return std::make_unique<UvEventLoop>(); }
     std::unique_ptr<DialogSurface> MakeDialogs() override { return std::make_unique<Dialogs>(told); }
     std::unique_ptr<PanelPages> MakePages() override { return std::make_unique<RecordedPages>(); }
+    std::unique_ptr<DesktopWindow> OpenWindow(const WindowSubject&) override
+    {
+        return std::make_unique<Window>(closed);
+    }
 
     std::vector<std::string> told;
+    bool closed = false; ///< the user has closed the window
 
 private:
+    class Window : public DesktopWindow {
+    public:
+        explicit Window(const bool& closed) : closed_(closed) {}
+        void Receive(const Json&) override {}
+        void Open(const std::filesystem::path&) override {}
+        void LetUserAct() override {}
+        bool IsClosed() const override { return closed_; }
+
+    private:
+        const bool& closed_;
+    };
     class Dialogs : public DialogSurface {
     public:
         explicit Dialogs(std::vector<std::string>& told) : told_(told) {}
@@ -95,7 +111,7 @@ TEST_F(SessionPlayerTest, WithADisplayTheUserAnswersAfterTheLastStep)
             EventLoop::Current().Post([&] {
                 ask("ReplaceAllPopUp");
                 ask("Late");
-                Panel::Close();
+                desktop.closed = true;
             });
     };
     PlaySteps(R"({"options": "open"}, {"wait": "dialog"}, {"wait": "idle"},
