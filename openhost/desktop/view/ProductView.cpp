@@ -32,8 +32,9 @@ using namespace std::chrono_literals;
 constexpr auto RestTime = 200ms;
 /// How long the window's thread draws anew without looking after anything else.
 constexpr auto WorkTime = 20ms;
-/// The least time between two frames while more and more is there to be seen.
-constexpr auto ProgressTime = 150ms;
+/// The least time between two frames while more and more is there to be seen, also in times that a frame takes.
+constexpr std::chrono::nanoseconds ProgressTime = 150ms;
+constexpr int ProgressFrames = 4;
 /// From how many pixels on a press and a release are no click.
 constexpr double DragDistance = 4;
 /// How far a drag over one pixel turns, in radians, and how far an arrow key does.
@@ -76,6 +77,8 @@ public:
     bool IsComplete() const;
     void CameraMoved();
     void Fit(bool selectedOnly);
+    void FitCamera(bool selectedOnly);
+    void MoreToShow();
     void Hover(std::optional<std::size_t> number);
     void Finish();
     bool HandleEvent(QEvent& event);
@@ -114,7 +117,10 @@ private:
     QTimer work_;
     QTimer rest_;
     QTimer redraw_;
-    std::chrono::steady_clock::time_point drawn_;
+    std::chrono::steady_clock::time_point drawn_; ///< the last frame
+    std::chrono::nanoseconds frameTime_{};        ///< how long that took
+    bool isUrgent_ = false;                       ///< the user waits for the next frame
+    bool isFitDue_ = false;
     bool areDetailsOld_ = true;
     bool isCameraUsers_ = false; ///< the user has moved it
     bool isPerspective_ = false;
@@ -156,6 +162,7 @@ ProductView::Implementation::Implementation(ProductView& owner)
         areDetailsOld_ = true;
         if (graphics)
             graphics->Drawing().SetMoving(false);
+        isUrgent_ = true;
         work_.start(0);
     });
     AddActions();
@@ -178,8 +185,7 @@ void ProductView::Implementation::Start()
     graphics->SetPerspective(isPerspective_);
     graphics->Drawing().SetStyle(style_);
     AdaptToPalette();
-    if (!isCameraUsers_)
-        Fit(false);
+    isFitDue_ = !isCameraUsers_;
     areDetailsOld_ = true;
     work_.start(0);
 }
@@ -196,14 +202,19 @@ void ProductView::Implementation::Work()
 {
     if (!graphics)
         return;
+    if (std::exchange(isFitDue_, false))
+        FitCamera(false);
     if (std::exchange(areDetailsOld_, false))
         graphics->ChooseDetails();
     const auto now = std::chrono::steady_clock::now();
     const bool isMore = graphics->Drawing().Work(now + WorkTime);
     if (isMore)
         work_.start(0);
-    if (!isMore || now - drawn_ > ProgressTime)
+    const std::chrono::nanoseconds wait = std::max(ProgressTime, ProgressFrames * frameTime_) - (now - drawn_);
+    if (isUrgent_ ? !isMore : wait <= 0ns)
         Redraw();
+    else if (!isMore && !redraw_.isActive())
+        redraw_.start(std::chrono::ceil<std::chrono::milliseconds>(wait));
 }
 
 void ProductView::Implementation::Redraw()
@@ -211,8 +222,11 @@ void ProductView::Implementation::Redraw()
     if (!graphics || !canvas->isVisible())
         return;
     redraw_.stop();
+    isUrgent_ = false;
+    const auto start = std::chrono::steady_clock::now();
     graphics->Redraw();
     drawn_ = std::chrono::steady_clock::now();
+    frameTime_ = drawn_ - start;
 }
 
 void ProductView::Implementation::Finish()
@@ -221,6 +235,8 @@ void ProductView::Implementation::Finish()
     if (!graphics)
         return;
     rest_.stop();
+    if (std::exchange(isFitDue_, false))
+        FitCamera(false);
     graphics->Drawing().SetMoving(false);
     areDetailsOld_ = false;
     graphics->ChooseDetails();
@@ -232,14 +248,13 @@ void ProductView::Implementation::SetInstances(std::vector<Instance> instances)
     Hover({});
     const bool wasEmpty = !scene.ShownBox();
     scene.SetInstances(std::move(instances));
-    if (graphics)
-        graphics->Drawing().Reset();
     if (wasEmpty)
         isCameraUsers_ = false;
-    if (!isCameraUsers_)
-        Fit(false);
-    areDetailsOld_ = true;
-    work_.start(0);
+    if (!graphics)
+        return;
+    graphics->Drawing().Reset();
+    isFitDue_ = isFitDue_ || !isCameraUsers_;
+    MoreToShow();
 }
 
 void ProductView::Implementation::SetMesh(const MeshKey& key, std::shared_ptr<const ShownMesh> mesh)
@@ -247,9 +262,21 @@ void ProductView::Implementation::SetMesh(const MeshKey& key, std::shared_ptr<co
     Hover({});
     if (!scene.ShownBox())
         isCameraUsers_ = false;
-    Changed(scene.SetMesh(key, std::move(mesh)));
-    if (!isCameraUsers_)
-        Fit(false);
+    const ViewScene::Numbers numbers = scene.SetMesh(key, std::move(mesh));
+    if (!graphics || numbers.empty())
+        return;
+    graphics->Drawing().ChangeMesh(numbers);
+    isFitDue_ = isFitDue_ || !isCameraUsers_;
+    MoreToShow();
+}
+
+void ProductView::Implementation::MoreToShow()
+{
+    // More will come: until then, what is drawn each time takes no longer than while the camera moves.
+    graphics->Drawing().SetMoving(true);
+    rest_.start(RestTime);
+    areDetailsOld_ = true;
+    work_.start(0);
 }
 
 void ProductView::Implementation::SetPickable(ReasonAgainstPicking against)
@@ -260,8 +287,10 @@ void ProductView::Implementation::SetPickable(ReasonAgainstPicking against)
         scene.SetPickRule([against = std::move(against)](InstanceId id) { return against(id).toStdString(); });
     else
         scene.SetPickRule({});
-    if (graphics)
-        graphics->Drawing().ChangeAll();
+    if (!graphics)
+        return;
+    graphics->Drawing().ChangeAll();
+    isUrgent_ = true;
     work_.start(0);
 }
 
@@ -276,6 +305,7 @@ void ProductView::Implementation::Changed(const ViewScene::Numbers& numbers)
         return;
     graphics->Drawing().Change(numbers);
     areDetailsOld_ = true;
+    isUrgent_ = true;
     work_.start(0);
 }
 
@@ -300,12 +330,17 @@ void ProductView::Implementation::CameraMoved()
     RedrawSoon();
 }
 
+void ProductView::Implementation::FitCamera(bool selectedOnly)
+{
+    if (const std::optional<Box> box = scene.ShownBox(selectedOnly))
+        graphics->Fit(*box);
+}
+
 void ProductView::Implementation::Fit(bool selectedOnly)
 {
-    const std::optional<Box> box = scene.ShownBox(selectedOnly);
-    if (!graphics || !box)
+    if (!graphics)
         return;
-    graphics->Fit(*box);
+    FitCamera(selectedOnly);
     rest_.start(RestTime);
     RedrawSoon();
 }
@@ -384,6 +419,7 @@ void ProductView::Implementation::AddActions()
                 return;
             graphics->Drawing().SetStyle(style);
             areDetailsOld_ = true;
+            isUrgent_ = true;
             work_.start(0);
         });
         action->setCheckable(true);

@@ -24,7 +24,7 @@ constexpr std::size_t LargeMesh = 10'000;
 constexpr std::array Errors = {0.7, 2.5};
 constexpr double LargestError = 100;
 /// How long a frame may take, in milliseconds.
-constexpr std::array FrameTimes = {90.0, 35.0};
+constexpr std::array FrameTimes = {150.0, 35.0};
 /// Least and most triangles that are drawn, however long it takes.
 constexpr double LeastTriangles = 30'000;
 constexpr double MostTriangles = 2'000'000;
@@ -43,10 +43,8 @@ static_assert(sizeof(FaceVertex) == 28 && sizeof(EdgeVertex) == 16);
 
 Graphic3d_Vec4ub Color(int rgb)
 {
-    const Quantity_Color color((rgb >> 16 & 255) / 255.0, (rgb >> 8 & 255) / 255.0, (rgb & 255) / 255.0,
-                               Quantity_TOC_sRGB);
-    const auto byte = [](double value) { return static_cast<Standard_Byte>(std::lround(255 * value)); };
-    return Graphic3d_Vec4ub(byte(color.Red()), byte(color.Green()), byte(color.Blue()), 255);
+    const auto byte = [rgb](int shift) { return static_cast<Standard_Byte>(rgb >> shift & 255); };
+    return Graphic3d_Vec4ub(byte(16), byte(8), byte(0), 255);
 }
 
 void Remove(opencascade::handle<Graphic3d_Structure>& structure)
@@ -78,6 +76,8 @@ SceneDrawing::SceneDrawing(const ViewScene& scene, opencascade::handle<Graphic3d
                                                   Aspect_TOL_SOLID, 1, material, material);
     faceAspects_->SetShadingModel(Graphic3d_TypeOfShadingModel_Gouraud);
     faceAspects_->SetPolygonOffsets(Aspect_POM_Fill, 1, 1); // edges lie before their faces
+    closedFaceAspects_ = new Graphic3d_AspectFillArea3d(*faceAspects_);
+    closedFaceAspects_->SetFaceCulling(Graphic3d_TypeOfBackfacingModel_BackCulled);
     edgeAspects_ = new Graphic3d_AspectLine3d(Quantity_NOC_BLACK, Aspect_TOL_SOLID, 1);
     Reset();
 }
@@ -105,29 +105,28 @@ void SceneDrawing::Reset()
         }
     batches_.clear();
     dirty_.clear();
-    open_.reset();
-    batchOf_.assign(scene_.Items().size(), 0);
+    open_ = {};
+    batchOf_.assign(scene_.Items().size(), {});
     for (std::vector<std::uint8_t>& details : details_)
         details.assign(scene_.Items().size(), 255);
     for (std::size_t number = 0; number < scene_.Items().size(); ++number)
-        PutIntoBatch(number);
+        if (scene_.Items()[number].mesh)
+            PutIntoBatch(number);
     ChangeAll();
 }
 
 void SceneDrawing::PutIntoBatch(std::size_t number)
 {
-    const std::shared_ptr<const ShownMesh>& mesh = scene_.Items()[number].mesh;
-    if (mesh && mesh->details.front().mesh.triangles.size() >= LargeMesh) {
-        batchOf_[number] = batches_.size();
-        batches_.emplace_back().items.push_back(number);
-        return;
+    const ShownMesh& mesh = *scene_.Items()[number].mesh;
+    const bool isLarge = mesh.details.front().mesh.triangles.size() >= LargeMesh;
+    std::optional<std::size_t> none;
+    std::optional<std::size_t>& open = isLarge ? none : open_[mesh.isClosed ? 1 : 0];
+    if (!open || batches_[*open].items.size() >= BatchSize) {
+        open = batches_.size();
+        batches_.emplace_back().isClosed = mesh.isClosed;
     }
-    if (!open_ || batches_[*open_].items.size() >= BatchSize) {
-        open_ = batches_.size();
-        batches_.emplace_back();
-    }
-    batchOf_[number] = *open_;
-    batches_[*open_].items.push_back(number);
+    batchOf_[number] = *open;
+    batches_[*open].items.push_back(number);
 }
 
 void SceneDrawing::MarkDirty(std::size_t batch, Pace pace)
@@ -138,16 +137,23 @@ void SceneDrawing::MarkDirty(std::size_t batch, Pace pace)
 
 void SceneDrawing::Change(const ViewScene::Numbers& numbers)
 {
+    for (const std::size_t number : numbers)
+        if (batchOf_[number])
+            for (const Pace pace : {AtRest, Moving})
+                MarkDirty(*batchOf_[number], pace);
+}
+
+void SceneDrawing::ChangeMesh(const ViewScene::Numbers& numbers)
+{
+    Change(numbers);
     for (const std::size_t number : numbers) {
-        const ViewScene::Item& item = scene_.Items()[number];
-        if (item.mesh && item.mesh->details.front().mesh.triangles.size() >= LargeMesh &&
-            batches_[batchOf_[number]].items.size() > 1) {
-            std::erase(batches_[batchOf_[number]].items, number);
+        if (batchOf_[number])
+            std::erase(batches_[*batchOf_[number]].items, number);
+        batchOf_[number].reset();
+        if (scene_.Items()[number].mesh)
             PutIntoBatch(number);
-        }
-        for (const Pace pace : {AtRest, Moving})
-            MarkDirty(batchOf_[number], pace);
     }
+    Change(numbers);
 }
 
 void SceneDrawing::ChangeAll()
@@ -174,7 +180,7 @@ void SceneDrawing::Hover(std::optional<std::size_t> number, bool isAllowed)
     Remove(hovered_);
     if (!number || !scene_.IsShown(*number))
         return;
-    hovered_ = BuildFaces({*number}, AtRest, Color(isAllowed ? 0x6FB1F0 : 0xB08080));
+    hovered_ = BuildFaces({*number}, false, AtRest, Color(isAllowed ? 0x6FB1F0 : 0xB08080));
     if (hovered_.IsNull())
         return;
     hovered_->SetZLayer(Graphic3d_ZLayerId_Top);
@@ -257,7 +263,7 @@ void SceneDrawing::ChooseDetails(const Graphic3d_Camera& camera, double height)
         }
         for (std::size_t number = 0; number < items.size(); ++number)
             if (scene_.IsShown(number) && chosen[number] != details_[pace][number])
-                MarkDirty(batchOf_[number], pace);
+                MarkDirty(*batchOf_[number], pace);
         details_[pace] = std::move(chosen);
     }
 }
@@ -322,7 +328,7 @@ void SceneDrawing::Build(Batch& batch, Pace pace)
     std::ranges::copy_if(batch.items, std::back_inserter(items),
                          [this](std::size_t number) { return scene_.IsShown(number); });
     if (DrawsFaces())
-        drawn.faces = BuildFaces(items, pace, {});
+        drawn.faces = BuildFaces(items, batch.isClosed, pace, {});
     if (DrawsEdges(pace))
         drawn.edges = BuildEdges(items, pace);
     for (const opencascade::handle<Graphic3d_Structure>& structure : {drawn.faces, drawn.edges})
@@ -332,7 +338,8 @@ void SceneDrawing::Build(Batch& batch, Pace pace)
         }
 }
 
-opencascade::handle<Graphic3d_Structure> SceneDrawing::BuildFaces(const std::vector<std::size_t>& items, Pace pace,
+opencascade::handle<Graphic3d_Structure> SceneDrawing::BuildFaces(const std::vector<std::size_t>& items, bool areClosed,
+                                                                  Pace pace,
                                                                   std::optional<Graphic3d_Vec4ub> color) const
 {
     std::size_t vertices = 0;
@@ -365,7 +372,7 @@ opencascade::handle<Graphic3d_Structure> SceneDrawing::BuildFaces(const std::vec
                 array->AddEdge(static_cast<int>(first + corner + 1));
         first += mesh.positions.size();
     }
-    return NewStructure(items, faceAspects_, array);
+    return NewStructure(items, areClosed ? closedFaceAspects_ : faceAspects_, array);
 }
 
 opencascade::handle<Graphic3d_Structure> SceneDrawing::BuildEdges(const std::vector<std::size_t>& items,

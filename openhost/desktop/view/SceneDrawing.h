@@ -36,6 +36,8 @@ public:
     void Reset();
     /// These items look different.
     void Change(const ViewScene::Numbers& numbers);
+    /// These items have another mesh, or none any more.
+    void ChangeMesh(const ViewScene::Numbers& numbers);
     /// All items look different.
     void ChangeAll();
     void SetStyle(DrawStyle style);
@@ -65,6 +67,7 @@ private:
         bool isDirty = false;
     };
     struct Batch {
+        bool isClosed = false; ///< all of its items are
         std::vector<std::size_t> items;
         std::array<Drawn, PaceCount> drawn;
     };
@@ -72,8 +75,8 @@ private:
     void PutIntoBatch(std::size_t number);
     void MarkDirty(std::size_t batch, Pace pace);
     void Build(Batch& batch, Pace pace);
-    opencascade::handle<Graphic3d_Structure> BuildFaces(const std::vector<std::size_t>& items, Pace pace,
-                                                        std::optional<Graphic3d_Vec4ub> color) const;
+    opencascade::handle<Graphic3d_Structure> BuildFaces(const std::vector<std::size_t>& items, bool areClosed,
+                                                        Pace pace, std::optional<Graphic3d_Vec4ub> color) const;
     opencascade::handle<Graphic3d_Structure> BuildEdges(const std::vector<std::size_t>& items, Pace pace) const;
     opencascade::handle<Graphic3d_Structure>
     NewStructure(const std::vector<std::size_t>& items, const opencascade::handle<Graphic3d_Aspects>& aspects,
@@ -89,20 +92,21 @@ private:
     const ViewScene& scene_;
     opencascade::handle<Graphic3d_StructureManager> manager_;
     opencascade::handle<Graphic3d_AspectFillArea3d> faceAspects_;
+    opencascade::handle<Graphic3d_AspectFillArea3d> closedFaceAspects_;
     opencascade::handle<Graphic3d_AspectLine3d> edgeAspects_;
     DrawStyle style_ = DrawStyle::ShadedWithEdges;
     bool isDark_ = false;
 
     std::vector<Batch> batches_;
-    std::vector<std::size_t> batchOf_;                         ///< by item
-    std::optional<std::size_t> open_;                          ///< the batch that takes more items
+    std::vector<std::optional<std::size_t>> batchOf_; ///< by item
+    std::array<std::optional<std::size_t>, 2> open_;  ///< batches that take more items; of closed ones and others
     std::array<std::vector<std::uint8_t>, PaceCount> details_; ///< by item, as many as the scene has
     std::array<double, PaceCount> costs_{};                    ///< of all that is shown, in triangles
     std::deque<std::pair<std::size_t, Pace>> dirty_;           ///< batches
     opencascade::handle<Graphic3d_Structure> hovered_;
     bool isMoving_ = false;
     Pace shown_ = AtRest;
-    double speed_ = 5000; ///< triangles in a millisecond
+    double speed_ = 2000; ///< triangles in a millisecond
 };
 
 } // namespace openhost

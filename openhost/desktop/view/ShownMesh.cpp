@@ -15,7 +15,7 @@ namespace {
 constexpr float CreaseCosine = 0.95F;
 
 /// Grids along the diagonal of a mesh, finest first.
-constexpr std::array Grids = {256, 128, 64, 32, 16, 8, 4};
+constexpr std::array Grids = {256, 128, 64, 32, 16, 8, 4, 2};
 /// A coarser detail is kept when it has less than this part of the triangles of the finer one.
 constexpr double WorthwhilePart = 0.7;
 
@@ -65,7 +65,7 @@ void KeepOnce(std::vector<Element>& elements)
 
 } // namespace
 
-std::vector<MeshEdge> FindEdges(const LvrMesh& mesh)
+MeshEdges FindEdges(const LvrMesh& mesh)
 {
     struct Side {
         MeshEdge place; ///< welded, smaller first
@@ -86,7 +86,7 @@ std::vector<MeshEdge> FindEdges(const LvrMesh& mesh)
         }
     std::ranges::stable_sort(sides, {}, &Side::place);
 
-    std::vector<MeshEdge> edges;
+    MeshEdges found;
     for (std::size_t first = 0, end = 0; first < sides.size(); first = end) {
         bool isEdge = true;
         for (end = first + 1; end < sides.size() && sides[end].place == sides[first].place; ++end) {
@@ -96,9 +96,10 @@ std::vector<MeshEdge> FindEdges(const LvrMesh& mesh)
             isEdge = cosine < CreaseCosine || (isEdge && end > first + 1);
         }
         if (isEdge)
-            edges.push_back(sides[first].ends);
+            found.edges.push_back(sides[first].ends);
+        found.hasBorders = found.hasBorders || end == first + 1;
     }
-    return edges;
+    return found;
 }
 
 MeshDetail Coarsen(const MeshDetail& detail, double cell)
@@ -165,12 +166,16 @@ ShownMesh PrepareMesh(LvrMesh mesh)
     ShownMesh shown;
     shown.box = BoxOf(mesh);
     MeshDetail finest;
-    finest.edges = FindEdges(mesh);
+    MeshEdges found = FindEdges(mesh);
+    finest.edges = std::move(found.edges);
+    shown.isClosed = !found.hasBorders;
     finest.mesh = std::move(mesh);
     shown.details.push_back(std::move(finest));
 
     const double diagonal = shown.box.Diagonal();
     for (const int grid : Grids) {
+        if (diagonal == 0)
+            break;
         const MeshDetail& finer = shown.details.back();
         MeshDetail coarse = Coarsen(finer, diagonal / grid);
         const auto triangles = static_cast<double>(coarse.mesh.triangles.size());

@@ -21,11 +21,16 @@ struct MeshDetail {
 struct ShownMesh {
     std::vector<MeshDetail> details; ///< finest first, one at least
     Box box;
+    bool isClosed = false; ///< its inner side is never seen
 };
 
 /// The borders of `mesh`, which CheckLvrMesh accepts, and the edges at which its surface has a crease: positions
 /// coincide there, normals do not. Each comes once.
-std::vector<MeshEdge> FindEdges(const LvrMesh& mesh);
+struct MeshEdges {
+    std::vector<MeshEdge> edges;
+    bool hasBorders = false;
+};
+MeshEdges FindEdges(const LvrMesh& mesh);
 
 /// `detail` with all positions drawn together that lie in one cube of a grid, of the side `cell`, and on one side of
 /// the surface. Triangles and edges that have become too small for that are gone.

@@ -96,7 +96,9 @@ ViewGraphics::ViewGraphics(unsigned long window, double density, const ViewScene
     try {
         const opencascade::handle<Aspect_DisplayConnection> display = new Aspect_DisplayConnection;
         const opencascade::handle<OpenGl_GraphicDriver> driver = new OpenGl_GraphicDriver(display, false);
-        driver->ChangeOptions().ffpEnable = false;
+        // Without a graphics card each of these would take as long as the rest of a frame.
+        driver->ChangeOptions().sRGBDisable = true;
+        driver->ChangeOptions().useSystemBuffer = true;
         if (!driver->InitContext())
             throw std::runtime_error("the display has no OpenGL");
         viewer_ = new V3d_Viewer(driver);
