@@ -84,6 +84,14 @@ std::string GeometryProcess::Run(GeometryJob job, std::string_view bytes)
     return Run(job, bytes);
 }
 
+void GeometryProcess::Interrupt()
+{
+    const std::lock_guard lock(mutex_);
+    isInterrupted_ = true;
+    if (socket_)
+        shutdown(socket_.Number(), SHUT_RDWR);
+}
+
 std::string GeometryProcess::Exchange(GeometryJob job, std::string_view bytes)
 {
     const JobClock::time_point deadline = JobClock::now() + limits_.time;
@@ -96,6 +104,9 @@ std::string GeometryProcess::Exchange(GeometryJob job, std::string_view bytes)
 
 void GeometryProcess::Start()
 {
+    const std::lock_guard lock(mutex_);
+    if (isInterrupted_)
+        throw GeometryJobError("it is no longer wanted");
     std::array<int, 2> ends{};
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
         throw GeometryJobError("no socket to a process: " + std::generic_category().message(errno));
@@ -110,7 +121,10 @@ void GeometryProcess::End()
 {
     if (!socket_)
         return;
-    socket_ = Descriptor();
+    {
+        const std::lock_guard lock(mutex_);
+        socket_ = Descriptor();
+    }
     kill(process_, SIGKILL);
     while (waitpid(process_, nullptr, 0) < 0 && errno == EINTR) {
     }

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstddef>
 #include <filesystem>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -46,7 +47,7 @@ std::filesystem::path FindProgramBeside(const char* name);
 
 /// A process of a program of the solid kernel, started for the first job. It serves all jobs, one after the other,
 /// until one is refused or ends it; the next job has a fresh one. Used on one thread, with which the process ends at
-/// the latest.
+/// the latest; others may interrupt it.
 class GeometryProcess {
 public:
     /// `program` calls AnswerJobs.
@@ -59,6 +60,8 @@ public:
     /// The result of `job` on `bytes`. Throws GeometryJobError when the job is refused, crashes, passes a limit, or the
     /// program cannot be started.
     std::string Run(GeometryJob job, std::string_view bytes);
+    /// Ends the job that runs, and refuses all that follow. For any thread.
+    void Interrupt();
 
 private:
     void Start();
@@ -69,6 +72,8 @@ private:
     GeometryJobLimits limits_;
     Descriptor socket_; ///< none while there is no process
     pid_t process_ = 0;
+    std::mutex mutex_; ///< of what is below, and of changes of the socket
+    bool isInterrupted_ = false;
 };
 
 } // namespace openhost

@@ -192,6 +192,24 @@ TEST(GeometryProcess, IsRenewedWhenItIsEndedInsideAJob)
     EXPECT_EQ(2U, met.size());
 }
 
+TEST(GeometryProcess, AnInterruptionEndsTheJobAndRefusesAllThatFollow)
+{
+    const MeetingPlace place;
+    for (const bool isFresh : {true, false}) {
+        GeometryProcess process(Program);
+        if (!isFresh)
+            process.Run(jobs::Echo, "first");
+        std::thread outside([&] {
+            place.Await();
+            process.Interrupt();
+        });
+        EXPECT_THROW(process.Run(jobs::Meet, place.Bytes()), GeometryJobError) << isFresh;
+        outside.join();
+        EXPECT_NE("", Failure(process, jobs::Echo)) << isFresh;
+        EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG)) << "no process is left";
+    }
+}
+
 TEST(GeometryProcess, EndsWithItsObject)
 {
     int descriptor = -1;

@@ -1,0 +1,422 @@
+#include "openhost/desktop/view/SceneDrawing.h"
+
+#include <Graphic3d_ArrayOfSegments.hxx>
+#include <Graphic3d_ArrayOfTriangles.hxx>
+#include <Graphic3d_Group.hxx>
+#include <Quantity_Color.hxx>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+namespace openhost {
+
+namespace {
+
+/// Items of a batch. One more of a changed batch is drawn anew quickly, and some hundred batches are drawn as one.
+constexpr std::size_t BatchSize = 64;
+/// Triangles from which on an item has a batch of its own.
+constexpr std::size_t LargeMesh = 10'000;
+
+/// How far, in pixels, what is drawn may be from the exact mesh: at rest, and while the camera moves. More, when there
+/// is too much to draw.
+constexpr std::array Errors = {0.7, 2.5};
+constexpr double LargestError = 100;
+/// How long a frame may take, in milliseconds.
+constexpr std::array FrameTimes = {150.0, 35.0};
+/// Least and most triangles that are drawn, however long it takes.
+constexpr double LeastTriangles = 30'000;
+constexpr double MostTriangles = 2'000'000;
+
+/// A vertex of a face as Graphic3d_ArrayOfTriangles lays it out, and one of an edge.
+struct FaceVertex {
+    LvrMesh::Vector position;
+    LvrMesh::Vector normal;
+    Graphic3d_Vec4ub color;
+};
+struct EdgeVertex {
+    LvrMesh::Vector position;
+    Graphic3d_Vec4ub color;
+};
+static_assert(sizeof(FaceVertex) == 28 && sizeof(EdgeVertex) == 16);
+
+Graphic3d_Vec4ub Color(int rgb)
+{
+    const auto byte = [rgb](int shift) { return static_cast<Standard_Byte>(rgb >> shift & 255); };
+    return Graphic3d_Vec4ub(byte(16), byte(8), byte(0), 255);
+}
+
+void Remove(opencascade::handle<Graphic3d_Structure>& structure)
+{
+    if (structure.IsNull())
+        return;
+    structure->Erase();
+    structure->Remove();
+    structure.Nullify();
+}
+
+void SetVisible(const opencascade::handle<Graphic3d_Structure>& structure, bool isVisible)
+{
+    if (!structure.IsNull() && structure->IsVisible() != isVisible)
+        structure->SetVisible(isVisible);
+}
+
+} // namespace
+
+SceneDrawing::SceneDrawing(const ViewScene& scene, opencascade::handle<Graphic3d_StructureManager> manager)
+    : scene_(scene), manager_(std::move(manager))
+{
+    Graphic3d_MaterialAspect material(Graphic3d_NameOfMaterial_UserDefined);
+    material.SetAmbientColor(Quantity_Color(0.35, 0.35, 0.35, Quantity_TOC_RGB));
+    material.SetDiffuseColor(Quantity_Color(0.75, 0.75, 0.75, Quantity_TOC_RGB));
+    material.SetSpecularColor(Quantity_Color(0.06, 0.06, 0.06, Quantity_TOC_RGB));
+    material.SetShininess(0.3F);
+    faceAspects_ = new Graphic3d_AspectFillArea3d(Aspect_IS_SOLID, Quantity_NOC_WHITE, Quantity_NOC_BLACK,
+                                                  Aspect_TOL_SOLID, 1, material, material);
+    faceAspects_->SetShadingModel(Graphic3d_TypeOfShadingModel_Gouraud);
+    faceAspects_->SetPolygonOffsets(Aspect_POM_Fill, 1, 1); // edges lie before their faces
+    closedFaceAspects_ = new Graphic3d_AspectFillArea3d(*faceAspects_);
+    closedFaceAspects_->SetFaceCulling(Graphic3d_TypeOfBackfacingModel_BackCulled);
+    edgeAspects_ = new Graphic3d_AspectLine3d(Quantity_NOC_BLACK, Aspect_TOL_SOLID, 1);
+    Reset();
+}
+
+SceneDrawing::~SceneDrawing()
+{
+    Remove(hovered_);
+    for (Batch& batch : batches_)
+        for (Drawn& drawn : batch.drawn) {
+            Remove(drawn.faces);
+            Remove(drawn.edges);
+        }
+}
+
+// ---------------------------------------------------------------------------------------------
+// What is to be drawn
+
+void SceneDrawing::Reset()
+{
+    Remove(hovered_);
+    for (Batch& batch : batches_)
+        for (Drawn& drawn : batch.drawn) {
+            Remove(drawn.faces);
+            Remove(drawn.edges);
+        }
+    batches_.clear();
+    dirty_.clear();
+    open_ = {};
+    batchOf_.assign(scene_.Items().size(), {});
+    for (std::vector<std::uint8_t>& details : details_)
+        details.assign(scene_.Items().size(), 255);
+    for (std::size_t number = 0; number < scene_.Items().size(); ++number)
+        if (scene_.Items()[number].mesh)
+            PutIntoBatch(number);
+    ChangeAll();
+}
+
+void SceneDrawing::PutIntoBatch(std::size_t number)
+{
+    const ShownMesh& mesh = *scene_.Items()[number].mesh;
+    const bool isLarge = mesh.details.front().mesh.triangles.size() >= LargeMesh;
+    std::optional<std::size_t> none;
+    std::optional<std::size_t>& open = isLarge ? none : open_[mesh.isClosed ? 1 : 0];
+    if (!open || batches_[*open].items.size() >= BatchSize) {
+        open = batches_.size();
+        batches_.emplace_back().isClosed = mesh.isClosed;
+    }
+    batchOf_[number] = *open;
+    batches_[*open].items.push_back(number);
+}
+
+void SceneDrawing::MarkDirty(std::size_t batch, Pace pace)
+{
+    if (!std::exchange(batches_[batch].drawn[pace].isDirty, true))
+        dirty_.emplace_back(batch, pace);
+}
+
+void SceneDrawing::Change(const ViewScene::Numbers& numbers)
+{
+    for (const std::size_t number : numbers)
+        if (batchOf_[number])
+            for (const Pace pace : {AtRest, Moving})
+                MarkDirty(*batchOf_[number], pace);
+}
+
+void SceneDrawing::ChangeMesh(const ViewScene::Numbers& numbers)
+{
+    Change(numbers);
+    for (const std::size_t number : numbers) {
+        if (batchOf_[number])
+            std::erase(batches_[*batchOf_[number]].items, number);
+        batchOf_[number].reset();
+        if (scene_.Items()[number].mesh)
+            PutIntoBatch(number);
+    }
+    Change(numbers);
+}
+
+void SceneDrawing::ChangeAll()
+{
+    for (const Pace pace : {AtRest, Moving})
+        for (std::size_t batch = 0; batch < batches_.size(); ++batch)
+            MarkDirty(batch, pace);
+}
+
+void SceneDrawing::SetStyle(DrawStyle style)
+{
+    style_ = style;
+    ChangeAll();
+}
+
+void SceneDrawing::SetDark(bool isDark)
+{
+    if (std::exchange(isDark_, isDark) != isDark)
+        ChangeAll();
+}
+
+void SceneDrawing::Hover(std::optional<std::size_t> number, bool isAllowed)
+{
+    Remove(hovered_);
+    if (!number || !scene_.IsShown(*number))
+        return;
+    hovered_ = BuildFaces({*number}, false, AtRest, Color(isAllowed ? 0x6FB1F0 : 0xB08080));
+    if (hovered_.IsNull())
+        return;
+    hovered_->SetZLayer(Graphic3d_ZLayerId_Top);
+    hovered_->Display();
+}
+
+Graphic3d_Vec4ub SceneDrawing::FaceColor(std::size_t number) const
+{
+    if (scene_.IsSelected(number))
+        return Color(0xF28C28);
+    if (scene_.HasPickRule() && !scene_.ReasonAgainstPicking(number).empty())
+        return Color(isDark_ ? 0x3A3D42 : 0xD2D6DC);
+    return Color(0xA9B7C6);
+}
+
+Graphic3d_Vec4ub SceneDrawing::EdgeColor(std::size_t number) const
+{
+    const bool isAlone = style_ == DrawStyle::Wireframe;
+    if (scene_.IsSelected(number))
+        return Color(isAlone ? 0xF28C28 : 0x7A3E00);
+    if (scene_.HasPickRule() && !scene_.ReasonAgainstPicking(number).empty())
+        return Color(isDark_ ? 0x50545A : 0xB4B9C0);
+    return Color(isAlone && isDark_ ? 0xC8D2DC : 0x20262E);
+}
+
+// ---------------------------------------------------------------------------------------------
+// In how much detail
+
+bool SceneDrawing::DrawsEdges(Pace pace) const
+{
+    return style_ == DrawStyle::Wireframe || (style_ == DrawStyle::ShadedWithEdges && pace == AtRest);
+}
+
+double SceneDrawing::Cost(const MeshDetail& detail, Pace pace) const
+{
+    return (DrawsFaces() ? static_cast<double>(detail.mesh.triangles.size()) : 0) +
+           (DrawsEdges(pace) ? static_cast<double>(detail.edges.size()) : 0);
+}
+
+const MeshDetail& SceneDrawing::DetailOf(std::size_t number, Pace pace) const
+{
+    const std::vector<MeshDetail>& details = scene_.Items()[number].mesh->details;
+    return details[std::min<std::size_t>(details_[pace][number], details.size() - 1)];
+}
+
+void SceneDrawing::ChooseDetails(const Graphic3d_Camera& camera, double height)
+{
+    const std::vector<ViewScene::Item>& items = scene_.Items();
+
+    // How large a pixel is at each item, in millimetres.
+    const gp_Pnt eye = camera.Eye();
+    const gp_Dir direction = camera.Direction();
+    const double pixel = camera.ViewDimensions().Y() / height;
+    std::vector<double> pixels(items.size(), pixel);
+    if (!camera.IsOrthographic())
+        for (std::size_t number = 0; number < items.size(); ++number) {
+            const Box& box = items[number].box;
+            const gp_Vec middle(eye, gp_Pnt(box.Middle(0), box.Middle(1), box.Middle(2)));
+            const double depth = std::max(middle.Dot(direction) - box.Diagonal() / 2, camera.Distance() / 1000);
+            pixels[number] = pixel * depth / camera.Distance();
+        }
+
+    for (const Pace pace : {AtRest, Moving}) {
+        const double most = std::clamp(speed_ * FrameTimes[pace], LeastTriangles, MostTriangles);
+        std::vector<std::uint8_t> chosen;
+        for (double error = Errors[pace]; error <= LargestError; error *= 1.6) {
+            chosen.assign(items.size(), 0);
+            costs_[pace] = 0;
+            for (std::size_t number = 0; number < items.size(); ++number) {
+                if (!scene_.IsShown(number))
+                    continue;
+                const std::vector<MeshDetail>& details = items[number].mesh->details;
+                while (chosen[number] + 1U < details.size() &&
+                       details[chosen[number] + 1U].error <= error * pixels[number])
+                    ++chosen[number];
+                costs_[pace] += Cost(details[chosen[number]], pace);
+            }
+            if (costs_[pace] <= most)
+                break;
+        }
+        for (std::size_t number = 0; number < items.size(); ++number)
+            if (scene_.IsShown(number) && chosen[number] != details_[pace][number])
+                MarkDirty(*batchOf_[number], pace);
+        details_[pace] = std::move(chosen);
+    }
+}
+
+void SceneDrawing::NoteFrame(std::chrono::duration<double, std::milli> time)
+{
+    if (costs_[shown_] < LeastTriangles || dirty_.size() > 0)
+        return;
+    const double speed = costs_[shown_] / std::max(time.count(), 0.1);
+    speed_ = 0.8 * speed_ + 0.2 * speed;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Drawing
+
+void SceneDrawing::SetMoving(bool isMoving)
+{
+    isMoving_ = isMoving;
+    ShowPace();
+}
+
+void SceneDrawing::ShowPace()
+{
+    // Not with gaps, and not with less detail than can be drawn in time.
+    const bool canMove = costs_[AtRest] > std::clamp(speed_ * FrameTimes[Moving], LeastTriangles, MostTriangles);
+    const auto isReady = [this](Pace pace) {
+        return std::ranges::none_of(dirty_, [pace](const auto& entry) { return entry.second == pace; });
+    };
+    Pace next = shown_;
+    if (isMoving_ && canMove && isReady(Moving))
+        next = Moving;
+    else if ((!isMoving_ || !canMove) && isReady(AtRest))
+        next = AtRest;
+    shown_ = next;
+    for (Batch& batch : batches_)
+        for (const Pace pace : {AtRest, Moving}) {
+            SetVisible(batch.drawn[pace].faces, pace == shown_);
+            SetVisible(batch.drawn[pace].edges, pace == shown_);
+        }
+}
+
+bool SceneDrawing::Work(std::chrono::steady_clock::time_point deadline)
+{
+    while (!dirty_.empty()) {
+        const auto [batch, pace] = dirty_.front();
+        dirty_.pop_front();
+        batches_[batch].drawn[pace].isDirty = false;
+        Build(batches_[batch], pace);
+        if (std::chrono::steady_clock::now() >= deadline)
+            break;
+    }
+    ShowPace();
+    return !dirty_.empty();
+}
+
+void SceneDrawing::Build(Batch& batch, Pace pace)
+{
+    Drawn& drawn = batch.drawn[pace];
+    Remove(drawn.faces);
+    Remove(drawn.edges);
+    std::vector<std::size_t> items;
+    std::ranges::copy_if(batch.items, std::back_inserter(items),
+                         [this](std::size_t number) { return scene_.IsShown(number); });
+    if (DrawsFaces())
+        drawn.faces = BuildFaces(items, batch.isClosed, pace, {});
+    if (DrawsEdges(pace))
+        drawn.edges = BuildEdges(items, pace);
+    for (const opencascade::handle<Graphic3d_Structure>& structure : {drawn.faces, drawn.edges})
+        if (!structure.IsNull()) {
+            structure->SetVisible(pace == shown_);
+            structure->Display();
+        }
+}
+
+opencascade::handle<Graphic3d_Structure> SceneDrawing::BuildFaces(const std::vector<std::size_t>& items, bool areClosed,
+                                                                  Pace pace,
+                                                                  std::optional<Graphic3d_Vec4ub> color) const
+{
+    std::size_t vertices = 0;
+    std::size_t triangles = 0;
+    for (const std::size_t number : items) {
+        const LvrMesh& mesh = DetailOf(number, pace).mesh;
+        vertices += mesh.positions.size();
+        triangles += mesh.triangles.size();
+    }
+    if (triangles == 0)
+        return {};
+
+    const opencascade::handle<Graphic3d_ArrayOfTriangles> array =
+        new Graphic3d_ArrayOfTriangles(static_cast<int>(vertices), static_cast<int>(3 * triangles), true, true);
+    Standard_Byte* place = array->Attributes()->ChangeData(0);
+    array->Attributes()->NbElements = static_cast<int>(vertices);
+    std::size_t first = 0;
+    for (const std::size_t number : items) {
+        const LvrMesh& mesh = DetailOf(number, pace).mesh;
+        const Placement& placement = scene_.Items()[number].instance.placement;
+        FaceVertex vertex{{}, {}, color.value_or(FaceColor(number))};
+        for (std::size_t position = 0; position < mesh.positions.size(); ++position) {
+            vertex.position = ToLvr(PlacePoint(placement, ToVector(mesh.positions[position])));
+            vertex.normal = ToLvr(PlaceDirection(placement, ToVector(mesh.normals[position])));
+            std::memcpy(place, &vertex, sizeof(vertex));
+            place += sizeof(vertex);
+        }
+        for (const LvrMesh::Triangle& triangle : mesh.triangles)
+            for (const std::uint32_t corner : triangle)
+                array->AddEdge(static_cast<int>(first + corner + 1));
+        first += mesh.positions.size();
+    }
+    return NewStructure(items, areClosed ? closedFaceAspects_ : faceAspects_, array);
+}
+
+opencascade::handle<Graphic3d_Structure> SceneDrawing::BuildEdges(const std::vector<std::size_t>& items,
+                                                                  Pace pace) const
+{
+    std::size_t edges = 0;
+    for (const std::size_t number : items)
+        edges += DetailOf(number, pace).edges.size();
+    if (edges == 0)
+        return {};
+
+    const opencascade::handle<Graphic3d_ArrayOfSegments> array =
+        new Graphic3d_ArrayOfSegments(static_cast<int>(2 * edges), 0, Graphic3d_ArrayFlags_VertexColor);
+    Standard_Byte* place = array->Attributes()->ChangeData(0);
+    array->Attributes()->NbElements = static_cast<int>(2 * edges);
+    for (const std::size_t number : items) {
+        const MeshDetail& detail = DetailOf(number, pace);
+        EdgeVertex vertex{{}, EdgeColor(number)};
+        for (const MeshEdge& edge : detail.edges)
+            for (const std::uint32_t end : edge) {
+                vertex.position =
+                    ToLvr(PlacePoint(scene_.Items()[number].instance.placement, ToVector(detail.mesh.positions[end])));
+                std::memcpy(place, &vertex, sizeof(vertex));
+                place += sizeof(vertex);
+            }
+    }
+    return NewStructure(items, edgeAspects_, array);
+}
+
+opencascade::handle<Graphic3d_Structure>
+SceneDrawing::NewStructure(const std::vector<std::size_t>& items, const opencascade::handle<Graphic3d_Aspects>& aspects,
+                           const opencascade::handle<Graphic3d_ArrayOfPrimitives>& primitives) const
+{
+    const opencascade::handle<Graphic3d_Structure> structure = new Graphic3d_Structure(manager_);
+    const opencascade::handle<Graphic3d_Group> group = structure->NewGroup();
+    group->SetGroupPrimitivesAspect(aspects);
+    group->AddPrimitiveArray(primitives, false);
+    for (const std::size_t number : items)
+        for (const Vector& corner : {scene_.Items()[number].box.lowest, scene_.Items()[number].box.highest}) {
+            const LvrMesh::Vector point = ToLvr(corner);
+            group->ChangeBoundingBox().Add(Graphic3d_Vec4(point[0], point[1], point[2], 1));
+        }
+    structure->CalculateBoundBox();
+    return structure;
+}
+
+} // namespace openhost
