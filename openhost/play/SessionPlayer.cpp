@@ -26,6 +26,7 @@
 #include "openhost/settings/SettingsStore.h"
 #include "openhost/text/Utf.h"
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -287,6 +288,8 @@ void SessionPlayer::SetUp()
     SetUpSettings();
 
     ConfigureFrame({.exists = session_.frame, .workshop = ExpandPlaceholders(session_.workshop)});
+    if (std::ranges::any_of(session_.steps, [](const SessionStep& step) { return step.key == "undo"; }))
+        Cad().KeepHistory();
     for (const std::string& document : session_.documents)
         Cad().Open(PathOf(document));
 
@@ -315,6 +318,7 @@ void SessionPlayer::RunSteps()
         if (step.acts) {
             written_.clear();
             waitedFor_.clear();
+            Cad().EndStep();
         }
         journal::Write([&] { return journal::Step{.number = step_, .key = step.key}; });
         step.run(*this);
