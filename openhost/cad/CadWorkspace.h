@@ -90,8 +90,9 @@ public:
     void MoveComponent(WorkspaceProduct& component, const Placement& placement);
 
     /// Lets be undone from now on what changes in documents that have a window or stand in the tree of one. Nothing is
-    /// kept before. What happens in one event of the loop is one step. Opening, saving and closing are none, but what
-    /// was done to a document that is unloaded cannot be undone any more.
+    /// kept before. A step lasts until the loop has run what was posted before its first change: as a rule it is one
+    /// event. Opening, saving and closing are no steps, but what was done to a document that is unloaded cannot be
+    /// undone any more.
     void KeepHistory();
     /// Ends the step in progress early: what changes next belongs to another one.
     void EndStep();
@@ -163,7 +164,8 @@ private:
     void KeepGeometryOfStates(const LoadedDocument& document);
     void RenameInHistory(const std::string& from, const std::string& to);
     std::set<std::string> Exchange(HistoryStep& step, const char* operation);
-    void LoadAgain(const std::string& path, std::unordered_map<std::string, std::string>& problems);
+    void LoadAgain(const std::string& path, std::set<std::string>& touched,
+                   std::unordered_map<std::string, std::string>& problems);
     void PutBack(DocumentState& state);
     void TellExchanged(const HistoryStep& step, const char* action, const std::set<std::string>& touched);
 

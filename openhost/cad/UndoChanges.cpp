@@ -167,7 +167,7 @@ std::set<std::string> CadWorkspace::Exchange(HistoryStep& step, const char* oper
     for (const DocumentState& state : step.states)
         for (const DocumentState::Child& child : state.children)
             if (!child.reference.empty() && touched.insert(child.reference).second)
-                LoadAgain(child.reference, problems);
+                LoadAgain(child.reference, touched, problems);
 
     std::vector<std::pair<LoadedDocument*, LoadedDocument*>> added; // father and reference
     for (DocumentState& state : step.states) {
@@ -201,12 +201,17 @@ std::set<std::string> CadWorkspace::Exchange(HistoryStep& step, const char* oper
     return touched;
 }
 
-void CadWorkspace::LoadAgain(const std::string& path, std::unordered_map<std::string, std::string>& problems)
+void CadWorkspace::LoadAgain(const std::string& path, std::set<std::string>& touched,
+                             std::unordered_map<std::string, std::string>& problems)
 {
     if (FindCanonical(path))
         return;
     try {
-        Load(path);
+        const std::string loaded = Load(path).path_.string();
+        if (loaded == path)
+            return;
+        problems[path] = "the path leads to " + loaded + " now";
+        touched.insert(loaded);
     } catch (const std::exception& error) {
         std::error_code unknown;
         problems[path] = std::filesystem::exists(path, unknown) ? error.what() : "missing";

@@ -133,6 +133,25 @@ StepAction ReadMove(const LocatedJson& step, const std::string& key)
 // ---------------------------------------------------------------------------------------------
 // Whole documents
 
+/// {"open": PATH}
+void Open(SessionPlayer& player, const std::string& path)
+{
+    player.Cad().Open(player.PathOf(path));
+}
+
+/// {"new": PATH, "partNumber": TEXT}
+StepAction ReadNew(const LocatedJson& step, const std::string& key)
+{
+    std::string path;
+    std::optional<std::string> partNumber;
+    ReadMembers(step, "the step", {{key, Into(path, ReadName)}, {"partNumber", Into(partNumber, ReadName)}});
+    return [path, partNumber](SessionPlayer& player) {
+        const std::filesystem::path file = player.PathOf(path);
+        player.Cad().New(DocumentKind::Product, file,
+                         partNumber ? player.ExpandPlaceholders(*partNumber) : file.stem().string());
+    };
+}
+
 /// {"save": DOCUMENT, "as": PATH}
 StepAction ReadSave(const LocatedJson& step, const std::string& key)
 {
@@ -162,6 +181,15 @@ StepAction ReadClose(const LocatedJson& step, const std::string& key)
     };
 }
 
+/// {"undo": true} or {"redo": true}
+template <void (CadWorkspace::*Act)()>
+StepAction ReadUndo(const LocatedJson& value, const std::string& key)
+{
+    if (!ReadBoolean(value, key))
+        throw LocatedError(value.line, "\"" + key + "\" must be true");
+    return [](SessionPlayer& player) { (player.Cad().*Act)(); };
+}
+
 /// {"tree": DOCUMENT}
 void TellTree(SessionPlayer& player, const std::string& path)
 {
@@ -177,8 +205,12 @@ StepKinds DocumentSteps()
         {.key = "select", .acts = true, .read = OneText(ReadName, Select)},
         {.key = "highlight", .acts = true, .read = OneText(ReadName, Highlight)},
         {.key = "move", .acts = true, .read = ReadMove},
+        {.key = "open", .acts = true, .read = OneText(ReadName, Open)},
+        {.key = "new", .acts = true, .read = ReadNew},
         {.key = "save", .acts = true, .read = ReadSave},
         {.key = "close", .acts = true, .read = ReadClose},
+        {.key = "undo", .acts = true, .read = OneMember(ReadUndo<&CadWorkspace::Undo>)},
+        {.key = "redo", .acts = true, .read = OneMember(ReadUndo<&CadWorkspace::Redo>)},
         {.key = "tree", .acts = false, .read = OneText(ReadName, TellTree)},
     };
 }

@@ -280,6 +280,11 @@ void Narration::TellDocument(const nlohmann::ordered_json& event)
     if (event.value("hidden", false) && action == "opened")
         hidden_.insert(path);
     const bool isHidden = event.value("hidden", false) || (action != "opened" && hidden_.contains(path));
+    if (action == "undone" || action == "redone") {
+        Say(Kind::Result, std::string("The last change of ") + FileNameOf(event, "path") + " is " +
+                              (action == "undone" ? "undone" : "done again"));
+        return;
+    }
     if (isHidden || action == "activated" || !told_.insert(path + "\n" + action).second)
         return;
     const std::string name = FileNameOf(event, "path");
@@ -287,7 +292,7 @@ void Narration::TellDocument(const nlohmann::ordered_json& event)
         opened_.push_back(path);
     else if (action == "changed")
         changed_.push_back(path);
-    Say(Kind::Result, name + " is " + LineOf(event, "action"));
+    Say(Kind::Result, name + " is " + (action == "opened" && step_ == "new" ? "made" : LineOf(event, "action")));
 }
 
 void Narration::TellTree(const nlohmann::ordered_json& event)

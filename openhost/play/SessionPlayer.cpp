@@ -27,6 +27,7 @@
 #include "openhost/settings/SettingsStore.h"
 #include "openhost/text/Utf.h"
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -320,6 +321,8 @@ void SessionPlayer::SetUp()
         recorder_->SetSettings(BegunSettings());
 
     ConfigureFrame({.exists = session_.frame, .workshop = ExpandPlaceholders(session_.workshop)});
+    if (std::ranges::any_of(session_.steps, [](const SessionStep& step) { return step.key == "undo"; }))
+        Cad().KeepHistory();
     for (const std::string& document : session_.documents)
         Cad().Open(PathOf(document));
 
@@ -360,6 +363,7 @@ void SessionPlayer::RunSteps()
         if (step.acts) {
             written_.clear();
             waitedFor_.clear();
+            Cad().EndStep();
         }
         journal::Write([&] { return journal::Step{.number = step_, .key = step.key}; });
         if (recorder_)

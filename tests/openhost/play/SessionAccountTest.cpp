@@ -208,6 +208,23 @@ TEST(SessionAccount, TellsWhatBecomesOfADocumentOnce)
                     document("saved"), document("closed")}));
 }
 
+TEST(SessionAccount, TellsEachChangeThatIsUndoneOrDoneAgain)
+{
+    const std::string undone = R"({"event": "document", "path": "/a/top.ZALProduct", "action": "undone"})";
+    const std::string redone = R"({"event": "document", "path": "/a/top.ZALProduct", "action": "redone"})";
+    EXPECT_EQ("  The last change of top.ZALProduct is undone\n"
+              "  The last change of top.ZALProduct is undone\n"
+              "  The last change of top.ZALProduct is done again\n",
+              Told({undone, undone, redone}));
+}
+
+TEST(SessionAccount, TellsThatADocumentIsNew)
+{
+    EXPECT_EQ("  top.ZALProduct is made\n",
+              Told({R"({"event": "step", "number": 1, "key": "new"})",
+                    R"({"event": "document", "path": "/a/top.ZALProduct", "action": "opened"})"}));
+}
+
 TEST(SessionAccount, LeavesOutDocumentsWithoutAWindow)
 {
     EXPECT_EQ("", Told({R"({"event": "document", "path": "/a", "action": "opened", "hidden": true})",

@@ -185,6 +185,20 @@ TEST(SessionFile, OptionsAreChecked)
     EXPECT_EQ("2: the step has the unknown key 'dialog'", StepError("{'options': 'open', 'dialog': 'd'}"));
 }
 
+TEST(SessionFile, StepsOnDocumentsAreChecked)
+{
+    for (const char* key : {"open", "new", "save", "close", "tree"})
+        EXPECT_EQ(std::string("2: '") + key + "' must not be empty", StepError(std::string("{'") + key + "': ''}"));
+    EXPECT_EQ("2: 'partNumber' must not be empty", StepError("{'new': 'a.ZALProduct', 'partNumber': ''}"));
+    EXPECT_EQ("2: the step has the unknown key 'partNumber'", StepError("{'open': 'a', 'partNumber': 'A'}"));
+    for (const std::string key : {"undo", "redo"}) {
+        EXPECT_EQ("no error", StepError("{'" + key + "': true}"));
+        EXPECT_EQ("2: '" + key + "' must be true", StepError("{'" + key + "': false}"));
+        EXPECT_EQ("2: '" + key + "' must be true or false, not a number", StepError("{'" + key + "': 1}"));
+        EXPECT_EQ("2: the step has the unknown key 'as'", StepError("{'" + key + "': true, 'as': 'a'}"));
+    }
+}
+
 TEST(SessionFile, WaitsAreChecked)
 {
     EXPECT_EQ("2: 'wait' must be a text, not a number", StepError("{'wait': 5}"));

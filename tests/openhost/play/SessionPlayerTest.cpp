@@ -475,6 +475,44 @@ TEST_F(SessionPlayerTest, ASaveThatCannotBeWrittenFailsItsStepAndLosesNothing)
     }
 }
 
+TEST_F(SessionPlayerTest, DocumentsAreOpenedAndMadeOnTheWay)
+{
+    WriteProduct("top.ZALProduct");
+    Play(R"({"steps": [{"new": "sub.ZALProduct"}, {"open": "top.ZALProduct"}, {"open": "sub.ZALProduct"},
+             {"new": "named.ZALProduct", "partNumber": "NAMED"}]})");
+    EXPECT_THAT(Values("document", "action"), ElementsAre("opened", "opened", "activated", "opened"));
+    EXPECT_EQ("sub", ReadDocument(folder_.Path() / "sub.ZALProduct").partNumber);
+    EXPECT_EQ("NAMED", ReadDocument(folder_.Path() / "named.ZALProduct").partNumber);
+    for (const char* step : {R"({"new": "top.ZALProduct"})", R"({"new": "none/top.ZALProduct"})",
+                             R"({"new": "top.ZALPart"})", R"({"open": "none.ZALProduct"})"})
+        EXPECT_NE("", FailureOf(std::string(R"({"steps": [)") + step + "]}")) << step;
+}
+
+TEST_F(SessionPlayerTest, EachStepIsUndoneAloneAndDoneAgain)
+{
+    WriteProduct("sub.ZALProduct");
+    CadDocument top;
+    top.kind = DocumentKind::Product;
+    top.partNumber = "TOP";
+    top.links = {"sub.ZALProduct"};
+    top.children = {{"a", 0, IdentityPlacement}};
+    WriteDocument(top, folder_.Path() / "top.ZALProduct");
+    const std::string steps = R"("steps": [{"move": "TOP/a", "at": [1, 0, 0]}, {"move": "TOP/a", "at": [2, 0, 0]},
+        {"undo": true}, {"tree": "top.ZALProduct"}, {"undo": true}, {"tree": "top.ZALProduct"},
+        {"redo": true}, {"redo": true}, {"tree": "top.ZALProduct"})";
+    Play(R"({"documents": ["top.ZALProduct"], )" + steps + ", {\"undo\": true}, {\"undo\": true}]}");
+    std::vector<double> places;
+    for (const Json& tree : EventsOf("tree"))
+        places.push_back(tree["root"]["children"][0]["at"][0]);
+    EXPECT_THAT(places, ElementsAre(1, 0, 2));
+    EXPECT_THAT(Values("document", "action"), ElementsAre("opened", "changed", "changed", "undone", "undone", "redone",
+                                                          "redone", "undone", "undone"));
+    EXPECT_FALSE(events_.back().contains("unsavedDocuments"));
+    EXPECT_EQ("there is nothing to redo",
+              FailureOf(R"({"documents": ["top.ZALProduct"], )" + steps + ", {\"redo\": true}]}"));
+    EXPECT_EQ("there is nothing to undo", FailureOf(R"({"steps": [{"undo": true}]})"));
+}
+
 TEST_F(SessionPlayerTest, WithoutAFrameADownloadHasNoWindow)
 {
     Play(R"({"frame": false, )" + WithSteps(OnePart + R"(, {"wait": "notification"})").substr(1));

@@ -30,10 +30,14 @@ TEST(VerboseAccount, TellsWhatBecomesOfADocument)
 {
     EXPECT_EQ("Document      opened /a/top.ZALProduct\n"
               "Document      changed /a/top.ZALProduct\n"
+              "Document      undone /a/top.ZALProduct\n"
+              "Document      undone /a/top.ZALProduct\n"
               "Document      saved /a/top.ZALProduct\n"
               "Document      closed /a/top.ZALProduct\n",
               Told({R"({"event": "document", "path": "/a/top.ZALProduct", "action": "opened"})",
                     R"({"event": "document", "path": "/a/top.ZALProduct", "action": "changed"})",
+                    R"({"event": "document", "path": "/a/top.ZALProduct", "action": "undone"})",
+                    R"({"event": "document", "path": "/a/top.ZALProduct", "action": "undone"})",
                     R"({"event": "document", "path": "/a/top.ZALProduct", "action": "saved"})",
                     R"({"event": "document", "path": "/a/top.ZALProduct", "action": "closed"})"}));
 }
