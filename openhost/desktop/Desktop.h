@@ -8,8 +8,6 @@
 #include "openhost/panel/OptionsPage.h"
 #include "openhost/panel/PanelPage.h"
 
-#include <nlohmann/json.hpp>
-
 #include <optional>
 #include <string>
 
@@ -29,8 +27,6 @@ struct WindowSubject {
 class DesktopWindow {
 public:
     virtual ~DesktopWindow() = default;
-    /// Takes an event of the journal, from which the window knows what happens.
-    virtual void Receive(const nlohmann::ordered_json& event) = 0;
     /// Opens `document`, and tells the user when that fails.
     virtual void Open(const std::filesystem::path& document) = 0;
     /// From here on the user acts alone: the workshop follows the document that is active.

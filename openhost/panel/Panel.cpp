@@ -1,9 +1,11 @@
 #include "openhost/panel/Panel.h"
 
+#include "openhost/dialogs/DialogNode.h"
 #include "openhost/journal/Events.h"
 #include "openhost/loop/EventLoop.h"
 #include "openhost/objects/ClassDictionary.h"
 #include "openhost/objects/MetaClassOperations.h"
+#include "openhost/text/JsonValues.h"
 #include "openhost/text/Utf.h"
 
 #include "host/dialogs.h"
@@ -30,6 +32,17 @@ namespace {
 
 Panel* current = nullptr; ///< with a reference of the run
 ZALIMeridiaAccessDialog* replacement = nullptr;
+
+/// The event of the document that tells what becomes of its request.
+constexpr const char* ProgressEvent = "velmart:progress";
+
+bool IsQuestionOpen()
+{
+    return std::ranges::any_of(LiveDialogs(), [](const ZALDialog* dialog) {
+        const ZALDialogNode& node = ZALDialogNode::Of(*dialog);
+        return node.kind == ZALDialogNode::Kind::Question && node.visible;
+    });
+}
 
 } // namespace
 
@@ -79,10 +92,19 @@ void Panel::Replace(ZALIMeridiaAccessDialog* panel)
 
 void Panel::Leave()
 {
+    journal_.reset();
     // The page may be reporting, and an addin may be in one of its operations: both end between two events.
     auto leaving = std::make_shared<std::pair<std::unique_ptr<PanelPage>, std::vector<Addin>>>(std::move(page_),
                                                                                                std::move(addins_));
     EventLoop::Current().Post([leaving]() mutable { leaving.reset(); });
+}
+
+Panel::Panel()
+    : requests_([this](const std::string& document, const nlohmann::ordered_json& detail) {
+          if (page_)
+              page_->DispatchEvent(document, ProgressEvent, ToJsonText(detail));
+      })
+{
 }
 
 Panel::~Panel() = default;
@@ -105,11 +127,9 @@ bool Panel::OpenPage()
                 Tell("OnPageUrl", &ZALIMeridiaAccessDialogAddin::OnPageUrl, url);
             },
         .messageSent =
-            [this, isOpen](const std::string& message) {
-                if (!isOpen())
-                    return;
-                journal::Write([&] { return journal::Message{.text = message}; });
-                Tell("OnJSMessage", &ZALIMeridiaAccessDialogAddin::OnJSMessage, message);
+            [this, isOpen](const std::string& message, const std::string& document) {
+                if (isOpen())
+                    TakeMessage(message, document);
             },
         .closed =
             [isOpen] {
@@ -117,6 +137,8 @@ bool Panel::OpenPage()
                     Close();
             },
     });
+    if (page_)
+        journal_.emplace([this](const nlohmann::ordered_json& event) { TakeEvent(event); });
     return page_ != nullptr;
 }
 
@@ -178,15 +200,51 @@ HRESULT Panel::GetAddin(const ZALString& className, ZALBaseUnknown** addin)
     return S_OK;
 }
 
-void Panel::Tell(const char* name, AddinOperation operation, const std::string& text)
+bool Panel::Tell(const char* name, AddinOperation operation, const std::string& text)
 {
     MakeAddins();
     std::vector<Owned<ZALIMeridiaAccessDialogAddin>> told;
     for (const Addin& addin : addins_)
         told.push_back(Share(addin.interface.get()));
     const ZALUnicodeString argument = FromUtf8(text);
-    for (const auto& addin : told)
-        journal::WriteResult(name, (addin.get()->*operation)(argument));
+    bool taken = false;
+    for (const auto& addin : told) {
+        const HRESULT result = (addin.get()->*operation)(argument);
+        taken = taken || SUCCEEDED(result);
+        journal::WriteResult(name, result);
+    }
+    return taken;
+}
+
+// ---------------------------------------------------------------------------------------------
+// The requests of the page
+
+void Panel::TakeMessage(const std::string& message, const std::string& document)
+{
+    // The panel may be closed meanwhile.
+    const Owned<Panel> held = Share(this);
+    journal::Write([&] { return journal::Message{.text = message}; });
+    const std::size_t number = requests_.Begin(message, document);
+    const bool taken = Tell("OnJSMessage", &ZALIMeridiaAccessDialogAddin::OnJSMessage, message);
+    requests_.Returned(number, taken);
+}
+
+void Panel::TakeEvent(const nlohmann::ordered_json& event)
+{
+    requests_.Receive(event);
+    if (!requests_.IsSettling())
+        return;
+    EventLoop::Current().Post([this, number = number_] {
+        if (current && current->number_ == number)
+            SettleRequests();
+    });
+}
+
+void Panel::SettleRequests()
+{
+    // Its answer is an event, after which this is tried again.
+    if (!IsQuestionOpen())
+        requests_.Settle();
 }
 
 } // namespace openhost

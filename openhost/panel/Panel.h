@@ -1,12 +1,15 @@
 // The browser panel of the run.
 #pragma once
 
+#include "openhost/journal/Journal.h"
 #include "openhost/objects/Owned.h"
 #include "openhost/panel/PanelPage.h"
+#include "openhost/panel/RequestState.h"
 
 #include "host/panel.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,7 +18,7 @@ namespace openhost {
 /// The panel as modules see it. What it shows is a page of PanelPages. Each class of the dictionary that offers
 /// ZALIMeridiaAccessDialogAddin has one addin in it, made when the panel opens; for one that is registered later, when
 /// it is asked for. What the page reports goes to all of them, in the order of their making, and into the journal, as
-/// do the scripts and addresses that it has taken.
+/// do the scripts and addresses that it has taken. A document that sends a request is told what becomes of it.
 ///
 /// The panel ends with its addins when the user closes it; who still holds the object finds it without a page.
 class Panel : public ZALIMeridiaAccessDialog {
@@ -46,16 +49,22 @@ private:
     };
     using AddinOperation = HRESULT (ZALIMeridiaAccessDialogAddin::*)(const ZALUnicodeString& text);
 
-    Panel() = default;
+    Panel();
     bool OpenPage();
     void MakeAddins();
     void MakeAddin(const std::string& className);
-    void Tell(const char* name, AddinOperation operation, const std::string& text);
+    /// Whether one of them has taken it.
+    bool Tell(const char* name, AddinOperation operation, const std::string& text);
+    void TakeMessage(const std::string& message, const std::string& document);
+    void TakeEvent(const nlohmann::ordered_json& event);
+    void SettleRequests();
     void Leave();
 
     std::uint64_t number_ = 0;
     std::unique_ptr<PanelPage> page_; ///< null once the panel is closed
     std::vector<Addin> addins_;
+    RequestState requests_;
+    std::optional<journal::Listener> journal_; ///< for the requests
 };
 
 } // namespace openhost

@@ -40,6 +40,11 @@ bool RecordedPage::ExecuteScript(const std::string& script)
     return true;
 }
 
+void RecordedPage::DispatchEvent(const std::string&, const std::string&, const std::string& detail)
+{
+    events_.push_back(detail);
+}
+
 std::unique_ptr<PanelPage> RecordedPages::Open(PanelPage::Listener listener)
 {
     return std::make_unique<RecordedPage>(std::move(listener));

@@ -21,23 +21,27 @@ public:
 
     bool LoadUrl(const std::string& url) override;
     bool ExecuteScript(const std::string& script) override;
+    void DispatchEvent(const std::string& document, const std::string& name, const std::string& detail) override;
 
     bool takesScripts = true; ///< otherwise no page has loaded
     bool takesUrls = true;
     /// What was taken, in order.
     const std::vector<std::string>& Scripts() const { return scripts_; }
     const std::vector<std::string>& Urls() const { return urls_; }
+    /// Details of the events for the document, in order.
+    const std::vector<std::string>& Events() const { return events_; }
 
     // Reports. To be made as from the event loop; the page may be gone when they return.
 
     void ReportUrl(const std::string& url) { Listener(listener_).urlChanged(url); }
-    void ReportMessage(const std::string& message) { Listener(listener_).messageSent(message); }
+    void ReportMessage(const std::string& message) { Listener(listener_).messageSent(message, "recorded"); }
     void ReportClosed() { Listener(listener_).closed(); }
 
 private:
     Listener listener_;
     std::vector<std::string> scripts_;
     std::vector<std::string> urls_;
+    std::vector<std::string> events_;
 };
 
 /// Opens recorded pages.

@@ -378,8 +378,6 @@ void SessionPlayer::Receive(const nlohmann::ordered_json& event)
 {
     ++written_[event["event"].get<std::string>()];
     journal_(event);
-    if (host_ && host_->Window())
-        host_->Window()->Receive(event);
 }
 
 // ---------------------------------------------------------------------------------------------

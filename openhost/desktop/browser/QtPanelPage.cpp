@@ -217,11 +217,20 @@ bool QtPanelPage::ExecuteScript(const std::string& script)
 {
     if (document_.isEmpty())
         return false;
-    // Another document may have taken the place of the one that the module was told of.
-    page_->runJavaScript("if (hostPanel.document === " + Literal(document_) + ") {\n" + QString::fromStdString(script) +
-                             "\n}",
-                         InjectedWorld);
+    RunIn(document_, QString::fromStdString(script));
     return true;
+}
+
+void QtPanelPage::DispatchEvent(const std::string& document, const std::string& name, const std::string& detail)
+{
+    if (document_ == QString::fromStdString(document))
+        RunIn(document_,
+              "document.dispatchEvent(new CustomEvent(" + Literal(name) + ", {detail: " + Literal(detail) + "}));");
+}
+
+void QtPanelPage::RunIn(const QString& document, const QString& script)
+{
+    page_->runJavaScript("if (hostPanel.document === " + Literal(document) + ") {\n" + script + "\n}", InjectedWorld);
 }
 
 void QtPanelPage::OnLoading(const QWebEngineLoadingInfo& info)
@@ -279,9 +288,9 @@ void QtPanelPage::OnMessage(const QString& document, const QString& text)
 {
     if (document_.isEmpty() || document != document_)
         return;
-    Report([message = text.toStdString()](const Listener& listener) {
+    Report([message = text.toStdString(), name = document.toStdString()](const Listener& listener) {
         NoteUserStep({{"message", message}});
-        listener.messageSent(message);
+        listener.messageSent(message, name);
     });
 }
 

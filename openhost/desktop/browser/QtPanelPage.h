@@ -37,6 +37,7 @@ public:
 
     bool LoadUrl(const std::string& url) override;
     bool ExecuteScript(const std::string& script) override;
+    void DispatchEvent(const std::string& document, const std::string& name, const std::string& detail) override;
 
     void Click(const std::string& selector) override;
     void Enter(const std::string& selector, const std::string& text) override;
@@ -63,6 +64,8 @@ private:
     void ReportDocument();
     void ReportFailure();
     void OnMessage(const QString& document, const QString& text);
+    /// Runs `script` among the injected ones, unless another document has taken the place of `document` by then.
+    void RunIn(const QString& document, const QString& script);
     /// Calls the listener from the loop, unless the page has been destroyed by then.
     void Report(std::function<void(const Listener&)> call);
     void BeginWork();

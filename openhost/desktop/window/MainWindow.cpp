@@ -27,9 +27,10 @@ constexpr int MessageTime = 8000; // milliseconds
 } // namespace
 
 MainWindow::MainWindow(const WindowSubject& subject, QSettings& settings)
-    : subject_(subject), settings_(settings), documents_(new DocumentActions(subject.workspace, settings, *this)),
-      tabs_(new QTabBar), tree_(new ProductTree), view_(new ProductView), properties_(new Properties),
-      transfers_(new TransferTable(subject.transfers)), prompt_(new QLabel), self_(std::make_shared<MainWindow*>(this))
+    : subject_(subject), settings_(settings), journal_([this](const nlohmann::ordered_json& event) { Receive(event); }),
+      documents_(new DocumentActions(subject.workspace, settings, *this)), tabs_(new QTabBar), tree_(new ProductTree),
+      view_(new ProductView), properties_(new Properties), transfers_(new TransferTable(subject.transfers)),
+      prompt_(new QLabel), self_(std::make_shared<MainWindow*>(this))
 {
     setObjectName("MAIN");
     setAttribute(Qt::WA_DeleteOnClose, false);

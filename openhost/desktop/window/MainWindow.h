@@ -4,6 +4,7 @@
 #include "openhost/desktop/Desktop.h"
 #include "openhost/desktop/tree/ProductOutline.h"
 #include "openhost/desktop/view/MeshLoader.h"
+#include "openhost/journal/Journal.h"
 
 #include <QMainWindow>
 #include <QPointer>
@@ -39,7 +40,6 @@ public:
     MainWindow& operator=(const MainWindow&) = delete;
     ~MainWindow() override;
 
-    void Receive(const nlohmann::ordered_json& event) override;
     void Open(const std::filesystem::path& document) override;
     void LetUserAct() override;
     bool IsClosed() const override { return isClosed_; }
@@ -57,6 +57,7 @@ private:
     using Number = ProductOutline::Number;
 
     // MainWindow.cpp
+    void Receive(const nlohmann::ordered_json& event);
     void MakeDocks();
     QDockWidget* AddDock(const char* name, QWidget* content, Qt::DockWidgetArea area);
     void CloseAsked();
@@ -106,6 +107,7 @@ private:
     WindowSubject subject_;
     QSettings& settings_;
     DocumentSubscription subscription_;
+    journal::Listener journal_;
 
     DocumentActions* documents_;
     QTabBar* tabs_;

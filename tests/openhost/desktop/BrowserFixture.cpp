@@ -37,7 +37,11 @@ Desktop& TestDesktop()
 PanelPage::Listener PageReports::Listener()
 {
     return {.urlChanged = [this](const std::string& url) { urls.push_back(url); },
-            .messageSent = [this](const std::string& message) { messages.push_back(message); },
+            .messageSent =
+                [this](const std::string& message, const std::string& document) {
+                    messages.push_back(message);
+                    documents.push_back(document);
+                },
             .closed = [this] { ++closed; }};
 }
 

@@ -19,6 +19,7 @@ Desktop& TestDesktop();
 struct PageReports {
     std::vector<std::string> urls;
     std::vector<std::string> messages;
+    std::vector<std::string> documents; ///< of the messages
     int closed = 0;
 
     PanelPage::Listener Listener();

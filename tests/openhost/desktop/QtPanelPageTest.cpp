@@ -352,10 +352,38 @@ TEST_F(QtPanelPageTest, AListenerMayCloseThePage)
     server_.Start();
     page_.reset();
     page_ = pages_->Open({.urlChanged = [this](const std::string&) { page_.reset(); },
-                          .messageSent = [](const std::string&) {},
+                          .messageSent = [](const std::string&, const std::string&) {},
                           .closed = [] {}});
     ASSERT_TRUE(page_->LoadUrl(server_.Url("/plain")));
     EXPECT_TRUE(Until([this] { return !page_; }));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Events for a document
+
+TEST_F(QtPanelPageTest, AnEventReachesTheScriptsOfItsDocumentAlone)
+{
+    server_.AddPage("/inner", R"(<!DOCTYPE html><script>
+document.addEventListener("told", () => parent.document.body.append("in the frame"));
+</script>)");
+    server_.AddPage("/hears", R"(<!DOCTYPE html><body><iframe src=/inner></iframe><script>
+document.addEventListener("told", (event) => { document.body.dataset.told = event.detail; });
+</script></body>)");
+    OpenPath("/hears");
+    EXPECT_EQ("asked", Ask("'asked'"));
+    const std::string first = reports_.documents.back();
+    page_->DispatchEvent(first, "told", "\"a\u2028\nb\\\"");
+    EXPECT_EQ("\"a\u2028\nb\\\"", Ask("document.body.dataset.told"));
+    EXPECT_EQ("", Ask("document.body.innerText"));
+
+    Load(server_.Url("/hears"));
+    EXPECT_EQ("asked", Ask("'asked'"));
+    EXPECT_NE(first, reports_.documents.back());
+    page_->DispatchEvent(first, "told", "too late");
+    page_->DispatchEvent("", "told", "to nobody");
+    EXPECT_EQ("undefined", Ask("document.body.dataset.told"));
+    page_->DispatchEvent(reports_.documents.back(), "told", "again");
+    EXPECT_EQ("again", Ask("document.body.dataset.told"));
 }
 
 // ---------------------------------------------------------------------------------------------

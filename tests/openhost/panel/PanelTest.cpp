@@ -4,7 +4,7 @@
 #include "tests/support/Listener.h"
 
 #include "host/dialogs.h"
-#include "openhost/journal/Journal.h"
+#include "openhost/journal/Events.h"
 #include "openhost/objects/ClassDictionary.h"
 #include "openhost/objects/MetaClassOperations.h"
 #include "openhost/text/Utf.h"
@@ -21,6 +21,7 @@ using Texts = std::vector<std::string>;
 struct AddinLog {
     Texts calls;
     std::function<void()> onMessage;
+    HRESULT answer = E_FAIL; ///< to a message
     int living = 0;
 };
 AddinLog* addinLog = nullptr;
@@ -46,7 +47,7 @@ public:
         addinLog->calls.push_back("OnJSMessage " + ToUtf8(message));
         if (addinLog->onMessage)
             addinLog->onMessage();
-        return E_FAIL;
+        return addinLog->answer;
     }
 
     static ZALClassId ClassId();
@@ -151,6 +152,48 @@ TEST_F(PanelOfTheRun, PassesScriptsAndAddressesToThePage)
     EXPECT_EQ(2U, Page().Scripts().size() + Page().Urls().size());
     EXPECT_EQ("{\"event\":\"script\",\"text\":\"a()\"}", journal_.at(2));
     EXPECT_EQ(R"({"event":"load","url":"http://a/"})", journal_.at(3));
+}
+
+TEST_F(PanelOfTheRun, TellsThePageWhatBecomesOfItsRequest)
+{
+    Panel::Open();
+    Page().ReportMessage(R"({"event":"velmart_open","content":{"id":"a"}})");
+    EXPECT_EQ((Texts{R"({"event":"velmart_open","id":"a","state":"started"})",
+                     R"({"event":"velmart_open","id":"a","state":"failed","reason":""})"}),
+              Page().Events());
+    Page().ReportMessage(R"({"event":"velmart_ready","content":{}})");
+    EXPECT_EQ(2U, Page().Events().size());
+}
+
+TEST_F(PanelOfTheRun, TellsOfTheEndOfADownloadOnceItsQuestionIsAnswered)
+{
+    Panel::Open();
+    log_.answer = S_OK;
+    Page().ReportMessage(R"({"event":"velmart_download","content":{}})");
+    bool asked = false;
+    Loop().Post([&] {
+        journal::Write([] {
+            return journal::Notification{.className = "ZALVelmartFileDownloadCompleteNotification", .publisher = ""};
+        });
+        auto* question = new ZALDlgNotify(nullptr, "FileDownloadErrorNotify", 16384);
+        question->DisplayBlocked("It has failed.", "");
+        EXPECT_EQ(1U, Page().Events().size()) << "the question was still open";
+        question->RequestDelayedDestruction();
+        asked = true;
+    });
+    Loop().RunUntilIdle();
+    EXPECT_TRUE(asked);
+    EXPECT_EQ((Texts{R"({"event":"velmart_download","state":"started"})",
+                     R"({"event":"velmart_download","state":"failed","reason":"It has failed."})"}),
+              Page().Events());
+}
+
+TEST_F(PanelOfTheRun, MayBeClosedByWhatARequestBringsAbout)
+{
+    Panel::Open();
+    log_.onMessage = [] { Panel::Close(); };
+    Page().ReportMessage(R"({"event":"velmart_open","content":{}})");
+    EXPECT_EQ(nullptr, Panel::Current());
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -68,7 +68,6 @@ private:
     class Window : public DesktopWindow {
     public:
         explicit Window(const bool& closed) : closed_(closed) {}
-        void Receive(const Json&) override {}
         void Open(const std::filesystem::path&) override {}
         void LetUserAct() override {}
         bool IsClosed() const override { return closed_; }
