@@ -13,6 +13,7 @@
 #include "openhost/frame/Frame.h"
 #include "openhost/http/CurlTransport.h"
 #include "openhost/journal/Events.h"
+#include "openhost/journal/UserSteps.h"
 #include "openhost/loop/Interruption.h"
 #include "openhost/loop/Patience.h"
 #include "openhost/loop/UvEventLoop.h"
