@@ -166,6 +166,7 @@ private:
     std::set<std::string> Exchange(HistoryStep& step, const char* operation);
     void LoadAgain(const std::string& path, std::set<std::string>& touched,
                    std::unordered_map<std::string, std::string>& problems);
+    static void SetMissing(WorkspaceProduct& child, const std::string& path, const std::string& problem);
     void PutBack(DocumentState& state);
     void TellExchanged(const HistoryStep& step, const char* action, const std::set<std::string>& touched);
 

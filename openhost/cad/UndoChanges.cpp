@@ -155,10 +155,7 @@ void CadWorkspace::Redo()
 std::set<std::string> CadWorkspace::Exchange(HistoryStep& step, const char* operation)
 {
     std::set<std::string> touched;
-    const auto lose = [operation](LoadedDocument& document, WorkspaceProduct& child, const std::string& path,
-                                  const std::string& problem) {
-        child.link_ = LinkToMissing(document.path_.parent_path(), path);
-        child.problem_ = problem;
+    const auto tell = [operation](const std::string& path, const std::string& problem) {
         journal::Write(
             [&] { return journal::RefusedOperation{.operation = operation, .reason = path + ": " + problem}; });
     };
@@ -168,6 +165,8 @@ std::set<std::string> CadWorkspace::Exchange(HistoryStep& step, const char* oper
         for (const DocumentState::Child& child : state.children)
             if (!child.reference.empty() && touched.insert(child.reference).second)
                 LoadAgain(child.reference, touched, problems);
+    for (const auto& [path, problem] : problems)
+        tell(path, problem);
 
     std::vector<std::pair<LoadedDocument*, LoadedDocument*>> added; // father and reference
     for (DocumentState& state : step.states) {
@@ -179,7 +178,7 @@ std::set<std::string> CadWorkspace::Exchange(HistoryStep& step, const char* oper
         PutBack(state);
         for (std::size_t index = 0; index < state.children.size(); ++index)
             if (const auto problem = problems.find(state.children[index].reference); problem != problems.end())
-                lose(document, *document.children_[index], problem->first, problem->second);
+                SetMissing(*document.children_[index], problem->first, problem->second);
         for (const auto& [reference, count] : document.references_)
             if (!references.contains(reference))
                 added.emplace_back(&document, reference);
@@ -191,11 +190,12 @@ std::set<std::string> CadWorkspace::Exchange(HistoryStep& step, const char* oper
         const auto isFather = [father](const LoadedDocument& document) { return &document == father; };
         if (!AnyFrom(*reference, &LoadedDocument::References, isFather))
             continue;
+        const std::string problem = "the product would be a part of itself";
+        tell(reference->path_.string(), problem);
         for (const auto& child : father->children_)
             if (child->reference_ == reference) {
                 EndReference(*father, *reference);
-                child->reference_ = nullptr;
-                lose(*father, *child, reference->path_.string(), "the product would be a part of itself");
+                SetMissing(*child, reference->path_.string(), problem);
             }
     }
     return touched;
@@ -216,6 +216,13 @@ void CadWorkspace::LoadAgain(const std::string& path, std::set<std::string>& tou
         std::error_code unknown;
         problems[path] = std::filesystem::exists(path, unknown) ? error.what() : "missing";
     }
+}
+
+void CadWorkspace::SetMissing(WorkspaceProduct& child, const std::string& path, const std::string& problem)
+{
+    child.reference_ = nullptr;
+    child.link_ = LinkToMissing(child.owner_->path_.parent_path(), path);
+    child.problem_ = problem;
 }
 
 void CadWorkspace::PutBack(DocumentState& state)

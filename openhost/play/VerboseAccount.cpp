@@ -77,7 +77,7 @@ void VerboseAccount::Receive(const nlohmann::ordered_json& received)
     if (name != "progress")
         EndProgress();
     // A program that builds a product changes it many times in a row.
-    if (name == "document" && event == told_)
+    if (TextOf(event, "action") == "changed" && event == told_)
         return;
     if (plain != PlainEvents.end())
         Line(plain->second.subject) << TextOf(event, plain->second.member) << "\n";
