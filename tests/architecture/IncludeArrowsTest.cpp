@@ -152,7 +152,7 @@ const std::vector<Library>& Libraries()
         {"cpp-httplib", beginsWith("httplib.h"), {"catalogue/service"}},
         {"Open CASCADE",
          [](const std::string& header) { return header.ends_with(".hxx"); },
-         {"openhost/geometry", "catalogue/items"}},
+         {"openhost/geometry", "openhost/desktop", "catalogue/items"}},
         {"Qt",
          [](const std::string& header) {
              return header.starts_with("Qt") || (header.size() > 1 && header[0] == 'Q' && std::isupper(header[1]));
