@@ -10,6 +10,8 @@
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <TopoDS_Shape.hxx>
 
+#include <QThread>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
