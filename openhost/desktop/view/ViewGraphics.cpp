@@ -6,7 +6,6 @@
 #include <Message.hxx>
 #include <Message_Messenger.hxx>
 #include <OpenGl_GraphicDriver.hxx>
-#include <Prs3d_DatumAspect.hxx>
 #include <Standard_Failure.hxx>
 #include <V3d_AmbientLight.hxx>
 #include <V3d_DirectionalLight.hxx>
