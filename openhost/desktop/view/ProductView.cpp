@@ -182,7 +182,7 @@ void ProductView::Implementation::Start()
     try {
         graphics = std::make_unique<ViewGraphics>(canvas->winId(), canvas->devicePixelRatioF(), scene, labels);
     } catch (const std::exception& error) {
-        Stop(QString::fromStdString(error.what()));
+        Stop(tr("OpenGL does not work on this display (%1).").arg(QString::fromStdString(error.what())));
         return;
     }
     graphics->SetPerspective(isPerspective_);

@@ -24,7 +24,7 @@ constexpr std::size_t LargeMesh = 10'000;
 constexpr std::array Errors = {0.7, 2.5};
 constexpr double LargestError = 100;
 /// How long a frame may take, in milliseconds.
-constexpr std::array FrameTimes = {150.0, 35.0};
+constexpr std::array FrameTimes = {200.0, 35.0};
 /// Least and most triangles that are drawn, however long it takes.
 constexpr double LeastTriangles = 30'000;
 constexpr double MostTriangles = 2'000'000;
