@@ -124,6 +124,8 @@ void MeshLoader::Work(Worker& worker)
         } catch (const std::exception& error) {
             reason = error.what();
         }
+        if (!mesh && reason.empty()) // the kernel often gives none
+            reason = "the geometry cannot be read";
         Report(job, std::move(mesh), reason);
         lock.lock();
     }

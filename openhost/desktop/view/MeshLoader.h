@@ -28,6 +28,9 @@ BoundarySource BoundaryOf(std::filesystem::path path);
 /// One that is there already, of a part that is not saved.
 BoundarySource BoundaryOf(std::shared_ptr<const std::string> bytes);
 
+/// Most bytes of a light representation that the view takes: five million triangles have less.
+inline constexpr std::size_t MaximumMeshSize = std::size_t{128} << 20;
+
 /// Used on the thread of its application, on which it reports. Threads do the work, each with a geometry process of its
 /// own; what a part ends there is the failure of that part alone. What is asked for last comes first.
 class MeshLoader final : public QObject {
@@ -35,7 +38,7 @@ class MeshLoader final : public QObject {
 
 public:
     explicit MeshLoader(std::filesystem::path program = FindProgramBeside("openhost-geometry"),
-                        const GeometryJobLimits& limits = {});
+                        const GeometryJobLimits& limits = {.resultSize = MaximumMeshSize});
     /// Ends the jobs that run.
     ~MeshLoader() override;
 

@@ -97,6 +97,7 @@ private:
     QAction* Add(const char* name, const QString& text, const QList<QKeySequence>& keys, std::function<void()> call);
     void AddSeparator();
     void Look(StandardView standard);
+    void MarkHovered();
     void Start();
     void Stop(const QString& why);
     void Work();
@@ -160,9 +161,11 @@ ProductView::Implementation::Implementation(ProductView& owner)
     QObject::connect(&redraw_, &QTimer::timeout, &owner, [this] { Redraw(); });
     QObject::connect(&rest_, &QTimer::timeout, &owner, [this] {
         areDetailsOld_ = true;
-        if (graphics)
-            graphics->Drawing().SetMoving(false);
         isUrgent_ = true;
+        if (graphics) {
+            graphics->Resize(); // the system may have been late with it
+            graphics->Drawing().SetMoving(false);
+        }
         work_.start(0);
     });
     AddActions();
@@ -179,7 +182,7 @@ void ProductView::Implementation::Start()
     try {
         graphics = std::make_unique<ViewGraphics>(canvas->winId(), canvas->devicePixelRatioF(), scene, labels);
     } catch (const std::exception& error) {
-        Stop(QString::fromStdString(error.what()));
+        Stop(tr("OpenGL does not work on this display (%1).").arg(QString::fromStdString(error.what())));
         return;
     }
     graphics->SetPerspective(isPerspective_);
@@ -304,6 +307,7 @@ void ProductView::Implementation::Changed(const ViewScene::Numbers& numbers)
     if (!graphics || numbers.empty())
         return;
     graphics->Drawing().Change(numbers);
+    MarkHovered();
     areDetailsOld_ = true;
     isUrgent_ = true;
     work_.start(0);
@@ -381,7 +385,8 @@ QAction* ProductView::Implementation::Add(const char* name, const QString& text,
     action->setShortcuts(keys);
     // Single keys, which mean something else elsewhere.
     action->setShortcutContext(Qt::WidgetShortcut);
-    QObject::connect(action, &QAction::triggered, &view, std::move(call));
+    if (call)
+        QObject::connect(action, &QAction::triggered, &view, std::move(call));
     canvas->addAction(action);
     return action;
 }
@@ -478,11 +483,16 @@ void ProductView::Implementation::Hover(std::optional<std::size_t> number)
     if (hovered_ == number)
         return;
     hovered_ = number;
-    if (graphics) {
-        graphics->Drawing().Hover(number, !number || scene.ReasonAgainstPicking(*number).empty());
+    MarkHovered();
+    if (graphics)
         graphics->RedrawMarks();
-    }
     Q_EMIT view.Hovered(IdOf(number));
+}
+
+void ProductView::Implementation::MarkHovered()
+{
+    if (graphics)
+        graphics->Drawing().Hover(hovered_, !hovered_ || scene.ReasonAgainstPicking(*hovered_).empty());
 }
 
 void ProductView::Implementation::Press(const QMouseEvent& event)
@@ -604,6 +614,8 @@ bool ProductView::Implementation::HandleEvent(QEvent& event)
         return false;
     case QEvent::Paint:
         Start();
+        if (graphics)
+            graphics->Resize();
         Redraw();
         return true;
     case QEvent::FocusIn:

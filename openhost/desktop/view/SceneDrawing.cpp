@@ -24,7 +24,7 @@ constexpr std::size_t LargeMesh = 10'000;
 constexpr std::array Errors = {0.7, 2.5};
 constexpr double LargestError = 100;
 /// How long a frame may take, in milliseconds.
-constexpr std::array FrameTimes = {150.0, 35.0};
+constexpr std::array FrameTimes = {200.0, 35.0};
 /// Least and most triangles that are drawn, however long it takes.
 constexpr double LeastTriangles = 30'000;
 constexpr double MostTriangles = 2'000'000;
@@ -68,8 +68,8 @@ SceneDrawing::SceneDrawing(const ViewScene& scene, opencascade::handle<Graphic3d
     : scene_(scene), manager_(std::move(manager))
 {
     Graphic3d_MaterialAspect material(Graphic3d_NameOfMaterial_UserDefined);
-    material.SetAmbientColor(Quantity_Color(0.35, 0.35, 0.35, Quantity_TOC_RGB));
-    material.SetDiffuseColor(Quantity_Color(0.75, 0.75, 0.75, Quantity_TOC_RGB));
+    material.SetAmbientColor(Quantity_Color(0.3, 0.3, 0.3, Quantity_TOC_RGB));
+    material.SetDiffuseColor(Quantity_Color(0.62, 0.62, 0.62, Quantity_TOC_RGB));
     material.SetSpecularColor(Quantity_Color(0.06, 0.06, 0.06, Quantity_TOC_RGB));
     material.SetShininess(0.3F);
     faceAspects_ = new Graphic3d_AspectFillArea3d(Aspect_IS_SOLID, Quantity_NOC_WHITE, Quantity_NOC_BLACK,
@@ -78,6 +78,8 @@ SceneDrawing::SceneDrawing(const ViewScene& scene, opencascade::handle<Graphic3d
     faceAspects_->SetPolygonOffsets(Aspect_POM_Fill, 1, 1); // edges lie before their faces
     closedFaceAspects_ = new Graphic3d_AspectFillArea3d(*faceAspects_);
     closedFaceAspects_->SetFaceCulling(Graphic3d_TypeOfBackfacingModel_BackCulled);
+    hoverAspects_ = new Graphic3d_AspectFillArea3d(*faceAspects_);
+    hoverAspects_->SetPolygonOffsets(Aspect_POM_Fill, 0.5, 0.5);
     edgeAspects_ = new Graphic3d_AspectLine3d(Quantity_NOC_BLACK, Aspect_TOL_SOLID, 1);
     Reset();
 }
@@ -180,7 +182,10 @@ void SceneDrawing::Hover(std::optional<std::size_t> number, bool isAllowed)
     Remove(hovered_);
     if (!number || !scene_.IsShown(*number))
         return;
-    hovered_ = BuildFaces({*number}, false, AtRest, Color(isAllowed ? 0x6FB1F0 : 0xB08080));
+    hovered_ = BuildFaces({*number}, hoverAspects_, AtRest,
+                          Color(!isAllowed                   ? 0xB08080
+                                : scene_.IsSelected(*number) ? 0xFFB870
+                                                             : 0x6FB1F0));
     if (hovered_.IsNull())
         return;
     hovered_->SetZLayer(Graphic3d_ZLayerId_Top);
@@ -328,7 +333,7 @@ void SceneDrawing::Build(Batch& batch, Pace pace)
     std::ranges::copy_if(batch.items, std::back_inserter(items),
                          [this](std::size_t number) { return scene_.IsShown(number); });
     if (DrawsFaces())
-        drawn.faces = BuildFaces(items, batch.isClosed, pace, {});
+        drawn.faces = BuildFaces(items, batch.isClosed ? closedFaceAspects_ : faceAspects_, pace, {});
     if (DrawsEdges(pace))
         drawn.edges = BuildEdges(items, pace);
     for (const opencascade::handle<Graphic3d_Structure>& structure : {drawn.faces, drawn.edges})
@@ -338,7 +343,8 @@ void SceneDrawing::Build(Batch& batch, Pace pace)
         }
 }
 
-opencascade::handle<Graphic3d_Structure> SceneDrawing::BuildFaces(const std::vector<std::size_t>& items, bool areClosed,
+opencascade::handle<Graphic3d_Structure> SceneDrawing::BuildFaces(const std::vector<std::size_t>& items,
+                                                                  const opencascade::handle<Graphic3d_Aspects>& aspects,
                                                                   Pace pace,
                                                                   std::optional<Graphic3d_Vec4ub> color) const
 {
@@ -372,7 +378,7 @@ opencascade::handle<Graphic3d_Structure> SceneDrawing::BuildFaces(const std::vec
                 array->AddEdge(static_cast<int>(first + corner + 1));
         first += mesh.positions.size();
     }
-    return NewStructure(items, areClosed ? closedFaceAspects_ : faceAspects_, array);
+    return NewStructure(items, aspects, array);
 }
 
 opencascade::handle<Graphic3d_Structure> SceneDrawing::BuildEdges(const std::vector<std::size_t>& items,

@@ -75,7 +75,8 @@ private:
     void PutIntoBatch(std::size_t number);
     void MarkDirty(std::size_t batch, Pace pace);
     void Build(Batch& batch, Pace pace);
-    opencascade::handle<Graphic3d_Structure> BuildFaces(const std::vector<std::size_t>& items, bool areClosed,
+    opencascade::handle<Graphic3d_Structure> BuildFaces(const std::vector<std::size_t>& items,
+                                                        const opencascade::handle<Graphic3d_Aspects>& aspects,
                                                         Pace pace, std::optional<Graphic3d_Vec4ub> color) const;
     opencascade::handle<Graphic3d_Structure> BuildEdges(const std::vector<std::size_t>& items, Pace pace) const;
     opencascade::handle<Graphic3d_Structure>
@@ -93,6 +94,7 @@ private:
     opencascade::handle<Graphic3d_StructureManager> manager_;
     opencascade::handle<Graphic3d_AspectFillArea3d> faceAspects_;
     opencascade::handle<Graphic3d_AspectFillArea3d> closedFaceAspects_;
+    opencascade::handle<Graphic3d_AspectFillArea3d> hoverAspects_;
     opencascade::handle<Graphic3d_AspectLine3d> edgeAspects_;
     DrawStyle style_ = DrawStyle::ShadedWithEdges;
     bool isDark_ = false;

@@ -6,8 +6,9 @@
 #include <Message.hxx>
 #include <Message_Messenger.hxx>
 #include <OpenGl_GraphicDriver.hxx>
-#include <Prs3d_DatumAspect.hxx>
 #include <Standard_Failure.hxx>
+#include <V3d_AmbientLight.hxx>
+#include <V3d_DirectionalLight.hxx>
 #include <V3d_ImageDumpOptions.hxx>
 #include <V3d_Viewer.hxx>
 #include <Xw_Window.hxx>
@@ -69,6 +70,19 @@ V3d_TypeOfOrientation ToOrientation(StandardView view)
     return V3d_TypeOfOrientation_Zup_AxoRight;
 }
 
+/// One from everywhere, and one from above the left shoulder of the user, so that no two sides of a box look the same.
+void AddLights(V3d_Viewer& viewer)
+{
+    const opencascade::handle<V3d_AmbientLight> everywhere = new V3d_AmbientLight(Quantity_NOC_WHITE);
+    const opencascade::handle<V3d_DirectionalLight> shoulder =
+        new V3d_DirectionalLight(gp_Dir(0.35, -0.55, -1), Quantity_NOC_WHITE, true);
+    for (const opencascade::handle<V3d_Light>& light :
+         {opencascade::handle<V3d_Light>(everywhere), opencascade::handle<V3d_Light>(shoulder)}) {
+        viewer.AddLight(light);
+        viewer.SetLightOn(light);
+    }
+}
+
 opencascade::handle<AIS_ViewCube> MakeCube(double density, const CubeLabels& labels)
 {
     const opencascade::handle<AIS_ViewCube> cube = new AIS_ViewCube;
@@ -77,8 +91,8 @@ opencascade::handle<AIS_ViewCube> MakeCube(double density, const CubeLabels& lab
     cube->SetBoxFacetExtension(pixels(CubeSize) * 0.14);
     cube->SetFontHeight(pixels(CubeSize) * 0.2);
     cube->SetDrawAxes(false);
-    cube->SetBoxColor(Color(0.82, 0.85, 0.89));
-    cube->SetTextColor(Color(0.12, 0.15, 0.18));
+    cube->SetBoxColor(Color(0.62, 0.66, 0.71));
+    cube->SetTextColor(Color(0.05, 0.06, 0.08));
     for (std::size_t label = 0; label < labels.size(); ++label)
         cube->SetBoxSideLabel(ToOrientation(static_cast<StandardView>(label + 1)), labels[label].c_str());
     cube->SetTransformPersistence(new Graphic3d_TransformPers(Graphic3d_TMF_TriedronPers, Aspect_TOTP_RIGHT_UPPER,
@@ -102,8 +116,7 @@ ViewGraphics::ViewGraphics(unsigned long window, double density, const ViewScene
         if (!driver->InitContext())
             throw std::runtime_error("the display has no OpenGL");
         viewer_ = new V3d_Viewer(driver);
-        viewer_->SetDefaultLights();
-        viewer_->SetLightOn();
+        AddLights(*viewer_);
         viewer_->SetDefaultShadingModel(Graphic3d_TypeOfShadingModel_Gouraud);
         view_ = viewer_->CreateView();
         view_->SetImmediateUpdate(false);
@@ -169,7 +182,7 @@ ViewPicture ViewGraphics::TakePicture()
     picture.width = static_cast<int>(map.Width());
     picture.height = static_cast<int>(map.Height());
     for (std::size_t row = 0; row < map.Height(); ++row) {
-        const Standard_Byte* bytes = map.IsTopDown() ? map.Row(row) : map.Row(row);
+        const Standard_Byte* bytes = map.Row(row);
         picture.bytes.insert(picture.bytes.end(), bytes, bytes + 4 * map.Width());
     }
     return picture;
