@@ -25,7 +25,7 @@ function showLine(id, text) {
     element(id).hidden = text === "";
 }
 
-/// Shows a state: "working", "waiting", "done", "failed" or "cancelled".
+/// Shows a state: "working", "waiting", "done", "failed", "cancelled", or "sent" when nothing is told.
 function show(state, text, {share, folder = "", files = "", again = false} = {}) {
     element("work").dataset.state = state;
     const status = element("status");
@@ -144,7 +144,7 @@ export async function begin(action, item) {
         return fail(texts.refused);
     }
     // Other applications say nothing.
-    expect(FirstWord, () => end("done", texts.sent[action](mine.title)));
+    expect(FirstWord, () => end("sent", texts.sent[action](mine.title)));
 }
 
 /// Calls `whenChanged` when a request begins or ends.

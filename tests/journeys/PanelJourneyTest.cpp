@@ -109,8 +109,8 @@ TEST_F(PanelJourney, ThePageTellsHowItsRequestsGoOneAfterTheOther)
                                                            WaitForState("done"),
                                                            {{"wait", {{"page", "#folder:not(:empty)"}}}},
                                                            {{"answer", {{"dialog", "OverwriteNotify"}, {"button", 3}}}},
+                                                           {{"page", {{"click", "#close"}}}},
                                                            {{"page", {{"click", "#download"}}}},
-                                                           WaitForState("working"),
                                                            WaitForState("done"),
                                                            {{"wait", {{"page", "#files:not(:empty)"}}}},
                                                            {{"wait", {{"page", "#insert:enabled"}}}}}));

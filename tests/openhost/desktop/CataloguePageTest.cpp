@@ -309,7 +309,7 @@ TEST_F(CataloguePage, EachButtonSendsTheItemAsTheServiceDescribesIt)
         User().Click("#" + name);
         ASSERT_TRUE(UntilSent(before + 1));
         EXPECT_EQ(json({{"event", "velmart_" + name}, {"content", json::parse(Bolt)}}), Sent().back());
-        ASSERT_TRUE(UntilShown("#status[data-state=done]"));
+        ASSERT_TRUE(UntilShown("#status[data-state=sent]"));
     }
     EXPECT_THAT(TextOf("#status"), HasSubstr("downloads Bolt M8x40"));
 }
@@ -333,7 +333,7 @@ TEST_F(CataloguePage, AllCanBeDoneWithTheKeyboard)
     User().Press("Space");
     ASSERT_TRUE(UntilSent(2));
     EXPECT_EQ("velmart_insert", SentEvents().back());
-    ASSERT_TRUE(UntilShown("#status[data-state=done]"));
+    ASSERT_TRUE(UntilShown("#status[data-state=sent]"));
     EXPECT_EQ("insert", Ask("document.activeElement.id"));
 }
 
@@ -357,7 +357,7 @@ TEST_F(CataloguePage, WhileTheServiceIsSlowTheButtonsAreOff)
     EXPECT_EQ("4", Ask("document.querySelectorAll('.actions button:disabled').length"));
     EXPECT_THAT(SentEvents(), ElementsAre("velmart_ready"));
     gate.Open();
-    ASSERT_TRUE(UntilShown("#status[data-state=done]"));
+    ASSERT_TRUE(UntilShown("#status[data-state=sent]"));
     EXPECT_THAT(SentEvents(), ElementsAre("velmart_ready", "velmart_download"));
     EXPECT_EQ(1, *asked);
 }
@@ -383,7 +383,7 @@ TEST_F(CataloguePage, NonsenseFromTheServiceFailsTheActionAndReachesNobody)
         EXPECT_THAT(TextOf("#status"), HasSubstr(number == 4 ? "the error 500" : "cannot be read"));
     }
     User().Click("#insert");
-    ASSERT_TRUE(UntilShown("#status[data-state=done]"));
+    ASSERT_TRUE(UntilShown("#status[data-state=sent]"));
     EXPECT_THAT(SentEvents(), ElementsAre("velmart_ready", "velmart_insert"));
 }
 
@@ -444,7 +444,7 @@ TEST_F(CataloguePage, TheHandlersMayRunTwice)
     ASSERT_TRUE(UntilSent(2));
     ASSERT_TRUE(UntilShown("#insert:enabled"));
     User().Click("#insert");
-    ASSERT_TRUE(UntilShown("#status[data-state=done]"));
+    ASSERT_TRUE(UntilShown("#status[data-state=sent]"));
     EXPECT_THAT(SentEvents(), ElementsAre("velmart_ready", "velmart_ready", "velmart_insert"));
     Load(server_.Url("/"));
     ASSERT_TRUE(UntilSent(4));
