@@ -167,6 +167,32 @@ void Gather(const Catalogue& catalogue, const std::string& name, const openhost:
         Gather(catalogue, document.links[child.link], openhost::Within(placement, child.placement), extent);
 }
 
+/// Counts what the product `name` is put together from: items, and in place of a product that is none its own
+/// components. They stand in the order in which they are found.
+void CountParts(const Catalogue& catalogue, const std::string& name, Json& parts)
+{
+    const openhost::CadDocument& document = catalogue.documents.at(name);
+    for (const openhost::ChildInstance& child : document.children) {
+        const std::string& link = document.links[child.link];
+        const auto item = std::ranges::find(catalogue.items, link, &Item::root);
+        if (item == catalogue.items.end() && !catalogue.documents.at(link).children.empty()) {
+            CountParts(catalogue, link, parts);
+            continue;
+        }
+        const std::string part =
+            item != catalogue.items.end() ? item->title : catalogue.documents.at(link).nomenclature;
+        const auto known = std::ranges::find_if(parts, [&](const Json& entry) { return entry["name"] == part; });
+        if (known != parts.end()) {
+            (*known)["count"] = (*known)["count"].get<std::size_t>() + 1;
+            continue;
+        }
+        Json entry{{"name", part}, {"count", 1}};
+        if (item != catalogue.items.end())
+            entry["id"] = item->id;
+        parts.push_back(std::move(entry));
+    }
+}
+
 /// Rounded, so that the last digits of the kernel's arithmetic do not show.
 double Rounded(double value)
 {
@@ -184,6 +210,8 @@ Json IndexEntry(const Catalogue& catalogue, const Item& item, const openhost::Lv
     Gather(catalogue, item.root, openhost::IdentityPlacement, extent);
     const openhost::Box box = extent.box.value_or(openhost::Box());
     const bool product = catalogue.documents.at(item.root).kind == openhost::DocumentKind::Product;
+    Json parts = Json::array();
+    CountParts(catalogue, item.root, parts);
     return {{"id", item.id},
             {"title", item.title},
             {"category", item.category},
@@ -193,6 +221,7 @@ Json IndexEntry(const Catalogue& catalogue, const Item& item, const openhost::Lv
             {"file", ServedName(item)},
             {"root", item.root},
             {"documents", item.documents},
+            {"parts", parts},
             {"dimensions", DimensionsOf(item)},
             {"volume", Rounded(extent.volume)},
             {"boundingBox", {{"lowest", Rounded(box.lowest)}, {"highest", Rounded(box.highest)}}},

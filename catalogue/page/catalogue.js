@@ -3,26 +3,31 @@
 //   #/                  all items           #/items/ID       one item
 //   #/categories/NAME   one category        #/shapes/QUERY   items like a shape
 
-import {fetchItems, fetchRequest, searchShapes} from "./service.js";
+import {addressOfCategory, addressOfShape, readParameter, readRoute} from "./address.js";
 import {host} from "./host.js";
-import {addressOfCategory, makeCategories, makeItem, makeList, makeResults, makeTrouble, makeWait} from "./views.js";
+import {fetchItems, searchShapes} from "./service.js";
+import {categoryName, describe, language, texts, titleOf} from "./texts.js";
+import {makeCategories, makeItem, makeList, makeResults, makeTrouble, makeWait} from "./views.js";
+import {begin, isBusy, prepare} from "./work.js";
 
 const content = document.getElementById("content");
 const queryField = document.getElementById("query");
 
 let items = null; // once the service has given them
-let listAddress = addressOfCategory(null); // of the list or the results shown last
-let listLabel = "All items";
+let list = {address: addressOfCategory(null), label: texts.allItems}; // or the results, shown last
 let shown = 0; // views begun; an answer for an earlier one is dropped
-let working = false;
+let leaving = new AbortController(); // of what the view shown has begun
+let found = {query: null, shapes: []}; // by the search shown last, so that the way back finds them again
+const places = new Map(); // of the lists that were left for an item: how far they were scrolled, and the link
 
 function announce(text) {
     document.getElementById("announcer").textContent = text;
 }
 
-function show(elements) {
+function show(elements, name = "") {
     content.replaceChildren(...elements);
     content.dataset.view = String(shown);
+    document.title = texts.pageTitle(name);
 }
 
 function focusHeading() {
@@ -30,27 +35,9 @@ function focusHeading() {
     scrollTo(0, 0);
 }
 
-function decode(text) {
-    try {
-        return decodeURIComponent(text);
-    } catch {
-        return text;
-    }
-}
-
-/// What the address names.
-function readRoute() {
-    const [, kind, ...rest] = location.hash.split("/");
-    const name = decode(rest.join("/"));
-    if (kind === "items" && name)
-        return {view: "item", id: name};
-    if (kind === "shapes")
-        return {view: "shapes", query: name};
-    return {view: "list", category: kind === "categories" && name ? name : null};
-}
-
 function matches(item, words) {
-    const text = [item.title, item.category, item.description, item.id,
+    const text = [item.title, titleOf(item.title), item.category, categoryName(item.category), item.description,
+                  describe(item), item.id,
                   ...item.dimensions.map(([name, value]) => `${name}${value} ${name}=${value}`)].join(" ").toLowerCase();
     return words.every((word) => text.includes(word));
 }
@@ -62,41 +49,48 @@ function showCategories(current) {
 
 function showList(category) {
     const words = queryField.value.trim();
-    const found = items.filter((item) => (category === null || item.category === category) &&
-                                         matches(item, words.toLowerCase().split(/\s+/)));
-    listAddress = addressOfCategory(category);
-    listLabel = category ?? "All items";
-    show(makeList(listLabel, found, words));
-    announce(`${found.length} of ${items.length} items`);
+    const matching = items.filter((item) => (category === null || item.category === category) &&
+                                            matches(item, words.toLowerCase().split(/\s+/)));
+    list = {address: addressOfCategory(category), label: category === null ? texts.allItems : categoryName(category)};
+    show(makeList(list.label, matching, words), category === null ? "" : list.label);
+    announce(texts.itemsOf(matching.length, items.length));
 }
+
+const titleOfItem = (id) => items.find((item) => item.id === id)?.title ?? null;
 
 function showItem(id) {
     const item = items.find((candidate) => candidate.id === id);
     if (!item) {
-        show(makeTrouble("No such item", "The catalogue does not have this.", () => { location.hash = listAddress; }));
+        show(makeTrouble(texts.noSuchItem, texts.notThere, () => { location.hash = list.address; }));
         return;
     }
-    show(makeItem(item, host, {address: listAddress, label: listLabel}, (action) => act(action, item)));
+    show(makeItem(item, {host, busy: isBusy(), back: list, titleOfItem, search: searchShapes, signal: leaving.signal,
+                         act: (action) => begin(action, item)}), titleOf(item.title));
 }
 
 async function showShapes(query, view) {
-    show(makeWait("Searching for similar shapes"));
-    const shapes = await searchShapes(query);
-    if (view !== shown)
-        return;
-    listAddress = location.hash;
-    listLabel = "Similar shapes";
-    show(makeResults(shapes));
-    announce(`${shapes.length} similar shapes`);
+    if (found.query !== query) {
+        show(makeWait(texts.searching));
+        const shapes = await searchShapes(query);
+        if (view !== shown)
+            return;
+        found = {query, shapes};
+    }
+    list = {address: addressOfShape(query), label: texts.similarShapes};
+    show(makeResults(found.shapes), list.label);
+    announce(texts.similarFound(found.shapes.length));
 }
 
-/// Shows what the address names. The focus follows, unless the user is typing or the page has just come up.
-async function showRoute(moveFocus) {
+/// Shows what the address names. The focus follows, unless the user is typing or the page has just come up; on the way
+/// back from an item the list is as it was left.
+async function showRoute(moveFocus, place = null) {
     const view = ++shown;
     const route = readRoute();
+    leaving.abort();
+    leaving = new AbortController();
     try {
         if (!items) {
-            show(makeWait("Loading the catalogue"));
+            show(makeWait(texts.loading));
             items = await fetchItems();
             if (view !== shown)
                 return;
@@ -111,50 +105,50 @@ async function showRoute(moveFocus) {
     } catch (error) {
         if (view !== shown)
             return;
-        show(makeTrouble("This cannot be shown", error.message, () => showRoute(true)));
+        show(makeTrouble(texts.cannotShow, error.message, () => showRoute(true)));
     }
-    if (moveFocus && view === shown)
+    if (view !== shown)
+        return;
+    if (place)
+        restore(place);
+    else if (moveFocus)
         focusHeading();
 }
 
 // ---------------------------------------------------------------------------------------------
+// The place in a list
+
+function keepPlace(hash) {
+    const links = [...content.querySelectorAll("a[href]")].map((link) => link.getAttribute("href"));
+    const href = document.activeElement?.getAttribute?.("href");
+    places.set(hash || addressOfCategory(null), {
+        top: scrollY,
+        href: links.includes(href) ? href : location.hash,
+        opened: content.querySelector("#others")?.open === true,
+    });
+}
+
+function restore({top, href, opened}) {
+    const others = content.querySelector("#others");
+    if (others)
+        others.open = opened;
+    const link = [...content.querySelectorAll("a[href]")].find((candidate) => candidate.getAttribute("href") === href);
+    (link ?? content.querySelector("h2"))?.focus({preventScroll: true});
+    scrollTo(0, top);
+}
+
+addEventListener("hashchange", (event) => {
+    const before = new URL(event.oldURL).hash;
+    const hash = location.hash || addressOfCategory(null);
+    const wasItem = readRoute(before).view === "item";
+    const isItem = readRoute().view === "item";
+    if (!wasItem && isItem)
+        keepPlace(before);
+    showRoute(document.activeElement !== queryField, wasItem && !isItem ? places.get(hash) ?? null : null);
+});
+
+// ---------------------------------------------------------------------------------------------
 // What the user does
-
-const Done = {
-    open: "The application opens the item. Follow the progress there.",
-    download: "The application downloads the item. Follow the progress there.",
-    insert: "Now select the product in the application into which the item goes.",
-    replace: "Now select the component in the application that the item replaces.",
-};
-
-function setStatus(state, text) {
-    const status = document.getElementById("status");
-    if (!status)
-        return;
-    status.dataset.state = state;
-    status.textContent = text;
-}
-
-async function act(action, item) {
-    if (working)
-        return;
-    working = true;
-    const view = shown;
-    setStatus("working", "Downloading the description of the item…");
-    let state = "failed";
-    let text = "The application did not take the item.";
-    try {
-        if (host.send(`velmart_${action}`, await fetchRequest(item.id))) {
-            state = "done";
-            text = Done[action];
-        }
-    } catch (error) {
-        text = error.message;
-    }
-    working = false;
-    if (view === shown)
-        setStatus(state, state === "failed" ? `Failed. ${text}` : text);
-}
 
 document.getElementById("search").addEventListener("submit", (event) => {
     event.preventDefault();
@@ -163,14 +157,12 @@ document.getElementById("search").addEventListener("submit", (event) => {
 });
 
 queryField.addEventListener("input", () => {
-    const route = readRoute();
-    if (route.view === "list")
+    places.clear();
+    if (readRoute().view === "list")
         showRoute(false);
     else
         location.hash = addressOfCategory(null);
 });
-
-addEventListener("hashchange", () => showRoute(document.activeElement !== queryField));
 
 // ---------------------------------------------------------------------------------------------
 // What the application does
@@ -180,7 +172,7 @@ window.OpApi = Object.freeze({
     sendMessage(name, message) {
         if (name !== "search" || typeof message?.query !== "string")
             return false;
-        const address = `#/shapes/${encodeURIComponent(message.query)}`;
+        const address = addressOfShape(message.query);
         if (location.hash === address)
             showRoute(true);
         else
@@ -189,30 +181,39 @@ window.OpApi = Object.freeze({
     },
 });
 
-/// The value of the address parameter `name`. A plus sign is one; bytes that are no UTF-8 are characters of Latin-1.
-function readParameter(name) {
-    for (const part of location.search.slice(1).split("&")) {
-        if (!part.startsWith(`${name}=`))
-            continue;
-        const value = part.slice(name.length + 1);
-        try {
-            return decodeURIComponent(value);
-        } catch {
-            return value.replace(/%([0-9a-f]{2})/gi, (_, digits) => String.fromCharCode(parseInt(digits, 16)));
-        }
-    }
-    return null;
-}
-
-host.listen(() => {
+function showConnection() {
     const connection = document.getElementById("connection");
     connection.dataset.state = "connected";
-    connection.textContent = "Connected to the application";
+    connection.textContent = texts.connected;
     if (items && readRoute().view === "item")
         showRoute(false);
-});
+}
+
+/// Nothing is pressed while a request is under way.
+function showBusy() {
+    for (const button of content.querySelectorAll("button[data-action]"))
+        button.disabled = !host.connected || isBusy();
+}
+
+// ---------------------------------------------------------------------------------------------
+// The start
+
+document.documentElement.lang = language;
+document.title = texts.pageTitle("");
+for (const element of document.querySelectorAll("[data-text]"))
+    element.textContent = texts[element.dataset.text];
+for (const element of document.querySelectorAll("[data-label]"))
+    element.setAttribute("aria-label", texts[element.dataset.label]);
+queryField.placeholder = texts.searchHint;
+history.scrollRestoration = "manual";
+// What the head covers is not where the focus goes.
+new ResizeObserver(([entry]) => {
+    document.documentElement.style.scrollPaddingTop = `${Math.ceil(entry.target.offsetHeight) + 8}px`;
+}).observe(document.getElementById("bar"));
+
+host.listen(showConnection, prepare(showBusy));
 
 const query = readParameter("extq");
 if (query !== null && location.hash === "")
-    history.replaceState(null, "", `${location.pathname}${location.search}#/shapes/${encodeURIComponent(query)}`);
+    history.replaceState(null, "", `${location.pathname}${location.search}${addressOfShape(query)}`);
 showRoute(false);

@@ -5,6 +5,7 @@ const ConnectEvent = "velmart:connect"; // to the page: {context}
 const RequestEvent = "velmart:request"; // to the host: {event, content}
 const OutcomeEvent = "velmart:outcome"; // to the page, within the request: {accepted, reason}
 const SearchEvent = "velmart:search"; // to the page: {query}
+const ProgressEvent = "velmart:progress"; // to the page: {event, id, state, ...}
 
 function readDetail(event) {
     try {
@@ -22,8 +23,8 @@ export const host = {
     /// Where the page is used: "SidePanel" or "DocChooser".
     context: "",
 
-    /// Calls `changed` when an application connects.
-    listen(changed) {
+    /// Calls `changed` when an application connects, and `progressed` with what it tells of a request.
+    listen(changed, progressed) {
         document.addEventListener(ConnectEvent, (event) => {
             const {context} = readDetail(event);
             this.connected = true;
@@ -41,6 +42,7 @@ export const host = {
             if (typeof query === "string")
                 window.OpApi.sendMessage("search", {query});
         });
+        document.addEventListener(ProgressEvent, (event) => progressed(readDetail(event)));
     },
 
     /// Sends an event of the page to the host. Whether it was taken.

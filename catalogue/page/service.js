@@ -1,7 +1,11 @@
 // What the page asks of the catalogue's service. Everything that comes back is checked before it is used.
 
+import {texts} from "./texts.js";
+
 /// Milliseconds after which the service counts as not answering.
 const Limit = 30000;
+/// Most bytes of a shape.
+const LargestShape = 64 << 20;
 
 export class ServiceError extends Error {}
 
@@ -10,15 +14,14 @@ async function fetchJson(path) {
     try {
         response = await fetch(path, {headers: {Accept: "application/json"}, signal: limited()});
     } catch {
-        throw new ServiceError("The catalogue does not answer.");
+        throw new ServiceError(texts.noAnswer);
     }
     if (!response.ok)
-        throw new ServiceError(response.status === 404 ? "The catalogue does not have this."
-                                                       : `The catalogue answers with the error ${response.status}.`);
+        throw new ServiceError(response.status === 404 ? texts.notThere : texts.errorCode(response.status));
     try {
         return await response.json();
     } catch {
-        throw new ServiceError("The catalogue gives an answer that cannot be read.");
+        throw new ServiceError(texts.unreadable);
     }
 }
 
@@ -33,7 +36,7 @@ const textOf = (value) => (typeof value === "string" ? value : "");
 const isPoint = (value) => Array.isArray(value) && value.length === 3 && value.every(Number.isFinite);
 
 function unreadable() {
-    return new ServiceError("The catalogue gives an answer that cannot be read.");
+    return new ServiceError(texts.unreadable);
 }
 
 /// An entry of the list as the views want it, or null for what is none.
@@ -49,6 +52,10 @@ function readItem(entry) {
         category: textOf(entry.category) || "Other",
         description: textOf(entry.description),
         file: textOf(entry.file),
+        shape: textOf(entry.shape),
+        parts: (Array.isArray(entry.parts) ? entry.parts : []).filter((part) =>
+            isObject(part) && textOf(part.name) && Number.isInteger(part.count) && part.count > 0)
+            .map((part) => ({id: textOf(part.id), name: part.name, count: part.count})),
         dimensions,
         size: isPoint(box.lowest) && isPoint(box.highest) ? box.highest.map((high, i) => high - box.lowest[i]) : null,
         volume: Number.isFinite(entry.volume) ? entry.volume : null,
@@ -82,6 +89,27 @@ export async function searchShapes(query) {
         throw unreadable();
     return list.filter((entry) => isObject(entry) && textOf(entry.id) && Number.isFinite(entry.score))
         .map((entry) => ({id: entry.id, title: textOf(entry.title) || entry.id, score: entry.score}));
+}
+
+/// The bytes of the item's shape.
+export async function fetchShape(id, signal) {
+    const response = await fetch(`/items/${encodeURIComponent(id)}/shape`, {signal});
+    if (!response.ok)
+        throw new ServiceError(texts.notThere);
+    const pieces = [];
+    let size = 0;
+    for (const reader = response.body.getReader(); ;) {
+        const {done, value} = await reader.read();
+        if (done)
+            break;
+        size += value.length;
+        if (size > LargestShape) {
+            reader.cancel();
+            throw unreadable();
+        }
+        pieces.push(value);
+    }
+    return new Blob(pieces).arrayBuffer();
 }
 
 export const pictureOf = (id) => `/items/${encodeURIComponent(id)}/picture`;

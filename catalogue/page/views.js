@@ -1,8 +1,17 @@
 // What the page shows. Texts of the service become text nodes, never markup.
 
-import {fileOf, pictureOf} from "./service.js";
+import {addressOfCategory, addressOfItem} from "./address.js";
+import {parseShape} from "./lvr.js";
+import {fetchShape, fileOf, pictureOf} from "./service.js";
+import {categoryName, describe, dimensionName, number, texts, titleOf} from "./texts.js";
+import {showMesh} from "./viewer.js";
 
 const NeutralPicture = "/page/part.svg";
+
+/// Lowest score of what counts as alike. The sizes of a family lie above it, and hardly anything else.
+const Alike = 0.6;
+/// Most similar items on the page of an item.
+const MostSimilar = 6;
 
 /// An element with attributes and children; a child is an element or a text.
 export function make(name, attributes = {}, ...children) {
@@ -13,11 +22,6 @@ export function make(name, attributes = {}, ...children) {
     element.append(...children.filter((child) => child !== null));
     return element;
 }
-
-const number = new Intl.NumberFormat("en", {maximumFractionDigits: 2});
-
-export const addressOfItem = (id) => `#/items/${encodeURIComponent(id)}`;
-export const addressOfCategory = (name) => (name === null ? "#/" : `#/categories/${encodeURIComponent(name)}`);
 
 function makePicture(id, alt) {
     const image = make("img", {src: pictureOf(id), alt, loading: "lazy", decoding: "async"});
@@ -33,99 +37,163 @@ function makeHeading(text) {
     return make("h2", {tabindex: "-1"}, text);
 }
 
-const countOf = (count, one, many) => (count === 1 ? `1 ${one}` : `${count} ${many}`);
-
-export function describeSize(item) {
+function describeSize(item) {
     return item.dimensions.slice(0, 4).map(([name, value]) => `${name} ${number.format(value)}`).join(" · ");
 }
 
 /// In whole percent, cut off: 100 % is the very same shape alone.
 const describeScore = (score) => `${Math.floor(Math.max(0, Math.min(1, score)) * 100)} %`;
 
+// ---------------------------------------------------------------------------------------------
+// Lists
+
 export function makeCategories(names, current) {
     return [null, ...names].map((name) =>
         make("li", {}, make("a", {href: addressOfCategory(name), "aria-current": name === current ? "page" : null},
-                            name ?? "All")));
+                            name === null ? texts.all : categoryName(name))));
+}
+
+function makeRow(id, title, detail, end = null) {
+    return make("li", {}, make("a", {href: addressOfItem(id)}, makePicture(id, ""),
+                               make("span", {}, make("span", {class: "title"}, title),
+                                    make("span", {class: "detail"}, detail)), end));
 }
 
 export function makeList(heading, items, words) {
     if (items.length === 0)
-        return [makeHeading(heading), make("p", {class: "count"}, words ? `Nothing matches “${words}”.` : "No items.")];
-    const rows = items.map((item) =>
-        make("li", {}, make("a", {href: addressOfItem(item.id)}, makePicture(item.id, ""),
-                            make("span", {}, make("span", {class: "title"}, item.title),
-                                 make("span", {class: "detail"}, describeSize(item))))));
-    return [makeHeading(heading), make("p", {class: "count"}, countOf(items.length, "item", "items")),
-            make("ul", {class: "items"}, ...rows)];
+        return [makeHeading(heading), make("p", {class: "count"}, words ? texts.nothingMatches(words) : texts.noItems)];
+    return [makeHeading(heading), make("p", {class: "count"}, texts.items(items.length)),
+            make("ul", {class: "items"}, ...items.map((item) => makeRow(item.id, titleOf(item.title), describeSize(item))))];
 }
+
+/// Rows for shapes, of which the first has the rank `first`.
+const makeShapes = (shapes, first) => make("ol", {class: "items", start: String(first)},
+    ...shapes.map(({id, title, score}, index) =>
+        makeRow(id, titleOf(title), texts.rank(first + index),
+                make("span", {class: "score"}, describeScore(score), make("small", {}, texts.alike)))));
 
 export function makeResults(shapes) {
-    if (shapes.length === 0)
-        return [makeHeading("Similar shapes"), make("p", {class: "count"}, "The catalogue has no similar shape.")];
-    const rows = shapes.map(({id, title, score}, index) =>
-        make("li", {}, make("a", {href: addressOfItem(id)}, makePicture(id, ""),
-                            make("span", {}, make("span", {class: "title"}, title),
-                                 make("span", {class: "detail"}, `Rank ${index + 1}`)),
-                            make("span", {class: "score"}, describeScore(score),
-                                 make("small", {}, "alike")))));
-    return [makeHeading("Similar shapes"),
-            make("p", {class: "count"}, `${countOf(shapes.length, "item", "items")}, closest first`),
-            make("ol", {class: "items"}, ...rows)];
+    const alike = shapes.filter(({score}) => score >= Alike);
+    const others = shapes.filter(({score}) => score < Alike);
+    return [makeHeading(texts.similarShapes),
+            make("p", {class: "count"}, alike.length > 0 ? texts.closestFirst(alike.length) : texts.noSimilarShape),
+            alike.length > 0 ? makeShapes(alike, 1) : null,
+            others.length === 0 ? null
+                : make("details", {id: "others"}, make("summary", {}, texts.notAlike(others.length)),
+                       makeShapes(others, alike.length + 1))].filter((element) => element !== null);
 }
 
+// ---------------------------------------------------------------------------------------------
+// An item
+
 function makeTable(item) {
-    const rows = item.dimensions.map(([name, value]) => [name, number.format(value)]);
+    const rows = item.dimensions.map(([name, value]) => [dimensionName(item.category, name), number.format(value)]);
     if (item.size)
-        rows.push(["Overall size", item.size.map((length) => number.format(length)).join(" × ")]);
+        rows.push([texts.overallSize, item.size.map((length) => number.format(length)).join(" × ")]);
     if (item.volume !== null)
-        rows.push(["Volume", `${number.format(item.volume / 1000)} cm³`]);
+        rows.push([texts.volume, `${number.format(item.volume / 1000)} cm³`]);
     if (rows.length === 0)
         return null;
-    return make("table", {}, make("caption", {}, "Dimensions in mm"),
+    return make("table", {}, make("caption", {}, texts.dimensions),
                 make("tbody", {}, ...rows.map(([name, value]) =>
                     make("tr", {}, make("th", {scope: "row"}, name), make("td", {}, value)))));
 }
 
+/// The picture, and the view in its place once the shape is there.
+function makePreview(item, signal) {
+    const title = titleOf(item.title);
+    const image = makePicture(item.id, texts.picture(title));
+    const hint = make("figcaption", {id: "hint", class: "hint", hidden: true}, texts.viewHint);
+    const canvas = make("canvas", {id: "view", tabindex: "0", role: "img", "aria-label": texts.view(title),
+                                   "aria-describedby": "hint", hidden: true});
+    const showView = (shown) => {
+        canvas.hidden = hint.hidden = !shown;
+        image.hidden = shown;
+    };
+    fetchShape(item.id, signal).then((bytes) => {
+        const mesh = parseShape(bytes);
+        if (mesh && !signal.aborted) {
+            showView(true);
+            if (!showMesh(canvas, mesh, signal, () => showView(false)))
+                showView(false);
+        }
+    }).catch(() => {}); // the picture stays
+    return make("figure", {class: "picture"}, image, canvas, hint);
+}
+
+/// The parts of an assembly. `titleOfItem` gives the title of an item, or null for one that is not there.
+function makeParts(item, titleOfItem) {
+    if (item.parts.length === 0)
+        return null;
+    const rows = item.parts.map(({id, name, count}) => {
+        const title = titleOfItem(id);
+        return make("li", {}, make("span", {class: "number"}, texts.partCount(count)), " ",
+                    title === null ? make("span", {}, name) : make("a", {href: addressOfItem(id)}, titleOf(title)));
+    });
+    return make("section", {class: "parts", "aria-labelledby": "parts"}, make("h3", {id: "parts"}, texts.parts),
+                make("ul", {}, ...rows));
+}
+
+/// A section to be filled with the items like `item`, the scores of which `search` gives.
+function makeSimilar(item, search, signal) {
+    if (!item.shape)
+        return null;
+    const section = make("section", {class: "similar", "aria-labelledby": "similar", hidden: true},
+                         make("h3", {id: "similar"}, texts.similarItems));
+    search(item.shape).then((shapes) => {
+        if (signal.aborted)
+            return;
+        const alike = shapes.filter(({id, score}) => id !== item.id && score >= Alike).slice(0, MostSimilar);
+        section.append(alike.length > 0 ? makeShapes(alike, 1) : make("p", {class: "count"}, texts.noSimilarItems));
+        section.hidden = false;
+    }).catch(() => {}); // an item without it is shown all the same
+    return section;
+}
+
 const Actions = [
-    {name: "insert", label: "Insert", needsProduct: true},
-    {name: "replace", label: "Replace", needsProduct: true},
-    {name: "open", label: "Open", needsProduct: false},
-    {name: "download", label: "Download", needsProduct: false},
+    {name: "insert", needsProduct: true},
+    {name: "replace", needsProduct: true},
+    {name: "open", needsProduct: false},
+    {name: "download", needsProduct: false},
 ];
 
-/// `back` is {address, label}; `act` is called with the name of the button that was pressed.
-export function makeItem(item, host, back, act) {
+/// `back` is {address, label}; `act` is called with the name of the button that was pressed. What takes time goes on
+/// until `signal` aborts.
+export function makeItem(item, {host, busy, back, act, search, titleOfItem, signal}) {
     const buttons = Actions.filter(({needsProduct}) => !needsProduct || host.context !== "DocChooser")
-        .map(({name, label}, index) => {
+        .map(({name}, index) => {
             const button = make("button", {id: name, type: "button", class: index === 0 ? "first" : null,
-                                           disabled: !host.connected,
-                                           "aria-describedby": host.connected ? "status" : "unconnected"}, label);
+                                           disabled: !host.connected || busy, "data-action": name,
+                                           "aria-describedby": host.connected ? "status" : "unconnected"}, texts[name]);
             button.addEventListener("click", () => act(name));
             return button;
         });
     const file = fileOf(item);
     return [
-        make("a", {class: "back", href: back.address}, `‹ ${back.label}`),
-        makeHeading(item.title),
-        make("p", {class: "description"}, item.description),
-        make("figure", {class: "picture"}, makePicture(item.id, `Picture of ${item.title}`)),
-        make("div", {class: "actions", role: "group", "aria-label": "What to do with the item"}, ...buttons),
-        host.connected ? null : make("p", {class: "note", id: "unconnected"},
-            "The page is not connected to a CAD application. Open it in the application’s panel to use the buttons."),
-        make("p", {class: "status", id: "status", role: "status"}),
+        make("a", {class: "back", href: back.address}, texts.back(back.label)),
+        makeHeading(titleOf(item.title)),
+        make("p", {class: "description"}, describe(item)),
+        makePreview(item, signal),
+        make("div", {class: "actions", role: "group", "aria-label": texts.actions}, ...buttons),
+        host.connected ? null : make("p", {class: "note", id: "unconnected"}, texts.unconnected),
         host.connected || !file ? null
-            : make("p", {}, make("a", {id: "file", href: file, download: item.file}, `Download ${item.file}`)),
+            : make("p", {}, make("a", {id: "file", href: file, download: item.file}, texts.downloadFile(item.file))),
         makeTable(item),
+        makeParts(item, titleOfItem),
+        makeSimilar(item, search, signal),
     ].filter((element) => element !== null);
 }
 
+// ---------------------------------------------------------------------------------------------
+// Neither
+
 export function makeTrouble(heading, text, again) {
-    const button = make("button", {id: "again", type: "button"}, "Try again");
+    const button = make("button", {id: "again", type: "button"}, texts.tryAgain);
     button.addEventListener("click", again);
     return [makeHeading(heading), make("div", {class: "trouble"},
         make("p", {class: "status", "data-state": "failed", role: "alert"}, text), button)];
 }
 
 export function makeWait(text) {
-    return [makeHeading(text), make("p", {class: "status", "data-state": "working"}, "One moment, please.")];
+    return [makeHeading(text), make("p", {class: "status", "data-state": "working"}, texts.moment)];
 }

@@ -123,6 +123,7 @@ private:
     void AnswerItems(const httplib::Request& request, httplib::Response& response);
     void AnswerItem(const httplib::Request& request, httplib::Response& response);
     void AnswerPicture(const httplib::Request& request, httplib::Response& response);
+    void AnswerShape(const httplib::Request& request, httplib::Response& response);
     void AnswerFile(const httplib::Request& request, httplib::Response& response);
     void AnswerArchive(const httplib::Request& request, httplib::Response& response);
     void AnswerUpload(const httplib::Request& request, httplib::Response& response);
@@ -215,6 +216,7 @@ void CatalogueService::Implementation::AddRoutes()
     server_.Get("/items", handler(&Implementation::AnswerItems));
     server_.Get("/items/([^/]+)", handler(&Implementation::AnswerItem));
     server_.Get("/items/([^/]+)/picture", handler(&Implementation::AnswerPicture));
+    server_.Get("/items/([^/]+)/shape", handler(&Implementation::AnswerShape));
     server_.Get("/files/(templates/)?([^/]+)", handler(&Implementation::AnswerFile));
     server_.Get("/archive", handler(&Implementation::AnswerArchive));
     server_.Post(UploadPath, handler(&Implementation::AnswerUpload));
@@ -321,6 +323,20 @@ void CatalogueService::Implementation::AnswerPicture(const httplib::Request& req
         return WriteError(response, 404, "no such picture");
     download.fileName = id + ".png";
     download.contentType = "image/png";
+    WriteReply(options, std::move(download), request, response, stop_);
+}
+
+void CatalogueService::Implementation::AnswerShape(const httplib::Request& request, httplib::Response& response)
+{
+    const ReplyOptions options = ReplyOptions::Parse(request.params);
+    const std::string id = request.matches[1];
+    Download download;
+    if (IsPlainName(id))
+        download.body = Body::FromFile(root_ / "shapes" / (id + ".lvr"));
+    if (!download.body)
+        return WriteError(response, 404, "no such shape");
+    download.fileName = id + ".lvr";
+    download.contentType = "application/octet-stream";
     WriteReply(options, std::move(download), request, response, stop_);
 }
 

@@ -12,6 +12,7 @@ namespace catalogue {
 ///   - index.json: what GET /items answers; the items with a member "shape" can be found by shape;
 ///   - items/ID.json: the request of the item ID, as the catalogue page sends it;
 ///   - pictures/ID.png: what GET /items/ID/picture sends;
+///   - shapes/ID.lvr: what GET /items/ID/shape sends, a light representation;
 ///   - files/NAME: what GET /files/NAME sends, and files/templates/NAME in the same way;
 ///   - page/NAME: the files of the catalogue's page, whose index.html GET / and GET /categories send.
 /// In the texts of the JSON files "${BASE}" stands for the address of the service, and "${FILES}" for the

@@ -23,6 +23,7 @@ constexpr const char* Reference =
   GET /items             the index
   GET /items/ID          the request of an item, as the catalogue page sends it
   GET /items/ID/picture  the picture of an item
+  GET /items/ID/shape    its light representation
   GET /files/NAME        the download of a file
   GET /archive           an archive of generated documents:
                       entries=N      documents in all, at most 1,000,000

@@ -137,8 +137,6 @@ bool Panel::OpenPage()
                     Close();
             },
     });
-    if (page_)
-        journal_.emplace([this](const nlohmann::ordered_json& event) { TakeEvent(event); });
     return page_ != nullptr;
 }
 
@@ -225,26 +223,31 @@ void Panel::TakeMessage(const std::string& message, const std::string& document)
     const Owned<Panel> held = Share(this);
     journal::Write([&] { return journal::Message{.text = message}; });
     const std::size_t number = requests_.Begin(message, document);
+    if (!requests_.IsEmpty() && !journal_)
+        journal_.emplace([this](const nlohmann::ordered_json& event) { TakeEvent(event); });
     const bool taken = Tell("OnJSMessage", &ZALIMeridiaAccessDialogAddin::OnJSMessage, message);
     requests_.Returned(number, taken);
+    if (requests_.IsEmpty())
+        journal_.reset();
 }
 
 void Panel::TakeEvent(const nlohmann::ordered_json& event)
 {
     requests_.Receive(event);
-    if (!requests_.IsSettling())
-        return;
-    EventLoop::Current().Post([this, number = number_] {
-        if (current && current->number_ == number)
-            SettleRequests();
-    });
+    if (requests_.IsSettling() || requests_.IsEmpty())
+        EventLoop::Current().Post([this, number = number_] {
+            if (current && current->number_ == number)
+                SettleRequests();
+        });
 }
 
 void Panel::SettleRequests()
 {
-    // Its answer is an event, after which this is tried again.
+    // The answer of an open question is an event, after which this is tried again.
     if (!IsQuestionOpen())
         requests_.Settle();
+    if (requests_.IsEmpty())
+        journal_.reset();
 }
 
 } // namespace openhost

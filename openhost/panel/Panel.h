@@ -64,7 +64,7 @@ private:
     std::unique_ptr<PanelPage> page_; ///< null once the panel is closed
     std::vector<Addin> addins_;
     RequestState requests_;
-    std::optional<journal::Listener> journal_; ///< for the requests
+    std::optional<journal::Listener> journal_; ///< as long as there are requests
 };
 
 } // namespace openhost

@@ -32,6 +32,8 @@ public:
     /// Takes an event of the journal.
     void Receive(const nlohmann::ordered_json& event);
 
+    /// Whether every request has ended.
+    bool IsEmpty() const { return requests_.empty(); }
     /// Whether a download is over and what follows from it is still under way.
     bool IsSettling() const;
     /// To be called while IsSettling, once the module has returned to the event loop and no question is open: nothing

@@ -385,7 +385,8 @@ TEST(Reference, HasTheMembersThatTheModuleReads)
 
 TEST(Reference, HasTheEventsOfTheDocument)
 {
-    ExpectSame("Events of the document", FindNames(Handlers(), "\"(velmart:\\w+)\""),
+    ExpectSame("Events of the document",
+               FindNames(Handlers() + TextOfSource("openhost/panel/Panel.cpp"), "\"(velmart:\\w+)\""),
                NamesIn("Events of the document", 0));
 }
 

@@ -107,7 +107,7 @@ TEST_F(PanelFindSimilarJourney, TheSelectedItemItselfIsTheFirstResultAndCanBeIns
         PlayToTheEnd(Join({Connect,
                            Start,
                            Shown(NutFirst),
-                           Shown("ol.items li:nth-child(21)"),
+                           Shown("#others li:nth-child(20)"),
                            {{{"screenshot", Picture().string()}}, {{"page", {{"click", NutFirst}}}}},
                            Shown("#insert:enabled"),
                            {{{"page", {{"click", "#insert"}}}},

@@ -2,6 +2,7 @@
 
 #include "openhost/documents/CadDocument.h"
 #include "tests/journeys/PanelFixture.h"
+#include "tests/support/Places.h"
 
 #include <gmock/gmock.h>
 
@@ -92,6 +93,59 @@ TEST_F(PanelJourney, WithTemplateSupportAClickOnInsertInsertsTheItemRebuilt)
                       {{{"select", "FRAME"}}, {{"wait", "idle"}}, {{"save", "${PARTS}/FRAME.ZALProduct"}}}));
     EXPECT_THAT(ReadDocument(Parts() / "FRAME.ZALProduct").links, ElementsAre("SLOTNUT_8_M6.ZALPart"));
     EXPECT_EQ("velmart-part-template", ReadDocument(Parts() / "SLOTNUT_8_M6.ZALPart").identity);
+}
+
+/// The step that waits until the page says of its request that it is `state`.
+json WaitForState(const std::string& state)
+{
+    return {{"wait", {{"page", "#status[data-state=" + state + "]"}}}};
+}
+
+TEST_F(PanelJourney, ThePageTellsHowItsRequestsGoOneAfterTheOther)
+{
+    PlayToTheEnd(Join(ClickOnItem("slot nut", "#insert"), {WaitForState("waiting"),
+                                                           {{"wait", {{"page", "#insert:disabled"}}}},
+                                                           {{"select", "FRAME"}},
+                                                           WaitForState("done"),
+                                                           {{"wait", {{"page", "#folder:not(:empty)"}}}},
+                                                           {{"answer", {{"dialog", "OverwriteNotify"}, {"button", 3}}}},
+                                                           {{"page", {{"click", "#close"}}}},
+                                                           {{"page", {{"click", "#download"}}}},
+                                                           WaitForState("done"),
+                                                           {{"wait", {{"page", "#files:not(:empty)"}}}},
+                                                           {{"wait", {{"page", "#insert:enabled"}}}}}));
+}
+
+TEST_F(PanelJourney, ThePageTellsThatTheUserHasCancelledItsRequest)
+{
+    PutNutIntoFrame();
+    PlayToTheEnd({{{"answer", {{"dialog", "OverwriteNotify"}, {"button", 4}}}}, // its file stands there: another folder
+                  {{"page", "${BASE}/categories?connect&lockedapp=true#/items/slot-nut-m6"}},
+                  {{"wait", "message"}},
+                  {{"wait", {{"page", "#download:enabled"}}}},
+                  {{"page", {{"click", "#download"}}}},
+                  WaitForState("waiting"),
+                  {{"push", {{"dialog", "ZALVelmartDownloadLocationDlg"}, {"control", "CLOSE"}}}},
+                  WaitForState("cancelled"),
+                  // The same way again.
+                  {{"answer", {{"dialog", "OverwriteNotify"}, {"button", 4}}}},
+                  {{"page", {{"click", "#retry"}}}},
+                  WaitForState("waiting"),
+                  {{"push", {{"dialog", "ZALVelmartDownloadLocationDlg"}, {"control", "CANCEL"}}}},
+                  WaitForState("cancelled")});
+}
+
+TEST_F(PanelJourney, ThePageTellsWhyItsRequestHasFailed)
+{
+    const std::filesystem::path items = Folder() / "items";
+    std::filesystem::copy(ItemsDir(), items, std::filesystem::copy_options::recursive);
+    std::filesystem::remove(items / "files" / "slot-nut-m6.zip");
+    catalogue::CatalogueService service(items);
+    service.Start();
+    PlayToTheEnd(Join(ClickOnItem("slot nut", "#open"), {WaitForState("failed"),
+                                                         {{"wait", {{"page", "#retry:enabled"}}}},
+                                                         {{"wait", {{"page", "#insert:enabled"}}}}}),
+                 service.GetAddress());
 }
 
 TEST_F(PanelJourney, APageThatIsNotTheCataloguesIsToldToTheModuleAndSendsNothing)

@@ -132,6 +132,37 @@ TEST_F(Written, IndexListsEveryItemWithVolumeAndBoxOfAllItsInstances)
     EXPECT_EQ((Json{-20.0, 0.0, 0.0}), index[2]["boundingBox"]["lowest"]);
     EXPECT_EQ((Json{10.0, 110.0, 5.0}), index[2]["boundingBox"]["highest"]);
     EXPECT_EQ((Json{"PART.ZALPart", "PAIR.ZALProduct"}), index[2]["documents"]);
+    EXPECT_EQ(Json::array(), index[0]["parts"]);
+    EXPECT_EQ((Json{{{"name", "A part"}, {"count", 2}, {"id", "raw"}}}), index[2]["parts"]);
+}
+
+TEST(ItemWriter, PartsOfAProductThatIsNoItemCountForTheWhole)
+{
+    Catalogue catalogue = Small();
+    openhost::CadDocument pin = catalogue.documents.at("PART.ZALPart");
+    pin.nomenclature = "Pin";
+    openhost::CadDocument inner = catalogue.documents.at("PAIR.ZALProduct");
+    inner.links = {"PART.ZALPart", "PIN.ZALPart"};
+    inner.children.push_back({"PIN.1", 1, openhost::IdentityPlacement});
+    openhost::CadDocument whole = catalogue.documents.at("PAIR.ZALProduct");
+    whole.links = {"INNER.ZALProduct", "PAIR.ZALProduct"};
+    whole.children = {{"INNER.1", 0, openhost::IdentityPlacement},
+                      {"INNER.2", 0, openhost::IdentityPlacement},
+                      {"PAIR.1", 1, openhost::IdentityPlacement}};
+    catalogue.documents["PIN.ZALPart"] = pin;
+    catalogue.documents["INNER.ZALProduct"] = inner;
+    catalogue.documents["WHOLE.ZALProduct"] = whole;
+    Item item = catalogue.items.back();
+    item.id = "whole";
+    item.root = "WHOLE.ZALProduct";
+    catalogue.items.push_back(item);
+
+    const openhost::TemporaryFolder folder;
+    WriteCatalogue(catalogue, folder.Path());
+    EXPECT_EQ((Json{{{"name", "A part"}, {"count", 4}, {"id", "raw"}},
+                    {{"name", "Pin"}, {"count", 2}},
+                    {{"name", "Two \"parts\""}, {"count", 1}, {"id", "pair"}}}),
+              Json::parse(ReadWhole(folder.Path() / "index.json")).back()["parts"]);
 }
 
 TEST_F(Written, EachItemHasItsPictureAndTheIndexNamesIt)

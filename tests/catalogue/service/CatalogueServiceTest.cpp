@@ -127,6 +127,19 @@ TEST_F(CatalogueServiceTest, ThePictureOfAnItemIsAnImage)
         EXPECT_EQ(404, GetCode(path)) << path;
 }
 
+TEST_F(CatalogueServiceTest, TheShapeOfAnItemIsItsLightRepresentation)
+{
+    std::filesystem::create_directories(root_ / "shapes");
+    WriteFile("shapes/bolt.lvr", "shape of a bolt");
+    WriteFile("secret.lvr", "secret");
+    const httplib::Response reply = Fetch("/items/bolt/shape");
+    EXPECT_EQ(200, reply.status);
+    EXPECT_EQ("application/octet-stream", reply.get_header_value("Content-Type"));
+    EXPECT_EQ("shape of a bolt", reply.body);
+    for (const char* path : {"/items/nut/shape", "/items/..%2fsecret/shape", "/items/../shape", "/items/bolt/shape/"})
+        EXPECT_EQ(404, GetCode(path)) << path;
+}
+
 TEST_F(CatalogueServiceTest, ThePathInAFileUrlIsEncoded)
 {
     const std::filesystem::path folder = root_ / "ä 100%";

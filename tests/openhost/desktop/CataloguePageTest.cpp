@@ -12,7 +12,12 @@
 #include <QWidget>
 
 #include <atomic>
+#include <cmath>
+#include <functional>
 #include <future>
+#include <limits>
+#include <regex>
+#include <set>
 
 using nlohmann::json;
 using ::testing::ElementsAre;
@@ -105,6 +110,24 @@ protected:
     {
         Connect();
         return UntilShown("#insert:enabled");
+    }
+
+    /// Presses `button` and tells the page that the host has begun.
+    bool BeginRequest(const std::string& button)
+    {
+        const std::size_t before = Sent().size();
+        User().Click("#" + button);
+        if (!UntilSent(before + 1))
+            return false;
+        Tell(button, R"("state":"started")");
+        return UntilShown("#status[data-state=working]");
+    }
+
+    /// Tells the page of its last request, as the host does.
+    void Tell(const std::string& button, const std::string& state, const std::string& id = "bolt-m8")
+    {
+        page_->DispatchEvent(reports_.documents.back(), "velmart:progress",
+                             R"({"event":"velmart_)" + button + R"(","id":")" + id + "\"," + state + "}");
     }
 
     /// The text that a reader sees in the first element that `selector` finds.
@@ -212,7 +235,7 @@ TEST_F(CataloguePage, TextsOfTheServiceAreNeverMarkup)
     EXPECT_EQ("<u>d</u>", TextOf("th"));
     EXPECT_EQ("/files/javascript%3Aalert(1)", Ask("document.querySelector('#file').getAttribute('href')"));
     EXPECT_EQ("0", Ask("document.querySelectorAll('main b, main i, main u, main script').length"));
-    EXPECT_EQ("Velmart catalogue", Ask("document.title"));
+    EXPECT_EQ("<script>document.title='bad'</script> – Velmart catalogue", Ask("document.title"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -225,7 +248,7 @@ TEST_F(CataloguePage, AnItemHasItsPictureAndATableOfItsDimensions)
     });
     ASSERT_TRUE(OpenBolt());
     EXPECT_EQ("Bolt M8x40", TextOf("h2"));
-    EXPECT_EQ("d\t8\nl\t40.25\nOverall size\t15 × 13 × 45\nVolume\t2.77 cm³", TextOf("tbody"));
+    EXPECT_EQ("Diameter d\t8\nLength l\t40.25\nOverall size\t15 × 13 × 45\nVolume\t2.77 cm³", TextOf("tbody"));
     EXPECT_EQ(
         "Picture of Bolt M8x40/items/bolt-m8/picture",
         Ask("document.querySelector('figure img').alt + document.querySelector('figure img').getAttribute('src')"));
@@ -273,7 +296,7 @@ TEST_F(CataloguePage, ConnectingAnnouncesUploadAndTemplatesAndSwitchesTheButtons
                       {"preferredSaveMethod", "save as"}}}}),
               Sent()[0]);
     ASSERT_TRUE(UntilShown("#insert:enabled"));
-    EXPECT_EQ("Connected to the application", TextOf("#connection"));
+    EXPECT_EQ("Connected", TextOf("#connection"));
     EXPECT_FALSE(User().Shows("#unconnected"));
     EXPECT_FALSE(User().Shows("#file"));
 }
@@ -286,9 +309,9 @@ TEST_F(CataloguePage, EachButtonSendsTheItemAsTheServiceDescribesIt)
         User().Click("#" + name);
         ASSERT_TRUE(UntilSent(before + 1));
         EXPECT_EQ(json({{"event", "velmart_" + name}, {"content", json::parse(Bolt)}}), Sent().back());
-        ASSERT_TRUE(UntilShown("#status[data-state=done]"));
+        ASSERT_TRUE(UntilShown("#status[data-state=sent]"));
     }
-    EXPECT_THAT(TextOf("#status"), HasSubstr("downloads the item"));
+    EXPECT_THAT(TextOf("#status"), HasSubstr("downloads Bolt M8x40"));
 }
 
 TEST_F(CataloguePage, AllCanBeDoneWithTheKeyboard)
@@ -310,11 +333,11 @@ TEST_F(CataloguePage, AllCanBeDoneWithTheKeyboard)
     User().Press("Space");
     ASSERT_TRUE(UntilSent(2));
     EXPECT_EQ("velmart_insert", SentEvents().back());
-    ASSERT_TRUE(UntilShown("#status[data-state=done]"));
+    ASSERT_TRUE(UntilShown("#status[data-state=sent]"));
     EXPECT_EQ("insert", Ask("document.activeElement.id"));
 }
 
-TEST_F(CataloguePage, WhileTheServiceIsSlowASecondPressCountsForNothing)
+TEST_F(CataloguePage, WhileTheServiceIsSlowTheButtonsAreOff)
 {
     Gate gate;
     const auto asked = std::make_shared<std::atomic<int>>(0);
@@ -330,11 +353,11 @@ TEST_F(CataloguePage, WhileTheServiceIsSlowASecondPressCountsForNothing)
     ASSERT_TRUE(ConnectBolt());
     User().Click("#download");
     ASSERT_TRUE(UntilShown("#status[data-state=working]"));
-    EXPECT_THAT(TextOf("#status"), HasSubstr("Downloading"));
-    User().Click("#download");
+    EXPECT_EQ("Bolt M8x40: the description is fetched…", TextOf("#status"));
+    EXPECT_EQ("4", Ask("document.querySelectorAll('.actions button:disabled').length"));
     EXPECT_THAT(SentEvents(), ElementsAre("velmart_ready"));
     gate.Open();
-    ASSERT_TRUE(UntilShown("#status[data-state=done]"));
+    ASSERT_TRUE(UntilShown("#status[data-state=sent]"));
     EXPECT_THAT(SentEvents(), ElementsAre("velmart_ready", "velmart_download"));
     EXPECT_EQ(1, *asked);
 }
@@ -360,7 +383,7 @@ TEST_F(CataloguePage, NonsenseFromTheServiceFailsTheActionAndReachesNobody)
         EXPECT_THAT(TextOf("#status"), HasSubstr(number == 4 ? "the error 500" : "cannot be read"));
     }
     User().Click("#insert");
-    ASSERT_TRUE(UntilShown("#status[data-state=done]"));
+    ASSERT_TRUE(UntilShown("#status[data-state=sent]"));
     EXPECT_THAT(SentEvents(), ElementsAre("velmart_ready", "velmart_insert"));
 }
 
@@ -370,7 +393,7 @@ TEST_F(CataloguePage, AServiceThatGoesDownIsSaid)
     server_.Stop();
     User().Click("#insert");
     ASSERT_TRUE(UntilShown("#status[data-state=failed]"));
-    EXPECT_EQ("Failed. The catalogue does not answer.", TextOf("#status"));
+    EXPECT_EQ("Bolt M8x40 was not inserted. The catalogue does not answer.", TextOf("#status"));
     EXPECT_THAT(SentEvents(), ElementsAre("velmart_ready"));
 }
 
@@ -421,7 +444,7 @@ TEST_F(CataloguePage, TheHandlersMayRunTwice)
     ASSERT_TRUE(UntilSent(2));
     ASSERT_TRUE(UntilShown("#insert:enabled"));
     User().Click("#insert");
-    ASSERT_TRUE(UntilShown("#status[data-state=done]"));
+    ASSERT_TRUE(UntilShown("#status[data-state=sent]"));
     EXPECT_THAT(SentEvents(), ElementsAre("velmart_ready", "velmart_ready", "velmart_insert"));
     Load(server_.Url("/"));
     ASSERT_TRUE(UntilSent(4));
@@ -437,6 +460,112 @@ TEST_F(CataloguePage, AChooserOfDocumentsHasNoProductToInsertInto)
     EXPECT_TRUE(User().Shows("#download"));
     EXPECT_FALSE(User().Shows("#insert"));
     EXPECT_FALSE(User().Shows("#replace"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// What becomes of a request
+
+TEST_F(CataloguePage, WhileARequestRunsTheButtonsAreOffAndItsProgressIsShown)
+{
+    ASSERT_TRUE(OpenBolt() && ConnectBolt());
+    ASSERT_TRUE(BeginRequest("download"));
+    EXPECT_EQ("4", Ask("document.querySelectorAll('.actions button:disabled').length"));
+    Tell("download", R"("state":"running","share":null)");
+    ASSERT_TRUE(UntilShown("#share:indeterminate"));
+    Tell("download", R"("state":"running","share":0.25)");
+    ASSERT_TRUE(UntilShown("#share:not(:indeterminate)"));
+    EXPECT_EQ("0.25", Ask("document.querySelector('#share').value"));
+    EXPECT_EQ("Bolt M8x40 is downloaded…", TextOf("#status"));
+    EXPECT_FALSE(User().Shows("#close"));
+    // Another item is shown meanwhile.
+    User().Click(".back");
+    ASSERT_TRUE(UntilShown(".items"));
+    User().Click(".items li:nth-child(2) a");
+    ASSERT_TRUE(UntilShown("table"));
+    EXPECT_EQ("4", Ask("document.querySelectorAll('.actions button:disabled').length"));
+    EXPECT_TRUE(User().Shows("#share"));
+
+    Tell("download", R"("state":"done","files":["a.ZALPart","b.ZALPart"],"count":5,"folder":"~/parts")");
+    ASSERT_TRUE(UntilShown("#status[data-state=done]"));
+    EXPECT_EQ("Bolt M8x40 is downloaded.", TextOf("#status"));
+    EXPECT_EQ("Folder: ~/parts", TextOf("#folder"));
+    EXPECT_EQ("Files: a.ZALPart, b.ZALPart, and 3 more", TextOf("#files"));
+    EXPECT_TRUE(User().Shows("#insert:enabled"));
+    EXPECT_FALSE(User().Shows("#share"));
+    User().Click("#close");
+    EXPECT_FALSE(User().Shows("#work"));
+}
+
+TEST_F(CataloguePage, TheNextStepIsNamed)
+{
+    ASSERT_TRUE(OpenBolt() && ConnectBolt());
+    struct Row {
+        const char* button;
+        const char* prompt;
+        const char* text;
+    };
+    for (const Row& row : {Row{"insert", "p", "Pick the product in the application that Bolt M8x40 goes into."},
+                           Row{"replace", "p", "Pick the component in the product that Bolt M8x40 replaces."},
+                           Row{"open", "", "Choose the folder for Bolt M8x40 in the window of the application."},
+                           Row{"insert", "", "Choose the folder for Bolt M8x40 in the window of the application."}}) {
+        ASSERT_TRUE(BeginRequest(row.button)) << row.text;
+        Tell(row.button, R"("state":"waiting","prompt":")" + std::string(row.prompt) + "\"");
+        ASSERT_TRUE(UntilShown("#status[data-state=waiting]")) << row.text;
+        EXPECT_EQ(row.text, TextOf("#status"));
+        Tell(row.button, R"("state":"done","files":[],"count":0)");
+        ASSERT_TRUE(UntilShown("#status[data-state=done]")) << row.text;
+        EXPECT_FALSE(User().Shows("#folder, #files")) << row.text;
+    }
+    EXPECT_EQ("Bolt M8x40 is inserted. Save the product to keep it.", TextOf("#status"));
+}
+
+TEST_F(CataloguePage, AFailureHasItsReasonAndCanBeTriedAgain)
+{
+    ASSERT_TRUE(OpenBolt() && ConnectBolt());
+    ASSERT_TRUE(BeginRequest("open"));
+    Tell("open", R"("state":"failed","reason":"<b>It has failed.</b>","cause":"HTTP 404")");
+    ASSERT_TRUE(UntilShown("#status[data-state=failed]"));
+    EXPECT_EQ("Bolt M8x40 was not opened. <b>It has failed.</b> (HTTP 404)", TextOf("#status"));
+    const std::size_t before = Sent().size();
+    User().Click("#retry");
+    ASSERT_TRUE(UntilSent(before + 1));
+    EXPECT_EQ("velmart_open", SentEvents().back());
+    EXPECT_FALSE(User().Shows("#retry"));
+    Tell("open", R"("state":"failed","reason":"")");
+    ASSERT_TRUE(UntilShown("#retry"));
+    EXPECT_EQ("Bolt M8x40 was not opened. The application does not say why.", TextOf("#status"));
+}
+
+TEST_F(CataloguePage, ACancelledRequestGivesTheFocusBackToItsButton)
+{
+    ASSERT_TRUE(OpenBolt() && ConnectBolt());
+    ASSERT_TRUE(BeginRequest("replace"));
+    EXPECT_EQ("work", Ask("document.activeElement.id"));
+    Tell("replace", R"("state":"cancelled")");
+    ASSERT_TRUE(UntilShown("#status[data-state=cancelled]"));
+    EXPECT_EQ("Cancelled: Bolt M8x40.", TextOf("#status"));
+    EXPECT_EQ("replace", Ask("document.activeElement.id"));
+    EXPECT_TRUE(User().Shows("#retry"));
+}
+
+TEST_F(CataloguePage, WhatIsToldOfOtherRequestsChangesNothing)
+{
+    ASSERT_TRUE(OpenBolt() && ConnectBolt());
+    Tell("open", R"("state":"done","files":[],"count":0)");
+    EXPECT_EQ("here", Ask("'here'"));
+    EXPECT_FALSE(User().Shows("#work"));
+    ASSERT_TRUE(BeginRequest("open"));
+    Tell("insert", R"("state":"cancelled")");
+    Tell("open", R"("state":"cancelled")", "nut-m8");
+    Tell("open", R"("state":"nonsense")");
+    for (const char* detail : {"", "null", "[]", "7", R"({"state":"cancelled"})"})
+        page_->DispatchEvent(reports_.documents.back(), "velmart:progress", detail);
+    EXPECT_EQ("here", Ask("'here'"));
+    EXPECT_EQ("Bolt M8x40: handed to the application…", TextOf("#status"));
+    Tell("open", R"("state":"done","files":{"0":"x"},"count":"many","folder":["x"],"note":7)");
+    ASSERT_TRUE(UntilShown("#status[data-state=done]"));
+    EXPECT_FALSE(User().Shows("#folder, #files"));
+    EXPECT_EQ("Bolt M8x40 is open.", TextOf("#status"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -614,15 +743,246 @@ TEST_F(CataloguePage, OtherMessagesToThePageChangeNothing)
     EXPECT_FALSE(User().Shows("[role=alert], ol"));
 }
 
+TEST_F(CataloguePage, ResultsThatAreHardlyAlikeAreKeptApart)
+{
+    AnswerSearch(R"([{"id": "nut-m8", "title": "Nut M8", "score": 0.6}, {"id": "nut-m6", "score": 0.5999},
+                     {"id": "bolt-m8", "score": 0}])");
+    ASSERT_TRUE(OpenItems("/categories?extq=x", "ol.items"));
+    EXPECT_EQ("1 item, closest first", TextOf(".count"));
+    EXPECT_EQ("2 other items are less alike", TextOf("summary"));
+    EXPECT_FALSE(User().Shows("#others[open]"));
+    User().Click("summary");
+    ASSERT_TRUE(UntilShown("#others[open] li:nth-child(2)"));
+    EXPECT_EQ("Rank 3", TextOf("#others li:nth-child(2) .detail"));
+}
+
+TEST_F(CataloguePage, AnItemHasItsPartsAndWhatIsSimilarToIt)
+{
+    AnswerSearch(R"([{"id": "joint", "score": 1}, {"id": "nut-m8", "title": "Nut M8", "score": 0.9},
+                     {"id": "bolt-m8", "score": 0.3}])");
+    Answer("/items", R"([{"id": "joint", "title": "Joint", "category": "Assemblies", "shape": "q&=",
+        "parts": [{"id": "nut-m8", "name": "Nut", "count": 2}, {"name": "<b>Pin</b>", "count": 12},
+                  {"id": "gone", "name": "Gone", "count": 1}, {"name": "x", "count": 0}, {"count": 1}, 7]},
+        {"id": "nut-m8", "title": "Nut M8", "category": "Nuts"}])");
+    OpenPage("/categories#/items/joint");
+    ASSERT_TRUE(UntilShown(".similar li"));
+    EXPECT_EQ("q&=", searched_.get_future().get());
+    EXPECT_EQ("Parts\n2 ×\nNut M8\n12 ×\n<b>Pin</b>\n1 ×\nGone", TextOf(".parts"));
+    EXPECT_EQ("1", Ask("document.querySelectorAll('.similar li').length"));
+    EXPECT_EQ("90 %\nalike", TextOf(".similar .score"));
+    User().Click(".parts a");
+    ASSERT_TRUE(UntilShown("h2"));
+    EXPECT_EQ("Nut M8", TextOf("h2"));
+    EXPECT_FALSE(User().Shows(".parts, .similar"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// The view of a shape
+
+/// One triangle, before `change`.
+std::string ShapeBytes(const std::function<void(std::string&)>& change = [](std::string&) {})
+{
+    std::string bytes = "ZLVR";
+    const auto add = [&bytes](auto... values) {
+        const auto one = [&bytes](auto value) { bytes.append(reinterpret_cast<const char*>(&value), sizeof(value)); };
+        (one(values), ...);
+    };
+    add(1U, 1U, 3U, 1U);
+    add(0.0F, 0.0F, 0.0F, 10.0F, 10.0F, 0.0F);
+    add(0.0F, 0.0F, 0.0F, 10.0F, 0.0F, 0.0F, 0.0F, 10.0F, 0.0F);
+    add(0.0F, 0.0F, 1.0F, 0.0F, 0.0F, 1.0F, 0.0F, 0.0F, 1.0F);
+    add(0U, 1U, 2U);
+    change(bytes);
+    return bytes;
+}
+
+void Put(std::string& bytes, std::size_t place, auto value)
+{
+    bytes.replace(place, sizeof(value), reinterpret_cast<const char*>(&value), sizeof(value));
+}
+
+TEST_F(CataloguePage, TheShapeOfAnItemIsTurnedAndZoomedWithKeys)
+{
+    server_.Routes().Get("/items/bolt-m8/shape", [](const httplib::Request&, httplib::Response& response) {
+        response.set_content(ShapeBytes(), "application/octet-stream");
+    });
+    ASSERT_TRUE(OpenItems("/categories#/items/bolt-m8", "#view[data-view='-35,25,1.00']"));
+    EXPECT_FALSE(User().Shows("figure img"));
+    EXPECT_EQ("3D view of Bolt M8x40", Ask("document.querySelector('#view').getAttribute('aria-label')"));
+    User().Click("#view");
+    User().Press("Left");
+    ASSERT_TRUE(UntilShown("#view[data-view='-25,25,1.00']"));
+    User().Press("Up");
+    ASSERT_TRUE(UntilShown("#view[data-view='-25,15,1.00']"));
+    User().Press("+");
+    EXPECT_TRUE(UntilShown("#view[data-view='-25,15,1.20']"));
+    for (int i = 0; i < 12; ++i)
+        User().Press("Down");
+    EXPECT_TRUE(UntilShown("#view[data-view='-25,90,1.20']"));
+}
+
+TEST_F(CataloguePage, TheShapeOfAnItemFollowsThePointerAndTheWheel)
+{
+    server_.Routes().Get("/items/bolt-m8/shape", [](const httplib::Request&, httplib::Response& response) {
+        response.set_content(ShapeBytes(), "application/octet-stream");
+    });
+    ASSERT_TRUE(OpenItems("/categories#/items/bolt-m8", "#view[data-view='-35,25,1.00']"));
+    ASSERT_TRUE(page_->ExecuteScript(R"(
+        const view = document.querySelector("#view");
+        view.dispatchEvent(new PointerEvent("pointermove", {buttons: 0, movementX: 100, movementY: 100}));
+        view.dispatchEvent(new PointerEvent("pointermove", {buttons: 1, movementX: 20, movementY: 10}));
+        view.dispatchEvent(new WheelEvent("wheel", {deltaY: -200, cancelable: true}));
+    )"));
+    EXPECT_TRUE(UntilShown("#view[data-view='-45,30,1.65']"));
+    EXPECT_EQ("true false", Ask(R"((() => {
+        const view = document.querySelector("#view");
+        const wheel = () => !view.dispatchEvent(new WheelEvent("wheel", {deltaY: -9999, cancelable: true}));
+        const first = wheel();
+        for (let i = 0; i < 20; ++i)
+            wheel();
+        return `${first} ${wheel()}`;
+    })())"));
+}
+
+TEST_F(CataloguePage, WhatIsNoShapeIsRefusedAsAWhole)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const std::vector<std::pair<const char*, std::string>> rows = {
+        {"empty", ""},
+        {"mark", ShapeBytes([](std::string& bytes) { bytes[3] = 'r'; })},
+        {"version", ShapeBytes([](std::string& bytes) { Put(bytes, 4, 2U); })},
+        {"unit", ShapeBytes([](std::string& bytes) { Put(bytes, 8, 2U); })},
+        {"no vertices", ShapeBytes([](std::string& bytes) { Put(bytes, 12, 0U); })},
+        {"vertices", ShapeBytes([](std::string& bytes) { Put(bytes, 12, 0xFFFFFFFFU); })},
+        {"triangles", ShapeBytes([](std::string& bytes) { Put(bytes, 16, 0x7FFFFFFFU); })},
+        {"too short", ShapeBytes([](std::string& bytes) { bytes.pop_back(); })},
+        {"too long", ShapeBytes([](std::string& bytes) { bytes += '\0'; })},
+        {"box", ShapeBytes([](std::string& bytes) { Put(bytes, 32, 11.0F); })},
+        {"box that is none", ShapeBytes([nan](std::string& bytes) { Put(bytes, 20, nan); })},
+        {"position", ShapeBytes([nan](std::string& bytes) { Put(bytes, 44, nan); })},
+        {"far position", ShapeBytes([](std::string& bytes) {
+             Put(bytes, 32, 2e9F);
+             Put(bytes, 56, 2e9F);
+         })},
+        {"normal", ShapeBytes([](std::string& bytes) { Put(bytes, 80, 0.5F); })},
+        {"corner", ShapeBytes([](std::string& bytes) { Put(bytes, bytes.size() - 4, 3U); })},
+    };
+    server_.Routes().Get("/items/bolt-m8/shape", [](const httplib::Request&, httplib::Response& response) {
+        response.set_content(ShapeBytes(), "application/octet-stream");
+    });
+    for (std::size_t row = 0; row < rows.size(); ++row)
+        server_.Routes().Get("/shapes/" + std::to_string(row),
+                             [bytes = rows[row].second](const httplib::Request&, httplib::Response& response) {
+                                 response.set_content(bytes, "application/octet-stream");
+                             });
+    server_.AddPage("/reads", R"(<!DOCTYPE html><p>reads</p><script type=module>
+import {parseShape} from "/page/lvr.js";
+const read = async (path) => parseShape(await (await fetch(path)).arrayBuffer()) !== null;
+const seen = [await read("/items/bolt-m8/shape")];
+for (let row = 0; row < 15; ++row)
+    seen.push(await read(`/shapes/${row}`));
+document.querySelector("p").textContent = seen.map((good, row) => good ? row : "").join();
+document.body.dataset.done = "";
+</script>)");
+    ASSERT_EQ(15U, rows.size());
+    server_.Start();
+    Load(server_.Url("/reads"));
+    ASSERT_TRUE(UntilShown("[data-done]"));
+    EXPECT_EQ("0,,,,,,,,,,,,,,,", TextOf("p")) << "the first is a shape, and none of the others";
+}
+
+TEST_F(CataloguePage, AnItemWithoutAShapeKeepsItsPicture)
+{
+    server_.Routes().Get("/items/bolt-m8/shape", [](const httplib::Request&, httplib::Response& response) {
+        response.set_content("ZLVR", "application/octet-stream");
+    });
+    ASSERT_TRUE(OpenBolt());
+    EXPECT_EQ("asked", Ask("'asked'"));
+    EXPECT_TRUE(User().Shows("figure img"));
+    EXPECT_FALSE(User().Shows("#view"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// The way back
+
+TEST_F(CataloguePage, TheWayBackLeadsToThePlaceInTheList)
+{
+    for (QWidget* window : QApplication::topLevelWidgets())
+        window->resize(420, 240);
+    ASSERT_TRUE(OpenList());
+    User().Click(".items li:nth-child(3) a");
+    ASSERT_TRUE(UntilShown("table"));
+    EXPECT_EQ("0", Ask("scrollY"));
+    User().Click(".back");
+    ASSERT_TRUE(UntilShown(".items li:nth-child(3)"));
+    EXPECT_EQ("#/items/nut-m6", Ask("document.activeElement.getAttribute('href')"));
+    const std::string place = Ask("Math.round(scrollY)");
+    EXPECT_NE("0", place);
+    User().Press("Return");
+    ASSERT_TRUE(UntilShown("table"));
+    ASSERT_TRUE(page_->ExecuteScript("history.back();"));
+    ASSERT_TRUE(UntilShown(".items li:nth-child(3)"));
+    EXPECT_EQ(place, Ask("Math.round(scrollY)"));
+    // A list that was chosen anew begins at its head.
+    User().Click("#categories li:nth-child(2) a");
+    ASSERT_TRUE(UntilShown("#categories li:nth-child(2) [aria-current=page]"));
+    EXPECT_EQ("0 H2", Ask("scrollY + ' ' + document.activeElement.tagName"));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Languages
+
+TEST_F(CataloguePage, ThePageSpeaksGermanWhenAskedTo)
+{
+    Answer("/items", R"([{"id": "w", "title": "Washer ISO 7089 M6", "category": "Washers", "description":
+        "Plain, without chamfer", "dimensions": {"d1": 6.4, "d2": 12}, "volume": 1234.5}])");
+    OpenPage("/categories?connect&lang=de-AT#/items/w");
+    ASSERT_TRUE(UntilShown("table"));
+    EXPECT_EQ("de", Ask("document.documentElement.lang"));
+    EXPECT_EQ("Scheibe ISO 7089 M6", TextOf("h2"));
+    EXPECT_EQ("Flach, ohne Fase", TextOf(".description"));
+    EXPECT_EQ("Innendurchmesser d1\t6,4\nAußendurchmesser d2\t12\nVolumen\t1,23 cm³", TextOf("tbody"));
+    EXPECT_EQ("Alle\nScheiben", TextOf("#categories"));
+    EXPECT_EQ("Nicht verbunden", TextOf("#connection"));
+    EXPECT_EQ("Kategorien Nach Namen oder Größe suchen",
+              Ask("document.querySelector('nav').getAttribute('aria-label') + ' ' + "
+                  "document.querySelector('#query').placeholder"));
+    User().Enter("#query", "scheibe");
+    ASSERT_TRUE(UntilShown(".items li:only-child"));
+    EXPECT_EQ("1 Artikel", TextOf(".count"));
+}
+
+TEST_F(CataloguePage, ALanguageThatIsNotThereIsEnglish)
+{
+    ASSERT_TRUE(OpenItems("/categories?lang=toString", ".items"));
+    EXPECT_EQ("en All items", Ask("document.documentElement.lang + ' ' + document.querySelector('h2').textContent"));
+}
+
+TEST_F(CataloguePage, EachLanguageHasTheSameTexts)
+{
+    const auto keys = [](const std::string& name) {
+        const std::string text = ReadSource("catalogue/page/" + name);
+        const std::regex pattern("\n( {4}| {8}\"?)(\\w[\\w ]*)\"?: ");
+        std::set<std::string> found;
+        for (std::sregex_iterator key(text.begin(), text.end(), pattern), end; key != end; ++key)
+            if ((*key)[1].length() == 4)
+                found.insert((*key)[2]);
+        return found;
+    };
+    EXPECT_EQ(keys("texts-en.js"), keys("texts-de.js"));
+    EXPECT_LT(50U, keys("texts-en.js").size());
+}
+
 // ---------------------------------------------------------------------------------------------
 // The form
 
 TEST_F(CataloguePage, LandmarksLabelsAndLiveRegionsAreThere)
 {
     ASSERT_TRUE(OpenBolt());
-    for (const char* selector : {"html[lang=en]", "header h1", "form[role=search] label[for=query]", "nav[aria-label]",
-                                 "main", "#connection[role=status]", "#status[role=status]", "table caption",
-                                 "th[scope=row]", ".actions[role=group][aria-label]", "#announcer[role=status]"})
+    for (const char* selector :
+         {"html[lang=en]", "header h1", "#share[aria-label]", "#work[aria-label]", "form[role=search] label[for=query]",
+          "nav[aria-label]", "main", "#connection[role=status]", "#status[role=status]", "table caption",
+          "th[scope=row]", ".actions[role=group][aria-label]", "#announcer[role=status]"})
         EXPECT_EQ("true", Ask("document.querySelector(" + json(selector).dump() + ") !== null")) << selector;
 }
 
@@ -630,8 +990,61 @@ TEST_F(CataloguePage, ANarrowPanelIsWideEnough)
 {
     for (QWidget* window : QApplication::topLevelWidgets())
         window->resize(320, 600);
-    ASSERT_TRUE(OpenBolt());
-    EXPECT_EQ("320 true", Ask("innerWidth + ' ' + (document.documentElement.scrollWidth <= innerWidth)"));
+    const auto widths = [this] {
+        return Ask("innerWidth + ' ' + (document.documentElement.scrollWidth <= innerWidth)");
+    };
+    ASSERT_TRUE(OpenItems("/categories?lang=de#/items/bolt-m8", "table"));
+    EXPECT_EQ("320 true", widths());
+    ASSERT_TRUE(ConnectBolt());
+    ASSERT_TRUE(BeginRequest("insert"));
+    Tell("insert", R"("state":"failed","reason":"reasonreasonreasonreasonreasonreasonreasonreasonreason")");
+    ASSERT_TRUE(UntilShown("#retry"));
+    EXPECT_EQ("320 true", widths());
+}
+
+/// The colours of the style sheet by their names: light ones at first, dark ones after them.
+std::vector<std::map<std::string, std::string>> ReadColors()
+{
+    const std::string text = ReadSource("catalogue/page/catalogue.css");
+    std::vector<std::map<std::string, std::string>> schemes;
+    for (std::size_t place = 0; (place = text.find(":root {", place)) != std::string::npos; ++place) {
+        const std::string block = text.substr(place, text.find('}', place) - place);
+        std::map<std::string, std::string> colors = schemes.empty() ? decltype(colors)() : schemes.front();
+        const std::regex pattern("--([\\w-]+): #([0-9a-f]{6})");
+        for (std::sregex_iterator color(block.begin(), block.end(), pattern), end; color != end; ++color)
+            colors[(*color)[1]] = (*color)[2];
+        schemes.push_back(colors);
+    }
+    return schemes;
+}
+
+/// As the guidelines for accessible pages define it.
+double Luminance(const std::string& color)
+{
+    double luminance = 0;
+    const double weights[] = {0.2126, 0.7152, 0.0722};
+    for (std::size_t part = 0; part < 3; ++part) {
+        const double value = std::stoi(color.substr(2 * part, 2), nullptr, 16) / 255.0;
+        luminance += weights[part] * (value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4));
+    }
+    return luminance;
+}
+
+TEST(CatalogueColors, HaveContrastInBothSchemes)
+{
+    const auto schemes = ReadColors();
+    ASSERT_EQ(2U, schemes.size());
+    const std::pair<const char*, const char*> pairs[] = {
+        {"text", "ground"},     {"text", "surface"},     {"text", "raised"},  {"text", "accent-soft"},
+        {"quiet", "ground"},    {"quiet", "surface"},    {"quiet", "raised"}, {"accent", "ground"},
+        {"good", "surface"},    {"on-accent", "accent"}, {"bad", "bad-soft"}, {"accent", "surface"},
+        {"good", "accent-soft"}};
+    for (const auto& colors : schemes)
+        for (const auto& [text, ground] : pairs) {
+            const double one = Luminance(colors.at(text));
+            const double other = Luminance(colors.at(ground));
+            EXPECT_LE(4.5, (std::max(one, other) + 0.05) / (std::min(one, other) + 0.05)) << text << " on " << ground;
+        }
 }
 
 TEST_F(CataloguePage, ThePolicyOfTheServiceLetsItWork)
@@ -648,6 +1061,8 @@ TEST_F(CataloguePage, ThePolicyOfTheServiceLetsItWork)
     ASSERT_TRUE(UntilSent(2));
     EXPECT_EQ("velmart_insert", Sent()[1]["event"]);
     EXPECT_EQ(service.GetAddress() + "/files/hexagon-bolt-m8x40.zip", Sent()[1]["content"]["downloadUrl"]);
+    EXPECT_TRUE(UntilShown("#view[data-view]"));
+    EXPECT_TRUE(UntilShown(".similar li:nth-child(2)"));
 }
 
 } // namespace
