@@ -54,6 +54,10 @@ QtDesktop::QtDesktop()
     // Chromium draws by itself: a machine without a graphics card shows the same page, and nothing warns about it.
     Default("QTWEBENGINE_CHROMIUM_FLAGS", "--disable-gpu --disable-dev-shm-usage");
 
+    // So does Qt: a browser drawn by OpenGL would have the surface of its window made anew, which the 3D view does not
+    // survive.
+    Default("QT_QUICK_BACKEND", "software");
+
     // Qt tells how the browser was started and what it misses in the environment. QT_LOGGING_RULES brings that back.
     QLoggingCategory::setFilterRules("qt.webenginecontext=false\ndefault.warning=false\ndefault.info=false");
 
@@ -62,6 +66,8 @@ QtDesktop::QtDesktop()
     static char* arguments[] = {name, nullptr};
     static int count = 1;
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    // The 3D view is a window of the system; the browser beside it must not become one.
+    QCoreApplication::setAttribute(Qt::AA_DontCreateNativeWidgetSiblings);
     application_ = std::make_unique<QApplication>(count, arguments);
     application_->setQuitOnLastWindowClosed(false);
     // Numbers in the files of the host have a point, whatever the user's language.
