@@ -184,6 +184,7 @@ void MainWindow::ShowMenu(Number number, const QPoint& place)
         tree_->Model().Update();
     });
     menu->addSeparator();
+    menu->addAction(move_);
     menu->addAction(findSimilar_);
     if (const LoadedDocument* document = outline_->Document(number); document && number != 0)
         menu->addAction(Words("Open in a tab"), this, [this, path = document->Path()] { Open(path); });
