@@ -50,6 +50,7 @@ void MainWindow::OnChosen(Number number)
             return;
         const std::string names = window.outline_->NamesTo(now);
         NoteUserStep({{"select", names}});
+        window.subject_.workspace.EndStep();
         const Pick pick = DialogEngine::Current().Offer(window.outline_->PathTo(now).get(), names);
         if (!pick.accepted && self.use_count() > 1)
             window.statusBar()->showMessage(Words("This cannot be picked: ") + Words(pick.reason.c_str()), MessageTime);
