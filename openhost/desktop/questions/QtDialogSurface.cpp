@@ -121,8 +121,7 @@ void QtDialogSurface::StayWithMainWindow(QWidget& widget)
         return;
     widget.winId();
     widget.windowHandle()->setTransientParent(main);
-    widget.adjustSize();
-    widget.move(main->geometry().center() - widget.rect().center());
+    widget.move(main->geometry().center() - QRect(QPoint(), widget.sizeHint()).center());
 }
 
 int QtDialogSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title)

@@ -38,6 +38,17 @@ constexpr std::pair<const char*, const char*> Words[] = {
      "Open host führt die Velmart-Integration ohne einen Arbeitsplatz der CAD-Anwendung aus."},
     {"Version %1", "Version %1"},
 
+    // Buttons of Qt
+    {"&Yes", "&Ja"},
+    {"&No", "&Nein"},
+    {"OK", "OK"},
+    {"Cancel", "Abbrechen"},
+    {"&Cancel", "&Abbrechen"},
+    {"Save", "Speichern"},
+    {"Discard", "Verwerfen"},
+    {"Don't Save", "Nicht speichern"},
+    {"Close without Saving", "Ohne Speichern schließen"},
+
     // Documents
     {"Documents", "Dokumente"},
     {"Documents (*.%1 *.%2)", "Dokumente (*.%1 *.%2)"},
