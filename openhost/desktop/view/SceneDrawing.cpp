@@ -1,5 +1,7 @@
 #include "openhost/desktop/view/SceneDrawing.h"
 
+#include "openhost/desktop/view/SeenItems.h"
+
 #include <Graphic3d_ArrayOfSegments.hxx>
 #include <Graphic3d_ArrayOfTriangles.hxx>
 #include <Graphic3d_Group.hxx>
@@ -8,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 namespace openhost {
@@ -24,7 +27,10 @@ constexpr std::size_t LargeMesh = 10'000;
 constexpr std::array Errors = {0.7, 2.5};
 constexpr double LargestError = 100;
 /// How long a frame may take, in milliseconds.
-constexpr std::array FrameTimes = {200.0, 35.0};
+constexpr std::array FrameTimes = {250.0, 35.0};
+/// Size of the picture in which is looked for what is in sight.
+constexpr int SightWidth = 640;
+constexpr int SightHeight = 480;
 /// Least and most triangles that are drawn, however long it takes.
 constexpr double LeastTriangles = 30'000;
 constexpr double MostTriangles = 2'000'000;
@@ -54,6 +60,16 @@ void Remove(opencascade::handle<Graphic3d_Structure>& structure)
     structure->Erase();
     structure->Remove();
     structure.Nullify();
+}
+
+Projection ProjectionOf(const Graphic3d_Camera& camera)
+{
+    const Graphic3d_Mat4d matrix = camera.ProjectionMatrix() * camera.OrientationMatrix();
+    Projection projection;
+    for (std::size_t row = 0; row < 4; ++row)
+        for (std::size_t column = 0; column < 4; ++column)
+            projection[4 * row + column] = matrix.GetValue(row, column);
+    return projection;
 }
 
 void SetVisible(const opencascade::handle<Graphic3d_Structure>& structure, bool isVisible)
@@ -248,29 +264,52 @@ void SceneDrawing::ChooseDetails(const Graphic3d_Camera& camera, double height)
             pixels[number] = pixel * depth / camera.Distance();
         }
 
-    for (const Pace pace : {AtRest, Moving}) {
-        const double most = std::clamp(speed_ * FrameTimes[pace], LeastTriangles, MostTriangles);
-        std::vector<std::uint8_t> chosen;
-        for (double error = Errors[pace]; error <= LargestError; error *= 1.6) {
-            chosen.assign(items.size(), 0);
-            costs_[pace] = 0;
-            for (std::size_t number = 0; number < items.size(); ++number) {
-                if (!scene_.IsShown(number))
-                    continue;
-                const std::vector<MeshDetail>& details = items[number].mesh->details;
+    const std::vector<bool> all(items.size(), true);
+    const auto most = [this](Pace pace) {
+        return std::clamp(speed_ * FrameTimes[pace], LeastTriangles, MostTriangles);
+    };
+    std::vector<std::uint8_t> moving = Choose(Moving, pixels, all, {}, most(Moving));
+    std::vector<std::uint8_t> atRest = Choose(AtRest, pixels, all, {}, std::numeric_limits<double>::infinity());
+    // When that is too much, what is not in sight need not be better than while the camera moves.
+    if (costs_[AtRest] > most(AtRest))
+        atRest = Choose(AtRest, pixels, FindSeen(scene_, moving, ProjectionOf(camera), SightWidth, SightHeight), moving,
+                        most(AtRest));
+    Use(AtRest, std::move(atRest));
+    Use(Moving, std::move(moving));
+}
+
+std::vector<std::uint8_t> SceneDrawing::Choose(Pace pace, const std::vector<double>& pixels,
+                                               const std::vector<bool>& seen, const std::vector<std::uint8_t>& unseen,
+                                               double most)
+{
+    std::vector<std::uint8_t> chosen;
+    for (double error = Errors[pace]; error <= LargestError; error *= 1.6) {
+        chosen.assign(pixels.size(), 0);
+        costs_[pace] = 0;
+        for (std::size_t number = 0; number < pixels.size(); ++number) {
+            if (!scene_.IsShown(number))
+                continue;
+            const std::vector<MeshDetail>& details = scene_.Items()[number].mesh->details;
+            if (!seen[number])
+                chosen[number] = unseen[number];
+            else
                 while (chosen[number] + 1U < details.size() &&
                        details[chosen[number] + 1U].error <= error * pixels[number])
                     ++chosen[number];
-                costs_[pace] += Cost(details[chosen[number]], pace);
-            }
-            if (costs_[pace] <= most)
-                break;
+            costs_[pace] += Cost(details[chosen[number]], pace);
         }
-        for (std::size_t number = 0; number < items.size(); ++number)
-            if (scene_.IsShown(number) && chosen[number] != details_[pace][number])
-                MarkDirty(*batchOf_[number], pace);
-        details_[pace] = std::move(chosen);
+        if (costs_[pace] <= most)
+            break;
     }
+    return chosen;
+}
+
+void SceneDrawing::Use(Pace pace, std::vector<std::uint8_t> chosen)
+{
+    for (std::size_t number = 0; number < chosen.size(); ++number)
+        if (scene_.IsShown(number) && chosen[number] != details_[pace][number])
+            MarkDirty(*batchOf_[number], pace);
+    details_[pace] = std::move(chosen);
 }
 
 void SceneDrawing::NoteFrame(std::chrono::duration<double, std::milli> time)

@@ -87,6 +87,11 @@ private:
     Graphic3d_Vec4ub EdgeColor(std::size_t number) const;
     bool DrawsFaces() const { return style_ != DrawStyle::Wireframe; }
     bool DrawsEdges(Pace pace) const;
+    /// The coarsest details whose error cannot be seen or, when they cost more than `most`, coarser ones. What is not
+    /// seen has the detail that is named for it.
+    std::vector<std::uint8_t> Choose(Pace pace, const std::vector<double>& pixels, const std::vector<bool>& seen,
+                                     const std::vector<std::uint8_t>& unseen, double most);
+    void Use(Pace pace, std::vector<std::uint8_t> chosen);
     double Cost(const MeshDetail& detail, Pace pace) const;
     void ShowPace();
 

@@ -107,7 +107,7 @@ MeshDetail Coarsen(const MeshDetail& detail, double cell)
     const LvrMesh& mesh = detail.mesh;
     const Vector origin = BoxOf(mesh).lowest;
     MeshDetail coarse;
-    coarse.error = cell;
+    coarse.error = cell / 2; // positions lie around the middle of what they stand for
 
     std::unordered_map<std::uint64_t, std::uint32_t> numbers;
     std::vector<std::uint32_t> numberOf(mesh.positions.size());
