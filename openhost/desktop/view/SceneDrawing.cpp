@@ -102,18 +102,13 @@ SceneDrawing::SceneDrawing(const ViewScene& scene, opencascade::handle<Graphic3d
 
 SceneDrawing::~SceneDrawing()
 {
-    Remove(hovered_);
-    for (Batch& batch : batches_)
-        for (Drawn& drawn : batch.drawn) {
-            Remove(drawn.faces);
-            Remove(drawn.edges);
-        }
+    Clear();
 }
 
 // ---------------------------------------------------------------------------------------------
 // What is to be drawn
 
-void SceneDrawing::Reset()
+void SceneDrawing::Clear()
 {
     Remove(hovered_);
     for (Batch& batch : batches_)
@@ -122,6 +117,11 @@ void SceneDrawing::Reset()
             Remove(drawn.edges);
         }
     batches_.clear();
+}
+
+void SceneDrawing::Reset()
+{
+    Clear();
     dirty_.clear();
     open_ = {};
     batchOf_.assign(scene_.Items().size(), {});

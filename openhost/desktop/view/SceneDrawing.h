@@ -72,6 +72,7 @@ private:
         std::array<Drawn, PaceCount> drawn;
     };
 
+    void Clear();
     void PutIntoBatch(std::size_t number);
     void MarkDirty(std::size_t batch, Pace pace);
     void Build(Batch& batch, Pace pace);

@@ -41,7 +41,7 @@ public:
                 const float depth = ofA * a[2] + ofB * b[2] + ofC * c[2];
                 const auto place =
                     static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) + static_cast<std::size_t>(x);
-                if (depth < depths_[place] && std::abs(depth) <= 1) {
+                if (depth < depths_[place]) {
                     depths_[place] = depth;
                     items_[place] = item;
                 }

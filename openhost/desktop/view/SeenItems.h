@@ -9,8 +9,8 @@
 
 namespace openhost {
 
-/// Four rows of four numbers, which take a point (x, y, z, 1) to (X, Y, Z, W): it is seen where X / W and Y / W, to the
-/// right and up, and Z / W, away, are from -1 to 1.
+/// Four rows of four numbers, which take a point (x, y, z, 1) to (X, Y, Z, W): it is in the picture where X / W, to the
+/// right, and Y / W, up, are from -1 to 1; Z / W grows away from the eye.
 using Projection = std::array<double, 16>;
 
 /// For each item of `scene` whether it covers a pixel of a picture of `width` times `height` pixels, when it is drawn

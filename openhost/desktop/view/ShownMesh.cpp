@@ -51,7 +51,7 @@ std::uint64_t SideOf(const LvrMesh::Vector& normal)
 /// Starts with the smallest number, in the same order.
 LvrMesh::Triangle Turned(LvrMesh::Triangle triangle)
 {
-    std::ranges::rotate(triangle, std::ranges::min_element(triangle));
+    std::rotate(triangle.begin(), std::ranges::min_element(triangle), triangle.end());
     return triangle;
 }
 
@@ -59,8 +59,7 @@ template <class Element>
 void KeepOnce(std::vector<Element>& elements)
 {
     std::ranges::sort(elements);
-    const auto rest = std::ranges::unique(elements);
-    elements.erase(rest.begin(), rest.end());
+    elements.erase(std::unique(elements.begin(), elements.end()), elements.end());
 }
 
 } // namespace
