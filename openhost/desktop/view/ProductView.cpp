@@ -138,7 +138,8 @@ private:
     bool isUrgent_ = false;                       ///< the user waits for the next frame
     bool isFitDue_ = false;
     bool areDetailsOld_ = true;
-    bool isCameraUsers_ = false; ///< the user has moved it
+    std::chrono::steady_clock::time_point nextChoice_; ///< of details, while more is there to be seen
+    bool isCameraUsers_ = false;                       ///< the user has moved it
     bool isPerspective_ = false;
     DrawStyle style_ = DrawStyle::ShadedWithEdges;
 
@@ -222,9 +223,14 @@ void ProductView::Implementation::Work()
         return;
     if (std::exchange(isFitDue_, false))
         FitCamera(false);
-    if (std::exchange(areDetailsOld_, false))
+    auto now = std::chrono::steady_clock::now();
+    if (areDetailsOld_ && (isUrgent_ || now >= nextChoice_)) {
+        areDetailsOld_ = false;
         graphics->ChooseDetails();
-    const auto now = std::chrono::steady_clock::now();
+        const auto end = std::chrono::steady_clock::now();
+        nextChoice_ = end + std::max<std::chrono::nanoseconds>(ProgressTime, ProgressFrames * (end - now));
+        now = end;
+    }
     const bool isMore = graphics->Drawing().Work(now + WorkTime);
     if (isMore)
         work_.start(0);

@@ -31,6 +31,8 @@ constexpr std::array FrameTimes = {250.0, 35.0};
 /// Size of the picture in which is looked for what is in sight.
 constexpr int SightWidth = 640;
 constexpr int SightHeight = 480;
+/// The number of a detail before one is chosen, however many there are.
+constexpr std::uint8_t Coarsest = 255;
 /// Least and most triangles that are drawn, however long it takes.
 constexpr double LeastTriangles = 30'000;
 constexpr double MostTriangles = 2'000'000;
@@ -126,7 +128,7 @@ void SceneDrawing::Reset()
     open_ = {};
     batchOf_.assign(scene_.Items().size(), {});
     for (std::vector<std::uint8_t>& details : details_)
-        details.assign(scene_.Items().size(), 255);
+        details.assign(scene_.Items().size(), Coarsest);
     for (std::size_t number = 0; number < scene_.Items().size(); ++number)
         if (scene_.Items()[number].mesh)
             PutIntoBatch(number);
@@ -149,7 +151,11 @@ void SceneDrawing::PutIntoBatch(std::size_t number)
 
 void SceneDrawing::MarkDirty(std::size_t batch, Pace pace)
 {
-    if (!std::exchange(batches_[batch].drawn[pace].isDirty, true))
+    if (std::exchange(batches_[batch].drawn[pace].isDirty, true))
+        return;
+    if (pace == Moving) // quickly done, and seen first
+        dirty_.emplace_front(batch, pace);
+    else
         dirty_.emplace_back(batch, pace);
 }
 
@@ -284,15 +290,14 @@ std::vector<std::uint8_t> SceneDrawing::Choose(Pace pace, const std::vector<doub
 {
     std::vector<std::uint8_t> chosen;
     for (double error = Errors[pace]; error <= LargestError; error *= 1.6) {
-        chosen.assign(pixels.size(), 0);
+        chosen.assign(pixels.size(), Coarsest);
         costs_[pace] = 0;
         for (std::size_t number = 0; number < pixels.size(); ++number) {
             if (!scene_.IsShown(number))
                 continue;
             const std::vector<MeshDetail>& details = scene_.Items()[number].mesh->details;
-            if (!seen[number])
-                chosen[number] = unseen[number];
-            else
+            chosen[number] = seen[number] ? 0 : unseen[number];
+            if (seen[number])
                 while (chosen[number] + 1U < details.size() &&
                        details[chosen[number] + 1U].error <= error * pixels[number])
                     ++chosen[number];
@@ -317,7 +322,7 @@ void SceneDrawing::NoteFrame(std::chrono::duration<double, std::milli> time)
     if (costs_[shown_] < LeastTriangles || dirty_.size() > 0)
         return;
     const double speed = costs_[shown_] / std::max(time.count(), 0.1);
-    speed_ = 0.8 * speed_ + 0.2 * speed;
+    speed_ = (speed_ + speed) / 2;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -331,15 +336,13 @@ void SceneDrawing::SetMoving(bool isMoving)
 
 void SceneDrawing::ShowPace()
 {
-    // Not with gaps, and not with less detail than can be drawn in time.
-    const bool canMove = costs_[AtRest] > std::clamp(speed_ * FrameTimes[Moving], LeastTriangles, MostTriangles);
-    const auto isReady = [this](Pace pace) {
-        return std::ranges::none_of(dirty_, [pace](const auto& entry) { return entry.second == pace; });
-    };
+    // Less detail only where all of it takes too long; all of it not before all is ready.
+    const bool isTooMuch = costs_[AtRest] > std::clamp(speed_ * FrameTimes[Moving], LeastTriangles, MostTriangles);
+    const bool isReady = std::ranges::none_of(dirty_, [](const auto& entry) { return entry.second == AtRest; });
     Pace next = shown_;
-    if (isMoving_ && canMove && isReady(Moving))
+    if (isMoving_ && isTooMuch)
         next = Moving;
-    else if ((!isMoving_ || !canMove) && isReady(AtRest))
+    else if (isReady)
         next = AtRest;
     shown_ = next;
     for (Batch& batch : batches_)

@@ -114,7 +114,7 @@ private:
     opencascade::handle<Graphic3d_Structure> hovered_;
     bool isMoving_ = false;
     Pace shown_ = AtRest;
-    double speed_ = 2000; ///< triangles in a millisecond
+    double speed_ = 500; ///< triangles in a millisecond; as on a slow machine, at first
 };
 
 } // namespace openhost
