@@ -87,7 +87,7 @@ SceneDrawing::SceneDrawing(const ViewScene& scene, opencascade::handle<Graphic3d
 {
     Graphic3d_MaterialAspect material(Graphic3d_NameOfMaterial_UserDefined);
     material.SetAmbientColor(Quantity_Color(0.3, 0.3, 0.3, Quantity_TOC_RGB));
-    material.SetDiffuseColor(Quantity_Color(0.62, 0.62, 0.62, Quantity_TOC_RGB));
+    material.SetDiffuseColor(Quantity_Color(0.5, 0.5, 0.5, Quantity_TOC_RGB));
     material.SetSpecularColor(Quantity_Color(0.06, 0.06, 0.06, Quantity_TOC_RGB));
     material.SetShininess(0.3F);
     faceAspects_ = new Graphic3d_AspectFillArea3d(Aspect_IS_SOLID, Quantity_NOC_WHITE, Quantity_NOC_BLACK,
