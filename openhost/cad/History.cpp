@@ -146,8 +146,8 @@ void History::Release(const DocumentState& state)
         if (!child.reference.empty())
             released_.push_back(child.reference);
     std::ranges::sort(released_);
-    const auto doubled = std::ranges::unique(released_);
-    released_.erase(doubled.begin(), doubled.end());
+    const auto doubled = std::unique(released_.begin(), released_.end());
+    released_.erase(doubled, released_.end());
 }
 
 } // namespace openhost
