@@ -186,7 +186,8 @@ std::set<std::string> CadWorkspace::Exchange(HistoryStep& step, const char* oper
     }
 
     // Files may have changed meanwhile, so that a product would be a part of itself.
-    for (const auto& [father, reference] : added) {
+    for (const auto& [owner, reference] : added) {
+        LoadedDocument* father = owner; // Clang 14 captures no structured bindings
         const auto isFather = [father](const LoadedDocument& document) { return &document == father; };
         if (!AnyFrom(*reference, &LoadedDocument::References, isFather))
             continue;
