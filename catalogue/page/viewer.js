@@ -105,31 +105,32 @@ function makePlainPainter(canvas, mesh) {
             const [right, up, toward] = axesOf(view);
             const {positions, triangles, middle} = mesh;
             for (let i = 0; i < positions.length; i += 3) {
-                const [x, y, z] = [positions[i] - middle[0], positions[i + 1] - middle[1], positions[i + 2] - middle[2]];
+                const x = positions[i] - middle[0], y = positions[i + 1] - middle[1], z = positions[i + 2] - middle[2];
                 seen[i] = canvas.width / 2 + scale * (right[0] * x + right[1] * y + right[2] * z);
                 seen[i + 1] = canvas.height / 2 - scale * (up[0] * x + up[1] * y + up[2] * z);
                 seen[i + 2] = scale * (toward[0] * x + toward[1] * y + toward[2] * z);
             }
             let drawn = 0;
             for (let t = 0; t < count; ++t) {
-                const [a, b, c] = [0, 1, 2].map((corner) => 3 * triangles[3 * t + corner]);
+                const a = 3 * triangles[3 * t], b = 3 * triangles[3 * t + 1], c = 3 * triangles[3 * t + 2];
                 // The y axis of the canvas points down, so that what faces the eye runs clockwise there.
-                const turned = (seen[b] - seen[a]) * (seen[c + 1] - seen[a + 1]) -
-                               (seen[b + 1] - seen[a + 1]) * (seen[c] - seen[a]);
-                if (turned >= 0)
+                if ((seen[b] - seen[a]) * (seen[c + 1] - seen[a + 1]) >= (seen[b + 1] - seen[a + 1]) * (seen[c] - seen[a]))
                     continue;
                 depths[t] = seen[a + 2] + seen[b + 2] + seen[c + 2];
                 order[drawn++] = t;
             }
+            // Where the light comes from, in the space of the mesh, for the sum of three normals.
+            const source = [0, 1, 2].map((axis) => (-0.27 * right[axis] + 0.36 * up[axis] + 0.89 * toward[axis]) / 3);
+            const {normals} = mesh;
             context.fillStyle = css(Ground, 1);
             context.fillRect(0, 0, canvas.width, canvas.height);
             context.lineWidth = 0.7;
             for (const t of order.subarray(0, drawn).sort((one, other) => depths[one] - depths[other])) {
-                const [a, b, c] = [0, 1, 2].map((corner) => 3 * triangles[3 * t + corner]);
-                const [x, y, z] = [0, 1, 2].map((axis) => mesh.normals[a + axis] + mesh.normals[b + axis] + mesh.normals[c + axis]);
-                const light = [right, up, toward].map((axis) => (axis[0] * x + axis[1] * y + axis[2] * z) / 3);
-                const bright = Math.abs(-0.27 * light[0] + 0.36 * light[1] + 0.89 * light[2]);
-                context.fillStyle = context.strokeStyle = shades[Math.min(64, Math.round(64 * bright))];
+                const a = 3 * triangles[3 * t], b = 3 * triangles[3 * t + 1], c = 3 * triangles[3 * t + 2];
+                let light = 0;
+                for (let axis = 0; axis < 3; ++axis)
+                    light += source[axis] * (normals[a + axis] + normals[b + axis] + normals[c + axis]);
+                context.fillStyle = context.strokeStyle = shades[Math.min(64, Math.round(64 * Math.abs(light)))];
                 context.beginPath();
                 context.moveTo(seen[a], seen[a + 1]);
                 context.lineTo(seen[b], seen[b + 1]);

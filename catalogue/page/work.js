@@ -6,7 +6,7 @@ import {texts, titleOf} from "./texts.js";
 
 /// Milliseconds in which an application that tells of requests tells of the first.
 const FirstWord = 800;
-/// Milliseconds without a word after which the user may do something else.
+/// Milliseconds without a word after which the user may stop to wait.
 const Silence = 20000;
 
 const element = (id) => document.getElementById(id);
@@ -70,7 +70,7 @@ function fail(reason) {
     end("failed", `${texts.failed[work.action](work.title)} ${reason}`, {again: true});
 }
 
-/// Lets the user go on when nothing more is heard.
+/// Calls `silent` when nothing more is heard.
 function expect(milliseconds, silent) {
     clearTimeout(timer);
     timer = setTimeout(silent, milliseconds);
@@ -89,10 +89,9 @@ function hear(detail) {
     if (!work || !work.sent || detail.event !== `velmart_${work.action}` || (detail.id ?? work.item.id) !== work.item.id)
         return;
     const {action, title} = work;
-    // One of which the user has been let go may still be told of, until there is another.
     const again = () => {
         setBusy(true);
-        expect(Silence, () => { setBusy(false); element("close").hidden = false; });
+        expect(Silence, () => { element("close").hidden = false; });
     };
     switch (detail.state) {
     case "started":
@@ -152,11 +151,11 @@ export function prepare(whenChanged) {
     changed = whenChanged;
     element("retry").addEventListener("click", () => begin(work.action, work.item));
     element("close").addEventListener("click", () => {
-        const button = pressed;
-        work = null;
         clearTimeout(timer);
+        work = null;
+        changed();
         show("none", "");
-        document.getElementById(button)?.focus({preventScroll: true});
+        document.getElementById(pressed)?.focus({preventScroll: true});
     });
     return hear;
 }

@@ -5,12 +5,12 @@
 #include "openhost/journal/Events.h"
 #include "openhost/play/SessionPlayer.h"
 #include "openhost/play/SessionSteps.h"
+#include "openhost/space/TurnAndShift.h"
 
 #include "host/frame.h"
 
 #include <array>
 #include <cmath>
-#include <numbers>
 #include <optional>
 
 namespace openhost {
@@ -59,9 +59,7 @@ void Highlight(SessionPlayer& player, const std::string& text)
 
 struct Move {
     std::string names;
-    Vector at{};
-    Vector axis{0, 0, 1}; ///< a unit vector
-    double angle = 0;     ///< in radians
+    TurnAndShift to;
 };
 
 Vector ReadVector(const LocatedJson& value, const std::string& name)
@@ -76,35 +74,15 @@ Vector ReadVector(const LocatedJson& value, const std::string& name)
 
 Vector ReadAxis(const LocatedJson& value, const std::string& name)
 {
-    Vector axis = ReadVector(value, name);
-    const double length = std::hypot(axis[0], axis[1], axis[2]);
-    if (length < 1e-6)
+    const Vector axis = ReadVector(value, name);
+    if (std::hypot(axis[0], axis[1], axis[2]) < 1e-6)
         throw LocatedError(value.line, "\"axis\" must have a direction");
-    for (double& coordinate : axis)
-        coordinate /= length;
     return axis;
 }
 
 double ReadAngle(const LocatedJson& value, const std::string& name)
 {
-    return ReadNumber(value, name, -FullTurn, FullTurn) * std::numbers::pi / 180;
-}
-
-/// The turn about the axis by Rodrigues' formula, then the shift.
-Placement ToPlacement(const Move& move)
-{
-    const double sine = std::sin(move.angle);
-    const double cosine = std::cos(move.angle);
-    const auto& [x, y, z] = move.axis;
-    const std::array<Vector, 3> cross{{{0, -z, y}, {z, 0, -x}, {-y, x, 0}}};
-    Placement placement{};
-    for (std::size_t row = 0; row < 3; ++row) {
-        for (std::size_t column = 0; column < 3; ++column)
-            placement[4 * row + column] = (row == column ? cosine : 0) + sine * cross[row][column] +
-                                          (1 - cosine) * move.axis[row] * move.axis[column];
-        placement[4 * row + 3] = move.at[row];
-    }
-    return placement;
+    return ReadNumber(value, name, -FullTurn, FullTurn);
 }
 
 void Do(const Move& move, SessionPlayer& player)
@@ -115,7 +93,7 @@ void Do(const Move& move, SessionPlayer& player)
     auto* component = dynamic_cast<WorkspaceProduct*>(path->GetNextFatherObject());
     if (!component || component->IsRoot())
         throw StepFailure("\"" + names + "\" is not a component");
-    player.Cad().MoveComponent(*component, ToPlacement(move));
+    player.Cad().MoveComponent(*component, move.to.ToPlacement());
 }
 
 StepAction ReadMove(const LocatedJson& step, const std::string& key)
@@ -123,9 +101,9 @@ StepAction ReadMove(const LocatedJson& step, const std::string& key)
     Move move;
     ReadMembers(step, "the step",
                 {{key, Into(move.names, ReadName)},
-                 {"at", Into(move.at, ReadVector)},
-                 {"axis", Into(move.axis, ReadAxis)},
-                 {"angle", Into(move.angle, ReadAngle)}});
+                 {"at", Into(move.to.at, ReadVector)},
+                 {"axis", Into(move.to.axis, ReadAxis)},
+                 {"angle", Into(move.to.degrees, ReadAngle)}});
     RequireMembers(step, "the step", {"at"});
     return [move](SessionPlayer& player) { Do(move, player); };
 }

@@ -22,7 +22,8 @@ const Names Questions = {
 /// What can be pushed in each window.
 const std::map<std::string_view, Names> Windows = {
     {"Options",
-     {"VLDownloadLocationEditor", "VLDownloadLocationButton", "VLDoNotRemindDownloadLocationCheckButton", "CLOSE"}},
+     {"VLDownloadLocationEditor", "VLDownloadLocationButton", "VLDoNotRemindDownloadLocationCheckButton", "RESET",
+      "OK", "CANCEL", "CLOSE"}},
     {"ZALVelmartDownloadDirectoryChooserDlg", {"FOLDER", "OK", "CANCEL", "CLOSE"}},
     {"ZALVelmartDownloadLocationDlg",
      {"VLDownloadLocationEditor", "VLDownloadLocationButton", "VLDoNotRemindDownloadLocationCheckButton", "OK",

@@ -54,21 +54,23 @@ INSTANTIATE_TEST_SUITE_P(
         WrongRun{"AValueThatIsMissing", "--item", "--item needs a value"},
         WrongRun{"AValueThatIsEmpty", "--item ''", "--item needs a value"},
         WrongRun{"TwoActions", "--items --catalogue", "--items and --catalogue exclude each other"},
-        WrongRun{"ASessionInAPanel", "--session there --panel", "--session and --panel exclude each other"},
+        WrongRun{"ASessionInAWindow", "--session there --window", "--session and --window exclude each other"},
         WrongRun{"AFolderThatCannotBeMade", "--item a --folder there/below", "the folder there/below cannot"},
-        WrongRun{"AFolderForNothing", "--items --folder x", "--folder goes with --item, --session, --panel"},
+        WrongRun{"AFolderForNothing", "--items --folder x", "--folder goes with --item, --session, --window"},
         WrongRun{"AJournalForNothing", "--items --journal x", "--journal goes with --item, --session"},
         WrongRun{"OverwritingForNothing", "--overwrite", "--overwrite goes with --item"},
         WrongRun{"APortBeyondAll", "--port 65536", "--port needs a number up to 65535"},
         WrongRun{"APortThatIsNoNumber", "--port x", "--port needs a number up to 65535"},
         WrongRun{"ASessionThatIsMissing", "--session none", "the session none cannot be read"},
         WrongRun{"ADocumentThatIsMissing", "--show none", "the document none cannot be read"},
-        WrongRun{"ANoDisplay", "--panel", "--panel opens a window and there is no display"}),
+        WrongRun{"AnUnknownLanguage", "--window --language fr", "--language needs en or de, not fr"},
+        WrongRun{"ADocumentThatIsNotThere", "--window nowhere.ZALPart", "the document nowhere.ZALPart cannot be read"},
+        WrongRun{"ANoDisplay", "--window", "--window opens a window and there is no display"}),
     [](const auto& row) { return row.param.name; });
 
 TEST_F(CommandsJourney, ADisplayThatIsDeadIsToldBeforeAnythingIsBuilt)
 {
-    EXPECT_EQ(2, Run("unset WAYLAND_DISPLAY; DISPLAY=:987 " + SourceDir() + "/run --panel"));
+    EXPECT_EQ(2, Run("unset WAYLAND_DISPLAY; DISPLAY=:987 " + SourceDir() + "/run --window"));
     EXPECT_THAT(printed_, HasSubstr("nothing answers on the display :987"));
 }
 

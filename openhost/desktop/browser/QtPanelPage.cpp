@@ -21,6 +21,7 @@
 #include <QVBoxLayout>
 #include <QWebChannel>
 #include <QWebEngineHistory>
+#include <QWebEngineProfile>
 #include <QWebEngineScript>
 #include <QWebEngineView>
 
@@ -95,6 +96,9 @@ QtPanelPage::QtPanelPage(QWebEngineProfile& profile, Listener listener, const Pl
     page_->setWebChannel(channel, InjectedWorld);
     connect(page_.get(), &QWebEnginePage::loadingChanged, this,
             [this](const QWebEngineLoadingInfo& info) { OnLoading(info); });
+    // Also for steps within a document.
+    connect(page_.get(), &QWebEnginePage::urlChanged, this,
+            [this] { back_->setEnabled(page_->history()->canGoBack()); });
     connect(page_.get(), &QWebEnginePage::titleChanged, this, [this](const QString& title) { setWindowTitle(title); });
 
     setAttribute(Qt::WA_DeleteOnClose, false);
@@ -123,7 +127,8 @@ void QtPanelPage::MakeButtons()
     const auto add = [&](const char* name, QStyle::StandardPixmap icon, const std::function<void()>& act) {
         auto* button = new QToolButton(this);
         button->setObjectName(name);
-        button->setIcon(style()->standardIcon(icon));
+        if (icon != QStyle::SP_CustomBase)
+            button->setIcon(style()->standardIcon(icon));
         button->setAutoRaise(true);
         button->setFocusPolicy(Qt::TabFocus);
         connect(button, &QToolButton::clicked, this, act);
@@ -132,7 +137,7 @@ void QtPanelPage::MakeButtons()
     };
     back_ = add("BACK", QStyle::SP_ArrowBack, [this] { page_->triggerAction(QWebEnginePage::Back); });
     reload_ = add("RELOAD", QStyle::SP_BrowserReload, [this] { Load(address_); });
-    goHome_ = add("HOME", QStyle::SP_DirHomeIcon, [this] { Load(home_); });
+    goHome_ = add("HOME", QStyle::SP_CustomBase, [this] { Load(home_); });
     back_->setEnabled(false);
     row->addStretch();
     static_cast<QVBoxLayout*>(layout())->addLayout(row);
@@ -166,7 +171,14 @@ void QtPanelPage::Retranslate()
     name(*back_, "Back");
     name(*reload_, "Reload");
     name(*goHome_, "Home");
+    goHome_->setText(Words("Home"));
     again_->setText(Words("Try again"));
+    QWebEngineProfile& profile = *page_->profile();
+    if (profile.httpAcceptLanguage() == LanguageCode())
+        return;
+    profile.setHttpAcceptLanguage(LanguageCode());
+    if (!document_.isEmpty())
+        Load(address_);
 }
 
 void QtPanelPage::ShowError(const QUrl& address)
@@ -264,7 +276,6 @@ void QtPanelPage::ReportDocument()
                                  return self->ReportFailure();
                              self->EndWork();
                              self->shown_->setCurrentIndex(0);
-                             self->back_->setEnabled(self->page_->history()->canGoBack());
                              if (self->document_ == parts[1].toString())
                                  return;
                              self->document_ = parts[1].toString();

@@ -121,8 +121,7 @@ void QtDialogSurface::StayWithMainWindow(QWidget& widget)
         return;
     widget.winId();
     widget.windowHandle()->setTransientParent(main);
-    widget.adjustSize();
-    widget.move(main->geometry().center() - widget.rect().center());
+    widget.move(main->geometry().center() - QRect(QPoint(), widget.sizeHint()).center());
 }
 
 int QtDialogSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, const ZALUnicodeString& title)
@@ -132,7 +131,8 @@ int QtDialogSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, c
     const ShownQuestion shown(*this, question, box);
     const Patience patience;
     EventLoop::Current().RunUntil([&] { return box.Answer() || ZALDialogNode::Of(question).ended; });
-    const int answer = box.Answer().value_or(ZALDlgAnswerClosed);
+    // A signal that ends the process leaves it without an answer.
+    const int answer = box.Answer().value_or(ZALDialogNode::Of(question).ended ? ZALDlgAnswerClosed : box.SafeAnswer());
     NoteUserAnswer(question.GetName().CastToCharPtr(), answer);
     return answer;
 }

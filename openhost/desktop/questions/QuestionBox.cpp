@@ -88,7 +88,7 @@ QuestionBox::QuestionBox(unsigned int style, const ZALUnicodeString& text, const
 
     // No keeps everything as it is. Enter is for it too where files are replaced or sent away.
     if (QPushButton* no = buttons->button(QDialogButtonBox::No)) {
-        closedAnswer_ = ZALDlgAnswerNo;
+        safeAnswer_ = ZALDlgAnswerNo;
         no->setDefault(true);
         no->setFocus();
     }
@@ -98,7 +98,7 @@ QuestionBox::QuestionBox(unsigned int style, const ZALUnicodeString& text, const
 
 void QuestionBox::reject()
 {
-    answer_ = closedAnswer_;
+    answer_ = safeAnswer_;
 }
 
 } // namespace openhost

@@ -16,12 +16,14 @@ public:
     QuestionBox(unsigned int style, const ZALUnicodeString& text, const ZALUnicodeString& title);
     /// One of the answers of ZALDlgNotify, once the user has given it.
     std::optional<int> Answer() const { return answer_; }
-    /// The close box and the Escape key: the answer that changes least, No where there is one.
+    /// The answer that changes least: No where there is one.
+    int SafeAnswer() const { return safeAnswer_; }
+    /// The close box and the Escape key: the safe answer.
     void reject() override;
 
 private:
     std::optional<int> answer_;
-    int closedAnswer_ = 0; ///< ZALDlgAnswerClosed
+    int safeAnswer_ = 0; ///< ZALDlgAnswerClosed
 };
 
 } // namespace openhost

@@ -17,6 +17,8 @@
 // After the headers of Qt: those of X define what is a name there.
 #include "openhost/desktop/view/ViewGraphics.h"
 
+#include <Standard_Failure.hxx>
+
 #include <chrono>
 #include <cmath>
 #include <numbers>
@@ -81,7 +83,7 @@ public:
     void MoreToShow();
     void Hover(std::optional<std::size_t> number);
     void Finish();
-    bool HandleEvent(QEvent& event);
+    bool FilterEvent(QEvent& event);
     void AdaptToPalette();
 
     ProductView& view;
@@ -100,6 +102,18 @@ private:
     void MarkHovered();
     void Start();
     void Stop(const QString& why);
+    /// Does `call`, and goes on without graphics when that fails.
+    template <class Call>
+    void Guard(const Call& call)
+    {
+        try {
+            call();
+        } catch (const Standard_Failure& failure) {
+            Stop(QString::fromUtf8(failure.GetMessageString()));
+        } catch (const std::exception& error) {
+            Stop(QString::fromUtf8(error.what()));
+        }
+    }
     void Work();
     void Redraw();
     void RedrawSoon() { redraw_.start(0); }
@@ -114,6 +128,7 @@ private:
     void Release(const QMouseEvent& event);
     void Click(const QMouseEvent& event);
     bool Key(const QKeyEvent& event);
+    bool HandleEvent(QEvent& event);
 
     QTimer work_;
     QTimer rest_;
@@ -123,7 +138,8 @@ private:
     bool isUrgent_ = false;                       ///< the user waits for the next frame
     bool isFitDue_ = false;
     bool areDetailsOld_ = true;
-    bool isCameraUsers_ = false; ///< the user has moved it
+    std::chrono::steady_clock::time_point nextChoice_; ///< of details, while more is there to be seen
+    bool isCameraUsers_ = false;                       ///< the user has moved it
     bool isPerspective_ = false;
     DrawStyle style_ = DrawStyle::ShadedWithEdges;
 
@@ -157,8 +173,8 @@ ProductView::Implementation::Implementation(ProductView& owner)
 
     for (QTimer* timer : {&work_, &rest_, &redraw_})
         timer->setSingleShot(true);
-    QObject::connect(&work_, &QTimer::timeout, &owner, [this] { Work(); });
-    QObject::connect(&redraw_, &QTimer::timeout, &owner, [this] { Redraw(); });
+    QObject::connect(&work_, &QTimer::timeout, &owner, [this] { Guard([this] { Work(); }); });
+    QObject::connect(&redraw_, &QTimer::timeout, &owner, [this] { Guard([this] { Redraw(); }); });
     QObject::connect(&rest_, &QTimer::timeout, &owner, [this] {
         areDetailsOld_ = true;
         isUrgent_ = true;
@@ -207,9 +223,14 @@ void ProductView::Implementation::Work()
         return;
     if (std::exchange(isFitDue_, false))
         FitCamera(false);
-    if (std::exchange(areDetailsOld_, false))
+    auto now = std::chrono::steady_clock::now();
+    if (areDetailsOld_ && (isUrgent_ || now >= nextChoice_)) {
+        areDetailsOld_ = false;
         graphics->ChooseDetails();
-    const auto now = std::chrono::steady_clock::now();
+        const auto end = std::chrono::steady_clock::now();
+        nextChoice_ = end + std::max<std::chrono::nanoseconds>(ProgressTime, ProgressFrames * (end - now));
+        now = end;
+    }
     const bool isMore = graphics->Drawing().Work(now + WorkTime);
     if (isMore)
         work_.start(0);
@@ -598,6 +619,13 @@ bool ProductView::Implementation::Key(const QKeyEvent& event)
     return true;
 }
 
+bool ProductView::Implementation::FilterEvent(QEvent& event)
+{
+    bool isDone = false;
+    Guard([&] { isDone = HandleEvent(event); });
+    return isDone;
+}
+
 bool ProductView::Implementation::HandleEvent(QEvent& event)
 {
     switch (event.type()) {
@@ -790,7 +818,7 @@ bool ProductView::SavePicture(const QString& path)
 
 bool ProductView::eventFilter(QObject* object, QEvent* event)
 {
-    if (implementation_ && object == implementation_->canvas && implementation_->HandleEvent(*event))
+    if (implementation_ && object == implementation_->canvas && implementation_->FilterEvent(*event))
         return true;
     return QWidget::eventFilter(object, event);
 }

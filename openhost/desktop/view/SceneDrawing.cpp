@@ -1,5 +1,7 @@
 #include "openhost/desktop/view/SceneDrawing.h"
 
+#include "openhost/desktop/view/SeenItems.h"
+
 #include <Graphic3d_ArrayOfSegments.hxx>
 #include <Graphic3d_ArrayOfTriangles.hxx>
 #include <Graphic3d_Group.hxx>
@@ -8,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 namespace openhost {
@@ -24,7 +27,12 @@ constexpr std::size_t LargeMesh = 10'000;
 constexpr std::array Errors = {0.7, 2.5};
 constexpr double LargestError = 100;
 /// How long a frame may take, in milliseconds.
-constexpr std::array FrameTimes = {200.0, 35.0};
+constexpr std::array FrameTimes = {250.0, 35.0};
+/// Size of the picture in which is looked for what is in sight.
+constexpr int SightWidth = 640;
+constexpr int SightHeight = 480;
+/// The number of a detail before one is chosen, however many there are.
+constexpr std::uint8_t Coarsest = 255;
 /// Least and most triangles that are drawn, however long it takes.
 constexpr double LeastTriangles = 30'000;
 constexpr double MostTriangles = 2'000'000;
@@ -56,6 +64,16 @@ void Remove(opencascade::handle<Graphic3d_Structure>& structure)
     structure.Nullify();
 }
 
+Projection ProjectionOf(const Graphic3d_Camera& camera)
+{
+    const Graphic3d_Mat4d matrix = camera.ProjectionMatrix() * camera.OrientationMatrix();
+    Projection projection;
+    for (std::size_t row = 0; row < 4; ++row)
+        for (std::size_t column = 0; column < 4; ++column)
+            projection[4 * row + column] = matrix.GetValue(row, column);
+    return projection;
+}
+
 void SetVisible(const opencascade::handle<Graphic3d_Structure>& structure, bool isVisible)
 {
     if (!structure.IsNull() && structure->IsVisible() != isVisible)
@@ -69,7 +87,7 @@ SceneDrawing::SceneDrawing(const ViewScene& scene, opencascade::handle<Graphic3d
 {
     Graphic3d_MaterialAspect material(Graphic3d_NameOfMaterial_UserDefined);
     material.SetAmbientColor(Quantity_Color(0.3, 0.3, 0.3, Quantity_TOC_RGB));
-    material.SetDiffuseColor(Quantity_Color(0.62, 0.62, 0.62, Quantity_TOC_RGB));
+    material.SetDiffuseColor(Quantity_Color(0.5, 0.5, 0.5, Quantity_TOC_RGB));
     material.SetSpecularColor(Quantity_Color(0.06, 0.06, 0.06, Quantity_TOC_RGB));
     material.SetShininess(0.3F);
     faceAspects_ = new Graphic3d_AspectFillArea3d(Aspect_IS_SOLID, Quantity_NOC_WHITE, Quantity_NOC_BLACK,
@@ -86,18 +104,13 @@ SceneDrawing::SceneDrawing(const ViewScene& scene, opencascade::handle<Graphic3d
 
 SceneDrawing::~SceneDrawing()
 {
-    Remove(hovered_);
-    for (Batch& batch : batches_)
-        for (Drawn& drawn : batch.drawn) {
-            Remove(drawn.faces);
-            Remove(drawn.edges);
-        }
+    Clear();
 }
 
 // ---------------------------------------------------------------------------------------------
 // What is to be drawn
 
-void SceneDrawing::Reset()
+void SceneDrawing::Clear()
 {
     Remove(hovered_);
     for (Batch& batch : batches_)
@@ -106,11 +119,16 @@ void SceneDrawing::Reset()
             Remove(drawn.edges);
         }
     batches_.clear();
+}
+
+void SceneDrawing::Reset()
+{
+    Clear();
     dirty_.clear();
     open_ = {};
     batchOf_.assign(scene_.Items().size(), {});
     for (std::vector<std::uint8_t>& details : details_)
-        details.assign(scene_.Items().size(), 255);
+        details.assign(scene_.Items().size(), Coarsest);
     for (std::size_t number = 0; number < scene_.Items().size(); ++number)
         if (scene_.Items()[number].mesh)
             PutIntoBatch(number);
@@ -133,7 +151,11 @@ void SceneDrawing::PutIntoBatch(std::size_t number)
 
 void SceneDrawing::MarkDirty(std::size_t batch, Pace pace)
 {
-    if (!std::exchange(batches_[batch].drawn[pace].isDirty, true))
+    if (std::exchange(batches_[batch].drawn[pace].isDirty, true))
+        return;
+    if (pace == Moving) // quickly done, and seen first
+        dirty_.emplace_front(batch, pace);
+    else
         dirty_.emplace_back(batch, pace);
 }
 
@@ -248,29 +270,51 @@ void SceneDrawing::ChooseDetails(const Graphic3d_Camera& camera, double height)
             pixels[number] = pixel * depth / camera.Distance();
         }
 
-    for (const Pace pace : {AtRest, Moving}) {
-        const double most = std::clamp(speed_ * FrameTimes[pace], LeastTriangles, MostTriangles);
-        std::vector<std::uint8_t> chosen;
-        for (double error = Errors[pace]; error <= LargestError; error *= 1.6) {
-            chosen.assign(items.size(), 0);
-            costs_[pace] = 0;
-            for (std::size_t number = 0; number < items.size(); ++number) {
-                if (!scene_.IsShown(number))
-                    continue;
-                const std::vector<MeshDetail>& details = items[number].mesh->details;
+    const std::vector<bool> all(items.size(), true);
+    const auto most = [this](Pace pace) {
+        return std::clamp(speed_ * FrameTimes[pace], LeastTriangles, MostTriangles);
+    };
+    std::vector<std::uint8_t> moving = Choose(Moving, pixels, all, {}, most(Moving));
+    std::vector<std::uint8_t> atRest = Choose(AtRest, pixels, all, {}, std::numeric_limits<double>::infinity());
+    // When that is too much, what is not in sight need not be better than while the camera moves.
+    if (costs_[AtRest] > most(AtRest))
+        atRest = Choose(AtRest, pixels, FindSeen(scene_, moving, ProjectionOf(camera), SightWidth, SightHeight), moving,
+                        most(AtRest));
+    Use(AtRest, std::move(atRest));
+    Use(Moving, std::move(moving));
+}
+
+std::vector<std::uint8_t> SceneDrawing::Choose(Pace pace, const std::vector<double>& pixels,
+                                               const std::vector<bool>& seen, const std::vector<std::uint8_t>& unseen,
+                                               double most)
+{
+    std::vector<std::uint8_t> chosen;
+    for (double error = Errors[pace]; error <= LargestError; error *= 1.6) {
+        chosen.assign(pixels.size(), Coarsest);
+        costs_[pace] = 0;
+        for (std::size_t number = 0; number < pixels.size(); ++number) {
+            if (!scene_.IsShown(number))
+                continue;
+            const std::vector<MeshDetail>& details = scene_.Items()[number].mesh->details;
+            chosen[number] = seen[number] ? 0 : unseen[number];
+            if (seen[number])
                 while (chosen[number] + 1U < details.size() &&
                        details[chosen[number] + 1U].error <= error * pixels[number])
                     ++chosen[number];
-                costs_[pace] += Cost(details[chosen[number]], pace);
-            }
-            if (costs_[pace] <= most)
-                break;
+            costs_[pace] += Cost(details[chosen[number]], pace);
         }
-        for (std::size_t number = 0; number < items.size(); ++number)
-            if (scene_.IsShown(number) && chosen[number] != details_[pace][number])
-                MarkDirty(*batchOf_[number], pace);
-        details_[pace] = std::move(chosen);
+        if (costs_[pace] <= most)
+            break;
     }
+    return chosen;
+}
+
+void SceneDrawing::Use(Pace pace, std::vector<std::uint8_t> chosen)
+{
+    for (std::size_t number = 0; number < chosen.size(); ++number)
+        if (scene_.IsShown(number) && chosen[number] != details_[pace][number])
+            MarkDirty(*batchOf_[number], pace);
+    details_[pace] = std::move(chosen);
 }
 
 void SceneDrawing::NoteFrame(std::chrono::duration<double, std::milli> time)
@@ -278,7 +322,7 @@ void SceneDrawing::NoteFrame(std::chrono::duration<double, std::milli> time)
     if (costs_[shown_] < LeastTriangles || dirty_.size() > 0)
         return;
     const double speed = costs_[shown_] / std::max(time.count(), 0.1);
-    speed_ = 0.8 * speed_ + 0.2 * speed;
+    speed_ = (speed_ + speed) / 2;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -292,15 +336,13 @@ void SceneDrawing::SetMoving(bool isMoving)
 
 void SceneDrawing::ShowPace()
 {
-    // Not with gaps, and not with less detail than can be drawn in time.
-    const bool canMove = costs_[AtRest] > std::clamp(speed_ * FrameTimes[Moving], LeastTriangles, MostTriangles);
-    const auto isReady = [this](Pace pace) {
-        return std::ranges::none_of(dirty_, [pace](const auto& entry) { return entry.second == pace; });
-    };
+    // Less detail only where all of it takes too long; all of it not before all is ready.
+    const bool isTooMuch = costs_[AtRest] > std::clamp(speed_ * FrameTimes[Moving], LeastTriangles, MostTriangles);
+    const bool isReady = std::ranges::none_of(dirty_, [](const auto& entry) { return entry.second == AtRest; });
     Pace next = shown_;
-    if (isMoving_ && canMove && isReady(Moving))
+    if (isMoving_ && isTooMuch)
         next = Moving;
-    else if ((!isMoving_ || !canMove) && isReady(AtRest))
+    else if (isReady)
         next = AtRest;
     shown_ = next;
     for (Batch& batch : batches_)

@@ -72,6 +72,7 @@ private:
         std::array<Drawn, PaceCount> drawn;
     };
 
+    void Clear();
     void PutIntoBatch(std::size_t number);
     void MarkDirty(std::size_t batch, Pace pace);
     void Build(Batch& batch, Pace pace);
@@ -87,6 +88,11 @@ private:
     Graphic3d_Vec4ub EdgeColor(std::size_t number) const;
     bool DrawsFaces() const { return style_ != DrawStyle::Wireframe; }
     bool DrawsEdges(Pace pace) const;
+    /// The coarsest details whose error cannot be seen or, when they cost more than `most`, coarser ones. What is not
+    /// seen has the detail that is named for it.
+    std::vector<std::uint8_t> Choose(Pace pace, const std::vector<double>& pixels, const std::vector<bool>& seen,
+                                     const std::vector<std::uint8_t>& unseen, double most);
+    void Use(Pace pace, std::vector<std::uint8_t> chosen);
     double Cost(const MeshDetail& detail, Pace pace) const;
     void ShowPace();
 
@@ -108,7 +114,7 @@ private:
     opencascade::handle<Graphic3d_Structure> hovered_;
     bool isMoving_ = false;
     Pace shown_ = AtRest;
-    double speed_ = 2000; ///< triangles in a millisecond
+    double speed_ = 500; ///< triangles in a millisecond; as on a slow machine, at first
 };
 
 } // namespace openhost

@@ -51,7 +51,7 @@ std::uint64_t SideOf(const LvrMesh::Vector& normal)
 /// Starts with the smallest number, in the same order.
 LvrMesh::Triangle Turned(LvrMesh::Triangle triangle)
 {
-    std::ranges::rotate(triangle, std::ranges::min_element(triangle));
+    std::rotate(triangle.begin(), std::ranges::min_element(triangle), triangle.end());
     return triangle;
 }
 
@@ -59,8 +59,7 @@ template <class Element>
 void KeepOnce(std::vector<Element>& elements)
 {
     std::ranges::sort(elements);
-    const auto rest = std::ranges::unique(elements);
-    elements.erase(rest.begin(), rest.end());
+    elements.erase(std::unique(elements.begin(), elements.end()), elements.end());
 }
 
 } // namespace
@@ -107,7 +106,7 @@ MeshDetail Coarsen(const MeshDetail& detail, double cell)
     const LvrMesh& mesh = detail.mesh;
     const Vector origin = BoxOf(mesh).lowest;
     MeshDetail coarse;
-    coarse.error = cell;
+    coarse.error = cell / 2; // positions lie around the middle of what they stand for
 
     std::unordered_map<std::uint64_t, std::uint32_t> numbers;
     std::vector<std::uint32_t> numberOf(mesh.positions.size());

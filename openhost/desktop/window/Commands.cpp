@@ -1,8 +1,10 @@
 // The commands of the run that the main window starts.
 
 #include "openhost/commands/StartedCommands.h"
+#include "openhost/desktop/tree/ProductTree.h"
 #include "openhost/desktop/window/AskUser.h"
 #include "openhost/desktop/window/MainWindow.h"
+#include "openhost/desktop/window/MoveDialog.h"
 #include "openhost/desktop/window/Words.h"
 #include "openhost/journal/Events.h"
 #include "openhost/journal/UserSteps.h"
@@ -30,6 +32,27 @@ void MainWindow::StartFindSimilar()
 {
     NoteUserStep({{"command", FindSimilarCommand}});
     StartCommand(FindSimilarCommand);
+}
+
+void MainWindow::MoveSelected()
+{
+    const auto selected = tree_->Selected();
+    if (!selected || *selected == 0)
+        return;
+    const auto outline = outline_;
+    WorkspaceProduct& component = *outline->At(*selected).product;
+    MoveDialog dialog(TurnAndShift::Of(component.GetPlacement()), this);
+    // The component may be gone when the user has thought about it.
+    if (RunDialog(dialog) != QDialog::Accepted || !component.Owner())
+        return;
+    const TurnAndShift to = dialog.Value();
+    try {
+        subject_.workspace.EndStep();
+        subject_.workspace.MoveComponent(component, to.ToPlacement());
+        NoteUserStep({{"move", outline->NamesTo(*selected)}, {"at", to.at}, {"axis", to.axis}, {"angle", to.degrees}});
+    } catch (const std::exception& error) {
+        TellError(this, QString::fromUtf8(error.what()));
+    }
 }
 
 void MainWindow::ShowOptions()

@@ -116,6 +116,9 @@ void DocumentActions::Update()
     const auto name = [](QAction& action, const char* text, const std::optional<std::string>& step) {
         action.setEnabled(step.has_value());
         action.setText(step ? Words(text) + " " + Words(step->c_str()) : Words(text));
+        // Of the tool bar, which keeps its width.
+        action.setIconText(Words(text).remove('&'));
+        action.setToolTip(action.text().remove('&'));
     };
     name(*undo, "&Undo", workspace_.NextUndo());
     name(*redo, "&Redo", workspace_.NextRedo());

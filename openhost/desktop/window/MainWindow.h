@@ -100,6 +100,7 @@ private:
 
     // Commands.cpp
     void StartFindSimilar();
+    void MoveSelected();
     void ShowOptions();
     void ShowPanel();
     void ShowAbout();
@@ -123,6 +124,7 @@ private:
     QPointer<QWidget> page_;
 
     QAction* findSimilar_ = nullptr;
+    QAction* move_ = nullptr;
     QAction* options_ = nullptr;
     QAction* panel_ = nullptr;
     QAction* cancel_ = nullptr;

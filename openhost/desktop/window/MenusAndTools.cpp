@@ -40,6 +40,7 @@ QAction* MainWindow::AddAction(const char* name, const QKeySequence& keys, const
 void MainWindow::MakeActions()
 {
     findSimilar_ = AddAction("FIND_SIMILAR", QKeySequence("Ctrl+F"), [this] { StartFindSimilar(); });
+    move_ = AddAction("MOVE", QKeySequence("Ctrl+M"), [this] { MoveSelected(); });
     options_ = AddAction("OPTIONS", QKeySequence("Ctrl+,"), [this] { ShowOptions(); });
     panel_ = AddAction("CATALOGUE", QKeySequence("Ctrl+K"), [this] { ShowPanel(); });
     cancel_ = AddAction("CANCEL_COMMAND", QKeySequence(Qt::Key_Escape), [this] { CancelCommand(); });
@@ -50,6 +51,7 @@ void MainWindow::MakeActions()
         texts_.push_back([action, english] { action->setText(Words(english)); });
     };
     text(findSimilar_, "&Find similar");
+    text(move_, "&Move component...");
     text(options_, "&Options...");
     text(panel_, "&Catalogue");
     text(cancel_, "Cancel co&mmand");
@@ -76,7 +78,7 @@ void MainWindow::MakeMenus()
     QMenu* edit = menu("&Edit");
     edit->addActions({documents_->undo, documents_->redo});
     edit->addSeparator();
-    edit->addActions({search_, cancel_});
+    edit->addActions({move_, search_, cancel_});
     edit->addSeparator();
     edit->addAction(options_);
 
@@ -182,6 +184,7 @@ void MainWindow::UpdateActions()
 {
     documents_->Update();
     const ZALCommandHeader* header = ZALCommandHeader::GetHeaderFromList(FindSimilarHeader, 0);
+    move_->setEnabled(tree_->Selected().value_or(0) != 0);
     findSimilar_->setEnabled(header && header->IsAvailable() == 1);
 }
 

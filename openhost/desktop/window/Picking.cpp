@@ -50,6 +50,7 @@ void MainWindow::OnChosen(Number number)
             return;
         const std::string names = window.outline_->NamesTo(now);
         NoteUserStep({{"select", names}});
+        window.subject_.workspace.EndStep();
         const Pick pick = DialogEngine::Current().Offer(window.outline_->PathTo(now).get(), names);
         if (!pick.accepted && self.use_count() > 1)
             window.statusBar()->showMessage(Words("This cannot be picked: ") + Words(pick.reason.c_str()), MessageTime);
@@ -184,6 +185,7 @@ void MainWindow::ShowMenu(Number number, const QPoint& place)
         tree_->Model().Update();
     });
     menu->addSeparator();
+    menu->addAction(move_);
     menu->addAction(findSimilar_);
     if (const LoadedDocument* document = outline_->Document(number); document && number != 0)
         menu->addAction(Words("Open in a tab"), this, [this, path = document->Path()] { Open(path); });

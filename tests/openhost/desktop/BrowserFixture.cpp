@@ -20,6 +20,7 @@ public:
     void SetUp() override
     {
         ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+        ::setenv("LC_ALL", "C", 1); // pages speak the user's language
         desktop = std::make_unique<QtDesktop>();
     }
     void TearDown() override { desktop.reset(); }

@@ -169,18 +169,21 @@ TEST_F(QtQuestions, TheStyleChoosesTheIcon)
     EXPECT_EQ(warning, IconOf(ZALDlgNotifyInvalidInput));
 }
 
-TEST_F(QtQuestions, TheCloseBoxAndEscapeCloseAQuestion)
+TEST_F(QtQuestions, TheCloseBoxEscapeAndEnterAreNo)
 {
-    EXPECT_EQ(ZALDlgAnswerClosed, Ask(ZALDlgNotifyYesNo, [](QWidget& box) { box.close(); }));
-    EXPECT_EQ(ZALDlgAnswerClosed, Ask(ZALDlgNotifyYesNo, [](QWidget& box) { QTest::keyClick(&box, Qt::Key_Escape); }));
+    for (const unsigned int style : {ZALDlgNotifyYesNo, ZALDlgNotifyWarningYesNo}) {
+        EXPECT_EQ(ZALDlgAnswerNo, Ask(style, [](QWidget& box) { box.close(); }));
+        for (const Qt::Key key : {Qt::Key_Escape, Qt::Key_Return})
+            EXPECT_EQ(ZALDlgAnswerNo, Ask(style, [key](QWidget& box) { QTest::keyClick(&box, key); })) << key;
+    }
     EXPECT_FALSE(Shown("Question"));
 }
 
-TEST_F(QtQuestions, EnterIsYesButNoAfterAWarning)
+TEST_F(QtQuestions, AMessageIsClosedWithoutAnAnswerButEnterIsOK)
 {
-    const auto enter = [](QWidget& box) { QTest::keyClick(&box, Qt::Key_Return); };
-    EXPECT_EQ(ZALDlgAnswerYes, Ask(ZALDlgNotifyYesNo, enter));
-    EXPECT_EQ(ZALDlgAnswerNo, Ask(ZALDlgNotifyWarningYesNo, enter));
+    EXPECT_EQ(ZALDlgAnswerClosed, Ask(ZALDlgNotifyError, [](QWidget& box) { box.close(); }));
+    EXPECT_EQ(ZALDlgAnswerClosed, Ask(ZALDlgNotifyError, [](QWidget& box) { QTest::keyClick(&box, Qt::Key_Escape); }));
+    EXPECT_EQ(ZALDlgAnswerOK, Ask(ZALDlgNotifyError, [](QWidget& box) { QTest::keyClick(&box, Qt::Key_Return); }));
 }
 
 TEST_F(QtQuestions, OtherWindowsAreBlocked)

@@ -1,6 +1,7 @@
 // What the view knows of its instances.
 
 #include "openhost/desktop/view/ViewScene.h"
+#include "openhost/desktop/view/SeenItems.h"
 #include "tests/openhost/desktop/view/TestMeshes.h"
 
 #include <gmock/gmock.h>
@@ -108,6 +109,25 @@ TEST_F(Scene, SelectingTellsWhatLooksDifferent)
     EXPECT_THAT(scene_.Select({11, 12}), ElementsAre(0, 1));
     EXPECT_THAT(scene_.Select({12, 13}), ElementsAre(0, 2));
     EXPECT_THAT(scene_.Select({12, 13}), IsEmpty());
+}
+
+TEST_F(Scene, WhatStandsInFrontHidesWhatIsBehind)
+{
+    // Seen along x, without perspective: 100 mm wide and high, 1000 mm deep.
+    const Projection along = {0, 0.02, 0, 0, 0, 0, 0.02, 0, 0.002, 0, 0, 0, 0, 0, 0, 1};
+    EXPECT_THAT(FindSeen(scene_, {0, 0, 0}, along, 200, 200), ElementsAre(true, false, false));
+    scene_.SetHidden({11});
+    EXPECT_THAT(FindSeen(scene_, {0, 0, 0}, along, 200, 200), ElementsAre(false, true, false));
+    scene_.SetHidden({});
+    scene_.SetInstances({{11, "box", At(0, 0, 0)}, {12, "box", At(20, 6, 0)}, {13, "box", At(40, 0, 200)}});
+    EXPECT_THAT(FindSeen(scene_, {0, 9, 0}, along, 200, 200), ElementsAre(true, true, false)) << "out of the picture";
+}
+
+TEST_F(Scene, WhatReachesBehindTheEyeCountsAsSeen)
+{
+    // The eye is in the middle of the first box, and looks along x.
+    const Projection perspective = {0, 1, 0, 0, 0, 0, 1, 0, 0.01, 0, 0, -0.5, 1, 0, 0, 0};
+    EXPECT_THAT(FindSeen(scene_, {0, 0, 0}, perspective, 200, 200), ElementsAre(true, true, false));
 }
 
 } // namespace
