@@ -9,13 +9,6 @@ from window import CATALOGUE, OPENHOST, Journey, show, unpack
 
 class Insert(Journey):
 
-    def insert(self, window):
-        """Picks a nut in the page and inserts it into the root."""
-        window.choose("Hexagon nut ISO 4032 M6", "Insert")
-        window.find("label", re.compile("Escape cancels"))
-        window.click(window.tree_entry(self.root))
-        window.tree_entry("ISO4032_M6.1")
-
     def test_inserts_by_mouse_what_the_page_offers(self):
         document = self.document()
         before = show(document)

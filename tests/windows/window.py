@@ -33,7 +33,7 @@ for needed in ("Xvfb", "openbox", "xdotool", "import", "dbus-run-session", "setp
     if not shutil.which(needed):
         sys.exit(f"{needed} is missing; tools/packages-test names the packages")
 if not os.environ.get("DBUS_SESSION_BUS_ADDRESS"):
-    sys.exit("no session bus: run this under dbus-run-session")
+    sys.exit("no session bus: tests/windows/run starts a test with its own")
 os.environ["NO_AT_BRIDGE"] = "1"
 
 import gi  # noqa: E402
@@ -42,6 +42,8 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
 State = Atspi.StateType
+# What the status line says while a command waits for an element.
+PROMPT = re.compile("Escape cancels")
 
 
 def until(condition, what, seconds=PATIENCE, alive=None):
@@ -225,11 +227,21 @@ class Window:
     def gone(self, role, name):
         self.until(lambda: not self.all(role, name), f"{role} named {name!r} is gone")
 
+    def entries(self):
+        """The names in the tree, as far as they show."""
+        return [cell.name for cell in self.all("table cell", inside=self.find("tree", "Product tree"))
+                if not cell.name or "." in cell.name]
+
     def tree_entry(self, name):
         return self.find("table cell", name, inside=self.find("tree", "Product tree"))
 
     def page(self):
         return self.find("document web", re.compile("."))
+
+    def page_link(self, title):
+        """The link of an item, once the page has come."""
+        return self.until(lambda: next(iter(self.all("link", re.compile(f"^{re.escape(title)} "), inside=self.page(),
+                                                     hidden=True)), None), f"the page has {title}")
 
     def choose(self, title, button):
         """Picks the item of that title in the page, and what to do with it."""
@@ -297,13 +309,13 @@ class Window:
         lines = self.journal_file.read_text(errors="replace").split("\n")[:-1]
         return [event for event in map(json.loads, lines) if name is None or event["event"] == name]
 
-    def wait_for(self, name, count=1, **members):
+    def wait_for(self, event, count=1, **members):
         def there():
-            found = [event for event in self.events(name)
-                     if all(event.get(member) == value for member, value in members.items())]
+            found = [noted for noted in self.events(event)
+                     if all(noted.get(member) == value for member, value in members.items())]
             return len(found) >= count and found
 
-        return self.until(there, f"{count} of event {name} {members or ''} in the journal")
+        return self.until(there, f"{count} of event {event} {members or ''} in the journal")
 
     # The end
 
@@ -314,6 +326,13 @@ class Window:
                 if self.mark.encode() in (folder / "environ").read_bytes().split(b"\0"):
                     found.append(f"{folder.name} {(folder / 'comm').read_text().strip()}")
         return found
+
+    def check_goes_on(self, test):
+        """The window is there and takes input."""
+        self.click(self.find("menu item", "Help", inside=self.find("menu bar")))
+        self.find("menu item", "About")
+        self.key("Escape")
+        test.assertIsNone(self.process.poll())
 
     def wait_for_end(self):
         """The exit status, once the run has ended."""
@@ -361,6 +380,18 @@ class Journey(unittest.TestCase):
         self.windows.append(window)
         window.find("frame", re.compile("Open host$"))
         return window
+
+    def pick(self, window, title, button, entry):
+        """Chooses what to do with an item of the page, and the entry of the tree that it asks for."""
+        window.choose(title, button)
+        window.find("label", PROMPT)
+        window.click(window.tree_entry(entry))
+
+    def insert(self, window, into=None):
+        """Inserts a nut."""
+        self.pick(window, "Hexagon nut ISO 4032 M6", "Insert", into or self.root)
+        window.tree_entry("ISO4032_M6.1")
+        window.find("frame", re.compile(r"\* - Open host$"))
 
     def run(self, result=None):
         before = result and len(result.failures) + len(result.errors)
