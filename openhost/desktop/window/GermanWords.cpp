@@ -18,6 +18,8 @@ constexpr std::pair<const char*, const char*> Words[] = {
     {"Save &as...", "Speichern &unter..."},
     {"Save a&ll", "A&lle speichern"},
     {"&Close", "S&chließen"},
+    {"Ne&xt document", "Nächs&tes Dokument"},
+    {"Pre&vious document", "&Voriges Dokument"},
     {"&Quit", "&Beenden"},
     {"&Undo", "&Rückgängig"},
     {"&Redo", "&Wiederholen"},

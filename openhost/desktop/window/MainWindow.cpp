@@ -61,7 +61,7 @@ MainWindow::MainWindow(const WindowSubject& subject, QSettings& settings)
     MakeToolBar();
     Retranslate();
 
-    connect(tabs_, &QTabBar::tabBarClicked, this, [this](int index) {
+    connect(tabs_, &QTabBar::currentChanged, this, [this](int index) {
         if (index >= 0 && static_cast<std::size_t>(index) < subject_.workspace.Windows().size())
             documents_->Activate(*subject_.workspace.Windows()[static_cast<std::size_t>(index)]);
     });
