@@ -82,7 +82,9 @@ QuestionBox::QuestionBox(unsigned int style, const ZALUnicodeString& text, const
 
     auto* layout = new QGridLayout(this);
     layout->addWidget(icon, 0, 0, Qt::AlignTop);
-    layout->addWidget(MakeTextField(ToShownText(text, MaximumQuestionLength)), 0, 1);
+    QPlainTextEdit* field = MakeTextField(ToShownText(text, MaximumQuestionLength));
+    field->setAccessibleName(windowTitle());
+    layout->addWidget(field, 0, 1);
     layout->addWidget(buttons, 1, 0, 1, 2);
     layout->setColumnStretch(1, 1);
 
