@@ -203,6 +203,8 @@ void MainWindow::CloseAsked()
 {
     isClosed_ = documents_->MayEnd();
     isClosing_ = isClosed_;
+    if (isClosed_)
+        hide();
 }
 
 // ---------------------------------------------------------------------------------------------
