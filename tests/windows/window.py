@@ -42,6 +42,8 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
 State = Atspi.StateType
+# In the languages of the window.
+TREE = re.compile("^(Product tree|Produktbaum)$")
 # What the status line says while a command waits for an element.
 PROMPT = re.compile("Escape cancels")
 
@@ -171,7 +173,8 @@ class Display:
 class Window:
     """A run of `openhost desktop`, with everything that it writes in a folder of its own."""
 
-    def __init__(self, *documents, home=None, size="1280x900", arguments=(), environment=None, downloads=True):
+    def __init__(self, *documents, home=None, size="1280x900", arguments=(), environment=None, downloads=True,
+                 language="en"):
         self.home = Path(home)
         self.parts = self.home / "parts"
         self.temporary = self.home / "temporary"
@@ -184,7 +187,7 @@ class Window:
         self.display = Display(size)
         command = [*TOGETHER, OPENHOST, "desktop", *documents, "--record", self.record, "--journal", self.journal_file,
                    *(["--folder", self.parts] if downloads else []),
-                   *([] if "--language" in arguments else ["--language", "en"]), *arguments]
+                   *(["--language", language] if language else []), *arguments]
         name, value = self.mark.split("=", 1)
         self.environment = {**self.display.environment, "HOME": str(self.home), "TMPDIR": str(self.temporary),
                             "XDG_CONFIG_HOME": str(self.home / ".config"), "XDG_CACHE_HOME": str(self.home / ".cache"),
@@ -227,13 +230,16 @@ class Window:
     def gone(self, role, name):
         self.until(lambda: not self.all(role, name), f"{role} named {name!r} is gone")
 
+    def tree(self):
+        return self.find("tree", TREE)
+
     def entries(self):
         """The names in the tree, as far as they show."""
-        return [cell.name for cell in self.all("table cell", inside=self.find("tree", "Product tree"))
+        return [cell.name for cell in self.all("table cell", inside=self.tree())
                 if not cell.name or "." in cell.name]
 
     def tree_entry(self, name):
-        return self.find("table cell", name, inside=self.find("tree", "Product tree"))
+        return self.find("table cell", name, inside=self.tree())
 
     def page(self):
         return self.find("document web", re.compile("."))
@@ -300,6 +306,10 @@ class Window:
     def close_box(self):
         """What the window manager does for the close box of the window with the input."""
         self.display.use("key", "alt+F4")
+
+    def close_main(self):
+        """The close box of the main window, whatever other window has the input."""
+        self.display.use("search", "--onlyvisible", "--name", "Open host$", "windowactivate", "--sync", "key", "alt+F4")
 
     # The journal
 

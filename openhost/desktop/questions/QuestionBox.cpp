@@ -2,6 +2,7 @@
 
 #include "host/dialogs.h"
 #include "openhost/desktop/questions/ShownText.h"
+#include "openhost/desktop/window/Words.h"
 
 #include <QDialogButtonBox>
 #include <QGridLayout>
@@ -59,7 +60,7 @@ QPlainTextEdit* MakeTextField(const QString& text)
 
 QuestionBox::QuestionBox(unsigned int style, const ZALUnicodeString& text, const ZALUnicodeString& title)
 {
-    setWindowTitle(ToWindowTitle(title));
+    setWindowTitle(title.GetLengthInChar() > 0 ? ToWindowTitle(title) : Words("Open host"));
     setWindowModality(Qt::ApplicationModal);
 
     auto* icon = new QLabel;

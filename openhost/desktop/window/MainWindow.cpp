@@ -13,6 +13,7 @@
 #include <QDragEnterEvent>
 #include <QLabel>
 #include <QMimeData>
+#include <QScreen>
 #include <QStatusBar>
 #include <QTabBar>
 #include <QVBoxLayout>
@@ -22,7 +23,8 @@ namespace openhost {
 namespace {
 
 constexpr QSize UsualSize(1280, 800);
-constexpr int MessageTime = 8000; // milliseconds
+constexpr QSize UsualFrame(8, 40); // around the window
+constexpr int MessageTime = 8000;  // milliseconds
 
 } // namespace
 
@@ -92,7 +94,7 @@ MainWindow::MainWindow(const WindowSubject& subject, QSettings& settings)
     subscription_ = subject_.workspace.Subscribe([this](LoadedDocument&, DocumentAction) { RefreshSoon(); });
 
     if (!restoreGeometry(settings_.value("geometry").toByteArray()))
-        resize(UsualSize);
+        resize(UsualSize.boundedTo(screen()->availableSize() - UsualFrame));
     restoreState(settings_.value("state").toByteArray());
     Refresh();
     show();
