@@ -313,7 +313,7 @@ openhost::Command AddDesktop(const openhost::CommandLine& line, WindowArguments&
     desktop.Text("--report", "FILE", arguments.play.report, "write what happened as one page of HTML to FILE");
     desktop.Text("--module", "FILE", arguments.play.module, "the module's shared library, as for play")
         .OrFromEnvironment("OPENHOST_MODULE");
-    desktop.Footer("Exit status: 0 the window was closed; 1 it could not be opened; 2 wrong use.\n\n"
+    desktop.Footer("Exit status: 0 the window was closed; 1 it could not be opened.\n\n"
                    "Example: openhost desktop bracket.ZALProduct --folder parts --record done.json");
     return desktop;
 }

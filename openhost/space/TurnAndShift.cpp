@@ -17,10 +17,12 @@ TurnAndShift TurnAndShift::Of(const Placement& placement)
 {
     const auto at = [&](std::size_t row, std::size_t column) { return placement[4 * row + column]; };
     TurnAndShift value{.at = ShiftOf(placement)};
-    const double cosine = std::clamp((at(0, 0) + at(1, 1) + at(2, 2) - 1) / 2, -1.0, 1.0);
-    value.degrees = std::acos(cosine) * Radian;
+    const double cosine = (at(0, 0) + at(1, 1) + at(2, 2) - 1) / 2;
+    // Twice the sine times the axis.
     const Vector twice{at(2, 1) - at(1, 2), at(0, 2) - at(2, 0), at(1, 0) - at(0, 1)};
-    if (const double length = std::hypot(twice[0], twice[1], twice[2]); length > ShortestAxis) {
+    const double length = std::hypot(twice[0], twice[1], twice[2]);
+    value.degrees = std::atan2(length / 2, cosine) * Radian;
+    if (length > ShortestAxis) {
         for (std::size_t i = 0; i < 3; ++i)
             value.axis[i] = twice[i] / length;
     } else if (cosine < 0) {

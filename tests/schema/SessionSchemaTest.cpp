@@ -108,6 +108,7 @@ const std::vector<std::string> Steps = {
     R"({"tree": "a.ZALPart"})",
     R"({"command": "ZALVelmartFindSimilarCmd"})",
     R"({"workshop": ""})",
+    R"({"cancel": "ZALVelmartMeridiaAccessAddinActionCmd"})",
     R"({"listener": null})",
     R"({"listener": {"replies": []}})",
     R"({"listener": {"replies": [{"to": "a", "send": {}}, {"to": "a", "send": "b", "later": true}]}})",
