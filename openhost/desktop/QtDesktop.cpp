@@ -52,7 +52,8 @@ QtDesktop::QtDesktop()
     if (geteuid() == 0)
         Default("QTWEBENGINE_DISABLE_SANDBOX", "1");
     // Chromium draws by itself: a machine without a graphics card shows the same page, and nothing warns about it.
-    Default("QTWEBENGINE_CHROMIUM_FLAGS", "--disable-gpu --disable-dev-shm-usage");
+    // Screen readers are told what the page holds; by itself Chromium would not notice them here.
+    Default("QTWEBENGINE_CHROMIUM_FLAGS", "--disable-gpu --disable-dev-shm-usage --force-renderer-accessibility");
 
     // So does Qt: a browser drawn by OpenGL would have the surface of its window made anew, which the 3D view does not
     // survive.

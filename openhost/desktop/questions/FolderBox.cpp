@@ -1,6 +1,7 @@
 #include "openhost/desktop/questions/FolderBox.h"
 
 #include <QAbstractItemView>
+#include <QApplication>
 #include <QDialogButtonBox>
 #include <QFileInfo>
 #include <QLineEdit>
@@ -40,6 +41,9 @@ void FolderBox::accept()
 
 void FolderBox::done(int result)
 {
+    // The proposals for what was typed would swallow the next click.
+    if (QWidget* popup = QApplication::activePopupWidget())
+        popup->close();
     ended_(result == Accepted);
 }
 

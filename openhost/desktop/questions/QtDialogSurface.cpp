@@ -130,7 +130,10 @@ int QtDialogSurface::Ask(ZALDlgNotify& question, const ZALUnicodeString& text, c
     box.setObjectName(QString::fromUtf8(question.GetName().CastToCharPtr()));
     const ShownQuestion shown(*this, question, box);
     const Patience patience;
-    EventLoop::Current().RunUntil([&] { return box.Answer() || ZALDialogNode::Of(question).ended; });
+    // After the user has closed the main window nobody is there to answer.
+    const QWindow* main = main_();
+    if (!main || main->isVisible())
+        EventLoop::Current().RunUntil([&] { return box.Answer() || ZALDialogNode::Of(question).ended; });
     // A signal that ends the process leaves it without an answer.
     const int answer = box.Answer().value_or(ZALDialogNode::Of(question).ended ? ZALDlgAnswerClosed : box.SafeAnswer());
     NoteUserAnswer(question.GetName().CastToCharPtr(), answer);

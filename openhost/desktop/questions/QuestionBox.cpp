@@ -2,6 +2,7 @@
 
 #include "host/dialogs.h"
 #include "openhost/desktop/questions/ShownText.h"
+#include "openhost/desktop/window/Words.h"
 
 #include <QDialogButtonBox>
 #include <QGridLayout>
@@ -59,7 +60,7 @@ QPlainTextEdit* MakeTextField(const QString& text)
 
 QuestionBox::QuestionBox(unsigned int style, const ZALUnicodeString& text, const ZALUnicodeString& title)
 {
-    setWindowTitle(ToWindowTitle(title));
+    setWindowTitle(title.GetLengthInChar() > 0 ? ToWindowTitle(title) : Words("Open host"));
     setWindowModality(Qt::ApplicationModal);
 
     auto* icon = new QLabel;
@@ -82,7 +83,9 @@ QuestionBox::QuestionBox(unsigned int style, const ZALUnicodeString& text, const
 
     auto* layout = new QGridLayout(this);
     layout->addWidget(icon, 0, 0, Qt::AlignTop);
-    layout->addWidget(MakeTextField(ToShownText(text, MaximumQuestionLength)), 0, 1);
+    QPlainTextEdit* field = MakeTextField(ToShownText(text, MaximumQuestionLength));
+    field->setAccessibleName(windowTitle());
+    layout->addWidget(field, 0, 1);
     layout->addWidget(buttons, 1, 0, 1, 2);
     layout->setColumnStretch(1, 1);
 

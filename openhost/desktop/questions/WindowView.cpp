@@ -3,6 +3,7 @@
 #include "openhost/desktop/questions/FolderBox.h"
 #include "openhost/desktop/questions/ShownText.h"
 #include "openhost/desktop/questions/UserDialog.h"
+#include "openhost/desktop/window/Words.h"
 #include "openhost/dialogs/UserActions.h"
 #include "openhost/journal/UserSteps.h"
 #include "openhost/loop/EventLoop.h"
@@ -74,6 +75,24 @@ void UpdateProgress(QProgressBar& bar, const ZALDialogNode& node)
 {
     bar.setRange(node.minimum, node.maximum);
     bar.setValue(node.position);
+}
+
+/// Screen readers call a field by the label before it in its row.
+void NameFields(const std::vector<WidgetPlacement>& placements)
+{
+    for (const WidgetPlacement& field : placements) {
+        if (!qobject_cast<QLineEdit*>(field.widget))
+            continue;
+        int nearest = -1;
+        for (const WidgetPlacement& other : placements) {
+            const auto* label = qobject_cast<QLabel*>(other.widget);
+            if (!label || label->text().isEmpty() || other.row != field.row || other.column >= field.column ||
+                other.column <= nearest)
+                continue;
+            nearest = other.column;
+            field.widget->setAccessibleName(label->text());
+        }
+    }
 }
 
 } // namespace
@@ -290,6 +309,8 @@ void WindowView::UpdateControl(Control& control)
     case Kind::Window:
     case Kind::FileBox:
         widget.setWindowTitle(ToWindowTitle(control.Title()));
+        if (widget.windowTitle().isEmpty() && node.kind == Kind::FileBox)
+            widget.setWindowTitle(Words("Choose a folder"));
         break;
     case Kind::Label: {
         auto& label = static_cast<QLabel&>(widget);
@@ -348,6 +369,7 @@ void WindowView::UpdateChildren(Control& control)
         below.widget->setVisible(node.visible);
     }
     Arrange(control);
+    NameFields(control.placements);
 }
 
 void WindowView::Arrange(Control& control)

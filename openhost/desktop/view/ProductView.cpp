@@ -85,6 +85,8 @@ public:
     void Finish();
     bool FilterEvent(QEvent& event);
     void AdaptToPalette();
+    /// Texts in the language in use.
+    void Retranslate();
 
     ProductView& view;
     QWidget* canvas;
@@ -96,11 +98,13 @@ public:
 
 private:
     void AddActions();
-    QAction* Add(const char* name, const QString& text, const QList<QKeySequence>& keys, std::function<void()> call);
+    /// `text` is English.
+    QAction* Add(const char* name, const char* text, const QList<QKeySequence>& keys, std::function<void()> call);
     void AddSeparator();
     void Look(StandardView standard);
     void MarkHovered();
     void Start();
+    static CubeLabels Labels();
     void Stop(const QString& why);
     /// Does `call`, and goes on without graphics when that fails.
     template <class Call>
@@ -141,6 +145,7 @@ private:
     std::chrono::steady_clock::time_point nextChoice_; ///< of details, while more is there to be seen
     bool isCameraUsers_ = false;                       ///< the user has moved it
     bool isPerspective_ = false;
+    std::vector<std::pair<QAction*, const char*>> texts_; ///< each action with its text in English
     DrawStyle style_ = DrawStyle::ShadedWithEdges;
 
     std::optional<std::size_t> hovered_;
@@ -165,9 +170,6 @@ ProductView::Implementation::Implementation(ProductView& owner)
     problem->setMargin(12);
     problem->setTextFormat(Qt::PlainText);
     problem->setObjectName("ViewProblem");
-    for (QWidget* widget : {static_cast<QWidget*>(&owner), canvas})
-        widget->setAccessibleName(tr("3D view of the product"));
-    canvas->setAccessibleDescription(tr("Arrow keys turn, with Shift they move; plus and minus zoom, F fits."));
     canvas->installEventFilter(&owner);
     owner.setFocusProxy(canvas);
 
@@ -185,18 +187,38 @@ ProductView::Implementation::Implementation(ProductView& owner)
         work_.start(0);
     });
     AddActions();
+    Retranslate();
     if (QGuiApplication::platformName() != "xcb")
         Stop(tr("It needs an X display."));
+}
+
+CubeLabels ProductView::Implementation::Labels()
+{
+    return {tr("FRONT").toStdString(), tr("BACK").toStdString(), tr("LEFT").toStdString(),
+            tr("RIGHT").toStdString(), tr("TOP").toStdString(),  tr("BOTTOM").toStdString()};
+}
+
+void ProductView::Implementation::Retranslate()
+{
+    for (QWidget* widget : {static_cast<QWidget*>(&view), static_cast<QWidget*>(canvas)})
+        widget->setAccessibleName(tr("3D view of the product"));
+    canvas->setAccessibleDescription(tr("Arrow keys turn, with Shift they move; plus and minus zoom, F fits."));
+    for (const auto& [action, text] : texts_)
+        action->setText(tr(text));
+    if (!graphics)
+        return;
+    graphics->SetLabels(Labels());
+    areDetailsOld_ = true;
+    isUrgent_ = true;
+    work_.start(0);
 }
 
 void ProductView::Implementation::Start()
 {
     if (graphics || !reason.isEmpty())
         return;
-    const CubeLabels labels = {tr("FRONT").toStdString(), tr("BACK").toStdString(), tr("LEFT").toStdString(),
-                               tr("RIGHT").toStdString(), tr("TOP").toStdString(),  tr("BOTTOM").toStdString()};
     try {
-        graphics = std::make_unique<ViewGraphics>(canvas->winId(), canvas->devicePixelRatioF(), scene, labels);
+        graphics = std::make_unique<ViewGraphics>(canvas->winId(), canvas->devicePixelRatioF(), scene, Labels());
     } catch (const std::exception& error) {
         Stop(tr("OpenGL does not work on this display (%1).").arg(QString::fromStdString(error.what())));
         return;
@@ -398,10 +420,11 @@ Vector ProductView::Implementation::Pivot() const
 // ---------------------------------------------------------------------------------------------
 // Actions
 
-QAction* ProductView::Implementation::Add(const char* name, const QString& text, const QList<QKeySequence>& keys,
+QAction* ProductView::Implementation::Add(const char* name, const char* text, const QList<QKeySequence>& keys,
                                           std::function<void()> call)
 {
-    auto* action = new QAction(text, &view);
+    auto* action = new QAction(tr(text), &view);
+    texts_.emplace_back(action, text);
     action->setObjectName(name);
     action->setShortcuts(keys);
     // Single keys, which mean something else elsewhere.
@@ -422,23 +445,23 @@ void ProductView::Implementation::AddSeparator()
 void ProductView::Implementation::AddActions()
 {
     const auto fitter = [this](bool selectedOnly) { return [this, selectedOnly] { Fit(selectedOnly); }; };
-    Add("ViewFit", tr("&Fit All"), {Qt::Key_F}, fitter(false));
-    Add("ViewFitSelected", tr("Fit &Selection"), {Qt::SHIFT | Qt::Key_F}, fitter(true));
+    Add("ViewFit", QT_TR_NOOP("&Fit All"), {Qt::Key_F}, fitter(false));
+    Add("ViewFitSelected", QT_TR_NOOP("Fit &Selection"), {Qt::SHIFT | Qt::Key_F}, fitter(true));
     AddSeparator();
     const auto looker = [this](StandardView standard) { return [this, standard] { Look(standard); }; };
-    Add("ViewIsometric", tr("&Isometric"), {Qt::Key_0}, looker(StandardView::Isometric));
-    Add("ViewFront", tr("F&ront"), {Qt::Key_1}, looker(StandardView::Front));
-    Add("ViewBack", tr("&Back"), {Qt::Key_2}, looker(StandardView::Back));
-    Add("ViewLeft", tr("&Left"), {Qt::Key_3}, looker(StandardView::Left));
-    Add("ViewRight", tr("Ri&ght"), {Qt::Key_4}, looker(StandardView::Right));
-    Add("ViewTop", tr("&Top"), {Qt::Key_5}, looker(StandardView::Top));
-    Add("ViewBottom", tr("B&ottom"), {Qt::Key_6}, looker(StandardView::Bottom));
+    Add("ViewIsometric", QT_TR_NOOP("&Isometric"), {Qt::Key_0}, looker(StandardView::Isometric));
+    Add("ViewFront", QT_TR_NOOP("F&ront"), {Qt::Key_1}, looker(StandardView::Front));
+    Add("ViewBack", QT_TR_NOOP("&Back"), {Qt::Key_2}, looker(StandardView::Back));
+    Add("ViewLeft", QT_TR_NOOP("&Left"), {Qt::Key_3}, looker(StandardView::Left));
+    Add("ViewRight", QT_TR_NOOP("Ri&ght"), {Qt::Key_4}, looker(StandardView::Right));
+    Add("ViewTop", QT_TR_NOOP("&Top"), {Qt::Key_5}, looker(StandardView::Top));
+    Add("ViewBottom", QT_TR_NOOP("B&ottom"), {Qt::Key_6}, looker(StandardView::Bottom));
     AddSeparator();
-    Add("ViewZoomIn", tr("Zoom I&n"), {Qt::Key_Plus, Qt::Key_Equal}, [this] { ZoomBy(ZoomOfKey); });
-    Add("ViewZoomOut", tr("Zoom O&ut"), {Qt::Key_Minus}, [this] { ZoomBy(1 / ZoomOfKey); });
+    Add("ViewZoomIn", QT_TR_NOOP("Zoom I&n"), {Qt::Key_Plus, Qt::Key_Equal}, [this] { ZoomBy(ZoomOfKey); });
+    Add("ViewZoomOut", QT_TR_NOOP("Zoom O&ut"), {Qt::Key_Minus}, [this] { ZoomBy(1 / ZoomOfKey); });
     AddSeparator();
     auto* styles = new QActionGroup(&view);
-    const auto addStyle = [&](const char* name, const QString& text, DrawStyle style) {
+    const auto addStyle = [&](const char* name, const char* text, DrawStyle style) {
         QAction* action = Add(name, text, {}, [this, style] {
             style_ = style;
             if (!graphics)
@@ -452,10 +475,10 @@ void ProductView::Implementation::AddActions()
         action->setChecked(style == style_);
         styles->addAction(action);
     };
-    addStyle("ViewShadedWithEdges", tr("Shaded with &Edges"), DrawStyle::ShadedWithEdges);
-    addStyle("ViewShaded", tr("Sh&aded"), DrawStyle::Shaded);
-    addStyle("ViewWireframe", tr("&Wireframe"), DrawStyle::Wireframe);
-    QAction* perspective = Add("ViewPerspective", tr("&Perspective"), {Qt::Key_P}, {});
+    addStyle("ViewShadedWithEdges", QT_TR_NOOP("Shaded with &Edges"), DrawStyle::ShadedWithEdges);
+    addStyle("ViewShaded", QT_TR_NOOP("Sh&aded"), DrawStyle::Shaded);
+    addStyle("ViewWireframe", QT_TR_NOOP("&Wireframe"), DrawStyle::Wireframe);
+    QAction* perspective = Add("ViewPerspective", QT_TR_NOOP("&Perspective"), {Qt::Key_P}, {});
     perspective->setCheckable(true);
     QObject::connect(perspective, &QAction::toggled, &view, [this](bool isOn) {
         isPerspective_ = isOn;
@@ -472,12 +495,12 @@ void ProductView::Implementation::AddActions()
             Q_EMIT view.HiddenChanged();
         };
     };
-    Add("ViewHide", tr("&Hide Selection"), {Qt::Key_H}, hider([this] { view.Hide(scene.Selected()); }));
-    Add("ViewIsolate", tr("Show &Only Selection"), {Qt::Key_I}, hider([this] {
+    Add("ViewHide", QT_TR_NOOP("&Hide Selection"), {Qt::Key_H}, hider([this] { view.Hide(scene.Selected()); }));
+    Add("ViewIsolate", QT_TR_NOOP("Show &Only Selection"), {Qt::Key_I}, hider([this] {
             if (!scene.Selected().empty())
                 view.Isolate(scene.Selected());
         }));
-    Add("ViewShowAll", tr("Show A&ll"), {Qt::SHIFT | Qt::Key_H}, hider([this] { view.ShowAll(); }));
+    Add("ViewShowAll", QT_TR_NOOP("Show A&ll"), {Qt::SHIFT | Qt::Key_H}, hider([this] { view.ShowAll(); }));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -827,6 +850,8 @@ void ProductView::changeEvent(QEvent* event)
 {
     if (event->type() == QEvent::PaletteChange && implementation_)
         implementation_->AdaptToPalette();
+    if (event->type() == QEvent::LanguageChange && implementation_)
+        implementation_->Retranslate();
     QWidget::changeEvent(event);
 }
 

@@ -83,6 +83,12 @@ void AddLights(V3d_Viewer& viewer)
     }
 }
 
+void LabelCube(AIS_ViewCube& cube, const CubeLabels& labels)
+{
+    for (std::size_t label = 0; label < labels.size(); ++label)
+        cube.SetBoxSideLabel(ToOrientation(static_cast<StandardView>(label + 1)), labels[label].c_str());
+}
+
 opencascade::handle<AIS_ViewCube> MakeCube(double density, const CubeLabels& labels)
 {
     const opencascade::handle<AIS_ViewCube> cube = new AIS_ViewCube;
@@ -93,8 +99,7 @@ opencascade::handle<AIS_ViewCube> MakeCube(double density, const CubeLabels& lab
     cube->SetDrawAxes(false);
     cube->SetBoxColor(Color(0.62, 0.66, 0.71));
     cube->SetTextColor(Color(0.05, 0.06, 0.08));
-    for (std::size_t label = 0; label < labels.size(); ++label)
-        cube->SetBoxSideLabel(ToOrientation(static_cast<StandardView>(label + 1)), labels[label].c_str());
+    LabelCube(*cube, labels);
     cube->SetTransformPersistence(new Graphic3d_TransformPers(Graphic3d_TMF_TriedronPers, Aspect_TOTP_RIGHT_UPPER,
                                                               Graphic3d_Vec2i(pixels(CubeOffset), pixels(CubeOffset))));
     return cube;
@@ -162,6 +167,12 @@ void ViewGraphics::SetDark(bool isDark)
     else
         view_->SetBgGradientColors(Color(0.96, 0.97, 0.98), Color(0.80, 0.84, 0.89), Aspect_GFM_VER);
     drawing_->SetDark(isDark);
+}
+
+void ViewGraphics::SetLabels(const CubeLabels& labels)
+{
+    LabelCube(*cube_, labels);
+    context_->Redisplay(cube_, false);
 }
 
 void ViewGraphics::Resize()

@@ -47,6 +47,7 @@ public:
     /// Draws what is over the scene only: the marked item and the cube.
     void RedrawMarks();
     void SetDark(bool isDark);
+    void SetLabels(const CubeLabels& labels);
     /// The window has another size.
     void Resize();
     /// What is in the window, without what is over it.

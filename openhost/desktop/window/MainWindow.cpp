@@ -13,6 +13,7 @@
 #include <QDragEnterEvent>
 #include <QLabel>
 #include <QMimeData>
+#include <QScreen>
 #include <QStatusBar>
 #include <QTabBar>
 #include <QVBoxLayout>
@@ -22,7 +23,8 @@ namespace openhost {
 namespace {
 
 constexpr QSize UsualSize(1280, 800);
-constexpr int MessageTime = 8000; // milliseconds
+constexpr QSize UsualFrame(8, 40); // around the window
+constexpr int MessageTime = 8000;  // milliseconds
 
 } // namespace
 
@@ -61,7 +63,7 @@ MainWindow::MainWindow(const WindowSubject& subject, QSettings& settings)
     MakeToolBar();
     Retranslate();
 
-    connect(tabs_, &QTabBar::tabBarClicked, this, [this](int index) {
+    connect(tabs_, &QTabBar::currentChanged, this, [this](int index) {
         if (index >= 0 && static_cast<std::size_t>(index) < subject_.workspace.Windows().size())
             documents_->Activate(*subject_.workspace.Windows()[static_cast<std::size_t>(index)]);
     });
@@ -92,7 +94,7 @@ MainWindow::MainWindow(const WindowSubject& subject, QSettings& settings)
     subscription_ = subject_.workspace.Subscribe([this](LoadedDocument&, DocumentAction) { RefreshSoon(); });
 
     if (!restoreGeometry(settings_.value("geometry").toByteArray()))
-        resize(UsualSize);
+        resize(UsualSize.boundedTo(screen()->availableSize() - UsualFrame));
     restoreState(settings_.value("state").toByteArray());
     Refresh();
     show();
@@ -203,6 +205,8 @@ void MainWindow::CloseAsked()
 {
     isClosed_ = documents_->MayEnd();
     isClosing_ = isClosed_;
+    if (isClosed_)
+        hide();
 }
 
 // ---------------------------------------------------------------------------------------------

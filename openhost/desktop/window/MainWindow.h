@@ -77,6 +77,8 @@ private:
     void Refresh();
     void RefreshSoon();
     void UpdateTabs();
+    /// Goes on by `step` tabs, and after the last one to the first.
+    void SwitchDocument(std::size_t step);
     void UpdateTree();
     void UpdateView();
     void UpdateMeshes(const std::map<MeshKey, const LoadedDocument*>& wanted);
@@ -129,6 +131,8 @@ private:
     QAction* panel_ = nullptr;
     QAction* cancel_ = nullptr;
     QAction* search_ = nullptr;
+    QAction* next_ = nullptr;
+    QAction* previous_ = nullptr;
     QAction* quit_ = nullptr;
     QAction* about_ = nullptr;
     std::vector<std::function<void()>> texts_; ///< each sets one in the language in use

@@ -45,6 +45,9 @@ void MainWindow::MakeActions()
     panel_ = AddAction("CATALOGUE", QKeySequence("Ctrl+K"), [this] { ShowPanel(); });
     cancel_ = AddAction("CANCEL_COMMAND", QKeySequence(Qt::Key_Escape), [this] { CancelCommand(); });
     search_ = AddAction("SEARCH_TREE", QKeySequence("Ctrl+Shift+F"), [this] { tree_->StartSearch(); });
+    next_ = AddAction("NEXT_DOCUMENT", QKeySequence("Ctrl+Tab"), [this] { SwitchDocument(1); });
+    previous_ = AddAction("PREVIOUS_DOCUMENT", QKeySequence("Ctrl+Shift+Tab"),
+                          [this] { SwitchDocument(subject_.workspace.Windows().size() - 1); });
     quit_ = AddAction("QUIT", QKeySequence("Ctrl+Q"), [this] { close(); });
     about_ = AddAction("ABOUT", {}, [this] { ShowAbout(); });
     const auto text = [this](QAction* action, const char* english) {
@@ -56,6 +59,8 @@ void MainWindow::MakeActions()
     text(panel_, "&Catalogue");
     text(cancel_, "Cancel co&mmand");
     text(search_, "Search the &tree");
+    text(next_, "Ne&xt document");
+    text(previous_, "Pre&vious document");
     text(quit_, "&Quit");
     text(about_, "&About");
 }
@@ -72,6 +77,8 @@ void MainWindow::MakeMenus()
     file->addMenu(documents_->recent);
     file->addSeparator();
     file->addActions({documents_->save, documents_->saveAs, documents_->saveAll});
+    file->addSeparator();
+    file->addActions({next_, previous_});
     file->addSeparator();
     file->addActions({documents_->close, quit_});
 
@@ -183,6 +190,8 @@ void MainWindow::Retranslate()
 void MainWindow::UpdateActions()
 {
     documents_->Update();
+    next_->setEnabled(subject_.workspace.Windows().size() > 1);
+    previous_->setEnabled(next_->isEnabled());
     const ZALCommandHeader* header = ZALCommandHeader::GetHeaderFromList(FindSimilarHeader, 0);
     move_->setEnabled(tree_->Selected().value_or(0) != 0);
     findSimilar_->setEnabled(header && header->IsAvailable() == 1);

@@ -13,6 +13,8 @@
 
 #include <QTabBar>
 
+#include <algorithm>
+
 namespace openhost {
 
 namespace {
@@ -47,6 +49,7 @@ void MainWindow::Refresh()
 void MainWindow::UpdateTabs()
 {
     const std::vector<LoadedDocument*>& windows = subject_.workspace.Windows();
+    const QSignalBlocker quiet(tabs_);
     while (tabs_->count() > static_cast<int>(windows.size()))
         tabs_->removeTab(tabs_->count() - 1);
     for (std::size_t index = 0; index < windows.size(); ++index) {
@@ -63,6 +66,14 @@ void MainWindow::UpdateTabs()
         if (windows[index] == subject_.workspace.Active())
             tabs_->setCurrentIndex(tab);
     }
+}
+
+void MainWindow::SwitchDocument(std::size_t step)
+{
+    const std::vector<LoadedDocument*>& windows = subject_.workspace.Windows();
+    const auto active = std::ranges::find(windows, subject_.workspace.Active());
+    if (active != windows.end())
+        documents_->Activate(*windows[(static_cast<std::size_t>(active - windows.begin()) + step) % windows.size()]);
 }
 
 void MainWindow::UpdateWorkshop()
