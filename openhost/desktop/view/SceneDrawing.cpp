@@ -319,7 +319,7 @@ void SceneDrawing::Use(Pace pace, std::vector<std::uint8_t> chosen)
 
 void SceneDrawing::NoteFrame(std::chrono::duration<double, std::milli> time)
 {
-    if (costs_[shown_] < LeastTriangles || dirty_.size() > 0)
+    if (costs_[shown_] < LeastTriangles || !dirty_.empty())
         return;
     const double speed = costs_[shown_] / std::max(time.count(), 0.1);
     speed_ = (speed_ + speed) / 2;
@@ -454,7 +454,7 @@ opencascade::handle<Graphic3d_Structure>
 SceneDrawing::NewStructure(const std::vector<std::size_t>& items, const opencascade::handle<Graphic3d_Aspects>& aspects,
                            const opencascade::handle<Graphic3d_ArrayOfPrimitives>& primitives) const
 {
-    const opencascade::handle<Graphic3d_Structure> structure = new Graphic3d_Structure(manager_);
+    opencascade::handle<Graphic3d_Structure> structure = new Graphic3d_Structure(manager_);
     const opencascade::handle<Graphic3d_Group> group = structure->NewGroup();
     group->SetGroupPrimitivesAspect(aspects);
     group->AddPrimitiveArray(primitives, false);

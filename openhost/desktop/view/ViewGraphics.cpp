@@ -91,7 +91,7 @@ void LabelCube(AIS_ViewCube& cube, const CubeLabels& labels)
 
 opencascade::handle<AIS_ViewCube> MakeCube(double density, const CubeLabels& labels)
 {
-    const opencascade::handle<AIS_ViewCube> cube = new AIS_ViewCube;
+    opencascade::handle<AIS_ViewCube> cube = new AIS_ViewCube;
     const auto pixels = [density](int size) { return static_cast<int>(std::lround(size * density)); };
     cube->SetSize(pixels(CubeSize));
     cube->SetBoxFacetExtension(pixels(CubeSize) * 0.14);

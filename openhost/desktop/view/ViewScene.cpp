@@ -36,7 +36,9 @@ double Entry(const Ray& ray, const Box& box)
         first = std::max(first, near);
         last = std::min(last, far);
     }
-    return first <= last ? first : Nowhere;
+    if (first > last)
+        return Nowhere;
+    return first;
 }
 
 /// How far along `ray` the triangle is, seen from either side. After Möller and Trumbore.
@@ -53,7 +55,9 @@ double Distance(const Ray& ray, const Vector& a, const Vector& b, const Vector& 
     const Vector up = Cross(toOrigin, side);
     const double v = Dot(ray.direction, up) / determinant;
     const double distance = Dot(other, up) / determinant;
-    return u >= 0 && v >= 0 && u + v <= 1 && distance >= 0 ? distance : Nowhere;
+    if (u >= 0 && v >= 0 && u + v <= 1 && distance >= 0)
+        return distance;
+    return Nowhere;
 }
 
 double Distance(const Ray& ray, const LvrMesh& mesh)

@@ -49,6 +49,7 @@ void UseWords(const QString& language)
     QCoreApplication::removeTranslator(&words);
     QCoreApplication::removeTranslator(&qt);
     code = language == "German" ? "de" : "en";
+    QLocale::setDefault(QLocale(code));
     if (code == "en")
         return;
     if (qt.load("qtbase_" + code, QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
