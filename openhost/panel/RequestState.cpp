@@ -52,7 +52,7 @@ std::filesystem::path CommonFolder(const std::vector<std::filesystem::path>& pat
 std::string ShownFolder(const std::filesystem::path& folder)
 {
     const char* home = std::getenv("HOME");
-    const std::string path = folder.string();
+    std::string path = folder.string();
     const std::string start = home ? home : "";
     if (start.size() > 1 && path.starts_with(start) && (path.size() == start.size() || path[start.size()] == '/'))
         return "~" + path.substr(start.size());

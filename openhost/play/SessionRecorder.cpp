@@ -143,7 +143,7 @@ Json SessionRecorder::WithPlaceholders(const Json& value) const
         if (given.size() >= ShortestValue)
             values.emplace(given, name);
     for (const auto& [given, name] : values)
-        text = ReplaceAll(std::move(text), given, "${" + name + "}");
+        text = ReplaceAll(std::move(text), given, std::string("${").append(name).append("}"));
     return text;
 }
 
