@@ -48,7 +48,7 @@ constexpr const char* Open = R"(
 constexpr const char* OpenWhereItLies = R"(
 {"event":"message","text":"{\"event\":\"velmart_open\",\"content\":{\"id\":\"angle-bracket-40\"}}"}
 {"event":"notification","class":"ZALVelmartFileDownloadCompleteNotification"}
-{"event":"document","path":"/work/wt/page/build/release/items/files/BRACKET_40.ZALPart","action":"opened"}
+{"event":"document","path":"/items/files/BRACKET_40.ZALPart","action":"opened"}
 {"event":"result","operation":"OnJSMessage","code":"S_OK"})";
 
 constexpr const char* OpenOfSeveralProductsWithTemplates = R"(
