@@ -22,16 +22,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-Placement At(double x, double y, double z)
-{
-    return {1, 0, 0, x, 0, 1, 0, y, 0, 0, 1, z};
-}
-
-std::shared_ptr<const ShownMesh> Shown(LvrMesh mesh)
-{
-    return std::make_shared<const ShownMesh>(PrepareMesh(std::move(mesh)));
-}
-
 /// The part of a picture without the cube.
 QImage WithoutCube(const QImage& picture)
 {

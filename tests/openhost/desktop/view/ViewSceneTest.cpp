@@ -14,16 +14,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-Placement At(double x, double y, double z)
-{
-    return {1, 0, 0, x, 0, 1, 0, y, 0, 0, 1, z};
-}
-
-std::shared_ptr<const ShownMesh> Shown(LvrMesh mesh)
-{
-    return std::make_shared<const ShownMesh>(PrepareMesh(std::move(mesh)));
-}
-
 /// Boxes of 10 mm in a row along x, with the identifiers 11, 12 and 13, every 20 mm.
 class Scene : public ::testing::Test {
 protected:
