@@ -10,7 +10,6 @@
 #include "host/frame.h"
 
 #include <array>
-#include <cmath>
 #include <optional>
 
 namespace openhost {
@@ -75,7 +74,7 @@ Vector ReadVector(const LocatedJson& value, const std::string& name)
 Vector ReadAxis(const LocatedJson& value, const std::string& name)
 {
     const Vector axis = ReadVector(value, name);
-    if (std::hypot(axis[0], axis[1], axis[2]) < 1e-6)
+    if (!HasDirection(axis))
         throw LocatedError(value.line, "\"axis\" must have a direction");
     return axis;
 }

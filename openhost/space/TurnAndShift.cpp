@@ -13,6 +13,11 @@ constexpr double ShortestAxis = 1e-6;
 
 } // namespace
 
+bool HasDirection(const Vector& axis)
+{
+    return std::hypot(axis[0], axis[1], axis[2]) >= ShortestAxis;
+}
+
 TurnAndShift TurnAndShift::Of(const Placement& placement)
 {
     const auto at = [&](std::size_t row, std::size_t column) { return placement[4 * row + column]; };

@@ -8,14 +8,11 @@
 #include <QHBoxLayout>
 #include <QPushButton>
 
-#include <cmath>
-
 namespace openhost {
 
 namespace {
 
 constexpr double MaximumCoordinate = 1e6; // 1 km in millimetres
-constexpr double ShortestAxis = 1e-6;
 
 QDoubleSpinBox* MakeField(const char* name, const QString& label, double value, double limit, double step)
 {
@@ -56,8 +53,7 @@ MoveDialog::MoveDialog(const TurnAndShift& before, QWidget* parent) : QDialog(pa
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     const auto update = [this, buttons] {
-        const Vector axis = Value().axis;
-        buttons->button(QDialogButtonBox::Ok)->setEnabled(std::hypot(axis[0], axis[1], axis[2]) > ShortestAxis);
+        buttons->button(QDialogButtonBox::Ok)->setEnabled(HasDirection(Value().axis));
     };
     for (QDoubleSpinBox* field : axis_)
         connect(field, &QDoubleSpinBox::valueChanged, this, update);
