@@ -73,6 +73,7 @@ constexpr std::pair<const char*, const char*> Words[] = {
     {"Part number", "Teilenummer"},
     {"missing", "fehlt"},
     {"damaged", "beschädigt"},
+    {"The product is too large to be shown as a whole.", "Das Produkt ist zu groß, um ganz gezeigt zu werden."},
     {"The document is missing.", "Das Dokument fehlt."},
     {"Show", "Zeigen"},
     {"Open in a tab", "In einem Reiter öffnen"},

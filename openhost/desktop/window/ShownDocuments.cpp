@@ -11,6 +11,7 @@
 
 #include "host/frame.h"
 
+#include <QStatusBar>
 #include <QTabBar>
 
 #include <algorithm>
@@ -102,6 +103,8 @@ void MainWindow::UpdateTree()
         // The numbers mean others now.
         view_->SetInstances({});
         view_->ShowAll();
+        if (outline_->IsCut())
+            statusBar()->showMessage(Words("The product is too large to be shown as a whole."));
     }
     if (const auto selected = tree_->Selected())
         properties_->Show(*outline_, *selected);
