@@ -1,0 +1,47 @@
+// Calls that are made to fail, each counted by the name of its operation.
+#pragma once
+
+#include <atomic>
+
+namespace torture {
+
+/// How a call fails that gets or gives fewer bytes than it was asked for; any other positive number is an error of the
+/// system, or a way that the operation knows.
+inline constexpr int Short = 1000;
+/// The process ends by SIGKILL before the call.
+inline constexpr int Kill = 1001;
+
+/// What others see of an operation.
+struct Entry {
+    char name[60];
+    std::atomic<unsigned int> calls;
+};
+
+/// An operation whose calls are counted, as a static object of the function that stands in for it. Calls count from the
+/// beginning of main to its end, those of all threads together.
+class Operation {
+public:
+    constexpr explicit Operation(const char* name) : name_(name) {}
+
+    /// Counts a call. 0 when it is to be done as ever, otherwise how it fails.
+    int Fails();
+
+private:
+    friend class Failures;
+    const char* name_;
+    std::atomic<unsigned int> calls_ = 0;
+    std::atomic<bool> isListed_ = false;
+    Entry* entry_ = nullptr; ///< what others see of the number of calls
+};
+
+/// Whether `address`, to which a call returns, lies in the module under test.
+bool IsInModule(const void* address);
+/// Whether it lies in a library in C whose allocations may fail.
+bool IsInLibrary(const void* address);
+/// Looks anew where libraries lie.
+void FindLibraries();
+
+/// What stands behind the operation at `address`, which is one of this library.
+void* Next(const void* address);
+
+} // namespace torture
