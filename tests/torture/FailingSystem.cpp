@@ -83,24 +83,39 @@ std::size_t Half(std::size_t size)
         return original arguments;                                                                                     \
     }
 
-/// The same for an opening, whose mode counts only when it creates.
+/// The same for an opening; one that may create fails in more ways, and counts by itself.
 #define OPENING(name, parameters, arguments)                                                                           \
     extern "C" int name parameters                                                                                     \
     {                                                                                                                  \
         static const auto original = Find(&::name, #name);                                                             \
-        static Operation operation(#name);                                                                             \
+        static Operation opening(#name);                                                                               \
+        static Operation creation(#name "-create");                                                                    \
+        const bool creates = (flags & O_CREAT) != 0;                                                                   \
         mode_t mode = 0;                                                                                               \
-        if ((flags & (O_CREAT | O_TMPFILE)) != 0) {                                                                    \
+        if (creates) {                                                                                                 \
             va_list rest;                                                                                              \
             va_start(rest, flags);                                                                                     \
             mode = va_arg(rest, mode_t);                                                                               \
             va_end(rest);                                                                                              \
         }                                                                                                              \
-        if (const int error = operation.Fails()) {                                                                     \
+        if (const int error = (creates ? creation : opening).Fails()) {                                                \
             errno = error;                                                                                             \
             return -1;                                                                                                 \
         }                                                                                                              \
         return original arguments;                                                                                     \
+    }
+
+#define OPENING_STREAM(name)                                                                                           \
+    extern "C" FILE* name(const char* path, const char* mode)                                                          \
+    {                                                                                                                  \
+        static const auto original = Find(&::name, #name);                                                             \
+        static Operation opening(#name);                                                                               \
+        static Operation creation(#name "-create");                                                                    \
+        if (const int error = (mode[0] == 'r' ? opening : creation).Fails()) {                                         \
+            errno = error;                                                                                             \
+            return nullptr;                                                                                            \
+        }                                                                                                              \
+        return original(path, mode);                                                                                   \
     }
 
 // ---------------------------------------------------------------------------------------------
@@ -110,8 +125,8 @@ OPENING(open, (const char* path, int flags, ...), (path, flags, mode))
 OPENING(open64, (const char* path, int flags, ...), (path, flags, mode))
 OPENING(openat, (int folder, const char* path, int flags, ...), (folder, path, flags, mode))
 OPENING(openat64, (int folder, const char* path, int flags, ...), (folder, path, flags, mode))
-FAILING(FILE*, fopen, (const char* path, const char* mode), (path, mode), nullptr)
-FAILING(FILE*, fopen64, (const char* path, const char* mode), (path, mode), nullptr)
+OPENING_STREAM(fopen)
+OPENING_STREAM(fopen64)
 FAILING(FILE*, fdopen, (int file, const char* mode) noexcept, (file, mode), nullptr)
 FAILING(int, fflush, (FILE * file), (file), EOF)
 MOVING(read, (int file, void* bytes, std::size_t size), (file, bytes, size))
@@ -219,7 +234,8 @@ FAILING(int, pipe, (int* ends) noexcept, (ends), -1)
 FAILING(int, pipe2, (int* ends, int flags) noexcept, (ends, flags), -1)
 FAILING(int, eventfd, (unsigned int value, int flags) noexcept, (value, flags), -1)
 FAILING(int, epoll_create1, (int flags) noexcept, (flags), -1)
-FAILING(int, epoll_ctl, (int file, int what, int watched, epoll_event* event) noexcept, (file, what, watched, event), -1)
+FAILING(int, epoll_ctl, (int file, int what, int watched, epoll_event* event) noexcept, (file, what, watched, event),
+        -1)
 FAILING(int, epoll_wait, (int file, epoll_event* events, int count, int limit), (file, events, count, limit), -1)
 FAILING(int, epoll_pwait, (int file, epoll_event* events, int count, int limit, const sigset_t* signals),
         (file, events, count, limit, signals), -1)
@@ -229,7 +245,6 @@ FAILING(int, ppoll, (pollfd * files, nfds_t count, const timespec* limit, const 
 
 // ---------------------------------------------------------------------------------------------
 // Memory
-
 
 namespace {
 

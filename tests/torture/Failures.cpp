@@ -22,9 +22,9 @@ namespace torture {
 /// The failure that the environment asks for, and what has been counted.
 ///
 /// VELMART_TORTURE is PROGRAM/OPERATION:NUMBER:HOW, such as openhost/rename:3:28; a NUMBER of 0 counts only.
-/// VELMART_TORTURE_COUNTS, when it is there, is the file that gets an entry for each operation, its name and the number of
-/// its calls: kept in shared memory, as a process may be killed at any time. VELMART_TORTURE_PLACE gets the places that the
-/// call which has failed came from.
+/// VELMART_TORTURE_COUNTS, when it is there, is the file that gets an entry for each operation, its name and the number
+/// of its calls: kept in shared memory, as a process may be killed at any time. VELMART_TORTURE_PLACE gets the places
+/// that the call which has failed came from.
 class Failures {
 public:
     static Failures& Instance()
@@ -85,8 +85,8 @@ private:
         constexpr std::size_t most = 1024;
         const auto file = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, O_RDWR | O_CREAT | O_CLOEXEC, 0666));
         syscall(SYS_ftruncate, file, most * sizeof(Entry));
-        entries_ = static_cast<Entry*>(
-            mmap(nullptr, most * sizeof(Entry), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
+        entries_ =
+            static_cast<Entry*>(mmap(nullptr, most * sizeof(Entry), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
         syscall(SYS_close, file);
     }
     /// Writes where the call comes from.
@@ -127,8 +127,9 @@ struct Range {
     std::uintptr_t end = 0;
 };
 
-/// Libraries whose failed allocations reach the project as errors. Not those of GLib, which ends the process itself when
-/// memory runs out (its documentation of memory allocation), nor the loader and the C library, which have no words for it.
+/// Libraries whose failed allocations reach the project as errors. Not those of GLib, which ends the process itself
+/// when memory runs out (its documentation of memory allocation), nor the loader and the C library, which have no words
+/// for it.
 constexpr std::array LibraryNames = {"libcurl", "libzip", "libuv", "libcrypto", "libssl", "libnghttp2"};
 std::array<Range, LibraryNames.size()> libraries;
 Range module;
@@ -210,7 +211,6 @@ extern "C" int __libc_start_main(torture::Main main, int count, char** values, v
                                  void (*rtldFini)(), void* stackEnd)
 {
     torture::realMain = main;
-    const auto original =
-        reinterpret_cast<decltype(&__libc_start_main)>(dlsym(RTLD_NEXT, "__libc_start_main"));
+    const auto original = reinterpret_cast<decltype(&__libc_start_main)>(dlsym(RTLD_NEXT, "__libc_start_main"));
     return original(&torture::CountedMain, count, values, init, fini, rtldFini, stackEnd);
 }
