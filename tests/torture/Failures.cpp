@@ -40,11 +40,14 @@ public:
         if (!text || !place || std::strlen(place) >= sizeof placeFile_)
             return;
         std::strcpy(placeFile_, place);
+        std::string_view rest = text;
         const std::string_view program = program_invocation_short_name;
-        if (std::strncmp(text, program.data(), program.size()) != 0 || text[program.size()] != '/')
+        if (!rest.starts_with(program) || !rest.substr(program.size()).starts_with('/'))
             return;
-        if (std::sscanf(text + program.size() + 1, "%63[^:]:%u:%d", operation_, &number_, &how_) != 3)
-            return;
+        rest.remove_prefix(program.size() + 1);
+        how_ = TakeNumber(rest);
+        number_ = TakeNumber(rest);
+        operation_ = rest;
         // The first backtrace loads a library.
         std::array<void*, 1> caller{};
         backtrace(caller.data(), 1);
@@ -60,7 +63,7 @@ public:
     {
         if (!counts_ || isInside_)
             return 0;
-        const unsigned int call = ++operation.calls_;
+        const int call = ++operation.calls_;
         if (!operation.isListed_.exchange(true)) {
             if (entries_) {
                 operation.entry_ = entries_ + entryCount_++;
@@ -69,7 +72,7 @@ public:
         }
         if (operation.entry_)
             operation.entry_->calls = call;
-        if (call != number_ || std::strcmp(operation.name_, operation_) != 0)
+        if (call != number_ || operation.name_ != operation_)
             return 0;
         isInside_ = true;
         Tell();
@@ -80,6 +83,16 @@ public:
     }
 
 private:
+    /// Takes the number after the last colon off `text`.
+    static int TakeNumber(std::string_view& text)
+    {
+        const std::size_t colon = text.rfind(':');
+        if (colon == std::string_view::npos)
+            return 0;
+        const int number = std::atoi(text.data() + colon + 1);
+        text = text.substr(0, colon);
+        return number;
+    }
     void MapCounts(const char* path)
     {
         constexpr std::size_t most = 1024;
@@ -103,10 +116,10 @@ private:
     std::atomic<bool> counts_ = false;
     static thread_local bool isInside_;
     Entry* entries_ = nullptr;
-    std::atomic<unsigned int> entryCount_ = 0;
+    std::atomic<std::size_t> entryCount_ = 0;
     char placeFile_[4096] = {};
-    char operation_[64] = {};
-    unsigned int number_ = 0;
+    std::string_view operation_;
+    int number_ = 0;
     int how_ = 0;
 };
 

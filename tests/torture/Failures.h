@@ -13,8 +13,8 @@ inline constexpr int Kill = 1001;
 
 /// What others see of an operation.
 struct Entry {
-    char name[60];
-    std::atomic<unsigned int> calls;
+    char name[124];
+    std::atomic<int> calls;
 };
 
 /// An operation whose calls are counted, as a static object of the function that stands in for it. Calls count from the
@@ -29,7 +29,7 @@ public:
 private:
     friend class Failures;
     const char* name_;
-    std::atomic<unsigned int> calls_ = 0;
+    std::atomic<int> calls_ = 0;
     std::atomic<bool> isListed_ = false;
     Entry* entry_ = nullptr; ///< what others see of the number of calls
 };
