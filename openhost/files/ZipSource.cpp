@@ -74,6 +74,8 @@ zip_int64_t ZipSource::Read(char* bytes, std::uint64_t length)
         return -1;
     }
     allowance_ -= length;
+    if (length > 0)
+        lowestRead_ = std::min(lowestRead_, position_);
 
     std::uint64_t done = 0;
     while (done < length) {
