@@ -227,7 +227,7 @@ TEST_F(CurlTransportLife, ALoopThatEndsBeforeATransferLeavesItWithoutHarm)
     Fetch fetch(server.Url());
     ASSERT_TRUE(fetch.Send());
     Loop().RunUntil([&] { return fetch->body == "abc"; }, 60s);
-    EventLoop::Install(std::make_unique<UvEventLoop>());
+    EventLoop::Install(std::make_unique<PollEventLoop>());
     fetch.DestroyRequest();
     RunToItsEnd(fetch);
     EXPECT_EQ(-2, fetch->status);
