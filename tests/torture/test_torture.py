@@ -1,0 +1,113 @@
+"""tools/torture notices what goes wrong: each test lets a small program fail that has one fault."""
+
+import importlib.machinery
+import importlib.util
+import os
+import pathlib
+import subprocess
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+BUILD = pathlib.Path(os.environ["OPENHOST_BUILD"])
+LOADER = importlib.machinery.SourceFileLoader("torture", str(ROOT / "tools" / "torture"))
+torture = importlib.util.module_from_spec(importlib.util.spec_from_loader("torture", LOADER))
+LOADER.exec_module(torture)
+
+
+class Careless(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        for name in ("bin", "lib"):
+            (self.folder / name).mkdir()
+        (self.folder / "bin" / "openhost").symlink_to(BUILD / "bin" / "velmart_torture_careless")
+        (self.folder / "lib" / "libvelmart_torture.so").symlink_to(BUILD / "lib" / "libvelmart_torture.so")
+        (self.folder / "items").symlink_to(BUILD / "items")
+        catalogue = self.folder / "bin" / "velmart-catalogue"
+        catalogue.write_text("#!/bin/sh\necho listening on nowhere\n")
+        catalogue.chmod(0o755)
+        self.bench = torture.Bench(self.folder)
+        self.addCleanup(self.bench.end)
+
+    def judge(self, fault):
+        session = self.folder / "session"
+        session.write_text(fault)
+        judge = torture.Judge(self.bench, torture.Session("careless", session))
+        self.assertIsNone(judge.problem)
+        return judge
+
+    def complaints(self, fault, case, imposed=()):
+        """What is said of a program with a fault, in which a call fails."""
+        operation, number, how = case.split(":")
+        judge = self.judge(fault)
+        result = torture.torture(judge, torture.Case("careless", "openhost", operation, int(number), how), imposed)
+        self.assertTrue(result.reached, "the call has not come")
+        return " ".join(result.complaints)
+
+    def test_finds_nothing_wrong_with_a_careful_program(self):
+        judge = self.judge("none")
+        cases = [case for case in judge.cases() if case.operation not in torture.MEMORY]
+        self.assertGreater(len(cases), 20)
+        for case in cases:
+            result = torture.torture(judge, case, [])
+            self.assertEqual([], result.complaints, torture.name_of(case))
+
+    def test_notices_half_a_file(self):
+        self.assertIn("half: parts/note.txt", self.complaints("writes in place", "write:2:ENOSPC"))
+        self.assertIn("half: parts/note.txt", self.complaints("writes in place", "write:2:kill"))
+
+    def test_notices_that_a_file_is_gone(self):
+        self.assertIn("gone: parts/note.txt", self.complaints("deletes first", "rename:1:EIO"))
+        self.assertIn("gone: parts/note.txt", self.complaints("deletes first", "rename:1:kill"))
+
+    def test_notices_that_nobody_was_told(self):
+        self.assertIn("silent: ", self.complaints("is silent", "write:1:EIO"))
+
+    def test_notices_what_is_left_behind(self):
+        self.assertIn("left: parts/note.txt.next", self.complaints("leaves a file", "rename:1:EACCES"))
+
+    def test_notices_a_crash(self):
+        self.assertIn("crashed: SIGABRT", self.complaints("crashes", "write:1:EIO"))
+
+    def test_notices_a_hang(self):
+        deadline = torture.DEADLINE
+        self.addCleanup(setattr, torture, "DEADLINE", deadline)
+        torture.DEADLINE = 1
+        self.assertIn("hangs: ", self.complaints("hangs", "write:1:EIO"))
+
+    def test_notices_a_process_that_goes_on(self):
+        grace = torture.GRACE
+        self.addCleanup(setattr, torture, "GRACE", grace)
+        torture.GRACE = 0.2
+        self.assertIn("alive: openhost", self.complaints("leaves a process", "write:1:EIO"))
+
+    def test_notices_that_the_next_play_fails(self):
+        complaints = self.complaints("takes a lock", "rename:1:kill")
+        self.assertIn("again: status 1", complaints)
+        self.assertIn("again left: tmp/lock", complaints)
+
+    def test_excuses_what_is_imposed_and_nothing_else(self):
+        imposed = [{"sessions": ["careless"], "calls": ["openhost/rename:*:EIO"], "complaint": "gone: parts/note.txt"}]
+        self.assertEqual("", self.complaints("deletes first", "rename:1:EIO", imposed))
+        self.assertIn("gone: ", self.complaints("deletes first", "rename:1:EACCES", imposed))
+        self.assertIn("half: ", self.complaints("writes in place", "write:2:EIO", imposed))
+
+    def test_draws_the_same_sample_for_the_same_seed(self):
+        cases = list(self.judge("none").cases())
+        self.assertEqual(torture.sample(cases, "a"), torture.sample(cases, "a"))
+        self.assertNotEqual(torture.sample(cases, "a"), torture.sample(cases, "b"))
+        self.assertEqual(sorted(cases), sorted(torture.sample(cases, "a")))
+
+    def test_tells_wrong_use_at_once(self):
+        for arguments in ([], ["--all", "--minutes", "1"], ["--minutes", "0"], ["--minutes", "1441"], ["--case", "a"],
+                          ["--case", "none/openhost/open:1:EIO"], ["--all", "--session", "none"], ["--seeds"],
+                          ["--all", "--build", "/none"]):
+            run = subprocess.run([ROOT / "tools" / "torture", *arguments], stderr=subprocess.PIPE, text=True)
+            self.assertEqual(2, run.returncode, arguments)
+            self.assertIn("error: ", run.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
