@@ -90,7 +90,7 @@ std::size_t Half(std::size_t size)
         static const auto original = Find(&::name, #name);                                                             \
         static Operation opening(#name);                                                                               \
         static Operation creation(#name "-create");                                                                    \
-        const bool creates = (flags & O_CREAT) != 0;                                                                   \
+        const bool creates = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;                               \
         mode_t mode = 0;                                                                                               \
         if (creates) {                                                                                                 \
             va_list rest;                                                                                              \
