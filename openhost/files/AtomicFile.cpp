@@ -85,8 +85,7 @@ public:
     /// Fails when something stands there.
     void TakeFreePlace()
     {
-        if (!name_.empty() &&
-            renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE) == 0) {
+        if (!name_.empty() && renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE) == 0) {
             name_.clear();
             return;
         }

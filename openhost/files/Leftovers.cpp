@@ -18,28 +18,40 @@ namespace openhost {
 
 namespace {
 
-constexpr std::string_view Prefix = ".openhost-";
+constexpr std::string_view HiddenPrefix = ".openhost-";
+constexpr std::string_view FolderPrefix = "openhost-temporary-";
 
 /// Longest time between making something and marking it, with much to spare, in seconds.
 constexpr std::time_t MarkingTime = 60;
 
-/// Whether `name` is one of MakeTemporaryName: the prefix, and two numbers with a hyphen between them.
-bool IsTemporaryName(std::string_view name)
+/// Whether `name` is `prefix` and two numbers with a hyphen between them.
+bool IsNumbered(std::string_view name, std::string_view prefix)
 {
-    constexpr std::string_view digits = "0123456789";
-    if (!name.starts_with(Prefix))
+    const auto isNumber = [](std::string_view text) {
+        return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+    };
+    if (!name.starts_with(prefix))
         return false;
-    name.remove_prefix(Prefix.size());
+    name.remove_prefix(prefix.size());
     const std::size_t hyphen = name.find('-');
-    return hyphen != 0 && hyphen != std::string_view::npos && hyphen + 1 < name.size() &&
-           name.substr(0, hyphen).find_first_not_of(digits) == std::string_view::npos &&
-           name.substr(hyphen + 1).find_first_not_of(digits) == std::string_view::npos;
+    return hyphen != std::string_view::npos && isNumber(name.substr(0, hyphen)) && isNumber(name.substr(hyphen + 1));
 }
 
-/// Removes `path` when it is left over. A link is never followed.
+std::string MakeNumbered(std::string_view prefix)
+{
+    static std::atomic<unsigned int> number = 0;
+    return std::string(prefix) + std::to_string(getpid()) + '-' + std::to_string(++number);
+}
+
+/// Removes `path` when it has such a name and is left over. A link is never followed.
 void RemoveLeftover(const std::filesystem::path& path)
 {
-    const Descriptor found(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    const std::string name = path.filename().string();
+    const bool isFolder = IsNumbered(name, FolderPrefix);
+    if (!isFolder && !IsNumbered(name, HiddenPrefix))
+        return;
+    const Descriptor found(
+        open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | (isFolder ? O_DIRECTORY : 0)));
     if (!found || !IsLeftOver(found.Number()))
         return;
     std::error_code ignored;
@@ -50,8 +62,12 @@ void RemoveLeftover(const std::filesystem::path& path)
 
 std::string MakeTemporaryName()
 {
-    static std::atomic<unsigned int> number = 0;
-    return std::string(Prefix) + std::to_string(getpid()) + '-' + std::to_string(++number);
+    return MakeNumbered(HiddenPrefix);
+}
+
+std::string MakeTemporaryFolderName()
+{
+    return MakeNumbered(FolderPrefix);
 }
 
 void MarkInUse(int descriptor)
@@ -80,8 +96,7 @@ void ClearLeftovers(const std::filesystem::path& place)
     std::error_code error;
     std::filesystem::directory_iterator entry(folder, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
-        if (IsTemporaryName(entry->path().filename().string()))
-            RemoveLeftover(entry->path());
+        RemoveLeftover(entry->path());
 }
 
 } // namespace openhost

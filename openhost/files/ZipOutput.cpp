@@ -1,6 +1,7 @@
 #include "ZipOutput.h"
 
 #include "Leftovers.h"
+#include "Origin.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -128,6 +129,7 @@ void ZipOutput::AddFile(std::vector<std::string> components, const std::function
         file_ = Descriptor(openat(temporary_.Number(), name.c_str(), NewFileFlags, 0666));
         if (!file_)
             Fail("cannot create");
+        MarkFromOutside(file_.Number());
         written_ = 0;
         write();
         places_.insert(Joined(components));

@@ -137,8 +137,7 @@ ZipReader::Implementation::Implementation(const std::string& path, const ZipLimi
 std::uint64_t ZipReader::Implementation::Size(std::size_t entry) const
 {
     zip_stat_t status;
-    const bool isKnown =
-        zip_stat_index(archive_.get(), entry, 0, &status) == 0 && (status.valid & ZIP_STAT_SIZE) != 0;
+    const bool isKnown = zip_stat_index(archive_.get(), entry, 0, &status) == 0 && (status.valid & ZIP_STAT_SIZE) != 0;
     return isKnown ? status.size : 0;
 }
 

@@ -70,7 +70,7 @@ zip_int64_t ZipSource::Read(char* bytes, std::uint64_t length)
 {
     length = std::min(length, size_ - std::min(position_, size_));
     if (length > allowance_) {
-        zip_error_set(&error_, ZIP_ER_MEMORY, 0);
+        zip_error_set(&error_, ZIP_ER_INCONS, 0); // a directory larger than the limit
         return -1;
     }
     allowance_ -= length;

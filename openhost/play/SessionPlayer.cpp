@@ -30,8 +30,8 @@
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 #include <utility>
 
@@ -156,8 +156,8 @@ public:
     /// The folder of temporary files of a session that names none.
     void MakeTemporaryFolder()
     {
-        temporary_.emplace();
-        SetVariable(TemporaryFolderVariable, temporary_->Path());
+        SetPathVariable(TemporaryFolderVariable, std::make_shared<TemporaryFolder>());
+        variables_.push_back(TemporaryFolderVariable);
     }
 
     EnvironmentChanges& Environment() { return environment_; }
@@ -187,7 +187,6 @@ public:
 private:
     bool traces_;
     EnvironmentChanges environment_;
-    std::optional<TemporaryFolder> temporary_;
     std::vector<std::string> variables_;
     DispatchObserver observer_;
     std::unique_ptr<EventLoop> loop_;
@@ -290,7 +289,7 @@ void SessionPlayer::TellUndone(journal::End& end)
 void SessionPlayer::FailOnSignal()
 {
     if (Interruption::Signal() != 0)
-        throw StepFailure(std::string("ended by ") + (Interruption::Signal() == SIGINT ? "SIGINT" : "SIGTERM"));
+        throw StepFailure(std::string("ended by SIG") + sigabbrev_np(Interruption::Signal()));
 }
 
 void SessionPlayer::FailOnRefused() const
