@@ -251,6 +251,7 @@ void LimitedServer::LengthenQueue()
 
 bool LimitedServer::process_and_close_socket(socket_t socket)
 {
+    ::setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &ServiceLimits::SendBuffer, sizeof ServiceLimits::SendBuffer);
     Connection connection(socket, limits_, stop_);
     for (std::size_t left = keep_alive_max_count_; left > 0; --left) {
         const bool isFirst = left == keep_alive_max_count_;

@@ -16,6 +16,9 @@ struct ServiceLimits {
     /// Connections that the system keeps until they are accepted: a burst of them is not refused.
     static constexpr int QueueLength = 1024;
 
+    /// Bytes of a reply that the system holds for a client that does not read; enough for full speed on this machine.
+    static constexpr int SendBuffer = 256 << 10;
+
     /// For a head from its first byte, and for a new connection to send one.
     std::chrono::milliseconds headTime{10'000};
     /// For a whole body: enough for the largest one over a slow tunnel.
