@@ -25,6 +25,7 @@
 #include "openhost/panel/RecordedPage.h"
 #include "openhost/play/EnvironmentChanges.h"
 #include "openhost/play/Expand.h"
+#include "openhost/play/MemoryReserve.h"
 #include "openhost/settings/SettingsStore.h"
 #include "openhost/text/Utf.h"
 
@@ -292,6 +293,12 @@ void SessionPlayer::FailOnSignal()
         throw StepFailure(std::string("ended by SIG") + sigabbrev_np(Interruption::Signal()));
 }
 
+void SessionPlayer::FailWithoutMemory()
+{
+    if (!MemoryReserve::IsWhole())
+        throw StepFailure("memory has run out");
+}
+
 void SessionPlayer::FailOnRefused() const
 {
     for (const ScriptedSurface::Question& question : host_->Surface().Questions())
@@ -371,6 +378,7 @@ void SessionPlayer::RunSteps()
         step.run(*this);
         FailOnRefused();
         FailOnSignal();
+        FailWithoutMemory();
     }
 }
 
@@ -500,7 +508,9 @@ void SessionPlayer::StayOpen()
     host_->Window()->LetUserAct();
     for (const std::filesystem::path& document : places_.documents)
         host_->Window()->Open(document);
-    EventLoop::Current().RunUntil([this] { return host_->Window()->IsClosed() || Interruption::Signal() != 0; });
+    EventLoop::Current().RunUntil(
+        [this] { return host_->Window()->IsClosed() || Interruption::Signal() != 0 || !MemoryReserve::IsWhole(); });
+    FailWithoutMemory();
 }
 
 PageUser& SessionPlayer::User()

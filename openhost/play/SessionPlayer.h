@@ -94,6 +94,8 @@ private:
     void FailOnRefused() const;
     /// Throws StepFailure when a signal has come that ends the session.
     static void FailOnSignal();
+    /// Throws StepFailure when there is no memory left to go on with.
+    static void FailWithoutMemory();
     /// Leaves the host to the user until the window is closed.
     void StayOpen();
     void WriteRecord(journal::End& end) const;

@@ -9,6 +9,7 @@
 #include "openhost/play/CatalogueProcess.h"
 #include "openhost/play/FreedMemory.h"
 #include "openhost/play/JournalWriter.h"
+#include "openhost/play/MemoryReserve.h"
 #include "openhost/play/SessionAccount.h"
 #include "openhost/play/SessionFile.h"
 #include "openhost/play/SessionPlayer.h"
@@ -123,6 +124,7 @@ void Draw(const std::filesystem::path& document, const std::filesystem::path& pi
 int PlaySession(const openhost::Session& session, const PlayArguments& arguments,
                 openhost::SessionPlayer::Places places)
 {
+    const openhost::MemoryReserve memory;
     std::optional<openhost::JournalWriter> journal;
     if (!arguments.journal.empty())
         journal.emplace(std::filesystem::path(arguments.journal));
