@@ -195,7 +195,12 @@ try {
     else
         NotifyErrorMessage("DownloadFailed");
 } catch (const std::bad_alloc&) {
-    // There is no memory to tell the user either.
+    // What a long list had no room for may have room for a question.
+    try {
+        NotifyErrorMessage("DownloadFailed");
+    } catch (const std::bad_alloc&) {
+        // There is no memory to tell the user either.
+    }
 }
 
 // ---------------------------------------------------------------------------------------------
