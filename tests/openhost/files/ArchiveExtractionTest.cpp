@@ -472,6 +472,14 @@ TEST_F(ArchiveJournal, TellsWhyAnEntryWasRefused)
     EXPECT_EQ("a path out of its folder", events_[0]["reason"]);
 }
 
+TEST_F(ArchiveJournal, TellsWhyAnArchiveWasRefused)
+{
+    EXPECT_TRUE(FAILED(OpenBytes("<html>404 Not Found</html>")));
+    ASSERT_EQ(1U, events_.size());
+    EXPECT_EQ(ArchivePath().string(), events_[0]["entry"]);
+    EXPECT_EQ("refused", events_[0]["event"]);
+}
+
 TEST_F(ArchiveJournal, TellsOfEntriesInTheirOrderWhenTheyStandThere)
 {
     ASSERT_EQ(S_OK, Open(ZipBytes().Add("a", "1").Add("../b", "2").Add("c", "3")));
