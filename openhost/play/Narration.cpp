@@ -263,10 +263,11 @@ void Narration::TellTransfer(const nlohmann::ordered_json& event)
 
 void Narration::TellRefusedEntry(const nlohmann::ordered_json& event)
 {
-    // An archive as a whole is named by its path, which no entry can be.
-    const bool isWhole = TextOf(event, "entry").starts_with('/');
-    Say(Kind::Failure, (isWhole ? "The archive cannot be read: " : "Left out of the archive: ") +
-                           LineOf(event, "entry") + " (" + LineOf(event, "reason") + ")");
+    const std::string reason = LineOf(event, "reason");
+    if (TextOf(event, "entry").empty())
+        Say(Kind::Failure, "The archive is refused: " + reason);
+    else
+        Say(Kind::Failure, "Left out of the archive: " + LineOf(event, "entry") + " (" + reason + ")");
 }
 
 // ---------------------------------------------------------------------------------------------

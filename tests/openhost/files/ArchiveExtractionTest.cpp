@@ -474,10 +474,11 @@ TEST_F(ArchiveJournal, TellsWhyAnEntryWasRefused)
 
 TEST_F(ArchiveJournal, TellsWhyAnArchiveWasRefused)
 {
-    EXPECT_TRUE(FAILED(OpenBytes("<html>404 Not Found</html>")));
+    EXPECT_TRUE(FAILED(OpenBytes("404 Not Found")));
     ASSERT_EQ(1U, events_.size());
-    EXPECT_EQ(ArchivePath().string(), events_[0]["entry"]);
-    EXPECT_EQ("refused", events_[0]["event"]);
+    EXPECT_EQ((nlohmann::ordered_json{
+                  {"event", "refused"}, {"entry", ""}, {"reason", ArchivePath().string() + ": no archive"}}),
+              events_[0]);
 }
 
 TEST_F(ArchiveJournal, TellsOfEntriesInTheirOrderWhenTheyStandThere)
