@@ -22,7 +22,7 @@ constexpr unsigned int ExtractedEntries = 50;
 void CheckFolder(const fs::path& folder)
 {
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-        const bool isLeft = entry.path().filename().string().starts_with(".extracting-");
+        const bool isLeft = entry.path().filename().string().starts_with(".openhost-");
         if (isLeft || entry.is_symlink() || !(entry.is_regular_file() || entry.is_directory()))
             std::abort();
     }
