@@ -3,7 +3,6 @@
 #include "openhost/documents/LinkTable.h"
 
 #include <algorithm>
-#include <string_view>
 #include <system_error>
 
 namespace openhost {
@@ -21,11 +20,8 @@ bool LeadsOut(const std::filesystem::path& folder, const std::string& link)
 
 std::string LinkName(const std::string& link)
 {
-    std::string_view name = link;
-    while (!name.empty() && (name.back() == '/' || name.back() == '\\'))
-        name.remove_suffix(1);
-    name.remove_prefix(name.find_last_of("/\\") + 1);
-    return name.empty() || name == "." || name == ".." ? "unnamed" : std::string(name);
+    const std::string name = link.substr(link.find_last_of("/\\") + 1);
+    return name.empty() || name == ".." ? "unnamed" : name;
 }
 
 } // namespace openhost

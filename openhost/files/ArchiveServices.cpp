@@ -153,8 +153,11 @@ private:
 class ZipFiles final : public ArchiveServices {
 public:
     std::unique_ptr<ArchiveReader> OpenReader(const ZALUnicodeString& path) override
-    {
+    try {
         return std::make_unique<ZipFileReader>(path);
+    } catch (const std::exception& failure) {
+        journal::Write([&] { return journal::RefusedEntry{.entry = {}, .reason = SystemPath(path) + ": " + failure.what()}; });
+        throw;
     }
     std::unique_ptr<ArchiveWriter> OpenWriter(const ZALUnicodeString& path) override
     {

@@ -119,7 +119,7 @@ ZipReader::Implementation::Implementation(const std::string& path, const ZipLimi
         zip_source_free(source);
         const std::string reason = zip_error_strerror(&error);
         zip_error_fini(&error);
-        throw std::runtime_error("cannot open " + path + ": " + reason);
+        throw std::runtime_error(reason);
     }
     source_.LimitReading(NoLimit);
 

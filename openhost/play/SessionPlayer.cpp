@@ -8,6 +8,7 @@
 #include "openhost/commands/StartedCommands.h"
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/files/AtomicFile.h"
+#include "openhost/files/Leftovers.h"
 #include "openhost/files/PathVariables.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/frame/Frame.h"
@@ -324,6 +325,8 @@ void SessionPlayer::SetUp()
         host_->Environment().Set(name, value ? std::optional(ExpandPlaceholders(*value)) : std::nullopt);
 
     SetUpSettings();
+    if (const std::string downloads = ToUtf8(SettingsStore::Current().Values().downloadLocation); !downloads.empty())
+        ClearLeftovers(downloads);
     if (recorder_)
         recorder_->SetSettings(BegunSettings());
 

@@ -472,6 +472,15 @@ TEST_F(ArchiveJournal, TellsWhyAnEntryWasRefused)
     EXPECT_EQ("a path out of its folder", events_[0]["reason"]);
 }
 
+TEST_F(ArchiveJournal, TellsWhyAnArchiveWasRefused)
+{
+    EXPECT_TRUE(FAILED(OpenBytes("404 Not Found")));
+    ASSERT_EQ(1U, events_.size());
+    EXPECT_EQ((nlohmann::ordered_json{
+                  {"event", "refused"}, {"entry", ""}, {"reason", ArchivePath().string() + ": no archive"}}),
+              events_[0]);
+}
+
 TEST_F(ArchiveJournal, TellsOfEntriesInTheirOrderWhenTheyStandThere)
 {
     ASSERT_EQ(S_OK, Open(ZipBytes().Add("a", "1").Add("../b", "2").Add("c", "3")));
