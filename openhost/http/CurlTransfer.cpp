@@ -391,8 +391,9 @@ bool CurlTransfer::OnHeaderLine(std::string_view line)
         return true;
     }
     const auto colon = text.find(':');
+    // A name with a blank after it is another one, as it is to libcurl.
     if (colon != std::string_view::npos)
-        headers_.emplace_back(Trimmed(text.substr(0, colon)), Trimmed(text.substr(colon + 1)));
+        headers_.emplace_back(text.substr(0, colon), Trimmed(text.substr(colon + 1)));
     return true;
 }
 
@@ -439,10 +440,10 @@ bool CurlTransfer::ReadFraming(long code)
             return Refuse("the reply tells two different lengths");
         length_ = length;
     }
-    if (chunked)
-        length_.reset(); // it does not count beside chunks
     const bool hasBody = request_.method != "HEAD" && code != 204 && code != 304;
     endsWithConnection_ = hasBody && !chunked && !length_;
+    if (!hasBody || chunked)
+        length_.reset(); // it says nothing about what comes
     return true;
 }
 
@@ -513,6 +514,8 @@ const char* CurlTransfer::MissingPart() const
 {
     if (!headEnded_)
         return "no reply came";
+    if (length_ && received_ != *length_)
+        return "the body of the reply has another length than was told";
     // One of no bytes that is told to be empty is whole, whatever its encoding.
     if (decoder_ ? !decoder_->IsComplete() : !encoding_.empty() && endsWithConnection_)
         return "the encoded body of the reply is cut short";

@@ -142,7 +142,7 @@ TEST_F(CurlTransportEncoded, EachFormOfTheEncodingsIsDecodedHoweverItComes)
     };
     for (const auto& [header, body] : cases) {
         EXPECT_EQ("hdpc finished 200: 35", ToldOfReply(Reply(body, header))) << header;
-        RawServer bytewise([&](RawServer::Connection& connection) {
+        RawServer bytewise([header = header, body = body](RawServer::Connection& connection) {
             connection.ReadRequest();
             connection.Send("HTTP/1.1 200 OK\r\n" + header + "\r\n");
             for (const char byte : body) {

@@ -391,3 +391,20 @@ TEST_F(CurlTransportLife, TimeSpentInsideACallIsNotSilence)
     RunWhole(fetch);
     EXPECT_EQ("hdpc finished 200: abcdef", fetch.Told());
 }
+
+TEST_F(CurlTransportLife, TimeSpentInsideACallIsNotSlowness)
+{
+    Use({.lowestSpeed = 1000, .speedWindow = 1s});
+    RawServer server(SendInTwo);
+    Fetch fetch(server.Url());
+    fetch->onData = [&](ZALCefHttpRequest*) {
+        if (fetch->body != "abc")
+            return;
+        bool over = false;
+        Loop().CallAfter(1500ms, [&] { over = true; });
+        Loop().RunUntil([&] { return over; }, 60s);
+        server.Tell();
+    };
+    RunWhole(fetch);
+    EXPECT_EQ("hdpc finished 200: abcdef", fetch.Told());
+}

@@ -227,6 +227,12 @@ TEST_F(CurlTransportReply, TheLargestLengthIsTakenAndItsBodyCutShort)
     Check({{"", Head + "Content-Length: 9223372036854775807\r\n\r\nabc", "hdpc failed 200: abc"}});
 }
 
+TEST_F(CurlTransportReply, ALengthUnderAnotherNameIsNone)
+{
+    for (const std::string name : {"Content-Length ", "Content-Length\t", "XContent-Length"})
+        Check({{name, Head + name + ": 9\r\n\r\nabc", "hdpc finished 200: abc"}});
+}
+
 TEST_F(CurlTransportReply, TwoLengthsMustBeTheSame)
 {
     const auto reply = [](const std::string& first, const std::string& second) {
