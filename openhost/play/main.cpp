@@ -124,7 +124,6 @@ void Draw(const std::filesystem::path& document, const std::filesystem::path& pi
 int PlaySession(const openhost::Session& session, const PlayArguments& arguments,
                 openhost::SessionPlayer::Places places)
 {
-    const openhost::MemoryReserve memory;
     std::optional<openhost::JournalWriter> journal;
     if (!arguments.journal.empty())
         journal.emplace(std::filesystem::path(arguments.journal));
@@ -391,6 +390,7 @@ void AddStl(const openhost::CommandLine& line, Files& files)
 
 int Run(int count, char** values)
 {
+    const openhost::MemoryReserve memory;
     openhost::CommandLine line("openhost", "Plays sessions; shows, exports and draws documents");
     PlayArguments arguments;
     WindowArguments window;
