@@ -313,7 +313,6 @@ void* operator new(std::size_t size, std::align_val_t alignment)
     return CallNew("_ZnwmSt11align_val_t", size, alignment);
 }
 
-#ifndef __SANITIZE_ADDRESS__ // which has allocators of its own
 extern "C" {
 
 void* __libc_malloc(std::size_t size) noexcept;
@@ -344,7 +343,6 @@ void* realloc(void* memory, std::size_t size) noexcept
     return AllocationFails(__builtin_return_address(0)) ? nullptr : __libc_realloc(memory, size);
 }
 }
-#endif
 
 /// The module is loaded by it.
 extern "C" void* dlopen(const char* file, int flags) noexcept

@@ -89,7 +89,7 @@ class Careless(unittest.TestCase):
         self.assertIn("again left: tmp/lock", complaints)
 
     def test_excuses_what_is_imposed_and_nothing_else(self):
-        imposed = [{"sessions": ["careless"], "calls": ["openhost/rename:*:EIO"], "complaint": "gone: parts/note.txt"}]
+        imposed = [{"sessions": ["careless"], "calls": ["openhost/rename:*:EIO"], "complaints": ["gone: parts/note.txt"]}]
         self.assertEqual("", self.complaints("deletes first", "rename:1:EIO", imposed))
         self.assertIn("gone: ", self.complaints("deletes first", "rename:1:EACCES", imposed))
         self.assertIn("half: ", self.complaints("writes in place", "write:2:EIO", imposed))
