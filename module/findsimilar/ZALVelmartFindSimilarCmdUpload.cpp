@@ -89,8 +89,9 @@ try {
         application->AddTimeOut(ProgressDelay, this, nullptr, &ZALVelmartFindSimilarCmd::ShowUploadProgress);
     return S_OK;
 } catch (const std::bad_alloc&) {
-    // Ends it when it has been sent already.
+    // Ends it when it has been sent already. A large body may have had no room where a question has.
     uploadRequest = {};
+    NotifyErrorMessage("LVRUploadFailure");
     return E_FAIL;
 }
 
