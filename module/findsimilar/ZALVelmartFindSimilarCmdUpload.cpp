@@ -89,9 +89,8 @@ try {
         application->AddTimeOut(ProgressDelay, this, nullptr, &ZALVelmartFindSimilarCmd::ShowUploadProgress);
     return S_OK;
 } catch (const std::bad_alloc&) {
-    // Ends it when it has been sent already. A large body may have had no room where a question has.
+    // Ends it when it has been sent already.
     uploadRequest = {};
-    NotifyErrorMessage("LVRUploadFailure");
     return E_FAIL;
 }
 

@@ -115,17 +115,6 @@ TEST_F(FindSimilarMemory, AStartWithAnUploadLeavesNothingBehind)
     StartUpload();
 }
 
-TEST_F(FindSimilarMemory, TheUserIsToldOfAnUploadThatHasNoRoom)
-{
-    OpenReadyPanel();
-    {
-        const NoMemoryFor<ZALCefHttpRequest> memory;
-        Start();
-    }
-    EXPECT_FALSE(Command::IsUploading());
-    EXPECT_EQ(1U, Errors().size());
-}
-
 TEST_F(FindSimilarMemory, AStartThatIsRefusedLeavesNothingBehind)
 {
     StartWithoutMemory([this] {
