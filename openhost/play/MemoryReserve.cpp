@@ -21,11 +21,10 @@ void GiveReserve()
 
 } // namespace
 
-MemoryReserve::MemoryReserve()
+MemoryReserve::MemoryReserve() : before_(std::set_new_handler(&GiveReserve))
 {
     isWanted = true;
     IsWhole();
-    before_ = std::set_new_handler(&GiveReserve);
 }
 
 MemoryReserve::~MemoryReserve()
