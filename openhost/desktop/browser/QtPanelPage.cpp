@@ -187,6 +187,13 @@ void QtPanelPage::ShowError(const QUrl& address)
     shown_->setCurrentIndex(1);
 }
 
+void QtPanelPage::ShowColours()
+{
+    const bool isDark = palette().color(QPalette::Window).lightness() < 128;
+    page_->runJavaScript("document.documentElement.dataset.colours = " + QString(isDark ? "\"dark\"" : "\"light\""),
+                         UserWorld);
+}
+
 void QtPanelPage::Load(const QUrl& address)
 {
     if (!IsShowable(address))
@@ -276,6 +283,7 @@ void QtPanelPage::ReportDocument()
                                  return self->ReportFailure();
                              self->EndWork();
                              self->shown_->setCurrentIndex(0);
+                             self->ShowColours();
                              if (self->document_ == parts[1].toString())
                                  return;
                              self->document_ = parts[1].toString();
@@ -333,6 +341,13 @@ void QtPanelPage::closeEvent(QCloseEvent* event)
 {
     event->accept();
     AskToClose();
+}
+
+void QtPanelPage::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::PaletteChange && page_)
+        ShowColours();
+    QWidget::changeEvent(event);
 }
 
 // ---------------------------------------------------------------------------------------------
