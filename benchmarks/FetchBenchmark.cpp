@@ -3,7 +3,7 @@
 #include "host/files.h"
 #include "host/http.h"
 #include "openhost/http/CurlTransport.h"
-#include "openhost/loop/UvEventLoop.h"
+#include "openhost/loop/PollEventLoop.h"
 
 #include <chrono>
 #include <cstdio>
@@ -71,7 +71,7 @@ int main(int count, char** arguments)
         std::fprintf(stderr, "usage: FetchBenchmark URL FILE\n");
         return EXIT_FAILURE;
     }
-    openhost::EventLoop::Install(std::make_unique<openhost::UvEventLoop>());
+    openhost::EventLoop::Install(std::make_unique<openhost::PollEventLoop>());
     openhost::HttpTransport::Install(std::make_unique<openhost::CurlTransport>());
     const double idle = Memory("VmRSS:");
 

@@ -3,7 +3,7 @@
 #include "benchmarks/Measure.h"
 #include "host/http.h"
 #include "openhost/http/CurlTransport.h"
-#include "openhost/loop/UvEventLoop.h"
+#include "openhost/loop/PollEventLoop.h"
 #include "openhost/play/FreedMemory.h"
 #include "web/FormData.h"
 #include "web/ZALVliHttpUtils.h"
@@ -88,7 +88,7 @@ double TimeUpload(const char* file, const char* url)
 /// that follow.
 int Upload(const char* file, const char* url)
 {
-    openhost::EventLoop::Install(std::make_unique<openhost::UvEventLoop>());
+    openhost::EventLoop::Install(std::make_unique<openhost::PollEventLoop>());
     openhost::HttpTransport::Install(std::make_unique<openhost::CurlTransport>());
 
     constexpr int runs = 5;

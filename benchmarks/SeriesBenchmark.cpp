@@ -3,7 +3,7 @@
 #include "download/ZALVLIFullDownload.h"
 #include "openhost/files/PathVariables.h"
 #include "openhost/http/CurlTransport.h"
-#include "openhost/loop/UvEventLoop.h"
+#include "openhost/loop/PollEventLoop.h"
 
 #include <chrono>
 #include <cstdio>
@@ -22,7 +22,7 @@ int main(int count, char** arguments)
     const std::filesystem::path folder = arguments[1];
     std::filesystem::create_directory(folder / "temp");
     openhost::SetPathVariable(openhost::TemporaryFolderVariable, folder / "temp");
-    openhost::EventLoop::Install(std::make_unique<openhost::UvEventLoop>());
+    openhost::EventLoop::Install(std::make_unique<openhost::PollEventLoop>());
     openhost::HttpTransport::Install(std::make_unique<openhost::CurlTransport>());
 
     const Clock::time_point begin = Clock::now();

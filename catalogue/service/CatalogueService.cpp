@@ -1,6 +1,7 @@
 #include "catalogue/service/CatalogueService.h"
 
 #include "catalogue/service/GeneratedArchive.h"
+#include "catalogue/service/LimitedServer.h"
 #include "catalogue/service/PercentEncode.h"
 #include "catalogue/service/Reply.h"
 #include "catalogue/service/ShapeSearch.h"
@@ -24,15 +25,11 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr const char* Host = "127.0.0.1";
-constexpr std::size_t Threads = 16;
 constexpr std::uint64_t MaximumItemSize = 1 << 20;
 /// Most bytes of the body of a request: an upload with the headers of its form.
 constexpr std::size_t MaximumRequestSize = MaximumUploadSize + (64 << 10);
 constexpr const char* UploadPath = "/upload";
 constexpr std::uint64_t MaximumPageSize = 4 << 20;
-/// Seconds without a byte taken after which a reply is given up; long enough for a client in a debugger.
-constexpr time_t WriteTimeout = 60;
-constexpr time_t KeepAliveTimeout = 1;
 
 /// Whether `host`, the value of a Host header, names this machine's loopback, with any port.
 bool IsLoopbackHost(const std::string& host)
@@ -82,6 +79,11 @@ std::optional<std::pair<int, std::string>> RefuseBody(const httplib::Request& re
         return std::nullopt;
     if (request.method != "POST" || request.path != UploadPath)
         return {{404, "nothing answers " + request.method + " " + request.path}};
+    // Browsers say which page asks; programs say nothing.
+    if (request.has_header("Origin") &&
+        (request.get_header_value_count("Origin") > 1 ||
+         request.get_header_value("Origin") != "http://" + request.get_header_value("Host")))
+        return {{403, "an upload must not come from a page of another site"}};
     if (request.has_header("Transfer-Encoding") || !request.has_header("Content-Length"))
         return {{411, "an upload must announce its length"}};
     if (request.has_header("Content-Encoding"))
@@ -106,7 +108,7 @@ std::string DescribeError(const httplib::Request& request, int code)
 
 class CatalogueService::Implementation {
 public:
-    Implementation(const std::filesystem::path& root, const Log& log);
+    Implementation(const std::filesystem::path& root, const Log& log, const ServiceLimits& limits);
     ~Implementation() { Stop(); }
 
     void Start(int port);
@@ -133,7 +135,7 @@ private:
     void FillIn(Json& value) const;
 
     std::filesystem::path root_;
-    httplib::Server server_;
+    LimitedServer server_;
     StopSignal stop_;
     ArchiveCache archives_;
     std::unique_ptr<ShapeSearch> shapes_;
@@ -141,8 +143,9 @@ private:
     int port_ = 0;
 };
 
-CatalogueService::Implementation::Implementation(const std::filesystem::path& root, const Log& log)
-    : root_(std::filesystem::absolute(root).lexically_normal())
+CatalogueService::Implementation::Implementation(const std::filesystem::path& root, const Log& log,
+                                                 const ServiceLimits& limits)
+    : root_(std::filesystem::absolute(root).lexically_normal()), server_(limits)
 {
     if (!std::filesystem::is_directory(root_))
         throw std::runtime_error("no folder: " + root.string());
@@ -155,10 +158,7 @@ CatalogueService::Implementation::Implementation(const std::filesystem::path& ro
         ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
     });
     server_.set_tcp_nodelay(true);
-    server_.set_write_timeout(WriteTimeout);
-    server_.set_keep_alive_timeout(KeepAliveTimeout);
     server_.set_payload_max_length(MaximumRequestSize);
-    server_.new_task_queue = [] { return new httplib::ThreadPool(Threads); };
     if (log)
         server_.set_logger([log](const httplib::Request& request, const httplib::Response& response) {
             log(request.method + " " + request.target + " " + std::to_string(response.status));
@@ -254,6 +254,7 @@ void CatalogueService::Implementation::Start(int port)
         port_ = 0;
         throw std::runtime_error("cannot listen on port " + std::to_string(port) + " of " + Host);
     }
+    server_.LengthenQueue();
     thread_ = std::thread([this] { server_.listen_after_bind(); });
     // The server ignores a stop that comes before its loop.
     while (!server_.is_running())
@@ -265,6 +266,7 @@ void CatalogueService::Implementation::Stop()
     if (!thread_.joinable())
         return;
     stop_.Raise();
+    server_.EndWaits();
     server_.stop();
     thread_.join();
 }
@@ -397,8 +399,8 @@ void CatalogueService::Implementation::AnswerSearch(const httplib::Request& requ
     }
 }
 
-CatalogueService::CatalogueService(const std::filesystem::path& root, const Log& log)
-    : implementation_(std::make_unique<Implementation>(root, log))
+CatalogueService::CatalogueService(const std::filesystem::path& root, const Log& log, const ServiceLimits& limits)
+    : implementation_(std::make_unique<Implementation>(root, log, limits))
 {
 }
 

@@ -1,6 +1,8 @@
 // The Velmart service in a box: catalogue items and their downloads over HTTP on loopback.
 #pragma once
 
+#include "catalogue/service/ServiceLimits.h"
+
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -20,14 +22,14 @@ namespace catalogue {
 ///
 /// Start, Stop and the destructor belong to one thread; requests are served on others. Only requests whose
 /// Host header names this machine's loopback are answered, so that no page of another site can reach the
-/// service under a name of its own.
+/// service under a name of its own; and an upload by a page of another site is refused.
 class CatalogueService {
 public:
     /// Receives one line about each request once it is answered, on the thread that served it.
     using Log = std::function<void(const std::string& line)>;
 
     /// Throws std::runtime_error when `root` is no folder.
-    explicit CatalogueService(const std::filesystem::path& root, const Log& log = {});
+    explicit CatalogueService(const std::filesystem::path& root, const Log& log = {}, const ServiceLimits& limits = {});
     CatalogueService(const CatalogueService&) = delete;
     CatalogueService& operator=(const CatalogueService&) = delete;
     /// Stops the service.

@@ -5,10 +5,16 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <exception>
 #include <iostream>
 #include <numeric>
+#include <stdexcept>
+#include <system_error>
 #include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace openhost {
 
@@ -57,6 +63,19 @@ std::string Complain(const CLI::App* app, const CLI::Error& error)
         text += " (did you mean " + meant + "?)";
     return text + "; " + app->get_name() + (&used == app ? "" : " " + used.get_name()) +
            " --help tells how it is used\n";
+}
+
+/// Puts something in the place of the standard descriptors that are closed.
+void FillStandardDescriptors()
+{
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(descriptor, F_GETFD) >= 0)
+            continue;
+        // The wrong way round, so that its use fails as before.
+        const int way = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+        if (open("/dev/null", way) != descriptor)
+            throw std::system_error(errno, std::generic_category(), "a closed standard descriptor cannot be replaced");
+    }
 }
 
 } // namespace
@@ -176,7 +195,11 @@ std::optional<int> CommandLine::Read(int count, char** values)
 int RunProgram(const char* name, const std::function<int()>& run)
 {
     try {
-        return run();
+        FillStandardDescriptors();
+        const int status = run();
+        if (std::cout.flush() || status != StatusDone)
+            return status;
+        throw std::runtime_error("the output cannot be written");
     } catch (const std::exception& error) {
         std::cerr << name << ": " << error.what() << "\n";
         return StatusFailed;

@@ -14,9 +14,14 @@
 #include <QSettings>
 #include <QStyleFactory>
 
+#include <cerrno>
 #include <clocale>
 #include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
 
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 namespace openhost {
@@ -40,10 +45,34 @@ std::string LanguageOfUser(const QSettings& settings)
     return UserLanguages[0].name;
 }
 
+/// Descriptors that an application with a browser needs to begin with, and some more.
+constexpr int NeededDescriptors = 256;
+
+/// Qt and the browser end the process when the system refuses them one. Throws std::system_error.
+void RequireDescriptors()
+{
+    std::vector<int> taken;
+    taken.reserve(NeededDescriptors);
+    int error = 0;
+    while (error == 0 && taken.size() < NeededDescriptors) {
+        const int descriptor = eventfd(0, EFD_CLOEXEC);
+        if (descriptor < 0)
+            error = errno;
+        else
+            taken.push_back(descriptor);
+    }
+    for (const int descriptor : taken)
+        close(descriptor);
+    if (error != 0)
+        throw std::system_error(error, std::generic_category(),
+                                "windows need " + std::to_string(NeededDescriptors) + " descriptors");
+}
+
 } // namespace
 
 QtDesktop::QtDesktop()
 {
+    RequireDescriptors();
     if (QCoreApplication::instance())
         throw std::logic_error("the process has an application of Qt already");
 

@@ -13,18 +13,16 @@
 namespace openhost {
 
 struct QtEventLoop::Sources {
+    /// What Qt calls here sets a mark and no more: no exception may pass through Qt.
     struct Notifiers {
         std::unique_ptr<QSocketNotifier> read;
         std::unique_ptr<QSocketNotifier> write;
-    };
-    struct Readiness {
-        bool readable = false;
+        bool readable = false; ///< found in Qt's present turn
         bool writable = false;
     };
 
     QTimer wake; ///< ends a wait; runs only while waiting
     std::map<int, Notifiers> notifiers;
-    std::map<int, Readiness> ready; ///< descriptors that Qt has found ready in its present turn
 };
 
 QtEventLoop::QtEventLoop() : sources_(std::make_unique<Sources>())
@@ -56,27 +54,30 @@ void QtEventLoop::TakeTurn(bool wait, std::optional<std::chrono::milliseconds> l
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     sources_->wake.stop();
 
-    for (const auto& [descriptor, ready] : std::exchange(sources_->ready, {}))
-        queue_.QueueReady(descriptor, ready.readable, ready.writable);
+    for (auto& [descriptor, notifiers] : sources_->notifiers) {
+        const bool readable = std::exchange(notifiers.readable, false);
+        const bool writable = std::exchange(notifiers.writable, false);
+        if (readable || writable)
+            queue_.QueueReady(descriptor, readable, writable);
+    }
 }
 
 bool QtEventLoop::StartWatch(int descriptor, bool read, bool write)
 {
-    if (fcntl(descriptor, F_GETFD) < 0) {
+    if (fcntl(descriptor, F_GETFD) < 0)
         return false;
-    }
 
     Sources::Notifiers& notifiers = sources_->notifiers[descriptor];
     notifiers = {};
     if (read) {
         notifiers.read = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
         QObject::connect(notifiers.read.get(), &QSocketNotifier::activated, notifiers.read.get(),
-                         [this, descriptor] { sources_->ready[descriptor].readable = true; });
+                         [&notifiers] { notifiers.readable = true; });
     }
     if (write) {
         notifiers.write = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Write);
         QObject::connect(notifiers.write.get(), &QSocketNotifier::activated, notifiers.write.get(),
-                         [this, descriptor] { sources_->ready[descriptor].writable = true; });
+                         [&notifiers] { notifiers.writable = true; });
     }
     return true;
 }

@@ -8,7 +8,10 @@ namespace {
 constexpr std::size_t maximumIdle = 4;
 }
 
-CurlConnections::CurlConnections(CurlTransport::Options options) : options_(std::move(options)) {}
+CurlConnections::CurlConnections(CurlTransport::Options options) : options_(std::move(options))
+{
+    idle_.reserve(maximumIdle); // giving back takes no memory
+}
 
 CurlConnections::~CurlConnections()
 {
@@ -26,7 +29,8 @@ CURLM* CurlConnections::Take()
 {
     // It takes longer than all else that a run without transfers does.
     static const CURLcode initialized = curl_global_init(CURL_GLOBAL_DEFAULT);
-    static_cast<void>(initialized);
+    if (initialized != CURLE_OK)
+        return nullptr;
     if (idle_.empty())
         return curl_multi_init();
     CURLM* multi = idle_.back();

@@ -4,17 +4,20 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
+#include <limits>
+#include <new>
 
 namespace openhost {
 
 namespace {
-constexpr std::size_t maximumHeadSize = 256UL * 1024;
 /// A redirect with a longer body costs its connection.
 constexpr std::uint64_t maximumRedirectBody = 64UL * 1024;
 /// The largest that libcurl takes; one read of a socket empties a well filled receive window.
 constexpr long receiveBufferSize = 512L * 1024;
 constexpr long sendBufferSize = 256L * 1024;
+const std::string noMemory = "there is not enough memory";
 
 bool IsRedirect(long code)
 {
@@ -53,7 +56,7 @@ bool HasHeader(const HttpHeaders& headers, std::string_view name)
 CurlTransfer::CurlTransfer(std::shared_ptr<CurlConnections> connections, HttpRequestData request, HttpAddress address,
                            HttpTransferListener& listener)
     : connections_(std::move(connections)), request_(std::move(request)), address_(std::move(address)),
-      listener_(&listener)
+      listener_(&listener), collected_(request_.method != "GET")
 {
 }
 
@@ -76,8 +79,10 @@ bool CurlTransfer::Start()
     curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
 
     lastSign_ = std::chrono::steady_clock::now();
-    OnSilence();
-    return StartHop();
+    if (!StartHop())
+        return false;
+    CheckPace();
+    return true;
 }
 
 bool CurlTransfer::StartHop()
@@ -86,12 +91,17 @@ bool CurlTransfer::StartHop()
     headSize_ = 0;
     headEnded_ = false;
     location_.clear();
-    decoded_ = false;
+    encoding_.clear();
+    decoder_.reset();
+    length_.reset();
+    endsWithConnection_ = false;
+    connectionEndTold_ = false;
     received_ = 0;
-    total_ = 0;
+    delivered_ = 0;
 
     easy_ = curl_easy_init();
-    return easy_ && SetOptions() && curl_multi_add_handle(multi_, easy_) == CURLM_OK;
+    BeginPaceWindow(std::chrono::steady_clock::now());
+    return easy_ && SetOptions() && curl_multi_add_handle(multi_, easy_) == CURLM_OK && !refusal_;
 }
 
 bool CurlTransfer::SetOptions()
@@ -114,14 +124,20 @@ bool CurlTransfer::SetOptions()
         curl_easy_setopt(easy_, CURLOPT_CAINFO, options.caFile.c_str());
     if (!HasHeader(request_.headers, "Accept-Encoding"))
         curl_easy_setopt(easy_, CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
+    // libcurl takes an encoded body that is cut short for a whole one: it is decoded here.
+    curl_easy_setopt(easy_, CURLOPT_HTTP_CONTENT_DECODING, 0L);
+    if (address_.scheme == "https") {
+        curl_easy_setopt(easy_, CURLOPT_VERBOSE, 1L);
+        curl_easy_setopt(easy_, CURLOPT_DEBUGFUNCTION, TraceCallback);
+        curl_easy_setopt(easy_, CURLOPT_DEBUGDATA, this);
+    }
     if (address_.IsLoopback()) {
         curl_easy_setopt(easy_, CURLOPT_PROXY, "");
         curl_easy_setopt(easy_, CURLOPT_OPENSOCKETFUNCTION, OpenCallback);
         curl_easy_setopt(easy_, CURLOPT_OPENSOCKETDATA, this);
     }
     SetBody();
-    SetHeaders();
-    return curl_easy_setopt(easy_, CURLOPT_PROTOCOLS_STR, "http,https") == CURLE_OK &&
+    return SetHeaders() && curl_easy_setopt(easy_, CURLOPT_PROTOCOLS_STR, "http,https") == CURLE_OK &&
            curl_easy_setopt(easy_, CURLOPT_URL, address_.url.c_str()) == CURLE_OK;
 }
 
@@ -137,18 +153,22 @@ void CurlTransfer::SetBody()
     curl_easy_setopt(easy_, CURLOPT_CUSTOMREQUEST, request_.method.c_str());
 }
 
-void CurlTransfer::SetHeaders()
+bool CurlTransfer::SetHeaders()
 {
-    for (const auto& [name, value] : request_.headers) {
-        std::string line = name;
-        line.append(value.empty() ? ";" : ": ").append(value); // libcurl sends an empty value for the semicolon
-        sentHeaders_ = curl_slist_append(sentHeaders_, line.c_str());
-    }
+    std::vector<std::string> lines;
+    for (const auto& [name, value] : request_.headers)
+        lines.push_back(name + (value.empty() ? ";" : ": ") + value); // libcurl sends an empty value for the semicolon
     // What libcurl would add to a body on its own.
-    sentHeaders_ = curl_slist_append(sentHeaders_, "Expect:");
+    lines.emplace_back("Expect:");
     if (!HasHeader(request_.headers, "Content-Type"))
-        sentHeaders_ = curl_slist_append(sentHeaders_, "Content-Type:");
-    curl_easy_setopt(easy_, CURLOPT_HTTPHEADER, sentHeaders_);
+        lines.emplace_back("Content-Type:");
+    for (const std::string& line : lines) {
+        curl_slist* const longer = curl_slist_append(sentHeaders_, line.c_str());
+        if (!longer)
+            return false;
+        sentHeaders_ = longer;
+    }
+    return curl_easy_setopt(easy_, CURLOPT_HTTPHEADER, sentHeaders_) == CURLE_OK;
 }
 
 curl_socket_t CurlTransfer::OpenCallback(void*, curlsocktype, curl_sockaddr* address)
@@ -161,9 +181,31 @@ curl_socket_t CurlTransfer::OpenCallback(void*, curlsocktype, curl_sockaddr* add
 // ---------------------------------------------------------------------------------------------
 // Events
 
+template <class Call>
+bool CurlTransfer::Guard(void* self, Call call)
+{
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    try {
+        return call(transfer);
+    } catch (const std::bad_alloc&) {
+        return transfer.Refuse(noMemory.c_str());
+    } catch (...) {
+        return transfer.Refuse("the receiver of the reply has failed");
+    }
+}
+
+bool CurlTransfer::Refuse(const char* reason)
+{
+    refusal_ = reason;
+    return false;
+}
+
 int CurlTransfer::SocketCallback(CURL*, curl_socket_t socket, int what, void* self, void*)
 {
-    static_cast<CurlTransfer*>(self)->Watch(socket, what == CURL_POLL_REMOVE ? 0 : what);
+    Guard(self, [&](CurlTransfer& transfer) {
+        transfer.Watch(socket, what == CURL_POLL_REMOVE ? 0 : what);
+        return true;
+    });
     return 0;
 }
 
@@ -184,7 +226,10 @@ void CurlTransfer::Watch(curl_socket_t socket, int events)
 
 int CurlTransfer::TimerCallback(CURLM*, long milliseconds, void* self)
 {
-    static_cast<CurlTransfer*>(self)->SetTimer(milliseconds);
+    Guard(self, [&](CurlTransfer& transfer) {
+        transfer.SetTimer(milliseconds);
+        return true;
+    });
     return 0;
 }
 
@@ -220,22 +265,59 @@ void CurlTransfer::OnTimer()
         Drive(CURL_SOCKET_TIMEOUT, 0);
 }
 
-void CurlTransfer::OnSilence()
+std::uint64_t CurlTransfer::MovedBytes() const
 {
-    const auto limit = connections_->GetOptions().silenceTimeout;
-    const auto now = std::chrono::steady_clock::now();
-    // While a call of the listener runs the loop, it is not the other side that keeps silent.
-    if (driving_)
+    curl_off_t received = 0;
+    curl_off_t sent = 0;
+    curl_easy_getinfo(easy_, CURLINFO_SIZE_DOWNLOAD_T, &received);
+    curl_easy_getinfo(easy_, CURLINFO_SIZE_UPLOAD_T, &sent);
+    return static_cast<std::uint64_t>(received + sent) + headSize_;
+}
+
+void CurlTransfer::BeginPaceWindow(std::chrono::steady_clock::time_point now)
+{
+    windowStart_ = now;
+    windowBytes_ = MovedBytes();
+}
+
+std::string CurlTransfer::FindPaceProblem(std::chrono::steady_clock::time_point now)
+{
+    const auto& options = connections_->GetOptions();
+    // While a call of the listener runs the loop, it is not the other side that keeps silent or is slow.
+    if (driving_) {
         lastSign_ = now;
-    if (now - lastSign_ >= limit) {
-        End(TransferEnd::Failed, "nothing was received for " + std::to_string(limit.count()) + " ms");
-        return;
+        BeginPaceWindow(now);
     }
-    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(lastSign_ + limit - now);
-    silenceTimer_ = EventLoop::Current().CallAfter(rest, [weak = weak_from_this()] {
-        if (const auto self = weak.lock())
-            self->OnSilence();
-    });
+    if (now - lastSign_ >= options.silenceTimeout)
+        return "nothing was received for " + std::to_string(options.silenceTimeout.count()) + " ms";
+    if (now - windowStart_ < options.speedWindow)
+        return {};
+    const auto least =
+        static_cast<double>(options.lowestSpeed) * std::chrono::duration<double>(options.speedWindow).count();
+    if (static_cast<double>(MovedBytes() - windowBytes_) < least)
+        return "less than " + std::to_string(options.lowestSpeed) + " bytes a second for " +
+               std::to_string(options.speedWindow.count()) + " ms";
+    BeginPaceWindow(now);
+    return {};
+}
+
+void CurlTransfer::CheckPace()
+{
+    const auto& options = connections_->GetOptions();
+    try {
+        const auto now = std::chrono::steady_clock::now();
+        if (const std::string problem = FindPaceProblem(now); !problem.empty())
+            return End(TransferEnd::Failed, problem);
+        const auto next = std::min(lastSign_ + options.silenceTimeout, windowStart_ + options.speedWindow);
+        paceTimer_ = EventLoop::Current().CallAfter(std::chrono::ceil<std::chrono::milliseconds>(next - now),
+                                                    [weak = weak_from_this()] {
+                                                        if (const auto self = weak.lock())
+                                                            self->CheckPace();
+                                                    });
+    } catch (const std::bad_alloc&) {
+        // Nobody would look again.
+        End(TransferEnd::Failed, noMemory);
+    }
 }
 
 void CurlTransfer::Drive(curl_socket_t socket, int events)
@@ -256,6 +338,10 @@ void CurlTransfer::Drive(curl_socket_t socket, int events)
     }
     if (cancelled_) {
         End(TransferEnd::Cancelled, {});
+        return;
+    }
+    if (refusal_) {
+        End(TransferEnd::Failed, refusal_);
         return;
     }
     int left = 0;
@@ -279,14 +365,17 @@ void CurlTransfer::Drive(curl_socket_t socket, int events)
 std::size_t CurlTransfer::HeaderCallback(char* bytes, std::size_t size, std::size_t count, void* self)
 {
     const std::size_t length = size * count;
-    return static_cast<CurlTransfer*>(self)->OnHeaderLine({bytes, length}) ? length : 0;
+    const bool taken = Guard(self, [&](CurlTransfer& transfer) { return transfer.OnHeaderLine({bytes, length}); });
+    return taken ? length : 0;
 }
 
 bool CurlTransfer::OnHeaderLine(std::string_view line)
 {
     headSize_ += line.size();
-    if (!IsListening() || headSize_ > maximumHeadSize)
+    if (!IsListening())
         return false;
+    if (headSize_ > CurlTransport::MaximumHeadSize)
+        return Refuse("the head of the reply is too long");
     if (headEnded_) // a trailer of a chunked body
         return true;
     if (line.starts_with("HTTP/")) {
@@ -302,8 +391,9 @@ bool CurlTransfer::OnHeaderLine(std::string_view line)
         return true;
     }
     const auto colon = text.find(':');
+    // A name with a blank after it is another one, as it is to libcurl.
     if (colon != std::string_view::npos)
-        headers_.emplace_back(Trimmed(text.substr(0, colon)), Trimmed(text.substr(colon + 1)));
+        headers_.emplace_back(text.substr(0, colon), Trimmed(text.substr(colon + 1)));
     return true;
 }
 
@@ -314,11 +404,14 @@ bool CurlTransfer::OnHeadEnd()
     if (code < 200)
         return true;
     headEnded_ = true;
+    if (!ReadFraming(code))
+        return false;
     for (const auto& [name, value] : headers_) {
         if (IsSameHttpName(name, "Location") && IsRedirect(code))
             location_ = value;
-        if (IsSameHttpName(name, "Content-Encoding") && !IsSameHttpName(value, "identity"))
-            decoded_ = !HasHeader(request_.headers, "Accept-Encoding");
+        if (IsSameHttpName(name, "Content-Encoding") && !IsSameHttpName(value, "identity") &&
+            !HasHeader(request_.headers, "Accept-Encoding"))
+            encoding_.append(encoding_.empty() ? "" : ", ").append(value);
     }
     if (!location_.empty())
         return true;
@@ -326,27 +419,82 @@ bool CurlTransfer::OnHeadEnd()
     return IsListening();
 }
 
+bool CurlTransfer::ReadFraming(long code)
+{
+    bool chunked = false;
+    for (const auto& [name, value] : headers_) {
+        if (IsSameHttpName(name, "Transfer-Encoding")) {
+            // Anything else would have to be asked for.
+            if (chunked || !IsSameHttpName(value, "chunked"))
+                return Refuse("the reply comes in a transfer encoding that nobody asked for");
+            chunked = true;
+        }
+        if (!IsSameHttpName(name, "Content-Length"))
+            continue;
+        std::uint64_t length = 0;
+        const char* const end = value.data() + value.size();
+        const auto [stop, error] = std::from_chars(value.data(), end, length);
+        if (error != std::errc() || stop != end || length > std::numeric_limits<std::int64_t>::max())
+            return Refuse("the length of the reply is no number of bytes");
+        if (length_ && *length_ != length)
+            return Refuse("the reply tells two different lengths");
+        length_ = length;
+    }
+    const bool hasBody = request_.method != "HEAD" && code != 204 && code != 304;
+    endsWithConnection_ = hasBody && !chunked && !length_;
+    if (!hasBody || chunked)
+        length_.reset(); // it says nothing about what comes
+    return true;
+}
+
 std::size_t CurlTransfer::BodyCallback(char* bytes, std::size_t size, std::size_t count, void* self)
 {
     const std::size_t length = size * count;
-    return static_cast<CurlTransfer*>(self)->OnBody(bytes, length) ? length : 0;
+    const bool taken = Guard(self, [&](CurlTransfer& transfer) { return transfer.OnBody({bytes, length}); });
+    return taken ? length : 0;
 }
 
-bool CurlTransfer::OnBody(const char* bytes, std::size_t size)
+int CurlTransfer::TraceCallback(CURL*, curl_infotype type, char* bytes, std::size_t size, void* self)
+{
+    // An alert has two bytes, as no other message of TLS has: its level, and what it tells.
+    constexpr char closeNotify = 0;
+    if (type == CURLINFO_SSL_DATA_IN && size == 2 && bytes[1] == closeNotify)
+        static_cast<CurlTransfer*>(self)->connectionEndTold_ = true;
+    return 0;
+}
+
+bool CurlTransfer::OnBody(std::string_view bytes)
 {
     if (!IsListening() || !headEnded_)
         return false;
-    if (received_ == 0 && !decoded_) {
-        curl_off_t announced = 0;
-        curl_easy_getinfo(easy_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
-        total_ = announced > 0 ? static_cast<std::uint64_t>(announced) : 0;
-    }
-    received_ += size;
+    received_ += bytes.size();
     if (!location_.empty())
         return received_ <= maximumRedirectBody;
-    listener_->OnBytes(bytes, size);
+    if (collected_ && received_ > CurlTransport::MaximumCollectedBody)
+        return Refuse("the body of the reply is too long");
+    if (encoding_.empty())
+        return Deliver(bytes);
+
+    if (!decoder_)
+        decoder_ = ContentDecoder::For(encoding_);
+    if (!decoder_)
+        return Refuse("the body of the reply comes in an encoding that nobody asked for");
+    const bool decoded = decoder_->Decode(bytes, [this](std::string_view piece) { return Deliver(piece); });
+    if (!decoded && IsListening() && !refusal_)
+        return Refuse("the encoded body of the reply is damaged");
+    return decoded;
+}
+
+bool CurlTransfer::Deliver(std::string_view bytes)
+{
+    delivered_ += bytes.size();
+    if (collected_ && delivered_ > CurlTransport::MaximumCollectedBody)
+        return Refuse("the body of the reply is too long");
+    if (delivered_ > received_ * CurlTransport::MaximumDecodingRatio)
+        return Refuse("the body of the reply decodes to too much");
+    listener_->OnBytes(bytes.data(), bytes.size());
     if (IsListening())
-        listener_->OnProgress(received_, total_);
+        listener_->OnProgress(delivered_, encoding_.empty() ? length_.value_or(0) : 0);
     return IsListening();
 }
 
@@ -354,14 +502,26 @@ void CurlTransfer::OnHopEnd(CURLcode result)
 {
     if (!location_.empty())
         FollowRedirect();
-    else if (result == CURLE_OK && headEnded_)
-        End(TransferEnd::Finished, {});
-    else if (result == CURLE_OK)
-        End(TransferEnd::Failed, "no reply came");
-    else if (headSize_ > maximumHeadSize)
-        End(TransferEnd::Failed, "the head of the reply is too long");
-    else
+    else if (result != CURLE_OK)
         End(TransferEnd::Failed, errorText_[0] != '\0' ? errorText_.data() : curl_easy_strerror(result));
+    else if (const char* const missing = MissingPart())
+        End(TransferEnd::Failed, missing);
+    else
+        End(TransferEnd::Finished, {});
+}
+
+const char* CurlTransfer::MissingPart() const
+{
+    if (!headEnded_)
+        return "no reply came";
+    if (length_ && received_ != *length_)
+        return "the body of the reply has another length than was told";
+    // One of no bytes that is told to be empty is whole, whatever its encoding.
+    if (decoder_ ? !decoder_->IsComplete() : !encoding_.empty() && endsWithConnection_)
+        return "the encoded body of the reply is cut short";
+    if (endsWithConnection_ && address_.scheme == "https" && !connectionEndTold_)
+        return "the connection was cut off, perhaps inside the body of the reply";
+    return nullptr;
 }
 
 void CurlTransfer::FollowRedirect()
@@ -403,9 +563,11 @@ void CurlTransfer::Cancel()
 {
     if (!IsListening())
         return;
+    if (!driving_) {
+        PostEnd(TransferEnd::Cancelled, {});
+        Close();
+    }
     cancelled_ = true;
-    if (!driving_)
-        End(TransferEnd::Cancelled, {});
 }
 
 void CurlTransfer::Abandon()
@@ -415,19 +577,34 @@ void CurlTransfer::Abandon()
         Close();
 }
 
-void CurlTransfer::End(TransferEnd end, const std::string& error)
+void CurlTransfer::End(TransferEnd end, std::string_view error)
 {
+    const auto self = shared_from_this();
     Close();
-    EventLoop::Current().Post([weak = weak_from_this(), end, error] {
-        const auto self = weak.lock();
-        if (!self || !self->listener_)
-            return;
-        HttpTransferListener& listener = *std::exchange(self->listener_, nullptr);
-        if (self->cancelled_)
-            listener.OnEnd(TransferEnd::Cancelled, {});
-        else
-            listener.OnEnd(end, error);
+    try {
+        PostEnd(end, error);
+    } catch (const std::bad_alloc&) {
+        TellEnd(TransferEnd::Failed, noMemory);
+    }
+}
+
+void CurlTransfer::PostEnd(TransferEnd end, std::string_view error)
+{
+    EventLoop::Current().Post([weak = weak_from_this(), end, error = std::string(error)] {
+        if (const auto self = weak.lock())
+            self->TellEnd(end, error);
     });
+}
+
+void CurlTransfer::TellEnd(TransferEnd end, const std::string& error)
+{
+    if (!listener_)
+        return;
+    HttpTransferListener& listener = *std::exchange(listener_, nullptr);
+    if (cancelled_)
+        listener.OnEnd(TransferEnd::Cancelled, {});
+    else
+        listener.OnEnd(end, error);
 }
 
 void CurlTransfer::EndHop()
@@ -449,7 +626,7 @@ void CurlTransfer::Close()
     for (const auto& [socket, record] : std::exchange(sockets_, {}))
         loop.Unwatch(socket);
     loop.CancelTimer(std::exchange(timer_, 0));
-    loop.CancelTimer(std::exchange(silenceTimer_, 0));
+    loop.CancelTimer(std::exchange(paceTimer_, 0));
     connections_->GiveBack(std::exchange(multi_, nullptr));
 }
 

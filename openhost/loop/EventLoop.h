@@ -19,7 +19,7 @@ enum class RunEnd {
     Interrupted, ///< a signal has come that ends the process
 };
 
-/// Port of the event loop. Backends: UvEventLoop, QtEventLoop, ManualEventLoop. One thread uses it. Calls throw
+/// Port of the event loop. Backends: PollEventLoop, QtEventLoop, ManualEventLoop. One thread uses it. Calls throw
 /// nothing; they may post, add and end timers and watches, their own included. A loop that ends drops what is left
 /// without calling it.
 class EventLoop : public Port<EventLoop> {

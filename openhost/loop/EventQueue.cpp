@@ -27,8 +27,9 @@ EventLoop::Timer EventQueue::AddTimer(Time due, EventLoop::Call call)
 {
     static EventLoop::Timer last = 0;
     const EventLoop::Timer timer = ++last;
-    timers_.emplace(timer, PendingTimer{due, std::move(call)});
+    // In this order: a time without a timer, which is all that a lack of memory can leave, is passed over.
     order_.emplace(due, timer);
+    timers_.emplace(timer, PendingTimer{due, std::move(call)});
     return timer;
 }
 

@@ -1,9 +1,6 @@
 #include "openhost/loop/ManualEventLoop.h"
 
-#include <poll.h>
-
 #include <algorithm>
-#include <vector>
 
 namespace openhost {
 
@@ -40,13 +37,13 @@ void ManualEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
         Unwatch(descriptor);
         return;
     }
-    polled_[descriptor] = static_cast<short>((read ? POLLIN : 0) | (write ? POLLOUT : 0));
+    polled_.Start(descriptor, read, write);
     queue_.SetWatch(descriptor, std::move(ready));
 }
 
 void ManualEventLoop::Unwatch(int descriptor)
 {
-    polled_.erase(descriptor);
+    polled_.End(descriptor);
     queue_.RemoveWatch(descriptor);
 }
 
@@ -56,28 +53,11 @@ RunEnd ManualEventLoop::RunUntil(const std::function<bool()>& done, std::optiona
         return RunEnd::Done;
     while (true) {
         if (!queue_.HasEvents())
-            QueueReadyDescriptors();
+            polled_.Collect(queue_, std::chrono::milliseconds(0));
         if (!queue_.HasEvents())
             return RunEnd::Idle;
         if (queue_.RunOne() && done())
             return RunEnd::Done;
-    }
-}
-
-void ManualEventLoop::QueueReadyDescriptors()
-{
-    std::vector<pollfd> descriptors;
-    for (const auto& [descriptor, events] : polled_)
-        descriptors.push_back({descriptor, events, 0});
-    if (descriptors.empty() || poll(descriptors.data(), descriptors.size(), 0) <= 0)
-        return;
-    for (const pollfd& entry : descriptors) {
-        // An error is for the owner to meet: the descriptor then counts as ready for what was asked.
-        const bool error = (entry.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0;
-        const bool readable = (entry.events & POLLIN) != 0 && (error || (entry.revents & POLLIN) != 0);
-        const bool writable = (entry.events & POLLOUT) != 0 && (error || (entry.revents & POLLOUT) != 0);
-        if (readable || writable)
-            queue_.QueueReady(entry.fd, readable, writable);
     }
 }
 

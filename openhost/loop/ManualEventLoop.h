@@ -1,7 +1,7 @@
 // An event loop whose clock stands still until somebody moves it.
 #pragma once
 
-#include "openhost/loop/EventQueue.h"
+#include "openhost/loop/PolledDescriptors.h"
 
 namespace openhost {
 
@@ -25,10 +25,8 @@ public:
                     std::optional<std::chrono::milliseconds> limit = std::nullopt) override;
 
 private:
-    void QueueReadyDescriptors();
-
     std::chrono::nanoseconds now_{0};
-    std::map<int, short> polled_; ///< events of poll(2) by descriptor
+    PolledDescriptors polled_;
     EventQueue queue_;
 };
 

@@ -36,14 +36,19 @@ void WaitingEventLoop::Watch(int descriptor, bool read, bool write, Ready ready)
         Unwatch(descriptor);
         return;
     }
-    queue_.SetWatch(descriptor, std::move(ready));
-    if (StartWatch(descriptor, read, write)) {
-        watched_.insert(descriptor);
-        return;
+    try {
+        queue_.SetWatch(descriptor, std::move(ready));
+        if (StartWatch(descriptor, read, write)) {
+            watched_.insert(descriptor);
+            return;
+        }
+        // Its owner meets the error.
+        watched_.erase(descriptor);
+        queue_.QueueReady(descriptor, read, write);
+    } catch (...) {
+        Unwatch(descriptor);
+        throw;
     }
-    // Its owner meets the error.
-    watched_.erase(descriptor);
-    queue_.QueueReady(descriptor, read, write);
 }
 
 void WaitingEventLoop::Unwatch(int descriptor)

@@ -5,6 +5,7 @@
 #include "openhost/loop/EventLoop.h"
 #include "openhost/objects/ClassDictionary.h"
 #include "openhost/objects/MetaClassOperations.h"
+#include "openhost/panel/HandlersScript.h"
 #include "openhost/text/JsonValues.h"
 #include "openhost/text/Utf.h"
 
@@ -143,7 +144,7 @@ bool Panel::OpenPage()
 HRESULT Panel::ExecuteScript(const ZALUnicodeString& script)
 {
     const std::string text = ToUtf8(script);
-    if (!page_ || !page_->ExecuteScript(text))
+    if (!page_ || !(IsHandlersScript(script) ? page_->ExecuteHandlers(text) : page_->ExecuteScript(text)))
         return E_FAIL;
     journal::Write([&] { return journal::Script{.text = text}; });
     return S_OK;

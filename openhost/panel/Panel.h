@@ -18,7 +18,8 @@ namespace openhost {
 /// The panel as modules see it. What it shows is a page of PanelPages. Each class of the dictionary that offers
 /// ZALIMeridiaAccessDialogAddin has one addin in it, made when the panel opens; for one that is registered later, when
 /// it is asked for. What the page reports goes to all of them, in the order of their making, and into the journal, as
-/// do the scripts and addresses that it has taken. A document that sends a request is told what becomes of it.
+/// do the scripts and addresses that it has taken. A document that sends a request is told what becomes of it. The
+/// handlers script, and no other, is given the channel of the page to the host.
 ///
 /// The panel ends with its addins when the user closes it; who still holds the object finds it without a page.
 class Panel : public ZALIMeridiaAccessDialog {

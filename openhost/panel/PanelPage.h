@@ -16,7 +16,7 @@ public:
     /// Where a page reports what happens in it, always from the event loop, never from inside an operation.
     struct Listener {
         std::function<void(const std::string& url)> urlChanged; ///< once a page has loaded
-        /// By an injected script in `document`, to the host. A document has a name that no other one has.
+        /// By the handlers script in `document`, to the host. A document has a name that no other one has.
         std::function<void(const std::string& message, const std::string& document)> messageSent;
         std::function<void()> closed; ///< the user has closed the panel
     };
@@ -26,6 +26,9 @@ public:
     virtual bool LoadUrl(const std::string& url) = 0;
     /// Runs `script` in the page. False when no page has loaded.
     virtual bool ExecuteScript(const std::string& script) = 0;
+    /// The same for the handlers script. It is run twice: apart from all other scripts, where it alone has the channel
+    /// to the host, and beside them, without it.
+    virtual bool ExecuteHandlers(const std::string& script) = 0;
     /// Dispatches the event `name` with the text `detail` in `document`. Nothing happens once it has been left.
     virtual void DispatchEvent(const std::string& document, const std::string& name, const std::string& detail) = 0;
 };

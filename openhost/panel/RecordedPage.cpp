@@ -40,6 +40,14 @@ bool RecordedPage::ExecuteScript(const std::string& script)
     return true;
 }
 
+bool RecordedPage::ExecuteHandlers(const std::string& script)
+{
+    if (!ExecuteScript(script))
+        return false;
+    handlers_.push_back(script);
+    return true;
+}
+
 void RecordedPage::DispatchEvent(const std::string&, const std::string&, const std::string& detail)
 {
     events_.push_back(detail);

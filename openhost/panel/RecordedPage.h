@@ -21,12 +21,15 @@ public:
 
     bool LoadUrl(const std::string& url) override;
     bool ExecuteScript(const std::string& script) override;
+    bool ExecuteHandlers(const std::string& script) override;
     void DispatchEvent(const std::string& document, const std::string& name, const std::string& detail) override;
 
     bool takesScripts = true; ///< otherwise no page has loaded
     bool takesUrls = true;
     /// What was taken, in order.
     const std::vector<std::string>& Scripts() const { return scripts_; }
+    /// Those of them that were given the channel.
+    const std::vector<std::string>& Handlers() const { return handlers_; }
     const std::vector<std::string>& Urls() const { return urls_; }
     /// Details of the events for the document, in order.
     const std::vector<std::string>& Events() const { return events_; }
@@ -40,6 +43,7 @@ public:
 private:
     Listener listener_;
     std::vector<std::string> scripts_;
+    std::vector<std::string> handlers_;
     std::vector<std::string> urls_;
     std::vector<std::string> events_;
 };

@@ -16,7 +16,7 @@
 #include "openhost/journal/UserSteps.h"
 #include "openhost/loop/Interruption.h"
 #include "openhost/loop/Patience.h"
-#include "openhost/loop/UvEventLoop.h"
+#include "openhost/loop/PollEventLoop.h"
 #include "openhost/objects/ClassDictionary.h"
 #include "openhost/objects/Dispatch.h"
 #include "openhost/objects/Owned.h"
@@ -86,7 +86,7 @@ public:
                 [&] { return journal::Notification{.className = notification.IsA(), .publisher = publisher->IsA()}; });
             JournalBridge(*publisher, notification);
         });
-        loop_ = EventLoop::Install(desktop ? desktop->MakeLoop() : std::make_unique<UvEventLoop>());
+        loop_ = EventLoop::Install(desktop ? desktop->MakeLoop() : std::make_unique<PollEventLoop>());
         auto transfers = std::make_unique<TransferList>(std::make_unique<CurlTransport>());
         transfers_ = transfers.get();
         transport_ = HttpTransport::Install(std::move(transfers));

@@ -148,7 +148,6 @@ const std::vector<Library>& Libraries()
     };
     static const std::vector<Library> libraries = {
         {"libcurl", beginsWith("curl/"), {"openhost/http"}},
-        {"libuv", beginsWith("uv.h"), {"openhost/loop"}},
         {"libzip", beginsWith("zip.h"), {"openhost/files"}},
         {"libdeflate", beginsWith("libdeflate.h"), {"openhost/files", "openhost/documents"}},
         {"ISA-L", beginsWith("isa-l/"), {"openhost/files", "openhost/documents"}},

@@ -6,7 +6,7 @@
 #include "openhost/frame/Frame.h"
 #include "openhost/http/CurlTransport.h"
 #include "openhost/http/ScriptedTransport.h"
-#include "openhost/loop/UvEventLoop.h"
+#include "openhost/loop/PollEventLoop.h"
 #include "openhost/settings/SettingsStore.h"
 #include "openhost/text/Utf.h"
 
@@ -55,7 +55,7 @@ JourneyFixture::JourneyFixture() : service_(ItemsDir())
     SetPathVariable(TemporaryFolderVariable, Temp());
     SetPathVariable(InstallationVariable, SourceDir() + "/installation");
 
-    EventLoop::Install(std::make_unique<UvEventLoop>());
+    EventLoop::Install(std::make_unique<PollEventLoop>());
     HttpTransport::Install(std::make_unique<CurlTransport>());
     DocumentKernel::Install(std::make_unique<CompoundDocumentKernel>());
     auto surface = std::make_unique<ScriptedSurface>();

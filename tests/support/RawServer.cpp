@@ -167,6 +167,11 @@ public:
             SSL_shutdown(tls_.get());
         shutdown(descriptor_, SHUT_WR);
     }
+    void BreakOff()
+    {
+        failed_ = true;
+        shutdown(descriptor_, SHUT_WR);
+    }
 
 private:
     int descriptor_;
@@ -218,6 +223,8 @@ public:
         if (!reset_)
             stream_.Close();
     }
+
+    void BreakOff() override { stream_.BreakOff(); }
 
     void Reset() override
     {

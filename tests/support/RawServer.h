@@ -26,6 +26,8 @@ public:
         virtual bool Send(std::string_view bytes) = 0;
         /// Says that nothing more comes.
         virtual void Close() = 0;
+        /// The same without a word of TLS, as somebody in between could.
+        virtual void BreakOff() = 0;
         /// Breaks the connection.
         virtual void Reset() = 0;
         /// Waits until Tell has been called once more than there were waits.

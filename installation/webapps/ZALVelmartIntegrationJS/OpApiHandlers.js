@@ -1,6 +1,7 @@
 // Connects the catalogue's page to the host of the CAD session. The module runs it in each page that it takes for the
-// catalogue's, in the world of injected scripts: the page has no access to this world, and this world alone has
-// `hostPanel`, the way to the host. The two share events of the document, whose details are JSON texts.
+// catalogue's. The host runs it in a world of its own, which alone has `hostPanel`, the way to the host; it shares with
+// the page events of the document, whose details are JSON texts. Where there is no `hostPanel`, which is among the other
+// scripts that a module runs, it gives these the object to call and nothing else.
 //
 // A page can bring about the messages below and no others. Running the script again greets the page again.
 (() => {
@@ -74,7 +75,9 @@
             tell(OutcomeEvent, {accepted: reason === "", reason});
         });
         addEventListener("pagehide", () => hostPanel.sendMessage('{"event":"velmart_over","content":{}}'));
+    };
 
+    const provide = () => {
         // The module speaks to the page's own object of that name, which lives in the other world.
         globalThis.OpApi = Object.freeze({
             sendMessage(name, message) {
@@ -86,7 +89,12 @@
 
     if (!isTrustworthy())
         return;
-    if (!globalThis.OpApi)
+    const isFirst = !globalThis.OpApi;
+    if (isFirst)
+        provide();
+    if (!globalThis.hostPanel)
+        return;
+    if (isFirst)
         connect();
     tell(ConnectEvent, {context});
 })();

@@ -38,7 +38,7 @@ QString ReadResource(const QString& name)
     return QString::fromUtf8(file.readAll());
 }
 
-/// Gives injected scripts the object `hostPanel`. `document` is different for each document, so that what belongs to
+/// Gives the handlers script the object `hostPanel`. `document` is different for each document, so that what belongs to
 /// one that has gone can be told.
 constexpr const char* ChannelScript = R"(
 (() => {
@@ -64,6 +64,24 @@ constexpr const char* ChannelScript = R"(
 })();
 )";
 
+/// Gives injected scripts, which have no channel, a number of the document of their own.
+constexpr const char* DocumentScript = R"(
+Object.defineProperty(globalThis, "hostDocument", {
+    value: String(performance.timeOrigin) + "-" + String(Math.random()),
+});
+)";
+
+void AddScript(QWebEngineProfile& profile, const QString& name, const QString& source, quint32 world)
+{
+    QWebEngineScript script;
+    script.setName(name);
+    script.setSourceCode(source);
+    script.setInjectionPoint(QWebEngineScript::DocumentCreation);
+    script.setWorldId(world);
+    script.setRunsOnSubFrames(false);
+    profile.scripts()->insert(script);
+}
+
 } // namespace
 
 bool IsShowable(const QUrl& url)
@@ -88,13 +106,8 @@ std::unique_ptr<QWebEngineProfile> MakeBrowserProfile()
           QWebEngineSettings::DnsPrefetchEnabled, QWebEngineSettings::AllowRunningInsecureContent})
         settings.setAttribute(attribute, false);
 
-    QWebEngineScript script;
-    script.setName("host channel");
-    script.setSourceCode(ReadResource(":/qtwebchannel/qwebchannel.js") + ChannelScript);
-    script.setInjectionPoint(QWebEngineScript::DocumentCreation);
-    script.setWorldId(QWebEngineScript::ApplicationWorld);
-    script.setRunsOnSubFrames(false);
-    profile->scripts()->insert(script);
+    AddScript(*profile, "host channel", ReadResource(":/qtwebchannel/qwebchannel.js") + ChannelScript, HandlersWorld);
+    AddScript(*profile, "host document", DocumentScript, InjectedWorld);
     return profile;
 }
 

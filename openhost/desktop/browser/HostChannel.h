@@ -1,4 +1,4 @@
-// Where messages of injected scripts arrive.
+// Where messages of the handlers script arrive.
 #pragma once
 
 #include <QObject>
@@ -8,7 +8,7 @@
 
 namespace openhost {
 
-/// The object `hostPanel` of the channel, which pages reach from the world of injected scripts alone.
+/// The object `hostPanel` of the channel, which is reached from the world of the handlers script alone.
 class HostChannel : public QObject {
     Q_OBJECT
 

@@ -49,9 +49,6 @@ constexpr int PanelHeight = 760;
 /// What the listener is told in place of an address that could not be shown: a page that is nobody's.
 constexpr const char* NoPage = "about:blank";
 
-constexpr quint32 InjectedWorld = QWebEngineScript::ApplicationWorld;
-constexpr quint32 UserWorld = QWebEngineScript::UserWorld;
-
 /// `text` as a literal of JavaScript.
 QString Literal(const QString& text)
 {
@@ -93,7 +90,7 @@ QtPanelPage::QtPanelPage(QWebEngineProfile& profile, Listener listener, const Pl
 {
     auto* channel = new QWebChannel(page_.get());
     channel->registerObject("hostPanel", channel_.get());
-    page_->setWebChannel(channel, InjectedWorld);
+    page_->setWebChannel(channel, HandlersWorld);
     connect(page_.get(), &QWebEnginePage::loadingChanged, this,
             [this](const QWebEngineLoadingInfo& info) { OnLoading(info); });
     // Also for steps within a document.
@@ -236,20 +233,30 @@ bool QtPanelPage::ExecuteScript(const std::string& script)
 {
     if (document_.isEmpty())
         return false;
-    RunIn(document_, QString::fromStdString(script));
+    page_->runJavaScript("if (hostDocument === " + Literal(injectedDocument_) + ") {\n" +
+                             QString::fromStdString(script) + "\n}",
+                         InjectedWorld);
+    return true;
+}
+
+bool QtPanelPage::ExecuteHandlers(const std::string& script)
+{
+    if (!ExecuteScript(script))
+        return false;
+    RunBesideHandlers(document_, QString::fromStdString(script));
     return true;
 }
 
 void QtPanelPage::DispatchEvent(const std::string& document, const std::string& name, const std::string& detail)
 {
     if (document_ == QString::fromStdString(document))
-        RunIn(document_,
-              "document.dispatchEvent(new CustomEvent(" + Literal(name) + ", {detail: " + Literal(detail) + "}));");
+        RunBesideHandlers(document_, "document.dispatchEvent(new CustomEvent(" + Literal(name) +
+                                         ", {detail: " + Literal(detail) + "}));");
 }
 
-void QtPanelPage::RunIn(const QString& document, const QString& script)
+void QtPanelPage::RunBesideHandlers(const QString& document, const QString& script)
 {
-    page_->runJavaScript("if (hostPanel.document === " + Literal(document) + ") {\n" + script + "\n}", InjectedWorld);
+    page_->runJavaScript("if (hostPanel.document === " + Literal(document) + ") {\n" + script + "\n}", HandlersWorld);
 }
 
 void QtPanelPage::OnLoading(const QWebEngineLoadingInfo& info)
@@ -273,26 +280,34 @@ void QtPanelPage::OnLoading(const QWebEngineLoadingInfo& info)
 
 void QtPanelPage::ReportDocument()
 {
+    // A document that begins between the two questions has begun another load, by which the answers are dropped.
     const QPointer<QtPanelPage> self(this);
-    page_->runJavaScript("[location.href, hostPanel.document]", InjectedWorld,
-                         [self, load = loads_](const QVariant& answer) {
-                             const QVariantList parts = answer.toList();
-                             if (!self || load != self->loads_)
-                                 return;
-                             if (parts.size() != 2 || !IsShowable(QUrl(parts[0].toString())))
-                                 return self->ReportFailure();
-                             self->EndWork();
-                             self->shown_->setCurrentIndex(0);
-                             self->ShowColours();
-                             if (self->document_ == parts[1].toString())
-                                 return;
-                             self->document_ = parts[1].toString();
-                             const std::string url = parts[0].toString().toStdString();
-                             self->Report([url](const Listener& listener) {
-                                 NoteUserStep({{"url", url}});
-                                 listener.urlChanged(url);
-                             });
-                         });
+    page_->runJavaScript(
+        "[location.href, hostPanel.document]", HandlersWorld, [self, load = loads_](const QVariant& own) {
+            if (!self || load != self->loads_)
+                return;
+            self->page_->runJavaScript("hostDocument", InjectedWorld, [self, load, own](const QVariant& injected) {
+                if (self && load == self->loads_)
+                    self->ReportDocument(own.toList(), injected.toString());
+            });
+        });
+}
+
+void QtPanelPage::ReportDocument(const QVariantList& own, const QString& injected)
+{
+    if (own.size() != 2 || injected.isEmpty() || !IsShowable(QUrl(own[0].toString())))
+        return ReportFailure();
+    EndWork();
+    shown_->setCurrentIndex(0);
+    ShowColours();
+    if (document_ == own[1].toString())
+        return;
+    document_ = own[1].toString();
+    injectedDocument_ = injected;
+    Report([url = own[0].toString().toStdString()](const Listener& listener) {
+        NoteUserStep({{"url", url}});
+        listener.urlChanged(url);
+    });
 }
 
 void QtPanelPage::ReportFailure()

@@ -24,8 +24,8 @@ class BrowserPage;
 class HostChannel;
 
 /// The browser's view of one page, with buttons to go back, reload and go home above it, and a page of its own for what
-/// cannot be shown. Injected scripts and the channel live in a world of their own, which begins anew with each
-/// document.
+/// cannot be shown. The handlers script and the channel live in one world of their own and injected scripts in another,
+/// which both begin anew with each document.
 class QtPanelPage final : public QWidget, public PanelPage, public PageUser {
 public:
     /// Puts a page where the user sees it.
@@ -37,6 +37,7 @@ public:
 
     bool LoadUrl(const std::string& url) override;
     bool ExecuteScript(const std::string& script) override;
+    bool ExecuteHandlers(const std::string& script) override;
     void DispatchEvent(const std::string& document, const std::string& name, const std::string& detail) override;
 
     void Click(const std::string& selector) override;
@@ -65,10 +66,12 @@ private:
     void Load(const QUrl& address);
     void OnLoading(const QWebEngineLoadingInfo& info);
     void ReportDocument();
+    /// By the address and the number that the handlers know, and the number that injected scripts know.
+    void ReportDocument(const QVariantList& own, const QString& injected);
     void ReportFailure();
     void OnMessage(const QString& document, const QString& text);
-    /// Runs `script` among the injected ones, unless another document has taken the place of `document` by then.
-    void RunIn(const QString& document, const QString& script);
+    /// Runs `script` in the world of the handlers, unless another document has taken the place of `document` by then.
+    void RunBesideHandlers(const QString& document, const QString& script);
     /// Calls the listener from the loop, unless the page has been destroyed by then.
     void Report(std::function<void(const Listener&)> call);
     void BeginWork();
@@ -105,6 +108,7 @@ private:
     QUrl home_;
     QUrl address_;                 ///< asked for last
     QString document_;             ///< the document told to the listener last; empty for none
+    QString injectedDocument_;     ///< the same as injected scripts know it
     int loads_ = 0;                ///< loads begun; an answer about an earlier one is out of date
     EventLoop::Timer working_ = 0; ///< time limit of the load in progress, which keeps the loop from being idle
 };

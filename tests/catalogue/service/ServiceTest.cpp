@@ -9,22 +9,39 @@
 
 namespace catalogue::testing {
 
-std::string ServiceTest::Exchange(const std::string& bytes)
+RawConnection::RawConnection(int port) : descriptor_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
-    const int descriptor = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<std::uint16_t>(service_->GetPort()));
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    EXPECT_EQ(0, ::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)));
-    EXPECT_EQ(::send(descriptor, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+    EXPECT_EQ(0, ::connect(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)));
+}
 
+RawConnection::~RawConnection()
+{
+    ::close(descriptor_);
+}
+
+void RawConnection::Send(const std::string& bytes) const
+{
+    EXPECT_EQ(static_cast<ssize_t>(bytes.size()), ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL));
+}
+
+std::string RawConnection::ReadAll() const
+{
     std::string reply;
     std::array<char, 4096> buffer{};
-    for (ssize_t count = 0; (count = ::recv(descriptor, buffer.data(), buffer.size(), 0)) > 0;)
+    for (ssize_t count = 0; (count = ::recv(descriptor_, buffer.data(), buffer.size(), 0)) > 0;)
         reply.append(buffer.data(), static_cast<std::size_t>(count));
-    ::close(descriptor);
     return reply;
+}
+
+std::string ServiceTest::Exchange(const std::string& bytes)
+{
+    const RawConnection connection(service_->GetPort());
+    connection.Send(bytes);
+    return connection.ReadAll();
 }
 
 } // namespace catalogue::testing

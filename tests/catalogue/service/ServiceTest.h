@@ -17,6 +17,22 @@
 
 namespace catalogue::testing {
 
+/// A connection to the service on `port` that sends what it is told to.
+class RawConnection {
+public:
+    explicit RawConnection(int port);
+    RawConnection(const RawConnection&) = delete;
+    RawConnection& operator=(const RawConnection&) = delete;
+    ~RawConnection();
+
+    void Send(const std::string& bytes) const;
+    /// Every byte that comes until the service ends the connection.
+    std::string ReadAll() const;
+
+private:
+    int descriptor_;
+};
+
 class ServiceTest : public ::testing::Test {
 protected:
     ServiceTest() : root_(MakeFolder())

@@ -4,6 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <functional>
+#include <iostream>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace openhost {
 
@@ -164,6 +171,46 @@ TEST(RunProgram, AnExceptionIsStatus1AndToldUnderTheProgramsName)
     EXPECT_EQ(StatusFailed, RunProgram("tool", []() -> int { throw std::runtime_error("no things"); }));
     EXPECT_EQ("tool: no things\n", ::testing::internal::GetCapturedStderr());
     EXPECT_EQ(7, RunProgram("tool", [] { return 7; }));
+}
+
+/// Ends the process as the program would that `run` is, begun without the standard descriptors `closed`.
+[[noreturn]] void RunWithout(const std::vector<int>& closed, const std::function<int()>& run)
+{
+    for (const int descriptor : closed)
+        ::close(descriptor);
+    ::_exit(RunProgram("tool", run));
+}
+
+TEST(RunProgram, NoFileTakesTheNumberOfAClosedStandardDescriptor)
+{
+    const auto opens = [] { return ::open("/dev/null", O_RDWR) > STDERR_FILENO ? 0 : 9; };
+    for (const std::vector<int>& closed : {std::vector{0}, {1}, {2}, {0, 1}, {1, 2}, {0, 1, 2}})
+        EXPECT_EXIT(RunWithout(closed, opens), ::testing::ExitedWithCode(StatusDone), "");
+}
+
+TEST(RunProgram, AnOutputThatCannotBeWrittenIsStatus1)
+{
+    const auto prints = [] {
+        std::cout << "done";
+        return 0;
+    };
+    EXPECT_EXIT(RunWithout({1}, prints), ::testing::ExitedWithCode(StatusFailed), "tool: the output cannot be written");
+    EXPECT_EXIT(RunWithout({1, 2}, prints), ::testing::ExitedWithCode(StatusFailed), "");
+    const auto printsIntoAFullDisk = [&] {
+        ::dup2(::open("/dev/full", O_WRONLY), STDOUT_FILENO);
+        return prints();
+    };
+    EXPECT_EXIT(RunWithout({}, printsIntoAFullDisk), ::testing::ExitedWithCode(StatusFailed), "cannot be written");
+}
+
+TEST(RunProgram, WithoutAnyDescriptorItFailsWithAStatus)
+{
+    const auto begins = [] {
+        const rlimit none{0, 0};
+        ::setrlimit(RLIMIT_NOFILE, &none);
+        RunWithout({1}, [] { return 0; });
+    };
+    EXPECT_EXIT(begins(), ::testing::ExitedWithCode(StatusFailed), "a closed standard descriptor cannot be replaced");
 }
 
 } // namespace openhost

@@ -98,7 +98,7 @@ bool BrowserFixture::UntilShown(const std::string& selector)
 std::string BrowserFixture::Ask(const std::string& expression)
 {
     const std::size_t before = reports_.messages.size();
-    if (!page_->ExecuteScript("hostPanel.sendMessage(String(" + expression + "));"))
+    if (!page_->ExecuteHandlers("hostPanel.sendMessage(String(" + expression + "));"))
         return "no page";
     if (!Until([&] { return reports_.messages.size() > before; }))
         return "no answer";

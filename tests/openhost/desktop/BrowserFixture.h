@@ -39,7 +39,7 @@ protected:
     static bool Until(const std::function<bool()>& done);
     /// Runs the loop until a visible element is there.
     bool UntilShown(const std::string& selector);
-    /// Runs a script in the world of injected scripts that sends a message, and waits for the message.
+    /// Runs a script in the world of the handlers that sends a message, and waits for the message.
     std::string Ask(const std::string& expression);
     PageUser& User() { return *pages_->User(); }
 

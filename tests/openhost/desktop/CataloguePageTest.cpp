@@ -94,7 +94,7 @@ protected:
 
     void Connect(const std::string& context = "SidePanel")
     {
-        ASSERT_TRUE(page_->ExecuteScript(HandlersScript(context)));
+        ASSERT_TRUE(page_->ExecuteHandlers(HandlersScript(context)));
     }
 
     /// Opens the page on the three items, until it shows what `selector` finds.
@@ -134,8 +134,8 @@ protected:
     std::string TextOf(const std::string& selector)
     {
         const std::string number = std::to_string(++asked_);
-        page_->ExecuteScript("hostPanel.sendMessage('" + number + ":' + (document.querySelector(" +
-                             json(selector).dump() + ")?.innerText ?? 'nothing'));");
+        page_->ExecuteHandlers("hostPanel.sendMessage('" + number + ":' + (document.querySelector(" +
+                               json(selector).dump() + ")?.innerText ?? 'nothing'));");
         std::string text;
         Until([&] {
             for (const std::string& message : reports_.messages)
@@ -732,6 +732,29 @@ TEST_F(CataloguePage, ASearchThatFailsIsSaid)
 {
     ASSERT_TRUE(OpenItems("/categories?connect&extq=x", "[role=alert]"));
     EXPECT_EQ("The catalogue does not have this.", TextOf("[role=alert]"));
+}
+
+TEST_F(CataloguePage, AQueryThatClosesItsStringReachesTheSearchAndNotTheHost)
+{
+    AnswerSearch(R"([{"id": "nut-m8", "score": 1}])");
+    ASSERT_TRUE(OpenBolt() && ConnectBolt());
+    const std::string query =
+        "x'}); document.documentElement.dataset.out = ''; "
+        "JSON.stringify = () => '{\"event\":\"velmart_download\",\"content\":{\"id\":\"forged\"}}'; "
+        "JSON.parse = () => ({}); Map.prototype.has = () => true; Map.prototype.get = () => () => ''; "
+        "hostPanel.sendMessage('{\"event\":\"velmart_download\",\"content\":{\"id\":\"forged\"}}'); //";
+    ASSERT_TRUE(page_->ExecuteScript("OpApi.sendMessage('search', {query: '" + query + "'});"));
+    ASSERT_TRUE(UntilShown("[data-out] ol.items"));
+    EXPECT_EQ("x", searched_.get_future().get());
+
+    // What the page asks for afterwards is judged and sent as ever.
+    EXPECT_EQ("false no message", Ask(R"((() => {
+        let outcome = "";
+        document.addEventListener("velmart:outcome", (event) => { outcome = event.detail; }, {once: true});
+        document.dispatchEvent(new CustomEvent("velmart:request", {detail: "{}"}));
+        return `${JSON.parse(outcome).accepted} ${JSON.parse(outcome).reason}`;
+    })())"));
+    EXPECT_THAT(SentEvents(), ElementsAre("velmart_ready"));
 }
 
 TEST_F(CataloguePage, OtherMessagesToThePageChangeNothing)

@@ -79,7 +79,7 @@ TEST_F(QtPanelPageTest, AServiceThatIsDownIsToldAsNobodysPage)
     server_.Stop();
     LoadPath("/plain");
     EXPECT_THAT(reports_.urls, ElementsAre(server_.Url("/plain"), "about:blank"));
-    EXPECT_FALSE(page_->ExecuteScript("hostPanel.sendMessage('here');"));
+    EXPECT_FALSE(page_->ExecuteHandlers("hostPanel.sendMessage('here');"));
 }
 
 TEST_F(QtPanelPageTest, AnErrorOfTheServiceIsToldAsNobodysPage)
@@ -145,26 +145,26 @@ TEST_F(QtPanelPageTest, NoScriptRunsBeforeAPageHasLoaded)
     EXPECT_FALSE(page_->ExecuteScript("1"));
 }
 
-TEST_F(QtPanelPageTest, AnInjectedScriptSendsItsMessagesInTheirOrder)
+TEST_F(QtPanelPageTest, TheHandlersSendTheirMessagesInTheirOrder)
 {
     OpenPath("/plain");
-    ASSERT_TRUE(
-        page_->ExecuteScript("hostPanel.sendMessage(document.title); hostPanel.sendMessage('\\u00e4\\ud83d\\ude00');"));
+    ASSERT_TRUE(page_->ExecuteHandlers(
+        "hostPanel.sendMessage(document.title); hostPanel.sendMessage('\\u00e4\\ud83d\\ude00');"));
     ASSERT_TRUE(Until([&] { return reports_.messages.size() == 2; }));
     EXPECT_THAT(reports_.messages, ElementsAre("Plain", "\u00e4\U0001F600"));
 }
 
-TEST_F(QtPanelPageTest, ScriptsOfOnePageShareTheirWorld)
+TEST_F(QtPanelPageTest, HandlersThatRunAgainHaveTheSameWorld)
 {
     OpenPath("/plain");
-    ASSERT_TRUE(page_->ExecuteScript("globalThis.kept = 41;"));
+    ASSERT_TRUE(page_->ExecuteHandlers("globalThis.kept = 41;"));
     EXPECT_EQ("42", Ask("kept + 1"));
 }
 
-TEST_F(QtPanelPageTest, ANavigationEndsTheWorldOfInjectedScripts)
+TEST_F(QtPanelPageTest, ANavigationEndsTheWorldOfTheHandlers)
 {
     OpenPath("/plain");
-    ASSERT_TRUE(page_->ExecuteScript("globalThis.kept = 41;"));
+    ASSERT_TRUE(page_->ExecuteHandlers("globalThis.kept = 41;"));
     LoadPath("/plain");
     EXPECT_EQ("undefined", Ask("typeof kept"));
 }
@@ -178,11 +178,12 @@ TEST_F(QtPanelPageTest, AScriptDoesNotRunInADocumentThatTheHostDoesNotKnowYet)
     ASSERT_TRUE(page_->LoadUrl(server_.Url("/slow")));
     ASSERT_TRUE(UntilShown("#slow"));
     ASSERT_EQ(1U, reports_.urls.size());
-    EXPECT_TRUE(page_->ExecuteScript("hostPanel.sendMessage(document.title);"));
+    EXPECT_TRUE(page_->ExecuteHandlers("hostPanel.sendMessage(document.title);"));
+    EXPECT_TRUE(page_->ExecuteScript("document.title = 'reached';"));
     gate.Open();
     ASSERT_TRUE(Until([&] { return reports_.urls.size() == 2; }));
-    EXPECT_EQ("here", Ask("'here'"));
-    EXPECT_THAT(reports_.messages, ElementsAre("here"));
+    EXPECT_EQ("Slow", Ask("document.title"));
+    EXPECT_THAT(reports_.messages, ElementsAre("Slow"));
 }
 
 TEST_F(QtPanelPageTest, AScriptWithAMistakeChangesNothing)
@@ -196,10 +197,10 @@ TEST_F(QtPanelPageTest, AScriptWithAMistakeChangesNothing)
 TEST_F(QtPanelPageTest, AMessageIsATextOfBoundedLength)
 {
     OpenPath("/plain");
-    ASSERT_TRUE(page_->ExecuteScript("try { hostPanel.sendMessage({}); } catch (error) "
-                                     "{ hostPanel.sendMessage(error.message); }"
-                                     "hostPanel.sendMessage('x'.repeat(4 * 1024 * 1024 + 1));"
-                                     "hostPanel.sendMessage('end');"));
+    ASSERT_TRUE(page_->ExecuteHandlers("try { hostPanel.sendMessage({}); } catch (error) "
+                                       "{ hostPanel.sendMessage(error.message); }"
+                                       "hostPanel.sendMessage('x'.repeat(4 * 1024 * 1024 + 1));"
+                                       "hostPanel.sendMessage('end');"));
     ASSERT_TRUE(Until([&] { return reports_.messages.size() == 2; }));
     EXPECT_THAT(reports_.messages, ElementsAre("a message is a text", "end"));
 }
@@ -263,6 +264,57 @@ globalThis.QWebChannel = globalThis.qt = null;
     EXPECT_EQ(R"({"a":1})", Ask("JSON.stringify({a: 1})"));
 }
 
+TEST_F(QtPanelPageTest, AnInjectedScriptHasNoWayToTheHost)
+{
+    OpenPath("/plain");
+    ASSERT_EQ("connected", Ask("'connected'"));
+    ASSERT_TRUE(page_->ExecuteScript(R"(
+const tries = {
+    hostPanel: () => hostPanel.sendMessage("forged"),
+    qt: () => qt.webChannelTransport.send('{"type":6,"object":"hostPanel","method":"sendMessage","args":["","forged"]}'),
+    channel: () => typeof QWebChannel,
+    names: () => Object.getOwnPropertyNames(globalThis).filter((name) => /qt|hostPanel|^qweb/i.test(name)).join(),
+    frame: () => {
+        const frame = document.createElement("iframe");
+        document.documentElement.append(frame);
+        return typeof frame.contentWindow.hostPanel + typeof frame.contentWindow.qt;
+    },
+};
+const found = {};
+for (const [name, attempt] of Object.entries(tries)) {
+    try { found[name] = String(attempt()); } catch (error) { found[name] = error.name; }
+}
+document.documentElement.dataset.found = JSON.stringify(found);
+)"));
+    ASSERT_TRUE(UntilShown("[data-found]"));
+    const std::string found = Ask("document.documentElement.dataset.found");
+    EXPECT_EQ(R"({"hostPanel":"ReferenceError","qt":"ReferenceError","channel":"undefined","names":"",)"
+              R"("frame":"undefinedundefined"})",
+              found);
+    EXPECT_THAT(reports_.messages, ElementsAre("connected", found)) << "the script's own attempts have brought nothing";
+}
+
+TEST_F(QtPanelPageTest, AnInjectedScriptCannotChangeWhatTheHandlersSee)
+{
+    OpenPath("/plain");
+    ASSERT_TRUE(page_->ExecuteScript("String = JSON.stringify = () => 'forged'; Map.prototype.has = () => true;"
+                                     "Object.prototype.toString = () => 'forged'; hostDocument = 'forged';"
+                                     "globalThis.hostPanel = globalThis.qt = {sendMessage: () => {}};"));
+    EXPECT_EQ(R"({"a":1})", Ask("JSON.stringify({a: 1})"));
+    EXPECT_EQ("false", Ask("new Map().has(1)"));
+    ASSERT_TRUE(page_->ExecuteScript("document.title = 'still in its document';"));
+    EXPECT_EQ("still in its document", Ask("document.title"));
+}
+
+TEST_F(QtPanelPageTest, InjectedScriptsOfOnePageShareTheirWorld)
+{
+    OpenPath("/plain");
+    ASSERT_TRUE(page_->ExecuteScript("globalThis.kept = 41;"));
+    ASSERT_TRUE(page_->ExecuteScript("document.title = String(kept + 1);"));
+    EXPECT_EQ("42", Ask("document.title"));
+    EXPECT_EQ("undefined", Ask("typeof kept"));
+}
+
 TEST_F(QtPanelPageTest, AFrameInThePageHasNoWayToTheHost)
 {
     server_.AddPage("/frame",
@@ -277,8 +329,8 @@ TEST_F(QtPanelPageTest, AFrameInThePageHasNoWayToTheHost)
 TEST_F(QtPanelPageTest, WhatAPageSaysWhileItGoesIsHeard)
 {
     OpenPath("/plain");
-    ASSERT_TRUE(page_->ExecuteScript("addEventListener('pagehide', () => hostPanel.sendMessage('over'));"
-                                     "hostPanel.sendMessage('begin');"));
+    ASSERT_TRUE(page_->ExecuteHandlers("addEventListener('pagehide', () => hostPanel.sendMessage('over'));"
+                                       "hostPanel.sendMessage('begin');"));
     LoadPath("/other");
     EXPECT_EQ("here", Ask("'here'"));
     EXPECT_THAT(reports_.messages, ElementsAre("begin", "over", "here"));
@@ -327,8 +379,8 @@ TEST_F(QtPanelPageTest, NothingIsKeptForALaterRun)
 TEST_F(QtPanelPageTest, APageThatIsClosedByTheHostReportsNothingMore)
 {
     OpenPath("/plain");
-    ASSERT_TRUE(page_->ExecuteScript("addEventListener('pagehide', () => hostPanel.sendMessage('over'));"
-                                     "setInterval(() => hostPanel.sendMessage('again'), 1);"));
+    ASSERT_TRUE(page_->ExecuteHandlers("addEventListener('pagehide', () => hostPanel.sendMessage('over'));"
+                                       "setInterval(() => hostPanel.sendMessage('again'), 1);"));
     ASSERT_TRUE(Until([&] { return !reports_.messages.empty(); }));
     page_.reset();
     EXPECT_EQ(nullptr, pages_->User());

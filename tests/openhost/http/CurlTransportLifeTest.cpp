@@ -227,7 +227,7 @@ TEST_F(CurlTransportLife, ALoopThatEndsBeforeATransferLeavesItWithoutHarm)
     Fetch fetch(server.Url());
     ASSERT_TRUE(fetch.Send());
     Loop().RunUntil([&] { return fetch->body == "abc"; }, 60s);
-    EventLoop::Install(std::make_unique<UvEventLoop>());
+    EventLoop::Install(std::make_unique<PollEventLoop>());
     fetch.DestroyRequest();
     RunToItsEnd(fetch);
     EXPECT_EQ(-2, fetch->status);
@@ -385,6 +385,23 @@ TEST_F(CurlTransportLife, TimeSpentInsideACallIsNotSilence)
             return;
         bool over = false;
         Loop().CallAfter(500ms, [&] { over = true; });
+        Loop().RunUntil([&] { return over; }, 60s);
+        server.Tell();
+    };
+    RunWhole(fetch);
+    EXPECT_EQ("hdpc finished 200: abcdef", fetch.Told());
+}
+
+TEST_F(CurlTransportLife, TimeSpentInsideACallIsNotSlowness)
+{
+    Use({.lowestSpeed = 1000, .speedWindow = 1s});
+    RawServer server(SendInTwo);
+    Fetch fetch(server.Url());
+    fetch->onData = [&](ZALCefHttpRequest*) {
+        if (fetch->body != "abc")
+            return;
+        bool over = false;
+        Loop().CallAfter(1500ms, [&] { over = true; });
         Loop().RunUntil([&] { return over; }, 60s);
         server.Tell();
     };

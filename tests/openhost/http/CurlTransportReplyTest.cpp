@@ -13,13 +13,6 @@ using ::testing::Pair;
 using ::testing::StartsWith;
 
 namespace {
-// "hello hello hello hello hello hello"
-constexpr unsigned char gzipBytes[] = {0x1f, 0x8b, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x03,
-                                       0xcb, 0x48, 0xcd, 0xc9, 0xc9, 0x57, 0xc8, 0xc0, 0x47, 0x02,
-                                       0x00, 0x57, 0x37, 0x62, 0x85, 0x23, 0x00, 0x00, 0x00};
-const std::string gzipBody(reinterpret_cast<const char*>(gzipBytes), sizeof gzipBytes);
-const std::string plainBody = "hello hello hello hello hello hello";
-
 class CurlTransportReply : public HttpFixture {
 protected:
     struct Case {
@@ -199,39 +192,6 @@ TEST_F(CurlTransportReply, ALongHeadBelowTheLimitIsDelivered)
 }
 
 // ---------------------------------------------------------------------------------------------
-// Encoded bodies
-
-TEST_F(CurlTransportReply, AGzipBodyIsDecodedAndHasNoTotal)
-{
-    RawServer server(RawServer::Once(Reply(gzipBody, "Content-Encoding: gzip\r\n")));
-    Fetch fetch(server.Url());
-    RunWhole(fetch);
-    EXPECT_EQ(plainBody, fetch->body);
-    EXPECT_EQ(ZALHttpStatusFinished, fetch->status);
-    EXPECT_THAT(fetch->progress.back(), Pair(plainBody.size(), 0));
-    EXPECT_THAT(fetch->headers, ElementsAre(Pair("Content-Encoding", "gzip"), Pair("Content-Length", "29")));
-    EXPECT_THAT(server.Requests().at(0), HasSubstr("Accept-Encoding: gzip, deflate\r\n"));
-}
-
-TEST_F(CurlTransportReply, AnAcceptEncodingOfTheRequestLeavesTheBodyAsItCame)
-{
-    RawServer server(RawServer::Once(Reply(gzipBody, "Content-Encoding: gzip\r\n")));
-    Fetch fetch(server.Url());
-    fetch.With("accept-encoding", "gzip");
-    RunWhole(fetch);
-    EXPECT_EQ(gzipBody, fetch->body);
-    EXPECT_THAT(fetch->progress.back(), Pair(gzipBody.size(), gzipBody.size()));
-}
-
-TEST_F(CurlTransportReply, ABodyThatCannotBeDecodedFails)
-{
-    std::string damaged = gzipBody;
-    damaged.replace(10, 8, 8, '\xFF');
-    Check({{"damaged", Reply(damaged, "Content-Encoding: gzip\r\n"), "hc failed 200: "},
-           {"unknown", Reply("abc", "Content-Encoding: unheard-of\r\n"), "hc failed 200: "}});
-}
-
-// ---------------------------------------------------------------------------------------------
 // Replies that do not end well
 
 TEST_F(CurlTransportReply, ABodyShorterThanItsLengthFails)
@@ -252,6 +212,54 @@ TEST_F(CurlTransportReply, AChunkedBodyWithoutItsEndFails)
            {"no last chunk", Chunked + "3\r\nabc\r\n", "hdpc failed 200: abc"},
            {"no end of the last", Chunked + "3\r\nabc\r\n0\r\n", "hdpc failed 200: abc"},
            {"no length", Chunked + "zz\r\nabc\r\n0\r\n\r\n", "hc failed 200: "}});
+}
+
+TEST_F(CurlTransportReply, ALengthThatIsNoNumberOfBytesFails)
+{
+    for (const std::string length : {"abc", "3x", "x3", "+3", "-3", "3 4", "3,3", "0x3", "3.0", "",
+                                     "9223372036854775808", "18446744073709551616", "99999999999999999999999"})
+        Check({{length, Head + "Content-Length: " + length + "\r\n\r\nabc", "c failed 0: "}});
+    EXPECT_EQ("the length of the reply is no number of bytes", Journalled("transfer")["error"]);
+}
+
+TEST_F(CurlTransportReply, TheLargestLengthIsTakenAndItsBodyCutShort)
+{
+    Check({{"", Head + "Content-Length: 9223372036854775807\r\n\r\nabc", "hdpc failed 200: abc"}});
+}
+
+TEST_F(CurlTransportReply, ALengthUnderAnotherNameIsNone)
+{
+    for (const std::string name : {"Content-Length ", "Content-Length\t", "XContent-Length"})
+        Check({{name, Head + name + ": 9\r\n\r\nabc", "hdpc finished 200: abc"}});
+}
+
+TEST_F(CurlTransportReply, TwoLengthsMustBeTheSame)
+{
+    const auto reply = [](const std::string& first, const std::string& second) {
+        return Head + "Content-Length: " + first + "\r\nContent-Length: " + second + "\r\n\r\nabc";
+    };
+    Check({{"the shorter first", reply("1", "3"), "c failed 0: "},
+           {"the longer first", reply("3", "1"), "c failed 0: "},
+           {"the same twice", reply("3", "3"), "hdpc finished 200: abc"},
+           {"the same number twice", reply("3", "03"), "hdpc finished 200: abc"}});
+}
+
+TEST_F(CurlTransportReply, ARedirectionWithTwoLengthsIsNotFollowed)
+{
+    Check(
+        {{"", "HTTP/1.1 302 Found\r\nLocation: /a\r\nContent-Length: 0\r\nContent-Length: 3\r\n\r\n", "c failed 0: "}});
+}
+
+TEST_F(CurlTransportReply, ATransferEncodingThatNobodyAskedForFails)
+{
+    for (const std::string encoding : {"gzip", "gzip, chunked", "chunked, chunked", "identity", ""})
+        Check({{encoding, Head + "Transfer-Encoding: " + encoding + "\r\n\r\n3\r\nabc\r\n0\r\n\r\n", "c failed 0: "}});
+}
+
+TEST_F(CurlTransportReply, ChunksCountAndNotTheLengthBesideThem)
+{
+    Check({{"", Head + "Content-Length: 1\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n0\r\n\r\n",
+            "hdpc finished 200: abc"}});
 }
 
 TEST_F(CurlTransportReply, AConnectionThatIsClosedInsideTheHeadFailsWithoutHeaders)
@@ -342,6 +350,53 @@ TEST_F(CurlTransportReply, ASlowBodyThatKeepsComingOutlastsTheLimitOfSilence)
     EXPECT_EQ("hdpc finished 200: abcdefgh", ToldOf(server.Url()));
 }
 
+TEST_F(CurlTransportReply, ABodyThatTricklesFailsAtTheEndOfTheWindow)
+{
+    Use({.lowestSpeed = 1000, .speedWindow = 200ms});
+    RawServer server([](RawServer::Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(Head + "\r\n");
+        while (connection.Send("a"))
+            connection.Pause(5ms);
+    });
+    EXPECT_THAT(ToldOf(server.Url()), MatchesRegex("hdpc failed 200: a+"));
+    EXPECT_EQ("less than 1000 bytes a second for 200 ms", Journalled("transfer")["error"]);
+}
+
+TEST_F(CurlTransportReply, AHeadThatTricklesFailsAtTheEndOfTheWindow)
+{
+    Use({.lowestSpeed = 1000, .speedWindow = 200ms});
+    RawServer server([](RawServer::Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(Head + "X-Mark: ");
+        while (connection.Send("a"))
+            connection.Pause(5ms);
+    });
+    EXPECT_EQ("c failed 0: ", ToldOf(server.Url()));
+}
+
+TEST_F(CurlTransportReply, ABodyThatKeepsTheLowestSpeedIsTakenToItsEnd)
+{
+    // 6 bytes a window are asked for, and about 30 come.
+    Use({.lowestSpeed = 20, .speedWindow = 300ms});
+    RawServer server([](RawServer::Connection& connection) {
+        connection.ReadRequest();
+        connection.Send(Head + "Content-Length: 100\r\n\r\n");
+        for (int sent = 0; sent < 100; ++sent) {
+            connection.Send("a");
+            connection.Pause(10ms);
+        }
+    });
+    EXPECT_EQ("hdpc finished 200: " + std::string(100, 'a'), ToldOf(server.Url()));
+}
+
+TEST_F(CurlTransportReply, TheLowestSpeedIsAByteASecondOverAMinute)
+{
+    const CurlTransport::Options options;
+    EXPECT_EQ(1U, options.lowestSpeed);
+    EXPECT_EQ(1min, options.speedWindow);
+}
+
 // ---------------------------------------------------------------------------------------------
 // https
 
@@ -362,4 +417,51 @@ TEST_F(CurlTransportReply, HttpsWithACertificateOfNobodyOrAnotherHostFails)
     Trust(certificate);
     EXPECT_EQ("c failed 0: ", ToldOf(server.Url("/", "127.0.0.2"))) << "of another host";
     EXPECT_TRUE(server.Requests().empty());
+}
+
+TEST_F(CurlTransportReply, HttpsThatEndsWithoutAWordOfTlsHasCutABodyWithoutLengthShort)
+{
+    const ServerCertificate certificate;
+    Trust(certificate);
+    struct EndCase {
+        std::string reply;
+        bool isBrokenOff;
+        std::string told;
+    };
+    const EndCase cases[] = {{Head + "\r\nabc", true, "hdpc failed 200: abc"},
+                             {Head + "\r\n", true, "hc failed 200: "},
+                             {Head + "\r\nabc", false, "hdpc finished 200: abc"},
+                             {Head + "\r\n", false, "hc finished 200: "},
+                             {Reply("abc"), true, "hdpc finished 200: abc"},
+                             {Chunked + "3\r\nabc\r\n0\r\n\r\n", true, "hdpc finished 200: abc"},
+                             {"HTTP/1.1 204 No Content\r\n\r\n", true, "hc finished 204: "}};
+    for (const EndCase& end : cases) {
+        RawServer server(
+            [&end](RawServer::Connection& connection) {
+                connection.ReadRequest();
+                connection.Send(end.reply);
+                if (end.isBrokenOff)
+                    connection.BreakOff();
+            },
+            &certificate);
+        EXPECT_EQ(end.told, ToldOf(server.Url())) << end.reply << end.isBrokenOff;
+    }
+}
+
+TEST_F(CurlTransportReply, AKeptConnectionThatBreaksOffInALaterReplyIsNoticed)
+{
+    const ServerCertificate certificate;
+    Trust(certificate);
+    RawServer server(
+        [](RawServer::Connection& connection) {
+            connection.ReadRequest();
+            connection.Send(Reply("abc"));
+            connection.ReadRequest();
+            connection.Send(Head + "\r\nabc");
+            connection.BreakOff();
+        },
+        &certificate);
+    EXPECT_EQ("hdpc finished 200: abc", ToldOf(server.Url()));
+    EXPECT_EQ("hdpc failed 200: abc", ToldOf(server.Url()));
+    EXPECT_EQ(1, server.Connections());
 }

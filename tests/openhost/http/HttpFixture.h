@@ -4,7 +4,7 @@
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/http/CurlTransport.h"
 #include "openhost/journal/Journal.h"
-#include "openhost/loop/UvEventLoop.h"
+#include "openhost/loop/PollEventLoop.h"
 #include "tests/openhost/http/RecordingHandler.h"
 #include "tests/support/RawServer.h"
 
@@ -139,7 +139,7 @@ protected:
 private:
     TemporaryFolder folder_;
     std::vector<nlohmann::ordered_json> journal_;
-    std::unique_ptr<EventLoop> loopBefore_ = EventLoop::Install(std::make_unique<UvEventLoop>());
+    std::unique_ptr<EventLoop> loopBefore_ = EventLoop::Install(std::make_unique<PollEventLoop>());
     std::unique_ptr<HttpTransport> transportBefore_;
 };
 

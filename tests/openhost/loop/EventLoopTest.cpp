@@ -1,10 +1,10 @@
 #include "openhost/loop/ManualEventLoop.h"
-#include "openhost/loop/UvEventLoop.h"
+#include "openhost/loop/PollEventLoop.h"
 
 #include <gtest/gtest.h>
 
-using Loops = testing::Types<openhost::ManualEventLoop, openhost::UvEventLoop>;
-using WaitingLoops = testing::Types<openhost::UvEventLoop>;
+using Loops = testing::Types<openhost::ManualEventLoop, openhost::PollEventLoop>;
+using WaitingLoops = testing::Types<openhost::PollEventLoop>;
 
 #include "tests/openhost/loop/WaitingEventLoopTests.h"
 
@@ -20,8 +20,8 @@ TEST(CurrentEventLoop, InstallGivesBackTheOneOfBeforeWithWhatItHolds)
 {
     bool called = false;
     EventLoop::Current().Post([&] { called = true; });
-    auto before = EventLoop::Install(std::make_unique<UvEventLoop>());
-    EXPECT_NE(nullptr, dynamic_cast<UvEventLoop*>(&EventLoop::Current()));
+    auto before = EventLoop::Install(std::make_unique<PollEventLoop>());
+    EXPECT_NE(nullptr, dynamic_cast<PollEventLoop*>(&EventLoop::Current()));
     EventLoop::Current().RunUntilIdle();
     EXPECT_FALSE(called);
     before->RunUntilIdle();

@@ -4,11 +4,15 @@
 #include "tests/support/Listener.h"
 
 #include "host/dialogs.h"
+#include "openhost/files/PathVariables.h"
+#include "openhost/files/TemporaryFolder.h"
 #include "openhost/journal/Events.h"
 #include "openhost/objects/ClassDictionary.h"
 #include "openhost/objects/MetaClassOperations.h"
 #include "openhost/text/Utf.h"
 
+#include <filesystem>
+#include <fstream>
 #include <functional>
 
 namespace openhost::testing {
@@ -152,6 +156,34 @@ TEST_F(PanelOfTheRun, PassesScriptsAndAddressesToThePage)
     EXPECT_EQ(2U, Page().Scripts().size() + Page().Urls().size());
     EXPECT_EQ("{\"event\":\"script\",\"text\":\"a()\"}", journal_.at(2));
     EXPECT_EQ(R"({"event":"load","url":"http://a/"})", journal_.at(3));
+}
+
+TEST_F(PanelOfTheRun, GivesTheChannelToTheHandlersScriptAlone)
+{
+    const TemporaryFolder installation;
+    const std::filesystem::path folder = installation.Path() / "webapps" / "ZALVelmartIntegrationJS";
+    Panel& panel = *Panel::Open();
+    SetPathVariable(InstallationVariable, installation.Path());
+    const std::string text = "connect('%USAGE_CONTEXT%', '\u20AC');";
+    const std::string sidePanel = "connect('SidePanel', '\u20AC');";
+    EXPECT_EQ(S_OK, panel.ExecuteScript(FromUtf8(sidePanel)));
+    EXPECT_EQ(Texts(), Page().Handlers()) << "there is no such script";
+
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "OpApiHandlers.js") << text;
+    for (const std::string& other : {text, sidePanel + " ", " " + sidePanel, sidePanel + sidePanel, std::string("a()"),
+                                     std::string(), std::string("connect('Other', '\u20AC');")})
+        EXPECT_EQ(S_OK, panel.ExecuteScript(FromUtf8(other)));
+    EXPECT_EQ(Texts(), Page().Handlers());
+    EXPECT_EQ(S_OK, panel.ExecuteScript(FromUtf8(sidePanel)));
+    EXPECT_EQ(S_OK, panel.ExecuteScript("connect('DocChooser', '\u20AC');"));
+
+    // The module keeps the script that it has read.
+    std::ofstream(folder / "OpApiHandlers.js") << "another one";
+    EXPECT_EQ(S_OK, panel.ExecuteScript(FromUtf8(sidePanel)));
+    EXPECT_EQ((Texts{sidePanel, "connect('DocChooser', '\u20AC');", sidePanel}), Page().Handlers());
+    EXPECT_EQ(11U, Page().Scripts().size());
+    UnsetPathVariable(InstallationVariable);
 }
 
 TEST_F(PanelOfTheRun, TellsThePageWhatBecomesOfItsRequest)

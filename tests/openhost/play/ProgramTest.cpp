@@ -175,6 +175,17 @@ TEST_F(ProgramTest, AVerboseAccountHasTheNamesOfTheModule)
         EXPECT_THAT(Read("out"), HasSubstr(line));
 }
 
+TEST_F(ProgramTest, WithoutStandardDescriptorsASessionIsPlayedIntoItsFiles)
+{
+    Write("session.json", R"({"steps": [{"url": "https://velmart.example/"}]})");
+    const std::string play = "cd " + folder_.Path().string() + " && " + BuildDir() + "/bin/openhost play session.json ";
+    EXPECT_EQ(0, std::system((play + "--journal journal <&- >&- 2>&-").c_str()));
+    EXPECT_THAT(Read("journal"), StartsWith("{\"event\":"));
+
+    EXPECT_EQ(1, WEXITSTATUS(std::system((play + ">&- 2>err").c_str()))) << "its journal has nowhere to go";
+    EXPECT_THAT(Read("err"), HasSubstr("cannot be written"));
+}
+
 TEST_F(ProgramTest, OnlyATerminalThatWantsColoursGetsThem)
 {
     Write("session.json", R"({"steps": []})");

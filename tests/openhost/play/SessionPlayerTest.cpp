@@ -4,7 +4,7 @@
 #include "openhost/documents/CadDocument.h"
 #include "openhost/files/PathVariables.h"
 #include "openhost/journal/Journal.h"
-#include "openhost/loop/UvEventLoop.h"
+#include "openhost/loop/PollEventLoop.h"
 #include "openhost/panel/Panel.h"
 #include "openhost/panel/RecordedPage.h"
 #include "openhost/settings/SettingsStore.h"
@@ -53,7 +53,7 @@ protected:
 class DesktopOnPaper : public Desktop {
 public:
     bool HasDisplay() const override { return true; }
-    std::unique_ptr<EventLoop> MakeLoop() override { return std::make_unique<UvEventLoop>(); }
+    std::unique_ptr<EventLoop> MakeLoop() override { return std::make_unique<PollEventLoop>(); }
     std::unique_ptr<DialogSurface> MakeDialogs() override { return std::make_unique<Dialogs>(told); }
     std::unique_ptr<PanelPages> MakePages() override { return std::make_unique<RecordedPages>(); }
     std::unique_ptr<DesktopWindow> OpenWindow(const WindowSubject&) override
