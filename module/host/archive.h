@@ -40,7 +40,8 @@ public:
     HRESULT BrowseZip(ZALUnicodeString*& names, std::uint64_t*& sizes, unsigned int& count);
     /// Writes `entry`, named as BrowseZip gave it, below `folder` under its relative path and replaces the file
     /// that stands there; folders on the way are made, `folder` itself must exist. An entry that ends in a
-    /// separator makes a directory. Of entries with the same name the last one counts.
+    /// separator makes a directory. Of entries with the same name the last one counts. A file may take its place,
+    /// whole, as late as with Close.
     ///
     /// Fails, and leaves everything as it was, for an entry that would land outside `folder` (absolute, with a
     /// drive letter, "..", through a link), that is itself a link, is encrypted or damaged, or passes a limit,
@@ -52,8 +53,8 @@ public:
     /// read, that does not stand below `base`, or whose name the archive has already.
     HRESULT AddFile(const ZALUnicodeString& file, int compress, int relative, const ZALUnicodeString& base,
                     int options);
-    /// Fails when no archive is open. A written archive takes its place now, whole or not at all; one without entries
-    /// is no file.
+    /// Fails when no archive is open, and when a file that was extracted could not take its place. A written archive
+    /// takes its place now, whole or not at all; one without entries is no file.
     HRESULT Close();
 
 private:

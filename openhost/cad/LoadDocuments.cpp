@@ -2,6 +2,9 @@
 
 #include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/DocumentPaths.h"
+#include "openhost/documents/OutsideLinks.h"
+#include "openhost/files/Origin.h"
+#include "openhost/journal/Events.h"
 
 #include <algorithm>
 #include <iterator>
@@ -16,6 +19,15 @@ bool Exists(const std::filesystem::path& path)
 {
     std::error_code error;
     return std::filesystem::exists(path, error);
+}
+
+void TellRefusedLink(const std::filesystem::path& document, const std::string& link)
+{
+    journal::Write([&] {
+        return journal::RefusedOperation{.operation = "Open",
+                                         .reason = document.string() + ": the link " + link +
+                                                   " leads out of the folder of a document from outside"};
+    });
 }
 
 /// A walk in depth: documents that are on the way, and documents that are done.
@@ -103,16 +115,24 @@ CadWorkspace::LinkedDocument CadWorkspace::LoadLinked(const std::filesystem::pat
 
 void CadWorkspace::LoadChildren(LoadedDocument& document, std::vector<LoadedDocument*>& fresh)
 {
-    const LinkTable links = std::exchange(document.contents_.links, {});
+    LinkTable links = std::exchange(document.contents_.links, {});
     const std::vector<ChildInstance> children = std::exchange(document.contents_.children, {});
     std::vector<bool> isUsed(links.size());
     for (const ChildInstance& child : children)
         isUsed[child.link] = true;
 
+    const std::filesystem::path folder = document.path_.parent_path();
+    const bool isFromOutside = IsFromOutside(document.path_);
     std::vector<LinkedDocument> targets(links.size());
     for (std::size_t index = 0; index < links.size(); ++index)
-        if (isUsed[index])
-            targets[index] = LoadLinked(LinkTarget(document.path_.parent_path(), links[index]), fresh);
+        if (isFromOutside && LeadsOut(folder, links[index])) {
+            const std::string link = std::exchange(links[index], LinkName(links[index]));
+            targets[index].problem = "its link leads out of the folder of a document from outside";
+            TellRefusedLink(document.path_, link);
+            if (!isUsed[index])
+                document.looseLinks_.push_back(links[index]);
+        } else if (isUsed[index])
+            targets[index] = LoadLinked(LinkTarget(folder, links[index]), fresh);
         else
             document.looseLinks_.push_back(links[index]);
 

@@ -1,6 +1,7 @@
 #include "openhost/exchange/StepExport.h"
 
 #include "openhost/geometry/DocumentTree.h"
+#include "openhost/geometry/KernelFailure.h"
 #include "openhost/text/Utf8.h"
 
 #include <APIHeaderSection_MakeHeader.hxx>
@@ -131,7 +132,7 @@ void ExportStep(const std::filesystem::path& document, const std::filesystem::pa
             throw ExchangeError(document.string() + ": the document has no form in STEP");
         text = Print(writer, output.filename().string());
     } catch (const Standard_Failure& failure) {
-        throw ExchangeError(document.string() + ": " + failure.GetMessageString());
+        throw ExchangeError(document.string() + ": " + ReasonOf(failure));
     }
     WriteMadeOf(tree, output, text);
 }

@@ -10,7 +10,9 @@
 #include <exception>
 #include <filesystem>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace openhost {
 
@@ -21,6 +23,7 @@ namespace {
 class ZipFileReader final : public ArchiveReader {
 public:
     explicit ZipFileReader(const ZALUnicodeString& path) : reader_(SystemPath(path)) {}
+    ~ZipFileReader() override { PlaceFiles(); }
 
     HRESULT Browse(std::vector<Entry>& entries) override
     {
@@ -32,32 +35,91 @@ public:
     }
 
     HRESULT Extract(const ZALUnicodeString& folder, const ZALUnicodeString& entry) override
-    try {
-        if (HasParentComponent(folder))
+    {
+        Outcome outcome{folder, entry, {}};
+        try {
+            if (HasParentComponent(folder))
+                return E_FAIL;
+            const std::string name = ToUtf8(entry);
+            const std::optional<std::size_t> found = reader_.Find(name);
+            if (!found)
+                throw std::runtime_error("the archive has no entry of this name, or its name is not valid text");
+            ExtractZipEntry(reader_, *found, OutputTo(SystemPath(folder)), name);
+            if (!name.ends_with('/') && !name.ends_with('\\'))
+                outcomes_.push_back(std::move(outcome));
+            return S_OK;
+        } catch (const std::exception& failure) {
+            outcome.failure = failure.what();
+            outcomes_.push_back(std::move(outcome));
             return E_FAIL;
-        const std::string name = ToUtf8(entry);
-        const std::optional<std::size_t> found = reader_.Find(name);
-        if (!found)
-            return E_FAIL;
-
-        ExtractZipEntry(reader_, *found, SystemPath(folder), name);
-
-        if (!name.ends_with('/') && !name.ends_with('\\'))
-            journal::Write([&] {
-                ZALUnicodeString file = folder;
-                ZALMakePath(file, entry);
-                return journal::Extracted{.path = SystemPath(file)};
-            });
-        return S_OK;
-    } catch (const std::exception& failure) {
-        journal::Write([&] { return journal::RefusedEntry{.entry = ToUtf8(entry), .reason = failure.what()}; });
-        return E_FAIL;
+        }
     }
 
-    HRESULT Close() override { return S_OK; }
+    HRESULT Close() override { return PlaceFiles() ? S_OK : E_FAIL; }
 
 private:
+    /// What has become of a file.
+    struct Outcome {
+        ZALUnicodeString folder;
+        ZALUnicodeString entry;
+        std::optional<std::string> failure;
+    };
+
+    ZipOutput& OutputTo(const std::string& folder)
+    {
+        if (output_ && output_->Folder() == folder)
+            return *output_;
+        PlaceFiles();
+        auto output = std::make_unique<ZipOutput>(folder);
+        if (reader_.TotalSize() > output->Room())
+            throw std::runtime_error("the disk has no room for the whole archive");
+        output_ = std::move(output);
+        return *output_;
+    }
+
+    /// Puts the files in their places, and tells what has become of each. Whether all stand there.
+    bool PlaceFiles() noexcept
+    try {
+        const auto output = std::move(output_);
+        const std::vector<Outcome> outcomes = std::exchange(outcomes_, {});
+        std::vector<std::string> failures;
+        std::string commonFailure;
+        try {
+            if (output)
+                failures = output->Place();
+        } catch (const std::exception& failure) {
+            commonFailure = failure.what();
+        }
+        std::size_t file = 0;
+        bool isComplete = commonFailure.empty();
+        for (const Outcome& outcome : outcomes) {
+            std::string failure = outcome.failure.value_or(commonFailure);
+            if (!outcome.failure && commonFailure.empty())
+                failure = failures[file++];
+            isComplete = isComplete && (outcome.failure || failure.empty());
+            Tell(outcome, failure);
+        }
+        return isComplete;
+    } catch (const std::exception&) {
+        return false;
+    }
+
+    static void Tell(const Outcome& outcome, const std::string& failure)
+    {
+        if (!failure.empty()) {
+            journal::Write([&] { return journal::RefusedEntry{.entry = ToUtf8(outcome.entry), .reason = failure}; });
+            return;
+        }
+        journal::Write([&] {
+            ZALUnicodeString file = outcome.folder;
+            ZALMakePath(file, outcome.entry);
+            return journal::Extracted{.path = SystemPath(file)};
+        });
+    }
+
     ZipReader reader_;
+    std::unique_ptr<ZipOutput> output_;
+    std::vector<Outcome> outcomes_; ///< in the order of the calls
 };
 
 class ZipFileWriter final : public ArchiveWriter {
@@ -91,8 +153,11 @@ private:
 class ZipFiles final : public ArchiveServices {
 public:
     std::unique_ptr<ArchiveReader> OpenReader(const ZALUnicodeString& path) override
-    {
+    try {
         return std::make_unique<ZipFileReader>(path);
+    } catch (const std::exception& failure) {
+        journal::Write([&] { return journal::RefusedEntry{.entry = {}, .reason = SystemPath(path) + ": " + failure.what()}; });
+        throw;
     }
     std::unique_ptr<ArchiveWriter> OpenWriter(const ZALUnicodeString& path) override
     {

@@ -1,8 +1,8 @@
 #include "AtomicFile.h"
 
 #include "Descriptor.h"
+#include "Leftovers.h"
 
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <string>
@@ -17,26 +17,31 @@ namespace openhost {
 
 namespace {
 
-/// What becomes `target` once it is complete, and is gone again otherwise.
+/// What becomes `target` once it is complete, and is gone again otherwise. It has no name until then where the file
+/// system can do that; elsewhere a temporary one, which a killed process leaves behind.
 class Replacement {
 public:
     explicit Replacement(const std::filesystem::path& target) : target_(target)
     {
-        static std::atomic<unsigned int> number = 0;
-        std::string name;
+        const std::filesystem::path folder = target_.parent_path();
+        ClearLeftovers(folder);
+        file_ = Descriptor(open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
+        if (file_)
+            return;
         do {
-            name = target_.string() + '.' + std::to_string(getpid()) + '-' + std::to_string(++number);
-            descriptor_ = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-        } while (descriptor_ < 0 && errno == EEXIST);
-        if (descriptor_ < 0)
+            name_ = folder / MakeTemporaryName();
+            file_ = Descriptor(open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+        } while (!file_ && errno == EEXIST);
+        if (!file_) {
+            name_.clear();
             Fail();
-        name_ = std::move(name);
+        }
+        MarkInUse(file_.Number());
     }
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
     ~Replacement()
     {
-        close(descriptor_);
         if (!name_.empty())
             unlink(name_.c_str());
     }
@@ -49,21 +54,29 @@ public:
             errno = EACCES; // a rename would replace what its owner has made read-only
             Fail();
         }
-        if (exists && fchmod(descriptor_, existing.st_mode & 07777) != 0)
+        if (exists && fchmod(file_.Number(), existing.st_mode & 07777) != 0)
             Fail();
 
-        if (!WriteAll(descriptor_, content))
+        if (!WriteAll(file_.Number(), content))
             Fail();
     }
 
     void Synchronize()
     {
-        if (fsync(descriptor_) != 0)
+        if (fsync(file_.Number()) != 0)
             Fail();
     }
 
     void TakePlace()
     {
+        // Nothing can be linked in the place of a file.
+        while (name_.empty()) {
+            const std::filesystem::path name = target_.parent_path() / MakeTemporaryName();
+            if (Link(name))
+                name_ = name;
+            else if (errno != EEXIST)
+                Fail();
+        }
         if (rename(name_.c_str(), target_.c_str()) != 0)
             Fail();
         name_.clear();
@@ -72,12 +85,12 @@ public:
     /// Fails when something stands there.
     void TakeFreePlace()
     {
-        if (renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE) == 0) {
+        if (!name_.empty() && renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE) == 0) {
             name_.clear();
             return;
         }
-        // File systems that cannot rename so have links. The name beside the target goes with this object.
-        if ((errno != EINVAL && errno != ENOSYS) || link(name_.c_str(), target_.c_str()) != 0)
+        // File systems that cannot rename so have links. A temporary name goes with this object.
+        if ((!name_.empty() && errno != EINVAL && errno != ENOSYS) || !Link(target_))
             Fail();
     }
 
@@ -87,9 +100,16 @@ private:
         throw std::system_error(errno, std::generic_category(), "cannot write " + target_.string());
     }
 
+    /// Gives the file the name `name`, at which nothing may stand.
+    bool Link(const std::filesystem::path& name) const
+    {
+        const std::string file = name_.empty() ? "/proc/self/fd/" + std::to_string(file_.Number()) : name_.string();
+        return linkat(AT_FDCWD, file.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+    }
+
     std::filesystem::path target_;
-    std::string name_;
-    int descriptor_;
+    std::filesystem::path name_; ///< empty while the file has none
+    Descriptor file_;
 };
 
 /// Brings the entries of `folder` to the disk. Some file systems cannot; the rename has happened all the same.

@@ -1,6 +1,7 @@
 #include "openhost/files/FileServices.h"
 
 #include "openhost/files/Descriptor.h"
+#include "openhost/files/Origin.h"
 #include "openhost/files/Paths.h"
 
 #include "openhost/journal/Events.h"
@@ -77,24 +78,29 @@ public:
     HRESULT Open(const ZALUnicodeString& path, const char* mode, ZALFileHandle& handle) override
     {
         handle = 0;
-        const std::string_view access = mode ? mode : "";
-        const bool isWriting = access == "wb";
-        if (!isWriting && access != "rb" && access != "r")
+        const std::string_view wanted = mode ? mode : "";
+        const bool isWriting = wanted == "wb";
+        if (!isWriting && wanted != "rb" && wanted != "r")
             return E_FAIL;
         if (isWriting && HasParentComponent(path))
             return E_FAIL;
 
         // Without blocking, because a path may name a pipe that nobody else ever opens.
-        const int flags = (isWriting ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+        // Writing follows no link: what it leads to is no file that anybody has asked for.
+        const int access = isWriting ? O_WRONLY | O_CREAT | O_NOFOLLOW : O_RDONLY;
+        const int flags = access | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
         const std::string file = SystemPath(path);
         const int descriptor = Retry([&] { return ::open(file.c_str(), flags, 0666); });
         if (descriptor < 0)
             return E_FAIL;
 
-        if (!IsRegularFile(descriptor)) {
+        if (!IsRegularFile(descriptor) || (isWriting && ::ftruncate(descriptor, 0) != 0)) {
             ::close(descriptor);
             return E_FAIL;
         }
+        // Modules write what they load.
+        if (isWriting)
+            MarkFromOutside(descriptor);
         try {
             handle = Files().Add(descriptor);
         } catch (...) {

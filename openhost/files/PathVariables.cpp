@@ -9,14 +9,21 @@
 #include <cstdlib>
 #include <map>
 #include <system_error>
+#include <utility>
 
 namespace openhost {
 
 namespace {
 
-std::map<std::string, std::filesystem::path>& SetVariables()
+/// A value that was set.
+struct Value {
+    std::filesystem::path path;
+    std::shared_ptr<TemporaryFolder> folder; ///< null, or what `path` names
+};
+
+std::map<std::string, Value>& SetVariables()
 {
-    static std::map<std::string, std::filesystem::path> variables;
+    static std::map<std::string, Value> variables;
     return variables;
 }
 
@@ -24,7 +31,13 @@ std::map<std::string, std::filesystem::path>& SetVariables()
 
 void SetPathVariable(const std::string& name, const std::filesystem::path& value)
 {
-    SetVariables()[name] = value;
+    SetVariables()[name] = {value, nullptr};
+}
+
+void SetPathVariable(const std::string& name, std::shared_ptr<TemporaryFolder> value)
+{
+    const std::filesystem::path path = value->Path();
+    SetVariables()[name] = {path, std::move(value)};
 }
 
 void UnsetPathVariable(const std::string& name)
@@ -35,8 +48,11 @@ void UnsetPathVariable(const std::string& name)
 std::filesystem::path GetPathVariable(const std::string& name)
 {
     const auto found = SetVariables().find(name);
-    if (found != SetVariables().end())
-        return found->second;
+    if (found != SetVariables().end()) {
+        if (found->second.folder)
+            found->second.folder->Restore();
+        return found->second.path;
+    }
 
     // Any other name of the environment is no path variable, so that its value stays where it is.
     if (name != TemporaryFolderVariable && name != InstallationVariable)
@@ -48,7 +64,8 @@ std::filesystem::path GetPathVariable(const std::string& name)
     if (name == InstallationVariable)
         return {};
 
-    static const TemporaryFolder temporary;
+    static TemporaryFolder temporary;
+    temporary.Restore();
     return temporary.Path();
 }
 

@@ -5,9 +5,12 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
 
 namespace openhost {
+
+class TemporaryFolder;
 
 /// Name of the folder of temporary files.
 inline constexpr const char* TemporaryFolderVariable = "ZALTemp";
@@ -16,9 +19,11 @@ inline constexpr const char* InstallationVariable = "ZALInstallPath";
 
 /// Sets the variable `name`, of which there may be others than those above, until the process ends.
 void SetPathVariable(const std::string& name, const std::filesystem::path& value);
+/// The same for a folder that is made again whenever it is asked for and somebody has removed it.
+void SetPathVariable(const std::string& name, std::shared_ptr<TemporaryFolder> value);
 /// Takes back what was set.
 void UnsetPathVariable(const std::string& name);
-/// Empty for an unknown name. Throws std::system_error when the private folder cannot be made.
+/// Empty for an unknown name. Throws std::system_error when a temporary folder cannot be made.
 std::filesystem::path GetPathVariable(const std::string& name);
 
 } // namespace openhost

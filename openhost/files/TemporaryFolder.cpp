@@ -1,24 +1,38 @@
 #include "TemporaryFolder.h"
 
+#include "openhost/files/Leftovers.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <system_error>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace openhost {
 
-TemporaryFolder::TemporaryFolder() : owner_(getpid())
+namespace {
+
+constexpr mode_t Private = 0700;
+
+std::filesystem::path FolderOfTheSystem()
 {
     std::error_code error;
-    std::filesystem::path parent = std::filesystem::temp_directory_path(error);
-    if (error)
-        parent = "/tmp";
+    std::filesystem::path folder = std::filesystem::temp_directory_path(error);
+    return error ? "/tmp" : folder;
+}
 
-    std::string name = (parent / "openhost-XXXXXX").string();
-    if (!mkdtemp(name.data()))
-        throw std::system_error(errno, std::generic_category(), "cannot make a temporary folder in " + parent.string());
-    path_ = name;
+} // namespace
+
+TemporaryFolder::TemporaryFolder() : owner_(getpid())
+{
+    const std::filesystem::path parent = FolderOfTheSystem();
+    ClearLeftovers(parent);
+    do
+        path_ = parent / MakeTemporaryFolderName();
+    while (mkdir(path_.c_str(), Private) != 0 && errno == EEXIST);
+    Hold();
 }
 
 TemporaryFolder::~TemporaryFolder()
@@ -28,6 +42,22 @@ TemporaryFolder::~TemporaryFolder()
 
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
+}
+
+void TemporaryFolder::Restore()
+{
+    if (mkdir(path_.c_str(), Private) == 0)
+        Hold();
+    else if (errno != EEXIST)
+        throw std::system_error(errno, std::generic_category(), "cannot make " + path_.string() + " again");
+}
+
+void TemporaryFolder::Hold()
+{
+    folder_ = Descriptor(open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!folder_)
+        throw std::system_error(errno, std::generic_category(), "cannot make a temporary folder at " + path_.string());
+    MarkInUse(folder_.Number());
 }
 
 } // namespace openhost

@@ -1,10 +1,15 @@
 #include "ZipOutput.h"
 
+#include "Leftovers.h"
+#include "Origin.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <stdexcept>
 #include <system_error>
 
@@ -19,6 +24,9 @@ constexpr int NewFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXE
 // Longest path that the operations by path, such as a stat, can name afterwards.
 constexpr std::size_t MaximumPathLength = 4095;
 
+// After how many bytes of a large file the disk begins with them, so that the end waits for the rest alone.
+constexpr std::uint64_t WriteBehindSize = std::uint64_t{8} << 20;
+
 [[noreturn]] void Fail(const std::string& what)
 {
     throw std::system_error(errno, std::generic_category(), what);
@@ -28,6 +36,20 @@ bool IsDriveLetter(std::string_view component)
 {
     const char letter = static_cast<char>(component[0] | 0x20);
     return component.size() >= 2 && component[1] == ':' && letter >= 'a' && letter <= 'z';
+}
+
+/// The first `depth` of `components` as a path.
+std::string Joined(const std::vector<std::string>& components, std::size_t depth)
+{
+    std::string path;
+    for (std::size_t position = 0; position < depth; ++position)
+        path += (position > 0 ? "/" : "") + components[position];
+    return path;
+}
+
+std::string Joined(const std::vector<std::string>& components)
+{
+    return Joined(components, components.size());
 }
 
 } // namespace
@@ -56,115 +78,211 @@ std::vector<std::string> ComponentsBelow(std::string_view path)
 
 // ---------------------------------------------------------------------------------------------
 
-ZipOutput::ZipOutput(const std::string& folder, std::vector<std::string> components)
-    : components_(std::move(components)), folder_(open(folder.c_str(), FolderFlags))
+ZipOutput::ZipOutput(const std::string& folder) : path_(folder), folder_(open(folder.c_str(), FolderFlags))
 {
     if (!folder_)
         Fail("cannot open " + folder);
-    std::size_t length = folder.size();
-    for (const std::string& component : components_)
-        length += 1 + component.size();
-    if (length > MaximumPathLength)
-        throw std::runtime_error("a path too long");
 }
 
 ZipOutput::~ZipOutput()
 {
-    if (!temporaryName_.empty())
-        unlinkat(Here(), temporaryName_.c_str(), 0);
-    for (; !made_.empty(); made_.pop_back())
-        unlinkat(folder_.Number(), made_.back().c_str(), AT_REMOVEDIR);
+    if (!temporary_)
+        return;
+    if (unlinkat(folder_.Number(), temporaryName_.c_str(), AT_REMOVEDIR) != 0) {
+        for (unsigned int name = 1; name <= lastName_; ++name)
+            unlinkat(temporary_.Number(), std::to_string(name).c_str(), 0);
+        unlinkat(folder_.Number(), temporaryName_.c_str(), AT_REMOVEDIR);
+    }
+    RemoveFolders(made_, 0);
 }
 
-void ZipOutput::MakeFolder()
+std::uint64_t ZipOutput::Room() const
 {
-    while (depth_ < components_.size())
-        Enter();
-    made_.clear();
+    struct statvfs disk;
+    if (fstatvfs(folder_.Number(), &disk) != 0 || disk.f_blocks == 0)
+        return std::numeric_limits<std::uint64_t>::max();
+    return std::uint64_t{disk.f_bavail} * disk.f_frsize;
 }
 
-bool ZipOutput::Create(std::string_view content)
+void ZipOutput::MakeFolder(const std::vector<std::string>& components)
 {
-    EnterParent();
-    const char* const name = components_.back().c_str();
-    const Descriptor file(openat(Here(), name, NewFileFlags, 0666));
-    if (!file && errno == EEXIST)
-        return false;
-    if (!file)
-        Fail("cannot create");
-
+    std::vector<std::string> made;
     try {
-        if (!WriteAll(file.Number(), content))
-            Fail("cannot write");
+        Enter(components, made);
     } catch (...) {
-        unlinkat(Here(), name, 0);
+        RemoveFolders(made, 0);
         throw;
     }
-    made_.clear();
-    return true;
+}
+
+void ZipOutput::AddFile(std::vector<std::string> components, const std::function<void()>& write)
+{
+    if (components.empty())
+        throw std::runtime_error("no name of a file");
+    const std::size_t madeBefore = made_.size();
+    std::string name;
+    try {
+        CheckPlace(Enter({components.begin(), components.end() - 1}, made_), components.back());
+        if (!temporary_)
+            MakeTemporaryFolder();
+        name = std::to_string(++lastName_);
+        file_ = Descriptor(openat(temporary_.Number(), name.c_str(), NewFileFlags, 0666));
+        if (!file_)
+            Fail("cannot create");
+        MarkFromOutside(file_.Number());
+        written_ = 0;
+        write();
+        places_.insert(Joined(components));
+        files_.push_back({std::move(components), name});
+        file_ = Descriptor();
+    } catch (...) {
+        if (file_)
+            unlinkat(temporary_.Number(), name.c_str(), 0);
+        file_ = Descriptor();
+        RemoveFolders(made_, madeBefore);
+        throw;
+    }
 }
 
 void ZipOutput::Write(std::string_view content)
 {
-    if (!temporary_)
-        OpenTemporary();
-    if (!WriteAll(temporary_.Number(), content))
+    if (!WriteAll(file_.Number(), content))
         Fail("cannot write");
+    const std::uint64_t begun = written_ / WriteBehindSize;
+    written_ += content.size();
+    if (const std::uint64_t end = written_ / WriteBehindSize; end > begun)
+        sync_file_range(file_.Number(), static_cast<off_t>(begun * WriteBehindSize),
+                        static_cast<off_t>((end - begun) * WriteBehindSize), SYNC_FILE_RANGE_WRITE);
 }
 
-void ZipOutput::Replace()
+std::vector<std::string> ZipOutput::Place()
 {
-    if (renameat(Here(), temporaryName_.c_str(), Here(), components_.back().c_str()) != 0)
-        Fail("cannot replace");
-    temporaryName_.clear();
-    made_.clear();
+    std::vector<std::string> failures(files_.size());
+    if (files_.empty())
+        return failures;
+    if (!Synchronize())
+        Fail("cannot be brought to the disk");
+
+    Entered here;
+    bool isComplete = true;
+    for (std::size_t number = 0; number < files_.size(); ++number) {
+        const File& file = files_[number];
+        try {
+            Components parent(file.components.begin(), file.components.end() - 1);
+            if (parent != here.components)
+                here = Enter(std::move(parent), made_);
+            CheckPlace(here, file.components.back());
+            if (renameat(temporary_.Number(), file.name.c_str(), In(here), file.components.back().c_str()) != 0)
+                Fail("cannot replace");
+        } catch (const std::exception& failure) {
+            here = {};
+            failures[number] = failure.what();
+            isComplete = false;
+        }
+    }
+    SynchronizeFolders();
+    files_.clear();
+    places_.clear();
+    if (isComplete)
+        made_.clear();
+    return failures;
 }
 
 // ---------------------------------------------------------------------------------------------
 
-/// Enters the next component, and makes it a folder when nothing is there.
-void ZipOutput::Enter()
+/// Enters the folder `components` name, and makes folders where nothing is.
+ZipOutput::Entered ZipOutput::Enter(Components components, std::vector<std::string>& made)
 {
-    const char* const name = components_[depth_].c_str();
-    Descriptor next(openat(Here(), name, FolderFlags | O_NOFOLLOW));
-    if (!next && errno == ENOENT && mkdirat(Here(), name, 0777) == 0) {
-        std::string path;
-        for (std::size_t position = 0; position < depth_; ++position)
-            path += components_[position] + '/';
-        made_.push_back(path + name);
-        next = Descriptor(openat(Here(), name, FolderFlags | O_NOFOLLOW));
+    std::size_t length = path_.size();
+    for (const std::string& component : components)
+        length += 1 + component.size();
+    if (length > MaximumPathLength)
+        throw std::runtime_error("a path too long");
+
+    Entered here;
+    for (std::size_t depth = 0; depth < components.size(); ++depth) {
+        const char* const name = components[depth].c_str();
+        Descriptor next(openat(In(here), name, FolderFlags | O_NOFOLLOW));
+        if (!next && errno == ENOENT) {
+            std::string path = Joined(components, depth + 1);
+            if (places_.contains(path))
+                throw std::runtime_error("a file of the archive stands in the way");
+            if (mkdirat(In(here), name, 0777) == 0)
+                made.push_back(std::move(path));
+            next = Descriptor(openat(In(here), name, FolderFlags | O_NOFOLLOW));
+        }
+        if (!next)
+            Fail(std::string("cannot enter ") + name);
+        here.folder = std::move(next);
     }
-    if (!next)
-        Fail(std::string("cannot enter ") + name);
-    here_ = std::move(next);
-    ++depth_;
+    here.components = std::move(components);
+    return here;
 }
 
-void ZipOutput::EnterParent()
+/// Throws where something else than a file stands.
+void ZipOutput::CheckPlace(const Entered& here, const std::string& name) const
 {
-    if (components_.empty())
-        throw std::runtime_error("no name of a file");
-    while (depth_ + 1 < components_.size())
-        Enter();
-}
-
-void ZipOutput::OpenTemporary()
-{
-    EnterParent();
+    if (path_.size() + Joined(here.components).size() + name.size() + 2 > MaximumPathLength)
+        throw std::runtime_error("a path too long");
     struct stat existing;
-    const char* const target = components_.back().c_str();
-    if (fstatat(Here(), target, &existing, AT_SYMLINK_NOFOLLOW) == 0 && !S_ISREG(existing.st_mode))
+    if (fstatat(In(here), name.c_str(), &existing, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (errno != ENOENT)
+            Fail("cannot create");
+        return;
+    }
+    if (!S_ISREG(existing.st_mode))
         throw std::runtime_error("no file to replace");
+}
 
-    static unsigned int number = 0;
+/// Removes those of `made` from `first` on that are empty, the last ones first.
+void ZipOutput::RemoveFolders(std::vector<std::string>& made, std::size_t first) const
+{
+    for (; made.size() > first; made.pop_back())
+        unlinkat(folder_.Number(), made.back().c_str(), AT_REMOVEDIR);
+}
+
+void ZipOutput::MakeTemporaryFolder()
+{
+    ClearLeftovers(path_);
     std::string name;
-    do {
-        name = ".extracting-" + std::to_string(getpid()) + '-' + std::to_string(++number);
-        temporary_ = Descriptor(openat(Here(), name.c_str(), NewFileFlags, 0666));
-    } while (!temporary_ && errno == EEXIST);
+    do
+        name = MakeTemporaryName();
+    while (mkdirat(folder_.Number(), name.c_str(), 0700) != 0 && errno == EEXIST);
+    temporary_ = Descriptor(openat(folder_.Number(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!temporary_)
         Fail("cannot create");
+    MarkInUse(temporary_.Number());
     temporaryName_ = std::move(name);
+}
+
+/// Brings the content of the files to the disk.
+bool ZipOutput::Synchronize() const
+{
+    if (!IsFew())
+        return syncfs(temporary_.Number()) == 0;
+    return std::ranges::all_of(files_, [this](const File& file) {
+        const Descriptor written(openat(temporary_.Number(), file.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+        return written && fsync(written.Number()) == 0;
+    });
+}
+
+/// Brings the places of the files to the disk. Some file systems cannot; the files have them all the same.
+void ZipOutput::SynchronizeFolders() const
+{
+    if (!IsFew()) {
+        syncfs(temporary_.Number());
+        return;
+    }
+    std::string last;
+    for (const File& file : files_) {
+        std::string folder = "./" + Joined(file.components, file.components.size() - 1);
+        if (folder == last)
+            continue;
+        const Descriptor opened(openat(folder_.Number(), folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (opened)
+            fsync(opened.Number());
+        last = std::move(folder);
+    }
 }
 
 } // namespace openhost

@@ -1,10 +1,13 @@
-// The place below a folder where an entry of an archive will stand.
+// The folder into which the entries of an archive go.
 #pragma once
 
 #include "Descriptor.h"
 
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 namespace openhost {
@@ -13,41 +16,68 @@ namespace openhost {
 /// std::runtime_error for a path that is absolute, names a drive or holds "..".
 std::vector<std::string> ComponentsBelow(std::string_view path);
 
-/// One file or folder that is either made completely, together with the folders above it, or leaves nothing
-/// behind. No link is followed below the folder, and each operation throws std::runtime_error when one stands
-/// in the way.
+/// Files that come into a folder: each is written below a temporary name first; Place brings all of them to the disk
+/// and puts them where they belong, so that no place ever has half a file. Folders on the way are made at once, and
+/// taken back with a file that fails. No link is followed below the folder; an operation throws std::runtime_error when
+/// one stands in the way.
 class ZipOutput {
 public:
-    /// Goes to the place that `components` name below `folder`, which must exist.
-    ZipOutput(const std::string& folder, std::vector<std::string> components);
+    /// The files of one Place that are brought to the disk one by one; with more of them, the whole file system is,
+    /// which takes no longer for ten thousand small files than for some dozens.
+    static constexpr std::size_t MaximumSingleSyncs = 16;
+
+    /// Goes to `folder`, which must exist.
+    explicit ZipOutput(const std::string& folder);
     ZipOutput(const ZipOutput&) = delete;
     ZipOutput& operator=(const ZipOutput&) = delete;
-    /// Takes back what was not finished.
+    /// Takes back what was not placed.
     ~ZipOutput();
 
-    /// Makes the place a folder, unless it is one.
-    void MakeFolder();
-    /// Makes the file with its whole content. False, and nothing done, when something stands there.
-    bool Create(std::string_view content);
-    /// Appends to the content that Replace puts in place.
+    const std::string& Folder() const { return path_; }
+    /// Bytes that fit on the disk; the most that there can be where the system does not tell.
+    std::uint64_t Room() const;
+
+    /// Makes what `components` name a folder, unless it is one.
+    void MakeFolder(const std::vector<std::string>& components);
+    /// Adds the file that `components` name, in place of a file or of nothing, with what `write` writes.
+    void AddFile(std::vector<std::string> components, const std::function<void()>& write);
+    /// Appends to the content of the file that is added.
     void Write(std::string_view content);
-    /// Puts the content written in the place of a file or of nothing.
-    void Replace();
+    /// Puts the files that were added in their places. Gives for each in turn why it is not there, nothing for one
+    /// that is. Throws when none can be brought to the disk.
+    std::vector<std::string> Place();
 
 private:
-    /// The folder entered last.
-    int Here() const { return here_ ? here_.Number() : folder_.Number(); }
-    void Enter();
-    void EnterParent();
-    void OpenTemporary();
+    using Components = std::vector<std::string>;
+    struct File {
+        Components components;
+        std::string name; ///< below the temporary folder
+    };
+    /// A folder that was entered.
+    struct Entered {
+        Components components;
+        Descriptor folder; ///< none for that of the output itself
+    };
 
-    std::vector<std::string> components_;
+    Entered Enter(Components components, std::vector<std::string>& made);
+    int In(const Entered& here) const { return here.folder ? here.folder.Number() : folder_.Number(); }
+    void CheckPlace(const Entered& here, const std::string& name) const;
+    void RemoveFolders(std::vector<std::string>& made, std::size_t first) const;
+    void MakeTemporaryFolder();
+    bool Synchronize() const;
+    void SynchronizeFolders() const;
+    bool IsFew() const { return files_.size() <= MaximumSingleSyncs && made_.empty(); }
+
+    std::string path_;
     Descriptor folder_;
-    Descriptor here_;               ///< none until a component is entered
-    std::size_t depth_ = 0;         ///< components entered
-    std::vector<std::string> made_; ///< folders made on the way, as paths below `folder_`
-    Descriptor temporary_;
-    std::string temporaryName_; ///< empty when there is no temporary file
+    Descriptor temporary_;      ///< the temporary folder; none while there is none
+    std::string temporaryName_; ///< of it
+    unsigned int lastName_ = 0; ///< given in it
+    Descriptor file_;           ///< the one that is added
+    std::uint64_t written_ = 0; ///< bytes of it
+    std::vector<File> files_;
+    std::unordered_set<std::string> places_; ///< of the files
+    std::vector<std::string> made_;          ///< folders made for the files, as paths below `folder_`
 };
 
 } // namespace openhost

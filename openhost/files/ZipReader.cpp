@@ -7,8 +7,11 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <iterator>
+#include <map>
 #include <stdexcept>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace openhost {
@@ -48,7 +51,8 @@ class ZipReader::Implementation {
 public:
     Implementation(const std::string& path, const ZipLimits& limits);
 
-    zip_stat_t Status(std::size_t entry) const;
+    std::uint64_t Size(std::size_t entry) const;
+    std::uint64_t TotalSize() const { return announced_; }
     void Start(std::size_t entry);
     Piece Next();
 
@@ -57,6 +61,8 @@ public:
     std::optional<std::size_t> Find(std::string_view name);
 
 private:
+    zip_stat_t Status(std::size_t entry) const;
+    void CheckBytes();
     std::size_t ReadPacked(char* bytes, std::size_t size);
     void Inflate();
     void Copy();
@@ -66,10 +72,21 @@ private:
     std::unique_ptr<zip_t, CloseArchive> archive_;
     std::size_t count_ = 0;
     std::unordered_map<std::string_view, std::size_t> entries_; ///< by name; empty until one is looked for
+    std::uint64_t announced_ = 0;                               ///< bytes of all entries
     std::uint64_t total_ = 0;                                   ///< bytes of all entries that were read to their end
 
+    /// Bytes of the file that an entry has.
+    struct Range {
+        std::uint64_t end;
+        std::size_t entry;
+    };
+    std::map<std::uint64_t, Range> ranges_; ///< of the entries that were read to their end, by their beginning
+
     // The entry in hand.
+    std::size_t entry_ = 0;
     zip_stat_t status_{};
+    std::uint64_t begin_ = 0; ///< of its header, in the file
+    std::uint64_t end_ = 0;   ///< of its packed data; 0 until that has been found
     std::unique_ptr<zip_file_t, CloseEntry> packed_;
     inflate_state inflation_{};
     std::vector<char> input_ = std::vector<char>(InputSize);
@@ -102,22 +119,38 @@ ZipReader::Implementation::Implementation(const std::string& path, const ZipLimi
         zip_source_free(source);
         const std::string reason = zip_error_strerror(&error);
         zip_error_fini(&error);
-        throw std::runtime_error("cannot open " + path + ": " + reason);
+        throw std::runtime_error(reason);
     }
     source_.LimitReading(NoLimit);
 
     count_ = static_cast<std::size_t>(zip_get_num_entries(archive_.get(), 0));
     if (count_ > limits_.entries)
         Fail("too many entries");
+    for (std::size_t entry = 0; entry < count_; ++entry)
+        if (const std::uint64_t size = Size(entry); size <= limits_.entrySize)
+            announced_ += size;
+    if (announced_ > limits_.totalSize)
+        Fail("larger than all entries together may be");
     isal_inflate_init(&inflation_);
+}
+
+std::uint64_t ZipReader::Implementation::Size(std::size_t entry) const
+{
+    zip_stat_t status;
+    const bool isKnown = zip_stat_index(archive_.get(), entry, 0, &status) == 0 && (status.valid & ZIP_STAT_SIZE) != 0;
+    return isKnown ? status.size : 0;
 }
 
 zip_stat_t ZipReader::Implementation::Status(std::size_t entry) const
 {
     zip_stat_t status;
-    constexpr zip_uint64_t wanted = ZIP_STAT_SIZE | ZIP_STAT_CRC | ZIP_STAT_COMP_METHOD;
+    constexpr zip_uint64_t wanted = ZIP_STAT_SIZE | ZIP_STAT_COMP_SIZE | ZIP_STAT_COMP_METHOD;
     if (zip_stat_index(archive_.get(), entry, 0, &status) != 0 || (status.valid & wanted) != wanted)
         Fail("damaged directory entry");
+    if ((status.valid & ZIP_STAT_ENCRYPTION_METHOD) != 0 && status.encryption_method != ZIP_EM_NONE)
+        Fail("encrypted");
+    if ((status.valid & ZIP_STAT_CRC) == 0)
+        Fail("no checksum");
     return status;
 }
 
@@ -163,10 +196,14 @@ void ZipReader::Implementation::Start(std::size_t entry)
     if (status_.size > limits_.totalSize - total_)
         Fail("larger than all entries together may be");
 
-    // Without a password an encrypted entry fails here.
+    source_.ForgetReading();
     packed_.reset(zip_fopen_index(archive_.get(), entry, ZIP_FL_COMPRESSED));
     if (!packed_)
         Fail(zip_strerror(archive_.get()));
+    entry_ = entry;
+    begin_ = source_.LowestRead();
+    source_.ForgetReading();
+    end_ = 0;
     isal_inflate_reset(&inflation_);
     inflation_.avail_in = 0;
     isComplete_ = false;
@@ -188,8 +225,11 @@ ZipReader::Piece ZipReader::Implementation::Next()
         Fail("another size than announced");
     if (isComplete_ && checksum_ != status_.crc)
         Fail("wrong checksum");
-    if (isComplete_)
+    if (isComplete_) {
         total_ += unpacked_;
+        if (end_ != 0)
+            ranges_.insert_or_assign(begin_, Range{end_, entry_});
+    }
     return {{output_.data(), filled_}, isComplete_};
 }
 
@@ -220,6 +260,18 @@ void ZipReader::Implementation::Copy()
     isComplete_ = filled_ < output_.size();
 }
 
+/// Refuses an entry with bytes of one that was read before: so a small file would announce as much as it wants. To be
+/// called once the first of the packed data has been read.
+void ZipReader::Implementation::CheckBytes()
+{
+    if (end_ != 0)
+        return;
+    end_ = source_.LowestRead() + status_.comp_size;
+    const auto after = ranges_.lower_bound(end_);
+    if (after != ranges_.begin() && std::prev(after)->second.end > begin_ && std::prev(after)->second.entry != entry_)
+        Fail("its data is that of another entry, too");
+}
+
 /// Reads up to `size` bytes, fewer only at the end of the packed data.
 std::size_t ZipReader::Implementation::ReadPacked(char* bytes, std::size_t size)
 {
@@ -230,6 +282,7 @@ std::size_t ZipReader::Implementation::ReadPacked(char* bytes, std::size_t size)
             Fail("data cut short");
         if (count == 0)
             break;
+        CheckBytes();
         done += static_cast<std::size_t>(count);
     }
     return done;
@@ -256,7 +309,12 @@ std::string_view ZipReader::Name(std::size_t entry) const
 
 std::uint64_t ZipReader::Size(std::size_t entry) const
 {
-    return implementation_->Status(entry).size;
+    return implementation_->Size(entry);
+}
+
+std::uint64_t ZipReader::TotalSize() const
+{
+    return implementation_->TotalSize();
 }
 
 std::optional<std::size_t> ZipReader::Find(std::string_view name)

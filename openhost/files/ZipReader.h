@@ -42,14 +42,16 @@ public:
     std::string_view Name(std::size_t entry) const;
     /// Bytes of the content, as announced.
     std::uint64_t Size(std::size_t entry) const;
+    /// Bytes of all entries together, as announced, without those that are too large to be read.
+    std::uint64_t TotalSize() const;
     /// The last entry of the name.
     std::optional<std::size_t> Find(std::string_view name);
 
     /// Begins with the content of `entry`. Throws std::runtime_error for one that is no file or folder, is
-    /// encrypted, packed by another method than deflate, or passes a limit.
+    /// encrypted, packed by another method than deflate, without a checksum, or passes a limit.
     void Start(std::size_t entry);
     /// The next piece, valid until the next call. Not to be called after the last one. Throws
-    /// std::runtime_error for a damaged entry.
+    /// std::runtime_error for a damaged entry, and for one whose bytes are those of another entry, too.
     Piece Next();
 
 private:

@@ -21,9 +21,9 @@ ZipSource::ZipSource(const std::string& path) : buffer_(BufferSize)
     file_ = Descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status;
     if (!file_ || fstat(file_.Number(), &status) != 0)
-        throw std::system_error(errno, std::generic_category(), "cannot open " + path);
+        throw std::system_error(errno, std::generic_category(), "it cannot be opened");
     if (!S_ISREG(status.st_mode))
-        throw std::system_error(EINVAL, std::generic_category(), "cannot read " + path);
+        throw std::system_error(EINVAL, std::generic_category(), "it is not a regular file");
     size_ = static_cast<std::uint64_t>(status.st_size);
 }
 
@@ -70,10 +70,12 @@ zip_int64_t ZipSource::Read(char* bytes, std::uint64_t length)
 {
     length = std::min(length, size_ - std::min(position_, size_));
     if (length > allowance_) {
-        zip_error_set(&error_, ZIP_ER_MEMORY, 0);
+        zip_error_set(&error_, ZIP_ER_INCONS, 0); // a directory larger than the limit
         return -1;
     }
     allowance_ -= length;
+    if (length > 0)
+        lowestRead_ = std::min(lowestRead_, position_);
 
     std::uint64_t done = 0;
     while (done < length) {

@@ -1,6 +1,8 @@
 #include "openhost/geometry/DocumentTree.h"
 
+#include "openhost/documents/OutsideLinks.h"
 #include "openhost/files/AtomicFile.h"
+#include "openhost/files/Origin.h"
 #include "openhost/geometry/ShapeGeometry.h"
 
 #include <Message.hxx>
@@ -108,7 +110,10 @@ class FileSource : public DocumentSource {
 public:
     std::optional<std::string> Find(const std::string& father, const std::string& link) override
     {
-        const std::filesystem::path file = ResolveLink(std::filesystem::path(father).parent_path(), link);
+        const std::filesystem::path folder = std::filesystem::path(father).parent_path();
+        if (IsFromOutside(father) && LeadsOut(folder, link))
+            return std::nullopt;
+        const std::filesystem::path file = ResolveLink(folder, link);
         std::error_code error;
         if (std::filesystem::status(file, error).type() == std::filesystem::file_type::not_found)
             return std::nullopt;

@@ -1,5 +1,6 @@
 #include "openhost/geometry/RunGeometryJob.h"
 
+#include "openhost/geometry/KernelFailure.h"
 #include "openhost/geometry/ShapeGeometry.h"
 #include "openhost/geometry/Tessellation.h"
 
@@ -40,7 +41,7 @@ std::string RunGeometryJob(GeometryJob job, std::string boundary)
     try {
         return RunOn(DecodeShape({{}, std::move(boundary)}), job);
     } catch (const Standard_Failure& failure) {
-        throw GeometryError(failure.GetMessageString());
+        throw GeometryError(ReasonOf(failure));
     }
 }
 

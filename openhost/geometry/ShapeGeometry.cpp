@@ -1,5 +1,6 @@
 #include "openhost/geometry/ShapeGeometry.h"
 
+#include "openhost/geometry/KernelFailure.h"
 #include "openhost/geometry/KernelSpace.h"
 
 #include <BRepBndLib.hxx>
@@ -88,7 +89,7 @@ DocumentGeometry EncodeShape(const TopoDS_Shape& shape)
         GeometryFacts facts = MeasureSolids(shape);
         return {facts, EncodeBoundary(shape)};
     } catch (const Standard_Failure& failure) {
-        throw GeometryError(failure.GetMessageString());
+        throw GeometryError(ReasonOf(failure));
     }
 }
 
@@ -100,7 +101,7 @@ TopoDS_Shape DecodeShape(const DocumentGeometry& geometry)
         std::istringstream stream(geometry.boundary);
         BinTools::Read(shape, stream);
     } catch (const Standard_Failure& failure) {
-        throw GeometryError(failure.GetMessageString());
+        throw GeometryError(ReasonOf(failure));
     }
     if (shape.IsNull())
         throw GeometryError("the bytes hold no shape");

@@ -1,5 +1,6 @@
 #include "openhost/geometry/Tessellation.h"
 
+#include "openhost/geometry/KernelFailure.h"
 #include "openhost/geometry/KernelSpace.h"
 #include "openhost/geometry/ShapeGeometry.h"
 
@@ -119,7 +120,7 @@ LvrMesh TessellateShape(const TopoDS_Shape& shape, const TessellationTolerance& 
         for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next())
             AddFace(TopoDS::Face(face.Current()), mesh);
     } catch (const Standard_Failure& failure) {
-        throw GeometryError(failure.GetMessageString());
+        throw GeometryError(ReasonOf(failure));
     }
     try {
         CheckLvrMesh(mesh);

@@ -18,15 +18,16 @@ namespace openhost {
 
 namespace {
 
-/// Starts `program` with `input` as its standard input, nothing for its standard output, and no other file of this
-/// process but the standard error. Gives an error of the system, or 0.
+/// Starts `program` with `input` as its standard input, nothing for what it writes, and no other file of this process.
+/// Gives an error of the system, or 0.
 int Spawn(const std::filesystem::path& program, int input, pid_t& process)
 {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
-    // The kernel tells on standard output what it thinks of a shape, where a journal may go.
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    // The kernel tells on both what it thinks of a shape: where a journal may go, and to a user whom it tells nothing.
+    for (const int output : {STDOUT_FILENO, STDERR_FILENO})
+        posix_spawn_file_actions_addopen(&actions, output, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
 
     posix_spawnattr_t attributes;

@@ -37,8 +37,18 @@ void Interruption::Catch()
     action.sa_handler = Arrive;
     action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigemptyset(&action.sa_mask);
-    if (descriptor < 0 || sigaction(SIGINT, &action, nullptr) != 0 || sigaction(SIGTERM, &action, nullptr) != 0)
+    if (descriptor < 0)
         throw std::system_error(errno, std::generic_category(), "signals cannot be caught");
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        // What was started to outlive its terminal goes on.
+        struct sigaction before {};
+        if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN)
+            continue;
+        if (sigaction(signal, &action, nullptr) != 0)
+            throw std::system_error(errno, std::generic_category(), "signals cannot be caught");
+    }
+    // A reader that has gone, of a pipe or at the other end of a connection, is an error of the write.
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 int Interruption::Signal()

@@ -1,4 +1,4 @@
-// SIGINT and SIGTERM, which end what the loop runs, in order.
+// SIGINT, SIGTERM and SIGHUP, which end what the loop runs, in order.
 #pragma once
 
 namespace openhost {
@@ -7,7 +7,8 @@ namespace openhost {
 /// run, until somebody takes the signal. A second signal ends the process as if there were none of this.
 class Interruption {
 public:
-    /// Catches the signals from now on. Throws std::system_error.
+    /// Catches the signals from now on, those that are not ignored. SIGPIPE ends nothing any more: who writes is told.
+    /// Throws std::system_error.
     static void Catch();
     /// The signal that has come and that nobody has taken; 0 for none.
     static int Signal();

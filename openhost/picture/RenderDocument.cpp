@@ -1,6 +1,7 @@
 #include "openhost/picture/RenderDocument.h"
 
 #include "openhost/geometry/DocumentTree.h"
+#include "openhost/geometry/KernelFailure.h"
 #include "openhost/picture/PartMesh.h"
 #include "openhost/picture/Rasterizer.h"
 
@@ -156,7 +157,7 @@ Picture RenderTree(const DocumentTree& tree, PictureSize size)
     try {
         return DocumentRenderer(tree, size).Render();
     } catch (const Standard_Failure& failure) {
-        throw PictureError(tree.back().key + ": the geometry cannot be drawn: " + failure.GetMessageString());
+        throw PictureError(tree.back().key + ": the geometry cannot be drawn: " + ReasonOf(failure));
     }
 }
 

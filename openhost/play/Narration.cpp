@@ -263,7 +263,11 @@ void Narration::TellTransfer(const nlohmann::ordered_json& event)
 
 void Narration::TellRefusedEntry(const nlohmann::ordered_json& event)
 {
-    Say(Kind::Failure, "Left out of the archive: " + LineOf(event, "entry") + " (" + LineOf(event, "reason") + ")");
+    const std::string reason = LineOf(event, "reason");
+    if (TextOf(event, "entry").empty())
+        Say(Kind::Failure, "The archive is refused: " + reason);
+    else
+        Say(Kind::Failure, "Left out of the archive: " + LineOf(event, "entry") + " (" + reason + ")");
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -8,6 +8,7 @@
 #include "openhost/commands/StartedCommands.h"
 #include "openhost/dialogs/DialogNode.h"
 #include "openhost/files/AtomicFile.h"
+#include "openhost/files/Leftovers.h"
 #include "openhost/files/PathVariables.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/frame/Frame.h"
@@ -30,8 +31,8 @@
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 #include <utility>
 
@@ -156,8 +157,8 @@ public:
     /// The folder of temporary files of a session that names none.
     void MakeTemporaryFolder()
     {
-        temporary_.emplace();
-        SetVariable(TemporaryFolderVariable, temporary_->Path());
+        SetPathVariable(TemporaryFolderVariable, std::make_shared<TemporaryFolder>());
+        variables_.push_back(TemporaryFolderVariable);
     }
 
     EnvironmentChanges& Environment() { return environment_; }
@@ -187,7 +188,6 @@ public:
 private:
     bool traces_;
     EnvironmentChanges environment_;
-    std::optional<TemporaryFolder> temporary_;
     std::vector<std::string> variables_;
     DispatchObserver observer_;
     std::unique_ptr<EventLoop> loop_;
@@ -290,7 +290,7 @@ void SessionPlayer::TellUndone(journal::End& end)
 void SessionPlayer::FailOnSignal()
 {
     if (Interruption::Signal() != 0)
-        throw StepFailure(std::string("ended by ") + (Interruption::Signal() == SIGINT ? "SIGINT" : "SIGTERM"));
+        throw StepFailure(std::string("ended by SIG") + sigabbrev_np(Interruption::Signal()));
 }
 
 void SessionPlayer::FailOnRefused() const
@@ -318,6 +318,8 @@ void SessionPlayer::SetUp()
         host_->Environment().Set(name, value ? std::optional(ExpandPlaceholders(*value)) : std::nullopt);
 
     SetUpSettings();
+    if (const std::string downloads = ToUtf8(SettingsStore::Current().Values().downloadLocation); !downloads.empty())
+        ClearLeftovers(downloads);
     if (recorder_)
         recorder_->SetSettings(BegunSettings());
 

@@ -114,6 +114,8 @@ void CheckOutputFile(const std::string& kind, const std::filesystem::path& file)
 void Draw(const std::filesystem::path& document, const std::filesystem::path& picture)
 {
     constexpr std::chrono::seconds limit(20);
+    if (openhost::Interruption::Signal() != 0)
+        throw std::runtime_error("the program was asked to end");
     openhost::DocumentConverter({.time = limit}).DrawPicture(document, picture, {640, 480}, [](const std::string&) {});
 }
 
@@ -167,6 +169,8 @@ int PlaySession(const openhost::Session& session, const PlayArguments& arguments
         openhost::WriteFileAtomically(arguments.report, report->Page(Draw));
     if (journal && !journal->IsComplete())
         throw std::runtime_error("the journal could not be written");
+    if (arguments.account && !std::cout.flush())
+        throw std::runtime_error("the account could not be written");
     return status;
 }
 

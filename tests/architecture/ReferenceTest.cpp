@@ -200,7 +200,7 @@ TEST(Reference, HasEachProgramWithItsExitStatuses)
         for (const auto& [file, text] : TextsBelow(folder, "main.cpp"))
             files.insert(file);
     // A session may be invalid, and may be ended by a signal.
-    Names expected = {"openhost play 2", "openhost play 130", "openhost play 143"};
+    Names expected = {"openhost play 2", "openhost play 129", "openhost play 130", "openhost play 143"};
     for (const auto& [program, file] : mains) {
         files.erase(file);
         const std::string text = TextOfSource(file);

@@ -75,7 +75,8 @@ public:
             EXPECT_TRUE(!exists(Part()) || ReadFile(Part()) == "a part of some length");
         } else {
             EXPECT_EQ(Notification::DownloadFailed, Status);
-            EXPECT_EQ(0, Files);
+            // One that fails when the archive is closed has its list.
+            EXPECT_LE(Files, 1);
         }
     }
     bool IsShown(const char* window)

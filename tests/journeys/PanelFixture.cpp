@@ -38,7 +38,9 @@ void PanelFixture::PutNutIntoFrame() const
     const auto entry = archive.Find(NutFile);
     if (!entry)
         throw std::runtime_error("the catalogue has no slot nut");
-    ExtractZipEntry(archive, *entry, Parts().string(), NutFile);
+    ZipOutput output(Parts().string());
+    ExtractZipEntry(archive, *entry, output, NutFile);
+    output.Place();
     CadDocument frame = EmptyFrame();
     frame.links.push_back(NutFile);
     frame.children.push_back({.name = "NUT.1"});

@@ -2,12 +2,15 @@
 
 #include "openhost/cad/WorkspaceTree.h"
 #include "openhost/documents/DocumentStream.h"
+#include "openhost/files/Descriptor.h"
+#include "openhost/files/Origin.h"
 #include "tests/openhost/cad/WorkspaceFixture.h"
 #include "tests/openhost/documents/DocumentBytes.h"
 #include "tests/openhost/files/FileSizeLimit.h"
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace openhost::testing {
@@ -439,5 +442,90 @@ TEST_F(UnwritablePlace, APartWhoseFileHasGoneIsNotSavedWithoutItsGeometry)
 }
 
 } // namespace
+
+// ---------------------------------------------------------------------------------------------
+// Links of a document from outside
+
+class LinksFromOutside : public HostileWorkspace {
+protected:
+    LinksFromOutside()
+    {
+        std::filesystem::create_directories(File("download/sub"));
+        Part("mine.ZALPart");
+        Part("download/beside.ZALPart");
+        Part("download/sub/below.ZALPart");
+        std::filesystem::create_symlink(File("mine.ZALPart"), File("download/link.ZALPart"));
+        std::filesystem::create_directory_symlink(Folder().Path(), File("download/up"));
+    }
+
+    /// A product in the folder of downloads with a link to each of `links`.
+    std::filesystem::path Download(const LinkTable& links) const
+    {
+        std::filesystem::path file = Product("download/product.ZALProduct", links);
+        MarkFromOutside(Descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC)).Number());
+        return file;
+    }
+    /// The files of the components of `document`; of missing ones the link.
+    static std::vector<std::string> Targets(const LoadedDocument& document)
+    {
+        std::vector<std::string> targets;
+        for (const auto& child : document.Children())
+            targets.push_back(child->Reference() ? child->Reference()->Path().filename().string()
+                                                 : "no " + child->Link());
+        return targets;
+    }
+};
+
+TEST_F(LinksFromOutside, LeadToFilesOfItsFolderAlone)
+{
+    std::vector<std::string> refused;
+    const journal::Sink before = journal::Redirect([&](const nlohmann::ordered_json& event) {
+        if (event.value("action", "") == "refused")
+            refused.push_back(event["reason"]);
+    });
+    CadWorkspace workspace;
+    const LinkTable links = {"beside.ZALPart",  "sub/below.ZALPart", File("mine.ZALPart").string(),
+                             "../mine.ZALPart", "link.ZALPart",      "..\\up\\mine.ZALPart",
+                             "up/mine.ZALPart", "/dev/zero"};
+    LoadedDocument& document = workspace.Open(Download(links));
+    journal::Redirect(before);
+    EXPECT_THAT(Targets(document), ElementsAre("beside.ZALPart", "below.ZALPart", "no mine.ZALPart", "no mine.ZALPart",
+                                               "no link.ZALPart", "no mine.ZALPart", "no mine.ZALPart", "no zero"));
+    EXPECT_THAT(document.Children().at(2)->Problem(), HasSubstr("leads out of the folder"));
+    ASSERT_EQ(6U, refused.size());
+    EXPECT_THAT(refused.front(), HasSubstr(File("mine.ZALPart").string()));
+}
+
+TEST_F(LinksFromOutside, AreNotLeftInWhatTheUserSaves)
+{
+    CadWorkspace workspace;
+    LoadedDocument& document = workspace.Open(Download({File("mine.ZALPart").string(), "..", "beside.ZALPart"}));
+    Part("own.ZALPart");
+    workspace.AddComponents(*document.Root(), {File("own.ZALPart")});
+    workspace.Save(document);
+    EXPECT_EQ((LinkTable{"mine.ZALPart", "unnamed", "beside.ZALPart", File("own.ZALPart").string()}),
+              ReadDocument(document.Path()).links);
+
+    CadWorkspace other;
+    EXPECT_THAT(Targets(other.Open(document.Path())),
+                ElementsAre("no mine.ZALPart", "no unnamed", "beside.ZALPart", "own.ZALPart"));
+}
+
+TEST_F(LinksFromOutside, AreJudgedByTheirOwnFolderBelowAProductOfTheUser)
+{
+    const std::filesystem::path top = Product("top.ZALProduct", {"download/product.ZALProduct", "mine.ZALPart"});
+    Download({"beside.ZALPart", "../mine.ZALPart"});
+    CadWorkspace workspace;
+    LoadedDocument& document = workspace.Open(top);
+    EXPECT_THAT(Targets(document), ElementsAre("product.ZALProduct", "mine.ZALPart"));
+    EXPECT_THAT(Targets(*document.Children().at(0)->Reference()), ElementsAre("beside.ZALPart", "no mine.ZALPart"));
+}
+
+TEST_F(LinksFromOutside, AreThoseOfAMarkedDocumentAlone)
+{
+    const std::filesystem::path file = Product("download/product.ZALProduct", {File("mine.ZALPart").string()});
+    CadWorkspace workspace;
+    EXPECT_THAT(Targets(workspace.Open(file)), ElementsAre("mine.ZALPart"));
+}
 
 } // namespace openhost::testing

@@ -5,6 +5,9 @@
 #include "tests/openhost/files/FileSizeLimit.h"
 
 #include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <csignal>
 
 namespace openhost::testing {
 namespace {
@@ -18,7 +21,6 @@ TEST_F(ArchiveExtraction, ReadsSeparatorsAndDotsOfANameAsASystemDoes)
 {
     for (const char* name : {"sub/a", "sub\\a", "./sub//./a"}) {
         EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().Add(name, "1"))) << name;
-        zip_.Close();
         EXPECT_EQ("1", ReadFile(Folder() / "sub/a")) << name;
         EXPECT_EQ((std::set<std::string>{"sub", "sub/a"}), Listing(Folder())) << name;
         std::filesystem::remove_all(Folder() / "sub");
@@ -59,6 +61,7 @@ TEST_F(ArchiveExtraction, TheFolderMayBeReachedThroughALink)
     std::filesystem::create_directory_symlink(Folder(), temporary_.Path() / "link");
     ASSERT_EQ(S_OK, Open(ZipBytes().Add("a", "1")));
     EXPECT_EQ(S_OK, zip_.ExtractFile(Text(temporary_.Path() / "link"), "a", ZALZipExtractReplace));
+    EXPECT_EQ(S_OK, zip_.Close());
     EXPECT_EQ("1", ReadFile(Folder() / "a"));
 }
 
@@ -68,6 +71,9 @@ TEST_F(ArchiveExtraction, AFolderThatIsGoneIsMadeAgain)
     EXPECT_EQ(S_OK, Extract("sub/a"));
     std::filesystem::remove_all(Folder() / "sub");
     EXPECT_EQ(S_OK, Extract("sub/b"));
+    std::filesystem::remove_all(Folder() / "sub");
+    EXPECT_EQ(S_OK, zip_.Close());
+    EXPECT_EQ("1", ReadFile(Folder() / "sub/a"));
     EXPECT_EQ("2", ReadFile(Folder() / "sub/b"));
 }
 
@@ -80,7 +86,6 @@ TEST_F(ArchiveExtraction, ReplacesAFileAlsoAReadOnlyOneAndInManyPieces)
         Put(Folder() / "a", "a longer text of before");
         std::filesystem::permissions(Folder() / "a", std::filesystem::perms(content.size() == 3 ? 0400 : 0600));
         EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().Add("a", content).Deflated()));
-        zip_.Close();
         EXPECT_TRUE(ReadFile(Folder() / "a") == content) << content.size();
         EXPECT_EQ(std::set<std::string>{"a"}, Listing(Folder()));
     }
@@ -101,6 +106,7 @@ TEST_F(ArchiveExtraction, TheArchiveItselfMayBeReplaced)
     ASSERT_EQ(S_OK, zip_.OpenZip(Text(Folder() / "b.zip"), ZALZipRead));
     EXPECT_EQ(S_OK, Extract("b.zip"));
     EXPECT_EQ(S_OK, Extract("c"));
+    EXPECT_EQ(S_OK, zip_.Close());
     EXPECT_EQ("1", ReadFile(Folder() / "b.zip"));
     EXPECT_EQ("2", ReadFile(Folder() / "c"));
 }
@@ -133,6 +139,91 @@ TEST_F(ArchiveExtraction, NewFilesAreNotExecutable)
     EXPECT_EQ(std::filesystem::perms::none, permissions & std::filesystem::perms(07111));
 }
 
+TEST_F(ArchiveExtraction, AFileNeverStandsInTheWayOfAnEntryBelowIt)
+{
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("a", "1").Add("a/b", "2").AddDirectory("a").Add("b/c", "3").Add("b", "4")));
+    EXPECT_EQ(S_OK, Extract("a"));
+    EXPECT_TRUE(FAILED(Extract("a/b")));
+    EXPECT_TRUE(FAILED(Extract("a/")));
+    EXPECT_EQ(S_OK, Extract("b/c"));
+    EXPECT_TRUE(FAILED(Extract("b")));
+    EXPECT_EQ(S_OK, zip_.Close());
+    EXPECT_EQ((std::set<std::string>{"a", "b", "b/c"}), Listing(Folder()));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Whole or not at all
+
+TEST_F(ArchiveExtraction, PutsFilesInTheirPlacesWhenTheArchiveIsClosed)
+{
+    Put(Folder() / "old", "mine");
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("old", "1").Add("new", "2").Add("large", LongContent(400'000)).Deflated()));
+    for (const std::string& name : Browse())
+        EXPECT_EQ(S_OK, Extract(name));
+    EXPECT_EQ("mine", ReadFile(Folder() / "old"));
+    EXPECT_FALSE(std::filesystem::exists(Folder() / "new"));
+    EXPECT_EQ(S_OK, zip_.Close());
+    EXPECT_EQ("1", ReadFile(Folder() / "old"));
+    EXPECT_EQ((std::set<std::string>{"large", "new", "old"}), Listing(Folder()));
+}
+
+TEST_F(ArchiveExtraction, PutsFilesInTheirPlacesWhenTheArchiveIsGivenUp)
+{
+    {
+        ZALSysZipFile zip;
+        ZipBytes().Add("a", "1").Write(ArchivePath());
+        ASSERT_EQ(S_OK, zip.OpenZip(Text(ArchivePath()), ZALZipRead));
+        EXPECT_EQ(S_OK, zip.ExtractFile(Text(Folder()), "a", ZALZipExtractReplace));
+    }
+    EXPECT_EQ("1", ReadFile(Folder() / "a"));
+    EXPECT_EQ(std::set<std::string>{"a"}, Listing(Folder()));
+}
+
+TEST_F(ArchiveExtraction, ServesSeveralFolders)
+{
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("a", "1").Add("b", "2")));
+    EXPECT_EQ(S_OK, Extract("a"));
+    EXPECT_EQ(S_OK, zip_.ExtractFile(Text(Outside()), "b", ZALZipExtractReplace));
+    EXPECT_EQ(S_OK, zip_.Close());
+    EXPECT_EQ(std::set<std::string>{"a"}, Listing(Folder()));
+    EXPECT_EQ(std::set<std::string>{"b"}, Listing(Outside()));
+}
+
+TEST_F(ArchiveExtraction, ExtractsAsManyAsAreBroughtToTheDiskOneByOneAndMore)
+{
+    for (const std::size_t count : {ZipOutput::MaximumSingleSyncs, ZipOutput::MaximumSingleSyncs + 1}) {
+        ExtractAll(ZipBytes().AddMany(static_cast<unsigned int>(count)));
+        EXPECT_EQ(count, Listing(Folder()).size());
+    }
+}
+
+TEST_F(ArchiveExtraction, AKilledProcessLeavesNoFileInAnyPlace)
+{
+    Put(Folder() / "old", "mine");
+    const std::string content = LongContent(400'000);
+    ZipBytes().Add("old", content).Add("sub/new", "2").Add("large", content).Deflated().Write(ArchivePath());
+    const pid_t child = fork();
+    if (child == 0) {
+        ZALSysZipFile zip;
+        bool isExtracted = SUCCEEDED(zip.OpenZip(Text(ArchivePath()), ZALZipRead));
+        for (const char* name : {"old", "sub/new", "large"})
+            isExtracted = isExtracted && SUCCEEDED(zip.ExtractFile(Text(Folder()), name, ZALZipExtractReplace));
+        raise(isExtracted ? SIGKILL : SIGABRT);
+    }
+    int status = 0;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(SIGKILL, WTERMSIG(status));
+    EXPECT_EQ("mine", ReadFile(Folder() / "old"));
+    EXPECT_FALSE(std::filesystem::exists(Folder() / "sub/new"));
+    EXPECT_FALSE(std::filesystem::exists(Folder() / "large"));
+
+    // What it has left is cleared with the next extraction, once it is old enough.
+    for (const auto& entry : std::filesystem::directory_iterator(Folder()))
+        std::filesystem::last_write_time(entry, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+    EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().Add("a", "1")));
+    EXPECT_EQ((std::set<std::string>{"a", "old", "sub"}), Listing(Folder()));
+}
+
 // ---------------------------------------------------------------------------------------------
 // A full disk
 
@@ -148,8 +239,28 @@ TEST_F(ArchiveExtraction, AFullDiskLeavesNothingNewAndTheFileThatStandsThere)
     const FileSizeLimit disk(50'000);
     for (const char* name : {"new/sub/small", "new/sub/large", "a"})
         EXPECT_TRUE(FAILED(Extract(name))) << name;
+    EXPECT_EQ(S_OK, zip_.Close());
     EXPECT_EQ("mine", ReadFile(Folder() / "a"));
     EXPECT_EQ(std::set<std::string>{"a"}, Listing(Folder()));
+}
+
+TEST_F(ArchiveExtraction, AnArchiveThatHasNoRoomOnTheDiskLeavesNothing)
+{
+    // Memory is the smallest disk that a machine has; an archive may announce more than one of usual size holds.
+    std::string folder = "/dev/shm/openhost-XXXXXX";
+    ASSERT_NE(nullptr, mkdtemp(folder.data()));
+    const std::uint64_t room = ZipOutput(folder).Room();
+    ZipBytes archive;
+    archive.Add("a", "1");
+    for (std::uint64_t announced = 0; announced <= room; announced += ZALZipMaximumEntrySize)
+        archive.Add("large-" + std::to_string(announced), "1").AnnouncingSize(ZALZipMaximumEntrySize);
+    if (room < ZALZipMaximumTotalSize - ZALZipMaximumEntrySize) {
+        ASSERT_EQ(S_OK, Open(archive));
+        EXPECT_TRUE(FAILED(zip_.ExtractFile(Text(folder), "a", ZALZipExtractReplace)));
+        EXPECT_EQ(S_OK, zip_.Close());
+        EXPECT_TRUE(Listing(folder).empty());
+    }
+    std::filesystem::remove_all(folder);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -163,7 +274,8 @@ TEST_P(WayOut, IsRefused)
     if (name.starts_with("<absolute>"))
         name.replace(0, 10, (Outside()).string());
     EXPECT_TRUE(FAILED(ExtractOnly(ZipBytes().Add(name, "1"))));
-    EXPECT_TRUE(FAILED(zip_.ExtractFile(Text(Folder()), FromUtf8(name), ZALZipExtractReplace)));
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add(name, "1")));
+    EXPECT_TRUE(FAILED(Extract(name)));
     ExpectNothingWritten();
     EXPECT_EQ((std::set<std::string>{"archive.zip", "folder", "outside"}), Listing(temporary_.Path()));
 }
@@ -201,7 +313,9 @@ TEST_F(ArchiveExtraction, RefusesALinkThatAppearsBetweenTwoEntries)
     std::filesystem::remove_all(Folder() / "sub");
     std::filesystem::create_directory_symlink(Outside(), Folder() / "sub");
     EXPECT_TRUE(FAILED(Extract("sub/b")));
+    EXPECT_TRUE(FAILED(zip_.Close()));
     EXPECT_TRUE(Listing(Outside()).empty());
+    EXPECT_EQ(std::set<std::string>{"sub"}, Listing(Folder()));
 }
 
 TEST_F(ArchiveExtraction, RefusesToWriteThroughALinkOrToReplaceIt)
@@ -211,7 +325,6 @@ TEST_F(ArchiveExtraction, RefusesToWriteThroughALinkOrToReplaceIt)
     std::filesystem::create_symlink(Outside() / "new", Folder() / "dangling");
     const std::string content = LongContent(4'000'000);
     RefuseAll(ZipBytes().Add("file", "1").Add("dangling", "1"));
-    zip_.Close();
     RefuseAll(ZipBytes().Add("file", content).Add("dangling", content));
     EXPECT_EQ("mine", ReadFile(Outside() / "mine"));
     EXPECT_EQ(std::set<std::string>{"mine"}, Listing(Outside()));
@@ -225,6 +338,8 @@ TEST_F(ArchiveExtraction, RefusesAnEntryThatIsALink)
     EXPECT_TRUE(FAILED(Extract("link")));
     ExpectNothingWritten();
     EXPECT_EQ(S_OK, Extract("link/a"));
+    EXPECT_EQ(S_OK, zip_.Close());
+    EXPECT_EQ((std::set<std::string>{"link", "link/a"}), Listing(Folder()));
     EXPECT_TRUE(Listing(Outside()).empty());
 }
 
@@ -251,8 +366,9 @@ TEST_F(ArchiveExtraction, ADeepPathIsExtractedOrRefusedAsAWhole)
         tooDeep += "d/";
     ASSERT_EQ(S_OK, Open(ZipBytes().Add(deep + "a", "1").Add(tooDeep + "a", "1")));
     EXPECT_EQ(S_OK, Extract(deep + "a"));
-    EXPECT_EQ("1", ReadFile(Folder() / (deep + "a")));
     EXPECT_TRUE(FAILED(Extract(tooDeep + "a")));
+    EXPECT_EQ(S_OK, zip_.Close());
+    EXPECT_EQ("1", ReadFile(Folder() / (deep + "a")));
     EXPECT_FALSE(std::filesystem::exists(Folder() / (deep + "d")));
 }
 
@@ -264,8 +380,15 @@ protected:
     void ExtractWith(const ZipLimits& limits, const std::vector<std::size_t>& entries)
     {
         ZipReader archive(ArchivePath(), limits);
-        for (const std::size_t entry : entries)
-            ExtractZipEntry(archive, entry, Folder(), archive.Name(entry));
+        ZipOutput output(Folder());
+        try {
+            for (const std::size_t entry : entries)
+                ExtractZipEntry(archive, entry, output, archive.Name(entry));
+        } catch (const std::runtime_error&) {
+            output.Place();
+            throw;
+        }
+        output.Place();
     }
 };
 
@@ -287,20 +410,35 @@ TEST_F(ArchiveLimits, TheSizeOfAnEntryIsLimited)
     EXPECT_EQ(std::set<std::string>{"a"}, Listing(Folder()));
 }
 
-TEST_F(ArchiveLimits, TheSizeOfAllEntriesTogetherIsLimited)
+TEST_F(ArchiveLimits, AnArchiveThatAnnouncesTooMuchIsRefusedAsAWhole)
 {
     ZipBytes().Add("a", "12345").Add("b", "12345").Add("c", "12345").Write(ArchivePath());
-    EXPECT_THROW(ExtractWith({.totalSize = 14}, {0, 1, 2}), std::runtime_error);
-    EXPECT_EQ((std::set<std::string>{"a", "b"}), Listing(Folder()));
+    EXPECT_THROW(ExtractWith({.totalSize = 14}, {}), std::runtime_error);
     EXPECT_NO_THROW(ExtractWith({.totalSize = 15}, {0, 1, 2}));
+    EXPECT_EQ((std::set<std::string>{"a", "b", "c"}), Listing(Folder()));
+}
+
+TEST_F(ArchiveLimits, AnEntryThatIsTooLargeByItselfLeavesRoomForOthers)
+{
+    ZipBytes().Add("large", "123456").Add("a", "12345").Write(ArchivePath());
+    EXPECT_NO_THROW(ExtractWith({.entrySize = 5, .totalSize = 5}, {1}));
+}
+
+TEST_F(ArchiveLimits, AnEntryCountsEachTimeThatItIsExtracted)
+{
+    ZipBytes().Add("a", "12345").Write(ArchivePath());
+    EXPECT_THROW(ExtractWith({.totalSize = 9}, {0, 0}), std::runtime_error);
+    EXPECT_NO_THROW(ExtractWith({.totalSize = 10}, {0, 0}));
 }
 
 TEST_F(ArchiveLimits, WhatCouldNotBeExtractedTakesNothingOfTheTotal)
 {
-    ZipBytes().Add("bad", "1234567890").WithWrongChecksum().Add("good", "1234567890").Write(ArchivePath());
+    ZipBytes().Add("bad", "12345").WithWrongChecksum().Add("good", "12345").Write(ArchivePath());
     ZipReader archive(ArchivePath(), {.totalSize = 10});
-    EXPECT_THROW(ExtractZipEntry(archive, 0, Folder(), "bad"), std::runtime_error);
-    EXPECT_NO_THROW(ExtractZipEntry(archive, 1, Folder(), "good"));
+    ZipOutput output(Folder());
+    for (int turn = 0; turn < 3; ++turn)
+        EXPECT_THROW(ExtractZipEntry(archive, 0, output, "bad"), std::runtime_error);
+    EXPECT_NO_THROW(ExtractZipEntry(archive, 1, output, "good"));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -332,6 +470,54 @@ TEST_F(ArchiveJournal, TellsWhyAnEntryWasRefused)
     EXPECT_EQ("refused", events_[0]["event"]);
     EXPECT_EQ("../a", events_[0]["entry"]);
     EXPECT_EQ("a path out of its folder", events_[0]["reason"]);
+}
+
+TEST_F(ArchiveJournal, TellsWhyAnArchiveWasRefused)
+{
+    EXPECT_TRUE(FAILED(OpenBytes("404 Not Found")));
+    ASSERT_EQ(1U, events_.size());
+    EXPECT_EQ((nlohmann::ordered_json{
+                  {"event", "refused"}, {"entry", ""}, {"reason", ArchivePath().string() + ": no archive"}}),
+              events_[0]);
+}
+
+TEST_F(ArchiveJournal, TellsOfEntriesInTheirOrderWhenTheyStandThere)
+{
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("a", "1").Add("../b", "2").Add("c", "3")));
+    for (const std::string& name : Browse())
+        Extract(name);
+    EXPECT_TRUE(events_.empty());
+    EXPECT_EQ(S_OK, zip_.Close());
+    ASSERT_EQ(3U, events_.size());
+    EXPECT_EQ((Folder() / "a").string(), events_[0]["path"]);
+    EXPECT_EQ("../b", events_[1]["entry"]);
+    EXPECT_EQ((Folder() / "c").string(), events_[2]["path"]);
+}
+
+TEST_F(ArchiveJournal, TellsOfAFileWhosePlaceIsTakenMeanwhile)
+{
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("a", "1").Add("b", "2")));
+    EXPECT_EQ(S_OK, Extract("a"));
+    EXPECT_EQ(S_OK, Extract("b"));
+    std::filesystem::create_directory(Folder() / "a");
+    EXPECT_TRUE(FAILED(zip_.Close()));
+    ASSERT_EQ(2U, events_.size());
+    EXPECT_EQ("a", events_[0]["entry"]);
+    EXPECT_EQ("no file to replace", events_[0]["reason"]);
+    EXPECT_EQ((Folder() / "b").string(), events_[1]["path"]);
+    EXPECT_EQ((std::set<std::string>{"a", "b"}), Listing(Folder()));
+}
+
+TEST_F(ArchiveJournal, TellsOfANameThatIsNoText)
+{
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("a\xED\xA0\x80", "1").NamedInUTF8().Add("b", "2")));
+    for (const std::string& name : Browse())
+        Extract(name);
+    EXPECT_EQ(S_OK, zip_.Close());
+    ASSERT_EQ(2U, events_.size());
+    EXPECT_EQ("refused", events_[0]["event"]);
+    EXPECT_EQ("the archive has no entry of this name, or its name is not valid text", events_[0]["reason"]);
+    EXPECT_EQ(std::set<std::string>{"b"}, Listing(Folder()));
 }
 
 } // namespace

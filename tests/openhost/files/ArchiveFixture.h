@@ -58,6 +58,7 @@ protected:
         sizes_.assign(sizes, sizes + count);
         delete[] names;
         delete[] sizes;
+        names_ = result;
         return result;
     }
 
@@ -65,28 +66,32 @@ protected:
     {
         return zip_.ExtractFile(Text(Folder()), FromUtf8(entry), ZALZipExtractReplace);
     }
-    /// Opens `archive` and extracts its only entry.
+    /// Extracts the only entry of `archive`, and closes it.
     HRESULT ExtractOnly(const ZipBytes& archive)
     {
         EXPECT_EQ(S_OK, Open(archive));
         const std::vector<std::string> names = Browse();
         EXPECT_EQ(1U, names.size());
-        return Extract(names.at(0));
+        const HRESULT extracted = Extract(names.at(0));
+        EXPECT_EQ(S_OK, zip_.Close());
+        return extracted;
     }
 
-    /// Opens `archive`, whose entries can all be extracted.
+    /// The same for all entries of `archive`.
     void ExtractAll(const ZipBytes& archive)
     {
         ASSERT_EQ(S_OK, Open(archive));
         for (const std::string& name : Browse())
             EXPECT_EQ(S_OK, Extract(name)) << name;
+        EXPECT_EQ(S_OK, zip_.Close());
     }
-    /// Opens `archive`, none of whose entries can be extracted.
+    /// The same, where none of the entries can be extracted.
     void RefuseAll(const ZipBytes& archive)
     {
         ASSERT_EQ(S_OK, Open(archive));
         for (const std::string& name : Browse())
             EXPECT_TRUE(FAILED(Extract(name))) << name;
+        EXPECT_EQ(S_OK, zip_.Close());
     }
 
     static void Put(const std::filesystem::path& path, std::string_view content)
@@ -110,6 +115,7 @@ protected:
     TemporaryFolder temporary_;
     ZALSysZipFile zip_;
     std::vector<std::uint64_t> sizes_; ///< of the last Browse
+    std::vector<std::string> names_;   ///< the same
 };
 
 /// `size` letters in no order, which pack to about half their size.

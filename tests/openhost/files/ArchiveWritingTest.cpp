@@ -96,6 +96,7 @@ TEST_F(ArchiveWriting, HoldsADeletedFileInPlaceOfWhatStoodThereBefore)
     EXPECT_EQ((std::vector<Entry>{{"a", "content"}}), Entries());
     ASSERT_EQ(S_OK, zip_.OpenZip(Text(ArchivePath()), ZALZipRead));
     EXPECT_EQ(S_OK, Extract("a")) << "the host itself reads it";
+    EXPECT_EQ(S_OK, zip_.Close());
     EXPECT_EQ("content", ReadFile(Folder() / "a"));
 }
 

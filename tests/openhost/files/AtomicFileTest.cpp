@@ -103,6 +103,15 @@ TEST_F(AtomicFile, KeepsTheOldFileWhenTheDeviceIsFull)
     EXPECT_THAT(Names(), ElementsAre("a"));
 }
 
+TEST_F(AtomicFile, WritesAFileWithTheLongestName)
+{
+    const std::string name(255, 'a');
+    CreateFileAtomically(At(name), "old");
+    WriteFileAtomically(At(name), "new");
+    EXPECT_EQ("new", Content(name));
+    EXPECT_THAT(Names(), ElementsAre(name));
+}
+
 TEST_F(AtomicFile, CreatesOnlyWhatIsNotThereYet)
 {
     CreateFileAtomically(At("a"), "new");

@@ -119,6 +119,18 @@ TEST_F(Files, ReadsButDoesNotWriteThroughAParentComponent)
     Close(Open("sub\\..\\victim", "rb"));
 }
 
+TEST_F(Files, ReadsButDoesNotWriteThroughALink)
+{
+    Put("victim", "content");
+    std::filesystem::create_symlink("victim", At("link"));
+    std::filesystem::create_symlink("new", At("dangling"));
+    ExpectRefused(Path("link"), "wb");
+    ExpectRefused(Path("dangling"), "wb");
+    EXPECT_EQ("content", Content("victim"));
+    EXPECT_FALSE(Exists("new"));
+    Close(Open("link", "rb"));
+}
+
 TEST_F(Files, RefusesAPathWithAZeroCharacter)
 {
     ExpectRefused(Path("a") + ZALUnicodeString(u"\0.txt", 5), "wb");

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -85,6 +86,33 @@ TEST(ZALGetOfficialVariable, NamesAPrivateFolderForTemporaryFiles)
         EXPECT_EQ(status.Mode, ZALFileTypeDirectory | 0700U);
         EXPECT_EQ(ZALGetOfficialVariable("ZALTemp"), folder);
     }
+}
+
+TEST(ZALGetOfficialVariable, MakesARemovedFolderForTemporaryFilesAgain)
+{
+    const EnvironmentVariable variable("ZALTemp", nullptr);
+    const auto set = std::make_shared<openhost::TemporaryFolder>();
+    for (const bool isSet : {false, true}) {
+        if (isSet)
+            openhost::SetPathVariable("ZALTemp", set);
+        const ZALUnicodeString folder = ZALGetOfficialVariable("ZALTemp");
+        std::filesystem::remove_all(ToUtf8(folder));
+        EXPECT_EQ(folder, ZALGetOfficialVariable("ZALTemp"));
+        ZALFileStatus status;
+        ASSERT_EQ(S_OK, ZALFileStat(folder, status, 0)) << isSet;
+        EXPECT_EQ(ZALFileTypeDirectory | 0700U, status.Mode);
+    }
+    openhost::UnsetPathVariable("ZALTemp");
+}
+
+TEST(ZALGetOfficialVariable, IsEmptyWhereNoFolderForTemporaryFilesCanBe)
+{
+    const openhost::TemporaryFolder parent;
+    const EnvironmentVariable temporaryFiles("TMPDIR", parent.Path().c_str());
+    openhost::SetPathVariable("ZALTemp", std::make_shared<openhost::TemporaryFolder>());
+    std::filesystem::remove_all(parent.Path());
+    EXPECT_EQ(ZALUnicodeString(), ZALGetOfficialVariable("ZALTemp"));
+    openhost::UnsetPathVariable("ZALTemp");
 }
 
 TEST(PathVariables, TakesFurtherNames)

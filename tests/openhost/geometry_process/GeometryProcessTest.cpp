@@ -257,12 +257,15 @@ TEST(GeometryProcess, HasNoFilesOfTheHost)
     close(ours);
 }
 
-TEST(GeometryProcess, WritesNothingOnTheOutputOfTheHost)
+TEST(GeometryProcess, WritesNothingOnTheOutputsOfTheHost)
 {
     ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
     GeometryProcess process(Program);
-    EXPECT_EQ("done", process.Run(jobs::Talk, {}));
+    const std::string done = process.Run(jobs::Talk, {});
     EXPECT_EQ("", ::testing::internal::GetCapturedStdout());
+    EXPECT_EQ("", ::testing::internal::GetCapturedStderr());
+    EXPECT_EQ("done", done);
 }
 
 TEST(GeometryProcess, AProgramThatIsMissingOrNoneIsAnError)

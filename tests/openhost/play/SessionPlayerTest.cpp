@@ -423,6 +423,16 @@ TEST_F(SessionPlayerTest, TemporaryFilesAndInstallationHaveAPlaceByDefault)
     EXPECT_EQ("", GetPathVariable(InstallationVariable));
 }
 
+TEST_F(SessionPlayerTest, WhatAKilledHostHasLeftAmongDownloadsIsCleared)
+{
+    const std::filesystem::path left = Downloads() / ".openhost-4711-1";
+    std::filesystem::create_directories(left);
+    std::filesystem::last_write_time(left, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+    Play(R"({"settings": {"DownloadLocation": "${DOWNLOADS}"}, "steps": []})");
+    EXPECT_FALSE(std::filesystem::exists(left));
+    EXPECT_TRUE(std::filesystem::exists(Downloads()));
+}
+
 TEST_F(SessionPlayerTest, SettingsAndLocksHoldForTheSession)
 {
     bool locked = false;

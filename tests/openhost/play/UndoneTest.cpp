@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <cstring>
 #include <fstream>
 
 namespace openhost {
@@ -107,7 +108,7 @@ TEST_F(UndoneTest, AnAnswerThatFailsHarmsNobodyWhenItIsNotAsked)
 
 TEST_F(UndoneTest, ASignalEndsTheSessionInOrder)
 {
-    for (const int signal : {SIGINT, SIGTERM}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         Interruption::Catch();
         observe_ = [this, signal] {
             if (events_.back()["event"] == "request")
@@ -117,9 +118,19 @@ TEST_F(UndoneTest, ASignalEndsTheSessionInOrder)
             {"message": {"event": "velmart_download", "content": {"downloadUrl": "${BASE}/archive?entries=1&slow=1"}}},
             {"wait": "idle"})")));
         EXPECT_EQ(128 + signal, End()["status"]);
-        EXPECT_EQ(signal == SIGINT ? "ended by SIGINT" : "ended by SIGTERM", Reason());
+        EXPECT_EQ(std::string("ended by SIG") + sigabbrev_np(signal), Reason());
         EXPECT_EQ(0, Interruption::Signal());
     }
+}
+
+TEST_F(UndoneTest, AHangUpThatIsIgnoredAndAReaderThatIsGoneEndNothing)
+{
+    std::signal(SIGHUP, SIG_IGN);
+    Interruption::Catch();
+    for (const int signal : {SIGHUP, SIGPIPE})
+        EXPECT_EQ(0, raise(signal));
+    EXPECT_EQ(0, Interruption::Signal());
+    std::signal(SIGHUP, SIG_DFL);
 }
 
 } // namespace openhost

@@ -68,8 +68,10 @@ std::string Work(char kind, const std::string& bytes)
         return TakeMemory();
     if (is(jobs::ListDescriptors))
         return ListDescriptors();
-    if (is(jobs::Talk))
+    if (is(jobs::Talk)) {
         std::cout << "noise" << std::endl;
+        std::cerr << "noise" << std::endl;
+    }
     if (is(jobs::Meet))
         return Meet(bytes);
     if (is(jobs::Refuse))
