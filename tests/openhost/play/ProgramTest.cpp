@@ -183,7 +183,7 @@ TEST_F(ProgramTest, WithoutStandardDescriptorsASessionIsPlayedIntoItsFiles)
     EXPECT_THAT(Read("journal"), StartsWith("{\"event\":"));
 
     EXPECT_EQ(1, WEXITSTATUS(std::system((play + ">&- 2>err").c_str()))) << "its journal has nowhere to go";
-    EXPECT_THAT(Read("err"), HasSubstr("cannot be written"));
+    EXPECT_THAT(Read("err"), HasSubstr("could not be written"));
 }
 
 TEST_F(ProgramTest, OnlyATerminalThatWantsColoursGetsThem)
