@@ -156,7 +156,8 @@ public:
     try {
         return std::make_unique<ZipFileReader>(path);
     } catch (const std::exception& failure) {
-        journal::Write([&] { return journal::RefusedEntry{.entry = {}, .reason = SystemPath(path) + ": " + failure.what()}; });
+        journal::Write(
+            [&] { return journal::RefusedEntry{.entry = {}, .reason = SystemPath(path) + ": " + failure.what()}; });
         throw;
     }
     std::unique_ptr<ArchiveWriter> OpenWriter(const ZALUnicodeString& path) override

@@ -329,6 +329,7 @@ TEST_F(FindSimilarStart, ZipsTheLightFileUnderItsNameAlone)
     ZALSysZipFile zip;
     ASSERT_EQ(S_OK, zip.OpenZip(FromUtf8(Zip().string()), ZALZipRead));
     ASSERT_EQ(S_OK, zip.ExtractFile(FromUtf8(Parts().string()), "VLUploadedLVRFile.lvr", ZALZipExtractReplace));
+    ASSERT_EQ(S_OK, zip.Close());
     EXPECT_EQ(ReadFile(Parts() / "VLUploadedLVRFile.lvr"), cad_.lightFileContent);
 }
 
