@@ -199,6 +199,8 @@ function showBusy() {
 // The start
 
 document.documentElement.lang = language;
+// An application tells the colours of its window; elsewhere they are those of the system.
+document.documentElement.dataset.colours ??= matchMedia("(prefers-color-scheme: dark)").matches ? "dark" : "light";
 document.title = texts.pageTitle("");
 for (const element of document.querySelectorAll("[data-text]"))
     element.textContent = texts[element.dataset.text];

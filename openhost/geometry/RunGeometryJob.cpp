@@ -27,6 +27,8 @@ std::string RunOn(const TopoDS_Shape& shape, GeometryJob job)
     }
     case GeometryJob::Tessellate:
         return EncodeLvr(TessellateShape(shape));
+    case GeometryJob::Show:
+        return EncodeLvr(TessellateShape(shape, ViewTolerance));
     default:
         throw GeometryError("the job is unknown");
     }

@@ -11,10 +11,12 @@ from window import CATALOGUE, TOGETHER
 
 
 class Front:
-    """Hands on what it is asked. Requests whose path begins with one of `slow` get their first bytes only, until `go`."""
+    """Hands on what it is asked. Requests whose path begins with one of `slow` get their first bytes only, until `go`;
+    `asked` tells that there was one."""
 
     def __init__(self, *slow, first=1000):
         self.go = threading.Event()
+        self.asked = threading.Event()
         self.catalogue = subprocess.Popen([*TOGETHER, CATALOGUE, "serve"], stdout=subprocess.PIPE,
                                           stderr=subprocess.DEVNULL, text=True)
         behind = re.search(r"http://[^\s/]+", self.catalogue.stdout.readline()).group()
@@ -45,6 +47,7 @@ class Front:
                     if any(self.path.startswith(path) for path in slow):
                         self.wfile.write(body[:first])
                         self.wfile.flush()
+                        front.asked.set()
                         front.go.wait(100)
                         body = body[first:]
                     self.wfile.write(body)

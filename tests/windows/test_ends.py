@@ -14,7 +14,9 @@ class End(Journey):
     def slow(self, *paths, documents=()):
         front = Front(*paths)
         self.addCleanup(front.close)
-        return self.open(*documents, arguments=["--catalogue", front.address])
+        window = self.open(*documents, arguments=["--catalogue", front.address])
+        window.asked = front.asked
+        return window
 
     def question(self):
         mine = self.home / "parts" / "ISO4032_M6.ZALPart"
@@ -66,13 +68,15 @@ class End(Journey):
         self.assertEqual([], list(window.parts.iterdir()))
 
     def test_while_the_page_loads(self):
-        window = self.slow("/categories")
+        window = self.slow("/page/catalogue.js")
+        window.until(window.asked.is_set, "the page loads")
         self.end(window)
 
     def test_while_shapes_are_computed(self):
         self.item, self.root = "profile-frame-480", "FRAME_480x480x400"
         document = self.document()
         window = self.open(document)
+        window.until(lambda: [name for name in window.left_processes() if "openhost-geomet" in name], "a shape is computed")
         self.end(window)
 
     def test_by_a_signal(self):

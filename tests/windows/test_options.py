@@ -123,8 +123,11 @@ class Colours(Journey):
         window.menu("View", "Colours", "Dark")
         window.until(lambda: self.brightness(window, tree) < 60, "a dark tree")
         window.until(lambda: self.brightness(window, window.find("filler", "3D view of the product")) < 150, "a dark view")
+        page = window.find("filler", "catalogue")
+        window.until(lambda: self.brightness(window, page) < 120, "a dark page")
         window.menu("View", "Colours", "Light")
         window.until(lambda: self.brightness(window, tree) > 200, "a light tree")
+        window.until(lambda: self.brightness(window, page) > 200, "a light page")
 
     def test_dark_is_kept(self):
         window = self.open()

@@ -184,6 +184,13 @@ void QtPanelPage::ShowError(const QUrl& address)
     shown_->setCurrentIndex(1);
 }
 
+void QtPanelPage::ShowColours()
+{
+    const bool isDark = palette().color(QPalette::Window).lightness() < 128;
+    page_->runJavaScript("document.documentElement.dataset.colours = " + QString(isDark ? "\"dark\"" : "\"light\""),
+                         UserWorld);
+}
+
 void QtPanelPage::Load(const QUrl& address)
 {
     if (!IsShowable(address))
@@ -292,6 +299,7 @@ void QtPanelPage::ReportDocument(const QVariantList& own, const QString& injecte
         return ReportFailure();
     EndWork();
     shown_->setCurrentIndex(0);
+    ShowColours();
     if (document_ == own[1].toString())
         return;
     document_ = own[1].toString();
@@ -348,6 +356,13 @@ void QtPanelPage::closeEvent(QCloseEvent* event)
 {
     event->accept();
     AskToClose();
+}
+
+void QtPanelPage::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::PaletteChange && page_)
+        ShowColours();
+    QWidget::changeEvent(event);
 }
 
 // ---------------------------------------------------------------------------------------------

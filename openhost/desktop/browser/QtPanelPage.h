@@ -55,11 +55,14 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     void MakeButtons();
     QWidget* MakeErrorPage();
     void ShowError(const QUrl& address);
+    /// Tells the document whether the window is dark, which the browser takes from the system alone.
+    void ShowColours();
     void Load(const QUrl& address);
     void OnLoading(const QWebEngineLoadingInfo& info);
     void ReportDocument();

@@ -277,7 +277,12 @@ void SceneDrawing::ChooseDetails(const Graphic3d_Camera& camera, double height)
     std::vector<std::uint8_t> moving = Choose(Moving, pixels, all, {}, most(Moving));
     std::vector<std::uint8_t> atRest = Choose(AtRest, pixels, all, {}, std::numeric_limits<double>::infinity());
     // When that is too much, what is not in sight need not be better than while the camera moves.
-    if (costs_[AtRest] > most(AtRest))
+    const bool isTooMuch = costs_[AtRest] > most(AtRest);
+    if (isTooMuch && isMoving_) { // nobody sees it before the camera rests
+        Use(Moving, std::move(moving));
+        return;
+    }
+    if (isTooMuch)
         atRest = Choose(AtRest, pixels, FindSeen(scene_, moving, ProjectionOf(camera), SightWidth, SightHeight), moving,
                         most(AtRest));
     Use(AtRest, std::move(atRest));

@@ -19,6 +19,7 @@ namespace {
 enum Column { NameColumn, ShareColumn, BytesColumn, SpeedColumn, LeftColumn, ResultColumn, FolderColumn };
 
 constexpr int UpdateInterval = 100; // milliseconds
+constexpr int UsualWidth = 90;      ///< of a column, in pixels
 
 QString Size(std::uint64_t bytes)
 {
@@ -91,6 +92,8 @@ void TransferTable::Retranslate()
     cancel_->setText(Words("Cancel transfer"));
     clear_->setText(Words("Clear list"));
     Update();
+    for (int column = ShareColumn; column < FolderColumn; ++column)
+        table_->setColumnWidth(column, std::max(UsualWidth, table_->header()->sectionSizeHint(column)));
 }
 
 void TransferTable::NoteFolder(const QString& folder)
