@@ -215,6 +215,8 @@ TEST_F(PanelMemory, TheUserIsToldOfFilesWhoseListHasNoRoom)
     }
     ASSERT_EQ(1U, Surface().Questions().size());
     EXPECT_EQ("FileDownloadErrorNotify", Surface().Questions()[0].name);
+    Transport().Last().End(TransferEnd::Failed);
+    Loop().RunUntilIdle();
 }
 
 TEST_F(PanelMemory, ACommandRunsOrIsNotThere)
