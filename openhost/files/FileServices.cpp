@@ -94,7 +94,7 @@ public:
         if (descriptor < 0)
             return E_FAIL;
 
-        if (!IsRegularFile(descriptor) || (isWriting && ::ftruncate(descriptor, 0) != 0)) {
+        if (!IsRegularFile(descriptor) || (isWriting && Retry([&] { return ::ftruncate(descriptor, 0); }) != 0)) {
             ::close(descriptor);
             return E_FAIL;
         }
