@@ -86,7 +86,8 @@ private:
 };
 
 /// Runs the program `name`: an exception of `run` is told on standard error and gives StatusFailed, as does an output
-/// that cannot be written. A standard descriptor that is closed stays without use: no file that is opened takes its number.
+/// that cannot be written. A standard descriptor that is closed stays without use: no file that is opened takes its
+/// number.
 int RunProgram(const char* name, const std::function<int()>& run);
 
 } // namespace openhost

@@ -102,9 +102,9 @@ TEST_F(LimitedServerTest, AnUploadByAPageOfAnotherSiteIsRefused)
     const std::string own = "Origin: http://127.0.0.1:" + port + "\r\n";
     for (const std::string& origin :
          {std::string("Origin: http://velmart.example\r\n"), std::string("Origin: null\r\n"),
-          std::string("Origin: http://127.0.0.1\r\n"),
-          "Origin: http://localhost:" + port + "\r\n", "Origin: https://127.0.0.1:" + port + "\r\n",
-          "Origin: http://127.0.0.1:" + port + ".example\r\n", own + "Origin: http://velmart.example\r\n"})
+          std::string("Origin: http://127.0.0.1\r\n"), "Origin: http://localhost:" + port + "\r\n",
+          "Origin: https://127.0.0.1:" + port + "\r\n", "Origin: http://127.0.0.1:" + port + ".example\r\n",
+          own + "Origin: http://velmart.example\r\n"})
         EXPECT_EQ("HTTP/1.1 403", Upload(host + origin)) << origin;
     EXPECT_EQ("HTTP/1.1 400", Upload(host + own)) << "it is no form, but it was looked at";
     EXPECT_EQ("HTTP/1.1 400", Upload(host)) << "a program";
