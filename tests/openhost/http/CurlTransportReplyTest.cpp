@@ -179,16 +179,22 @@ TEST_F(CurlTransportReply, AnEndlessHeadFailsWithinBounds)
     EXPECT_EQ("the head of the reply is too long", Journalled("transfer")["error"]);
 }
 
-TEST_F(CurlTransportReply, ALongHeadBelowTheLimitIsDelivered)
+TEST_F(CurlTransportReply, AHeadHasAtMost256Kibibytes)
 {
     std::string headers;
-    for (int number = 0; number < 200; ++number)
+    for (int number = 0; number < 250; ++number)
         headers += "X-" + std::to_string(number) + ": " + std::string(1000, 'a') + "\r\n";
-    RawServer server(RawServer::Once(Reply("abc", headers)));
+    headers += "X-Last: ";
+    const std::size_t missing = CurlTransport::MaximumHeadSize - Reply("", headers + "\r\n").size();
+    const auto replyWith = [&](std::size_t size) { return Reply("", headers + std::string(size, 'a') + "\r\n"); };
+    ASSERT_EQ(CurlTransport::MaximumHeadSize, replyWith(missing).size());
+    RawServer server(RawServer::Once(replyWith(missing)));
     Fetch fetch(server.Url());
     RunWhole(fetch);
-    EXPECT_EQ(ZALHttpStatusFinished, fetch->status);
-    EXPECT_EQ(201U, fetch->headers.size());
+    EXPECT_EQ("hc finished 200: ", fetch.Told());
+    EXPECT_EQ(252U, fetch->headers.size());
+    Check({{"one byte more", replyWith(missing + 1), "c failed 0: "}});
+    EXPECT_EQ("the head of the reply is too long", Journalled("transfer")["error"]);
 }
 
 // ---------------------------------------------------------------------------------------------
