@@ -125,6 +125,9 @@ TEST(SessionFile, AnswersAreChecked)
               StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': -1}}"));
     EXPECT_EQ("2: 'button' must be a whole number from 0 to 1000",
               StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': 99999999999999999999}}"));
+    EXPECT_EQ("2: 'button' must be a whole number from 0 to 1000",
+              StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': 1001}}"));
+    EXPECT_EQ("no error", StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': 1000}}"));
     EXPECT_EQ("2: 'dialog' must not be empty", StepError("{'answer': {'dialog': '', 'button': 1}}"));
     EXPECT_EQ("2: 'answer' has the unknown key 'text'",
               StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': 1, 'text': ''}}"));
