@@ -101,6 +101,16 @@ TEST_F(LimitedServerTest, AReplyThatNobodyTakesIsGivenUpInTime)
     service_.reset();
 }
 
+TEST_F(LimitedServerTest, AConnectionWithoutAnotherRequestIsClosedAfterItsReply)
+{
+    Use({.headTime = 60s, .idleTime = 100ms});
+    const RawConnection idle(service_->GetPort());
+    idle.Send("GET /items HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    const std::string replies = idle.ReadAll();
+    EXPECT_THAT(replies, StartsWith("HTTP/1.1 200"));
+    EXPECT_EQ(0U, replies.rfind("HTTP/1.1 ")) << replies;
+}
+
 TEST_F(LimitedServerTest, RequestsOfOneConnectionAreAnsweredInTheirOrder)
 {
     const std::string replies = Exchange("GET /items HTTP/1.1\r\nHost: localhost\r\n\r\n"

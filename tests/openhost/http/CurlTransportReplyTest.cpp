@@ -1,7 +1,12 @@
 // Replies of every kind over real sockets.
 #include "tests/openhost/http/HttpFixture.h"
 
+#include "openhost/files/Descriptor.h"
+
 #include <gmock/gmock.h>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 using namespace openhost;
 using namespace openhost::testing;
@@ -321,6 +326,27 @@ TEST_F(CurlTransportReply, AServerThatIsNotThereFails)
         url = server.Url();
     }
     EXPECT_EQ("c failed 0: ", ToldOf(url));
+    EXPECT_THAT(Journalled("transfer")["error"].get<std::string>(), MatchesRegex("[ -~]+")) << "the reason in words";
+}
+
+TEST_F(CurlTransportReply, AConnectionThatIsNotTakenFailsAtTheLimit)
+{
+    Use({.connectTimeout = 100ms});
+    // A queue of one connection, which is full: the system leaves the next one without an answer.
+    const Descriptor listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const Descriptor queued(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address);
+    auto* const bare = reinterpret_cast<sockaddr*>(&address);
+    ASSERT_EQ(0, ::bind(listener.Number(), bare, size));
+    ASSERT_EQ(0, ::listen(listener.Number(), 0));
+    ASSERT_EQ(0, ::getsockname(listener.Number(), bare, &size));
+    ASSERT_EQ(0, ::connect(queued.Number(), bare, size));
+
+    EXPECT_EQ("c failed 0: ", ToldOf("http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/"));
+    EXPECT_THAT(Journalled("transfer")["error"].get<std::string>(), MatchesRegex("[ -~]+"));
 }
 
 TEST_F(CurlTransportReply, SilenceBeforeTheHeadFailsAtTheLimit)
