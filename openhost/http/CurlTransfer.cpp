@@ -107,6 +107,7 @@ bool CurlTransfer::StartHop()
 bool CurlTransfer::SetOptions()
 {
     const auto& options = connections_->GetOptions();
+    errorText_.front() = '\0';
     curl_easy_setopt(easy_, CURLOPT_ERRORBUFFER, errorText_.data());
     curl_easy_setopt(easy_, CURLOPT_NOPROGRESS, 1L);
     // A name that is still looked up does not hold up the end of its transfer.
@@ -614,7 +615,6 @@ void CurlTransfer::EndHop()
         curl_easy_cleanup(std::exchange(easy_, nullptr));
     }
     curl_slist_free_all(std::exchange(sentHeaders_, nullptr));
-    errorText_.fill('\0');
 }
 
 void CurlTransfer::Close()

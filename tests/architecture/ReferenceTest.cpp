@@ -25,18 +25,6 @@ const std::string& Reference()
     return text;
 }
 
-Row CellsOf(const std::string& line)
-{
-    Row cells;
-    std::size_t begin = 1;
-    for (std::size_t end = 0; (end = line.find('|', begin)) != std::string::npos; begin = end + 1) {
-        const std::string cell = line.substr(begin, end - begin);
-        const std::size_t first = cell.find_first_not_of(' ');
-        cells.push_back(first == std::string::npos ? "" : cell.substr(first, cell.find_last_not_of(' ') - first + 1));
-    }
-    return cells;
-}
-
 /// The rows of the first table under the heading `heading`, without the one of its titles.
 std::vector<Row> TableOf(const std::string& heading)
 {

@@ -106,6 +106,18 @@ std::string TextOfSource(const std::string& file)
     return TextOf(Root / file);
 }
 
+std::vector<std::string> CellsOf(const std::string& line)
+{
+    std::vector<std::string> cells;
+    std::size_t begin = 1;
+    for (std::size_t end = 0; (end = line.find('|', begin)) != std::string::npos; begin = end + 1) {
+        const std::string cell = line.substr(begin, end - begin);
+        const std::size_t first = cell.find_first_not_of(' ');
+        cells.push_back(first == std::string::npos ? "" : cell.substr(first, cell.find_last_not_of(' ') - first + 1));
+    }
+    return cells;
+}
+
 std::set<std::string> WordsIn(const std::string& folder)
 {
     static const std::regex word("[A-Za-z_][A-Za-z0-9_]*");

@@ -37,6 +37,9 @@ std::map<std::string, std::string> TextsBelow(const std::string& folder, const s
 /// The text of one file, whose path is relative to the root of the project. Throws std::runtime_error without it.
 std::string TextOfSource(const std::string& file);
 
+/// The cells of `line`, a row of a table in Markdown, without the blanks around them.
+std::vector<std::string> CellsOf(const std::string& line);
+
 /// The words of all files directly in `folder`: runs of letters, digits and "_".
 std::set<std::string> WordsIn(const std::string& folder);
 

@@ -234,4 +234,20 @@ TEST_F(CatalogueServiceTest, ManyRequestsAtOnceAreAllServed)
     EXPECT_EQ(std::vector<std::size_t>(12, 3'000'000), sizes);
 }
 
+TEST_F(CatalogueServiceTest, AFileOfThePageHasAtMostFourMebibytes)
+{
+    WriteFile("page/long.js", std::string(std::size_t{4} << 20, ' '));
+    EXPECT_EQ(200, GetCode("/page/long.js"));
+    WriteFile("page/long.js", std::string((std::size_t{4} << 20) + 1, ' '));
+    EXPECT_EQ(404, GetCode("/page/long.js"));
+}
+
+TEST_F(CatalogueServiceTest, ADescriptionOfAnItemHasAtMostAMebibyte)
+{
+    WriteFile("items/long.json", "{}" + std::string((std::size_t{1} << 20) - 2, ' '));
+    EXPECT_EQ(200, GetCode("/items/long"));
+    WriteFile("items/long.json", "{}" + std::string((std::size_t{1} << 20) - 1, ' '));
+    EXPECT_EQ(500, GetCode("/items/long"));
+}
+
 } // namespace catalogue::testing

@@ -1,8 +1,11 @@
 #include "ServiceTest.h"
 
+#include "catalogue/service/UploadedShape.h"
+
 #include <gmock/gmock.h>
 
 #include <deque>
+#include <future>
 
 namespace catalogue::testing {
 
@@ -14,9 +17,9 @@ using ::testing::StartsWith;
 class LimitedServerTest : public ServiceTest {
 protected:
     /// Runs the service with these limits from now on.
-    void Use(const ServiceLimits& limits)
+    void Use(const ServiceLimits& limits, const CatalogueService::Log& log = {})
     {
-        service_ = std::make_unique<CatalogueService>(root_, CatalogueService::Log{}, limits);
+        service_ = std::make_unique<CatalogueService>(root_, log, limits);
         service_->Start();
         client_ = std::make_unique<httplib::Client>("127.0.0.1", service_->GetPort());
         client_->set_read_timeout(30s);
@@ -71,6 +74,41 @@ TEST_F(LimitedServerTest, ABodyThatDoesNotComeIsRefusedInTime)
     const RawConnection slow(service_->GetPort());
     slow.Send("POST /upload HTTP/1.1\r\nHost: localhost\r\nContent-Length: 1000\r\n\r\nabc");
     EXPECT_THAT(slow.ReadAll(), StartsWith("HTTP/1.1 400"));
+}
+
+TEST_F(LimitedServerTest, ABodyHasAtMostTheSizeOfAnUploadAndItsForm)
+{
+    const auto codeOf = [&](std::size_t size) {
+        return Exchange("POST /upload HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\nContent-Type: text/plain\r\n"
+                        "Content-Length: " +
+                        std::to_string(size) + "\r\n\r\n" + std::string(size, 'a'))
+            .substr(0, 12);
+    };
+    const std::size_t most = MaximumUploadSize + (64 << 10);
+    EXPECT_EQ("HTTP/1.1 400", codeOf(most)) << "it is no form, but it was read";
+    EXPECT_EQ("HTTP/1.1 413", codeOf(most + 1));
+}
+
+TEST_F(LimitedServerTest, AReplyThatNobodyTakesIsGivenUpInTime)
+{
+    WriteFile("files/large.zip", std::string(16 << 20, 'z'));
+    std::promise<void> answered;
+    Use({.writeTime = 200ms}, [&](const std::string&) { answered.set_value(); });
+    const RawConnection unread(service_->GetPort());
+    unread.Send("GET /files/large.zip HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    ASSERT_EQ(std::future_status::ready, answered.get_future().wait_for(60s));
+    EXPECT_LT(unread.ReadAll().size(), std::size_t{16} << 20);
+    service_.reset();
+}
+
+TEST_F(LimitedServerTest, AConnectionWithoutAnotherRequestIsClosedAfterItsReply)
+{
+    Use({.headTime = 60s, .idleTime = 100ms});
+    const RawConnection idle(service_->GetPort());
+    idle.Send("GET /items HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    const std::string replies = idle.ReadAll();
+    EXPECT_THAT(replies, StartsWith("HTTP/1.1 200"));
+    EXPECT_EQ(0U, replies.rfind("HTTP/1.1 ")) << replies;
 }
 
 TEST_F(LimitedServerTest, RequestsOfOneConnectionAreAnsweredInTheirOrder)

@@ -54,6 +54,7 @@ TEST_F(ReplyTest, BadParametersAreRefusedWithTheReason)
                                    "piece=0&pause=1",
                                    "piece=5",
                                    "pause=5",
+                                   "piece=5&pause=600001",
                                    "slow=5&piece=5&pause=5",
                                    "redirect=",
                                    "redirect=101",

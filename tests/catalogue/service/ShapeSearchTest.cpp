@@ -2,6 +2,7 @@
 
 #include "ServiceTest.h"
 
+#include "catalogue/service/UploadedShape.h"
 #include "catalogue/shapes/ShapeToken.h"
 #include "tests/catalogue/shapes/TestShapes.h"
 #include "tests/support/ZipBytes.h"
@@ -16,6 +17,7 @@ namespace catalogue::testing {
 using Json = nlohmann::ordered_json;
 using openhost::testing::ZipBytes;
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 namespace {
 
@@ -185,7 +187,10 @@ TEST_F(ShapeSearchTest, ArchivesThatHoldAnythingElseThanOneShapeAreRefused)
 
 TEST_F(ShapeSearchTest, AnEntryThatUnpacksToMoreThanAShapeMayHaveIsRefused)
 {
-    const std::string archive = ZipBytes().Add("a.lvr", std::string(std::size_t{70} << 20, 'Z')).Deflated().Bytes();
+    std::string shape(MaximumUploadedShapeSize, 'Z');
+    EXPECT_THAT(Whole(Upload(ZipBytes().Add("a.lvr", shape).Deflated().Bytes())).body, Not(HasSubstr("too large")));
+    shape += 'Z';
+    const std::string archive = ZipBytes().Add("a.lvr", shape).Deflated().Bytes();
     ASSERT_LT(archive.size(), std::size_t{1} << 20);
     const httplib::Response reply = Whole(Upload(archive));
     EXPECT_EQ(400, reply.status);

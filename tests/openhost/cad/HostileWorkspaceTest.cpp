@@ -1,5 +1,7 @@
 // The workspace over documents and places that mean it no good: a reason, nothing lost, nothing half done.
 
+#include "openhost/cad/ProductRep.h"
+#include "openhost/cad/WorkspaceOccurrence.h"
 #include "openhost/cad/WorkspaceTree.h"
 #include "openhost/documents/DocumentStream.h"
 #include "openhost/files/Descriptor.h"
@@ -34,6 +36,15 @@ protected:
         product.links = links;
         for (std::uint32_t link = 0; link < links.size(); ++link)
             product.children.push_back({"child" + std::to_string(link), link, IdentityPlacement});
+        return product;
+    }
+    /// With `count` children that are all the document `link`.
+    static CadDocument ProductOf(const std::string& link, std::size_t count)
+    {
+        CadDocument product = ProductOf(LinkTable{link});
+        product.children.clear();
+        for (std::size_t index = 0; index < count; ++index)
+            product.children.push_back({"child" + std::to_string(index), 0, IdentityPlacement});
         return product;
     }
     std::filesystem::path Product(const std::string& name, const LinkTable& links) const
@@ -219,12 +230,35 @@ TEST_F(HostileWorkspace, AVeryLongChainOfProductsIsOpenedAndClosed)
     EXPECT_EQ(workspace.LoadedDocuments(), static_cast<std::size_t>(count));
     EXPECT_THAT(workspace.DisputedPartNumbers(top), ElementsAre("product"));
     std::string names = "product";
-    for (int level = 1; level < count; ++level)
+    for (int level = 1; level < 1000; ++level)
         names += "/child0";
-    EXPECT_EQ(nullptr, workspace.FindPath(names));
+    EXPECT_NE(nullptr, workspace.FindPath(names));
+    EXPECT_EQ(nullptr, workspace.FindPath(names + "/child0")) << "more than a thousand products on the way";
     EXPECT_EQ("product", DescribeTree(top)["name"]);
     workspace.Close(top);
     EXPECT_EQ(0U, workspace.LoadedDocuments());
+}
+
+TEST_F(HostileWorkspace, AMillionInstancesOfAProductAreGivenAndNoMore)
+{
+    Part("bolt.ZALPart", "bolt");
+    Write("inner.ZALProduct", BuildDocument(ProductOf("bolt.ZALPart", 999)));
+    CadWorkspace workspace;
+    LoadedDocument& top = workspace.Open(Write("top.ZALProduct", BuildDocument(ProductOf("inner.ZALProduct", 1000))));
+    EXPECT_EQ(MaximumInstances, InstancesBelow(*top.Root()).size());
+    workspace.AddComponents(*top.Root(), {File("bolt.ZALPart")});
+    EXPECT_THAT(Reason([&] { InstancesBelow(*top.Root()); }), HasSubstr("too many instances"));
+}
+
+TEST_F(HostileWorkspace, ATreeOfAHundredThousandInstancesIsShownAndNoLarger)
+{
+    Part("bolt.ZALPart", "bolt");
+    CadWorkspace workspace;
+    LoadedDocument& top =
+        workspace.Open(Write("top.ZALProduct", BuildDocument(ProductOf("bolt.ZALPart", MaximumShownInstances - 1))));
+    EXPECT_EQ(MaximumShownInstances - 1, FindShownParts(*top.Root()).size()) << "the product is the last one";
+    workspace.AddComponents(*top.Root(), {File("bolt.ZALPart")});
+    EXPECT_THAT(FindShownParts(*top.Root()), IsEmpty());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -251,7 +285,7 @@ TEST_F(HostileWorkspace, OddNamesAndPartNumbersComeBackFromTheFile)
                                           "two\nlines",
                                           " ",
                                           "..",
-                                          std::string(60'000, 'n'),
+                                          std::string(StreamReader::MaximumTextSize, 'n'),
                                           "\"},{\"event\":\"end\"",
                                           "名前/\xF0\x9F\x94\xA9",
                                           "%s%n",

@@ -231,6 +231,24 @@ TEST_F(Undo, LetsGoOfWhatNothingCanBringBack)
     EXPECT_EQ(History::MaximumSteps, undone);
 }
 
+TEST_F(Undo, KeepsStepsOfTwoHundredThousandChildrenInAll)
+{
+    for (const auto& [children, steps] : {std::pair<std::size_t, std::size_t>{100'000, 2}, {100'001, 1}}) {
+        const std::string name = std::to_string(children) + ".ZALProduct";
+        std::vector<std::string> bolts;
+        for (std::size_t index = 0; index < children; ++index)
+            bolts.push_back(std::to_string(index) + "=bolt.ZALPart");
+        LoadedDocument& many = OpenProduct(name, bolts);
+        for (const double shift : {1.0, 2.0, 3.0})
+            Do([&] { Workspace().MoveComponent(*many.Children().at(0), ShiftedBy({shift, 0, 0})); });
+        std::size_t undone = 0;
+        for (; Workspace().NextUndo(); ++undone)
+            Workspace().Undo();
+        EXPECT_EQ(steps, undone) << name;
+        Workspace().Close(many);
+    }
+}
+
 TEST_F(Undo, ForgetsWhatWasDoneToAClosedDocument)
 {
     LoadedDocument& nut = Workspace().Open(File("nut.ZALPart"));

@@ -42,6 +42,28 @@ protected:
     ProductModel model_;
 };
 
+TEST_F(ProductModelTest, AnOutlineHasAtMostThreeHundredThousandEntries)
+{
+    std::vector<std::string> children;
+    const auto add = [&](std::size_t count, const std::string& file) {
+        for (std::size_t index = 0; index < count; ++index)
+            children.push_back(std::to_string(children.size()) + "=" + file);
+    };
+    add(299, "a.ZALPart");
+    Product("bolts.ZALProduct", children);
+    // The root, 999 with 299 each, and single ones.
+    children.clear();
+    add(999, "bolts.ZALProduct");
+    add(ProductOutline::MaximumEntries - 1 - 999 * 300, "a.ZALPart");
+    const ProductOutline whole(OpenProduct("most.ZALProduct", children));
+    EXPECT_EQ(ProductOutline::MaximumEntries, whole.Size());
+    EXPECT_FALSE(whole.IsCut());
+    add(1, "a.ZALPart");
+    const ProductOutline cut(OpenProduct("more.ZALProduct", children));
+    EXPECT_EQ(ProductOutline::MaximumEntries, cut.Size());
+    EXPECT_TRUE(cut.IsCut());
+}
+
 TEST_F(ProductModelTest, EntriesStandInTheOrderOfTheTree)
 {
     EXPECT_THAT(Names(), ElementsAre("root", "root/B.1", "root/B.1/A.1", "root/B.1/A.2", "root/C.1", "root/B.2",

@@ -199,10 +199,13 @@ TEST_F(QtPanelPageTest, AMessageIsATextOfBoundedLength)
     OpenPath("/plain");
     ASSERT_TRUE(page_->ExecuteHandlers("try { hostPanel.sendMessage({}); } catch (error) "
                                        "{ hostPanel.sendMessage(error.message); }"
+                                       "hostPanel.sendMessage('x'.repeat(4 * 1024 * 1024));"
                                        "hostPanel.sendMessage('x'.repeat(4 * 1024 * 1024 + 1));"
                                        "hostPanel.sendMessage('end');"));
-    ASSERT_TRUE(Until([&] { return reports_.messages.size() == 2; }));
-    EXPECT_THAT(reports_.messages, ElementsAre("a message is a text", "end"));
+    ASSERT_TRUE(Until([&] { return reports_.messages.size() == 3; }));
+    EXPECT_EQ("a message is a text", reports_.messages[0]);
+    EXPECT_EQ(std::size_t{4} << 20, reports_.messages[1].size());
+    EXPECT_EQ("end", reports_.messages[2]);
 }
 
 // ---------------------------------------------------------------------------------------------

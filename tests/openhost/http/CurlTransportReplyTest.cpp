@@ -1,7 +1,12 @@
 // Replies of every kind over real sockets.
 #include "tests/openhost/http/HttpFixture.h"
 
+#include "openhost/files/Descriptor.h"
+
 #include <gmock/gmock.h>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 using namespace openhost;
 using namespace openhost::testing;
@@ -179,16 +184,22 @@ TEST_F(CurlTransportReply, AnEndlessHeadFailsWithinBounds)
     EXPECT_EQ("the head of the reply is too long", Journalled("transfer")["error"]);
 }
 
-TEST_F(CurlTransportReply, ALongHeadBelowTheLimitIsDelivered)
+TEST_F(CurlTransportReply, AHeadHasAtMost256Kibibytes)
 {
     std::string headers;
-    for (int number = 0; number < 200; ++number)
+    for (int number = 0; number < 250; ++number)
         headers += "X-" + std::to_string(number) + ": " + std::string(1000, 'a') + "\r\n";
-    RawServer server(RawServer::Once(Reply("abc", headers)));
+    headers += "X-Last: ";
+    const std::size_t missing = CurlTransport::MaximumHeadSize - Reply("", headers + "\r\n").size();
+    const auto replyWith = [&](std::size_t size) { return Reply("", headers + std::string(size, 'a') + "\r\n"); };
+    ASSERT_EQ(CurlTransport::MaximumHeadSize, replyWith(missing).size());
+    RawServer server(RawServer::Once(replyWith(missing)));
     Fetch fetch(server.Url());
     RunWhole(fetch);
-    EXPECT_EQ(ZALHttpStatusFinished, fetch->status);
-    EXPECT_EQ(201U, fetch->headers.size());
+    EXPECT_EQ("hc finished 200: ", fetch.Told());
+    EXPECT_EQ(252U, fetch->headers.size());
+    Check({{"one byte more", replyWith(missing + 1), "c failed 0: "}});
+    EXPECT_EQ("the head of the reply is too long", Journalled("transfer")["error"]);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -315,6 +326,27 @@ TEST_F(CurlTransportReply, AServerThatIsNotThereFails)
         url = server.Url();
     }
     EXPECT_EQ("c failed 0: ", ToldOf(url));
+    EXPECT_THAT(Journalled("transfer")["error"].get<std::string>(), MatchesRegex("[ -~]+")) << "the reason in words";
+}
+
+TEST_F(CurlTransportReply, AConnectionThatIsNotTakenFailsAtTheLimit)
+{
+    Use({.connectTimeout = 100ms});
+    // A queue of one connection, which is full: the system leaves the next one without an answer.
+    const Descriptor listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const Descriptor queued(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address);
+    auto* const bare = reinterpret_cast<sockaddr*>(&address);
+    ASSERT_EQ(0, ::bind(listener.Number(), bare, size));
+    ASSERT_EQ(0, ::listen(listener.Number(), 0));
+    ASSERT_EQ(0, ::getsockname(listener.Number(), bare, &size));
+    ASSERT_EQ(0, ::connect(queued.Number(), bare, size));
+
+    EXPECT_EQ("c failed 0: ", ToldOf("http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/"));
+    EXPECT_THAT(Journalled("transfer")["error"].get<std::string>(), MatchesRegex("[ -~]+"));
 }
 
 TEST_F(CurlTransportReply, SilenceBeforeTheHeadFailsAtTheLimit)

@@ -132,6 +132,18 @@ TEST_F(TransferListTest, OnlyTransfersThatHaveEndedAreCleared)
     EXPECT_TRUE(list_->Entries().empty());
 }
 
+TEST_F(TransferListTest, TwoHundredTransfersAreKeptAndTheOldestEndedGoesFirst)
+{
+    scripted_->Answer(Url, {.code = 200, .chunks = {"abc"}});
+    for (std::size_t number = 1; number <= TransferList::MaximumEntries + 1; ++number) {
+        EXPECT_EQ(number - 1, list_->Entries().size());
+        Begin();
+        Run();
+    }
+    EXPECT_EQ(TransferList::MaximumEntries, list_->Entries().size());
+    EXPECT_EQ(2U, list_->Entries().front().number);
+}
+
 TEST_F(TransferListTest, EachChangeIsToldUntilNobodyWantsIt)
 {
     scripted_->Answer(Url, {.code = 200, .chunks = {"abc"}});

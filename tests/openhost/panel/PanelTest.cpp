@@ -186,6 +186,24 @@ TEST_F(PanelOfTheRun, GivesTheChannelToTheHandlersScriptAlone)
     UnsetPathVariable(InstallationVariable);
 }
 
+TEST_F(PanelOfTheRun, GivesNoChannelToAScriptOfMoreThanAMebibyte)
+{
+    const TemporaryFolder installation;
+    const std::filesystem::path folder = installation.Path() / "webapps" / "ZALVelmartIntegrationJS";
+    std::filesystem::create_directories(folder);
+    Panel& panel = *Panel::Open();
+    SetPathVariable(InstallationVariable, installation.Path());
+    const std::string text = "connect();";
+    for (const std::size_t size : {std::size_t{1} << 20, (std::size_t{1} << 20) + 1}) {
+        const std::string script = text + std::string(size - text.size(), ' ');
+        std::ofstream(folder / "OpApiHandlers.js") << script;
+        EXPECT_EQ(S_OK, panel.ExecuteScript(FromUtf8(script)));
+    }
+    EXPECT_EQ(1U, Page().Handlers().size());
+    EXPECT_EQ(2U, Page().Scripts().size()) << "the other one runs as any script";
+    UnsetPathVariable(InstallationVariable);
+}
+
 TEST_F(PanelOfTheRun, TellsThePageWhatBecomesOfItsRequest)
 {
     Panel::Open();

@@ -514,6 +514,16 @@ TEST_F(Requests, TellOfAThousandFilesTheFirstAndTheirNumber)
     EXPECT_EQ("/parts", done["folder"]);
 }
 
+TEST_F(Requests, ArePublishedWithIdentifiersOfAtMostTwoHundredBytes)
+{
+    for (const std::size_t size : {200U, 201U}) {
+        const std::string id(size, 'i');
+        Receive(R"({"event":"message","text":"{\"event\":\"velmart_download\",\"content\":{\"id\":\")" + id +
+                R"(\"}}"})");
+        EXPECT_EQ(size == 200 ? id : "", told_.back().value("id", "")) << size;
+    }
+}
+
 TEST_F(Requests, DoNotNameTheHomeFolder)
 {
     const std::string home = std::getenv("HOME") ? std::getenv("HOME") : "";

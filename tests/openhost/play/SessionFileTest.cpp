@@ -125,6 +125,9 @@ TEST(SessionFile, AnswersAreChecked)
               StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': -1}}"));
     EXPECT_EQ("2: 'button' must be a whole number from 0 to 1000",
               StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': 99999999999999999999}}"));
+    EXPECT_EQ("2: 'button' must be a whole number from 0 to 1000",
+              StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': 1001}}"));
+    EXPECT_EQ("no error", StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': 1000}}"));
     EXPECT_EQ("2: 'dialog' must not be empty", StepError("{'answer': {'dialog': '', 'button': 1}}"));
     EXPECT_EQ("2: 'answer' has the unknown key 'text'",
               StepError("{'answer': {'dialog': 'OverwriteNotify', 'button': 1, 'text': ''}}"));
@@ -208,6 +211,7 @@ TEST(SessionFile, WaitsAreChecked)
     EXPECT_EQ("2: 'seconds' must be a number from 0 to 86400, not a text",
               StepError("{'wait': 'idle', 'seconds': '1'}"));
     EXPECT_EQ("no error", StepError("{'wait': 'idle', 'seconds': 0.25}"));
+    EXPECT_EQ("no error", StepError("{'wait': 'idle', 'seconds': 86400}"));
 }
 
 TEST(SessionFile, ANameThatThereIsNotIsRefusedWithThoseThatThereAre)
@@ -236,6 +240,8 @@ TEST(SessionFile, MovesAreChecked)
     EXPECT_EQ("2: 'at' must be a list of three numbers", error(", 'at': {}"));
     EXPECT_EQ("2: 'at' must be a number from -1e+06 to 1e+06, not a text", error(", 'at': [1, 2, '3']"));
     EXPECT_EQ("2: 'at' must be a number from -1e+06 to 1e+06", error(", 'at': [1, 2, 1e300]"));
+    EXPECT_EQ("2: 'at' must be a number from -1e+06 to 1e+06", error(", 'at': [1, 2, -1000001]"));
+    EXPECT_EQ("no error", error(", 'at': [1, -1e6, 1e6]"));
     EXPECT_EQ("2: 'axis' must have a direction", error(", 'at': [1, 2, 3], 'axis': [0, 0, 0]"));
     EXPECT_EQ("2: 'angle' must be a number from -360 to 360", error(", 'at': [1, 2, 3], 'angle': 361"));
     EXPECT_EQ("no error", error(", 'at': [1, 2, 3], 'axis': [0, 0, 1], 'angle': -360"));
@@ -306,11 +312,15 @@ TEST(SessionFile, AFileThatCannotBeReadIsRefused)
     EXPECT_THROW(ReadSessionFile(folder.Path()), LocatedError);
 }
 
-TEST(SessionFile, AnOverlongFileIsRefused)
+TEST(SessionFile, AFileHasAtMostFourMebibytes)
 {
     const TemporaryFolder folder;
-    std::ofstream(folder.Path() / "long.json") << "{\"steps\": []}" << std::string(MaximumSessionSize, ' ');
-    EXPECT_THROW(ReadSessionFile(folder.Path() / "long.json"), LocatedError);
+    const std::filesystem::path file = folder.Path() / "long.json";
+    const std::string text = "{\"steps\": []}";
+    std::ofstream(file) << text << std::string(MaximumSessionSize - text.size(), ' ');
+    EXPECT_NO_THROW(ReadSessionFile(file));
+    std::ofstream(file, std::ios::app) << ' ';
+    EXPECT_THROW(ReadSessionFile(file), LocatedError);
 }
 
 TEST(SessionFile, TheFolderOfAFileIsKept)

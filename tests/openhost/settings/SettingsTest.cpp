@@ -299,6 +299,27 @@ TEST_F(Settings, OfADamagedFileAreReportedAndNeverOverwritten)
     EXPECT_EQ("/parts", Location()) << "the file has been repaired";
 }
 
+TEST_F(Settings, AreReadFromAFileOfAtMostAMebibyte)
+{
+    const std::string text = R"({"DownloadLocation": "/parts"})";
+    Write(text + std::string((1 << 20) - text.size(), ' '));
+    EXPECT_EQ("", LoadError());
+    EXPECT_EQ("/parts", Location());
+    Write(text + std::string((1 << 20) - text.size() + 1, ' '));
+    EXPECT_THAT(LoadError(), HasSubstr("larger than 1048576 bytes"));
+}
+
+TEST_F(Settings, AreReadFromAFileOfAtMostSixtyFourLevels)
+{
+    const auto nested = [](std::size_t levels) {
+        return "{\"other\": " + std::string(levels - 1, '[') + "1" + std::string(levels - 1, ']') + "}";
+    };
+    Write(nested(64));
+    EXPECT_EQ("", LoadError());
+    Write(nested(65));
+    EXPECT_THAT(LoadError(), HasSubstr("nested too deeply"));
+}
+
 TEST_F(Settings, AreNotSavedOverAFileThatWasDamagedMeanwhile)
 {
     Load("{}");
