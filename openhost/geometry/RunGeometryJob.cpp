@@ -27,7 +27,7 @@ std::string RunOn(const TopoDS_Shape& shape, GeometryJob job)
     }
     case GeometryJob::Tessellate:
         return EncodeLvr(TessellateShape(shape));
-    case GeometryJob::Show:
+    case GeometryJob::View:
         return EncodeLvr(TessellateShape(shape, ViewTolerance));
     default:
         throw GeometryError("the job is unknown");

@@ -8,7 +8,7 @@ enum class GeometryJob : char {
     Copy = 'c',       ///< gives that of a copy, which shares nothing with its source
     Measure = 'm',    ///< gives the facts of the shape, which must be valid and hold a solid
     Tessellate = 't', ///< gives the shape as a light representation
-    Show = 's',       ///< gives it so as well, as far as a view needs it
+    View = 'v',       ///< gives it so as well, as far as a view needs it
 
     // openhost-conversion: each takes a ConversionRequest, writes its file and gives warnings, a line each.
     Export = 'x', ///< writes STEP

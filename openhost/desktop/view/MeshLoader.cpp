@@ -119,7 +119,7 @@ void MeshLoader::Work(Worker& worker)
         std::shared_ptr<const ShownMesh> mesh;
         std::string reason;
         try {
-            const std::string bytes = worker.process->Run(GeometryJob::Show, job.source());
+            const std::string bytes = worker.process->Run(GeometryJob::View, job.source());
             mesh = std::make_shared<const ShownMesh>(PrepareMesh(ReadLvrBytes(bytes)));
         } catch (const std::exception& error) {
             reason = error.what();

@@ -1030,7 +1030,7 @@ std::vector<std::map<std::string, std::string>> ReadColors()
 {
     const std::string text = ReadSource("catalogue/page/catalogue.css");
     std::vector<std::map<std::string, std::string>> schemes;
-    for (std::size_t place = 0; (place = text.find(":root {", place)) != std::string::npos; ++place) {
+    for (std::size_t place = 0; (place = text.find("\n:root", place)) != std::string::npos; ++place) {
         const std::string block = text.substr(place, text.find('}', place) - place);
         std::map<std::string, std::string> colors = schemes.empty() ? decltype(colors)() : schemes.front();
         const std::regex pattern("--([\\w-]+): #([0-9a-f]{6})");
