@@ -158,7 +158,8 @@ bool CurlTransfer::SetHeaders()
 {
     std::vector<std::string> lines;
     for (const auto& [name, value] : request_.headers)
-        lines.push_back(name + (value.empty() ? ";" : ": ") + value); // libcurl sends an empty value for the semicolon
+        // libcurl sends an empty value for the semicolon.
+        lines.emplace_back(name).append(value.empty() ? ";" : ": ").append(value);
     // What libcurl would add to a body on its own.
     lines.emplace_back("Expect:");
     if (!HasHeader(request_.headers, "Content-Type"))
