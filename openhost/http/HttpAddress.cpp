@@ -23,9 +23,8 @@ std::string PartOf(CURLU* handle, CURLUPart part, unsigned int flags = 0)
     char* text = nullptr;
     if (curl_url_get(handle, part, &text, flags) != CURLUE_OK)
         return {};
-    std::string copy = text;
-    curl_free(text);
-    return copy;
+    const std::unique_ptr<char, decltype(&curl_free)> owned(text, &curl_free);
+    return text;
 }
 
 std::optional<HttpAddress> Split(CURLU* handle)
