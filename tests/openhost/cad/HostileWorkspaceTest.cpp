@@ -6,6 +6,7 @@
 #include "openhost/documents/DocumentStream.h"
 #include "openhost/files/Descriptor.h"
 #include "openhost/files/Origin.h"
+#include "openhost/objects/Owned.h"
 #include "tests/openhost/cad/WorkspaceFixture.h"
 #include "tests/openhost/documents/DocumentBytes.h"
 #include "tests/openhost/files/FileSizeLimit.h"
@@ -232,7 +233,7 @@ TEST_F(HostileWorkspace, AVeryLongChainOfProductsIsOpenedAndClosed)
     std::string names = "product";
     for (int level = 1; level < 1000; ++level)
         names += "/child0";
-    EXPECT_NE(nullptr, workspace.FindPath(names));
+    EXPECT_TRUE(Owned<ZALPathElement>(workspace.FindPath(names)));
     EXPECT_EQ(nullptr, workspace.FindPath(names + "/child0")) << "more than a thousand products on the way";
     EXPECT_EQ("product", DescribeTree(top)["name"]);
     workspace.Close(top);
