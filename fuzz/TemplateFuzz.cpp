@@ -77,7 +77,7 @@ ZALUnicodeString Path(const ScriptedHost& host, const char* name)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const std::array<Source, 4> sound = {{{'S', "a.ZALPart", SoundPart("a")},
-                                                 {'P', "p.ZALProduct", SoundProduct("p", {"a.ZALPart", "a.ZALPart"})},
+                                                 {'P', "p.ZALProduct", SoundProduct("p", {"a.ZALPart"})},
                                                  {'T', "t.ZALPart", SoundPart("t")},
                                                  {'U', "u.ZALProduct", SoundProduct("u", {})}}};
     if (size == 0)
