@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <functional>
 #include <iostream>
+#include <system_error>
 #include <vector>
 
 #include <fcntl.h>
@@ -206,6 +208,12 @@ TEST(RunProgram, AnOutputThatCannotBeWrittenIsStatus1)
 TEST(RunProgram, WithoutAnyDescriptorItFailsWithAStatus)
 {
     const auto begins = [] {
+        // A sanitizer that meets a type of exception for the first time needs descriptors.
+        try {
+            throw std::system_error(EMFILE, std::generic_category(), "first");
+        } catch (const std::exception& error) {
+            EXPECT_NE(nullptr, error.what());
+        }
         const rlimit none{0, 0};
         ::setrlimit(RLIMIT_NOFILE, &none);
         RunWithout({1}, [] { return 0; });
