@@ -19,7 +19,13 @@ std::filesystem::path CanonicalPath(const std::filesystem::path& path)
 
 std::filesystem::path LinkTarget(const std::filesystem::path& folder, const std::string& link)
 {
-    return CanonicalPath(ResolveLink(folder, link));
+    std::filesystem::path target = ResolveLink(folder, link);
+    // Most lie beside the document, where one look is enough.
+    std::error_code error;
+    if (target.parent_path() == folder &&
+        std::filesystem::symlink_status(target, error).type() == std::filesystem::file_type::regular)
+        return target;
+    return CanonicalPath(target);
 }
 
 std::string LinkTo(const std::filesystem::path& folder, const std::filesystem::path& target)

@@ -10,7 +10,7 @@ namespace openhost {
 /// an empty path.
 std::filesystem::path CanonicalPath(const std::filesystem::path& path);
 
-/// Where the link `link` of a document in `folder` leads.
+/// Where the link `link` of a document in `folder`, a canonical path, leads: a canonical path.
 std::filesystem::path LinkTarget(const std::filesystem::path& folder, const std::string& link);
 
 /// The link of a document in `folder` to `target`. Refuses one that would lead elsewhere.

@@ -122,7 +122,7 @@ void CadWorkspace::LoadChildren(LoadedDocument& document, std::vector<LoadedDocu
         isUsed[child.link] = true;
 
     const std::filesystem::path folder = document.path_.parent_path();
-    const bool isFromOutside = IsFromOutside(document.path_);
+    const bool isFromOutside = !links.empty() && IsFromOutside(document.path_);
     std::vector<LinkedDocument> targets(links.size());
     for (std::size_t index = 0; index < links.size(); ++index)
         if (isFromOutside && LeadsOut(folder, links[index])) {

@@ -133,6 +133,29 @@ private:
 // ---------------------------------------------------------------------------------------------
 // Reading
 
+namespace {
+
+/// Files below this many bytes are read at once: libgsf asks the system some forty times for the pieces of a document.
+constexpr std::uintmax_t SmallFile = 1 << 20;
+
+/// The content of `file`, of `size` bytes; null when it is not small, or cannot be read whole. `file` stands at its
+/// beginning then.
+GsfInput* ReadSmallFile(std::FILE* file, std::uintmax_t size)
+{
+    if (size == 0 || size >= SmallFile)
+        return nullptr;
+    auto* bytes = static_cast<guint8*>(g_try_malloc(size));
+    if (!bytes)
+        return nullptr;
+    if (std::fread(bytes, 1, size, file) == size)
+        return gsf_input_memory_new(bytes, static_cast<gsf_off_t>(size), TRUE);
+    g_free(bytes);
+    std::rewind(file);
+    return nullptr;
+}
+
+} // namespace
+
 struct CompoundStorage::Opened {
     std::unique_ptr<GsfInfile, Unreference> storage;
     std::string fileName;
@@ -162,7 +185,11 @@ CompoundStorage CompoundStorage::OpenFile(const std::filesystem::path& path)
     std::FILE* file = std::fopen(path.c_str(), "rb");
     if (!file)
         throw CompoundFileError(path.string() + ": cannot be opened");
-    Input input(gsf_input_stdio_new_FILE(path.c_str(), file, FALSE));
+    Input input(ReadSmallFile(file, std::filesystem::file_size(path, failure)));
+    if (input)
+        std::fclose(file);
+    else
+        input.reset(gsf_input_stdio_new_FILE(path.c_str(), file, FALSE));
     if (!input)
         throw CompoundFileError(path.string() + ": cannot be read");
     return Open(input.get(), path.string());

@@ -10,11 +10,16 @@
 #include <system_error>
 #include <utility>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 namespace openhost {
 
 namespace {
 
 constexpr unsigned int MostWorkers = 4;
+/// How far the work stands back behind that of the window, whose frames come first.
+constexpr int Niceness = 10;
 
 } // namespace
 
@@ -103,6 +108,8 @@ void MeshLoader::DropAll()
 
 void MeshLoader::Work(Worker& worker)
 {
+    // Of this thread alone, and of the process that it starts.
+    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), Niceness);
     std::unique_lock lock(mutex_);
     for (;;) {
         worker.job = 0;

@@ -245,20 +245,27 @@ void ProductView::Implementation::Work()
         return;
     if (std::exchange(isFitDue_, false))
         FitCamera(false);
-    auto now = std::chrono::steady_clock::now();
+    // The window looks after what else there is between one of these and the next.
+    const auto now = std::chrono::steady_clock::now();
     if (areDetailsOld_ && (isUrgent_ || now >= nextChoice_)) {
         areDetailsOld_ = false;
         graphics->ChooseDetails();
         const auto end = std::chrono::steady_clock::now();
         nextChoice_ = end + std::max<std::chrono::nanoseconds>(ProgressTime, ProgressFrames * (end - now));
-        now = end;
+        work_.start(0);
+        return;
     }
-    const bool isMore = graphics->Drawing().Work(now + WorkTime);
+    graphics->Drawing().Work(now + WorkTime);
+    if (graphics->Drawing().IsFrameDue()) {
+        RedrawSoon();
+        return;
+    }
+    const bool isMore = graphics->Drawing().HasWork();
     if (isMore)
         work_.start(0);
     const std::chrono::nanoseconds wait = std::max(ProgressTime, ProgressFrames * frameTime_) - (now - drawn_);
     if (isUrgent_ ? !isMore : wait <= 0ns)
-        Redraw();
+        RedrawSoon();
     else if (!isMore && !redraw_.isActive())
         redraw_.start(std::chrono::ceil<std::chrono::milliseconds>(wait));
 }
@@ -273,6 +280,8 @@ void ProductView::Implementation::Redraw()
     graphics->Redraw();
     drawn_ = std::chrono::steady_clock::now();
     frameTime_ = drawn_ - start;
+    if (graphics->Drawing().HasWork())
+        work_.start(0);
 }
 
 void ProductView::Implementation::Finish()
@@ -286,7 +295,7 @@ void ProductView::Implementation::Finish()
     graphics->Drawing().SetMoving(false);
     areDetailsOld_ = false;
     graphics->ChooseDetails();
-    graphics->Drawing().Work(std::chrono::steady_clock::time_point::max());
+    graphics->Drawing().Work({});
 }
 
 void ProductView::Implementation::SetInstances(std::vector<Instance> instances)

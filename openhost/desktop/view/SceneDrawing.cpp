@@ -27,7 +27,7 @@ constexpr std::size_t LargeMesh = 10'000;
 constexpr std::array Errors = {0.7, 2.5};
 constexpr double LargestError = 100;
 /// How long a frame may take, in milliseconds.
-constexpr std::array FrameTimes = {250.0, 35.0};
+constexpr std::array FrameTimes = {60.0, 35.0};
 /// Size of the picture in which is looked for what is in sight.
 constexpr int SightWidth = 640;
 constexpr int SightHeight = 480;
@@ -36,6 +36,8 @@ constexpr std::uint8_t Coarsest = 255;
 /// Least and most triangles that are drawn, however long it takes.
 constexpr double LeastTriangles = 30'000;
 constexpr double MostTriangles = 2'000'000;
+/// Triangles that a frame may show for the first time, which takes several times as long as the next time.
+constexpr double FreshTriangles = 50'000;
 
 /// A vertex of a face as Graphic3d_ArrayOfTriangles lays it out, and one of an edge.
 struct FaceVertex {
@@ -324,10 +326,11 @@ void SceneDrawing::Use(Pace pace, std::vector<std::uint8_t> chosen)
 
 void SceneDrawing::NoteFrame(std::chrono::duration<double, std::milli> time)
 {
-    if (costs_[shown_] < LeastTriangles || !dirty_.empty())
+    const double cost = costs_[IsReduced() ? Moving : AtRest];
+    // Of all that is shown, and none of it for the first time, which takes longer.
+    if (std::exchange(fresh_, 0) > 0 || cost < LeastTriangles || HasWork())
         return;
-    const double speed = costs_[shown_] / std::max(time.count(), 0.1);
-    speed_ = (speed_ + speed) / 2;
+    speed_ = (speed_ + cost / std::max(time.count(), 0.1)) / 2;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -336,39 +339,54 @@ void SceneDrawing::NoteFrame(std::chrono::duration<double, std::milli> time)
 void SceneDrawing::SetMoving(bool isMoving)
 {
     isMoving_ = isMoving;
-    ShowPace();
+    ShowPaces();
 }
 
-void SceneDrawing::ShowPace()
+bool SceneDrawing::IsReduced() const
 {
-    // Less detail only where all of it takes too long; all of it not before all is ready.
-    const bool isTooMuch = costs_[AtRest] > std::clamp(speed_ * FrameTimes[Moving], LeastTriangles, MostTriangles);
-    const bool isReady = std::ranges::none_of(dirty_, [](const auto& entry) { return entry.second == AtRest; });
-    Pace next = shown_;
-    if (isMoving_ && isTooMuch)
-        next = Moving;
-    else if (isReady)
-        next = AtRest;
-    shown_ = next;
+    return isMoving_ && costs_[AtRest] > std::clamp(speed_ * FrameTimes[Moving], LeastTriangles, MostTriangles);
+}
+
+void SceneDrawing::ShowPaces()
+{
     for (Batch& batch : batches_)
-        for (const Pace pace : {AtRest, Moving}) {
-            SetVisible(batch.drawn[pace].faces, pace == shown_);
-            SetVisible(batch.drawn[pace].edges, pace == shown_);
-        }
+        ShowPace(batch);
 }
 
-bool SceneDrawing::Work(std::chrono::steady_clock::time_point deadline)
+void SceneDrawing::ShowPace(Batch& batch) const
 {
-    while (!dirty_.empty()) {
+    if (IsReduced())
+        batch.shown = Moving;
+    else if (!batch.drawn[AtRest].isDirty)
+        batch.shown = AtRest;
+    for (const Pace pace : {AtRest, Moving}) {
+        SetVisible(batch.drawn[pace].faces, pace == batch.shown);
+        SetVisible(batch.drawn[pace].edges, pace == batch.shown);
+    }
+}
+
+bool SceneDrawing::HasWork() const
+{
+    // What is drawn for the camera at rest comes last; nobody sees it before.
+    return !dirty_.empty() && !(dirty_.front().second == AtRest && IsReduced());
+}
+
+bool SceneDrawing::IsFrameDue() const
+{
+    return fresh_ > FreshTriangles;
+}
+
+void SceneDrawing::Work(std::optional<std::chrono::steady_clock::time_point> deadline)
+{
+    while (HasWork() && !(deadline && IsFrameDue())) {
         const auto [batch, pace] = dirty_.front();
         dirty_.pop_front();
         batches_[batch].drawn[pace].isDirty = false;
         Build(batches_[batch], pace);
-        if (std::chrono::steady_clock::now() >= deadline)
+        if (deadline && std::chrono::steady_clock::now() >= *deadline)
             break;
     }
-    ShowPace();
-    return !dirty_.empty();
+    ShowPaces();
 }
 
 void SceneDrawing::Build(Batch& batch, Pace pace)
@@ -384,10 +402,12 @@ void SceneDrawing::Build(Batch& batch, Pace pace)
     if (DrawsEdges(pace))
         drawn.edges = BuildEdges(items, pace);
     for (const opencascade::handle<Graphic3d_Structure>& structure : {drawn.faces, drawn.edges})
-        if (!structure.IsNull()) {
-            structure->SetVisible(pace == shown_);
+        if (!structure.IsNull())
             structure->Display();
-        }
+    ShowPace(batch);
+    if (batch.shown == pace)
+        for (const std::size_t number : items)
+            fresh_ += Cost(DetailOf(number, pace), pace);
 }
 
 opencascade::handle<Graphic3d_Structure> SceneDrawing::BuildFaces(const std::vector<std::size_t>& items,

@@ -50,9 +50,13 @@ public:
     void SetMoving(bool isMoving);
     /// Chooses the details for `camera` in a window of `height` pixels.
     void ChooseDetails(const Graphic3d_Camera& camera, double height);
-    /// Draws anew what has changed, until there is nothing to do or `deadline` has passed. Whether there is more to do.
-    bool Work(std::chrono::steady_clock::time_point deadline);
-    /// Whether what Work does is to be seen without more of it.
+    /// Draws anew what has changed, until a frame is due or `deadline` has passed; without one all that there is.
+    void Work(std::optional<std::chrono::steady_clock::time_point> deadline);
+    /// Whether Work has anything to do.
+    bool HasWork() const;
+    /// Whether so much is new that the next frame should not show more.
+    bool IsFrameDue() const;
+    /// Whether all that has changed is drawn anew.
     bool IsComplete() const { return dirty_.empty(); }
     /// Learns from how long a frame has taken.
     void NoteFrame(std::chrono::duration<double, std::milli> time);
@@ -70,6 +74,7 @@ private:
         bool isClosed = false; ///< all of its items are
         std::vector<std::size_t> items;
         std::array<Drawn, PaceCount> drawn;
+        Pace shown = Moving;
     };
 
     void Clear();
@@ -94,7 +99,10 @@ private:
                                      const std::vector<std::uint8_t>& unseen, double most);
     void Use(Pace pace, std::vector<std::uint8_t> chosen);
     double Cost(const MeshDetail& detail, Pace pace) const;
-    void ShowPace();
+    /// Whether less detail than at rest is shown, since the camera moves and all of it takes too long.
+    bool IsReduced() const;
+    void ShowPaces();
+    void ShowPace(Batch& batch) const;
 
     const ViewScene& scene_;
     opencascade::handle<Graphic3d_StructureManager> manager_;
@@ -113,7 +121,7 @@ private:
     std::deque<std::pair<std::size_t, Pace>> dirty_;           ///< batches
     opencascade::handle<Graphic3d_Structure> hovered_;
     bool isMoving_ = false;
-    Pace shown_ = AtRest;
+    double fresh_ = 0;   ///< triangles that no frame has shown yet
     double speed_ = 500; ///< triangles in a millisecond; as on a slow machine, at first
 };
 

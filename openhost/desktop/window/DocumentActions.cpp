@@ -156,8 +156,10 @@ void DocumentActions::AskAndOpen()
 {
     const std::filesystem::path file = AskForFile(
         &window_, Words("Open"), settings_.value("folder").toString().toStdString(), DocumentFilter(), false, {});
+    // The dialog leaves the screen first.
     if (!file.empty())
-        Open(file);
+        QMetaObject::invokeMethod(
+            this, [this, file] { Open(file); }, Qt::QueuedConnection);
 }
 
 void DocumentActions::Open(const std::filesystem::path& path)

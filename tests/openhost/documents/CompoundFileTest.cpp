@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include <sys/stat.h>
 
 namespace openhost::testing {
@@ -128,6 +130,20 @@ TEST(CompoundFile, StreamLongerThanTheCallerTakesIsRefused)
     const CompoundStorage file = CompoundStorage::OpenBytes(BuildCompoundFile(root), "file");
     EXPECT_EQ("abc", file.ReadStream("Stream", 3));
     EXPECT_THROW(file.ReadStream("Stream", 2), CompoundFileError);
+}
+
+TEST(CompoundFile, FilesOfAnySizeAreReadAndMayBeReplacedMeanwhile)
+{
+    const TemporaryFolder folder;
+    for (const std::size_t size : {1U, 1U << 19, (1U << 20) - 4096, 1U << 20, 3U << 20}) {
+        CompoundContents root;
+        root.streams = {{"Stream", std::string(size, 'x') + "end"}};
+        const auto path = folder.Path() / ("file" + std::to_string(size));
+        std::ofstream(path, std::ios::binary) << BuildCompoundFile(root);
+        const CompoundStorage file = CompoundStorage::OpenFile(path);
+        std::filesystem::remove(path);
+        EXPECT_EQ(std::string(size, 'x') + "end", file.ReadStream("Stream", 4U << 20)) << size;
+    }
 }
 
 TEST(CompoundFile, WhatIsNoFileIsRefusedWithoutWaiting)
