@@ -4,6 +4,7 @@
 #include "Measure.h"
 
 #include "catalogue/service/CatalogueService.h"
+#include "catalogue/store/ItemStore.h"
 #include "openhost/files/TemporaryFolder.h"
 
 #include <arpa/inet.h>
@@ -61,7 +62,7 @@ int main()
 {
     const openhost::TemporaryFolder folder;
     std::filesystem::create_directory(folder.Path() / "files");
-    std::ofstream(folder.Path() / "index.json") << "[]";
+    catalogue::ItemStoreWriter(folder.Path() / catalogue::StoreName);
     std::ofstream(folder.Path() / "files" / "large.zip") << std::string(64 << 20, 'z');
     catalogue::CatalogueService service(folder.Path());
     service.Start();

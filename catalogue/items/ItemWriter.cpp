@@ -3,6 +3,7 @@
 #include "catalogue/items/ItemMesh.h"
 #include "catalogue/items/Placements.h"
 #include "catalogue/shapes/ShapeToken.h"
+#include "catalogue/store/ItemStore.h"
 #include "openhost/files/AtomicFile.h"
 #include "openhost/geometry/DocumentTree.h"
 #include "openhost/picture/RenderDocument.h"
@@ -119,7 +120,7 @@ void WritePicture(const Catalogue& catalogue, const Item& item, const std::files
 }
 
 // ---------------------------------------------------------------------------------------------
-// Request and index
+// Request and entry
 
 Json DimensionsOf(const Item& item)
 {
@@ -204,7 +205,14 @@ openhost::Vector Rounded(const openhost::Vector& point)
     return {Rounded(point[0]), Rounded(point[1]), Rounded(point[2])};
 }
 
-Json IndexEntry(const Catalogue& catalogue, const Item& item, const openhost::LvrMesh& mesh)
+/// What the parameter of that name says; empty when there is none.
+std::string MaterialOf(const openhost::CadDocument& document)
+{
+    const auto material = std::ranges::find(document.parameters, "Material", &openhost::UserParameter::name);
+    return material != document.parameters.end() ? openhost::ParameterText(*material) : std::string();
+}
+
+Json EntryOf(const Catalogue& catalogue, const Item& item, const openhost::LvrMesh& mesh)
 {
     Extent extent;
     Gather(catalogue, item.root, openhost::IdentityPlacement, extent);
@@ -217,6 +225,7 @@ Json IndexEntry(const Catalogue& catalogue, const Item& item, const openhost::Lv
             {"category", item.category},
             {"description", item.description},
             {"kind", product ? "assembly" : "part"},
+            {"material", MaterialOf(catalogue.documents.at(item.root))},
             {"picture", "/items/" + item.id + "/picture"},
             {"file", ServedName(item)},
             {"root", item.root},
@@ -238,16 +247,21 @@ void WriteCatalogue(const Catalogue& catalogue, const std::filesystem::path& fol
     std::filesystem::create_directories(folder / "shapes");
     for (const auto& [name, document] : catalogue.templates)
         openhost::WriteDocument(document, folder / "files" / "templates" / name);
-    Json index = Json::array();
+    std::vector<Json> entries;
     for (const Item& item : catalogue.items) {
         WriteFiles(catalogue, item, folder / "files");
         WritePicture(catalogue, item, folder / "pictures");
         openhost::WriteFileAtomically(folder / "items" / (item.id + ".json"), Request(item).dump(2) + "\n");
         const openhost::LvrMesh mesh = TessellateItem(catalogue, item);
         openhost::WriteLvr(folder / "shapes" / (item.id + ".lvr"), mesh);
-        index.push_back(IndexEntry(catalogue, item, mesh));
+        entries.push_back(EntryOf(catalogue, item, mesh));
     }
-    openhost::WriteFileAtomically(folder / "index.json", index.dump(2) + "\n");
+    std::filesystem::remove(folder / StoreName);
+    ItemStoreWriter store(folder / StoreName);
+    store.DoAtOnce([&] {
+        for (const Json& entry : entries)
+            store.Put(entry);
+    });
 }
 
 } // namespace catalogue

@@ -15,8 +15,8 @@ namespace catalogue {
 ///   items/<id>.json        the download request that the page sends for the item
 ///   pictures/<id>.png      a picture of the item, 320 x 240
 ///   shapes/<id>.lvr        the light representation of an item
-///   index.json             all items with sizes, volumes, boxes, the paths under which pictures are served, and their
-///                          shapes as queries of the search
+///   items.sqlite           all items with sizes, volumes, boxes, materials, the paths under which pictures are served,
+///                          and their shapes as queries of the search
 ///
 /// In the requests "${BASE}" stands for the address of the service and "${FILES}" for the
 /// absolute path of the folder `files`, both without a separator at the end. Equal catalogues give equal bytes. Throws

@@ -16,7 +16,7 @@ int Run(int count, char** values)
 {
     openhost::CommandLine line("velmart-items", "Builds the items of the catalogue");
     std::string folder;
-    line.Program().Word("OUTDIR", folder, "the folder that gets files/, items/, pictures/ and index.json").Required();
+    line.Program().Word("OUTDIR", folder, "the folder that gets files/, items/, pictures/ and items.sqlite").Required();
     line.Program().Footer("Example: velmart-items items");
     if (const std::optional<int> status = line.Read(count, values))
         return *status;

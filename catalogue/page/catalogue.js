@@ -5,15 +5,17 @@
 
 import {addressOfCategory, addressOfShape, readParameter, readRoute} from "./address.js";
 import {host} from "./host.js";
-import {fetchItems, searchShapes} from "./service.js";
-import {categoryName, describe, language, texts, titleOf} from "./texts.js";
+import {fetchItem, fetchItems, searchShapes} from "./service.js";
+import {alternativesOf, categoryName, language, texts, titleOf} from "./texts.js";
 import {makeCategories, makeItem, makeList, makeResults, makeTrouble, makeWait} from "./views.js";
 import {begin, isBusy, prepare} from "./work.js";
 
 const content = document.getElementById("content");
 const queryField = document.getElementById("query");
 
-let items = null; // once the service has given them
+let overview = null; // of the whole catalogue, once the service has given it: {total, categories}
+let listed = null; // the list shown last, as far as it was asked for, so that the way back finds it again
+const chosen = {material: null, size: null};
 let list = {address: addressOfCategory(null), label: texts.allItems}; // or the results, shown last
 let shown = 0; // views begun; an answer for an earlier one is dropped
 let leaving = new AbortController(); // of what the view shown has begun
@@ -35,36 +37,67 @@ function focusHeading() {
     scrollTo(0, 0);
 }
 
-function matches(item, words) {
-    const text = [item.title, titleOf(item.title), item.category, categoryName(item.category), item.description,
-                  describe(item), item.id,
-                  ...item.dimensions.map(([name, value]) => `${name}${value} ${name}=${value}`)].join(" ").toLowerCase();
-    return words.every((word) => text.includes(word));
-}
-
+/// `current` is the one that is shown, null for all of them.
 function showCategories(current) {
-    const names = [...new Set((items ?? []).map((item) => item.category))];
-    document.getElementById("categories").replaceChildren(...makeCategories(names, current));
+    document.getElementById("categories")
+        .replaceChildren(...makeCategories(overview.categories.map(({name}) => name), current));
 }
 
-function showList(category) {
+/// The items that the address, the words and the choices ask for.
+async function showList(category, view) {
     const words = queryField.value.trim();
-    const matching = items.filter((item) => (category === null || item.category === category) &&
-                                            matches(item, words.toLowerCase().split(/\s+/)));
+    const wanted = {category, ...chosen, words: words.split(/\s+/).filter((word) => word !== "").map(alternativesOf)};
+    const key = JSON.stringify(wanted);
+    if (listed?.key !== key) {
+        const page = await fetchItems(wanted);
+        if (view !== shown)
+            return;
+        listed = {key, wanted, page};
+    }
     list = {address: addressOfCategory(category), label: category === null ? texts.allItems : categoryName(category)};
-    show(makeList(list.label, matching, words), category === null ? "" : list.label);
-    announce(texts.itemsOf(matching.length, items.length));
+    showCategories(category);
+    show(makeList(list.label, listed.page, words, chosen, choose, showMore), category === null ? "" : list.label);
+    announce(texts.itemsOf(listed.page.total, overview.total));
 }
 
-const titleOfItem = (id) => items.find((item) => item.id === id)?.title ?? null;
+async function choose(name, value) {
+    chosen[name] = value;
+    places.clear();
+    await showRoute(false);
+    document.getElementById(name)?.focus();
+}
 
-function showItem(id) {
-    const item = items.find((candidate) => candidate.id === id);
+/// The next page of the list, below the others.
+async function showMore() {
+    const {wanted, page} = listed;
+    const button = document.getElementById("more");
+    button.disabled = true;
+    const before = page.items.length;
+    try {
+        const next = await fetchItems(wanted, before);
+        if (page !== listed?.page || !button.isConnected)
+            return;
+        page.items.push(...next.items);
+        if (next.items.length === 0) // the catalogue has become smaller
+            page.total = before;
+        await showRoute(false);
+        content.querySelectorAll(".items a")[before]?.focus({preventScroll: true});
+    } catch (error) {
+        button.disabled = false;
+        announce(error.message);
+    }
+}
+
+async function showItem(id, view) {
+    const item = await fetchItem(id);
+    if (view !== shown)
+        return;
+    showCategories();
     if (!item) {
         show(makeTrouble(texts.noSuchItem, texts.notThere, () => { location.hash = list.address; }));
         return;
     }
-    show(makeItem(item, {host, busy: isBusy(), back: list, titleOfItem, search: searchShapes, signal: leaving.signal,
+    show(makeItem(item, {host, busy: isBusy(), back: list, search: searchShapes, signal: leaving.signal,
                          act: (action) => begin(action, item)}), titleOf(item.title));
 }
 
@@ -77,6 +110,7 @@ async function showShapes(query, view) {
         found = {query, shapes};
     }
     list = {address: addressOfShape(query), label: texts.similarShapes};
+    showCategories();
     show(makeResults(found.shapes), list.label);
     announce(texts.similarFound(found.shapes.length));
 }
@@ -89,19 +123,19 @@ async function showRoute(moveFocus, place = null) {
     leaving.abort();
     leaving = new AbortController();
     try {
-        if (!items) {
+        if (!overview) {
             show(makeWait(texts.loading));
-            items = await fetchItems();
+            const page = await fetchItems({}, 0, 0);
             if (view !== shown)
                 return;
+            overview = page;
         }
-        showCategories(route.view === "list" ? route.category : undefined);
         if (route.view === "item")
-            showItem(route.id);
+            await showItem(route.id, view);
         else if (route.view === "shapes")
             await showShapes(route.query, view);
         else
-            showList(route.category);
+            await showList(route.category, view);
     } catch (error) {
         if (view !== shown)
             return;
@@ -185,7 +219,7 @@ function showConnection() {
     const connection = document.getElementById("connection");
     connection.dataset.state = "connected";
     connection.textContent = texts.connected;
-    if (items && readRoute().view === "item")
+    if (overview && readRoute().view === "item")
         showRoute(false);
 }
 

@@ -9,6 +9,9 @@ const LargestShape = 64 << 20;
 
 export class ServiceError extends Error {}
 
+/// Items of a page of a list.
+export const PageItems = 60;
+
 async function fetchJson(path) {
     let response;
     try {
@@ -62,15 +65,56 @@ function readItem(entry) {
     };
 }
 
-/// All items.
-export async function fetchItems() {
-    const list = await fetchJson("/items");
-    if (!Array.isArray(list))
+const isCount = (value) => Number.isInteger(value) && value >= 0;
+
+function readChoices(list) {
+    return (Array.isArray(list) ? list : [])
+        .filter((choice) => isObject(choice) && textOf(choice.name) && isCount(choice.count))
+        .map(({name, count}) => ({name, count}));
+}
+
+function readSizes(list) {
+    return (Array.isArray(list) ? list : [])
+        .filter((size) => isObject(size) && Number.isFinite(size.from) && isCount(size.count))
+        .map(({from, to, count}) => ({from, to: Number.isFinite(to) ? to : null, count}));
+}
+
+/// The items after the first `first` ones that `wanted` asks for: {words, category, material, size}, where `words` is a
+/// list of lists of alternatives, and null leaves open what it stands for. Gives {total, items, categories, materials,
+/// sizes, meant}: how many there are, a page of them, what else could be chosen, and the words that were searched in
+/// place of mistyped ones, or null. `most` is how many items the page has.
+export async function fetchItems({words = [], category = null, material = null, size = null}, first = 0, most = PageItems) {
+    const parameters = new URLSearchParams();
+    for (const alternatives of words)
+        parameters.append("word", alternatives.map((text) => text.replaceAll("|", " ")).join("|"));
+    for (const [name, value] of Object.entries({category, material, size, first: first || null, count: most}))
+        if (value !== null)
+            parameters.append(name, value);
+    const answer = await fetchJson(`/items?${parameters}`);
+    if (!isObject(answer) || !isCount(answer.total) || !Array.isArray(answer.items))
         throw unreadable();
-    const items = list.map(readItem).filter((item) => item !== null);
-    if (list.length > 0 && items.length === 0)
+    const items = answer.items.map(readItem).filter((item) => item !== null);
+    if (answer.items.length > 0 && items.length === 0)
         throw unreadable();
-    return items;
+    const meant = (Array.isArray(answer.meant) ? answer.meant : []).filter(textOf).join(" ");
+    return {total: answer.total, items, categories: readChoices(answer.categories),
+            materials: readChoices(answer.materials), sizes: readSizes(answer.sizes), meant: meant || null};
+}
+
+/// What is known of the item `id`, or null when there is none.
+export async function fetchItem(id) {
+    let entry;
+    try {
+        entry = await fetchJson(`/items/${encodeURIComponent(id)}/entry`);
+    } catch (error) {
+        if (error.message === texts.notThere)
+            return null;
+        throw error;
+    }
+    const item = readItem(entry);
+    if (item === null)
+        throw unreadable();
+    return item;
 }
 
 /// What the application needs for the item `id`.

@@ -13,6 +13,9 @@ export const language = wanted.map((name) => String(name ?? "").toLowerCase().sp
 /// The texts.
 export const texts = tables[language];
 
+/// Most that the service takes for one word.
+const MostAlternatives = 50;
+
 const own = (table, key) => (Object.hasOwn(table, key) ? table[key] : null);
 
 export const number = new Intl.NumberFormat(language, {maximumFractionDigits: 2});
@@ -24,6 +27,14 @@ export function titleOf(title) {
     for (const [word, other] of texts.titleWords)
         title = title.replace(new RegExp(`\\b${word}\\b`), other);
     return title;
+}
+
+/// What may be searched for `word`: itself, and what the service calls that of which it is a part in this language.
+export function alternativesOf(word) {
+    const part = word.toLowerCase();
+    const pairs = [...texts.titleWords, ...Object.entries(texts.category), ...Object.entries(texts.description)];
+    return [word, ...new Set(pairs.filter(([, own]) => own.toLowerCase().includes(part)).map(([other]) => other))]
+        .slice(0, MostAlternatives);
 }
 
 /// Such as "Inner diameter d", or the symbol alone.

@@ -2,7 +2,7 @@
 
 import {addressOfCategory, addressOfItem} from "./address.js";
 import {parseShape} from "./lvr.js";
-import {fetchShape, fileOf, pictureOf} from "./service.js";
+import {fetchShape, fileOf, PageItems, pictureOf} from "./service.js";
 import {categoryName, describe, dimensionName, number, texts, titleOf} from "./texts.js";
 import {showMesh} from "./viewer.js";
 
@@ -59,11 +59,48 @@ function makeRow(id, title, detail, end = null) {
                                     make("span", {class: "detail"}, detail)), end));
 }
 
-export function makeList(heading, items, words) {
-    if (items.length === 0)
-        return [makeHeading(heading), make("p", {class: "count"}, words ? texts.nothingMatches(words) : texts.noItems)];
-    return [makeHeading(heading), make("p", {class: "count"}, texts.items(items.length)),
-            make("ul", {class: "items"}, ...items.map((item) => makeRow(item.id, titleOf(item.title), describeSize(item))))];
+/// A box to choose one of `choices`, each {value, text}, or none; nothing when there is no choice. `choose` is called with
+/// the value, or null.
+function makeChooser(id, label, none, choices, chosen, choose) {
+    if (choices.length < 2 && chosen === null)
+        return null;
+    const value = chosen === null ? "" : String(chosen);
+    const box = make("select", {id}, make("option", {value: ""}, none),
+        ...choices.map((choice) => make("option", {value: choice.value, selected: String(choice.value) === value},
+                                        choice.text)));
+    // What was chosen before may fit nothing now.
+    if (chosen !== null && !choices.some((choice) => String(choice.value) === value))
+        box.append(make("option", {value, selected: true}, value));
+    box.addEventListener("change", () => choose(box.value === "" ? null : box.value));
+    return make("label", {for: id}, make("span", {}, label), box);
+}
+
+function makeChoosers({materials, sizes}, {material, size}, choose) {
+    const choosers = [
+        makeChooser("material", texts.material, texts.anyMaterial,
+                    materials.map(({name, count}) => ({value: name, text: texts.choice(name, count)})), material,
+                    (value) => choose("material", value)),
+        makeChooser("size", texts.size, texts.anySize,
+                    sizes.map(({from, to, count}) => ({value: from, text: texts.choice(texts.sizeRange(from, to), count)})),
+                    size, (value) => choose("size", value)),
+    ].filter((chooser) => chooser !== null);
+    return choosers.length > 0 ? make("div", {class: "choosers"}, ...choosers) : null;
+}
+
+/// A page of items under `heading`. `words` is what was searched, `chosen` {material, size} what the user has chosen;
+/// `choose` is called with one of its names and a value, and `more` when more items are wanted.
+export function makeList(heading, page, words, chosen, choose, more) {
+    const {items, total, meant} = page;
+    const count = total === 0 ? (words ? texts.nothingMatches(words) : texts.noItems)
+        : meant !== null ? texts.meant(words, meant) : texts.items(total);
+    const button = items.length < total
+        ? make("button", {id: "more", type: "button"}, texts.more(Math.min(total - items.length, PageItems))) : null;
+    button?.addEventListener("click", more);
+    return [makeHeading(heading), make("p", {class: "count"}, count), makeChoosers(page, chosen, choose),
+            items.length === 0 ? null
+                : make("ul", {class: "items"},
+                       ...items.map((item) => makeRow(item.id, titleOf(item.title), describeSize(item)))),
+            button].filter((element) => element !== null);
 }
 
 /// Rows for shapes, of which the first has the rank `first`.
@@ -121,15 +158,13 @@ function makePreview(item, signal) {
     return make("figure", {class: "picture"}, image, canvas, hint);
 }
 
-/// The parts of an assembly. `titleOfItem` gives the title of an item, or null for one that is not there.
-function makeParts(item, titleOfItem) {
+/// The parts of an assembly.
+function makeParts(item) {
     if (item.parts.length === 0)
         return null;
-    const rows = item.parts.map(({id, name, count}) => {
-        const title = titleOfItem(id);
-        return make("li", {}, make("span", {class: "number"}, texts.partCount(count)), " ",
-                    title === null ? make("span", {}, name) : make("a", {href: addressOfItem(id)}, titleOf(title)));
-    });
+    const rows = item.parts.map(({id, name, count}) =>
+        make("li", {}, make("span", {class: "number"}, texts.partCount(count)), " ",
+             id ? make("a", {href: addressOfItem(id)}, titleOf(name)) : make("span", {}, titleOf(name))));
     return make("section", {class: "parts", "aria-labelledby": "parts"}, make("h3", {id: "parts"}, texts.parts),
                 make("ul", {}, ...rows));
 }
@@ -159,7 +194,7 @@ const Actions = [
 
 /// `back` is {address, label}; `act` is called with the name of the button that was pressed. What takes time goes on
 /// until `signal` aborts.
-export function makeItem(item, {host, busy, back, act, search, titleOfItem, signal}) {
+export function makeItem(item, {host, busy, back, act, search, signal}) {
     const buttons = Actions.filter(({needsProduct}) => !needsProduct || host.context !== "DocChooser")
         .map(({name}, index) => {
             const button = make("button", {id: name, type: "button", class: index === 0 ? "first" : null,
@@ -179,7 +214,7 @@ export function makeItem(item, {host, busy, back, act, search, titleOfItem, sign
         host.connected || !file ? null
             : make("p", {}, make("a", {id: "file", href: file, download: item.file}, texts.downloadFile(item.file))),
         makeTable(item),
-        makeParts(item, titleOfItem),
+        makeParts(item),
         makeSimilar(item, search, signal),
     ].filter((element) => element !== null);
 }

@@ -1,6 +1,7 @@
 #include "catalogue/service/CatalogueService.h"
 
 #include "catalogue/service/GeneratedArchive.h"
+#include "catalogue/service/ItemSearch.h"
 #include "catalogue/service/LimitedServer.h"
 #include "catalogue/service/PercentEncode.h"
 #include "catalogue/service/Reply.h"
@@ -30,6 +31,8 @@ constexpr std::uint64_t MaximumItemSize = 1 << 20;
 constexpr std::size_t MaximumRequestSize = MaximumUploadSize + (64 << 10);
 constexpr const char* UploadPath = "/upload";
 constexpr std::uint64_t MaximumPageSize = 4 << 20;
+/// Items that a search by shape gives when its address does not say how many.
+constexpr std::size_t UsualResults = 100;
 
 /// Whether `host`, the value of a Host header, names this machine's loopback, with any port.
 bool IsLoopbackHost(const std::string& host)
@@ -124,6 +127,7 @@ private:
     void AnswerPage(const httplib::Request& request, httplib::Response& response);
     void AnswerItems(const httplib::Request& request, httplib::Response& response);
     void AnswerItem(const httplib::Request& request, httplib::Response& response);
+    void AnswerEntry(const httplib::Request& request, httplib::Response& response);
     void AnswerPicture(const httplib::Request& request, httplib::Response& response);
     void AnswerShape(const httplib::Request& request, httplib::Response& response);
     void AnswerFile(const httplib::Request& request, httplib::Response& response);
@@ -131,13 +135,14 @@ private:
     void AnswerUpload(const httplib::Request& request, httplib::Response& response);
     void AnswerSearch(const httplib::Request& request, httplib::Response& response);
     void SendPage(const std::string& name, httplib::Response& response) const;
-    void SendJson(const std::filesystem::path& path, httplib::Response& response) const;
+    void SendJson(Json answer, httplib::Response& response) const;
     void FillIn(Json& value) const;
 
     std::filesystem::path root_;
     LimitedServer server_;
     StopSignal stop_;
     ArchiveCache archives_;
+    std::unique_ptr<ItemStore> items_;
     std::unique_ptr<ShapeSearch> shapes_;
     std::thread thread_;
     int port_ = 0;
@@ -149,7 +154,8 @@ CatalogueService::Implementation::Implementation(const std::filesystem::path& ro
 {
     if (!std::filesystem::is_directory(root_))
         throw std::runtime_error("no folder: " + root.string());
-    shapes_ = std::make_unique<ShapeSearch>(root_ / "index.json");
+    items_ = std::make_unique<ItemStore>(root_ / StoreName);
+    shapes_ = std::make_unique<ShapeSearch>(*items_);
 
     server_.set_address_family(AF_INET);
     // The library's own choice would let a second service take the same port unnoticed.
@@ -215,6 +221,7 @@ void CatalogueService::Implementation::AddRoutes()
     server_.Get("/page/([^/]+)", handler(&Implementation::AnswerPage));
     server_.Get("/items", handler(&Implementation::AnswerItems));
     server_.Get("/items/([^/]+)", handler(&Implementation::AnswerItem));
+    server_.Get("/items/([^/]+)/entry", handler(&Implementation::AnswerEntry));
     server_.Get("/items/([^/]+)/picture", handler(&Implementation::AnswerPicture));
     server_.Get("/items/([^/]+)/shape", handler(&Implementation::AnswerShape));
     server_.Get("/files/(templates/)?([^/]+)", handler(&Implementation::AnswerFile));
@@ -233,18 +240,37 @@ void CatalogueService::Implementation::AnswerPage(const httplib::Request& reques
     SendPage(request.matches[1], response);
 }
 
-void CatalogueService::Implementation::AnswerItems(const httplib::Request&, httplib::Response& response)
+void CatalogueService::Implementation::AnswerItems(const httplib::Request& request, httplib::Response& response)
 {
-    SendJson(root_ / "index.json", response);
+    try {
+        SendJson(ToJson(items_->Find(ReadItemQuery(request.params))), response);
+    } catch (const std::invalid_argument& error) {
+        WriteError(response, 400, error.what());
+    }
+}
+
+void CatalogueService::Implementation::AnswerEntry(const httplib::Request& request, httplib::Response& response)
+{
+    if (std::optional<Json> entry = items_->Entry(request.matches[1]))
+        SendJson(std::move(*entry), response);
+    else
+        WriteError(response, 404, "no such item");
 }
 
 void CatalogueService::Implementation::AnswerItem(const httplib::Request& request, httplib::Response& response)
 {
     const std::string id = request.matches[1];
+    std::shared_ptr<Body> body;
     if (IsPlainName(id))
-        SendJson(root_ / "items" / (id + ".json"), response);
-    else
-        WriteError(response, 404, "no such item");
+        body = Body::FromFile(root_ / "items" / (id + ".json"));
+    if (!body)
+        return WriteError(response, 404, "no such item");
+    if (body->Size() > MaximumItemSize)
+        return WriteError(response, 500, "the description of the item is too long");
+    Json description = Json::parse(body->ReadAll(), nullptr, false);
+    if (description.is_discarded())
+        return WriteError(response, 500, "the description of the item is not JSON");
+    SendJson(std::move(description), response);
 }
 
 void CatalogueService::Implementation::Start(int port)
@@ -299,19 +325,10 @@ void CatalogueService::Implementation::FillIn(Json& value) const
             FillIn(member);
 }
 
-void CatalogueService::Implementation::SendJson(const std::filesystem::path& path, httplib::Response& response) const
+void CatalogueService::Implementation::SendJson(Json answer, httplib::Response& response) const
 {
-    const std::shared_ptr<Body> body = Body::FromFile(path);
-    if (!body)
-        return WriteError(response, 404, "no such item");
-    if (body->Size() > MaximumItemSize)
-        return WriteError(response, 500, "the description of the item is too long");
-
-    Json description = Json::parse(body->ReadAll(), nullptr, false);
-    if (description.is_discarded())
-        return WriteError(response, 500, "the description of the item is not JSON");
-    FillIn(description);
-    response.set_content(description.dump(2) + "\n", "application/json");
+    FillIn(answer);
+    response.set_content(answer.dump(2) + "\n", "application/json");
 }
 
 void CatalogueService::Implementation::AnswerPicture(const httplib::Request& request, httplib::Response& response)
@@ -388,12 +405,15 @@ void CatalogueService::Implementation::AnswerUpload(const httplib::Request& requ
 
 void CatalogueService::Implementation::AnswerSearch(const httplib::Request& request, httplib::Response& response)
 {
-    if (request.get_param_value_count("query") != 1)
-        return WriteError(response, 400, "a search needs one parameter \"query\"");
+    const std::map<std::string, std::string> parameters = TakeOnce(request.params);
+    const auto query = parameters.find("query");
+    const auto count = parameters.find("count");
+    if (query == parameters.end() || parameters.size() != (count == parameters.end() ? 1U : 2U))
+        return WriteError(response, 400, "a search needs a parameter \"query\", and may have \"count\"");
+    const std::size_t most =
+        count == parameters.end() ? UsualResults : ParseNumber("count", count->second, 1, ShapeSearch::MaximumResults);
     try {
-        Json results = shapes_->Search(request.get_param_value("query"));
-        FillIn(results);
-        response.set_content(results.dump(2) + "\n", "application/json");
+        SendJson(shapes_->Search(query->second, most), response);
     } catch (const ShapeError& error) {
         WriteError(response, 400, error.what());
     }

@@ -11,7 +11,7 @@
 namespace catalogue {
 
 /// A service on a folder that holds
-///   - index.json: what GET /items answers; the items with a member "shape" can be found by shape;
+///   - items.sqlite: the items as an ItemStore keeps them, which GET /items and GET /search find;
 ///   - items/ID.json: the request of the item ID, as the catalogue page sends it;
 ///   - pictures/ID.png: what GET /items/ID/picture sends;
 ///   - shapes/ID.lvr: what GET /items/ID/shape sends, a light representation;
@@ -28,7 +28,7 @@ public:
     /// Receives one line about each request once it is answered, on the thread that served it.
     using Log = std::function<void(const std::string& line)>;
 
-    /// Throws std::runtime_error when `root` is no folder.
+    /// Throws std::runtime_error when `root` is no folder, or holds no items.
     explicit CatalogueService(const std::filesystem::path& root, const Log& log = {}, const ServiceLimits& limits = {});
     CatalogueService(const CatalogueService&) = delete;
     CatalogueService& operator=(const CatalogueService&) = delete;

@@ -34,15 +34,6 @@ void ReplaceAll(std::string& text, const std::string& from, const std::string& t
 
 } // namespace
 
-Json ReadIndex(const std::filesystem::path& root)
-{
-    const std::filesystem::path file = root / "index.json";
-    Json index = Json::parse(ReadText(file), nullptr, false);
-    if (!index.is_array())
-        throw ItemError(file.string() + ": the index must be a list");
-    return index;
-}
-
 std::string ReadDownloadMessage(const std::filesystem::path& root, const std::string& id, const std::string& base)
 {
     const std::filesystem::path file = root / "items" / (id + ".json");

@@ -15,8 +15,6 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The index of the items in the folder `root`, a list of maps. Throws ItemError.
-nlohmann::ordered_json ReadIndex(const std::filesystem::path& root);
 /// The message to the module by which the page of the service at the address `base` asks for the download of the item
 /// `id`, in one line. Throws ItemError when there is no such item.
 std::string ReadDownloadMessage(const std::filesystem::path& root, const std::string& id, const std::string& base);

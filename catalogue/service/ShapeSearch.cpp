@@ -1,44 +1,25 @@
 #include "catalogue/service/ShapeSearch.h"
 
-#include "catalogue/service/Body.h"
 #include "catalogue/service/UploadedShape.h"
 #include "catalogue/shapes/ShapeToken.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace catalogue {
 
-namespace {
-
 using Json = nlohmann::ordered_json;
 
-Json ReadIndex(const std::filesystem::path& path)
+ShapeSearch::ShapeSearch(const ItemStore& store) : store_(store)
 {
-    const std::shared_ptr<Body> body = Body::FromFile(path);
-    if (!body || body->Size() > ShapeSearch::MaximumIndexSize)
-        return {};
-    std::string text = body->ReadAll();
-    return Json::parse(text, nullptr, false);
-}
-
-} // namespace
-
-ShapeSearch::ShapeSearch(const std::filesystem::path& index)
-{
-    const Json entries = ReadIndex(index);
-    if (!entries.is_array())
-        return;
-    for (Json item : entries) {
-        if (!item.is_object() || !item.contains("shape") || !item["shape"].is_string())
-            continue;
+    store.ForEachShape([this](std::int64_t number, std::string_view shape) {
         try {
-            shapes_.Add(DecodeShapeToken(item["shape"].get_ref<const std::string&>()));
+            shapes_.Add(DecodeShapeToken(shape));
         } catch (const ShapeError&) {
-            continue;
+            return;
         }
-        item.erase("shape");
-        items_.push_back(std::move(item));
-    }
+        items_.push_back(number);
+    });
 }
 
 std::string ShapeSearch::Accept(std::string_view archive)
@@ -47,13 +28,20 @@ std::string ShapeSearch::Accept(std::string_view archive)
     return EncodeShapeToken(DescribeShape(ReadUploadedShape(archive)));
 }
 
-Json ShapeSearch::Search(std::string_view query) const
+Json ShapeSearch::Search(std::string_view query, std::size_t most) const
 {
+    const std::vector<ShapeIndex::Match> matches =
+        shapes_.Rank(DecodeShapeToken(query), std::min(most, MaximumResults));
+    std::vector<std::int64_t> numbers;
+    for (const ShapeIndex::Match& match : matches)
+        numbers.push_back(items_[match.shape]);
+    std::vector<Json> entries = store_.Entries(numbers);
     Json results = Json::array();
-    for (const ShapeIndex::Match& match : shapes_.Rank(DecodeShapeToken(query))) {
-        Json item = items_[match.shape];
-        item["score"] = std::round(1e4 / (1 + match.distance)) / 1e4;
-        results.push_back(std::move(item));
+    for (std::size_t place = 0; place < matches.size(); ++place) {
+        if (!entries[place].is_object())
+            continue;
+        entries[place]["score"] = std::round(1e4 / (1 + matches[place].distance)) / 1e4;
+        results.push_back(std::move(entries[place]));
     }
     return results;
 }

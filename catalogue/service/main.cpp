@@ -20,7 +20,16 @@ constexpr const char* Reference =
     R"(The service answers
 
   GET /                  the catalogue's page, also as /categories
-  GET /items             the index
+  GET /items             items, a page at a time, and how many there are of each choice:
+                      word=A|B       one of these words, at the beginning of one of the
+                                     item's; any number of times
+                      category=C     of this category
+                      material=M     of this material
+                      size=N         longest edge from N millimetres to the next range:
+                                     0, 10, 30, 100, 300, 1000
+                      first=N        pass over N items
+                      count=N        at most N items, 50 unless told, at most 200
+  GET /items/ID/entry    what is known of an item
   GET /items/ID          the request of an item, as the catalogue page sends it
   GET /items/ID/picture  the picture of an item
   GET /items/ID/shape    its light representation
@@ -32,7 +41,8 @@ constexpr const char* Reference =
                       method=M       deflated (default) or stored
   POST /upload      takes a form with a field "file", a zip archive of at most 10 MiB with one
                     file *.lvr; answers {"data": {"query": QUERY}}
-  GET /search       all items by their likeness to the shape of query=QUERY
+  GET /search       items by their likeness to the shape of query=QUERY, the closest first;
+                    at most count=N of them, 100 unless told
 
 Parameters of /files/NAME and /archive choose the form of the reply:
   disposition=F      attachment, inline, none, unquoted, late (after another parameter),
@@ -87,10 +97,18 @@ int Serve(const Arguments& arguments)
     return openhost::StatusDone;
 }
 
+std::filesystem::path StoreOf(const Arguments& arguments)
+{
+    return std::filesystem::path(arguments.root) / catalogue::StoreName;
+}
+
 int List(const Arguments& arguments)
 {
-    for (const auto& item : catalogue::ReadIndex(arguments.root))
-        std::cout << std::left << std::setw(27) << item.value("id", "") << " " << item.value("title", "") << "\n";
+    const catalogue::ItemStore items(StoreOf(arguments));
+    catalogue::ItemQuery query;
+    for (query.count = catalogue::MaximumPageItems; query.first < items.Size(); query.first += query.count)
+        for (const auto& item : items.Find(query).items)
+            std::cout << std::left << std::setw(27) << item.value("id", "") << " " << item.value("title", "") << "\n";
     return openhost::StatusDone;
 }
 
@@ -103,12 +121,11 @@ int Request(const Arguments& arguments)
 int Search(const Arguments& arguments)
 {
     const std::string query = arguments.journal.empty() ? arguments.query : catalogue::ReadLastQuery(arguments.journal);
-    const catalogue::ShapeSearch search(std::filesystem::path(arguments.root) / "index.json");
+    const catalogue::ItemStore items(StoreOf(arguments));
+    const catalogue::ShapeSearch search(items);
     int place = 0;
-    for (const auto& item : search.Search(query)) {
-        if (++place > arguments.most)
-            break;
-        std::cout << std::right << std::setw(4) << place << ".  " << std::fixed << std::setprecision(3)
+    for (const auto& item : search.Search(query, static_cast<std::size_t>(arguments.most))) {
+        std::cout << std::right << std::setw(4) << ++place << ".  " << std::fixed << std::setprecision(3)
                   << item.value("score", 0.0) << "  " << std::left << std::setw(22) << item.value("id", "") << " "
                   << item.value("title", "") << "\n";
     }
@@ -120,7 +137,7 @@ openhost::Command AddCommand(const openhost::CommandLine& line, const char* name
 {
     const openhost::Command command = line.Add(name, description);
     command.Text("--root", "DIR", arguments.root,
-                 "folder with index.json, items/ID.json, pictures/ID.png, files/NAME, page/NAME;\n"
+                 "folder with items.sqlite, items/ID.json, pictures/ID.png, files/NAME, page/NAME;\n"
                  "otherwise ../items beside this program");
     return command;
 }

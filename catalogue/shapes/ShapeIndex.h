@@ -17,8 +17,9 @@ public:
     };
 
     void Add(const ShapeDescriptor& descriptor) { descriptors_.push_back(descriptor); }
-    /// All shapes, the most similar one first; of equally similar ones that which was added first.
-    std::vector<Match> Rank(const ShapeDescriptor& descriptor) const;
+    /// The `most` shapes that are the most similar, the closest first; of equally similar ones that which was added
+    /// first.
+    std::vector<Match> Rank(const ShapeDescriptor& descriptor, std::size_t most) const;
 
 private:
     std::vector<ShapeDescriptor> descriptors_;

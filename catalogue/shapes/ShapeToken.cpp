@@ -1,5 +1,6 @@
 #include "catalogue/shapes/ShapeToken.h"
 
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -33,14 +34,27 @@ std::string ToText(const std::vector<unsigned char>& bytes)
     return text;
 }
 
+constexpr std::array<signed char, 256> MakeValues()
+{
+    std::array<signed char, 256> values{};
+    values.fill(-1);
+    for (std::size_t value = 0; value < Alphabet.size(); ++value)
+        values[static_cast<unsigned char>(Alphabet[value])] = static_cast<signed char>(value);
+    return values;
+}
+
+/// Of each character in the alphabet; -1 for one that is not.
+constexpr std::array<signed char, 256> Values = MakeValues();
+
 std::vector<unsigned char> ToBytes(std::string_view text)
 {
     std::vector<unsigned char> bytes;
+    bytes.reserve(text.size());
     unsigned int bits = 0;
     int count = 0;
     for (const char character : text) {
-        const std::size_t value = Alphabet.find(character);
-        if (value == std::string_view::npos)
+        const int value = Values[static_cast<unsigned char>(character)];
+        if (value < 0)
             throw ShapeError("the query has a character that is in none");
         bits = (bits << 6 | static_cast<unsigned int>(value)) & 0xFFFF;
         count += 6;

@@ -156,6 +156,7 @@ const std::vector<Library>& Libraries()
         {"OpenSSL", beginsWith("openssl/"), {"openhost/files"}},
         {"CLI11", beginsWith("CLI/"), {}},
         {"cpp-httplib", beginsWith("httplib.h"), {"catalogue/service"}},
+        {"SQLite", beginsWith("sqlite3.h"), {}},
         {"Open CASCADE",
          [](const std::string& header) { return header.ends_with(".hxx"); },
          {"openhost/geometry", "openhost/desktop", "catalogue/items"}},

@@ -145,6 +145,8 @@ TEST(Limits, AreAllInTheTable)
         {"catalogue/service/LimitedServer.cpp LongestWait", "waits are repeated"},
         {"catalogue/service/Reply.cpp MaximumPieceSize", "the size of a piece"},
         {"catalogue/shapes/ShapeDescriptor.cpp MaximumDistance", "the last bin of distances"},
+        {"catalogue/store/ItemStore.cpp MostRanked", "in which order items come"},
+        {"catalogue/store/Vocabulary.cpp LongestWord", "which words are corrected"},
     };
     std::set<std::string> listed;
     for (const Limit& limit : Limits())

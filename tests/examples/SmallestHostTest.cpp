@@ -4,6 +4,7 @@
 #include "openhost/files/TemporaryFolder.h"
 #include "tests/support/Files.h"
 #include "tests/support/Places.h"
+#include "tests/support/WriteItems.h"
 #include "tests/support/ZipBytes.h"
 
 #include <gmock/gmock.h>
@@ -51,7 +52,7 @@ protected:
 private:
     std::filesystem::path MakeRoot() const
     {
-        WriteBytes(Folder() / "root" / "index.json", R"({"items": []})");
+        catalogue::testing::WriteItems(Folder() / "root", {});
         WriteBytes(Folder() / "root" / "files" / "bolt.zip",
                    ZipBytes().Add("bolt.ZALPart", bolt_).Deflated().Add("nut.ZALPart", nut_).Bytes());
         return Folder() / "root";

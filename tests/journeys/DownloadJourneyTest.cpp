@@ -4,6 +4,7 @@
 #include "openhost/geometry/ShapeGeometry.h"
 #include "tests/journeys/JourneyFixture.h"
 #include "tests/support/Places.h"
+#include "tests/support/WriteItems.h"
 
 #include <TopoDS_Shape.hxx>
 #include <gmock/gmock.h>
@@ -43,9 +44,9 @@ TEST_F(DownloadJourney, AnAssemblyStandsInTheUsersFolderWithItsRootFirst)
 
 TEST_F(DownloadJourney, EveryItemOfTheCatalogueComes)
 {
-    const nlohmann::json index = nlohmann::json::parse(ReadFile(ItemsDir() + "/index.json"));
-    ASSERT_GE(index.size(), 20U);
-    for (const nlohmann::json& item : index) {
+    const std::vector<nlohmann::ordered_json> items = catalogue::testing::ReadItems(ItemsDir());
+    ASSERT_GE(items.size(), 20U);
+    for (const nlohmann::ordered_json& item : items) {
         SCOPED_TRACE(item["id"]);
         std::filesystem::remove_all(Parts());
         std::filesystem::create_directory(Parts());

@@ -428,7 +428,8 @@ TEST_F(PlayJourney, TheExampleFindsSimilarShapes)
     const std::string head = "OpApi.sendMessage('search', {query: '";
     ASSERT_THAT(script, ::testing::AllOf(::testing::StartsWith(head), ::testing::EndsWith("'});")));
     const std::string query = script.substr(head.size(), script.size() - head.size() - 4);
-    const auto found = catalogue::ShapeSearch(std::filesystem::path(ItemsDir()) / "index.json").Search(query);
+    const catalogue::ItemStore items(std::filesystem::path(ItemsDir()) / catalogue::StoreName);
+    const auto found = catalogue::ShapeSearch(items).Search(query, 2);
     EXPECT_EQ("hexagon-bolt-m8x40", found.at(0)["id"]);
     EXPECT_NEAR(found.at(0)["score"], 1, 0.01);
     EXPECT_LT(found.at(1)["score"], found.at(0)["score"]);

@@ -7,6 +7,7 @@
 #include "openhost/geometry/ShapeGeometry.h"
 #include "openhost/lvr/LvrMesh.h"
 #include "tests/openhost/files/OpenedArchive.h"
+#include "tests/support/WriteItems.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -18,7 +19,7 @@ namespace catalogue::testing {
 
 namespace {
 
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;
 
 std::string ReadWhole(const std::filesystem::path& path)
 {
@@ -60,7 +61,7 @@ class Written : public ::testing::Test {
 protected:
     Written() { WriteCatalogue(Small(), Folder()); }
     std::filesystem::path Folder() const { return folder_.Path() / "made" / "here"; }
-    Json Index() const { return Json::parse(ReadWhole(Folder() / "index.json")); }
+    std::vector<Json> Entries() const { return ReadItems(Folder()); }
     Json Request(const std::string& id) const { return Json::parse(ReadWhole(Folder() / "items" / (id + ".json"))); }
 
     openhost::TemporaryFolder folder_;
@@ -122,18 +123,18 @@ TEST_F(Written, RequestNamesTheDownloadUnderTheServicesAddress)
 
 TEST_F(Written, IndexListsEveryItemWithVolumeAndBoxOfAllItsInstances)
 {
-    const Json index = Index();
-    ASSERT_EQ(3U, index.size());
-    EXPECT_EQ("part", index[0]["kind"]);
-    EXPECT_EQ("raw.zip", index[0]["file"]);
-    EXPECT_EQ("assembly", index[2]["kind"]);
-    EXPECT_EQ("pair.zip", index[2]["file"]);
-    EXPECT_EQ(2000.0, index[2]["volume"]);
-    EXPECT_EQ((Json{-20.0, 0.0, 0.0}), index[2]["boundingBox"]["lowest"]);
-    EXPECT_EQ((Json{10.0, 110.0, 5.0}), index[2]["boundingBox"]["highest"]);
-    EXPECT_EQ((Json{"PART.ZALPart", "PAIR.ZALProduct"}), index[2]["documents"]);
-    EXPECT_EQ(Json::array(), index[0]["parts"]);
-    EXPECT_EQ((Json{{{"name", "A part"}, {"count", 2}, {"id", "raw"}}}), index[2]["parts"]);
+    const std::vector<Json> entries = Entries();
+    ASSERT_EQ(3U, entries.size());
+    EXPECT_EQ("part", entries[0]["kind"]);
+    EXPECT_EQ("raw.zip", entries[0]["file"]);
+    EXPECT_EQ("assembly", entries[2]["kind"]);
+    EXPECT_EQ("pair.zip", entries[2]["file"]);
+    EXPECT_EQ(2000.0, entries[2]["volume"]);
+    EXPECT_EQ((Json{-20.0, 0.0, 0.0}), entries[2]["boundingBox"]["lowest"]);
+    EXPECT_EQ((Json{10.0, 110.0, 5.0}), entries[2]["boundingBox"]["highest"]);
+    EXPECT_EQ((Json{"PART.ZALPart", "PAIR.ZALProduct"}), entries[2]["documents"]);
+    EXPECT_EQ(Json::array(), entries[0]["parts"]);
+    EXPECT_EQ((Json{{{"name", "A part"}, {"count", 2}, {"id", "raw"}}}), entries[2]["parts"]);
 }
 
 TEST(ItemWriter, PartsOfAProductThatIsNoItemCountForTheWhole)
@@ -162,13 +163,13 @@ TEST(ItemWriter, PartsOfAProductThatIsNoItemCountForTheWhole)
     EXPECT_EQ((Json{{{"name", "A part"}, {"count", 4}, {"id", "raw"}},
                     {{"name", "Pin"}, {"count", 2}},
                     {{"name", "Two \"parts\""}, {"count", 1}, {"id", "pair"}}}),
-              Json::parse(ReadWhole(folder.Path() / "index.json")).back()["parts"]);
+              ReadItems(folder.Path()).back()["parts"]);
 }
 
-TEST_F(Written, EachItemHasItsPictureAndTheIndexNamesIt)
+TEST_F(Written, EachItemHasItsPictureAndItsEntryNamesIt)
 {
-    const Json index = Index();
-    for (const Json& item : index) {
+    const std::vector<Json> entries = Entries();
+    for (const Json& item : entries) {
         const std::string id = item["id"];
         EXPECT_EQ("/items/" + id + "/picture", item["picture"]);
         const std::string png = ReadWhole(Folder() / "pictures" / (id + ".png"));
@@ -182,7 +183,7 @@ TEST_F(Written, WritingAgainGivesTheSameBytes)
     const openhost::TemporaryFolder other;
     WriteCatalogue(Small(), other.Path());
     WriteCatalogue(Small(), other.Path());
-    for (const char* name : {"index.json", "items/pair.json", "files/pair.zip", "pictures/pair.png",
+    for (const char* name : {"items.sqlite", "items/pair.json", "files/pair.zip", "pictures/pair.png",
                              "files/PART.ZALPart", "shapes/pair.lvr"})
         EXPECT_EQ(ReadWhole(other.Path() / name), ReadWhole(Folder() / name)) << name;
 }
@@ -209,9 +210,9 @@ TEST_F(Written, LightRepresentationHoldsEachPartInItsPlace)
     EXPECT_EQ(pair.triangles.size(), 2 * raw.triangles.size());
 }
 
-TEST_F(Written, IndexHoldsTheShapeOfEachItem)
+TEST_F(Written, EntriesHoldTheShapeOfEachItem)
 {
-    for (const Json& item : Index()) {
+    for (const Json& item : Entries()) {
         const ShapeDescriptor shape = DecodeShapeToken(item.at("shape").get<std::string>());
         const openhost::LvrMesh mesh =
             openhost::ReadLvr(Folder() / "shapes" / (item.at("id").get<std::string>() + ".lvr"));

@@ -16,7 +16,8 @@ class CatalogueServiceTest : public ServiceTest {};
 TEST_F(CatalogueServiceTest, ARootThatIsNoFolderAndAPortInUseAreRefused)
 {
     EXPECT_THROW(CatalogueService(root_ / "missing"), std::runtime_error);
-    EXPECT_THROW(CatalogueService(root_ / "index.json"), std::runtime_error);
+    EXPECT_THROW(CatalogueService(root_ / StoreName), std::runtime_error);
+    EXPECT_THROW(CatalogueService(root_ / "files"), std::runtime_error);
     CatalogueService second(root_);
     EXPECT_THROW(second.Start(service_->GetPort()), std::runtime_error);
 }
@@ -99,10 +100,12 @@ TEST_F(CatalogueServiceTest, ErrorsAreJsonWithTheirCode)
     EXPECT_EQ(404, Json::parse(reply.body).at("code"));
 }
 
-TEST_F(CatalogueServiceTest, IndexAndRequestsOfItemsHoldTheAddressOfTheService)
+TEST_F(CatalogueServiceTest, EntriesAndRequestsOfItemsHoldTheAddressOfTheService)
 {
     const Json index = Json::parse(Fetch("/items").body);
     EXPECT_EQ(service_->GetAddress() + "/items/bolt", index.at("items").at(0).at("request"));
+    EXPECT_EQ(index.at("items").at(0), Json::parse(Fetch("/items/bolt/entry").body));
+    EXPECT_EQ(404, GetCode("/items/none/entry"));
     const httplib::Response reply = Fetch("/items/bolt");
     EXPECT_EQ("application/json", reply.get_header_value("Content-Type"));
     const Json item = Json::parse(reply.body);
@@ -110,6 +113,43 @@ TEST_F(CatalogueServiceTest, IndexAndRequestsOfItemsHoldTheAddressOfTheService)
     EXPECT_EQ("file://" + (root_ / "files").string() + "/a", item.at("attributes").at("sourceUrl"));
     EXPECT_EQ("[1,2.5,null]", item.at("sizes").dump());
     EXPECT_EQ("id", item.begin().key());
+}
+
+TEST_F(CatalogueServiceTest, ItemsAreAskedForByWordsAndChoices)
+{
+    service_.reset();
+    WriteItems(root_, {{{"id", "bolt"},
+                        {"title", "Bolt M8"},
+                        {"category", "Bolts & screws"},
+                        {"material", "Steel"},
+                        {"boundingBox", {{"lowest", {0, 0, 0}}, {"highest", {2000, 1, 1}}}},
+                        {"shape", "token"}},
+                       {{"id", "nut"}, {"title", "Nut M8"}, {"category", "Nuts"}}});
+    service_ = std::make_unique<CatalogueService>(root_);
+    service_->Start();
+    client_ = std::make_unique<httplib::Client>("127.0.0.1", service_->GetPort());
+    const auto ask = [this](const std::string& parameters) { return Json::parse(Fetch("/items?" + parameters).body); };
+
+    const Json all = ask("");
+    EXPECT_EQ(2, all.at("total"));
+    EXPECT_EQ(R"([{"name":"Bolts & screws","count":1},{"name":"Nuts","count":1}])", all.at("categories").dump());
+    EXPECT_EQ(R"([{"name":"Steel","count":1}])", all.at("materials").dump());
+    EXPECT_EQ(R"([{"from":1000.0,"count":1}])", all.at("sizes").dump());
+    EXPECT_FALSE(all.contains("meant"));
+    EXPECT_FALSE(all.at("items").at(0).contains("shape"));
+    for (const char* parameters : {"word=bolt", "word=m8&word=xyz%7Cbolt", "category=Bolts%20%26%20screws",
+                                   "material=Steel", "size=1000", "count=1"})
+        EXPECT_EQ("bolt", ask(parameters).at("items").at(0).at("id")) << parameters;
+    EXPECT_EQ("nut", ask("first=1").at("items").at(0).at("id"));
+    EXPECT_EQ(R"(["bolt"])", ask("word=blot").at("meant").dump());
+    EXPECT_TRUE(ask("first=1000000000").at("items").empty());
+    for (const char* parameters : {"other=1", "size=7", "size=x", "count=201", "first=1000000001", "first=-1",
+                                   "category=a&category=b", "count="})
+        EXPECT_EQ(400, GetCode(std::string("/items?") + parameters)) << parameters;
+    std::string words;
+    for (int word = 0; word < 21; ++word)
+        words += "&word=w" + std::to_string(word);
+    EXPECT_EQ(400, GetCode("/items?" + words.substr(1)));
 }
 
 TEST_F(CatalogueServiceTest, ThePictureOfAnItemIsAnImage)
@@ -145,6 +185,7 @@ TEST_F(CatalogueServiceTest, ThePathInAFileUrlIsEncoded)
     const std::filesystem::path folder = root_ / "ä 100%";
     std::filesystem::create_directories(folder / "items");
     std::ofstream(folder / "items" / "a.json") << R"("file://${FILES}/a")";
+    WriteItems(folder, {});
     CatalogueService service(folder);
     service.Start();
     const httplib::Result reply = httplib::Client("127.0.0.1", service.GetPort()).Get("/items/a");
@@ -193,7 +234,7 @@ TEST_F(CatalogueServiceTest, WhatIsNoFileOfThePageIsNotFound)
 {
     WriteFile("page/notes.txt", "x");
     WriteFile("page/.hidden.js", "x");
-    for (const char* path : {"/", "/page/index.html", "/page/notes.txt", "/page/.hidden.js", "/page/..%2Findex.json",
+    for (const char* path : {"/", "/page/index.html", "/page/notes.txt", "/page/.hidden.js", "/page/..%2Fitems.sqlite",
                              "/page/%2e%2e", "/page/"})
         EXPECT_EQ(404, GetCode(path)) << path;
 }

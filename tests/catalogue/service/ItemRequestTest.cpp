@@ -42,15 +42,6 @@ TEST_F(ItemRequestTest, AnItemThatIsNoMapIsRefused)
     }
 }
 
-TEST_F(ItemRequestTest, AnIndexThatIsNoListIsRefused)
-{
-    EXPECT_THROW(ReadIndex(folder_.Path()), ItemError);
-    Write("index.json", "{}");
-    EXPECT_THROW(ReadIndex(folder_.Path()), ItemError);
-    Write("index.json", R"([{"id": "bolt"}])");
-    EXPECT_EQ(1U, ReadIndex(folder_.Path()).size());
-}
-
 TEST_F(ItemRequestTest, TheLastQueryOfAJournalIsRead)
 {
     Write("journal", R"({"event":"script","text":"OpApi.sendMessage('search', {query: 'first'});"}

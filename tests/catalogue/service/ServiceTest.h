@@ -2,6 +2,7 @@
 #pragma once
 
 #include "catalogue/service/CatalogueService.h"
+#include "tests/support/WriteItems.h"
 
 #include <gtest/gtest.h>
 #include <httplib.h>
@@ -37,7 +38,7 @@ class ServiceTest : public ::testing::Test {
 protected:
     ServiceTest() : root_(MakeFolder())
     {
-        WriteFile("index.json", R"({"items": [{"id": "bolt", "request": "${BASE}/items/bolt"}]})");
+        WriteItems(root_, {{{"id", "bolt"}, {"request", "${BASE}/items/bolt"}}});
         WriteFile("items/bolt.json", R"({
             "id": 7,
             "attributes": {"downloadUrls": {"ZALOR_RAW": "${BASE}/files/bolt.zip"}, "sourceUrl": "file://${FILES}/a"},

@@ -58,7 +58,7 @@ std::vector<ShapeIndex::Match> Rank(const ShapeDescriptor& descriptor)
             filled.Add(each);
         return filled;
     }();
-    return index.Rank(descriptor);
+    return index.Rank(descriptor, Descriptors().size());
 }
 
 struct Copy {

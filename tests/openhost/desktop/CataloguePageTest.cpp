@@ -1,5 +1,7 @@
 // The catalogue's page and the script that connects it, in the real browser.
 #include "catalogue/service/CatalogueService.h"
+#include "catalogue/service/ItemSearch.h"
+#include "openhost/files/TemporaryFolder.h"
 #include "tests/openhost/desktop/BrowserFixture.h"
 #include "tests/openhost/desktop/PageServer.h"
 #include "tests/support/Files.h"
@@ -70,10 +72,31 @@ protected:
         });
     }
 
+    /// Answers as the service does of which the entries are `entries`.
+    void AnswerItemsOf(const std::string& entries)
+    {
+        const std::filesystem::path file = folder_.Path() / catalogue::StoreName;
+        std::filesystem::remove(file);
+        catalogue::ItemStoreWriter writer(file);
+        for (const auto& entry : nlohmann::ordered_json::parse(entries))
+            writer.Put(entry);
+        store_ = std::make_unique<catalogue::ItemStore>(file);
+        server_.Routes().Get("/items", [this](const httplib::Request& request, httplib::Response& response) {
+            const catalogue::ItemPage page = store_->Find(catalogue::ReadItemQuery(request.params));
+            response.set_content(catalogue::ToJson(page).dump(), "application/json");
+        });
+        server_.Routes().Get("/items/([^/]+)/entry",
+                             [this](const httplib::Request& request, httplib::Response& response) {
+                                 const auto entry = store_->Entry(request.matches[1]);
+                                 response.status = entry ? 200 : 404;
+                                 response.set_content(entry ? entry->dump() : "{}", "application/json");
+                             });
+    }
+
     /// Three items, of which one can be handed to the session.
     void AnswerItems()
     {
-        Answer("/items", Index);
+        AnswerItemsOf(Index);
         Answer("/items/bolt-m8", Bolt);
     }
 
@@ -172,6 +195,19 @@ protected:
         return Until([&] { return Sent().size() >= count; });
     }
 
+    std::string OptionsOf(const std::string& box)
+    {
+        return Ask("[...document.querySelectorAll('#" + box +
+                   " option')].map((option) => option.textContent).join('|')");
+    }
+    void Choose(const std::string& box, const std::string& value)
+    {
+        page_->ExecuteScript("{const box = document.getElementById('" + box + "'); box.value = '" + value +
+                             "'; box.dispatchEvent(new Event('change'));}");
+    }
+
+    TemporaryFolder folder_;
+    std::unique_ptr<catalogue::ItemStore> store_;
     PageServer server_;
     int asked_ = 0;
     std::promise<std::string> searched_;
@@ -208,9 +244,66 @@ TEST_F(CataloguePage, TheSearchFindsByAllWordsInNamesAndSizes)
     EXPECT_EQ("Nut M8", TextOf(".items .title"));
     EXPECT_EQ("1 of 3 items", TextOf("#announcer"));
     User().Enter("#query", "<b>none</b>");
-    EXPECT_EQ("Nothing matches “<b>none</b>”.", TextOf(".count"));
+    ASSERT_TRUE(Until([&] { return TextOf(".count") == "Nothing matches “<b>none</b>”."; }));
     User().Enter("#query", "");
     EXPECT_TRUE(UntilShown(".items li:nth-child(3)"));
+}
+
+TEST_F(CataloguePage, AMistypedWordIsTakenForWhatItWasMeantToBe)
+{
+    ASSERT_TRUE(OpenList());
+    User().Enter("#query", "blot");
+    ASSERT_TRUE(UntilShown(".items li:only-child"));
+    EXPECT_EQ("Nothing matches “blot”. These match “bolt”.", TextOf(".count"));
+    EXPECT_EQ("Bolt M8x40", TextOf(".items .title"));
+}
+
+TEST_F(CataloguePage, MaterialAndSizeNarrowTheList)
+{
+    AnswerItemsOf(R"([
+{"id": "a", "title": "Pin", "material": "Steel", "boundingBox": {"lowest": [0, 0, 0], "highest": [5, 1, 1]}},
+{"id": "b", "title": "Rod", "material": "Steel", "boundingBox": {"lowest": [0, 0, 0], "highest": [50, 1, 1]}},
+{"id": "c", "title": "Bush", "material": "<b>Brass</b>", "boundingBox": {"lowest": [0, 0, 0], "highest": [8, 1, 1]}}])");
+    OpenPage();
+    ASSERT_TRUE(UntilShown(".items li:nth-child(3)"));
+    EXPECT_EQ("Any material|Steel (2)|<b>Brass</b> (1)", OptionsOf("material"));
+    EXPECT_EQ("Any size|up to 10 mm (2)|30 to 100 mm (1)", OptionsOf("size"));
+    Choose("material", "Steel");
+    ASSERT_TRUE(UntilShown(".items li:nth-child(2):last-child"));
+    EXPECT_EQ("material", Ask("document.activeElement.id"));
+    EXPECT_EQ("Any size|up to 10 mm (1)|30 to 100 mm (1)", OptionsOf("size"));
+    Choose("size", "30");
+    ASSERT_TRUE(UntilShown(".items li:only-child"));
+    EXPECT_EQ("Rod", TextOf(".items .title"));
+    Choose("material", "");
+    Choose("size", "");
+    EXPECT_TRUE(UntilShown(".items li:nth-child(3)"));
+}
+
+TEST_F(CataloguePage, ALongListIsShownInPagesAndKeptOnTheWayBack)
+{
+    std::string entries;
+    for (int number = 0; number < 130; ++number)
+        entries += (number > 0 ? "," : "[") + std::string(R"({"id": "i)") + std::to_string(number) +
+                   R"(", "title": "Item )" + std::to_string(number) + R"("})";
+    AnswerItemsOf(entries + "]");
+    OpenPage();
+    ASSERT_TRUE(UntilShown(".items li:nth-child(60):last-child"));
+    EXPECT_EQ("130 items", TextOf(".count"));
+    EXPECT_EQ("Show 60 more", TextOf("#more"));
+    User().Click("#more");
+    ASSERT_TRUE(UntilShown(".items li:nth-child(120):last-child"));
+    EXPECT_EQ("#/items/i60", Ask("document.activeElement.getAttribute('href')"));
+    EXPECT_EQ("Show 10 more", TextOf("#more"));
+    User().Click("#more");
+    ASSERT_TRUE(UntilShown(".items li:nth-child(130):last-child"));
+    EXPECT_FALSE(User().Shows("#more"));
+    User().Click(".items li:nth-child(125) a");
+    ASSERT_TRUE(UntilShown("figure"));
+    EXPECT_EQ("Item 124", TextOf("h2"));
+    User().Click(".back");
+    ASSERT_TRUE(UntilShown(".items li:nth-child(130):last-child"));
+    EXPECT_EQ("#/items/i124", Ask("document.activeElement.getAttribute('href')"));
 }
 
 TEST_F(CataloguePage, ASearchFromAnItemGoesBackToTheListAndKeepsTheFocus)
@@ -223,7 +316,7 @@ TEST_F(CataloguePage, ASearchFromAnItemGoesBackToTheListAndKeepsTheFocus)
 
 TEST_F(CataloguePage, TextsOfTheServiceAreNeverMarkup)
 {
-    Answer("/items", R"json([{"id": "<img src=x onerror=alert(1)>", "title": "<script>document.title='bad'</script>",
+    AnswerItemsOf(R"json([{"id": "<img src=x onerror=alert(1)>", "title": "<script>document.title='bad'</script>",
         "category": "<b>c</b>", "description": "<i>d</i>", "file": "javascript:alert(1)",
         "dimensions": {"<u>d</u>": 1}}])json");
     OpenPage();
@@ -341,7 +434,7 @@ TEST_F(CataloguePage, WhileTheServiceIsSlowTheButtonsAreOff)
 {
     Gate gate;
     const auto asked = std::make_shared<std::atomic<int>>(0);
-    Answer("/items", Index);
+    AnswerItemsOf(Index);
     server_.Routes().Get("/items/bolt-m8",
                          [asked, wait = gate.Wait()](const httplib::Request&, httplib::Response& response) {
                              ++*asked;
@@ -364,7 +457,7 @@ TEST_F(CataloguePage, WhileTheServiceIsSlowTheButtonsAreOff)
 
 TEST_F(CataloguePage, NonsenseFromTheServiceFailsTheActionAndReachesNobody)
 {
-    Answer("/items", Index);
+    AnswerItemsOf(Index);
     std::atomic<int> asked = 0;
     server_.Routes().Get("/items/bolt-m8", [&](const httplib::Request&, httplib::Response& response) {
         constexpr const char* Answers[] = {"no json", "[]", "{\"id\": 1}", "null"};
@@ -401,9 +494,11 @@ TEST_F(CataloguePage, AListThatCannotBeReadIsSaidAndCanBeAskedForAgain)
 {
     std::atomic<int> asked = 0;
     server_.Routes().Get("/items", [&](const httplib::Request&, httplib::Response& response) {
-        constexpr const char* Answers[] = {"<html>", R"({"items": 1})", R"([1, null, {"id": 7}])"};
+        constexpr const char* Answers[] = {"<html>", R"({"total": 1, "items": 1})",
+                                           R"({"total": 3, "items": [1, null, {"id": 7}]})"};
         const int number = asked++;
-        response.set_content(number < 3 ? Answers[number] : Index, "application/json");
+        const char* good = R"({"total": 1, "items": [{"id": "a", "title": "A"}]})";
+        response.set_content(number < 3 ? Answers[number] : good, "application/json");
     });
     OpenPage();
     for (int number = 0; number < 3; ++number) {
@@ -412,13 +507,15 @@ TEST_F(CataloguePage, AListThatCannotBeReadIsSaidAndCanBeAskedForAgain)
         User().Click("#again");
         ASSERT_TRUE(Until([&] { return asked > number + 1; }));
     }
-    EXPECT_TRUE(UntilShown(".items li:nth-child(3)"));
+    EXPECT_TRUE(UntilShown(".items li:only-child"));
 }
 
 TEST_F(CataloguePage, EntriesThatAreNoItemsAreLeftOut)
 {
-    Answer("/items", R"([null, 1, {"id": "", "title": "x"}, {"id": "a"}, {"id": "ok", "title": "Good",
-        "dimensions": {"d": "8", "l": null, "k": 2}, "boundingBox": {"lowest": [0], "highest": "x"}, "volume": "9"}])");
+    Answer("/items", R"({"total": 5, "materials": [1, {"name": 7}, {"name": "S", "count": -1}], "sizes": {"from": 1},
+        "meant": [7], "categories": "x", "items": [null, 1, {"id": "", "title": "x"}, {"id": "a"},
+        {"id": "ok", "title": "Good", "dimensions": {"d": "8", "l": null, "k": 2},
+         "boundingBox": {"lowest": [0], "highest": "x"}, "volume": "9"}]})");
     OpenPage();
     ASSERT_TRUE(UntilShown(".items li:only-child"));
     EXPECT_EQ("Good", TextOf(".items .title"));
@@ -783,14 +880,14 @@ TEST_F(CataloguePage, AnItemHasItsPartsAndWhatIsSimilarToIt)
 {
     AnswerSearch(R"([{"id": "joint", "score": 1}, {"id": "nut-m8", "title": "Nut M8", "score": 0.9},
                      {"id": "bolt-m8", "score": 0.3}])");
-    Answer("/items", R"([{"id": "joint", "title": "Joint", "category": "Assemblies", "shape": "q&=",
+    AnswerItemsOf(R"([{"id": "joint", "title": "Joint", "category": "Assemblies", "shape": "q&=",
         "parts": [{"id": "nut-m8", "name": "Nut", "count": 2}, {"name": "<b>Pin</b>", "count": 12},
                   {"id": "gone", "name": "Gone", "count": 1}, {"name": "x", "count": 0}, {"count": 1}, 7]},
         {"id": "nut-m8", "title": "Nut M8", "category": "Nuts"}])");
     OpenPage("/categories#/items/joint");
     ASSERT_TRUE(UntilShown(".similar li"));
     EXPECT_EQ("q&=", searched_.get_future().get());
-    EXPECT_EQ("Parts\n2 ×\nNut M8\n12 ×\n<b>Pin</b>\n1 ×\nGone", TextOf(".parts"));
+    EXPECT_EQ("Parts\n2 ×\nNut\n12 ×\n<b>Pin</b>\n1 ×\nGone", TextOf(".parts"));
     EXPECT_EQ("1", Ask("document.querySelectorAll('.similar li').length"));
     EXPECT_EQ("90 %\nalike", TextOf(".similar .score"));
     User().Click(".parts a");
@@ -957,7 +1054,7 @@ TEST_F(CataloguePage, TheWayBackLeadsToThePlaceInTheList)
 
 TEST_F(CataloguePage, ThePageSpeaksGermanWhenAskedTo)
 {
-    Answer("/items", R"([{"id": "w", "title": "Washer ISO 7089 M6", "category": "Washers", "description":
+    AnswerItemsOf(R"([{"id": "w", "title": "Washer ISO 7089 M6", "category": "Washers", "description":
         "Plain, without chamfer", "dimensions": {"d1": 6.4, "d2": 12}, "volume": 1234.5}])");
     OpenPage("/categories?connect&lang=de-AT#/items/w");
     ASSERT_TRUE(UntilShown("table"));
