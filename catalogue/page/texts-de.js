@@ -139,6 +139,7 @@ export default {
         ["Bolted joint", "Schraubverbindung"], ["grip", "Klemmlänge"], ["Bearing unit with shaft", "Lagereinheit mit Welle"],
         ["Frame of profiles", "Rahmen aus Profilen"],
     ],
+    materialWords: [["Steel", "Stahl"], ["Cast iron", "Gusseisen"]],
     description: {
         "Hexagon head, chamfered; thread shown by its outer diameter": "Sechskantkopf, gefast; das Gewinde als Außendurchmesser",
         "Chamfered on both sides; thread shown by its core diameter": "Auf beiden Seiten gefast; das Gewinde als Kerndurchmesser",

@@ -120,7 +120,8 @@ export default {
         },
         Assemblies: {d: "Nominal diameter", grip: "Grip", h: "Height of the axis", x: "Length", y: "Width", z: "Height"},
     },
-    /// Other words for those of titles, and for whole descriptions.
+    /// Other words for those of titles and materials, and for whole descriptions.
     titleWords: [],
+    materialWords: [],
     description: {},
 };

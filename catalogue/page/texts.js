@@ -23,11 +23,14 @@ export const number = new Intl.NumberFormat(language, {maximumFractionDigits: 2}
 export const categoryName = (category) => own(texts.category, category) ?? category;
 export const describe = (item) => own(texts.description, item.description) ?? item.description;
 
-export function titleOf(title) {
-    for (const [word, other] of texts.titleWords)
-        title = title.replace(new RegExp(`\\b${word}\\b`), other);
-    return title;
+function replaceWords(text, words) {
+    for (const [word, other] of words)
+        text = text.replace(new RegExp(`\\b${word}\\b`), other);
+    return text;
 }
+
+export const titleOf = (title) => replaceWords(title, texts.titleWords);
+export const materialName = (material) => replaceWords(material, texts.materialWords);
 
 /// What may be searched for `word`: itself, and what the service calls that of which it is a part in this language.
 export function alternativesOf(word) {

@@ -3,7 +3,7 @@
 import {addressOfCategory, addressOfItem} from "./address.js";
 import {parseShape} from "./lvr.js";
 import {fetchShape, fileOf, PageItems, pictureOf} from "./service.js";
-import {categoryName, describe, dimensionName, number, texts, titleOf} from "./texts.js";
+import {categoryName, describe, dimensionName, materialName, number, texts, titleOf} from "./texts.js";
 import {showMesh} from "./viewer.js";
 
 const NeutralPicture = "/page/part.svg";
@@ -78,7 +78,7 @@ function makeChooser(id, label, none, choices, chosen, choose) {
 function makeChoosers({materials, sizes}, {material, size}, choose) {
     const choosers = [
         makeChooser("material", texts.material, texts.anyMaterial,
-                    materials.map(({name, count}) => ({value: name, text: texts.choice(name, count)})), material,
+                    materials.map(({name, count}) => ({value: name, text: texts.choice(materialName(name), count)})), material,
                     (value) => choose("material", value)),
         makeChooser("size", texts.size, texts.anySize,
                     sizes.map(({from, to, count}) => ({value: from, text: texts.choice(texts.sizeRange(from, to), count)})),

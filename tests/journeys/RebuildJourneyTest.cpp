@@ -7,6 +7,7 @@
 #include "tests/support/HostileShapes.h"
 #include "tests/support/Places.h"
 #include "tests/support/StepFile.h"
+#include "tests/support/WriteItems.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -195,6 +196,7 @@ TEST_F(RebuildJourney, APartHasTheCamerasOfItsSource)
     CadDocument used;
     used.cameras = {DocumentCamera{"of the template"}};
     WriteDocument(used, served.Path() / "files" / "template.ZALPart");
+    catalogue::testing::WriteItems(served.Path(), {});
     catalogue::CatalogueService service(served.Path());
     service.Start();
 
@@ -299,6 +301,7 @@ TEST_F(RebuildJourney, GeometryOnWhichTheKernelCrashesIsNotPasted)
     hostile.geometry = CrashesDecoding();
     std::filesystem::create_directory(served.Path() / "files");
     WriteDocument(hostile, served.Path() / "files" / "hostile.ZALPart");
+    catalogue::testing::WriteItems(served.Path(), {});
     catalogue::CatalogueService service(served.Path());
     service.Start();
 

@@ -86,7 +86,8 @@ class Language(Journey):
         window.find("heading", "Alle Artikel")
         window.find("frame", "Produktbaum")
         window.find("filler", "3D-Ansicht des Produkts")
-        same = {"English", "Deutsch"} | {name for name in english if "/" in name or not name}
+        same = {"English", "Deutsch"} | {name for name in english if "/" in name or not name
+                                        or name.startswith("Aluminium")}
         self.assertEqual(set(), english & {item.name for item in window.all("menu item", hidden=True)} - same)
         window.click(window.tree_entry("HOUSING_47.1"))
         window.menu("Katalog", "Ähnliche suchen")
