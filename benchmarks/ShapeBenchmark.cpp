@@ -97,7 +97,8 @@ void Search()
     std::vector<double> times;
     for (int turn = 0; turn < 21; ++turn) {
         const catalogue::ShapeDescriptor wanted = Random(random);
-        times.push_back(Milliseconds([&] { Require(index.Rank(wanted).size() == shapes, "shapes are missing"); }));
+        times.push_back(
+            Milliseconds([&] { Require(index.Rank(wanted, shapes).size() == shapes, "shapes are missing"); }));
     }
     std::printf("shape_search_%d %.3f ms\n", shapes, Median(times));
 }

@@ -72,7 +72,7 @@ function makeChooser(id, label, none, choices, chosen, choose) {
     if (chosen !== null && !choices.some((choice) => String(choice.value) === value))
         box.append(make("option", {value, selected: true}, value));
     box.addEventListener("change", () => choose(box.value === "" ? null : box.value));
-    return make("label", {for: id}, make("span", {}, label), box);
+    return make("label", {for: id}, make("span", {class: "unseen"}, label), box);
 }
 
 function makeChoosers({materials, sizes}, {material, size}, choose) {
