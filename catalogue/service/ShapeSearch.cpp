@@ -33,6 +33,7 @@ Json ShapeSearch::Search(std::string_view query, std::size_t most) const
     const std::vector<ShapeIndex::Match> matches =
         shapes_.Rank(DecodeShapeToken(query), std::min(most, MaximumResults));
     std::vector<std::int64_t> numbers;
+    numbers.reserve(matches.size());
     for (const ShapeIndex::Match& match : matches)
         numbers.push_back(items_[match.shape]);
     std::vector<Json> entries = store_.Entries(numbers);

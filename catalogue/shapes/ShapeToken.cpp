@@ -34,17 +34,19 @@ std::string ToText(const std::vector<unsigned char>& bytes)
     return text;
 }
 
-constexpr std::array<signed char, 256> MakeValues()
+constexpr unsigned char NoValue = 255;
+
+constexpr std::array<unsigned char, 256> MakeValues()
 {
-    std::array<signed char, 256> values{};
-    values.fill(-1);
+    std::array<unsigned char, 256> values{};
+    values.fill(NoValue);
     for (std::size_t value = 0; value < Alphabet.size(); ++value)
-        values[static_cast<unsigned char>(Alphabet[value])] = static_cast<signed char>(value);
+        values[static_cast<unsigned char>(Alphabet[value])] = static_cast<unsigned char>(value);
     return values;
 }
 
-/// Of each character in the alphabet; -1 for one that is not.
-constexpr std::array<signed char, 256> Values = MakeValues();
+/// Of each character in the alphabet; NoValue for one that is not.
+constexpr std::array<unsigned char, 256> Values = MakeValues();
 
 std::vector<unsigned char> ToBytes(std::string_view text)
 {
@@ -53,10 +55,10 @@ std::vector<unsigned char> ToBytes(std::string_view text)
     unsigned int bits = 0;
     int count = 0;
     for (const char character : text) {
-        const int value = Values[static_cast<unsigned char>(character)];
-        if (value < 0)
+        const unsigned char value = Values[static_cast<unsigned char>(character)];
+        if (value == NoValue)
             throw ShapeError("the query has a character that is in none");
-        bits = (bits << 6 | static_cast<unsigned int>(value)) & 0xFFFF;
+        bits = (bits << 6 | value) & 0xFFFF;
         count += 6;
         if (count >= 8) {
             count -= 8;
