@@ -253,8 +253,8 @@ namespace {
 /// asks, `caller`, there is another one without a handler, as not every host has one.
 void FailAsTold(const void* caller)
 {
-    static Operation allocation("new");
-    static Operation allocationOfModule("new-module");
+    static Operation allocation("new", torture::What::Allocation);
+    static Operation allocationOfModule("new-module", torture::What::Allocation);
     if (torture::IsInModule(caller) && allocationOfModule.Fails() != 0)
         throw std::bad_alloc();
     while (allocation.Fails() != 0) {
@@ -321,7 +321,7 @@ void* __libc_realloc(void* memory, std::size_t size) noexcept;
 
 static bool AllocationFails(const void* caller)
 {
-    static Operation operation("malloc");
+    static Operation operation("malloc", torture::What::Allocation);
     if (!torture::IsInLibrary(caller) || operation.Fails() == 0)
         return false;
     errno = ENOMEM;

@@ -1,5 +1,6 @@
 """tools/torture notices what goes wrong: each test lets a small program fail that has one fault."""
 
+import collections
 import importlib.machinery
 import importlib.util
 import os
@@ -93,6 +94,38 @@ class Careless(unittest.TestCase):
         self.assertEqual("", self.complaints("deletes first", "rename:1:EIO", imposed))
         self.assertIn("gone: ", self.complaints("deletes first", "rename:1:EACCES", imposed))
         self.assertIn("half: ", self.complaints("writes in place", "write:2:EIO", imposed))
+
+    def test_fails_an_allocation_once_for_each_place(self):
+        cases = {fault: [case for case in self.judge(fault).cases() if case.operation == "new"]
+                 for fault in ("none", "allocates often")}
+        self.assertGreater(len(cases["none"]), 1)
+        self.assertEqual(len(cases["none"]) + 1, len(cases["allocates often"]))
+        calls = self.judge("allocates often").calls["openhost", "new"]
+        self.assertGreaterEqual(calls, len(cases["none"]) + 100)
+
+    def test_leaves_out_places_of_other_sessions(self):
+        seen = collections.defaultdict(set)
+        first, second = (list(self.judge("none").cases(seen)) for _ in range(2))
+        self.assertEqual([case for case in first if case.operation != "new"], second)
+
+    def test_plays_once_again_from_the_same_files(self):
+        judge = self.judge("none")
+        case = torture.Case("careless", "openhost", "write", 1, "EIO")
+        self.assertIsNotNone(torture.torture(judge, case, []).second)
+        self.assertIsNone(torture.torture(judge, case, []).second)
+        other = torture.Case("careless", "openhost", "write", 2, "kill")
+        self.assertIsNotNone(torture.torture(judge, other, []).second)
+
+    def test_remembers_what_has_passed_with_the_same_build(self):
+        case = torture.Case("careless", "openhost", "write", 1, "EIO")
+        late = case._replace(number=9)
+        for result in (torture.Result(case, True, [], [], None, None), torture.Result(late, False, [], [], None, None),
+                       torture.Result(case._replace(number=2), True, ["gone: a"], [], None, None),
+                       torture.Result(case._replace(number=3), True, [], ["gone: a"], None, None)):
+            torture.Passed(self.folder).add(result)
+        self.assertEqual({torture.name_of(case): True, torture.name_of(late): False}, torture.Passed(self.folder).cases)
+        (self.folder / "lib" / "other.so").write_text("another build")
+        self.assertEqual({}, torture.Passed(self.folder).cases)
 
     def test_draws_the_same_sample_for_the_same_seed(self):
         cases = list(self.judge("none").cases())
