@@ -83,6 +83,9 @@ public:
         std::array<void*, 1> caller{};
         backtrace(caller.data(), 1);
         FindLibraries();
+        // libcrypto uses its first context whether or not there was memory for it, and crashes. It gets it beforehand.
+        if (void* const make = dlsym(RTLD_DEFAULT, "OSSL_LIB_CTX_get0_global_default"))
+            reinterpret_cast<void* (*)()>(make)();
         if (const char* counts = std::getenv("VELMART_TORTURE_COUNTS"))
             MapCounts(counts);
         counts_ = true;

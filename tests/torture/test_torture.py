@@ -95,6 +95,12 @@ class Careless(unittest.TestCase):
         self.assertIn("gone: ", self.complaints("deletes first", "rename:1:EACCES", imposed))
         self.assertIn("half: ", self.complaints("writes in place", "write:2:EIO", imposed))
 
+    def test_excuses_calls_from_a_function_alone(self):
+        def imposed(function):
+            return [{"sessions": ["careless"], "calls": ["openhost/write:*:EIO in " + function], "complaints": ["silent: *"]}]
+        self.assertEqual("", self.complaints("is silent", "write:1:EIO", imposed("main")))
+        self.assertIn("silent: ", self.complaints("is silent", "write:1:EIO", imposed("Fail")))
+
     def test_fails_an_allocation_once_for_each_place(self):
         cases = {fault: [case for case in self.judge(fault).cases() if case.operation == "new"]
                  for fault in ("none", "allocates often")}
