@@ -79,8 +79,8 @@ class Careless(unittest.TestCase):
         self.assertIn("hangs: ", self.complaints("hangs", "write:1:EIO"))
 
     def test_notices_a_process_that_goes_on(self):
-        grace = torture.GRACE
-        self.addCleanup(setattr, torture, "GRACE", grace)
+        gshift = torture.GRACE
+        self.addCleanup(setattr, torture, "GRACE", gshift)
         torture.GRACE = 0.2
         self.assertIn("alive: openhost", self.complaints("leaves a process", "write:1:EIO"))
 
@@ -88,6 +88,16 @@ class Careless(unittest.TestCase):
         complaints = self.complaints("takes a lock", "rename:1:kill")
         self.assertIn("again: status 1", complaints)
         self.assertIn("again left: tmp/lock", complaints)
+
+    def test_notices_reports_of_sanitizers(self):
+        leak = "==1==ERROR: LeakSanitizer: detected memory leaks"
+        block = "Direct leak of 16 byte(s) in 1 object(s) allocated from:\n    #0 0x1 in malloc a.cpp:1\n    #1 0x2 in "
+        ours, library = block + "Read b.cpp:2", block + "CRYPTO_zalloc (/lib/libcrypto.so.3+0x3)"
+        shift = "a.cpp:1:2: runtime error: shift exponent"
+        self.assertEqual([shift], torture.reports("one\n" + shift + "\ntwo"))
+        self.assertEqual([leak], torture.reports("\n".join([leak, ours, "", library]), "malloc"))
+        self.assertEqual([leak], torture.reports("\n".join([leak, library]), "new"))
+        self.assertEqual([], torture.reports("\n".join([leak, library]), "malloc"))
 
     def test_excuses_what_is_imposed_and_nothing_else(self):
         imposed = [{"sessions": ["careless"], "calls": ["openhost/rename:*:EIO"], "complaints": ["gone: parts/note.txt"]}]
