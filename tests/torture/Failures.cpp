@@ -195,7 +195,7 @@ struct Range {
 /// Libraries whose failed allocations reach the project as errors. Not those of GLib, which ends the process itself
 /// when memory runs out (its documentation of memory allocation), nor the loader and the C library, which have no words
 /// for it.
-constexpr std::array LibraryNames = {"libcurl", "libzip", "libuv", "libcrypto", "libssl", "libnghttp2"};
+constexpr std::array LibraryNames = {"libcurl", "libzip", "libcrypto", "libssl", "libnghttp2"};
 std::array<Range, LibraryNames.size()> libraries;
 Range module;
 
