@@ -5,6 +5,7 @@ import importlib.machinery
 import importlib.util
 import os
 import pathlib
+import signal
 import subprocess
 import tempfile
 import unittest
@@ -148,6 +149,18 @@ class Careless(unittest.TestCase):
         self.assertEqual(torture.sample(cases, "a"), torture.sample(cases, "a"))
         self.assertNotEqual(torture.sample(cases, "a"), torture.sample(cases, "b"))
         self.assertEqual(sorted(cases), sorted(torture.sample(cases, "a")))
+
+    def test_ends_its_catalogue_whatever_ends_it(self):
+        for end in (signal.SIGTERM, signal.SIGINT):
+            run = subprocess.Popen([ROOT / "tools" / "torture", "--build", BUILD, "--minutes", "1", "--session", "options"],
+                                   stdout=subprocess.PIPE, text=True, env=os.environ | {"TMPDIR": str(self.folder)})
+            run.stdout.readline()
+            catalogue = int(pathlib.Path(f"/proc/{run.pid}/task/{run.pid}/children").read_text().split()[0])
+            run.send_signal(end)
+            run.stdout.read()
+            run.stdout.close()
+            self.assertEqual(128 + end, run.wait())
+            self.assertFalse(pathlib.Path(f"/proc/{catalogue}").exists())
 
     def test_tells_wrong_use_at_once(self):
         for arguments in ([], ["--all", "--minutes", "1"], ["--minutes", "0"], ["--minutes", "1441"], ["--case", "a"],
