@@ -111,7 +111,7 @@ TEST_F(CurlTransportMemory, ALibraryWithoutMemoryHarmsNoLaterTransfer)
     ASSERT_EQ(CURLE_OK, curlAsksHere);
     RawServer server(RawServer::Answering([](const std::string&) { return Reply("abc"); }));
     for (int number = 0;; ++number) {
-        Use({.silenceTimeout = 50ms}); // whose connections are new
+        Use({}); // whose connections are new
         FailingListener disturbed;
         curlAllocationsLeft = number;
         const auto transfer = Start(server.Url(), disturbed);
