@@ -105,39 +105,44 @@ HRESULT Replace(ZALBaseUnknown* target, const ZALUnicodeString& path, Replacemen
 } // namespace
 
 bool ZALVelmartMeridiaAccessAddinActionCmd::InsertOrReplaceAction(void*)
-try {
+{
+    // The command ends whatever happens.
     if (!_TargetPath)
         return true;
 
-    _TargetPath->InitToLeafElement();
-    ZALBaseUnknown* target = _TargetPath->GetNextFatherObject();
+    bool hasBegun = false; // from then on a failure is told where it happens
+    try {
+        _TargetPath->InitToLeafElement();
+        ZALBaseUnknown* target = _TargetPath->GetNextFatherObject();
 
-    const ZALIAProducts_var components(target);
-    if (!components)
-        return true;
+        const ZALIAProducts_var components(target);
+        if (!components)
+            return true;
 
-    if (_DownloadedFiles.Size() == 0)
-        return true;
-    const ZALUnicodeString path = _DownloadedFiles[1];
+        if (_DownloadedFiles.Size() == 0)
+            return true;
+        const ZALUnicodeString path = _DownloadedFiles[1];
 
-    if (ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame())
-        frame->SetBusyCursor();
-    HRESULT result = E_FAIL;
+        if (ZALApplicationFrame* frame = ZALApplicationFrame::GetFrame())
+            frame->SetBusyCursor();
+        HRESULT result = E_FAIL;
+        hasBegun = true;
 
-    if (_Action == ActionInsert)
-        result = Insert(target, components, path);
+        if (_Action == ActionInsert)
+            result = Insert(target, components, path);
 
-    Replacement held;
-    if (_Action == ActionReplace)
-        result = Replace(target, path, held);
+        Replacement held;
+        if (_Action == ActionReplace)
+            result = Replace(target, path, held);
 
-    if (SUCCEEDED(result)) {
-        ZALListValZALUnicodeString paths;
-        paths.Append(path);
-        ZALVelmartIntegrationEventPublisher::SendEndTransactionEvent(paths, _DocEnvId);
+        if (SUCCEEDED(result)) {
+            ZALListValZALUnicodeString paths;
+            paths.Append(path);
+            ZALVelmartIntegrationEventPublisher::SendEndTransactionEvent(paths, _DocEnvId);
+        }
+    } catch (const std::bad_alloc&) {
+        if (!hasBegun)
+            NotifyCommandError(_Action == ActionReplace ? "ReplaceFailed" : "InsertFailed");
     }
-    return true;
-} catch (const std::bad_alloc&) {
-    // The command ends whatever happens.
     return true;
 }

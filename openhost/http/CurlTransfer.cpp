@@ -329,7 +329,7 @@ void CurlTransfer::Drive(curl_socket_t socket, int events)
     const auto self = shared_from_this();
     int running = 0;
     driving_ = true;
-    curl_multi_socket_action(multi_, socket, events, &running);
+    const CURLMcode result = curl_multi_socket_action(multi_, socket, events, &running);
     driving_ = false;
     if (events != 0)
         lastSign_ = std::chrono::steady_clock::now();
@@ -344,6 +344,11 @@ void CurlTransfer::Drive(curl_socket_t socket, int events)
     }
     if (refusal_) {
         End(TransferEnd::Failed, refusal_);
+        return;
+    }
+    if (result != CURLM_OK) {
+        isBroken_ = true;
+        End(TransferEnd::Failed, curl_multi_strerror(result));
         return;
     }
     int left = 0;
@@ -628,7 +633,11 @@ void CurlTransfer::Close()
         loop.Unwatch(socket);
     loop.CancelTimer(std::exchange(timer_, 0));
     loop.CancelTimer(std::exchange(paceTimer_, 0));
-    connections_->GiveBack(std::exchange(multi_, nullptr));
+    CURLM* const multi = std::exchange(multi_, nullptr);
+    if (isBroken_)
+        curl_multi_cleanup(multi);
+    else
+        connections_->GiveBack(multi);
 }
 
 } // namespace openhost

@@ -106,6 +106,7 @@ private:
     bool driving_ = false;          ///< libcurl is on the stack and cannot be entered
     bool timerDue_ = false;         ///< the timer fired meanwhile
     const char* refusal_ = nullptr; ///< why the transfer fails, when it is not libcurl that knows
+    bool isBroken_ = false;         ///< libcurl has failed in a way after which its connections are of no use
     const bool collected_;          ///< somebody collects the body in memory
 
     HttpHeaders headers_;

@@ -230,7 +230,7 @@ MOVING(send, (int file, const void* bytes, std::size_t size, int flags), (file, 
 MOVING(recv, (int file, void* bytes, std::size_t size, int flags), (file, bytes, size, flags))
 FAILING(ssize_t, sendmsg, (int file, const msghdr* message, int flags), (file, message, flags), -1)
 FAILING(ssize_t, recvmsg, (int file, msghdr* message, int flags), (file, message, flags), -1)
-FAILING(int, pipe, (int* ends) noexcept, (ends), -1)
+// Not pipe, by which sanitizers ask whether memory may be read.
 FAILING(int, pipe2, (int* ends, int flags) noexcept, (ends, flags), -1)
 FAILING(int, eventfd, (unsigned int value, int flags) noexcept, (value, flags), -1)
 FAILING(int, epoll_create1, (int flags) noexcept, (flags), -1)
@@ -253,8 +253,8 @@ namespace {
 /// asks, `caller`, there is another one without a handler, as not every host has one.
 void FailAsTold(const void* caller)
 {
-    static Operation allocation("new");
-    static Operation allocationOfModule("new-module");
+    static Operation allocation("new", torture::What::Allocation);
+    static Operation allocationOfModule("new-module", torture::What::Allocation);
     if (torture::IsInModule(caller) && allocationOfModule.Fails() != 0)
         throw std::bad_alloc();
     while (allocation.Fails() != 0) {
@@ -318,10 +318,14 @@ extern "C" {
 void* __libc_malloc(std::size_t size) noexcept;
 void* __libc_calloc(std::size_t count, std::size_t size) noexcept;
 void* __libc_realloc(void* memory, std::size_t size) noexcept;
+// Those of a sanitizer, where there is one.
+[[gnu::weak]] void* __interceptor_malloc(std::size_t size) noexcept;
+[[gnu::weak]] void* __interceptor_calloc(std::size_t count, std::size_t size) noexcept;
+[[gnu::weak]] void* __interceptor_realloc(void* memory, std::size_t size) noexcept;
 
 static bool AllocationFails(const void* caller)
 {
-    static Operation operation("malloc");
+    static Operation operation("malloc", torture::What::Allocation);
     if (!torture::IsInLibrary(caller) || operation.Fails() == 0)
         return false;
     errno = ENOMEM;
@@ -330,17 +334,23 @@ static bool AllocationFails(const void* caller)
 
 void* malloc(std::size_t size) noexcept
 {
-    return AllocationFails(__builtin_return_address(0)) ? nullptr : __libc_malloc(size);
+    if (AllocationFails(__builtin_return_address(0)))
+        return nullptr;
+    return (__interceptor_malloc ? __interceptor_malloc : __libc_malloc)(size);
 }
 
 void* calloc(std::size_t count, std::size_t size) noexcept
 {
-    return AllocationFails(__builtin_return_address(0)) ? nullptr : __libc_calloc(count, size);
+    if (AllocationFails(__builtin_return_address(0)))
+        return nullptr;
+    return (__interceptor_calloc ? __interceptor_calloc : __libc_calloc)(count, size);
 }
 
 void* realloc(void* memory, std::size_t size) noexcept
 {
-    return AllocationFails(__builtin_return_address(0)) ? nullptr : __libc_realloc(memory, size);
+    if (AllocationFails(__builtin_return_address(0)))
+        return nullptr;
+    return (__interceptor_realloc ? __interceptor_realloc : __libc_realloc)(memory, size);
 }
 }
 

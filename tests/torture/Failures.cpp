@@ -1,5 +1,6 @@
 #include "tests/torture/Failures.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
@@ -16,15 +17,45 @@
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <unwind.h>
 
 namespace torture {
+
+namespace {
+
+/// Takes one frame of a stack into the number of its place.
+_Unwind_Reason_Code TakeFrame(_Unwind_Context* frame, void* place)
+{
+    const auto address = static_cast<std::uintptr_t>(_Unwind_GetIP(frame));
+    dl_find_object found{};
+    if (address == 0 || _dl_find_object(reinterpret_cast<void*>(address - 1), &found) != 0)
+        return _URC_END_OF_STACK;
+    auto& number = *static_cast<std::uint64_t*>(place);
+    const auto take = [&number](std::uint64_t value) { number = (number ^ value) * 0x9E3779B97F4A7C15; };
+    const char* const path = found.dlfo_link_map->l_name;
+    const char* const slash = std::strrchr(path, '/');
+    for (const char* name = slash ? slash + 1 : path; *name != 0; ++name)
+        take(static_cast<unsigned char>(*name));
+    take(address - found.dlfo_link_map->l_addr);
+    return _URC_NO_REASON;
+}
+
+/// A number for the place that a call comes from: the offsets of its stack in programs and libraries, which are the
+/// same wherever those are loaded. Asks for no memory.
+std::uint64_t PlaceOfCall()
+{
+    std::uint64_t place = 0;
+    _Unwind_Backtrace(&TakeFrame, &place);
+    return place ^ (place >> 32);
+}
+
+} // namespace
 
 /// The failure that the environment asks for, and what has been counted.
 ///
 /// VELMART_TORTURE is PROGRAM/OPERATION:NUMBER:HOW, such as openhost/rename:3:28; a NUMBER of 0 counts only.
-/// VELMART_TORTURE_COUNTS, when it is there, is the file that gets an entry for each operation, its name and the number
-/// of its calls: kept in shared memory, as a process may be killed at any time. VELMART_TORTURE_PLACE gets the places
-/// that the call which has failed came from.
+/// VELMART_TORTURE_COUNTS, when it is there, is the file that gets the Counts: kept in shared memory, as a process may
+/// be killed at any time. VELMART_TORTURE_PLACE gets the functions that the call which has failed came from.
 class Failures {
 public:
     static Failures& Instance()
@@ -52,6 +83,9 @@ public:
         std::array<void*, 1> caller{};
         backtrace(caller.data(), 1);
         FindLibraries();
+        // libcrypto uses its first context whether or not there was memory for it, and crashes. It gets it beforehand.
+        if (void* const make = dlsym(RTLD_DEFAULT, "OSSL_LIB_CTX_get0_global_default"))
+            reinterpret_cast<void* (*)()>(make)();
         if (const char* counts = std::getenv("VELMART_TORTURE_COUNTS"))
             MapCounts(counts);
         counts_ = true;
@@ -64,14 +98,8 @@ public:
         if (!counts_ || isInside_)
             return 0;
         const int call = ++operation.calls_;
-        if (!operation.isListed_.exchange(true)) {
-            if (entries_) {
-                operation.entry_ = entries_ + entryCount_++;
-                std::strncpy(operation.entry_->name, operation.name_, sizeof operation.entry_->name - 1);
-            }
-        }
-        if (operation.entry_)
-            operation.entry_->calls = call;
+        if (shared_)
+            Count(operation, call);
         if (call != number_ || operation.name_ != operation_)
             return 0;
         isInside_ = true;
@@ -95,12 +123,37 @@ private:
     }
     void MapCounts(const char* path)
     {
-        constexpr std::size_t most = 1024;
         const auto file = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, O_RDWR | O_CREAT | O_CLOEXEC, 0666));
-        syscall(SYS_ftruncate, file, most * sizeof(Entry));
-        entries_ =
-            static_cast<Entry*>(mmap(nullptr, most * sizeof(Entry), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
+        syscall(SYS_ftruncate, file, sizeof(Counts));
+        void* const memory = mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
         syscall(SYS_close, file);
+        if (memory == MAP_FAILED)
+            std::abort();
+        shared_ = static_cast<Counts*>(memory);
+    }
+    void Count(Operation& operation, int call)
+    {
+        if (!operation.isListed_.exchange(true)) {
+            const std::uint32_t index = shared_->operationCount++;
+            if (index >= shared_->operations.size())
+                std::abort();
+            Counts::Operation& entry = shared_->operations[index];
+            std::strncpy(entry.name, operation.name_, sizeof entry.name - 1);
+            operation.entry_ = &entry;
+        }
+        // Null while another thread lists it.
+        Counts::Operation* const entry = operation.entry_;
+        if (entry)
+            entry->calls = call;
+        if (operation.what_ != What::Allocation || !entry)
+            return;
+        isInside_ = true;
+        const std::uint32_t index = shared_->allocationCount++;
+        if (index >= shared_->allocations.size())
+            std::abort();
+        shared_->allocations[index] = {static_cast<std::uint32_t>(entry - shared_->operations.data()),
+                                       static_cast<std::uint32_t>(call), PlaceOfCall()};
+        isInside_ = false;
     }
     /// Writes where the call comes from.
     void Tell() const
@@ -115,8 +168,7 @@ private:
 
     std::atomic<bool> counts_ = false;
     static thread_local bool isInside_;
-    Entry* entries_ = nullptr;
-    std::atomic<std::size_t> entryCount_ = 0;
+    Counts* shared_ = nullptr;
     char placeFile_[4096] = {};
     std::string_view operation_;
     int number_ = 0;
@@ -143,7 +195,7 @@ struct Range {
 /// Libraries whose failed allocations reach the project as errors. Not those of GLib, which ends the process itself
 /// when memory runs out (its documentation of memory allocation), nor the loader and the C library, which have no words
 /// for it.
-constexpr std::array LibraryNames = {"libcurl", "libzip", "libuv", "libcrypto", "libssl", "libnghttp2"};
+constexpr std::array LibraryNames = {"libcurl", "libzip", "libcrypto", "libssl", "libnghttp2"};
 std::array<Range, LibraryNames.size()> libraries;
 Range module;
 

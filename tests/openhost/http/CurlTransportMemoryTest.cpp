@@ -3,6 +3,12 @@
 
 #include "tests/support/FailingMemory.h"
 
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+
+#include <curl/curl.h>
+
 using namespace openhost;
 using namespace openhost::testing;
 using namespace std::chrono_literals;
@@ -31,6 +37,21 @@ struct FailingListener final : HttpTransferListener {
     std::vector<TransferEnd> ends;
     std::string reason;
 };
+
+/// The allocation of libcurl that fails, counted down to 0; below that none does.
+std::atomic<int> curlAllocationsLeft = -1;
+
+bool CurlAllocationFails()
+{
+    return curlAllocationsLeft >= 0 && curlAllocationsLeft-- == 0;
+}
+
+const CURLcode curlAsksHere = curl_global_init_mem(
+    CURL_GLOBAL_DEFAULT, [](std::size_t size) { return CurlAllocationFails() ? nullptr : std::malloc(size); },
+    [](void* memory) { std::free(memory); },
+    [](void* memory, std::size_t size) { return CurlAllocationFails() ? nullptr : std::realloc(memory, size); },
+    [](const char* text) { return CurlAllocationFails() ? nullptr : strdup(text); },
+    [](std::size_t count, std::size_t size) { return CurlAllocationFails() ? nullptr : std::calloc(count, size); });
 
 class CurlTransportMemory : public HttpFixture {
 protected:
@@ -83,4 +104,30 @@ TEST_F(CurlTransportMemory, EachAllocationMayFailAndTheTransferEndsOnce)
         EXPECT_EQ(transfer != nullptr, listener.ends.size() == 1);
     });
     EXPECT_GT(failures, 10);
+}
+
+TEST_F(CurlTransportMemory, ALibraryWithoutMemoryHarmsNoLaterTransfer)
+{
+    ASSERT_EQ(CURLE_OK, curlAsksHere);
+    RawServer server(RawServer::Answering([](const std::string&) { return Reply("abc"); }));
+    for (int number = 0;; ++number) {
+        Use({}); // whose connections are new
+        FailingListener disturbed;
+        curlAllocationsLeft = number;
+        const auto transfer = Start(server.Url(), disturbed);
+        Loop().RunUntilIdle(10s);
+        const bool hasRunOut = curlAllocationsLeft < 0;
+        curlAllocationsLeft = -1;
+        EXPECT_EQ(transfer ? 1U : 0U, disturbed.ends.size()) << number;
+
+        FailingListener later;
+        const auto second = Start(server.Url(), later);
+        ASSERT_TRUE(second) << number;
+        Loop().RunUntilIdle(60s);
+        EXPECT_EQ(std::vector{TransferEnd::Finished}, later.ends) << number << ": " << later.reason;
+        if (!hasRunOut) {
+            EXPECT_GT(number, 10);
+            break;
+        }
+    }
 }

@@ -87,6 +87,11 @@ int main(int count, char** values)
     std::error_code ignored;
     std::filesystem::remove(parts + "/note.txt.next", ignored);
 
+    std::string filler;
+    if (Has("allocates often"))
+        for (int repeat = 0; repeat < 100; ++repeat)
+            std::string(100, 'a').swap(filler);
+
     const std::string lock = std::string(std::getenv("TMPDIR")) + "/lock";
     if (Has("takes a lock")) {
         const int file = open(lock.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
