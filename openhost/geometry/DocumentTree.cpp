@@ -36,6 +36,8 @@ public:
         entry.key = key;
         entry.kind = document.kind;
         entry.name = document.partNumber.empty() ? std::filesystem::path(key).stem().string() : document.partNumber;
+        entry.description = std::move(document.description);
+        entry.parameters = std::move(document.parameters);
         if (document.geometry)
             entry.shape = Decode(*document.geometry, key);
         document.geometry.reset();

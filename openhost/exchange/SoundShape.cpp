@@ -1,0 +1,93 @@
+#include "openhost/exchange/SoundShape.h"
+
+#include "openhost/geometry/KernelFailure.h"
+#include "openhost/geometry/ShapeGeometry.h"
+
+#include <BRepCheck_Analyzer.hxx>
+#include <BRepGProp.hxx>
+#include <BRep_Builder.hxx>
+#include <GProp_GProps.hxx>
+#include <ShapeFix_Shape.hxx>
+#include <Standard_Failure.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopoDS_Compound.hxx>
+
+#include <cmath>
+
+namespace openhost {
+
+namespace {
+
+using Warn = std::function<void(const std::string&)>;
+
+bool IsValid(const TopoDS_Shape& shape)
+{
+    return BRepCheck_Analyzer(shape).IsValid();
+}
+
+TopoDS_Shape Repaired(const TopoDS_Shape& shape, const Warn& warn)
+{
+    if (IsValid(shape))
+        return shape;
+    try {
+        ShapeFix_Shape fix(shape);
+        fix.Perform();
+        if (!fix.Shape().IsNull() && IsValid(fix.Shape())) {
+            warn("faults of the geometry are repaired");
+            return fix.Shape();
+        }
+    } catch (const Standard_Failure& failure) {
+        ReasonOf(failure); // throws when memory has run out
+    }
+    warn("the geometry has faults that cannot be repaired, and is kept as it is");
+    return shape;
+}
+
+/// Of sheets beside solids a volume means nothing.
+double VolumeOfSolids(const TopoDS_Shape& shape)
+{
+    double volume = 0;
+    for (TopExp_Explorer solid(shape, TopAbs_SOLID); solid.More(); solid.Next()) {
+        GProp_GProps properties;
+        BRepGProp::VolumeProperties(solid.Current(), properties);
+        volume += properties.Mass();
+    }
+    return volume;
+}
+
+bool IsFinite(const GeometryFacts& facts)
+{
+    double sum = facts.volume + facts.area;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        sum += facts.box.lowest[axis] + facts.box.highest[axis];
+    return std::isfinite(sum);
+}
+
+DocumentGeometry Encode(const TopoDS_Shape& shape)
+{
+    DocumentGeometry geometry{MeasureShape(shape), EncodeBoundary(shape)};
+    if (TopExp_Explorer(shape, TopAbs_FACE, TopAbs_SOLID).More())
+        geometry.facts.volume = VolumeOfSolids(shape);
+    if (!IsFinite(geometry.facts))
+        throw GeometryError("it has no size");
+    DecodeShape(geometry); // as readers of the document will
+    return geometry;
+}
+
+} // namespace
+
+std::optional<DocumentGeometry> EncodeSoundShape(const TopoDS_Shape& shape, const Warn& warn)
+{
+    if (shape.IsNull() || !TopExp_Explorer(shape, TopAbs_VERTEX).More())
+        return std::nullopt;
+    try {
+        return Encode(Repaired(shape, warn));
+    } catch (const Standard_Failure& failure) {
+        warn("the geometry is left out: " + ReasonOf(failure));
+    } catch (const GeometryError& error) {
+        warn("the geometry is left out: " + std::string(error.what()));
+    }
+    return std::nullopt;
+}
+
+} // namespace openhost
