@@ -7,11 +7,15 @@
 #include <BRepGProp.hxx>
 #include <BRep_Builder.hxx>
 #include <GProp_GProps.hxx>
+#include <ShapeBuild_ReShape.hxx>
 #include <ShapeFix_Shape.hxx>
 #include <Standard_Failure.hxx>
+#include <TopExp.hxx>
 #include <TopExp_Explorer.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS_Compound.hxx>
 
+#include <algorithm>
 #include <cmath>
 
 namespace openhost {
@@ -25,7 +29,17 @@ bool IsValid(const TopoDS_Shape& shape)
     return BRepCheck_Analyzer(shape).IsValid();
 }
 
-TopoDS_Shape Repaired(const TopoDS_Shape& shape, const Warn& warn)
+/// Gives the faces that `fix` has put in the place of others their colours.
+void MoveColors(const ShapeFix_Shape& fix, ColoredFaces& colors)
+{
+    ColoredFaces moved;
+    for (ColoredFaces::Iterator entry(colors); entry.More(); entry.Next())
+        for (TopExp_Explorer face(fix.Context()->Apply(entry.Key()), TopAbs_FACE); face.More(); face.Next())
+            moved.Bind(face.Current(), entry.Value());
+    colors = moved;
+}
+
+TopoDS_Shape Repaired(const TopoDS_Shape& shape, ColoredFaces& colors, const Warn& warn)
 {
     if (IsValid(shape))
         return shape;
@@ -34,6 +48,7 @@ TopoDS_Shape Repaired(const TopoDS_Shape& shape, const Warn& warn)
         fix.Perform();
         if (!fix.Shape().IsNull() && IsValid(fix.Shape())) {
             warn("faults of the geometry are repaired");
+            MoveColors(fix, colors);
             return fix.Shape();
         }
     } catch (const Standard_Failure& failure) {
@@ -63,9 +78,26 @@ bool IsFinite(const GeometryFacts& facts)
     return std::isfinite(sum);
 }
 
-DocumentGeometry Encode(const TopoDS_Shape& shape)
+/// A colour that all faces have is that of the whole.
+PartColors NumberColors(const TopoDS_Shape& shape, const ColoredFaces& colors)
 {
-    DocumentGeometry geometry{MeasureShape(shape), EncodeBoundary(shape)};
+    TopTools_IndexedMapOfShape faces;
+    TopExp::MapShapes(shape, TopAbs_FACE, faces);
+    PartColors numbered;
+    for (int index = 1; index <= faces.Extent(); ++index)
+        if (const SurfaceColor* color = colors.Seek(faces(index)))
+            numbered.faces.push_back({static_cast<std::uint32_t>(index - 1), *color});
+    const bool isWhole = numbered.faces.size() == static_cast<std::size_t>(faces.Extent()) &&
+                         std::ranges::adjacent_find(numbered.faces, std::ranges::not_equal_to(), &FaceColor::color) ==
+                             numbered.faces.end();
+    if (isWhole && !numbered.faces.empty())
+        return {numbered.faces.front().color, {}};
+    return numbered;
+}
+
+DocumentGeometry Encode(const TopoDS_Shape& shape, const ColoredFaces& colors)
+{
+    DocumentGeometry geometry{MeasureShape(shape), EncodeBoundary(shape), NumberColors(shape, colors)};
     if (TopExp_Explorer(shape, TopAbs_FACE, TopAbs_SOLID).More())
         geometry.facts.volume = VolumeOfSolids(shape);
     if (!IsFinite(geometry.facts))
@@ -76,12 +108,15 @@ DocumentGeometry Encode(const TopoDS_Shape& shape)
 
 } // namespace
 
-std::optional<DocumentGeometry> EncodeSoundShape(const TopoDS_Shape& shape, const Warn& warn)
+std::optional<DocumentGeometry> EncodeSoundShape(const TopoDS_Shape& shape, const ColoredFaces& colors,
+                                                 const Warn& warn)
 {
     if (shape.IsNull() || !TopExp_Explorer(shape, TopAbs_VERTEX).More())
         return std::nullopt;
     try {
-        return Encode(Repaired(shape, warn));
+        ColoredFaces ofFaces = colors;
+        const TopoDS_Shape sound = Repaired(shape, ofFaces, warn);
+        return Encode(sound, ofFaces);
     } catch (const Standard_Failure& failure) {
         warn("the geometry is left out: " + ReasonOf(failure));
     } catch (const GeometryError& error) {

@@ -2,6 +2,7 @@
 
 #include "openhost/exchange/StepParameters.h"
 #include "openhost/geometry/DocumentTree.h"
+#include "openhost/geometry/FaceColors.h"
 #include "openhost/geometry/KernelFailure.h"
 #include "openhost/text/OneLine.h"
 #include "openhost/text/Utf8.h"
@@ -10,6 +11,7 @@
 #include <BRep_Builder.hxx>
 #include <Interface_HArray1OfHAsciiString.hxx>
 #include <Interface_Static.hxx>
+#include <Quantity_Color.hxx>
 #include <STEPCAFControl_Controller.hxx>
 #include <STEPCAFControl_Writer.hxx>
 #include <Standard_Failure.hxx>
@@ -22,6 +24,7 @@
 #include <TDataStd_Name.hxx>
 #include <TDocStd_Document.hxx>
 #include <TopoDS_Compound.hxx>
+#include <XCAFDoc_ColorTool.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
 #include <XCAFDoc_ShapeTool.hxx>
 #include <XSControl_WorkSession.hxx>
@@ -62,6 +65,28 @@ TopoDS_Shape Standalone(const TopoDS_Shape& shape)
     return compound;
 }
 
+Quantity_Color ToKernel(const SurfaceColor& color)
+{
+    return {color[0], color[1], color[2], Quantity_TOC_sRGB};
+}
+
+/// Sets the colours of the part `part` at its label.
+void SetColors(const Handle(TDocStd_Document) & document, const TDF_Label& label, const TreeDocument& part)
+{
+    const Handle(XCAFDoc_ShapeTool) shapes = XCAFDoc_DocumentTool::ShapeTool(document->Main());
+    const Handle(XCAFDoc_ColorTool) colors = XCAFDoc_DocumentTool::ColorTool(document->Main());
+    if (part.shape.IsNull())
+        return;
+    if (part.colors.whole)
+        colors->SetColor(label, ToKernel(*part.colors.whole), XCAFDoc_ColorSurf);
+    // Its location is inside that shape, so that the faces are those of its own.
+    const FaceColors faces(XCAFDoc_ShapeTool::GetShape(label), part.colors);
+    for (const FaceColor& face : part.colors.faces)
+        if (face.face < static_cast<std::uint32_t>(faces.Faces().Extent()))
+            colors->SetColor(shapes->AddSubShape(label, faces.Faces()(static_cast<int>(face.face) + 1)),
+                             ToKernel(face.color), XCAFDoc_ColorSurf);
+}
+
 void FillDocument(const Handle(TDocStd_Document) & document, const DocumentTree& tree)
 {
     const Handle(XCAFDoc_ShapeTool) shapes = XCAFDoc_DocumentTool::ShapeTool(document->Main());
@@ -71,6 +96,7 @@ void FillDocument(const Handle(TDocStd_Document) & document, const DocumentTree&
                                     ? shapes->NewShape()
                                     : shapes->AddShape(Standalone(entry.shape), Standard_False);
         SetName(label, std::to_string(labels.size())); // NameProducts knows it by that
+        SetColors(document, label, entry);
         for (const TreeDocument::Instance& instance : entry.instances)
             SetName(shapes->AddComponent(label, labels[instance.document], LocationOf(instance.placement)),
                     instance.name);
@@ -170,7 +196,7 @@ void ExportStep(const std::filesystem::path& document, const std::filesystem::pa
         const Handle(TDocStd_Document) model = new TDocStd_Document("BinXCAF");
         FillDocument(model, tree);
         STEPCAFControl_Writer writer;
-        writer.SetColorMode(Standard_False);
+        writer.SetColorMode(Standard_True);
         writer.SetLayerMode(Standard_False);
         writer.SetPropsMode(Standard_False);
         if (!writer.Transfer(model))

@@ -85,6 +85,7 @@ public:
         for (std::size_t product = 0; product < products_.size(); ++product) {
             WriteOne(product);
             products_[product].shape.Nullify();
+            products_[product].colors.Clear();
             tell(static_cast<double>(product + 1) / static_cast<double>(products_.size()));
         }
         return FileName(products_.size() - 1);
@@ -153,8 +154,9 @@ private:
         if (product.isAssembly)
             AddChildren(product, document);
         else
-            document.geometry = EncodeSoundShape(
-                product.shape, [&](const std::string& line) { warn_(document.partNumber + ": " + line); });
+            document.geometry = EncodeSoundShape(product.shape, product.colors, [&](const std::string& line) {
+                warn_(document.partNumber + ": " + line);
+            });
         return document;
     }
 

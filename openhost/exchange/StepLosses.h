@@ -10,8 +10,8 @@ class StepData_StepModel;
 
 namespace openhost {
 
-/// Hands `warn` a line about each kind of thing in `model` that documents cannot hold, and about entities that are not as
-/// the standard wants them, with how many there are.
+/// Hands `warn` a line about each kind of thing in `model` that documents cannot hold, and about entities that are not
+/// as the standard wants them, with how many there are.
 void TellLosses(const Handle(StepData_StepModel) & model, const std::function<void(const std::string&)>& warn);
 
 } // namespace openhost

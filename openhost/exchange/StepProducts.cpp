@@ -11,6 +11,7 @@
 #include <Message_Printer.hxx>
 #include <Message_PrinterOStream.hxx>
 #include <Message_ProgressIndicator.hxx>
+#include <Quantity_Color.hxx>
 #include <STEPCAFControl_Controller.hxx>
 #include <STEPCAFControl_Reader.hxx>
 #include <STEPConstruct_ExternRefs.hxx>
@@ -27,8 +28,11 @@
 #include <TDF_LabelSequence.hxx>
 #include <TDataStd_Name.hxx>
 #include <TDocStd_Document.hxx>
+#include <TopLoc_Location.hxx>
+#include <TopoDS_Iterator.hxx>
 #include <TransferBRep.hxx>
 #include <Transfer_TransientProcess.hxx>
+#include <XCAFDoc_ColorTool.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
 #include <XCAFDoc_LayerTool.hxx>
 #include <XCAFDoc_ShapeTool.hxx>
@@ -39,6 +43,7 @@
 #include <algorithm>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <regex>
 #include <set>
 #include <utility>
@@ -275,7 +280,8 @@ ProductsByLabel FindProducts(const STEPCAFControl_Reader& reader, const Handle(S
 class ProductReader {
 public:
     ProductReader(const Handle(TDocStd_Document) & document, ProductsByLabel entities, const Warn& warn)
-        : layers_(XCAFDoc_DocumentTool::LayerTool(document->Main())), entities_(std::move(entities)), warn_(warn)
+        : layers_(XCAFDoc_DocumentTool::LayerTool(document->Main())),
+          colors_(XCAFDoc_DocumentTool::ColorTool(document->Main())), entities_(std::move(entities)), warn_(warn)
     {
     }
 
@@ -292,12 +298,12 @@ public:
         }
         if (product.id.empty() && product.name.empty())
             product.name = NameOf(label);
-        product.isAssembly = XCAFDoc_ShapeTool::IsAssembly(label);
+        product.isAssembly = HoldsProducts(label);
         if (product.isAssembly)
             ReadInstances(label, product);
         else
             product.shape = XCAFDoc_ShapeTool::GetShape(label);
-        AddLayers(label, product);
+        Describe(label, TopLoc_Location(), product);
         products_.push_back(std::move(product));
         positions_.Bind(label, products_.size() - 1);
         return products_.size() - 1;
@@ -306,6 +312,19 @@ public:
     std::vector<StepProduct> Take() { return std::move(products_); }
 
 private:
+    /// An assembly may hold nothing but its own shapes, in places of their own: that is a part.
+    bool HoldsProducts(const TDF_Label& label) const
+    {
+        TDF_LabelSequence components;
+        XCAFDoc_ShapeTool::GetComponents(label, components);
+        return XCAFDoc_ShapeTool::IsAssembly(label) &&
+               (components.IsEmpty() || std::ranges::any_of(components, [&](const TDF_Label& component) {
+                    TDF_Label referred;
+                    return XCAFDoc_ShapeTool::GetReferredShape(component, referred) &&
+                           (entities_.IsBound(referred) || HoldsProducts(referred));
+                }));
+    }
+
     void ReadInstances(const TDF_Label& label, StepProduct& product)
     {
         TDF_LabelSequence components;
@@ -321,8 +340,61 @@ private:
                 continue;
             }
             instance.product = Read(referred);
+            if (ColorOf(component))
+                warn_(product.name + ": instance " + instance.name + " has a colour of its own, which is left out");
             product.instances.push_back(std::move(instance));
         }
+    }
+
+    /// Adds the colours and layers of what `label` holds of the product, which stands at `place` in its shape.
+    void Describe(const TDF_Label& label, const TopLoc_Location& place, StepProduct& product) const
+    {
+        AddLayers(label, product);
+        if (product.isAssembly)
+            return;
+        ColoredFaces own;
+        TDF_LabelSequence parts;
+        XCAFDoc_ShapeTool::GetSubShapes(label, parts);
+        parts.Prepend(label);
+        for (const TDF_Label& part : parts)
+            if (const std::optional<SurfaceColor> color = ColorOf(part))
+                own.Bind(XCAFDoc_ShapeTool::GetShape(part), *color);
+        if (!own.IsEmpty())
+            Paint(XCAFDoc_ShapeTool::GetShape(label), place, own, std::nullopt, product.colors);
+        TDF_LabelSequence components;
+        XCAFDoc_ShapeTool::GetComponents(label, components);
+        for (const TDF_Label& component : components) {
+            TDF_Label referred;
+            if (XCAFDoc_ShapeTool::GetReferredShape(component, referred))
+                Describe(referred, place * XCAFDoc_ShapeTool::GetLocation(component), product);
+        }
+    }
+
+    std::optional<SurfaceColor> ColorOf(const TDF_Label& label) const
+    {
+        Quantity_Color color;
+        if (!colors_->GetColor(label, XCAFDoc_ColorSurf, color) && !colors_->GetColor(label, XCAFDoc_ColorGen, color))
+            return std::nullopt;
+        SurfaceColor parts{};
+        color.Values(parts[0], parts[1], parts[2], Quantity_TOC_sRGB);
+        for (double& part : parts)
+            part = std::clamp(part, 0.0, 1.0);
+        return parts;
+    }
+
+    /// Binds the faces below `shape`, at `place`, to the colour that is the nearest above them.
+    static void Paint(const TopoDS_Shape& shape, const TopLoc_Location& place, const ColoredFaces& own,
+                      std::optional<SurfaceColor> color, ColoredFaces& faces)
+    {
+        if (const SurfaceColor* found = own.Seek(shape))
+            color = *found;
+        if (shape.ShapeType() == TopAbs_FACE) {
+            if (color)
+                faces.Bind(shape.Moved(place), *color);
+            return;
+        }
+        for (TopoDS_Iterator part(shape); part.More(); part.Next())
+            Paint(part.Value(), place, own, color, faces);
     }
 
     void AddLayers(const TDF_Label& label, StepProduct& product) const
@@ -345,6 +417,7 @@ private:
     }
 
     const Handle(XCAFDoc_LayerTool) layers_;
+    const Handle(XCAFDoc_ColorTool) colors_;
     const ProductsByLabel entities_;
     const Warn& warn_;
     std::vector<StepProduct> products_;

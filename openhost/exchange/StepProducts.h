@@ -1,8 +1,11 @@
 // The products of a STEP file, as the kernel reads them.
 #pragma once
 
+#include "openhost/documents/PartColors.h"
 #include "openhost/space/Placement.h"
 
+#include <NCollection_DataMap.hxx>
+#include <TopTools_ShapeMapHasher.hxx>
 #include <TopoDS_Shape.hxx>
 
 #include <cstddef>
@@ -13,6 +16,9 @@
 #include <vector>
 
 namespace openhost {
+
+/// Colours by the faces of a shape.
+using ColoredFaces = NCollection_DataMap<TopoDS_Shape, SurfaceColor, TopTools_ShapeMapHasher>;
 
 /// A product, once however often it is used. Texts are UTF-8, or what the file says instead.
 struct StepProduct {
@@ -27,6 +33,7 @@ struct StepProduct {
     std::string description;
     std::vector<std::string> layers; ///< of its shape and of what the shape consists of, each once
     TopoDS_Shape shape;              ///< in millimetres; null for an assembly
+    ColoredFaces colors;             ///< of its faces
     bool isAssembly = false;
     std::vector<Instance> instances; ///< of an assembly
 };

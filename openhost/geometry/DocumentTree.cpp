@@ -38,8 +38,10 @@ public:
         entry.name = document.partNumber.empty() ? std::filesystem::path(key).stem().string() : document.partNumber;
         entry.description = std::move(document.description);
         entry.parameters = std::move(document.parameters);
-        if (document.geometry)
+        if (document.geometry) {
             entry.shape = Decode(*document.geometry, key);
+            entry.colors = std::move(document.geometry->colors);
+        }
         document.geometry.reset();
 
         const std::vector<std::optional<std::size_t>> targets = ReadTargets(document, key, level);

@@ -35,6 +35,7 @@ struct TreeDocument {
     std::vector<UserParameter> parameters;
     DocumentKind kind = DocumentKind::Part;
     TopoDS_Shape shape; ///< null when the document has no geometry
+    PartColors colors;  ///< of its faces
     std::vector<Instance> instances;
 };
 

@@ -4,7 +4,8 @@
 namespace openhost {
 
 enum class GeometryJob : char {
-    // openhost-geometry: each takes the boundary representation of a shape, as documents hold it.
+    // openhost-geometry: each takes the boundary representation of a shape, as documents hold it; the last two take its
+    // colours before it.
     Copy = 'c',       ///< gives that of a copy, which shares nothing with its source
     Measure = 'm',    ///< gives the facts of the shape, which must be valid and hold a solid
     Tessellate = 't', ///< gives the shape as a light representation

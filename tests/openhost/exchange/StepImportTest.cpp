@@ -293,6 +293,42 @@ TEST_F(StepImport, TheNameOfAProductSurvivesAnExport)
     EXPECT_THAT(ReadFile(Step()), HasSubstr("PRODUCT('DIN 1_2','Block \\X2\\00F6\\X0\\','described'"));
 }
 
+TEST_F(StepImport, ColorsOfPartsAndFacesComeBack)
+{
+    const TopoDS_Shape box = BRepPrimAPI_MakeBox(1, 2, 3).Shape();
+    const PartColors whole{SurfaceColor{0.25, 0.5, 0.75}, {}};
+    const PartColors faces{std::nullopt, {{1, {1, 0, 0}}, {4, {0.1, 0.2, 0.3}}}};
+    PartColors mixed = faces;
+    mixed.whole = SurfaceColor{0, 1, 0};
+    documents_.Part("whole.ZALPart", "WHOLE", box, whole);
+    documents_.Part("faces.ZALPart", "FACES", box, faces);
+    documents_.Part("mixed.ZALPart", "MIXED", box, mixed);
+    gp_Trsf away;
+    away.SetTranslation(gp_Vec(30, 0, 0));
+    documents_.Part("placed.ZALPart", "PLACED", box.Moved(TopLoc_Location(away)), mixed);
+    documents_.Product("all.ZALProduct", "ALL",
+                       {{"w", "whole.ZALPart", Shifted},
+                        {"f", "faces.ZALPart"},
+                        {"m", "mixed.ZALPart"},
+                        {"p", "placed.ZALPart", Shifted}});
+    Import(Export("all.ZALProduct"));
+    EXPECT_THAT(warnings_, IsEmpty());
+    const auto expect = [&](const PartColors& expected, const std::string& name) {
+        const auto read = ColorsOfFaces(Read(name).geometry->colors, 6);
+        const auto wanted = ColorsOfFaces(expected, 6);
+        for (std::size_t face = 0; face < 6; ++face) {
+            ASSERT_EQ(wanted[face].has_value(), read[face].has_value()) << name << face;
+            for (std::size_t part = 0; wanted[face] && part < 3; ++part)
+                EXPECT_NEAR((*wanted[face])[part], (*read[face])[part], 1e-6) << name << face;
+        }
+    };
+    expect(whole, "WHOLE.ZALPart");
+    expect(faces, "FACES.ZALPart");
+    expect(mixed, "MIXED.ZALPart");
+    expect(mixed, "PLACED.ZALPart");
+    EXPECT_TRUE(Read("WHOLE.ZALPart").geometry->colors.whole);
+}
+
 TEST_F(StepImport, AFileThatIsCutOffAnywhereIsAnError)
 {
     const std::string step = Pair();
