@@ -1,5 +1,6 @@
 #include "openhost/exchange/StepProducts.h"
 
+#include "openhost/exchange/DocumentNames.h"
 #include "openhost/exchange/ExchangeError.h"
 #include "openhost/exchange/StepLosses.h"
 #include "openhost/geometry/DocumentTree.h"
@@ -16,10 +17,12 @@
 #include <STEPCAFControl_Reader.hxx>
 #include <STEPConstruct_ExternRefs.hxx>
 #include <StepBasic_DocumentFile.hxx>
+#include <StepBasic_ExternalSource.hxx>
 #include <StepBasic_IdentificationAssignment.hxx>
 #include <StepBasic_Product.hxx>
 #include <StepBasic_ProductDefinition.hxx>
 #include <StepBasic_ProductDefinitionFormation.hxx>
+#include <StepBasic_SourceItem.hxx>
 #include <StepData_StepModel.hxx>
 #include <StepRepr_NextAssemblyUsageOccurrence.hxx>
 #include <TColStd_HSequenceOfExtendedString.hxx>
@@ -191,33 +194,41 @@ private:
     std::map<const StepBasic_ProductDefinition*, Size> sizes_;
 };
 
-/// The kernel would read other files that the file names, wherever they are.
-void ForgetOtherFiles(const Handle(XSControl_WorkSession) & session, const Handle(StepData_StepModel) & model,
-                      const Warn& warn)
+/// The names of other files in which products are said to stand.
+std::set<std::string> NamesOfOtherFiles(const Handle(XSControl_WorkSession) & session)
 {
     STEPConstruct_ExternRefs others(session);
     others.LoadExternRefs();
     std::set<std::string> names;
     for (int number = 1; number <= others.NbExternRefs(); ++number)
-        if (const char* name = others.FileName(number); name && *name)
-            names.insert(name);
+        if (const char* name = others.FileName(number); name && !ReadableText(name).empty())
+            names.insert(ReadableText(name));
+    return names;
+}
+
+/// The kernel would read other files that the file names, wherever they are.
+void ForgetOtherFiles(const Handle(XSControl_WorkSession) & session, const Handle(StepData_StepModel) & model,
+                      const Warn& warn)
+{
+    const std::set<std::string> names = NamesOfOtherFiles(session);
     if (names.empty())
         return;
     for (const std::string& name : names)
         warn("what stands in another file is left out: " + name);
     const Handle(TCollection_HAsciiString) nothing = new TCollection_HAsciiString("");
     for (int number = 1; number <= model->NbEntities(); ++number) {
-        if (const auto named = Handle(StepBasic_IdentificationAssignment)::DownCast(model->Value(number));
-            !named.IsNull())
+        const Handle(Standard_Transient) entity = model->Value(number);
+        if (const auto named = Handle(StepBasic_IdentificationAssignment)::DownCast(entity); !named.IsNull())
             named->SetAssignedId(nothing);
-        if (const auto file = Handle(StepBasic_DocumentFile)::DownCast(model->Value(number)); !file.IsNull())
+        if (const auto file = Handle(StepBasic_DocumentFile)::DownCast(entity); !file.IsNull()) {
             file->SetId(nothing);
+            file->SetName(nothing);
+        }
+        if (const auto source = Handle(StepBasic_ExternalSource)::DownCast(entity); !source.IsNull())
+            source->SetSourceId(StepBasic_SourceItem());
     }
-    STEPConstruct_ExternRefs left(session);
-    left.LoadExternRefs();
-    for (int number = 1; number <= left.NbExternRefs(); ++number)
-        if (const char* name = left.FileName(number); name && *name)
-            throw ExchangeError("it refers to another file: " + std::string(name));
+    if (const std::set<std::string> left = NamesOfOtherFiles(session); !left.empty())
+        throw ExchangeError("it refers to another file: " + *left.begin());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -299,20 +310,25 @@ public:
         if (product.id.empty() && product.name.empty())
             product.name = NameOf(label);
         product.isAssembly = HoldsProducts(label);
+        if (++level_ > MaximumTreeLevels)
+            throw ExchangeError("its products have more than " + std::to_string(MaximumTreeLevels) + " levels");
+        std::size_t size = 1;
         if (product.isAssembly)
-            ReadInstances(label, product);
+            ReadInstances(label, product, size);
         else
             product.shape = XCAFDoc_ShapeTool::GetShape(label);
+        --level_;
         Describe(label, TopLoc_Location(), product);
         products_.push_back(std::move(product));
         positions_.Bind(label, products_.size() - 1);
+        sizes_.push_back(size);
         return products_.size() - 1;
     }
 
     std::vector<StepProduct> Take() { return std::move(products_); }
 
 private:
-    /// An assembly may hold nothing but its own shapes, in places of their own: that is a part.
+    /// An assembly may hold nothing but its own shapes, in places of their own and without names: that is a part.
     bool HoldsProducts(const TDF_Label& label) const
     {
         TDF_LabelSequence components;
@@ -321,11 +337,12 @@ private:
                (components.IsEmpty() || std::ranges::any_of(components, [&](const TDF_Label& component) {
                     TDF_Label referred;
                     return XCAFDoc_ShapeTool::GetReferredShape(component, referred) &&
-                           (entities_.IsBound(referred) || HoldsProducts(referred));
+                           (entities_.IsBound(referred) || !NameOf(referred).empty() || HoldsProducts(referred));
                 }));
     }
 
-    void ReadInstances(const TDF_Label& label, StepProduct& product)
+    /// `size` becomes that of the product once it is unfolded, itself included.
+    void ReadInstances(const TDF_Label& label, StepProduct& product, std::size_t& size)
     {
         TDF_LabelSequence components;
         XCAFDoc_ShapeTool::GetComponents(label, components);
@@ -340,6 +357,10 @@ private:
                 continue;
             }
             instance.product = Read(referred);
+            size += sizes_[instance.product];
+            if (size > MaximumTreeInstances)
+                throw ExchangeError("its products have more than " + std::to_string(MaximumTreeInstances) +
+                                    " instances");
             if (ColorOf(component))
                 warn_(product.name + ": instance " + instance.name + " has a colour of its own, which is left out");
             product.instances.push_back(std::move(instance));
@@ -421,6 +442,8 @@ private:
     const ProductsByLabel entities_;
     const Warn& warn_;
     std::vector<StepProduct> products_;
+    std::vector<std::size_t> sizes_; ///< of each, unfolded
+    std::size_t level_ = 0;
     NCollection_DataMap<TDF_Label, std::size_t, TDF_LabelMapHasher> positions_;
 };
 

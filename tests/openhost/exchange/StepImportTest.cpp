@@ -6,6 +6,7 @@
 #include "openhost/exchange/StepParameters.h"
 #include "openhost/exchange/StepProducts.h"
 #include "tests/support/Files.h"
+#include "tests/support/Places.h"
 #include "tests/support/SolidDocuments.h"
 
 #include <gmock/gmock.h>
@@ -427,16 +428,27 @@ TEST_F(StepImport, OtherFilesAreNotRead)
     std::smatch plate;
     ASSERT_TRUE(std::regex_search(step, plate, std::regex("(#[0-9]+) = PRODUCT_DEFINITION\\('design','',(#[0-9]+),")));
     Replace(step, "ENDSEC;\nEND-ISO",
-            "#90001=DOCUMENT_FILE('other.step','','',#90002,'',$);\n#90002=DOCUMENT_TYPE('geometry');\n"
+            "#90001=DOCUMENT_FILE('other.step','other.step','',#90002,'',$);\n#90002=DOCUMENT_TYPE('geometry');\n"
             "#90003=APPLIED_EXTERNAL_IDENTIFICATION_ASSIGNMENT('" +
                 documents_.Path("other.step").string() +
                 "',#90004,#90005,(#90001));\n#90004=IDENTIFICATION_ROLE('external document id and location',$);\n"
-                "#90005=EXTERNAL_SOURCE(IDENTIFIER(''));\n"
+                "#90005=EXTERNAL_SOURCE(IDENTIFIER('other.step'));\n"
                 "#90006=APPLIED_DOCUMENT_REFERENCE(#90001,'',(" +
                 plate[1].str() + "));\nENDSEC;\nEND-ISO");
     Import(step);
     EXPECT_THAT(warnings_, ElementsAre(HasSubstr("what stands in another file is left out: ")));
     EXPECT_FALSE(Names().contains("BLOCK-2.ZALPart"));
+}
+
+TEST_F(StepImport, ShapesInPlacesOfTheirOwnAreThoseOfTheirPart)
+{
+    // Each part of it holds a solid and curves, both without names.
+    std::filesystem::copy_file(SourceDir() + "/tests/foreign/as1_pe_203.stp", Step());
+    EXPECT_EQ("AS1_PE_ASM.ZALProduct", Import());
+    EXPECT_EQ(9U, Names().size());
+    const CadDocument nut = Read("NUT.ZALPart");
+    EXPECT_EQ(1U, nut.geometry->facts.solids);
+    EXPECT_TRUE(nut.geometry->colors.whole);
 }
 
 TEST_F(StepImport, TellsTwoHundredWarningsAndTheNumberOfOthers)
