@@ -357,6 +357,8 @@ private:
                 continue;
             }
             instance.product = Read(referred);
+            if (StepProduct& own = products_[instance.product]; !entities_.IsBound(referred) && own.name.empty())
+                own.name = (product.id.empty() ? product.name : product.id) + " shape";
             size += sizes_[instance.product];
             if (size > MaximumTreeInstances)
                 throw ExchangeError("its products have more than " + std::to_string(MaximumTreeInstances) +

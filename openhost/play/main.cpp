@@ -389,7 +389,7 @@ openhost::Command AddImport(const openhost::CommandLine& line, openhost::ImportA
     import.Word("FILE.step", arguments.file, "the file: AP203, AP214 or AP242").Required();
     import.Word("FOLDER", arguments.folder, "where the documents go; made where it is not").Required();
     import.Flag("--replace", arguments.replace, "take the places of documents that stand there");
-    import.Number("--seconds", "N", seconds, 1, MaximumSeconds, "how long it may take; 60 by default");
+    import.Number("--seconds", "N", seconds, 1, MaximumSeconds, "how long it may take; 600 by default");
     import.Footer(
         "Each product becomes a document once, in a file with the name of its part number: a part document, or a\n"
         "product document with the names and places of what it holds. Lengths become millimetres. Prints the path\n"
@@ -443,7 +443,8 @@ int Run(int count, char** values)
     const openhost::Command show = AddShow(line, files);
     StepAuthor author;
     const openhost::Command exported = AddExport(line, files, author, seconds);
-    const openhost::Command import = AddImport(line, importArguments, seconds);
+    int importSeconds = 600; // an assembly of some thousand parts takes a minute, and tells meanwhile how far it is
+    const openhost::Command import = AddImport(line, importArguments, importSeconds);
     const openhost::Command picture = AddPicture(line, files, size, seconds);
     AddStl(line, files);
     line.Program().Footer("openhost COMMAND --help tells more about a command.");
@@ -456,7 +457,7 @@ int Run(int count, char** values)
     if (desktop.IsGiven())
         return ShowWindow(std::move(window));
     if (import.IsGiven())
-        return openhost::ImportFile(importArguments, limits, Warn);
+        return openhost::ImportFile(importArguments, {.time = std::chrono::seconds(importSeconds)}, Warn);
     if (show.IsGiven() && files.other.empty())
         openhost::ShowDocument(files.document, std::cout);
     else if (show.IsGiven())

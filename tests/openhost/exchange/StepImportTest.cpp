@@ -193,6 +193,20 @@ TEST_F(StepImport, LengthsBecomeMillimetres)
     EXPECT_NEAR(1.5 * 25.4, Read("PAIR.ZALProduct").children[0].placement[3], 1e-9);
 }
 
+TEST_F(StepImport, EachOfTheProtocolsIsRead)
+{
+    const std::string step = Pair();
+    for (const char* schema : {"CONFIG_CONTROL_DESIGN", "AUTOMOTIVE_DESIGN",
+                               "AP203_CONFIGURATION_CONTROLLED_3D_DESIGN_OF_MECHANICAL_PARTS_AND_ASSEMBLIES_MIM_LF",
+                               "AP242_MANAGED_MODEL_BASED_3D_ENGINEERING_MIM_LF { 1 0 10303 442 1 1 4 }"}) {
+        Import(std::regex_replace(step, std::regex("FILE_SCHEMA\\(\\('[^']*'"),
+                                  "FILE_SCHEMA(('" + std::string(schema) + "'"));
+        EXPECT_THAT(Names(), UnorderedElementsAre("PAIR.ZALProduct", "BLOCK.ZALPart", "PLATE.ZALPart")) << schema;
+        EXPECT_THAT(warnings_, IsEmpty()) << schema;
+        EXPECT_NEAR(1000, Read("BLOCK.ZALPart").geometry->facts.volume, 1e-6) << schema;
+    }
+}
+
 TEST_F(StepImport, IdNameAndDescriptionAreProperties)
 {
     std::string step = Pair();
