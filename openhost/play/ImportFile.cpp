@@ -98,6 +98,7 @@ int ImportFile(const ImportArguments& arguments, const GeometryJobLimits& limits
         std::cerr << "openhost: " << arguments.file << ": the import was interrupted; nothing is written\n";
         return 128 + Interruption::Signal();
     }
+    progress.Clear();
     std::cout << root.string() << "\n";
     return 0;
 }
