@@ -92,5 +92,5 @@ int main(int argc, char** argv)
             {"PART" + std::to_string(instance % parts) + "." + std::to_string(instance / parts + 1),
              static_cast<std::uint32_t>(instance % parts), PlacementOf(instance, instances)});
     openhost::WriteDocument(product, folder / "PRODUCT.ZALProduct");
-    openhost::ExportStep(folder / "PRODUCT.ZALProduct", folder / "PRODUCT.step", [](const std::string&) {});
+    openhost::ExportStep(folder / "PRODUCT.ZALProduct", folder / "PRODUCT.step", {}, [](const std::string&) {});
 }

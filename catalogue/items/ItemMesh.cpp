@@ -36,7 +36,7 @@ private:
     {
         const auto [entry, isNew] = parts_.try_emplace(name);
         if (isNew)
-            entry->second = openhost::TessellateShape(openhost::DecodeShape(geometry), tolerance_);
+            entry->second = openhost::TessellateShape(openhost::DecodeShape(geometry), tolerance_, geometry.colors);
         return entry->second;
     }
 

@@ -14,8 +14,9 @@ export function parseShape(buffer) {
         return null;
     const view = new DataView(buffer);
     const [mark, version, unit, vertices, triangles] = [0, 4, 8, 12, 16].map((place) => view.getUint32(place, true));
-    if (mark !== Mark || version !== 1 || unit !== 1 || vertices < 1 || vertices > MostVertices || triangles < 1 ||
-        triangles > MostTriangles || buffer.byteLength !== HeaderSize + 24 * vertices + 12 * triangles)
+    const colors = version === 2 ? 4 * triangles : 0; // of triangles; they are not shown
+    if (mark !== Mark || version < 1 || version > 2 || unit !== 1 || vertices < 1 || vertices > MostVertices || triangles < 1 ||
+        triangles > MostTriangles || buffer.byteLength !== HeaderSize + 24 * vertices + 12 * triangles + colors)
         return null;
 
     const box = new Float32Array(buffer, 20, 6);

@@ -121,7 +121,8 @@ void PartFeature::Update()
             continue;
         if (document)
             document->Workspace()->KeepFeatures(*document, "Update");
-        result->SetGeometry(std::make_shared<const DocumentGeometry>(DocumentGeometry{facts, geometry->boundary}));
+        result->SetGeometry(
+            std::make_shared<const DocumentGeometry>(DocumentGeometry{facts, geometry->boundary, geometry->colors}));
         if (document)
             document->Workspace()->TellMeasured(*document);
     }

@@ -7,7 +7,7 @@ namespace openhost {
 DocumentGeometry ProcessSolidKernel::Copy(const DocumentGeometry& geometry)
 {
     try {
-        return {geometry.facts, process_->Run(GeometryJob::Copy, geometry.boundary)};
+        return {geometry.facts, process_->Run(GeometryJob::Copy, geometry.boundary), geometry.colors};
     } catch (const GeometryJobError& error) {
         throw SolidKernelError(error.what());
     }

@@ -30,7 +30,8 @@ LvrMesh TessellatePart(const std::filesystem::path& file, GeometryProcess& proce
         const CadDocument document = ReadDocument(file);
         if (!document.geometry)
             throw GeometryJobError("the document has no geometry");
-        return ReadLvrBytes(process.Run(GeometryJob::Tessellate, document.geometry->boundary));
+        return ReadLvrBytes(process.Run(GeometryJob::Tessellate,
+                                        ColoredBoundary(document.geometry->colors, document.geometry->boundary)));
     } catch (const CompoundFileError& error) {
         Tell(error.what());
     } catch (const GeometryJobTimeOut& error) {

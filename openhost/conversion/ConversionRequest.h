@@ -12,7 +12,9 @@ namespace openhost {
 struct ConversionRequest {
     std::filesystem::path document;
     std::filesystem::path output;
-    PictureSize size; ///< of a picture
+    PictureSize size;         ///< of a picture
+    std::string author;       ///< of a STEP file
+    std::string organization; ///< the author's
 
     /// The bytes of a job.
     std::string Encode() const;

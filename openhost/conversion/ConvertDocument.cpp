@@ -2,6 +2,7 @@
 
 #include "openhost/conversion/ConversionRequest.h"
 
+#include <charconv>
 #include <sstream>
 #include <utility>
 
@@ -9,21 +10,30 @@ namespace openhost {
 
 namespace {
 
-void Convert(GeometryProcess& process, GeometryJob job, const ConversionRequest& request,
-             const std::function<void(const std::string& line)>& warn)
+std::string Run(GeometryProcess& process, GeometryJob job, const ConversionRequest& request,
+                const GeometryProcess::Progress& tell = {})
 {
-    std::string warnings;
     // A refusal names the document by itself.
     try {
-        warnings = process.Run(job, request.Encode());
+        return process.Run(job, request.Encode(), tell);
     } catch (const GeometryJobCrash& error) {
         throw GeometryJobCrash(request.document.string() + ": " + error.what());
     } catch (const GeometryJobTimeOut& error) {
         throw GeometryJobTimeOut(request.document.string() + ": " + error.what());
     }
-    std::istringstream lines(warnings);
+}
+
+void TellLines(std::istream& lines, const std::function<void(const std::string& line)>& warn)
+{
     for (std::string line; std::getline(lines, line);)
         warn(line);
+}
+
+void Convert(GeometryProcess& process, GeometryJob job, const ConversionRequest& request,
+             const std::function<void(const std::string& line)>& warn)
+{
+    std::istringstream warnings(Run(process, job, request));
+    TellLines(warnings, warn);
 }
 
 } // namespace
@@ -34,15 +44,35 @@ DocumentConverter::DocumentConverter(const GeometryJobLimits& limits, std::files
 }
 
 void DocumentConverter::ExportStep(const std::filesystem::path& document, const std::filesystem::path& output,
+                                   const std::string& author, const std::string& organization,
                                    const std::function<void(const std::string& line)>& warn)
 {
-    Convert(process_, GeometryJob::Export, {document, output, {}}, warn);
+    Convert(process_, GeometryJob::Export, {document, output, {}, author, organization}, warn);
+}
+
+std::filesystem::path DocumentConverter::ImportStep(const std::filesystem::path& file,
+                                                    const std::filesystem::path& folder, ReplaceFiles replace,
+                                                    const std::function<void(const std::string& line)>& warn,
+                                                    const std::function<void(int percent)>& tell)
+{
+    ImportedFiles files(folder);
+    std::istringstream answer(
+        Run(process_, GeometryJob::Import, {file, files.Folder(), {}, {}, {}}, [&](const std::string& progress) {
+            int percent = 0;
+            std::from_chars(progress.data(), progress.data() + progress.size(), percent);
+            tell(percent);
+        }));
+    std::string root;
+    std::getline(answer, root);
+    files.Place(replace);
+    TellLines(answer, warn);
+    return folder / root;
 }
 
 void DocumentConverter::DrawPicture(const std::filesystem::path& document, const std::filesystem::path& output,
                                     PictureSize size, const std::function<void(const std::string& line)>& warn)
 {
-    Convert(process_, GeometryJob::Draw, {document, output, size}, warn);
+    Convert(process_, GeometryJob::Draw, {document, output, size, {}, {}}, warn);
 }
 
 } // namespace openhost

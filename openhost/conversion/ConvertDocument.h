@@ -1,7 +1,8 @@
-// Documents as STEP files and pictures, made by a program of its own: it has the solid kernel, which may crash on the
-// geometry of a document from outside or never come to an end.
+// Documents as STEP files and pictures, and STEP files as documents, made by a program of its own: it has the solid
+// kernel, which may crash on geometry from outside or never come to an end.
 #pragma once
 
+#include "openhost/conversion/ImportedFiles.h"
 #include "openhost/geometry_process/GeometryProcess.h"
 #include "openhost/geometry_process/PictureSize.h"
 
@@ -19,12 +20,21 @@ public:
     explicit DocumentConverter(const GeometryJobLimits& limits = {},
                                std::filesystem::path program = FindProgramBeside("openhost-conversion"));
 
-    /// STEP (AP214, millimetres).
+    /// STEP (AP214, millimetres), in whose header `author` and `organization` stand.
     void ExportStep(const std::filesystem::path& document, const std::filesystem::path& output,
+                    const std::string& author, const std::string& organization,
                     const std::function<void(const std::string& line)>& warn);
+    /// The documents of the STEP file `file`, below the folder `folder`: all of them or none, as ImportedFiles says.
+    /// `tell` gets how much is done, in percent. Returns the path of the root.
+    std::filesystem::path ImportStep(const std::filesystem::path& file, const std::filesystem::path& folder,
+                                     ReplaceFiles replace, const std::function<void(const std::string& line)>& warn,
+                                     const std::function<void(int percent)>& tell);
     /// PNG.
     void DrawPicture(const std::filesystem::path& document, const std::filesystem::path& output, PictureSize size,
                      const std::function<void(const std::string& line)>& warn);
+
+    /// Ends what is being made, and refuses what follows. For any thread.
+    void Interrupt() { process_.Interrupt(); }
 
 private:
     GeometryProcess process_;

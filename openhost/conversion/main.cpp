@@ -1,7 +1,9 @@
-// openhost-conversion: makes STEP files and pictures of documents. A host starts it and hands it jobs over a socket.
+// openhost-conversion: makes STEP files and pictures of documents, and documents of STEP files. A host starts it and
+// hands it jobs over a socket.
 
 #include "openhost/conversion/ConversionRequest.h"
 #include "openhost/exchange/StepExport.h"
+#include "openhost/exchange/StepImport.h"
 #include "openhost/geometry_process/AnswerJobs.h"
 #include "openhost/geometry_process/GeometryJob.h"
 #include "openhost/picture/RenderDocument.h"
@@ -13,18 +15,24 @@
 
 namespace {
 
-/// Gives the warnings, a line each.
+/// Gives the warnings, a line each, of an import after the name of the root.
 std::string Convert(openhost::GeometryJob job, const openhost::ConversionRequest& request)
 {
     std::string warnings;
     const auto warn = [&](const std::string& line) { warnings += line + '\n'; };
     switch (job) {
     case openhost::GeometryJob::Export:
-        openhost::ExportStep(request.document, request.output, warn);
+        openhost::ExportStep(request.document, request.output, {request.author, request.organization}, warn);
         return warnings;
     case openhost::GeometryJob::Draw:
         openhost::DrawDocument(request.document, request.output, request.size, warn);
         return warnings;
+    case openhost::GeometryJob::Import: {
+        const std::string root = openhost::ImportStep(request.document, request.output, warn, [](int percent) {
+            openhost::TellProgress(std::to_string(percent));
+        });
+        return root + '\n' + warnings;
+    }
     default:
         throw std::invalid_argument("the job is unknown");
     }

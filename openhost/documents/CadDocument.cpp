@@ -27,6 +27,8 @@ constexpr StreamForm FeaturesForm{"Features", "ZFEA", 1, 16 << 20};
 constexpr StreamForm ChildrenForm{"Children", "ZCHD", 1, 256 << 20};
 constexpr StreamForm GeometryForm{"Geometry", "ZGEO", 1, std::uint64_t{1} << 30};
 
+constexpr StreamForm ColorsForm{"Colors", "ZCOL", 1, 256 << 20};
+
 /// Smallest sine of the angle between the directions of a camera.
 constexpr double MinimumSine = 1e-6;
 
@@ -363,10 +365,10 @@ DocumentGeometry DecodeGeometry(std::string_view stream)
 
 // ---------------------------------------------------------------------------------------------
 
-/// Name of the stream with the geometry of the tool `tool`: 0 the main tool, then the others.
-std::string GeometryStream(std::size_t tool)
+/// Name of the stream of `form` that belongs to the tool `tool`: 0 the main tool, then the others.
+std::string ToolStream(const StreamForm& form, std::size_t tool)
 {
-    return tool == 0 ? GeometryForm.name : GeometryForm.name + std::to_string(tool);
+    return tool == 0 ? form.name : form.name + std::to_string(tool);
 }
 
 void AddStream(CompoundContents& storage, const StreamForm& form, std::string bytes, std::string name = {})
@@ -376,6 +378,15 @@ void AddStream(CompoundContents& storage, const StreamForm& form, std::string by
     if (bytes.size() > form.maximumSize)
         throw DocumentStreamError("stream " + name + " is too long");
     storage.streams.emplace_back(std::move(name), std::move(bytes));
+}
+
+void AddTool(CompoundContents& storage, const std::optional<DocumentGeometry>& geometry, std::size_t tool)
+{
+    if (!geometry)
+        return;
+    AddStream(storage, GeometryForm, EncodeGeometry(*geometry), ToolStream(GeometryForm, tool));
+    if (!IsEmpty(geometry->colors))
+        AddStream(storage, ColorsForm, EncodeColors(geometry->colors), ToolStream(ColorsForm, tool));
 }
 
 CompoundStorage StorageOf(const CompoundStorage& root)
@@ -399,6 +410,18 @@ bool DecodeStream(const CompoundStorage& storage, const StreamForm& form, const 
         throw CompoundFileError(storage.GetFileName() + ": stream " + name + ": " + error.what());
     }
     return true;
+}
+
+/// The geometry of the tool `tool`, when it has one, with its colours.
+std::optional<DocumentGeometry> DecodeTool(const CompoundStorage& storage, std::size_t tool)
+{
+    std::optional<DocumentGeometry> geometry;
+    DecodeStream(storage, GeometryForm, ToolStream(GeometryForm, tool),
+                 [&](std::string_view stream) { geometry = DecodeGeometry(stream); });
+    if (geometry)
+        DecodeStream(storage, ColorsForm, ToolStream(ColorsForm, tool),
+                     [&](std::string_view stream) { geometry->colors = DecodeColors(stream); });
+    return geometry;
 }
 
 CadDocument Decode(const CompoundStorage& root)
@@ -427,13 +450,9 @@ CadDocument Decode(const CompoundStorage& root)
     };
     check(); // also how many tools there are, before the geometry of each is looked for
 
-    const auto decodeGeometry = [&](std::size_t tool, std::optional<DocumentGeometry>& geometry) {
-        DecodeStream(storage, GeometryForm, GeometryStream(tool),
-                     [&](std::string_view stream) { geometry = DecodeGeometry(stream); });
-    };
-    decodeGeometry(0, document.geometry);
+    document.geometry = DecodeTool(storage, 0);
     for (std::size_t other = 0; other < document.features.otherTools.size(); ++other)
-        decodeGeometry(other + 1, document.features.otherTools[other].geometry);
+        document.features.otherTools[other].geometry = DecodeTool(storage, other + 1);
     check();
     return document;
 }
@@ -476,11 +495,7 @@ CadDocument ParseDocument(std::string_view bytes, const std::string& name)
 
 std::optional<DocumentGeometry> ReadToolGeometry(const std::filesystem::path& path, std::size_t tool)
 {
-    const CompoundStorage storage = StorageOf(CompoundStorage::OpenFile(path));
-    std::optional<DocumentGeometry> geometry;
-    DecodeStream(storage, GeometryForm, GeometryStream(tool),
-                 [&](std::string_view stream) { geometry = DecodeGeometry(stream); });
-    return geometry;
+    return DecodeTool(StorageOf(CompoundStorage::OpenFile(path)), tool);
 }
 
 std::string BuildDocument(const CadDocument& document)
@@ -500,11 +515,9 @@ std::string BuildDocument(const CadDocument& document)
             AddStream(storage, FeaturesForm, EncodeFeatures(document.features));
         if (document.kind == DocumentKind::Product)
             AddStream(storage, ChildrenForm, EncodeChildren(document));
-        if (document.geometry)
-            AddStream(storage, GeometryForm, EncodeGeometry(*document.geometry));
+        AddTool(storage, document.geometry, 0);
         for (std::size_t other = 0; other < document.features.otherTools.size(); ++other)
-            if (const auto& geometry = document.features.otherTools[other].geometry)
-                AddStream(storage, GeometryForm, EncodeGeometry(*geometry), GeometryStream(other + 1));
+            AddTool(storage, document.features.otherTools[other].geometry, other + 1);
         CompoundContents root;
         root.storages.push_back(std::move(storage));
         return BuildCompoundFile(root);

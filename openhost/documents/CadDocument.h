@@ -6,6 +6,7 @@
 
 #include "openhost/documents/CompoundFile.h"
 #include "openhost/documents/LinkTable.h"
+#include "openhost/documents/PartColors.h"
 #include "openhost/space/Box.h"
 #include "openhost/space/Placement.h"
 
@@ -70,6 +71,7 @@ struct GeometryFacts {
 struct DocumentGeometry {
     GeometryFacts facts;
     std::string boundary; ///< boundary representation, as openhost/geometry writes it
+    PartColors colors{};  ///< of its faces
     bool operator==(const DocumentGeometry&) const = default;
 };
 

@@ -147,4 +147,14 @@ void StreamReader::ExpectEnd() const
         throw DocumentStreamError("something stands after the end of the stream");
 }
 
+std::size_t SizeOfStream(std::string_view bytes)
+{
+    constexpr std::size_t sizePlace = MarkSize + 4;
+    constexpr std::size_t headSize = sizePlace + 8 + 4;
+    const std::uint64_t size = bytes.size() < headSize ? 0 : Decode(bytes.substr(sizePlace, 8));
+    if (bytes.size() < headSize || size > bytes.size() - headSize)
+        throw DocumentStreamError("the stream is cut short");
+    return headSize + static_cast<std::size_t>(size);
+}
+
 } // namespace openhost

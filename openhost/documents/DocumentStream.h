@@ -56,4 +56,7 @@ private:
     std::string_view rest_;
 };
 
+/// Length of the stream, with its head, that `bytes` begin with. Throws DocumentStreamError when they are shorter.
+std::size_t SizeOfStream(std::string_view bytes);
+
 } // namespace openhost

@@ -36,8 +36,12 @@ public:
         entry.key = key;
         entry.kind = document.kind;
         entry.name = document.partNumber.empty() ? std::filesystem::path(key).stem().string() : document.partNumber;
-        if (document.geometry)
+        entry.description = std::move(document.description);
+        entry.parameters = std::move(document.parameters);
+        if (document.geometry) {
             entry.shape = Decode(*document.geometry, key);
+            entry.colors = std::move(document.geometry->colors);
+        }
         document.geometry.reset();
 
         const std::vector<std::optional<std::size_t>> targets = ReadTargets(document, key, level);

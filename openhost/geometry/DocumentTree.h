@@ -31,8 +31,11 @@ struct TreeDocument {
 
     std::string key;  ///< of the source; the path of a document that lies in a file
     std::string name; ///< part number, or that of the file when it has none
+    std::string description;
+    std::vector<UserParameter> parameters;
     DocumentKind kind = DocumentKind::Part;
     TopoDS_Shape shape; ///< null when the document has no geometry
+    PartColors colors;  ///< of its faces
     std::vector<Instance> instances;
 };
 

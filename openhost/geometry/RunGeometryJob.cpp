@@ -14,7 +14,7 @@ namespace openhost {
 
 namespace {
 
-std::string RunOn(const TopoDS_Shape& shape, GeometryJob job)
+std::string RunOn(const TopoDS_Shape& shape, const PartColors& colors, GeometryJob job)
 {
     switch (job) {
     case GeometryJob::Copy:
@@ -26,9 +26,9 @@ std::string RunOn(const TopoDS_Shape& shape, GeometryJob job)
         return {reinterpret_cast<const char*>(&facts), sizeof(facts)};
     }
     case GeometryJob::Tessellate:
-        return EncodeLvr(TessellateShape(shape));
+        return EncodeLvr(TessellateShape(shape, {}, colors));
     case GeometryJob::View:
-        return EncodeLvr(TessellateShape(shape, ViewTolerance));
+        return EncodeLvr(TessellateShape(shape, ViewTolerance, colors));
     default:
         throw GeometryError("the job is unknown");
     }
@@ -39,7 +39,8 @@ std::string RunOn(const TopoDS_Shape& shape, GeometryJob job)
 std::string RunGeometryJob(GeometryJob job, std::string boundary)
 {
     try {
-        return RunOn(DecodeShape({{}, std::move(boundary)}), job);
+        const PartColors colors = TakeColors(boundary);
+        return RunOn(DecodeShape({{}, std::move(boundary)}), colors, job);
     } catch (const Standard_Failure& failure) {
         throw GeometryError(ReasonOf(failure));
     }

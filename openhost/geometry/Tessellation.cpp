@@ -1,5 +1,6 @@
 #include "openhost/geometry/Tessellation.h"
 
+#include "openhost/geometry/FaceColors.h"
 #include "openhost/geometry/KernelFailure.h"
 #include "openhost/geometry/KernelSpace.h"
 #include "openhost/geometry/ShapeGeometry.h"
@@ -19,6 +20,7 @@
 #include <TopoDS_Face.hxx>
 #include <gp_Trsf.hxx>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -102,9 +104,20 @@ void AddFace(const TopoDS_Face& face, LvrMesh& mesh)
     }
 }
 
+LvrMesh::Color ToLvr(const std::optional<SurfaceColor>& color)
+{
+    LvrMesh::Color bytes{};
+    if (!color)
+        return bytes;
+    for (std::size_t part = 0; part < 3; ++part)
+        bytes[part] = static_cast<std::uint8_t>(std::lround(255 * (*color)[part]));
+    bytes[3] = 255;
+    return bytes;
+}
+
 } // namespace
 
-LvrMesh TessellateShape(const TopoDS_Shape& shape, const TessellationTolerance& tolerance)
+LvrMesh TessellateShape(const TopoDS_Shape& shape, const TessellationTolerance& tolerance, const PartColors& colors)
 {
     if (shape.IsNull())
         throw GeometryError("a null shape has no triangles");
@@ -117,8 +130,14 @@ LvrMesh TessellateShape(const TopoDS_Shape& shape, const TessellationTolerance& 
         BRepTools::Clean(shape);
         const BRepMesh_IncrementalMesh kept(shape, tolerance.chord * std::sqrt(box.SquareExtent()), Standard_False,
                                             tolerance.angle);
-        for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next())
+        const FaceColors colorOf(shape, colors);
+        for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next()) {
             AddFace(TopoDS::Face(face.Current()), mesh);
+            if (!IsEmpty(colors))
+                mesh.colors.resize(mesh.triangles.size(), ToLvr(colorOf(face.Current())));
+        }
+        if (std::ranges::none_of(mesh.colors, [](const LvrMesh::Color& color) { return color[3] != 0; }))
+            mesh.colors.clear(); // as when the faces that have one have no triangles
     } catch (const Standard_Failure& failure) {
         throw GeometryError(ReasonOf(failure));
     }

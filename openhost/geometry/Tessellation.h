@@ -1,6 +1,7 @@
 // Shapes of Open CASCADE as triangles.
 #pragma once
 
+#include "openhost/documents/PartColors.h"
 #include "openhost/lvr/LvrMesh.h"
 
 class TopoDS_Shape;
@@ -20,8 +21,10 @@ struct TessellationTolerance {
 /// Of a view that shows many parts at once: a third of the triangles, in half of the time. A hole has 18 sides.
 inline constexpr TessellationTolerance ViewTolerance{.chord = 0.002, .angle = 0.35};
 
-/// The triangles of `shape`, with the normals of its surfaces. What the shape carried of triangles before is replaced.
-/// Equal shapes give equal meshes. Throws GeometryError for a shape without faces, or one that cannot be tessellated.
-LvrMesh TessellateShape(const TopoDS_Shape& shape, const TessellationTolerance& tolerance = {});
+/// The triangles of `shape`, with the normals of its surfaces and the colours of its faces. What the shape carried of
+/// triangles before is replaced. Equal shapes give equal meshes. Throws GeometryError for a shape without faces, or one
+/// that cannot be tessellated.
+LvrMesh TessellateShape(const TopoDS_Shape& shape, const TessellationTolerance& tolerance = {},
+                        const PartColors& colors = {});
 
 } // namespace openhost

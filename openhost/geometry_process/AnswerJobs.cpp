@@ -64,4 +64,9 @@ void AnswerJobs(const JobWork& work, std::size_t memory)
     }
 }
 
+void TellProgress(const std::string& progress)
+{
+    SendJobMessage(Socket, JobProgress, progress);
+}
+
 } // namespace openhost

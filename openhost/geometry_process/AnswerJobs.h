@@ -17,4 +17,7 @@ inline constexpr std::size_t MaximumJobMemory = std::size_t{4} << 30;
 /// of the host that has started it, even inside a job.
 void AnswerJobs(const JobWork& work, std::size_t memory = MaximumJobMemory);
 
+/// Tells the host how far the job that runs is, before its result.
+void TellProgress(const std::string& progress);
+
 } // namespace openhost

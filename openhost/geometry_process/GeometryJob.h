@@ -4,15 +4,17 @@
 namespace openhost {
 
 enum class GeometryJob : char {
-    // openhost-geometry: each takes the boundary representation of a shape, as documents hold it.
+    // openhost-geometry: each takes the boundary representation of a shape, as documents hold it; the last two take its
+    // colours before it.
     Copy = 'c',       ///< gives that of a copy, which shares nothing with its source
     Measure = 'm',    ///< gives the facts of the shape, which must be valid and hold a solid
     Tessellate = 't', ///< gives the shape as a light representation
     View = 'v',       ///< gives it so as well, as far as a view needs it
 
-    // openhost-conversion: each takes a ConversionRequest, writes its file and gives warnings, a line each.
+    // openhost-conversion: each takes a ConversionRequest, writes what it makes and gives warnings, a line each.
     Export = 'x', ///< writes STEP
     Draw = 'd',   ///< writes a picture
+    Import = 'i', ///< reads STEP and writes documents; tells percents, and the name of the root before the warnings
 };
 
 } // namespace openhost

@@ -62,13 +62,13 @@ GeometryProcess::~GeometryProcess()
     End();
 }
 
-std::string GeometryProcess::Run(GeometryJob job, std::string_view bytes)
+std::string GeometryProcess::Run(GeometryJob job, std::string_view bytes, const Progress& tell)
 {
     const bool isFresh = !socket_;
     if (isFresh)
         Start();
     try {
-        return Exchange(job, bytes);
+        return Exchange(job, bytes, tell);
     } catch (const JobPartnerGone&) {
         End();
         if (isFresh)
@@ -82,7 +82,7 @@ std::string GeometryProcess::Run(GeometryJob job, std::string_view bytes)
         throw GeometryJobError(error.what());
     }
     // It may have been ended from outside, or by what an earlier job has left behind: a fresh one will show.
-    return Run(job, bytes);
+    return Run(job, bytes, tell);
 }
 
 void GeometryProcess::Interrupt()
@@ -93,11 +93,14 @@ void GeometryProcess::Interrupt()
         shutdown(socket_.Number(), SHUT_RDWR);
 }
 
-std::string GeometryProcess::Exchange(GeometryJob job, std::string_view bytes)
+std::string GeometryProcess::Exchange(GeometryJob job, std::string_view bytes, const Progress& tell)
 {
     const JobClock::time_point deadline = JobClock::now() + limits_.time;
     SendJobMessage(socket_.Number(), static_cast<char>(job), bytes, deadline);
     JobMessage answer = ReceiveJobMessage(socket_.Number(), limits_.resultSize, deadline);
+    for (; answer.kind == JobProgress; answer = ReceiveJobMessage(socket_.Number(), limits_.resultSize, deadline))
+        if (tell)
+            tell(answer.bytes);
     if (answer.kind != JobReturned)
         throw GeometryJobError(answer.bytes);
     return std::move(answer.bytes);

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -57,16 +58,19 @@ public:
     GeometryProcess& operator=(const GeometryProcess&) = delete;
     ~GeometryProcess();
 
+    /// Takes what a job tells of how far it is.
+    using Progress = std::function<void(const std::string& progress)>;
+
     /// The result of `job` on `bytes`. Throws GeometryJobError when the job is refused, crashes, passes a limit, or the
     /// program cannot be started.
-    std::string Run(GeometryJob job, std::string_view bytes);
+    std::string Run(GeometryJob job, std::string_view bytes, const Progress& tell = {});
     /// Ends the job that runs, and refuses all that follow. For any thread.
     void Interrupt();
 
 private:
     void Start();
     void End();
-    std::string Exchange(GeometryJob job, std::string_view bytes);
+    std::string Exchange(GeometryJob job, std::string_view bytes, const Progress& tell);
 
     std::filesystem::path program_;
     GeometryJobLimits limits_;

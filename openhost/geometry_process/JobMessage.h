@@ -16,6 +16,7 @@ struct JobMessage {
 
 inline constexpr char JobReturned = 'r'; ///< `bytes` are the result
 inline constexpr char JobRefused = 'e';  ///< `bytes` are the reason
+inline constexpr char JobProgress = 'p'; ///< an answer follows; `bytes` tell how far it is
 
 /// There is nobody at the other end any more.
 class JobPartnerGone : public std::runtime_error {

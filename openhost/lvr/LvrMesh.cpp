@@ -3,6 +3,7 @@
 #include "openhost/files/AtomicFile.h"
 #include "openhost/files/BoundedFile.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -12,7 +13,7 @@ namespace openhost {
 namespace {
 
 static_assert(std::endian::native == std::endian::little, "arrays are copied to and from the file as they stand");
-static_assert(sizeof(LvrMesh::Vector) == 12 && sizeof(LvrMesh::Triangle) == 12);
+static_assert(sizeof(LvrMesh::Vector) == 12 && sizeof(LvrMesh::Triangle) == 12 && sizeof(LvrMesh::Color) == 4);
 
 /// How far the square of a normal's length may be from 1; what rounding to single precision leaves is far below.
 constexpr float NormalTolerance = 1e-3F;
@@ -30,11 +31,31 @@ static_assert(sizeof(Header) == 44);
 
 constexpr std::array<char, 4> Mark = {'Z', 'L', 'V', 'R'};
 constexpr std::uint32_t Version = 1;
+constexpr std::uint32_t VersionWithColors = 2;
 constexpr std::uint32_t Millimetres = 1;
 
-std::uint64_t SizeOf(std::uint64_t vertices, std::uint64_t triangles)
+std::uint64_t SizeOf(std::uint64_t vertices, std::uint64_t triangles, bool hasColors)
 {
-    return sizeof(Header) + 2 * sizeof(LvrMesh::Vector) * vertices + sizeof(LvrMesh::Triangle) * triangles;
+    const std::uint64_t ofTriangle = sizeof(LvrMesh::Triangle) + (hasColors ? sizeof(LvrMesh::Color) : 0);
+    return sizeof(Header) + 2 * sizeof(LvrMesh::Vector) * vertices + ofTriangle * triangles;
+}
+
+bool IsSet(const LvrMesh::Color& color)
+{
+    return color[3] != 0;
+}
+
+void CheckColors(const LvrMesh& mesh)
+{
+    if (mesh.colors.empty())
+        return;
+    if (mesh.colors.size() != mesh.triangles.size())
+        throw LvrError("the representation has another number of colours than of triangles");
+    for (const LvrMesh::Color& color : mesh.colors)
+        if (color[3] != 255 && color != LvrMesh::Color())
+            throw LvrError("a colour of the representation is none");
+    if (std::ranges::none_of(mesh.colors, IsSet))
+        throw LvrError("the representation has colours, but no triangle has one");
 }
 
 template <class Element>
@@ -77,6 +98,7 @@ void CheckLvrMesh(const LvrMesh& mesh)
         for (const std::uint32_t corner : triangle)
             if (corner >= mesh.positions.size())
                 throw LvrError("a triangle of the representation has a corner that is not there");
+    CheckColors(mesh);
 }
 
 Box BoxOf(const LvrMesh& mesh)
@@ -93,6 +115,11 @@ void AddPlaced(LvrMesh& mesh, const LvrMesh& part, const Placement& placement)
     if (first + part.positions.size() > MaximumLvrVertices ||
         mesh.triangles.size() + part.triangles.size() > MaximumLvrTriangles)
         throw LvrError("the representation is too large");
+    if (!mesh.colors.empty() || !part.colors.empty()) {
+        mesh.colors.resize(mesh.triangles.size());
+        mesh.colors.insert(mesh.colors.end(), part.colors.begin(), part.colors.end());
+        mesh.colors.resize(mesh.triangles.size() + part.triangles.size());
+    }
     for (const LvrMesh::Vector& position : part.positions)
         mesh.positions.push_back(ToLvr(PlacePoint(placement, ToVector(position))));
     for (const LvrMesh::Vector& normal : part.normals)
@@ -108,19 +135,21 @@ std::string EncodeLvr(const LvrMesh& mesh)
 {
     CheckLvrMesh(mesh);
     const Box box = BoxOf(mesh);
+    const bool hasColors = !mesh.colors.empty();
     const Header header{Mark,
-                        Version,
+                        hasColors ? VersionWithColors : Version,
                         Millimetres,
                         static_cast<std::uint32_t>(mesh.positions.size()),
                         static_cast<std::uint32_t>(mesh.triangles.size()),
                         ToLvr(box.lowest),
                         ToLvr(box.highest)};
     std::string bytes;
-    bytes.reserve(SizeOf(mesh.positions.size(), mesh.triangles.size()));
+    bytes.reserve(SizeOf(mesh.positions.size(), mesh.triangles.size(), hasColors));
     bytes.append(reinterpret_cast<const char*>(&header), sizeof(header));
     Append(bytes, mesh.positions);
     Append(bytes, mesh.normals);
     Append(bytes, mesh.triangles);
+    Append(bytes, mesh.colors);
     return bytes;
 }
 
@@ -132,11 +161,12 @@ LvrMesh ReadLvrBytes(std::string_view bytes)
     std::memcpy(&header, bytes.data(), sizeof(header));
     if (header.mark != Mark)
         throw LvrError("the file is not a light representation");
-    if (header.version != Version)
+    const bool hasColors = header.version == VersionWithColors;
+    if (header.version != Version && !hasColors)
         throw LvrError("the light representation has the unknown version " + std::to_string(header.version));
     if (header.unit != Millimetres)
         throw LvrError("the light representation has the unknown unit " + std::to_string(header.unit));
-    if (bytes.size() != SizeOf(header.vertices, header.triangles))
+    if (bytes.size() != SizeOf(header.vertices, header.triangles, hasColors))
         throw LvrError("the light representation has not the size of its counts");
 
     bytes.remove_prefix(sizeof(header));
@@ -144,6 +174,8 @@ LvrMesh ReadLvrBytes(std::string_view bytes)
     mesh.positions = Take<LvrMesh::Vector>(bytes, header.vertices);
     mesh.normals = Take<LvrMesh::Vector>(bytes, header.vertices);
     mesh.triangles = Take<LvrMesh::Triangle>(bytes, header.triangles);
+    if (hasColors)
+        mesh.colors = Take<LvrMesh::Color>(bytes, header.triangles);
     CheckLvrMesh(mesh);
     if (BoxOf(mesh) != Box{ToVector(header.lowest), ToVector(header.highest)})
         throw LvrError("the bounding box of the light representation is not that of its positions");
@@ -158,7 +190,7 @@ void WriteLvr(const std::filesystem::path& path, const LvrMesh& mesh)
 LvrMesh ReadLvr(const std::filesystem::path& path)
 {
     try {
-        return ReadLvrBytes(ReadBounded(path, SizeOf(MaximumLvrVertices, MaximumLvrTriangles)));
+        return ReadLvrBytes(ReadBounded(path, SizeOf(MaximumLvrVertices, MaximumLvrTriangles, true)));
     } catch (const std::runtime_error& problem) {
         throw LvrError(path.string() + ": " + problem.what());
     }

@@ -27,10 +27,13 @@ public:
 struct LvrMesh {
     using Vector = std::array<float, 3>; ///< in single precision, as in the file
     using Triangle = std::array<std::uint32_t, 3>;
+    /// Red, green and blue of sRGB and 255; all 0 for a triangle without a colour.
+    using Color = std::array<std::uint8_t, 4>;
 
     std::vector<Vector> positions;
     std::vector<Vector> normals; ///< of the surface, outwards, of length 1; one for each position
     std::vector<Triangle> triangles;
+    std::vector<Color> colors; ///< one for each triangle; empty when none has a colour
     bool operator==(const LvrMesh&) const = default;
 };
 

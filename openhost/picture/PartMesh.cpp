@@ -1,5 +1,6 @@
 #include "openhost/picture/PartMesh.h"
 
+#include "openhost/geometry/FaceColors.h"
 #include "openhost/geometry/KernelSpace.h"
 
 #include <BRepAdaptor_Surface.hxx>
@@ -43,7 +44,7 @@ std::optional<gp_Vec> NormalAt(const BRepAdaptor_Surface& surface, const gp_Pnt2
     return normal / length;
 }
 
-void AddFace(const TopoDS_Face& face, PartMesh& mesh)
+void AddFace(const TopoDS_Face& face, const std::optional<Color>& color, PartMesh& mesh)
 {
     TopLoc_Location location;
     const Handle(Poly_Triangulation) triangulation = BRep_Tool::Triangulation(face, location);
@@ -60,7 +61,7 @@ void AddFace(const TopoDS_Face& face, PartMesh& mesh)
     for (int i = 1; i <= triangulation->NbTriangles(); ++i) {
         std::array<int, 3> nodes{};
         triangulation->Triangle(i).Get(nodes[0], nodes[1], nodes[2]);
-        PartMesh::Triangle triangle{};
+        PartMesh::Triangle triangle{{}, color};
         for (std::size_t k = 0; k < 3; ++k)
             triangle.corners[k] = first + static_cast<std::uint32_t>(nodes[k] - 1);
         mesh.triangles.push_back(triangle);
@@ -127,15 +128,26 @@ void AddLine(const TopoDS_Edge& edge, const TopoDS_Face& face, PartMesh& mesh)
     mesh.lines.push_back(std::move(line));
 }
 
+std::optional<Color> ToColor(const std::optional<SurfaceColor>& color)
+{
+    if (!color)
+        return std::nullopt;
+    Color bytes{};
+    for (std::size_t part = 0; part < bytes.size(); ++part)
+        bytes[part] = static_cast<std::uint8_t>(std::lround(255 * (*color)[part]));
+    return bytes;
+}
+
 } // namespace
 
-PartMesh MeshPart(const TopoDS_Shape& shape, double deflection)
+PartMesh MeshPart(const TopoDS_Shape& shape, const PartColors& colors, double deflection)
 {
     const BRepMesh_IncrementalMesh kept(shape, deflection, Standard_False, AngularDeflection, Standard_False);
 
     PartMesh mesh;
+    const FaceColors colorOf(shape, colors);
     for (TopExp_Explorer faces(shape, TopAbs_FACE); faces.More(); faces.Next())
-        AddFace(TopoDS::Face(faces.Current()), mesh);
+        AddFace(TopoDS::Face(faces.Current()), ToColor(colorOf(faces.Current())), mesh);
     TopTools_IndexedDataMapOfShapeListOfShape edges;
     TopExp::MapShapesAndAncestors(shape, TopAbs_EDGE, TopAbs_FACE, edges);
     for (int i = 1; i <= edges.Extent(); ++i) {

@@ -112,7 +112,7 @@ public:
             vertices_.push_back(Project(placed, placed.mesh->points[i], placed.mesh->normals[i]));
         for (const PartMesh::Triangle& triangle : placed.mesh->triangles)
             Draw(vertices_[triangle.corners[0]], vertices_[triangle.corners[1]], vertices_[triangle.corners[2]],
-                 placed.color);
+                 triangle.color.value_or(placed.color));
     }
 
     void DrawLines(const PlacedMesh& placed)

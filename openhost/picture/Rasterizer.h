@@ -13,7 +13,7 @@ namespace openhost {
 struct PlacedMesh {
     const PartMesh* mesh = nullptr;
     Placement toView{};
-    Color color{};
+    Color color{};     ///< of triangles that have none of their own
     double lowest = 0; ///< of its points in y
     double highest = 0;
 };

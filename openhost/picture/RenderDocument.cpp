@@ -140,7 +140,7 @@ private:
             std::optional<PartMesh>& mesh = meshes_[placed.document];
             if (mesh)
                 continue;
-            mesh = MeshPart(tree_[placed.document].shape, deflection);
+            mesh = MeshPart(tree_[placed.document].shape, tree_[placed.document].colors, deflection);
             colors_[placed.document] = Palette[parts++ % Palette.size()];
         }
     }

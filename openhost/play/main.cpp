@@ -1,4 +1,5 @@
-// openhost: plays sessions, in a window too; shows, exports and draws documents; turns light representations into STL.
+// openhost: plays sessions, in a window too; shows, exports, draws and imports documents; turns light representations
+// into STL.
 
 #include "openhost/commandline/CommandLine.h"
 #include "openhost/conversion/ConvertDocument.h"
@@ -8,6 +9,7 @@
 #include "openhost/lvr/WriteStl.h"
 #include "openhost/play/CatalogueProcess.h"
 #include "openhost/play/FreedMemory.h"
+#include "openhost/play/ImportFile.h"
 #include "openhost/play/JournalWriter.h"
 #include "openhost/play/MemoryReserve.h"
 #include "openhost/play/SessionAccount.h"
@@ -17,6 +19,7 @@
 #include "openhost/play/VerboseAccount.h"
 
 #include <dlfcn.h>
+#include <pwd.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -339,6 +342,18 @@ openhost::Command AddShow(const openhost::CommandLine& line, Files& files)
     return show;
 }
 
+/// The name of the user: in full, otherwise the one that he logs in by.
+std::string UserName()
+{
+    const passwd* user = getpwuid(geteuid());
+    if (!user)
+        return {};
+    const std::string name = user->pw_gecos ? user->pw_gecos : "";
+    // Room and telephone follow.
+    const std::string inFull = name.substr(0, name.find(','));
+    return inFull.empty() ? user->pw_name : inFull;
+}
+
 /// Longest time that is given to the solid kernel, in seconds.
 constexpr int MaximumSeconds = 86'400;
 
@@ -351,13 +366,38 @@ std::string AddConversion(const openhost::Command& command, int& seconds)
            "then as it was.\n\n";
 }
 
-openhost::Command AddExport(const openhost::CommandLine& line, Files& files, int& seconds)
+/// Who stands in the header of a STEP file.
+struct StepAuthor {
+    std::string name = UserName();
+    std::string organization;
+};
+
+openhost::Command AddExport(const openhost::CommandLine& line, Files& files, StepAuthor& author, int& seconds)
 {
     const openhost::Command exported = line.Add("export", "Writes a document with everything under it as STEP");
     exported.Word("FILE", files.document, "the document").Required();
     exported.Word("OUT.step", files.other, "the file to write").Required();
+    exported.Text("--author", "NAME", author.name, "who stands as the author in the file; your name by default");
+    exported.Text("--organization", "NAME", author.organization, "where the author belongs; nothing by default");
     exported.Footer(AddConversion(exported, seconds) + "Example: openhost export bracket.ZALProduct bracket.step");
     return exported;
+}
+
+openhost::Command AddImport(const openhost::CommandLine& line, openhost::ImportArguments& arguments, int& seconds)
+{
+    const openhost::Command import = line.Add("import", "Makes documents of a STEP file of another system");
+    import.Word("FILE.step", arguments.file, "the file: AP203, AP214 or AP242").Required();
+    import.Word("FOLDER", arguments.folder, "where the documents go; made where it is not").Required();
+    import.Flag("--replace", arguments.replace, "take the places of documents that stand there");
+    import.Number("--seconds", "N", seconds, 1, MaximumSeconds, "how long it may take; 600 by default");
+    import.Footer(
+        "Each product becomes a document once, in a file with the name of its part number: a part document, or a\n"
+        "product document with the names and places of what it holds. Lengths become millimetres. Prints the path\n"
+        "of the root. What is left out, repaired or renamed is told on standard error.\n"
+        "Exit status: 0, or 1 when the file is damaged, takes too long or too much memory, or a document of that\n"
+        "name stands there; nothing is then written.\n\n"
+        "Example: openhost import gearbox.step parts");
+    return import;
 }
 
 openhost::Command AddPicture(const openhost::CommandLine& line, Files& files, std::string& size, int& seconds)
@@ -391,16 +431,20 @@ void AddStl(const openhost::CommandLine& line, Files& files)
 int Run(int count, char** values)
 {
     const openhost::MemoryReserve memory;
-    openhost::CommandLine line("openhost", "Plays sessions; shows, exports and draws documents");
+    openhost::CommandLine line("openhost", "Plays sessions; shows, exports, draws and imports documents");
     PlayArguments arguments;
     WindowArguments window;
     Files files;
+    openhost::ImportArguments importArguments;
     std::string size = openhost::PictureSize().Text();
     int seconds = 60;
     const openhost::Command play = AddPlay(line, arguments);
     const openhost::Command desktop = AddDesktop(line, window);
     const openhost::Command show = AddShow(line, files);
-    const openhost::Command exported = AddExport(line, files, seconds);
+    StepAuthor author;
+    const openhost::Command exported = AddExport(line, files, author, seconds);
+    int importSeconds = 600; // an assembly of some thousand parts takes a minute, and tells meanwhile how far it is
+    const openhost::Command import = AddImport(line, importArguments, importSeconds);
     const openhost::Command picture = AddPicture(line, files, size, seconds);
     AddStl(line, files);
     line.Program().Footer("openhost COMMAND --help tells more about a command.");
@@ -412,12 +456,15 @@ int Run(int count, char** values)
         return Play(arguments);
     if (desktop.IsGiven())
         return ShowWindow(std::move(window));
+    if (import.IsGiven())
+        return openhost::ImportFile(importArguments, {.time = std::chrono::seconds(importSeconds)}, Warn);
     if (show.IsGiven() && files.other.empty())
         openhost::ShowDocument(files.document, std::cout);
     else if (show.IsGiven())
         openhost::ShowDocuments(files.document, files.other, std::cout);
     else if (exported.IsGiven())
-        openhost::DocumentConverter(limits).ExportStep(files.document, files.other, Warn);
+        openhost::DocumentConverter(limits).ExportStep(files.document, files.other, author.name, author.organization,
+                                                       Warn);
     else if (picture.IsGiven())
         openhost::DocumentConverter(limits).DrawPicture(files.document, files.other, openhost::PictureSize::Parse(size),
                                                         Warn);

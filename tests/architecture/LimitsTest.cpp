@@ -129,6 +129,7 @@ TEST(Limits, AreAllInTheTable)
     std::map<std::string, std::string> others = {
         {"module/host/hash.h KRYSysHashMaximumLength", "the length of a digest"},
         {"openhost/commandline/CommandLine.cpp mostSlips", "how like a hint is to what was typed"},
+        {"openhost/conversion/ImportedFiles.h MaximumSingleSyncs", "how files are brought to the disk"},
         {"openhost/desktop/view/SceneDrawing.cpp MostTriangles", "how finely a frame is drawn"},
         {"openhost/desktop/view/ViewGraphics.cpp MostHeight", "how far the camera goes"},
         {"openhost/desktop/window/DocumentActions.cpp MaximumRecent", "lines of a menu"},

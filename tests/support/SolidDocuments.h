@@ -33,11 +33,13 @@ public:
                  .Shape());
     }
 
-    void Part(const std::string& fileName, const std::string& partNumber, const TopoDS_Shape& shape) const
+    void Part(const std::string& fileName, const std::string& partNumber, const TopoDS_Shape& shape,
+              const PartColors& colors = {}) const
     {
         CadDocument document;
         document.partNumber = partNumber;
         document.geometry = EncodeShape(shape);
+        document.geometry->colors = colors;
         WriteDocument(document, Path(fileName));
     }
 

@@ -29,7 +29,7 @@ BoundarySource BoundaryOf(std::filesystem::path path)
         std::optional<DocumentGeometry> geometry = ReadToolGeometry(path, 0);
         if (!geometry)
             throw std::runtime_error("the part has no geometry");
-        return std::move(geometry->boundary);
+        return ColoredBoundary(geometry->colors, geometry->boundary);
     };
 }
 

@@ -57,6 +57,13 @@ Graphic3d_Vec4ub Color(int rgb)
     return Graphic3d_Vec4ub(byte(16), byte(8), byte(0), 255);
 }
 
+std::optional<Graphic3d_Vec4ub> OwnColor(const LvrMesh::Color& color)
+{
+    if (color[3] == 0)
+        return std::nullopt;
+    return Graphic3d_Vec4ub(color[0], color[1], color[2], 255);
+}
+
 void Remove(opencascade::handle<Graphic3d_Structure>& structure)
 {
     if (structure.IsNull())
@@ -223,6 +230,11 @@ Graphic3d_Vec4ub SceneDrawing::FaceColor(std::size_t number) const
     if (scene_.HasPickRule() && !scene_.ReasonAgainstPicking(number).empty())
         return Color(isDark_ ? 0x3A3D42 : 0xD2D6DC);
     return Color(0xA9B7C6);
+}
+
+bool SceneDrawing::HasOwnColor(std::size_t number) const
+{
+    return !scene_.IsSelected(number) && !(scene_.HasPickRule() && !scene_.ReasonAgainstPicking(number).empty());
 }
 
 Graphic3d_Vec4ub SceneDrawing::EdgeColor(std::size_t number) const
@@ -431,12 +443,17 @@ opencascade::handle<Graphic3d_Structure> SceneDrawing::BuildFaces(const std::vec
     array->Attributes()->NbElements = static_cast<int>(vertices);
     std::size_t first = 0;
     for (const std::size_t number : items) {
-        const LvrMesh& mesh = DetailOf(number, pace).mesh;
+        const MeshDetail& detail = DetailOf(number, pace);
+        const LvrMesh& mesh = detail.mesh;
         const Placement& placement = scene_.Items()[number].instance.placement;
-        FaceVertex vertex{{}, {}, color.value_or(FaceColor(number))};
+        const bool hasOwn = !color && !detail.colors.empty() && HasOwnColor(number);
+        const Graphic3d_Vec4ub common = color.value_or(FaceColor(number));
+        FaceVertex vertex{{}, {}, common};
         for (std::size_t position = 0; position < mesh.positions.size(); ++position) {
             vertex.position = ToLvr(PlacePoint(placement, ToVector(mesh.positions[position])));
             vertex.normal = ToLvr(PlaceDirection(placement, ToVector(mesh.normals[position])));
+            if (hasOwn)
+                vertex.color = OwnColor(detail.colors[position]).value_or(common);
             std::memcpy(place, &vertex, sizeof(vertex));
             place += sizeof(vertex);
         }

@@ -90,6 +90,8 @@ private:
                  const opencascade::handle<Graphic3d_ArrayOfPrimitives>& primitives) const;
     const MeshDetail& DetailOf(std::size_t number, Pace pace) const;
     Graphic3d_Vec4ub FaceColor(std::size_t number) const;
+    /// Whether an item shows the colours of its faces, and not what else there is to tell of it.
+    bool HasOwnColor(std::size_t number) const;
     Graphic3d_Vec4ub EdgeColor(std::size_t number) const;
     bool DrawsFaces() const { return style_ != DrawStyle::Wireframe; }
     bool DrawsEdges(Pace pace) const;

@@ -101,6 +101,23 @@ MeshEdges FindEdges(const LvrMesh& mesh)
     return found;
 }
 
+namespace {
+
+/// A position belongs to one face, and so has the colour of all of its triangles.
+std::vector<LvrMesh::Color> ColorsOfPositions(const LvrMesh& mesh)
+{
+    std::vector<LvrMesh::Color> colors;
+    if (mesh.colors.empty())
+        return colors;
+    colors.resize(mesh.positions.size());
+    for (std::size_t triangle = 0; triangle < mesh.triangles.size(); ++triangle)
+        for (const std::uint32_t corner : mesh.triangles[triangle])
+            colors[corner] = mesh.colors[triangle];
+    return colors;
+}
+
+} // namespace
+
 MeshDetail Coarsen(const MeshDetail& detail, double cell)
 {
     const LvrMesh& mesh = detail.mesh;
@@ -120,6 +137,8 @@ MeshDetail Coarsen(const MeshDetail& detail, double cell)
             key = key << 20 | static_cast<std::uint64_t>(std::clamp(coordinate / cell, 0.0, 1048575.0));
         const auto [found, isNew] = numbers.try_emplace(key, static_cast<std::uint32_t>(places.size()));
         numberOf[position] = found->second;
+        if (isNew && !detail.colors.empty())
+            coarse.colors.push_back(detail.colors[position]);
         if (isNew) {
             places.emplace_back();
             normals.emplace_back();
@@ -168,7 +187,9 @@ ShownMesh PrepareMesh(LvrMesh mesh)
     MeshEdges found = FindEdges(mesh);
     finest.edges = std::move(found.edges);
     shown.isClosed = !found.hasBorders;
+    finest.colors = ColorsOfPositions(mesh);
     finest.mesh = std::move(mesh);
+    finest.mesh.colors.clear();
     shown.details.push_back(std::move(finest));
 
     const double diagonal = shown.box.Diagonal();

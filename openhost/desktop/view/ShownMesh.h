@@ -15,6 +15,8 @@ using MeshEdge = std::array<std::uint32_t, 2>;
 struct MeshDetail {
     LvrMesh mesh;
     std::vector<MeshEdge> edges;
+    std::vector<LvrMesh::Color>
+        colors;       ///< of the positions, in place of those of the triangles; none when there are none
     double error = 0; ///< how far it may be from the mesh that was prepared, in millimetres
 };
 

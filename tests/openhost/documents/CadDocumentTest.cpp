@@ -158,6 +158,24 @@ TEST(CadDocument, GeometryOfEachToolIsReadAlone)
     EXPECT_THROW(ReadToolGeometry(folder.Path() / "missing.ZALPart", 0), CompoundFileError);
 }
 
+TEST(CadDocument, ColorsOfEachToolComeBack)
+{
+    CadDocument part = SomePart();
+    part.geometry->colors.whole = SurfaceColor{0.25, 1, 0};
+    part.features.otherTools.push_back({"Other", part.geometry});
+    part.features.otherTools.back().geometry->colors = {std::nullopt, {{0, {1, 0, 0}}, {7, {0.1, 0.2, 0.3}}}};
+    EXPECT_EQ(part, ParseDocument(BuildDocument(part), "part"));
+    const TemporaryFolder folder;
+    WriteDocument(part, folder.Path() / "part");
+    EXPECT_EQ(part.features.otherTools.back().geometry,
+              ReadToolGeometry(folder.Path() / "part", part.features.otherTools.size()));
+}
+
+TEST(CadDocument, APartWithoutColorsHasNoStreamOfThem)
+{
+    EXPECT_EQ(std::string::npos, BuildDocument(SomePart()).find("ZCOL"));
+}
+
 TEST(CadDocument, TextPropertiesOfEarlierDocumentsAreParametersOfTypeText)
 {
     const std::string bytes = WithStream(CadDocument(), "Properties", [](std::string& stream) {
@@ -405,6 +423,55 @@ TEST(HostileDocument, GeometryWithoutItsFactsIsRefused)
 {
     EXPECT_EQ("hostile: stream Geometry: the stream is cut short",
               Refusal(WithStream(SomePart(), "Geometry", [](std::string& stream) { stream.resize(HeadSize + 40); })));
+}
+
+TEST(HostileDocument, ColorsThatAreNoneAreRefused)
+{
+    CadDocument part = SomePart();
+    part.geometry->colors.faces = {{1, {0.5, 0.5, 0.5}}, {2, {0, 0, 0}}};
+    const auto refusal = [&](std::size_t place, auto value) {
+        StreamWriter number;
+        if constexpr (std::is_same_v<decltype(value), double>)
+            number.PutReal(value);
+        else
+            number.PutNumber(value);
+        const std::string bytes = number.Finish("ZCOL", 1).substr(HeadSize);
+        return Refusal(WithStream(part, "Colors",
+                                  [&](std::string& stream) { stream.replace(HeadSize + place, bytes.size(), bytes); }));
+    };
+    EXPECT_EQ("hostile: stream Colors: a boolean is neither true nor false", refusal(0, 2U));
+    EXPECT_EQ("hostile: stream Colors: a count is larger than the stream", refusal(4, 0xFFFFFFFFU));
+    EXPECT_EQ("hostile: stream Colors: the faces with colours are out of order", refusal(8, 2U));
+    EXPECT_EQ("hostile: stream Colors: a colour is none", refusal(12, 1.5));
+    EXPECT_EQ("hostile: stream Colors: a colour is none", refusal(12, -0.5));
+
+    part.geometry->colors.faces = {{2, {0, 0, 0}}, {1, {0, 0, 0}}};
+    EXPECT_THROW(BuildDocument(part), CompoundFileError);
+    part.geometry->colors = {SurfaceColor{0, 0, 1.01}, {}};
+    EXPECT_THROW(BuildDocument(part), CompoundFileError);
+}
+
+TEST(PartColors, ComeBackFromBeforeABoundary)
+{
+    const PartColors colors{SurfaceColor{1, 0.5, 0}, {{3, {0, 1, 0}}}};
+    std::string bytes = ColoredBoundary(colors, "boundary");
+    EXPECT_EQ(colors, TakeColors(bytes));
+    EXPECT_EQ("boundary", bytes);
+    EXPECT_EQ("boundary", ColoredBoundary({}, "boundary"));
+    EXPECT_EQ(PartColors(), TakeColors(bytes));
+
+    const std::string whole = ColoredBoundary(colors, "");
+    for (std::size_t size = 4; size < whole.size(); ++size) {
+        std::string cut = whole.substr(0, size);
+        EXPECT_THROW(TakeColors(cut), DocumentStreamError) << size;
+    }
+}
+
+TEST(PartColors, AreThoseOfTheWholeWhereAFaceHasNone)
+{
+    const PartColors colors{SurfaceColor{1, 0, 0}, {{1, {0, 1, 0}}, {9, {0, 0, 1}}}};
+    EXPECT_EQ((std::vector<std::optional<SurfaceColor>>{SurfaceColor{1, 0, 0}, SurfaceColor{0, 1, 0}}),
+              ColorsOfFaces(colors, 2));
 }
 
 TEST(HostileDocument, EveryTruncationIsRefusedAndNeverCrashes)

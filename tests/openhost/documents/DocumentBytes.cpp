@@ -54,8 +54,8 @@ std::vector<std::pair<std::string, std::string>> StreamsOf(const CadDocument& do
     const auto storage =
         CompoundStorage::OpenBytes(BuildDocument(document), "document").FindStorage(DocumentStorageName).value();
     std::vector<std::pair<std::string, std::string>> streams;
-    for (const char* name :
-         {"Links", "Properties", "Identity", "Parameters", "Cameras", "Features", "Children", "Geometry", "Geometry1"})
+    for (const char* name : {"Links", "Properties", "Identity", "Parameters", "Cameras", "Features", "Children",
+                             "Geometry", "Geometry1", "Colors"})
         if (auto stream = storage.ReadStream(name, 1 << 20))
             streams.emplace_back(name, std::move(*stream));
     return streams;

@@ -60,7 +60,7 @@ TEST(CatalogueExport, AssembliesKeepEveryInstance)
             continue;
         ++assemblies;
         const std::filesystem::path output = folder.Path() / (item.id + ".step");
-        ExportStep(folder.Path() / item.root, output, [](const std::string& line) { ADD_FAILURE() << line; });
+        ExportStep(folder.Path() / item.root, output, {}, [](const std::string& line) { ADD_FAILURE() << line; });
         const StepFile file(output);
         Comparison comparison{catalogue.documents, file};
         const double volume = comparison.Compare(item.root, "", IdentityPlacement);

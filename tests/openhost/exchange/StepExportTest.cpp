@@ -33,11 +33,14 @@ using ::testing::Not;
 constexpr Placement QuarterTurn{0, -1, 0, 100, 1, 0, 0, 20, 0, 0, 1, -7.25};
 constexpr Placement Shifted{1, 0, 0, 1.5, 0, 1, 0, 2.5, 0, 0, 1, 3.5};
 
+const StepAuthor Author{"Jo Müller", "Works '42'"};
+
 class StepExport : public ::testing::Test {
 protected:
     StepFile Export(const std::string& fileName)
     {
-        ExportStep(documents_.Path(fileName), Output(), [this](const std::string& line) { warnings_.push_back(line); });
+        ExportStep(documents_.Path(fileName), Output(), Author,
+                   [this](const std::string& line) { warnings_.push_back(line); });
         return StepFile(Output());
     }
 
@@ -96,6 +99,10 @@ TEST_F(StepExport, FileIsStepInMillimetresOfAP214)
     EXPECT_THAT(text, HasSubstr("FILE_SCHEMA(('AUTOMOTIVE_DESIGN"));
     EXPECT_THAT(text, HasSubstr("SI_UNIT(.MILLI.,.METRE.)"));
     EXPECT_THAT(text, HasSubstr("FILE_NAME('out.step'"));
+    EXPECT_THAT(text, HasSubstr("('Jo M\\X2\\00FC\\X0\\ller')"));
+    EXPECT_THAT(text, HasSubstr("'Works ''42'''),"));
+    EXPECT_THAT(text, HasSubstr("'openhost "));
+    EXPECT_THAT(text, ::testing::Not(HasSubstr("Unknown")));
     EXPECT_TRUE(text.ends_with("END-ISO-10303-21;\n"));
 }
 
@@ -340,9 +347,9 @@ TEST_F(StepExport, OutputThatCannotBeWrittenIsAnError)
     documents_.Box("block.ZALPart", "BLOCK", {0, 0, 0}, {1, 1, 1});
     const auto ignore = [](const std::string&) {};
     const std::filesystem::path block = documents_.Path("block.ZALPart");
-    EXPECT_THROW(ExportStep(block, documents_.Path("missing/out.step"), ignore), std::runtime_error);
+    EXPECT_THROW(ExportStep(block, documents_.Path("missing/out.step"), {}, ignore), std::runtime_error);
     std::filesystem::create_directory(documents_.Path("folder"));
-    EXPECT_THROW(ExportStep(block, documents_.Path("folder"), ignore), std::runtime_error);
+    EXPECT_THROW(ExportStep(block, documents_.Path("folder"), {}, ignore), std::runtime_error);
     EXPECT_EQ(2U, documents_.Files());
 }
 
@@ -352,8 +359,9 @@ TEST_F(StepExport, DocumentThatIsReadIsNotReplaced)
     documents_.Product("p.ZALProduct", "P", {{"a", "block.ZALPart"}});
     std::filesystem::create_symlink("block.ZALPart", documents_.Path("other.step"));
     for (const char* output : {"block.ZALPart", "p.ZALProduct", "other.step"})
-        EXPECT_THROW(ExportStep(documents_.Path("p.ZALProduct"), documents_.Path(output), [](const std::string&) {}),
-                     std::runtime_error);
+        EXPECT_THROW(
+            ExportStep(documents_.Path("p.ZALProduct"), documents_.Path(output), {}, [](const std::string&) {}),
+            std::runtime_error);
     EXPECT_EQ("BLOCK", ReadDocument(documents_.Path("block.ZALPart")).partNumber);
 }
 

@@ -90,6 +90,32 @@ TEST(Tessellation, ABoxIsTwelveTrianglesOfItsVolumeAndArea)
     ExpectVertexNormalsToFollowTheTriangles(mesh);
 }
 
+TEST(Tessellation, TrianglesHaveTheColorsOfTheirFaces)
+{
+    const TopoDS_Shape box = BRepPrimAPI_MakeBox(1, 2, 3).Shape();
+    EXPECT_TRUE(TessellateShape(box).colors.empty());
+    const PartColors colors{SurfaceColor{1, 0, 0}, {{2, {0, 0.5, 0}}, {100, {0, 0, 1}}}};
+    const LvrMesh mesh = TessellateShape(box, {}, colors);
+    ASSERT_EQ(12U, mesh.colors.size());
+    EXPECT_EQ(10, std::ranges::count(mesh.colors, LvrMesh::Color{255, 0, 0, 255}));
+    EXPECT_EQ(2, std::ranges::count(mesh.colors, LvrMesh::Color{0, 128, 0, 255}));
+    EXPECT_TRUE(TessellateShape(box, {}, {std::nullopt, {{100, {0, 0, 1}}}}).colors.empty());
+}
+
+TEST(Tessellation, ACopyHasItsFacesInTheSameOrder)
+{
+    // Colours are numbered by it.
+    const TopoDS_Shape shape =
+        BRepAlgoAPI_Cut(BRepPrimAPI_MakeBox(10, 20, 30).Shape(), BRepPrimAPI_MakeCylinder(4, 50).Shape()).Shape();
+    PartColors colors;
+    for (std::uint32_t face = 0; face < 7; ++face)
+        colors.faces.push_back({face, {face / 10.0, 0, 0}});
+    const TopoDS_Shape copy = DecodeShape({{}, EncodeBoundary(shape)});
+    const TopoDS_Shape again = DecodeShape({{}, EncodeBoundary(copy)});
+    EXPECT_EQ(TessellateShape(shape, {}, colors), TessellateShape(copy, {}, colors));
+    EXPECT_EQ(TessellateShape(shape, {}, colors), TessellateShape(again, {}, colors));
+}
+
 TEST(Tessellation, TrianglesLookOutwardsOnReversedFacesToo)
 {
     for (const TopoDS_Shape& shape : {Plate(), Placed(Plate())}) {

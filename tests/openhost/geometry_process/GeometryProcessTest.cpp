@@ -154,6 +154,16 @@ TEST(GeometryProcess, AJobThatIsNotTakenInTimeIsEndedToo)
     EXPECT_THROW(process.Run(jobs::Echo, std::string(20'000'000, 'x')), GeometryJobTimeOut);
 }
 
+TEST(GeometryProcess, WhatAJobTellsComesBeforeItsResult)
+{
+    GeometryProcess process(Program);
+    std::vector<std::string> told;
+    const auto tell = [&](const std::string& progress) { told.push_back(progress); };
+    EXPECT_EQ("done", process.Run(jobs::Tell, "half", tell));
+    EXPECT_EQ((std::vector<std::string>{"half", "half"}), told);
+    EXPECT_EQ("done", process.Run(jobs::Tell, "half")) << "with nobody who takes it";
+}
+
 TEST(GeometryProcess, MemoryAndResultsAreBounded)
 {
     GeometryProcess process(Program, {.resultSize = 1000});

@@ -24,6 +24,7 @@ inline constexpr GeometryJob Spin = GeometryJob::Export; ///< never ends, and ke
 inline constexpr GeometryJob Sleep{'i'};                 ///< never ends, and does nothing
 inline constexpr GeometryJob TakeMemory{'m'};            ///< takes more than TestJobMemory
 inline constexpr GeometryJob ListDescriptors{'d'};       ///< gives the numbers of its open files, one a line
+inline constexpr GeometryJob Tell{'g'};                  ///< tells its bytes twice
 inline constexpr GeometryJob Talk{'t'};                  ///< writes on standard output and standard error
 /// Takes two FIFOs, one a line: writes the number of its process into one and waits for a byte from the other.
 inline constexpr GeometryJob Meet{'w'};

@@ -98,8 +98,38 @@ TEST(LightRepresentation, AnotherMarkVersionOrUnitIsRefused)
 {
     const std::string bytes = EncodeLvr(Corner());
     EXPECT_THAT(Refusal(With(bytes, 0, 'z')), HasSubstr("not a light representation"));
-    EXPECT_THAT(Refusal(With(bytes, 4, 2U)), HasSubstr("version 2"));
+    EXPECT_THAT(Refusal(With(bytes, 4, 2U)), HasSubstr("size of its counts")) << "that with colours";
+    EXPECT_THAT(Refusal(With(bytes, 4, 3U)), HasSubstr("version 3"));
     EXPECT_THAT(Refusal(With(bytes, 8, 0U)), HasSubstr("unit 0"));
+}
+
+TEST(LightRepresentation, ColorsOfTrianglesComeBack)
+{
+    LvrMesh mesh = Corner();
+    mesh.colors = {{255, 128, 0, 255}, {}};
+    const std::string bytes = EncodeLvr(mesh);
+    EXPECT_EQ(mesh, ReadLvrBytes(bytes));
+    EXPECT_EQ(2U, At<std::uint32_t>(bytes, 4));
+    EXPECT_EQ(EncodeLvr(Corner()).size() + 8, bytes.size());
+    EXPECT_EQ(EncodeLvr(Corner()).substr(8), bytes.substr(8, bytes.size() - 16));
+    EXPECT_THAT(Refusal(With(bytes, bytes.size() - 1, '\1')), HasSubstr("colour"));
+    EXPECT_THAT(Refusal(With(bytes, bytes.size() - 4, '\1')), HasSubstr("colour")) << "of a triangle without one";
+    EXPECT_THAT(Refusal(With(bytes, bytes.size() - 8, 0U)), HasSubstr("no triangle has one"));
+
+    mesh.colors.resize(1);
+    EXPECT_THAT(Refusal(mesh), HasSubstr("number of colours"));
+}
+
+TEST(LightRepresentation, APlacedPartKeepsItsColors)
+{
+    LvrMesh colored = Corner();
+    colored.colors = {{255, 128, 0, 255}, {1, 2, 3, 255}};
+    LvrMesh whole;
+    AddPlaced(whole, Corner(), IdentityPlacement);
+    EXPECT_TRUE(whole.colors.empty());
+    AddPlaced(whole, colored, IdentityPlacement);
+    AddPlaced(whole, Corner(), IdentityPlacement);
+    EXPECT_EQ((std::vector<LvrMesh::Color>{{}, {}, colored.colors[0], colored.colors[1], {}, {}}), whole.colors);
 }
 
 TEST(LightRepresentation, CountsThatDoNotFitTheSizeAreRefusedWithoutMemoryForThem)

@@ -147,6 +147,20 @@ TEST_F(Render, TopIsBrightestThenTheFrontThenTheRight)
     EXPECT_GT(front, right + 20);
 }
 
+TEST_F(Render, FacesHaveTheirColors)
+{
+    const TopoDS_Shape box = BRepPrimAPI_MakeBox(10, 10, 10).Shape();
+    documents_.Part("red.ZALPart", "R", box, {SurfaceColor{1, 0, 0}, {}});
+    const Color red = Draw("red.ZALPart").At(Size.width / 2, Size.height / 3);
+    EXPECT_LT(red[1] + red[2], red[0] / 2);
+    PartColors all;
+    for (std::uint32_t face = 0; face < 6; ++face)
+        all.faces.push_back({face, {0, 0, 1}});
+    documents_.Part("blue.ZALPart", "B", box, all);
+    const Color blue = Draw("blue.ZALPart").At(Size.width / 2, Size.height / 3);
+    EXPECT_LT(blue[0] + blue[1], blue[2] / 2);
+}
+
 TEST_F(Render, EdgesAreDarkLines)
 {
     documents_.Box("cube.ZALPart", "CUBE", {0, 0, 0}, {10, 10, 10});

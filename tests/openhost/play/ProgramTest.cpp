@@ -46,7 +46,7 @@ TEST_F(ProgramTest, HelpTellsTheCommands)
 {
     EXPECT_EQ(0, Run("--help"));
     const std::string help = Read("out");
-    for (const std::string command : {"play", "show", "export", "picture", "stl"}) {
+    for (const std::string command : {"play", "show", "export", "import", "picture", "stl"}) {
         EXPECT_THAT(help, HasSubstr("\n  " + command + " "));
         EXPECT_EQ(0, Run(command + " --help"));
         EXPECT_THAT(Read("out"), HasSubstr("Example: openhost " + command));
@@ -77,6 +77,7 @@ TEST_F(ProgramTest, WrongUseIsExplained)
         {"play", {"", "a b", "--journal", "a --set", "a --set =x", "a --set x", "a --other"}},
         {"show", {"", "a b c"}},
         {"export", {"", "a", "a b c"}},
+        {"import", {"", "a", "a b c", "a b --seconds 0", "a b --other"}},
         {"picture", {"", "a", "a b c", "a b --size", "a b --size 0x5", "a b --size 9000x5", "a b --other"}},
         {"stl", {"", "a", "a b c"}}};
     for (const auto& [command, arguments] : uses)
@@ -100,13 +101,58 @@ TEST_F(ProgramTest, ALightRepresentationBecomesAnStlFile)
 TEST_F(ProgramTest, AFileOfAnotherKindIsStatus1AndWritesNothing)
 {
     Write("text", "nothing of the kind");
-    for (const std::string command : {"show", "export", "picture", "stl"})
+    for (const std::string command : {"show", "export", "import", "picture", "stl"})
         for (const std::string file : {"text", "missing"}) {
             const std::string use = command + " " + file + (command == "show" ? "" : " made");
             EXPECT_EQ(1, Run(use)) << use;
             EXPECT_THAT(Read("err"), HasSubstr(file)) << use;
             EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "made")) << use;
         }
+}
+
+TEST_F(ProgramTest, AnImportedProductComesBackAsItWasExported)
+{
+    CadDocument part;
+    part.partNumber = "PART";
+    WriteDocument(part, folder_.Path() / "p.ZALPart");
+    CadDocument product;
+    product.kind = DocumentKind::Product;
+    product.partNumber = "PRODUCT";
+    product.links = {"p.ZALPart"};
+    product.children = {{"a", 0, IdentityPlacement}, {"b", 0, IdentityPlacement}};
+    WriteDocument(product, folder_.Path() / "q.ZALProduct");
+    EXPECT_EQ(0, Run("export q.ZALProduct made.step --author 'Jo O'")) << Read("err");
+    EXPECT_THAT(Read("made.step"), HasSubstr("('Jo O')"));
+    EXPECT_EQ(0, Run("import made.step new/folder")) << Read("err");
+    EXPECT_EQ("new/folder/PRODUCT.ZALProduct\n", Read("out"));
+    EXPECT_EQ("", Read("err")) << "no progress but on a terminal";
+    EXPECT_EQ(2U, ReadDocument(folder_.Path() / "new/folder/PRODUCT.ZALProduct").children.size());
+    EXPECT_EQ("PART", ReadDocument(folder_.Path() / "new/folder/PART.ZALPart").partNumber);
+
+    EXPECT_EQ(1, Run("import made.step new/folder"));
+    EXPECT_THAT(Read("err"), HasSubstr("there is a file of this name already"));
+    EXPECT_EQ(0, Run("import made.step new/folder --replace")) << Read("err");
+}
+
+TEST_F(ProgramTest, AnImportThatIsInterruptedLeavesNothing)
+{
+    CadDocument part;
+    part.partNumber = "PART";
+    WriteDocument(part, folder_.Path() / "p.ZALPart");
+    ASSERT_EQ(0, Run("export p.ZALPart made.step"));
+    // Enough of it that the signal comes before the end: the folder tells that the import has begun.
+    std::string step = Read("made.step");
+    std::string points;
+    for (int number = 100'000; number < 400'000; ++number)
+        points += "#" + std::to_string(number) + "=CARTESIAN_POINT('',(0.,0.,0.));\n";
+    Write("made.step", step.insert(step.find("ENDSEC;\nEND-ISO"), points));
+    const std::string program = BuildDir() + "/bin/openhost";
+    Write("interrupt", program + " import made.step made 2>told & process=$!\n"
+                                 "until [ -d made ]; do :; done; kill -TERM $process; wait $process\n");
+    const int status = std::system(("cd " + folder_.Path().string() + " && sh interrupt >out 2>err").c_str());
+    EXPECT_EQ(143, WEXITSTATUS(status));
+    EXPECT_EQ("openhost: made.step: the import was interrupted; nothing is written\n", Read("told"));
+    EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "made"));
 }
 
 TEST_F(ProgramTest, AFileThatIsNoSessionIsStatus2WithLineAndReason)

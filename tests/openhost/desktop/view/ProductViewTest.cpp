@@ -139,6 +139,20 @@ TEST_F(View, AMeshThatComesLaterIsShownThen)
     EXPECT_EQ(WithoutCube(before), WithoutCube(Picture()));
 }
 
+TEST_F(View, FacesHaveTheirColorsUntilTheyAreSelected)
+{
+    LvrMesh mesh = BoxMesh(20, 20, 20);
+    mesh.colors.assign(mesh.triangles.size(), {255, 0, 0, 255});
+    view_->SetInstances({{1, "box", IdentityPlacement}});
+    view_->SetMesh("box", Shown(mesh));
+    view_->Action("ViewFront")->trigger();
+    Settle();
+    const auto middle = [this] { return QColor(Picture().pixel(canvas_->rect().center())); };
+    EXPECT_LT(2 * (middle().green() + middle().blue()), middle().red());
+    view_->Select({1});
+    EXPECT_LT(0, middle().green()) << "that of what is selected";
+}
+
 TEST_F(View, TheCameraFollowsUntilTheUserHasMovedIt)
 {
     view_->SetInstances({{1, "small", IdentityPlacement}, {2, "large", IdentityPlacement}, {3, "huge", At(0, 0, 0)}});

@@ -110,6 +110,22 @@ TEST(CoarseMesh, HasFewerTrianglesWithinItsError)
     EXPECT_GT(100U, shown.details.back().mesh.triangles.size());
 }
 
+TEST(CoarseMesh, KeepsTheColorsOfItsFaces)
+{
+    LvrMesh mesh;
+    mesh.positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 0}, {0, 0, -1}, {1, 0, 0}};
+    mesh.normals = {{0, 0, 1}, {0, 0, 1}, {0, 0, 1}, {0, 1, 0}, {0, 1, 0}, {0, 1, 0}};
+    mesh.triangles = {{0, 1, 2}, {3, 4, 5}};
+    EXPECT_TRUE(PrepareMesh(mesh).details.front().colors.empty());
+    const LvrMesh::Color red{255, 0, 0, 255};
+    mesh.colors = {red, {}};
+    const MeshDetail finest = PrepareMesh(mesh).details.front();
+    EXPECT_EQ((std::vector<LvrMesh::Color>{red, red, red, {}, {}, {}}), finest.colors);
+    const MeshDetail coarse = Coarsen(finest, 0.001);
+    EXPECT_EQ(coarse.mesh.positions.size(), coarse.colors.size());
+    EXPECT_EQ(3, std::ranges::count(coarse.colors, red));
+}
+
 TEST(CoarseMesh, OfAMeshAtOnePointIsNotTried)
 {
     LvrMesh mesh = BoxMesh(10, 10, 10);

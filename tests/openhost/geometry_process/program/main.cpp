@@ -72,6 +72,8 @@ std::string Work(char kind, const std::string& bytes)
         std::cout << "noise" << std::endl;
         std::cerr << "noise" << std::endl;
     }
+    for (int time = 0; is(jobs::Tell) && time < 2; ++time)
+        openhost::TellProgress(bytes);
     if (is(jobs::Meet))
         return Meet(bytes);
     if (is(jobs::Refuse))
