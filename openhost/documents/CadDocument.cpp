@@ -385,7 +385,7 @@ void AddTool(CompoundContents& storage, const std::optional<DocumentGeometry>& g
     if (!geometry)
         return;
     AddStream(storage, GeometryForm, EncodeGeometry(*geometry), ToolStream(GeometryForm, tool));
-    if (!IsEmpty(geometry->colors))
+    if (!geometry->colors.IsEmpty())
         AddStream(storage, ColorsForm, EncodeColors(geometry->colors), ToolStream(ColorsForm, tool));
 }
 

@@ -86,7 +86,7 @@ PartColors DecodeColors(std::string_view stream)
 
 std::string ColoredBoundary(const PartColors& colors, std::string_view boundary)
 {
-    std::string bytes = IsEmpty(colors) ? std::string() : EncodeColors(colors);
+    std::string bytes = colors.IsEmpty() ? std::string() : EncodeColors(colors);
     bytes += boundary;
     return bytes;
 }

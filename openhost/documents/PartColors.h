@@ -23,13 +23,9 @@ struct PartColors {
     std::optional<SurfaceColor> whole; ///< of all faces that have none of their own
     std::vector<FaceColor> faces;      ///< in ascending order; a face that the shape does not have counts for nothing
     bool operator==(const PartColors&) const = default;
-};
 
-/// Whether it says nothing.
-inline bool IsEmpty(const PartColors& colors)
-{
-    return !colors.whole && colors.faces.empty();
-}
+    bool IsEmpty() const { return !whole && faces.empty(); }
+};
 
 /// The colour of each of `faces` faces.
 std::vector<std::optional<SurfaceColor>> ColorsOfFaces(const PartColors& colors, std::size_t faces);

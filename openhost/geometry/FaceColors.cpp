@@ -7,7 +7,7 @@ namespace openhost {
 
 FaceColors::FaceColors(const TopoDS_Shape& shape, const PartColors& colors)
 {
-    if (IsEmpty(colors))
+    if (colors.IsEmpty())
         return;
     TopExp::MapShapes(shape, TopAbs_FACE, faces_);
     colors_ = ColorsOfFaces(colors, static_cast<std::size_t>(faces_.Extent()));

@@ -133,7 +133,7 @@ LvrMesh TessellateShape(const TopoDS_Shape& shape, const TessellationTolerance& 
         const FaceColors colorOf(shape, colors);
         for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next()) {
             AddFace(TopoDS::Face(face.Current()), mesh);
-            if (!IsEmpty(colors))
+            if (!colors.IsEmpty())
                 mesh.colors.resize(mesh.triangles.size(), ToLvr(colorOf(face.Current())));
         }
         if (std::ranges::none_of(mesh.colors, [](const LvrMesh::Color& color) { return color[3] != 0; }))

@@ -970,7 +970,7 @@ TEST_F(CataloguePage, WhatIsNoShapeIsRefusedAsAWhole)
     const std::vector<std::pair<const char*, std::string>> rows = {
         {"empty", ""},
         {"mark", ShapeBytes([](std::string& bytes) { bytes[3] = 'r'; })},
-        {"version", ShapeBytes([](std::string& bytes) { Put(bytes, 4, 2U); })},
+        {"version", ShapeBytes([](std::string& bytes) { Put(bytes, 4, 3U); })},
         {"unit", ShapeBytes([](std::string& bytes) { Put(bytes, 8, 2U); })},
         {"no vertices", ShapeBytes([](std::string& bytes) { Put(bytes, 12, 0U); })},
         {"vertices", ShapeBytes([](std::string& bytes) { Put(bytes, 12, 0xFFFFFFFFU); })},
