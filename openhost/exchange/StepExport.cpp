@@ -156,7 +156,7 @@ std::string EncodeNames(const std::string& text)
 
 Handle(Interface_HArray1OfHAsciiString) ToList(const std::string& text)
 {
-    const Handle(Interface_HArray1OfHAsciiString) list = new Interface_HArray1OfHAsciiString(1, 1);
+    Handle(Interface_HArray1OfHAsciiString) list = new Interface_HArray1OfHAsciiString(1, 1);
     list->SetValue(1, ToText(text));
     return list;
 }

@@ -290,9 +290,9 @@ ProductsByLabel FindProducts(const STEPCAFControl_Reader& reader, const Handle(S
 
 class ProductReader {
 public:
-    ProductReader(const Handle(TDocStd_Document) & document, ProductsByLabel entities, const Warn& warn)
+    ProductReader(const Handle(TDocStd_Document) & document, const ProductsByLabel& entities, const Warn& warn)
         : layers_(XCAFDoc_DocumentTool::LayerTool(document->Main())),
-          colors_(XCAFDoc_DocumentTool::ColorTool(document->Main())), entities_(std::move(entities)), warn_(warn)
+          colors_(XCAFDoc_DocumentTool::ColorTool(document->Main())), entities_(entities), warn_(warn)
     {
     }
 

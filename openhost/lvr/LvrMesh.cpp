@@ -45,6 +45,8 @@ bool IsSet(const LvrMesh::Color& color)
     return color[3] != 0;
 }
 
+constexpr LvrMesh::Color NoColor{};
+
 void CheckColors(const LvrMesh& mesh)
 {
     if (mesh.colors.empty())
@@ -52,7 +54,7 @@ void CheckColors(const LvrMesh& mesh)
     if (mesh.colors.size() != mesh.triangles.size())
         throw LvrError("the representation has another number of colours than of triangles");
     for (const LvrMesh::Color& color : mesh.colors)
-        if (color[3] != 255 && color != LvrMesh::Color())
+        if (color[3] != 255 && color != NoColor)
             throw LvrError("a colour of the representation is none");
     if (std::ranges::none_of(mesh.colors, IsSet))
         throw LvrError("the representation has colours, but no triangle has one");

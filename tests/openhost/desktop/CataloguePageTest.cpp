@@ -891,8 +891,7 @@ TEST_F(CataloguePage, AnItemHasItsPartsAndWhatIsSimilarToIt)
     EXPECT_EQ("1", Ask("document.querySelectorAll('.similar li').length"));
     EXPECT_EQ("90 %\nalike", TextOf(".similar .score"));
     User().Click(".parts a");
-    ASSERT_TRUE(UntilShown("h2"));
-    EXPECT_EQ("Nut M8", TextOf("h2"));
+    ASSERT_TRUE(Until([&] { return TextOf("h2") == "Nut M8"; }));
     EXPECT_FALSE(User().Shows(".parts, .similar"));
 }
 

@@ -7,6 +7,7 @@
 #include "openhost/play/SessionPlayer.h"
 
 #include "tests/support/Places.h"
+#include "tests/support/WriteItems.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +20,7 @@ using Json = nlohmann::ordered_json;
 
 class SessionFixture : public ::testing::Test {
 protected:
-    SessionFixture() : service_(service_folder_.Path())
+    SessionFixture() : service_(MakeCatalogue())
     {
         service_.Start();
         std::filesystem::create_directory(Downloads());
@@ -79,6 +80,13 @@ protected:
     }
 
     std::string Reason() const { return events_.back().value("reason", ""); }
+
+    /// Without items: it serves the files that are generated.
+    std::filesystem::path MakeCatalogue() const
+    {
+        catalogue::testing::WriteItems(service_folder_.Path(), {});
+        return service_folder_.Path();
+    }
 
     TemporaryFolder service_folder_;
     TemporaryFolder folder_;
