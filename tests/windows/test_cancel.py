@@ -67,7 +67,7 @@ class Unsaved(Journey):
         self.before = self.path.read_bytes()
         window = self.open(self.path)
         self.insert(window)
-        window.close_box()
+        window.close_main()
         window.find("push button", "Cancel")
         return window
 

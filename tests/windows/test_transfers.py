@@ -62,7 +62,7 @@ class Transfers(Journey):
         window.click(window.find("push button", "OK"))
         window.wait_for("command", action="cancelled")
         window.find("frame", f"{self.root}.ZALProduct - Open host")
-        window.close_box()
+        window.close_main()
         window.check_end(self)
         self.assertEqual(before, document.read_bytes())
 
