@@ -66,6 +66,7 @@ TEST_F(VocabularyTest, SizesAreNeverTakenForOthers)
 {
     EXPECT_EQ(std::nullopt, vocabulary_.Correct("m8x41"));
     EXPECT_EQ(std::nullopt, vocabulary_.Correct("m8xzz"));
+    EXPECT_EQ(std::nullopt, vocabulary_.Correct("b0lt")) << "nor for words";
 }
 
 } // namespace catalogue::testing
