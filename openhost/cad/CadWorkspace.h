@@ -67,6 +67,16 @@ public:
     /// Writes `document` to the file `path`, which is its file from then on. Documents that refer to it are changed.
     void SaveAs(LoadedDocument& document, const std::filesystem::path& path);
 
+    /// What SaveAs writes, and where.
+    struct DocumentCopy {
+        LoadedDocument* document;
+        std::filesystem::path path;
+    };
+    /// Save and SaveAs of several documents in their order, which wait for the disk together. A document that refers to
+    /// others comes after them. When one cannot be written, those before it are saved, and those after it are not.
+    void Save(const std::vector<LoadedDocument*>& documents);
+    void SaveAs(const std::vector<DocumentCopy>& copies);
+
     /// The same with an identity of its own: no later version of what the document was.
     void SaveAsNew(LoadedDocument& document, const std::filesystem::path& path);
     /// Lets `change` change the contents of `document`: properties, parameters, cameras, axis systems and the working
@@ -155,6 +165,9 @@ private:
     void ReplaceEach(LoadedDocument& father, const std::vector<WorkspaceProduct*>& components,
                      const std::filesystem::path& file, const char* step);
     static void Replace(WorkspaceProduct& component, LoadedDocument& reference);
+
+    // SaveDocuments.cpp
+    class Copies;
 
     // UndoChanges.cpp
     void KeepState(LoadedDocument& document, const char* step, bool withFeatures = false);

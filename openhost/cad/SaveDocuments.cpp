@@ -7,8 +7,11 @@
 
 #include "host/cad.h"
 
+#include <memory>
 #include <random>
+#include <set>
 #include <system_error>
+#include <unordered_map>
 #include <utility>
 
 namespace openhost {
@@ -75,8 +78,12 @@ private:
     std::unordered_map<std::string, std::uint32_t> positions_;
 };
 
+/// Where documents go that are written before another one.
+using Places = std::unordered_map<const LoadedDocument*, std::filesystem::path>;
+
 /// Enters the children and links of `document`, as a file in `folder` has them.
-void EnterChildren(const LoadedDocument& document, const std::filesystem::path& folder, CadDocument& contents)
+void EnterChildren(const LoadedDocument& document, const std::filesystem::path& folder, const Places& places,
+                   CadDocument& contents)
 {
     LinkWriter links(contents.links);
     std::unordered_map<const LoadedDocument*, std::uint32_t> references;
@@ -88,28 +95,15 @@ void EnterChildren(const LoadedDocument& document, const std::filesystem::path& 
             link = links.PositionOf(child->Link());
         else if (const auto known = references.find(reference); known != references.end())
             link = known->second;
-        else
-            link = references[reference] = links.PositionOf(LinkTo(folder, reference->Path()));
+        else {
+            const auto place = places.find(reference);
+            link = references[reference] =
+                links.PositionOf(LinkTo(folder, place == places.end() ? reference->Path() : place->second));
+        }
         contents.children.push_back({child->Name(), link, child->GetPlacement()});
     }
     for (const std::string& link : document.LooseLinks())
         links.PositionOf(link);
-}
-
-void Write(LoadedDocument& document, const std::filesystem::path& path)
-{
-    CadDocument contents = document.Contents();
-    const PartFeature* part = document.Features()->Part();
-    std::vector<PartFeature*> results;
-    if (part) {
-        results = ResultsOf(part->Children());
-        EnterTools(part->Children(), results, contents);
-    }
-    EnterChildren(document, path.parent_path(), contents);
-    WriteDocument(contents, path);
-    for (std::size_t tool = 0; tool < results.size(); ++tool)
-        if (results[tool])
-            results[tool]->SetStored(tool);
 }
 
 void CheckExtension(DocumentKind kind, const std::filesystem::path& file)
@@ -119,6 +113,105 @@ void CheckExtension(DocumentKind kind, const std::filesystem::path& file)
 }
 
 } // namespace
+
+/// Documents on their way to the disk, as many as one wait is for.
+class CadWorkspace::Copies {
+public:
+    /// Each is a file that is open until it stands in its place, and a process may have 1,024 of them.
+    static constexpr std::size_t AtOnce = 256;
+
+    explicit Copies(CadWorkspace& workspace) : workspace_(workspace) {}
+
+    bool AreEnough() const { return copies_.size() == AtOnce; }
+
+    void Add(LoadedDocument& document, const std::filesystem::path& file)
+    {
+        if (!places_.emplace(&document, file).second)
+            throw CadWorkspaceError(document.Path().string() + ": the document is to be saved twice");
+        if (file != document.path_) {
+            CheckExtension(document.Kind(), file);
+            if (workspace_.documents_.contains(file.string()) || !files_.insert(file).second)
+                throw CadWorkspaceError(file.string() + ": another document of the workspace has this file");
+        }
+        workspace_.KeepGeometryOfStates(document);
+
+        CadDocument contents = document.Contents();
+        std::vector<PartFeature*> results;
+        if (const PartFeature* part = document.Features()->Part()) {
+            results = ResultsOf(part->Children());
+            EnterTools(part->Children(), results, contents);
+        }
+        EnterChildren(document, file.parent_path(), places_, contents);
+        const std::string bytes = BuildDocument(contents);
+        OrFail([&] { written_->Add(file, bytes); });
+        copies_.push_back({&document, file, std::move(results)});
+    }
+
+    void Place()
+    {
+        const auto written = std::exchange(written_, std::make_unique<AtomicFiles>());
+        const std::vector<Copy> copies = std::exchange(copies_, {});
+        try {
+            OrFail([&] { written->Place(); });
+        } catch (...) {
+            Settle(copies, written->Placed());
+            throw;
+        }
+        Settle(copies, copies.size());
+    }
+
+private:
+    struct Copy {
+        LoadedDocument* document;
+        std::filesystem::path file;
+        std::vector<PartFeature*> results;
+    };
+
+    template <class Write>
+    static void OrFail(Write write)
+    {
+        try {
+            write();
+        } catch (const std::system_error& error) {
+            throw CompoundFileError(error.what());
+        }
+    }
+
+    /// The first `count` of `copies` stand in their places.
+    void Settle(const std::vector<Copy>& copies, std::size_t count)
+    {
+        for (std::size_t copy = 0; copy < count; ++copy)
+            Settle(copies[copy]);
+    }
+
+    void Settle(const Copy& copy)
+    {
+        LoadedDocument& document = *copy.document;
+        for (std::size_t tool = 0; tool < copy.results.size(); ++tool)
+            if (copy.results[tool])
+                copy.results[tool]->SetStored(tool);
+        const bool hasMoved = copy.file != document.path_;
+        if (hasMoved) {
+            workspace_.RenameInHistory(document.path_.string(), copy.file.string());
+            auto entry = workspace_.documents_.extract(document.path_.string());
+            entry.key() = copy.file.string();
+            workspace_.documents_.insert(std::move(entry));
+            document.path_ = copy.file;
+        }
+        document.dirty_ = false;
+        document.savedState_ = document.state_;
+        workspace_.events_.Tell(document, DocumentAction::Saved);
+        if (hasMoved)
+            for (const auto& [father, count] : document.fathers_)
+                workspace_.SetChanged(*father);
+    }
+
+    CadWorkspace& workspace_;
+    Places places_;
+    std::set<std::filesystem::path> files_; ///< new ones
+    std::unique_ptr<AtomicFiles> written_ = std::make_unique<AtomicFiles>();
+    std::vector<Copy> copies_;
+};
 
 LoadedDocument& CadWorkspace::New(DocumentKind kind, const std::filesystem::path& path, const std::string& partNumber)
 {
@@ -147,36 +240,39 @@ LoadedDocument& CadWorkspace::New(DocumentKind kind, const std::filesystem::path
 
 void CadWorkspace::Save(LoadedDocument& document)
 {
-    if (!document.dirty_)
-        return;
-    KeepGeometryOfStates(document);
-    Write(document, document.path_);
-    document.dirty_ = false;
-    document.savedState_ = document.state_;
-    events_.Tell(document, DocumentAction::Saved);
+    Save(std::vector{&document});
+}
+
+void CadWorkspace::Save(const std::vector<LoadedDocument*>& documents)
+{
+    std::vector<DocumentCopy> copies;
+    for (LoadedDocument* document : documents)
+        copies.push_back({document, document->path_});
+    SaveAs(copies);
 }
 
 void CadWorkspace::SaveAs(LoadedDocument& document, const std::filesystem::path& path)
 {
-    const std::filesystem::path file = CanonicalPath(path);
-    if (file == document.path_)
-        return Save(document);
-    CheckExtension(document.Kind(), file);
-    if (documents_.contains(file.string()))
-        throw CadWorkspaceError(file.string() + ": another document of the workspace has this file");
+    SaveAs(std::vector<DocumentCopy>{{&document, path}});
+}
 
-    KeepGeometryOfStates(document);
-    Write(document, file);
-    RenameInHistory(document.path_.string(), file.string());
-    auto entry = documents_.extract(document.path_.string());
-    entry.key() = file.string();
-    documents_.insert(std::move(entry));
-    document.path_ = file;
-    document.dirty_ = false;
-    document.savedState_ = document.state_;
-    events_.Tell(document, DocumentAction::Saved);
-    for (const auto& [father, count] : document.fathers_)
-        SetChanged(*father);
+void CadWorkspace::SaveAs(const std::vector<DocumentCopy>& copies)
+{
+    Copies written(*this);
+    for (const auto& [document, path] : copies) {
+        const std::filesystem::path file = path == document->path_ ? path : CanonicalPath(path);
+        if (file == document->path_ && !document->dirty_)
+            continue;
+        try {
+            written.Add(*document, file);
+        } catch (...) {
+            written.Place();
+            throw;
+        }
+        if (written.AreEnough())
+            written.Place();
+    }
+    written.Place();
 }
 
 void CadWorkspace::SaveAsNew(LoadedDocument& document, const std::filesystem::path& path)

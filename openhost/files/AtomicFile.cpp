@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <set>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -17,9 +18,29 @@ namespace openhost {
 
 namespace {
 
+/// What `file` leads to, when it is there.
+std::filesystem::path TargetOf(const std::filesystem::path& file)
+{
+    std::error_code isMissing;
+    std::filesystem::path target = std::filesystem::canonical(file, isMissing);
+    return isMissing ? file : target;
+}
+
+/// Brings the entries of `folder` to the disk. Some file systems cannot; the rename has happened all the same.
+void SynchronizeFolder(const std::filesystem::path& folder)
+{
+    const int descriptor = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return;
+    fsync(descriptor);
+    close(descriptor);
+}
+
+} // namespace
+
 /// What becomes `target` once it is complete, and is gone again otherwise. It has no name until then where the file
 /// system can do that; elsewhere a temporary one, which a killed process leaves behind.
-class Replacement {
+class AtomicFiles::Replacement {
 public:
     explicit Replacement(const std::filesystem::path& target) : target_(target)
     {
@@ -61,14 +82,32 @@ public:
             Fail();
     }
 
-    void Synchronize()
+    std::filesystem::path Folder() const { return target_.parent_path(); }
+
+    void Synchronize() const
     {
         if (fsync(file_.Number()) != 0)
             Fail();
     }
 
+    /// The file system that the file is in.
+    dev_t FileSystem() const
+    {
+        struct stat status;
+        if (fstat(file_.Number(), &status) != 0)
+            Fail();
+        return status.st_dev;
+    }
+    void SynchronizeFileSystem() const
+    {
+        if (syncfs(file_.Number()) != 0)
+            Fail();
+    }
+
     void TakePlace()
     {
+        if (name_.empty() && Link(target_))
+            return;
         // Nothing can be linked in the place of a file.
         while (name_.empty()) {
             const std::filesystem::path name = target_.parent_path() / MakeTemporaryName();
@@ -112,46 +151,68 @@ private:
     Descriptor file_;
 };
 
-/// Brings the entries of `folder` to the disk. Some file systems cannot; the rename has happened all the same.
-void SynchronizeFolder(const std::filesystem::path& folder)
+// ---------------------------------------------------------------------------------------------
+
+AtomicFiles::AtomicFiles() = default;
+AtomicFiles::~AtomicFiles() = default;
+
+void AtomicFiles::Add(const std::filesystem::path& file, std::string_view content)
 {
-    const int descriptor = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0)
-        return;
-    fsync(descriptor);
-    close(descriptor);
+    auto replacement = std::make_unique<Replacement>(TargetOf(file));
+    replacement->Write(content);
+    files_.push_back(std::move(replacement));
 }
 
-/// What `file` leads to, when it is there.
-std::filesystem::path TargetOf(const std::filesystem::path& file)
+void AtomicFiles::Place()
 {
-    std::error_code isMissing;
-    std::filesystem::path target = std::filesystem::canonical(file, isMissing);
-    return isMissing ? file : target;
+    Synchronize();
+    try {
+        for (; placed_ < files_.size(); ++placed_)
+            files_[placed_]->TakePlace();
+    } catch (...) {
+        SynchronizeFolders();
+        throw;
+    }
+    SynchronizeFolders();
 }
 
-} // namespace
+void AtomicFiles::Synchronize() const
+{
+    std::set<dev_t> done;
+    for (const auto& file : files_)
+        if (files_.size() <= MaximumSingleSyncs)
+            file->Synchronize();
+        else if (done.insert(file->FileSystem()).second)
+            file->SynchronizeFileSystem();
+}
+
+/// Of the files that stand in their places.
+void AtomicFiles::SynchronizeFolders() const
+{
+    std::set<std::filesystem::path> folders;
+    for (std::size_t file = 0; file < placed_; ++file)
+        folders.insert(files_[file]->Folder());
+    for (const std::filesystem::path& folder : folders)
+        SynchronizeFolder(folder);
+}
 
 void ReplaceFile(const std::filesystem::path& file, std::string_view content)
 {
-    Replacement replacement(TargetOf(file));
+    AtomicFiles::Replacement replacement(TargetOf(file));
     replacement.Write(content);
     replacement.TakePlace();
 }
 
 void WriteFileAtomically(const std::filesystem::path& file, std::string_view content)
 {
-    const std::filesystem::path target = TargetOf(file);
-    Replacement replacement(target);
-    replacement.Write(content);
-    replacement.Synchronize();
-    replacement.TakePlace();
-    SynchronizeFolder(target.parent_path());
+    AtomicFiles files;
+    files.Add(file, content);
+    files.Place();
 }
 
 void CreateFileAtomically(const std::filesystem::path& file, std::string_view content)
 {
-    Replacement replacement(file);
+    AtomicFiles::Replacement replacement(file);
     replacement.Write(content);
     replacement.Synchronize();
     replacement.TakeFreePlace();

@@ -64,10 +64,14 @@ auto Retry(Call call)
     return result;
 }
 
-bool IsRegularFile(int descriptor)
+/// Whether `descriptor` is that of a file, which is made empty when it is to be written.
+bool Prepare(int descriptor, bool isWriting)
 {
     struct stat status;
-    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+        return false;
+    // To close one that was truncated takes ext4 the time to find places on the disk: a new one never is.
+    return !isWriting || status.st_size == 0 || Retry([&] { return ::ftruncate(descriptor, 0); }) == 0;
 }
 
 // One call of the system takes no more than this, which is below its own limit on every platform.
@@ -94,7 +98,7 @@ public:
         if (descriptor < 0)
             return E_FAIL;
 
-        if (!IsRegularFile(descriptor) || (isWriting && Retry([&] { return ::ftruncate(descriptor, 0); }) != 0)) {
+        if (!Prepare(descriptor, isWriting)) {
             ::close(descriptor);
             return E_FAIL;
         }

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <string>
 #include <system_error>
 
 #include <fcntl.h>
@@ -16,11 +17,18 @@ namespace {
 
 constexpr mode_t Private = 0700;
 
+/// The one that the user has named, or that of the system: never that in place of his own, which may have been chosen
+/// for its room, or for the volume that it lies on.
 std::filesystem::path FolderOfTheSystem()
 {
     std::error_code error;
     std::filesystem::path folder = std::filesystem::temp_directory_path(error);
-    return error ? "/tmp" : folder;
+    if (error) {
+        const char* named = std::getenv("TMPDIR");
+        throw std::system_error(error, std::string("the folder for temporary files cannot be used: ") +
+                                           (named ? named : "/tmp"));
+    }
+    return folder;
 }
 
 } // namespace

@@ -24,6 +24,9 @@ constexpr int NewFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXE
 // Longest path that the operations by path, such as a stat, can name afterwards.
 constexpr std::size_t MaximumPathLength = 4095;
 
+// Of the copies of new folders, below the temporary folder; no number.
+constexpr const char* AsideName = "new";
+
 // After how many bytes of a large file the disk begins with them, so that the end waits for the rest alone.
 constexpr std::uint64_t WriteBehindSize = std::uint64_t{8} << 20;
 
@@ -89,11 +92,13 @@ ZipOutput::~ZipOutput()
     if (!temporary_)
         return;
     if (unlinkat(folder_.Number(), temporaryName_.c_str(), AT_REMOVEDIR) != 0) {
-        for (unsigned int name = 1; name <= lastName_; ++name)
-            unlinkat(temporary_.Number(), std::to_string(name).c_str(), 0);
+        for (const File& file : files_)
+            unlinkat(temporary_.Number(), file.path.c_str(), 0);
+        RemoveFolders(asideRoot_, madeAside_, 0);
+        unlinkat(temporary_.Number(), AsideName, AT_REMOVEDIR);
         unlinkat(folder_.Number(), temporaryName_.c_str(), AT_REMOVEDIR);
     }
-    RemoveFolders(made_, 0);
+    RemoveFolders(folder_, made_, 0);
 }
 
 std::uint64_t ZipOutput::Room() const
@@ -108,9 +113,9 @@ void ZipOutput::MakeFolder(const std::vector<std::string>& components)
 {
     std::vector<std::string> made;
     try {
-        Enter(components, made);
+        Enter(folder_, components, made);
     } catch (...) {
-        RemoveFolders(made, 0);
+        RemoveFolders(folder_, made, 0);
         throw;
     }
 }
@@ -119,27 +124,30 @@ void ZipOutput::AddFile(std::vector<std::string> components, const std::function
 {
     if (components.empty())
         throw std::runtime_error("no name of a file");
+    std::string place = Joined(components);
+    if (path_.size() + 1 + place.size() > MaximumPathLength)
+        throw std::runtime_error("a path too long");
     const std::size_t madeBefore = made_.size();
-    std::string name;
+    const std::size_t madeAsideBefore = madeAside_.size();
+    std::string path;
     try {
-        CheckPlace(Enter({components.begin(), components.end() - 1}, made_), components.back());
         if (!temporary_)
             MakeTemporaryFolder();
-        name = std::to_string(++lastName_);
-        file_ = Descriptor(openat(temporary_.Number(), name.c_str(), NewFileFlags, 0666));
-        if (!file_)
-            Fail("cannot create");
+        path = IsInNewFolder(components) ? CreateAside(components) : Create(components);
         MarkFromOutside(file_.Number());
         written_ = 0;
         write();
-        places_.insert(Joined(components));
-        files_.push_back({std::move(components), name});
+        places_.insert(std::move(place));
+        files_.push_back({std::move(components), std::move(path)});
         file_ = Descriptor();
     } catch (...) {
         if (file_)
-            unlinkat(temporary_.Number(), name.c_str(), 0);
+            unlinkat(temporary_.Number(), path.c_str(), 0);
         file_ = Descriptor();
-        RemoveFolders(made_, madeBefore);
+        RemoveFolders(folder_, made_, madeBefore);
+        if (madeAside_.size() > madeAsideBefore)
+            aside_ = {};
+        RemoveFolders(asideRoot_, madeAside_, madeAsideBefore);
         throw;
     }
 }
@@ -163,18 +171,22 @@ std::vector<std::string> ZipOutput::Place()
     if (!Synchronize())
         Fail("cannot be brought to the disk");
 
+    const std::unordered_set<std::string> placed = PlaceNewFolders();
     Entered here;
     bool isComplete = true;
     for (std::size_t number = 0; number < files_.size(); ++number) {
         const File& file = files_[number];
+        if (file.IsAside() && placed.contains(file.components.front()))
+            continue;
         try {
             Components parent(file.components.begin(), file.components.end() - 1);
             if (parent != here.components)
-                here = Enter(std::move(parent), made_);
+                here = Enter(folder_, std::move(parent), made_);
             CheckPlace(here, file.components.back());
-            if (renameat(temporary_.Number(), file.name.c_str(), In(here), file.components.back().c_str()) != 0)
+            if (renameat(temporary_.Number(), file.path.c_str(), In(here), file.components.back().c_str()) != 0)
                 Fail("cannot replace");
         } catch (const std::exception& failure) {
+            unlinkat(temporary_.Number(), file.path.c_str(), 0);
             here = {};
             failures[number] = failure.what();
             isComplete = false;
@@ -190,8 +202,68 @@ std::vector<std::string> ZipOutput::Place()
 
 // ---------------------------------------------------------------------------------------------
 
-/// Enters the folder `components` name, and makes folders where nothing is.
-ZipOutput::Entered ZipOutput::Enter(Components components, std::vector<std::string>& made)
+/// Whether the first folder on the way to `components` is not there.
+bool ZipOutput::IsInNewFolder(const Components& components) const
+{
+    if (components.size() == 1)
+        return false;
+    struct stat existing;
+    return fstatat(folder_.Number(), components.front().c_str(), &existing, AT_SYMLINK_NOFOLLOW) != 0 &&
+           errno == ENOENT && !places_.contains(components.front());
+}
+
+/// Creates the file that is to stand at `components`. Gives its path below the temporary folder.
+std::string ZipOutput::Create(const Components& components)
+{
+    CheckPlace(Enter(folder_, {components.begin(), components.end() - 1}, made_), components.back());
+    if (components.size() == 1 && asideRoot_ &&
+        faccessat(asideRoot_.Number(), components.front().c_str(), F_OK, 0) == 0)
+        throw std::runtime_error("no file to replace");
+    return CreateNumbered();
+}
+
+std::string ZipOutput::CreateNumbered()
+{
+    std::string name = std::to_string(++lastName_);
+    file_ = Descriptor(openat(temporary_.Number(), name.c_str(), NewFileFlags, 0666));
+    if (!file_)
+        Fail("cannot create");
+    return name;
+}
+
+/// The same in a copy of its new folder.
+std::string ZipOutput::CreateAside(const Components& components)
+{
+    if (!asideRoot_)
+        MakeAsideRoot();
+    newFolders_.insert(components.front());
+    Components parent(components.begin(), components.end() - 1);
+    if (parent != aside_.components)
+        aside_ = Enter(asideRoot_, std::move(parent), madeAside_);
+    file_ = Descriptor(openat(aside_.folder.Number(), components.back().c_str(), NewFileFlags, 0666));
+    if (file_)
+        return std::string(AsideName).append("/").append(Joined(components));
+    if (errno != EEXIST)
+        Fail("cannot create");
+    CheckPlace(aside_, components.back());
+    return CreateNumbered(); // another entry of the same name
+}
+
+/// Puts the new folders in their places, each as a whole. Gives those that are there; where something stands in the
+/// place of one, its files are left to be placed one by one.
+std::unordered_set<std::string> ZipOutput::PlaceNewFolders()
+{
+    std::unordered_set<std::string> placed;
+    for (const std::string& name : newFolders_)
+        if (renameat2(asideRoot_.Number(), name.c_str(), folder_.Number(), name.c_str(), RENAME_NOREPLACE) == 0)
+            placed.insert(name);
+    newFolders_.clear();
+    aside_ = {};
+    return placed;
+}
+
+/// Enters the folder that `components` name below `root`, and makes folders where nothing is.
+ZipOutput::Entered ZipOutput::Enter(const Descriptor& root, Components components, std::vector<std::string>& made)
 {
     std::size_t length = path_.size();
     for (const std::string& component : components)
@@ -202,14 +274,15 @@ ZipOutput::Entered ZipOutput::Enter(Components components, std::vector<std::stri
     Entered here;
     for (std::size_t depth = 0; depth < components.size(); ++depth) {
         const char* const name = components[depth].c_str();
-        Descriptor next(openat(In(here), name, FolderFlags | O_NOFOLLOW));
+        const int above = here.folder ? here.folder.Number() : root.Number();
+        Descriptor next(openat(above, name, FolderFlags | O_NOFOLLOW));
         if (!next && errno == ENOENT) {
             std::string path = Joined(components, depth + 1);
             if (places_.contains(path))
                 throw std::runtime_error("a file of the archive stands in the way");
-            if (mkdirat(In(here), name, 0777) == 0)
+            if (mkdirat(above, name, 0777) == 0)
                 made.push_back(std::move(path));
-            next = Descriptor(openat(In(here), name, FolderFlags | O_NOFOLLOW));
+            next = Descriptor(openat(above, name, FolderFlags | O_NOFOLLOW));
         }
         if (!next)
             Fail(std::string("cannot enter ") + name);
@@ -222,8 +295,6 @@ ZipOutput::Entered ZipOutput::Enter(Components components, std::vector<std::stri
 /// Throws where something else than a file stands.
 void ZipOutput::CheckPlace(const Entered& here, const std::string& name) const
 {
-    if (path_.size() + Joined(here.components).size() + name.size() + 2 > MaximumPathLength)
-        throw std::runtime_error("a path too long");
     struct stat existing;
     if (fstatat(In(here), name.c_str(), &existing, AT_SYMLINK_NOFOLLOW) != 0) {
         if (errno != ENOENT)
@@ -234,11 +305,19 @@ void ZipOutput::CheckPlace(const Entered& here, const std::string& name) const
         throw std::runtime_error("no file to replace");
 }
 
-/// Removes those of `made` from `first` on that are empty, the last ones first.
-void ZipOutput::RemoveFolders(std::vector<std::string>& made, std::size_t first) const
+/// Removes those of `made` from `first` on that are empty, the last ones first. They are paths below `root`.
+void ZipOutput::RemoveFolders(const Descriptor& root, std::vector<std::string>& made, std::size_t first)
 {
     for (; made.size() > first; made.pop_back())
-        unlinkat(folder_.Number(), made.back().c_str(), AT_REMOVEDIR);
+        unlinkat(root.Number(), made.back().c_str(), AT_REMOVEDIR);
+}
+
+void ZipOutput::MakeAsideRoot()
+{
+    if (mkdirat(temporary_.Number(), AsideName, 0700) == 0)
+        asideRoot_ = Descriptor(openat(temporary_.Number(), AsideName, FolderFlags | O_NOFOLLOW));
+    if (!asideRoot_)
+        Fail("cannot create");
 }
 
 void ZipOutput::MakeTemporaryFolder()
@@ -261,7 +340,7 @@ bool ZipOutput::Synchronize() const
     if (!IsFew())
         return syncfs(temporary_.Number()) == 0;
     return std::ranges::all_of(files_, [this](const File& file) {
-        const Descriptor written(openat(temporary_.Number(), file.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+        const Descriptor written(openat(temporary_.Number(), file.path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
         return written && fsync(written.Number()) == 0;
     });
 }

@@ -17,7 +17,8 @@ namespace openhost {
 std::vector<std::string> ComponentsBelow(std::string_view path);
 
 /// Files that come into a folder: each is written below a temporary name first; Place brings all of them to the disk
-/// and puts them where they belong, so that no place ever has half a file. Folders on the way are made at once, and
+/// and puts them where they belong, so that no place ever has half a file. A folder of the output that is not there is
+/// made aside with all that comes into it, and put in its place as a whole; others on the way are made at once, and
 /// taken back with a file that fails. No link is followed below the folder; an operation throws std::runtime_error when
 /// one stands in the way.
 class ZipOutput {
@@ -51,7 +52,8 @@ private:
     using Components = std::vector<std::string>;
     struct File {
         Components components;
-        std::string name; ///< below the temporary folder
+        std::string path; ///< below the temporary folder
+        bool IsAside() const { return path.find('/') != std::string::npos; }
     };
     /// A folder that was entered.
     struct Entered {
@@ -59,14 +61,20 @@ private:
         Descriptor folder; ///< none for that of the output itself
     };
 
-    Entered Enter(Components components, std::vector<std::string>& made);
+    bool IsInNewFolder(const Components& components) const;
+    std::string Create(const Components& components);
+    std::string CreateAside(const Components& components);
+    std::string CreateNumbered();
+    std::unordered_set<std::string> PlaceNewFolders();
+    Entered Enter(const Descriptor& root, Components components, std::vector<std::string>& made);
     int In(const Entered& here) const { return here.folder ? here.folder.Number() : folder_.Number(); }
     void CheckPlace(const Entered& here, const std::string& name) const;
-    void RemoveFolders(std::vector<std::string>& made, std::size_t first) const;
+    static void RemoveFolders(const Descriptor& root, std::vector<std::string>& made, std::size_t first);
     void MakeTemporaryFolder();
+    void MakeAsideRoot();
     bool Synchronize() const;
     void SynchronizeFolders() const;
-    bool IsFew() const { return files_.size() <= MaximumSingleSyncs && made_.empty(); }
+    bool IsFew() const { return files_.size() <= MaximumSingleSyncs && made_.empty() && madeAside_.empty(); }
 
     std::string path_;
     Descriptor folder_;
@@ -78,6 +86,10 @@ private:
     std::vector<File> files_;
     std::unordered_set<std::string> places_; ///< of the files
     std::vector<std::string> made_;          ///< folders made for the files, as paths below `folder_`
+    Descriptor asideRoot_; ///< folder below the temporary one, for new folders; none while there is none
+    std::unordered_set<std::string> newFolders_; ///< names of the new folders
+    std::vector<std::string> madeAside_;         ///< they and those in them, as paths below `asideRoot_`
+    Entered aside_;                              ///< the one of these that was used last
 };
 
 } // namespace openhost

@@ -22,7 +22,13 @@ namespace openhost::testing {
 /// Writes parts and products into a folder of its own.
 class SolidDocuments {
 public:
-    std::filesystem::path Path(const std::string& fileName) const { return folder_.Path() / fileName; }
+    /// A file in the folder, or in one below it, which is there then.
+    std::filesystem::path Path(const std::string& fileName) const
+    {
+        const std::filesystem::path path = folder_.Path() / fileName;
+        std::filesystem::create_directories(path.parent_path());
+        return path;
+    }
 
     /// The part `fileName` with the box between two corners, under the part number `partNumber`.
     void Box(const std::string& fileName, const std::string& partNumber, const Vector& lowest,

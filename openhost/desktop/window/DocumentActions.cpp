@@ -239,7 +239,11 @@ void DocumentActions::SaveAs()
 
 bool DocumentActions::SaveAll(const std::vector<LoadedDocument*>& documents)
 {
-    return std::ranges::all_of(documents, [&](LoadedDocument* document) { return Try([&] { Save(*document); }); });
+    const bool saved = Try([&] { workspace_.Save(documents); });
+    for (const LoadedDocument* document : documents)
+        if (!document->IsDirty())
+            NoteUserStep({{"save", document->Path().string()}});
+    return saved;
 }
 
 std::vector<LoadedDocument*> DocumentActions::Unsaved() const

@@ -321,6 +321,66 @@ TEST_F(CadWorkspaceTest, SaveAsRefusesAnotherKindAndAFileInUse)
     EXPECT_EQ(Workspace().Find(File("top.ZALProduct")), &top);
 }
 
+TEST_F(CadWorkspaceTest, SavesMoreDocumentsTogetherThanStayOpenAtOnce)
+{
+    constexpr int parts = 300;
+    std::filesystem::create_directory(File("other"));
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {});
+    std::vector<std::filesystem::path> files;
+    for (int part = 0; part < parts; ++part)
+        files.push_back(Part("p" + std::to_string(part) + ".ZALPart"));
+    Workspace().AddComponents(*top.Root(), files);
+    Workspace().Save(top);
+
+    std::vector<CadWorkspace::DocumentCopy> copies;
+    for (const auto& child : top.Children())
+        copies.push_back({child->Reference(), File("other") / child->Reference()->Path().filename()});
+    copies.push_back({&top, File("other/top.ZALProduct")});
+    Workspace().SaveAs(copies);
+
+    EXPECT_TRUE(Workspace().Unsaved().empty());
+    const CadDocument saved = ReadDocument(File("other/top.ZALProduct"));
+    ASSERT_EQ(std::size_t{parts}, saved.links.size());
+    EXPECT_EQ("p299.ZALPart", saved.links.back());
+    EXPECT_EQ("geometry of p299.ZALPart", ReadDocument(File("other/p299.ZALPart")).geometry->boundary);
+    EXPECT_EQ(Workspace().Find(File("other/p0.ZALPart")), top.Children()[0]->Reference());
+    EXPECT_EQ(nullptr, Workspace().Find(File("p0.ZALPart")));
+}
+
+TEST_F(CadWorkspaceTest, SavesTheDocumentsBeforeTheOneThatCannotBe)
+{
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {});
+    Workspace().AddComponents(*top.Root(), {Part("a.ZALPart"), Part("b.ZALPart"), Part("c.ZALPart")});
+    LoadedDocument& a = *top.Children()[0]->Reference();
+    LoadedDocument& b = *top.Children()[1]->Reference();
+    LoadedDocument& c = *top.Children()[2]->Reference();
+    EXPECT_NE(
+        "", Reason([&] {
+            Workspace().SaveAs({{&a, File("a2.ZALPart")}, {&b, File("none/b2.ZALPart")}, {&c, File("c2.ZALPart")}});
+        }));
+    EXPECT_EQ(File("a2.ZALPart"), a.Path());
+    EXPECT_TRUE(std::filesystem::exists(File("a2.ZALPart")));
+    EXPECT_EQ(File("b.ZALPart"), b.Path());
+    EXPECT_EQ(File("c.ZALPart"), c.Path());
+    EXPECT_FALSE(std::filesystem::exists(File("c2.ZALPart")));
+}
+
+TEST_F(CadWorkspaceTest, RefusesTheSameFileOrDocumentTwiceAmongSeveral)
+{
+    LoadedDocument& top = OpenProduct("top.ZALProduct", {});
+    Workspace().AddComponents(*top.Root(), {Part("a.ZALPart"), Part("b.ZALPart")});
+    LoadedDocument& a = *top.Children()[0]->Reference();
+    LoadedDocument& b = *top.Children()[1]->Reference();
+    EXPECT_THAT(Reason([&] {
+                    Workspace().SaveAs({{&a, File("c.ZALPart")}, {&b, File("c.ZALPart")}});
+                }),
+                ::testing::HasSubstr("another document of the workspace has this file"));
+    EXPECT_THAT(Reason([&] {
+                    Workspace().SaveAs({{&b, File("d.ZALPart")}, {&b, File("e.ZALPart")}});
+                }),
+                ::testing::HasSubstr("the document is to be saved twice"));
+}
+
 TEST_F(CadWorkspaceTest, LinksThatNoChildUsesAreKept)
 {
     CadDocument document;

@@ -179,6 +179,52 @@ TEST_F(ArchiveExtraction, PutsFilesInTheirPlacesWhenTheArchiveIsGivenUp)
     EXPECT_EQ(std::set<std::string>{"a"}, Listing(Folder()));
 }
 
+TEST_F(ArchiveExtraction, ANewFolderAppearsAsAWhole)
+{
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("sub/a", "1").Add("sub/b/c", "2").Add("sub/a", "3")));
+    for (const char* name : {"sub/a", "sub/b/c", "sub/a"})
+        EXPECT_EQ(S_OK, Extract(name));
+    EXPECT_FALSE(std::filesystem::exists(Folder() / "sub"));
+    EXPECT_EQ(S_OK, zip_.Close());
+    EXPECT_EQ("3", ReadFile(Folder() / "sub/a"));
+    EXPECT_EQ((std::set<std::string>{"sub", "sub/a", "sub/b", "sub/b/c"}), Listing(Folder()));
+}
+
+TEST_F(ArchiveExtraction, FilesJoinAFolderThatAppearsMeanwhile)
+{
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("sub/a", "1").Add("sub/b/c", "2").Add("sub/d", "3")));
+    EXPECT_EQ(S_OK, Extract("sub/a"));
+    EXPECT_EQ(S_OK, Extract("sub/b/c"));
+    std::filesystem::create_directory(Folder() / "sub");
+    Put(Folder() / "sub/a", "a longer text of before");
+    Put(Folder() / "sub/mine", "mine");
+    EXPECT_EQ(S_OK, Extract("sub/d"));
+    EXPECT_EQ(S_OK, zip_.Close());
+    EXPECT_EQ("1", ReadFile(Folder() / "sub/a"));
+    EXPECT_EQ("mine", ReadFile(Folder() / "sub/mine"));
+    EXPECT_EQ((std::set<std::string>{"sub", "sub/a", "sub/b", "sub/b/c", "sub/d", "sub/mine"}), Listing(Folder()));
+}
+
+TEST_F(ArchiveExtraction, AFileThatCannotJoinLeavesNothingBehind)
+{
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("sub/a", "1").Add("sub/b/c", "2")));
+    EXPECT_EQ(S_OK, Extract("sub/a"));
+    EXPECT_EQ(S_OK, Extract("sub/b/c"));
+    Put(Folder() / "sub", "mine");
+    EXPECT_TRUE(FAILED(zip_.Close()));
+    EXPECT_EQ("mine", ReadFile(Folder() / "sub"));
+    EXPECT_EQ(std::set<std::string>{"sub"}, Listing(Folder()));
+}
+
+TEST_F(ArchiveExtraction, AFileThatFailsTakesItsNewFolderWithIt)
+{
+    ASSERT_EQ(S_OK, Open(ZipBytes().Add("sub/b/a", "1").WithWrongChecksum().Add("sub", "2")));
+    EXPECT_TRUE(FAILED(Extract("sub/b/a")));
+    EXPECT_EQ(S_OK, Extract("sub"));
+    EXPECT_EQ(S_OK, zip_.Close());
+    EXPECT_EQ("2", ReadFile(Folder() / "sub"));
+}
+
 TEST_F(ArchiveExtraction, ServesSeveralFolders)
 {
     ASSERT_EQ(S_OK, Open(ZipBytes().Add("a", "1").Add("b", "2")));
@@ -221,7 +267,7 @@ TEST_F(ArchiveExtraction, AKilledProcessLeavesNoFileInAnyPlace)
     for (const auto& entry : std::filesystem::directory_iterator(Folder()))
         std::filesystem::last_write_time(entry, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
     EXPECT_EQ(S_OK, ExtractOnly(ZipBytes().Add("a", "1")));
-    EXPECT_EQ((std::set<std::string>{"a", "old", "sub"}), Listing(Folder()));
+    EXPECT_EQ((std::set<std::string>{"a", "old"}), Listing(Folder()));
 }
 
 // ---------------------------------------------------------------------------------------------

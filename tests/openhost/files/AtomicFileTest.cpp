@@ -112,6 +112,51 @@ TEST_F(AtomicFile, WritesAFileWithTheLongestName)
     EXPECT_THAT(Names(), ElementsAre(name));
 }
 
+TEST_F(AtomicFile, SeveralAppearTogetherHoweverManyTheyAre)
+{
+    for (const std::size_t count : {AtomicFiles::MaximumSingleSyncs, AtomicFiles::MaximumSingleSyncs + 1}) {
+        AtomicFiles files;
+        Put("0", "old");
+        for (std::size_t file = 0; file < count; ++file)
+            files.Add(At(std::to_string(file)), "new " + std::to_string(file));
+        EXPECT_EQ(0U, files.Placed());
+        EXPECT_EQ("old", Content("0"));
+        EXPECT_THAT(Names(), ElementsAre("0"));
+
+        files.Place();
+        EXPECT_EQ(count, files.Placed());
+        EXPECT_EQ(count, Names().size());
+        EXPECT_EQ("new 0", Content("0"));
+        EXPECT_EQ("new 15", Content("15"));
+        for (std::size_t file = 0; file < count; ++file)
+            std::filesystem::remove(At(std::to_string(file)));
+    }
+}
+
+TEST_F(AtomicFile, SeveralThatAreGivenUpLeaveNothing)
+{
+    {
+        AtomicFiles files;
+        files.Add(At("a"), "1");
+        files.Add(At("b"), "2");
+    }
+    EXPECT_THAT(Names(), ElementsAre());
+}
+
+TEST_F(AtomicFile, SeveralStandUpToTheOneThatHasNoPlace)
+{
+    {
+        AtomicFiles files;
+        for (const char* name : {"a", "b", "c"})
+            files.Add(At(name), "new");
+        std::filesystem::create_directory(At("b"));
+        EXPECT_THROW(files.Place(), std::system_error);
+        EXPECT_EQ(1U, files.Placed());
+        EXPECT_EQ("new", Content("a"));
+    }
+    EXPECT_THAT(Names(), ElementsAre("a", "b"));
+}
+
 TEST_F(AtomicFile, CreatesOnlyWhatIsNotThereYet)
 {
     CreateFileAtomically(At("a"), "new");

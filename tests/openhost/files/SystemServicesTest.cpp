@@ -7,6 +7,7 @@
 #include "host/files.h"
 #include "host/system.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -182,6 +183,19 @@ TEST(TemporaryFolder, StandsInTheNamedFolderOfTheSystem)
     const openhost::TemporaryFolder parent;
     const EnvironmentVariable variable("TMPDIR", parent.Path().c_str());
     EXPECT_EQ(openhost::TemporaryFolder().Path().parent_path(), parent.Path());
+}
+
+TEST(TemporaryFolder, StandsNowhereElseThanInTheNamedOne)
+{
+    const openhost::TemporaryFolder parent;
+    const std::string missing = parent.Path() / "missing";
+    const EnvironmentVariable variable("TMPDIR", missing.c_str());
+    try {
+        const openhost::TemporaryFolder folder;
+        ADD_FAILURE() << folder.Path();
+    } catch (const std::system_error& error) {
+        EXPECT_THAT(error.what(), testing::HasSubstr("the folder for temporary files cannot be used: " + missing));
+    }
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -4,6 +4,8 @@
 
 #include <sys/resource.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 
 namespace openhost::testing {
@@ -33,6 +35,20 @@ TEST(FreedMemory, IsUsedAgainByTheNextUploadWhereTheAllocatorKeepsIt)
     PagesOfAnUpload();
     const long pages = PagesOfAnUpload();
     EXPECT_TRUE(!kept || pages < 100) << pages;
+}
+
+bool SystemHasLargePages()
+{
+    std::ifstream file("/sys/kernel/mm/transparent_hugepage/enabled");
+    const std::string choice(std::istreambuf_iterator<char>(file), {});
+    return choice.find("[madvise]") != std::string::npos || choice.find("[always]") != std::string::npos;
+}
+
+TEST(FreedMemory, ComesInLargePagesForTheFirstUpload)
+{
+    const bool hasLargePages = KeepFreedMemory() && SystemHasLargePages();
+    const long pages = PagesOfAnUpload();
+    EXPECT_TRUE(!hasLargePages || pages < 2000) << pages;
 }
 
 } // namespace
