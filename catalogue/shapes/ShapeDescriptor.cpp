@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
-#include <numbers>
-#include <numeric>
+#include <cstdlib>
 #include <tuple>
 #include <vector>
 
@@ -24,6 +22,11 @@ constexpr std::size_t Samples = 2048;
 /// Distances are counted up to this part of the mean distance; what is farther falls into the last bin.
 constexpr double MaximumDistance = 2.5;
 
+/// What the differences of all pairs of two shapes that have little in common add up to.
+constexpr double UnlikePairs = 2900;
+/// What no difference in size counts for more than.
+constexpr double SizeWeight = 0.12;
+
 /// Faster than openhost::Length, for each of millions of pairs; coordinates of light representations are bounded.
 double Length(const Vector& a)
 {
@@ -34,12 +37,6 @@ double Length(const Vector& a)
 struct Sample {
     Vector position;
     Vector normal;
-};
-
-struct Surface {
-    double area = 0;
-    double volume = 0;
-    std::vector<Sample> samples; ///< spread evenly over the area
 };
 
 Sample SampleAt(const openhost::LvrMesh& mesh, const openhost::LvrMesh::Triangle& triangle, double u, double v)
@@ -61,77 +58,39 @@ Sample SampleAt(const openhost::LvrMesh& mesh, const openhost::LvrMesh::Triangle
     return sample;
 }
 
-/// One sample for each of `Samples` equal parts of the area, in the order of the triangles; where it lies in its
-/// triangle follows a sequence that leaves no gaps and no clusters (the additive recurrence over the plastic number).
-Surface MeasureSurface(const openhost::LvrMesh& mesh)
+/// Samples spread evenly over the area: one for each of `Samples` equal parts of it, in the order of the triangles;
+/// where it lies in its triangle follows a sequence that leaves no gaps and no clusters (the additive recurrence over
+/// the plastic number).
+std::vector<Sample> SampleSurface(const openhost::LvrMesh& mesh)
 {
     constexpr double plastic = 1.32471795724474602596;
-    Surface surface;
+    double area = 0;
     std::vector<double> areas;
     areas.reserve(mesh.triangles.size());
-    // From a corner of the mesh, so that the volume of a small shape far away loses no digits.
-    const Vector origin = ToVector(mesh.positions[mesh.triangles.front()[0]]);
     for (const auto& [a, b, c] : mesh.triangles) {
-        const Vector first = Difference(ToVector(mesh.positions[a]), origin);
-        const Vector second = Difference(ToVector(mesh.positions[b]), origin);
-        const Vector third = Difference(ToVector(mesh.positions[c]), origin);
-        surface.volume += Dot(first, Cross(second, third)) / 6;
-        areas.push_back(Length(Cross(Difference(second, first), Difference(third, first))) / 2);
-        surface.area += areas.back();
+        const Vector corner = ToVector(mesh.positions[a]);
+        const Vector normal =
+            Cross(Difference(ToVector(mesh.positions[b]), corner), Difference(ToVector(mesh.positions[c]), corner));
+        areas.push_back(Length(normal) / 2);
+        area += areas.back();
     }
-    if (!(surface.area > 0))
+    if (!(area > 0))
         throw ShapeError("the shape has no area");
 
+    std::vector<Sample> samples;
+    samples.reserve(Samples);
     double passed = 0;
     std::size_t triangle = 0;
     for (std::size_t index = 0; index < Samples; ++index) {
-        const double wanted = (static_cast<double>(index) + 0.5) / Samples * surface.area;
+        const double wanted = (static_cast<double>(index) + 0.5) / Samples * area;
         while (triangle + 1 < areas.size() && passed + areas[triangle] < wanted)
             passed += areas[triangle++];
         double whole = 0;
-        surface.samples.push_back(SampleAt(mesh, mesh.triangles[triangle],
-                                           std::modf(static_cast<double>(index + 1) / plastic, &whole),
-                                           std::modf(static_cast<double>(index + 1) / plastic / plastic, &whole)));
+        samples.push_back(SampleAt(mesh, mesh.triangles[triangle],
+                                   std::modf(static_cast<double>(index + 1) / plastic, &whole),
+                                   std::modf(static_cast<double>(index + 1) / plastic / plastic, &whole)));
     }
-    return surface;
-}
-
-/// The square roots of the principal moments of the samples, the largest first.
-Vector PrincipalExtents(const std::vector<Sample>& samples)
-{
-    Vector centre{};
-    for (const Sample& sample : samples)
-        for (std::size_t axis = 0; axis < 3; ++axis)
-            centre[axis] += sample.position[axis] / Samples;
-    std::array<Vector, 3> moments{};
-    for (const Sample& sample : samples) {
-        const Vector arm = Difference(sample.position, centre);
-        for (std::size_t row = 0; row < 3; ++row)
-            for (std::size_t column = 0; column < 3; ++column)
-                moments[row][column] += arm[row] * arm[column] / Samples;
-    }
-
-    // The eigenvalues of a symmetric matrix are the roots of a cubic, which has three real ones.
-    const double mean = (moments[0][0] + moments[1][1] + moments[2][2]) / 3;
-    std::array<Vector, 3> deviation = moments;
-    double square = 0;
-    for (std::size_t row = 0; row < 3; ++row) {
-        deviation[row][row] -= mean;
-        square += Dot(deviation[row], deviation[row]);
-    }
-    const double radius = std::sqrt(square / 6);
-    double angle = 0;
-    if (radius > 0) {
-        const double determinant = Dot(deviation[0], Cross(deviation[1], deviation[2]));
-        angle = std::acos(std::clamp(determinant / (2 * radius * radius * radius), -1.0, 1.0)) / 3;
-    }
-    Vector extents{};
-    for (std::size_t index = 0; index < 3; ++index) {
-        const double turn = angle - 2 * std::numbers::pi / 3 * static_cast<double>(index);
-        extents[index] = std::sqrt(std::max(0.0, mean + 2 * radius * std::cos(turn)));
-    }
-    std::ranges::sort(extents, std::greater());
-    return extents;
+    return samples;
 }
 
 double MeanDistance(const std::vector<Sample>& samples)
@@ -143,56 +102,50 @@ double MeanDistance(const std::vector<Sample>& samples)
     return 2 * sum / (Samples * (Samples - 1.0));
 }
 
-using PairCounts = std::array<double, std::tuple_size_v<ShapeDescriptor::Histogram>>;
+/// Where a number between two bins falls: the lower one, and the part that belongs to the upper one.
+struct Place {
+    std::size_t bin;
+    double beyond;
+};
 
-/// Adds `weight` to `histogram` at (`distance`, `turn`), positions in bins counted from the middle of the first,
-/// shared out over the bins around it, so that a small change of a pair changes the histogram a little.
-void Count(PairCounts& histogram, double distance, double turn, double weight)
+/// The place of `position`, counted in bins from the middle of the first of `bins`.
+Place PlaceOf(double position, std::size_t bins)
 {
-    constexpr auto rows = ShapeDescriptor::DistanceBins;
-    constexpr auto columns = ShapeDescriptor::NormalBins;
-    const double d = std::clamp(distance, 0.0, rows - 1.0);
-    const double t = std::clamp(turn, 0.0, columns - 1.0);
-    const std::size_t row = std::min(static_cast<std::size_t>(d), rows - 2);
-    const std::size_t column = std::min(static_cast<std::size_t>(t), columns - 2);
-    const double down = d - static_cast<double>(row);
-    const double right = t - static_cast<double>(column);
-    double* cell = &histogram[row * columns + column];
-    cell[0] += weight * (1 - down) * (1 - right);
-    cell[1] += weight * (1 - down) * right;
-    cell[columns] += weight * down * (1 - right);
-    cell[columns + 1] += weight * down * right;
+    const double inside = std::clamp(position, 0.0, static_cast<double>(bins - 1));
+    const std::size_t bin = std::min(static_cast<std::size_t>(inside), bins - 2);
+    return {bin, inside - static_cast<double>(bin)};
 }
 
-/// The distance of the roots of the parts, not of the parts, so that the few pairs that teeth and grooves make are not
-/// lost beside the many of the large faces.
-float Hellinger(const ShapeDescriptor::Histogram& one, const ShapeDescriptor::Histogram& other)
+using PairCounts = std::array<double, std::tuple_size_v<decltype(ShapeDescriptor::pairs)>>;
+
+/// Adds 1 to `counts`, shared out over the eight bins around the three places, so that a small change of a pair changes
+/// the counts a little.
+void Count(PairCounts& counts, const Place& distance, const Place& turn, const Place& face)
 {
-    // Several sums that do not wait for each other.
-    std::array<float, 8> sums{};
-    static_assert(std::tuple_size_v<ShapeDescriptor::Histogram> % sums.size() == 0);
-    for (std::size_t bin = 0; bin < one.size(); bin += sums.size())
-        for (std::size_t lane = 0; lane < sums.size(); ++lane) {
-            const float difference = one[bin + lane] - other[bin + lane];
-            sums[lane] += difference * difference;
-        }
-    return std::sqrt(std::accumulate(sums.begin(), sums.end(), 0.0F));
+    constexpr std::size_t row = ShapeDescriptor::FaceBins;
+    constexpr std::size_t layer = row * ShapeDescriptor::TurnBins;
+    double* cell = &counts[distance.bin * layer + turn.bin * row + face.bin];
+    for (const double near : {1 - distance.beyond, distance.beyond}) {
+        const double first = near * (1 - turn.beyond);
+        const double second = near * turn.beyond;
+        cell[0] += first * (1 - face.beyond);
+        cell[1] += first * face.beyond;
+        cell[row] += second * (1 - face.beyond);
+        cell[row + 1] += second * face.beyond;
+        cell += layer;
+    }
 }
 
 } // namespace
 
 ShapeDescriptor DescribeShape(const openhost::LvrMesh& mesh)
 {
-    const Surface surface = MeasureSurface(mesh);
-    const std::vector<Sample>& samples = surface.samples;
+    const std::vector<Sample> samples = SampleSurface(mesh);
     const double size = MeanDistance(samples);
     if (!(size >= MinimumShapeSize && size <= MaximumShapeSize))
         throw ShapeError("the shape is too small or too large to be compared");
 
-    PairCounts turning{};
-    PairCounts facing{};
-    constexpr double weight = 2 / (Samples * (Samples - 1.0));
-    constexpr double half = (ShapeDescriptor::NormalBins - 1) / 2.0;
+    PairCounts counts{};
     for (std::size_t one = 0; one < samples.size(); ++one)
         for (std::size_t other = one + 1; other < samples.size(); ++other) {
             const Vector way = Difference(samples[other].position, samples[one].position);
@@ -200,32 +153,31 @@ ShapeDescriptor DescribeShape(const openhost::LvrMesh& mesh)
             const double cosine = Dot(samples[one].normal, samples[other].normal);
             const double away =
                 length > 0 ? (Dot(samples[other].normal, way) - Dot(samples[one].normal, way)) / (2 * length) : 0;
-            const double distance = length / size / MaximumDistance * (ShapeDescriptor::DistanceBins - 1);
-            Count(turning, distance, half * (1 + cosine), weight);
-            Count(facing, distance, half * (1 + away), weight);
+            const auto place = [](double part, std::size_t bins) {
+                return PlaceOf(part * static_cast<double>(bins - 1), bins);
+            };
+            Count(counts, place(length / size / MaximumDistance, ShapeDescriptor::DistanceBins),
+                  place((1 + cosine) / 2, ShapeDescriptor::TurnBins), place((1 + away) / 2, ShapeDescriptor::FaceBins));
         }
 
     ShapeDescriptor descriptor;
-    const auto root = [](double part) { return static_cast<float>(std::sqrt(part)); };
-    std::ranges::transform(turning, descriptor.turning.begin(), root);
-    std::ranges::transform(facing, descriptor.facing.begin(), root);
-    const Vector extents = PrincipalExtents(samples);
-    const double ball = std::sqrt(surface.area / std::numbers::pi) * surface.area / 6;
+    std::ranges::transform(counts, descriptor.pairs.begin(), [](double count) {
+        constexpr double all = Samples * (Samples - 1.0) / 2;
+        return static_cast<std::uint8_t>(std::lround(255 * std::cbrt(std::min(1.0, count / all))));
+    });
     descriptor.size = static_cast<float>(size);
-    descriptor.fullness = static_cast<float>(std::min(1.0, std::cbrt(std::abs(surface.volume) / ball)));
-    descriptor.breadth = static_cast<float>(extents[1] / extents[0]);
-    descriptor.height = static_cast<float>(extents[2] / extents[0]);
     return descriptor;
 }
 
 double ShapeDistance(const ShapeDescriptor& one, const ShapeDescriptor& other)
 {
-    constexpr double heightWeight = 0.4;
-    constexpr double sizeWeight = 0.2;
+    // The roots of the parts, not the parts, so that the few pairs that teeth and grooves make are not lost beside the
+    // many of the large faces.
+    int difference = 0;
+    for (std::size_t pair = 0; pair < one.pairs.size(); ++pair)
+        difference += std::abs(one.pairs[pair] - other.pairs[pair]);
     const double scale = std::abs(std::log(one.size / other.size));
-    return Hellinger(one.turning, other.turning) + Hellinger(one.facing, other.facing) +
-           std::abs(one.fullness - other.fullness) + std::abs(one.breadth - other.breadth) +
-           heightWeight * std::abs(one.height - other.height) + sizeWeight * scale / (1 + scale);
+    return difference / UnlikePairs + SizeWeight * scale / (1 + scale);
 }
 
 } // namespace catalogue

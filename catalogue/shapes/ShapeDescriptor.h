@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -18,20 +19,17 @@ public:
 };
 
 /// Describes the surface of a shape by pairs of points on it. All but `size` is the same for a shape and its enlarged
-/// copy.
+/// or mirrored copy.
 struct ShapeDescriptor {
-    static constexpr std::size_t DistanceBins = 12;
-    static constexpr std::size_t NormalBins = 8;
-    /// By the distance of the points of a pair, in parts of `size`, and at each distance by an angle: the square root
-    /// of the part of all pairs that falls there.
-    using Histogram = std::array<float, DistanceBins * NormalBins>;
+    static constexpr std::size_t DistanceBins = 5;
+    static constexpr std::size_t TurnBins = 9;
+    static constexpr std::size_t FaceBins = 9;
 
-    Histogram turning{}; ///< by the cosine of the angle between the two normals
-    Histogram facing{};  ///< by how far the two normals point away from each other along the line between the points
-    float size = 0;      ///< mean distance of two points of the surface, in millimetres
-    float fullness = 0;  ///< third root of the volume beside that of the ball with the same area; 1 for a ball
-    float breadth = 0;   ///< second principal extent of the surface, as a part of the first
-    float height = 0;    ///< third principal extent, as a part of the first
+    /// By the distance of the points of a pair, in parts of `size`; at each distance by the cosine of the angle between
+    /// the two normals; and at each angle by how far the normals point away from each other along the line between the
+    /// points. The third root of the part of all pairs that falls there, in 255ths.
+    std::array<std::uint8_t, DistanceBins * TurnBins * FaceBins> pairs{};
+    float size = 0; ///< mean distance of two points of the surface, in millimetres
     bool operator==(const ShapeDescriptor&) const = default;
 };
 

@@ -1,8 +1,8 @@
 #include "catalogue/shapes/ShapeToken.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
-#include <cmath>
 #include <cstdint>
 #include <vector>
 
@@ -11,12 +11,12 @@ namespace catalogue {
 namespace {
 
 /// Changes with everything that makes descriptors of one kind differ from those of another.
-constexpr unsigned char Version = 1;
+constexpr unsigned char Version = 2;
 
 constexpr std::string_view Alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
 
-constexpr std::size_t TokenBytes =
-    1 + 4 * sizeof(float) + std::size_t{2} * 2 * std::tuple_size_v<ShapeDescriptor::Histogram>;
+/// The version, the size and the pairs.
+constexpr std::size_t TokenBytes = 1 + sizeof(float) + std::tuple_size_v<decltype(ShapeDescriptor::pairs)>;
 
 /// Six bits a character, the high ones first; what is missing of the last one is 0.
 std::string ToText(const std::vector<unsigned char>& bytes)
@@ -68,70 +68,33 @@ std::vector<unsigned char> ToBytes(std::string_view text)
     return bytes;
 }
 
-/// Writes and reads little-endian numbers.
-class Bytes {
-public:
-    explicit Bytes(std::vector<unsigned char> bytes = {}) : bytes_(std::move(bytes)) {}
-
-    void Put(std::uint32_t number, int size)
-    {
-        for (int byte = 0; byte < size; ++byte)
-            bytes_.push_back(static_cast<unsigned char>(number >> 8 * byte & 0xFF));
-    }
-    std::uint32_t Take(int size)
-    {
-        std::uint32_t number = 0;
-        for (int byte = 0; byte < size; ++byte)
-            number |= std::uint32_t{bytes_[taken_++]} << 8 * byte;
-        return number;
-    }
-
-    void PutReal(float number) { Put(std::bit_cast<std::uint32_t>(number), 4); }
-    float TakeReal() { return std::bit_cast<float>(Take(4)); }
-
-    const std::vector<unsigned char>& All() const { return bytes_; }
-
-private:
-    std::vector<unsigned char> bytes_;
-    std::size_t taken_ = 0;
-};
-
-/// `number` when it is from `least` to `most`.
-float Within(float number, double least, double most)
-{
-    if (!(number >= least && number <= most))
-        throw ShapeError("the query holds a number that no shape has");
-    return number;
-}
-
 } // namespace
 
 std::string EncodeShapeToken(const ShapeDescriptor& descriptor)
 {
-    Bytes bytes;
-    bytes.Put(Version, 1);
-    for (const float number : {descriptor.size, descriptor.fullness, descriptor.breadth, descriptor.height})
-        bytes.PutReal(number);
-    for (const ShapeDescriptor::Histogram* histogram : {&descriptor.turning, &descriptor.facing})
-        for (const float part : *histogram)
-            bytes.Put(static_cast<std::uint32_t>(std::lround(part * 65535)), 2);
-    return ToText(bytes.All());
+    std::vector<unsigned char> bytes{Version};
+    const auto size = std::bit_cast<std::uint32_t>(descriptor.size);
+    for (int shift = 0; shift < 32; shift += 8)
+        bytes.push_back(static_cast<unsigned char>(size >> shift & 0xFF));
+    bytes.insert(bytes.end(), descriptor.pairs.begin(), descriptor.pairs.end());
+    return ToText(bytes);
 }
 
 ShapeDescriptor DecodeShapeToken(std::string_view token)
 {
     if (token.size() != (TokenBytes * 8 + 5) / 6)
         throw ShapeError("the query has not the length of one");
-    Bytes bytes(ToBytes(token));
-    if (bytes.Take(1) != Version)
+    const std::vector<unsigned char> bytes = ToBytes(token);
+    if (bytes[0] != Version)
         throw ShapeError("the query is of another version");
+    std::uint32_t size = 0;
+    for (std::size_t byte = 0; byte < sizeof size; ++byte)
+        size |= std::uint32_t{bytes[1 + byte]} << 8 * byte;
     ShapeDescriptor descriptor;
-    descriptor.size = Within(bytes.TakeReal(), MinimumShapeSize, MaximumShapeSize);
-    for (float* part : {&descriptor.fullness, &descriptor.breadth, &descriptor.height})
-        *part = Within(bytes.TakeReal(), 0, 1);
-    for (ShapeDescriptor::Histogram* histogram : {&descriptor.turning, &descriptor.facing})
-        for (float& part : *histogram)
-            part = static_cast<float>(bytes.Take(2)) / 65535;
+    descriptor.size = std::bit_cast<float>(size);
+    if (!(descriptor.size >= MinimumShapeSize && descriptor.size <= MaximumShapeSize))
+        throw ShapeError("the query holds a number that no shape has");
+    std::copy(bytes.begin() + 1 + sizeof size, bytes.end(), descriptor.pairs.begin());
     return descriptor;
 }
 

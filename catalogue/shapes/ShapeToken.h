@@ -8,8 +8,7 @@
 
 namespace catalogue {
 
-/// `descriptor` as letters, digits, '-' and '_' alone: it stands in an address or a script as it is. The parts of the
-/// histograms are rounded to 16 bits.
+/// `descriptor` as letters, digits, '-' and '_' alone: it stands in an address or a script as it is.
 std::string EncodeShapeToken(const ShapeDescriptor& descriptor);
 /// The descriptor in `token`. Throws ShapeError for a text that holds none.
 ShapeDescriptor DecodeShapeToken(std::string_view token);

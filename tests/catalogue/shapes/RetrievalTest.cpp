@@ -73,6 +73,7 @@ std::vector<Copy> CopiesOf(const Item& item)
     openhost::AddPlaced(shifted, mesh, {1, 0, 0, -2000, 0, 1, 0, 5000, 0, 0, 1, 300});
     return {{"turned", DescribeShape(Moved(mesh))},
             {"moved", DescribeShape(shifted)},
+            {"mirrored", DescribeShape(Mirrored(mesh))},
             {"finer", DescribeShape(Moved(TessellateItem(Whole(), item, Finer)))},
             {"coarser", DescribeShape(Moved(TessellateItem(Whole(), item, Coarser)))}};
 }

@@ -92,6 +92,16 @@ LvrMesh Moved(const LvrMesh& mesh)
     return moved;
 }
 
+LvrMesh Mirrored(LvrMesh mesh)
+{
+    for (std::vector<LvrMesh::Vector>* vectors : {&mesh.positions, &mesh.normals})
+        for (LvrMesh::Vector& vector : *vectors)
+            vector[0] = -vector[0];
+    for (LvrMesh::Triangle& triangle : mesh.triangles)
+        std::swap(triangle[1], triangle[2]);
+    return mesh;
+}
+
 LvrMesh Scaled(LvrMesh mesh, float factor)
 {
     for (LvrMesh::Vector& position : mesh.positions)

@@ -11,6 +11,8 @@ openhost::LvrMesh BoxMesh(float x, float y, float z, unsigned int cells = 1);
 openhost::LvrMesh CylinderMesh(float radius, float height, unsigned int sides);
 /// `mesh` turned about an axis that is none of its own, and moved away.
 openhost::LvrMesh Moved(const openhost::LvrMesh& mesh);
+/// `mesh` as a mirror shows it.
+openhost::LvrMesh Mirrored(openhost::LvrMesh mesh);
 /// `mesh` with every position multiplied by `factor`.
 openhost::LvrMesh Scaled(openhost::LvrMesh mesh, float factor);
 
