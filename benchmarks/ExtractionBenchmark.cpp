@@ -1,9 +1,8 @@
-// Extraction beside bsdtar and unzip, each a process of its own, in turns. Arguments: the number of turns (5), and a
-// folder that keeps the archives from one run to the next (a temporary one). Prints medians, and the ratio of ours to
-// the faster peer.
+// Extraction beside bsdtar and unzip, each a process of its own, in turns. Arguments: the number of entries, the bytes
+// of each, the number of turns. Prints the time of each turn.
 //
-// Large archives are extracted as they stand. Small entries run through all that follows a download: the check for
-// files that stand there, the extraction, the search for the root product.
+// All that follows a download is run: the check for files that stand there, the extraction, the search for the root
+// product.
 
 #include "benchmarks/Measure.h"
 #include "download/ZALVelmartFileDownloaderExtraction.h"
@@ -14,23 +13,23 @@
 #include <zip.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <future>
 #include <memory>
 #include <numbers>
 #include <random>
 #include <stdexcept>
 #include <string>
-#include <thread>
+#include <utility>
 #include <vector>
 
+#include <fcntl.h>
+#include <linux/fs.h>
 #include <spawn.h>
-#include <sys/resource.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -146,16 +145,12 @@ struct Entry {
     }
 };
 
-/// An archive of `count` entries, a hundred a folder, of `size` bytes each; an existing file is kept.
+/// An archive of `count` entries, a hundred a folder, of `size` bytes each.
 void MakeArchive(const fs::path& path, unsigned int count, std::uint64_t size)
 {
-    if (fs::exists(path))
-        return;
-    const std::string unfinished = path.string() + ".part";
-    fs::remove(unfinished);
-    zip_t* const archive = zip_open(unfinished.c_str(), ZIP_CREATE, nullptr);
+    zip_t* const archive = zip_open(path.c_str(), ZIP_CREATE, nullptr);
     if (!archive)
-        throw std::runtime_error("cannot write " + unfinished);
+        throw std::runtime_error("cannot write " + path.string());
     for (unsigned int number = 0; number < count; ++number) {
         const std::string name =
             "assembly" + std::to_string(number / 100) + "/part" + std::to_string(number) + ".ZALPart";
@@ -164,8 +159,7 @@ void MakeArchive(const fs::path& path, unsigned int count, std::uint64_t size)
             throw std::runtime_error("cannot add " + name);
     }
     if (zip_close(archive) != 0)
-        throw std::runtime_error("cannot write " + unfinished);
-    fs::rename(unfinished, path);
+        throw std::runtime_error("cannot write " + path.string());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -203,63 +197,59 @@ bool Extract(const char* archive, const char* folder)
 // ---------------------------------------------------------------------------------------------
 // Turns
 
-struct Result {
-    double seconds;
-    double mebibytes; ///< most memory in use
-};
-
-Result Run(const std::vector<std::string>& command)
+/// Wall clock of a program that must end well, in seconds.
+double Run(const std::vector<std::string>& command)
 {
     std::vector<char*> arguments;
     for (const std::string& argument : command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
 
-    const auto begin = std::chrono::steady_clock::now();
+    const Clock::time_point begin = Clock::now();
     pid_t process = 0;
     int status = 0;
-    rusage usage{};
     if (posix_spawnp(&process, arguments[0], nullptr, nullptr, arguments.data(), environ) != 0 ||
-        wait4(process, &status, 0, &usage) < 0 || status != 0)
+        waitpid(process, &status, 0) < 0 || status != 0)
         throw std::runtime_error("failed: " + command[0]);
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
-    return {elapsed.count(), static_cast<double>(usage.ru_maxrss) / 1024};
+    return MillisecondsSince(begin) / 1000;
 }
 
-/// Prints the medians of `name`. Returns that of ours in seconds.
-double Compare(const std::string& name, const fs::path& archive, const fs::path& work, int turns)
+/// Where the file system can.
+void SpreadFolders(const fs::path& folder)
 {
-    const auto run = [&](const std::function<std::vector<std::string>(const std::string&)>& command) {
-        const fs::path folder = work / "extracted";
-        fs::create_directory(folder);
-        const Result result = Run(command(folder.string()));
-        // ext4 searches long for the place of a new file where many have been removed in the last five seconds.
-        if (fs::remove_all(folder) > 1000)
-            std::this_thread::sleep_for(std::chrono::seconds(6));
-        return result;
-    };
-
-    std::vector<double> ours, bsdtar, unzip, ratios;
-    double memory = 0;
-    for (int turn = 0; turn < turns; ++turn) {
-        const Result own = run([&](const std::string& folder) {
-            return std::vector<std::string>{"/proc/self/exe", "--extract", archive.string(), folder};
-        });
-        ours.push_back(own.seconds);
-        memory = std::max(memory, own.mebibytes);
-        bsdtar.push_back(run([&](const std::string& folder) {
-                             return std::vector<std::string>{"bsdtar", "-xf", archive.string(), "-C", folder};
-                         }).seconds);
-        unzip.push_back(run([&](const std::string& folder) {
-                            return std::vector<std::string>{"unzip", "-q", archive.string(), "-d", folder};
-                        }).seconds);
-        ratios.push_back(ours.back() / std::min(bsdtar.back(), unzip.back()));
+    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    int flags = 0;
+    if (ioctl(descriptor, FS_IOC_GETFLAGS, &flags) == 0) {
+        flags |= FS_TOPDIR_FL;
+        ioctl(descriptor, FS_IOC_SETFLAGS, &flags);
     }
-    std::printf("%s %.3f s\n%s_bsdtar %.3f s\n%s_unzip %.3f s\n%s_ratio %.3f of_the_faster\n%s_memory %.1f MiB\n",
-                name.c_str(), Median(ours), name.c_str(), Median(bsdtar), name.c_str(), Median(unzip), name.c_str(),
-                Median(ratios), name.c_str(), memory);
-    std::fflush(stdout);
-    return Median(ours);
+    close(descriptor);
+}
+
+void Compare(const fs::path& archive, const fs::path& work, bool keep, int turns)
+{
+    const std::pair<const char*, std::function<std::vector<std::string>(const std::string& folder)>> commands[] = {
+        {"ours",
+         [&](const std::string& folder) {
+             return std::vector<std::string>{"/proc/self/exe", "--extract", archive.string(), folder};
+         }},
+        {"bsdtar",
+         [&](const std::string& folder) {
+             return std::vector<std::string>{"bsdtar", "-xf", archive.string(), "-C", folder};
+         }},
+        {"unzip", [&](const std::string& folder) {
+             return std::vector<std::string>{"unzip", "-q", archive.string(), "-d", folder};
+         }}};
+    for (int turn = 0; turn < turns; ++turn) {
+        for (const auto& [name, command] : commands) {
+            const fs::path folder = work / (name + std::to_string(Clock::now().time_since_epoch().count()));
+            fs::create_directory(folder);
+            sync(); // what the one before has left to the system is not to be waited for
+            std::printf("%s %.4f s\n", name, Run(command(folder.string())));
+            if (!keep)
+                fs::remove_all(folder);
+        }
+    }
 }
 
 } // namespace
@@ -269,23 +259,15 @@ try {
     if (argc == 4 && std::strcmp(argv[1], "--extract") == 0)
         return Extract(argv[2], argv[3]) ? EXIT_SUCCESS : EXIT_FAILURE;
 
-    const int turns = argc > 1 ? std::atoi(argv[1]) : 5;
-    const openhost::TemporaryFolder temporary;
-    const fs::path work = argc > 2 ? fs::path(argv[2]) : temporary.Path();
-    fs::create_directories(work);
-
-    std::future<void> large =
-        std::async(std::launch::async, [&] { MakeArchive(work / "one-entry.zip", 1, std::uint64_t{1} << 30); });
-    MakeArchive(work / "16-entries.zip", 16, std::uint64_t{64} << 20);
-    MakeArchive(work / "10000-entries.zip", 10'000, 2000);
-    MakeArchive(work / "100000-entries.zip", 100'000, 2000);
-    large.get();
-
-    Compare("extraction_16_entries", work / "16-entries.zip", temporary.Path(), turns);
-    Compare("extraction_one_entry", work / "one-entry.zip", temporary.Path(), turns);
-    const double some = Compare("extraction_10000_entries", work / "10000-entries.zip", temporary.Path(), turns);
-    const double many = Compare("extraction_100000_entries", work / "100000-entries.zip", temporary.Path(), turns);
-    std::printf("extraction_growth %.2f for_ten_times_the_entries\n", many / some);
+    Require(argc == 4, "usage: ExtractionBenchmark ENTRIES SIZE TURNS");
+    const auto entries = static_cast<unsigned int>(std::stoul(argv[1]));
+    const openhost::TemporaryFolder work;
+    MakeArchive(work.Path() / "archive.zip", entries, std::stoull(argv[2]));
+    // ext4 searches long for the number of a new file where many have been removed in the last minutes. It spreads the
+    // folders of one that is marked as this one over the disk, and so away from those of runs before.
+    SpreadFolders(work.Path());
+    constexpr unsigned int many = 1000;
+    Compare(work.Path() / "archive.zip", work.Path(), entries > many, std::stoi(argv[3]));
     return EXIT_SUCCESS;
 } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s\n", failure.what());

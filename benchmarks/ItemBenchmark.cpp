@@ -21,13 +21,12 @@ constexpr int Items = 100'000;
 
 catalogue::ShapeDescriptor RandomShape(std::mt19937& random)
 {
-    std::uniform_real_distribution<float> part(0, 0.2F);
+    std::uniform_int_distribution<int> part(0, 50);
+    std::uniform_real_distribution<float> size(1, 20);
     catalogue::ShapeDescriptor descriptor;
-    for (catalogue::ShapeDescriptor::Histogram* histogram : {&descriptor.turning, &descriptor.facing})
-        for (float& value : *histogram)
-            value = part(random);
-    descriptor.size = 1 + 100 * part(random);
-    descriptor.fullness = descriptor.breadth = descriptor.height = part(random);
+    for (std::uint8_t& value : descriptor.pairs)
+        value = static_cast<std::uint8_t>(part(random));
+    descriptor.size = size(random);
     return descriptor;
 }
 

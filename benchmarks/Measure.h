@@ -57,10 +57,12 @@ public:
 
     void Forget() { times_.clear(); }
 
-    void PrintMedians() const
+    /// A line for each.
+    void Print() const
     {
         for (const auto& [name, times] : times_)
-            std::printf("%s %.3f ms\n", name.c_str(), Median(times));
+            for (const double time : times)
+                std::printf("%s %.3f ms\n", name.c_str(), time);
     }
 
 private:

@@ -274,7 +274,7 @@ int main(int argc, char** argv)
         if (turn == 0)
             times.Forget();
     }
-    times.PrintMedians();
+    times.Print();
     openhost::SolidKernel::Install(nullptr);
     return EXIT_SUCCESS;
 }
