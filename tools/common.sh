@@ -57,7 +57,7 @@ install_node_modules() {
 # folder_of PRESET: the build folder of a preset of CMakePresets.json.
 folder_of() {
     case $1 in
-    run | panel | test) echo "$root/build/release" ;;
+    run | panel | test | benchmarks) echo "$root/build/release" ;;
     fuzz) echo "$root/build/clang" ;;
     *) echo "$root/build/$1" ;;
     esac
@@ -71,6 +71,7 @@ is_configured() {
     case $1 in
     panel) grep -q '^VELMART_DESKTOP:BOOL=ON' "$folder/CMakeCache.txt" ;;
     test) grep -q '^VELMART_TESTS:BOOL=ON' "$folder/CMakeCache.txt" ;;
+    benchmarks) grep -q '^VELMART_BENCHMARKS:BOOL=ON' "$folder/CMakeCache.txt" ;;
     esac
 }
 

@@ -39,6 +39,7 @@ using Documents = std::map<std::string, openhost::CadDocument>;
 
 /// Every item with every document that they name, and the templates to rebuild them on.
 struct Catalogue {
+    std::string name = "Velmart standard parts"; ///< as requests tell it
     std::vector<Item> items;
     Documents documents;
     Documents templates;

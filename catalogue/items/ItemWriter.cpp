@@ -1,5 +1,6 @@
 #include "catalogue/items/ItemWriter.h"
 
+#include "catalogue/items/ItemFolders.h"
 #include "catalogue/items/ItemMesh.h"
 #include "catalogue/items/Placements.h"
 #include "catalogue/shapes/ShapeToken.h"
@@ -21,8 +22,6 @@ namespace catalogue {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-constexpr const char* CatalogueName = "Velmart standard parts";
 
 /// Time of every entry of an archive, in the form of the zip format: 2024-01-01, 00:00.
 constexpr zip_uint16_t EntryDate = (2024 - 1980) << 9 | 1 << 5 | 1;
@@ -130,10 +129,10 @@ Json DimensionsOf(const Item& item)
     return dimensions;
 }
 
-Json Request(const Item& item)
+Json Request(const Catalogue& catalogue, const Item& item)
 {
     const std::string address = "${BASE}/files/" + ServedName(item);
-    Json catalog{{"name", CatalogueName}};
+    Json catalog{{"name", catalogue.name}};
     Json attributes;
     if (item.delivery == Delivery::OpenInSource)
         catalog["configOpeningBehaviour"] = "openInSource";
@@ -149,23 +148,10 @@ Json Request(const Item& item)
     return {{"id", item.id}, {"attributes", attributes}, {"downloadUrl", address}};
 }
 
-/// Volume and box of a document with everything under it.
-struct Extent {
-    double volume = 0;
-    std::optional<openhost::Box> box;
-};
-
-void Gather(const Catalogue& catalogue, const std::string& name, const openhost::Placement& placement, Extent& extent)
+/// What the user calls the document.
+std::string NameOf(const openhost::CadDocument& document)
 {
-    const openhost::CadDocument& document = catalogue.documents.at(name);
-    if (document.geometry) {
-        const openhost::GeometryFacts& facts = document.geometry->facts;
-        extent.volume += facts.volume;
-        for (const openhost::Vector& corner : facts.box.Corners())
-            openhost::Widen(extent.box, openhost::PlacePoint(placement, corner));
-    }
-    for (const openhost::ChildInstance& child : document.children)
-        Gather(catalogue, document.links[child.link], openhost::Within(placement, child.placement), extent);
+    return document.nomenclature.empty() ? document.partNumber : document.nomenclature;
 }
 
 /// Counts what the product `name` is put together from: items, and in place of a product that is none its own
@@ -180,8 +166,7 @@ void CountParts(const Catalogue& catalogue, const std::string& name, Json& parts
             CountParts(catalogue, link, parts);
             continue;
         }
-        const std::string part =
-            item != catalogue.items.end() ? item->title : catalogue.documents.at(link).nomenclature;
+        const std::string part = item != catalogue.items.end() ? item->title : NameOf(catalogue.documents.at(link));
         const auto known = std::ranges::find_if(parts, [&](const Json& entry) { return entry["name"] == part; });
         if (known != parts.end()) {
             (*known)["count"] = (*known)["count"].get<std::size_t>() + 1;
@@ -212,11 +197,8 @@ std::string MaterialOf(const openhost::CadDocument& document)
     return material != document.parameters.end() ? openhost::ParameterText(*material) : std::string();
 }
 
-Json EntryOf(const Catalogue& catalogue, const Item& item, const openhost::LvrMesh& mesh)
+Json EntryOf(const Catalogue& catalogue, const Item& item, const ItemMass& mass, const openhost::LvrMesh& mesh)
 {
-    Extent extent;
-    Gather(catalogue, item.root, openhost::IdentityPlacement, extent);
-    const openhost::Box box = extent.box.value_or(openhost::Box());
     const bool product = catalogue.documents.at(item.root).kind == openhost::DocumentKind::Product;
     Json parts = Json::array();
     CountParts(catalogue, item.root, parts);
@@ -232,30 +214,36 @@ Json EntryOf(const Catalogue& catalogue, const Item& item, const openhost::LvrMe
             {"documents", item.documents},
             {"parts", parts},
             {"dimensions", DimensionsOf(item)},
-            {"volume", Rounded(extent.volume)},
-            {"boundingBox", {{"lowest", Rounded(box.lowest)}, {"highest", Rounded(box.highest)}}},
+            {"volume", Rounded(mass.volume)},
+            {"area", Rounded(mass.area)},
+            {"centerOfMass", Rounded(mass.center)},
+            {"boundingBox", {{"lowest", Rounded(mass.box.lowest)}, {"highest", Rounded(mass.box.highest)}}},
             {"shape", EncodeShapeToken(DescribeShape(mesh))}};
 }
 
 } // namespace
 
+nlohmann::ordered_json WriteItem(const Catalogue& catalogue, const Item& item, const ItemMass& mass,
+                                 const std::filesystem::path& folder)
+{
+    for (const char* name : ItemFolders)
+        std::filesystem::create_directories(folder / name);
+    WriteFiles(catalogue, item, folder / "files");
+    WritePicture(catalogue, item, folder / "pictures");
+    openhost::WriteFileAtomically(folder / "items" / (item.id + ".json"), Request(catalogue, item).dump(2) + "\n");
+    const openhost::LvrMesh mesh = TessellateItem(catalogue, item);
+    openhost::WriteLvr(folder / "shapes" / (item.id + ".lvr"), mesh);
+    return EntryOf(catalogue, item, mass, mesh);
+}
+
 void WriteCatalogue(const Catalogue& catalogue, const std::filesystem::path& folder)
 {
     std::filesystem::create_directories(folder / "files" / "templates");
-    std::filesystem::create_directories(folder / "items");
-    std::filesystem::create_directories(folder / "pictures");
-    std::filesystem::create_directories(folder / "shapes");
     for (const auto& [name, document] : catalogue.templates)
         openhost::WriteDocument(document, folder / "files" / "templates" / name);
     std::vector<Json> entries;
-    for (const Item& item : catalogue.items) {
-        WriteFiles(catalogue, item, folder / "files");
-        WritePicture(catalogue, item, folder / "pictures");
-        openhost::WriteFileAtomically(folder / "items" / (item.id + ".json"), Request(item).dump(2) + "\n");
-        const openhost::LvrMesh mesh = TessellateItem(catalogue, item);
-        openhost::WriteLvr(folder / "shapes" / (item.id + ".lvr"), mesh);
-        entries.push_back(EntryOf(catalogue, item, mesh));
-    }
+    for (const Item& item : catalogue.items)
+        entries.push_back(WriteItem(catalogue, item, MeasureItem(catalogue, item), folder));
     std::filesystem::remove(folder / StoreName);
     ItemStoreWriter store(folder / StoreName);
     store.DoAtOnce([&] {

@@ -62,6 +62,8 @@ function readItem(entry) {
         dimensions,
         size: isPoint(box.lowest) && isPoint(box.highest) ? box.highest.map((high, i) => high - box.lowest[i]) : null,
         volume: Number.isFinite(entry.volume) ? entry.volume : null,
+        area: Number.isFinite(entry.area) ? entry.area : null,
+        centerOfMass: isPoint(entry.centerOfMass) ? entry.centerOfMass : null,
     };
 }
 

@@ -51,6 +51,8 @@ export default {
     dimensions: "Maße in mm",
     overallSize: "Gesamtgröße",
     volume: "Volumen",
+    area: "Oberfläche",
+    centerOfMass: "Schwerpunkt (x; y; z)",
     parts: "Teile",
     partCount: (number) => `${number} ×`,
     similarItems: "Ähnliche Artikel",

@@ -51,6 +51,8 @@ export default {
     dimensions: "Dimensions in mm",
     overallSize: "Overall size",
     volume: "Volume",
+    area: "Surface",
+    centerOfMass: "Centre of mass (x; y; z)",
     parts: "Parts",
     partCount: (number) => `${number} ×`,
     similarItems: "Similar items",

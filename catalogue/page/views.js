@@ -129,6 +129,10 @@ function makeTable(item) {
         rows.push([texts.overallSize, item.size.map((length) => number.format(length)).join(" × ")]);
     if (item.volume !== null)
         rows.push([texts.volume, `${number.format(item.volume / 1000)} cm³`]);
+    if (item.area !== null)
+        rows.push([texts.area, `${number.format(item.area / 100)} cm²`]);
+    if (item.centerOfMass !== null)
+        rows.push([texts.centerOfMass, item.centerOfMass.map((length) => number.format(length)).join("; ")]);
     if (rows.length === 0)
         return null;
     return make("table", {}, make("caption", {}, texts.dimensions),

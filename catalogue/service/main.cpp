@@ -1,5 +1,6 @@
 // velmart-catalogue: the catalogue service as a program, and what it has to offer.
 
+#include "catalogue/service/BuildCommand.h"
 #include "catalogue/service/CatalogueService.h"
 #include "catalogue/service/ItemRequest.h"
 #include "catalogue/service/ShapeSearch.h"
@@ -171,8 +172,15 @@ int Run(int count, char** values)
     search.Number("--most", "N", arguments.most, 1, 1000, "how many items; 8 by default");
     search.Footer("Example: velmart-catalogue search --root items --journal find-similar.jsonl");
 
+    const openhost::Command build =
+        line.Add("build", "Makes a catalogue of the STEP files and documents in a folder, or brings it up to date");
+    catalogue::BuildArguments building;
+    catalogue::DescribeBuild(build, building);
+
     if (const std::optional<int> status = line.Read(count, values))
         return *status;
+    if (build.IsGiven())
+        return catalogue::Build(building, arguments.root);
     if (serve.IsGiven())
         return Serve(arguments);
     if (list.IsGiven())

@@ -4,6 +4,13 @@
 
 namespace catalogue {
 
+namespace {
+
+/// For how long another process may be writing, in milliseconds: it does so for one item at a time.
+constexpr int BusyTime = 5000;
+
+} // namespace
+
 void Statement::End::operator()(sqlite3_stmt* statement) const
 {
     sqlite3_finalize(statement);
@@ -82,6 +89,7 @@ Database::Database(const std::filesystem::path& path, Mode mode) : name_(path.st
     const int code = sqlite3_open_v2(path.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     database_.reset(database);
     Check(code);
+    Check(sqlite3_busy_timeout(database_.get(), BusyTime));
     // A file from elsewhere may hold commands of its own.
     Run("PRAGMA trusted_schema = 0");
 }

@@ -352,13 +352,12 @@ ItemStoreWriter::ItemStoreWriter(const std::filesystem::path& path) : database_(
         throw DatabaseError(path.string() + ": items of another version");
 }
 
-void ItemStoreWriter::Put(const Json& entry)
+void ItemStoreWriter::Put(const Json& entry, std::optional<std::int64_t> number)
 {
     const std::string id = entry.is_object() ? TextOf(entry, "id") : std::string();
     if (id.empty())
         throw std::invalid_argument("an item needs an identifier");
     Statement known(database_, "SELECT number, entry FROM items WHERE id = ?");
-    std::optional<std::int64_t> number;
     if (known.Bind(id).Step()) {
         number = known.Number(0);
         Remove(id);
@@ -367,12 +366,8 @@ void ItemStoreWriter::Put(const Json& entry)
     const std::string shape = TextOf(entry, "shape");
     stored.erase("shape");
     Statement items(database_, "INSERT INTO items VALUES (?, ?, ?, ?, ?, ?, ?)");
-    if (!number) {
-        Statement last(database_, "SELECT coalesce(max(number), 0) + 1 FROM items");
-        last.Step();
-        number = last.Number(0);
-    }
-    items.Bind(*number)
+    const std::int64_t row = number ? *number : NextNumber();
+    items.Bind(row)
         .Bind(id)
         .Bind(TextOf(entry, "category"))
         .Bind(TextOf(entry, "material"))
@@ -382,10 +377,17 @@ void ItemStoreWriter::Put(const Json& entry)
         .Run();
     Statement words(database_, "INSERT INTO words (rowid, title, category, description, sizes, id) "
                                "VALUES (?, ?, ?, ?, ?, ?)");
-    words.Bind(*number);
+    words.Bind(row);
     for (const std::string& text : WordsOf(stored))
         words.Bind(text);
     words.Run();
+}
+
+std::int64_t ItemStoreWriter::NextNumber() const
+{
+    Statement last(database_, "SELECT coalesce(max(number), 0) + 1 FROM items");
+    last.Step();
+    return last.Number(0);
 }
 
 void ItemStoreWriter::Remove(const std::string& id)

@@ -110,13 +110,18 @@ class ItemStoreWriter {
 public:
     explicit ItemStoreWriter(const std::filesystem::path& path);
 
-    /// Puts the item with the entry `entry`, an object, in the place of the one with its "id", or behind all others.
-    /// The words of "title", "category", "description", "dimensions" and "id" can be found; "category", "material" and
-    /// "boundingBox" are what it is filtered by; "shape" is what it is found by.
-    void Put(const nlohmann::ordered_json& entry);
+    /// Puts the item with the entry `entry`, an object, in the place of the one with its "id", or as the `number`-th,
+    /// which no other one is, or behind all others. The words of "title", "category", "description", "dimensions" and
+    /// "id" can be found; "category", "material" and "boundingBox" are what it is filtered by; "shape" is what it is
+    /// found by.
+    void Put(const nlohmann::ordered_json& entry, std::optional<std::int64_t> number = {});
     void Remove(const std::string& id);
+    /// One after that of the last item.
+    std::int64_t NextNumber() const;
     /// Does `work`: all of it, or nothing when it throws.
     void DoAtOnce(const std::function<void()>& work) { database_.DoAtOnce(work); }
+    /// For tables beside those of the items.
+    const Database& Connection() const { return database_; }
 
 private:
     Database database_;

@@ -15,6 +15,8 @@ enum class GeometryJob : char {
     Export = 'x', ///< writes STEP
     Draw = 'd',   ///< writes a picture
     Import = 'i', ///< reads STEP and writes documents; tells percents, and the name of the root before the warnings
+
+    Other = 'o', ///< what another program does, which has one kind of job
 };
 
 } // namespace openhost

@@ -135,6 +135,7 @@ TEST(Limits, AreAllInTheTable)
         {"openhost/desktop/window/DocumentActions.cpp MaximumRecent", "lines of a menu"},
         {"openhost/files/Descriptor.h MaximumWriteSize", "the size of a piece"},
         {"openhost/files/FileServices.cpp MaximumTransferSize", "the size of a piece"},
+        {"openhost/files/AtomicFile.h MaximumSingleSyncs", "how files are brought to the disk"},
         {"openhost/files/ZipOutput.h MaximumSingleSyncs", "how files are brought to the disk"},
         {"openhost/loop/WaitingEventLoop.cpp MaximumWait", "waits are repeated"},
         {"openhost/picture/Rasterizer.cpp MaximumFinePixels", "how finely a picture is drawn"},
