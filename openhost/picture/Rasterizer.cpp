@@ -1,7 +1,10 @@
 #include "openhost/picture/Rasterizer.h"
 
+#include "openhost/picture/OnAllCores.h"
+
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <utility>
 
@@ -13,8 +16,8 @@ namespace {
 constexpr int FineSamples = 4;
 constexpr int CoarseSamples = 2;
 constexpr int MaximumFinePixels = 2048 * 2048;
-/// Most samples in memory at a time, 8 bytes each.
-constexpr std::size_t MaximumSamples = 16 << 20;
+/// Most samples of a band, 8 bytes each: what a core has near it.
+constexpr std::size_t MaximumSamples = 1 << 20;
 /// Width of a line in pixels; more in a picture whose smaller side is above this many pixels for each.
 constexpr double LineWidth = 1.1;
 constexpr double PixelsForEachLineWidth = 700;
@@ -69,23 +72,32 @@ Color Shade(const Color& color, Vector normal)
     return shaded;
 }
 
-Color Darkened(const Color& color)
-{
-    Color dark;
-    for (std::size_t i = 0; i < 3; ++i)
-        dark[i] = ToByte(LineColor[i] * LineStrength + color[i] * (1 - LineStrength));
+/// Of each value of a part of a colour, that of a line on it.
+const std::array<std::array<std::uint8_t, 256>, 3> Darkened = [] {
+    std::array<std::array<std::uint8_t, 256>, 3> dark{};
+    for (std::size_t part = 0; part < dark.size(); ++part)
+        for (std::size_t value = 0; value < dark[part].size(); ++value)
+            dark[part][value] =
+                ToByte(LineColor[part] * LineStrength + static_cast<double>(value) * (1 - LineStrength));
     return dark;
-}
+}();
 
 /// Some rows of samples. Sample coordinates: x to the right, y down, of the whole picture.
 class Band {
 public:
     Band(const Viewport& viewport, PictureSize size, double lineWidth)
-        : samplesOfAPixel_(size.width * size.height <= MaximumFinePixels ? FineSamples : CoarseSamples),
-          sampleSize_(viewport.pixel / samplesOfAPixel_), left_(viewport.middleX - size.width * viewport.pixel / 2),
+        : samplesOfAPixel_(SamplesOfAPixel(size)), sampleSize_(viewport.pixel / samplesOfAPixel_),
+          left_(viewport.middleX - size.width * viewport.pixel / 2),
           top_(viewport.middleY + size.height * viewport.pixel / 2), width_(size.width * samplesOfAPixel_),
-          halfLine_(lineWidth * samplesOfAPixel_ / 2)
+          halfLine_(lineWidth * samplesOfAPixel_ / 2), shades_(static_cast<std::size_t>(size.width))
     {
+    }
+
+    /// Rows of pixels that a band has.
+    static int RowsOf(PictureSize size)
+    {
+        const int side = SamplesOfAPixel(size);
+        return std::max(1, static_cast<int>(MaximumSamples) / (size.width * side * side));
     }
 
     /// Begins with `count` rows of pixels from `row`, and as many more of samples as their outlines depend on.
@@ -95,9 +107,6 @@ public:
         rows_ = count * samplesOfAPixel_ + 2 * Reach();
         band_.assign(static_cast<std::size_t>(width_) * static_cast<std::size_t>(rows_), {});
     }
-
-    /// Rows of pixels that are drawn at a time.
-    int RowsAtATime() const { return std::max(1, static_cast<int>(MaximumSamples) / (width_ * samplesOfAPixel_)); }
 
     bool Touches(const PlacedMesh& placed) const
     {
@@ -158,9 +167,8 @@ public:
         for (int row = y * side; row < (y + 1) * side; ++row)
             for (int column = x * side; column < (x + 1) * side; ++column) {
                 const Sample& sample = At(column, row);
-                const Color color = sample.line ? Darkened(sample.color) : sample.color;
                 for (std::size_t i = 0; i < 3; ++i)
-                    sum[i] += color[i];
+                    sum[i] += sample.line ? Darkened[i][sample.color[i]] : sample.color[i];
             }
         Color mean;
         for (std::size_t i = 0; i < 3; ++i)
@@ -192,30 +200,52 @@ private:
         const double area = (b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y);
         if (area == 0)
             return;
+        const double slopeX = ((b.z - a.z) * (c.y - a.y) - (c.z - a.z) * (b.y - a.y)) / area;
+        const double slopeY = ((b.x - a.x) * (c.z - a.z) - (c.x - a.x) * (b.z - a.z)) / area;
         const int fromY = std::max(first_, static_cast<int>(std::ceil(std::min({a.y, b.y, c.y}))));
         const int toY = std::min(first_ + rows_ - 1, static_cast<int>(std::floor(std::max({a.y, b.y, c.y}))));
         for (int y = fromY; y <= toY; ++y) {
+            if (y == fromY || RowInPixel(y) == 0)
+                ++shading_;
             double left = std::numeric_limits<double>::infinity();
             double right = -left;
             for (const auto& [from, to] : {std::pair(&a, &b), std::pair(&b, &c), std::pair(&c, &a)})
                 Cross(*from, *to, y, left, right);
             const int fromX = std::max(0, static_cast<int>(std::ceil(std::max(left, -1.0))));
             const int toX = static_cast<int>(std::floor(std::min<double>(right, width_ - 1)));
+            const double rowDepth = a.z + slopeY * (y - a.y);
             for (int x = fromX; x <= toX; ++x) {
-                const double partB = ((x - a.x) * (c.y - a.y) - (c.x - a.x) * (y - a.y)) / area;
-                const double partC = ((b.x - a.x) * (y - a.y) - (x - a.x) * (b.y - a.y)) / area;
-                const double partA = 1 - partB - partC;
-                const auto depth = static_cast<float>(partA * a.z + partB * b.z + partC * c.z);
+                const auto depth = static_cast<float>(rowDepth + slopeX * (x - a.x));
                 Sample& sample = At(x, y);
                 if (depth <= sample.depth)
                     continue;
-                Vector normal;
-                for (std::size_t i = 0; i < 3; ++i)
-                    normal[i] = partA * a.normal[i] + partB * b.normal[i] + partC * c.normal[i];
                 sample.depth = depth;
-                sample.color = Shade(color, normal);
+                PixelShade& shade = shades_[static_cast<std::size_t>(x / samplesOfAPixel_)];
+                if (shade.shading != shading_)
+                    shade = {shading_, ShadeOf(a, b, c, area, x, y, color)};
+                sample.color = shade.color;
             }
         }
+    }
+    /// The place of the row `y` of samples in its row of pixels.
+    int RowInPixel(int y) const { return (y % samplesOfAPixel_ + samplesOfAPixel_) % samplesOfAPixel_; }
+
+    /// What a triangle of twice the area `area` looks like in the middle of the pixel around the sample (`x`, `y`), or
+    /// where it is nearest to that.
+    Color ShadeOf(const Vertex& a, const Vertex& b, const Vertex& c, double area, int x, int y,
+                  const Color& color) const
+    {
+        const double half = (samplesOfAPixel_ - 1) / 2.0;
+        const double middleX = x - x % samplesOfAPixel_ + half;
+        const double middleY = y - RowInPixel(y) + half;
+        const double partB =
+            std::clamp(((middleX - a.x) * (c.y - a.y) - (c.x - a.x) * (middleY - a.y)) / area, 0.0, 1.0);
+        const double partC =
+            std::clamp(((b.x - a.x) * (middleY - a.y) - (middleX - a.x) * (b.y - a.y)) / area, 0.0, 1.0 - partB);
+        Vector normal;
+        for (std::size_t i = 0; i < 3; ++i)
+            normal[i] = (1 - partB - partC) * a.normal[i] + partB * b.normal[i] + partC * c.normal[i];
+        return Shade(color, normal);
     }
 
     /// Widens the piece from `left` to `right` of row `y` to where the edge from `a` to `b` crosses the row: the same
@@ -267,6 +297,11 @@ private:
         }
     }
 
+    static int SamplesOfAPixel(PictureSize size)
+    {
+        return size.width * size.height <= MaximumFinePixels ? FineSamples : CoarseSamples;
+    }
+
     int samplesOfAPixel_; ///< in each direction
     double sampleSize_;
     double left_;
@@ -277,6 +312,13 @@ private:
     int rows_ = 0;
     std::vector<Sample> band_;
     std::vector<Vertex> vertices_;
+    /// What the triangle that is drawn looks like in the pixels of a row: all samples of a pixel are shaded as one.
+    struct PixelShade {
+        std::uint64_t shading = 0; ///< to which the colour belongs
+        Color color;
+    };
+    std::vector<PixelShade> shades_;
+    std::uint64_t shading_ = 0; ///< number of the triangle's row of pixels
 };
 
 } // namespace
@@ -284,12 +326,14 @@ private:
 Picture Rasterize(const std::vector<PlacedMesh>& meshes, const Viewport& viewport, PictureSize size)
 {
     Picture picture{size, {}};
-    picture.pixels.reserve(static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height));
+    const auto width = static_cast<std::size_t>(size.width);
+    picture.pixels.resize(width * static_cast<std::size_t>(size.height));
     const double lineWidth = LineWidth * std::max(1.0, std::min(size.width, size.height) / PixelsForEachLineWidth);
-    Band band(viewport, size, lineWidth);
-    const int rows = band.RowsAtATime();
-    for (int first = 0; first < size.height; first += rows) {
+    const int rows = Band::RowsOf(size);
+    OnAllCores(static_cast<std::size_t>((size.height + rows - 1) / rows), [&](std::size_t number) {
+        const int first = static_cast<int>(number) * rows;
         const int count = std::min(rows, size.height - first);
+        Band band(viewport, size, lineWidth);
         band.Begin(first, count);
         for (const PlacedMesh& placed : meshes)
             if (band.Touches(placed))
@@ -298,10 +342,11 @@ Picture Rasterize(const std::vector<PlacedMesh>& meshes, const Viewport& viewpor
             if (band.Touches(placed))
                 band.DrawLines(placed);
         band.DrawOutlines();
+        auto pixel = picture.pixels.begin() + static_cast<std::ptrdiff_t>(width * static_cast<std::size_t>(first));
         for (int y = first; y < first + count; ++y)
             for (int x = 0; x < size.width; ++x)
-                picture.pixels.push_back(band.Resolve(x, y));
-    }
+                *pixel++ = band.Resolve(x, y);
+    });
     return picture;
 }
 

@@ -2,6 +2,7 @@
 
 #include "openhost/geometry/DocumentTree.h"
 #include "openhost/geometry/KernelFailure.h"
+#include "openhost/picture/OnAllCores.h"
 #include "openhost/picture/PartMesh.h"
 #include "openhost/picture/Rasterizer.h"
 
@@ -135,14 +136,18 @@ private:
         const double deflection =
             std::max(DeflectionInPixels * PixelSize(box, size_), MinimumDeflection * box.Diagonal());
         colors_.resize(tree_.size());
-        std::size_t parts = 0;
+        std::vector<std::size_t> parts;
         for (const PlacedDocument& placed : placed_) {
-            std::optional<PartMesh>& mesh = meshes_[placed.document];
-            if (mesh)
+            if (meshes_[placed.document])
                 continue;
-            mesh = MeshPart(tree_[placed.document].shape, tree_[placed.document].colors, deflection);
-            colors_[placed.document] = Palette[parts++ % Palette.size()];
+            meshes_[placed.document].emplace();
+            colors_[placed.document] = Palette[parts.size() % Palette.size()];
+            parts.push_back(placed.document);
         }
+        OnAllCores(parts.size(), [&](std::size_t number) {
+            const TreeDocument& part = tree_[parts[number]];
+            *meshes_[parts[number]] = MeshPart(part.shape, part.colors, deflection);
+        });
     }
 
     const DocumentTree& tree_;
