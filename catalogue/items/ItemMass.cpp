@@ -8,6 +8,8 @@
 #include <TopExp_Explorer.hxx>
 #include <TopoDS_Shape.hxx>
 
+#include <stdexcept>
+
 namespace catalogue {
 
 namespace {
@@ -52,7 +54,10 @@ public:
 
     void Add(const std::string& name, const openhost::Placement& placement)
     {
-        const openhost::CadDocument& document = catalogue_.documents.at(name);
+        const auto found = catalogue_.documents.find(name);
+        if (found == catalogue_.documents.end())
+            throw std::runtime_error(name + ": the document is missing");
+        const openhost::CadDocument& document = found->second;
         if (document.geometry)
             AddPart(name, *document.geometry, placement);
         for (const openhost::ChildInstance& child : document.children)

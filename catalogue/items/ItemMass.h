@@ -13,7 +13,7 @@ struct ItemMass {
     openhost::Box box;
 };
 
-/// Throws openhost::GeometryError.
+/// Throws openhost::GeometryError, or std::runtime_error for a document that is missing.
 ItemMass MeasureItem(const Catalogue& catalogue, const Item& item);
 
 } // namespace catalogue

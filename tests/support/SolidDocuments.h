@@ -22,12 +22,13 @@ namespace openhost::testing {
 /// Writes parts and products into a folder of its own.
 class SolidDocuments {
 public:
-    /// A file in the folder, or in one below it, which is there then.
-    std::filesystem::path Path(const std::string& fileName) const
+    std::filesystem::path Path(const std::string& fileName) const { return folder_.Path() / fileName; }
+
+    /// The same; the folders on the way to the file are there then.
+    std::filesystem::path PlaceOf(const std::string& fileName) const
     {
-        const std::filesystem::path path = folder_.Path() / fileName;
-        std::filesystem::create_directories(path.parent_path());
-        return path;
+        std::filesystem::create_directories(Path(fileName).parent_path());
+        return Path(fileName);
     }
 
     /// The part `fileName` with the box between two corners, under the part number `partNumber`.
@@ -46,7 +47,7 @@ public:
         document.partNumber = partNumber;
         document.geometry = EncodeShape(shape);
         document.geometry->colors = colors;
-        WriteDocument(document, Path(fileName));
+        WriteDocument(document, PlaceOf(fileName));
     }
 
     /// A part with a box and a face that has no surface but triangles, with nodes that are none: what EncodeShape does
@@ -72,7 +73,7 @@ public:
         CadDocument document;
         document.partNumber = "DAMAGED";
         document.geometry = DocumentGeometry{{1, 7, 1, 1, {{0, 0, 0}, {1, 1, 1}}}, boundary.str()};
-        WriteDocument(document, Path(fileName));
+        WriteDocument(document, PlaceOf(fileName));
     }
 
     struct Child {
@@ -93,7 +94,7 @@ public:
             document.children.push_back(
                 {child.name, static_cast<std::uint32_t>(link - document.links.begin()), child.placement});
         }
-        WriteDocument(document, Path(fileName));
+        WriteDocument(document, PlaceOf(fileName));
     }
 
     /// Products that each hold the next one twice, and the last one nothing: as many levels, told by their names from

@@ -60,7 +60,7 @@ TEST_F(BuildCommand, TellsWhatTheCatalogueHas)
 
 TEST_F(BuildCommand, ListsWhatIsLeftOutAndKeepsTheList)
 {
-    WriteBytes(parts_.Path("parts/bad.step"), "no STEP");
+    WriteBytes(parts_.PlaceOf("parts/bad.step"), "no STEP");
     EXPECT_EQ(0, Run("build parts root"));
     EXPECT_THAT(Errors(), HasSubstr("left out: bad.step: "));
     EXPECT_THAT(Errors(), EndsWith("stands in root/left-out.txt\n"));
@@ -74,7 +74,7 @@ TEST_F(BuildCommand, ListsWhatIsLeftOutAndKeepsTheList)
 TEST_F(BuildCommand, ShortensALongListAndKeepsAllOfIt)
 {
     for (int number = 10; number < 35; ++number)
-        WriteBytes(parts_.Path("parts/bad" + std::to_string(number) + ".ZALPart"), "no document");
+        WriteBytes(parts_.PlaceOf("parts/bad" + std::to_string(number) + ".ZALPart"), "no document");
     EXPECT_EQ(0, Run("build parts root"));
     EXPECT_THAT(Errors(), HasSubstr("bad29.ZALPart"));
     EXPECT_THAT(Errors(), Not(HasSubstr("bad30.ZALPart")));
@@ -84,7 +84,7 @@ TEST_F(BuildCommand, ShortensALongListAndKeepsAllOfIt)
 
 TEST_F(BuildCommand, FailsWhenNothingBecameAnItem)
 {
-    WriteBytes(parts_.Path("bad/bad.step"), "no STEP");
+    WriteBytes(parts_.PlaceOf("bad/bad.step"), "no STEP");
     EXPECT_EQ(1, Run("build bad root"));
     EXPECT_THAT(Errors(), HasSubstr("velmart-catalogue: no file of bad became an item\n"));
     EXPECT_EQ(1, Run("build nowhere root"));
