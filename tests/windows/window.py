@@ -309,7 +309,8 @@ class Window:
 
     def close_main(self):
         """The close box of the main window, whatever other window has the input."""
-        self.display.use("search", "--onlyvisible", "--name", "Open host$", "windowactivate", "--sync", "key", "alt+F4")
+        self.display.use("search", "--onlyvisible", "--name", "Open host$", "windowactivate", "--sync")
+        self.close_box()  # apart: keys after a search go past the window manager, to what was found
 
     # The journal
 
