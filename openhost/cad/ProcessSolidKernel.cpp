@@ -1,27 +1,28 @@
 #include "openhost/cad/ProcessSolidKernel.h"
 
-#include <cstring>
-
 namespace openhost {
 
-DocumentGeometry ProcessSolidKernel::Copy(const DocumentGeometry& geometry)
+SolidCopy ProcessSolidKernel::Copy(const DocumentGeometry& geometry)
 {
+    SolidCopy copy{{{}, {}, geometry.colors}, {}};
+    bool isCopied = false;
     try {
-        return {geometry.facts, process_->Run(GeometryJob::Copy, geometry.boundary), geometry.colors};
+        process_->Run(GeometryJob::Copy, geometry.boundary, [&](const std::string& boundary) {
+            copy.geometry.boundary = boundary;
+            isCopied = true;
+        });
     } catch (const GeometryJobError& error) {
-        throw SolidKernelError(error.what());
+        if (!isCopied)
+            throw SolidKernelError(error.what());
+        copy.fault = error.what();
     }
+    return copy;
 }
 
-GeometryFacts ProcessSolidKernel::Measure(const DocumentGeometry& geometry)
+void ProcessSolidKernel::Check(const DocumentGeometry& geometry)
 {
     try {
-        const std::string bytes = process_->Run(GeometryJob::Measure, geometry.boundary);
-        GeometryFacts facts;
-        if (bytes.size() != sizeof(facts))
-            throw SolidKernelError("the facts of the shape are not whole");
-        std::memcpy(&facts, bytes.data(), sizeof(facts));
-        return facts;
+        process_->Run(GeometryJob::Check, geometry.boundary);
     } catch (const GeometryJobError& error) {
         throw SolidKernelError(error.what());
     }

@@ -12,8 +12,8 @@ class ProcessSolidKernel : public SolidKernel {
 public:
     explicit ProcessSolidKernel(std::shared_ptr<GeometryProcess> process) : process_(std::move(process)) {}
 
-    DocumentGeometry Copy(const DocumentGeometry& geometry) override;
-    GeometryFacts Measure(const DocumentGeometry& geometry) override;
+    SolidCopy Copy(const DocumentGeometry& geometry) override;
+    void Check(const DocumentGeometry& geometry) override;
 
 private:
     std::shared_ptr<GeometryProcess> process_;

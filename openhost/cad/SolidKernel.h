@@ -5,6 +5,7 @@
 #include "openhost/ports/Port.h"
 
 #include <stdexcept>
+#include <string>
 
 namespace openhost {
 
@@ -12,6 +13,11 @@ namespace openhost {
 class SolidKernelError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
+};
+
+struct SolidCopy {
+    DocumentGeometry geometry; ///< without facts
+    std::string fault;         ///< why Check refuses it; empty when it does not
 };
 
 /// Port of the solid kernel. It takes and gives geometry as documents hold it, so that nothing of the kernel lives
@@ -23,10 +29,10 @@ public:
     /// A kernel that refuses every geometry.
     static std::unique_ptr<SolidKernel> WithoutBackend();
 
-    /// A copy of the shape in `geometry`, with its facts as they are.
-    virtual DocumentGeometry Copy(const DocumentGeometry& geometry) = 0;
-    /// The facts of the shape in `geometry`, measured. Refuses a shape that is not valid or has no solid.
-    virtual GeometryFacts Measure(const DocumentGeometry& geometry) = 0;
+    /// A copy of the shape in `geometry`, checked on the way.
+    virtual SolidCopy Copy(const DocumentGeometry& geometry) = 0;
+    /// Refuses a shape that is not valid or has no solid.
+    virtual void Check(const DocumentGeometry& geometry) = 0;
 };
 
 extern template class Port<SolidKernel>;

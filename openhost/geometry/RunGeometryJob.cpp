@@ -14,15 +14,21 @@ namespace openhost {
 
 namespace {
 
-std::string RunOn(const TopoDS_Shape& shape, const PartColors& colors, GeometryJob job)
+using Tell = std::function<void(const std::string&)>;
+
+std::string RunOn(const TopoDS_Shape& shape, const PartColors& colors, GeometryJob job, const Tell& tell)
 {
     switch (job) {
     case GeometryJob::Copy:
         // It has been decoded for this alone, and shares nothing with anything.
-        return EncodeBoundary(shape);
+        tell(EncodeBoundary(shape));
+        [[fallthrough]];
+    case GeometryJob::Check:
+        CheckSolids(shape);
+        return {};
     case GeometryJob::Measure: {
         static_assert(std::is_trivially_copyable_v<GeometryFacts>);
-        const GeometryFacts facts = MeasureSolids(shape);
+        const GeometryFacts facts = MeasureShape(shape);
         return {reinterpret_cast<const char*>(&facts), sizeof(facts)};
     }
     case GeometryJob::Tessellate:
@@ -36,11 +42,11 @@ std::string RunOn(const TopoDS_Shape& shape, const PartColors& colors, GeometryJ
 
 } // namespace
 
-std::string RunGeometryJob(GeometryJob job, std::string boundary)
+std::string RunGeometryJob(GeometryJob job, std::string boundary, const Tell& tell)
 {
     try {
         const PartColors colors = TakeColors(boundary);
-        return RunOn(DecodeShape({{}, std::move(boundary)}), colors, job);
+        return RunOn(DecodeShape({{}, std::move(boundary)}), colors, job, tell);
     } catch (const Standard_Failure& failure) {
         throw GeometryError(ReasonOf(failure));
     }

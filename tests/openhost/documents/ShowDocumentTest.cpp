@@ -45,7 +45,7 @@ protected:
         document.nomenclature = "A bolt";
         document.parameters = {
             {"Material", "Steel"}, {"Length of the shank", ParameterLength{12.5, "mm"}}, {"Note", ""}};
-        document.geometry = DocumentGeometry{{1, 6, 1000, 600, {{0, 0, 0}, {10, 20, 5}}}, "bytes"};
+        document.geometry = DocumentGeometry{GeometryFacts{1, 6, 1000, 600, {{0, 0, 0}, {10, 20, 5}}}, "bytes"};
         WriteDocument(document, folder_.Path() / (name + ".ZALPart"));
     }
 
@@ -92,7 +92,7 @@ TEST_F(Show, TemplateShowsIdentityFeaturesAndCameras)
     document.partNumber = "T";
     document.identity = "5f1c";
     document.cameras = {{"Side", {100, 0, 2.5}, {-1, 0, 0}, {0, 0, 1}, 50}};
-    document.features.otherTools = {{"Rib", DocumentGeometry{{1, 6, 1, 6, {}}, "bytes"}}};
+    document.features.otherTools = {{"Rib", DocumentGeometry{GeometryFacts{1, 6, 1, 6, {}}, "bytes"}}};
     document.features.workingTool = 1;
     document.features.axisSystems = {{"Origin", {1, 0, 0, 1.5, 0, 1, 0, 0, 0, 0, 1, -2}}};
     WriteDocument(document, folder_.Path() / "T.ZALPart");
