@@ -254,7 +254,7 @@ int main(int argc, char** argv)
     const int turns = std::max(1, argc > 3 ? std::atoi(argv[3]) : 5);
 
     openhost::SolidKernel::Install(
-        std::make_unique<openhost::ProcessSolidKernel>(std::make_shared<openhost::GeometryProcess>()));
+        std::make_unique<openhost::ProcessSolidKernel>(std::make_shared<openhost::GeometryPool>()));
     Ours ours(assembly);
     Peer peer(assembly);
     Times times;

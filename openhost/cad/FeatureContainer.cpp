@@ -89,6 +89,8 @@ std::vector<PartFeature*> FeatureContainer::AllResults() const
 
 Owned<FeatureContainer> FeatureContainer::Extract(const std::vector<PartFeature*>& results) const
 {
+    if (document_ && !results.empty() && results.front()->IsMain())
+        document_->Workspace()->ExpectCopies(*document_);
     Owned<FeatureContainer> extracted(new FeatureContainer(nullptr));
     for (const PartFeature* result : results) {
         if (result->Kind() != FeatureKind::Result || result->Container() != this)

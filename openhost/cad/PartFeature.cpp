@@ -48,6 +48,12 @@ void PartFeature::CollectResults(std::vector<PartFeature*>& results)
         child->CollectResults(results);
 }
 
+bool PartFeature::IsMain() const
+{
+    const PartFeature* tool = father_ ? father_->father_ : nullptr;
+    return kind_ == FeatureKind::Result && tool && tool->father_ && tool->father_->Child() == tool;
+}
+
 std::shared_ptr<const DocumentGeometry> PartFeature::Geometry() const
 {
     if (geometry_)

@@ -49,6 +49,8 @@ public:
     /// The results in this feature, itself included, in the order of the part.
     void CollectResults(std::vector<PartFeature*>& results);
 
+    /// Whether this is the result of the main tool of a part.
+    bool IsMain() const;
     /// Of a result: its solids, read from the file of its document as long as nothing has changed them.
     std::shared_ptr<const DocumentGeometry> Geometry() const;
     /// `fault` is why the solids are refused, and empty when they are sound; without it an update has them checked.

@@ -17,6 +17,8 @@ private:
 
 SolidKernel::~SolidKernel() = default;
 
+void SolidKernel::Expect(std::vector<std::filesystem::path>) {}
+
 std::unique_ptr<SolidKernel> SolidKernel::WithoutBackend()
 {
     return std::make_unique<RefusingKernel>();

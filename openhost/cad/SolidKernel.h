@@ -4,8 +4,10 @@
 #include "openhost/documents/CadDocument.h"
 #include "openhost/ports/Port.h"
 
+#include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace openhost {
 
@@ -31,6 +33,9 @@ public:
 
     /// A copy of the shape in `geometry`, checked on the way.
     virtual SolidCopy Copy(const DocumentGeometry& geometry) = 0;
+    /// The geometry of the main tools of the documents `files` may be copied next, in their order. A kernel may begin
+    /// with that, and throws nothing.
+    virtual void Expect(std::vector<std::filesystem::path> files);
     /// Refuses a shape that is not valid or has no solid.
     virtual void Check(const DocumentGeometry& geometry) = 0;
 };

@@ -46,7 +46,7 @@ class Features : public WorkspaceFixture {
 protected:
     Features()
     {
-        SolidKernel::Install(std::make_unique<ProcessSolidKernel>(std::make_shared<GeometryProcess>()));
+        SolidKernel::Install(std::make_unique<ProcessSolidKernel>(std::make_shared<GeometryPool>()));
         CadDocument source;
         source.partNumber = "BOLT";
         source.geometry = EncodeShape(BRepPrimAPI_MakeCylinder(5, 20).Shape());

@@ -28,7 +28,7 @@ class TessellatingLvrWriterTest : public WorkspaceFixture {
 protected:
     TessellatingLvrWriterTest()
     {
-        LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(std::make_shared<GeometryProcess>()));
+        LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(std::make_shared<GeometryPool>()));
         WriteBox("box.ZALPart", 10, 20, 5);
     }
     ~TessellatingLvrWriterTest() override { LvrWriter::Install(nullptr); }
@@ -124,7 +124,7 @@ TEST_F(TessellatingLvrWriterTest, APartOnWhichTheKernelCrashesIsLeftOut)
 TEST_F(TessellatingLvrWriterTest, NoMoreThanOnePartWithoutEndIsWaitedFor)
 {
     LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(
-        std::make_shared<GeometryProcess>(FindProgramBeside("openhost-geometry"), GeometryJobLimits{.time = 500ms})));
+        std::make_shared<GeometryPool>(FindProgramBeside("openhost-geometry"), GeometryJobLimits{.time = 500ms})));
     WritePart("first.ZALPart", HangsTessellating());
     WritePart("second.ZALPart", HangsTessellating());
     EXPECT_NE(WriteLight(OpenPair({"first.ZALPart", "second.ZALPart"})), 0);
