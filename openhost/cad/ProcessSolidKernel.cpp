@@ -7,7 +7,7 @@ namespace openhost {
 namespace {
 
 /// Largest file, in bytes, whose geometry is held ahead.
-constexpr std::uintmax_t LargestAhead = 64 << 20;
+constexpr std::uintmax_t MaximumAhead = 64 << 20;
 
 SolidCopy CopyBoundary(GeometryProcess& process, const std::string& boundary)
 {
@@ -65,7 +65,7 @@ void ProcessSolidKernel::Begin()
         const std::filesystem::path file = std::move(expected_.front());
         expected_.pop_front();
         try {
-            if (std::filesystem::file_size(file) > LargestAhead)
+            if (std::filesystem::file_size(file) > MaximumAhead)
                 continue;
             std::optional<DocumentGeometry> geometry = ReadToolGeometry(file, 0);
             if (!geometry)

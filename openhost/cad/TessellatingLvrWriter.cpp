@@ -9,7 +9,7 @@
 #include <deque>
 #include <future>
 #include <map>
-#include <set>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -86,21 +86,20 @@ private:
 
 LvrMesh TessellateParts(const std::vector<ShownPart>& parts, GeometryPool& pool)
 {
+    // No more than the whole together, as each stands in it once at least.
+    std::map<std::filesystem::path, std::optional<LvrMesh>> meshes;
     std::vector<std::filesystem::path> files;
-    std::set<std::filesystem::path> known;
     for (const ShownPart& part : parts)
-        if (known.insert(part.file).second)
+        if (meshes.try_emplace(part.file).second)
             files.push_back(part.file);
 
-    // No more than the whole together, as each stands in it once at least.
     PartsAhead ahead(pool, std::move(files));
-    std::map<std::filesystem::path, LvrMesh> meshes;
     LvrMesh whole;
     for (const ShownPart& part : parts) {
-        const auto [entry, isNew] = meshes.try_emplace(part.file);
-        if (isNew)
-            entry->second = ahead.TakeNext();
-        AddPlaced(whole, entry->second, part.placement);
+        std::optional<LvrMesh>& mesh = meshes.at(part.file);
+        if (!mesh)
+            mesh = ahead.TakeNext();
+        AddPlaced(whole, *mesh, part.placement);
     }
     return whole;
 }

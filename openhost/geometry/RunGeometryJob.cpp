@@ -4,7 +4,12 @@
 #include "openhost/geometry/ShapeGeometry.h"
 #include "openhost/geometry/Tessellation.h"
 
+#include <BRepLib.hxx>
 #include <Standard_Failure.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopoDS.hxx>
+#include <TopoDS_Edge.hxx>
+#include <TopoDS_Face.hxx>
 #include <TopoDS_Shape.hxx>
 
 #include <type_traits>
@@ -16,6 +21,19 @@ namespace {
 
 using Tell = std::function<void(const std::string&)>;
 
+/// The check asks for the curves of edges on planes many times, and has each computed anew unless the edge has it. A
+/// sixth of its work.
+void KeepCurvesOnPlanes(const TopoDS_Shape& shape)
+{
+    try {
+        for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next())
+            for (TopExp_Explorer edge(face.Current(), TopAbs_EDGE); edge.More(); edge.Next())
+                BRepLib::BuildPCurveForEdgeOnPlane(TopoDS::Edge(edge.Current()), TopoDS::Face(face.Current()));
+    } catch (const Standard_Failure&) {
+        // The check will say what is wrong.
+    }
+}
+
 std::string RunOn(const TopoDS_Shape& shape, const PartColors& colors, GeometryJob job, const Tell& tell)
 {
     switch (job) {
@@ -24,6 +42,7 @@ std::string RunOn(const TopoDS_Shape& shape, const PartColors& colors, GeometryJ
         tell(EncodeBoundary(shape));
         [[fallthrough]];
     case GeometryJob::Check:
+        KeepCurvesOnPlanes(shape);
         CheckSolids(shape);
         return {};
     case GeometryJob::Measure: {

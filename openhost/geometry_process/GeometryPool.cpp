@@ -5,6 +5,12 @@
 
 namespace openhost {
 
+namespace {
+
+constexpr unsigned int MaximumWorkers = 4;
+
+} // namespace
+
 GeometryPool::GeometryPool(std::filesystem::path program, const GeometryJobLimits& limits)
     : program_(std::move(program)), limits_(limits), own_(program_, limits)
 {
@@ -25,8 +31,7 @@ GeometryPool::~GeometryPool()
 
 std::size_t GeometryPool::MostWorkers()
 {
-    constexpr unsigned int most = 4;
-    return std::clamp(std::thread::hardware_concurrency(), 1U, most);
+    return std::clamp(std::thread::hardware_concurrency(), 1U, MaximumWorkers);
 }
 
 void GeometryPool::Drop(const void* owner)

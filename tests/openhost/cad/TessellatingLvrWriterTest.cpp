@@ -4,6 +4,7 @@
 
 #include "openhost/cad/ProductRep.h"
 #include "openhost/geometry/ShapeGeometry.h"
+#include "openhost/geometry/Tessellation.h"
 #include "openhost/lvr/LvrMesh.h"
 #include "tests/openhost/cad/WorkspaceFixture.h"
 #include "tests/support/HostileShapes.h"
@@ -11,6 +12,7 @@
 #include <gmock/gmock.h>
 
 #include <BRepPrimAPI_MakeBox.hxx>
+#include <BRepPrimAPI_MakeSphere.hxx>
 #include <TopoDS_Shape.hxx>
 #include <gp_Pnt.hxx>
 
@@ -82,6 +84,40 @@ TEST_F(TessellatingLvrWriterTest, AProductIsWrittenWithAllItsPartsInTheirPlaces)
     const LvrMesh mesh = ReadLvr(Target());
     EXPECT_EQ(24U, mesh.triangles.size());
     EXPECT_EQ((Box{{0, 0, 0}, {100, 20, 5}}), BoxOf(mesh));
+}
+
+TEST_F(TessellatingLvrWriterTest, ManyPartsStandInTheOrderOfTheTree)
+{
+    std::vector<Child> children;
+    LvrMesh expected;
+    for (int number = 1; number <= 12; ++number) {
+        const std::string name = "part" + std::to_string(number) + ".ZALPart";
+        // Large ones take longer than those after them.
+        WritePart(name, EncodeShape(number % 4 == 0 ? BRepPrimAPI_MakeSphere(number).Shape()
+                                                    : BRepPrimAPI_MakeBox(number, 1, 1).Shape()));
+        AddPlaced(expected, TessellateShape(DecodeShape(*ReadDocument(File(name)).geometry)), IdentityPlacement);
+        children.push_back({name, name});
+    }
+    WorkspaceProduct& product = *Workspace().Open(ProductOf("many.ZALProduct", children)).Root();
+    EXPECT_EQ(0, WriteLight(product));
+    EXPECT_EQ(expected, ReadLvr(Target()));
+    const std::string bytes = Read("shape.lvr");
+    EXPECT_EQ(0, WriteLight(product));
+    EXPECT_EQ(bytes, Read("shape.lvr"));
+}
+
+TEST_F(TessellatingLvrWriterTest, WhatIsLeftOutIsToldInTheOrderOfTheTree)
+{
+    std::vector<std::string> files;
+    std::vector<::testing::Matcher<std::string>> reasons;
+    for (int number = 0; number < 8; ++number) {
+        files.push_back("part" + std::to_string(number) + ".ZALPart");
+        reasons.push_back(HasSubstr(files.back()));
+        WritePart(files.back(), number % 2 == 0 ? CrashesDecoding() : DocumentGeometry{{}, "no boundary"});
+    }
+    EXPECT_EQ(0, WriteLight(OpenPair(files)));
+    ExpectPairOnly();
+    EXPECT_THAT(Reasons(), ::testing::ElementsAreArray(reasons));
 }
 
 TEST_F(TessellatingLvrWriterTest, AMissingChildIsLeftOut)

@@ -52,18 +52,21 @@ protected:
     std::string Shown(const std::string& fileName) const
     {
         std::ostringstream output;
-        ShowDocument(folder_.Path() / fileName, output);
+        ShowDocument(folder_.Path() / fileName, measure_, output);
         return output.str();
     }
 
     std::string ShownBeside(const std::string& left, const std::string& right) const
     {
         std::ostringstream output;
-        ShowDocuments(folder_.Path() / left, folder_.Path() / right, output);
+        ShowDocuments(folder_.Path() / left, folder_.Path() / right, measure_, output);
         return output.str();
     }
 
     TemporaryFolder folder_;
+    MeasureGeometry measure_ = [](const DocumentGeometry&) -> GeometryFacts {
+        throw std::runtime_error("it has been measured");
+    };
 };
 
 } // namespace
@@ -84,6 +87,21 @@ TEST_F(Show, PartShowsPropertiesAndGeometry)
               "Links\n"
               "  none\n",
               Shown("Bolt.ZALPart"));
+}
+
+TEST_F(Show, GeometryThatNobodyHasMeasuredIsMeasured)
+{
+    CadDocument document;
+    document.geometry = DocumentGeometry{{}, "bytes"};
+    WriteDocument(document, folder_.Path() / "Copy.ZALPart");
+    measure_ = [](const DocumentGeometry& geometry) {
+        EXPECT_EQ("bytes", geometry.boundary);
+        return GeometryFacts{1, 6, 1000, 600, {{0, 0, 0}, {10, 20, 5}}};
+    };
+    EXPECT_NE(std::string::npos, Shown("Copy.ZALPart").find("  1 solid, 6 faces, volume 1000.0 mm³, area 600.0 mm²\n"));
+    measure_ = [](const DocumentGeometry&) -> GeometryFacts { throw std::runtime_error("the\nkernel has crashed"); };
+    EXPECT_NE(std::string::npos,
+              Shown("Copy.ZALPart").find("Geometry\n  cannot be measured: the kernel has crashed\nLinks\n"));
 }
 
 TEST_F(Show, TemplateShowsIdentityFeaturesAndCameras)
@@ -236,9 +254,9 @@ TEST_F(Show, OfTwoDocumentsBothMustBeSome)
     Part("Bolt");
     std::ofstream(folder_.Path() / "text.ZALPart") << "no document";
     std::ostringstream output;
-    EXPECT_THROW(ShowDocuments(folder_.Path() / "Bolt.ZALPart", folder_.Path() / "text.ZALPart", output),
+    EXPECT_THROW(ShowDocuments(folder_.Path() / "Bolt.ZALPart", folder_.Path() / "text.ZALPart", measure_, output),
                  CompoundFileError);
-    EXPECT_THROW(ShowDocuments(folder_.Path() / "missing.ZALPart", folder_.Path() / "Bolt.ZALPart", output),
+    EXPECT_THROW(ShowDocuments(folder_.Path() / "missing.ZALPart", folder_.Path() / "Bolt.ZALPart", measure_, output),
                  CompoundFileError);
     EXPECT_EQ("", output.str());
 }
