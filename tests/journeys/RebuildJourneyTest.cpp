@@ -176,6 +176,10 @@ TEST_F(RebuildJourney, APartHasTheSolidOfItsSourceAndTheRestOfTheTemplate)
         EXPECT_NEAR(facts.box.lowest[axis], source.geometry->facts->box.lowest[axis], 1e-9);
         EXPECT_NEAR(facts.box.highest[axis], source.geometry->facts->box.highest[axis], 1e-9);
     }
+    const std::filesystem::path shown = Folder() / "shown";
+    EXPECT_EQ(0, Run("show '" + (Parts() / "My bolt.ZALPart").string() + "' >'" + shown.string() + "'"));
+    EXPECT_THAT(ReadFile(shown), ::testing::HasSubstr("  1 solid, " + std::to_string(facts.faces) + " faces, volume "))
+        << "measured when it is shown";
     EXPECT_EQ(source.partNumber, rebuilt.partNumber);
     EXPECT_EQ(source.nomenclature, rebuilt.nomenclature);
     EXPECT_EQ(source.description, rebuilt.description);
