@@ -80,7 +80,7 @@ int main(int argc, char** argv)
     for (int number = 0; number <= Insertions; ++number) {
         openhost::CadDocument part;
         part.partNumber = "part" + std::to_string(number);
-        part.geometry = openhost::DocumentGeometry{{1, 6, 1, 6, {}}, std::string(4096, 'g')};
+        part.geometry = openhost::DocumentGeometry{openhost::GeometryFacts{1, 6, 1, 6, {}}, std::string(4096, 'g')};
         const std::filesystem::path path = folder.Path() / (part.partNumber + ".ZALPart");
         openhost::WriteDocument(part, path);
         files.emplace_back(path.c_str());

@@ -39,7 +39,7 @@ void WriteShape(const char* part)
     auto workspace = std::make_unique<CadWorkspace>();
     LoadedDocument& document = workspace->Open(part);
     CadServices::Install(std::move(workspace));
-    LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(std::make_shared<GeometryProcess>()));
+    LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(std::make_shared<GeometryPool>()));
     const std::string light = folder.Path() / "shape.lvr";
     const std::string stl = folder.Path() / "shape.stl";
 

@@ -3,11 +3,11 @@
 // ours and the peer's in turns; a first turn of each is not counted.
 //
 //   template    every part and the product are rebuilt on templates: the templates and the sources are read, the shapes
-//               copied, checked and measured, the results written
+//               copied and checked, the results written
 //   peer_xbf    every source part and the source product are read and written under another name as documents of the
 //               kernel (format BinXCAF, a file each)
 //   peer_brep   the same with the parts as bare shapes in the kernel's binary format
-//   peer_solid  as peer_xbf, and the kernel checks and measures each shape in between, as the run does
+//   peer_solid  as peer_xbf, and the kernel checks each shape in between, as the run does
 //
 // The peer reads no templates. Both sides bring each file that they write to the disk, and the entry of its folder.
 
@@ -70,6 +70,11 @@ TopoDS_Shape SolidOf(int part)
 
 // ---------------------------------------------------------------------------------------------
 // Ours
+
+openhost::GeometryFacts FactsOf(const openhost::CadDocument& part)
+{
+    return openhost::MeasureShape(openhost::DecodeShape(*part.geometry));
+}
 
 ZALUnicodeString TextOf(const std::filesystem::path& path)
 {
@@ -135,9 +140,9 @@ public:
         const openhost::CadDocument part = openhost::ReadDocument(target / product.links[product.children.back().link]);
         const openhost::CadDocument source =
             openhost::ReadDocument(folder_.Path() / (PartName(assembly_.PartOf(last)) + ".ZALPart"));
-        Require(part.partNumber == source.partNumber && part.geometry &&
-                    part.geometry->facts.faces == source.geometry->facts.faces &&
-                    std::abs(part.geometry->facts.volume / source.geometry->facts.volume - 1) < 1e-9,
+        Require(part.partNumber == source.partNumber && source.geometry && part.geometry &&
+                    FactsOf(part).faces == FactsOf(source).faces &&
+                    std::abs(FactsOf(part).volume / FactsOf(source).volume - 1) < 1e-9,
                 "a part is not that of the source");
     }
 
@@ -181,8 +186,7 @@ public:
         for (int part = 0; part < assembly_.parts; ++part)
             CopyDocument(target, PartName(part) + ".xbf", [](const Handle(TDocStd_Document) & document) {
                 const TDF_Label root = KernelDocuments::RootOf(document);
-                Require(openhost::MeasureSolids(XCAFDoc_ShapeTool::GetShape(root)).volume > 0,
-                        "the peer's part is empty");
+                openhost::CheckSolids(XCAFDoc_ShapeTool::GetShape(root));
             });
         CopyProduct(target);
     }
@@ -250,7 +254,7 @@ int main(int argc, char** argv)
     const int turns = std::max(1, argc > 3 ? std::atoi(argv[3]) : 5);
 
     openhost::SolidKernel::Install(
-        std::make_unique<openhost::ProcessSolidKernel>(std::make_shared<openhost::GeometryProcess>()));
+        std::make_unique<openhost::ProcessSolidKernel>(std::make_shared<openhost::GeometryPool>()));
     Ours ours(assembly);
     Peer peer(assembly);
     Times times;

@@ -50,7 +50,7 @@ public:
         ConfigureFrame({});
         CadDocument bolt;
         bolt.partNumber = "bolt";
-        bolt.geometry = DocumentGeometry{{1, 6, 1, 6, {}}, "geometry"};
+        bolt.geometry = DocumentGeometry{GeometryFacts{1, 6, 1, 6, {}}, "geometry"};
         WriteBytes(Bolt(), BuildDocument(bolt));
         WriteBytes(Pair(), BuildDocument(SoundProduct({"bolt.ZALPart"})));
         WriteBytes(User(), BuildDocument(SoundProduct({"fuzz.ZALProduct", "bolt.ZALPart"})));

@@ -31,6 +31,7 @@ struct Weight {
 struct PartMass {
     GProp_GProps solids;
     GProp_GProps surface;
+    openhost::Box box;
 };
 
 PartMass MeasurePart(const openhost::DocumentGeometry& geometry)
@@ -44,6 +45,7 @@ PartMass MeasurePart(const openhost::DocumentGeometry& geometry)
         mass.solids.Add(one);
     }
     BRepGProp::SurfaceProperties(shape, mass.surface);
+    mass.box = (geometry.facts ? *geometry.facts : openhost::MeasureShape(shape)).box;
     return mass;
 }
 
@@ -87,7 +89,7 @@ private:
         };
         add(volume_, part->second.solids);
         add(area_, part->second.surface);
-        for (const openhost::Vector& corner : geometry.facts.box.Corners())
+        for (const openhost::Vector& corner : part->second.box.Corners())
             openhost::Widen(box_, openhost::PlacePoint(placement, corner));
     }
 

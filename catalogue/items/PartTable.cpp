@@ -203,7 +203,7 @@ void AddPart(Catalogue& catalogue, const PartRow& row)
     document.parameters = {{"Material", row.material}, {"Category", row.item.category}};
     document.geometry = openhost::EncodeShape(row.shape);
 
-    const double volume = document.geometry->facts.volume;
+    const double volume = document.geometry->facts->volume;
     if (!(std::abs(volume - row.volume) <= VolumeTolerance * row.volume))
         throw std::runtime_error(row.item.id + ": the volume is " + std::to_string(volume) + ", its dimensions give " +
                                  std::to_string(row.volume));

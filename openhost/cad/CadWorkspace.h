@@ -82,9 +82,11 @@ public:
     /// Lets `change` change the contents of `document`: properties, parameters, cameras, axis systems and the working
     /// tool, all such that they can be written. `step` names that for who may undo it.
     void Change(LoadedDocument& document, const char* step, const std::function<void(CadDocument& contents)>& change);
-    /// To be called before features of `document` change, and after they have been measured anew.
+    /// To be called before features of `document` change.
     void KeepFeatures(LoadedDocument& document, const char* step) { KeepState(document, step, true); }
-    void TellMeasured(LoadedDocument& document) { events_.TellObservers(document, DocumentAction::Changed); }
+    /// Lets the solid kernel copy parts ahead: whoever copies the solids of `document` is likely to do the same with
+    /// the parts that stand after it in its product.
+    void ExpectCopies(LoadedDocument& document);
 
     /// Adds one component for each of `files` to the product that `father` refers to. Their names are the part number,
     /// a point and the lowest number from 1 that has not been given yet; they stand at the origin.

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <utility>
 
 namespace openhost {
 
@@ -26,11 +27,10 @@ std::string FreeToolName(const PartFeature& part, const std::string& name)
     return free;
 }
 
-std::shared_ptr<const DocumentGeometry> CopyGeometry(const PartFeature& result)
+SolidCopy CopyGeometry(const PartFeature& result)
 {
-    SolidKernel& kernel = SolidKernel::Current();
     try {
-        return std::make_shared<const DocumentGeometry>(kernel.Copy(*result.Geometry()));
+        return SolidKernel::Current().Copy(*result.Geometry());
     } catch (const SolidKernelError& error) {
         throw SolidKernelError(result.Name() + ": the geometry cannot be copied: " + error.what());
     }
@@ -89,6 +89,8 @@ std::vector<PartFeature*> FeatureContainer::AllResults() const
 
 Owned<FeatureContainer> FeatureContainer::Extract(const std::vector<PartFeature*>& results) const
 {
+    if (document_ && !results.empty() && results.front()->IsMain())
+        document_->Workspace()->ExpectCopies(*document_);
     Owned<FeatureContainer> extracted(new FeatureContainer(nullptr));
     for (const PartFeature* result : results) {
         if (result->Kind() != FeatureKind::Result || result->Container() != this)
@@ -102,7 +104,7 @@ Owned<FeatureContainer> FeatureContainer::Extract(const std::vector<PartFeature*
 struct FeatureContainer::PreparedResult {
     PartFeature* target;
     std::string name;
-    std::shared_ptr<const DocumentGeometry> geometry;
+    SolidCopy copy;
 
     bool NeedsTool() const { return target->Kind() == FeatureKind::Part; }
 };
@@ -147,7 +149,8 @@ std::vector<PartFeature*> FeatureContainer::Paste(const std::vector<PartFeature*
         PartFeature& tool =
             result.NeedsTool() ? target.Append(FeatureKind::Tool, FreeToolName(target, result.name)) : target;
         copies.push_back(&tool.AppendResult(result.name));
-        copies.back()->SetGeometry(std::move(result.geometry));
+        copies.back()->SetGeometry(std::make_shared<const DocumentGeometry>(std::move(result.copy.geometry)),
+                                   std::move(result.copy.fault));
     }
     document_->Workspace()->Change(*document_, "Paste", [](CadDocument&) {});
     return copies;

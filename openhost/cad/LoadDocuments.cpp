@@ -2,6 +2,7 @@
 
 #include "openhost/cad/CadWorkspace.h"
 #include "openhost/cad/DocumentPaths.h"
+#include "openhost/cad/SolidKernel.h"
 #include "openhost/documents/OutsideLinks.h"
 #include "openhost/files/Origin.h"
 #include "openhost/journal/Events.h"
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <iterator>
 #include <set>
+#include <unordered_set>
 #include <utility>
 
 namespace openhost {
@@ -162,6 +164,26 @@ void CadWorkspace::EndReference(LoadedDocument& father, LoadedDocument& referenc
         father.references_.erase(&reference);
     if (--reference.fathers_[&father] == 0)
         reference.fathers_.erase(&father);
+}
+
+void CadWorkspace::ExpectCopies(LoadedDocument& document)
+{
+    if (std::exchange(document.isExpected_, false) || document.fathers_.empty())
+        return;
+    std::vector<std::filesystem::path> files;
+    std::unordered_set<const LoadedDocument*> known;
+    bool isAfter = false;
+    for (const auto& child : document.fathers_.begin()->first->children_) {
+        LoadedDocument* part = child->reference_;
+        if (part == &document) {
+            isAfter = true;
+        } else if (isAfter && part && part->HasGeometry() && known.insert(part).second) {
+            part->isExpected_ = true;
+            files.push_back(part->path_);
+        }
+    }
+    if (!files.empty())
+        SolidKernel::Current().Expect(std::move(files));
 }
 
 void CadWorkspace::UnloadUnused(LoadedDocument& document)

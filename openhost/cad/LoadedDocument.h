@@ -76,6 +76,7 @@ private:
     bool open_ = false;
     unsigned int opens_ = 0; ///< by programs, that none of them has ended
     unsigned int locks_ = 0;
+    bool isExpected_ = false; ///< the solid kernel has been told that this document is copied
     Owned<WorkspaceProduct> root_;
     std::vector<Owned<WorkspaceProduct>> children_;
     std::vector<std::string> looseLinks_;

@@ -48,6 +48,12 @@ void PartFeature::CollectResults(std::vector<PartFeature*>& results)
         child->CollectResults(results);
 }
 
+bool PartFeature::IsMain() const
+{
+    const PartFeature* tool = father_ ? father_->father_ : nullptr;
+    return kind_ == FeatureKind::Result && tool && tool->father_ && tool->father_->Child() == tool;
+}
+
 std::shared_ptr<const DocumentGeometry> PartFeature::Geometry() const
 {
     if (geometry_)
@@ -62,14 +68,15 @@ std::shared_ptr<const DocumentGeometry> PartFeature::Geometry() const
     return std::make_shared<const DocumentGeometry>(std::move(*stored));
 }
 
-void PartFeature::SetGeometry(std::shared_ptr<const DocumentGeometry> geometry)
+void PartFeature::SetGeometry(std::shared_ptr<const DocumentGeometry> geometry, std::optional<std::string> fault)
 {
     geometry_ = std::move(geometry);
+    fault_ = std::move(fault);
 }
 
 void PartFeature::SetStored(std::size_t tool)
 {
-    geometry_.reset();
+    SetGeometry(nullptr);
     storedTool_ = tool;
 }
 
@@ -83,7 +90,7 @@ FeatureState PartFeature::State()
 
 void PartFeature::PutBack(const FeatureState& state)
 {
-    geometry_ = state.geometry;
+    SetGeometry(state.geometry);
     storedTool_ = state.storedTool;
     for (const auto& child : children_)
         child->father_ = nullptr;
@@ -110,22 +117,13 @@ void FeatureState::KeepGeometry(const std::filesystem::path& path, Geometries& r
 
 void PartFeature::Update()
 {
-    const FeatureContainer* container = Container();
-    LoadedDocument* document = container ? container->Document() : nullptr;
     std::vector<PartFeature*> results;
     CollectResults(results);
-    for (PartFeature* result : results) {
-        const std::shared_ptr<const DocumentGeometry> geometry = result->Geometry();
-        GeometryFacts facts = SolidKernel::Current().Measure(*geometry);
-        if (facts == geometry->facts)
-            continue;
-        if (document)
-            document->Workspace()->KeepFeatures(*document, "Update");
-        result->SetGeometry(
-            std::make_shared<const DocumentGeometry>(DocumentGeometry{facts, geometry->boundary, geometry->colors}));
-        if (document)
-            document->Workspace()->TellMeasured(*document);
-    }
+    for (const PartFeature* result : results)
+        if (!result->fault_)
+            SolidKernel::Current().Check(*result->Geometry());
+        else if (!result->fault_->empty())
+            throw SolidKernelError(*result->fault_);
 }
 
 } // namespace openhost

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,9 +49,12 @@ public:
     /// The results in this feature, itself included, in the order of the part.
     void CollectResults(std::vector<PartFeature*>& results);
 
+    /// Whether this is the result of the main tool of a part.
+    bool IsMain() const;
     /// Of a result: its solids, read from the file of its document as long as nothing has changed them.
     std::shared_ptr<const DocumentGeometry> Geometry() const;
-    void SetGeometry(std::shared_ptr<const DocumentGeometry> geometry);
+    /// `fault` is why the solids are refused, and empty when they are sound; without it an update has them checked.
+    void SetGeometry(std::shared_ptr<const DocumentGeometry> geometry, std::optional<std::string> fault = {});
     /// The solids of the result are those of the tool `tool` in the file of the document.
     void SetStored(std::size_t tool);
 
@@ -58,7 +62,7 @@ public:
     FeatureState State();
     void PutBack(const FeatureState& state);
 
-    /// Measures the results in this feature anew. Throws for one that is not valid.
+    /// Checks the results in this feature. Throws for one that is not a valid solid.
     void Update();
 
     static ZALClassId ClassId();
@@ -75,6 +79,7 @@ private:
     FeatureContainer* container_ = nullptr; ///< of a feature without father
     std::vector<Owned<PartFeature>> children_;
     std::shared_ptr<const DocumentGeometry> geometry_;
+    std::optional<std::string> fault_; ///< of `geometry_`, once it is known
     std::size_t storedTool_ = 0;
 };
 

@@ -7,8 +7,8 @@ template class Port<SolidKernel>;
 namespace {
 class RefusingKernel final : public SolidKernel {
 public:
-    DocumentGeometry Copy(const DocumentGeometry&) override { Refuse(); }
-    GeometryFacts Measure(const DocumentGeometry&) override { Refuse(); }
+    SolidCopy Copy(const DocumentGeometry&) override { Refuse(); }
+    void Check(const DocumentGeometry&) override { Refuse(); }
 
 private:
     [[noreturn]] static void Refuse() { throw SolidKernelError("the host has no solid kernel"); }
@@ -16,6 +16,8 @@ private:
 } // namespace
 
 SolidKernel::~SolidKernel() = default;
+
+void SolidKernel::Expect(std::vector<std::filesystem::path>) {}
 
 std::unique_ptr<SolidKernel> SolidKernel::WithoutBackend()
 {

@@ -4,7 +4,10 @@
 #include "openhost/documents/CadDocument.h"
 #include "openhost/ports/Port.h"
 
+#include <filesystem>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace openhost {
 
@@ -12,6 +15,11 @@ namespace openhost {
 class SolidKernelError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
+};
+
+struct SolidCopy {
+    DocumentGeometry geometry; ///< without facts
+    std::string fault;         ///< why Check refuses it; empty when it does not
 };
 
 /// Port of the solid kernel. It takes and gives geometry as documents hold it, so that nothing of the kernel lives
@@ -23,10 +31,13 @@ public:
     /// A kernel that refuses every geometry.
     static std::unique_ptr<SolidKernel> WithoutBackend();
 
-    /// A copy of the shape in `geometry`, with its facts as they are.
-    virtual DocumentGeometry Copy(const DocumentGeometry& geometry) = 0;
-    /// The facts of the shape in `geometry`, measured. Refuses a shape that is not valid or has no solid.
-    virtual GeometryFacts Measure(const DocumentGeometry& geometry) = 0;
+    /// A copy of the shape in `geometry`, checked on the way.
+    virtual SolidCopy Copy(const DocumentGeometry& geometry) = 0;
+    /// The geometry of the main tools of the documents `files` may be copied next, in their order. A kernel may begin
+    /// with that, and throws nothing.
+    virtual void Expect(std::vector<std::filesystem::path> files);
+    /// Refuses a shape that is not valid or has no solid.
+    virtual void Check(const DocumentGeometry& geometry) = 0;
 };
 
 extern template class Port<SolidKernel>;

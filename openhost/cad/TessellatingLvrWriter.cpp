@@ -6,8 +6,12 @@
 #include "openhost/lvr/LvrMesh.h"
 #include "openhost/text/Utf.h"
 
+#include <deque>
+#include <future>
 #include <map>
+#include <optional>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace openhost {
@@ -22,16 +26,23 @@ void Tell(const std::string& reason)
     journal::Write([&] { return journal::RefusedOperation{.operation = "ZALWriteLvr", .reason = reason}; });
 }
 
-/// The triangles of the part in `file`; none when it has no geometry that can be shown, which is told.
+/// The triangles of the part in `file`.
 LvrMesh TessellatePart(const std::filesystem::path& file, GeometryProcess& process)
+{
+    const CadDocument document = ReadDocument(file);
+    if (!document.geometry)
+        throw GeometryJobError("the document has no geometry");
+    return ReadLvrBytes(
+        process.Run(GeometryJob::Tessellate, ColoredBoundary(document.geometry->colors, document.geometry->boundary)));
+}
+
+/// What `tessellate` gives of the part in `file`; none when it has no geometry that can be shown, which is told.
+template <class Tessellate>
+LvrMesh ShownTriangles(const std::filesystem::path& file, Tessellate tessellate)
 {
     const auto tell = [&](const std::exception& error) { Tell(file.string() + ": " + error.what()); };
     try {
-        const CadDocument document = ReadDocument(file);
-        if (!document.geometry)
-            throw GeometryJobError("the document has no geometry");
-        return ReadLvrBytes(process.Run(GeometryJob::Tessellate,
-                                        ColoredBoundary(document.geometry->colors, document.geometry->boundary)));
+        return tessellate();
     } catch (const CompoundFileError& error) {
         Tell(error.what());
     } catch (const GeometryJobTimeOut& error) {
@@ -44,16 +55,51 @@ LvrMesh TessellatePart(const std::filesystem::path& file, GeometryProcess& proce
     return {};
 }
 
-LvrMesh TessellateParts(const std::vector<ShownPart>& parts, GeometryProcess& process)
+/// The triangles of different parts in their order, of which a few are worked on ahead.
+class PartsAhead {
+public:
+    PartsAhead(GeometryPool& pool, std::vector<std::filesystem::path> files) : pool_(pool), files_(std::move(files)) {}
+    PartsAhead(const PartsAhead&) = delete;
+    PartsAhead& operator=(const PartsAhead&) = delete;
+    ~PartsAhead() { pool_.Drop(this); }
+
+    LvrMesh TakeNext()
+    {
+        const std::filesystem::path& file = files_[taken_++];
+        if (files_.size() == 1)
+            return ShownTriangles(file, [&] { return TessellatePart(file, pool_.Own()); });
+        for (; begun_ < files_.size() && begun_ < taken_ + 2 * GeometryPool::MostWorkers(); ++begun_)
+            ahead_.push_back(pool_.Start(
+                this, [part = files_[begun_]](GeometryProcess& process) { return TessellatePart(part, process); }));
+        std::future<LvrMesh> next = std::move(ahead_.front());
+        ahead_.pop_front();
+        return ShownTriangles(file, [&] { return next.get(); });
+    }
+
+private:
+    GeometryPool& pool_;
+    std::vector<std::filesystem::path> files_;
+    std::size_t taken_ = 0;
+    std::size_t begun_ = 0;
+    std::deque<std::future<LvrMesh>> ahead_;
+};
+
+LvrMesh TessellateParts(const std::vector<ShownPart>& parts, GeometryPool& pool)
 {
     // No more than the whole together, as each stands in it once at least.
-    std::map<std::filesystem::path, LvrMesh> meshes;
+    std::map<std::filesystem::path, std::optional<LvrMesh>> meshes;
+    std::vector<std::filesystem::path> files;
+    for (const ShownPart& part : parts)
+        if (meshes.try_emplace(part.file).second)
+            files.push_back(part.file);
+
+    PartsAhead ahead(pool, std::move(files));
     LvrMesh whole;
     for (const ShownPart& part : parts) {
-        const auto [entry, isNew] = meshes.try_emplace(part.file);
-        if (isNew)
-            entry->second = TessellatePart(part.file, process);
-        AddPlaced(whole, entry->second, part.placement);
+        std::optional<LvrMesh>& mesh = meshes.at(part.file);
+        if (!mesh)
+            mesh = ahead.TakeNext();
+        AddPlaced(whole, *mesh, part.placement);
     }
     return whole;
 }
@@ -69,7 +115,7 @@ int TessellatingLvrWriter::Write(const ZALRep& representation, const std::string
         const ZALUnicodeString file = FromUtf8(path);
         if (HasParentComponent(file))
             throw std::runtime_error(path + ": the path leads upwards");
-        WriteLvr(SystemPath(file), TessellateParts(product->Parts(), *process_));
+        WriteLvr(SystemPath(file), TessellateParts(product->Parts(), *pool_));
         return Written;
     } catch (const std::exception& error) {
         Tell(error.what());

@@ -25,8 +25,7 @@ constexpr StreamForm ParametersForm{"Parameters", "ZPAR", 1, 16 << 20};
 constexpr StreamForm CamerasForm{"Cameras", "ZCAM", 1, 16 << 20};
 constexpr StreamForm FeaturesForm{"Features", "ZFEA", 1, 16 << 20};
 constexpr StreamForm ChildrenForm{"Children", "ZCHD", 1, 256 << 20};
-constexpr StreamForm GeometryForm{"Geometry", "ZGEO", 1, std::uint64_t{1} << 30};
-
+constexpr StreamForm GeometryForm{"Geometry", "ZGEO", 2, std::uint64_t{1} << 30};
 constexpr StreamForm ColorsForm{"Colors", "ZCOL", 1, 256 << 20};
 
 /// Smallest sine of the angle between the directions of a camera.
@@ -332,33 +331,46 @@ void DecodeChildren(std::string_view stream, CadDocument& document)
 }
 
 // ---------------------------------------------------------------------------------------------
-// Geometry: facts, then the boundary representation to the end
+// Geometry: facts in version 1, none in version 2; then the boundary representation to the end
+
+constexpr std::uint32_t MeasuredVersion = 1;
+constexpr std::uint32_t UnmeasuredVersion = 2;
 
 std::string EncodeGeometry(const DocumentGeometry& geometry)
 {
     StreamWriter writer;
-    writer.PutNumber(geometry.facts.solids);
-    writer.PutNumber(geometry.facts.faces);
-    writer.PutReal(geometry.facts.volume);
-    writer.PutReal(geometry.facts.area);
-    for (const auto* corner : {&geometry.facts.box.lowest, &geometry.facts.box.highest})
-        for (const double number : *corner)
-            writer.PutReal(number);
+    if (const auto& facts = geometry.facts) {
+        writer.PutNumber(facts->solids);
+        writer.PutNumber(facts->faces);
+        writer.PutReal(facts->volume);
+        writer.PutReal(facts->area);
+        for (const auto* corner : {&facts->box.lowest, &facts->box.highest})
+            for (const double number : *corner)
+                writer.PutReal(number);
+    }
     writer.PutBytes(geometry.boundary);
-    return writer.Finish(GeometryForm.mark, GeometryForm.version);
+    return writer.Finish(GeometryForm.mark, geometry.facts ? MeasuredVersion : UnmeasuredVersion);
+}
+
+GeometryFacts DecodeFacts(StreamReader& reader)
+{
+    GeometryFacts facts;
+    facts.solids = reader.TakeNumber();
+    facts.faces = reader.TakeNumber();
+    facts.volume = reader.TakeReal();
+    facts.area = reader.TakeReal();
+    for (auto* corner : {&facts.box.lowest, &facts.box.highest})
+        for (double& number : *corner)
+            number = reader.TakeReal();
+    return facts;
 }
 
 DocumentGeometry DecodeGeometry(std::string_view stream)
 {
     StreamReader reader(stream, GeometryForm.mark, GeometryForm.version);
     DocumentGeometry geometry;
-    geometry.facts.solids = reader.TakeNumber();
-    geometry.facts.faces = reader.TakeNumber();
-    geometry.facts.volume = reader.TakeReal();
-    geometry.facts.area = reader.TakeReal();
-    for (auto* corner : {&geometry.facts.box.lowest, &geometry.facts.box.highest})
-        for (double& number : *corner)
-            number = reader.TakeReal();
+    if (reader.Version() == MeasuredVersion)
+        geometry.facts = DecodeFacts(reader);
     geometry.boundary = reader.TakeRest();
     return geometry;
 }

@@ -67,11 +67,11 @@ struct GeometryFacts {
     bool operator==(const GeometryFacts&) const = default;
 };
 
-/// The geometry of a part.
+/// The geometry of a part. A copy of a shape has no facts: those of a document from outside may be any.
 struct DocumentGeometry {
-    GeometryFacts facts;
-    std::string boundary; ///< boundary representation, as openhost/geometry writes it
-    PartColors colors{};  ///< of its faces
+    std::optional<GeometryFacts> facts; ///< none as long as nobody has measured it
+    std::string boundary;               ///< boundary representation, as openhost/geometry writes it
+    PartColors colors{};                ///< of its faces
     bool operator==(const DocumentGeometry&) const = default;
 };
 

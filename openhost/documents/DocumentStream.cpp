@@ -84,9 +84,9 @@ StreamReader::StreamReader(std::string_view stream, std::string_view mark, std::
 {
     if (Take(MarkSize) != mark)
         throw DocumentStreamError("the mark of the stream is wrong");
-    const std::uint32_t version = TakeNumber();
-    if (version == 0 || version > newestVersion)
-        throw DocumentStreamError("version " + std::to_string(version) + " of the stream is unknown");
+    version_ = TakeNumber();
+    if (version_ == 0 || version_ > newestVersion)
+        throw DocumentStreamError("version " + std::to_string(version_) + " of the stream is unknown");
     const std::uint64_t size = Decode(Take(8));
     const std::uint32_t checksum = TakeNumber();
     if (size != rest_.size())

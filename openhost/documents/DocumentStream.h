@@ -39,6 +39,8 @@ public:
     /// Checks the head of `stream`, which must outlive the reader.
     StreamReader(std::string_view stream, std::string_view mark, std::uint32_t newestVersion);
 
+    /// From 1 to the newest.
+    std::uint32_t Version() const { return version_; }
     std::uint32_t TakeNumber();
     /// A finite number.
     double TakeReal();
@@ -54,6 +56,7 @@ public:
 private:
     std::string_view Take(std::size_t size);
     std::string_view rest_;
+    std::uint32_t version_ = 0;
 };
 
 /// Length of the stream, with its head, that `bytes` begin with. Throws DocumentStreamError when they are shorter.

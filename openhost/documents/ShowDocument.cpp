@@ -1,6 +1,5 @@
 #include "openhost/documents/ShowDocument.h"
 
-#include "openhost/documents/CadDocument.h"
 #include "openhost/documents/TreeLines.h"
 #include "openhost/text/OneLine.h"
 
@@ -167,11 +166,16 @@ Section Cameras(const CadDocument& document)
     return Headed("Cameras", std::move(lines));
 }
 
-Section Geometry(const CadDocument& document)
+Section Geometry(const CadDocument& document, const MeasureGeometry& measure)
 {
     if (!document.geometry)
         return {};
-    const GeometryFacts& facts = document.geometry->facts;
+    GeometryFacts facts;
+    try {
+        facts = document.geometry->facts ? *document.geometry->facts : measure(*document.geometry);
+    } catch (const std::exception& error) {
+        return {"Geometry", "  cannot be measured: " + InOneLine(error.what())};
+    }
     std::ostringstream contents;
     contents << std::fixed << std::setprecision(1) << "  " << facts.solids
              << (facts.solids == 1 ? " solid, " : " solids, ") << facts.faces << " faces, volume " << facts.volume
@@ -206,7 +210,7 @@ Section TreeOf(const CadDocument& document, const std::filesystem::path& path, T
 }
 
 /// The same sections in the same order for every document.
-std::vector<Section> Describe(const std::filesystem::path& path)
+std::vector<Section> Describe(const std::filesystem::path& path, const MeasureGeometry& measure)
 {
     const CadDocument document = ReadDocument(path);
     return {TreeOf(document, path, Tree::Repeated::Unfolded),
@@ -214,7 +218,7 @@ std::vector<Section> Describe(const std::filesystem::path& path)
             Parameters(document),
             Features(document),
             Cameras(document),
-            Geometry(document),
+            Geometry(document, measure),
             Links(document)};
 }
 
@@ -230,9 +234,9 @@ constexpr std::size_t WidestColumn = 80;
 
 } // namespace
 
-void ShowDocument(const std::filesystem::path& path, std::ostream& output)
+void ShowDocument(const std::filesystem::path& path, const MeasureGeometry& measure, std::ostream& output)
 {
-    for (const Section& section : Describe(path))
+    for (const Section& section : Describe(path, measure))
         for (const std::string& line : section)
             output << line << "\n";
 }
@@ -242,10 +246,11 @@ std::vector<std::string> ShortTree(const std::filesystem::path& path)
     return TreeOf(ReadDocument(path), path, Tree::Repeated::Folded);
 }
 
-void ShowDocuments(const std::filesystem::path& left, const std::filesystem::path& right, std::ostream& output)
+void ShowDocuments(const std::filesystem::path& left, const std::filesystem::path& right,
+                   const MeasureGeometry& measure, std::ostream& output)
 {
-    const std::vector<Section> leftSections = Describe(left);
-    const std::vector<Section> rightSections = Describe(right);
+    const std::vector<Section> leftSections = Describe(left, measure);
+    const std::vector<Section> rightSections = Describe(right, measure);
     std::size_t column = 0;
     for (const Section& section : leftSections)
         for (const std::string& line : section)

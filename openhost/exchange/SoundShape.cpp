@@ -4,9 +4,7 @@
 #include "openhost/geometry/ShapeGeometry.h"
 
 #include <BRepCheck_Analyzer.hxx>
-#include <BRepGProp.hxx>
 #include <BRep_Builder.hxx>
-#include <GProp_GProps.hxx>
 #include <ShapeBuild_ReShape.hxx>
 #include <ShapeFix_Shape.hxx>
 #include <Standard_Failure.hxx>
@@ -58,18 +56,6 @@ TopoDS_Shape Repaired(const TopoDS_Shape& shape, ColoredFaces& colors, const War
     return shape;
 }
 
-/// Of sheets beside solids a volume means nothing.
-double VolumeOfSolids(const TopoDS_Shape& shape)
-{
-    double volume = 0;
-    for (TopExp_Explorer solid(shape, TopAbs_SOLID); solid.More(); solid.Next()) {
-        GProp_GProps properties;
-        BRepGProp::VolumeProperties(solid.Current(), properties);
-        volume += properties.Mass();
-    }
-    return volume;
-}
-
 bool IsFinite(const GeometryFacts& facts)
 {
     double sum = facts.volume + facts.area;
@@ -98,9 +84,7 @@ PartColors NumberColors(const TopoDS_Shape& shape, const ColoredFaces& colors)
 DocumentGeometry Encode(const TopoDS_Shape& shape, const ColoredFaces& colors)
 {
     DocumentGeometry geometry{MeasureShape(shape), EncodeBoundary(shape), NumberColors(shape, colors)};
-    if (TopExp_Explorer(shape, TopAbs_FACE, TopAbs_SOLID).More())
-        geometry.facts.volume = VolumeOfSolids(shape);
-    if (!IsFinite(geometry.facts))
+    if (!IsFinite(*geometry.facts))
         throw GeometryError("it has no size");
     DecodeShape(geometry); // as readers of the document will
     return geometry;

@@ -33,6 +33,22 @@ std::uint32_t Count(const TopoDS_Shape& shape, TopAbs_ShapeEnum kind)
     return static_cast<std::uint32_t>(found.Extent());
 }
 
+/// Of sheets beside solids a volume means nothing.
+double VolumeOf(const TopoDS_Shape& shape)
+{
+    const auto volumeOf = [](const TopoDS_Shape& part) {
+        GProp_GProps properties;
+        BRepGProp::VolumeProperties(part, properties);
+        return properties.Mass();
+    };
+    if (!TopExp_Explorer(shape, TopAbs_FACE, TopAbs_SOLID).More())
+        return volumeOf(shape);
+    double volume = 0;
+    for (TopExp_Explorer solid(shape, TopAbs_SOLID); solid.More(); solid.Next())
+        volume += volumeOf(solid.Current());
+    return volume;
+}
+
 /// The kernel tells what is wrong with bytes on standard output, where a journal may go.
 class SilentOutput {
 public:
@@ -53,9 +69,8 @@ GeometryFacts MeasureShape(const TopoDS_Shape& shape)
     GeometryFacts facts;
     facts.solids = Count(shape, TopAbs_SOLID);
     facts.faces = Count(shape, TopAbs_FACE);
+    facts.volume = VolumeOf(shape);
     GProp_GProps properties;
-    BRepGProp::VolumeProperties(shape, properties);
-    facts.volume = properties.Mass();
     BRepGProp::SurfaceProperties(shape, properties);
     facts.area = properties.Mass();
     Bnd_Box bounds;
@@ -64,14 +79,12 @@ GeometryFacts MeasureShape(const TopoDS_Shape& shape)
     return facts;
 }
 
-GeometryFacts MeasureSolids(const TopoDS_Shape& shape)
+void CheckSolids(const TopoDS_Shape& shape)
 {
     if (!BRepCheck_Analyzer(shape).IsValid())
         throw GeometryError("the shape is not valid");
-    GeometryFacts facts = MeasureShape(shape);
-    if (facts.solids == 0)
+    if (!TopExp_Explorer(shape, TopAbs_SOLID).More())
         throw GeometryError("the shape has no solid");
-    return facts;
 }
 
 std::string EncodeBoundary(const TopoDS_Shape& shape)
@@ -86,8 +99,8 @@ DocumentGeometry EncodeShape(const TopoDS_Shape& shape)
     if (shape.IsNull())
         throw GeometryError("a null shape has no geometry");
     try {
-        GeometryFacts facts = MeasureSolids(shape);
-        return {facts, EncodeBoundary(shape)};
+        CheckSolids(shape);
+        return {MeasureShape(shape), EncodeBoundary(shape)};
     } catch (const Standard_Failure& failure) {
         throw GeometryError(ReasonOf(failure));
     }

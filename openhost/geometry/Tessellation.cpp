@@ -129,7 +129,7 @@ LvrMesh TessellateShape(const TopoDS_Shape& shape, const TessellationTolerance& 
             throw GeometryError("the shape has no extent");
         BRepTools::Clean(shape);
         const BRepMesh_IncrementalMesh kept(shape, tolerance.chord * std::sqrt(box.SquareExtent()), Standard_False,
-                                            tolerance.angle);
+                                            tolerance.angle, Standard_True);
         const FaceColors colorOf(shape, colors);
         for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next()) {
             AddFace(TopoDS::Face(face.Current()), mesh);

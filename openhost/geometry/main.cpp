@@ -14,7 +14,8 @@ int main()
     mallopt(M_TRIM_THRESHOLD, 256 << 20);
     mallopt(M_MMAP_THRESHOLD, 64 << 20);
     openhost::AnswerJobs([](char job, std::string boundary) {
-        return openhost::RunGeometryJob(static_cast<openhost::GeometryJob>(job), std::move(boundary));
+        return openhost::RunGeometryJob(static_cast<openhost::GeometryJob>(job), std::move(boundary),
+                                        openhost::TellProgress);
     });
     return EXIT_SUCCESS;
 }

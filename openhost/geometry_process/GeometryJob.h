@@ -6,8 +6,9 @@ namespace openhost {
 enum class GeometryJob : char {
     // openhost-geometry: each takes the boundary representation of a shape, as documents hold it; the last two take its
     // colours before it.
-    Copy = 'c',       ///< gives that of a copy, which shares nothing with its source
-    Measure = 'm',    ///< gives the facts of the shape, which must be valid and hold a solid
+    Copy = 'c',       ///< tells that of a copy, which shares nothing with its source, then does as Check does
+    Check = 'k',      ///< gives nothing; the shape must be valid and hold a solid
+    Measure = 'm',    ///< gives the facts of the shape
     Tessellate = 't', ///< gives the shape as a light representation
     View = 'v',       ///< gives it so as well, as far as a view needs it
 

@@ -93,6 +93,12 @@ void GeometryProcess::Interrupt()
         shutdown(socket_.Number(), SHUT_RDWR);
 }
 
+void GeometryProcess::Resume()
+{
+    const std::lock_guard lock(mutex_);
+    isInterrupted_ = false;
+}
+
 std::string GeometryProcess::Exchange(GeometryJob job, std::string_view bytes, const Progress& tell)
 {
     const JobClock::time_point deadline = JobClock::now() + limits_.time;

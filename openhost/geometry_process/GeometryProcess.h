@@ -64,8 +64,9 @@ public:
     /// The result of `job` on `bytes`. Throws GeometryJobError when the job is refused, crashes, passes a limit, or the
     /// program cannot be started.
     std::string Run(GeometryJob job, std::string_view bytes, const Progress& tell = {});
-    /// Ends the job that runs, and refuses all that follow. For any thread.
+    /// Ends the job that runs, and refuses all that follow until Resume. Both for any thread.
     void Interrupt();
+    void Resume();
 
 private:
     void Start();

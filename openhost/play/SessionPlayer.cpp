@@ -101,7 +101,7 @@ public:
         auto cad = std::make_unique<CadWorkspace>();
         cad_ = cad.get();
         cadBefore_ = CadServices::Install(std::move(cad));
-        const auto geometry = std::make_shared<GeometryProcess>();
+        const auto geometry = std::make_shared<GeometryPool>();
         solids_ = SolidKernel::Install(std::make_unique<ProcessSolidKernel>(geometry));
         lightFiles_ = LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(geometry));
         if (desktop && desktop->HasDisplay()) {

@@ -1,6 +1,6 @@
 #include "openhost/play/SessionReport.h"
 
-#include "openhost/documents/CadDocument.h"
+#include "openhost/cad/MeasureSolids.h"
 #include "openhost/documents/ShowDocument.h"
 #include "openhost/files/TemporaryFolder.h"
 #include "openhost/play/EventTexts.h"
@@ -29,7 +29,7 @@ std::string Describe(const std::filesystem::path& document)
         return "The file is not there.";
     try {
         std::ostringstream text;
-        ShowDocument(document, text);
+        ShowDocument(document, MeasureSolids, text);
         return text.str();
     } catch (const CompoundFileError& failure) {
         return failure.what();

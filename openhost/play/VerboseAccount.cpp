@@ -1,5 +1,6 @@
 #include "openhost/play/VerboseAccount.h"
 
+#include "openhost/cad/MeasureSolids.h"
 #include "openhost/documents/CadDocument.h"
 #include "openhost/documents/ShowDocument.h"
 #include "openhost/files/Md5.h"
@@ -239,7 +240,7 @@ void VerboseAccount::TellTrees(const std::vector<std::filesystem::path>& files)
             continue;
         output_ << "\n";
         try {
-            ShowDocument(document, output_);
+            ShowDocument(document, MeasureSolids, output_);
         } catch (const CompoundFileError& error) {
             output_ << InOneLine(error.what()) << "\n";
         }

@@ -1,6 +1,7 @@
 // openhost: plays sessions, in a window too; shows, exports, draws and imports documents; turns light representations
 // into STL.
 
+#include "openhost/cad/MeasureSolids.h"
 #include "openhost/commandline/CommandLine.h"
 #include "openhost/conversion/ConvertDocument.h"
 #include "openhost/documents/ShowDocument.h"
@@ -459,9 +460,9 @@ int Run(int count, char** values)
     if (import.IsGiven())
         return openhost::ImportFile(importArguments, {.time = std::chrono::seconds(importSeconds)}, Warn);
     if (show.IsGiven() && files.other.empty())
-        openhost::ShowDocument(files.document, std::cout);
+        openhost::ShowDocument(files.document, openhost::MeasureSolids, std::cout);
     else if (show.IsGiven())
-        openhost::ShowDocuments(files.document, files.other, std::cout);
+        openhost::ShowDocuments(files.document, files.other, openhost::MeasureSolids, std::cout);
     else if (exported.IsGiven())
         openhost::DocumentConverter(limits).ExportStep(files.document, files.other, author.name, author.organization,
                                                        Warn);

@@ -81,7 +81,7 @@ TEST_F(DownloadJourney, TheGeometryOfEveryPartIsWhole)
         const GeometryFacts facts = MeasureShape(DecodeShape(*document.geometry));
         EXPECT_GE(facts.solids, 1U) << file;
         EXPECT_GT(facts.volume, 0) << file;
-        EXPECT_NEAR(facts.volume, document.geometry->facts.volume, 1e-6 * facts.volume) << file;
+        EXPECT_NEAR(facts.volume, document.geometry->facts->volume, 1e-6 * facts.volume) << file;
     }
     EXPECT_GE(parts, 4);
 }

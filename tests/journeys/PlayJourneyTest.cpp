@@ -374,7 +374,8 @@ TEST_F(PlayJourney, TheExampleChangesAProductAndSavesIt)
     double volume = 0;
     for (std::size_t i = 0; i < saved.children.size(); ++i) {
         SCOPED_TRACE(names[i]);
-        const GeometryFacts facts = ReadDocument(Parts() / saved.links[saved.children[i].link]).geometry.value().facts;
+        const GeometryFacts facts =
+            ReadDocument(Parts() / saved.links[saved.children[i].link]).geometry.value().facts.value();
         solids += facts.solids;
         volume += facts.volume;
         const StepInstance& instance = read.Find(names[i]);

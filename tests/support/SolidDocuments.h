@@ -72,7 +72,7 @@ public:
         BinTools::Write(compound, boundary);
         CadDocument document;
         document.partNumber = "DAMAGED";
-        document.geometry = DocumentGeometry{{1, 7, 1, 1, {{0, 0, 0}, {1, 1, 1}}}, boundary.str()};
+        document.geometry = DocumentGeometry{GeometryFacts{1, 7, 1, 1, {{0, 0, 0}, {1, 1, 1}}}, boundary.str()};
         WriteDocument(document, PlaceOf(fileName));
     }
 

@@ -43,7 +43,7 @@ const Item& FindItem(const std::string& id)
 
 const openhost::GeometryFacts& FactsOf(const std::string& id)
 {
-    return Whole().documents.at(FindItem(id).root).geometry->facts;
+    return *Whole().documents.at(FindItem(id).root).geometry->facts;
 }
 
 int LevelsBelow(const std::string& name)
@@ -110,7 +110,7 @@ TEST(CatalogueItems, EveryPartReadsBackAsAValidShapeOfItsFacts)
         const TopoDS_Shape shape = openhost::DecodeShape(*read.geometry);
         EXPECT_TRUE(BRepCheck_Analyzer(shape).IsValid()) << name;
         const openhost::GeometryFacts facts = openhost::MeasureShape(shape);
-        EXPECT_NEAR(facts.volume, document.geometry->facts.volume, 1e-6 * facts.volume) << name;
+        EXPECT_NEAR(facts.volume, document.geometry->facts->volume, 1e-6 * facts.volume) << name;
         EXPECT_EQ(facts.solids, name == "ISO15_6204.ZALPart" ? 10U : 1U) << name;
     }
 }
@@ -252,7 +252,7 @@ TEST(CatalogueAssemblies, BoltHeadsOfTheUnitStandOnTheirWashersAboveTheBase)
 TEST(CatalogueAssemblies, FrameFillsItsBoxAndEveryPartStandsInIt)
 {
     for (const auto& [name, placement] : PartsOf("FRAME_480x480x400.ZALProduct")) {
-        const openhost::GeometryFacts& facts = Whole().documents.at(name).geometry->facts;
+        const openhost::GeometryFacts& facts = *Whole().documents.at(name).geometry->facts;
         for (const auto& corner : {facts.box.lowest, facts.box.highest}) {
             const auto at = openhost::PlacePoint(placement, corner);
             for (std::size_t axis = 0; axis < 3; ++axis) {

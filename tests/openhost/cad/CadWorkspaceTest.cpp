@@ -689,7 +689,7 @@ TEST_F(CadWorkspaceTest, ATreeThatUnfoldsWithoutEndIsNotShown)
         const std::string prefix = geometry ? "G" : "E";
         CadDocument leaf;
         if (geometry)
-            leaf.geometry = DocumentGeometry{{1, 6, 1, 6, {}}, "geometry"};
+            leaf.geometry = DocumentGeometry{GeometryFacts{1, 6, 1, 6, {}}, "geometry"};
         WriteDocument(leaf, File(prefix + "0.ZALPart"));
         EXPECT_THAT(ShownBy(Workspace().Open(File(DoublingChain(prefix, 60, "a", "b"))).Root()), IsEmpty());
         EXPECT_EQ(ShownBy(Workspace().Open(File(prefix + "9.ZALProduct")).Root()).size(), geometry ? 512U : 0U);

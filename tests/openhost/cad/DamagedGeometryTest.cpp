@@ -36,10 +36,11 @@ TEST(DamagedGeometry, EndsEachJobInItsTimeWithAReadableReason)
     int refused = 0;
     for (int turn = 0; turn < 100; ++turn) {
         const std::string damaged = Damage(boundary, random);
-        const GeometryJob jobs[] = {GeometryJob::Copy, GeometryJob::Measure, GeometryJob::Tessellate};
+        const GeometryJob jobs[] = {GeometryJob::Copy, GeometryJob::Check, GeometryJob::Measure,
+                                    GeometryJob::Tessellate};
         const auto begin = std::chrono::steady_clock::now();
         try {
-            process.Run(jobs[turn % 3], damaged);
+            process.Run(jobs[turn % 4], damaged);
         } catch (const GeometryJobError& error) {
             ++refused;
             const std::string reason = error.what();

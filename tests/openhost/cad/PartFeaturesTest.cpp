@@ -2,6 +2,7 @@
 
 #include "host/parameters.h"
 #include "host/part_features.h"
+#include "openhost/cad/MeasureSolids.h"
 #include "openhost/cad/ProcessSolidKernel.h"
 #include "openhost/geometry/ShapeGeometry.h"
 #include "tests/openhost/cad/WorkspaceFixture.h"
@@ -39,14 +40,19 @@ DocumentGeometry OpenBox()
     TopoDS_Solid solid;
     builder.MakeSolid(solid);
     builder.Add(solid, shell);
-    return {{1, 5, 1, 1, {{0, 0, 0}, {10, 10, 10}}}, EncodeBoundary(solid)};
+    return {{}, EncodeBoundary(solid)};
+}
+
+GeometryFacts Measured(const std::optional<DocumentGeometry>& geometry)
+{
+    return MeasureSolids(geometry.value());
 }
 
 class Features : public WorkspaceFixture {
 protected:
     Features()
     {
-        SolidKernel::Install(std::make_unique<ProcessSolidKernel>(std::make_shared<GeometryProcess>()));
+        SolidKernel::Install(std::make_unique<ProcessSolidKernel>(std::make_shared<GeometryPool>()));
         CadDocument source;
         source.partNumber = "BOLT";
         source.geometry = EncodeShape(BRepPrimAPI_MakeCylinder(5, 20).Shape());
@@ -264,14 +270,14 @@ TEST_F(Features, APasteFillsAnEmptyToolWithARealCopy)
     const CadDocument result = ReadDocument(File("Result.ZALPart"));
     ASSERT_TRUE(result.geometry);
     const GeometryFacts measured = MeasureShape(DecodeShape(*result.geometry));
-    EXPECT_EQ(result.geometry->facts, measured);
-    EXPECT_NEAR(measured.volume, before.geometry->facts.volume, 1e-9 * measured.volume);
+    EXPECT_EQ(std::nullopt, result.geometry->facts) << "nobody has measured the copy";
+    EXPECT_NEAR(measured.volume, before.geometry->facts->volume, 1e-9 * measured.volume);
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        EXPECT_NEAR(measured.box.lowest[axis], before.geometry->facts.box.lowest[axis], 1e-9);
-        EXPECT_NEAR(measured.box.highest[axis], before.geometry->facts.box.highest[axis], 1e-9);
+        EXPECT_NEAR(measured.box.lowest[axis], before.geometry->facts->box.lowest[axis], 1e-9);
+        EXPECT_NEAR(measured.box.highest[axis], before.geometry->facts->box.highest[axis], 1e-9);
     }
     EXPECT_EQ(1U, measured.solids);
-    EXPECT_EQ(measured.faces, before.geometry->facts.faces);
+    EXPECT_EQ(measured.faces, before.geometry->facts->faces);
     CadDocument rest = result;
     rest.geometry.reset();
     EXPECT_EQ(rest, ReadDocument(File("Template.ZALPart"))) << "everything else is the template's";
@@ -290,8 +296,8 @@ TEST_F(CopiedFeatures, WhatWasPastedCanBeCopiedAgain)
     EXPECT_EQ(S_OK, ZALDocumentServices::SaveAsNew(second, Path("Second.ZALPart"), 0));
     Close(Target);
     Close(second);
-    EXPECT_EQ(ReadDocument(File("Second.ZALPart")).geometry->facts,
-              ReadDocument(File("First.ZALPart")).geometry->facts);
+    EXPECT_EQ(Measured(ReadDocument(File("Second.ZALPart")).geometry),
+              Measured(ReadDocument(File("First.ZALPart")).geometry));
     EXPECT_EQ("template", ReadDocument(File("First.ZALPart")).identity);
     EXPECT_NE(ReadDocument(File("Second.ZALPart")).identity, "template");
 }
@@ -307,7 +313,7 @@ TEST_F(CopiedFeatures, EachToolReadsFromTheFileOnceItIsSaved)
     EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(second, Path("Second.ZALPart"), "", 1));
     Close(Target);
     Close(second);
-    EXPECT_NEAR(ReadDocument(File("Second.ZALPart")).geometry->facts.volume, 6, 1e-9) << "the washer";
+    EXPECT_NEAR(Measured(ReadDocument(File("Second.ZALPart")).geometry).volume, 6, 1e-9) << "the washer";
     EXPECT_EQ(ReadDocument(File("Again.ZALPart")), ReadDocument(File("First.ZALPart")));
 }
 
@@ -323,7 +329,7 @@ TEST_F(CopiedFeatures, APasteBelowAPartMakesNewTools)
     std::vector<std::string> names;
     for (const PartTool& tool : result.features.otherTools) {
         names.push_back(tool.name);
-        EXPECT_NEAR(tool.geometry->facts.volume, names.size() % 2 == 1 ? 500 * 3.14159265358979 : 6, 1e-6);
+        EXPECT_NEAR(Measured(tool.geometry).volume, names.size() % 2 == 1 ? 500 * 3.14159265358979 : 6, 1e-6);
     }
     EXPECT_THAT(names, ElementsAre("PartBody", "Washer", "PartBody.2", "Washer.2", "PartBody.3", "Washer.3"));
     EXPECT_FALSE(result.geometry) << "the main tool stays empty";
@@ -422,22 +428,151 @@ TEST_F(Features, APasteOnWhichTheKernelCrashesLeavesTheNextOne)
 }
 
 // ---------------------------------------------------------------------------------------------
-// Updates, working feature, cameras
+// What is asked of copies
 
-TEST_F(Features, AnUpdateMeasuresAnew)
+TEST_F(Features, AnUpdateChangesNothing)
 {
-    WriteSource([](CadDocument& source) {
-        source.geometry->facts.volume = 1;
-        source.features.otherTools[0].geometry->facts.faces = 99;
-    });
     ZALDocument* source = Open("Source.ZALPart");
     std::string text;
     EXPECT_EQ(S_OK, Update(ZALBaseUnknown_var(Part(source)), text)) << text;
-    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(source, Path("Updated.ZALPart"), "", 1));
-    Close(source);
-    EXPECT_NEAR(ReadDocument(File("Updated.ZALPart")).geometry->facts.volume, 500 * 3.14159265358979, 1e-6);
-    EXPECT_EQ(6U, ReadDocument(File("Updated.ZALPart")).features.otherTools[0].geometry->facts.faces);
+    EXPECT_FALSE(Workspace().Find(File("Source.ZALPart"))->IsDirty());
+    EXPECT_THAT(Told("action"), ElementsAre("opened"));
 }
+
+TEST_F(CopiedFeatures, FactsOfADocumentFromOutsideAreNotThoseOfACopy)
+{
+    WriteSource([](CadDocument& source) { source.geometry->facts->volume = 1; });
+    Copy(Source, Only(Result(Part(Source)->GetMainTool())), Target, Part(Target)->GetMainTool());
+    EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(Target, Path("Result.ZALPart"), "", 1));
+    EXPECT_EQ(std::nullopt, ReadDocument(File("Result.ZALPart")).geometry->facts);
+    EXPECT_NEAR(Measured(ReadDocument(File("Result.ZALPart")).geometry).volume, 500 * 3.14159265358979, 1e-6);
+}
+
+/// What is told of a copy of `geometry`, and of the update after it.
+class FaultyCopies : public Features {
+protected:
+    void CopyAndUpdate(const DocumentGeometry& geometry, int copies, const std::string& told)
+    {
+        WriteSource([&](CadDocument& source) { source.geometry = geometry; });
+        ZALDocument* source = Open("Source.ZALPart");
+        ZALDocument* target = Open("Template.ZALPart");
+        EXPECT_EQ(copies,
+                  Copy(source, Only(Result(Part(source)->GetMainTool())), target, Part(target)->GetMainTool()).Size());
+        for (int time = 0; time < 2; ++time) {
+            std::string text;
+            EXPECT_EQ(E_FAIL, Update(ZALBaseUnknown_var(Part(target)), text));
+            EXPECT_EQ(told, text);
+        }
+        EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(target, Path("Result.ZALPart"), "", 1));
+        EXPECT_TRUE(ReadDocument(File("Result.ZALPart")).geometry);
+        std::string text;
+        EXPECT_EQ(E_FAIL, Update(ZALBaseUnknown_var(Part(target)), text));
+        EXPECT_EQ(told, text) << "as it stands in the file";
+    }
+};
+
+TEST_F(FaultyCopies, WhatIsNoSolidIsPastedAndEndsTheUpdate)
+{
+    CopyAndUpdate(OpenBox(), 1, "TEMPLATE: the update has failed: the shape is not valid");
+}
+
+TEST_F(FaultyCopies, WhatTheKernelCrashesOnWhenItChecksIsPastedAndEndsTheUpdate)
+{
+    CopyAndUpdate(CrashesChecking(), 1, "TEMPLATE: the update has failed: the solid kernel has crashed");
+}
+
+// ---------------------------------------------------------------------------------------------
+// Copies ahead
+
+class ExpectedCopies : public Features {
+protected:
+    static std::string NameOf(int number) { return "part" + std::to_string(number) + ".ZALPart"; }
+    /// A product of ten parts, box after box, of which `change` may change some.
+    ZALDocument* OpenProductOfParts(const std::function<void(int number, CadDocument& part)>& change = {})
+    {
+        std::vector<Child> children;
+        for (int number = 1; number <= 10; ++number) {
+            CadDocument part;
+            part.partNumber = "P" + std::to_string(number);
+            part.geometry = EncodeShape(BRepPrimAPI_MakeBox(number, 1, 1).Shape());
+            if (change)
+                change(number, part);
+            WriteDocument(part, File(NameOf(number)));
+            children.push_back({"child" + std::to_string(number), NameOf(number)});
+        }
+        ProductOf("parts.ZALProduct", children);
+        return Open("parts.ZALProduct");
+    }
+    /// Copies a part of the product into a template, and gives the volume of the copy: 0 when there is none.
+    double CopyPart(int number)
+    {
+        ZALDocument* source = Open(NameOf(number).c_str());
+        ZALDocument* target = Open("Template.ZALPart");
+        Copy(source, Only(Result(Part(source)->GetMainTool())), target, Part(target)->GetMainTool());
+        const std::string name = "copy" + std::to_string(number) + ".ZALPart";
+        EXPECT_EQ(S_OK, ZALDocumentServices::SaveAs(target, Path(name), "", 1));
+        Close(source);
+        Close(target);
+        const std::optional<DocumentGeometry> geometry = ReadDocument(File(name)).geometry;
+        return geometry ? Measured(geometry).volume : 0;
+    }
+};
+
+TEST_F(ExpectedCopies, AreThoseOfTheirParts)
+{
+    OpenProductOfParts();
+    for (int number = 1; number <= 10; ++number)
+        EXPECT_NEAR(number, CopyPart(number), 1e-9);
+    for (const int number : {7, 3, 9})
+        EXPECT_TRUE(std::filesystem::remove(File("copy" + std::to_string(number) + ".ZALPart")));
+    for (const int number : {7, 3, 9})
+        EXPECT_NEAR(number, CopyPart(number), 1e-9) << "in any order";
+    EXPECT_THAT(Refusals(), IsEmpty());
+}
+
+TEST_F(ExpectedCopies, AreOfWhatTheFileHoldsWhenItIsCopied)
+{
+    OpenProductOfParts();
+    CopyPart(1);
+    CadDocument changed = ReadDocument(File(NameOf(2)));
+    changed.geometry = EncodeShape(BRepPrimAPI_MakeBox(50, 1, 1).Shape());
+    WriteDocument(changed, File(NameOf(2)));
+    EXPECT_NEAR(50, CopyPart(2), 1e-9);
+    std::filesystem::remove(File(NameOf(3)));
+    EXPECT_EQ(0, CopyPart(3));
+    EXPECT_NEAR(4, CopyPart(4), 1e-9);
+    EXPECT_THAT(Refusals(), ElementsAre(HasSubstr(NameOf(3))));
+}
+
+TEST_F(ExpectedCopies, FailInTheirTurn)
+{
+    OpenProductOfParts([](int number, CadDocument& part) {
+        if (number == 3)
+            part.geometry->boundary = "no boundary";
+        if (number == 4)
+            part.geometry = CrashesDecoding();
+    });
+    CopyPart(1);
+    CopyPart(2);
+    EXPECT_THAT(Refusals(), IsEmpty());
+    EXPECT_EQ(0, CopyPart(3));
+    EXPECT_EQ(1U, Refusals().size());
+    EXPECT_EQ(0, CopyPart(4));
+    EXPECT_THAT(Refusals(), ElementsAre(HasSubstr("PartBody"), HasSubstr("crashed")));
+    for (int number = 5; number <= 10; ++number)
+        EXPECT_NEAR(number, CopyPart(number), 1e-9);
+}
+
+TEST_F(ExpectedCopies, EndWithTheKernel)
+{
+    OpenProductOfParts([](int, CadDocument& part) { part.geometry = CrashesChecking(); });
+    CopyPart(1);
+    SolidKernel::Install(nullptr);
+    EXPECT_EQ(0, CopyPart(2));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Updates, working feature, cameras
 
 TEST_F(Features, WhatIsNoSolidEndsAnUpdateWithAnError)
 {

@@ -4,6 +4,7 @@
 
 #include "openhost/cad/ProductRep.h"
 #include "openhost/geometry/ShapeGeometry.h"
+#include "openhost/geometry/Tessellation.h"
 #include "openhost/lvr/LvrMesh.h"
 #include "tests/openhost/cad/WorkspaceFixture.h"
 #include "tests/support/HostileShapes.h"
@@ -11,6 +12,7 @@
 #include <gmock/gmock.h>
 
 #include <BRepPrimAPI_MakeBox.hxx>
+#include <BRepPrimAPI_MakeSphere.hxx>
 #include <TopoDS_Shape.hxx>
 #include <gp_Pnt.hxx>
 
@@ -28,7 +30,7 @@ class TessellatingLvrWriterTest : public WorkspaceFixture {
 protected:
     TessellatingLvrWriterTest()
     {
-        LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(std::make_shared<GeometryProcess>()));
+        LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(std::make_shared<GeometryPool>()));
         WriteBox("box.ZALPart", 10, 20, 5);
     }
     ~TessellatingLvrWriterTest() override { LvrWriter::Install(nullptr); }
@@ -84,6 +86,40 @@ TEST_F(TessellatingLvrWriterTest, AProductIsWrittenWithAllItsPartsInTheirPlaces)
     EXPECT_EQ((Box{{0, 0, 0}, {100, 20, 5}}), BoxOf(mesh));
 }
 
+TEST_F(TessellatingLvrWriterTest, ManyPartsStandInTheOrderOfTheTree)
+{
+    std::vector<Child> children;
+    LvrMesh expected;
+    for (int number = 1; number <= 12; ++number) {
+        const std::string name = "part" + std::to_string(number) + ".ZALPart";
+        // Large ones take longer than those after them.
+        WritePart(name, EncodeShape(number % 4 == 0 ? BRepPrimAPI_MakeSphere(number).Shape()
+                                                    : BRepPrimAPI_MakeBox(number, 1, 1).Shape()));
+        AddPlaced(expected, TessellateShape(DecodeShape(*ReadDocument(File(name)).geometry)), IdentityPlacement);
+        children.push_back({name, name});
+    }
+    WorkspaceProduct& product = *Workspace().Open(ProductOf("many.ZALProduct", children)).Root();
+    EXPECT_EQ(0, WriteLight(product));
+    EXPECT_EQ(expected, ReadLvr(Target()));
+    const std::string bytes = Read("shape.lvr");
+    EXPECT_EQ(0, WriteLight(product));
+    EXPECT_EQ(bytes, Read("shape.lvr"));
+}
+
+TEST_F(TessellatingLvrWriterTest, WhatIsLeftOutIsToldInTheOrderOfTheTree)
+{
+    std::vector<std::string> files;
+    std::vector<::testing::Matcher<std::string>> reasons;
+    for (int number = 0; number < 8; ++number) {
+        files.push_back("part" + std::to_string(number) + ".ZALPart");
+        reasons.push_back(HasSubstr(files.back()));
+        WritePart(files.back(), number % 2 == 0 ? CrashesDecoding() : DocumentGeometry{{}, "no boundary"});
+    }
+    EXPECT_EQ(0, WriteLight(OpenPair(files)));
+    ExpectPairOnly();
+    EXPECT_THAT(Reasons(), ::testing::ElementsAreArray(reasons));
+}
+
 TEST_F(TessellatingLvrWriterTest, AMissingChildIsLeftOut)
 {
     EXPECT_EQ(0, WriteLight(OpenPair({"gone.ZALPart"})));
@@ -107,7 +143,7 @@ TEST_F(TessellatingLvrWriterTest, GeometryIsReadWhenItIsAskedForAndLeftOutWhenIt
 
 TEST_F(TessellatingLvrWriterTest, DamagedGeometryIsLeftOut)
 {
-    WritePart("damaged.ZALPart", {{1, 6, 1, 6, {}}, "no boundary"});
+    WritePart("damaged.ZALPart", {{}, "no boundary"});
     EXPECT_EQ(0, WriteLight(OpenPair({"damaged.ZALPart"})));
     ExpectPairOnly();
     EXPECT_THAT(Reasons(), ElementsAre(HasSubstr("damaged.ZALPart")));
@@ -124,7 +160,7 @@ TEST_F(TessellatingLvrWriterTest, APartOnWhichTheKernelCrashesIsLeftOut)
 TEST_F(TessellatingLvrWriterTest, NoMoreThanOnePartWithoutEndIsWaitedFor)
 {
     LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(
-        std::make_shared<GeometryProcess>(FindProgramBeside("openhost-geometry"), GeometryJobLimits{.time = 500ms})));
+        std::make_shared<GeometryPool>(FindProgramBeside("openhost-geometry"), GeometryJobLimits{.time = 500ms})));
     WritePart("first.ZALPart", HangsTessellating());
     WritePart("second.ZALPart", HangsTessellating());
     EXPECT_NE(WriteLight(OpenPair({"first.ZALPart", "second.ZALPart"})), 0);

@@ -68,7 +68,7 @@ protected:
     {
         CadDocument document;
         document.partNumber = partNumber.empty() ? File(name).stem().string() : partNumber;
-        document.geometry = DocumentGeometry{{1, 6, 1, 6, {}}, "geometry of " + name};
+        document.geometry = DocumentGeometry{GeometryFacts{1, 6, 1, 6, {}}, "geometry of " + name};
         return Write(name, BuildDocument(document));
     }
     /// A product; each file stands once in its link table.

@@ -158,6 +158,30 @@ TEST(CadDocument, GeometryOfEachToolIsReadAlone)
     EXPECT_THROW(ReadToolGeometry(folder.Path() / "missing.ZALPart", 0), CompoundFileError);
 }
 
+TEST(CadDocument, GeometryThatNobodyHasMeasuredComesBackWithoutFacts)
+{
+    CadDocument part = SomePart();
+    part.geometry->facts.reset();
+    part.features.otherTools[0].geometry->facts.reset();
+    const CadDocument read = ParseDocument(BuildDocument(part), "part");
+    EXPECT_EQ(part, read);
+    EXPECT_NE(SomePart(), read);
+}
+
+TEST(CadDocument, MeasuredGeometryIsWrittenAsEarlierProgramsReadIt)
+{
+    const auto versionOf = [](const CadDocument& part) {
+        for (const auto& [name, bytes] : StreamsOf(part))
+            if (name == "Geometry")
+                return static_cast<int>(bytes.at(4));
+        return 0;
+    };
+    CadDocument part = SomePart();
+    EXPECT_EQ(1, versionOf(part));
+    part.geometry->facts.reset();
+    EXPECT_EQ(2, versionOf(part));
+}
+
 TEST(CadDocument, ColorsOfEachToolComeBack)
 {
     CadDocument part = SomePart();

@@ -18,11 +18,11 @@ CadDocument SomePart()
     part.cameras = {{"Side", {100, 0, 0}, {-1, 0, 0}, {0, 0, 1}, 50}, {"Iso", {1, 2, 3}, {-1, -1, -1}, {0, 0, 1}, 2.5}};
     part.links = {"Sketch.ZALPart"};
     DocumentGeometry geometry;
-    geometry.facts = {1, 14, 2773.2, 1500.5, {{-7.5, -6.5, -5.3}, {7.5, 6.5, 40}}};
+    geometry.facts = GeometryFacts{1, 14, 2773.2, 1500.5, {{-7.5, -6.5, -5.3}, {7.5, 6.5, 40}}};
     geometry.boundary = std::string("boundary\0of\xFF bytes", 18);
     part.geometry = geometry;
     part.features.mainTool = "Bolt";
-    part.features.otherTools = {{"Thread", DocumentGeometry{{1, 3, 7, 8, {{}, {1, 1, 1}}}, "thread"}},
+    part.features.otherTools = {{"Thread", DocumentGeometry{GeometryFacts{1, 3, 7, 8, {{}, {1, 1, 1}}}, "thread"}},
                                 {"Sketches", {}}};
     part.features.workingTool = 1;
     part.features.axisSystems = {{"Head", {0, -1, 0, 10, 1, 0, 0, 20, 0, 0, 1, 30.25}}};

@@ -45,25 +45,28 @@ protected:
         document.nomenclature = "A bolt";
         document.parameters = {
             {"Material", "Steel"}, {"Length of the shank", ParameterLength{12.5, "mm"}}, {"Note", ""}};
-        document.geometry = DocumentGeometry{{1, 6, 1000, 600, {{0, 0, 0}, {10, 20, 5}}}, "bytes"};
+        document.geometry = DocumentGeometry{GeometryFacts{1, 6, 1000, 600, {{0, 0, 0}, {10, 20, 5}}}, "bytes"};
         WriteDocument(document, folder_.Path() / (name + ".ZALPart"));
     }
 
     std::string Shown(const std::string& fileName) const
     {
         std::ostringstream output;
-        ShowDocument(folder_.Path() / fileName, output);
+        ShowDocument(folder_.Path() / fileName, measure_, output);
         return output.str();
     }
 
     std::string ShownBeside(const std::string& left, const std::string& right) const
     {
         std::ostringstream output;
-        ShowDocuments(folder_.Path() / left, folder_.Path() / right, output);
+        ShowDocuments(folder_.Path() / left, folder_.Path() / right, measure_, output);
         return output.str();
     }
 
     TemporaryFolder folder_;
+    MeasureGeometry measure_ = [](const DocumentGeometry&) -> GeometryFacts {
+        throw std::runtime_error("it has been measured");
+    };
 };
 
 } // namespace
@@ -86,13 +89,28 @@ TEST_F(Show, PartShowsPropertiesAndGeometry)
               Shown("Bolt.ZALPart"));
 }
 
+TEST_F(Show, GeometryThatNobodyHasMeasuredIsMeasured)
+{
+    CadDocument document;
+    document.geometry = DocumentGeometry{{}, "bytes"};
+    WriteDocument(document, folder_.Path() / "Copy.ZALPart");
+    measure_ = [](const DocumentGeometry& geometry) {
+        EXPECT_EQ("bytes", geometry.boundary);
+        return GeometryFacts{1, 6, 1000, 600, {{0, 0, 0}, {10, 20, 5}}};
+    };
+    EXPECT_NE(std::string::npos, Shown("Copy.ZALPart").find("  1 solid, 6 faces, volume 1000.0 mm³, area 600.0 mm²\n"));
+    measure_ = [](const DocumentGeometry&) -> GeometryFacts { throw std::runtime_error("the\nkernel has crashed"); };
+    EXPECT_NE(std::string::npos,
+              Shown("Copy.ZALPart").find("Geometry\n  cannot be measured: the kernel has crashed\nLinks\n"));
+}
+
 TEST_F(Show, TemplateShowsIdentityFeaturesAndCameras)
 {
     CadDocument document;
     document.partNumber = "T";
     document.identity = "5f1c";
     document.cameras = {{"Side", {100, 0, 2.5}, {-1, 0, 0}, {0, 0, 1}, 50}};
-    document.features.otherTools = {{"Rib", DocumentGeometry{{1, 6, 1, 6, {}}, "bytes"}}};
+    document.features.otherTools = {{"Rib", DocumentGeometry{GeometryFacts{1, 6, 1, 6, {}}, "bytes"}}};
     document.features.workingTool = 1;
     document.features.axisSystems = {{"Origin", {1, 0, 0, 1.5, 0, 1, 0, 0, 0, 0, 1, -2}}};
     WriteDocument(document, folder_.Path() / "T.ZALPart");
@@ -236,9 +254,9 @@ TEST_F(Show, OfTwoDocumentsBothMustBeSome)
     Part("Bolt");
     std::ofstream(folder_.Path() / "text.ZALPart") << "no document";
     std::ostringstream output;
-    EXPECT_THROW(ShowDocuments(folder_.Path() / "Bolt.ZALPart", folder_.Path() / "text.ZALPart", output),
+    EXPECT_THROW(ShowDocuments(folder_.Path() / "Bolt.ZALPart", folder_.Path() / "text.ZALPart", measure_, output),
                  CompoundFileError);
-    EXPECT_THROW(ShowDocuments(folder_.Path() / "missing.ZALPart", folder_.Path() / "Bolt.ZALPart", output),
+    EXPECT_THROW(ShowDocuments(folder_.Path() / "missing.ZALPart", folder_.Path() / "Bolt.ZALPart", measure_, output),
                  CompoundFileError);
     EXPECT_EQ("", output.str());
 }

@@ -24,8 +24,8 @@ struct Comparison {
     double Compare(const std::string& name, const std::string& path, const Placement& placement)
     {
         const CadDocument& document = documents.at(name);
-        double volume = document.geometry ? document.geometry->facts.volume : 0;
-        solids += document.geometry ? document.geometry->facts.solids : 0;
+        double volume = document.geometry ? document.geometry->facts->volume : 0;
+        solids += document.geometry ? document.geometry->facts->solids : 0;
         for (const ChildInstance& child : document.children) {
             const std::string& link = document.links[child.link];
             const std::string childPath = path + (path.empty() ? "" : "/") + child.name;

@@ -300,7 +300,7 @@ TEST_F(StepExport, DamagedGeometryIsRefused)
 {
     CadDocument document;
     document.partNumber = "P";
-    document.geometry = DocumentGeometry{{1, 6, 1, 1, {{0, 0, 0}, {1, 1, 1}}}, "no shape"};
+    document.geometry = DocumentGeometry{GeometryFacts{1, 6, 1, 1, {{0, 0, 0}, {1, 1, 1}}}, "no shape"};
     WriteDocument(document, documents_.Path("p.ZALPart"));
     ExpectRefused<GeometryError>("p.ZALPart", "p.ZALPart: the geometry is damaged");
 }

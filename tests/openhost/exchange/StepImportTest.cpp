@@ -136,8 +136,8 @@ TEST_F(StepImport, EachProductIsADocumentOnceWithItsInstances)
         EXPECT_NEAR(QuarterTurn[i], pair.children[1].placement[i], 1e-12) << i;
     const CadDocument block = Read("BLOCK.ZALPart");
     ASSERT_TRUE(block.geometry);
-    EXPECT_EQ(1U, block.geometry->facts.solids);
-    EXPECT_NEAR(1000, block.geometry->facts.volume, 1e-6);
+    EXPECT_EQ(1U, block.geometry->facts->solids);
+    EXPECT_NEAR(1000, block.geometry->facts->volume, 1e-6);
     EXPECT_THAT(block.parameters, IsEmpty());
     EXPECT_THAT(warnings_, IsEmpty());
 }
@@ -178,7 +178,7 @@ TEST_F(StepImport, LengthsBecomeMillimetres)
     std::string metres = step;
     Replace(metres, "SI_UNIT(.MILLI.,.METRE.)", "SI_UNIT($,.METRE.)");
     Import(metres);
-    EXPECT_NEAR(1e12, Read("BLOCK.ZALPart").geometry->facts.volume, 1);
+    EXPECT_NEAR(1e12, Read("BLOCK.ZALPart").geometry->facts->volume, 1);
     EXPECT_NEAR(1500, Read("PAIR.ZALProduct").children[0].placement[3], 1e-9);
 
     std::string inches = step;
@@ -189,7 +189,7 @@ TEST_F(StepImport, LengthsBecomeMillimetres)
             "#90002=DIMENSIONAL_EXPONENTS(1.,0.,0.,0.,0.,0.,0.);\n"
             "#90003=( LENGTH_UNIT() NAMED_UNIT(*) SI_UNIT(.MILLI.,.METRE.) );\nENDSEC;\nEND-ISO");
     Import(inches);
-    EXPECT_NEAR(1000 * 25.4 * 25.4 * 25.4, Read("BLOCK.ZALPart").geometry->facts.volume, 1e-3);
+    EXPECT_NEAR(1000 * 25.4 * 25.4 * 25.4, Read("BLOCK.ZALPart").geometry->facts->volume, 1e-3);
     EXPECT_NEAR(1.5 * 25.4, Read("PAIR.ZALProduct").children[0].placement[3], 1e-9);
 }
 
@@ -203,7 +203,7 @@ TEST_F(StepImport, EachOfTheProtocolsIsRead)
                                   "FILE_SCHEMA(('" + std::string(schema) + "'"));
         EXPECT_THAT(Names(), UnorderedElementsAre("PAIR.ZALProduct", "BLOCK.ZALPart", "PLATE.ZALPart")) << schema;
         EXPECT_THAT(warnings_, IsEmpty()) << schema;
-        EXPECT_NEAR(1000, Read("BLOCK.ZALPart").geometry->facts.volume, 1e-6) << schema;
+        EXPECT_NEAR(1000, Read("BLOCK.ZALPart").geometry->facts->volume, 1e-6) << schema;
     }
 }
 
@@ -288,10 +288,10 @@ TEST_F(StepImport, SolidsSheetsAndCurvesOfAPartAreKept)
     double highest = 0;
     for (const std::string& name : Names())
         if (const std::optional<DocumentGeometry> geometry = Read(name).geometry) {
-            solids += geometry->facts.solids;
-            faces += geometry->facts.faces;
-            volume += geometry->facts.volume;
-            highest = std::max(highest, geometry->facts.box.highest[2]);
+            solids += geometry->facts->solids;
+            faces += geometry->facts->faces;
+            volume += geometry->facts->volume;
+            highest = std::max(highest, geometry->facts->box.highest[2]);
         }
     EXPECT_EQ(2U, solids);
     EXPECT_EQ(13U, faces);
@@ -461,7 +461,7 @@ TEST_F(StepImport, ShapesInPlacesOfTheirOwnAreThoseOfTheirPart)
     EXPECT_EQ("AS1_PE_ASM.ZALProduct", Import());
     EXPECT_EQ(9U, Names().size());
     const CadDocument nut = Read("NUT.ZALPart");
-    EXPECT_EQ(1U, nut.geometry->facts.solids);
+    EXPECT_EQ(1U, nut.geometry->facts->solids);
     EXPECT_TRUE(nut.geometry->colors.whole);
 }
 

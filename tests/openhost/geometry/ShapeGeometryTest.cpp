@@ -26,7 +26,7 @@ TopoDS_Shape BlockShape()
 
 TEST(ShapeGeometry, FactsAreThoseOfTheShape)
 {
-    const GeometryFacts facts = EncodeShape(BlockShape()).facts;
+    const GeometryFacts facts = EncodeShape(BlockShape()).facts.value();
     EXPECT_EQ(1U, facts.solids);
     EXPECT_EQ(6U, facts.faces);
     EXPECT_NEAR(facts.volume, 1000, 1e-6);
@@ -39,7 +39,7 @@ TEST(ShapeGeometry, FactsAreThoseOfTheShape)
 
 TEST(ShapeGeometry, BoxOfARoundShapeTouchesIt)
 {
-    const GeometryFacts facts = EncodeShape(BRepPrimAPI_MakeCylinder(5, 7).Shape()).facts;
+    const GeometryFacts facts = EncodeShape(BRepPrimAPI_MakeCylinder(5, 7).Shape()).facts.value();
     EXPECT_NEAR(facts.volume, std::numbers::pi * 25 * 7, 1e-6);
     EXPECT_NEAR(facts.box.lowest[0], -5, 1e-6);
     EXPECT_NEAR(facts.box.highest[2], 7, 1e-6);

@@ -2,9 +2,8 @@
 
 #include "openhost/geometry_process/GeometryProcess.h"
 
-#include "openhost/files/TemporaryFolder.h"
 #include "tests/openhost/geometry_process/TestJobs.h"
-#include "tests/support/Places.h"
+#include "tests/openhost/geometry_process/TestProcesses.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,8 +28,6 @@ namespace {
 using ::testing::HasSubstr;
 using namespace std::chrono_literals;
 
-const std::filesystem::path Program = BuildDir() + "/bin/test_geometry_program";
-
 std::string Failure(GeometryProcess& process, GeometryJob job, std::string_view bytes = {})
 {
     try {
@@ -45,48 +42,6 @@ pid_t NumberOf(GeometryProcess& process)
 {
     return std::stoi(process.Run(jobs::Process, {}));
 }
-
-/// A descriptor of any process.
-int OpenProcess(pid_t process)
-{
-    return static_cast<int>(syscall(SYS_pidfd_open, process, 0));
-}
-
-/// Waits for the end of any process, also of one that has another father. One that does not end by itself is killed.
-bool Ends(int processDescriptor)
-{
-    pollfd entry{processDescriptor, POLLIN, 0};
-    const bool ended = poll(&entry, 1, 20'000) == 1;
-    if (!ended)
-        syscall(SYS_pidfd_send_signal, processDescriptor, SIGKILL, nullptr, 0);
-    return ended;
-}
-
-/// Where a job and a test wait for each other.
-class MeetingPlace {
-public:
-    MeetingPlace()
-    {
-        for (const std::filesystem::path& place : {There(), Back()})
-            if (mkfifo(place.c_str(), 0600) != 0)
-                throw std::runtime_error("no FIFO");
-    }
-    std::string Bytes() const { return There().string() + "\n" + Back().string(); }
-    /// Waits for the job. Gives its process.
-    pid_t Await() const
-    {
-        pid_t process = 0;
-        std::ifstream(There()) >> process;
-        return process;
-    }
-    /// Lets the job go on.
-    void Release() const { std::ofstream(Back()) << 'y'; }
-
-private:
-    std::filesystem::path There() const { return folder_.Path() / "there"; }
-    std::filesystem::path Back() const { return folder_.Path() / "back"; }
-    TemporaryFolder folder_;
-};
 
 } // namespace
 
