@@ -1,5 +1,6 @@
 // Extraction beside bsdtar and unzip, each a process of its own, in turns; from the second turn on beside the faster of
-// the two alone. Arguments: the number of entries, the bytes of each, the number of turns. Prints the time of each turn.
+// the two alone. Arguments: the number of entries, the bytes of each, the number of turns. Prints the time of each
+// turn.
 //
 // All that follows a download is run: the check for files that stand there, the extraction, the search for the root
 // product.
