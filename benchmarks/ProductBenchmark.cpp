@@ -6,7 +6,10 @@
 //              part can be reached; the peer cannot do so without decoding all geometry
 //   open_all   and the geometry of each part has been decoded
 //   save_all   every part and the product are written as new files
-//   save       the product has been changed; the peer's document is one file and written whole
+//   insert     one more instance of a part that is loaded
+//   save       the product has been changed by that; the peer's document is one file and written whole
+//
+// Then the bytes that an open instance has in memory beyond its object and name.
 
 #include "benchmarks/Assembly.h"
 #include "benchmarks/Measure.h"
@@ -18,7 +21,10 @@
 #include <BRepPrimAPI_MakeCylinder.hxx>
 #include <TopoDS_Shape.hxx>
 
+#include <malloc.h>
+
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -74,6 +80,18 @@ void DecodeAll(const openhost::LoadedDocument& product)
             openhost::ReadDocument(product.Children()[static_cast<std::size_t>(part)]->Reference()->Path());
         Require(!openhost::DecodeShape(*document.geometry).IsNull(), "a shape is missing");
     }
+}
+
+/// Bytes of memory of the open product `file`, for each of its instances, beyond the instance itself.
+double MemoryOfInstance(const std::filesystem::path& file)
+{
+    const std::size_t before = mallinfo2().uordblks;
+    openhost::CadWorkspace workspace;
+    const auto& children = workspace.Open(file).Children();
+    std::size_t itself = 0;
+    for (const auto& child : children)
+        itself += malloc_usable_size(child.get()) + child->Name().size();
+    return static_cast<double>(mallinfo2().uordblks - before - itself) / static_cast<double>(children.size());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -149,7 +167,8 @@ int main(int argc, char** argv)
                 workspace.SaveAs(copies);
             });
 
-            workspace.AddComponents(*opened.Root(), {target.Path() / "part0.ZALPart"});
+            times.Measure("insert",
+                          [&] { workspace.AddComponents(*opened.Root(), {target.Path() / "part0.ZALPart"}); });
             times.Measure("save", [&] { workspace.Save(opened); });
         }
         {
@@ -167,5 +186,6 @@ int main(int argc, char** argv)
             times.Forget();
     }
     times.Print();
+    std::printf("memory_instance %.1f B\n", MemoryOfInstance(product));
     return EXIT_SUCCESS;
 }
