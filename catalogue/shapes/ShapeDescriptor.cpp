@@ -16,9 +16,6 @@ using openhost::Dot;
 using openhost::ToVector;
 using openhost::Vector;
 
-/// Enough for the noise of two tessellations to be well below the difference of two sizes of a part;
-/// docs/shape-search.md has the figures.
-constexpr std::size_t Samples = 2048;
 /// Distances are counted up to this part of the mean distance; what is farther falls into the last bin.
 constexpr double MaximumDistance = 2.5;
 
@@ -58,10 +55,10 @@ Sample SampleAt(const openhost::LvrMesh& mesh, const openhost::LvrMesh::Triangle
     return sample;
 }
 
-/// Samples spread evenly over the area: one for each of `Samples` equal parts of it, in the order of the triangles;
+/// Samples spread evenly over the area: one for each of `count` equal parts of it, in the order of the triangles;
 /// where it lies in its triangle follows a sequence that leaves no gaps and no clusters (the additive recurrence over
 /// the plastic number).
-std::vector<Sample> SampleSurface(const openhost::LvrMesh& mesh)
+std::vector<Sample> SampleSurface(const openhost::LvrMesh& mesh, std::size_t count)
 {
     constexpr double plastic = 1.32471795724474602596;
     double area = 0;
@@ -78,11 +75,11 @@ std::vector<Sample> SampleSurface(const openhost::LvrMesh& mesh)
         throw ShapeError("the shape has no area");
 
     std::vector<Sample> samples;
-    samples.reserve(Samples);
+    samples.reserve(count);
     double passed = 0;
     std::size_t triangle = 0;
-    for (std::size_t index = 0; index < Samples; ++index) {
-        const double wanted = (static_cast<double>(index) + 0.5) / Samples * area;
+    for (std::size_t index = 0; index < count; ++index) {
+        const double wanted = (static_cast<double>(index) + 0.5) / static_cast<double>(count) * area;
         while (triangle + 1 < areas.size() && passed + areas[triangle] < wanted)
             passed += areas[triangle++];
         double whole = 0;
@@ -93,13 +90,19 @@ std::vector<Sample> SampleSurface(const openhost::LvrMesh& mesh)
     return samples;
 }
 
+double PairsOf(const std::vector<Sample>& samples)
+{
+    const auto count = static_cast<double>(samples.size());
+    return count * (count - 1) / 2;
+}
+
 double MeanDistance(const std::vector<Sample>& samples)
 {
     double sum = 0;
     for (std::size_t one = 0; one < samples.size(); ++one)
         for (std::size_t other = one + 1; other < samples.size(); ++other)
             sum += Length(Difference(samples[other].position, samples[one].position));
-    return 2 * sum / (Samples * (Samples - 1.0));
+    return sum / PairsOf(samples);
 }
 
 /// Where a number between two bins falls: the lower one, and the part that belongs to the upper one.
@@ -138,9 +141,9 @@ void Count(PairCounts& counts, const Place& distance, const Place& turn, const P
 
 } // namespace
 
-ShapeDescriptor DescribeShape(const openhost::LvrMesh& mesh)
+ShapeDescriptor DescribeShape(const openhost::LvrMesh& mesh, std::size_t points)
 {
-    const std::vector<Sample> samples = SampleSurface(mesh);
+    const std::vector<Sample> samples = SampleSurface(mesh, points);
     const double size = MeanDistance(samples);
     if (!(size >= MinimumShapeSize && size <= MaximumShapeSize))
         throw ShapeError("the shape is too small or too large to be compared");
@@ -161,8 +164,8 @@ ShapeDescriptor DescribeShape(const openhost::LvrMesh& mesh)
         }
 
     ShapeDescriptor descriptor;
-    std::ranges::transform(counts, descriptor.pairs.begin(), [](double count) {
-        constexpr double all = Samples * (Samples - 1.0) / 2;
+    const double all = PairsOf(samples);
+    std::ranges::transform(counts, descriptor.pairs.begin(), [all](double count) {
         return static_cast<std::uint8_t>(std::lround(255 * std::cbrt(std::min(1.0, count / all))));
     });
     descriptor.size = static_cast<float>(size);

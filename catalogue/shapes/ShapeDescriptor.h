@@ -37,10 +37,14 @@ struct ShapeDescriptor {
 inline constexpr double MinimumShapeSize = 1e-6;
 inline constexpr double MaximumShapeSize = 1e10;
 
+/// Points of a surface whose pairs describe a shape. Enough for the noise of two tessellations to be well below the
+/// difference of two sizes of a part; docs/shape-search.md has the figures.
+inline constexpr std::size_t ShapePoints = 2048;
+
 /// The descriptor of `mesh`, nearly the same for any sufficiently fine tessellation of a shape, whatever the order of
-/// its triangles. Equal meshes give equal descriptors. Throws ShapeError for a surface without area
-/// or without extent.
-ShapeDescriptor DescribeShape(const openhost::LvrMesh& mesh);
+/// its triangles. Equal meshes give equal descriptors. `points`, at least 2, must be the same for shapes that are
+/// compared; the time grows with its square. Throws ShapeError for a surface without area or without extent.
+ShapeDescriptor DescribeShape(const openhost::LvrMesh& mesh, std::size_t points = ShapePoints);
 
 /// How unlike two shapes are: 0 for equal descriptors, symmetric. Proportions count for more than size: two sizes of
 /// one thing are closer than two things of one size.

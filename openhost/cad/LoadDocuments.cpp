@@ -183,7 +183,7 @@ void CadWorkspace::ExpectCopies(LoadedDocument& document)
         }
     }
     if (!files.empty())
-        SolidKernel::Current().Expect(std::move(files));
+        SolidKernel::Current().Expect(files);
 }
 
 void CadWorkspace::UnloadUnused(LoadedDocument& document)

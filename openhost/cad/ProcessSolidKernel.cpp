@@ -45,7 +45,7 @@ SolidCopy ProcessSolidKernel::Copy(const DocumentGeometry& geometry)
     return copy;
 }
 
-void ProcessSolidKernel::Expect(std::vector<std::filesystem::path> files)
+void ProcessSolidKernel::Expect(const std::vector<std::filesystem::path>& files)
 {
     pool_->Drop(this);
     begun_.clear();

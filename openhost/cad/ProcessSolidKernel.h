@@ -17,7 +17,7 @@ public:
     ~ProcessSolidKernel() override { pool_->Drop(this); }
 
     SolidCopy Copy(const DocumentGeometry& geometry) override;
-    void Expect(std::vector<std::filesystem::path> files) override;
+    void Expect(const std::vector<std::filesystem::path>& files) override;
     void Check(const DocumentGeometry& geometry) override;
 
 private:

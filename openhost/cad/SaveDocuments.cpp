@@ -246,6 +246,7 @@ void CadWorkspace::Save(LoadedDocument& document)
 void CadWorkspace::Save(const std::vector<LoadedDocument*>& documents)
 {
     std::vector<DocumentCopy> copies;
+    copies.reserve(documents.size());
     for (LoadedDocument* document : documents)
         copies.push_back({document, document->path_});
     SaveAs(copies);

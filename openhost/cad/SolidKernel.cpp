@@ -17,7 +17,7 @@ private:
 
 SolidKernel::~SolidKernel() = default;
 
-void SolidKernel::Expect(std::vector<std::filesystem::path>) {}
+void SolidKernel::Expect(const std::vector<std::filesystem::path>&) {}
 
 std::unique_ptr<SolidKernel> SolidKernel::WithoutBackend()
 {

@@ -35,7 +35,7 @@ public:
     virtual SolidCopy Copy(const DocumentGeometry& geometry) = 0;
     /// The geometry of the main tools of the documents `files` may be copied next, in their order. A kernel may begin
     /// with that, and throws nothing.
-    virtual void Expect(std::vector<std::filesystem::path> files);
+    virtual void Expect(const std::vector<std::filesystem::path>& files);
     /// Refuses a shape that is not valid or has no solid.
     virtual void Check(const DocumentGeometry& geometry) = 0;
 };
