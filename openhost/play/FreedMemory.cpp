@@ -4,8 +4,9 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdint>
+#include <cstddef>
 #include <cstdlib>
+#include <memory>
 
 namespace openhost {
 
@@ -25,9 +26,11 @@ void PreferLargePages()
     void* const block = std::malloc(FirstGrowth);
     if (!block)
         return;
-    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const std::uintptr_t begin = (reinterpret_cast<std::uintptr_t>(block) + page - 1) / page * page;
-    madvise(reinterpret_cast<void*>(begin), FirstGrowth - page, MADV_HUGEPAGE); // a system without them refuses
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    void* begin = block;
+    std::size_t room = FirstGrowth;
+    if (std::align(page, FirstGrowth - page, begin, room))
+        madvise(begin, FirstGrowth - page, MADV_HUGEPAGE); // a system without them refuses
     std::free(block);
 }
 
