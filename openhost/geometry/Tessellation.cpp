@@ -128,8 +128,9 @@ LvrMesh TessellateShape(const TopoDS_Shape& shape, const TessellationTolerance& 
         if (box.IsVoid())
             throw GeometryError("the shape has no extent");
         BRepTools::Clean(shape);
+        // On one core: with several the kernel may wait for ever once memory has run out in one.
         const BRepMesh_IncrementalMesh kept(shape, tolerance.chord * std::sqrt(box.SquareExtent()), Standard_False,
-                                            tolerance.angle, Standard_True);
+                                            tolerance.angle);
         const FaceColors colorOf(shape, colors);
         for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next()) {
             AddFace(TopoDS::Face(face.Current()), mesh);
