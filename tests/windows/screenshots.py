@@ -34,7 +34,7 @@ class Screenshots(Journey):
         window.find("push button", "Yes")
         picture("question")
         window.click(window.find("push button", "Yes"))
-        window.find("heading", "Similar shapes")
+        window.find_in_page("heading", "Similar shapes")
         window.menu("Edit", "Options...")
         window.find("dialog", "Options")
         picture("options")

@@ -83,7 +83,7 @@ class Language(Journey):
         english = {item.name for item in window.all("menu item", hidden=True)}
         window.menu("View", "Language", "Deutsch")
         window.find("menu item", "Datei")
-        window.find("heading", "Alle Artikel")
+        window.find_in_page("heading", "Alle Artikel")
         window.find("frame", "Produktbaum")
         window.find("filler", "3D-Ansicht des Produkts")
         same = {"English", "Deutsch"} | {name for name in english if "/" in name or not name
@@ -97,7 +97,7 @@ class Language(Journey):
         window.gone("push button", "OK")
         window.menu("Ansicht", "Sprache", "English")
         window.find("menu item", "File")
-        window.find("heading", "All items")
+        window.find_in_page("heading", "All items")
         self.assertEqual(set(), english - {item.name for item in window.all("menu item", hidden=True)})
 
     def test_a_language_is_kept(self):

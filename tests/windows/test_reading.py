@@ -26,7 +26,7 @@ def contrast(pixels):
 class Reading(Journey):
 
     def check_names(self, window):
-        for control in window.all():
+        for control in (*window.all(), *window.all(inside=window.page())):
             if not control.has(State.SHOWING, State.FOCUSABLE) or control.role in ("panel", "table cell"):
                 continue
             self.assertIn(control.role, ROLES, control)

@@ -17,9 +17,9 @@ class Similar(Journey):
     def test_yes_shows_the_results_in_the_page(self):
         window = self.ask()
         window.click(window.find("push button", "Yes"))
-        window.find("heading", "Similar shapes")
+        window.find_in_page("heading", "Similar shapes")
         window.click_in_page("link", re.compile("^Bearing housing 47 "))
-        window.find("heading", "Bearing housing 47")
+        window.find_in_page("heading", "Bearing housing 47")
 
     def test_no_sends_nothing(self):
         window = self.ask()

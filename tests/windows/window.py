@@ -2,6 +2,7 @@
 
 import contextlib
 import faulthandler
+import functools
 import json
 import os
 import re
@@ -52,6 +53,7 @@ def until(condition, what, seconds=PATIENCE, alive=None):
     """What `condition` gives once it is true; fails with `what` when that does not come."""
     end = time.monotonic() + seconds
     while True:
+        begun = time.monotonic()
         with contextlib.suppress(GLib.Error):
             if found := condition():
                 return found
@@ -59,7 +61,8 @@ def until(condition, what, seconds=PATIENCE, alive=None):
             raise AssertionError(f"the program ended with {alive.returncode} before {what}")
         if time.monotonic() > end:
             raise AssertionError(f"not within {seconds} s: {what}")
-        time.sleep(POLL)
+        # Whatever is asked keeps the window from its work: for half of the time at most.
+        time.sleep(max(POLL, time.monotonic() - begun))
 
 
 def unpack(item, folder):
@@ -84,7 +87,7 @@ class Control:
     def name(self):
         return self.accessible.get_name() or ""
 
-    @property
+    @functools.cached_property
     def role(self):
         return self.accessible.get_role_name()
 
@@ -118,12 +121,13 @@ class Control:
                 yield Control(child)
 
     def below(self, hidden=False):
-        """Everything below it that shows, and all with `hidden`."""
+        """Everything below it that shows, and all with `hidden`; of a page within it nothing but the page itself."""
         for child in self.children():
             with contextlib.suppress(GLib.Error):
                 if hidden or child.is_showing or child.role in ("menu bar", "menu"):
                     yield child
-                    yield from child.below(hidden)
+                    if child.role != "document web":
+                        yield from child.below(hidden)
 
     def __repr__(self):
         return f"{self.role} \"{self.name}\""
@@ -214,16 +218,20 @@ class Window:
     def until(self, condition, what, seconds=PATIENCE):
         return until(condition, what, seconds, self.process)
 
-    def all(self, role=None, name=None, inside=None, hidden=False):
+    def each(self, role=None, name=None, inside=None, hidden=False):
+        """What fits, one after the other; what is in the page only with the page as `inside`."""
         def fits(control):
             return (role is None or control.role == role) and (
                 name is None or (name.search(control.name) if isinstance(name, re.Pattern) else control.name == name))
 
-        return [control for control in (inside or self.application).below(hidden) if fits(control)]
+        return (control for control in (inside or self.application).below(hidden) if fits(control))
+
+    def all(self, role=None, name=None, inside=None, hidden=False):
+        return list(self.each(role, name, inside, hidden))
 
     def find(self, role=None, name=None, inside=None, seconds=PATIENCE):
         def one():
-            return next((control for control in self.all(role, name, inside) if control.is_showing), None)
+            return next((control for control in self.each(role, name, inside) if control.is_showing), None)
 
         return self.until(one, f"{role or 'a control'} named {name!r} shows", seconds)
 
@@ -244,10 +252,14 @@ class Window:
     def page(self):
         return self.find("document web", re.compile("."))
 
+    def find_in_page(self, role, name):
+        """What the page has, to be seen or not, once it has come."""
+        return self.until(lambda: next(self.each(role, name, inside=self.page(), hidden=True), None),
+                          f"the page has a {role} named {name!r}")
+
     def page_link(self, title):
-        """The link of an item, once the page has come."""
-        return self.until(lambda: next(iter(self.all("link", re.compile(f"^{re.escape(title)} "), inside=self.page(),
-                                                     hidden=True)), None), f"the page has {title}")
+        """The link of an item."""
+        return self.find_in_page("link", re.compile(f"^{re.escape(title)} "))
 
     def choose(self, title, button):
         """Picks the item of that title in the page, and what to do with it."""
@@ -259,7 +271,7 @@ class Window:
         top, height = self.find("filler", "catalogue").box[1::2]
 
         def seen():
-            found = next(iter(self.all(role, name, inside=self.page(), hidden=True)), None)
+            found = next(self.each(role, name, inside=self.page(), hidden=True), None)
             if not found:
                 return None
             middle = found.box[1] + found.box[3] // 2
