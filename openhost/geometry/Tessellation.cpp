@@ -3,10 +3,10 @@
 #include "openhost/geometry/FaceColors.h"
 #include "openhost/geometry/KernelFailure.h"
 #include "openhost/geometry/KernelSpace.h"
+#include "openhost/geometry/MeshShape.h"
 #include "openhost/geometry/ShapeGeometry.h"
 
 #include <BRepBndLib.hxx>
-#include <BRepMesh_IncrementalMesh.hxx>
 #include <BRepTools.hxx>
 #include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
@@ -128,9 +128,7 @@ LvrMesh TessellateShape(const TopoDS_Shape& shape, const TessellationTolerance& 
         if (box.IsVoid())
             throw GeometryError("the shape has no extent");
         BRepTools::Clean(shape);
-        // On one core: with several the kernel may wait for ever once memory has run out in one.
-        const BRepMesh_IncrementalMesh kept(shape, tolerance.chord * std::sqrt(box.SquareExtent()), Standard_False,
-                                            tolerance.angle);
+        MeshShape(shape, tolerance.chord * std::sqrt(box.SquareExtent()), tolerance.angle);
         const FaceColors colorOf(shape, colors);
         for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next()) {
             AddFace(TopoDS::Face(face.Current()), mesh);

@@ -2,10 +2,10 @@
 
 #include "openhost/geometry/FaceColors.h"
 #include "openhost/geometry/KernelSpace.h"
+#include "openhost/geometry/MeshShape.h"
 
 #include <BRepAdaptor_Surface.hxx>
 #include <BRepBndLib.hxx>
-#include <BRepMesh_IncrementalMesh.hxx>
 #include <BRep_Tool.hxx>
 #include <Geom2d_Curve.hxx>
 #include <Poly_PolygonOnTriangulation.hxx>
@@ -142,7 +142,7 @@ std::optional<Color> ToColor(const std::optional<SurfaceColor>& color)
 
 PartMesh MeshPart(const TopoDS_Shape& shape, const PartColors& colors, double deflection)
 {
-    const BRepMesh_IncrementalMesh kept(shape, deflection, Standard_False, AngularDeflection, Standard_False);
+    MeshShape(shape, deflection, AngularDeflection);
 
     PartMesh mesh;
     const FaceColors colorOf(shape, colors);

@@ -1,6 +1,6 @@
 #include "openhost/picture/Rasterizer.h"
 
-#include "openhost/picture/OnAllCores.h"
+#include "openhost/geometry/OnAllCores.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,7 +2,7 @@
 
 #include "openhost/geometry/DocumentTree.h"
 #include "openhost/geometry/KernelFailure.h"
-#include "openhost/picture/OnAllCores.h"
+#include "openhost/geometry/OnAllCores.h"
 #include "openhost/picture/PartMesh.h"
 #include "openhost/picture/Rasterizer.h"
 

@@ -1,4 +1,4 @@
-#include "openhost/picture/OnAllCores.h"
+#include "openhost/geometry/OnAllCores.h"
 
 #include <gtest/gtest.h>
 

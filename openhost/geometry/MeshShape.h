@@ -1,0 +1,13 @@
+// Triangles on the faces of a shape.
+#pragma once
+
+class TopoDS_Shape;
+
+namespace openhost {
+
+/// Gives each face of `shape` triangles that keep within `deflection`, in millimetres, and `angle`, in radians. Faces
+/// that are without triangles afterwards could not be meshed. Bodies that share no edge are meshed on all cores; the
+/// triangles do not depend on how many there are. Throws Standard_Failure.
+void MeshShape(const TopoDS_Shape& shape, double deflection, double angle);
+
+} // namespace openhost
