@@ -1,6 +1,7 @@
 #include "openhost/conversion/ConversionRequest.h"
 
 #include <array>
+#include <new>
 #include <stdexcept>
 
 namespace openhost {
@@ -20,6 +21,17 @@ ConversionRequest ConversionRequest::Decode(std::string_view bytes)
         bytes.remove_prefix(end == std::string_view::npos ? bytes.size() : end + 1);
     }
     return {parts[0], parts[1], PictureSize::Parse(parts[2]), parts[3], parts[4]};
+}
+
+std::string AnswerRequest(std::string_view bytes,
+                          const std::function<std::string(const ConversionRequest& request)>& work)
+{
+    const ConversionRequest request = ConversionRequest::Decode(bytes);
+    try {
+        return work(request);
+    } catch (const std::bad_alloc&) {
+        throw std::runtime_error(request.document.string() + ": it takes too much memory");
+    }
 }
 
 } // namespace openhost

@@ -38,16 +38,22 @@ void Convert(GeometryProcess& process, GeometryJob job, const ConversionRequest&
 
 } // namespace
 
-DocumentConverter::DocumentConverter(const GeometryJobLimits& limits, std::filesystem::path program)
-    : process_(std::move(program), limits)
+DocumentConverter::DocumentConverter(const GeometryJobLimits& limits, ConversionPrograms programs)
+    : step_(std::move(programs.step), limits), pictures_(std::move(programs.pictures), limits)
 {
+}
+
+void DocumentConverter::Interrupt()
+{
+    step_.Interrupt();
+    pictures_.Interrupt();
 }
 
 void DocumentConverter::ExportStep(const std::filesystem::path& document, const std::filesystem::path& output,
                                    const std::string& author, const std::string& organization,
                                    const std::function<void(const std::string& line)>& warn)
 {
-    Convert(process_, GeometryJob::Export, {document, output, {}, author, organization}, warn);
+    Convert(step_, GeometryJob::Export, {document, output, {}, author, organization}, warn);
 }
 
 std::filesystem::path DocumentConverter::ImportStep(const std::filesystem::path& file,
@@ -57,7 +63,7 @@ std::filesystem::path DocumentConverter::ImportStep(const std::filesystem::path&
 {
     ImportedFiles files(folder);
     std::istringstream answer(
-        Run(process_, GeometryJob::Import, {file, files.Folder(), {}, {}, {}}, [&](const std::string& progress) {
+        Run(step_, GeometryJob::Import, {file, files.Folder(), {}, {}, {}}, [&](const std::string& progress) {
             int percent = 0;
             std::from_chars(progress.data(), progress.data() + progress.size(), percent);
             tell(percent);
@@ -72,7 +78,7 @@ std::filesystem::path DocumentConverter::ImportStep(const std::filesystem::path&
 void DocumentConverter::DrawPicture(const std::filesystem::path& document, const std::filesystem::path& output,
                                     PictureSize size, const std::function<void(const std::string& line)>& warn)
 {
-    Convert(process_, GeometryJob::Draw, {document, output, size, {}, {}}, warn);
+    Convert(pictures_, GeometryJob::Draw, {document, output, size, {}, {}}, warn);
 }
 
 } // namespace openhost

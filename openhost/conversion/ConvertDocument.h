@@ -1,4 +1,4 @@
-// Documents as STEP files and pictures, and STEP files as documents, made by a program of its own: it has the solid
+// Documents as STEP files and pictures, and STEP files as documents, made by programs of their own: they have the solid
 // kernel, which may crash on geometry from outside or never come to an end.
 #pragma once
 
@@ -12,13 +12,17 @@
 
 namespace openhost {
 
-/// Makes files of documents in a process of `program`.
+struct ConversionPrograms {
+    std::filesystem::path step = FindProgramBeside("openhost-conversion");
+    std::filesystem::path pictures = FindProgramBeside("openhost-picture");
+};
+
+/// Makes files of documents in processes of `programs`.
 /// Each takes a document, a file to write and a receiver of warnings, a line about each document that is missing and
 /// left out. Throws GeometryJobError, which says why nothing was written: the file is then as it was.
 class DocumentConverter {
 public:
-    explicit DocumentConverter(const GeometryJobLimits& limits = {},
-                               std::filesystem::path program = FindProgramBeside("openhost-conversion"));
+    explicit DocumentConverter(const GeometryJobLimits& limits = {}, ConversionPrograms programs = {});
 
     /// STEP (AP214, millimetres), in whose header `author` and `organization` stand.
     void ExportStep(const std::filesystem::path& document, const std::filesystem::path& output,
@@ -34,10 +38,11 @@ public:
                      const std::function<void(const std::string& line)>& warn);
 
     /// Ends what is being made, and refuses what follows. For any thread.
-    void Interrupt() { process_.Interrupt(); }
+    void Interrupt();
 
 private:
-    GeometryProcess process_;
+    GeometryProcess step_;
+    GeometryProcess pictures_;
 };
 
 } // namespace openhost

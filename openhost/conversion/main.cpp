@@ -1,4 +1,4 @@
-// openhost-conversion: makes STEP files and pictures of documents, and documents of STEP files. A host starts it and
+// openhost-conversion: makes STEP files of documents, and documents of STEP files. A host starts it and
 // hands it jobs over a socket.
 
 #include "openhost/conversion/ConversionRequest.h"
@@ -6,10 +6,8 @@
 #include "openhost/exchange/StepImport.h"
 #include "openhost/geometry_process/AnswerJobs.h"
 #include "openhost/geometry_process/GeometryJob.h"
-#include "openhost/picture/RenderDocument.h"
 
 #include <cstdlib>
-#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -23,9 +21,6 @@ std::string Convert(openhost::GeometryJob job, const openhost::ConversionRequest
     switch (job) {
     case openhost::GeometryJob::Export:
         openhost::ExportStep(request.document, request.output, {request.author, request.organization}, warn);
-        return warnings;
-    case openhost::GeometryJob::Draw:
-        openhost::DrawDocument(request.document, request.output, request.size, warn);
         return warnings;
     case openhost::GeometryJob::Import: {
         const std::string root = openhost::ImportStep(request.document, request.output, warn, [](int percent) {
@@ -43,12 +38,9 @@ std::string Convert(openhost::GeometryJob job, const openhost::ConversionRequest
 int main()
 {
     openhost::AnswerJobs([](char job, const std::string& bytes) {
-        const openhost::ConversionRequest request = openhost::ConversionRequest::Decode(bytes);
-        try {
+        return openhost::AnswerRequest(bytes, [job](const openhost::ConversionRequest& request) {
             return Convert(static_cast<openhost::GeometryJob>(job), request);
-        } catch (const std::bad_alloc&) {
-            throw std::runtime_error(request.document.string() + ": it takes too much memory");
-        }
+        });
     });
     return EXIT_SUCCESS;
 }

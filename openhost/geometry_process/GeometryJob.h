@@ -12,7 +12,8 @@ enum class GeometryJob : char {
     Tessellate = 't', ///< gives the shape as a light representation
     View = 'v',       ///< gives it so as well, as far as a view needs it
 
-    // openhost-conversion: each takes a ConversionRequest, writes what it makes and gives warnings, a line each.
+    // openhost-conversion, and openhost-picture for Draw: each takes a ConversionRequest, writes what it makes and
+    // gives warnings, a line each.
     Export = 'x', ///< writes STEP
     Draw = 'd',   ///< writes a picture
     Import = 'i', ///< reads STEP and writes documents; tells percents, and the name of the root before the warnings

@@ -181,6 +181,7 @@ TEST(Reference, HasEachProgramWithItsExitStatuses)
     const std::map<std::string, std::string> mains = {{"openhost", "openhost/play/main.cpp"},
                                                       {"openhost-geometry", "openhost/geometry/main.cpp"},
                                                       {"openhost-conversion", "openhost/conversion/main.cpp"},
+                                                      {"openhost-picture", "openhost/picture/main.cpp"},
                                                       {"velmart-catalogue", "catalogue/service/main.cpp"},
                                                       {"velmart-item-maker", "catalogue/sources/main.cpp"},
                                                       {"velmart-items", "catalogue/items/main.cpp"}};

@@ -15,9 +15,10 @@ using ::testing::HasSubstr;
 
 namespace {
 
-std::filesystem::path ProgramOfTests()
+ConversionPrograms ProgramOfTests()
 {
-    return BuildDir() + "/bin/test_geometry_program";
+    const std::filesystem::path program = BuildDir() + "/bin/test_geometry_program";
+    return {program, program};
 }
 
 TEST(ConvertDocument, WhatTakesTooLongIsGivenUpAndNamed)
@@ -71,7 +72,7 @@ TEST(ConvertDocument, AnImportThatTakesTooLongLeavesNothing)
 
 TEST(ConvertDocument, AProgramThatIsMissingIsAnError)
 {
-    DocumentConverter converter({}, "/none");
+    DocumentConverter converter({}, {"/none", "/none"});
     EXPECT_THROW(converter.ExportStep("a", "b", "", "", [](const std::string&) {}), GeometryJobError);
 }
 
