@@ -237,6 +237,18 @@ ssize_t Connection::write(const char* bytes, std::size_t size)
     return -1;
 }
 
+/// The library would take Brotli before gzip, and at its highest level: 0.1 s for a list of items, which gzip makes a
+/// third larger in a hundredth of that.
+void RefuseBrotli(httplib::Request& request)
+{
+    const auto [first, last] = request.headers.equal_range("Accept-Encoding");
+    const bool takesGzip =
+        std::any_of(first, last, [](const auto& header) { return header.second.find("gzip") != std::string::npos; });
+    request.headers.erase(first, last);
+    if (takesGzip)
+        request.headers.emplace("Accept-Encoding", "gzip");
+}
+
 } // namespace
 
 LimitedServer::LimitedServer(const ServiceLimits& limits) : limits_(limits)
@@ -276,7 +288,7 @@ bool LimitedServer::process_and_close_socket(socket_t socket)
         bool isClosed = false;
         bool isAnswered = false;
         try {
-            isAnswered = process_request(connection, left == 1 || hasBody, isClosed, nullptr);
+            isAnswered = process_request(connection, left == 1 || hasBody, isClosed, RefuseBrotli);
         } catch (const std::exception&) {
             // The memory for the request is missing, and so may be that for an answer.
         }

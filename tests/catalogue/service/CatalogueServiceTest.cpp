@@ -93,6 +93,22 @@ TEST_F(CatalogueServiceTest, APathOutsideTheFoldersOrToNoFileIsNotFound)
         EXPECT_EQ(404, GetCode(path)) << path;
 }
 
+TEST_F(CatalogueServiceTest, TextsAreCompressedByGzipAlone)
+{
+    const auto encodingFor = [&](const char* accepted) {
+        const httplib::Response reply = Fetch("/items", {{"Accept-Encoding", accepted}});
+        EXPECT_TRUE(Json::accept(reply.body)) << accepted;
+        return reply.get_header_value("Content-Encoding");
+    };
+    EXPECT_EQ("gzip", encodingFor("gzip, deflate, br"));
+    EXPECT_EQ("gzip", encodingFor("gzip"));
+    EXPECT_EQ("", encodingFor("br"));
+    EXPECT_EQ("", encodingFor("identity"));
+    EXPECT_EQ(
+        "gzip",
+        Get("/items", {{"Accept-Encoding", "br"}, {"Accept-Encoding", "gzip"}})->get_header_value("Content-Encoding"));
+}
+
 TEST_F(CatalogueServiceTest, ErrorsAreJsonWithTheirCode)
 {
     const httplib::Response reply = Fetch("/nothing");
