@@ -29,8 +29,7 @@ void AddBodies(const TopoDS_Shape& shape, std::vector<TopoDS_Shape>& bodies)
         AddBodies(child.Value(), bodies);
 }
 
-/// Puts together what must be meshed together, since the kernel keeps triangles and the points of edges in what bodies
-/// may share, at another place each.
+/// Puts together bodies that share a face or an edge, perhaps at another place each.
 class BodyGroups {
 public:
     explicit BodyGroups(const std::vector<TopoDS_Shape>& bodies) : groupOf_(bodies.size())
@@ -61,8 +60,9 @@ private:
     std::unordered_map<const TopoDS_TShape*, std::size_t> firstWith_;
 };
 
-/// `shape` in pieces of which none shares a face or an edge with another.
-std::vector<TopoDS_Shape> Divide(const TopoDS_Shape& shape)
+} // namespace
+
+std::vector<TopoDS_Shape> DivideShape(const TopoDS_Shape& shape)
 {
     std::vector<TopoDS_Shape> bodies;
     AddBodies(shape, bodies);
@@ -84,11 +84,9 @@ std::vector<TopoDS_Shape> Divide(const TopoDS_Shape& shape)
     return pieces;
 }
 
-} // namespace
-
 void MeshShape(const TopoDS_Shape& shape, double deflection, double angle)
 {
-    const std::vector<TopoDS_Shape> pieces = Divide(shape);
+    const std::vector<TopoDS_Shape> pieces = DivideShape(shape);
     OnAllCores(pieces.size(), [&](std::size_t piece) {
         // The kernel's own threads are left alone: they may wait for ever once memory has run out in one.
         const BRepMesh_IncrementalMesh kept(pieces[piece], deflection, Standard_False, angle);

@@ -72,8 +72,9 @@ std::vector<FaceMesh> Meshes(const TopoDS_Shape& shape)
 }
 
 /// Meshes a copy of `shape`, and another by the kernel as a whole.
-void ExpectMeshOfTheWhole(const TopoDS_Shape& shape)
+void ExpectMeshOfTheWhole(const TopoDS_Shape& shape, std::size_t pieces)
 {
+    EXPECT_EQ(pieces, DivideShape(shape).size());
     const TopoDS_Shape ours = BRepBuilderAPI_Copy(shape).Shape();
     const TopoDS_Shape whole = BRepBuilderAPI_Copy(shape).Shape();
     MeshShape(ours, Deflection, Angle);
@@ -92,13 +93,13 @@ TEST(MeshShape, BodiesApartHaveTheTrianglesOfTheWhole)
         bodies.push_back(Moved(number % 2 == 0 ? BRepPrimAPI_MakeSphere(number).Shape()
                                                : BRepPrimAPI_MakeCylinder(number, 2 * number).Shape(),
                                100 * number));
-    ExpectMeshOfTheWhole(Compound(bodies));
+    ExpectMeshOfTheWhole(Compound(bodies), 40);
 }
 
 TEST(MeshShape, BodiesWithinCompoundsHaveTheTrianglesOfTheWhole)
 {
     const TopoDS_Shape pair = Compound({BRepPrimAPI_MakeSphere(3).Shape(), BRepPrimAPI_MakeBox(1, 2, 3).Shape()});
-    ExpectMeshOfTheWhole(Compound({pair, Compound({}), Compound({Moved(pair, 20)}), Moved(pair, 40)}));
+    ExpectMeshOfTheWhole(Compound({pair, Compound({}), Compound({Moved(pair, 20)}), Moved(pair, 40)}), 2);
 }
 
 TEST(MeshShape, BodiesThatShareEdgesHaveTheTrianglesOfTheWhole)
@@ -107,7 +108,7 @@ TEST(MeshShape, BodiesThatShareEdgesHaveTheTrianglesOfTheWhole)
     for (TopExp_Explorer face(BRepPrimAPI_MakeCylinder(5, 10).Shape(), TopAbs_FACE); face.More(); face.Next())
         faces.push_back(face.Current());
     ASSERT_EQ(3U, faces.size());
-    ExpectMeshOfTheWhole(Compound(faces));
+    ExpectMeshOfTheWhole(Compound(faces), 1);
 }
 
 TEST(MeshShape, OneBodyAtManyPlacesHasTheTrianglesOfTheWhole)
@@ -116,7 +117,7 @@ TEST(MeshShape, OneBodyAtManyPlacesHasTheTrianglesOfTheWhole)
     std::vector<TopoDS_Shape> balls;
     for (int number = 0; number < 40; ++number)
         balls.push_back(Moved(ball, 20 * number));
-    ExpectMeshOfTheWhole(Compound(balls));
+    ExpectMeshOfTheWhole(Compound(balls), 1);
 }
 
 TEST(MeshShape, ANakedFaceLeavesTheOthersTheirTriangles)
