@@ -21,6 +21,7 @@
 #include <cstdlib>
 #include <memory>
 #include <random>
+#include <string>
 
 namespace {
 
@@ -40,20 +41,23 @@ void WriteShape(const char* part)
     LoadedDocument& document = workspace->Open(part);
     CadServices::Install(std::move(workspace));
     LvrWriter::Install(std::make_unique<TessellatingLvrWriter>(std::make_shared<GeometryPool>()));
-    const std::string light = folder.Path() / "shape.lvr";
-    const std::string stl = folder.Path() / "shape.stl";
 
     std::vector<double> ours;
     std::vector<double> inMemory;
     std::vector<double> theirs;
     for (int turn = 0; turn < Turns; ++turn) {
+        // New files, as those that are made to be sent.
+        const auto newFile = [&](const char* name) { return folder.Path() / (std::to_string(turn) + name); };
+        const std::string light = newFile("shape.lvr");
+        const std::string lightInMemory = newFile("memory.lvr");
+        const std::string stl = newFile("shape.stl");
         ours.push_back(Milliseconds([&] {
             Require(ZALWriteLvr(document.Root()->GiveRep(), light.c_str(), ZALLvrWholeDisplay, nullptr, 0,
                                 ZALLvrInOneFile) == 0,
                     "the light file cannot be written");
         }));
         const auto read = [part] { return DecodeShape(*ReadDocument(part).geometry); };
-        inMemory.push_back(Milliseconds([&] { WriteLvr(light, TessellateShape(read())); }));
+        inMemory.push_back(Milliseconds([&] { WriteLvr(lightInMemory, TessellateShape(read())); }));
         theirs.push_back(Milliseconds([&] {
             const TopoDS_Shape shape = read();
             const TessellationTolerance tolerance;

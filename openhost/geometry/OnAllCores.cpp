@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <exception>
+#include <semaphore>
 #include <thread>
 #include <vector>
 
@@ -12,6 +13,9 @@ namespace {
 
 /// Each takes some 100 MiB of the addresses that a geometry job may have.
 constexpr std::size_t MaximumThreads = 8;
+
+/// Those that all calls have beside the threads of their callers.
+std::counting_semaphore<> otherThreads(MaximumThreads - 1);
 
 } // namespace
 
@@ -28,14 +32,19 @@ void OnAllCores(std::size_t count, const std::function<void(std::size_t number)>
             }
     };
     {
-        const std::size_t threads = std::min<std::size_t>({count, std::thread::hardware_concurrency(), MaximumThreads});
+        const std::size_t threads = std::min<std::size_t>(count, std::thread::hardware_concurrency());
         std::vector<std::jthread> others;
-        try {
-            while (others.size() + 1 < threads)
-                others.emplace_back(takeNumbers);
-        } catch (const std::exception&) {
-            // The threads that there are do it all.
-        }
+        others.reserve(threads);
+        while (others.size() + 1 < threads && otherThreads.try_acquire())
+            try {
+                others.emplace_back([&] {
+                    takeNumbers();
+                    otherThreads.release();
+                });
+            } catch (const std::exception&) {
+                otherThreads.release();
+                break; // the threads that there are do it all
+            }
         takeNumbers();
     }
     for (const std::exception_ptr& failure : failures)

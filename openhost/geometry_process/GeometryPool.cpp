@@ -31,7 +31,9 @@ GeometryPool::~GeometryPool()
 
 std::size_t GeometryPool::MostWorkers()
 {
-    return std::clamp(std::thread::hardware_concurrency(), 1U, MaximumWorkers);
+    // Asking the system reads a file.
+    static const std::size_t workers = std::clamp(std::thread::hardware_concurrency(), 1U, MaximumWorkers);
+    return workers;
 }
 
 void GeometryPool::Drop(const void* owner)

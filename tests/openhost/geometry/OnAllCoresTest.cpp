@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <iterator>
+#include <latch>
 #include <mutex>
 #include <set>
 #include <stdexcept>
@@ -31,6 +35,37 @@ TEST(OnAllCores, NeverHasMoreThreadsThanCores)
     });
     EXPECT_GE(threads.size(), 1U);
     EXPECT_LE(threads.size(), std::min(8U, std::max(1U, std::thread::hardware_concurrency())));
+}
+
+std::ptrdiff_t ThreadsOfThisProcess()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+}
+
+/// Calls within calls: one number of each waits for the innermost of them, which counts the threads.
+void CallWithin(int depth, std::latch& innermost, std::ptrdiff_t& threads)
+{
+    if (depth == 0) {
+        threads = ThreadsOfThisProcess();
+        innermost.count_down();
+        return;
+    }
+    OnAllCores(2, [&](std::size_t number) {
+        if (number == 0)
+            CallWithin(depth - 1, innermost, threads);
+        else
+            innermost.wait();
+    });
+}
+
+TEST(OnAllCores, CallsWithinCallsShareAFewThreads)
+{
+    const std::ptrdiff_t before = ThreadsOfThisProcess();
+    std::latch innermost(1);
+    std::ptrdiff_t threads = 0;
+    CallWithin(20, innermost, threads);
+    EXPECT_GE(threads, before);
+    EXPECT_LE(threads, before + 7);
 }
 
 TEST(OnAllCores, FailureOfTheLowestNumberIsThrownWhenAllHaveEnded)
