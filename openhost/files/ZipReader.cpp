@@ -51,7 +51,7 @@ class ZipReader::Implementation {
 public:
     Implementation(const std::string& path, const ZipLimits& limits);
 
-    std::uint64_t Size(std::size_t entry) const;
+    std::uint64_t Size(std::size_t entry) const { return entry < count_ ? statuses_[entry].size : 0; }
     std::uint64_t TotalSize() const { return announced_; }
     void Start(std::size_t entry);
     Piece Next();
@@ -61,7 +61,17 @@ public:
     std::optional<std::size_t> Find(std::string_view name);
 
 private:
-    zip_stat_t Status(std::size_t entry) const;
+    /// What the directory says of an entry.
+    struct Status {
+        explicit Status(const zip_stat_t& told);
+
+        std::uint64_t size = 0;
+        std::uint64_t packedSize = 0;
+        std::uint32_t checksum = 0;
+        std::uint16_t method = 0;
+        const char* fault = nullptr; ///< why it cannot be unpacked
+    };
+
     void CheckBytes();
     std::size_t ReadPacked(char* bytes, std::size_t size);
     void Inflate();
@@ -71,6 +81,7 @@ private:
     ZipSource source_;
     std::unique_ptr<zip_t, CloseArchive> archive_;
     std::size_t count_ = 0;
+    std::vector<Status> statuses_; ///< kept, because libzip works out the local time of an entry each time it is asked
     std::unordered_map<std::string_view, std::size_t> entries_; ///< by name; empty until one is looked for
     std::uint64_t announced_ = 0;                               ///< bytes of all entries
     std::uint64_t total_ = 0;                                   ///< bytes of all entries that were read to their end
@@ -84,7 +95,7 @@ private:
 
     // The entry in hand.
     std::size_t entry_ = 0;
-    zip_stat_t status_{};
+    Status status_ = Status(zip_stat_t{});
     std::uint64_t begin_ = 0; ///< of its header, in the file
     std::uint64_t end_ = 0;   ///< of its packed data; 0 until that has been found
     std::unique_ptr<zip_file_t, CloseEntry> packed_;
@@ -126,32 +137,32 @@ ZipReader::Implementation::Implementation(const std::string& path, const ZipLimi
     count_ = static_cast<std::size_t>(zip_get_num_entries(archive_.get(), 0));
     if (count_ > limits_.entries)
         Fail("too many entries");
-    for (std::size_t entry = 0; entry < count_; ++entry)
-        if (const std::uint64_t size = Size(entry); size <= limits_.entrySize)
-            announced_ += size;
+    statuses_.reserve(count_);
+    for (std::size_t entry = 0; entry < count_; ++entry) {
+        zip_stat_t told{};
+        zip_stat_index(archive_.get(), entry, 0, &told);
+        statuses_.emplace_back(told);
+        if (Size(entry) <= limits_.entrySize)
+            announced_ += Size(entry);
+    }
     if (announced_ > limits_.totalSize)
         Fail("larger than all entries together may be");
     isal_inflate_init(&inflation_);
 }
 
-std::uint64_t ZipReader::Implementation::Size(std::size_t entry) const
+ZipReader::Implementation::Status::Status(const zip_stat_t& told)
+    : size((told.valid & ZIP_STAT_SIZE) != 0 ? told.size : 0), packedSize(told.comp_size), checksum(told.crc),
+      method(told.comp_method)
 {
-    zip_stat_t status;
-    const bool isKnown = zip_stat_index(archive_.get(), entry, 0, &status) == 0 && (status.valid & ZIP_STAT_SIZE) != 0;
-    return isKnown ? status.size : 0;
-}
-
-zip_stat_t ZipReader::Implementation::Status(std::size_t entry) const
-{
-    zip_stat_t status;
     constexpr zip_uint64_t wanted = ZIP_STAT_SIZE | ZIP_STAT_COMP_SIZE | ZIP_STAT_COMP_METHOD;
-    if (zip_stat_index(archive_.get(), entry, 0, &status) != 0 || (status.valid & wanted) != wanted)
-        Fail("damaged directory entry");
-    if ((status.valid & ZIP_STAT_ENCRYPTION_METHOD) != 0 && status.encryption_method != ZIP_EM_NONE)
-        Fail("encrypted");
-    if ((status.valid & ZIP_STAT_CRC) == 0)
-        Fail("no checksum");
-    return status;
+    if ((told.valid & wanted) != wanted)
+        fault = "damaged directory entry";
+    else if ((told.valid & ZIP_STAT_ENCRYPTION_METHOD) != 0 && told.encryption_method != ZIP_EM_NONE)
+        fault = "encrypted";
+    else if ((told.valid & ZIP_STAT_CRC) == 0)
+        fault = "no checksum";
+    else if (method != ZIP_CM_STORE && method != ZIP_CM_DEFLATE)
+        fault = "unknown compression method";
 }
 
 std::string_view ZipReader::Implementation::Name(std::size_t entry) const
@@ -179,9 +190,11 @@ std::optional<std::size_t> ZipReader::Implementation::Find(std::string_view name
 
 void ZipReader::Implementation::Start(std::size_t entry)
 {
-    status_ = Status(entry);
-    if (status_.comp_method != ZIP_CM_STORE && status_.comp_method != ZIP_CM_DEFLATE)
-        Fail("unknown compression method");
+    if (entry >= count_)
+        Fail("no such entry");
+    status_ = statuses_[entry];
+    if (status_.fault)
+        Fail(status_.fault);
 
     zip_uint8_t system = 0;
     zip_uint32_t attributes = 0;
@@ -214,7 +227,7 @@ void ZipReader::Implementation::Start(std::size_t entry)
 ZipReader::Piece ZipReader::Implementation::Next()
 {
     filled_ = 0;
-    if (status_.comp_method == ZIP_CM_DEFLATE)
+    if (status_.method == ZIP_CM_DEFLATE)
         Inflate();
     else
         Copy();
@@ -223,7 +236,7 @@ ZipReader::Piece ZipReader::Implementation::Next()
     checksum_ = crc32_gzip_refl(checksum_, Bytes(output_.data()), filled_);
     if (unpacked_ > status_.size || (isComplete_ && unpacked_ != status_.size))
         Fail("another size than announced");
-    if (isComplete_ && checksum_ != status_.crc)
+    if (isComplete_ && checksum_ != status_.checksum)
         Fail("wrong checksum");
     if (isComplete_) {
         total_ += unpacked_;
@@ -266,7 +279,7 @@ void ZipReader::Implementation::CheckBytes()
 {
     if (end_ != 0)
         return;
-    end_ = source_.LowestRead() + status_.comp_size;
+    end_ = source_.LowestRead() + status_.packedSize;
     const auto after = ranges_.lower_bound(end_);
     if (after != ranges_.begin() && std::prev(after)->second.end > begin_ && std::prev(after)->second.entry != entry_)
         Fail("its data is that of another entry, too");
