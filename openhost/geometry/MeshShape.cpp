@@ -3,14 +3,20 @@
 #include "openhost/geometry/OnAllCores.h"
 
 #include <BRepMesh_Context.hxx>
+#include <BRepMesh_DelabellaMeshAlgoFactory.hxx>
 #include <BRepMesh_IncrementalMesh.hxx>
 #include <BRepMesh_MeshAlgoFactory.hxx>
+#include <BRep_Tool.hxx>
+#include <GeomAbs_SurfaceType.hxx>
 #include <IMeshData_Face.hxx>
 #include <IMeshData_Model.hxx>
 #include <IMeshTools_MeshAlgo.hxx>
 #include <IMeshTools_ModelAlgo.hxx>
 #include <IMeshTools_Parameters.hxx>
+#include <Poly_Triangulation.hxx>
 #include <Standard_Failure.hxx>
+#include <TopLoc_Location.hxx>
+#include <TopoDS_Face.hxx>
 #include <TopoDS_Shape.hxx>
 
 namespace openhost {
@@ -26,29 +32,40 @@ protected:
     {
         OnAllCores(static_cast<std::size_t>(model->FacesNb()), [&](std::size_t number) {
             const IMeshData::IFaceHandle& face = model->GetFace(static_cast<int>(number));
-            if (!face->IsSet(IMeshData_Failure) && !face->IsSet(IMeshData_Reused))
-                MeshFace(face, parameters);
+            if (face->IsSet(IMeshData_Failure) || face->IsSet(IMeshData_Reused))
+                return;
+            const bool isMeshed = (IsForDelabella(*face) && MeshFace(face, delabella_, parameters)) ||
+                                  MeshFace(face, watson_, parameters);
+            if (!isMeshed)
+                face->SetStatus(IMeshData_Failure);
         });
         return Standard_True;
     }
 
 private:
-    void MeshFace(const IMeshData::IFaceHandle& face, const IMeshTools_Parameters& parameters) const
+    /// Delabella's algorithm takes half of the time of Watson's, and less, but its triangles on cones and spheres may
+    /// be further from the surface than they should be. On tori it is the other way round.
+    static bool IsForDelabella(const IMeshData_Face& face)
     {
-        try {
-            const Handle(IMeshTools_MeshAlgo) algorithm =
-                algorithms_->GetAlgo(face->GetSurface()->GetType(), parameters);
-            if (!algorithm.IsNull()) {
-                algorithm->Perform(face, parameters, Message_ProgressRange());
-                return;
-            }
-        } catch (const Standard_Failure&) {
-            // As told by its status.
-        }
-        face->SetStatus(IMeshData_Failure);
+        const GeomAbs_SurfaceType surface = face.GetSurface()->GetType();
+        return surface != GeomAbs_Cone && surface != GeomAbs_Sphere;
     }
 
-    Handle(IMeshTools_MeshAlgoFactory) algorithms_ = new BRepMesh_MeshAlgoFactory;
+    static bool MeshFace(const IMeshData::IFaceHandle& face, const Handle(IMeshTools_MeshAlgoFactory) & algorithms,
+                         const IMeshTools_Parameters& parameters)
+    try {
+        const Handle(IMeshTools_MeshAlgo) algorithm = algorithms->GetAlgo(face->GetSurface()->GetType(), parameters);
+        if (algorithm.IsNull())
+            return false;
+        algorithm->Perform(face, parameters, Message_ProgressRange());
+        TopLoc_Location location;
+        return !BRep_Tool::Triangulation(face->GetFace(), location).IsNull();
+    } catch (const Standard_Failure&) {
+        return false;
+    }
+
+    Handle(IMeshTools_MeshAlgoFactory) delabella_ = new BRepMesh_DelabellaMeshAlgoFactory;
+    Handle(IMeshTools_MeshAlgoFactory) watson_ = new BRepMesh_MeshAlgoFactory;
 };
 
 } // namespace

@@ -2,14 +2,25 @@
 
 #include <gtest/gtest.h>
 
+#include <BRepAdaptor_Surface.hxx>
+#include <BRepAlgoAPI_Common.hxx>
 #include <BRepAlgoAPI_Cut.hxx>
 #include <BRepBuilderAPI_Copy.hxx>
+#include <BRepBuilderAPI_MakeFace.hxx>
+#include <BRepBuilderAPI_MakePolygon.hxx>
 #include <BRepMesh_IncrementalMesh.hxx>
 #include <BRepPrimAPI_MakeBox.hxx>
+#include <BRepPrimAPI_MakeCone.hxx>
 #include <BRepPrimAPI_MakeCylinder.hxx>
+#include <BRepPrimAPI_MakePrism.hxx>
 #include <BRepPrimAPI_MakeSphere.hxx>
+#include <BRepPrimAPI_MakeTorus.hxx>
 #include <BRep_Builder.hxx>
 #include <BRep_Tool.hxx>
+#include <GeomAPI_ProjectPointOnSurf.hxx>
+#include <GeomAbs_SurfaceType.hxx>
+#include <Geom_Surface.hxx>
+#include <IMeshTools_MeshAlgoType.hxx>
 #include <Poly_Triangulation.hxx>
 #include <Standard_Failure.hxx>
 #include <TopExp_Explorer.hxx>
@@ -17,7 +28,12 @@
 #include <TopoDS_Compound.hxx>
 #include <TopoDS_Face.hxx>
 #include <gp_Ax2.hxx>
+#include <gp_Pln.hxx>
+#include <gp_Pnt.hxx>
+#include <gp_Vec.hxx>
+#include <gp_XYZ.hxx>
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -43,6 +59,15 @@ TopoDS_Shape Moved(const TopoDS_Shape& shape, double x)
     gp_Trsf move;
     move.SetTranslation({x, 0, 0});
     return shape.Moved(move);
+}
+
+TopoDS_Face Polygon(const std::vector<std::array<double, 2>>& corners)
+{
+    BRepBuilderAPI_MakePolygon outline;
+    for (const auto& [x, y] : corners)
+        outline.Add(gp_Pnt(x, y, 0));
+    outline.Close();
+    return BRepBuilderAPI_MakeFace(gp_Pln(), outline.Wire(), Standard_True);
 }
 
 struct FaceMesh {
@@ -73,18 +98,51 @@ std::vector<FaceMesh> Meshes(const TopoDS_Shape& shape)
     return meshes;
 }
 
-/// Meshes a copy of `shape`, and another by the kernel alone.
+/// The triangles of the faces of a copy of `shape`, which the kernel alone meshes.
+std::vector<FaceMesh> MeshesOfTheKernel(const TopoDS_Shape& shape, IMeshTools_MeshAlgoType algorithm)
+{
+    const TopoDS_Shape copy = BRepBuilderAPI_Copy(shape).Shape();
+    BRepMesh_IncrementalMesh mesh;
+    mesh.ChangeParameters().Deflection = Deflection;
+    mesh.ChangeParameters().Angle = Angle;
+    mesh.ChangeParameters().MeshAlgo = algorithm;
+    mesh.SetShape(copy);
+    mesh.Perform();
+    return Meshes(copy);
+}
+
+/// Each face has the triangles that the kernel alone gives it, by the algorithm that suits its surface.
 void ExpectMeshOfTheKernel(const TopoDS_Shape& shape)
 {
     const TopoDS_Shape ours = BRepBuilderAPI_Copy(shape).Shape();
-    const TopoDS_Shape theirs = BRepBuilderAPI_Copy(shape).Shape();
     MeshShape(ours, Deflection, Angle);
-    const BRepMesh_IncrementalMesh kept(theirs, Deflection, Standard_False, Angle);
 
     const std::vector<FaceMesh> meshes = Meshes(ours);
-    EXPECT_EQ(Meshes(theirs), meshes);
-    for (const FaceMesh& mesh : meshes)
-        EXPECT_FALSE(mesh.triangles.empty());
+    const std::vector<FaceMesh> watson = MeshesOfTheKernel(shape, IMeshTools_MeshAlgoType_Watson);
+    const std::vector<FaceMesh> delabella = MeshesOfTheKernel(shape, IMeshTools_MeshAlgoType_Delabella);
+    std::size_t number = 0;
+    for (TopExp_Explorer face(ours, TopAbs_FACE); face.More(); face.Next(), ++number) {
+        SCOPED_TRACE(number);
+        const GeomAbs_SurfaceType surface = BRepAdaptor_Surface(TopoDS::Face(face.Current())).GetType();
+        const bool isRound = surface == GeomAbs_Cone || surface == GeomAbs_Sphere;
+        EXPECT_EQ(isRound ? watson.at(number) : delabella.at(number), meshes.at(number));
+        EXPECT_FALSE(meshes.at(number).triangles.empty());
+    }
+}
+
+/// The largest distance from `surface` of the middle of a triangle of `mesh`, which lies where the surface does.
+double FurthestFrom(const Handle(Geom_Surface) & surface, const FaceMesh& mesh)
+{
+    double furthest = 0;
+    for (const std::array<int, 3>& triangle : mesh.triangles) {
+        gp_XYZ middle;
+        for (const int node : triangle) {
+            const std::array<double, 3>& corner = mesh.nodes.at(static_cast<std::size_t>(node) - 1);
+            middle += gp_XYZ(corner[0], corner[1], corner[2]) / 3;
+        }
+        furthest = std::max(furthest, GeomAPI_ProjectPointOnSurf(gp_Pnt(middle), surface).LowerDistance());
+    }
+    return furthest;
 }
 
 TEST(MeshShape, BodiesApartHaveTheTrianglesOfTheKernel)
@@ -127,6 +185,34 @@ TEST(MeshShape, ABodyOfManyFacesHasTheTrianglesOfTheKernel)
     for (int number = 0; number < 16; ++number)
         body = BRepAlgoAPI_Cut(body, Moved(BRepPrimAPI_MakeCylinder(2, 30).Shape(), 6 * number)).Shape();
     ExpectMeshOfTheKernel(body);
+}
+
+TEST(MeshShape, TrianglesKeepWithinTheDeflection)
+{
+    const TopoDS_Shape hexagon =
+        BRepPrimAPI_MakePrism(Polygon({{8, 0}, {4, 7}, {-4, 7}, {-8, 0}, {-4, -7}, {4, -7}}), gp_Vec(0, 0, 5));
+    const TopoDS_Shape bodies[] = {
+        BRepAlgoAPI_Common(hexagon, BRepPrimAPI_MakeCone(6.65, 15.31, 5).Shape()).Shape(), // the head of a screw
+        BRepPrimAPI_MakeTorus(20, 3), BRepPrimAPI_MakeCylinder(3, 40)};
+    for (const TopoDS_Shape& body : bodies) {
+        MeshShape(body, Deflection, Angle);
+        const std::vector<FaceMesh> meshes = Meshes(body);
+        std::size_t number = 0;
+        for (TopExp_Explorer face(body, TopAbs_FACE); face.More(); face.Next(), ++number) {
+            TopLoc_Location location; // of both, the surface and the triangles
+            const Handle(Geom_Surface) surface = BRep_Tool::Surface(TopoDS::Face(face.Current()), location);
+            EXPECT_LE(FurthestFrom(surface, meshes.at(number)), Deflection) << number;
+        }
+    }
+}
+
+TEST(MeshShape, AnOutlineThatDelabellaRefusesIsMeshedAllTheSame)
+{
+    const TopoDS_Face face = Polygon({{3, 6}, {-4, -10}, {-4, -8}, {-10, 9}, {-9, -1}}); // crosses itself
+    EXPECT_TRUE(MeshesOfTheKernel(face, IMeshTools_MeshAlgoType_Delabella).at(0).triangles.empty());
+
+    MeshShape(face, Deflection, Angle);
+    EXPECT_FALSE(Meshes(face).at(0).triangles.empty());
 }
 
 TEST(MeshShape, RefusesADeflectionOfNothing)
