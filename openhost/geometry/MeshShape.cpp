@@ -34,7 +34,7 @@ protected:
             const IMeshData::IFaceHandle& face = model->GetFace(static_cast<int>(number));
             if (face->IsSet(IMeshData_Failure) || face->IsSet(IMeshData_Reused))
                 return;
-            const bool isMeshed = (IsForDelabella(*face) && MeshFace(face, delabella_, parameters)) ||
+            const bool isMeshed = (IsForDelabella(*face) && MeshByDelabella(face, parameters)) ||
                                   MeshFace(face, watson_, parameters);
             if (!isMeshed)
                 face->SetStatus(IMeshData_Failure);
@@ -49,6 +49,13 @@ private:
     {
         const GeomAbs_SurfaceType surface = face.GetSurface()->GetType();
         return surface != GeomAbs_Cone && surface != GeomAbs_Sphere;
+    }
+
+    /// Delabella's algorithm refuses a face in the same way when memory runs out. A second try tells them apart, so that
+    /// the triangles do not depend on a moment without memory.
+    bool MeshByDelabella(const IMeshData::IFaceHandle& face, const IMeshTools_Parameters& parameters) const
+    {
+        return MeshFace(face, delabella_, parameters) || MeshFace(face, delabella_, parameters);
     }
 
     static bool MeshFace(const IMeshData::IFaceHandle& face, const Handle(IMeshTools_MeshAlgoFactory) & algorithms,

@@ -1,5 +1,7 @@
 #include "openhost/geometry/MeshShape.h"
 
+#include "tests/support/FailingMemory.h"
+
 #include <gtest/gtest.h>
 
 #include <BRepAdaptor_Surface.hxx>
@@ -35,6 +37,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 #include <vector>
 
 namespace {
@@ -213,6 +216,29 @@ TEST(MeshShape, AnOutlineThatDelabellaRefusesIsMeshedAllTheSame)
 
     MeshShape(face, Deflection, Angle);
     EXPECT_FALSE(Meshes(face).at(0).triangles.empty());
+}
+
+TEST(MeshShape, AMomentWithoutMemoryDoesNotChangeTheTriangles)
+{
+    const TopoDS_Face face = Polygon({{0, 0}, {9, 1}, {12, 8}, {7, 6}, {5, 13}, {3, 5}, {-6, 9}});
+    const std::vector<FaceMesh> expected = MeshesOfTheKernel(face, IMeshTools_MeshAlgoType_Delabella);
+    EXPECT_NE(expected, MeshesOfTheKernel(face, IMeshTools_MeshAlgoType_Watson));
+
+    int meshed = 0;
+    const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
+        const TopoDS_Shape copy = BRepBuilderAPI_Copy(face).Shape();
+        try {
+            memory.During([&] { MeshShape(copy, Deflection, Angle); });
+        } catch (const std::bad_alloc&) {
+            return;
+        } catch (const Standard_Failure&) {
+            return;
+        }
+        EXPECT_EQ(expected, Meshes(copy));
+        ++meshed;
+    });
+    EXPECT_GT(failures, meshed);
+    EXPECT_GT(meshed, 1);
 }
 
 TEST(MeshShape, RefusesADeflectionOfNothing)
