@@ -1,6 +1,6 @@
 // Extraction beside bsdtar and unzip, each a process of its own, in turns; from the second turn on beside the faster of
-// the two alone. Arguments: the number of entries, the bytes of each, the number of turns. Prints the time of each
-// turn.
+// the two alone. Arguments: the number of entries, the bytes of each, the number of turns, and the one of the two that
+// is to be taken from the first turn on. Prints the time of each turn.
 //
 // All that follows a download is run: the check for files that stand there, the extraction, the search for the root
 // product.
@@ -39,6 +39,7 @@ extern char** environ;
 namespace {
 
 using namespace benchmarks;
+using namespace std::string_literals;
 
 namespace fs = std::filesystem;
 
@@ -229,7 +230,7 @@ void SpreadFolders(const fs::path& folder)
     close(descriptor);
 }
 
-void Compare(const fs::path& archive, const fs::path& work, bool keep, int turns)
+void Compare(const fs::path& archive, const fs::path& work, bool keep, int turns, const std::string& peer)
 {
     std::vector<std::pair<const char*, std::function<std::vector<std::string>(const std::string& folder)>>> commands{
         {"ours",
@@ -243,6 +244,9 @@ void Compare(const fs::path& archive, const fs::path& work, bool keep, int turns
         {"unzip", [&](const std::string& folder) {
              return std::vector<std::string>{"unzip", "-q", archive.string(), "-d", folder};
          }}};
+    if (!peer.empty())
+        std::erase_if(commands, [&](const auto& command) { return command.first != peer && command.first != "ours"s; });
+    Require(commands.size() > 1, "there is no such peer");
     for (int turn = 0; turn < turns; ++turn) {
         std::vector<double> seconds;
         for (const auto& [name, command] : commands) {
@@ -254,7 +258,7 @@ void Compare(const fs::path& archive, const fs::path& work, bool keep, int turns
             if (!keep)
                 fs::remove_all(folder);
         }
-        if (turn == 0)
+        if (seconds.size() > 2)
             commands.erase(commands.begin() + (seconds[1] > seconds[2] ? 1 : 2));
     }
 }
@@ -266,7 +270,7 @@ try {
     if (argc == 4 && std::strcmp(argv[1], "--extract") == 0)
         return Extract(argv[2], argv[3]) ? EXIT_SUCCESS : EXIT_FAILURE;
 
-    Require(argc == 4, "usage: ExtractionBenchmark ENTRIES SIZE TURNS");
+    Require(argc == 4 || argc == 5, "usage: ExtractionBenchmark ENTRIES SIZE TURNS [PEER]");
     const auto entries = static_cast<unsigned int>(std::stoul(argv[1]));
     const openhost::TemporaryFolder work;
     MakeArchive(work.Path() / "archive.zip", entries, std::stoull(argv[2]));
@@ -274,7 +278,7 @@ try {
     // folders of one that is marked as this one over the disk, and so away from those of runs before.
     SpreadFolders(work.Path());
     constexpr unsigned int many = 1000;
-    Compare(work.Path() / "archive.zip", work.Path(), entries > many, std::stoi(argv[3]));
+    Compare(work.Path() / "archive.zip", work.Path(), entries > many, std::stoi(argv[3]), argc > 4 ? argv[4] : "");
     return EXIT_SUCCESS;
 } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s\n", failure.what());
