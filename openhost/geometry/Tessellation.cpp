@@ -128,7 +128,7 @@ LvrMesh TessellateShape(const TopoDS_Shape& shape, const TessellationTolerance& 
         if (box.IsVoid())
             throw GeometryError("the shape has no extent");
         BRepTools::Clean(shape);
-        MeshShape(shape, tolerance.chord * std::sqrt(box.SquareExtent()), tolerance.angle);
+        MeshFaces(shape, tolerance.chord * std::sqrt(box.SquareExtent()), tolerance.angle);
         const FaceColors colorOf(shape, colors);
         for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next()) {
             AddFace(TopoDS::Face(face.Current()), mesh);

@@ -142,7 +142,7 @@ std::optional<Color> ToColor(const std::optional<SurfaceColor>& color)
 
 PartMesh MeshPart(const TopoDS_Shape& shape, const PartColors& colors, double deflection)
 {
-    MeshShape(shape, deflection, AngularDeflection);
+    MeshFacesAndEdges(shape, deflection, AngularDeflection);
 
     PartMesh mesh;
     const FaceColors colorOf(shape, colors);

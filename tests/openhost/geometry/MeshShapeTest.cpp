@@ -23,11 +23,13 @@
 #include <GeomAbs_SurfaceType.hxx>
 #include <Geom_Surface.hxx>
 #include <IMeshTools_MeshAlgoType.hxx>
+#include <Poly_PolygonOnTriangulation.hxx>
 #include <Poly_Triangulation.hxx>
 #include <Standard_Failure.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
+#include <TopoDS_Edge.hxx>
 #include <TopoDS_Face.hxx>
 #include <gp_Ax2.hxx>
 #include <gp_Pln.hxx>
@@ -118,9 +120,12 @@ std::vector<FaceMesh> MeshesOfTheKernel(const TopoDS_Shape& shape, IMeshTools_Me
 void ExpectMeshOfTheKernel(const TopoDS_Shape& shape)
 {
     const TopoDS_Shape ours = BRepBuilderAPI_Copy(shape).Shape();
-    MeshShape(ours, Deflection, Angle);
-
+    MeshFaces(ours, Deflection, Angle);
     const std::vector<FaceMesh> meshes = Meshes(ours);
+    const TopoDS_Shape withEdges = BRepBuilderAPI_Copy(shape).Shape();
+    MeshFacesAndEdges(withEdges, Deflection, Angle);
+    EXPECT_EQ(meshes, Meshes(withEdges));
+
     const std::vector<FaceMesh> watson = MeshesOfTheKernel(shape, IMeshTools_MeshAlgoType_Watson);
     const std::vector<FaceMesh> delabella = MeshesOfTheKernel(shape, IMeshTools_MeshAlgoType_Delabella);
     std::size_t number = 0;
@@ -198,7 +203,7 @@ TEST(MeshShape, TrianglesKeepWithinTheDeflection)
         BRepAlgoAPI_Common(hexagon, BRepPrimAPI_MakeCone(6.65, 15.31, 5).Shape()).Shape(), // the head of a screw
         BRepPrimAPI_MakeTorus(20, 3), BRepPrimAPI_MakeCylinder(3, 40)};
     for (const TopoDS_Shape& body : bodies) {
-        MeshShape(body, Deflection, Angle);
+        MeshFaces(body, Deflection, Angle);
         const std::vector<FaceMesh> meshes = Meshes(body);
         std::size_t number = 0;
         for (TopExp_Explorer face(body, TopAbs_FACE); face.More(); face.Next(), ++number) {
@@ -214,7 +219,7 @@ TEST(MeshShape, AnOutlineThatDelabellaRefusesIsMeshedAllTheSame)
     const TopoDS_Face face = Polygon({{3, 6}, {-4, -10}, {-4, -8}, {-10, 9}, {-9, -1}}); // crosses itself
     EXPECT_TRUE(MeshesOfTheKernel(face, IMeshTools_MeshAlgoType_Delabella).at(0).triangles.empty());
 
-    MeshShape(face, Deflection, Angle);
+    MeshFaces(face, Deflection, Angle);
     EXPECT_FALSE(Meshes(face).at(0).triangles.empty());
 }
 
@@ -228,7 +233,7 @@ TEST(MeshShape, AMomentWithoutMemoryDoesNotChangeTheTriangles)
     const int failures = WithEachAllocationFailing([&](FailingMemory& memory) {
         const TopoDS_Shape copy = BRepBuilderAPI_Copy(face).Shape();
         try {
-            memory.During([&] { MeshShape(copy, Deflection, Angle); });
+            memory.During([&] { MeshFaces(copy, Deflection, Angle); });
         } catch (const std::bad_alloc&) {
             return;
         } catch (const Standard_Failure&) {
@@ -241,9 +246,33 @@ TEST(MeshShape, AMomentWithoutMemoryDoesNotChangeTheTriangles)
     EXPECT_GT(meshed, 1);
 }
 
+/// Whether each edge of each face has points among the triangles of the face, or none of them.
+void ExpectPointsOnEdges(const TopoDS_Shape& shape, bool expected)
+{
+    for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next()) {
+        TopLoc_Location location;
+        const Handle(Poly_Triangulation) kept = BRep_Tool::Triangulation(TopoDS::Face(face.Current()), location);
+        ASSERT_FALSE(kept.IsNull());
+        for (TopExp_Explorer edge(face.Current(), TopAbs_EDGE); edge.More(); edge.Next())
+            EXPECT_EQ(expected,
+                      !BRep_Tool::PolygonOnTriangulation(TopoDS::Edge(edge.Current()), kept, location).IsNull());
+    }
+}
+
+TEST(MeshShape, EdgesHaveTheirPointsWhenTheyAreAskedFor)
+{
+    const TopoDS_Shape box = BRepPrimAPI_MakeBox(1, 2, 3).Shape();
+    MeshFacesAndEdges(box, Deflection, Angle);
+    ExpectPointsOnEdges(box, true);
+
+    const TopoDS_Shape bare = BRepPrimAPI_MakeBox(1, 2, 3).Shape();
+    MeshFaces(bare, Deflection, Angle);
+    ExpectPointsOnEdges(bare, false);
+}
+
 TEST(MeshShape, RefusesADeflectionOfNothing)
 {
-    EXPECT_THROW(MeshShape(BRepPrimAPI_MakeBox(1, 1, 1), 0, Angle), Standard_Failure);
+    EXPECT_THROW(MeshFaces(BRepPrimAPI_MakeBox(1, 1, 1), 0, Angle), Standard_Failure);
 }
 
 TEST(MeshShape, ANakedFaceLeavesTheOthersTheirTriangles)
@@ -252,7 +281,7 @@ TEST(MeshShape, ANakedFaceLeavesTheOthersTheirTriangles)
     TopoDS_Face naked;
     builder.MakeFace(naked);
     const TopoDS_Shape ball = BRepPrimAPI_MakeSphere(5).Shape();
-    MeshShape(Compound({naked, ball}), Deflection, Angle);
+    MeshFaces(Compound({naked, ball}), Deflection, Angle);
 
     const std::vector<FaceMesh> meshes = Meshes(Compound({naked, ball}));
     ASSERT_EQ(2U, meshes.size());
