@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <exception>
 #include <limits>
 #include <stdexcept>
 #include <system_error>
@@ -150,6 +152,8 @@ void ZipOutput::AddFile(std::vector<std::string> components, const std::function
         RemoveFolders(asideRoot_, madeAside_, madeAsideBefore);
         throw;
     }
+    if (files_.size() % FilesBetweenSyncs == 0)
+        BeginSync();
 }
 
 void ZipOutput::Write(std::string_view content)
@@ -332,6 +336,19 @@ void ZipOutput::MakeTemporaryFolder()
         Fail("cannot create");
     MarkInUse(temporary_.Number());
     temporaryName_ = std::move(name);
+}
+
+/// Lets the disk begin with the files so far while others are added, so that the end waits for the rest alone.
+void ZipOutput::BeginSync() noexcept
+try {
+    if (sync_.valid() && sync_.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+        return;
+    // Opened anew: of a failure each descriptor tells once, and that of the end is to tell of it.
+    Descriptor opened(openat(temporary_.Number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened)
+        sync_ = std::async(std::launch::async, [opened = std::move(opened)] { syncfs(opened.Number()); });
+} catch (const std::exception&) {
+    // Without a thread or memory for one all is left to the end.
 }
 
 /// Brings the content of the files to the disk.

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -26,6 +27,9 @@ public:
     /// The files of one Place that are brought to the disk one by one; with more of them, the whole file system is,
     /// which takes no longer for ten thousand small files than for some dozens.
     static constexpr std::size_t MaximumSingleSyncs = 16;
+    /// After as many files the disk begins with them, by a thread of its own. An extraction of 10,000 small files takes
+    /// a ninth less with it, and no less with 2,500.
+    static constexpr std::size_t FilesBetweenSyncs = 1000;
 
     /// Goes to `folder`, which must exist.
     explicit ZipOutput(const std::string& folder);
@@ -72,6 +76,7 @@ private:
     static void RemoveFolders(const Descriptor& root, std::vector<std::string>& made, std::size_t first);
     void MakeTemporaryFolder();
     void MakeAsideRoot();
+    void BeginSync() noexcept;
     bool Synchronize() const;
     void SynchronizeFolders() const;
     bool IsFew() const { return files_.size() <= MaximumSingleSyncs && made_.empty() && madeAside_.empty(); }
@@ -90,6 +95,7 @@ private:
     std::unordered_set<std::string> newFolders_; ///< names of the new folders
     std::vector<std::string> madeAside_;         ///< they and those in them, as paths below `asideRoot_`
     Entered aside_;                              ///< the one of these that was used last
+    std::future<void> sync_;                     ///< of the files so far; its end is waited for
 };
 
 } // namespace openhost

@@ -5,9 +5,32 @@
 #include "tests/openhost/files/FileSizeLimit.h"
 
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
+
+namespace {
+
+std::atomic<int> syncs = 0;
+bool syncsFailAside = false; ///< on another thread than the first
+bool syncsFailAtTheEnd = false;
+
+} // namespace
+
+/// In place of the system's: counts, and may fail.
+extern "C" int syncfs(int file) noexcept
+{
+    ++syncs;
+    if (!(gettid() == getpid() ? syncsFailAtTheEnd : syncsFailAside))
+        return static_cast<int>(syscall(SYS_syncfs, file));
+    errno = EIO;
+    return -1;
+}
 
 namespace openhost::testing {
 namespace {
@@ -241,6 +264,51 @@ TEST_F(ArchiveExtraction, ExtractsAsManyAsAreBroughtToTheDiskOneByOneAndMore)
         ExtractAll(ZipBytes().AddMany(static_cast<unsigned int>(count)));
         EXPECT_EQ(count, Listing(Folder()).size());
     }
+}
+
+class ManyFiles : public ArchiveFixture {
+protected:
+    ManyFiles() { syncs = 0; }
+    ~ManyFiles() override { syncsFailAside = syncsFailAtTheEnd = false; }
+
+    /// The result of closing an archive of `count` files, all of which were extracted.
+    HRESULT CloseAfter(std::size_t count)
+    {
+        EXPECT_EQ(S_OK, Open(ZipBytes().AddMany(static_cast<unsigned int>(count))));
+        for (const std::string& name : Browse())
+            EXPECT_EQ(S_OK, Extract(name));
+        return zip_.Close();
+    }
+
+    /// One for the content of all, one for their places.
+    static constexpr int AtTheEnd = 2;
+};
+
+TEST_F(ManyFiles, AreBroughtToTheDiskAtTheEnd)
+{
+    EXPECT_EQ(S_OK, CloseAfter(ZipOutput::FilesBetweenSyncs - 1));
+    EXPECT_EQ(AtTheEnd, syncs);
+}
+
+TEST_F(ManyFiles, ComeToTheDiskWhileOthersAreExtracted)
+{
+    EXPECT_EQ(S_OK, CloseAfter(ZipOutput::FilesBetweenSyncs));
+    EXPECT_EQ(1 + AtTheEnd, syncs);
+    EXPECT_EQ(ZipOutput::FilesBetweenSyncs, Listing(Folder()).size());
+}
+
+TEST_F(ManyFiles, TheEndAloneTellsOfADiskThatFails)
+{
+    syncsFailAside = true;
+    EXPECT_EQ(S_OK, CloseAfter(ZipOutput::FilesBetweenSyncs));
+    EXPECT_EQ(ZipOutput::FilesBetweenSyncs, Listing(Folder()).size());
+}
+
+TEST_F(ManyFiles, OfADiskThatFailsAtTheEndNoneIsLeft)
+{
+    syncsFailAtTheEnd = true;
+    EXPECT_EQ(E_FAIL, CloseAfter(ZipOutput::FilesBetweenSyncs - 1));
+    EXPECT_EQ(std::set<std::string>{}, Listing(Folder()));
 }
 
 TEST_F(ArchiveExtraction, AKilledProcessLeavesNoFileInAnyPlace)
