@@ -1,6 +1,6 @@
 // Inserting components into one product, each by a call of its own through the automation interface. Argument: number
-// of runs. Prints medians over the runs of the first and of the 1,000th insertion: of a document that is loaded
-// already, and of one that each insertion loads.
+// of turns. Prints for each turn medians over its runs of the first and of the 1,000th insertion: of a document that is
+// loaded already, and of one that each insertion loads.
 
 #include "benchmarks/Measure.h"
 #include "openhost/cad/CadWorkspace.h"
@@ -44,7 +44,7 @@ struct Insertion {
     std::vector<double> first;
     std::vector<double> last;
 
-    void Print(const char* name)
+    void Print(const char* name) const
     {
         std::printf("insert_%s_first %.3f us\ninsert_%s_last %.3f us\n", name, Median(first), name, Median(last));
     }
@@ -74,7 +74,7 @@ void Run(const std::filesystem::path& product, const Files& files, Insertion& ti
 
 int main(int argc, char** argv)
 {
-    const int runs = std::max(1, argc > 1 ? std::atoi(argv[1]) : 21);
+    const int turns = std::max(1, argc > 1 ? std::atoi(argv[1]) : 5);
     const openhost::TemporaryFolder folder;
     Files files;
     for (int number = 0; number <= Insertions; ++number) {
@@ -96,13 +96,16 @@ int main(int argc, char** argv)
 
     const Files loaded{files.front()};
     const Files others(files.begin() + 1, files.end());
-    Insertion ofLoaded;
-    Insertion ofOthers;
-    for (int run = 0; run < runs; ++run) {
-        Run(path, loaded, ofLoaded);
-        Run(path, others, ofOthers);
+    constexpr int runs = 5;
+    for (int turn = 0; turn < turns; ++turn) {
+        Insertion ofLoaded;
+        Insertion ofOthers;
+        for (int run = 0; run < runs; ++run) {
+            Run(path, loaded, ofLoaded);
+            Run(path, others, ofOthers);
+        }
+        ofLoaded.Print("loaded");
+        ofOthers.Print("other");
     }
-    ofLoaded.Print("loaded");
-    ofOthers.Print("other");
     return EXIT_SUCCESS;
 }
