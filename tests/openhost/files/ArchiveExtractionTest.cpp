@@ -16,17 +16,24 @@
 
 namespace {
 
-std::atomic<int> syncs = 0;
-bool syncsFailAside = false; ///< on another thread than the first
-bool syncsFailAtTheEnd = false;
+/// Calls that bring a whole file system to the disk.
+struct Syncs {
+    std::atomic<int> count = 0;
+    std::atomic<int> file = -1; ///< of the last one
+    std::atomic<bool> fail = false;
+};
+Syncs syncsAside; ///< on another thread than the first
+Syncs syncsAtTheEnd;
 
 } // namespace
 
 /// In place of the system's: counts, and may fail.
 extern "C" int syncfs(int file) noexcept
 {
-    ++syncs;
-    if (!(gettid() == getpid() ? syncsFailAtTheEnd : syncsFailAside))
+    Syncs& syncs = gettid() == getpid() ? syncsAtTheEnd : syncsAside;
+    ++syncs.count;
+    syncs.file = file;
+    if (!syncs.fail)
         return static_cast<int>(syscall(SYS_syncfs, file));
     errno = EIO;
     return -1;
@@ -268,46 +275,42 @@ TEST_F(ArchiveExtraction, ExtractsAsManyAsAreBroughtToTheDiskOneByOneAndMore)
 
 class ManyFiles : public ArchiveFixture {
 protected:
-    ManyFiles() { syncs = 0; }
-    ~ManyFiles() override { syncsFailAside = syncsFailAtTheEnd = false; }
+    ManyFiles() { syncsAside.count = syncsAtTheEnd.count = 0; }
+    ~ManyFiles() override { syncsAside.fail = syncsAtTheEnd.fail = false; }
 
-    /// The result of closing an archive of `count` files, all of which were extracted.
-    HRESULT CloseAfter(std::size_t count)
+    HRESULT ExtractFiles(std::size_t count)
     {
-        EXPECT_EQ(S_OK, Open(ZipBytes().AddMany(static_cast<unsigned int>(count))));
-        for (const std::string& name : Browse())
-            EXPECT_EQ(S_OK, Extract(name));
-        return zip_.Close();
+        return ExtractAndClose(ZipBytes().AddMany(static_cast<unsigned int>(count)));
     }
-
-    /// One for the content of all, one for their places.
-    static constexpr int AtTheEnd = 2;
 };
 
 TEST_F(ManyFiles, AreBroughtToTheDiskAtTheEnd)
 {
-    EXPECT_EQ(S_OK, CloseAfter(ZipOutput::FilesBetweenSyncs - 1));
-    EXPECT_EQ(AtTheEnd, syncs);
+    EXPECT_EQ(S_OK, ExtractFiles(ZipOutput::FilesBetweenSyncs - 1));
+    EXPECT_EQ(0, syncsAside.count);
+    EXPECT_EQ(2, syncsAtTheEnd.count); // their content, their places
 }
 
 TEST_F(ManyFiles, ComeToTheDiskWhileOthersAreExtracted)
 {
-    EXPECT_EQ(S_OK, CloseAfter(ZipOutput::FilesBetweenSyncs));
-    EXPECT_EQ(1 + AtTheEnd, syncs);
+    EXPECT_EQ(S_OK, ExtractFiles(ZipOutput::FilesBetweenSyncs));
+    EXPECT_EQ(1, syncsAside.count);
+    EXPECT_EQ(2, syncsAtTheEnd.count);
     EXPECT_EQ(ZipOutput::FilesBetweenSyncs, Listing(Folder()).size());
 }
 
 TEST_F(ManyFiles, TheEndAloneTellsOfADiskThatFails)
 {
-    syncsFailAside = true;
-    EXPECT_EQ(S_OK, CloseAfter(ZipOutput::FilesBetweenSyncs));
+    syncsAside.fail = true;
+    EXPECT_EQ(S_OK, ExtractFiles(ZipOutput::FilesBetweenSyncs));
     EXPECT_EQ(ZipOutput::FilesBetweenSyncs, Listing(Folder()).size());
+    EXPECT_NE(syncsAtTheEnd.file, syncsAside.file); // a failure is told once for each descriptor
 }
 
 TEST_F(ManyFiles, OfADiskThatFailsAtTheEndNoneIsLeft)
 {
-    syncsFailAtTheEnd = true;
-    EXPECT_EQ(E_FAIL, CloseAfter(ZipOutput::FilesBetweenSyncs - 1));
+    syncsAtTheEnd.fail = true;
+    EXPECT_EQ(E_FAIL, ExtractFiles(ZipOutput::FilesBetweenSyncs - 1));
     EXPECT_EQ(std::set<std::string>{}, Listing(Folder()));
 }
 
